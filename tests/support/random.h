@@ -1,0 +1,39 @@
+// A small generator of our own (splitmix64, Steele, Lea and Flood 2014), the same numbers on every
+// platform. The seed is printed once so that a failure can be run again: VELM_TEST_SEED=n.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+namespace velm_test {
+
+class Random {
+public:
+    explicit Random(std::uint64_t default_seed) : state_(seed(default_seed)) {
+        std::printf("seed %llu\n", static_cast<unsigned long long>(state_));
+    }
+
+    std::uint64_t next() {
+        state_ += 0x9E3779B97F4A7C15u;
+        std::uint64_t z = state_;
+        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
+        z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
+        return z ^ (z >> 31);
+    }
+    /// A whole number in [0, n).
+    int below(int n) { return static_cast<int>(next() % static_cast<std::uint64_t>(n)); }
+    /// A double in [lower, upper).
+    double uniform(double lower, double upper) {
+        return lower + (upper - lower) * (static_cast<double>(next() >> 11) * 0x1p-53);
+    }
+
+private:
+    static std::uint64_t seed(std::uint64_t default_seed) {
+        const char* given = std::getenv("VELM_TEST_SEED");
+        return given != nullptr ? std::strtoull(given, nullptr, 10) : default_seed;
+    }
+    std::uint64_t state_;
+};
+
+} // namespace velm_test

@@ -1,0 +1,42 @@
+// velm/fwd.h: forward declarations of the library's classes, for headers that only name them.
+#pragma once
+
+class CArchive;
+class CDumpContext;
+class CFile;
+class CFileException;
+struct CRuntimeClass;
+
+class ERChunk;
+class ERClassRegistration;
+class ERFactorialFactory;
+class ERFile;
+class ERMemPool;
+class ERObject;
+class ERObjectDataBase;
+class ERReference;
+class ERTr3DRevRep;
+class ERVecRep;
+class ERVecRepCache;
+template <class T>
+class t_SmartPtr;
+
+class ERLimites;
+class ERMinimax2D;
+class ERMinimax3D;
+class ERPoint2D;
+class ERPoint3D;
+class ERPole2DH;
+class ERPole3DH;
+class ERVector2D;
+class ERVector3D;
+template <class T>
+class ERSimpleVec;
+template <class T>
+class ERSimpleVec2;
+namespace QuickAlgebra {
+template <class T>
+class ERVec;
+template <class T>
+class ERMatrix;
+} // namespace QuickAlgebra
