@@ -14,29 +14,29 @@
 /// information only. A copy takes the word over as it stands, the plain member copy.
 class VELM_API ERReference {
 public:
-    ERReference() : count_(-1) {}
-    explicit ERReference(long references) : count_(static_cast<std::int32_t>(references - 1)) {}
-    ERReference(const ERReference& other) : count_(other.load()) {}
+    ERReference() : count(-1) {}
+    explicit ERReference(long references) : count(static_cast<std::int32_t>(references - 1)) {}
+    ERReference(const ERReference& other) : count(other.load()) {}
     ERReference& operator=(const ERReference& other) {
-        count_.store(other.load(), std::memory_order_relaxed);
+        count.store(other.load(), std::memory_order_relaxed);
         return *this;
     }
 
-    void addReference() { count_.fetch_add(1, std::memory_order_seq_cst); }
+    void addReference() { count.fetch_add(1, std::memory_order_seq_cst); }
 
     /// Returns the word before the decrement: 0 exactly when the last reference has just gone.
     unsigned int removeReference() {
-        return static_cast<unsigned int>(count_.fetch_sub(1, std::memory_order_seq_cst));
+        return static_cast<unsigned int>(count.fetch_sub(1, std::memory_order_seq_cst));
     }
 
     long references() const { return static_cast<long>(load()) + 1; }
 
     /// The test that precedes writing in place: acquire order, so that what other owners did before
     /// they let go is seen.
-    bool isUnshared() const { return count_.load(std::memory_order_acquire) <= 0; }
+    bool isUnshared() const { return count.load(std::memory_order_acquire) <= 0; }
 
 private:
-    std::int32_t load() const { return count_.load(std::memory_order_relaxed); }
+    std::int32_t load() const { return count.load(std::memory_order_relaxed); }
 
-    std::atomic<std::int32_t> count_;
+    std::atomic<std::int32_t> count;
 };
