@@ -1,0 +1,34 @@
+# Headers, both libraries, the CMake package, the pkg-config files and the debugger's printers.
+include(CMakePackageConfigHelpers)
+set(velm_cmakedir ${CMAKE_INSTALL_LIBDIR}/cmake/velm)
+
+set_target_properties(velm_contract PROPERTIES EXPORT_NAME contract)
+install(TARGETS velm velm_archive velm_static velm_contract EXPORT velm)
+install(EXPORT velm NAMESPACE velm:: FILE velm-targets.cmake DESTINATION ${velm_cmakedir})
+foreach(header ${velm_headers})
+    cmake_path(GET header PARENT_PATH folder)
+    install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
+endforeach()
+
+configure_package_config_file(cmake/velm-config.cmake.in velm-config.cmake
+    INSTALL_DESTINATION ${velm_cmakedir})
+write_basic_package_version_file(velm-config-version.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/velm-config.cmake
+    ${CMAKE_CURRENT_BINARY_DIR}/velm-config-version.cmake DESTINATION ${velm_cmakedir})
+
+# An absolute library or include folder stays as it is, a relative one follows the prefix, so that
+# an installed tree can be moved.
+cmake_path(APPEND velm_pc_libdir "\${prefix}" "${CMAKE_INSTALL_LIBDIR}")
+cmake_path(APPEND velm_pc_includedir "\${prefix}" "${CMAKE_INSTALL_INCLUDEDIR}")
+foreach(name velm velm-static)
+    configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()
+
+install(FILES ${PROJECT_SOURCE_DIR}/share/gdb/velm_printers.py
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/velm/gdb)
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+if(TARGET velm-inspect)
+    install(TARGETS velm-inspect)
+endif()

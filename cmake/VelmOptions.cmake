@@ -1,0 +1,24 @@
+# velm_options: how our own code is compiled, linked privately by every target of the project.
+# velm_contract: what must hold in a consumer's code too, because headers hold inline arithmetic.
+add_library(velm_contract INTERFACE)
+target_compile_features(velm_contract INTERFACE cxx_std_20)
+target_compile_options(velm_contract INTERFACE
+    $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-ffp-contract=off>)
+target_link_libraries(velm_contract INTERFACE Threads::Threads)
+
+add_library(velm_options INTERFACE)
+target_link_libraries(velm_options INTERFACE velm_contract)
+target_compile_options(velm_options INTERFACE -fvisibility=hidden -fvisibility-inlines-hidden
+    -fno-semantic-interposition
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
+    $<$<BOOL:${VELM_WERROR}>:-Werror>)
+
+# Coverage feedback for the fuzzer in all code that a fuzz target may reach.
+if(VELM_BUILD_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
+        message(FATAL_ERROR "VELM_BUILD_FUZZ needs clang++ (libFuzzer)")
+    endif()
+    target_compile_options(velm_options INTERFACE
+        -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all)
+    target_link_options(velm_options INTERFACE -fsanitize=address,undefined)
+endif()
