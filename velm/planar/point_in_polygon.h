@@ -1,0 +1,26 @@
+// relpos and Inside: where a point lies against a polygon.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/fwd.h"
+
+/// What `Inside` gives. The values are fixed.
+enum relpos {
+    relpos_inside = 0,
+    relpos_on_vertex = 1,
+    relpos_on_edge = 2,
+    relpos_outside = 3,
+};
+
+/// Where `p` lies against the polygon of `count` vertices, by the crossings of the ray to the right
+/// of p (even-odd rule, either orientation). A last vertex that repeats the first exactly is the
+/// closing one; otherwise the edge from the last to the first vertex closes the polygon.
+///
+/// Vertices compare exactly. Edges have a tolerance: `ccw(a, b, p, 1e-10)` equal to 0, which is
+/// about 1e-10 over the edge's length, in model units. The first edge in order that has p on its
+/// end or on itself decides between the two results. The last argument is not read. No vertices:
+/// outside.
+///
+/// Beyond an abscissa of 1e12 the ray has no length and the result says nothing.
+VELM_API relpos Inside(const ERPoint2D& p, const ERPoint2D* points, int count, int unused);
+VELM_API relpos Inside(const ERPoint2D& p, const QuickAlgebra::ERVec<ERPoint2D>& polygon);
