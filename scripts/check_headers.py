@@ -1,17 +1,23 @@
 #!/usr/bin/env python3
-"""check_headers.py [COMPILER]: every header compiles alone and begins with #pragma once after its
-first comment, and velm/velm.h reaches every public one."""
+"""check_headers.py [COMPILER]: every header compiles alone and has #pragma once after its first
+comment, and velm/velm.h includes every public one, floor by floor.
+
+check_headers.py --write-roof writes velm/velm.h anew."""
 import concurrent.futures
 import os
 import pathlib
-import re
 import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Wconversion",
          "-Werror", "-ffp-contract=off", "-I", str(ROOT), "-x", "c++"]
-INCLUDE = re.compile(r'^\s*#\s*include\s*["<](velm/[^">]+)[">]', re.MULTILINE)
+FLOORS = ["platform", "frame", "numerics", "transforms", "wireframe", "curves", "planar", "surfaces",
+          "store", "measure"]
+ROOF = "velm/velm.h"
+ROOF_HEAD = """// velm/velm.h: everything in one include.
+#pragma once
+"""
 
 
 def compile_alone(compiler, header):
@@ -22,20 +28,24 @@ def compile_alone(compiler, header):
     return run.stderr if run.returncode else ""
 
 
-def reachable(start):
-    """Every header that an include of start brings in."""
-    seen, waiting = set(), [start]
-    while waiting:
-        header = waiting.pop()
-        if header not in seen:
-            seen.add(header)
-            waiting += INCLUDE.findall((ROOT / header).read_text())
-    return seen
+def roof(public):
+    """The text of velm/velm.h: every public header, floor by floor."""
+    text = ROOF_HEAD
+    for floor in ["", *FLOORS]:
+        folder = f"velm/{floor}/" if floor else "velm/"
+        here = [h for h in public if h.rpartition("/")[0] + "/" == folder and h != ROOF]
+        if here:
+            text += "\n" + "".join(f'#include "{header}"\n' for header in here)
+    return text
 
 
 def main():
-    compiler = sys.argv[1] if len(sys.argv) > 1 else os.environ.get("CXX", "g++")
     headers = sorted(p.relative_to(ROOT).as_posix() for p in (ROOT / "velm").rglob("*.h"))
+    public = [header for header in headers if "/detail/" not in header]
+    if sys.argv[1:] == ["--write-roof"]:
+        (ROOT / ROOF).write_text(roof(public))
+        return 0
+    compiler = sys.argv[1] if len(sys.argv) > 1 else os.environ.get("CXX", "g++")
     faults = []
     for header in headers:
         lines = [line for line in (ROOT / header).read_text().splitlines()
@@ -46,9 +56,8 @@ def main():
         for header, text in zip(headers, pool.map(lambda h: compile_alone(compiler, h), headers)):
             if text:
                 faults.append(f"{header}: does not compile alone\n{text}")
-    public = {header for header in headers if "/detail/" not in header}
-    faults += [f"velm/velm.h does not reach {header}"
-               for header in sorted(public - reachable("velm/velm.h"))]
+    if (ROOT / ROOF).read_text() != roof(public):
+        faults.append(f"{ROOF} does not list every public header; run {sys.argv[0]} --write-roof")
     for fault in faults:
         print(fault)
     print(f"headers: {len(headers)} compiled alone with {compiler}, {len(faults)} faults")
