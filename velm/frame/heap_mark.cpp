@@ -1,0 +1,97 @@
+#include "velm/frame/detail/heap_mark.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <new>
+
+namespace {
+
+struct Block {
+    std::uintptr_t begin;
+    std::size_t size;
+
+    bool holds(std::uintptr_t address) const { return address - begin < size; }
+};
+
+/// The blocks that await their objects, the youngest last. There are as many as `new` expressions
+/// are nested, so the fixed part nearly always suffices. Constant-initialised and without a
+/// destructor, so that objects may be made at any time in a thread's life.
+struct PendingBlocks {
+    static constexpr std::size_t fixed_capacity = 8;
+
+    std::size_t count = 0;
+    std::size_t capacity = fixed_capacity;
+    Block* grown = nullptr;
+    Block fixed[fixed_capacity] = {};
+
+    Block* begin() { return grown ? grown : fixed; }
+    Block* end() { return begin() + count; }
+
+    void reserve_one() {
+        if (count < capacity) return;
+        Block* const larger = new Block[2 * capacity];
+        std::copy(begin(), end(), larger);
+        delete[] grown;
+        grown = larger;
+        capacity *= 2;
+    }
+
+    void add(Block block) {
+        // An older entry at the same place is of a block that another thread has freed.
+        Block* const kept =
+            std::remove_if(begin(), end(), [&](Block const& b) { return b.holds(block.begin); });
+        count = static_cast<std::size_t>(kept - begin());
+        begin()[count++] = block;
+    }
+
+    void remove(Block* block) {
+        std::copy(block + 1, end(), block);
+        if (--count == 0 && grown) {
+            delete[] grown;
+            grown = nullptr;
+            capacity = fixed_capacity;
+        }
+    }
+
+    /// Removes the youngest entry that satisfies the test; tells whether there was one.
+    template <class Test>
+    bool take(Test test) {
+        for (Block* b = end(); b != begin(); --b) {
+            if (!test(b[-1])) continue;
+            remove(b - 1);
+            return true;
+        }
+        return false;
+    }
+};
+
+constinit thread_local PendingBlocks pending;
+
+std::uintptr_t address_of(void const* p) { return reinterpret_cast<std::uintptr_t>(p); }
+
+} // namespace
+
+namespace velm::detail {
+
+void* allocate_marked(std::size_t size) {
+    PendingBlocks& blocks = pending;
+    blocks.reserve_one();
+    void* const block = ::operator new(size);
+    blocks.add({address_of(block), size});
+    return block;
+}
+
+bool claim_mark(void const* object) {
+    PendingBlocks& blocks = pending;
+    if (blocks.count == 0) return false;
+    return blocks.take([at = address_of(object)](Block const& b) { return b.holds(at); });
+}
+
+void free_marked(void* block) {
+    PendingBlocks& blocks = pending;
+    if (blocks.count != 0)
+        blocks.take([at = address_of(block)](Block const& b) { return b.begin == at; });
+    ::operator delete(block);
+}
+
+} // namespace velm::detail

@@ -1,0 +1,97 @@
+#include "velm/frame/object.h"
+
+#include "velm/frame/detail/heap_mark.h"
+#include "velm/platform/debug_output.h"
+#include "velm/platform/dump_context.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+
+VELM_DETAIL_DEFINE_CLASS(ERObject, nullptr, CObject::GetThisClass(), )
+
+void* ERObject::_castdown(ERClassRegistration const& wanted) const {
+    return &wanted == &m_ClassDef_ERObject ? const_cast<ERObject*>(this) : nullptr;
+}
+
+ERObject::ERObject() : onTheHeap(velm::detail::claim_mark(this)) {}
+
+ERObject::ERObject(ERObject const&)
+    : CObject(), ERReference(), onTheHeap(velm::detail::claim_mark(this)) {}
+
+ERObject& ERObject::operator=(ERObject const&) {
+    objectID = -1;
+    dirty = 0;
+    database = nullptr;
+    return *this;
+}
+
+ERObject::~ERObject() = default;
+
+void* ERObject::operator new(std::size_t size) { return velm::detail::allocate_marked(size); }
+void* ERObject::operator new(std::size_t size, char const*, int) { return operator new(size); }
+void* ERObject::operator new(std::size_t, void* place) { return place; }
+void ERObject::operator delete(void* block) { velm::detail::free_marked(block); }
+void ERObject::operator delete(void* block, char const*, int) { operator delete(block); }
+void ERObject::operator delete(void*, void*) {}
+
+int ERObject::isKindOf(ERClassRegistration const* other) const { return isA()->isKindOf(other); }
+
+int ERObject::isMemberOf(ERClassRegistration const* other) const {
+    return other ? other->hasMember(isA()) : 0;
+}
+
+int ERObject::isValid() const { return 1; }
+void ERObject::saveGuts(ERFile&) const {}
+void ERObject::restoreGuts(ERFile&) {}
+unsigned int ERObject::binaryStoreSize() const { return 0; }
+void ERObject::CleanUpTemporaries(int) {}
+
+void ERObject::Dump(CDumpContext& dc) const {
+    dc << "ERObject which is a " << className() << "\n";
+    dc << "E : " << isA()->getName() << "\n";
+    std::ostringstream text;
+    printOn(text);
+    dc << text.str().c_str();
+}
+
+void ERObject::assertValid(char const* file, int line) const {
+    if (!isValid()) ER_assert(className(), file, line);
+}
+
+std::ostream& operator<<(std::ostream& out, ERObject const& object) {
+    object.printOn(out);
+    return out;
+}
+
+ERFile& operator<<(ERFile& file, ERObject const& object) {
+    object.saveGuts(file);
+    return file;
+}
+
+ERFile& operator>>(ERFile& file, ERObject& object) {
+    object.restoreGuts(file);
+    return file;
+}
+
+void ER_assert(char const* message, char const* file, int line) {
+    char text[1024];
+    wsprintfA(text, "Erreur : %s \n Fichier %s Ligne %d", message, file, line);
+}
+
+namespace velm::detail {
+
+void* castdown_failed(ERClassRegistration const& wanted, ERObject const& object) {
+    erreurCastDown(&wanted, object.isA());
+    return nullptr;
+}
+
+void castdown_refused(ERClassRegistration const& wanted, ERObject const& object) {
+    castdown_failed(wanted, object);
+    std::fprintf(stderr, "velm: castdown of an object of class %s to a reference of class %s.\n",
+                 object.className(), wanted.getName());
+    std::abort();
+}
+
+} // namespace velm::detail

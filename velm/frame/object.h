@@ -1,0 +1,83 @@
+// ERObject: the root of every class that can be shared by counted pointers, recognised and made by
+// name, copied, printed and stored. ER_assert.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/frame/class_macros.h"
+#include "velm/frame/reference.h"
+#include "velm/fwd.h"
+#include "velm/platform/root_class.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+
+/// An object starts without references. On the heap it belongs to whoever called `new` until a
+/// t_SmartPtr takes it; from then on the last pointer that lets go deletes it. Objects on the stack
+/// and members of others must never be given to a t_SmartPtr.
+///
+/// A copy starts a life of its own: no references, outside any store. Assignment keeps the
+/// target's references and takes it out of its store, whose record stays as it is.
+class VELM_API ERObject : public CObject, public ERReference {
+    VELM_DETAIL_DECLARE_CLASS(ERObject, virtual, )
+
+    /// A heap copy of the same class, without a reference; the caller owns it.
+    virtual ERObject* getCopy() const = 0;
+    /// 1 if the object's class is the given one or derives from it, else 0.
+    virtual int isKindOf(ERClassRegistration const* other) const;
+    /// 1 if the object's class is the given one or one of that one's members, else 0.
+    virtual int isMemberOf(ERClassRegistration const* other) const;
+    virtual int isValid() const;
+    virtual void printOn(std::ostream& out) const = 0;
+    /// The stored form: what the object adds to the record, written, read back and its length in
+    /// bytes. A failing file raises a CFileException*.
+    virtual void saveGuts(ERFile& file) const;
+    virtual void restoreGuts(ERFile& file);
+    virtual unsigned int binaryStoreSize() const;
+    /// Gives back what the object keeps only to be faster.
+    virtual void CleanUpTemporaries(int level);
+
+    ~ERObject() override;
+    /// Writes the class name twice and the text of printOn.
+    void Dump(CDumpContext& dc) const override;
+
+    /// The store that holds the object, null if none, and the identifier there, -1 if none.
+    ERObjectDataBase* Database() const { return database; }
+    long getObjectID() const { return objectID; }
+    /// 1 after setDirty, until the object is saved. The library itself never sets it: the host
+    /// knows what a change is.
+    int isDirty() const { return dirty; }
+    void setDirty() { dirty = 1; }
+
+    /// 1 for an object made by `new`, 0 for every other: on the stack, a member or base of another,
+    /// an element of an array or container.
+    int isOnTheHeap() const { return onTheHeap; }
+
+    /// Calls ER_assert for an object that is not valid.
+    void assertValid(char const* file, int line) const;
+
+    static void* operator new(std::size_t size);
+    static void* operator new(std::size_t size, char const* file, int line);
+    static void* operator new(std::size_t size, void* place);
+    static void operator delete(void* block);
+    static void operator delete(void* block, char const* file, int line);
+    static void operator delete(void* block, void* place);
+
+protected:
+    ERObject();
+    ERObject(ERObject const& other);
+    ERObject& operator=(ERObject const& other);
+
+private:
+    std::int32_t objectID = -1;
+    ERObjectDataBase* database = nullptr;
+    int dirty = 0;
+    int onTheHeap;
+};
+
+VELM_API std::ostream& operator<<(std::ostream& out, ERObject const& object); ///< printOn
+VELM_API ERFile& operator<<(ERFile& file, ERObject const& object);            ///< saveGuts
+VELM_API ERFile& operator>>(ERFile& file, ERObject& object);                  ///< restoreGuts
+
+/// Has no visible effect; intended: an invalid object is not stopped. Ask isValid instead.
+VELM_API void ER_assert(char const* message, char const* file, int line);
