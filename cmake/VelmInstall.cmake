@@ -16,14 +16,16 @@ write_basic_package_version_file(velm-config-version.cmake COMPATIBILITY SameMin
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/velm-config.cmake
     ${CMAKE_CURRENT_BINARY_DIR}/velm-config-version.cmake DESTINATION ${velm_cmakedir})
 
-# An absolute library or include folder stays as it is, a relative one follows the prefix, so that
-# an installed tree can be moved.
+# The pkg-config files find their prefix from where they stand, so that an installed tree can move.
+set(velm_pc_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+cmake_path(ABSOLUTE_PATH velm_pc_folder BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE from)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${from} OUTPUT_VARIABLE velm_pc_prefix)
 cmake_path(APPEND velm_pc_libdir "\${prefix}" "${CMAKE_INSTALL_LIBDIR}")
 cmake_path(APPEND velm_pc_includedir "\${prefix}" "${CMAKE_INSTALL_INCLUDEDIR}")
 foreach(name velm velm-static)
     configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+        DESTINATION ${velm_pc_folder})
 endforeach()
 
 install(FILES ${PROJECT_SOURCE_DIR}/share/gdb/velm_printers.py

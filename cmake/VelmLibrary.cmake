@@ -35,7 +35,7 @@ target_link_libraries(velm_archive PUBLIC velm_contract)
 add_library(velm_static INTERFACE)
 add_library(velm::velm_static ALIAS velm_static)
 target_compile_definitions(velm_static INTERFACE VELM_STATIC)
-target_link_libraries(velm_static INTERFACE $<LINK_LIBRARY:WHOLE_ARCHIVE,velm_archive>)
+target_link_libraries(velm_static INTERFACE $<LINK_LIBRARY:WHOLE_ARCHIVE,velm::velm_archive>)
 
 foreach(target velm velm_archive velm_static)
     target_include_directories(${target} INTERFACE

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """count_tests.py FOLDER: counts the test cases of a run from the report of ctest and, beside it, the
-reports that the test programs wrote themselves. Closes with 'N passed, N failed[, N skipped]'."""
+reports that the test programs wrote themselves. Closes with 'N passed, N failed[, N skipped]' and
+leaves the three numbers in FOLDER/total."""
 import json
 import pathlib
 import sys
@@ -35,6 +36,7 @@ def main():
         for kind, count in counts.items():
             total[kind] += count
     skipped = f", {total['skipped']} skipped" if total["skipped"] else ""
+    (folder / "total").write_text(" ".join(str(count) for count in total.values()) + "\n")
     print(f"{total['passed']} passed, {total['failed']} failed{skipped}")
     return 1 if total["failed"] or not total["passed"] else 0
 
