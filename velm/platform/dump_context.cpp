@@ -1,10 +1,12 @@
 #include "velm/platform/dump_context.h"
 
 #include "velm/platform/debug_output.h"
+#include "velm/platform/file.h"
 #include "velm/platform/root_class.h"
 
 #include <charconv>
 #include <cstdint>
+#include <cstring>
 #include <ostream>
 
 namespace {
@@ -22,7 +24,9 @@ void write_number(CDumpContext& context, Number value, Format... format) {
 CDumpContext::~CDumpContext() = default;
 
 void CDumpContext::OutputString(const char* text) {
-    if (m_pStream != nullptr) {
+    if (m_pFile != nullptr) {
+        m_pFile->Write(text, static_cast<UINT>(std::strlen(text)));
+    } else if (m_pStream != nullptr) {
         *m_pStream << text;
     } else {
         OutputDebugStringA(text);
@@ -30,6 +34,7 @@ void CDumpContext::OutputString(const char* text) {
 }
 
 void CDumpContext::Flush() {
+    if (m_pFile != nullptr) m_pFile->Flush();
     if (m_pStream != nullptr) m_pStream->flush();
 }
 

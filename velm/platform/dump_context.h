@@ -8,12 +8,13 @@
 
 class CObject;
 
-/// Writes text to a standard stream or, when made from nothing, to the debug output.
+/// Writes text to a file, to a standard stream or, when made from nothing, to the debug output.
 /// The target is not owned and must outlive the context. Numbers are written in full precision and
 /// never through a locale.
 class VELM_API CDumpContext {
 public:
     CDumpContext() = default;
+    explicit CDumpContext(CFile* file) : m_pFile(file) {}
     explicit CDumpContext(std::ostream& stream) : m_pStream(&stream) {}
     CDumpContext(const CDumpContext&) = delete;
     CDumpContext& operator=(const CDumpContext&) = delete;
@@ -43,6 +44,7 @@ protected:
     virtual void OutputString(const char* text);
 
 private:
+    CFile* m_pFile = nullptr;
     std::ostream* m_pStream = nullptr;
     int m_nDepth = 0;
 };

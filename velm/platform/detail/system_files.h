@@ -1,0 +1,43 @@
+// SystemFiles: the operating system's file operations as CFile uses them, replaceable by a test.
+#pragma once
+
+#include "velm/export.h"
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <cstddef>
+
+namespace velm::detail {
+
+/// Each operation behaves like the system call it is named for: -1 with errno set is a failure. A
+/// test derives from it to make the k-th call fail, fall short or be interrupted.
+class VELM_API SystemFiles {
+public:
+    virtual ~SystemFiles();
+
+    virtual int open(const char* path, int flags, mode_t mode);
+    virtual int close(int file);
+    virtual int duplicate(int file);
+    virtual ssize_t read(int file, void* buffer, std::size_t count, off_t offset);
+    virtual ssize_t write(int file, const void* buffer, std::size_t count, off_t offset);
+    /// CFile keeps its position itself: a seek is announced here before it takes effect, and the
+    /// system has nothing to do.
+    virtual int seek(int file, off_t offset);
+    virtual int status(int file, struct stat* status);
+    virtual int truncate(int file, off_t length);
+    virtual int synchronise(int file);
+    /// Takes a lock on a range of bytes, shared or exclusive, without waiting.
+    virtual int lock(int file, off_t first, off_t count, bool exclusive);
+    /// Whether another open file holds a lock on the byte: 0 or 1.
+    virtual int is_locked(int file, off_t byte);
+};
+
+/// The operations in force.
+VELM_API SystemFiles& system_files();
+
+/// Sets the operations for the whole process, null for the system's own; not while another thread
+/// uses a file. Returns what was set.
+VELM_API SystemFiles* set_system_files(SystemFiles* operations);
+
+} // namespace velm::detail
