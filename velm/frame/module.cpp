@@ -1,0 +1,41 @@
+#include "velm/frame/module.h"
+
+#include "velm/platform/debug_output.h"
+
+namespace {
+
+constinit AFX_EXTENSION_MODULE velm_module;
+
+/// The record, ready also when a host's static initialiser comes before the library's own.
+AFX_EXTENSION_MODULE& initialised_module() {
+    AfxInitExtensionModule(velm_module, &velm_module);
+    return velm_module;
+}
+
+enum class Reason { process_attach, process_detach };
+
+/// The library's entry point. Threads need nothing here: their records come at first use and go
+/// with the thread.
+int entry_point(Reason reason) {
+    if (reason == Reason::process_attach) {
+        OutputDebugStringA("VELM.DLL Initializing!\n");
+        initialised_module();
+        if (AfxGetModuleState() == AfxGetAppModuleState()) new CDynLinkLibraryVELM;
+    } else {
+        AfxTermExtensionModule(velm_module);
+    }
+    return 1;
+}
+
+struct EntryPointCaller {
+    EntryPointCaller() { entry_point(Reason::process_attach); }
+    ~EntryPointCaller() { entry_point(Reason::process_detach); }
+} const entry_point_caller;
+
+} // namespace
+
+CDynLinkLibraryVELM::CDynLinkLibraryVELM() : CDynLinkLibrary(initialised_module()) {}
+
+CDynLinkLibraryVELM::~CDynLinkLibraryVELM() = default;
+
+void InitVelmDLL() { new CDynLinkLibraryVELM; }
