@@ -24,6 +24,7 @@
 #include "velm/frame/interval.h"
 #include "velm/frame/main_direction.h"
 #include "velm/frame/math_utils.h"
+#include "velm/frame/module.h"
 #include "velm/frame/object.h"
 #include "velm/frame/point.h"
 #include "velm/frame/point_functions.h"

@@ -1,0 +1,244 @@
+// The class registry and castdown, with dynamic_cast as the oracle.
+#include "velm/frame/object.h"
+#include "velm/platform/debug_output.h"
+#include "velm/platform/dump_context.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <set>
+#include <sstream>
+#include <string>
+#include <tuple>
+
+namespace {
+
+template <class X>
+ERObject* copy_of(X const& object) {
+    return new X(object);
+}
+
+#define VELM_TEST_CONCRETE(X)                                                                      \
+    VELM_DECLARE_CLASS(X)                                                                          \
+    ERObject* getCopy() const override { return copy_of(*this); }                                  \
+    void printOn(std::ostream& out) const override { out << #X; }
+
+// A chain; two bases over one virtual base; bases behind a class without registration, so that the
+// addresses of the parts differ; and two bases that hold a part each of the same class.
+class Shape : public ERObject {
+    VELM_DECLARE_CLASS(Shape)
+};
+class Curve : public Shape {
+    VELM_TEST_CONCRETE(Curve)
+};
+class Arc : public Curve {
+    VELM_TEST_CONCRETE(Arc)
+};
+struct Angles {
+    virtual ~Angles() = default;
+    double values[3] = {};
+};
+class Finite : public Angles, public virtual Shape {
+    VELM_DECLARE_CLASS(Finite)
+};
+class Circle : public virtual Shape {
+    VELM_TEST_CONCRETE(Circle)
+};
+class CircleArc : public Circle, public Finite {
+    VELM_TEST_CONCRETE(CircleArc)
+};
+struct Text {
+    virtual ~Text() = default;
+    std::string text;
+};
+class CircleArcWithText : public Text, public CircleArc {
+    VELM_TEST_CONCRETE(CircleArcWithText)
+};
+class Part : public virtual ERObject {
+    VELM_DECLARE_CLASS(Part)
+};
+class Left : public Part {
+    VELM_TEST_CONCRETE(Left)
+};
+class Right : public Part {
+    VELM_TEST_CONCRETE(Right)
+};
+class Both : public Left, public Right {
+    VELM_TEST_CONCRETE(Both)
+};
+
+VELM_DEFINE_CLASS_NOT_CREATABLE(Shape, ERObject)
+VELM_DEFINE_CLASS(Curve, Shape)
+VELM_DEFINE_CLASS(Arc, Curve)
+VELM_DEFINE_CLASS_NOT_CREATABLE(Finite, Shape)
+VELM_DEFINE_CLASS(Circle, Shape)
+VELM_DEFINE_CLASS(CircleArc, Circle, Finite)
+VELM_DEFINE_CLASS(CircleArcWithText, CircleArc)
+VELM_DEFINE_CLASS_NOT_CREATABLE(Part, ERObject)
+VELM_DEFINE_CLASS(Left, Part)
+VELM_DEFINE_CLASS(Right, Part)
+VELM_DEFINE_CLASS(Both, Left, Right)
+
+using Concrete = std::tuple<Curve, Arc, Circle, CircleArc, CircleArcWithText, Left, Right>;
+
+template <class X>
+void expect_as_dynamic_cast(ERObject* object) {
+    SCOPED_TRACE(std::string(object->className()) + " to " + X::desc()->getName());
+    X* const expected = dynamic_cast<X*>(object);
+    EXPECT_EQ(X::castdown(object), expected);
+    EXPECT_EQ(X::castdown(static_cast<ERObject const*>(object)), expected);
+    EXPECT_EQ(object->isKindOf(X::desc()), expected != nullptr);
+    EXPECT_EQ(object->IsKindOf(X::GetThisClass()),
+              // The framework's record knows the first base only.
+              expected != nullptr &&
+                  !(X::desc() == Finite::desc() && object->isKindOf(Circle::desc())));
+    EXPECT_EQ(object->isMemberOf(X::desc()), object->isA() == X::desc());
+    if (!expected) return;
+    EXPECT_EQ(&X::castdown(*object), expected);
+    EXPECT_EQ(&X::castdown(static_cast<ERObject const&>(*object)), expected);
+}
+
+TEST(ClassTree, CastdownFindsWhatDynamicCastFinds) {
+    auto const check = [](auto object) {
+        expect_as_dynamic_cast<ERObject>(&object);
+        expect_as_dynamic_cast<Shape>(&object);
+        expect_as_dynamic_cast<Curve>(&object);
+        expect_as_dynamic_cast<Arc>(&object);
+        expect_as_dynamic_cast<Finite>(&object);
+        expect_as_dynamic_cast<Circle>(&object);
+        expect_as_dynamic_cast<CircleArc>(&object);
+        expect_as_dynamic_cast<CircleArcWithText>(&object);
+        expect_as_dynamic_cast<Part>(&object);
+        expect_as_dynamic_cast<Left>(&object);
+        expect_as_dynamic_cast<Right>(&object);
+    };
+    std::apply([&](auto const&... objects) { (check(objects), ...); }, Concrete());
+    EXPECT_EQ(Curve::castdown(static_cast<ERObject*>(nullptr)), nullptr);
+}
+
+TEST(ClassTree, TheSecondBaseStandsWhereTwoDiffer) {
+    Both both;
+    ASSERT_NE(static_cast<Part*>(static_cast<Left*>(&both)),
+              static_cast<Part*>(static_cast<Right*>(&both)));
+    EXPECT_EQ(Part::castdown(&both), static_cast<Right*>(&both));
+    EXPECT_EQ(Left::castdown(&both), static_cast<Left*>(&both));
+}
+
+TEST(ClassTreeDeathTest, AReferenceIsNeverNull) {
+    Circle circle;
+    ERObject& object = circle;
+    EXPECT_DEATH(Curve::castdown(object),
+                 "velm: castdown of an object of class Circle to a reference of class Curve");
+}
+
+TEST(ClassTree, RecordsLeaveTheListInAnyOrder) {
+    ERClassRegistration const* none[] = {nullptr};
+    auto const make = [&](char const* name) {
+        return std::make_unique<ERClassRegistration>(name, 1u, none, none, nullptr);
+    };
+    auto const before = velm::registered_classes();
+    auto first = make("Twice"), middle = make("Middle"), last = make("Twice");
+    EXPECT_EQ(ERClassRegistration::findClassRegistration("Twice"), last.get());
+    middle.reset();
+    EXPECT_EQ(ERClassRegistration::findClassRegistration("Middle"), nullptr);
+    last.reset();
+    EXPECT_EQ(ERClassRegistration::findClassRegistration("Twice"), first.get());
+    EXPECT_EQ(ERClassRegistration::findClassRegistration("twice"), nullptr);
+    first.reset();
+    EXPECT_EQ(velm::registered_classes(), before);
+}
+
+TEST(ClassTree, AHostsOwnRecords) {
+    ERClassRegistration const* none[] = {nullptr};
+    ERClassRegistration const wheel("Wheel", 1, none, none, nullptr);
+    ERClassRegistration const* wheels[] = {&wheel, nullptr};
+    ERClassRegistration const car("Car", 1, none, wheels, nullptr);
+    ERClassRegistration const* cars[] = {&wheel, &car, nullptr};
+    ERClassRegistration const train("Train", 1, cars, cars, nullptr);
+    EXPECT_EQ(train.hasMember(&wheel) + car.hasMember(&wheel) + car.hasMember(&car), 3);
+    EXPECT_EQ(wheel.hasMember(&car) + car.hasMember(&train) + car.isKindOf(&wheel), 0);
+    EXPECT_EQ(train.isKindOf(&car), 1);
+    ERClassRegistration const rootless("Rootless", 1, nullptr, none, nullptr);
+    EXPECT_EQ(rootless.isKindOf(&car), 0);
+}
+
+// Reaches DumpBased, which only the class itself calls.
+template <auto Member>
+struct Reach {
+    friend void dump_bases(ERClassRegistration const& record, int depth) {
+        (record.*Member)(depth);
+    }
+};
+void dump_bases(ERClassRegistration const& record, int depth);
+template struct Reach<&ERClassRegistration::DumpBased>;
+
+TEST(ClassTree, BasesAreDumpedAsATree) {
+    std::string text;
+    auto const append = [](char const* more, void* to) { *static_cast<std::string*>(to) += more; };
+    velm::set_debug_sink(append, &text);
+    text.clear();
+    ERClassRegistration::DumpAllClasses();
+    dump_bases(*CircleArc::desc(), 0);
+    velm::set_debug_sink(nullptr);
+    EXPECT_EQ(text, "\t+------->Circle\n\t\t+------->Shape\n\t\t\t+------->ERObject\n"
+                    "\t+------->Finite\n\t\t+------->Shape\n\t\t\t+------->ERObject\n");
+}
+
+// Every class of the library and of this program: what its registration says is true of the class.
+TEST(ClassTree, EveryRegisteredClass) {
+    std::set<std::string> names;
+    int creatable = 0;
+    for (ERClassRegistration const* c : velm::registered_classes()) {
+        SCOPED_TRACE(c->getName());
+        EXPECT_TRUE(names.insert(c->getName()).second);
+        EXPECT_TRUE(c->isKindOf(ERObject::desc()));
+        auto const create = ERClassRegistration::findCreator(c->getName());
+        if (!create) continue;
+        ++creatable;
+        std::unique_ptr<ERObject> const object(create());
+        std::unique_ptr<ERObject> const copy(object->getCopy());
+        for (ERObject const* made : {object.get(), copy.get()}) {
+            EXPECT_EQ(made->isA(), c);
+            EXPECT_STREQ(made->className(), c->getName());
+            EXPECT_EQ(made->_castdown(*c) != nullptr, true);
+            EXPECT_EQ(made->isOnTheHeap(), 1);
+            EXPECT_EQ(made->references(), 0);
+            EXPECT_EQ(made->getObjectID(), -1);
+            EXPECT_EQ(made->Database(), nullptr);
+            CRuntimeClass const* const runtime = made->GetRuntimeClass();
+            EXPECT_STREQ(runtime->m_lpszClassName, c->getName());
+            EXPECT_EQ(static_cast<std::size_t>(runtime->m_nObjectSize), c->getSize());
+            EXPECT_EQ(runtime->m_wSchema, 0xFFFFu);
+            EXPECT_TRUE(made->IsKindOf(ERObject::GetThisClass()));
+            EXPECT_TRUE(made->IsKindOf(CObject::GetThisClass()));
+        }
+    }
+    EXPECT_GE(creatable, 8);
+    EXPECT_EQ(names.count("ERObject") + names.count("Shape"), 2u);
+    EXPECT_EQ(ERClassRegistration::findCreator("Shape"), nullptr);
+    EXPECT_EQ(ERClassRegistration::findCreator("Unknown"), nullptr);
+}
+
+TEST(Object, DumpAndStreamsTellTheText) {
+    std::ostringstream out;
+    CDumpContext context(out);
+    CircleArc const arc;
+    arc.Dump(context);
+    EXPECT_EQ(out.str(), "ERObject which is a CircleArc\nE : CircleArc\nCircleArc");
+    std::ostringstream text;
+    text << static_cast<ERObject const&>(arc) << "!";
+    EXPECT_EQ(text.str(), "CircleArc!");
+}
+
+class Invalid : public Curve {
+public:
+    int isValid() const override { return 0; }
+};
+
+TEST(Object, InvalidObjectsAreNotStopped) {
+    std::string const long_name(5000, 'x');
+    Invalid().assertValid(long_name.c_str(), __LINE__);
+    ER_assert(long_name.c_str(), "file", 1);
+}
+
+} // namespace

@@ -1,0 +1,196 @@
+// isOnTheHeap: exactly the objects that `new` made, whatever happens between the allocation and the
+// object's own construction.
+#include "velm/frame/object.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <ostream>
+#include <thread>
+#include <vector>
+
+namespace {
+
+class Leaf : public ERObject {
+    VELM_DECLARE_CLASS(Leaf)
+    ERObject* getCopy() const override { return new Leaf(*this); }
+    void printOn(std::ostream&) const override {}
+    double value = 0.0;
+};
+
+/// Owns what its constructor argument makes, and holds two objects as members.
+class Node : public ERObject {
+    VELM_DECLARE_CLASS(Node)
+    Node() = default;
+    explicit Node(ERObject* made) : child(made) {}
+    Node(ERObject* made, Leaf const& copied) : child(made), second(copied) {}
+    Node(Node const& other)
+        : ERObject(other), first(other.first),
+          child(other.child ? other.child->getCopy() : nullptr), second(other.second) {}
+    ERObject* getCopy() const override { return new Node(*this); }
+    void printOn(std::ostream&) const override {}
+
+    Leaf first;
+    std::unique_ptr<ERObject> child;
+    Leaf second;
+};
+
+struct ThrowsFirst {
+    explicit ThrowsFirst(bool thrown) {
+        if (thrown) throw 1;
+    }
+};
+
+/// An exception from a base that comes before the ERObject part, or from a member after it.
+class Thrower : public ThrowsFirst, public ERObject {
+    VELM_DECLARE_CLASS(Thrower)
+    Thrower() : ThrowsFirst(false), last(false) {}
+    Thrower(bool before, bool after) : ThrowsFirst(before), last(after) {}
+    ERObject* getCopy() const override { return new Thrower(*this); }
+    void printOn(std::ostream&) const override {}
+
+    ThrowsFirst last;
+};
+
+class FarBase : public ERObject {
+    VELM_DECLARE_CLASS(FarBase)
+};
+class Diamond1 : public virtual FarBase {
+    VELM_DECLARE_CLASS(Diamond1)
+    double values[5] = {};
+};
+class Diamond2 : public virtual FarBase {
+    VELM_DECLARE_CLASS(Diamond2)
+    Leaf leaf;
+};
+class Diamond : public Diamond1, public Diamond2 {
+    VELM_DECLARE_CLASS(Diamond)
+    ERObject* getCopy() const override { return new Diamond(*this); }
+    void printOn(std::ostream&) const override {}
+};
+
+VELM_DEFINE_CLASS(Leaf, ERObject)
+VELM_DEFINE_CLASS(Node, ERObject)
+VELM_DEFINE_CLASS(Thrower, ERObject)
+VELM_DEFINE_CLASS_NOT_CREATABLE(FarBase, ERObject)
+VELM_DEFINE_CLASS_NOT_CREATABLE(Diamond1, FarBase)
+VELM_DEFINE_CLASS_NOT_CREATABLE(Diamond2, FarBase)
+VELM_DEFINE_CLASS(Diamond, Diamond1, Diamond2)
+
+Leaf made_leaf() { return {}; }
+
+/// The constructor arguments nest: every block is allocated before the innermost object is made.
+Node* nested(int depth) { return new Node(depth > 0 ? nested(depth - 1) : nullptr); }
+
+void expect_marks(Node const& node, int heap) {
+    EXPECT_EQ(node.isOnTheHeap(), heap);
+    EXPECT_EQ(node.first.isOnTheHeap(), 0);
+    EXPECT_EQ(node.second.isOnTheHeap(), 0);
+    EXPECT_TRUE(!node.child || node.child->isOnTheHeap());
+}
+
+TEST(HeapMark, MembersArgumentsAndVirtualBases) {
+    std::unique_ptr<Node> const node(new Node(new Leaf, made_leaf()));
+    expect_marks(*node, 1);
+    expect_marks(*std::unique_ptr<Node>(new Node(*node)), 1);
+    expect_marks(Node(*node), 0);
+    expect_marks(Node(new Leaf), 0);
+    expect_marks(*std::make_unique<Node>(new Node(new Leaf)), 1);
+    expect_marks(*std::make_shared<Node>(new Leaf), 0);
+    for (Node const& element : std::vector<Node>(3, *node)) // from the global allocator
+        expect_marks(element, 0);
+    expect_marks(std::make_unique<Node[]>(2)[1], 0);
+
+    std::unique_ptr<Leaf> const elided(new Leaf(made_leaf()));
+    EXPECT_EQ(elided->isOnTheHeap(), 1);
+    std::unique_ptr<Diamond> const diamond(new Diamond);
+    EXPECT_EQ(diamond->isOnTheHeap(), 1);
+    EXPECT_EQ(diamond->leaf.isOnTheHeap(), 0);
+    EXPECT_EQ(std::unique_ptr<ERObject>(diamond->getCopy())->isOnTheHeap(), 1);
+    EXPECT_EQ(Diamond().isOnTheHeap(), 0);
+    EXPECT_EQ(std::unique_ptr<Leaf>(new (__FILE__, __LINE__) Leaf)->isOnTheHeap(), 1);
+
+    std::unique_ptr<Node> const chain(nested(100));
+    int length = 0;
+    for (Node const* n = chain.get(); n; n = static_cast<Node const*>(n->child.get()), ++length)
+        expect_marks(*n, 1);
+    EXPECT_EQ(length, 101);
+}
+
+TEST(HeapMark, AssignmentKeepsTheTargetsMark) {
+    std::unique_ptr<Leaf> const heap(new Leaf);
+    Leaf local;
+    local = *heap;
+    *heap = Leaf();
+    EXPECT_EQ(local.isOnTheHeap(), 0);
+    EXPECT_EQ(heap->isOnTheHeap(), 1);
+}
+
+std::uintptr_t address(void const* p) { return reinterpret_cast<std::uintptr_t>(p); }
+
+/// Makes a T without `new` at the address that a block had which is gone, where the allocator gives
+/// it again.
+template <class T>
+void expect_no_mark_left_at(std::uintptr_t gone) {
+    std::vector<void*> blocks;
+    do
+        blocks.push_back(std::malloc(sizeof(T)));
+    while (address(blocks.back()) != gone && blocks.size() < 100);
+    T* const object = new (blocks.back()) T;
+    EXPECT_EQ(object->isOnTheHeap(), 0);
+    object->~T();
+    for (void* b : blocks)
+        std::free(b);
+}
+
+TEST(HeapMark, GoesWithTheBlock) {
+    std::uintptr_t const before = address(std::unique_ptr<Thrower>(new Thrower).get());
+    EXPECT_THROW(delete new Thrower(true, false), int);
+    expect_no_mark_left_at<Thrower>(before);
+    EXPECT_THROW(delete new Thrower(false, true), int);
+    expect_no_mark_left_at<Thrower>(before);
+    auto const thrown = []() -> Leaf* { throw 1; };
+    EXPECT_THROW(delete new Node(thrown()), int);
+    EXPECT_THROW(delete new Node(new Node(new Leaf), (delete thrown(), Leaf())), int);
+
+    void* const raw = Leaf::operator new(sizeof(Leaf));
+    std::uintptr_t const raw_address = address(raw);
+    Leaf::operator delete(raw);
+    expect_no_mark_left_at<Leaf>(raw_address);
+
+    // In two steps it is the same as in one.
+    void* const place = Leaf::operator new(sizeof(Leaf));
+    std::unique_ptr<Leaf> const leaf(new (place) Leaf);
+    EXPECT_EQ(leaf->isOnTheHeap(), 1);
+    alignas(Leaf) std::byte storage[sizeof(Leaf)];
+    Leaf* const local = new (storage) Leaf;
+    EXPECT_EQ(local->isOnTheHeap(), 0);
+    local->~Leaf();
+}
+
+TEST(HeapMark, BlocksFreedByAnotherThreadAreForgotten) {
+    for (int i = 0; i < 20; ++i) {
+        void* const raw = Node::operator new(sizeof(Node));
+        std::thread([raw] { Node::operator delete(raw); }).join();
+        expect_marks(*std::unique_ptr<Node>(new Node(new Leaf)), 1);
+    }
+}
+
+TEST(HeapMark, ThreadsDoNotSeeEachOther) {
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([] {
+            for (int i = 0; i < 200; ++i) {
+                std::unique_ptr<Node> const node(nested(i % 20));
+                expect_marks(*node, 1);
+                expect_marks(Node(*node), 0);
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+} // namespace

@@ -1,0 +1,49 @@
+// How the library joins the application that loads it.
+#include "velm/frame/module.h"
+#include "velm/platform/debug_output.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+int entries_of_velm() {
+    int count = 0;
+    for (CDynLinkLibrary const* l = AfxGetAppModuleState()->m_libraryList; l; l = l->m_pNextDLL)
+        count += dynamic_cast<CDynLinkLibraryVELM const*>(l) != nullptr;
+    return count;
+}
+
+// In a process of its own: the first sink gets what was written while the library loaded.
+TEST(ModuleDeathTest, AnnouncesItselfOnce) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            std::string text;
+            velm::set_debug_sink(
+                [](char const* more, void* to) { *static_cast<std::string*>(to) += more; }, &text);
+            InitVelmDLL();
+            velm::set_debug_sink(nullptr);
+            std::_Exit(text == "VELM.DLL Initializing!\n" ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(Module, EntersItselfAndAgainOnEachCall) {
+    EXPECT_EQ(entries_of_velm(), 1);
+    InitVelmDLL();
+    EXPECT_EQ(entries_of_velm(), 2);
+    delete AfxGetAppModuleState()->m_libraryList;
+
+    AFX_MODULE_STATE library_of_the_host;
+    AFX_MODULE_STATE* const before = AfxSetModuleState(&library_of_the_host);
+    InitVelmDLL();
+    AfxSetModuleState(before);
+    EXPECT_EQ(entries_of_velm(), 1);
+    EXPECT_NE(dynamic_cast<CDynLinkLibraryVELM*>(library_of_the_host.m_libraryList), nullptr);
+    delete library_of_the_host.m_libraryList;
+}
+
+} // namespace
