@@ -10,10 +10,13 @@
 #include "velm/platform/dump_context.h"
 #include "velm/platform/exception.h"
 #include "velm/platform/extension_module.h"
+#include "velm/platform/file.h"
+#include "velm/platform/file_exception.h"
 #include "velm/platform/integer_types.h"
 #include "velm/platform/root_class.h"
 #include "velm/platform/thread_local_object.h"
 
+#include "velm/frame/binary_file.h"
 #include "velm/frame/box.h"
 #include "velm/frame/box_clipping.h"
 #include "velm/frame/class_macros.h"
@@ -32,6 +35,8 @@
 #include "velm/frame/radian.h"
 #include "velm/frame/reference.h"
 #include "velm/frame/smart_pointer.h"
+#include "velm/frame/stored_form.h"
+#include "velm/frame/stored_value.h"
 #include "velm/frame/tuple.h"
 #include "velm/frame/vector.h"
 

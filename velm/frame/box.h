@@ -7,6 +7,7 @@
 #include "velm/frame/enumerations.h"
 #include "velm/frame/point.h"
 #include "velm/frame/pole.h"
+#include "velm/frame/stored_value.h"
 #include "velm/frame/vector.h"
 #include "velm/fwd.h"
 
@@ -19,7 +20,7 @@ namespace velm::detail {
 /// else is looked at. `Box` offers `at(box, n)`, its field by index: the minima of the axes, then
 /// the maxima.
 template <class Box, class Dimension>
-class VELM_API BoxOperations {
+class VELM_API BoxOperations : public StoredValue<Box> {
 public:
     using Point = typename Dimension::Point;
     using Vector = typename Dimension::Vector;
@@ -139,11 +140,6 @@ public:
             return !(lower(axis) > other.upper(axis) || other.lower(axis) > upper(axis));
         });
     }
-
-    /// The stored form: the fields in order as little-endian doubles.
-    void saveGuts(ERFile& file) const;
-    void restoreGuts(ERFile& file);
-    constexpr unsigned int binaryStoreSize() const { return 16u * Dimension::size; }
 
     /// RelativePosition(a, b), see below.
     static constexpr RELATIVE_BOX_POSITION position(const Box& a, const Box& b) {

@@ -16,6 +16,5 @@
 /// Returns how the segment lies to the box. `ra` and `rb` are the clipped ends when it crosses, a
 /// and b when it lies inside or outside by its ends alone, partly clipped when every border failed,
 /// and stay as they are when the box is empty.
-VELM_API ER_MINMAX_POSITION_SEGMENT SutherCohen(const ERPoint2D& a, const ERPoint2D& b,
-                                                const ERMinimax2D& box, ERPoint2D& ra,
-                                                ERPoint2D& rb);
+VELM_API ER_MINMAX_POSITION_SEGMENT SutherCohen(ERPoint2D a, ERPoint2D b, const ERMinimax2D& box,
+                                                ERPoint2D& ra, ERPoint2D& rb);

@@ -2,12 +2,13 @@
 #pragma once
 
 #include "velm/export.h"
+#include "velm/frame/stored_value.h"
 
 #include <algorithm>
 #include <cmath>
 
 /// A closed parameter interval from start to end; start may lie above end.
-class VELM_API ERLimites {
+class VELM_API ERLimites : public velm::detail::StoredValue<ERLimites> {
 public:
     constexpr ERLimites() = default;
     constexpr ERLimites(double start, double end) : start_(start), end_(end) {}
@@ -64,7 +65,9 @@ public:
         return *this;
     }
     /// Both ends exactly equal.
-    constexpr bool operator==(const ERLimites&) const = default;
+    constexpr bool operator==(const ERLimites& other) const {
+        return start_ == other.start_ && end_ == other.end_;
+    }
 
     double start_ = 0.0;
     double end_ = 0.0;

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "velm/export.h"
-#include "velm/fwd.h"
+#include "velm/frame/stored_value.h"
 
 #include <iosfwd>
 
@@ -19,7 +19,7 @@ VELM_API std::istream& read_tuple(std::istream& in, Value& value);
 /// - `each(f)`, the value whose components are f(0), f(1), ...
 /// Dividing gives a `Quotient`, which is the class itself except for vectors.
 template <class Value, class Quotient = Value>
-class VELM_API Tuple {
+class VELM_API Tuple : public StoredValue<Value> {
 public:
     constexpr Value operator-() const {
         const Value& a = self();
@@ -66,11 +66,6 @@ public:
     friend std::istream& operator>>(std::istream& in, Value& value) {
         return read_tuple(in, value);
     }
-
-    /// The stored form: the components as little-endian doubles.
-    void saveGuts(ERFile& file) const;
-    void restoreGuts(ERFile& file);
-    constexpr unsigned int binaryStoreSize() const { return Value::components * 8u; }
 
 private:
     constexpr Value& self() { return static_cast<Value&>(*this); }
