@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""check_floors.py: fails when an #include of the library points to a higher floor, or when files
-include each other in a circle. docs/architecture.md tells the floors."""
+"""check_floors.py: fails when an #include of the library points to a higher floor, when files include
+each other in a circle, or when a public header includes an internal one (under detail/), which is
+not installed. docs/architecture.md tells the floors."""
 import pathlib
 import re
 import sys
@@ -65,6 +66,8 @@ def main():
                 faults.append(f"{source}: includes {target}, which does not exist")
             elif not may_include(source, target):
                 faults.append(f"{source}: the include of {target} points up")
+            elif "/detail/" in target and source.endswith(".h") and "/detail/" not in source:
+                faults.append(f"{source}: a public header includes the internal {target}")
     circle = find_circle(arrows)
     if circle:
         faults.append("files include each other in a circle: " + " -> ".join(circle))
