@@ -18,6 +18,7 @@ class ERReference;
 class ERTr3DRevRep;
 class ERVecRep;
 class ERVecRepCache;
+class velmThreadLocalData;
 template <class T>
 class t_SmartPtr;
 

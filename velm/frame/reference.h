@@ -14,8 +14,8 @@
 /// information only. A copy takes the word over as it stands, the plain member copy.
 class VELM_API ERReference {
 public:
-    ERReference() : count(-1) {}
-    explicit ERReference(long references) : count(static_cast<std::int32_t>(references - 1)) {}
+    constexpr ERReference() : count(-1) {}
+    explicit constexpr ERReference(long references) : count(static_cast<std::int32_t>(references - 1)) {}
     ERReference(const ERReference& other) : count(other.load()) {}
     ERReference& operator=(const ERReference& other) {
         count.store(other.load(), std::memory_order_relaxed);

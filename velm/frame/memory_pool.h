@@ -1,0 +1,142 @@
+// ERMemPool, ERChunk, ERMemoryPool, FastAllocate, FastDeallocate: pools of small blocks.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/fwd.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+/// Above 0, collateFreeSpace() tells the debug output when it begins and ends.
+VELM_API extern int debug_MemPool;
+
+/// A block for size * count bytes, aligned to 8. Up to 383 bytes come from the calling thread's
+/// pools, more from the global allocator. A block may be given back on any thread, and later than
+/// its own thread ended. Throws std::bad_alloc.
+VELM_API void* FastAllocate(std::size_t size, int count = 1);
+/// Gives such a block back; null does nothing.
+VELM_API void FastDeallocate(void* block);
+
+/// What stands in front of each item of a chunk.
+struct HeaderBloc {
+    ERChunk* chunk;
+};
+
+/// A block of 4096 bytes cut into slots for items of one size, each behind a HeaderBloc. This is
+/// the head of the block; chunks are made and deleted by their pool.
+class VELM_API ERChunk {
+public:
+    static constexpr std::size_t chunk_bytes = 4096;
+
+    static constexpr std::size_t get_dataregion_offset() { return 64; }
+    static constexpr std::size_t capacity_for(std::size_t item_bytes) {
+        return (chunk_bytes - get_dataregion_offset()) / (item_bytes + sizeof(HeaderBloc));
+    }
+    /// Bytes of a slot.
+    std::size_t get_block_size() const { return itemSize + sizeof(HeaderBloc); }
+
+    /// A free item, its bytes still poisoned; null if the chunk is full. The last slot is never
+    /// handed out, on purpose.
+    void* GetNextFreeItem();
+    /// Takes an item of this chunk back.
+    void FreeItem(void* item);
+    /// The chunk made before this one in the same pool.
+    ERChunk* GetPrevious() const { return previous; }
+    /// Whether a header lies in this chunk's slots.
+    bool IsInBound(const HeaderBloc* header) const;
+    /// Takes the chunk out of its pool's chain and gives it to the allocator.
+    void unlinkAndDelete();
+
+private:
+    friend class ERMemPool;
+    friend void FastDeallocate(void* block);
+
+    static ERChunk* make(ERMemPool& pool);
+    void destroy();
+    std::byte* slot(std::size_t index);
+
+    std::size_t itemSize;
+    std::uint32_t capacity; // slots
+    std::uint32_t used;     // slots handed out so far from the untouched part
+    std::uint32_t inUse;    // items now allocated
+    ERChunk* previous;      // older
+    ERChunk* next;          // newer
+    void* freeList;         // linked through the items' first words
+    ERMemPool* pool;        // null once the pool's thread has ended
+    // Whose thread may use the pool: that record, no_owner or ended_owner.
+    std::atomic<const void*> owner;
+};
+
+/// Hands out items of one size from chunks of 4096 bytes. Freed items gather on a deferred list,
+/// from where they are handed out again; with more than deferLimit there, all return to their
+/// chunks, and a chunk that is then empty to the allocator. With a limit of 0 items return at once.
+///
+/// A pool has no lock. One that a host makes belongs to whatever its items belong to: its users
+/// keep to one thread at a time, and all its items die with it. The pools of a thread
+/// (GetFastPools) take items back from any thread, and chunks that still hold items when the thread
+/// ends live on until the last of these returns.
+class VELM_API ERMemPool {
+public:
+    explicit ERMemPool(std::size_t itemSize, std::size_t deferLimit = 1024);
+    ERMemPool(const ERMemPool&) = delete;
+    ERMemPool& operator=(const ERMemPool&) = delete;
+    ~ERMemPool() { purge(); }
+
+    std::size_t elementSize() const { return itemSize; }
+
+    /// Returns the deferred items to their chunks.
+    void collateFreeSpace();
+    /// Gives all chunks to the allocator, with whatever items are still in use.
+    void purge();
+
+    /// The pools of a thread's record, and their end. For velmThreadLocalData.
+    static ERMemPool* make_thread_pools(const velmThreadLocalData* record);
+    static void end_thread_pools(ERMemPool* pools);
+
+private:
+    friend class ERChunk;
+    friend class ERMemoryPool;
+    friend VELM_API void* FastAllocate(std::size_t size, int count);
+    friend VELM_API void FastDeallocate(void* block);
+
+    static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+
+    ERMemPool(); // for make_thread_pools: the next size of a thread's pools
+
+    void* alloc();
+    void free(void* item);
+
+    void* alloc_from_chunks();
+    void push_deferred(void* item);
+    void* pop_deferred();
+    void return_to_chunk(void* item);
+    static void hand_over(ERChunk* chunk, void* item);
+    void take_handed_over();
+    void outlive_thread();
+
+    ERChunk* head = nullptr; // the newest
+    std::size_t itemSize;
+    std::size_t deferLimit;
+    std::size_t deferred = 0;
+    void* deferredList = nullptr;
+    // Items that other threads gave back. Changed under a lock; the owner looks without.
+    std::atomic<void*> handed_over_{nullptr};
+    const void* owner_;
+};
+
+/// The base of small classes whose objects come from the thread's pools, or from a given one.
+class VELM_API ERMemoryPool {
+public:
+    static void* operator new(std::size_t size) { return FastAllocate(size, 1); }
+    static void* operator new(std::size_t size, int count) { return FastAllocate(size, count); }
+    /// An item of this pool; what does not fit its items comes from the global allocator.
+    static void* operator new(std::size_t size, ERMemPool& pool);
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+
+    static void operator delete(void* block) { FastDeallocate(block); }
+    static void operator delete(void* block, int) { FastDeallocate(block); }
+    static void operator delete(void* block, ERMemPool&) { FastDeallocate(block); }
+    static void operator delete(void*, void*) noexcept {}
+};

@@ -1,0 +1,70 @@
+#include "velm/frame/thread_data.h"
+
+#include "velm/frame/memory_pool.h"
+#include "velm/frame/vec_rep.h"
+#include "velm/frame/vec_rep_cache.h"
+#include "velm/platform/critical_section.h"
+#include "velm/platform/exception.h"
+
+#include <memory>
+#include <utility>
+
+constinit thread_local velm::detail::ThreadRecord velm::detail::thread_record = {nullptr, false};
+
+namespace {
+
+constexpr std::size_t cache_byte_limit = 0x1FA000;
+constexpr std::size_t cache_count_limit = 10000;
+
+constinit CThreadLocalObject thread_data_slot;
+/// Held while a record is made: its pools take their sizes from one shared counter.
+constinit Concurrency::critical_section threadDataLock;
+
+velmThreadLocalData* data_from_slot() {
+    auto* const data =
+        static_cast<velmThreadLocalData*>(thread_data_slot.GetData(MakeVelmThreadLocalData));
+    if (data == nullptr) AfxThrowInvalidArgException();
+    velm::detail::thread_record.data = data;
+    return data;
+}
+
+/// The record even of a thread whose first one has ended.
+velmThreadLocalData* required_data() {
+    velmThreadLocalData* const data = velm::detail::thread_record.data;
+    return data != nullptr ? data : data_from_slot();
+}
+
+} // namespace
+
+velmThreadLocalData* velm::detail::first_thread_data() {
+    return thread_record.ended ? nullptr : data_from_slot();
+}
+
+CNoTrackObject* MakeVelmThreadLocalData() {
+    std::unique_ptr<velmThreadLocalData> data(new velmThreadLocalData);
+    const Concurrency::critical_section::scoped_lock lock(threadDataLock);
+    data->fastPools = ERMemPool::make_thread_pools(data.get());
+    data->repCache = new ERVecRepCache(cache_byte_limit, cache_count_limit);
+    return data.release();
+}
+
+velmThreadLocalData::~velmThreadLocalData() {
+    if (scratchRep != nullptr) std::exchange(scratchRep, nullptr)->free();
+    delete std::exchange(repCache, nullptr);
+    ERMemPool::end_thread_pools(std::exchange(fastPools, nullptr));
+    if (velm::detail::thread_record.data == this) velm::detail::thread_record = {nullptr, true};
+}
+
+double* GetThreadScratch(int n) {
+    velmThreadLocalData& data = *required_data();
+    const std::size_t bytes = sizeof(double) * static_cast<std::size_t>(n);
+    if (data.scratchRep == nullptr || data.scratchCapacity < bytes) {
+        if (data.scratchRep != nullptr) std::exchange(data.scratchRep, nullptr)->free();
+        data.scratchCapacity = 0;
+        data.scratchRep = ERVecRep::getRep(bytes, 1);
+        data.scratchCapacity = bytes;
+    }
+    return static_cast<double*>(data.scratchRep->data());
+}
+
+ERMemPool* GetFastPools() { return required_data()->fastPools; }

@@ -1,0 +1,69 @@
+// velmThreadLocalData: what the library keeps for each thread, and the functions that reach it.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/fwd.h"
+#include "velm/platform/thread_local_object.h"
+
+#include <cstddef>
+
+/// A thread's body cache, scratch buffer and small-block pools. It is made on the thread's first
+/// use of the library and goes when the thread ends; no other thread touches it.
+class VELM_API velmThreadLocalData : public CNoTrackObject {
+public:
+    velmThreadLocalData(const velmThreadLocalData&) = delete;
+    velmThreadLocalData& operator=(const velmThreadLocalData&) = delete;
+    ~velmThreadLocalData() override;
+
+    ERVecRepCache* repCache = nullptr; // null again while the record is torn down
+    ERVecRep* scratchRep = nullptr;
+    std::size_t scratchCapacity = 0; // bytes that scratchRep was last requested at
+    QuickAlgebra::ERMatrix<double>* identityMatrix = nullptr;
+    ERMemPool* fastPools = nullptr; // 49: FastAllocate's index runs from 0 to 48
+
+private:
+    friend CNoTrackObject* MakeVelmThreadLocalData();
+    velmThreadLocalData() = default;
+};
+
+/// Makes the record of the calling thread.
+VELM_API CNoTrackObject* MakeVelmThreadLocalData();
+
+/// The thread's buffer of n doubles, not cleared. It is overwritten by the next call in the thread
+/// and may move then: it must not be held across anything that may use it.
+VELM_API double* GetThreadScratch(int n);
+
+/// The thread's pools of small blocks; pool i has items of 8 * (i + 1) bytes.
+VELM_API ERMemPool* GetFastPools();
+
+namespace velm::detail {
+
+/// The calling thread's record, without the way through the platform.
+struct ThreadRecord {
+    velmThreadLocalData* data; // null before the first use and after the end
+    bool ended;
+};
+
+#if defined(__GNUC__) && defined(__ELF__)
+__attribute__((tls_model("initial-exec")))
+#endif
+extern constinit thread_local ThreadRecord thread_record;
+
+/// Makes the record; null if the thread's has ended. Throws CInvalidArgException* if there can be
+/// none.
+velmThreadLocalData* first_thread_data();
+
+/// The calling thread's record, made on first use. Null if it has ended: what the thread lets go of
+/// then goes to the allocator.
+inline velmThreadLocalData* thread_data() {
+    velmThreadLocalData* const data = thread_record.data;
+    return data != nullptr ? data : first_thread_data();
+}
+
+/// The calling thread's body cache; null while the record is torn down and after.
+inline ERVecRepCache* thread_rep_cache() {
+    const velmThreadLocalData* const data = thread_data();
+    return data != nullptr ? data->repCache : nullptr;
+}
+
+} // namespace velm::detail

@@ -1,0 +1,51 @@
+// ERVecRepCache: a thread's freed array bodies, waiting to be used again.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/frame/vec_rep.h"
+
+#include <cstddef>
+
+/// The freed array bodies of one thread, by capacity. Bodies of more than largestCached bytes are
+/// never kept. A thread has one (velmThreadLocalData::repCache), and no other thread touches it.
+class VELM_API ERVecRepCache {
+public:
+    static constexpr std::size_t largestCached = 0x20000;
+
+    ERVecRepCache(std::size_t maxBytes, std::size_t maxCount)
+        : byteLimit(maxBytes), countLimit(maxCount) {}
+    ERVecRepCache(const ERVecRepCache&) = delete;
+    ERVecRepCache& operator=(const ERVecRepCache&) = delete;
+    ~ERVecRepCache();
+
+    /// Hands out a cached body of exactly this capacity and counts a hit; else counts a miss and
+    /// returns null. The body's length and data are the caller's to set.
+    ERVecRep* take(std::size_t capacity);
+    /// Keeps a body, or gives it to the allocator if it is too large. A cache that is over one of
+    /// its limits is flushed first.
+    void put(ERVecRep* body);
+    /// Gives all bodies to the allocator.
+    void flush();
+
+    // State, to be read by others.
+    std::size_t byteLimit;
+    std::size_t countLimit;
+    std::size_t cachedBytes = 0;
+    std::size_t cachedCount = 0;
+    std::size_t hits = 0;
+    std::size_t misses = 0;
+
+private:
+    struct Entry;
+    static constexpr std::size_t bucket_count = 20;
+    static constexpr std::size_t index_step = 64;
+    static constexpr std::size_t index_size = largestCached / index_step + 1;
+
+    // The entry of a capacity, made where there is none yet; null without memory for it.
+    Entry* entry(std::size_t capacity) noexcept;
+    Entry* find_or_make(std::size_t capacity) noexcept;
+
+    Entry* buckets_[bucket_count] = {};
+    // The entries of the capacities that the default tuning makes, found without a search.
+    Entry* index_[index_size] = {};
+};
