@@ -15,7 +15,8 @@
 class VELM_API ERReference {
 public:
     constexpr ERReference() : count(-1) {}
-    explicit constexpr ERReference(long references) : count(static_cast<std::int32_t>(references - 1)) {}
+    explicit constexpr ERReference(long references)
+        : count(static_cast<std::int32_t>(references - 1)) {}
     ERReference(const ERReference& other) : count(other.load()) {}
     ERReference& operator=(const ERReference& other) {
         count.store(other.load(), std::memory_order_relaxed);
