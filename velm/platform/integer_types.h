@@ -1,5 +1,5 @@
-// BOOL, BYTE, WORD, DWORD, UINT, LONG: the framework's integers, of the widths that its streams
-// store.
+// BOOL, BYTE, WORD, DWORD, UINT, LONG, LONGLONG, ULONGLONG: the framework's integers, of the widths
+// that its streams store. store.
 #pragma once
 
 #include <cstdint>
@@ -10,5 +10,5 @@ using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
 using UINT = unsigned int;
 using LONG = std::int32_t;
-using LONGLONG = std::int64_t;
-using ULONGLONG = std::uint64_t;
+using LONGLONG = long long;
+using ULONGLONG = unsigned long long;
