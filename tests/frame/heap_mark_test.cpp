@@ -171,7 +171,7 @@ TEST(HeapMark, GoesWithTheBlock) {
     local->~Leaf();
 }
 
-TEST(HeapMark, BlocksFreedByAnotherThreadAreForgotten) {
+TEST(HeapMark, BlocksFreedInOtherThreadsAreForgotten) {
     for (int i = 0; i < 20; ++i) {
         void* const raw = Node::operator new(sizeof(Node));
         std::thread([raw] { Node::operator delete(raw); }).join();
