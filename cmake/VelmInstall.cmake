@@ -28,8 +28,12 @@ foreach(name velm velm-static)
         DESTINATION ${velm_pc_folder})
 endforeach()
 
+# GDB loads <library>-gdb.py by itself where its safe path allows; the static library's users source
+# the other copy.
 install(FILES ${PROJECT_SOURCE_DIR}/share/gdb/velm_printers.py
     DESTINATION ${CMAKE_INSTALL_DATADIR}/velm/gdb)
+install(FILES ${PROJECT_SOURCE_DIR}/share/gdb/velm_printers.py DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RENAME libvelm.so.${PROJECT_VERSION}-gdb.py)
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 if(TARGET velm-inspect)
     install(TARGETS velm-inspect)

@@ -24,7 +24,18 @@ COORDINATES = {
 
 
 def class_name(value):
+    """The name of the class, without template arguments."""
     return (value.type.strip_typedefs().unqualified().name or "").split("<")[0]
+
+
+def is_static(field):
+    """Whether a field is a static member, which has no place in the value."""
+    return not hasattr(field, "bitpos")
+
+
+def number(value):
+    """The shortest text that reads back to the same double."""
+    return repr(float(value)).removesuffix(".0")
 
 
 def derives_from(kind, name):
@@ -50,15 +61,10 @@ class Coordinates:
         self.value = value
 
     def to_string(self):
-        fields = {name: f"{float(self.value[name]):.17g}" for name in
-                  (field.name for field in self.value.type.strip_typedefs().fields()
-                   if not field.is_base_class and not hasattr_static(field))}
+        fields = {field.name: number(self.value[field])
+                  for field in self.value.type.strip_typedefs().fields()
+                  if not field.is_base_class and not is_static(field)}
         return COORDINATES[class_name(self.value)].format(**fields)
-
-
-def hasattr_static(field):
-    """Whether a field is a static member, which has no place in the value."""
-    return not hasattr(field, "bitpos")
 
 
 class Box:
@@ -71,8 +77,8 @@ class Box:
         if float(self.value["xmin"]) == LARGEST_DOUBLE:
             return "empty"
         axes = "xyz" if class_name(self.value) == "ERMinimax3D" else "xy"
-        return " x ".join(f"[{float(self.value[axis + 'min']):.17g}, "
-                          f"{float(self.value[axis + 'max']):.17g}]" for axis in axes)
+        return " x ".join(f"[{number(self.value[axis + 'min'])}, {number(self.value[axis + 'max'])}]"
+                          for axis in axes)
 
 
 class Array:
@@ -86,12 +92,13 @@ class Array:
         self.size = int(self.body["length_"]) // self.first.dereference().type.sizeof
 
     def to_string(self):
+        name = str(self.value.type.strip_typedefs().unqualified()).removeprefix("QuickAlgebra::")
         shape = f"{self.size}"
         if class_name(self.value) == "ERSimpleVec2":
             shape = f"{int(self.value['rows_'])} x {int(self.value['columns_'])}"
         owners = references(self.body)
         shared = f", body shared by {owners}" if owners > 1 and self.size > 0 else ""
-        return f"{class_name(self.value)} of {shape}{shared}"
+        return f"{name} of {shape}{shared}"
 
     def children(self):
         for i in range(self.size):
@@ -144,7 +151,7 @@ class Object:
                     continue
                 seen.add(field.type.name)
                 yield from self.fields_of(value.cast(field.type), seen)
-            elif not hasattr_static(field) and not field.name.startswith("_vptr"):
+            elif not is_static(field) and not field.name.startswith("_vptr"):
                 yield field.name, value[field]
 
 
@@ -156,11 +163,13 @@ class Printers(gdb.printing.PrettyPrinter):
                **{name: Coordinates for name in COORDINATES}}
 
     def __call__(self, value):
+        if value.type.code in (gdb.TYPE_CODE_REF, gdb.TYPE_CODE_RVALUE_REF):
+            value = value.referenced_value()
         kind = value.type.strip_typedefs()
         if kind.code != gdb.TYPE_CODE_STRUCT or kind.name is None:
             return None
         printer = self.BY_NAME.get(class_name(value))
-        if printer is None and kind.name != "ERObject" and derives_from(kind, "ERObject"):
+        if printer is None and derives_from(kind, "ERObject"):
             printer = Object
         return printer(value) if printer else None
 
