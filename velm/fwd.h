@@ -22,6 +22,26 @@ class velmThreadLocalData;
 template <class T>
 class t_SmartPtr;
 
+class EREntity;
+class EREntity2D;
+class EREntity2DWF;
+class EREntity3D;
+class EREntity3DWF;
+class ERFiniteEntity2DWF;
+class ERFiniteEntity3DWF;
+class ERInfoPoint2D;
+class ERInfoPoint3DWF;
+class ERLimitedEntity2DWF;
+class ERLimitedEntity3DWF;
+class ERPoint12;
+class ERPoint12List;
+class ERPoint13;
+class ERPoint13List;
+class ERSegment2D;
+class ERSegment3D;
+class ERTrimmedEntity2DWF;
+class ERTrimmedEntity3DWF;
+
 class ERLimites;
 class ERMinimax2D;
 class ERMinimax3D;

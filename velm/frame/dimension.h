@@ -2,13 +2,14 @@
 // on.
 #pragma once
 
+#include "velm/export.h"
 #include "velm/frame/enumerations.h"
 #include "velm/fwd.h"
 
 namespace velm {
 
 /// The types of the plane.
-struct Plane {
+struct VELM_API Plane {
     static constexpr int size = 2;
     /// Calls f with the index of each axis in order.
     template <class F>
@@ -27,10 +28,19 @@ struct Plane {
     using Box = ERMinimax2D;
     using Coord = Coord2D;
     using BoxField = MinMax2D;
+    using InfoPoint = ERInfoPoint2D;
+    using ListedPoint = ERPoint12;
+    using PointList = ERPoint12List;
+    using Entity = EREntity2D;
+    using WireEntity = EREntity2DWF;
+    using FiniteEntity = ERFiniteEntity2DWF;
+    using LimitedEntity = ERLimitedEntity2DWF;
+    using TrimmedEntity = ERTrimmedEntity2DWF;
+    using Segment = ERSegment2D;
 };
 
 /// The types of space.
-struct Space {
+struct VELM_API Space {
     static constexpr int size = 3;
     template <class F>
     static constexpr void for_axes(F f) {
@@ -48,6 +58,15 @@ struct Space {
     using Box = ERMinimax3D;
     using Coord = Coord3D;
     using BoxField = MinMax3D;
+    using InfoPoint = ERInfoPoint3DWF;
+    using ListedPoint = ERPoint13;
+    using PointList = ERPoint13List;
+    using Entity = EREntity3D;
+    using WireEntity = EREntity3DWF;
+    using FiniteEntity = ERFiniteEntity3DWF;
+    using LimitedEntity = ERLimitedEntity3DWF;
+    using TrimmedEntity = ERTrimmedEntity3DWF;
+    using Segment = ERSegment3D;
 };
 
 } // namespace velm

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iosfwd>
 
 /// A closed parameter interval from start to end; start may lie above end.
 class VELM_API ERLimites : public velm::detail::StoredValue<ERLimites> {
@@ -72,3 +73,6 @@ public:
     double start_ = 0.0;
     double end_ = 0.0;
 };
+
+/// Writes "Limites( start,end )".
+VELM_API std::ostream& operator<<(std::ostream& out, const ERLimites& interval);

@@ -12,19 +12,17 @@
 // and declares saveGuts(ERFile&) const, restoreGuts(ERFile&) and binaryStoreSize() const, which one
 // macro in its source file defines:
 //   - VELM_DEFINE_STORED_FORM(Class, Base): what Base stores, then the fields;
+//   - VELM_DEFINE_STORED_TEMPLATE(Class, Base): the same for a class template over a dimension D;
 //   - VELM_DEFINE_STORED_FIELDS(Class): the fields alone;
 //   - VELM_DEFINE_STORED_VALUE(Class): a value whose memory is its form. It has no list, but a
 //   constant
 //     `static constexpr unsigned int stored_bytes`, which must equal its size.
-// A template class makes a velm::StoreWriter, StoreReader or StoreSize and hands it to
-// stored_fields.
 //
 // A field is one of
 //   - a number or an enumeration: the bytes in memory, a long as 32 bits, a bool as an int;
 //   - velm::as_byte(field), velm::as_stored<T>(field): the same field stored as another number;
 //   - a value with stored_bytes;
-//   - an array handle: its body, a 32-bit length in bytes and the bytes;
-//   - anything else with saveGuts, restoreGuts and binaryStoreSize of its own.
+//   - anything else with saveGuts, restoreGuts and binaryStoreSize of its own, such as an array.
 // Values of fixed size that stand in one call of form are read as one block, and all that are next
 // to each other are written by one call of the file.
 //
@@ -33,11 +31,9 @@
 #pragma once
 
 #include "velm/frame/binary_file.h"
-#include "velm/frame/vec_rep.h"
-#include "velm/fwd.h"
 
 #include <algorithm>
-#include <concepts>
+#include <array>
 #include <cstring>
 #include <limits>
 #include <type_traits>
@@ -152,20 +148,6 @@ struct FieldForm<StoredAs<Stored, Field>> {
     }
 };
 
-/// An array handle stores its body. A body that can't be read leaves the array as it is.
-template <class T>
-requires std::derived_from<T, ERSimpleVec<typename T::value_type>>
-struct FieldForm<T> {
-    static_assert(std::is_trivially_copyable_v<typename T::value_type>);
-    static constexpr bool fixed = false;
-
-    static void save(ERFile& file, const T& array) { array.rep()->saveGuts(file); }
-    static void restore(ERFile& file, T& array) {
-        if (ERVecRep* const body = ERVecRep::getRep(file)) array = T(body);
-    }
-    static unsigned int size(const T& array) { return array.rep()->binaryStoreSize(); }
-};
-
 } // namespace detail
 
 template <class T>
@@ -268,29 +250,34 @@ private:
 
 } // namespace velm
 
-#define VELM_DEFINE_STORED_FORM_AFTER(Class, save_base, restore_base, base_size)                   \
-    void Class::saveGuts(ERFile& file) const {                                                     \
+#define VELM_DEFINE_STORED_FORM_AFTER(Template, Class, save_base, restore_base, base_size)         \
+    Template void Class::saveGuts(ERFile& file) const {                                            \
         save_base;                                                                                 \
         ::velm::StoreWriter form(file);                                                            \
         Class::stored_fields(*this, form);                                                         \
         form.flush();                                                                              \
     }                                                                                              \
-    void Class::restoreGuts(ERFile& file) {                                                        \
+    Template void Class::restoreGuts(ERFile& file) {                                               \
         restore_base;                                                                              \
         ::velm::StoreReader form(file);                                                            \
         Class::stored_fields(*this, form);                                                         \
     }                                                                                              \
-    unsigned int Class::binaryStoreSize() const {                                                  \
+    Template unsigned int Class::binaryStoreSize() const {                                         \
         ::velm::StoreSize form;                                                                    \
         Class::stored_fields(*this, form);                                                         \
         return (base_size) + form.bytes();                                                         \
     }
 
 #define VELM_DEFINE_STORED_FORM(Class, Base)                                                       \
-    VELM_DEFINE_STORED_FORM_AFTER(Class, Base::saveGuts(file), Base::restoreGuts(file),            \
+    VELM_DEFINE_STORED_FORM_AFTER(, Class, Base::saveGuts(file), Base::restoreGuts(file),          \
                                   Base::binaryStoreSize())
 
-#define VELM_DEFINE_STORED_FIELDS(Class) VELM_DEFINE_STORED_FORM_AFTER(Class, (void)0, (void)0, 0u)
+#define VELM_DEFINE_STORED_TEMPLATE(Class, Base)                                                   \
+    VELM_DEFINE_STORED_FORM_AFTER(template <class D>, Class<D>, Base::saveGuts(file),              \
+                                  Base::restoreGuts(file), Base::binaryStoreSize())
+
+#define VELM_DEFINE_STORED_FIELDS(Class)                                                           \
+    VELM_DEFINE_STORED_FORM_AFTER(, Class, (void)0, (void)0, 0u)
 
 #define VELM_DEFINE_STORED_VALUE(Class)                                                            \
     static_assert(Class::stored_bytes == ::velm::FormOf<Class>::bytes);                            \

@@ -1,0 +1,176 @@
+// The defaults of the finite, limited and trimmed curves, on a class that a host might add.
+#include "frame/circle_curve.h"
+#include "velm/frame/binary_file.h"
+#include "velm/frame/point_functions.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using velm_test::CircleCurve2D;
+using velm_test::CircleCurve3D;
+
+struct InPlane : velm::Plane {
+    using Circle = CircleCurve2D;
+    static constexpr const char* name = "CircleCurve2D";
+};
+struct InSpace : velm::Space {
+    using Circle = CircleCurve3D;
+    static constexpr const char* name = "CircleCurve3D";
+};
+
+template <class D>
+class CurveOf : public testing::Test {};
+
+using Dimensions = testing::Types<InPlane, InSpace>;
+TYPED_TEST_SUITE(CurveOf, Dimensions);
+
+TYPED_TEST(CurveOf, TrimAnswersFromItsOwnDomain) {
+    typename TypeParam::Circle curve(ERLimites(1.0, 5.0));
+    EXPECT_EQ(curve.isTrimmed(), 0);
+    EXPECT_EQ(curve.setBound(ERLimites(2.0, 3.0)), ERLimites(1.0, 5.0));
+    EXPECT_EQ(curve.isTrimmed(), 1);
+    EXPECT_EQ(curve.getBound(), ERLimites(2.0, 3.0));
+    EXPECT_EQ(ERLimites(curve.udeb(), curve.ufin()), ERLimites(2.0, 3.0));
+    EXPECT_EQ(ERLimites(curve.Ndeb(), curve.Nfin()), ERLimites(1.0, 5.0));
+    EXPECT_EQ(curve.firstPt(), curve(2.0));
+    EXPECT_EQ(curve.lastPt(), curve(3.0));
+
+    curve.setBound(ERLimites(1.0, std::nextafter(5.0, 6.0)));
+    EXPECT_EQ(curve.isTrimmed(), 1);
+
+    curve.setBound(ERLimites(2.0, 3.0));
+    curve.reparametrize(ERLimites(-10.0, 30.0));
+    EXPECT_EQ(curve.getBound(), ERLimites(0.0, 10.0));
+    EXPECT_EQ(curve.Nfin(), 30.0);
+    curve.adjust();
+    EXPECT_EQ(curve.isTrimmed(), 0);
+    EXPECT_EQ(curve.Nfin(), 10.0);
+    curve.redefineDomain(ERLimites(-1.0, 1.0));
+    EXPECT_EQ(ERLimites(curve.Ndeb(), curve.Nfin()), ERLimites(-1.0, 1.0));
+    EXPECT_EQ(curve.getBound(), ERLimites(-1.0, 1.0));
+}
+
+TYPED_TEST(CurveOf, ReverseMirrorsTheTrim) {
+    typename TypeParam::Circle curve(ERLimites(0.0, 8.0), ERLimites(1.0, 5.0));
+    curve.reverse();
+    EXPECT_EQ(curve.getBound(), ERLimites(3.0, 7.0));
+    EXPECT_EQ(ERLimites(curve.Ndeb(), curve.Nfin()), ERLimites(0.0, 8.0));
+    curve.reverse();
+    EXPECT_EQ(curve.getBound(), ERLimites(1.0, 5.0));
+}
+
+TYPED_TEST(CurveOf, SamplesTheTrim) {
+    typename TypeParam::Circle curve(ERLimites(0.0, 6.0), ERLimites(1.0, 2.0));
+    auto points = curve.approxime(5);
+    ASSERT_EQ(points.size(), 5);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(points[i], curve(1.0 + 0.25 * i));
+    EXPECT_TRUE(std::isnan(curve.approxime(1)[0].x()));
+    EXPECT_EQ(curve.approxime(0).size(), 0);
+    EXPECT_EQ(curve.approxime(-3).size(), 0);
+
+    // Nothing refines by default: the two ends of the interval asked for.
+    auto ends = curve.approxime(ERLimites(4.0, 3.0), 1e-6);
+    ASSERT_EQ(ends.size(), 2);
+    EXPECT_EQ(ends[0], curve(4.0));
+    EXPECT_EQ(ends[1], curve(3.0));
+
+    std::srand(7);
+    for (int i = 0; i < 1000; ++i) {
+        auto info = curve.randomPoint();
+        ASSERT_TRUE(curve.getBound().inBound(info.Parametre)) << info.Parametre;
+        double draw = (info.Parametre - 1.0) * 32767.0;
+        ASSERT_NEAR(draw, std::round(draw), 1e-9);
+        ASSERT_EQ(info.point(), curve(info.Parametre));
+    }
+}
+
+TYPED_TEST(CurveOf, ClosedWithinAToleranceOnEveryAxis) {
+    typename TypeParam::Circle curve(ERLimites(0.0, 3.0));
+    double x = std::fabs(curve(0.0).x() - curve(3.0).x());
+    EXPECT_EQ(curve.isClosed(x), 1);
+    EXPECT_EQ(curve.isClosed(std::nextafter(x, 0.0)), 0);
+}
+
+TYPED_TEST(CurveOf, IsReachedThroughTheVirtualBase) {
+    t_SmartPtr<ERObject> object(ERClassRegistration::findCreator(TypeParam::name)());
+    auto* wire = TypeParam::WireEntity::castdown(object.get());
+    auto* finite = TypeParam::FiniteEntity::castdown(object.get());
+    auto* curve = TypeParam::Circle::castdown(object.get());
+    ASSERT_TRUE(wire && finite && curve);
+    EXPECT_EQ(static_cast<typename TypeParam::WireEntity*>(curve), wire);
+    EXPECT_EQ(static_cast<typename TypeParam::FiniteEntity*>(curve), finite);
+    EXPECT_STREQ(wire->className(), TypeParam::name);
+
+    // The count is the one of the one ERObject part, whichever way it is held.
+    t_SmartPtr<typename TypeParam::WireEntity> first(wire);
+    t_SmartPtr<typename TypeParam::FiniteEntity> second(finite);
+    EXPECT_EQ(object->references(), 3);
+
+    const ERClassRegistration* line[] = {TypeParam::Circle::desc(),
+                                         TypeParam::TrimmedEntity::desc(),
+                                         TypeParam::LimitedEntity::desc(),
+                                         TypeParam::FiniteEntity::desc(),
+                                         TypeParam::WireEntity::desc(),
+                                         TypeParam::Entity::desc(),
+                                         EREntity::desc(),
+                                         ERObject::desc()};
+    for (const ERClassRegistration* ancestor : line) {
+        EXPECT_EQ(object->isKindOf(ancestor), 1) << ancestor->getName();
+        EXPECT_EQ(ERClassRegistration::findClassRegistration(ancestor->getName()), ancestor);
+    }
+    for (int i = 1; i < 8; ++i)
+        EXPECT_EQ(ERClassRegistration::findCreator(line[i]->getName()), nullptr);
+}
+
+TYPED_TEST(CurveOf, StoredAndPrintedForms) {
+    typename TypeParam::Circle curve(ERLimites(-1.0, 4.0), ERLimites(0.5, 2.25));
+    std::ostringstream out;
+    out << curve;
+    EXPECT_EQ(out.str(), "Natural boundary =Limites( -1,4 )\n"
+                         "Trimm boundaries   = Limites( 0.5,2.25 )\n");
+
+    std::string path = testing::TempDir() + "velm_trimmed_" + TypeParam::name;
+    ERFile file(path.c_str(), CFile::modeCreate | CFile::modeReadWrite | CFile::typeBinary);
+    file << curve;
+    ASSERT_EQ(file.GetLength(), 32u);
+    EXPECT_EQ(curve.binaryStoreSize(), 32u);
+    file.SeekTo(0);
+    double bytes[4] = {};
+    ASSERT_EQ(file.Read(bytes, 4), 1);
+    EXPECT_EQ(std::vector<double>(bytes, bytes + 4), (std::vector<double>{-1.0, 4.0, 0.5, 2.25}));
+
+    file.SeekTo(0);
+    typename TypeParam::Circle restored;
+    file >> restored;
+    EXPECT_EQ(restored.getBound(), curve.getBound());
+    EXPECT_EQ(ERLimites(restored.Ndeb(), restored.Nfin()), ERLimites(-1.0, 4.0));
+    file.Close();
+    std::remove(path.c_str());
+}
+
+TEST(Curve2D, DefaultDistanceIsAlwaysZero) {
+    CircleCurve2D circle(ERLimites(0.0, 7.0));
+    double dist = 5.0, t = 5.0;
+    EXPECT_EQ(circle.SignedMinimalDistance(ERPoint2D(9, 0), dist, t), EREntity::DISTMIN_FOUND);
+    EXPECT_EQ(dist, 0.0);
+    EXPECT_EQ(t, 5.0);
+    dist = 5.0;
+    EXPECT_EQ(circle.SignedMinimalDistance(ERPoint2D(), dist), EREntity::DISTMIN_EVERYWHERE);
+    EXPECT_EQ(dist, 0.0);
+
+    dist = 5.0;
+    EXPECT_EQ(circle.SignedMinimalDistance(ERPoint2D(-9, 0), dist), EREntity::DISTMIN_NONE);
+    EXPECT_EQ(dist, 5.0);
+    EXPECT_TRUE(isEqual(circle.normal(0.0), ERVector2D(-1, 0), 1e-15));
+}
+
+} // namespace
