@@ -42,8 +42,11 @@ private:
 
 thread_local ThreadObjects thread_objects;
 /// Takes what the destructors of a worker's other thread_local objects make after the first has
-/// ended.
-thread_local ThreadObjects late_objects;
+/// ended. Made on first use only: side by side with the first it would be destroyed before it.
+ThreadObjects& late_objects() {
+    thread_local ThreadObjects objects;
+    return objects;
+}
 
 void reserve_slot(int slot) {
     if (slot < thread_slots.count) return;
@@ -70,7 +73,7 @@ CNoTrackObject* CThreadLocalObject::make(CNoTrackObject* (*factory)()) {
     if (owners_ended == 0) {
         thread_objects.made(slot);
     } else if (owners_ended == 1) {
-        late_objects.made(slot);
+        late_objects().made(slot);
     }
     thread_slots.objects[slot] = object;
     return object;
