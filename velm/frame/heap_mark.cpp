@@ -36,14 +36,6 @@ struct PendingBlocks {
         capacity *= 2;
     }
 
-    void add(Block block) {
-        // An older entry at the same place is of a block that another thread has freed.
-        Block* const kept =
-            std::remove_if(begin(), end(), [&](Block const& b) { return b.holds(block.begin); });
-        count = static_cast<std::size_t>(kept - begin());
-        begin()[count++] = block;
-    }
-
     void remove(Block* block) {
         std::copy(block + 1, end(), block);
         if (--count == 0 && grown) {
@@ -63,9 +55,31 @@ struct PendingBlocks {
         }
         return false;
     }
+
+    /// Older entries in the place of a new block are of blocks that another thread has freed.
+    void forget_overlapped(Block const& block) {
+        Block* const kept = std::remove_if(begin(), end(), [&](Block const& older) {
+            return older.holds(block.begin) || block.holds(older.begin);
+        });
+        count = static_cast<std::size_t>(kept - begin());
+    }
+
+    void add(Block const& block) {
+        if (count != 0) forget_overlapped(block);
+        begin()[count++] = block;
+    }
 };
 
-constinit thread_local PendingBlocks pending;
+constinit thread_local PendingBlocks pending_blocks;
+
+PendingBlocks& pending() {
+    PendingBlocks* blocks = &pending_blocks;
+#if defined(__GNUC__)
+    // Otherwise the address is asked for again at every use, a call each in a shared library.
+    __asm__("" : "+r"(blocks));
+#endif
+    return *blocks;
+}
 
 std::uintptr_t address_of(void const* p) { return reinterpret_cast<std::uintptr_t>(p); }
 
@@ -74,7 +88,7 @@ std::uintptr_t address_of(void const* p) { return reinterpret_cast<std::uintptr_
 namespace velm::detail {
 
 void* allocate_marked(std::size_t size) {
-    PendingBlocks& blocks = pending;
+    PendingBlocks& blocks = pending();
     blocks.reserve_one();
     void* const block = ::operator new(size);
     blocks.add({address_of(block), size});
@@ -82,13 +96,13 @@ void* allocate_marked(std::size_t size) {
 }
 
 bool claim_mark(void const* object) {
-    PendingBlocks& blocks = pending;
+    PendingBlocks& blocks = pending();
     if (blocks.count == 0) return false;
     return blocks.take([at = address_of(object)](Block const& b) { return b.holds(at); });
 }
 
 void free_marked(void* block) {
-    PendingBlocks& blocks = pending;
+    PendingBlocks& blocks = pending();
     if (blocks.count != 0)
         blocks.take([at = address_of(block)](Block const& b) { return b.begin == at; });
     ::operator delete(block);

@@ -27,8 +27,6 @@ ERObject& ERObject::operator=(ERObject const&) {
     return *this;
 }
 
-ERObject::~ERObject() = default;
-
 void* ERObject::operator new(std::size_t size) { return velm::detail::allocate_marked(size); }
 void* ERObject::operator new(std::size_t size, char const*, int) { return operator new(size); }
 void* ERObject::operator new(std::size_t, void* place) { return place; }

@@ -37,7 +37,7 @@ class VELM_API ERObject : public CObject, public ERReference {
     /// Gives back what the object keeps only to be faster.
     virtual void CleanUpTemporaries(int level);
 
-    ~ERObject() override;
+    ~ERObject() override = default;
     /// Writes the class name twice and the text of printOn.
     void Dump(CDumpContext& dc) const override;
 
