@@ -52,7 +52,6 @@
 #include "velm/frame/stored_value.h"
 #include "velm/frame/thread_data.h"
 #include "velm/frame/tuple.h"
-#include "velm/frame/value_archive.h"
 #include "velm/frame/vec.h"
 #include "velm/frame/vec_rep.h"
 #include "velm/frame/vec_rep_cache.h"
