@@ -13,9 +13,9 @@ VELM_API double PolygonArea(const QuickAlgebra::ERVec<ERPoint2D>& polygon);
 /// 1 when `PolygonArea` is below 0.0, else 0: a polygon without area is not counter-clockwise.
 VELM_API int IsCounterClockWise(const QuickAlgebra::ERVec<ERPoint2D>& polygon);
 
-/// Reverses the order, keeping the first vertex, unless the polygon is counter-clockwise already.
-/// A polygon without area is reversed.
+/// Reverses the order of the vertices unless the polygon is counter-clockwise already, so that a
+/// repeated last vertex stays one. A polygon without area is reversed.
 VELM_API void MakePolygoneCCW(QuickAlgebra::ERVec<ERPoint2D>& polygon);
 
-/// P0, P1, ..., Pn-1 becomes P0, Pn-1, ..., P1.
+/// P0, P1, ..., Pn-1 becomes P0, Pn-1, ..., P1: for a list without a repeated last vertex.
 VELM_API void ReversePolygoneKeepFirstPoint(QuickAlgebra::ERVec<ERPoint2D>& polygon);
