@@ -22,7 +22,8 @@
 //   - a number or an enumeration: the bytes in memory, a long as 32 bits, a bool as an int;
 //   - velm::as_byte(field), velm::as_stored<T>(field): the same field stored as another number;
 //   - a value with stored_bytes;
-//   - anything else with saveGuts, restoreGuts and binaryStoreSize of its own, such as an array.
+//   - an array handle: its body, a 32-bit length in bytes and the bytes;
+//   - anything else with saveGuts, restoreGuts and binaryStoreSize of its own.
 // Values of fixed size that stand in one call of form are read as one block, and all that are next
 // to each other are written by one call of the file.
 //
@@ -31,9 +32,11 @@
 #pragma once
 
 #include "velm/frame/binary_file.h"
+#include "velm/frame/vec_rep.h"
+#include "velm/fwd.h"
 
 #include <algorithm>
-#include <array>
+#include <concepts>
 #include <cstring>
 #include <limits>
 #include <type_traits>
@@ -146,6 +149,20 @@ struct FieldForm<StoredAs<Stored, Field>> {
         FieldForm<Stored>::unpack(source, available, stored);
         field.field = static_cast<Plain>(stored);
     }
+};
+
+/// An array handle stores its body. A body that can't be read leaves the array as it is.
+template <class T>
+requires std::derived_from<T, ERSimpleVec<typename T::value_type>>
+struct FieldForm<T> {
+    static_assert(std::is_trivially_copyable_v<typename T::value_type>);
+    static constexpr bool fixed = false;
+
+    static void save(ERFile& file, const T& array) { array.rep()->saveGuts(file); }
+    static void restore(ERFile& file, T& array) {
+        if (ERVecRep* const body = ERVecRep::getRep(file)) array = T(body);
+    }
+    static unsigned int size(const T& array) { return array.rep()->binaryStoreSize(); }
 };
 
 } // namespace detail
