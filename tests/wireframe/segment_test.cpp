@@ -1,5 +1,6 @@
 #include "velm/wireframe/segment.h"
 
+#include "support/allocation_count.h"
 #include "support/random.h"
 #include "velm/frame/binary_file.h"
 #include "velm/frame/point_functions.h"
@@ -199,6 +200,28 @@ TYPED_TEST(Segment, DistanceIsTheOneToTheNearestPoint) {
             EXPECT_GE(dist, 0.0);
         }
     }
+}
+
+TYPED_TEST(Segment, EvaluationAllocatesNothing) {
+    auto s = this->segment();
+    auto p = this->point();
+    ERVec<double> params;
+    auto evaluate = [&] {
+        double dist = s(0.25).x() + s.PtCur(0.5).normale().norme() + s.arcLength(1e-7);
+        s.SignedMinimalDistance(p, dist);
+        s.reverse();
+        s.ProjectPoint(p, params, 0.0);
+        params.clear();
+        return dist + s.getBox().xlength();
+    };
+    evaluate();
+    long before = velm_test::allocations();
+    for (int i = 0; i < 100; ++i)
+        evaluate();
+    EXPECT_EQ(velm_test::allocations(), before);
+    // The counter counts.
+    t_SmartPtr<ERObject> copy(s.getCopy());
+    EXPECT_GT(velm_test::allocations(), before);
 }
 
 TEST(Segment2D, DistanceTellsTheSide) {

@@ -73,8 +73,8 @@ class VELM_API ERFiniteEntity2DWF : public velm::detail::FiniteEntity<velm::Plan
     VELM_DECLARE_CLASS(ERFiniteEntity2DWF)
 
 public:
-    /// Appends the parameters where the curve meets a parallel to the Y axis; returns the size of
-    /// `params`, or 0. The default finds nothing.
+    /// Appends the parameters where the curve crosses the level y; returns the size of `params`, or
+    /// 0. The default finds nothing.
     virtual int intersectWithAxeY(double y, ERVec<double>& params) const;
 
     /// Appends the parameters of the feet of the perpendiculars from p. Returns their number, or -1
