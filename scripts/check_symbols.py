@@ -1,7 +1,11 @@
 #!/usr/bin/env python3
-"""check_symbols.py LIBRARY [--update]: compares what libvelm.so exports with the kept list
-scripts/exported_symbols.txt, and looks at its SONAME. --update writes the list anew: read the
-difference before you commit it; a line that goes breaks a host."""
+"""check_symbols.py LIBRARY... [--update]: compares what builds of libvelm.so export with the kept list
+scripts/exported_symbols.txt, and looks at their SONAME.
+
+A kept symbol must be in every build given. A symbol outside the list is a fault unless it is weak: an
+instantiation of a template that one build emits and another one inlines. --update writes the list
+anew, with what all the builds export: read the difference before you commit it; a line that goes
+breaks hosts."""
 import pathlib
 import re
 import subprocess
@@ -9,41 +13,57 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 KEPT = ROOT / "scripts" / "exported_symbols.txt"
-FOREIGN = re.compile(r"^(?:.* for |.*\) )?(?:std::|__gnu_cxx::|testing::|_)")
+FOREIGN = re.compile(r"_Z(TV|TI|TS|GV|Z)*N?K?(St|Sa|Ss|9__gnu_cxx|7testing)")
 DERIVED = re.compile(r"^(typeinfo name for|(non-)?virtual thunk to|guard variable for) ")
 
 
+def listing(library, *options):
+    return subprocess.run(["nm", "-D", "--defined-only", *options, library], check=True,
+                          capture_output=True, text=True).stdout.splitlines()
+
+
 def exported(library):
-    """The demangled names of the defined dynamic symbols, without those that follow from others."""
-    listing = subprocess.run(["nm", "-DC", "--defined-only", library], check=True,
-                             capture_output=True, text=True).stdout
-    names = {line.split(maxsplit=2)[2] for line in listing.splitlines()}
-    return {name for name in names if not DERIVED.match(name)}
+    """Of the defined dynamic symbols: the demangled names and their kinds (those left out that follow
+    from others), and the names that are not ours."""
+    kinds, foreign = {}, []
+    for mangled, demangled in zip(listing(library), listing(library, "-C")):
+        _, kind, name = demangled.split(maxsplit=2)
+        if FOREIGN.match(mangled.split()[2]):
+            foreign.append(name)
+        if not DERIVED.match(name):
+            kinds[name] = kind
+    return kinds, foreign
 
 
 def soname_faults(library):
     version = re.search(r'VERSION_STRING "(\d+\.\d+)', (ROOT / "velm/version.h").read_text())
     dynamic = subprocess.run(["readelf", "-d", library], check=True, capture_output=True, text=True)
     wanted = f"Library soname: [libvelm.so.{version[1]}]"
-    return [] if wanted in dynamic.stdout else [f"the library has no '{wanted}'"]
+    return [] if wanted in dynamic.stdout else [f"no '{wanted}'"]
 
 
 def main():
-    names = exported(sys.argv[1])
+    libraries = [argument for argument in sys.argv[1:] if argument != "--update"]
+    builds = {library: exported(library) for library in libraries}
     if "--update" in sys.argv:
-        KEPT.write_text("".join(name + "\n" for name in sorted(names)))
+        common = set.intersection(*(set(kinds) for kinds, _ in builds.values()))
+        KEPT.write_text("".join(name + "\n" for name in sorted(common)))
         return 0
     kept = set(KEPT.read_text().splitlines())
-    faults = soname_faults(sys.argv[1])
-    faults += [f"not ours, but exported: {name}" for name in sorted(names) if FOREIGN.match(name)]
-    faults += [f"exported, but not in the list: {name}" for name in sorted(names - kept)]
-    faults += [f"in the list, but not exported: {name}" for name in sorted(kept - names)]
-    for fault in faults:
-        print(fault)
-    print(f"symbols: {len(names)} exported, {len(faults)} faults")
-    if faults:
-        print(f"If that is as it should be: {sys.argv[0]} {sys.argv[1]} --update")
-    return 1 if faults else 0
+    count = 0
+    for library, (kinds, foreign) in builds.items():
+        faults = soname_faults(library)
+        faults += [f"not ours, but exported: {name}" for name in sorted(foreign)]
+        faults += [f"exported, but not in the list: {name}" for name in sorted(kinds.keys() - kept)
+                   if kinds[name] not in "WV"]
+        faults += [f"in the list, but not exported: {name}" for name in sorted(kept - kinds.keys())]
+        for fault in faults:
+            print(f"{library}: {fault}")
+        count += len(faults)
+    print(f"symbols: {len(kept)} kept, {len(libraries)} builds, {count} faults")
+    if count:
+        print(f"If that is as it should be: {' '.join([sys.argv[0], *libraries])} --update")
+    return 1 if count else 0
 
 
 if __name__ == "__main__":
