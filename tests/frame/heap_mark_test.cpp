@@ -147,7 +147,9 @@ void expect_no_mark_left_at(std::uintptr_t gone) {
 }
 
 TEST(HeapMark, GoesWithTheBlock) {
-    std::uintptr_t const before = address(std::unique_ptr<Thrower>(new Thrower).get());
+    auto intact = std::make_unique<Thrower>();
+    std::uintptr_t const volatile before = address(intact.get());
+    intact.reset();
     EXPECT_THROW(delete new Thrower(true, false), int);
     expect_no_mark_left_at<Thrower>(before);
     EXPECT_THROW(delete new Thrower(false, true), int);
@@ -157,7 +159,7 @@ TEST(HeapMark, GoesWithTheBlock) {
     EXPECT_THROW(delete new Node(new Node(new Leaf), (delete thrown(), Leaf())), int);
 
     void* const raw = Leaf::operator new(sizeof(Leaf));
-    std::uintptr_t const raw_address = address(raw);
+    std::uintptr_t const volatile raw_address = address(raw);
     Leaf::operator delete(raw);
     expect_no_mark_left_at<Leaf>(raw_address);
 
