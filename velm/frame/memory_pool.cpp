@@ -5,7 +5,9 @@
 #include "velm/platform/debug_output.h"
 #include "velm/platform/poison.h"
 
+#include <functional>
 #include <new>
+#include <utility>
 
 using velm::detail::expose;
 using velm::detail::make_fresh;
@@ -58,6 +60,43 @@ void* pop(void*& list) {
     return item;
 }
 
+/// Empty chunks of the thread's pools, kept for the next pool that needs one. Beyond the limit only
+/// the highest in memory stays: with it at its end, the allocator does not give its heap back to
+/// the system and get it again when a thread fills and empties its pools by turns.
+struct SpareChunks {
+    static constexpr std::size_t limit = 256;
+
+    void* list; // linked through the blocks' first words
+    std::size_t count;
+    void* highest; // never used again
+
+    void* take() {
+        if (list == nullptr) return nullptr;
+        --count;
+        void* const block = pop(list);
+        make_fresh(block, ERChunk::chunk_bytes);
+        return block;
+    }
+    void keep(void* block) {
+        if (count < limit) {
+            push(list, block, ERChunk::chunk_bytes);
+            ++count;
+            return;
+        }
+        if (std::less<>()(highest, block)) std::swap(highest, block);
+        ::operator delete[](block);
+    }
+    void clear() {
+        while (void* const block = take())
+            ::operator delete[](block);
+        ::operator delete[](std::exchange(highest, nullptr));
+    }
+};
+#if defined(__GNUC__) && defined(__ELF__)
+__attribute__((tls_model("initial-exec")))
+#endif
+constinit thread_local SpareChunks spare_chunks = {nullptr, 0, nullptr};
+
 [[gnu::noinline]] void* allocate_from_heap(std::size_t bytes) {
     void* const block = ::operator new[](bytes);
     *words(block) = 0;
@@ -71,7 +110,8 @@ void* pop(void*& list) {
 static_assert(sizeof(ERChunk) <= ERChunk::get_dataregion_offset());
 
 ERChunk* ERChunk::make(ERMemPool& pool) {
-    void* const block = ::operator new[](chunk_bytes);
+    void* block = spare_chunks.take();
+    if (block == nullptr) block = ::operator new[](chunk_bytes);
     auto* const chunk = ::new (block) ERChunk;
     chunk->itemSize = pool.itemSize;
     chunk->capacity = static_cast<std::uint32_t>(capacity_for(pool.itemSize));
@@ -89,8 +129,13 @@ ERChunk* ERChunk::make(ERMemPool& pool) {
 }
 
 void ERChunk::destroy() {
+    const void* const of = owner.load(std::memory_order_relaxed);
     expose(this, chunk_bytes);
-    ::operator delete[](static_cast<void*>(this));
+    if (of != no_owner && of == velm::detail::thread_record.data) {
+        spare_chunks.keep(this);
+    } else {
+        ::operator delete[](static_cast<void*>(this));
+    }
 }
 
 std::byte* ERChunk::slot(std::size_t index) {
@@ -153,6 +198,7 @@ void ERMemPool::end_thread_pools(ERMemPool* pools) {
     for (std::size_t i = 0; i < fast_pool_count; ++i)
         pools[i].outlive_thread();
     delete[] pools;
+    spare_chunks.clear();
 }
 
 inline void ERMemPool::push_deferred(void* item) {

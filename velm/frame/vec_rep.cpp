@@ -1,7 +1,5 @@
 #include "velm/frame/vec_rep.h"
 
-#include "velm/frame/thread_data.h"
-#include "velm/frame/vec_rep_cache.h"
 #include "velm/platform/poison.h"
 
 #include <algorithm>
@@ -12,11 +10,7 @@
 #include <utility>
 
 using velm::detail::expose;
-using velm::detail::make_fresh;
 using velm::detail::poison;
-
-// The storage begins right behind the header, aligned like the allocation.
-static_assert(sizeof(ERVecRep) % __STDCPP_DEFAULT_NEW_ALIGNMENT__ == 0);
 
 /// Its capacity is 0: whoever wants to write needs a body of his own.
 struct ERVecRep::EmptyBody {
@@ -36,50 +30,6 @@ std::size_t ERVecRep::initialCapacity(std::size_t bytes) {
 }
 std::size_t ERVecRep::resizeIncrement(std::size_t bytes) { return std::exchange(resizeInc, bytes); }
 std::size_t ERVecRep::maxWaste(std::size_t bytes) { return std::exchange(freeboard, bytes); }
-
-std::size_t ERVecRep::adjustCapacity(std::size_t bytes) {
-    if (bytes <= initialCapac) return initialCapac;
-    const std::size_t excess = bytes - initialCapac;
-    const std::size_t step = resizeInc;
-    if ((step & (step - 1)) == 0) // a power of two, or 0
-        return initialCapac + (step == 0 ? excess : (excess + step - 1) & ~(step - 1));
-    return initialCapac + (excess + step - 1) / step * step;
-}
-
-ERVecRep* ERVecRep::allocate(std::size_t capacity) {
-    if (capacity > static_cast<std::size_t>(PTRDIFF_MAX) - sizeof(ERVecRep))
-        throw std::bad_array_new_length();
-    void* const block = ::operator new[](sizeof(ERVecRep) + capacity);
-    return ::new (block) ERVecRep(0, capacity, 0, nullptr);
-}
-
-void ERVecRep::deallocate() {
-    expose(this, sizeof(ERVecRep) + capacity_);
-    ::operator delete[](static_cast<void*>(this));
-}
-
-/// Makes a fresh body of a free one: its storage holds nothing yet.
-void ERVecRep::occupy(std::size_t bytes) {
-    data_ = storage();
-    length_ = bytes;
-    make_fresh(data_, bytes);
-    poison(static_cast<std::byte*>(data_) + bytes, capacity_ - bytes);
-}
-
-ERVecRep* ERVecRep::getRep(std::size_t bytes, int noInit) {
-    if (bytes > static_cast<std::size_t>(PTRDIFF_MAX)) throw std::bad_array_new_length();
-    const std::size_t capacity = adjustCapacity(bytes);
-    ERVecRepCache* const cache = velm::detail::thread_rep_cache();
-    ERVecRep* rep = cache != nullptr ? cache->take(capacity) : nullptr;
-    if (rep == nullptr) rep = allocate(capacity);
-    if (noInit == 0) {
-        expose(rep->storage(), capacity);
-        std::memset(rep->storage(), 0, capacity);
-    }
-    rep->occupy(bytes);
-    if (noInit == 0) expose(rep->data_, bytes);
-    return rep;
-}
 
 ERVecRep* ERVecRep::getRep(const void* src, std::size_t bytes) {
     ERVecRep* const rep = getRep(bytes, 1);
@@ -103,17 +53,6 @@ ERVecRep* ERVecRep::clone(ERVecRep* source, std::size_t newBytes) {
         std::memcpy(rep->data_, source->data_, kept);
     rep->setLength(source->length_);
     return rep;
-}
-
-void ERVecRep::free() {
-    assert(this != nullref_);
-    ERVecRepCache* const cache = velm::detail::thread_rep_cache();
-    if (cache == nullptr) {
-        deallocate();
-        return;
-    }
-    data_ = nullptr;
-    cache->put(this);
 }
 
 void ERVecRep::setLength(std::size_t bytes) {

@@ -1,52 +1,54 @@
 #include "velm/frame/vec_rep_cache.h"
 
 #include "velm/frame/memory_pool.h"
+#include "velm/frame/thread_data.h"
 #include "velm/platform/poison.h"
 
+#include <cassert>
 #include <cstdint>
+#include <cstring>
 #include <new>
 
 using velm::detail::expose;
+using velm::detail::make_fresh;
 using velm::detail::poison;
 
 /// The free bodies of one capacity, linked through their data.
 struct ERVecRepCache::Entry : ERMemoryPool {
     std::size_t capacity;
-    ERVecRep* chain;
-    std::size_t count;
+    ERVecRep* chain = nullptr;
     Entry* next;
 
     Entry(std::size_t capacity_of_all, Entry* next_entry)
-        : capacity(capacity_of_all), chain(nullptr), count(0), next(next_entry) {}
+        : capacity(capacity_of_all), next(next_entry) {}
 
     ERVecRep* pop() {
         ERVecRep* const body = chain;
         expose(body, sizeof(ERVecRep));
         chain = static_cast<ERVecRep*>(body->data_);
-        --count;
         return body;
     }
     void push(ERVecRep* body) {
         body->data_ = chain;
         poison(body, sizeof(ERVecRep) + body->capacity_);
         chain = body;
-        ++count;
     }
 };
 
-ERVecRepCache::~ERVecRepCache() {
-    flush();
-    for (Entry* entry : buckets_) {
-        while (entry != nullptr) {
-            Entry* const next = entry->next;
-            delete entry;
-            entry = next;
-        }
+// The way of a body in and out, in one piece: it is the hot path of every temporary array.
+
+inline ERVecRepCache::Entry* ERVecRepCache::entry(std::size_t capacity) noexcept {
+    if (capacity > largestCached) return nullptr;
+    if (capacity % index_step == 0) [[likely]] {
+        Entry* const known = index_[capacity / index_step];
+        if (known != nullptr) [[likely]]
+            return known;
     }
+    return find_or_make(capacity);
 }
 
-ERVecRep* ERVecRepCache::take(std::size_t capacity) {
-    Entry* const bodies = capacity <= largestCached ? entry(capacity) : nullptr;
+inline ERVecRep* ERVecRepCache::take(std::size_t capacity) {
+    Entry* const bodies = entry(capacity);
     if (bodies == nullptr || bodies->chain == nullptr) {
         ++misses;
         return nullptr;
@@ -59,17 +61,74 @@ ERVecRep* ERVecRepCache::take(std::size_t capacity) {
     return body;
 }
 
-void ERVecRepCache::put(ERVecRep* body) {
-    if (cachedCount > countLimit || cachedBytes > byteLimit) flush();
-    const std::size_t capacity = body->capacity_;
-    Entry* const bodies = capacity <= largestCached ? entry(capacity) : nullptr;
+inline void ERVecRepCache::put(ERVecRep* body) {
+    if (cachedCount > countLimit || cachedBytes > byteLimit) [[unlikely]]
+        flush();
+    Entry* const bodies = entry(body->capacity_);
     if (bodies == nullptr) {
         body->deallocate();
         return;
     }
-    cachedBytes += capacity;
+    cachedBytes += body->capacity_;
     ++cachedCount;
     bodies->push(body);
+}
+
+std::size_t ERVecRep::adjustCapacity(std::size_t bytes) {
+    if (bytes <= initialCapac) return initialCapac;
+    const std::size_t excess = bytes - initialCapac;
+    const std::size_t step = resizeInc;
+    if ((step & (step - 1)) == 0) [[likely]] // a power of two, or 0
+        return initialCapac + (step == 0 ? excess : (excess + step - 1) & ~(step - 1));
+    return initialCapac + (excess + step - 1) / step * step;
+}
+
+// The storage begins right behind the header, aligned like the allocation.
+static_assert(sizeof(ERVecRep) % __STDCPP_DEFAULT_NEW_ALIGNMENT__ == 0);
+
+ERVecRep* ERVecRep::allocate(std::size_t capacity) {
+    if (capacity > static_cast<std::size_t>(PTRDIFF_MAX) - sizeof(ERVecRep))
+        throw std::bad_array_new_length();
+    void* const block = ::operator new[](sizeof(ERVecRep) + capacity);
+    return ::new (block) ERVecRep(0, capacity, 0, nullptr);
+}
+
+void ERVecRep::deallocate() {
+    expose(this, sizeof(ERVecRep) + capacity_);
+    ::operator delete[](static_cast<void*>(this));
+}
+
+/// Makes a fresh body of a free one: its storage holds nothing yet.
+inline void ERVecRep::occupy(std::size_t bytes) {
+    data_ = storage();
+    length_ = bytes;
+    make_fresh(data_, bytes);
+    poison(static_cast<std::byte*>(data_) + bytes, capacity_ - bytes);
+}
+
+ERVecRep* ERVecRep::getRep(std::size_t bytes, int noInit) {
+    if (bytes > static_cast<std::size_t>(PTRDIFF_MAX)) throw std::bad_array_new_length();
+    const std::size_t capacity = adjustCapacity(bytes);
+    ERVecRepCache* const cache = velm::detail::thread_rep_cache();
+    ERVecRep* rep = cache != nullptr ? cache->take(capacity) : nullptr;
+    if (rep == nullptr) rep = allocate(capacity);
+    if (noInit == 0) {
+        expose(rep->storage(), capacity);
+        std::memset(rep->storage(), 0, capacity);
+    }
+    rep->occupy(bytes);
+    if (noInit == 0) expose(rep->data_, bytes);
+    return rep;
+}
+
+void ERVecRep::free() {
+    assert(this != nullref_);
+    ERVecRepCache* const cache = velm::detail::thread_rep_cache();
+    if (cache != nullptr) {
+        cache->put(this);
+    } else {
+        deallocate();
+    }
 }
 
 void ERVecRepCache::flush() {
@@ -83,13 +142,15 @@ void ERVecRepCache::flush() {
     cachedCount = 0;
 }
 
-ERVecRepCache::Entry* ERVecRepCache::entry(std::size_t capacity) noexcept {
-    if (capacity % index_step == 0) {
-        Entry* const known = index_[capacity / index_step];
-        if (known != nullptr) [[likely]]
-            return known;
+ERVecRepCache::~ERVecRepCache() {
+    flush();
+    for (Entry* entry : buckets_) {
+        while (entry != nullptr) {
+            Entry* const next = entry->next;
+            delete entry;
+            entry = next;
+        }
     }
-    return find_or_make(capacity);
 }
 
 ERVecRepCache::Entry* ERVecRepCache::find_or_make(std::size_t capacity) noexcept {

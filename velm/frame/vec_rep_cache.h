@@ -8,6 +8,7 @@
 
 /// The freed array bodies of one thread, by capacity. Bodies of more than largestCached bytes are
 /// never kept. A thread has one (velmThreadLocalData::repCache), and no other thread touches it.
+/// ERVecRep::getRep and ERVecRep::free, which work on it, are defined beside it.
 class VELM_API ERVecRepCache {
 public:
     static constexpr std::size_t largestCached = 0x20000;
@@ -18,12 +19,6 @@ public:
     ERVecRepCache& operator=(const ERVecRepCache&) = delete;
     ~ERVecRepCache();
 
-    /// Hands out a cached body of exactly this capacity and counts a hit; else counts a miss and
-    /// returns null. The body's length and data are the caller's to set.
-    ERVecRep* take(std::size_t capacity);
-    /// Keeps a body, or gives it to the allocator if it is too large. A cache that is over one of
-    /// its limits is flushed first.
-    void put(ERVecRep* body);
     /// Gives all bodies to the allocator.
     void flush();
 
@@ -36,12 +31,21 @@ public:
     std::size_t misses = 0;
 
 private:
+    friend class ERVecRep;
     struct Entry;
     static constexpr std::size_t bucket_count = 20;
     static constexpr std::size_t index_step = 64;
     static constexpr std::size_t index_size = largestCached / index_step + 1;
 
-    // The entry of a capacity, made where there is none yet; null without memory for it.
+    // Hands out a cached body of exactly this capacity and counts a hit; else counts a miss and
+    // returns null. The body's length and data are the caller's to set.
+    ERVecRep* take(std::size_t capacity);
+    // Keeps a body, or gives it to the allocator if it is too large. A cache that is over one of
+    // its limits is flushed first.
+    void put(ERVecRep* body);
+
+    // The entry of a capacity, made where there is none yet; null for a capacity that is not kept
+    // and without memory for the entry.
     Entry* entry(std::size_t capacity) noexcept;
     Entry* find_or_make(std::size_t capacity) noexcept;
 
