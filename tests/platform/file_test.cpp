@@ -1,0 +1,302 @@
+#include "velm/platform/file.h"
+
+#include "support/caught.h"
+#include "support/faulty_files.h"
+#include "support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using velm_test::FaultyFiles;
+using velm_test::file_cause;
+using velm_test::TemporaryFolder;
+
+constexpr UINT fresh = CFile::modeCreate | CFile::modeReadWrite | CFile::shareExclusive;
+constexpr UINT shared_read = CFile::modeRead | CFile::shareDenyNone;
+
+int cause_of_open(const std::string& name, UINT flags) {
+    CFile file;
+    CFileException failure;
+    const bool opened = file.Open(name.c_str(), flags, &failure);
+    EXPECT_EQ(opened, failure.m_cause == CFileException::none);
+    if (!opened) {
+        EXPECT_EQ(failure.m_strFileName, name);
+    }
+    return failure.m_cause;
+}
+
+struct Opener {
+    UINT access, share;
+
+    bool reads() const { return access != CFile::modeWrite; }
+    bool writes() const { return access != CFile::modeRead; }
+    bool denies_all() const { return share == CFile::shareExclusive || share == 0; }
+    bool denies_reading() const { return denies_all() || share == CFile::shareDenyRead; }
+    bool denies_writing() const { return denies_all() || share == CFile::shareDenyWrite; }
+    bool shuts_out(const Opener& other) const {
+        return (denies_reading() && other.reads()) || (denies_writing() && other.writes());
+    }
+};
+
+// Every pair of openers, against what the sharing modes say in words.
+TEST(File, SharingHoldsBetweenAllPairsOfOpeners) {
+    const TemporaryFolder folder;
+    const std::string name = folder.file("shared", "content");
+    std::vector<Opener> openers;
+    for (const UINT access : {CFile::modeRead, CFile::modeWrite, CFile::modeReadWrite}) {
+        for (const UINT share : {0x00u, 0x10u, 0x20u, 0x30u, 0x40u})
+            openers.push_back({access, share});
+    }
+    for (const Opener& first : openers) {
+        CFile held(name.c_str(), first.access | first.share);
+        for (const Opener& second : openers) {
+            const bool refused = first.shuts_out(second) || second.shuts_out(first);
+            EXPECT_EQ(cause_of_open(name, second.access | second.share),
+                      refused ? CFileException::sharingViolation : CFileException::none)
+                << std::hex << first.access << ' ' << first.share << ' ' << second.access << ' '
+                << second.share;
+        }
+        held.Close();
+        EXPECT_EQ(cause_of_open(name, fresh | CFile::modeNoTruncate), CFileException::none);
+    }
+    EXPECT_EQ(TemporaryFolder::bytes_of(name), "content");
+}
+
+TEST(File, SharingEndsWithTheProcessThatHeldIt) {
+    const TemporaryFolder folder;
+    const std::string name = folder.file("held", "content");
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        CFile held;
+        const char opened = static_cast<char>(held.Open(name.c_str(), CFile::modeReadWrite));
+        if (write(ready[1], &opened, 1) == 1) pause();
+        _exit(0);
+    }
+    char opened = 0;
+    ASSERT_EQ(read(ready[0], &opened, 1), 1);
+    EXPECT_EQ(opened, 1);
+    EXPECT_EQ(cause_of_open(name, shared_read), CFileException::sharingViolation);
+    EXPECT_EQ(cause_of_open(name, fresh), CFileException::sharingViolation);
+    EXPECT_EQ(TemporaryFolder::bytes_of(name), "content") << "emptied before it was held";
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(cause_of_open(name, fresh), CFileException::none);
+    EXPECT_EQ(TemporaryFolder::bytes_of(name), "");
+    close(ready[0]);
+    close(ready[1]);
+}
+
+TEST(File, RefusesWhatIsNoRegularFileWithoutWaiting) {
+    const TemporaryFolder folder;
+    const std::string pipe_name = folder.path("pipe"), plain = folder.file("plain", "");
+    ASSERT_EQ(mkfifo(pipe_name.c_str(), 0600), 0);
+    const struct {
+        std::string name;
+        int cause;
+    } refused[] = {
+        {folder.path(""), CFileException::accessDenied},
+        {pipe_name, CFileException::invalidFile},
+        {"/dev/null", CFileException::invalidFile},
+        {plain + "/below", CFileException::badPath},
+        {folder.path("no/such/folder"), CFileException::badPath},
+        {folder.path(std::string(300, 'x')), CFileException::badPath},
+        {"", CFileException::fileNotFound},
+    };
+    for (const auto& [name, cause] : refused) {
+        for (const UINT access : {CFile::modeRead, CFile::modeWrite, CFile::modeReadWrite})
+            EXPECT_EQ(cause_of_open(name, access | CFile::shareDenyNone), cause) << name;
+    }
+    EXPECT_EQ(cause_of_open(folder.path("missing"), shared_read), CFileException::fileNotFound);
+    EXPECT_EQ(file_cause([&] { CFile file(pipe_name.c_str(), CFile::modeRead); }),
+              CFileException::invalidFile);
+}
+
+TEST(File, WhatIsWrittenIsSeenThroughAnotherDescriptorAtOnce) {
+    const TemporaryFolder folder;
+    const std::string name = folder.path("seen");
+    CFile file(name.c_str(), fresh);
+    EXPECT_EQ(file.GetFileName(), "seen");
+    EXPECT_EQ(file.GetFilePath(), name);
+    file.Write("abcdef", 6);
+    EXPECT_EQ(TemporaryFolder::bytes_of(name), "abcdef");
+
+    EXPECT_EQ(file.Seek(-2, CFile::end), 4u);
+    EXPECT_EQ(file.Seek(-3, CFile::current), 1u);
+    file.Write("X", 1);
+    char read[8] = {};
+    EXPECT_EQ(file.Read(read, 8), 4u);
+    EXPECT_STREQ(read, "cdef");
+    const auto twin = file.Duplicate();
+    twin->SeekToBegin();
+    EXPECT_EQ(file.GetPosition(), 6u);
+    EXPECT_EQ(twin->Read(read, 2), 2u);
+    EXPECT_EQ(std::string(read, 2), "aX");
+
+    // Past the end: the gap is zeros; cut and extended the position stays.
+    file.Seek(8, CFile::begin);
+    file.Write("Z", 1);
+    EXPECT_EQ(TemporaryFolder::bytes_of(name), std::string("aXcdef\0\0Z", 9));
+    file.SetLength(2);
+    EXPECT_EQ(file.GetPosition(), 9u);
+    EXPECT_EQ(file.Read(read, 1), 0u);
+    file.SetLength(3);
+    EXPECT_EQ(TemporaryFolder::bytes_of(name), std::string("aX\0", 3));
+
+    CFileStatus status;
+    ASSERT_TRUE(file.GetStatus(status));
+    EXPECT_EQ(status.m_size, 3u);
+    ASSERT_TRUE(CFile::GetStatus(folder.path("").c_str(), status));
+    EXPECT_TRUE(status.m_attribute & CFile::directory);
+
+    // The sharing lasts until the twin is closed too.
+    file.Close();
+    EXPECT_FALSE(file.GetStatus(status));
+    EXPECT_EQ(cause_of_open(name, shared_read), CFileException::sharingViolation);
+    twin->Close();
+    EXPECT_EQ(cause_of_open(name, shared_read), CFileException::none);
+}
+
+TEST(File, RenamesAndRemovesWithoutOverwriting) {
+    const TemporaryFolder folder;
+    const std::string a = folder.file("a", "A"), b = folder.file("b", "B");
+    const std::string c = folder.path("c");
+    EXPECT_EQ(file_cause([&] { CFile::Rename(a.c_str(), b.c_str()); }),
+              CFileException::accessDenied);
+    EXPECT_EQ(TemporaryFolder::bytes_of(b), "B");
+    CFile::Rename(a.c_str(), c.c_str());
+    EXPECT_EQ(TemporaryFolder::bytes_of(c), "A");
+    CFile::Remove(c.c_str());
+    EXPECT_EQ(file_cause([&] { CFile::Remove(c.c_str()); }), CFileException::fileNotFound);
+    EXPECT_EQ(file_cause([&] { CFile::Rename(c.c_str(), a.c_str()); }),
+              CFileException::fileNotFound);
+}
+
+TEST(File, GrowthBeyondTheLimitIsAFullDiskBeforeAnythingIsWritten) {
+    const TemporaryFolder folder;
+    const std::string name = folder.path("large");
+    CFile file(name.c_str(), fresh);
+    file.Seek(static_cast<LONGLONG>(CFile::longest) - 1, CFile::begin);
+    EXPECT_EQ(file_cause([&] { file.Write("ab", 2); }), CFileException::diskFull);
+    EXPECT_EQ(file.GetLength(), 0u);
+    EXPECT_EQ(file_cause([&] { file.SetLength(CFile::longest + 1); }), CFileException::diskFull);
+    file.Write("a", 1);
+    EXPECT_EQ(file.GetLength(), CFile::longest);
+    EXPECT_EQ(file_cause([&] { file.Write("b", 1); }), CFileException::diskFull);
+    file.Write("b", 0);
+    EXPECT_EQ(file.GetLength(), CFile::longest);
+
+    EXPECT_EQ(file_cause([&] { file.Seek(-1, CFile::begin); }), CFileException::badSeek);
+    EXPECT_EQ(file_cause([&] { file.Seek(INT64_MAX, CFile::current); }), CFileException::badSeek);
+    EXPECT_EQ(file_cause([&] { file.Seek(0, 3); }), CFileException::badSeek);
+    EXPECT_EQ(file.GetPosition(), CFile::longest);
+}
+
+TEST(File, KeepsToItsAccessAndItsDescriptorToItself) {
+    const TemporaryFolder folder;
+    const std::string name = folder.file("plain", "content");
+    char byte;
+    FaultyFiles system;
+    {
+        CFile file(name.c_str(), CFile::modeWrite);
+        EXPECT_EQ(file_cause([&] { file.Read(&byte, 1); }), CFileException::accessDenied);
+        EXPECT_NE(fcntl(system.last_opened(), F_GETFD) & FD_CLOEXEC, 0);
+    }
+    CFile file(name.c_str(), CFile::modeRead);
+    EXPECT_EQ(file_cause([&] { file.Write("x", 1); }), CFileException::accessDenied);
+    EXPECT_EQ(file_cause([&] { file.SetLength(0); }), CFileException::accessDenied);
+    file.Close();
+    EXPECT_EQ(file_cause([&] { file.Read(&byte, 1); }), CFileException::invalidFile);
+    EXPECT_EQ(file_cause([&] { file.Write("x", 1); }), CFileException::invalidFile);
+    EXPECT_EQ(file_cause([&] { file.GetLength(); }), CFileException::invalidFile);
+
+    // A file that may be written but not read is opened for writing alone.
+    system.fail(FaultyFiles::opening, 1, EACCES);
+    ASSERT_TRUE(file.Open(name.c_str(), CFile::modeWrite | CFile::shareDenyWrite));
+    EXPECT_EQ(fcntl(system.last_opened(), F_GETFL) & O_ACCMODE, O_WRONLY);
+    EXPECT_EQ(cause_of_open(name, CFile::modeWrite | CFile::shareDenyNone),
+              CFileException::sharingViolation);
+    EXPECT_EQ(cause_of_open(name, shared_read), CFileException::none);
+    EXPECT_EQ(TemporaryFolder::bytes_of(name), "content");
+}
+
+TEST(File, ShortAndInterruptedTransfersAreFinished) {
+    const TemporaryFolder folder;
+    std::string content(1000, '\0');
+    for (std::size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<char>(i * 7);
+    const std::string name = folder.path("slow");
+    FaultyFiles system;
+    system.fall_short(3);
+    CFile file(name.c_str(), fresh);
+    file.Write(content.data(), 1000);
+    EXPECT_EQ(TemporaryFolder::bytes_of(name), content);
+    file.SeekToBegin();
+    std::string back(1001, '\0');
+    EXPECT_EQ(file.Read(back.data(), 1001), 1000u);
+    EXPECT_EQ(back.substr(0, 1000), content);
+}
+
+TEST(File, FaultsBelowBecomeCauses) {
+    const TemporaryFolder folder;
+    const std::string name = folder.file("faulty", "content");
+    FaultyFiles system;
+    char bytes[4];
+    CFile file(name.c_str(), CFile::modeReadWrite);
+    const auto cause = [&](FaultyFiles::Operation kind, int error, auto operation) {
+        system.fail(kind, 1, error);
+        return file_cause(operation);
+    };
+    EXPECT_EQ(cause(FaultyFiles::reading, EIO, [&] { file.Read(bytes, 4); }),
+              CFileException::hardIO);
+    EXPECT_EQ(cause(FaultyFiles::writing, ENOSPC, [&] { file.Write(bytes, 4); }),
+              CFileException::diskFull);
+    EXPECT_EQ(cause(FaultyFiles::seeking, EINVAL, [&] { file.Seek(1, CFile::begin); }),
+              CFileException::badSeek);
+    EXPECT_EQ(file.GetPosition(), 0u);
+    EXPECT_EQ(cause(FaultyFiles::cutting, EPERM, [&] { file.SetLength(0); }),
+              CFileException::accessDenied);
+    EXPECT_EQ(cause(FaultyFiles::closing, EIO, [&] { file.Close(); }), CFileException::hardIO);
+    EXPECT_EQ(cause(FaultyFiles::closing, EIO, [&] { file.Close(); }), 0) << "closed already";
+
+    const auto cause_of_locking = [&](UINT flags) {
+        system.fail(FaultyFiles::locking, 1, EOPNOTSUPP);
+        return cause_of_open(name, flags);
+    };
+    EXPECT_EQ(cause_of_locking(fresh), CFileException::lockViolation);
+    EXPECT_EQ(cause_of_locking(shared_read), CFileException::none);
+    EXPECT_EQ(TemporaryFolder::bytes_of(name), "content");
+
+    const int errors[][2] = {{EMFILE, CFileException::tooManyOpenFiles},
+                             {EROFS, CFileException::accessDenied},
+                             {ENOLCK, CFileException::lockViolation},
+                             {EDOM, CFileException::genericException}};
+    for (const auto& [error, expected] : errors) {
+        system.fail(FaultyFiles::opening, 1, error);
+        EXPECT_EQ(cause_of_open(name, CFile::modeReadWrite), expected);
+    }
+}
+
+TEST(FileException, TellsTheFileAndTheCause) {
+    char text[200];
+    CFileException failure(CFileException::diskFull, ENOSPC, "part.db");
+    ASSERT_TRUE(failure.GetErrorMessage(text, sizeof text));
+    EXPECT_STREQ(text, "part.db: the disk is full (No space left on device).");
+    char small[8];
+    CFileException(CFileException::endOfFile, -1, "x").GetErrorMessage(small, sizeof small);
+    EXPECT_STREQ(small, "x: the ");
+    // The values that hosts store.
+    EXPECT_EQ(CFileException::none, 0);
+    EXPECT_EQ(CFileException::badSeek, 9);
+    EXPECT_EQ(CFileException::endOfFile, 14);
+}
+
+} // namespace
