@@ -11,7 +11,7 @@ using velm::detail::thread_slots;
 
 std::atomic<int> slots_in_use{0};
 
-/// How many of the two owners below have ended in this thread.
+/// How many of the two owners have ended in this thread.
 constinit thread_local int owners_ended = 0;
 
 /// Owns objects of a thread.
@@ -40,12 +40,15 @@ private:
     std::vector<int> order_; // of creation
 };
 
-thread_local ThreadObjects thread_objects;
-/// Takes what the destructors of a worker's other thread_local objects make after the first has
-/// ended. Made on first use only: side by side with the first it would be destroyed before it.
-ThreadObjects& late_objects() {
-    thread_local ThreadObjects objects;
-    return objects;
+/// Each is made when it is first asked for, so that the second comes to be only after the first
+/// ended: it takes what the destructors of a worker's other thread_local objects make.
+ThreadObjects& owner() {
+    if (owners_ended == 0) {
+        thread_local ThreadObjects objects;
+        return objects;
+    }
+    thread_local ThreadObjects late_objects;
+    return late_objects;
 }
 
 void reserve_slot(int slot) {
@@ -70,11 +73,7 @@ CNoTrackObject* CThreadLocalObject::make(CNoTrackObject* (*factory)()) {
     CNoTrackObject* const object = factory();
     if (object == nullptr) return nullptr;
     reserve_slot(slot);
-    if (owners_ended == 0) {
-        thread_objects.made(slot);
-    } else if (owners_ended == 1) {
-        late_objects().made(slot);
-    }
+    if (owners_ended < 2) owner().made(slot);
     thread_slots.objects[slot] = object;
     return object;
 }
