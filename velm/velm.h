@@ -21,8 +21,10 @@
 #include "velm/platform/typed_lists.h"
 
 #include "velm/frame/binary_file.h"
+#include "velm/frame/bit_vec.h"
 #include "velm/frame/box.h"
 #include "velm/frame/box_clipping.h"
+#include "velm/frame/circular_buffer.h"
 #include "velm/frame/class_macros.h"
 #include "velm/frame/class_registration.h"
 #include "velm/frame/coordinate.h"

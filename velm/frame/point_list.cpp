@@ -37,11 +37,7 @@ void CurvePointList<D>::append(const Point& point, double parameter) {
 
 template <class D>
 ERVec<typename D::Point> CurvePointList<D>::toVec() const {
-    ERVec<Point> points(this->size());
-    Point* place = points.begin();
-    for (const auto& listed : *this)
-        *place++ = listed.point;
-    return points;
+    return this->gathered(&D::ListedPoint::point);
 }
 
 template <class D>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "velm/frame/memory_pool.h"
+#include "velm/frame/vec.h"
 
 #include <cstddef>
 #include <iterator>
@@ -84,6 +85,16 @@ public:
         if (last_ == before) last_ = node;
         ++count_;
         return node;
+    }
+
+    /// One member of all values, in order.
+    template <class Member>
+    ERVec<Member> gathered(Member T::*member) const {
+        ERVec<Member> members(count_);
+        Member* place = members.begin();
+        for (const T& value : *this)
+            *place++ = value.*member;
+        return members;
     }
 
 private:
