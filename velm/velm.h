@@ -62,6 +62,7 @@
 #include "velm/frame/val_dlist.h"
 #include "velm/frame/val_hash_dictionary.h"
 #include "velm/frame/val_vector.h"
+#include "velm/frame/value_archive.h"
 #include "velm/frame/vec.h"
 #include "velm/frame/vec_rep.h"
 #include "velm/frame/vec_rep_cache.h"

@@ -42,15 +42,17 @@ Edge test(const ERPoint2D& p, const ERPoint2D& a, const ERPoint2D& b) {
     const bool right_of_b = p.x() > b.x();
     const bool all_left = right_of_a & right_of_b;
     const double reach = std::abs(to_p.i()) + std::abs(b.x() - p.x());
-    const bool clear = (std::abs(side_of_p) > edge_tolerance) & (side_of_ray_end != 0.0) &
-                       (reach < std::numeric_limits<double>::max()) & (ray_end - p.x() >= 1.0);
+    const int clear = int{std::abs(side_of_p) > edge_tolerance} & (side_of_ray_end != 0.0) &
+                      (reach < std::numeric_limits<double>::max()) & (ray_end - p.x() >= 1.0);
     if (!(clear | all_left)) return test_by_rules(p, a, b);
 
     // The upper end lies on the ray's line, behind p.
-    const bool upper_end_behind = ((a.y() == p.y()) & right_of_a) | ((b.y() == p.y()) & right_of_b);
-    const bool above_lower_end = (p.y() > a.y()) | (p.y() > b.y());
-    const bool ends_on_both_sides = (side_of_p > 0.0) != (side_of_ray_end > 0.0);
-    return static_cast<Edge>(!all_left & above_lower_end & !upper_end_behind & ends_on_both_sides);
+    const int upper_end_behind =
+        (int{a.y() == p.y()} & right_of_a) | (int{b.y() == p.y()} & right_of_b);
+    const int above_lower_end = int{p.y() > a.y()} | (p.y() > b.y());
+    const int ends_on_both_sides = (side_of_p > 0.0) != (side_of_ray_end > 0.0);
+    return static_cast<Edge>(!all_left & above_lower_end & int{!upper_end_behind} &
+                             ends_on_both_sides);
 }
 
 /// For up to 64 vertices, a bit each: whether the ordinate lies above the vertex, and below.
