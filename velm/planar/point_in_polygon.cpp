@@ -51,7 +51,7 @@ Edge test(const ERPoint2D& p, const ERPoint2D& a, const ERPoint2D& b) {
         (int{a.y() == p.y()} & right_of_a) | (int{b.y() == p.y()} & right_of_b);
     const int above_lower_end = int{p.y() > a.y()} | (p.y() > b.y());
     const int ends_on_both_sides = (side_of_p > 0.0) != (side_of_ray_end > 0.0);
-    return static_cast<Edge>(!all_left & above_lower_end & int{!upper_end_behind} &
+    return static_cast<Edge>(int{!all_left} & above_lower_end & int{!upper_end_behind} &
                              ends_on_both_sides);
 }
 
