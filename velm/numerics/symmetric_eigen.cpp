@@ -1,0 +1,436 @@
+#include "velm/numerics/symmetric_eigen.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <vector>
+
+namespace Mgc {
+
+/// What the objects that were assigned from one another own together.
+struct Eigen::Arrays {
+    explicit Arrays(std::size_t n) : values(n * n + 2 * n), rows(n) {
+        for (std::size_t i = 0; i < n; ++i)
+            rows[i] = values.data() + n * i;
+    }
+    std::vector<double> values; // the matrix row by row, the diagonal, the subdiagonal
+    std::vector<double*> rows;
+};
+
+Eigen::Eigen(int n)
+    : size(n), matrix(nullptr), diagonal(nullptr), subdiagonal(nullptr),
+      arrays(std::make_shared<Arrays>(std::size_t(std::max(n, 0)))) {
+    const std::size_t entries = std::size_t(std::max(n, 0));
+    matrix = arrays->rows.data();
+    diagonal = arrays->values.data() + entries * entries;
+    subdiagonal = diagonal + entries;
+}
+
+Eigen::~Eigen() = default;
+Eigen::Eigen(const Eigen&) = default;
+Eigen& Eigen::operator=(const Eigen&) = default;
+
+void Eigen::SetMatrix(double** source) {
+    for (int row = 0; row < size; ++row)
+        std::copy_n(source[row], size, matrix[row]);
+}
+
+// ---- reduction to tridiagonal form ----
+
+namespace {
+
+/// Rows first .. n-1 of the identity, in the columns first .. n-1.
+void set_identity_block(double** mat, int first, int n) {
+    for (int i = first; i < n; ++i)
+        for (int j = first; j < n; ++j)
+            mat[i][j] = i == j ? 1.0 : 0.0;
+}
+
+/// Makes the first row and the first column of mat those of the identity.
+void set_first_unit(double** mat, int n) {
+    for (int i = 1; i < n; ++i)
+        mat[0][i] = mat[i][0] = 0.0;
+    mat[0][0] = 1.0;
+}
+
+struct Vector3 {
+    double x, y, z;
+};
+
+double dot(const Vector3& a, const Vector3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+
+Vector3 cross(const Vector3& a, const Vector3& b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
+double length(const Vector3& a) { return std::sqrt(dot(a, a)); }
+
+struct Symmetric3 {
+    double xx, xy, xz, yy, yz, zz;
+    Vector3 operator*(const Vector3& v) const {
+        return {xx * v.x + xy * v.y + xz * v.z, xy * v.x + yy * v.y + yz * v.z,
+                xz * v.x + yz * v.y + zz * v.z};
+    }
+};
+
+/// A basis q, p, r in which the block M of a 4x4 matrix becomes tridiagonal, with the entries that
+/// this makes. q is the direction of the first row's tail.
+struct LanczosBasis {
+    Vector3 q, p, r;
+};
+
+/// Writes the part of the tridiagonal form that p and r make.
+void set_tail(const Symmetric3& m, const LanczosBasis& basis, double* diag, double* subd) {
+    const Vector3 mp = m * basis.p;
+    diag[2] = dot(basis.p, mp);
+    subd[2] = dot(basis.r, mp);
+    diag[3] = dot(basis.r, m * basis.r);
+}
+
+/// Completes q to a basis where q is an eigenvector of M and tells nothing of p and r.
+void complete_from_eigenvector(const Symmetric3& m, LanczosBasis& basis, double* diag,
+                               double* subd) {
+    const Vector3 q = basis.q;
+    const double s = q.y * q.y + q.z * q.z;
+    subd[1] = 0.0;
+    if (s > 0.0) {
+        const double t = q.x - 1.0;
+        basis.p = {-q.y, t * q.y * q.y / s + 1.0, t * q.y * q.z / s};
+        basis.r = {-q.z, t * q.y * q.z / s, t * q.z * q.z / s + 1.0};
+        set_tail(m, basis, diag, subd);
+    } else {
+        basis.p = {0.0, 1.0, 0.0};
+        basis.r = {0.0, 0.0, 1.0};
+        diag[2] = m.yy;
+        diag[3] = m.zz;
+        subd[2] = m.yz;
+    }
+}
+
+/// The 4x4 case whose first row has only its neighbour: one rotation in rows 2 and 3 is left.
+void reduce_lower_block_of_4(double** mat, double* diag, double* subd) {
+    const double m12 = mat[1][2], m13 = mat[1][3], m22 = mat[2][2], m23 = mat[2][3],
+                 m33 = mat[3][3];
+    diag[1] = mat[1][1];
+    subd[0] = mat[0][1];
+    mat[1][1] = 1.0;
+    mat[2][1] = mat[3][1] = 0.0;
+    if (m13 == 0.0) {
+        diag[2] = m22;
+        diag[3] = m33;
+        subd[1] = m12;
+        subd[2] = m23;
+        mat[1][2] = mat[1][3] = 0.0;
+        set_identity_block(mat, 2, 4);
+        return;
+    }
+    const double span = std::sqrt(m13 * m13 + m12 * m12);
+    const double a = m12 / span;
+    const double b = m13 / span;
+    const double q = 2 * a * m23 + b * (m33 - m22);
+    diag[2] = m22 + b * q;
+    diag[3] = m33 - b * q;
+    subd[1] = span;
+    subd[2] = m23 - a * q;
+    mat[1][2] = mat[1][3] = 0.0;
+    mat[2][2] = a;
+    mat[2][3] = b;
+    mat[3][2] = b;
+    mat[3][3] = -a;
+}
+
+/// The general 4x4 case: a Lanczos basis for the block of rows and columns 1 to 3.
+void reduce_full_4(double** mat, double* diag, double* subd) {
+    const double m01 = mat[0][1], m02 = mat[0][2], m03 = mat[0][3];
+    const Symmetric3 m{mat[1][1], mat[1][2], mat[1][3], mat[2][2], mat[2][3], mat[3][3]};
+    const double span = std::sqrt(m01 * m01 + m02 * m02 + m03 * m03);
+    subd[0] = span;
+    LanczosBasis basis{{m01 / span, m02 / span, m03 / span}, {}, {}};
+    const Vector3 v = m * basis.q;
+    diag[1] = dot(basis.q, v);
+    const Vector3 w = cross(basis.q, v);
+    const double tail = length(w);
+    if (tail > 0.0) {
+        basis.r = {w.x / tail, w.y / tail, w.z / tail};
+        basis.p = cross(basis.r, basis.q);
+        subd[1] = dot(basis.q, m * basis.p);
+        set_tail(m, basis, diag, subd);
+    } else {
+        complete_from_eigenvector(m, basis, diag, subd);
+    }
+    const Vector3* columns[] = {&basis.q, &basis.p, &basis.r};
+    for (int j = 0; j < 3; ++j) {
+        mat[1][j + 1] = columns[j]->x;
+        mat[2][j + 1] = columns[j]->y;
+        mat[3][j + 1] = columns[j]->z;
+    }
+}
+
+/// One Householder step on row i of the lower triangle. Returns the step's h, 0 where nothing was
+/// to be done.
+double reflect_row(int i, double** a, double* subd) {
+    const int l = i - 1;
+    double scale = 0.0;
+    if (l > 0)
+        for (int k = 0; k <= l; ++k)
+            scale += std::fabs(a[i][k]);
+    if (l == 0 || scale == 0.0) {
+        subd[i] = a[i][l];
+        return 0.0;
+    }
+    const double inverse_scale = 1.0 / scale;
+    double h = 0.0;
+    for (int k = 0; k <= l; ++k) {
+        a[i][k] *= inverse_scale;
+        h += a[i][k] * a[i][k];
+    }
+    double f = a[i][l];
+    double g = std::sqrt(h);
+    if (f > 0.0) g = -g;
+    subd[i] = scale * g;
+    h -= f * g;
+    a[i][l] = f - g;
+    const double inverse_h = 1.0 / h;
+    double sum = 0.0;
+    for (int j = 0; j <= l; ++j) {
+        a[j][i] = inverse_h * a[i][j];
+        g = 0.0;
+        for (int k = 0; k <= j; ++k)
+            g += a[j][k] * a[i][k];
+        for (int k = j + 1; k <= l; ++k)
+            g += a[k][j] * a[i][k];
+        subd[j] = g * inverse_h;
+        sum += subd[j] * a[i][j];
+    }
+    const double hh = sum * 0.5 * inverse_h;
+    for (int j = 0; j <= l; ++j) {
+        f = a[i][j];
+        g = subd[j] - hh * f;
+        subd[j] = g;
+        for (int k = 0; k <= j; ++k)
+            a[j][k] -= f * subd[k] + g * a[i][k];
+    }
+    return h;
+}
+
+/// Multiplies out the reflections that the rows of a hold, from the first row on.
+void accumulate_reflections(int n, double** a, double* diag) {
+    for (int i = 0; i < n; ++i) {
+        if (diag[i] != 0.0) {
+            for (int j = 0; j < i; ++j) {
+                double s = 0.0;
+                for (int k = 0; k < i; ++k)
+                    s += a[i][k] * a[k][j];
+                for (int k = 0; k < i; ++k)
+                    a[k][j] -= s * a[k][i];
+            }
+        }
+        diag[i] = a[i][i];
+        a[i][i] = 1.0;
+        for (int j = 0; j < i; ++j)
+            a[j][i] = a[i][j] = 0.0;
+    }
+}
+
+} // namespace
+
+void Eigen::Tridiagonal2(double** mat, double* diag, double* subd) {
+    diag[0] = mat[0][0];
+    diag[1] = mat[1][1];
+    subd[0] = mat[0][1];
+    subd[1] = 0.0;
+    set_identity_block(mat, 0, 2);
+}
+
+void Eigen::Tridiagonal3(double** mat, double* diag, double* subd) {
+    const double m00 = mat[0][0], m01 = mat[0][1], m02 = mat[0][2], m11 = mat[1][1],
+                 m12 = mat[1][2], m22 = mat[2][2];
+    diag[0] = m00;
+    subd[2] = 0.0;
+    if (m02 == 0.0) {
+        diag[1] = m11;
+        diag[2] = m22;
+        subd[0] = m01;
+        subd[1] = m12;
+        set_identity_block(mat, 0, 3);
+        return;
+    }
+    const double span = std::sqrt(m01 * m01 + m02 * m02);
+    const double a = m01 / span;
+    const double b = m02 / span;
+    const double q = 2 * a * m12 + b * (m22 - m11);
+    diag[1] = m11 + b * q;
+    diag[2] = m22 - b * q;
+    subd[0] = span;
+    subd[1] = m12 - a * q;
+    set_first_unit(mat, 3);
+    mat[1][1] = a;
+    mat[1][2] = b;
+    mat[2][1] = b;
+    mat[2][2] = -a;
+}
+
+void Eigen::Tridiagonal4(double** mat, double* diag, double* subd) {
+    diag[0] = mat[0][0];
+    subd[3] = 0.0;
+    if (mat[0][2] == 0.0 && mat[0][3] == 0.0)
+        reduce_lower_block_of_4(mat, diag, subd);
+    else
+        reduce_full_4(mat, diag, subd);
+    set_first_unit(mat, 4);
+}
+
+void Eigen::TridiagonalN(int size, double** mat, double* diag, double* subd) {
+    if (size < 1) return;
+    for (int i = size - 1; i >= 1; --i)
+        diag[i] = reflect_row(i, mat, subd);
+    diag[0] = 0.0;
+    subd[0] = 0.0;
+    accumulate_reflections(size, mat, diag);
+    for (int i = 1; i < size; ++i)
+        subd[i - 1] = subd[i];
+    subd[size - 1] = 0.0;
+}
+
+// ---- the QL iteration ----
+
+namespace {
+
+constexpr int kSweepLimit = 32;
+
+/// The first index from i0 on behind which the matrix falls apart: exact equality after rounding.
+int end_of_block(int i0, int n, const double* diag, const double* subd) {
+    int i2 = i0;
+    for (; i2 <= n - 2; ++i2) {
+        const double s = std::fabs(diag[i2]) + std::fabs(diag[i2 + 1]);
+        if (std::fabs(subd[i2]) + s == s) break;
+    }
+    return i2;
+}
+
+/// One implicit sweep with a Wilkinson-type shift over the block i0 .. i2.
+void sweep(int i0, int i2, int n, double* diag, double* subd, double** mat) {
+    double g = (diag[i0 + 1] - diag[i0]) / (2.0 * subd[i0]);
+    double r = std::sqrt(g * g + 1.0);
+    g = diag[i2] - diag[i0] + subd[i0] / (g < 0.0 ? g - r : g + r);
+    double sine = 1.0;
+    double cosine = 1.0;
+    double p = 0.0;
+    for (int i3 = i2 - 1; i3 >= i0; --i3) {
+        const double f = sine * subd[i3];
+        const double b = cosine * subd[i3];
+        if (std::fabs(f) >= std::fabs(g)) {
+            cosine = g / f;
+            r = std::sqrt(cosine * cosine + 1.0);
+            subd[i3 + 1] = f * r;
+            sine = 1.0 / r;
+            cosine = cosine * sine;
+        } else {
+            sine = f / g;
+            r = std::sqrt(sine * sine + 1.0);
+            subd[i3 + 1] = g * r;
+            cosine = 1.0 / r;
+            sine = sine * cosine;
+        }
+        g = diag[i3 + 1] - p;
+        r = (diag[i3] - g) * sine + 2.0 * b * cosine;
+        p = sine * r;
+        diag[i3 + 1] = g + p;
+        g = cosine * r - b;
+        for (int i4 = 0; i4 < n; ++i4) {
+            double* row = mat[i4];
+            const double upper = row[i3 + 1];
+            row[i3 + 1] = sine * row[i3] + cosine * upper;
+            row[i3] = cosine * row[i3] - sine * upper;
+        }
+    }
+    diag[i0] = diag[i0] - p;
+    subd[i0] = g;
+    subd[i2] = 0.0;
+}
+
+/// Selection sort of the eigenvalues with their columns; before(a, b) is strict.
+template <class Before>
+void selection_sort(int n, double* diag, double** mat, Before before) {
+    for (int i0 = 0; i0 <= n - 2; ++i0) {
+        int winner = i0;
+        for (int i = i0 + 1; i < n; ++i)
+            if (before(diag[i], diag[winner])) winner = i;
+        if (winner == i0) continue;
+        std::swap(diag[i0], diag[winner]);
+        for (int row = 0; row < n; ++row)
+            std::swap(mat[row][i0], mat[row][winner]);
+    }
+}
+
+} // namespace
+
+bool Eigen::QLAlgorithm(int size, double* diag, double* subd, double** mat) {
+    for (int i0 = 0; i0 < size; ++i0) {
+        int sweeps = 0;
+        for (; sweeps < kSweepLimit; ++sweeps) {
+            const int i2 = end_of_block(i0, size, diag, subd);
+            if (i2 == i0) break;
+            sweep(i0, i2, size, diag, subd, mat);
+        }
+        if (sweeps == kSweepLimit) return false;
+    }
+    return true;
+}
+
+void Eigen::DecreasingSort(int size, double* diag, double** mat) {
+    selection_sort(size, diag, mat, [](double a, double b) { return a > b; });
+}
+
+void Eigen::IncreasingSort(int size, double* diag, double** mat) {
+    selection_sort(size, diag, mat, [](double a, double b) { return a < b; });
+}
+
+// ---- the solves ----
+
+void Eigen::EigenStuff2() {
+    Tridiagonal2(matrix, diagonal, subdiagonal);
+    QLAlgorithm(size, diagonal, subdiagonal, matrix);
+}
+
+void Eigen::EigenStuff3() {
+    Tridiagonal3(matrix, diagonal, subdiagonal);
+    QLAlgorithm(size, diagonal, subdiagonal, matrix);
+}
+
+void Eigen::EigenStuff4() {
+    Tridiagonal4(matrix, diagonal, subdiagonal);
+    QLAlgorithm(size, diagonal, subdiagonal, matrix);
+}
+
+void Eigen::EigenStuffN() {
+    TridiagonalN(size, matrix, diagonal, subdiagonal);
+    QLAlgorithm(size, diagonal, subdiagonal, matrix);
+}
+
+void Eigen::EigenStuff() {
+    switch (size) {
+    case 2:
+        return EigenStuff2();
+    case 3:
+        return EigenStuff3();
+    case 4:
+        return EigenStuff4();
+    default:
+        return EigenStuffN();
+    }
+}
+
+void Eigen::DecrSortEigenStuff2() { EigenStuff2(), DecreasingSort(size, diagonal, matrix); }
+void Eigen::DecrSortEigenStuff3() { EigenStuff3(), DecreasingSort(size, diagonal, matrix); }
+void Eigen::DecrSortEigenStuff4() { EigenStuff4(), DecreasingSort(size, diagonal, matrix); }
+void Eigen::DecrSortEigenStuffN() { EigenStuffN(), DecreasingSort(size, diagonal, matrix); }
+void Eigen::DecrSortEigenStuff() { EigenStuff(), DecreasingSort(size, diagonal, matrix); }
+
+void Eigen::IncrSortEigenStuff2() { EigenStuff2(), IncreasingSort(size, diagonal, matrix); }
+void Eigen::IncrSortEigenStuff3() { EigenStuff3(), IncreasingSort(size, diagonal, matrix); }
+void Eigen::IncrSortEigenStuff4() { EigenStuff4(), IncreasingSort(size, diagonal, matrix); }
+void Eigen::IncrSortEigenStuffN() { EigenStuffN(), IncreasingSort(size, diagonal, matrix); }
+void Eigen::IncrSortEigenStuff() { EigenStuff(), IncreasingSort(size, diagonal, matrix); }
+
+} // namespace Mgc

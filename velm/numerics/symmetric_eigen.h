@@ -1,0 +1,80 @@
+// Mgc::Eigen: eigenvalues and eigenvectors of a real symmetric matrix.
+#pragma once
+
+#include "velm/export.h"
+
+#include <memory>
+
+namespace Mgc {
+
+/// A direct solver for real symmetric eigenproblems: Householder reduction to tridiagonal form
+/// (closed forms for sizes 2, 3 and 4), then the implicit QL iteration (Martin and Wilkinson,
+/// Handbook for Automatic Computation II/2 tred2 and II/4 imtql2, 1971).
+///
+/// Fill the matrix, call one solve. Every solve overwrites the matrix: afterwards its column j is
+/// the unit eigenvector of eigenvalue j. The forms for 2, 3 and 4 read the upper triangle alone,
+/// the general one the lower triangle alone. The forms with a digit assume that size.
+///
+/// The iteration allows 32 sweeps for each eigenvalue. Running out of them is not reported: the
+/// arrays stay as they are at that sweep. This is intended.
+///
+/// Copies and assigned objects share the arrays, and their ownership: what one writes the other
+/// reads. This is intended.
+class VELM_API Eigen {
+public:
+    explicit Eigen(int size);
+    ~Eigen();
+    Eigen(const Eigen&);
+    Eigen& operator=(const Eigen&);
+
+    double& Matrix(int row, int col) { return matrix[row][col]; }
+    /// Copies size x size values in.
+    void SetMatrix(double** source);
+
+    double GetEigenvalue(int i) const { return diagonal[i]; }
+    const double* GetEigenvalue() const { return diagonal; }
+    double GetEigenvector(int row, int col) const { return matrix[row][col]; }
+    double** GetEigenvector() { return matrix; }
+    const double* const* GetEigenvector() const { return matrix; }
+
+    /// Solve, eigenvalues in no order.
+    void EigenStuff2();
+    void EigenStuff3();
+    void EigenStuff4();
+    void EigenStuffN();
+    void EigenStuff();
+
+    /// Solve, eigenvalues in decreasing order; equal ones keep their order.
+    void DecrSortEigenStuff2();
+    void DecrSortEigenStuff3();
+    void DecrSortEigenStuff4();
+    void DecrSortEigenStuffN();
+    void DecrSortEigenStuff();
+
+    /// Solve, eigenvalues in increasing order; equal ones keep their order.
+    void IncrSortEigenStuff2();
+    void IncrSortEigenStuff3();
+    void IncrSortEigenStuff4();
+    void IncrSortEigenStuffN();
+    void IncrSortEigenStuff();
+
+protected:
+    static void Tridiagonal2(double** mat, double* diag, double* subd);
+    static void Tridiagonal3(double** mat, double* diag, double* subd);
+    static void Tridiagonal4(double** mat, double* diag, double* subd);
+    static void TridiagonalN(int size, double** mat, double* diag, double* subd);
+    /// False when an eigenvalue took more than 32 sweeps.
+    static bool QLAlgorithm(int size, double* diag, double* subd, double** mat);
+    static void DecreasingSort(int size, double* diag, double** mat);
+    static void IncreasingSort(int size, double* diag, double** mat);
+
+private:
+    int size;
+    double** matrix;
+    double* diagonal;
+    double* subdiagonal;
+    struct Arrays;
+    std::shared_ptr<Arrays> arrays;
+};
+
+} // namespace Mgc
