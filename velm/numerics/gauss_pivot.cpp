@@ -55,6 +55,7 @@ int gauss_pivot(double* m, int rows, int columns, int* perm, int& swaps, double 
         perm[i] = i;
     double pivot = 0.0;
     for (int k = 0; k < rows; ++k) {
+        if (k >= columns) return 0; // a column that is not there has no pivot
         const int winner = pivot_row(m, rows, columns, k);
         if (winner != k) {
             std::swap(perm[k], perm[winner]);

@@ -14,7 +14,7 @@
 ///
 /// Returns 1, or 0 as soon as a pivot's absolute value is below tolerance (absolute, not scaled);
 /// matrix, perm and swaps then stay as far as they got. An empty matrix gives 0 for any positive
-/// tolerance. perm is not allocated here.
+/// tolerance, a matrix with fewer columns than rows always. perm is not allocated here.
 ///
 /// Method: Golub and Van Loan, Matrix Computations, 4th edition, algorithm 3.4.1 (outer product
 /// form), one pass, no refinement.

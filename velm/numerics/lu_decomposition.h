@@ -1,0 +1,61 @@
+// ERLUDecomp: a matrix that holds its own LU factors.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/numerics/matrix.h"
+
+#include <vector>
+
+/// P * A = L * U by elimination with row pivoting (see gauss_pivot.h); the inherited matrix holds
+/// the packed factors. A pivot below 1e-20, absolute and not scaled by the matrix, stops the
+/// elimination and makes the object singular.
+///
+/// solve, inverse and determinant do not test that: ask isSingular() first. A singular object still
+/// answers, from a partly reduced matrix: intended.
+class VELM_API ERLUDecomp : public ERMatrix<double> {
+public:
+    static constexpr double pivot_tolerance = 1e-20;
+
+    explicit ERLUDecomp(const ERMatrix<double>& m);
+    ERLUDecomp(const ERLUDecomp&) = default;
+    ERLUDecomp& operator=(const ERLUDecomp&) = default;
+    /// Lets the old factors go and eliminates again.
+    ERLUDecomp& operator=(const ERMatrix<double>& m);
+
+    int isSingular() const { return singular; }
+
+    /// The unit lower factor.
+    ERMatrix<double> L() const;
+    /// The upper factor.
+    ERMatrix<double> U() const;
+    /// The permutation: P(i, permutation[i]) is 1.0.
+    ERMatrix<double> P() const;
+
+    /// The matrix as it was given.
+    const ERMatrix<double>& input() const { return original; }
+
+    VELM_API friend double determinant(const ERLUDecomp& lu);
+    VELM_API friend ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b);
+    VELM_API friend ERVec<double> solve(const ERLUDecomp& lu, const ERVec<double>& b);
+
+private:
+    void decompose();
+    /// Forward and back substitution of the permuted right-hand sides, in place.
+    void substitute(double* x, int right_hand_sides) const;
+
+    ERMatrix<double> original;
+    std::vector<int> permutation;
+    int singular = 0;
+    int swaps = 0;
+};
+
+/// The product of the pivots in row order, with the sign of the row exchanges.
+VELM_API double determinant(const ERLUDecomp& lu);
+/// The solution of A X = B; REQUIRES B to have as many rows as A.
+VELM_API ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b);
+VELM_API ERVec<double> solve(const ERLUDecomp& lu, const ERVec<double>& b);
+/// Solves against a zero vector.
+VELM_API ERVec<double> solve(const ERLUDecomp& lu);
+VELM_API ERMatrix<double> inverse(const ERLUDecomp& lu);
+/// The text form of a matrix, of the packed factors.
+VELM_API std::ostream& operator<<(std::ostream& out, const ERLUDecomp& lu);
