@@ -1,0 +1,61 @@
+// Sums over arrays of doubles, terms taken one after the other from the first on.
+#pragma once
+
+#include "velm/frame/vec.h"
+
+#include <cassert>
+#include <cmath>
+#include <cstddef>
+
+namespace velm::detail {
+
+inline double dot(const ERVec<double>& a, const ERVec<double>& b) {
+    assert(a.size() == b.size());
+    const auto x = a.view();
+    const auto y = b.view();
+    double sum = 0.0;
+    for (std::size_t i = 0; i < x.size(); ++i)
+        sum += x[i] * y[i];
+    return sum;
+}
+
+inline double norm2(const ERVec<double>& a) { return dot(a, a); }
+inline double norm(const ERVec<double>& a) { return std::sqrt(norm2(a)); }
+
+inline double distance2(const ERVec<double>& a, const ERVec<double>& b) {
+    const auto x = a.view();
+    const auto y = b.view();
+    double sum = 0.0;
+    for (std::size_t i = 0; i < x.size(); ++i)
+        sum += (x[i] - y[i]) * (x[i] - y[i]);
+    return sum;
+}
+
+inline void add(ERVec<double>& a, const ERVec<double>& b) {
+    const auto x = a.writable();
+    const auto y = b.view();
+    for (std::size_t i = 0; i < x.size(); ++i)
+        x[i] += y[i];
+}
+
+inline void subtract(ERVec<double>& a, const ERVec<double>& b) {
+    const auto x = a.writable();
+    const auto y = b.view();
+    for (std::size_t i = 0; i < x.size(); ++i)
+        x[i] -= y[i];
+}
+
+inline void scale(ERVec<double>& a, double factor) {
+    for (double& x : a.writable())
+        x *= factor;
+}
+
+/// The largest absolute element; 0 for an empty array.
+inline double largest(const ERVec<double>& a) {
+    double result = 0.0;
+    for (const double x : a.view())
+        result = std::fabs(x) > result ? std::fabs(x) : result;
+    return result;
+}
+
+} // namespace velm::detail

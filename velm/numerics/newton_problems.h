@@ -1,0 +1,89 @@
+// ERCNewtonS, ERCNewtonSDelta, ERCNewtonSPolynome, ERCNewtonM, ERCNewtonMDelta, ERCNewtonH: what a
+// Newton solver solves. A problem gives the function and its derivative; the solver owns the
+// iteration.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/frame/vec.h"
+#include "velm/numerics/matrix.h"
+#include "velm/numerics/polynomial.h"
+
+/// One equation in one unknown.
+class VELM_API ERCNewtonS {
+public:
+    virtual double f(double x) = 0;
+    virtual double fprime(double x) = 0;
+
+protected:
+    ~ERCNewtonS() = default; // a solver never owns its problem
+};
+
+/// The derivative by central difference: (f(x + h) - f(x - h)) * 0.5 / h, h being the increment.
+class VELM_API ERCNewtonSDelta : public ERCNewtonS {
+public:
+    explicit ERCNewtonSDelta(double increment_) : increment(increment_) {}
+    double fprime(double x) override;
+
+    void SetIncrement(double h) { increment = h; }
+    double GetIncrement() const { return increment; }
+
+protected:
+    ~ERCNewtonSDelta() = default;
+
+private:
+    double increment;
+};
+
+/// A polynomial and its derivative, both given; the derivative is not formed here.
+class VELM_API ERCNewtonSPolynome : public ERCNewtonS {
+public:
+    ERCNewtonSPolynome(const ERPolynome& function_, const ERPolynome& derivative_)
+        : function(function_), derivative(derivative_) {}
+    double f(double x) override { return function.evaluate(x); }
+    double fprime(double x) override { return derivative.evaluate(x); }
+
+private:
+    ERPolynome function;
+    ERPolynome derivative;
+};
+
+/// A square system: as many equations as unknowns.
+class VELM_API ERCNewtonM {
+public:
+    virtual ERVec<double> f(const ERVec<double>& x) = 0;
+    /// Row i, column j: the derivative of equation i by unknown j.
+    virtual ERMatrix<double> fprime(const ERVec<double>& x) = 0;
+
+protected:
+    ~ERCNewtonM() = default;
+};
+
+/// The Jacobian by central differences, and then made symmetric: the class is meant for Hessians,
+/// and a Jacobian that is not symmetric loses its skew part. Intended.
+class VELM_API ERCNewtonMDelta : public ERCNewtonM {
+public:
+    explicit ERCNewtonMDelta(double increment_) : increment(increment_) {}
+    ERMatrix<double> fprime(const ERVec<double>& x) override;
+
+    void SetIncrement(double h) { increment = h; }
+    double GetIncrement() const { return increment; }
+
+protected:
+    ~ERCNewtonMDelta() = default;
+
+private:
+    double increment;
+};
+
+/// A stationary point of a scalar function H: f is the gradient of H by forward differences.
+class VELM_API ERCNewtonH : public ERCNewtonMDelta {
+public:
+    explicit ERCNewtonH(double increment_) : ERCNewtonMDelta(increment_) {}
+    ERVec<double> f(const ERVec<double>& x) override;
+    virtual double H(const ERVec<double>& x) = 0;
+    /// 0 where x lies in the domain of H; 1 unless overridden.
+    virtual int HDomaine(const ERVec<double>& x);
+
+protected:
+    ~ERCNewtonH() = default;
+};

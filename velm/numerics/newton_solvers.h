@@ -1,0 +1,111 @@
+// ERNewtonSSolver, ERNewtonMSolver, ERNewtonMSolverEx: Newton's iteration for one equation, for a
+// square system, and for the gradient of a scalar function.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/numerics/newton_problems.h"
+
+/// What Resoudre of the three plain solvers returns.
+enum NewtonStatus : int {
+    NewtonStatus_converged = 0, ///< residual within tolerance, last step within tolerance times x
+    NewtonStatus_residual = 1,  ///< residual within tolerance but step too long; or x stands still
+    NewtonStatus_limit = 2,     ///< the iterations are used up
+    NewtonStatus_flat = 3,      ///< residual times the flatness ratio above the derivative's size
+    NewtonStatus_singular = 4   ///< Jacobian singular, or residual rising again and again
+};
+
+/// The solvers never own their problem, which must outlive them, and may be used again: Resoudre
+/// starts afresh. One solver serves one thread. Nothing is thrown; x holds the last iterate
+/// whatever the code. A NaN runs to the limit and gives 2.
+///
+/// The `tolerance` that constructors and SetTolerance take is the ratio of the flatness test. The
+/// convergence tolerance is the argument of Resoudre: the residual is tested against it as it is,
+/// the step relative to the size of x, so that a root at 0 gives 1 unless the last step is exactly
+/// zero. Intended.
+
+/// Newton's method for one equation.
+class VELM_API ERNewtonSSolver {
+public:
+    ERNewtonSSolver(ERCNewtonS* problem_, double tolerance_, int maxIterations_)
+        : problem(problem_), maxIterations(maxIterations_), tolerance(tolerance_) {}
+
+    /// x is the start and, on return, the last iterate.
+    int Resoudre(double& x, double tol);
+
+    void SetMaxIter(int n) { maxIterations = n; }
+    void SetTolerance(double ratio) { tolerance = ratio; }
+
+private:
+    int status = NewtonStatus_limit;
+    int iterations = 0;
+    ERCNewtonS* problem;
+    double x = 0.0;
+    double fx = 0.0;
+    int maxIterations;
+    double dfx = 0.0;
+    double tolerance;
+};
+
+/// Newton's method for a square system, with plain steps. Norms are Euclidean.
+class VELM_API ERNewtonMSolver {
+public:
+    ERNewtonMSolver(ERCNewtonM* problem_, unsigned int n, double tolerance_, int maxIterations_);
+
+    int Resoudre(ERVec<double>& x, double tol);
+
+    void SetMaxIter(int n) { maxIterations = n; }
+    void SetTolerance(double ratio) { tolerance = ratio; }
+    int getNBIter() const { return iterations; }
+    /// The norm of the last residual.
+    double GetLastCriteria() const;
+
+private:
+    /// One Newton step from x; sets status when it ends the iteration.
+    void step(ERVec<double>& x, double tol, const ERVec<double>& dx);
+
+    int status = NewtonStatus_limit;
+    int iterations = 0;
+    ERCNewtonM* problem;
+    ERVec<double> previousX;
+    ERVec<double> fx;
+    int maxIterations;
+    ERMatrix<double> jacobian;
+    double tolerance;
+    double lastNorm = 0.0;
+    int rises = 0;
+};
+
+/// Newton's method on the gradient of a scalar function. It computes a damped step length from H,
+/// with all the calls of H and HDomaine that this takes, and then makes the full Newton step all
+/// the same: its iterates are those of the undamped method. Intended.
+class VELM_API ERNewtonMSolverEx {
+public:
+    ERNewtonMSolverEx(ERCNewtonH* problem_, double tolerance_, int maxIterations_)
+        : problem(problem_), maxIterations(maxIterations_), tolerance(tolerance_) {}
+
+    int Resoudre(ERVec<double>& x, double tol);
+
+    void SetMaxIter(int n) { maxIterations = n; }
+    void SetTolerance(double ratio) { tolerance = ratio; }
+    int getNBIter() const { return iterations; }
+    /// 0.0: set at the start of Resoudre and not written after.
+    double Performance() const { return performance; }
+
+    /// Called at the start of each iteration, in the whole process, when set. Nothing sets it.
+    static void (*iteration_hook)();
+
+private:
+    /// The length a damped step would have; 1.0 where the full step is good enough.
+    double damped_length(double slope, double h0, const ERVec<double>& y, double residual2,
+                         double tol2);
+
+    int status = NewtonStatus_limit;
+    int iterations = 0;
+    double performance = 0.0;
+    ERCNewtonH* problem;
+    ERVec<double> previousX;
+    ERVec<double> fx;
+    int maxIterations;
+    ERMatrix<double> jacobian;
+    double tolerance;
+};
