@@ -13,9 +13,7 @@ class VELM_API ERCNewtonS {
 public:
     virtual double f(double x) = 0;
     virtual double fprime(double x) = 0;
-
-protected:
-    ~ERCNewtonS() = default; // a solver never owns its problem
+    virtual ~ERCNewtonS() = default;
 };
 
 /// The derivative by central difference: (f(x + h) - f(x - h)) * 0.5 / h, h being the increment.
@@ -26,9 +24,6 @@ public:
 
     void SetIncrement(double h) { increment = h; }
     double GetIncrement() const { return increment; }
-
-protected:
-    ~ERCNewtonSDelta() = default;
 
 private:
     double increment;
@@ -53,9 +48,7 @@ public:
     virtual ERVec<double> f(const ERVec<double>& x) = 0;
     /// Row i, column j: the derivative of equation i by unknown j.
     virtual ERMatrix<double> fprime(const ERVec<double>& x) = 0;
-
-protected:
-    ~ERCNewtonM() = default;
+    virtual ~ERCNewtonM() = default;
 };
 
 /// The Jacobian by central differences, and then made symmetric: the class is meant for Hessians,
@@ -67,9 +60,6 @@ public:
 
     void SetIncrement(double h) { increment = h; }
     double GetIncrement() const { return increment; }
-
-protected:
-    ~ERCNewtonMDelta() = default;
 
 private:
     double increment;
@@ -83,7 +73,4 @@ public:
     virtual double H(const ERVec<double>& x) = 0;
     /// 0 where x lies in the domain of H; 1 unless overridden.
     virtual int HDomaine(const ERVec<double>& x);
-
-protected:
-    ~ERCNewtonH() = default;
 };

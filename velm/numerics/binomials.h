@@ -1,0 +1,77 @@
+// TableauDePascal, Cnp, ERFactorialFactory: tables of binomials and factorials.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/platform/critical_section.h"
+
+#include <atomic>
+#include <vector>
+
+/// Pascal's triangle in one array: row n takes the places n(n+1)/2 to n(n+1)/2 + n.
+///
+/// A request beyond the table grows it to the row (n/20 + 1) * 20. Growth makes a new array and
+/// publishes it atomically; old ones stay, so that row pointers handed out stay readable. Requests
+/// from several threads at once are safe and see true binomials in every row.
+class VELM_API TableauDePascal {
+public:
+    TableauDePascal() = default;
+    TableauDePascal(const TableauDePascal&) = delete;
+    TableauDePascal& operator=(const TableauDePascal&) = delete;
+    ~TableauDePascal();
+
+    /// n over p, for 0 <= p <= n.
+    double Cnp(int n, int p) { return Cnp(n)[p]; }
+    /// Row n: n + 1 values.
+    const double* Cnp(int n) {
+        const Table* const t = table.load(std::memory_order_acquire);
+        return (t != nullptr && n <= t->maxRow ? t : grown(n))->values + getBaseIndex(n);
+    }
+    /// Fills the table up to row n, where it isn't yet.
+    void ComputeTo(int n);
+
+    static int getBaseIndex(int n) { return n * (n + 1) / 2; }
+    static int getInternalArraySize(int n) { return (n + 1) * (n + 2) / 2; }
+
+private:
+    struct Table {
+        double* values;
+        int entries;
+        int maxRow;
+        const Table* previous; // the table this one has taken the place of
+    };
+
+    const Table* grown(int n);
+    const Table* published(int n);
+
+    std::atomic<const Table*> table{nullptr};
+    CCriticalSection growth;
+};
+
+/// The table that the whole process shares.
+extern VELM_API TableauDePascal theCnpTableau;
+
+/// n over p.
+VELM_API double Cnp(int n, int p);
+
+/// n! for n from 0 to 27.
+extern VELM_API const double g_basic_factorial[28];
+
+/// Factorials beyond the constant table, filled as they are asked for; infinite beyond 170!.
+class VELM_API ERFactorialFactory {
+public:
+    ERFactorialFactory() = default;
+    ~ERFactorialFactory() = default;
+
+    /// n!, for n from 0 on. Below 28 no lock is taken.
+    double Fact(int n);
+
+private:
+    ERFactorialFactory(const ERFactorialFactory&) = delete;
+    ERFactorialFactory& operator=(const ERFactorialFactory&) = delete;
+
+    std::vector<double> values;
+    int limit = 0; // the highest n in values
+    Concurrency::critical_section section;
+};
+
+extern VELM_API ERFactorialFactory theFactorielleFactory;
