@@ -68,6 +68,19 @@
 #include "velm/frame/vec_rep_cache.h"
 #include "velm/frame/vector.h"
 
+#include "velm/numerics/bernstein.h"
+#include "velm/numerics/binomials.h"
+#include "velm/numerics/gauss_pivot.h"
+#include "velm/numerics/lu_decomposition.h"
+#include "velm/numerics/matrix.h"
+#include "velm/numerics/newton_line_search.h"
+#include "velm/numerics/newton_problems.h"
+#include "velm/numerics/newton_solvers.h"
+#include "velm/numerics/polynomial.h"
+#include "velm/numerics/quaternion.h"
+#include "velm/numerics/series_statistics.h"
+#include "velm/numerics/symmetric_eigen.h"
+
 #include "velm/wireframe/segment.h"
 
 #include "velm/planar/convex_hull.h"
