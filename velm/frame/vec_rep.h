@@ -31,7 +31,8 @@ public:
     /// A body of count copies of the element at value.
     static ERVecRep* getRep(std::size_t count, std::size_t elemBytes, const void* value);
     /// A body in its stored form: a 32-bit length and that many bytes. Null if the file fails or
-    /// holds less than the length says.
+    /// holds less than the length says; the position is then at the end, so that nothing of it is
+    /// taken for what should follow.
     static ERVecRep* getRep(ERFile& file);
 
     /// A body with a copy of this one's bytes.

@@ -22,7 +22,10 @@ struct Unread {
 ERVecRep* read_body(ERFile& file) {
     Length length;
     if (!file.Read(length)) return nullptr;
-    if (length < 0 || static_cast<ULONGLONG>(length) > velm::bytes_left(file)) return nullptr;
+    if (length < 0 || static_cast<ULONGLONG>(length) > velm::bytes_left(file)) {
+        file.SeekToEnd();
+        return nullptr;
+    }
     const auto bytes = static_cast<std::size_t>(length);
     Unread unread{ERVecRep::getRep(bytes, 1)};
     if (velm::read_bytes(file, unread.body->data(), bytes) != bytes) return nullptr;

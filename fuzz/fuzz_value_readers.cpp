@@ -1,0 +1,126 @@
+// The readers of stored values over any bytes: array bodies, numbers, texts and values on a file,
+// values and lists of arrays in an archive. What could be read must be written back as it was.
+#include "velm/frame/box.h"
+#include "velm/frame/coordinate.h"
+#include "velm/frame/main_direction.h"
+#include "velm/frame/pole.h"
+#include "velm/frame/value_archive.h"
+#include "velm/frame/vec.h"
+#include "velm/platform/archive.h"
+
+#include "support/memory_file.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using velm_test::MemoryFile;
+
+void require(bool holds) {
+    if (!holds) std::abort();
+}
+
+void read_array_body(const std::string& bytes) {
+    MemoryFile file(bytes);
+    ERVecRep* const body = ERVecRep::getRep(file);
+    if (body == nullptr) return;
+    const ERVec<char> array(body);
+    MemoryFile copy;
+    body->saveGuts(copy);
+    require(copy.bytes.size() == body->binaryStoreSize());
+    require(bytes.compare(0, copy.bytes.size(), copy.bytes) == 0);
+}
+
+void read_texts(const std::string& bytes) {
+    MemoryFile memory(bytes);
+    ERFile& file = memory;
+    std::string text(bytes.size() + 1, '\0');
+    while (!file.Eof())
+        file.Read(text.data());
+}
+
+template <class Number>
+void read_numbers(const std::string& bytes) {
+    MemoryFile memory(bytes);
+    ERFile& file = memory;
+    unsigned char count = 0;
+    while (file.Read(count)) {
+        std::vector<Number> numbers(count);
+        file.Read(numbers.data(), numbers.size());
+    }
+}
+
+template <class Value>
+void read_values(const std::string& bytes) {
+    MemoryFile memory(bytes);
+    ERFile& file = memory;
+    MemoryFile copy;
+    Value value;
+    while (velm::bytes_left(memory) >= value.binaryStoreSize()) {
+        file >> value;
+        static_cast<ERFile&>(copy) << value;
+    }
+    require(bytes.compare(0, copy.bytes.size(), copy.bytes) == 0);
+    file >> value;
+}
+
+template <class Value>
+void load_values(CArchive& archive) {
+    Value value;
+    while (archive.bytes_left() > 0)
+        archive >> value;
+}
+
+void load_arrays(CArchive& archive) {
+    velm::PointArrayList arrays;
+    try {
+        archive >> arrays;
+    } catch (CArchiveException* failure) {
+        failure->Delete();
+    }
+    for (ERVec<ERPoint3D>* array : arrays)
+        delete array;
+}
+
+void load_counts(CArchive& archive) {
+    while (archive.bytes_left() > 0)
+        archive.ReadCount();
+}
+
+template <auto load>
+void from_archive(const std::string& bytes) {
+    MemoryFile file(bytes);
+    CArchive archive(&file, CArchive::load, 128);
+    try {
+        load(archive);
+    } catch (CArchiveException* failure) {
+        failure->Delete();
+    }
+}
+
+constexpr void (*readers[])(const std::string&) = {read_array_body,
+                                                   read_texts,
+                                                   read_numbers<long>,
+                                                   read_numbers<double>,
+                                                   read_values<ERPoint3D>,
+                                                   read_values<ERPole3DH>,
+                                                   read_values<ERMinimax3D>,
+                                                   from_archive<load_arrays>,
+                                                   from_archive<load_values<ERMainDirection>>,
+                                                   from_archive<load_values<ERMinimax3D>>,
+                                                   from_archive<load_values<Coordinate>>,
+                                                   from_archive<load_counts>};
+
+} // namespace
+
+/// The first byte says which reader gets the rest.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size == 0) return 0;
+    readers[data[0] % std::size(readers)](
+        std::string(reinterpret_cast<const char*>(data) + 1, size - 1));
+    return 0;
+}

@@ -1,0 +1,288 @@
+// The records of values on files and in archives: their bytes, their round trips, and what damage
+// does.
+#include "velm/frame/box.h"
+#include "velm/frame/coordinate.h"
+#include "velm/frame/main_direction.h"
+#include "velm/frame/pole.h"
+#include "velm/frame/stored_form.h"
+#include "velm/frame/value_archive.h"
+#include "velm/frame/vec.h"
+#include "velm/platform/archive.h"
+
+#include "support/caught.h"
+#include "support/faulty_files.h"
+#include "support/memory_file.h"
+#include "support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+using namespace std::string_literals;
+using velm_test::archive_cause;
+using velm_test::FaultyFiles;
+using velm_test::MemoryFile;
+using velm_test::TemporaryFolder;
+
+/// The doubles 1, 2, ..., n as they stand on file.
+std::string doubles(int n) {
+    std::string bytes;
+    for (int i = 1; i <= n; ++i) {
+        const double value = i;
+        bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+    }
+    return bytes;
+}
+
+template <class Value>
+void expect_record(const Value& value, const std::string& record) {
+    MemoryFile memory;
+    ERFile& file = memory;
+    file << value;
+    EXPECT_EQ(memory.bytes, record);
+    EXPECT_EQ(value.binaryStoreSize(), record.size());
+    Value back;
+    memory.SeekToBegin();
+    file >> back;
+    EXPECT_EQ(back, value);
+}
+
+TEST(StoredForms, RecordsOnAFile) {
+    expect_record(ERPoint2D(1, 2), doubles(2));
+    expect_record(ERPoint3D(1, 2, 3), doubles(3));
+    expect_record(ERPole3DH(1, 2, 3, 4), doubles(4));
+    expect_record(ERMinimax2D(1, 3, 2, 4), doubles(4));
+    expect_record(ERMinimax3D(1, 4, 2, 5, 3, 6), doubles(6));
+}
+
+std::string archived(const std::function<void(CArchive&)>& store) {
+    MemoryFile file;
+    CArchive archive(&file, CArchive::store);
+    store(archive);
+    archive.Close();
+    return file.bytes;
+}
+
+template <class Value>
+void expect_archived(const Value& value, const std::string& form) {
+    EXPECT_EQ(archived([&](CArchive& archive) { archive << value; }), form);
+    MemoryFile file(form);
+    CArchive in(&file, CArchive::load);
+    Value back;
+    in >> back;
+    EXPECT_EQ(back, value);
+    // Cut short anywhere, the archive ends too early and the value stays as it is.
+    for (std::size_t size = 0; size < form.size(); ++size) {
+        MemoryFile cut(form.substr(0, size));
+        CArchive short_in(&cut, CArchive::load);
+        Value untouched;
+        EXPECT_EQ(archive_cause([&] { short_in >> untouched; }), CArchiveException::endOfFile);
+        EXPECT_EQ(untouched, Value());
+    }
+}
+
+TEST(StoredForms, FormsInAnArchive) {
+    expect_archived(ERPoint2D(1, 2), doubles(2));
+    expect_archived(ERPoint3D(1, 2, 3), doubles(3));
+    expect_archived(ERVector3D(1, 2, 3), doubles(3));
+    expect_archived(Coordinate(1, 2, 3), doubles(3));
+    expect_archived(ERMinimax3D(1, 4, 2, 5, 3, 6), doubles(6));
+}
+
+TEST(StoredForms, AMainDirectionComesBackPositiveFromItsOwnStream) {
+    for (int value = 0; value <= 5; ++value) {
+        const auto direction = static_cast<ERMainDirection::TypeDir>(value);
+        const std::string form =
+            archived([&](CArchive& archive) { archive << ERMainDirection(direction); });
+        EXPECT_EQ(form, (std::string{static_cast<char>(value / 2), value % 2 ? '\xFF' : '\1'}));
+        for (const char sense : {form[1], '\0'}) {
+            MemoryFile file(std::string{form[0], sense});
+            CArchive in(&file, CArchive::load);
+            ERMainDirection back;
+            in >> back;
+            EXPECT_EQ(static_cast<int>(static_cast<ERMainDirection::TypeDir>(back)),
+                      value / 2 * 2 + (sense == 0 ? 1 : 0));
+        }
+    }
+    MemoryFile file("\3\1");
+    CArchive in(&file, CArchive::load);
+    ERMainDirection back;
+    EXPECT_EQ(archive_cause([&] { in >> back; }), CArchiveException::badIndex);
+}
+
+struct PointArrays : velm::PointArrayList {
+    ~PointArrays() override {
+        for (ERVec<ERPoint3D>* array : *this)
+            delete array;
+    }
+};
+
+/// Loads the bytes as a list of arrays; returns the exception's cause.
+int load(const std::string& bytes, PointArrays& arrays) {
+    MemoryFile file(bytes);
+    CArchive in(&file, CArchive::load);
+    return archive_cause([&] { in >> arrays; });
+}
+
+TEST(StoredForms, ListsOfPointArraysSurviveDamage) {
+    PointArrays arrays;
+    arrays.AddTail(new ERVec<ERPoint3D>{ERPoint3D(1, 2, 3), ERPoint3D(4, 5, 6)});
+    arrays.AddTail(nullptr);
+    arrays.AddTail(new ERVec<ERPoint3D>{ERPoint3D(1, 2, 3)});
+    const std::string form =
+        archived([&](CArchive& a) { a << static_cast<const velm::PointArrayList&>(arrays); });
+    EXPECT_EQ(form, "\3\0\0\0\2\0\0\0"s + doubles(6) + "\0\0\0\0\1\0\0\0"s + doubles(3));
+
+    PointArrays back;
+    back.AddTail(new ERVec<ERPoint3D>);
+    ASSERT_EQ(load(form, back), CArchiveException::none);
+    ASSERT_EQ(back.GetCount(), 4) << "reading appends";
+    POSITION p = back.GetHeadPosition();
+    back.GetNext(p);
+    const ERVec<ERPoint3D>* const first = back.GetNext(p);
+    ASSERT_EQ(first->size(), 2);
+    EXPECT_EQ((*first)[1], ERPoint3D(4, 5, 6));
+    EXPECT_EQ(back.GetNext(p)->size(), 0);
+
+    for (std::size_t size = 0; size < form.size(); ++size) {
+        PointArrays cut;
+        EXPECT_EQ(load(form.substr(0, size), cut), CArchiveException::endOfFile) << size;
+    }
+    // A changed byte gives another list or an end that comes too early, and never a large array.
+    for (std::size_t at = 0; at < form.size(); ++at) {
+        for (const int change : {0x01, 0x7F, 0x80, 0xFF}) {
+            std::string damaged = form;
+            damaged[at] = static_cast<char>(damaged[at] ^ change);
+            PointArrays other;
+            const int cause = load(damaged, other);
+            EXPECT_TRUE(cause == CArchiveException::none || cause == CArchiveException::endOfFile);
+        }
+    }
+}
+
+TEST(StoredForms, AnArrayBodyIsReadOnlyIfItIsAllThere) {
+    const ERVec<double> array{1.0, 2.0};
+    MemoryFile memory;
+    array.rep()->saveGuts(memory);
+    EXPECT_EQ(memory.bytes, "\x10\0\0\0"s + doubles(2));
+    EXPECT_EQ(array.rep()->binaryStoreSize(), memory.bytes.size());
+    const auto body_of = [](const std::string& bytes) {
+        MemoryFile file(bytes);
+        ERVecRep* const body = ERVecRep::getRep(file);
+        return body != nullptr ? std::make_unique<ERVec<char>>(body) : nullptr;
+    };
+    EXPECT_EQ(body_of(memory.bytes)->size(), 16);
+    EXPECT_EQ(body_of("\0\0\0\0"s)->size(), 0);
+    for (std::size_t size = 0; size < memory.bytes.size(); ++size)
+        EXPECT_EQ(body_of(memory.bytes.substr(0, size)), nullptr);
+    EXPECT_EQ(body_of("\xFF\xFF\xFF\xFF"s + doubles(2)), nullptr);
+    EXPECT_EQ(body_of("\xFF\xFF\xFF\x7F"s + doubles(2)), nullptr);
+
+    const TemporaryFolder folder;
+    ERFile file(folder.file("body", memory.bytes).c_str(), CFile::modeReadWrite);
+    FaultyFiles system;
+    for (const int k : {1, 2}) {
+        file.SeekToBegin();
+        system.fail(FaultyFiles::reading, k, EIO);
+        EXPECT_EQ(ERVecRep::getRep(file), nullptr);
+    }
+    // One that would not fit writes nothing at all.
+    file.Seek(static_cast<LONGLONG>(CFile::longest) - 19, CFile::begin);
+    EXPECT_EQ(velm_test::file_cause([&] { array.rep()->saveGuts(file); }),
+              CFileException::diskFull);
+    EXPECT_EQ(file.GetLength(), memory.bytes.size());
+}
+
+enum class Mode : int { direct, on_plane };
+
+class Base {
+public:
+    virtual ~Base() = default;
+    virtual void saveGuts(ERFile& file) const { file.Write('B'); }
+    virtual void restoreGuts(ERFile& file) { file.Read(tag); }
+    virtual unsigned int binaryStoreSize() const { return 1; }
+    char tag = 0;
+};
+
+class Record : public Base {
+public:
+    void saveGuts(ERFile& file) const override;
+    void restoreGuts(ERFile& file) override;
+    unsigned int binaryStoreSize() const override;
+    bool operator==(const Record& other) const {
+        return mode == other.mode && count == other.count && closed == other.closed &&
+               point == other.point &&
+               std::equal(array.begin(), array.end(), other.array.begin(), other.array.end()) &&
+               last == other.last;
+    }
+
+    template <class Self, class Form>
+    static void stored_fields(Self& self, Form& form) {
+        form(velm::as_byte(self.mode), self.count, self.closed, self.point);
+        form(self.array, self.last);
+    }
+
+    Mode mode = Mode::direct;
+    long count = 0;
+    bool closed = false;
+    ERPoint2D point;
+    ERVec<double> array;
+    short last = 0;
+};
+VELM_DEFINE_STORED_FORM(Record, Base)
+
+Record sample() {
+    Record record;
+    record.mode = Mode::on_plane;
+    record.count = -1;
+    record.closed = true;
+    record.point = ERPoint2D(1, 2);
+    record.array = {1.0, 2.0, 3.0};
+    record.last = 0x0102;
+    return record;
+}
+
+TEST(StoredForms, AListOfFieldsWritesReadsAndMeasures) {
+    const Record record = sample();
+    MemoryFile memory;
+    record.saveGuts(memory);
+    EXPECT_EQ(memory.bytes,
+              "B\1\xFF\xFF\xFF\xFF\1\0\0\0"s + doubles(2) + "\x18\0\0\0"s + doubles(3) + "\2\1");
+    EXPECT_EQ(record.binaryStoreSize(), memory.bytes.size());
+    Record back;
+    memory.SeekToBegin();
+    back.restoreGuts(memory);
+    EXPECT_EQ(back, record);
+    EXPECT_EQ(back.tag, 'B');
+
+    // Cut short, the record keeps what it held where nothing came.
+    for (std::size_t size = 0; size < memory.bytes.size(); ++size) {
+        MemoryFile cut(memory.bytes.substr(0, size));
+        Record part;
+        part.last = 77;
+        part.restoreGuts(cut);
+        EXPECT_EQ(part.mode, size >= 2 ? Mode::on_plane : Mode::direct);
+        EXPECT_EQ(part.count, size >= 6 ? -1 : 0);
+        EXPECT_EQ(part.array.size(), size >= 54 ? 3 : 0);
+        EXPECT_EQ(part.last, size == 55 ? (77 & 0xFF00) | 2 : 77);
+    }
+}
+
+TEST(StoredForms, FieldsNextToEachOtherTakeOneCallOfTheFile) {
+    const TemporaryFolder folder;
+    ERFile file(folder.path("record").c_str(), CFile::modeCreate | CFile::modeReadWrite);
+    FaultyFiles system;
+    const Record record = sample();
+    record.saveGuts(file);
+    EXPECT_EQ(system.calls(FaultyFiles::writing), 4) << "base, block, array, block";
+    // A fault at any of them is thrown on.
+    for (int k = 1; k <= 4; ++k) {
+        system.fail(FaultyFiles::writing, k, ENOSPC);
+        EXPECT_EQ(velm_test::file_cause([&] { record.saveGuts(file); }), CFileException::diskFull);
+    }
+}
+
+} // namespace
