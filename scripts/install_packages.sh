@@ -4,7 +4,7 @@
 # Works as root and with sudo; where nothing is missing it needs neither.
 set -euo pipefail
 
-build=(g++ cmake make ninja-build)
+build=(g++ cmake make ninja-build libcli11-dev nlohmann-json3-dev)
 test=("${build[@]}" libgtest-dev python3)
 ci=("${test[@]}" clang clang-format-14 libclang-rt-14-dev libbenchmark-dev pkg-config gdb git
     binutils)

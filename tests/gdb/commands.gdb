@@ -16,5 +16,5 @@ print numbers
 print points
 print table
 print nothing
-print marker
+print edge
 print object

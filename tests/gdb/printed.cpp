@@ -1,20 +1,6 @@
 // What the debugger's printers are tried on; GDB stops in look().
 #include <velm/velm.h>
 
-#include <ostream>
-
-class Marker : public ERObject {
-    VELM_DECLARE_CLASS(Marker)
-
-public:
-    ERObject* getCopy() const override { return new Marker(*this); }
-    void printOn(std::ostream& out) const override { out << place; }
-
-    ERPoint2D place = ERPoint2D(0.5, -2.0);
-    int number = 7;
-};
-VELM_DEFINE_CLASS(Marker, ERObject)
-
 void look() {}
 
 int main() {
@@ -35,9 +21,9 @@ int main() {
     ERSimpleVec2<int> table(2, 2, 9);
 
     t_SmartPtr<ERObject> nothing;
-    t_SmartPtr<ERObject> marker(new Marker);
-    t_SmartPtr<ERObject> same = marker;
-    ERObject& object = *marker;
+    t_SmartPtr<ERFiniteEntity2DWF> edge(new ERSegment2D(point2, ERPoint2D(4.0, 0.5)));
+    t_SmartPtr<ERFiniteEntity2DWF> same = edge;
+    ERObject& object = *edge;
     look();
     return numbers.size() + table.rows() + shared_points.size() + object.isDirty() == 6 ? 0 : 1;
 }
