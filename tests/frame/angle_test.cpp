@@ -49,6 +49,7 @@ TEST(Angles, AgreeWithTheAngleTheyAreMadeFrom) {
         const ERVector2D p(a.norme(), 0), q(b * u, b * v);
         EXPECT_NEAR(anglePI(p, q), unsigned_theta, 3e-8);
         EXPECT_NEAR(acute_angle(p, q), acute_angle(a, b), 3e-8);
+        EXPECT_LT(anglePI(q, q * 3.0), 3e-8); // a dot product above 1 is cut
     }
 }
 
@@ -115,6 +116,8 @@ TEST(OrthogonalDirections, MakeARightHandedFrame) {
     EXPECT_EQ(u, ERVector3D(0, 0, 1));
     GetOrthogonalDirections(ERVector3D(5, 0, 0), u, v);
     EXPECT_EQ(u, ERVector3D(0, 1, 0));
+    GetOrthogonalDirections(ERVector3D(2, 0, 2), u, v); // a tie goes to Z, whose seed is X
+    EXPECT_TRUE(isEqual(u, ERVector3D(1, 0, -1).normalize(), 1e-15));
 }
 
 TEST(CompareDouble, Orders) {

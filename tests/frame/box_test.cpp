@@ -163,6 +163,10 @@ TYPED_TEST(Boxes, InfiniteLinesMeetTheBoxTheyPass) {
         } else if (!near && d.norme() > 2.5) {
             EXPECT_FALSE(box.intersect(p, d));
         }
+        // The hit counts on the other axes only, whatever it rounds to on the face's own.
+        Point corner = Point::each([](int) { return 1e6; }), other = -corner;
+        corner[0] = other[0] = 0.1;
+        EXPECT_TRUE(Box(corner, other).intersect(p, d));
     }
     EXPECT_FALSE(box.intersect(box.MinPoint(), Vector())); // every face is skipped
     const Vector along = Vector::each([](int axis) { return axis == 0 ? 1.0 : 0.0; });
@@ -202,6 +206,11 @@ TEST(Box, OnlySpaceLooksForEmptiness) {
     // Emptiness is in xmin alone.
     EXPECT_TRUE(ERMinimax2D(largest, 0, 0, 1).invalid());
     EXPECT_FALSE(ERMinimax2D(0, largest, largest, -largest).invalid());
+    const ERMinimax2D odd(largest, 0, 0, 1);
+    EXPECT_EQ(Union(odd, odd), ERMinimax2D());
+    ERMinimax2D kept(3, 4, 5, 6);
+    kept.Update(odd);
+    EXPECT_EQ(kept, ERMinimax2D(3, 4, 5, 6));
 }
 
 TEST(Box, IntersectionOfTouchingBoxesDependsOnTheirOrder) {
@@ -323,8 +332,15 @@ TEST(Clip, SpecialBoundsAndParallels) {
     EXPECT_FALSE(ERMinimax3D().clip(ERPoint3D(), x, t0, t1));
     EXPECT_TRUE(box.clip(ERPoint3D(0, 1, 0), -x, t0, t1)); // along an edge
     EXPECT_TRUE(t0 == -1 && t1 == 0);
-    // A slope below the tolerance is parallel, whatever the length of the line.
-    EXPECT_FALSE(box.clip(ERPoint3D(0, 2, 0), ERVector3D(1, -9e-10, 0), t0, t1));
+    // A slope below the tolerance is parallel, though the line gets there.
+    const ERMinimax3D rail(-largest, largest, 0, 1, 0, 1);
+    EXPECT_FALSE(rail.clip(ERPoint3D(0, 2, 0), ERVector3D(1, -9e-10, 0), t0, t1));
+    EXPECT_TRUE(rail.clip(ERPoint3D(0, 2, 0), ERVector3D(1, -1e-9, 0), t0, t1));
+    t0 = 0, t1 = 1;
+    EXPECT_EQ(box.clip_bounded(ERPoint3D(), x, t0, t1), gmClipUnchanged); // all of it just fits
+    t0 = 1, t1 = 2;
+    EXPECT_EQ(box.clip_bounded(ERPoint3D(), x, t0, t1), gmClipNarrowed); // one end touches
+    EXPECT_TRUE(t0 == 1 && t1 == 1);
     t0 = 0.25, t1 = 0.5;
     EXPECT_EQ(box.clip_bounded(ERPoint3D(0, 0, 0), x, t0, t1), gmClipUnchanged);
     EXPECT_EQ(box.clip_bounded(ERPoint3D(5, 0, 0), x, t0, t1), gmClipMissed);

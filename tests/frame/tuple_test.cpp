@@ -269,6 +269,8 @@ TEST(MainDirection, AxesAndSenses) {
         swapped.swap();
         EXPECT_EQ(swapped, n ^ 1);
     }
+    EXPECT_EQ(ERMainDirection("Y?"), ERMainDirection::MinusY);
+    EXPECT_EQ(ERMainDirection("Y"), ERMainDirection::MinusY);
     EXPECT_EQ(ERVector3D().mainDirection(), ERMainDirection::MinusZ);
     EXPECT_EQ(ERVector3D(-3, 2, 3).mainDirection(), ERMainDirection::PlusZ);
 }
