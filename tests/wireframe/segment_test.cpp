@@ -1,10 +1,10 @@
 #include "velm/wireframe/segment.h"
 
-#include "support/allocation_count.h"
 #include "support/random.h"
 #include "velm/frame/binary_file.h"
 #include "velm/frame/point_functions.h"
 #include "velm/frame/point_list.h"
+#include "wireframe/allocation_count.h"
 
 #include <gtest/gtest.h>
 
