@@ -1,0 +1,216 @@
+#include "velm/frame/vec.h"
+
+#include "support/random.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numeric>
+#include <type_traits>
+#include <vector>
+
+namespace {
+
+static_assert(std::has_virtual_destructor_v<ERSimpleVec<double>>);
+static_assert(sizeof(ERSimpleVec<double>) == 2 * sizeof(void*));
+static_assert(sizeof(ERVec<double>) == sizeof(ERSimpleVec<double>));
+static_assert(sizeof(ERSimpleVec2<double>) == sizeof(ERSimpleVec<double>) + 2 * sizeof(int));
+static_assert(std::is_nothrow_move_constructible_v<ERVec<double>>);
+
+/// A value of an odd size, so that capacities hold no whole number of elements.
+struct Triple {
+    double a, b, c;
+    bool operator==(const Triple&) const = default;
+};
+
+/// A few handles that share bodies at random, each beside a vector that shares nothing.
+template <class T>
+class Handles {
+public:
+    static constexpr int count = 6;
+
+    void expect_equal(int step) const {
+        for (int i = 0; i < count; ++i) {
+            const auto view = handles[i].view();
+            ASSERT_TRUE(std::equal(view.begin(), view.end(), models[i].begin(), models[i].end()))
+                << "handle " << i << " step " << step;
+        }
+    }
+
+    ERVec<T> handles[count];
+    std::vector<T> models[count];
+};
+
+template <class T, class MakeValue>
+void random_operations(MakeValue value) {
+    velm_test::Random random(3);
+    Handles<T> all;
+    for (int step = 0; step < 20000; ++step) {
+        const int i = random.below(all.count);
+        const int j = random.below(all.count);
+        ERVec<T>& handle = all.handles[i];
+        std::vector<T>& model = all.models[i];
+        const int size = handle.size();
+        const int at = random.below(size + 1);
+        const int n = random.below(step % 50 == 0 ? 300 : 8);
+        switch (random.below(13)) {
+        case 0:
+        case 1:
+            handle = all.handles[j];
+            model = all.models[j];
+            break;
+        case 2:
+            if (i != j) {
+                handle = std::move(all.handles[j]);
+                model = all.models[j];
+                all.handles[j] = ERVec<T>();
+                all.models[j].clear();
+            }
+            break;
+        case 3:
+            if (at < size) handle[at] = model[static_cast<std::size_t>(at)] = value(step);
+            break;
+        case 4:
+            handle.append(value(step), n);
+            model.insert(model.end(), static_cast<std::size_t>(n), value(step));
+            break;
+        case 5: // an element of the array itself
+            if (at < size) {
+                handle.append(handle.view()[static_cast<std::size_t>(at)]);
+                model.push_back(T(model[static_cast<std::size_t>(at)]));
+            }
+            break;
+        case 6:
+            for (int k = 0; k < n; ++k) {
+                handle.push_back(k % 2 == 0 || handle.empty() ? value(step + k) : handle.view()[0]);
+                model.push_back(k % 2 == 0 || model.empty() ? value(step + k) : T(model[0]));
+            }
+            break;
+        case 7:
+        case 8: {
+            const std::vector<T> source = all.models[j];
+            handle.replace(at, n, all.handles[j].view());
+            const auto first = model.begin() + at;
+            const auto end = first + std::min(n, size - at);
+            model.insert(model.erase(first, end), source.begin(), source.end());
+            break;
+        }
+        case 9:
+            handle.remove(at, n);
+            model.erase(model.begin() + at, model.begin() + at + std::min(n, size - at));
+            break;
+        case 10:
+            handle.resize(at);
+            model.resize(static_cast<std::size_t>(at));
+            handle.resize(at + n);
+            model.resize(static_cast<std::size_t>(at + n));
+            break;
+        case 11:
+            std::reverse(handle.begin(), handle.end());
+            std::reverse(model.begin(), model.end());
+            break;
+        default:
+            if (size > 500) {
+                handle.clear();
+                model.clear();
+            } else {
+                handle.reserve(n);
+            }
+        }
+        all.expect_equal(step);
+        if (testing::Test::HasFatalFailure()) return;
+    }
+}
+
+TEST(Vec, CopyOnWriteAgainstVectors) {
+    const long before = ERVecRep::nullref_->references();
+    random_operations<double>([](int step) { return step + 0.5; });
+    random_operations<Triple>([](int step) { return Triple{step * 1.0, step * 2.0, 3.0}; });
+    EXPECT_EQ(ERVecRep::nullref_->references(), before); // the shared empty body stays balanced
+}
+
+TEST(Vec, SharesUntilWritten) {
+    ERVec<double> a{1, 2, 3};
+    ERVec<double> b = a;
+    const ERVec<double>& reader = b;
+    EXPECT_EQ(std::accumulate(reader.begin(), reader.end(), reader[0]), 7.0);
+    EXPECT_EQ(a.rep(), b.rep());
+    EXPECT_EQ(a.rep()->references(), 2);
+    b[1] = 5;
+    EXPECT_NE(a.rep(), b.rep());
+    EXPECT_EQ(a.view()[1], 2);
+    const ERVecRep* const own = b.rep();
+    b[0] = 4;
+    EXPECT_EQ(b.rep(), own);
+
+    const ERVec<double> empty;
+    EXPECT_EQ(empty.rep(), ERVecRep::nullref_);
+    EXPECT_EQ(empty.size(), 0);
+    ERVec<double> written;
+    EXPECT_TRUE(written.writable().empty());
+    EXPECT_NE(written.rep(), ERVecRep::nullref_);
+    EXPECT_EQ(written.rep()->capacity(), 64u);
+}
+
+TEST(Vec, AppendTakesJustTheRoomAndPushBackGrowsByHalf) {
+    ERVec<double> v(8);
+    v.append(1.0);
+    EXPECT_EQ(v.rep()->capacity(), 128u);
+    const ERVecRep* const rep = v.rep();
+    v.append(2.0, 7);
+    EXPECT_EQ(v.rep(), rep);
+    v.append(3.0, 100);
+    EXPECT_EQ(v.size(), 116);
+    EXPECT_EQ(v.rep()->capacity(), ERVecRep::adjustCapacity(116 * 8));
+
+    int bodies = 0;
+    ERVec<double> grown;
+    for (int i = 0; i < 100000; ++i) {
+        const ERVecRep* const before = grown.rep();
+        grown.push_back(i);
+        bodies += grown.rep() != before;
+    }
+    EXPECT_LT(bodies, 40);
+    EXPECT_EQ(grown.view()[99999], 99999.0);
+}
+
+TEST(Vec2, ColumnsAgainstRows) {
+    velm_test::Random random(5);
+    ERSimpleVec2<double> array(3, 0);
+    std::vector<std::vector<double>> model(3);
+    for (int step = 0; step < 300; ++step) {
+        const int columns = array.columns();
+        const ERSimpleVec2<double> shared = array;
+        if (random.below(2) == 0 && columns < 20) {
+            const int at = random.below(columns + 1);
+            const int n = random.below(4);
+            array.insertColumns(at, n);
+            for (int r = 0; r < 3; ++r) {
+                auto& row = model[static_cast<std::size_t>(r)];
+                row.insert(row.begin() + at, static_cast<std::size_t>(n), 0.0);
+                for (int c = at; c < at + n; ++c)
+                    array(r, c) = row[static_cast<std::size_t>(c)] = step * 10 + r;
+            }
+        } else {
+            const int at = random.below(columns + 1);
+            const int n = random.below(columns - at + 1);
+            array.removeColumns(at, n);
+            for (auto& row : model)
+                row.erase(row.begin() + at, row.begin() + at + n);
+        }
+        EXPECT_EQ(shared.columns(), columns);
+        for (int r = 0; r < 3; ++r) {
+            const auto row = array.row(r);
+            ASSERT_TRUE(std::equal(row.begin(), row.end(),
+                                   model[static_cast<std::size_t>(r)].begin(),
+                                   model[static_cast<std::size_t>(r)].end()))
+                << "row " << r << " step " << step;
+        }
+    }
+    ERSimpleVec2<double> moved = std::move(array);
+    EXPECT_EQ(array.rows() * array.columns(), array.size());
+    EXPECT_EQ(moved.rows() * moved.columns(), moved.size());
+    EXPECT_THROW(ERSimpleVec2<double>(1 << 16, 1 << 16), std::bad_array_new_length);
+}
+
+} // namespace
