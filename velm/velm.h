@@ -24,6 +24,7 @@
 #include "velm/frame/bit_vec.h"
 #include "velm/frame/box.h"
 #include "velm/frame/box_clipping.h"
+#include "velm/frame/box_operations.h"
 #include "velm/frame/circular_buffer.h"
 #include "velm/frame/class_macros.h"
 #include "velm/frame/class_registration.h"

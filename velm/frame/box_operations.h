@@ -1,0 +1,183 @@
+// velm::detail::BoxOperations: what the boxes of the plane and of space do, written once for both.
+// The classes stand in box.h.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/frame/dimension.h"
+#include "velm/frame/enumerations.h"
+#include "velm/frame/point.h"
+#include "velm/frame/pole.h"
+#include "velm/frame/stored_value.h"
+#include "velm/frame/vector.h"
+#include "velm/fwd.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace velm::detail {
+
+/// What both boxes do. A box is empty when its xmin is the largest finite double, exactly; nothing
+/// else is looked at. `Box` offers `at(box, n)`, its field by index: the minima of the axes, then
+/// the maxima.
+template <class Box, class Dimension>
+class VELM_API BoxOperations : public StoredValue<Box> {
+public:
+    using Point = typename Dimension::Point;
+    using Vector = typename Dimension::Vector;
+    using Pole = typename Dimension::Pole;
+
+    /// Whether the box is empty.
+    constexpr bool invalid() const { return self().xmin == std::numeric_limits<double>::max(); }
+    /// Makes the box empty.
+    constexpr void Reset() { self() = Box(); }
+
+    /// The least and the greatest value on an axis, by the axis's index.
+    constexpr double lower(int axis) const { return Box::at(self(), axis); }
+    constexpr double upper(int axis) const { return Box::at(self(), axis + Dimension::size); }
+
+    constexpr Point MinPoint() const {
+        return Point::each([this](int axis) { return lower(axis); });
+    }
+    constexpr Point MaxPoint() const {
+        return Point::each([this](int axis) { return upper(axis); });
+    }
+    constexpr double operator[](typename Dimension::BoxField field) const {
+        return Box::at(self(), field);
+    }
+    constexpr double& operator[](typename Dimension::BoxField field) {
+        return Box::at(self(), field);
+    }
+
+    /// Takes the point in.
+    constexpr void Update(const Point& p) {
+        Dimension::for_axes([&](int axis) { widen(axis, p[axis], p[axis]); });
+    }
+    /// Takes the other box in; an empty one changes nothing.
+    constexpr void Update(const Box& other) {
+        if (other.invalid()) return;
+        Dimension::for_axes([&](int axis) { widen(axis, other.lower(axis), other.upper(axis)); });
+    }
+    /// Takes all the points in; of poles, the points they stand for.
+    void Update(const QuickAlgebra::ERVec<Point>& points);
+    void Update(const QuickAlgebra::ERVec<Pole>& poles);
+    constexpr Box& operator+=(const Point& p) {
+        Update(p);
+        return self();
+    }
+    /// A copy with the point taken in.
+    constexpr Box operator+(const Point& p) const { return Box(self()) += p; }
+
+    /// Moves every border outwards by `distance`, inwards if it is negative. An empty box stays
+    /// empty in 3D; in 2D the distance is applied regardless: intended.
+    constexpr void Inflate(double distance) {
+        if (Box::tests_emptiness && invalid()) return;
+        Dimension::for_axes([&](int axis) {
+            Box::at(self(), axis) -= distance;
+            Box::at(self(), axis + Dimension::size) += distance;
+        });
+    }
+    constexpr Box& operator+=(double distance) {
+        Inflate(distance);
+        return self();
+    }
+    constexpr Box& operator-=(double distance) {
+        Inflate(-distance);
+        return self();
+    }
+
+    constexpr double xlength() const { return upper(0) - lower(0); }
+    constexpr double ylength() const { return upper(1) - lower(1); }
+
+    /// Whether the point lies in the box, borders included.
+    constexpr bool contains(const Point& p) const {
+        return Dimension::all_axes([&](int axis) { return within(axis, p[axis]); });
+    }
+    /// Whether the point lies in the box, borders excluded.
+    constexpr bool stricklyContains(const Point& p) const {
+        return Dimension::all_axes(
+            [&](int axis) { return p[axis] > lower(axis) && upper(axis) > p[axis]; });
+    }
+    /// Whether the point lies on a border exactly.
+    constexpr bool onBorder(const Point& p) const {
+        const bool apart = Dimension::all_axes(
+            [&](int axis) { return p[axis] != lower(axis) && p[axis] != upper(axis); });
+        return !apart && contains(p);
+    }
+    /// Whether the infinite line p + s d meets the box. Each face is tried by itself: it counts if
+    /// d isn't exactly parallel to it and the hit lies in its closed range.
+    bool intersect(const Point& p, const Vector& d) const;
+
+    /// The corners: in 2D rows of a Z, (xmin, ymin), (xmax, ymin), (xmin, ymax), (xmax, ymax); in
+    /// 3D rings, (xmin, ymin), (xmax, ymin), (xmax, ymax), (xmin, ymax) at zmin, then at zmax.
+    /// The orders differ, intended.
+    QuickAlgebra::ERVec<Point> getVertice() const;
+
+    /// All fields exactly equal.
+    friend constexpr bool operator==(const Box& a, const Box& b) {
+        return a.MinPoint() == b.MinPoint() && a.MaxPoint() == b.MaxPoint();
+    }
+    /// The other box lies strictly inside this one: RelativePosition is 2.
+    constexpr bool operator>>(const Box& other) const {
+        return position(self(), other) == BOX_CONTAINS;
+    }
+    /// This box lies inside the other, borders allowed: RelativePosition is 1.
+    constexpr bool operator<<(const Box& other) const {
+        return position(self(), other) == BOX_INSIDE;
+    }
+    /// RelativePosition is 1 or 3.
+    constexpr bool operator<(const Box& other) const {
+        const RELATIVE_BOX_POSITION relation = position(self(), other);
+        return relation == BOX_INSIDE || relation == BOXES_OVERLAP;
+    }
+    /// RelativePosition is 2 or 3.
+    constexpr bool operator>(const Box& other) const {
+        const RELATIVE_BOX_POSITION relation = position(self(), other);
+        return relation == BOX_CONTAINS || relation == BOXES_OVERLAP;
+    }
+    /// Whether the boxes are disjoint; boxes that touch aren't.
+    constexpr bool operator|(const Box& other) const {
+        return !Dimension::all_axes([&](int axis) {
+            return !(lower(axis) > other.upper(axis) || other.lower(axis) > upper(axis));
+        });
+    }
+
+    /// RelativePosition(a, b), see box.h.
+    static constexpr RELATIVE_BOX_POSITION position(const Box& a, const Box& b) {
+        if (Box::tests_emptiness && (a.invalid() || b.invalid())) return BOXES_EMPTY;
+        if (a | b) return BOXES_DISJOINT;
+        int ends_inside = 0;
+        Dimension::for_axes([&](int axis) {
+            ends_inside += b.lower(axis) > a.lower(axis) ? 1 : 0;
+            ends_inside += a.upper(axis) > b.upper(axis) ? 1 : 0;
+        });
+        if (ends_inside == 2 * Dimension::size) return BOX_CONTAINS;
+        return ends_inside == 0 ? BOX_INSIDE : BOXES_OVERLAP;
+    }
+
+protected:
+    /// Sets the box to the span of two points.
+    constexpr void span(const Point& p, const Point& q) {
+        Dimension::for_axes([&](int axis) {
+            Box::at(self(), axis) = std::min(p[axis], q[axis]);
+            Box::at(self(), axis + Dimension::size) = std::max(p[axis], q[axis]);
+        });
+    }
+    constexpr bool within(int axis, double value) const {
+        return value >= lower(axis) && upper(axis) >= value;
+    }
+
+private:
+    constexpr void widen(int axis, double low, double high) {
+        double& least = Box::at(self(), axis);
+        double& greatest = Box::at(self(), axis + Dimension::size);
+        least = std::min(least, low);
+        greatest = std::max(greatest, high);
+    }
+    constexpr Box& self() { return static_cast<Box&>(*this); }
+    constexpr const Box& self() const { return static_cast<const Box&>(*this); }
+};
+
+inline constexpr double box_empty_minimum = std::numeric_limits<double>::max();
+inline constexpr double box_empty_maximum = std::numeric_limits<double>::lowest();
+
+} // namespace velm::detail
