@@ -29,7 +29,7 @@ void expect_form(T value, T back, const std::string& form) {
     ASSERT_EQ(memory.bytes.size(), 3 * form.size());
     EXPECT_EQ(memory.bytes.substr(0, 2 * form.size()), form + form);
 
-    T one = T(), array[2] = {};
+    T one = T(), array[3] = {};
     memory.SeekToBegin();
     EXPECT_EQ(file.Read(one), 1);
     EXPECT_EQ(file.Read(array, 2), 1);
