@@ -212,7 +212,7 @@ inline void* ERMemPool::pop_deferred() {
 }
 
 /// An item, its bytes still poisoned; null if a chunk has no room for even one.
-inline void* ERMemPool::alloc() {
+void* ERMemPool::alloc() {
     if (deferredList != nullptr) [[likely]]
         return pop_deferred();
     return alloc_from_chunks();
@@ -230,7 +230,7 @@ void* ERMemPool::alloc_from_chunks() {
     return ERChunk::make(*this)->GetNextFreeItem();
 }
 
-inline void ERMemPool::free(void* item) {
+void ERMemPool::free(void* item) {
     if (deferLimit == 0) {
         return_to_chunk(item);
         return;
