@@ -59,6 +59,7 @@ void CArchive::Abort() {
 
 UINT CArchive::Read(void* buffer, UINT count) {
     if (IsStoring()) raise(CArchiveException::writeOnly);
+    if (count == 0) return 0;
     char* const bytes = static_cast<char*>(buffer);
     const std::size_t held = std::min<std::size_t>(count, filled_ - next_);
     std::memcpy(bytes, buffer_ + next_, held);
@@ -77,6 +78,7 @@ void CArchive::Write(const void* buffer, UINT count) { put_bytes(buffer, count);
 
 void CArchive::put_bytes(const void* bytes, std::size_t count) {
     if (IsLoading() || file_ == nullptr) raise(CArchiveException::readOnly);
+    if (count == 0) return;
     const char* source = static_cast<const char*>(bytes);
     if (count > size_ - filled_) write_buffer();
     while (count >= size_) {

@@ -1,8 +1,6 @@
 // SystemFiles: the operating system's file operations as CFile uses them, replaceable by a test.
 #pragma once
 
-#include "velm/export.h"
-
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -12,7 +10,7 @@ namespace velm::detail {
 
 /// Each operation behaves like the system call it is named for: -1 with errno set is a failure. A
 /// test derives from it to make the k-th call fail, fall short or be interrupted.
-class VELM_API SystemFiles {
+class SystemFiles {
 public:
     virtual ~SystemFiles();
 
@@ -34,10 +32,10 @@ public:
 };
 
 /// The operations in force.
-VELM_API SystemFiles& system_files();
+SystemFiles& system_files();
 
 /// Sets the operations for the whole process, null for the system's own; not while another thread
 /// uses a file. Returns what was set.
-VELM_API SystemFiles* set_system_files(SystemFiles* operations);
+SystemFiles* set_system_files(SystemFiles* operations);
 
 } // namespace velm::detail
