@@ -226,6 +226,11 @@ TEST(File, KeepsToItsAccessAndItsDescriptorToItself) {
               CFileException::sharingViolation);
     EXPECT_EQ(cause_of_open(name, shared_read), CFileException::none);
     EXPECT_EQ(TemporaryFolder::bytes_of(name), "content");
+
+    // Made anew, but only to be read.
+    ASSERT_TRUE(file.Open(name.c_str(), CFile::modeCreate | CFile::modeRead));
+    EXPECT_EQ(file.Read(&byte, 1), 0u);
+    EXPECT_EQ(file_cause([&] { file.Write("x", 1); }), CFileException::accessDenied);
 }
 
 TEST(File, ShortAndInterruptedTransfersAreFinished) {

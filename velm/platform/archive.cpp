@@ -54,7 +54,7 @@ void CArchive::Close() {
 
 void CArchive::Abort() {
     file_ = nullptr;
-    filled_ = next_ = 0;
+    size_ = filled_ = next_ = 0;
 }
 
 UINT CArchive::Read(void* buffer, UINT count) {

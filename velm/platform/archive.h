@@ -120,7 +120,7 @@ private:
     UINT mode_;
     std::unique_ptr<char[]> owned_buffer_;
     char* buffer_;
-    std::size_t size_;       // of the buffer
+    std::size_t size_;       // of the buffer, 0 when closed
     std::size_t filled_ = 0; // bytes in the buffer
     std::size_t next_ = 0;   // when loading, the first byte not yet given out
 };
