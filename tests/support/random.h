@@ -14,6 +14,13 @@ public:
         std::printf("seed %llu\n", static_cast<unsigned long long>(state_));
     }
 
+    /// The sequence of a seed that is part of a problem's definition.
+    static Random fixed(std::uint64_t seed) {
+        Random random;
+        random.state_ = seed;
+        return random;
+    }
+
     std::uint64_t next() {
         state_ += 0x9E3779B97F4A7C15u;
         std::uint64_t z = state_;
@@ -29,11 +36,13 @@ public:
     }
 
 private:
+    Random() = default;
+
     static std::uint64_t seed(std::uint64_t default_seed) {
         const char* given = std::getenv("VELM_TEST_SEED");
         return given != nullptr ? std::strtoull(given, nullptr, 10) : default_seed;
     }
-    std::uint64_t state_;
+    std::uint64_t state_ = 0;
 };
 
 } // namespace velm_test
