@@ -166,7 +166,7 @@ void single_sizes(benchmark::internal::Benchmark* row) {
 }
 void block_sizes(benchmark::internal::Benchmark* row) {
     for (const int bytes : {8, 16, 24, 48, 96, 192, 376}) {
-        for (const int n : {10, 1000, 10000, 100000})
+        for (const int n : {1, 10, 100, 1000, 10000, 100000})
             row->Args({bytes, n});
     }
 }

@@ -1,7 +1,7 @@
 #include "velm/frame/vec_rep.h"
 
 #include "support/random.h"
-#include "velm/frame/thread_data.h"
+#include "velm/frame/detail/thread_record.h"
 #include "velm/frame/vec_rep_cache.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,9 @@
 #include "velm/frame/vec.h"
 
 #include "support/random.h"
+#include "velm/frame/box.h"
+#include "velm/frame/point.h"
+#include "velm/frame/pole.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +11,13 @@
 #include <numeric>
 #include <type_traits>
 #include <vector>
+
+// Every member compiles for the elements that the library uses.
+template class ERSimpleVec<ERMinimax3D>;
+template class ERSimpleVec2<ERMinimax3D>;
+template class QuickAlgebra::ERVec<double>;
+template class QuickAlgebra::ERVec<ERPoint2D>;
+template class QuickAlgebra::ERVec<ERPole3DH>;
 
 namespace {
 

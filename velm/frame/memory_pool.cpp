@@ -1,6 +1,6 @@
 #include "velm/frame/memory_pool.h"
 
-#include "velm/frame/thread_data.h"
+#include "velm/frame/detail/thread_record.h"
 #include "velm/platform/critical_section.h"
 #include "velm/platform/debug_output.h"
 #include "velm/platform/poison.h"

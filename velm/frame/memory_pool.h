@@ -91,12 +91,9 @@ public:
     /// Gives all chunks to the allocator, with whatever items are still in use.
     void purge();
 
-    /// The pools of a thread's record, and their end. For velmThreadLocalData.
-    static ERMemPool* make_thread_pools(const velmThreadLocalData* record);
-    static void end_thread_pools(ERMemPool* pools);
-
 private:
     friend class ERChunk;
+    friend class velmThreadLocalData;
     friend class ERMemoryPool;
     friend VELM_API void* FastAllocate(std::size_t size, int count);
     friend VELM_API void FastDeallocate(void* block);
@@ -104,6 +101,10 @@ private:
     static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
 
     ERMemPool(); // for make_thread_pools: the next size of a thread's pools
+
+    // The pools of a thread's record, and their end.
+    static ERMemPool* make_thread_pools(const velmThreadLocalData* record);
+    static void end_thread_pools(ERMemPool* pools);
 
     void* alloc();
     void free(void* item);

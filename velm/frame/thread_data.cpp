@@ -1,5 +1,6 @@
 #include "velm/frame/thread_data.h"
 
+#include "velm/frame/detail/thread_record.h"
 #include "velm/frame/memory_pool.h"
 #include "velm/frame/vec_rep.h"
 #include "velm/frame/vec_rep_cache.h"
@@ -42,10 +43,14 @@ velmThreadLocalData* velm::detail::first_thread_data() {
 
 CNoTrackObject* MakeVelmThreadLocalData() {
     std::unique_ptr<velmThreadLocalData> data(new velmThreadLocalData);
-    const Concurrency::critical_section::scoped_lock lock(threadDataLock);
-    data->fastPools = ERMemPool::make_thread_pools(data.get());
-    data->repCache = new ERVecRepCache(cache_byte_limit, cache_count_limit);
+    data->fill();
     return data.release();
+}
+
+void velmThreadLocalData::fill() {
+    const Concurrency::critical_section::scoped_lock lock(threadDataLock);
+    fastPools = ERMemPool::make_thread_pools(this);
+    repCache = new ERVecRepCache(cache_byte_limit, cache_count_limit);
 }
 
 velmThreadLocalData::~velmThreadLocalData() {

@@ -24,6 +24,7 @@ public:
 private:
     friend CNoTrackObject* MakeVelmThreadLocalData();
     velmThreadLocalData() = default;
+    void fill();
 };
 
 /// Makes the record of the calling thread.
@@ -35,35 +36,3 @@ VELM_API double* GetThreadScratch(int n);
 
 /// The thread's pools of small blocks; pool i has items of 8 * (i + 1) bytes.
 VELM_API ERMemPool* GetFastPools();
-
-namespace velm::detail {
-
-/// The calling thread's record, without the way through the platform.
-struct ThreadRecord {
-    velmThreadLocalData* data; // null before the first use and after the end
-    bool ended;
-};
-
-#if defined(__GNUC__) && defined(__ELF__)
-__attribute__((tls_model("initial-exec")))
-#endif
-extern constinit thread_local ThreadRecord thread_record;
-
-/// Makes the record; null if the thread's has ended. Throws CInvalidArgException* if there can be
-/// none.
-velmThreadLocalData* first_thread_data();
-
-/// The calling thread's record, made on first use. Null if it has ended: what the thread lets go of
-/// then goes to the allocator.
-inline velmThreadLocalData* thread_data() {
-    velmThreadLocalData* const data = thread_record.data;
-    return data != nullptr ? data : first_thread_data();
-}
-
-/// The calling thread's body cache; null while the record is torn down and after.
-inline ERVecRepCache* thread_rep_cache() {
-    const velmThreadLocalData* const data = thread_data();
-    return data != nullptr ? data->repCache : nullptr;
-}
-
-} // namespace velm::detail

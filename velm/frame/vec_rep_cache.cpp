@@ -1,7 +1,7 @@
 #include "velm/frame/vec_rep_cache.h"
 
+#include "velm/frame/detail/thread_record.h"
 #include "velm/frame/memory_pool.h"
-#include "velm/frame/thread_data.h"
 #include "velm/platform/poison.h"
 
 #include <cassert>
