@@ -1,6 +1,6 @@
 // Arrays, blocks and nodes that outlive or leave the thread that made them.
-#include "velm/frame/memory_pool.h"
 #include "velm/frame/detail/thread_record.h"
+#include "velm/frame/memory_pool.h"
 #include "velm/frame/vec.h"
 #include "velm/frame/vec_rep_cache.h"
 
