@@ -1,25 +1,15 @@
 #include "velm/planar/convex_hull.h"
 
-#include "velm/frame/vec.h"
+#include "velm/frame/point_functions.h"
 #include "velm/frame/vector.h"
+#include "velm/planar/detail/point_order.h"
 
 #include <algorithm>
-#include <cmath>
+#include <limits>
 #include <span>
 #include <vector>
 
 namespace {
-
-using Chain = std::vector<ERPoint2D>;
-
-bool before(const ERPoint2D& a, const ERPoint2D& b) {
-    return a.x() < b.x() || (a.x() == b.x() && a.y() < b.y());
-}
-/// The same order where NaNs occur, which go to the end.
-bool before_with_nan(const ERPoint2D& a, const ERPoint2D& b) {
-    const auto less = [](double s, double t) { return s < t || (t != t && s == s); };
-    return less(a.x(), b.x()) || (!less(b.x(), a.x()) && less(a.y(), b.y()));
-}
 
 /// Lengths against 1e-7, by their squares. The square root rounds monotonically, so the bounds
 /// decide exactly as the roots would: they are the greatest double with a root up to 1e-7 and the
@@ -29,7 +19,7 @@ constexpr double least_square_reaching = 0x1.6849b86a12b9ap-47;
 bool exceeds_tolerance(double squared) { return squared > greatest_square_within; }
 bool below_tolerance(double squared) { return squared < least_square_reaching; }
 
-/// Which way a walk over the sorted points goes.
+/// Which way a pass over the sorted points goes.
 enum class Walk { descending, ascending };
 
 /// Whether the chain keeps its last point in front of the next edge: a left turn of less than 90
@@ -41,69 +31,78 @@ bool keeps_last_by_rule(const ERVector2D& last_edge, const ERVector2D& next_edge
     return e1 * e2 > 0.0 || (walk == Walk::descending ? e1.j() >= 0.0 : e1.j() <= 0.0);
 }
 
-/// The same answer without roots and divisions where the signs can't depend on the rounding: the
-/// normalised components carry a relative error of some 1e-16, and within the bounds on the
-/// products nothing over- or underflows.
-bool keeps_last(const ERVector2D& last_edge, const ERVector2D& next_edge, Walk walk) {
-    constexpr double sure = 1e-14;
-    constexpr double least = 1e-100;
-    constexpr double greatest = 1e100;
-    const double left = last_edge.i() * next_edge.j();
-    const double right = last_edge.j() * next_edge.i();
-    const double along_x = last_edge.i() * next_edge.i();
-    const double along_y = last_edge.j() * next_edge.j();
-    const double cross = left - right;
-    const double dot = along_x + along_y;
-    const double cross_size = std::abs(left) + std::abs(right);
-    const double dot_size = std::abs(along_x) + std::abs(along_y);
-    const double size = last_edge.norme2() + next_edge.norme2();
-    const double rise = last_edge.j();
-    const bool decided = std::abs(cross) > sure * cross_size && std::abs(dot) > sure * dot_size &&
-                         cross_size > least && dot_size > least && size < greatest &&
-                         (rise == 0.0 || std::abs(rise) > least);
-    if (!decided) return keeps_last_by_rule(last_edge, next_edge, walk);
-    if (cross < 0.0) return false;
-    return dot > 0.0 || (walk == Walk::descending ? rise >= 0.0 : rise <= 0.0);
-}
+/// Decides as the rule does, without roots and divisions where the signs of the two products can't
+/// depend on the rounding. Normalised components carry a relative error of some 1e-16 and the
+/// products of the edges themselves no more; `margin` covers that a hundred times over. Where edges
+/// stay below `longest_edge`, products above `least_product` don't underflow when normalised.
+class TurnTest {
+public:
+    static constexpr double longest_edge = 1e60;
 
-/// One pass over the points, at least one, in the order of the iterators.
-template <class Iterator>
-Chain chain_over(Iterator point, Iterator end, Walk walk) {
-    Chain chain{*point};
-    const ERPoint2D start = *point;
-    do {
-        if (++point == end) return chain;
-    } while (!exceeds_tolerance(ERVector2D(start, *point).norme2()));
-    chain.push_back(*point);
-    for (++point; point != end; ++point) {
-        const ERPoint2D& q = *point;
-        while (chain.size() >= 2) {
-            const ERVector2D next_edge(chain.back(), q);
-            if (below_tolerance(next_edge.norme2())) break;
-            if (keeps_last(ERVector2D(*(chain.end() - 2), chain.back()), next_edge, walk)) break;
-            chain.pop_back();
-        }
-        if (exceeds_tolerance(ERVector2D(chain.back(), q).norme2())) chain.push_back(q);
+    /// For points of this extent; a huge or infinite one leaves all to the rule.
+    TurnTest(const velm::detail::Extent& extent, Walk w) : walk(w) {
+        const double width = extent.xmax - extent.xmin;
+        const double height = extent.ymax - extent.ymin;
+        if (!extent.finite || !(width < longest_edge && height < longest_edge)) return;
+        sure_cross = std::max(least_product, margin * 2.0 * width * height);
+        sure_dot = std::max(least_product, margin * (width * width + height * height));
     }
-    return chain;
-}
 
-Chain sorted(std::span<const ERPoint2D> points) {
-    Chain all(points.begin(), points.end());
-    const bool comparable = std::none_of(all.begin(), all.end(), [](const ERPoint2D& p) {
-        return std::isnan(p.x()) || std::isnan(p.y());
-    });
-    std::sort(all.begin(), all.end(), comparable ? before : before_with_nan);
-    return all;
+    bool keeps_last(const ERVector2D& last_edge, const ERVector2D& next_edge) const {
+        const double left = last_edge.i() * next_edge.j();
+        const double right = last_edge.j() * next_edge.i();
+        const double cross = left - right;
+        if (cross < -sure_cross) return false;
+        if (cross > sure_cross && last_edge * next_edge > sure_dot) return true;
+        return keeps_last_by_rule(last_edge, next_edge, walk);
+    }
+
+private:
+    static constexpr double margin = 1e-14;
+    static constexpr double least_product = 1e-100;
+
+    Walk walk;
+    double sure_cross = std::numeric_limits<double>::infinity();
+    double sure_dot = std::numeric_limits<double>::infinity();
+};
+
+/// One pass over the sorted points, at least one. Writes the chain to `chain`, which may be the
+/// place where the points are read from, and returns its end.
+template <class Iterator>
+ERPoint2D* chain_over(Iterator point, Iterator end, const TurnTest& test, ERPoint2D* const chain) {
+    ERPoint2D* last = chain;
+    *last = *point;
+    do {
+        if (++point == end) return last + 1;
+    } while (!exceeds_tolerance(distance2(*last, *point)));
+    *++last = *point;
+    for (++point; point != end; ++point) {
+        const ERPoint2D q = *point;
+        ERVector2D next_edge(*last, q);
+        while (last != chain && !below_tolerance(next_edge.norme2()) &&
+               !test.keeps_last(ERVector2D(last[-1], *last), next_edge)) {
+            --last;
+            next_edge = ERVector2D(*last, q);
+        }
+        if (exceeds_tolerance(next_edge.norme2())) *++last = q;
+    }
+    return last + 1;
 }
 
 } // namespace
 
 ERVec<ERPoint2D> CalculateConvexeHull(ERVec<ERPoint2D> points) {
     if (points.size() < 2) return points;
-    const Chain ascending = sorted(points.view());
-    const Chain first = chain_over(ascending.rbegin(), ascending.rend(), Walk::descending);
-    const Chain second = chain_over(ascending.begin(), ascending.end(), Walk::ascending);
+    std::vector<ERPoint2D> sorted(points.view().begin(), points.view().end());
+    std::vector<ERPoint2D> scratch(sorted.size());
+    const velm::detail::Extent extent(sorted);
+    velm::detail::sort_by_x_then_y(sorted, scratch, extent);
+    const TurnTest descending(extent, Walk::descending);
+    const TurnTest ascending(extent, Walk::ascending);
+    const std::span<const ERPoint2D> first{
+        scratch.data(), chain_over(sorted.rbegin(), sorted.rend(), descending, scratch.data())};
+    const std::span<const ERPoint2D> second{
+        sorted.data(), chain_over(sorted.begin(), sorted.end(), ascending, sorted.data())};
 
     // Intended: the ends of the second chain repeat those of the first and are left out, but a
     // second chain of one point still counts as one entry, which keeps its value of before.

@@ -2,7 +2,8 @@
 #pragma once
 
 #include "velm/export.h"
-#include "velm/fwd.h"
+#include "velm/frame/point.h"
+#include "velm/frame/vec.h"
 
 /// The convex hull as a counter-clockwise outline without a repeated last vertex; it starts at the
 /// greatest point in the order by x, then y. Points on a hull edge are left out. Monotone chain
@@ -12,4 +13,4 @@
 ///
 /// Intended: points that all lie within 1e-7 of each other give TWO entries, the greatest point and
 /// whatever the argument held at index 1.
-VELM_API QuickAlgebra::ERVec<ERPoint2D> CalculateConvexeHull(QuickAlgebra::ERVec<ERPoint2D> points);
+VELM_API ERVec<ERPoint2D> CalculateConvexeHull(ERVec<ERPoint2D> points);

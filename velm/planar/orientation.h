@@ -2,7 +2,7 @@
 #pragma once
 
 #include "velm/export.h"
-#include "velm/fwd.h"
+#include "velm/frame/point.h"
 
 /// Three-way position of `c` against the directed segment ab (after Sedgewick, Algorithms, ch. 24):
 /// 1 to the left or beyond b, -1 to the right or behind a, 0 on the segment, ends included.

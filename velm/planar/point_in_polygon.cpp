@@ -62,45 +62,91 @@ struct Sides {
     std::uint64_t below = 0;
 };
 
-void add_sides(Sides& sides, double ordinate, const ERPoint2D* vertices, int from, int count) {
-    for (int k = from; k < count; ++k) {
-        sides.above |= static_cast<std::uint64_t>(ordinate > vertices[k].y()) << k;
-        sides.below |= static_cast<std::uint64_t>(ordinate < vertices[k].y()) << k;
-    }
+#if defined(__SSE2__)
+/// The sign bits of eight doubles in four registers, as a byte.
+std::uint64_t eight_bits(__m128d m01, __m128d m23, __m128d m45, __m128d m67) {
+    const auto halves = [](__m128d low, __m128d high) {
+        return _mm_castps_si128(
+            _mm_shuffle_ps(_mm_castpd_ps(low), _mm_castpd_ps(high), _MM_SHUFFLE(2, 0, 2, 0)));
+    };
+    const __m128i words = _mm_packs_epi32(halves(m01, m23), halves(m45, m67));
+    return static_cast<std::uint64_t>(
+        _mm_movemask_epi8(_mm_packs_epi16(words, _mm_setzero_si128())));
 }
+
+/// Adds as many vertices as fill groups of two; returns how many.
+int add_groups(Sides& sides, double ordinate, const ERPoint2D* vertices, int count) {
+    const __m128d y = _mm_set1_pd(ordinate);
+    const auto two_ordinates = [vertices](int k) {
+        return _mm_unpackhi_pd(_mm_loadu_pd(&vertices[k].x_), _mm_loadu_pd(&vertices[k + 1].x_));
+    };
+    int k = 0;
+    for (; k + 8 <= count; k += 8) {
+        const __m128d v01 = two_ordinates(k);
+        const __m128d v23 = two_ordinates(k + 2);
+        const __m128d v45 = two_ordinates(k + 4);
+        const __m128d v67 = two_ordinates(k + 6);
+        sides.above |= eight_bits(_mm_cmpgt_pd(y, v01), _mm_cmpgt_pd(y, v23), _mm_cmpgt_pd(y, v45),
+                                  _mm_cmpgt_pd(y, v67))
+                       << k;
+        sides.below |= eight_bits(_mm_cmplt_pd(y, v01), _mm_cmplt_pd(y, v23), _mm_cmplt_pd(y, v45),
+                                  _mm_cmplt_pd(y, v67))
+                       << k;
+    }
+    for (; k + 2 <= count; k += 2) {
+        const __m128d v = two_ordinates(k);
+        sides.above |= static_cast<std::uint64_t>(_mm_movemask_pd(_mm_cmpgt_pd(y, v))) << k;
+        sides.below |= static_cast<std::uint64_t>(_mm_movemask_pd(_mm_cmplt_pd(y, v))) << k;
+    }
+    return k;
+}
+#else
+int add_groups(Sides&, double, const ERPoint2D*, int) { return 0; }
+#endif
 
 Sides sides_of(double ordinate, const ERPoint2D* vertices, int count) {
     Sides sides;
-    add_sides(sides, ordinate, vertices, 0, count);
+    for (int k = add_groups(sides, ordinate, vertices, count); k < count; ++k) {
+        sides.above |= static_cast<std::uint64_t>(ordinate > vertices[k].y()) << k;
+        sides.below |= static_cast<std::uint64_t>(ordinate < vertices[k].y()) << k;
+    }
     return sides;
 }
 
-/// The state of a walk over the edges: the vertex before, as an edge's start, and the crossings.
+/// A walk over the edges of a polygon, in order.
 struct Walk {
-    const ERPoint2D& p;
-    bool odd = false;
-    relpos found = relpos_outside; // on a vertex or an edge: the walk is over
+    ERPoint2D p;
+    bool odd = false;              // crossings so far
+    relpos found = relpos_outside; // anything else: on a vertex or an edge, the walk is over
+
+    void cross(const ERPoint2D& a, const ERPoint2D& b) {
+        const Edge edge = test(p, a, b);
+        odd ^= edge == Edge::crossed;
+        if (edge > Edge::crossed) [[unlikely]]
+            found = edge == Edge::has_vertex ? relpos_on_vertex : relpos_on_edge;
+    }
+    bool is_over() const { return found != relpos_outside; }
 };
 
-/// Tests the edges that end at the vertices of one block; the bits of the vertex before it are in
-/// `carry`. True when p was found on an edge.
-bool walk_block(Walk& walk, const ERPoint2D* vertices, int count, Sides& carry) {
+/// Whether p's ordinate is neither above both ends nor below both; NaN counts as neither.
+bool meets(double ordinate, const ERPoint2D& a, const ERPoint2D& b) {
+    const bool above = (ordinate > a.y()) & (ordinate > b.y());
+    const bool below = (ordinate < a.y()) & (ordinate < b.y());
+    return !(above | below);
+}
+
+/// The edges that end at the vertices of one block of up to 64; `before` has the bits of the vertex
+/// in front of the block, and gets those of its last.
+void walk_block(Walk& walk, const ERPoint2D* vertices, int count, Sides& before) {
     const Sides sides = sides_of(walk.p.y(), vertices, count);
+    const std::uint64_t missed = (sides.above & (sides.above << 1 | before.above)) |
+                                 (sides.below & (sides.below << 1 | before.below));
+    before = {sides.above >> 63, sides.below >> 63};
     const std::uint64_t all = ~std::uint64_t{0} >> (64 - count);
-    std::uint64_t met = ~((sides.above & (sides.above << 1 | carry.above)) |
-                          (sides.below & (sides.below << 1 | carry.below))) &
-                        all;
-    carry = {sides.above >> 63, sides.below >> 63};
-    for (; met != 0; met &= met - 1) {
+    for (std::uint64_t met = ~missed & all; met != 0 && !walk.is_over(); met &= met - 1) {
         const ERPoint2D* const end = vertices + std::countr_zero(met);
-        const Edge edge = test(walk.p, end[-1], end[0]);
-        if (edge > Edge::crossed) {
-            walk.found = edge == Edge::has_vertex ? relpos_on_vertex : relpos_on_edge;
-            return true;
-        }
-        walk.odd ^= edge == Edge::crossed;
+        walk.cross(end[-1], end[0]);
     }
-    return false;
 }
 
 } // namespace
@@ -109,18 +155,13 @@ relpos Inside(const ERPoint2D& p, const ERPoint2D* points, int count, int) {
     if (count < 1) return relpos_outside;
     if (p == points[0]) return relpos_on_vertex;
     Walk walk{p};
-    Sides carry{1, 1}; // no edge ends at the first vertex
-    for (int i = 0; i < count; i += 64) {
-        if (walk_block(walk, points + i, std::min(64, count - i), carry)) return walk.found;
-    }
+    Sides before{1, 1}; // lets the edge that would end at the first vertex be missed
+    for (int i = 0; i < count && !walk.is_over(); i += 64)
+        walk_block(walk, points + i, std::min(64, count - i), before);
     const ERPoint2D& last = points[count - 1];
-    if (!(last == points[0])) {
-        if (p == last) return relpos_on_vertex;
-        const ERPoint2D closing[] = {last, points[0]};
-        carry = sides_of(p.y(), closing, 1);
-        if (walk_block(walk, closing + 1, 1, carry)) return walk.found;
-    }
-    return walk.odd ? relpos_inside : relpos_outside;
+    if (!walk.is_over() && meets(p.y(), last, points[0]) && !(last == points[0]))
+        walk.cross(last, points[0]);
+    return walk.is_over() ? walk.found : walk.odd ? relpos_inside : relpos_outside;
 }
 
 relpos Inside(const ERPoint2D& p, const ERVec<ERPoint2D>& polygon) {

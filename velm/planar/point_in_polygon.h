@@ -2,7 +2,8 @@
 #pragma once
 
 #include "velm/export.h"
-#include "velm/fwd.h"
+#include "velm/frame/point.h"
+#include "velm/frame/vec.h"
 
 /// What `Inside` gives. The values are fixed.
 enum relpos {
@@ -23,4 +24,4 @@ enum relpos {
 ///
 /// Beyond an abscissa of 1e12 the ray has no length and the result says nothing.
 VELM_API relpos Inside(const ERPoint2D& p, const ERPoint2D* points, int count, int unused);
-VELM_API relpos Inside(const ERPoint2D& p, const QuickAlgebra::ERVec<ERPoint2D>& polygon);
+VELM_API relpos Inside(const ERPoint2D& p, const ERVec<ERPoint2D>& polygon);

@@ -2,7 +2,8 @@
 #pragma once
 
 #include "velm/export.h"
-#include "velm/fwd.h"
+#include "velm/frame/point.h"
+#include "velm/frame/vec.h"
 
 /// Among the edges of the closed polygon on which `p` has a foot, the one whose foot lies from p as
 /// far as |distance| says, as nearly as possible: 0.0 asks for the nearest foot. Returns the index
@@ -11,8 +12,8 @@
 ///
 /// A foot counts up to 1e-5 (on raw products of coordinate differences) outside its edge. Edges
 /// whose ends agree within 1e-11 on both coordinates are passed over.
-VELM_API int findProjection(const ERPoint2D& p, const QuickAlgebra::ERVec<ERPoint2D>& polygon,
-                            ERPoint2D& foot, double distance);
+VELM_API int findProjection(const ERPoint2D& p, const ERVec<ERPoint2D>& polygon, ERPoint2D& foot,
+                            double distance);
 
 /// All feet of `p` on the edges of the open polyline, in order. Appends each foot to `feet` and its
 /// place, edge index plus the position 0..1 on the edge, to `parameters`; neither is cleared. A
@@ -21,6 +22,5 @@ VELM_API int findProjection(const ERPoint2D& p, const QuickAlgebra::ERVec<ERPoin
 /// A corner that p sees from its outer wedge gives no foot, unless the polyline is nearly straight
 /// there: with the corner less than 0.1 from the line through its neighbours, the corner itself is
 /// the foot. Edges whose ends agree within 1e-11 on both coordinates are passed over.
-VELM_API int findAllProjections(const ERPoint2D& p, const QuickAlgebra::ERVec<ERPoint2D>& polyline,
-                                QuickAlgebra::ERVec<ERPoint2D>& feet,
-                                QuickAlgebra::ERVec<double>& parameters, double limit);
+VELM_API int findAllProjections(const ERPoint2D& p, const ERVec<ERPoint2D>& polyline,
+                                ERVec<ERPoint2D>& feet, ERVec<double>& parameters, double limit);
