@@ -274,7 +274,8 @@ TEST(LinearAlgebra, NullVectorsOfMatricesThatLackOneRank) {
         }
         const ERVec<double> x = ResolveHyperPlan(m);
         const double scale = largest(x.view().data(), n);
-        for (const double image : (m * x).view())
+        const auto images = m * x;
+        for (const double image : images.view())
             ASSERT_LE(std::fabs(image), 1e-10 * scale) << round;
     }
 }
