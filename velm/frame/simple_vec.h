@@ -103,7 +103,8 @@ public:
     T* begin() { return data(); }
     T* end() { return data() + size(); }
 
-    /// The elements, for reading: never detaches.
+    /// The elements, for reading: never detaches. Not for a loop over the view of a temporary
+    /// handle, which is gone before the first step.
     std::span<const T> view() const { return {elements_, count()}; }
     /// The elements, for writing: detaches once.
     std::span<T> writable() { return {data(), count()}; }
