@@ -24,13 +24,15 @@ int pivot_row(const double* m, int rows, int columns, int k) {
 }
 
 void eliminate_below(double* m, int rows, int columns, int k) {
-    const double* pivot_line = m + std::size_t(columns) * std::size_t(k);
+    const double* __restrict const pivot_line = m + std::size_t(columns) * std::size_t(k);
+    double* line = m + std::size_t(columns) * std::size_t(k);
     for (int i = k + 1; i < rows; ++i) {
-        double* line = m + std::size_t(columns) * std::size_t(i);
+        line += columns;
         const double multiplier = line[k] / pivot_line[k];
         line[k] = multiplier;
+        double* __restrict const target = line; // never the pivot's line
         for (int j = k + 1; j < columns; ++j)
-            line[j] -= multiplier * pivot_line[j];
+            target[j] -= multiplier * pivot_line[j];
     }
 }
 

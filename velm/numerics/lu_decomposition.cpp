@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <ostream>
 
-ERLUDecomp::ERLUDecomp(const ERMatrix<double>& m) : ERMatrix<double>(m), original(m) {
+ERLUDecomp::ERLUDecomp(const ERMatrix<double>& m)
+    : ERMatrix<double>(m.rows(), m.columns(), m.view().data()), original(m) {
     decompose();
 }
 
@@ -17,7 +18,7 @@ ERLUDecomp& ERLUDecomp::operator=(const ERMatrix<double>& m) {
 }
 
 void ERLUDecomp::decompose() {
-    permutation.resize(std::size_t(rows()));
+    permutation = ERSimpleVec<int>(rows());
     singular = !velm::detail::gauss_pivot(data(), rows(), columns(), permutation.data(), swaps,
                                           pivot_tolerance);
 }
@@ -43,7 +44,7 @@ ERMatrix<double> ERLUDecomp::U() const {
 ERMatrix<double> ERLUDecomp::P() const {
     ERMatrix<double> result(rows(), columns());
     for (int i = 0; i < rows(); ++i)
-        if (permutation[std::size_t(i)] < columns()) result(i, permutation[std::size_t(i)]) = 1.0;
+        if (permutation[i] < columns()) result(i, permutation[i]) = 1.0;
     return result;
 }
 
@@ -69,6 +70,25 @@ void ERLUDecomp::substitute(double* x, int right_hand_sides) const {
     }
 }
 
+/// One right-hand side: the same terms in the same order for each unknown, row by row.
+void ERLUDecomp::substitute(double* x) const {
+    const int n = columns();
+    const double* line = view().data();
+    for (int i = 0; i < n; ++i, line += n) {
+        double value = x[i];
+        for (int k = 0; k < i; ++k)
+            value -= line[k] * x[k];
+        x[i] = value;
+    }
+    for (int i = n - 1; i >= 0; --i) {
+        line -= n;
+        double value = x[i];
+        for (int k = i + 1; k < n; ++k)
+            value -= line[k] * x[k];
+        x[i] = value / line[i];
+    }
+}
+
 double determinant(const ERLUDecomp& lu) {
     double result = lu.swaps % 2 != 0 ? -1.0 : 1.0;
     for (int i = 0; i < std::min(lu.rows(), lu.columns()); ++i)
@@ -80,7 +100,7 @@ ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b) {
     ERMatrix<double> x(b);
     double* const out = x.data();
     for (int i = 0; i < lu.rows(); ++i) {
-        const int source = lu.permutation[std::size_t(i)];
+        const int source = lu.permutation[i];
         if (source != i)
             std::ranges::copy(b.row(source), out + std::size_t(b.columns()) * std::size_t(i));
     }
@@ -89,12 +109,13 @@ ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b) {
 }
 
 ERVec<double> solve(const ERLUDecomp& lu, const ERVec<double>& b) {
-    ERVec<double> x(b);
+    ERVec<double> x(b.size());
     double* const out = x.data();
     const auto in = b.view();
-    for (int i = 0; i < lu.rows(); ++i)
-        out[i] = in[std::size_t(lu.permutation[std::size_t(i)])];
-    lu.substitute(out, 1);
+    const auto source = lu.permutation.view();
+    for (std::size_t i = 0; i < source.size(); ++i)
+        out[i] = in[std::size_t(source[i])];
+    lu.substitute(out);
     return x;
 }
 

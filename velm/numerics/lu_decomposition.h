@@ -4,8 +4,6 @@
 #include "velm/export.h"
 #include "velm/numerics/matrix.h"
 
-#include <vector>
-
 /// P * A = L * U by elimination with row pivoting (see gauss_pivot.h); the inherited matrix holds
 /// the packed factors. A pivot below 1e-20, absolute and not scaled by the matrix, stops the
 /// elimination and makes the object singular.
@@ -42,9 +40,10 @@ private:
     void decompose();
     /// Forward and back substitution of the permuted right-hand sides, in place.
     void substitute(double* x, int right_hand_sides) const;
+    void substitute(double* x) const;
 
     ERMatrix<double> original;
-    std::vector<int> permutation;
+    ERSimpleVec<int> permutation;
     int singular = 0;
     int swaps = 0;
 };
