@@ -13,6 +13,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 KEPT = ROOT / "scripts" / "exported_symbols.txt"
+SHOWN = 40
 FOREIGN = re.compile(r"_Z(TV|TI|TS|GV|Z)*N?K?(St|Sa|Ss|9__gnu_cxx|7testing)")
 DERIVED = re.compile(r"^(typeinfo name for|(non-)?virtual thunk to|guard variable for) ")
 
@@ -57,8 +58,10 @@ def main():
         faults += [f"exported, but not in the list: {name}" for name in sorted(kinds.keys() - kept)
                    if kinds[name] not in "WV"]
         faults += [f"in the list, but not exported: {name}" for name in sorted(kept - kinds.keys())]
-        for fault in faults:
+        for fault in faults[:SHOWN]:
             print(f"{library}: {fault}")
+        if len(faults) > SHOWN:
+            print(f"{library}: and {len(faults) - SHOWN} more")
         count += len(faults)
     print(f"symbols: {len(kept)} kept, {len(libraries)} builds, {count} faults")
     if count:
