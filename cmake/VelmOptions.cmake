@@ -11,6 +11,7 @@ target_link_libraries(velm_options INTERFACE velm_contract)
 target_compile_options(velm_options INTERFACE -fvisibility=hidden -fvisibility-inlines-hidden
     -fno-semantic-interposition
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-bitwise-instead-of-logical> # branchless on purpose
     $<$<BOOL:${VELM_WERROR}>:-Werror>)
 
 # Coverage feedback for the fuzzer in all code that a fuzz target may reach.

@@ -15,7 +15,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 KEPT = ROOT / "scripts" / "exported_symbols.txt"
 SHOWN = 40
 FOREIGN = re.compile(r"_Z(TV|TI|TS|GV|Z)*N?K?(St|Sa|Ss|9__gnu_cxx|7testing)")
-DERIVED = re.compile(r"^(typeinfo name for|(non-)?virtual thunk to|guard variable for) ")
+DERIVED = re.compile(r"^(typeinfo name for|(construction vtable|VTT|guard variable) for|(non-)?virtual thunk to) ")
 
 
 def listing(library, *options):
