@@ -1,0 +1,80 @@
+// ERBTreeOnDisk: a B-tree of fixed-length keys and 32-bit values in the blocks of a file manager.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/store/disk_tree_node.h"
+#include "velm/store/file_space.h"
+#include "velm/store/string.h"
+
+#include <memory>
+
+/// The 40 bytes by which a tree is found. Offsets and numbers stand on file.
+struct ERBTreeInformation {
+    static constexpr std::int32_t magic_number = 1365; // on file
+
+    std::int32_t root = -1;
+    std::int32_t reserved = -1;
+    std::int32_t magic = magic_number;
+    std::uint32_t entries = 0;
+    std::uint32_t key_length = 0;
+    std::uint32_t order = 0;
+    std::uint32_t minimum = 0; // least keys in a node that is not the root
+    std::int32_t reserved_28 = -1;
+    std::int32_t reserved_32 = 0;
+    std::int32_t flags = 0; // bit 0: binary keys
+};
+static_assert(sizeof(ERBTreeInformation) == 40, "the information block stands on file");
+
+/// A B-tree after Bayer and McCreight (1972), with 2 * order keys to a node at most. Binary keys
+/// (ignoreNulls) compare by memcmp, others by strncmp over the key length, so that integers in
+/// binary keys sort by their little-endian bytes: the order is part of the format.
+///
+/// Every node write is on file at once; the information block is written after a change of the
+/// root, by clear, and by the destructor. File trouble is raised as CFileException*; so are nodes
+/// that can't be (more keys than fit, a depth beyond any tree): invalidFile. The destructor raises
+/// nothing. On a file opened read-only nothing is written. One thread to a tree.
+class VELM_API ERBTreeOnDisk {
+public:
+    enum createMode : int { open = 0, create = 1 };
+
+    /// Opens the tree whose information block is at infoOffset, or at the file's start() for -1;
+    /// with create, or where the file has no start yet, makes a new one. What an existing
+    /// information block says overrules the arguments. One with a wrong magic number gives an empty
+    /// tree that compares by strncmp and writes nothing until it is changed.
+    ERBTreeOnDisk(ERFileManager& file_, unsigned int cacheSize, createMode mode,
+                  unsigned int keyLength, int ignoreNulls, long infoOffset, unsigned int order,
+                  unsigned int minimum);
+    ERBTreeOnDisk(const ERBTreeOnDisk&) = delete;
+    ERBTreeOnDisk& operator=(const ERBTreeOnDisk&) = delete;
+    ~ERBTreeOnDisk();
+
+    /// 1, or 0 when the key was there; the tree is unchanged then.
+    int insertKeyAndValue(const char* key, long value);
+    /// The value, or -1.
+    long findValue(const char* key) const;
+    int contains(const char* key) const;
+    void remove(const char* key);
+    /// 1 with the pair taken out, or 0.
+    int removeKeyAndValue(const char* key, ERCString& removedKey, long& value);
+    /// 1 with the old value, or 0 and -1.
+    int replaceValue(const char* key, long newValue, long& oldValue);
+    unsigned long entries() const;
+    void clear();
+    long baseLocation() const { return infoOffset; }
+    /// Calls back with each key and value in key order. With a flag of 0 the walk is whole and the
+    /// callback may change the key bytes it is given. Any other flag walks only a tree of one node
+    /// rightly; a deeper one it leaves early, with some keys repeated and others missed: intended.
+    void applyToKeyAndValue(void (*callback)(const char* key, long value, void* arg), void* arg,
+                            int flag);
+
+    /// Copies a key by the tree's rule.
+    void copy_key(char* target, const char* key) const;
+    /// Whether the information block was read with its magic number.
+    bool has_valid_information() const {
+        return information.magic == ERBTreeInformation::magic_number;
+    }
+    const ERBTreeInformation& info() const { return information; }
+
+private:
+    enum retStatus : int { pending = 0, underflow = 0, done = 1, duplicate = 2, not_found = 2 };
+};

@@ -1,0 +1,119 @@
+// ERDiskTreeNode, ERDiskNodeCache: a node of a disk tree in memory, and the cache of such nodes.
+#pragma once
+
+#include "velm/export.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <list>
+#include <unordered_map>
+#include <vector>
+
+class ERBTreeOnDisk;
+class ERFile;
+
+/// The sizes of a tree's nodes. The layout stands on file and must never change: with keys of K
+/// bytes and the order M,
+///
+///     0         counter: the keys in use
+///     4         2M + 1 sons: offsets of child nodes, -1 where there is none
+///     8M + 8    2M items: the values
+///     16M + 8   2M keys of K bytes, ascending
+struct ERDiskTreeLayout {
+    unsigned int key_length = 0;
+    unsigned int order = 0;
+
+    int max_keys() const { return static_cast<int>(2 * order); }
+    std::size_t sons_at() const { return 4; }
+    std::size_t items_at() const { return 8 * std::size_t{order} + 8; }
+    std::size_t keys_at() const { return 16 * std::size_t{order} + 8; }
+    std::size_t node_size() const { return (std::size_t{key_length} + 8) * order * 2 + 8; }
+};
+
+/// The image of one node. Bytes that nothing assigned are zero.
+class VELM_API ERDiskTreeNode {
+public:
+    ERDiskTreeNode(const ERDiskTreeLayout& layout_, const ERBTreeOnDisk* tree_);
+    /// With the pair as key 0.
+    ERDiskTreeNode(const ERDiskTreeLayout& layout_, const ERBTreeOnDisk* tree_, const char* key,
+                   long value);
+
+    /// No keys, no sons.
+    void initialize();
+
+    int counter() const { return word(0); }
+    void counter(int n) { set_word(0, n); }
+    long sons(int i) const { return word(layout.sons_at() + 4 * std::size_t(i)); }
+    void sons(int i, long offset) { set_word(layout.sons_at() + 4 * std::size_t(i), offset); }
+    long items(int i) const { return word(layout.items_at() + 4 * std::size_t(i)); }
+    void items(int i, long value) { set_word(layout.items_at() + 4 * std::size_t(i), value); }
+    char* keys(int i) { return buffer.data() + key_offset(i); }
+    const char* keys(int i) const { return buffer.data() + key_offset(i); }
+    bool is_leaf() const { return sons(0) == -1; }
+
+    using Compare = int (*)(const char*, const char*, std::size_t);
+    /// The first position whose key is not less than this one; the counter if all are less.
+    int binarySearch(const char* key, Compare compare) const;
+    /// Puts a pair at pos and a son behind it; what stood there moves up.
+    void insert(const char* key, long value, int pos, long son);
+    /// Takes key pos, item pos and a son, pos or pos + 1, out; what stands behind moves down.
+    void remove(int pos, int son);
+    /// Copies `count` keys and items from another node's position.
+    void copy_pairs(int at, const ERDiskTreeNode& from, int first, int count);
+    void copy_sons(int at, const ERDiskTreeNode& from, int first, int count);
+
+    char* data() { return buffer.data(); }
+    const char* data() const { return buffer.data(); }
+    std::size_t size() const { return buffer.size(); }
+
+private:
+    std::int32_t word(std::size_t at) const {
+        std::int32_t value;
+        std::memcpy(&value, buffer.data() + at, 4);
+        return value;
+    }
+    void set_word(std::size_t at, long value) {
+        const std::int32_t stored = static_cast<std::int32_t>(value);
+        std::memcpy(buffer.data() + at, &stored, 4);
+    }
+    std::size_t key_offset(int i) const {
+        return layout.keys_at() + std::size_t{layout.key_length} * std::size_t(i);
+    }
+    void move_pairs(int to, int from, int count);
+    void move_sons(int to, int from, int count);
+
+    ERDiskTreeLayout layout;
+    const ERBTreeOnDisk* tree;
+    std::vector<char> buffer;
+};
+
+/// A write-through cache of whole nodes. A full cache gives up the node that has been left alone
+/// longest.
+class VELM_API ERDiskNodeCache {
+public:
+    ERDiskNodeCache(unsigned int capacity_, std::size_t node_size_)
+        : capacity(capacity_ > 0 ? capacity_ : 1), node_size(node_size_) {}
+
+    /// Copies the node at an offset out, from the file if it isn't here. Returns 0 when the file
+    /// doesn't have it whole.
+    int read(ERFile& file, long offset, char* target);
+    /// Takes the node in and writes it to the file.
+    void write(ERFile& file, long offset, const char* source);
+    void forget(long offset);
+    void clear();
+
+private:
+    struct Slot {
+        long offset;
+        std::vector<char> bytes;
+    };
+    using Slots = std::list<Slot>; // the one used last stands first
+
+    Slot& slot_for(long offset);
+
+    unsigned int capacity;
+    std::size_t node_size;
+    Slots slots;
+    std::unordered_map<long, Slots::iterator> places;
+};

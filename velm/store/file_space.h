@@ -1,0 +1,61 @@
+// ERFileManager: a file whose bytes are handed out and taken back in blocks.
+//
+// The head of the file and the blocks, all numbers 32-bit little-endian:
+//
+//     0    start: payload offset of the first block ever allocated, -1 before
+//     4    end of data: where the next block would be appended
+//     8    268, the size of a free-list node
+//     12   the head node of the free list
+//     280  the first block: a word with its total size, then the payload
+//
+// These numbers stand on file: they must never change.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/frame/binary_file.h"
+#include "velm/store/free_list.h"
+
+#include <memory>
+
+/// Blocks are known by the offset of their payload. All offsets are 32-bit signed, -1 meaning none.
+/// File trouble is raised as CFileException*.
+class VELM_API ERFileManager : public ERFile {
+public:
+    static constexpr long head_node_offset = 12; // on file
+    static constexpr long first_block = 280;     // on file
+    static constexpr int node_size = 268;        // on file
+
+    /// Opens or creates a file: for reading with writers shut out, or for reading and writing with
+    /// everybody shut out. A file whose third word isn't 268 has no free list: allocate then raises
+    /// an invalidFile, and nothing is written to it.
+    ERFileManager(const char* name, int readOnly);
+    ~ERFileManager() override;
+
+    /// A block for so many bytes; its total size is 4 plus the bytes rounded up to a multiple of 4,
+    /// or up to 4 bytes more where a free extent would leave too little. The first block of a
+    /// file's life is reachable through start() for good.
+    long allocate(unsigned int bytes);
+    /// Gives a block back. -1 and the first block of the file are ignored: intended.
+    void deallocate(long payload);
+    /// Room of just that size at the end of the data, without a size word.
+    long allocateAtEnd(unsigned int bytes);
+    /// Moves the end of the data back to an offset, if what ends there is the last. Returns 1 or 0.
+    int deallocateFromEnd(long offset, unsigned int size);
+
+    long start() const { return startOffset; }
+    long endData() const { return endOfData; }
+    int isReadOnly() const { return readOnly; }
+    long rootOffset() const { return head_node_offset; }
+    /// Whether the head of the file was understood.
+    bool has_free_list() const { return list != nullptr; }
+
+private:
+    void write_start(long offset);
+    void write_end(long offset);
+    void create_head();
+
+    int readOnly;
+    std::unique_ptr<ERLMan> list;
+    long startOffset = ER_NULL_OFFSET;
+    long endOfData = first_block;
+};

@@ -1,0 +1,210 @@
+#include "velm/store/free_list.h"
+
+#include "velm/platform/debug_output.h"
+#include "velm/platform/file_exception.h"
+#include "velm/store/file_space.h"
+
+#include <algorithm>
+#include <climits>
+
+// ---- one node ----
+
+namespace {
+
+/// The number of extents that a node can be trusted to have.
+int entries(const ERFreeListNode& node) {
+    return std::clamp(node.count, 0, ERFreeListNode::max_extents);
+}
+
+} // namespace
+
+void ERFreeListNode::remove(int i) {
+    const int n = entries(*this);
+    std::copy(offsets + i + 1, offsets + n, offsets + i);
+    std::copy(sizes + i + 1, sizes + n, sizes + i);
+    count = n - 1;
+}
+
+bool ERFreeListNode::enter(std::int32_t offset, std::uint32_t size) {
+    const int n = entries(*this);
+    const auto end_of = [this](int i) { return std::int64_t{offsets[i]} + sizes[i]; };
+    for (int i = 0; i < n; ++i) {
+        if (offset == end_of(i)) {
+            sizes[i] += size;
+            if (i + 1 < n && end_of(i) == offsets[i + 1]) {
+                sizes[i] += sizes[i + 1];
+                remove(i + 1);
+            }
+            return true;
+        }
+        if (std::int64_t{offset} + size == offsets[i]) {
+            offsets[i] = offset;
+            sizes[i] += size;
+            return true;
+        }
+    }
+    if (n == max_extents) return false;
+    const int at = static_cast<int>(
+        std::find_if(offsets, offsets + n, [offset](std::int32_t o) { return o > offset; }) -
+        offsets);
+    std::copy_backward(offsets + at, offsets + n, offsets + n + 1);
+    std::copy_backward(sizes + at, sizes + n, sizes + n + 1);
+    offsets[at] = offset;
+    sizes[at] = size;
+    count = n + 1;
+    return true;
+}
+
+// ---- the chain ----
+
+namespace {
+
+/// A block's total size: the word in front of it and the bytes rounded up to a multiple of 4.
+unsigned int block_size(unsigned int bytes) {
+    if (bytes > static_cast<unsigned int>(INT_MAX) - 7u)
+        AfxThrowFileException(CFileException::diskFull);
+    return (bytes + 7u) & ~3u;
+}
+
+/// An extent larger than the block by less than this is given away whole.
+constexpr unsigned int kSmallestRemainder = 8;
+
+constexpr unsigned int kNodePayload = 264;
+
+} // namespace
+
+ERListManager::ERListManager(ERFileManager* file_, int create)
+    : file(file_), current(ERFileManager::head_node_offset) {
+    if (create) {
+        node.next = ERFileManager::head_node_offset;
+        writeNode();
+    } else {
+        readNode(current);
+    }
+}
+
+bool ERListManager::is_lone_head() const {
+    return current == ERFileManager::head_node_offset &&
+           node.next == ERFileManager::head_node_offset;
+}
+
+long ERListManager::take(int i, unsigned int& need) {
+    const long offset = node.offsets[i];
+    const unsigned int remainder = node.sizes[i] - need;
+    if (remainder >= kSmallestRemainder) {
+        node.offsets[i] += static_cast<std::int32_t>(need);
+        node.sizes[i] = remainder;
+    } else {
+        need = node.sizes[i];
+        node.remove(i);
+    }
+    if (node.count == 0 && !is_lone_head())
+        deleteNode();
+    else
+        writeNode();
+    return offset;
+}
+
+long ERListManager::allocate(unsigned int bytes) {
+    unsigned int need = block_size(bytes);
+    const long stop = current;
+    long offset = ER_NULL_OFFSET;
+    begin_walk();
+    do {
+        const int n = entries(node);
+        const int i = static_cast<int>(
+            std::find_if(node.sizes, node.sizes + n, [need](auto size) { return size >= need; }) -
+            node.sizes);
+        if (i < n) offset = take(i, need);
+    } while (offset == ER_NULL_OFFSET && advance(stop));
+    if (offset == ER_NULL_OFFSET) offset = file->allocateAtEnd(need);
+    writeHeader(offset, need);
+    return offset + 4;
+}
+
+void ERListManager::deallocate(long payload) {
+    addToFreeList(payload - 4, readHeader(payload - 4));
+}
+
+void ERListManager::addToFreeList(long offset, unsigned int size) {
+    if (file->deallocateFromEnd(offset, size)) return;
+    const long stop = current;
+    begin_walk();
+    do {
+        if (node.enter(static_cast<std::int32_t>(offset), size)) {
+            writeNode();
+            return;
+        }
+    } while (advance(stop));
+    extendFreeList(offset, size);
+}
+
+void ERListManager::extendFreeList(long, unsigned int) {
+    const long made = allocate(kNodePayload) - 4;
+    const std::int32_t behind = node.next;
+    node.next = static_cast<std::int32_t>(made);
+    writeNode();
+    current = made;
+    node = ERFreeListNode();
+    node.next = behind;
+    writeNode();
+}
+
+void ERListManager::deleteNode() {
+    long removed = current;
+    if (current != ERFileManager::head_node_offset) {
+        const std::int32_t behind = node.next;
+        readNode(ERFileManager::head_node_offset);
+        begin_walk();
+        while (node.next != removed && advance(ERFileManager::head_node_offset)) {
+        }
+        node.next = behind;
+        writeNode();
+    } else {
+        removed = node.next;
+        readNode(removed);
+        current = ERFileManager::head_node_offset;
+        writeNode();
+    }
+    addToFreeList(removed, ERFileManager::node_size);
+}
+
+// ---- nodes and size words on file ----
+
+int ERListManager::readNode(long offset) {
+    current = offset;
+    file->Seek(offset, CFile::begin);
+    ERFreeListNode read;
+    velm::read_bytes(*file, &read, sizeof read);
+    node = read;
+    if (node.magic != ERFreeListNode::magic_number) OutputDebugStringA("BAD MAGIC NUMBER");
+    return 1;
+}
+
+void ERListManager::writeNode() {
+    file->Seek(current, CFile::begin);
+    velm::write_bytes(*file, &node, sizeof node);
+}
+
+int ERListManager::advance() {
+    if (++steps > file->endData() / ERFileManager::node_size + 2)
+        AfxThrowFileException(CFileException::invalidFile, -1, file->GetFilePath().c_str());
+    return readNode(node.next);
+}
+
+int ERListManager::advance(long stop) {
+    if (node.next == stop) return 0;
+    return advance();
+}
+
+unsigned int ERListManager::readHeader(long offset) {
+    unsigned int size = 0;
+    file->Seek(offset, CFile::begin);
+    file->Read(size);
+    return size;
+}
+
+void ERListManager::writeHeader(long offset, unsigned int size) {
+    file->Seek(offset, CFile::begin);
+    file->Write(size);
+}
