@@ -77,4 +77,68 @@ public:
 
 private:
     enum retStatus : int { pending = 0, underflow = 0, done = 1, duplicate = 2, not_found = 2 };
+
+    /// What an insertion hands up from a node that was split, or down to the leaf.
+    struct Pending {
+        std::vector<char> key;
+        long value = 0;
+        long son = -1;
+    };
+
+    retStatus ins(const char* key, long value, long nodeOffset, int depth);
+    retStatus rem(const char* key, long nodeOffset, int depth, ERCString& outKey, long& outValue);
+    retStatus remove_from_leaf(int pos, ERCString& outKey, long& outValue);
+    /// Mends son pos of the parent in the work node, which has fallen below the minimum.
+    retStatus restoreNode(int pos);
+    /// Splits the full work node, with the pending triple belonging at pos.
+    void splitNode(int pos);
+    void combineNodes(int pos, long parent);
+    void moveItLeft(int pos, long parent);
+    void moveItRight(int pos, long parent);
+    void swapWithSuccessor(int pos);
+    void new_root();
+    void drop_empty_root();
+    void apl(long offset, void (*callback)(const char*, long, void*), void* arg, int flag,
+             int depth);
+    void del(long offset, int depth);
+    /// Finds the key: the work node then holds it at pos. False when it isn't there.
+    bool findKeyAndValue(const char* key, int& pos) const;
+
+    void infoInit(unsigned int keyLength, int ignoreNulls, unsigned int order,
+                  unsigned int minimum);
+    void infoReInit(unsigned int keyLength, int ignoreNulls, unsigned int order,
+                    unsigned int minimum);
+    int ignoreNulls() const { return information.flags & 1; }
+    int isEmpty() const { return information.root == -1; }
+    void readInfo();
+    void writeInfo();
+    void readRoot();
+    /// Reads the node at an offset into a buffer; raises where there is none.
+    void readcache(long offset, ERDiskTreeNode& target) const;
+    void writecache(long offset, const ERDiskTreeNode& source);
+    void startup(unsigned int cacheSize);
+    void check_sizes() const;
+    void check_writable() const;
+    void check_depth(int depth) const;
+    [[noreturn]] void raise_invalid() const;
+
+    void load(long offset) const;
+    void store() { writecache(workOffset, *work); }
+    bool equal(const ERDiskTreeNode& node, int pos, const char* key) const;
+    ERCString key_text(const char* key) const;
+    int max_keys() const { return layout.max_keys(); }
+    long minimum() const { return static_cast<long>(information.minimum); }
+
+    ERFileManager& file;
+    long infoOffset;
+    ERBTreeInformation information;
+    bool information_known = false; // made here or read with its magic number
+    ERDiskTreeLayout layout;
+    ERDiskTreeNode::Compare compare = nullptr;
+    std::unique_ptr<ERDiskTreeNode> root; // for its first son, and to build a new root in
+    std::unique_ptr<ERDiskTreeNode> work; // the one node being worked on
+    mutable long workOffset = -1;
+    Pending pendingInsertion;
+    std::unique_ptr<ERDiskNodeCache> cache;
+    long visits = 0; // nodes seen by the walk under way
 };
