@@ -7,10 +7,17 @@ class CFile;
 class CFileException;
 struct CRuntimeClass;
 
+class ERAuxilaryIndex;
+class ERBTreeOnDisk;
+class ERCRegexp;
+class ERCString;
 class ERChunk;
 class ERClassRegistration;
+class ERDBObject;
+class ERDataBase;
 class ERFactorialFactory;
 class ERFile;
+class ERFileManager;
 class ERMemPool;
 class ERObject;
 class ERObjectDataBase;

@@ -4,7 +4,7 @@
 #include "velm/export.h"
 #include "velm/store/disk_tree_node.h"
 #include "velm/store/file_space.h"
-#include "velm/store/string.h"
+#include "velm/frame/string.h"
 
 #include <memory>
 
