@@ -2,9 +2,9 @@
 #pragma once
 
 #include "velm/export.h"
+#include "velm/frame/string.h"
 #include "velm/store/disk_tree_node.h"
 #include "velm/store/file_space.h"
-#include "velm/frame/string.h"
 
 #include <memory>
 
