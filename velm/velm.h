@@ -45,6 +45,7 @@
 #include "velm/frame/module.h"
 #include "velm/frame/object.h"
 #include "velm/frame/point.h"
+#include "velm/frame/point23_list.h"
 #include "velm/frame/point_functions.h"
 #include "velm/frame/point_list.h"
 #include "velm/frame/pole.h"
@@ -91,3 +92,8 @@
 #include "velm/planar/point_in_polygon.h"
 #include "velm/planar/polygon_measures.h"
 #include "velm/planar/polygon_projection.h"
+
+#include "velm/store/disk_tree.h"
+#include "velm/store/disk_tree_node.h"
+#include "velm/store/file_space.h"
+#include "velm/store/free_list.h"

@@ -42,7 +42,8 @@ Edge test(const ERPoint2D& p, const ERPoint2D& a, const ERPoint2D& b) {
     const bool right_of_b = p.x() > b.x();
     const bool all_left = right_of_a & right_of_b;
     const double reach = std::abs(to_p.i()) + std::abs(b.x() - p.x());
-    const int clear = int{std::abs(side_of_p) > edge_tolerance} & (side_of_ray_end != 0.0) &
+    const int clear = int{std::abs(side_of_p) > edge_tolerance} &
+                      (std::abs(side_of_ray_end) > 0.0) &
                       (reach < std::numeric_limits<double>::max()) & (ray_end - p.x() >= 1.0);
     if (!(clear | all_left)) return test_by_rules(p, a, b);
 
@@ -155,8 +156,8 @@ relpos Inside(const ERPoint2D& p, const ERPoint2D* points, int count, int) {
     if (count < 1) return relpos_outside;
     if (p == points[0]) return relpos_on_vertex;
     Walk walk{p};
-    Sides before{1, 1}; // lets the edge that would end at the first vertex be missed
-    for (int i = 0; i < count && !walk.is_over(); i += 64)
+    Sides before = sides_of(p.y(), points, 1);
+    for (int i = 1; i < count && !walk.is_over(); i += 64)
         walk_block(walk, points + i, std::min(64, count - i), before);
     const ERPoint2D& last = points[count - 1];
     if (!walk.is_over() && meets(p.y(), last, points[0]) && !(last == points[0]))

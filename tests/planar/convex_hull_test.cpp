@@ -1,0 +1,194 @@
+#include "velm/planar/convex_hull.h"
+
+#include "support/random.h"
+#include "velm/frame/point_functions.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+namespace {
+
+using velm_test::Random;
+using Points = std::vector<ERPoint2D>;
+
+ERVec<ERPoint2D> array(const Points& points) {
+    return ERVec<ERPoint2D>(std::span<const ERPoint2D>(points));
+}
+Points hull_of(const Points& points) {
+    const ERVec<ERPoint2D> hull = CalculateConvexeHull(array(points));
+    return {hull.begin(), hull.end()};
+}
+bool before(const ERPoint2D& a, const ERPoint2D& b) {
+    return a.x() < b.x() || (a.x() == b.x() && a.y() < b.y());
+}
+
+/// The two passes taken step by step, with normalised edges throughout.
+Points by_rules(Points points) {
+    if (points.size() < 2) return points;
+    Points sorted = points, chains[2];
+    std::sort(sorted.begin(), sorted.end(), before);
+    for (int pass = 0; pass < 2; ++pass) {
+        std::reverse(sorted.begin(), sorted.end());
+        Points& chain = chains[pass];
+        chain.push_back(sorted[0]);
+        std::size_t next = 1;
+        while (next < sorted.size() && !(distance(sorted[0], sorted[next]) > 1e-7))
+            ++next;
+        if (next == sorted.size()) continue;
+        chain.push_back(sorted[next]);
+        for (++next; next < sorted.size(); ++next) {
+            const ERPoint2D q = sorted[next];
+            while (chain.size() >= 2) {
+                const ERVector2D e1 =
+                    ERVector2D(chain[chain.size() - 2], chain.back()).getnormalized();
+                ERVector2D e2(chain.back(), q);
+                if (e2.norme() < 1e-7) break;
+                e2.normalize();
+                const double cross = e1.i() * e2.j() - e1.j() * e2.i();
+                if (cross > 0.0 && e1 * e2 > 0.0) break;
+                if (cross > 0.0 && (pass == 0 ? e1.j() >= 0.0 : e1.j() <= 0.0)) break;
+                chain.pop_back();
+            }
+            if (distance(chain.back(), q) > 1e-7) chain.push_back(q);
+        }
+    }
+    const std::size_t second = chains[1].size();
+    points.resize(std::max(points.size(), chains[0].size() + second));
+    std::copy(chains[0].begin(), chains[0].end(), points.begin());
+    if (second > 2)
+        std::copy(chains[1].begin() + 1, chains[1].end() - 1,
+                  points.begin() + static_cast<std::ptrdiff_t>(chains[0].size()));
+    points.resize(chains[0].size() + second - (second < 2 ? 0 : 2));
+    return points;
+}
+
+/// One set of points of some awkward sort.
+Points sample(Random& random, int sort, int n) {
+    Points points(static_cast<std::size_t>(n));
+    const double scale = std::ldexp(1.0, random.below(40) - 20);
+    const ERPoint2D place(random.uniform(-1e6, 1e6), random.uniform(-1e6, 1e6));
+    for (ERPoint2D& p : points) {
+        const double angle = random.uniform(0.0, 6.3);
+        switch (sort) {
+        case 0:
+            p = {random.uniform(-1, 1), random.uniform(-1, 1)};
+            break;
+        case 1:
+            p = ERPoint2D(random.uniform(-1, 1), random.uniform(-1, 1)) * scale + place;
+            break;
+        case 2:
+            p = ERPoint2D(std::cos(angle), std::sin(angle)) * scale;
+            break;
+        case 3:
+            p = {1.0 * random.below(9), 1.0 * random.below(9)};
+            break;
+        case 4:
+            p = {random.below(3) * 1e-7 + random.below(2), random.below(7) * 5e-8};
+            break;
+        case 5:
+            p = {random.uniform(-1, 1) * 3e-7, random.uniform(-1, 1) * 3e-7};
+            break;
+        case 6:
+            p = {0.1 * random.below(50), 0.3 * random.below(50) + 1e-9 * random.below(3)};
+            break;
+        case 7:
+            p = {std::ldexp(1.0, random.below(600) - 300),
+                 std::ldexp(1.0, random.below(600) - 300)};
+            break;
+        case 8:
+            p = {1.0 / 3.0, random.uniform(-1, 1)};
+            break;
+        default: { // on one oblique line, up to the rounding
+            const double t = random.uniform(-1, 1);
+            p = {0.1 + t * 0.7, 0.2 + t * 0.9};
+        }
+        }
+    }
+    return points;
+}
+
+TEST(ConvexHull, KeepsToTheStepsBitForBit) {
+    Random random(7511);
+    for (int round = 0; round < 6000; ++round) {
+        const int n =
+            round % 40 == 0 ? 200 + random.below(20000 / (1 + round / 40)) : random.below(60);
+        const Points points = sample(random, round % 10, n);
+        const Points got = hull_of(points), wanted = by_rules(points);
+        ASSERT_EQ(got.size(), wanted.size()) << "round " << round;
+        ASSERT_TRUE(got.empty() ||
+                    std::memcmp(got.data(), wanted.data(), got.size() * sizeof got[0]) == 0)
+            << "round " << round;
+    }
+}
+
+TEST(ConvexHull, OfLatticePointsIsTheStrictHull) {
+    Random random(7512);
+    const auto area = [](const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
+        return (b.x() - a.x()) * (c.y() - a.y()) - (c.x() - a.x()) * (b.y() - a.y());
+    };
+    for (int round = 0; round < 2000; ++round) {
+        const Points points = sample(random, 3, 1 + random.below(round % 100 == 0 ? 600 : 20));
+        Points hull = hull_of(points);
+        const bool all_equal = std::all_of(points.begin(), points.end(),
+                                           [&](const ERPoint2D& p) { return p == points[0]; });
+        if (all_equal) continue; // told below
+        // Brute force: an extreme point is one that no pair of others, and no triangle, covers.
+        Points extreme;
+        for (const ERPoint2D& p : points) {
+            if (std::find(extreme.begin(), extreme.end(), p) != extreme.end()) continue;
+            bool is_extreme = false;
+            for (const ERPoint2D& b : points) { // p and b bound the set, p at the end of the line
+                if (b == p) continue;
+                is_extreme |= std::all_of(points.begin(), points.end(), [&](const ERPoint2D& c) {
+                    const double side = area(p, b, c);
+                    return side > 0 || (side == 0 && ERVector2D(p, b) * ERVector2D(p, c) >= 0);
+                });
+            }
+            if (is_extreme) extreme.push_back(p);
+        }
+        ASSERT_EQ(hull.front(), *std::max_element(points.begin(), points.end(), before));
+        for (std::size_t i = 0; i < hull.size() && hull.size() > 2; ++i)
+            ASSERT_GT(area(hull[i], hull[(i + 1) % hull.size()], hull[(i + 2) % hull.size()]), 0);
+        std::sort(hull.begin(), hull.end(), before);
+        std::sort(extreme.begin(), extreme.end(), before);
+        ASSERT_EQ(hull, extreme) << "round " << round;
+    }
+}
+
+TEST(ConvexHull, OddCases) {
+    EXPECT_EQ(hull_of({}), Points());
+    EXPECT_EQ(hull_of({{3, 4}}), Points({{3, 4}}));
+    EXPECT_EQ(hull_of({{0, 0}, {1, 0}}), Points({{1, 0}, {0, 0}}));
+    // All within the tolerance: the greatest, and what stood at index 1.
+    const Points close{{0, 0}, {2e-8, 0}, {5e-8, 1e-8}, {1e-8, 0}};
+    EXPECT_EQ(hull_of(close), Points({{5e-8, 1e-8}, {2e-8, 0}}));
+    EXPECT_EQ(hull_of({{7, 7}, {7, 7}}), Points({{7, 7}, {7, 7}}));
+
+    const ERVec<ERPoint2D> kept{{0, 0}, {1, 0}, {1, 1}, {0, 1}, {0.5, 0.5}};
+    EXPECT_EQ(CalculateConvexeHull(kept).size(), 4);
+    EXPECT_EQ(kept.size(), 5);
+    EXPECT_EQ(kept[0], ERPoint2D(0, 0)) << "the argument is taken by value";
+}
+
+TEST(ConvexHull, OfNumbersOutOfRangeEnds) {
+    Random random(7513);
+    constexpr double odd[] = {std::numeric_limits<double>::quiet_NaN(),
+                              std::numeric_limits<double>::infinity(),
+                              -std::numeric_limits<double>::infinity(),
+                              1.7e308,
+                              -1.7e308,
+                              0.0,
+                              1.0};
+    for (int round = 0; round < 2000; ++round) {
+        Points points(static_cast<std::size_t>(2 + random.below(300)));
+        for (ERPoint2D& p : points)
+            p = {odd[random.below(7)], odd[random.below(7)]};
+        EXPECT_GE(hull_of(points).size(), 1u);
+    }
+}
+
+} // namespace
