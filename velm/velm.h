@@ -15,7 +15,6 @@
 #include "velm/platform/file.h"
 #include "velm/platform/file_exception.h"
 #include "velm/platform/integer_types.h"
-#include "velm/platform/poison.h"
 #include "velm/platform/root_class.h"
 #include "velm/platform/thread_local_object.h"
 #include "velm/platform/typed_lists.h"

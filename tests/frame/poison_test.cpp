@@ -1,6 +1,6 @@
 // What the pools and the array cache keep must not be touched: the tools that watch memory see it.
 // Under AddressSanitizer and under valgrind these tests run, elsewhere there is nothing to see.
-#include "velm/platform/poison.h"
+#include "velm/platform/detail/poison.h"
 
 #include "velm/frame/memory_pool.h"
 #include "velm/frame/vec.h"

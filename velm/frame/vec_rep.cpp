@@ -1,6 +1,6 @@
 #include "velm/frame/vec_rep.h"
 
-#include "velm/platform/poison.h"
+#include "velm/platform/detail/poison.h"
 
 #include <algorithm>
 #include <cassert>

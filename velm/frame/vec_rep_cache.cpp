@@ -2,7 +2,7 @@
 
 #include "velm/frame/detail/thread_record.h"
 #include "velm/frame/memory_pool.h"
-#include "velm/platform/poison.h"
+#include "velm/platform/detail/poison.h"
 
 #include <cassert>
 #include <cstdint>

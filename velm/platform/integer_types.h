@@ -1,5 +1,5 @@
 // BOOL, BYTE, WORD, DWORD, UINT, LONG, LONGLONG, ULONGLONG: the framework's integers, of the widths
-// that its streams store. store.
+// that its streams store.
 #pragma once
 
 #include <cstdint>
