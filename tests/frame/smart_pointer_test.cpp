@@ -58,7 +58,7 @@ TEST(SmartPointer, TheLastOneDeletes) {
         a = std::move(*&a);
         EXPECT_EQ(b->references(), 2);
         a = nullptr;
-        EXPECT_TRUE(!a && b && a == nullptr && a != b && b == b.get());
+        EXPECT_TRUE(!a && b && a == nullptr && a == NULL && b != NULL && a != b && b == b.get());
         Pointer c = std::move(b);
         EXPECT_EQ(c->references(), 1);
         EXPECT_EQ(b.get(), nullptr);
@@ -105,6 +105,10 @@ TEST(SmartPointer, ACopyStartsItsOwnLife) {
     *a = *copy;
     EXPECT_EQ(a->references(), 2);
     EXPECT_EQ(a->isDirty(), 0);
+    copy->setDirty();
+    static_cast<ERObject&>(*copy) = *a;
+    EXPECT_EQ(copy->references(), 1);
+    EXPECT_EQ(copy->isDirty(), 0);
 }
 
 // Random assignments among slots; the model is that an object lives while a slot holds it.

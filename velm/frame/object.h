@@ -63,10 +63,11 @@ class VELM_API ERObject : public CObject, public ERReference {
     static void operator delete(void* block, char const* file, int line);
     static void operator delete(void* block, void* place);
 
+    ERObject& operator=(ERObject const& other);
+
 protected:
     ERObject();
     ERObject(ERObject const& other);
-    ERObject& operator=(ERObject const& other);
 
 private:
     std::int32_t objectID = -1;

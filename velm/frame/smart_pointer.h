@@ -55,12 +55,11 @@ public:
     T& operator*() const noexcept { return *pointer; }
     explicit operator bool() const noexcept { return pointer != nullptr; }
 
-    /// Pointers compare as the addresses they hold.
+    /// Pointers compare as the addresses they hold. The second form serves nullptr and NULL too.
     friend bool operator==(t_SmartPtr const& a, t_SmartPtr const& b) noexcept {
         return a.pointer == b.pointer;
     }
     friend bool operator==(t_SmartPtr const& a, T const* b) noexcept { return a.pointer == b; }
-    friend bool operator==(t_SmartPtr const& a, std::nullptr_t) noexcept { return !a.pointer; }
     friend std::strong_ordering operator<=>(t_SmartPtr const& a, t_SmartPtr const& b) noexcept {
         return std::compare_three_way()(a.pointer, b.pointer);
     }
