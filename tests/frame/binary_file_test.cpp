@@ -76,6 +76,17 @@ TEST(BinaryFile, LongArraysOfLongsAreConvertedInBlocks) {
               CFileException::diskFull);
 }
 
+TEST(BinaryFile, AnArrayThatWouldPassTheLongestFileIsNotBegun) {
+    const TemporaryFolder folder;
+    ERFile file(folder.path("file").c_str(), CFile::modeCreate | CFile::modeReadWrite);
+    const std::vector<long> longs(1025);
+    const std::vector<double> doubles(513);
+    file.Seek(static_cast<LONGLONG>(CFile::longest) - 4096, CFile::begin);
+    EXPECT_EQ(file_cause([&] { file.Write(longs.data(), 1025); }), CFileException::diskFull);
+    EXPECT_EQ(file_cause([&] { file.Write(doubles.data(), 513); }), CFileException::diskFull);
+    EXPECT_EQ(file.GetLength(), 0u);
+}
+
 TEST(BinaryFile, TextEndsAtNulAtFFAndAtTheEnd) {
     MemoryFile memory;
     ERFile& file = memory;

@@ -17,6 +17,10 @@ using Stored =
     std::conditional_t<std::is_same_v<T, long>, std::int32_t,
                        std::conditional_t<std::is_same_v<T, unsigned long>, std::uint32_t, T>>;
 
+[[noreturn]] void raise_disk_full(const CFile& file) {
+    AfxThrowFileException(CFileException::diskFull, -1, file.GetFilePath().c_str());
+}
+
 template <class T>
 int read_array(ERFile& file, T* values, std::size_t count) {
     if (count > std::numeric_limits<std::size_t>::max() / sizeof(T)) return 0;
@@ -38,7 +42,8 @@ int read_array(ERFile& file, T* values, std::size_t count) {
 
 template <class T>
 int write_array(ERFile& file, const T* values, std::size_t count) {
-    if (count > CFile::longest) AfxThrowFileException(CFileException::diskFull);
+    const ULONGLONG room = CFile::longest - std::min(file.GetPosition(), CFile::longest);
+    if (count > room / sizeof(Stored<T>)) raise_disk_full(file);
     if constexpr (sizeof(Stored<T>) == sizeof(T)) {
         velm::write_bytes(file, values, count * sizeof(T));
     } else {
@@ -75,9 +80,7 @@ std::size_t velm::read_bytes(ERFile& file, void* target, std::size_t count) {
 }
 
 void velm::write_bytes(ERFile& file, const void* source, std::size_t count) {
-    if (count > CFile::longest) {
-        AfxThrowFileException(CFileException::diskFull, -1, file.GetFilePath().c_str());
-    }
+    if (count > CFile::longest) raise_disk_full(file);
     static_cast<CFile&>(file).Write(source, static_cast<UINT>(count));
 }
 
