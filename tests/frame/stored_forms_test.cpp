@@ -1,5 +1,6 @@
 // The records of values on files and in archives: their bytes, their round trips, and what damage
 // does.
+#include "velm/frame/bit_vec.h"
 #include "velm/frame/box.h"
 #include "velm/frame/coordinate.h"
 #include "velm/frame/main_direction.h"
@@ -194,6 +195,22 @@ TEST(StoredForms, AnArrayBodyIsReadOnlyIfItIsAllThere) {
     EXPECT_EQ(velm_test::file_cause([&] { array.rep()->saveGuts(file); }),
               CFileException::diskFull);
     EXPECT_EQ(file.GetLength(), memory.bytes.size());
+}
+
+TEST(StoredForms, BitsAreRestoredInPlace) {
+    MemoryFile memory;
+    ERBitVec(9, 1).saveOn(memory);
+    EXPECT_EQ(memory.bytes, "\x09\0\0\0\xFF\xFF"s);
+    ERBitVec bits(16);
+    const unsigned char* const place = bits.data();
+    memory.SeekToBegin();
+    EXPECT_EQ(bits.restoreFrom(memory), 1);
+    EXPECT_TRUE(bits == ERBitVec(9, 1));
+    EXPECT_EQ(bits.data(), place);
+    memory.bytes.pop_back();
+    memory.SeekToBegin();
+    EXPECT_EQ(bits.restoreFrom(memory), 0);
+    EXPECT_TRUE(bits == ERBitVec(9, 1));
 }
 
 enum class Mode : int { direct, on_plane };

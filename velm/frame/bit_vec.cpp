@@ -126,7 +126,7 @@ int ERBitVec::restoreFrom(ERFile& file) {
     std::vector<unsigned char> read(wanted);
     if (!file.Read(read.data(), wanted)) return 0;
     nbits = count;
-    bytes = std::move(read);
+    bytes.assign(read.begin(), read.end());
     return 1;
 }
 

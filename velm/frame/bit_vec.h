@@ -96,7 +96,8 @@ public:
     unsigned int hash() const;
 
     /// Stored form: the length as an int, then the bytes. A record that is damaged or cut short
-    /// leaves the vector as it is and gives 0, otherwise 1.
+    /// leaves the vector as it is and gives 0, otherwise 1. data() stays where it is if the bytes
+    /// are as many as before.
     void saveOn(ERFile& file) const;
     int restoreFrom(ERFile& file);
     unsigned int binaryStoreSize() const { return 4u + static_cast<unsigned int>(nbytes()); }
