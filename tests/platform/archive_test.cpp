@@ -11,6 +11,12 @@ namespace {
 using velm_test::archive_cause;
 using velm_test::MemoryFile;
 
+template <class T>
+concept Storable = requires(CArchive& archive, T value) {
+    archive << value;
+};
+static_assert(Storable<bool> && !Storable<int*> && !Storable<const char*>);
+
 // Numbers of every width through a buffer that they don't fit evenly, in two runs that take
 // different paths: one by one, and as blocks larger than the buffer.
 TEST(Archive, GivesBackWhatWasStoredAcrossBufferEnds) {

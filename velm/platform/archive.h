@@ -67,6 +67,9 @@ public:
     CArchive& operator<<(ULONGLONG value) { return put(value); }
     CArchive& operator<<(float value) { return put(value); }
     CArchive& operator<<(double value) { return put(value); }
+    /// Addresses are not stored; without this they would pass for bool.
+    template <class T>
+    CArchive& operator<<(T* address) = delete;
 
     CArchive& operator>>(BYTE& value) { return get(value); }
     CArchive& operator>>(char& value) { return get(value); }
