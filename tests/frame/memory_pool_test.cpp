@@ -4,7 +4,7 @@
 #include "velm/frame/thread_data.h"
 #include "velm/frame/vec_rep.h"
 #include "velm/platform/debug_output.h"
-#include "velm/platform/poison.h"
+#include "velm/platform/detail/poison.h"
 
 #include <gtest/gtest.h>
 
@@ -111,7 +111,9 @@ TEST(MemPool, ItemsThatDoNotFitComeFromTheHeap) {
         char bytes[3000];
     };
     ERMemPool fitting(sizeof(Large)); // a chunk has no room for one
-    ERMemPool small(8);
+    ERMemPool small(0);
+    EXPECT_EQ(small.elementSize(), 8u);
+    EXPECT_EQ(ERMemPool(20).elementSize(), 24u);
     for (ERMemPool* const pool : {&fitting, &small}) {
         auto* const large = new (*pool) Large;
         EXPECT_TRUE(is_from_heap(large));

@@ -3,8 +3,9 @@
 #include "velm/frame/detail/thread_record.h"
 #include "velm/platform/critical_section.h"
 #include "velm/platform/debug_output.h"
-#include "velm/platform/poison.h"
+#include "velm/platform/detail/poison.h"
 
+#include <algorithm>
 #include <functional>
 #include <new>
 #include <utility>
@@ -179,8 +180,8 @@ void ERChunk::unlinkAndDelete() {
 // ERMemPool
 
 ERMemPool::ERMemPool(std::size_t item_bytes, std::size_t defer_limit)
-    : itemSize((item_bytes + word_bytes - 1) / word_bytes * word_bytes), deferLimit(defer_limit),
-      owner_(no_owner) {}
+    : itemSize(std::max((item_bytes + word_bytes - 1) / word_bytes, std::size_t{1}) * word_bytes),
+      deferLimit(defer_limit), owner_(no_owner) {}
 
 ERMemPool::ERMemPool()
     : itemSize(++poolSizeIndex * word_bytes), deferLimit(thread_defer_limit), owner_(no_owner) {}

@@ -79,6 +79,7 @@ private:
 /// ends live on until the last of these returns.
 class VELM_API ERMemPool {
 public:
+    /// Items take whole words of 8 bytes: elementSize() tells the size that itemSize became.
     explicit ERMemPool(std::size_t itemSize, std::size_t deferLimit = 1024);
     ERMemPool(const ERMemPool&) = delete;
     ERMemPool& operator=(const ERMemPool&) = delete;
