@@ -19,6 +19,12 @@ struct CFileStatus {
     std::string m_szFullName;
 };
 
+// ERFile hides Open, Read and Write on purpose; g++ says so here, at what is hidden.
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual"
+#endif
+
 /// A regular file. Pipes, devices and directories are refused, never waited for.
 ///
 /// Nothing is held back: what Write has written is seen through any other descriptor at once. The
@@ -120,3 +126,7 @@ private:
     ULONGLONG m_position = 0;
     std::string m_strFileName;
 };
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
