@@ -29,13 +29,12 @@ velmThreadLocalData* data_from_slot() {
     return data;
 }
 
-/// The record even of a thread whose first one has ended.
-velmThreadLocalData* required_data() {
-    velmThreadLocalData* const data = velm::detail::thread_record.data;
-    return data != nullptr ? data : data_from_slot();
-}
-
 } // namespace
+
+velmThreadLocalData& velm::detail::required_thread_data() {
+    velmThreadLocalData* const data = thread_record.data;
+    return data != nullptr ? *data : *data_from_slot();
+}
 
 velmThreadLocalData* velm::detail::first_thread_data() {
     return thread_record.ended ? nullptr : data_from_slot();
@@ -54,6 +53,7 @@ void velmThreadLocalData::fill() {
 }
 
 velmThreadLocalData::~velmThreadLocalData() {
+    if (identityMatrix != nullptr) deleteIdentityMatrix(std::exchange(identityMatrix, nullptr));
     if (scratchRep != nullptr) std::exchange(scratchRep, nullptr)->free();
     delete std::exchange(repCache, nullptr);
     ERMemPool::end_thread_pools(std::exchange(fastPools, nullptr));
@@ -61,7 +61,7 @@ velmThreadLocalData::~velmThreadLocalData() {
 }
 
 double* GetThreadScratch(int n) {
-    velmThreadLocalData& data = *required_data();
+    velmThreadLocalData& data = velm::detail::required_thread_data();
     const std::size_t bytes = sizeof(double) * static_cast<std::size_t>(n);
     if (data.scratchRep == nullptr || data.scratchCapacity < bytes) {
         if (data.scratchRep != nullptr) std::exchange(data.scratchRep, nullptr)->free();
@@ -72,4 +72,4 @@ double* GetThreadScratch(int n) {
     return static_cast<double*>(data.scratchRep->data());
 }
 
-ERMemPool* GetFastPools() { return required_data()->fastPools; }
+ERMemPool* GetFastPools() { return velm::detail::required_thread_data().fastPools; }

@@ -19,6 +19,8 @@ public:
     ERVecRep* scratchRep = nullptr;
     std::size_t scratchCapacity = 0; // bytes that scratchRep was last requested at
     QuickAlgebra::ERMatrix<double>* identityMatrix = nullptr;
+    /// Deletes identityMatrix, whose class this floor doesn't know; set together with it.
+    void (*deleteIdentityMatrix)(QuickAlgebra::ERMatrix<double>*) = nullptr;
     ERMemPool* fastPools = nullptr; // 49: FastAllocate's index runs from 0 to 48
 
 private:
@@ -33,6 +35,10 @@ VELM_API CNoTrackObject* MakeVelmThreadLocalData();
 /// The thread's buffer of n doubles, not cleared. It is overwritten by the next call in the thread
 /// and may move then: it must not be held across anything that may use it.
 VELM_API double* GetThreadScratch(int n);
+
+/// The thread's 3 x 3 identity matrix, made on first use and gone with the thread. Defined with the
+/// matrices, in numerics/thread_identity_matrix.cpp.
+VELM_API const QuickAlgebra::ERMatrix<double>& GetThreadIdentityMatrix();
 
 /// The thread's pools of small blocks; pool i has items of 8 * (i + 1) bytes.
 VELM_API ERMemPool* GetFastPools();

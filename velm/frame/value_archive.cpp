@@ -2,16 +2,18 @@
 
 #include "velm/frame/box.h"
 #include "velm/frame/coordinate.h"
+#include "velm/frame/detail/archive_count.h"
 #include "velm/frame/main_direction.h"
 #include "velm/frame/point.h"
 #include "velm/frame/vec.h"
 #include "velm/frame/vector.h"
 #include "velm/platform/archive.h"
 
-#include <climits>
 #include <memory>
 #include <span>
 #include <type_traits>
+
+using velm::detail::get_count;
 
 namespace {
 
@@ -29,15 +31,6 @@ CArchive& get_doubles(CArchive& archive, Value& value) {
     archive.get_bytes(&read, sizeof read);
     value = read;
     return archive;
-}
-
-/// A stored count of elements that take at least that many bytes each.
-DWORD get_count(CArchive& archive, std::size_t least_bytes) {
-    DWORD count;
-    archive >> count;
-    if (count > archive.bytes_left() / least_bytes) archive.raise(CArchiveException::endOfFile);
-    if (count > INT_MAX) archive.raise(CArchiveException::badIndex);
-    return count;
 }
 
 } // namespace

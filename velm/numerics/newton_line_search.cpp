@@ -7,7 +7,6 @@
 #include <cmath>
 
 using velm::detail::dot;
-using velm::detail::largest;
 
 namespace {
 
@@ -17,6 +16,11 @@ constexpr double kShortStep = 1e-09;
 constexpr double kSpuriousGradient = 1e-06;
 constexpr double kLongestStep = 100.0;
 constexpr double kEnoughDescent = 0.0001;
+
+/// Whether all elements are below the limit in absolute value, which a NaN isn't.
+bool all_below(const ERVec<double>& f, double limit) {
+    return std::ranges::all_of(f.view(), [limit](double x) { return std::fabs(x) < limit; });
+}
 
 /// The largest of |step[i]| * weight relative to max(|x[i]|, 1).
 double relative_length(const ERVec<double>& step, const ERVec<double>& x) {
@@ -73,7 +77,7 @@ int ERNewtonMSolverWithBackTracking::Resoudre(ERVec<double>& start, double) {
     fx = problem->f(x);
     ++evaluations;
     double merit = 0.5 * dot(fx, fx);
-    if (fx.empty() || largest(fx) < kRootAtStart) return BackTrackingStatus_at_root;
+    if (all_below(fx, kRootAtStart)) return BackTrackingStatus_at_root;
     const int n = x.size();
     const double stepMax = kLongestStep * std::max(std::sqrt(dot(x, x)), double(n));
     if (iterations >= maxIterations) return BackTrackingStatus_limit;
@@ -89,7 +93,7 @@ int ERNewtonMSolverWithBackTracking::Resoudre(ERVec<double>& start, double) {
         velm::detail::scale(p, -1.0);
         p = solve(lu, p);
         const int stopped = LinearSearch(xold, old_merit, g, p, x, merit, stepMax);
-        if (fx.empty() || largest(fx) < kRoot) {
+        if (all_below(fx, kRoot)) {
             start = x;
             return BackTrackingStatus_converged;
         }

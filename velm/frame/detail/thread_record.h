@@ -20,6 +20,10 @@ extern constinit thread_local ThreadRecord thread_record;
 /// none.
 velmThreadLocalData* first_thread_data();
 
+/// The calling thread's record, even where its first one has ended and a new one must be made.
+/// Throws as first_thread_data does.
+velmThreadLocalData& required_thread_data();
+
 /// The calling thread's record, made on first use. Null if it has ended: what the thread lets go of
 /// then goes to the allocator.
 inline velmThreadLocalData* thread_data() {

@@ -50,12 +50,4 @@ inline void scale(ERVec<double>& a, double factor) {
         x *= factor;
 }
 
-/// The largest absolute element; 0 for an empty array.
-inline double largest(const ERVec<double>& a) {
-    double result = 0.0;
-    for (const double x : a.view())
-        result = std::fabs(x) > result ? std::fabs(x) : result;
-    return result;
-}
-
 } // namespace velm::detail

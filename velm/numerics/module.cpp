@@ -1,4 +1,4 @@
-#include "velm/frame/module.h"
+#include "velm/numerics/module.h"
 
 #include "velm/platform/debug_output.h"
 
@@ -39,3 +39,10 @@ CDynLinkLibraryVELM::CDynLinkLibraryVELM() : CDynLinkLibrary(initialised_module(
 CDynLinkLibraryVELM::~CDynLinkLibraryVELM() = default;
 
 void InitVelmDLL() { new CDynLinkLibraryVELM; }
+
+ERFactorialFactory& getFactiorielleFactory() {
+    const HINSTANCE own = initialised_module().hModule;
+    for (CDynLinkLibrary* l = AfxGetModuleState()->m_libraryList; l != nullptr; l = l->m_pNextDLL)
+        if (l->m_hModule == own) return static_cast<CDynLinkLibraryVELM*>(l)->factory;
+    return theFactorielleFactory;
+}

@@ -1,5 +1,5 @@
 // How the library joins the application that loads it.
-#include "velm/frame/module.h"
+#include "velm/numerics/module.h"
 #include "velm/platform/debug_output.h"
 
 #include <gtest/gtest.h>

@@ -1,0 +1,354 @@
+#include "velm/numerics/laguerre_roots.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <complex>
+#include <utility>
+
+namespace {
+
+using Complex = std::complex<double>;
+
+constexpr double kIgnoredLeading = 1e-10;
+constexpr double kNearlyReal = 0.1;
+constexpr int kStallsAllowed = 5;
+constexpr int kRestartsAllowed = 5;
+
+double squared_size(Complex z) { return z.real() * z.real() + z.imag() * z.imag(); }
+double size(Complex z) { return ScaledHypot(z.real(), z.imag()); }
+
+/// a b, without the repair of infinities that the language's product makes.
+Complex product(Complex a, Complex b) {
+    return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
+}
+
+/// a / b by Smith's method.
+Complex quotient(Complex a, Complex b) {
+    if (std::fabs(b.real()) >= std::fabs(b.imag())) {
+        const double ratio = b.imag() / b.real();
+        const double divisor = b.real() + ratio * b.imag();
+        return {(a.real() + ratio * a.imag()) / divisor, (a.imag() - ratio * a.real()) / divisor};
+    }
+    const double ratio = b.real() / b.imag();
+    const double divisor = b.imag() + ratio * b.real();
+    return {(ratio * a.real() + a.imag()) / divisor, (ratio * a.imag() - a.real()) / divisor};
+}
+
+/// The whole part; what an int can't hold, a NaN included, gives a number of the same sign (0)
+/// beyond every exponent.
+int whole(double x) {
+    constexpr double most = 1e6;
+    if (std::isnan(x)) return 0;
+    return static_cast<int>(std::clamp(x, -most, most));
+}
+
+/// One run of LaguerreZeros.
+class Finder {
+public:
+    Finder(int degree, double* work, const LaguerreControl& control, double* real_, double* imag_)
+        : n(degree), a(work), eps(control.tolerance), maxIter(whole(control.maxIterations)),
+          real(real_), imag(imag_), backward(degree + 1), b(backward.data()) {}
+
+    int run(LaguerreControl& control);
+
+private:
+    bool next_root();
+    void prepare();
+    void move(const LaguerreValues& v);
+    void step(const LaguerreValues& v);
+    bool evaluate(Complex at, LaguerreValues& v) {
+        ++count;
+        return LaguerreEvaluate(n, a, at.real(), at.imag(), eps, v);
+    }
+    void store();
+    void deflate();
+    void splice(int m);
+    void closed_form();
+
+    int n; // of the deflated polynomial
+    double* a;
+    double eps;
+    int maxIter;
+    double* real;
+    double* imag;
+    ERVec<double> backward;
+    double* b;
+
+    Complex x;
+    Complex start[kRestartsAllowed + 1]; // from 1 on
+    double radius = 0.0;
+    int sizeLimit = 0;
+    int count = 0;
+    int stalls = 0;
+    int restarts = 0;
+    double before = 0.0; // |p| one evaluation before the last
+    long long evaluations = 0;
+};
+
+int Finder::run(LaguerreControl& control) {
+    const int degree = n;
+    while (n >= 1 && a[n] == 0.0) {
+        real[n] = imag[n] = 0.0;
+        --n;
+    }
+    bool found = true;
+    while (n >= 3 && (found = next_root())) {
+    }
+    // Nothing remains of a x^k, and the closed form makes a NaN of one root: intended. a x alone
+    // keeps its root.
+    if (found && (n > 0 || degree > 1)) closed_form();
+    control.status = found ? LaguerreStatus_found : LaguerreStatus_limit;
+    control.restarts = restarts;
+    control.evaluations = static_cast<double>(evaluations);
+    return found ? 0 : n;
+}
+
+/// Iterates to a root and takes it off the polynomial.
+bool Finder::next_root() {
+    LaguerreValues v{};
+    for (bool converged = false; !converged; converged = evaluate(x, v)) {
+        if (count > maxIter) return false;
+        if (count == 0)
+            prepare();
+        else
+            move(v);
+        before = v.size;
+    }
+    if (x.imag() != 0.0 && std::fabs(x.imag()) < kNearlyReal && evaluate(x.real(), v)) x = x.real();
+    store();
+    evaluations += count;
+    count = restarts = stalls = 0;
+    return true;
+}
+
+/// The bounds and starts for a new root.
+void Finder::prepare() {
+    const double ln2 = std::log(2.0);
+    const int expLimit = whole(std::log(DBL_MAX) / ln2 - 40.0);
+    radius = 0.0;
+    for (int i = 1; i <= n; ++i)
+        if (a[i] != 0.0) radius = std::max(radius, std::exp(std::log(std::fabs(a[i] / a[0])) / i));
+    int e = (expLimit - whole(std::log(std::fabs(a[0])) / ln2)) / n;
+    for (int j = 1; j < n; ++j)
+        if (a[j] != 0.0)
+            e = std::min(e, (expLimit - whole(std::log(std::fabs(a[j])) / ln2)) / (n - j));
+    sizeLimit = whole(e * ln2 / std::log(n));
+
+    const double s = -a[1] / a[0];
+    const double r = radius;
+    const double q = r / std::sqrt(2.0);
+    if (eps > std::fabs(s)) {
+        const Complex table[] = {{0.0, r}, {q, q}, {-q, q}, {r, 0.0}, {-r, 0.0}};
+        std::copy(std::begin(table), std::end(table), start + 1);
+    } else {
+        const double sign = s < 0.0 ? -1.0 : 1.0;
+        const Complex table[] = {
+            {sign * r, 0.0}, {sign * q, q}, {0.0, r}, {-sign * q, q}, {-sign * r, 0.0}};
+        std::copy(std::begin(table), std::end(table), start + 1);
+    }
+    if (size(x) > 2.0 * r) x = 0.0;
+}
+
+/// To the next point: a Laguerre step, or a fresh start where steps have brought nothing.
+void Finder::move(const LaguerreValues& v) {
+    if (count >= 2 && !(v.size < before) && ++stalls >= kStallsAllowed &&
+        restarts < kRestartsAllowed) {
+        stalls = 0;
+        x = start[++restarts];
+        return;
+    }
+    step(v);
+}
+
+void Finder::step(const LaguerreValues& v) {
+    const Complex p(v.p[0], v.p[1]);
+    const Complex G = quotient({v.dp[0], v.dp[1]}, p);
+    const Complex F = quotient({v.ddp[0], v.ddp[1]}, p);
+    const Complex G2 = product(G, G);
+    const Complex H = G2 - F;
+    const double H2 = squared_size(H);
+    double m = H2 == 0.0 ? 1.0 : (G2.real() * H.real() + G2.imag() * H.imag()) / H2;
+    m = m > n - 1 ? n - 1 : std::max(1.0, m);
+    const int mi = whole(m);
+    const double factor = static_cast<double>(n - mi) / mi;
+    const Complex T = factor * (double(n) * H - G2);
+    Complex S = T == 0.0 ? Complex() : std::sqrt(T);
+    if (G.real() * S.real() + G.imag() * S.imag() < 0.0) S = -S;
+    const Complex D = G + S;
+    const double D2 = squared_size(D);
+    Complex dx = D2 == 0.0 ? Complex(-n, n) : quotient(double(-n), D);
+    const double er = std::fabs(x.real()) * eps + DBL_MIN;
+    const double ei = std::fabs(x.imag()) * eps + DBL_MIN;
+    if (std::fabs(dx.real()) < er && std::fabs(dx.imag()) < ei)
+        dx = {dx.real() < 0.0 ? -er : er, dx.imag() < 0.0 ? -ei : ei};
+    x += dx;
+    if (size(x) > 2.0 * radius) {
+        const double t =
+            std::log(std::max(std::fabs(x.real()), std::fabs(x.imag()))) / std::log(2.0) + 1.0 -
+            sizeLimit;
+        if (t > 0.0) x /= std::pow(2.0, t);
+    }
+}
+
+/// Stores the root, or the pair, and divides it out.
+void Finder::store() {
+    real[n] = x.real();
+    imag[n] = x.imag();
+    if (x.imag() != 0.0) {
+        real[n - 1] = x.real();
+        imag[n - 1] = -x.imag();
+    }
+    if (x == 0.0)
+        --n;
+    else
+        deflate();
+}
+
+void Finder::deflate() {
+    if (x.imag() == 0.0) {
+        const int m = n - 1;
+        const double root = x.real();
+        b[m] = -a[m + 1] / root;
+        for (int i = m; i >= 1; --i)
+            b[i - 1] = (b[i] - a[i]) / root;
+        for (int i = 1; i <= m; ++i)
+            a[i] = root * a[i - 1] + a[i];
+        splice(m);
+        return;
+    }
+    const int m = n - 2;
+    const double d1 = -2.0 * x.real();
+    const double d2 = squared_size(x);
+    b[m] = a[m + 2] / d2;
+    b[m - 1] = (a[m + 1] - b[m] * d1) / d2;
+    for (int i = m - 1; i >= 1; --i)
+        b[i - 1] = (a[i + 1] - b[i] * d1 - b[i + 1]) / d2;
+    a[1] = a[1] - d1 * a[0];
+    for (int i = 2; i <= m; ++i)
+        a[i] = a[i] - (d2 * a[i - 2] + d1 * a[i - 1]);
+    splice(m);
+}
+
+/// Joins the forward quotient in a and the backward one in b, of degree m, where they agree best.
+void Finder::splice(int m) {
+    const auto difference = [this](int i) {
+        return std::fabs(a[i] - b[i]) / (std::fabs(a[i]) + std::fabs(b[i]));
+    };
+    double best = difference(m);
+    int j = m;
+    for (int i = m - 1; i >= 0; --i) {
+        if (!(std::fabs(a[i]) + std::fabs(b[i]) > eps)) continue;
+        const double e = difference(i);
+        if (best > e) {
+            best = e;
+            j = i;
+        }
+    }
+    std::copy(b + j + 1, b + m + 1, a + j + 1);
+    a[j] = (a[j] + b[j]) * 0.5;
+    n = m;
+}
+
+void Finder::closed_form() {
+    if (n == 1) {
+        real[1] = -(a[1] / a[0]);
+        imag[1] = 0.0;
+        return;
+    }
+    const double c = a[2] / a[0];
+    const double h = -0.5 * a[1] / a[0];
+    const double d = h * h - c;
+    if (d >= 0.0) {
+        const double w = h < 0.0 ? h - std::sqrt(d) : h + std::sqrt(d);
+        real[2] = w;
+        real[1] = a[2] / (w * a[0]);
+        imag[1] = imag[2] = 0.0;
+    } else {
+        real[1] = real[2] = h;
+        imag[2] = std::sqrt(-d);
+        imag[1] = -imag[2];
+    }
+}
+
+} // namespace
+
+double ScaledHypot(double a, double b) {
+    const double high = std::max(std::fabs(a), std::fabs(b));
+    const double low = std::min(std::fabs(a), std::fabs(b));
+    if (high == 0.0) return 0.0;
+    const double ratio = low / high;
+    return high * std::sqrt(ratio * ratio + 1.0);
+}
+
+bool LaguerreEvaluate(int n, const double* a, double re, double im, double eps,
+                      LaguerreValues& values) {
+    const double t = 2.0 * re;
+    const double u = -(re * re + im * im);
+    const double r = ScaledHypot(re, im);
+    double b = a[0], b1 = 0.0; // b[k] and b[k - 1]
+    double c = a[0], c1 = 0.0;
+    double d = a[0], d1 = 0.0; // stays two places behind c at the end
+    double e = 0.8 * std::fabs(a[0]);
+    for (int k = 1; k <= n - 2; ++k) {
+        b1 = std::exchange(b, t * b + u * b1 + a[k]);
+        c1 = std::exchange(c, t * c + u * c1 + b);
+        if (k <= n - 4) d1 = std::exchange(d, t * d + u * d1 + c);
+        e = r * e + std::fabs(b);
+    }
+    if (n == 3) d = 0.0;
+    const double last = t * b + u * b1 + a[n - 1];
+    const double p_re = re * last + a[n] + u * b;
+    const double p_im = im * last;
+    const double w = c - re * c1;
+    const double z = 8.0 * im * im;
+    values.p[0] = p_re;
+    values.p[1] = p_im;
+    values.dp[0] = last - 2.0 * c1 * im * im;
+    values.dp[1] = 2.0 * im * w;
+    values.ddp[0] = 2.0 * w - z * (d - re * d1);
+    values.ddp[1] = im * (6.0 * c1 - z * d1);
+    values.size = ScaledHypot(p_re, p_im);
+    const double bound = 2.0 * std::fabs(re * last) -
+                         8.0 * (std::fabs(p_re) + r * std::fabs(last)) +
+                         10.0 * (std::fabs(p_re) + r * (r * e + std::fabs(last)));
+    return std::pow(eps + 1.0, 4 * n + 3) * (bound * eps) > values.size;
+}
+
+int LaguerreZeros(int n, const double* coefficients, LaguerreControl& control, double* real,
+                  double* imag, double* work) {
+    if (n <= 0 || coefficients[n] == 0.0) {
+        control.status = n <= 0 ? LaguerreStatus_no_degree : LaguerreStatus_leading_zero;
+        control.restarts = control.evaluations = 0.0;
+        return n;
+    }
+    std::reverse_copy(coefficients, coefficients + n + 1, work);
+    return Finder(n, work, control, real, imag).run(control);
+}
+
+ERVec<double> Zeros1(const ERPolynome& p, const ERLimites& limits) {
+    int n = p.degree();
+    while (n >= 1 && std::fabs(p[n]) <= kIgnoredLeading)
+        --n;
+    ERVec<double> roots;
+    if (n == 0) return roots;
+    ERVec<double> arrays(3 * (n + 1));
+    double* const real = arrays.data();
+    double* const imag = real + n + 1;
+    LaguerreControl control;
+    const int missing = LaguerreZeros(n, p.view().data(), control, real, imag, imag + n + 1);
+    for (int i = missing + 1; i <= n; ++i)
+        if (imag[i] == 0.0 && limits.inBound(real[i])) roots.push_back(real[i]);
+    return roots;
+}
+
+int ZerosMethode1(const ERPolynome& p, const ERLimites& limits, ERVec<double>& out) {
+    out.clear();
+    if (p.degree() == 0) return p(0) == 0.0 ? -1 : 0;
+    out = Zeros1(p, limits);
+    return out.size();
+}
+
+int Zeros(const ERPolynome& p, const ERLimites& limits, ERVec<double>& out) {
+    return ZerosMethode1(p, limits, out);
+}

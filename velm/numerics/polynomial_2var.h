@@ -1,0 +1,65 @@
+// ERPolynome2Var: a polynomial in two variables, in the power basis.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/numerics/matrix.h"
+
+#include <iosfwd>
+
+/// Row r, column c of the coefficients multiplies v to the power r times u to the power c. There
+/// may be none at all, or rows and columns of zeros at the end.
+class VELM_API ERPolynome2Var {
+public:
+    /// Zeros: degree a in v and b in u.
+    ERPolynome2Var(int a, int b) : coefficients(a + 1, b + 1) {}
+    /// The coefficients row by row.
+    ERPolynome2Var(const double* values, int rows, int columns)
+        : coefficients(rows, columns, values) {}
+    /// The same from an array; REQUIRES rows * columns elements.
+    ERPolynome2Var(const ERVec<double>& values, int rows, int columns)
+        : coefficients(rows, columns, values.view().data()) {}
+    explicit ERPolynome2Var(const ERMatrix<double>& matrix) : coefficients(matrix) {}
+    ERPolynome2Var(const ERPolynome2Var&) = default;
+    ERPolynome2Var(ERPolynome2Var&&) = default;
+    ERPolynome2Var& operator=(const ERPolynome2Var&) = default;
+    ERPolynome2Var& operator=(ERPolynome2Var&&) = default;
+    virtual ~ERPolynome2Var() = default;
+
+    /// Writes "Polynome 2Var dU=", the degree in u, ", dv=", the degree in v, ")" and the matrix,
+    /// which sets the stream's flags.
+    virtual void printOn(std::ostream& out) const;
+    /// The stored form is the matrix's. A record that is cut short leaves the polynomial as it is.
+    virtual unsigned int binaryStoreSize() const;
+    virtual void saveGuts(ERFile& file) const;
+    virtual void restoreGuts(ERFile& file);
+
+    /// The numbers of columns and of rows less one, 0 without any. Strip columns or rows of exact
+    /// zeros at the end first, although they read: not for a polynomial that two threads share.
+    int degreeU() const;
+    int degreeV() const;
+    /// Grow to degree d by zeros; -1 strips columns or rows of exact zeros at the end.
+    /// adjustDegreeU writes "Error\n" to the debug output where the matrix's array does not have
+    /// the size its rows and columns tell; what the array lacks counts as zeros.
+    void adjustDegreeU(int d);
+    void adjustDegreeV(int d);
+
+    /// The coefficient of v^v u^u: 0.0 out of range; the form that is not const grows instead.
+    double coefficient(int v, int u) const;
+    double& coefficient(int v, int u);
+    /// Unchecked.
+    double at(int v, int u) const { return coefficients(v, u); }
+    double& at(int v, int u) { return coefficients(v, u); }
+
+    /// The value: the sum over the rows of the row's sum times its power of v. 0.0 without
+    /// coefficients.
+    double eval(double u, double v) const;
+
+    const ERMatrix<double>& matrix() const { return coefficients; }
+
+private:
+    void reshape(int rows, int columns);
+
+    ERMatrix<double> coefficients;
+};
+
+VELM_API std::ostream& operator<<(std::ostream& out, const ERPolynome2Var& p);
