@@ -6,7 +6,7 @@
 #include <limits>
 
 /// The distance at or below which the library takes two coordinates for equal, in model units.
-inline constexpr double equalityTolerance VELM_API = 1e-11;
+VELM_API extern const double equalityTolerance; // 1e-11
 
 /// Tests of a double by comparison alone, so that they hold for signalling values too.
 class VELM_API gmMathUtils {
