@@ -100,6 +100,24 @@ TYPED_TEST(Segment, MovesBothEnds) {
     }
 }
 
+TYPED_TEST(Segment, TakesItsOwnEndsAndItsOwnPointer) {
+    auto s = this->segment(), moved = s;
+    moved.translate(moved.getP1());
+    EXPECT_EQ(moved.getP1(), s.getP1() * 2.0);
+    EXPECT_EQ(moved.getP2(), s.getP2() + s.getP1());
+
+    using Curve = t_SmartPtr<typename TypeParam::FiniteEntity>;
+    for (const bool own_first : {true, false}) {
+        Curve first, second;
+        Curve& own = own_first ? first : second;
+        own = new typename TypeParam::Segment(s);
+        EXPECT_EQ(own->splitAt(first, second, 0.25), 1);
+        EXPECT_EQ(first->firstPt(), s.getP1());
+        EXPECT_EQ(first->references() + second->references(), 2);
+        EXPECT_EQ(TypeParam::Segment::castdown(second.get())->getP2(), s.getP2());
+    }
+}
+
 TYPED_TEST(Segment, Samples) {
     auto s = this->segment();
     for (int n : {-1, 0, 1, 2, 5}) {

@@ -63,6 +63,7 @@ public:
     virtual double upperEstimate() const;
 
     /// Cuts at t: `first` and `second` take new curves. Returns 1, or 0 with both left alone.
+    /// Either may be the pointer that holds this curve.
     virtual int splitAt(t_SmartPtr<Curve>& first, t_SmartPtr<Curve>& second, double t) const = 0;
 };
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <ostream>
+#include <utility>
 
 VELM_DEFINE_CLASS(ERSegment2D, ERFiniteEntity2DWF)
 VELM_DEFINE_CLASS(ERSegment3D, ERFiniteEntity3DWF)
@@ -62,8 +63,9 @@ void Segment<D>::scale(double s) {
 
 template <class D>
 void Segment<D>::translate(const Point& v) {
-    P1 += v;
-    P2 += v;
+    const Point by = v; // v may be an end of this segment
+    P1 += by;
+    P2 += by;
 }
 
 template <class D>
@@ -111,9 +113,11 @@ double Segment<D>::arcLength(double) const {
 
 template <class D>
 int Segment<D>::splitAt(t_SmartPtr<Curve>& first, t_SmartPtr<Curve>& second, double t) const {
-    Point middle = at(t);
-    first = new typename D::Segment(P1, middle);
-    second = new typename D::Segment(middle, P2);
+    const Point middle = at(t);
+    t_SmartPtr<Curve> before(new typename D::Segment(P1, middle));
+    t_SmartPtr<Curve> after(new typename D::Segment(middle, P2));
+    first = std::move(before); // may let go of this segment
+    second = std::move(after);
     return 1;
 }
 
