@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <numeric>
 #include <type_traits>
 #include <vector>
@@ -173,6 +174,9 @@ TEST(Vec, AppendTakesJustTheRoomAndPushBackGrowsByHalf) {
     EXPECT_EQ(v.size(), 116);
     EXPECT_EQ(v.rep()->capacity(), ERVecRep::adjustCapacity(116 * 8));
 
+    EXPECT_THROW(v.append(4.0, INT_MAX), std::bad_array_new_length);
+    EXPECT_EQ(v.size(), 116);
+
     int bodies = 0;
     ERVec<double> grown;
     for (int i = 0; i < 100000; ++i) {
@@ -221,6 +225,13 @@ TEST(Vec2, ColumnsAgainstRows) {
     EXPECT_EQ(array.rows() * array.columns(), array.size());
     EXPECT_EQ(moved.rows() * moved.columns(), moved.size());
     EXPECT_THROW(ERSimpleVec2<double>(1 << 16, 1 << 16), std::bad_array_new_length);
+    EXPECT_THROW(moved.insertColumns(0, INT_MAX), std::bad_array_new_length);
+
+    ERSimpleVec2<double> no_rows(0, 3);
+    no_rows.insertColumns(2, 2);
+    no_rows.removeColumns(1, 3);
+    EXPECT_EQ(no_rows.columns(), 2);
+    EXPECT_EQ(no_rows.size(), 0);
 }
 
 } // namespace

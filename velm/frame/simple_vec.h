@@ -4,6 +4,7 @@
 #include "velm/export.h"
 #include "velm/frame/vec_rep.h"
 
+#include <algorithm>
 #include <cassert>
 #include <climits>
 #include <cstddef>
@@ -128,9 +129,10 @@ public:
         alignas(T) std::byte local[sizeof(T)];
         copy_bits(local, &value);
         const int old = size();
-        if (!body()->isUnshared() || capacity() < old + n) grow_to(old + n);
-        body()->setLength(bytes(old + n));
-        for (int i = old; i < old + n; ++i)
+        const int total = sum(old, n);
+        if (!body()->isUnshared() || capacity() < total) grow_to(total);
+        body()->setLength(bytes(total));
+        for (int i = old; i < total; ++i)
             copy_bits(elements_ + i, local);
     }
     /// append for long runs: a full body grows by half, so that n calls copy O(n) elements.
@@ -143,8 +145,9 @@ public:
         }
         alignas(T) std::byte local[sizeof(T)];
         copy_bits(local, &value);
-        grow_to(old + old / 2 + 1);
-        body()->setLength(bytes(old + 1));
+        const int total = sum(old, 1);
+        grow_to(total + std::min(old / 2, INT_MAX - total));
+        body()->setLength(bytes(total));
         copy_bits(elements_ + old, local);
     }
     /// Makes room for n elements, so that append works in place up to there.
@@ -171,6 +174,10 @@ protected:
     static std::size_t bytes(int n) {
         assert(n >= 0);
         return static_cast<std::size_t>(n) * sizeof(T);
+    }
+    static int sum(int a, int b) {
+        if (b > INT_MAX - a) throw std::bad_array_new_length();
+        return a + b;
     }
     std::size_t count() const { return body()->length() / sizeof(T); }
 
@@ -238,8 +245,8 @@ public:
     /// Puts n zeroed columns in front of column at, 0 <= at <= columns().
     void insertColumns(int at, int n) {
         assert(0 <= at && at <= columns_ && n >= 0);
-        const int wider = area(rows_, columns_ + n);
-        if (columns_ == 0) {
+        const int wider = area(rows_, ERSimpleVec<T>::sum(columns_, n));
+        if (this->empty()) { // without rows or without columns
             this->resize(wider);
         } else {
             this->attach(ERVecRep::polyInsert(this->body(), this->bytes(at), this->bytes(n),
@@ -253,8 +260,10 @@ public:
     void removeColumns(int at, int n) {
         assert(0 <= at && n >= 0 && at + n <= columns_);
         if (n == 0) return;
-        this->detach();
-        this->body()->polyRemove(this->bytes(at), this->bytes(n), this->bytes(columns_));
+        if (rows_ > 0) {
+            this->detach();
+            this->body()->polyRemove(this->bytes(at), this->bytes(n), this->bytes(columns_));
+        }
         columns_ -= n;
     }
 
