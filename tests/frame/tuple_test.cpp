@@ -273,6 +273,9 @@ TEST(MainDirection, AxesAndSenses) {
     EXPECT_EQ(ERMainDirection("Y"), ERMainDirection::MinusY);
     EXPECT_EQ(ERVector3D().mainDirection(), ERMainDirection::MinusZ);
     EXPECT_EQ(ERVector3D(-3, 2, 3).mainDirection(), ERMainDirection::PlusZ);
+    // An infinite component off the axis makes the dot product NaN, which isn't above 0.
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(ERVector3D(infinity, infinity, 0).mainDirection(), ERMainDirection::MinusY);
 }
 
 TEST(MathUtils, NaNCountsAsInfinite) {

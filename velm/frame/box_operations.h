@@ -145,13 +145,14 @@ public:
     static constexpr RELATIVE_BOX_POSITION position(const Box& a, const Box& b) {
         if (Box::tests_emptiness && (a.invalid() || b.invalid())) return BOXES_EMPTY;
         if (a | b) return BOXES_DISJOINT;
-        int ends_inside = 0;
-        Dimension::for_axes([&](int axis) {
-            ends_inside += b.lower(axis) > a.lower(axis) ? 1 : 0;
-            ends_inside += a.upper(axis) > b.upper(axis) ? 1 : 0;
+        const bool b_strictly_in_a = Dimension::all_axes([&](int axis) {
+            return b.lower(axis) > a.lower(axis) && a.upper(axis) > b.upper(axis);
         });
-        if (ends_inside == 2 * Dimension::size) return BOX_CONTAINS;
-        return ends_inside == 0 ? BOX_INSIDE : BOXES_OVERLAP;
+        if (b_strictly_in_a) return BOX_CONTAINS;
+        const bool a_in_b = Dimension::all_axes([&](int axis) {
+            return b.lower(axis) <= a.lower(axis) && a.upper(axis) <= b.upper(axis);
+        });
+        return a_in_b ? BOX_INSIDE : BOXES_OVERLAP;
     }
 
 protected:

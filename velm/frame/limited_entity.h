@@ -41,7 +41,7 @@ protected:
 private:
     template <class Self, class Form>
     static void stored_fields(Self& self, Form& form) {
-        form(self.domain.start_, self.domain.end_);
+        form(self.domain);
     }
 };
 
@@ -111,7 +111,7 @@ protected:
 private:
     template <class Self, class Form>
     static void stored_fields(Self& self, Form& form) {
-        form(self.bound.start_, self.bound.end_);
+        form(self.bound);
     }
 };
 

@@ -11,9 +11,10 @@ public:
     enum TypeDir : int { PlusX = 0, MinusX = 1, PlusY = 2, MinusY = 3, PlusZ = 4, MinusZ = 5 };
 
     constexpr ERMainDirection(TypeDir direction = PlusX) : value_(direction) {}
-    /// The dominant axis of v (ERVector3D::axeOptimum), positive when v's component on it is above
-    /// 0.0; a zero vector gives the negative Z axis.
-    ERMainDirection(const ERVector3D& v) : ERMainDirection(v, v[v.axeOptimum()] > 0.0) {}
+    /// The dominant axis of v (ERVector3D::axeOptimum), positive when its dot product with v is
+    /// above 0.0; a zero vector gives the negative Z axis.
+    ERMainDirection(const ERVector3D& v)
+        : ERMainDirection(v, v * ERVector3D(v.axeOptimum()) > 0.0) {}
     /// The dominant axis of v with a sense: positive if it isn't 0.
     ERMainDirection(const ERVector3D& v, int sense) : ERMainDirection(v.axeOptimum(), sense) {}
     /// From two characters: the axis as the capital X, Y or Z, then + for the positive sense;

@@ -76,7 +76,7 @@ VELM_API double acute_angle(const ERVector3D& a, const ERVector3D& b);
 VELM_API double angle2PI(const ERVector3D& a, const ERVector3D& b, const ERVector3D& n);
 
 /// The signed angle p1 - apex - p2 about n, in [-pi/2, pi/2] by the arc sine: an obtuse angle comes
-/// back as the negative of its supplement, intended.
+/// back as the negative of its supplement, intended. NaN where p1 or p2 is the apex.
 VELM_API double angle(const ERPoint3D& p1, const ERPoint3D& apex, const ERPoint3D& p2,
                       const ERVector3D& n);
 
@@ -98,7 +98,8 @@ VELM_API bool isPerpendicular(const ERVector3D& a, const ERVector3D& b, double t
 VELM_API double signed_separation(const ERPoint2D& p, const ERPoint2D& q, const ERVector2D& d);
 VELM_API double signed_separation(const ERPoint3D& p, const ERPoint3D& q, const ERVector3D& d);
 
-/// Makes u and v so that u, v and the normalised `direction` are a right-handed orthonormal frame.
+/// Makes u and v so that u, v and the normalised `direction` are a right-handed orthonormal frame;
+/// NaN for a zero direction.
 VELM_API void GetOrthogonalDirections(const ERVector3D& direction, ERVector3D& u, ERVector3D& v);
 
 namespace velm {
