@@ -99,6 +99,7 @@
 #include "velm/planar/polygon_measures.h"
 #include "velm/planar/polygon_projection.h"
 
+#include "velm/store/database_property.h"
 #include "velm/store/disk_tree.h"
 #include "velm/store/disk_tree_node.h"
 #include "velm/store/file_space.h"
