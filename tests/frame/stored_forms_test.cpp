@@ -210,6 +210,7 @@ TEST(StoredForms, BitsAreRestoredInPlace) {
     memory.bytes.pop_back();
     memory.SeekToBegin();
     EXPECT_EQ(bits.restoreFrom(memory), 0);
+    EXPECT_EQ(memory.Eof(), 1);
     EXPECT_TRUE(bits == ERBitVec(9, 1));
 }
 

@@ -16,9 +16,9 @@ unsigned int low_bits(int n) { return n < 8 ? (1u << n) - 1u : 0xFFu; }
 
 /// The first bit that is 1 once the bits are turned by `turn`, 0x00 or 0xFF.
 int first_bit(const unsigned char* bytes, int nbits, unsigned int turn) {
-    for (int i = 0; i < nbits; i += 8) {
-        const unsigned int found = (bytes[i >> 3] ^ turn) & low_bits(nbits - i);
-        if (found != 0) return i + std::countr_zero(found);
+    for (int left = nbits; left > 0; left -= 8, ++bytes) {
+        const unsigned int found = (*bytes ^ turn) & low_bits(left);
+        if (found != 0) return nbits - left + std::countr_zero(found);
     }
     return -1;
 }
@@ -120,9 +120,12 @@ void ERBitVec::saveOn(ERFile& file) const {
 
 int ERBitVec::restoreFrom(ERFile& file) {
     int count = 0;
-    if (!file.Read(count) || count < 0) return 0;
+    if (!file.Read(count)) return 0;
     const std::size_t wanted = (static_cast<std::size_t>(count) + 7) >> 3;
-    if (wanted > velm::bytes_left(file)) return 0;
+    if (count < 0 || wanted > velm::bytes_left(file)) {
+        file.SeekToEnd();
+        return 0;
+    }
     std::vector<unsigned char> read(wanted);
     if (!file.Read(read.data(), wanted)) return 0;
     nbits = count;

@@ -57,7 +57,7 @@ public:
     int length() const { return nbits; }
     int size() const { return nbits; }
     /// Bytes that the bits take, and bytes that they fill.
-    int nbytes() const { return (nbits + 7) >> 3; }
+    int nbytes() const { return (nbits >> 3) + ((nbits & 7) != 0 ? 1 : 0); }
     int nfull() const { return nbits >> 3; }
     const unsigned char* data() const { return bytes.data(); }
 
@@ -96,8 +96,8 @@ public:
     unsigned int hash() const;
 
     /// Stored form: the length as an int, then the bytes. A record that is damaged or cut short
-    /// leaves the vector as it is and gives 0, otherwise 1. data() stays where it is if the bytes
-    /// are as many as before.
+    /// leaves the vector as it is, moves to the end of the file and gives 0, otherwise 1. data()
+    /// stays where it is if the bytes are as many as before.
     void saveOn(ERFile& file) const;
     int restoreFrom(ERFile& file);
     unsigned int binaryStoreSize() const { return 4u + static_cast<unsigned int>(nbytes()); }

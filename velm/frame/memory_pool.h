@@ -128,7 +128,8 @@ private:
     const void* owner_;
 };
 
-/// The base of small classes whose objects come from the thread's pools, or from a given one.
+/// The base of small classes whose objects come from the thread's pools, or from a given one. Like
+/// all blocks of these pools they are aligned to 8: no member may ask for more.
 class VELM_API ERMemoryPool {
 public:
     static void* operator new(std::size_t size) { return FastAllocate(size, 1); }
