@@ -1,0 +1,100 @@
+#include "inspect/arguments.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "inspect/number_text.h"
+#include "inspect/output_set.h"
+
+namespace velm::inspect {
+namespace {
+
+struct NumberOption {
+    std::string_view name;
+    std::size_t most; // values
+};
+constexpr std::array<NumberOption, 2> number_options{{{"--tolerance", 2}, {"--diameter", 1}}};
+
+bool is_number(std::string_view text) {
+    return parse_number(text).fault != NumberFault::not_a_number;
+}
+
+} // namespace
+
+std::vector<std::string> join_numbers(const std::vector<std::string>& arguments) {
+    std::vector<std::string> joined;
+    for (std::size_t at = 0; at < arguments.size(); ++at) {
+        std::string argument = arguments[at];
+        if (argument == "--") {
+            joined.insert(joined.end(), arguments.begin() + static_cast<std::ptrdiff_t>(at),
+                          arguments.end());
+            break;
+        }
+        const std::string name = argument.substr(0, argument.find('='));
+        const auto option = std::find_if(number_options.begin(), number_options.end(),
+                                         [&](const NumberOption& o) { return o.name == name; });
+        if (option != number_options.end()) {
+            std::size_t values = name.size() < argument.size() ? 1 : 0;
+            for (;
+                 values < option->most && at + 1 < arguments.size() && is_number(arguments[at + 1]);
+                 ++values)
+                argument += (values == 0 ? "=" : " ") + arguments[++at];
+        }
+        joined.push_back(std::move(argument));
+    }
+    return joined;
+}
+
+std::vector<double> parse_numbers(const std::string& option, const std::string& joined) {
+    std::vector<double> numbers;
+    for (std::size_t at = 0; at <= joined.size();) {
+        const std::size_t end = std::min(joined.find(' ', at), joined.size());
+        const std::string_view text = std::string_view(joined).substr(at, end - at);
+        const ParsedNumber number = parse_number(text);
+        if (!number)
+            throw Failure(ExitCode::usage, option + ": " + number_complaint(text, number.fault));
+        numbers.push_back(number.value);
+        at = end + 1;
+    }
+    return numbers;
+}
+
+void check_outputs(const std::vector<std::string>& inputs,
+                   const std::vector<std::string>& outputs) {
+    const auto is_same = [](const std::string& a, const std::string& b) {
+        return a == "-" || b == "-" ? a == b : same_file(a, b);
+    };
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        for (std::size_t j = 0; j < i; ++j)
+            if (is_same(outputs[i], outputs[j]))
+                throw Failure(ExitCode::usage, "two outputs go to the same place: " + outputs[j] +
+                                                   " and " + outputs[i]);
+        for (const std::string& input : inputs)
+            if (outputs[i] != "-" && input != "-" && is_same(outputs[i], input))
+                throw Failure(ExitCode::usage,
+                              "the output " + outputs[i] + " is the input " + input);
+    }
+}
+
+HelpText::HelpText(std::string examples) : examples_(std::move(examples)) {
+    column_width(31);
+    label("REQUIRED", "");
+}
+
+std::string HelpText::make_help(const CLI::App* app, std::string name,
+                                CLI::AppFormatMode mode) const {
+    const std::string rest = CLI::Formatter::make_help(app, std::move(name), mode);
+    return mode == CLI::AppFormatMode::Normal ? examples_ + "\n" + rest : rest;
+}
+
+std::string exit_codes_text() {
+    return "Exit codes:\n"
+           "  0  everything in tolerance, or no tolerance asked\n"
+           "  1  something out of tolerance\n"
+           "  2  wrong usage\n"
+           "  3  an input that can't be understood\n"
+           "  4  a file that can't be read or written, standard output included\n";
+}
+
+} // namespace velm::inspect

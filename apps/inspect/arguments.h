@@ -1,0 +1,40 @@
+// arguments.h: what the subcommands share about the command line: numbers that start with a minus,
+// help that leads with examples, and the check that no output stands in the way of another file.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "inspect/failure.h"
+
+namespace velm::inspect {
+
+/// Joins the numbers behind `--tolerance` (two at most) and `--diameter` (one) to one argument,
+/// "--tolerance=-.05 5e-2", so that a number with a minus is never taken for an option, and an
+/// option whose values vary in number never swallows a file name. Arguments behind "--" stay.
+std::vector<std::string> join_numbers(const std::vector<std::string>& arguments);
+
+/// The numbers of a joined argument. Throws `Failure` (usage) naming the option.
+std::vector<double> parse_numbers(const std::string& option, const std::string& joined);
+
+/// Throws `Failure` (usage) where an output is an input or the same as another output.
+void check_outputs(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
+
+/// The help of a subcommand: examples, usage, options, exit codes.
+class HelpText : public CLI::Formatter {
+public:
+    explicit HelpText(std::string examples);
+    std::string make_help(const CLI::App* app, std::string name,
+                          CLI::AppFormatMode mode) const override;
+
+private:
+    std::string examples_;
+};
+
+/// The exit codes as the help documents them.
+std::string exit_codes_text();
+
+} // namespace velm::inspect

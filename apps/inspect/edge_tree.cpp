@@ -1,0 +1,126 @@
+#include "inspect/edge_tree.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+#include "velm/frame/vector.h"
+
+namespace velm::inspect {
+namespace {
+
+constexpr int edges_in_leaf = 8;
+constexpr std::size_t deepest = 64;
+
+// The error of a computed distance is below 10 roundings of the largest coordinate involved; this
+// is some 45 of them.
+constexpr double slack_per_magnitude = 1e-14;
+
+double squared_distance(const ERPoint2D& p, const ERMinimax2D& box) {
+    const double dx = std::max({box.xmin - p.x(), 0.0, p.x() - box.xmax});
+    const double dy = std::max({box.ymin - p.y(), 0.0, p.y() - box.ymax});
+    return dx * dx + dy * dy;
+}
+
+} // namespace
+
+EdgeTree::EdgeTree(QuickAlgebra::ERVec<ERPoint2D> polygon)
+    : polygon_(std::move(polygon)), vertices_(std::as_const(polygon_).view()),
+      count_(static_cast<int>(vertices_.size())) {
+    for (const ERPoint2D& v : vertices_)
+        extent_ = std::max({extent_, std::fabs(v.x()), std::fabs(v.y())});
+    build(0, count_);
+}
+
+int EdgeTree::build(int begin, int end) {
+    const std::size_t at = nodes_.size();
+    nodes_.push_back({ERMinimax2D(), begin, end, 0});
+    if (end - begin <= edges_in_leaf) {
+        for (int i = begin; i <= end; ++i)
+            nodes_[at].box.Update(vertex(i));
+    } else {
+        const int middle = begin + (end - begin) / 2;
+        build(begin, middle);
+        const int right = build(middle, end);
+        nodes_[at].right = right;
+        nodes_[at].box = nodes_[at + 1].box;
+        nodes_[at].box.Update(nodes_[static_cast<std::size_t>(right)].box);
+    }
+    return static_cast<int>(at);
+}
+
+void EdgeTree::find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) const {
+    const double slack =
+        slack_per_magnitude * std::max({extent_, std::fabs(p.x()), std::fabs(p.y())});
+    const auto reach = [&] {
+        const double distance = std::sqrt(best.squared_distance) + slack;
+        return distance * distance;
+    };
+    const auto try_edge = [&](int i) {
+        const ERPoint2D& a = vertex(i);
+        const ERPoint2D& b = vertex(i + 1);
+        const ERVector2D along(a, b);
+        const double length2 = along.norme2();
+        const double t =
+            length2 > 0.0 ? std::clamp(ERVector2D(a, p) * along / length2, 0.0, 1.0) : 0.0;
+        const ERPoint2D foot = t == 1.0 ? b : a + along * t;
+        const double d2 = ERVector2D(foot, p).norme2();
+        const bool is_first = best.contour == contour && i < best.edge;
+        if (d2 < best.squared_distance || (d2 == best.squared_distance && is_first))
+            best = {d2, foot, t, contour, i};
+    };
+
+    struct Waiting {
+        int node;
+        double squared_distance;
+    };
+    std::array<Waiting, deepest> waiting;
+    std::size_t count = 0;
+    waiting[count++] = {0, squared_distance(p, nodes_[0].box)};
+    double limit = reach();
+    while (count > 0) {
+        const Waiting next = waiting[--count];
+        if (next.squared_distance > limit) continue;
+        const Node& node = nodes_[static_cast<std::size_t>(next.node)];
+        if (node.right == 0) {
+            for (int i = node.begin; i < node.end; ++i)
+                try_edge(i);
+            limit = reach();
+            continue;
+        }
+        Waiting near{next.node + 1, 0.0}, far{node.right, 0.0};
+        near.squared_distance =
+            squared_distance(p, nodes_[static_cast<std::size_t>(near.node)].box);
+        far.squared_distance = squared_distance(p, nodes_[static_cast<std::size_t>(far.node)].box);
+        if (far.squared_distance < near.squared_distance) std::swap(near, far);
+        if (far.squared_distance <= limit) waiting[count++] = far;
+        waiting[count++] = near;
+    }
+}
+
+void EdgeTree::reduce_for_inside(const ERPoint2D& p, std::vector<ERPoint2D>& chain) const {
+    const auto is_skipped = [&](const ERMinimax2D& box) {
+        return p.y() > box.ymax || p.y() < box.ymin || p.x() > box.xmax;
+    };
+    chain.clear();
+    chain.push_back(vertices_[0]);
+    std::array<int, deepest> waiting;
+    std::size_t count = 0;
+    waiting[count++] = 0;
+    while (count > 0) {
+        const int at = waiting[--count];
+        const Node& node = nodes_[static_cast<std::size_t>(at)];
+        if (is_skipped(node.box)) {
+            chain.push_back(vertex(node.end));
+        } else if (node.right == 0) {
+            for (int i = node.begin; i < node.end; ++i)
+                chain.push_back(vertex(i + 1));
+        } else {
+            waiting[count++] = node.right;
+            waiting[count++] = at + 1;
+        }
+    }
+}
+
+} // namespace velm::inspect

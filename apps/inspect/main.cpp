@@ -1,0 +1,102 @@
+// velm-inspect: measured points against their nominal. Each subcommand is a file of its own that
+// hangs itself into the parser.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include "inspect/arguments.h"
+#include "inspect/failure.h"
+#include "inspect/output_set.h"
+#include "inspect/section_command.h"
+#include "inspect/text_escape.h"
+#include "velm/version.h"
+
+namespace velm::inspect {
+namespace {
+
+constexpr const char* examples =
+    "Examples:\n"
+    "  velm-inspect section wing.dat probed.csv --tolerance 0.05\n"
+    "  velm-inspect section wing.dat probed.csv --tolerance -0.02 0.05 --svg report.svg\n"
+    "  velm-inspect section --help\n";
+
+// A closed standard descriptor would be given to the next file that is opened, and the table
+// written into that. A descriptor that can't be written makes writing fail instead.
+void occupy_standard_descriptors() {
+    while (true) {
+        const int descriptor = ::open("/dev/null", O_RDONLY);
+        if (descriptor < 0) return;
+        if (descriptor > STDERR_FILENO) {
+            ::close(descriptor);
+            return;
+        }
+    }
+}
+
+void print(const std::string& text) {
+    OutputSet outputs;
+    outputs.add("-").write(text);
+    outputs.commit();
+}
+
+ExitCode run(int argc, char** argv) {
+    CLI::App app("Compares measured points with their nominal geometry.", "velm-inspect");
+    app.set_version_flag("--version", "velm-inspect " VELM_VERSION_STRING);
+    app.formatter(std::make_shared<HelpText>(examples));
+    app.footer(exit_codes_text());
+    app.require_subcommand(1);
+    Command command;
+    add_section_command(app, command);
+
+    std::vector<std::string> arguments = join_numbers({argv + 1, argv + argc});
+    std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the back
+    try {
+        app.parse(std::move(arguments));
+    } catch (const CLI::CallForHelp&) {
+        const auto chosen = app.get_subcommands();
+        print(chosen.empty() ? app.help() : chosen.front()->help("velm-inspect"));
+        return ExitCode::good;
+    } catch (const CLI::CallForVersion& version) {
+        print(std::string(version.what()) + "\n");
+        return ExitCode::good;
+    } catch (const CLI::ParseError& error) {
+        const auto chosen = app.get_subcommands();
+        const bool is_unknown = chosen.empty() && argc > 1 && argv[1][0] != '-';
+        const std::string why =
+            is_unknown ? "there is no subcommand '" + std::string(argv[1]) + "'" : error.what();
+        const std::string help = chosen.empty() ? "" : chosen.front()->get_name() + " ";
+        throw Failure(ExitCode::usage, why + "; see velm-inspect " + help + "--help");
+    }
+    return command();
+}
+
+ExitCode run_guarded(int argc, char** argv) {
+    const auto complain = [](const std::string& sentence) {
+        std::fprintf(stderr, "velm-inspect: %s\n", terminal_text(sentence).c_str());
+    };
+    try {
+        return run(argc, argv);
+    } catch (const Failure& failure) {
+        complain(failure.what());
+        return failure.code();
+    } catch (const std::bad_alloc&) {
+        complain("the memory is not enough for this input");
+    } catch (const std::exception& error) {
+        complain(error.what());
+    }
+    return ExitCode::file;
+}
+
+} // namespace
+} // namespace velm::inspect
+
+int main(int argc, char** argv) {
+    velm::inspect::occupy_standard_descriptors();
+    std::signal(SIGPIPE, SIG_IGN);
+    return static_cast<int>(velm::inspect::run_guarded(argc, argv));
+}

@@ -1,0 +1,223 @@
+#include "inspect/output_set.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <utility>
+
+#include "inspect/failure.h"
+
+namespace velm::inspect {
+namespace {
+
+constexpr std::size_t block = std::size_t{1} << 16;
+constexpr int most_links = 40;
+
+// Temporary names that a signal handler may remove: plain memory that is complete before it is
+// published and cleared before it is reused.
+constexpr std::size_t most_temporaries = 16;
+constexpr std::size_t longest_name = 4096;
+std::array<char[longest_name], most_temporaries> temporary_names;
+std::array<volatile std::sig_atomic_t, most_temporaries> temporary_used;
+
+void remove_temporaries(int signal) {
+    for (std::size_t i = 0; i < most_temporaries; ++i)
+        if (temporary_used[i] != 0) ::unlink(temporary_names[i]);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void remember_temporary(const std::string& name) {
+    static const bool installed = [] {
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+            if (std::signal(signal, remove_temporaries) == SIG_IGN) std::signal(signal, SIG_IGN);
+        return true;
+    }();
+    static_cast<void>(installed);
+    for (std::size_t i = 0; i < most_temporaries; ++i) {
+        if (temporary_used[i] != 0 || name.size() >= longest_name) continue;
+        std::memcpy(temporary_names[i], name.c_str(), name.size() + 1);
+        temporary_used[i] = 1;
+        return;
+    }
+}
+
+void forget_temporary(const std::string& name) {
+    for (std::size_t i = 0; i < most_temporaries; ++i)
+        if (temporary_used[i] != 0 && name == temporary_names[i]) temporary_used[i] = 0;
+}
+
+// The place that a path leads to, symbolic links of its last part followed even where they dangle.
+std::string follow_links(std::filesystem::path path) {
+    for (int links = 0; links < most_links; ++links) {
+        std::error_code error;
+        const std::filesystem::path target = std::filesystem::read_symlink(path, error);
+        if (error) return path.string();
+        path = target.is_absolute() ? target : path.parent_path() / target;
+    }
+    return path.string();
+}
+
+// A name of the process's own open files, which a rename would not reach.
+bool names_descriptor(const std::string& path) {
+    return path == "/dev/stdout" || path == "/dev/stderr" || path.rfind("/dev/fd/", 0) == 0 ||
+           path.rfind("/proc/self/fd/", 0) == 0;
+}
+
+mode_t default_mode() {
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return static_cast<mode_t>(0666) & ~mask;
+}
+
+} // namespace
+
+Output::~Output() {
+    if (descriptor_ > STDERR_FILENO) ::close(descriptor_);
+    for (const std::string& name : {temporary_, backup_}) {
+        if (name.empty()) continue;
+        ::unlink(name.c_str());
+        forget_temporary(name);
+    }
+}
+
+bool Output::is_terminal() const { return ::isatty(descriptor_) == 1; }
+
+void Output::open_standard() {
+    name_ = "standard output";
+    descriptor_ = STDOUT_FILENO;
+}
+
+void Output::open_directly(const std::string& path) {
+    descriptor_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    if (descriptor_ < 0) fail_file(name_, "can't be opened for writing", errno);
+}
+
+void Output::open_beside(const std::string& place) {
+    struct stat status {};
+    replaces_ = ::stat(place.c_str(), &status) == 0;
+    if (replaces_ && ::access(place.c_str(), W_OK) != 0)
+        fail_file(name_, "can't be opened for writing", errno);
+    const std::filesystem::path path(place);
+    const std::string base = path.filename().string().substr(0, 200);
+    std::string name = (path.parent_path() / ("." + base + ".XXXXXX")).string();
+    descriptor_ = ::mkostemp(name.data(), O_CLOEXEC);
+    if (descriptor_ < 0) fail_file(name_, "can't be opened for writing", errno);
+    temporary_ = name;
+    remember_temporary(name);
+    place_ = place;
+    // The owner comes first: changing it clears bits of the mode. It stays ours where we may not.
+    if (replaces_ && ::fchown(descriptor_, status.st_uid, status.st_gid) != 0) errno = 0;
+    if (::fchmod(descriptor_, replaces_ ? status.st_mode & 07777 : default_mode()) != 0)
+        fail_file(name_, "can't be given its mode", errno);
+}
+
+void Output::write(std::string_view text) {
+    pending_ += text;
+    if (pending_.size() >= block) flush();
+}
+
+void Output::flush() {
+    std::string_view rest = pending_;
+    while (!rest.empty()) {
+        const ssize_t done = ::write(descriptor_, rest.data(), rest.size());
+        if (done >= 0) {
+            rest.remove_prefix(static_cast<std::size_t>(done));
+        } else if (errno != EINTR) {
+            const int error = errno;
+            pending_.clear();
+            fail_file(name_, "can't be written", error);
+        }
+    }
+    pending_.clear();
+}
+
+void Output::finish() {
+    flush();
+    if (descriptor_ == STDOUT_FILENO) return;
+    if (!place_.empty() && ::fsync(descriptor_) != 0 && errno != EINVAL)
+        fail_file(name_, "can't be written", errno);
+    if (::close(std::exchange(descriptor_, -1)) != 0) fail_file(name_, "can't be written", errno);
+}
+
+Output& OutputSet::add(const std::string& path) {
+    outputs_.push_back(std::unique_ptr<Output>(new Output));
+    Output& output = *outputs_.back();
+    output.name_ = path;
+    if (path == "-") {
+        output.open_standard();
+        return output;
+    }
+    const std::string place = names_descriptor(path) ? path : follow_links(path);
+    struct stat status {};
+    const bool exists = ::stat(place.c_str(), &status) == 0;
+    if (!exists && errno != ENOENT) fail_file(path, "can't be opened for writing", errno);
+    if (exists && S_ISDIR(status.st_mode)) fail_file(path, "can't be opened for writing", EISDIR);
+    if (names_descriptor(path) || (exists && !S_ISREG(status.st_mode)))
+        output.open_directly(path);
+    else
+        output.open_beside(place);
+    return output;
+}
+
+void OutputSet::commit() {
+    for (const auto& output : outputs_)
+        output->finish();
+    rename_all();
+}
+
+void OutputSet::rename_all() {
+    std::size_t done = 0;
+    int error = 0;
+    for (; done < outputs_.size(); ++done) {
+        Output& output = *outputs_[done];
+        if (output.place_.empty()) continue;
+        // A second name keeps the old file for the case that a later rename fails.
+        const std::string backup = output.temporary_ + ".old";
+        if (::link(output.place_.c_str(), backup.c_str()) == 0) {
+            output.backup_ = backup;
+            remember_temporary(backup);
+        }
+        if (::rename(output.temporary_.c_str(), output.place_.c_str()) != 0) {
+            error = errno;
+            break;
+        }
+        forget_temporary(output.temporary_);
+        output.temporary_.clear();
+    }
+    if (done == outputs_.size()) return;
+    const std::string failed = outputs_[done]->name_;
+    while (done-- > 0) {
+        const Output& output = *outputs_[done];
+        if (output.place_.empty()) continue;
+        if (!output.backup_.empty())
+            static_cast<void>(std::rename(output.backup_.c_str(), output.place_.c_str()));
+        else if (!output.replaces_)
+            ::unlink(output.place_.c_str());
+    }
+    fail_file(failed, "can't be put in its place", error);
+}
+
+bool same_file(const std::string& a, const std::string& b) {
+    struct stat of_a {
+    }, of_b{};
+    const bool a_exists = ::stat(a.c_str(), &of_a) == 0;
+    const bool b_exists = ::stat(b.c_str(), &of_b) == 0;
+    if (a_exists && b_exists) return of_a.st_dev == of_b.st_dev && of_a.st_ino == of_b.st_ino;
+    if (a_exists != b_exists) return false;
+    std::error_code error;
+    const auto place = [&](const std::string& path) {
+        const std::filesystem::path absolute = std::filesystem::absolute(follow_links(path), error);
+        return std::filesystem::weakly_canonical(absolute, error).lexically_normal();
+    };
+    return place(a) == place(b);
+}
+
+} // namespace velm::inspect

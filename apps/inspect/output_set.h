@@ -1,0 +1,60 @@
+// output_set.h: `Output` and `OutputSet`: files that appear whole, all together, or not at all.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velm::inspect {
+
+/// One output. `write` gathers and hands on in blocks; every failure is a `Failure` (file).
+class Output {
+public:
+    ~Output();
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    void write(std::string_view text);
+    const std::string& name() const { return name_; }
+    bool is_terminal() const;
+
+private:
+    friend class OutputSet;
+    Output() = default;
+    void open_standard();
+    void open_directly(const std::string& path);
+    void open_beside(const std::string& place);
+    void flush();
+    void finish();
+
+    std::string name_;      ///< as the user gave it
+    std::string place_;     ///< where it goes, links followed; empty when written directly
+    bool replaces_ = false; ///< a file stands at the place
+    std::string temporary_; ///< beside the place, removed unless renamed
+    std::string backup_;    ///< keeps the old file while the set is renamed
+    int descriptor_ = -1;
+    std::string pending_;
+};
+
+/// The outputs of one command. Regular files are written under a temporary name beside their place
+/// and renamed when all of them and standard output are complete; until then nothing at the places
+/// changes. "-" is standard output; pipes and devices are written directly. Symbolic links are
+/// followed and kept, the mode of a file that is replaced is kept, and one that may not be written
+/// is refused. Temporary files are removed on failure and on SIGINT, SIGTERM and SIGHUP.
+class OutputSet {
+public:
+    /// Prepares an output; the reference holds as long as the set.
+    Output& add(const std::string& path);
+    /// Completes every output, then renames; where a rename fails, those done are taken back.
+    void commit();
+
+private:
+    void rename_all();
+    std::vector<std::unique_ptr<Output>> outputs_;
+};
+
+/// Whether two paths lead to the same file, existing or not, by links and by other names too.
+bool same_file(const std::string& a, const std::string& b);
+
+} // namespace velm::inspect

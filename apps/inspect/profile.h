@@ -1,0 +1,53 @@
+// profile.h: `Profile`, a nominal outline that measured points are compared with, and `Comparison`.
+#pragma once
+
+#include <vector>
+
+#include "inspect/edge_tree.h"
+#include "inspect/outline_reader.h"
+#include "velm/frame/point.h"
+#include "velm/frame/vector.h"
+
+namespace velm::inspect {
+
+/// A measured point against the profile, in model units.
+struct Comparison {
+    ERPoint2D foot;         ///< the point of the nearest edge at its clamped parameter
+    int contour = 0;        ///< the one that holds the foot: 0 the outer contour
+    int edge = 0;           ///< from its vertex `edge` to the next
+    double parameter = 0.0; ///< of the foot on the edge, from 0 to 1
+    double distance = 0.0;  ///< from the foot to the point, positive outside the material
+    ERVector2D outward;     ///< unit vector away from the material at the foot, through the point
+};
+
+/// The material between an outer contour and its holes, which may be turned either way.
+///
+/// The sign of a distance is by `Inside` for every contour; where it says edge or vertex for one of
+/// them, by the side of the nearest edge, at a corner of its two edges: inside a convex corner is
+/// what lies inside of both, inside a concave one what lies inside of either.
+///
+/// Coordinates beyond about 1e11, or all below 1e-100, are scaled by a power of two, which is
+/// exact, so that neither `Inside` nor a square leaves its range.
+///
+/// `compare` uses a work array: one profile is for one thread at a time.
+class Profile {
+public:
+    explicit Profile(const Outline& outline);
+
+    /// Whether the distance of `p` can be computed; false some 1e150 times the size away.
+    bool is_comparable(const ERPoint2D& p) const;
+    Comparison compare(const ERPoint2D& p) const;
+
+private:
+    enum class Place { material, outside, border };
+    Place locate(const ERPoint2D& p) const;
+    bool lies_outside_of_edge(const ERPoint2D& p, const NearestEdge& nearest) const;
+    ERVector2D edge_outward(const NearestEdge& nearest) const;
+
+    std::vector<EdgeTree> contours_;     // scaled
+    std::vector<bool> material_on_left_; // along each contour
+    double scale_ = 1.0;                 // a power of two
+    mutable std::vector<ERPoint2D> chain_;
+};
+
+} // namespace velm::inspect

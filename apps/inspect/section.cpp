@@ -1,0 +1,126 @@
+#include "inspect/section.h"
+
+#include <cstdio>
+#include <memory>
+
+#include "inspect/id_set.h"
+#include "inspect/measured_reader.h"
+#include "inspect/output_set.h"
+#include "inspect/progress.h"
+#include "inspect/section_picture.h"
+#include "inspect/section_reports.h"
+#include "inspect/section_table.h"
+#include "inspect/text_escape.h"
+
+namespace velm::inspect {
+namespace {
+
+// Ids that come again are kept; how many and where the first one stands is told at the end.
+class RepeatedIds {
+public:
+    void add(const MeasuredPoint& point) {
+        if (ids_.insert(point.id)) return;
+        if (count_++ == 0)
+            first_ = "line " + std::to_string(point.line) + ", id '" + clipped(point.id, 40) + "'";
+    }
+    void warn(const std::string& file) const {
+        if (count_ == 0) return;
+        const std::string text =
+            "warning: " + file + ", " + first_ + ": the id came before" +
+            (count_ == 1 ? "" : "; " + std::to_string(count_) + " rows repeat an id") +
+            "; all rows are kept";
+        std::fprintf(stderr, "velm-inspect: %s\n", terminal_text(text).c_str());
+    }
+
+private:
+    IdSet ids_;
+    std::uint64_t count_ = 0;
+    std::string first_;
+};
+
+// Compares one point; refuses what leaves the range of doubles.
+SectionRow compare(const Profile& profile, const MeasuredPoint& point,
+                   const SectionOptions& options, const TextSource& source) {
+    SectionRow row;
+    row.id = point.id;
+    row.measured = ERPoint2D(point.x, point.y);
+    if (profile.is_comparable(row.measured)) row.comparison = profile.compare(row.measured);
+    row.deviation = row.comparison.distance - point.diameter.value_or(options.diameter) / 2.0;
+    constexpr double largest_deviation = 1e150; // whose square is a double
+    if (!profile.is_comparable(row.measured) || !(std::fabs(row.deviation) <= largest_deviation))
+        source.refuse_at(point.line, "the point lies too far from the outline to be compared");
+    row.severity = std::fabs(row.deviation);
+    if (options.tolerance) {
+        row.severity = std::fabs(row.deviation - options.tolerance->middle());
+        row.in_tolerance = options.tolerance->contains(row.deviation);
+    }
+    return row;
+}
+
+// The outputs of one run; those not asked for stay null.
+struct Reports {
+    OutputSet outputs;
+    std::unique_ptr<SectionJson> json;
+    std::unique_ptr<SectionCsv> csv;
+    Output* svg = nullptr;
+    bool shows_table = true;
+
+    explicit Reports(const SectionOptions& options) : shows_table(!options.quiet) {
+        const auto prepare = [&](const std::optional<std::string>& path) -> Output* {
+            if (path == "-") shows_table = false;
+            return path ? &outputs.add(*path) : nullptr;
+        };
+        Output* const json_file = prepare(options.json);
+        Output* const csv_file = prepare(options.csv);
+        svg = prepare(options.svg);
+        if (json_file != nullptr)
+            json = std::make_unique<SectionJson>(*json_file, options.nominal, options.measured,
+                                                 options.tolerance);
+        if (csv_file != nullptr) csv = std::make_unique<SectionCsv>(*csv_file);
+    }
+};
+
+} // namespace
+
+ExitCode inspect_section(const SectionOptions& options) {
+    TextSource nominal(options.nominal);
+    const Outline outline = read_outline(nominal, options.form);
+    const Profile profile(outline);
+    TextSource measured(options.measured);
+    MeasuredReader reader(measured);
+
+    Reports reports(options);
+    SectionTable table;
+    SectionPicture picture(outline, options.tolerance);
+    SectionSummary summary;
+    summary.tolerance = options.tolerance;
+    RepeatedIds repeated;
+    Progress progress(!options.quiet);
+    MeasuredPoint point;
+    while (reader.next(point)) {
+        SectionRow row = compare(profile, point, options, measured);
+        row.index = summary.deviations.count();
+        repeated.add(point);
+        summary.add(row);
+        table.add(row);
+        if (reports.json) reports.json->add(row);
+        if (reports.csv) reports.csv->add(row);
+        if (reports.svg != nullptr) picture.add(row);
+        progress.update(row.index + 1, measured.bytes_read(), measured.size());
+    }
+    progress.clear();
+    if (summary.deviations.count() == 0)
+        measured.refuse_whole("no rows behind the header; expected at least one measured point");
+
+    if (reports.json) reports.json->finish(summary);
+    if (reports.svg != nullptr)
+        reports.svg->write(picture.svg(summary, table.worst(), options.nominal, options.measured));
+    if (reports.shows_table)
+        reports.outputs.add("-").write(
+            table.text(summary, options.measured + " against " + options.nominal));
+    reports.outputs.commit();
+    repeated.warn(measured.name());
+    return summary.out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+}
+
+} // namespace velm::inspect

@@ -1,0 +1,29 @@
+// section.h: the inspection of a section: `SectionOptions`, `inspect_section`.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "inspect/failure.h"
+#include "inspect/outline_reader.h"
+#include "inspect/section_result.h"
+
+namespace velm::inspect {
+
+struct SectionOptions {
+    std::string nominal;
+    std::string measured;
+    std::optional<Tolerance> tolerance;
+    double diameter = 0.0; ///< of the ball where the measured file tells none
+    std::optional<std::string> json, csv, svg;
+    OutlineForm form = OutlineForm::automatic;
+    bool quiet = false;
+};
+
+/// Compares the measured points with the nominal outline, row by row, and writes the table, the
+/// summary and the reports that are asked for. All outputs appear together at the end or not at
+/// all. Memory doesn't grow with the number of points, but for the ids' set and the points that the
+/// picture shows one by one. Throws `Failure`.
+ExitCode inspect_section(const SectionOptions& options);
+
+} // namespace velm::inspect

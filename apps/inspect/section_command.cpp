@@ -1,0 +1,129 @@
+#include "inspect/section_command.h"
+
+#include <memory>
+
+#include "inspect/number_text.h"
+#include "inspect/section.h"
+
+namespace velm::inspect {
+namespace {
+
+constexpr const char* examples =
+    "Examples:\n"
+    "  velm-inspect section wing.dat probed.csv\n"
+    "      how far each probed point lies from the outline, and a summary\n"
+    "  velm-inspect section wing.dat probed.csv --tolerance 0.05 --diameter 2\n"
+    "      within -0.05 and 0.05, centres of a ball of 2\n"
+    "  velm-inspect section wing.dat probed.csv --tolerance -0.02 0.05 \\\n"
+    "               --json report.json --csv report.csv --svg report.svg\n"
+    "      a report for programs, one for a spreadsheet and a picture\n"
+    "  velm-inspect section wing.dat probed.csv --json - | jq .summary.worst\n"
+    "      the report on standard output, in place of the table\n";
+
+constexpr const char* files_text =
+    "NOMINAL: a vertex a line, two numbers parted by blanks, tabs or commas; # starts a\n"
+    "comment; a blank line parts contours, the first outer, the others holes. Airfoil\n"
+    "coordinate files are read as they are found, one run round the profile or an upper\n"
+    "and a lower run behind a line of two counts.\n"
+    "MEASURED: CSV with a header that names id, x, y and optionally z, i, j, k, diameter,\n"
+    "in any order, parted by comma, semicolon or tab; x, y is the centre of the ball.\n"
+    "A deviation is positive outside of the material. - is standard input or output.\n\n";
+
+// The texts of the command line, before they are understood.
+struct Texts {
+    SectionOptions options;
+    std::string tolerance;
+    std::string diameter;
+    std::string json, csv, svg;
+    std::string form = "auto";
+};
+
+Tolerance parse_tolerance(const std::string& text) {
+    const std::vector<double> values = parse_numbers("--tolerance", text);
+    const Tolerance tolerance =
+        values.size() == 1 ? Tolerance{-values[0], values[0]} : Tolerance{values[0], values[1]};
+    if (values.size() > 2)
+        throw Failure(ExitCode::usage, "--tolerance: expected one or two numbers");
+    if (tolerance.lower > tolerance.upper)
+        throw Failure(ExitCode::usage, "--tolerance: the lower limit " + shortest(tolerance.lower) +
+                                           " lies above the upper limit " +
+                                           shortest(tolerance.upper));
+    return tolerance;
+}
+
+OutlineForm parse_form(const std::string& text) {
+    if (text == "contours") return OutlineForm::contours;
+    if (text == "round") return OutlineForm::round;
+    return text == "runs" ? OutlineForm::runs : OutlineForm::automatic;
+}
+
+SectionOptions understand(const CLI::App& section, const Texts& texts) {
+    SectionOptions options = texts.options;
+    if (section.count("--tolerance") > 0) options.tolerance = parse_tolerance(texts.tolerance);
+    if (section.count("--diameter") > 0) {
+        const std::vector<double> values = parse_numbers("--diameter", texts.diameter);
+        if (values.size() != 1 || values[0] < 0.0)
+            throw Failure(ExitCode::usage, "--diameter: expected one number, not negative");
+        options.diameter = values[0];
+    }
+    options.form = parse_form(texts.form);
+    std::vector<std::string> outputs;
+    const auto take = [&](const char* name, const std::string& path,
+                          std::optional<std::string>& to) {
+        if (section.count(name) == 0) return;
+        if (path.empty())
+            throw Failure(ExitCode::usage, std::string(name) + ": expected the name of a file");
+        outputs.push_back(path);
+        to = path;
+    };
+    take("--json", texts.json, options.json);
+    take("--csv", texts.csv, options.csv);
+    take("--svg", texts.svg, options.svg);
+    if (options.nominal == "-" && options.measured == "-")
+        throw Failure(ExitCode::usage, "only one of the two inputs can be standard input");
+    check_outputs({options.nominal, options.measured}, outputs);
+    return options;
+}
+
+} // namespace
+
+void add_section_command(CLI::App& app, Command& command) {
+    CLI::App* const section =
+        app.add_subcommand("section", "Measured points against the outline of a section");
+    section->formatter(std::make_shared<HelpText>(examples));
+    section->footer(files_text + exit_codes_text());
+
+    const auto texts = std::make_shared<Texts>();
+    section->add_option("NOMINAL", texts->options.nominal, "The outline")
+        ->required()
+        ->type_name("");
+    section->add_option("MEASURED", texts->options.measured, "The measured points")
+        ->required()
+        ->type_name("");
+    section
+        ->add_option("--tolerance", texts->tolerance,
+                     "The limits of the deviation, both included;\none value T stands for -T T")
+        ->type_name("LOWER UPPER | T");
+    section
+        ->add_option("--diameter", texts->diameter,
+                     "Of the probe's ball, where the measured file\nhas no column for it")
+        ->type_name("D");
+    section->add_option("--json", texts->json, "Writes the report as JSON")->type_name("FILE");
+    section->add_option("--csv", texts->csv, "Writes the rows as CSV")->type_name("FILE");
+    section->add_option("--svg", texts->svg, "Draws the picture")->type_name("FILE");
+    section
+        ->add_option("--form", texts->form,
+                     "How NOMINAL is laid out, auto unless told:\n"
+                     "auto      as recognised\n"
+                     "contours  parted by blank lines\n"
+                     "round     one run, whatever the blank lines\n"
+                     "runs      two runs behind a line of their counts")
+        ->type_name("FORM")
+        ->check(CLI::IsMember({"auto", "contours", "round", "runs"}).description(""));
+    section->add_flag("--quiet", texts->options.quiet, "No table, no summary, no progress");
+    section->callback([section, texts, &command] {
+        command = [options = understand(*section, *texts)] { return inspect_section(options); };
+    });
+}
+
+} // namespace velm::inspect

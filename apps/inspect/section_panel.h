@@ -1,0 +1,35 @@
+// section_panel.h: what stands beside the drawing of a section: figures, distribution, legend.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "inspect/deviation_histogram.h"
+#include "inspect/deviation_scale.h"
+#include "inspect/svg_canvas.h"
+
+namespace velm::inspect {
+
+struct LegendNotes {
+    std::uint64_t above = 0, below = 0; ///< points beyond the limits
+    int cut_whiskers = 0;
+    bool has_tolerance = false;
+    bool shows_band = false;
+    bool shows_envelope = false;
+};
+
+void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const SectionSummary& summary,
+                  const DeviationUnit& unit);
+
+/// The scale of colours with its limits, and what the signs of the drawing mean.
+void draw_legend(SvgCanvas& canvas, const CanvasBox& area, const DeviationScale& scale,
+                 const LegendNotes& notes, const DeviationUnit& unit);
+
+/// Bars in the colours of the scale, the limits as lines. Values far out, beyond the middle 99 in
+/// 100 by more than its width and a half, are gathered in the end bars.
+void draw_histogram(SvgCanvas& canvas, const CanvasBox& area,
+                    const std::vector<DeviationHistogram::Cell>& cells, const DeviationScale& scale,
+                    bool has_tolerance, const DeviationUnit& unit);
+
+} // namespace velm::inspect

@@ -1,0 +1,151 @@
+#include "inspect/section_picture.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "inspect/number_text.h"
+#include "inspect/text_escape.h"
+
+namespace velm::inspect {
+namespace {
+
+constexpr double border = 40.0;
+constexpr double below_header = 92.0;
+
+// Where the parts of the page stand: a flat section above its figures, an upright one beside them.
+struct Layout {
+    CanvasBox drawing, figures, histogram, legend;
+};
+
+Layout lay_out(const Outline& outline) {
+    ERMinimax2D box;
+    for (const Polygon& contour : outline.contours)
+        box.Update(contour);
+    const double bottom = SvgCanvas::height - 28.0;
+    if (box.ylength() > 0.55 * box.xlength()) {
+        constexpr double left = 742.0, wide = SvgCanvas::width - border - left;
+        return {{border, below_header, left - border - 36.0, bottom - below_header},
+                {left, below_header, wide, 236.0},
+                {left, below_header + 246.0, wide, 192.0},
+                {left, below_header + 458.0, wide, bottom - below_header - 458.0}};
+    }
+    const double wide = SvgCanvas::width - 2.0 * border;
+    const double needed = SectionDrawing::height_for(box, wide);
+    const double top = std::clamp(below_header + needed + 22.0, 444.0, 532.0);
+    const double high = bottom - top;
+    return {{border, below_header, wide, top - 22.0 - below_header},
+            {border, top, 270.0, high},
+            {border + 318.0, top, 420.0, high},
+            {border + 786.0, top, wide - 786.0, high}};
+}
+
+// The end of a long path, which tells more than its beginning.
+std::string shown_path(const std::string& path) {
+    constexpr std::size_t longest = 60;
+    const std::string text = terminal_text(path);
+    if (display_width(text) <= longest) return text;
+    std::size_t cut = text.size() - longest;
+    while (cut < text.size() && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80)
+        ++cut;
+    return "…" + text.substr(cut);
+}
+
+// A usual large deviation: of the rarest two in a hundred, but at least the tolerance where that is
+// of the same size.
+double reference_deviation(const std::vector<DeviationHistogram::Cell>& cells,
+                           const std::optional<Tolerance>& tolerance) {
+    double usual = std::max(std::fabs(DeviationHistogram::quantile(cells, 0.01)),
+                            std::fabs(DeviationHistogram::quantile(cells, 0.99)));
+    if (usual == 0.0) // all but a few are perfect
+        usual = std::max(std::fabs(cells.front().value), std::fabs(cells.back().value));
+    if (!tolerance) return usual;
+    const double limit = std::max(std::fabs(tolerance->lower), std::fabs(tolerance->upper));
+    return usual > 0.0 ? std::clamp(limit, usual, 3.0 * usual) : limit;
+}
+
+} // namespace
+
+SectionPicture::SectionPicture(const Outline& outline, const std::optional<Tolerance>& tolerance)
+    : outline_(outline), tolerance_(tolerance), envelope_(outline) {
+    notes_.has_tolerance = tolerance.has_value();
+}
+
+void SectionPicture::add(const SectionRow& row) {
+    const bool out = row.in_tolerance == false;
+    if (out) ++(row.deviation > tolerance_->upper ? notes_.above : notes_.below);
+    envelope_.add(row);
+    histogram_.add(row.deviation);
+    if (count_ < most_whiskers || out)
+        points_.push_back({row.id, row.comparison.foot, row.comparison.outward, row.deviation});
+    ++count_;
+    if (count_ > most_named) points_.back().id.clear();
+    if (count_ == most_named + 1)
+        for (DrawnPoint& point : points_)
+            point.id = {};
+    if (count_ == most_whiskers + 1)
+        std::erase_if(points_, [&](const DrawnPoint& point) {
+            return !tolerance_ || tolerance_->contains(point.deviation);
+        });
+}
+
+std::vector<SectionRow> SectionPicture::rows_to_name(const std::vector<SectionRow>& worst) const {
+    std::vector<SectionRow> rows;
+    for (const SectionRow& row : worst)
+        if (row.in_tolerance != true && row.deviation != 0.0) rows.push_back(row);
+    return rows;
+}
+
+void SectionPicture::draw_header(SvgCanvas& canvas, const SectionSummary& summary,
+                                 const std::string& nominal, const std::string& measured) const {
+    const std::string title = outline_.title.empty() ? "Section" : terminal_text(outline_.title);
+    canvas.text({border, 46.0}, clipped(title, 64), 20.0, SvgCanvas::Anchor::start,
+                "font-weight=\"bold\"");
+    canvas.text({border, 68.0}, shown_path(measured) + " against " + shown_path(nominal), 12.0,
+                SvgCanvas::Anchor::start, "fill=\"#52606d\"");
+    const std::uint64_t count = summary.deviations.count();
+    const std::uint64_t out = summary.out_of_tolerance;
+    const std::string verdict = !tolerance_ ? "No tolerance given"
+                                : out == 0  ? "All " + grouped(count, "\u2009") + " in tolerance"
+                                            : grouped(out, "\u2009") + " of " +
+                                                 grouped(count, "\u2009") + " out of tolerance";
+    const double wide = SvgCanvas::text_width(verdict, 13.0) + 36.0;
+    const CanvasBox box{SvgCanvas::width - border - wide, 28.0, wide, 28.0};
+    const bool filled = tolerance_ && out > 0;
+    canvas.box(box, filled ? "rx=\"4\" fill=\"#7f0014\""
+                           : "rx=\"4\" fill=\"#fff\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
+    canvas.text({box.left + wide / 2.0, 46.5}, verdict, 13.0, SvgCanvas::Anchor::middle,
+                filled ? "font-weight=\"bold\" fill=\"#fff\"" : "font-weight=\"bold\"");
+}
+
+std::string SectionPicture::svg(const SectionSummary& summary, const std::vector<SectionRow>& worst,
+                                const std::string& nominal, const std::string& measured) const {
+    const std::vector<DeviationHistogram::Cell> cells = histogram_.cells();
+    const double reference = reference_deviation(cells, tolerance_);
+    const DeviationScale scale(tolerance_, reference);
+    const double largest =
+        std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference});
+    const DeviationUnit unit(largest);
+
+    const Layout layout = lay_out(outline_);
+    SvgCanvas canvas(outline_.title.empty() ? "Section" : outline_.title,
+                     "Deviations of " + measured + " from " + nominal);
+    draw_header(canvas, summary, nominal, measured);
+
+    SectionDrawing drawing(canvas, layout.drawing, outline_, scale, tolerance_, reference);
+    LegendNotes notes = notes_;
+    notes.shows_envelope = count_ > most_whiskers;
+    drawing.draw_outline();
+    if (notes.shows_envelope) drawing.draw_envelope(envelope_);
+    drawing.draw_whiskers(points_, notes.shows_envelope);
+    drawing.draw_labels(rows_to_name(worst), tolerance_ ? 6 : 3, unit);
+    drawing.draw_bars();
+
+    notes.cut_whiskers = drawing.cut_whiskers();
+    notes.shows_band = drawing.shows_band();
+    draw_figures(canvas, layout.figures, summary, unit);
+    draw_histogram(canvas, layout.histogram, cells, scale, tolerance_.has_value(), unit);
+    draw_legend(canvas, layout.legend, scale, notes, unit);
+    return canvas.finish();
+}
+
+} // namespace velm::inspect

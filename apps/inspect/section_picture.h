@@ -1,0 +1,43 @@
+// section_picture.h: `SectionPicture`, the deviations of a section drawn for a report.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inspect/deviation_envelope.h"
+#include "inspect/deviation_histogram.h"
+#include "inspect/section_drawing.h"
+#include "inspect/section_panel.h"
+#include "inspect/section_result.h"
+
+namespace velm::inspect {
+
+/// Gathers the rows and draws them on one page of A4: up to 5,000 points each as a whisker, above
+/// that the envelope of the deviations along the outline and every point out of tolerance.
+class SectionPicture {
+public:
+    SectionPicture(const Outline& outline, const std::optional<Tolerance>& tolerance);
+    void add(const SectionRow& row);
+    /// The picture as SVG. `worst` are the rows to be named, the worst first.
+    std::string svg(const SectionSummary& summary, const std::vector<SectionRow>& worst,
+                    const std::string& nominal, const std::string& measured) const;
+
+private:
+    static constexpr std::size_t most_whiskers = 5000;
+    static constexpr std::size_t most_named = 1000;
+
+    void draw_header(SvgCanvas& canvas, const SectionSummary& summary, const std::string& nominal,
+                     const std::string& measured) const;
+    std::vector<SectionRow> rows_to_name(const std::vector<SectionRow>& worst) const;
+
+    const Outline& outline_;
+    std::optional<Tolerance> tolerance_;
+    std::size_t count_ = 0;
+    std::vector<DrawnPoint> points_;
+    DeviationEnvelope envelope_;
+    DeviationHistogram histogram_;
+    LegendNotes notes_;
+};
+
+} // namespace velm::inspect

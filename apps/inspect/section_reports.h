@@ -1,0 +1,41 @@
+// section_reports.h: the reports of a section that programs read, written row by row:
+// `SectionJson`, `SectionCsv`.
+#pragma once
+
+#include <string>
+
+#include "inspect/output_set.h"
+#include "inspect/section_result.h"
+
+namespace velm::inspect {
+
+/// {"velm":...,"command":"section",...,"points":[...],"summary":{...}}: ids are strings, doubles
+/// read back exactly, what a tolerance decides is null without one. The form is fixed.
+class SectionJson {
+public:
+    SectionJson(Output& output, const std::string& nominal, const std::string& measured,
+                const std::optional<Tolerance>& tolerance);
+    void add(const SectionRow& row);
+    void finish(const SectionSummary& summary);
+
+private:
+    Output& output_;
+    bool ascii_; // a terminal gets no byte that could steer it
+    std::string text_;
+    bool first_ = true;
+};
+
+/// A header and the same rows: id, measured_x, measured_y, foot_x, foot_y, contour, distance,
+/// deviation, in_tolerance (true, false or empty).
+class SectionCsv {
+public:
+    explicit SectionCsv(Output& output);
+    void add(const SectionRow& row);
+
+private:
+    Output& output_;
+    bool on_terminal_;
+    std::string text_;
+};
+
+} // namespace velm::inspect

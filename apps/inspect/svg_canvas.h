@@ -1,0 +1,59 @@
+// svg_canvas.h: `SvgCanvas`, the elements of an SVG picture written one after the other, and
+// `svg_number`.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace velm::inspect {
+
+struct CanvasPoint {
+    double x = 0.0, y = 0.0; ///< in picture units, y downwards
+};
+
+struct CanvasBox {
+    double left = 0.0, top = 0.0, width = 0.0, height = 0.0;
+    double right() const { return left + width; }
+    double bottom() const { return top + height; }
+    bool overlaps(const CanvasBox& other) const;
+    bool contains(const CanvasBox& other) const;
+};
+
+/// A length in the picture with one hundredth of a unit, without idle zeros.
+std::string svg_number(double value);
+
+/// "x y" for path data.
+std::string svg_point(const CanvasPoint& p);
+
+/// Gathers the elements of one picture of A4 in landscape, 1123 by 794 units. Texts are escaped
+/// here; attributes are the caller's own and must not hold text from files.
+class SvgCanvas {
+public:
+    static constexpr double width = 1123.0, height = 794.0;
+
+    enum class Anchor { start, middle, end };
+
+    SvgCanvas(std::string_view title, std::string_view description);
+
+    void open_group(std::string_view attributes);
+    void close_group();
+    void line(const CanvasPoint& a, const CanvasPoint& b, std::string_view attributes);
+    void box(const CanvasBox& box, std::string_view attributes);
+    void path(std::string_view data, std::string_view attributes);
+    /// Text with its base line at `p`.
+    void text(const CanvasPoint& p, std::string_view content, double size,
+              Anchor anchor = Anchor::start, std::string_view attributes = "");
+    /// Text as it is, for what the functions above don't offer.
+    void raw(std::string_view markup) { body_ += markup; }
+
+    /// The whole picture.
+    std::string finish() const;
+
+    /// About how wide a text of this size is.
+    static double text_width(std::string_view content, double size);
+
+private:
+    std::string body_;
+};
+
+} // namespace velm::inspect

@@ -1,0 +1,58 @@
+// text_source.h: `TextSource`, an input file read line by line in one pass.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velm::inspect {
+
+/// Hands out the lines of a text, ended by LF, CR LF or CR; a UTF-8 byte-order mark at the start is
+/// dropped. Holds one block at a time, whatever the size of the file. Binary content (a zero byte,
+/// UTF-16) and lines above `longest_line` are refused as input that can't be understood.
+class TextSource {
+public:
+    static constexpr std::size_t longest_line = std::size_t{1} << 20;
+
+    /// Opens a file, or stdin for "-". Throws `Failure` (file) when it can't be opened.
+    explicit TextSource(const std::string& path);
+    /// Reads from memory, which must outlive the source.
+    TextSource(std::string name, std::string_view text);
+
+    /// The next line without its end; false behind the last one. The view holds until the next
+    /// call. Throws `Failure` (file) when reading fails, (input) on binary content.
+    bool next_line(std::string_view& line);
+
+    const std::string& name() const { return name_; }
+    /// The number of the line handed out last, from 1; 0 before the first.
+    std::size_t line_number() const { return line_number_; }
+    std::uint64_t bytes_read() const { return bytes_read_; }
+    /// The size of the file in bytes, 0 where it is not known (a pipe).
+    std::uint64_t size() const { return size_; }
+
+    /// Throws `Failure` (input): "name, line n: why".
+    [[noreturn]] void refuse(const std::string& why) const { refuse_at(line_number_, why); }
+    [[noreturn]] void refuse_at(std::size_t line, const std::string& why) const;
+    /// Throws `Failure` (input) about the whole file: "name: why".
+    [[noreturn]] void refuse_whole(const std::string& why) const;
+
+private:
+    bool fill();
+    void check_block(std::size_t from);
+
+    std::string name_;
+    std::function<std::size_t(char*, std::size_t)> read_;
+    std::vector<char> buffer_;
+    std::size_t begin_ = 0, end_ = 0; // what of the buffer is not handed out yet
+    bool at_end_ = false;
+    bool skip_line_feed_ = false; // the last line ended in CR at the end of a block
+    std::size_t line_number_ = 0;
+    std::uint64_t bytes_read_ = 0;
+    std::uint64_t size_ = 0;
+};
+
+} // namespace velm::inspect
