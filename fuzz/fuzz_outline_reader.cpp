@@ -1,0 +1,33 @@
+// Any bytes as a nominal outline, in every form: it is read or refused, and what is read can be
+// compared with.
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "inspect/failure.h"
+#include "inspect/outline_reader.h"
+#include "inspect/profile.h"
+
+using namespace velm::inspect;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    for (const OutlineForm form :
+         {OutlineForm::automatic, OutlineForm::contours, OutlineForm::round, OutlineForm::runs}) {
+        try {
+            TextSource source("fuzz", text);
+            const Outline outline = read_outline(source, form);
+            const Profile profile(outline);
+            for (const Polygon& contour : outline.contours) {
+                if (contour.size() < 3) std::abort();
+                const ERPoint2D p = (contour[0] + contour[1]) * 0.5;
+                if (profile.is_comparable(p) && !std::isfinite(profile.compare(p).distance))
+                    std::abort();
+            }
+        } catch (const Failure& failure) {
+            if (failure.code() != ExitCode::input) std::abort();
+        }
+    }
+    return 0;
+}

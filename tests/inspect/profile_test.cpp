@@ -1,0 +1,159 @@
+// Points against outlines: the index against a scan of all edges, signs at corners, extreme sizes.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+
+#include "inspect/profile.h"
+#include "inspect/statistics.h"
+#include "support/random.h"
+#include "velm/planar/point_in_polygon.h"
+#include "velm/planar/polygon_measures.h"
+
+namespace velm::inspect {
+namespace {
+
+Outline outline_of(std::initializer_list<Polygon> contours) {
+    Outline outline;
+    outline.contours = contours;
+    return outline;
+}
+
+// A star whose radius wanders, with runs of vertices on a lattice so that ties happen.
+Polygon random_star(velm_test::Random& random, int count, double size, bool on_lattice) {
+    Polygon star(count);
+    for (int i = 0; i < count; ++i) {
+        const double angle = 2.0 * std::numbers::pi * i / count;
+        const double radius = size * random.uniform(0.4, 1.0);
+        ERPoint2D p(radius * std::cos(angle), radius * std::sin(angle));
+        if (on_lattice) p = ERPoint2D(std::round(p.x()), std::round(p.y()));
+        star[i] = p;
+    }
+    return star;
+}
+
+NearestEdge scan(const Polygon& polygon, const ERPoint2D& p) {
+    NearestEdge best{std::numeric_limits<double>::infinity(), {}};
+    for (int i = 0; i < polygon.size(); ++i) {
+        const ERPoint2D a = polygon[i], b = polygon[(i + 1) % polygon.size()];
+        const ERVector2D along(a, b);
+        const double length2 = along.norme2();
+        double t = length2 > 0.0 ? ERVector2D(a, p) * along / length2 : 0.0;
+        t = t < 0.0 ? 0.0 : t > 1.0 ? 1.0 : t;
+        const ERPoint2D foot = t == 1.0 ? b : a + along * t;
+        const double d2 = ERVector2D(foot, p).norme2();
+        if (d2 < best.squared_distance) best = {d2, foot, t, 0, i};
+    }
+    return best;
+}
+
+TEST(EdgeTree, GivesTheAnswersOfAScanTiesIncluded) {
+    velm_test::Random random(71);
+    for (int round = 0; round < 60; ++round) {
+        const bool on_lattice = round % 2 == 0;
+        const Polygon star = random_star(random, 3 + random.below(300), 20.0, on_lattice);
+        const EdgeTree tree(star);
+        std::vector<ERPoint2D> chain;
+        for (int k = 0; k < 200; ++k) {
+            ERPoint2D p(random.uniform(-25.0, 25.0), random.uniform(-25.0, 25.0));
+            if (on_lattice) p = ERPoint2D(std::round(p.x()), std::round(p.y()));
+            if (k % 10 == 0) p = star[random.below(star.size())];
+            const NearestEdge expected = scan(star, p);
+            NearestEdge found{std::numeric_limits<double>::infinity(), {}};
+            tree.find_nearest(p, 0, found);
+            ASSERT_EQ(found.edge, expected.edge) << "round " << round << ", point " << p;
+            ASSERT_EQ(found.squared_distance, expected.squared_distance);
+            ASSERT_EQ(found.foot, expected.foot);
+            tree.reduce_for_inside(p, chain);
+            const relpos whole = Inside(p, star);
+            const relpos reduced = Inside(p, chain.data(), static_cast<int>(chain.size()), -1);
+            ASSERT_EQ(reduced, whole) << "round " << round << ", point " << p;
+        }
+    }
+}
+
+TEST(Profile, TheSignDoesNotDependOnTheTurningOfContours) {
+    const Polygon outer{{0, 0}, {10, 0}, {10, 10}, {0, 10}}, hole{{4, 4}, {6, 4}, {6, 6}, {4, 6}};
+    struct Case {
+        ERPoint2D p;
+        double distance;
+        int contour;
+        ERVector2D outward;
+    };
+    const Case cases[] = {{{5, -2}, 2, 0, {0, -1}},     {{5, 1}, -1, 0, {0, -1}},
+                          {{13, 14}, 5, 0, {0.6, 0.8}}, {{5, 4.5}, 0.5, 1, {0, 1}},
+                          {{5, 3.5}, -0.5, 1, {0, 1}},  {{3, 3}, -std::sqrt(2.0), 1, {}},
+                          {{5, 0}, 0, 0, {0, -1}},      {{4, 5}, 0, 1, {1, 0}}};
+    for (int turned = 0; turned < 4; ++turned) {
+        Polygon a = outer, b = hole;
+        if (turned & 1) ReversePolygoneKeepFirstPoint(a);
+        if (turned & 2) ReversePolygoneKeepFirstPoint(b);
+        const Profile profile(outline_of({a, b}));
+        for (const Case& c : cases) {
+            const Comparison found = profile.compare(c.p);
+            EXPECT_DOUBLE_EQ(found.distance, c.distance) << c.p;
+            EXPECT_FALSE(std::signbit(found.distance) && found.distance == 0.0);
+            EXPECT_EQ(found.contour, c.contour) << c.p;
+            if (c.outward.norme() == 0.0) continue;
+            EXPECT_LT((found.outward - c.outward).norme(), 1e-15) << c.p;
+        }
+    }
+}
+
+// Where Inside says edge, within its tolerance, the side of the nearest edge decides. A part of
+// some micrometres in metres lies within that tolerance as a whole, corners included.
+TEST(Profile, WithinTheToleranceOfInsideTheNearestEdgesDecide) {
+    // An L with a sharp horn: convex corners and one concave corner at (1, 1).
+    const Polygon shape{{0, 0}, {3, 0}, {3, 1}, {1, 1}, {1, 3}, {0.5, 9}, {0, 3}};
+    const auto scaled = [&](double scale, const ERPoint2D& shift) {
+        Polygon polygon = shape;
+        for (ERPoint2D& v : polygon)
+            v = v * scale + shift;
+        return polygon;
+    };
+    const Profile model(outline_of({shape}));
+    velm_test::Random random(5);
+    for (const double scale : {1e-6, 1e-9, 1e-120, 1e14, 1e290}) {
+        const Profile profile(outline_of({scaled(scale, {})}));
+        for (int k = 0; k < 2000; ++k) {
+            ERPoint2D p(random.uniform(-1.0, 4.0), random.uniform(-1.0, 10.0));
+            if (k % 4 == 0) { // beside a corner
+                const double angle = random.uniform(0.0, 6.2831853);
+                p = shape[random.below(shape.size())] +
+                    ERVector2D(std::cos(angle), std::sin(angle)) * 0.05;
+            }
+            const Comparison expected = model.compare(p);
+            if (std::fabs(expected.distance) < 1e-9) continue;
+            const Comparison found = profile.compare(p * scale);
+            ASSERT_NEAR(found.distance / scale, expected.distance, 1e-12)
+                << p << " times " << scale;
+        }
+    }
+    // Far from the origin the turning of a small contour is still told.
+    const ERPoint2D far(1e6, -1e6);
+    const Profile shifted(outline_of({scaled(1e-3, far)}));
+    EXPECT_GT(shifted.compare(far + ERVector2D(-1e-4, 1e-3)).distance, 0.0);
+    EXPECT_LT(shifted.compare(far + ERVector2D(1e-4, 1e-3)).distance, 0.0);
+}
+
+TEST(RunningStatistics, AreStableFarFromZero) {
+    RunningStatistics statistics;
+    velm_test::Random random(11);
+    long double sum = 0.0L, squares = 0.0L;
+    std::vector<double> values;
+    for (int i = 0; i < 10000; ++i) {
+        values.push_back(1e9 + random.uniform(-1.0, 1.0));
+        statistics.add(values.back());
+        sum += values.back();
+    }
+    const long double mean = sum / 10000.0L;
+    for (const double value : values)
+        squares += (value - mean) * (value - mean);
+    const double deviation = static_cast<double>(std::sqrt(squares / 9999.0L));
+    EXPECT_NEAR(statistics.standard_deviation(), deviation, 1e-6 * deviation);
+    EXPECT_NEAR(statistics.mean(), static_cast<double>(mean), 1e-14 * 1e9);
+}
+
+} // namespace
+} // namespace velm::inspect
