@@ -57,10 +57,8 @@ private:
     IsvElementIterator<Node> at_;
 };
 
-/// What the two lists share: it owns its nodes, copies are deep. Indices are not checked.
-///
-/// When the pool has no memory for a node, nothing is put in: `append` and its like then give 0,
-/// otherwise 1.
+/// What the two lists share: it owns its nodes, copies are deep. Indices are not checked. Without
+/// memory for a node nothing is put in and std::bad_alloc thrown.
 template <class Node>
 class NodeDlist : protected ERTIsvDlist<Node> {
     using List = ERTIsvDlist<Node>;
@@ -109,11 +107,11 @@ public:
     Value& operator[](int i) { return at(i); }
     const Value& operator[](int i) const { return at(i); }
 
-    int append(const Value& value) { return put(List::entries(), value); }
-    int insert(const Value& value) { return append(value); }
-    int prepend(const Value& value) { return put(0, value); }
+    void append(const Value& value) { List::append(new Node(value)); }
+    void insert(const Value& value) { append(value); }
+    void prepend(const Value& value) { List::prepend(new Node(value)); }
     /// Puts `value` at the index i, 0 <= i <= entries().
-    int insertAt(int i, const Value& value) { return put(i, value); }
+    void insertAt(int i, const Value& value) { List::insertAt(i, new Node(value)); }
 
     /// Take the element out and return it; the list has one there.
     Value get() { return release(List::get()); }
@@ -176,10 +174,6 @@ protected:
         assert(found != nullptr);
         return found;
     }
-    int put(int i, const Value& value) {
-        Node* const made = new Node(value);
-        return made != nullptr && List::insertAt(i, made) != nullptr;
-    }
     static Value release(Node* taken) {
         assert(taken != nullptr);
         Value value = std::move(taken->value);
@@ -224,11 +218,8 @@ public:
         assert(isActive());
         return Cursor::key()->value;
     }
-    /// Puts `value` behind the cursor; 1, or 0 without memory.
-    int insertAfterPoint(const Value& value) {
-        Node* const made = new Node(value);
-        return made != nullptr && Cursor::insertAfterPoint(made) != nullptr;
-    }
+    /// Puts `value` behind the cursor.
+    void insertAfterPoint(const Value& value) { Cursor::insertAfterPoint(new Node(value)); }
     /// Takes the element under the cursor out: 1 when there was one. The cursor falls back by one.
     int remove() {
         Node* const gone = Cursor::remove();

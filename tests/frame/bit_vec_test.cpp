@@ -1,0 +1,159 @@
+#include "velm/frame/bit_vec.h"
+
+#include "support/memory_file.h"
+#include "support/random.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <vector>
+
+namespace {
+
+using velm_test::MemoryFile;
+using velm_test::Random;
+using Model = std::vector<bool>;
+
+ERBitVec made_of(const Model& model, bool dirty_end = false) {
+    ERBitVec bits(static_cast<int>(model.size()), dirty_end);
+    for (std::size_t i = 0; i < model.size(); ++i)
+        bits[static_cast<int>(i)] = model[i];
+    return bits;
+}
+Model model_of(const ERBitVec& bits) {
+    Model model;
+    for (int i = 0; i < bits.length(); ++i)
+        model.push_back(bits.testBit(i));
+    return model;
+}
+int first(const Model& model, bool wanted) {
+    const auto found = std::find(model.begin(), model.end(), wanted);
+    return found == model.end() ? -1 : static_cast<int>(found - model.begin());
+}
+/// Bit by bit: eight bits make a byte, the last one padded with zeros.
+unsigned int hash_of(const Model& model) {
+    std::uint32_t h = static_cast<std::uint32_t>(model.size());
+    for (std::size_t i = 0; i < model.size(); i += 8) {
+        std::uint32_t byte = 0;
+        for (std::size_t k = i; k < std::min(i + 8, model.size()); ++k)
+            byte |= (model[k] ? 1u : 0u) << (k - i);
+        h = ((h << 5) | (h >> 27)) ^ byte;
+    }
+    return h;
+}
+
+TEST(BitVec, FollowsAModel) {
+    Random random(1521);
+    for (int round = 0; round < 3000; ++round) {
+        Model a(static_cast<std::size_t>(random.below(70))),
+            b(static_cast<std::size_t>(random.below(70)));
+        const int rarity = 1 + random.below(30);
+        for (std::size_t i = 0; i < a.size(); ++i)
+            a[i] = random.below(rarity) == 0;
+        for (std::size_t i = 0; i < b.size(); ++i)
+            b[i] = random.below(2) == 0;
+        const ERBitVec va = made_of(a, round % 2), vb = made_of(b, round % 3 == 0);
+        ASSERT_EQ(model_of(va), a);
+        ASSERT_EQ(va, made_of(a, round % 2 == 0)) << "what lies beyond the end decides nothing";
+        ASSERT_EQ(va == vb, a == b);
+        ASSERT_EQ(va.hash(), hash_of(a));
+        ASSERT_EQ(va.firstTrue(), first(a, true));
+        ASSERT_EQ(va.firstFalse(), first(a, false));
+        ASSERT_EQ(va == 0, first(a, true) < 0);
+        ASSERT_EQ(va == 1, first(a, false) < 0);
+
+        Model both(a), either(a), one(a), turned(a), resized(a);
+        for (std::size_t i = 0; i < a.size(); ++i) {
+            const bool other = i < b.size() && b[i];
+            both[i] = a[i] && other;
+            either[i] = a[i] || other;
+            one[i] = a[i] != other;
+        }
+        turned.flip();
+        resized.resize(b.size());
+        ERBitVec v = va;
+        v.resize(vb.length());
+        ASSERT_EQ(model_of(v), resized);
+        ASSERT_EQ(model_of(va & vb), both);
+        ASSERT_EQ(model_of(va | vb), either);
+        ASSERT_EQ(model_of(va ^ vb), one);
+        ASSERT_EQ(model_of(!va), turned);
+
+        MemoryFile file;
+        va.saveOn(file);
+        ASSERT_EQ(file.bytes.size(), va.binaryStoreSize());
+        file.SeekToBegin();
+        ERBitVec read(3, 1);
+        ASSERT_EQ(read.restoreFrom(file), 1);
+        ASSERT_EQ(read, va);
+
+        std::stringstream text;
+        text << va << "next";
+        ASSERT_TRUE(text >> read);
+        ASSERT_EQ(read, va);
+        std::string rest;
+        text >> rest;
+        ASSERT_EQ(rest, "next");
+    }
+}
+
+TEST(BitVec, SingleBits) {
+    ERBitVec bits(9);
+    EXPECT_EQ(bits.nbytes(), 2);
+    EXPECT_EQ(bits.nfull(), 1);
+    bits.setBit(8);
+    EXPECT_EQ(bits.firstTrue(), 8);
+    bits[1] |= 1;
+    bits[8] &= 0;
+    bits[2] ^= 2;
+    bits[3] = bits[2];
+    EXPECT_EQ(bits.data()[0], 0b1110);
+    bits = 1;
+    EXPECT_TRUE(bits == 7);
+    const unsigned char bytes[] = {0x05, 0xFF};
+    EXPECT_EQ(ERBitVec(bytes, 9).hash(), (((9u << 5) ^ 5u) << 5) ^ 1u);
+    EXPECT_EQ(erFirstTrue(bytes, 0), -1);
+    EXPECT_EQ(erFirstTrue(nullptr, -8), -1);
+    unsigned char combined[] = {0x0F, 0x3C};
+    ERand(combined, bytes, 2);
+    ERor(combined, bytes, 1);
+    ERxor(combined, bytes, 2);
+    EXPECT_EQ(combined[0], 0x00);
+    EXPECT_EQ(combined[1], 0xC3);
+}
+
+TEST(BitVec, TextAndBytesAreFixed) {
+    const auto text = [](const ERBitVec& bits) {
+        std::ostringstream out;
+        bits.printOn(out);
+        return out.str();
+    };
+    EXPECT_EQ(text(ERBitVec()), "[\n  \n]");
+    ERBitVec bits(27);
+    bits.setBit(0);
+    bits.setBit(25);
+    EXPECT_EQ(text(bits), "[\n  1 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 \n  1 0 \n]");
+
+    MemoryFile file;
+    file << ERBitVec(9, 1);
+    EXPECT_EQ(file.bytes, std::string("\x09\0\0\0\xFF\xFF", 6));
+
+    for (const char* other : {"", "1 0]", "[1 2]", "[1 0"}) {
+        std::istringstream in(other);
+        EXPECT_FALSE(in >> bits) << other;
+        EXPECT_EQ(bits.length(), 27);
+    }
+}
+
+TEST(BitVec, DamagedRecordsLeaveItAsItIs) {
+    using namespace std::string_literals;
+    for (const std::string& record :
+         {""s, "\x09\0\0"s, "\xFF\xFF\xFF\xFF"s, "\xFF\xFF\xFF\x7F\1"s, "\x11\0\0\0\1\1"s}) {
+        MemoryFile file(record);
+        ERBitVec bits(5, 1);
+        EXPECT_EQ(bits.restoreFrom(file), 0);
+        EXPECT_EQ(bits, ERBitVec(5, 1));
+    }
+}
+
+} // namespace

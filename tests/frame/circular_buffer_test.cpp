@@ -1,0 +1,79 @@
+#include "velm/frame/circular_buffer.h"
+
+#include "support/random.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <string>
+
+namespace {
+
+using velm_test::Random;
+
+TEST(CircularBuffer, FollowsAQueueThatForgetsWhenFull) {
+    Random random(1531);
+    for (int size : {2, 3, 7, 64}) {
+        ER_CirBuf buffer(size);
+        std::deque<unsigned char> queue;
+        const auto put = [&](char c) {
+            if (static_cast<int>(queue.size()) == size - 1) queue.clear();
+            queue.push_back(static_cast<unsigned char>(c));
+        };
+        for (int step = 0; step < 3000; ++step) {
+            const int n = random.below(static_cast<int>(queue.size()) + 1);
+            switch (random.below(4)) {
+            case 0: {
+                const std::string text(static_cast<std::size_t>(random.below(size)),
+                                       static_cast<char>(1 + random.below(255)));
+                buffer.Put(text.c_str(), random.below(2) ? -1 : static_cast<int>(text.size()));
+                for (char c : text)
+                    put(c);
+                break;
+            }
+            case 1:
+                buffer.Put(static_cast<char>(step)), put(static_cast<char>(step));
+                break;
+            case 2:
+                ASSERT_EQ(buffer.Get(), queue.empty() ? 255 : queue.front());
+                if (!queue.empty()) queue.pop_front();
+                break;
+            default:
+                buffer.Consomme(n), queue.erase(queue.begin(), queue.begin() + n);
+            }
+            ASSERT_EQ(buffer.entries(), static_cast<int>(queue.size()));
+            for (int i = -1; i <= size; ++i) {
+                const bool held = 0 <= i && i < buffer.entries();
+                ASSERT_EQ(buffer[i], held ? queue[static_cast<std::size_t>(i)] : 255);
+            }
+        }
+        EXPECT_EQ(buffer.GetTaille(), size);
+    }
+}
+
+TEST(CircularBuffer, DroppingTooMuchLeavesANegativeCount) {
+    ER_CirBuf buffer(8);
+    buffer.Put("abc", -1);
+    buffer.Consomme(5);
+    EXPECT_EQ(buffer.entries(), -2);
+    EXPECT_EQ(buffer[0], 255);
+    buffer.Put("xyz", 3);
+    EXPECT_EQ(buffer.entries(), 1);
+    EXPECT_EQ(buffer.Get(), 'x');
+    EXPECT_EQ(buffer.Get(), 255);
+}
+
+TEST(CircularBuffer, ADerivedClassMayDrainItInstead) {
+    struct Drained : ER_CirBuf {
+        using ER_CirBuf::ER_CirBuf;
+        void RAZ() override { out += static_cast<char>(Get()); }
+        std::string out;
+    };
+    Drained buffer(4);
+    buffer.Put("abcdefg", -1);
+    EXPECT_EQ(buffer.out, "abcd");
+    EXPECT_EQ(buffer.entries(), 3);
+    EXPECT_EQ(buffer[0], 'e');
+}
+
+} // namespace

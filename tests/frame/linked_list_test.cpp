@@ -1,0 +1,261 @@
+// The intrusive lists and the lists of values and pointers, against a std::vector that holds the
+// same elements.
+#include "support/random.h"
+#include "velm/frame/isv_slist.h"
+#include "velm/frame/val_dlist.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace {
+
+using velm_test::Random;
+
+struct SingleElement : ERIsvSlink {};
+struct DoubleElement : ERIsvDlink {};
+
+template <class L, class I, class E>
+struct Kind {
+    using List = L;
+    using Iterator = I;
+    using Element = E;
+};
+
+template <class K>
+class IntrusiveList : public testing::Test {
+protected:
+    using Element = typename K::Element;
+    using Link = std::remove_pointer_t<decltype(typename K::List().first())>;
+
+    void expect_same() {
+        ASSERT_EQ(list.entries(), static_cast<int>(model.size()));
+        ASSERT_EQ(list.isEmpty(), model.empty());
+        ASSERT_EQ(list.first(), model.empty() ? nullptr : model.front());
+        ASSERT_EQ(list.last(), model.empty() ? nullptr : model.back());
+        const auto* link = list.head_sentinel()->next;
+        for (Link* expected : model) {
+            ASSERT_EQ(link, expected);
+            link = link->next;
+        }
+        ASSERT_EQ(link, list.tail_sentinel());
+    }
+    int place_of(const Link* link) {
+        return static_cast<int>(std::find(model.begin(), model.end(), link) - model.begin());
+    }
+    auto at(int i) { return model.begin() + i; }
+
+    typename K::List list;
+    std::vector<Link*> model;
+};
+
+using Kinds = testing::Types<
+    Kind<ERIsvSlist, ERIsvSlistIterator, SingleElement>,
+    Kind<ERIsvDlist, ERIsvDlistIterator, DoubleElement>,
+    Kind<ERTIsvDlist<DoubleElement>, ERTIsvDlistIterator<DoubleElement>, DoubleElement>>;
+TYPED_TEST_SUITE(IntrusiveList, Kinds);
+
+TYPED_TEST(IntrusiveList, FollowsAModelOverRandomOperations) {
+    Random random(1501);
+    std::vector<typename TypeParam::Element> elements(40);
+    auto& l = this->list;
+    auto& m = this->model;
+    for (int step = 0; step < 20000; ++step) {
+        auto* const element = &elements[static_cast<std::size_t>(random.below(40))];
+        const int n = l.entries();
+        const int i = random.below(n + 1);
+        const bool present = this->place_of(element) < n;
+        ASSERT_EQ(l.occurrencesOfReference(element), present);
+        if (random.below(3 + n / 4) < 2 && !present) {
+            switch (random.below(4)) {
+            case 0:
+                l.append(element), m.push_back(element);
+                break;
+            case 1:
+                l.prepend(element), m.insert(m.begin(), element);
+                break;
+            case 2:
+                l.insertAt(i, element), m.insert(this->at(i), element);
+                break;
+            default:
+                if (n == 0) break;
+                const int after = random.below(n);
+                l.insertAfterLink(l.at(after), element);
+                m.insert(this->at(after + 1), element);
+            }
+        } else {
+            switch (random.below(4)) {
+            case 0:
+                ASSERT_EQ(l.get(), n ? m.front() : nullptr);
+                if (n) m.erase(m.begin());
+                break;
+            case 1:
+                ASSERT_EQ(l.removeLast(), n ? m.back() : nullptr);
+                if (n) m.pop_back();
+                break;
+            case 2:
+                ASSERT_EQ(l.removeAt(i), i < n ? m[static_cast<std::size_t>(i)] : nullptr);
+                if (i < n) m.erase(this->at(i));
+                break;
+            default:
+                ASSERT_EQ(l.removeReference(element), present ? element : nullptr);
+                if (present) m.erase(this->at(this->place_of(element)));
+            }
+        }
+        ASSERT_NO_FATAL_FAILURE(this->expect_same()) << "step " << step;
+    }
+    l.clear();
+    EXPECT_EQ(l.at(0), nullptr);
+    EXPECT_EQ(l.at(-1), nullptr);
+}
+
+TYPED_TEST(IntrusiveList, IteratorWalksInsertsAndRemoves) {
+    std::vector<typename TypeParam::Element> elements(6);
+    for (int i = 0; i < 4; ++i)
+        this->list.append(&elements[static_cast<std::size_t>(i)]);
+    typename TypeParam::Iterator at(this->list);
+    EXPECT_FALSE(at.isActive());
+    EXPECT_EQ(at.key(), nullptr);
+    EXPECT_EQ(at.remove(), nullptr);
+
+    std::size_t seen = 0;
+    while (++at) {
+        EXPECT_EQ(at.key(), &elements[seen]);
+        EXPECT_EQ(at.atFirst(), seen == 0);
+        EXPECT_EQ(at.atLast(), seen == 3);
+        ++seen;
+    }
+    EXPECT_EQ(seen, 4u);
+    EXPECT_EQ(++at, 0) << "it stays behind the end";
+    at.insertAfterPoint(&elements[4]); // so that is the list's end
+    EXPECT_EQ(this->list.last(), &elements[4]);
+
+    at.reset();
+    at.insertAfterPoint(&elements[5]); // before the first
+    EXPECT_EQ(this->list.first(), &elements[5]);
+    at.toLast();
+    EXPECT_TRUE(at.atLast());
+    at.toFirst();
+    EXPECT_EQ(at.advance(), &elements[0]);
+    EXPECT_EQ(at.remove(), &elements[0]);
+    EXPECT_EQ(at.key(), &elements[5]);
+    EXPECT_EQ(at.advance(), &elements[1]) << "the walk goes on with the next one";
+    EXPECT_EQ(this->list.entries(), 5);
+
+    typename TypeParam::List empty;
+    at.reset(empty);
+    at.toLast();
+    EXPECT_FALSE(at.isActive());
+    EXPECT_FALSE(++at);
+}
+
+TEST(DoublyLinkedIterator, GoesBackAndByNumbers) {
+    DoubleElement elements[5];
+    ERIsvDlist list;
+    for (DoubleElement& element : elements)
+        list.append(&element);
+    ERIsvDlistIterator at(list);
+    EXPECT_EQ(at += 3, 1);
+    EXPECT_EQ(at.key(), &elements[2]);
+    EXPECT_EQ(at -= 1, 1);
+    EXPECT_EQ(--at, 1);
+    EXPECT_TRUE(at.atFirst());
+    EXPECT_EQ(--at, 0);
+    EXPECT_EQ(at += 100, 0);
+    EXPECT_EQ(at.backup(), &elements[4]);
+}
+
+TEST(SinglyLinkedList, FindsTheElementBefore) {
+    SingleElement elements[3];
+    ERIsvSlist list;
+    list.append(&elements[0]);
+    list.append(&elements[1]);
+    EXPECT_EQ(list.findLeftIsv(&elements[0]), list.head_sentinel());
+    EXPECT_EQ(list.findLeftIsv(&elements[1]), &elements[0]);
+    EXPECT_EQ(list.findLeftIsv(&elements[2]), nullptr);
+}
+
+int place_of(const std::string& value, const std::vector<std::string>& model) {
+    const auto found = std::find(model.begin(), model.end(), value);
+    return found == model.end() ? -1 : static_cast<int>(found - model.begin());
+}
+
+TEST(ValueList, FollowsAModelOverRandomOperations) {
+    Random random(1502);
+    ERTValDlist<std::string> list;
+    std::vector<std::string> model;
+    for (int step = 0; step < 20000; ++step) {
+        const std::string value = std::to_string(random.below(9)) + std::string(20, '.');
+        const int n = list.entries();
+        const int i = random.below(n + 1);
+        switch (random.below(n < 20 ? 8 : 11)) {
+        case 0:
+        case 1:
+            list.append(value), model.push_back(value);
+            break;
+        case 2:
+            list.prepend(value), model.insert(model.begin(), value);
+            break;
+        case 3:
+            list.insertAt(i, value), model.insert(model.begin() + i, value);
+            break;
+        case 4:
+            ASSERT_EQ(list.index(value), place_of(value, model));
+            ASSERT_EQ(list.occurrencesOf(value), std::count(model.begin(), model.end(), value));
+            break;
+        case 5:
+            if (i == n) break;
+            ASSERT_EQ(list.removeAt(i), model[static_cast<std::size_t>(i)]);
+            model.erase(model.begin() + i);
+            break;
+        case 6: { // through a cursor, on a copy that must not touch the original
+            ERTValDlist<std::string> copy(list);
+            for (ERTValDlistIterator<std::string> at(copy); ++at;) {
+                if (at.key() == value)
+                    at.remove();
+                else
+                    at.insertAfterPoint(value), ++at;
+            }
+            ASSERT_EQ(copy.occurrencesOf(value), n - list.occurrencesOf(value));
+            break;
+        }
+        case 7: { // assignment, and away from what was moved
+            ERTValDlist<std::string> other{"gone"};
+            other = std::move(list);
+            list.append("x");
+            list = other;
+            break;
+        }
+        case 8:
+            ASSERT_EQ(list.get(), model.front());
+            model.erase(model.begin());
+            break;
+        case 9:
+            ASSERT_EQ(list.removeLast(), model.back());
+            model.pop_back();
+            break;
+        default: // the value to go may stand in the list itself
+            ASSERT_EQ(list.removeAll(list.first()),
+                      static_cast<int>(std::erase(model, std::string(model.front()))));
+        }
+        ASSERT_TRUE(std::equal(list.begin(), list.end(), model.begin(), model.end()))
+            << "step " << step;
+        ASSERT_EQ(list.entries(), static_cast<int>(model.size()));
+    }
+}
+
+TEST(PointerList, ComparesAddressesAndOwnsNothing) {
+    int a = 1, b = 1;
+    ERTPtrDlist<int> list;
+    EXPECT_EQ(list.first(), nullptr);
+    list.append(&a);
+    list.append(&b);
+    EXPECT_EQ(list.index(&b), 1);
+    EXPECT_EQ(list.remove(&b), 1);
+    EXPECT_EQ(list.contains(&b), 0);
+    EXPECT_EQ(list.last(), &a);
+}
+
+} // namespace

@@ -1,0 +1,222 @@
+// The vectors of pointers and values, and the hash dictionary.
+#include "support/random.h"
+#include "velm/frame/typed_ptr_vector.h"
+#include "velm/frame/val_hash_dictionary.h"
+#include "velm/frame/val_vector.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using velm_test::Random;
+
+TEST(PtrVector, ReshapesAndResizes) {
+    int x[3];
+    ERPtrVector v(2, &x[0]);
+    v[1] = &x[1];
+    void* const* const before = v.data();
+    v.resize(2);
+    EXPECT_EQ(v.data(), before) << "the same length changes nothing";
+    v.resize(4);
+    EXPECT_EQ(v[0], &x[0]);
+    EXPECT_EQ(v[1], &x[1]);
+    EXPECT_EQ(v[2], nullptr);
+    EXPECT_EQ(v[3], nullptr);
+    const ERPtrVector copy(v);
+    v = &x[2];
+    EXPECT_EQ(std::count(v.begin(), v.end(), &x[2]), 4);
+    EXPECT_EQ(copy[0], &x[0]);
+    v.reshape(0);
+    EXPECT_EQ(v.data(), nullptr);
+    EXPECT_EQ(ERPtrVector(-3).length(), 0);
+    v = copy;
+    EXPECT_EQ(v, copy);
+}
+
+TEST(OrderedPtrVector, FollowsAModel) {
+    Random random(1511);
+    int x[10];
+    ERTPtrOrderedVector<const int> v(2);
+    std::vector<const int*> model;
+    for (int step = 0; step < 5000; ++step) {
+        const int i = random.below(v.entries() + 1);
+        const int* const element = &x[random.below(10)];
+        if (random.below(200) > v.entries()) {
+            v.insertAt(i, element);
+            model.insert(model.begin() + i, element);
+        } else if (i < v.entries()) {
+            ASSERT_EQ(v.removeAt(i), model[static_cast<std::size_t>(i)]);
+            model.erase(model.begin() + i);
+        }
+        ASSERT_TRUE(std::equal(v.begin(), v.end(), model.begin(), model.end()));
+    }
+    v.resize(3);
+    EXPECT_EQ(v.entries(), 3);
+    EXPECT_EQ(v.last(), model[2]);
+}
+
+TEST(SortedPtrVector, KeepsTheOrderOfInsertionAmongEquals) {
+    struct Entry {
+        int parameter, order;
+        bool operator<(const Entry& other) const { return parameter < other.parameter; }
+    };
+    Random random(1512);
+    std::vector<Entry> entries(300);
+    ERTPtrSortedVector<Entry> v;
+    for (int i = 0; i < 300; ++i) {
+        entries[static_cast<std::size_t>(i)] = {random.below(40), i};
+        v.insert(&entries[static_cast<std::size_t>(i)]);
+    }
+    EXPECT_EQ(v.length(), 320) << "it grows by 64 slots";
+    std::vector<Entry> wanted(entries);
+    std::stable_sort(wanted.begin(), wanted.end());
+    EXPECT_TRUE(std::equal(v.begin(), v.end(), wanted.begin(), wanted.end(),
+                           [](const Entry* a, const Entry& b) { return a->order == b.order; }));
+}
+
+TEST(OrderedValVector, FollowsAModel) {
+    Random random(1513);
+    ERTValOrderedVector<std::string> v(1);
+    std::vector<std::string> model;
+    for (int step = 0; step < 5000; ++step) {
+        const int i = random.below(v.entries() + 1);
+        if (random.below(300) > v.entries()) {
+            // Often one of its own, which must outlive the growth.
+            const std::string fresh = std::to_string(step);
+            const std::string& value = i < v.entries() ? v[i] : fresh;
+            model.insert(model.begin() + i, value);
+            v.insertAt(i, value);
+        } else if (i < v.entries()) {
+            ASSERT_EQ(v.removeAt(i), model[static_cast<std::size_t>(i)]);
+            model.erase(model.begin() + i);
+        }
+        ASSERT_TRUE(std::equal(v.begin(), v.end(), model.begin(), model.end()));
+    }
+    const ERTValOrderedVector<std::string> copy(v);
+    v.clear();
+    EXPECT_TRUE(v.isEmpty());
+    EXPECT_EQ(copy.last(), model.back());
+
+    ERTValVector<std::string> plain{"a", "b"};
+    plain.reshape(3);
+    EXPECT_EQ(plain[2], "");
+    plain = plain[1];
+    EXPECT_EQ(plain, (ERTValVector<std::string>{"b", "b", "b"}));
+}
+
+unsigned int coarse(const long& key) { return static_cast<unsigned int>(key % 13); }
+
+/// The pairs in the order that the buckets prescribe.
+class DictionaryModel {
+public:
+    explicit DictionaryModel(int n) : buckets_(static_cast<std::size_t>(n)) {}
+    std::string& operator[](long key) {
+        auto& bucket = buckets_[coarse(key) % buckets_.size()];
+        for (auto& pair : bucket)
+            if (pair.first == key) return pair.second;
+        return bucket.emplace_back(key, "").second;
+    }
+    bool remove(long key) {
+        return std::erase_if(buckets_[coarse(key) % buckets_.size()],
+                             [key](const auto& pair) { return pair.first == key; }) > 0;
+    }
+    void resize(int n) {
+        DictionaryModel other(n);
+        for (const auto& [key, value] : pairs())
+            other[key] = value;
+        *this = other;
+    }
+    std::vector<std::pair<long, std::string>> pairs() const {
+        std::vector<std::pair<long, std::string>> all;
+        for (const auto& bucket : buckets_)
+            all.insert(all.end(), bucket.begin(), bucket.end());
+        return all;
+    }
+
+private:
+    std::vector<std::vector<std::pair<long, std::string>>> buckets_;
+};
+
+using Dictionary = ERTValHashDictionary<long, std::string>;
+
+std::vector<std::pair<long, std::string>> pairs_of(const Dictionary& dictionary) {
+    std::vector<std::pair<long, std::string>> all;
+    for (const auto& pair : dictionary)
+        all.emplace_back(pair.key, pair.value);
+    return all;
+}
+
+TEST(HashDictionary, FollowsAModelInOrderToo) {
+    Random random(1514);
+    Dictionary dictionary(coarse, 5);
+    DictionaryModel model(5);
+    for (int step = 0; step < 20000; ++step) {
+        const long key = random.below(60);
+        const std::string value = std::to_string(step);
+        switch (random.below(40)) {
+        case 0: {
+            const int buckets = 1 + random.below(9);
+            dictionary.resize(buckets);
+            model.resize(buckets);
+            break;
+        }
+        case 1: {
+            Dictionary copy(dictionary), other(coarse, 3);
+            dictionary.clear();
+            other[7] = "gone";
+            dictionary = copy;
+            copy.clear();
+            break;
+        }
+        default:
+            if (random.below(3) == 0) {
+                ASSERT_EQ(dictionary.remove(key), model.remove(key));
+            } else if (random.below(2) == 0) {
+                dictionary.insertKeyAndValue(key, value), model[key] = value;
+            } else {
+                ASSERT_EQ(dictionary[key], model[key]) << "a new key has a default value";
+            }
+        }
+        ASSERT_EQ(pairs_of(dictionary), model.pairs()) << "step " << step;
+        ASSERT_EQ(dictionary.entries(), static_cast<int>(model.pairs().size()));
+        ASSERT_EQ(dictionary.isEmpty(), model.pairs().empty());
+    }
+}
+
+TEST(HashDictionary, FindsWithoutEntering) {
+    Dictionary dictionary(coarse, 0);
+    EXPECT_EQ(dictionary.buckets(), 2);
+    EXPECT_EQ(Dictionary(coarse, 0).begin(), Dictionary(coarse, 0).end());
+    dictionary[14] = "x";
+    long key = -1;
+    std::string value = "untouched";
+    EXPECT_EQ(dictionary.contains(1), 0) << "the same hash, another key";
+    EXPECT_EQ(dictionary.find(1, key), 0);
+    EXPECT_EQ(dictionary.findKeyAndValue(1, key, value), 0);
+    EXPECT_EQ(key, -1);
+    EXPECT_EQ(value, "untouched");
+    EXPECT_EQ(dictionary.findKeyAndValue(14, key, value), 1);
+    EXPECT_EQ(key, 14);
+    EXPECT_EQ(value, "x");
+    EXPECT_EQ(dictionary.findValue(14, value), 1);
+    EXPECT_EQ(dictionary.entries(), 1);
+    EXPECT_GE(dictionary.hashIndex(-1), 0) << "a hash of a negative key";
+
+    int sum = 0;
+    dictionary[2] = "yy";
+    dictionary.applyToKeyAndValue(
+        [](const long& k, std::string& v, void* total) {
+            v += '!';
+            *static_cast<int*>(total) += static_cast<int>(k) + static_cast<int>(v.size());
+        },
+        &sum);
+    EXPECT_EQ(sum, 14 + 2 + 2 + 3);
+}
+
+} // namespace
