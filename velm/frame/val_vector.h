@@ -45,10 +45,10 @@ public:
         return *this;
     }
 
-    T& operator[](int i) { return array[i]; }
-    const T& operator[](int i) const { return array[i]; }
-    T& at(int i) { return array[i]; }
-    const T& at(int i) const { return array[i]; }
+    T& operator[](int i) { return array.get()[i]; }
+    const T& operator[](int i) const { return array.get()[i]; }
+    T& at(int i) { return array.get()[i]; }
+    const T& at(int i) const { return array.get()[i]; }
 
     int length() const { return npts; }
     int size() const { return npts; }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 
@@ -157,8 +158,9 @@ relpos Inside(const ERPoint2D& p, const ERPoint2D* points, int count, int) {
     if (p == points[0]) return relpos_on_vertex;
     Walk walk{p};
     Sides before = sides_of(p.y(), points, 1);
-    for (int i = 1; i < count && !walk.is_over(); i += 64)
-        walk_block(walk, points + i, std::min(64, count - i), before);
+    for (std::ptrdiff_t i = 1; i < count && !walk.is_over(); i += 64)
+        walk_block(walk, points + i, static_cast<int>(std::min<std::ptrdiff_t>(64, count - i)),
+                   before);
     const ERPoint2D& last = points[count - 1];
     if (!walk.is_over() && meets(p.y(), last, points[0]) && !(last == points[0]))
         walk.cross(last, points[0]);
