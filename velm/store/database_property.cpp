@@ -16,6 +16,8 @@ template <class... Cases>
 struct Overloaded : Cases... {
     using Cases::operator()...;
 };
+template <class... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>; // clang 14 needs it
 
 std::string_view without_leading(std::string_view text) {
     const std::size_t first = text.find_first_not_of(" \t\n\v\f\r");
