@@ -117,9 +117,9 @@ std::string grouped(std::uint64_t count, std::string_view separator) {
 
 std::string percent_text(std::uint64_t part, std::uint64_t whole) {
     const double percent = 100.0 * static_cast<double>(part) / static_cast<double>(whole);
-    if (part > 0 && percent < 0.05) return "< 0.1 %";
-    if (part < whole && percent >= 99.95) return "> 99.9 %";
-    return fixed(percent, 1) + " %";
+    if (part > 0 && percent < 0.005) return "< 0.01 %";
+    if (part < whole && percent >= 99.995) return "> 99.99 %";
+    return fixed(percent, 2) + " %";
 }
 
 } // namespace velm::inspect

@@ -37,7 +37,7 @@ int decimals_for(double magnitude, int significant);
 /// A count with its thousands parted by `separator`: 1,000,000.
 std::string grouped(std::uint64_t count, std::string_view separator);
 
-/// "98.5 %", with one decimal; what is neither none nor all never reads as such: "< 0.1 %".
+/// "98.50 %"; what is neither none nor all never reads as such: "< 0.01 %".
 std::string percent_text(std::uint64_t part, std::uint64_t whole);
 
 } // namespace velm::inspect

@@ -12,9 +12,9 @@
 namespace velm::inspect {
 namespace {
 
-constexpr double bars_height = 34.0;       // below the drawing
-constexpr double finest_detail = 0.12;     // of an outline, in picture units
-constexpr std::ptrdiff_t many_marks = 600; // that are too close for large ones
+constexpr double bars_height = 34.0;                         // below the drawing
+constexpr double finest_detail = 0.12;                       // of an outline, in picture units
+constexpr std::ptrdiff_t some_marks = 100, many_marks = 600; // too close for large ones
 constexpr std::size_t most_obstacles = 6000;
 
 CanvasPoint between(const CanvasPoint& a, const CanvasPoint& b, double part) {
@@ -242,7 +242,7 @@ void SectionDrawing::draw_markers(const std::vector<const DrawnPoint*>& points) 
         return !tolerance_->contains(point->deviation);
     };
     const auto count = std::count_if(points.begin(), points.end(), is_out);
-    const double size = count > many_marks ? 0.55 : 1.0;
+    const double size = count > many_marks ? 0.55 : count > some_marks ? 0.75 : 1.0;
     const double half = 4.2 * size, high = 7.2 * size;
     for (const DrawnPoint* point : points) {
         if (!is_out(point)) continue;
