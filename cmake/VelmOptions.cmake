@@ -10,7 +10,7 @@ add_library(velm_options INTERFACE)
 target_link_libraries(velm_options INTERFACE velm_contract)
 target_compile_options(velm_options INTERFACE -fvisibility=hidden -fvisibility-inlines-hidden
     -fno-semantic-interposition
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
     $<$<CXX_COMPILER_ID:Clang>:-Wno-bitwise-instead-of-logical> # branchless on purpose
     $<$<BOOL:${VELM_WERROR}>:-Werror>)
 

@@ -115,7 +115,7 @@ TEST(OutlineReader, RefusalsNameTheLineAndTheCause) {
          "o.dat: the text is in UTF-16; expected UTF-8 or plain ASCII"},
     };
     for (const auto& [text, sentence] : cases)
-        EXPECT_EQ(sentence_of([&] { outline_of(text); }), sentence);
+        EXPECT_EQ(sentence_of([&text = text] { outline_of(text); }), sentence);
 }
 
 TEST(MeasuredReader, HeadersSeparatorsAndQuotes) {
@@ -172,7 +172,7 @@ TEST(MeasuredReader, RefusalsNameTheLineTheColumnAndTheCause) {
          "m.csv, line 2: the line is longer than a mebibyte"},
     };
     for (const auto& [text, sentence] : cases)
-        EXPECT_EQ(sentence_of([&] { points_of(text); }), sentence);
+        EXPECT_EQ(sentence_of([&text = text] { points_of(text); }), sentence);
 }
 
 TEST(TextSource, LinesAreTheSameWhereverBlocksEnd) {

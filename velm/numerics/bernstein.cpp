@@ -62,7 +62,7 @@ void horner(const double* poles, int count, double t, int dim, double* out) {
     const int size = Fixed > 0 ? Fixed : dim;
     const int degree = count - 1;
     const double* const binomial = theCnpTableau.Cnp(degree);
-    double local[Fixed > 0 ? Fixed : 1];
+    double local[std::size_t{Fixed > 0 ? Fixed : 1}];
     double* const sum = Fixed > 0 ? local : out;
     double power = 1.0;
     if (t >= 0.5) {
