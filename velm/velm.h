@@ -88,6 +88,7 @@
 #include "velm/numerics/projection_on_polynomial.h"
 #include "velm/numerics/quadratic.h"
 #include "velm/numerics/quaternion.h"
+#include "velm/numerics/real_roots.h"
 #include "velm/numerics/series_statistics.h"
 #include "velm/numerics/symmetric_eigen.h"
 

@@ -1,0 +1,71 @@
+// velm::detail::RootIsolation: intervals that hold a polynomial's roots.
+#pragma once
+
+#include "velm/numerics/detail/local_polynomial.h"
+
+namespace velm::detail {
+
+/// An interval that holds roots.
+struct RootInterval {
+    double lower;
+    double upper;
+    double guess; ///< of a lone root
+    bool lone;    ///< exactly one simple root, and the signs at the ends are sure; else a cluster
+    bool rising;  ///< of a lone root: the sign at upper is positive
+};
+
+/// Finds where p can't be told from zero: the roots of all polynomials with coefficients that
+/// differ by a relative `uncertainty`.
+class RootIsolation {
+public:
+    /// The room that it needs, in doubles.
+    static int room(int degree) { return (kDepth + 1) * 3 * (degree + 1); }
+
+    RootIsolation(const LocalPolynomial& p, double uncertainty, double* room_for_it)
+        : p_(p), uncertainty_(uncertainty), room_(room_for_it) {}
+
+    /// Looks for roots in [lower, upper], 0 <= lower <= upper <= 1.
+    void start(double lower, double upper);
+    /// The next interval that holds roots, ascending; false after the last. Clusters that touch
+    /// come as one.
+    bool next(RootInterval& found);
+
+private:
+    enum class Content { nothing, one, unclear };
+    struct Verdict {
+        Content content;
+        bool lower_unclear;
+        bool upper_unclear;
+        double guess; // of one root, from 0 to 1
+    };
+
+    void need(int pieces);
+    void resolve_top();
+    Verdict judge(const BernsteinPiece& piece) const;
+    bool settled(const BernsteinPiece& piece, const Verdict& verdict) const;
+    double middle(const BernsteinPiece& piece);
+    double beside_end(const BernsteinPiece& piece, bool at_upper) const;
+    bool split(double at, bool last_try);
+    void report_lone(const BernsteinPiece& piece, double guess);
+    void report_cluster(const BernsteinPiece& piece);
+    void end_cluster();
+    double smallest_root_size();
+
+    const LocalPolynomial& p_;
+    double uncertainty_;
+    static constexpr int kDepth = 160;
+    double* room_;
+    BernsteinPiece stack_[kDepth + 1]; // the next piece on top; two above it to work with
+    int prepared_ = 0;                 // of stack_, those that have their arrays
+    int top_ = -1;
+    int pieces_made_ = 0;
+    double whole_ = 0.0;     // the upper end of all
+    double smallest_ = -1.0; // smallest_root_size, once asked for
+    RootInterval cluster_{}; // the last, as long as it may grow
+    bool growing_ = false;
+    RootInterval found_[2]{}; // to be handed out
+    int handed_out_ = 0;
+    int count_ = 0;
+};
+
+} // namespace velm::detail

@@ -1,0 +1,385 @@
+#include "velm/numerics/real_roots.h"
+
+#include "velm/numerics/detail/root_isolation.h"
+#include "velm/numerics/detail/root_polish.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+
+namespace velm {
+
+namespace {
+
+using detail::BernsteinPiece;
+using detail::DoubleDouble;
+using detail::LocalPolynomial;
+using detail::RootInterval;
+using detail::RootIsolation;
+using detail::Workspace;
+
+/// Sizes of terms within 2^kRange of each other can be worked with at once.
+constexpr int kRange = 400;
+/// Coefficients between 2^-kPlain and 2^kPlain need no scaling.
+constexpr int kPlain = 150;
+
+/// How a place y >= 0 of a scaled polynomial stands for an x.
+struct Chart {
+    enum Kind {
+        positive,   ///< x = y
+        negative,   ///< x = -y
+        from_start, ///< y = x / (1 - x), for a Bernstein form
+        from_end    ///< y = (1 - x) / x, the same from the other end
+    } kind;
+
+    RealRoot map(RealRoot root, int exponent) const {
+        for (double* y : {&root.value, &root.lower, &root.upper})
+            *y = std::ldexp(*y, exponent);
+        if (kind == positive) return root;
+        if (kind == negative) {
+            std::swap(root.lower, root.upper);
+            for (double* y : {&root.value, &root.lower, &root.upper})
+                *y = -*y;
+            return root;
+        }
+        const bool start = kind == from_start;
+        if (!start) std::swap(root.lower, root.upper);
+        for (double* y : {&root.value, &root.lower, &root.upper})
+            *y = start ? *y / (1.0 + *y) : 1.0 / (1.0 + *y);
+        constexpr double rounding = 2 * DBL_EPSILON;
+        root.lower = std::min(root.lower * (1.0 - rounding), root.value);
+        root.upper = std::max(root.upper * (1.0 + rounding), root.value);
+        return root;
+    }
+};
+
+/// Finds the roots of one polynomial, one chart after the other.
+class Solver {
+public:
+    Solver(int degree, double uncertainty, double first, double last, std::span<RealRoot> out)
+        : workspace_(room(degree)), source_(LocalPolynomial::in(workspace_, degree)),
+          scaled_(LocalPolynomial::in(workspace_, degree)),
+          derivative_(LocalPolynomial::in(workspace_, degree)), piece_{},
+          isolation_room_(workspace_.take(RootIsolation::room(degree))), uncertainty_(uncertainty),
+          first_(first), last_(last), out_(out) {
+        piece_.p = workspace_.take(degree + 1);
+        piece_.rest = workspace_.take(degree + 1);
+        piece_.size = workspace_.take(degree + 1);
+    }
+
+    /// The polynomial to be solved next; its lowest and highest coefficients are not 0.
+    LocalPolynomial& source() { return source_; }
+    /// Its roots y in [lower, upper], 0 <= lower <= upper, which may be infinite.
+    void solve(Chart chart, double lower, double upper);
+    void add(const RealRoot& root);
+    /// Sorts what was found; returns its number.
+    int finish();
+
+private:
+    static std::size_t room(int degree) {
+        return std::size_t(12) * std::size_t(degree + 1) + std::size_t(RootIsolation::room(degree));
+    }
+    bool has_one_sign() const;
+    bool is_plain(double upper) const;
+    void solve_by_bands(Chart chart, double lower, double upper);
+    void solve_scaled(const LocalPolynomial& p, Chart chart, double lower, double upper,
+                      int exponent);
+
+    Workspace workspace_;
+    LocalPolynomial source_;
+    LocalPolynomial scaled_;
+    LocalPolynomial derivative_;
+    BernsteinPiece piece_;
+    double* isolation_room_;
+    double uncertainty_;
+    double first_; // the interval asked for
+    double last_;
+    std::span<RealRoot> out_;
+    int count_ = 0;
+};
+
+/// Whether no coefficient differs in sign from the last, so that there are no roots y > 0.
+bool Solver::has_one_sign() const {
+    const double* const c = source_.hi;
+    const bool positive = c[source_.degree] > 0.0;
+    return std::all_of(c, c + source_.degree,
+                       [positive](double x) { return positive ? x >= 0.0 : x <= 0.0; });
+}
+
+/// Whether p can be worked with up to `upper` as it is.
+bool Solver::is_plain(double upper) const {
+    if (!(upper <= 1.0 && upper >= std::ldexp(1.0, -kRange / source_.degree))) return false;
+    const double smallest = std::ldexp(1.0, -kPlain);
+    const double largest = std::ldexp(1.0, kPlain);
+    return std::all_of(source_.size, source_.size + source_.degree + 1,
+                       [=](double x) { return (x >= smallest && x <= largest) || x == 0.0; });
+}
+
+void Solver::solve(Chart chart, double lower, double upper) {
+    if (source_.degree == 0 || !(lower <= upper) || !(upper > 0.0) || has_one_sign()) return;
+    if (is_plain(upper))
+        solve_scaled(source_, chart, lower, upper, 0);
+    else
+        solve_by_bands(chart, lower, upper);
+}
+
+/// How a polynomial's coefficients go by powers of two.
+class Exponents {
+public:
+    Exponents(const LocalPolynomial& p) : p_(p) {}
+
+    bool present(int i) const { return p_.hi[i] != 0.0; }
+    /// Of coefficient i, y being measured in units of 2^unit.
+    int of(int i, int unit = 0) const { return std::ilogb(p_.hi[i]) + i * unit; }
+
+    int largest(int unit) const {
+        int result = of(p_.degree, unit);
+        for (int i = 0; i < p_.degree; ++i)
+            if (present(i)) result = std::max(result, of(i, unit));
+        return result;
+    }
+    /// No root is as large as 2 to this power (Fujiwara, Tohoku Mathematical Journal 10, 1916).
+    int above_roots() const {
+        const int n = p_.degree;
+        int result = -2000;
+        for (int i = 0; i < n; ++i)
+            if (present(i)) result = std::max(result, -floor_of(of(n) - of(i) - 1, n - i));
+        return result + 2;
+    }
+    /// No root is as small.
+    int below_roots() const {
+        int result = 2000;
+        for (int i = 1; i <= p_.degree; ++i)
+            if (present(i)) result = std::min(result, floor_of(of(0) - of(i) - 1, i));
+        return result - 2;
+    }
+    /// The largest k such that the largest term at 2^-k is still 2^level, in units of 2^unit.
+    int down_to(int level, int unit) const {
+        int k = 1;
+        for (int i = 1; i <= p_.degree; ++i)
+            if (present(i)) k = std::max(k, floor_of(of(i, unit) - level, i));
+        return k;
+    }
+
+private:
+    static int floor_of(int a, int b) { return a >= 0 ? a / b : -((b - 1 - a) / b); }
+
+    const LocalPolynomial& p_;
+};
+
+/// Scales y by powers of two, a band of sizes at a time, so that nothing over- or underflows.
+void Solver::solve_by_bands(Chart chart, double lower, double upper) {
+    const Exponents exponents(source_);
+    const int above = exponents.above_roots();
+    const int below = exponents.below_roots();
+    upper = std::min(upper, above < DBL_MAX_EXP ? std::ldexp(1.0, above) : DBL_MAX);
+    if (upper < lower || upper < std::ldexp(1.0, below)) return;
+    while (true) {
+        int unit;
+        std::frexp(upper, &unit);
+        const int largest = exponents.largest(unit);
+        scaled_.degree = source_.degree;
+        for (int i = 0; i <= source_.degree; ++i) {
+            const int shift = i * unit - largest;
+            scaled_.set(i, {std::ldexp(source_.hi[i], shift), std::ldexp(source_.lo[i], shift)});
+        }
+        double floor = lower;
+        if (exponents.of(0) < largest - kRange) {
+            // A cut where p can't be told from zero would cut a root in two.
+            int k = exponents.down_to(largest - kRange, unit);
+            while (k > 1 && !clear_of_zero(scaled_, std::ldexp(1.0, -k), uncertainty_))
+                --k;
+            floor = std::max(lower, std::ldexp(1.0, unit - k));
+        }
+        solve_scaled(scaled_, chart, std::ldexp(floor, -unit), std::ldexp(upper, -unit), unit);
+        if (floor == lower || floor < std::max(DBL_MIN, std::ldexp(1.0, below))) return;
+        upper = floor;
+    }
+}
+
+void Solver::solve_scaled(const LocalPolynomial& p, Chart chart, double lower, double upper,
+                          int exponent) {
+    RootIsolation isolation(p, uncertainty_, isolation_room_);
+    isolation.start(lower, upper);
+    for (RootInterval interval; isolation.next(interval);) {
+        const RealRoot root = interval.lone
+                                  ? polish_lone_root(p, interval, uncertainty_)
+                                  : resolve_cluster(p, interval, uncertainty_, derivative_, piece_);
+        add(chart.map(root, exponent));
+    }
+}
+
+void Solver::add(const RealRoot& root) {
+    if (root.upper < first_ || root.lower > last_) return;
+    if (std::size_t(count_) == out_.size()) return;
+    RealRoot& added = out_[std::size_t(count_++)] = root;
+    for (double* x : {&added.value, &added.lower, &added.upper})
+        *x = std::clamp(*x, first_, last_);
+}
+
+int Solver::finish() {
+    const auto found = out_.first(std::size_t(count_));
+    std::sort(found.begin(), found.end(),
+              [](const RealRoot& a, const RealRoot& b) { return a.value < b.value; });
+    return count_;
+}
+
+} // namespace
+
+namespace {
+
+bool valid(std::span<const double> values, const ERLimites& limits) {
+    return limits.start() <= limits.end() &&
+           std::all_of(values.begin(), values.end(), [](double x) { return std::isfinite(x); });
+}
+
+/// What is said of a polynomial that is zero.
+int everywhere(const ERLimites& limits, std::span<RealRoot> out) {
+    const double middle = std::clamp(0.0, limits.start(), limits.end());
+    if (!out.empty()) out[0] = {middle, limits.start(), limits.end(), 0, true};
+    return 1;
+}
+
+/// The places of the first and last coefficient that isn't 0; the first is the size if all are.
+struct Extent {
+    std::size_t first = 0;
+    std::size_t last;
+
+    explicit Extent(std::span<const double> c) : last(c.size()) {
+        while (first < c.size() && c[first] == 0.0)
+            ++first;
+        while (last > first && c[last - 1] == 0.0)
+            --last;
+        --last;
+    }
+};
+
+/// In the power basis; `out` has room for the degree.
+int solve_power(std::span<const double> c, const ERLimites& limits, double uncertainty,
+                std::span<RealRoot> out) {
+    const Extent extent(c);
+    if (extent.first == c.size()) return everywhere(limits, out);
+    const int n = static_cast<int>(extent.last - extent.first);
+    Solver solver(n, uncertainty, limits.start(), limits.end(), out);
+    if (extent.first > 0) solver.add({0.0, 0.0, 0.0, static_cast<int>(extent.first), true});
+    const auto solve_side = [&](Chart::Kind side, double lower, double upper) {
+        LocalPolynomial& p = solver.source();
+        p.degree = n;
+        for (int i = 0; i <= n; ++i) {
+            const double value = c[extent.first + std::size_t(i)];
+            p.set(i, side == Chart::negative && i % 2 != 0 ? -value : value);
+        }
+        solver.solve({side}, lower, upper);
+    };
+    if (limits.start() < 0.0)
+        solve_side(Chart::negative, std::max(-limits.end(), 0.0), -limits.start());
+    if (limits.end() > 0.0)
+        solve_side(Chart::positive, std::max(limits.start(), 0.0), limits.end());
+    return solver.finish();
+}
+
+/// Sets p's coefficient i to binomial(n, i) poles[i], as pairs, from either end, without those at
+/// the ends that are 0.
+void set_from_poles(LocalPolynomial& p, std::span<const double> poles, const Extent& extent,
+                    bool from_end) {
+    const std::size_t n = poles.size() - 1;
+    double largest = 0.0;
+    for (const double x : poles)
+        largest = std::max(largest, std::fabs(x));
+    const int exponent = std::ilogb(largest);
+    DoubleDouble binomial = 1.0;
+    p.degree = static_cast<int>(extent.last - extent.first);
+    for (std::size_t i = 0; i <= n; ++i) {
+        const std::size_t place = from_end ? n - i : i;
+        if (place >= extent.first && place <= extent.last) {
+            const std::size_t at = from_end ? extent.last - place : place - extent.first;
+            p.set(static_cast<int>(at),
+                  binomial * DoubleDouble(std::ldexp(poles[place], -exponent)));
+        }
+        binomial = binomial * DoubleDouble(double(n - i)) / DoubleDouble(double(i + 1));
+    }
+}
+
+/// In the Bernstein basis; `out` has room for the degree.
+///
+/// With y = t / (1 - t), p(t) is (1 - t)^n times the polynomial in y whose coefficients are the
+/// poles times binomials: its signs and its noise are those of p. Up to t = 1/2 that is solved,
+/// beyond it the same from the other end.
+int solve_bernstein(std::span<const double> poles, const ERLimites& limits, double uncertainty,
+                    std::span<RealRoot> out) {
+    const Extent extent(poles);
+    const double start = std::max(limits.start(), 0.0);
+    const double end = std::min(limits.end(), 1.0);
+    if (!(start <= end)) return 0;
+    if (extent.first == poles.size()) return everywhere({start, end}, out);
+    const int n = static_cast<int>(poles.size()) - 1;
+    const int degree = static_cast<int>(extent.last - extent.first);
+    Solver solver(degree, uncertainty, start, end, out);
+    if (extent.first > 0) solver.add({0.0, 0.0, 0.0, static_cast<int>(extent.first), true});
+    if (extent.last < std::size_t(n))
+        solver.add({1.0, 1.0, 1.0, n - static_cast<int>(extent.last), true});
+
+    LocalPolynomial& p = solver.source();
+    set_from_poles(p, poles, extent, false);
+    double meeting = 1.0; // in y; a cut where p is unclear would cut a root in two
+    for (const double y : {1.0, 2.0, 0.5})
+        if (clear_of_zero(p, y, uncertainty)) {
+            meeting = y;
+            break;
+        }
+    constexpr double wider = 1.0 + 4 * DBL_EPSILON;
+    solver.solve({Chart::from_start}, start / (1.0 - start) / wider,
+                 std::min(meeting, end / (1.0 - end) * wider));
+    set_from_poles(p, poles, extent, true);
+    solver.solve({Chart::from_end}, (1.0 - end) / end / wider,
+                 std::min(1.0 / meeting, (1.0 - start) / start * wider));
+    return solver.finish();
+}
+
+using Solve = int (*)(std::span<const double>, const ERLimites&, double, std::span<RealRoot>);
+
+std::vector<RealRoot> into_vector(Solve solve, std::span<const double> values,
+                                  const ERLimites& limits, double uncertainty) {
+    if (!valid(values, limits)) return {};
+    std::vector<RealRoot> roots(std::max<std::size_t>(values.size(), 1));
+    roots.resize(std::size_t(solve(values, limits, uncertainty, roots)));
+    return roots;
+}
+
+int into_span(Solve solve, std::span<const double> values, const ERLimites& limits,
+              double uncertainty, std::span<RealRoot> roots) {
+    if (!valid(values, limits)) return 0;
+    if (roots.size() >= std::max<std::size_t>(values.size(), 2) - 1)
+        return solve(values, limits, uncertainty, roots);
+    const std::vector<RealRoot> all = into_vector(solve, values, limits, uncertainty);
+    std::copy_n(all.begin(), std::min(all.size(), roots.size()), roots.begin());
+    return static_cast<int>(all.size());
+}
+
+} // namespace
+
+std::vector<RealRoot> real_roots(std::span<const double> coefficients, const ERLimites& limits,
+                                 double uncertainty) {
+    return into_vector(solve_power, coefficients, limits, uncertainty);
+}
+
+std::vector<RealRoot> real_roots(const ERPolynome& p, const ERLimites& limits, double uncertainty) {
+    return real_roots(p.view(), limits, uncertainty);
+}
+
+int real_roots(std::span<const double> coefficients, const ERLimites& limits,
+               std::span<RealRoot> roots, double uncertainty) {
+    return into_span(solve_power, coefficients, limits, uncertainty, roots);
+}
+
+std::vector<RealRoot> real_roots_bernstein(std::span<const double> poles, const ERLimites& limits,
+                                           double uncertainty) {
+    return into_vector(solve_bernstein, poles, limits, uncertainty);
+}
+
+int real_roots_bernstein(std::span<const double> poles, const ERLimites& limits,
+                         std::span<RealRoot> roots, double uncertainty) {
+    return into_span(solve_bernstein, poles, limits, uncertainty, roots);
+}
+
+} // namespace velm

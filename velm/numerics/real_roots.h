@@ -1,0 +1,87 @@
+// velm::real_roots, velm::real_roots_bernstein: every real root of a polynomial in a closed
+// interval, with its enclosure and multiplicity.
+//
+// The coefficients are taken as known to a relative `uncertainty`, by default one rounding, 2^-53:
+// what is looked for are the roots of all polynomials whose coefficients differ from the given ones
+// by no more, a coefficient of 0 being exact. On the real line these are the closed intervals where
+// |p(x)| <= uncertainty S(x), S(x) being the sum of the sizes of p's terms (the pseudozero set:
+// Mosier, Root neighborhoods of a polynomial, 1986). Each that meets the interval is reported,
+// once, and nothing else is:
+//
+//   no root is lost    a root in the interval of any of these polynomials lies in an enclosure
+//   none is invented   each enclosure holds a root of one of these polynomials
+//
+// Roots that rounding can't tell apart share an enclosure: its multiplicity is the number of roots,
+// counted with their multiplicities, that any of these polynomials has in it at most. So a double
+// root comes back as one of multiplicity 2 whether rounding has split it or has lifted p off the
+// axis. Both laws hold up to an uncertainty of about degree * 2^-102, below which the computation
+// itself is uncertain.
+//
+// Accuracy. The condition of a simple root r is S(r) / |r p'(r)|. Its value is a root of p as
+// given, to two units in the last place and a relative error of about condition * degree * 2^-102:
+// one of condition 10^15 still comes out right to all digits. Its enclosure reaches some 2 *
+// uncertainty * condition * |r| to either side. The value of a multiple root is the root that p's
+// derivative of order multiplicity - 1 has there, as accurate as that one's condition allows.
+// Everything scales with p and with x; there are no absolute bounds.
+//
+// Method. Scaled by a power of two, p is taken to the Bernstein basis over an interval and bisected
+// by de Casteljau's scheme; Descartes' rule on the coefficients counts the roots of each part (Lane
+// and Riesenfeld, Bounds on a polynomial, 1981; Eigenwillig, Kettner, Krandick, Mehlhorn, Schmitt
+// and Wolpert, A Descartes algorithm for polynomials with bit-stream coefficients, 2005). S goes
+// through the same steps and bounds the error of each coefficient. Where a sign isn't certain in
+// doubles the part is taken afresh in pairs of doubles (Dekker, 1971). A lone root is polished by
+// Newton's method kept between its bounds, first in doubles, then with compensated values
+// (Graillat, Langlois and Louvet, Algorithms for accurate, validated and fast polynomial
+// evaluation, 2009). The multiplicity is the order of the first derivative that keeps its sign in
+// the enclosure.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/frame/interval.h"
+#include "velm/numerics/polynomial.h"
+
+#include <span>
+#include <vector>
+
+namespace velm {
+
+struct VELM_API RealRoot {
+    double value = 0.0; ///< in the interval asked for, and between lower and upper
+    double lower = 0.0; ///< the enclosure, cut to the interval
+    double upper = 0.0;
+    /// The number of roots in the enclosure; 0 when p is zero, so that every x is a root.
+    int multiplicity = 0;
+    /// Whether p as given, evaluated in pairs of doubles, is zero somewhere in the enclosure; if
+    /// not, p only comes as near to zero as the uncertainty.
+    bool crosses = false;
+};
+
+/// One rounding of each coefficient.
+inline constexpr double kRoundedOnce = 0x1p-53;
+
+/// The real roots in the closed interval, ascending. The coefficients have the lowest power first;
+/// zeros at the end are left out. The ends may be infinite. Empty if start lies above end, or if an
+/// end is a NaN or a coefficient isn't finite. uncertainty is below 0.01.
+///
+/// There are never more entries than the degree, or 1 when p is zero. The degree may be up to 500.
+VELM_API std::vector<RealRoot> real_roots(std::span<const double> coefficients,
+                                          const ERLimites& limits,
+                                          double uncertainty = kRoundedOnce);
+VELM_API std::vector<RealRoot> real_roots(const ERPolynome& p, const ERLimites& limits,
+                                          double uncertainty = kRoundedOnce);
+
+/// The same into the caller's array: returns the number of roots, and writes as many of them as
+/// there is room for. No call to the global allocator after a thread's first calls.
+VELM_API int real_roots(std::span<const double> coefficients, const ERLimites& limits,
+                        std::span<RealRoot> roots, double uncertainty = kRoundedOnce);
+
+/// The same for the sum of poles[i] times the i-th Bernstein polynomial of degree poles.size() - 1.
+/// Only roots in [0, 1] are looked for, whatever the limits. S is the sum of |poles[i]| times the
+/// Bernstein polynomial.
+VELM_API std::vector<RealRoot> real_roots_bernstein(std::span<const double> poles,
+                                                    const ERLimites& limits = ERLimites(0.0, 1.0),
+                                                    double uncertainty = kRoundedOnce);
+VELM_API int real_roots_bernstein(std::span<const double> poles, const ERLimites& limits,
+                                  std::span<RealRoot> roots, double uncertainty = kRoundedOnce);
+
+} // namespace velm
