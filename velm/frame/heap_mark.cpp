@@ -9,6 +9,7 @@ namespace {
 struct Block {
     std::uintptr_t begin;
     std::size_t size;
+    ERObjectDataBase* database;
 
     bool holds(std::uintptr_t address) const { return address - begin < size; }
 };
@@ -45,15 +46,16 @@ struct PendingBlocks {
         }
     }
 
-    /// Removes the youngest entry that satisfies the test; tells whether there was one.
+    /// Removes the youngest entry that satisfies the test and gives its mark.
     template <class Test>
-    bool take(Test test) {
+    velm::detail::HeapMark take(Test test) {
         for (Block* b = end(); b != begin(); --b) {
             if (!test(b[-1])) continue;
+            const velm::detail::HeapMark mark{true, b[-1].database};
             remove(b - 1);
-            return true;
+            return mark;
         }
-        return false;
+        return {};
     }
 
     /// Older entries in the place of a new block are of blocks that another thread has freed.
@@ -87,17 +89,17 @@ std::uintptr_t address_of(void const* p) { return reinterpret_cast<std::uintptr_
 
 namespace velm::detail {
 
-void* allocate_marked(std::size_t size) {
+void* allocate_marked(std::size_t size, ERObjectDataBase* database) {
     PendingBlocks& blocks = pending();
     blocks.reserve_one();
     void* const block = ::operator new(size);
-    blocks.add({address_of(block), size});
+    blocks.add({address_of(block), size, database});
     return block;
 }
 
-bool claim_mark(void const* object) {
+HeapMark claim_mark(void const* object) {
     PendingBlocks& blocks = pending();
-    if (blocks.count == 0) return false;
+    if (blocks.count == 0) return {};
     return blocks.take([at = address_of(object)](Block const& b) { return b.holds(at); });
 }
 

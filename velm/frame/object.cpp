@@ -15,10 +15,14 @@ void* ERObject::_castdown(ERClassRegistration const& wanted) const {
     return &wanted == &m_ClassDef_ERObject ? const_cast<ERObject*>(this) : nullptr;
 }
 
-ERObject::ERObject() : onTheHeap(velm::detail::claim_mark(this)) {}
+ERObject::ERObject() {
+    const velm::detail::HeapMark mark = velm::detail::claim_mark(this);
+    onTheHeap = mark.on_the_heap;
+    if (mark.database) saveAsAsked(mark.database);
+}
 
 ERObject::ERObject(ERObject const&)
-    : CObject(), ERReference(), onTheHeap(velm::detail::claim_mark(this)) {}
+    : CObject(), ERReference(), onTheHeap(velm::detail::claim_mark(this).on_the_heap) {}
 
 ERObject& ERObject::operator=(ERObject const&) {
     objectID = -1;
@@ -33,6 +37,7 @@ void* ERObject::operator new(std::size_t, void* place) { return place; }
 void ERObject::operator delete(void* block) { velm::detail::free_marked(block); }
 void ERObject::operator delete(void* block, char const*, int) { operator delete(block); }
 void ERObject::operator delete(void*, void*) {}
+void ERObject::operator delete(void* block, ERObjectDataBase*) { operator delete(block); }
 
 int ERObject::isKindOf(ERClassRegistration const* other) const { return isA()->isKindOf(other); }
 

@@ -37,6 +37,19 @@ class VELM_API ERObject : public CObject, public ERReference {
     /// Gives back what the object keeps only to be faster.
     virtual void CleanUpTemporaries(int level);
 
+    // The operations of the store, 1 for success and 0 for failure, are defined in
+    // store/object_persistence.cpp. A CFileException* ends in them; what else is thrown passes.
+
+    /// Removes the object's record from its store; the object lives on outside any store.
+    virtual int Delete();
+    /// Writes the object to a store, null meaning the one that it is in. A clean object that is in
+    /// that store is not written again. An object that is dirty in one store and saved in another
+    /// one is written to the old one first; its record there stays.
+    virtual int Save(ERObjectDataBase* db);
+    /// Tells whether an identifier and a store are known, given or held; reads nothing: intended.
+    /// ERObjectDataBase::RetrieveAndCreate reads.
+    virtual int Load(long id, ERObjectDataBase* db);
+
     ~ERObject() override = default;
     /// Writes the class name twice and the text of printOn.
     void Dump(CDumpContext& dc) const override;
@@ -56,12 +69,34 @@ class VELM_API ERObject : public CObject, public ERReference {
     /// Calls ER_assert for an object that is not valid.
     void assertValid(char const* file, int line) const;
 
+    /// Writes a reference to this object, its identifier, into a record that theCurrentDataBase is
+    /// storing, and saves the object itself there if it is new or dirty. References must not lead
+    /// back to an object that is being stored. What the saving meets is raised as CFileException*.
+    void recursiveSaveOn(ERFile& file) const;
+    /// Reads a reference and the object it leads to, anew for each reference: two references to one
+    /// object give two objects. Null where there is none, where the class can't be created, and
+    /// where references lead back to an object that is being read.
+    static t_SmartPtr<ERObject> recursiveRestoreFrom(ERFile& file);
+    unsigned int recursiveStoreSize() const { return 4; }
+
+    /// The store that references are saved in and restored from: that of the last store operation.
+    static ERObjectDataBase* theCurrentDataBase;
+    /// What the last `new (db)` asked for, until that object has been saved. For information: the
+    /// wish itself belongs to the block that `new` made.
+    static int m_NextAllocationOnDatabase;
+    static ERObjectDataBase* m_DatabaseForNextAllocation;
+
     static void* operator new(std::size_t size);
     static void* operator new(std::size_t size, char const* file, int line);
     static void* operator new(std::size_t size, void* place);
+    /// The object is saved in the store as soon as its ERObject part stands, so that it has an
+    /// identifier while its other constructors run. The record is then that of a bare ERObject,
+    /// intended; the next Save after setDirty writes the real one. A copy is not saved.
+    static void* operator new(std::size_t size, ERObjectDataBase* db);
     static void operator delete(void* block);
     static void operator delete(void* block, char const* file, int line);
     static void operator delete(void* block, void* place);
+    static void operator delete(void* block, ERObjectDataBase* db);
 
     ERObject& operator=(ERObject const& other);
 
@@ -70,6 +105,10 @@ protected:
     ERObject(ERObject const& other);
 
 private:
+    friend class ERObjectDataBase;
+
+    void saveAsAsked(ERObjectDataBase* db);
+
     std::int32_t objectID = -1;
     ERObjectDataBase* database = nullptr;
     int dirty = 0;

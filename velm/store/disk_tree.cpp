@@ -42,12 +42,16 @@ ERBTreeOnDisk::ERBTreeOnDisk(ERFileManager& file_, unsigned int cacheSize, creat
 }
 
 ERBTreeOnDisk::~ERBTreeOnDisk() {
-    if (file.isReadOnly() || !information_known || !file.is_open()) return;
     try {
-        writeInfo();
+        save_information();
     } catch (CFileException* e) {
         e->Delete();
     }
+}
+
+void ERBTreeOnDisk::save_information() {
+    if (file.isReadOnly() || !information_known || !file.has_free_list() || !file.is_open()) return;
+    writeInfo();
 }
 
 void ERBTreeOnDisk::infoInit(unsigned int keyLength, int ignore_nulls, unsigned int order,
@@ -66,17 +70,14 @@ void ERBTreeOnDisk::infoReInit(unsigned int keyLength, int ignore_nulls, unsigne
 }
 
 void ERBTreeOnDisk::readInfo() {
-    ERBTreeInformation read;
-    read.magic = -1;
-    file.Seek(infoOffset, CFile::begin);
-    velm::read_bytes(file, &read, sizeof read);
-    information = read;
+    information = ERBTreeInformation();
+    if (file.read_through(infoOffset, &information, sizeof information) != sizeof information)
+        information.magic = -1;
 }
 
 void ERBTreeOnDisk::writeInfo() {
     check_writable();
-    file.Seek(infoOffset, CFile::begin);
-    velm::write_bytes(file, &information, sizeof information);
+    file.write_through(infoOffset, &information, sizeof information);
 }
 
 void ERBTreeOnDisk::startup(unsigned int cacheSize) {
@@ -95,9 +96,7 @@ void ERBTreeOnDisk::readRoot() {
         readcache(information.root, *root);
 }
 
-void ERBTreeOnDisk::raise_invalid() const {
-    AfxThrowFileException(CFileException::invalidFile, -1, file.GetFilePath().c_str());
-}
+void ERBTreeOnDisk::raise_invalid() const { file.raise(CFileException::invalidFile); }
 
 void ERBTreeOnDisk::check_sizes() const {
     const bool sane = layout.key_length >= 1 && layout.key_length <= kLongestKey &&
@@ -127,18 +126,21 @@ void ERBTreeOnDisk::copy_key(char* target, const char* key) const {
         std::strncpy(target, key, layout.key_length);
 }
 
-bool ERBTreeOnDisk::equal(const ERDiskTreeNode& node, int pos, const char* key) const {
-    return pos < node.counter() && compare(node.keys(pos), key, layout.key_length) == 0;
-}
-
 ERCString ERBTreeOnDisk::key_text(const char* key) const {
     const std::size_t length = ::strnlen(key, layout.key_length);
     return ERCString(key, static_cast<int>(length));
 }
 
+ERDiskTreeNodeView ERBTreeOnDisk::node_at(long offset) const {
+    const char* const image = offset >= 0 ? cache->read(file, offset) : nullptr;
+    if (image == nullptr) raise_invalid();
+    const ERDiskTreeNodeView node(layout, image);
+    if (node.counter() < 0 || node.counter() > max_keys()) raise_invalid();
+    return node;
+}
+
 void ERBTreeOnDisk::readcache(long offset, ERDiskTreeNode& target) const {
-    if (offset < 0 || !cache->read(file, offset, target.data())) raise_invalid();
-    if (target.counter() < 0 || target.counter() > max_keys()) raise_invalid();
+    target.assign(node_at(offset));
 }
 
 void ERBTreeOnDisk::writecache(long offset, const ERDiskTreeNode& source) {
@@ -153,34 +155,45 @@ void ERBTreeOnDisk::load(long offset) const {
 
 // ---- lookup ----
 
-bool ERBTreeOnDisk::findKeyAndValue(const char* key, int& pos) const {
+long ERBTreeOnDisk::findKeyAndValue(const char* key, int& pos, long& value) const {
     int depth = 0;
-    for (long offset = information.root; offset != -1; offset = work->sons(pos)) {
+    for (long offset = information.root; offset != -1;) {
         check_depth(++depth);
-        load(offset);
-        pos = work->binarySearch(key, compare);
-        if (equal(*work, pos, key)) return true;
+        const ERDiskTreeNodeView node = node_at(offset);
+        pos = node.binarySearch(key, compare);
+        if (node.holds(pos, key, compare)) {
+            value = node.items(pos);
+            return offset;
+        }
+        offset = node.sons(pos);
     }
-    return false;
+    return -1;
 }
 
 long ERBTreeOnDisk::findValue(const char* key) const {
     int pos = 0;
-    return findKeyAndValue(key, pos) ? work->items(pos) : -1;
+    long value = -1;
+    findKeyAndValue(key, pos, value);
+    return value;
 }
 
 int ERBTreeOnDisk::contains(const char* key) const {
     int pos = 0;
-    return findKeyAndValue(key, pos);
+    long value;
+    return findKeyAndValue(key, pos, value) != -1;
 }
 
 int ERBTreeOnDisk::replaceValue(const char* key, long newValue, long& oldValue) {
     oldValue = -1;
+    check_writable();
     int pos = 0;
-    if (!findKeyAndValue(key, pos)) return 0;
-    oldValue = work->items(pos);
+    long value;
+    const long offset = findKeyAndValue(key, pos, value);
+    if (offset == -1) return 0;
+    load(offset);
     work->items(pos, newValue);
     store();
+    oldValue = value;
     return 1;
 }
 
@@ -188,9 +201,11 @@ int ERBTreeOnDisk::replaceValue(const char* key, long newValue, long& oldValue) 
 
 int ERBTreeOnDisk::insertKeyAndValue(const char* key, long value) {
     check_writable();
+    halves.clear();
     const retStatus status = ins(key, value, information.root, 0);
     if (status == pending) new_root();
     if (status == duplicate) return 0;
+    write_halves();
     ++information.entries;
     return 1;
 }
@@ -261,7 +276,14 @@ void ERBTreeOnDisk::splitNode(int pos) {
     }
     up.son = file.allocate(static_cast<unsigned int>(layout.node_size()));
     writecache(up.son, right);
-    store();
+    halves.emplace_back(workOffset, *work); // written when a parent names the right one
+    workOffset = -1;
+}
+
+void ERBTreeOnDisk::write_halves() {
+    for (; !halves.empty(); halves.pop_back())
+        writecache(halves.back().first, halves.back().second);
+    workOffset = -1;
 }
 
 // ---- removal ----
@@ -273,6 +295,7 @@ void ERBTreeOnDisk::remove(const char* key) {
 }
 
 int ERBTreeOnDisk::removeKeyAndValue(const char* key, ERCString& removedKey, long& value) {
+    check_writable();
     const retStatus status = rem(key, information.root, 0, removedKey, value);
     if (status == not_found) return 0;
     --information.entries;
@@ -283,9 +306,9 @@ int ERBTreeOnDisk::removeKeyAndValue(const char* key, ERCString& removedKey, lon
 void ERBTreeOnDisk::drop_empty_root() {
     const long empty = information.root;
     information.root = static_cast<std::int32_t>(root->sons(0));
+    writeInfo();
     cache->forget(empty);
     file.deallocate(empty);
-    writeInfo();
     readRoot();
 }
 
@@ -327,14 +350,15 @@ void ERBTreeOnDisk::swapWithSuccessor(int pos) {
         leaf = work->sons(0);
     }
     if (work->counter() < 1) raise_invalid();
-    std::swap_ranges(key.begin(), key.end(), work->keys(0));
-    const long successor = work->items(0);
-    work->items(0, value);
-    store();
+    ERDiskTreeNode exchanged = *work;
+    std::swap_ranges(key.begin(), key.end(), exchanged.keys(0));
+    const long successor = exchanged.items(0);
+    exchanged.items(0, value);
     load(node);
     copy_key(work->keys(pos), key.data());
     work->items(pos, successor);
     store();
+    writecache(leaf, exchanged);
 }
 
 ERBTreeOnDisk::retStatus ERBTreeOnDisk::restoreNode(int pos) {
@@ -365,69 +389,63 @@ ERBTreeOnDisk::retStatus ERBTreeOnDisk::restoreNode(int pos) {
     return work->counter() >= least ? done : underflow;
 }
 
+// The receiver is written first, then the parent, then the giver.
+
 void ERBTreeOnDisk::moveItRight(int pos, long parent) {
-    const int last = work->counter() - 1;
-    const std::vector<char> key(work->keys(last), work->keys(last) + layout.key_length);
-    const long value = work->items(last);
-    const long son = work->sons(last + 1);
-    work->counter(last);
-    store();
-
-    load(parent);
-    const std::vector<char> separator(work->keys(pos - 1), work->keys(pos - 1) + layout.key_length);
-    const long separator_value = work->items(pos - 1);
-    copy_key(work->keys(pos - 1), key.data());
-    work->items(pos - 1, value);
-    store();
-
-    load(work->sons(pos));
+    const long left = workOffset;
+    ERDiskTreeNode giver = *work;
+    const int last = giver.counter() - 1;
+    ERDiskTreeNode above(layout, this);
+    readcache(parent, above);
+    load(above.sons(pos));
     if (work->counter() >= max_keys()) raise_invalid();
-    work->insert(separator.data(), separator_value, 0, work->sons(0));
-    work->sons(0, son);
+    work->insert(above.keys(pos - 1), above.items(pos - 1), 0, work->sons(0));
+    work->sons(0, giver.sons(last + 1));
     store();
+
+    copy_key(above.keys(pos - 1), giver.keys(last));
+    above.items(pos - 1, giver.items(last));
+    writecache(parent, above);
+    giver.counter(last);
+    writecache(left, giver);
     load(parent);
 }
 
 void ERBTreeOnDisk::moveItLeft(int pos, long parent) {
-    const std::vector<char> key(work->keys(0), work->keys(0) + layout.key_length);
-    const long value = work->items(0);
-    const long son = work->sons(0);
-    work->remove(0, 0);
-    store();
-
-    load(parent);
-    const std::vector<char> separator(work->keys(pos), work->keys(pos) + layout.key_length);
-    const long separator_value = work->items(pos);
-    copy_key(work->keys(pos), key.data());
-    work->items(pos, value);
-    store();
-
-    load(work->sons(pos));
+    const long right = workOffset;
+    ERDiskTreeNode giver = *work;
+    ERDiskTreeNode above(layout, this);
+    readcache(parent, above);
+    load(above.sons(pos));
     if (work->counter() >= max_keys()) raise_invalid();
-    work->insert(separator.data(), separator_value, work->counter(), son);
+    work->insert(above.keys(pos), above.items(pos), work->counter(), giver.sons(0));
     store();
+
+    copy_key(above.keys(pos), giver.keys(0));
+    above.items(pos, giver.items(0));
+    writecache(parent, above);
+    giver.remove(0, 0);
+    writecache(right, giver);
     load(parent);
 }
 
 void ERBTreeOnDisk::combineNodes(int pos, long parent) {
     const long right = workOffset;
+    ERDiskTreeNode above(layout, this);
+    readcache(parent, above);
     ERDiskTreeNode left(layout, this);
-    readcache(parent, left);
-    const std::vector<char> separator(left.keys(pos), left.keys(pos) + layout.key_length);
-    const long separator_value = left.items(pos);
-    const long left_offset = left.sons(pos);
-    left.remove(pos, pos + 1);
-    writecache(parent, left);
-
-    readcache(left_offset, left);
+    readcache(above.sons(pos), left);
     const int count = left.counter();
     const int appended = work->counter();
     if (count + 1 + appended > max_keys()) raise_invalid();
-    left.insert(separator.data(), separator_value, count, -1);
+    left.insert(above.keys(pos), above.items(pos), count, -1);
     left.copy_pairs(count + 1, *work, 0, appended);
     left.copy_sons(count + 1, *work, 0, appended + 1);
     left.counter(count + 1 + appended);
-    writecache(left_offset, left);
+    writecache(above.sons(pos), left);
+
+    above.remove(pos, pos + 1);
+    writecache(parent, above);
     cache->forget(right);
     file.deallocate(right);
     load(parent);
@@ -463,7 +481,7 @@ void ERBTreeOnDisk::del(long offset, int depth) {
 
 void ERBTreeOnDisk::applyToKeyAndValue(void (*callback)(const char* key, long value, void* arg),
                                        void* arg, int flag) {
-    visits = 0;
+    visits = static_cast<long>(file.GetLength() / layout.node_size()) + 1;
     if (!isEmpty()) apl(information.root, callback, arg, flag, 0);
 }
 
@@ -472,7 +490,7 @@ void ERBTreeOnDisk::apl(long offset, void (*callback)(const char*, long, void*),
     check_depth(depth);
     std::vector<char> key(layout.key_length + 1);
     while (offset != -1) {
-        if (++visits > file.endData() / static_cast<long>(layout.node_size()) + 1) raise_invalid();
+        if (visits-- == 0) raise_invalid(); // more nodes than the file has room for
         load(offset);
         for (int i = 0; i < work->counter(); ++i) {
             if (work->sons(i) != -1) {

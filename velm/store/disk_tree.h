@@ -7,6 +7,8 @@
 #include "velm/store/file_space.h"
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 /// The 40 bytes by which a tree is found. Offsets and numbers stand on file.
 struct ERBTreeInformation {
@@ -29,10 +31,12 @@ static_assert(sizeof(ERBTreeInformation) == 40, "the information block stands on
 /// (ignoreNulls) compare by memcmp, others by strncmp over the key length, so that integers in
 /// binary keys sort by their little-endian bytes: the order is part of the format.
 ///
-/// Every node write is on file at once; the information block is written after a change of the
-/// root, by clear, and by the destructor. File trouble is raised as CFileException*; so are nodes
-/// that can't be (more keys than fit, a depth beyond any tree): invalidFile. The destructor raises
-/// nothing. On a file opened read-only nothing is written. One thread to a tree.
+/// Every node write is on file at once, in such an order that a process that ends in between leaves
+/// every pair in a node that the root leads to, if need be in two of them; the information block is
+/// written after a change of the root, by clear, and by the destructor. File trouble is raised as
+/// CFileException*; so are nodes that can't be (more keys than fit, a depth beyond any tree):
+/// invalidFile. The destructor raises nothing. On a file opened read-only nothing is written. One
+/// thread to a tree.
 class VELM_API ERBTreeOnDisk {
 public:
     enum createMode : int { open = 0, create = 1 };
@@ -67,6 +71,8 @@ public:
     void applyToKeyAndValue(void (*callback)(const char* key, long value, void* arg), void* arg,
                             int flag);
 
+    /// Writes the information block as the destructor does, and raises what goes wrong with it.
+    void save_information();
     /// Copies a key by the tree's rule.
     void copy_key(char* target, const char* key) const;
     /// Whether the information block was read with its magic number.
@@ -101,8 +107,10 @@ private:
     void apl(long offset, void (*callback)(const char*, long, void*), void* arg, int flag,
              int depth);
     void del(long offset, int depth);
-    /// Finds the key: the work node then holds it at pos. False when it isn't there.
-    bool findKeyAndValue(const char* key, int& pos) const;
+    /// The offset of the node that holds the key and its place there, -1 where none does.
+    long findKeyAndValue(const char* key, int& pos, long& value) const;
+    /// Writes the left halves of the nodes that an insertion has split, from the top down.
+    void write_halves();
 
     void infoInit(unsigned int keyLength, int ignoreNulls, unsigned int order,
                   unsigned int minimum);
@@ -113,7 +121,9 @@ private:
     void readInfo();
     void writeInfo();
     void readRoot();
-    /// Reads the node at an offset into a buffer; raises where there is none.
+    /// The node at an offset, good until the cache is used again; raises where there is none.
+    ERDiskTreeNodeView node_at(long offset) const;
+    /// Reads the node at an offset into a buffer.
     void readcache(long offset, ERDiskTreeNode& target) const;
     void writecache(long offset, const ERDiskTreeNode& source);
     void startup(unsigned int cacheSize);
@@ -124,7 +134,9 @@ private:
 
     void load(long offset) const;
     void store() { writecache(workOffset, *work); }
-    bool equal(const ERDiskTreeNode& node, int pos, const char* key) const;
+    bool equal(const ERDiskTreeNode& node, int pos, const char* key) const {
+        return node.view().holds(pos, key, compare);
+    }
     ERCString key_text(const char* key) const;
     int max_keys() const { return layout.max_keys(); }
     long minimum() const { return static_cast<long>(information.minimum); }
@@ -139,6 +151,7 @@ private:
     std::unique_ptr<ERDiskTreeNode> work; // the one node being worked on
     mutable long workOffset = -1;
     Pending pendingInsertion;
+    std::vector<std::pair<long, ERDiskTreeNode>> halves; // split by the insertion under way
     std::unique_ptr<ERDiskNodeCache> cache;
-    long visits = 0; // nodes seen by the walk under way
+    long visits = 0; // nodes that the walk under way may still see
 };

@@ -1,9 +1,11 @@
 #include "velm/store/disk_tree_node.h"
 
-#include "velm/frame/binary_file.h"
 #include "velm/store/disk_tree.h"
+#include "velm/store/file_space.h"
 
 #include <algorithm>
+#include <bit>
+#include <utility>
 
 ERDiskTreeNode::ERDiskTreeNode(const ERDiskTreeLayout& layout_, const ERBTreeOnDisk* tree_)
     : layout(layout_), tree(tree_), buffer(layout_.node_size()) {
@@ -22,7 +24,7 @@ void ERDiskTreeNode::initialize() {
         sons(i, -1);
 }
 
-int ERDiskTreeNode::binarySearch(const char* key, Compare compare) const {
+int ERDiskTreeNodeView::binarySearch(const char* key, Compare compare) const {
     const int n = counter();
     const auto less = [&](int i) { return compare(keys(i), key, layout.key_length) < 0; };
     if (n == 0) return 0;
@@ -84,61 +86,104 @@ void ERDiskTreeNode::copy_sons(int at, const ERDiskTreeNode& from, int first, in
 
 // ---- the cache ----
 
-ERDiskNodeCache::Slot& ERDiskNodeCache::slot_for(long offset) {
-    if (const auto found = places.find(offset); found != places.end()) {
-        slots.splice(slots.begin(), slots, found->second);
-        return slots.front();
+namespace {
+
+/// A cache takes no more memory than this, however large the nodes that a file asks for.
+constexpr std::size_t kMostCached = std::size_t{4} << 20;
+constexpr std::size_t kLeastNodes = 4;
+
+} // namespace
+
+ERDiskNodeCache::ERDiskNodeCache(unsigned int capacity_, std::size_t node_size_)
+    : capacity(std::clamp<std::size_t>(
+          capacity_, 1, std::max(kLeastNodes, kMostCached / std::max<std::size_t>(node_size_, 1)))),
+      node_size(node_size_), shift(64 - static_cast<int>(std::bit_width(2 * capacity))),
+      buckets(std::size_t{1} << (64 - shift), none) {}
+
+unsigned int ERDiskNodeCache::find(long offset) {
+    unsigned int slot = bucket(offset);
+    while (slot != none && slots[slot].offset != offset)
+        slot = slots[slot].next;
+    return slot;
+}
+
+void ERDiskNodeCache::unlink(unsigned int slot) {
+    const Slot& s = slots[slot];
+    (s.newer != none ? slots[s.newer].older : newest) = s.older;
+    (s.older != none ? slots[s.older].newer : oldest) = s.newer;
+}
+
+void ERDiskNodeCache::make_newest(unsigned int slot) {
+    slots[slot].newer = none;
+    slots[slot].older = newest;
+    (newest != none ? slots[newest].newer : oldest) = slot;
+    newest = slot;
+}
+
+void ERDiskNodeCache::leave_bucket(unsigned int slot) {
+    unsigned int* link = &bucket(slots[slot].offset);
+    while (*link != slot)
+        link = &slots[*link].next;
+    *link = slots[slot].next;
+    slots[slot].offset = -1;
+}
+
+unsigned int ERDiskNodeCache::free_slot() {
+    if (oldest != none && (slots.size() >= capacity || slots[oldest].offset == -1)) {
+        if (slots[oldest].offset != -1) leave_bucket(oldest);
+        return oldest;
     }
-    if (places.size() < capacity) {
-        slots.push_front({offset, std::vector<char>(node_size)});
-    } else {
-        places.erase(slots.back().offset);
-        slots.splice(slots.begin(), slots, std::prev(slots.end()));
-        slots.front().offset = offset;
-    }
-    places[offset] = slots.begin();
-    return slots.front();
+    slots.emplace_back().bytes = std::make_unique<char[]>(node_size);
+    const unsigned int slot = static_cast<unsigned int>(slots.size() - 1);
+    slots[slot].newer = oldest;
+    (oldest != none ? slots[oldest].older : newest) = slot;
+    oldest = slot;
+    return slot;
 }
 
 void ERDiskNodeCache::forget(long offset) {
-    const auto found = places.find(offset);
-    if (found == places.end()) return;
-    slots.erase(found->second);
-    places.erase(found);
+    const unsigned int slot = find(offset);
+    if (slot == none) return;
+    leave_bucket(slot);
+    unlink(slot);
+    slots[slot].newer = oldest;
+    slots[slot].older = none;
+    (oldest != none ? slots[oldest].older : newest) = slot;
+    oldest = slot;
 }
 
-void ERDiskNodeCache::clear() {
-    slots.clear();
-    places.clear();
-}
-
-int ERDiskNodeCache::read(ERFile& file, long offset, char* target) {
-    const bool here = places.contains(offset);
-    Slot& slot = slot_for(offset);
-    if (!here) {
-        try {
-            file.Seek(offset, CFile::begin);
-            if (velm::read_bytes(file, slot.bytes.data(), node_size) != node_size) {
-                forget(offset);
-                return 0;
-            }
-        } catch (...) {
-            forget(offset);
-            throw;
-        }
+const char* ERDiskNodeCache::read(ERFileManager& file, long offset) {
+    unsigned int slot = find(offset);
+    if (slot == none) {
+        slot = free_slot();
+        char* const bytes = slots[slot].bytes.get();
+        if (file.read_through(offset, bytes, node_size) != node_size) return nullptr;
+        slots[slot].offset = offset;
+        slots[slot].next = std::exchange(bucket(offset), slot);
     }
-    std::copy(slot.bytes.begin(), slot.bytes.end(), target);
-    return 1;
+    if (slot != newest) {
+        unlink(slot);
+        make_newest(slot);
+    }
+    return slots[slot].bytes.get();
 }
 
-void ERDiskNodeCache::write(ERFile& file, long offset, const char* source) {
+void ERDiskNodeCache::write(ERFileManager& file, long offset, const char* source) {
+    unsigned int slot = find(offset);
     try {
-        file.Seek(offset, CFile::begin);
-        velm::write_bytes(file, source, node_size);
+        file.write_through(offset, source, node_size);
     } catch (...) {
         forget(offset); // what the file holds now is not known
         throw;
     }
-    Slot& slot = slot_for(offset);
-    std::copy_n(source, node_size, slot.bytes.begin());
+    if (slot == none) {
+        slot = free_slot();
+        slots[slot].offset = offset;
+        slots[slot].next = std::exchange(bucket(offset), slot);
+    }
+    std::memcpy(slots[slot].bytes.get(), source, node_size);
+    if (slot != newest) {
+        unlink(slot);
+        make_newest(slot);
+    }
 }

@@ -1,4 +1,5 @@
-// ERDiskTreeNode, ERDiskNodeCache: a node of a disk tree in memory, and the cache of such nodes.
+// ERDiskTreeLayout, ERDiskTreeNodeView, ERDiskTreeNode, ERDiskNodeCache: a node of a disk tree in
+// memory, and the cache of such nodes.
 #pragma once
 
 #include "velm/export.h"
@@ -6,12 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <list>
-#include <unordered_map>
+#include <memory>
 #include <vector>
 
 class ERBTreeOnDisk;
-class ERFile;
+class ERFileManager;
 
 /// The sizes of a tree's nodes. The layout stands on file and must never change: with keys of K
 /// bytes and the order M,
@@ -31,6 +31,39 @@ struct ERDiskTreeLayout {
     std::size_t node_size() const { return (std::size_t{key_length} + 8) * order * 2 + 8; }
 };
 
+/// The fields of a node's image, for reading.
+class ERDiskTreeNodeView {
+public:
+    using Compare = int (*)(const char*, const char*, std::size_t);
+
+    ERDiskTreeNodeView(const ERDiskTreeLayout& layout_, const char* image)
+        : layout(layout_), bytes(image) {}
+
+    int counter() const { return word(0); }
+    long sons(int i) const { return word(layout.sons_at() + 4 * std::size_t(i)); }
+    long items(int i) const { return word(layout.items_at() + 4 * std::size_t(i)); }
+    const char* keys(int i) const {
+        return bytes + layout.keys_at() + std::size_t{layout.key_length} * std::size_t(i);
+    }
+    bool is_leaf() const { return sons(0) == -1; }
+    const char* data() const { return bytes; }
+    /// The first position whose key is not less than this one; the counter if all are less.
+    int binarySearch(const char* key, Compare compare) const;
+    bool holds(int pos, const char* key, Compare compare) const {
+        return pos < counter() && compare(keys(pos), key, layout.key_length) == 0;
+    }
+
+private:
+    std::int32_t word(std::size_t at) const {
+        std::int32_t value;
+        std::memcpy(&value, bytes + at, 4);
+        return value;
+    }
+
+    ERDiskTreeLayout layout;
+    const char* bytes;
+};
+
 /// The image of one node. Bytes that nothing assigned are zero.
 class VELM_API ERDiskTreeNode {
 public:
@@ -41,20 +74,24 @@ public:
 
     /// No keys, no sons.
     void initialize();
+    /// Takes an image of the same layout over.
+    void assign(ERDiskTreeNodeView image) { std::memcpy(buffer.data(), image.data(), size()); }
 
-    int counter() const { return word(0); }
+    ERDiskTreeNodeView view() const { return {layout, buffer.data()}; }
+    int counter() const { return view().counter(); }
     void counter(int n) { set_word(0, n); }
-    long sons(int i) const { return word(layout.sons_at() + 4 * std::size_t(i)); }
+    long sons(int i) const { return view().sons(i); }
     void sons(int i, long offset) { set_word(layout.sons_at() + 4 * std::size_t(i), offset); }
-    long items(int i) const { return word(layout.items_at() + 4 * std::size_t(i)); }
+    long items(int i) const { return view().items(i); }
     void items(int i, long value) { set_word(layout.items_at() + 4 * std::size_t(i), value); }
-    char* keys(int i) { return buffer.data() + key_offset(i); }
-    const char* keys(int i) const { return buffer.data() + key_offset(i); }
-    bool is_leaf() const { return sons(0) == -1; }
+    char* keys(int i) { return buffer.data() + (view().keys(i) - buffer.data()); }
+    const char* keys(int i) const { return view().keys(i); }
+    bool is_leaf() const { return view().is_leaf(); }
 
-    using Compare = int (*)(const char*, const char*, std::size_t);
-    /// The first position whose key is not less than this one; the counter if all are less.
-    int binarySearch(const char* key, Compare compare) const;
+    using Compare = ERDiskTreeNodeView::Compare;
+    int binarySearch(const char* key, Compare compare) const {
+        return view().binarySearch(key, compare);
+    }
     /// Puts a pair at pos and a son behind it; what stood there moves up.
     void insert(const char* key, long value, int pos, long son);
     /// Takes key pos, item pos and a son, pos or pos + 1, out; what stands behind moves down.
@@ -68,17 +105,9 @@ public:
     std::size_t size() const { return buffer.size(); }
 
 private:
-    std::int32_t word(std::size_t at) const {
-        std::int32_t value;
-        std::memcpy(&value, buffer.data() + at, 4);
-        return value;
-    }
     void set_word(std::size_t at, long value) {
         const std::int32_t stored = static_cast<std::int32_t>(value);
         std::memcpy(buffer.data() + at, &stored, 4);
-    }
-    std::size_t key_offset(int i) const {
-        return layout.keys_at() + std::size_t{layout.key_length} * std::size_t(i);
     }
     void move_pairs(int to, int from, int count);
     void move_sons(int to, int from, int count);
@@ -92,28 +121,41 @@ private:
 /// longest.
 class VELM_API ERDiskNodeCache {
 public:
-    ERDiskNodeCache(unsigned int capacity_, std::size_t node_size_)
-        : capacity(capacity_ > 0 ? capacity_ : 1), node_size(node_size_) {}
+    ERDiskNodeCache(unsigned int capacity_, std::size_t node_size_);
 
-    /// Copies the node at an offset out, from the file if it isn't here. Returns 0 when the file
-    /// doesn't have it whole.
-    int read(ERFile& file, long offset, char* target);
-    /// Takes the node in and writes it to the file.
-    void write(ERFile& file, long offset, const char* source);
+    /// The node at an offset, good until the next call; from the file if it isn't here. Null when
+    /// the file doesn't have it whole.
+    const char* read(ERFileManager& file, long offset);
+    /// Writes the node to the file and takes it in.
+    void write(ERFileManager& file, long offset, const char* source);
     void forget(long offset);
-    void clear();
 
 private:
+    static constexpr unsigned int none = ~0u;
+
     struct Slot {
-        long offset;
-        std::vector<char> bytes;
+        long offset = -1;
+        unsigned int newer = none;
+        unsigned int older = none;
+        unsigned int next = none; // in its bucket
+        std::unique_ptr<char[]> bytes;
     };
-    using Slots = std::list<Slot>; // the one used last stands first
 
-    Slot& slot_for(long offset);
+    unsigned int& bucket(long offset) {
+        return buckets[static_cast<std::size_t>(offset >> 2) * 0x9E3779B97F4A7C15u >> shift];
+    }
+    unsigned int find(long offset);
+    void unlink(unsigned int slot);
+    void make_newest(unsigned int slot);
+    void leave_bucket(unsigned int slot);
+    /// A slot that nothing finds yet.
+    unsigned int free_slot();
 
-    unsigned int capacity;
+    std::size_t capacity;
     std::size_t node_size;
-    Slots slots;
-    std::unordered_map<long, Slots::iterator> places;
+    int shift;
+    std::vector<unsigned int> buckets;
+    std::vector<Slot> slots;
+    unsigned int newest = none;
+    unsigned int oldest = none;
 };

@@ -16,9 +16,22 @@
 #include "velm/store/free_list.h"
 
 #include <memory>
+#include <string>
+
+namespace velm::detail {
+class StoreStep;
+}
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual"
+#endif
 
 /// Blocks are known by the offset of their payload. All offsets are 32-bit signed, -1 meaning none.
-/// File trouble is raised as CFileException*.
+/// File trouble is raised as CFileException*, and so is a head or free list that can't be
+/// (invalidFile).
+///
+/// After each public operation the file holds what it says, seen through any other descriptor.
 class VELM_API ERFileManager : public ERFile {
 public:
     static constexpr long head_node_offset = 12; // on file
@@ -27,7 +40,7 @@ public:
 
     /// Opens or creates a file: for reading with writers shut out, or for reading and writing with
     /// everybody shut out. A file whose third word isn't 268 has no free list: allocate then raises
-    /// an invalidFile, and nothing is written to it.
+    /// an invalidFile, and nothing is given back.
     ERFileManager(const char* name, int readOnly);
     ~ERFileManager() override;
 
@@ -35,7 +48,8 @@ public:
     /// or up to 4 bytes more where a free extent would leave too little. The first block of a
     /// file's life is reachable through start() for good.
     long allocate(unsigned int bytes);
-    /// Gives a block back. -1 and the first block of the file are ignored: intended.
+    /// Gives a block back. -1 and the first block of the file are ignored: intended. The size word
+    /// in front of the payload is taken at face value.
     void deallocate(long payload);
     /// Room of just that size at the end of the data, without a size word.
     long allocateAtEnd(unsigned int bytes);
@@ -49,13 +63,65 @@ public:
     /// Whether the head of the file was understood.
     bool has_free_list() const { return list != nullptr; }
 
+    using ERFile::Read;
+    using ERFile::Write;
+    UINT Read(void* buffer, UINT count) override;
+    void Write(const void* buffer, UINT count) override;
+    ULONGLONG GetLength() const override;
+
+    /// Reads and writes a node or a head word as a whole, past what is gathered. The position
+    /// stands behind it afterwards.
+    std::size_t read_through(long offset, void* target, std::size_t count);
+    void write_through(long offset, const void* source, std::size_t count);
+    [[noreturn]] void raise(int cause) const;
+
 private:
+    friend class velm::detail::StoreStep;
+
     void write_start(long offset);
     void write_end(long offset);
     void create_head();
+    void flush_gathered();
+    void forget_window() { window_size = 0; }
 
     int readOnly;
     std::unique_ptr<ERLMan> list;
     long startOffset = ER_NULL_OFFSET;
     long endOfData = first_block;
+
+    // Only while a step is under way:
+    static constexpr std::size_t most_gathered = 65536;
+    static constexpr std::size_t window_capacity = 1024;
+    int steps = 0;
+    std::string gathered; // bytes written and not yet handed to the system
+    ULONGLONG gathered_at = 0;
+    std::unique_ptr<char[]> window; // bytes read ahead
+    ULONGLONG window_at = 0;
+    std::size_t window_size = 0;
+    mutable ULONGLONG length = 0;
+    mutable bool length_known = false;
 };
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+
+namespace velm::detail {
+
+/// One public operation of a store. While it is under way, adjoining small writes leave as one and
+/// small reads are served from a window; with finish() all is with the system. What an exception
+/// leaves behind is handed over as far as it goes.
+class StoreStep {
+public:
+    explicit StoreStep(ERFileManager& file) : file_(file) { ++file_.steps; }
+    StoreStep(const StoreStep&) = delete;
+    StoreStep& operator=(const StoreStep&) = delete;
+    ~StoreStep();
+
+    void finish();
+
+private:
+    ERFileManager& file_;
+};
+
+} // namespace velm::detail

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <utility>
 
 // ---- one node ----
 
@@ -91,6 +92,8 @@ bool ERListManager::is_lone_head() const {
 long ERListManager::take(int i, unsigned int& need) {
     const long offset = node.offsets[i];
     const unsigned int remainder = node.sizes[i] - need;
+    if (offset < ERFileManager::first_block || offset + long{node.sizes[i]} > file->endData())
+        file->raise(CFileException::invalidFile);
     if (remainder >= kSmallestRemainder) {
         node.offsets[i] += static_cast<std::int32_t>(need);
         node.sizes[i] = remainder;
@@ -123,7 +126,9 @@ long ERListManager::allocate(unsigned int bytes) {
 }
 
 void ERListManager::deallocate(long payload) {
-    addToFreeList(payload - 4, readHeader(payload - 4));
+    const long offset = payload - 4;
+    if (offset < ERFileManager::first_block) file->raise(CFileException::invalidFile);
+    addToFreeList(offset, readHeader(offset));
 }
 
 void ERListManager::addToFreeList(long offset, unsigned int size) {
@@ -141,13 +146,13 @@ void ERListManager::addToFreeList(long offset, unsigned int size) {
 
 void ERListManager::extendFreeList(long, unsigned int) {
     const long made = allocate(kNodePayload) - 4;
-    const std::int32_t behind = node.next;
-    node.next = static_cast<std::int32_t>(made);
-    writeNode();
-    current = made;
+    const long before = current;
+    ERFreeListNode linked = node;
     node = ERFreeListNode();
-    node.next = behind;
-    writeNode();
+    node.next = std::exchange(linked.next, static_cast<std::int32_t>(made));
+    current = made;
+    writeNode(); // before anything leads to it
+    file->write_through(before, &linked, sizeof linked);
 }
 
 void ERListManager::deleteNode() {
@@ -173,22 +178,18 @@ void ERListManager::deleteNode() {
 
 int ERListManager::readNode(long offset) {
     current = offset;
-    file->Seek(offset, CFile::begin);
-    ERFreeListNode read;
-    velm::read_bytes(*file, &read, sizeof read);
-    node = read;
+    node = ERFreeListNode();
+    node.magic = 0;
+    file->read_through(offset, &node, sizeof node);
     if (node.magic != ERFreeListNode::magic_number) OutputDebugStringA("BAD MAGIC NUMBER");
     return 1;
 }
 
-void ERListManager::writeNode() {
-    file->Seek(current, CFile::begin);
-    velm::write_bytes(*file, &node, sizeof node);
-}
+void ERListManager::writeNode() { file->write_through(current, &node, sizeof node); }
 
 int ERListManager::advance() {
     if (++steps > file->endData() / ERFileManager::node_size + 2)
-        AfxThrowFileException(CFileException::invalidFile, -1, file->GetFilePath().c_str());
+        file->raise(CFileException::invalidFile);
     return readNode(node.next);
 }
 
@@ -199,8 +200,8 @@ int ERListManager::advance(long stop) {
 
 unsigned int ERListManager::readHeader(long offset) {
     unsigned int size = 0;
-    file->Seek(offset, CFile::begin);
-    file->Read(size);
+    if (file->read_through(offset, &size, sizeof size) != sizeof size)
+        file->raise(CFileException::invalidFile);
     return size;
 }
 

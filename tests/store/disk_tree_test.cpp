@@ -1,0 +1,252 @@
+// The disk tree: the stated shapes, and random operations against std::map.
+#include "velm/store/disk_tree.h"
+
+#include "store/store_files.h"
+#include "support/caught.h"
+#include "support/random.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace velm_test;
+
+std::string key_of(std::int32_t id) { return words({id}); }
+
+struct DiskTree : testing::Test {
+    TemporaryFolder folder;
+    std::string path = folder.path("tree");
+    std::unique_ptr<ERFileManager> file;
+    std::unique_ptr<ERBTreeOnDisk> tree;
+
+    /// A new file with one tree in it.
+    void make(unsigned int key_length, int binary, unsigned int order, unsigned int cached = 10) {
+        tree.reset();
+        file.reset();
+        std::remove(path.c_str());
+        file = std::make_unique<ERFileManager>(path.c_str(), 0);
+        file->allocate(20);
+        tree = std::make_unique<ERBTreeOnDisk>(*file, cached, ERBTreeOnDisk::create, key_length,
+                                               binary, -1, order, order);
+    }
+    long root() {
+        std::int32_t offset = 0;
+        file->read_through(tree->baseLocation(), &offset, 4);
+        return offset;
+    }
+    std::vector<std::int32_t> node_words(long offset, std::size_t count) {
+        std::vector<std::int32_t> found(count);
+        file->read_through(offset, found.data(), 4 * count);
+        return found;
+    }
+    std::vector<std::pair<std::string, long>> walk(int flag) {
+        struct Seen {
+            std::vector<std::pair<std::string, long>> pairs;
+            std::size_t length;
+        } seen{{}, tree->info().key_length};
+        tree->applyToKeyAndValue(
+            [](const char* key, long value, void* arg) {
+                Seen& s = *static_cast<Seen*>(arg);
+                s.pairs.emplace_back(std::string(key, s.length), value);
+            },
+            &seen, flag);
+        return seen.pairs;
+    }
+};
+
+TEST_F(DiskTree, EmptyTree) {
+    make(4, 1, 10);
+    ERCString key;
+    long value = 7;
+    EXPECT_EQ(tree->findValue(key_of(1).c_str()), -1);
+    EXPECT_EQ(tree->contains(key_of(1).c_str()), 0);
+    EXPECT_EQ(tree->removeKeyAndValue(key_of(1).data(), key, value), 0);
+    EXPECT_EQ(tree->replaceValue(key_of(1).data(), 1, value), 0);
+    EXPECT_EQ(value, -1);
+    EXPECT_TRUE(walk(0).empty());
+    EXPECT_EQ(node_words(tree->baseLocation(), 10),
+              (std::vector<std::int32_t>{-1, -1, 1365, 0, 4, 10, 10, -1, 0, 1}));
+}
+
+TEST_F(DiskTree, RootSplitsAtTheStatedPlaces) {
+    make(4, 1, 2);
+    const auto insert = [&](std::int32_t id) {
+        return tree->insertKeyAndValue(key_of(id).data(), 100 + id);
+    };
+    EXPECT_EQ(insert(10), 1);
+    const long first_root = root();
+    // Counter, five sons, four items, four keys; what was never assigned is zero.
+    EXPECT_EQ(node_words(first_root, 14),
+              (std::vector<std::int32_t>{1, -1, -1, -1, -1, -1, 110, 0, 0, 0, 10, 0, 0, 0}));
+    EXPECT_EQ(insert(10), 0);
+    EXPECT_EQ(tree->entries(), 1u);
+    insert(20), insert(30), insert(40);
+    EXPECT_EQ(root(), first_root);
+    insert(25); // belongs at position M of the full root and is promoted itself
+    EXPECT_NE(root(), first_root);
+    const auto top = node_words(root(), 14);
+    EXPECT_EQ(top[0], 1);
+    EXPECT_EQ(top[1], first_root);
+    EXPECT_EQ(top[6], 125);
+    EXPECT_EQ(top[10], 25);
+    const auto right = node_words(top[2], 14);
+    EXPECT_EQ(std::vector(right.begin() + 10, right.begin() + 12),
+              (std::vector<std::int32_t>{30, 40}));
+    EXPECT_EQ(walk(0).size(), 5u);
+    // Height falls when the root's two sons are combined; the left one becomes the root.
+    tree->remove(key_of(40).data());
+    EXPECT_EQ(root(), first_root);
+    EXPECT_EQ(tree->entries(), 4u);
+    for (const std::int32_t id : {10, 20, 25, 30})
+        tree->remove(key_of(id).data());
+    EXPECT_EQ(root(), -1);
+    EXPECT_EQ(tree->entries(), 0u);
+}
+
+TEST_F(DiskTree, TextKeysOfFullLengthAndKeyOrder) {
+    make(6, 0, 2);
+    for (const char* key : {"circle", "arc", "\xE9tat", "circ", "ellipse"})
+        tree->insertKeyAndValue(key, key[0]);
+    EXPECT_EQ(tree->findValue("ellips"), 'e') << "cut to the key length";
+    ERCString removed;
+    long value = 0;
+    EXPECT_EQ(tree->removeKeyAndValue("circle", removed, value), 1);
+    EXPECT_EQ(removed.length(), 6);
+    EXPECT_STREQ(removed, "circle");
+    // Four-byte numbers stand by their bytes, not by their values.
+    make(4, 1, 10);
+    for (const std::int32_t id : {1, 256, 2, 257})
+        tree->insertKeyAndValue(key_of(id).data(), id);
+    std::vector<long> order;
+    for (const auto& [key, id] : walk(0))
+        order.push_back(id);
+    EXPECT_EQ(order, (std::vector<long>{256, 1, 257, 2}));
+}
+
+TEST_F(DiskTree, WalkWithAFlagLeavesADeepTreeEarly) {
+    make(4, 1, 2);
+    for (std::int32_t id = 0; id < 4; ++id)
+        tree->insertKeyAndValue(key_of(id << 24).data(), id);
+    EXPECT_EQ(walk(1).size(), 4u);
+    for (std::int32_t id = 4; id < 40; ++id)
+        tree->insertKeyAndValue(key_of(id << 24).data(), id);
+    EXPECT_EQ(walk(0).size(), 40u);
+    EXPECT_LT(walk(1).size(), 40u);
+}
+
+TEST_F(DiskTree, WalkMayChangeKeysButNotOfAFileOpenedForReading) {
+    make(2, 0, 2);
+    for (const char* key : {"a1", "b1", "c1", "d1", "e1", "f1"})
+        tree->insertKeyAndValue(key, 1);
+    const long at = tree->baseLocation();
+    const auto change = [](const char* key, long, void*) { const_cast<char*>(key)[1] = '2'; };
+    tree.reset();
+    const auto bytes = [&] { return TemporaryFolder::bytes_of(path); };
+    const std::string before = bytes();
+    file.reset();
+    file = std::make_unique<ERFileManager>(path.c_str(), 1);
+    tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::open, 2, 0, at, 2, 2);
+    tree->applyToKeyAndValue(change, nullptr, 0);
+    tree.reset();
+    EXPECT_EQ(bytes(), before);
+    file.reset();
+    file = std::make_unique<ERFileManager>(path.c_str(), 0);
+    tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::open, 2, 0, at, 2, 2);
+    tree->applyToKeyAndValue(change, nullptr, 0);
+    EXPECT_EQ(tree->contains("c2"), 1);
+    EXPECT_EQ(tree->contains("c1"), 0);
+    tree->clear();
+    EXPECT_EQ(tree->entries(), 0u);
+    EXPECT_EQ(root(), -1);
+}
+
+TEST_F(DiskTree, UnknownInformationBlockIsNeverOverwritten) {
+    make(4, 1, 10);
+    const long at = tree->baseLocation();
+    tree.reset();
+    file->write_through(at + 8, words({1366}).data(), 4);
+    const std::string before = TemporaryFolder::bytes_of(path);
+    tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::open, 4, 1, at, 10, 10);
+    EXPECT_EQ(tree->entries(), 0u);
+    EXPECT_EQ(file_cause([&] { tree->insertKeyAndValue("abcd", 1); }), CFileException::invalidFile);
+    tree.reset();
+    EXPECT_EQ(TemporaryFolder::bytes_of(path), before);
+}
+
+/// How many operations the random tests run: VELM_TEST_OPERATIONS, or few enough for every day.
+int operations(int everyday) {
+    const char* const given = std::getenv("VELM_TEST_OPERATIONS");
+    return given != nullptr ? std::atoi(given) : everyday;
+}
+
+TEST_F(DiskTree, AgreesWithAMap) {
+    struct Form {
+        unsigned int key_length;
+        int binary;
+        unsigned int order;
+    };
+    for (const Form form : {Form{4, 1, 1}, Form{4, 1, 2}, Form{60, 0, 2}, Form{4, 1, 10},
+                            Form{60, 0, 10}, Form{3, 1, 3}}) {
+        SCOPED_TRACE(testing::Message() << form.key_length << ' ' << form.order);
+        Random random(82 + form.order);
+        make(form.key_length, form.binary, form.order, form.order == 2 ? 1 : 10);
+        std::map<std::string, long> model;
+        const int steps = operations(120000) / 6;
+        const int keys = 600;
+        for (int step = 0; step < steps; ++step) {
+            std::string key = form.binary
+                                  ? key_of(static_cast<std::int32_t>(random.below(keys) * 2654435))
+                                  : "key" + std::to_string(random.below(keys));
+            key.resize(form.key_length);
+            const bool there = model.contains(key);
+            ERCString removed;
+            long value = 0;
+            const int chance = step / (steps / 6 + 1) % 2 ? 55 : 30; // fills, then empties
+            if (const int roll = random.below(100); roll < chance) {
+                ASSERT_EQ(tree->removeKeyAndValue(key.data(), removed, value), there);
+                if (there) {
+                    ASSERT_EQ(value, model[key]);
+                }
+                model.erase(key);
+            } else if (roll < 85) {
+                ASSERT_EQ(tree->insertKeyAndValue(key.data(), step), !there);
+                model.try_emplace(key, step);
+            } else if (roll < 92) {
+                ASSERT_EQ(tree->replaceValue(key.data(), step, value), there);
+                ASSERT_EQ(value, there ? model[key] : -1);
+                if (there) model[key] = step;
+            } else {
+                ASSERT_EQ(tree->findValue(key.data()), there ? model[key] : -1);
+            }
+            ASSERT_EQ(tree->entries(), model.size());
+            if (step % (steps / 12 + 1) == 0) {
+                const auto pairs = walk(0);
+                ASSERT_TRUE(std::equal(pairs.begin(), pairs.end(), model.begin(), model.end(),
+                                       [](const auto& a, const auto& b) {
+                                           return a.first == b.first && a.second == b.second;
+                                       }));
+                const long at = tree->baseLocation();
+                tree.reset();
+                file.reset();
+                {
+                    velm::StoreImage image(path.c_str());
+                    image.faults = {};
+                    EXPECT_EQ(image.read_tree(at, "the tree").entries.size(), model.size());
+                    EXPECT_TRUE(image.faults.none()) << image.faults.list().front().what;
+                }
+                file.reset();
+                file = std::make_unique<ERFileManager>(path.c_str(), 0);
+                tree =
+                    std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::open, 1, 0, at, 1, 1);
+            }
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,148 @@
+// ERObjectDataBase: the objects of one file, by identifier. ERdiskMetaTreeExtractMap.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/frame/class_registration.h"
+#include "velm/frame/object.h"
+#include "velm/frame/reference.h"
+#include "velm/frame/smart_pointer.h"
+#include "velm/store/disk_tree.h"
+#include "velm/store/file_space.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace velm {
+
+/// The database header at the file's start(). The block has room for 20 bytes, yet 24 are written:
+/// the last field lies on the size word of the next block, which is never freed. Intended, and part
+/// of the format.
+struct DatabaseHeader {
+    static constexpr unsigned int allocated_bytes = 20; // on file
+    static constexpr std::uint32_t current_version = 1001;
+
+    std::uint32_t version = current_version;
+    std::int32_t class_tree = -1;  // offset of its information block
+    std::int32_t object_tree = -1; // likewise
+    std::int32_t last_identifier = 0;
+    std::int32_t objects_stored = 0;
+    std::int32_t last_signature = 0;
+};
+static_assert(sizeof(DatabaseHeader) == 24, "the header stands on file");
+
+/// The parameters of the trees of an object file. They stand on file and must never change.
+struct StoreTree {
+    unsigned int key_length;
+    int binary_keys;
+    unsigned int nodes_cached; // not on file
+    static constexpr unsigned int order = 10;
+    static constexpr unsigned int minimum = 10;
+};
+inline constexpr StoreTree class_tree_form = {60, 0, 10};
+inline constexpr StoreTree object_tree_form = {4, 1, 1000};
+inline constexpr StoreTree index_tree_form = {4, 1, 10};
+
+/// References deeper than this are read as null and not stored.
+inline constexpr int deepest_reference = 512;
+
+} // namespace velm
+
+/// Each object is a record in a block of its own: the signature of its class, a number that the
+/// file hands out at the class's first use, then what saveGuts writes. One tree leads from class
+/// names to signatures, another from identifiers to records. An object that is stored again keeps
+/// its identifier, and its record moves.
+///
+/// File trouble is raised as CFileException*; storing into a closed store is an invalidFile. One
+/// thread in the process works with stores at a time. An object must not be saved after its store
+/// is gone. There is no journal: a process that ends before Close leaves the counters in the header
+/// and the trees' entry counts as they were at Open; velm::counters_are_stale tells, and
+/// velm::salvage_store mends it.
+class VELM_API ERObjectDataBase : public ERReference {
+public:
+    ERObjectDataBase();
+    ERObjectDataBase(const ERObjectDataBase&) = delete;
+    ERObjectDataBase& operator=(const ERObjectDataBase&) = delete;
+    /// Closes; what goes wrong is not reported.
+    virtual ~ERObjectDataBase();
+
+    /// Opens a file, a missing one being made unless readOnly is set. Returns 1, or 0 for a missing
+    /// file to be read, and for a file of a later version or without a whole header. What is open
+    /// is closed first.
+    ///
+    /// With more than twenty classes in the file, not all of them are known after opening, and an
+    /// object of such a class can be created only after one of its class has been stored: intended.
+    /// velm::ClassesOf tells them all.
+    virtual int Open(char const* name, int readOnly);
+    /// Writes the counters and closes. The store is closed afterwards even if this raises.
+    virtual void Close();
+    /// Stores the object, anew under its identifier if it is in this store, and returns the
+    /// identifier. A file whose head and trees were not understood is not written: invalidFile.
+    virtual long Store(ERObject& object);
+    /// Reads the record into an object of its class. References in it are read only by
+    /// RetrieveAndCreate. Returns 1, or 0 where there is none.
+    virtual int Retrieve(long id, ERObject& object);
+    /// A new object of the record's class, with the objects that it refers to. Null where there is
+    /// none and for a class that is not registered or can't be created.
+    virtual t_SmartPtr<ERObject> RetrieveAndCreate(long id);
+    /// Removes the record. Returns 1, or 0 where there is none. The identifier is not given out
+    /// again, and the count of objects stored stays.
+    virtual int Delete(long id);
+    /// Lists the classes and the objects of an open store. Of large stores the list is not whole:
+    /// intended.
+    virtual void summarize(std::ostream& out) const;
+    /// The version of the file that was opened last, and the one that is written.
+    virtual unsigned int get_db_version();
+    virtual unsigned int get_db_current_version();
+
+    ERFileManager* fileManager() const { return file.get(); }
+    /// The objects ever stored in the file.
+    int getNbObj() const { return objects_stored; }
+
+protected:
+    /// The number of a class, a new one if the file doesn't have it yet.
+    unsigned long GetOrCreateSignature(char const* className);
+    /// Makes all classes of the file known.
+    void know_all_classes();
+
+private:
+    friend VELM_API void ERdiskMetaTreeExtractMap(char const* key, long value, void* database);
+    friend class ERDataBase;
+
+    void open_existing(char const* name, int readOnly);
+    void create_new(char const* name);
+    /// Forgets the file without writing to it.
+    void abandon();
+    ERFileManager& open_file() const;
+    bool may_write() const;
+    void require_writable() const;
+    void write_record(ERObject& object, long location, unsigned long signature);
+    void enter(long id, bool is_new, long location);
+    void restore(ERObject& object, long id, long location);
+
+    std::unique_ptr<ERFileManager> file;
+    std::unique_ptr<ERBTreeOnDisk> classes;
+    std::unique_ptr<ERBTreeOnDisk> objects;
+    long class_tree_offset = -1;
+    long object_tree_offset = -1;
+    std::int32_t last_identifier = 0;
+    std::int32_t objects_stored = 0;
+    std::int32_t last_signature = 0;
+    struct KnownClass {
+        long signature;
+        std::string name;
+    };
+    std::unordered_map<char const*, KnownClass> signatures; // by the pointers of className()
+    std::unordered_map<long, ERClassRegistration::Creator> creators;
+    unsigned int version = velm::DatabaseHeader::current_version;
+
+    int storing = 0;                      // how deep in references
+    std::vector<std::int32_t> being_read; // the identifiers on the way to the present one
+    long left_to_create = 0;              // by the reading under way
+};
+
+/// The step of opening that makes one class known to an ERObjectDataBase.
+VELM_API void ERdiskMetaTreeExtractMap(char const* key, long value, void* database);
