@@ -198,6 +198,8 @@ TEST(ClassTree, EveryRegisteredClass) {
         std::unique_ptr<ERObject> const object(create());
         std::unique_ptr<ERObject> const copy(object->getCopy());
         for (ERObject const* made : {object.get(), copy.get()}) {
+            if (!made && object->className() == std::string("ERDBObject")) continue; // has no copy
+            ASSERT_TRUE(made);
             EXPECT_EQ(made->isA(), c);
             EXPECT_STREQ(made->className(), c->getName());
             EXPECT_EQ(made->_castdown(*c) != nullptr, true);
