@@ -8,6 +8,7 @@
 #include "velm/platform/archive.h"
 #include "velm/platform/archive_exception.h"
 #include "velm/platform/critical_section.h"
+#include "velm/platform/debug_break.h"
 #include "velm/platform/debug_output.h"
 #include "velm/platform/dump_context.h"
 #include "velm/platform/exception.h"
@@ -92,6 +93,18 @@
 #include "velm/numerics/real_roots.h"
 #include "velm/numerics/series_statistics.h"
 #include "velm/numerics/symmetric_eigen.h"
+
+#include "velm/transforms/bodies.h"
+#include "velm/transforms/coordinate_conversions.h"
+#include "velm/transforms/matrix_products.h"
+#include "velm/transforms/plane_transformation.h"
+#include "velm/transforms/rotation_tools.h"
+#include "velm/transforms/transformation.h"
+#include "velm/transforms/transformation_archive.h"
+#include "velm/transforms/transformation_body.h"
+#include "velm/transforms/transformation_factories.h"
+#include "velm/transforms/transformation_handle.h"
+#include "velm/transforms/transformed_values.h"
 
 #include "velm/wireframe/segment.h"
 

@@ -61,6 +61,10 @@ public:
     using CircleCurve::CircleCurve;
     ERObject* getCopy() const override { return new CircleCurve2D(*this); }
 
+    void transformFrom(const ERTransfo2D&) override {}
+    void transformTo(const ERTransfo2D&) override {}
+    t_SmartPtr<EREntity3DWF> get3DEquiv(const ERPmIsometrie3D&) override { return {}; }
+
     /// Nothing to the left of the centre, everything at the centre.
     int ProjectPoint(const ERPoint2D& p, ERVec<double>& params, double) const override {
         if (p == ERPoint2D()) return -1;
@@ -76,6 +80,10 @@ class CircleCurve3D : public CircleCurve<velm::Space> {
 public:
     using CircleCurve::CircleCurve;
     ERObject* getCopy() const override { return new CircleCurve3D(*this); }
+    void transformFrom(const ERPmSimilitude3D&) override {}
+    void transformFrom(const ERPmIsometrie3D&) override {}
+    void transformTo(const ERPmSimilitude3D&) override {}
+    void transformTo(const ERPmIsometrie3D&) override {}
 };
 
 } // namespace velm_test

@@ -13,3 +13,5 @@ EREntity::DISTMINRES EREntity2D::SignedMinimalDistance(const ERPoint2D&, double&
 EREntity::DISTMINRES EREntity3D::SignedMinimalDistance(const ERPoint3D&, double&) {
     return DISTMIN_NONE;
 }
+
+t_SmartPtr<EREntity2DWF> EREntity3DWF::get2DEntProjectedOn(const ERPmIsometrie3D&) { return {}; }

@@ -4,6 +4,7 @@
 
 #include "velm/frame/class_macros.h"
 #include "velm/frame/object.h"
+#include "velm/frame/smart_pointer.h"
 #include "velm/fwd.h"
 
 /// The root of all geometry. Lengths are in model units, angles in radians.
@@ -40,6 +41,10 @@ public:
 
     /// Moves the entity by v.
     virtual void translate(const ERPoint2D& v) = 0;
+
+    /// Maps the entity by TransFrom of t, or by TransTo.
+    virtual void transformFrom(const ERTransfo2D& t) = 0;
+    virtual void transformTo(const ERTransfo2D& t) = 0;
 };
 
 /// An entity of space.
@@ -52,6 +57,12 @@ public:
 
     /// Moves the entity by v.
     virtual void translate(const ERPoint3D& v) = 0;
+
+    /// Maps the entity by TransFrom of t, or by TransTo.
+    virtual void transformFrom(const ERPmSimilitude3D& t) = 0;
+    virtual void transformFrom(const ERPmIsometrie3D& t) = 0;
+    virtual void transformTo(const ERPmSimilitude3D& t) = 0;
+    virtual void transformTo(const ERPmIsometrie3D& t) = 0;
 };
 
 /// A wireframe entity of the plane. Curves inherit it virtually, so that a class that reaches it
@@ -60,6 +71,8 @@ class VELM_API EREntity2DWF : public EREntity2D {
     VELM_DECLARE_CLASS(EREntity2DWF)
 
 public:
+    /// The same entity in the plane z = 0 of a frame, a new object.
+    virtual t_SmartPtr<EREntity3DWF> get3DEquiv(const ERPmIsometrie3D& frame) = 0;
     /// Turns the sense of travel round.
     virtual void reverse() = 0;
 };
@@ -69,6 +82,9 @@ class VELM_API EREntity3DWF : public EREntity3D {
     VELM_DECLARE_CLASS(EREntity3DWF)
 
 public:
+    /// The projection onto the plane z = 0 of a frame, in the frame's x and y, a new object; empty
+    /// where the class has none, which is what this default answers.
+    virtual t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame);
     /// Turns the sense of travel round.
     virtual void reverse() = 0;
 };

@@ -78,6 +78,11 @@ public:
     /// 0. The default finds nothing.
     virtual int intersectWithAxeY(double y, ERVec<double>& params) const;
 
+    /// intersectWithAxeY of a copy of the curve at level 0, in the frame at p with its x axis along
+    /// d: the parameters where the curve crosses the line. Defined in
+    /// transforms/curve_sections.cpp.
+    virtual int intersectWith(const ERPoint2D& p, const ERVector2D& d, ERVec<double>& params) const;
+
     /// Appends the parameters of the feet of the perpendiculars from p. Returns their number, or -1
     /// if every point of the curve is one. The default finds nothing.
     virtual int ProjectPoint(const ERPoint2D& p, ERVec<double>& params, double tol) const;
@@ -111,6 +116,10 @@ public:
     /// Appends the parameters where the curve meets the plane at height z; returns the size of
     /// `params`, or 0. The default finds nothing.
     virtual int intersectWithPlanZ(double z, ERVec<double>& params) const;
+
+    /// intersectWithPlanZ of a copy of the curve at height 0, in a frame at p with its z axis along
+    /// d: the parameters where the curve meets the plane. Defined in transforms/curve_sections.cpp.
+    virtual int intersectWith(const ERPoint3D& p, const ERVector3D& d, ERVec<double>& params) const;
 
     /// As ERFiniteEntity2DWF::ProjectPoint.
     virtual int ProjectPoint(const ERPoint3D& p, ERVec<double>& params, double tol) const;

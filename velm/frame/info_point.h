@@ -70,6 +70,10 @@ public:
     ERInfoPoint3DWF(double parametre, int sens, const ERPoint3D& point, const ERVector3D& first,
                     const ERVector3D& second)
         : CurvePoint(parametre, sens, point, first, second) {}
+    /// A point of the plane lifted into a frame: `value` is put in at `axis`, into the derivatives
+    /// too, which is intended; then the point goes through TransFrom as a point and the derivatives
+    /// as vectors. Defined in transforms/curve_sections.cpp.
+    ERInfoPoint3DWF(const ERInfoPoint2D& info, const ERTr3DRev& frame, Coord3D axis, double value);
 
     /// The unit vector of (T x A) x T, towards the centre of curvature; zero where the curve does
     /// not bend.

@@ -22,7 +22,8 @@
 //   - a number or an enumeration: the bytes in memory, a long as 32 bits, a bool as an int;
 //   - velm::as_byte(field), velm::as_stored<T>(field): the same field stored as another number;
 //   - a value with stored_bytes;
-//   - an array handle: its body, a 32-bit length in bytes and the bytes;
+//   - an array handle without operations of its own: its body, a 32-bit length in bytes and the
+//   bytes;
 //   - anything else with saveGuts, restoreGuts and binaryStoreSize of its own.
 // Values of fixed size that stand in one call of form are read as one block, and all that are next
 // to each other are written by one call of the file.
@@ -151,10 +152,16 @@ struct FieldForm<StoredAs<Stored, Field>> {
     }
 };
 
-/// An array handle stores its body. A body that can't be read leaves the array as it is.
 template <class T>
-requires std::derived_from<T, ERSimpleVec<typename T::value_type>>
-struct FieldForm<T> {
+concept HasGuts = requires(const T& value, ERFile& file) {
+    value.saveGuts(file);
+};
+
+/// An array handle without a form of its own stores its body. A body that can't be read leaves the
+/// array as it is.
+template <class T>
+requires(std::derived_from<T, ERSimpleVec<typename T::value_type>> &&
+         !HasGuts<T>) struct FieldForm<T> {
     static_assert(std::is_trivially_copyable_v<typename T::value_type>);
     static constexpr bool fixed = false;
 

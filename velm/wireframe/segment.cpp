@@ -2,6 +2,8 @@
 
 #include "velm/frame/point_functions.h"
 #include "velm/frame/stored_form.h"
+#include "velm/transforms/plane_transformation.h"
+#include "velm/transforms/transformation_handle.h"
 
 #include <algorithm>
 #include <cmath>
@@ -142,6 +144,45 @@ void ERSegment2D::printOn(std::ostream& out) const {
 
 void ERSegment3D::printOn(std::ostream& out) const {
     out << "Segment 3D : P1=" << P1 << " P2=" << P2 << '\n';
+}
+
+void ERSegment2D::transformFrom(const ERTransfo2D& t) {
+    P1 = t.TransFrom(P1);
+    P2 = t.TransFrom(P2);
+}
+
+void ERSegment2D::transformTo(const ERTransfo2D& t) {
+    P1 = t.TransTo(P1);
+    P2 = t.TransTo(P2);
+}
+
+void ERSegment3D::transformFrom(const ERPmSimilitude3D& t) {
+    t.TransFrom(P1);
+    t.TransFrom(P2);
+}
+
+void ERSegment3D::transformFrom(const ERPmIsometrie3D& t) {
+    transformFrom(static_cast<const ERPmSimilitude3D&>(t));
+}
+
+void ERSegment3D::transformTo(const ERPmSimilitude3D& t) {
+    t.TransTo(P1);
+    t.TransTo(P2);
+}
+
+void ERSegment3D::transformTo(const ERPmIsometrie3D& t) {
+    transformTo(static_cast<const ERPmSimilitude3D&>(t));
+}
+
+t_SmartPtr<EREntity3DWF> ERSegment2D::get3DEquiv(const ERPmIsometrie3D& frame) {
+    t_SmartPtr<ERSegment3D> lifted(
+        new ERSegment3D(P1.castToPoint3D(Coord3D_Z, 0.0), P2.castToPoint3D(Coord3D_Z, 0.0)));
+    lifted->transformFrom(frame);
+    return lifted.get();
+}
+
+t_SmartPtr<EREntity2DWF> ERSegment3D::get2DEntProjectedOn(const ERPmIsometrie3D& frame) {
+    return new ERSegment2D(frame.Project(P1), frame.Project(P2));
 }
 
 int ERSegment2D::ProjectPoint(const ERPoint2D& p, ERVec<double>& params, double) const {

@@ -78,6 +78,11 @@ public:
     /// of `params`, what it held before included. A degenerate segment appends nothing.
     int ProjectPoint(const ERPoint2D& p, ERVec<double>& params, double tol) const override;
 
+    void transformFrom(const ERTransfo2D& t) override;
+    void transformTo(const ERTransfo2D& t) override;
+    /// An ERSegment3D.
+    t_SmartPtr<EREntity3DWF> get3DEquiv(const ERPmIsometrie3D& frame) override;
+
     /// The distance to the segment, positive to the right of its direction, negative to the left
     /// and on its line; t is the parameter of the nearest point, in [0, 1]. Returns DISTMIN_FOUND
     /// if the foot lies on the segment within 1e-7 of the parameter, else DISTMIN_AT_END.
@@ -94,6 +99,13 @@ class VELM_API ERSegment3D : public velm::detail::Segment<velm::Space> {
 public:
     using ERFiniteEntity3DWF::isClosed;
     using Segment::Segment;
+
+    void transformFrom(const ERPmSimilitude3D& t) override;
+    void transformFrom(const ERPmIsometrie3D& t) override;
+    void transformTo(const ERPmSimilitude3D& t) override;
+    void transformTo(const ERPmIsometrie3D& t) override;
+    /// An ERSegment2D.
+    t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
 
     /// The distance to the segment, without a sign; the result as for ERSegment2D.
     DISTMINRES SignedMinimalDistance(const ERPoint3D& p, double& dist) override;

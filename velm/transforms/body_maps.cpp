@@ -1,0 +1,202 @@
+// What the bodies do to points, vectors and poles.
+#include "velm/transforms/bodies.h"
+#include "velm/transforms/detail/matrix3.h"
+#include "velm/transforms/transformation_handle.h"
+
+#include <span>
+
+namespace velm::detail {
+
+namespace {
+
+constexpr double equal_tolerance = 1e-9;
+
+// The maps as values: a loop over an array keeps their numbers in registers. In both directions,
+// `point` maps a place and `vector` is the linear part.
+
+struct IdentityMap {
+    static constexpr ERPoint3D point(const ERPoint3D& p) { return p; }
+    static constexpr ERVector3D vector(const ERVector3D& v) { return v; }
+};
+
+struct ShiftMap {
+    ERPoint3D t;
+    ERPoint3D point(const ERPoint3D& p) const { return p + t; }
+    ERVector3D vector(const ERVector3D& v) const { return v; }
+};
+
+struct ScaleMap {
+    double k;
+    ERPoint3D point(const ERPoint3D& p) const { return p * k; }
+    ERVector3D vector(const ERVector3D& v) const { return v * k; }
+};
+
+struct LinearMap {
+    Matrix3 m;
+    ERPoint3D point(const ERPoint3D& p) const { return m.times(p); }
+    ERVector3D vector(const ERVector3D& v) const { return m.times(v); }
+};
+
+/// p to M p + t.
+struct FrameMap {
+    Matrix3 m;
+    ERPoint3D t;
+    ERPoint3D point(const ERPoint3D& p) const { return m.times(p) + t; }
+    ERVector3D vector(const ERVector3D& v) const { return m.times(v); }
+};
+
+/// p to M (p - t), with the transposed matrix as M.
+struct InverseFrameMap {
+    Matrix3 m;
+    ERPoint3D t;
+    ERPoint3D point(const ERPoint3D& p) const { return m.times(p - t); }
+    ERVector3D vector(const ERVector3D& v) const { return m.times(v); }
+};
+
+/// p to M (k p) + t.
+struct SimilarityMap {
+    Matrix3 m;
+    ERPoint3D t;
+    double k;
+    ERPoint3D point(const ERPoint3D& p) const { return m.times(p * k) + t; }
+    ERVector3D vector(const ERVector3D& v) const { return m.times(v * k); }
+};
+
+/// p to (M (p - t)) r, with the transposed matrix as M and r = 1 / k.
+struct InverseSimilarityMap {
+    Matrix3 m;
+    ERPoint3D t;
+    double r;
+    ERPoint3D point(const ERPoint3D& p) const { return m.times(p - t) * r; }
+    ERVector3D vector(const ERVector3D& v) const { return m.times(v) * r; }
+};
+
+IdentityMap forward(const _ERIdentity3D&) { return {}; }
+IdentityMap backward(const _ERIdentity3D&) { return {}; }
+ShiftMap forward(const _ERTranslation3D& body) { return {body.translation()}; }
+ShiftMap backward(const _ERTranslation3D& body) { return {-body.translation()}; }
+LinearMap forward(const _ERRotation3D& body) { return {Matrix3(body.matrix())}; }
+LinearMap backward(const _ERRotation3D& body) { return {Matrix3(body.matrix()).transposed()}; }
+FrameMap forward(const _ERWorkplane& body) { return {Matrix3(body.matrix()), body.translation()}; }
+InverseFrameMap backward(const _ERWorkplane& body) {
+    return {Matrix3(body.matrix()).transposed(), body.translation()};
+}
+ScaleMap forward(const _ERScaling3D& body) { return {body.factor()}; }
+ScaleMap backward(const _ERScaling3D& body) { return {1.0 / body.factor()}; }
+LinearMap forward(const _ERSymetrie3D& body) { return {Matrix3(body.matrix())}; }
+LinearMap backward(const _ERSymetrie3D& body) { return {Matrix3(body.matrix()).transposed()}; }
+SimilarityMap forward(const _ERSimilitude3D& body) {
+    return {Matrix3(body.matrix()), body.translation(), body.factor()};
+}
+InverseSimilarityMap backward(const _ERSimilitude3D& body) {
+    return {Matrix3(body.matrix()).transposed(), body.translation(), 1.0 / body.factor()};
+}
+
+template <class Map>
+void map_points(ERPoint3D* points, int n, const Map& map) {
+    for (ERPoint3D* p = points; p < points + n; ++p)
+        *p = map.point(*p);
+}
+
+template <class Map>
+void map_poles(std::span<ERPole3DH> poles, const Map& map) {
+    for (ERPole3DH& pole : poles)
+        pole = ERPole3DH(map.point(pole.castToPoint()) * pole.weigth(), pole.weigth());
+}
+
+// Nothing is done, not even a shared array's copy made, for the identity.
+void map_points(ERVec<ERPoint3D>&, IdentityMap) {}
+void map_poles(ERVec<ERPole3DH>&, IdentityMap) {}
+void map_points(ERPoint3D*, int, IdentityMap) {}
+
+template <class Map>
+void map_points(ERVec<ERPoint3D>& points, const Map& map) {
+    map_points(points.data(), points.size(), map);
+}
+template <class Map>
+void map_poles(ERVec<ERPole3DH>& poles, const Map& map) {
+    map_poles(poles.writable(), map);
+}
+
+} // namespace
+
+template <class Body, class Base>
+ERVec<ERPole3DH>& BodyOperations<Body, Base>::TransTo(ERVec<ERPole3DH>& poles) const {
+    map_poles(poles, backward(body()));
+    return poles;
+}
+
+template <class Body, class Base>
+void BodyOperations<Body, Base>::TransTo(ERPoint3D* points, int n) const {
+    map_points(points, n, backward(body()));
+}
+
+template <class Body, class Base>
+ERVec<ERPoint3D>& BodyOperations<Body, Base>::TransTo(ERVec<ERPoint3D>& points) const {
+    map_points(points, backward(body()));
+    return points;
+}
+
+template <class Body, class Base>
+ERVector3D& BodyOperations<Body, Base>::TransTo(ERVector3D& v) const {
+    return v = backward(body()).vector(v);
+}
+
+template <class Body, class Base>
+ERPoint3D& BodyOperations<Body, Base>::TransTo(ERPoint3D& p) const {
+    return p = backward(body()).point(p);
+}
+
+template <class Body, class Base>
+int BodyOperations<Body, Base>::isEqual(const ERTr3D& other) const {
+    if (other.isKindOf(ERTr3DRevEnveloppe::desc()))
+        return isEqual(*ERTr3DRevEnveloppe::castdown(&other)->body());
+    if (other.isA() != this->isA()) return 0;
+    const Body& that = *Body::castdown(&other);
+    return matrices_within(Matrix3(this->getMatrix()), Matrix3(that.getMatrix()),
+                           equal_tolerance) &&
+           components_within(this->getTrans(), that.getTrans(), equal_tolerance) &&
+           std::fabs(this->getFactHomo() - that.getFactHomo()) <= equal_tolerance;
+}
+
+template <class Body, class Base>
+ERVec<ERPole3DH>& BodyOperations<Body, Base>::TransFrom(ERVec<ERPole3DH>& poles) const {
+    map_poles(poles, forward(body()));
+    return poles;
+}
+
+template <class Body, class Base>
+ERVec<ERPoint3D>& BodyOperations<Body, Base>::TransFrom(ERVec<ERPoint3D>& points) const {
+    map_points(points, forward(body()));
+    return points;
+}
+
+template <class Body, class Base>
+void BodyOperations<Body, Base>::TransFrom(ERPoint3D* points, int n) const {
+    map_points(points, n, forward(body()));
+}
+
+template <class Body, class Base>
+ERVector3D& BodyOperations<Body, Base>::TransFrom(ERVector3D& v) const {
+    return v = forward(body()).vector(v);
+}
+
+template <class Body, class Base>
+ERPoint3D& BodyOperations<Body, Base>::TransFrom(ERPoint3D& p) const {
+    return p = forward(body()).point(p);
+}
+
+template <class Body, class Base>
+ERObject* BodyOperations<Body, Base>::getCopy() const {
+    return new Body(body());
+}
+
+template class BodyOperations<_ERIdentity3D, ERAnyIsometrie3D>;
+template class BodyOperations<_ERTranslation3D, ERAnyIsometrie3D>;
+template class BodyOperations<_ERRotation3D, ERAnyIsometrie3D>;
+template class BodyOperations<_ERWorkplane, ERAnyIsometrie3D>;
+template class BodyOperations<_ERScaling3D, ERAnySimilitude3D>;
+template class BodyOperations<_ERSymetrie3D, ERAnySimilitude3D>;
+template class BodyOperations<_ERSimilitude3D, ERAnySimilitude3D>;
+
+} // namespace velm::detail
