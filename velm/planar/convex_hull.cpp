@@ -5,6 +5,7 @@
 #include "velm/planar/detail/point_order.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <span>
 #include <vector>
@@ -22,13 +23,18 @@ bool below_tolerance(double squared) { return squared < least_square_reaching; }
 /// Which way a pass over the sorted points goes.
 enum class Walk { descending, ascending };
 
+/// Whether an edge of this rise runs up (descending) or down (ascending), or level.
+bool runs_outwards(double rise, Walk walk) {
+    return walk == Walk::descending ? rise >= 0.0 : rise <= 0.0;
+}
+
 /// Whether the chain keeps its last point in front of the next edge: a left turn of less than 90
-/// degrees, or any left turn where the last edge runs up (descending) or down (ascending).
+/// degrees, or any left turn where the last edge runs outwards.
 bool keeps_last_by_rule(const ERVector2D& last_edge, const ERVector2D& next_edge, Walk walk) {
     const ERVector2D e1 = last_edge.getnormalized();
     const ERVector2D e2 = next_edge.getnormalized();
     if (!(e1.i() * e2.j() - e1.j() * e2.i() > 0.0)) return false;
-    return e1 * e2 > 0.0 || (walk == Walk::descending ? e1.j() >= 0.0 : e1.j() <= 0.0);
+    return e1 * e2 > 0.0 || runs_outwards(e1.j(), walk);
 }
 
 /// Decides as the rule does, without roots and divisions where the signs of the two products can't
@@ -53,11 +59,23 @@ public:
         const double right = last_edge.j() * next_edge.i();
         const double cross = left - right;
         if (cross < -sure_cross) return false;
-        if (cross > sure_cross && last_edge * next_edge > sure_dot) return true;
+        if (cross > sure_cross &&
+            (last_edge * next_edge > sure_dot || runs_outwards(last_edge.j(), walk)))
+            return true;
+        if (are_parallel_to_an_axis(last_edge, next_edge)) return false;
+        const double size = std::abs(left) + std::abs(right);
+        if (cross < -margin * size && size > least_product && is_moderate()) return false;
         return keeps_last_by_rule(last_edge, next_edge, walk);
     }
 
 private:
+    /// Then the normalised cross product is exactly 0.
+    static bool are_parallel_to_an_axis(const ERVector2D& a, const ERVector2D& b) {
+        return (a.i() == 0.0 && b.i() == 0.0) || (a.j() == 0.0 && b.j() == 0.0);
+    }
+
+    bool is_moderate() const { return sure_cross < std::numeric_limits<double>::infinity(); }
+
     static constexpr double margin = 1e-14;
     static constexpr double least_product = 1e-100;
 

@@ -6,13 +6,17 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <utility>
 
 namespace {
 
-/// NaNs behind all numbers, and equal to each other.
-bool less(double a, double b) { return a < b || (std::isnan(b) && !std::isnan(a)); }
 constexpr auto before = [](const ERPoint2D& a, const ERPoint2D& b) {
+    return a.x() < b.x() || (a.x() == b.x() && a.y() < b.y());
+};
+/// The same order where NaNs occur, which go behind all numbers.
+bool less(double a, double b) { return a < b || (std::isnan(b) && !std::isnan(a)); }
+constexpr auto before_with_nan = [](const ERPoint2D& a, const ERPoint2D& b) {
     return less(a.x(), b.x()) || (!less(b.x(), a.x()) && less(a.y(), b.y()));
 };
 
@@ -21,9 +25,9 @@ class Places {
 public:
     static constexpr unsigned int most_digit_bits = 11;
 
-    Places(const velm::detail::Extent& extent, std::size_t points)
-        : digit_bits_(points < 10000 ? 8 : most_digit_bits), least_(extent.xmin),
-          scale_((digit_values() * digit_values() - 1) / (extent.xmax - extent.xmin)) {}
+    Places(double least, double greatest, std::size_t points)
+        : digit_bits_(points < 10000 ? 8 : most_digit_bits), least_(least),
+          scale_((digit_values() * digit_values() - 1) / (greatest - least)) {}
 
     /// Whether the abscissae differ, but not beyond all bounds.
     bool are_defined() const {
@@ -44,7 +48,7 @@ private:
 
 /// Distributes the points by one digit, keeping the order of equal ones.
 template <class Digit>
-void distribute(const std::vector<ERPoint2D>& from, std::vector<ERPoint2D>& to,
+void distribute(std::span<const ERPoint2D> from, std::span<ERPoint2D> to,
                 std::uint32_t digit_values, Digit digit) {
     std::array<std::uint32_t, 1u << Places::most_digit_bits> starts;
     std::fill_n(starts.begin(), digit_values, 0);
@@ -55,6 +59,35 @@ void distribute(const std::vector<ERPoint2D>& from, std::vector<ERPoint2D>& to,
         starts[i] = std::exchange(start, start + starts[i]);
     for (const ERPoint2D& p : from)
         to[starts[digit(p)]++] = p;
+}
+
+/// Distributes by place, then sorts what shares one: in the same way as long as `rounds` lasts.
+void sort_finite(std::span<ERPoint2D> points, std::span<ERPoint2D> scratch, int rounds) {
+    constexpr std::size_t worth_distributing = 128;
+    if (points.size() < worth_distributing || rounds == 0) {
+        std::sort(points.begin(), points.end(), before);
+        return;
+    }
+    const auto [least, greatest] =
+        std::minmax_element(points.begin(), points.end(),
+                            [](const ERPoint2D& a, const ERPoint2D& b) { return a.x() < b.x(); });
+    const Places places(least->x(), greatest->x(), points.size());
+    if (!places.are_defined()) {
+        std::sort(points.begin(), points.end(), before);
+        return;
+    }
+    distribute(points, scratch, places.digit_values(),
+               [&](const ERPoint2D& p) { return places.low_digit(p); });
+    distribute(scratch, points, places.digit_values(),
+               [&](const ERPoint2D& p) { return places.high_digit(p); });
+    for (std::size_t start = 0, end; start < points.size(); start = end) {
+        const std::uint32_t place = places.of(points[start]);
+        end = start + 1;
+        while (end < points.size() && places.of(points[end]) == place)
+            ++end;
+        const std::size_t n = end - start;
+        if (n > 1) sort_finite(points.subspan(start, n), scratch.subspan(start, n), rounds - 1);
+    }
 }
 
 } // namespace
@@ -72,21 +105,9 @@ velm::detail::Extent::Extent(std::span<const ERPoint2D> points)
 
 void velm::detail::sort_by_x_then_y(std::vector<ERPoint2D>& points, std::vector<ERPoint2D>& scratch,
                                     const Extent& extent) {
-    constexpr std::size_t worth_distributing = 128;
-    const Places places(extent, points.size());
-    if (points.size() < worth_distributing || !extent.finite || !places.are_defined()) {
-        std::sort(points.begin(), points.end(), before);
-        return;
-    }
-    distribute(points, scratch, places.digit_values(),
-               [&](const ERPoint2D& p) { return places.low_digit(p); });
-    distribute(scratch, points, places.digit_values(),
-               [&](const ERPoint2D& p) { return places.high_digit(p); });
-    for (auto run = points.begin(); run != points.end();) {
-        const std::uint32_t place = places.of(*run);
-        const auto end = std::find_if(run + 1, points.end(),
-                                      [&](const ERPoint2D& p) { return places.of(p) != place; });
-        if (end - run > 1) std::sort(run, end, before);
-        run = end;
-    }
+    constexpr int rounds = 3; // clusters and outliers take another round
+    if (extent.finite)
+        sort_finite(points, scratch, rounds);
+    else
+        std::sort(points.begin(), points.end(), before_with_nan);
 }
