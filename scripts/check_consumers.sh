@@ -52,6 +52,10 @@ for program in host every_class; do
     done
 done
 run_all "$work/pkg-config" pkg-config
+if "${CXX:-g++}" -std=c++20 -ffast-math -fsyntax-only -I "$work/prefix/include" \
+    "$consumers/host.cpp" 2>/dev/null; then
+    echo "fast-math is not refused"; exit 1
+fi
 
 quietly cmake "${generator[@]}" -S "$consumers" -B "$work/subdirectory" \
     -DVELM_SOURCE_DIR="$source" -DCMAKE_BUILD_TYPE=Release

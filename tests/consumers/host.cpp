@@ -9,10 +9,6 @@ class ERMinimax3D;
 #include <sstream>
 #include <typeinfo>
 
-#ifdef __FAST_MATH__
-#error "a consumer of velm is compiled without fast-math"
-#endif
-
 namespace {
 
 int failures = 0;
