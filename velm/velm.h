@@ -124,3 +124,4 @@
 #include "velm/store/object_database.h"
 #include "velm/store/store_check.h"
 #include "velm/store/store_image.h"
+#include "velm/store/store_salvage.h"

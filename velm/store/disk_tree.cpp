@@ -51,7 +51,7 @@ ERBTreeOnDisk::~ERBTreeOnDisk() {
 
 void ERBTreeOnDisk::save_information() {
     if (file.isReadOnly() || !information_known || !file.has_free_list() || !file.is_open()) return;
-    writeInfo();
+    if (std::memcmp(&information, &information_on_file, sizeof information) != 0) writeInfo();
 }
 
 void ERBTreeOnDisk::infoInit(unsigned int keyLength, int ignore_nulls, unsigned int order,
@@ -73,11 +73,13 @@ void ERBTreeOnDisk::readInfo() {
     information = ERBTreeInformation();
     if (file.read_through(infoOffset, &information, sizeof information) != sizeof information)
         information.magic = -1;
+    information_on_file = information;
 }
 
 void ERBTreeOnDisk::writeInfo() {
     check_writable();
     file.write_through(infoOffset, &information, sizeof information);
+    information_on_file = information;
 }
 
 void ERBTreeOnDisk::startup(unsigned int cacheSize) {

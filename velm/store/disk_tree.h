@@ -144,6 +144,7 @@ private:
     ERFileManager& file;
     long infoOffset;
     ERBTreeInformation information;
+    ERBTreeInformation information_on_file;
     bool information_known = false; // made here or read with its magic number
     ERDiskTreeLayout layout;
     ERDiskTreeNode::Compare compare = nullptr;

@@ -1,0 +1,421 @@
+// Damaged files, failing system calls, killed processes, and random operations against a model:
+// what an object file goes through, and that the check or the rebuilding tells and mends it.
+#include "store/store_files.h"
+#include "support/caught.h"
+#include "support/faulty_files.h"
+#include "support/random.h"
+#include "velm/platform/file_exception.h"
+#include "velm/store/db_object.h"
+#include "velm/store/store_salvage.h"
+#include "velm/wireframe/segment.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace velm_test;
+
+/// A number from the environment, or the one for every day.
+int setting(const char* name, int everyday) {
+    const char* const given = std::getenv(name);
+    return given != nullptr ? std::atoi(given) : everyday;
+}
+
+const bool thorough = setting("VELM_TEST_THOROUGH", 0) != 0;
+
+struct Robustness : testing::Test {
+    TemporaryFolder folder;
+    std::string path = folder.path("store");
+
+    /// The rebuilt file, which is sound.
+    std::string salvaged(const std::string& from, velm::SalvageReport* report = nullptr) {
+        const std::string to = folder.path("salvaged");
+        std::remove(to.c_str());
+        const velm::SalvageReport made = velm::salvage_store(from.c_str(), to.c_str(), false);
+        EXPECT_EQ(faults_of(to), "");
+        if (report) *report = made;
+        return to;
+    }
+
+    /// A small file with objects of several classes, a reference, a deleted and a moved object.
+    std::string small_file() {
+        ERDataBase data;
+        EXPECT_EQ(data.Open(path.c_str(), 0), gmSuccess);
+        t_SmartPtr<ERDBObject> record(new ERDBObject);
+        record->object(new ERSegment2D(ERPoint2D(0, 0), ERPoint2D(3, 4)));
+        record->name("rim");
+        record->property(100, 0.5);
+        data.save(t_SmartPtr<ERObject>(record.get()));
+        t_SmartPtr<Sample> moved(new Sample(1, 40));
+        t_SmartPtr<Sample> removed(new Sample(2, 60));
+        t_SmartPtr<Link> link(new Link);
+        link->several.append(moved);
+        data.save(t_SmartPtr<ERObject>(moved.get()));
+        data.save(t_SmartPtr<ERObject>(removed.get()));
+        data.save(t_SmartPtr<ERObject>(link.get()));
+        moved->number = 3;
+        data.objects()->Store(*moved);
+        removed->Delete();
+        EXPECT_EQ(data.Close(), gmSuccess);
+        EXPECT_EQ(faults_of(path), "");
+        return TemporaryFolder::bytes_of(path);
+    }
+};
+
+// ---- damage ----
+
+/// Opens, walks, restores, inserts, deletes, closes, checks and salvages; any defined result will
+/// do.
+void use(const std::string& path, const std::string& salvage_to) {
+    gmErrorCode code;
+    for (const int read_only : {1, 0}) {
+        ERDataBase data;
+        if (data.Open(path.c_str(), read_only) != gmSuccess) continue;
+        for (long index = 0; index < 5; ++index)
+            data.restore(index, code);
+        std::ostringstream out;
+        try {
+            data.objects()->summarize(out);
+        } catch (CFileException* failure) {
+            failure->Delete();
+        }
+        t_SmartPtr<ERObject> added(new Sample(9, 100));
+        for (int i = 0; i < 3; ++i)
+            data.save(added);
+        added->Delete();
+        data.Close();
+    }
+    try {
+        velm::check_store(path.c_str());
+        std::remove(salvage_to.c_str());
+        velm::salvage_store(path.c_str(), salvage_to.c_str(), true);
+        velm::check_store(salvage_to.c_str());
+    } catch (CFileException* failure) {
+        failure->Delete();
+    }
+}
+
+TEST_F(Robustness, EveryTruncation) {
+    const std::string good = small_file();
+    const std::size_t step = thorough ? 1 : 29;
+    for (std::size_t length = 0; length < good.size(); length += length < 400 ? 1 : step)
+        use(folder.file("damaged", good.substr(0, length)), folder.path("new"));
+}
+
+TEST_F(Robustness, EveryByteOverwritten) {
+    const std::string good = small_file();
+    Random random(5);
+    const std::size_t last_used = good.find_last_not_of('\0');
+    for (std::size_t i = 0; i <= last_used; ++i) {
+        // Long runs of zeros are unused places of nodes: a few of them will do for every day.
+        if (!thorough && good[i] == '\0' && random.below(24) != 0) continue;
+        const char flipped = static_cast<char>(good[i] ^ (1 << random.below(8)));
+        const std::string values = {'\0', '\xFF', flipped};
+        for (const char value : thorough ? values : values.substr(i % 3, 1)) {
+            if (value == good[i]) continue;
+            std::string damaged = good;
+            damaged[i] = value;
+            use(folder.file("damaged", damaged), folder.path("new"));
+        }
+    }
+}
+
+TEST_F(Robustness, TheCheckNamesDamageWithItsOffset) {
+    const std::string good = small_file();
+    const velm::StoreImage image(path.c_str());
+    const velm::RecordImage record = image.records.back();
+    const auto faults = [&](std::size_t offset, std::int32_t word) {
+        return faults_of(folder.file("bad", std::string(good).replace(offset, 4, words({word}))));
+    };
+    EXPECT_NE(faults(4, 300).find("behind the end of data"), std::string::npos);
+    EXPECT_NE(faults(12, 0).find("12: the free list has a node without"), std::string::npos);
+    EXPECT_NE(faults(316, 1).find("308: the class tree has no information"), std::string::npos);
+    EXPECT_NE(faults(296, 1).find("296: the last identifier is behind"), std::string::npos);
+    EXPECT_NE(faults(364, 77).find("364: the number of objects"), std::string::npos);
+    const auto at = static_cast<std::size_t>(record.location);
+    EXPECT_NE(faults(at, 77).find(std::to_string(at) + ": object"), std::string::npos);
+    EXPECT_NE(faults(at - 4, 1000).find("overlaps"), std::string::npos);
+}
+
+TEST_F(Robustness, CompactingKeepsAllButTheSpace) {
+    small_file();
+    const std::string compact = folder.path("compact");
+    const velm::SalvageReport report = velm::compact_store(path.c_str(), compact.c_str());
+    EXPECT_EQ(faults_of(compact), "");
+    EXPECT_EQ(report.objects, 5);
+    const velm::StoreReport before = velm::check_store(path.c_str());
+    const velm::StoreReport after = velm::check_store(compact.c_str());
+    EXPECT_EQ(after.free_bytes + after.waste_bytes, 0);
+    EXPECT_LT(after.file_length, before.file_length);
+    EXPECT_EQ(after.indices, before.indices);
+    EXPECT_EQ(after.last_identifier, before.last_identifier);
+    ERDataBase data;
+    gmErrorCode code;
+    ASSERT_EQ(data.Open(compact.c_str(), 0), gmSuccess);
+    EXPECT_EQ(data.getNbEnt(), 4);
+    EXPECT_EQ(Sample::castdown(*data.restore(1, code)).number, 3);
+    EXPECT_FALSE(data.restore(2, code)) << "deleted";
+    EXPECT_EQ(file_cause([&] { velm::compact_store(path.c_str(), compact.c_str()); }),
+              CFileException::accessDenied);
+}
+
+// ---- faults under the file layer ----
+
+/// What a scenario reports: the code of each of its public operations, -1 for an object that came
+/// back with success and not whole, as an array does whose reading fails.
+std::vector<int> scenario(const std::string& path) {
+    std::vector<int> codes;
+    ERDataBase data;
+    gmErrorCode code;
+    codes.push_back(data.Open(path.c_str(), 0));
+    std::vector<t_SmartPtr<ERObject>> objects;
+    for (int i = 0; i < 12; ++i) {
+        t_SmartPtr<ERDBObject> record(new ERDBObject);
+        record->object(new Sample(i, 30 * i));
+        objects.emplace_back(record.get());
+        codes.push_back(data.save(objects.back()));
+    }
+    const auto restore = [&](int i) {
+        const t_SmartPtr<ERObject> object = data.restore(i, code);
+        ERObject* const sample = object ? ERDBObject::castdown(*object).object().get() : nullptr;
+        const bool whole = sample && Sample::castdown(*sample) == Sample(i, 30 * i);
+        codes.push_back(code == gmSuccess && !whole ? -1 : code);
+    };
+    restore(3);
+    codes.push_back(data.save(objects[2]));
+    codes.push_back(data.Close());
+    codes.push_back(data.Open(path.c_str(), 1));
+    restore(7);
+    codes.push_back(data.Close());
+    return codes;
+}
+
+TEST_F(Robustness, EveryFailingCallGivesItsCode) {
+    struct Fault {
+        FaultyFiles::Operation operation;
+        int error;
+        gmErrorCode code;
+    };
+    for (const Fault fault :
+         {Fault{FaultyFiles::writing, ENOSPC, gmDiskFull},
+          Fault{FaultyFiles::writing, EIO, gmHardIO}, Fault{FaultyFiles::reading, EIO, gmHardIO},
+          Fault{FaultyFiles::seeking, EINVAL, gmBadSeek},
+          Fault{FaultyFiles::closing, EIO, gmHardIO}}) {
+        const int step = thorough || fault.operation != FaultyFiles::seeking ? 1 : 5;
+        for (int k = 1;; k += step) {
+            SCOPED_TRACE(testing::Message() << fault.operation << ' ' << k);
+            std::remove(path.c_str());
+            std::vector<int> codes;
+            bool met = false;
+            {
+                FaultyFiles files;
+                files.fail(fault.operation, k, fault.error);
+                codes = scenario(path);
+                met = files.calls(fault.operation) >= k;
+            }
+            if (!met) break;
+            EXPECT_GE(std::count(codes.begin(), codes.end(), fault.code) +
+                          std::count(codes.begin(), codes.end(), -1),
+                      1);
+            // The process goes on, and what the file holds can be had.
+            ERDataBase data;
+            if (data.Open(path.c_str(), 0) == gmSuccess) data.Close();
+            velm::SalvageReport report;
+            salvaged(path, &report);
+            if (::testing::Test::HasFailure()) return;
+        }
+    }
+}
+
+TEST_F(Robustness, ShortAndInterruptedTransfersChangeNothing) {
+    const std::vector<int> codes = scenario(path);
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), gmSuccess), static_cast<long>(codes.size()));
+    const std::string whole = TemporaryFolder::bytes_of(path);
+    std::remove(path.c_str());
+    FaultyFiles files;
+    files.fall_short(3);
+    EXPECT_EQ(scenario(path), codes);
+    EXPECT_EQ(TemporaryFolder::bytes_of(path), whole);
+}
+
+// ---- killed processes ----
+
+/// Saves, changes and deletes objects without end, and tells each operation that has returned.
+[[noreturn]] void work_until_killed(const std::string& path, int told, std::uint64_t seed) {
+    ERDataBase data;
+    if (data.Open(path.c_str(), 0) != gmSuccess) ::_exit(1);
+    Random random(seed);
+    std::vector<t_SmartPtr<Sample>> objects;
+    for (int version = 1;; ++version) {
+        std::int32_t record[2] = {0, version};
+        const int roll = random.below(10);
+        if (roll < 6 || objects.empty()) {
+            objects.emplace_back(new Sample(version, random.below(200)));
+            if (data.save(t_SmartPtr<ERObject>(objects.back().get())) != gmSuccess) ::_exit(1);
+            record[0] = static_cast<std::int32_t>(objects.back()->getObjectID());
+        } else {
+            const auto i = static_cast<std::size_t>(random.below(static_cast<int>(objects.size())));
+            record[0] = static_cast<std::int32_t>(objects[i]->getObjectID());
+            if (roll < 8) {
+                objects[i]->number = version;
+                data.objects()->Store(*objects[i]);
+            } else {
+                // The deletion is told before it begins: from then on the object may be there or
+                // not.
+                record[1] = -1;
+                if (::write(told, record, sizeof record) != sizeof record) ::_exit(1);
+                objects[i]->Delete();
+                objects.erase(objects.begin() + static_cast<long>(i));
+                continue;
+            }
+        }
+        if (::write(told, record, sizeof record) != sizeof record) ::_exit(1);
+    }
+}
+
+TEST_F(Robustness, NothingIsLostOfAKilledProcess) {
+    const int rounds = setting("VELM_TEST_KILLS", 15);
+    Random random(static_cast<std::uint64_t>(rounds));
+    int stale = 0;
+    for (int round = 0; round < rounds; ++round) {
+        SCOPED_TRACE(round);
+        std::remove(path.c_str());
+        int ends[2];
+        ASSERT_EQ(::pipe(ends), 0);
+        const std::uint64_t seed = random.next();
+        const pid_t child = ::fork();
+        if (child == 0) {
+            std::fclose(stdout);
+            work_until_killed(path, ends[1], seed);
+        }
+        ::close(ends[1]);
+        std::map<std::int32_t, std::int32_t> last; // the version of each object, -1 when deleted
+        std::int32_t record[2] = {};
+        const int enough = 20 + random.below(2500);
+        int came = 0;
+        while (::read(ends[0], record, sizeof record) == sizeof record) {
+            last[record[0]] = record[1];
+            if (++came == enough) {
+                ::usleep(static_cast<useconds_t>(random.below(300)));
+                ::kill(child, SIGKILL);
+            }
+        }
+        ::close(ends[0]);
+        ::waitpid(child, nullptr, 0);
+        ASSERT_GE(came, enough);
+        stale += velm::counters_are_stale(path.c_str());
+        ERObjectDataBase store;
+        velm::SalvageReport report;
+        ASSERT_EQ(store.Open(salvaged(path, &report).c_str(), 1), 1);
+        for (const auto& [id, version] : last) {
+            if (version == -1) continue;
+            const t_SmartPtr<ERObject> object = store.RetrieveAndCreate(id);
+            ASSERT_TRUE(object) << id;
+            ASSERT_GE(Sample::castdown(*object).number, version) << id;
+        }
+        EXPECT_GE(report.objects,
+                  static_cast<long>(std::count_if(last.begin(), last.end(), [](const auto& told) {
+                      return told.second != -1;
+                  })));
+        for (const auto& [id, version] : last)
+            if (version == -1 && id != record[0]) {
+                EXPECT_FALSE(store.RetrieveAndCreate(id)) << "deleted, and back again";
+            }
+    }
+    EXPECT_EQ(stale, rounds);
+}
+
+TEST_F(Robustness, NodesThatNoParentNamesAreFound) {
+    // A split as another writer makes it: the left node is cut before the parent names the right
+    // one.
+    ERDataBase data;
+    ASSERT_EQ(data.Open(path.c_str(), 0), gmSuccess);
+    for (int i = 0; i < 60; ++i)
+        data.save(new Sample(i, 10));
+    data.Close();
+    std::string bytes = TemporaryFolder::bytes_of(path);
+    {
+        const velm::StoreImage image(path.c_str());
+        const std::int32_t root = image.objects.information.root;
+        ERDiskTreeLayout layout{4, 10};
+        const ERDiskTreeNodeView top(layout, bytes.data() + root);
+        ASSERT_GE(top.counter(), 2);
+        // The last key of the root and the son behind it are not named yet.
+        const std::int32_t fewer = top.counter() - 1;
+        bytes.replace(static_cast<std::size_t>(root), 4, words({fewer}));
+    }
+    velm::SalvageReport report;
+    salvaged(folder.file("split", bytes), &report);
+    EXPECT_GT(report.from_lost_nodes, 5);
+    EXPECT_GE(report.objects, 60) << "all but the key that only the parent held";
+    EXPECT_LE(report.orphans.size(), 1u);
+}
+
+// ---- random operations ----
+
+TEST_F(Robustness, AgreesWithAMap) {
+    const int operations = setting("VELM_TEST_OPERATIONS", 60000);
+    for (std::uint64_t seed = 1; seed <= 3; ++seed) {
+        Random random(seed);
+        std::remove(path.c_str());
+        auto store = std::make_unique<ERObjectDataBase>();
+        ASSERT_EQ(store->Open(path.c_str(), 0), 1);
+        std::map<long, Sample> model;
+        long last = 0;
+        const int most = seed == 1 ? 100 : 1500;
+        for (int step = 0; step < operations / 3; ++step) {
+            const int roll = random.below(100);
+            const auto size = [&] {
+                return random.below(random.below(50) == 0 ? 20000 : seed == 3 ? 20 : 400);
+            };
+            auto chosen = model.empty()
+                              ? model.end()
+                              : model.lower_bound(1 + random.below(static_cast<int>(last)));
+            if (chosen == model.end()) chosen = model.begin();
+            if (model.empty() || (roll < 40 && static_cast<int>(model.size()) < most)) {
+                Sample made(step, size());
+                const long id = store->Store(made);
+                ASSERT_EQ(id, last + 1);
+                last = id;
+                model.emplace(id, made);
+            } else if (roll < 55) {
+                t_SmartPtr<ERObject> object = store->RetrieveAndCreate(chosen->first);
+                Sample& changed = Sample::castdown(*object);
+                changed.number = step;
+                changed.content = ERVec<char>(size(), 'x');
+                ASSERT_EQ(store->Store(changed), chosen->first);
+                chosen->second = changed;
+            } else if (roll < 80) {
+                t_SmartPtr<ERObject> object = store->RetrieveAndCreate(chosen->first);
+                ASSERT_TRUE(object);
+                ASSERT_EQ(Sample::castdown(*object), chosen->second);
+            } else if (roll < 99) {
+                ASSERT_EQ(store->Delete(chosen->first), 1);
+                model.erase(chosen);
+            } else {
+                ASSERT_EQ(store->Delete(last + 1), 0);
+                if (random.below(20) != 0) continue;
+                store->Close();
+                ASSERT_EQ(faults_of(path), "");
+                ASSERT_EQ(store->Open(path.c_str(), 0), 1);
+            }
+        }
+        store->Close();
+        ASSERT_EQ(faults_of(path), "");
+        EXPECT_EQ(velm::check_store(path.c_str()).objects, static_cast<long>(model.size()));
+    }
+}
+
+} // namespace

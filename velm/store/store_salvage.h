@@ -1,0 +1,44 @@
+// velm::salvage_store, velm::compact_store: the objects of a file, written anew into a clean one.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/store/store_image.h"
+
+#include <string>
+#include <vector>
+
+namespace velm {
+
+/// What a rebuilding took over and what it had to leave.
+struct SalvageReport {
+    /// A block that looks like a record and that no tree names.
+    struct Orphan {
+        long offset; // of the payload in the old file
+        long size;   // of the payload
+        std::string class_name;
+        long identifier; // in the new file, -1 where it was left
+    };
+
+    long objects = 0;         // taken over under their identifiers
+    long from_lost_nodes = 0; // of these, named only by tree nodes that no parent names
+    long indices = 0;
+    long classes = 0;
+    std::vector<Orphan> orphans;
+    StoreFaults faults; // what was wrong with the old file
+};
+
+/// Writes a new file with all that can be had of a damaged one, or of one that a killed process
+/// left: each object in the version that the trees name, under its identifier; objects and classes
+/// that only a node names which no parent leads to yet; the index. Records are copied as they are,
+/// also those of unknown classes. Blocks that look like records and that nothing names are listed,
+/// and with `orphans` restored under new identifiers. The counters are made true.
+///
+/// The old file is not written. The new one must not exist (accessDenied); nothing is left of it on
+/// failure. Raises CFileException*.
+VELM_API SalvageReport salvage_store(const char* from, const char* to, bool orphans);
+
+/// The same of a sound file, without free space and waste: identifiers, indices, signatures and
+/// counters are kept. A file that isn't sound as far as its trees go is an invalidFile.
+VELM_API SalvageReport compact_store(const char* from, const char* to);
+
+} // namespace velm
