@@ -1,4 +1,4 @@
-"""GDB pretty printers for velm's values, arrays, counted pointers and objects.
+"""GDB pretty printers for velm's values, arrays, strings, counted pointers and objects.
 
     (gdb) source share/gdb/velm_printers.py
 
@@ -82,7 +82,7 @@ class Box:
 
 
 class Array:
-    """ERSimpleVec, ERSimpleVec2 and ERVec: length, sharing, and the elements."""
+    """ERSimpleVec, ERSimpleVec2, ERVec and ERMatrix: shape, sharing, and the elements."""
 
     def __init__(self, value):
         self.value = value
@@ -94,7 +94,7 @@ class Array:
     def to_string(self):
         name = str(self.value.type.strip_typedefs().unqualified()).removeprefix("QuickAlgebra::")
         shape = f"{self.size}"
-        if class_name(self.value) == "ERSimpleVec2":
+        if class_name(self.value) in ("ERSimpleVec2", "QuickAlgebra::ERMatrix"):
             shape = f"{int(self.value['rows_'])} x {int(self.value['columns_'])}"
         owners = references(self.body)
         shared = f", body shared by {owners}" if owners > 1 and self.size > 0 else ""
@@ -106,6 +106,20 @@ class Array:
 
     def display_hint(self):
         return "array"
+
+
+class String:
+    """ERCString: the characters, which lie behind the header of the body."""
+
+    def __init__(self, value):
+        self.body = value["body"]
+
+    def to_string(self):
+        characters = (self.body + 1).cast(gdb.lookup_type("char").pointer())
+        return characters.lazy_string(length=int(self.body["length"]))
+
+    def display_hint(self):
+        return "string"
 
 
 class SmartPointer:
@@ -159,7 +173,8 @@ class Printers(gdb.printing.PrettyPrinter):
     """Chooses the printer by the name of the class or by its bases."""
 
     BY_NAME = {"ERMinimax2D": Box, "ERMinimax3D": Box, "ERSimpleVec": Array, "ERSimpleVec2": Array,
-               "QuickAlgebra::ERVec": Array, "t_SmartPtr": SmartPointer,
+               "QuickAlgebra::ERVec": Array, "QuickAlgebra::ERMatrix": Array,
+               "ERCString": String, "t_SmartPtr": SmartPointer,
                **{name: Coordinates for name in COORDINATES}}
 
     def __call__(self, value):

@@ -15,6 +15,9 @@ print no_numbers
 print numbers
 print points
 print table
+print matrix
+print text
+print no_text
 print nothing
 print edge
 print object

@@ -19,6 +19,9 @@ int main() {
     ERVec<ERPoint2D> points{{0.0, 0.0}, {1.0, 1.0}};
     ERVec<ERPoint2D> shared_points = points;
     ERSimpleVec2<int> table(2, 2, 9);
+    ERMatrix<double> matrix(1, 2);
+    ERCString text("a \"b\"");
+    ERCString no_text;
 
     t_SmartPtr<ERObject> nothing;
     t_SmartPtr<ERFiniteEntity2DWF> edge(new ERSegment2D(point2, ERPoint2D(4.0, 0.5)));
