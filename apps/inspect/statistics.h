@@ -29,7 +29,7 @@ public:
         return count_ > 1 ? std::sqrt(squares_ / static_cast<double>(count_ - 1)) : 0.0;
     }
     double root_mean_square() const {
-        return std::sqrt(mean_ * mean_ + squares_ / static_cast<double>(count_));
+        return std::hypot(mean_, std::sqrt(squares_ / static_cast<double>(count_)));
     }
 
 private:

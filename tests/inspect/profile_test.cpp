@@ -153,6 +153,9 @@ TEST(RunningStatistics, AreStableFarFromZero) {
     const double deviation = static_cast<double>(std::sqrt(squares / 9999.0L));
     EXPECT_NEAR(statistics.standard_deviation(), deviation, 1e-6 * deviation);
     EXPECT_NEAR(statistics.mean(), static_cast<double>(mean), 1e-14 * 1e9);
+    RunningStatistics tiny;
+    tiny.add(-1e-200);
+    EXPECT_EQ(tiny.root_mean_square(), 1e-200) << "whose square is no double";
 }
 
 } // namespace
