@@ -46,13 +46,21 @@ MeasuredReader::MeasuredReader(TextSource& source) : source_(source) {
     assign_columns();
 }
 
-// The separator that shows most in the header; a comma where none does.
+// The separator that shows most in the header outside of quotes; a comma where none does.
 char MeasuredReader::find_separator(std::string_view header) {
-    constexpr std::array<char, 3> candidates{',', ';', '\t'};
-    return *std::max_element(candidates.begin(), candidates.end(), [&](char a, char b) {
-        return std::count(header.begin(), header.end(), a) <
-               std::count(header.begin(), header.end(), b);
-    });
+    constexpr std::string_view candidates = ",;\t";
+    std::array<int, candidates.size()> shown{};
+    bool quoted = false;
+    bool starts_field = true;
+    for (const char c : header) {
+        const std::size_t at = candidates.find(c);
+        if (c == '"' && (quoted || starts_field)) quoted = !quoted;
+        if (quoted) continue;
+        if (at != std::string_view::npos) ++shown[at];
+        starts_field = at != std::string_view::npos || (starts_field && c == ' ');
+    }
+    const auto most = std::max_element(shown.begin(), shown.end());
+    return candidates[static_cast<std::size_t>(most - shown.begin())];
 }
 
 void MeasuredReader::assign_columns() {
@@ -123,9 +131,11 @@ void MeasuredReader::split_line(std::string_view line, char separator) {
 void MeasuredReader::continue_quoted() {
     std::string_view line;
     while (open_quote_) {
-        if (!source_.next_line(line) ||
-            (record_size_ += line.size() + 1) > TextSource::longest_line)
+        if (!source_.next_line(line))
             source_.refuse_at(record_line_, "a quoted field starts here and isn't closed");
+        if ((record_size_ += line.size() + 1) > TextSource::longest_line)
+            source_.refuse_at(record_line_, "a quoted field starts here and isn't closed within a "
+                                            "mebibyte");
         fields_[field_count_ - 1] += '\n';
         split_line(line, separator_);
     }

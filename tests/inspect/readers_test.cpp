@@ -138,6 +138,7 @@ TEST(MeasuredReader, HeadersSeparatorsAndQuotes) {
     EXPECT_EQ(comma[1].x, 1.5);
     EXPECT_EQ(points_of("x\ty\tid\n1\t2\t\n")[0].y, 2.0);
 
+    EXPECT_EQ(points_of("\"a; b; c; d\",5\" id,id,x,y\n,,q,1,2\n")[0].id, "q");
     const auto quoted = points_of("id,x,y\n\"a \"\"b\"\"\n,c\",1,2\n5\" pipe,3,4\n\" d \" ,5,6\n");
     EXPECT_EQ(quoted[0].id, "a \"b\"\n,c");
     EXPECT_EQ(quoted[1].id, "5\" pipe");
