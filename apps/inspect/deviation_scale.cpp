@@ -62,9 +62,9 @@ std::string DeviationUnit::text(double deviation, int more_decimals) const {
     return signed_text(scaled(deviation), decimals_ + more_decimals);
 }
 
-std::string DeviationUnit::whole_text(double deviation) const {
-    if (exponent_ == 0) return text(deviation);
-    return text(deviation) + (exponent_ < 0 ? "e\u2212" : "e") +
+std::string DeviationUnit::whole_text(double deviation, int more_decimals) const {
+    if (exponent_ == 0) return text(deviation, more_decimals);
+    return text(deviation, more_decimals) + (exponent_ < 0 ? "e\u2212" : "e") +
            std::to_string(std::abs(exponent_));
 }
 

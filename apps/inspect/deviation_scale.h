@@ -44,7 +44,7 @@ public:
     explicit DeviationUnit(double largest);
     std::string text(double deviation, int more_decimals = 0) const;
     /// As `text`, but complete in itself: "+80.0e-9".
-    std::string whole_text(double deviation) const;
+    std::string whole_text(double deviation, int more_decimals = 0) const;
     /// A heading with the power of ten: "Distribution (10^-9)" in raised digits.
     std::string heading(std::string_view title) const;
     double scaled(double deviation) const { return deviation * factor_; }

@@ -213,10 +213,11 @@ void SectionDrawing::draw_named_whiskers(const std::vector<const DrawnPoint*>& p
         canvas_.open_group(stroke(DeviationScale::color(number), out ? wide + 0.55 : wide));
         for (const DrawnPoint* point : points) {
             if (scale_.class_of(point->deviation) != number) continue;
+            const DeviationUnit unit(std::fabs(point->deviation)); // the note's own, in full
             canvas_.raw("<path d=\"M" + svg_point(start(*point)) + "L" +
                         svg_point(tip(point->foot, point->outward, point->deviation)) +
                         "\"><title>" + xml_text(clipped(point->id, 60)) + ": " +
-                        signed_text(point->deviation, 6) + "</title></path>\n");
+                        unit.whole_text(point->deviation, 2) + "</title></path>\n");
         }
         canvas_.close_group();
     }

@@ -24,8 +24,13 @@ std::string svg_number(double value) {
 
 std::string svg_point(const CanvasPoint& p) { return svg_number(p.x) + " " + svg_number(p.y); }
 
+// The sheet of styles gives the picture its page when it is printed by itself. It stands in front,
+// where it doesn't reach the pages of a report that takes the <svg> element in.
 SvgCanvas::SvgCanvas(std::string_view title, std::string_view description) {
     body_ =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<?xml-stylesheet type=\"text/css\" "
+        "href=\"data:text/css,@page{size:297mm 210mm;margin:0}\"?>\n"
         "<svg xmlns=\"http://www.w3.org/2000/svg\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" "
         "width=\"297mm\" height=\"210mm\" viewBox=\"0 0 1123 794\" role=\"img\" "
         "font-family=\"Helvetica, Arial, 'Liberation Sans', 'DejaVu Sans', sans-serif\" "
