@@ -1,5 +1,7 @@
 #include "inspect/arguments.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -62,19 +64,40 @@ std::vector<double> parse_numbers(const std::string& option, const std::string& 
 
 void check_outputs(const std::vector<std::string>& inputs,
                    const std::vector<std::string>& outputs) {
-    const auto is_same = [](const std::string& a, const std::string& b) {
-        return a == "-" || b == "-" ? a == b : same_file(a, b);
+    // `standard` is what a "-" as `other` stands for.
+    const auto is_same = [](const std::string& output, const std::string& other, int standard) {
+        if (output == "-" && other == "-") return standard == STDOUT_FILENO;
+        if (output == "-") return leads_to(other, STDOUT_FILENO);
+        return other == "-" ? leads_to(output, standard) : same_file(output, other);
+    };
+    const auto shown = [](const std::string& path, const char* standard) {
+        return path == "-" ? standard : path;
     };
     for (std::size_t i = 0; i < outputs.size(); ++i) {
+        const std::string output = shown(outputs[i], "standard output");
         for (std::size_t j = 0; j < i; ++j)
-            if (is_same(outputs[i], outputs[j]))
-                throw Failure(ExitCode::usage, "two outputs go to the same place: " + outputs[j] +
-                                                   " and " + outputs[i]);
+            if (is_same(outputs[i], outputs[j], STDOUT_FILENO))
+                throw Failure(ExitCode::usage, "two outputs go to the same place: " +
+                                                   shown(outputs[j], "standard output") + " and " +
+                                                   output);
         for (const std::string& input : inputs)
-            if (outputs[i] != "-" && input != "-" && is_same(outputs[i], input))
-                throw Failure(ExitCode::usage,
-                              "the output " + outputs[i] + " is the input " + input);
+            if (is_same(outputs[i], input, STDIN_FILENO))
+                throw Failure(ExitCode::usage, "the output " + output + " is the input " +
+                                                   shown(input, "standard input"));
     }
+}
+
+std::string usage_complaint(const CLI::App& app, const CLI::ParseError& error) {
+    const std::string text = error.what();
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+        const std::string name = text.substr(0, text.find(':'));
+        if (const CLI::Option* const option = app.get_option_no_throw(name))
+            return name + (option->count() > 1 ? " is given more than once"
+                                               : ": expected " + option->get_type_name());
+    }
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr)
+        return "not expected: " + CLI::detail::join(app.remaining(), " ");
+    return text;
 }
 
 HelpText::HelpText(std::string examples) : examples_(std::move(examples)) {

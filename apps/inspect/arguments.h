@@ -20,7 +20,12 @@ std::vector<std::string> join_numbers(const std::vector<std::string>& arguments)
 /// The numbers of a joined argument. Throws `Failure` (usage) naming the option.
 std::vector<double> parse_numbers(const std::string& option, const std::string& joined);
 
-/// Throws `Failure` (usage) where an output is an input or the same as another output.
+/// What is wrong with a command line that the parser refused, as a sentence; `app` is the
+/// subcommand or the program that it was meant for.
+std::string usage_complaint(const CLI::App& app, const CLI::ParseError& error);
+
+/// Throws `Failure` (usage) where an output is an input or the same as another output. "-" is
+/// standard input or output, redirected to a file too.
 void check_outputs(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
 
 /// The help of a subcommand: examples, usage, options, exit codes.

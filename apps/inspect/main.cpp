@@ -68,7 +68,8 @@ ExitCode run(int argc, char** argv) {
         const auto chosen = app.get_subcommands();
         const bool is_unknown = chosen.empty() && argc > 1 && argv[1][0] != '-';
         const std::string why =
-            is_unknown ? "there is no subcommand '" + std::string(argv[1]) + "'" : error.what();
+            is_unknown ? "there is no subcommand '" + std::string(argv[1]) + "'"
+                       : usage_complaint(chosen.empty() ? app : *chosen.front(), error);
         const std::string help = chosen.empty() ? "" : chosen.front()->get_name() + " ";
         throw Failure(ExitCode::usage, why + "; see velm-inspect " + help + "--help");
     }

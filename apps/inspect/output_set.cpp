@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -65,10 +66,18 @@ std::string follow_links(std::filesystem::path path) {
     return path.string();
 }
 
-// A name of the process's own open files, which a rename would not reach.
-bool names_descriptor(const std::string& path) {
-    return path == "/dev/stdout" || path == "/dev/stderr" || path.rfind("/dev/fd/", 0) == 0 ||
-           path.rfind("/proc/self/fd/", 0) == 0;
+// The number of the process's own open file that a path names, -1 for any other path.
+int named_descriptor(const std::string& path) {
+    if (path == "/dev/stdout") return STDOUT_FILENO;
+    if (path == "/dev/stderr") return STDERR_FILENO;
+    for (const std::string_view folder : {"/dev/fd/", "/proc/self/fd/"}) {
+        if (path.rfind(folder, 0) != 0) continue;
+        int number = -1;
+        const char* const last = path.data() + path.size();
+        const auto [end, error] = std::from_chars(path.data() + folder.size(), last, number);
+        if (error == std::errc() && end == last) return number;
+    }
+    return -1;
 }
 
 mode_t default_mode() {
@@ -95,8 +104,12 @@ void Output::open_standard() {
     descriptor_ = STDOUT_FILENO;
 }
 
+// An open file is written on from where it stands: opened anew, it would be written over from its
+// front.
 void Output::open_directly(const std::string& path) {
-    descriptor_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    const int named = named_descriptor(path);
+    descriptor_ = named >= 0 ? ::fcntl(named, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
+                             : ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
     if (descriptor_ < 0) fail_file(name_, "can't be opened for writing", errno);
 }
 
@@ -155,12 +168,16 @@ Output& OutputSet::add(const std::string& path) {
         output.open_standard();
         return output;
     }
-    const std::string place = names_descriptor(path) ? path : follow_links(path);
+    if (named_descriptor(path) >= 0) {
+        output.open_directly(path);
+        return output;
+    }
+    const std::string place = follow_links(path);
     struct stat status {};
     const bool exists = ::stat(place.c_str(), &status) == 0;
     if (!exists && errno != ENOENT) fail_file(path, "can't be opened for writing", errno);
     if (exists && S_ISDIR(status.st_mode)) fail_file(path, "can't be opened for writing", EISDIR);
-    if (names_descriptor(path) || (exists && !S_ISREG(status.st_mode)))
+    if (exists && !S_ISREG(status.st_mode))
         output.open_directly(path);
     else
         output.open_beside(place);
@@ -203,6 +220,18 @@ void OutputSet::rename_all() {
             ::unlink(output.place_.c_str());
     }
     fail_file(failed, "can't be put in its place", error);
+}
+
+bool is_standard_output(const std::string& path) {
+    return path == "-" || named_descriptor(path) == STDOUT_FILENO;
+}
+
+bool leads_to(const std::string& path, int descriptor) {
+    struct stat of_path {
+    }, of_descriptor{};
+    return ::fstat(descriptor, &of_descriptor) == 0 && S_ISREG(of_descriptor.st_mode) &&
+           ::stat(path.c_str(), &of_path) == 0 && of_path.st_dev == of_descriptor.st_dev &&
+           of_path.st_ino == of_descriptor.st_ino;
 }
 
 bool same_file(const std::string& a, const std::string& b) {

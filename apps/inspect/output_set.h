@@ -54,6 +54,12 @@ private:
     std::vector<std::unique_ptr<Output>> outputs_;
 };
 
+/// Whether a path stands for standard output: "-", "/dev/stdout" or another name of descriptor 1.
+bool is_standard_output(const std::string& path);
+
+/// Whether a path leads to the regular file that a descriptor was opened on.
+bool leads_to(const std::string& path, int descriptor);
+
 /// Whether two paths lead to the same file, existing or not, by links and by other names too.
 bool same_file(const std::string& a, const std::string& b);
 

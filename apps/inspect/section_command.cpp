@@ -1,8 +1,10 @@
 #include "inspect/section_command.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "inspect/number_text.h"
+#include "inspect/output_set.h"
 #include "inspect/section.h"
 
 namespace velm::inspect {
@@ -73,12 +75,16 @@ SectionOptions understand(const CLI::App& section, const Texts& texts) {
         if (section.count(name) == 0) return;
         if (path.empty())
             throw Failure(ExitCode::usage, std::string(name) + ": expected the name of a file");
-        outputs.push_back(path);
-        to = path;
+        to = is_standard_output(path) ? "-" : path;
+        outputs.push_back(*to);
     };
     take("--json", texts.json, options.json);
     take("--csv", texts.csv, options.csv);
     take("--svg", texts.svg, options.svg);
+    if (!options.quiet && std::find(outputs.begin(), outputs.end(), "-") == outputs.end())
+        outputs.push_back("-"); // the table
+    if (options.nominal.empty() || options.measured.empty())
+        throw Failure(ExitCode::usage, "NOMINAL MEASURED: expected the names of two files");
     if (options.nominal == "-" && options.measured == "-")
         throw Failure(ExitCode::usage, "only one of the two inputs can be standard input");
     check_outputs({options.nominal, options.measured}, outputs);

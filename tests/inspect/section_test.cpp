@@ -172,6 +172,13 @@ TEST(Section, ToleranceValuesAreValuesAndExitCodesTell) {
         {"n.dat m.csv --form triangle", "triangle"},
         {"n.dat m.csv --json same --csv ./same", "two outputs go to the same place"},
         {"n.dat m.csv --json - --svg -", "two outputs go to the same place"},
+        {"n.dat m.csv --json - --csv /dev/stdout", "place: standard output and standard output"},
+        {"n.dat m.csv --csv ./_out", "place: ./_out and standard output"},
+        {"n.dat - --svg ./m.csv <m.csv", "the output ./m.csv is the input standard input"},
+        {"n.dat ''", "expected the names of two files"},
+        {"n.dat m.csv --svg", "--svg: expected FILE;"},
+        {"n.dat m.csv --tolerance 1 --tolerance 2", "--tolerance is given more than once"},
+        {"n.dat m.csv -t 3", "not expected: -t 3;"},
         {"n.dat m.csv --svg ./n.dat", "the output ./n.dat is the input n.dat"},
         {"n.dat m.csv --colour", "--colour"},
     };
@@ -245,7 +252,10 @@ TEST(Section, OutputsAppearWholeAndTogetherOrNotAtAll) {
               std::filesystem::perms(0640));
     EXPECT_NE(shop.read("new.csv"), "");
 
-    // Pipes are written directly; a closed reader is a failure; --quiet says nothing.
+    // Pipes and open files are written directly, from where they stand; --quiet says nothing.
+    for (int round = 0; round < 2; ++round)
+        EXPECT_EQ(shop.run("section n.dat m.csv --csv /dev/fd/3 --quiet 3>>log").code, 0);
+    EXPECT_EQ(shop.read("log"), shop.read("new.csv") + shop.read("new.csv"));
     EXPECT_EQ(shop.run("section n.dat m.csv --csv /dev/stdout --quiet | grep -c ^1,").out, "1\n");
     EXPECT_EQ(shop.run("section n.dat - --json - <m.csv | grep -c summary").out, "1\n");
     const Ended quiet = shop.run("section n.dat m.csv --quiet");
