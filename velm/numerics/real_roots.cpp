@@ -11,7 +11,6 @@ namespace velm {
 
 namespace {
 
-using detail::BernsteinPiece;
 using detail::DoubleDouble;
 using detail::LocalPolynomial;
 using detail::RootInterval;
@@ -32,24 +31,19 @@ struct Chart {
         from_end    ///< y = (1 - x) / x, the same from the other end
     } kind;
 
-    RealRoot map(RealRoot root, int exponent) const {
-        for (double* y : {&root.value, &root.lower, &root.upper})
-            *y = std::ldexp(*y, exponent);
-        if (kind == positive) return root;
-        if (kind == negative) {
-            std::swap(root.lower, root.upper);
+    /// From y, in units of 2^exponent, to x.
+    void map(RealRoot& root, int exponent) const {
+        if (exponent != 0)
             for (double* y : {&root.value, &root.lower, &root.upper})
-                *y = -*y;
-            return root;
-        }
-        const bool start = kind == from_start;
-        if (!start) std::swap(root.lower, root.upper);
+                *y = std::ldexp(*y, exponent);
+        if (kind == positive) return;
+        if (kind != from_start) std::swap(root.lower, root.upper);
         for (double* y : {&root.value, &root.lower, &root.upper})
-            *y = start ? *y / (1.0 + *y) : 1.0 / (1.0 + *y);
+            *y = kind == negative ? -*y : (kind == from_start ? *y : 1.0) / (1.0 + *y);
+        if (kind == negative) return;
         constexpr double rounding = 2 * DBL_EPSILON;
         root.lower = std::min(root.lower * (1.0 - rounding), root.value);
         root.upper = std::max(root.upper * (1.0 + rounding), root.value);
-        return root;
     }
 };
 
@@ -59,42 +53,46 @@ public:
     Solver(int degree, double uncertainty, double first, double last, std::span<RealRoot> out)
         : workspace_(room(degree)), source_(LocalPolynomial::in(workspace_, degree)),
           scaled_(LocalPolynomial::in(workspace_, degree)),
-          derivative_(LocalPolynomial::in(workspace_, degree)), piece_{},
+          derivative_(LocalPolynomial::in(workspace_, degree)),
+          cluster_room_(workspace_.take(5 * (degree + 1))),
           isolation_room_(workspace_.take(RootIsolation::room(degree))), uncertainty_(uncertainty),
-          first_(first), last_(last), out_(out) {
-        piece_.p = workspace_.take(degree + 1);
-        piece_.rest = workspace_.take(degree + 1);
-        piece_.size = workspace_.take(degree + 1);
-    }
+          first_(first), last_(last), degree_(degree), out_(out) {}
 
     /// The polynomial to be solved next; its lowest and highest coefficients are not 0.
     LocalPolynomial& source() { return source_; }
     /// Its roots y in [lower, upper], 0 <= lower <= upper, which may be infinite.
     void solve(Chart chart, double lower, double upper);
-    void add(const RealRoot& root);
+    void add(double x, int multiplicity) {
+        next() = {x, x, x, multiplicity, true};
+        keep(next());
+    }
     /// Sorts what was found; returns its number.
     int finish();
 
 private:
     static std::size_t room(int degree) {
-        return std::size_t(12) * std::size_t(degree + 1) + std::size_t(RootIsolation::room(degree));
+        return std::size_t(3 * LocalPolynomial::arrays + 5) * std::size_t(degree + 1) +
+               std::size_t(RootIsolation::room(degree));
     }
+    RealRoot& next();
+    void keep(RealRoot& root);
     bool has_one_sign() const;
     bool is_plain(double upper) const;
     void solve_by_bands(Chart chart, double lower, double upper);
-    void solve_scaled(const LocalPolynomial& p, Chart chart, double lower, double upper,
-                      int exponent);
+    void solve_scaled(LocalPolynomial& p, Chart chart, double lower, double upper, int exponent);
 
     Workspace workspace_;
     LocalPolynomial source_;
     LocalPolynomial scaled_;
     LocalPolynomial derivative_;
-    BernsteinPiece piece_;
+    double* cluster_room_;
     double* isolation_room_;
     double uncertainty_;
     double first_; // the interval asked for
     double last_;
+    int degree_;
     std::span<RealRoot> out_;
+    RealRoot beyond_; // what there is no room for, which can't be
     int count_ = 0;
 };
 
@@ -197,30 +195,47 @@ void Solver::solve_by_bands(Chart chart, double lower, double upper) {
     }
 }
 
-void Solver::solve_scaled(const LocalPolynomial& p, Chart chart, double lower, double upper,
+void Solver::solve_scaled(LocalPolynomial& p, Chart chart, double lower, double upper,
                           int exponent) {
     RootIsolation isolation(p, uncertainty_, isolation_room_);
     isolation.start(lower, upper);
-    for (RootInterval interval; isolation.next(interval);) {
-        const RealRoot root = interval.lone
-                                  ? polish_lone_root(p, interval, uncertainty_)
-                                  : resolve_cluster(p, interval, uncertainty_, derivative_, piece_);
-        add(chart.map(root, exponent));
+    while (const RootInterval* const interval = isolation.next()) {
+        RealRoot& root = next();
+        if (interval->lone)
+            polish_lone_root(p, *interval, uncertainty_, root);
+        else
+            resolve_cluster(p, *interval, uncertainty_, derivative_, cluster_room_, root);
+        chart.map(root, exponent);
+        keep(root);
     }
 }
 
-void Solver::add(const RealRoot& root) {
-    if (root.upper < first_ || root.lower > last_) return;
-    if (std::size_t(count_) == out_.size()) return;
-    RealRoot& added = out_[std::size_t(count_++)] = root;
-    for (double* x : {&added.value, &added.lower, &added.upper})
-        *x = std::clamp(*x, first_, last_);
+/// Where the next root is written.
+RealRoot& Solver::next() {
+    return std::size_t(count_) < out_.size() ? out_[std::size_t(count_)] : beyond_;
 }
 
+/// Keeps the next root if it belongs to the interval asked for.
+void Solver::keep(RealRoot& root) {
+    if (root.upper < first_ || root.lower > last_ || &root == &beyond_) return;
+    for (double* x : {&root.value, &root.lower, &root.upper})
+        *x = std::clamp(*x, first_, last_);
+    ++count_;
+}
+
+/// Sorts what was found, and limits the counts of the clusters by the roots that lie elsewhere.
 int Solver::finish() {
     const auto found = out_.first(std::size_t(count_));
     std::sort(found.begin(), found.end(),
               [](const RealRoot& a, const RealRoot& b) { return a.value < b.value; });
+    const auto inside = [this](const RealRoot& r) { return r.lower > first_ && r.upper < last_; };
+    const auto lone = [inside](const RealRoot& r) { return r.multiplicity == 1 && inside(r); };
+    const int most = degree_ - static_cast<int>(std::count_if(found.begin(), found.end(), lone));
+    for (RealRoot& root : found) {
+        if (root.multiplicity <= most || root.lower == root.upper) continue;
+        const bool odd = (root.multiplicity - most) % 2 != 0;
+        root.multiplicity = std::max(most - (odd && inside(root) ? 1 : 0), 1);
+    }
     return count_;
 }
 
@@ -261,7 +276,7 @@ int solve_power(std::span<const double> c, const ERLimites& limits, double uncer
     if (extent.first == c.size()) return everywhere(limits, out);
     const int n = static_cast<int>(extent.last - extent.first);
     Solver solver(n, uncertainty, limits.start(), limits.end(), out);
-    if (extent.first > 0) solver.add({0.0, 0.0, 0.0, static_cast<int>(extent.first), true});
+    if (extent.first > 0) solver.add(0.0, static_cast<int>(extent.first));
     const auto solve_side = [&](Chart::Kind side, double lower, double upper) {
         LocalPolynomial& p = solver.source();
         p.degree = n;
@@ -315,9 +330,8 @@ int solve_bernstein(std::span<const double> poles, const ERLimites& limits, doub
     const int n = static_cast<int>(poles.size()) - 1;
     const int degree = static_cast<int>(extent.last - extent.first);
     Solver solver(degree, uncertainty, start, end, out);
-    if (extent.first > 0) solver.add({0.0, 0.0, 0.0, static_cast<int>(extent.first), true});
-    if (extent.last < std::size_t(n))
-        solver.add({1.0, 1.0, 1.0, n - static_cast<int>(extent.last), true});
+    if (extent.first > 0) solver.add(0.0, static_cast<int>(extent.first));
+    if (extent.last < std::size_t(n)) solver.add(1.0, n - static_cast<int>(extent.last));
 
     LocalPolynomial& p = solver.source();
     set_from_poles(p, poles, extent, false);

@@ -14,8 +14,8 @@
 // Roots that rounding can't tell apart share an enclosure: its multiplicity is the number of roots,
 // counted with their multiplicities, that any of these polynomials has in it at most. So a double
 // root comes back as one of multiplicity 2 whether rounding has split it or has lifted p off the
-// axis. Both laws hold up to an uncertainty of about degree * 2^-102, below which the computation
-// itself is uncertain.
+// axis. An uncertainty of 0 takes the coefficients as exact: what is then left unclear is only what
+// arithmetic in pairs of doubles can't tell, about degree^2 * 2^-103 S.
 //
 // Accuracy. The condition of a simple root r is S(r) / |r p'(r)|. Its value is a root of p as
 // given, to two units in the last place and a relative error of about condition * degree * 2^-102:

@@ -55,16 +55,15 @@ inline DoubleDouble operator*(DoubleDouble a, DoubleDouble b) {
     return quick_two_sum(product.hi, product.lo + (a.hi * b.lo + a.lo * b.hi));
 }
 
-inline DoubleDouble operator/(DoubleDouble a, DoubleDouble b) {
-    const double first = a.hi / b.hi;
-    const DoubleDouble rest = a - b * DoubleDouble(first);
-    return quick_two_sum(first, rest.hi / b.hi);
+inline DoubleDouble operator*(DoubleDouble a, double b) {
+    const DoubleDouble product = two_product(a.hi, b);
+    return quick_two_sum(product.hi, product.lo + a.lo * b);
 }
 
-/// a * 2^k for a power of two that leaves no bit behind.
-inline DoubleDouble scaled(DoubleDouble a, double power_of_two) {
-    return {a.hi * power_of_two, a.lo * power_of_two};
+inline DoubleDouble operator/(DoubleDouble a, DoubleDouble b) {
+    const double first = a.hi / b.hi;
+    const DoubleDouble rest = a - b * first;
+    return quick_two_sum(first, rest.hi / b.hi);
 }
-inline double scaled(double a, double power_of_two) { return a * power_of_two; }
 
 } // namespace velm::detail

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <utility>
 
 namespace velm::detail {
 
@@ -19,6 +20,8 @@ LocalPolynomial LocalPolynomial::in(Workspace& workspace, int degree) {
     p.hi = workspace.take(degree + 1);
     p.lo = workspace.take(degree + 1);
     p.size = workspace.take(degree + 1);
+    p.polar_hi = workspace.take(degree + 1);
+    p.polar_lo = workspace.take(degree + 1);
     return p;
 }
 
@@ -26,6 +29,7 @@ void LocalPolynomial::set(int i, DoubleDouble c) {
     hi[i] = c.hi;
     lo[i] = c.lo;
     size[i] = std::fabs(c.hi);
+    has_polar = false;
 }
 
 void LocalPolynomial::derive() {
@@ -34,6 +38,18 @@ void LocalPolynomial::derive() {
         set(i - 1, c);
     }
     --degree;
+}
+
+void LocalPolynomial::need_polar() {
+    if (has_polar) return;
+    DoubleDouble binomial = 1.0;
+    for (int i = 0; i <= degree; ++i) {
+        const DoubleDouble c = DoubleDouble(hi[i], lo[i]) / binomial;
+        polar_hi[i] = c.hi;
+        polar_lo[i] = c.lo;
+        binomial = binomial * double(degree - i) / DoubleDouble(i + 1);
+    }
+    has_polar = true;
 }
 
 QuickValue quick_value(const LocalPolynomial& p, double x) {
@@ -51,87 +67,114 @@ QuickValue quick_value(const LocalPolynomial& p, double x) {
 SureValue sure_value(const LocalPolynomial& p, double x) {
     double value = p.hi[p.degree];
     double rest = p.lo[p.degree];
+    double slope = 0.0;
     double size = p.size[p.degree];
     for (int i = p.degree - 1; i >= 0; --i) {
+        slope = slope * x + value;
         const DoubleDouble product = two_product(value, x);
         const DoubleDouble sum = two_sum(product.hi, p.hi[i]);
         rest = rest * x + (product.lo + (sum.lo + p.lo[i]));
         value = sum.hi;
         size = size * x + p.size[i];
     }
-    return {value + rest, size, 4 * (p.degree + 1) * (p.degree + 1) * kUnit * kUnit * size};
+    const double error = 4 * (p.degree + 1) * (p.degree + 1) * kUnit * kUnit * size;
+    return {value + rest, slope, size, error};
 }
 
 namespace {
 
-/// Coefficients of plain doubles.
-struct Doubles {
+/// Poles of doubles.
+template <int Components>
+struct Poles {
     using Number = double;
     double* values;
-    Number operator[](int i) const { return values[i]; }
-    void put(int i, Number x) const { values[i] = x; }
+
+    void add(int i, int j) const {
+        for (int c = 0; c < Components; ++c)
+            at(i)[c] += at(j)[c];
+    }
+    void add_multiple(int i, int j, double factor) const {
+        for (int c = 0; c < Components; ++c)
+            at(i)[c] += at(j)[c] * factor;
+    }
+    void multiply(int i, double factor) const {
+        for (int c = 0; c < Components; ++c)
+            at(i)[c] *= factor;
+    }
+    void exchange(int i, int j) const { std::swap_ranges(at(i), at(i + 1), at(j)); }
+    double* at(int i) const { return values + Components * i; }
 };
 
-/// Coefficients of pairs, high and low halves apart.
+/// Numbers as sums of a high and a low part, the low one gathering the rounding of the high one's
+/// sums: it is small, but not always a rounding of the high part.
 struct Pairs {
     using Number = DoubleDouble;
     double* hi;
     double* lo;
-    Number operator[](int i) const { return {hi[i], lo[i]}; }
-    void put(int i, Number x) const {
-        hi[i] = x.hi;
-        lo[i] = x.lo;
+
+    void add(int i, int j) const {
+        const DoubleDouble sum = two_sum(hi[i], hi[j]);
+        hi[i] = sum.hi;
+        lo[i] = (lo[i] + lo[j]) + sum.lo;
+    }
+    void add_multiple(int i, int j, double factor) const {
+        const DoubleDouble product = two_product(hi[j], factor);
+        const DoubleDouble sum = two_sum(hi[i], product.hi);
+        hi[i] = sum.hi;
+        lo[i] = (lo[i] + lo[j] * factor) + (sum.lo + product.lo);
+    }
+    void multiply(int i, Number factor) const {
+        const Number product = quick_two_sum(hi[i], lo[i]) * factor;
+        hi[i] = product.hi;
+        lo[i] = product.lo;
+    }
+    void exchange(int i, int j) const {
+        std::swap(hi[i], hi[j]);
+        std::swap(lo[i], lo[j]);
     }
 };
 
-/// From the power basis, in place: p(lower + width t) in the Bernstein basis of t.
+/// p(lower + width t) in the Bernstein basis of t, in place, from p's coefficients divided by
+/// binomials: p's polar form at as many arguments lower and upper as it takes (Ramshaw, Blossoming,
+/// 1987). Neither step waits for a sum it has just begun.
 template <class Row>
 void convert(Row b, int n, double lower, typename Row::Number width) {
-    using Number = typename Row::Number;
     if (lower != 0.0)
-        for (int k = 0; k < n; ++k)
-            for (int i = n - 1; i >= k; --i)
-                b.put(i, b[i] + b[i + 1] * Number(lower));
-    Number factor = 1.0; // width^i / binomial(n, i)
-    for (int i = 1; i <= n; ++i) {
-        factor = factor * width * (Number(i) / Number(n + 1 - i));
-        b.put(i, b[i] * factor);
-    }
-    // Coefficient j is the sum of binomial(j, i) b[i]. Backwards, so that no sum waits for another.
-    for (int i = 0, j = n; i < j; ++i, --j) {
-        const Number other = b[i];
-        b.put(i, b[j]);
-        b.put(j, other);
-    }
+        for (int k = 1; k <= n; ++k)
+            for (int i = 0; i <= n - k; ++i)
+                b.add_multiple(i, i + 1, lower);
+    typename Row::Number power = 1.0;
+    for (int i = 1; i <= n; ++i)
+        b.multiply(i, power = power * width);
+    // Coefficient j is the sum of binomial(j, i) b[i].
+    for (int i = 0, j = n; i < j; ++i, --j)
+        b.exchange(i, j);
     for (int k = 1; k <= n; ++k)
         for (int i = 0; i <= n - k; ++i)
-            b.put(i, b[i] + b[i + 1]);
-    for (int i = 0, j = n; i < j; ++i, --j) {
-        const Number other = b[i];
-        b.put(i, b[j]);
-        b.put(j, other);
-    }
+            b.add(i, i + 1);
+    for (int i = 0, j = n; i < j; ++i, --j)
+        b.exchange(i, j);
 }
 
 /// De Casteljau's scheme at 1/2: b becomes the right part.
-template <class Row>
-void halve(Row b, Row left, int n) {
-    left.put(0, b[0]);
+template <int Components>
+void halve(double* b, double* left, int n) {
+    std::copy_n(b, Components, left);
     for (int k = 1; k <= n; ++k) {
-        for (int i = 0; i <= n - k; ++i)
-            b.put(i, scaled(b[i] + b[i + 1], 0.5));
-        left.put(k, b[0]);
+        for (int i = 0; i < Components * (n - k + 1); ++i)
+            b[i] = 0.5 * (b[i] + b[i + Components]);
+        std::copy_n(b, Components, left + Components * k);
     }
 }
 
 /// De Casteljau's scheme at t, s being 1 - t.
-template <class Row>
-void divide(Row b, Row left, int n, typename Row::Number t, typename Row::Number s) {
-    left.put(0, b[0]);
+template <int Components>
+void divide(double* b, double* left, int n, double t, double s) {
+    std::copy_n(b, Components, left);
     for (int k = 1; k <= n; ++k) {
-        for (int i = 0; i <= n - k; ++i)
-            b.put(i, s * b[i] + t * b[i + 1]);
-        left.put(k, b[0]);
+        for (int i = 0; i < Components * (n - k + 1); ++i)
+            b[i] = s * b[i] + t * b[i + Components];
+        std::copy_n(b, Components, left + Components * k);
     }
 }
 
@@ -139,41 +182,59 @@ void divide(Row b, Row left, int n, typename Row::Number t, typename Row::Number
 
 void to_bernstein(const LocalPolynomial& p, BernsteinPiece& piece) {
     const int n = p.degree;
-    const double width = piece.upper - piece.lower;
-    std::copy_n(p.hi, n + 1, piece.p);
-    std::copy_n(p.size, n + 1, piece.size);
-    convert(Doubles{piece.size}, n, piece.lower, width);
-    if (piece.doubled) {
-        std::copy_n(p.lo, n + 1, piece.rest);
-        convert(Pairs{piece.p, piece.rest}, n, piece.lower, two_sum(piece.upper, -piece.lower));
-    } else {
-        convert(Doubles{piece.p}, n, piece.lower, width);
+    double binomial = 1.0;
+    for (int i = 0; i <= n; ++i) {
+        piece.poles[2 * i] = p.hi[i] / binomial;
+        piece.poles[2 * i + 1] = p.size[i] / binomial;
+        binomial = binomial * (n - i) / (i + 1);
     }
-    piece.error = (10 * n + 4) * (piece.doubled ? kDoubledUnit : kUnit);
+    convert(Poles<2>{piece.poles}, n, piece.lower, piece.upper - piece.lower);
+    piece.components = 2;
+    piece.error = (10 * n + 4) * kUnit;
+    piece.base = 0.0;
+    piece.fresh = false;
+}
+
+void to_bernstein_in_pairs(LocalPolynomial& p, BernsteinPiece& piece, double* scratch) {
+    const int n = p.degree;
+    const Pairs pairs{scratch, scratch + n + 1};
+    p.need_polar();
+    std::copy_n(p.polar_hi, n + 1, pairs.hi);
+    std::copy_n(p.polar_lo, n + 1, pairs.lo);
+    convert(pairs, n, piece.lower, two_sum(piece.upper, -piece.lower));
+    for (int i = n; i >= 0; --i) { // downwards, as a pole may become longer
+        const double size = piece.size(i);
+        double* const pole = piece.poles + 3 * i;
+        pole[0] = pairs.hi[i] + pairs.lo[i];
+        pole[1] = size;
+        pole[2] = std::fabs(pole[0]);
+    }
+    // Low parts of up to 2 n units, which round in each of 2 n sums, beside products in pairs.
+    piece.base = (6.0 * n * n + 64.0 * n + 64.0) * kUnit * kUnit;
+    piece.components = 3;
+    piece.error = kUnit;
+    piece.fresh = true;
 }
 
 void cut(BernsteinPiece& piece, BernsteinPiece& left, double at, int degree) {
-    left = {piece.lower, at, 0.0, left.p, left.rest, left.size, piece.doubled};
+    const double width = piece.upper - piece.lower;
     const DoubleDouble sum = two_sum(piece.lower, piece.upper);
-    const bool half = sum.lo == 0.0 && sum.hi * 0.5 == at;
-    const DoubleDouble width = two_sum(piece.upper, -piece.lower);
-    const DoubleDouble t = two_sum(at, -piece.lower) / width;
-    const DoubleDouble s = two_sum(piece.upper, -at) / width;
-    if (half) {
-        halve(Doubles{piece.size}, Doubles{left.size}, degree);
-        if (piece.doubled)
-            halve(Pairs{piece.p, piece.rest}, Pairs{left.p, left.rest}, degree);
-        else
-            halve(Doubles{piece.p}, Doubles{left.p}, degree);
-    } else {
-        divide(Doubles{piece.size}, Doubles{left.size}, degree, t.hi, s.hi);
-        if (piece.doubled)
-            divide(Pairs{piece.p, piece.rest}, Pairs{left.p, left.rest}, degree, t, s);
-        else
-            divide(Doubles{piece.p}, Doubles{left.p}, degree, t.hi, s.hi);
-    }
-    piece.error += (half ? 2 : 5) * degree * (piece.doubled ? kDoubledUnit : kUnit);
-    left.error = piece.error;
+    const bool half = sum.hi * 0.5 == at;
+    const double t = (at - piece.lower) / width;
+    const double s = (piece.upper - at) / width;
+    if (piece.components == 2)
+        half ? halve<2>(piece.poles, left.poles, degree)
+             : divide<2>(piece.poles, left.poles, degree, t, s);
+    else
+        half ? halve<3>(piece.poles, left.poles, degree)
+             : divide<3>(piece.poles, left.poles, degree, t, s);
+    piece.error += (half ? 1 : 4) * degree * kUnit;
+    // The true cut lies within a rounding of `at`. What that means for p is bounded by p' as S has
+    // it, and, where p itself is the measure, as the differences of the poles have it.
+    if (!half || sum.lo != 0.0)
+        piece.error += degree * kUnit * (piece.components == 2 ? 2.0 : 4.0 * piece.upper / width);
+    piece.fresh = false;
+    left = {piece.lower, at, piece.error, piece.base, left.poles, piece.components, false};
     piece.lower = at;
 }
 

@@ -9,8 +9,7 @@
 
 namespace velm::detail {
 
-inline constexpr double kUnit = 0x1.01p-53;         ///< an operation in doubles, with a margin
-inline constexpr double kDoubledUnit = 0x1.01p-102; ///< an operation in pairs, with a margin
+inline constexpr double kUnit = 0x1.01p-53; ///< of rounding in doubles, with a margin
 
 /// Room for arrays of doubles, given back all at once.
 class Workspace {
@@ -37,11 +36,16 @@ struct LocalPolynomial {
     double* hi = nullptr;
     double* lo = nullptr;
     double* size = nullptr;
+    double* polar_hi = nullptr; ///< the coefficients divided by binomials, once they are needed
+    double* polar_lo = nullptr;
+    bool has_polar = false;
 
     static LocalPolynomial in(Workspace& workspace, int degree);
+    static constexpr int arrays = 5;
     void set(int i, DoubleDouble c);
     /// Turns this into its derivative.
     void derive();
+    void need_polar();
 };
 
 /// p(x) and p'(x) in doubles, with S(x): p is good to 2 (degree + 1) units of S.
@@ -53,35 +57,44 @@ struct QuickValue {
 };
 QuickValue quick_value(const LocalPolynomial& p, double x);
 
-/// p(x) as if evaluated in pairs of doubles and then rounded, and S(x). The sign of p is sure where
-/// |p| exceeds the error.
+/// p(x) as if evaluated in pairs of doubles and then rounded, with p'(x) in doubles and S(x). The
+/// sign of p is sure where |p| exceeds the error.
 struct SureValue {
     double p;
+    double dp;
     double size;
     double error;
 };
 SureValue sure_value(const LocalPolynomial& p, double x);
 
-/// Bernstein coefficients over [lower, upper]: p's as doubles, or, with `rest`, as pairs, and those
-/// of S. Coefficient j of p is good to `error` times that of S, the rounding of the bounds included
-/// with doubles only.
+/// The Bernstein form over [lower, upper]: poles of p's coefficient, that of S, and, with three
+/// components, that of the error's measure. A coefficient of p is good to `error` times the last
+/// component, plus `base` times that of S; the rounding of the bounds is included.
 struct BernsteinPiece {
     double lower;
     double upper;
     double error;
-    double* p;
-    double* rest; ///< the low halves
-    double* size;
-    bool doubled;
+    double base;
+    double* poles;
+    int components; ///< 2 or 3
+    bool fresh;     ///< converted in pairs, and not cut since
 
-    int change_unit() const;
+    double p(int i) const { return poles[components * i]; }
+    double size(int i) const { return poles[components * i + 1]; }
+    /// A bound of what p(i) may differ by from any polynomial's within the relative uncertainty.
+    double noise(int i, double uncertainty) const {
+        const double* const pole = poles + components * i;
+        return (uncertainty + base) * pole[1] + error * pole[components - 1];
+    }
 };
 
-/// Sets the coefficients of `piece` from its bounds, in pairs if it is doubled.
+/// Sets the poles from the bounds, in doubles, two components a pole.
 void to_bernstein(const LocalPolynomial& p, BernsteinPiece& piece);
+/// The same for a piece that has its poles: in pairs, rounded to doubles and measured by
+/// themselves, three components a pole. `scratch` has room for twice p's coefficients.
+void to_bernstein_in_pairs(LocalPolynomial& p, BernsteinPiece& piece, double* scratch);
 
-/// Cuts the piece at `at`: it becomes the right part, `left` gets the left one. In a doubled piece
-/// the cut is exact.
+/// Cuts the piece at `at`: it becomes the right part, `left` gets the left one.
 void cut(BernsteinPiece& piece, BernsteinPiece& left, double at, int degree);
 
 } // namespace velm::detail

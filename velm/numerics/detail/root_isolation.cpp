@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <utility>
 
 namespace velm::detail {
 
@@ -18,13 +19,9 @@ constexpr int kMostPieces = 20000;
 
 /// Gives the first pieces of the stack their arrays.
 void RootIsolation::need(int pieces) {
-    const int count = p_.degree + 1;
     for (; prepared_ < pieces; ++prepared_) {
-        BernsteinPiece& piece = stack_[prepared_];
-        piece.p = room_;
-        piece.rest = room_ + count;
-        piece.size = room_ + 2 * count;
-        room_ += 3 * count;
+        stack_[prepared_].poles = room_;
+        room_ += 3 * (p_.degree + 1);
     }
 }
 
@@ -35,31 +32,26 @@ void RootIsolation::start(double lower, double upper) {
     BernsteinPiece& first = stack_[0];
     first.lower = lower;
     first.upper = whole_ = upper;
-    first.doubled = false;
     to_bernstein(p_, first);
 }
 
-bool RootIsolation::next(RootInterval& found) {
+const RootInterval* RootIsolation::next() {
     if (handed_out_ == count_) {
         handed_out_ = count_ = 0;
         while (top_ >= 0 && count_ == 0)
             resolve_top();
         if (count_ == 0) end_cluster();
-        if (count_ == 0) return false;
+        if (count_ == 0) return nullptr;
     }
-    found = found_[handed_out_++];
-    return true;
+    return &found_[handed_out_++];
 }
 
 /// Drops or reports the piece on top, or splits it in two.
 void RootIsolation::resolve_top() {
     BernsteinPiece& piece = stack_[top_];
     Verdict verdict = judge(piece);
-    const bool fine = piece.doubled || piece.error <= uncertainty_ / 8;
-    if (verdict.content == Content::unclear && !fine &&
-        (verdict.lower_unclear || verdict.upper_unclear)) {
-        piece.doubled = true;
-        to_bernstein(p_, piece);
+    if (verdict.content == Content::unclear && !surely_unclear(piece, verdict)) {
+        to_bernstein_in_pairs(p_, piece, scratch_);
         verdict = judge(piece);
     }
     if (verdict.content != Content::unclear) {
@@ -76,45 +68,46 @@ void RootIsolation::resolve_top() {
         split(beside_end(piece, verdict.upper_unclear), true);
         return;
     }
-    const double lower = piece.lower;
-    const double width = piece.upper - lower;
     const double at = middle(piece);
+    const double aside = 0.125 * std::min(at - piece.lower, piece.upper - at);
     // A root that lies on the cut would have to be chased from both sides: cut beside it.
-    if (split(at, false) || split(at - 0.0625 * width, false)) return;
-    if (!piece.doubled && !fine) {
-        piece.doubled = true;
-        to_bernstein(p_, piece);
+    if (split(at, false) || split(at - aside, false)) return;
+    if (!piece.fresh) {
+        to_bernstein_in_pairs(p_, piece, scratch_);
         return;
     }
-    split(at + 0.09375 * width, false) || split(at, true);
+    split(at + 1.5 * aside, false) || split(at, true);
+}
+
+/// The sign of coefficient i, 0 if it lies within the noise.
+int RootIsolation::sign(const BernsteinPiece& piece, int i) const {
+    const double x = piece.p(i);
+    const double noise = piece.noise(i, uncertainty_);
+    return x > noise ? 1 : x < -noise ? -1 : 0;
 }
 
 /// What Descartes' rule says of the piece, each sign being taken as unclear within the noise.
 RootIsolation::Verdict RootIsolation::judge(const BernsteinPiece& piece) const {
     const int n = p_.degree;
-    const double noise = piece.error + uncertainty_;
-    const auto sign = [&piece, noise](int i) {
-        const double x = piece.p[i];
-        const double limit = noise * piece.size[i];
-        return x > limit ? 1 : x < -limit ? -1 : 0;
-    };
-    Verdict verdict{Content::nothing, sign(0) == 0, sign(n) == 0, 0.0};
+    int last_sign = sign(piece, 0);
+    Verdict verdict{Content::nothing, last_sign == 0, sign(piece, n) == 0, 0.0};
     bool unclear = verdict.lower_unclear || verdict.upper_unclear;
     int changes = 0;
     int last = 0;
     for (int i = 1; i <= n && !unclear; ++i) {
-        const int here = sign(i);
+        const int here = sign(piece, i);
         if (here == 0) continue;
-        const bool change = here != sign(last);
+        const bool change = here != last_sign;
         // One coefficient of unclear sign at a change makes no difference.
         if (i - last > (change ? 2 : 1)) unclear = true;
         if (change && ++changes > 1) unclear = true;
         if (change) {
-            const double before = std::fabs(piece.p[last]);
-            const double share = before / (before + std::fabs(piece.p[i]));
+            const double before = std::fabs(piece.p(last));
+            const double share = before / (before + std::fabs(piece.p(i)));
             verdict.guess = (last + share * (i - last)) / n;
         }
         last = i;
+        last_sign = here;
     }
     if (unclear)
         verdict.content = Content::unclear;
@@ -123,13 +116,23 @@ RootIsolation::Verdict RootIsolation::judge(const BernsteinPiece& piece) const {
     return verdict;
 }
 
+/// Whether an end's sign stays unclear however exactly p is evaluated, or neither end's is.
+bool RootIsolation::surely_unclear(const BernsteinPiece& piece, const Verdict& verdict) const {
+    constexpr double small_part = 0.125;
+    if (piece.fresh) return true;
+    const auto sure = [this, &piece](int i) {
+        const double noise = piece.noise(i, uncertainty_);
+        return noise - (uncertainty_ + piece.base) * piece.size(i) <= small_part * noise;
+    };
+    return (!verdict.lower_unclear || sure(0)) && (!verdict.upper_unclear || sure(p_.degree));
+}
+
 /// Whether the piece is no more than the neighbourhood of a place where p is zero within the noise.
 bool RootIsolation::settled(const BernsteinPiece& piece, const Verdict& verdict) const {
     if (!verdict.lower_unclear && !verdict.upper_unclear) return false;
-    if (!piece.doubled && piece.error > uncertainty_ / 8) return false;
-    const double limit = kRim * (piece.error + uncertainty_);
     for (int i = 0; i <= p_.degree; ++i)
-        if (std::fabs(piece.p[i]) > limit * piece.size[i]) return false;
+        if (std::fabs(piece.p(i)) > kRim * (uncertainty_ + piece.base) * piece.size(i))
+            return false;
     return true;
 }
 
@@ -156,8 +159,8 @@ double RootIsolation::beside_end(const BernsteinPiece& piece, bool at_upper) con
     double difference[terms + 1];
     const int most = std::min(n, terms);
     for (int i = 0; i <= most; ++i)
-        difference[i] = piece.p[at_upper ? n - i : i];
-    const double noise = (piece.error + uncertainty_) * piece.size[at_upper ? n : 0];
+        difference[i] = piece.p(at_upper ? n - i : i);
+    const double noise = piece.noise(at_upper ? n : 0, uncertainty_);
     const double least = 4 * DBL_EPSILON * piece.upper / (piece.upper - piece.lower);
     double share = 0.5;
     double binomial = 1.0;
@@ -177,7 +180,6 @@ double RootIsolation::beside_end(const BernsteinPiece& piece, bool at_upper) con
 /// try; what can't be cut any more is reported.
 bool RootIsolation::split(double at, bool last_try) {
     BernsteinPiece& piece = stack_[top_];
-    const int n = p_.degree;
     if (!(at > piece.lower && at < piece.upper)) {
         if (!last_try) return false;
         report_cluster(piece);
@@ -185,20 +187,17 @@ bool RootIsolation::split(double at, bool last_try) {
         return true;
     }
     need(top_ + 3);
-    BernsteinPiece& left = stack_[top_ + 1];
-    BernsteinPiece& spare = stack_[top_ + 2];
-    const BernsteinPiece kept{piece.lower, piece.upper, piece.error,  spare.p,
-                              spare.rest,  spare.size,  piece.doubled};
-    if (!last_try) {
-        std::copy_n(piece.p, n + 1, spare.p);
-        std::copy_n(piece.size, n + 1, spare.size);
-        if (piece.doubled) std::copy_n(piece.rest, n + 1, spare.rest);
-    }
-    cut(piece, left, at, n);
-    const double noise = (piece.error + uncertainty_) * piece.size[0];
-    if (!last_try && std::fabs(piece.p[0]) <= noise) {
-        spare = {0.0, 0.0, 0.0, piece.p, piece.rest, piece.size, false};
-        piece = kept;
+    double*& spare = stack_[top_ + 2].poles;
+    const double lower = piece.lower;
+    const double error = piece.error;
+    const bool fresh = piece.fresh;
+    if (!last_try) std::copy_n(piece.poles, piece.components * (p_.degree + 1), spare);
+    cut(piece, stack_[top_ + 1], at, p_.degree);
+    if (!last_try && sign(piece, 0) == 0) {
+        std::swap(piece.poles, spare);
+        piece.lower = lower;
+        piece.error = error;
+        piece.fresh = fresh;
         return false;
     }
     ++top_;
@@ -208,7 +207,7 @@ bool RootIsolation::split(double at, bool last_try) {
 void RootIsolation::report_lone(const BernsteinPiece& piece, double guess) {
     end_cluster();
     found_[count_++] = {piece.lower, piece.upper, piece.lower + guess * (piece.upper - piece.lower),
-                        true, piece.p[p_.degree] > 0.0};
+                        true, piece.p(p_.degree) > 0.0};
 }
 
 void RootIsolation::report_cluster(const BernsteinPiece& piece) {

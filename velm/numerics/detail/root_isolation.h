@@ -19,16 +19,17 @@ struct RootInterval {
 class RootIsolation {
 public:
     /// The room that it needs, in doubles.
-    static int room(int degree) { return (kDepth + 1) * 3 * (degree + 1); }
+    static int room(int degree) { return ((kDepth + 1) * 3 + 2) * (degree + 1); }
 
-    RootIsolation(const LocalPolynomial& p, double uncertainty, double* room_for_it)
-        : p_(p), uncertainty_(uncertainty), room_(room_for_it) {}
+    RootIsolation(LocalPolynomial& p, double uncertainty, double* room_for_it)
+        : p_(p), uncertainty_(uncertainty), scratch_(room_for_it),
+          room_(room_for_it + 2 * (p.degree + 1)) {}
 
     /// Looks for roots in [lower, upper], 0 <= lower <= upper <= 1.
     void start(double lower, double upper);
-    /// The next interval that holds roots, ascending; false after the last. Clusters that touch
-    /// come as one.
-    bool next(RootInterval& found);
+    /// The next interval that holds roots, ascending, good until the next call; null after the
+    /// last. Clusters that touch come as one.
+    const RootInterval* next();
 
 private:
     enum class Content { nothing, one, unclear };
@@ -42,6 +43,8 @@ private:
     void need(int pieces);
     void resolve_top();
     Verdict judge(const BernsteinPiece& piece) const;
+    int sign(const BernsteinPiece& piece, int i) const;
+    bool surely_unclear(const BernsteinPiece& piece, const Verdict& verdict) const;
     bool settled(const BernsteinPiece& piece, const Verdict& verdict) const;
     double middle(const BernsteinPiece& piece);
     double beside_end(const BernsteinPiece& piece, bool at_upper) const;
@@ -51,9 +54,10 @@ private:
     void end_cluster();
     double smallest_root_size();
 
-    const LocalPolynomial& p_;
+    LocalPolynomial& p_;
     double uncertainty_;
     static constexpr int kDepth = 160;
+    double* scratch_;
     double* room_;
     BernsteinPiece stack_[kDepth + 1]; // the next piece on top; two above it to work with
     int prepared_ = 0;                 // of stack_, those that have their arrays

@@ -23,47 +23,71 @@ struct Bracket {
     }
 };
 
-/// Newton's method in doubles, kept in the bracket, until its steps are short or p is all rounding.
-double approach(const LocalPolynomial& p, Bracket& bracket, double x) {
-    constexpr int steps = 50;
-    constexpr double short_step = 0x1p-24;
-    double before = bracket.upper - bracket.lower;
-    for (int i = 0; i < steps; ++i) {
+/// The steps of Newton's method, and how they shrink: one is about `curvature` times the square of
+/// the one before.
+struct Steps {
+    double last;
+    double curvature;
+
+    void take(double step) {
+        curvature = step / (last * last);
+        last = step;
+    }
+    double next() const { return curvature * last * last; }
+};
+
+/// Newton's method in doubles, kept in the bracket, until its next step will be short or p is all
+/// rounding.
+double approach(const LocalPolynomial& p, Bracket& bracket, double x, Steps& steps) {
+    constexpr int most = 50;
+    constexpr double short_step = 0x1p-26;
+    for (int i = 0; i < most; ++i) {
         const QuickValue v = quick_value(p, x);
         if (std::fabs(v.p) <= v.error) break;
         bracket.narrow(x, v.p);
         const double step = v.p / v.dp;
         // Steps that don't halve show that Newton's method is not yet at home: bisect.
-        const bool slow = i > 2 && std::fabs(step) > 0.5 * before;
+        const bool slow = i > 2 && std::fabs(step) > 0.5 * steps.last;
         const double next = bracket.inside(slow ? bracket.lower : x - step);
-        before = std::fabs(next - x);
+        steps.take(std::fabs(next - x));
         x = next;
-        if (before <= short_step * x) break;
+        if (i > 0 && steps.next() <= short_step * x && steps.last <= 0x1p-8 * x) break;
     }
     return x;
 }
 
-/// The same with compensated values, to the last place.
-double refine(const LocalPolynomial& p, Bracket& bracket, double x) {
-    constexpr int steps = 120;
-    constexpr double last_step = 0x1p-42;
-    for (int i = 0; i < steps; ++i) {
-        const SureValue v = sure_value(p, x);
-        if (std::fabs(v.p) <= v.error) break;
+/// The same with compensated values, to the last place; x gets there. Returns p's last value.
+SureValue refine(const LocalPolynomial& p, Bracket& bracket, double& x, Steps& steps) {
+    constexpr int most = 120;
+    constexpr double last_place = 0x1p-58;
+    const int n = p.degree;
+    SureValue v{};
+    for (int i = 0; i < most; ++i) {
+        v = sure_value(p, x);
+        const double newton = x - v.p / v.dp;
+        const double step = std::fabs(newton - x);
+        // What the step leaves: by p's curvature, and by the rounding of the slope.
+        const double slope_noise = 2 * (n + 1) * (n + 1) * kUnit * v.size;
+        const bool precise = steps.curvature * step * step <= last_place * x &&
+                             slope_noise * step <= 4 * last_place * x * x * std::fabs(v.dp);
+        if (precise || std::fabs(v.p) <= v.error) {
+            if (newton >= bracket.lower && newton <= bracket.upper) x = newton;
+            return v;
+        }
         bracket.narrow(x, v.p);
-        const double step = v.p / quick_value(p, x).dp;
-        const double newton = x - step;
-        const double next = i % 8 == 7 ? bracket.inside(bracket.lower) : bracket.inside(newton);
-        if (next == x || next == bracket.lower || next == bracket.upper) break;
+        const double next = bracket.inside(i % 8 == 7 ? bracket.lower : newton);
+        if (next == bracket.lower || next == bracket.upper) return v;
+        steps.take(std::fabs(next - x));
         x = next;
-        if (next == newton && std::fabs(step) <= last_step * x) break;
     }
-    return x;
+    return v;
 }
 
-double root_in(const LocalPolynomial& p, double lower, double upper, bool rising, double guess) {
-    Bracket bracket{lower, upper, rising};
-    return refine(p, bracket, approach(p, bracket, bracket.inside(guess)));
+/// The root in a bracket, from x on, with p's slope and S about it.
+SureValue root_in(const LocalPolynomial& p, Bracket bracket, double& x) {
+    Steps steps{bracket.upper - bracket.lower, 1.0};
+    x = approach(p, bracket, bracket.inside(x), steps);
+    return refine(p, bracket, x, steps);
 }
 
 /// Whether p is surely beyond the noise at x, on the side that `positive` tells.
@@ -80,41 +104,42 @@ bool clear_of_zero(const LocalPolynomial& p, double x, double uncertainty) {
     return std::fabs(v.p) > uncertainty * v.size + v.error;
 }
 
-RealRoot polish_lone_root(const LocalPolynomial& p, const RootInterval& interval,
-                          double uncertainty) {
-    RealRoot root;
+void polish_lone_root(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
+                      RealRoot& root) {
+    const bool rising = interval.rising;
+    double x = interval.guess;
+    const SureValue v = root_in(p, {interval.lower, interval.upper, rising}, x);
+    root.value = x;
     root.multiplicity = 1;
     root.crosses = true;
-    const bool rising = interval.rising;
-    const double x = root_in(p, interval.lower, interval.upper, rising, interval.guess);
-    root.value = x;
-    // The first guess at the enclosure comes from p's slope; certain signs at its ends settle it.
-    const QuickValue v = quick_value(p, x);
-    const double noise = uncertainty * v.size + v.error * kUnit * (p.degree + 1);
-    double reach = 1.5 * noise / std::fabs(v.dp) + 2 * DBL_EPSILON * x;
+
+    const double slope = std::fabs(v.dp);
+    const double noise = uncertainty * v.size + v.error;
+    double reach = 1.5 * noise / slope + 2 * DBL_EPSILON * x;
+    // As x^2 |p''| <= degree^2 S, the slope keeps its size in reach of a root that is well
+    // conditioned, and p is clear of zero at its ends. Elsewhere p itself tells.
+    const double condition = (p.degree + 1) * v.size / (slope * x);
+    const bool sure = 64 * condition * condition * (uncertainty + kUnit) <= 1.0;
     if (!(reach >= 0.0)) reach = interval.upper;
-    for (root.lower = x - reach; root.lower > interval.lower; root.lower = x - reach) {
+    for (root.lower = x - reach; !sure && root.lower > interval.lower; root.lower = x - reach) {
         if (clear_on_side(p, root.lower, uncertainty, !rising)) break;
         reach *= 4;
     }
     root.lower = std::max(root.lower, interval.lower);
-    for (root.upper = x + reach; root.upper < interval.upper; root.upper = x + reach) {
+    for (root.upper = x + reach; !sure && root.upper < interval.upper; root.upper = x + reach) {
         if (clear_on_side(p, root.upper, uncertainty, rising)) break;
         reach *= 4;
     }
     root.upper = std::min(root.upper, interval.upper);
-    return root;
 }
 
 namespace {
 
 /// Whether all coefficients of the piece have one sign beyond the noise.
 bool keeps_sign(const BernsteinPiece& piece, int degree, double uncertainty) {
-    const bool positive = piece.p[0] > 0.0;
-    for (int i = 0; i <= degree; ++i) {
-        const double size = positive ? piece.p[i] : -piece.p[i];
-        if (!(size > (uncertainty + piece.error) * piece.size[i])) return false;
-    }
+    const bool positive = piece.p(0) > 0.0;
+    for (int i = 0; i <= degree; ++i)
+        if (!((positive ? piece.p(i) : -piece.p(i)) > piece.noise(i, uncertainty))) return false;
     return true;
 }
 
@@ -123,30 +148,36 @@ void copy(const LocalPolynomial& from, LocalPolynomial& to) {
     std::copy_n(from.hi, from.degree + 1, to.hi);
     std::copy_n(from.lo, from.degree + 1, to.lo);
     std::copy_n(from.size, from.degree + 1, to.size);
-}
-
-/// The place where p, which is monotone between the bounds, is zero or nearest to it.
-double nearest_zero(const LocalPolynomial& p, double lower, double upper) {
-    const double at_lower = sure_value(p, lower).p;
-    const double at_upper = sure_value(p, upper).p;
-    if (at_lower == 0.0) return lower;
-    if (at_upper == 0.0) return upper;
-    const bool rising = at_upper > 0.0;
-    if ((at_lower > 0.0) == rising)
-        return std::fabs(at_lower) < std::fabs(at_upper) ? lower : upper;
-    const double share = at_lower / (at_lower - at_upper);
-    return root_in(p, lower, upper, rising, lower + share * (upper - lower));
+    to.has_polar = false;
 }
 
 int sign(double x) { return x > 0.0 ? 1 : x < 0.0 ? -1 : 0; }
 
 } // namespace
 
-RealRoot resolve_cluster(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
-                         LocalPolynomial& derivative, BernsteinPiece& piece) {
+/// Sets x to a zero of p's derivative of that order, if its signs at the ends of the interval tell
+/// of one; if not, to the end where it is smaller.
+bool zero_of_derivative(const LocalPolynomial& p, int order, const RootInterval& interval,
+                        LocalPolynomial& derivative, double& x) {
+    copy(p, derivative);
+    for (int k = 0; k < order; ++k)
+        derivative.derive();
+    const double below = sure_value(derivative, interval.lower).p;
+    const double above = sure_value(derivative, interval.upper).p;
+    x = std::fabs(below) <= std::fabs(above) ? interval.lower : interval.upper;
+    if (below == 0.0 || above == 0.0) return true;
+    if (sign(below) == sign(above)) return false;
+    x = interval.lower + below / (below - above) * (interval.upper - interval.lower);
+    root_in(derivative, {interval.lower, interval.upper, above > 0.0}, x);
+    return true;
+}
+
+void resolve_cluster(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
+                     LocalPolynomial& derivative, double* room, RealRoot& root) {
+    BernsteinPiece piece{};
     piece.lower = interval.lower;
     piece.upper = interval.upper;
-    piece.doubled = true;
+    piece.poles = room;
     // By Rolle's theorem a derivative of order k without a zero leaves p at most k roots.
     copy(p, derivative);
     int order = 0;
@@ -154,6 +185,7 @@ RealRoot resolve_cluster(const LocalPolynomial& p, const RootInterval& interval,
         derivative.derive();
         ++order;
         to_bernstein(derivative, piece);
+        to_bernstein_in_pairs(derivative, piece, room + 3 * (p.degree + 1));
     } while (order < p.degree && !keeps_sign(piece, derivative.degree, uncertainty));
 
     const SureValue below = sure_value(p, interval.lower);
@@ -163,16 +195,12 @@ RealRoot resolve_cluster(const LocalPolynomial& p, const RootInterval& interval,
         clear_of_zero(p, interval.upper, uncertainty) && (order % 2 != 0) != odd && order > 1)
         --order;
 
-    RealRoot root;
     root.lower = interval.lower;
     root.upper = interval.upper;
     root.multiplicity = order;
-    copy(p, derivative);
-    for (int k = 1; k < order; ++k)
-        derivative.derive();
-    root.value = nearest_zero(derivative, interval.lower, interval.upper);
+    for (int k = order - 1; k >= 0; --k)
+        if (zero_of_derivative(p, k, interval, derivative, root.value)) break;
     root.crosses = below.p == 0.0 || odd || sign(sure_value(p, root.value).p) != sign(below.p);
-    return root;
 }
 
 } // namespace velm::detail

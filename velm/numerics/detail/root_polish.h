@@ -11,12 +11,13 @@ namespace velm::detail {
 /// Whether p is surely not within the noise at x.
 bool clear_of_zero(const LocalPolynomial& p, double x, double uncertainty);
 
-/// The root of p in an interval at whose ends its sign is that of its lone root.
-RealRoot polish_lone_root(const LocalPolynomial& p, const RootInterval& interval,
-                          double uncertainty);
+/// Sets `root` to the root of p in an interval that holds it alone.
+void polish_lone_root(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
+                      RealRoot& root);
 
-/// What a cluster holds. `derivative` and `piece` are room of p's size to work in.
-RealRoot resolve_cluster(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
-                         LocalPolynomial& derivative, BernsteinPiece& piece);
+/// Sets `root` to what a cluster holds. `derivative` has room for p's derivatives, `room` for five
+/// times p's coefficients.
+void resolve_cluster(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
+                     LocalPolynomial& derivative, double* room, RealRoot& root);
 
 } // namespace velm::detail
