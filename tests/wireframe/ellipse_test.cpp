@@ -1,0 +1,291 @@
+#include "velm/wireframe/ellipse.h"
+
+#include "support/random.h"
+#include "velm/frame/point_functions.h"
+#include "velm/platform/ellipse_kernel.h"
+#include "velm/transforms/plane_transformation.h"
+#include "velm/wireframe/closest_point.h"
+#include "velm/wireframe/elliptical_arc.h"
+#include "wireframe/allocation_count.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <limits>
+#include <numbers>
+#include <sstream>
+#include <string>
+
+namespace {
+
+constexpr double pi = std::numbers::pi;
+velm_test::Random draw{43};
+
+EREllipse2D random_ellipse() {
+    const double big = draw.uniform(1, 9);
+    return EREllipse2D(big, big * draw.uniform(0.05, 1), draw.uniform(-4, 4),
+                       {draw.uniform(-9, 9), draw.uniform(-9, 9)});
+}
+
+/// The sum of the distances to the foci less the big axis: 0 on the ellipse.
+double off_ellipse(const EREllipse2D& e, const ERPoint2D& p) {
+    return distance(p, e.focus1()) + distance(p, e.focus2()) - e.getBigAxe();
+}
+
+TEST(EllipseKernel, AgreesWithTheReferencesToTheLastBits) {
+    std::ifstream file(VELM_TEST_FOLDER "/wireframe/data/ellipse.txt");
+    std::string line;
+    int cases = 0;
+    while (std::getline(file, line)) {
+        if (line[0] == '#') continue;
+        std::istringstream words(line);
+        double v[6];
+        std::string word;
+        for (double& number : v) {
+            words >> word;
+            number = std::strtod(word.c_str(), nullptr);
+        }
+        // All four quadrants, either axis the longer one.
+        for (int mirror = 0; mirror < 8; ++mirror) {
+            const double sx = mirror & 1 ? -1 : 1, sy = mirror & 2 ? -1 : 1;
+            const bool upright = mirror & 4;
+            const tqkEllipse2 ellipse(v[upright], v[!upright]);
+            tqkCurvePointList2 points;
+            ASSERT_GE(ellipse.global_closest_point(sx * v[upright ? 3 : 2], sy * v[upright ? 2 : 3],
+                                                   points),
+                      tqkEllipse2::closest_unique);
+            constexpr double ulps = 3 * std::numeric_limits<double>::epsilon();
+            ASSERT_NEAR(points[0].x * sx, v[upright ? 5 : 4], ulps * v[upright ? 5 : 4]) << line;
+            ASSERT_NEAR(points[0].y * sy, v[upright ? 4 : 5], ulps * v[upright ? 4 : 5]) << line;
+            ASSERT_NEAR(std::cos(points[0].parameter) * v[upright], points[0].x, 1e-15 * v[0]);
+        }
+        ++cases;
+    }
+    EXPECT_GT(cases, 1000);
+}
+
+TEST(EllipseKernel, TellsTiesAndDegenerateShapes) {
+    tqkCurvePointList2 points;
+    const auto query = [&](double a, double b, double x, double y) {
+        return tqkEllipse2(a, b).global_closest_point(x, y, points);
+    };
+    EXPECT_EQ(query(5, 3, 0, 0), tqkEllipse2::closest_two);
+    EXPECT_EQ(points[0].y, 3);
+    EXPECT_EQ(points[1].y, -3);
+    EXPECT_EQ(query(3, 5, 0, 0), tqkEllipse2::closest_two);
+    EXPECT_EQ(points[0].x, 3);
+    EXPECT_EQ(points[1].x, -3);
+    // Between the centres of curvature (16/5, 0) and beyond them.
+    EXPECT_EQ(query(5, 3, 1.6, 0), tqkEllipse2::closest_two);
+    EXPECT_DOUBLE_EQ(points[0].x, 2.5);
+    EXPECT_DOUBLE_EQ(points[1].y, -3 * std::sqrt(0.75));
+    EXPECT_EQ(query(5, 3, -3.2, 0), tqkEllipse2::closest_unique);
+    EXPECT_EQ(points[0].x, -5);
+    EXPECT_DOUBLE_EQ(points[0].parameter, pi);
+    EXPECT_EQ(query(2, 2, 0, 0), tqkEllipse2::closest_everywhere);
+    EXPECT_EQ(points[0].x, 2);
+    EXPECT_EQ(query(2, 0, 1.25, 7), tqkEllipse2::closest_unique);
+    EXPECT_EQ(points[0].x, 1.25);
+    EXPECT_EQ(query(2, 0, -7, 7), tqkEllipse2::closest_unique);
+    EXPECT_EQ(points[0].x, -2);
+    EXPECT_EQ(query(0, 0, 1, 1), tqkEllipse2::closest_unique);
+    EXPECT_EQ(points[0].x, 0);
+    EXPECT_EQ(query(2, 1, NAN, 1), tqkEllipse2::closest_invalid);
+    EXPECT_EQ(query(2, 1, 1, HUGE_VAL), tqkEllipse2::closest_invalid);
+    EXPECT_EQ(points.size(), 0);
+    // Nothing overflows or vanishes on the way.
+    EXPECT_EQ(query(2, 1, 1e308, 1e308), tqkEllipse2::closest_unique);
+    EXPECT_NEAR(points[0].x * points[0].x / 4 + points[0].y * points[0].y, 1.0, 1e-15);
+    EXPECT_EQ(query(1e300, 1e299, 1e-300, 1e-300), tqkEllipse2::closest_unique);
+    EXPECT_EQ(points[0].y, 1e299);
+}
+
+TEST(Ellipse, ConstructionsAgree) {
+    for (int round = 0; round < 500; ++round) {
+        const double a = draw.uniform(1, 9), b = a * draw.uniform(0.05, 1),
+                     turn = draw.uniform(0, 6);
+        const ERPoint2D center(draw.uniform(-9, 9), draw.uniform(-9, 9));
+        EREllipse2D e(a, b, turn, center);
+        EXPECT_EQ(e.getBigAxe(), 2 * a);
+        EXPECT_NEAR(e.getSmallAxe(), 2 * b, 1e-12);
+        EXPECT_TRUE(isEqual(e.center(), center, 1e-14));
+        EXPECT_NEAR(std::cos(e.getAngle()), std::cos(turn), 1e-9);
+        EXPECT_NEAR(e.getAngle(), turn, 2e-7);
+        const EREllipse2D again(e.focus1(), e.focus2(), e.getBigAxe());
+        EXPECT_EQ(again.getSmallAxe(), e.getSmallAxe());
+
+        // The conic (x - u)^2 / p^2 + (y - v)^2 / q^2 = 1.
+        const double p = draw.uniform(1, 5), q = draw.uniform(1, 5), f = draw.uniform(-3, 3);
+        const double u = center.x(), v = center.y(), A = f / (p * p), B = f / (q * q);
+        const EREllipse2D conic(A, B, 0, -2 * A * u, -2 * B * v, A * u * u + B * v * v - f);
+        EXPECT_NEAR(conic.getBigAxe(), 2 * std::max(p, q), 1e-11);
+        EXPECT_NEAR(conic.getSmallAxe(), 2 * std::min(p, q), 1e-8);
+        EXPECT_TRUE(isEqual(conic.center(), center, 1e-11));
+        EXPECT_NEAR(std::fabs(conic.getBigAxisDirection().i()), p > q ? 1 : 0, 1e-9);
+    }
+    // Foci too far apart: a segment. No ellipse with a term in x y, through the origin, or at all.
+    EXPECT_EQ(EREllipse2D({0, 0}, {3, 4}, 2).getBigAxe(), 5);
+    EXPECT_EQ(EREllipse2D({0, 0}, {3, 4}, 2).getSmallAxe(), 0);
+    for (const EREllipse2D& none :
+         {EREllipse2D(1, 2, 0.1, 0, 0, -1), EREllipse2D(1, 2, 0, 1, 1, 0),
+          EREllipse2D(1, -2, 0, 0, 0, -1), EREllipse2D(1, 2, 0, 0, 0, 1)}) {
+        EXPECT_EQ(none.getBigAxe(), 0);
+        EXPECT_EQ(none.focus1(), ERPoint2D());
+    }
+    EXPECT_GE(EREllipse2D(1, 5, 0, {0, 0}).getSmallAxe(), 0); // swapped: no NaN
+}
+
+TEST(Ellipse, ClosestPointIsTheFootOfANormal) {
+    for (int round = 0; round < 2000; ++round) {
+        EREllipse2D e = random_ellipse();
+        const ERPoint2D p(draw.uniform(-19, 19), draw.uniform(-19, 19));
+        const ERPoint2D found = e.get_closest(p);
+        EXPECT_NEAR(off_ellipse(e, found), 0.0, 1e-12);
+        const velm::ClosestPoint<ERPoint2D> closest = velm::closest_point(e, p);
+        EXPECT_TRUE(isEqual(closest.point, found, 1e-13));
+        double least = HUGE_VAL;
+        ERArcEllipse2D whole(e, 0.0, 2 * pi);
+        for (int n = 0; n < 360; ++n)
+            least = std::min(least, distance(whole(n * pi / 180), p));
+        EXPECT_LE(closest.distance, least + 1e-12);
+        EXPECT_NEAR(whole.PtCur(closest.parameter).tangente() * ERVector2D(found, p), 0.0, 1e-10);
+    }
+    EXPECT_EQ(EREllipse2D(2, 1, 0, {3, 3}).get_closest({NAN, 0}), ERPoint2D());
+}
+
+/// Compares the box with samples at a step that leaves an error of about 1e-9.
+template <class Curve, class Box>
+void expect_tight(Curve& curve, const Box& box, const ERLimites& bound, double size) {
+    Box sampled;
+    constexpr int steps = 20000;
+    for (int n = 0; n <= steps; ++n)
+        sampled.Update(curve(bound.start() + bound.amplitude() * n / steps));
+    EXPECT_TRUE(isEqual(box.MinPoint(), sampled.MinPoint(), 1e-7 * size));
+    EXPECT_TRUE(isEqual(box.MaxPoint(), sampled.MaxPoint(), 1e-7 * size));
+    sampled.Inflate(-1e-13 * size);
+    EXPECT_EQ(Union(box, sampled), box);
+}
+
+TEST(EllipticalArc, BoxesAreTight) {
+    for (int round = 0; round < 40; ++round) {
+        const EREllipse2D e = random_ellipse();
+        ERArcEllipse2D arc(e, draw.uniform(-6, 3), draw.uniform(-6, 6));
+        expect_tight(arc, arc.getBox(), arc.getBound(), 20);
+        ERArcEllipse2D whole(e, 0.0, 2 * pi);
+        expect_tight(whole, e.getBox(), ERLimites(0, 2 * pi), 20);
+        EXPECT_TRUE(isEqual(whole.getBox().MinPoint(), e.getBox().MinPoint(), 1e-13));
+    }
+}
+
+TEST(EllipticalArc, ParametersFollowTheCentralAngles) {
+    for (int round = 0; round < 500; ++round) {
+        ERArcEllipse2D arc(random_ellipse(), 0.0, 1.0);
+        const double central = draw.uniform(-12, 6.28);
+        const double t = arc.central_to_param(central);
+        EXPECT_NEAR(t, central, pi / 2);
+        EXPECT_NEAR(arc.param_to_central(t), central, 1e-9);
+        const ERVector2D seen(arc.center(), arc(t));
+        EXPECT_NEAR(std::remainder(std::atan2(seen * arc.getSmallAxisDirection(),
+                                              seen * arc.getBigAxisDirection()) -
+                                       central,
+                                   2 * pi),
+                    0.0, 1e-9);
+    }
+    const ERArcEllipse2D shape(2, 1, 0, {0, 0}, 0.0, 2 * pi);
+    EXPECT_EQ(shape.central_to_param(2 * pi), 2 * pi);
+    EXPECT_NEAR(shape.central_to_param(5 * pi), pi, 1e-14);
+    const auto bound = [](double start, double end) {
+        return ERArcEllipse2D(2, 1, 0, {0, 0}, start, end).getBound();
+    };
+    EXPECT_EQ(bound(1, 1), ERLimites(0, 2 * pi));
+    EXPECT_EQ(bound(1, 2), bound(2, 1));
+    EXPECT_LT(bound(-1, 1).start(), 0);
+    EXPECT_EQ(ERArcEllipse2D({0, 0}, {2, 0}, 2, 1.0, 2.0).getBound(), ERLimites(0, 2 * pi));
+}
+
+TEST(EllipticalArc, PiecesAndLengthsAddUp) {
+    for (int round = 0; round < 200; ++round) {
+        ERArcEllipse2D arc(random_ellipse(), draw.uniform(-6, 0), draw.uniform(0, 6));
+        if (draw.below(2)) arc.reverse();
+        const double t = arc.getBound()(draw.uniform(0, 1)), length = arc.arcLength(0.0);
+        t_SmartPtr<ERFiniteEntity2DWF> first, second;
+        ASSERT_EQ(arc.splitAt(first, second, t), 1);
+        EXPECT_TRUE(isEqual(first->firstPt(), arc.firstPt(), 1e-9));
+        EXPECT_TRUE(isEqual(first->lastPt(), arc(t), 1e-9));
+        EXPECT_TRUE(isEqual(second->firstPt(), arc(t), 1e-9));
+        EXPECT_TRUE(isEqual(second->lastPt(), arc.lastPt(), 1e-9));
+        EXPECT_NEAR(first->arcLength(0.0) + second->arcLength(0.0), length, 1e-8);
+        double chords = 0;
+        const ERVec<ERPoint2D> points = arc.approxime(arc.getBound(), 1e-6);
+        for (int n = 1; n < points.size(); ++n)
+            chords += distance(points[n - 1], points[n]);
+        EXPECT_NEAR(chords, length, 1e-4 * length);
+        EXPECT_LE(chords, length + 1e-12);
+        // Derivatives against differences.
+        const double h = 1e-5;
+        const ERInfoPoint2D info = arc.PtCur(t);
+        EXPECT_TRUE(isEqual(info.tangente(), ERVector2D(arc(t - h), arc(t + h)) * (0.5 / h), 1e-8));
+        EXPECT_TRUE(isEqual(info.second_derivative(),
+                            ERVector2D((arc(t + h) + arc(t - h) - arc(t) * 2.0) / (h * h)), 1e-3));
+    }
+    // Ramanujan's second formula is right to 1e-16 here.
+    const double a = 2, b = 1.8, h = std::pow((a - b) / (a + b), 2);
+    const double around = pi * (a + b) * (1 + 3 * h / (10 + std::sqrt(4 - 3 * h)));
+    EXPECT_NEAR(ERArcEllipse2D(a, b, 0.7, {0, 0}, 0.0, 2 * pi).arcLength(0.0), around, 1e-12);
+}
+
+TEST(EllipticalArc, ClosestPointBeatsAllSamples) {
+    for (int round = 0; round < 1500; ++round) {
+        ERArcEllipse2D arc(random_ellipse(), draw.uniform(-6, 3), draw.uniform(-6, 6));
+        // Also within the evolute, where the arc may hold the other local minimum only.
+        const double reach = round % 2 ? 0.3 : 2;
+        const ERPoint2D p =
+            arc.center() + arc.getBigAxisDirection() * draw.uniform(-9, 9) * reach +
+            arc.getSmallAxisDirection() * draw.uniform(-9, 9) * reach * (round % 5 ? 1.0 : 0.0);
+        const velm::ClosestPoint<ERPoint2D> found = velm::closest_point(arc, p);
+        const ERLimites bound = arc.getBound();
+        ASSERT_TRUE(bound.inBound(found.parameter));
+        EXPECT_TRUE(isEqual(arc(found.parameter), found.point, 1e-13));
+        EXPECT_NEAR(distance(found.point, p), found.distance, 1e-13);
+        for (int n = 0; n <= 200; ++n)
+            ASSERT_LE(found.distance, distance(arc(bound(n / 200.0)), p) + 1e-12);
+    }
+}
+
+TEST(EllipticalArc, TransformationsMoveEveryPoint) {
+    for (int round = 0; round < 300; ++round) {
+        const ERArcEllipse2D arc(random_ellipse(), draw.uniform(-6, 0), draw.uniform(0, 6));
+        ERTransfo2D t = ERTransfo2D(ERVector2D(draw.uniform(-1, 1), draw.uniform(-1, 1)), {3, 4}) *
+                        ERTransfo2D::Scaling(draw.uniform(0.5, 2));
+        if (draw.below(2)) t = t * ERTransfo2D(Coord2D_X);
+        ERArcEllipse2D image(arc), original(arc);
+        image.transformFrom(t);
+        const ERLimites bound = original.getBound();
+        for (int n = 0; n <= 10; ++n) {
+            const ERPoint2D p = t.TransFrom(original(bound(n / 10.0)));
+            EXPECT_NEAR(velm::closest_point(image, p).distance, 0.0, 1e-9);
+        }
+        EXPECT_NEAR(image.arcLength(0.0), original.arcLength(0.0) * t.factHomo(), 1e-9);
+        if (!t.isDirect()) continue;
+        image.transformTo(t);
+        EXPECT_TRUE(isEqual(image.firstPt(), original.firstPt(), 1e-9));
+    }
+}
+
+TEST(Ellipse, QueriesAllocateNothing) {
+    ERArcEllipse2D arc(3, 1, 0.3, {1, 2}, -1.0, 2.0);
+    const auto evaluate = [&] {
+        return arc(0.5).x() + arc.PtCur(0.5).radius() + arc.getBox().xlength() +
+               arc.arcLength(0.0) + arc.get_closest({1, 1}).x() +
+               velm::closest_point(arc, {1, 1.5}).distance;
+    };
+    evaluate();
+    const long before = velm_test::allocations();
+    EXPECT_TRUE(std::isfinite(evaluate()));
+    EXPECT_EQ(velm_test::allocations(), before);
+}
+
+} // namespace
