@@ -7,12 +7,12 @@
 #include "velm/wireframe/arc_in_space.h"
 #include "velm/wireframe/detail/angles.h"
 #include "velm/wireframe/detail/arc_between.h"
+#include "velm/wireframe/detail/split.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <ostream>
-#include <utility>
 
 VELM_DEFINE_CLASS(ERArc2D, ERFiniteEntity2DWFBoundedWithAngle, ERCircle2D)
 VELM_DEFINE_STORED_FORM(ERArc2D, ERCircle2D)
@@ -66,11 +66,7 @@ ERVector2D ERArc2D::normal(double t) { return -unit_vector(t); }
 
 int ERArc2D::splitAt(t_SmartPtr<ERFiniteEntity2DWF>& first, t_SmartPtr<ERFiniteEntity2DWF>& second,
                      double t) const {
-    t_SmartPtr<ERFiniteEntity2DWF> before(new ERArc2D(*this, startAngle(), t));
-    t_SmartPtr<ERFiniteEntity2DWF> after(new ERArc2D(*this, t, endAngle()));
-    first = std::move(before); // may let go of this arc
-    second = std::move(after);
-    return 1;
+    return velm::detail::split_at_angle(*this, t, first, second);
 }
 
 void ERArc2D::normalized() {

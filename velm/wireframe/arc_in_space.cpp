@@ -6,6 +6,7 @@
 #include "velm/wireframe/detail/angles.h"
 #include "velm/wireframe/detail/arc_between.h"
 #include "velm/wireframe/detail/circle_projection.h"
+#include "velm/wireframe/detail/split.h"
 #include "velm/wireframe/detail/trigonometric_box.h"
 #include "velm/wireframe/elliptical_arc.h"
 #include "velm/wireframe/segment.h"
@@ -14,7 +15,6 @@
 #include <cmath>
 #include <numbers>
 #include <ostream>
-#include <utility>
 
 VELM_DEFINE_CLASS(ERArc3D, ERCircle3D, ERFiniteEntity3DWFBoundedWithAngle)
 VELM_DEFINE_STORED_FORM(ERArc3D, ERCircle3D)
@@ -49,11 +49,7 @@ double ERArc3D::arcLength(double) const { return std::fabs(endAngle() - startAng
 
 int ERArc3D::splitAt(t_SmartPtr<ERFiniteEntity3DWF>& first, t_SmartPtr<ERFiniteEntity3DWF>& second,
                      double t) const {
-    t_SmartPtr<ERFiniteEntity3DWF> before(new ERArc3D(*this, startAngle(), t));
-    t_SmartPtr<ERFiniteEntity3DWF> after(new ERArc3D(*this, t, endAngle()));
-    first = std::move(before); // may let go of this arc
-    second = std::move(after);
-    return 1;
+    return velm::detail::split_at_angle(*this, t, first, second);
 }
 
 namespace {

@@ -4,12 +4,12 @@
 #include "velm/frame/smart_pointer.h"
 #include "velm/frame/stored_form.h"
 #include "velm/transforms/transformation_factories.h"
+#include "velm/wireframe/detail/split.h"
 #include "velm/wireframe/detail/trigonometric_box.h"
 
 #include <algorithm>
 #include <cmath>
 #include <ostream>
-#include <utility>
 
 VELM_DEFINE_CLASS(EREllipse3D, ERPlanarEntity3DWF)
 VELM_DEFINE_STORED_FORM(EREllipse3D, ERPlanarEntity3DWF)
@@ -121,12 +121,7 @@ double ERArcEllipse3D::arcLength(double tol) const { return flat_arc().arcLength
 
 int ERArcEllipse3D::splitAt(t_SmartPtr<ERFiniteEntity3DWF>& first,
                             t_SmartPtr<ERFiniteEntity3DWF>& second, double t) const {
-    const double cut = flat_arc().param_to_central(t);
-    t_SmartPtr<ERFiniteEntity3DWF> before(new ERArcEllipse3D(*this, startAngle(), cut));
-    t_SmartPtr<ERFiniteEntity3DWF> after(new ERArcEllipse3D(*this, cut, endAngle()));
-    first = std::move(before); // may let go of this arc
-    second = std::move(after);
-    return 1;
+    return velm::detail::split_at_angle(*this, flat_arc().param_to_central(t), first, second);
 }
 
 void ERArcEllipse3D::reverse() { EREntAngle::reverse(); }

@@ -4,13 +4,13 @@
 #include "velm/frame/stored_form.h"
 #include "velm/transforms/plane_transformation.h"
 #include "velm/wireframe/detail/angles.h"
+#include "velm/wireframe/detail/split.h"
 #include "velm/wireframe/detail/trigonometric_box.h"
 #include "velm/wireframe/ellipse_in_space.h"
 
 #include <cmath>
 #include <numbers>
 #include <ostream>
-#include <utility>
 
 VELM_DEFINE_CLASS(ERArcEllipse2D, EREllipse2D, ERFiniteEntity2DWFBoundedWithAngle)
 VELM_DEFINE_STORED_FORM(ERArcEllipse2D, EREllipse2D)
@@ -87,12 +87,7 @@ double ERArcEllipse2D::arcLength(double tol) const { return arcLength(bound(), t
 
 int ERArcEllipse2D::splitAt(t_SmartPtr<ERFiniteEntity2DWF>& first,
                             t_SmartPtr<ERFiniteEntity2DWF>& second, double t) const {
-    const double cut = param_to_central(t);
-    t_SmartPtr<ERFiniteEntity2DWF> before(new ERArcEllipse2D(*this, startAngle(), cut));
-    t_SmartPtr<ERFiniteEntity2DWF> after(new ERArcEllipse2D(*this, cut, endAngle()));
-    first = std::move(before); // may let go of this arc
-    second = std::move(after);
-    return 1;
+    return velm::detail::split_at_angle(*this, param_to_central(t), first, second);
 }
 
 void ERArcEllipse2D::scale(double s) { EREllipse2D::scale(s); }
