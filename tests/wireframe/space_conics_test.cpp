@@ -1,0 +1,328 @@
+#include "support/random.h"
+#include "velm/frame/binary_file.h"
+#include "velm/frame/point_functions.h"
+#include "velm/transforms/transformation_factories.h"
+#include "velm/transforms/transformed_values.h"
+#include "velm/wireframe/arc_in_space.h"
+#include "velm/wireframe/closest_point.h"
+#include "velm/wireframe/ellipse_in_space.h"
+#include "velm/wireframe/line.h"
+#include "velm/wireframe/segment.h"
+#include "wireframe/allocation_count.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <numbers>
+#include <sstream>
+#include <string>
+
+namespace {
+
+constexpr double pi = std::numbers::pi;
+velm_test::Random draw{47};
+
+ERPoint3D point(double reach = 9) {
+    return {draw.uniform(-reach, reach), draw.uniform(-reach, reach), draw.uniform(-reach, reach)};
+}
+ERVector3D direction() { return ERVector3D(point()).getnormalized(); }
+ERPmIsometrie3D frame() { return ERChgRepere3D(direction(), direction(), point()); }
+
+ERArc3D random_arc() {
+    const double start = draw.uniform(-7, 7), sweep = draw.uniform(-2 * pi, 2 * pi);
+    const ERPoint2D center(draw.uniform(-3, 3), draw.uniform(-3, 3));
+    return ERArc3D(ERArc2D(center, draw.uniform(0.5, 9), start, start + sweep), frame());
+}
+
+ERArcEllipse3D random_elliptical_arc() {
+    const double big = draw.uniform(1, 9);
+    const ERPoint2D center(draw.uniform(-3, 3), draw.uniform(-3, 3));
+    const ERArcEllipse2D arc(big, big * draw.uniform(0.05, 1), draw.uniform(0, 6), center,
+                             draw.uniform(-6, 0), draw.uniform(0, 6));
+    return ERArcEllipse3D(arc, frame());
+}
+
+/// The box holds all samples and none of its sides is farther out than they reach.
+template <class Curve>
+void expect_tight_box(Curve& curve) {
+    const ERLimites bound = curve.getBound();
+    ERMinimax3D sampled;
+    for (int n = 0; n <= 4000; ++n)
+        sampled.Update(curve(bound(n / 4000.0)));
+    const ERMinimax3D box = curve.getBox();
+    EXPECT_TRUE(isEqual(box.MinPoint(), sampled.MinPoint(), 1e-5));
+    EXPECT_TRUE(isEqual(box.MaxPoint(), sampled.MaxPoint(), 1e-5));
+    sampled.Inflate(-1e-12);
+    EXPECT_EQ(Union(box, sampled), box);
+}
+
+template <class Curve>
+void expect_closest(Curve& curve, const ERPoint3D& p) {
+    const velm::ClosestPoint<ERPoint3D> found = velm::closest_point(curve, p);
+    const ERLimites bound = curve.getBound();
+    EXPECT_TRUE(isEqual(curve(found.parameter), found.point, 1e-12));
+    EXPECT_NEAR(distance(found.point, p), found.distance, 1e-12);
+    for (int n = 0; n <= 100; ++n)
+        ASSERT_LE(found.distance, distance(curve(bound(n / 100.0)), p) + 1e-12);
+}
+
+template <class Curve>
+void expect_consistent(Curve curve) {
+    expect_tight_box(curve);
+    expect_closest(curve, point());
+    const ERLimites bound = curve.getBound();
+    const double t = bound(draw.uniform(0, 1)), h = 1e-5;
+    const ERInfoPoint3DWF info = curve.PtCur(t);
+    EXPECT_TRUE(isEqual(info.point(), curve(t), 1e-13));
+    EXPECT_TRUE(isEqual(info.tangente(), ERVector3D(curve(t - h), curve(t + h)) * (0.5 / h), 1e-8));
+    EXPECT_NEAR(info.second_derivative() * curve.normale(), 0.0, 1e-12);
+
+    t_SmartPtr<ERFiniteEntity3DWF> first, second;
+    ASSERT_EQ(curve.splitAt(first, second, t), 1);
+    EXPECT_TRUE(isEqual(first->firstPt(), curve.firstPt(), 1e-9));
+    EXPECT_TRUE(isEqual(first->lastPt(), curve(t), 1e-9));
+    EXPECT_TRUE(isEqual(second->lastPt(), curve.lastPt(), 1e-9));
+    EXPECT_NEAR(first->arcLength(0) + second->arcLength(0), curve.arcLength(0), 1e-8);
+
+    // Turning the sense round leaves the points in place.
+    Curve reversed(curve);
+    reversed.reverse();
+    EXPECT_TRUE(isEqual(reversed.firstPt(), curve.lastPt(), 1e-13));
+    EXPECT_EQ(reversed.getBound(), bound);
+
+    // Isometries and similarities, mirrors among them, take every point where the map takes it.
+    const ERPmIsometrie3D moved = frame();
+    ERPmSimilitude3D similar = moved * ERScaling3D(draw.uniform(0.5, 2));
+    if (draw.below(2)) similar = similar * ERSymetrie3D(direction());
+    Curve by_isometry(curve), by_similarity(curve);
+    by_isometry.transformFrom(moved);
+    by_similarity.transformFrom(similar);
+    EXPECT_TRUE(isEqual(by_isometry(t), moved >> curve(t), 1e-11));
+    EXPECT_TRUE(isEqual(by_similarity(t), similar >> curve(t), 1e-11));
+    by_isometry.transformTo(moved);
+    by_similarity.transformTo(similar);
+    EXPECT_TRUE(isEqual(by_isometry(t), curve(t), 1e-11));
+    EXPECT_TRUE(isEqual(by_similarity(t), curve(t), 1e-11));
+    Curve scaled(curve);
+    scaled.scale(1.5);
+    EXPECT_TRUE(isEqual(scaled(t), curve(t) * 1.5, 1e-12));
+}
+
+TEST(ArcInSpace, HangsTogether) {
+    for (int round = 0; round < 200; ++round)
+        expect_consistent(random_arc());
+}
+
+TEST(EllipticalArcInSpace, HangsTogether) {
+    for (int round = 0; round < 200; ++round)
+        expect_consistent(random_elliptical_arc());
+}
+
+TEST(CircleInSpace, DistanceIsTheTrueOne) {
+    for (int round = 0; round < 300; ++round) {
+        ERCircle3D circle(point(), direction(), draw.uniform(0.5, 5));
+        const ERPoint3D p = point();
+        double dist = 0;
+        EXPECT_EQ(circle.SignedMinimalDistance(p, dist), EREntity::DISTMIN_FOUND);
+        const velm::ClosestPoint<ERPoint3D> closest = velm::closest_point(circle, p);
+        EXPECT_NEAR(std::fabs(dist), closest.distance, 1e-12);
+        for (int n = 0; n < 100; ++n)
+            ASSERT_GE(distance(circle(n * 0.07), p), closest.distance - 1e-12);
+        EXPECT_EQ(circle.SignedMinimalDistance(closest.point, dist), EREntity::DISTMIN_IN_SPACE);
+
+        const ERVector3D normal = direction();
+        const ERPoint3D center = point();
+        circle.setCenter(center);
+        circle.setNormale(normal);
+        EXPECT_TRUE(isEqual(circle.center(), center, 1e-12));
+        EXPECT_TRUE(isEqual(circle.normale(), normal, 1e-12));
+    }
+    for (const Coord3D axis : {Coord3D_X, Coord3D_Y, Coord3D_Z}) {
+        const ERCircle2D flat({1, 2}, 3);
+        const ERCircle3D circle(flat, axis, 7);
+        EXPECT_TRUE(isEqual(circle(0.4), flat(0.4).castToPoint3D(axis, 7), 1e-14));
+        EXPECT_NEAR(std::fabs(circle.normale()[axis]), 1, 1e-15);
+    }
+}
+
+/// How far the projected point is from the 2D entity.
+double off_image(EREntity2DWF& image, const ERPoint2D& p) {
+    if (auto* arc = dynamic_cast<ERArcEllipse2D*>(&image))
+        return velm::closest_point(*arc, p).distance;
+    if (auto* ellipse = dynamic_cast<EREllipse2D*>(&image))
+        return velm::closest_point(*ellipse, p).distance;
+    double dist = HUGE_VAL;
+    image.SignedMinimalDistance(p, dist);
+    return std::fabs(dist);
+}
+
+template <class Whole, class Part>
+void expect_projection(ERArc3D arc, const ERPmIsometrie3D& view) {
+    const ERCircle3D circle(arc);
+    t_SmartPtr<EREntity2DWF> image = ERCircle3D(circle).get2DEntProjectedOn(view);
+    t_SmartPtr<EREntity2DWF> part = arc.get2DEntProjectedOn(view);
+    ASSERT_EQ(image->isA(), Whole::desc());
+    ASSERT_EQ(part->isA(), Part::desc());
+    for (int n = 0; n < 60; ++n)
+        EXPECT_NEAR(off_image(*image, view.Project(circle(n * 0.105))), 0, 1e-9);
+    const ERLimites bound = arc.getBound();
+    for (int n = 0; n <= 60; ++n)
+        EXPECT_NEAR(off_image(*part, view.Project(arc(bound(n / 60.0)))), 0, 1e-9);
+    // The image of the arc reaches no farther than the arc.
+    ERMinimax2D box, sampled;
+    box = ERFiniteEntity2DWF::castdown(part.get())->getBox();
+    for (int n = 0; n <= 2000; ++n)
+        sampled.Update(view.Project(arc(bound(n / 2000.0))));
+    EXPECT_TRUE(isEqual(box.MinPoint(), sampled.MinPoint(), 1e-4));
+    EXPECT_TRUE(isEqual(box.MaxPoint(), sampled.MaxPoint(), 1e-4));
+}
+
+TEST(CircleInSpace, ProjectsToCircleSegmentOrEllipse) {
+    for (int round = 0; round < 200; ++round) {
+        ERArc3D arc = random_arc();
+        expect_projection<EREllipse2D, ERArcEllipse2D>(arc, frame());
+        const ERVector3D x = arc.getRepere().getVector(Coord3D_X),
+                         y = arc.getRepere().getVector(Coord3D_Y), n = arc.normale();
+        const ERVector3D along = x * 0.6 + y * 0.8;
+        expect_projection<ERCircle2D, ERArc2D>(arc, ERChgRepere3D(along, n ^ along, point()));
+        expect_projection<ERCircle2D, ERArc2D>(arc, ERChgRepere3D(along, along ^ n, point()));
+        expect_projection<ERSegment2D, ERSegment2D>(arc, ERChgRepere3D(along, n, point()));
+    }
+}
+
+TEST(CircleInSpace, OneToleranceDecidesTheProjectionOfAll) {
+    const ERCircle3D circle({1, 2, 3}, {0, 0, 1}, 2);
+    const ERPmIsometrie3D tilted = ERRotation3D(Coord3D_X, 1e-4);
+    EXPECT_EQ(circle.Project2DWillBeEllipse(tilted), 1);
+    ERCircle3D::SetProjectionPrecision(1e-3);
+    EXPECT_EQ(circle.Project2DWillBeCircle(tilted), 1);
+    EXPECT_EQ(circle.Project2DWillBeSegment(ERRotation3D(Coord3D_X, pi / 2 - 1e-4)), 1);
+    ERCircle3D::SetProjectionPrecision(1e-10);
+    EXPECT_EQ(circle.Project2DWillBeCircle(tilted), 0);
+}
+
+TEST(ArcInSpace, ThroughPoints) {
+    for (int round = 0; round < 300; ++round) {
+        const ERPoint3D a = point(), b = point(), c = point();
+        ERArc3D arc;
+        ASSERT_EQ(Arc3Points(arc, a, b, c), 1);
+        const double slack = 1e-11 * arc.radius() * arc.radius();
+        EXPECT_TRUE(isEqual(arc.firstPt(), a, slack) && isEqual(arc.lastPt(), c, slack));
+        EXPECT_NEAR(velm::closest_point(arc, b).distance, 0, slack);
+        EXPECT_GT((ERVector3D(a, b) ^ ERVector3D(b, c)) * arc.normale(), 0);
+
+        ERArc3D first, second;
+        const ERVector3D side = round % 2 ? -arc.normale() : ERVector3D();
+        const ERPoint3D on_circle = arc(1.0), other = arc(1.0 + draw.uniform(0.1, 6));
+        ASSERT_EQ(ArcCenterStartEnd(first, second, on_circle, arc.center(), other, side), 1);
+        EXPECT_TRUE(isEqual(first.firstPt(), on_circle, slack));
+        EXPECT_TRUE(isEqual(first.lastPt(), other, slack));
+        EXPECT_TRUE(isEqual(second.firstPt(), other, slack));
+        EXPECT_TRUE(isEqual(second.lastPt(), on_circle, slack));
+        EXPECT_NEAR(first.arcLength(0) + second.arcLength(0), 2 * pi * first.radius(), slack);
+        if (round % 2) {
+            EXPECT_NEAR(first.normale() * arc.normale(), -1, 1e-9);
+        } else {
+            EXPECT_LE(first.arcLength(0), second.arcLength(0));
+        }
+    }
+    ERArc3D first({1, 1, 1}, {0, 0, 1}, 5, 0.0, 1.0), second;
+    EXPECT_EQ(Arc3Points(first, {0, 0, 0}, {1, 1, 1}, {2, 2, 2}), 0);
+    EXPECT_EQ(ArcCenterStartEnd(first, second, {1, 0, 0}, {0, 0, 0}, {-1, 0, 0}), 0);
+    EXPECT_EQ(ArcCenterStartEnd(first, second, {1, 0, 0}, {0, 0, 0}, {0, 1.1, 0}), 0);
+    EXPECT_EQ(first.radius(), 5);
+    EXPECT_EQ(ArcCenterStartEnd(first, second, {1, 0, 0}, {0, 0, 0}, {-1, 0, 0}, {0, 0, 1}), 1);
+    EXPECT_TRUE(isEqual(first(pi / 2), ERPoint3D(0, 1, 0), 1e-15));
+}
+
+TEST(EllipseInSpace, ConstructionsAgree) {
+    for (int round = 0; round < 300; ++round) {
+        const double a = draw.uniform(2, 9), b = draw.uniform(0.5, 1.9), t = draw.uniform(0.2, 3);
+        ERArcEllipse3D by_axes(EREllipse3D(frame(), a, b), 0.0, 2 * pi);
+        const EREllipse3D by_points(by_axes.getCenter(), by_axes(0.0), by_axes(t));
+        const ERVec<ERPoint3D> foci = by_axes.getFocus();
+        const EREllipse3D by_foci(foci[0], foci[1], 2 * a, by_axes.normale());
+        for (const EREllipse3D* e : {&by_points, &by_foci}) {
+            EXPECT_TRUE(isEqual(e->getCenter(), by_axes.getCenter(), 1e-12));
+            EXPECT_TRUE(isEqual(e->getBigAxisDirection(), by_axes.getBigAxisDirection(), 1e-10));
+            EXPECT_TRUE(isEqual(e->getSmallAxisDirection(), by_axes.getSmallAxisDirection(), 1e-9));
+            EXPECT_NEAR(e->getBigAxe(), 2 * a, 1e-11);
+            EXPECT_NEAR(e->getSmallAxe(), 2 * b, 1e-9);
+        }
+    }
+}
+
+TEST(LineInSpace, ComesFromThePlaneAndGoesBack) {
+    for (int round = 0; round < 300; ++round) {
+        const ERPmIsometrie3D view = frame();
+        ERInfLine2D flat(ERPoint2D(draw.uniform(-9, 9), 1), ERPoint2D(draw.uniform(-9, 9), -2));
+        t_SmartPtr<EREntity3DWF> lifted = flat.get3DEquiv(view);
+        t_SmartPtr<EREntity2DWF> back = lifted->get2DEntProjectedOn(view);
+        const ERInfLine2D& line = ERInfLine2D::castdown(*back);
+        EXPECT_TRUE(isEqual(line.origine(), flat.origine(), 1e-12));
+        EXPECT_TRUE(isEqual(line.dirVector(), flat.dirVector(), 1e-13));
+        const ERPmIsometrie3D other = frame();
+        const ERInfLine3D moved = other >> ERInfLine3D::castdown(*lifted);
+        EXPECT_LT(distance(moved, other >> (view >> flat.origine().castToPoint3D(Coord3D_Z, 0))),
+                  1e-11);
+    }
+    EXPECT_FALSE(ERInfLine3D(ERVector3D(0, 0, 1), {1, 2, 3}).get2DEntProjectedOn(ERIdentity3D()));
+}
+
+/// Size and round trip of the stored form, and a new object by its class's name.
+template <class Entity>
+void expect_stored(const Entity& entity, unsigned int bytes) {
+    const std::string path = testing::TempDir() + "velm_conic_" + entity.className();
+    ERFile file(path.c_str(), CFile::modeCreate | CFile::modeReadWrite | CFile::typeBinary);
+    file << entity;
+    EXPECT_EQ(entity.binaryStoreSize(), bytes) << entity.className();
+    EXPECT_EQ(file.GetLength(), bytes) << entity.className();
+    file.SeekTo(0);
+    t_SmartPtr<ERObject> made(ERClassRegistration::findCreator(entity.className())());
+    file >> *made;
+    file.Close();
+    std::remove(path.c_str());
+    t_SmartPtr<ERObject> copy(entity.getCopy());
+    std::ostringstream written, read, copied;
+    written << entity;
+    read << *made;
+    copied << *copy;
+    EXPECT_EQ(written.str(), read.str());
+    EXPECT_EQ(written.str(), copied.str());
+}
+
+TEST(Conics, AreStoredCopiedAndMadeByName) {
+    const ERPmIsometrie3D at = frame();
+    const unsigned int transformation = at.binaryStoreSize();
+    const EREllipse2D ellipse(3, 1, 0.5, {1, 2});
+    expect_stored(ERInfLine2D(ERPoint2D(1, 2), {4, 5}), 32);
+    expect_stored(ERInfLine3D(ERPoint3D(1, 2, 3), {4, 5, 7}), 48);
+    expect_stored(ERCircle2D({1, 2}, 3), 24);
+    expect_stored(ellipse, 40);
+    expect_stored(ERArc2D({1, 2}, 3, 0.5, 1.5), 40);
+    expect_stored(ERArcEllipse2D(ellipse, 0.5, 1.5), 56);
+    expect_stored(ERCircle3D(at, ERCircle2D({1, 2}, 3)), transformation + 24);
+    expect_stored(EREllipse3D(ellipse, at), transformation + 40);
+    expect_stored(ERArc3D(at, 3, 0.5, 1.5), transformation + 40);
+    expect_stored(ERArcEllipse3D(ERArcEllipse2D(ellipse, 0.5, 1.5), at), transformation + 56);
+}
+
+TEST(Conics, EvaluationInSpaceAllocatesNothing) {
+    ERArc3D arc = random_arc();
+    ERArcEllipse3D elliptical = random_elliptical_arc();
+    const auto evaluate = [&] {
+        double dist = 0;
+        arc.SignedMinimalDistance({4, 4, 4}, dist);
+        return arc(1.0).x() + arc.PtCur(1.0).radius() + arc.getBox().xlength() + dist +
+               elliptical(1.0).x() + velm::closest_point(arc, {1, 2, 3}).distance +
+               velm::closest_point(elliptical, {1, 2, 3}).distance;
+    };
+    evaluate();
+    const long before = velm_test::allocations();
+    EXPECT_TRUE(std::isfinite(evaluate()));
+    EXPECT_EQ(velm_test::allocations(), before);
+}
+
+} // namespace
