@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -167,6 +168,17 @@ TEST(DoublyLinkedIterator, GoesBackAndByNumbers) {
     EXPECT_EQ(at.backup(), &elements[4]);
 }
 
+TYPED_TEST(IntrusiveList, CopyingAnElementLeavesItsPlaceAlone) {
+    std::vector<typename TypeParam::Element> elements(3);
+    for (auto& element : elements)
+        this->list.append(&element), this->model.push_back(&element);
+    typename TypeParam::Element copy(elements[1]);
+    EXPECT_EQ(this->list.removeReference(&copy), nullptr);
+    elements[1] = copy;
+    elements[2] = elements[0];
+    this->expect_same();
+}
+
 TEST(SinglyLinkedList, FindsTheElementBefore) {
     SingleElement elements[3];
     ERIsvSlist list;
@@ -244,6 +256,30 @@ TEST(ValueList, FollowsAModelOverRandomOperations) {
             << "step " << step;
         ASSERT_EQ(list.entries(), static_cast<int>(model.size()));
     }
+}
+
+/// Counts its instances; the copy that makes them more than the limit throws.
+struct Limited {
+    static inline int alive = 0, limit = 100;
+    Limited() { ++alive; }
+    Limited(const Limited&) {
+        if (alive >= limit) throw std::length_error("too many");
+        ++alive;
+    }
+    Limited& operator=(const Limited&) = default;
+    ~Limited() { --alive; }
+};
+
+TEST(ValueList, ACopyThatThrowsLeavesNothingBehind) {
+    ERTValDlist<Limited> list, other;
+    for (int i = 0; i < 5; ++i)
+        list.append(Limited());
+    other.append(Limited());
+    Limited::limit = 9;
+    EXPECT_THROW(ERTValDlist<Limited>{list}, std::length_error);
+    EXPECT_THROW(other = list, std::length_error);
+    EXPECT_EQ(other.entries(), 1);
+    EXPECT_EQ(Limited::alive, 6);
 }
 
 TEST(PointerList, ComparesAddressesAndOwnsNothing) {

@@ -110,6 +110,34 @@ TEST(OrderedValVector, FollowsAModel) {
     EXPECT_EQ(plain, (ERTValVector<std::string>{"b", "b", "b"}));
 }
 
+/// Both ordered vectors keep count and slots together when they are moved from.
+template <class Vector, class Element>
+void move_and_use_again(const Element& x, const Element& y) {
+    Vector a(2), b(100);
+    a.append(x);
+    b.append(x);
+    EXPECT_EQ(a, b) << "the capacity decides nothing";
+    b.append(y);
+    EXPECT_FALSE(a == b);
+    Vector c(std::move(a));
+    EXPECT_EQ(a.entries(), 0);
+    a.append(y);
+    EXPECT_EQ(a.last(), y);
+    b = std::move(c);
+    EXPECT_EQ(b.entries(), 1);
+    EXPECT_LE(c.entries(), c.length());
+    for (int i = 0; i < 100; ++i)
+        c.append(x);
+    EXPECT_EQ(c.last(), x);
+    EXPECT_EQ(b.last(), x);
+}
+
+TEST(OrderedVectors, AreGoodAfterAMove) {
+    int x, y;
+    move_and_use_again<ERTPtrOrderedVector<int>>(&x, &y);
+    move_and_use_again<ERTValOrderedVector<std::string>>(std::string("x"), std::string("y"));
+}
+
 unsigned int coarse(const long& key) { return static_cast<unsigned int>(key % 13); }
 
 /// The pairs in the order that the buckets prescribe.

@@ -47,12 +47,13 @@ public:
     Link* get() { return count_ > 0 ? removeRight(&head_) : nullptr; }
     Link* removeLast() { return count_ > 0 ? removeRight(left_of(last_)) : nullptr; }
     Link* removeAt(int i) { return i >= 0 && i < count_ ? removeRight(before(i)) : nullptr; }
-    /// `link` is in this list or in none; a doubly linked list takes that as given.
+    /// `link` is in this list, or was never in one, or was taken out; a doubly linked list takes
+    /// that as given.
     Link* removeReference(const Link* link);
     /// Takes out the element behind `left`, which is in this list and not its last, or the head
     /// sentinel.
     Link* removeRight(Link* left);
-    /// Forgets all elements.
+    /// Forgets all elements without touching them, so that they may have gone before.
     void clear();
 
     int containsReference(const Link* link) const { return occurrencesOfReference(link); }

@@ -8,8 +8,14 @@
 #include <cstddef>
 #include <iterator>
 
-/// The link that an element of a doubly linked list derives from.
+/// The link that an element of a doubly linked list derives from. It tells where the element
+/// stands, not what it is: a copy stands in no list, and an element that is assigned to stays where
+/// it is.
 struct VELM_API ERIsvDlink {
+    ERIsvDlink() = default;
+    ERIsvDlink(const ERIsvDlink&) noexcept {}
+    ERIsvDlink& operator=(const ERIsvDlink&) noexcept { return *this; }
+
     ERIsvDlink* next = nullptr;
     ERIsvDlink* prev = nullptr;
 };

@@ -4,8 +4,14 @@
 #include "velm/export.h"
 #include "velm/frame/isv_chain.h"
 
-/// The link that an element of a singly linked list derives from.
+/// The link that an element of a singly linked list derives from. It tells where the element
+/// stands, not what it is: a copy stands in no list, and an element that is assigned to stays where
+/// it is.
 struct VELM_API ERIsvSlink {
+    ERIsvSlink() = default;
+    ERIsvSlink(const ERIsvSlink&) noexcept {}
+    ERIsvSlink& operator=(const ERIsvSlink&) noexcept { return *this; }
+
     ERIsvSlink* next = nullptr;
 };
 

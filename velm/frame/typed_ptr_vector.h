@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <iterator>
 #include <type_traits>
+#include <utility>
 
 namespace velm::detail {
 
@@ -90,6 +91,22 @@ public:
     static constexpr int growth = 64;
 
     explicit ERTPtrOrderedVector(int capacity = growth) : ERTPtrVector<T>(capacity) {}
+    ERTPtrOrderedVector(const ERTPtrOrderedVector&) = default;
+    ERTPtrOrderedVector(ERTPtrOrderedVector&& other) noexcept
+        : ERTPtrVector<T>(std::move(other)), count_(std::exchange(other.count_, 0)) {}
+    ~ERTPtrOrderedVector() = default;
+
+    ERTPtrOrderedVector& operator=(const ERTPtrOrderedVector&) = default;
+    ERTPtrOrderedVector& operator=(ERTPtrOrderedVector&& other) noexcept {
+        ERTPtrVector<T>::operator=(std::move(other));
+        std::swap(count_, other.count_);
+        return *this;
+    }
+
+    /// As many elements and the same ones, whatever the capacities.
+    friend bool operator==(const ERTPtrOrderedVector& a, const ERTPtrOrderedVector& b) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end());
+    }
 
     int entries() const { return count_; }
     int size() const { return count_; }

@@ -70,19 +70,19 @@ public:
     using const_iterator = NodeValueIterator<Node, const Value>;
 
     NodeDlist() = default;
-    NodeDlist(std::initializer_list<Value> values) {
+    NodeDlist(std::initializer_list<Value> values) : NodeDlist() {
         for (const Value& value : values)
             append(value);
     }
-    NodeDlist(const NodeDlist& other) { append_all(other); }
+    NodeDlist(const NodeDlist& other) : NodeDlist() {
+        for (const Value& value : other)
+            append(value);
+    }
     NodeDlist(NodeDlist&& other) noexcept { take_all(other); }
     ~NodeDlist() { clear(); }
 
     NodeDlist& operator=(const NodeDlist& other) {
-        if (this != &other) {
-            clear();
-            append_all(other);
-        }
+        if (this != &other) *this = NodeDlist(other);
         return *this;
     }
     NodeDlist& operator=(NodeDlist&& other) noexcept {
@@ -179,10 +179,6 @@ protected:
         Value value = std::move(taken->value);
         delete taken;
         return value;
-    }
-    void append_all(const NodeDlist& other) {
-        for (const Value& value : other)
-            append(value);
     }
     void take_all(NodeDlist& other) {
         while (Node* const first = static_cast<List&>(other).get())

@@ -68,19 +68,15 @@ public:
     explicit ERTValHashDictionary(HashFunction hash, int bucket_count = 0)
         : ERPtrVector(at_least_two(bucket_count), nullptr), hashFunction(hash) {}
     ERTValHashDictionary(const ERTValHashDictionary& other)
-        : ERPtrVector(other.npts, nullptr), hashFunction(other.hashFunction) {
-        copy_pairs(other);
+        : ERTValHashDictionary(other.hashFunction, other.npts) {
+        for (const Association& pair : other)
+            (*this)[pair.key] = pair.value;
     }
     ~ERTValHashDictionary() { delete_lists(*this); }
 
     ERTValHashDictionary& operator=(const ERTValHashDictionary& other) {
-        if (this == &other) return *this;
-        delete_lists(*this);
-        reshape(other.npts);
-        ERPtrVector::operator=(nullptr);
-        nbItems = 0;
-        hashFunction = other.hashFunction;
-        copy_pairs(other);
+        ERTValHashDictionary copy(other);
+        swap(copy);
         return *this;
     }
 
@@ -119,7 +115,9 @@ public:
         return pair != nullptr;
     }
     int findKeyAndValue(const K& key, K& found, V& value) const {
-        return find(key, found) && findValue(key, value);
+        Association* const pair = search(hashIndex(key), key);
+        if (pair != nullptr) found = pair->key, value = pair->value;
+        return pair != nullptr;
     }
     /// 1 when the key was there and went. `key` may be the dictionary's own.
     int remove(const K& key) {
@@ -150,8 +148,8 @@ public:
         ERTValHashDictionary enlarged(hashFunction, bucket_count);
         for (int bucket = 0; bucket < npts; ++bucket)
             enlarged.take_pairs(list(bucket));
-        std::swap(array, enlarged.array);
-        std::swap(npts, enlarged.npts);
+        enlarged.nbItems = std::exchange(nbItems, 0);
+        swap(enlarged);
     }
 
 private:
@@ -168,9 +166,11 @@ private:
         }
         return nullptr;
     }
-    void copy_pairs(const ERTValHashDictionary& other) {
-        for (const Association& pair : other)
-            (*this)[pair.key] = pair.value;
+    void swap(ERTValHashDictionary& other) noexcept {
+        std::swap(npts, other.npts);
+        std::swap(array, other.array);
+        std::swap(nbItems, other.nbItems);
+        std::swap(hashFunction, other.hashFunction);
     }
     void take_pairs(ERIsvSlist* pairs) {
         while (ERIsvSlink* const link = pairs != nullptr ? pairs->get() : nullptr) {

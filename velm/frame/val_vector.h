@@ -92,6 +92,17 @@ public:
     explicit ERTValOrderedVector(int capacity = initial_length) : ERTValVector<T>(capacity) {}
     ERTValOrderedVector(std::initializer_list<T> values)
         : ERTValVector<T>(values), count_(static_cast<int>(values.size())) {}
+    ERTValOrderedVector(const ERTValOrderedVector&) = default;
+    ERTValOrderedVector(ERTValOrderedVector&& other) noexcept
+        : ERTValVector<T>(std::move(other)), count_(std::exchange(other.count_, 0)) {}
+    ~ERTValOrderedVector() = default;
+
+    ERTValOrderedVector& operator=(const ERTValOrderedVector&) = default;
+    ERTValOrderedVector& operator=(ERTValOrderedVector&& other) noexcept {
+        ERTValVector<T>::operator=(std::move(other));
+        std::swap(count_, other.count_);
+        return *this;
+    }
 
     int entries() const { return count_; }
     int size() const { return count_; }
