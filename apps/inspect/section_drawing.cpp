@@ -196,7 +196,8 @@ void SectionDrawing::draw_whiskers(const std::vector<DrawnPoint>& points, bool o
             if (drawn.size() < most_obstacles) obstacles_.push_back(between(foot, end, part));
     }
     canvas_.open_group("fill=\"none\" stroke-linecap=\"round\"");
-    if (!drawn.empty() && !drawn.front()->id.empty())
+    const auto is_named = [](const DrawnPoint* point) { return !point->id.empty(); };
+    if (std::any_of(drawn.begin(), drawn.end(), is_named))
         draw_named_whiskers(drawn);
     else
         draw_whisker_groups(drawn);

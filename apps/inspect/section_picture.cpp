@@ -76,9 +76,9 @@ void SectionPicture::add(const SectionRow& row) {
     envelope_.add(row);
     histogram_.add(row.deviation);
     if (count_ < most_whiskers || out)
-        points_.push_back({row.id, row.comparison.foot, row.comparison.outward, row.deviation});
+        points_.push_back({count_ < most_named ? row.id : std::string(), row.comparison.foot,
+                           row.comparison.outward, row.deviation});
     ++count_;
-    if (count_ > most_named) points_.back().id.clear();
     if (count_ == most_named + 1)
         for (DrawnPoint& point : points_)
             point.id = {};

@@ -298,6 +298,11 @@ TEST(Section, AboveThousandPointsTheWorstAndAboveFiveThousandTheEnvelope) {
         csv += std::to_string(i) + "," + shortest(1.0 + 8.0 * i / count) + "," +
                shortest(i % 2000 == 77 ? -0.5 : 0.001 * (i % 10)) + "\n";
     shop.write("m.csv", csv);
+    // An envelope alone: without a tolerance, or with all points in tolerance.
+    for (const char* tolerance : {"", " --tolerance 1"}) {
+        ASSERT_EQ(shop.run(std::string("section n.dat m.csv --svg s.svg") + tolerance).code, 0);
+        EXPECT_TRUE(is_well_formed(shop.read("s.svg"))) << tolerance;
+    }
     const Ended ended = shop.run("section n.dat m.csv --tolerance 0.1 --svg s.svg");
     EXPECT_EQ(ended.code, 1);
     EXPECT_NE(ended.out.find("(the 20 worst of 6,000 points)"), std::string::npos);
