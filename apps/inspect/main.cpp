@@ -13,6 +13,7 @@
 #include "inspect/failure.h"
 #include "inspect/output_set.h"
 #include "inspect/section_command.h"
+#include "inspect/store_command.h"
 #include "inspect/text_escape.h"
 #include "velm/version.h"
 
@@ -23,6 +24,7 @@ constexpr const char* examples =
     "Examples:\n"
     "  velm-inspect section wing.dat probed.csv --tolerance 0.05\n"
     "  velm-inspect section wing.dat probed.csv --tolerance -0.02 0.05 --svg report.svg\n"
+    "  velm-inspect store parts.velm --check\n"
     "  velm-inspect section --help\n";
 
 // A closed standard descriptor would be given to the next file that is opened, and the table
@@ -52,6 +54,7 @@ ExitCode run(int argc, char** argv) {
     app.require_subcommand(1);
     Command command;
     add_section_command(app, command);
+    add_store_command(app, command);
 
     std::vector<std::string> arguments = join_numbers({argv + 1, argv + argc});
     std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the back

@@ -132,6 +132,21 @@ void Output::open_beside(const std::string& place) {
         fail_file(name_, "can't be given its mode", errno);
 }
 
+// Leaves the temporary's name without its file, for a writer who makes files of its own.
+void Output::close_beside() {
+    ::close(std::exchange(descriptor_, -1));
+    ::unlink(temporary_.c_str());
+}
+
+// Takes up what another writer has made, and gives it the mode of the file that it replaces.
+void Output::open_finished() {
+    descriptor_ = ::open(temporary_.c_str(), O_WRONLY | O_CLOEXEC);
+    struct stat status {};
+    if (descriptor_ < 0 || (replaces_ && (::stat(place_.c_str(), &status) != 0 ||
+                                          ::fchmod(descriptor_, status.st_mode & 07777) != 0)))
+        fail_file(name_, "can't be written", errno);
+}
+
 void Output::write(std::string_view text) {
     pending_ += text;
     if (pending_.size() >= block) flush();
@@ -153,6 +168,7 @@ void Output::flush() {
 }
 
 void Output::finish() {
+    if (descriptor_ < 0) open_finished();
     flush();
     if (descriptor_ == STDOUT_FILENO) return;
     if (!place_.empty() && ::fsync(descriptor_) != 0 && errno != EINVAL)
@@ -182,6 +198,14 @@ Output& OutputSet::add(const std::string& path) {
     else
         output.open_beside(place);
     return output;
+}
+
+std::string OutputSet::add_by_name(const std::string& path) {
+    Output& output = add(path);
+    if (output.place_.empty())
+        throw Failure(ExitCode::file, path + ": expected a regular file or a new name");
+    output.close_beside();
+    return output.temporary_;
 }
 
 void OutputSet::commit() {

@@ -25,6 +25,8 @@ private:
     void open_standard();
     void open_directly(const std::string& path);
     void open_beside(const std::string& place);
+    void close_beside();
+    void open_finished();
     void flush();
     void finish();
 
@@ -46,6 +48,10 @@ class OutputSet {
 public:
     /// Prepares an output; the reference holds as long as the set.
     Output& add(const std::string& path);
+    /// Prepares an output that another writer fills, by a name beside the place that doesn't exist
+    /// yet: its name. It must be a whole, closed file when the set is committed. Only regular files
+    /// and places without a file will do.
+    std::string add_by_name(const std::string& path);
     /// Completes every output, then renames; where a rename fails, those done are taken back.
     void commit();
 

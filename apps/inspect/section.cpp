@@ -9,6 +9,7 @@
 #include "inspect/progress.h"
 #include "inspect/section_picture.h"
 #include "inspect/section_reports.h"
+#include "inspect/section_store.h"
 #include "inspect/section_table.h"
 #include "inspect/text_escape.h"
 
@@ -62,10 +63,11 @@ struct Reports {
     OutputSet outputs;
     std::unique_ptr<SectionJson> json;
     std::unique_ptr<SectionCsv> csv;
+    std::unique_ptr<SectionStore> store;
     Output* svg = nullptr;
     bool shows_table = true;
 
-    explicit Reports(const SectionOptions& options) : shows_table(!options.quiet) {
+    Reports(const SectionOptions& options, const Outline& outline) : shows_table(!options.quiet) {
         const auto prepare = [&](const std::optional<std::string>& path) -> Output* {
             if (path == "-") shows_table = false;
             return path ? &outputs.add(*path) : nullptr;
@@ -77,6 +79,10 @@ struct Reports {
             json = std::make_unique<SectionJson>(*json_file, options.nominal, options.measured,
                                                  options.tolerance);
         if (csv_file != nullptr) csv = std::make_unique<SectionCsv>(*csv_file);
+        if (options.store)
+            store =
+                std::make_unique<SectionStore>(outputs, *options.store, outline, options.nominal,
+                                               options.measured, options.tolerance);
     }
 };
 
@@ -89,7 +95,7 @@ ExitCode inspect_section(const SectionOptions& options) {
     TextSource measured(options.measured);
     MeasuredReader reader(measured);
 
-    Reports reports(options);
+    Reports reports(options, outline);
     SectionTable table;
     SectionPicture picture(outline, options.tolerance);
     SectionSummary summary;
@@ -105,6 +111,7 @@ ExitCode inspect_section(const SectionOptions& options) {
         table.add(row);
         if (reports.json) reports.json->add(row);
         if (reports.csv) reports.csv->add(row);
+        if (reports.store) reports.store->add(row);
         if (reports.svg != nullptr) picture.add(row);
         progress.update(row.index + 1, measured.bytes_read(), measured.size());
     }
@@ -113,6 +120,7 @@ ExitCode inspect_section(const SectionOptions& options) {
         measured.refuse_whole("no rows behind the header; expected at least one measured point");
 
     if (reports.json) reports.json->finish(summary);
+    if (reports.store) reports.store->finish(summary);
     if (reports.svg != nullptr)
         reports.svg->write(picture.svg(summary, table.worst(), options.nominal, options.measured));
     if (reports.shows_table)

@@ -15,7 +15,7 @@ struct SectionOptions {
     std::string measured;
     std::optional<Tolerance> tolerance;
     double diameter = 0.0; ///< of the ball where the measured file tells none
-    std::optional<std::string> json, csv, svg;
+    std::optional<std::string> json, csv, svg, store;
     OutlineForm form = OutlineForm::automatic;
     bool quiet = false;
 };

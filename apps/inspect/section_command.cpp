@@ -19,6 +19,8 @@ constexpr const char* examples =
     "  velm-inspect section wing.dat probed.csv --tolerance -0.02 0.05 \\\n"
     "               --json report.json --csv report.csv --svg report.svg\n"
     "      a report for programs, one for a spreadsheet and a picture\n"
+    "  velm-inspect section wing.dat probed.csv --tolerance 0.05 --store parts.velm\n"
+    "      kept in an object file, beside what it holds already\n"
     "  velm-inspect section wing.dat probed.csv --json - | jq .summary.worst\n"
     "      the report on standard output, in place of the table\n";
 
@@ -36,7 +38,7 @@ struct Texts {
     SectionOptions options;
     std::string tolerance;
     std::string diameter;
-    std::string json, csv, svg;
+    std::string json, csv, svg, store;
     std::string form = "auto";
 };
 
@@ -81,6 +83,9 @@ SectionOptions understand(const CLI::App& section, const Texts& texts) {
     take("--json", texts.json, options.json);
     take("--csv", texts.csv, options.csv);
     take("--svg", texts.svg, options.svg);
+    take("--store", texts.store, options.store);
+    if (options.store == "-")
+        throw Failure(ExitCode::usage, "--store: an object file can't go to standard output");
     if (!options.quiet && std::find(outputs.begin(), outputs.end(), "-") == outputs.end())
         outputs.push_back("-"); // the table
     if (options.nominal.empty() || options.measured.empty())
@@ -117,6 +122,8 @@ void add_section_command(CLI::App& app, Command& command) {
     section->add_option("--json", texts->json, "Writes the report as JSON")->type_name("FILE");
     section->add_option("--csv", texts->csv, "Writes the rows as CSV")->type_name("FILE");
     section->add_option("--svg", texts->svg, "Draws the picture")->type_name("FILE");
+    section->add_option("--store", texts->store, "Keeps the results in an object file, new or not")
+        ->type_name("FILE");
     section
         ->add_option("--form", texts->form,
                      "How NOMINAL is laid out, auto unless told:\n"

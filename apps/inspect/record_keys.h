@@ -1,0 +1,44 @@
+// record_keys.h: the properties under which an inspection stands in an object file.
+#pragma once
+
+namespace velm::inspect {
+
+/// The keys of the properties in the records of an inspection, beside the fixed ones of
+/// `ERDBObject` (name, level, colour). They stand in files, listed in docs/file-format.md: they
+/// must never change. New ones go to the end.
+enum class RecordKey : long {
+    kind = 100, ///< text: "section", "edge" or "point"
+    program = 101,
+    nominal = 102,
+    measured = 103,
+    tolerance_lower = 104,
+    tolerance_upper = 105,
+    count = 106, ///< of measured points
+    in_tolerance = 107,
+    out_of_tolerance = 108,
+    minimum = 109, ///< of the deviations, as are the next five
+    maximum = 110,
+    mean = 111,
+    standard_deviation = 112,
+    rms = 113,
+    worst_id = 114,
+    worst_deviation = 115,
+    section = 116, ///< the identifier of the section's record
+    contour = 117, ///< from 0, the outer one
+    edge = 118,    ///< from 0, from vertex `edge` to the next
+    point_id = 119,
+    measured_x = 120,
+    measured_y = 121,
+    foot_x = 122,
+    foot_y = 123,
+    distance = 124,
+    deviation = 125,
+    within = 126 ///< 1 in tolerance, 0 out of it, absent without a tolerance
+};
+
+/// The kinds of records.
+inline constexpr const char* section_kind = "section";
+inline constexpr const char* edge_kind = "edge";
+inline constexpr const char* point_kind = "point";
+
+} // namespace velm::inspect

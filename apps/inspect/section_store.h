@@ -1,0 +1,61 @@
+// section_store.h: `SectionStore`, an inspection kept in an object file.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "inspect/outline_reader.h"
+#include "inspect/output_set.h"
+#include "inspect/section_result.h"
+#include "velm/frame/smart_pointer.h"
+#include "velm/store/database.h"
+#include "velm/store/db_object.h"
+
+namespace velm::inspect {
+
+/// Saves the records of one inspection, by the keys of record_keys.h: one of the section with the
+/// inputs and the figures, one of each measured point as it is compared, and one of each edge of
+/// the outline, which refers to the edge as a segment. An edge has its contour as the level and is
+/// coloured by what was found on it.
+///
+/// The work is done on a copy beside the place, which the set of outputs renames; an existing file
+/// is locked from the beginning to the end. Throws `Failure`.
+class SectionStore {
+public:
+    SectionStore(OutputSet& outputs, const std::string& path, const Outline& outline,
+                 const std::string& nominal, const std::string& measured,
+                 const std::optional<Tolerance>& tolerance);
+    ~SectionStore();
+
+    void add(const SectionRow& row);
+    /// Saves what is known only at the end, and closes the file.
+    void finish(const SectionSummary& summary);
+
+private:
+    /// What was found on one edge.
+    struct EdgeFigures {
+        std::uint64_t count = 0;
+        std::uint64_t out_of_tolerance = 0;
+        double minimum = 0.0;
+        double maximum = 0.0;
+        void add(const SectionRow& row);
+    };
+
+    void open(OutputSet& outputs);
+    /// Throws for any code but success.
+    void check(gmErrorCode code) const;
+    void save(const t_SmartPtr<ERDBObject>& record);
+    void save_edge(int contour, int edge, const EdgeFigures& figures);
+
+    std::string path_;
+    const Outline& outline_;
+    std::optional<Tolerance> tolerance_;
+    std::unique_ptr<CFile> lock_; // on the file that is there already
+    ERDataBase database_;
+    t_SmartPtr<ERDBObject> section_;
+    std::vector<std::vector<EdgeFigures>> figures_; // by contour and edge
+};
+
+} // namespace velm::inspect

@@ -1,0 +1,191 @@
+#include "inspect/store_tools.h"
+
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+#include "inspect/number_text.h"
+#include "inspect/output_set.h"
+#include "inspect/store_export.h"
+#include "inspect/store_file.h"
+#include "inspect/table.h"
+#include "inspect/text_escape.h"
+#include "velm/store/store_check.h"
+#include "velm/store/store_salvage.h"
+#include "velm/version.h"
+
+namespace velm::inspect {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string count_text(long count) {
+    return grouped(static_cast<std::uint64_t>(std::max(count, 0l)), ",");
+}
+
+// The properties of all records that have some: each record begins with their count.
+long count_properties(const StoreImage& image) {
+    long total = 0;
+    for (const RecordImage& record : image.records) {
+        if (image.class_name(record.signature) != "ERDBObject") continue;
+        const std::string guts = image.guts(record);
+        std::int32_t count = 0;
+        if (guts.size() >= sizeof count) std::memcpy(&count, guts.data(), sizeof count);
+        total += std::max(count, 0);
+    }
+    return total;
+}
+
+Json faults_json(const StoreFaults& faults) {
+    Json list = Json::array();
+    for (const StoreFault& fault : faults.list())
+        list.push_back({{"offset", fault.offset}, {"what", fault.what}});
+    return list;
+}
+
+std::string faults_text(const StoreFaults& faults) {
+    std::string text;
+    for (const StoreFault& fault : faults.list())
+        text += "offset " + std::to_string(fault.offset) + ": " + fault.what + "\n";
+    if (faults.count() > faults.list().size())
+        text += "and " + count_text(static_cast<long>(faults.count() - faults.list().size())) +
+                " more\n";
+    return text;
+}
+
+// What a mode tells: a text for people, the same for programs, and how the program ends.
+struct Told {
+    std::string text;
+    Json json;
+    ExitCode code = ExitCode::good;
+};
+
+Told list(const StoreOptions& options) {
+    require_store(options.file, options.file);
+    const StoreReport report = check_store(options.file.c_str());
+    const long properties = count_properties(StoreImage(options.file.c_str()));
+    Table classes({{"class", false}, {"objects"}, {"signature"}, {"", false}});
+    Json class_list = Json::array();
+    for (const StoreReport::Class& c : report.classes) {
+        const bool known = ERClassRegistration::findClassRegistration(c.name.c_str()) != nullptr;
+        classes.add({c.name, count_text(c.objects), std::to_string(c.signature),
+                     known ? "" : "unknown here"});
+        class_list.push_back({{"name", c.name},
+                              {"signature", c.signature},
+                              {"objects", c.objects},
+                              {"known", known}});
+    }
+    Table figures({{"", false}, {""}});
+    figures.add({"version", std::to_string(report.version)});
+    figures.add({"objects", count_text(report.objects)});
+    figures.add({"indices", count_text(report.indices)});
+    figures.add({"properties", count_text(properties)});
+    figures.add({"last identifier", count_text(report.last_identifier)});
+    figures.add({"file, bytes", count_text(report.file_length)});
+    figures.add({"free, bytes", count_text(report.free_bytes)});
+    figures.add({"waste, bytes", count_text(report.waste_bytes)});
+    figures.add({"faults", count_text(static_cast<long>(report.faults.count()))});
+    Told told;
+    told.text = classes.text() + "\n" + figures.text();
+    told.json = {{"version", report.version},         {"classes", class_list},
+                 {"objects", report.objects},         {"indices", report.indices},
+                 {"properties", properties},          {"last_identifier", report.last_identifier},
+                 {"file_bytes", report.file_length},  {"free_bytes", report.free_bytes},
+                 {"waste_bytes", report.waste_bytes}, {"faults", report.faults.count()}};
+    return told;
+}
+
+Told check(const StoreOptions& options) {
+    const StoreReport report = check_store(options.file.c_str());
+    Told told;
+    told.text = faults_text(report.faults);
+    told.text += report.sound()
+                     ? "sound: " + count_text(report.objects) + " objects, " +
+                           count_text(report.waste_bytes) + " bytes of waste\n"
+                     : count_text(static_cast<long>(report.faults.count())) + " faults\n";
+    told.json = {{"sound", report.sound()},
+                 {"objects", report.objects},
+                 {"waste_bytes", report.waste_bytes},
+                 {"fault_count", report.faults.count()},
+                 {"faults", faults_json(report.faults)}};
+    told.code = report.sound() ? ExitCode::good : ExitCode::input;
+    return told;
+}
+
+Told write_texts(const StoreOptions& options) {
+    require_store(options.file, options.file);
+    const std::size_t objects = export_texts(options.file, options.target);
+    Told told;
+    told.text = count_text(static_cast<long>(objects)) + " objects in " +
+                terminal_text(options.target) + "\n";
+    told.json = {{"folder", options.target}, {"objects", objects}};
+    return told;
+}
+
+Told rebuild(const StoreOptions& options) {
+    const bool salvage = options.mode == StoreMode::salvage;
+    const SalvageReport report =
+        salvage ? salvage_store(options.file.c_str(), options.target.c_str(), options.orphans)
+                : compact_store(options.file.c_str(), options.target.c_str());
+    Told told;
+    Json orphans = Json::array();
+    Table table({{"orphan at"}, {"bytes"}, {"class", false}, {"restored as"}});
+    for (const SalvageReport::Orphan& orphan : report.orphans) {
+        const bool restored = orphan.identifier >= 0;
+        table.add({std::to_string(orphan.offset), count_text(orphan.size), orphan.class_name,
+                   restored ? std::to_string(orphan.identifier) : "-"});
+        orphans.push_back({{"offset", orphan.offset},
+                           {"bytes", orphan.size},
+                           {"class", orphan.class_name},
+                           {"identifier", restored ? Json(orphan.identifier) : Json()}});
+    }
+    told.text = faults_text(report.faults);
+    if (!report.orphans.empty()) told.text += table.text();
+    told.text += count_text(report.objects) + " objects in " + terminal_text(options.target);
+    if (salvage)
+        told.text += ", " + count_text(report.from_lost_nodes) + " of them from lost nodes";
+    told.text += "\n";
+    told.json = {{"new", options.target},
+                 {"objects", report.objects},
+                 {"from_lost_nodes", report.from_lost_nodes},
+                 {"indices", report.indices},
+                 {"classes", report.classes},
+                 {"orphans", orphans},
+                 {"fault_count", report.faults.count()},
+                 {"faults", faults_json(report.faults)}};
+    return told;
+}
+
+constexpr const char* mode_names[] = {"list", "check", "export", "salvage", "compact"};
+
+} // namespace
+
+ExitCode run_store(const StoreOptions& options) {
+    const Told told = with_store(options.file, [&] {
+        switch (options.mode) {
+        case StoreMode::list:
+            return list(options);
+        case StoreMode::check:
+            return check(options);
+        case StoreMode::export_texts:
+            return write_texts(options);
+        default:
+            return rebuild(options);
+        }
+    });
+    OutputSet outputs;
+    if (options.json) {
+        Json json = {{"velm", VELM_VERSION_STRING},
+                     {"command", "store"},
+                     {"mode", mode_names[static_cast<int>(options.mode)]},
+                     {"file", options.file}};
+        json.update(told.json);
+        Output& output = outputs.add(*options.json);
+        output.write(json.dump(1, ' ', output.is_terminal(), Json::error_handler_t::replace) +
+                     "\n");
+    }
+    if (options.json != "-") outputs.add("-").write(told.text);
+    outputs.commit();
+    return told.code;
+}
+
+} // namespace velm::inspect

@@ -1,0 +1,160 @@
+// velm-inspect: results kept in an object file, and what the subcommand `store` makes of it.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "inspect/record_keys.h"
+#include "inspect/workshop.h"
+#include "velm/store/database.h"
+#include "velm/store/db_object.h"
+#include "velm/wireframe/segment.h"
+
+namespace {
+
+using velm::inspect::RecordKey;
+using velm_test::Ended;
+using velm_test::plate;
+using velm_test::Workshop;
+
+constexpr const char* probed = "id,x,y\nA,5,-0.02\nB,10.08,5\n<b>,5,5.99\n";
+
+/// A folder with an inspection of the plate that is kept in parts.velm.
+struct Kept : Workshop {
+    Kept() {
+        write("plate.dat", plate);
+        write("probed.csv", probed);
+        EXPECT_EQ(inspect().code, 1);
+    }
+    Ended inspect(const std::string& more = "") const {
+        return run("section plate.dat probed.csv --tolerance .05 --quiet --store parts.velm " +
+                   more);
+    }
+    nlohmann::json told(const std::string& arguments) const {
+        return nlohmann::json::parse(run("store " + arguments + " --json -").out);
+    }
+};
+
+t_SmartPtr<ERDBObject> record(ERDataBase& store, long index) {
+    gmErrorCode code = gmSuccess;
+    return t_SmartPtr<ERDBObject>(ERDBObject::castdown(store.restore(index, code).get()));
+}
+
+double number(const ERDBObject& from, RecordKey key) {
+    return double(from.property(static_cast<long>(key)));
+}
+std::string text(const ERDBObject& from, RecordKey key) {
+    const ERDBObjProperty property = from.property(static_cast<long>(key));
+    return static_cast<const char*>(property);
+}
+
+TEST(InspectStore, KeepsWhatTheReportSays) {
+    const Kept kept;
+    EXPECT_EQ(kept.inspect("--json again.json").code, 1);
+    const nlohmann::json report = kept.read_json("again.json");
+    ERDataBase store;
+    ASSERT_EQ(store.Open(kept.path("parts.velm").c_str(), 1), gmSuccess);
+    const int records = 1 + 3 + 8; // the section, its points, the plate's and the hole's edges
+    ASSERT_EQ(store.getNbEnt(), 2 * records) << "the second run joins the first";
+
+    for (int run = 0; run < 2; ++run) {
+        const t_SmartPtr<ERDBObject> section = record(store, run * records);
+        ASSERT_TRUE(section);
+        EXPECT_EQ(std::string(section->name()), "plate");
+        EXPECT_EQ(text(*section, RecordKey::worst_id), "B");
+        EXPECT_EQ(number(*section, RecordKey::rms), report["summary"]["rms"]);
+        EXPECT_EQ(number(*section, RecordKey::out_of_tolerance), 1);
+        for (int i = 0; i < 3; ++i) {
+            const t_SmartPtr<ERDBObject> point = record(store, run * records + 1 + i);
+            const nlohmann::json& row = report["points"][std::size_t(i)];
+            EXPECT_EQ(text(*point, RecordKey::point_id), row["id"]);
+            EXPECT_EQ(number(*point, RecordKey::deviation), row["deviation"]);
+            EXPECT_EQ(number(*point, RecordKey::foot_y), row["foot"][1]);
+            EXPECT_EQ(number(*point, RecordKey::section), section->getObjectID());
+        }
+        const t_SmartPtr<ERDBObject> right_edge = record(store, run * records + 1 + 3 + 1);
+        EXPECT_EQ(right_edge->color(), 1) << "red: its point is out of tolerance";
+        EXPECT_EQ(std::string(right_edge->level_name()), "outer");
+        const ERSegment2D* const segment = ERSegment2D::castdown(right_edge->object().get());
+        ASSERT_NE(segment, nullptr);
+        EXPECT_EQ(segment->getP2().y(), 10.0);
+    }
+}
+
+TEST(InspectStore, ListsChecksExportsAndRebuilds) {
+    const Kept kept;
+    const std::string before = kept.read("parts.velm");
+    const nlohmann::json list = kept.told("parts.velm");
+    EXPECT_EQ(list["objects"], 1 + 12 + 8);
+    EXPECT_EQ(list["faults"], 0);
+    EXPECT_EQ(kept.run("store parts.velm --check").code, 0);
+
+    EXPECT_EQ(kept.run("store parts.velm --export texts").code, 0);
+    const std::string point = kept.read("texts/5-ERDBObject.txt");
+    EXPECT_NE(point.find("property 119: text <b>\n"), std::string::npos) << point;
+    const std::string segment = kept.read("texts/7-ERSegment2D.txt");
+    EXPECT_NE(segment.find("Segment 2D : P1=[0,0] P2=[10,0]"), std::string::npos) << segment;
+
+    for (const std::string mode : {"--salvage", "--compact"}) {
+        EXPECT_EQ(kept.run("store parts.velm " + mode + " new" + mode).code, 0) << mode;
+        EXPECT_EQ(kept.run("store ./new" + mode + " --check").code, 0) << mode;
+        EXPECT_EQ(kept.told("./new" + mode)["objects"], list["objects"]) << mode;
+        EXPECT_NE(kept.run("store parts.velm " + mode + " new" + mode).code, 0) << "it exists";
+    }
+    EXPECT_NE(kept.run("store parts.velm --export texts").code, 0) << "it exists";
+    EXPECT_EQ(kept.read("parts.velm"), before);
+}
+
+TEST(InspectStore, RefusesWhatIsNoSoundStore) {
+    const Kept kept;
+    const std::string whole = kept.read("parts.velm");
+    kept.write("text.velm", plate);
+    for (const char* arguments : {"store text.velm", "store text.velm --check",
+                                  "section plate.dat probed.csv --store text.velm"}) {
+        const Ended ended = kept.run(arguments);
+        EXPECT_EQ(ended.code, 3) << arguments;
+        EXPECT_NE((ended.error + ended.out)
+                      .find(ended.code == 3 && ended.out.empty() ? "text.velm" : "offset"),
+                  std::string::npos)
+            << ended.error;
+    }
+    EXPECT_EQ(kept.read("text.velm"), plate) << "a refused file stays as it is";
+
+    // The object tree's root leads elsewhere: a fault with its offset.
+    std::string damaged = whole;
+    damaged[352] = '\xFF';
+    kept.write("damaged.velm", damaged);
+    const Ended checked = kept.run("store damaged.velm --check");
+    EXPECT_EQ(checked.code, 3);
+    EXPECT_NE(checked.out.find("offset "), std::string::npos) << checked.out;
+
+    // Counters as a killed process leaves them: the last identifier is behind.
+    std::string stale = whole;
+    stale[284 + 12] = 1;
+    kept.write("stale.velm", stale);
+    const Ended refused = kept.run("section plate.dat probed.csv --store stale.velm");
+    EXPECT_EQ(refused.code, 3);
+    EXPECT_NE(refused.error.find("--salvage"), std::string::npos) << refused.error;
+    EXPECT_EQ(kept.read("stale.velm"), stale);
+    EXPECT_EQ(kept.run("store stale.velm --salvage mended.velm").code, 0);
+    EXPECT_EQ(kept.run("store mended.velm --check").code, 0);
+
+    EXPECT_EQ(kept.run("store nothing.velm").code, 4);
+    EXPECT_EQ(kept.run("store parts.velm --check --compact x").code, 2);
+    EXPECT_EQ(kept.run("section plate.dat probed.csv --store -").code, 2);
+    EXPECT_EQ(kept.run("section plate.dat probed.csv --store plate.dat").code, 2);
+    EXPECT_EQ(kept.run("store parts.velm --json parts.velm").code, 2);
+    EXPECT_EQ(kept.read("parts.velm"), whole);
+}
+
+TEST(InspectStore, LeavesNothingBehindWhenTheRunFails) {
+    const Kept kept;
+    const auto names = kept.names();
+    const std::string whole = kept.read("parts.velm");
+    kept.write("probed.csv", "id,x,y\nA,5,-0.02\nB,oops,5\n");
+    EXPECT_EQ(kept.inspect().code, 3);
+    EXPECT_EQ(kept.names(), names);
+    EXPECT_EQ(kept.read("parts.velm"), whole);
+}
+
+} // namespace
