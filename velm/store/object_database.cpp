@@ -91,11 +91,12 @@ int ERObjectDataBase::Open(char const* name, int readOnly) {
 
 void ERObjectDataBase::open_existing(char const* name, int readOnly) {
     file = std::make_unique<ERFileManager>(name, readOnly);
+    std::unique_ptr<ERFileManager> refused; // outlives the step
     StoreStep step(*file);
     DatabaseHeader header;
     const bool whole = file->read_through(file->start(), &header, sizeof header) == sizeof header;
     if (!whole || header.version > DatabaseHeader::current_version) {
-        std::unique_ptr<ERFileManager> refused = std::move(file);
+        refused = std::move(file);
         return;
     }
     version = header.version;
