@@ -74,13 +74,14 @@ public:
             c = static_cast<char>(random());
     }
     std::string_view operator[](int i) const {
-        return {text_ + i % 512, static_cast<std::size_t>(sizes_[static_cast<std::size_t>(i)])};
+        const std::size_t start = static_cast<std::size_t>(i) * 40503u % (sizeof text_ - 512);
+        return {text_ + start, static_cast<std::size_t>(sizes_[static_cast<std::size_t>(i)])};
     }
     double bytes() const { return std::accumulate(sizes_.begin(), sizes_.end(), 0.0); }
 
 private:
     std::vector<int> sizes_;
-    char text_[1024];
+    char text_[1 << 20];
 };
 
 /// Counts what reaches the system.
@@ -111,7 +112,7 @@ private:
 
 /// What every store of the comparison does. Identifiers are 1 to the number of records.
 struct Objects {
-    static constexpr const char* name = "velm ERObjectDataBase";
+    static constexpr const char* name = "velm ERObjectDataBase, 64 MB of nodes";
     explicit Objects(const std::string& path_) : path(path_ + ".velm") { open(); }
     void open() { store.Open(path.c_str(), 0); }
     void put(int, std::string_view content) {
@@ -133,7 +134,7 @@ struct Objects {
 };
 
 struct Indexed {
-    static constexpr const char* name = "velm ERDataBase";
+    static constexpr const char* name = "velm ERDataBase, 64 MB of nodes";
     explicit Indexed(const std::string& path_) : path(path_ + ".velm") {
         store.Open(path.c_str(), 0);
     }
@@ -158,7 +159,8 @@ struct Indexed {
 
 #if defined(VELM_BENCH_HAS_SQLITE3)
 struct Sqlite {
-    static constexpr const char* name = "SQLite " SQLITE_VERSION ", WAL, synchronous off";
+    static constexpr const char* name =
+        "SQLite " SQLITE_VERSION ", WAL, synchronous off, 2 MB cache";
     explicit Sqlite(const std::string& path_) : path(path_ + ".sqlite") { open(); }
     ~Sqlite() { close(); }
     void open() {
@@ -402,7 +404,8 @@ std::vector<int> shuffled(int count) {
 template <class Store>
 void whole_life(benchmark::State& state) {
     const int count = static_cast<int>(state.range(0));
-    const Contents contents(count);
+    const auto kept = std::make_unique<Contents>(count);
+    const Contents& contents = *kept;
     const std::vector<int> order = shuffled(count);
     for (auto _ : state) {
         Folder folder;

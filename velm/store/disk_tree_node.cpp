@@ -157,7 +157,7 @@ const char* ERDiskNodeCache::read(ERFileManager& file, long offset) {
     if (slot == none) {
         slot = free_slot();
         char* const bytes = slots[slot].bytes.get();
-        if (file.read_through(offset, bytes, node_size) != node_size) return nullptr;
+        if (file.read_node(offset, bytes, node_size) != node_size) return nullptr;
         slots[slot].offset = offset;
         slots[slot].next = std::exchange(bucket(offset), slot);
     }
@@ -171,7 +171,7 @@ const char* ERDiskNodeCache::read(ERFileManager& file, long offset) {
 void ERDiskNodeCache::write(ERFileManager& file, long offset, const char* source) {
     unsigned int slot = find(offset);
     try {
-        file.write_through(offset, source, node_size);
+        file.write_node(offset, source, node_size);
     } catch (...) {
         forget(offset); // what the file holds now is not known
         throw;

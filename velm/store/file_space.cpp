@@ -1,6 +1,7 @@
 #include "velm/store/file_space.h"
 
 #include "velm/platform/file_exception.h"
+#include "velm/store/detail/block_cache.h"
 
 #include <algorithm>
 #include <climits>
@@ -21,7 +22,8 @@ UINT open_flags(const char* name, int read_only) {
 } // namespace
 
 ERFileManager::ERFileManager(const char* name, int read_only)
-    : ERFile(name, open_flags(name, read_only)), readOnly(read_only) {
+    : ERFile(name, open_flags(name, read_only)), readOnly(read_only),
+      kept(std::make_unique<velm::detail::BlockCache>()) {
     CFileStatus status;
     if (!GetStatus(status)) return;
     if (SeekToEnd() == 0) {
@@ -66,6 +68,7 @@ long ERFileManager::allocate(unsigned int bytes) {
 
 void ERFileManager::deallocate(long payload) {
     if (payload == ER_NULL_OFFSET || payload == startOffset || !list) return;
+    kept->erase(payload);
     list->deallocate(payload);
 }
 
@@ -100,42 +103,99 @@ std::size_t ERFileManager::read_through(long offset, void* target, std::size_t c
 void ERFileManager::write_through(long offset, const void* source, std::size_t count) {
     flush_gathered();
     forget_window();
-    length_known = false;
     Seek(offset, begin);
     CFile::Write(source, static_cast<UINT>(count));
+    grew_to(GetPosition());
+}
+
+std::size_t ERFileManager::read_node(long offset, void* target, std::size_t count) {
+    if (kept->get(offset, target, count)) return count;
+    const std::size_t came = read_through(offset, target, count);
+    if (came == count) kept->put(offset, target, count);
+    return came;
+}
+
+void ERFileManager::write_node(long offset, const void* source, std::size_t count) {
+    kept->erase(offset); // what the file holds after a failure is not known
+    const ULONGLONG at = static_cast<ULONGLONG>(offset);
+    const bool adjoins =
+        !gathered.empty() && at == gathered_at + gathered.size() && at + count <= longest;
+    if (adjoins) { // to its size word: both leave as one
+        forget_window();
+        gathered.append(static_cast<const char*>(source), count);
+        flush_gathered();
+    } else {
+        write_through(offset, source, count);
+    }
+    kept->put(offset, source, count);
+}
+
+void ERFileManager::keep_record(long payload) {
+    const ULONGLONG from = static_cast<ULONGLONG>(payload);
+    const ULONGLONG to = GetPosition();
+    if (to <= from || to - from > window_capacity) return;
+    const auto size = static_cast<std::size_t>(to - from);
+    if (!gathered.empty()) {
+        if (from >= gathered_at && to == gathered_at + gathered.size())
+            kept->put(payload, gathered.data() + (from - gathered_at), size);
+        else
+            kept->erase(payload);
+    } else if (from >= window_at && to <= window_at + window_size) {
+        kept->put(payload, window.get() + (from - window_at), size);
+    }
 }
 
 void ERFileManager::flush_gathered() {
     if (gathered.empty()) return;
-    const std::string bytes = std::exchange(gathered, {});
     const ULONGLONG position = GetPosition();
-    Seek(static_cast<LONGLONG>(gathered_at), begin);
-    length_known = false;
-    CFile::Write(bytes.data(), static_cast<UINT>(bytes.size()));
+    const auto bytes = static_cast<UINT>(gathered.size());
+    struct Emptied {
+        std::string& text;
+        ~Emptied() { text.clear(); }
+    } const emptied{gathered};
+    try {
+        Seek(static_cast<LONGLONG>(gathered_at), begin);
+        CFile::Write(gathered.data(), bytes);
+    } catch (...) {
+        kept->clear(); // it may hold what the file does not
+        throw;
+    }
+    grew_to(GetPosition());
     Seek(static_cast<LONGLONG>(position), begin);
+}
+
+/// Fills the window from a position on: with a record that is kept, or from the file.
+bool ERFileManager::read_ahead(ULONGLONG position) {
+    if (!window) window = std::make_unique<char[]>(window_capacity);
+    window_at = position;
+    window_size = kept->get_any(static_cast<long>(position), window.get(), window_capacity);
+    if (window_size > 0) return true;
+    window_size = CFile::Read(window.get(), ahead);
+    Seek(static_cast<LONGLONG>(position), begin);
+    return window_size > 0;
 }
 
 UINT ERFileManager::Read(void* buffer, UINT count) {
     flush_gathered();
-    if (steps == 0 || count >= window_capacity) return CFile::Read(buffer, count);
+    if (steps == 0) return CFile::Read(buffer, count);
     char* const target = static_cast<char*>(buffer);
+    ULONGLONG position = GetPosition();
     UINT done = 0;
     while (done < count) {
-        const ULONGLONG position = GetPosition();
         if (position < window_at || position >= window_at + window_size) {
-            if (!window) window = std::make_unique<char[]>(window_capacity);
-            forget_window();
-            window_at = position;
-            window_size = CFile::Read(window.get(), window_capacity);
-            Seek(static_cast<LONGLONG>(position), begin);
-            if (window_size == 0) break;
+            if (count - done >= ahead) {
+                Seek(static_cast<LONGLONG>(position), begin);
+                return done + CFile::Read(target + done, count - done);
+            }
+            if (!read_ahead(position)) break;
         }
         const auto from = static_cast<std::size_t>(position - window_at);
         const std::size_t now = std::min<std::size_t>(count - done, window_size - from);
         std::memcpy(target + done, window.get() + from, now);
         done += static_cast<UINT>(now);
-        Seek(static_cast<LONGLONG>(position + now), begin);
+        position += now;
     }
+    Seek(static_cast<LONGLONG>(position), begin);
     return done;
 }
 
@@ -147,8 +207,9 @@ void ERFileManager::Write(const void* buffer, UINT count) {
     const bool adjoins = position == gathered_at + gathered.size();
     if (!adjoins || gathered.size() + count > most_gathered) flush_gathered();
     if (steps == 0 || count > most_gathered) {
-        length_known = false;
+        kept->clear(); // nobody tells what is written here
         CFile::Write(buffer, count);
+        grew_to(GetPosition());
         return;
     }
     if (gathered.empty()) gathered_at = position;
@@ -162,6 +223,14 @@ ULONGLONG ERFileManager::GetLength() const {
         length_known = true;
     }
     return gathered.empty() ? length : std::max(length, gathered_at + gathered.size());
+}
+
+void ERFileManager::SetLength(ULONGLONG new_length) {
+    flush_gathered();
+    forget_window();
+    length_known = false;
+    kept->clear();
+    CFile::SetLength(new_length);
 }
 
 namespace velm::detail {
@@ -178,7 +247,6 @@ StoreStep::~StoreStep() {
             e->Delete();
         }
         file_.forget_window();
-        file_.length_known = false;
     }
     --file_.steps;
 }

@@ -19,8 +19,9 @@
 #include <string>
 
 namespace velm::detail {
+class BlockCache;
 class StoreStep;
-}
+} // namespace velm::detail
 
 #if defined(__GNUC__)
 #pragma GCC diagnostic push
@@ -68,11 +69,19 @@ public:
     UINT Read(void* buffer, UINT count) override;
     void Write(const void* buffer, UINT count) override;
     ULONGLONG GetLength() const override;
+    void SetLength(ULONGLONG new_length) override;
 
-    /// Reads and writes a node or a head word as a whole, past what is gathered. The position
-    /// stands behind it afterwards.
+    /// Reads and writes some bytes as a whole, past what is gathered. The position stands behind
+    /// them afterwards.
     std::size_t read_through(long offset, void* target, std::size_t count);
     void write_through(long offset, const void* source, std::size_t count);
+    /// The same for a node of a tree or of the free list. Nodes and records that were used last are
+    /// kept in memory, all with the system at once when they are written. The position is anywhere
+    /// afterwards.
+    std::size_t read_node(long offset, void* target, std::size_t count);
+    void write_node(long offset, const void* source, std::size_t count);
+    /// Keeps the record from a payload on to the position, which has just been written or read.
+    void keep_record(long payload);
     [[noreturn]] void raise(int cause) const;
 
 private:
@@ -83,22 +92,26 @@ private:
     void create_head();
     void flush_gathered();
     void forget_window() { window_size = 0; }
+    bool read_ahead(ULONGLONG position);
+    void grew_to(ULONGLONG at) const { length = at > length ? at : length; }
 
     int readOnly;
+    std::unique_ptr<velm::detail::BlockCache> kept;
     std::unique_ptr<ERLMan> list;
     long startOffset = ER_NULL_OFFSET;
     long endOfData = first_block;
 
     // Only while a step is under way:
     static constexpr std::size_t most_gathered = 65536;
-    static constexpr std::size_t window_capacity = 1024;
+    static constexpr std::size_t window_capacity = 4096;
+    static constexpr std::size_t ahead = 1024;
     int steps = 0;
     std::string gathered; // bytes written and not yet handed to the system
     ULONGLONG gathered_at = 0;
     std::unique_ptr<char[]> window; // bytes read ahead
     ULONGLONG window_at = 0;
     std::size_t window_size = 0;
-    mutable ULONGLONG length = 0;
+    mutable ULONGLONG length = 0; // with the system
     mutable bool length_known = false;
 };
 

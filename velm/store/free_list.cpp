@@ -152,7 +152,7 @@ void ERListManager::extendFreeList(long, unsigned int) {
     node.next = std::exchange(linked.next, static_cast<std::int32_t>(made));
     current = made;
     writeNode(); // before anything leads to it
-    file->write_through(before, &linked, sizeof linked);
+    file->write_node(before, &linked, sizeof linked);
 }
 
 void ERListManager::deleteNode() {
@@ -180,12 +180,12 @@ int ERListManager::readNode(long offset) {
     current = offset;
     node = ERFreeListNode();
     node.magic = 0;
-    file->read_through(offset, &node, sizeof node);
+    file->read_node(offset, &node, sizeof node);
     if (node.magic != ERFreeListNode::magic_number) OutputDebugStringA("BAD MAGIC NUMBER");
     return 1;
 }
 
-void ERListManager::writeNode() { file->write_through(current, &node, sizeof node); }
+void ERListManager::writeNode() { file->write_node(current, &node, sizeof node); }
 
 int ERListManager::advance() {
     if (++steps > file->endData() / ERFileManager::node_size + 2)

@@ -240,6 +240,7 @@ void ERObjectDataBase::write_record(ERObject& object, long location, unsigned lo
     file->Seek(location, CFile::begin);
     file->Write(signature);
     object.saveGuts(*file);
+    file->keep_record(location);
 }
 
 void ERObjectDataBase::enter(long id, bool is_new, long location) {
@@ -275,6 +276,7 @@ void ERObjectDataBase::restore(ERObject& object, long id, long location) {
     object.database = this;
     file->Seek(location + 4, CFile::begin);
     object.restoreGuts(*file);
+    file->keep_record(location);
 }
 
 int ERObjectDataBase::Retrieve(long id, ERObject& object) {
@@ -282,6 +284,9 @@ int ERObjectDataBase::Retrieve(long id, ERObject& object) {
     StoreStep step(*file);
     const long location = objects->findValue(IdentifierKey(id));
     if (location == -1) return 0;
+    int ignored_signature = 0;
+    file->Seek(location, CFile::begin);
+    file->Read(ignored_signature);
     restore(object, id, location);
     step.finish();
     return 1;
