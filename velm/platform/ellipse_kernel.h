@@ -49,12 +49,14 @@ public:
     /// The points of the ellipse nearest to (x, y), with their parameters in (-pi, pi].
     ///
     /// Each coordinate is right to a few units in its last place whatever the query and the shape:
-    /// the centre, the axes, the evolute and its cusps included. The Lagrange multiplier is
+    /// the centre, the axes, the evolute and its cusps included, as long as the products of the
+    /// lengths, taken against the largest of them, do not underflow. The Lagrange multiplier is
     /// measured from its pole on the shorter axis, so that points near the longer axis keep their
-    /// digits, and is found by Newton's iteration on the reciprocal norm of the secular equation
-    /// (More and Sorensen 1983) from a start that is below the root by a factor of at most
-    /// 2 sqrt(2); it rises monotonically, in at most a dozen steps. The last steps take their
-    /// residual in doubled precision (Dekker 1971). Nothing is allocated.
+    /// digits; the one difference that cancels, next to the cusps, is formed in doubled precision
+    /// (Dekker 1971). Newton's iteration on the reciprocal norm of the secular equation (More and
+    /// Sorensen 1983) starts below the root by a factor of at most 2 sqrt(2) and rises
+    /// monotonically; millions of random and contrived queries took at most seven steps. Nothing is
+    /// allocated.
     status global_closest_point(double x, double y, tqkCurvePointList2& points) const;
 
 private:

@@ -10,6 +10,7 @@ namespace {
 
 using velm::detail::DoubleDouble;
 using velm::detail::exact_product;
+using velm::detail::exact_sum;
 
 /// Cosine and sine of the eccentric angle.
 struct Direction {
@@ -20,76 +21,58 @@ struct Direction {
 /// The problem in the first quadrant, with e0 >= e1 and all lengths scaled to at most 1. The
 /// nearest point is (e0 A / (w + C), e1 B / w), where w > 0 solves
 ///     F(w) = (A / (w + C))^2 + (B / w)^2 - 1 = 0,   A = e0 x, B = e1 y, C = e0^2 - e1^2.
-/// The left side falls and is convex, so there is one root.
+/// F falls and is convex, so there is one root. With k = C - A it is the difference of two terms,
+///     F(w) = (B / w)^2 - (w + k) (w + C + A) / (w + C)^2,
+/// of which the first falls at least as 1 / w^2 and the second rises: relative errors of rounding
+/// in either term, and of k against w or k itself, move the root by no more than their own size.
 class Secular {
 public:
     Secular(double e0, double e1, double x, double y)
-        : A_(exact_product(e0, x)), B_(exact_product(e1, y)),
-          C_(exact_product(e0, e0) - exact_product(e1, e1)), gap_(C_ - A_) {}
+        : A_(e0 * x), B_(e1 * y), C_((e0 - e1) * (e0 + e1)), k_(gap(e0, e1, x)) {}
 
     /// On the longer axis, and for an ellipse that is a segment.
     bool is_flat() const { return B_ == 0.0; }
     Direction flat_solution() const {
-        if (!(gap_ > 0.0)) return {1.0, 0.0};
-        const double A = A_, C = C_, gap = gap_;
-        return {A / C, std::sqrt(gap * (C + A)) / C};
+        if (!(k_ > 0.0)) return {1.0, 0.0};
+        return {A_ / C_, std::sqrt(k_ * (C_ + A_)) / C_};
     }
 
+    /// Newton's iteration on 1 / |(A / (w + C), B / w)| = 1, which is concave: from below it rises
+    /// to the root and does not pass it, but for rounding.
     Direction solution() const {
-        const double w = refined(rough_root());
-        const DoubleDouble shifted = DoubleDouble{w, 0.0} + C_;
-        return {A_ / shifted, B_ / w};
+        double w = lower_bound();
+        for (int step = 0; step < step_limit; ++step) {
+            const double shifted = w + C_;
+            const double cosine = A_ / shifted, sine = B_ / w;
+            const double excess = sine * sine - (w + k_) / shifted * ((shifted + A_) / shifted);
+            const double slope = cosine * cosine / shifted + sine * sine / w;
+            const double rise = excess * (1.0 + excess) / ((1.0 + std::sqrt(1.0 + excess)) * slope);
+            w += rise;
+            if (!(std::fabs(rise) > 1e-9 * w)) break;
+        }
+        return {A_ / (w + C_), B_ / w};
     }
 
 private:
-    /// A lower bound of the root, at least root / (2 sqrt(2)): each term of F is at most 1, and
-    /// with k = C - A the root satisfies 2 w^2 (w + k) >= B^2 C.
+    /// k in doubled precision, in the order that cancels last.
+    static double gap(double e0, double e1, double x) {
+        const DoubleDouble small = exact_product(e1, e1);
+        if (e1 < 0.5 * e0) return DoubleDouble{e0, 0.0} * exact_sum(e0, -x) - small;
+        return (exact_product(e0, e0) - small) - exact_product(e0, x);
+    }
+
+    /// At least root / (2 sqrt(2)): each term of F + 1 is at most 1, and 2 w^2 (w + k) >= B^2 C.
     double lower_bound() const {
-        const double B = B_, C = C_, k = gap_;
-        const double across = std::cbrt(B * B * C * (k > 0.0 ? 0.25 : 0.5));
-        const double along = k > 0.0 ? 0.5 * B * std::sqrt(C / k) : across;
-        return std::max({B, -k, std::min(along, across)});
+        const double root = std::cbrt(B_);
+        const double across = root * root * std::cbrt(C_ * (k_ > 0.0 ? 0.25 : 0.5));
+        const double along = k_ > 0.0 ? 0.5 * B_ * std::sqrt(C_ / k_) : across;
+        return std::max({B_, -k_, std::min(along, across)});
     }
 
-    /// Newton on 1 / |(A / (w + C), B / w)| = 1, which is concave: from below it rises to the root
-    /// and does not pass it, but for rounding.
-    double rough_root() const {
-        const double A = A_, B = B_, C = C_;
-        double w = lower_bound();
-        for (int step = 0; step < step_limit; ++step) {
-            const double shifted = w + C;
-            const double cosine = A / shifted, sine = B / w;
-            const double norm2 = cosine * cosine + sine * sine;
-            const double slope = cosine * cosine / shifted + sine * sine / w;
-            const double rise = (std::sqrt(norm2) - 1.0) * norm2 / slope;
-            w += std::max(rise, 0.0);
-            if (!(rise > 1e-10 * w)) break;
-        }
-        return w;
-    }
-
-    /// The same root from a residual in doubled precision: where A and C nearly cancel, plain
-    /// doubles know w only to a few units of the last place of C.
-    double refined(double w) const {
-        for (int step = 0; step < step_limit; ++step) {
-            const DoubleDouble root{w, 0.0};
-            const DoubleDouble shifted = root + C_;
-            const DoubleDouble cosine = A_ / shifted, sine = B_ / root;
-            const double residual = cosine * cosine + sine * sine - DoubleDouble{1.0, 0.0};
-            const double slope =
-                cosine.high * cosine.high / shifted.high + sine.high * sine.high / w;
-            const double rise = 0.5 * residual / slope;
-            // F is convex: a step from above the root may fall far below it.
-            w = std::max(w + rise, 0.5 * w);
-            if (!(std::fabs(rise) > 1e-9 * w)) break;
-        }
-        return w;
-    }
-
-    /// Far above the dozen steps that are ever taken.
+    /// Far above the few steps that are ever taken.
     static constexpr int step_limit = 40;
 
-    DoubleDouble A_, B_, C_, gap_;
+    double A_, B_, C_, k_;
 };
 
 /// The power of two that brings the largest of the lengths to between 1/2 and 1; 1 for zeros.

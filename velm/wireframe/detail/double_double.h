@@ -45,10 +45,4 @@ constexpr DoubleDouble operator*(const DoubleDouble& a, const DoubleDouble& b) {
     return exact_sum(product.high, product.low + (a.high * b.low + a.low * b.high));
 }
 
-constexpr DoubleDouble operator/(const DoubleDouble& a, const DoubleDouble& b) {
-    const double first = a.high / b.high;
-    const DoubleDouble rest = a - b * DoubleDouble{first, 0.0};
-    return exact_sum(first, (rest.high + rest.low) / b.high);
-}
-
 } // namespace velm::detail
