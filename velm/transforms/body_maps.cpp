@@ -3,6 +3,7 @@
 #include "velm/transforms/detail/matrix3.h"
 #include "velm/transforms/transformation_handle.h"
 
+#include <cmath>
 #include <span>
 
 namespace velm::detail {
@@ -45,30 +46,13 @@ struct FrameMap {
     ERVector3D vector(const ERVector3D& v) const { return m.times(v); }
 };
 
-/// p to M (p - t), with the transposed matrix as M.
-struct InverseFrameMap {
-    Matrix3 m;
-    ERPoint3D t;
-    ERPoint3D point(const ERPoint3D& p) const { return m.times(p - t); }
-    ERVector3D vector(const ERVector3D& v) const { return m.times(v); }
-};
-
-/// p to M (k p) + t.
-struct SimilarityMap {
-    Matrix3 m;
-    ERPoint3D t;
-    double k;
-    ERPoint3D point(const ERPoint3D& p) const { return m.times(p * k) + t; }
-    ERVector3D vector(const ERVector3D& v) const { return m.times(v * k); }
-};
-
-/// p to (M (p - t)) r, with the transposed matrix as M and r = 1 / k.
-struct InverseSimilarityMap {
-    Matrix3 m;
-    ERPoint3D t;
-    double r;
-    ERPoint3D point(const ERPoint3D& p) const { return m.times(p - t) * r; }
-    ERVector3D vector(const ERVector3D& v) const { return m.times(v) * r; }
+/// One map after another.
+template <class First, class Second>
+struct Chain {
+    First first;
+    Second second;
+    ERPoint3D point(const ERPoint3D& p) const { return second.point(first.point(p)); }
+    ERVector3D vector(const ERVector3D& v) const { return second.vector(first.vector(v)); }
 };
 
 IdentityMap forward(const _ERIdentity3D&) { return {}; }
@@ -78,18 +62,18 @@ ShiftMap backward(const _ERTranslation3D& body) { return {-body.translation()}; 
 LinearMap forward(const _ERRotation3D& body) { return {Matrix3(body.matrix())}; }
 LinearMap backward(const _ERRotation3D& body) { return {Matrix3(body.matrix()).transposed()}; }
 FrameMap forward(const _ERWorkplane& body) { return {Matrix3(body.matrix()), body.translation()}; }
-InverseFrameMap backward(const _ERWorkplane& body) {
-    return {Matrix3(body.matrix()).transposed(), body.translation()};
+Chain<ShiftMap, LinearMap> backward(const _ERWorkplane& body) {
+    return {{-body.translation()}, {Matrix3(body.matrix()).transposed()}};
 }
 ScaleMap forward(const _ERScaling3D& body) { return {body.factor()}; }
 ScaleMap backward(const _ERScaling3D& body) { return {1.0 / body.factor()}; }
 LinearMap forward(const _ERSymetrie3D& body) { return {Matrix3(body.matrix())}; }
 LinearMap backward(const _ERSymetrie3D& body) { return {Matrix3(body.matrix()).transposed()}; }
-SimilarityMap forward(const _ERSimilitude3D& body) {
-    return {Matrix3(body.matrix()), body.translation(), body.factor()};
+Chain<ScaleMap, FrameMap> forward(const _ERSimilitude3D& body) {
+    return {{body.factor()}, {Matrix3(body.matrix()), body.translation()}};
 }
-InverseSimilarityMap backward(const _ERSimilitude3D& body) {
-    return {Matrix3(body.matrix()).transposed(), body.translation(), 1.0 / body.factor()};
+Chain<Chain<ShiftMap, LinearMap>, ScaleMap> backward(const _ERSimilitude3D& body) {
+    return {{{-body.translation()}, {Matrix3(body.matrix()).transposed()}}, {1.0 / body.factor()}};
 }
 
 template <class Map>

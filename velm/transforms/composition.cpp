@@ -133,7 +133,7 @@ const ERTr3DRevRep* _ERSimilitude3D::operator*(const ERTr3DRevRep* other) const 
 
 // ---- inverses ----
 
-const ERTr3DRevRep* _ERIdentity3D::getInverse() const { return shareable(); }
+const ERTr3DRevRep* _ERIdentity3D::getInverse() const { return this; }
 const ERTr3DRevRep* _ERTranslation3D::getInverse() const { return new _ERTranslation3D(-t); }
 const ERTr3DRevRep* _ERRotation3D::getInverse() const {
     return new _ERRotation3D(Matrix3(M).transposed());

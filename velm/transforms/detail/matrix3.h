@@ -5,7 +5,6 @@
 #include "velm/frame/tuple.h"
 #include "velm/numerics/matrix.h"
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -13,14 +12,14 @@ namespace velm::detail {
 
 struct Matrix3 {
     Matrix3() = default;
+    Matrix3(double m00, double m01, double m02, double m10, double m11, double m12, double m20,
+            double m21, double m22)
+        : m{m00, m01, m02, m10, m11, m12, m20, m21, m22} {}
+    explicit Matrix3(const double* e)
+        : Matrix3(e[0], e[1], e[2], e[3], e[4], e[5], e[6], e[7], e[8]) {}
     /// NaNs for a matrix of other size.
-    explicit Matrix3(const ERMatrix<double>& matrix) {
-        if (matrix.rows() == 3 && matrix.columns() == 3) {
-            std::copy_n(matrix.view().data(), 9, m);
-        } else {
-            std::fill_n(m, 9, std::numeric_limits<double>::quiet_NaN());
-        }
-    }
+    explicit Matrix3(const ERMatrix<double>& matrix)
+        : Matrix3(matrix.rows() == 3 && matrix.columns() == 3 ? matrix.data() : nans) {}
     operator ERMatrix<double>() const { return ERMatrix<double>(3, 3, m); }
 
     /// M v, for a point or a vector.
@@ -35,12 +34,7 @@ struct Matrix3 {
         return Value::each([&](int i) { return m[i] * v[0] + m[i + 3] * v[1] + m[i + 6] * v[2]; });
     }
 
-    Matrix3 transposed() const {
-        Matrix3 result;
-        for (int i = 0; i < 9; ++i)
-            result.m[i] = m[3 * (i % 3) + i / 3];
-        return result;
-    }
+    Matrix3 transposed() const { return {m[0], m[3], m[6], m[1], m[4], m[7], m[2], m[5], m[8]}; }
 
     friend Matrix3 operator*(const Matrix3& a, const Matrix3& b) {
         Matrix3 result;
@@ -53,6 +47,10 @@ struct Matrix3 {
     }
 
     double m[9];
+
+private:
+    static constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    static constexpr double nans[9] = {nan, nan, nan, nan, nan, nan, nan, nan, nan};
 };
 
 /// Whether no element of the matrices differs by more than the tolerance.
