@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <limits>
 
 namespace velm::detail {
 
@@ -24,13 +25,15 @@ struct Bracket {
 };
 
 /// The steps of Newton's method, and how they shrink: one is about `curvature` times the square of
-/// the one before.
+/// the one before, which shows once they shrink fast.
 struct Steps {
     double last;
-    double curvature;
+    double curvature = std::numeric_limits<double>::infinity();
 
-    void take(double step) {
-        curvature = step / (last * last);
+    void take(double step, bool newton) {
+        constexpr double fast = 0.0625;
+        curvature = newton && step <= fast * last ? step / (last * last)
+                                                  : std::numeric_limits<double>::infinity();
         last = step;
     }
     double next() const { return curvature * last * last; }
@@ -46,12 +49,13 @@ double approach(const LocalPolynomial& p, Bracket& bracket, double x, Steps& ste
         if (std::fabs(v.p) <= v.error) break;
         bracket.narrow(x, v.p);
         const double step = v.p / v.dp;
+        if (x - step == x) break;
         // Steps that don't halve show that Newton's method is not yet at home: bisect.
         const bool slow = i > 2 && std::fabs(step) > 0.5 * steps.last;
         const double next = bracket.inside(slow ? bracket.lower : x - step);
-        steps.take(std::fabs(next - x));
+        steps.take(std::fabs(next - x), next == x - step);
         x = next;
-        if (i > 0 && steps.next() <= short_step * x && steps.last <= 0x1p-8 * x) break;
+        if (steps.next() <= short_step * x) break;
     }
     return x;
 }
@@ -70,14 +74,14 @@ SureValue refine(const LocalPolynomial& p, Bracket& bracket, double& x, Steps& s
         const double slope_noise = 2 * (n + 1) * (n + 1) * kUnit * v.size;
         const bool precise = steps.curvature * step * step <= last_place * x &&
                              slope_noise * step <= 4 * last_place * x * x * std::fabs(v.dp);
-        if (precise || std::fabs(v.p) <= v.error) {
+        if (precise || step == 0.0 || std::fabs(v.p) <= v.error) {
             if (newton >= bracket.lower && newton <= bracket.upper) x = newton;
             return v;
         }
         bracket.narrow(x, v.p);
         const double next = bracket.inside(i % 8 == 7 ? bracket.lower : newton);
         if (next == bracket.lower || next == bracket.upper) return v;
-        steps.take(std::fabs(next - x));
+        steps.take(std::fabs(next - x), next == newton);
         x = next;
     }
     return v;
@@ -85,7 +89,7 @@ SureValue refine(const LocalPolynomial& p, Bracket& bracket, double& x, Steps& s
 
 /// The root in a bracket, from x on, with p's slope and S about it.
 SureValue root_in(const LocalPolynomial& p, Bracket bracket, double& x) {
-    Steps steps{bracket.upper - bracket.lower, 1.0};
+    Steps steps{bracket.upper - bracket.lower};
     x = approach(p, bracket, bracket.inside(x), steps);
     return refine(p, bracket, x, steps);
 }

@@ -1,0 +1,109 @@
+// Binomials, factorials and what each thread holds of them.
+#include "velm/frame/thread_data.h"
+#include "velm/numerics/bernstein.h"
+#include "velm/numerics/binomials.h"
+#include "velm/numerics/matrix.h"
+#include "velm/numerics/module.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+namespace {
+
+void expect_true_row(TableauDePascal& table, int n) {
+    const double* const row = table.Cnp(n);
+    double sum = 0.0;
+    for (int p = 0; p <= n; ++p) {
+        EXPECT_EQ(row[p], row[n - p]) << n << " over " << p;
+        sum += row[p];
+    }
+    EXPECT_EQ(row[0], 1.0);
+    if (n > 0) {
+        EXPECT_EQ(row[1], n);
+    }
+    EXPECT_NEAR(sum / std::ldexp(1.0, n), 1.0, 1e-14) << n;
+}
+
+TEST(Binomials, RowsAreTrueAtEveryStepOfGrowth) {
+    for (const int first : {0, 1, 19, 20, 21, 39, 45}) {
+        TableauDePascal table;
+        const double* const early = table.Cnp(first);
+        const double one = early[0];
+        expect_true_row(table, first);
+        for (const int n : {20, 19, 40, 41, 60})
+            expect_true_row(table, n);
+        EXPECT_EQ(early[0], one); // an old row stays readable
+        EXPECT_EQ(table.Cnp(52, 26), 495918532948104.0);
+    }
+    EXPECT_EQ(Cnp(5, 2), 10.0);
+}
+
+TEST(Binomials, FactorialsOnBothSidesOfTheConstantTable) {
+    ERFactorialFactory factory;
+    double expected = 1.0;
+    for (int n = 1; n <= 170; ++n) {
+        expected = n * expected;
+        EXPECT_EQ(factory.Fact(n), expected) << n;
+    }
+    EXPECT_EQ(factory.Fact(0), 1.0);
+    EXPECT_EQ(factory.Fact(171), HUGE_VAL);
+    EXPECT_EQ(ERFactorialFactory().Fact(32), factory.Fact(32)); // a multiple of 16 at first
+}
+
+TEST(Binomials, FactoryOfTheModuleInForce) {
+    EXPECT_EQ(getFactiorielleFactory().Fact(30), theFactorielleFactory.Fact(30));
+    EXPECT_NE(&getFactiorielleFactory(), &theFactorielleFactory);
+    AFX_MODULE_STATE library_of_the_host;
+    AFX_MODULE_STATE* const before = AfxSetModuleState(&library_of_the_host);
+    EXPECT_EQ(&getFactiorielleFactory(), &theFactorielleFactory); // velm isn't entered there
+    InitVelmDLL();
+    auto* const entry = static_cast<CDynLinkLibraryVELM*>(library_of_the_host.m_libraryList);
+    EXPECT_EQ(&getFactiorielleFactory(), &entry->factory);
+    AfxSetModuleState(before);
+    delete entry;
+}
+
+// Two threads that meet an empty table at once, and each other's growth.
+TEST(BinomialsThreads, GrowTogether) {
+    for (int round = 0; round < 30; ++round) {
+        TableauDePascal table;
+        ERFactorialFactory factory;
+        const auto work = [&table, &factory](int shift) {
+            for (int n = shift; n < 90; n += 7) {
+                expect_true_row(table, n);
+                EXPECT_EQ(factory.Fact(n), factory.Fact(n - 1) * n);
+            }
+        };
+        std::thread other(work, 3);
+        work(1);
+        other.join();
+    }
+}
+
+TEST(BinomialsThreads, DegreeTwentyEvaluatesRightInTwoThreads) {
+    const std::vector<double> poles(21, 1.0); // the curve is 1 everywhere
+    const auto work = [&poles] {
+        for (int i = 0; i <= 100; ++i) {
+            double value = 0.0;
+            Horner(poles.data(), 21, i / 100.0, 1, &value);
+            EXPECT_NEAR(value, 1.0, 1e-14);
+        }
+    };
+    std::thread other(work);
+    work();
+    other.join();
+}
+
+TEST(IdentityMatrixThreads, EachThreadHasItsOwn) {
+    const ERMatrix<double>& mine = GetThreadIdentityMatrix();
+    EXPECT_TRUE(mine == IdentityMatrix(3));
+    EXPECT_EQ(&mine, &GetThreadIdentityMatrix());
+    std::thread([&mine] {
+        EXPECT_NE(&GetThreadIdentityMatrix(), &mine);
+        EXPECT_TRUE(GetThreadIdentityMatrix() == IdentityMatrix(3));
+    }).join();
+}
+
+} // namespace

@@ -1,0 +1,66 @@
+// The form of a matrix in an archive, byte by byte, and archives that lie.
+#include "velm/numerics/matrix_archive.h"
+
+#include "support/caught.h"
+#include "support/memory_file.h"
+#include "velm/platform/archive.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace {
+
+std::string stored(const ERMatrix<double>& matrix) {
+    velm_test::MemoryFile file;
+    CArchive archive(&file, CArchive::store);
+    archive << matrix;
+    archive.Close();
+    return file.bytes;
+}
+
+/// The matrix, or the cause of the exception.
+int load(const std::string& bytes, ERMatrix<double>& matrix) {
+    velm_test::MemoryFile file(bytes);
+    CArchive archive(&file, CArchive::load);
+    return velm_test::archive_cause([&] { archive >> matrix; });
+}
+
+std::string count(unsigned n) {
+    return {static_cast<char>(n), static_cast<char>(n >> 8), static_cast<char>(n >> 16),
+            static_cast<char>(n >> 24)};
+}
+
+TEST(MatrixArchive, FormAndBack) {
+    const double values[] = {1, 2, 3, 4, 5, 6};
+    const ERMatrix<double> matrix(2, 3, values);
+    const std::string bytes = stored(matrix);
+    const std::string raw(reinterpret_cast<const char*>(values), sizeof values);
+    EXPECT_EQ(bytes,
+              count(2) + count(3) + count(3) + raw.substr(0, 24) + count(3) + raw.substr(24));
+    ERMatrix<double> back;
+    EXPECT_EQ(load(bytes, back), 0);
+    EXPECT_TRUE(back == matrix);
+    EXPECT_EQ(load(stored(ERMatrix<double>(0, 4)), back), 0);
+    EXPECT_EQ(back.rows(), 0);
+    EXPECT_EQ(back.columns(), 4);
+    EXPECT_EQ(load(stored(ERMatrix<double>(3, 0)), back), 0);
+    EXPECT_EQ(back.rows(), 3);
+}
+
+TEST(MatrixArchive, DamageIsAnExceptionAndLeavesTheMatrix) {
+    const double values[] = {1, 2, 3, 4};
+    const ERMatrix<double> matrix(2, 2, values);
+    const std::string good = stored(matrix);
+    ERMatrix<double> kept(matrix);
+    for (std::size_t n = 0; n < good.size(); ++n)
+        EXPECT_EQ(load(good.substr(0, n), kept), CArchiveException::endOfFile) << n;
+    const std::string rows = good.substr(8);
+    EXPECT_NE(load(count(0xFFFFFFFF) + count(0) + rows, kept), 0);
+    EXPECT_NE(load(count(0) + count(0xFFFFFFFF) + rows, kept), 0);
+    EXPECT_NE(load(count(2) + count(0x7FFFFFFF) + rows, kept), 0);
+    EXPECT_NE(load(count(5) + count(5) + rows, kept), 0);
+    EXPECT_NE(load(count(2) + count(1) + rows, kept), 0); // a row that is longer than the matrix
+    EXPECT_TRUE(kept == matrix);
+}
+
+} // namespace

@@ -1,0 +1,334 @@
+// The Newton solvers on classic systems, and every code that they return.
+#include "velm/numerics/newton_line_search.h"
+#include "velm/numerics/newton_solvers.h"
+
+#include <cfloat>
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Vector = ERVec<double>;
+using Matrix = ERMatrix<double>;
+
+struct Equation : ERCNewtonS {
+    Equation(std::function<double(double)> value, std::function<double(double)> slope)
+        : f_(std::move(value)), df_(std::move(slope)) {}
+    double f(double x) override { return f_(x); }
+    double fprime(double x) override { return df_(x); }
+    std::function<double(double)> f_, df_;
+};
+
+struct System : ERCNewtonM {
+    System(std::function<Vector(const Vector&)> value, std::function<Matrix(const Vector&)> slope)
+        : f_(std::move(value)), df_(std::move(slope)) {}
+    Vector f(const Vector& x) override { return f_(x); }
+    Matrix fprime(const Vector& x) override { return df_(x); }
+    std::function<Vector(const Vector&)> f_;
+    std::function<Matrix(const Vector&)> df_;
+};
+
+Matrix matrix2(double a, double b, double c, double d) {
+    const double values[] = {a, b, c, d};
+    return {2, 2, values};
+}
+
+// ---- the test set of More, Garbow and Hillstrom, ACM TOMS 7, 1981 ----
+
+System rosenbrock() {
+    return {[](const Vector& x) {
+                return Vector{10.0 * (x[1] - x[0] * x[0]), 1.0 - x[0]};
+            },
+            [](const Vector& x) { return matrix2(-20.0 * x[0], 10.0, -1.0, 0.0); }};
+}
+
+System freudenstein_roth() {
+    return {[](const Vector& x) {
+                const double y = x[1];
+                return Vector{-13.0 + x[0] + ((5.0 - y) * y - 2.0) * y,
+                              -29.0 + x[0] + ((y + 1.0) * y - 14.0) * y};
+            },
+            [](const Vector& x) {
+                const double y = x[1];
+                return matrix2(1.0, (10.0 - 3.0 * y) * y - 2.0, 1.0, (3.0 * y + 2.0) * y - 14.0);
+            }};
+}
+
+System broyden_tridiagonal() {
+    return {[](const Vector& x) {
+                const int n = x.size();
+                Vector f(n);
+                for (int i = 0; i < n; ++i)
+                    f[i] = (3.0 - 2.0 * x[i]) * x[i] - (i > 0 ? x[i - 1] : 0.0) -
+                           (i + 1 < n ? 2.0 * x[i + 1] : 0.0) + 1.0;
+                return f;
+            },
+            [](const Vector& x) {
+                const int n = x.size();
+                Matrix j(n, n);
+                for (int i = 0; i < n; ++i) {
+                    j(i, i) = 3.0 - 4.0 * x[i];
+                    if (i > 0) j(i, i - 1) = -1.0;
+                    if (i + 1 < n) j(i, i + 1) = -2.0;
+                }
+                return j;
+            }};
+}
+
+System line(double slope) {
+    return {[slope](const Vector& x) { return Vector{slope * (x[0] - 3.0)}; },
+            [slope](const Vector&) { return Matrix(1, 1, &slope); }};
+}
+
+double residual(System& system, const Vector& x) {
+    double sum = 0.0;
+    for (const double f : system.f(x).view())
+        sum += f * f;
+    return std::sqrt(sum);
+}
+
+// ---- one equation ----
+
+TEST(NewtonScalar, FindsRoots) {
+    Equation square_root([](double x) { return x * x - 2.0; }, [](double x) { return 2.0 * x; });
+    ERNewtonSSolver solver(&square_root, 0.0, 50);
+    double x = 1.0;
+    EXPECT_LE(solver.Resoudre(x, 1e-12), NewtonStatus_residual);
+    EXPECT_NEAR(x, std::sqrt(2.0), 1e-15);
+    struct Kepler : ERCNewtonSDelta {
+        using ERCNewtonSDelta::ERCNewtonSDelta;
+        double f(double e) override { return e - 0.9 * std::sin(e) - 1.0; }
+    } kepler(1e-6);
+    ERNewtonSSolver other(&kepler, 0.0, 50);
+    EXPECT_LE(other.Resoudre(x = 1.5, 1e-14), NewtonStatus_residual);
+    EXPECT_NEAR(kepler.f(x), 0.0, 1e-14);
+}
+
+TEST(NewtonScalar, EveryCode) {
+    const auto code = [](Equation equation, double x, double tolerance, double flat, int most) {
+        return ERNewtonSSolver(&equation, flat, most).Resoudre(x, tolerance);
+    };
+    const Equation through_3([](double x) { return x - 3.0; }, [](double) { return 1.0; });
+    const Equation through_0([](double x) { return x * x * x + x; },
+                             [](double x) { return 3.0 * x * x + 1.0; });
+    const Equation above([](double x) { return x * x + 1.0; }, [](double x) { return 2.0 * x; });
+    EXPECT_EQ(code(through_3, 3.0, 1e-9, 0.0, 10), NewtonStatus_converged);
+    EXPECT_EQ(code(through_0, 0.5, 1e-9, 0.0, 50),
+              NewtonStatus_residual); // relative to a root at 0
+    EXPECT_EQ(code(above, 2.0, 1e-9, 0.0, 25), NewtonStatus_limit);
+    EXPECT_EQ(code(through_3, 9.0, 1e-9, 0.0, 0), NewtonStatus_limit);
+    EXPECT_EQ(code(above, 0.0, 1e-9, DBL_MIN, 25), NewtonStatus_flat);
+    EXPECT_EQ(code(above, 0.0, 1e-9, 0.0, 25), NewtonStatus_limit); // divides by zero and goes on
+}
+
+// ---- square systems ----
+
+TEST(NewtonSystem, ClassicSystems) {
+    const auto solve = [](System system, Vector x) {
+        ERNewtonMSolver solver(&system, static_cast<unsigned>(x.size()), 0.0, 100);
+        EXPECT_LE(solver.Resoudre(x, 1e-11), NewtonStatus_residual);
+        EXPECT_LE(residual(system, x), 1e-11);
+        EXPECT_EQ(solver.GetLastCriteria(), residual(system, x));
+        EXPECT_GT(solver.getNBIter(), 1);
+        return x;
+    };
+    const Vector rosen = solve(rosenbrock(), {-1.2, 1.0});
+    EXPECT_NEAR(rosen[0], 1.0, 1e-12);
+    EXPECT_NEAR(rosen[1], 1.0, 1e-12);
+    const Vector roth = solve(freudenstein_roth(), {6.0, 5.0});
+    EXPECT_NEAR(roth[0], 5.0, 1e-10);
+    EXPECT_NEAR(roth[1], 4.0, 1e-10);
+    solve(broyden_tridiagonal(), Vector(10, -1.0));
+}
+
+TEST(NewtonSystem, EveryCode) {
+    const auto code = [](System system, Vector x, double tolerance, double flat, int most) {
+        return ERNewtonMSolver(&system, static_cast<unsigned>(x.size()), flat, most)
+            .Resoudre(x, tolerance);
+    };
+    EXPECT_EQ(code(line(1.0), {3.0}, 1e-9, 0.0, 10), NewtonStatus_converged);
+    EXPECT_EQ(code(line(1.0), {9.0}, 1e-9, 0.0, 10), NewtonStatus_residual); // the step was long
+    // A residual too small to move x, and still above the tolerance.
+    const System stuck([](const Vector& x) { return Vector{x[0] - 1.0 + 1e-20}; },
+                       [](const Vector&) { return IdentityMatrix(1); });
+    EXPECT_EQ(code(stuck, {4.0}, 1e-30, 0.0, 100), NewtonStatus_residual);
+    EXPECT_EQ(code(rosenbrock(), {-1.2, 1.0}, 1e-11, 0.0, 1), NewtonStatus_limit);
+    EXPECT_EQ(code(line(1.0), {9.0}, 1e-9, 0.0, 0), NewtonStatus_limit);
+    EXPECT_EQ(code(line(1.0), {9.0}, 1e-9, 1e6, 10), NewtonStatus_flat);
+    EXPECT_EQ(code(line(0.0), {9.0}, 1e-9, 0.0, 10), NewtonStatus_singular);
+    // The cube root: every step doubles the distance, and the 21st rise of the residual ends it.
+    System cube_root([](const Vector& x) { return Vector{std::cbrt(x[0])}; },
+                     [](const Vector& x) {
+                         const double slope = 1.0 / (3.0 * std::cbrt(x[0] * x[0]));
+                         return Matrix(1, 1, &slope);
+                     });
+    Vector x{1.0};
+    ERNewtonMSolver solver(&cube_root, 1, 0.0, 100);
+    EXPECT_EQ(solver.Resoudre(x, 1e-12), NewtonStatus_singular);
+    EXPECT_EQ(solver.getNBIter(), 22);
+}
+
+// ---- gradients ----
+
+/// A narrow valley with its bottom at (2, 1).
+struct Valley : ERCNewtonH {
+    explicit Valley(int domain = 1) : ERCNewtonH(1e-4), domain_(domain) {}
+    Vector f(const Vector& x) override {
+        const double a = x[0] - 2.0, b = x[0] - 2.0 * x[1];
+        return {4.0 * a * a * a + 2.0 * a + 2.0 * b, -4.0 * b};
+    }
+    Matrix fprime(const Vector& x) override {
+        const double a = x[0] - 2.0;
+        return matrix2(12.0 * a * a + 4.0, -4.0, -4.0, 8.0);
+    }
+    double H(const Vector& x) override {
+        ++asked;
+        const double a = x[0] - 2.0, b = x[0] - 2.0 * x[1];
+        return a * a * a * a + a * a + b * b;
+    }
+    int HDomaine(const Vector&) override { return domain_; }
+    int asked = 0;
+    int domain_;
+};
+
+TEST(NewtonGradient, StepsAreNotDampedWhateverTheMeritSays) {
+    for (const int domain : {0, 1}) {
+        for (int most = 1; most < 12; ++most) {
+            Valley valley(domain);
+            Vector x{9.0, -3.0}, y = x;
+            ERNewtonMSolverEx damped(&valley, 0.0, most);
+            const int code = damped.Resoudre(x, 1e-12);
+            EXPECT_EQ(valley.asked, 2 * damped.getNBIter());
+            EXPECT_EQ(ERNewtonMSolver(&valley, 2, 0.0, most).Resoudre(y, 1e-12), code);
+            EXPECT_EQ(x[0], y[0]);
+            EXPECT_EQ(x[1], y[1]);
+            EXPECT_EQ(damped.Performance(), 0.0);
+        }
+    }
+}
+
+TEST(NewtonGradient, EveryCode) {
+    const auto code = [](Vector x, double tolerance, double flat, int most) {
+        Valley valley;
+        return ERNewtonMSolverEx(&valley, flat, most).Resoudre(x, tolerance);
+    };
+    EXPECT_EQ(code({2.0, 1.0}, 1e-9, 0.0, 10), NewtonStatus_converged);
+    EXPECT_EQ(code({2.1, 1.0}, 1e-3, 0.0, 10), NewtonStatus_residual);
+    EXPECT_EQ(code({9.0, 1.0}, 1e-9, 0.0, 2), NewtonStatus_limit);
+    EXPECT_EQ(code({9.0, 1.0}, 1e-9, 0.0, 0), NewtonStatus_limit);
+    EXPECT_EQ(code({9.0, 1.0}, 1e-9, 1e9, 10), NewtonStatus_flat);
+    struct Plain : ERCNewtonH {
+        Plain() : ERCNewtonH(1e-3) {}
+        double H(const Vector& x) override { return x[0]; }
+    } plain;
+    Vector x{1.0};
+    EXPECT_EQ(ERNewtonMSolverEx(&plain, 0.0, 10).Resoudre(x, 1e-9), NewtonStatus_singular);
+}
+
+TEST(NewtonGradient, HookIsCalledOnEveryIteration) {
+    static int calls;
+    calls = 0;
+    ERNewtonMSolverEx::iteration_hook = [] { ++calls; };
+    Valley valley;
+    Vector x{9.0, 1.0};
+    ERNewtonMSolverEx solver(&valley, 0.0, 4);
+    solver.Resoudre(x, 1e-12);
+    ERNewtonMSolverEx::iteration_hook = nullptr;
+    EXPECT_EQ(calls, solver.getNBIter());
+}
+
+TEST(NewtonDerivatives, DifferencesAreSymmetrised) {
+    struct Skew : ERCNewtonMDelta {
+        Skew() : ERCNewtonMDelta(0.5) {}
+        Vector f(const Vector& x) override { return {x[0] + 6.0 * x[1], 2.0 * x[0] + x[1]}; }
+    } skew;
+    EXPECT_TRUE(skew.fprime({1.0, 1.0}) == matrix2(1.0, 4.0, 4.0, 1.0));
+    struct Bowl : ERCNewtonH {
+        Bowl() : ERCNewtonH(0.25) {}
+        double H(const Vector& x) override { return x[0] * x[0] + x[0] * x[1]; }
+    } bowl;
+    const Vector gradient = bowl.f({1.0, 2.0}); // forward differences: 2 x + h + y, x
+    EXPECT_EQ(gradient[0], 4.25);
+    EXPECT_EQ(gradient[1], 1.0);
+}
+
+// ---- with a line search ----
+
+TEST(NewtonLineSearch, ClassicSystems) {
+    const auto solve = [](System system, Vector x) {
+        ERNewtonMSolverWithBackTracking solver(&system, 0.0, 200);
+        EXPECT_EQ(solver.Resoudre(x, 0.0), BackTrackingStatus_converged);
+        EXPECT_LE(residual(system, x), 1e-8);
+        EXPECT_GT(solver.getNBFevaluate(), solver.getNBIter());
+    };
+    solve(rosenbrock(), {-1.2, 1.0});
+    solve(broyden_tridiagonal(), Vector(10, -1.0));
+    solve(freudenstein_roth(), {6.0, 5.0});
+    // Plain steps run away from here; the line search brings them back.
+    const System arctangent([](const Vector& x) { return Vector{std::atan(x[0])}; },
+                            [](const Vector& x) {
+                                const double slope = 1.0 / (1.0 + x[0] * x[0]);
+                                return Matrix(1, 1, &slope);
+                            });
+    solve(arctangent, {3.0});
+}
+
+TEST(NewtonLineSearch, EveryCode) {
+    const auto code = [](System system, Vector start, Vector* end = nullptr, int most = 50) {
+        ERNewtonMSolverWithBackTracking solver(&system, 0.0, most);
+        const int result = solver.Resoudre(start, 0.0);
+        if (end != nullptr) *end = start;
+        return result;
+    };
+    Vector x;
+    EXPECT_EQ(code(line(1.0), {3.0}), BackTrackingStatus_at_root);
+    EXPECT_EQ(code(line(1.0), {9.0}), BackTrackingStatus_converged);
+    EXPECT_EQ(code(line(0.0), {9.0}), BackTrackingStatus_at_root); // zero everywhere
+    const auto constant_jacobian = [](double slope) {
+        return [slope](const Vector&) { return Matrix(1, 1, &slope); };
+    };
+    const System flat([](const Vector&) { return Vector{1.0}; }, constant_jacobian(0.0));
+    EXPECT_EQ(code(flat, {9.0}, &x), BackTrackingStatus_singular);
+    EXPECT_EQ(x[0], 9.0);
+    // A wrong Jacobian points uphill: no step length helps.
+    const System uphill([](const Vector& v) { return Vector{1.0 + v[0]}; },
+                        constant_jacobian(-1.0));
+    EXPECT_EQ(code(uphill, {1.0}, &x), BackTrackingStatus_stopped);
+    EXPECT_EQ(x[0], 1.0);
+    const System slight([](const Vector& v) { return Vector{1e-4 * (1.0 + v[0])}; },
+                        constant_jacobian(-1e-4));
+    EXPECT_EQ(code(slight, {1.0}), BackTrackingStatus_spurious);
+    // So steep that the last place of x is more than a root may be off.
+    const System steep([](const Vector& v) { return Vector{1e9 * (v[0] * v[0] - 2.0)}; },
+                       [](const Vector& v) {
+                           const double slope = 2e9 * v[0];
+                           return Matrix(1, 1, &slope);
+                       });
+    EXPECT_EQ(code(steep, {1.0}, &x), BackTrackingStatus_short_step);
+    EXPECT_NEAR(x[0], std::sqrt(2.0), 1e-15);
+    EXPECT_EQ(code(rosenbrock(), {-1.2, 1.0}, &x, 1), BackTrackingStatus_limit);
+    EXPECT_EQ(x[0], -1.2); // as given
+    EXPECT_EQ(code(rosenbrock(), {-1.2, 1.0}, nullptr, 0), BackTrackingStatus_limit);
+    // A residual that is no number is no root.
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const System undefined([nan](const Vector&) { return Vector{nan}; }, constant_jacobian(1.0));
+    EXPECT_NE(code(undefined, {1.0}), BackTrackingStatus_at_root);
+}
+
+TEST(NewtonLineSearch, CountsGoOnFromCallToCall) {
+    System system = rosenbrock();
+    ERNewtonMSolverWithBackTracking solver(&system, 0.0, 20);
+    Vector x{-1.2, 1.0};
+    EXPECT_EQ(solver.Resoudre(x, 0.0), BackTrackingStatus_converged);
+    const int before = solver.getNBIter();
+    solver.SetMaxIter(before);
+    Vector again{-1.2, 1.0};
+    EXPECT_EQ(solver.Resoudre(again, 0.0), BackTrackingStatus_limit);
+    EXPECT_EQ(solver.getNBIter(), before);
+}
+
+} // namespace
