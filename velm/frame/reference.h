@@ -30,6 +30,17 @@ public:
         return static_cast<unsigned int>(count.fetch_sub(1, std::memory_order_seq_cst));
     }
 
+    /// addReference by the maker of a fresh object that nobody else knows yet: no atomic step.
+    void addFirstReference() { count.store(0, std::memory_order_relaxed); }
+
+    /// removeReference by a holder; whether the last reference has just gone. A holder who is alone
+    /// takes no atomic step: nobody is left who could add a reference.
+    bool removeAndTestLast() {
+        if (count.load(std::memory_order_acquire) != 0) return removeReference() == 0;
+        count.store(-1, std::memory_order_relaxed);
+        return true;
+    }
+
     long references() const { return static_cast<long>(load()) + 1; }
 
     /// The test that precedes writing in place: acquire order, so that what other owners did before

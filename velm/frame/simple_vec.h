@@ -42,15 +42,15 @@ public:
     /// An empty array on the body that all such handles share.
     ERSimpleVec() noexcept : ERSimpleVec(ERVecRep::nullref_) {}
     /// n zeroed elements.
-    explicit ERSimpleVec(int n) : ERSimpleVec(ERVecRep::getRep(bytes(n), 0)) {}
+    explicit ERSimpleVec(int n) : ERSimpleVec(Fresh{ERVecRep::getRep(bytes(n), 0)}) {}
     /// n copies of a value.
     ERSimpleVec(int n, const T& value)
-        : ERSimpleVec(ERVecRep::getRep(bytes(n) / sizeof(T), sizeof(T), &value)) {}
+        : ERSimpleVec(Fresh{ERVecRep::getRep(bytes(n) / sizeof(T), sizeof(T), &value)}) {}
     ERSimpleVec(std::initializer_list<T> values)
-        : ERSimpleVec(ERVecRep::getRep(values.begin(), values.size() * sizeof(T))) {}
+        : ERSimpleVec(Fresh{ERVecRep::getRep(values.begin(), values.size() * sizeof(T))}) {}
     /// A copy of the elements of a span.
     explicit ERSimpleVec(std::span<const T> values)
-        : ERSimpleVec(ERVecRep::getRep(values.data(), values.size_bytes())) {}
+        : ERSimpleVec(Fresh{ERVecRep::getRep(values.data(), values.size_bytes())}) {}
     /// A handle on this body: adds a reference.
     explicit ERSimpleVec(ERVecRep* rep) noexcept : elements_(static_cast<T*>(rep->data())) {
         rep->addReference();
@@ -195,10 +195,18 @@ protected:
         if (!body()->isUnshared()) attach(body()->duplicate());
     }
     static void release(ERVecRep* rep) noexcept {
-        if (rep->removeReference() == 0) rep->free();
+        if (rep->removeAndTestLast()) rep->free();
     }
 
 private:
+    /// A body that was made for this handle and that no other knows.
+    struct Fresh {
+        ERVecRep* rep;
+    };
+    explicit ERSimpleVec(Fresh fresh) noexcept : elements_(static_cast<T*>(fresh.rep->data())) {
+        fresh.rep->addFirstReference();
+    }
+
     void grow_to(int n) { attach(ERVecRep::clone(body(), bytes(n))); }
 
     static void copy_bits(void* to, const void* from) { std::memcpy(to, from, sizeof(T)); }

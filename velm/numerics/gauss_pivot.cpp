@@ -1,5 +1,6 @@
 #include "velm/numerics/gauss_pivot.h"
 
+#include "velm/numerics/detail/small_size.h"
 #include "velm/numerics/matrix.h"
 
 #include <algorithm>
@@ -9,12 +10,18 @@
 namespace velm::detail {
 namespace {
 
-int pivot_row(const double* m, int rows, int columns, int k) {
+/// An element's place in a row-major array. Sizes are an int or a constant, see with_size.
+template <class Size>
+std::size_t at(Size columns, int i, int j) {
+    return std::size_t(columns) * std::size_t(i) + std::size_t(j);
+}
+
+template <class Rows, class Columns>
+int pivot_row(const double* m, Rows rows, Columns columns, int k) {
     int winner = k;
-    double largest = std::fabs(m[std::size_t(columns) * std::size_t(k) + std::size_t(k)]);
+    double largest = std::fabs(m[at(columns, k, k)]);
     for (int i = k + 1; i < rows; ++i) {
-        const double candidate =
-            std::fabs(m[std::size_t(columns) * std::size_t(i) + std::size_t(k)]);
+        const double candidate = std::fabs(m[at(columns, i, k)]);
         if (candidate > largest) {
             largest = candidate;
             winner = i;
@@ -23,35 +30,21 @@ int pivot_row(const double* m, int rows, int columns, int k) {
     return winner;
 }
 
-void eliminate_below(double* m, int rows, int columns, int k) {
-    const double* __restrict const pivot_line = m + std::size_t(columns) * std::size_t(k);
-    double* line = m + std::size_t(columns) * std::size_t(k);
+template <class Rows, class Columns>
+void eliminate_below(double* m, Rows rows, Columns columns, int k) {
+    const double* __restrict const pivot_line = m + at(columns, k, 0);
     for (int i = k + 1; i < rows; ++i) {
-        line += columns;
+        double* __restrict const line = m + at(columns, i, 0); // never the pivot's line
         const double multiplier = line[k] / pivot_line[k];
         line[k] = multiplier;
-        double* __restrict const target = line; // never the pivot's line
         for (int j = k + 1; j < columns; ++j)
-            target[j] -= multiplier * pivot_line[j];
+            line[j] -= multiplier * pivot_line[j];
     }
 }
 
-void substitute_back(double* m, int n, int columns, int j) {
-    const auto at = [m, columns](int i, int l) -> double& {
-        return m[std::size_t(columns) * std::size_t(i) + std::size_t(l)];
-    };
-    at(n - 1, j) /= at(n - 1, n - 1);
-    for (int i = n - 2; i >= 0; --i) {
-        double sum = 0.0;
-        for (int l = i + 1; l < n; ++l)
-            sum += at(i, l) * at(l, j);
-        at(i, j) = (at(i, j) - sum) / at(i, i);
-    }
-}
-
-} // namespace
-
-int gauss_pivot(double* m, int rows, int columns, int* perm, int& swaps, double tolerance) {
+/// The factors of the first columns; whatever stands right of them goes through the same steps.
+template <class Rows, class Columns>
+int factorise(double* m, Rows rows, Columns columns, int* perm, int& swaps, double tolerance) {
     swaps = 0;
     for (int i = 0; i < rows; ++i)
         perm[i] = i;
@@ -61,16 +54,35 @@ int gauss_pivot(double* m, int rows, int columns, int* perm, int& swaps, double 
         const int winner = pivot_row(m, rows, columns, k);
         if (winner != k) {
             std::swap(perm[k], perm[winner]);
-            double* line = m + std::size_t(columns) * std::size_t(k);
-            std::swap_ranges(line, line + columns, m + std::size_t(columns) * std::size_t(winner));
+            double* const line = m + at(columns, k, 0);
+            std::swap_ranges(line, line + columns, m + at(columns, winner, 0));
             ++swaps;
         }
-        pivot = m[std::size_t(columns) * std::size_t(k) + std::size_t(k)];
+        pivot = m[at(columns, k, k)];
         if (tolerance > std::fabs(pivot)) return 0;
         eliminate_below(m, rows, columns, k);
     }
-    if (tolerance > std::fabs(pivot)) return 0;
-    for (int j = rows; j < columns; ++j)
+    return tolerance > std::fabs(pivot) ? 0 : 1;
+}
+
+void substitute_back(double* m, int n, int columns, int j) {
+    m[at(columns, n - 1, j)] /= m[at(columns, n - 1, n - 1)];
+    for (int i = n - 2; i >= 0; --i) {
+        double sum = 0.0;
+        for (int l = i + 1; l < n; ++l)
+            sum += m[at(columns, i, l)] * m[at(columns, l, j)];
+        m[at(columns, i, j)] = (m[at(columns, i, j)] - sum) / m[at(columns, i, i)];
+    }
+}
+
+} // namespace
+
+int gauss_pivot(double* m, int rows, int columns, int* perm, int& swaps, double tolerance) {
+    if (rows == columns)
+        return with_size(
+            rows, [=, &swaps](auto n) { return factorise(m, n, n, perm, swaps, tolerance); });
+    if (!factorise(m, rows, columns, perm, swaps, tolerance)) return 0;
+    for (int j = rows; j < columns && rows > 0; ++j)
         substitute_back(m, rows, columns, j);
     return 1;
 }

@@ -1,79 +1,62 @@
 #include "velm/numerics/lu_decomposition.h"
 
+#include "velm/numerics/detail/small_size.h"
 #include "velm/numerics/gauss_pivot.h"
 
 #include <algorithm>
+#include <cassert>
+#include <cstddef>
 #include <ostream>
 
 ERLUDecomp::ERLUDecomp(const ERMatrix<double>& m)
-    : ERMatrix<double>(m.rows(), m.columns(), m.view().data()), original(m) {
+    : ERMatrix<double>(m.rows(), m.columns(), m.view().data()), original(m), permutation(m.rows()) {
     decompose();
 }
 
 ERLUDecomp& ERLUDecomp::operator=(const ERMatrix<double>& m) {
     ERMatrix<double>::operator=(m);
     original = m;
+    permutation = ERSimpleVec<int>(rows());
     decompose();
     return *this;
 }
 
 void ERLUDecomp::decompose() {
-    permutation = ERSimpleVec<int>(rows());
     singular = !velm::detail::gauss_pivot(data(), rows(), columns(), permutation.data(), swaps,
                                           pivot_tolerance);
 }
 
 ERMatrix<double> ERLUDecomp::L() const {
-    ERMatrix<double> result(rows(), columns());
+    ERMatrix<double> result(rows(), rows());
     for (int i = 0; i < rows(); ++i) {
         for (int j = 0; j < std::min(i, columns()); ++j)
             result(i, j) = (*this)(i, j);
-        if (i < columns()) result(i, i) = 1.0;
+        result(i, i) = 1.0;
     }
     return result;
 }
 
 ERMatrix<double> ERLUDecomp::U() const {
-    ERMatrix<double> result(rows(), columns());
+    ERMatrix<double> result(rows(), rows());
     for (int i = 0; i < rows(); ++i)
-        for (int j = i; j < columns(); ++j)
+        for (int j = i; j < std::min(rows(), columns()); ++j)
             result(i, j) = (*this)(i, j);
     return result;
 }
 
 ERMatrix<double> ERLUDecomp::P() const {
-    ERMatrix<double> result(rows(), columns());
+    ERMatrix<double> result(rows(), rows());
     for (int i = 0; i < rows(); ++i)
-        if (permutation[i] < columns()) result(i, permutation[i]) = 1.0;
+        result(i, permutation[i]) = 1.0;
     return result;
 }
 
-void ERLUDecomp::substitute(double* x, int right_hand_sides) const {
-    const int n = columns();
-    const double* const lu = view().data();
-    const std::size_t width = std::size_t(right_hand_sides);
-    const auto factor = [lu, n](int i, int k) {
-        return lu[std::size_t(n) * std::size_t(i) + std::size_t(k)];
-    };
-    const auto row = [x, width](int i) { return x + width * std::size_t(i); };
-    for (int k = 0; k < n; ++k)
-        for (int i = k + 1; i < n; ++i)
-            for (int j = 0; j < right_hand_sides; ++j)
-                row(i)[j] -= factor(i, k) * row(k)[j];
-    for (int j = 0; j < right_hand_sides; ++j) {
-        for (int i = n - 1; i >= 0; --i) {
-            double value = row(i)[j];
-            for (int k = i + 1; k < n; ++k)
-                value -= factor(i, k) * row(k)[j];
-            row(i)[j] = value / factor(i, i);
-        }
-    }
-}
+namespace {
 
-/// One right-hand side: the same terms in the same order for each unknown, row by row.
-void ERLUDecomp::substitute(double* x) const {
-    const int n = columns();
-    const double* line = view().data();
+/// Forward and back substitution in place, on the packed factors of a square matrix.
+template <class Size>
+void substitute(const double* lu, Size n, double* x) {
+    const double* line = lu;
     for (int i = 0; i < n; ++i, line += n) {
         double value = x[i];
         for (int k = 0; k < i; ++k)
@@ -89,6 +72,30 @@ void ERLUDecomp::substitute(double* x) const {
     }
 }
 
+/// The same for a row of right-hand sides: the same terms in the same order for each unknown.
+void substitute(const double* lu, int n, double* x, int right_hand_sides) {
+    const std::ptrdiff_t width = right_hand_sides;
+    const auto subtract = [x, width](int from, double factor, int what) {
+        double* __restrict const target = x + width * from;
+        const double* __restrict const source = x + width * what;
+        for (std::ptrdiff_t j = 0; j < width; ++j)
+            target[j] -= factor * source[j];
+    };
+    const double* line = lu;
+    for (int i = 0; i < n; ++i, line += n)
+        for (int k = 0; k < i; ++k)
+            subtract(i, line[k], k);
+    for (int i = n - 1; i >= 0; --i) {
+        line -= n;
+        for (int k = i + 1; k < n; ++k)
+            subtract(i, line[k], k);
+        for (std::ptrdiff_t j = 0; j < width; ++j)
+            x[width * i + j] /= line[i];
+    }
+}
+
+} // namespace
+
 double determinant(const ERLUDecomp& lu) {
     double result = lu.swaps % 2 != 0 ? -1.0 : 1.0;
     for (int i = 0; i < std::min(lu.rows(), lu.columns()); ++i)
@@ -97,25 +104,29 @@ double determinant(const ERLUDecomp& lu) {
 }
 
 ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b) {
+    assert(lu.rows() == lu.columns() && b.rows() == lu.rows());
     ERMatrix<double> x(b);
     double* const out = x.data();
     for (int i = 0; i < lu.rows(); ++i) {
         const int source = lu.permutation[i];
-        if (source != i)
-            std::ranges::copy(b.row(source), out + std::size_t(b.columns()) * std::size_t(i));
+        if (source != i) std::ranges::copy(b.row(source), out + std::ptrdiff_t(b.columns()) * i);
     }
-    lu.substitute(out, b.columns());
+    substitute(lu.view().data(), lu.columns(), out, b.columns());
     return x;
 }
 
 ERVec<double> solve(const ERLUDecomp& lu, const ERVec<double>& b) {
-    ERVec<double> x(b.size());
+    assert(lu.rows() == lu.columns() && b.size() == lu.rows());
+    ERVec<double> x(b.view());
     double* const out = x.data();
-    const auto in = b.view();
-    const auto source = lu.permutation.view();
-    for (std::size_t i = 0; i < source.size(); ++i)
-        out[i] = in[std::size_t(source[i])];
-    lu.substitute(out);
+    const double* const in = b.view().data();
+    const int* const source = lu.permutation.view().data();
+    const double* const factors = lu.view().data();
+    velm::detail::with_size(lu.columns(), [=](auto n) {
+        for (int i = 0; i < n; ++i)
+            out[i] = in[source[i]];
+        substitute(factors, n, out);
+    });
     return x;
 }
 

@@ -4,9 +4,9 @@
 #include "velm/export.h"
 #include "velm/numerics/matrix.h"
 
-/// P * A = L * U by elimination with row pivoting (see gauss_pivot.h); the inherited matrix holds
-/// the packed factors. A pivot below 1e-20, absolute and not scaled by the matrix, stops the
-/// elimination and makes the object singular.
+/// P * A = L * U of a square matrix by elimination with row pivoting (see gauss_pivot.h); the
+/// inherited matrix holds the packed factors. A pivot below 1e-20, absolute and not scaled by the
+/// matrix, stops the elimination and makes the object singular.
 ///
 /// solve, inverse and determinant do not test that: ask isSingular() first. A singular object still
 /// answers, from a partly reduced matrix: intended.
@@ -14,7 +14,8 @@ class VELM_API ERLUDecomp : public ERMatrix<double> {
 public:
     static constexpr double pivot_tolerance = 1e-20;
 
-    explicit ERLUDecomp(const ERMatrix<double>& m);
+    /// Eliminates. Implicit, so that inverse(m) and determinant(m) say what they do.
+    ERLUDecomp(const ERMatrix<double>& m);
     ERLUDecomp(const ERLUDecomp&) = default;
     ERLUDecomp& operator=(const ERLUDecomp&) = default;
     /// Lets the old factors go and eliminates again.
@@ -22,11 +23,13 @@ public:
 
     int isSingular() const { return singular; }
 
+    // As many columns as rows, whatever the input has.
+
     /// The unit lower factor.
     ERMatrix<double> L() const;
     /// The upper factor.
     ERMatrix<double> U() const;
-    /// The permutation: P(i, permutation[i]) is 1.0.
+    /// The permutation: P(i, j) is 1.0 where row j of the input ended in row i.
     ERMatrix<double> P() const;
 
     /// The matrix as it was given.
@@ -38,9 +41,6 @@ public:
 
 private:
     void decompose();
-    /// Forward and back substitution of the permuted right-hand sides, in place.
-    void substitute(double* x, int right_hand_sides) const;
-    void substitute(double* x) const;
 
     ERMatrix<double> original;
     ERSimpleVec<int> permutation;
@@ -50,7 +50,7 @@ private:
 
 /// The product of the pivots in row order, with the sign of the row exchanges.
 VELM_API double determinant(const ERLUDecomp& lu);
-/// The solution of A X = B; REQUIRES B to have as many rows as A.
+/// The solution of A X = B; REQUIRES A to be square and B to have as many rows.
 VELM_API ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b);
 VELM_API ERVec<double> solve(const ERLUDecomp& lu, const ERVec<double>& b);
 /// Solves against a zero vector.
