@@ -171,6 +171,14 @@ public:
     ERVecRep* rep() const { return body(); }
 
 protected:
+    /// A body that was made for this handle and that no other knows.
+    struct Fresh {
+        ERVecRep* rep;
+    };
+    explicit ERSimpleVec(Fresh fresh) noexcept : elements_(static_cast<T*>(fresh.rep->data())) {
+        fresh.rep->addFirstReference();
+    }
+
     static std::size_t bytes(int n) {
         assert(n >= 0);
         return static_cast<std::size_t>(n) * sizeof(T);
@@ -199,14 +207,6 @@ protected:
     }
 
 private:
-    /// A body that was made for this handle and that no other knows.
-    struct Fresh {
-        ERVecRep* rep;
-    };
-    explicit ERSimpleVec(Fresh fresh) noexcept : elements_(static_cast<T*>(fresh.rep->data())) {
-        fresh.rep->addFirstReference();
-    }
-
     void grow_to(int n) { attach(ERVecRep::clone(body(), bytes(n))); }
 
     static void copy_bits(void* to, const void* from) { std::memcpy(to, from, sizeof(T)); }

@@ -109,7 +109,9 @@ private:
     static ERVecRep* allocate(std::size_t capacity);
     void deallocate();
     void* storage() { return this + 1; }
-    void occupy(std::size_t bytes);
+    ERVecRep* occupy(std::size_t bytes, int noInit);
+    static ERVecRep* getUnusualRep(std::size_t bytes, int noInit);
+    void freeUnusual();
 
     static EmptyBody empty_body;
 

@@ -35,43 +35,53 @@ struct ERVecRepCache::Entry : ERMemoryPool {
     }
 };
 
-// The way of a body in and out, in one piece: it is the hot path of every temporary array.
+// The way of a body in and out is the hot path of every temporary array: the usual steps stand in
+// one piece without a call, and whatever is unusual leaves by one jump to a function of its own.
 
-inline ERVecRepCache::Entry* ERVecRepCache::entry(std::size_t capacity) noexcept {
-    if (capacity > largestCached) return nullptr;
-    if (capacity % index_step == 0) [[likely]] {
-        Entry* const known = index_[capacity / index_step];
-        if (known != nullptr) [[likely]]
-            return known;
-    }
-    return find_or_make(capacity);
+inline ERVecRepCache::Entry* ERVecRepCache::known_entry(std::size_t capacity) const noexcept {
+    if (capacity > largestCached || capacity % index_step != 0) [[unlikely]]
+        return nullptr;
+    return index_[capacity / index_step];
 }
 
-inline ERVecRep* ERVecRepCache::take(std::size_t capacity) {
-    Entry* const bodies = entry(capacity);
-    if (bodies == nullptr || bodies->chain == nullptr) {
-        ++misses;
-        return nullptr;
-    }
+inline ERVecRepCache::Entry* ERVecRepCache::entry(std::size_t capacity) noexcept {
+    Entry* const known = known_entry(capacity);
+    return known != nullptr || capacity > largestCached ? known : find_or_make(capacity);
+}
+
+inline ERVecRep* ERVecRepCache::take_from(Entry* bodies) {
     ERVecRep* const body = bodies->pop();
     ++hits;
-    cachedBytes -= capacity;
+    cachedBytes -= bodies->capacity;
     --cachedCount;
     if (cachedBytes == 0) cachedCount = 0;
     return body;
 }
 
-inline void ERVecRepCache::put(ERVecRep* body) {
-    if (cachedCount > countLimit || cachedBytes > byteLimit) [[unlikely]]
-        flush();
-    Entry* const bodies = entry(body->capacity_);
-    if (bodies == nullptr) {
-        body->deallocate();
-        return;
-    }
-    cachedBytes += body->capacity_;
+inline bool ERVecRepCache::is_over() const {
+    return cachedCount > countLimit || cachedBytes > byteLimit;
+}
+
+inline void ERVecRepCache::put_into(Entry* bodies, ERVecRep* body) {
+    cachedBytes += bodies->capacity;
     ++cachedCount;
     bodies->push(body);
+}
+
+ERVecRep* ERVecRepCache::take(std::size_t capacity) {
+    Entry* const bodies = entry(capacity);
+    if (bodies != nullptr && bodies->chain != nullptr) return take_from(bodies);
+    ++misses;
+    return nullptr;
+}
+
+void ERVecRepCache::put(ERVecRep* body) {
+    if (is_over()) flush();
+    Entry* const bodies = entry(body->capacity_);
+    if (bodies != nullptr)
+        put_into(bodies, body);
+    else
+        body->deallocate();
 }
 
 std::size_t ERVecRep::adjustCapacity(std::size_t bytes) {
@@ -98,31 +108,61 @@ void ERVecRep::deallocate() {
     ::operator delete[](static_cast<void*>(this));
 }
 
-/// Makes a fresh body of a free one: its storage holds nothing yet.
-inline void ERVecRep::occupy(std::size_t bytes) {
-    data_ = storage();
+/// The capacity that most bodies have.
+static constexpr std::size_t common_capacity = 64;
+
+/// Makes a body of a free one: its storage holds zeros, or nothing yet with noInit.
+inline ERVecRep* ERVecRep::occupy(std::size_t bytes, int noInit) {
+    void* const first = storage();
+    data_ = first;
     length_ = bytes;
-    make_fresh(data_, bytes);
-    poison(static_cast<std::byte*>(data_) + bytes, capacity_ - bytes);
+    if (noInit == 0) {
+        expose(first, capacity_);
+        if (capacity_ == common_capacity) [[likely]]
+            std::memset(first, 0, common_capacity); // without a call
+        else
+            std::memset(first, 0, capacity_);
+    } else {
+        make_fresh(first, bytes);
+    }
+    poison(static_cast<std::byte*>(first) + bytes, capacity_ - bytes);
+    return this;
 }
 
 ERVecRep* ERVecRep::getRep(std::size_t bytes, int noInit) {
+    const velmThreadLocalData* const data = velm::detail::thread_record.data;
+    if (data != nullptr && data->repCache != nullptr && bytes <= ERVecRepCache::largestCached)
+        [[likely]] {
+        ERVecRepCache* const cache = data->repCache;
+        ERVecRepCache::Entry* const bodies = cache->known_entry(adjustCapacity(bytes));
+        if (bodies != nullptr && bodies->chain != nullptr) [[likely]]
+            return cache->take_from(bodies)->occupy(bytes, noInit);
+    }
+    return getUnusualRep(bytes, noInit);
+}
+
+ERVecRep* ERVecRep::getUnusualRep(std::size_t bytes, int noInit) {
     if (bytes > static_cast<std::size_t>(PTRDIFF_MAX)) throw std::bad_array_new_length();
     const std::size_t capacity = adjustCapacity(bytes);
     ERVecRepCache* const cache = velm::detail::thread_rep_cache();
     ERVecRep* rep = cache != nullptr ? cache->take(capacity) : nullptr;
     if (rep == nullptr) rep = allocate(capacity);
-    if (noInit == 0) {
-        expose(rep->storage(), capacity);
-        std::memset(rep->storage(), 0, capacity);
-    }
-    rep->occupy(bytes);
-    if (noInit == 0) expose(rep->data_, bytes);
-    return rep;
+    return rep->occupy(bytes, noInit);
 }
 
 void ERVecRep::free() {
     assert(this != nullref_);
+    const velmThreadLocalData* const data = velm::detail::thread_record.data;
+    if (data != nullptr && data->repCache != nullptr) [[likely]] {
+        ERVecRepCache* const cache = data->repCache;
+        ERVecRepCache::Entry* const bodies = cache->known_entry(capacity_);
+        if (bodies != nullptr && !cache->is_over()) [[likely]]
+            return cache->put_into(bodies, this);
+    }
+    freeUnusual();
+}
+
+void ERVecRep::freeUnusual() {
     ERVecRepCache* const cache = velm::detail::thread_rep_cache();
     if (cache != nullptr) {
         cache->put(this);

@@ -49,6 +49,13 @@ private:
     Entry* entry(std::size_t capacity) noexcept;
     Entry* find_or_make(std::size_t capacity) noexcept;
 
+    // The usual way: the entry of a capacity that is found without a search, else null; a body of
+    // an entry that has one; whether a limit is passed; a body into its entry.
+    Entry* known_entry(std::size_t capacity) const noexcept;
+    ERVecRep* take_from(Entry* bodies);
+    bool is_over() const;
+    void put_into(Entry* bodies, ERVecRep* body);
+
     Entry* buckets_[bucket_count] = {};
     // The entries of the capacities that the default tuning makes, found without a search.
     Entry* index_[index_size] = {};

@@ -43,8 +43,9 @@ void ERMatrix<T>::restoreGuts(ERFile& file) {
     ERVecRep* const rep = ERVecRep::getRep(file);
     if (rep == nullptr) return;
     const ERVec<T> read(rep); // owns the body, so that a refused one goes back
-    const long long expected = static_cast<long long>(rows) * columns;
-    if (rows < 0 || columns < 0 || read.size() != expected) return;
+    if (rows < 0 || columns < 0) return;
+    const unsigned long long elements = static_cast<unsigned long long>(rows) * unsigned(columns);
+    if (rep->length() % sizeof(T) != 0 || rep->length() / sizeof(T) != elements) return;
     ERVec<T>::operator=(read);
     rows_ = rows;
     columns_ = columns;
@@ -64,7 +65,7 @@ namespace {
 template <class Combine>
 ERMatrix<double> by_element(const ERMatrix<double>& a, const ERMatrix<double>& b, Combine combine) {
     assert(a.rows() == b.rows() && a.columns() == b.columns());
-    ERMatrix<double> result(a.rows(), a.columns());
+    ERMatrix<double> result = ERMatrix<double>::unfilled(a.rows(), a.columns());
     std::ranges::transform(a.view(), b.view(), result.writable().begin(), combine);
     return result;
 }
@@ -121,7 +122,7 @@ ERMatrix<double> operator*(const ERMatrix<double>& a, double factor) {
 ERMatrix<double> operator*(double factor, const ERMatrix<double>& a) { return a * factor; }
 
 ERMatrix<double> operator%(const ERVec<double>& a, const ERVec<double>& b) {
-    ERMatrix<double> result(a.size(), b.size());
+    ERMatrix<double> result = ERMatrix<double>::unfilled(a.size(), b.size());
     const auto out = result.writable();
     std::size_t next = 0;
     for (const double x : a.view())
@@ -133,7 +134,7 @@ ERMatrix<double> operator%(const ERVec<double>& a, const ERVec<double>& b) {
 } // namespace QuickAlgebra
 
 ERMatrix<double> transposed(const ERMatrix<double>& m) {
-    ERMatrix<double> result(m.columns(), m.rows());
+    ERMatrix<double> result = ERMatrix<double>::unfilled(m.columns(), m.rows());
     const auto out = result.writable();
     std::size_t next = 0;
     for (int j = 0; j < m.columns(); ++j)
@@ -144,20 +145,23 @@ ERMatrix<double> transposed(const ERMatrix<double>& m) {
 
 ERMatrix<double> IdentityMatrix(int n) {
     ERMatrix<double> result(n, n);
-    for (int i = 0; i < n; ++i)
-        result(i, i) = 1.0;
+    double* const out = result.data();
+    for (std::ptrdiff_t i = 0; i < n; ++i)
+        out[i * n + i] = 1.0;
     return result;
 }
 
 ERMatrix<double> Hilbert(int n) {
-    ERMatrix<double> result(n, n);
+    ERMatrix<double> result = ERMatrix<double>::unfilled(n, n);
+    double* out = result.data();
     for (int i = 0; i < n; ++i)
         for (int j = 0; j < n; ++j)
-            result(i, j) = 1.0 / (i + j + 1);
+            *out++ = 1.0 / (i + j + 1);
     return result;
 }
 
 ERMatrix<double> MatrixCholesky(const ERMatrix<double>& m) {
+    assert(m.rows() <= m.columns());
     const int n = m.rows();
     ERMatrix<double> lower = IdentityMatrix(n);
     double* const l = lower.data();
@@ -177,14 +181,16 @@ ERMatrix<double> MatrixCholesky(const ERMatrix<double>& m) {
 }
 
 void CopyTriInfToTriSup(ERMatrix<double>& m) {
-    for (int i = 0; i < m.rows(); ++i)
-        for (int j = i + 1; j < m.columns(); ++j)
+    const int n = std::min(m.rows(), m.columns());
+    for (int i = 0; i < n; ++i)
+        for (int j = i + 1; j < n; ++j)
             m(i, j) = std::as_const(m)(j, i);
 }
 
 void CopyTriSupToTriInf(ERMatrix<double>& m) {
-    for (int i = 0; i < m.rows(); ++i)
-        for (int j = i + 1; j < m.columns(); ++j)
+    const int n = std::min(m.rows(), m.columns());
+    for (int i = 0; i < n; ++i)
+        for (int j = i + 1; j < n; ++j)
             m(j, i) = std::as_const(m)(i, j);
 }
 

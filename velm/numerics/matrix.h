@@ -29,6 +29,10 @@ public:
     ERMatrix(int rows, int columns, const T* values)
         : ERVec<T>(std::span<const T>(values, std::size_t(area(rows, columns)))), columns_(columns),
           rows_(rows) {}
+    /// rows x columns elements that hold nothing yet, for whoever writes them all.
+    static ERMatrix unfilled(int rows, int columns) {
+        return ERMatrix(rows, columns, {ERVecRep::getRep(ERVec<T>::bytes(area(rows, columns)), 1)});
+    }
     ERMatrix(const ERMatrix&) noexcept = default;
     ERMatrix(ERMatrix&& other) noexcept { swap(other); }
     ERMatrix& operator=(const ERMatrix&) noexcept = default;
@@ -66,6 +70,9 @@ public:
     }
 
 private:
+    ERMatrix(int rows, int columns, typename ERVec<T>::Fresh fresh) noexcept
+        : ERVec<T>(fresh), columns_(columns), rows_(rows) {}
+
     static int area(int rows, int columns) {
         const long long n = static_cast<long long>(rows) * columns;
         if (rows < 0 || columns < 0 || n > 0x7fffffff) throw std::bad_array_new_length();

@@ -15,6 +15,20 @@ ERQuaternion interpolate(double t, const ERQuaternion& p, const ERQuaternion& q,
     return p * (std::sin((1.0 - t) * a - phase) / s) + q * (std::sin(t * a + phase) / s);
 }
 
+/// The nine elements of a rotation matrix, row by row.
+void write_rotation(const ERQuaternion& q, double* m) {
+    const double w = q[0], x = q[1], y = q[2], z = q[3];
+    m[0] = 1.0 - 2.0 * (z * z + y * y);
+    m[1] = 2.0 * (x * y - w * z);
+    m[2] = 2.0 * (x * z + w * y);
+    m[3] = 2.0 * (x * y + w * z);
+    m[4] = 1.0 - 2.0 * (z * z + x * x);
+    m[5] = 2.0 * (y * z - w * x);
+    m[6] = 2.0 * (x * z - w * y);
+    m[7] = 2.0 * (y * z + w * x);
+    m[8] = 1.0 - 2.0 * (y * y + x * x);
+}
+
 } // namespace
 
 ERQuaternion::ERQuaternion(const ERVector3D& axis, double angle) {
@@ -65,18 +79,18 @@ ERQuaternion::ERQuaternion(const ERMatrix<double>& m) {
 }
 
 ERMatrix<double> ERQuaternion::GetMatrix() const {
-    const double values[] = {1.0 - 2.0 * (z_ * z_ + y_ * y_), 2.0 * (x_ * y_ - w_ * z_),
-                             2.0 * (x_ * z_ + w_ * y_),       2.0 * (x_ * y_ + w_ * z_),
-                             1.0 - 2.0 * (z_ * z_ + x_ * x_), 2.0 * (y_ * z_ - w_ * x_),
-                             2.0 * (x_ * z_ - w_ * y_),       2.0 * (y_ * z_ + w_ * x_),
-                             1.0 - 2.0 * (y_ * y_ + x_ * x_)};
-    return ERMatrix<double>(3, 3, values);
+    ERMatrix<double> result = ERMatrix<double>::unfilled(3, 3);
+    write_rotation(*this, result.data());
+    return result;
 }
 
 ERVector3D operator*(const ERQuaternion& q, const ERVector3D& v) {
-    const ERMatrix<double> m = q.GetMatrix();
-    return ERVector3D::each(
-        [&](int i) { return m(i, 0) * v.i() + m(i, 1) * v.j() + m(i, 2) * v.k(); });
+    double m[9];
+    write_rotation(q, m);
+    return ERVector3D::each([&](int n) {
+        const double* const row = m + 3 * n;
+        return row[0] * v.i() + row[1] * v.j() + row[2] * v.k();
+    });
 }
 
 ERQuaternion ERQuaternion::Inverse() const {

@@ -32,10 +32,16 @@ void ERSerieStatistic::append(double value, double weight, double lower, double 
 }
 
 void ERSerieStatistic::capacity(int n) {
-    if (n > size() && n != ERVec<double>::capacity()) reserve(n);
+    if (n > size() && n != capacity()) reserve(n);
 }
 
-void ERSerieStatistic::reset() { *this = ERSerieStatistic(); }
+void ERSerieStatistic::reset() {
+    ERVec<double> values;
+    values.swap(*this);
+    values.resize(0);
+    *this = ERSerieStatistic();
+    values.swap(*this);
+}
 
 double ERSerieStatistic::standard_deviation() const { return std::sqrt(std::fabs(variance_)); }
 

@@ -31,9 +31,11 @@ public:
     /// 0.0001 outside or inside of them.
     void append(double value, double weight, double lower, double upper);
 
+    using ERVec<double>::capacity;
     /// Makes room for n values, only ever more than there is.
     void capacity(int n);
-    /// Takes all values out and clears the statistics and the type.
+    /// Takes all values out and clears the statistics and the type. Keeps the room of an array that
+    /// no other handle shares.
     void reset();
 
     int length() const { return size(); }

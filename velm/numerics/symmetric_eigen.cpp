@@ -1,34 +1,34 @@
 #include "velm/numerics/symmetric_eigen.h"
 
+#include "velm/frame/thread_data.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <vector>
+#include <new>
+#include <utility>
 
 namespace Mgc {
 
-/// What the objects that were assigned from one another own together.
-struct Eigen::Arrays {
-    explicit Arrays(std::size_t n) : values(n * n + 2 * n), rows(n) {
-        for (std::size_t i = 0; i < n; ++i)
-            rows[i] = values.data() + n * i;
-    }
-    std::vector<double> values; // the matrix row by row, the diagonal, the subdiagonal
-    std::vector<double*> rows;
-};
+namespace {
 
-Eigen::Eigen(int n)
-    : size(n), matrix(nullptr), diagonal(nullptr), subdiagonal(nullptr),
-      arrays(std::make_shared<Arrays>(std::size_t(std::max(n, 0)))) {
-    const std::size_t entries = std::size_t(std::max(n, 0));
-    matrix = arrays->rows.data();
-    diagonal = arrays->values.data() + entries * entries;
-    subdiagonal = diagonal + entries;
+/// The number of doubles in an object's arrays.
+int value_count(int n) {
+    constexpr int largest = 46339; // whose count still is an int
+    if (n > largest) throw std::bad_array_new_length();
+    return n > 0 ? n * n + 2 * n : 0;
 }
 
-Eigen::~Eigen() = default;
-Eigen::Eigen(const Eigen&) = default;
-Eigen& Eigen::operator=(const Eigen&) = default;
+} // namespace
+
+Eigen::Eigen(int n) : size(n), values(value_count(n)), rows(std::max(n, 0)) {
+    matrix = rows.data();
+    double* next = values.data();
+    for (int i = 0; i < n; ++i, next += n)
+        matrix[i] = next;
+    diagonal = next;
+    subdiagonal = next + std::max(n, 0);
+}
 
 void Eigen::SetMatrix(double** source) {
     for (int row = 0; row < size; ++row)
@@ -166,6 +166,22 @@ void reduce_full_4(double** mat, double* diag, double* subd) {
     }
 }
 
+/// product = A u for the symmetric A whose lower triangle the first n rows hold. Each element sums
+/// its terms in the order of u's index, though the triangle is gone through row by row.
+void multiply_lower(int n, const double* const* a, const double* __restrict u,
+                    double* __restrict product) {
+    for (int k = 0; k < n; ++k) {
+        const double* __restrict const row = a[k];
+        const double factor = u[k];
+        double sum = 0.0;
+        for (int j = 0; j < k; ++j)
+            sum += row[j] * u[j];
+        for (int j = 0; j < k; ++j)
+            product[j] += row[j] * factor;
+        product[k] = sum + row[k] * factor;
+    }
+}
+
 /// One Householder step on row i of the lower triangle. Returns the step's h, 0 where nothing was
 /// to be done.
 double reflect_row(int i, double** a, double* subd) {
@@ -191,40 +207,49 @@ double reflect_row(int i, double** a, double* subd) {
     h -= f * g;
     a[i][l] = f - g;
     const double inverse_h = 1.0 / h;
+    multiply_lower(l + 1, a, a[i], subd);
     double sum = 0.0;
     for (int j = 0; j <= l; ++j) {
         a[j][i] = inverse_h * a[i][j];
-        g = 0.0;
-        for (int k = 0; k <= j; ++k)
-            g += a[j][k] * a[i][k];
-        for (int k = j + 1; k <= l; ++k)
-            g += a[k][j] * a[i][k];
-        subd[j] = g * inverse_h;
+        subd[j] *= inverse_h;
         sum += subd[j] * a[i][j];
     }
     const double hh = sum * 0.5 * inverse_h;
+    const double* __restrict const u = a[i];
     for (int j = 0; j <= l; ++j) {
-        f = a[i][j];
+        f = u[j];
         g = subd[j] - hh * f;
         subd[j] = g;
+        double* __restrict const row = a[j];
         for (int k = 0; k <= j; ++k)
-            a[j][k] -= f * subd[k] + g * a[i][k];
+            row[k] -= f * subd[k] + g * u[k];
     }
     return h;
 }
 
+/// Applies the reflection of row i to the block of the first i rows and columns, all columns at
+/// once; s has room for i numbers.
+void apply_reflection(int i, double** a, double* __restrict s) {
+    std::fill_n(s, i, 0.0);
+    for (int k = 0; k < i; ++k) {
+        const double factor = a[i][k];
+        const double* __restrict const row = a[k];
+        for (int j = 0; j < i; ++j)
+            s[j] += factor * row[j];
+    }
+    for (int k = 0; k < i; ++k) {
+        double* __restrict const row = a[k];
+        const double factor = row[i];
+        for (int j = 0; j < i; ++j)
+            row[j] -= s[j] * factor;
+    }
+}
+
 /// Multiplies out the reflections that the rows of a hold, from the first row on.
 void accumulate_reflections(int n, double** a, double* diag) {
+    double* const s = GetThreadScratch(n);
     for (int i = 0; i < n; ++i) {
-        if (diag[i] != 0.0) {
-            for (int j = 0; j < i; ++j) {
-                double s = 0.0;
-                for (int k = 0; k < i; ++k)
-                    s += a[i][k] * a[k][j];
-                for (int k = 0; k < i; ++k)
-                    a[k][j] -= s * a[k][i];
-            }
-        }
+        if (diag[i] != 0.0) apply_reflection(i, a, s);
         diag[i] = a[i][i];
         a[i][i] = 1.0;
         for (int j = 0; j < i; ++j)
@@ -308,7 +333,22 @@ int end_of_block(int i0, int n, const double* diag, const double* subd) {
     return i2;
 }
 
-/// One implicit sweep with a Wilkinson-type shift over the block i0 .. i2.
+void transpose(int n, double** mat) {
+    for (int i = 1; i < n; ++i)
+        for (int j = 0; j < i; ++j)
+            std::swap(mat[i][j], mat[j][i]);
+}
+
+void rotate(int n, double* __restrict lower, double* __restrict upper, double sine, double cosine) {
+    for (int i = 0; i < n; ++i) {
+        const double f = upper[i];
+        upper[i] = sine * lower[i] + cosine * f;
+        lower[i] = cosine * lower[i] - sine * f;
+    }
+}
+
+/// One implicit sweep with a Wilkinson-type shift over the block i0 .. i2; mat holds the vectors as
+/// rows.
 void sweep(int i0, int i2, int n, double* diag, double* subd, double** mat) {
     double g = (diag[i0 + 1] - diag[i0]) / (2.0 * subd[i0]);
     double r = std::sqrt(g * g + 1.0);
@@ -337,16 +377,25 @@ void sweep(int i0, int i2, int n, double* diag, double* subd, double** mat) {
         p = sine * r;
         diag[i3 + 1] = g + p;
         g = cosine * r - b;
-        for (int i4 = 0; i4 < n; ++i4) {
-            double* row = mat[i4];
-            const double upper = row[i3 + 1];
-            row[i3 + 1] = sine * row[i3] + cosine * upper;
-            row[i3] = cosine * row[i3] - sine * upper;
-        }
+        rotate(n, mat[i3], mat[i3 + 1], sine, cosine);
     }
     diag[i0] = diag[i0] - p;
     subd[i0] = g;
     subd[i2] = 0.0;
+}
+
+/// The sweeps for all eigenvalues; false when one took too many.
+bool iterate(int size, double* diag, double* subd, double** mat) {
+    for (int i0 = 0; i0 < size; ++i0) {
+        int sweeps = 0;
+        for (; sweeps < kSweepLimit; ++sweeps) {
+            const int i2 = end_of_block(i0, size, diag, subd);
+            if (i2 == i0) break;
+            sweep(i0, i2, size, diag, subd, mat);
+        }
+        if (sweeps == kSweepLimit) return false;
+    }
+    return true;
 }
 
 /// Selection sort of the eigenvalues with their columns; before(a, b) is strict.
@@ -366,16 +415,10 @@ void selection_sort(int n, double* diag, double** mat, Before before) {
 } // namespace
 
 bool Eigen::QLAlgorithm(int size, double* diag, double* subd, double** mat) {
-    for (int i0 = 0; i0 < size; ++i0) {
-        int sweeps = 0;
-        for (; sweeps < kSweepLimit; ++sweeps) {
-            const int i2 = end_of_block(i0, size, diag, subd);
-            if (i2 == i0) break;
-            sweep(i0, i2, size, diag, subd, mat);
-        }
-        if (sweeps == kSweepLimit) return false;
-    }
-    return true;
+    transpose(size, mat); // a rotation then works on two rows instead of two columns
+    const bool done = iterate(size, diag, subd, mat);
+    transpose(size, mat);
+    return done;
 }
 
 void Eigen::DecreasingSort(int size, double* diag, double** mat) {

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "velm/export.h"
-
-#include <memory>
+#include "velm/frame/simple_vec.h"
 
 namespace Mgc {
 
@@ -22,16 +21,17 @@ namespace Mgc {
 /// reads. This is intended.
 class VELM_API Eigen {
 public:
+    /// A zero matrix; a size below 0 counts as 0 wherever memory is concerned.
     explicit Eigen(int size);
-    ~Eigen();
-    Eigen(const Eigen&);
-    Eigen& operator=(const Eigen&);
+    Eigen(const Eigen&) = default;
+    Eigen& operator=(const Eigen&) = default;
 
     double& Matrix(int row, int col) { return matrix[row][col]; }
     /// Copies size x size values in.
     void SetMatrix(double** source);
 
     double GetEigenvalue(int i) const { return diagonal[i]; }
+    double* GetEigenvalue() { return diagonal; }
     const double* GetEigenvalue() const { return diagonal; }
     double GetEigenvector(int row, int col) const { return matrix[row][col]; }
     double** GetEigenvector() { return matrix; }
@@ -73,8 +73,10 @@ private:
     double** matrix;
     double* diagonal;
     double* subdiagonal;
-    struct Arrays;
-    std::shared_ptr<Arrays> arrays;
+    // What the four above point into. Written through them alone: a write through the handles would
+    // give an object arrays of its own.
+    ERSimpleVec<double> values; // the matrix row by row, the diagonal, the subdiagonal
+    ERSimpleVec<double*> rows;
 };
 
 } // namespace Mgc
