@@ -25,16 +25,18 @@ struct Bracket {
 };
 
 /// The steps of Newton's method, and how they shrink: one is about `curvature` times the square of
-/// the one before, which shows once they shrink fast.
+/// the one before, which shows in two that follow each other and shrink fast.
 struct Steps {
-    double last;
-    double curvature = std::numeric_limits<double>::infinity();
+    static constexpr double unknown = std::numeric_limits<double>::infinity();
+    double last = 0.0;
+    double last_newton = 0.0; // 0 after a bisection
+    double curvature = unknown;
 
     void take(double step, bool newton) {
         constexpr double fast = 0.0625;
-        curvature = newton && step <= fast * last ? step / (last * last)
-                                                  : std::numeric_limits<double>::infinity();
+        curvature = newton && step <= fast * last_newton ? step / (last * last) : unknown;
         last = step;
+        last_newton = newton ? step : 0.0;
     }
     double next() const { return curvature * last * last; }
 };
@@ -89,7 +91,7 @@ SureValue refine(const LocalPolynomial& p, Bracket& bracket, double& x, Steps& s
 
 /// The root in a bracket, from x on, with p's slope and S about it.
 SureValue root_in(const LocalPolynomial& p, Bracket bracket, double& x) {
-    Steps steps{bracket.upper - bracket.lower};
+    Steps steps;
     x = approach(p, bracket, bracket.inside(x), steps);
     return refine(p, bracket, x, steps);
 }
