@@ -32,7 +32,7 @@ struct DiskTree : testing::Test {
         std::remove(path.c_str());
         file = std::make_unique<ERFileManager>(path.c_str(), 0);
         file->allocate(20);
-        tree = std::make_unique<ERBTreeOnDisk>(*file, cached, ERBTreeOnDisk::create, key_length,
+        tree = std::make_unique<ERBTreeOnDisk>(*file, cached, ERBTreeOnDisk::createNew, key_length,
                                                binary, -1, order, order);
     }
     long root() {
@@ -151,13 +151,13 @@ TEST_F(DiskTree, WalkMayChangeKeysButNotOfAFileOpenedForReading) {
     const std::string before = bytes();
     file.reset();
     file = std::make_unique<ERFileManager>(path.c_str(), 1);
-    tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::open, 2, 0, at, 2, 2);
+    tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::openExisting, 2, 0, at, 2, 2);
     tree->applyToKeyAndValue(change, nullptr, 0);
     tree.reset();
     EXPECT_EQ(bytes(), before);
     file.reset();
     file = std::make_unique<ERFileManager>(path.c_str(), 0);
-    tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::open, 2, 0, at, 2, 2);
+    tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::openExisting, 2, 0, at, 2, 2);
     tree->applyToKeyAndValue(change, nullptr, 0);
     EXPECT_EQ(tree->contains("c2"), 1);
     EXPECT_EQ(tree->contains("c1"), 0);
@@ -172,7 +172,8 @@ TEST_F(DiskTree, UnknownInformationBlockIsNeverOverwritten) {
     tree.reset();
     file->write_through(at + 8, words({1366}).data(), 4);
     const std::string before = TemporaryFolder::bytes_of(path);
-    tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::open, 4, 1, at, 10, 10);
+    tree =
+        std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::openExisting, 4, 1, at, 10, 10);
     EXPECT_EQ(tree->entries(), 0u);
     EXPECT_EQ(file_cause([&] { tree->insertKeyAndValue("abcd", 1); }), CFileException::invalidFile);
     tree.reset();
@@ -242,8 +243,8 @@ TEST_F(DiskTree, AgreesWithAMap) {
                 }
                 file.reset();
                 file = std::make_unique<ERFileManager>(path.c_str(), 0);
-                tree =
-                    std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::open, 1, 0, at, 1, 1);
+                tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::openExisting, 1, 0,
+                                                       at, 1, 1);
             }
         }
     }

@@ -37,13 +37,13 @@ std::unique_ptr<ERBTreeOnDisk> index_tree(ERFileManager& file, ERBTreeOnDisk::cr
 ERAuxilaryIndex::ERAuxilaryIndex() = default;
 
 ERAuxilaryIndex::ERAuxilaryIndex(ERFileManager& file)
-    : index(index_tree(file, ERBTreeOnDisk::create, -1)),
+    : index(index_tree(file, ERBTreeOnDisk::createNew, -1)),
       information_offset(static_cast<int>(index->baseLocation())) {}
 
 ERAuxilaryIndex::~ERAuxilaryIndex() = default;
 
 void ERAuxilaryIndex::init(ERFileManager& file) {
-    index = index_tree(file, ERBTreeOnDisk::open, information_offset);
+    index = index_tree(file, ERBTreeOnDisk::openExisting, information_offset);
 }
 
 int ERAuxilaryIndex::Find(long key, long& value) const {

@@ -25,8 +25,8 @@ ERBTreeOnDisk::ERBTreeOnDisk(ERFileManager& file_, unsigned int cacheSize, creat
                              unsigned int keyLength, int ignore_nulls, long info_offset,
                              unsigned int order, unsigned int minimum)
     : file(file_), infoOffset(info_offset) {
-    if (infoOffset == -1 && mode != create) infoOffset = file.start();
-    if (infoOffset == -1 || mode == create) {
+    if (infoOffset == -1 && mode != createNew) infoOffset = file.start();
+    if (infoOffset == -1 || mode == createNew) {
         infoInit(keyLength, ignore_nulls, order, minimum);
         infoOffset = file.allocate(sizeof information);
         information_known = true;

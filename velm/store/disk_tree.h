@@ -39,10 +39,10 @@ static_assert(sizeof(ERBTreeInformation) == 40, "the information block stands on
 /// thread to a tree.
 class VELM_API ERBTreeOnDisk {
 public:
-    enum createMode : int { open = 0, create = 1 };
+    enum createMode : int { openExisting = 0, createNew = 1 };
 
     /// Opens the tree whose information block is at infoOffset, or at the file's start() for -1;
-    /// with create, or where the file has no start yet, makes a new one. What an existing
+    /// with createNew, or where the file has no start yet, makes a new one. What an existing
     /// information block says overrules the arguments. One with a wrong magic number gives an empty
     /// tree that compares by strncmp and writes nothing until it is changed.
     ERBTreeOnDisk(ERFileManager& file_, unsigned int cacheSize, createMode mode,

@@ -40,7 +40,7 @@ struct Level {
 };
 
 std::unique_ptr<ERBTreeOnDisk> make_tree(ERFileManager& file, velm::StoreTree form) {
-    return std::make_unique<ERBTreeOnDisk>(file, form.nodes_cached, ERBTreeOnDisk::create,
+    return std::make_unique<ERBTreeOnDisk>(file, form.nodes_cached, ERBTreeOnDisk::createNew,
                                            form.key_length, form.binary_keys, -1,
                                            velm::StoreTree::order, velm::StoreTree::minimum);
 }
@@ -48,7 +48,7 @@ std::unique_ptr<ERBTreeOnDisk> make_tree(ERFileManager& file, velm::StoreTree fo
 /// The form that stands on file overrules these arguments, which are the other tree's: intended.
 std::unique_ptr<ERBTreeOnDisk> open_tree(ERFileManager& file, velm::StoreTree form,
                                          velm::StoreTree other, long offset) {
-    return std::make_unique<ERBTreeOnDisk>(file, form.nodes_cached, ERBTreeOnDisk::open,
+    return std::make_unique<ERBTreeOnDisk>(file, form.nodes_cached, ERBTreeOnDisk::openExisting,
                                            other.key_length, form.binary_keys, offset,
                                            velm::StoreTree::order, velm::StoreTree::minimum);
 }

@@ -235,7 +235,7 @@ void make_counters_true(Content& content) {
 // ---- writing ----
 
 std::unique_ptr<ERBTreeOnDisk> new_tree(ERFileManager& file, StoreTree form) {
-    return std::make_unique<ERBTreeOnDisk>(file, form.nodes_cached, ERBTreeOnDisk::create,
+    return std::make_unique<ERBTreeOnDisk>(file, form.nodes_cached, ERBTreeOnDisk::createNew,
                                            form.key_length, form.binary_keys, -1, StoreTree::order,
                                            StoreTree::minimum);
 }
