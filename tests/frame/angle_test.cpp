@@ -107,24 +107,6 @@ TEST(OrthogonalDirections, MakeARightHandedFrame) {
     }
     for (int round = 0; round < 500; ++round)
         check(random_direction(random));
-
-    ERVector3D u, v;
-    GetOrthogonalDirections(ERVector3D(0, 0, 5), u, v);
-    EXPECT_EQ(u, ERVector3D(1, 0, 0));
-    EXPECT_EQ(v, ERVector3D(0, 1, 0));
-    GetOrthogonalDirections(ERVector3D(0, 5, 0), u, v);
-    EXPECT_EQ(u, ERVector3D(0, 0, 1));
-    GetOrthogonalDirections(ERVector3D(5, 0, 0), u, v);
-    EXPECT_EQ(u, ERVector3D(0, 1, 0));
-    GetOrthogonalDirections(ERVector3D(2, 0, 2), u, v); // a tie goes to Z, whose seed is X
-    EXPECT_TRUE(isEqual(u, ERVector3D(1, 0, -1).normalize(), 1e-15));
-}
-
-TEST(CompareDouble, Orders) {
-    const double one = 1.0, two = 2.0;
-    EXPECT_EQ(compareDouble(&one, &two), -1);
-    EXPECT_EQ(compareDouble(&two, &one), 1);
-    EXPECT_EQ(compareDouble(&two, &two), 0);
 }
 
 } // namespace

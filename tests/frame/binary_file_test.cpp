@@ -101,28 +101,4 @@ TEST(BinaryFile, TextEndsAtNulAtFFAndAtTheEnd) {
     }
 }
 
-TEST(BinaryFile, PositionsGiveTheirOddResults) {
-    const TemporaryFolder folder;
-    const std::string name = folder.path("file");
-    EXPECT_EQ(ERFile::Exists(name.c_str()), 0);
-    ERFile file;
-    EXPECT_EQ(file.Open(name.c_str(), CFile::modeRead), 0);
-    EXPECT_EQ(file.Exists(), 0);
-    EXPECT_EQ(file.Open(name.c_str(), CFile::modeCreate | CFile::modeReadWrite), 1);
-    EXPECT_EQ(file.IsEmpty(), 1);
-    file.Write(1.0);
-    EXPECT_EQ(file.Eof(), 1);
-    EXPECT_EQ(file.SeekTo(0), 0) << "though it succeeded";
-    EXPECT_EQ(file.SeekTo(3), 1);
-    EXPECT_EQ(file.CurOffset(), 3);
-    EXPECT_EQ(file.Eof(), 0);
-    EXPECT_EQ(file.IsEmpty(), 0);
-    EXPECT_EQ(file.CurOffset(), 8) << "left at the end";
-    EXPECT_EQ(file.Exists(), 1);
-    EXPECT_EQ(ERFile::Exists(name.c_str()), 1);
-    file.Close();
-    EXPECT_EQ(file_cause([&] { ERFile(folder.path("none").c_str(), CFile::modeRead); }),
-              CFileException::fileNotFound);
-}
-
 } // namespace

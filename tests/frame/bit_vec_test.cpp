@@ -97,31 +97,6 @@ TEST(BitVec, FollowsAModel) {
     }
 }
 
-TEST(BitVec, SingleBits) {
-    ERBitVec bits(9);
-    EXPECT_EQ(bits.nbytes(), 2);
-    EXPECT_EQ(bits.nfull(), 1);
-    bits.setBit(8);
-    EXPECT_EQ(bits.firstTrue(), 8);
-    bits[1] |= 1;
-    bits[8] &= 0;
-    bits[2] ^= 2;
-    bits[3] = bits[2];
-    EXPECT_EQ(bits.data()[0], 0b1110);
-    bits = 1;
-    EXPECT_TRUE(bits == 7);
-    const unsigned char bytes[] = {0x05, 0xFF};
-    EXPECT_EQ(ERBitVec(bytes, 9).hash(), (((9u << 5) ^ 5u) << 5) ^ 1u);
-    EXPECT_EQ(erFirstTrue(bytes, 0), -1);
-    EXPECT_EQ(erFirstTrue(nullptr, -8), -1);
-    unsigned char combined[] = {0x0F, 0x3C};
-    ERand(combined, bytes, 2);
-    ERor(combined, bytes, 1);
-    ERxor(combined, bytes, 2);
-    EXPECT_EQ(combined[0], 0x00);
-    EXPECT_EQ(combined[1], 0xC3);
-}
-
 TEST(BitVec, TextAndBytesAreFixed) {
     const auto text = [](const ERBitVec& bits) {
         std::ostringstream out;

@@ -174,51 +174,15 @@ TYPED_TEST(Boxes, InfiniteLinesMeetTheBoxTheyPass) {
     EXPECT_FALSE(Box().intersect(Point(), along));
 }
 
-TEST(Box, FieldsOrdersAndLengths) {
-    const ERMinimax2D flat(1, 4, 2, 6);
-    EXPECT_EQ(flat.getVertice().view()[2], ERPoint2D(1, 6)); // rows of a Z
-    EXPECT_EQ(flat[MinMax2D_XMax], 4);
-    EXPECT_EQ(flat.DiametreBoule(), 5);
-    const ERMinimax3D box(1, 4, 2, 6, 3, 15);
-    const ERVec<ERPoint3D> ring = box.getVertice();
-    EXPECT_EQ(ring[2], ERPoint3D(4, 6, 3)); // a ring
-    EXPECT_EQ(ring[7], ERPoint3D(1, 6, 15));
-    EXPECT_EQ(box[MinMax3D_ZMin], 3);
-    EXPECT_EQ(box.diagonal(), 13);
-    EXPECT_EQ(box.center_point(), ERPoint3D(2.5, 4, 9));
-    EXPECT_EQ(box.length(Coord3D_Y), 4);
-    EXPECT_EQ(box.length(static_cast<Coord3D>(3)), 0.0);
-    ERMinimax3D filled;
-    filled.Garnir(1, 4, 2, 6, 3, 15);
-    EXPECT_EQ(filled, box);
-}
-
-TEST(Box, OnlySpaceLooksForEmptiness) {
-    ERMinimax2D flat;
-    ERMinimax3D box;
-    flat.Inflate(largest);
-    box.Inflate(largest);
-    EXPECT_EQ(flat, ERMinimax2D(0, 0, 0, 0));
-    EXPECT_EQ(box, ERMinimax3D());
-    EXPECT_EQ(RelativePosition(ERMinimax2D(), ERMinimax2D(0, 1, 0, 1)), 0);
-    EXPECT_EQ(RelativePosition(ERMinimax3D(), ERMinimax3D(0, 1, 0, 1, 0, 1)), 4);
-    EXPECT_EQ(RelativePosition(ERMinimax3D(0, 1, 0, 1, 0, 1), ERMinimax3D()), 4);
-    // Emptiness is in xmin alone.
-    EXPECT_TRUE(ERMinimax2D(largest, 0, 0, 1).invalid());
-    EXPECT_FALSE(ERMinimax2D(0, largest, largest, -largest).invalid());
-    const ERMinimax2D odd(largest, 0, 0, 1);
-    EXPECT_EQ(Union(odd, odd), ERMinimax2D());
-    ERMinimax2D kept(3, 4, 5, 6);
-    kept.Update(odd);
-    EXPECT_EQ(kept, ERMinimax2D(3, 4, 5, 6));
-}
-
 TEST(Box, IntersectionOfTouchingBoxesDependsOnTheirOrder) {
     const ERMinimax2D left(0, 1, 0, 1), right(1, 2, 0, 1);
     EXPECT_EQ(intersection(left, right), ERMinimax2D(1, 1, 0, 1));
     EXPECT_TRUE(intersection(right, left).invalid());
     const ERMinimax3D front(0, 1, 0, 1, 0, 1), back(0, 1, 0, 1, 1, 2);
     EXPECT_EQ(RelativePosition(front, back), 3);
+    EXPECT_EQ(RelativePosition(ERMinimax2D(), left), 0); // only space looks for emptiness
+    EXPECT_EQ(RelativePosition(ERMinimax3D(), front), 4);
+    EXPECT_EQ(RelativePosition(front, ERMinimax3D()), 4);
     EXPECT_EQ(maximumSquaredDistance(front, ERPoint3D(0.5, 9, -9)), 1.0); // a tie takes the minimum
     EXPECT_EQ(maximumSquaredDistance(front, ERPoint3D(0.4, 0.4, -9)), 3.0);
 }

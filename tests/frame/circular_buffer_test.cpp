@@ -51,18 +51,6 @@ TEST(CircularBuffer, FollowsAQueueThatForgetsWhenFull) {
     }
 }
 
-TEST(CircularBuffer, DroppingTooMuchLeavesANegativeCount) {
-    ER_CirBuf buffer(8);
-    buffer.Put("abc", -1);
-    buffer.Consomme(5);
-    EXPECT_EQ(buffer.entries(), -2);
-    EXPECT_EQ(buffer[0], 255);
-    buffer.Put("xyz", 3);
-    EXPECT_EQ(buffer.entries(), 1);
-    EXPECT_EQ(buffer.Get(), 'x');
-    EXPECT_EQ(buffer.Get(), 255);
-}
-
 TEST(CircularBuffer, ADerivedClassMayDrainItInstead) {
     struct Drained : ER_CirBuf {
         using ER_CirBuf::ER_CirBuf;

@@ -1,13 +1,11 @@
 // The class registry and castdown, with dynamic_cast as the oracle.
 #include "velm/frame/object.h"
-#include "velm/platform/debug_output.h"
-#include "velm/platform/dump_context.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <ostream>
 #include <set>
-#include <sstream>
 #include <string>
 #include <tuple>
 
@@ -162,28 +160,6 @@ TEST(ClassTree, AHostsOwnRecords) {
     EXPECT_EQ(rootless.isKindOf(&car), 0);
 }
 
-// Reaches DumpBased, which only the class itself calls.
-template <auto Member>
-struct Reach {
-    friend void dump_bases(ERClassRegistration const& record, int depth) {
-        (record.*Member)(depth);
-    }
-};
-void dump_bases(ERClassRegistration const& record, int depth);
-template struct Reach<&ERClassRegistration::DumpBased>;
-
-TEST(ClassTree, BasesAreDumpedAsATree) {
-    std::string text;
-    auto const append = [](char const* more, void* to) { *static_cast<std::string*>(to) += more; };
-    velm::set_debug_sink(append, &text);
-    text.clear();
-    ERClassRegistration::DumpAllClasses();
-    dump_bases(*CircleArc::desc(), 0);
-    velm::set_debug_sink(nullptr);
-    EXPECT_EQ(text, "\t+------->Circle\n\t\t+------->Shape\n\t\t\t+------->ERObject\n"
-                    "\t+------->Finite\n\t\t+------->Shape\n\t\t\t+------->ERObject\n");
-}
-
 // Every class of the library and of this program: what its registration says is true of the class.
 TEST(ClassTree, EveryRegisteredClass) {
     std::set<std::string> names;
@@ -219,28 +195,6 @@ TEST(ClassTree, EveryRegisteredClass) {
     EXPECT_EQ(names.count("ERObject") + names.count("Shape"), 2u);
     EXPECT_EQ(ERClassRegistration::findCreator("Shape"), nullptr);
     EXPECT_EQ(ERClassRegistration::findCreator("Unknown"), nullptr);
-}
-
-TEST(Object, DumpAndStreamsTellTheText) {
-    std::ostringstream out;
-    CDumpContext context(out);
-    CircleArc const arc;
-    arc.Dump(context);
-    EXPECT_EQ(out.str(), "ERObject which is a CircleArc\nE : CircleArc\nCircleArc");
-    std::ostringstream text;
-    text << static_cast<ERObject const&>(arc) << "!";
-    EXPECT_EQ(text.str(), "CircleArc!");
-}
-
-class Invalid : public Curve {
-public:
-    int isValid() const override { return 0; }
-};
-
-TEST(Object, InvalidObjectsAreNotStopped) {
-    std::string const long_name(5000, 'x');
-    Invalid().assertValid(long_name.c_str(), __LINE__);
-    ER_assert(long_name.c_str(), "file", 1);
 }
 
 } // namespace

@@ -120,15 +120,6 @@ TEST(HeapMark, MembersArgumentsAndVirtualBases) {
     EXPECT_EQ(length, 101);
 }
 
-TEST(HeapMark, AssignmentKeepsTheTargetsMark) {
-    std::unique_ptr<Leaf> const heap(new Leaf);
-    Leaf local;
-    local = *heap;
-    *heap = Leaf();
-    EXPECT_EQ(local.isOnTheHeap(), 0);
-    EXPECT_EQ(heap->isOnTheHeap(), 1);
-}
-
 std::uintptr_t address(void const* p) { return reinterpret_cast<std::uintptr_t>(p); }
 
 /// Makes a T without `new` at the address that a block had which is gone, where the allocator gives

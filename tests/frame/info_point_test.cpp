@@ -6,7 +6,6 @@
 
 #include <cmath>
 #include <limits>
-#include <sstream>
 
 namespace {
 
@@ -60,23 +59,6 @@ TEST(InfoPoint, SingularitiesAreExact) {
     ERInfoPoint2D fresh;
     EXPECT_EQ(fresh.Sens, 1);
     EXPECT_EQ(fresh.radius(), no_curvature);
-}
-
-TEST(InfoPoint, TextForms) {
-    std::ostringstream out;
-    out << in_plane({0, 2}, {4, 0}) << in_space({0, 2, 0}, {0, 0, 4});
-    EXPECT_EQ(out.str(), "- Parametre     : 0.25\n"
-                         "- Sens          : -1\n"
-                         "- Point courant : [1,2]\n"
-                         "- Tangente      : {0,2}\n"
-                         "- Normale       : {-1,0}\n"
-                         "- courbure      : 1\n"
-                         "- Parametre         :  u = 0.25\n"
-                         "- Sens              :  s = -1\n"
-                         "- Point courant     :  P = [1,2,3]\n"
-                         "- Tangente          :  T = <0,2,0>\n"
-                         "- Normale           :  N = <0,0,1>\n"
-                         "- Rayon de courbure :  R = 1\n");
 }
 
 } // namespace

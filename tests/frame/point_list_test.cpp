@@ -80,16 +80,6 @@ TYPED_TEST(PointList, SmashInsertsWhatTheModelInserts) {
     }
 }
 
-TYPED_TEST(PointList, SmashLeavesNothingToDo) {
-    typename TypeParam::PointList list;
-    list.Smash(this->circle, 0.0);
-    EXPECT_EQ(list.size(), 0);
-    this->fill(list, {0.5});
-    list.Smash(this->circle, 0.0);
-    EXPECT_EQ(list.size(), 1);
-    EXPECT_EQ(list.toVec()[0], this->circle(0.5));
-}
-
 TYPED_TEST(PointList, SmashEndsAtTheShortestPiece) {
     // A tolerance below 0 accepts no chord: 1e-6 is halved four times.
     typename TypeParam::PointList list;

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -31,20 +30,6 @@ TEST(String, CopiesShareUntilOneIsWritten) {
     EXPECT_EQ(a[0], 'm');
     EXPECT_EQ(ERCString().data(), ERCString().data());
     EXPECT_NE(a.copy().data(), a.data());
-}
-
-TEST(String, CapacityComesInFifteens) {
-    EXPECT_EQ(ERCString::adjustCapacity(15), 15);
-    EXPECT_EQ(ERCString::adjustCapacity(16), 30);
-    EXPECT_EQ(ERCString::adjustCapacity(30), 30);
-    EXPECT_EQ(ERCString::adjustCapacity(31), 45);
-    ERCString s("seventeen letters");
-    EXPECT_EQ(s.capacity(), 30);
-    EXPECT_EQ(s.capacity(16), 30);
-    EXPECT_EQ(s.capacity(17), 17);
-    EXPECT_STREQ(s.append('!'), "seventeen letters!");
-    EXPECT_EQ(ERCString(ERSize_T(100)).capacity(), 100);
-    EXPECT_EQ(ERCString::maxWaste(3), 3);
 }
 
 /// Random edits against std::string, with arguments that overlap the text itself.
@@ -124,20 +109,6 @@ TEST(String, FindsAndStrips) {
     ERCString t = s;
     t.subString("rose") = "lily";
     EXPECT_STREQ(t, "  a lily is a rose ");
-}
-
-TEST(String, ReadsStreams) {
-    std::istringstream in("\n  one two\nthree\nrest\nof it");
-    ERCString s;
-    s.readLine(in);
-    EXPECT_STREQ(s, "one two");
-    s.readToken(in);
-    EXPECT_STREQ(s, "three");
-    s.readLine(in, 0);
-    EXPECT_STREQ(s, "");
-    s.readFile(in);
-    EXPECT_STREQ(s, "rest\nof it");
-    EXPECT_FALSE(s.readLine(in));
 }
 
 TEST(String, StoredFormHasALengthAndNoNul) {

@@ -106,22 +106,6 @@ TYPED_TEST(Tuples, CombinationsOfPolesLieOnTheRationalLine) {
     }
 }
 
-TYPED_TEST(Tuples, MeansDependOnTheOrderAsGiven) {
-    using Point = typename TypeParam::Point;
-    Random random(13);
-    ERVec<Point> points;
-    Point mean, sum;
-    for (int n = 0; n < 100; ++n) {
-        const Point p = random_value<Point>(random);
-        points.append(p);
-        sum += p;
-        mean = mean * (n / (n + 1.0)) + p * (1.0 / (n + 1.0));
-    }
-    EXPECT_EQ(Barycentre(points), mean);
-    EXPECT_TRUE(isEqual(mean, sum / 100.0, 1e-13));
-    EXPECT_EQ(Barycentre(ERVec<Point>()), Point());
-}
-
 TYPED_TEST(Tuples, EqualityAndTolerance) {
     using Point = typename TypeParam::Point;
     const Point p = Point::each([](int n) { return n + 1.0; });
@@ -215,20 +199,6 @@ TEST(Vector3D, AxesSignsAndPerpendiculars) {
         EXPECT_NEAR(v * w, 0.0, 1e-14);
         EXPECT_NEAR(w.norme(), 1.0, 1e-15);
     }
-    ERVector3D taken;
-    EXPECT_EQ(taken.become_ERPoint3D({1, 2, 3}), ERVector3D(1, 2, 3));
-}
-
-TEST(Vector3D, ArithmeticMeanDetachesAndDividesByTheCount) {
-    ERVec<ERPoint3D> points{{1, 2, 3}, {3, 4, 8}};
-    const ERVec<ERPoint3D> copy = points;
-    ERVector3D mean;
-    arithmetic_mean(points, mean);
-    EXPECT_EQ(mean, ERVector3D(2, 3, 5.5));
-    EXPECT_NE(points.view().data(), copy.view().data());
-    ERVec<ERPoint3D> none;
-    arithmetic_mean(none, mean);
-    EXPECT_TRUE(ERPoint3D(mean).invalid());
 }
 
 TEST(Limits, TheMapClampsInOneOrder) {
@@ -269,23 +239,9 @@ TEST(MainDirection, AxesAndSenses) {
         swapped.swap();
         EXPECT_EQ(swapped, n ^ 1);
     }
-    EXPECT_EQ(ERMainDirection("Y?"), ERMainDirection::MinusY);
-    EXPECT_EQ(ERMainDirection("Y"), ERMainDirection::MinusY);
-    EXPECT_EQ(ERVector3D().mainDirection(), ERMainDirection::MinusZ);
-    EXPECT_EQ(ERVector3D(-3, 2, 3).mainDirection(), ERMainDirection::PlusZ);
     // An infinite component off the axis makes the dot product NaN, which isn't above 0.
     constexpr double infinity = std::numeric_limits<double>::infinity();
     EXPECT_EQ(ERVector3D(infinity, infinity, 0).mainDirection(), ERMainDirection::MinusY);
-}
-
-TEST(MathUtils, NaNCountsAsInfinite) {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    constexpr double largest = std::numeric_limits<double>::max();
-    EXPECT_TRUE(gmMathUtils::is_nan(not_a_number) && !gmMathUtils::is_nan(infinity));
-    EXPECT_TRUE(gmMathUtils::is_inf(not_a_number) && gmMathUtils::is_inf(-infinity));
-    EXPECT_TRUE(!gmMathUtils::is_inf(largest) && !gmMathUtils::is_inf(-largest));
-    EXPECT_TRUE(!gmMathUtils::is_valid(not_a_number) && gmMathUtils::is_valid(largest));
-    EXPECT_TRUE(ERPoint3D(0, 0, not_a_number).invalid() && !ERPoint3D(infinity, 0, 0).invalid());
 }
 
 } // namespace
