@@ -305,16 +305,6 @@ TEST(Clip, SpecialBoundsAndParallels) {
     t0 = 1, t1 = 2;
     EXPECT_EQ(box.clip_bounded(ERPoint3D(), x, t0, t1), gmClipNarrowed); // one end touches
     EXPECT_TRUE(t0 == 1 && t1 == 1);
-    t0 = 0.25, t1 = 0.5;
-    EXPECT_EQ(box.clip_bounded(ERPoint3D(0, 0, 0), x, t0, t1), gmClipUnchanged);
-    EXPECT_EQ(box.clip_bounded(ERPoint3D(5, 0, 0), x, t0, t1), gmClipMissed);
-    EXPECT_TRUE(t0 == 0.25 && t1 == 0.5);
-
-    const ERMinimax3D half(0, largest, -largest, largest, -largest, largest);
-    EXPECT_TRUE(half.clip(ERPoint3D(3, 0, 0), ERVector3D(-2, 1, 1), t0, t1));
-    EXPECT_TRUE(t0 == -largest && t1 == 1.5);
-    EXPECT_TRUE(half.clip(ERPoint3D(3, 0, 0), ERVector3D(0, 1, 0), t0, t1));
-    EXPECT_TRUE(t0 == -largest && t1 == largest);
 }
 
 } // namespace

@@ -51,17 +51,4 @@ TEST(CircularBuffer, FollowsAQueueThatForgetsWhenFull) {
     }
 }
 
-TEST(CircularBuffer, ADerivedClassMayDrainItInstead) {
-    struct Drained : ER_CirBuf {
-        using ER_CirBuf::ER_CirBuf;
-        void RAZ() override { out += static_cast<char>(Get()); }
-        std::string out;
-    };
-    Drained buffer(4);
-    buffer.Put("abcdefg", -1);
-    EXPECT_EQ(buffer.out, "abcd");
-    EXPECT_EQ(buffer.entries(), 3);
-    EXPECT_EQ(buffer[0], 'e');
-}
-
 } // namespace

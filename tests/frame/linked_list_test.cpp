@@ -118,9 +118,6 @@ TYPED_TEST(IntrusiveList, IteratorWalksInsertsAndRemoves) {
         this->list.append(&elements[static_cast<std::size_t>(i)]);
     typename TypeParam::Iterator at(this->list);
     EXPECT_FALSE(at.isActive());
-    EXPECT_EQ(at.key(), nullptr);
-    EXPECT_EQ(at.remove(), nullptr);
-
     std::size_t seen = 0;
     while (++at) {
         EXPECT_EQ(at.key(), &elements[seen]);

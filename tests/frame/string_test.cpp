@@ -154,13 +154,6 @@ TEST(Pattern, StatusTellsWhatIsWrong) {
         EXPECT_EQ(ERCRegexp(bad).status(), ERCRegexp::TOOLONG) << bad;
     EXPECT_EQ(ERCRegexp(std::string(127, 'a').c_str()).status(), ERCRegexp::OK);
     EXPECT_EQ(ERCRegexp(std::string(128, 'a').c_str()).status(), ERCRegexp::TOOLONG);
-    EXPECT_EQ(ermakepat("a", nullptr, 10), 2);
-    unsigned int codes[20];
-    ASSERT_EQ(ermakepat("^a*", codes, 20), 0);
-    EXPECT_EQ(std::vector<unsigned int>(codes, codes + 4),
-              (std::vector<unsigned int>{32862, 32810, 'a', 32768}));
-    EXPECT_EQ(ermakepat("[abc]", codes, 18), 0);
-    EXPECT_EQ(ermakepat("[abc]", codes, 17), 3);
 }
 
 TEST(Pattern, FindsTheLeftmostAndTakesTheMost) {

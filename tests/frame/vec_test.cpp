@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <numeric>
 #include <type_traits>
 #include <vector>
 
@@ -138,21 +137,6 @@ TEST(Vec, CopyOnWriteAgainstVectors) {
     random_operations<double>([](int step) { return step + 0.5; });
     random_operations<Triple>([](int step) { return Triple{step * 1.0, step * 2.0, 3.0}; });
     EXPECT_EQ(ERVecRep::nullref_->references(), before); // the shared empty body stays balanced
-}
-
-TEST(Vec, SharesUntilWritten) {
-    ERVec<double> a{1, 2, 3};
-    ERVec<double> b = a;
-    const ERVec<double>& reader = b;
-    EXPECT_EQ(std::accumulate(reader.begin(), reader.end(), reader[0]), 7.0);
-    EXPECT_EQ(a.rep(), b.rep());
-    EXPECT_EQ(a.rep()->references(), 2);
-    b[1] = 5;
-    EXPECT_NE(a.rep(), b.rep());
-    EXPECT_EQ(a.view()[1], 2);
-    const ERVecRep* const own = b.rep();
-    b[0] = 4;
-    EXPECT_EQ(b.rep(), own);
 }
 
 TEST(Vec, AppendStaysBelowTheMaximumAndPushBackGrowsByHalf) {

@@ -16,28 +16,6 @@ namespace {
 
 using velm_test::Random;
 
-TEST(OrderedPtrVector, FollowsAModel) {
-    Random random(1511);
-    int x[10];
-    ERTPtrOrderedVector<const int> v(2);
-    std::vector<const int*> model;
-    for (int step = 0; step < 5000; ++step) {
-        const int i = random.below(v.entries() + 1);
-        const int* const element = &x[random.below(10)];
-        if (random.below(200) > v.entries()) {
-            v.insertAt(i, element);
-            model.insert(model.begin() + i, element);
-        } else if (i < v.entries()) {
-            ASSERT_EQ(v.removeAt(i), model[static_cast<std::size_t>(i)]);
-            model.erase(model.begin() + i);
-        }
-        ASSERT_TRUE(std::equal(v.begin(), v.end(), model.begin(), model.end()));
-    }
-    v.resize(3);
-    EXPECT_EQ(v.entries(), 3);
-    EXPECT_EQ(v.last(), model[2]);
-}
-
 TEST(SortedPtrVector, KeepsTheOrderOfInsertionAmongEquals) {
     struct Entry {
         int parameter, order;
@@ -57,16 +35,17 @@ TEST(SortedPtrVector, KeepsTheOrderOfInsertionAmongEquals) {
                            [](const Entry* a, const Entry& b) { return a->order == b.order; }));
 }
 
-TEST(OrderedValVector, FollowsAModel) {
+/// Random insertions and removals, often of one of its own elements, which must outlive the growth.
+template <class Vector, class Make>
+void follow_a_model(Make fresh) {
     Random random(1513);
-    ERTValOrderedVector<std::string> v(1);
-    std::vector<std::string> model;
+    Vector v(1);
+    std::vector<decltype(fresh(0))> model;
     for (int step = 0; step < 5000; ++step) {
         const int i = random.below(v.entries() + 1);
         if (random.below(300) > v.entries()) {
-            // Often one of its own, which must outlive the growth.
-            const std::string fresh = std::to_string(step);
-            const std::string& value = i < v.entries() ? v[i] : fresh;
+            const auto made = fresh(step);
+            const auto& value = i < v.entries() ? std::as_const(v)[i] : made;
             model.insert(model.begin() + i, value);
             v.insertAt(i, value);
         } else if (i < v.entries()) {
@@ -75,16 +54,16 @@ TEST(OrderedValVector, FollowsAModel) {
         }
         ASSERT_TRUE(std::equal(v.begin(), v.end(), model.begin(), model.end()));
     }
-    const ERTValOrderedVector<std::string> copy(v);
+    const Vector copy(v);
     v.clear();
     EXPECT_TRUE(v.isEmpty());
     EXPECT_EQ(copy.last(), model.back());
+}
 
-    ERTValVector<std::string> plain{"a", "b"};
-    plain.reshape(3);
-    EXPECT_EQ(plain[2], "");
-    plain = plain[1];
-    EXPECT_EQ(plain, (ERTValVector<std::string>{"b", "b", "b"}));
+TEST(OrderedVectors, FollowAModel) {
+    int x[10];
+    follow_a_model<ERTPtrOrderedVector<int>>([&](int step) { return &x[step % 10]; });
+    follow_a_model<ERTValOrderedVector<std::string>>([](int step) { return std::to_string(step); });
 }
 
 /// Both ordered vectors keep count and slots together when they are moved from.
@@ -192,23 +171,6 @@ TEST(HashDictionary, FollowsAModelInOrderToo) {
         ASSERT_EQ(dictionary.entries(), static_cast<int>(model.pairs().size()));
         ASSERT_EQ(dictionary.isEmpty(), model.pairs().empty());
     }
-}
-
-TEST(HashDictionary, FindsWithoutEntering) {
-    Dictionary dictionary(coarse, 0);
-    dictionary[14] = "x";
-    long key = -1;
-    std::string value = "untouched";
-    EXPECT_EQ(dictionary.contains(1), 0) << "the same hash, another key";
-    EXPECT_EQ(dictionary.find(1, key), 0);
-    EXPECT_EQ(dictionary.findKeyAndValue(1, key, value), 0);
-    EXPECT_EQ(key, -1);
-    EXPECT_EQ(value, "untouched");
-    EXPECT_EQ(dictionary.findKeyAndValue(14, key, value), 1);
-    EXPECT_EQ(key, 14);
-    EXPECT_EQ(value, "x");
-    EXPECT_EQ(dictionary.entries(), 1);
-    EXPECT_GE(dictionary.hashIndex(-1), 0) << "a hash of a negative key";
 }
 
 } // namespace
