@@ -11,12 +11,6 @@ namespace {
 using velm_test::archive_cause;
 using velm_test::MemoryFile;
 
-template <class T>
-concept Storable = requires(CArchive& archive, T value) {
-    archive << value;
-};
-static_assert(Storable<bool> && !Storable<int*> && !Storable<const char*>);
-
 // Numbers of every width through a buffer that they don't fit evenly, in two runs that take
 // different paths: one by one, and as blocks larger than the buffer.
 TEST(Archive, GivesBackWhatWasStoredAcrossBufferEnds) {
@@ -96,10 +90,6 @@ TEST(Archive, RefusesTheWrongDirectionAndWhatLiesPastTheEnd) {
     out.Close();
     EXPECT_EQ(archive_cause([&] { in >> number; }), CArchiveException::endOfFile);
     EXPECT_EQ(archive_cause([&] { out << number; }), CArchiveException::readOnly);
-    // The values that hosts store.
-    EXPECT_EQ(CArchiveException::readOnly, 2);
-    EXPECT_EQ(CArchiveException::endOfFile, 3);
-    EXPECT_EQ(CArchiveException::writeOnly, 4);
 }
 
 TEST(Archive, LeavesTheFileWhereLoadingStands) {

@@ -1,7 +1,5 @@
-// The lists and the map, per-thread objects, debug output, dumps and the list of libraries.
+// Lists, per-thread objects and debug output.
 #include "velm/platform/debug_output.h"
-#include "velm/platform/dump_context.h"
-#include "velm/platform/extension_module.h"
 #include "velm/platform/thread_local_object.h"
 #include "velm/platform/typed_lists.h"
 
@@ -9,8 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <sstream>
+#include <algorithm>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,30 +23,22 @@ TEST(List, BehavesLikeAVectorUnderRandomEdits) {
         const int value = random.below(50);
         const auto at = [&](int i) { return model.begin() + i; };
         const int i = model.empty() ? -1 : random.below(static_cast<int>(model.size()));
-        switch (random.below(6)) {
-        case 0:
-            list.AddHead(value), model.insert(model.begin(), value);
-            break;
-        case 1:
-            list.AddTail(value), model.push_back(value);
-            break;
-        case 2:
+        const int edit = random.below(6);
+        if (edit == 0) list.AddHead(value), model.insert(model.begin(), value);
+        if (edit == 1) list.AddTail(value), model.push_back(value);
+        if (edit == 2) {
             list.InsertAfter(list.FindIndex(i), value);
             model.insert(i < 0 ? model.end() : at(i + 1), value);
-            break;
-        case 3:
+        }
+        if (edit == 3) {
             list.InsertBefore(list.FindIndex(i), value);
             model.insert(i < 0 ? model.begin() : at(i), value);
-            break;
-        case 4:
-            if (i >= 0) list.RemoveAt(list.FindIndex(i)), model.erase(at(i));
-            break;
-        default:
-            if (const POSITION found = list.Find(value)) {
-                EXPECT_EQ(list.GetAt(found), value);
-                list.RemoveAt(found);
-                model.erase(std::find(model.begin(), model.end(), value));
-            }
+        }
+        if (edit == 4 && i >= 0) list.RemoveAt(list.FindIndex(i)), model.erase(at(i));
+        const POSITION found = edit == 5 ? list.Find(value) : nullptr;
+        if (found != nullptr) {
+            list.RemoveAt(found);
+            model.erase(std::find(model.begin(), model.end(), value));
         }
         ASSERT_EQ(std::vector<int>(list.begin(), list.end()), model);
         std::vector<int> backwards;
@@ -57,49 +46,6 @@ TEST(List, BehavesLikeAVectorUnderRandomEdits) {
             backwards.push_back(list.GetPrev(p));
         ASSERT_TRUE(std::equal(backwards.rbegin(), backwards.rend(), model.begin(), model.end()));
     }
-}
-
-struct Marked : CObject {
-    explicit Marked(int number) : mark(number) {}
-    int mark;
-};
-
-TEST(List, TypedListsGiveTheirType) {
-    Marked a(1), b(2);
-    CTypedPtrList<CObList, Marked*> list;
-    list.AddTail(&a);
-    list.AddHead(&b);
-    EXPECT_EQ(list.GetHead()->mark, 2);
-    int marks = 0;
-    for (Marked* marked : list)
-        marks = marks * 10 + marked->mark;
-    EXPECT_EQ(marks, 21);
-    EXPECT_EQ(list.RemoveTail(), &a);
-    EXPECT_EQ(list.GetCount(), 1);
-}
-
-TEST(Map, FindsWalksAndForgets) {
-    CMap<std::string, const std::string&, int, int> map;
-    map.InitHashTable(17);
-    for (int i = 0; i < 100; ++i)
-        map.SetAt(std::to_string(i), i);
-    map["7"] = 70;
-    int value = -1, sum = 0;
-    EXPECT_TRUE(map.Lookup("7", value));
-    EXPECT_EQ(value, 70);
-    EXPECT_FALSE(map.Lookup("100", value));
-    EXPECT_EQ(value, 70);
-    EXPECT_TRUE(map.RemoveKey("7"));
-    EXPECT_FALSE(map.RemoveKey("7"));
-    std::string key;
-    for (POSITION p = map.GetStartPosition(); p != nullptr;) {
-        map.GetNextAssoc(p, key, value);
-        EXPECT_EQ(key, std::to_string(value));
-        sum += value;
-    }
-    EXPECT_EQ(sum, 99 * 100 / 2 - 7);
-    map.RemoveAll();
-    EXPECT_EQ(map.GetStartPosition(), nullptr);
 }
 
 std::string ends; // of the objects of the one thread that is running
@@ -165,48 +111,6 @@ TEST(DebugOutputDeathTest, IsKeptForTheFirstSinkUpToALimit) {
             std::_Exit(right ? 0 : 1);
         },
         testing::ExitedWithCode(0), "^$");
-}
-
-TEST(DebugOutput, FormattingIsBounded) {
-    char text[1024];
-    EXPECT_EQ(wsprintfA(text, "%s %d", "a", -1), 4);
-    EXPECT_STREQ(text, "a -1");
-    EXPECT_EQ(wsprintfA(text, "%s", std::string(2000, 'y').c_str()), 1023);
-    EXPECT_EQ(std::strlen(text), 1023u);
-}
-
-TEST(DumpContext, WritesNumbersInFullAndObjectsByTheirDump) {
-    std::ostringstream stream;
-    CDumpContext context(stream);
-    const Marked marked(3);
-    context << 'c' << -5 << 7u << -(1L << 40) << 0.1 << static_cast<const char*>(nullptr)
-            << static_cast<const CObject*>(nullptr) << marked;
-    const std::string text = stream.str();
-    EXPECT_EQ(text.substr(0, text.find("0x")), "c-57-10995116277760.1(NULL)NULL\na CObject at ");
-}
-
-TEST(ExtensionModule, LibrariesJoinTheStateInForceAndLeaveIt) {
-    const int handles[2] = {};
-    AFX_EXTENSION_MODULE one, two;
-    AFX_MODULE_STATE state;
-    AFX_MODULE_STATE* const before = AfxSetModuleState(&state);
-    AfxInitExtensionModule(one, &handles[0]);
-    AfxInitExtensionModule(two, &handles[1]);
-    AfxInitExtensionModule(one, &handles[1]);
-    auto* const oldest = new CDynLinkLibrary(one);
-    auto* const middle = new CDynLinkLibrary(two);
-    auto* const youngest = new CDynLinkLibrary(one);
-    EXPECT_EQ(state.m_libraryList, youngest);
-    EXPECT_EQ(youngest->m_pNextDLL, middle);
-    EXPECT_EQ(middle->m_pNextDLL, oldest);
-    AfxTermExtensionModule(one);
-    EXPECT_EQ(state.m_libraryList, middle);
-    EXPECT_EQ(middle->m_pNextDLL, nullptr);
-    AfxTermExtensionModule(one);
-    AfxTermExtensionModule(two);
-    EXPECT_EQ(state.m_libraryList, nullptr);
-    AfxSetModuleState(before);
-    EXPECT_EQ(AfxGetModuleState(), AfxGetAppModuleState());
 }
 
 } // namespace

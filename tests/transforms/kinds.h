@@ -15,22 +15,9 @@ namespace velm_test {
 inline constexpr char kinds[] = "ITRWSYM";
 
 inline const char* class_of(char kind) {
-    switch (kind) {
-    case 'I':
-        return "_ERIdentity3D";
-    case 'T':
-        return "_ERTranslation3D";
-    case 'R':
-        return "_ERRotation3D";
-    case 'W':
-        return "_ERWorkplane";
-    case 'S':
-        return "_ERScaling3D";
-    case 'Y':
-        return "_ERSymetrie3D";
-    default:
-        return "_ERSimilitude3D";
-    }
+    const char* names[] = {"_ERIdentity3D", "_ERTranslation3D", "_ERRotation3D",  "_ERWorkplane",
+                           "_ERScaling3D",  "_ERSymetrie3D",    "_ERSimilitude3D"};
+    return names[std::string(kinds).find(kind)];
 }
 
 /// p to m p + t with the factor taken into m, in extended precision.
@@ -103,22 +90,13 @@ public:
     }
     /// A new body of the kind.
     ERTr3DRevRep* body(char kind) {
-        switch (kind) {
-        case 'I':
-            return new _ERIdentity3D;
-        case 'T':
-            return new _ERTranslation3D(point());
-        case 'R':
-            return new _ERRotation3D(rotation());
-        case 'W':
-            return new _ERWorkplane(rotation(), point());
-        case 'S':
-            return new _ERScaling3D(random.uniform(1.1, 3.0));
-        case 'Y':
-            return new _ERSymetrie3D(direction());
-        default:
-            return new _ERSimilitude3D(rotation(), point(), random.uniform(-3.0, -0.3));
-        }
+        if (kind == 'I') return new _ERIdentity3D;
+        if (kind == 'T') return new _ERTranslation3D(point());
+        if (kind == 'R') return new _ERRotation3D(rotation());
+        if (kind == 'W') return new _ERWorkplane(rotation(), point());
+        if (kind == 'S') return new _ERScaling3D(random.uniform(1.1, 3.0));
+        if (kind == 'Y') return new _ERSymetrie3D(direction());
+        return new _ERSimilitude3D(rotation(), point(), random.uniform(-3.0, -0.3));
     }
     ERPmSimilitude3D handle(char kind) { return body(kind); }
 
