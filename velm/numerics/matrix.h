@@ -118,13 +118,15 @@ VELM_API ERMatrix<double> transposed(const ERMatrix<double>& m);
 VELM_API ERMatrix<double> IdentityMatrix(int n);
 /// Element (i, j) is 1.0 / (i + j + 1): the standard ill-conditioned matrix.
 VELM_API ERMatrix<double> Hilbert(int n);
-/// The lower factor L with L * transposed(L) = m. Reads the lower triangle alone. There is no test
-/// of positive definiteness: a negative radicand gives a NaN, which spreads. Method: Golub and Van
-/// Loan, Matrix Computations, 4th edition, section 4.2, by rows of L.
+/// The lower factor L with L * transposed(L) = m, REQUIRES m to be square. Reads the lower triangle
+/// alone. There is no test of positive definiteness: a negative radicand gives a NaN, which
+/// spreads. Method: Golub and Van Loan, Matrix Computations, 4th edition, section 4.2, by rows of
+/// L.
 VELM_API ERMatrix<double> MatrixCholesky(const ERMatrix<double>& m);
-/// Each element above the diagonal takes the value of its mirror below, in place.
+/// Each element above the diagonal takes the value of its mirror below, in place. Elements that
+/// have no mirror, where the matrix is not square, stay.
 VELM_API void CopyTriInfToTriSup(ERMatrix<double>& m);
-/// Each element below the diagonal takes the value of its mirror above, in place.
+/// Each element below the diagonal takes the value of its mirror above, in place; likewise.
 VELM_API void CopyTriSupToTriInf(ERMatrix<double>& m);
 /// Copies with CopyTriInfToTriSup and CopyTriSupToTriInf applied.
 VELM_API ERMatrix<double> MatSymetrisInf(const ERMatrix<double>& m);
@@ -133,8 +135,8 @@ VELM_API ERMatrix<double> MatSymetrisSup(const ERMatrix<double>& m);
 /// A vector that m maps to zero, or to as little as its rounding gives: the last unknown in the
 /// permuted order is set to 1.0 and the others follow. Not normalised; columns() entries.
 ///
-/// All elements are ordered by size before the elimination begins, in one pass (complete pivoting
-/// without looking again at what the elimination makes). There is no tolerance and no test of the
+/// Each step brings the largest element of what is left to the front, by rows and columns (complete
+/// pivoting; the diagonal behind it is ordered along). There is no tolerance and no test of the
 /// rank: a zero leading pivot divides by zero, and infinities or NaNs come back as they are. Rows
 /// that the matrix lacks count as zeros; a single column gives (1.0).
 VELM_API ERVec<double> ResolveHyperPlan(const ERMatrix<double>& m);
