@@ -86,7 +86,8 @@ System line(double slope) {
 
 double residual(System& system, const Vector& x) {
     double sum = 0.0;
-    for (const double f : system.f(x).view())
+    const Vector values = system.f(x);
+    for (const double f : values.view())
         sum += f * f;
     return std::sqrt(sum);
 }

@@ -44,6 +44,7 @@ ERAuxilaryIndex::~ERAuxilaryIndex() = default;
 
 void ERAuxilaryIndex::init(ERFileManager& file) {
     index = index_tree(file, ERBTreeOnDisk::openExisting, information_offset);
+    index->require_keys(velm::index_tree_form.key_length, velm::index_tree_form.binary_keys);
 }
 
 int ERAuxilaryIndex::Find(long key, long& value) const {

@@ -110,6 +110,12 @@ void ERBTreeOnDisk::check_sizes() const {
     if (layout.node_size() > limit) raise_invalid();
 }
 
+void ERBTreeOnDisk::require_keys(unsigned int keyLength, int ignore_nulls) const {
+    if (!information_known) return; // such a tree is empty and compares nothing
+    if (information.key_length != keyLength || ignoreNulls() != (ignore_nulls != 0))
+        raise_invalid();
+}
+
 /// A block that was not understood is never overwritten.
 void ERBTreeOnDisk::check_writable() const {
     if (!information_known) raise_invalid();

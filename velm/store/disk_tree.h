@@ -80,6 +80,9 @@ public:
         return information.magic == ERBTreeInformation::magic_number;
     }
     const ERBTreeInformation& info() const { return information; }
+    /// Raises an invalidFile where the information on file is of other keys than the caller's: a
+    /// longer key would be read beyond its end.
+    void require_keys(unsigned int keyLength, int ignoreNulls) const;
 
 private:
     enum retStatus : int { pending = 0, underflow = 0, done = 1, duplicate = 2, not_found = 2 };

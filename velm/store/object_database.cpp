@@ -48,9 +48,11 @@ std::unique_ptr<ERBTreeOnDisk> make_tree(ERFileManager& file, velm::StoreTree fo
 /// The form that stands on file overrules these arguments, which are the other tree's: intended.
 std::unique_ptr<ERBTreeOnDisk> open_tree(ERFileManager& file, velm::StoreTree form,
                                          velm::StoreTree other, long offset) {
-    return std::make_unique<ERBTreeOnDisk>(file, form.nodes_cached, ERBTreeOnDisk::openExisting,
-                                           other.key_length, form.binary_keys, offset,
-                                           velm::StoreTree::order, velm::StoreTree::minimum);
+    auto tree = std::make_unique<ERBTreeOnDisk>(
+        file, form.nodes_cached, ERBTreeOnDisk::openExisting, other.key_length, form.binary_keys,
+        offset, velm::StoreTree::order, velm::StoreTree::minimum);
+    tree->require_keys(form.key_length, form.binary_keys);
+    return tree;
 }
 
 } // namespace
