@@ -56,7 +56,7 @@ def main():
         faults = soname_faults(library)
         faults += [f"not ours, but exported: {name}" for name in sorted(foreign)]
         faults += [f"exported, but not in the list: {name}" for name in sorted(kinds.keys() - kept)
-                   if kinds[name] not in "WV"]
+                   if kinds[name] not in "WVu"]
         faults += [f"in the list, but not exported: {name}" for name in sorted(kept - kinds.keys())]
         for fault in faults[:SHOWN]:
             print(f"{library}: {fault}")
