@@ -4,7 +4,7 @@
 usage: linear_algebra.py > tests/numerics/data/linear_algebra.txt     (needs python3-mpmath)
 
 The matrices are not stored: the tests make them again by the same rules, and the doubles come out
-the same to the last bit. `random` draws uniform numbers in [-1, 1) by splitmix64 from the seed, row
+the same to the last bit. `random` draws uniform numbers in [-1, 1) by splitmix64 from SEED, row
 by row; `graded` divides row i of such a matrix by 8^i; `hilbert` has 1.0 / (i + j + 1) rounded to
 double; `gram` is A A^T + I of whole numbers from -9 to 9; `ones` is a matrix of ones plus twice the
 identity (eigenvalues 2, n - 1 times, and n + 2). For the symmetric problems `random` and `graded`

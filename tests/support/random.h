@@ -1,5 +1,5 @@
 // A small generator of our own (splitmix64, Steele, Lea and Flood 2014), the same numbers on every
-// platform. The seed is printed once so that a failure can be run again: VELM_TEST_SEED=n.
+// platform. It prints its start value once so that a failure can be run again: VELM_TEST_SEED=n.
 #pragma once
 
 #include <cstdint>
