@@ -318,6 +318,23 @@ TEST(NewtonLineSearch, EveryCode) {
     EXPECT_NE(code(undefined, {1.0}), BackTrackingStatus_at_root);
 }
 
+// The Jacobian turns by a right angle, so the direction leads uphill: full step, twice as far, and
+// half of that, which is the full step again.
+TEST(NewtonLineSearch, LengthsThatGoInACircleEnd) {
+    System circle(
+        [](const Vector& v) {
+            return v[1] == 1.0   ? Vector{2.0, 1.0}
+                   : v[1] == 2.0 ? Vector{3.0, 0.0}
+                                 : Vector{1.0, 1.0};
+        },
+        [](const Vector&) { return matrix2(0.0, -1.0, 1.0, 0.0); });
+    ERNewtonMSolverWithBackTracking solver(&circle, 0.0, 50);
+    Vector x{0.0, 0.0};
+    EXPECT_EQ(solver.Resoudre(x, 0.0), BackTrackingStatus_stopped);
+    EXPECT_EQ(solver.getNBFevaluate(), 4);
+    EXPECT_EQ(x[1], 0.0);
+}
+
 TEST(NewtonLineSearch, CountsGoOnFromCallToCall) {
     System system = rosenbrock();
     ERNewtonMSolverWithBackTracking solver(&system, 0.0, 20);

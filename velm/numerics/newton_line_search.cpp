@@ -120,6 +120,7 @@ int ERNewtonMSolverWithBackTracking::LinearSearch(const ERVec<double>& xold, dou
     const double slope = dot(g, p);
     const double shortest = kShortStep / relative_length(p, xold);
     Trial before{0.0, 0.0, 0.0};
+    double full_step_merit = std::nan("");
     for (double alam = 1.0;;) {
         xnew = p;
         velm::detail::scale(xnew, alam);
@@ -127,10 +128,14 @@ int ERNewtonMSolverWithBackTracking::LinearSearch(const ERVec<double>& xold, dou
         fx = problem->f(xnew);
         ++evaluations;
         f = 0.5 * dot(fx, fx);
-        if (shortest > alam) {
+        // Uphill the parabola may lengthen the full step and the cubic halve that again: a second
+        // full step with the merit of the first would come back for ever.
+        const bool in_a_circle = alam == 1.0 && f == full_step_merit;
+        if (shortest > alam || in_a_circle) {
             xnew = xold;
             return 1;
         }
+        if (alam == 1.0) full_step_merit = f;
         if (fold + alam * kEnoughDescent * slope >= f) return 0;
         const Trial now{alam, f, fold};
         const double next = next_length(now, before, slope);

@@ -37,7 +37,8 @@ public:
 
 private:
     /// Goes from xold along p to where the merit falls enough. Returns 0, or 1 when the step has
-    /// become too short, with x back at xold. p longer than stepMax is cut to it.
+    /// become too short or the lengths go in a circle, with x back at xold. p longer than stepMax
+    /// is cut to it.
     int LinearSearch(const ERVec<double>& xold, double fold, const ERVec<double>& g,
                      ERVec<double>& p, ERVec<double>& xnew, double& f, double stepMax);
 

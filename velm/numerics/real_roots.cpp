@@ -229,7 +229,10 @@ int Solver::finish() {
     std::sort(found.begin(), found.end(),
               [](const RealRoot& a, const RealRoot& b) { return a.value < b.value; });
     const auto inside = [this](const RealRoot& r) { return r.lower > first_ && r.upper < last_; };
-    const auto lone = [inside](const RealRoot& r) { return r.multiplicity == 1 && inside(r); };
+    // What add() gave is no root of the polynomial that degree_ belongs to.
+    const auto lone = [inside](const RealRoot& r) {
+        return r.multiplicity == 1 && inside(r) && r.lower < r.upper;
+    };
     const int most = degree_ - static_cast<int>(std::count_if(found.begin(), found.end(), lone));
     for (RealRoot& root : found) {
         if (root.multiplicity <= most || root.lower == root.upper) continue;

@@ -1,0 +1,274 @@
+// velm::real_roots against answers that were there first: roots of many digits
+// (data/polynomials.txt and real data), roots multiplied out, and the promise about rounded
+// coefficients.
+#include "support/random.h"
+#include "velm/numerics/real_roots.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Real = long double;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+struct Problem {
+    std::string name;
+    bool bernstein = false;
+    ERLimites limits{-kInfinity, kInfinity};
+    bool apart = false;
+    std::vector<double> c;
+    std::vector<std::vector<Real>> groups; ///< of roots that rounding can't tell apart
+};
+
+std::vector<velm::RealRoot> solve(const Problem& p, double uncertainty = velm::kRoundedOnce) {
+    return p.bernstein ? velm::real_roots_bernstein(p.c, p.limits, uncertainty)
+                       : velm::real_roots(p.c, p.limits, uncertainty);
+}
+
+struct Value {
+    Real p = 0.0, slope = 0.0, size = 0.0;
+};
+
+/// p, p' and the sum of the sizes of p's terms.
+Value evaluate(const Problem& p, Real x) {
+    const int n = static_cast<int>(p.c.size()) - 1;
+    Value v;
+    Real binomial = 1.0;
+    for (int i = 0; i <= n; ++i) {
+        const Real c = binomial * p.c[std::size_t(i)];
+        const int j = p.bernstein ? n - i : 0; // the power of 1 - x
+        const Real y = 1 - x;
+        const Real left = std::pow(x, i), right = std::pow(y, j);
+        v.p += c * left * right;
+        v.size += std::fabs(c * left * right);
+        if (i > 0) v.slope += c * i * std::pow(x, i - 1) * right;
+        if (j > 0) v.slope -= c * j * left * std::pow(y, j - 1);
+        if (p.bernstein) binomial = binomial * (n - i) / (i + 1);
+    }
+    return v;
+}
+
+/// Holds what was found against all roots in the limits, ascending, multiple ones repeated: none is
+/// lost, none invented, single ones are as accurate as their condition promises.
+void judge(const Problem& p, const std::vector<Real>& roots,
+           const std::vector<velm::RealRoot>& found) {
+    const Real degree = Real(p.c.size()) - 1;
+    std::size_t next = 0; // of roots
+    double before = -kInfinity;
+    for (const velm::RealRoot& r : found) {
+        EXPECT_TRUE(before <= r.lower && r.lower <= r.value && r.value <= r.upper) << r.value;
+        before = r.upper;
+        int inside = 0;
+        Real root = r.value;
+        for (; next < roots.size() && roots[next] <= r.upper; ++next, ++inside)
+            EXPECT_GE(root = roots[next], r.lower) << "lost";
+        EXPECT_LE(inside, r.multiplicity) << r.value;
+        if (r.crosses) {
+            EXPECT_GE(inside, 1) << "invented " << r.value;
+        } else {
+            const Value v = evaluate(p, r.value);
+            EXPECT_LE(std::fabs(v.p), 1.001L * 0x1p-53L * v.size) << "invented " << r.value;
+        }
+        if (inside != 1 || r.multiplicity != 1) continue;
+        const Value v = evaluate(p, root);
+        const Real tolerance =
+            0x1p-51L * std::fabs(root) + degree * 0x1p-102L * v.size / std::fabs(v.slope);
+        EXPECT_LE(std::fabs(r.value - root), tolerance) << r.value;
+    }
+    EXPECT_EQ(next, roots.size()) << "lost";
+}
+
+/// In the form that scripts/references/polynomials.py tells, or that of the real data.
+std::vector<Problem> read(const std::string& path) {
+    std::ifstream file(path);
+    std::vector<Problem> problems;
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream in(line);
+        std::string what, word;
+        in >> what;
+        if (what == "poly") {
+            Problem& p = problems.emplace_back();
+            std::string basis, lower, upper, label;
+            in >> p.name >> basis >> lower >> upper >> label;
+            p.bernstein = basis == "bernstein";
+            p.apart = label == "apart";
+            if (basis != "degree")
+                p.limits = {std::strtod(lower.c_str(), nullptr),
+                            std::strtod(upper.c_str(), nullptr)};
+        }
+        while (what == "coef" && in >> word && word != "exact")
+            problems.back().c.push_back(std::strtod(word.c_str(), nullptr));
+        if (what == "group" || what == "root") problems.back().groups.emplace_back();
+        while ((what == "group" || what == "root") && in >> word)
+            problems.back().groups.back().push_back(std::strtold(word.c_str(), nullptr));
+    }
+    return problems;
+}
+
+std::vector<Real> all_roots(const Problem& p) {
+    std::vector<Real> roots;
+    for (const std::vector<Real>& group : p.groups)
+        roots.insert(roots.end(), group.begin(), group.end());
+    std::sort(roots.begin(), roots.end());
+    return roots;
+}
+
+TEST(RealRoots, PublishedHardCases) {
+    const std::vector<Problem> problems = read(VELM_TEST_FOLDER "/numerics/data/polynomials.txt");
+    ASSERT_GE(problems.size(), 35u);
+    for (const Problem& p : problems) {
+        SCOPED_TRACE(p.name);
+        const std::vector<velm::RealRoot> found = solve(p);
+        judge(p, all_roots(p), found);
+        ASSERT_EQ(found.size(), p.groups.size());
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            const int size = static_cast<int>(p.groups[i].size());
+            EXPECT_GE(found[i].multiplicity, size);
+            EXPECT_EQ(found[i].multiplicity % 2, size % 2) << i;
+            EXPECT_EQ(found[i].crosses, size > 0);
+            if (p.apart) {
+                EXPECT_EQ(found[i].multiplicity, 1);
+            }
+        }
+    }
+}
+
+TEST(RealRoots, PolynomialsOfAnotherRootFindersTests) {
+    const std::vector<Problem> problems = read(VELM_REAL_DATA "/polynomials/mpsolve_real.txt");
+    if (problems.empty()) GTEST_SKIP() << "no reference data here";
+    for (const Problem& p : problems) {
+        SCOPED_TRACE(p.name);
+        judge(p, all_roots(p), solve(p));
+    }
+}
+
+/// Multiplies roots j / 256 out, exactly, and takes what results to a random scale; for the
+/// Bernstein basis times 60, which its binomials up to degree 5 divide.
+Problem from_roots(velm_test::Random& random, bool bernstein, std::vector<int>& roots) {
+    Problem p;
+    p.bernstein = bernstein;
+    const int degree = 1 + random.below(bernstein ? 5 : 6);
+    while (static_cast<int>(roots.size()) < degree) {
+        const int near = roots.empty() || random.below(2) == 0 ? random.below(400) - 100
+                                                               : roots.back() + random.below(3) - 1;
+        roots.push_back(near);
+    }
+    p.c = {bernstein ? 60.0 : 1.0};
+    for (const int root : roots) {
+        p.c.push_back(0.0);
+        for (std::size_t i = p.c.size(); i-- > 0;)
+            p.c[i] = (i > 0 ? p.c[i - 1] * 256.0 : 0.0) - root * p.c[i];
+    }
+    std::sort(roots.begin(), roots.end());
+    if (!bernstein) return p;
+    std::vector<double> share = p.c; // c[j] over binomial(n, j)
+    double binomial = 1.0;
+    for (int j = 0; j <= degree; ++j) {
+        share[std::size_t(j)] /= binomial;
+        binomial = binomial * (degree - j) / (j + 1);
+    }
+    for (int i = 0; i <= degree; ++i) {
+        double sum = 0.0;
+        binomial = 1.0;
+        for (int j = 0; j <= i; ++j) {
+            sum += binomial * share[std::size_t(j)];
+            binomial = binomial * (i - j) / (j + 1);
+        }
+        p.c[std::size_t(i)] = sum;
+    }
+    return p;
+}
+
+/// Roots on the ends and multiple ones among them, at any scale of p and x.
+TEST(RealRoots, RootsMultipliedOutComeBack) {
+    velm_test::Random random(31);
+    for (int round = 0; round < 6000; ++round) {
+        std::vector<int> whole;
+        const bool bernstein = round % 2 == 0;
+        Problem p = from_roots(random, bernstein, whole);
+        SCOPED_TRACE(testing::Message() << round << " " << testing::PrintToString(whole));
+        const int shift = bernstein ? 0 : random.below(200) - 100; // of x
+        const int scale = random.below(600) - 300;
+        for (std::size_t i = 0; i < p.c.size(); ++i)
+            p.c[i] = std::ldexp(p.c[i], scale - static_cast<int>(i) * shift);
+        int lower = bernstein ? 0 : -256, upper = 256;
+        if (random.below(2) == 0) { // both ends on roots
+            lower = std::max(lower, whole[std::size_t(random.below(int(whole.size())))]);
+            upper = std::clamp(whole.back(), lower, upper);
+        }
+        const auto at = [shift](int j) { return std::ldexp(double(j), shift - 8); };
+        p.limits = {at(lower), at(upper)};
+        std::vector<Real> roots;
+        for (const int j : whole)
+            if (j >= lower && j <= upper) roots.push_back(at(j));
+        const std::vector<velm::RealRoot> found = solve(p);
+        judge(p, roots, found);
+        for (const velm::RealRoot& r : found) {
+            const auto distance = [&r](Real x) { return std::fabs(x - r.value); };
+            const auto inside = std::count_if(
+                roots.begin(), roots.end(), [&r](Real x) { return x >= r.lower && x <= r.upper; });
+            const Real nearest =
+                distance(*std::min_element(roots.begin(), roots.end(), [&](Real a, Real b) {
+                    return distance(a) < distance(b);
+                }));
+            if (inside == r.multiplicity) {
+                EXPECT_LE(nearest, at(1)) << r.value; // between those of a cluster
+            }
+        }
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+/// The coefficients may be off by the uncertainty: roots of polynomials that lie so near are in the
+/// enclosures, no more of them in each than it tells.
+TEST(RealRoots, EnclosuresHoldTheRootsOfAllNearPolynomials) {
+    constexpr double uncertainty = 0x1p-30;
+    velm_test::Random random(32);
+    for (int round = 0; round < 3000; ++round) {
+        Problem p;
+        p.bernstein = round % 2 == 0;
+        p.limits = {p.bernstein ? 0.0 : -1.5, p.bernstein ? 1.0 : 1.5};
+        p.c.resize(std::size_t(2 + random.below(12)));
+        for (double& c : p.c)
+            c = random.uniform(-1.0, 1.0) * std::pow(10.0, random.below(4));
+        const std::vector<velm::RealRoot> enclosures = solve(p, uncertainty);
+        for (double& c : p.c)
+            c *= 1.0 + random.uniform(-1.0, 1.0) * uncertainty;
+        std::vector<int> held(enclosures.size());
+        for (const velm::RealRoot& r : solve(p)) {
+            if (!r.crosses) continue;
+            const auto e = std::find_if(enclosures.begin(), enclosures.end(), [&r](const auto& e_) {
+                return r.value >= e_.lower && r.value <= e_.upper;
+            });
+            ASSERT_NE(e, enclosures.end()) << round << ": " << r.value;
+            EXPECT_LE(++held[std::size_t(e - enclosures.begin())], e->multiplicity) << round;
+        }
+    }
+}
+
+TEST(RealRoots, EveryXAndNoX) {
+    const ERLimites all(-kInfinity, kInfinity);
+    const std::vector<double> zero(4), line{-1.0, 0.0, 4.0, 0.0};
+    ASSERT_EQ(velm::real_roots(zero, {1.0, 2.0}).size(), 1u);
+    EXPECT_EQ(velm::real_roots(zero, {1.0, 2.0})[0].multiplicity, 0);
+    EXPECT_EQ(velm::real_roots_bernstein(zero)[0].upper, 1.0);
+    EXPECT_EQ(velm::real_roots(std::vector{5.0}, all).size(), 0u);
+    EXPECT_EQ(velm::real_roots(line, {1.0, 0.0}).size(), 0u);
+    EXPECT_EQ(velm::real_roots(line, {std::nan(""), 1.0}).size(), 0u);
+    EXPECT_EQ(velm::real_roots(std::vector{1.0, kInfinity}, all).size(), 0u);
+    EXPECT_EQ(velm::real_roots_bernstein(line, {2.0, 3.0}).size(), 0u);
+    velm::RealRoot one;
+    EXPECT_EQ(velm::real_roots(line, all, {&one, 1}), 2); // room for one of two
+    EXPECT_EQ(one.value, -0.5);
+}
+
+} // namespace
