@@ -18,11 +18,11 @@
 // arithmetic in pairs of doubles can't tell, about degree^2 * 2^-103 S.
 //
 // Accuracy. The condition of a simple root r is S(r) / |r p'(r)|. Its value is a root of p as
-// given, to two units in the last place and a relative error of about condition * degree * 2^-102:
-// one of condition 10^15 still comes out right to all digits. Its enclosure reaches some 2 *
-// uncertainty * condition * |r| to either side. The value of a multiple root is the root that p's
-// derivative of order multiplicity - 1 has there, as accurate as that one's condition allows.
-// Everything scales with p and with x; there are no absolute bounds.
+// given, to two units in the last place (three in the Bernstein basis) and a relative error of
+// about condition * degree * 2^-102: one of condition 10^15 still comes out right to all digits.
+// Its enclosure reaches some 2 * uncertainty * condition * |r| to either side. The value of a
+// multiple root is the root that p's derivative of order multiplicity - 1 has there, as accurate as
+// that one's condition allows. Everything scales with p and with x; there are no absolute bounds.
 //
 // Method. Scaled by a power of two, p is taken to the Bernstein basis over an interval and bisected
 // by de Casteljau's scheme; Descartes' rule on the coefficients counts the roots of each part (Lane
@@ -76,8 +76,9 @@ VELM_API int real_roots(std::span<const double> coefficients, const ERLimites& l
                         std::span<RealRoot> roots, double uncertainty = kRoundedOnce);
 
 /// The same for the sum of poles[i] times the i-th Bernstein polynomial of degree poles.size() - 1.
-/// Only roots in [0, 1] are looked for, whatever the limits. S is the sum of |poles[i]| times the
-/// Bernstein polynomial.
+/// Only roots in [0, 1] are looked for, whatever the limits; one that lies beyond an end of the
+/// limits by no more than a relative 2e-15 counts as lying on it. S is the sum of |poles[i]| times
+/// the Bernstein polynomial.
 VELM_API std::vector<RealRoot> real_roots_bernstein(std::span<const double> poles,
                                                     const ERLimites& limits = ERLimites(0.0, 1.0),
                                                     double uncertainty = kRoundedOnce);
