@@ -130,6 +130,9 @@ TEST(Ellipse, ConstructionsAgree) {
         EXPECT_TRUE(isEqual(conic.center(), center, 1e-11));
         EXPECT_NEAR(std::fabs(conic.getBigAxisDirection().i()), p > q ? 1 : 0, 1e-9);
     }
+    // Flat, and still good to the last bit of what the foci say.
+    EXPECT_DOUBLE_EQ(EREllipse2D({-0.999999, 0}, {0.999999, 0}, 2).getSmallAxe(),
+                     0.0028284264176799871429);
     // Foci too far apart: a segment. No ellipse with a term in x y, through the origin, or at all.
     EXPECT_EQ(EREllipse2D({0, 0}, {3, 4}, 2).getBigAxe(), 5);
     EXPECT_EQ(EREllipse2D({0, 0}, {3, 4}, 2).getSmallAxe(), 0);
@@ -200,6 +203,7 @@ TEST(EllipticalArc, ParametersFollowTheCentralAngles) {
     }
     const ERArcEllipse2D shape(2, 1, 0, {0, 0}, 0.0, 2 * pi);
     EXPECT_EQ(shape.central_to_param(2 * pi), 2 * pi);
+    EXPECT_NEAR(shape.central_to_param(-1e-17), 0.0, 1e-15);
     EXPECT_NEAR(shape.central_to_param(5 * pi), pi, 1e-14);
     const auto bound = [](double start, double end) {
         return ERArcEllipse2D(2, 1, 0, {0, 0}, start, end).getBound();

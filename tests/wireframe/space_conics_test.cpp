@@ -176,16 +176,15 @@ double off_image(EREntity2DWF& image, const ERPoint2D& p) {
     return std::fabs(dist);
 }
 
-template <class Whole, class Part>
-void expect_projection(ERArc3D arc, const ERPmIsometrie3D& view) {
-    const ERCircle3D circle(arc);
-    t_SmartPtr<EREntity2DWF> image = ERCircle3D(circle).get2DEntProjectedOn(view);
+template <class Base, class Whole, class Part, class Arc>
+void expect_projection(Arc arc, const ERPmIsometrie3D& view) {
+    t_SmartPtr<EREntity2DWF> image = Base(arc).get2DEntProjectedOn(view);
     t_SmartPtr<EREntity2DWF> part = arc.get2DEntProjectedOn(view);
     ASSERT_EQ(image->isA(), Whole::desc());
     ASSERT_EQ(part->isA(), Part::desc());
     const ERLimites bound = arc.getBound();
     for (int n = 0; n <= 60; ++n) {
-        EXPECT_NEAR(off_image(*image, view.Project(circle(n * 0.105))), 0, 1e-9);
+        EXPECT_NEAR(off_image(*image, view.Project(arc(n * 0.105))), 0, 1e-9);
         EXPECT_NEAR(off_image(*part, view.Project(arc(bound(n / 60.0)))), 0, 1e-9);
     }
     // The image of the arc reaches no farther than the arc.
@@ -197,16 +196,21 @@ void expect_projection(ERArc3D arc, const ERPmIsometrie3D& view) {
     EXPECT_TRUE(isEqual(box.MaxPoint(), sampled.MaxPoint(), 1e-4));
 }
 
-TEST(CircleInSpace, ProjectsToCircleSegmentOrEllipse) {
+/// Aslant, from both sides and edge on; `Flat` and `FlatPart` are what it is on its own plane.
+template <class Base, class Flat, class FlatPart, class Arc>
+void expect_projections(const Arc& arc) {
+    const ERVector3D n = arc.normale(), along = arc.getRepere().getVector(Coord3D_X) * 0.6 +
+                                                arc.getRepere().getVector(Coord3D_Y) * 0.8;
+    expect_projection<Base, EREllipse2D, ERArcEllipse2D>(arc, frame());
+    expect_projection<Base, Flat, FlatPart>(arc, ERChgRepere3D(along, n ^ along, point()));
+    expect_projection<Base, Flat, FlatPart>(arc, ERChgRepere3D(along, along ^ n, point()));
+    expect_projection<Base, ERSegment2D, ERSegment2D>(arc, ERChgRepere3D(along, n, point()));
+}
+
+TEST(ConicsInSpace, ProjectToCircleSegmentOrEllipse) {
     for (int round = 0; round < 200; ++round) {
-        ERArc3D arc = random_arc();
-        expect_projection<EREllipse2D, ERArcEllipse2D>(arc, frame());
-        const ERVector3D x = arc.getRepere().getVector(Coord3D_X),
-                         y = arc.getRepere().getVector(Coord3D_Y), n = arc.normale();
-        const ERVector3D along = x * 0.6 + y * 0.8;
-        expect_projection<ERCircle2D, ERArc2D>(arc, ERChgRepere3D(along, n ^ along, point()));
-        expect_projection<ERCircle2D, ERArc2D>(arc, ERChgRepere3D(along, along ^ n, point()));
-        expect_projection<ERSegment2D, ERSegment2D>(arc, ERChgRepere3D(along, n, point()));
+        expect_projections<ERCircle3D, ERCircle2D, ERArc2D>(random_arc());
+        expect_projections<EREllipse3D, EREllipse2D, ERArcEllipse2D>(random_elliptical_arc());
     }
 }
 

@@ -13,10 +13,11 @@ double degrees(double radians) { return radians * 57.29577951308232; }
 Coordinate as_coordinate(const ERVector3D& v) { return {v.i(), v.j(), v.k()}; }
 ERVector3D as_vector(const Coordinate& c) { return {c[0], c[1], c[2]}; }
 
-ERVector3D direction(double azimuth, double elevation) {
+/// The point at the distance r from the origin.
+Coordinate polar(double azimuth, double elevation, double r) {
     const double az = radians(azimuth);
     const double el = radians(elevation);
-    return {std::cos(az) * std::cos(el), std::sin(az) * std::cos(el), std::sin(el)};
+    return {r * std::cos(az) * std::cos(el), r * std::sin(az) * std::cos(el), r * std::sin(el)};
 }
 
 /// Whether an angle in degrees lies a whole number of half turns from 90.
@@ -62,9 +63,7 @@ Coordinate Cartesian2Spherical(const Coordinate& c) {
     return {degrees(std::atan2(c[1], c[0])), r == 0.0 ? 0.0 : degrees(std::asin(c[2] / r)), r};
 }
 
-Coordinate Spherical2Cartesian(const Coordinate& c) {
-    return as_coordinate(direction(c[0], c[1]) * c[2]);
-}
+Coordinate Spherical2Cartesian(const Coordinate& c) { return polar(c[0], c[1], c[2]); }
 
 Coordinate IJK2ABC(const Coordinate& c) {
     return {degrees(std::atan2(c[2], c[1])), degrees(std::atan2(c[0], c[2])),
@@ -91,7 +90,7 @@ Coordinate IJK2AZ_EL(const Coordinate& c) {
             length == 0.0 ? 0.0 : degrees(std::asin(v.k() / length)), 1.0};
 }
 
-Coordinate AZ_EL2IJK(const Coordinate& c) { return as_coordinate(direction(c[0], c[1])); }
+Coordinate AZ_EL2IJK(const Coordinate& c) { return polar(c[0], c[1], 1.0); }
 
 Coordinate IJK2IJK(const Coordinate& c) { return as_coordinate(as_vector(c).normalize()); }
 

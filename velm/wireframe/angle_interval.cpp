@@ -39,6 +39,11 @@ VELM_DEFINE_STORED_FIELDS(EREntAngle)
 
 namespace velm::detail {
 
+void print_limits(std::ostream& out, const EREntAngle& angles) {
+    out << "      StartAg:" << angles.startAngle() * degrees_per_radian << '\n'
+        << "      EndAg  :" << angles.endAngle() * degrees_per_radian << '\n';
+}
+
 template <class D>
 double BoundedWithAngle<D>::udeb() const {
     return startAngle();

@@ -51,6 +51,9 @@ private:
 
 namespace velm::detail {
 
+/// Prints the angles of an arc in degrees behind the labels that arcs have for them.
+void print_limits(std::ostream& out, const EREntAngle& angles);
+
 /// What the curves with angular limits of the plane and of space have in common.
 template <class D>
 class VELM_API BoundedWithAngle : public D::FiniteEntity, public EREntAngle {

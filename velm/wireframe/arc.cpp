@@ -166,10 +166,8 @@ void ERArc2D::reverse() { EREntAngle::reverse(); }
 ERObject* ERArc2D::getCopy() const { return new ERArc2D(*this); }
 
 void ERArc2D::printOn(std::ostream& out) const {
-    out << "Arc : Centre :" << center_ << '\n'
-        << "      Rayon  :" << radius_ << '\n'
-        << "      StartAg:" << startAngle() << '\n'
-        << "      EndAg  :" << endAngle() << '\n';
+    out << "Arc : Centre :" << center_ << '\n' << "      Rayon  :" << radius_ << '\n';
+    velm::detail::print_limits(out, *this);
 }
 
 int Arc3Points(ERArc2D& arc, const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {

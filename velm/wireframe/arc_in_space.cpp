@@ -5,22 +5,18 @@
 #include "velm/transforms/transformation_factories.h"
 #include "velm/wireframe/detail/angles.h"
 #include "velm/wireframe/detail/arc_between.h"
-#include "velm/wireframe/detail/circle_projection.h"
 #include "velm/wireframe/detail/split.h"
 #include "velm/wireframe/detail/trigonometric_box.h"
-#include "velm/wireframe/elliptical_arc.h"
-#include "velm/wireframe/segment.h"
+#include "velm/wireframe/detail/turn_projection.h"
 
-#include <algorithm>
 #include <cmath>
-#include <numbers>
 #include <ostream>
 
 VELM_DEFINE_CLASS(ERArc3D, ERCircle3D, ERFiniteEntity3DWFBoundedWithAngle)
 VELM_DEFINE_STORED_FORM(ERArc3D, ERCircle3D)
 
-using velm::detail::CircleProjection;
 using velm::detail::turn;
+using velm::detail::TurnProjection;
 
 // Assigns the shared base once.
 ERArc3D& ERArc3D::operator=(const ERArc3D& other) {
@@ -52,47 +48,14 @@ int ERArc3D::splitAt(t_SmartPtr<ERFiniteEntity3DWF>& first, t_SmartPtr<ERFiniteE
     return velm::detail::split_at_angle(*this, t, first, second);
 }
 
-namespace {
-
-/// The part of the image's big axis that an arc covers: r cos (t - phase) for t in `bound`.
-ERSegment2D edge_on(const CircleProjection& image, double radius, const ERLimites& bound) {
-    const auto along = [&](double t) { return radius * std::cos(t - image.phase); };
-    double low = std::min(along(bound.start()), along(bound.end()));
-    double high = std::max(along(bound.start()), along(bound.end()));
-    double foremost = image.phase, backmost = image.phase + std::numbers::pi;
-    if (velm::detail::bring_within(bound, foremost)) high = radius;
-    if (velm::detail::bring_within(bound, backmost)) low = -radius;
-    return ERSegment2D(image.center + image.big * low, image.center + image.big * high);
-}
-
-/// The eccentric angle on the image is that on the circle, from `phase` on and in the sense in
-/// which the circle is seen.
-t_SmartPtr<EREntity2DWF> seen_aslant(const CircleProjection& image, double radius,
-                                     const EREntAngle& angles) {
-    const double sense = image.cosine < 0.0 ? -1.0 : 1.0;
-    const double start = sense * (angles.startAngle() - image.phase);
-    const double end = sense * (angles.endAngle() - image.phase);
-    // From the lower of the two on, within the turn below 0: see ERArcEllipse2D::getBound.
-    const double shift =
-        velm::detail::angle_from(-turn, std::min(start, end)) - std::min(start, end);
-    t_SmartPtr<ERArcEllipse2D> arc(new ERArcEllipse2D(image.ellipse(radius), 0.0, turn));
-    const double from = arc->param_to_central(start + shift);
-    const double to = arc->param_to_central(end + shift);
-    arc->setLimites(from, to);
-    return arc.get();
-}
-
-} // namespace
-
 t_SmartPtr<EREntity2DWF> ERArc3D::get2DEntProjectedOn(const ERPmIsometrie3D& frame) {
-    const CircleProjection image(*this, frame);
-    if (Project2DWillBeSegment(frame)) return new ERSegment2D(edge_on(image, radius(), getBound()));
-    if (Project2DWillBeEllipse(frame)) return seen_aslant(image, radius(), *this);
+    const TurnProjection image(*this, frame);
+    if (Project2DWillBeSegment(frame)) return new ERSegment2D(image.segment(getBound()));
+    if (Project2DWillBeEllipse(frame)) return image.arc(startAngle(), endAngle());
     const double zero = std::atan2(image.big.j(), image.big.i());
-    const double sense = image.cosine < 0.0 ? -1.0 : 1.0;
-    t_SmartPtr<ERFiniteEntity2DWF> arc(new ERArc2D(image.center, radius(),
-                                                   zero + sense * (startAngle() - image.phase),
-                                                   zero + sense * (endAngle() - image.phase)));
+    t_SmartPtr<ERFiniteEntity2DWF> arc(
+        new ERArc2D(image.center, radius(), zero + image.sense() * (startAngle() - image.phase),
+                    zero + image.sense() * (endAngle() - image.phase)));
     return arc.get();
 }
 
@@ -103,9 +66,8 @@ ERObject* ERArc3D::getCopy() const { return new ERArc3D(*this); }
 void ERArc3D::printOn(std::ostream& out) const {
     out << "Arc : Centre :" << center() << '\n'
         << "      Normale:" << normale() << '\n'
-        << "      Rayon  :" << radius() << '\n'
-        << "      StartAg:" << startAngle() << '\n'
-        << "      EndAg  :" << endAngle() << '\n';
+        << "      Rayon  :" << radius() << '\n';
+    velm::detail::print_limits(out, *this);
 }
 
 int Arc3Points(ERArc3D& arc, const ERPoint3D& a, const ERPoint3D& b, const ERPoint3D& c) {

@@ -3,10 +3,8 @@
 #include "velm/frame/point_functions.h"
 #include "velm/frame/stored_form.h"
 #include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/detail/circle_projection.h"
 #include "velm/wireframe/detail/trigonometric_box.h"
-#include "velm/wireframe/ellipse.h"
-#include "velm/wireframe/segment.h"
+#include "velm/wireframe/detail/turn_projection.h"
 
 #include <cmath>
 #include <ostream>
@@ -14,8 +12,8 @@
 VELM_DEFINE_CLASS(ERCircle3D, ERPlanarEntity3DWF)
 VELM_DEFINE_STORED_FORM(ERCircle3D, ERPlanarEntity3DWF)
 
-using velm::detail::CircleProjection;
 using velm::detail::lifted;
+using velm::detail::TurnProjection;
 
 double ERCircle3D::precisionProj = 1e-10;
 
@@ -86,13 +84,11 @@ t_SmartPtr<ERCircle2D> ERCircle3D::Circle2DFromProjectOn(const ERPmIsometrie3D& 
 }
 
 t_SmartPtr<ERSegment2D> ERCircle3D::Segment2DFromProjectOn(const ERPmIsometrie3D& frame) const {
-    const CircleProjection image(*this, frame);
-    const ERVector2D half = image.big * radius();
-    return new ERSegment2D(image.center - half, image.center + half);
+    return new ERSegment2D(TurnProjection(*this, frame).segment());
 }
 
 t_SmartPtr<EREllipse2D> ERCircle3D::Ellipse2DFromProjectOn(const ERPmIsometrie3D& frame) const {
-    return new EREllipse2D(CircleProjection(*this, frame).ellipse(radius()));
+    return new EREllipse2D(TurnProjection(*this, frame).ellipse());
 }
 
 t_SmartPtr<EREntity2DWF> ERCircle3D::get2DEntProjectedOn(const ERPmIsometrie3D& frame) {
@@ -121,25 +117,3 @@ void ERCircle3D::printOn(std::ostream& out) const {
         << "         : Normale " << normale() << '\n'
         << "         : Radius  " << radius() << '\n';
 }
-
-namespace velm::detail {
-
-CircleProjection::CircleProjection(const ERCircle3D& circle, const ERPmIsometrie3D& frame)
-    : center(frame.Project(circle.center())) {
-    const ERVector3D view = frame.getVector(Coord3D_Z), normal = circle.normale();
-    const ERVector3D level = view ^ normal;
-    sine = level.norme();
-    cosine = view * normal;
-    // Of parallel planes every direction is level.
-    ERVector3D along = sine > 0.0 ? level.getnormalized() : circle.getRepere().getVector(Coord3D_X);
-    phase = std::atan2(along * circle.getRepere().getVector(Coord3D_Y),
-                       along * circle.getRepere().getVector(Coord3D_X));
-    big = frame.TransTo(along).castToVector2D(Coord3D_Z).normalize();
-}
-
-EREllipse2D CircleProjection::ellipse(double radius) const {
-    const ERVector2D to_focus = big * (radius * sine);
-    return EREllipse2D(center - to_focus, center + to_focus, 2.0 * radius);
-}
-
-} // namespace velm::detail

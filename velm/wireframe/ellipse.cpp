@@ -5,6 +5,7 @@
 #include "velm/platform/ellipse_kernel.h"
 #include "velm/transforms/plane_transformation.h"
 #include "velm/wireframe/detail/angles.h"
+#include "velm/wireframe/detail/double_double.h"
 #include "velm/wireframe/detail/trigonometric_box.h"
 #include "velm/wireframe/ellipse_in_space.h"
 
@@ -17,7 +18,10 @@
 VELM_DEFINE_CLASS(EREllipse2D, EREntity2DWF)
 VELM_DEFINE_STORED_FORM(EREllipse2D, EREntity2DWF)
 
+using velm::detail::DoubleDouble;
 using velm::detail::EllipseFrame;
+using velm::detail::exact_product;
+using velm::detail::exact_sum;
 
 ERPoint2D EllipseFrame::at(double t) const {
     return from_frame(half_big * std::cos(t), half_small * std::sin(t));
@@ -68,12 +72,26 @@ EREllipse2D::EREllipse2D(double A, double B, double C, double D, double E, doubl
     big_ = 2.0 * greater;
 }
 
+namespace {
+
+/// The square of the big axis less that of the distance of the foci, in doubled precision.
+double exact_difference(double big, const ERPoint2D& focus1, const ERPoint2D& focus2) {
+    const DoubleDouble x = exact_sum(focus2.x(), -focus1.x()),
+                       y = exact_sum(focus2.y(), -focus1.y());
+    return exact_product(big, big) - (x * x + y * y);
+}
+
+} // namespace
+
 ERVec<ERPoint2D> EREllipse2D::getFocus() const { return {focus1_, focus2_}; }
 
 ERPoint2D EREllipse2D::center() const { return milieu(focus1_, focus2_); }
 
 double EREllipse2D::getSmallAxe() const {
-    return std::sqrt(std::max(big_ * big_ - distance2(focus1_, focus2_), 0.0));
+    const double square = big_ * big_;
+    const double difference = square - distance2(focus1_, focus2_);
+    if (difference > 0.01 * square) return std::sqrt(difference);
+    return std::sqrt(std::max(exact_difference(big_, focus1_, focus2_), 0.0));
 }
 
 ERVector2D EREllipse2D::getBigAxisDirection() const {

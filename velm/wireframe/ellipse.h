@@ -53,8 +53,8 @@ public:
     /// The two foci.
     ERVec<ERPoint2D> getFocus() const;
     ERPoint2D center() const;
-    /// The whole lengths of the axes. The small one is sqrt(big^2 - focal distance^2), which keeps
-    /// the fewer digits the flatter the ellipse; never below 0.
+    /// The whole lengths of the axes. The small one is sqrt(big^2 - focal distance^2), in doubled
+    /// precision for a flat ellipse; never below 0.
     double getBigAxe() const { return big_; }
     double getSmallAxe() const;
     /// The unit vector from the first focus to the second, (1, 0) if they agree.

@@ -6,6 +6,7 @@
 #include "velm/transforms/transformation_factories.h"
 #include "velm/wireframe/detail/split.h"
 #include "velm/wireframe/detail/trigonometric_box.h"
+#include "velm/wireframe/detail/turn_projection.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +19,7 @@ VELM_DEFINE_STORED_FORM(ERArcEllipse3D, EREllipse3D)
 
 using velm::detail::EllipseFrame;
 using velm::detail::lifted;
+using velm::detail::TurnProjection;
 
 namespace {
 
@@ -27,6 +29,11 @@ ERPmIsometrie3D frame_of_foci(const ERPoint3D& focus1, const ERPoint3D& focus2,
     const ERVector3D along(focus1, focus2);
     return along.norme2() == 0.0 ? ERChgRepere3D(normal, center)
                                  : ERChgRepere3D(along, normal ^ along, center);
+}
+
+/// Whether the ellipse's plane is seen edge on, as for circles.
+bool edge_on(const EREllipse3D& ellipse, const ERPmIsometrie3D& frame) {
+    return std::fabs(frame.getVector(Coord3D_Z) * ellipse.normale()) <= ERCircle3D::precisionProj;
 }
 
 EREllipse2D about_origin(double half_focal, double big) {
@@ -69,6 +76,12 @@ ERMinimax3D EREllipse3D::getBox() const {
     const EllipseFrame f = ellipse_.frame();
     return velm::detail::box_of_turn<velm::Space>(getCenter(), lifted(getRepere(), f.big()),
                                                   lifted(getRepere(), f.small()));
+}
+
+t_SmartPtr<EREntity2DWF> EREllipse3D::get2DEntProjectedOn(const ERPmIsometrie3D& frame) {
+    const TurnProjection image(*this, frame);
+    if (edge_on(*this, frame)) return new ERSegment2D(image.segment());
+    return new EREllipse2D(image.ellipse());
 }
 
 void EREllipse3D::scale(double s) {
@@ -122,6 +135,12 @@ double ERArcEllipse3D::arcLength(double tol) const { return flat_arc().arcLength
 int ERArcEllipse3D::splitAt(t_SmartPtr<ERFiniteEntity3DWF>& first,
                             t_SmartPtr<ERFiniteEntity3DWF>& second, double t) const {
     return velm::detail::split_at_angle(*this, flat_arc().param_to_central(t), first, second);
+}
+
+t_SmartPtr<EREntity2DWF> ERArcEllipse3D::get2DEntProjectedOn(const ERPmIsometrie3D& frame) {
+    const TurnProjection image(*this, frame);
+    if (edge_on(*this, frame)) return new ERSegment2D(image.segment(getBound()));
+    return image.arc(udeb(), ufin());
 }
 
 void ERArcEllipse3D::reverse() { EREntAngle::reverse(); }

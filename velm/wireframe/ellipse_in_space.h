@@ -37,6 +37,10 @@ public:
     /// The least box.
     ERMinimax3D getBox() const;
 
+    /// An EREllipse2D, or an ERSegment2D where the planes are perpendicular, within the tolerance
+    /// that is common to all circles (ERCircle3D::SetProjectionPrecision).
+    t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
+
     void scale(double s) override;
     void printOn(std::ostream& out) const override;
     ERObject* getCopy() const override;
@@ -88,6 +92,9 @@ public:
     /// Cuts at the parameter t. Returns 1.
     int splitAt(t_SmartPtr<ERFiniteEntity3DWF>& first, t_SmartPtr<ERFiniteEntity3DWF>& second,
                 double t) const override;
+
+    /// The image of the arc: an ERArcEllipse2D or an ERSegment2D, chosen as for the whole ellipse.
+    t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
 
     /// Swaps the angles; the arc stays in its place.
     void reverse() override;

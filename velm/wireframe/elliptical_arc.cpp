@@ -34,7 +34,9 @@ ERArcEllipse2D& ERArcEllipse2D::operator=(const ERArcEllipse2D& other) {
 double ERArcEllipse2D::central_to_param(double a) const {
     if (a == turn) return a;
     const double turns = a < 0.0 ? std::ceil(-a / turn) : 0.0;
-    const double central = std::fmod(a + turns * turn, turn);
+    // An angle just below 0 that comes out as 2 pi stays there, as 2 pi itself does.
+    const double raised = a + turns * turn;
+    const double central = raised == turn ? turn : std::fmod(raised, turn);
     const double eccentric = std::atan(std::tan(central) * (big_ / getSmallAxe()));
     const double half_turns = central <= 0.5 * pi ? 0.0 : central <= 1.5 * pi ? 1.0 : 2.0;
     return eccentric + half_turns * pi - turns * turn;
@@ -115,5 +117,5 @@ ERObject* ERArcEllipse2D::getCopy() const { return new ERArcEllipse2D(*this); }
 
 void ERArcEllipse2D::printOn(std::ostream& out) const {
     EREllipse2D::printOn(out);
-    out << "      StartAg:" << startAngle() << '\n' << "      EndAg  :" << endAngle() << '\n';
+    velm::detail::print_limits(out, *this);
 }

@@ -121,7 +121,8 @@ public:
 VELM_API double distance(const ERInfLine2D& line, const ERPoint2D& p);
 VELM_API double distance(const ERInfLine3D& line, const ERPoint3D& p);
 /// The distance of two lines: between their closest points or, when `intersect` takes them for
-/// parallel, from the second line's origin to the first.
+/// parallel, from the second line's origin to the first. Not for lines that are parallel but for
+/// rounding: their closest points may lie as far away as digits reach.
 VELM_API double distance(const ERInfLine3D& first, const ERInfLine3D& second);
 
 extern template class velm::detail::InfLine<velm::Plane>;
