@@ -13,14 +13,14 @@ using namespace velm::inspect;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    for (const OutlineForm form :
-         {OutlineForm::automatic, OutlineForm::contours, OutlineForm::round, OutlineForm::runs}) {
+    for (const OutlineForm form : {OutlineForm::automatic, OutlineForm::contours,
+                                   OutlineForm::round, OutlineForm::runs, OutlineForm::arcs}) {
         try {
             TextSource source("fuzz", text);
             const Outline outline = read_outline(source, form);
             const Profile profile(outline);
-            for (const Polygon& contour : outline.contours) {
-                if (contour.size() < 3) std::abort();
+            for (const Contour& contour : outline.contours) {
+                if (contour.size() < (contour.has_arcs() ? 1 : 3)) std::abort();
                 const ERPoint2D p = (contour[0] + contour[1]) * 0.5;
                 if (profile.is_comparable(p) && !std::isfinite(profile.compare(p).distance))
                     std::abort();

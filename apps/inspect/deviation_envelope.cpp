@@ -13,13 +13,10 @@ constexpr int fewest_in_contour = 12;
 
 DeviationEnvelope::DeviationEnvelope(const Outline& outline) {
     double whole = 0.0;
-    for (const Polygon& contour : outline.contours) {
+    for (const Contour& contour : outline.contours) {
         std::vector<double> way{0.0};
-        for (int i = 0; i < contour.size(); ++i) {
-            const ERPoint2D& a = contour[i];
-            const ERPoint2D& b = contour[(i + 1) % contour.size()];
-            way.push_back(way.back() + std::hypot(b.x() - a.x(), b.y() - a.y()));
-        }
+        for (int i = 0; i < contour.size(); ++i)
+            way.push_back(way.back() + contour.length(i));
         whole += way.back();
         way_.push_back(std::move(way));
     }

@@ -5,7 +5,8 @@
 #include <cmath>
 #include <utility>
 
-#include "velm/frame/vector.h"
+#include "inspect/ray_crossing.h"
+#include "velm/wireframe/closest_point.h"
 
 namespace velm::inspect {
 namespace {
@@ -23,22 +24,37 @@ double squared_distance(const ERPoint2D& p, const ERMinimax2D& box) {
     return dx * dx + dy * dy;
 }
 
+struct Foot {
+    ERPoint2D point;
+    double parameter; // from 0 to 1
+};
+
+Foot foot_on_line(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& p) {
+    const ERVector2D along(a, b);
+    const double length2 = along.norme2();
+    const double t = length2 > 0.0 ? std::clamp(ERVector2D(a, p) * along / length2, 0.0, 1.0) : 0.0;
+    return {t == 1.0 ? b : a + along * t, t};
+}
+
+Foot foot_on_arc(const ERPoint2D& a, const ERPoint2D& b, const ERArc2D& arc, const ERPoint2D& p) {
+    const ClosestPoint<ERPoint2D> closest = closest_point(arc, p);
+    const double start = arc.startAngle();
+    const double t = std::clamp((closest.parameter - start) / (arc.endAngle() - start), 0.0, 1.0);
+    return {t == 0.0 ? a : t == 1.0 ? b : closest.point, t};
+}
+
 } // namespace
 
-EdgeTree::EdgeTree(QuickAlgebra::ERVec<ERPoint2D> polygon)
-    : polygon_(std::move(polygon)), vertices_(std::as_const(polygon_).view()),
-      count_(static_cast<int>(vertices_.size())) {
-    for (const ERPoint2D& v : vertices_)
-        extent_ = std::max({extent_, std::fabs(v.x()), std::fabs(v.y())});
-    build(0, count_);
+EdgeTree::EdgeTree(Contour contour) : contour_(std::move(contour)), extent_(contour_.magnitude()) {
+    build(0, contour_.size());
 }
 
 int EdgeTree::build(int begin, int end) {
     const std::size_t at = nodes_.size();
     nodes_.push_back({ERMinimax2D(), begin, end, 0});
     if (end - begin <= edges_in_leaf) {
-        for (int i = begin; i <= end; ++i)
-            nodes_[at].box.Update(vertex(i));
+        for (int i = begin; i < end; ++i)
+            nodes_[at].box.Update(contour_.box(i));
     } else {
         const int middle = begin + (end - begin) / 2;
         build(begin, middle);
@@ -50,6 +66,16 @@ int EdgeTree::build(int begin, int end) {
     return static_cast<int>(at);
 }
 
+void EdgeTree::try_edge(int i, const ERPoint2D& p, int contour, NearestEdge& best) const {
+    const ERArc2D* const arc = contour_.arc(i);
+    const Foot foot = arc == nullptr ? foot_on_line(contour_[i], contour_[i + 1], p)
+                                     : foot_on_arc(contour_[i], contour_[i + 1], *arc, p);
+    const double d2 = ERVector2D(foot.point, p).norme2();
+    const bool is_first = best.contour == contour && i < best.edge;
+    if (d2 < best.squared_distance || (d2 == best.squared_distance && is_first))
+        best = {d2, foot.point, foot.parameter, contour, i};
+}
+
 void EdgeTree::find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) const {
     const double slack =
         slack_per_magnitude * std::max({extent_, std::fabs(p.x()), std::fabs(p.y())});
@@ -57,18 +83,12 @@ void EdgeTree::find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) 
         const double distance = std::sqrt(best.squared_distance) + slack;
         return distance * distance;
     };
-    const auto try_edge = [&](int i) {
-        const ERPoint2D& a = vertex(i);
-        const ERPoint2D& b = vertex(i + 1);
-        const ERVector2D along(a, b);
-        const double length2 = along.norme2();
-        const double t =
-            length2 > 0.0 ? std::clamp(ERVector2D(a, p) * along / length2, 0.0, 1.0) : 0.0;
-        const ERPoint2D foot = t == 1.0 ? b : a + along * t;
-        const double d2 = ERVector2D(foot, p).norme2();
-        const bool is_first = best.contour == contour && i < best.edge;
-        if (d2 < best.squared_distance || (d2 == best.squared_distance && is_first))
-            best = {d2, foot, t, contour, i};
+    // Nothing of an arc is nearer than its circle, which is far cheaper to ask.
+    const auto is_out_of_reach = [&](int i) {
+        const ERArc2D* const arc = contour_.arc(i);
+        if (arc == nullptr) return false;
+        const double gap = ERVector2D(arc->center(), p).norme() - arc->radius();
+        return gap * gap > reach();
     };
 
     struct Waiting {
@@ -85,7 +105,7 @@ void EdgeTree::find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) 
         const Node& node = nodes_[static_cast<std::size_t>(next.node)];
         if (node.right == 0) {
             for (int i = node.begin; i < node.end; ++i)
-                try_edge(i);
+                if (!is_out_of_reach(i)) try_edge(i, p, contour, best);
             limit = reach();
             continue;
         }
@@ -99,12 +119,34 @@ void EdgeTree::find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) 
     }
 }
 
+bool EdgeTree::encloses(const ERPoint2D& p) const {
+    bool odd = false;
+    std::array<int, deepest> waiting;
+    std::size_t count = 0;
+    waiting[count++] = 0;
+    while (count > 0) {
+        const int at = waiting[--count];
+        const Node& node = nodes_[static_cast<std::size_t>(at)];
+        if (p.y() >= node.box.ymax || p.y() < node.box.ymin || p.x() > node.box.xmax) continue;
+        if (p.x() < node.box.xmin) { // all of it lies ahead: its ends tell how often it crosses
+            odd ^= parts(p.y(), contour_[node.begin], contour_[node.end]);
+        } else if (node.right == 0) {
+            for (int i = node.begin; i < node.end; ++i)
+                odd ^= crosses_ray(contour_, i, p);
+        } else {
+            waiting[count++] = node.right;
+            waiting[count++] = at + 1;
+        }
+    }
+    return odd;
+}
+
 void EdgeTree::reduce_for_inside(const ERPoint2D& p, std::vector<ERPoint2D>& chain) const {
     const auto is_skipped = [&](const ERMinimax2D& box) {
         return p.y() > box.ymax || p.y() < box.ymin || p.x() > box.xmax;
     };
     chain.clear();
-    chain.push_back(vertices_[0]);
+    chain.push_back(contour_[0]);
     std::array<int, deepest> waiting;
     std::size_t count = 0;
     waiting[count++] = 0;
@@ -112,10 +154,10 @@ void EdgeTree::reduce_for_inside(const ERPoint2D& p, std::vector<ERPoint2D>& cha
         const int at = waiting[--count];
         const Node& node = nodes_[static_cast<std::size_t>(at)];
         if (is_skipped(node.box)) {
-            chain.push_back(vertex(node.end));
+            chain.push_back(contour_[node.end]);
         } else if (node.right == 0) {
             for (int i = node.begin; i < node.end; ++i)
-                chain.push_back(vertex(i + 1));
+                chain.push_back(contour_[i + 1]);
         } else {
             waiting[count++] = node.right;
             waiting[count++] = at + 1;

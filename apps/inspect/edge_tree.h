@@ -1,13 +1,10 @@
-// edge_tree.h: `EdgeTree`, boxes over the edges of a polygon, for questions that a scan of all
+// edge_tree.h: `EdgeTree`, boxes over the edges of a contour, for questions that a scan of all
 // edges would answer the same.
 #pragma once
 
-#include <span>
 #include <vector>
 
-#include "velm/frame/box.h"
-#include "velm/frame/point.h"
-#include "velm/frame/vec.h"
+#include "inspect/contour.h"
 
 namespace velm::inspect {
 
@@ -20,24 +17,29 @@ struct NearestEdge {
     int edge = -1; ///< from vertex `edge` to the next one
 };
 
-/// A binary tree of boxes over runs of neighbouring edges, the closing edge included. The polygon
-/// is shared, not copied.
+/// A binary tree of boxes over runs of neighbouring edges, straight and along arcs, the closing
+/// edge included.
 class EdgeTree {
 public:
-    explicit EdgeTree(QuickAlgebra::ERVec<ERPoint2D> polygon);
+    explicit EdgeTree(Contour contour);
 
     /// Takes over the edge nearest to `p`, with its foot at the clamped parameter, where it is
     /// strictly nearer than what `best` holds; of equal ones the first. The answer is the one of a
     /// scan over all edges, rounding included: a box is passed over only where its distance exceeds
-    /// the best by more than the rounding of a foot.
+    /// the best by more than the rounding of a foot. On an arc the foot is that of
+    /// `closest_point`, at an end the vertex itself.
     void find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) const;
 
-    /// Fills `chain` with vertices that give the same `Inside(p, ...)` as the polygon: a run of
-    /// edges that lies all above, all below or all to the left of p, each of which `Inside` skips,
-    /// is replaced by its chord, which it skips too.
+    /// Whether `p` is enclosed, by the crossings of the ray to the right of p (even-odd rule) with
+    /// the edges as they are. What is nearer to an edge than some roundings is not told reliably.
+    bool encloses(const ERPoint2D& p) const;
+
+    /// For straight edges only: fills `chain` with vertices that give the same `Inside(p, ...)`
+    /// as the contour: a run of edges that lies all above, all below or all to the left of p, each
+    /// of which `Inside` skips, is replaced by its chord, which it skips too.
     void reduce_for_inside(const ERPoint2D& p, std::vector<ERPoint2D>& chain) const;
 
-    const QuickAlgebra::ERVec<ERPoint2D>& polygon() const { return polygon_; }
+    const Contour& contour() const { return contour_; }
 
 private:
     struct Node {
@@ -46,12 +48,10 @@ private:
         int right;      // the second child; the first is the next node; 0 in a leaf
     };
     int build(int begin, int end);
-    const ERPoint2D& vertex(int i) const { return vertices_[i == count_ ? 0u : std::size_t(i)]; }
+    void try_edge(int i, const ERPoint2D& p, int contour, NearestEdge& best) const;
 
-    QuickAlgebra::ERVec<ERPoint2D> polygon_;
-    std::span<const ERPoint2D> vertices_;
-    int count_;
-    double extent_ = 0.0; // the largest magnitude of a coordinate
+    Contour contour_;
+    double extent_; // the largest magnitude of a coordinate
     std::vector<Node> nodes_;
 };
 

@@ -1,14 +1,15 @@
 #include "inspect/outline_reader.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include "inspect/number_text.h"
-#include "inspect/text_escape.h"
-#include "velm/frame/vector.h"
+#include "inspect/outline_checks.h"
+#include "inspect/outline_commands.h"
+#include "inspect/outline_lines.h"
 
 namespace velm::inspect {
 namespace {
@@ -23,77 +24,31 @@ using Run = std::vector<Vertex>;
 
 bool same_place(const Vertex& a, const Vertex& b) { return a.x == b.x && a.y == b.y; }
 
-struct Fields {
-    std::array<std::string_view, 3> text; // the first three; more are only counted
-    std::size_t count = 0;
-};
-
-// Blanks and tabs part fields, and so does one comma with blanks round it.
-Fields split(std::string_view line) {
-    constexpr std::string_view blanks = " \t\v\f";
-    Fields fields;
-    std::size_t at = line.find_first_not_of(blanks);
-    bool after_comma = true;
-    while (at != std::string_view::npos) {
-        if (line[at] == ',') {
-            if (after_comma) ++fields.count; // an empty field
-            after_comma = true;
-            at = line.find_first_not_of(blanks, at + 1);
-            continue;
-        }
-        const std::size_t end = std::min(line.find_first_of(" \t\v\f,", at), line.size());
-        if (fields.count < fields.text.size())
-            fields.text[fields.count] = line.substr(at, end - at);
-        ++fields.count;
-        after_comma = false;
-        at = line.find_first_not_of(blanks, end);
-    }
-    return fields;
-}
-
-[[noreturn]] void refuse_line(const TextSource& source, std::string_view line,
-                              const Fields& fields) {
-    if (fields.count == 2)
-        for (const std::string_view field : {fields.text[0], fields.text[1]})
+[[noreturn]] void refuse_vertex(const TextSource& source, const OutlineLine& line) {
+    if (line.count == 2)
+        for (const std::string_view field : {line.field[0], line.field[1]})
             if (const ParsedNumber number = parse_number(field); !number)
                 source.refuse(number_complaint(field, number.fault));
-    source.refuse("expected two numbers, x and y, found '" + clipped(line, 40) + "'");
+    source.refuse("expected two numbers, x and y, found " + line.shown());
 }
 
-// A line of two fields that are numbers in form, but not finite or beyond a double, is damaged data
+// Two fields that are numbers in form; one that is not finite or beyond a double is damaged data
 // and never a title.
-bool is_damaged_vertex(const Fields& fields, const ParsedNumber& x, const ParsedNumber& y) {
-    return fields.count == 2 && x.fault != NumberFault::not_a_number &&
-           y.fault != NumberFault::not_a_number;
+bool is_vertex(const OutlineLine& line) {
+    return line.count == 2 && parse_number(line.field[0]).fault != NumberFault::not_a_number &&
+           parse_number(line.field[1]).fault != NumberFault::not_a_number;
 }
 
-Run read_lines(TextSource& source, std::string& title) {
-    Run vertices;
-    std::string_view line;
-    bool has_title = false;
-    bool starts_block = true;
-    while (source.next_line(line)) {
-        const bool is_comment = line.find('#') != std::string_view::npos;
-        const std::string_view content = line.substr(0, line.find('#'));
-        const Fields fields = split(content);
-        if (fields.count == 0) {
-            if (!is_comment) starts_block = true;
-            continue;
-        }
-        const ParsedNumber x = parse_number(fields.text[0]);
-        const ParsedNumber y = parse_number(fields.text[1]);
-        if (fields.count == 2 && x && y) {
-            vertices.push_back({x.value, y.value, source.line_number(), starts_block});
-            starts_block = false;
-        } else if (!has_title && vertices.empty() && !is_damaged_vertex(fields, x, y)) {
-            const std::size_t first = content.find_first_not_of(" \t");
-            title = content.substr(first, content.find_last_not_of(" \t") + 1 - first);
-            has_title = true;
-        } else {
-            refuse_line(source, content, fields);
-        }
-    }
-    return vertices;
+Vertex read_vertex(const TextSource& source, const OutlineLine& line) {
+    const ParsedNumber x = parse_number(line.field[0]);
+    const ParsedNumber y = parse_number(line.field[1]);
+    if (line.count != 2 || !x || !y) refuse_vertex(source, line);
+    return {x.value, y.value, line.number, line.starts_block};
+}
+
+std::string trimmed(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(" \t");
+    return std::string(text.substr(first, text.find_last_not_of(" \t") + 1 - first));
 }
 
 bool is_count(double value) { return value >= 1.0 && value <= 1e9 && value == std::floor(value); }
@@ -121,63 +76,74 @@ Run join_runs(const TextSource& source, const Run& vertices) {
     return outline;
 }
 
-// Whether all vertices lie on the line through the first and the one farthest from it, exactly; the
-// scaling by a power of two keeps the products from leaving the range.
-bool is_flat(const Run& run) {
-    const Vertex& a = run[0];
-    const auto reach = [&](const Vertex& v) { return std::hypot(v.x - a.x, v.y - a.y); };
-    const auto farthest =
-        std::max_element(run.begin(), run.end(),
-                         [&](const Vertex& v, const Vertex& w) { return reach(v) < reach(w); });
-    const int power = std::clamp(-std::ilogb(reach(*farthest)), -1000, 1000);
-    const auto offset = [&](const Vertex& v) {
-        return ERVector2D(std::ldexp(v.x - a.x, power), std::ldexp(v.y - a.y, power));
-    };
-    const ERVector2D along = offset(*farthest);
-    return std::all_of(run.begin(), run.end(), [&](const Vertex& v) {
-        const ERVector2D to = offset(v);
-        return along.i() * to.j() == along.j() * to.i();
-    });
-}
-
-Polygon make_contour(const TextSource& source, Run run) {
+Contour make_contour(const TextSource& source, Run run) {
     const std::size_t line = run.front().line;
     run.erase(std::unique(run.begin(), run.end(), same_place), run.end());
     while (run.size() > 1 && same_place(run.front(), run.back()))
         run.pop_back();
-    if (run.size() < 3)
-        source.refuse_at(line, "the contour that starts here has " + std::to_string(run.size()) +
-                                   (run.size() == 1 ? " different vertex" : " different vertices") +
-                                   "; expected at least three");
-    if (is_flat(run))
-        source.refuse_at(line, "the vertices of the contour that starts here lie on one line; "
-                               "expected an outline round an area");
-    Polygon contour(static_cast<int>(run.size()));
+    Polygon polygon(static_cast<int>(run.size()));
     for (std::size_t i = 0; i < run.size(); ++i)
-        contour[static_cast<int>(i)] = ERPoint2D(run[i].x, run[i].y);
+        polygon[static_cast<int>(i)] = ERPoint2D(run[i].x, run[i].y);
+    Contour contour(polygon);
+    require_area(source, line, contour);
     return contour;
+}
+
+void make_contours(const TextSource& source, Run vertices, Outline& outline) {
+    if (outline.form == OutlineForm::automatic)
+        outline.form = announces_runs(vertices) ? OutlineForm::runs : OutlineForm::contours;
+    if (outline.form == OutlineForm::runs) vertices = join_runs(source, vertices);
+    for (auto begin = vertices.begin(); begin != vertices.end();) {
+        auto end = vertices.end();
+        if (outline.form == OutlineForm::contours)
+            end = std::find_if(begin + 1, end, [](const Vertex& v) { return v.starts_block; });
+        outline.contours.push_back(make_contour(source, Run(begin, end)));
+        begin = end;
+    }
+}
+
+// Passes over the title, and gives the first line of data; false where there is none. A form that
+// isn't told is settled here as far as that line tells it.
+bool find_data(OutlineLines& lines, OutlineLine& line, Outline& outline) {
+    bool has_title = false;
+    while (lines.next(line)) {
+        const bool may_be_arcs =
+            outline.form == OutlineForm::automatic || outline.form == OutlineForm::arcs;
+        if (may_be_arcs && (has_title ? starts_like_command(line) : is_command(line))) {
+            outline.form = OutlineForm::arcs;
+            return true;
+        }
+        if (has_title || (outline.form != OutlineForm::arcs && is_vertex(line))) return true;
+        outline.title = trimmed(line.content);
+        has_title = true;
+    }
+    return false;
 }
 
 } // namespace
 
 Outline read_outline(TextSource& source, OutlineForm form) {
     Outline outline;
-    Run vertices = read_lines(source, outline.title);
-    if (source.bytes_read() == 0) source.refuse_whole("the file is empty; expected an outline");
-    if (form == OutlineForm::automatic)
-        form = announces_runs(vertices) ? OutlineForm::runs : OutlineForm::contours;
     outline.form = form;
-    if (form == OutlineForm::runs) vertices = join_runs(source, vertices);
-    if (vertices.empty())
-        source.refuse_whole("no vertices; expected lines of two numbers, x and y");
-
-    for (auto begin = vertices.begin(); begin != vertices.end();) {
-        auto end = vertices.end();
-        if (form == OutlineForm::contours)
-            end = std::find_if(begin + 1, end, [](const Vertex& v) { return v.starts_block; });
-        outline.contours.push_back(make_contour(source, Run(begin, end)));
-        begin = end;
+    OutlineLines lines(source);
+    OutlineLine line;
+    Run vertices;
+    CommandReader commands(source);
+    for (bool more = find_data(lines, line, outline); more; more = lines.next(line)) {
+        if (outline.form == OutlineForm::arcs)
+            commands.take(line);
+        else
+            vertices.push_back(read_vertex(source, line));
     }
+    if (source.bytes_read() == 0) source.refuse_whole("the file is empty; expected an outline");
+    if (outline.form == OutlineForm::arcs)
+        outline.contours = commands.finish();
+    else
+        make_contours(source, std::move(vertices), outline);
+    if (outline.contours.empty())
+        source.refuse_whole(outline.form == OutlineForm::arcs
+                                ? "no contour; expected lines of M, L, A, Z or C"
+                                : "no vertices; expected lines of two numbers, x and y");
     return outline;
 }
 

@@ -1,35 +1,15 @@
-// outline_reader.h: plain outline files and airfoil coordinate files: `Outline`, `read_outline`.
+// outline_reader.h: nominal files: `read_outline`.
 #pragma once
 
-#include <string>
-#include <vector>
-
+#include "inspect/contour.h"
 #include "inspect/text_source.h"
-#include "velm/frame/point.h"
-#include "velm/frame/vec.h"
 
 namespace velm::inspect {
 
-using Polygon = QuickAlgebra::ERVec<ERPoint2D>;
-
-/// How the lines of a nominal file make contours.
-enum class OutlineForm {
-    automatic, ///< `runs` where a line of two counts announces them, otherwise `contours`
-    contours,  ///< a blank line between contours, the first outer, the others holes
-    round,     ///< one run round the profile, blank lines without meaning
-    runs,      ///< a line of two counts, then an upper and a lower run from the same end
-};
-
-struct Outline {
-    std::string title; ///< the first line that is no data, empty without one
-    OutlineForm form = OutlineForm::contours;
-    /// Each with at least three vertices that are not on one line, no two neighbours equal, the
-    /// closing vertex not repeated; turned as the file has them.
-    std::vector<Polygon> contours;
-};
-
-/// Reads a nominal outline: a vertex a line, two numbers parted by blanks, tabs or commas; `#`
-/// starts a comment; the first line before the vertices that is no data is the title.
+/// Reads a nominal outline: a vertex a line, two numbers parted by blanks, tabs or commas, or lines
+/// and arcs, a letter and its numbers a line (outline_commands.h); `#` starts a comment; the first
+/// line before the data that is none is the title. Lines and arcs are recognised by the first line
+/// of data.
 ///
 /// The counts line of an airfoil file is recognised as the first data line holding two whole counts
 /// whose sum is the number of the vertices that follow. Its two runs are joined at the end that

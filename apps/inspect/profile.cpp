@@ -14,35 +14,98 @@ constexpr double largest_unscaled = 1e11;
 constexpr double smallest_unscaled = 1e-100;
 constexpr double farthest_comparable = 1e150;
 
+// Some ten roundings of the largest coordinate.
+constexpr double border_per_magnitude = 1e-15;
+
 double magnitude(const ERPoint2D& p) { return std::max(std::fabs(p.x()), std::fabs(p.y())); }
 
-// By the area about its first vertex, so that the distance from the origin doesn't blur it.
-bool turns_left(Polygon contour) {
-    const ERPoint2D first = contour.front();
-    for (ERPoint2D& v : contour)
+bool turns_left(const Contour& contour) {
+    if (contour.has_arcs()) return contour.signed_area() > 0.0;
+    Polygon polygon = contour.vertices();
+    const ERPoint2D first = polygon.front(); // about it: the distance from the origin blurs nothing
+    for (ERPoint2D& v : polygon)
         v -= first;
-    return IsCounterClockWise(contour) != 0;
+    return IsCounterClockWise(polygon) != 0;
 }
 
 double cross(const ERVector2D& a, const ERVector2D& b) { return a.i() * b.j() - a.j() * b.i(); }
+
+// Positive where an edge turns left.
+double curvature(const Contour& contour, int edge) {
+    const ERArc2D* const arc = contour.arc(edge);
+    return arc == nullptr ? 0.0 : (arc->isDirect() ? 1.0 : -1.0) / arc->radius();
+}
+
+// Positive where a contour bends to the left from the edge `before` to the edge `after`. Where arcs
+// turn back on themselves the curvatures tell.
+double bend(const Contour& contour, int before, int after) {
+    constexpr double rounding = 1e-9;
+    const ERVector2D coming = contour.direction_at_end(before);
+    const ERVector2D going = contour.direction_at_start(after);
+    const double sine = cross(coming, going), cosine = coming * going;
+    const double curved = curvature(contour, before) + curvature(contour, after);
+    const bool turns_back = cosine < 0.0 && std::fabs(sine) <= rounding * -cosine;
+    return turns_back && curved != 0.0 ? -curved : sine;
+}
+
+// Which side of an edge p lies on, positive on the left; at a vertex of an arc the side of the
+// tangent there.
+double side(const Contour& contour, int edge, const ERPoint2D& p) {
+    const ERArc2D* const arc = contour.arc(edge);
+    if (arc == nullptr)
+        return cross(ERVector2D(contour[edge], contour[edge + 1]), ERVector2D(contour[edge], p));
+    const double depth = arc->radius() - ERVector2D(arc->center(), p).norme();
+    return arc->isDirect() ? depth : -depth;
+}
+
+double side_at_end(const Contour& contour, int edge, const ERPoint2D& p) {
+    if (contour.arc(edge) == nullptr) return side(contour, edge, p);
+    return cross(contour.direction_at_end(edge), ERVector2D(contour[edge + 1], p));
+}
+
+double side_at_start(const Contour& contour, int edge, const ERPoint2D& p) {
+    if (contour.arc(edge) == nullptr) return side(contour, edge, p);
+    return cross(contour.direction_at_start(edge), ERVector2D(contour[edge], p));
+}
+
+// How far p lies from its foot, and the unit vector away from there, of no length on the foot. From
+// within an arc both go by the radius, so that neither depends on the rounding of the foot.
+struct Gap {
+    double distance;
+    ERVector2D away;
+};
+
+Gap gap_between(const Contour& contour, const NearestEdge& nearest, const ERPoint2D& p) {
+    const ERArc2D* const arc = contour.arc(nearest.edge);
+    if (arc != nullptr && nearest.parameter > 0.0 && nearest.parameter < 1.0) {
+        const ERVector2D radial(arc->center(), p);
+        const double reach = std::hypot(radial.i(), radial.j());
+        const double distance = std::fabs(reach - arc->radius());
+        const double sign = reach < arc->radius() ? -1.0 : 1.0;
+        if (distance == 0.0) return {0.0, {}};
+        if (reach > 0.0)
+            return {distance, ERVector2D(radial.i() * sign / reach, radial.j() * sign / reach)};
+    }
+    const ERVector2D away(nearest.foot, p);
+    const double distance = std::hypot(away.i(), away.j());
+    if (distance == 0.0) return {0.0, {}};
+    return {distance, ERVector2D(away.i() / distance, away.j() / distance)};
+}
 
 } // namespace
 
 Profile::Profile(const Outline& outline) {
     double largest = 0.0;
-    for (const Polygon& contour : outline.contours)
-        for (const ERPoint2D& v : contour)
-            largest = std::max(largest, magnitude(v));
+    for (const Contour& contour : outline.contours)
+        largest = std::max(largest, contour.magnitude());
     if (largest > largest_unscaled || largest < smallest_unscaled)
         scale_ = std::ldexp(1.0, std::clamp(-std::ilogb(largest), -1000, 1000));
 
-    for (const Polygon& contour : outline.contours) {
-        Polygon scaled = contour;
-        for (ERPoint2D& v : scaled)
-            v *= scale_;
-        const bool is_hole = !contours_.empty();
-        material_on_left_.push_back(turns_left(scaled) != is_hole);
-        contours_.emplace_back(scaled);
+    for (const Contour& contour : outline.contours) {
+        const Contour scaled = contour.scaled(scale_);
+        const bool is_hole = !parts_.empty();
+        const double border = border_per_magnitude * scaled.magnitude() + 2.0 * scaled.mismatch();
+        parts_.push_back({EdgeTree(scaled), turns_left(scaled) != is_hole, border});
     }
 }
 
@@ -53,65 +116,68 @@ bool Profile::is_comparable(const ERPoint2D& p) const {
 Comparison Profile::compare(const ERPoint2D& point) const {
     const ERPoint2D p = point * scale_;
     NearestEdge nearest{std::numeric_limits<double>::infinity(), {}};
-    for (std::size_t c = 0; c < contours_.size(); ++c)
-        contours_[c].find_nearest(p, static_cast<int>(c), nearest);
+    for (std::size_t c = 0; c < parts_.size(); ++c)
+        parts_[c].edges.find_nearest(p, static_cast<int>(c), nearest);
 
-    const Place place = locate(p);
+    const Place place = locate(p, nearest);
     const bool outside =
         place == Place::border ? lies_outside_of_edge(p, nearest) : place == Place::outside;
-    ERVector2D away(nearest.foot, p);
-    const double distance = std::hypot(away.i(), away.j());
+    const Part& part = part_of(nearest);
+    const Gap gap = gap_between(part.edges.contour(), nearest, p);
     const double sign = outside ? 1.0 : -1.0;
     return {nearest.foot / scale_,
             nearest.contour,
             nearest.edge,
             nearest.parameter,
-            distance == 0.0 ? 0.0 : sign * distance / scale_,
-            distance == 0.0 ? edge_outward(nearest)
-                            : ERVector2D(away.i() * sign / distance, away.j() * sign / distance)};
+            gap.distance == 0.0 ? 0.0 : sign * gap.distance / scale_,
+            gap.distance <= part.border ? edge_outward(nearest) : gap.away * sign};
 }
 
-Profile::Place Profile::locate(const ERPoint2D& p) const {
+Profile::Place Profile::locate(const ERPoint2D& p, const NearestEdge& nearest) const {
     bool in_outer = false;
     bool in_hole = false;
-    for (std::size_t c = 0; c < contours_.size(); ++c) {
-        contours_[c].reduce_for_inside(p, chain_);
-        const relpos position = Inside(p, chain_.data(), static_cast<int>(chain_.size()), -1);
-        if (position == relpos_on_vertex || position == relpos_on_edge) return Place::border;
-        (c == 0 ? in_outer : in_hole) |= position == relpos_inside;
+    for (const Part& part : parts_) {
+        bool inside = false;
+        if (part.edges.contour().has_arcs()) {
+            if (nearest.squared_distance <= part.border * part.border) return Place::border;
+            inside = part.edges.encloses(p);
+        } else {
+            part.edges.reduce_for_inside(p, chain_);
+            const relpos position = Inside(p, chain_.data(), static_cast<int>(chain_.size()), -1);
+            if (position == relpos_on_vertex || position == relpos_on_edge) return Place::border;
+            inside = position == relpos_inside;
+        }
+        (&part == &parts_.front() ? in_outer : in_hole) |= inside;
     }
     return in_outer && !in_hole ? Place::material : Place::outside;
 }
 
 bool Profile::lies_outside_of_edge(const ERPoint2D& p, const NearestEdge& nearest) const {
-    const auto c = static_cast<std::size_t>(nearest.contour);
-    const auto vertices = contours_[c].polygon().view();
-    const std::size_t count = vertices.size();
-    const auto vertex = [&](std::size_t i) -> const ERPoint2D& { return vertices[i % count]; };
-    const double turn = material_on_left_[c] ? 1.0 : -1.0;
-    const auto is_within = [&](std::size_t edge) { // on the material's side of the edge's line
-        const ERPoint2D& a = vertex(edge);
-        return turn * cross(ERVector2D(a, vertex(edge + 1)), ERVector2D(a, p)) > 0.0;
-    };
-
-    const auto edge = static_cast<std::size_t>(nearest.edge);
-    if (nearest.parameter > 0.0 && nearest.parameter < 1.0) return !is_within(edge);
-    const std::size_t before = nearest.parameter == 0.0 ? edge + count - 1 : edge;
-    const ERVector2D coming(vertex(before), vertex(before + 1));
-    const ERVector2D going(vertex(before + 1), vertex(before + 2));
-    const bool convex = turn * cross(coming, going) >= 0.0;
-    return convex ? !(is_within(before) && is_within(before + 1))
-                  : !(is_within(before) || is_within(before + 1));
+    const Part& part = part_of(nearest);
+    const Contour& contour = part.edges.contour();
+    const double turn = part.material_on_left ? 1.0 : -1.0;
+    if (nearest.parameter > 0.0 && nearest.parameter < 1.0)
+        return !(turn * side(contour, nearest.edge, p) > 0.0);
+    const int count = contour.size();
+    const int before = nearest.parameter == 0.0 ? (nearest.edge + count - 1) % count : nearest.edge;
+    const int after = (before + 1) % count;
+    const double first = turn * side_at_end(contour, before, p);
+    const double second = turn * side_at_start(contour, after, p);
+    const bool convex = turn * bend(contour, before, after) >= 0.0;
+    return convex ? !(first > 0.0 && second > 0.0) : !(first >= 0.0 || second >= 0.0);
 }
 
 ERVector2D Profile::edge_outward(const NearestEdge& nearest) const {
-    const auto c = static_cast<std::size_t>(nearest.contour);
-    const auto vertices = contours_[c].polygon().view();
-    const auto edge = static_cast<std::size_t>(nearest.edge);
-    const ERVector2D along =
-        ERVector2D(vertices[edge], vertices[(edge + 1) % vertices.size()]).getnormalized();
-    return material_on_left_[c] ? ERVector2D(along.j(), -along.i())
-                                : ERVector2D(-along.j(), along.i());
+    const Part& part = part_of(nearest);
+    const Contour& contour = part.edges.contour();
+    ERVector2D along = contour.direction_at_start(nearest.edge).getnormalized();
+    if (const ERArc2D* const arc = contour.arc(nearest.edge)) {
+        const ERVector2D radial = ERVector2D(arc->center(), nearest.foot).getnormalized();
+        along = arc->isDirect() ? ERVector2D(-radial.j(), radial.i())
+                                : ERVector2D(radial.j(), -radial.i());
+    }
+    return part.material_on_left ? ERVector2D(along.j(), -along.i())
+                                 : ERVector2D(-along.j(), along.i());
 }
 
 } // namespace velm::inspect

@@ -3,10 +3,8 @@
 
 #include <vector>
 
+#include "inspect/contour.h"
 #include "inspect/edge_tree.h"
-#include "inspect/outline_reader.h"
-#include "velm/frame/point.h"
-#include "velm/frame/vector.h"
 
 namespace velm::inspect {
 
@@ -15,16 +13,19 @@ struct Comparison {
     ERPoint2D foot;         ///< the point of the nearest edge at its clamped parameter
     int contour = 0;        ///< the one that holds the foot: 0 the outer contour
     int edge = 0;           ///< from its vertex `edge` to the next
-    double parameter = 0.0; ///< of the foot on the edge, from 0 to 1
+    double parameter = 0.0; ///< of the foot on the edge, from 0 to 1, in equal lengths
     double distance = 0.0;  ///< from the foot to the point, positive outside the material
-    ERVector2D outward;     ///< unit vector away from the material at the foot, through the point
+    ERVector2D outward;     ///< unit vector away from the material at the foot, through the point;
+                            ///< the edge's where the point lies within roundings of it
 };
 
 /// The material between an outer contour and its holes, which may be turned either way.
 ///
-/// The sign of a distance is by `Inside` for every contour; where it says edge or vertex for one of
-/// them, by the side of the nearest edge, at a corner of its two edges: inside a convex corner is
-/// what lies inside of both, inside a concave one what lies inside of either.
+/// The sign of a distance is by `Inside` for every contour of straight edges, and by the crossings
+/// of a ray with the lines and arcs themselves for one with arcs. Where `Inside` says edge or
+/// vertex, or p is nearer to an edge than the rounding of a crossing, it is by the side of the
+/// nearest edge, at a corner of its two edges: inside a convex corner is what lies inside of both,
+/// inside a concave one what lies inside of either.
 ///
 /// Coordinates beyond about 1e11, or all below 1e-100, are scaled by a power of two, which is
 /// exact, so that neither `Inside` nor a square leaves its range.
@@ -40,13 +41,20 @@ public:
 
 private:
     enum class Place { material, outside, border };
-    Place locate(const ERPoint2D& p) const;
+    struct Part {
+        EdgeTree edges;        // scaled
+        bool material_on_left; // along the contour
+        double border;         // so near p says neither side nor direction by itself
+    };
+    Place locate(const ERPoint2D& p, const NearestEdge& nearest) const;
     bool lies_outside_of_edge(const ERPoint2D& p, const NearestEdge& nearest) const;
     ERVector2D edge_outward(const NearestEdge& nearest) const;
+    const Part& part_of(const NearestEdge& nearest) const {
+        return parts_[static_cast<std::size_t>(nearest.contour)];
+    }
 
-    std::vector<EdgeTree> contours_;     // scaled
-    std::vector<bool> material_on_left_; // along each contour
-    double scale_ = 1.0;                 // a power of two
+    std::vector<Part> parts_; // one a contour
+    double scale_ = 1.0;      // a power of two
     mutable std::vector<ERPoint2D> chain_;
 };
 

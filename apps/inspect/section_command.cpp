@@ -28,7 +28,12 @@ constexpr const char* files_text =
     "NOMINAL: a vertex a line, two numbers parted by blanks, tabs or commas; # starts a\n"
     "comment; a blank line parts contours, the first outer, the others holes. Airfoil\n"
     "coordinate files are read as they are found, one run round the profile or an upper\n"
-    "and a lower run behind a line of two counts.\n"
+    "and a lower run behind a line of two counts. Or lines and arcs, one of these a line:\n"
+    "  M x y              starts a contour\n"
+    "  L x y              goes straight on\n"
+    "  A x y cx cy ccw    goes on along an arc about (cx, cy), or cw for clockwise\n"
+    "  Z                  closes the contour\n"
+    "  C cx cy r          a circle\n"
     "MEASURED: CSV with a header that names id, x, y and optionally z, i, j, k, diameter,\n"
     "in any order, parted by comma, semicolon or tab; x, y is the centre of the ball.\n"
     "A deviation is positive outside of the material. - is standard input or output.\n\n";
@@ -58,7 +63,8 @@ Tolerance parse_tolerance(const std::string& text) {
 OutlineForm parse_form(const std::string& text) {
     if (text == "contours") return OutlineForm::contours;
     if (text == "round") return OutlineForm::round;
-    return text == "runs" ? OutlineForm::runs : OutlineForm::automatic;
+    if (text == "runs") return OutlineForm::runs;
+    return text == "arcs" ? OutlineForm::arcs : OutlineForm::automatic;
 }
 
 SectionOptions understand(const CLI::App& section, const Texts& texts) {
@@ -130,9 +136,10 @@ void add_section_command(CLI::App& app, Command& command) {
                      "auto      as recognised\n"
                      "contours  parted by blank lines\n"
                      "round     one run, whatever the blank lines\n"
-                     "runs      two runs behind a line of their counts")
+                     "runs      two runs behind a line of their counts\n"
+                     "arcs      lines and arcs: M, L, A, Z, C")
         ->type_name("FORM")
-        ->check(CLI::IsMember({"auto", "contours", "round", "runs"}).description(""));
+        ->check(CLI::IsMember({"auto", "contours", "round", "runs", "arcs"}).description(""));
     section->add_flag("--quiet", texts->options.quiet, "No table, no summary, no progress");
     section->callback([section, texts, &command] {
         command = [options = understand(*section, *texts)] { return inspect_section(options); };

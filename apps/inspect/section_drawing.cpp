@@ -13,7 +13,6 @@ namespace velm::inspect {
 namespace {
 
 constexpr double bars_height = 34.0;                         // below the drawing
-constexpr double finest_detail = 0.12;                       // of an outline, in picture units
 constexpr std::ptrdiff_t some_marks = 100, many_marks = 600; // too close for large ones
 constexpr std::size_t most_obstacles = 6000;
 
@@ -46,9 +45,7 @@ SectionDrawing::SectionDrawing(SvgCanvas& canvas, const CanvasBox& area, const O
                                const DeviationScale& scale,
                                const std::optional<Tolerance>& tolerance, double reference)
     : canvas_(canvas), area_(area), scale_(scale), tolerance_(tolerance) {
-    ERMinimax2D box;
-    for (const Polygon& contour : outline.contours)
-        box.Update(contour);
+    const ERMinimax2D box = outline.box();
     const double width = box.xlength(), height = box.ylength();
     const double room = area.height - bars_height;
     unit_ = std::min((area.width - 2.0 * margin) / width, (room - 2.0 * margin) / height);
@@ -62,24 +59,12 @@ SectionDrawing::SectionDrawing(SvgCanvas& canvas, const CanvasBox& area, const O
     const double wanted =
         std::clamp(0.32 * std::min(drawn_.width, drawn_.height), 26.0, longest / 1.5);
     if (reference > 0.0) magnification_ = fine_step_below(wanted / (reference * unit_));
-    for (const Polygon& contour : outline.contours) {
-        Polyline line;
-        for (const ERPoint2D& v : contour)
-            line.push_back(place(v));
-        contours_.push_back(simplify(line));
-    }
+    for (const Contour& contour : outline.contours)
+        contours_.emplace_back(
+            contour, [this](const ERPoint2D& p) { return place(p); }, unit_);
     shows_band_ = tolerance && length(tolerance->lower) >= -longest &&
                   length(tolerance->upper) <= longest && length(tolerance->lower) <= longest &&
                   length(tolerance->upper) >= -longest;
-}
-
-// Leaves out vertices that lie closer to the one before than the eye can tell.
-SectionDrawing::Polyline SectionDrawing::simplify(const Polyline& line) {
-    Polyline kept;
-    for (const CanvasPoint& p : line)
-        if (kept.empty() || std::hypot(p.x - kept.back().x, p.y - kept.back().y) >= finest_detail)
-            kept.push_back(p);
-    return kept;
 }
 
 CanvasPoint SectionDrawing::place(const ERPoint2D& p) const {
@@ -108,15 +93,9 @@ CanvasPoint SectionDrawing::tip(const ERPoint2D& foot, const ERVector2D& outward
 
 void SectionDrawing::draw_outline() {
     std::string data;
-    for (const Polyline& contour : contours_) {
-        data += closed_path(contour);
-        for (std::size_t i = 0; i < contour.size(); ++i) {
-            const CanvasPoint& a = contour[i];
-            const CanvasPoint& b = contour[(i + 1) % contour.size()];
-            const int pieces = 1 + static_cast<int>(std::hypot(b.x - a.x, b.y - a.y) / 4.0);
-            for (int piece = 0; piece < pieces; ++piece)
-                obstacles_.push_back(between(a, b, static_cast<double>(piece) / pieces));
-        }
+    for (const OutlinePath& contour : contours_) {
+        data += contour.data();
+        contour.sample(4.0, obstacles_);
     }
     canvas_.raw("<defs>\n<path id=\"outline\" fill-rule=\"evenodd\" clip-rule=\"evenodd\" d=\"" +
                 data +

@@ -7,6 +7,7 @@
 
 #include "inspect/deviation_envelope.h"
 #include "inspect/deviation_scale.h"
+#include "inspect/outline_path.h"
 #include "inspect/svg_canvas.h"
 
 namespace velm::inspect {
@@ -48,8 +49,6 @@ public:
     static constexpr double margin = 68.0;  ///< round the outline, for whiskers and labels
 
 private:
-    using Polyline = std::vector<CanvasPoint>;
-    static Polyline simplify(const Polyline& line);
     CanvasPoint place(const ERPoint2D& p) const;
     CanvasPoint tip(const ERPoint2D& foot, const ERVector2D& outward, double deviation) const;
     double length(double deviation) const;
@@ -67,9 +66,9 @@ private:
     CanvasBox area_;
     const DeviationScale& scale_;
     std::optional<Tolerance> tolerance_;
-    std::vector<Polyline> contours_; // in the picture
-    CanvasBox drawn_;                // what the outline takes
-    double unit_ = 1.0;              // picture units a model unit
+    std::vector<OutlinePath> contours_;
+    CanvasBox drawn_;   // what the outline takes
+    double unit_ = 1.0; // picture units a model unit
     double left_ = 0.0, bottom_ = 0.0;
     double model_left_ = 0.0, model_bottom_ = 0.0;
     double magnification_ = 1.0;

@@ -18,9 +18,7 @@ struct Layout {
 };
 
 Layout lay_out(const Outline& outline) {
-    ERMinimax2D box;
-    for (const Polygon& contour : outline.contours)
-        box.Update(contour);
+    const ERMinimax2D box = outline.box();
     const double bottom = SvgCanvas::height - 28.0;
     if (box.ylength() > 0.55 * box.xlength()) {
         constexpr double left = 742.0, wide = SvgCanvas::width - border - left;

@@ -86,6 +86,16 @@ t_SmartPtr<ERDBObject> new_record(const char* kind) {
     return record;
 }
 
+// What an edge is: a segment, an arc, or a circle where it is a contour of its own.
+t_SmartPtr<ERObject> entity_of(const Contour& contour, int edge) {
+    const ERArc2D* const arc = contour.arc(edge);
+    if (arc == nullptr)
+        return t_SmartPtr<ERObject>(new ERSegment2D(contour[edge], contour[edge + 1]));
+    if (contour.size() == 1)
+        return t_SmartPtr<ERObject>(new ERCircle2D(arc->center(), arc->radius()));
+    return t_SmartPtr<ERObject>(new ERArc2D(*arc));
+}
+
 } // namespace
 
 void SectionStore::EdgeFigures::add(const SectionRow& row) {
@@ -100,7 +110,7 @@ SectionStore::SectionStore(OutputSet& outputs, const std::string& path, const Ou
                            const std::optional<Tolerance>& tolerance)
     : path_(path), outline_(outline), tolerance_(tolerance) {
     open(outputs);
-    for (const Polygon& contour : outline.contours)
+    for (const Contour& contour : outline.contours)
         figures_.emplace_back(static_cast<std::size_t>(contour.size()));
     section_ = new_record(section_kind);
     section_->name(outline.title.empty() ? nominal.c_str() : outline.title.c_str());
@@ -159,12 +169,8 @@ void SectionStore::add(const SectionRow& row) {
 }
 
 void SectionStore::save_edge(int contour, int edge, const EdgeFigures& figures) {
-    const Polygon& polygon = outline_.contours[static_cast<std::size_t>(contour)];
-    const auto vertices = polygon.view();
-    const std::size_t from = static_cast<std::size_t>(edge);
     const t_SmartPtr<ERDBObject> record = new_record(edge_kind);
-    record->object(t_SmartPtr<ERObject>(
-        new ERSegment2D(vertices[from], vertices[(from + 1) % vertices.size()])));
+    record->object(entity_of(outline_.contours[static_cast<std::size_t>(contour)], edge));
     record->name(("contour " + std::to_string(contour) + " edge " + std::to_string(edge)).c_str());
     record->level(contour);
     record->level_name(contour == 0 ? "outer" : "hole");

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "inspect/outline_reader.h"
+#include "inspect/contour.h"
 #include "inspect/output_set.h"
 #include "inspect/section_result.h"
 #include "velm/frame/smart_pointer.h"

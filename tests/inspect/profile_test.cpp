@@ -16,7 +16,7 @@ namespace {
 
 Outline outline_of(std::initializer_list<Polygon> contours) {
     Outline outline;
-    outline.contours = contours;
+    outline.contours.assign(contours.begin(), contours.end());
     return outline;
 }
 
@@ -135,6 +135,86 @@ TEST(Profile, WithinTheToleranceOfInsideTheNearestEdgesDecide) {
     const Profile shifted(outline_of({scaled(1e-3, far)}));
     EXPECT_GT(shifted.compare(far + ERVector2D(-1e-4, 1e-3)).distance, 0.0);
     EXPECT_LT(shifted.compare(far + ERVector2D(1e-4, 1e-3)).distance, 0.0);
+}
+
+// A convex polygon grown by a radius: the signed distance is that to the polygon less the radius.
+// Many edges, arcs cut anywhere, turned either way, alone or as a hole, near and far.
+TEST(Profile, ArcsGiveTheDistancesOfGrownPolygons) {
+    constexpr double turn = 2.0 * std::numbers::pi;
+    velm_test::Random random(29);
+    for (int round = 0; round < 40; ++round) {
+        const int count = 3 + random.below(round % 4 == 0 ? 200 : 9);
+        const double radius = random.uniform(0.1, 5.0);
+        const ERPoint2D middle(random.uniform(-50.0, 50.0), random.uniform(-50.0, 50.0));
+        Polygon inner(count);
+        for (int i = 0; i < count; ++i) {
+            const double t = turn * (i + 0.1) / count;
+            inner[i] = middle + ERVector2D(8.0 * std::cos(t), 5.0 * std::sin(t));
+        }
+        const bool turned = round % 2 == 1, is_hole = round % 3 == 1;
+        Contour grown;
+        const auto at = [&](int i, double angle) {
+            return inner[i] + ERVector2D(std::cos(angle), std::sin(angle)) * radius;
+        };
+        const auto normal = [&](int i) { // of the edge from vertex i on
+            const ERVector2D along(inner[i], inner[(i + 1) % count]);
+            return std::atan2(-along.i(), along.j());
+        };
+        for (int k = 0; k < count; ++k) {
+            const int i = turned ? (2 * count - k) % count : k;
+            double from = normal((i + count - 1) % count), to = normal(i);
+            if (to < from) to += turn;
+            const double cut = random.uniform(from, to);
+            if (turned) std::swap(from, to);
+            grown.append(at(i, from), ERArc2D(inner[i], radius, from, cut));
+            grown.append(at(i, cut), ERArc2D(inner[i], radius, cut, to));
+            grown.append(at(i, to));
+        }
+        Outline outline;
+        if (is_hole) outline.contours.push_back(Contour::circle(middle, 1000.0));
+        outline.contours.push_back(grown);
+        const Profile profile(outline);
+        for (int k = 0; k < 400; ++k) {
+            ERPoint2D p(random.uniform(-20.0, 20.0), random.uniform(-20.0, 20.0));
+            p = middle + ERVector2D(p.x(), p.y());
+            if (k % 4 == 0) p = at(random.below(count), turn * random.below(4) / 4.0);
+            if (k % 8 == 1) p = ERPoint2D(p.x(), grown[random.below(grown.size())].y());
+            const NearestEdge nearest = scan(inner, p);
+            const double to_inner = std::sqrt(nearest.squared_distance) *
+                                    (Inside(p, inner) == relpos_outside ? 1.0 : -1.0);
+            const double expected = (to_inner - radius) * (is_hole ? -1.0 : 1.0);
+            const Comparison found = profile.compare(p);
+            ASSERT_NEAR(found.distance, expected, 1e-12) << "round " << round << ", point " << p;
+            ASSERT_NEAR(ERVector2D(found.foot, p).norme(), std::fabs(expected), 1e-12);
+            ASSERT_NEAR(found.outward.norme(), 1.0, 1e-12);
+            ASSERT_NEAR(profile.compare(p - found.outward * found.distance).outward * found.outward,
+                        1.0, 1e-5)
+                << p;
+        }
+    }
+}
+
+// Two circles that touch from within, as one contour of two whole turns: a cusp on both sides.
+TEST(Profile, ACrescentIsToldToItsCusp) {
+    const ERPoint2D cusp(5.0, 0.0), big(0.0, 0.0), small(2.0, 0.0);
+    Contour crescent;
+    const double pi = std::numbers::pi;
+    crescent.append(cusp, ERArc2D(big, 5.0, 0.0, 2.0 * pi));
+    crescent.append(cusp, ERArc2D(small, 3.0, 0.0, -2.0 * pi));
+    Outline outline;
+    outline.contours.push_back(crescent);
+    const Profile profile(outline);
+    velm_test::Random random(31);
+    for (int k = 0; k < 4000; ++k) {
+        const double reach = std::pow(10.0, random.uniform(-14.0, 1.0));
+        const double angle = random.uniform(-pi, pi);
+        const ERPoint2D p = cusp + ERVector2D(std::cos(angle), std::sin(angle)) * reach;
+        const double from_big = ERVector2D(big, p).norme() - 5.0;
+        const double from_small = 3.0 - ERVector2D(small, p).norme();
+        const double least = std::min(std::fabs(from_big), std::fabs(from_small));
+        const double expected = std::max(from_big, from_small) > 0.0 ? least : -least;
+        ASSERT_NEAR(profile.compare(p).distance, expected, 2e-14) << reach << " at " << angle;
+    }
 }
 
 TEST(RunningStatistics, AreStableFarFromZero) {

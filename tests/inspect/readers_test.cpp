@@ -77,9 +77,10 @@ TEST(OutlineReader, TheTwoLayoutsOfAirfoilsGiveTheSameOutline) {
     EXPECT_EQ(runs.form, OutlineForm::runs);
     ASSERT_EQ(round.contours.size(), 1u);
     ASSERT_EQ(runs.contours.size(), 1u);
-    ASSERT_EQ(round.contours[0].size(), 4);
-    EXPECT_TRUE(std::equal(round.contours[0].cbegin(), round.contours[0].cend(),
-                           runs.contours[0].cbegin(), runs.contours[0].cend()));
+    const auto first = round.contours[0].vertices().view();
+    const auto second = runs.contours[0].vertices().view();
+    ASSERT_EQ(first.size(), 4u);
+    EXPECT_TRUE(std::equal(first.begin(), first.end(), second.begin(), second.end()));
     // An open trailing edge keeps both of its ends; counts that don't add up are a vertex.
     EXPECT_EQ(outline_of("3 3\n0 0\n.5 .1\n1 .01\n0 0\n.5 -.1\n1 -.01\n").contours[0].size(), 5);
     EXPECT_EQ(outline_of("3 4\n0 0\n.5 .1\n1 0\n").contours[0].size(), 4);
@@ -108,6 +109,29 @@ TEST(OutlineReader, RefusalsNameTheLineAndTheCause) {
         {"0 0\n1 0 0\n", "o.dat, line 2: expected two numbers, x and y, found '1 0 0'"},
         {"0 0\n1 a\n", "o.dat, line 2: expected a number, found 'a'"},
         {"0 0\n1,,0\n", "o.dat, line 2: expected two numbers, x and y, found '1,,0'"},
+        {"M 0 0\nL 1 nan\n", "o.dat, line 2: expected a finite number, found 'nan'"},
+        {"M 0 inf\n", "o.dat, line 1: expected a finite number, found 'inf'"},
+        {"t\nM 0\n", "o.dat, line 2: expected M x y, found 'M 0'"},
+        {"C 0 0 1\n1 1\n", "o.dat, line 2: expected M, L, A, Z or C, found '1 1'"},
+        {"M 0 0\nA 2 0 1 0 left\n", "o.dat, line 2: expected ccw or cw, found 'left'"},
+        {"M 0 0\nA 2 0 1 0\n",
+         "o.dat, line 2: expected A x y cx cy and ccw or cw, found 'A 2 0 1 0'"},
+        {"M 0 0\nZ 1\n", "o.dat, line 2: expected Z alone, found 'Z 1'"},
+        {"L 1 1\n", "o.dat, line 1: no contour is open for L; expected M or C"},
+        {"M 0 0\nL 1 0\nL 0 1\nC 5 5 1\n",
+         "o.dat, line 1: the contour that starts here isn't closed; expected Z at its end"},
+        {"M 5 0\nA 0 5.1 0 0 ccw\nZ\n",
+         "o.dat, line 2: the ends of the arc are not equally far from its centre: 5 and 5.1 differ "
+         "by more than 0.0000051"},
+        {"M 5 0\nA 0 5 5 0 cw\n", "o.dat, line 2: the centre of the arc is one of its ends"},
+        {"C 0 0 -1\n", "o.dat, line 1: expected a positive radius, found '-1'"},
+        {"M 0 0\nL 1 0\nZ\n", "o.dat, line 1: the contour that starts here has 2 different "
+                              "vertices; expected at least three"},
+        {"M 1 0\nA 0 1 0 0 ccw\nA 1 0 0 0 cw\nZ\n",
+         "o.dat, line 1: the contour that starts here leads back along its own arc; expected an "
+         "outline round an area"},
+        {"C 1e308 0 1e308\n",
+         "o.dat, line 1: the contour that starts here reaches beyond what a double can hold"},
         {std::string("0 0\n1 0\n\0", 9),
          "o.dat, line 3: a zero byte; this is a binary file, expected text"},
         {"\xFF\xFE"
@@ -116,6 +140,24 @@ TEST(OutlineReader, RefusalsNameTheLineAndTheCause) {
     };
     for (const auto& [text, sentence] : cases)
         EXPECT_EQ(sentence_of([&text = text] { outline_of(text); }), sentence);
+}
+
+// A full turn, a slot turned the other way, what is closed without Z and what Z closes.
+TEST(OutlineReader, LinesAndArcsMakeContours) {
+    const Outline outline =
+        outline_of("Bracket\nM 0,0\nL 0 0\nL 4 0 # side\n\nA 4 2 4 1 ccw\nL 0 2\nZ\nC 1 1 .5\n"
+                   "M 3 1\nA 3 1 2 1 cw\nM 1 0\nA 0 1 0 0 ccw\nA -1.0000005 0 0 0 ccw\nZ\n");
+    EXPECT_EQ(outline.title, "Bracket");
+    EXPECT_EQ(outline.form, OutlineForm::arcs);
+    ASSERT_EQ(outline.contours.size(), 4u);
+    EXPECT_EQ(outline.contours[0].size(), 4);
+    EXPECT_EQ(outline.contours[0].arcs().size(), 1u);
+    const double pi = std::acos(-1.0);
+    const double areas[] = {8.0 + pi / 2.0, pi / 4.0, -pi, pi / 2.0};
+    for (std::size_t c = 0; c < 4; ++c)
+        EXPECT_NEAR(outline.contours[c].signed_area(), areas[c], 1e-6) << c;
+    EXPECT_EQ(outline_of("M 1 2 3\nC 0 0 1\n").title, "M 1 2 3") << "not exactly its numbers";
+    EXPECT_EQ(outline_of("C 0 0 1\n0 0\n1 0\n1 1\n", OutlineForm::round).title, "C 0 0 1");
 }
 
 TEST(MeasuredReader, HeadersSeparatorsAndQuotes) {

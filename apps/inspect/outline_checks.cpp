@@ -1,0 +1,57 @@
+#include "inspect/outline_checks.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace velm::inspect {
+namespace {
+
+// Whether all vertices lie on the line through the first and the one farthest from it, exactly; the
+// scaling by a power of two keeps the products from leaving the range.
+bool is_flat(const Contour& contour) {
+    const auto vertices = contour.vertices().view();
+    const ERPoint2D& a = vertices[0];
+    const auto reach = [&](const ERPoint2D& v) { return std::hypot(v.x() - a.x(), v.y() - a.y()); };
+    const auto farthest = std::max_element(
+        vertices.begin(), vertices.end(),
+        [&](const ERPoint2D& v, const ERPoint2D& w) { return reach(v) < reach(w); });
+    const int power = std::clamp(-std::ilogb(reach(*farthest)), -1000, 1000);
+    const auto offset = [&](const ERPoint2D& v) {
+        return ERVector2D(std::ldexp(v.x() - a.x(), power), std::ldexp(v.y() - a.y(), power));
+    };
+    const ERVector2D along = offset(*farthest);
+    return std::all_of(vertices.begin(), vertices.end(), [&](const ERPoint2D& v) {
+        const ERVector2D to = offset(v);
+        return along.i() * to.j() == along.j() * to.i();
+    });
+}
+
+// Out along an arc and back along the same one.
+bool leads_back(const Contour& contour) {
+    if (contour.size() != 2 || contour.arcs().size() != 2) return false;
+    const ERArc2D &out = contour.arcs()[0], &back = contour.arcs()[1];
+    return out.center() == back.center() &&
+           out.endAngle() - out.startAngle() == back.startAngle() - back.endAngle();
+}
+
+} // namespace
+
+void require_area(const TextSource& source, std::size_t line, const Contour& contour) {
+    const std::string subject = "the contour that starts here ";
+    if (!contour.has_arcs() && contour.size() < 3) {
+        const int count = std::max(contour.size(), 1);
+        source.refuse_at(line, subject + "has " + std::to_string(count) +
+                                   (count == 1 ? " different vertex" : " different vertices") +
+                                   "; expected at least three");
+    }
+    if (!std::isfinite(contour.magnitude()))
+        source.refuse_at(line, subject + "reaches beyond what a double can hold");
+    if (contour.has_arcs() ? leads_back(contour) : is_flat(contour))
+        source.refuse_at(line, contour.has_arcs()
+                                   ? subject + "leads back along its own arc; expected an outline "
+                                               "round an area"
+                                   : "the vertices of " + subject.substr(0, subject.size() - 1) +
+                                         " lie on one line; expected an outline round an area");
+}
+
+} // namespace velm::inspect
