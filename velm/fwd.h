@@ -62,6 +62,9 @@ class ERSegment3D;
 class ERTrimmedEntity2DWF;
 class ERTrimmedEntity3DWF;
 
+class ERPlane;
+class ERSurface;
+
 class ERAnyIsometrie3D;
 class ERAnySimilitude3D;
 class ERPmIsometrie3D;

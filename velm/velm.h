@@ -128,6 +128,9 @@
 #include "velm/planar/polygon_measures.h"
 #include "velm/planar/polygon_projection.h"
 
+#include "velm/surfaces/plane.h"
+#include "velm/surfaces/surface.h"
+
 #include "velm/store/database.h"
 #include "velm/store/database_property.h"
 #include "velm/store/db_object.h"

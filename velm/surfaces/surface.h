@@ -1,0 +1,19 @@
+// ERSurface: what every surface answers to, bounded or not.
+#pragma once
+
+#include "velm/frame/entity.h"
+
+/// A surface of space. It holds no data of its own.
+class VELM_API ERSurface : public EREntity3D {
+    VELM_DECLARE_CLASS(ERSurface)
+
+public:
+    /// Turns the side of the normal round.
+    virtual void reverse() = 0;
+    /// The foot of the perpendicular from p and the unit normal of the surface there. Returns 1, or
+    /// 0 with both left alone when p has no single foot.
+    virtual int ProjectionNormale(const ERPoint3D& p, ERPoint3D& foot,
+                                  ERVector3D& normal) const = 0;
+    /// Moves every point by d along the normal.
+    virtual void offset(double d) = 0;
+};
