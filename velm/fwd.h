@@ -82,6 +82,19 @@ class _ERSymetrie3D;
 class _ERTranslation3D;
 class _ERWorkplane;
 
+class CADObjectID;
+class ERCMMPoint;
+class ERCMMPointWithDiameter;
+class ERPersistentPoint2D;
+class ERPersistentPoint3D;
+class ERPersistentVector3D;
+class gmBinaryFlagsEx;
+class gmCADGroupStructure;
+class gmHashedString;
+class gmIDNameSpace;
+class gmNamedDBObject;
+class gmPersistentPoint3DPair;
+
 class ERLimites;
 class ERMinimax2D;
 class ERMinimax3D;

@@ -1,0 +1,259 @@
+// Identifiers, group structures and name spaces: texts, paths, orders, and their archive forms byte
+// by byte with the older versions.
+#include "velm/measure/cad_containers.h"
+#include "velm/measure/named_database_object.h"
+
+#include "support/archives.h"
+#include "velm/platform/dump_context.h"
+#include "velm/platform/name_comparison.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+#include <unordered_map>
+#include <vector>
+
+namespace {
+
+using namespace velm_test;
+using Strings = std::vector<std::string>;
+
+const stoClass plane_class("plane");
+constexpr DWORD none = 0xFFFFFFFF;
+
+Strings names(const gmCADGroupStructure& group) {
+    Strings result;
+    for (int n = 0; n < group.depth(); ++n)
+        result.emplace_back(group.level(n).text().view());
+    return result;
+}
+
+std::string text(const CADObjectID& id, int representation) {
+    return std::string(id.as_string(static_cast<gmRepresentation>(representation)).view());
+}
+
+TEST(CadGroups, SplitPathsAtBothSlashes) {
+    const struct {
+        utString path;
+        Strings levels;
+        const char* text;
+    } cases[] = {{"a//b\\c", {"a", "b", "c"}, "/a/b/c"},
+                 {"\\/", {}, ""},
+                 {utString(), {}, ""},
+                 {"/wing 10/\xC3\xA9t\xC3\xA9/",
+                  {"wing 10", "\xC3\xA9t\xC3\xA9"},
+                  "/wing 10/\xC3\xA9t\xC3\xA9"}};
+    for (const auto& c : cases) {
+        const gmCADGroupStructure group(c.path);
+        EXPECT_EQ(names(group), c.levels);
+        EXPECT_EQ(group.path(), c.text);
+        EXPECT_EQ(group.path_hash(), hxu_fnv1a_hash(c.text));
+    }
+    // A level may hold slashes of its own, which the path does not tell apart; names lose them.
+    gmCADGroupStructure group;
+    group.start_group("a/b");
+    EXPECT_EQ(group.path(), "/a/b");
+    EXPECT_FALSE(group == gmCADGroupStructure("a/b"));
+    utString name("a/b\\c/"), null;
+    gm_replace_name_slashes(name);
+    gm_replace_name_slashes(null);
+    EXPECT_TRUE(name == "a\\b\\c\\" && null.null());
+    const gmCADGroupStructure root(gmRootGroup);
+    EXPECT_TRUE(root.empty() && root.path() == "/" && root.is_start_of(group));
+    EXPECT_FALSE(root.is_start_of(gmCADGroupStructure()) ||
+                 gmCADGroupStructure().is_start_of(group));
+}
+
+TEST(CadGroups, KnowWhereASolidBegins) {
+    gmCADGroupStructure group("car");
+    group.start_solid("door");
+    group.start_group("skin");
+    EXPECT_TRUE(group.is_solid_at_depth(1) && group.is_solid_at_depth(7));
+    EXPECT_FALSE(group.is_solid_at_depth(0) || group.is_unlinked_solid());
+    EXPECT_FALSE(group.group_to_depth(0).is_solid());
+    EXPECT_TRUE(group.group_to_depth(1).is_solid());
+    EXPECT_EQ(names(group.group_to_depth(1)), (Strings{"car", "door"}));
+    EXPECT_EQ(group.group_to_depth(-5).depth(), 0);
+    EXPECT_EQ(group.group_to_depth(9).depth(), 3);
+    EXPECT_EQ(group.path(), "/car/door/skin");
+    group.end_group();
+    EXPECT_TRUE(group.is_solid() && group.path() == "/car/door");
+    group.set_unlinked_solid_for_current_depth();
+    EXPECT_TRUE(group.is_unlinked_solid() && group.is_solid_at_depth(1));
+    group.end_group();
+    EXPECT_FALSE(group.is_solid());
+    group.set_solid_for_current_depth();
+    group.start_group("x");
+    group.end_solid();
+    EXPECT_TRUE(!group.is_solid() && group.path() == "/car");
+    group.end_group();
+    group.end_group();
+    group.end_solid();
+    EXPECT_TRUE(group.empty() && group.leaf().invalid());
+}
+
+// In order: by the first level that differs, then by depth.
+TEST(CadGroups, AreOrderedLevelByLevel) {
+    std::vector<gmCADGroupStructure> sorted;
+    for (const char* path : {"", "a2", "a2/b9", "a2/b10", "a2/b10/c", "a10"})
+        sorted.emplace_back(path);
+    for (std::size_t i = 0; i < sorted.size(); ++i) {
+        for (std::size_t j = 0; j < sorted.size(); ++j) {
+            EXPECT_EQ(sorted[i].compare(sorted[j]), (i > j) - (i < j));
+            EXPECT_EQ(sorted[i] == sorted[j], i == j);
+        }
+    }
+    EXPECT_TRUE(sorted[1].is_start_of(sorted[3]) && !sorted[2].is_start_of(sorted[3]));
+    EXPECT_FALSE(sorted[3].is_start_of(sorted[3]));
+    EXPECT_EQ(sorted[2].compare_at_depth(sorted[3], 1), -1);
+    EXPECT_EQ(sorted[1].compare_at_depth(sorted[3], 1), 1) << "a missing level is behind";
+    EXPECT_TRUE(sorted[2].matches_at_depth(sorted[3], 0));
+    EXPECT_FALSE(sorted[1].matches_at_depth(sorted[1], 1));
+    ERDBObject object;
+    sorted[1].set_name_on_object(object);
+    EXPECT_STREQ(object.name(), "a2");
+    sorted[3].set_name_on_object(object);
+    EXPECT_STREQ(object.name(), "/a2/b10");
+}
+
+TEST(CadObjectId, TextsAndHashes) {
+    CADObjectID displayed(7, "top/leaf", "plane", 9), in_file(displayed);
+    displayed.set_name_space({gmNSTypeName, "model"});
+    in_file.set_name_space({gmNSTypeFile, "m.igs"});
+    const CADObjectID named(7, gmCADGroupStructure("top/leaf"), &plane_class, 9);
+    const struct {
+        CADObjectID id;
+        const char* texts[4];
+    } cases[] = {
+        {CADObjectID(), {"H-1S-1", "H-1S-1", "H-1S-1", "H-1S-1"}},
+        {CADObjectID(1, 2), {"H1S2", "H1S2", "H1S2", "H1S2"}},
+        {CADObjectID(~0ul, 2),
+         {"H4294967295S2", "H4294967295S2", "H4294967295S2", "H4294967295S2"}},
+        {named, {"H7S9 (leaf)", "H7S9 (leaf)", "H7S9 ((null) \"/top/leaf\" (plane))", ""}},
+        {displayed, {"H7S9 (leaf)", "H7S9 (model leaf)", "H7S9 (model \"/top/leaf\" (plane))", ""}},
+        {in_file, {"H7S9 (leaf)", "H7S9 (leaf)", "H7S9 (m.igs \"/top/leaf\" (plane))", ""}}};
+    for (const auto& c : cases) {
+        for (int n = 0; n < 4; ++n)
+            EXPECT_EQ(text(c.id, n), c.texts[n]);
+        EXPECT_EQ(co_hash(c.id), hxu_fnv1a_hash(c.texts[1]));
+    }
+    std::ostringstream out, dumped;
+    CDumpContext dump(dumped);
+    out << displayed << CADObjectID(1, 2) << CADObjectID();
+    dump << displayed << CADObjectID(1, 2) << CADObjectID();
+    EXPECT_EQ(out.str(), "H7S9 (/top/leaf)H1S2H4294967295S4294967295");
+    EXPECT_EQ(dumped.str(), out.str());
+}
+
+TEST(CadObjectId, IsInvalidWithoutItsParts) {
+    const gmCADGroupStructure group("a");
+    for (const CADObjectID& id :
+         {CADObjectID(~0ul, ~0ul), CADObjectID(0xFFFFFFFFul, group, &plane_class, 1),
+          CADObjectID(1, group, &plane_class, ~0ul), CADObjectID(1, group, nullptr, 1),
+          CADObjectID(1, gmCADGroupStructure(), &plane_class, 1), CADObjectID(1, "", "plane", 2),
+          CADObjectID(1, "a", utString(), 2), CADObjectID(~0ul, "a", "plane", 2)})
+        EXPECT_TRUE(id.invalid() && id == CADObjectID() && id.InternalID() == none);
+    EXPECT_TRUE(gmIDNameSpace(gmNSTypeFile, "").invalid());
+    const gmIDNameSpace a(gmNSTypeName, "m2"), b(gmNSTypeName, "m10"), c(gmNSTypeFile, "a");
+    EXPECT_TRUE(a.compare(b) == -1 && c.compare(b) == 1 && gmIDNameSpace().compare(a) == -1);
+    EXPECT_TRUE(a.compare(a) == 0 && gmIDNameSpace().compare({}) == 0 && a != b);
+}
+
+/// The parts of a stored identifier in order: a version has those whose first version it reaches.
+struct Part {
+    int since, until;
+    std::string bytes;
+};
+
+TEST(CadObjectId, LoadsEveryVersionAndStoresTheNewest) {
+    const std::string place = bytes_of(DWORD{2}, text_bytes("top"), text_bytes("a/\xE9"), DWORD{1});
+    const std::vector<Part> parts = {{3, 6, bytes_of(DWORD{2})},
+                                     {2, 6, bytes_of(DWORD{7})},
+                                     {5, 6, place},
+                                     {6, 6, bytes_of(BYTE{1})},
+                                     {3, 4, text_bytes("top/n")},
+                                     {3, 6, text_bytes("plane")},
+                                     {1, 6, bytes_of(DWORD{9})},
+                                     {4, 6, bytes_of(DWORD{1}, text_bytes("model"))}};
+    gmCADGroupStructure group("top");
+    group.start_group("a/\xE9");
+    group.set_unlinked_solid_for_current_depth();
+    CADObjectID newest(7, group, &plane_class, 9);
+    newest.set_name_space({gmNSTypeName, "model"});
+    const auto serialize = [](CArchive& archive, CADObjectID& id) { id.serialize(archive); };
+    for (int version = 1; version <= 6; ++version) {
+        std::string bytes;
+        for (const Part& part : parts) {
+            if (part.since <= version && version <= part.until) bytes += part.bytes;
+        }
+        CADObjectID::set_deserializing_version(version);
+        CADObjectID id(1, 1);
+        EXPECT_EQ(load_cause(bytes, [&](CArchive& archive) { archive >> id; }), 0);
+        EXPECT_EQ(id.kind(), version < 3 ? 1 : 2);
+        EXPECT_EQ(id.H(), version < 2 ? 0u : 7u);
+        EXPECT_EQ(id.InternalID(), 9u);
+        EXPECT_EQ(id.type(), version < 3 ? "" : "plane");
+        EXPECT_EQ(id.group_structure().path(), version < 3   ? ""
+                                               : version < 5 ? "/top/n"
+                                                             : "/top/a/\xE9");
+        EXPECT_EQ(id.group_structure().is_solid(), version >= 5);
+        EXPECT_EQ(id.group_structure().is_unlinked_solid(), version == 6);
+        EXPECT_EQ(id.name_space().invalid(), version < 4);
+        expect_damage_refused(bytes, CADObjectID(3, 4), serialize);
+        CADObjectID::restore_deserializing_version();
+        if (version == 6) {
+            EXPECT_EQ(id, newest);
+            EXPECT_EQ(archived([&](CArchive& archive) { newest.serialize(archive); }), bytes);
+        }
+    }
+    // No texts, and -1 twice in a version without kinds.
+    const std::string bare =
+        bytes_of(DWORD{0}, none, DWORD{0}, none, BYTE{0}, none, none, DWORD{0}, none);
+    EXPECT_EQ(archived([](CArchive& archive) { CADObjectID().serialize(archive); }), bare);
+    CADObjectID ids[2] = {CADObjectID(1, 2), CADObjectID(3, 4)};
+    CADObjectID::set_deserializing_version(2);
+    EXPECT_EQ(load_cause(bytes_of(none, none, none, DWORD{1}),
+                         [&](CArchive& archive) { SerializeElements(archive, ids, 2); }),
+              0);
+    CADObjectID::restore_deserializing_version();
+    EXPECT_TRUE(ids[0].invalid() && ids[1] == CADObjectID(none, 1));
+}
+
+TEST(CadObjectId, HashedNamesTellNullFromEmpty) {
+    gmHashedString null, empty(utString("")), x(utString("x"));
+    EXPECT_TRUE(null.invalid() && null.hash() == 0 && empty.hash() == 0x811C9DC5);
+    EXPECT_TRUE(null == gmHashedString(utString()) && null != empty && empty != x);
+    EXPECT_TRUE(null.compare(x) == 1 && x.compare(null) == -1 && null.compare(null) == 0);
+    EXPECT_EQ(archived([&](CArchive& a) { null.serialize(a), x.serialize(a), empty.serialize(a); }),
+              bytes_of(none, DWORD{1}, "x", DWORD{0}));
+    EXPECT_EQ(load_cause(bytes_of(none, DWORD{1}, "y"),
+                         [&](CArchive& a) { x.serialize(a), empty.serialize(a); }),
+              0);
+    EXPECT_TRUE(x.invalid() && empty == gmHashedString(utString("y")));
+}
+
+// Identifiers that differ in any part, by the thousand, in the table and in the page array.
+TEST(CadObjectId, IsAKeyOfTables) {
+    struct Hash {
+        std::size_t operator()(const CADObjectID& id) const { return id.container_hash(); }
+    };
+    struct Surface : tqkSurf {};
+    CADObjectIDtqkSurfPtrcoTable table;
+    CADObjectIDcoPageArr ids;
+    std::unordered_map<CADObjectID, tqkSurf*, Hash> model;
+    for (unsigned long n = 0; n < 4000; ++n) {
+        CADObjectID id(n / 20, ("g/" + std::to_string(n % 5)).c_str(), n % 2 != 0 ? "a" : "b", 1);
+        if (n % 3 == 0) id.set_name_space({n % 4 == 0 ? gmNSTypeName : gmNSTypeFile, "m"});
+        tqkSurf* const surface = new Surface;
+        table[ids[ids.expand(1)] = id] = tqkSurfPtr(surface);
+        model[id] = surface;
+        EXPECT_EQ(table.size(), model.size());
+    }
+    for (CADObjectIDcoPageArrcoIterator walk(ids); walk; ++walk)
+        EXPECT_EQ(table.read(walk()).get(), model[walk()]);
+    for (tqkSurfPtrCADObjectIDcoTablecoIterator2 walk(table); walk; ++walk)
+        EXPECT_EQ(walk().get(), model[walk.index()]);
+    const t_SmartPtr<ERDBObject> object(new ERDBObject);
+    EXPECT_EQ(gmNamedDBObject(ids[5], object).id(), ids[5]);
+}
+
+} // namespace

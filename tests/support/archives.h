@@ -1,0 +1,81 @@
+// Archives in memory: the bytes that a value stores, values loaded from bytes, damaged bytes.
+#pragma once
+
+#include "support/caught.h"
+#include "support/memory_file.h"
+#include "support/random.h"
+#include "velm/platform/archive.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace velm_test {
+
+/// The bytes of numbers as they stand, and of texts without their length.
+template <class... Values>
+std::string bytes_of(const Values&... values) {
+    std::string bytes;
+    const auto add = [&bytes](const auto& value) {
+        if constexpr (requires { std::string(value); }) {
+            bytes += value;
+        } else {
+            bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+        }
+    };
+    (add(values), ...);
+    return bytes;
+}
+/// A text as an archive holds it.
+inline std::string text_bytes(const std::string& text) {
+    return bytes_of(static_cast<DWORD>(text.size()), text);
+}
+
+/// What the operation stores in an archive.
+template <class Operation>
+std::string archived(Operation store) {
+    MemoryFile file;
+    CArchive archive(&file, CArchive::store);
+    store(archive);
+    archive.Close();
+    return file.bytes;
+}
+
+/// The cause of the CArchiveException* that the operation meets in an archive with these bytes, 0
+/// if it throws none and takes all of them.
+template <class Operation>
+int load_cause(const std::string& bytes, Operation load) {
+    MemoryFile file(bytes);
+    CArchive archive(&file, CArchive::load, 128);
+    const int cause = archive_cause([&] { load(archive); });
+    EXPECT_TRUE(cause != 0 || archive.bytes_left() == 0) << archive.bytes_left() << " bytes left";
+    return cause;
+}
+
+/// Every archive that is cut short, and every one with bytes changed, is loaded or refused by an
+/// archive exception, and what is refused leaves the value as it was. `serialize` loads and stores.
+template <class Value, class Serialize>
+void expect_damage_refused(const std::string& good, const Value& before, Serialize serialize) {
+    Random random(good.size());
+    const auto bytes_now = [&](Value value) {
+        return archived([&](CArchive& archive) { serialize(archive, value); });
+    };
+    const auto refuse = [&](const std::string& bytes, bool must) {
+        Value value(before);
+        MemoryFile file(bytes);
+        CArchive archive(&file, CArchive::load, 128);
+        const int cause = archive_cause([&] { serialize(archive, value); });
+        EXPECT_TRUE(!must || cause == CArchiveException::endOfFile) << bytes.size();
+        if (cause == 0) return;
+        ASSERT_EQ(bytes_now(value), bytes_now(before));
+    };
+    for (std::size_t size = 0; size < good.size(); ++size)
+        refuse(good.substr(0, size), true);
+    for (int copy = 0; copy < 2000; ++copy) {
+        std::string changed = good;
+        for (int n = random.below(3); n >= 0; --n)
+            changed[random.next() % changed.size()] = static_cast<char>(random.next());
+        refuse(changed, false);
+    }
+}
+
+} // namespace velm_test

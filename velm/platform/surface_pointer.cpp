@@ -1,0 +1,3 @@
+#include "velm/platform/surface_pointer.h"
+
+tqkSurf::~tqkSurf() = default;
