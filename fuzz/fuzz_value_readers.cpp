@@ -1,5 +1,6 @@
 // The readers of stored values over any bytes: array bodies, numbers, texts and values on a file,
-// values and lists of arrays in an archive. What could be read must be written back as it was.
+// values, transformations and lists of arrays in an archive. What could be read must be written
+// back as it was.
 #include "velm/frame/box.h"
 #include "velm/frame/coordinate.h"
 #include "velm/frame/main_direction.h"
@@ -7,6 +8,8 @@
 #include "velm/frame/value_archive.h"
 #include "velm/frame/vec.h"
 #include "velm/platform/archive.h"
+#include "velm/transforms/transformation_archive.h"
+#include "velm/transforms/transformation_handle.h"
 
 #include "support/memory_file.h"
 
@@ -14,6 +17,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -68,11 +72,30 @@ void read_values(const std::string& bytes) {
     file >> value;
 }
 
+/// Whatever the numbers, the transformation maps points and has a stored form of its size.
+void use(const ERPmSimilitude3D& t) {
+    ERPoint3D p(1, 2, 3);
+    (~t * t).TransTo(t.TransFrom(p));
+    MemoryFile copy;
+    static_cast<ERFile&>(copy) << t;
+    require(copy.bytes.size() == t.binaryStoreSize() && t.isValid() <= 1);
+}
+
+void read_transformations(const std::string& bytes) {
+    MemoryFile memory(bytes);
+    ERFile& file = memory;
+    ERPmSimilitude3D t;
+    file >> t;
+    use(t);
+}
+
 template <class Value>
 void load_values(CArchive& archive) {
     Value value;
-    while (archive.bytes_left() > 0)
+    while (archive.bytes_left() > 0) {
         archive >> value;
+        if constexpr (std::is_base_of_v<ERPmSimilitude3D, Value>) use(value);
+    }
 }
 
 void load_arrays(CArchive& archive) {
@@ -113,7 +136,10 @@ constexpr void (*readers[])(const std::string&) = {read_array_body,
                                                    from_archive<load_values<ERMainDirection>>,
                                                    from_archive<load_values<ERMinimax3D>>,
                                                    from_archive<load_values<Coordinate>>,
-                                                   from_archive<load_counts>};
+                                                   from_archive<load_counts>,
+                                                   read_transformations,
+                                                   from_archive<load_values<ERPmIsometrie3D>>,
+                                                   from_archive<load_values<ERPmSimilitude3D>>};
 
 } // namespace
 

@@ -82,10 +82,8 @@ struct Late {
 thread_local Late late;
 
 TEST(ThreadsIdentity, IsThereUntilTheVeryEndOfTheThread) {
-    std::thread([] {
-        late.held = late.held * ERPmIsometrie3D();
-        EXPECT_EQ(late_results.load(), 0);
-    }).join();
+    late_results = 0;
+    std::thread([] { late.held = late.held * ERPmIsometrie3D(); }).join();
     EXPECT_EQ(late_results.load(), 2);
 }
 
