@@ -13,6 +13,9 @@
 // VELM_DEFINE_CLASS_NOT_CREATABLE one that can't, abstract or not. Up to four bases; any of them
 // may be virtual.
 //
+// VELM_DECLARE_STORED_FORM(); declares the operations of the stored form, which the macros of
+// stored_form.h define; what stands in the form is told above it.
+//
 // The group: the registration m_ClassDef_X with its arrays m_Inherite_X and m_Member_X; the runtime
 // class record classX with GetThisClass, GetRuntimeClass and _GetBaseClass; desc, isA, className,
 // _castdown, and the four forms of castdown. The pointer forms of castdown give null for an object
@@ -85,6 +88,11 @@ protected:                                                                      
     static CRuntimeClass* _GetBaseClass();                                                         \
                                                                                                    \
 public:
+
+#define VELM_DECLARE_STORED_FORM()                                                                 \
+    void saveGuts(ERFile& file) const override;                                                    \
+    void restoreGuts(ERFile& file) override;                                                       \
+    unsigned int binaryStoreSize() const override
 
 #define VELM_DEFINE_CLASS(X, ...)                                                                  \
     VELM_DETAIL_DEFINE_REGISTERED(X, ([]() -> ERObject* { return new X(); }), __VA_ARGS__)

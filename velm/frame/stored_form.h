@@ -9,8 +9,9 @@
 //         form(self.points_);
 //     }
 //
-// and declares saveGuts(ERFile&) const, restoreGuts(ERFile&) and binaryStoreSize() const, which one
-// macro in its source file defines:
+// and declares saveGuts(ERFile&) const, restoreGuts(ERFile&) and binaryStoreSize() const, by
+// VELM_DECLARE_STORED_FORM(); where they override (class_macros.h), and one macro in its source
+// file defines them:
 //   - VELM_DEFINE_STORED_FORM(Class, Base): what Base stores, then the fields;
 //   - VELM_DEFINE_STORED_TEMPLATE(Class, Base): the same for a class template over a dimension D;
 //   - VELM_DEFINE_STORED_FIELDS(Class): the fields alone;

@@ -92,26 +92,7 @@ _ERSymetrie3D::_ERSymetrie3D(Coord3D axis) : M(reflection(axis)) {}
 _ERSymetrie3D::_ERSymetrie3D(const ERVector3D& n) : M(reflection(n)) {}
 _ERSimilitude3D::_ERSimilitude3D() : M(GetThreadIdentityMatrix()) {}
 
-// ---- matrix, translation and factor ----
-
-ERMatrix<double> _ERIdentity3D::getMatrix() const { return GetThreadIdentityMatrix(); }
-ERMatrix<double> _ERTranslation3D::getMatrix() const { return GetThreadIdentityMatrix(); }
-ERMatrix<double> _ERRotation3D::getMatrix() const { return M; }
-ERMatrix<double> _ERWorkplane::getMatrix() const { return M; }
-ERMatrix<double> _ERScaling3D::getMatrix() const { return GetThreadIdentityMatrix(); }
-ERMatrix<double> _ERSymetrie3D::getMatrix() const { return M; }
-ERMatrix<double> _ERSimilitude3D::getMatrix() const { return M; }
-
-ERPoint3D _ERIdentity3D::getTrans() const { return {}; }
-ERPoint3D _ERTranslation3D::getTrans() const { return t; }
-ERPoint3D _ERRotation3D::getTrans() const { return {}; }
-ERPoint3D _ERWorkplane::getTrans() const { return t; }
-ERPoint3D _ERScaling3D::getTrans() const { return {}; }
-ERPoint3D _ERSymetrie3D::getTrans() const { return {}; }
-ERPoint3D _ERSimilitude3D::getTrans() const { return t; }
-
-double _ERScaling3D::getFactHomo() const { return k; }
-double _ERSimilitude3D::getFactHomo() const { return k; }
+// ---- orientation and validity ----
 
 int _ERScaling3D::isDirect() const { return k > 0.0; }
 int _ERSymetrie3D::isDirect() const { return determinant(Matrix3(M)) > 0.0; }

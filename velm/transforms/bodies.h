@@ -26,7 +26,16 @@ public:
     ERVector3D& TransFrom(ERVector3D& v) const override;
     ERPoint3D& TransFrom(ERPoint3D& p) const override;
 
+    ERMatrix<double> getMatrix() const override;
+    ERPoint3D getTrans() const override;
+    double getFactHomo() const override;
+
     ERObject* getCopy() const override;
+
+    // The parts that a body doesn't hold; it hides those that it does.
+    ERMatrix<double> matrix() const;
+    ERPoint3D translation() const { return {}; }
+    double factor() const { return 1.0; }
 
 private:
     const Body& body() const { return static_cast<const Body&>(*this); }
@@ -46,8 +55,6 @@ public:
     _ERIdentity3D() = default;
 
     const ERTr3DRevRep* getInverse() const override;
-    ERMatrix<double> getMatrix() const override;
-    ERPoint3D getTrans() const override;
     void printOn(std::ostream& out) const override;
 
     const ERTr3DRevRep* getReduced() const override;
@@ -73,12 +80,8 @@ public:
     const ERPoint3D& translation() const { return t; }
 
     const ERTr3DRevRep* getInverse() const override;
-    ERMatrix<double> getMatrix() const override;
-    ERPoint3D getTrans() const override;
     void printOn(std::ostream& out) const override;
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
     const ERTr3DRevRep* getReduced() const override;
     const ERTr3DRevRep* operator*(const ERTr3DRevRep* other) const override;
@@ -112,12 +115,8 @@ public:
     const ERMatrix<double>& matrix() const { return M; }
 
     const ERTr3DRevRep* getInverse() const override;
-    ERMatrix<double> getMatrix() const override;
-    ERPoint3D getTrans() const override;
     void printOn(std::ostream& out) const override;
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
     const ERTr3DRevRep* getReduced() const override;
     const ERTr3DRevRep* operator*(const ERTr3DRevRep* other) const override;
@@ -153,13 +152,9 @@ public:
     const ERPoint3D& translation() const { return t; }
 
     const ERTr3DRevRep* getInverse() const override;
-    ERMatrix<double> getMatrix() const override;
-    ERPoint3D getTrans() const override;
     /// Writes the matrix and the translation behind fixed labels.
     void printOn(std::ostream& out) const override;
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
     const ERTr3DRevRep* getReduced() const override;
     const ERTr3DRevRep* operator*(const ERTr3DRevRep* other) const override;
@@ -189,14 +184,9 @@ public:
     double factor() const { return k; }
 
     const ERTr3DRevRep* getInverse() const override;
-    ERMatrix<double> getMatrix() const override;
-    ERPoint3D getTrans() const override;
-    double getFactHomo() const override;
     int isDirect() const override;
     void printOn(std::ostream& out) const override;
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
     const ERTr3DRevRep* getReduced() const override;
     const ERTr3DRevRep* operator*(const ERTr3DRevRep* other) const override;
@@ -228,13 +218,9 @@ public:
     const ERMatrix<double>& matrix() const { return M; }
 
     const ERTr3DRevRep* getInverse() const override;
-    ERMatrix<double> getMatrix() const override;
-    ERPoint3D getTrans() const override;
     int isDirect() const override;
     void printOn(std::ostream& out) const override;
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
     const ERTr3DRevRep* getReduced() const override;
     const ERTr3DRevRep* operator*(const ERTr3DRevRep* other) const override;
@@ -264,17 +250,12 @@ public:
     double factor() const { return k; }
 
     const ERTr3DRevRep* getInverse() const override;
-    ERMatrix<double> getMatrix() const override;
-    ERPoint3D getTrans() const override;
-    double getFactHomo() const override;
     int isDirect() const override;
     /// 1 for a 3 x 3 matrix with a determinant within 1e-11 of 1 or -1 and a factor other than 0.
     int isValid() const override;
     /// Writes the matrix, the translation and the factor behind fixed labels.
     void printOn(std::ostream& out) const override;
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
     const ERTr3DRevRep* getReduced() const override;
     const ERTr3DRevRep* operator*(const ERTr3DRevRep* other) const override;

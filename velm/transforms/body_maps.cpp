@@ -1,4 +1,5 @@
-// What the bodies do to points, vectors and poles.
+// What the bodies do to points, vectors and poles, and what they tell of their map.
+#include "velm/frame/thread_data.h"
 #include "velm/transforms/bodies.h"
 #include "velm/transforms/detail/matrix3.h"
 #include "velm/transforms/transformation_handle.h"
@@ -168,6 +169,26 @@ ERVector3D& BodyOperations<Body, Base>::TransFrom(ERVector3D& v) const {
 template <class Body, class Base>
 ERPoint3D& BodyOperations<Body, Base>::TransFrom(ERPoint3D& p) const {
     return p = forward(body()).point(p);
+}
+
+template <class Body, class Base>
+ERMatrix<double> BodyOperations<Body, Base>::matrix() const {
+    return GetThreadIdentityMatrix();
+}
+
+template <class Body, class Base>
+ERMatrix<double> BodyOperations<Body, Base>::getMatrix() const {
+    return body().matrix();
+}
+
+template <class Body, class Base>
+ERPoint3D BodyOperations<Body, Base>::getTrans() const {
+    return body().translation();
+}
+
+template <class Body, class Base>
+double BodyOperations<Body, Base>::getFactHomo() const {
+    return body().factor();
 }
 
 template <class Body, class Base>

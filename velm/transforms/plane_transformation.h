@@ -56,9 +56,7 @@ public:
     /// Fixed texts; the angle in degrees.
     void printOn(std::ostream& out) const override;
     /// Six doubles in the order of the fields.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
     double a = 1.0;
     double b = 0.0;

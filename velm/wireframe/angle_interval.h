@@ -73,9 +73,7 @@ public:
     void reverse() override;
 
     void printOn(std::ostream& out) const override;
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
 protected:
     /// Refines by Smash until the polyline follows the curve within tol.

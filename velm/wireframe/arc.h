@@ -75,9 +75,7 @@ public:
     ERObject* getCopy() const override;
 
     /// The circle, then the start and the end angle.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
 private:
     /// The mirror image by a map that turns the sense round.

@@ -50,9 +50,7 @@ public:
     ERObject* getCopy() const override;
 
     /// The circle's form, then the start and the end angle.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
 private:
     template <class Self, class Form>

@@ -45,9 +45,7 @@ public:
     ERObject* getCopy() const override;
 
     /// The center, then the radius, as doubles.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
 protected:
     template <class Self, class Form>

@@ -67,9 +67,7 @@ public:
     ERObject* getCopy() const override;
 
     /// The frame, then the circle in it.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
 protected:
     void scale_flat(double ratio) override;

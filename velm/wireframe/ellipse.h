@@ -89,9 +89,7 @@ public:
     ERObject* getCopy() const override;
 
     /// The foci, then the big axis, as doubles.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
     /// Center, axes and half lengths, for evaluation.
     velm::detail::EllipseFrame frame() const;

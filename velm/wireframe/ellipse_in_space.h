@@ -46,9 +46,7 @@ public:
     ERObject* getCopy() const override;
 
     /// The frame, then the ellipse in it.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
 protected:
     void scale_flat(double ratio) override;
@@ -103,9 +101,7 @@ public:
     ERObject* getCopy() const override;
 
     /// The ellipse's form, then the start and the end angle.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
 private:
     template <class Self, class Form>

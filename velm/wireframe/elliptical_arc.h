@@ -67,9 +67,7 @@ public:
     ERObject* getCopy() const override;
 
     /// The ellipse, then the start and the end angle.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
 private:
     ERLimites bound() const;

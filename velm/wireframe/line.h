@@ -37,9 +37,7 @@ public:
     void reverse() override;
 
     /// The direction, then the origin, as doubles.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
 protected:
     /// Normalises the direction, then moves the origin to the foot from the coordinates' origin.

@@ -30,9 +30,7 @@ public:
     void reverse() override;
 
     /// The frame: its matrix, translation and factor.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
 protected:
     ERPlanarEntity3DWF() = default;

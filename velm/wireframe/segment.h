@@ -44,9 +44,7 @@ public:
     int splitAt(t_SmartPtr<Curve>& first, t_SmartPtr<Curve>& second, double t) const override;
 
     /// P1, then P2, as doubles.
-    void saveGuts(ERFile& file) const override;
-    void restoreGuts(ERFile& file) override;
-    unsigned int binaryStoreSize() const override;
+    VELM_DECLARE_STORED_FORM();
 
 protected:
     Point at(double t) const;
