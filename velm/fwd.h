@@ -94,6 +94,7 @@ class gmHashedString;
 class gmIDNameSpace;
 class gmNamedDBObject;
 class gmPersistentPoint3DPair;
+class gmTargetPoint;
 
 class ERLimites;
 class ERMinimax2D;

@@ -155,6 +155,7 @@
 #include "velm/store/store_image.h"
 #include "velm/store/store_salvage.h"
 
+#include "velm/measure/alignment.h"
 #include "velm/measure/cad_containers.h"
 #include "velm/measure/cad_group_structure.h"
 #include "velm/measure/cad_object_id.h"
@@ -162,3 +163,4 @@
 #include "velm/measure/named_database_object.h"
 #include "velm/measure/persistent_values.h"
 #include "velm/measure/selection_flags.h"
+#include "velm/measure/target_point.h"

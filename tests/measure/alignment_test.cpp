@@ -1,0 +1,234 @@
+// Alignment: known motions come back from points without noise; with noise no motion nearby is
+// better; freedoms that the points leave open are named and held.
+#include "velm/measure/alignment.h"
+
+#include "support/random.h"
+#include "velm/frame/point_functions.h"
+#include "velm/measure/target_point.h"
+#include "velm/transforms/transformation_factories.h"
+#include "velm/transforms/transformed_values.h"
+
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace {
+
+using velm_test::Random;
+
+constexpr double size = 100;
+
+ERVector3D direction(Random& random) {
+    const auto u = [&] { return random.uniform(-1, 1); };
+    return ERVector3D(u(), u(), u()).normalize();
+}
+
+ERPmIsometrie3D motion(Random& random, double angle, double way) {
+    return ERTranslation3D(direction(random) * way) *
+           ERRotation3D(direction(random), ERRadian(angle));
+}
+
+/// A target whose ball touches it with an error along the normal and a slip across it, before the
+/// part was moved. Without a normal it is a direct one.
+gmTargetPoint target(const ERPoint3D& p, const ERVector3D& n, double diameter, double error,
+                     const ERVector3D& slip, const ERPmIsometrie3D& away) {
+    const ERPoint3D centre = p + (diameter / 2 + error) * n + (slip - (slip * n) * n);
+    const ERCMMPointWithDiameter measured(away << centre, ERVector3D(n), diameter, 1);
+    return n.norme2() > 0 ? gmTargetPoint(p, measured, n) : gmTargetPoint(p, measured);
+}
+
+std::vector<gmTargetPoint> part(Random& random, bool direct, double noise, double slip,
+                                const ERPmIsometrie3D& away) {
+    std::vector<gmTargetPoint> targets;
+    for (int n = 0; n < 60; ++n) {
+        const ERVector3D normal = direct && n % 2 == 0 ? ERVector3D() : direction(random);
+        const ERPoint3D p = ERPoint3D(300, 0, -50) + direction(random) * random.uniform(0, size);
+        targets.push_back(
+            target(p, normal, 4, random.uniform(-noise, noise), direction(random) * slip, away));
+    }
+    return targets;
+}
+
+double squares(const std::vector<gmTargetPoint>& targets, const ERPmIsometrie3D& t) {
+    double sum = 0;
+    for (const gmTargetPoint& each : targets) {
+        const ERPoint3D centre = t >> each.measured_point().point;
+        ERVector3D n;
+        const double deviation =
+            each.get_surface_normal(n)
+                ? n * ERVector3D(each.target_point(), centre) - each.measured_point().diameter / 2
+                : distance(each.target_point(), centre);
+        sum += deviation * deviation;
+    }
+    return sum;
+}
+
+TEST(Alignment, FindsTheMotionOfTargets) {
+    Random random(51);
+    for (int round = 0; round < 60; ++round) {
+        // Far turns only where the points lie where they should: slips mislead the start.
+        const double slip = round % 3 == 0 ? 1 : 0;
+        const ERPmIsometrie3D away = motion(random, slip != 0 ? 0.1 : 0.05 * round, size);
+        const auto targets = part(random, slip == 0 && round % 2 == 0, 0, slip, away);
+        const velm::Alignment found = velm::align(targets);
+        EXPECT_TRUE(found.converged && found.held.empty()) << round << ' ' << found.last_step;
+        for (const gmTargetPoint& each : targets) {
+            const ERPoint3D centre = each.measured_point().point;
+            EXPECT_LT(distance(found.motion >> centre, away >> centre), 1e-9 * size) << round;
+        }
+        const auto noisy = part(random, round % 2 == 0, 0.05, slip, away);
+        const velm::Alignment best = velm::align(noisy);
+        EXPECT_TRUE(best.converged && best.held.empty());
+        const double least = squares(noisy, best.motion);
+        EXPECT_NEAR(best.squares_after, least, 1e-9 * least);
+        EXPECT_NEAR(best.squares_before, squares(noisy, ERPmIsometrie3D()),
+                    1e-9 * best.squares_before);
+        for (double amount = 1e-1; amount > 1e-5; amount /= 4) {
+            const ERPoint3D about(300, 0, -50);
+            const ERPmIsometrie3D near = ERTranslation3D(about) *
+                                         motion(random, amount / size, amount) *
+                                         ERTranslation3D(-about);
+            EXPECT_GT(squares(noisy, near * best.motion), least) << round << ' ' << amount;
+        }
+    }
+}
+
+/// The nominal place on a closed outline, by looking at all edges.
+velm::NominalPlace2D nearest(const std::vector<ERPoint2D>& outline, double radius,
+                             const ERPoint2D& p) {
+    velm::NominalPlace2D best;
+    double least = 1e300;
+    for (std::size_t n = 0; n < outline.size(); ++n) {
+        const ERPoint2D a = outline[n];
+        const ERVector2D edge(a, outline[(n + 1) % outline.size()]);
+        const double t = std::clamp(ERVector2D(a, p) * edge / edge.norme2(), 0.0, 1.0);
+        const ERVector2D away(a + t * edge, p);
+        if (away.norme2() >= least) continue;
+        least = away.norme2();
+        const ERVector2D outward = ERVector2D(edge.j(), -edge.i()).normalize();
+        ERVector2D n2 = t > 0 && t < 1 ? outward : away.getnormalized();
+        if (n2 * outward < 0) n2 = -n2;
+        best = {a + t * edge + radius * n2, n2};
+    }
+    return best;
+}
+
+TEST(Alignment, FindsTheMotionOfASection) {
+    Random random(52);
+    const std::vector<ERPoint2D> outline = {{0, 0},   {100, 0}, {100, 30},
+                                            {35, 40}, {30, 90}, {0, 80}};
+    for (int round = 0; round < 60; ++round) {
+        const double radius = round % 2, noise = round % 4 < 2 ? 0.02 : 0;
+        const ERTransfo2D away =
+            ERTransfo2D(ERVector2D(random.uniform(-2, 2), random.uniform(-2, 2))) *
+            ERTransfo2D::rotation(ERRadian(random.uniform(-0.05, 0.05)));
+        std::vector<ERPoint2D> points;
+        for (int n = 0; n < 300; ++n) {
+            const ERPoint2D a = outline[std::size_t(n % 6)];
+            const ERVector2D edge(a, outline[std::size_t((n + 1) % 6)]);
+            const ERVector2D outward = ERVector2D(edge.j(), -edge.i()).normalize();
+            points.push_back(away << a + random.uniform(0.1, 0.9) * edge +
+                                         (radius + random.uniform(-noise, noise)) * outward);
+        }
+        const auto nominal = [&](std::size_t, const ERPoint2D& p) {
+            return nearest(outline, radius, p);
+        };
+        const velm::Alignment2D found = velm::align(points, nominal);
+        EXPECT_TRUE(found.converged && found.held.empty()) << round << ' ' << found.last_step;
+        const auto sum = [&](const ERTransfo2D& t) {
+            double result = 0;
+            for (const ERPoint2D& p : points) {
+                const auto place = nearest(outline, radius, t >> p);
+                result += std::pow(place.normal * ERVector2D(place.centre, t >> p), 2);
+            }
+            return result;
+        };
+        for (const ERPoint2D& p : points)
+            EXPECT_LT(distance(found.motion >> p, away >> p), noise != 0 ? 0.02 : 1e-9 * size);
+        if (noise == 0) continue;
+        const double least = sum(found.motion);
+        EXPECT_NEAR(found.squares_after, least, 1e-9 * least);
+        for (double amount = 1e-1; amount > 1e-5; amount /= 4) {
+            const ERTransfo2D near =
+                ERTransfo2D(ERVector2D(random.uniform(-1, 1) * amount, amount)) *
+                ERTransfo2D::rotation(ERRadian(amount / size * random.uniform(-1, 1)));
+            EXPECT_GT(sum(near * found.motion), least) << round << ' ' << amount;
+        }
+    }
+}
+
+TEST(Alignment, NamesAndHoldsWhatThePointsLeaveOpen) {
+    using Names = std::vector<std::string>;
+    const auto names = [](const velm::AlignmentReport& report) {
+        Names result;
+        for (const velm::HeldFreedom& freedom : report.held)
+            result.push_back(freedom.name());
+        return result;
+    };
+    // A circle of radius 10 about (3, 4), measured 0.5 off: it slides there and does not turn.
+    std::vector<ERPoint2D> points;
+    for (int n = 0; n < 16; ++n)
+        points.push_back(ERPoint2D(3.3, 4.4) + 10 * ERVector2D(std::cos(n), std::sin(n)));
+    const velm::Alignment2D circle = velm::align(points, [](std::size_t, const ERPoint2D& p) {
+        const ERVector2D n = ERVector2D({3, 4}, p).normalize();
+        return velm::NominalPlace2D{ERPoint2D(3, 4) + 10 * n, n};
+    });
+    EXPECT_TRUE(circle.converged);
+    EXPECT_EQ(names(circle), Names{"turning about the axis through [3,4,0] along <0,0,1>"});
+    EXPECT_LT(distance(circle.motion >> ERPoint2D(3.3, 4.4), {3, 4}), 1e-9);
+    EXPECT_LT(std::fabs(circle.motion.angle()), 1e-9);
+    // A line along x: it turns and falls onto it, and does not slide.
+    const velm::Alignment2D line =
+        velm::align(std::vector<ERPoint2D>{{0, 1}, {10, 2}}, [](auto, auto& p) {
+            return velm::NominalPlace2D{{p.x(), 0}, {0, 1}};
+        });
+    EXPECT_EQ(names(line), Names{"sliding along <1,0,0>"});
+    EXPECT_LT(line.squares_after, 1e-18);
+
+    // Targets on a plane, a cylinder about z and a sphere.
+    Random random(53);
+    const auto held = [&](auto place) {
+        std::vector<gmTargetPoint> targets;
+        for (int n = 0; n < 40; ++n) {
+            const auto [p, normal] = place();
+            targets.push_back(target(p, normal, 2, 0.1, {}, ERPmIsometrie3D()));
+        }
+        const velm::Alignment found = velm::align(targets);
+        EXPECT_TRUE(found.converged);
+        return names(found);
+    };
+    const auto u = [&] { return random.uniform(-9, 9); };
+    const Names plane =
+        held([&] { return std::pair(ERPoint3D(u(), u(), 5), ERVector3D(0, 0, 1)); });
+    ASSERT_EQ(plane.size(), 3u);
+    EXPECT_NE(plane[0].find(" along <0,0,1>"), std::string::npos) << plane[0];
+    EXPECT_TRUE(plane[1].starts_with("sliding") && plane[2].starts_with("sliding"));
+    EXPECT_EQ(held([&] {
+                  const ERVector3D n = ERVector3D(u(), u(), 0).normalize();
+                  return std::pair(ERPoint3D(1, 2, u()) + 5 * n, n);
+              })[1],
+              "sliding along <0,0,1>");
+    EXPECT_EQ(held([&] {
+                  const ERVector3D n = direction(random);
+                  return std::pair(ERPoint3D() + 5 * n, n);
+              }).size(),
+              3u);
+    EXPECT_EQ(held([&] { return std::pair(ERPoint3D(1, 2, 3), ERVector3D()); }).size(), 3u);
+    // A thread of pitch 2 pi about z.
+    EXPECT_EQ(held([&] {
+                  const double a = u();
+                  const ERVector3D radial(std::cos(a), std::sin(a), 0),
+                      around(-radial.j(), radial.i(), 0);
+                  const ERVector3D n =
+                      random.below(2) != 0 ? radial : (around - ERVector3D(0, 0, 8)).normalize();
+                  return std::pair(ERPoint3D(8 * radial + a * ERVector3D(0, 0, 1)), n);
+              }),
+              Names{"screwing about the axis through [0,0,0] along <0,0,1> by 1 per radian"});
+
+    EXPECT_EQ(velm::align(std::span<const gmTargetPoint>()).held.size(), 6u);
+    velm::AlignmentOptions hasty;
+    hasty.most_iterations = 1;
+    EXPECT_FALSE(velm::align(part(random, false, 0, 1, motion(random, 0.1, 9)), hasty).converged);
+}
+
+} // namespace

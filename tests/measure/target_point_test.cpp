@@ -1,0 +1,148 @@
+// Targets: their measures and texts, their record and archive forms, and how they move.
+#include "velm/measure/target_point.h"
+
+#include "support/archives.h"
+#include "velm/frame/point_functions.h"
+#include "velm/frame/radian.h"
+#include "velm/transforms/transformation_factories.h"
+#include "velm/transforms/transformed_values.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <memory>
+#include <sstream>
+
+namespace {
+
+using namespace velm_test;
+
+const ERPoint3D nominal(1, 2, 3);
+const ERCMMPointWithDiameter ball(ERPoint3D(1.5, 2, 5), ERPoint3D(1, 2, 9), 2, 7);
+const gmTargetPoint direct_target(nominal, ball);
+const gmTargetPoint plane_target(nominal, ball, ERVector3D(0, 0, 8));
+
+const double direct_numbers[] = {1.5, 2, 5, 0, 0, 0};
+const double plane_numbers[] = {1.5, 2, 4, 0, 0, 1};
+
+std::string text(const gmTargetPoint& target) {
+    std::ostringstream out;
+    target.printOn(out);
+    return out.str();
+}
+
+TEST(TargetPoint, Measures) {
+    double to_plane = -7, on_plane = -7;
+    ERVector3D normal(7, 7, 7);
+    EXPECT_FALSE(direct_target.is_compensated() || direct_target.get_surface_normal(normal) ||
+                 direct_target.get_distance_to_plane(to_plane) ||
+                 direct_target.get_distance_on_plane(on_plane));
+    EXPECT_TRUE(to_plane == -7 && on_plane == -7 && normal == ERVector3D(7, 7, 7));
+    EXPECT_EQ(direct_target.acceptance_distance(), std::sqrt(0.25 + 4));
+    EXPECT_EQ(gmTargetPoint(nominal, {nominal, nominal, 3, 1}).acceptance_distance(), 0);
+
+    // The ball of 2 touches one below its centre; what is off along the normal is not on the plane.
+    EXPECT_EQ(plane_target.calculated_point(), ERPoint3D(1.5, 2, 4));
+    EXPECT_TRUE(plane_target.get_distance_to_plane(to_plane) &&
+                plane_target.get_distance_on_plane(on_plane) &&
+                plane_target.get_surface_normal(normal));
+    EXPECT_TRUE(to_plane == 1 && on_plane == 0.5 && normal == ERVector3D(0, 0, 1));
+    EXPECT_EQ(plane_target.acceptance_distance(), 0.5);
+    EXPECT_EQ(plane_target.distance_to_point(), std::sqrt(0.25 + 1));
+    const gmTargetPoint below(nominal, {ERPoint3D(1, 2, 1), nominal, 0, 1}, ERVector3D(0, 0, 1));
+    EXPECT_EQ(below.distance_to_plane(), -2);
+
+    EXPECT_EQ(text(direct_target), "gmTargetPoint {\n  DIRECT\n  Target:   [1,2,3]\n"
+                                   "  Point:    CMM Point  [1.5,2,5] pretouch=[1,2,9]\n"
+                                   "  Calc:     [1.5,2,5]\n  Distance: 2.06155\n}\n");
+    EXPECT_EQ(text(plane_target),
+              "gmTargetPoint {\n  ON PLANE\n  Target:        [1,2,3]\n"
+              "  Point:         CMM Point  [1.5,2,5] pretouch=[1,2,9]\n"
+              "  Calc:          [1.5,2,4]\n  Distance:      1.11803\n  Normal:        <0,0,1>\n"
+              "  Dist to plane: 1\n  Dist on plane: 0.5\n}\n");
+}
+
+TEST(TargetPoint, RecordsAndArchives) {
+    const double places[] = {1.5, 2, 5, 1, 2, 9}, directions[] = {1.5, 2, 5, -0.5, 0, 4};
+    for (const gmTargetPoint* target : {&direct_target, &plane_target}) {
+        const BYTE mode = target == &plane_target;
+        const double(&numbers)[6] = mode != 0 ? plane_numbers : direct_numbers;
+        MemoryFile file;
+        target->saveGuts(file);
+        EXPECT_EQ(file.bytes, bytes_of(mode, nominal, 7, places, numbers));
+        EXPECT_EQ(target->binaryStoreSize(), 125u);
+        file.Seek(0, CFile::begin);
+        gmTargetPoint back;
+        back.restoreGuts(file);
+        EXPECT_EQ(text(back), text(*target));
+        EXPECT_EQ(back.measured_point().diameter, 0) << "the record has no place for it";
+
+        const std::string bytes = bytes_of(mode, nominal, WORD{7}, directions, 2.0, numbers);
+        EXPECT_EQ(archived([&](CArchive& archive) { archive << *target; }), bytes);
+        EXPECT_EQ(load_cause(bytes, [&](CArchive& archive) { archive >> back; }), 0);
+        EXPECT_EQ(text(back), text(*target));
+        EXPECT_EQ(back.measured_point().diameter, 2);
+        expect_damage_refused(bytes, *target, [](CArchive& archive, gmTargetPoint& x) {
+            archive.IsStoring() ? archive << x : archive >> x;
+        });
+
+        const std::string old = bytes_of(mode, nominal, numbers);
+        EXPECT_EQ(load_cause(old, [&](CArchive& a) { back.read_serialize_old(a); }), 0);
+        const ERCMMPointWithDiameter& measured = back.measured_point();
+        EXPECT_EQ(measured.point, target->calculated_point());
+        EXPECT_EQ(measured.pretouch, measured.point + ERPoint3D(0, 0, 1));
+        EXPECT_TRUE(measured.id() == 0 && measured.diameter == 0);
+        expect_damage_refused(old, back, [](CArchive& archive, gmTargetPoint& x) {
+            archive.IsStoring() ? archive << x : (x.read_serialize_old(archive), archive);
+        });
+    }
+    // A mode of neither kind is kept; it is never accepted.
+    gmTargetPoint odd;
+    EXPECT_EQ(load_cause(bytes_of(BYTE{9}, nominal, direct_numbers),
+                         [&](CArchive& a) { odd.read_serialize_old(a); }),
+              0);
+    EXPECT_EQ(odd.acceptance_distance(), std::numeric_limits<double>::max());
+    EXPECT_EQ(text(odd), "gmTargetPoint {\n}\n");
+}
+
+TEST(TargetPoint, Moves) {
+    const ERPmIsometrie3D turn = ERTranslation3D(ERVector3D(5, 0, 0)) *
+                                 ERRotation3D(ERVector3D(1, 0, 0), ERRadian(M_PI / 2));
+    const ERPmSimilitude3D mirror = ERScaling3D(-2);
+    const auto differs = [](const gmTargetPoint& a, const gmTargetPoint& b) {
+        ERVector3D na, nb;
+        a.get_surface_normal(na);
+        b.get_surface_normal(nb);
+        return distance(a.target_point(), b.target_point()) +
+                   distance(a.calculated_point(), b.calculated_point()) +
+                   distance(a.measured_point().point, b.measured_point().point) +
+                   distance(a.measured_point().pretouch, b.measured_point().pretouch) +
+                   (na - nb).norme() +
+                   std::fabs(a.measured_point().diameter - b.measured_point().diameter) >
+               1e-14;
+    };
+    const gmTargetPoint turned = turn >> plane_target;
+    EXPECT_FALSE(differs(turned, gmTargetPoint(ERPoint3D(6, -3, 2),
+                                               {ERPoint3D(6.5, -5, 2), ERPoint3D(6, -9, 2), 2, 7},
+                                               ERVector3D(0, -1, 0))));
+    EXPECT_FALSE(differs(turn << turned, plane_target));
+    gmTargetPoint scaled(plane_target);
+    scaled.transformFrom(mirror);
+    EXPECT_FALSE(
+        differs(scaled, gmTargetPoint(ERPoint3D(-2, -4, -6),
+                                      {ERPoint3D(-3, -4, -10), ERPoint3D(-2, -4, -18), 4, 7},
+                                      ERVector3D(0, 0, -1))));
+    scaled.transformTo(mirror);
+    EXPECT_EQ(scaled.measured_point().diameter, 8) << "multiplied in both directions";
+    EXPECT_EQ(scaled.calculated_point(), plane_target.calculated_point());
+    gmTargetPoint moved(plane_target);
+    moved.scale(2);
+    moved.translate(moved.target_point());
+    EXPECT_FALSE(differs(moved, gmTargetPoint(ERPoint3D(4, 8, 12),
+                                              {ERPoint3D(5, 8, 16), ERPoint3D(4, 8, 24), 4, 7},
+                                              ERVector3D(0, 0, 1))));
+    const std::unique_ptr<ERObject> copy(moved.getCopy());
+    EXPECT_EQ(text(gmTargetPoint::castdown(*copy)), text(moved));
+}
+
+} // namespace

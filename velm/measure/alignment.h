@@ -1,0 +1,104 @@
+// velm::align: the rigid motion that brings measured points onto their nominal with the least sum
+// of squared deviations.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/frame/point.h"
+#include "velm/frame/vector.h"
+#include "velm/transforms/plane_transformation.h"
+#include "velm/transforms/transformation_handle.h"
+
+#include <cstddef>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+class gmTargetPoint;
+
+namespace velm {
+
+/// Where the centre of a ball would be without deviation, with the unit normal of the nominal
+/// there. A normal of length 0 makes every direction count.
+struct VELM_API NominalPlace {
+    ERPoint3D centre;
+    ERVector3D normal;
+};
+struct VELM_API NominalPlace2D {
+    ERPoint2D centre;
+    ERVector2D normal;
+};
+
+/// Tells the nominal place of the point with this number, standing at p: on a curve or surface the
+/// place nearest to p, half a ball's diameter off it along the normal.
+using NominalOf = std::function<NominalPlace(std::size_t number, const ERPoint3D& p)>;
+using NominalOf2D = std::function<NominalPlace2D(std::size_t number, const ERPoint2D& p)>;
+
+struct VELM_API AlignmentOptions {
+    /// The motion has converged when a step moves the points by no more than this, as a part of
+    /// their extent (the root mean square of their distances from their centroid).
+    double threshold = 1e-10;
+    int most_iterations = 100;
+    /// A freedom counts as undetermined when its singular value is less than this part of the
+    /// greatest one, turning measured by the way that it moves points at the extent.
+    double least_determined = 1e-5;
+};
+
+/// A freedom that the nominal places don't determine. A held turn is no part of the motion, nor is
+/// a shift of the points' centroid along a held direction.
+struct VELM_API HeldFreedom {
+    enum Kind { sliding, turning, screwing };
+    Kind kind;
+    ERVector3D direction; ///< unit; of the axis for turning and screwing
+    ERPoint3D through;    ///< the point of the axis nearest to the origin; for sliding the centroid
+    double pitch;         ///< screwing: the way along the axis per radian
+
+    /// "sliding along <1,0,0>", "turning about the axis through [0,0,0] along <0,0,1>", or
+    /// "screwing about the axis through [0,0,0] along <0,0,1> by 2 per radian".
+    VELM_API std::string name() const;
+};
+
+/// What an alignment found.
+struct VELM_API AlignmentReport {
+    /// Whether the last step was below the threshold, or could not lower the sum of squares beyond
+    /// its rounding. If not, the motion is the best one that was met.
+    bool converged = false;
+    int iterations = 0;
+    /// The last step as a part of the extent.
+    double last_step = 0.0;
+    /// The sums of the squared deviations.
+    double squares_before = 0.0;
+    double squares_after = 0.0;
+    std::vector<HeldFreedom> held;
+};
+/// The motion maps measured points to aligned ones by TransFrom.
+struct VELM_API Alignment : AlignmentReport {
+    ERPmIsometrie3D motion;
+};
+struct VELM_API Alignment2D : AlignmentReport {
+    ERTransfo2D motion;
+};
+
+/// Finds the motion that minimises the sum over the points p of (n (p - c))^2, c and n being the
+/// nominal place of the moved point, or |p - c|^2 where n is 0.
+///
+/// Starts from the absolute orientation of the points against their first nominal places, by the
+/// unit quaternion of the greatest eigenvalue (Horn, J. Opt. Soc. Am. A 4, 1987), where all
+/// freedoms are determined and this lowers the sum. Then takes Gauss-Newton steps on the deviations
+/// along the normals, with the places found anew after each (Chen and Medioni, Image and Vision
+/// Computing 10, 1992), halved until the sum falls. Each step solves by the eigenvectors of the
+/// normal matrix and leaves those out whose freedoms are undetermined.
+///
+/// It is a local method: on a curve or surface the points must start nearer to their own parts of
+/// it than to others. Without points the motion is the identity, and converged.
+VELM_API Alignment align(std::span<const ERPoint3D> points, const NominalOf& nominal,
+                         const AlignmentOptions& options = {});
+/// The same in the plane: turning and sliding within it.
+VELM_API Alignment2D align(std::span<const ERPoint2D> points, const NominalOf2D& nominal,
+                           const AlignmentOptions& options = {});
+/// The measured points of targets, those on a plane by their distance to it, with the radius of the
+/// ball, and direct ones by their distance.
+VELM_API Alignment align(std::span<const gmTargetPoint> targets,
+                         const AlignmentOptions& options = {});
+
+} // namespace velm

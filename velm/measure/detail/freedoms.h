@@ -1,0 +1,70 @@
+// velm::detail::Freedoms: the linear problem of a rigid motion's step, and what it leaves open.
+#pragma once
+
+#include "velm/measure/alignment.h"
+
+#include <array>
+#include <vector>
+
+namespace velm::detail {
+
+/// A small motion: a turn about the centroid by its length in radians, and a shift.
+struct Step {
+    ERVector3D turn;
+    ERVector3D shift;
+    double size = 0.0; ///< as a part of the extent
+    double gain = 0.0; ///< by how much it lowers the sum of squares if the deviations are linear
+};
+
+/// The normal equations for the turn and the shift. The turn is measured in lengths at the extent,
+/// so that all six unknowns are alike; in the plane there are three.
+///
+/// Which freedoms are determined is told by the nominal places, not by the points: the deviations
+/// of points on a cylinder would else determine its turn, by their noise (the nominal's slippable
+/// motions: Gelfand and Guibas, Symposium on Geometry Processing 2004).
+class Freedoms {
+public:
+    Freedoms(double extent, bool in_plane) : extent_(extent), in_plane_(in_plane) {}
+
+    /// Adds the deviation along the normal of a point that stands off the centroid by `arm`, its
+    /// nominal place by `nominal_arm`.
+    void add(const ERVector3D& arm, const ERVector3D& nominal_arm, const ERVector3D& normal,
+             double deviation);
+
+    /// Finds the freedoms with an eigenvalue above least^2 times the greatest; what follows goes by
+    /// this.
+    void analyse(double least);
+    bool all_determined() const { return turns_.empty() && slides_.empty(); }
+    /// The step that minimises the squares of the linear deviations, without a turn about a held
+    /// axis and without a shift along a held direction.
+    Step solve() const;
+    /// The held freedoms, turns first.
+    std::vector<HeldFreedom> held(const ERPoint3D& centroid) const;
+
+private:
+    using Unknowns = std::array<double, 6>; // the turn, then the shift
+    using Matrix = std::array<Unknowns, 6>;
+    struct Mode {
+        double eigenvalue;
+        Unknowns vector;
+    };
+
+    /// Of the first `size` rows and columns, by decreasing eigenvalue.
+    static std::vector<Mode> modes_of(const Matrix& matrix, std::size_t size);
+    static void add_product(Matrix& matrix, const Unknowns& row);
+    Unknowns row_of(const ERVector3D& arm, const ERVector3D& normal) const;
+    void reduce(std::vector<Unknowns> open);
+    void hold(Unknowns& step) const;
+
+    double extent_;
+    bool in_plane_;
+    Matrix matrix_ = {};  // of the points
+    Matrix nominal_ = {}; // of the places
+    Unknowns gradient_ = {};
+    double least_ = 0.0;
+    std::vector<Unknowns> determined_; // orthonormal
+    std::vector<Unknowns> turns_;      // with turns at right angles and no shift along a slide
+    std::vector<Unknowns> slides_;     // shifts, orthonormal
+};
+
+} // namespace velm::detail
