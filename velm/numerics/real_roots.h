@@ -51,8 +51,9 @@ struct VELM_API RealRoot {
     double upper = 0.0;
     /// The number of roots in the enclosure; 0 when p is zero, so that every x is a root.
     int multiplicity = 0;
-    /// Whether p as given, evaluated in pairs of doubles, is zero somewhere in the enclosure; if
-    /// not, p only comes as near to zero as the uncertainty.
+    /// Whether p as given, evaluated in pairs of doubles, is seen to reach zero: it differs in sign
+    /// at the ends of the enclosure and the value, or is zero there. If not, p comes as near to
+    /// zero as the uncertainty, and may touch it where an even number of roots share the enclosure.
     bool crosses = false;
 };
 

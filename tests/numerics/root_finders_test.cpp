@@ -1,0 +1,274 @@
+// The root finders held against each other and against a bisection on a Sturm sequence, their rules
+// and known losses, and projection on polynomial curves against dense sampling.
+#include "support/random.h"
+#include "velm/frame/point.h"
+#include "velm/numerics/cascade_roots.h"
+#include "velm/numerics/laguerre_roots.h"
+#include "velm/numerics/projection_on_polynomial.h"
+#include "velm/numerics/real_roots.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <functional>
+#include <gtest/gtest.h>
+#include <initializer_list>
+#include <numeric>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Values = std::vector<double>;
+
+ERPolynome poly(const Values& c) {
+    return ERPolynome(c.data(), static_cast<int>(c.size()));
+}
+
+Values times(const Values& p, const Values& q) {
+    Values result(p.size() + q.size() - 1);
+    for (std::size_t i = 0; i < p.size(); ++i)
+        for (std::size_t j = 0; j < q.size(); ++j)
+            result[i + j] += p[i] * q[j];
+    return result;
+}
+
+/// factor times the product of (x - root).
+Values product(double factor, const Values& roots) {
+    Values c{factor};
+    for (const double root : roots)
+        c = times(c, {-root, 1.0});
+    return c;
+}
+
+Values laguerre(const Values& c, double lower, double upper) {
+    ERVec<double> found;
+    Zeros(poly(c), {lower, upper}, found);
+    return {found.view().begin(), found.view().end()};
+}
+
+Values cascade(const Values& c, double lower, double upper) {
+    const ERVec<double> found = Zeros(poly(c), ERLimites(lower, upper));
+    return {found.view().begin(), found.view().end()};
+}
+
+Values real_roots(const Values& c, double lower, double upper) {
+    Values values;
+    for (const velm::RealRoot& r : velm::real_roots(c, {lower, upper}))
+        values.push_back(r.value);
+    return values;
+}
+
+void expect_near(Values found, const Values& expected, double tolerance) {
+    std::sort(found.begin(), found.end());
+    ASSERT_EQ(found.size(), expected.size()) << testing::PrintToString(found) << " instead of "
+                                             << testing::PrintToString(expected);
+    for (std::size_t i = 0; i < found.size(); ++i)
+        EXPECT_NEAR(found[i], expected[i], tolerance);
+}
+
+/// The distinct roots of a polynomial by Sturm's theorem and bisection.
+class SturmSequence {
+public:
+    explicit SturmSequence(const Values& c) : sequence_(2) {
+        sequence_[0].assign(c.begin(), c.end());
+        for (std::size_t i = 1; i < c.size(); ++i)
+            sequence_[1].push_back(double(i) * c[i]);
+        while (sequence_.back().size() > 1)
+            append_remainder();
+    }
+    void search(long double a, long double b, Values& roots) const {
+        if (changes(a) == changes(b)) return;
+        if (b - a < 1e-14L) return roots.push_back(double(b));
+        search(a, (a + b) / 2, roots);
+        search((a + b) / 2, b, roots);
+    }
+
+private:
+    void append_remainder() {
+        std::vector<long double> a = *(sequence_.end() - 2);
+        const std::vector<long double>& b = sequence_.back();
+        for (; a.size() >= b.size(); a.pop_back())
+            for (std::size_t i = 0; i + 1 < b.size(); ++i)
+                a[a.size() - b.size() + i] -= a.back() / b.back() * b[i];
+        for (long double& x : a)
+            x = -x;
+        sequence_.push_back(a);
+    }
+    int changes(long double x) const {
+        int count = 0;
+        long double last = 0.0;
+        for (const auto& p : sequence_) {
+            long double value = 0.0;
+            for (std::size_t i = p.size(); i-- > 0;)
+                value = value * x + p[i];
+            count += value * last < 0.0;
+            if (value != 0.0) last = value;
+        }
+        return count;
+    }
+
+    std::vector<std::vector<long double>> sequence_;
+};
+
+/// Holds what Laguerre's method says of all roots, complex ones too, against p's values.
+void expect_complex_roots(const Values& c) {
+    const int n = static_cast<int>(c.size()) - 1;
+    Values real(c.size()), imag(c.size()), work(c.size());
+    LaguerreControl control;
+    ASSERT_EQ(LaguerreZeros(n, c.data(), control, real.data(), imag.data(), work.data()), 0);
+    for (std::size_t i = 1; i < c.size(); ++i) {
+        std::complex<double> value = 0.0;
+        for (std::size_t k = c.size(); k-- > 0;)
+            value = value * std::complex(real[i], imag[i]) + c[k];
+        EXPECT_LE(std::abs(value), 1e-5);
+    }
+    EXPECT_NEAR(std::accumulate(imag.begin() + 1, imag.end(), 0.0), 0.0, 1e-15); // pairs
+}
+
+/// Real roots some way apart, on which the given finders do well, and complex pairs beside them,
+/// with which the cascade loses roots.
+TEST(RootFinders, AgreeWithBisectionOnASturmSequence) {
+    velm_test::Random random(41);
+    for (int round = 0; round < 1000; ++round) {
+        Values roots;
+        for (double x = random.uniform(-1.9, 0.0); x < 1.9 && roots.size() < 4;
+             x += random.uniform(0.3, 1.5))
+            roots.push_back(x);
+        Values c = product(random.uniform(0.5, 2.0), roots);
+        const bool all_real = random.below(2) == 0;
+        if (!all_real) {
+            const double a = random.uniform(-1.0, 1.0), b = random.uniform(0.3, 1.0);
+            c = times(c, {a * a + b, 2.0 * a, 1.0});
+        }
+        SCOPED_TRACE(testing::Message() << round << " " << testing::PrintToString(c));
+        Values expected;
+        SturmSequence(c).search(-2.0, 2.0, expected);
+        expect_near(roots, expected, 1e-12);
+        expect_near(laguerre(c, -2.0, 2.0), expected, 1e-5);
+        expect_complex_roots(c);
+        if (all_real) expect_near(cascade(c, -2.0, 2.0), expected, 1e-10);
+        expect_near(real_roots(c, -2.0, 2.0), expected, 1e-12);
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+TEST(RootFinders, RulesOfTheGivenOnes) {
+    ERVec<double> out{7.0};
+    EXPECT_EQ(ZerosMethode1(poly({3.0}), {0.0, 1.0}, out), 0);
+    EXPECT_EQ(out.size(), 0);
+    EXPECT_EQ(ZerosMethode1(poly({0.0, 0.0}), {0.0, 1.0}, out), -1);
+    EXPECT_EQ(ZerosMethode1(poly({}), {0.0, 1.0}, out), -1);
+    EXPECT_EQ(laguerre({-1.0, 1.0, 1e-11}, -2e11, 2.0), Values{1.0}); // a small lead is left out
+    EXPECT_EQ(laguerre({0.0, 5.0}, -1.0, 1.0), Values{0.0});
+    EXPECT_EQ(laguerre({0.0, 0.0, 5.0}, -1.0, 1.0), Values{0.0});
+    EXPECT_EQ(laguerre({1.0, -2.0, 1.0}, 0.0, 2.0), (Values{1.0, 1.0})); // a double root twice
+    EXPECT_EQ(laguerre({2.0, -3.0, 1.0}, 0.0, 5.0), (Values{1.0, 2.0}));
+    EXPECT_EQ(cascade({3.0}, 0.0, 1.0), Values{});
+    expect_near(cascade({1.0, -2.0, 1.0}, 0.0, 2.0), {1.0}, 1e-12);
+
+    const double c[] = {-6.0, 11.0, -6.0, 1.0}, bare[] = {1.0, 0.0};
+    double real[4], imag[4], work[4];
+    const auto status = [&](int n, const double* p, double most) {
+        LaguerreControl control;
+        control.maxIterations = most;
+        const int missing = LaguerreZeros(n, p, control, real, imag, work);
+        EXPECT_EQ(missing, static_cast<int>(control.status) == LaguerreStatus_found ? 0 : n);
+        return static_cast<int>(control.status);
+    };
+    EXPECT_EQ(status(0, c, 80.0), LaguerreStatus_no_degree);
+    EXPECT_EQ(status(1, bare, 80.0), LaguerreStatus_leading_zero);
+    EXPECT_EQ(status(3, c, 1.0), LaguerreStatus_limit);
+    EXPECT_EQ(status(3, c, 80.0), LaguerreStatus_found);
+}
+
+/// The worked examples of docs/behaviour.md: what the given finders lose and invent, and
+/// velm::real_roots doesn't.
+TEST(RootFinders, KnownLosses) {
+    const Values thirds = product(1.0, {1.0, 2.0, 3.0});
+    expect_near(laguerre(thirds, 1.0, 3.0), {1.0, 2.0}, 1e-8); // 3 lies on the end
+    expect_near(real_roots(thirds, 1.0, 3.0), {1.0, 2.0, 3.0}, 1e-14);
+    const Values small = product(1e-9, {0.25, 0.5, 0.75});
+    expect_near(cascade(small, 0.0, 1.0), {0.35566243}, 1e-8);
+    expect_near(real_roots(small, 0.0, 1.0), {0.25, 0.5, 0.75}, 1e-14);
+    const Values positive{1e-6, 0.0, 1e-6};
+    EXPECT_EQ(cascade(positive, -1.0, 1.0), (Values{0.0, 0.0}));
+    EXPECT_EQ(real_roots(positive, -1.0, 1.0), Values{});
+    const Values tiny = product(1e-12, {0.25, 0.5});
+    EXPECT_EQ(laguerre(tiny, 0.0, 1.0), Values{});
+    EXPECT_EQ(cascade(tiny, 0.0, 1.0), Values{0.0});
+    expect_near(real_roots(tiny, 0.0, 1.0), {0.25, 0.5}, 1e-14);
+}
+
+// ---- projection on polynomial and rational spans ----
+
+/// The dot product of the vector from the point and the tangent; the weight comes last.
+double perpendicularity(const std::vector<Values>& polys, const Values& point, double t) {
+    const auto value = [t](const Values& c) {
+        std::pair<double, double> p; // and its derivative
+        for (std::size_t i = c.size(); i-- > 0;)
+            p = {p.first * t + c[i], p.second * t + p.first};
+        return p;
+    };
+    const auto [w, dw] = value(polys.back());
+    double sum = 0.0;
+    for (std::size_t k = 0; k + 1 < polys.size(); ++k) {
+        const auto [x, dx] = value(polys[k]);
+        sum += (x / w - point[k]) * (dx * w - x * dw) / (w * w);
+    }
+    return sum;
+}
+
+Values by_sampling(const std::function<double(double)>& f) {
+    constexpr int samples = 2000;
+    Values roots;
+    for (int i = 0; i < samples; ++i) {
+        double a = double(i) / samples, b = double(i + 1) / samples;
+        const bool rises = f(a) < 0.0;
+        if ((f(b) < 0.0) == rises) continue;
+        while (b - a > 1e-14) {
+            const double middle = 0.5 * (a + b);
+            ((f(middle) < 0.0) == rises ? a : b) = middle;
+        }
+        roots.push_back(0.5 * (a + b));
+    }
+    return roots;
+}
+
+TEST(ProjectionOnPolynomial, FindsWhatDenseSamplingFinds) {
+    velm_test::Random random(44);
+    for (int round = 0; round < 300; ++round) {
+        const std::size_t dim = 2 + std::size_t(random.below(2));
+        const int degree = 1 + random.below(3);
+        std::vector<Values> polys(dim + 1, Values(std::size_t(degree + 1)));
+        for (Values& c : polys)
+            for (double& x : c)
+                x = random.uniform(-1.0, 1.0);
+        // The weight last: 1, or a polynomial that stays positive on [0, 1].
+        if (round % 2 == 0)
+            polys.back() = {1.0};
+        else
+            polys.back()[0] = degree + 0.5;
+        Values point(dim);
+        for (double& x : point)
+            x = random.uniform(-1.0, 1.0);
+        ERTValVector<ERPolynome> given(static_cast<int>(dim + 1));
+        for (std::size_t k = 0; k <= dim; ++k)
+            given[int(k)] = poly(polys[k]);
+        ERVec<double> found;
+        const auto project = [&](auto p) {
+            return ProjectionPointOnCpoly(given, {0.0, 1.0}, p, found);
+        };
+        const int count = dim == 2 ? project(ERPoint2D(point[0], point[1]))
+                                   : project(ERPoint3D(point[0], point[1], point[2]));
+        SCOPED_TRACE(testing::Message() << round << " degree " << degree << " dim " << dim);
+        EXPECT_EQ(count, found.size());
+        expect_near({found.view().begin(), found.view().end()}, by_sampling([&](double t) {
+                        return perpendicularity(polys, point, t);
+                    }),
+                    1e-6);
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+} // namespace
