@@ -1,29 +1,13 @@
 // Factorising and solving, symmetric eigenproblems, rotation matrices: beside Eigen's matrices of
 // run-time size (and, without an aim, of fixed size) and GSL.
+#include "peers.h"
 #include "velm/numerics/lu_decomposition.h"
 #include "velm/numerics/quaternion.h"
 #include "velm/numerics/symmetric_eigen.h"
 
 #include <benchmark/benchmark.h>
-#include <cstdint>
 #include <vector>
 
-#if __has_include(<eigen3/Eigen/Dense>)
-#define VELM_BENCH_EIGEN
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wall"
-#pragma GCC diagnostic ignored "-Wextra"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wconversion"
-#pragma GCC diagnostic ignored "-Wpedantic"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <eigen3/Eigen/Dense>
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
-#endif
 #if defined(VELM_BENCH_HAS_GSL)
 #include <gsl/gsl_eigen.h>
 #include <gsl/gsl_linalg.h>
@@ -31,16 +15,7 @@
 
 namespace {
 
-/// Uniform in [-1, 1), the same for every peer.
-std::vector<double> numbers(int count) {
-    std::vector<double> values(static_cast<std::size_t>(count));
-    std::uint64_t state = 42;
-    for (double& x : values) {
-        state = state * 6364136223846793005u + 1442695040888963407u;
-        x = -1.0 + 2.0 * (static_cast<double>(state >> 11) * 0x1p-53);
-    }
-    return values;
-}
+std::vector<double> numbers(int count) { return velm_bench::Numbers().vector(count); }
 
 std::vector<double> symmetric(int n) {
     std::vector<double> m = numbers(n * n);

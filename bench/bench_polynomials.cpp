@@ -1,5 +1,6 @@
 // Real roots in [0, 1], Bernstein evaluation and binomials: beside GSL, Eigen's companion matrix,
 // and loops of the same arithmetic whose counts the compiler knows.
+#include "peers.h"
 #include "velm/numerics/bernstein.h"
 #include "velm/numerics/binomials.h"
 #include "velm/numerics/cascade_roots.h"
@@ -11,23 +12,6 @@
 #include <cstdint>
 #include <vector>
 
-#if __has_include(<eigen3/unsupported/Eigen/Polynomials>)
-#define VELM_BENCH_EIGEN
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wall"
-#pragma GCC diagnostic ignored "-Wextra"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wconversion"
-#pragma GCC diagnostic ignored "-Wpedantic"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <eigen3/Eigen/Dense>
-#include <eigen3/unsupported/Eigen/Polynomials>
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
-#endif
 #if defined(VELM_BENCH_HAS_GSL)
 #include <gsl/gsl_poly.h>
 #include <gsl/gsl_sf_gamma.h>
@@ -35,23 +19,7 @@
 
 namespace {
 
-/// Uniform in [-1, 1), the same for every peer.
-class Numbers {
-public:
-    double next() {
-        state_ = state_ * 6364136223846793005u + 1442695040888963407u;
-        return -1.0 + 2.0 * (static_cast<double>(state_ >> 11) * 0x1p-53);
-    }
-    std::vector<double> vector(int n) {
-        std::vector<double> values(static_cast<std::size_t>(n));
-        for (double& x : values)
-            x = next();
-        return values;
-    }
-
-private:
-    std::uint64_t state_ = 42;
-};
+using velm_bench::Numbers;
 
 constexpr std::size_t kSet = 64;
 

@@ -1,28 +1,12 @@
 // Mapping a million points by each kind of transformation beside a plain loop over a 3 x 4 matrix,
 // composing with reduction, and inverting; beside Eigen's affine transformations.
+#include "peers.h"
 #include "velm/transforms/bodies.h"
 #include "velm/transforms/transformation_factories.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdint>
 #include <vector>
-
-#if __has_include(<eigen3/Eigen/Geometry>)
-#define VELM_BENCH_EIGEN
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wall"
-#pragma GCC diagnostic ignored "-Wextra"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wconversion"
-#pragma GCC diagnostic ignored "-Wpedantic"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <eigen3/Eigen/Geometry>
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
-#endif
 
 namespace {
 

@@ -9,12 +9,14 @@ by row; `graded` divides row i of such a matrix by 8^i; `hilbert` has 1.0 / (i +
 double; `gram` is A A^T + I of whole numbers from -9 to 9; `ones` is a matrix of ones plus twice the
 identity (eigenvalues 2, n - 1 times, and n + 2). For the symmetric problems `random` and `graded`
 are mirrored from their lower triangle, and `graded` divides row i and column i by 8^i. The right
-hand side is drawn behind the matrix from the same generator.
+hand side is drawn behind the matrix from the same generator. `sum` has whole numbers from -9 to 9,
+and the sum of the other rows for its last one.
 
 Lines, by kind of problem:
   solve KIND N SEED COND DET then N numbers of the solution and N of the inverse's first row
   cholesky KIND N SEED COND then N numbers of the factor's last row
   eigen KIND N SEED NORM then N eigenvalues, ascending
+  null KIND N SEED COND then the null vector, its largest entry 1; COND leaves the zero out
 COND is in the infinity norm, NORM the largest absolute eigenvalue.
 """
 from mpmath import mp, mpf, matrix
@@ -50,6 +52,9 @@ def make(kind, n, random):
         a = [[random.below(19) - 9 for _ in range(n)] for _ in range(n)]
         return [[float(sum(a[i][k] * a[j][k] for k in range(n)) + (i == j)) for j in range(n)]
                 for i in range(n)]
+    if kind == "sum":
+        a = [[float(random.below(19) - 9) for _ in range(n)] for _ in range(n - 1)]
+        return a + [[sum(row[j] for row in a) for j in range(n)]]
     scale = 8.0 if kind == "graded" else 1.0
     return [[random.uniform() / scale ** i for _ in range(n)] for i in range(n)]
 
@@ -97,6 +102,16 @@ def eigen_line(kind, n, seed):
     print("eigen", kind, n, seed, text([max(abs(v) for v in values)]), text(values))
 
 
+def null_line(kind, n, seed):
+    a = matrix(make(kind, n, Random(seed)))
+    values, vectors = mp.eigsy(a.T * a)
+    order = sorted(range(n), key=lambda k: values[k])
+    x = vectors[:, order[0]]
+    top = max(x, key=abs)
+    print("null", kind, n, seed, text([mp.sqrt(values[order[-1]] / values[order[1]])]),
+          text(v / top for v in x))
+
+
 print("# Made by scripts/references/linear_algebra.py, which tells how to read it.")
 for n in (1, 2, 3, 4, 6, 9, 13, 20, 33, 50):
     solve_line("random", n, 100 + n)
@@ -116,3 +131,5 @@ for n in (3, 4, 8):
     eigen_line("graded", n, 500 + n)
 for n in (3, 4, 8):
     eigen_line("hilbert", n, 0)
+for n in (2, 3, 4, 5, 10, 20, 50):
+    null_line("sum", n, 600 + n)

@@ -1,4 +1,4 @@
-// The form of a matrix in an archive, byte by byte, and archives that lie.
+// The forms of a matrix in an archive and in a file, byte by byte, and ones that lie.
 #include "velm/numerics/matrix_archive.h"
 
 #include "support/caught.h"
@@ -61,6 +61,28 @@ TEST(MatrixArchive, DamageIsAnExceptionAndLeavesTheMatrix) {
     EXPECT_NE(load(count(5) + count(5) + rows, kept), 0);
     EXPECT_NE(load(count(2) + count(1) + rows, kept), 0); // a row that is longer than the matrix
     EXPECT_TRUE(kept == matrix);
+}
+
+TEST(MatrixRecord, ComesBackOrLeavesTheMatrix) {
+    const double values[] = {1, 2, 3, 4, 5, 6};
+    const ERMatrix<double> matrix(2, 3, values);
+    velm_test::MemoryFile file;
+    matrix.saveGuts(file);
+    EXPECT_EQ(file.bytes.size(), matrix.binaryStoreSize());
+    EXPECT_EQ(file.bytes.substr(0, 12), count(2) + count(3) + count(sizeof values));
+    ERMatrix<double> back(1, 1);
+    file.SeekToBegin();
+    back.restoreGuts(file);
+    EXPECT_TRUE(back == matrix);
+    std::string damaged[] = {file.bytes, file.bytes, file.bytes, file.bytes.substr(0, 30)};
+    damaged[0][0] = 3;
+    damaged[1][7] = '\x7F';
+    damaged[2][3] = '\xFF';
+    for (const std::string& bytes : damaged) {
+        velm_test::MemoryFile lies(bytes);
+        back.restoreGuts(lies);
+        EXPECT_TRUE(back == matrix);
+    }
 }
 
 } // namespace

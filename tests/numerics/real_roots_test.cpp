@@ -128,9 +128,7 @@ TEST(RealRoots, PublishedHardCases) {
             EXPECT_GE(found[i].multiplicity, size);
             EXPECT_EQ(found[i].multiplicity % 2, size % 2) << i;
             EXPECT_EQ(found[i].crosses, size > 0);
-            if (p.apart) {
-                EXPECT_EQ(found[i].multiplicity, 1);
-            }
+            EXPECT_TRUE(found[i].multiplicity == 1 || !p.apart);
         }
     }
 }
@@ -196,7 +194,6 @@ TEST(RealRoots, RootsMultipliedOutComeBack) {
 /// The coefficients may be off by the uncertainty: roots of polynomials that lie so near are in the
 /// enclosures, no more of them in each than it tells.
 TEST(RealRoots, EnclosuresHoldTheRootsOfAllNearPolynomials) {
-    constexpr double uncertainty = 0x1p-30;
     velm_test::Random random(32);
     for (int round = 0; round < 3000; ++round) {
         Problem p;
@@ -205,17 +202,15 @@ TEST(RealRoots, EnclosuresHoldTheRootsOfAllNearPolynomials) {
         p.c.resize(std::size_t(2 + random.below(12)));
         for (double& c : p.c)
             c = random.uniform(-1.0, 1.0) * std::pow(10.0, random.below(4));
-        const std::vector<velm::RealRoot> enclosures = solve(p, uncertainty);
+        std::vector<velm::RealRoot> enclosures = solve(p, 0x1p-30);
         for (double& c : p.c)
-            c *= 1.0 + random.uniform(-1.0, 1.0) * uncertainty;
-        std::vector<int> held(enclosures.size());
+            c *= 1.0 + random.uniform(-1.0, 1.0) * 0x1p-30;
         for (const velm::RealRoot& r : solve(p)) {
-            if (!r.crosses) continue;
-            const auto e = std::find_if(enclosures.begin(), enclosures.end(), [&r](const auto& e_) {
-                return r.value >= e_.lower && r.value <= e_.upper;
-            });
-            ASSERT_NE(e, enclosures.end()) << round << ": " << r.value;
-            EXPECT_LE(++held[std::size_t(e - enclosures.begin())], e->multiplicity) << round;
+            auto e = enclosures.begin();
+            while (e != enclosures.end() && e->upper < r.value)
+                ++e;
+            ASSERT_TRUE(e != enclosures.end() && e->lower <= r.value) << round << " " << r.value;
+            EXPECT_GE(e->multiplicity -= r.crosses, 0) << round; // so many may still come
         }
     }
 }

@@ -10,20 +10,15 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
-#include <functional>
 #include <gtest/gtest.h>
-#include <initializer_list>
 #include <numeric>
-#include <utility>
 #include <vector>
 
 namespace {
 
 using Values = std::vector<double>;
 
-ERPolynome poly(const Values& c) {
-    return ERPolynome(c.data(), static_cast<int>(c.size()));
-}
+ERPolynome poly(const Values& c) { return ERPolynome(c.data(), static_cast<int>(c.size())); }
 
 Values times(const Values& p, const Values& q) {
     Values result(p.size() + q.size() - 1);
@@ -61,8 +56,8 @@ Values real_roots(const Values& c, double lower, double upper) {
 
 void expect_near(Values found, const Values& expected, double tolerance) {
     std::sort(found.begin(), found.end());
-    ASSERT_EQ(found.size(), expected.size()) << testing::PrintToString(found) << " instead of "
-                                             << testing::PrintToString(expected);
+    ASSERT_EQ(found.size(), expected.size())
+        << testing::PrintToString(found) << " instead of " << testing::PrintToString(expected);
     for (std::size_t i = 0; i < found.size(); ++i)
         EXPECT_NEAR(found[i], expected[i], tolerance);
 }
@@ -163,23 +158,18 @@ TEST(RootFinders, RulesOfTheGivenOnes) {
     EXPECT_EQ(laguerre({0.0, 5.0}, -1.0, 1.0), Values{0.0});
     EXPECT_EQ(laguerre({0.0, 0.0, 5.0}, -1.0, 1.0), Values{0.0});
     EXPECT_EQ(laguerre({1.0, -2.0, 1.0}, 0.0, 2.0), (Values{1.0, 1.0})); // a double root twice
-    EXPECT_EQ(laguerre({2.0, -3.0, 1.0}, 0.0, 5.0), (Values{1.0, 2.0}));
     EXPECT_EQ(cascade({3.0}, 0.0, 1.0), Values{});
     expect_near(cascade({1.0, -2.0, 1.0}, 0.0, 2.0), {1.0}, 1e-12);
 
-    const double c[] = {-6.0, 11.0, -6.0, 1.0}, bare[] = {1.0, 0.0};
-    double real[4], imag[4], work[4];
-    const auto status = [&](int n, const double* p, double most) {
-        LaguerreControl control;
-        control.maxIterations = most;
-        const int missing = LaguerreZeros(n, p, control, real, imag, work);
-        EXPECT_EQ(missing, static_cast<int>(control.status) == LaguerreStatus_found ? 0 : n);
+    const auto status = [](int n, const Values& c, double most) {
+        double real[4], imag[4], work[4];
+        LaguerreControl control{.maxIterations = most};
+        EXPECT_EQ(LaguerreZeros(n, c.data(), control, real, imag, work), n);
         return static_cast<int>(control.status);
     };
-    EXPECT_EQ(status(0, c, 80.0), LaguerreStatus_no_degree);
-    EXPECT_EQ(status(1, bare, 80.0), LaguerreStatus_leading_zero);
-    EXPECT_EQ(status(3, c, 1.0), LaguerreStatus_limit);
-    EXPECT_EQ(status(3, c, 80.0), LaguerreStatus_found);
+    EXPECT_EQ(status(0, {1.0}, 80.0), LaguerreStatus_no_degree);
+    EXPECT_EQ(status(1, {1.0, 0.0}, 80.0), LaguerreStatus_leading_zero);
+    EXPECT_EQ(status(3, {-6.0, 11.0, -6.0, 1.0}, 1.0), LaguerreStatus_limit);
 }
 
 /// The worked examples of docs/behaviour.md: what the given finders lose and invent, and
@@ -200,73 +190,47 @@ TEST(RootFinders, KnownLosses) {
     expect_near(real_roots(tiny, 0.0, 1.0), {0.25, 0.5}, 1e-14);
 }
 
-// ---- projection on polynomial and rational spans ----
-
-/// The dot product of the vector from the point and the tangent; the weight comes last.
-double perpendicularity(const std::vector<Values>& polys, const Values& point, double t) {
-    const auto value = [t](const Values& c) {
-        std::pair<double, double> p; // and its derivative
-        for (std::size_t i = c.size(); i-- > 0;)
-            p = {p.first * t + c[i], p.second * t + p.first};
-        return p;
-    };
-    const auto [w, dw] = value(polys.back());
-    double sum = 0.0;
-    for (std::size_t k = 0; k + 1 < polys.size(); ++k) {
-        const auto [x, dx] = value(polys[k]);
-        sum += (x / w - point[k]) * (dx * w - x * dw) / (w * w);
-    }
-    return sum;
-}
-
-Values by_sampling(const std::function<double(double)>& f) {
-    constexpr int samples = 2000;
-    Values roots;
-    for (int i = 0; i < samples; ++i) {
-        double a = double(i) / samples, b = double(i + 1) / samples;
-        const bool rises = f(a) < 0.0;
-        if ((f(b) < 0.0) == rises) continue;
-        while (b - a > 1e-14) {
-            const double middle = 0.5 * (a + b);
-            ((f(middle) < 0.0) == rises ? a : b) = middle;
-        }
-        roots.push_back(0.5 * (a + b));
-    }
-    return roots;
-}
-
 TEST(ProjectionOnPolynomial, FindsWhatDenseSamplingFinds) {
+    constexpr int samples = 1000;
     velm_test::Random random(44);
     for (int round = 0; round < 300; ++round) {
-        const std::size_t dim = 2 + std::size_t(random.below(2));
-        const int degree = 1 + random.below(3);
-        std::vector<Values> polys(dim + 1, Values(std::size_t(degree + 1)));
-        for (Values& c : polys)
-            for (double& x : c)
-                x = random.uniform(-1.0, 1.0);
-        // The weight last: 1, or a polynomial that stays positive on [0, 1].
-        if (round % 2 == 0)
-            polys.back() = {1.0};
-        else
-            polys.back()[0] = degree + 0.5;
-        Values point(dim);
-        for (double& x : point)
-            x = random.uniform(-1.0, 1.0);
-        ERTValVector<ERPolynome> given(static_cast<int>(dim + 1));
-        for (std::size_t k = 0; k <= dim; ++k)
-            given[int(k)] = poly(polys[k]);
-        ERVec<double> found;
-        const auto project = [&](auto p) {
-            return ProjectionPointOnCpoly(given, {0.0, 1.0}, p, found);
-        };
-        const int count = dim == 2 ? project(ERPoint2D(point[0], point[1]))
-                                   : project(ERPoint3D(point[0], point[1], point[2]));
+        const int dim = 2 + random.below(2), degree = 1 + random.below(3);
         SCOPED_TRACE(testing::Message() << round << " degree " << degree << " dim " << dim);
+        ERTValVector<ERPolynome> polys(dim + 1, ERPolynome(polyConstruct, degree));
+        for (ERPolynome& p : polys)
+            for (int i = 0; i <= degree; ++i)
+                p[i] = random.uniform(-1.0, 1.0);
+        // The weight comes last: 1, or a polynomial that stays positive.
+        polys[dim](0) = degree + 0.5;
+        if (round % 2 == 0) polys[dim] = ERPolynome(polyValue, 1.0);
+        ERPoint3D point;
+        for (int k = 0; k < dim; ++k)
+            point[k] = random.uniform(-1.0, 1.0);
+        // By how much the squared distance rises about t.
+        const auto rise = [&](double t) {
+            double distance[2] = {};
+            for (int k = 0; k < 2 * dim; ++k) {
+                const double at = k % 2 == 0 ? t - 1e-5 : t + 1e-5;
+                const double x = polys[k / 2].evaluate(at) / polys[dim].evaluate(at) - point[k / 2];
+                distance[k % 2] += x * x;
+            }
+            return distance[1] - distance[0];
+        };
+        Values expected;
+        for (int i = 0; i < samples; ++i) {
+            double a = double(i) / samples, b = double(i + 1) / samples;
+            const bool minimum = rise(a) < 0.0;
+            if ((rise(b) < 0.0) == minimum) continue;
+            while (b - a > 1e-10)
+                ((rise(0.5 * (a + b)) < 0.0) == minimum ? a : b) = 0.5 * (a + b);
+            expected.push_back(a);
+        }
+        ERVec<double> found;
+        const int count = dim == 2 ? ProjectionPointOnCpoly(polys, {0.0, 1.0},
+                                                            ERPoint2D(point[0], point[1]), found)
+                                   : ProjectionPointOnCpoly(polys, {0.0, 1.0}, point, found);
         EXPECT_EQ(count, found.size());
-        expect_near({found.view().begin(), found.view().end()}, by_sampling([&](double t) {
-                        return perpendicularity(polys, point, t);
-                    }),
-                    1e-6);
+        expect_near({found.view().begin(), found.view().end()}, expected, 1e-6);
         if (testing::Test::HasFailure()) return;
     }
 }
