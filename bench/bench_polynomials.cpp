@@ -107,6 +107,17 @@ VELM_ROOT_ROWS(roots_eigen);
 #endif
 
 #if defined(VELM_BENCH_HAS_GSL)
+/// The closed form.
+void roots_gsl_cubic(benchmark::State& state, MakeSet make) {
+    double x[3] = {};
+    roots_of(state, make, [&x](const std::vector<double>& c) {
+        const int n = gsl_poly_solve_cubic(c[2] / c[3], c[1] / c[3], c[0] / c[3], x, x + 1, x + 2);
+        benchmark::DoNotOptimize(n);
+    });
+}
+BENCHMARK_CAPTURE(roots_gsl_cubic, random, random_set)->Arg(3);
+BENCHMARK_CAPTURE(roots_gsl_cubic, all_real, real_rooted_set)->Arg(3);
+
 void roots_gsl(benchmark::State& state, MakeSet make) {
     const std::size_t n = static_cast<std::size_t>(state.range(0)) + 1;
     gsl_poly_complex_workspace* const work = gsl_poly_complex_workspace_alloc(n);
@@ -129,16 +140,17 @@ constexpr double binomial(int n, int p) {
     return result;
 }
 
-/// Horner's arithmetic with degree and dimension known, which the compiler lays out in a row.
+/// Horner's arithmetic with degree and dimension known, which the compiler lays out in a row;
+/// called as a function of another file would be.
 template <int Degree, int Dim>
-void horner_by_hand(const double* poles, double t, double* out) {
+[[gnu::noinline]] void horner_by_hand(const double* poles, double t, double* out) {
     static constexpr auto row = [] {
-        std::array<double, Degree + 1> b{};
+        std::array<double, std::size_t(Degree) + 1> b{};
         for (int i = 0; i <= Degree; ++i)
             b[std::size_t(i)] = binomial(Degree, i);
         return b;
     }();
-    double sum[Dim];
+    double sum[std::size_t(Dim)];
     double power = 1.0;
     const bool late = t >= 0.5;
     const double ratio = late ? (1.0 - t) / t : t / (1.0 - t);
@@ -159,16 +171,19 @@ void horner_by_hand(const double* poles, double t, double* out) {
 }
 
 template <int Degree, int Dim>
-void casteljau_by_hand(const double* poles, double t, double* out) {
-    double w[std::size_t{Degree + 1} * Dim];
-    for (int j = 0; j < (Degree + 1) * Dim; ++j)
-        w[j] = poles[j];
+[[gnu::noinline]] void casteljau_by_hand(const double* poles, double t, double* out) {
+    for (int c = 0; c < Dim; ++c) {
+        double w[std::size_t(Degree) + 1];
 #pragma GCC unroll 16
-    for (int k = Degree; k > 0; --k)
-        for (int j = 0; j < k * Dim; ++j)
-            w[j] = (w[j + Dim] - w[j]) * t + w[j];
-    for (int c = 0; c < Dim; ++c)
-        out[c] = w[c];
+        for (int i = 0; i <= Degree; ++i)
+            w[i] = poles[i * Dim + c];
+#pragma GCC unroll 16
+        for (int k = Degree; k > 0; --k)
+#pragma GCC unroll 16
+            for (int j = 0; j < k; ++j)
+                w[j] = (w[j + 1] - w[j]) * t + w[j];
+        out[c] = w[0];
+    }
 }
 
 template <class Evaluate>

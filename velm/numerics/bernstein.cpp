@@ -4,7 +4,9 @@
 #include "velm/numerics/binomials.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <utility>
 
 double Bernstein(int i, int n, double t) {
     double temp[100] = {};
@@ -31,17 +33,6 @@ ERVec<double> AllBernsteins(int n, double t) {
     return values;
 }
 
-void Casteljau(const double* poles, int count, double t, int dim, double* out) {
-    const std::ptrdiff_t step = dim;
-    std::ptrdiff_t length = step * count;
-    double* const w = GetThreadScratch(static_cast<int>(length));
-    std::copy_n(poles, length, w);
-    while ((length -= step) > 0)
-        for (std::ptrdiff_t j = 0; j < length; ++j)
-            w[j] = (w[j + step] - w[j]) * t + w[j];
-    std::copy_n(w, step, out);
-}
-
 void CasteljauAll(const double* poles, double* triangle, int count, double t, int dim) {
     const std::ptrdiff_t step = dim;
     std::ptrdiff_t length = step * count;
@@ -56,53 +47,130 @@ void CasteljauAll(const double* poles, double* triangle, int count, double t, in
 
 namespace {
 
-/// Horner's scheme for a fixed number of components, or for `dim` of them where Fixed is 0.
-template <int Fixed>
-void horner(const double* poles, int count, double t, int dim, double* out) {
-    const int size = Fixed > 0 ? Fixed : dim;
-    const int degree = count - 1;
-    const double* const binomial = theCnpTableau.Cnp(degree);
-    double local[std::size_t{Fixed > 0 ? Fixed : 1}];
-    double* const sum = Fixed > 0 ? local : out;
-    double power = 1.0;
-    if (t >= 0.5) {
-        const double ratio = (1.0 - t) / t;
-        std::copy_n(poles, size, sum);
+/// An evaluation whose degree and number of components the compiler knows, and so lays out in a
+/// row: the same operations in the same order.
+using Evaluation = void (*)(const double* poles, double t, double* out);
+constexpr unsigned kFixedDegrees = 9;
+constexpr unsigned kFixedComponents = 4;
+
+template <class Scheme, std::size_t... I>
+constexpr std::array<Evaluation, sizeof...(I)> evaluations(std::index_sequence<I...>) {
+    return {
+        Scheme::template fixed<int(I / kFixedComponents) + 1, int(I % kFixedComponents) + 1>...};
+}
+
+/// The scheme's evaluation for these sizes; null if it has none.
+template <class Scheme>
+Evaluation evaluation(int count, int dim) {
+    static constexpr auto table =
+        evaluations<Scheme>(std::make_index_sequence<kFixedDegrees * kFixedComponents>());
+    const unsigned degree = static_cast<unsigned>(count) - 2u;
+    const unsigned component = static_cast<unsigned>(dim) - 1u;
+    if (degree >= kFixedDegrees || component >= kFixedComponents) return nullptr;
+    return table[kFixedComponents * degree + component];
+}
+
+template <int Degree>
+constexpr auto kBinomials = [] {
+    std::array<double, std::size_t(Degree) + 1> row{};
+    double value = 1.0;
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        row[i] = value;
+        value = value * double(row.size() - 1 - i) / double(i + 1);
+    }
+    return row;
+}();
+
+struct HornerScheme {
+    /// Components is 0 for any number of them. A row of binomials is the same from both ends, so
+    /// one loop serves both.
+    template <int Components>
+    [[gnu::always_inline]] static void run(const double* poles, int degree, const double* binomial,
+                                           double t, int dim, double* out) {
+        const int size = Components > 0 ? Components : dim;
+        const bool late = t >= 0.5;
+        const double rest = 1.0 - t;
+        const double ratio = late ? rest / t : t / rest;
+        const double factor = late ? t : rest;
+        const std::ptrdiff_t step = late ? size : -size;
+        const double* pole = late ? poles : poles + std::ptrdiff_t(size) * degree;
+        double local[std::size_t(Components > 0 ? Components : 1)];
+        double* const sum = Components > 0 ? local : out;
+        double power = 1.0;
+        std::copy_n(pole, size, sum);
         for (int i = 1; i <= degree; ++i) {
-            poles += size;
+            pole += step;
             for (int c = 0; c < size; ++c)
-                sum[c] = ratio * sum[c] + binomial[i] * poles[c];
-            power *= t;
+                sum[c] = ratio * sum[c] + binomial[i] * pole[c];
+            power *= factor;
         }
-    } else {
-        const double ratio = t / (1.0 - t);
-        poles += std::ptrdiff_t(size) * degree;
-        std::copy_n(poles, size, sum);
-        for (int i = degree - 1; i >= 0; --i) {
-            poles -= size;
-            for (int c = 0; c < size; ++c)
-                sum[c] = ratio * sum[c] + binomial[i] * poles[c];
-            power *= 1.0 - t;
+        for (int c = 0; c < size; ++c)
+            out[c] = sum[c] * power;
+    }
+    template <int Degree, int Components>
+    static void fixed(const double* poles, double t, double* out) {
+        run<Components>(poles, Degree, kBinomials<Degree>.data(), t, Components, out);
+    }
+};
+
+/// One component after the other, so that the values in work stay in registers.
+struct CasteljauScheme {
+    template <int Degree, int Components>
+    static void fixed(const double* poles, double t, double* out) {
+        for (int c = 0; c < Components; ++c) {
+            double w[std::size_t(Degree) + 1];
+            for (int i = 0; i <= Degree; ++i)
+                w[i] = poles[Components * i + c];
+            const auto level = [&w, t ]<std::size_t... J>(std::index_sequence<J...>) {
+                ((w[J] = (w[J + 1] - w[J]) * t + w[J]), ...);
+            };
+            [&level]<std::size_t... K>(std::index_sequence<K...>) {
+                (level(std::make_index_sequence<std::size_t(Degree) - K>()), ...);
+            }
+            (std::make_index_sequence<std::size_t(Degree)>());
+            out[c] = w[0];
         }
     }
-    for (int c = 0; c < size; ++c)
-        out[c] = sum[c] * power;
-}
+    static void run(const double* poles, int count, double t, int dim, double* out) {
+        double* const w = GetThreadScratch(count);
+        for (int c = 0; c < dim; ++c) {
+            for (int i = 0; i < count; ++i)
+                w[i] = poles[std::ptrdiff_t(dim) * i + c];
+            for (int k = count - 1; k > 0; --k) {
+                double before = w[0];
+                for (int j = 0; j < k; ++j) {
+                    const double after = w[j + 1];
+                    w[j] = (after - before) * t + before;
+                    before = after;
+                }
+            }
+            out[c] = w[0];
+        }
+    }
+};
 
 } // namespace
 
+void Casteljau(const double* poles, int count, double t, int dim, double* out) {
+    if (const Evaluation fixed = evaluation<CasteljauScheme>(count, dim))
+        return fixed(poles, t, out);
+    CasteljauScheme::run(poles, count, t, dim, out);
+}
+
 void Horner(const double* poles, int count, double t, int dim, double* out) {
+    if (const Evaluation fixed = evaluation<HornerScheme>(count, dim)) return fixed(poles, t, out);
+    const double* const binomial = theCnpTableau.Cnp(count - 1);
     switch (dim) {
     case 1:
-        return horner<1>(poles, count, t, dim, out);
+        return HornerScheme::run<1>(poles, count - 1, binomial, t, 1, out);
     case 2:
-        return horner<2>(poles, count, t, dim, out);
+        return HornerScheme::run<2>(poles, count - 1, binomial, t, 2, out);
     case 3:
-        return horner<3>(poles, count, t, dim, out);
+        return HornerScheme::run<3>(poles, count - 1, binomial, t, 3, out);
     case 4:
-        return horner<4>(poles, count, t, dim, out);
+        return HornerScheme::run<4>(poles, count - 1, binomial, t, 4, out);
     default:
-        return horner<0>(poles, count, t, dim, out);
+        return HornerScheme::run<0>(poles, count - 1, binomial, t, dim, out);
     }
 }
 
