@@ -65,35 +65,34 @@ TEST(Binomials, FactoryOfTheModuleInForce) {
     delete entry;
 }
 
+/// Does the same in two threads.
+template <class Work>
+void twice_at_once(Work work) {
+    std::thread other(work, 3);
+    work(1);
+    other.join();
+}
+
 // Two threads that meet an empty table at once, and each other's growth.
 TEST(BinomialsThreads, GrowTogether) {
     for (int round = 0; round < 30; ++round) {
         TableauDePascal table;
         ERFactorialFactory factory;
-        const auto work = [&table, &factory](int shift) {
+        twice_at_once([&table, &factory](int shift) {
             for (int n = shift; n < 90; n += 7) {
                 expect_true_row(table, n);
                 EXPECT_EQ(factory.Fact(n), factory.Fact(n - 1) * n);
             }
-        };
-        std::thread other(work, 3);
-        work(1);
-        other.join();
+        });
     }
-}
-
-TEST(BinomialsThreads, DegreeTwentyEvaluatesRightInTwoThreads) {
-    const std::vector<double> poles(21, 1.0); // the curve is 1 everywhere
-    const auto work = [&poles] {
-        for (int i = 0; i <= 100; ++i) {
+    const std::vector<double> poles(21, 1.0); // a curve of degree 20 that is 1 everywhere
+    twice_at_once([&poles](int shift) {
+        for (int i = shift; i <= 100; ++i) {
             double value = 0.0;
             Horner(poles.data(), 21, i / 100.0, 1, &value);
             EXPECT_NEAR(value, 1.0, 1e-14);
         }
-    };
-    std::thread other(work);
-    work();
-    other.join();
+    });
 }
 
 TEST(IdentityMatrixThreads, EachThreadHasItsOwn) {

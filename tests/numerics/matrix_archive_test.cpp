@@ -71,18 +71,17 @@ TEST(MatrixRecord, ComesBackOrLeavesTheMatrix) {
     EXPECT_EQ(file.bytes.size(), matrix.binaryStoreSize());
     EXPECT_EQ(file.bytes.substr(0, 12), count(2) + count(3) + count(sizeof values));
     ERMatrix<double> back(1, 1);
-    file.SeekToBegin();
-    back.restoreGuts(file);
+    const auto restore = [&back](const std::string& bytes) {
+        velm_test::MemoryFile from(bytes);
+        back.restoreGuts(from);
+    };
+    restore(file.bytes);
     EXPECT_TRUE(back == matrix);
-    std::string damaged[] = {file.bytes, file.bytes, file.bytes, file.bytes.substr(0, 30)};
-    damaged[0][0] = 3;
-    damaged[1][7] = '\x7F';
-    damaged[2][3] = '\xFF';
-    for (const std::string& bytes : damaged) {
-        velm_test::MemoryFile lies(bytes);
-        back.restoreGuts(lies);
-        EXPECT_TRUE(back == matrix);
-    }
+    const std::string body = file.bytes.substr(8);
+    for (const std::string& rows_and_columns : {count(3) + count(3), count(2) + count(0x7F000003)})
+        restore(rows_and_columns + body);
+    restore(file.bytes.substr(0, 30));
+    EXPECT_TRUE(back == matrix);
 }
 
 } // namespace

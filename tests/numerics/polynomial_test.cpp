@@ -85,9 +85,8 @@ TEST(Polynomial, LengthsAndZeros) {
     small.reduce(0.01); // against 1e-2, 1e-4, 1e-6, 1e-8
     EXPECT_TRUE(small == poly({0, 1e-3, 1}));
     EXPECT_EQ(small.size(), 3);
-}
 
-TEST(Polynomial, CompositionWithConstantsIsNotEvaluation) {
+    // The composition with a constant is no evaluation.
     EXPECT_TRUE(poly({7})(poly({1, 2})) == poly({7}));
     EXPECT_TRUE(poly({1, 1})(poly({5})) == poly({1}));
 }

@@ -62,49 +62,45 @@ void expect_near(Values found, const Values& expected, double tolerance) {
         EXPECT_NEAR(found[i], expected[i], tolerance);
 }
 
-/// The distinct roots of a polynomial by Sturm's theorem and bisection.
-class SturmSequence {
-public:
-    explicit SturmSequence(const Values& c) : sequence_(2) {
-        sequence_[0].assign(c.begin(), c.end());
-        for (std::size_t i = 1; i < c.size(); ++i)
-            sequence_[1].push_back(double(i) * c[i]);
-        while (sequence_.back().size() > 1)
-            append_remainder();
-    }
-    void search(long double a, long double b, Values& roots) const {
-        if (changes(a) == changes(b)) return;
-        if (b - a < 1e-14L) return roots.push_back(double(b));
-        search(a, (a + b) / 2, roots);
-        search((a + b) / 2, b, roots);
-    }
+using Sequence = std::vector<std::vector<long double>>;
 
-private:
-    void append_remainder() {
-        std::vector<long double> a = *(sequence_.end() - 2);
-        const std::vector<long double>& b = sequence_.back();
+Sequence sturm_sequence(const Values& c) {
+    Sequence s(2);
+    s[0].assign(c.begin(), c.end());
+    for (std::size_t i = 1; i < c.size(); ++i)
+        s[1].push_back(double(i) * c[i]);
+    while (s.back().size() > 1) { // a minus multiples of b
+        std::vector<long double> a = s[s.size() - 2], b = s.back();
         for (; a.size() >= b.size(); a.pop_back())
             for (std::size_t i = 0; i + 1 < b.size(); ++i)
                 a[a.size() - b.size() + i] -= a.back() / b.back() * b[i];
         for (long double& x : a)
             x = -x;
-        sequence_.push_back(a);
+        s.push_back(a);
     }
-    int changes(long double x) const {
-        int count = 0;
-        long double last = 0.0;
-        for (const auto& p : sequence_) {
-            long double value = 0.0;
-            for (std::size_t i = p.size(); i-- > 0;)
-                value = value * x + p[i];
-            count += value * last < 0.0;
-            if (value != 0.0) last = value;
-        }
-        return count;
-    }
+    return s;
+}
 
-    std::vector<std::vector<long double>> sequence_;
-};
+int sign_changes(const Sequence& s, long double x) {
+    int count = 0;
+    long double last = 0.0;
+    for (const auto& p : s) {
+        long double value = 0.0;
+        for (std::size_t i = p.size(); i-- > 0;)
+            value = value * x + p[i];
+        count += value * last < 0.0;
+        if (value != 0.0) last = value;
+    }
+    return count;
+}
+
+/// The distinct roots between a and b by Sturm's theorem.
+void bisect(const Sequence& s, long double a, long double b, Values& roots) {
+    if (sign_changes(s, a) == sign_changes(s, b)) return;
+    if (b - a < 1e-14L) return roots.push_back(double(b));
+    bisect(s, a, (a + b) / 2, roots);
+    bisect(s, (a + b) / 2, b, roots);
+}
 
 /// Holds what Laguerre's method says of all roots, complex ones too, against p's values.
 void expect_complex_roots(const Values& c) {
@@ -138,7 +134,7 @@ TEST(RootFinders, AgreeWithBisectionOnASturmSequence) {
         }
         SCOPED_TRACE(testing::Message() << round << " " << testing::PrintToString(c));
         Values expected;
-        SturmSequence(c).search(-2.0, 2.0, expected);
+        bisect(sturm_sequence(c), -2.0, 2.0, expected);
         expect_near(roots, expected, 1e-12);
         expect_near(laguerre(c, -2.0, 2.0), expected, 1e-5);
         expect_complex_roots(c);
