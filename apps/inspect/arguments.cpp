@@ -16,7 +16,8 @@ struct NumberOption {
     std::string_view name;
     std::size_t most; // values
 };
-constexpr std::array<NumberOption, 2> number_options{{{"--tolerance", 2}, {"--diameter", 1}}};
+constexpr std::array<NumberOption, 4> number_options{
+    {{"--tolerance", 2}, {"--diameter", 1}, {"--frame", 9}, {"--max-height", 1}}};
 
 bool is_number(std::string_view text) {
     return parse_number(text).fault != NumberFault::not_a_number;

@@ -12,9 +12,10 @@
 
 namespace velm::inspect {
 
-/// Joins the numbers behind `--tolerance` (two at most) and `--diameter` (one) to one argument,
-/// "--tolerance=-.05 5e-2", so that a number with a minus is never taken for an option, and an
-/// option whose values vary in number never swallows a file name. Arguments behind "--" stay.
+/// Joins the numbers behind `--tolerance` (two at most), `--diameter`, `--max-height` (one) and
+/// `--frame` (nine) to one argument, "--tolerance=-.05 5e-2", so that a number with a minus is
+/// never taken for an option, and an option whose values vary in number never swallows a file name.
+/// Arguments behind "--" stay.
 std::vector<std::string> join_numbers(const std::vector<std::string>& arguments);
 
 /// The numbers of a joined argument. Throws `Failure` (usage) naming the option.

@@ -35,7 +35,7 @@ public:
     /// no value. Throws `Failure` (input) with the file, the line, the column and the cause.
     bool next(MeasuredPoint& point);
 
-    bool has_diameter() const { return column_of_[diameter].has_value(); }
+    bool has_z() const { return column_of_[z].has_value(); }
 
 private:
     enum Column { id, x, y, z, i, j, k, diameter, column_count };

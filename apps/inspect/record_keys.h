@@ -33,7 +33,22 @@ enum class RecordKey : long {
     foot_y = 123,
     distance = 124,
     deviation = 125,
-    within = 126 ///< 1 in tolerance, 0 out of it, absent without a tolerance
+    within = 126, ///< 1 in tolerance, 0 out of it, absent without a tolerance
+    // With a frame; measured_x and measured_y are the machine's then.
+    measured_z = 127,
+    height = 128,
+    section_x = 129, ///< of the measured point, in the plane of the section
+    section_y = 130,
+    frame_origin_x = 131,
+    frame_origin_y = 132,
+    frame_origin_z = 133,
+    frame_normal_x = 134,
+    frame_normal_y = 135,
+    frame_normal_z = 136,
+    frame_axis_x = 137,
+    frame_axis_y = 138,
+    frame_axis_z = 139,
+    max_height = 140
 };
 
 /// The kinds of records.

@@ -1,10 +1,13 @@
 #include "inspect/section.h"
 
+#include <cmath>
 #include <cstdio>
 #include <memory>
 
 #include "inspect/id_set.h"
 #include "inspect/measured_reader.h"
+#include "inspect/number_text.h"
+#include "inspect/outline_reader.h"
 #include "inspect/output_set.h"
 #include "inspect/progress.h"
 #include "inspect/section_picture.h"
@@ -39,12 +42,56 @@ private:
     std::string first_;
 };
 
+// Points too far off the plane of the section: all are counted, the first ones named.
+class StrayPoints {
+public:
+    explicit StrayPoints(std::optional<double> max_height) : max_height_(max_height) {}
+    void add(const SectionRow& row, std::size_t line) {
+        if (!max_height_ || !row.space || std::fabs(row.space->height) <= *max_height_) return;
+        if (count_++ >= most_named) return;
+        names_ += (names_.empty() ? "'" : ", '") + clipped(row.id, 40) + "' (line " +
+                  std::to_string(line) + ", height " +
+                  fixed(row.space->height, decimals_for(row.space->height, 4)) + ")";
+    }
+    void refuse(const TextSource& source) const {
+        if (count_ == 0) return;
+        source.refuse_whole(
+            (count_ == 1 ? "a point lies" : std::to_string(count_) + " points lie") +
+            std::string(" more than ") + shortest(*max_height_) +
+            " off the plane of the section: " + names_ +
+            (count_ > most_named ? " and " + std::to_string(count_ - most_named) + " more" : ""));
+    }
+
+private:
+    static constexpr std::uint64_t most_named = 20;
+    std::optional<double> max_height_;
+    std::uint64_t count_ = 0;
+    std::string names_;
+};
+
+// Brings a point into the section's frame, where there is one.
+void place(SectionRow& row, const MeasuredPoint& point, const std::optional<SectionFrame>& frame,
+           const TextSource& source) {
+    row.measured = ERPoint2D(point.x, point.y);
+    if (!frame) return;
+    if (!point.z)
+        source.refuse_at(point.line,
+                         "column z: expected a number, found nothing; --frame needs all three "
+                         "coordinates");
+    const ERPoint3D measured(point.x, point.y, *point.z);
+    const ERPoint3D placed = frame->to_section(measured);
+    if (!std::isfinite(placed.x() + placed.y() + placed.z()))
+        source.refuse_at(point.line, "the point lies too far from the outline to be compared");
+    row.measured = ERPoint2D(placed.x(), placed.y());
+    row.space = SpacePoint{measured, placed.z()};
+}
+
 // Compares one point; refuses what leaves the range of doubles.
 SectionRow compare(const Profile& profile, const MeasuredPoint& point,
                    const SectionOptions& options, const TextSource& source) {
     SectionRow row;
     row.id = point.id;
-    row.measured = ERPoint2D(point.x, point.y);
+    place(row, point, options.frame, source);
     if (profile.is_comparable(row.measured)) row.comparison = profile.compare(row.measured);
     row.deviation = row.comparison.distance - point.diameter.value_or(options.diameter) / 2.0;
     constexpr double largest_deviation = 1e150; // whose square is a double
@@ -77,12 +124,13 @@ struct Reports {
         svg = prepare(options.svg);
         if (json_file != nullptr)
             json = std::make_unique<SectionJson>(*json_file, options.nominal, options.measured,
-                                                 options.tolerance);
-        if (csv_file != nullptr) csv = std::make_unique<SectionCsv>(*csv_file);
+                                                 options.tolerance, options.frame);
+        if (csv_file != nullptr)
+            csv = std::make_unique<SectionCsv>(*csv_file, options.frame.has_value());
         if (options.store)
-            store =
-                std::make_unique<SectionStore>(outputs, *options.store, outline, options.nominal,
-                                               options.measured, options.tolerance);
+            store = std::make_unique<SectionStore>(
+                outputs, *options.store, outline, options.nominal, options.measured,
+                options.tolerance, options.frame, options.max_height);
     }
 };
 
@@ -94,6 +142,9 @@ ExitCode inspect_section(const SectionOptions& options) {
     const Profile profile(outline);
     TextSource measured(options.measured);
     MeasuredReader reader(measured);
+    if (options.frame && !reader.has_z())
+        measured.refuse("expected a header with the columns id, x, y and z, which --frame needs; "
+                        "missing: z");
 
     Reports reports(options, outline);
     SectionTable table;
@@ -101,12 +152,14 @@ ExitCode inspect_section(const SectionOptions& options) {
     SectionSummary summary;
     summary.tolerance = options.tolerance;
     RepeatedIds repeated;
+    StrayPoints strays(options.max_height);
     Progress progress(!options.quiet);
     MeasuredPoint point;
     while (reader.next(point)) {
         SectionRow row = compare(profile, point, options, measured);
         row.index = summary.deviations.count();
         repeated.add(point);
+        strays.add(row, point.line);
         summary.add(row);
         table.add(row);
         if (reports.json) reports.json->add(row);
@@ -116,6 +169,7 @@ ExitCode inspect_section(const SectionOptions& options) {
         progress.update(row.index + 1, measured.bytes_read(), measured.size());
     }
     progress.clear();
+    strays.refuse(measured);
     if (summary.deviations.count() == 0)
         measured.refuse_whole("no rows behind the header; expected at least one measured point");
 

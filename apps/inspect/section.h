@@ -5,7 +5,7 @@
 #include <string>
 
 #include "inspect/failure.h"
-#include "inspect/outline_reader.h"
+#include "inspect/section_frame.h"
 #include "inspect/section_result.h"
 
 namespace velm::inspect {
@@ -14,7 +14,9 @@ struct SectionOptions {
     std::string nominal;
     std::string measured;
     std::optional<Tolerance> tolerance;
-    double diameter = 0.0; ///< of the ball where the measured file tells none
+    double diameter = 0.0;             ///< of the ball where the measured file tells none
+    std::optional<SectionFrame> frame; ///< without one, x and y are the section's own
+    std::optional<double> max_height;  ///< how far off the frame's plane a point may lie
     std::optional<std::string> json, csv, svg, store;
     OutlineForm form = OutlineForm::automatic;
     bool quiet = false;

@@ -21,6 +21,8 @@ constexpr const char* examples =
     "      a report for programs, one for a spreadsheet and a picture\n"
     "  velm-inspect section wing.dat probed.csv --tolerance 0.05 --store parts.velm\n"
     "      kept in an object file, beside what it holds already\n"
+    "  velm-inspect section wing.dat probed.csv --frame 0 0 40  0 0 1  1 0 0 --max-height .1\n"
+    "      probed in space, within 0.1 of the section's plane at a height of 40\n"
     "  velm-inspect section wing.dat probed.csv --json - | jq .summary.worst\n"
     "      the report on standard output, in place of the table\n";
 
@@ -36,6 +38,8 @@ constexpr const char* files_text =
     "  C cx cy r          a circle\n"
     "MEASURED: CSV with a header that names id, x, y and optionally z, i, j, k, diameter,\n"
     "in any order, parted by comma, semicolon or tab; x, y is the centre of the ball.\n"
+    "With --frame x, y, z are the machine's coordinates, and its points are brought into the\n"
+    "plane of the section, where NOMINAL stands.\n"
     "A deviation is positive outside of the material. - is standard input or output.\n\n";
 
 // The texts of the command line, before they are understood.
@@ -43,6 +47,7 @@ struct Texts {
     SectionOptions options;
     std::string tolerance;
     std::string diameter;
+    std::string frame, max_height;
     std::string json, csv, svg, store;
     std::string form = "auto";
 };
@@ -60,6 +65,13 @@ Tolerance parse_tolerance(const std::string& text) {
     return tolerance;
 }
 
+double parse_length(const std::string& option, const std::string& text) {
+    const std::vector<double> values = parse_numbers(option, text);
+    if (values.size() != 1 || values[0] < 0.0)
+        throw Failure(ExitCode::usage, option + ": expected one number, not negative");
+    return values[0];
+}
+
 OutlineForm parse_form(const std::string& text) {
     if (text == "contours") return OutlineForm::contours;
     if (text == "round") return OutlineForm::round;
@@ -70,11 +82,12 @@ OutlineForm parse_form(const std::string& text) {
 SectionOptions understand(const CLI::App& section, const Texts& texts) {
     SectionOptions options = texts.options;
     if (section.count("--tolerance") > 0) options.tolerance = parse_tolerance(texts.tolerance);
-    if (section.count("--diameter") > 0) {
-        const std::vector<double> values = parse_numbers("--diameter", texts.diameter);
-        if (values.size() != 1 || values[0] < 0.0)
-            throw Failure(ExitCode::usage, "--diameter: expected one number, not negative");
-        options.diameter = values[0];
+    if (section.count("--diameter") > 0)
+        options.diameter = parse_length("--diameter", texts.diameter);
+    if (section.count("--frame") > 0) options.frame.emplace(parse_numbers("--frame", texts.frame));
+    if (section.count("--max-height") > 0) {
+        if (!options.frame) throw Failure(ExitCode::usage, "--max-height goes with --frame");
+        options.max_height = parse_length("--max-height", texts.max_height);
     }
     options.form = parse_form(texts.form);
     std::vector<std::string> outputs;
@@ -125,6 +138,16 @@ void add_section_command(CLI::App& app, Command& command) {
         ->add_option("--diameter", texts->diameter,
                      "Of the probe's ball, where the measured file\nhas no column for it")
         ->type_name("D");
+    section
+        ->add_option(
+            "--frame", texts->frame,
+            "The plane of the section in the machine's\ncoordinates: origin, normal, first "
+            "axis")
+        ->type_name("OX OY OZ  ZX ZY ZZ  XX XY XZ");
+    section
+        ->add_option("--max-height", texts->max_height,
+                     "With --frame: refuses points farther off its plane")
+        ->type_name("H");
     section->add_option("--json", texts->json, "Writes the report as JSON")->type_name("FILE");
     section->add_option("--csv", texts->csv, "Writes the rows as CSV")->type_name("FILE");
     section->add_option("--svg", texts->svg, "Draws the picture")->type_name("FILE");

@@ -1,6 +1,7 @@
 #include "inspect/section_reports.h"
 
 #include <initializer_list>
+#include <utility>
 
 #include "inspect/number_text.h"
 #include "inspect/text_escape.h"
@@ -9,12 +10,27 @@
 namespace velm::inspect {
 namespace {
 
-void append_pair(std::string& out, const ERPoint2D& p) {
-    out += '[';
-    append_number(out, p.x());
-    out += ',';
-    append_number(out, p.y());
+void append_list(std::string& out, std::initializer_list<double> numbers) {
+    char before = '[';
+    for (const double number : numbers) {
+        out += before;
+        append_number(out, number);
+        before = ',';
+    }
     out += ']';
+}
+
+void append_frame(std::string& out, const SectionFrame& frame) {
+    const ERPoint3D origin = frame.origin();
+    out += ",\n \"frame\":{\"origin\":";
+    append_list(out, {origin.x(), origin.y(), origin.z()});
+    const std::pair<const char*, ERVector3D> directions[] = {{"normal", frame.normal()},
+                                                             {"first_axis", frame.first_axis()}};
+    for (const auto& [name, v] : directions) {
+        out += std::string(",\"") + name + "\":";
+        append_list(out, {v.i(), v.j(), v.k()});
+    }
+    out += '}';
 }
 
 const char* truth(const std::optional<bool>& value, const char* unknown) {
@@ -24,7 +40,8 @@ const char* truth(const std::optional<bool>& value, const char* unknown) {
 } // namespace
 
 SectionJson::SectionJson(Output& output, const std::string& nominal, const std::string& measured,
-                         const std::optional<Tolerance>& tolerance)
+                         const std::optional<Tolerance>& tolerance,
+                         const std::optional<SectionFrame>& frame)
     : output_(output), ascii_(output.is_terminal()) {
     text_ = "{\"velm\":\"" VELM_VERSION_STRING "\",\"command\":\"section\",\"nominal\":";
     append_json_string(text_, nominal, ascii_);
@@ -40,6 +57,7 @@ SectionJson::SectionJson(Output& output, const std::string& nominal, const std::
     } else {
         text_ += "null";
     }
+    if (frame) append_frame(text_, *frame);
     text_ += ",\n \"points\":[";
     output_.write(text_);
 }
@@ -49,9 +67,16 @@ void SectionJson::add(const SectionRow& row) {
     first_ = false;
     append_json_string(text_, row.id, ascii_);
     text_ += ",\"measured\":";
-    append_pair(text_, row.measured);
+    if (row.space) {
+        const ERPoint3D& p = row.space->measured;
+        append_list(text_, {p.x(), p.y(), p.z()});
+        text_ += ",\"height\":";
+        append_number(text_, row.space->height);
+    } else {
+        append_list(text_, {row.measured.x(), row.measured.y()});
+    }
     text_ += ",\"foot\":";
-    append_pair(text_, row.comparison.foot);
+    append_list(text_, {row.comparison.foot.x(), row.comparison.foot.y()});
     text_ += ",\"contour\":" + std::to_string(row.comparison.contour) + ",\"distance\":";
     append_number(text_, row.comparison.distance);
     text_ += ",\"deviation\":";
@@ -80,19 +105,29 @@ void SectionJson::finish(const SectionSummary& summary) {
     output_.write(text_);
 }
 
-SectionCsv::SectionCsv(Output& output) : output_(output), on_terminal_(output.is_terminal()) {
-    output_.write("id,measured_x,measured_y,foot_x,foot_y,contour,distance,deviation,"
-                  "in_tolerance\n");
+SectionCsv::SectionCsv(Output& output, bool has_frame)
+    : output_(output), on_terminal_(output.is_terminal()) {
+    output_.write(std::string("id,measured_x,measured_y,") +
+                  (has_frame ? "measured_z,height," : "") +
+                  "foot_x,foot_y,contour,distance,deviation,in_tolerance\n");
 }
 
 void SectionCsv::add(const SectionRow& row) {
     text_.clear();
     append_csv_field(text_, on_terminal_ ? terminal_text(row.id) : row.id);
-    const ERPoint2D& foot = row.comparison.foot;
-    for (const double value : {row.measured.x(), row.measured.y(), foot.x(), foot.y()}) {
-        text_ += ',';
-        append_number(text_, value);
+    const auto append = [&](std::initializer_list<double> values) {
+        for (const double value : values) {
+            text_ += ',';
+            append_number(text_, value);
+        }
+    };
+    if (row.space) {
+        const ERPoint3D& p = row.space->measured;
+        append({p.x(), p.y(), p.z(), row.space->height});
+    } else {
+        append({row.measured.x(), row.measured.y()});
     }
+    append({row.comparison.foot.x(), row.comparison.foot.y()});
     text_ += ',' + std::to_string(row.comparison.contour) + ',';
     append_number(text_, row.comparison.distance);
     text_ += ',';

@@ -5,16 +5,21 @@
 #include <string>
 
 #include "inspect/output_set.h"
+#include "inspect/section_frame.h"
 #include "inspect/section_result.h"
 
 namespace velm::inspect {
 
 /// {"velm":...,"command":"section",...,"points":[...],"summary":{...}}: ids are strings, doubles
 /// read back exactly, what a tolerance decides is null without one. The form is fixed.
+///
+/// With a frame, which then stands in front of the points, `measured` has the three numbers of the
+/// machine and each point its `height`; `foot` has the two of the section.
 class SectionJson {
 public:
     SectionJson(Output& output, const std::string& nominal, const std::string& measured,
-                const std::optional<Tolerance>& tolerance);
+                const std::optional<Tolerance>& tolerance,
+                const std::optional<SectionFrame>& frame);
     void add(const SectionRow& row);
     void finish(const SectionSummary& summary);
 
@@ -25,11 +30,11 @@ private:
     bool first_ = true;
 };
 
-/// A header and the same rows: id, measured_x, measured_y, foot_x, foot_y, contour, distance,
-/// deviation, in_tolerance (true, false or empty).
+/// A header and the same rows: id, measured_x, measured_y, with a frame measured_z and height,
+/// foot_x, foot_y, contour, distance, deviation, in_tolerance (true, false or empty).
 class SectionCsv {
 public:
-    explicit SectionCsv(Output& output);
+    SectionCsv(Output& output, bool has_frame);
     void add(const SectionRow& row);
 
 private:

@@ -20,11 +20,18 @@ struct Tolerance {
     double middle() const { return std::midpoint(lower, upper); }
 };
 
+/// A point as it was measured in space.
+struct SpacePoint {
+    ERPoint3D measured;  ///< in the machine's coordinates
+    double height = 0.0; ///< above the plane of the section, along its normal
+};
+
 /// One measured point and what was found for it.
 struct SectionRow {
     std::uint64_t index = 0; ///< from 0, in the order of the file
     std::string id;
-    ERPoint2D measured;
+    ERPoint2D measured;              ///< in the section
+    std::optional<SpacePoint> space; ///< where the section has a frame
     Comparison comparison;
     double deviation = 0.0; ///< the distance less half the ball's diameter
     double severity = 0.0;  ///< how far from the band's middle, or from 0 without a band

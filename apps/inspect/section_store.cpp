@@ -41,6 +41,35 @@ void put_tolerance(ERDBObject& record, const std::optional<Tolerance>& tolerance
     put(record, RecordKey::tolerance_upper, tolerance->upper);
 }
 
+void put_frame(ERDBObject& record, const SectionFrame& frame) {
+    const ERPoint3D origin = frame.origin();
+    put(record, RecordKey::frame_origin_x, origin.x());
+    put(record, RecordKey::frame_origin_y, origin.y());
+    put(record, RecordKey::frame_origin_z, origin.z());
+    const ERVector3D normal = frame.normal();
+    put(record, RecordKey::frame_normal_x, normal.i());
+    put(record, RecordKey::frame_normal_y, normal.j());
+    put(record, RecordKey::frame_normal_z, normal.k());
+    const ERVector3D axis = frame.first_axis();
+    put(record, RecordKey::frame_axis_x, axis.i());
+    put(record, RecordKey::frame_axis_y, axis.j());
+    put(record, RecordKey::frame_axis_z, axis.k());
+}
+
+void put_measured(ERDBObject& record, const SectionRow& row) {
+    if (!row.space) {
+        put(record, RecordKey::measured_x, row.measured.x());
+        put(record, RecordKey::measured_y, row.measured.y());
+        return;
+    }
+    put(record, RecordKey::measured_x, row.space->measured.x());
+    put(record, RecordKey::measured_y, row.space->measured.y());
+    put(record, RecordKey::measured_z, row.space->measured.z());
+    put(record, RecordKey::height, row.space->height);
+    put(record, RecordKey::section_x, row.measured.x());
+    put(record, RecordKey::section_y, row.measured.y());
+}
+
 void put_summary(ERDBObject& record, const SectionSummary& summary) {
     const RunningStatistics& deviations = summary.deviations;
     put_count(record, RecordKey::count, deviations.count());
@@ -107,7 +136,9 @@ void SectionStore::EdgeFigures::add(const SectionRow& row) {
 
 SectionStore::SectionStore(OutputSet& outputs, const std::string& path, const Outline& outline,
                            const std::string& nominal, const std::string& measured,
-                           const std::optional<Tolerance>& tolerance)
+                           const std::optional<Tolerance>& tolerance,
+                           const std::optional<SectionFrame>& frame,
+                           std::optional<double> max_height)
     : path_(path), outline_(outline), tolerance_(tolerance) {
     open(outputs);
     for (const Contour& contour : outline.contours)
@@ -118,6 +149,8 @@ SectionStore::SectionStore(OutputSet& outputs, const std::string& path, const Ou
     put(*section_, RecordKey::nominal, nominal);
     put(*section_, RecordKey::measured, measured);
     put_tolerance(*section_, tolerance);
+    if (frame) put_frame(*section_, *frame);
+    if (max_height) put(*section_, RecordKey::max_height, *max_height);
     save(section_);
 }
 
@@ -155,8 +188,7 @@ void SectionStore::add(const SectionRow& row) {
     const t_SmartPtr<ERDBObject> point = new_record(point_kind);
     point->property(static_cast<long>(RecordKey::section), section_->getObjectID());
     put(*point, RecordKey::point_id, row.id);
-    put(*point, RecordKey::measured_x, row.measured.x());
-    put(*point, RecordKey::measured_y, row.measured.y());
+    put_measured(*point, row);
     put(*point, RecordKey::foot_x, found.foot.x());
     put(*point, RecordKey::foot_y, found.foot.y());
     point->property(static_cast<long>(RecordKey::contour), found.contour);

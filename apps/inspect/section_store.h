@@ -8,6 +8,7 @@
 
 #include "inspect/contour.h"
 #include "inspect/output_set.h"
+#include "inspect/section_frame.h"
 #include "inspect/section_result.h"
 #include "velm/frame/smart_pointer.h"
 #include "velm/store/database.h"
@@ -16,9 +17,9 @@
 namespace velm::inspect {
 
 /// Saves the records of one inspection, by the keys of record_keys.h: one of the section with the
-/// inputs and the figures, one of each measured point as it is compared, and one of each edge of
-/// the outline, which refers to the edge as a segment. An edge has its contour as the level and is
-/// coloured by what was found on it.
+/// inputs, the frame and the figures, one of each measured point as it is compared, and one of each
+/// edge of the outline, which refers to the edge as a segment, an arc or a circle. An edge has its
+/// contour as the level and is coloured by what was found on it.
 ///
 /// The work is done on a copy beside the place, which the set of outputs renames; an existing file
 /// is locked from the beginning to the end. Throws `Failure`.
@@ -26,7 +27,8 @@ class SectionStore {
 public:
     SectionStore(OutputSet& outputs, const std::string& path, const Outline& outline,
                  const std::string& nominal, const std::string& measured,
-                 const std::optional<Tolerance>& tolerance);
+                 const std::optional<Tolerance>& tolerance,
+                 const std::optional<SectionFrame>& frame, std::optional<double> max_height);
     ~SectionStore();
 
     void add(const SectionRow& row);

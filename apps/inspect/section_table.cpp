@@ -13,20 +13,29 @@ namespace {
 constexpr int significant_digits = 5;
 
 std::string rows_text(const std::vector<SectionRow>& rows, int decimals, bool has_tolerance) {
-    std::vector<Table::Column> columns{{"id", false}, {"x"},       {"y"},        {"foot x"},
-                                       {"foot y"},    {"contour"}, {"distance"}, {"deviation"}};
+    const bool in_space = !rows.empty() && rows.front().space;
+    std::vector<Table::Column> columns{{"id", false}, {"x"}, {"y"}};
+    if (in_space) columns.insert(columns.end(), {{"z"}, {"height"}});
+    columns.insert(columns.end(),
+                   {{"foot x"}, {"foot y"}, {"contour"}, {"distance"}, {"deviation"}});
     if (has_tolerance) columns.push_back({"tolerance", false});
     Table table(std::move(columns));
     for (const SectionRow& row : rows) {
         const Comparison& found = row.comparison;
-        std::vector<std::string> cells{row.id,
-                                       fixed(row.measured.x(), decimals),
-                                       fixed(row.measured.y(), decimals),
-                                       fixed(found.foot.x(), decimals),
-                                       fixed(found.foot.y(), decimals),
-                                       std::to_string(found.contour),
-                                       fixed(found.distance, decimals),
-                                       fixed(row.deviation, decimals)};
+        std::vector<std::string> cells{row.id};
+        const auto add = [&](std::initializer_list<double> values) {
+            for (const double value : values)
+                cells.push_back(fixed(value, decimals));
+        };
+        if (row.space) {
+            const ERPoint3D& p = row.space->measured;
+            add({p.x(), p.y(), p.z(), row.space->height});
+        } else {
+            add({row.measured.x(), row.measured.y()});
+        }
+        add({found.foot.x(), found.foot.y()});
+        cells.push_back(std::to_string(found.contour));
+        add({found.distance, row.deviation});
         if (row.in_tolerance) cells.push_back(*row.in_tolerance ? "in" : "OUT");
         table.add(std::move(cells));
     }

@@ -141,6 +141,62 @@ TEST(Section, TheReportHasItsFixedForm) {
     EXPECT_EQ(one["rms"], 1);
 }
 
+// A round plate in a tilted plane of the machine, known displacements and heights; in the object
+// file stand the same numbers, and the circle as such.
+TEST(Section, AFrameBringsPointsOfTheMachineIntoTheSection) {
+    Workshop shop;
+    velm_test::Random random(7);
+    const ERVector3D normal = ERVector3D(1, 2, 3).getnormalized();
+    const ERVector3D first = (normal ^ (ERVector3D(1, 1, 0) ^ normal)).getnormalized();
+    const ERVector3D second = normal ^ first;
+    std::string csv = "id,x,y,z\n";
+    std::vector<double> expected, heights;
+    for (int i = 0; i < 60; ++i) {
+        const double t = random.uniform(-3.0, 3.0), off = random.uniform(-0.1, 0.1);
+        const double height = i == 40 ? -1.5 : random.uniform(-1.0, 1.0);
+        const double x = 4.0 + (30.0 + off) * std::cos(t), y = -2.0 + (30.0 + off) * std::sin(t);
+        const ERVector3D v = first * x + second * y + normal * height;
+        csv += std::to_string(i) + "," + shortest(v.i() + 100.0) + "," + shortest(v.j() - 20.0) +
+               "," + shortest(v.k() + 7.0) + "\n";
+        expected.push_back(off);
+        heights.push_back(height);
+    }
+    shop.write("m.csv", csv);
+    shop.write("n.txt", "C 4 -2 30\n");
+    const std::string run = "section n.txt m.csv --frame 100 -20 7  1e-200 2e-200 3e-200  5 5 0 ";
+    EXPECT_EQ(shop.run(run + "--json j.json --store s.velm --quiet").code, 0);
+    const nlohmann::json report = shop.read_json("j.json");
+    expect_deviations(report, expected, 1e-12 * 200.0);
+    for (std::size_t i = 0; i < heights.size(); ++i) {
+        EXPECT_NEAR(report["points"][i]["height"], heights[i], 1e-12);
+        EXPECT_EQ(report["points"][i]["measured"].size(), 3u);
+    }
+    EXPECT_EQ(shop.run("store s.velm --export texts").code, 0);
+    EXPECT_NE(shop.read("texts/2-ERDBObject.txt").find("property 131: double 100\n"),
+              std::string::npos);
+    EXPECT_NE(shop.read("texts/43-ERDBObject.txt")
+                  .find("property 128: double " + shortest(report["points"][40]["height"])),
+              std::string::npos);
+    EXPECT_EQ(shop.read("texts/64-ERCircle2D.txt").find("object 64\nclass ERCircle2D\nCercle2D"),
+              0u);
+
+    const std::tuple<std::string, int, const char*> refused[] = {
+        {run + "--max-height 1", 3,
+         "m.csv: a point lies more than 1 off the plane of the section: "
+         "'40' (line 42, height -1.500)"},
+        {"section n.txt m.csv --frame 0 0 0 1 2 3 -2 -4 -6", 2, "axis runs along the normal"},
+        {"section n.txt m.csv --frame 0 0 0 0 0 0 1 0 0", 2, "--frame: the normal has no length"},
+        {"section n.txt m.csv --frame 0 0 0 1 2", 2, "--frame: expected nine numbers"},
+        {"section n.txt m.csv --max-height 1", 2, "--max-height goes with --frame"},
+        {run + "--max-height -1", 2, "expected one number, not negative"},
+    };
+    for (const auto& [arguments, code, sentence] : refused) {
+        const Ended ended = shop.run(arguments);
+        EXPECT_EQ(ended.code, code) << arguments;
+        EXPECT_NE(ended.error.find(sentence), std::string::npos) << ended.error;
+    }
+}
+
 TEST(Section, ToleranceValuesAreValuesAndExitCodesTell) {
     Workshop shop;
     shop.write("n.dat", plate);

@@ -1,0 +1,32 @@
+// section_frame.h: `SectionFrame`, the plane of a section in the machine's coordinates.
+#pragma once
+
+#include <span>
+
+#include "velm/frame/point.h"
+#include "velm/frame/vector.h"
+#include "velm/transforms/transformation_handle.h"
+
+namespace velm::inspect {
+
+/// The section's own x and y lie in the plane, its z along the normal: a point's height.
+class SectionFrame {
+public:
+    /// From nine numbers: a point of the plane, which becomes the origin, the plane's normal and the
+    /// direction of the first axis, both of any length; the axis is projected into the plane. Throws
+    /// `Failure` (usage) where a direction has no length, or the two enclose less than 1e-9 radians.
+    explicit SectionFrame(std::span<const double> numbers);
+
+    /// A point of the machine as the section's x and y, and its height.
+    ERPoint3D to_section(const ERPoint3D& p) const;
+
+    ERPoint3D origin() const { return frame_.origine(); }
+    /// Unit vectors.
+    ERVector3D normal() const { return frame_.getVector(Coord3D_Z); }
+    ERVector3D first_axis() const { return frame_.getVector(Coord3D_X); }
+
+private:
+    ERPmIsometrie3D frame_;
+};
+
+} // namespace velm::inspect
