@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# demo.sh: installs what is missing, builds the library and velm-inspect, makes a blade section with
-# a simulated probing, inspects it, and says where the report and the picture are.
+# demo.sh: installs what is missing, builds the library and velm-inspect, makes two parts with a
+# simulated probing, a blade and a link of arcs, inspects them, and says where the reports and the
+# pictures are.
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install_packages.sh build
@@ -21,20 +22,33 @@ then
 fi
 
 build/demo/apps/inspect/make_sample "$out"
-command=(velm-inspect section blade.dat probed.csv --tolerance 0.05
-    --json report.json --csv report.csv --svg report.svg)
-printf '\n$ cd %s\n$ %s\n\n' demo-output "${command[*]}"
-program=$PWD/build/demo/apps/inspect/${command[0]}
-code=0
-(cd "$out" && "$program" "${command[@]:1}") >"$out/report.txt" || code=$?
-if [ "$code" -gt 1 ]; then exit "$code"; fi # 1: some points out of tolerance, as the dent should be
+program=$PWD/build/demo/apps/inspect/velm-inspect
 
-sed -n '1,6p' "$out/report.txt"
-echo "..."
-sed -n '/^$/,$p' "$out/report.txt"
+# Runs `velm-inspect ARGUMENTS` in the folder, its table into the file NAME.txt; tells the command,
+# the first rows and the summary. 1, some points out of tolerance, is what the faults should give.
+inspect() { # NAME ARGUMENTS...
+    local name=$1 code=0
+    shift
+    printf '\n$ velm-inspect %s\n\n' "$*"
+    (cd "$out" && "$program" "$@") >"$out/$name.txt" || code=$?
+    if [ "$code" -gt 1 ]; then exit "$code"; fi
+    sed -n '1,6p' "$out/$name.txt"
+    echo "..."
+    sed -n '/^$/,$p' "$out/$name.txt"
+    printf '\nExit code %s: %s.\n' "$code" \
+        "$([ "$code" = 0 ] && echo "all points are in tolerance" || echo "some points are out of tolerance")"
+}
+
+printf '\n$ cd %s\n' demo-output
+inspect report section blade.dat probed.csv --tolerance 0.05 \
+    --json report.json --csv report.csv --svg report.svg
+inspect link_report section link.txt link.csv --tolerance 0.03 \
+    --frame 412.5 230 95  0.02 -0.01 1  4 3 0 --max-height 0.1 \
+    --json link_report.json --csv link_report.csv --svg link_report.svg
 cat <<END
 
-Exit code $code: $([ "$code" = 0 ] && echo "all points are in tolerance" || echo "some points are out of tolerance (the blade has a bow and a dent)").
-The picture:  $out/report.svg   (open it in a browser)
-The reports:  $out/report.json, report.csv, report.txt
+The blade has a bow and a dent; the link, of lines and arcs and probed in space, a large end that
+is too large and a bore off its place.
+The pictures: $out/report.svg and link_report.svg   (open them in a browser)
+The reports:  $out/report.json, link_report.json, and .csv, .txt
 END

@@ -56,8 +56,7 @@ SectionDrawing::SectionDrawing(SvgCanvas& canvas, const CanvasBox& area, const O
     left_ = drawn_.left;
     bottom_ = drawn_.bottom();
 
-    const double wanted =
-        std::clamp(0.32 * std::min(drawn_.width, drawn_.height), 26.0, longest / 1.5);
+    const double wanted = usual_length(outline);
     if (reference > 0.0) magnification_ = fine_step_below(wanted / (reference * unit_));
     for (const Contour& contour : outline.contours)
         contours_.emplace_back(
@@ -65,6 +64,19 @@ SectionDrawing::SectionDrawing(SvgCanvas& canvas, const CanvasBox& area, const O
     shows_band_ = tolerance && length(tolerance->lower) >= -longest &&
                   length(tolerance->upper) <= longest && length(tolerance->lower) <= longest &&
                   length(tolerance->upper) >= -longest;
+}
+
+// The whisker of a usual large deviation: a part of the outline, and less where that would fill a
+// small hole.
+double SectionDrawing::usual_length(const Outline& outline) const {
+    constexpr double part = 0.32;
+    double length = std::clamp(part * std::min(drawn_.width, drawn_.height), 26.0, longest / 1.5);
+    for (std::size_t hole = 1; hole < outline.contours.size(); ++hole) {
+        const ERMinimax2D box = outline.contours[hole].box();
+        const double size = std::min(box.xlength(), box.ylength()) * unit_;
+        length = std::min(length, std::max(part * size, 16.0));
+    }
+    return length;
 }
 
 CanvasPoint SectionDrawing::place(const ERPoint2D& p) const {

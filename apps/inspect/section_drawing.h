@@ -49,6 +49,7 @@ public:
     static constexpr double margin = 68.0;  ///< round the outline, for whiskers and labels
 
 private:
+    double usual_length(const Outline& outline) const;
     CanvasPoint place(const ERPoint2D& p) const;
     CanvasPoint tip(const ERPoint2D& foot, const ERVector2D& outward, double deviation) const;
     double length(double deviation) const;

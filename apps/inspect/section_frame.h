@@ -12,9 +12,10 @@ namespace velm::inspect {
 /// The section's own x and y lie in the plane, its z along the normal: a point's height.
 class SectionFrame {
 public:
-    /// From nine numbers: a point of the plane, which becomes the origin, the plane's normal and the
-    /// direction of the first axis, both of any length; the axis is projected into the plane. Throws
-    /// `Failure` (usage) where a direction has no length, or the two enclose less than 1e-9 radians.
+    /// From nine numbers: a point of the plane, which becomes the origin, the plane's normal and
+    /// the direction of the first axis, both of any length; the axis is projected into the plane.
+    /// Throws `Failure` (usage) where a direction has no length, or the two enclose less than 1e-9
+    /// radians.
     explicit SectionFrame(std::span<const double> numbers);
 
     /// A point of the machine as the section's x and y, and its height.
