@@ -2,6 +2,7 @@
 #include "velm/frame/thread_data.h"
 #include "velm/transforms/bodies.h"
 #include "velm/transforms/detail/matrix3.h"
+#include "velm/transforms/detail/point_pair.h"
 #include "velm/transforms/transformation_handle.h"
 
 #include <cmath>
@@ -14,7 +15,7 @@ namespace {
 constexpr double equal_tolerance = 1e-9;
 
 // The maps as values: a loop over an array keeps their numbers in registers. In both directions,
-// `point` maps a place and `vector` is the linear part.
+// `point` maps a place, one or two side by side, and `vector` is the linear part.
 
 struct IdentityMap {
     static constexpr ERPoint3D point(const ERPoint3D& p) { return p; }
@@ -23,19 +24,28 @@ struct IdentityMap {
 
 struct ShiftMap {
     ERPoint3D t;
-    ERPoint3D point(const ERPoint3D& p) const { return p + t; }
+    template <class Place>
+    Place point(const Place& p) const {
+        return p + t;
+    }
     ERVector3D vector(const ERVector3D& v) const { return v; }
 };
 
 struct ScaleMap {
     double k;
-    ERPoint3D point(const ERPoint3D& p) const { return p * k; }
+    template <class Place>
+    Place point(const Place& p) const {
+        return p * k;
+    }
     ERVector3D vector(const ERVector3D& v) const { return v * k; }
 };
 
 struct LinearMap {
     Matrix3 m;
-    ERPoint3D point(const ERPoint3D& p) const { return m.times(p); }
+    template <class Place>
+    Place point(const Place& p) const {
+        return m.times(p);
+    }
     ERVector3D vector(const ERVector3D& v) const { return m.times(v); }
 };
 
@@ -43,7 +53,10 @@ struct LinearMap {
 struct FrameMap {
     Matrix3 m;
     ERPoint3D t;
-    ERPoint3D point(const ERPoint3D& p) const { return m.times(p) + t; }
+    template <class Place>
+    Place point(const Place& p) const {
+        return m.times(p) + t;
+    }
     ERVector3D vector(const ERVector3D& v) const { return m.times(v); }
 };
 
@@ -52,7 +65,10 @@ template <class First, class Second>
 struct Chain {
     First first;
     Second second;
-    ERPoint3D point(const ERPoint3D& p) const { return second.point(first.point(p)); }
+    template <class Place>
+    Place point(const Place& p) const {
+        return second.point(first.point(p));
+    }
     ERVector3D vector(const ERVector3D& v) const { return second.vector(first.vector(v)); }
 };
 
@@ -77,10 +93,13 @@ Chain<Chain<ShiftMap, LinearMap>, ScaleMap> backward(const _ERSimilitude3D& body
     return {{{-body.translation()}, {Matrix3(body.matrix()).transposed()}}, {1.0 / body.factor()}};
 }
 
+// The map comes by value, so that no store can change it.
 template <class Map>
-void map_points(ERPoint3D* points, int n, const Map& map) {
-    for (ERPoint3D* p = points; p < points + n; ++p)
-        *p = map.point(*p);
+void map_points(ERPoint3D* points, int n, Map map) {
+    ERPoint3D* p = points;
+    for (; n >= 2; n -= 2, p += 2)
+        map.point(PointPair::load(p)).store(p);
+    if (n == 1) *p = map.point(*p);
 }
 
 template <class Map>
