@@ -102,5 +102,6 @@ ExitCode run_guarded(int argc, char** argv) {
 int main(int argc, char** argv) {
     velm::inspect::occupy_standard_descriptors();
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a file at its limit is a full disk
     return static_cast<int>(velm::inspect::run_guarded(argc, argv));
 }

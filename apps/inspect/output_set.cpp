@@ -80,6 +80,16 @@ int named_descriptor(const std::string& path) {
     return -1;
 }
 
+void remove_all(const std::string& name) {
+    std::error_code error;
+    std::filesystem::remove_all(name, error);
+}
+
+void require_nothing(const std::string& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) == 0) fail_file(path, "can't be made", EEXIST);
+}
+
 mode_t default_mode() {
     const mode_t mask = ::umask(0);
     ::umask(mask);
@@ -92,7 +102,7 @@ Output::~Output() {
     if (descriptor_ > STDERR_FILENO) ::close(descriptor_);
     for (const std::string& name : {temporary_, backup_}) {
         if (name.empty()) continue;
-        ::unlink(name.c_str());
+        remove_all(name);
         forget_temporary(name);
     }
 }
@@ -126,9 +136,30 @@ void Output::open_beside(const std::string& place) {
     temporary_ = name;
     remember_temporary(name);
     place_ = place;
-    // The owner comes first: changing it clears bits of the mode. It stays ours where we may not.
-    if (replaces_ && ::fchown(descriptor_, status.st_uid, status.st_gid) != 0) errno = 0;
-    if (::fchmod(descriptor_, replaces_ ? status.st_mode & 07777 : default_mode()) != 0)
+    if (replaces_)
+        take_after(status);
+    else if (::fchmod(descriptor_, default_mode()) != 0)
+        fail_file(name_, "can't be given its mode", errno);
+}
+
+// The owner comes first: changing it clears bits of the mode. It stays ours where we may not.
+void Output::take_after(const struct stat& status) {
+    if (::fchown(descriptor_, status.st_uid, status.st_gid) != 0) errno = 0;
+    if (::fchmod(descriptor_, status.st_mode & 07777) != 0)
+        fail_file(name_, "can't be given its mode", errno);
+}
+
+void Output::open_folder_beside(std::string place) {
+    while (place.size() > 1 && place.back() == '/')
+        place.pop_back();
+    const std::filesystem::path path(place);
+    const std::string base = path.filename().string().substr(0, 200);
+    std::string name = (path.parent_path() / ("." + base + ".XXXXXX")).string();
+    if (::mkdtemp(name.data()) == nullptr) fail_file(name_, "can't be made", errno);
+    temporary_ = name;
+    place_ = place;
+    is_folder_ = true;
+    if (::chmod(name.c_str(), default_mode() | (default_mode() & 0444) >> 2) != 0)
         fail_file(name_, "can't be given its mode", errno);
 }
 
@@ -138,13 +169,13 @@ void Output::close_beside() {
     ::unlink(temporary_.c_str());
 }
 
-// Takes up what another writer has made, and gives it the mode of the file that it replaces.
+// Takes up what another writer has made, and gives it owner and mode of the file that it replaces.
 void Output::open_finished() {
     descriptor_ = ::open(temporary_.c_str(), O_WRONLY | O_CLOEXEC);
     struct stat status {};
-    if (descriptor_ < 0 || (replaces_ && (::stat(place_.c_str(), &status) != 0 ||
-                                          ::fchmod(descriptor_, status.st_mode & 07777) != 0)))
+    if (descriptor_ < 0 || (replaces_ && ::stat(place_.c_str(), &status) != 0))
         fail_file(name_, "can't be written", errno);
+    if (replaces_) take_after(status);
 }
 
 void Output::write(std::string_view text) {
@@ -168,12 +199,23 @@ void Output::flush() {
 }
 
 void Output::finish() {
+    if (is_folder_) return;
     if (descriptor_ < 0) open_finished();
     flush();
     if (descriptor_ == STDOUT_FILENO) return;
     if (!place_.empty() && ::fsync(descriptor_) != 0 && errno != EINVAL)
         fail_file(name_, "can't be written", errno);
     if (::close(std::exchange(descriptor_, -1)) != 0) fail_file(name_, "can't be written", errno);
+}
+
+// 0, or -1 with errno. Where the file system can't refuse to replace, the check before must do.
+int Output::rename_to_place() const {
+    if (is_new_) {
+        const int result =
+            ::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, place_.c_str(), RENAME_NOREPLACE);
+        if (result == 0 || (errno != EINVAL && errno != ENOSYS)) return result;
+    }
+    return ::rename(temporary_.c_str(), place_.c_str());
 }
 
 Output& OutputSet::add(const std::string& path) {
@@ -201,10 +243,32 @@ Output& OutputSet::add(const std::string& path) {
 }
 
 std::string OutputSet::add_by_name(const std::string& path) {
+    struct stat status {};
+    // Opening a pipe would wait for its reader.
+    const bool exists = ::stat(path.c_str(), &status) == 0;
+    if (exists && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))
+        throw Failure(ExitCode::file, path + ": expected a regular file or a new name");
     Output& output = add(path);
     if (output.place_.empty())
         throw Failure(ExitCode::file, path + ": expected a regular file or a new name");
     output.close_beside();
+    return output.temporary_;
+}
+
+std::string OutputSet::add_new_by_name(const std::string& path) {
+    require_nothing(path);
+    const std::string name = add_by_name(path);
+    outputs_.back()->is_new_ = true;
+    return name;
+}
+
+std::string OutputSet::add_new_folder(const std::string& path) {
+    require_nothing(path);
+    outputs_.push_back(std::unique_ptr<Output>(new Output));
+    Output& output = *outputs_.back();
+    output.name_ = path;
+    output.is_new_ = true;
+    output.open_folder_beside(path);
     return output.temporary_;
 }
 
@@ -226,7 +290,7 @@ void OutputSet::rename_all() {
             output.backup_ = backup;
             remember_temporary(backup);
         }
-        if (::rename(output.temporary_.c_str(), output.place_.c_str()) != 0) {
+        if (output.rename_to_place() != 0) {
             error = errno;
             break;
         }
@@ -241,7 +305,7 @@ void OutputSet::rename_all() {
         if (!output.backup_.empty())
             static_cast<void>(std::rename(output.backup_.c_str(), output.place_.c_str()));
         else if (!output.replaces_)
-            ::unlink(output.place_.c_str());
+            remove_all(output.place_);
     }
     fail_file(failed, "can't be put in its place", error);
 }

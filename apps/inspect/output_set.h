@@ -1,6 +1,8 @@
 // output_set.h: `Output` and `OutputSet`: files that appear whole, all together, or not at all.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <memory>
 #include <string>
 #include <string_view>
@@ -25,14 +27,19 @@ private:
     void open_standard();
     void open_directly(const std::string& path);
     void open_beside(const std::string& place);
+    void open_folder_beside(std::string place);
     void close_beside();
     void open_finished();
+    void take_after(const struct stat& status);
+    int rename_to_place() const;
     void flush();
     void finish();
 
     std::string name_;      ///< as the user gave it
     std::string place_;     ///< where it goes, links followed; empty when written directly
     bool replaces_ = false; ///< a file stands at the place
+    bool is_new_ = false;   ///< nothing may stand at the place
+    bool is_folder_ = false;
     std::string temporary_; ///< beside the place, removed unless renamed
     std::string backup_;    ///< keeps the old file while the set is renamed
     int descriptor_ = -1;
@@ -52,6 +59,9 @@ public:
     /// yet: its name. It must be a whole, closed file when the set is committed. Only regular files
     /// and places without a file will do.
     std::string add_by_name(const std::string& path);
+    /// The same for a place where nothing may stand, and for a new folder, which is there already.
+    std::string add_new_by_name(const std::string& path);
+    std::string add_new_folder(const std::string& path);
     /// Completes every output, then renames; where a rename fails, those done are taken back.
     void commit();
 

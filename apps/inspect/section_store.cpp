@@ -158,10 +158,13 @@ SectionStore::~SectionStore() = default;
 
 void SectionStore::open(OutputSet& outputs) {
     const std::string working_copy = outputs.add_by_name(path_);
-    with_store(path_, [&] {
-        lock_ = lock_existing(path_);
-        if (lock_) copy(*lock_, working_copy);
-    });
+    with_store(
+        path_,
+        [&] {
+            lock_ = lock_existing(path_);
+            if (lock_) copy(*lock_, working_copy);
+        },
+        working_copy);
     if (lock_) {
         require_store(working_copy, path_);
         require_true_counters(working_copy, path_);

@@ -1,5 +1,7 @@
 #include "inspect/store_file.h"
 
+#include <filesystem>
+
 #include "velm/store/store_image.h"
 
 namespace velm::inspect {
@@ -10,13 +12,21 @@ Failure store_failure(CFileException* exception, const std::string& path) {
     exception->GetErrorMessage(text, sizeof text);
     const std::string known = exception->m_strFileName;
     exception->Delete();
-    const bool misunderstood =
-        cause == CFileException::invalidFile || cause == CFileException::endOfFile;
+    const bool misunderstood = cause == CFileException::invalidFile ||
+                               cause == CFileException::endOfFile ||
+                               cause == CFileException::badSeek;
     if (misunderstood) return Failure(ExitCode::input, path + ": is no sound object file");
     // The message names the file where the exception knew it.
     const std::string sentence = text;
     const bool names_it = !known.empty() && sentence.find(known) != std::string::npos;
     return Failure(ExitCode::file, names_it ? sentence : path + ": " + sentence);
+}
+
+void call_by_name(CFileException& exception, const std::string& working_copy,
+                  const std::string& name) {
+    using Path = std::filesystem::path;
+    if (Path(exception.m_strFileName).filename() == Path(working_copy).filename())
+        exception.m_strFileName = name;
 }
 
 void require_store(const std::string& path, const std::string& name) {

@@ -12,12 +12,17 @@ namespace velm::inspect {
 /// else `file`.
 Failure store_failure(CFileException* exception, const std::string& path);
 
-/// Runs `work`, turning file exceptions about `path` into failures.
+/// Makes an exception about a working copy one about the file that it is to become.
+void call_by_name(CFileException& exception, const std::string& working_copy,
+                  const std::string& name);
+
+/// Runs `work`, turning file exceptions about `path` or its working copy into failures.
 template <class Work>
-auto with_store(const std::string& path, Work work) {
+auto with_store(const std::string& path, Work work, const std::string& working_copy = {}) {
     try {
         return work();
     } catch (CFileException* exception) {
+        if (!working_copy.empty()) call_by_name(*exception, working_copy, path);
         throw store_failure(exception, path);
     }
 }

@@ -111,9 +111,10 @@ Told check(const StoreOptions& options) {
     return told;
 }
 
-Told write_texts(const StoreOptions& options) {
+Told write_texts(const StoreOptions& options, OutputSet& outputs) {
     require_store(options.file, options.file);
-    const std::size_t objects = export_texts(options.file, options.target);
+    const std::string folder = outputs.add_new_folder(options.target);
+    const std::size_t objects = export_texts(options.file, folder, options.target);
     Told told;
     told.text = count_text(static_cast<long>(objects)) + " objects in " +
                 terminal_text(options.target) + "\n";
@@ -121,11 +122,32 @@ Told write_texts(const StoreOptions& options) {
     return told;
 }
 
-Told rebuild(const StoreOptions& options) {
+// Writes the new file under its working name; what fails there is told of the name it is to have.
+SalvageReport write_rebuilt(const StoreOptions& options, const std::string& working_name) {
+    try {
+        return options.mode == StoreMode::salvage
+                   ? salvage_store(options.file.c_str(), working_name.c_str(), options.orphans)
+                   : compact_store(options.file.c_str(), working_name.c_str());
+    } catch (CFileException* failure) {
+        call_by_name(*failure, working_name, options.target);
+        if (options.mode == StoreMode::salvage || failure->m_cause != CFileException::invalidFile)
+            throw;
+        failure->Delete();
+        throw Failure(ExitCode::input, options.file +
+                                           ": its trees have faults, which --check names; rebuild "
+                                           "it: velm-inspect store " +
+                                           options.file + " --salvage NEW");
+    }
+}
+
+Told rebuild(const StoreOptions& options, OutputSet& outputs) {
     const bool salvage = options.mode == StoreMode::salvage;
-    const SalvageReport report =
-        salvage ? salvage_store(options.file.c_str(), options.target.c_str(), options.orphans)
-                : compact_store(options.file.c_str(), options.target.c_str());
+    if (!salvage) {
+        require_store(options.file, options.file);
+        require_true_counters(options.file, options.file);
+    }
+    const SalvageReport report = write_rebuilt(options, outputs.add_new_by_name(options.target));
+    if (report.objects == 0) require_store(options.file, options.file); // nothing of a foreign file
     Told told;
     Json orphans = Json::array();
     Table table({{"orphan at"}, {"bytes"}, {"class", false}, {"restored as"}});
@@ -160,6 +182,8 @@ constexpr const char* mode_names[] = {"list", "check", "export", "salvage", "com
 } // namespace
 
 ExitCode run_store(const StoreOptions& options) {
+    OutputSet outputs;
+    Output* const json_output = options.json ? &outputs.add(*options.json) : nullptr;
     const Told told = with_store(options.file, [&] {
         switch (options.mode) {
         case StoreMode::list:
@@ -167,21 +191,19 @@ ExitCode run_store(const StoreOptions& options) {
         case StoreMode::check:
             return check(options);
         case StoreMode::export_texts:
-            return write_texts(options);
+            return write_texts(options, outputs);
         default:
-            return rebuild(options);
+            return rebuild(options, outputs);
         }
     });
-    OutputSet outputs;
-    if (options.json) {
+    if (json_output != nullptr) {
         Json json = {{"velm", VELM_VERSION_STRING},
                      {"command", "store"},
                      {"mode", mode_names[static_cast<int>(options.mode)]},
                      {"file", options.file}};
         json.update(told.json);
-        Output& output = outputs.add(*options.json);
-        output.write(json.dump(1, ' ', output.is_terminal(), Json::error_handler_t::replace) +
-                     "\n");
+        json_output->write(
+            json.dump(1, ' ', json_output->is_terminal(), Json::error_handler_t::replace) + "\n");
     }
     if (options.json != "-") outputs.add("-").write(told.text);
     outputs.commit();

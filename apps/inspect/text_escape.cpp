@@ -61,6 +61,21 @@ std::string hexadecimal(std::uint32_t value, std::size_t digits) {
 
 } // namespace
 
+std::string utf8_text(std::string_view text) {
+    std::string out;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t start = at;
+        if (next_character(text, at) != no_character) {
+            out += text.substr(start, at - start);
+        } else {
+            const unsigned char byte = static_cast<unsigned char>(text[start]);
+            out += static_cast<char>(0xC0u | (byte >> 6));
+            out += static_cast<char>(0x80u | (byte & 0x3Fu));
+        }
+    }
+    return out;
+}
+
 std::string terminal_text(std::string_view text) {
     std::string out;
     for (std::size_t at = 0; at < text.size();) {

@@ -28,6 +28,9 @@ void append_json_string(std::string& out, std::string_view text, bool ascii = fa
 /// an end (RFC 4180). The bytes stay as they are.
 void append_csv_field(std::string& out, std::string_view text);
 
+/// As UTF-8: bytes that are none become the characters of their Latin-1 numbers.
+std::string utf8_text(std::string_view text);
+
 /// The first `length` characters, with an ellipsis where something was cut off.
 std::string clipped(std::string_view text, std::size_t length);
 

@@ -3,6 +3,7 @@
 #include "velm/store/database_property.h"
 
 #include <climits>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 #include <sstream>
@@ -39,6 +40,9 @@ TEST(DatabaseProperty, ConvertsBetweenItsTypes) {
         {" 12.75mm", 12, 12, 12u, 12.75, " 12.75mm"},
         {"-99999999999", INT_MIN, INT_MIN, 0x80000000u, -99999999999.0, "-99999999999"},
         {"none", 0, 0, 0u, 0.0, "none"},
+        {"+-5", 0, 0, 0u, 0.0, "+-5"},
+        {"-1e999", -1, -1, 0xFFFFFFFFu, -HUGE_VAL, "-1e999"},
+        {"9e-999", 9, 9, 9u, 0.0, "9e-999"},
         {4000000000ul, -294967296, 4000000000l, 4000000000u, 4e9, ""},
         {5000000000l, INT_MAX, INT_MAX, INT_MAX, 2147483647.0, ""},
     };

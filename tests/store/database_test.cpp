@@ -64,6 +64,8 @@ TEST_F(DataBase, NumbersObjectsInTheOrderOfSaving) {
 TEST_F(DataBase, RefusesByCode) {
     ERDataBase data;
     ASSERT_EQ(data.Open(path.c_str(), 0), gmSuccess);
+    EXPECT_EQ(data.Open(folder.path("missing").c_str(), 1), gmAccessDenied);
+    EXPECT_EQ(data.save(new Sample(1, 1)), gmSuccess) << "what was open stays open";
     EXPECT_EQ(data.Close(), gmSuccess);
     const std::string good = TemporaryFolder::bytes_of(path);
     const std::string later =
@@ -75,7 +77,7 @@ TEST_F(DataBase, RefusesByCode) {
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     EXPECT_EQ(data.Open(pipe.c_str(), 0), gmInvalidFile) << "refused, not waited for";
     EXPECT_EQ(data.Open(pipe.c_str(), 1), gmInvalidFile);
-    EXPECT_EQ(data.getNbEnt(), 0);
+    EXPECT_EQ(data.getNbEnt(), 1);
     for (int cause = -1; cause <= 17; ++cause) {
         const bool known = cause == 0 || (cause >= 2 && cause <= 14);
         EXPECT_EQ(ERDataBase::exception_to_error_code(new CFileException(cause)),

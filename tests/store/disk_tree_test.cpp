@@ -238,7 +238,9 @@ TEST_F(DiskTree, AgreesWithAMap) {
                 {
                     velm::StoreImage image(path.c_str());
                     image.faults = {};
-                    EXPECT_EQ(image.read_tree(at, "the tree").entries.size(), model.size());
+                    EXPECT_EQ(image.read_tree(at, "the tree", {form.key_length, form.binary, 0})
+                                  .entries.size(),
+                              model.size());
                     EXPECT_TRUE(image.faults.none()) << image.faults.list().front().what;
                 }
                 file.reset();

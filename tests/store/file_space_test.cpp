@@ -41,8 +41,6 @@ TEST_F(FileSpace, NewFileAndFirstBlock) {
     ERFileManager file(path.c_str(), 0);
     EXPECT_EQ(bytes(),
               words({-1, 280, 268}) + words({588}) + std::string(256, '\0') + words({0, 12}));
-    EXPECT_EQ(file.start(), -1);
-    EXPECT_EQ(file.rootOffset(), 12);
     EXPECT_EQ(file.allocate(20), 284);
     EXPECT_EQ(word(0), 284);
     EXPECT_EQ(word(4), 304);
@@ -125,6 +123,36 @@ TEST_F(FileSpace, ThirtyThirdExtentMakesANodeAndIsLost) {
     for (int i = 0; i < 33; ++i)
         file.allocate(20);
     EXPECT_EQ(node().next, 12);
+}
+
+/// A node of the free list was where the large block begins: what is kept of it must be forgotten.
+TEST_F(FileSpace, BlocksInThePlaceOfANode) {
+    ERFileManager file(path.c_str(), 0);
+    long holes[68];
+    for (long& hole : holes)
+        hole = file.allocate(20);
+    const long room = file.allocate(8000);
+    for (int i = 0; i < 33; ++i)
+        file.deallocate(holes[2 * i + 1]);
+    file.allocate(20); // the head has room for one more
+    velm::detail::StoreStep step(file);
+    const long behind = file.allocate(9000);
+    file.allocate(3000);
+    file.deallocate(room);
+    file.deallocate(behind);
+    EXPECT_EQ(file.allocate(9000), behind) << "the node's only extent, and the node goes";
+    file.deallocate(behind);
+    file.allocate(7996);
+    const long large = file.allocate(6000);
+    EXPECT_EQ(large, room + 8000) << "where the node began";
+    file.Seek(large, CFile::begin);
+    file.Write(1);
+    step.finish();
+    EXPECT_EQ(word(static_cast<std::size_t>(large)), 1);
+    int value = 0;
+    file.Seek(large, CFile::begin);
+    file.Read(value);
+    EXPECT_EQ(value, 1);
 }
 
 /// Blocks must not overlap, contents must stay, and what is free must be nobody's.

@@ -92,13 +92,8 @@ public:
 
     /// The value of the key; a new key gets a default value, behind the others of its bucket.
     V& operator[](const K& key) {
-        const int bucket = hashIndex(key);
-        if (Association* const present = search(bucket, key)) return present->value;
-        if (list(bucket) == nullptr) array[bucket] = new ERIsvSlist;
-        Association* const made = new Association(key);
-        list(bucket)->append(made);
-        ++nbItems;
-        return made->value;
+        Association* const present = search(hashIndex(key), key);
+        return present != nullptr ? present->value : append(key);
     }
     void insertKeyAndValue(const K& key, const V& value) { (*this)[key] = value; }
 
@@ -150,6 +145,17 @@ public:
             enlarged.take_pairs(list(bucket));
         enlarged.nbItems = std::exchange(nbItems, 0);
         swap(enlarged);
+    }
+
+protected:
+    /// Enters a key that is known not to be there.
+    V& append(const K& key) {
+        const int bucket = hashIndex(key);
+        if (list(bucket) == nullptr) array[bucket] = new ERIsvSlist;
+        Association* const made = new Association(key);
+        list(bucket)->append(made);
+        ++nbItems;
+        return made->value;
     }
 
 private:

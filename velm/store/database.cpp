@@ -86,14 +86,13 @@ gmErrorCode ERDataBase::exception_to_error_code(CFileException* exception) {
 }
 
 gmErrorCode ERDataBase::Open(char const* name, int readOnly) {
+    CFileStatus status;
+    const bool exists = CFile::GetStatus(name, status);
+    if (!exists && readOnly) return gmAccessDenied;
     gmErrorCode code = Close();
     if (code != gmSuccess) return code;
     try {
-        CFileStatus status;
-        if (CFile::GetStatus(name, status))
-            code = open_existing(name, readOnly);
-        else
-            code = readOnly ? gmAccessDenied : create_new(name);
+        code = exists ? open_existing(name, readOnly) : create_new(name);
     } catch (CFileException* failure) {
         code = exception_to_error_code(failure);
     } catch (...) {
@@ -150,7 +149,9 @@ gmErrorCode ERDataBase::Close() {
 gmErrorCode ERDataBase::save(t_SmartPtr<ERObject> object) {
     if (!object) return gmGenericError;
     try {
-        if (!shared->index) AfxThrowFileException(CFileException::invalidFile);
+        // Nothing is stored that no index could lead to.
+        if (!shared->index || !shared->index->tree()->has_valid_information())
+            AfxThrowFileException(CFileException::invalidFile);
         velm::detail::StoreStep step(*shared->store.fileManager());
         long id = shared->store.Store(*object);
         shared->index->Insert(shared->next_index++, id);

@@ -78,10 +78,12 @@ public:
     ERDataBase& operator=(const ERDataBase& other);
     virtual ~ERDataBase();
 
-    /// Opens a file, a missing one being made unless readOnly is set.
+    /// Opens a file, a missing one being made unless readOnly is set. What is open is closed first,
+    /// and stays open where the name to be read is missing (gmAccessDenied).
     gmErrorCode Open(char const* name, int readOnly);
     gmErrorCode Close();
-    /// Stores the object under the next index. One that is saved twice has two indices.
+    /// Stores the object under the next index. One that is saved twice has two indices. A store
+    /// whose first object is no index takes none: gmInvalidFile.
     gmErrorCode save(t_SmartPtr<ERObject> object);
     /// The object of an index, anew; null with gmSuccess for an index that was never saved, and for
     /// one whose object is no more.

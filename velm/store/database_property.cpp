@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <ostream>
 #include <string_view>
+#include <unordered_map>
 
 namespace {
 
@@ -22,7 +23,7 @@ Overloaded(Cases...) -> Overloaded<Cases...>; // clang 14 needs it
 std::string_view without_leading(std::string_view text) {
     const std::size_t first = text.find_first_not_of(" \t\n\v\f\r");
     text.remove_prefix(std::min(first, text.size()));
-    if (text.starts_with('+')) text.remove_prefix(1);
+    if (text.starts_with('+') && !text.substr(1).starts_with('-')) text.remove_prefix(1);
     return text;
 }
 
@@ -40,7 +41,16 @@ double leading_double(std::string_view text) {
     text = without_leading(text);
     double value = 0.0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() ? value : 0.0;
+    if (error != std::errc::result_out_of_range) return value;
+    // Infinite, or too small for anything but 0: the sign of the exponent tells, or the digits.
+    const std::string_view number(text.data(), static_cast<std::size_t>(end - text.data()));
+    const std::size_t exponent = number.find_first_of("eE");
+    const bool huge = exponent == std::string_view::npos
+                          ? number.substr(0, number.find('.')).find_first_of("123456789") !=
+                                std::string_view::npos
+                          : !number.substr(exponent + 1).starts_with('-');
+    const double magnitude = huge ? HUGE_VAL : 0.0;
+    return number.starts_with('-') ? -magnitude : magnitude;
 }
 
 template <class Integer>
@@ -51,6 +61,8 @@ Integer truncated(double value) {
     if (value >= static_cast<double>(Limits::max())) return Limits::max();
     return static_cast<Integer>(value);
 }
+
+constexpr int kMany = 1000; // properties
 
 } // namespace
 
@@ -167,8 +179,21 @@ void ERDBObjPropertyTable::saveGuts(ERFile& file) const {
 void ERDBObjPropertyTable::restoreGuts(ERFile& file) {
     int count = 0;
     if (!file.Read(count)) return;
+    if (count > kMany) return restore_many(file, count);
     for (long key = 0; count > 0 && file.Read(key); --count)
         (*this)[key].restoreGuts(file);
+}
+
+/// The same where searching the buckets for each key would take the square of the count.
+void ERDBObjPropertyTable::restore_many(ERFile& file, int count) {
+    std::unordered_map<long, ERDBObjProperty*> present;
+    for (Association& pair : *this)
+        present.emplace(pair.key, &pair.value);
+    for (long key = 0; count > 0 && file.Read(key); --count) {
+        ERDBObjProperty*& property = present[key];
+        if (property == nullptr) property = &append(key);
+        property->restoreGuts(file);
+    }
 }
 
 unsigned int ERDBObjPropertyTable::binaryStoreSize() const {

@@ -79,4 +79,7 @@ public:
     unsigned int binaryStoreSize() const;
 
     static unsigned int hash(const long& key);
+
+private:
+    void restore_many(ERFile& file, int count);
 };

@@ -108,6 +108,8 @@ void ERFileManager::write_through(long offset, const void* source, std::size_t c
     grew_to(GetPosition());
 }
 
+void ERFileManager::forget_node(long offset) { kept->erase(offset); }
+
 std::size_t ERFileManager::read_node(long offset, void* target, std::size_t count) {
     if (kept->get(offset, target, count)) return count;
     const std::size_t came = read_through(offset, target, count);

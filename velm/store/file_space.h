@@ -71,6 +71,8 @@ public:
     ULONGLONG GetLength() const override;
     void SetLength(ULONGLONG new_length) override;
 
+    /// What is kept of a node that is one no longer goes; deallocate does it for its blocks.
+    void forget_node(long offset);
     /// Reads and writes some bytes as a whole, past what is gathered. The position stands behind
     /// them afterwards.
     std::size_t read_through(long offset, void* target, std::size_t count);

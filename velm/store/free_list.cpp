@@ -171,6 +171,7 @@ void ERListManager::deleteNode() {
         current = ERFileManager::head_node_offset;
         writeNode();
     }
+    file->forget_node(removed);
     addToFreeList(removed, ERFileManager::node_size);
 }
 

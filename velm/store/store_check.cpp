@@ -1,10 +1,12 @@
 #include "velm/store/store_check.h"
 
 #include "velm/platform/file_exception.h"
+#include "velm/store/detail/record_bytes.h"
 
 #include <algorithm>
 #include <map>
 #include <set>
+#include <utility>
 
 namespace velm {
 
@@ -14,24 +16,67 @@ public:
         if (!Open(name, 1)) AfxThrowFileException(CFileException::invalidFile, -1, name);
         know_all_classes();
     }
-    t_SmartPtr<ERObject> RetrieveAndCreate(long identifier) override {
-        t_SmartPtr<ERObject> object = ERObjectDataBase::RetrieveAndCreate(identifier);
-        if (!object) whole = false;
-        return object;
-    }
-
-    bool whole = true;
 };
 
 StoredObjects::StoredObjects(const char* name) : store(std::make_unique<Store>(name)) {}
 StoredObjects::~StoredObjects() = default;
 t_SmartPtr<ERObject> StoredObjects::create(long identifier) {
-    store->whole = true;
     return store->RetrieveAndCreate(identifier);
 }
-bool StoredObjects::last_was_whole() const { return store->whole; }
 
 namespace {
+
+/// Reads each record from its own bytes alone, with an empty object of its class for each that it
+/// refers to: the effort for all is that of reading the file, whatever it claims.
+class RecordReader : public ERObjectDataBase {
+public:
+    explicit RecordReader(const StoreImage& image) : image_(image) {
+        long covered = 0;
+        std::vector<RecordImage> by_location = image.records;
+        std::sort(by_location.begin(), by_location.end(),
+                  [](const auto& a, const auto& b) { return a.location < b.location; });
+        for (const RecordImage& record : by_location) {
+            if (record.location < covered) shared_.insert(record.identifier);
+            covered = std::max(covered, record.location + record.size);
+        }
+    }
+
+    /// Whether others have bytes of the record, too; such a record is not to be read.
+    bool shares_bytes(const RecordImage& record) const {
+        return shared_.contains(record.identifier);
+    }
+    t_SmartPtr<ERObject> read(const RecordImage& record) {
+        t_SmartPtr<ERObject> object = empty(record);
+        detail::RecordBytes guts(image_.guts(record));
+        ERObjectDataBase* const present = std::exchange(ERObject::theCurrentDataBase, this);
+        whole_ = true;
+        object->restoreGuts(guts);
+        ERObject::theCurrentDataBase = present;
+        return object;
+    }
+    /// Whether all that the record read last refers to could be had.
+    bool last_was_whole() const { return whole_; }
+
+private:
+    t_SmartPtr<ERObject> empty(const RecordImage& record) const {
+        const std::string name = image_.class_name(record.signature);
+        const auto creator = ERClassRegistration::findCreator(name.c_str());
+        return creator ? t_SmartPtr<ERObject>(creator()) : nullptr;
+    }
+    t_SmartPtr<ERObject> RetrieveAndCreate(long identifier) override {
+        const auto found = std::lower_bound(
+            image_.records.begin(), image_.records.end(), identifier,
+            [](const RecordImage& record, long id) { return record.identifier < id; });
+        const bool here = found != image_.records.end() && found->identifier == identifier;
+        t_SmartPtr<ERObject> object = here ? empty(*found) : nullptr;
+        whole_ = whole_ && object;
+        return object;
+    }
+
+    const StoreImage& image_;
+    std::set<long> shared_;
+    bool whole_ = true;
+};
 
 std::string object(long identifier) { return "object " + std::to_string(identifier); }
 
@@ -54,7 +99,8 @@ void check_records(const StoreImage& image, StoreReport& report, const char* nam
     std::map<long, StoreReport::Class*> by_signature;
     for (StoreReport::Class& c : report.classes)
         by_signature[c.signature] = &c;
-    StoredObjects objects(name);
+    const StoredObjects opened(name); // by the library, too
+    RecordReader reader(image);
     for (const RecordImage& record : image.records) {
         const auto found = by_signature.find(record.signature);
         if (record.identifier < 1)
@@ -65,15 +111,15 @@ void check_records(const StoreImage& image, StoreReport& report, const char* nam
             continue;
         }
         ++found->second->objects;
-        if (!found->second->creatable) continue;
-        const t_SmartPtr<ERObject> made = objects.create(record.identifier);
+        if (!found->second->creatable || reader.shares_bytes(record)) continue;
+        const t_SmartPtr<ERObject> made = reader.read(record);
         if (!made || made->className() != found->second->name) {
             report.faults.add(record.location, object(record.identifier) + " can't be restored");
             continue;
         }
         const long bytes = static_cast<long>(made->binaryStoreSize()) + 4;
         // A block has up to 3 bytes more for rounding, and 4 where a free extent was given whole.
-        const bool too_large = objects.last_was_whole() && bytes + 7 < record.size;
+        const bool too_large = reader.last_was_whole() && bytes + 7 < record.size;
         if (bytes > record.size || too_large)
             report.faults.add(record.location,
                               object(record.identifier) + " doesn't fit its block");

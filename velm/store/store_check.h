@@ -48,8 +48,6 @@ public:
 
     /// Null where there is none, and for a class that can't be created.
     t_SmartPtr<ERObject> create(long identifier);
-    /// Whether the object made last and all that it refers to could be had.
-    bool last_was_whole() const;
 
 private:
     class Store;

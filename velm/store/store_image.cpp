@@ -74,9 +74,14 @@ private:
             tree_.extents.push_back({offset - 4, image_.block_size(offset), kind_});
         if (node.is_leaf()) check_leaf_depth(offset, depth);
         for (int i = 0; i <= count; ++i) {
-            if (!node.is_leaf()) walk(node.sons(i), depth + 1);
+            if (!node.is_leaf() && has_room_for_more()) walk(node.sons(i), depth + 1);
             if (i < count) visit(node.keys(i), node.items(i), offset);
         }
+    }
+
+    /// Nodes that overlap would be more than the file has room for.
+    bool has_room_for_more() const {
+        return seen_.size() < static_cast<std::size_t>(image_.length) / layout_.node_size();
     }
 
     void check_leaf_depth(long offset, int depth) {
@@ -114,8 +119,10 @@ StoreImage::StoreImage(const char* name)
     read_free_list();
     read_header();
     if (!header_known) return;
-    classes = read_tree(header.class_tree, "the class tree");
-    objects = read_tree(header.object_tree, "the object tree");
+    classes = read_tree(header.class_tree, "the class tree", class_tree_form);
+    for (const TreeImage::Entry& entry : classes.entries)
+        class_names.emplace(entry.value, entry.key);
+    objects = read_tree(header.object_tree, "the object tree", object_tree_form);
     read_records();
     read_index();
 }
@@ -191,11 +198,16 @@ void StoreImage::read_header() {
         faults.add(start, "the file is of a later version");
 }
 
-TreeImage StoreImage::read_tree(long information_offset, const char* kind) {
+TreeImage StoreImage::read_tree(long information_offset, const char* kind, StoreTree form) {
     TreeImage tree;
     if (!read(information_offset, &tree.information, sizeof tree.information) ||
         tree.information.magic != ERBTreeInformation::magic_number) {
         faults.add(information_offset, text(kind, "has no information block"));
+        return tree;
+    }
+    if (tree.information.key_length != form.key_length ||
+        (tree.information.flags & 1) != form.binary_keys) {
+        faults.add(information_offset, text(kind, "has keys of another form"));
         return tree;
     }
     tree.known = true;
@@ -207,10 +219,6 @@ TreeImage StoreImage::read_tree(long information_offset, const char* kind) {
 }
 
 void StoreImage::read_records() {
-    if (objects.known && objects.information.key_length != object_tree_form.key_length) {
-        faults.add(header.object_tree, "the object tree has keys of another length");
-        return;
-    }
     for (const TreeImage::Entry& entry : objects.entries) {
         RecordImage record{TreeImage::number(entry.key), entry.value, 0, 0};
         std::int32_t signature = 0;
@@ -236,13 +244,12 @@ void StoreImage::read_index() {
     std::int32_t offset = -1;
     if (!read(first.location + 4, &offset, sizeof offset)) return;
     has_index = true;
-    index = read_tree(offset, "the index");
+    index = read_tree(offset, "the index", index_tree_form);
 }
 
 std::string StoreImage::class_name(long signature) const {
-    for (const TreeImage::Entry& entry : classes.entries)
-        if (entry.value == signature) return entry.key;
-    return {};
+    const auto found = class_names.find(signature);
+    return found != class_names.end() ? found->second : std::string();
 }
 
 std::string StoreImage::guts(const RecordImage& record) const {
@@ -282,7 +289,9 @@ std::vector<StoreFault> stale_counters(const StoreImage& image) {
     long last_signature = 0;
     for (const TreeImage::Entry& entry : image.classes.entries)
         last_signature = std::max(last_signature, entry.value);
-    const long last_identifier = image.records.empty() ? 0 : image.records.back().identifier;
+    long last_identifier = 0;
+    for (const TreeImage::Entry& entry : image.objects.entries)
+        last_identifier = std::max<long>(last_identifier, TreeImage::number(entry.key));
     compare(image.header.last_identifier < last_identifier, image.start + 12,
             "the last identifier is behind the object tree");
     compare(image.header.last_signature < last_signature, image.start + 20,

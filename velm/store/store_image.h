@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace velm {
@@ -88,6 +89,7 @@ public:
     TreeImage index;
 
     StoreFaults faults;
+    std::unordered_map<long, std::string> class_names; // by signature
 
     /// The name of a class, empty where the file doesn't tell.
     std::string class_name(long signature) const;
@@ -99,8 +101,8 @@ public:
     bool read(long offset, void* target, std::size_t count) const;
     /// The size word in front of a payload, 0 where it can't be one.
     long block_size(long payload) const;
-    /// Reads a tree, entering what is wrong with it.
-    TreeImage read_tree(long information_offset, const char* kind);
+    /// Reads a tree, entering what is wrong with it. One with keys of another form is not known.
+    TreeImage read_tree(long information_offset, const char* kind, StoreTree form);
 
 private:
     void read_head();
