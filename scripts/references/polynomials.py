@@ -183,17 +183,34 @@ def groups_of(c, basis, power, lower, upper):
     return [g for _, g in sorted(zip(places, groups))], apart
 
 
+def condition(c, basis, power, x):
+    """S(x) / |x p'(x)|."""
+    n = len(c) - 1
+    weight = [comb(n, i) * (1 - x)**(n - i) if basis == "bernstein" else 1 for i in range(n + 1)]
+    size = sum(abs(a) * w * abs(x)**i for i, (a, w) in enumerate(zip(c, weight)))
+    slope = sum(mpf(a.numerator) / a.denominator * x**i for i, a in enumerate(derivative(power)))
+    return size / abs(x * slope)
+
+
 def main():
     print("# Made by scripts/references/polynomials.py, which tells how to read it.")
+    print("# name, degree, label, roots and places, condition of the worst root that is apart")
+    blocks = []
     for name, basis, lower, upper, exact in cases():
         c = [float(x) for x in exact]
         as_rounded = [Fraction(x) for x in c]
         power = as_rounded if basis == "power" else trimmed(to_power(as_rounded))
         groups, apart = groups_of(c, basis, power, lower, upper)
-        print("poly", name, basis, lower, upper, "apart" if apart else "beyond")
-        print("coef", *(x.hex() for x in c))
-        for group in groups:
-            print("group", *(nstr(x, 30) for x in group))
+        label = "apart" if apart else "beyond"
+        alone = [g[0] for g in groups if len(g) == 1 and g[0] != 0]
+        worst = max((condition(c, basis, power, x) for x in alone), default=mpf(0))
+        print(f"# {name:22} {len(c) - 1:3} {label:6} {sum(map(len, groups)):3} {len(groups):3}"
+              f" {float(worst):8.1e}")
+        block = [f"poly {name} {basis} {lower} {upper} {label}"]
+        block.append(" ".join(["coef"] + [x.hex() for x in c]))
+        block += [" ".join(["group"] + [nstr(x, 30) for x in group]) for group in groups]
+        blocks.append("\n".join(block))
+    print("\n".join(blocks))
 
 
 if __name__ == "__main__":
