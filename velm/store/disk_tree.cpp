@@ -151,8 +151,8 @@ void ERBTreeOnDisk::readcache(long offset, ERDiskTreeNode& target) const {
     target.assign(node_at(offset));
 }
 
-void ERBTreeOnDisk::writecache(long offset, const ERDiskTreeNode& source) {
-    cache->write(file, offset, source.data());
+void ERBTreeOnDisk::writecache(long offset, const ERDiskTreeNode& source, bool fresh) {
+    cache->write(file, offset, source.data(), fresh);
 }
 
 void ERBTreeOnDisk::load(long offset) const {
@@ -248,7 +248,7 @@ void ERBTreeOnDisk::new_root() {
     root->insert(pendingInsertion.key.data(), pendingInsertion.value, 0, pendingInsertion.son);
     root->sons(0, information.root);
     const long offset = file.allocate(static_cast<unsigned int>(layout.node_size()));
-    writecache(offset, *root);
+    writecache(offset, *root, true);
     information.root = static_cast<std::int32_t>(offset);
     writeInfo();
 }
@@ -283,7 +283,7 @@ void ERBTreeOnDisk::splitNode(int pos) {
         }
     }
     up.son = file.allocate(static_cast<unsigned int>(layout.node_size()));
-    writecache(up.son, right);
+    writecache(up.son, right, true);
     halves.emplace_back(workOffset, *work); // written when a parent names the right one
     workOffset = -1;
 }

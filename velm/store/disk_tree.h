@@ -128,7 +128,7 @@ private:
     ERDiskTreeNodeView node_at(long offset) const;
     /// Reads the node at an offset into a buffer.
     void readcache(long offset, ERDiskTreeNode& target) const;
-    void writecache(long offset, const ERDiskTreeNode& source);
+    void writecache(long offset, const ERDiskTreeNode& source, bool fresh = false);
     void startup(unsigned int cacheSize);
     void check_sizes() const;
     void check_writable() const;

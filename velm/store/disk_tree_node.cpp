@@ -168,10 +168,22 @@ const char* ERDiskNodeCache::read(ERFileManager& file, long offset) {
     return slots[slot].bytes.get();
 }
 
-void ERDiskNodeCache::write(ERFileManager& file, long offset, const char* source) {
+void ERDiskNodeCache::write_through(ERFileManager& file, long offset, const char* source,
+                                    bool fresh) {
+    if (fresh) return file.write_node(offset, source, node_size);
+    const unsigned int slot = find(offset);
+    if (slot != none) return file.replace_node(offset, source, slots[slot].bytes.get(), node_size);
+    std::vector<char> old(node_size);
+    if (file.read_node(offset, old.data(), node_size) == node_size)
+        file.replace_node(offset, source, old.data(), node_size);
+    else
+        file.write_node(offset, source, node_size);
+}
+
+void ERDiskNodeCache::write(ERFileManager& file, long offset, const char* source, bool fresh) {
     unsigned int slot = find(offset);
     try {
-        file.write_node(offset, source, node_size);
+        write_through(file, offset, source, fresh);
     } catch (...) {
         forget(offset); // what the file holds now is not known
         throw;

@@ -126,8 +126,8 @@ public:
     /// The node at an offset, good until the next call; from the file if it isn't here. Null when
     /// the file doesn't have it whole.
     const char* read(ERFileManager& file, long offset);
-    /// Writes the node to the file and takes it in.
-    void write(ERFileManager& file, long offset, const char* source);
+    /// Writes the node to the file and takes it in. A fresh one has no old image that counts.
+    void write(ERFileManager& file, long offset, const char* source, bool fresh);
     void forget(long offset);
 
 private:
@@ -148,6 +148,7 @@ private:
     void unlink(unsigned int slot);
     void make_newest(unsigned int slot);
     void leave_bucket(unsigned int slot);
+    void write_through(ERFileManager& file, long offset, const char* source, bool fresh);
     /// A slot that nothing finds yet.
     unsigned int free_slot();
 

@@ -2,6 +2,7 @@
 
 #include "velm/platform/file_exception.h"
 #include "velm/store/detail/block_cache.h"
+#include "velm/store/detail/unfinished_node.h"
 
 #include <algorithm>
 #include <climits>
@@ -130,6 +131,32 @@ void ERFileManager::write_node(long offset, const void* source, std::size_t coun
         write_through(offset, source, count);
     }
     kept->put(offset, source, count);
+}
+
+void ERFileManager::replace_node(long offset, const void* source, const void* old,
+                                 std::size_t count) {
+    if (!velm::detail::UnfinishedNode::could_be_torn(offset, static_cast<const char*>(source),
+                                                     static_cast<const char*>(old), count))
+        return write_node(offset, source, count);
+    const ULONGLONG before = write_unfinished(offset, source, old, count);
+    write_node(offset, source, count);
+    CFile::SetLength(before);
+    length = before;
+}
+
+/// Returns the length of the file without it.
+ULONGLONG ERFileManager::write_unfinished(long offset, const void* source, const void* old,
+                                          std::size_t count) {
+    flush_gathered();
+    const ULONGLONG before = GetLength();
+    const ULONGLONG behind = std::max(before, static_cast<ULONGLONG>(std::max(endOfData, 0L)));
+    const std::string both =
+        velm::detail::UnfinishedNode{offset, std::string(static_cast<const char*>(source), count),
+                                     std::string(static_cast<const char*>(old), count)}
+            .bytes();
+    if (behind + both.size() <= longest)
+        write_through(static_cast<long>(behind), both.data(), both.size());
+    return before;
 }
 
 void ERFileManager::keep_record(long payload) {

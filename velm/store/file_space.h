@@ -82,6 +82,10 @@ public:
     /// afterwards.
     std::size_t read_node(long offset, void* target, std::size_t count);
     void write_node(long offset, const void* source, std::size_t count);
+    /// The same for a node that something leads to already, in place of its old image. Where a
+    /// process that is killed could leave the old and the new one mixed, both stand at the end of
+    /// the file while the node is being written.
+    void replace_node(long offset, const void* source, const void* old, std::size_t count);
     /// Keeps the record from a payload on to the position, which has just been written or read.
     void keep_record(long payload);
     [[noreturn]] void raise(int cause) const;
@@ -94,6 +98,7 @@ private:
     void create_head();
     void flush_gathered();
     void forget_window() { window_size = 0; }
+    ULONGLONG write_unfinished(long offset, const void* source, const void* old, std::size_t count);
     bool read_ahead(ULONGLONG position);
     void grew_to(ULONGLONG at) const { length = at > length ? at : length; }
 

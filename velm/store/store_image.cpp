@@ -1,6 +1,7 @@
 #include "velm/store/store_image.h"
 
 #include "velm/platform/file_exception.h"
+#include "velm/store/detail/unfinished_node.h"
 
 #include <algorithm>
 #include <cstring>
@@ -45,6 +46,11 @@ public:
 private:
     void fault(long offset, const char* what) { image_.faults.add(offset, text(kind_, what)); }
 
+    void lost(long offset, const char* what) {
+        tree_.whole = false;
+        fault(offset, what);
+    }
+
     bool less(const std::string& a, const std::string& b) const {
         return binary_ ? a < b : std::strncmp(a.c_str(), b.c_str(), layout_.key_length) < 0;
     }
@@ -59,13 +65,13 @@ private:
     void walk(long offset, int depth) {
         std::vector<char> bytes(layout_.node_size());
         if (depth > kDeepestTree || !seen_.insert(offset).second)
-            return fault(offset, "has a node that is named twice");
+            return lost(offset, "has a node that is named twice");
         if (offset < ERFileManager::first_block || !image_.read(offset, bytes.data(), bytes.size()))
-            return fault(offset, "has a node outside the file");
+            return lost(offset, "has a node outside the file");
         const ERDiskTreeNodeView node(layout_, bytes.data());
         const int count = node.counter();
         if (count < 0 || count > layout_.max_keys())
-            return fault(offset, "has a node with an impossible number of keys");
+            return lost(offset, "has a node with an impossible number of keys");
         const long least = depth == 0 ? 1 : static_cast<long>(tree_.information.minimum);
         if (count < least) fault(offset, "has a node with too few keys");
         if (image_.block_size(offset) < static_cast<long>(layout_.node_size()) + 4)
@@ -116,6 +122,7 @@ StoreImage::StoreImage(const char* name)
     length = static_cast<long>(file.GetLength());
     read_head();
     if (!head_known) return;
+    read_unfinished_node();
     read_free_list();
     read_header();
     if (!header_known) return;
@@ -131,7 +138,40 @@ bool StoreImage::read(long offset, void* target, std::size_t count) const {
     if (offset < 0 || offset > length || static_cast<std::size_t>(length - offset) < count)
         return false;
     file.Seek(offset, CFile::begin);
-    return read_bytes(file, target, count) == count;
+    if (read_bytes(file, target, count) != count) return false;
+    const long from = std::max(offset, mended.offset);
+    const long to = std::min(offset + static_cast<long>(count), mended.end());
+    if (from < to)
+        mended_bytes.copy(static_cast<char*>(target) + (from - offset),
+                          static_cast<std::size_t>(to - from),
+                          static_cast<std::size_t>(from - mended.offset));
+    return true;
+}
+
+/// A process that was killed in the writing of a node has left its images at the end of the file.
+void StoreImage::read_unfinished_node() {
+    using detail::UnfinishedNode;
+    struct {
+        std::int32_t offset;
+        std::int32_t size;
+        char magic[8];
+    } trailer;
+    static_assert(sizeof trailer == UnfinishedNode::trailer_size);
+    const long end = length - long{sizeof trailer};
+    if (!read(end, &trailer, sizeof trailer) || trailer.size < 1 || trailer.size > end / 2 ||
+        std::memcmp(trailer.magic, UnfinishedNode::magic, sizeof trailer.magic) != 0)
+        return;
+    UnfinishedNode node{trailer.offset, std::string(std::size_t(trailer.size), '\0'), {}};
+    node.old = node.replacement;
+    std::string present = node.old;
+    const bool whole = trailer.offset >= ERFileManager::first_block &&
+                       read(end - 2 * trailer.size, node.replacement.data(), present.size()) &&
+                       read(end - trailer.size, node.old.data(), present.size()) &&
+                       read(trailer.offset, present.data(), present.size());
+    if (!whole || !node.is_mixture(present)) return;
+    faults.add(node.offset, "a node was not written whole");
+    mended = {node.offset, trailer.size, "a node"};
+    mended_bytes = node.replacement;
 }
 
 long StoreImage::block_size(long payload) const {
@@ -214,7 +254,8 @@ TreeImage StoreImage::read_tree(long information_offset, const char* kind, Store
     // The word in front of the class tree's block holds the header's last field.
     tree.extents.push_back({information_offset - 4, 44, kind});
     TreeReader reader(*this, tree, kind);
-    if (reader.sizes_are_sane(information_offset)) reader.walk();
+    tree.whole = reader.sizes_are_sane(information_offset);
+    if (tree.whole) reader.walk();
     return tree;
 }
 

@@ -51,6 +51,7 @@ struct VELM_API TreeImage {
     };
 
     bool known = false; // its information block was read with its magic number
+    bool whole = false; // and so was each node that something leads to
     ERBTreeInformation information;
     std::vector<Entry> entries;
     std::vector<StoreExtent> extents; // the information block and the nodes
@@ -105,6 +106,7 @@ public:
     TreeImage read_tree(long information_offset, const char* kind, StoreTree form);
 
 private:
+    void read_unfinished_node();
     void read_head();
     void read_free_list();
     void read_header();
@@ -112,6 +114,8 @@ private:
     void read_index();
 
     mutable ERFile file;
+    StoreExtent mended{-1, 0, ""}; // a node that was not written whole
+    std::string mended_bytes;      // as it was to be
 };
 
 /// Whether the counters of a file are behind its trees, as a process leaves them that ended before

@@ -153,20 +153,75 @@ bool plausible(const Content& content, const RecordImage& record) {
     return record.identifier >= 1 && content.classes.contains(record.signature);
 }
 
-void gather_records(const StoreImage& image, const TreeImage& lost, const WasteSearch& search,
-                    Content& content, SalvageReport& report) {
-    for (const RecordImage& record : image.records)
-        if (plausible(content, record)) content.records.emplace(record.identifier, record);
-    for (const TreeImage::Entry& entry : lost.entries) {
-        RecordImage record{TreeImage::number(entry.key), entry.value,
-                           image.block_size(entry.value) - 4, 0};
+/// The records that a node in the waste names, as far as they can be had.
+std::vector<RecordImage> named_records(const StoreImage& image, const WasteSearch& search,
+                                       const Content& content, const TreeImage::Entry* first,
+                                       const TreeImage::Entry* last) {
+    std::vector<RecordImage> records;
+    for (; first != last; ++first) {
+        RecordImage record{TreeImage::number(first->key), first->value,
+                           image.block_size(first->value) - 4, 0};
         std::int32_t signature = 0;
         if (record.size < 4 || !image.read(record.location, &signature, sizeof signature)) continue;
         record.signature = signature;
-        if (!plausible(content, record) ||
-            !search.is_waste(record.location - 4, record.location + record.size))
+        if (plausible(content, record) &&
+            search.is_waste(record.location - 4, record.location + record.size))
+            records.push_back(record);
+    }
+    return records;
+}
+
+/// The new half of a split that no parent names yet holds as many keys as a node must, all of them
+/// missing in the tree, and each with a record of its own that nothing else names. A node that was
+/// given up once doesn't: its objects live elsewhere or were deleted.
+bool is_new_half(const StoreImage& image, const Content& content,
+                 const std::vector<RecordImage>& records, std::size_t keys) {
+    std::set<long> locations;
+    for (const RecordImage& record : records)
+        if (!content.records.contains(record.identifier)) locations.insert(record.location);
+    return locations.size() == keys && keys >= image.objects.information.minimum;
+}
+
+/// The pair that is on its way up from such a split, to the parent: it stands behind the last key
+/// of the old half, and in front of keys that the new half has taken over.
+TreeImage::Entry pair_on_its_way(const StoreImage& image, const TreeImage::Entry* first,
+                                 const TreeImage::Entry* last) {
+    const ERDiskTreeLayout layout{image.objects.information.key_length,
+                                  image.objects.information.order};
+    std::vector<char> bytes(layout.node_size());
+    for (const StoreExtent& extent : image.objects.extents) {
+        if (!image.read(extent.offset + 4, bytes.data(), bytes.size())) continue;
+        const ERDiskTreeNodeView node(layout, bytes.data());
+        const int behind = node.counter();
+        if (behind != static_cast<int>(layout.order)) continue;
+        const auto key = [&](int i) { return std::string(node.keys(i), layout.key_length); };
+        const bool halved = std::any_of(first, last, [&](const TreeImage::Entry& entry) {
+            return entry.key == key(behind + 1) && entry.value == node.items(behind + 1);
+        });
+        if (halved && key(behind - 1) < key(behind) && key(behind) < first->key)
+            return {key(behind), node.items(behind), extent.offset + 4};
+    }
+    return {};
+}
+
+void gather_lost_records(const StoreImage& image, const TreeImage& lost, const WasteSearch& search,
+                         Content& content, SalvageReport& report) {
+    const auto take = [&](const std::vector<RecordImage>& records) {
+        for (const RecordImage& record : records)
+            report.from_lost_nodes += content.records.emplace(record.identifier, record).second;
+    };
+    const TreeImage::Entry* const end = lost.entries.data() + lost.entries.size();
+    for (const TreeImage::Entry *first = lost.entries.data(), *last; first != end; first = last) {
+        last = std::find_if(first, end, [=](const auto& e) { return e.node != first->node; });
+        const auto records = named_records(image, search, content, first, last);
+        if (!image.objects.whole) { // what has lost its parent counts as far as it goes
+            take(records);
             continue;
-        report.from_lost_nodes += content.records.emplace(record.identifier, record).second;
+        }
+        if (!is_new_half(image, content, records, static_cast<std::size_t>(last - first))) continue;
+        take(records);
+        const TreeImage::Entry pair = pair_on_its_way(image, first, last);
+        if (!pair.key.empty()) take(named_records(image, search, content, &pair, &pair + 1));
     }
 }
 
@@ -316,7 +371,9 @@ SalvageReport salvage_store(const char* from, const char* to, bool orphans) {
     WasteSearch search(image);
     gather_classes(image, lost_nodes(image, search, class_tree_form, image.classes), content);
     const TreeImage lost_objects = lost_nodes(image, search, object_tree_form, image.objects);
-    gather_records(image, lost_objects, search, content, report);
+    for (const RecordImage& record : image.records)
+        if (plausible(content, record)) content.records.emplace(record.identifier, record);
+    gather_lost_records(image, lost_objects, search, content, report);
     gather_index(image, search, content);
     gather_orphans(image, search, orphans, content, report);
     write_new_store(image, content, to, report);

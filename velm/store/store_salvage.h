@@ -20,7 +20,7 @@ struct SalvageReport {
     };
 
     long objects = 0;         // taken over under their identifiers
-    long from_lost_nodes = 0; // of these, named only by tree nodes that no parent names
+    long from_lost_nodes = 0; // of these, not to be found from the root of the tree
     long indices = 0;
     long classes = 0;
     std::vector<Orphan> orphans;
@@ -28,10 +28,15 @@ struct SalvageReport {
 };
 
 /// Writes a new file with all that can be had of a damaged one, or of one that a killed process
-/// left: each object in the version that the trees name, under its identifier; objects and classes
-/// that only a node names which no parent leads to yet; the index. Records are copied as they are,
+/// left: each object in the version that the trees name, under its identifier; the index; objects
+/// and classes that only a node names which no parent leads to yet. Records are copied as they are,
 /// also those of unknown classes. Blocks that look like records and that nothing names are listed,
 /// and with `orphans` restored under new identifiers. The counters are made true.
+///
+/// Of a file that this library wrote, and that a killed process left at any moment, every object
+/// whose storing had returned comes back in its newest version, and none whose deletion had
+/// returned. Only where the object tree itself is damaged may deleted objects come back, from nodes
+/// that were given up and not yet used again.
 ///
 /// The old file is not written. The new one must not exist (accessDenied); nothing is left of it on
 /// failure. Raises CFileException*.

@@ -1,0 +1,230 @@
+// Processes that are killed while they store and delete: at every write of a recorded run, and at
+// random moments. The rebuilding brings back what it must, and nothing else.
+#include "store/store_files.h"
+#include "support/random.h"
+#include "velm/platform/detail/system_files.h"
+#include "velm/store/store_salvage.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace velm_test;
+
+int setting(const char* name, int everyday) {
+    const char* const given = std::getenv(name);
+    return given != nullptr ? std::atoi(given) : everyday;
+}
+
+constexpr std::int32_t kDeleted = -1;
+
+/// What an operation does, or has done once it has returned.
+struct Change {
+    std::int32_t id; // 0 for one not given out yet
+    std::int32_t version;
+    std::int32_t returned;
+};
+using Objects = std::map<std::int32_t, std::int32_t>; // the version by identifier
+
+/// Saves, changes and deletes objects at random, up to a number of them.
+class Work {
+public:
+    Work(const std::string& path, std::uint64_t seed, int most)
+        : random_(Random::fixed(seed)), most_(most) {
+        succeed(data_.Open(path.c_str(), 0) == gmSuccess);
+    }
+
+    /// One operation, told before it begins and after it has returned.
+    template <class Tell>
+    void step(std::int32_t version, Tell tell) {
+        const int roll = random_.below(10);
+        const auto id_of = [](const t_SmartPtr<Sample>& object) {
+            return static_cast<std::int32_t>(object->getObjectID());
+        };
+        if (objects_.empty() || (roll < 6 && static_cast<int>(objects_.size()) < most_)) {
+            tell(Change{0, version, 0});
+            objects_.emplace_back(new Sample(version, random_.below(200)));
+            succeed(data_.save(t_SmartPtr<ERObject>(objects_.back().get())) == gmSuccess);
+            return tell(Change{id_of(objects_.back()), version, 1});
+        }
+        const auto i = static_cast<std::size_t>(random_.below(static_cast<int>(objects_.size())));
+        Change change{id_of(objects_[i]), roll < 8 ? version : kDeleted, 0};
+        tell(change);
+        if (roll < 8) {
+            objects_[i]->number = version;
+            if (roll == 7) objects_[i]->content = ERVec<char>(random_.below(200), 'x');
+            data_.objects()->Store(*objects_[i]);
+        } else {
+            objects_[i]->Delete();
+            objects_.erase(objects_.begin() + static_cast<long>(i));
+        }
+        change.returned = 1;
+        tell(change);
+    }
+
+private:
+    static void succeed(bool success) {
+        if (!success) ::_exit(1);
+    }
+    Random random_;
+    int most_;
+    ERDataBase data_;
+    std::vector<t_SmartPtr<Sample>> objects_;
+};
+
+/// What is wrong with the file that the rebuilding makes: an object is missing, back again or not
+/// in its newest version, other than the one whose operation was under way.
+std::string wrong_with_salvaged(const std::string& file, const std::string& rebuilt,
+                                const Objects& objects, const Change& under_way) {
+    std::remove(rebuilt.c_str());
+    velm::salvage_store(file.c_str(), rebuilt.c_str(), false);
+    std::string wrong = faults_of(rebuilt);
+    Objects found;
+    ERObjectDataBase store;
+    if (!store.Open(rebuilt.c_str(), 1)) return "it can't be opened";
+    const velm::StoreImage image(rebuilt.c_str());
+    for (const velm::RecordImage& record : image.records)
+        if (const auto object = store.RetrieveAndCreate(record.identifier))
+            found[static_cast<std::int32_t>(record.identifier)] = Sample::castdown(*object).number;
+    if (image.index.entries.size() + 1 < found.size()) wrong += "objects without an index\n";
+    const auto compare = [&](const Objects& those, const Objects& others, const char* what) {
+        for (const auto& [id, version] : those) {
+            const auto other = others.find(id);
+            if (other != others.end() && other->second == version) continue;
+            const bool due = found.contains(id) ? found.at(id) == under_way.version
+                                                : under_way.version == kDeleted;
+            const bool is_it = id == under_way.id || (under_way.id == 0 && !objects.contains(id));
+            if (is_it && due) continue;
+            wrong += std::to_string(id) + what + std::to_string(version) + "\n";
+        }
+    };
+    compare(objects, found, " is not in its version ");
+    compare(found, objects, " is back in version ");
+    return wrong;
+}
+
+void take_note(const Change& change, Objects& objects) {
+    if (change.version == kDeleted)
+        objects.erase(change.id);
+    else
+        objects[change.id] = change.version;
+}
+
+/// Keeps what is written to a file.
+class RecordedFiles : public velm::detail::SystemFiles {
+public:
+    RecordedFiles() : previous_(velm::detail::set_system_files(this)) {}
+    ~RecordedFiles() override { velm::detail::set_system_files(previous_); }
+    ssize_t write(int file, const void* buffer, std::size_t count, off_t offset) override {
+        events.push_back({static_cast<std::size_t>(offset),
+                          std::string(static_cast<const char*>(buffer), count)});
+        return SystemFiles::write(file, buffer, count, offset);
+    }
+    int truncate(int file, off_t length) override {
+        events.push_back({static_cast<std::size_t>(length), {}});
+        return SystemFiles::truncate(file, length);
+    }
+    struct Event {
+        std::size_t offset;
+        std::string bytes; // none: the file is cut there
+        /// Does it as far as the next end of a page behind `from`, and returns how far that is.
+        std::size_t happen(std::string& image, std::size_t from) const {
+            if (bytes.empty()) image.resize(offset);
+            const std::size_t to = std::min(bytes.size(), from + 4096 - (offset + from) % 4096);
+            if (image.size() < offset + to) image.resize(offset + to);
+            image.replace(offset + from, to - from, bytes, from, to - from);
+            return to;
+        }
+    };
+    std::vector<Event> events;
+
+private:
+    velm::detail::SystemFiles* previous_;
+};
+
+/// The system leaves a killed process's write complete up to the end of a page.
+TEST(KilledStore, KeepsItsPromiseAtTheEndOfEachPageWritten) {
+    TemporaryFolder folder;
+    std::vector<std::pair<std::size_t, Change>> told; // with the events before it
+    std::vector<RecordedFiles::Event> events;
+    {
+        RecordedFiles files;
+        Work work(folder.path("store"), static_cast<std::uint64_t>(setting("VELM_TEST_SEED", 1)),
+                  120);
+        for (int version = 1; version <= 2500; ++version)
+            work.step(version,
+                      [&](Change change) { told.emplace_back(files.events.size(), change); });
+        events = files.events;
+    }
+    const int stride = setting("VELM_TEST_THOROUGH", 0) ? 1 : 29;
+    std::string image;
+    Objects objects;
+    auto next = told.begin();
+    int images = 0, failures = 0;
+    for (std::size_t k = 0; k < told.back().first; ++k) {
+        for (; next->first <= k; ++next)
+            if (next->second.returned) take_note(next->second, objects);
+        for (std::size_t done = 0; done < events[k].bytes.size() || done == 0;) {
+            if (k > told.front().first && ++images % stride == 0) {
+                const std::string wrong =
+                    wrong_with_salvaged(folder.file("image", image), folder.path("rebuilt"),
+                                        objects, std::prev(next)->second);
+                EXPECT_EQ(wrong, "") << "after " << done << " bytes of event " << k;
+                if (wrong != "" && ++failures > 5) return;
+            }
+            done = events[k].happen(image, done);
+            if (events[k].bytes.empty()) break;
+        }
+    }
+    std::printf("%d images\n", images);
+    EXPECT_GT(images, 10000);
+}
+
+TEST(KilledStore, LosesNothingAtRandomMoments) {
+    const int rounds = setting("VELM_TEST_KILLS", 25);
+    TemporaryFolder folder;
+    const std::string path = folder.path("store");
+    Random random(static_cast<std::uint64_t>(rounds));
+    for (int round = 0; round < rounds; ++round) {
+        SCOPED_TRACE(round);
+        std::remove(path.c_str());
+        int ends[2];
+        ASSERT_EQ(::pipe(ends), 0);
+        const std::uint64_t seed = random.next();
+        const pid_t child = ::fork();
+        if (child == 0) {
+            Work work(path, seed, 2000);
+            for (int version = 1;; ++version)
+                work.step(version, [&](Change change) {
+                    if (::write(ends[1], &change, sizeof change) != sizeof change) ::_exit(1);
+                });
+        }
+        ::close(ends[1]);
+        Objects objects;
+        Change change = {};
+        const int enough = 20 + random.below(5000);
+        int came = 0;
+        while (::read(ends[0], &change, sizeof change) == sizeof change) {
+            if (change.returned) take_note(change, objects);
+            if (++came != enough) continue;
+            ::usleep(static_cast<useconds_t>(random.below(300)));
+            ::kill(child, SIGKILL);
+        }
+        ::close(ends[0]);
+        ::waitpid(child, nullptr, 0);
+        ASSERT_GE(came, enough);
+        ASSERT_TRUE(velm::counters_are_stale(path.c_str()));
+        ASSERT_EQ(wrong_with_salvaged(path, folder.path("rebuilt"), objects, change), "");
+    }
+}
+
+} // namespace
