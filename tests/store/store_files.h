@@ -76,6 +76,11 @@ inline std::string faults_of(const std::string& path) {
     return text;
 }
 
+/// The bytes of a file that was made once, and that must be read and made alike for ever.
+inline std::string golden(const std::string& name) {
+    return TemporaryFolder::bytes_of(VELM_TEST_FOLDER "/store/data/" + name);
+}
+
 /// Little-endian words of a file's bytes.
 inline std::int32_t word_at(const std::string& bytes, std::size_t offset) {
     std::int32_t word = 0;

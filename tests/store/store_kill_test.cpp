@@ -81,42 +81,31 @@ private:
     std::vector<t_SmartPtr<Sample>> objects_;
 };
 
-/// What is wrong with the file that the rebuilding makes: an object is missing, back again or not
-/// in its newest version, other than the one whose operation was under way.
-std::string wrong_with_salvaged(const std::string& file, const std::string& rebuilt,
-                                const Objects& objects, const Change& under_way) {
-    std::remove(rebuilt.c_str());
-    velm::salvage_store(file.c_str(), rebuilt.c_str(), false);
-    std::string wrong = faults_of(rebuilt);
-    Objects found;
-    ERObjectDataBase store;
-    if (!store.Open(rebuilt.c_str(), 1)) return "it can't be opened";
-    const velm::StoreImage image(rebuilt.c_str());
-    for (const velm::RecordImage& record : image.records)
-        if (const auto object = store.RetrieveAndCreate(record.identifier))
-            found[static_cast<std::int32_t>(record.identifier)] = Sample::castdown(*object).number;
-    if (image.index.entries.size() + 1 < found.size()) wrong += "objects without an index\n";
-    const auto compare = [&](const Objects& those, const Objects& others, const char* what) {
-        for (const auto& [id, version] : those) {
-            const auto other = others.find(id);
-            if (other != others.end() && other->second == version) continue;
-            const bool due = found.contains(id) ? found.at(id) == under_way.version
-                                                : under_way.version == kDeleted;
-            const bool is_it = id == under_way.id || (under_way.id == 0 && !objects.contains(id));
-            if (is_it && due) continue;
-            wrong += std::to_string(id) + what + std::to_string(version) + "\n";
-        }
-    };
-    compare(objects, found, " is not in its version ");
-    compare(found, objects, " is back in version ");
-    return wrong;
-}
-
 void take_note(const Change& change, Objects& objects) {
     if (change.version == kDeleted)
         objects.erase(change.id);
     else
         objects[change.id] = change.version;
+}
+
+/// What is wrong with the file that the rebuilding makes: it holds neither the objects as the last
+/// operation that returned left them nor these after the one that was under way.
+std::string wrong_with_salvaged(const std::string& file, const std::string& rebuilt,
+                                const Objects& objects, Change under_way) {
+    std::remove(rebuilt.c_str());
+    velm::salvage_store(file.c_str(), rebuilt.c_str(), false);
+    std::string wrong = faults_of(rebuilt);
+    const velm::StoreImage image(rebuilt.c_str());
+    velm::StoredObjects store(rebuilt.c_str());
+    Objects found;
+    for (const velm::RecordImage& record : image.records)
+        if (const auto object = store.create(record.identifier))
+            found[static_cast<std::int32_t>(record.identifier)] = Sample::castdown(*object).number;
+    if (image.index.entries.size() + 1 < found.size()) wrong += "objects without an index\n";
+    if (under_way.id == 0 && !found.empty()) under_way.id = found.rbegin()->first;
+    Objects after = objects;
+    take_note(under_way, after);
+    return found == objects || found == after ? wrong : wrong + "objects missing, old or back";
 }
 
 /// Keeps what is written to a file.

@@ -70,6 +70,20 @@ struct Robustness : testing::Test {
     }
 };
 
+TEST_F(Robustness, WritesAndReadsAFileOfOld) {
+    const std::string old = golden("several_objects");
+    EXPECT_EQ(small_file(), old);
+    ERDataBase data;
+    gmErrorCode code;
+    ASSERT_EQ(data.Open(folder.file("old", old).c_str(), 0), gmSuccess);
+    const t_SmartPtr<ERObject> record = data.restore(0, code);
+    EXPECT_STREQ(ERDBObject::castdown(*record).name(), "rim");
+    const t_SmartPtr<ERObject> rim = ERDBObject::castdown(*record).object();
+    EXPECT_EQ(ERSegment2D::castdown(*rim).getP2(), ERPoint2D(3, 4));
+    EXPECT_EQ(Sample::castdown(*data.restore(1, code)).number, 3);
+    EXPECT_EQ(Link::castdown(*data.restore(3, code)).several.entries(), 1);
+}
+
 // ---- damage ----
 
 /// Opens, walks, restores, inserts, deletes, closes, checks and salvages; any defined result will
