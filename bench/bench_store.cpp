@@ -3,8 +3,9 @@
 // are found.
 //
 // Each record is with the operating system before its call returns; nobody waits for the disk. The
-// peers that have transactions use one a record. Rows tell the time of an operation, the size of
-// the file relative to the records, and for this library the system calls of an operation.
+// peers that have transactions use one a record. Rows tell the time of an operation, that of
+// the processor for it (in all threads; what counts on a busy machine), the size of the file
+// relative to the records, and for this library the system calls of an operation.
 #include "velm/frame/stored_form.h"
 #include "velm/frame/vec.h"
 #include "velm/platform/detail/system_files.h"
@@ -18,6 +19,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <memory>
 #include <numeric>
@@ -412,11 +414,14 @@ void whole_life(benchmark::State& state) {
         Store store((folder.path / "store").string());
         const auto phase = [&](const char* label, int operations, auto work) {
             const CountedCalls calls;
+            const std::clock_t busy = std::clock();
             const auto start = std::chrono::steady_clock::now();
             work();
             const std::chrono::duration<double, std::micro> took =
                 std::chrono::steady_clock::now() - start;
             state.counters[std::string(label) + "_us"] = took.count() / operations;
+            state.counters[std::string(label) + "_cpu_us"] =
+                static_cast<double>(std::clock() - busy) * 1e6 / CLOCKS_PER_SEC / operations;
             if (calls.reads + calls.writes > 0) {
                 state.counters[std::string(label) + "_calls"] =
                     static_cast<double>(calls.reads + calls.writes + calls.others) / operations;

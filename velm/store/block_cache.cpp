@@ -1,84 +1,104 @@
 #include "velm/store/detail/block_cache.h"
 
 #include <cstring>
+#include <utility>
 
 namespace velm::detail {
 
+std::size_t BlockCache::place_of(long offset) const {
+    std::size_t place = home(offset);
+    while (table_[place].offset != none && table_[place].offset != offset)
+        place = behind(place);
+    return place;
+}
+
+BlockCache::Block* BlockCache::find(long offset) {
+    if (blocks_ == 0 || offset < 0) return nullptr;
+    Block& block = table_[place_of(offset)];
+    return block.offset == offset ? &block : nullptr;
+}
+
 bool BlockCache::get(long offset, void* target, std::size_t size) {
-    const auto found = places_.find(offset);
-    if (found == places_.end() || blocks_[found->second].size != size) return false;
-    return get_any(offset, target, size) == size;
+    Block* const block = find(offset);
+    if (block == nullptr || block->size != size) return false;
+    block->asked_for = true;
+    std::memcpy(target, block->bytes.get(), size);
+    return true;
 }
 
 std::size_t BlockCache::get_any(long offset, void* target, std::size_t most) {
-    const auto found = places_.find(offset);
-    if (found == places_.end() || blocks_[found->second].size > most) return 0;
-    Block& block = blocks_[found->second];
-    block.asked_for = true;
-    std::memcpy(target, block.bytes.get(), block.size);
-    return block.size;
+    Block* const block = find(offset);
+    if (block == nullptr || block->size > most) return 0;
+    block->asked_for = true;
+    std::memcpy(target, block->bytes.get(), block->size);
+    return block->size;
 }
 
 void BlockCache::put(long offset, const void* source, std::size_t size) {
-    const auto found = places_.find(offset);
-    if (found != places_.end()) {
-        Block& block = blocks_[found->second];
-        if (block.size == size) {
-            std::memcpy(block.bytes.get(), source, size);
-            return;
-        }
+    Block* block = find(offset);
+    if (block != nullptr && block->size != size) {
         erase(offset);
+        block = nullptr;
     }
-    if (size > capacity / 16) return;
-    make_room(size);
-    if (free_.empty()) {
-        blocks_.emplace_back();
-        free_.push_back(static_cast<std::uint32_t>(blocks_.size() - 1));
+    if (block == nullptr) {
+        if (offset < 0 || size > capacity / 16) return;
+        make_room(size);
+        if (2 * blocks_ >= table_.size()) grow();
+        block = &table_[place_of(offset)];
+        block->offset = offset;
+        block->size = static_cast<std::uint32_t>(size);
+        block->asked_for = false;
+        block->bytes.reset(new char[size]);
+        held_ += size;
+        ++blocks_;
     }
-    const std::uint32_t slot = free_.back();
-    free_.pop_back();
-    Block& block = blocks_[slot];
-    block.offset = offset;
-    if (block.size != size || !block.bytes) {
-        block.bytes = std::make_unique<char[]>(size);
-        block.size = size;
-    }
-    block.asked_for = false;
-    std::memcpy(block.bytes.get(), source, size);
-    places_.emplace(offset, slot);
-    held_ += size;
-}
-
-void BlockCache::free_slot(std::uint32_t slot) {
-    held_ -= blocks_[slot].size;
-    blocks_[slot].offset = -1;
-    free_.push_back(slot);
+    std::memcpy(block->bytes.get(), source, size);
 }
 
 void BlockCache::erase(long offset) {
-    const auto found = places_.find(offset);
-    if (found == places_.end()) return;
-    free_slot(found->second);
-    places_.erase(found);
+    if (find(offset) != nullptr) erase_at(place_of(offset));
+}
+
+/// What stands behind without a gap moves up where it is nearer to its home (Knuth, 6.4 R).
+void BlockCache::erase_at(std::size_t place) {
+    held_ -= table_[place].size;
+    --blocks_;
+    const std::size_t mask = table_.size() - 1;
+    for (std::size_t next = behind(place); table_[next].offset != none; next = behind(next)) {
+        const std::size_t from_home = (next - home(table_[next].offset)) & mask;
+        if (from_home < ((next - place) & mask)) continue;
+        table_[place] = std::move(table_[next]);
+        place = next;
+    }
+    table_[place] = Block();
 }
 
 void BlockCache::clear() {
-    blocks_.clear();
-    free_.clear();
-    places_.clear();
-    held_ = hand_ = 0;
+    table_.clear();
+    shift_ = 64;
+    blocks_ = held_ = hand_ = 0;
 }
 
 void BlockCache::make_room(std::size_t size) {
     while (held_ + size > capacity) {
-        hand_ = hand_ + 1 < blocks_.size() ? hand_ + 1 : 0;
-        Block& block = blocks_[hand_];
-        if (block.offset == -1) continue;
+        hand_ = behind(hand_);
+        Block& block = table_[hand_];
+        if (block.offset == none) continue;
         if (block.asked_for)
             block.asked_for = false;
         else
-            erase(block.offset);
+            erase_at(hand_);
     }
+}
+
+void BlockCache::grow() {
+    constexpr int kFewest = 10; // its logarithm
+    shift_ = table_.empty() ? 64 - kFewest : shift_ - 1;
+    std::vector<Block> old(std::size_t{1} << (64 - shift_));
+    old.swap(table_);
+    for (Block& block : old)
+        if (block.offset != none) table_[place_of(block.offset)] = std::move(block);
+    hand_ = 0;
 }
 
 } // namespace velm::detail

@@ -169,7 +169,7 @@ void ERFileManager::keep_record(long payload) {
             kept->put(payload, gathered.data() + (from - gathered_at), size);
         else
             kept->erase(payload);
-    } else if (from >= window_at && to <= window_at + window_size) {
+    } else if (!window_is_kept && from >= window_at && to <= window_at + window_size) {
         kept->put(payload, window.get() + (from - window_at), size);
     }
 }
@@ -198,7 +198,8 @@ bool ERFileManager::read_ahead(ULONGLONG position) {
     if (!window) window = std::make_unique<char[]>(window_capacity);
     window_at = position;
     window_size = kept->get_any(static_cast<long>(position), window.get(), window_capacity);
-    if (window_size > 0) return true;
+    window_is_kept = window_size > 0;
+    if (window_is_kept) return true;
     window_size = CFile::Read(window.get(), ahead);
     Seek(static_cast<LONGLONG>(position), begin);
     return window_size > 0;

@@ -118,6 +118,7 @@ private:
     std::unique_ptr<char[]> window; // bytes read ahead
     ULONGLONG window_at = 0;
     std::size_t window_size = 0;
+    bool window_is_kept = false;  // it is a record that was kept
     mutable ULONGLONG length = 0; // with the system
     mutable bool length_known = false;
 };
