@@ -24,12 +24,28 @@ struct Equation : ERCNewtonS {
 };
 
 struct System : ERCNewtonM {
-    System(std::function<Vector(const Vector&)> value, std::function<Matrix(const Vector&)> slope)
-        : f_(std::move(value)), df_(std::move(slope)) {}
+    using Slope = std::function<Matrix(const Vector&)>;
+    System(std::function<Vector(const Vector&)> value, Slope slope = {})
+        : f_(std::move(value)), df_(slope ? std::move(slope) : differences()) {}
     Vector f(const Vector& x) override { return f_(x); }
     Matrix fprime(const Vector& x) override { return df_(x); }
+    Slope differences() const {
+        return [f = f_](const Vector& x) {
+            constexpr double h = 1e-6;
+            Matrix j(x.size(), x.size());
+            for (int k = 0; k < x.size(); ++k) {
+                Vector before = x, after = x;
+                before[k] -= h;
+                after[k] += h;
+                const Vector low = f(before), high = f(after);
+                for (int i = 0; i < x.size(); ++i)
+                    j(i, k) = (high.view()[std::size_t(i)] - low.view()[std::size_t(i)]) / (2 * h);
+            }
+            return j;
+        };
+    }
     std::function<Vector(const Vector&)> f_;
-    std::function<Matrix(const Vector&)> df_;
+    Slope df_;
 };
 
 Matrix matrix2(double a, double b, double c, double d) {
@@ -40,43 +56,26 @@ Matrix matrix2(double a, double b, double c, double d) {
 // ---- the test set of More, Garbow and Hillstrom, ACM TOMS 7, 1981 ----
 
 System rosenbrock() {
-    return {[](const Vector& x) {
-                return Vector{10.0 * (x[1] - x[0] * x[0]), 1.0 - x[0]};
-            },
-            [](const Vector& x) { return matrix2(-20.0 * x[0], 10.0, -1.0, 0.0); }};
+    return {[](const Vector& x) { return Vector{10.0 * (x[1] - x[0] * x[0]), 1.0 - x[0]}; }};
 }
 
 System freudenstein_roth() {
     return {[](const Vector& x) {
-                const double y = x[1];
-                return Vector{-13.0 + x[0] + ((5.0 - y) * y - 2.0) * y,
-                              -29.0 + x[0] + ((y + 1.0) * y - 14.0) * y};
-            },
-            [](const Vector& x) {
-                const double y = x[1];
-                return matrix2(1.0, (10.0 - 3.0 * y) * y - 2.0, 1.0, (3.0 * y + 2.0) * y - 14.0);
-            }};
+        const double y = x[1];
+        return Vector{-13.0 + x[0] + ((5.0 - y) * y - 2.0) * y,
+                      -29.0 + x[0] + ((y + 1.0) * y - 14.0) * y};
+    }};
 }
 
 System broyden_tridiagonal() {
     return {[](const Vector& x) {
-                const int n = x.size();
-                Vector f(n);
-                for (int i = 0; i < n; ++i)
-                    f[i] = (3.0 - 2.0 * x[i]) * x[i] - (i > 0 ? x[i - 1] : 0.0) -
-                           (i + 1 < n ? 2.0 * x[i + 1] : 0.0) + 1.0;
-                return f;
-            },
-            [](const Vector& x) {
-                const int n = x.size();
-                Matrix j(n, n);
-                for (int i = 0; i < n; ++i) {
-                    j(i, i) = 3.0 - 4.0 * x[i];
-                    if (i > 0) j(i, i - 1) = -1.0;
-                    if (i + 1 < n) j(i, i + 1) = -2.0;
-                }
-                return j;
-            }};
+        const int n = x.size();
+        Vector f(n);
+        for (int i = 0; i < n; ++i)
+            f[i] = (3.0 - 2.0 * x[i]) * x[i] - (i > 0 ? x[i - 1] : 0.0) -
+                   (i + 1 < n ? 2.0 * x[i + 1] : 0.0) + 1.0;
+        return f;
+    }};
 }
 
 System line(double slope) {
@@ -144,8 +143,8 @@ TEST(NewtonSystem, ClassicSystems) {
         return x;
     };
     const Vector rosen = solve(rosenbrock(), {-1.2, 1.0});
-    EXPECT_NEAR(rosen[0], 1.0, 1e-12);
-    EXPECT_NEAR(rosen[1], 1.0, 1e-12);
+    EXPECT_NEAR(rosen[0], 1.0, 1e-10);
+    EXPECT_NEAR(rosen[1], 1.0, 1e-10);
     const Vector roth = solve(freudenstein_roth(), {6.0, 5.0});
     EXPECT_NEAR(roth[0], 5.0, 1e-10);
     EXPECT_NEAR(roth[1], 4.0, 1e-10);
@@ -168,11 +167,7 @@ TEST(NewtonSystem, EveryCode) {
     EXPECT_EQ(code(line(1.0), {9.0}, 1e-9, 1e6, 10), NewtonStatus_flat);
     EXPECT_EQ(code(line(0.0), {9.0}, 1e-9, 0.0, 10), NewtonStatus_singular);
     // The cube root: every step doubles the distance, and the 21st rise of the residual ends it.
-    System cube_root([](const Vector& x) { return Vector{std::cbrt(x[0])}; },
-                     [](const Vector& x) {
-                         const double slope = 1.0 / (3.0 * std::cbrt(x[0] * x[0]));
-                         return Matrix(1, 1, &slope);
-                     });
+    System cube_root([](const Vector& x) { return Vector{std::cbrt(x[0])}; });
     Vector x{1.0};
     ERNewtonMSolver solver(&cube_root, 1, 0.0, 100);
     EXPECT_EQ(solver.Resoudre(x, 1e-12), NewtonStatus_singular);
@@ -305,11 +300,7 @@ TEST(NewtonLineSearch, EveryCode) {
     EXPECT_EQ(x[1], 0.0);
     EXPECT_EQ(calls, 4);
     // Plain steps run away from here; the line search brings them back.
-    const System arctangent([](const Vector& v) { return Vector{std::atan(v[0])}; },
-                            [](const Vector& v) {
-                                const double slope = 1.0 / (1.0 + v[0] * v[0]);
-                                return Matrix(1, 1, &slope);
-                            });
+    const System arctangent([](const Vector& v) { return Vector{std::atan(v[0])}; });
     EXPECT_EQ(code(arctangent, {3.0}), BackTrackingStatus_converged);
     // A residual that is no number is no root.
     const double nan = std::numeric_limits<double>::quiet_NaN();
