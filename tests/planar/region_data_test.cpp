@@ -4,6 +4,7 @@
 #include "velm/planar/point_in_polygon.h"
 #include "velm/planar/polygon_measures.h"
 #include "velm/planar/polygon_projection.h"
+#include "velm/planar/region.h"
 
 #include <gtest/gtest.h>
 
@@ -82,9 +83,18 @@ TEST_F(RegionData, InsideAgreesOnAllTestPoints) {
         auto ring_file = open(set + ".txt"), point_file = open(set + "_pip.csv");
         const auto rings = read_rings(ring_file);
         const auto rows = read_table(point_file);
+        std::map<const Polygon*, ERRegion2D> regions;
         for (const auto& row : rows) {
             const Polygon& ring = rings.at({row.at(0), std::stoi(row.at(1))});
             const ERPoint2D p(std::stod(row.at(2)), std::stod(row.at(3)));
+            auto& region = regions.try_emplace(&ring, 1, 1).first->second;
+            if (region.entries() == 0) region.Add(ring);
+            int contour = 0;
+            const PosContours place = region.CheckPoint(p, contour);
+            EXPECT_EQ(place == REGION_INSIDE    ? "inside"
+                      : place == REGION_OUTSIDE ? "outside"
+                                                : "boundary",
+                      row.at(4));
             for (const Polygon& form : {ring, closed(ring)}) {
                 const relpos got = Inside(p, form);
                 const std::string told = got == relpos_inside    ? "inside"

@@ -1,0 +1,176 @@
+#include "velm/planar/region.h"
+
+#include "velm/planar/detail/region_contours.h"
+#include "velm/planar/detail/region_index.h"
+#include "velm/planar/grid.h"
+
+#include <algorithm>
+#include <cassert>
+#include <ostream>
+
+VELM_DEFINE_CLASS_NOT_CREATABLE(ERRegion2D, ERObject)
+
+using velm::detail::RegionContours;
+using velm::detail::RegionIndex;
+
+namespace {
+
+/// So many questions are answered without an index, whose making costs as much.
+constexpr int questions_without_index = 32;
+
+} // namespace
+
+ERRegion2D::ERRegion2D(int most, int first_outer)
+    : contours(std::make_shared<RegionContours>()), firstOuter(first_outer), capacity(most) {
+    if (capacity > 0) {
+        contours->polygons.reserve(static_cast<std::size_t>(capacity));
+        contours->boxes.reserve(static_cast<std::size_t>(capacity));
+    }
+}
+
+ERRegion2D::ERRegion2D(const ERRegion2D& other)
+    : ERObject(other), grid(other.grid), contours(other.contours), firstOuter(other.firstOuter),
+      added(other.added), capacity(other.capacity) {}
+
+ERRegion2D& ERRegion2D::operator=(const ERRegion2D& other) {
+    ERObject::operator=(other);
+    grid = other.grid;
+    contours = other.contours;
+    firstOuter = other.firstOuter;
+    added = other.added;
+    capacity = other.capacity;
+    drop_index();
+    return *this;
+}
+
+ERRegion2D::~ERRegion2D() { drop_index(); }
+
+void ERRegion2D::Add(ERVec<ERPoint2D> const& contour) {
+    const auto place = static_cast<std::size_t>(added);
+    if (place == contours->polygons.size()) {
+        contours->polygons.emplace_back();
+        contours->boxes.emplace_back();
+    }
+    contours->polygons[place] = contour;
+    contours->boxes[place] = ERMinimax2D(contour);
+    ++contours->version;
+    ++added;
+    drop_index();
+}
+
+ERVec<ERPoint2D> const& ERRegion2D::Contour(int i) const {
+    assert(i >= 0 && i < added);
+    return contours->polygons[static_cast<std::size_t>(i)];
+}
+
+ERMinimax2D ERRegion2D::getBox() const {
+    return contours->boxes.empty() ? ERMinimax2D() : contours->boxes[0];
+}
+
+const RegionIndex* ERRegion2D::index(int questions) const {
+    const RegionIndex* made = index_.load(std::memory_order_acquire);
+    if (made == nullptr) {
+        const int asked = questions_.load(std::memory_order_relaxed) +
+                          std::min(questions, questions_without_index);
+        if (asked < questions_without_index) {
+            questions_.store(asked, std::memory_order_relaxed);
+            return nullptr;
+        }
+        const auto entries = static_cast<std::size_t>(added);
+        auto fresh = std::make_unique<RegionIndex>(
+            std::span(contours->polygons).first(entries),
+            std::span<const ERMinimax2D>(contours->boxes).first(entries), firstOuter != 0,
+            contours->version);
+        if (index_.compare_exchange_strong(made, fresh.get(), std::memory_order_acq_rel))
+            made = fresh.release();
+    }
+    // A copy may have changed the contours that it shares with this region.
+    return made->version() == contours->version ? made : nullptr;
+}
+
+void ERRegion2D::drop_index() {
+    delete index_.exchange(nullptr, std::memory_order_acq_rel);
+    questions_.store(0, std::memory_order_relaxed);
+}
+
+void ERRegion2D::CleanUpTemporaries(int level) {
+    ERObject::CleanUpTemporaries(level);
+    drop_index();
+}
+
+relpos ERRegion2D::position(int contour, const ERPoint2D& p, const RegionIndex* index) const {
+    if (index != nullptr && index->tree(contour) != nullptr)
+        return index->tree(contour)->position_of(p);
+    return Inside(p, Contour(contour));
+}
+
+PosContours ERRegion2D::position(const ERPoint2D& p, int& contour, const RegionIndex* index) const {
+    if (added == 0) return REGION_INSIDE;
+    contour = 0;
+    if (firstOuter && !contours->boxes[0].contains(p)) return REGION_OUTSIDE;
+    if (index != nullptr) {
+        if (const auto known = index->known_at(p)) {
+            contour = known->inside ? added - 1 : known->contour;
+            return known->inside ? REGION_INSIDE : REGION_OUTSIDE;
+        }
+    }
+    for (int i = 0; i < added; ++i) {
+        contour = i;
+        const bool is_outer = i == 0 && firstOuter;
+        const relpos where = position(i, p, index);
+        if (where == relpos_on_vertex) return REGION_ON_VERTEX;
+        if (where == relpos_on_edge) return REGION_ON_EDGE;
+        if ((where == relpos_inside) != is_outer) return REGION_OUTSIDE;
+    }
+    return REGION_INSIDE;
+}
+
+PosContours ERRegion2D::CheckPoint(ERPoint2D const& p, int& contour) const {
+    return position(p, contour, index(1));
+}
+
+ER_MINMAX_POSITION_POLYGONE ERRegion2D::position(int contour, const ERMinimax2D& box,
+                                                 const RegionIndex* index) const {
+    if (index != nullptr && index->tree(contour) != nullptr)
+        return index->tree(contour)->position_to(box);
+    return box.positionRelative(Contour(contour));
+}
+
+ER_MINMAX_POSITION_POLYGONE ERRegion2D::IsInDomain(ERMinimax2D const& box) const {
+    if (added == 0) return POLYGONE_INSIDE_BOX;
+    const RegionIndex* const made = index(1);
+    if (made != nullptr) {
+        if (const auto known = made->known_under(box))
+            return !known->inside ? POLYGONE_DISJOINT
+                   : firstOuter   ? BOX_INSIDE_POLYGONE
+                                  : POLYGONE_CROSSES_BOX;
+    }
+    bool all_holes_disjoint = true;
+    for (int i = 0; i < added; ++i) {
+        const ER_MINMAX_POSITION_POLYGONE where = position(i, box, made);
+        if (where == POLYGONE_CROSSES_BOX) return POLYGONE_CROSSES_BOX;
+        if (i == 0 && firstOuter) {
+            if (where != BOX_INSIDE_POLYGONE) return where;
+            continue;
+        }
+        if (where == BOX_INSIDE_POLYGONE) return POLYGONE_DISJOINT;
+        all_holes_disjoint &= where == POLYGONE_DISJOINT;
+    }
+    return firstOuter && all_holes_disjoint ? BOX_INSIDE_POLYGONE : POLYGONE_CROSSES_BOX;
+}
+
+void ERRegion2D::printOn(std::ostream& out) const {
+    out << "// contour :  " << added << " loops , first is outer " << firstOuter << '\n';
+    for (int i = 0; i < added; ++i) {
+        const std::span<const ERPoint2D> points = Contour(i).view();
+        out << "//  contour " << i << '\n' << '(' << points.size() << ")[";
+        const char* separator = "";
+        for (const ERPoint2D& p : points) {
+            out << separator << p;
+            separator = ",";
+        }
+        out << "]\n\n";
+    }
+}
+
+ERObject* ERRegion2D::getCopy() const { return nullptr; }

@@ -1,0 +1,65 @@
+// ERChainedMetaSeg2D: a chain of pieces, itself a piece.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/frame/smart_pointer.h"
+#include "velm/planar/chainer_segment.h"
+
+#include <deque>
+#include <iosfwd>
+
+/// Pieces end to end, each in its own direction. A chain without pieces has both ends at the
+/// origin. It is not stored.
+class VELM_API ERChainedMetaSeg2D : public ERChainerSeg2D {
+    VELM_DECLARE_CLASS(ERChainedMetaSeg2D)
+
+public:
+    ERChainedMetaSeg2D() = default;
+    explicit ERChainedMetaSeg2D(t_SmartPtr<ERChainerSeg2D> piece) { insert(piece); }
+
+    int entries() const { return static_cast<int>(pieces.size()); }
+    /// Appends the piece, which isn't looked at. An empty pointer does nothing.
+    void insert(t_SmartPtr<ERChainerSeg2D> piece);
+    /// Appends the pieces of the other chain, which keeps them.
+    void merge(ERChainedMetaSeg2D& other);
+    /// The pieces at the ends, null for a chain without any.
+    ERChainerSeg2D* firstSeg() const;
+    ERChainerSeg2D* lastSeg() const;
+    /// Whether the ends agree within 1e-11 in x and in y.
+    int isClosed() const;
+    void applyOnSegment(void (*operation)(ERChainerSeg2D*, void*), void* data);
+
+    /// Turns the order round and reverses each piece.
+    void reverse() override;
+    /// The sum of the lengths that the pieces had when they came, in order.
+    double length() const override;
+    /// The comparison of the whole chains, then of the pieces at their ends: what meets as chains
+    /// must meet in the same way as pieces, else the chains count as apart. Refused chains stay
+    /// refused.
+    SegCompState compareWith(ERChainerSeg2D const* other, double tol) const override;
+    ERPoint2D getExt1() const override;
+    ERPoint2D getExt2() const override;
+    ERVector2D getTan1() const override;
+    ERVector2D getTan2() const override;
+
+    void printOn(std::ostream& out) const override;
+    /// A chain of the same pieces.
+    ERObject* getCopy() const override;
+
+private:
+    friend class ERChainerProcessor;
+
+    struct Piece {
+        t_SmartPtr<ERChainerSeg2D> segment;
+        double length;
+    };
+
+    /// `merge` with a chain that is not needed any more and may lose its pieces.
+    void take(ERChainedMetaSeg2D& other);
+    bool is_shorter_than(double value) const;
+
+    std::deque<Piece> pieces;
+    mutable double sum = 0.0;
+    mutable bool is_summed = true;
+    double rough_sum = 0.0; // in any order
+};
