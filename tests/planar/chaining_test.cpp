@@ -169,8 +169,10 @@ TEST(Chaining, DrawingsGiveTheirChains) {
         std::vector<int> closed_sizes; // of the closed chains, ascending
         int open;
     };
-    for (const Drawing& drawing : {Drawing{"openscad_export", {4, 4, 54, 54, 54, 54, 57, 57, 57, 57}, 0},
-                                   {"lines", {4, 6}, 1}, {"issue42", {4, 4, 8}, 0}}) {
+    for (const Drawing& drawing :
+         {Drawing{"openscad_export", {4, 4, 54, 54, 54, 54, 57, 57, 57, 57}, 0},
+          {"lines", {4, 6}, 1},
+          {"issue42", {4, 4, 8}, 0}}) {
         std::ifstream in(std::string(VELM_REAL_DATA "/dxf/") + drawing.name + ".txt");
         if (!in) GTEST_SKIP() << "no data in " VELM_REAL_DATA "/dxf";
         ERChainerProcessor processor;
@@ -204,8 +206,9 @@ TEST(Chaining, DrawingsGiveTheirChains) {
 
 TEST(Chaining, StatedRefusalsAndUnlikeUnits) {
     const auto state = [](const Line& a, const Line& b) {
-        return ERChainedMetaSeg2D(new Line(a)).compareWith(
-            t_SmartPtr<ERChainedMetaSeg2D>(new ERChainedMetaSeg2D(new Line(b))).get(), 0.01);
+        return ERChainedMetaSeg2D(new Line(a))
+            .compareWith(t_SmartPtr<ERChainedMetaSeg2D>(new ERChainedMetaSeg2D(new Line(b))).get(),
+                         0.01);
     };
     const Line right({0, 0}, {10, 0});
     EXPECT_EQ(state(right, {{0, 0.001}, {0.001, 0}}), SEGCOMP_REFUSED);

@@ -163,7 +163,8 @@ Polygon contour(Random& random, const ERPoint2D& c, double size, int vertices, i
     Polygon v;
     for (int i = 0; i < vertices; ++i) {
         const double angle = 2.0 * std::numbers::pi * i / vertices;
-        const double r = size * (shape == 0 ? random.uniform(0.4, 1.0) : 1.0 + 0.2 * std::sin(7.0 * angle));
+        const double r =
+            size * (shape == 0 ? random.uniform(0.4, 1.0) : 1.0 + 0.2 * std::sin(7.0 * angle));
         v.push_back(shape == 2 ? ERPoint2D(c.x() + random.below(7) * size / 4.0,
                                            c.y() + random.below(7) * size / 4.0)
                                : c + ERPoint2D(r * std::cos(angle), r * std::sin(angle)));
@@ -194,8 +195,10 @@ protected:
             const Polygon& v = rules.contours[random.next() % rules.contours.size()];
             const int i = random.below(v.size());
             const ERPoint2D on = milieu(v[i], random.below(2) ? v[i] : v[(i + 1) % v.size()]);
-            return on + ERPoint2D(random.below(3) - 1, random.below(3) - 1) *
-                            (random.below(2) ? 0.0 : random.below(2) ? 1e-6 : 1e-10);
+            return on + ERPoint2D(random.below(3) - 1, random.below(3) - 1) * (random.below(2) ? 0.0
+                                                                               : random.below(2)
+                                                                                   ? 1e-6
+                                                                                   : 1e-10);
         }
         return {random.uniform(-reach, reach),
                 random.below(9) ? random.uniform(-reach, reach) : reach * random.below(3) / 4.0};
@@ -221,8 +224,10 @@ TEST_F(RegionByRules, PointsBoxesAndPiecesAreTheSameBitForBit) {
             const ERMinimax2D box(p, random.below(3) ? p + (q - p) * 0.02 : q);
             const int in_domain = rules.in_domain(box);
             ASSERT_EQ(region.IsInDomain(box), in_domain) << "round " << round << ' ' << p << q;
-            ASSERT_EQ(raster.find_relative_position(box),
-                      (raster.getBox() | box) ? 0 : in_domain == 0 ? 0 : in_domain == 2 ? 1 : 2);
+            ASSERT_EQ(raster.find_relative_position(box), (raster.getBox() | box) ? 0
+                                                          : in_domain == 0        ? 0
+                                                          : in_domain == 2        ? 1
+                                                                                  : 2);
             ++seen[0][wanted], ++seen[1][in_domain];
         }
         for (int k = 0; k < 3; ++k) {
@@ -271,11 +276,13 @@ TEST(Region, AgreesWithWindingNumbersOnALattice) {
         std::vector<Polygon> contours;
         for (int i = 0; i < 4; ++i) { // an outer contour and three holes, wherever they lie
             const double size = i == 0 ? 20.0 : 5.0;
-            const int cx = i == 0 ? 0 : random.below(21) - 10, cy = i == 0 ? 0 : random.below(21) - 10;
+            const int cx = i == 0 ? 0 : random.below(21) - 10,
+                      cy = i == 0 ? 0 : random.below(21) - 10;
             auto& v = sites.emplace_back();
             contours.emplace_back();
             for (int k = 0; k < 40; ++k) { // star-shaped, so that winding and parity agree
-                const double angle = 2.0 * std::numbers::pi * k / 40, r = size * random.uniform(0.5, 1.0);
+                const double angle = 2.0 * std::numbers::pi * k / 40,
+                             r = size * random.uniform(0.5, 1.0);
                 v.emplace_back(cx + static_cast<int>(std::lround(r * std::cos(angle))),
                                cy + static_cast<int>(std::lround(r * std::sin(angle))));
                 contours.back().push_back(ERPoint2D(v.back().first, v.back().second));
@@ -291,7 +298,11 @@ TEST(Region, AgreesWithWindingNumbersOnALattice) {
                     wanted = hole == 2 ? 2 : 1 - hole;
                 }
                 const PosContours got = region.CheckPoint(ERPoint2D(x, y), contour);
-                ASSERT_EQ(got == REGION_INSIDE ? 1 : got == REGION_OUTSIDE ? 0 : 2, wanted) << x << ' ' << y;
+                ASSERT_EQ(got == REGION_INSIDE    ? 1
+                          : got == REGION_OUTSIDE ? 0
+                                                  : 2,
+                          wanted)
+                    << x << ' ' << y;
                 const int cell = raster.inside(ERPoint2D(x, y));
                 ASSERT_TRUE(cell == 2 || cell == wanted) << x << ' ' << y;
                 ++seen[wanted];
@@ -329,7 +340,8 @@ TEST(Region, InsideAndOutsideLengthsAddUp) {
         double outside = clipped_length({contours[0]}, false, line);
         for (std::size_t i = 1; i < 3; ++i)
             outside += clipped_length({contours[i]}, true, line);
-        EXPECT_NEAR(clipped_length(contours, true, line) + outside, length(line), 1e-9 * length(line));
+        EXPECT_NEAR(clipped_length(contours, true, line) + outside, length(line),
+                    1e-9 * length(line));
     }
 }
 
@@ -362,12 +374,16 @@ TEST(Grid, CellsAreWhatAPlainArrayHolds) {
         ERGrid2D grid(nx, ny, bit_count, whole);
         const unsigned mask = bit_count == 32 ? ~0u : (1u << bit_count) - 1;
         std::vector<unsigned> cells(static_cast<std::size_t>(nx * ny), mask);
-        const auto plain = [&](int x, int y) -> unsigned& { return cells[static_cast<std::size_t>(x * ny + y)]; };
+        const auto plain = [&](int x, int y) -> unsigned& {
+            return cells[static_cast<std::size_t>(x * ny + y)];
+        };
         grid.set_outside_value(1);
         for (int round = 0; round < 400; ++round) {
-            int i[2] = {random.below(nx), random.below(nx)}, j[2] = {random.below(ny), random.below(ny)};
+            int i[2] = {random.below(nx), random.below(nx)},
+                j[2] = {random.below(ny), random.below(ny)};
             std::sort(i, i + 2), std::sort(j, j + 2);
-            const unsigned value = static_cast<unsigned>(random.next()) & mask & (round % 2 ? 1 : ~0u);
+            const unsigned value =
+                static_cast<unsigned>(random.next()) & mask & (round % 2 ? 1 : ~0u);
             if (round % 3 == 0) grid.set(i[0], j[0], i[1], j[1], value);
             bool same = true;
             for (int x = i[0]; x <= i[1]; ++x)
@@ -421,7 +437,8 @@ TEST(Region, WithoutContoursAndCopiesAndTexts) {
 
 TEST(Region, SnapKeepsALineAlongAnEdgeOnly) {
     const Polygon corner{{0, 0}, {2, 0}, {2, 1e-9}, {2, 2}};
-    EXPECT_EQ(bits(OffsetPolyline({{0, 0}, {2, 0}, {2, 0}, {0, 0}}, 1.0)), bits(Polygon{{0, 1}, {2, 0}, {0, -1}})); // the way turns back
+    EXPECT_EQ(bits(OffsetPolyline({{0, 0}, {2, 0}, {2, 0}, {0, 0}}, 1.0)),
+              bits(Polygon{{0, 1}, {2, 0}, {0, -1}})); // the way turns back
     const Polygon moved = OffsetPolyline(corner, std::sqrt(2.0));
     EXPECT_EQ(moved.size(), 3);
     EXPECT_NEAR(distance(moved[1], {1, 1}), 0.0, 1e-15);

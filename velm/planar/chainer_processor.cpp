@@ -12,7 +12,9 @@ using velm::detail::ChainEndIndex;
 
 namespace {
 
-bool is_plain(const ERChainedMetaSeg2D& chain) { return typeid(chain) == typeid(ERChainedMetaSeg2D); }
+bool is_plain(const ERChainedMetaSeg2D& chain) {
+    return typeid(chain) == typeid(ERChainedMetaSeg2D);
+}
 
 } // namespace
 
@@ -82,9 +84,9 @@ private:
     }
     /// The place of the first slot with this number or a higher one.
     std::size_t place_of(Number number) const {
-        const auto slot = std::lower_bound(
-            slots.begin(), slots.end(), number,
-            [](const Slot& s, Number wanted) { return s.number < wanted; });
+        const auto slot =
+            std::lower_bound(slots.begin(), slots.end(), number,
+                             [](const Slot& s, Number wanted) { return s.number < wanted; });
         return static_cast<std::size_t>(slot - slots.begin());
     }
 

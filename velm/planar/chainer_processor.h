@@ -43,8 +43,8 @@ public:
 
     /// Takes a piece as a new chain.
     int insert(t_SmartPtr<ERChainerSeg2D> piece);
-    /// 1 if the chain is taken in, 0 if it is refused: shorter than the tolerance, or with both ends
-    /// at the same end of another one; what it was linked to before stays linked, but is lost
+    /// 1 if the chain is taken in, 0 if it is refused: shorter than the tolerance, or with both
+    /// ends at the same end of another one; what it was linked to before stays linked, but is lost
     /// with it. The chain grows by those that it meets, in the order of the list, or they by it,
     /// and what comes of it stands at the list's end.
     ///

@@ -11,7 +11,7 @@
 /// How the ends of two pieces A and B meet. The values are fixed.
 enum SegCompState {
     SEGCOMP_APART = 0,
-    SEGCOMP_REFUSED = 1, ///< both ends of B lie at the same end of A
+    SEGCOMP_REFUSED = 1,         ///< both ends of B lie at the same end of A
     SEGCOMP_REFUSED_BY_HOST = 2, ///< for a host's own comparison; treated as SEGCOMP_REFUSED
     SEGCOMP_FIRST_FIRST = 3,
     SEGCOMP_FIRST_LAST = 4, ///< A's first end meets B's last

@@ -27,7 +27,8 @@ ERGrid2D::ERGrid2D(int columns, int rows, int cell_bits, ERMinimax2D const& whol
       wordsPerRow((ny - 1) / cellsPerWord + 1), wordCount(wordsPerRow * nx), box(whole),
       xCell((box.xmax - box.xmin) / nx), yCell((box.ymax - box.ymin) / ny) {
     assert(nx > 0 && ny > 0 && bits > 0 && bits <= CELL_VALUE_BIT_SIZE);
-    words = std::shared_ptr<std::uint32_t[]>(new std::uint32_t[static_cast<std::size_t>(wordCount)]);
+    words =
+        std::shared_ptr<std::uint32_t[]>(new std::uint32_t[static_cast<std::size_t>(wordCount)]);
     std::fill_n(words.get(), wordCount, ~std::uint32_t{0});
 }
 

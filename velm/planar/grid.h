@@ -8,9 +8,9 @@
 #include <cstdint>
 #include <memory>
 
-/// `nx` by `ny` cells of `bits` bits, 1 to 32, packed into words of 32 bits: a row of words for each
-/// i, the cells of ascending j in it from the low bits up. Cells start with all bits set. Copies
-/// share their cells, intended.
+/// `nx` by `ny` cells of `bits` bits, 1 to 32, packed into words of 32 bits: a row of words for
+/// each i, the cells of ascending j in it from the low bits up. Cells start with all bits set.
+/// Copies share their cells, intended.
 ///
 /// The owner sees to it that indices are in range and lower bounds don't exceed upper ones.
 class VELM_API ERGrid2D {

@@ -60,8 +60,8 @@ public:
 /// parity of `Inside`.
 ///
 /// Once its contours are added, several threads may ask one region: answers keep all their state in
-/// the call. After some questions the region makes an index for itself that changes no answer; `Add`
-/// and `CleanUpTemporaries` give it back.
+/// the call. After some questions the region makes an index for itself that changes no answer;
+/// `Add` and `CleanUpTemporaries` give it back.
 ///
 /// A copy and its source share their contours, intended: what is added to one of them at an index
 /// replaces what the other has there. A region is not stored.
@@ -108,8 +108,8 @@ public:
     /// `snap` (see OffsetPolyline), to one side or the other, leaves pieces that are together
     /// longer than all of `result` by more than ten times snap, those replace `result`. Intended:
     /// they stay where they were moved to.
-    void IntersectWithSnap(ERVec<ERPoint2D> const& polyline,
-                           ERTValVector<ERVec<ERPoint2D>>& result, double snap) const;
+    void IntersectWithSnap(ERVec<ERPoint2D> const& polyline, ERTValVector<ERVec<ERPoint2D>>& result,
+                           double snap) const;
 
     void printOn(std::ostream& out) const override;
     /// Null, intended.
@@ -123,8 +123,7 @@ protected:
 
 private:
     const velm::detail::RegionIndex* index(int questions) const;
-    relpos position(int contour, const ERPoint2D& p,
-                    const velm::detail::RegionIndex* index) const;
+    relpos position(int contour, const ERPoint2D& p, const velm::detail::RegionIndex* index) const;
     PosContours position(const ERPoint2D& p, int& contour,
                          const velm::detail::RegionIndex* index) const;
     ER_MINMAX_POSITION_POLYGONE position(int contour, const ERMinimax2D& box,

@@ -186,11 +186,10 @@ void ERRegion2D::Intersect(ERVec<ERPoint2D> const& polyline, ERTValVector<ERVec<
         for (const _Intersect& stop : stops)
             debug->onIntersect(&stop);
     }
-    std::vector<ERVec<ERPoint2D>> pieces =
-        PieceMaker(stops).make([&](const ERPoint2D& p) {
-            int contour = 0;
-            return position(p, contour, made);
-        });
+    std::vector<ERVec<ERPoint2D>> pieces = PieceMaker(stops).make([&](const ERPoint2D& p) {
+        int contour = 0;
+        return position(p, contour, made);
+    });
     const int before = result.length();
     result.reshape(before + static_cast<int>(pieces.size()));
     std::move(pieces.begin(), pieces.end(), result.begin() + before);

@@ -94,10 +94,9 @@ SegCompState ERChainedMetaSeg2D::compareWith(ERChainerSeg2D const* other, double
     };
     const SegCompState whole =
         is_plain(*this) && is_plain(*chain)
-            ? velm::detail::compare_ends(*this, *chain, tol,
-                                         [&](double d) {
-                                             return is_shorter_than(d) && chain->is_shorter_than(d);
-                                         })
+            ? velm::detail::compare_ends(
+                  *this, *chain, tol,
+                  [&](double d) { return is_shorter_than(d) && chain->is_shorter_than(d); })
             : ERChainerSeg2D::compareWith(chain, tol);
     if (whole <= SEGCOMP_REFUSED_BY_HOST || pieces.empty() || chain->pieces.empty()) return whole;
 

@@ -22,8 +22,8 @@ ContourTree::LineSide::LineSide(const ERPoint2D& from, const ERPoint2D& to,
     constexpr double margin_per_magnitude = 1e-12;
     constexpr double largest_magnitude = 1e150; // whose products are doubles
     double magnitude = 0.0;
-    for (const double x : {from.x(), from.y(), to.x(), to.y(), whole.xmin, whole.xmax, whole.ymin,
-                           whole.ymax})
+    for (const double x :
+         {from.x(), from.y(), to.x(), to.y(), whole.xmin, whole.xmax, whole.ymin, whole.ymax})
         magnitude = std::max(magnitude, std::fabs(x));
     margin = magnitude <= largest_magnitude ? margin_per_magnitude * magnitude
                                             : std::numeric_limits<double>::infinity();

@@ -49,7 +49,7 @@ inline RayEdge ray_test(const ERPoint2D& p, const ERPoint2D& a, const ERPoint2D&
     const int above_lower_end = int{p.y() > a.y()} | (p.y() > b.y());
     const int ends_on_both_sides = (side_of_p > 0.0) != (side_of_ray_end > 0.0);
     return static_cast<RayEdge>(int{!all_left} & above_lower_end & int{!upper_end_behind} &
-                             ends_on_both_sides);
+                                ends_on_both_sides);
 }
 
 /// A walk over the edges of a polygon, in order.

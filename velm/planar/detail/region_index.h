@@ -1,5 +1,5 @@
-// velm::detail::RegionIndex: what a region keeps only to answer faster: a raster and a tree for each
-// contour.
+// velm::detail::RegionIndex: what a region keeps only to answer faster: a raster and a tree for
+// each contour.
 #pragma once
 
 #include "velm/frame/box.h"

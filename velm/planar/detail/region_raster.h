@@ -13,8 +13,8 @@
 namespace velm::detail {
 
 /// A cell is known when no edge comes within `margin` of it. Every point of it then lies the same
-/// way to every contour, by the rules of `Inside` too, and a box within known cells meets no edge by
-/// those of `SutherCohen`:
+/// way to every contour, by the rules of `Inside` too, and a box within known cells meets no edge
+/// by those of `SutherCohen`:
 /// - the edge tolerance of `Inside`, 1e-10 on products, reaches 2.3e-5 from an edge at most;
 /// - rounding, in those rules and of the cells' borders, displaces a point or an edge by less than
 ///   some 10 roundings of the largest coordinate; `margin` holds some thousand.
