@@ -36,7 +36,8 @@ std::string property_text(const ERDBObjProperty& property) {
     case ERDBObjProperty::string_value:
         break;
     }
-    return "text " + std::string(static_cast<const char*>(property));
+    // A line end in it would begin another property.
+    return "text " + terminal_text(utf8_text(static_cast<const char*>(property)));
 }
 
 std::string properties_text(const ERDBObject& record) {

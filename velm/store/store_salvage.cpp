@@ -144,7 +144,7 @@ TreeImage lost_nodes(const StoreImage& image, WasteSearch& search, StoreTree for
 
 void gather_classes(const StoreImage& image, const TreeImage& lost, Content& content) {
     for (const TreeImage::Entry& entry : image.classes.entries)
-        content.classes.emplace(entry.value, entry.key);
+        if (entry.value >= 1 && !entry.key.empty()) content.classes.emplace(entry.value, entry.key);
     for (const TreeImage::Entry& entry : lost.entries)
         if (is_class_name(entry.key)) content.classes.emplace(entry.value, entry.key);
 }
