@@ -95,7 +95,8 @@ TEST(PersistentValues, StoreAndMoveAsTheirValues) {
     pair.translate(pair.get_first_point());
     pair.scale(2);
     EXPECT_EQ(text(shift >> pair), "(P) [5,9,13](P) [11,15,19]");
-    const std::unique_ptr<ERObject> copy((solid = ERPoint3D(7, 8, 9)).getCopy());
+    solid = ERPoint3D(7, 8, 9);
+    const std::unique_ptr<ERObject> copy(solid.getCopy());
     EXPECT_EQ(text(ERPersistentPoint3D::castdown(*copy)), "(P) [7,8,9]");
 }
 
