@@ -13,10 +13,10 @@
 #include <iosfwd>
 
 /// The kinds of name space. The values stand in archives and must never change.
-enum gmNSType { gmNSTypeInvalid = 0, gmNSTypeName = 1, gmNSTypeFile = 2 };
+enum gmNSType : int { gmNSTypeInvalid = 0, gmNSTypeName = 1, gmNSTypeFile = 2 };
 
 /// How much of an identifier its text tells. The values are fixed: hosts keep them.
-enum gmRepresentation {
+enum gmRepresentation : int {
     gmRepresentationLeaf = 0,      ///< the numbers and the last level
     gmRepresentationNameSpace = 1, ///< the displayed name space too
     gmRepresentationFull = 2       ///< name space, path and type

@@ -20,8 +20,6 @@ public:
     /// Zero.
     PersistentPoint() = default;
     PersistentPoint(const Point& p) : Point(p) {}
-    using Point::operator=;
-
     const Point& value() const { return *this; }
     Point& value() { return *this; }
 
@@ -50,7 +48,10 @@ class VELM_API ERPersistentPoint2D : public velm::detail::PersistentPoint<velm::
 
 public:
     using PersistentPoint::PersistentPoint;
-    using PersistentPoint::operator=;
+    ERPersistentPoint2D& operator=(const ERPoint2D& p) {
+        value() = p;
+        return *this;
+    }
 
     void transformFrom(const ERTransfo2D& t) override;
     void transformTo(const ERTransfo2D& t) override;
@@ -63,7 +64,10 @@ class VELM_API ERPersistentPoint3D : public velm::detail::PersistentPoint<velm::
 
 public:
     using PersistentPoint::PersistentPoint;
-    using PersistentPoint::operator=;
+    ERPersistentPoint3D& operator=(const ERPoint3D& p) {
+        value() = p;
+        return *this;
+    }
 
     void transformFrom(const ERPmSimilitude3D& t) override;
     void transformFrom(const ERPmIsometrie3D& t) override;
@@ -83,7 +87,10 @@ public:
 
     ERPersistentVector3D() = default;
     ERPersistentVector3D(const ERVector3D& v) : ERVector3D(v) {}
-    using ERVector3D::operator=;
+    ERPersistentVector3D& operator=(const ERVector3D& v) {
+        static_cast<ERVector3D&>(*this) = v;
+        return *this;
+    }
 
     void printOn(std::ostream& out) const override;
     ERObject* getCopy() const override;
