@@ -10,6 +10,7 @@
 #include <new>
 
 #include "inspect/arguments.h"
+#include "inspect/clip_command.h"
 #include "inspect/failure.h"
 #include "inspect/output_set.h"
 #include "inspect/section_command.h"
@@ -24,6 +25,7 @@ constexpr const char* examples =
     "Examples:\n"
     "  velm-inspect section wing.dat probed.csv --tolerance 0.05\n"
     "  velm-inspect section wing.dat probed.csv --tolerance -0.02 0.05 --svg report.svg\n"
+    "  velm-inspect clip plate.txt path.txt --svg path.svg\n"
     "  velm-inspect store parts.velm --check\n"
     "  velm-inspect section --help\n";
 
@@ -54,6 +56,7 @@ ExitCode run(int argc, char** argv) {
     app.require_subcommand(1);
     Command command;
     add_section_command(app, command);
+    add_clip_command(app, command);
     add_store_command(app, command);
 
     std::vector<std::string> arguments = join_numbers({argv + 1, argv + argc});

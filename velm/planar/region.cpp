@@ -99,6 +99,7 @@ void ERRegion2D::CleanUpTemporaries(int level) {
 }
 
 relpos ERRegion2D::position(int contour, const ERPoint2D& p, const RegionIndex* index) const {
+    if (index != nullptr && index->is_left_of(contour, p)) return relpos_outside;
     if (index != nullptr && index->tree(contour) != nullptr)
         return index->tree(contour)->position_of(p);
     return Inside(p, Contour(contour));

@@ -32,6 +32,8 @@ RegionIndex::RegionIndex(Contours contours, std::span<const ERMinimax2D> boxes, 
         if (ContourTree::serves(contour.view())) trees_.back().emplace(contour.view());
         raster_.mark(contour.view());
     }
+    for (const ERMinimax2D& box : boxes)
+        left_limits_.push_back(box.xmin - raster_.margin());
     if (raster_.exists()) fill_raster(contours, first_outer);
 }
 

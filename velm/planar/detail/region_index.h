@@ -38,6 +38,13 @@ public:
         return tree ? &*tree : nullptr;
     }
 
+    /// Whether p lies so far to the left of the contour's box that it is clear of every edge, and
+    /// its ray crosses an even number of them: it is outside.
+    bool is_left_of(int contour, const ERPoint2D& p) const {
+        return p.x() < left_limits_[static_cast<std::size_t>(contour)] &&
+               p.x() >= -RegionRaster::largest_coordinate && p.y() == p.y();
+    }
+
     std::optional<Known> known_at(const ERPoint2D& p) const { return known(raster_.value(p)); }
     /// The same for a box that meets no edge by the rules of `SutherCohen`.
     std::optional<Known> known_under(const ERMinimax2D& box) const {
@@ -58,6 +65,7 @@ private:
 
     unsigned long version_;
     std::vector<std::optional<ContourTree>> trees_;
+    std::vector<double> left_limits_;
     RegionRaster raster_;
 };
 

@@ -7,18 +7,17 @@ namespace velm::detail {
 
 namespace {
 
-constexpr double largest_coordinate = 1e11;
 constexpr double least_difference = 1e-100;
 constexpr double edge_tolerance_reach = 3e-5;
 constexpr double margin_per_magnitude = 1e-12;
 
-constexpr int fewest_cells = 32; // a side
+constexpr int fewest_cells = 64; // a side
 constexpr int most_cells = 512;
 constexpr double most_cells_under_box = 256.0;
 
-/// About four cells a side for each vertex on a side of a square of them, a power of two.
+/// About eight cells a side for each vertex on a side of a square of them, a power of two.
 int cells_for(std::size_t vertices) {
-    const double wanted = 4.0 * std::sqrt(static_cast<double>(vertices));
+    const double wanted = 8.0 * std::sqrt(static_cast<double>(vertices));
     int cells = fewest_cells;
     while (cells < wanted && cells < most_cells)
         cells *= 2;
@@ -26,6 +25,7 @@ int cells_for(std::size_t vertices) {
 }
 
 bool in_range(double a, double b) {
+    constexpr double largest_coordinate = RegionRaster::largest_coordinate;
     const double difference = std::fabs(b - a);
     return std::fabs(a) <= largest_coordinate && std::fabs(b) <= largest_coordinate &&
            (difference == 0.0 || difference >= least_difference);

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -24,6 +25,8 @@ namespace velm::detail {
 /// Reading is safe in several threads.
 class RegionRaster {
 public:
+    static constexpr double largest_coordinate = 1e11;
+
     /// What a cell holds: 0 for a cell that is not known, else the caller's value.
     using Value = std::uint8_t;
 
@@ -45,6 +48,10 @@ public:
             }
         }
     }
+
+    /// How far from an edge, measured along x, a point is clear of it by the above; infinite
+    /// without a raster.
+    double margin() const { return exists() ? margin_ : std::numeric_limits<double>::infinity(); }
 
     /// The value of the cell under p, 0 outside the raster.
     Value value(const ERPoint2D& p) const {

@@ -1,0 +1,101 @@
+#include "inspect/clip.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "inspect/clip_picture.h"
+#include "inspect/clip_reports.h"
+#include "inspect/outline_reader.h"
+#include "inspect/output_set.h"
+#include "velm/frame/point_functions.h"
+#include "velm/frame/val_vector.h"
+#include "velm/planar/region.h"
+
+namespace velm::inspect {
+namespace {
+
+// Largest coordinates between these suit a region as they are.
+constexpr double smallest_unscaled = 0.5;
+constexpr double largest_unscaled = 1e10;
+
+double length_of(const Polygon& line) {
+    double sum = 0.0;
+    for (int i = 1; i < line.size(); ++i)
+        sum += distance(line.data()[i - 1], line.data()[i]);
+    return sum;
+}
+
+double scale_for(const Outline& region, const std::vector<Polygon>& polylines) {
+    double largest = 0.0;
+    const auto note = [&largest](const Polygon& points) {
+        for (const ERPoint2D& p : points.view())
+            largest = std::max({largest, std::fabs(p.x()), std::fabs(p.y())});
+    };
+    for (const Contour& contour : region.contours)
+        note(contour.vertices());
+    for (const Polygon& line : polylines)
+        note(line);
+    if (largest >= smallest_unscaled && largest <= largest_unscaled) return 1.0;
+    return std::ldexp(1.0, std::clamp(10 - std::ilogb(largest), -1000, 1000));
+}
+
+Polygon scaled(Polygon points, double factor) {
+    if (factor != 1.0) {
+        for (ERPoint2D& p : points)
+            p *= factor;
+    }
+    return points;
+}
+
+void require_straight(const TextSource& source, const Outline& region) {
+    for (const Contour& contour : region.contours)
+        if (contour.has_arcs())
+            source.refuse_whole("the region has arcs; expected contours of straight edges");
+}
+
+} // namespace
+
+ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
+    const double factor = scale_for(region, polylines);
+    ERRegion2D domain(static_cast<int>(region.contours.size()), 1);
+    for (const Contour& contour : region.contours)
+        domain.Add(scaled(contour.vertices(), factor));
+    ClipResult result;
+    for (std::size_t i = 0; i < polylines.size(); ++i) {
+        ERTValVector<Polygon> pieces;
+        domain.Intersect(scaled(polylines[i], factor), pieces);
+        result.length += length_of(polylines[i]);
+        for (const Polygon& piece : pieces) {
+            const Polygon points = scaled(piece, 1.0 / factor);
+            result.pieces.push_back({static_cast<int>(i), points, length_of(points)});
+            result.length_inside += result.pieces.back().length;
+        }
+    }
+    return result;
+}
+
+ExitCode clip_polylines(const ClipOptions& options) {
+    TextSource region_file(options.region);
+    const Outline region = read_outline(region_file, options.form);
+    require_straight(region_file, region);
+    TextSource polyline_file(options.polyline);
+    const Polylines polylines = read_polylines(polyline_file);
+
+    OutputSet outputs;
+    bool shows_text = !options.quiet;
+    const auto prepare = [&](const std::optional<std::string>& path) -> Output* {
+        if (path == "-") shows_text = false;
+        return path ? &outputs.add(*path) : nullptr;
+    };
+    Output* const json = prepare(options.json);
+    Output* const svg = prepare(options.svg);
+    const ClipResult result = clip(region, polylines.lines);
+    if (json != nullptr)
+        write_clip_json(*json, result, options, static_cast<int>(polylines.lines.size()));
+    if (svg != nullptr) svg->write(clip_picture(region, polylines, result, options));
+    if (shows_text) write_clip_text(outputs.add("-"), result, options);
+    outputs.commit();
+    return ExitCode::good;
+}
+
+} // namespace velm::inspect

@@ -1,0 +1,43 @@
+// clip.h: polylines cut down to a region: `ClipOptions`, `ClipResult`, `clip_polylines`.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inspect/contour.h"
+#include "inspect/failure.h"
+#include "inspect/polyline_reader.h"
+
+namespace velm::inspect {
+
+struct ClipOptions {
+    std::string region;
+    std::string polyline;
+    std::optional<std::string> json, svg;
+    OutlineForm form = OutlineForm::automatic;
+    bool quiet = false;
+};
+
+/// A part of a polyline that lies in the region, borders included.
+struct ClipPiece {
+    int polyline; ///< from 0, in the order of the file
+    Polygon points;
+    double length;
+};
+
+struct ClipResult {
+    std::vector<ClipPiece> pieces; ///< polyline by polyline, each along its way
+    double length_inside = 0.0;
+    double length = 0.0; ///< of all polylines
+};
+
+/// The pieces of the polylines within the outer contour and outside its holes. Coordinates are
+/// scaled by a power of two, which is exact, where the tolerances of a region would not suit them.
+ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines);
+
+/// Reads both files, clips, and writes the pieces and the reports that are asked for; all outputs
+/// appear together at the end or not at all. Throws `Failure`.
+ExitCode clip_polylines(const ClipOptions& options);
+
+} // namespace velm::inspect

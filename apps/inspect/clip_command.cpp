@@ -1,0 +1,77 @@
+#include "inspect/clip_command.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "inspect/clip.h"
+#include "inspect/output_set.h"
+
+namespace velm::inspect {
+namespace {
+
+constexpr const char* examples =
+    "Examples:\n"
+    "  velm-inspect clip plate.txt path.txt\n"
+    "      the pieces of the path that lie in the plate, as polylines again\n"
+    "  velm-inspect clip plate.txt path.txt --svg path.svg --json path.json\n"
+    "      and a picture, and the pieces with their lengths for programs\n";
+
+constexpr const char* files_text =
+    "REGION: contours of straight edges as NOMINAL of section, the first outer, the others\n"
+    "holes.\n"
+    "POLYLINE: a point a line, two numbers parted by blanks, tabs or commas; # starts a\n"
+    "comment; a blank line parts polylines. Borders of the region belong to it.\n"
+    "- is standard input or output.\n\n";
+
+struct Texts {
+    ClipOptions options;
+    std::string json, svg;
+};
+
+ClipOptions understand(const CLI::App& clip, const Texts& texts) {
+    ClipOptions options = texts.options;
+    std::vector<std::string> outputs;
+    const auto take = [&](const char* name, const std::string& path,
+                          std::optional<std::string>& to) {
+        if (clip.count(name) == 0) return;
+        if (path.empty())
+            throw Failure(ExitCode::usage, std::string(name) + ": expected the name of a file");
+        to = is_standard_output(path) ? "-" : path;
+        outputs.push_back(*to);
+    };
+    take("--json", texts.json, options.json);
+    take("--svg", texts.svg, options.svg);
+    if (!options.quiet && std::find(outputs.begin(), outputs.end(), "-") == outputs.end())
+        outputs.push_back("-"); // the pieces
+    if (options.region.empty() || options.polyline.empty())
+        throw Failure(ExitCode::usage, "REGION POLYLINE: expected the names of two files");
+    if (options.region == "-" && options.polyline == "-")
+        throw Failure(ExitCode::usage, "only one of the two inputs can be standard input");
+    check_outputs({options.region, options.polyline}, outputs);
+    return options;
+}
+
+} // namespace
+
+void add_clip_command(CLI::App& app, Command& command) {
+    CLI::App* const clip =
+        app.add_subcommand("clip", "The pieces of polylines that lie in a region");
+    clip->formatter(std::make_shared<HelpText>(examples));
+    clip->footer(files_text + exit_codes_text());
+
+    const auto texts = std::make_shared<Texts>();
+    clip->add_option("REGION", texts->options.region, "The contours of the region")
+        ->required()
+        ->type_name("");
+    clip->add_option("POLYLINE", texts->options.polyline, "The polylines")
+        ->required()
+        ->type_name("");
+    clip->add_option("--json", texts->json, "Writes the pieces as JSON")->type_name("FILE");
+    clip->add_option("--svg", texts->svg, "Draws the picture")->type_name("FILE");
+    clip->add_flag("--quiet", texts->options.quiet, "No text on standard output");
+    clip->callback([clip, texts, &command] {
+        command = [options = understand(*clip, *texts)] { return clip_polylines(options); };
+    });
+}
+
+} // namespace velm::inspect

@@ -1,0 +1,61 @@
+// velm-inspect clip, run as a user would: pieces, their reports, and files that can't be clipped.
+#include <string>
+
+#include "inspect/workshop.h"
+
+namespace {
+
+using velm_test::Workshop;
+
+TEST(Clip, PiecesComeOutAsTextJsonAndPicture) {
+    const Workshop shop;
+    shop.write("plate.txt", velm_test::plate);
+    // Through plate, hole and plate; wholly inside; wholly outside.
+    shop.write("path.txt", "a path\n-1 5\n11 5\n\n1 1\n2 1\n2 2\n\n20 20\n30 20\n");
+    const auto ended = shop.run("clip plate.txt path.txt --json r.json --svg r.svg");
+    EXPECT_EQ(ended.code, 0) << ended.error;
+    EXPECT_EQ(ended.out, "# 3 pieces of path.txt in plate.txt, 10 of 24 long\n"
+                         "# piece 1, of polyline 1, 4 long\n0 5\n4 5\n\n"
+                         "# piece 2, of polyline 1, 4 long\n6 5\n10 5\n\n"
+                         "# piece 3, of polyline 2, 2 long\n1 1\n2 1\n2 2\n");
+    const auto report = shop.read_json("r.json");
+    EXPECT_EQ(report["pieces"][1]["points"][0], nlohmann::json::parse("[6,5]"));
+    EXPECT_EQ(report["summary"]["length_inside"], 10);
+    EXPECT_NE(shop.read("r.svg").find("3 pieces"), std::string::npos);
+
+    // What comes out goes in again, and stays as it is.
+    shop.write("again.txt", ended.out);
+    EXPECT_EQ(shop.run("clip plate.txt again.txt").out.substr(0, 60),
+              "# 3 pieces of again.txt in plate.txt, 10 of 10 long\n# piece ");
+    // So small a plate needs scaling.
+    shop.write("tiny.txt", "0 0\n1e-9 0\n1e-9 1e-9\n0 1e-9\n");
+    shop.write("tiny_path.txt", "-1e-9 5e-10\n2e-9 5e-10\n");
+    EXPECT_EQ(shop.run("clip tiny.txt tiny_path.txt").out.substr(0, 30),
+              "# 1 piece of tiny_path.txt in ");
+}
+
+TEST(Clip, SaysWhatIsWrong) {
+    const Workshop shop;
+    shop.write("plate.txt", velm_test::plate);
+    shop.write("path.txt", "0 0\n1 1\n");
+    shop.write("one.txt", "0 0\n1 1\n\n3 3\n3 3\n");
+    shop.write("word.txt", "0 0\n1 one\n");
+    shop.write("disc.txt", "C 0 0 5\n");
+    const struct {
+        const char *arguments, *error;
+        int code;
+    } cases[] = {
+        {"plate.txt one.txt", "one.txt, line 4: the polyline that starts here has one", 3},
+        {"plate.txt word.txt", "word.txt, line 2: expected a number, found 'one'", 3},
+        {"disc.txt path.txt", "disc.txt: the region has arcs", 3},
+        {"plate.txt path.txt --svg plate.txt", "the output plate.txt is the input", 2},
+        {"plate.txt missing.txt", "missing.txt", 4},
+    };
+    for (const auto& c : cases) {
+        const auto ended = shop.run(std::string("clip ") + c.arguments);
+        EXPECT_EQ(ended.code, c.code) << c.arguments;
+        EXPECT_NE(ended.error.find(c.error), std::string::npos) << ended.error;
+    }
+}
+
+} // namespace
