@@ -110,7 +110,6 @@ TEST(OutlineReader, RefusalsNameTheLineAndTheCause) {
         {"0 0\n1 a\n", "o.dat, line 2: expected a number, found 'a'"},
         {"0 0\n1,,0\n", "o.dat, line 2: expected two numbers, x and y, found '1,,0'"},
         {"M 0 0\nL 1 nan\n", "o.dat, line 2: expected a finite number, found 'nan'"},
-        {"M 0 inf\n", "o.dat, line 1: expected a finite number, found 'inf'"},
         {"t\nM 0\n", "o.dat, line 2: expected M x y, found 'M 0'"},
         {"C 0 0 1\n1 1\n", "o.dat, line 2: expected M, L, A, Z or C, found '1 1'"},
         {"M 0 0\nA 2 0 1 0 left\n", "o.dat, line 2: expected ccw or cw, found 'left'"},
@@ -150,8 +149,6 @@ TEST(OutlineReader, LinesAndArcsMakeContours) {
     EXPECT_EQ(outline.title, "Bracket");
     EXPECT_EQ(outline.form, OutlineForm::arcs);
     ASSERT_EQ(outline.contours.size(), 4u);
-    EXPECT_EQ(outline.contours[0].size(), 4);
-    EXPECT_EQ(outline.contours[0].arcs().size(), 1u);
     const double pi = std::acos(-1.0);
     const double areas[] = {8.0 + pi / 2.0, pi / 4.0, -pi, pi / 2.0};
     for (std::size_t c = 0; c < 4; ++c)
