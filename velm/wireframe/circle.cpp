@@ -97,3 +97,9 @@ int GetCircle(const ERPoint3D& a, const ERPoint3D& b, const ERPoint3D& c, ERPoin
     radius = distance(center, a);
     return 1;
 }
+
+int GetCircle(const ERPoint3D& a, const ERPoint3D& b, const ERPoint3D& c, ERPoint3D& center,
+              double& radius) {
+    ERVector3D normal;
+    return GetCircle(a, b, c, center, normal, radius);
+}

@@ -66,3 +66,6 @@ VELM_API int GetCircle(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& 
 /// component above 1e-11 lie on one line; `normal` is left alone then, too.
 VELM_API int GetCircle(const ERPoint3D& a, const ERPoint3D& b, const ERPoint3D& c,
                        ERPoint3D& center, ERVector3D& normal, double& radius);
+/// The same without the normal.
+VELM_API int GetCircle(const ERPoint3D& a, const ERPoint3D& b, const ERPoint3D& c,
+                       ERPoint3D& center, double& radius);

@@ -1,0 +1,244 @@
+#include "velm/numerics/principal_axes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace velm {
+
+namespace {
+
+constexpr double eps = std::numeric_limits<double>::epsilon();
+
+template <class D>
+using Axes = std::array<typename D::Vector, PrincipalAxes<D>::n>;
+template <std::size_t n>
+using Symmetric = std::array<std::array<double, n>, n>;
+
+/// Sums are kept in lanes, so that one addition need not wait for the last.
+constexpr std::size_t lanes = 4;
+using Lanes = std::array<double, lanes>;
+
+double total(const Lanes& sum) { return (sum[0] + sum[1]) + (sum[2] + sum[3]); }
+
+/// Calls add(lane, point) for every point.
+template <class Point, class Add>
+void for_each_in_lanes(std::span<const Point> points, Add add) {
+    std::size_t i = 0;
+    for (; i + lanes <= points.size(); i += lanes)
+        for (std::size_t lane = 0; lane < lanes; ++lane)
+            add(lane, points[i + lane]);
+    for (std::size_t lane = 0; i < points.size(); ++i, ++lane)
+        add(lane, points[i]);
+}
+
+template <class D>
+typename D::Point mean_of(std::span<const typename D::Point> points) {
+    constexpr std::size_t n = PrincipalAxes<D>::n;
+    const typename D::Point first = points.front();
+    std::array<Lanes, n> sum{};
+    for_each_in_lanes(points, [&](std::size_t lane, const auto& p) {
+        for (std::size_t k = 0; k < n; ++k)
+            sum[k][lane] += p[int(k)] - first[int(k)];
+    });
+    const auto count = static_cast<double>(points.size());
+    return D::Point::each([&](int k) { return first[k] + total(sum[std::size_t(k)]) / count; });
+}
+
+/// The moments about `centre` of what coordinates(p - centre) gives, corrected for their means,
+/// which are written to `means`.
+template <class D, class Coordinates>
+Symmetric<PrincipalAxes<D>::n> moments(std::span<const typename D::Point> points,
+                                       const typename D::Point& centre, Coordinates coordinates,
+                                       std::array<double, PrincipalAxes<D>::n>& means) {
+    constexpr std::size_t n = PrincipalAxes<D>::n;
+    std::array<Lanes, n> first{};
+    std::array<Lanes, n*(n + 1) / 2> second{};
+    for_each_in_lanes(points, [&](std::size_t lane, const auto& p) {
+        const auto u = coordinates(typename D::Vector(centre, p));
+        std::size_t at = 0;
+        for (std::size_t k = 0; k < n; ++k) {
+            const double value = u[int(k)];
+            first[k][lane] += value;
+            for (std::size_t l = k; l < n; ++l)
+                second[at++][lane] += value * u[int(l)];
+        }
+    });
+    const auto count = static_cast<double>(points.size());
+    for (std::size_t k = 0; k < n; ++k)
+        means[k] = total(first[k]) / count;
+    Symmetric<n> result{};
+    std::size_t at = 0;
+    for (std::size_t k = 0; k < n; ++k)
+        for (std::size_t l = k; l < n; ++l)
+            result[k][l] = result[l][k] = total(second[at++]) / count - means[k] * means[l];
+    return result;
+}
+
+/// Turns axes k and l so that m[k][l] vanishes.
+template <std::size_t n, class Vector>
+void rotate(Symmetric<n>& m, std::array<Vector, n>& axis, std::size_t k, std::size_t l) {
+    const double theta = (m[l][l] - m[k][k]) / (2.0 * m[k][l]);
+    const double t = std::copysign(1.0, theta) / (std::fabs(theta) + std::hypot(theta, 1.0));
+    const double c = 1.0 / std::sqrt(t * t + 1.0), s = t * c;
+    m[k][k] -= t * m[k][l];
+    m[l][l] += t * m[k][l];
+    m[k][l] = m[l][k] = 0.0;
+    for (std::size_t r = 0; r < n; ++r) {
+        if (r == k || r == l) continue;
+        const double mk = m[r][k], ml = m[r][l];
+        m[r][k] = m[k][r] = c * mk - s * ml;
+        m[r][l] = m[l][r] = s * mk + c * ml;
+    }
+    const Vector old = axis[k];
+    axis[k] = old * c - axis[l] * s;
+    axis[l] = old * s + axis[l] * c;
+}
+
+/// Cyclic Jacobi: carries `axis` to the axes of m, by decreasing diagonal. An element counts as
+/// zero when it can change neither of its diagonal elements, so small ones keep their digits.
+template <std::size_t n, class Vector>
+void diagonalise(Symmetric<n>& m, std::array<Vector, n>& axis) {
+    constexpr int most_sweeps = 30; // far more than the few that it takes
+    bool turned = true;
+    for (int sweep = 0; sweep < most_sweeps && turned; ++sweep) {
+        turned = false;
+        for (std::size_t k = 0; k + 1 < n; ++k) {
+            for (std::size_t l = k + 1; l < n; ++l) {
+                const double limit = std::sqrt(std::fabs(m[k][k])) * std::sqrt(std::fabs(m[l][l]));
+                if (!(std::fabs(m[k][l]) > 0.25 * eps * limit)) continue;
+                rotate<n>(m, axis, k, l);
+                turned = true;
+            }
+        }
+    }
+    for (std::size_t k = 0; k + 1 < n; ++k) {
+        for (std::size_t l = n - 1; l > k; --l) {
+            if (!(m[l][l] > m[l - 1][l - 1])) continue;
+            std::swap(m[l][l], m[l - 1][l - 1]);
+            std::swap(axis[l], axis[l - 1]);
+        }
+    }
+}
+
+template <class Point>
+double largest_coordinate(std::span<const Point> points) {
+    double largest = 0.0;
+    for (const Point& p : points)
+        for (int k = 0; k < Point::components; ++k)
+            largest = std::max(largest, std::fabs(p[k]));
+    return largest;
+}
+
+template <class D>
+bool finite(const typename D::Point& p) {
+    for (int k = 0; k < D::Point::components; ++k)
+        if (!std::isfinite(p[k])) return false;
+    return true;
+}
+
+/// Points whose squares overflow or vanish: the same about the first point, in a scale of their
+/// own.
+template <class D>
+PrincipalAxes<D> scaled_axes(std::span<const typename D::Point> points) {
+    using Point = typename D::Point;
+    PrincipalAxes<D> result;
+    result.outcome = FitOutcome::not_finite;
+    if (!std::all_of(points.begin(), points.end(), finite<D>)) return result;
+    const double largest = largest_coordinate(points);
+    const int shrink = largest > 0x1p500 ? -std::ilogb(largest) : 0;
+    const auto shrunk = [shrink](const Point& p) {
+        return Point::each([&](int k) { return std::scalbn(p[k], shrink); });
+    };
+    const Point first = shrunk(points.front());
+    std::vector<Point> moved;
+    moved.reserve(points.size());
+    for (const Point& p : points)
+        moved.push_back(shrunk(p) - first);
+    const double reach = largest_coordinate(std::span<const Point>(moved));
+    result.outcome = FitOutcome::coincident;
+    result.centroid = points.front();
+    if (reach == 0.0) return result;
+    const int grow = -std::ilogb(reach);
+    for (Point& p : moved)
+        p = Point::each([&](int k) { return std::scalbn(p[k], grow); });
+    result = principal_axes<D>(std::span<const Point>(moved));
+    const int back = -shrink - grow;
+    result.centroid = Point::each([&](int k) {
+        return std::scalbn(first[k] + std::scalbn(result.centroid[k], -grow), -shrink);
+    });
+    for (double& spread : result.spread)
+        spread = std::scalbn(spread, back);
+    result.rounding = std::max(std::scalbn(result.rounding, back), 8.0 * eps * largest);
+    return result;
+}
+
+} // namespace
+
+template <class D>
+PrincipalAxes<D> principal_axes(std::span<const typename D::Point> points) {
+    constexpr std::size_t n = PrincipalAxes<D>::n;
+    using Vector = typename D::Vector;
+    PrincipalAxes<D> result;
+    if (points.empty()) return result;
+
+    std::array<double, n> means{};
+    const auto centre = mean_of<D>(points);
+    auto m = moments<D>(
+        points, centre, [](const Vector& v) { return v; }, means);
+    double trace = 0.0;
+    for (std::size_t k = 0; k < n; ++k)
+        trace += m[k][k];
+    constexpr double smallest = 0x1p-600, greatest = 0x1p900;
+    if (!(trace > smallest && trace < greatest)) return scaled_axes<D>(points);
+
+    for (std::size_t k = 0; k < n; ++k)
+        result.axis[k][int(k)] = 1.0;
+    diagonalise<n>(m, result.axis);
+    const Axes<D> axis = result.axis;
+    m = moments<D>(
+        points, centre,
+        [&axis](const Vector& v) { return Vector::each([&](int k) { return v * axis[std::size_t(k)]; }); },
+        means);
+    diagonalise<n>(m, result.axis);
+
+    result.centroid = centre;
+    double largest = 0.0;
+    for (std::size_t k = 0; k < n; ++k) {
+        result.centroid += axis[k] * means[k];
+        result.axis[k].normalize();
+        result.spread[k] = std::sqrt(std::max(m[k][k], 0.0));
+        largest = std::max(largest, std::fabs(centre[int(k)]));
+    }
+    result.rounding = 8.0 * eps * (largest + std::sqrt(trace));
+    result.outcome = std::sqrt(trace) > result.rounding ? FitOutcome::fitted
+                                                        : FitOutcome::coincident;
+    return result;
+}
+
+template PrincipalAxes<Plane> principal_axes<Plane>(std::span<const ERPoint2D>);
+template PrincipalAxes<Space> principal_axes<Space>(std::span<const ERPoint3D>);
+
+const char* outcome_text(FitOutcome outcome) {
+    switch (outcome) {
+    case FitOutcome::fitted:
+        return "the fit stands";
+    case FitOutcome::too_few_points:
+        return "there are too few points";
+    case FitOutcome::not_finite:
+        return "a coordinate is not finite";
+    case FitOutcome::coincident:
+        return "all points coincide";
+    case FitOutcome::collinear:
+        return "the points lie on one line";
+    case FitOutcome::no_direction:
+        return "the points spread alike in every direction that counts";
+    case FitOutcome::not_converged:
+        return "the iteration does not converge";
+    }
+    return "";
+}
+
+} // namespace velm

@@ -1,0 +1,58 @@
+// velm::principal_axes: the centroid of points and the axes of their spread. velm::FitOutcome: how
+// a fit ended.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/frame/dimension.h"
+#include "velm/frame/point.h"
+#include "velm/frame/vector.h"
+
+#include <array>
+#include <cstddef>
+#include <span>
+
+namespace velm {
+
+enum class FitOutcome {
+    fitted,
+    too_few_points,
+    not_finite,    ///< a coordinate is infinite or no number
+    coincident,    ///< the points agree but for rounding
+    collinear,     ///< they lie on one line but for rounding: they fix no plane and no circle
+    no_direction,  ///< they spread alike in directions between which the fit has to choose
+    not_converged, ///< the iteration ran out of steps
+};
+
+/// "the points lie on one line" and the like: the outcome as the end of a sentence.
+VELM_API const char* outcome_text(FitOutcome outcome);
+
+/// Second moments of points about their centroid, on their own axes.
+template <class D>
+struct PrincipalAxes {
+    static constexpr std::size_t n = D::size;
+
+    /// fitted, too_few_points for no points, not_finite or coincident. Only `centroid` means
+    /// something in the last case, nothing in the two before.
+    FitOutcome outcome = FitOutcome::too_few_points;
+    typename D::Point centroid;
+    /// Orthonormal, by decreasing spread.
+    std::array<typename D::Vector, n> axis{};
+    /// The root mean square of the coordinate along each axis.
+    std::array<double, n> spread{};
+    /// How far rounding of the coordinates may shift a point, generously: a spread no larger than
+    /// this is none.
+    double rounding = 0.0;
+};
+
+/// Three passes: the centroid; the moments about it, corrected for its rounding (Chan, Golub and
+/// LeVeque, "Algorithms for computing the sample variance", 1983) and diagonalised by Jacobi's
+/// rotations (Golub and Van Loan, Matrix Computations, 4th edition, section 8.5); then the moments
+/// in those axes and their rotations, which gives small spreads and the directions between them
+/// to nearly the accuracy of a singular value decomposition of the points. Points of any scale.
+template <class D>
+VELM_API PrincipalAxes<D> principal_axes(std::span<const typename D::Point> points);
+
+extern template PrincipalAxes<Plane> principal_axes<Plane>(std::span<const ERPoint2D>);
+extern template PrincipalAxes<Space> principal_axes<Space>(std::span<const ERPoint3D>);
+
+} // namespace velm
