@@ -165,9 +165,11 @@
 #include "velm/store/store_salvage.h"
 
 #include "velm/measure/alignment.h"
+#include "velm/measure/best_fit.h"
 #include "velm/measure/cad_containers.h"
 #include "velm/measure/cad_group_structure.h"
 #include "velm/measure/cad_object_id.h"
+#include "velm/measure/fitted_entities.h"
 #include "velm/measure/measured_point.h"
 #include "velm/measure/named_database_object.h"
 #include "velm/measure/persistent_values.h"
@@ -176,4 +178,6 @@
 #include "velm/measure/best_fit.h"
 #include "velm/measure/fitted_entities.h"
 #include "velm/measure/orthogonal_fit.h"
+#include "velm/measure/persistent_values.h"
 #include "velm/measure/point_sets.h"
+#include "velm/measure/selection_flags.h"

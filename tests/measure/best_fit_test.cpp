@@ -143,8 +143,8 @@ TEST(PointSets, DeviationCornersAndNormals) {
     gm_find_perpendicular_points(corners, i, j, k, 2.0);
     EXPECT_EQ(i * 100 + j * 10 + k, 12);
 
-    const ERVector3D cases[][2] = {{{3, -1, 2}, {-2, 0, 3}},  // y is the smallest
-                                   {{1, 1, 1}, {0, 1, -1}},   // x, the first of equal ones
+    const ERVector3D cases[][2] = {{{3, -1, 2}, {-2, 0, 3}}, // y is the smallest
+                                   {{1, 1, 1}, {0, 1, -1}},  // x, the first of equal ones
                                    {{2, -2, 0}, {-2, -2, 0}}};
     for (const auto& c : cases)
         EXPECT_EQ(gm_find_plane_normal(c[0]), c[1]);

@@ -155,8 +155,8 @@ TEST(OrthogonalFit, PublishedFits) {
     if (plane.empty()) GTEST_SKIP() << "no data in " << data << "/fit";
     const velm::PlaneFit fit = velm::fit_plane(plane);
     EXPECT_TRUE(isEqual(fit.centroid, {1.5, 1.5, 0.24945625}, 1e-15));
-    EXPECT_TRUE(isEqual(fit.normal, {-0.2864267724913074, -0.4287329924642912, 0.856824209025881},
-                        1e-15));
+    EXPECT_TRUE(
+        isEqual(fit.normal, {-0.2864267724913074, -0.4287329924642912, 0.856824209025881}, 1e-15));
     EXPECT_NEAR(fit.rms, 0.002239977194820367, 1e-16);
     const velm::CircleFit2D circle = velm::fit_circle(bopp);
     EXPECT_TRUE(isEqual(circle.center, {124.97106051, 85.74919574}, 1e-8));

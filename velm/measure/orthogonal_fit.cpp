@@ -119,8 +119,7 @@ CircleFit3D fit_circle(std::span<const ERPoint3D> points, const ERVector3D& side
     }
     const FlatCircle flat = fit_flat_circle(flat_points);
     fit.outcome = flat.outcome;
-    fit.center =
-        axes.centroid + axes.axis[0] * flat.center.x() + axes.axis[1] * flat.center.y();
+    fit.center = axes.centroid + axes.axis[0] * flat.center.x() + axes.axis[1] * flat.center.y();
     fit.normal = plane.normal;
     fit.radius = flat.radius;
     fit.rms = flat.rms;

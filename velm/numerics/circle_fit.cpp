@@ -76,8 +76,8 @@ double least_root(const Moments& m) {
     const double cov = m.xx * m.yy - m.xy * m.xy, var_z = m.zz - m.z * m.z;
     const double a3 = 4.0 * m.z, a2 = -3.0 * m.z * m.z - m.zz;
     const double a1 = var_z * m.z + 4.0 * cov * m.z - m.xz * m.xz - m.yz * m.yz;
-    const double a0 = m.xz * (m.xz * m.yy - m.yz * m.xy) + m.yz * (m.yz * m.xx - m.xz * m.xy) -
-                      var_z * cov;
+    const double a0 =
+        m.xz * (m.xz * m.yy - m.yz * m.xy) + m.yz * (m.yz * m.xx - m.xz * m.xy) - var_z * cov;
     double x = 0.0, y = a0;
     for (int step = 0; step < 99; ++step) {
         const double next = x - y / (a1 + x * (2.0 * a2 + x * 3.0 * a3));
@@ -159,11 +159,9 @@ Expansion expand(const Parameters& q, const Points& points) {
         const double w = u * p.x() + v * p.y(), t = u * p.y() - v * p.x();
         const double z = p.x() * p.x() + p.y() * p.y();
         const Vector3 j = {(z + by_a * w - d * d) * f, (1.0 + by_d * w) * f, length * t * f};
-        const std::array<Vector3, 3> second = {Vector3{aa * w - 4.0 * d * j[0],
-                                                       ad * w - 2.0 * d * j[1],
-                                                       by_a * t - 2.0 * d * j[2]},
-                                               Vector3{0.0, dd * w, by_d * t},
-                                               Vector3{0.0, 0.0, -length * w}};
+        const std::array<Vector3, 3> second = {
+            Vector3{aa * w - 4.0 * d * j[0], ad * w - 2.0 * d * j[1], by_a * t - 2.0 * d * j[2]},
+            Vector3{0.0, dd * w, by_d * t}, Vector3{0.0, 0.0, -length * w}};
         result.squares += d * d;
         for (std::size_t k = 0; k < 3; ++k) {
             result.gradient[k] += j[k] * d;
@@ -272,8 +270,7 @@ FlatCircle fit_flat_circle(std::span<const ERPoint2D> points) {
     result.outcome = converged ? FitOutcome::fitted : FitOutcome::not_converged;
     result.center = axes.centroid + axes.axis[0] * center.x() + axes.axis[1] * center.y();
     result.radius = scale * 0.5 / std::fabs(q.a);
-    result.rms =
-        scale * std::sqrt(sum_of_squares(e, local) / static_cast<double>(points.size()));
+    result.rms = scale * std::sqrt(sum_of_squares(e, local) / static_cast<double>(points.size()));
     result.iteration.last_step *= scale;
     return result;
 }

@@ -200,7 +200,9 @@ PrincipalAxes<D> principal_axes(std::span<const typename D::Point> points) {
     const Axes<D> axis = result.axis;
     m = moments<D>(
         points, centre,
-        [&axis](const Vector& v) { return Vector::each([&](int k) { return v * axis[std::size_t(k)]; }); },
+        [&axis](const Vector& v) {
+            return Vector::each([&](int k) { return v * axis[std::size_t(k)]; });
+        },
         means);
     diagonalise<n>(m, result.axis);
 
@@ -213,8 +215,8 @@ PrincipalAxes<D> principal_axes(std::span<const typename D::Point> points) {
         largest = std::max(largest, std::fabs(centre[int(k)]));
     }
     result.rounding = 8.0 * eps * (largest + std::sqrt(trace));
-    result.outcome = std::sqrt(trace) > result.rounding ? FitOutcome::fitted
-                                                        : FitOutcome::coincident;
+    result.outcome =
+        std::sqrt(trace) > result.rounding ? FitOutcome::fitted : FitOutcome::coincident;
     return result;
 }
 
