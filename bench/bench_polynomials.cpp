@@ -241,28 +241,20 @@ VELM_EVALUATION_ROWS(9, 4);
 
 // ---- binomials ----
 
-void Binomial_velm(benchmark::State& state) {
+template <class Choose>
+void binomials(benchmark::State& state, Choose choose) {
     int n = 30, p = 0;
     for (auto _ : state) {
         benchmark::DoNotOptimize(&n);
         p = (p + 7) % 31;
-        const double value = Cnp(n, p);
+        const double value = choose(n, p);
         benchmark::DoNotOptimize(value);
     }
 }
-BENCHMARK(Binomial_velm);
-
+BENCHMARK_CAPTURE(binomials, velm, [](int n, int p) { return Cnp(n, p); });
 #if defined(VELM_BENCH_HAS_GSL)
-void Binomial_gsl(benchmark::State& state) {
-    unsigned n = 30, p = 0;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(&n);
-        p = (p + 7) % 31;
-        const double value = gsl_sf_choose(n, p);
-        benchmark::DoNotOptimize(value);
-    }
-}
-BENCHMARK(Binomial_gsl);
+BENCHMARK_CAPTURE(binomials, gsl,
+                  [](int n, int p) { return gsl_sf_choose(unsigned(n), unsigned(p)); });
 #endif
 
 } // namespace
