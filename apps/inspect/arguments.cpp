@@ -63,6 +63,34 @@ std::vector<double> parse_numbers(const std::string& option, const std::string& 
     return numbers;
 }
 
+Tolerance parse_tolerance(const std::string& text) {
+    const std::vector<double> values = parse_numbers("--tolerance", text);
+    const Tolerance tolerance =
+        values.size() == 1 ? Tolerance{-values[0], values[0]} : Tolerance{values[0], values[1]};
+    if (values.size() > 2)
+        throw Failure(ExitCode::usage, "--tolerance: expected one or two numbers");
+    if (tolerance.lower > tolerance.upper)
+        throw Failure(ExitCode::usage, "--tolerance: the lower limit " + shortest(tolerance.lower) +
+                                           " lies above the upper limit " +
+                                           shortest(tolerance.upper));
+    return tolerance;
+}
+
+void OutputPaths::take(const char* option, const std::string& path,
+                       std::optional<std::string>& to) {
+    if (app_.count(option) == 0) return;
+    if (path.empty())
+        throw Failure(ExitCode::usage, std::string(option) + ": expected the name of a file");
+    to = is_standard_output(path) ? "-" : path;
+    paths_.push_back(*to);
+}
+
+void OutputPaths::check(const std::vector<std::string>& inputs, bool has_table) {
+    if (has_table && std::find(paths_.begin(), paths_.end(), "-") == paths_.end())
+        paths_.push_back("-");
+    check_outputs(inputs, paths_);
+}
+
 void check_outputs(const std::vector<std::string>& inputs,
                    const std::vector<std::string>& outputs) {
     // `standard` is what a "-" as `other` stands for.

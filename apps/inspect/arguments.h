@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "inspect/failure.h"
+#include "inspect/summary.h"
 
 namespace velm::inspect {
 
@@ -20,6 +21,24 @@ std::vector<std::string> join_numbers(const std::vector<std::string>& arguments)
 
 /// The numbers of a joined argument. Throws `Failure` (usage) naming the option.
 std::vector<double> parse_numbers(const std::string& option, const std::string& joined);
+
+/// The band of a joined --tolerance. Throws `Failure` (usage).
+Tolerance parse_tolerance(const std::string& joined);
+
+/// The outputs that a subcommand was asked for.
+class OutputPaths {
+public:
+    explicit OutputPaths(const CLI::App& app) : app_(app) {}
+    /// Where `option` was given, the path goes to `to`, "-" for all that stands for standard
+    /// output. Throws `Failure` (usage) for an empty path.
+    void take(const char* option, const std::string& path, std::optional<std::string>& to);
+    /// Checks all of them, and the table where no other output takes its place.
+    void check(const std::vector<std::string>& inputs, bool has_table);
+
+private:
+    const CLI::App& app_;
+    std::vector<std::string> paths_;
+};
 
 /// What is wrong with a command line that the parser refused, as a sentence; `app` is the
 /// subcommand or the program that it was meant for.

@@ -31,4 +31,7 @@ private:
 /// The sentence "'path': what: <text of errno>" as a failure of the lane `file`.
 [[noreturn]] void fail_file(const std::string& path, const char* what, int error);
 
+/// "velm-inspect: warning: ..." on stderr.
+void warn_user(const std::string& sentence);
+
 } // namespace velm::inspect

@@ -15,6 +15,7 @@
 #include "inspect/output_set.h"
 #include "inspect/section_command.h"
 #include "inspect/store_command.h"
+#include "inspect/targets_command.h"
 #include "inspect/text_escape.h"
 #include "velm/version.h"
 
@@ -26,6 +27,7 @@ constexpr const char* examples =
     "  velm-inspect section wing.dat probed.csv --tolerance 0.05\n"
     "  velm-inspect section wing.dat probed.csv --tolerance -0.02 0.05 --svg report.svg\n"
     "  velm-inspect clip plate.txt path.txt --svg path.svg\n"
+    "  velm-inspect targets panel.csv --tolerance 0.5 --json report.json\n"
     "  velm-inspect store parts.velm --check\n"
     "  velm-inspect section --help\n";
 
@@ -57,6 +59,7 @@ ExitCode run(int argc, char** argv) {
     Command command;
     add_section_command(app, command);
     add_clip_command(app, command);
+    add_targets_command(app, command);
     add_store_command(app, command);
 
     std::vector<std::string> arguments = join_numbers({argv + 1, argv + argc});

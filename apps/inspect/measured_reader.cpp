@@ -1,198 +1,41 @@
 #include "inspect/measured_reader.h"
 
-#include <algorithm>
-
-#include "inspect/number_text.h"
-#include "inspect/text_escape.h"
-
 namespace velm::inspect {
 namespace {
 
-constexpr std::string_view blanks = " \t";
-
-void trim(std::string& text) {
-    text.erase(text.find_last_not_of(blanks) + 1);
-    text.erase(0, std::min(text.find_first_not_of(blanks), text.size()));
-}
-
-std::string lower_case(std::string_view text) {
-    std::string out(text);
-    for (char& c : out)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return out;
-}
-
-bool is_blank(std::string_view line) {
-    return line.find_first_not_of(blanks) == std::string_view::npos;
-}
+enum Column : std::size_t { id, x, y, z, i, j, k, diameter, column_count };
+constexpr std::array<std::string_view, column_count> names{"id", "x", "y", "z",
+                                                           "i",  "j", "k", "diameter"};
 
 } // namespace
 
-const std::array<std::string_view, MeasuredReader::column_count> MeasuredReader::names{
-    "id", "x", "y", "z", "i", "j", "k", "diameter"};
-
-MeasuredReader::MeasuredReader(TextSource& source) : source_(source) {
-    std::string_view line;
-    do {
-        if (!source_.next_line(line))
-            source_.refuse_whole(source_.bytes_read() == 0
-                                     ? "the file is empty; expected CSV with a header"
-                                     : "only blank lines; expected CSV with a header");
-    } while (is_blank(line));
-    record_line_ = source_.line_number();
-    separator_ = find_separator(line);
-    split_line(line, separator_);
-    if (open_quote_) source_.refuse("a quoted column name isn't closed on its line");
-    assign_columns();
-}
-
-// The separator that shows most in the header outside of quotes; a comma where none does.
-char MeasuredReader::find_separator(std::string_view header) {
-    constexpr std::string_view candidates = ",;\t";
-    std::array<int, candidates.size()> shown{};
-    bool quoted = false;
-    bool starts_field = true;
-    for (const char c : header) {
-        const std::size_t at = candidates.find(c);
-        if (c == '"' && (quoted || starts_field)) quoted = !quoted;
-        if (quoted) continue;
-        if (at != std::string_view::npos) ++shown[at];
-        starts_field = at != std::string_view::npos || (starts_field && c == ' ');
-    }
-    const auto most = std::max_element(shown.begin(), shown.end());
-    return candidates[static_cast<std::size_t>(most - shown.begin())];
-}
-
-void MeasuredReader::assign_columns() {
-    header_width_ = field_count_;
-    for (std::size_t at = 0; at < field_count_; ++at) {
-        const auto name = std::find(names.begin(), names.end(), lower_case(fields_[at]));
-        if (name == names.end()) continue;
-        auto& column = column_of_[static_cast<std::size_t>(name - names.begin())];
-        if (column)
-            source_.refuse("the header names the column '" + std::string(*name) + "' twice");
-        column = at;
-    }
+MeasuredReader::MeasuredReader(TextSource& source) : source_(source), records_(source, names) {
     std::string missing;
     for (const Column column : {id, x, y})
-        if (!column_of_[column])
+        if (!records_.has(column))
             missing += (missing.empty() ? "" : ", ") + std::string(names[column]);
-    if (missing.empty()) return;
-    std::string found;
-    for (std::size_t at = 0; at < field_count_; ++at)
-        found += (at == 0 ? "" : ", ") + fields_[at];
-    source_.refuse("expected a header with the columns id, x and y; missing: " + missing +
-                   "; found: '" + clipped(found, 60) + "'");
+    if (!missing.empty())
+        source_.refuse("expected a header with the columns id, x and y; missing: " + missing +
+                       "; found: " + records_.header());
 }
 
-// Splits a line into fields_ from field_count_ on. Where the line ends within a quoted field,
-// open_quote_ stays set and the last field waits for the next line.
-void MeasuredReader::split_line(std::string_view line, char separator) {
-    std::size_t at = 0;
-    if (!open_quote_) field_count_ = 0;
-    for (;;) {
-        bool quoted = open_quote_;
-        if (!open_quote_) {
-            if (field_count_ == fields_.size()) fields_.emplace_back();
-            fields_[field_count_++].clear();
-            const std::size_t first = line.find_first_not_of(' ', at);
-            if (first != std::string_view::npos && line[first] == '"') {
-                quoted = open_quote_ = true;
-                at = first + 1;
-            }
-        }
-        std::string& text = fields_[field_count_ - 1];
-        while (open_quote_) {
-            const std::size_t quote = line.find('"', at);
-            text += line.substr(at, quote - at);
-            if (quote == std::string_view::npos) return;
-            at = quote + 1;
-            if (at < line.size() && line[at] == '"') {
-                text += '"';
-                ++at;
-            } else {
-                open_quote_ = false;
-            }
-        }
-        const std::size_t end = std::min(line.find(separator, at), line.size());
-        if (!quoted) {
-            text += line.substr(at, end - at);
-            trim(text);
-        } else if (!is_blank(line.substr(at, end - at))) {
-            source_.refuse_at(record_line_, "text behind the closing quote of a field: '" +
-                                                clipped(line.substr(at, end - at), 40) + "'");
-        }
-        if (end == line.size()) return;
-        at = end + 1;
-    }
-}
-
-// Reads on until the open quoted field is closed.
-void MeasuredReader::continue_quoted() {
-    std::string_view line;
-    while (open_quote_) {
-        if (!source_.next_line(line))
-            source_.refuse_at(record_line_, "a quoted field starts here and isn't closed");
-        if ((record_size_ += line.size() + 1) > TextSource::longest_line)
-            source_.refuse_at(record_line_, "a quoted field starts here and isn't closed within a "
-                                            "mebibyte");
-        fields_[field_count_ - 1] += '\n';
-        split_line(line, separator_);
-    }
-}
-
-bool MeasuredReader::read_record() {
-    std::string_view line;
-    const auto is_empty = [](const std::string& text) { return text.empty(); };
-    do { // a row without any text is a blank row
-        if (!source_.next_line(line)) return false;
-        record_line_ = source_.line_number();
-        record_size_ = line.size();
-        split_line(line, separator_);
-        continue_quoted();
-    } while (std::all_of(fields_.begin(),
-                         fields_.begin() + static_cast<std::ptrdiff_t>(field_count_), is_empty));
-    return true;
-}
-
-std::string_view MeasuredReader::field(Column column) const {
-    const auto& at = column_of_[column];
-    return at && *at < field_count_ ? std::string_view(fields_[*at]) : std::string_view();
-}
-
-double MeasuredReader::number(Column column, std::string_view text) const {
-    const ParsedNumber parsed = parse_number(text, separator_ != ',');
-    if (!parsed)
-        source_.refuse_at(record_line_, "column " + std::string(names[column]) + ": " +
-                                            number_complaint(text, parsed.fault));
-    return parsed.value;
-}
-
-std::optional<double> MeasuredReader::optional_number(Column column) const {
-    const std::string_view text = field(column);
-    return text.empty() ? std::nullopt : std::optional(number(column, text));
-}
+bool MeasuredReader::has_z() const { return records_.has(z); }
 
 bool MeasuredReader::next(MeasuredPoint& point) {
-    if (!read_record()) return false;
-    const auto extra = fields_.begin() + static_cast<std::ptrdiff_t>(field_count_);
-    const auto is_full = [](const std::string& text) { return !text.empty(); };
-    if (field_count_ > header_width_ &&
-        std::any_of(fields_.begin() + static_cast<std::ptrdiff_t>(header_width_), extra, is_full))
-        source_.refuse_at(record_line_, "expected " + std::to_string(header_width_) +
-                                            " fields, as the header has, found " +
-                                            std::to_string(field_count_));
-    point.line = record_line_;
-    point.id = field(id);
-    point.x = number(x, field(x));
-    point.y = number(y, field(y));
-    point.z = optional_number(z);
-    for (std::size_t axis = 0; axis < point.approach.size(); ++axis)
-        point.approach[axis] = optional_number(static_cast<Column>(i + axis));
-    point.diameter = optional_number(diameter);
-    if (point.diameter && *point.diameter < 0.0)
-        source_.refuse_at(record_line_, "column diameter: expected no negative number, found '" +
-                                            clipped(field(diameter), 40) + "'");
+    if (!records_.next()) return false;
+    try {
+        records_.check_width();
+        point.line = records_.line();
+        point.id = records_.field(id);
+        point.x = records_.number(x);
+        point.y = records_.number(y);
+        point.z = records_.optional_number(z);
+        for (std::size_t axis = 0; axis < point.approach.size(); ++axis)
+            point.approach[axis] = records_.optional_number(i + axis);
+        point.diameter = records_.optional_length(diameter);
+    } catch (const RowFault& fault) {
+        source_.refuse_at(records_.line(), fault.what());
+    }
     return true;
 }
 

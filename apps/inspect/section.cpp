@@ -1,15 +1,14 @@
 #include "inspect/section.h"
 
 #include <cmath>
-#include <cstdio>
 #include <memory>
 
-#include "inspect/id_set.h"
 #include "inspect/measured_reader.h"
 #include "inspect/number_text.h"
 #include "inspect/outline_reader.h"
 #include "inspect/output_set.h"
 #include "inspect/progress.h"
+#include "inspect/repeated_ids.h"
 #include "inspect/section_picture.h"
 #include "inspect/section_reports.h"
 #include "inspect/section_store.h"
@@ -18,29 +17,6 @@
 
 namespace velm::inspect {
 namespace {
-
-// Ids that come again are kept; how many and where the first one stands is told at the end.
-class RepeatedIds {
-public:
-    void add(const MeasuredPoint& point) {
-        if (ids_.insert(point.id)) return;
-        if (count_++ == 0)
-            first_ = "line " + std::to_string(point.line) + ", id '" + clipped(point.id, 40) + "'";
-    }
-    void warn(const std::string& file) const {
-        if (count_ == 0) return;
-        const std::string text =
-            "warning: " + file + ", " + first_ + ": the id came before" +
-            (count_ == 1 ? "" : "; " + std::to_string(count_) + " rows repeat an id") +
-            "; all rows are kept";
-        std::fprintf(stderr, "velm-inspect: %s\n", terminal_text(text).c_str());
-    }
-
-private:
-    IdSet ids_;
-    std::uint64_t count_ = 0;
-    std::string first_;
-};
 
 // Points too far off the plane of the section: all are counted, the first ones named.
 class StrayPoints {
@@ -147,9 +123,9 @@ ExitCode inspect_section(const SectionOptions& options) {
                         "missing: z");
 
     Reports reports(options, outline);
-    SectionTable table;
+    KeptRows<SectionRow> rows;
     SectionPicture picture(outline, options.tolerance);
-    SectionSummary summary;
+    Summary summary;
     summary.tolerance = options.tolerance;
     RepeatedIds repeated;
     StrayPoints strays(options.max_height);
@@ -158,10 +134,10 @@ ExitCode inspect_section(const SectionOptions& options) {
     while (reader.next(point)) {
         SectionRow row = compare(profile, point, options, measured);
         row.index = summary.deviations.count();
-        repeated.add(point);
+        repeated.add(point.id, point.line);
         strays.add(row, point.line);
         summary.add(row);
-        table.add(row);
+        rows.add(row);
         if (reports.json) reports.json->add(row);
         if (reports.csv) reports.csv->add(row);
         if (reports.store) reports.store->add(row);
@@ -176,10 +152,10 @@ ExitCode inspect_section(const SectionOptions& options) {
     if (reports.json) reports.json->finish(summary);
     if (reports.store) reports.store->finish(summary);
     if (reports.svg != nullptr)
-        reports.svg->write(picture.svg(summary, table.worst(), options.nominal, options.measured));
+        reports.svg->write(picture.svg(summary, rows.worst(), options.nominal, options.measured));
     if (reports.shows_table)
         reports.outputs.add("-").write(
-            table.text(summary, options.measured + " against " + options.nominal));
+            section_table(rows, summary, options.measured + " against " + options.nominal));
     reports.outputs.commit();
     repeated.warn(measured.name());
     return summary.out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;

@@ -1,10 +1,7 @@
 #include "inspect/section_command.h"
 
-#include <algorithm>
 #include <memory>
 
-#include "inspect/number_text.h"
-#include "inspect/output_set.h"
 #include "inspect/section.h"
 
 namespace velm::inspect {
@@ -52,19 +49,6 @@ struct Texts {
     std::string form = "auto";
 };
 
-Tolerance parse_tolerance(const std::string& text) {
-    const std::vector<double> values = parse_numbers("--tolerance", text);
-    const Tolerance tolerance =
-        values.size() == 1 ? Tolerance{-values[0], values[0]} : Tolerance{values[0], values[1]};
-    if (values.size() > 2)
-        throw Failure(ExitCode::usage, "--tolerance: expected one or two numbers");
-    if (tolerance.lower > tolerance.upper)
-        throw Failure(ExitCode::usage, "--tolerance: the lower limit " + shortest(tolerance.lower) +
-                                           " lies above the upper limit " +
-                                           shortest(tolerance.upper));
-    return tolerance;
-}
-
 double parse_length(const std::string& option, const std::string& text) {
     const std::vector<double> values = parse_numbers(option, text);
     if (values.size() != 1 || values[0] < 0.0)
@@ -90,28 +74,18 @@ SectionOptions understand(const CLI::App& section, const Texts& texts) {
         options.max_height = parse_length("--max-height", texts.max_height);
     }
     options.form = parse_form(texts.form);
-    std::vector<std::string> outputs;
-    const auto take = [&](const char* name, const std::string& path,
-                          std::optional<std::string>& to) {
-        if (section.count(name) == 0) return;
-        if (path.empty())
-            throw Failure(ExitCode::usage, std::string(name) + ": expected the name of a file");
-        to = is_standard_output(path) ? "-" : path;
-        outputs.push_back(*to);
-    };
-    take("--json", texts.json, options.json);
-    take("--csv", texts.csv, options.csv);
-    take("--svg", texts.svg, options.svg);
-    take("--store", texts.store, options.store);
+    OutputPaths outputs(section);
+    outputs.take("--json", texts.json, options.json);
+    outputs.take("--csv", texts.csv, options.csv);
+    outputs.take("--svg", texts.svg, options.svg);
+    outputs.take("--store", texts.store, options.store);
     if (options.store == "-")
         throw Failure(ExitCode::usage, "--store: an object file can't go to standard output");
-    if (!options.quiet && std::find(outputs.begin(), outputs.end(), "-") == outputs.end())
-        outputs.push_back("-"); // the table
     if (options.nominal.empty() || options.measured.empty())
         throw Failure(ExitCode::usage, "NOMINAL MEASURED: expected the names of two files");
     if (options.nominal == "-" && options.measured == "-")
         throw Failure(ExitCode::usage, "only one of the two inputs can be standard input");
-    check_outputs({options.nominal, options.measured}, outputs);
+    outputs.check({options.nominal, options.measured}, !options.quiet);
     return options;
 }
 

@@ -89,7 +89,7 @@ void draw_axis(SvgCanvas& canvas, const CanvasBox& plot, const Bars& bars,
 
 } // namespace
 
-void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const SectionSummary& summary,
+void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summary,
                   const DeviationUnit& unit) {
     draw_heading(canvas, area, unit.heading("Figures"));
     const RunningStatistics& deviations = summary.deviations;

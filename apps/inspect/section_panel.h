@@ -19,7 +19,7 @@ struct LegendNotes {
     bool shows_envelope = false;
 };
 
-void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const SectionSummary& summary,
+void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summary,
                   const DeviationUnit& unit);
 
 /// The scale of colours with its limits, and what the signs of the drawing mean.

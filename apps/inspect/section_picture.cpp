@@ -93,7 +93,7 @@ std::vector<SectionRow> SectionPicture::rows_to_name(const std::vector<SectionRo
     return rows;
 }
 
-void SectionPicture::draw_header(SvgCanvas& canvas, const SectionSummary& summary,
+void SectionPicture::draw_header(SvgCanvas& canvas, const Summary& summary,
                                  const std::string& nominal, const std::string& measured) const {
     const std::string title = outline_.title.empty() ? "Section" : terminal_text(outline_.title);
     canvas.text({border, 46.0}, clipped(title, 64), 20.0, SvgCanvas::Anchor::start,
@@ -115,7 +115,7 @@ void SectionPicture::draw_header(SvgCanvas& canvas, const SectionSummary& summar
                 filled ? "font-weight=\"bold\" fill=\"#fff\"" : "font-weight=\"bold\"");
 }
 
-std::string SectionPicture::svg(const SectionSummary& summary, const std::vector<SectionRow>& worst,
+std::string SectionPicture::svg(const Summary& summary, const std::vector<SectionRow>& worst,
                                 const std::string& nominal, const std::string& measured) const {
     const std::vector<DeviationHistogram::Cell> cells = histogram_.cells();
     const double reference = reference_deviation(cells, tolerance_);

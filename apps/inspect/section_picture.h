@@ -20,14 +20,14 @@ public:
     SectionPicture(const Outline& outline, const std::optional<Tolerance>& tolerance);
     void add(const SectionRow& row);
     /// The picture as SVG. `worst` are the rows to be named, the worst first.
-    std::string svg(const SectionSummary& summary, const std::vector<SectionRow>& worst,
+    std::string svg(const Summary& summary, const std::vector<SectionRow>& worst,
                     const std::string& nominal, const std::string& measured) const;
 
 private:
     static constexpr std::size_t most_whiskers = 5000;
     static constexpr std::size_t most_named = 1000;
 
-    void draw_header(SvgCanvas& canvas, const SectionSummary& summary, const std::string& nominal,
+    void draw_header(SvgCanvas& canvas, const Summary& summary, const std::string& nominal,
                      const std::string& measured) const;
     std::vector<SectionRow> rows_to_name(const std::vector<SectionRow>& worst) const;
 

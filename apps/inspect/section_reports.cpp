@@ -4,21 +4,12 @@
 #include <utility>
 
 #include "inspect/number_text.h"
+#include "inspect/report_json.h"
 #include "inspect/text_escape.h"
 #include "velm/version.h"
 
 namespace velm::inspect {
 namespace {
-
-void append_list(std::string& out, std::initializer_list<double> numbers) {
-    char before = '[';
-    for (const double number : numbers) {
-        out += before;
-        append_number(out, number);
-        before = ',';
-    }
-    out += ']';
-}
 
 void append_frame(std::string& out, const SectionFrame& frame) {
     const ERPoint3D origin = frame.origin();
@@ -33,10 +24,6 @@ void append_frame(std::string& out, const SectionFrame& frame) {
     out += '}';
 }
 
-const char* truth(const std::optional<bool>& value, const char* unknown) {
-    return !value ? unknown : *value ? "true" : "false";
-}
-
 } // namespace
 
 SectionJson::SectionJson(Output& output, const std::string& nominal, const std::string& measured,
@@ -47,16 +34,7 @@ SectionJson::SectionJson(Output& output, const std::string& nominal, const std::
     append_json_string(text_, nominal, ascii_);
     text_ += ",\"measured\":";
     append_json_string(text_, measured, ascii_);
-    text_ += ",\"tolerance\":";
-    if (tolerance) {
-        text_ += "{\"lower\":";
-        append_number(text_, tolerance->lower);
-        text_ += ",\"upper\":";
-        append_number(text_, tolerance->upper);
-        text_ += '}';
-    } else {
-        text_ += "null";
-    }
+    append_tolerance(text_, tolerance);
     if (frame) append_frame(text_, *frame);
     text_ += ",\n \"points\":[";
     output_.write(text_);
@@ -82,26 +60,15 @@ void SectionJson::add(const SectionRow& row) {
     text_ += ",\"deviation\":";
     append_number(text_, row.deviation);
     text_ += ",\"in_tolerance\":";
-    text_ += truth(row.in_tolerance, "null");
+    text_ += truth_text(row.in_tolerance, "null");
     text_ += '}';
     output_.write(text_);
 }
 
-void SectionJson::finish(const SectionSummary& summary) {
-    const RunningStatistics& deviations = summary.deviations;
-    const auto counted = [&](std::uint64_t count) {
-        return summary.tolerance ? std::to_string(count) : std::string("null");
-    };
-    text_ = "],\n \"summary\":{\"count\":" + std::to_string(deviations.count()) +
-            ",\"in_tolerance\":" + counted(summary.in_tolerance) +
-            ",\"out_of_tolerance\":" + counted(summary.out_of_tolerance) +
-            ",\"minimum\":" + shortest(deviations.minimum()) +
-            ",\"maximum\":" + shortest(deviations.maximum()) +
-            ",\"mean\":" + shortest(deviations.mean()) +
-            ",\n            \"standard_deviation\":" + shortest(deviations.standard_deviation()) +
-            ",\"rms\":" + shortest(deviations.root_mean_square()) + ",\"worst\":{\"id\":";
-    append_json_string(text_, summary.worst_id, ascii_);
-    text_ += ",\"deviation\":" + shortest(summary.worst_deviation) + "}}}\n";
+void SectionJson::finish(const Summary& summary) {
+    text_ = "],\n";
+    append_summary(text_, summary, ascii_);
+    text_ += "}\n";
     output_.write(text_);
 }
 
@@ -116,10 +83,7 @@ void SectionCsv::add(const SectionRow& row) {
     text_.clear();
     append_csv_field(text_, on_terminal_ ? terminal_text(row.id) : row.id);
     const auto append = [&](std::initializer_list<double> values) {
-        for (const double value : values) {
-            text_ += ',';
-            append_number(text_, value);
-        }
+        append_csv_numbers(text_, values);
     };
     if (row.space) {
         const ERPoint3D& p = row.space->measured;
@@ -133,7 +97,7 @@ void SectionCsv::add(const SectionRow& row) {
     text_ += ',';
     append_number(text_, row.deviation);
     text_ += ',';
-    text_ += truth(row.in_tolerance, "");
+    text_ += truth_text(row.in_tolerance, "");
     text_ += '\n';
     output_.write(text_);
 }

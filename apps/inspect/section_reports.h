@@ -21,7 +21,7 @@ public:
                 const std::optional<Tolerance>& tolerance,
                 const std::optional<SectionFrame>& frame);
     void add(const SectionRow& row);
-    void finish(const SectionSummary& summary);
+    void finish(const Summary& summary);
 
 private:
     Output& output_;

@@ -70,7 +70,7 @@ void put_measured(ERDBObject& record, const SectionRow& row) {
     put(record, RecordKey::section_y, row.measured.y());
 }
 
-void put_summary(ERDBObject& record, const SectionSummary& summary) {
+void put_summary(ERDBObject& record, const Summary& summary) {
     const RunningStatistics& deviations = summary.deviations;
     put_count(record, RecordKey::count, deviations.count());
     if (summary.tolerance) {
@@ -230,7 +230,7 @@ void SectionStore::save_edge(int contour, int edge, const EdgeFigures& figures) 
     save(record);
 }
 
-void SectionStore::finish(const SectionSummary& summary) {
+void SectionStore::finish(const Summary& summary) {
     for (std::size_t contour = 0; contour < figures_.size(); ++contour)
         for (std::size_t edge = 0; edge < figures_[contour].size(); ++edge)
             save_edge(static_cast<int>(contour), static_cast<int>(edge), figures_[contour][edge]);

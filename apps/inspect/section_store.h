@@ -33,7 +33,7 @@ public:
 
     void add(const SectionRow& row);
     /// Saves what is known only at the end, and closes the file.
-    void finish(const SectionSummary& summary);
+    void finish(const Summary& summary);
 
 private:
     /// What was found on one edge.

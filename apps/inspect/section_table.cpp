@@ -1,16 +1,11 @@
 #include "inspect/section_table.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "inspect/number_text.h"
+#include "inspect/summary_table.h"
 #include "inspect/table.h"
-#include "inspect/text_escape.h"
 
 namespace velm::inspect {
 namespace {
-
-constexpr int significant_digits = 5;
 
 std::string rows_text(const std::vector<SectionRow>& rows, int decimals, bool has_tolerance) {
     const bool in_space = !rows.empty() && rows.front().space;
@@ -44,53 +39,10 @@ std::string rows_text(const std::vector<SectionRow>& rows, int decimals, bool ha
 
 } // namespace
 
-void SectionTable::add(const SectionRow& row) {
-    if (!shows_worst_) {
-        shows_worst_ = rows_.size() == most_rows;
-        if (shows_worst_)
-            rows_ = {};
-        else
-            rows_.push_back(row);
-    }
-    if (worst_.size() == most_worst && row.severity <= worst_.back().severity) return;
-    const auto at = std::find_if(worst_.begin(), worst_.end(), [&](const SectionRow& other) {
-        return other.severity < row.severity;
-    });
-    worst_.insert(at, row);
-    if (worst_.size() > most_worst) worst_.pop_back();
-}
-
-std::string SectionTable::text(const SectionSummary& summary, const std::string& title) const {
-    const RunningStatistics& deviations = summary.deviations;
-    double scale = std::max(std::fabs(deviations.minimum()), std::fabs(deviations.maximum()));
-    if (summary.tolerance)
-        scale = std::max(
-            {std::fabs(summary.tolerance->lower), std::fabs(summary.tolerance->upper), scale});
-    const int decimals = decimals_for(scale, significant_digits);
-    const auto number = [&](double value) { return fixed(value, decimals); };
-
-    std::string out = rows_text(shows_worst_ ? worst_ : rows_, decimals, !!summary.tolerance);
-    if (shows_worst_)
-        out += "(the " + std::to_string(worst_.size()) + " worst of " +
-               grouped(deviations.count(), ",") + " points)\n";
-
-    Table table({{"", false}, {""}, {"", false}});
-    table.add({"points", grouped(deviations.count(), ",")});
-    if (summary.tolerance) {
-        table.add({"tolerance", shortest(summary.tolerance->lower) + " to " +
-                                    shortest(summary.tolerance->upper)});
-        table.add({"in tolerance", grouped(summary.in_tolerance, ","),
-                   percent_text(summary.in_tolerance, deviations.count())});
-        table.add({"out of tolerance", grouped(summary.out_of_tolerance, ","),
-                   percent_text(summary.out_of_tolerance, deviations.count())});
-    }
-    table.add({"least deviation", number(deviations.minimum())});
-    table.add({"greatest deviation", number(deviations.maximum())});
-    table.add({"mean", number(deviations.mean())});
-    table.add({"standard deviation", number(deviations.standard_deviation())});
-    table.add({"root mean square", number(deviations.root_mean_square())});
-    table.add({"worst", number(summary.worst_deviation), "id " + summary.worst_id});
-    return out + "\n" + terminal_text(title) + "\n" + table.text();
+std::string section_table(const KeptRows<SectionRow>& rows, const Summary& summary,
+                          const std::string& title) {
+    return rows_text(rows.shown(), table_decimals(summary), summary.tolerance.has_value()) +
+           summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0, title);
 }
 
 } // namespace velm::inspect

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <system_error>
 
 #include "inspect/failure.h"
 
@@ -27,11 +26,6 @@ struct Descriptor {
 };
 
 } // namespace
-
-void fail_file(const std::string& path, const char* what, int error) {
-    throw Failure(ExitCode::file,
-                  path + ": " + what + ": " + std::generic_category().message(error));
-}
 
 TextSource::TextSource(const std::string& path) : name_(path == "-" ? "standard input" : path) {
     auto file = std::make_shared<Descriptor>(

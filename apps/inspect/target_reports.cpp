@@ -1,0 +1,112 @@
+#include "inspect/target_reports.h"
+
+#include <utility>
+
+#include "inspect/number_text.h"
+#include "inspect/report_json.h"
+#include "inspect/summary_table.h"
+#include "inspect/table.h"
+#include "inspect/text_escape.h"
+#include "velm/version.h"
+
+namespace velm::inspect {
+namespace {
+
+void append_point(std::string& out, const char* name, const ERPoint3D& p) {
+    out += std::string(",\"") + name + "\":";
+    append_list(out, {p.x(), p.y(), p.z()});
+}
+
+void append_value(std::string& out, const char* name, double value) {
+    out += std::string(",\"") + name + "\":";
+    append_number(out, value);
+}
+
+} // namespace
+
+TargetJson::TargetJson(Output& output, const std::string& table,
+                       const std::optional<Tolerance>& tolerance)
+    : output_(output), ascii_(output.is_terminal()) {
+    text_ = "{\"velm\":\"" VELM_VERSION_STRING "\",\"command\":\"targets\",\"table\":";
+    append_json_string(text_, table, ascii_);
+    append_tolerance(text_, tolerance);
+    text_ += ",\n \"points\":[";
+    output_.write(text_);
+}
+
+void TargetJson::add(const TargetRow& row) {
+    const gmTargetPoint& target = row.target;
+    text_ = std::exchange(first_, false) ? "\n  {\"id\":" : ",\n  {\"id\":";
+    append_json_string(text_, row.id, ascii_);
+    append_point(text_, "target", target.target_point());
+    append_point(text_, "measured", target.measured_point().probe_center());
+    append_point(text_, "calculated", target.calculated_point());
+    ERVector3D normal;
+    if (target.get_surface_normal(normal) != 0) {
+        text_ += ",\"normal\":";
+        append_list(text_, {normal.i(), normal.j(), normal.k()});
+        append_value(text_, "deviation", row.deviation);
+        append_value(text_, "distance_on_plane", target.distance_on_plane());
+    } else {
+        text_ += ",\"normal\":null,\"deviation\":null,\"distance_on_plane\":null";
+    }
+    append_value(text_, "distance", target.distance_to_point());
+    text_ += std::string(",\"in_tolerance\":") + truth_text(row.in_tolerance, "null") + "}";
+    output_.write(text_);
+}
+
+void TargetJson::finish(const Summary& summary, std::optional<std::uint64_t> skipped) {
+    text_ = "],\n";
+    append_summary(text_, summary, ascii_);
+    if (skipped) text_ += ",\n \"skipped\":" + std::to_string(*skipped);
+    text_ += "}\n";
+    output_.write(text_);
+}
+
+TargetCsv::TargetCsv(Output& output) : output_(output), on_terminal_(output.is_terminal()) {
+    output_.write("id,target_x,target_y,target_z,measured_x,measured_y,measured_z,calculated_x,"
+                  "calculated_y,calculated_z,normal_i,normal_j,normal_k,deviation,"
+                  "distance_on_plane,distance,in_tolerance\n");
+}
+
+void TargetCsv::add(const TargetRow& row) {
+    const gmTargetPoint& target = row.target;
+    text_.clear();
+    append_csv_field(text_, on_terminal_ ? terminal_text(row.id) : row.id);
+    for (const ERPoint3D& p : {target.target_point(), target.measured_point().probe_center(),
+                               target.calculated_point()})
+        append_csv_numbers(text_, {p.x(), p.y(), p.z()});
+    ERVector3D normal;
+    if (target.get_surface_normal(normal) != 0)
+        append_csv_numbers(text_, {normal.i(), normal.j(), normal.k(), row.deviation,
+                                   target.distance_on_plane()});
+    else
+        text_ += ",,,,,";
+    append_csv_numbers(text_, {target.distance_to_point()});
+    text_ += std::string(",") + truth_text(row.in_tolerance, "") + "\n";
+    output_.write(text_);
+}
+
+std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary,
+                         const std::string& title) {
+    std::vector<Table::Column> columns{{"id", false}, {"x"},        {"y"},       {"z"},
+                                       {"deviation"}, {"on plane"}, {"distance"}};
+    if (summary.tolerance) columns.push_back({"tolerance", false});
+    const int decimals = table_decimals(summary);
+    Table table(std::move(columns));
+    for (const TargetRow& row : rows.shown()) {
+        const ERPoint3D& p = row.target.target_point();
+        std::vector<std::string> cells{row.id, fixed(p.x(), decimals), fixed(p.y(), decimals),
+                                       fixed(p.z(), decimals)};
+        double on_plane = 0.0;
+        const bool has_normal = row.target.get_distance_on_plane(on_plane) != 0;
+        cells.push_back(has_normal ? fixed(row.deviation, decimals) : "");
+        cells.push_back(has_normal ? fixed(on_plane, decimals) : "");
+        cells.push_back(fixed(row.target.distance_to_point(), decimals));
+        if (row.in_tolerance) cells.push_back(*row.in_tolerance ? "in" : "OUT");
+        table.add(std::move(cells));
+    }
+    return table.text() + summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0, title);
+}
+
+} // namespace velm::inspect

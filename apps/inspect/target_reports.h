@@ -1,0 +1,50 @@
+// target_reports.h: the reports of an inspection of targets: `TargetJson`, `TargetCsv`,
+// `target_table`.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "inspect/kept_rows.h"
+#include "inspect/output_set.h"
+#include "inspect/target_result.h"
+
+namespace velm::inspect {
+
+/// {"velm":...,"command":"targets","table":...,"tolerance":...,"points":[...],"summary":{...}}. A
+/// point has its id, target, measured (the centre of the ball), calculated (the point of the
+/// surface), normal, deviation, distance_on_plane, distance, in_tolerance; of a direct target
+/// normal, deviation and distance_on_plane are null, and the summary counts its distance. The form
+/// is fixed.
+class TargetJson {
+public:
+    TargetJson(Output& output, const std::string& table, const std::optional<Tolerance>& tolerance);
+    void add(const TargetRow& row);
+    /// `skipped` rows stand behind the summary, where bad rows were to be skipped.
+    void finish(const Summary& summary, std::optional<std::uint64_t> skipped);
+
+private:
+    Output& output_;
+    bool ascii_; // a terminal gets no byte that could steer it
+    std::string text_;
+    bool first_ = true;
+};
+
+/// A header and the same rows; what is null is empty.
+class TargetCsv {
+public:
+    explicit TargetCsv(Output& output);
+    void add(const TargetRow& row);
+
+private:
+    Output& output_;
+    bool on_terminal_;
+    std::string text_;
+};
+
+/// The table and summary on standard output; `title` stands above the summary.
+std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary,
+                         const std::string& title);
+
+} // namespace velm::inspect

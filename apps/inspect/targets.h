@@ -1,0 +1,26 @@
+// targets.h: the inspection of single points against their nominal: `TargetOptions`,
+// `inspect_targets`.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "inspect/failure.h"
+#include "inspect/summary.h"
+
+namespace velm::inspect {
+
+struct TargetOptions {
+    std::string table;
+    std::optional<Tolerance> tolerance;
+    std::optional<std::string> json, csv;
+    bool skip_bad = false; ///< rows that can't be used are told and left out, not refused
+    bool quiet = false;
+};
+
+/// Compares each measured point of a table with its nominal one, and writes the table, the summary
+/// and the reports that are asked for. All outputs appear together at the end or not at all. Throws
+/// `Failure`.
+ExitCode inspect_targets(const TargetOptions& options);
+
+} // namespace velm::inspect

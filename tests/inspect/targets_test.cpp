@@ -1,0 +1,105 @@
+// velm-inspect targets from end to end.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+
+#include "inspect/csv_records.h"
+#include "inspect/number_text.h"
+#include "inspect/workshop.h"
+
+namespace {
+
+using velm_test::Ended;
+using velm_test::Workshop;
+
+// A ball of 2 against a plane, a point of the surface, and a direct target, in columns of any order.
+constexpr const char* table = "name;act_z;nom_x;nom_y;nom_z;nom_i;nom_j;nom_k;x;y;z;diameter;"
+                              "act_x;act_y\n"
+                              "ball;;1;2;3;0;0;1e-200;4;6;4,25;2;;\n"
+                              "<skin>;3;1;2;3;0;-4;0;;;;;1;2,5\n"
+                              "direct;7;1;2;3;;;;;;;;1;2\n";
+
+TEST(Targets, ReportsHaveTheirFixedFormAndJudgeAsStated) {
+    Workshop shop;
+    shop.write("t.csv", table);
+    EXPECT_EQ(shop.run("targets t.csv --tolerance -.5 4 --json j.json --csv c.csv").code, 0);
+    std::string bare;
+    for (const char c : shop.read("j.json"))
+        if (c != '\n' && c != ' ') bare += c;
+    EXPECT_EQ(bare.substr(0, bare.find(",\"minimum\"")),
+              "{\"velm\":\"0.1.0\",\"command\":\"targets\",\"table\":\"t.csv\",\"tolerance\":"
+              "{\"lower\":-0.5,\"upper\":4},\"points\":["
+              "{\"id\":\"ball\",\"target\":[1,2,3],\"measured\":[4,6,4.25],\"calculated\":[4,6,"
+              "3.25],\"normal\":[0,0,1],\"deviation\":0.25,\"distance_on_plane\":5,\"distance\":" +
+                  velm::inspect::shortest(std::hypot(5.0, 0.25)) +
+                  ",\"in_tolerance\":true},"
+                  "{\"id\":\"<skin>\",\"target\":[1,2,3],\"measured\":[1,2.5,3],\"calculated\":[1,"
+                  "2.5,3],\"normal\":[0,-1,0],\"deviation\":-0.5,\"distance_on_plane\":0,"
+                  "\"distance\":0.5,\"in_tolerance\":true},"
+                  "{\"id\":\"direct\",\"target\":[1,2,3],\"measured\":[1,2,7],\"calculated\":[1,2,"
+                  "7],\"normal\":null,\"deviation\":null,\"distance_on_plane\":null,\"distance\":"
+                  "4,\"in_tolerance\":true}],"
+                  "\"summary\":{\"count\":3,\"in_tolerance\":3,\"out_of_tolerance\":0");
+    EXPECT_NE(shop.read("c.csv").find("\ndirect,1,2,3,1,2,7,1,2,7,,,,,,4,true\n"),
+              std::string::npos);
+    const Ended out = shop.run("targets t.csv --tolerance -.4 3.9");
+    EXPECT_EQ(out.code, 1);
+    EXPECT_NE(out.out.find("out of tolerance       2"), std::string::npos) << out.out;
+}
+
+TEST(Targets, BadRowsAreNamedAndRefusedOrSkipped) {
+    Workshop shop;
+    shop.write("t.csv", "id,nom_x,nom_y,nom_z,nom_i,nom_j,nom_k,x,y,z,diameter\n"
+                        "good,0,0,0,0,0,1,0,0,1,2\na,0,x,0,0,0,1,0,0,1,2\nb,0,0,0,0,,1,0,0,1,2\n"
+                        "c,0,0,0,0,0,0,0,0,1,2\nd,0,0,0,,,,0,0,1,\ne,0,0,0,,,,0,0,1,-1\n"
+                        "f,0,0,0,,,,0,0,1e200,1\n");
+    const Ended refused = shop.run("targets t.csv --json j.json");
+    EXPECT_EQ(refused.code, 3);
+    for (const char* why :
+         {"t.csv: 6 rows can't be used: line 3, id 'a': column nom_y: expected a number, found "
+          "'x'; line 4, id 'b': column nom_j: expected a number", "line 5, id 'c': columns nom_i, "
+          "nom_j, nom_k: the normal has no length", "'d': column diameter: expected a number",
+          "'e': column diameter: expected no negative", "'f': the point lies too far"})
+        EXPECT_NE(refused.error.find(why), std::string::npos) << refused.error;
+    EXPECT_FALSE(std::filesystem::exists(shop.path("j.json")));
+    const Ended skipped = shop.run("targets t.csv --skip-bad --json j.json");
+    EXPECT_EQ(skipped.code, 0);
+    EXPECT_NE(skipped.error.find("warning: skipped: t.csv: 6 rows"), std::string::npos);
+    EXPECT_EQ(shop.read_json("j.json")["points"].size(), 1u);
+    EXPECT_EQ(shop.read_json("j.json")["skipped"], 6);
+    shop.write("h.csv", "id,nom_x,nom_y,nom_z,x,y,z\n");
+    EXPECT_NE(shop.run("targets h.csv").error.find("missing: x, y, z, diameter or act_x"),
+              std::string::npos);
+}
+
+// Six car panels with the deviations that the measuring software published.
+TEST(Targets, TheCarPanelsPublishedDeviationsComeOut) {
+    const std::string stem = std::string(VELM_REAL_DATA) + "/cmm/SheetMetal_6_samples_";
+    if (!std::filesystem::exists(stem + "features.csv")) GTEST_SKIP() << "no real data here";
+    Workshop shop;
+    EXPECT_EQ(shop.run("targets '" + stem + "features.csv' --json j.json --quiet").code, 0);
+    const auto rows = [&](const char* file, const std::vector<std::string_view>& columns) {
+        velm::inspect::TextSource source(stem + file);
+        velm::inspect::CsvRecords records(source, columns);
+        std::vector<std::pair<std::string, std::string>> found;
+        while (records.next())
+            found.emplace_back(records.field(0), records.field(1));
+        return found;
+    };
+    std::map<std::string, double> deviations;
+    const auto report = shop.read_json("j.json");
+    for (const auto& [measurement, name] : rows("features.csv", {"measurement", "name"})) {
+        EXPECT_EQ(report["points"][deviations.size()]["id"], name);
+        const auto& deviation = report["points"][deviations.size()]["deviation"];
+        deviations[measurement] = deviation.get<double>();
+    }
+    int compared = 0;
+    for (const auto& [measurement, value] :
+         rows("characteristics.csv", {"feature_measurements", "value"}))
+        if (deviations.count(measurement) != 0 && std::stod(value) != 0.0 && ++compared != 0)
+            EXPECT_NEAR(deviations[measurement], std::stod(value), 1e-11);
+    EXPECT_EQ(compared, 102);
+}
+
+} // namespace
