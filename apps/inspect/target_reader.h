@@ -12,8 +12,9 @@ namespace velm::inspect {
 
 /// Reads rows as `CsvRecords` does: `id` or else `name`; `nom_x`, `nom_y`, `nom_z`; optionally
 /// `nom_i`, `nom_j`, `nom_k`, the normal of the surface there, of any length; and either `x`, `y`,
-/// `z`, `diameter`, the ball and its centre, or `act_x`, `act_y`, `act_z`, the point of the surface.
-/// Where the header has both, each row fills in one. A row without a normal is a direct target.
+/// `z`, `diameter`, the ball and its centre, or `act_x`, `act_y`, `act_z`, the point of the
+/// surface. Where the header has both, each row fills in one. A row without a normal is a direct
+/// target.
 class TargetReader {
 public:
     /// Reads the header. Throws `Failure` (input) where columns are missing.

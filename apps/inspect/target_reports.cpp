@@ -73,13 +73,13 @@ void TargetCsv::add(const TargetRow& row) {
     const gmTargetPoint& target = row.target;
     text_.clear();
     append_csv_field(text_, on_terminal_ ? terminal_text(row.id) : row.id);
-    for (const ERPoint3D& p : {target.target_point(), target.measured_point().probe_center(),
-                               target.calculated_point()})
+    for (const ERPoint3D& p :
+         {target.target_point(), target.measured_point().probe_center(), target.calculated_point()})
         append_csv_numbers(text_, {p.x(), p.y(), p.z()});
     ERVector3D normal;
     if (target.get_surface_normal(normal) != 0)
-        append_csv_numbers(text_, {normal.i(), normal.j(), normal.k(), row.deviation,
-                                   target.distance_on_plane()});
+        append_csv_numbers(
+            text_, {normal.i(), normal.j(), normal.k(), row.deviation, target.distance_on_plane()});
     else
         text_ += ",,,,,";
     append_csv_numbers(text_, {target.distance_to_point()});
@@ -106,7 +106,8 @@ std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary
         if (row.in_tolerance) cells.push_back(*row.in_tolerance ? "in" : "OUT");
         table.add(std::move(cells));
     }
-    return table.text() + summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0, title);
+    return table.text() +
+           summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0, title);
 }
 
 } // namespace velm::inspect

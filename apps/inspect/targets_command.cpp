@@ -43,8 +43,7 @@ TargetOptions understand(const CLI::App& targets, const Texts& texts) {
     OutputPaths outputs(targets);
     outputs.take("--json", texts.json, options.json);
     outputs.take("--csv", texts.csv, options.csv);
-    if (options.table.empty())
-        throw Failure(ExitCode::usage, "TABLE: expected the name of a file");
+    if (options.table.empty()) throw Failure(ExitCode::usage, "TABLE: expected the name of a file");
     outputs.check({options.table}, !options.quiet);
     return options;
 }

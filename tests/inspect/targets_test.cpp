@@ -13,7 +13,8 @@ namespace {
 using velm_test::Ended;
 using velm_test::Workshop;
 
-// A ball of 2 against a plane, a point of the surface, and a direct target, in columns of any order.
+// A ball of 2 against a plane, a point of the surface, and a direct target, in columns of any
+// order.
 constexpr const char* table = "name;act_z;nom_x;nom_y;nom_z;nom_i;nom_j;nom_k;x;y;z;diameter;"
                               "act_x;act_y\n"
                               "ball;;1;2;3;0;0;1e-200;4;6;4,25;2;;\n"
@@ -58,9 +59,11 @@ TEST(Targets, BadRowsAreNamedAndRefusedOrSkipped) {
     EXPECT_EQ(refused.code, 3);
     for (const char* why :
          {"t.csv: 6 rows can't be used: line 3, id 'a': column nom_y: expected a number, found "
-          "'x'; line 4, id 'b': column nom_j: expected a number", "line 5, id 'c': columns nom_i, "
-          "nom_j, nom_k: the normal has no length", "'d': column diameter: expected a number",
-          "'e': column diameter: expected no negative", "'f': the point lies too far"})
+          "'x'; line 4, id 'b': column nom_j: expected a number",
+          "line 5, id 'c': columns nom_i, "
+          "nom_j, nom_k: the normal has no length",
+          "'d': column diameter: expected a number", "'e': column diameter: expected no negative",
+          "'f': the point lies too far"})
         EXPECT_NE(refused.error.find(why), std::string::npos) << refused.error;
     EXPECT_FALSE(std::filesystem::exists(shop.path("j.json")));
     const Ended skipped = shop.run("targets t.csv --skip-bad --json j.json");
