@@ -47,7 +47,8 @@ TEST(Targets, ReportsHaveTheirFixedFormAndJudgeAsStated) {
               std::string::npos);
     const Ended out = shop.run("targets t.csv --tolerance -.4 3.9");
     EXPECT_EQ(out.code, 1);
-    EXPECT_NE(out.out.find("out of tolerance              2  66.67 %"), std::string::npos) << out.out;
+    EXPECT_NE(out.out.find("out of tolerance              2  66.67 %"), std::string::npos)
+        << out.out;
 }
 
 TEST(Targets, BadRowsAreNamedAndRefusedOrSkipped) {
