@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <tuple>
 
 #include "inspect/failure.h"
 #include "inspect/id_set.h"
@@ -28,6 +29,12 @@ std::string sentence_of(Read read) {
         EXPECT_EQ(failure.code(), ExitCode::input);
         return failure.what();
     }
+}
+
+/// A text that is refused, the line that is named, 0 for none, and the cause.
+using Refusal = std::tuple<std::string, int, std::string>;
+std::string sentence(const std::string& file, int line, const std::string& cause) {
+    return file + (line > 0 ? ", line " + std::to_string(line) : "") + ": " + cause;
 }
 
 std::vector<MeasuredPoint> points_of(std::string_view text) {
@@ -91,54 +98,48 @@ TEST(OutlineReader, TheTwoLayoutsOfAirfoilsGiveTheSameOutline) {
 }
 
 TEST(OutlineReader, RefusalsNameTheLineAndTheCause) {
-    const std::pair<std::string, const char*> cases[] = {
-        {"", "o.dat: the file is empty; expected an outline"},
-        {"title\n\n", "o.dat: no vertices; expected lines of two numbers, x and y"},
-        {"0 0\n1 0\n", "o.dat, line 1: the contour that starts here has 2 different vertices; "
-                       "expected at least three"},
-        {"0 0\n1 0\n1 1\n\n5 5\n5 5\n5 5\n",
-         "o.dat, line 5: the contour that starts here has 1 different vertex; expected at least "
-         "three"},
-        {"0 0\n1 1\n2 2\n",
-         "o.dat, line 1: the vertices of the contour that starts here lie on one "
-         "line; expected an outline round an area"},
-        {"t\n0 0\n1 nan\n", "o.dat, line 3: expected a finite number, found 'nan'"},
-        {"-inf 0\n", "o.dat, line 1: expected a finite number, found '-inf'"},
-        {"0 0\n1e999 0\n", "o.dat, line 2: the number '1e999' is beyond what a double can hold"},
-        {"one\ntwo\n0 0\n", "o.dat, line 2: expected two numbers, x and y, found 'two'"},
-        {"0 0\n1 0 0\n", "o.dat, line 2: expected two numbers, x and y, found '1 0 0'"},
-        {"0 0\n1 a\n", "o.dat, line 2: expected a number, found 'a'"},
-        {"0 0\n1,,0\n", "o.dat, line 2: expected two numbers, x and y, found '1,,0'"},
-        {"M 0 0\nL 1 nan\n", "o.dat, line 2: expected a finite number, found 'nan'"},
-        {"t\nM 0\n", "o.dat, line 2: expected M x y, found 'M 0'"},
-        {"C 0 0 1\n1 1\n", "o.dat, line 2: expected M, L, A, Z or C, found '1 1'"},
-        {"M 0 0\nA 2 0 1 0 left\n", "o.dat, line 2: expected ccw or cw, found 'left'"},
-        {"M 0 0\nA 2 0 1 0\n",
-         "o.dat, line 2: expected A x y cx cy and ccw or cw, found 'A 2 0 1 0'"},
-        {"M 0 0\nZ 1\n", "o.dat, line 2: expected Z alone, found 'Z 1'"},
-        {"L 1 1\n", "o.dat, line 1: no contour is open for L; expected M or C"},
-        {"M 0 0\nL 1 0\nL 0 1\nC 5 5 1\n",
-         "o.dat, line 1: the contour that starts here isn't closed; expected Z at its end"},
-        {"M 5 0\nA 0 5.1 0 0 ccw\nZ\n",
-         "o.dat, line 2: the ends of the arc are not equally far from its centre: 5 and 5.1 differ "
-         "by more than 0.0000051"},
-        {"M 5 0\nA 0 5 5 0 cw\n", "o.dat, line 2: the centre of the arc is one of its ends"},
-        {"C 0 0 -1\n", "o.dat, line 1: expected a positive radius, found '-1'"},
-        {"M 0 0\nL 1 0\nZ\n", "o.dat, line 1: the contour that starts here has 2 different "
-                              "vertices; expected at least three"},
-        {"M 1 0\nA 0 1 0 0 ccw\nA 1 0 0 0 cw\nZ\n",
-         "o.dat, line 1: the contour that starts here leads back along its own arc; expected an "
-         "outline round an area"},
-        {"C 1e308 0 1e308\n",
-         "o.dat, line 1: the contour that starts here reaches beyond what a double can hold"},
-        {std::string("0 0\n1 0\n\0", 9),
-         "o.dat, line 3: a zero byte; this is a binary file, expected text"},
+    const std::string contour = "the contour that starts here ";
+    const Refusal cases[] = {
+        {"", 0, "the file is empty; expected an outline"},
+        {"title\n\n", 0, "no vertices; expected lines of two numbers, x and y"},
+        {"0 0\n1 0\n", 1, contour + "has 2 different vertices; expected at least three"},
+        {"0 0\n1 0\n1 1\n\n5 5\n5 5\n5 5\n", 5,
+         contour + "has 1 different vertex; expected at least three"},
+        {"0 0\n1 1\n2 2\n", 1,
+         "the vertices of the contour that starts here lie on one line; expected an outline round "
+         "an area"},
+        {"t\n0 0\n1 nan\n", 3, "expected a finite number, found 'nan'"},
+        {"-inf 0\n", 1, "expected a finite number, found '-inf'"},
+        {"0 0\n1e999 0\n", 2, "the number '1e999' is beyond what a double can hold"},
+        {"one\ntwo\n0 0\n", 2, "expected two numbers, x and y, found 'two'"},
+        {"0 0\n1 0 0\n", 2, "expected two numbers, x and y, found '1 0 0'"},
+        {"0 0\n1 a\n", 2, "expected a number, found 'a'"},
+        {"0 0\n1,,0\n", 2, "expected two numbers, x and y, found '1,,0'"},
+        {"M 0 0\nL 1 nan\n", 2, "expected a finite number, found 'nan'"},
+        {"t\nM 0\n", 2, "expected M x y, found 'M 0'"},
+        {"C 0 0 1\n1 1\n", 2, "expected M, L, A, Z or C, found '1 1'"},
+        {"M 0 0\nA 2 0 1 0 left\n", 2, "expected ccw or cw, found 'left'"},
+        {"M 0 0\nA 2 0 1 0\n", 2, "expected A x y cx cy and ccw or cw, found 'A 2 0 1 0'"},
+        {"M 0 0\nZ 1\n", 2, "expected Z alone, found 'Z 1'"},
+        {"L 1 1\n", 1, "no contour is open for L; expected M or C"},
+        {"M 0 0\nL 1 0\nL 0 1\nC 5 5 1\n", 1, contour + "isn't closed; expected Z at its end"},
+        {"M 5 0\nA 0 5.1 0 0 ccw\nZ\n", 2,
+         "the ends of the arc are not equally far from its centre: 5 and 5.1 differ by more than "
+         "0.0000051"},
+        {"M 5 0\nA 0 5 5 0 cw\n", 2, "the centre of the arc is one of its ends"},
+        {"C 0 0 -1\n", 1, "expected a positive radius, found '-1'"},
+        {"M 0 0\nL 1 0\nZ\n", 1, contour + "has 2 different vertices; expected at least three"},
+        {"M 1 0\nA 0 1 0 0 ccw\nA 1 0 0 0 cw\nZ\n", 1,
+         contour + "leads back along its own arc; expected an outline round an area"},
+        {"C 1e308 0 1e308\n", 1, contour + "reaches beyond what a double can hold"},
+        {std::string("0 0\n1 0\n\0", 9), 3, "a zero byte; this is a binary file, expected text"},
         {"\xFF\xFE"
          "0",
-         "o.dat: the text is in UTF-16; expected UTF-8 or plain ASCII"},
+         0, "the text is in UTF-16; expected UTF-8 or plain ASCII"},
     };
-    for (const auto& [text, sentence] : cases)
-        EXPECT_EQ(sentence_of([&text = text] { outline_of(text); }), sentence);
+    for (const auto& [text, line, cause] : cases)
+        EXPECT_EQ(sentence_of([&text = text] { outline_of(text); }),
+                  sentence("o.dat", line, cause));
 }
 
 // A full turn, a slot turned the other way, what is closed without Z and what Z closes.
@@ -186,33 +187,30 @@ TEST(MeasuredReader, HeadersSeparatorsAndQuotes) {
 }
 
 TEST(MeasuredReader, RefusalsNameTheLineTheColumnAndTheCause) {
-    const std::pair<std::string, const char*> cases[] = {
-        {"", "m.csv: the file is empty; expected CSV with a header"},
-        {"id,x\n", "m.csv, line 1: expected a header with the columns id, x and y; missing: y; "
-                   "found: 'id, x'"},
-        {"1,2,3\n",
-         "m.csv, line 1: expected a header with the columns id, x and y; missing: id, x, "
-         "y; found: '1, 2, 3'"},
-        {"id,x,y,X\n", "m.csv, line 1: the header names the column 'x' twice"},
-        {"id,x,y\n1,2,3\n2,,3\n", "m.csv, line 3: column x: expected a number, found nothing"},
-        {"id,x,y\n\n1,2\n", "m.csv, line 3: column y: expected a number, found nothing"},
-        {"id,x,y\n1,abc,3\n", "m.csv, line 2: column x: expected a number, found 'abc'"},
-        {"id,x,y\n1,0,NaN\n", "m.csv, line 2: column y: expected a finite number, found 'NaN'"},
-        {"id,x,y,z\n1,0,0,inf\n", "m.csv, line 2: column z: expected a finite number, found 'inf'"},
-        {"id,x,y\n1,-1e309,0\n",
-         "m.csv, line 2: column x: the number '-1e309' is beyond what a double can hold"},
-        {"id,x,y,diameter\n1,0,0,-1\n",
-         "m.csv, line 2: column diameter: expected no negative number, found '-1'"},
-        {"id,x,y\n1,1,5,2,5\n", "m.csv, line 2: expected 3 fields, as the header has, found 5"},
-        {"id,x,y\n\"1,1,5\n2,0,0\n", "m.csv, line 2: a quoted field starts here and isn't closed"},
-        {"id,x,y\n\"1\"a,1,5\n", "m.csv, line 2: text behind the closing quote of a field: 'a'"},
-        {std::string("id,x,y\n1,0,0\n\0\n", 14),
-         "m.csv, line 3: a zero byte; this is a binary file, expected text"},
-        {"id,x,y\n" + std::string(3000000, '7'),
-         "m.csv, line 2: the line is longer than a mebibyte"},
+    const Refusal cases[] = {
+        {"", 0, "the file is empty; expected CSV with a header"},
+        {"id,x\n", 1, "expected a header with the columns id, x and y; missing: y; found: 'id, x'"},
+        {"1,2,3\n", 1,
+         "expected a header with the columns id, x and y; missing: id, x, y; found: '1, 2, 3'"},
+        {"id,x,y,X\n", 1, "the header names the column 'x' twice"},
+        {"id,x,y\n1,2,3\n2,,3\n", 3, "column x: expected a number, found nothing"},
+        {"id,x,y\n\n1,2\n", 3, "column y: expected a number, found nothing"},
+        {"id,x,y\n1,abc,3\n", 2, "column x: expected a number, found 'abc'"},
+        {"id,x,y\n1,0,NaN\n", 2, "column y: expected a finite number, found 'NaN'"},
+        {"id,x,y,z\n1,0,0,inf\n", 2, "column z: expected a finite number, found 'inf'"},
+        {"id,x,y\n1,-1e309,0\n", 2,
+         "column x: the number '-1e309' is beyond what a double can hold"},
+        {"id,x,y,diameter\n1,0,0,-1\n", 2,
+         "column diameter: expected no negative number, found '-1'"},
+        {"id,x,y\n1,1,5,2,5\n", 2, "expected 3 fields, as the header has, found 5"},
+        {"id,x,y\n\"1,1,5\n2,0,0\n", 2, "a quoted field starts here and isn't closed"},
+        {"id,x,y\n\"1\"a,1,5\n", 2, "text behind the closing quote of a field: 'a'"},
+        {std::string("id,x,y\n1,0,0\n\0\n", 14), 3,
+         "a zero byte; this is a binary file, expected text"},
+        {"id,x,y\n" + std::string(3000000, '7'), 2, "the line is longer than a mebibyte"},
     };
-    for (const auto& [text, sentence] : cases)
-        EXPECT_EQ(sentence_of([&text = text] { points_of(text); }), sentence);
+    for (const auto& [text, line, cause] : cases)
+        EXPECT_EQ(sentence_of([&text = text] { points_of(text); }), sentence("m.csv", line, cause));
 }
 
 TEST(TextSource, LinesAreTheSameWhereverBlocksEnd) {
