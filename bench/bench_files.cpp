@@ -1,5 +1,6 @@
 // An array of a million points through ERFile, against one fwrite and one fread into freshly
 // allocated memory of the same bytes.
+#include "scratch_file.h"
 #include "velm/frame/binary_file.h"
 #include "velm/frame/point.h"
 #include "velm/frame/vec.h"
@@ -8,7 +9,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -16,26 +16,6 @@ namespace {
 
 constexpr int points = 1'000'000;
 constexpr std::size_t bytes = points * sizeof(ERPoint3D);
-
-/// A file's name that goes with its file.
-class Scratch {
-public:
-    Scratch() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "velm-bench-XXXXXX").string();
-        const int file = ::mkstemp(pattern.data());
-        if (file < 0) std::abort();
-        std::fclose(::fdopen(file, "w"));
-        name_ = pattern;
-    }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    ~Scratch() { std::filesystem::remove(name_); }
-    const char* name() const { return name_.c_str(); }
-
-private:
-    std::string name_;
-};
 
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -49,7 +29,7 @@ void report(benchmark::State& state) {
 }
 
 void WriteArray_fwrite(benchmark::State& state) {
-    const Scratch scratch;
+    const ScratchFile scratch;
     const ERVec<ERPoint3D> array = sample();
     const File file(std::fopen(scratch.name(), "wb"));
     for (auto _ : state) {
@@ -64,7 +44,7 @@ void WriteArray_fwrite(benchmark::State& state) {
 BENCHMARK(WriteArray_fwrite)->Unit(benchmark::kMillisecond);
 
 void WriteArray_ERFile(benchmark::State& state) {
-    const Scratch scratch;
+    const ScratchFile scratch;
     const ERVec<ERPoint3D> array = sample();
     ERFile file(scratch.name(), CFile::modeCreate | CFile::modeReadWrite);
     for (auto _ : state) {
@@ -75,13 +55,13 @@ void WriteArray_ERFile(benchmark::State& state) {
 }
 BENCHMARK(WriteArray_ERFile)->Unit(benchmark::kMillisecond);
 
-void fill(const Scratch& scratch) {
+void fill(const ScratchFile& scratch) {
     ERFile file(scratch.name(), CFile::modeCreate | CFile::modeReadWrite);
     sample().rep()->saveGuts(file);
 }
 
 void ReadArray_fread(benchmark::State& state) {
-    const Scratch scratch;
+    const ScratchFile scratch;
     fill(scratch);
     const File file(std::fopen(scratch.name(), "rb"));
     for (auto _ : state) {
@@ -97,7 +77,7 @@ void ReadArray_fread(benchmark::State& state) {
 BENCHMARK(ReadArray_fread)->Unit(benchmark::kMillisecond);
 
 void ReadArray_ERFile(benchmark::State& state) {
-    const Scratch scratch;
+    const ScratchFile scratch;
     fill(scratch);
     ERFile file(scratch.name(), CFile::modeRead);
     for (auto _ : state) {

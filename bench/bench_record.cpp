@@ -1,6 +1,7 @@
 // A million CAD identifiers hashed, compared and looked up, against std::unordered_map with the
 // same hash; a million targets stored and read back by file and by archive, against one fwrite and
 // fread of as many bytes; 10^5 points aligned on an outline of 10^3 edges.
+#include "scratch_file.h"
 #include "velm/frame/point_functions.h"
 #include "velm/measure/alignment.h"
 #include "velm/measure/cad_containers.h"
@@ -14,7 +15,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -133,32 +133,13 @@ void Fill_unordered_map(benchmark::State& state) {
 }
 BENCHMARK(Fill_unordered_map)->Unit(benchmark::kMillisecond);
 
-class Scratch {
-public:
-    Scratch() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "velm-bench-XXXXXX").string();
-        const int file = ::mkstemp(pattern.data());
-        if (file < 0) std::abort();
-        std::fclose(::fdopen(file, "w"));
-        name_ = pattern;
-    }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    ~Scratch() { std::filesystem::remove(name_); }
-    const char* name() const { return name_.c_str(); }
-
-private:
-    std::string name_;
-};
-
 const gmTargetPoint sample_target(ERPoint3D(1, 2, 3),
                                   ERCMMPointWithDiameter(1, 2, 4, 0, 0, 5, 2, 77),
                                   ERVector3D(0, 0, 1));
 
 /// One call of the file for each target: the record of a store.
 void Targets_ERFile(benchmark::State& state) {
-    const Scratch scratch;
+    const ScratchFile scratch;
     ERFile file(scratch.name(), CFile::modeCreate | CFile::modeReadWrite);
     gmTargetPoint back;
     for (auto _ : state) {
@@ -174,7 +155,7 @@ void Targets_ERFile(benchmark::State& state) {
 BENCHMARK(Targets_ERFile)->Unit(benchmark::kMillisecond);
 
 void Targets_CArchive(benchmark::State& state) {
-    const Scratch scratch;
+    const ScratchFile scratch;
     CFile file(scratch.name(), CFile::modeCreate | CFile::modeReadWrite);
     gmTargetPoint back;
     for (auto _ : state) {
@@ -193,7 +174,7 @@ void Targets_CArchive(benchmark::State& state) {
 BENCHMARK(Targets_CArchive)->Unit(benchmark::kMillisecond);
 
 void Targets_fwrite_fread(benchmark::State& state) {
-    const Scratch scratch;
+    const ScratchFile scratch;
     std::FILE* const file = std::fopen(scratch.name(), "w+b");
     std::vector<char> bytes(million * 131); // a target in an archive
     for (auto _ : state) {
