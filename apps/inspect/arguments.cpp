@@ -76,6 +76,13 @@ Tolerance parse_tolerance(const std::string& text) {
     return tolerance;
 }
 
+double parse_length(const std::string& option, const std::string& text) {
+    const std::vector<double> values = parse_numbers(option, text);
+    if (values.size() != 1 || values[0] < 0.0)
+        throw Failure(ExitCode::usage, option + ": expected one number, not negative");
+    return values[0];
+}
+
 void OutputPaths::take(const char* option, const std::string& path,
                        std::optional<std::string>& to) {
     if (app_.count(option) == 0) return;

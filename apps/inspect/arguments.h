@@ -25,6 +25,9 @@ std::vector<double> parse_numbers(const std::string& option, const std::string& 
 /// The band of a joined --tolerance. Throws `Failure` (usage).
 Tolerance parse_tolerance(const std::string& joined);
 
+/// The value of an option that is one number, not negative. Throws `Failure` (usage).
+double parse_length(const std::string& option, const std::string& text);
+
 /// The outputs that a subcommand was asked for.
 class OutputPaths {
 public:

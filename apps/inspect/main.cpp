@@ -12,6 +12,7 @@
 #include "inspect/arguments.h"
 #include "inspect/clip_command.h"
 #include "inspect/failure.h"
+#include "inspect/fit_command.h"
 #include "inspect/output_set.h"
 #include "inspect/section_command.h"
 #include "inspect/store_command.h"
@@ -28,6 +29,7 @@ constexpr const char* examples =
     "  velm-inspect section wing.dat probed.csv --tolerance -0.02 0.05 --svg report.svg\n"
     "  velm-inspect clip plate.txt path.txt --svg path.svg\n"
     "  velm-inspect targets panel.csv --tolerance 0.5 --json report.json\n"
+    "  velm-inspect fit circle bore.csv --diameter 5 --inside\n"
     "  velm-inspect store parts.velm --check\n"
     "  velm-inspect section --help\n";
 
@@ -60,6 +62,7 @@ ExitCode run(int argc, char** argv) {
     add_section_command(app, command);
     add_clip_command(app, command);
     add_targets_command(app, command);
+    add_fit_command(app, command);
     add_store_command(app, command);
 
     std::vector<std::string> arguments = join_numbers({argv + 1, argv + argc});

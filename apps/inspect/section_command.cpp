@@ -49,13 +49,6 @@ struct Texts {
     std::string form = "auto";
 };
 
-double parse_length(const std::string& option, const std::string& text) {
-    const std::vector<double> values = parse_numbers(option, text);
-    if (values.size() != 1 || values[0] < 0.0)
-        throw Failure(ExitCode::usage, option + ": expected one number, not negative");
-    return values[0];
-}
-
 OutlineForm parse_form(const std::string& text) {
     if (text == "contours") return OutlineForm::contours;
     if (text == "round") return OutlineForm::round;

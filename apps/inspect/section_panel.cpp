@@ -14,12 +14,6 @@ using Anchor = SvgCanvas::Anchor;
 constexpr double small = 11.0;
 constexpr std::string_view soft = "fill=\"#52606d\"";
 
-void draw_heading(SvgCanvas& canvas, const CanvasBox& area, const std::string& content) {
-    canvas.text({area.left, area.top + 12.0}, content, 12.5, Anchor::start, "font-weight=\"bold\"");
-    canvas.line({area.left, area.top + 20.0}, {area.right(), area.top + 20.0},
-                "stroke=\"#cbd2d9\" stroke-width=\"1\"");
-}
-
 std::string fill(int number) {
     return "fill=\"" + std::string(DeviationScale::color(number)) + "\"";
 }
@@ -88,6 +82,43 @@ void draw_axis(SvgCanvas& canvas, const CanvasBox& plot, const Bars& bars,
 }
 
 } // namespace
+
+void draw_heading(SvgCanvas& canvas, const CanvasBox& area, const std::string& content) {
+    canvas.text({area.left, area.top + 12.0}, content, 12.5, Anchor::start, "font-weight=\"bold\"");
+    canvas.line({area.left, area.top + 20.0}, {area.right(), area.top + 20.0},
+                "stroke=\"#cbd2d9\" stroke-width=\"1\"");
+}
+
+void draw_header(SvgCanvas& canvas, const std::string& title, const std::string& below,
+                 const Summary& summary) {
+    constexpr double border = 40.0;
+    canvas.text({border, 46.0}, clipped(title, 64), 20.0, Anchor::start, "font-weight=\"bold\"");
+    canvas.text({border, 68.0}, below, 12.0, Anchor::start, soft);
+    const std::uint64_t count = summary.deviations.count();
+    const std::uint64_t out = summary.out_of_tolerance;
+    const bool has_tolerance = summary.tolerance.has_value();
+    const std::string verdict = !has_tolerance ? "No tolerance given"
+                                : out == 0     ? "All " + grouped(count, "\u2009") + " in tolerance"
+                                               : grouped(out, "\u2009") + " of " +
+                                                 grouped(count, "\u2009") + " out of tolerance";
+    const double wide = SvgCanvas::text_width(verdict, 13.0) + 36.0;
+    const CanvasBox box{SvgCanvas::width - border - wide, 28.0, wide, 28.0};
+    const bool filled = has_tolerance && out > 0;
+    canvas.box(box, filled ? "rx=\"4\" fill=\"#7f0014\""
+                           : "rx=\"4\" fill=\"#fff\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
+    canvas.text({box.left + wide / 2.0, 46.5}, verdict, 13.0, Anchor::middle,
+                filled ? "font-weight=\"bold\" fill=\"#fff\"" : "font-weight=\"bold\"");
+}
+
+std::string shown_path(const std::string& path) {
+    constexpr std::size_t longest = 60;
+    const std::string text = terminal_text(path);
+    if (display_width(text) <= longest) return text;
+    std::size_t cut = text.size() - longest;
+    while (cut < text.size() && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80)
+        ++cut;
+    return "…" + text.substr(cut);
+}
 
 void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summary,
                   const DeviationUnit& unit) {
@@ -171,10 +202,12 @@ void draw_legend(SvgCanvas& canvas, const CanvasBox& area, const DeviationScale&
                    fill(DeviationScale::classes / 2) + " stroke=\"#3b4754\" stroke-width=\"0.7\"");
         note("envelope, coloured by its mean");
     }
-    canvas.path("M" + svg_point({area.left + 2.0, y - 1.0}) + "h24M" + svg_point({sign, y - 1.0}) +
-                    "v-10",
-                "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
-    note("outwards: material in excess");
+    if (!notes.outwards.empty()) {
+        canvas.path("M" + svg_point({area.left + 2.0, y - 1.0}) + "h24M" +
+                        svg_point({sign, y - 1.0}) + "v-10",
+                    "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
+        note(notes.outwards);
+    }
     if (notes.cut_whiskers > 0) {
         canvas.path("M" + svg_point({area.left + 2.0, y - 4.0}) + "h24m-7 -4v8m-4 0v-8",
                     "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1\"");

@@ -17,7 +17,18 @@ struct LegendNotes {
     bool has_tolerance = false;
     bool shows_band = false;
     bool shows_envelope = false;
+    std::string outwards = "outwards: material in excess"; ///< of the drawn offsets; empty for none
 };
+
+/// The title, the line below it, and the verdict in a box.
+void draw_header(SvgCanvas& canvas, const std::string& title, const std::string& below,
+                 const Summary& summary);
+
+/// The end of a long path, which tells more than its beginning.
+std::string shown_path(const std::string& path);
+
+/// A heading over a rule, at the top of an area.
+void draw_heading(SvgCanvas& canvas, const CanvasBox& area, const std::string& content);
 
 void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summary,
                   const DeviationUnit& unit);

@@ -37,17 +37,6 @@ Layout lay_out(const Outline& outline) {
             {border + 786.0, top, wide - 786.0, high}};
 }
 
-// The end of a long path, which tells more than its beginning.
-std::string shown_path(const std::string& path) {
-    constexpr std::size_t longest = 60;
-    const std::string text = terminal_text(path);
-    if (display_width(text) <= longest) return text;
-    std::size_t cut = text.size() - longest;
-    while (cut < text.size() && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80)
-        ++cut;
-    return "…" + text.substr(cut);
-}
-
 // A usual large deviation: of the rarest two in a hundred, but at least the tolerance where that is
 // of the same size.
 double reference_deviation(const std::vector<DeviationHistogram::Cell>& cells,
@@ -93,28 +82,6 @@ std::vector<SectionRow> SectionPicture::rows_to_name(const std::vector<SectionRo
     return rows;
 }
 
-void SectionPicture::draw_header(SvgCanvas& canvas, const Summary& summary,
-                                 const std::string& nominal, const std::string& measured) const {
-    const std::string title = outline_.title.empty() ? "Section" : terminal_text(outline_.title);
-    canvas.text({border, 46.0}, clipped(title, 64), 20.0, SvgCanvas::Anchor::start,
-                "font-weight=\"bold\"");
-    canvas.text({border, 68.0}, shown_path(measured) + " against " + shown_path(nominal), 12.0,
-                SvgCanvas::Anchor::start, "fill=\"#52606d\"");
-    const std::uint64_t count = summary.deviations.count();
-    const std::uint64_t out = summary.out_of_tolerance;
-    const std::string verdict = !tolerance_ ? "No tolerance given"
-                                : out == 0  ? "All " + grouped(count, "\u2009") + " in tolerance"
-                                            : grouped(out, "\u2009") + " of " +
-                                                 grouped(count, "\u2009") + " out of tolerance";
-    const double wide = SvgCanvas::text_width(verdict, 13.0) + 36.0;
-    const CanvasBox box{SvgCanvas::width - border - wide, 28.0, wide, 28.0};
-    const bool filled = tolerance_ && out > 0;
-    canvas.box(box, filled ? "rx=\"4\" fill=\"#7f0014\""
-                           : "rx=\"4\" fill=\"#fff\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
-    canvas.text({box.left + wide / 2.0, 46.5}, verdict, 13.0, SvgCanvas::Anchor::middle,
-                filled ? "font-weight=\"bold\" fill=\"#fff\"" : "font-weight=\"bold\"");
-}
-
 std::string SectionPicture::svg(const Summary& summary, const std::vector<SectionRow>& worst,
                                 const std::string& nominal, const std::string& measured) const {
     const std::vector<DeviationHistogram::Cell> cells = histogram_.cells();
@@ -127,7 +94,8 @@ std::string SectionPicture::svg(const Summary& summary, const std::vector<Sectio
     const Layout layout = lay_out(outline_);
     SvgCanvas canvas(outline_.title.empty() ? "Section" : outline_.title,
                      "Deviations of " + measured + " from " + nominal);
-    draw_header(canvas, summary, nominal, measured);
+    draw_header(canvas, outline_.title.empty() ? "Section" : terminal_text(outline_.title),
+                shown_path(measured) + " against " + shown_path(nominal), summary);
 
     SectionDrawing drawing(canvas, layout.drawing, outline_, scale, tolerance_, reference);
     LegendNotes notes = notes_;

@@ -27,8 +27,6 @@ private:
     static constexpr std::size_t most_whiskers = 5000;
     static constexpr std::size_t most_named = 1000;
 
-    void draw_header(SvgCanvas& canvas, const Summary& summary, const std::string& nominal,
-                     const std::string& measured) const;
     std::vector<SectionRow> rows_to_name(const std::vector<SectionRow>& worst) const;
 
     const Outline& outline_;

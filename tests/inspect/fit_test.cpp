@@ -1,0 +1,190 @@
+// velm-inspect fit from end to end: entities, residuals, the ball, the reports and the refusals.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <numbers>
+#include <sstream>
+
+#include "inspect/number_text.h"
+#include "inspect/workshop.h"
+
+namespace {
+
+using velm::inspect::shortest;
+using velm_test::Ended;
+using velm_test::Workshop;
+
+/// Points on a circle about (3, -4) with a residual of 0.01 cos 3t; bare, or rows with an id.
+std::string circle_rows(double radius, const std::string& header, const std::string& end) {
+    std::string text = header;
+    for (int n = 0; n < 60; ++n) {
+        const double t = 2.0 * std::numbers::pi * n / 60, r = radius + 0.01 * std::cos(3.0 * t);
+        if (!header.empty()) text += "p" + std::to_string(n) + ",";
+        text += shortest(3.0 + r * std::cos(t)) + "," + shortest(-4.0 + r * std::sin(t)) + end;
+    }
+    return text;
+}
+
+TEST(Fit, ACircleWithItsBall) {
+    Workshop shop;
+    shop.write("bore.csv", circle_rows(5, "id,x,y,diameter\n", ",2\n"));
+    shop.write("bare.txt", "# centres\n" + circle_rows(5, "", "\n"));
+    shop.write("raised.txt", circle_rows(5, "", ",7.5\n"));
+    const struct {
+        const char* arguments;
+        double radius;
+        int code;
+    } cases[] = {{"bore.csv --inside --tolerance 0.02", 6, 0},
+                 {"bore.csv --outside --tolerance -0.02 0.005", 4, 1},
+                 {"bare.txt --tolerance 0.02", 5, 0},
+                 {"bare.txt --diameter 2 --inside", 6, 0},
+                 {"- --diameter 1 --outside < raised.txt", 4.5, 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        const Ended ended = shop.run("fit circle " + std::string(c.arguments) +
+                                     " --json out.json --csv out.csv --svg out.svg");
+        EXPECT_EQ(ended.code, c.code) << ended.error;
+        EXPECT_NE(ended.out.find("roundness"), std::string::npos);
+        const nlohmann::json report = shop.read_json("out.json");
+        const auto& entity = report["entity"];
+        EXPECT_EQ(entity["kind"], "circle");
+        EXPECT_NEAR(entity["radius"].get<double>(), c.radius, 1e-12);
+        EXPECT_NEAR(entity["centre"][0].get<double>(), 3.0, 1e-4); // the lobes shift nothing
+        EXPECT_NEAR(entity["centre"][1].get<double>(), -4.0, 1e-4);
+        EXPECT_EQ(entity["normal"], nlohmann::json({0, 0, 1}));
+        EXPECT_EQ(entity["centre"].size() == 3 ? entity["centre"][2].get<double>() : 7.5, 7.5);
+        ASSERT_EQ(report["points"].size(), 60u);
+        std::size_t out_of_tolerance = 0;
+        for (int n = 0; n < 60; ++n) {
+            const auto& point = report["points"][static_cast<std::size_t>(n)];
+            EXPECT_NEAR(point["residual"].get<double>(),
+                        0.01 * std::cos(6.0 * std::numbers::pi * n / 60), 1e-4);
+            out_of_tolerance += point["in_tolerance"] == false;
+        }
+        EXPECT_EQ(out_of_tolerance > 0, c.code == 1);
+        const auto& summary = report["summary"];
+        EXPECT_EQ(summary.value("out_of_tolerance", nlohmann::json()).is_null(),
+                  report["tolerance"].is_null());
+        EXPECT_NEAR(summary["peak_to_valley"].get<double>(),
+                    summary["maximum"].get<double>() - summary["minimum"].get<double>(), 1e-15);
+        EXPECT_NEAR(summary["rms"].get<double>(), 0.01 / std::sqrt(2.0), 1e-6);
+        const std::string csv = shop.read("out.csv"), svg = shop.read("out.svg");
+        EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 61);
+        EXPECT_NE(svg.find("</svg>"), std::string::npos);
+        EXPECT_NE(svg.find("Roundness of a circle"), std::string::npos);
+    }
+}
+
+TEST(Fit, PlanesAndLines) {
+    Workshop shop;
+    // 2 x - y + 2 z = 9 with residuals of +-0.3 at the corners of a square, their ball outside.
+    shop.write("plane.xyz", "2.2 -0.1 2.7\n4.2 3.9 2.3\n0.2 3.9 6.7\n-1.8 -0.1 6.3\n");
+    shop.write("line.txt", "0 0.1\n1 0.9\n2 2.1\n3 2.9\n");
+    shop.write("space.txt", "0 0 0.5\n1 0 -0.5\n2 0 -0.5\n3 0 0.5\n");
+    const auto report = [&](const std::string& arguments) {
+        const Ended ended = shop.run("fit " + arguments + " --json - --svg out.svg");
+        EXPECT_EQ(ended.code, 0) << ended.error;
+        return nlohmann::json::parse(ended.out);
+    };
+    const nlohmann::json plane = report("plane plane.xyz --diameter 3 --outside");
+    const auto normal = plane["entity"]["normal"].get<std::vector<double>>();
+    const auto point = plane["entity"]["point"].get<std::vector<double>>();
+    const auto bare = report("plane plane.xyz")["entity"]["point"].get<std::vector<double>>();
+    double shift = 0;
+    for (std::size_t k = 0; k < 3; ++k)
+        shift += (point[k] - bare[k]) * normal[k];
+    EXPECT_NEAR(shift, -1.5, 1e-14);
+    double sum = 0, squares = 0;
+    for (const auto& p : plane["points"]) {
+        double height = 0;
+        for (std::size_t k = 0; k < 3; ++k)
+            height += (p["measured"][k].get<double>() - bare[k]) * normal[k];
+        EXPECT_NEAR(p["residual"].get<double>(), height, 1e-14);
+        sum += height;
+        squares += height * height;
+    }
+    EXPECT_NEAR(sum, 0, 1e-14);
+    EXPECT_NEAR(plane["summary"]["rms"].get<double>(), std::sqrt(squares / 4), 1e-14);
+
+    const nlohmann::json line = report("line line.txt");
+    EXPECT_EQ(line["entity"]["direction"].size(), 2u);
+    EXPECT_GT(line["entity"]["direction"][0].get<double>(), 0.7); // from the first to the last
+    const double angle = std::atan2(2 * 4.8, 5.0 - 4.64) / 2;     // of the moments 5, 4.8, 4.64
+    EXPECT_NEAR(line["points"][0]["residual"].get<double>(),
+                1.5 * std::sin(angle) - 1.4 * std::cos(angle), 1e-15);
+    const nlohmann::json space = report("line space.txt");
+    EXPECT_EQ(space["entity"]["direction"], nlohmann::json({1, 0, 0}));
+    EXPECT_EQ(space["summary"]["peak_to_valley"], 1.0); // the cylinder that holds the points
+    EXPECT_EQ(space["points"][1]["residual"], 0.5);
+    EXPECT_NE(shop.read("out.svg").find("Straightness of a line"), std::string::npos);
+}
+
+TEST(Fit, Refusals) {
+    Workshop shop;
+    shop.write("two.txt", "0 0 0\n1 1 1\n");
+    shop.write("row.txt", "0 0 0\n1 1 1\n2 2 2\n4 4 4\n");
+    shop.write("flat.txt", "0 0\n1 1\n2 0\n");
+    shop.write("same.txt", "1 2 3\n1 2 3\n1 2 3\n");
+    shop.write("mixed.txt", "0 0\n1 1 1\n");
+    shop.write("word.txt", "0 0\n1 zwei\n");
+    shop.write("none.txt", "# nothing\n");
+    shop.write("balls.csv", "id,x,y,diameter\na,0,0,1\nb,1,0,2\n");
+    shop.write("ball.csv", "id,x,y,diameter\na,0,0,1\nb,1,0,1\nc,0,1,1\n");
+    const struct {
+        const char* arguments;
+        int code;
+        const char* sentence;
+    } cases[] = {
+        {"plane two.txt", 3, "two.txt: no plane can be fitted: there are too few points: 2 of"},
+        {"plane row.txt", 3, "no plane can be fitted: the points lie on one line"},
+        {"circle row.txt", 3, "no circle can be fitted: the points lie on one line"},
+        {"line same.txt", 3, "no line can be fitted: all points coincide"},
+        {"plane flat.txt", 3, "a plane needs points with a z"},
+        {"line mixed.txt", 3, "mixed.txt, line 2: expected 2 numbers"},
+        {"line word.txt", 3, "word.txt, line 2: expected a number, found 'zwei'"},
+        {"line none.txt", 3, "none.txt"},
+        {"circle balls.csv --inside", 3, "line 3: the diameter 2 is not that of the rows before"},
+        {"circle ball.csv", 2, "give --inside for a bore, --outside for a shaft"},
+        {"circle flat.txt --inside", 2, "--inside: there is no ball; give its --diameter"},
+        {"line row.txt --diameter 1 --outside", 2, "a line in space has no side"},
+        {"circle flat.txt --diameter 9 --outside", 3, "as large as the circle of its centres"},
+        {"circle ball.csv --inside --outside", 2, "exclude each other"},
+        {"sphere flat.txt", 2, "sphere"},
+        {"circle flat.txt --json flat.txt", 2, "the output flat.txt is the input"},
+        {"circle missing.txt", 4, "missing.txt"},
+    };
+    const auto before = shop.names();
+    for (const auto& c : cases) {
+        const Ended ended = shop.run("fit " + std::string(c.arguments) + " --svg new.svg");
+        EXPECT_EQ(ended.code, c.code) << c.arguments;
+        EXPECT_NE(ended.error.find(c.sentence), std::string::npos) << ended.error;
+        EXPECT_EQ(std::count(ended.error.begin(), ended.error.end(), '\n'), 1) << ended.error;
+        EXPECT_EQ(shop.names(), before);
+    }
+}
+
+// The machine's own bore: its centre and its diameter, from the centres of its ball.
+TEST(Fit, ARealBore) {
+    std::ifstream in(VELM_REAL_DATA "/cmm/QIF_PTS_SAMPLE_points.csv");
+    if (!in) GTEST_SKIP() << "no data in " VELM_REAL_DATA "/cmm";
+    Workshop shop;
+    std::string rows = "id,x,y\n";
+    for (std::string line; std::getline(in, line);) {
+        std::vector<std::string> field;
+        std::istringstream cells(line);
+        for (std::string cell; std::getline(cells, cell, ',');)
+            field.push_back(cell);
+        if (field[0] == "29") rows += "b," + field[4] + "," + field[5] + "\n";
+    }
+    shop.write("bore.csv", rows);
+    const Ended ended = shop.run("fit circle bore.csv --diameter 4.99956542208 --inside --json -");
+    EXPECT_EQ(ended.code, 0) << ended.error;
+    const nlohmann::json entity = nlohmann::json::parse(ended.out)["entity"];
+    EXPECT_NEAR(2 * entity["radius"].get<double>(), 12.091599179226, 2e-9);
+    EXPECT_NEAR(entity["centre"][0].get<double>(), 0.00080940233, 2e-9);
+    EXPECT_NEAR(entity["centre"][1].get<double>(), 0.00031692348, 2e-9);
+}
+
+} // namespace
