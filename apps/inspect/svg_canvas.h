@@ -34,6 +34,8 @@ public:
     enum class Anchor { start, middle, end };
 
     SvgCanvas(std::string_view title, std::string_view description);
+    /// A picture of this size that stands within a page, without a ground of its own.
+    SvgCanvas(std::string_view title, double own_width, double own_height);
 
     void open_group(std::string_view attributes);
     void close_group();

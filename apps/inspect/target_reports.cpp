@@ -1,11 +1,15 @@
 #include "inspect/target_reports.h"
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "inspect/number_text.h"
 #include "inspect/report_json.h"
+#include "inspect/report_page.h"
 #include "inspect/summary_table.h"
 #include "inspect/table.h"
+#include "inspect/target_picture.h"
 #include "inspect/text_escape.h"
 #include "velm/version.h"
 
@@ -25,11 +29,13 @@ void append_value(std::string& out, const char* name, double value) {
 } // namespace
 
 TargetJson::TargetJson(Output& output, const std::string& table,
-                       const std::optional<Tolerance>& tolerance)
+                       const std::optional<Tolerance>& tolerance,
+                       const std::optional<AppliedAlignment>& alignment)
     : output_(output), ascii_(output.is_terminal()) {
     text_ = "{\"velm\":\"" VELM_VERSION_STRING "\",\"command\":\"targets\",\"table\":";
     append_json_string(text_, table, ascii_);
     append_tolerance(text_, tolerance);
+    if (alignment) append_alignment(text_, *alignment);
     text_ += ",\n \"points\":[";
     output_.write(text_);
 }
@@ -88,7 +94,8 @@ void TargetCsv::add(const TargetRow& row) {
 }
 
 std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary,
-                         const std::string& title) {
+                         const std::string& title,
+                         const std::optional<AppliedAlignment>& alignment) {
     std::vector<Table::Column> columns{{"id", false}, {"x"},        {"y"},       {"z"},
                                        {"deviation"}, {"on plane"}, {"distance"}};
     if (summary.tolerance) columns.push_back({"tolerance", false});
@@ -106,8 +113,48 @@ std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary
         if (row.in_tolerance) cells.push_back(*row.in_tolerance ? "in" : "OUT");
         table.add(std::move(cells));
     }
-    return table.text() +
-           summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0, title);
+    std::string out =
+        table.text() + summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0, title);
+    if (!alignment) return out;
+    out += '\n';
+    for (const auto& [name, value] : alignment_lines(*alignment))
+        out += name + ": " + value + "\n";
+    return out;
+}
+
+std::string target_page(std::span<const TargetRow> rows, const Summary& summary,
+                        const std::string& table, const std::optional<AppliedAlignment>& alignment,
+                        std::uint64_t skipped) {
+    const double largest =
+        std::max(std::fabs(summary.deviations.minimum()), std::fabs(summary.deviations.maximum()));
+    const DeviationScale scale(summary.tolerance, largest);
+    const DeviationUnit unit(
+        std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), largest}));
+    const int decimals = table_decimals(summary);
+    ReportPage page;
+    page.title = "Points against their nominal";
+    page.picture = target_picture(rows, scale, unit);
+    page.columns = {"nominal x", "y", "z", "deviation", "on plane", "distance"};
+    for (const TargetRow& row : rows) {
+        const ERPoint3D& p = row.target.target_point();
+        double on_plane = 0.0;
+        const bool has_normal = row.target.get_distance_on_plane(on_plane) != 0;
+        page.rows.push_back(
+            {row.id,
+             {fixed(p.x(), decimals), fixed(p.y(), decimals), fixed(p.z(), decimals),
+              has_normal ? fixed(row.deviation, decimals) : "",
+              has_normal ? fixed(on_plane, decimals) : "",
+              fixed(row.target.distance_to_point(), decimals)},
+             row.deviation,
+             row.in_tolerance});
+    }
+    page.provenance = {{"Table", table}, {"Made by", "velm-inspect " VELM_VERSION_STRING}};
+    if (skipped > 0)
+        page.provenance.emplace_back("Rows that could not be used", std::to_string(skipped));
+    if (alignment)
+        for (auto& line : alignment_lines(*alignment))
+            page.provenance.push_back(std::move(line));
+    return page.html(summary, scale, unit);
 }
 
 } // namespace velm::inspect

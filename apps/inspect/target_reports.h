@@ -1,13 +1,15 @@
 // target_reports.h: the reports of an inspection of targets: `TargetJson`, `TargetCsv`,
-// `target_table`.
+// `target_table`, `target_page`.
 #pragma once
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "inspect/kept_rows.h"
 #include "inspect/output_set.h"
+#include "inspect/target_alignment.h"
 #include "inspect/target_result.h"
 
 namespace velm::inspect {
@@ -19,7 +21,9 @@ namespace velm::inspect {
 /// is fixed.
 class TargetJson {
 public:
-    TargetJson(Output& output, const std::string& table, const std::optional<Tolerance>& tolerance);
+    /// An alignment stands in front of the points.
+    TargetJson(Output& output, const std::string& table, const std::optional<Tolerance>& tolerance,
+               const std::optional<AppliedAlignment>& alignment);
     void add(const TargetRow& row);
     /// `skipped` rows stand behind the summary, where bad rows were to be skipped.
     void finish(const Summary& summary, std::optional<std::uint64_t> skipped);
@@ -45,6 +49,12 @@ private:
 
 /// The table and summary on standard output; `title` stands above the summary.
 std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary,
-                         const std::string& title);
+                         const std::string& title,
+                         const std::optional<AppliedAlignment>& alignment);
+
+/// The page of the report.
+std::string target_page(std::span<const TargetRow> rows, const Summary& summary,
+                        const std::string& table, const std::optional<AppliedAlignment>& alignment,
+                        std::uint64_t skipped);
 
 } // namespace velm::inspect

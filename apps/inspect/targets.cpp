@@ -7,6 +7,7 @@
 #include "inspect/output_set.h"
 #include "inspect/progress.h"
 #include "inspect/repeated_ids.h"
+#include "inspect/target_alignment.h"
 #include "inspect/target_reader.h"
 #include "inspect/target_reports.h"
 
@@ -49,17 +50,21 @@ struct Reports {
     OutputSet outputs;
     std::unique_ptr<TargetJson> json;
     std::unique_ptr<TargetCsv> csv;
+    Output* html = nullptr;
     bool shows_table = true;
 
-    explicit Reports(const TargetOptions& options) : shows_table(!options.quiet) {
+    Reports(const TargetOptions& options, const std::optional<AppliedAlignment>& alignment)
+        : shows_table(!options.quiet) {
         const auto prepare = [&](const std::optional<std::string>& path) -> Output* {
             if (path == "-") shows_table = false;
             return path ? &outputs.add(*path) : nullptr;
         };
         Output* const json_file = prepare(options.json);
         Output* const csv_file = prepare(options.csv);
+        html = prepare(options.html);
         if (json_file != nullptr)
-            json = std::make_unique<TargetJson>(*json_file, options.table, options.tolerance);
+            json = std::make_unique<TargetJson>(*json_file, options.table, options.tolerance,
+                                                alignment);
         if (csv_file != nullptr) csv = std::make_unique<TargetCsv>(*csv_file);
     }
 };
@@ -69,7 +74,9 @@ struct Reports {
 ExitCode inspect_targets(const TargetOptions& options) {
     TextSource source(options.table);
     ReadTable table = read_table(options, source);
-    Reports reports(options);
+    std::optional<AppliedAlignment> alignment;
+    if (options.align) alignment = align_targets(table.rows, source.name());
+    Reports reports(options, alignment);
     KeptRows<TargetRow> kept;
     Summary summary;
     summary.tolerance = options.tolerance;
@@ -83,9 +90,12 @@ ExitCode inspect_targets(const TargetOptions& options) {
     if (reports.json)
         reports.json->finish(summary,
                              options.skip_bad ? std::optional(table.bad.count()) : std::nullopt);
+    if (reports.html != nullptr)
+        reports.html->write(
+            target_page(table.rows, summary, source.name(), alignment, table.bad.count()));
     if (reports.shows_table)
-        reports.outputs.add("-").write(
-            target_table(kept, summary, source.name() + ", each point against its nominal"));
+        reports.outputs.add("-").write(target_table(
+            kept, summary, source.name() + ", each point against its nominal", alignment));
     reports.outputs.commit();
     if (table.bad.count() > 0) warn_user("skipped: " + table.bad.sentence(source.name()));
     table.repeated.warn(source.name());

@@ -13,8 +13,9 @@ namespace velm::inspect {
 struct TargetOptions {
     std::string table;
     std::optional<Tolerance> tolerance;
-    std::optional<std::string> json, csv;
+    std::optional<std::string> json, csv, html;
     bool skip_bad = false; ///< rows that can't be used are told and left out, not refused
+    bool align = false;    ///< measured points are first brought onto the nominal by the best fit
     bool quiet = false;
 };
 

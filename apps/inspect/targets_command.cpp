@@ -15,6 +15,8 @@ constexpr const char* examples =
     "      within -0.5 and 1\n"
     "  velm-inspect targets panel.csv --tolerance 0.5 --json report.json --csv report.csv\n"
     "      a report for programs and one for a spreadsheet\n"
+    "  velm-inspect targets panel.csv --tolerance 0.5 --align bestfit --html report.html\n"
+    "      brought onto the nominal first; a page with the picture, to read, sort and print\n"
     "  velm-inspect targets panel.csv --skip-bad\n"
     "      without the rows that can't be used, which are told\n";
 
@@ -34,7 +36,8 @@ constexpr const char* files_text =
 struct Texts {
     TargetOptions options;
     std::string tolerance;
-    std::string json, csv;
+    std::string json, csv, html;
+    std::string align = "none";
 };
 
 TargetOptions understand(const CLI::App& targets, const Texts& texts) {
@@ -43,6 +46,8 @@ TargetOptions understand(const CLI::App& targets, const Texts& texts) {
     OutputPaths outputs(targets);
     outputs.take("--json", texts.json, options.json);
     outputs.take("--csv", texts.csv, options.csv);
+    outputs.take("--html", texts.html, options.html);
+    options.align = texts.align == "bestfit";
     if (options.table.empty()) throw Failure(ExitCode::usage, "TABLE: expected the name of a file");
     outputs.check({options.table}, !options.quiet);
     return options;
@@ -66,6 +71,14 @@ void add_targets_command(CLI::App& app, Command& command) {
         ->type_name("LOWER UPPER | T");
     targets->add_option("--json", texts->json, "Writes the report as JSON")->type_name("FILE");
     targets->add_option("--csv", texts->csv, "Writes the rows as CSV")->type_name("FILE");
+    targets->add_option("--html", texts->html, "Writes the report as one page")->type_name("FILE");
+    targets
+        ->add_option(
+            "--align", texts->align,
+            "bestfit: brings the measured points onto the nominal\nfirst, by the motion of "
+            "least squared deviations;\nnone unless told")
+        ->type_name("HOW")
+        ->check(CLI::IsMember({"bestfit", "none"}).description(""));
     targets->add_flag("--skip-bad", texts->options.skip_bad,
                       "Leaves rows out that can't be used, and tells them");
     targets->add_flag("--quiet", texts->options.quiet, "No table, no summary, no progress");

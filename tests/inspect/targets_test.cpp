@@ -78,6 +78,42 @@ TEST(Targets, BadRowsAreNamedAndRefusedOrSkipped) {
               std::string::npos);
 }
 
+// A box turned and shifted against its nominal comes back; what its top alone tells is moved alone.
+TEST(Targets, BestFitTakesTheMotionAwayAndThePageEscapesIds) {
+    Workshop shop;
+    std::string box = "id,nom_x,nom_y,nom_z,nom_i,nom_j,nom_k,act_x,act_y,act_z\n", top = box;
+    for (int n = 0; n < 24; ++n) {
+        const int axis = n % 3;
+        double p[] = {7.0 * (n % 5), 5.0 * (n % 7), 3.0 * (n % 4)};
+        const double x = p[0] - 4.0, y = p[1] + 2.0, c = std::cos(0.02), s = std::sin(0.02);
+        std::string row = "\"<b>&" + std::to_string(n) + "\"";
+        for (const double value : {p[0], p[1], p[2], 1.0 * (axis == 0), 1.0 * (axis == 1),
+                                   1.0 * (axis == 2), c * x + s * y, c * y - s * x, p[2] - 0.5})
+            row += "," + velm::inspect::shortest(value);
+        box += row + "\n";
+        if (axis == 2) top += row + "\n";
+    }
+    shop.write("box.csv", box);
+    shop.write("top.csv", top);
+    EXPECT_EQ(shop.run("targets box.csv --tolerance 1e-9 --html p.html").code, 1);
+    EXPECT_EQ(
+        shop.run("targets box.csv --tolerance 1e-9 --align bestfit --json j.json --html p.html")
+            .code,
+        0);
+    const auto found = shop.read_json("j.json")["alignment"];
+    EXPECT_NEAR(found["rotation"][1][0], std::sin(0.02), 1e-11);
+    EXPECT_NEAR(found["translation"][0], 4.0, 1e-9);
+    EXPECT_NEAR(found["translation"][1], -2.0, 1e-9);
+    EXPECT_NEAR(found["translation"][2], 0.5, 1e-9);
+    EXPECT_TRUE(found["held"].empty());
+    const std::string page = shop.read("p.html");
+    EXPECT_NE(page.find(">&lt;b&gt;&amp;23</th>"), std::string::npos);
+    EXPECT_EQ(page.find("<b>"), std::string::npos);
+    EXPECT_EQ(page.find(" src="), std::string::npos);
+    EXPECT_EQ(shop.run("targets top.csv --tolerance 1e-9 --align bestfit --json j.json").code, 0);
+    EXPECT_EQ(shop.read_json("j.json")["alignment"]["held"].size(), 3u);
+}
+
 // Six car panels with the deviations that the measuring software published.
 TEST(Targets, TheCarPanelsPublishedDeviationsComeOut) {
     const std::string stem = std::string(VELM_REAL_DATA) + "/cmm/SheetMetal_6_samples_";
