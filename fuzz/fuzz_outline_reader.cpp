@@ -13,8 +13,9 @@ using namespace velm::inspect;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    for (const OutlineForm form : {OutlineForm::automatic, OutlineForm::contours,
-                                   OutlineForm::round, OutlineForm::runs, OutlineForm::arcs}) {
+    for (const OutlineForm form :
+         {OutlineForm::automatic, OutlineForm::contours, OutlineForm::round, OutlineForm::runs,
+          OutlineForm::arcs, OutlineForm::pieces}) {
         try {
             TextSource source("fuzz", text);
             const Outline outline = read_outline(source, form);

@@ -16,8 +16,11 @@ struct NumberOption {
     std::string_view name;
     std::size_t most; // values
 };
-constexpr std::array<NumberOption, 4> number_options{
-    {{"--tolerance", 2}, {"--diameter", 1}, {"--frame", 9}, {"--max-height", 1}}};
+constexpr std::array<NumberOption, 5> number_options{{{"--tolerance", 2},
+                                                      {"--diameter", 1},
+                                                      {"--frame", 9},
+                                                      {"--max-height", 1},
+                                                      {"--chain-tolerance", 1}}};
 
 bool is_number(std::string_view text) {
     return parse_number(text).fault != NumberFault::not_a_number;
@@ -96,6 +99,14 @@ void OutputPaths::check(const std::vector<std::string>& inputs, bool has_table) 
     if (has_table && std::find(paths_.begin(), paths_.end(), "-") == paths_.end())
         paths_.push_back("-");
     check_outputs(inputs, paths_);
+}
+
+double parse_chain_tolerance(const std::string& text) {
+    constexpr double least = 1e-100; // whose square is a double
+    const std::vector<double> values = parse_numbers("--chain-tolerance", text);
+    if (values.size() != 1 || !(values[0] >= least))
+        throw Failure(ExitCode::usage, "--chain-tolerance: expected one number above 0");
+    return values[0];
 }
 
 void check_outputs(const std::vector<std::string>& inputs,

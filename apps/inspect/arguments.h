@@ -43,6 +43,10 @@ private:
     std::vector<std::string> paths_;
 };
 
+/// How near the ends of loose pieces are that belong together, from a joined argument. Throws
+/// `Failure` (usage).
+double parse_chain_tolerance(const std::string& text);
+
 /// What is wrong with a command line that the parser refused, as a sentence; `app` is the
 /// subcommand or the program that it was meant for.
 std::string usage_complaint(const CLI::App& app, const CLI::ParseError& error);

@@ -5,7 +5,6 @@
 
 #include "inspect/clip_picture.h"
 #include "inspect/clip_reports.h"
-#include "inspect/outline_reader.h"
 #include "inspect/output_set.h"
 #include "velm/frame/point_functions.h"
 #include "velm/frame/val_vector.h"
@@ -76,7 +75,7 @@ ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
 
 ExitCode clip_polylines(const ClipOptions& options) {
     TextSource region_file(options.region);
-    const Outline region = read_outline(region_file, options.form);
+    const Outline region = read_outline(region_file, options.form, options.chain_tolerance);
     require_straight(region_file, region);
     TextSource polyline_file(options.polyline);
     const Polylines polylines = read_polylines(polyline_file);

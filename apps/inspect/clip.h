@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "inspect/contour.h"
 #include "inspect/failure.h"
+#include "inspect/outline_reader.h"
 #include "inspect/polyline_reader.h"
 
 namespace velm::inspect {
@@ -16,6 +16,7 @@ struct ClipOptions {
     std::string polyline;
     std::optional<std::string> json, svg;
     OutlineForm form = OutlineForm::automatic;
+    double chain_tolerance = default_chain_tolerance; ///< of loose pieces
     bool quiet = false;
 };
 

@@ -25,7 +25,7 @@ constexpr const char* files_text =
 
 struct Texts {
     ClipOptions options;
-    std::string json, svg;
+    std::string json, svg, chain_tolerance;
 };
 
 ClipOptions understand(const CLI::App& clip, const Texts& texts) {
@@ -39,6 +39,8 @@ ClipOptions understand(const CLI::App& clip, const Texts& texts) {
         to = is_standard_output(path) ? "-" : path;
         outputs.push_back(*to);
     };
+    if (clip.count("--chain-tolerance") > 0)
+        options.chain_tolerance = parse_chain_tolerance(texts.chain_tolerance);
     take("--json", texts.json, options.json);
     take("--svg", texts.svg, options.svg);
     if (!options.quiet && std::find(outputs.begin(), outputs.end(), "-") == outputs.end())
@@ -68,6 +70,10 @@ void add_clip_command(CLI::App& app, Command& command) {
         ->type_name("");
     clip->add_option("--json", texts->json, "Writes the pieces as JSON")->type_name("FILE");
     clip->add_option("--svg", texts->svg, "Draws the picture")->type_name("FILE");
+    clip->add_option(
+            "--chain-tolerance", texts->chain_tolerance,
+            "How near the ends of loose pieces are that\nbelong together; 0.001 unless told")
+        ->type_name("D");
     clip->add_flag("--quiet", texts->options.quiet, "No text on standard output");
     clip->callback([clip, texts, &command] {
         command = [options = understand(*clip, *texts)] { return clip_polylines(options); };

@@ -72,12 +72,13 @@ private:
 
 /// How the lines of a nominal file make contours.
 enum class OutlineForm {
-    automatic, ///< `arcs` where the first line of data is one, `runs` where a line of two counts
-               ///< announces them, otherwise `contours`
+    automatic, ///< `arcs` or `pieces` where the first line of data is one, `runs` where a line of
+               ///< two counts announces them, otherwise `contours`
     contours,  ///< a blank line between contours, the first outer, the others holes
     round,     ///< one run round the profile, blank lines without meaning
     runs,      ///< a line of two counts, then an upper and a lower run from the same end
     arcs,      ///< lines and arcs: a letter and its numbers a line
+    pieces,    ///< loose pieces in any order and direction, x1 y1 x2 y2 a line
 };
 
 struct Outline {

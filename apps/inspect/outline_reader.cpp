@@ -10,6 +10,7 @@
 #include "inspect/outline_checks.h"
 #include "inspect/outline_commands.h"
 #include "inspect/outline_lines.h"
+#include "inspect/outline_pieces.h"
 
 namespace velm::inspect {
 namespace {
@@ -113,7 +114,15 @@ bool find_data(OutlineLines& lines, OutlineLine& line, Outline& outline) {
             outline.form = OutlineForm::arcs;
             return true;
         }
-        if (has_title || (outline.form != OutlineForm::arcs && is_vertex(line))) return true;
+        const bool may_be_pieces =
+            outline.form == OutlineForm::automatic || outline.form == OutlineForm::pieces;
+        if (may_be_pieces && is_piece(line)) {
+            outline.form = OutlineForm::pieces;
+            return true;
+        }
+        const bool has_vertices =
+            outline.form != OutlineForm::arcs && outline.form != OutlineForm::pieces;
+        if (has_title || (has_vertices && is_vertex(line))) return true;
         outline.title = trimmed(line.content);
         has_title = true;
     }
@@ -122,27 +131,34 @@ bool find_data(OutlineLines& lines, OutlineLine& line, Outline& outline) {
 
 } // namespace
 
-Outline read_outline(TextSource& source, OutlineForm form) {
+Outline read_outline(TextSource& source, OutlineForm form, double chain_tolerance) {
     Outline outline;
     outline.form = form;
     OutlineLines lines(source);
     OutlineLine line;
     Run vertices;
     CommandReader commands(source);
+    PieceReader pieces(source, chain_tolerance);
     for (bool more = find_data(lines, line, outline); more; more = lines.next(line)) {
         if (outline.form == OutlineForm::arcs)
             commands.take(line);
+        else if (outline.form == OutlineForm::pieces)
+            pieces.take(line);
         else
             vertices.push_back(read_vertex(source, line));
     }
     if (source.bytes_read() == 0) source.refuse_whole("the file is empty; expected an outline");
     if (outline.form == OutlineForm::arcs)
         outline.contours = commands.finish();
+    else if (outline.form == OutlineForm::pieces)
+        outline.contours = pieces.finish();
     else
         make_contours(source, std::move(vertices), outline);
     if (outline.contours.empty())
         source.refuse_whole(outline.form == OutlineForm::arcs
                                 ? "no contour; expected lines of M, L, A, Z or C"
+                            : outline.form == OutlineForm::pieces
+                                ? "no pieces; expected lines of four numbers, x1 y1 x2 y2"
                                 : "no vertices; expected lines of two numbers, x and y");
     return outline;
 }

@@ -114,7 +114,7 @@ struct Reports {
 
 ExitCode inspect_section(const SectionOptions& options) {
     TextSource nominal(options.nominal);
-    const Outline outline = read_outline(nominal, options.form);
+    const Outline outline = read_outline(nominal, options.form, options.chain_tolerance);
     const Profile profile(outline);
     TextSource measured(options.measured);
     MeasuredReader reader(measured);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "inspect/failure.h"
+#include "inspect/outline_reader.h"
 #include "inspect/section_frame.h"
 #include "inspect/section_result.h"
 
@@ -19,6 +20,7 @@ struct SectionOptions {
     std::optional<double> max_height;  ///< how far off the frame's plane a point may lie
     std::optional<std::string> json, csv, svg, store;
     OutlineForm form = OutlineForm::automatic;
+    double chain_tolerance = default_chain_tolerance; ///< of loose pieces
     bool quiet = false;
 };
 

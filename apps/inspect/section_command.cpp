@@ -33,6 +33,8 @@ constexpr const char* files_text =
     "  A x y cx cy ccw    goes on along an arc about (cx, cy), or cw for clockwise\n"
     "  Z                  closes the contour\n"
     "  C cx cy r          a circle\n"
+    "Or loose pieces in any order and direction, x1 y1 x2 y2 a line, whose ends meet in pairs;\n"
+    "the contour of the largest area is the outer one.\n"
     "MEASURED: CSV with a header that names id, x, y and optionally z, i, j, k, diameter,\n"
     "in any order, parted by comma, semicolon or tab; x, y is the centre of the ball.\n"
     "With --frame x, y, z are the machine's coordinates, and its points are brought into the\n"
@@ -45,6 +47,7 @@ struct Texts {
     std::string tolerance;
     std::string diameter;
     std::string frame, max_height;
+    std::string chain_tolerance;
     std::string json, csv, svg, store;
     std::string form = "auto";
 };
@@ -53,6 +56,7 @@ OutlineForm parse_form(const std::string& text) {
     if (text == "contours") return OutlineForm::contours;
     if (text == "round") return OutlineForm::round;
     if (text == "runs") return OutlineForm::runs;
+    if (text == "pieces") return OutlineForm::pieces;
     return text == "arcs" ? OutlineForm::arcs : OutlineForm::automatic;
 }
 
@@ -62,6 +66,8 @@ SectionOptions understand(const CLI::App& section, const Texts& texts) {
     if (section.count("--diameter") > 0)
         options.diameter = parse_length("--diameter", texts.diameter);
     if (section.count("--frame") > 0) options.frame.emplace(parse_numbers("--frame", texts.frame));
+    if (section.count("--chain-tolerance") > 0)
+        options.chain_tolerance = parse_chain_tolerance(texts.chain_tolerance);
     if (section.count("--max-height") > 0) {
         if (!options.frame) throw Failure(ExitCode::usage, "--max-height goes with --frame");
         options.max_height = parse_length("--max-height", texts.max_height);
@@ -127,9 +133,16 @@ void add_section_command(CLI::App& app, Command& command) {
                      "contours  parted by blank lines\n"
                      "round     one run, whatever the blank lines\n"
                      "runs      two runs behind a line of their counts\n"
-                     "arcs      lines and arcs: M, L, A, Z, C")
+                     "arcs      lines and arcs: M, L, A, Z, C\n"
+                     "pieces    loose pieces: x1 y1 x2 y2")
         ->type_name("FORM")
-        ->check(CLI::IsMember({"auto", "contours", "round", "runs", "arcs"}).description(""));
+        ->check(
+            CLI::IsMember({"auto", "contours", "round", "runs", "arcs", "pieces"}).description(""));
+    section
+        ->add_option(
+            "--chain-tolerance", texts->chain_tolerance,
+            "How near the ends of loose pieces are that\nbelong together; 0.001 unless told")
+        ->type_name("D");
     section->add_flag("--quiet", texts->options.quiet, "No table, no summary, no progress");
     section->callback([section, texts, &command] {
         command = [options = understand(*section, *texts)] { return inspect_section(options); };

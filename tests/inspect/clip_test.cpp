@@ -34,6 +34,41 @@ TEST(Clip, PiecesComeOutAsTextJsonAndPicture) {
               "# 1 piece of tiny_path.txt in ");
 }
 
+TEST(Clip, LoosePiecesMakeTheRegion) {
+    const Workshop shop;
+    // The plate from pieces a quarter long, hole first, directions mixed, ends blurred.
+    std::string pieces;
+    const double corner[2][2] = {{4, 6}, {0, 10}};
+    for (const auto& [low, high] : corner) {
+        const double x[] = {low, high, high, low, low}, y[] = {low, low, high, high, low};
+        for (int side = 0, n = 0; side < 4; ++side)
+            for (int i = 0, count = static_cast<int>(4 * (high - low)); i < count; ++i, ++n) {
+                const auto at = [&](const double* v, double t) {
+                    return std::to_string(v[side] + (v[side + 1] - v[side]) * t / count) + ' ';
+                };
+                const double blur = (n % 2) * 1e-4;
+                const std::string a = at(x, i + blur) + at(y, i + blur),
+                                  b = at(x, i + 1) + at(y, i + 1);
+                pieces += (n * 7 % 3 == 0 ? a + b : b + a) + '\n';
+            }
+    }
+    shop.write("loose.txt", pieces);
+    shop.write("path.txt", "-1 5.1\n11 5.1\n");
+    const auto ended = shop.run("clip loose.txt path.txt");
+    EXPECT_EQ(ended.out.substr(0, 12), "# 2 pieces o") << ended.error;
+    // Tighter than the blur: open, at the place of the gap.
+    const auto open = shop.run("clip loose.txt path.txt --chain-tolerance 1e-5");
+    EXPECT_EQ(open.code, 3);
+    EXPECT_NE(open.error.find("the contour is open: no other end meets that at"),
+              std::string::npos);
+    shop.write("branch.txt", pieces + "0 0 3 3\n");
+    EXPECT_NE(shop.run("clip branch.txt path.txt").error.find("3 ends meet at 0 0"),
+              std::string::npos);
+    shop.write("apart.txt", pieces + "20 0 30 0\n30 0 20 1\n20 1 20 0\n");
+    EXPECT_NE(shop.run("clip apart.txt path.txt").error.find("lies outside of the outer one"),
+              std::string::npos);
+}
+
 TEST(Clip, SaysWhatIsWrong) {
     const Workshop shop;
     shop.write("plate.txt", velm_test::plate);
