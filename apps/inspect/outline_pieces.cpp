@@ -76,7 +76,7 @@ void PieceReader::refuse_gap(const ERPoint2D& end, const Piece& piece) const {
 
 // Every end must meet exactly one other: only then the contours are the same in every order.
 void PieceReader::require_pairs() const {
-    const double size = 2.0 * tolerance_;
+    const double size = 4.0 * tolerance_; // of a cell: what is near lies in two on an axis at most
     using Cell = std::pair<double, double>;
     std::map<Cell, std::vector<std::pair<ERPoint2D, const Piece*>>> cells;
     const auto cell_of = [size](double x, double y) {
