@@ -2,6 +2,7 @@
 
 #include "velm/platform/file_exception.h"
 #include "velm/store/detail/block_cache.h"
+#include "velm/store/detail/free_chain.h"
 #include "velm/store/detail/unfinished_node.h"
 
 #include <algorithm>
@@ -24,7 +25,8 @@ UINT open_flags(const char* name, int read_only) {
 
 ERFileManager::ERFileManager(const char* name, int read_only)
     : ERFile(name, open_flags(name, read_only)), readOnly(read_only),
-      kept(std::make_unique<velm::detail::BlockCache>()) {
+      kept(std::make_unique<velm::detail::BlockCache>()),
+      chain(std::make_unique<velm::detail::FreeChain>()) {
     CFileStatus status;
     if (!GetStatus(status)) return;
     if (SeekToEnd() == 0) {
@@ -58,6 +60,12 @@ void ERFileManager::write_end(long offset) {
     const std::int32_t word = velm::stored_long(offset);
     write_through(4, &word, sizeof word);
     endOfData = offset;
+}
+
+void ERFileManager::write_word(long offset, std::int32_t word) {
+    if (steps == 0) return write_through(offset, &word, sizeof word);
+    Seek(offset, begin);
+    Write(word);
 }
 
 long ERFileManager::allocate(unsigned int bytes) {
@@ -187,6 +195,7 @@ void ERFileManager::flush_gathered() {
         CFile::Write(gathered.data(), bytes);
     } catch (...) {
         kept->clear(); // it may hold what the file does not
+        chain->forget();
         throw;
     }
     grew_to(GetPosition());
@@ -238,6 +247,8 @@ void ERFileManager::Write(const void* buffer, UINT count) {
     if (!adjoins || gathered.size() + count > most_gathered) flush_gathered();
     if (steps == 0 || count > most_gathered) {
         kept->clear(); // nobody tells what is written here
+        chain->forget();
+        if (steps == 0) chain->give_up();
         CFile::Write(buffer, count);
         grew_to(GetPosition());
         return;
@@ -260,6 +271,7 @@ void ERFileManager::SetLength(ULONGLONG new_length) {
     forget_window();
     length_known = false;
     kept->clear();
+    chain->forget();
     CFile::SetLength(new_length);
 }
 

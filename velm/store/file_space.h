@@ -20,6 +20,7 @@
 
 namespace velm::detail {
 class BlockCache;
+class FreeChain;
 class StoreStep;
 } // namespace velm::detail
 
@@ -92,9 +93,12 @@ public:
 
 private:
     friend class velm::detail::StoreStep;
+    friend class ERListManager;
 
     void write_start(long offset);
     void write_end(long offset);
+    /// A word that is gathered with what is written behind it, if a step is under way.
+    void write_word(long offset, std::int32_t word);
     void create_head();
     void flush_gathered();
     void forget_window() { window_size = 0; }
@@ -104,6 +108,7 @@ private:
 
     int readOnly;
     std::unique_ptr<velm::detail::BlockCache> kept;
+    std::unique_ptr<velm::detail::FreeChain> chain; // of all list managers of the file
     std::unique_ptr<ERLMan> list;
     long startOffset = ER_NULL_OFFSET;
     long endOfData = first_block;

@@ -2,11 +2,14 @@
 
 #include "velm/platform/debug_output.h"
 #include "velm/platform/file_exception.h"
+#include "velm/store/detail/free_chain.h"
 #include "velm/store/file_space.h"
 
 #include <algorithm>
 #include <climits>
 #include <utility>
+
+using velm::detail::FreeChain;
 
 // ---- one node ----
 
@@ -72,6 +75,9 @@ constexpr unsigned int kSmallestRemainder = 8;
 
 constexpr unsigned int kNodePayload = 264;
 
+/// A chain this long is worth its image in memory.
+constexpr long kLongWalk = 64;
+
 } // namespace
 
 ERListManager::ERListManager(ERFileManager* file_, int create)
@@ -119,7 +125,9 @@ long ERListManager::allocate(unsigned int bytes) {
             std::find_if(node.sizes, node.sizes + n, [need](auto size) { return size >= need; }) -
             node.sizes);
         if (i < n) offset = take(i, need);
-    } while (offset == ER_NULL_OFFSET && advance(stop));
+    } while (offset == ER_NULL_OFFSET && advance_to(stop, [&](const FreeChain& chain, long from) {
+                 return chain.first_with(from, need);
+             }));
     if (offset == ER_NULL_OFFSET) offset = file->allocateAtEnd(need);
     writeHeader(offset, need);
     return offset + 4;
@@ -140,7 +148,9 @@ void ERListManager::addToFreeList(long offset, unsigned int size) {
             writeNode();
             return;
         }
-    } while (advance(stop));
+    } while (advance_to(stop, [=](const FreeChain& chain, long from) {
+        return chain.first_for(from, offset, size);
+    }));
     extendFreeList(offset, size);
 }
 
@@ -151,24 +161,31 @@ void ERListManager::extendFreeList(long, unsigned int) {
     node = ERFreeListNode();
     node.next = std::exchange(linked.next, static_cast<std::int32_t>(made));
     current = made;
+    file->chain->chained(before, made);
     writeNode(); // before anything leads to it
-    file->write_node(before, &linked, sizeof linked);
+    writeNode(before, linked);
 }
 
 void ERListManager::deleteNode() {
     long removed = current;
     if (current != ERFileManager::head_node_offset) {
         const std::int32_t behind = node.next;
-        readNode(ERFileManager::head_node_offset);
-        begin_walk();
-        while (node.next != removed && advance(ERFileManager::head_node_offset)) {
+        if (file->chain->usable()) {
+            readNode(file->chain->before(removed));
+        } else {
+            readNode(ERFileManager::head_node_offset);
+            begin_walk();
+            while (node.next != removed && advance(ERFileManager::head_node_offset)) {
+            }
         }
         node.next = behind;
+        file->chain->removed(removed);
         writeNode();
     } else {
         removed = node.next;
         readNode(removed);
         current = ERFileManager::head_node_offset;
+        file->chain->removed(removed);
         writeNode();
     }
     file->forget_node(removed);
@@ -186,7 +203,17 @@ int ERListManager::readNode(long offset) {
     return 1;
 }
 
-void ERListManager::writeNode() { file->write_node(current, &node, sizeof node); }
+void ERListManager::writeNode() { writeNode(current, node); }
+
+void ERListManager::writeNode(long offset, const ERFreeListNode& image) {
+    try {
+        file->write_node(offset, &image, sizeof image);
+    } catch (...) {
+        file->chain->forget(); // what the file holds now is not known
+        throw;
+    }
+    file->chain->written(offset, image);
+}
 
 int ERListManager::advance() {
     if (++steps > file->endData() / ERFileManager::node_size + 2)
@@ -199,6 +226,22 @@ int ERListManager::advance(long stop) {
     return advance();
 }
 
+template <class Find>
+int ERListManager::advance_to(long stop, Find find) {
+    if (node.next == stop) return 0;
+    FreeChain& chain = *file->chain;
+    if (!chain.tried() && steps >= kLongWalk) {
+        chain.build(ERFileManager::head_node_offset, [this](long offset, ERFreeListNode& read) {
+            return file->read_node(offset, &read, sizeof read) == sizeof read;
+        });
+    }
+    if (!chain.usable() || std::exchange(jumped, true)) return advance();
+    const long found = find(chain, node.next);
+    const bool elsewhere = found != ER_NULL_OFFSET && found != stop;
+    readNode(elsewhere ? found : chain.before(stop));
+    return elsewhere;
+}
+
 unsigned int ERListManager::readHeader(long offset) {
     unsigned int size = 0;
     if (file->read_through(offset, &size, sizeof size) != sizeof size)
@@ -207,6 +250,5 @@ unsigned int ERListManager::readHeader(long offset) {
 }
 
 void ERListManager::writeHeader(long offset, unsigned int size) {
-    file->Seek(offset, CFile::begin);
-    file->Write(size);
+    file->write_word(offset, static_cast<std::int32_t>(size));
 }

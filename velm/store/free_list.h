@@ -73,6 +73,11 @@ private:
     void writeNode();
     int advance();
     int advance(long stop);
+    /// As advance(stop) again and again, to the next node that a chain in memory finds or to the
+    /// last one; a step where there is no such chain.
+    template <class Find>
+    int advance_to(long stop, Find find);
+    void writeNode(long offset, const ERFreeListNode& image);
     unsigned int readHeader(long offset);
     void writeHeader(long offset, unsigned int size);
     /// Takes `need` bytes or a little more from extent i; need becomes the size given away.
@@ -81,10 +86,14 @@ private:
 
     /// Starts a walk round the chain: one that takes more steps than the file has room for nodes
     /// raises an invalidFile instead of going on for ever.
-    void begin_walk() { steps = 0; }
+    void begin_walk() {
+        steps = 0;
+        jumped = false;
+    }
 
     ERFileManager* file;
     long current;
     ERFreeListNode node;
     long steps = 0;
+    bool jumped = false; // to the node that the chain in memory found
 };

@@ -1,0 +1,175 @@
+#include "velm/store/detail/free_chain.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace velm::detail {
+
+void FreeChain::forget() {
+    tried_ = usable_ = false;
+    nodes_.clear();
+    largest_.clear();
+    full_.clear();
+    images_.clear();
+    starts_.clear();
+    ends_.clear();
+}
+
+void FreeChain::give_up() {
+    forget();
+    tried_ = true;
+}
+
+std::size_t FreeChain::place_of(long offset) const {
+    return static_cast<std::size_t>(
+        std::find(nodes_.begin(), nodes_.end(), static_cast<std::int32_t>(offset)) -
+        nodes_.begin());
+}
+
+// ---- what stands in the nodes ----
+
+namespace {
+
+/// Calls back with each extent of one node that the other one doesn't list just so; both stand in
+/// the order of their offsets.
+template <class Callback>
+bool each_only_in(const ERFreeListNode& one, const ERFreeListNode& other, Callback callback) {
+    int j = 0;
+    for (int i = 0; i < one.count; ++i) {
+        while (j < other.count && other.offsets[j] < one.offsets[i])
+            ++j;
+        const bool same =
+            j < other.count && other.offsets[j] == one.offsets[i] && other.sizes[j] == one.sizes[i];
+        if (!same && !callback(i)) return false;
+    }
+    return true;
+}
+
+bool is_sound(const ERFreeListNode& node) {
+    if (node.magic != ERFreeListNode::magic_number || node.count < 0 ||
+        node.count > ERFreeListNode::max_extents)
+        return false;
+    for (int i = 0; i < node.count; ++i)
+        if (node.sizes[i] == 0 || (i > 0 && node.offsets[i - 1] >= node.offsets[i])) return false;
+    return true;
+}
+
+} // namespace
+
+bool FreeChain::enter(std::int32_t at, const ERFreeListNode& node, int i) {
+    const std::int64_t start = node.offsets[i];
+    return starts_.emplace(start, at).second && ends_.emplace(start + node.sizes[i], at).second;
+}
+
+void FreeChain::leave(const ERFreeListNode& node, int i) {
+    const std::int64_t start = node.offsets[i];
+    starts_.erase(start);
+    ends_.erase(start + node.sizes[i]);
+}
+
+void FreeChain::leave_all(const ERFreeListNode& node) {
+    for (int i = 0; i < node.count; ++i)
+        leave(node, i);
+}
+
+void FreeChain::measure(std::size_t i) {
+    const ERFreeListNode& node = *images_[i];
+    full_[i] = node.count == ERFreeListNode::max_extents;
+    largest_[i] = node.count > 0 ? *std::max_element(node.sizes, node.sizes + node.count) : 0;
+}
+
+bool FreeChain::append(long offset, const ERFreeListNode& node) {
+    const auto at = static_cast<std::int32_t>(offset);
+    if (!is_sound(node)) return false;
+    for (int i = 0; i < node.count; ++i)
+        if (!enter(at, node, i)) return false;
+    nodes_.push_back(at);
+    largest_.push_back(0);
+    full_.push_back(0);
+    images_.push_back(std::make_unique<ERFreeListNode>(node));
+    measure(nodes_.size() - 1);
+    return true;
+}
+
+// ---- finding ----
+
+long FreeChain::first_with(long from, std::uint32_t size) const {
+    const auto start = largest_.begin() + static_cast<std::ptrdiff_t>(place_of(from));
+    const auto fits = [size](std::uint32_t largest) { return largest >= size; };
+    auto found = std::find_if(start, largest_.end(), fits);
+    if (found == largest_.end()) {
+        found = std::find_if(largest_.begin(), start, fits);
+        if (found == start) return -1;
+    }
+    return nodes_[static_cast<std::size_t>(found - largest_.begin())];
+}
+
+long FreeChain::first_for(long from, long offset, std::uint32_t size) const {
+    const std::size_t start = place_of(from);
+    const std::size_t count = nodes_.size();
+    const auto way = [=](std::size_t place) { return (place + count - start) % count; };
+    std::size_t least = count;
+    const auto middle = full_.begin() + static_cast<std::ptrdiff_t>(start);
+    auto room = std::find(middle, full_.end(), 0);
+    if (room == full_.end()) {
+        room = std::find(full_.begin(), middle, 0);
+        if (room == middle) room = full_.end();
+    }
+    if (room != full_.end()) least = way(static_cast<std::size_t>(room - full_.begin()));
+    const auto touching = [&](const auto& map, std::int64_t at) {
+        const auto found = map.find(at);
+        if (found != map.end()) least = std::min(least, way(place_of(found->second)));
+    };
+    touching(ends_, offset);
+    touching(starts_, std::int64_t{offset} + size);
+    return least == count ? -1 : nodes_[(start + least) % count];
+}
+
+long FreeChain::before(long node) const {
+    const std::size_t place = place_of(node);
+    return nodes_[place > 0 ? place - 1 : nodes_.size() - 1];
+}
+
+// ---- following ----
+
+void FreeChain::written(long offset, const ERFreeListNode& node) {
+    if (!usable_) return;
+    const std::size_t place = place_of(offset);
+    if (place == nodes_.size()) return forget();
+    if (!is_sound(node)) return give_up();
+    ERFreeListNode& image = *images_[place];
+    const auto leaves = [&](int i) {
+        leave(image, i);
+        return true;
+    };
+    const auto enters = [&](int i) { return enter(nodes_[place], node, i); };
+    each_only_in(image, node, leaves);
+    if (!each_only_in(node, image, enters)) return give_up();
+    image = node;
+    measure(place);
+}
+
+void FreeChain::chained(long before, long offset) {
+    if (!usable_) return;
+    const std::size_t place = place_of(before);
+    if (place == nodes_.size() || place_of(offset) != nodes_.size()) return forget();
+    const auto at = static_cast<std::ptrdiff_t>(place) + 1;
+    nodes_.insert(nodes_.begin() + at, static_cast<std::int32_t>(offset));
+    largest_.insert(largest_.begin() + at, 0);
+    full_.insert(full_.begin() + at, 0);
+    images_.insert(images_.begin() + at, std::make_unique<ERFreeListNode>());
+}
+
+void FreeChain::removed(long offset) {
+    if (!usable_) return;
+    const std::size_t place = place_of(offset);
+    if (place == nodes_.size()) return forget();
+    leave_all(*images_[place]);
+    const auto at = static_cast<std::ptrdiff_t>(place);
+    nodes_.erase(nodes_.begin() + at);
+    largest_.erase(largest_.begin() + at);
+    full_.erase(full_.begin() + at);
+    images_.erase(images_.begin() + at);
+}
+
+} // namespace velm::detail
