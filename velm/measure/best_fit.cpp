@@ -17,11 +17,10 @@ public:
     template <class... Values>
     void add(Values... values) {
         static_assert(sizeof...(Values) == count);
-        const double given[count] = {values...};
         const double size = seen_ + 1.0;
         const double keep = seen_ / size;
-        for (std::size_t n = 0; n < count; ++n)
-            means_[n] = means_[n] * keep + given[n] / size;
+        std::size_t n = 0; // written out for every mean, which the compiler turns into pairs
+        ((means_[n] = means_[n] * keep + values / size, ++n), ...);
         seen_ = size;
     }
     double operator[](std::size_t n) const { return means_[n]; }
