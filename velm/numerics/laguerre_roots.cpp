@@ -274,9 +274,11 @@ void Finder::closed_form() {
 } // namespace
 
 double ScaledHypot(double a, double b) {
-    const double high = std::max(std::fabs(a), std::fabs(b));
-    const double low = std::min(std::fabs(a), std::fabs(b));
-    if (high == 0.0) return 0.0;
+    // std::max and std::min would drop a NaN of b.
+    double high = std::fabs(b);
+    double low = std::fabs(a);
+    if (low > high) std::swap(low, high);
+    if (high == 0.0 && low == 0.0) return 0.0;
     const double ratio = low / high;
     return high * std::sqrt(ratio * ratio + 1.0);
 }

@@ -50,7 +50,7 @@ struct VELM_API LaguerreValues {
 VELM_API bool LaguerreEvaluate(int n, const double* a, double re, double im, double eps,
                                LaguerreValues& values);
 
-/// The length of (a, b) without avoidable overflow.
+/// The length of (a, b) without avoidable overflow; NaN where either is.
 VELM_API double ScaledHypot(double a, double b);
 
 /// The real roots in the closed interval that LaguerreZeros finds with a tolerance of 1e-9 and 80
