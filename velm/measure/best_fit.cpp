@@ -6,9 +6,15 @@
 #include "velm/wireframe/line.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
+#include <utility>
 
 namespace {
+
+/// Two doubles that are computed side by side, each exactly as it would be alone.
+using Pair [[gnu::vector_size(16)]] = double;
 
 /// Running means, updated value by value as m * (i / (i + 1)) + value / (i + 1).
 template <std::size_t count>
@@ -17,16 +23,22 @@ public:
     template <class... Values>
     void add(Values... values) {
         static_assert(sizeof...(Values) == count);
-        const double size = seen_ + 1.0;
-        const double keep = seen_ / size;
-        std::size_t n = 0; // written out for every mean, which the compiler turns into pairs
-        ((means_[n] = means_[n] * keep + values / size, ++n), ...);
-        seen_ = size;
+        add_pairs(std::make_index_sequence<pairs>{}, std::array{values..., 0.0});
     }
-    double operator[](std::size_t n) const { return means_[n]; }
+    double operator[](std::size_t n) const { return means_[n / 2][n % 2]; }
 
 private:
-    double means_[count] = {};
+    static constexpr std::size_t pairs = (count + 1) / 2;
+
+    template <std::size_t... n>
+    void add_pairs(std::index_sequence<n...>, const std::array<double, count + 1>& values) {
+        const double size = seen_ + 1.0;
+        const double keep = seen_ / size;
+        ((means_[n] = means_[n] * keep + Pair{values[2 * n], values[2 * n + 1]} / size), ...);
+        seen_ = size;
+    }
+
+    Pair means_[pairs] = {};
     double seen_ = 0.0;
 };
 
