@@ -55,7 +55,7 @@ TableauDePascal::~TableauDePascal() {
 
 void TableauDePascal::ComputeTo(int n) {
     const std::lock_guard<CCriticalSection> lock(growth);
-    published(n);
+    published(std::max(n, 0));
 }
 
 const TableauDePascal::Table* TableauDePascal::grown(int n) {
