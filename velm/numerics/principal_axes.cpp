@@ -17,34 +17,31 @@ using Axes = std::array<typename D::Vector, PrincipalAxes<D>::n>;
 template <std::size_t n>
 using Symmetric = std::array<std::array<double, n>, n>;
 
-/// Sums are kept in lanes, so that one addition need not wait for the last.
-constexpr std::size_t lanes = 4;
-using Lanes = std::array<double, lanes>;
+/// Two points go side by side: twice the sums in one step, and no addition waits for the last.
+using Pair [[gnu::vector_size(16)]] = double;
 
-double total(const Lanes& sum) { return (sum[0] + sum[1]) + (sum[2] + sum[3]); }
+/// What two points are to a place, coordinate by coordinate.
+template <std::size_t n>
+struct Offsets {
+    Pair at[n];
+};
 
-/// Calls add(lane, point) for every point.
+double total(const Pair& sum) { return sum[0] + sum[1]; }
+
+/// Calls add(offsets) for the points two by two; the place itself stands in for an odd one's peer.
 template <class Point, class Add>
-void for_each_in_lanes(std::span<const Point> points, Add add) {
-    std::size_t i = 0;
-    for (; i + lanes <= points.size(); i += lanes)
-        for (std::size_t lane = 0; lane < lanes; ++lane)
-            add(lane, points[i + lane]);
-    for (std::size_t lane = 0; i < points.size(); ++i, ++lane)
-        add(lane, points[i]);
-}
-
-template <class D>
-typename D::Point mean_of(std::span<const typename D::Point> points) {
-    constexpr std::size_t n = PrincipalAxes<D>::n;
-    const typename D::Point first = points.front();
-    std::array<Lanes, n> sum{};
-    for_each_in_lanes(points, [&](std::size_t lane, const auto& p) {
+void for_each_pair(std::span<const Point> points, const Point& place, Add add) {
+    constexpr std::size_t n = Point::components;
+    const auto offsets = [&place](const Point& p, const Point& q) {
+        Offsets<n> result;
         for (std::size_t k = 0; k < n; ++k)
-            sum[k][lane] += p[int(k)] - first[int(k)];
-    });
-    const auto count = static_cast<double>(points.size());
-    return D::Point::each([&](int k) { return first[k] + total(sum[std::size_t(k)]) / count; });
+            result.at[k] = Pair{p[int(k)], q[int(k)]} - place[int(k)];
+        return result;
+    };
+    std::size_t i = 0;
+    for (; i + 1 < points.size(); i += 2)
+        add(offsets(points[i], points[i + 1]));
+    if (i < points.size()) add(offsets(points[i], place));
 }
 
 /// The moments about `centre` of what coordinates(p - centre) gives, corrected for their means,
@@ -54,26 +51,25 @@ Symmetric<PrincipalAxes<D>::n> moments(std::span<const typename D::Point> points
                                        const typename D::Point& centre, Coordinates coordinates,
                                        std::array<double, PrincipalAxes<D>::n>& means) {
     constexpr std::size_t n = PrincipalAxes<D>::n;
-    std::array<Lanes, n> first{};
-    std::array<Lanes, n*(n + 1) / 2> second{};
-    for_each_in_lanes(points, [&](std::size_t lane, const auto& p) {
-        const auto u = coordinates(typename D::Vector(centre, p));
+    Offsets<n> first{};
+    Offsets<n*(n + 1) / 2> second{};
+    for_each_pair(points, centre, [&](const Offsets<n>& offsets) {
+        const Offsets<n> u = coordinates(offsets);
         std::size_t at = 0;
         for (std::size_t k = 0; k < n; ++k) {
-            const double value = u[int(k)];
-            first[k][lane] += value;
+            first.at[k] += u.at[k];
             for (std::size_t l = k; l < n; ++l)
-                second[at++][lane] += value * u[int(l)];
+                second.at[at++] += u.at[k] * u.at[l];
         }
     });
     const auto count = static_cast<double>(points.size());
     for (std::size_t k = 0; k < n; ++k)
-        means[k] = total(first[k]) / count;
+        means[k] = total(first.at[k]) / count;
     Symmetric<n> result{};
     std::size_t at = 0;
     for (std::size_t k = 0; k < n; ++k)
         for (std::size_t l = k; l < n; ++l)
-            result[k][l] = result[l][k] = total(second[at++]) / count - means[k] * means[l];
+            result[k][l] = result[l][k] = total(second.at[at++]) / count - means[k] * means[l];
     return result;
 }
 
@@ -180,14 +176,14 @@ PrincipalAxes<D> scaled_axes(std::span<const typename D::Point> points) {
 template <class D>
 PrincipalAxes<D> principal_axes(std::span<const typename D::Point> points) {
     constexpr std::size_t n = PrincipalAxes<D>::n;
-    using Vector = typename D::Vector;
     PrincipalAxes<D> result;
     if (points.empty()) return result;
 
     std::array<double, n> means{};
-    const auto centre = mean_of<D>(points);
+    const typename D::Point first = points.front();
     auto m = moments<D>(
-        points, centre, [](const Vector& v) { return v; }, means);
+        points, first, [](const Offsets<n>& u) { return u; }, means);
+    const auto centre = D::Point::each([&](int k) { return first[k] + means[std::size_t(k)]; });
     double trace = 0.0;
     for (std::size_t k = 0; k < n; ++k)
         trace += m[k][k];
@@ -200,8 +196,14 @@ PrincipalAxes<D> principal_axes(std::span<const typename D::Point> points) {
     const Axes<D> axis = result.axis;
     m = moments<D>(
         points, centre,
-        [&axis](const Vector& v) {
-            return Vector::each([&](int k) { return v * axis[std::size_t(k)]; });
+        [&axis](const Offsets<n>& u) {
+            Offsets<n> turned;
+            for (std::size_t k = 0; k < n; ++k) {
+                turned.at[k] = u.at[0] * axis[k][0];
+                for (std::size_t l = 1; l < n; ++l)
+                    turned.at[k] += u.at[l] * axis[k][int(l)];
+            }
+            return turned;
         },
         means);
     diagonalise<n>(m, result.axis);

@@ -44,11 +44,12 @@ struct PrincipalAxes {
     double rounding = 0.0;
 };
 
-/// Three passes: the centroid; the moments about it, corrected for its rounding (Chan, Golub and
-/// LeVeque, "Algorithms for computing the sample variance", 1983) and diagonalised by Jacobi's
-/// rotations (Golub and Van Loan, Matrix Computations, 4th edition, section 8.5); then the moments
-/// in those axes and their rotations, which gives small spreads and the directions between them
-/// to nearly the accuracy of a singular value decomposition of the points. Points of any scale.
+/// Two passes. The first finds the centroid, and the axes by Jacobi's rotations (Golub and Van
+/// Loan, Matrix Computations, 4th edition, section 8.5) of the moments about the first point,
+/// corrected for their means (Chan, Golub and LeVeque, "Algorithms for computing the sample
+/// variance", 1983). The second takes the moments about the centroid in those axes, corrected
+/// again, and their rotations: that gives small spreads and the directions between them to nearly
+/// the accuracy of a singular value decomposition of the points. Points of any scale.
 template <class D>
 VELM_API PrincipalAxes<D> principal_axes(std::span<const typename D::Point> points);
 
