@@ -47,6 +47,7 @@ public:
     }
     t_SmartPtr<ERObject> read(const RecordImage& record) {
         t_SmartPtr<ERObject> object = empty(record);
+        if (!object) return object; // of two classes with its signature, one can't be created
         detail::RecordBytes guts(image_.guts(record));
         ERObjectDataBase* const present = std::exchange(ERObject::theCurrentDataBase, this);
         whole_ = true;
