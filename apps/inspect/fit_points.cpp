@@ -14,11 +14,11 @@ FitPoints read_bare(TextSource& source) {
     std::size_t expected = 0;
     while (lines.next(line)) {
         if (line.count != 2 && line.count != 3)
-            source.refuse("expected two or three numbers, found '" + line.shown() + "'");
+            source.refuse("expected two or three numbers, found " + line.shown());
         if (expected == 0) expected = line.count;
         if (line.count != expected)
             source.refuse("expected " + std::to_string(expected) +
-                          " numbers as in the lines before, found '" + line.shown() + "'");
+                          " numbers as in the lines before, found " + line.shown());
         ERPoint3D place;
         for (std::size_t k = 0; k < line.count; ++k) {
             const ParsedNumber number = parse_number(line.field[k]);
