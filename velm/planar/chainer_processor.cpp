@@ -154,7 +154,8 @@ ERChainerProcessor::Chain ERChainerProcessor::take_out(std::size_t place) {
     }
     --live;
     derived -= is_plain(*slot.chain) ? 0u : 1u;
-    indexed_changes = ++*changes;
+    if (indexed_changes == *changes) ++indexed_changes; // an index that is behind stays so
+    ++*changes;
     return std::exchange(slot.chain, Chain());
 }
 

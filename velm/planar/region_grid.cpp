@@ -22,7 +22,8 @@ ERRegion2DGrid::ERRegion2DGrid(ERRegion2D const& of)
 
 /// Quarters the box and asks the polygons about mixed quarters only.
 void ERRegion2DGrid::init() {
-    set_outside_value(region->IsFirstOuter() ? STATE_OUTSIDE : STATE_INSIDE);
+    const bool has_outer = region->IsFirstOuter() && region->entries() > 0;
+    set_outside_value(has_outer ? STATE_OUTSIDE : STATE_INSIDE);
     std::vector<CellRectangle> waiting{{0, 0, cells_a_side - 1, cells_a_side - 1}};
     while (!waiting.empty()) {
         const CellRectangle r = waiting.back();

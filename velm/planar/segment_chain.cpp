@@ -9,13 +9,12 @@
 #include <ostream>
 #include <typeinfo>
 
-VELM_DEFINE_CLASS(ERChainedMetaSeg2D, ERChainerSeg2D)
+VELM_DEFINE_CLASS_NOT_CREATABLE(ERChainedMetaSeg2D, ERChainerSeg2D)
 
 void ERChainedMetaSeg2D::insert(t_SmartPtr<ERChainerSeg2D> piece) {
     if (!piece) return;
     const double length = piece->length();
     pieces.push_back({std::move(piece), length});
-    sum += length;
     rough_sum += length >= 0.0 ? length : std::numeric_limits<double>::quiet_NaN();
 }
 
@@ -24,7 +23,6 @@ void ERChainedMetaSeg2D::merge(ERChainedMetaSeg2D& other) {
     for (std::size_t i = 0; i < theirs; ++i) {
         const Piece piece = other.pieces[i];
         pieces.push_back(piece);
-        sum += piece.length;
     }
     rough_sum += other.rough_sum;
 }
@@ -35,7 +33,7 @@ void ERChainedMetaSeg2D::take(ERChainedMetaSeg2D& other) {
         return;
     }
     rough_sum += other.rough_sum;
-    is_summed = false;
+    ERChainedMetaSeg2D::length(); // of the pieces here, which come first
     std::for_each(pieces.rbegin(), pieces.rend(),
                   [&other](Piece& piece) { other.pieces.push_front(std::move(piece)); });
     pieces.swap(other.pieces);
@@ -60,25 +58,21 @@ void ERChainedMetaSeg2D::applyOnSegment(void (*operation)(ERChainerSeg2D*, void*
 }
 
 void ERChainedMetaSeg2D::reverse() {
+    ERChainedMetaSeg2D::length(); // in the order in which they came
     std::reverse(pieces.begin(), pieces.end());
     for (const Piece& piece : pieces)
         piece.segment->reverse();
-    is_summed = false;
 }
 
 double ERChainedMetaSeg2D::length() const {
-    if (!is_summed) {
-        sum = 0.0;
-        for (const Piece& piece : pieces)
-            sum += piece.length;
-        is_summed = true;
-    }
+    for (; summed < pieces.size(); ++summed)
+        sum += pieces[summed].length;
     return sum;
 }
 
 /// Whether value > length(), without adding all up where the rough sum tells.
 bool ERChainedMetaSeg2D::is_shorter_than(double value) const {
-    if (!is_summed) {
+    if (summed < pieces.size()) {
         const double error = 4.0 * static_cast<double>(pieces.size()) *
                              std::numeric_limits<double>::epsilon() * rough_sum;
         if (std::fabs(value - rough_sum) > error) return value > rough_sum;

@@ -5,6 +5,7 @@
 #include "velm/frame/smart_pointer.h"
 #include "velm/planar/chainer_segment.h"
 
+#include <cstddef>
 #include <deque>
 #include <iosfwd>
 
@@ -31,11 +32,12 @@ public:
 
     /// Turns the order round and reverses each piece.
     void reverse() override;
-    /// The sum of the lengths that the pieces had when they came, in order.
+    /// The sum of the lengths that the pieces had when they came, added in that order.
     double length() const override;
-    /// The comparison of the whole chains, then of the pieces at their ends: what meets as chains
-    /// must meet in the same way as pieces, else the chains count as apart. Refused chains stay
-    /// refused.
+    /// Whether the whole chains meet, then how the pieces at their ends do: the first with the
+    /// first, the first with the last, the last with the first, the last with the last. The first
+    /// of these pairs that meets in its own way decides, whatever way the chains met; if none does,
+    /// they count as apart. Refused chains stay refused.
     SegCompState compareWith(ERChainerSeg2D const* other, double tol) const override;
     ERPoint2D getExt1() const override;
     ERPoint2D getExt2() const override;
@@ -59,7 +61,7 @@ private:
     bool is_shorter_than(double value) const;
 
     std::deque<Piece> pieces;
-    mutable double sum = 0.0;
-    mutable bool is_summed = true;
-    double rough_sum = 0.0; // in any order
+    mutable double sum = 0.0;       // of the first `summed` pieces, as they came
+    mutable std::size_t summed = 0; // a reverse keeps the sum
+    double rough_sum = 0.0;         // in any order
 };

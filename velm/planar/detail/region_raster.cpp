@@ -95,6 +95,7 @@ RegionRaster::Value RegionRaster::common_value(const ERMinimax2D& box) const {
     if (!(box_.contains(box.MinPoint()) && box_.contains(box.MaxPoint()))) return unknown;
     const int left = column_of(box.xmin), right = column_of(box.xmax);
     const int bottom = row_of(box.ymin), top = row_of(box.ymax);
+    if (left > right || bottom > top) return unknown; // a box turned inside out
     if ((right - left + 1.0) * (top - bottom + 1.0) > most_cells_under_box) return unknown;
     for (int row = bottom; row <= top; ++row) {
         for (int column = left; column <= right; ++column) {
