@@ -35,10 +35,8 @@ int CADObjectID::s_version = CADObjectID::newest_version;
 
 void gmIDNameSpace::become(gmNSType type, const utString& name) {
     const bool valid = type != gmNSTypeInvalid && !name.empty();
-    *this = gmIDNameSpace();
-    if (!valid) return;
-    type_ = type;
-    name_ = name;
+    type_ = valid ? type : gmNSTypeInvalid;
+    name_ = valid ? name : utString(); // the name may be this one's own
 }
 
 int gmIDNameSpace::compare(const gmIDNameSpace& other) const {

@@ -110,7 +110,8 @@ int gmBinaryFlagsEx::count_selected_points() const {
 
 void gmBinaryFlagsEx::negate(int n) {
     const int before = size_;
-    if (!stale_) count_ = (n > 0 ? n : before) - count_;
+    // A count from an archive may be any number: the difference can be beyond an int.
+    if (!stale_) count_ = static_cast<int>(LONGLONG{n > 0 ? n : before} - count_);
     for (std::uint64_t& word : words_)
         word = ~word;
     cut_to(before);

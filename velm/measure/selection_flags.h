@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <span>
+#include <utility>
 #include <vector>
 
 /// A growing vector of bits, one per point, with the number of selected ones, which is counted anew
@@ -23,6 +24,20 @@ public:
     explicit gmBinaryFlagsEx(std::initializer_list<int> selected)
         : gmBinaryFlagsEx(std::span(selected.begin(), selected.size())) {}
     gmBinaryFlagsEx(const gmBinaryFlagsEx& other, utCopyTag) : gmBinaryFlagsEx(other) {}
+    gmBinaryFlagsEx(const gmBinaryFlagsEx&) = default;
+    /// The other one is empty afterwards.
+    gmBinaryFlagsEx(gmBinaryFlagsEx&& other) noexcept { swap(other); }
+    gmBinaryFlagsEx& operator=(gmBinaryFlagsEx other) noexcept {
+        swap(other);
+        return *this;
+    }
+    ~gmBinaryFlagsEx() = default;
+    void swap(gmBinaryFlagsEx& other) noexcept {
+        words_.swap(other.words_);
+        std::swap(size_, other.size_);
+        std::swap(stale_, other.stale_);
+        std::swap(count_, other.count_);
+    }
     void become(const gmBinaryFlagsEx& other) { *this = other; }
 
     int size() const { return size_; }

@@ -114,20 +114,27 @@ void gmTargetPoint::write_serialize(CArchive& archive) const {
 
 void gmTargetPoint::read_serialize(CArchive& archive) {
     BYTE how;
-    gmTargetPoint read;
-    archive >> how >> read.target >> read.measured >> read.calculated >> read.normal;
-    read.mode = how;
-    *this = read;
+    ERPoint3D nominal, reference;
+    ERCMMPointWithDiameter touched;
+    ERVector3D surface_normal;
+    archive >> how >> nominal >> touched >> reference >> surface_normal;
+    mode = how;
+    target = nominal;
+    measured = touched;
+    calculated = reference;
+    normal = surface_normal;
 }
 
 void gmTargetPoint::read_serialize_old(CArchive& archive) {
     BYTE how;
-    gmTargetPoint read;
-    archive >> how >> read.target >> read.calculated >> read.normal;
-    read.mode = how;
-    read.measured.point = read.calculated;
-    read.measured.pretouch = read.calculated + ERPoint3D(0, 0, 1);
-    *this = read;
+    ERPoint3D nominal, reference;
+    ERVector3D surface_normal;
+    archive >> how >> nominal >> reference >> surface_normal;
+    mode = how;
+    target = nominal;
+    measured = ERCMMPointWithDiameter(reference, ERVector3D(0, 0, 1), 0.0, 0);
+    calculated = reference;
+    normal = surface_normal;
 }
 
 void gmTargetPoint::printOn(std::ostream& out) const {

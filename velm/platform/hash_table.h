@@ -6,6 +6,7 @@
 #include "velm/platform/page_array.h"
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 /// Values by key. A key offers == and co_hash(key), a DWORD that is the same for equal keys.
@@ -28,6 +29,21 @@ class coTable {
 public:
     coTable() = default;
     coTable(const coTable& other, utCopyTag) : coTable(other) {}
+    coTable(const coTable&) = default;
+    /// The other one is empty afterwards.
+    coTable(coTable&& other) noexcept { swap(other); }
+    coTable& operator=(coTable other) noexcept {
+        swap(other);
+        return *this;
+    }
+    ~coTable() = default;
+    void swap(coTable& other) noexcept {
+        slots_.swap(other.slots_);
+        std::swap(upper_bits_, other.upper_bits_);
+        entries_.swap(other.entries_);
+        std::swap(first_free_, other.first_free_);
+        std::swap(free_, other.free_);
+    }
 
     int length() const { return entries_.length() - free_; }
     std::size_t size() const { return static_cast<std::size_t>(length()); }
