@@ -3,6 +3,7 @@
 #include "inspect/measured_reader.h"
 #include "inspect/number_text.h"
 #include "inspect/outline_lines.h"
+#include "inspect/repeated_ids.h"
 
 namespace velm::inspect {
 namespace {
@@ -36,6 +37,7 @@ FitPoints read_table(TextSource& source) {
     FitPoints result;
     MeasuredReader reader(source);
     MeasuredPoint point;
+    RepeatedIds repeated;
     while (reader.next(point)) {
         if (result.places.empty()) result.in_space = point.z.has_value();
         if (point.z.has_value() != result.in_space)
@@ -49,9 +51,11 @@ FitPoints read_table(TextSource& source) {
                                                  " is not that of the rows before, " +
                                                  shortest(*result.diameter));
         }
+        repeated.add(point.id, point.line);
         result.ids.push_back(point.id);
         result.places.emplace_back(point.x, point.y, point.z.value_or(0.0));
     }
+    repeated.warn(source.name());
     return result;
 }
 

@@ -64,6 +64,9 @@ PlaneFit plane_across(const PrincipalAxes<Space>& axes, const ERVector3D& side) 
     return fit;
 }
 
+/// Points of any scale have residuals, also where their squares overflow or vanish.
+double length(const ERVector3D& v) { return std::hypot(v.i(), v.j(), v.k()); }
+
 } // namespace
 
 double LineFit2D::residual(const ERPoint2D& p) const {
@@ -71,16 +74,18 @@ double LineFit2D::residual(const ERPoint2D& p) const {
 }
 
 double LineFit3D::residual(const ERPoint3D& p) const {
-    return (ERVector3D(centroid, p) ^ direction).norme();
+    return length(ERVector3D(centroid, p) ^ direction);
 }
 
 double PlaneFit::residual(const ERPoint3D& p) const { return ERVector3D(centroid, p) * normal; }
 
-double CircleFit2D::residual(const ERPoint2D& p) const { return distance(center, p) - radius; }
+double CircleFit2D::residual(const ERPoint2D& p) const {
+    return std::hypot(p.x() - center.x(), p.y() - center.y()) - radius;
+}
 
 double CircleFit3D::residual(const ERPoint3D& p) const {
     const ERVector3D v(center, p);
-    return (v - normal * (v * normal)).norme() - radius;
+    return length(v - normal * (v * normal)) - radius;
 }
 
 double CircleFit3D::height(const ERPoint3D& p) const { return ERVector3D(center, p) * normal; }
