@@ -1,10 +1,8 @@
 #include "inspect/clip_command.h"
 
-#include <algorithm>
 #include <memory>
 
 #include "inspect/clip.h"
-#include "inspect/output_set.h"
 
 namespace velm::inspect {
 namespace {
@@ -30,26 +28,16 @@ struct Texts {
 
 ClipOptions understand(const CLI::App& clip, const Texts& texts) {
     ClipOptions options = texts.options;
-    std::vector<std::string> outputs;
-    const auto take = [&](const char* name, const std::string& path,
-                          std::optional<std::string>& to) {
-        if (clip.count(name) == 0) return;
-        if (path.empty())
-            throw Failure(ExitCode::usage, std::string(name) + ": expected the name of a file");
-        to = is_standard_output(path) ? "-" : path;
-        outputs.push_back(*to);
-    };
     if (clip.count("--chain-tolerance") > 0)
         options.chain_tolerance = parse_chain_tolerance(texts.chain_tolerance);
-    take("--json", texts.json, options.json);
-    take("--svg", texts.svg, options.svg);
-    if (!options.quiet && std::find(outputs.begin(), outputs.end(), "-") == outputs.end())
-        outputs.push_back("-"); // the pieces
+    OutputPaths outputs(clip);
+    outputs.take("--json", texts.json, options.json);
+    outputs.take("--svg", texts.svg, options.svg);
     if (options.region.empty() || options.polyline.empty())
         throw Failure(ExitCode::usage, "REGION POLYLINE: expected the names of two files");
     if (options.region == "-" && options.polyline == "-")
         throw Failure(ExitCode::usage, "only one of the two inputs can be standard input");
-    check_outputs({options.region, options.polyline}, outputs);
+    outputs.check({options.region, options.polyline}, !options.quiet);
     return options;
 }
 
