@@ -1,18 +1,13 @@
 #include "inspect/section.h"
 
 #include <cmath>
-#include <memory>
 
 #include "inspect/measured_reader.h"
 #include "inspect/number_text.h"
 #include "inspect/outline_reader.h"
-#include "inspect/output_set.h"
 #include "inspect/progress.h"
 #include "inspect/repeated_ids.h"
-#include "inspect/section_picture.h"
-#include "inspect/section_reports.h"
 #include "inspect/section_store.h"
-#include "inspect/section_table.h"
 #include "inspect/text_escape.h"
 
 namespace velm::inspect {
@@ -81,35 +76,6 @@ SectionRow compare(const Profile& profile, const MeasuredPoint& point,
     return row;
 }
 
-// The outputs of one run; those not asked for stay null.
-struct Reports {
-    OutputSet outputs;
-    std::unique_ptr<SectionJson> json;
-    std::unique_ptr<SectionCsv> csv;
-    std::unique_ptr<SectionStore> store;
-    Output* svg = nullptr;
-    bool shows_table = true;
-
-    Reports(const SectionOptions& options, const Outline& outline) : shows_table(!options.quiet) {
-        const auto prepare = [&](const std::optional<std::string>& path) -> Output* {
-            if (path == "-") shows_table = false;
-            return path ? &outputs.add(*path) : nullptr;
-        };
-        Output* const json_file = prepare(options.json);
-        Output* const csv_file = prepare(options.csv);
-        svg = prepare(options.svg);
-        if (json_file != nullptr)
-            json = std::make_unique<SectionJson>(*json_file, options.nominal, options.measured,
-                                                 options.tolerance, options.frame);
-        if (csv_file != nullptr)
-            csv = std::make_unique<SectionCsv>(*csv_file, options.frame.has_value());
-        if (options.store)
-            store = std::make_unique<SectionStore>(
-                outputs, *options.store, outline, options.nominal, options.measured,
-                options.tolerance, options.frame, options.max_height);
-    }
-};
-
 } // namespace
 
 ExitCode inspect_section(const SectionOptions& options) {
@@ -122,43 +88,34 @@ ExitCode inspect_section(const SectionOptions& options) {
         measured.refuse("expected a header with the columns id, x, y and z, which --frame needs; "
                         "missing: z");
 
-    Reports reports(options, outline);
-    KeptRows<SectionRow> rows;
-    SectionPicture picture(outline, options.tolerance);
-    Summary summary;
-    summary.tolerance = options.tolerance;
+    const SectionHead head{options.nominal, options.measured, options.tolerance, options.frame,
+                           options.max_height};
+    SectionOutputs outputs(head, outline, options.paths);
+    std::optional<SectionStore> store;
+    if (options.store) store.emplace(outputs.set(), *options.store, outline, head);
     RepeatedIds repeated;
     StrayPoints strays(options.max_height);
-    Progress progress(!options.quiet);
+    Progress progress(!options.paths.quiet);
     MeasuredPoint point;
+    std::uint64_t count = 0;
     while (reader.next(point)) {
         SectionRow row = compare(profile, point, options, measured);
-        row.index = summary.deviations.count();
+        row.index = count++;
         repeated.add(point.id, point.line);
         strays.add(row, point.line);
-        summary.add(row);
-        rows.add(row);
-        if (reports.json) reports.json->add(row);
-        if (reports.csv) reports.csv->add(row);
-        if (reports.store) reports.store->add(row);
-        if (reports.svg != nullptr) picture.add(row);
-        progress.update(row.index + 1, measured.bytes_read(), measured.size());
+        outputs.add(row);
+        if (store) store->add(row);
+        progress.update(count, measured.bytes_read(), measured.size());
     }
     progress.clear();
     strays.refuse(measured);
-    if (summary.deviations.count() == 0)
+    if (count == 0)
         measured.refuse_whole("no rows behind the header; expected at least one measured point");
 
-    if (reports.json) reports.json->finish(summary);
-    if (reports.store) reports.store->finish(summary);
-    if (reports.svg != nullptr)
-        reports.svg->write(picture.svg(summary, rows.worst(), options.nominal, options.measured));
-    if (reports.shows_table)
-        reports.outputs.add("-").write(
-            section_table(rows, summary, options.measured + " against " + options.nominal));
-    reports.outputs.commit();
+    if (store) store->finish(outputs.summary());
+    outputs.finish();
     repeated.warn(measured.name());
-    return summary.out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+    return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
 }
 
 } // namespace velm::inspect

@@ -7,7 +7,7 @@
 #include "inspect/failure.h"
 #include "inspect/outline_reader.h"
 #include "inspect/section_frame.h"
-#include "inspect/section_result.h"
+#include "inspect/section_outputs.h"
 
 namespace velm::inspect {
 
@@ -18,10 +18,10 @@ struct SectionOptions {
     double diameter = 0.0;             ///< of the ball where the measured file tells none
     std::optional<SectionFrame> frame; ///< without one, x and y are the section's own
     std::optional<double> max_height;  ///< how far off the frame's plane a point may lie
-    std::optional<std::string> json, csv, svg, store;
+    SectionPaths paths;                ///< of the reports
+    std::optional<std::string> store;
     OutlineForm form = OutlineForm::automatic;
     double chain_tolerance = default_chain_tolerance; ///< of loose pieces
-    bool quiet = false;
 };
 
 /// Compares the measured points with the nominal outline, row by row, and writes the table, the

@@ -74,9 +74,9 @@ SectionOptions understand(const CLI::App& section, const Texts& texts) {
     }
     options.form = parse_form(texts.form);
     OutputPaths outputs(section);
-    outputs.take("--json", texts.json, options.json);
-    outputs.take("--csv", texts.csv, options.csv);
-    outputs.take("--svg", texts.svg, options.svg);
+    outputs.take("--json", texts.json, options.paths.json);
+    outputs.take("--csv", texts.csv, options.paths.csv);
+    outputs.take("--svg", texts.svg, options.paths.svg);
     outputs.take("--store", texts.store, options.store);
     if (options.store == "-")
         throw Failure(ExitCode::usage, "--store: an object file can't go to standard output");
@@ -84,7 +84,7 @@ SectionOptions understand(const CLI::App& section, const Texts& texts) {
         throw Failure(ExitCode::usage, "NOMINAL MEASURED: expected the names of two files");
     if (options.nominal == "-" && options.measured == "-")
         throw Failure(ExitCode::usage, "only one of the two inputs can be standard input");
-    outputs.check({options.nominal, options.measured}, !options.quiet);
+    outputs.check({options.nominal, options.measured}, !options.paths.quiet);
     return options;
 }
 
@@ -143,7 +143,7 @@ void add_section_command(CLI::App& app, Command& command) {
             "--chain-tolerance", texts->chain_tolerance,
             "How near the ends of loose pieces are that\nbelong together; 0.001 unless told")
         ->type_name("D");
-    section->add_flag("--quiet", texts->options.quiet, "No table, no summary, no progress");
+    section->add_flag("--quiet", texts->options.paths.quiet, "No table, no summary, no progress");
     section->callback([section, texts, &command] {
         command = [options = understand(*section, *texts)] { return inspect_section(options); };
     });

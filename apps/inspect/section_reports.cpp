@@ -26,16 +26,14 @@ void append_frame(std::string& out, const SectionFrame& frame) {
 
 } // namespace
 
-SectionJson::SectionJson(Output& output, const std::string& nominal, const std::string& measured,
-                         const std::optional<Tolerance>& tolerance,
-                         const std::optional<SectionFrame>& frame)
+SectionJson::SectionJson(Output& output, const SectionHead& head)
     : output_(output), ascii_(output.is_terminal()) {
     text_ = "{\"velm\":\"" VELM_VERSION_STRING "\",\"command\":\"section\",\"nominal\":";
-    append_json_string(text_, nominal, ascii_);
+    append_json_string(text_, head.nominal, ascii_);
     text_ += ",\"measured\":";
-    append_json_string(text_, measured, ascii_);
-    append_tolerance(text_, tolerance);
-    if (frame) append_frame(text_, *frame);
+    append_json_string(text_, head.measured, ascii_);
+    append_tolerance(text_, head.tolerance);
+    if (head.frame) append_frame(text_, *head.frame);
     text_ += ",\n \"points\":[";
     output_.write(text_);
 }

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "inspect/output_set.h"
-#include "inspect/section_frame.h"
+#include "inspect/section_head.h"
 #include "inspect/section_result.h"
 
 namespace velm::inspect {
@@ -17,9 +17,7 @@ namespace velm::inspect {
 /// machine and each point its `height`; `foot` has the two of the section.
 class SectionJson {
 public:
-    SectionJson(Output& output, const std::string& nominal, const std::string& measured,
-                const std::optional<Tolerance>& tolerance,
-                const std::optional<SectionFrame>& frame);
+    SectionJson(Output& output, const SectionHead& head);
     void add(const SectionRow& row);
     void finish(const Summary& summary);
 

@@ -1,11 +1,8 @@
 #include "inspect/section_store.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 
-#include "inspect/record_keys.h"
-#include "inspect/store_file.h"
+#include "inspect/record_properties.h"
 #include "velm/version.h"
 #include "velm/wireframe/segment.h"
 
@@ -20,26 +17,6 @@ struct Colour {
 constexpr Colour out_of_tolerance{1, 0x7F0012};
 constexpr Colour in_tolerance{3, 0x2E7D32};
 constexpr Colour not_judged{7, 0x22303C};
-
-void put(ERDBObject& record, RecordKey key, double value) {
-    record.property(static_cast<long>(key), value);
-}
-void put(ERDBObject& record, RecordKey key, const std::string& text) {
-    record.property(static_cast<long>(key), text.c_str());
-}
-// A count beyond 32 bits stands as a double.
-void put_count(ERDBObject& record, RecordKey key, std::uint64_t count) {
-    if (count <= 0x7FFFFFFF)
-        record.property(static_cast<long>(key), static_cast<long>(count));
-    else
-        put(record, key, static_cast<double>(count));
-}
-
-void put_tolerance(ERDBObject& record, const std::optional<Tolerance>& tolerance) {
-    if (!tolerance) return;
-    put(record, RecordKey::tolerance_lower, tolerance->lower);
-    put(record, RecordKey::tolerance_upper, tolerance->upper);
-}
 
 void put_frame(ERDBObject& record, const SectionFrame& frame) {
     const ERPoint3D origin = frame.origin();
@@ -70,51 +47,6 @@ void put_measured(ERDBObject& record, const SectionRow& row) {
     put(record, RecordKey::section_y, row.measured.y());
 }
 
-void put_summary(ERDBObject& record, const Summary& summary) {
-    const RunningStatistics& deviations = summary.deviations;
-    put_count(record, RecordKey::count, deviations.count());
-    if (summary.tolerance) {
-        put_count(record, RecordKey::in_tolerance, summary.in_tolerance);
-        put_count(record, RecordKey::out_of_tolerance, summary.out_of_tolerance);
-    }
-    put(record, RecordKey::minimum, deviations.minimum());
-    put(record, RecordKey::maximum, deviations.maximum());
-    put(record, RecordKey::mean, deviations.mean());
-    put(record, RecordKey::standard_deviation, deviations.standard_deviation());
-    put(record, RecordKey::rms, deviations.root_mean_square());
-    put(record, RecordKey::worst_id, summary.worst_id);
-    put(record, RecordKey::worst_deviation, summary.worst_deviation);
-}
-
-/// Opens a file against all others; null when it isn't there. A file that another program has put
-/// in the place meanwhile is opened anew.
-std::unique_ptr<CFile> lock_existing(const std::string& path) {
-    for (;;) {
-        struct stat before {
-        }, after{};
-        if (::stat(path.c_str(), &before) != 0) return nullptr;
-        auto file = std::make_unique<CFile>(path.c_str(),
-                                            UINT(CFile::modeReadWrite) | CFile::shareExclusive);
-        if (::stat(path.c_str(), &after) == 0 && before.st_ino == after.st_ino &&
-            before.st_dev == after.st_dev)
-            return file;
-    }
-}
-
-void copy(CFile& from, const std::string& to) {
-    CFile target(to.c_str(), UINT(CFile::modeCreate) | CFile::modeWrite | CFile::shareExclusive);
-    std::vector<char> block(std::size_t{1} << 20);
-    while (const UINT came = from.Read(block.data(), static_cast<UINT>(block.size())))
-        target.Write(block.data(), came);
-    target.Close();
-}
-
-t_SmartPtr<ERDBObject> new_record(const char* kind) {
-    const t_SmartPtr<ERDBObject> record(new ERDBObject);
-    put(*record, RecordKey::kind, std::string(kind));
-    return record;
-}
-
 // What an edge is: a segment, an arc, or a circle where it is a contour of its own.
 t_SmartPtr<ERObject> entity_of(const Contour& contour, int edge) {
     const ERArc2D* const arc = contour.arc(edge);
@@ -135,53 +67,19 @@ void SectionStore::EdgeFigures::add(const SectionRow& row) {
 }
 
 SectionStore::SectionStore(OutputSet& outputs, const std::string& path, const Outline& outline,
-                           const std::string& nominal, const std::string& measured,
-                           const std::optional<Tolerance>& tolerance,
-                           const std::optional<SectionFrame>& frame,
-                           std::optional<double> max_height)
-    : path_(path), outline_(outline), tolerance_(tolerance) {
-    open(outputs);
+                           const SectionHead& head)
+    : file_(outputs, path), outline_(outline), tolerance_(head.tolerance) {
     for (const Contour& contour : outline.contours)
         figures_.emplace_back(static_cast<std::size_t>(contour.size()));
     section_ = new_record(section_kind);
-    section_->name(outline.title.empty() ? nominal.c_str() : outline.title.c_str());
+    section_->name(outline.title.empty() ? head.nominal.c_str() : outline.title.c_str());
     put(*section_, RecordKey::program, std::string("velm-inspect " VELM_VERSION_STRING));
-    put(*section_, RecordKey::nominal, nominal);
-    put(*section_, RecordKey::measured, measured);
-    put_tolerance(*section_, tolerance);
-    if (frame) put_frame(*section_, *frame);
-    if (max_height) put(*section_, RecordKey::max_height, *max_height);
-    save(section_);
-}
-
-SectionStore::~SectionStore() = default;
-
-void SectionStore::open(OutputSet& outputs) {
-    const std::string working_copy = outputs.add_by_name(path_);
-    with_store(
-        path_,
-        [&] {
-            lock_ = lock_existing(path_);
-            if (lock_) copy(*lock_, working_copy);
-        },
-        working_copy);
-    if (lock_) {
-        require_store(working_copy, path_);
-        require_true_counters(working_copy, path_);
-    }
-    check(database_.Open(working_copy.c_str(), 0));
-}
-
-// The codes are the causes of file exceptions.
-void SectionStore::check(gmErrorCode code) const {
-    if (code == gmSuccess) return;
-    with_store(path_, [&] {
-        AfxThrowFileException(code == gmFileRefused ? gmInvalidFile : code, -1, path_.c_str());
-    });
-}
-
-void SectionStore::save(const t_SmartPtr<ERDBObject>& record) {
-    check(database_.save(t_SmartPtr<ERObject>(record.get())));
+    put(*section_, RecordKey::nominal, head.nominal);
+    put(*section_, RecordKey::measured, head.measured);
+    put_tolerance(*section_, head.tolerance);
+    if (head.frame) put_frame(*section_, *head.frame);
+    if (head.max_height) put(*section_, RecordKey::max_height, *head.max_height);
+    file_.save(section_);
 }
 
 void SectionStore::add(const SectionRow& row) {
@@ -189,18 +87,17 @@ void SectionStore::add(const SectionRow& row) {
     figures_[static_cast<std::size_t>(found.contour)][static_cast<std::size_t>(found.edge)].add(
         row);
     const t_SmartPtr<ERDBObject> point = new_record(point_kind);
-    point->property(static_cast<long>(RecordKey::section), section_->getObjectID());
+    put(*point, RecordKey::section, section_->getObjectID());
     put(*point, RecordKey::point_id, row.id);
     put_measured(*point, row);
     put(*point, RecordKey::foot_x, found.foot.x());
     put(*point, RecordKey::foot_y, found.foot.y());
-    point->property(static_cast<long>(RecordKey::contour), found.contour);
-    point->property(static_cast<long>(RecordKey::edge), found.edge);
+    put(*point, RecordKey::contour, found.contour);
+    put(*point, RecordKey::edge, found.edge);
     put(*point, RecordKey::distance, found.distance);
     put(*point, RecordKey::deviation, row.deviation);
-    if (row.in_tolerance)
-        point->property(static_cast<long>(RecordKey::within), *row.in_tolerance ? 1 : 0);
-    save(point);
+    if (row.in_tolerance) put(*point, RecordKey::within, *row.in_tolerance ? 1 : 0);
+    file_.save(point);
 }
 
 void SectionStore::save_edge(int contour, int edge, const EdgeFigures& figures) {
@@ -214,9 +111,9 @@ void SectionStore::save_edge(int contour, int edge, const EdgeFigures& figures) 
                                                             : in_tolerance;
     record->color(colour.number);
     record->color_rgb(colour.rgb);
-    record->property(static_cast<long>(RecordKey::section), section_->getObjectID());
-    record->property(static_cast<long>(RecordKey::contour), contour);
-    record->property(static_cast<long>(RecordKey::edge), edge);
+    put(*record, RecordKey::section, section_->getObjectID());
+    put(*record, RecordKey::contour, contour);
+    put(*record, RecordKey::edge, edge);
     put_tolerance(*record, tolerance_);
     put_count(*record, RecordKey::count, figures.count);
     if (tolerance_) {
@@ -227,7 +124,7 @@ void SectionStore::save_edge(int contour, int edge, const EdgeFigures& figures) 
         put(*record, RecordKey::minimum, figures.minimum);
         put(*record, RecordKey::maximum, figures.maximum);
     }
-    save(record);
+    file_.save(record);
 }
 
 void SectionStore::finish(const Summary& summary) {
@@ -235,8 +132,8 @@ void SectionStore::finish(const Summary& summary) {
         for (std::size_t edge = 0; edge < figures_[contour].size(); ++edge)
             save_edge(static_cast<int>(contour), static_cast<int>(edge), figures_[contour][edge]);
     put_summary(*section_, summary);
-    if (!section_->Save(nullptr)) throw Failure(ExitCode::file, path_ + ": can't be written");
-    check(database_.Close());
+    file_.save_again(*section_);
+    file_.close();
 }
 
 } // namespace velm::inspect

@@ -2,17 +2,14 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "inspect/contour.h"
 #include "inspect/output_set.h"
-#include "inspect/section_frame.h"
+#include "inspect/section_head.h"
 #include "inspect/section_result.h"
-#include "velm/frame/smart_pointer.h"
-#include "velm/store/database.h"
-#include "velm/store/db_object.h"
+#include "inspect/store_writer.h"
 
 namespace velm::inspect {
 
@@ -20,16 +17,11 @@ namespace velm::inspect {
 /// inputs, the frame and the figures, one of each measured point as it is compared, and one of each
 /// edge of the outline, which refers to the edge as a segment, an arc or a circle. An edge has its
 /// contour as the level and is coloured by what was found on it.
-///
-/// The work is done on a copy beside the place, which the set of outputs renames; an existing file
-/// is locked from the beginning to the end. Throws `Failure`.
+/// Throws `Failure`.
 class SectionStore {
 public:
     SectionStore(OutputSet& outputs, const std::string& path, const Outline& outline,
-                 const std::string& nominal, const std::string& measured,
-                 const std::optional<Tolerance>& tolerance,
-                 const std::optional<SectionFrame>& frame, std::optional<double> max_height);
-    ~SectionStore();
+                 const SectionHead& head);
 
     void add(const SectionRow& row);
     /// Saves what is known only at the end, and closes the file.
@@ -45,17 +37,11 @@ private:
         void add(const SectionRow& row);
     };
 
-    void open(OutputSet& outputs);
-    /// Throws for any code but success.
-    void check(gmErrorCode code) const;
-    void save(const t_SmartPtr<ERDBObject>& record);
     void save_edge(int contour, int edge, const EdgeFigures& figures);
 
-    std::string path_;
+    StoreWriter file_;
     const Outline& outline_;
     std::optional<Tolerance> tolerance_;
-    std::unique_ptr<CFile> lock_; // on the file that is there already
-    ERDataBase database_;
     t_SmartPtr<ERDBObject> section_;
     std::vector<std::vector<EdgeFigures>> figures_; // by contour and edge
 };
