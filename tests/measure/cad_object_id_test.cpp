@@ -136,6 +136,9 @@ TEST(CadObjectId, IsInvalidWithoutItsParts) {
     EXPECT_TRUE(gmIDNameSpace(gmNSTypeFile, "").invalid());
     const gmIDNameSpace a(gmNSTypeName, "m2"), b(gmNSTypeName, "m10"), c(gmNSTypeFile, "a");
     EXPECT_TRUE(a.compare(b) == -1 && c.compare(b) == 1 && gmIDNameSpace().compare(a) == -1);
+    gmIDNameSpace again(a);
+    again.become(gmNSTypeFile, again.name());
+    EXPECT_TRUE(again.name() == "m2" && again != a) << "its own name is none that goes away";
     EXPECT_TRUE(a.compare(a) == 0 && gmIDNameSpace().compare({}) == 0 && a != b);
 }
 
@@ -215,6 +218,8 @@ TEST(CadObjectId, IsAKeyOfTables) {
     EXPECT_EQ(table.size(), 400u) << "2 types, 100 remainders, 2 kinds of name space";
     for (tqkSurfPtrCADObjectIDcoTablecoIterator2 walk(table); walk; ++walk)
         EXPECT_EQ(table.read(walk.index()), walk());
+    const CADObjectIDtqkSurfPtrcoTable moved(std::move(table));
+    EXPECT_TRUE(moved.size() == 400 && table.size() == 0 && !table.read(ids[5]));
     const t_SmartPtr<ERDBObject> object(new ERDBObject);
     EXPECT_EQ(gmNamedDBObject(ids[5], object).id(), ids[5]);
 }

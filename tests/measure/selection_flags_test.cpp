@@ -94,6 +94,12 @@ TEST(SelectionFlags, KeepCountsAsTheyAreAndLoadBothForms) {
     EXPECT_EQ(load_cause(bytes_of(DWORD{0}), load), 0);
     EXPECT_TRUE(flags.empty());
     gmBinaryFlagsEx::restore_loading_version();
+    // A count from an archive may be any number.
+    EXPECT_EQ(load_cause(bytes_of(WORD{1}, BYTE{1}, BYTE{0}, DWORD{0x80000000}), load), 0);
+    flags.negate();
+    EXPECT_TRUE(flags.size() == 1 && !flags.get(0));
+    taken = std::move(flags);
+    EXPECT_TRUE(taken.size() == 1 && flags.empty() && !flags.get(0)) << "moved: no bits, no count";
 }
 
 } // namespace

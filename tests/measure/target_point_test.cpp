@@ -2,8 +2,10 @@
 #include "velm/measure/target_point.h"
 
 #include "support/archives.h"
+#include "support/temporary_folder.h"
 #include "velm/frame/point_functions.h"
 #include "velm/frame/radian.h"
+#include "velm/store/database.h"
 #include "velm/transforms/transformation_factories.h"
 #include "velm/transforms/transformed_values.h"
 
@@ -92,6 +94,20 @@ TEST(TargetPoint, RecordsAndArchives) {
         EXPECT_EQ(measured.pretouch, measured.point + ERPoint3D(0, 0, 1));
         EXPECT_TRUE(measured.id() == 0 && measured.diameter == 0);
     }
+    // Where a target stands in a store is not what an archive holds.
+    const TemporaryFolder folder;
+    ERDataBase store;
+    ASSERT_EQ(store.Open(folder.path("s").c_str(), 0), gmSuccess);
+    const t_SmartPtr<ERObject> kept(new gmTargetPoint);
+    ASSERT_EQ(store.save(kept), gmSuccess);
+    const long place = kept->getObjectID();
+    const std::string old = bytes_of(BYTE{1}, nominal, plane_numbers);
+    const auto load_old = [&](CArchive& archive) {
+        gmTargetPoint::castdown(*kept).read_serialize_old(archive);
+    };
+    EXPECT_TRUE(load_cause(old, load_old) == 0 && kept->getObjectID() == place && place > 0);
+    EXPECT_TRUE(kept->Save(nullptr) != 0 && kept->getObjectID() == place);
+    EXPECT_EQ(store.Close(), gmSuccess);
     // A mode of neither kind is kept; it is never accepted.
     gmTargetPoint odd;
     expect_loaded(bytes_of(BYTE{9}, nominal, direct_numbers), odd, serialize_old);
