@@ -7,7 +7,7 @@ namespace velm::inspect {
 /// `ERDBObject` (name, level, colour). They stand in files, listed in docs/file-format.md: they
 /// must never change. New ones go to the end.
 enum class RecordKey : long {
-    kind = 100, ///< text: "section", "edge" or "point"
+    kind = 100, ///< text, one of those below
     program = 101,
     nominal = 102,
     measured = 103,
@@ -48,12 +48,20 @@ enum class RecordKey : long {
     frame_axis_x = 137,
     frame_axis_y = 138,
     frame_axis_z = 139,
-    max_height = 140
+    max_height = 140,
+    // Of targets.
+    table = 190,
+    skipped = 191, ///< rows that could not be used; absent where they were not to be skipped
+    targets = 192, ///< the identifier of the record of the whole inspection
+    diameter = 193,
+    distance_on_plane = 194
 };
 
 /// The kinds of records.
 inline constexpr const char* section_kind = "section";
 inline constexpr const char* edge_kind = "edge";
 inline constexpr const char* point_kind = "point";
+inline constexpr const char* targets_kind = "targets"; ///< a whole inspection
+inline constexpr const char* target_kind = "target";   ///< one row
 
 } // namespace velm::inspect

@@ -28,14 +28,12 @@ void append_value(std::string& out, const char* name, double value) {
 
 } // namespace
 
-TargetJson::TargetJson(Output& output, const std::string& table,
-                       const std::optional<Tolerance>& tolerance,
-                       const std::optional<AppliedAlignment>& alignment)
-    : output_(output), ascii_(output.is_terminal()) {
+TargetJson::TargetJson(Output& output, const TargetHead& head)
+    : output_(output), skipped_(head.skipped), ascii_(output.is_terminal()) {
     text_ = "{\"velm\":\"" VELM_VERSION_STRING "\",\"command\":\"targets\",\"table\":";
-    append_json_string(text_, table, ascii_);
-    append_tolerance(text_, tolerance);
-    if (alignment) append_alignment(text_, *alignment);
+    append_json_string(text_, head.table, ascii_);
+    append_tolerance(text_, head.tolerance);
+    if (head.alignment) append_alignment(text_, *head.alignment);
     text_ += ",\n \"points\":[";
     output_.write(text_);
 }
@@ -61,10 +59,10 @@ void TargetJson::add(const TargetRow& row) {
     output_.write(text_);
 }
 
-void TargetJson::finish(const Summary& summary, std::optional<std::uint64_t> skipped) {
+void TargetJson::finish(const Summary& summary) {
     text_ = "],\n";
     append_summary(text_, summary, ascii_);
-    if (skipped) text_ += ",\n \"skipped\":" + std::to_string(*skipped);
+    if (skipped_) text_ += ",\n \"skipped\":" + std::to_string(*skipped_);
     text_ += "}\n";
     output_.write(text_);
 }
@@ -94,8 +92,7 @@ void TargetCsv::add(const TargetRow& row) {
 }
 
 std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary,
-                         const std::string& title,
-                         const std::optional<AppliedAlignment>& alignment) {
+                         const TargetHead& head) {
     std::vector<Table::Column> columns{{"id", false}, {"x"},        {"y"},       {"z"},
                                        {"deviation"}, {"on plane"}, {"distance"}};
     if (summary.tolerance) columns.push_back({"tolerance", false});
@@ -114,17 +111,17 @@ std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary
         table.add(std::move(cells));
     }
     std::string out =
-        table.text() + summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0, title);
-    if (!alignment) return out;
+        table.text() + summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0,
+                                    head.table_name() + ", each point against its nominal");
+    if (!head.alignment) return out;
     out += '\n';
-    for (const auto& [name, value] : alignment_lines(*alignment))
+    for (const auto& [name, value] : alignment_lines(*head.alignment))
         out += name + ": " + value + "\n";
     return out;
 }
 
 std::string target_page(std::span<const TargetRow> rows, const Summary& summary,
-                        const std::string& table, const std::optional<AppliedAlignment>& alignment,
-                        std::uint64_t skipped) {
+                        const TargetHead& head) {
     const double largest =
         std::max(std::fabs(summary.deviations.minimum()), std::fabs(summary.deviations.maximum()));
     const DeviationScale scale(summary.tolerance, largest);
@@ -148,11 +145,12 @@ std::string target_page(std::span<const TargetRow> rows, const Summary& summary,
              row.deviation,
              row.in_tolerance});
     }
-    page.provenance = {{"Table", table}, {"Made by", "velm-inspect " VELM_VERSION_STRING}};
-    if (skipped > 0)
+    page.provenance = {{"Table", head.table_name()},
+                       {"Made by", "velm-inspect " VELM_VERSION_STRING}};
+    if (const std::uint64_t skipped = head.skipped.value_or(0); skipped > 0)
         page.provenance.emplace_back("Rows that could not be used", std::to_string(skipped));
-    if (alignment)
-        for (auto& line : alignment_lines(*alignment))
+    if (head.alignment)
+        for (auto& line : alignment_lines(*head.alignment))
             page.provenance.push_back(std::move(line));
     return page.html(summary, scale, unit);
 }

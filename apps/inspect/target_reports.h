@@ -9,7 +9,7 @@
 
 #include "inspect/kept_rows.h"
 #include "inspect/output_set.h"
-#include "inspect/target_alignment.h"
+#include "inspect/target_head.h"
 #include "inspect/target_result.h"
 
 namespace velm::inspect {
@@ -22,14 +22,14 @@ namespace velm::inspect {
 class TargetJson {
 public:
     /// An alignment stands in front of the points.
-    TargetJson(Output& output, const std::string& table, const std::optional<Tolerance>& tolerance,
-               const std::optional<AppliedAlignment>& alignment);
+    TargetJson(Output& output, const TargetHead& head);
     void add(const TargetRow& row);
-    /// `skipped` rows stand behind the summary, where bad rows were to be skipped.
-    void finish(const Summary& summary, std::optional<std::uint64_t> skipped);
+    /// The skipped rows stand behind the summary, where bad rows were to be skipped.
+    void finish(const Summary& summary);
 
 private:
     Output& output_;
+    std::optional<std::uint64_t> skipped_;
     bool ascii_; // a terminal gets no byte that could steer it
     std::string text_;
     bool first_ = true;
@@ -47,14 +47,12 @@ private:
     std::string text_;
 };
 
-/// The table and summary on standard output; `title` stands above the summary.
+/// The table and summary on standard output.
 std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary,
-                         const std::string& title,
-                         const std::optional<AppliedAlignment>& alignment);
+                         const TargetHead& head);
 
 /// The page of the report.
 std::string target_page(std::span<const TargetRow> rows, const Summary& summary,
-                        const std::string& table, const std::optional<AppliedAlignment>& alignment,
-                        std::uint64_t skipped);
+                        const TargetHead& head);
 
 } // namespace velm::inspect

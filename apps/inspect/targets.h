@@ -7,16 +7,17 @@
 
 #include "inspect/failure.h"
 #include "inspect/summary.h"
+#include "inspect/target_outputs.h"
 
 namespace velm::inspect {
 
 struct TargetOptions {
     std::string table;
     std::optional<Tolerance> tolerance;
-    std::optional<std::string> json, csv, html;
+    TargetPaths paths; ///< of the reports
+    std::optional<std::string> store;
     bool skip_bad = false; ///< rows that can't be used are told and left out, not refused
     bool align = false;    ///< measured points are first brought onto the nominal by the best fit
-    bool quiet = false;
 };
 
 /// Compares each measured point of a table with its nominal one, and writes the table, the summary

@@ -17,6 +17,8 @@ constexpr const char* examples =
     "      a report for programs and one for a spreadsheet\n"
     "  velm-inspect targets panel.csv --tolerance 0.5 --align bestfit --html report.html\n"
     "      brought onto the nominal first; a page with the picture, to read, sort and print\n"
+    "  velm-inspect targets panel.csv --tolerance 0.5 --store parts.velm\n"
+    "      the results in an object file\n"
     "  velm-inspect targets panel.csv --skip-bad\n"
     "      without the rows that can't be used, which are told\n";
 
@@ -36,7 +38,7 @@ constexpr const char* files_text =
 struct Texts {
     TargetOptions options;
     std::string tolerance;
-    std::string json, csv, html;
+    std::string json, csv, html, store;
     std::string align = "none";
 };
 
@@ -44,12 +46,15 @@ TargetOptions understand(const CLI::App& targets, const Texts& texts) {
     TargetOptions options = texts.options;
     if (targets.count("--tolerance") > 0) options.tolerance = parse_tolerance(texts.tolerance);
     OutputPaths outputs(targets);
-    outputs.take("--json", texts.json, options.json);
-    outputs.take("--csv", texts.csv, options.csv);
-    outputs.take("--html", texts.html, options.html);
+    outputs.take("--json", texts.json, options.paths.json);
+    outputs.take("--csv", texts.csv, options.paths.csv);
+    outputs.take("--html", texts.html, options.paths.html);
+    outputs.take("--store", texts.store, options.store);
+    if (options.store == "-")
+        throw Failure(ExitCode::usage, "--store: an object file can't go to standard output");
     options.align = texts.align == "bestfit";
     if (options.table.empty()) throw Failure(ExitCode::usage, "TABLE: expected the name of a file");
-    outputs.check({options.table}, !options.quiet);
+    outputs.check({options.table}, !options.paths.quiet);
     return options;
 }
 
@@ -72,6 +77,8 @@ void add_targets_command(CLI::App& app, Command& command) {
     targets->add_option("--json", texts->json, "Writes the report as JSON")->type_name("FILE");
     targets->add_option("--csv", texts->csv, "Writes the rows as CSV")->type_name("FILE");
     targets->add_option("--html", texts->html, "Writes the report as one page")->type_name("FILE");
+    targets->add_option("--store", texts->store, "Keeps the results in an object file, new or not")
+        ->type_name("FILE");
     targets
         ->add_option(
             "--align", texts->align,
@@ -81,7 +88,7 @@ void add_targets_command(CLI::App& app, Command& command) {
         ->check(CLI::IsMember({"bestfit", "none"}).description(""));
     targets->add_flag("--skip-bad", texts->options.skip_bad,
                       "Leaves rows out that can't be used, and tells them");
-    targets->add_flag("--quiet", texts->options.quiet, "No table, no summary, no progress");
+    targets->add_flag("--quiet", texts->options.paths.quiet, "No table, no summary, no progress");
     targets->callback([targets, texts, &command] {
         command = [options = understand(*targets, *texts)] { return inspect_targets(options); };
     });

@@ -1,0 +1,36 @@
+#include "inspect/target_outputs.h"
+
+namespace velm::inspect {
+
+TargetOutputs::TargetOutputs(const TargetHead& head, const TargetPaths& paths)
+    : head_(head), shows_table_(!paths.quiet) {
+    summary_.tolerance = head.tolerance;
+    Output* const json = prepare(paths.json);
+    Output* const csv = prepare(paths.csv);
+    html_ = prepare(paths.html);
+    if (json != nullptr) json_ = std::make_unique<TargetJson>(*json, head);
+    if (csv != nullptr) csv_ = std::make_unique<TargetCsv>(*csv);
+}
+
+// An output on standard output takes the place of the table.
+Output* TargetOutputs::prepare(const std::optional<std::string>& path) {
+    if (path == "-") shows_table_ = false;
+    return path ? &outputs_.add(*path) : nullptr;
+}
+
+void TargetOutputs::add(const TargetRow& row) {
+    summary_.add(row);
+    kept_.add(row);
+    if (json_) json_->add(row);
+    if (csv_) csv_->add(row);
+    if (html_ != nullptr) rows_.push_back(row);
+}
+
+void TargetOutputs::finish() {
+    if (json_) json_->finish(summary_);
+    if (html_ != nullptr) html_->write(target_page(rows_, summary_, head_));
+    if (shows_table_) outputs_.add("-").write(target_table(kept_, summary_, head_));
+    outputs_.commit();
+}
+
+} // namespace velm::inspect
