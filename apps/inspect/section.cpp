@@ -64,7 +64,8 @@ SectionRow compare(const Profile& profile, const MeasuredPoint& point,
     row.id = point.id;
     place(row, point, options.frame, source);
     if (profile.is_comparable(row.measured)) row.comparison = profile.compare(row.measured);
-    row.deviation = row.comparison.distance - point.diameter.value_or(options.diameter) / 2.0;
+    row.diameter = point.diameter.value_or(options.diameter);
+    row.deviation = row.comparison.distance - row.diameter / 2.0;
     constexpr double largest_deviation = 1e150; // whose square is a double
     if (!profile.is_comparable(row.measured) || !(std::fabs(row.deviation) <= largest_deviation))
         source.refuse_at(point.line, "the point lies too far from the outline to be compared");

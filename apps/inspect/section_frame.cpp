@@ -44,4 +44,14 @@ ERPoint3D SectionFrame::to_section(const ERPoint3D& p) const {
     return frame_.TransTo(local);
 }
 
+ERPoint3D SectionFrame::to_machine(const ERPoint3D& p) const {
+    ERPoint3D placed = p;
+    return frame_.TransFrom(placed);
+}
+
+ERVector3D SectionFrame::to_machine(const ERVector3D& v) const {
+    ERVector3D placed = v;
+    return frame_.TransFrom(placed);
+}
+
 } // namespace velm::inspect

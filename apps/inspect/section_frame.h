@@ -20,6 +20,9 @@ public:
 
     /// A point of the machine as the section's x and y, and its height.
     ERPoint3D to_section(const ERPoint3D& p) const;
+    /// A point or a direction of the section, z along the normal, as the machine's.
+    ERPoint3D to_machine(const ERPoint3D& p) const;
+    ERVector3D to_machine(const ERVector3D& v) const;
 
     ERPoint3D origin() const { return frame_.origine(); }
     /// Unit vectors.

@@ -20,6 +20,7 @@ struct SectionRow : Judged {
     std::uint64_t index = 0;         ///< from 0, in the order of the file
     ERPoint2D measured;              ///< in the section
     std::optional<SpacePoint> space; ///< where the section has a frame
+    double diameter = 0.0;           ///< of the probe's ball
     Comparison comparison;
 };
 

@@ -4,7 +4,6 @@
 
 #include "inspect/record_properties.h"
 #include "velm/version.h"
-#include "velm/wireframe/segment.h"
 
 namespace velm::inspect {
 namespace {
@@ -47,16 +46,6 @@ void put_measured(ERDBObject& record, const SectionRow& row) {
     put(record, RecordKey::section_y, row.measured.y());
 }
 
-// What an edge is: a segment, an arc, or a circle where it is a contour of its own.
-t_SmartPtr<ERObject> entity_of(const Contour& contour, int edge) {
-    const ERArc2D* const arc = contour.arc(edge);
-    if (arc == nullptr)
-        return t_SmartPtr<ERObject>(new ERSegment2D(contour[edge], contour[edge + 1]));
-    if (contour.size() == 1)
-        return t_SmartPtr<ERObject>(new ERCircle2D(arc->center(), arc->radius()));
-    return t_SmartPtr<ERObject>(new ERArc2D(*arc));
-}
-
 } // namespace
 
 void SectionStore::EdgeFigures::add(const SectionRow& row) {
@@ -68,7 +57,7 @@ void SectionStore::EdgeFigures::add(const SectionRow& row) {
 
 SectionStore::SectionStore(OutputSet& outputs, const std::string& path, const Outline& outline,
                            const SectionHead& head)
-    : file_(outputs, path), outline_(outline), tolerance_(head.tolerance) {
+    : file_(outputs, path), entities_(outline, head.nominal), tolerance_(head.tolerance) {
     for (const Contour& contour : outline.contours)
         figures_.emplace_back(static_cast<std::size_t>(contour.size()));
     section_ = new_record(section_kind);
@@ -102,7 +91,7 @@ void SectionStore::add(const SectionRow& row) {
 
 void SectionStore::save_edge(int contour, int edge, const EdgeFigures& figures) {
     const t_SmartPtr<ERDBObject> record = new_record(edge_kind);
-    record->object(entity_of(outline_.contours[static_cast<std::size_t>(contour)], edge));
+    record->object(entities_.entity(contour, edge));
     record->name(("contour " + std::to_string(contour) + " edge " + std::to_string(edge)).c_str());
     record->level(contour);
     record->level_name(contour == 0 ? "outer" : "hole");

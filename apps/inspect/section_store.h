@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "inspect/contour.h"
+#include "inspect/nominal_entities.h"
 #include "inspect/output_set.h"
 #include "inspect/section_head.h"
 #include "inspect/section_result.h"
@@ -20,6 +20,7 @@ namespace velm::inspect {
 /// Throws `Failure`.
 class SectionStore {
 public:
+    /// The outline must outlive the store.
     SectionStore(OutputSet& outputs, const std::string& path, const Outline& outline,
                  const SectionHead& head);
 
@@ -40,7 +41,7 @@ private:
     void save_edge(int contour, int edge, const EdgeFigures& figures);
 
     StoreWriter file_;
-    const Outline& outline_;
+    NominalEntities entities_;
     std::optional<Tolerance> tolerance_;
     t_SmartPtr<ERDBObject> section_;
     std::vector<std::vector<EdgeFigures>> figures_; // by contour and edge

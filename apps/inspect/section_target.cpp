@@ -1,0 +1,21 @@
+#include "inspect/section_target.h"
+
+namespace velm::inspect {
+
+gmTargetPoint section_target(const SectionRow& row, const std::optional<SectionFrame>& frame) {
+    const ERPoint2D& foot = row.comparison.foot;
+    const ERVector2D& outward = row.comparison.outward;
+    ERPoint3D nominal(foot.x(), foot.y(), 0.0);
+    ERPoint3D centre(row.measured.x(), row.measured.y(), 0.0);
+    ERVector3D normal(outward.i(), outward.j(), 0.0);
+    if (frame) {
+        nominal = frame->to_machine(nominal);
+        normal = frame->to_machine(normal);
+    }
+    if (row.space) centre = row.space->measured;
+    const int number = static_cast<int>(row.index + 1);
+    return gmTargetPoint(nominal, ERCMMPointWithDiameter(centre, normal, row.diameter, number),
+                         normal);
+}
+
+} // namespace velm::inspect
