@@ -34,24 +34,34 @@ bool leads_back(const Contour& contour) {
            out.endAngle() - out.startAngle() == back.startAngle() - back.endAngle();
 }
 
+bool has_vertices(const Contour& contour) { return contour.size() >= (contour.has_arcs() ? 1 : 3); }
+bool is_in_range(const Contour& contour) { return std::isfinite(contour.magnitude()); }
+bool encloses_nothing(const Contour& contour) {
+    return contour.has_arcs() ? leads_back(contour) : is_flat(contour);
+}
+
 } // namespace
 
 void require_area(const TextSource& source, std::size_t line, const Contour& contour) {
     const std::string subject = "the contour that starts here ";
-    if (!contour.has_arcs() && contour.size() < 3) {
+    if (!has_vertices(contour)) {
         const int count = std::max(contour.size(), 1);
         source.refuse_at(line, subject + "has " + std::to_string(count) +
                                    (count == 1 ? " different vertex" : " different vertices") +
                                    "; expected at least three");
     }
-    if (!std::isfinite(contour.magnitude()))
+    if (!is_in_range(contour))
         source.refuse_at(line, subject + "reaches beyond what a double can hold");
-    if (contour.has_arcs() ? leads_back(contour) : is_flat(contour))
+    if (encloses_nothing(contour))
         source.refuse_at(line, contour.has_arcs()
                                    ? subject + "leads back along its own arc; expected an outline "
                                                "round an area"
                                    : "the vertices of " + subject.substr(0, subject.size() - 1) +
                                          " lie on one line; expected an outline round an area");
+}
+
+bool has_area(const Contour& contour) {
+    return has_vertices(contour) && is_in_range(contour) && !encloses_nothing(contour);
 }
 
 } // namespace velm::inspect

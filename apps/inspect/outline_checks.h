@@ -1,4 +1,5 @@
-// outline_checks.h: what every contour of a nominal file must have: `require_area`.
+// outline_checks.h: what every contour of a nominal file must have: `require_area`,
+// `has_area`.
 #pragma once
 
 #include <cstddef>
@@ -12,5 +13,8 @@ namespace velm::inspect {
 /// area: three different vertices at least that are not all on one line, or arcs that don't just
 /// lead back the same way; within what a double can hold.
 void require_area(const TextSource& source, std::size_t line, const Contour& contour);
+
+/// Whether `require_area` lets the contour pass.
+bool has_area(const Contour& contour);
 
 } // namespace velm::inspect

@@ -69,11 +69,7 @@ SectionRow compare(const Profile& profile, const MeasuredPoint& point,
     constexpr double largest_deviation = 1e150; // whose square is a double
     if (!profile.is_comparable(row.measured) || !(std::fabs(row.deviation) <= largest_deviation))
         source.refuse_at(point.line, "the point lies too far from the outline to be compared");
-    row.severity = std::fabs(row.deviation);
-    if (options.tolerance) {
-        row.severity = std::fabs(row.deviation - options.tolerance->middle());
-        row.in_tolerance = options.tolerance->contains(row.deviation);
-    }
+    judge(row, options.tolerance);
     return row;
 }
 

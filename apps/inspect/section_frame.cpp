@@ -32,6 +32,7 @@ SectionFrame::SectionFrame(std::span<const double> n) {
     if (n.size() != 9)
         refuse("expected nine numbers, an origin, a normal and a first axis, found " +
                std::to_string(n.size()));
+    std::copy(n.begin(), n.end(), numbers_.begin());
     const ERVector3D normal = unit({n[3], n[4], n[5]}, "the normal");
     const ERVector3D axis = unit({n[6], n[7], n[8]}, "the first axis");
     const ERVector3D second = normal ^ axis;

@@ -1,6 +1,7 @@
 // section_frame.h: `SectionFrame`, the plane of a section in the machine's coordinates.
 #pragma once
 
+#include <array>
 #include <span>
 
 #include "velm/frame/point.h"
@@ -29,7 +30,11 @@ public:
     ERVector3D normal() const { return frame_.getVector(Coord3D_Z); }
     ERVector3D first_axis() const { return frame_.getVector(Coord3D_X); }
 
+    /// The numbers that it was made of: a frame made of them again is the same to the last bit.
+    std::span<const double> numbers() const { return numbers_; }
+
 private:
+    std::array<double, 9> numbers_{};
     ERPmIsometrie3D frame_;
 };
 

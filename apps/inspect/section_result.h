@@ -1,6 +1,8 @@
-// section_result.h: what the inspection of a section finds for a point: `SectionRow`.
+// section_result.h: what the inspection of a section finds for a point: `SectionRow`,
+// `judge`.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <optional>
 
@@ -23,5 +25,12 @@ struct SectionRow : Judged {
     double diameter = 0.0;           ///< of the probe's ball
     Comparison comparison;
 };
+
+/// Fills in what follows from the deviation.
+inline void judge(SectionRow& row, const std::optional<Tolerance>& tolerance) {
+    row.severity = std::fabs(tolerance ? row.deviation - tolerance->middle() : row.deviation);
+    row.in_tolerance.reset();
+    if (tolerance) row.in_tolerance = tolerance->contains(row.deviation);
+}
 
 } // namespace velm::inspect
