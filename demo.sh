@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# demo.sh: installs what is missing, builds the library and velm-inspect, makes two parts with a
-# simulated probing, a blade and a link of arcs, inspects them, and says where the reports and the
-# pictures are.
+# demo.sh: installs what is missing, builds the library and velm-inspect, makes three parts with a
+# simulated probing, a blade, a link of arcs and a pressed panel, inspects them, and says where the
+# reports and the pictures are.
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install_packages.sh build
@@ -23,32 +23,40 @@ fi
 
 build/demo/apps/inspect/make_sample "$out"
 program=$PWD/build/demo/apps/inspect/velm-inspect
+rm -f "$out/parts.velm"
 
 # Runs `velm-inspect ARGUMENTS` in the folder, its table into the file NAME.txt; tells the command,
-# the first rows and the summary. 1, some points out of tolerance, is what the faults should give.
+# the first three rows, four more that are out of tolerance, and the summary. 1, some points out
+# of tolerance, is what the faults should give.
 inspect() { # NAME ARGUMENTS...
     local name=$1 code=0
     shift
     printf '\n$ velm-inspect %s\n\n' "$*"
     (cd "$out" && "$program" "$@") >"$out/$name.txt" || code=$?
     if [ "$code" -gt 1 ]; then exit "$code"; fi
-    sed -n '1,6p' "$out/$name.txt"
-    echo "..."
-    sed -n '/^$/,$p' "$out/$name.txt"
+    awk 'NR <= 4 { print; next }
+         /^$/ && !summary { summary = 1; print "..." }
+         summary { print; next }
+         / OUT$/ && out++ < 4 { print (out == 1 ? "...\n" : "") $0 }' "$out/$name.txt"
     printf '\nExit code %s: %s.\n' "$code" \
         "$([ "$code" = 0 ] && echo "all points are in tolerance" || echo "some points are out of tolerance")"
 }
 
 printf '\n$ cd %s\n' demo-output
-inspect report section blade.dat probed.csv --tolerance 0.05 \
+inspect report section blade.dat probed.csv --tolerance 0.05 --store parts.velm \
     --json report.json --csv report.csv --svg report.svg
 inspect link_report section link.txt link.csv --tolerance 0.03 \
     --frame 412.5 230 95  0.02 -0.01 1  4 3 0 --max-height 0.1 \
     --json link_report.json --csv link_report.csv --svg link_report.svg
+inspect bore_report fit circle bore.csv --inside --tolerance 0.015 --json bore_report.json
+inspect panel_report targets panel.csv --tolerance 0.2 --align bestfit --store parts.velm \
+    --json panel_report.json --csv panel_report.csv --html panel_report.html
 cat <<END
 
 The blade has a bow and a dent; the link, of lines and arcs and probed in space, a large end that
-is too large and a bore off its place.
-The pictures: $out/report.svg and link_report.svg   (open them in a browser)
-The reports:  $out/report.json, link_report.json, and .csv, .txt
+is too large and a bore off its place, which is round; the panel, brought onto its nominal by the
+best fit, a dent and a burr on the edge of its hole.
+The pictures: $out/report.svg, link_report.svg and panel_report.html   (open them in a browser)
+The reports:  $out/report.json, link_report.json, panel_report.json, and .csv, .txt
+The object file that keeps the blade and the panel: $out/parts.velm
 END

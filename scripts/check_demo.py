@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """check_demo.py FOLDER: recomputes what demo.sh reported, from its own inputs and in the plainest way:
-every edge for every point, the side of an arc by a fine polygon. The reports must agree with that
-and with each other."""
+every edge for every point, the side of an arc by a fine polygon. Of what was fitted, the motion of the
+panel and the circle of the bore, no small change may lower the sum of squares: its derivatives are 0.
+The reports must agree with that and with each other."""
 import csv
 import json
 import math
@@ -120,6 +121,14 @@ class Frame:
         return dot(v, self.x), dot(v, self.y), dot(v, self.z)
 
 
+def minus(a, b):
+    return [x - y for x, y in zip(a, b)]
+
+
+def cross(a, b):
+    return [a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]]
+
+
 class Check:
     """Counts what does not hold."""
 
@@ -184,11 +193,85 @@ def check_report(folder, probed, name, edges, frame=None):
     return check.faults + (not points)
 
 
+def triple(row, *columns):
+    return [float(row[column]) for column in columns]
+
+
+def check_panel(folder):
+    """Recomputes the report of targets: each measured point through the motion that the report tells,
+    then its deviation."""
+    report = json.loads((folder / "panel_report.json").read_text())
+    rows = list(csv.DictReader((folder / "panel.csv").open(newline="")))
+    points, band, motion = report["points"], report["tolerance"], report["alignment"]
+    check = Check()
+    check.same("points of the report", len(points), len(rows))
+    check.same("rows of panel_report.csv",
+               len((folder / "panel_report.csv").read_text().splitlines()) - 1, len(rows))
+    derivatives, size = [0.0] * 6, 0.0
+    for row, point in zip(rows, points):
+        def near(what, found, expected):
+            for a, b in zip(found, expected):
+                check.same(f"{row['id']}, {what}", a, b, 1e-11)
+
+        check.same("id", point["id"], row["id"])
+        nominal = triple(row, "nom_x", "nom_y", "nom_z")
+        near("target", point["target"], nominal)
+        direct = row["nom_i"] == ""
+        probed = triple(row, "act_x", "act_y", "act_z") if direct else triple(row, "x", "y", "z")
+        measured = [dot(r, probed) + t for r, t in zip(motion["rotation"], motion["translation"])]
+        near("measured", point["measured"], measured)
+        if direct:
+            off = minus(measured, nominal)
+            judged = math.hypot(*off)
+            near("distance", [point["distance"]], [judged])
+            check.same(f"{row['id']}, deviation", point["deviation"], None)
+        else:
+            normal = unit(triple(row, "nom_i", "nom_j", "nom_k"))
+            touched = minus(measured, [float(row["diameter"]) / 2 * c for c in normal])
+            judged = dot(minus(touched, nominal), normal)
+            off = [judged * c for c in normal]
+            near("calculated", point["calculated"], touched)
+            near("deviation", [point["deviation"]], [judged])
+            near("distance", [point["distance"]], [math.dist(touched, nominal)])
+        check.same(f"{row['id']}, in tolerance", point["in_tolerance"],
+                   judged <= band["upper"] and (direct or band["lower"] <= judged))
+        size = max(size, math.hypot(*measured))
+        for i, term in enumerate(off + cross(measured, off)):
+            derivatives[i] += term
+        point["deviation"] = judged
+    for derivative in derivatives[:3] + [torque / size for torque in derivatives[3:]]:
+        check.same("derivative of the sum of squares", derivative, 0.0, 1e-6)
+    check_summary(check, report["summary"], points)
+    print(f"panel_report: {len(points)} targets, {report['summary']['out_of_tolerance']} out of "
+          f"tolerance, {check.faults} faults")
+    return check.faults + (not points)
+
+
+def check_bore(folder):
+    """The residuals of the fitted circle, whose derivatives by centre and radius are 0."""
+    report = json.loads((folder / "bore_report.json").read_text())
+    circle, points, check = report["entity"], report["points"], Check()
+    derivatives = [0.0] * 4
+    for point in points:
+        out = minus(point["measured"], circle["centre"])
+        height = dot(out, circle["normal"])
+        out = [o - height * n for o, n in zip(out, circle["normal"])]
+        residual = math.hypot(*out) - (circle["radius"] - report["ball"]["diameter"] / 2)
+        check.same(f"{point['id']}, residual", point["residual"], residual, 1e-11)
+        for i, term in enumerate([residual] + [residual * u for u in unit(out)]):
+            derivatives[i] += term
+    for derivative in derivatives:
+        check.same("derivative of the sum of squares", derivative, 0.0, 1e-9)
+    print(f"bore_report: {len(points)} points on a circle, {check.faults} faults")
+    return check.faults + (not points)
+
+
 def main():
     folder = pathlib.Path(sys.argv[1])
     frame = Frame([412.5, 230.0, 95.0, 0.02, -0.01, 1.0, 4.0, 3.0, 0.0])
     faults = check_report(folder, "probed.csv", "report", read_vertices(folder / "blade.dat"))
     faults += check_report(folder, "link.csv", "link_report", read_arcs(folder / "link.txt"), frame)
+    faults += check_panel(folder) + check_bore(folder)
     return 1 if faults else 0
 
 

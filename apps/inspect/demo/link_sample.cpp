@@ -1,7 +1,7 @@
 // A link of lines and arcs: two round ends, waisted between them, with a bore in each and a slot.
-// Writes link.txt, the nominal outline, and link.csv, centres of a ball in the coordinates of a
-// machine in whose space the link lies tilted. The small bore sits off its place, the large end is
-// too large, and all is a little rough.
+// Writes link.txt, the nominal outline, link.csv, centres of a ball in the coordinates of a machine
+// in whose space the link lies tilted, and bore.csv, those of the small bore alone. The small bore
+// sits off its place, the large end is too large, and all is a little rough.
 #include <fstream>
 #include <numbers>
 #include <vector>
@@ -149,16 +149,14 @@ Axes frame_axes() {
 
 class Probing {
 public:
-    explicit Probing(std::ofstream& out) : out_(out) { out_ << "id,x,y,z,diameter\n"; }
-
-    void probe(const std::vector<Edge>& edges, const std::string& name) {
+    void probe(std::ofstream& out, const std::vector<Edge>& edges, const std::string& name) {
         int count = 0;
         for (const Edge& edge : edges) {
             const int points = static_cast<int>(edge.length() / step);
             for (int i = 0; i < points; ++i) {
                 const Place at = place_on(edge, (i + 0.5) / points);
                 const double off = ball / 2.0 + edge.growth + roughness * noise_.next();
-                write(name + std::to_string(++count),
+                write(out, name + std::to_string(++count),
                       {at.p.x + at.outward.x * off + edge.shift.x,
                        at.p.y + at.outward.y * off + edge.shift.y},
                       height_spread * noise_.next());
@@ -167,17 +165,16 @@ public:
     }
 
 private:
-    void write(const std::string& id, Point centre, double height) {
-        out_ << id;
+    void write(std::ofstream& out, const std::string& id, Point centre, double height) {
+        out << id;
         for (int i = 0; i < 3; ++i)
-            out_ << ','
-                 << number(origin[i] + centre.x * axes_.x[i] + centre.y * axes_.y[i] +
-                               height * axes_.z[i],
-                           5);
-        out_ << ',' << number(ball, 1) << '\n';
+            out << ','
+                << number(origin[i] + centre.x * axes_.x[i] + centre.y * axes_.y[i] +
+                              height * axes_.z[i],
+                          5);
+        out << ',' << number(ball, 1) << '\n';
     }
 
-    std::ofstream& out_;
     Noise noise_{90};
     Axes axes_ = frame_axes();
 };
@@ -185,16 +182,24 @@ private:
 } // namespace
 
 void write_link(const std::string& folder) {
+    constexpr const char* header = "id,x,y,z,diameter\n";
     std::ofstream nominal(folder + "/link.txt"), probed(folder + "/link.csv");
     write_nominal(nominal);
-    Probing probing(probed);
-    probing.probe(outer_edges(), "outer ");
-    probing.probe(bore({0.0, 0.0}, large_bore, {0.0, 0.0}), "bore ");
-    probing.probe(bore({apart, 0.0}, small_bore, bore_shift), "small bore ");
-    probing.probe(slot_edges(), "slot ");
-    nominal.close();
-    probed.close();
-    if (!nominal || !probed) throw std::ios_base::failure("can't write");
+    Probing probing;
+    probed << header;
+    probing.probe(probed, outer_edges(), "outer ");
+    probing.probe(probed, bore({0.0, 0.0}, large_bore, {0.0, 0.0}), "bore ");
+    const Probing before_bore = probing;
+    const std::vector<Edge> small = bore({apart, 0.0}, small_bore, bore_shift);
+    probing.probe(probed, small, "small bore ");
+    probing.probe(probed, slot_edges(), "slot ");
+    std::ofstream alone(folder + "/bore.csv");
+    alone << header;
+    Probing(before_bore).probe(alone, small, "small bore ");
+    for (std::ofstream* const file : {&nominal, &probed, &alone}) {
+        file->close();
+        if (!*file) throw std::ios_base::failure("can't write");
+    }
 }
 
 } // namespace demo

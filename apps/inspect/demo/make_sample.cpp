@@ -1,5 +1,5 @@
-// make_sample FOLDER: the demo's samples, each a nominal outline and its simulated probing. The
-// same numbers at every run.
+// make_sample FOLDER: the demo's samples, each a nominal and its simulated probing. The same
+// numbers at every run.
 #include <cstdio>
 #include <exception>
 
@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
     try {
         demo::write_blade(argv[1]);
         demo::write_link(argv[1]);
+        demo::write_panel(argv[1]);
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "make_sample: %s: %s\n", argv[1], error.what());

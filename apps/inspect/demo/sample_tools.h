@@ -41,8 +41,9 @@ inline std::string number(double value, int decimals) {
     return {buffer.data(), result.ptr};
 }
 
-/// Write the nominal outline and the simulated probing of a sample.
+/// Write the nominal and the simulated probing of a sample.
 void write_blade(const std::string& folder);
 void write_link(const std::string& folder);
+void write_panel(const std::string& folder);
 
 } // namespace demo
