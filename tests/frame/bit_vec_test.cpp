@@ -26,6 +26,13 @@ Model model_of(const ERBitVec& bits) {
         model.push_back(bits.testBit(i));
     return model;
 }
+/// A bit in so many is set.
+Model random_model(Random& random, int rarity) {
+    Model model;
+    for (int n = random.below(70); n > 0; --n)
+        model.push_back(random.below(rarity) == 0);
+    return model;
+}
 int first(const Model& model, bool wanted) {
     const auto found = std::find(model.begin(), model.end(), wanted);
     return found == model.end() ? -1 : static_cast<int>(found - model.begin());
@@ -45,13 +52,7 @@ unsigned int hash_of(const Model& model) {
 TEST(BitVec, FollowsAModel) {
     Random random(1521);
     for (int round = 0; round < 3000; ++round) {
-        Model a(static_cast<std::size_t>(random.below(70))),
-            b(static_cast<std::size_t>(random.below(70)));
-        const int rarity = 1 + random.below(30);
-        for (std::size_t i = 0; i < a.size(); ++i)
-            a[i] = random.below(rarity) == 0;
-        for (std::size_t i = 0; i < b.size(); ++i)
-            b[i] = random.below(2) == 0;
+        const Model a = random_model(random, 1 + random.below(30)), b = random_model(random, 2);
         const ERBitVec va = made_of(a, round % 2), vb = made_of(b, round % 3 == 0);
         ASSERT_EQ(model_of(va), a);
         ASSERT_EQ(va, made_of(a, round % 2 == 0)) << "what lies beyond the end decides nothing";

@@ -19,11 +19,6 @@ using velm_test::Random;
 
 constexpr double largest = std::numeric_limits<double>::max();
 
-template <class Value>
-Value random_value(Random& random, double low, double high) {
-    return Value::each([&](int) { return random.uniform(low, high); });
-}
-
 /// All points with coordinates 0 to 3: boxes between them touch in every way, and two boxes meet
 /// exactly if they share a lattice point.
 template <class Dimension>
@@ -38,9 +33,7 @@ std::vector<typename Dimension::Point> lattice() {
 template <class Dimension>
 typename Dimension::Box lattice_box(Random& random) {
     const auto points = lattice<Dimension>();
-    const int n = static_cast<int>(points.size());
-    return {points[static_cast<std::size_t>(random.below(n))],
-            points[static_cast<std::size_t>(random.below(n))]};
+    return {random.one_of(points), random.one_of(points)};
 }
 
 template <class Dimension>
@@ -80,7 +73,7 @@ TYPED_TEST(Boxes, RelationsAgreeWithTheLattice) {
             left_of_touch = left_of_touch || a.lower(axis) == b.upper(axis);
         EXPECT_EQ(common.invalid(), !meet || left_of_touch);
         double nearest = 1e9, farthest = 0.0;
-        const Point& p = points[static_cast<std::size_t>(random.below(4 * 4))];
+        const Point& p = random.one_of(points);
         for (const Point& q : points) {
             EXPECT_EQ(common.contains(q), !common.invalid() && in_both(q));
             EXPECT_TRUE(both.contains(q) || !(a.contains(q) || b.contains(q)));
@@ -108,7 +101,7 @@ TYPED_TEST(Boxes, GrowByPointsPolesAndBoxes) {
     ERVec<Point> points;
     ERVec<Pole> poles;
     for (int n = 0; n < 50; ++n) {
-        const Point p = random_value<Point>(random, -9, 9);
+        const Point p = random.value<Point>(9);
         points.append(p);
         poles.append(Pole(p * 2.0, 2.0));
         grown += p;
@@ -151,8 +144,8 @@ TYPED_TEST(Boxes, InfiniteLinesMeetTheBoxTheyPass) {
     wider.Inflate(1e-2);
     narrower.Inflate(-1e-2);
     for (int round = 0; round < 500; ++round) {
-        const Point p = random_value<Point>(random, -5, 5);
-        const Vector d(p, random_value<Point>(random, -3, 3));
+        const Point p = random.value<Point>(5);
+        const Vector d(p, random.value<Point>(3));
         bool inside = false, near = false;
         for (double s = -4.0; s < 4.0; s += 5e-4) {
             inside = inside || narrower.contains(p + d * s);
@@ -209,8 +202,8 @@ TEST(SutherCohen, ClipsObliqueSegmentsAsSamplingDoes) {
     ERMinimax2D margin = box;
     margin.Inflate(1e-9);
     for (int round = 0; round < 2000; ++round) {
-        const ERPoint2D a = random_value<ERPoint2D>(random, -3, 4);
-        const ERPoint2D b = random_value<ERPoint2D>(random, -3, 4);
+        const ERPoint2D a = random.value<ERPoint2D>(4);
+        const ERPoint2D b = random.value<ERPoint2D>(4);
         const Sampled inside = sample(box, a, b - a, 0.0, 1.0);
         ERPoint2D ra, rb;
         const auto result = SutherCohen(a, b, box, ra, rb);
@@ -265,8 +258,8 @@ TEST(Clip, NarrowsTheIntervalToTheSampledOne) {
     Random random(35);
     const ERMinimax3D box(-1, 2, 0, 1, 3, 7);
     for (int round = 0; round < 1000; ++round) {
-        const ERPoint3D p = random_value<ERPoint3D>(random, -3, 8);
-        ERVector3D d(p, random_value<ERPoint3D>(random, -3, 8));
+        const ERPoint3D p = random.value<ERPoint3D>(6) + ERPoint3D(0, 0, 3);
+        ERVector3D d(p, random.value<ERPoint3D>(6) + ERPoint3D(0, 0, 3));
         if (round % 5 == 0) d[random.below(3)] = 0.0;
         const double from = random.uniform(-2, 1), to = from + random.uniform(0, 3);
         const Sampled inside = sample(box, p, ERPoint3D(d), from, to);

@@ -78,6 +78,10 @@ VELM_DEFINE_CLASS(Right, Part)
 VELM_DEFINE_CLASS(Both, Left, Right)
 
 using Concrete = std::tuple<Curve, Arc, Circle, CircleArc, CircleArcWithText, Left, Right>;
+template <class... X>
+struct Classes {};
+using Targets = Classes<ERObject, Shape, Curve, Arc, Finite, Circle, CircleArc, CircleArcWithText,
+                        Part, Left, Right>;
 
 template <class X>
 void expect_as_dynamic_cast(ERObject* object) {
@@ -97,20 +101,10 @@ void expect_as_dynamic_cast(ERObject* object) {
 }
 
 TEST(ClassTree, CastdownFindsWhatDynamicCastFinds) {
-    auto const check = [](auto object) {
-        expect_as_dynamic_cast<ERObject>(&object);
-        expect_as_dynamic_cast<Shape>(&object);
-        expect_as_dynamic_cast<Curve>(&object);
-        expect_as_dynamic_cast<Arc>(&object);
-        expect_as_dynamic_cast<Finite>(&object);
-        expect_as_dynamic_cast<Circle>(&object);
-        expect_as_dynamic_cast<CircleArc>(&object);
-        expect_as_dynamic_cast<CircleArcWithText>(&object);
-        expect_as_dynamic_cast<Part>(&object);
-        expect_as_dynamic_cast<Left>(&object);
-        expect_as_dynamic_cast<Right>(&object);
+    auto const check = []<class... X>(auto object, Classes<X...>) {
+        (expect_as_dynamic_cast<X>(&object), ...);
     };
-    std::apply([&](auto const&... objects) { (check(objects), ...); }, Concrete());
+    std::apply([&](auto const&... objects) { (check(objects, Targets()), ...); }, Concrete());
     EXPECT_EQ(Curve::castdown(static_cast<ERObject*>(nullptr)), nullptr);
 }
 

@@ -1,14 +1,10 @@
 // The defaults of the finite, limited and trimmed curves, on a class that a host might add.
 #include "frame/circle_curve.h"
-#include "velm/frame/binary_file.h"
+#include "support/records.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -17,11 +13,9 @@ using velm_test::CircleCurve3D;
 
 struct InPlane : velm::Plane {
     using Circle = CircleCurve2D;
-    static constexpr const char* name = "CircleCurve2D";
 };
 struct InSpace : velm::Space {
     using Circle = CircleCurve3D;
-    static constexpr const char* name = "CircleCurve3D";
 };
 
 template <class D>
@@ -82,28 +76,17 @@ TYPED_TEST(CurveOf, ClosedWithinAToleranceOnEveryAxis) {
 
 TYPED_TEST(CurveOf, StoredAndPrintedForms) {
     typename TypeParam::Circle curve(ERLimites(-1.0, 4.0), ERLimites(0.5, 2.25));
-    std::ostringstream out;
-    out << curve;
-    EXPECT_EQ(out.str(), "Natural boundary =Limites( -1,4 )\n"
-                         "Trimm boundaries   = Limites( 0.5,2.25 )\n");
-
-    std::string path = testing::TempDir() + "velm_trimmed_" + TypeParam::name;
-    ERFile file(path.c_str(), CFile::modeCreate | CFile::modeReadWrite | CFile::typeBinary);
+    EXPECT_EQ(velm_test::text_of(curve), "Natural boundary =Limites( -1,4 )\n"
+                                         "Trimm boundaries   = Limites( 0.5,2.25 )\n");
+    velm_test::MemoryFile file;
     file << curve;
-    ASSERT_EQ(file.GetLength(), 32u);
+    EXPECT_EQ(file.bytes, velm_test::bytes_of(-1.0, 4.0, 0.5, 2.25));
     EXPECT_EQ(curve.binaryStoreSize(), 32u);
-    file.SeekTo(0);
-    double bytes[4] = {};
-    ASSERT_EQ(file.Read(bytes, 4), 1);
-    EXPECT_EQ(std::vector<double>(bytes, bytes + 4), (std::vector<double>{-1.0, 4.0, 0.5, 2.25}));
-
-    file.SeekTo(0);
+    file.SeekToBegin();
     typename TypeParam::Circle restored;
     file >> restored;
     EXPECT_EQ(restored.getBound(), curve.getBound());
     EXPECT_EQ(ERLimites(restored.Ndeb(), restored.Nfin()), ERLimites(-1.0, 4.0));
-    file.Close();
-    std::remove(path.c_str());
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 // object's own construction.
 #include "velm/frame/object.h"
 
+#include "support/threads.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -173,17 +175,13 @@ TEST(HeapMark, BlocksFreedInOtherThreadsAreForgotten) {
 }
 
 TEST(HeapMark, ThreadsDoNotSeeEachOther) {
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([] {
-            for (int i = 0; i < 200; ++i) {
-                std::unique_ptr<Node> const node(nested(i % 20));
-                expect_marks(*node, 1);
-                expect_marks(Node(*node), 0);
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    velm_test::in_threads(4, [](int) {
+        for (int i = 0; i < 200; ++i) {
+            std::unique_ptr<Node> const node(nested(i % 20));
+            expect_marks(*node, 1);
+            expect_marks(Node(*node), 0);
+        }
+    });
 }
 
 } // namespace

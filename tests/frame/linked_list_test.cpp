@@ -64,7 +64,7 @@ TYPED_TEST(IntrusiveList, FollowsAModelOverRandomOperations) {
     auto& l = this->list;
     auto& m = this->model;
     for (int step = 0; step < 20000; ++step) {
-        auto* const element = &elements[static_cast<std::size_t>(random.below(40))];
+        auto* const element = &random.one_of(elements);
         const int n = l.entries();
         const int i = random.below(n + 1);
         const bool present = this->place_of(element) < n;

@@ -112,10 +112,9 @@ TEST(String, FindsAndStrips) {
 }
 
 TEST(String, StoredFormHasALengthAndNoNul) {
-    MemoryFile memory;
-    ERFile& file = memory;
+    MemoryFile file;
     file << ERCString("ab") << ERCString();
-    EXPECT_EQ(memory.bytes, std::string("\2\0\0\0ab\0\0\0\0", 10));
+    EXPECT_EQ(file.bytes, std::string("\2\0\0\0ab\0\0\0\0", 10));
     file.SeekToBegin();
     ERCString a("shared");
     const ERCString other = a;

@@ -5,6 +5,7 @@
 #include "velm/frame/vec_rep_cache.h"
 
 #include "support/random.h"
+#include "support/threads.h"
 
 #include <gtest/gtest.h>
 
@@ -105,15 +106,12 @@ TEST(MemoryAcrossThreads, ThreadsThatComeAndGoExchangeEverything) {
                 const std::lock_guard lock(mutex);
                 nodes.push_back(std::move(node));
                 arrays.push_back(array);
-                const auto n =
-                    static_cast<std::size_t>(random.below(static_cast<int>(nodes.size())));
-                std::swap(nodes[n], nodes.back());
+                std::swap(random.one_of(nodes), nodes.back());
                 if (random.below(3) != 0) {
                     taken = std::move(nodes.back());
                     nodes.pop_back();
                 }
-                shared =
-                    arrays[static_cast<std::size_t>(random.below(static_cast<int>(arrays.size())))];
+                shared = random.one_of(arrays);
                 if (arrays.size() > 50) arrays.erase(arrays.begin());
             }
             // The bodies are shared with other threads: reading needs no lock, writing detaches.
@@ -123,13 +121,8 @@ TEST(MemoryAcrossThreads, ThreadsThatComeAndGoExchangeEverything) {
             array.append(2.0, 5);
         }
     };
-    for (int generation = 0; generation < 10; ++generation) {
-        std::vector<std::thread> workers;
-        for (int id = 0; id < 4; ++id)
-            workers.emplace_back(work, generation * 4 + id);
-        for (std::thread& worker : workers)
-            worker.join();
-    }
+    for (int generation = 0; generation < 10; ++generation)
+        velm_test::in_threads(4, [&](int id) { work(generation * 4 + id); });
     for (const ERVec<double>& array : arrays)
         EXPECT_GE(array.view()[0], 0.0);
 }

@@ -35,11 +35,6 @@ static_assert(plain<ERPoint2D, 16> && plain<ERPoint3D, 24> && plain<ERVector2D, 
 static_assert(std::is_same_v<decltype(ERVector2D() / 2.0), ERPoint2D> &&
               std::is_same_v<decltype(ERVector3D() / 2.0), ERPoint3D>);
 
-template <class Value>
-Value random_value(Random& random) {
-    return Value::each([&](int) { return random.uniform(-10.0, 10.0); });
-}
-
 template <class Dimension>
 class Tuples : public testing::Test {};
 using Dimensions = testing::Types<velm::Plane, velm::Space>;
@@ -50,8 +45,8 @@ TYPED_TEST(Tuples, PointsAndVectorsObeyTheLawsOfAnAffineSpace) {
     using Vector = typename TypeParam::Vector;
     Random random(11);
     for (int round = 0; round < 500; ++round) {
-        const Point p = random_value<Point>(random), q = random_value<Point>(random),
-                    r = random_value<Point>(random);
+        const Point p = random.value<Point>(10), q = random.value<Point>(10),
+                    r = random.value<Point>(10);
         const Vector v(p, q);
         const double s = random.uniform(0.1, 5.0);
 
@@ -87,7 +82,7 @@ TYPED_TEST(Tuples, CombinationsOfPolesLieOnTheRationalLine) {
     using Pole = typename TypeParam::Pole;
     Random random(12);
     for (int round = 0; round < 200; ++round) {
-        const Point p = random_value<Point>(random), q = random_value<Point>(random);
+        const Point p = random.value<Point>(10), q = random.value<Point>(10);
         const double wp = random.uniform(0.5, 2.0), wq = random.uniform(0.5, 2.0);
         const Pole a(p * wp, wp), b(q * wq, wq); // coordinates come in multiplied
         EXPECT_TRUE(isEqual(a.castToPoint(), p, 1e-13));
@@ -140,9 +135,9 @@ TYPED_TEST(Tuples, TheTextFormIsReadBack) {
         EXPECT_EQ(kept, value);
     };
     for (int round = 0; round < 20; ++round) {
-        round_trip(random_value<typename TypeParam::Point>(random));
-        round_trip(random_value<typename TypeParam::Vector>(random));
-        round_trip(random_value<typename TypeParam::Pole>(random));
+        round_trip(random.value<typename TypeParam::Point>(10));
+        round_trip(random.value<typename TypeParam::Vector>(10));
+        round_trip(random.value<typename TypeParam::Pole>(10));
     }
 }
 
@@ -188,7 +183,7 @@ TEST(Vector3D, AxesSignsAndPerpendiculars) {
     EXPECT_EQ(ERVector3D(1, 1, 0).find_perpendicular(), ERVector3D(0, 0, -1)); // a tie takes Y
     Random random(15);
     for (int round = 0; round < 200; ++round) {
-        const ERVector3D v = random_value<ERVector3D>(random), w = v.find_perpendicular();
+        const ERVector3D v = random.value<ERVector3D>(10), w = v.find_perpendicular();
         EXPECT_NEAR(v * w, 0.0, 1e-14);
         EXPECT_NEAR(w.norme(), 1.0, 1e-15);
     }

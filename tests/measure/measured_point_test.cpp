@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 #include <memory>
-#include <sstream>
 
 namespace {
 
@@ -17,29 +16,19 @@ using namespace velm_test;
 
 const ERCMMPoint sample(ERPoint3D(1, 2, 3), ERVector3D(0, 0, 4), 0x12345);
 
-template <class T>
-std::string text(const T& value) {
-    std::ostringstream out;
-    out << value;
-    return out.str();
-}
-
 /// Stores the object, restores another one from it, and gives the record.
 template <class T>
 std::string through_a_file(const T& object, T& other) {
-    MemoryFile file;
-    object.saveGuts(file);
-    EXPECT_EQ(file.bytes.size(), object.binaryStoreSize());
-    file.Seek(0, CFile::begin);
-    other.restoreGuts(file);
-    return file.bytes;
+    const std::string record = record_of(object);
+    restore(other, record);
+    return record;
 }
 
 TEST(MeasuredPoint, Forms) {
     const double numbers[] = {1, 2, 3, 0, 0, 4};
     ERCMMPoint point;
     EXPECT_EQ(through_a_file(sample, point), bytes_of(0x12345, numbers));
-    EXPECT_EQ(text(point), "CMM Point  [1,2,3] pretouch=[1,2,7]\n");
+    EXPECT_EQ(text_of(point), "CMM Point  [1,2,3] pretouch=[1,2,7]\n");
     EXPECT_TRUE(point == ERCMMPoint(ERPoint3D(), ERPoint3D(), 0x12345) && !(point == ERCMMPoint()));
     // In an archive the identifier loses its upper half, and its sign.
     ERCMMPointWithDiameter ball(1, 2, 3, 0, 0, 4, 2.5, -2), loaded;
@@ -66,14 +55,14 @@ TEST(MeasuredPoint, Forms) {
 TEST(MeasuredPoint, Moves) {
     ERCMMPointWithDiameter ball(sample, 6);
     ball.compensate(2);
-    EXPECT_EQ(text(ball), "CMM Point  [2,4,6] pretouch=[2,4,14]\n");
+    EXPECT_EQ(text_of(ball), "CMM Point  [2,4,6] pretouch=[2,4,14]\n");
     EXPECT_EQ(ball.diameter, 6);
     ball.scale(0.5);
-    EXPECT_TRUE(text(ball) == text(sample) && ball.diameter == 3);
+    EXPECT_TRUE(text_of(ball) == text_of(sample) && ball.diameter == 3);
     ERSimpleVec<ERCMMPoint> points(2, sample);
     TransformFrom(points, ERTranslation3D(ERVector3D(1, 0, 0)));
     scale(points, 2);
-    EXPECT_EQ(text(points[1]), "CMM Point  [4,4,6] pretouch=[4,4,14]\n");
+    EXPECT_EQ(text_of(points[1]), "CMM Point  [4,4,6] pretouch=[4,4,14]\n");
 }
 
 TEST(PersistentValues, StoreAndMoveAsTheirValues) {
@@ -87,17 +76,17 @@ TEST(PersistentValues, StoreAndMoveAsTheirValues) {
     EXPECT_EQ(through_a_file({ERPoint3D(1, 2, 3)}, solid), six.substr(0, 24));
     EXPECT_EQ(through_a_file({ERVector3D(1, 2, 3)}, vector), "");
     EXPECT_EQ(through_a_file({ERPoint3D(1, 2, 3), ERPoint3D(4, 5, 6)}, pair), six);
-    EXPECT_EQ(text(flat) + text(solid) + text(vector), "(P) [1,2](P) [1,2,3](P) <0,0,0>");
-    EXPECT_EQ(text(pair), "(P) [1,2,3](P) [4,5,6]");
+    EXPECT_EQ(text_of(flat) + text_of(solid) + text_of(vector), "(P) [1,2](P) [1,2,3](P) <0,0,0>");
+    EXPECT_EQ(text_of(pair), "(P) [1,2,3](P) [4,5,6]");
     const ERPmIsometrie3D shift = ERTranslation3D(ERVector3D(1, 1, 1));
-    EXPECT_EQ(text(shift >> solid) + text(shift << solid), "(P) [2,3,4](P) [0,1,2]");
-    EXPECT_EQ(text(ERTransfo2D(ERVector2D(1, 1)) << flat), "(P) [0,1]");
+    EXPECT_EQ(text_of(shift >> solid) + text_of(shift << solid), "(P) [2,3,4](P) [0,1,2]");
+    EXPECT_EQ(text_of(ERTransfo2D(ERVector2D(1, 1)) << flat), "(P) [0,1]");
     pair.translate(pair.get_first_point());
     pair.scale(2);
-    EXPECT_EQ(text(shift >> pair), "(P) [5,9,13](P) [11,15,19]");
+    EXPECT_EQ(text_of(shift >> pair), "(P) [5,9,13](P) [11,15,19]");
     solid = ERPoint3D(7, 8, 9);
     const std::unique_ptr<ERObject> copy(solid.getCopy());
-    EXPECT_EQ(text(ERPersistentPoint3D::castdown(*copy)), "(P) [7,8,9]");
+    EXPECT_EQ(text_of(ERPersistentPoint3D::castdown(*copy)), "(P) [7,8,9]");
 }
 
 } // namespace

@@ -12,7 +12,6 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
-#include <sstream>
 
 namespace {
 
@@ -25,12 +24,6 @@ const gmTargetPoint plane_target(nominal, ball, ERVector3D(0, 0, 8));
 
 const double direct_numbers[] = {1.5, 2, 5, 0, 0, 0};
 const double plane_numbers[] = {1.5, 2, 4, 0, 0, 1};
-
-std::string text(const gmTargetPoint& target) {
-    std::ostringstream out;
-    target.printOn(out);
-    return out.str();
-}
 
 TEST(TargetPoint, Measures) {
     double to_plane = -7, on_plane = -7;
@@ -53,10 +46,10 @@ TEST(TargetPoint, Measures) {
     const gmTargetPoint below(nominal, {ERPoint3D(1, 2, 1), nominal, 0, 1}, ERVector3D(0, 0, 1));
     EXPECT_EQ(below.distance_to_plane(), -2);
 
-    EXPECT_EQ(text(direct_target), "gmTargetPoint {\n  DIRECT\n  Target:   [1,2,3]\n"
-                                   "  Point:    CMM Point  [1.5,2,5] pretouch=[1,2,9]\n"
-                                   "  Calc:     [1.5,2,5]\n  Distance: 2.06155\n}\n");
-    EXPECT_EQ(text(plane_target),
+    EXPECT_EQ(text_of(direct_target), "gmTargetPoint {\n  DIRECT\n  Target:   [1,2,3]\n"
+                                      "  Point:    CMM Point  [1.5,2,5] pretouch=[1,2,9]\n"
+                                      "  Calc:     [1.5,2,5]\n  Distance: 2.06155\n}\n");
+    EXPECT_EQ(text_of(plane_target),
               "gmTargetPoint {\n  ON PLANE\n  Target:        [1,2,3]\n"
               "  Point:         CMM Point  [1.5,2,5] pretouch=[1,2,9]\n"
               "  Calc:          [1.5,2,4]\n  Distance:      1.11803\n  Normal:        <0,0,1>\n"
@@ -74,20 +67,17 @@ TEST(TargetPoint, RecordsAndArchives) {
     for (const gmTargetPoint* target : {&direct_target, &plane_target}) {
         const BYTE mode = target == &plane_target;
         const double(&numbers)[6] = mode != 0 ? plane_numbers : direct_numbers;
-        MemoryFile file;
-        target->saveGuts(file);
-        EXPECT_EQ(file.bytes, bytes_of(mode, nominal, 7, places, numbers));
-        EXPECT_EQ(target->binaryStoreSize(), 125u);
-        file.Seek(0, CFile::begin);
+        const std::string record = record_of(*target);
+        EXPECT_EQ(record, bytes_of(mode, nominal, 7, places, numbers));
         gmTargetPoint back;
-        back.restoreGuts(file);
-        EXPECT_EQ(text(back), text(*target));
+        restore(back, record);
+        EXPECT_EQ(text_of(back), text_of(*target));
         EXPECT_EQ(back.measured_point().diameter, 0) << "the record has no place for it";
 
         const std::string bytes = bytes_of(mode, nominal, WORD{7}, directions, 2.0, numbers);
         EXPECT_EQ(archived([&](CArchive& archive) { archive << *target; }), bytes);
         expect_loaded(bytes, back, serialize);
-        EXPECT_TRUE(text(back) == text(*target) && back.measured_point().diameter == 2);
+        EXPECT_TRUE(text_of(back) == text_of(*target) && back.measured_point().diameter == 2);
         expect_loaded(bytes_of(mode, nominal, numbers), back, serialize_old);
         const ERCMMPointWithDiameter& measured = back.measured_point();
         EXPECT_EQ(measured.point, target->calculated_point());
@@ -112,7 +102,7 @@ TEST(TargetPoint, RecordsAndArchives) {
     gmTargetPoint odd;
     expect_loaded(bytes_of(BYTE{9}, nominal, direct_numbers), odd, serialize_old);
     EXPECT_EQ(odd.acceptance_distance(), std::numeric_limits<double>::max());
-    EXPECT_EQ(text(odd), "gmTargetPoint {\n}\n");
+    EXPECT_EQ(text_of(odd), "gmTargetPoint {\n}\n");
 }
 
 TEST(TargetPoint, Moves) {

@@ -1,4 +1,5 @@
 // Binomials, factorials and what each thread holds of them.
+#include "support/threads.h"
 #include "velm/frame/thread_data.h"
 #include "velm/numerics/bernstein.h"
 #include "velm/numerics/binomials.h"
@@ -65,29 +66,21 @@ TEST(Binomials, FactoryOfTheModuleInForce) {
     delete entry;
 }
 
-/// Does the same in two threads.
-template <class Work>
-void twice_at_once(Work work) {
-    std::thread other(work, 3);
-    work(1);
-    other.join();
-}
-
 // Two threads that meet an empty table at once, and each other's growth.
 TEST(BinomialsThreads, GrowTogether) {
     for (int round = 0; round < 30; ++round) {
         TableauDePascal table;
         ERFactorialFactory factory;
-        twice_at_once([&table, &factory](int shift) {
-            for (int n = shift; n < 90; n += 7) {
+        velm_test::in_threads(2, [&table, &factory](int thread) {
+            for (int n = 1 + 2 * thread; n < 90; n += 7) {
                 expect_true_row(table, n);
                 EXPECT_EQ(factory.Fact(n), factory.Fact(n - 1) * n);
             }
         });
     }
     const std::vector<double> poles(21, 1.0); // a curve of degree 20 that is 1 everywhere
-    twice_at_once([&poles](int shift) {
-        for (int i = shift; i <= 100; ++i) {
+    velm_test::in_threads(2, [&poles](int thread) {
+        for (int i = 1 + 2 * thread; i <= 100; ++i) {
             double value = 0.0;
             Horner(poles.data(), 21, i / 100.0, 1, &value);
             EXPECT_NEAR(value, 1.0, 1e-14);

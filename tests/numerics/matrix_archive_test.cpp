@@ -1,34 +1,21 @@
 // The forms of a matrix in an archive and in a file, byte by byte, and ones that lie.
 #include "velm/numerics/matrix_archive.h"
 
-#include "support/caught.h"
-#include "support/memory_file.h"
-#include "velm/platform/archive.h"
+#include "support/archives.h"
 
 #include <gtest/gtest.h>
-#include <string>
 
 namespace {
 
+using namespace velm_test;
+
 std::string stored(const ERMatrix<double>& matrix) {
-    velm_test::MemoryFile file;
-    CArchive archive(&file, CArchive::store);
-    archive << matrix;
-    archive.Close();
-    return file.bytes;
+    return archived([&](CArchive& archive) { archive << matrix; });
 }
-
-/// The matrix, or the cause of the exception.
 int load(const std::string& bytes, ERMatrix<double>& matrix) {
-    velm_test::MemoryFile file(bytes);
-    CArchive archive(&file, CArchive::load);
-    return velm_test::archive_cause([&] { archive >> matrix; });
+    return load_cause(bytes, [&](CArchive& archive) { archive >> matrix; });
 }
-
-std::string count(unsigned n) {
-    return {static_cast<char>(n), static_cast<char>(n >> 8), static_cast<char>(n >> 16),
-            static_cast<char>(n >> 24)};
-}
+std::string count(unsigned n) { return bytes_of(n); }
 
 TEST(MatrixArchive, FormAndBack) {
     const double values[] = {1, 2, 3, 4, 5, 6};
@@ -66,22 +53,13 @@ TEST(MatrixArchive, DamageIsAnExceptionAndLeavesTheMatrix) {
 TEST(MatrixRecord, ComesBackOrLeavesTheMatrix) {
     const double values[] = {1, 2, 3, 4, 5, 6};
     const ERMatrix<double> matrix(2, 3, values);
-    velm_test::MemoryFile file;
-    matrix.saveGuts(file);
-    EXPECT_EQ(file.bytes.size(), matrix.binaryStoreSize());
-    EXPECT_EQ(file.bytes.substr(0, 12), count(2) + count(3) + count(sizeof values));
+    const std::string record = record_of(matrix), body = record.substr(8);
+    EXPECT_EQ(record.substr(0, 12), count(2) + count(3) + count(sizeof values));
     ERMatrix<double> back(1, 1);
-    const auto restore = [&back](const std::string& bytes) {
-        velm_test::MemoryFile from(bytes);
-        back.restoreGuts(from);
-    };
-    restore(file.bytes);
-    EXPECT_TRUE(back == matrix);
-    const std::string body = file.bytes.substr(8);
-    for (const std::string& rows_and_columns : {count(3) + count(3), count(2) + count(0x7F000003)})
-        restore(rows_and_columns + body);
-    restore(file.bytes.substr(0, 30));
-    EXPECT_TRUE(back == matrix);
+    EXPECT_TRUE(restore(back, record) == matrix);
+    for (const std::string& damaged :
+         {count(3) + count(3) + body, count(2) + count(0x7F000003) + body, record.substr(0, 30)})
+        EXPECT_TRUE(restore(back, damaged) == matrix);
 }
 
 } // namespace

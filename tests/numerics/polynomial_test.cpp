@@ -5,29 +5,22 @@
 #include "velm/numerics/polynomial_derivatives.h"
 #include "velm/numerics/quadratic.h"
 
-#include "support/memory_file.h"
 #include "support/random.h"
+#include "support/records.h"
 #include "velm/platform/debug_output.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
 #include <initializer_list>
 #include <limits>
-#include <sstream>
-#include <string>
 #include <vector>
 
 namespace {
 
+using velm_test::text_of;
+
 ERPolynome poly(std::initializer_list<double> c) {
     return ERPolynome(std::data(c), static_cast<int>(c.size()));
-}
-
-template <class T>
-std::string text(const T& value) {
-    std::ostringstream out;
-    out << value;
-    return out.str();
 }
 
 ERPolynome random_polynomial(velm_test::Random& random, int degree) {
@@ -38,12 +31,12 @@ ERPolynome random_polynomial(velm_test::Random& random, int degree) {
 }
 
 TEST(Polynomial, Text) {
-    EXPECT_EQ(text(poly({1, -2, 0, 1})), "1-2*x+x**3\n");
-    EXPECT_EQ(text(poly({})), "polynome NULL\n");
-    EXPECT_EQ(text(poly({0, 0})), "\n");
-    EXPECT_EQ(text(poly({0, 1, 1})), "x+x**2\n");
-    EXPECT_EQ(text(poly({-1, -1, 0.5})), "-1-1*x+0.5*x**2\n");
-    EXPECT_EQ(text(poly({1, 0, 3})), "1+3*x**2\n");
+    EXPECT_EQ(text_of(poly({1, -2, 0, 1})), "1-2*x+x**3\n");
+    EXPECT_EQ(text_of(poly({})), "polynome NULL\n");
+    EXPECT_EQ(text_of(poly({0, 0})), "\n");
+    EXPECT_EQ(text_of(poly({0, 1, 1})), "x+x**2\n");
+    EXPECT_EQ(text_of(poly({-1, -1, 0.5})), "-1-1*x+0.5*x**2\n");
+    EXPECT_EQ(text_of(poly({1, 0, 3})), "1+3*x**2\n");
 }
 
 TEST(Polynomial, ArithmeticAgreesWithValues) {
@@ -104,17 +97,11 @@ TEST(Polynomial, Derivatives) {
 
 TEST(Polynomial, StoredFormIsTheArray) {
     const ERPolynome p = poly({1.0, 2.0});
-    velm_test::MemoryFile file;
-    file << p;
-    EXPECT_EQ(file.bytes.size(), p.binaryStoreSize());
-    EXPECT_EQ(file.bytes.substr(0, 4), std::string("\x10\0\0\0", 4));
+    const std::string record = velm_test::record_of(p);
+    EXPECT_EQ(record.substr(0, 4), std::string("\x10\0\0\0", 4));
     ERPolynome back = poly({9.0});
-    file.SeekToBegin();
-    file >> back;
-    EXPECT_TRUE(back == p);
-    velm_test::MemoryFile damaged(file.bytes.substr(0, 15));
-    damaged >> back;
-    EXPECT_TRUE(back == p);
+    EXPECT_TRUE(velm_test::restore(back, record) == p);
+    EXPECT_TRUE(velm_test::restore(back, record.substr(0, 15)) == p);
 }
 
 TEST(Quadratic, SolvesForSquares) {
@@ -160,15 +147,10 @@ TEST(PolynomialOfTwo, ValuesAndGrowth) {
 TEST(PolynomialOfTwo, TextAndStoredForm) {
     const double values[] = {1, 2, 3, 4, 0, 0};
     const ERPolynome2Var p(values, 3, 2);
-    std::ostringstream matrix;
-    ERMatrix<double>(2, 2, values).printOn(matrix);
-    EXPECT_EQ(text(p), "Polynome 2Var dU=1, dv=1)" + matrix.str() + "\n");
-    velm_test::MemoryFile file;
-    p.saveGuts(file);
-    EXPECT_EQ(file.bytes.size(), p.binaryStoreSize());
+    const std::string matrix = text_of(ERMatrix<double>(2, 2, values));
+    EXPECT_EQ(text_of(p), "Polynome 2Var dU=1, dv=1)" + matrix + "\n");
     ERPolynome2Var back(0, 0);
-    file.SeekToBegin();
-    back.restoreGuts(file);
+    velm_test::restore(back, velm_test::record_of(p));
     EXPECT_TRUE(back.matrix() == p.matrix());
 }
 

@@ -2,6 +2,7 @@
 #include "velm/planar/region.h"
 
 #include "support/random.h"
+#include "support/threads.h"
 #include "velm/frame/box_clipping.h"
 #include "velm/frame/point_functions.h"
 #include "velm/frame/typed_ptr_vector.h"
@@ -18,7 +19,6 @@
 #include <deque>
 #include <numbers>
 #include <sstream>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -251,76 +251,15 @@ TEST_F(RegionByRules, PointsBoxesAndPiecesAreTheSameBitForBit) {
     EXPECT_GT(crossings, 8000u);
 }
 
-/// Where a site of the lattice lies against a polygon, by its winding number in whole numbers: 0
-/// outside, 2 on the outline, else 1.
-int winding_place(int x, int y, const std::vector<std::pair<int, int>>& v) {
-    int turns = 0;
-    for (std::size_t i = 0; i < v.size(); ++i) {
-        const auto [ax, ay] = v[i];
-        const auto [bx, by] = v[(i + 1) % v.size()];
-        const int side = (bx - ax) * (y - ay) - (x - ax) * (by - ay);
-        if (side == 0 && std::min(ax, bx) <= x && x <= std::max(ax, bx) && std::min(ay, by) <= y &&
-            y <= std::max(ay, by))
-            return 2;
-        if (ay <= y && by > y && side > 0) ++turns;
-        if (ay > y && by <= y && side < 0) --turns;
-    }
-    return turns != 0;
-}
-
-TEST(Region, AgreesWithWindingNumbersOnALattice) {
-    Random random(7302);
-    int seen[3] = {};
-    for (int round = 0; round < 60; ++round) {
-        std::vector<std::vector<std::pair<int, int>>> sites;
-        std::vector<Polygon> contours;
-        for (int i = 0; i < 4; ++i) { // an outer contour and three holes, wherever they lie
-            const double size = i == 0 ? 20.0 : 5.0;
-            const int cx = i == 0 ? 0 : random.below(21) - 10,
-                      cy = i == 0 ? 0 : random.below(21) - 10;
-            auto& v = sites.emplace_back();
-            contours.emplace_back();
-            for (int k = 0; k < 40; ++k) { // star-shaped, so that winding and parity agree
-                const double angle = 2.0 * std::numbers::pi * k / 40,
-                             r = size * random.uniform(0.5, 1.0);
-                v.emplace_back(cx + static_cast<int>(std::lround(r * std::cos(angle))),
-                               cy + static_cast<int>(std::lround(r * std::sin(angle))));
-                contours.back().push_back(ERPoint2D(v.back().first, v.back().second));
-            }
-        }
-        const ERRegion2D region = region_of(contours, true);
-        const ERRegion2DGrid raster(region);
-        for (int x = -22; x <= 22; ++x) {
-            for (int y = -22; y <= 22; ++y) {
-                int wanted = winding_place(x, y, sites[0]), contour = 0;
-                for (std::size_t i = 1; i < 4 && wanted == 1; ++i) {
-                    const int hole = winding_place(x, y, sites[i]);
-                    wanted = hole == 2 ? 2 : 1 - hole;
-                }
-                const PosContours got = region.CheckPoint(ERPoint2D(x, y), contour);
-                ASSERT_EQ(got == REGION_INSIDE    ? 1
-                          : got == REGION_OUTSIDE ? 0
-                                                  : 2,
-                          wanted)
-                    << x << ' ' << y;
-                const int cell = raster.inside(ERPoint2D(x, y));
-                ASSERT_TRUE(cell == 2 || cell == wanted) << x << ' ' << y;
-                ++seen[wanted];
-            }
-        }
-    }
-    EXPECT_TRUE(seen[0] > 1000 && seen[1] > 1000 && seen[2] > 1000);
-}
-
 double length(const Polygon& line) {
     double sum = 0.0;
     for (int i = 1; i < line.size(); ++i)
         sum += distance(line[i - 1], line[i]);
     return sum;
 }
-double clipped_length(const std::vector<Polygon>& contours, bool outer, const Polygon& line) {
+double clipped_length(const ERRegion2D& region, const Polygon& line) {
     Pieces pieces;
-    region_of(contours, outer).Intersect(line, pieces);
+    region.Intersect(line, pieces);
     double sum = 0.0;
     for (const Polygon& piece : pieces)
         sum += length(piece);
@@ -337,10 +276,10 @@ TEST(Region, InsideAndOutsideLengthsAddUp) {
         Polygon line;
         for (int i = 0; i < 200; ++i)
             line.push_back(ERPoint2D(random.uniform(-12, 12), random.uniform(-12, 12)));
-        double outside = clipped_length({contours[0]}, false, line);
+        double outside = clipped_length(region_of({contours[0]}, false), line);
         for (std::size_t i = 1; i < 3; ++i)
-            outside += clipped_length({contours[i]}, true, line);
-        EXPECT_NEAR(clipped_length(contours, true, line) + outside, length(line),
+            outside += clipped_length(region_of({contours[i]}, true), line);
+        EXPECT_NEAR(clipped_length(region_of(contours, true), line) + outside, length(line),
                     1e-9 * length(line));
     }
 }
@@ -457,24 +396,13 @@ TEST(Region, SnapKeepsALineAlongAnEdgeOnly) {
 
 TEST(Region, ThreadsMayAskOneRegion) {
     Random random(7306);
-    const std::vector<Polygon> contours{contour(random, {}, 10.0, 2000, 1)};
-    const ERRegion2D region = region_of(contours, true);
+    const ERRegion2D region = region_of({contour(random, {}, 10.0, 2000, 1)}, true);
     const Polygon line{{-20, 1}, {20, 2}, {3, -9}};
-    const double wanted = clipped_length(contours, true, line);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&region, &line, wanted] {
-            for (int k = 0; k < 50; ++k) {
-                Pieces pieces;
-                region.Intersect(line, pieces);
-                double sum = 0.0;
-                for (const Polygon& piece : pieces)
-                    sum += length(piece);
-                EXPECT_EQ(sum, wanted);
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    const double wanted = clipped_length(region, line);
+    velm_test::in_threads(4, [&](int) {
+        for (int k = 0; k < 50; ++k)
+            EXPECT_EQ(clipped_length(region, line), wanted);
+    });
 }
 
 } // namespace

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "support/caught.h"
-#include "support/memory_file.h"
 #include "support/random.h"
+#include "support/records.h"
 #include "velm/platform/archive.h"
 
 #include <gtest/gtest.h>
@@ -11,20 +11,6 @@
 
 namespace velm_test {
 
-/// The bytes of numbers as they stand, and of texts without their length.
-template <class... Values>
-std::string bytes_of(const Values&... values) {
-    std::string bytes;
-    const auto add = [&bytes](const auto& value) {
-        if constexpr (requires { std::string(value); }) {
-            bytes += value;
-        } else {
-            bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
-        }
-    };
-    (add(values), ...);
-    return bytes;
-}
 /// A text as an archive holds it.
 inline std::string text_bytes(const std::string& text) {
     return bytes_of(static_cast<DWORD>(text.size()), text);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 namespace velm_test {
 
@@ -33,6 +34,20 @@ public:
     /// A double in [lower, upper).
     double uniform(double lower, double upper) {
         return lower + (upper - lower) * (static_cast<double>(next() >> 11) * 0x1p-53);
+    }
+    /// A point, vector or pole with coordinates in [-reach, reach).
+    template <class Value>
+    Value value(double reach) {
+        return Value::each([&](int) { return uniform(-reach, reach); });
+    }
+    /// A unit vector.
+    template <class Vector>
+    Vector direction() {
+        return value<Vector>(1).getnormalized();
+    }
+    template <class Elements>
+    auto& one_of(Elements& elements) {
+        return elements[next() % std::size(elements)];
     }
 
 private:

@@ -1,7 +1,7 @@
 #include "velm/surfaces/plane.h"
 
-#include "support/memory_file.h"
 #include "support/random.h"
+#include "support/records.h"
 #include "velm/frame/point_functions.h"
 #include "velm/transforms/transformation_factories.h"
 #include "velm/transforms/transformed_values.h"
@@ -9,14 +9,14 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 namespace {
 
-velm_test::Random draw{61};
+using namespace velm_test;
 
-ERPoint3D point() { return {draw.uniform(-9, 9), draw.uniform(-9, 9), draw.uniform(-9, 9)}; }
-ERVector3D vector() { return ERVector3D(point()); }
+Random draw{61};
+
+ERPoint3D point() { return draw.value<ERPoint3D>(9); }
+ERVector3D vector() { return draw.value<ERVector3D>(9); }
 
 TEST(Plane, EveryFormTellsTheSamePlane) {
     for (int round = 0; round < 300; ++round) {
@@ -63,18 +63,13 @@ TEST(Plane, EveryFormTellsTheSamePlane) {
 }
 
 TEST(Plane, TextAndRecord) {
-    std::ostringstream text;
-    text << ERPlane(0, 3, 4, 10) << ERPlane();
-    EXPECT_EQ(text.str(), "Plane (1)0,0.6,0.8,2\nPlane : Indefini\n");
-    velm_test::MemoryFile file;
-    ERPlane plane(1, 2, -2, 6), back;
-    plane.saveGuts(file);
-    const double record[] = {1.0 / 3, 2.0 / 3, -2.0 / 3, 2.0};
-    EXPECT_EQ(file.bytes, std::string(reinterpret_cast<const char*>(record), sizeof record));
-    EXPECT_EQ(plane.binaryStoreSize(), sizeof record);
-    file.SeekToBegin();
-    back.restoreGuts(file);
-    EXPECT_TRUE(back == plane);
+    EXPECT_EQ(text_of(ERPlane(0, 3, 4, 10)), "Plane (1)0,0.6,0.8,2\n");
+    EXPECT_EQ(text_of(ERPlane()), "Plane : Indefini\n");
+    const ERPlane plane(1, 2, -2, 6);
+    const std::string record = record_of(plane);
+    EXPECT_EQ(record, bytes_of(1.0 / 3, 2.0 / 3, -2.0 / 3, 2.0));
+    ERPlane back;
+    EXPECT_TRUE(restore(back, record) == plane);
 }
 
 } // namespace

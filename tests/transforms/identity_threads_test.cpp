@@ -1,4 +1,5 @@
 // The identity of each thread, and handles that cross threads or outlive the one that made them.
+#include "support/threads.h"
 #include "transforms/kinds.h"
 #include "velm/frame/point_functions.h"
 
@@ -46,7 +47,8 @@ TEST(ThreadsHandles, ShareBodiesWithoutRaces) {
     for (const char kind : std::string(velm_test::kinds))
         shared.push_back(make.handle(kind));
     std::atomic<int> wrong{0};
-    const auto work = [&](unsigned n) {
+    velm_test::in_threads(4, [&](int thread) {
+        const auto n = static_cast<unsigned>(thread);
         for (unsigned i = 0; i < 500; ++i) {
             const ERPmSimilitude3D a = shared[(n + i) % 7], b = shared[(n + 3 * i) % 7];
             const ERPmSimilitude3D both = a * b, undone = ~both * a * b;
@@ -58,12 +60,7 @@ TEST(ThreadsHandles, ShareBodiesWithoutRaces) {
             wrong += distance2(p, q) > 1e-18;
             wrong += undone.body()->isA() != _ERIdentity3D::desc();
         }
-    };
-    std::vector<std::thread> workers;
-    for (unsigned n = 0; n < 4; ++n)
-        workers.emplace_back(work, n);
-    for (std::thread& worker : workers)
-        worker.join();
+    });
     EXPECT_EQ(wrong.load(), 0);
     for (std::size_t i = 1; i < shared.size(); ++i)
         EXPECT_EQ(shared[i].body()->references(), 1);

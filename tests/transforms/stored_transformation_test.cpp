@@ -1,10 +1,8 @@
 // Stored and archive forms of transformations, byte by byte, and what damaged ones give.
-#include "support/caught.h"
-#include "support/memory_file.h"
+#include "support/archives.h"
 #include "transforms/kinds.h"
 #include "velm/frame/smart_pointer.h"
 #include "velm/frame/value_archive.h"
-#include "velm/platform/archive.h"
 #include "velm/transforms/plane_transformation.h"
 #include "velm/transforms/transformation_archive.h"
 
@@ -13,16 +11,7 @@
 
 namespace {
 
-using velm_test::archive_cause;
-using velm_test::MemoryFile;
-using velm_test::RandomTransformations;
-
-template <class... Values>
-std::string bytes(const Values&... values) {
-    std::string result;
-    (result.append(reinterpret_cast<const char*>(&values), sizeof values), ...);
-    return result;
-}
+using namespace velm_test;
 
 std::string numbers(const ERMatrix<double>& m) {
     return std::string(reinterpret_cast<const char*>(m.view().data()), m.view().size_bytes());
@@ -30,29 +19,20 @@ std::string numbers(const ERMatrix<double>& m) {
 
 /// A matrix in a stored form: rows, columns, bytes of the body, elements.
 std::string record(const ERMatrix<double>& m) {
-    return bytes(m.rows(), m.columns(), 8 * m.size()) + numbers(m);
-}
-
-std::string stored(const ERObject& object) {
-    MemoryFile file;
-    file << object;
-    EXPECT_EQ(file.bytes.size(), object.binaryStoreSize());
-    return file.bytes;
+    return bytes_of(m.rows(), m.columns(), 8 * m.size()) + numbers(m);
 }
 
 template <class Object>
 Object restored(const std::string& record, Object object = Object()) {
-    MemoryFile file(record);
-    file >> object;
-    return object;
+    return restore(object, record);
 }
 
 TEST(StoredTransformation, HandlesHaveOneFormAndBodiesTheirOwnFields) {
     RandomTransformations make(51);
-    for (const char kind : std::string(velm_test::kinds)) {
+    for (const char kind : std::string(kinds)) {
         const ERPmSimilitude3D t = make.handle(kind);
-        const std::string form = stored(t), matrix = record(t.getMatrix());
-        EXPECT_EQ(form, matrix + bytes(t.getTrans(), t.getFactHomo()));
+        const std::string form = record_of(t), matrix = record(t.getMatrix());
+        EXPECT_EQ(form, matrix + bytes_of(t.getTrans(), t.getFactHomo()));
         const ERPmSimilitude3D again = restored<ERPmSimilitude3D>(form);
         EXPECT_STREQ(again.body()->className(), t.body()->className());
         EXPECT_TRUE(again == t);
@@ -65,23 +45,21 @@ TEST(StoredTransformation, HandlesHaveOneFormAndBodiesTheirOwnFields) {
 
         std::string fields;
         if (std::string("RWYM").find(kind) != std::string::npos) fields = matrix;
-        if (std::string("TWM").find(kind) != std::string::npos) fields += bytes(t.getTrans());
-        if (std::string("SM").find(kind) != std::string::npos) fields += bytes(t.getFactHomo());
-        EXPECT_EQ(stored(*t.body()), fields) << kind;
+        if (std::string("TWM").find(kind) != std::string::npos) fields += bytes_of(t.getTrans());
+        if (std::string("SM").find(kind) != std::string::npos) fields += bytes_of(t.getFactHomo());
+        EXPECT_EQ(record_of(*t.body()), fields) << kind;
         const t_SmartPtr<ERObject> made(ERClassRegistration::findCreator(t.body()->className())());
-        MemoryFile file(fields);
-        file >> *made;
-        EXPECT_TRUE(*ERTr3DRevRep::castdown(made.get()) == t);
+        EXPECT_TRUE(*ERTr3DRevRep::castdown(&restore(*made, fields)) == t);
     }
     const ERTransfo2D plane(ERVector2D(3, 4), ERPoint2D(5, 6));
-    EXPECT_EQ(stored(plane), bytes(0.6, -0.8, 0.8, 0.6, 5.0, 6.0));
-    EXPECT_EQ(stored(restored<ERTransfo2D>(stored(plane))), stored(plane));
+    EXPECT_EQ(record_of(plane), bytes_of(0.6, -0.8, 0.8, 0.6, 5.0, 6.0));
+    EXPECT_EQ(record_of(restored<ERTransfo2D>(record_of(plane))), record_of(plane));
 }
 
 TEST(StoredTransformation, DamagedMatrices) {
     RandomTransformations make(53);
     const ERPmIsometrie3D before = make.body('W');
-    const std::string form = stored(make.handle('M'));
+    const std::string form = record_of(make.handle('M'));
     for (int i = 0; i < 2000; ++i) {
         std::string damaged = form;
         damaged[static_cast<std::size_t>(make.random.below(i % 2 ? 12 : 116))] =
@@ -91,34 +69,21 @@ TEST(StoredTransformation, DamagedMatrices) {
         t.TransTo(t.TransFrom(p)); // no matter what, but defined
         EXPECT_LE(t.isValid(), 1);
     }
-    const std::string odd = record(ERMatrix<double>(2, 2)) + bytes(ERPoint3D(), 1.0);
+    const std::string odd = record(ERMatrix<double>(2, 2)) + bytes_of(ERPoint3D(), 1.0);
     EXPECT_EQ(restored(odd, before).isValid(), 0);
 }
 
 // ---- archives ----
 
 template <class Value>
-std::string archived(const Value& value) {
-    MemoryFile file;
-    CArchive archive(&file, CArchive::store);
-    archive << value;
-    archive.Close();
-    return file.bytes;
-}
-
-template <class Value>
 int load(const std::string& form, Value& value) {
-    return archive_cause([&] {
-        MemoryFile file(form);
-        CArchive archive(&file, CArchive::load);
-        archive >> value;
-    });
+    return load_cause(form, [&](CArchive& archive) { archive >> value; });
 }
 
 /// The archive's bytes give the value back, and cut short anywhere leave `again` as it is.
 template <class Value>
 void expect_archived(const Value& t, const std::string& form, Value again) {
-    EXPECT_EQ(archived(t), form);
+    EXPECT_EQ(archived([&](CArchive& archive) { archive << t; }), form);
     EXPECT_EQ(load(form, again), 0);
     EXPECT_TRUE(again == t);
     EXPECT_STREQ(again.body()->className(), t.body()->className());
@@ -133,18 +98,19 @@ TEST(ArchivedTransformation, OfEveryKind) {
     for (const char kind : std::string("ITRW")) {
         const ERPmIsometrie3D t = make.body(kind);
         expect_archived<ERPmIsometrie3D>(
-            t, bytes(t.getVector(Coord3D_X), t.getVector(Coord3D_Y), t.getTrans()), make.body('W'));
+            t, bytes_of(t.getVector(Coord3D_X), t.getVector(Coord3D_Y), t.getTrans()),
+            make.body('W'));
     }
-    for (const char kind : std::string(velm_test::kinds)) {
+    for (const char kind : std::string(kinds)) {
         const ERPmSimilitude3D t = make.handle(kind);
         const std::string m = numbers(t.getMatrix());
-        std::string expected = bytes(3, 3);
+        std::string expected = bytes_of(3, 3);
         for (const std::size_t row : {0u, 24u, 48u})
-            expected += bytes(3) + m.substr(row, 24);
-        expected += bytes(t.getTrans(), t.getFactHomo());
+            expected += bytes_of(3) + m.substr(row, 24);
+        expected += bytes_of(t.getTrans(), t.getFactHomo());
         expect_archived(t, expected, make.handle('M'));
         ERPmSimilitude3D kept = t;
-        EXPECT_EQ(load(bytes(1, 1, 1, 2.0) + expected.substr(92), kept),
+        EXPECT_EQ(load(bytes_of(1, 1, 1, 2.0) + expected.substr(92), kept),
                   CArchiveException::badIndex);
         EXPECT_EQ(kept.body(), t.body());
     }

@@ -1,24 +1,18 @@
 #include "velm/wireframe/arc.h"
 
-#include "support/random.h"
-#include "velm/frame/point_functions.h"
-#include "velm/transforms/plane_transformation.h"
-#include "velm/wireframe/closest_point.h"
+#include "wireframe/curve_checks.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
-#include <numbers>
 
 namespace {
 
-constexpr double pi = std::numbers::pi;
+using velm_test::pi;
 velm_test::Random draw{45};
 
-ERPoint2D point(double reach = 9) {
-    return {draw.uniform(-reach, reach), draw.uniform(-reach, reach)};
-}
+ERPoint2D point(double reach = 9) { return draw.value<ERPoint2D>(reach); }
 
 ERArc2D random_arc() {
     const double start = draw.uniform(-7, 7);
@@ -74,31 +68,18 @@ TEST(Arc, FromTwoPointsAndTheCenter) {
     EXPECT_EQ(arc.getBound(), ERLimites(0, 2 * pi));
 }
 
-TEST(Arc, BoxPiecesAndDerivatives) {
+TEST(Arc, HangsTogether) {
     for (int round = 0; round < 300; ++round) {
         ERArc2D arc = random_arc();
         const ERLimites bound = arc.getBound();
-        ERMinimax2D sampled;
-        for (int n = 0; n <= 3000; ++n)
-            sampled.Update(arc(bound(n / 3000.0)));
-        const ERMinimax2D box = arc.getBox();
-        EXPECT_TRUE(isEqual(box.MinPoint(), sampled.MinPoint(), 1e-5));
-        EXPECT_TRUE(isEqual(box.MaxPoint(), sampled.MaxPoint(), 1e-5));
-        sampled.Inflate(-1e-13);
-        EXPECT_EQ(Union(box, sampled), box);
-
-        const double t = bound(draw.uniform(0, 1)), h = 1e-5;
+        const double t = bound(draw.uniform(0, 1));
+        velm_test::expect_tight_box(arc);
+        velm_test::expect_derivatives_and_parts(arc, t);
+        velm_test::expect_image(arc, draw);
+        velm_test::expect_image(ERArc2D(arc.center(), arc.radius(), 0.0, 2 * pi), draw);
         const ERInfoPoint2D info = arc.PtCur(t);
-        EXPECT_TRUE(isEqual(info.tangente(), ERVector2D(arc(t - h), arc(t + h)) * (0.5 / h), 1e-8));
         EXPECT_NEAR(info.radius(), arc.radius(), 1e-13);
         EXPECT_TRUE(isEqual(arc.normal(t), info.second_derivative().getnormalized(), 1e-15));
-
-        t_SmartPtr<ERFiniteEntity2DWF> first, second;
-        ASSERT_EQ(arc.splitAt(first, second, t), 1);
-        EXPECT_EQ(first->firstPt(), arc.firstPt());
-        EXPECT_EQ(first->lastPt(), second->firstPt());
-        EXPECT_EQ(second->lastPt(), arc.lastPt());
-        EXPECT_NEAR(first->arcLength(0) + second->arcLength(0), arc.arcLength(0), 1e-13);
 
         // A polyline within the tolerance, and not much finer.
         const ERVec<ERPoint2D> polyline = arc.approxime(bound, 1e-3);
@@ -119,10 +100,7 @@ TEST(Arc, DistanceBeatsAllSamplesAndTellsTheSide) {
         EXPECT_NEAR(std::fabs(dist), distance(arc(t), p), 1e-13);
         EXPECT_EQ(dist < 0, distance(p, arc.center()) < arc.radius());
         EXPECT_EQ(kind == EREntity::DISTMIN_AT_END, t == bound.start() || t == bound.end());
-        for (int n = 0; n <= 100; ++n)
-            ASSERT_GE(distance(arc(bound(n / 100.0)), p), std::fabs(dist) - 1e-13);
-        const velm::ClosestPoint<ERPoint2D> closest = velm::closest_point(arc, p);
-        EXPECT_NEAR(closest.distance, std::fabs(dist), 1e-13);
+        EXPECT_NEAR(velm_test::expect_closest(arc, p).distance, std::fabs(dist), 1e-13);
     }
     ERArc2D arc({1, 1}, 2, 1.0, 2.0);
     double dist, t;
@@ -150,28 +128,6 @@ TEST(Arc, ProjectsAndCrossesWithinItsLimits) {
     EXPECT_EQ(whole.intersectWithAxeY(-4, params), 3);
     EXPECT_EQ(params[2], pi);
     EXPECT_EQ(ERArc2D({1, 5}, 5, 0.0, pi).intersectWithAxeY(4, params), 4);
-}
-
-TEST(Arc, TransformationsMoveEveryPoint) {
-    for (int round = 0; round < 500; ++round) {
-        ERArc2D arc = random_arc();
-        if (round % 7 == 0) arc.setLimites(0.0, 2 * pi);
-        ERTransfo2D t = ERTransfo2D(ERVector2D(draw.uniform(-1, 1), draw.uniform(-1, 1)), point()) *
-                        ERTransfo2D::Scaling(draw.uniform(0.5, 2));
-        if (draw.below(2)) t = t * ERTransfo2D(Coord2D_Y);
-        ERArc2D image(arc);
-        image.transformFrom(t);
-        EXPECT_NEAR(image.arcLength(0), arc.arcLength(0) * t.factHomo(), 1e-11);
-        EXPECT_EQ(image.isDirect(), arc.isDirect());
-        for (int n = 0; n <= 10; ++n) {
-            const ERPoint2D p = t.TransFrom(arc(arc.getBound()(n / 10.0)));
-            EXPECT_NEAR(velm::closest_point(image, p).distance, 0.0, 1e-11);
-        }
-        if (!t.isDirect()) continue;
-        image.transformTo(t);
-        EXPECT_TRUE(isEqual(image.firstPt(), arc.firstPt(), 1e-11));
-        EXPECT_TRUE(isEqual(image.lastPt(), arc.lastPt(), 1e-11));
-    }
 }
 
 } // namespace

@@ -1,12 +1,8 @@
 #include "velm/wireframe/ellipse.h"
 
-#include "support/random.h"
-#include "velm/frame/point_functions.h"
 #include "velm/platform/ellipse_kernel.h"
-#include "velm/transforms/plane_transformation.h"
-#include "velm/wireframe/closest_point.h"
 #include "velm/wireframe/elliptical_arc.h"
-#include "wireframe/allocation_count.h"
+#include "wireframe/curve_checks.h"
 
 #include <gtest/gtest.h>
 
@@ -15,13 +11,13 @@
 #include <cstdlib>
 #include <fstream>
 #include <limits>
-#include <numbers>
 #include <sstream>
 #include <string>
 
 namespace {
 
-constexpr double pi = std::numbers::pi;
+using velm_test::expect_closest;
+using velm_test::pi;
 velm_test::Random draw{43};
 
 EREllipse2D random_ellipse() {
@@ -153,37 +149,20 @@ TEST(Ellipse, ClosestPointIsTheFootOfANormal) {
         EXPECT_NEAR(off_ellipse(e, found), 0.0, 1e-12);
         const velm::ClosestPoint<ERPoint2D> closest = velm::closest_point(e, p);
         EXPECT_TRUE(isEqual(closest.point, found, 1e-13));
-        double least = HUGE_VAL;
         ERArcEllipse2D whole(e, 0.0, 2 * pi);
-        for (int n = 0; n < 360; ++n)
-            least = std::min(least, distance(whole(n * pi / 180), p));
-        EXPECT_LE(closest.distance, least + 1e-12);
+        expect_closest(whole, p);
         EXPECT_NEAR(whole.PtCur(closest.parameter).tangente() * ERVector2D(found, p), 0.0, 1e-10);
     }
     EXPECT_EQ(EREllipse2D(2, 1, 0, {3, 3}).get_closest({NAN, 0}), ERPoint2D());
 }
 
-/// Compares the box with samples at a step that leaves an error of about 1e-9.
-template <class Curve, class Box>
-void expect_tight(Curve& curve, const Box& box, const ERLimites& bound, double size) {
-    Box sampled;
-    constexpr int steps = 20000;
-    for (int n = 0; n <= steps; ++n)
-        sampled.Update(curve(bound.start() + bound.amplitude() * n / steps));
-    EXPECT_TRUE(isEqual(box.MinPoint(), sampled.MinPoint(), 1e-7 * size));
-    EXPECT_TRUE(isEqual(box.MaxPoint(), sampled.MaxPoint(), 1e-7 * size));
-    sampled.Inflate(-1e-13 * size);
-    EXPECT_EQ(Union(box, sampled), box);
-}
-
-TEST(EllipticalArc, BoxesAreTight) {
+TEST(Ellipse, BoxIsThatOfTheWholeArc) {
     for (int round = 0; round < 40; ++round) {
         const EREllipse2D e = random_ellipse();
-        ERArcEllipse2D arc(e, draw.uniform(-6, 3), draw.uniform(-6, 6));
-        expect_tight(arc, arc.getBox(), arc.getBound(), 20);
         ERArcEllipse2D whole(e, 0.0, 2 * pi);
-        expect_tight(whole, e.getBox(), ERLimites(0, 2 * pi), 20);
+        velm_test::expect_tight_box(whole);
         EXPECT_TRUE(isEqual(whole.getBox().MinPoint(), e.getBox().MinPoint(), 1e-13));
+        EXPECT_TRUE(isEqual(whole.getBox().MaxPoint(), e.getBox().MaxPoint(), 1e-13));
     }
 }
 
@@ -214,30 +193,20 @@ TEST(EllipticalArc, ParametersFollowTheCentralAngles) {
     EXPECT_EQ(ERArcEllipse2D({0, 0}, {2, 0}, 2, 1.0, 2.0).getBound(), ERLimites(0, 2 * pi));
 }
 
-TEST(EllipticalArc, PiecesAndLengthsAddUp) {
+TEST(EllipticalArc, HangsTogether) {
     for (int round = 0; round < 200; ++round) {
         ERArcEllipse2D arc(random_ellipse(), draw.uniform(-6, 0), draw.uniform(0, 6));
         if (draw.below(2)) arc.reverse();
-        const double t = arc.getBound()(draw.uniform(0, 1)), length = arc.arcLength(0.0);
-        t_SmartPtr<ERFiniteEntity2DWF> first, second;
-        ASSERT_EQ(arc.splitAt(first, second, t), 1);
-        EXPECT_TRUE(isEqual(first->firstPt(), arc.firstPt(), 1e-9));
-        EXPECT_TRUE(isEqual(first->lastPt(), arc(t), 1e-9));
-        EXPECT_TRUE(isEqual(second->firstPt(), arc(t), 1e-9));
-        EXPECT_TRUE(isEqual(second->lastPt(), arc.lastPt(), 1e-9));
-        EXPECT_NEAR(first->arcLength(0.0) + second->arcLength(0.0), length, 1e-8);
+        velm_test::expect_tight_box(arc);
+        velm_test::expect_derivatives_and_parts(arc, arc.getBound()(draw.uniform(0, 1)));
+        velm_test::expect_image(arc, draw);
         double chords = 0;
+        const double length = arc.arcLength(0.0);
         const ERVec<ERPoint2D> points = arc.approxime(arc.getBound(), 1e-6);
         for (int n = 1; n < points.size(); ++n)
             chords += distance(points[n - 1], points[n]);
         EXPECT_NEAR(chords, length, 1e-4 * length);
         EXPECT_LE(chords, length + 1e-12);
-        // Derivatives against differences.
-        const double h = 1e-5;
-        const ERInfoPoint2D info = arc.PtCur(t);
-        EXPECT_TRUE(isEqual(info.tangente(), ERVector2D(arc(t - h), arc(t + h)) * (0.5 / h), 1e-8));
-        EXPECT_TRUE(isEqual(info.second_derivative(),
-                            ERVector2D((arc(t + h) + arc(t - h) - arc(t) * 2.0) / (h * h)), 1e-3));
     }
     // Ramanujan's second formula is right to 1e-16 here.
     const double a = 2, b = 1.8, h = std::pow((a - b) / (a + b), 2);
@@ -253,47 +222,8 @@ TEST(EllipticalArc, ClosestPointBeatsAllSamples) {
         const ERPoint2D p =
             arc.center() + arc.getBigAxisDirection() * draw.uniform(-9, 9) * reach +
             arc.getSmallAxisDirection() * draw.uniform(-9, 9) * reach * (round % 5 ? 1.0 : 0.0);
-        const velm::ClosestPoint<ERPoint2D> found = velm::closest_point(arc, p);
-        const ERLimites bound = arc.getBound();
-        ASSERT_TRUE(bound.inBound(found.parameter));
-        EXPECT_TRUE(isEqual(arc(found.parameter), found.point, 1e-13));
-        EXPECT_NEAR(distance(found.point, p), found.distance, 1e-13);
-        for (int n = 0; n <= 200; ++n)
-            ASSERT_LE(found.distance, distance(arc(bound(n / 200.0)), p) + 1e-12);
+        expect_closest(arc, p);
     }
-}
-
-TEST(EllipticalArc, TransformationsMoveEveryPoint) {
-    for (int round = 0; round < 300; ++round) {
-        const ERArcEllipse2D arc(random_ellipse(), draw.uniform(-6, 0), draw.uniform(0, 6));
-        ERTransfo2D t = ERTransfo2D(ERVector2D(draw.uniform(-1, 1), draw.uniform(-1, 1)), {3, 4}) *
-                        ERTransfo2D::Scaling(draw.uniform(0.5, 2));
-        if (draw.below(2)) t = t * ERTransfo2D(Coord2D_X);
-        ERArcEllipse2D image(arc), original(arc);
-        image.transformFrom(t);
-        const ERLimites bound = original.getBound();
-        for (int n = 0; n <= 10; ++n) {
-            const ERPoint2D p = t.TransFrom(original(bound(n / 10.0)));
-            EXPECT_NEAR(velm::closest_point(image, p).distance, 0.0, 1e-9);
-        }
-        EXPECT_NEAR(image.arcLength(0.0), original.arcLength(0.0) * t.factHomo(), 1e-9);
-        if (!t.isDirect()) continue;
-        image.transformTo(t);
-        EXPECT_TRUE(isEqual(image.firstPt(), original.firstPt(), 1e-9));
-    }
-}
-
-TEST(Ellipse, QueriesAllocateNothing) {
-    ERArcEllipse2D arc(3, 1, 0.3, {1, 2}, -1.0, 2.0);
-    const auto evaluate = [&] {
-        return arc(0.5).x() + arc.PtCur(0.5).radius() + arc.getBox().xlength() +
-               arc.arcLength(0.0) + arc.get_closest({1, 1}).x() +
-               velm::closest_point(arc, {1, 1.5}).distance;
-    };
-    evaluate();
-    const long before = velm_test::allocations();
-    EXPECT_TRUE(std::isfinite(evaluate()));
-    EXPECT_EQ(velm_test::allocations(), before);
 }
 
 } // namespace

@@ -1,14 +1,13 @@
 #include "velm/wireframe/segment.h"
 
-#include "support/memory_file.h"
 #include "support/random.h"
+#include "support/records.h"
 #include "velm/frame/point_functions.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <string>
 
 namespace {
 
@@ -89,12 +88,10 @@ TYPED_TEST(Segment, TakesItsOwnEndsAndItsOwnPointer) {
 TYPED_TEST(Segment, IsStored) {
     typename TypeParam::Segment s(TypeParam::Point::each([](int n) { return n + 0.5; }),
                                   TypeParam::Point::each([](int n) { return -2.0 * n - 1; }));
-    velm_test::MemoryFile file;
-    file << s;
-    const double plane[] = {0.5, 1.5, -1, -3}, space[] = {0.5, 1.5, 2.5, -1, -3, -5};
-    const bool flat = TypeParam::size == 2;
-    const auto* bytes = reinterpret_cast<const char*>(flat ? plane : space);
-    EXPECT_EQ(file.bytes, std::string(bytes, flat ? sizeof plane : sizeof space));
+    const std::string record = TypeParam::size == 2
+                                   ? velm_test::bytes_of(0.5, 1.5, -1.0, -3.0)
+                                   : velm_test::bytes_of(0.5, 1.5, 2.5, -1.0, -3.0, -5.0);
+    EXPECT_EQ(velm_test::record_of(s), record);
 }
 
 TYPED_TEST(Segment, DistanceIsTheOneToTheNearestPoint) {
