@@ -22,14 +22,13 @@ ERChainerProcessor::ERChainerProcessor(double tol)
     : tolerance(tol), changes(std::make_shared<std::uint64_t>(0)) {}
 
 ERChainerProcessor::ERChainerProcessor(ERChainerProcessor const& other)
-    : slots(other.slots), live(other.live), derived(other.derived), last_number(other.last_number),
-      tolerance(other.tolerance), comparison(other.comparison), changes(other.changes) {}
+    : slots(other.slots), live(other.live), derived(other.derived), tolerance(other.tolerance),
+      comparison(other.comparison), changes(other.changes) {}
 
 ERChainerProcessor& ERChainerProcessor::operator=(ERChainerProcessor const& other) {
     slots = other.slots;
     live = other.live;
     derived = other.derived;
-    last_number = other.last_number;
     tolerance = other.tolerance;
     comparison = other.comparison;
     changes = other.changes;
@@ -54,47 +53,62 @@ void ERChainerProcessor::setComparison(Comparison other) {
 /// standard comparison gives SEGCOMP_APART. Closed chains are passed over.
 class ERChainerProcessor::Walk {
 public:
-    Walk(std::vector<Slot>& list, ChainEndIndex* ends) : slots(list), index(ends) {}
+    Walk(ERChainerProcessor& of, const Ends& carried, bool index_serves)
+        : processor(of), is_indexed(index_serves), ends(carried) {
+        near.clear();
+        if (!is_indexed) return;
+        look_near(ends.first);
+        look_near(ends.last);
+        sort();
+    }
 
     /// The place of the next chain; the number of slots when there is none.
-    std::size_t next(const ERChainedMetaSeg2D& carried) {
-        for (std::size_t place = next_place(carried); place < slots.size();
-             place = next_place(carried)) {
-            passed = slots[place].number;
-            if (slots[place].chain && !slots[place].chain->isClosed()) return place;
+    std::size_t next() {
+        const std::size_t end = processor.slots.size();
+        if (!is_indexed) {
+            while (place < end && !is_open(processor.slots[place].chain))
+                ++place;
+            return place < end ? place++ : end;
         }
-        return slots.size();
+        while (!near.empty()) {
+            const std::size_t found = near.back();
+            near.pop_back();
+            if (found < place) continue; // has come before
+            place = found + 1;
+            return found;
+        }
+        return end;
     }
-    /// The carried chain has grown.
-    void look_anew() { is_fresh = false; }
+    SegCompState compare(std::size_t with, const ERChainedMetaSeg2D& carried) const {
+        const Slot& slot = processor.slots[with];
+        return is_indexed ? slot.chain->compare_plain(slot.ends, carried, ends, processor.tolerance)
+                          : processor.comparison(*slot.chain, carried, processor.tolerance);
+    }
+    /// The carried chain has grown to these ends. What lies near one that it had before is known.
+    void look_anew(const Ends& grown) {
+        const Ends old = std::exchange(ends, grown);
+        if (!is_indexed) return;
+        for (const ERPoint2D& end : {grown.first, grown.last})
+            if (!(end == old.first || end == old.last)) look_near(end);
+        sort();
+    }
+    const Ends& carried_ends() const { return ends; }
+    bool by_index() const { return is_indexed; }
 
 private:
-    std::size_t next_place(const ERChainedMetaSeg2D& carried) {
-        if (index == nullptr) return place_of(passed + 1);
-        if (!is_fresh) {
-            near.clear();
-            index->find(carried.first(), passed, near);
-            index->find(carried.last(), passed, near);
-            std::sort(near.begin(), near.end(), std::greater<>());
-            is_fresh = true;
-        }
-        while (!near.empty() && near.back() <= passed)
-            near.pop_back();
-        return near.empty() ? slots.size() : place_of(near.back());
+    static bool is_open(const Chain& chain) { return chain && !chain->isClosed(); }
+    void look_near(const ERPoint2D& end) {
+        processor.index->find(end, static_cast<ChainEndIndex::Place>(place), near);
     }
-    /// The place of the first slot with this number or a higher one.
-    std::size_t place_of(Number number) const {
-        const auto slot =
-            std::lower_bound(slots.begin(), slots.end(), number,
-                             [](const Slot& s, Number wanted) { return s.number < wanted; });
-        return static_cast<std::size_t>(slot - slots.begin());
+    void sort() {
+        if (near.size() > 1) std::sort(near.begin(), near.end(), std::greater<>());
     }
 
-    std::vector<Slot>& slots;
-    ChainEndIndex* index;
-    Number passed = 0; // the last chain's number
-    bool is_fresh = false;
-    std::vector<Number> near; // descending
+    ERChainerProcessor& processor;
+    const bool is_indexed;
+    Ends ends;                                                // of the carried chain
+    std::size_t place = 0;                                    // where to go on
+    std::vector<ChainEndIndex::Place>& near = processor.near; // descending
 };
 
 int ERChainerProcessor::insert(t_SmartPtr<ERChainerSeg2D> piece) {
@@ -104,53 +118,68 @@ int ERChainerProcessor::insert(t_SmartPtr<ERChainerSeg2D> piece) {
 
 int ERChainerProcessor::insert(t_SmartPtr<ERChainedMetaSeg2D> chain) {
     if (!chain) return 0;
-    if (chain->isClosed()) {
-        append(std::move(chain));
+    const Ends ends = chain->ends();
+    if (ERChainedMetaSeg2D::meet(ends)) {
+        append(std::move(chain), ends);
         return 1;
     }
     if (tolerance > chain->length()) return 0;
 
-    Walk walk(slots, prepare_index(*chain) ? index.get() : nullptr);
-    for (std::size_t place = walk.next(*chain); place < slots.size(); place = walk.next(*chain)) {
-        const SegCompState state = comparison(*slots[place].chain, *chain, tolerance);
+    Walk walk(*this, ends, prepare_index(*chain, ends));
+    for (std::size_t place = walk.next(); place < slots.size(); place = walk.next()) {
+        const SegCompState state = walk.compare(place, *chain);
         if (state == SEGCOMP_APART) continue;
         if (state == SEGCOMP_REFUSED || state == SEGCOMP_REFUSED_BY_HOST) return 0;
-        const Chain existing = take_out(place);
-        if (state == SEGCOMP_FIRST_FIRST || state == SEGCOMP_LAST_LAST) chain->reverse();
+        const Ends existing = slots[place].ends;
+        Chain other = take_out(place);
+        Ends carried = walk.carried_ends();
+        if (state == SEGCOMP_FIRST_FIRST || state == SEGCOMP_LAST_LAST) {
+            chain->reverse();
+            carried = chain->ends();
+        }
         const bool leads = state == SEGCOMP_FIRST_FIRST || state == SEGCOMP_FIRST_LAST;
-        Chain taker = leads ? chain : existing;
-        const Chain taken = leads ? existing : chain;
-        // The one in this hand, and the carried one's second handle.
-        const long own_handles = leads ? 1 : 2;
-        if (taken->references() <= own_handles && is_plain(*taker) && is_plain(*taken))
-            taker->take(*taken);
+        if (!leads) std::swap(chain, other);
+        join(*chain, *other);
+        if (!walk.by_index())
+            carried = chain->ends();
         else
-            taker->merge(*taken);
-        chain = std::move(taker);
-        walk.look_anew();
+            (leads ? carried.last : carried.first) = leads ? existing.last : existing.first;
+        walk.look_anew(carried);
     }
-    append(std::move(chain));
+    append(std::move(chain), walk.carried_ends());
     return 1;
 }
 
-void ERChainerProcessor::append(Chain chain) {
-    slots.push_back({++last_number, std::move(chain)});
-    ++live;
-    derived += is_plain(*slots.back().chain) ? 0u : 1u;
-    note_ends(slots.back());
+/// The taker takes the other behind it. One that nobody else holds may lose its pieces.
+void ERChainerProcessor::join(ERChainedMetaSeg2D& taker, ERChainedMetaSeg2D& other) {
+    const bool is_for_us_alone = other.references() <= 1;
+    if (is_for_us_alone && is_plain(taker) && is_plain(other))
+        taker.take(other);
+    else
+        taker.merge(other);
 }
 
-void ERChainerProcessor::note_ends(const Slot& slot) {
-    if (!index || slot.chain->isClosed()) return;
-    index->add(slot.chain->first(), slot.number);
-    index->add(slot.chain->last(), slot.number);
+void ERChainerProcessor::append(Chain chain, const Ends& ends) {
+    while (!slots.empty() && !slots.back().chain)
+        slots.pop_back();
+    derived += is_plain(*chain) ? 0u : 1u;
+    slots.push_back({std::move(chain), ends});
+    ++live;
+    if (index) note_ends(slots.size() - 1);
+}
+
+void ERChainerProcessor::note_ends(std::size_t place) {
+    const Ends& ends = slots[place].ends;
+    if (ERChainedMetaSeg2D::meet(ends)) return;
+    index->add(ends.first, static_cast<ChainEndIndex::Place>(place));
+    index->add(ends.last, static_cast<ChainEndIndex::Place>(place));
 }
 
 ERChainerProcessor::Chain ERChainerProcessor::take_out(std::size_t place) {
     Slot& slot = slots[place];
     if (index) {
-        index->remove(slot.chain->first(), slot.number);
-        index->remove(slot.chain->last(), slot.number);
+        index->remove(slot.ends.first, static_cast<ChainEndIndex::Place>(place));
+        index->remove(slot.ends.last, static_cast<ChainEndIndex::Place>(place));
     }
     --live;
     derived -= is_plain(*slot.chain) ? 0u : 1u;
@@ -159,22 +188,27 @@ ERChainerProcessor::Chain ERChainerProcessor::take_out(std::size_t place) {
     return std::exchange(slot.chain, Chain());
 }
 
-/// Takes the empty slots out.
+/// Takes the empty slots out; the places that the index knows go with them.
 void ERChainerProcessor::close_gaps() const {
     if (live == slots.size()) return;
     std::erase_if(slots, [](const Slot& slot) { return !slot.chain; });
+    index.reset();
 }
 
 /// Makes the index anew where others have changed the chains. False where it can't serve.
-bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried) {
+bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried, const Ends& ends) {
     if (slots.size() > 64 && slots.size() > 2 * live) close_gaps();
     if (comparison != StandardCompare || derived > 0 || !is_plain(carried)) return false;
     if (!index || indexed_changes != *changes) {
-        index = std::make_unique<ChainEndIndex>(tolerance);
+        index = std::make_unique<ChainEndIndex>(tolerance, 2 * live);
         indexed_changes = *changes;
-        for_chains([this](const Slot& slot) { note_ends(slot); });
+        for (std::size_t place = 0; place < slots.size(); ++place) {
+            if (!slots[place].chain) continue;
+            slots[place].ends = slots[place].chain->ends();
+            note_ends(place);
+        }
     }
-    return index->covers(carried.first()) && index->covers(carried.last());
+    return index->covers(ends.first) && index->covers(ends.last);
 }
 
 template <class Operation>
@@ -186,6 +220,8 @@ void ERChainerProcessor::for_chains(Operation operation) const {
 
 ERChainedMetaSeg2D const* ERChainerProcessor::getAt(int i) const {
     assert(i >= 0 && i < entries());
+    // A host that looks at what its piece has come to leaves the index alone.
+    if (i == entries() - 1) return slots.back().chain.get();
     close_gaps();
     return slots[static_cast<std::size_t>(i)].chain.get();
 }

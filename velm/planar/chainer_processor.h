@@ -61,29 +61,31 @@ public:
     void printOn(std::ostream& out) const;
 
 private:
-    using Number = std::uint64_t;
     using Chain = t_SmartPtr<ERChainedMetaSeg2D>;
+    using Ends = ERChainedMetaSeg2D::Ends;
     struct Slot {
-        Number number; // ascends along the list, from 1
-        Chain chain;   // empty where a chain was taken out
+        Chain chain; // empty where a chain was taken out
+        Ends ends;   // as indexed
     };
     class Walk;
 
-    void append(Chain chain);
+    static void join(ERChainedMetaSeg2D& taker, ERChainedMetaSeg2D& other);
+    void append(Chain chain, const Ends& ends);
     Chain take_out(std::size_t place);
     void close_gaps() const;
-    bool prepare_index(const ERChainedMetaSeg2D& carried);
-    void note_ends(const Slot& slot);
+    bool prepare_index(const ERChainedMetaSeg2D& carried, const Ends& ends);
+    void note_ends(std::size_t place);
     template <class Operation>
     void for_chains(Operation operation) const;
 
+    // The last one has a chain: once a walk takes it out, nothing is left that could refuse.
     mutable std::vector<Slot> slots;
     std::size_t live = 0;    // slots with a chain
     std::size_t derived = 0; // of those, chains of a host's own class
-    Number last_number = 0;
     double tolerance;
     Comparison comparison = StandardCompare;
-    std::unique_ptr<velm::detail::ChainEndIndex> index;
+    mutable std::unique_ptr<velm::detail::ChainEndIndex> index; // by the slots' places
+    std::vector<std::uint32_t> near;                            // what a walk has found there
     // Counts what this processor and its copies do to the chains that they share.
     std::shared_ptr<std::uint64_t> changes;
     std::uint64_t indexed_changes = 0; // of which the index knows

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <ostream>
 #include <typeinfo>
@@ -14,67 +15,73 @@ VELM_DEFINE_CLASS_NOT_CREATABLE(ERChainedMetaSeg2D, ERChainerSeg2D)
 void ERChainedMetaSeg2D::insert(t_SmartPtr<ERChainerSeg2D> piece) {
     if (!piece) return;
     const double length = piece->length();
-    pieces.push_back({std::move(piece), length});
+    after.push_back({std::move(piece), length});
     rough_sum += length >= 0.0 ? length : std::numeric_limits<double>::quiet_NaN();
 }
 
 void ERChainedMetaSeg2D::merge(ERChainedMetaSeg2D& other) {
-    const std::size_t theirs = other.pieces.size(); // the other may be this chain
+    const std::size_t theirs = other.size(); // the other may be this chain
     for (std::size_t i = 0; i < theirs; ++i) {
-        const Piece piece = other.pieces[i];
-        pieces.push_back(piece);
+        const Piece copy = other.piece(i);
+        after.push_back(copy);
     }
     rough_sum += other.rough_sum;
 }
 
 void ERChainedMetaSeg2D::take(ERChainedMetaSeg2D& other) {
-    if (other.pieces.size() <= pieces.size()) {
-        merge(other);
-        return;
-    }
     rough_sum += other.rough_sum;
-    ERChainedMetaSeg2D::length(); // of the pieces here, which come first
-    std::for_each(pieces.rbegin(), pieces.rend(),
-                  [&other](Piece& piece) { other.pieces.push_front(std::move(piece)); });
-    pieces.swap(other.pieces);
-    other.pieces.clear();
+    const auto move_behind = [](std::vector<Piece>& taker, auto from, auto to) {
+        std::move(from, to, std::back_inserter(taker));
+    };
+    if (other.size() <= size()) {
+        move_behind(after, other.before.rbegin(), other.before.rend());
+        move_behind(after, other.after.begin(), other.after.end());
+    } else {
+        ERChainedMetaSeg2D::length(); // of the pieces here, which come first
+        move_behind(other.before, after.rbegin(), after.rend());
+        move_behind(other.before, before.begin(), before.end());
+        before.swap(other.before);
+        after.swap(other.after);
+    }
+    other.before.clear();
+    other.after.clear();
 }
 
 ERChainerSeg2D* ERChainedMetaSeg2D::firstSeg() const {
-    if (pieces.empty()) return nullptr;
-    return (reversed ? pieces.back() : pieces.front()).segment.get();
+    if (size() == 0) return nullptr;
+    return (reversed ? back() : front()).segment.get();
 }
 
 ERChainerSeg2D* ERChainedMetaSeg2D::lastSeg() const {
-    if (pieces.empty()) return nullptr;
-    return (reversed ? pieces.front() : pieces.back()).segment.get();
+    if (size() == 0) return nullptr;
+    return (reversed ? front() : back()).segment.get();
 }
 
-int ERChainedMetaSeg2D::isClosed() const { return isEqual(first(), last(), equalityTolerance); }
+int ERChainedMetaSeg2D::isClosed() const { return meet(ends()); }
 
 void ERChainedMetaSeg2D::applyOnSegment(void (*operation)(ERChainerSeg2D*, void*), void* data) {
-    for (std::size_t i = 0; i < pieces.size(); ++i)
-        operation(pieces[i].segment.get(), data);
+    for (std::size_t i = 0; i < size(); ++i)
+        operation(piece(i).segment.get(), data);
 }
 
 void ERChainedMetaSeg2D::reverse() {
     ERChainedMetaSeg2D::length(); // in the order in which they came
-    std::reverse(pieces.begin(), pieces.end());
-    for (const Piece& piece : pieces)
-        piece.segment->reverse();
+    before.swap(after);
+    for (std::size_t i = 0; i < size(); ++i)
+        piece(i).segment->reverse();
 }
 
 double ERChainedMetaSeg2D::length() const {
-    for (; summed < pieces.size(); ++summed)
-        sum += pieces[summed].length;
+    for (; summed < size(); ++summed)
+        sum += piece(summed).length;
     return sum;
 }
 
 /// Whether value > length(), without adding all up where the rough sum tells.
 bool ERChainedMetaSeg2D::is_shorter_than(double value) const {
-    if (summed < pieces.size()) {
-        const double error = 4.0 * static_cast<double>(pieces.size()) *
-                             std::numeric_limits<double>::epsilon() * rough_sum;
+    if (summed < size()) {
+        const double error =
+            4.0 * static_cast<double>(size()) * std::numeric_limits<double>::epsilon() * rough_sum;
         if (std::fabs(value - rough_sum) > error) return value > rough_sum;
     }
     return value > length();
@@ -86,47 +93,54 @@ SegCompState ERChainedMetaSeg2D::compareWith(ERChainerSeg2D const* other, double
     const auto is_plain = [](ERChainedMetaSeg2D const& c) { // a host's class may override length
         return typeid(c) == typeid(ERChainedMetaSeg2D);
     };
-    const SegCompState whole =
-        is_plain(*this) && is_plain(*chain)
-            ? velm::detail::compare_ends(
-                  *this, *chain, tol,
-                  [&](double d) { return is_shorter_than(d) && chain->is_shorter_than(d); })
-            : ERChainerSeg2D::compareWith(chain, tol);
-    if (whole <= SEGCOMP_REFUSED_BY_HOST || pieces.empty() || chain->pieces.empty()) return whole;
+    if (is_plain(*this) && is_plain(*chain))
+        return compare_plain(ends(), *chain, chain->ends(), tol);
+    return compare_pieces(ERChainerSeg2D::compareWith(chain, tol), *chain, tol);
+}
 
-    const auto meet = [tol](ERChainerSeg2D const* a, ERChainerSeg2D const* b, SegCompState way) {
+SegCompState ERChainedMetaSeg2D::compare_plain(const Ends& own, ERChainedMetaSeg2D const& other,
+                                               const Ends& others, double tol) const {
+    const SegCompState whole = velm::detail::compare_ends(
+        own, others, tol, [&](double d) { return is_shorter_than(d) && other.is_shorter_than(d); });
+    return compare_pieces(whole, other, tol);
+}
+
+/// How the pieces at the ends meet, for chains that meet as a whole.
+SegCompState ERChainedMetaSeg2D::compare_pieces(SegCompState whole, ERChainedMetaSeg2D const& other,
+                                                double tol) const {
+    if (whole <= SEGCOMP_REFUSED_BY_HOST || size() == 0 || other.size() == 0) return whole;
+    const auto are = [tol](ERChainerSeg2D const* a, ERChainerSeg2D const* b, SegCompState way) {
         return a->compareWith(b, tol) == way;
     };
-    if (meet(firstSeg(), chain->firstSeg(), SEGCOMP_FIRST_FIRST)) return SEGCOMP_FIRST_FIRST;
-    if (meet(firstSeg(), chain->lastSeg(), SEGCOMP_FIRST_LAST)) return SEGCOMP_FIRST_LAST;
-    if (meet(lastSeg(), chain->firstSeg(), SEGCOMP_LAST_FIRST)) return SEGCOMP_LAST_FIRST;
-    if (meet(lastSeg(), chain->lastSeg(), SEGCOMP_LAST_LAST)) return SEGCOMP_LAST_LAST;
+    if (are(firstSeg(), other.firstSeg(), SEGCOMP_FIRST_FIRST)) return SEGCOMP_FIRST_FIRST;
+    if (are(firstSeg(), other.lastSeg(), SEGCOMP_FIRST_LAST)) return SEGCOMP_FIRST_LAST;
+    if (are(lastSeg(), other.firstSeg(), SEGCOMP_LAST_FIRST)) return SEGCOMP_LAST_FIRST;
+    if (are(lastSeg(), other.lastSeg(), SEGCOMP_LAST_LAST)) return SEGCOMP_LAST_LAST;
     return SEGCOMP_APART;
 }
 
 ERPoint2D ERChainedMetaSeg2D::getExt1() const {
-    return pieces.empty() ? ERPoint2D() : pieces.front().segment->first();
+    return size() == 0 ? ERPoint2D() : front().segment->first();
 }
 
 ERPoint2D ERChainedMetaSeg2D::getExt2() const {
-    return pieces.empty() ? ERPoint2D() : pieces.back().segment->last();
+    return size() == 0 ? ERPoint2D() : back().segment->last();
 }
 
 ERVector2D ERChainedMetaSeg2D::getTan1() const {
-    return pieces.empty() ? ERVector2D() : pieces.front().segment->firstT();
+    return size() == 0 ? ERVector2D() : front().segment->firstT();
 }
 
 ERVector2D ERChainedMetaSeg2D::getTan2() const {
-    return pieces.empty() ? ERVector2D() : pieces.back().segment->lastT();
+    return size() == 0 ? ERVector2D() : back().segment->lastT();
 }
 
 void ERChainedMetaSeg2D::printOn(std::ostream& out) const {
     out << "  chaine  : " << '\n' << "  nb d'elements " << entries() << '\n';
     ERChainerSeg2D::printOn(out);
-    int index = 0;
-    for (const Piece& piece : pieces) {
-        out << "   elements n\xB0 " << index++ << " adresse " << piece.segment.get() << '\n';
-        piece.segment->printOn(out);
+    for (std::size_t i = 0; i < size(); ++i) {
+        out << "   elements n\xB0 " << i << " adresse " << piece(i).segment.get() << '\n';
+        piece(i).segment->printOn(out);
     }
 }
 

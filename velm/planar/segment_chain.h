@@ -2,12 +2,13 @@
 #pragma once
 
 #include "velm/export.h"
+#include "velm/frame/point_functions.h"
 #include "velm/frame/smart_pointer.h"
 #include "velm/planar/chainer_segment.h"
 
 #include <cstddef>
-#include <deque>
 #include <iosfwd>
+#include <vector>
 
 /// Pieces end to end, each in its own direction. A chain without pieces has both ends at the
 /// origin. It is not stored.
@@ -18,7 +19,7 @@ public:
     ERChainedMetaSeg2D() = default;
     explicit ERChainedMetaSeg2D(t_SmartPtr<ERChainerSeg2D> piece) { insert(piece); }
 
-    int entries() const { return static_cast<int>(pieces.size()); }
+    int entries() const { return static_cast<int>(size()); }
     /// Appends the piece, which isn't looked at. An empty pointer does nothing.
     void insert(t_SmartPtr<ERChainerSeg2D> piece);
     /// Appends the pieces of the other chain, which keeps them.
@@ -55,12 +56,29 @@ private:
         t_SmartPtr<ERChainerSeg2D> segment;
         double length;
     };
+    struct Ends {
+        ERPoint2D first, last;
+    };
 
+    std::size_t size() const { return before.size() + after.size(); }
+    const Piece& piece(std::size_t i) const {
+        return i < before.size() ? before[before.size() - 1 - i] : after[i - before.size()];
+    }
+    const Piece& front() const { return before.empty() ? after.front() : before.back(); }
+    const Piece& back() const { return after.empty() ? before.front() : after.back(); }
     /// `merge` with a chain that is not needed any more and may lose its pieces.
     void take(ERChainedMetaSeg2D& other);
     bool is_shorter_than(double value) const;
+    Ends ends() const { return {first(), last()}; }
+    static bool meet(const Ends& ends) { return isEqual(ends.first, ends.last, equalityTolerance); }
+    /// compareWith of two chains that are of no host's own class.
+    SegCompState compare_plain(const Ends& own, ERChainedMetaSeg2D const& other, const Ends& others,
+                               double tol) const;
+    SegCompState compare_pieces(SegCompState whole, ERChainedMetaSeg2D const& other,
+                                double tol) const;
 
-    std::deque<Piece> pieces;
+    std::vector<Piece> before;      // the first pieces, last one first
+    std::vector<Piece> after;       // those behind them
     mutable double sum = 0.0;       // of the first `summed` pieces, as they came
     mutable std::size_t summed = 0; // a reverse keeps the sum
     double rough_sum = 0.0;         // in any order

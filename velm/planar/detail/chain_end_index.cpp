@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <utility>
 
 namespace velm::detail {
 
@@ -12,65 +13,101 @@ namespace {
 // included.
 constexpr double reach_per_tolerance = 1.001;
 constexpr double least_reach = 1e-150;
-constexpr double reaches_in_cell = 4.0;
+constexpr double reaches_in_cell = 16.0;
 constexpr double farthest_cell = 0x1p50; // where neighbouring whole numbers are doubles
+
+constexpr int bits_of_mark = 32;
+constexpr int fewest_bits = 6;
 
 } // namespace
 
-ChainEndIndex::ChainEndIndex(double tolerance)
-    : reach_(reach_per_tolerance * std::fabs(tolerance) + least_reach),
-      cell_size_(reaches_in_cell * reach_), serves_(std::isfinite(cell_size_)) {}
-
-std::size_t ChainEndIndex::CellHash::operator()(const Cell& cell) const {
-    // Adding zero makes one of both zeros.
-    const auto column = std::bit_cast<std::uint64_t>(cell.column + 0.0);
-    const auto row = std::bit_cast<std::uint64_t>(cell.row + 0.0);
-    std::uint64_t mixed = column * 0x9E3779B97F4A7C15u ^ std::rotl(row * 0xC2B2AE3D27D4EB4Fu, 31);
-    mixed = (mixed ^ (mixed >> 29)) * 0xBF58476D1CE4E5B9u;
-    return static_cast<std::size_t>(mixed ^ (mixed >> 32));
+ChainEndIndex::ChainEndIndex(double tolerance, std::size_t ends)
+    : reach_(tolerance * tolerance > 0.0 ? reach_per_tolerance * std::fabs(tolerance) + least_reach
+                                         : 0.0),
+      cells_per_unit_(1.0 / (reaches_in_cell * reach_)), serves_(cells_per_unit_ > 0.0) {
+    resize(std::max(fewest_bits, static_cast<int>(std::bit_width(2 * ends))));
 }
 
-ChainEndIndex::Cell ChainEndIndex::cell_of(const ERPoint2D& p) const {
-    return {std::floor(p.x() / cell_size_), std::floor(p.y() / cell_size_)};
-}
-
-bool ChainEndIndex::is_finite(const ERPoint2D& p) {
-    return std::isfinite(p.x()) && std::isfinite(p.y());
+bool ChainEndIndex::can_be_near(const ERPoint2D& p) const {
+    return reach_ > 0.0 && std::isfinite(p.x()) && std::isfinite(p.y());
 }
 
 /// Whether p has a cell.
 bool ChainEndIndex::holds(const ERPoint2D& p) {
-    if (!is_finite(p)) return false;
-    const Cell cell = cell_of(p);
-    if (std::max(std::fabs(cell.column), std::fabs(cell.row)) > farthest_cell) serves_ = false;
+    if (!can_be_near(p)) return false;
+    if (std::max(std::fabs(p.x()), std::fabs(p.y())) * cells_per_unit_ > farthest_cell)
+        serves_ = false;
     return serves_;
 }
 
-void ChainEndIndex::add(const ERPoint2D& end, Number number) {
-    if (holds(end)) cells_[cell_of(end)].push_back(number);
+/// The whole number at or below.
+std::int64_t ChainEndIndex::cell_of(double coordinate) const {
+    const double place = coordinate * cells_per_unit_;
+    const auto towards_zero = static_cast<std::int64_t>(place);
+    return towards_zero - (static_cast<double>(towards_zero) > place);
 }
 
-void ChainEndIndex::remove(const ERPoint2D& end, Number number) {
+ChainEndIndex::Mark ChainEndIndex::mark_of(std::int64_t column, std::int64_t row) {
+    std::uint64_t mixed = static_cast<std::uint64_t>(column) * 0x9E3779B97F4A7C15u ^
+                          std::rotl(static_cast<std::uint64_t>(row) * 0xC2B2AE3D27D4EB4Fu, 31);
+    mixed = (mixed ^ (mixed >> 29)) * 0xBF58476D1CE4E5B9u;
+    return static_cast<Mark>(mixed >> (64 - bits_of_mark));
+}
+
+ChainEndIndex::Mark ChainEndIndex::mark_of(const ERPoint2D& p) const {
+    return mark_of(cell_of(p.x()), cell_of(p.y()));
+}
+
+void ChainEndIndex::resize(int bits) {
+    std::vector<Entry> old(std::size_t{1} << bits, Entry{0, none});
+    old.swap(table_);
+    shift_ = bits_of_mark - bits;
+    for (const Entry& entry : old)
+        if (entry.place != none) put(entry);
+}
+
+void ChainEndIndex::put(Entry entry) {
+    std::size_t at = home_of(entry.mark);
+    while (table_[at].place != none)
+        at = behind(at);
+    table_[at] = entry;
+}
+
+void ChainEndIndex::add(const ERPoint2D& end, Place place) {
     if (!holds(end)) return;
-    const auto cell = cells_.find(cell_of(end));
-    if (cell == cells_.end()) return;
-    std::vector<Number>& numbers = cell->second;
-    const auto place = std::find(numbers.begin(), numbers.end(), number);
-    if (place != numbers.end()) numbers.erase(place);
-    if (numbers.empty()) cells_.erase(cell);
+    if (2 * ++used_ > table_.size()) resize(bits_of_mark - shift_ + 1);
+    put({mark_of(end), place});
+}
+
+void ChainEndIndex::remove(const ERPoint2D& end, Place place) {
+    if (!holds(end)) return;
+    const Mark mark = mark_of(end);
+    std::size_t gap = home_of(mark);
+    while (table_[gap].place != none && !(table_[gap].mark == mark && table_[gap].place == place))
+        gap = behind(gap);
+    if (table_[gap].place == none) return;
+    --used_;
+    // Those behind move up, as far as their homes let them (Knuth 6.4, algorithm R).
+    const std::size_t last = table_.size() - 1;
+    for (std::size_t at = behind(gap); table_[at].place != none; at = behind(at)) {
+        if (((at - home_of(table_[at].mark)) & last) >= ((at - gap) & last))
+            table_[std::exchange(gap, at)] = table_[at];
+    }
+    table_[gap].place = none;
 }
 
 // Rounding is monotone: an end within the reach has its cell within the cells of the corners.
-void ChainEndIndex::find(const ERPoint2D& p, Number above, std::vector<Number>& found) {
+void ChainEndIndex::find(const ERPoint2D& p, Place from, std::vector<Place>& found) {
     if (!holds(p)) return;
-    const Cell low = cell_of({p.x() - reach_, p.y() - reach_});
-    const Cell high = cell_of({p.x() + reach_, p.y() + reach_});
-    for (double row = low.row; row <= high.row; ++row) {
-        for (double column = low.column; column <= high.column; ++column) {
-            const auto cell = cells_.find({column, row});
-            if (cell == cells_.end()) continue;
-            std::copy_if(cell->second.begin(), cell->second.end(), std::back_inserter(found),
-                         [above](Number number) { return number > above; });
+    const std::int64_t left = cell_of(p.x() - reach_), right = cell_of(p.x() + reach_);
+    const std::int64_t bottom = cell_of(p.y() - reach_), top = cell_of(p.y() + reach_);
+    for (std::int64_t row = bottom; row <= top; ++row) {
+        for (std::int64_t column = left; column <= right; ++column) {
+            const Mark mark = mark_of(column, row);
+            for (std::size_t at = home_of(mark); table_[at].place != none; at = behind(at)) {
+                if (table_[at].mark == mark && table_[at].place >= from)
+                    found.push_back(table_[at].place);
+            }
         }
     }
 }

@@ -1,51 +1,61 @@
-// velm::detail::ChainEndIndex: the ends of chains by their place.
+// velm::detail::ChainEndIndex: the ends of chains by where they lie.
 #pragma once
 
 #include "velm/frame/point.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <unordered_map>
 #include <vector>
 
 namespace velm::detail {
 
-/// Finds chains with an end near a point, by numbers that the caller gives them.
+/// Finds chains with an end near a point, by places in a list that the caller gives them.
+///
+/// The plane is cut to square cells, and an end stands in a flat table under the mark of its cell.
 class ChainEndIndex {
 public:
-    using Number = std::uint64_t;
+    using Place = std::uint32_t;
 
-    /// `tolerance` is that of the questions.
-    explicit ChainEndIndex(double tolerance);
+    /// `tolerance` is that of the questions; `ends` is how many there will be at first.
+    ChainEndIndex(double tolerance, std::size_t ends);
 
     /// Whether the index can answer for p; not once a point lay so far out that cells can't be
     /// counted.
-    bool covers(const ERPoint2D& p) { return serves_ && (!is_finite(p) || holds(p)); }
+    bool covers(const ERPoint2D& p) { return serves_ && (!can_be_near(p) || holds(p)); }
 
-    /// Ends that are infinite or NaN come near to nothing.
-    void add(const ERPoint2D& end, Number number);
+    /// Ends that are infinite or NaN come near to nothing, and none does within no tolerance.
+    void add(const ERPoint2D& end, Place place);
     /// Takes an end out that was added so.
-    void remove(const ERPoint2D& end, Number number);
-    /// Appends the numbers above `above` of all ends that `distance2` places nearer to p than the
-    /// tolerance, and of some others.
-    void find(const ERPoint2D& p, Number above, std::vector<Number>& found);
+    void remove(const ERPoint2D& end, Place place);
+    /// Appends the places from `from` on of all ends that `distance2` places nearer to p than the
+    /// tolerance, and of some others; a place may come more than once.
+    void find(const ERPoint2D& p, Place from, std::vector<Place>& found);
 
 private:
-    struct Cell {
-        double column, row; // whole numbers
-        bool operator==(const Cell&) const = default;
+    /// Cells far from each other may have the same mark.
+    using Mark = std::uint32_t;
+    struct Entry {
+        Mark mark;
+        Place place;
     };
-    struct CellHash {
-        std::size_t operator()(const Cell& cell) const;
-    };
-    static bool is_finite(const ERPoint2D& p);
-    bool holds(const ERPoint2D& p);
-    Cell cell_of(const ERPoint2D& p) const;
+    static constexpr Place none = ~Place{0};
 
-    double reach_;
-    double cell_size_;
-    bool serves_ = true;
-    std::unordered_map<Cell, std::vector<Number>, CellHash> cells_;
+    bool can_be_near(const ERPoint2D& p) const;
+    bool holds(const ERPoint2D& p);
+    std::int64_t cell_of(double coordinate) const;
+    static Mark mark_of(std::int64_t column, std::int64_t row);
+    Mark mark_of(const ERPoint2D& p) const;
+    std::size_t home_of(Mark mark) const { return mark >> shift_; }
+    std::size_t behind(std::size_t at) const { return (at + 1) & (table_.size() - 1); }
+    void put(Entry entry);
+    void resize(int bits);
+
+    double reach_; // 0 if nothing comes near
+    double cells_per_unit_;
+    bool serves_;
+    std::size_t used_ = 0;
+    int shift_ = 0;            // the table has 2 to the power of 32 - shift_ entries
+    std::vector<Entry> table_; // an entry stands at its home or behind, with no gap between
 };
 
 } // namespace velm::detail

@@ -6,17 +6,14 @@
 
 namespace velm::detail {
 
-/// See ERChainerSeg2D::compareWith. `exceeds(d)` tells whether d exceeds the lengths of both
-/// pieces; it is asked only where that decides.
-template <class Exceeds>
-SegCompState compare_ends(const ERChainerSeg2D& a, const ERChainerSeg2D& b, double tol,
-                          Exceeds exceeds) {
-    if (!a.isChainable()) return SEGCOMP_APART;
-    const ERPoint2D a_first = a.first(), a_last = a.last();
-    const ERPoint2D b_first = b.first(), b_last = b.last();
+/// See ERChainerSeg2D::compareWith, of a chainable piece. Both have `first` and `last`.
+/// `exceeds(d)` tells whether d exceeds the lengths of both pieces; it is asked only where that
+/// decides.
+template <class Ends, class Exceeds>
+SegCompState compare_ends(const Ends& a, const Ends& b, double tol, Exceeds exceeds) {
     const double limit = tol * tol;
-    const double ff = distance2(a_first, b_first), fl = distance2(a_first, b_last);
-    const double lf = distance2(a_last, b_first), ll = distance2(a_last, b_last);
+    const double ff = distance2(a.first, b.first), fl = distance2(a.first, b.last);
+    const double lf = distance2(a.last, b.first), ll = distance2(a.last, b.last);
     if ((ff < limit && fl < limit) || (lf < limit && ll < limit)) return SEGCOMP_REFUSED;
     if (ff < limit && !(ff > fl) && ff < lf && exceeds(ll)) return SEGCOMP_FIRST_FIRST;
     if (fl < limit && !(fl > ff) && fl < lf && fl < ll) return SEGCOMP_FIRST_LAST;
