@@ -49,6 +49,24 @@ enum class RecordKey : long {
     frame_axis_y = 138,
     frame_axis_z = 139,
     max_height = 140,
+    // Where the points were aligned: in the record of the whole
+    alignment_iterations = 160,
+    alignment_threshold = 161,
+    alignment_last_step = 162,
+    alignment_rotation = 163,    ///< to 171, row by row
+    alignment_translation = 172, ///< to 174
+    alignment_in_plane = 175,    ///< 1 in the plane of a section, 0 in space
+    rms_before = 176,            ///< of the deviations, as are the next five
+    minimum_before = 177,
+    maximum_before = 178,
+    rms_after = 179,
+    minimum_after = 180,
+    maximum_after = 181,
+    alignment_held = 182, ///< text: the freedoms that were held, each ended by a line break
+    // and in that of a point
+    aligned_x = 183, ///< of the moved point, in the plane of the section
+    aligned_y = 184,
+    deviation_before = 185,
     // Of targets.
     table = 190,
     skipped = 191, ///< rows that could not be used; absent where they were not to be skipped

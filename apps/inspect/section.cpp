@@ -85,8 +85,8 @@ ExitCode inspect_section(const SectionOptions& options) {
         measured.refuse("expected a header with the columns id, x, y and z, which --frame needs; "
                         "missing: z");
 
-    const SectionHead head{options.nominal, options.measured, options.tolerance, options.frame,
-                           options.max_height};
+    const SectionHead head{options.nominal, options.measured,   options.tolerance,
+                           options.frame,   options.max_height, {}};
     SectionOutputs outputs(head, outline, options.paths);
     std::optional<SectionStore> store;
     if (options.store) store.emplace(outputs.set(), *options.store, outline, head);

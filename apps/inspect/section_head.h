@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "inspect/applied_alignment.h"
 #include "inspect/section_frame.h"
 #include "inspect/summary.h"
 
@@ -15,6 +16,7 @@ struct SectionHead {
     std::optional<Tolerance> tolerance;
     std::optional<SectionFrame> frame;
     std::optional<double> max_height;
+    std::optional<AppliedAlignment> alignment; ///< within the plane of the section
 };
 
 } // namespace velm::inspect

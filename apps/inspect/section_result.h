@@ -19,11 +19,15 @@ struct SpacePoint {
 
 /// One measured point; its deviation is the distance less half the ball's diameter.
 struct SectionRow : Judged {
-    std::uint64_t index = 0;         ///< from 0, in the order of the file
-    ERPoint2D measured;              ///< in the section
-    std::optional<SpacePoint> space; ///< where the section has a frame
-    double diameter = 0.0;           ///< of the probe's ball
-    Comparison comparison;
+    std::uint64_t index = 0;          ///< from 0, in the order of the file
+    ERPoint2D measured;               ///< in the section
+    std::optional<ERPoint2D> aligned; ///< where an alignment has moved it
+    std::optional<SpacePoint> space;  ///< where the section has a frame
+    double diameter = 0.0;            ///< of the probe's ball
+    Comparison comparison;            ///< of the moved point where there is one
+
+    /// What was compared.
+    const ERPoint2D& placed() const { return aligned ? *aligned : measured; }
 };
 
 /// Fills in what follows from the deviation.

@@ -9,7 +9,8 @@
 
 namespace velm::inspect {
 
-/// The nominal point is the foot, the measured one the centre of the ball with its diameter, the
+/// The nominal point is the foot, the measured one the centre of the ball with its diameter, moved
+/// where the points were aligned, the
 /// normal the direction away from the material; all in the machine's coordinates, or with z = 0
 /// where the section has no frame. The measured point has its number in the file, from 1, as its
 /// identifier, and is approached along the normal. The target's distance to the plane is the

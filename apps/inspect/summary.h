@@ -26,6 +26,7 @@ struct Judged {
     double deviation = 0.0; ///< what is judged
     double severity = 0.0;  ///< how far from the band's middle, or from 0 without a band
     std::optional<bool> in_tolerance;
+    std::optional<double> deviation_before; ///< where an alignment has moved the point
 };
 
 /// The figures over all points.

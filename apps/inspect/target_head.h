@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "inspect/applied_alignment.h"
 #include "inspect/summary.h"
-#include "inspect/target_alignment.h"
 
 namespace velm::inspect {
 

@@ -9,7 +9,7 @@ TargetOutputs::TargetOutputs(const TargetHead& head, const TargetPaths& paths)
     Output* const csv = prepare(paths.csv);
     html_ = prepare(paths.html);
     if (json != nullptr) json_ = std::make_unique<TargetJson>(*json, head);
-    if (csv != nullptr) csv_ = std::make_unique<TargetCsv>(*csv);
+    if (csv != nullptr) csv_ = std::make_unique<TargetCsv>(*csv, head.alignment.has_value());
 }
 
 // An output on standard output takes the place of the table.

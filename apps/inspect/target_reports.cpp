@@ -55,6 +55,7 @@ void TargetJson::add(const TargetRow& row) {
         text_ += ",\"normal\":null,\"deviation\":null,\"distance_on_plane\":null";
     }
     append_value(text_, "distance", target.distance_to_point());
+    if (row.deviation_before) append_value(text_, "deviation_before", *row.deviation_before);
     text_ += std::string(",\"in_tolerance\":") + truth_text(row.in_tolerance, "null") + "}";
     output_.write(text_);
 }
@@ -67,10 +68,13 @@ void TargetJson::finish(const Summary& summary) {
     output_.write(text_);
 }
 
-TargetCsv::TargetCsv(Output& output) : output_(output), on_terminal_(output.is_terminal()) {
-    output_.write("id,target_x,target_y,target_z,measured_x,measured_y,measured_z,calculated_x,"
-                  "calculated_y,calculated_z,normal_i,normal_j,normal_k,deviation,"
-                  "distance_on_plane,distance,in_tolerance\n");
+TargetCsv::TargetCsv(Output& output, bool is_aligned)
+    : output_(output), on_terminal_(output.is_terminal()) {
+    output_.write(
+        std::string("id,target_x,target_y,target_z,measured_x,measured_y,measured_z,calculated_x,"
+                    "calculated_y,calculated_z,normal_i,normal_j,normal_k,deviation,"
+                    "distance_on_plane,distance,in_tolerance") +
+        (is_aligned ? ",deviation_before\n" : "\n"));
 }
 
 void TargetCsv::add(const TargetRow& row) {
@@ -87,7 +91,9 @@ void TargetCsv::add(const TargetRow& row) {
     else
         text_ += ",,,,,";
     append_csv_numbers(text_, {target.distance_to_point()});
-    text_ += std::string(",") + truth_text(row.in_tolerance, "") + "\n";
+    text_ += std::string(",") + truth_text(row.in_tolerance, "");
+    if (row.deviation_before) append_csv_numbers(text_, {*row.deviation_before});
+    text_ += '\n';
     output_.write(text_);
 }
 
@@ -95,6 +101,7 @@ std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary
                          const TargetHead& head) {
     std::vector<Table::Column> columns{{"id", false}, {"x"},        {"y"},       {"z"},
                                        {"deviation"}, {"on plane"}, {"distance"}};
+    if (head.alignment) columns.push_back({"before"});
     if (summary.tolerance) columns.push_back({"tolerance", false});
     const int decimals = table_decimals(summary);
     Table table(std::move(columns));
@@ -107,17 +114,14 @@ std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary
         cells.push_back(has_normal ? fixed(row.deviation, decimals) : "");
         cells.push_back(has_normal ? fixed(on_plane, decimals) : "");
         cells.push_back(fixed(row.target.distance_to_point(), decimals));
+        if (row.deviation_before) cells.push_back(fixed(*row.deviation_before, decimals));
         if (row.in_tolerance) cells.push_back(*row.in_tolerance ? "in" : "OUT");
         table.add(std::move(cells));
     }
     std::string out =
         table.text() + summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0,
                                     head.table_name() + ", each point against its nominal");
-    if (!head.alignment) return out;
-    out += '\n';
-    for (const auto& [name, value] : alignment_lines(*head.alignment))
-        out += name + ": " + value + "\n";
-    return out;
+    return head.alignment ? out + alignment_text(*head.alignment) : out;
 }
 
 std::string target_page(std::span<const TargetRow> rows, const Summary& summary,
@@ -132,6 +136,7 @@ std::string target_page(std::span<const TargetRow> rows, const Summary& summary,
     page.title = "Points against their nominal";
     page.picture = target_picture(rows, scale, unit);
     page.columns = {"nominal x", "y", "z", "deviation", "on plane", "distance"};
+    if (head.alignment) page.columns.push_back("before");
     for (const TargetRow& row : rows) {
         const ERPoint3D& p = row.target.target_point();
         double on_plane = 0.0;
@@ -144,6 +149,8 @@ std::string target_page(std::span<const TargetRow> rows, const Summary& summary,
               fixed(row.target.distance_to_point(), decimals)},
              row.deviation,
              row.in_tolerance});
+        if (row.deviation_before)
+            page.rows.back().cells.push_back(fixed(*row.deviation_before, decimals));
     }
     page.provenance = {{"Table", head.table_name()},
                        {"Made by", "velm-inspect " VELM_VERSION_STRING}};

@@ -19,9 +19,11 @@ namespace velm::inspect {
 /// surface), normal, deviation, distance_on_plane, distance, in_tolerance; of a direct target
 /// normal, deviation and distance_on_plane are null, and the summary counts its distance. The form
 /// is fixed.
+///
+/// Where the points were aligned, that stands in front of them, and each has its deviation_before:
+/// what it would have been judged by, of a direct target its distance.
 class TargetJson {
 public:
-    /// An alignment stands in front of the points.
     TargetJson(Output& output, const TargetHead& head);
     void add(const TargetRow& row);
     /// The skipped rows stand behind the summary, where bad rows were to be skipped.
@@ -35,10 +37,11 @@ private:
     bool first_ = true;
 };
 
-/// A header and the same rows; what is null is empty.
+/// A header and the same rows; what is null is empty. Where the points were aligned the last column
+/// is deviation_before.
 class TargetCsv {
 public:
-    explicit TargetCsv(Output& output);
+    TargetCsv(Output& output, bool is_aligned);
     void add(const TargetRow& row);
 
 private:

@@ -2,9 +2,15 @@
 
 namespace velm::inspect {
 
+double deviation_of(const gmTargetPoint& target) {
+    double along_normal = 0.0;
+    return target.get_distance_to_plane(along_normal) != 0 ? along_normal
+                                                           : target.distance_to_point();
+}
+
 void judge(TargetRow& row, const std::optional<Tolerance>& tolerance) {
-    const bool has_normal = row.target.get_distance_to_plane(row.deviation) != 0;
-    if (!has_normal) row.deviation = row.target.distance_to_point();
+    const bool has_normal = row.target.is_compensated() != 0;
+    row.deviation = deviation_of(row.target);
     const double off = tolerance ? row.deviation - tolerance->middle() : row.deviation;
     row.severity = has_normal ? std::fabs(off) : off;
     row.in_tolerance.reset();

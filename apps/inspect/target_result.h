@@ -15,6 +15,9 @@ struct TargetRow : Judged {
     gmTargetPoint target;
 };
 
+/// The deviation as it is judged.
+double deviation_of(const gmTargetPoint& target);
+
 /// Fills in the deviation and what follows from it. A direct target is in tolerance up to the upper
 /// limit, whatever the lower one.
 void judge(TargetRow& row, const std::optional<Tolerance>& tolerance);

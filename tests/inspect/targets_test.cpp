@@ -95,7 +95,8 @@ TEST(Targets, BestFitTakesTheMotionAwayAndThePageEscapesIds) {
     }
     shop.write("box.csv", box);
     shop.write("top.csv", top);
-    EXPECT_EQ(shop.run("targets box.csv --tolerance 1e-9 --html p.html").code, 1);
+    EXPECT_EQ(shop.run("targets box.csv --tolerance 1e-9 --html p.html --json b.json").code, 1);
+    const auto before = shop.read_json("b.json");
     EXPECT_EQ(
         shop.run("targets box.csv --tolerance 1e-9 --align bestfit --json j.json --html p.html")
             .code,
@@ -105,7 +106,16 @@ TEST(Targets, BestFitTakesTheMotionAwayAndThePageEscapesIds) {
     EXPECT_NEAR(found["translation"][0], 4.0, 1e-9);
     EXPECT_NEAR(found["translation"][1], -2.0, 1e-9);
     EXPECT_NEAR(found["translation"][2], 0.5, 1e-9);
+    EXPECT_NEAR(found["angle"], 0.02, 1e-11);
     EXPECT_TRUE(found["held"].empty());
+    for (const char* figure : {"rms", "minimum", "maximum"}) {
+        EXPECT_EQ(found[figure + std::string("_before")], before["summary"][figure]);
+        EXPECT_EQ(found[figure + std::string("_after")],
+                  shop.read_json("j.json")["summary"][figure]);
+    }
+    for (std::size_t n = 0; n < 24; ++n)
+        EXPECT_EQ(shop.read_json("j.json")["points"][n]["deviation_before"],
+                  before["points"][n]["deviation"]);
     const std::string page = shop.read("p.html");
     EXPECT_NE(page.find(">&lt;b&gt;&amp;23</th>"), std::string::npos);
     EXPECT_EQ(page.find("<b>"), std::string::npos);

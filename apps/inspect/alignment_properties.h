@@ -1,0 +1,27 @@
+// alignment_properties.h: an alignment among the properties of an inspection's records:
+// `put_alignment`, `get_alignment`.
+#pragma once
+
+#include <optional>
+
+#include "inspect/applied_alignment.h"
+#include "inspect/record_properties.h"
+#include "inspect/section_result.h"
+
+namespace velm::inspect {
+
+/// Puts all that reports tell of an alignment, to the last bit; nothing without one.
+void put_alignment(ERDBObject& record, const std::optional<AppliedAlignment>& alignment);
+/// Nothing where the record has none. Throws `Failure` (input) where a number of it is missing or
+/// not finite.
+std::optional<AppliedAlignment> get_alignment(const ERDBObject& record);
+
+/// The deviation of a point before it was moved; nothing without one.
+void put_deviation_before(ERDBObject& record, const Judged& point);
+void get_deviation_before(const ERDBObject& record, Judged& point);
+
+/// The same with the moved place of the point.
+void put_aligned(ERDBObject& record, const SectionRow& point);
+void get_aligned(const ERDBObject& record, SectionRow& point);
+
+} // namespace velm::inspect
