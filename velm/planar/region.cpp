@@ -69,23 +69,27 @@ ERMinimax2D ERRegion2D::getBox() const {
 
 const RegionIndex* ERRegion2D::index(int questions) const {
     const RegionIndex* made = index_.load(std::memory_order_acquire);
-    if (made == nullptr) {
-        const int asked = questions_.load(std::memory_order_relaxed) +
-                          std::min(questions, questions_without_index);
-        if (asked < questions_without_index) {
-            questions_.store(asked, std::memory_order_relaxed);
-            return nullptr;
-        }
-        const auto entries = static_cast<std::size_t>(added);
-        auto fresh = std::make_unique<RegionIndex>(
-            std::span(contours->polygons).first(entries),
-            std::span<const ERMinimax2D>(contours->boxes).first(entries), firstOuter != 0,
-            contours->version);
-        if (index_.compare_exchange_strong(made, fresh.get(), std::memory_order_acq_rel))
-            made = fresh.release();
-    }
+    if (made == nullptr) made = make_index(questions);
     // A copy may have changed the contours that it shares with this region.
-    return made->version() == contours->version ? made : nullptr;
+    return made != nullptr && made->version() == contours->version ? made : nullptr;
+}
+
+const RegionIndex* ERRegion2D::make_index(int questions) const {
+    const int asked =
+        questions_.load(std::memory_order_relaxed) + std::min(questions, questions_without_index);
+    if (asked < questions_without_index) {
+        questions_.store(asked, std::memory_order_relaxed);
+        return nullptr;
+    }
+    const auto entries = static_cast<std::size_t>(added);
+    auto fresh =
+        std::make_unique<RegionIndex>(std::span(contours->polygons).first(entries),
+                                      std::span<const ERMinimax2D>(contours->boxes).first(entries),
+                                      firstOuter != 0, contours->version);
+    const RegionIndex* made = nullptr;
+    if (index_.compare_exchange_strong(made, fresh.get(), std::memory_order_acq_rel))
+        made = fresh.release();
+    return made;
 }
 
 void ERRegion2D::drop_index() {
@@ -106,15 +110,20 @@ relpos ERRegion2D::position(int contour, const ERPoint2D& p, const RegionIndex* 
 }
 
 PosContours ERRegion2D::position(const ERPoint2D& p, int& contour, const RegionIndex* index) const {
-    if (added == 0) return REGION_INSIDE;
-    contour = 0;
-    if (firstOuter && !contours->boxes[0].contains(p)) return REGION_OUTSIDE;
     if (index != nullptr) {
-        if (const auto known = index->known_at(p)) {
+        if (const auto known = index->known_at(p)) [[likely]] {
             contour = known->inside ? added - 1 : known->contour;
             return known->inside ? REGION_INSIDE : REGION_OUTSIDE;
         }
     }
+    return position_by_contours(p, contour, index);
+}
+
+PosContours ERRegion2D::position_by_contours(const ERPoint2D& p, int& contour,
+                                             const RegionIndex* index) const {
+    if (added == 0) return REGION_INSIDE;
+    contour = 0;
+    if (firstOuter && !contours->boxes[0].contains(p)) return REGION_OUTSIDE;
     for (int i = 0; i < added; ++i) {
         contour = i;
         const bool is_outer = i == 0 && firstOuter;

@@ -123,9 +123,12 @@ protected:
 
 private:
     const velm::detail::RegionIndex* index(int questions) const;
+    const velm::detail::RegionIndex* make_index(int questions) const;
     relpos position(int contour, const ERPoint2D& p, const velm::detail::RegionIndex* index) const;
     PosContours position(const ERPoint2D& p, int& contour,
                          const velm::detail::RegionIndex* index) const;
+    PosContours position_by_contours(const ERPoint2D& p, int& contour,
+                                     const velm::detail::RegionIndex* index) const;
     ER_MINMAX_POSITION_POLYGONE position(int contour, const ERMinimax2D& box,
                                          const velm::detail::RegionIndex* index) const;
     void append_crossings(const _Intersect& from, const _Intersect& to,

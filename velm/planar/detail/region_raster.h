@@ -55,7 +55,10 @@ public:
 
     /// The value of the cell under p, 0 outside the raster.
     Value value(const ERPoint2D& p) const {
-        if (!box_.contains(p)) return unknown;
+        // One branch, that hardly ever goes another way.
+        const bool is_within = (p.x() >= box_.xmin) & (p.x() <= box_.xmax) & (p.y() >= box_.ymin) &
+                               (p.y() <= box_.ymax);
+        if (!is_within) return unknown;
         return cells_[index(column_of(p.x()), row_of(p.y()))];
     }
     /// The value of the cell under the box's low corner, if all cells under the box are known, else
