@@ -56,9 +56,18 @@ Freedoms::Unknowns Freedoms::row_of(const ERVector3D& arm, const ERVector3D& nor
             normal.i(),           normal.j(),           normal.k()};
 }
 
-void Freedoms::add_product(Matrix& matrix, const Unknowns& row) {
-    for (std::size_t i = 0; i < row.size(); ++i)
-        add_to(matrix[i], row[i], row);
+void Freedoms::add_product(Matrix& upper, const Unknowns& row) const {
+    for (std::size_t i = first_; i < end_; ++i) {
+        for (std::size_t j = i; j < end_; ++j)
+            upper[i][j] += row[i] * row[j];
+    }
+}
+
+void Freedoms::complete(Matrix& upper) const {
+    for (std::size_t i = first_; i < end_; ++i) {
+        for (std::size_t j = i + 1; j < end_; ++j)
+            upper[j][i] = upper[i][j];
+    }
 }
 
 void Freedoms::add(const ERVector3D& arm, const ERVector3D& nominal_arm, const ERVector3D& normal,
@@ -88,18 +97,20 @@ std::vector<Freedoms::Mode> Freedoms::modes_of(const Matrix& matrix, std::size_t
 
 void Freedoms::analyse(double least) {
     least_ = least;
-    const std::size_t first = in_plane_ ? 2 : 0, count = in_plane_ ? 3 : 6;
+    complete(matrix_);
+    complete(nominal_);
+    const std::size_t count = end_ - first_;
     Matrix free = {};
     for (std::size_t i = 0; i < count; ++i) {
         for (std::size_t j = 0; j < count; ++j)
-            free[i][j] = nominal_[i + first][j + first];
+            free[i][j] = nominal_[i + first_][j + first_];
     }
     const std::vector<Mode> modes = modes_of(free, count);
     const double floor = std::max(modes.front().eigenvalue * least * least, 0.0);
     std::vector<Unknowns> open;
     for (const Mode& mode : modes) {
         Unknowns vector = {};
-        std::copy_n(mode.vector.begin(), count, vector.begin() + static_cast<long>(first));
+        std::copy_n(mode.vector.begin(), count, vector.begin() + static_cast<long>(first_));
         (mode.eigenvalue > floor ? determined_ : open).push_back(vector);
     }
     reduce(std::move(open));

@@ -4,6 +4,7 @@
 #include "velm/measure/alignment.h"
 
 #include <array>
+#include <cstddef>
 #include <vector>
 
 namespace velm::detail {
@@ -24,7 +25,8 @@ struct Step {
 /// motions: Gelfand and Guibas, Symposium on Geometry Processing 2004).
 class Freedoms {
 public:
-    Freedoms(double extent, bool in_plane) : extent_(extent), in_plane_(in_plane) {}
+    Freedoms(double extent, bool in_plane)
+        : extent_(extent), first_(in_plane ? 2 : 0), end_(in_plane ? 5 : 6) {}
 
     /// Adds the deviation along the normal of a point that stands off the centroid by `arm`, its
     /// nominal place by `nominal_arm`.
@@ -51,15 +53,16 @@ private:
 
     /// Of the first `size` rows and columns, by decreasing eigenvalue.
     static std::vector<Mode> modes_of(const Matrix& matrix, std::size_t size);
-    static void add_product(Matrix& matrix, const Unknowns& row);
+    void add_product(Matrix& upper, const Unknowns& row) const;
+    void complete(Matrix& upper) const;
     Unknowns row_of(const ERVector3D& arm, const ERVector3D& normal) const;
     void reduce(std::vector<Unknowns> open);
     void hold(Unknowns& step) const;
 
     double extent_;
-    bool in_plane_;
-    Matrix matrix_ = {};  // of the points
-    Matrix nominal_ = {}; // of the places
+    std::size_t first_, end_; // the unknowns that there are
+    Matrix matrix_ = {};      // of the points
+    Matrix nominal_ = {};     // of the places
     Unknowns gradient_ = {};
     double least_ = 0.0;
     std::vector<Unknowns> determined_; // orthonormal
