@@ -1,48 +1,25 @@
 // Fits of a million points: GetMediumPlane beside a loop of the same arithmetic written by hand,
 // the centred plane beside reading the points twice and beside Eigen, lines and circles.
+#include "peers.h"
 #include "velm/measure/best_fit.h"
 #include "velm/measure/orthogonal_fit.h"
 
 #include <benchmark/benchmark.h>
 #include <cmath>
-#include <cstdint>
 #include <vector>
-
-#if __has_include(<eigen3/Eigen/Dense>)
-#define VELM_BENCH_EIGEN
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wall"
-#pragma GCC diagnostic ignored "-Wextra"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wconversion"
-#pragma GCC diagnostic ignored "-Wpedantic"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <eigen3/Eigen/Dense>
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
-#endif
 
 namespace {
 
 constexpr int count = 1000000;
 
-/// Uniform in [-1, 1), the same for every peer.
-double draw(std::uint64_t& state) {
-    state = state * 6364136223846793005u + 1442695040888963407u;
-    return -1.0 + 2.0 * (static_cast<double>(state >> 11) * 0x1p-53);
-}
-
 /// Around (100, 200, 300), 50 wide, 0.01 off a slanted plane.
 const ERVec<ERPoint3D>& slab() {
     static const ERVec<ERPoint3D> points = [] {
         ERVec<ERPoint3D> made(count);
-        std::uint64_t state = 7;
+        velm_bench::Numbers numbers(7);
         for (ERPoint3D& p : made.writable()) {
-            const double x = 50.0 * draw(state), y = 50.0 * draw(state);
-            p = {100.0 + x, 200.0 + y, 300.0 + 0.3 * x - 0.2 * y + 0.01 * draw(state)};
+            const double x = 50.0 * numbers.next(), y = 50.0 * numbers.next();
+            p = {100.0 + x, 200.0 + y, 300.0 + 0.3 * x - 0.2 * y + 0.01 * numbers.next()};
         }
         return made;
     }();
@@ -53,9 +30,9 @@ const ERVec<ERPoint3D>& slab() {
 const std::vector<ERPoint2D>& arc() {
     static const std::vector<ERPoint2D> points = [] {
         std::vector<ERPoint2D> made(count);
-        std::uint64_t state = 8;
+        velm_bench::Numbers numbers(8);
         for (ERPoint2D& p : made) {
-            const double t = 0.785 * draw(state), r = 50.0 + 0.01 * draw(state);
+            const double t = 0.785 * numbers.next(), r = 50.0 + 0.01 * numbers.next();
             p = {100.0 + r * std::cos(t), 200.0 + r * std::sin(t)};
         }
         return made;
@@ -116,7 +93,7 @@ void FitPlane_velm(benchmark::State& state) {
 BENCHMARK(FitPlane_velm)->Unit(benchmark::kMillisecond);
 
 /// What it takes to see every coordinate twice: plain sums.
-void ReadPointsTwice(benchmark::State& state) {
+void FitPlane_points_read_twice(benchmark::State& state) {
     const auto points = slab().view();
     for (auto _ : state) {
         for (int pass = 0; pass < 2; ++pass) {
@@ -132,7 +109,7 @@ void ReadPointsTwice(benchmark::State& state) {
         }
     }
 }
-BENCHMARK(ReadPointsTwice)->Unit(benchmark::kMillisecond);
+BENCHMARK(FitPlane_points_read_twice)->Unit(benchmark::kMillisecond);
 
 #if defined(VELM_BENCH_EIGEN)
 void FitPlane_Eigen(benchmark::State& state) {

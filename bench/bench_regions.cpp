@@ -311,7 +311,7 @@ BoostPolygon boost_polygon(int vertices) {
 }
 
 // A thousandth of the points: every query walks all edges.
-void points_boost_thousandth(benchmark::State& state) {
+void thousandth_of_points_boost(benchmark::State& state) {
     const BoostPolygon polygon = boost_polygon(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         long inside = 0;
@@ -338,7 +338,7 @@ void clip_boost(benchmark::State& state) {
 
 #if defined(VELM_BENCH_HAS_CGAL)
 // A thousandth of the points: every query walks all edges.
-void points_cgal_thousandth(benchmark::State& state) {
+void thousandth_of_points_cgal(benchmark::State& state) {
     using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
     std::vector<std::vector<Kernel::Point_2>> rings;
     for (const Points& contour : contours(static_cast<int>(state.range(0)))) {
@@ -390,9 +390,9 @@ BENCHMARK(clip_geos)->Apply(clip_sizes);
 BENCHMARK(chain_geos_line_merge)->Apply(chain_sizes);
 #endif
 #if defined(VELM_BENCH_HAS_BOOST_GEOMETRY)
-BENCHMARK(points_boost_thousandth)->Apply(sizes);
+BENCHMARK(thousandth_of_points_boost)->Apply(sizes);
 BENCHMARK(clip_boost)->Apply(clip_sizes);
 #endif
 #if defined(VELM_BENCH_HAS_CGAL)
-BENCHMARK(points_cgal_thousandth)->Apply(sizes);
+BENCHMARK(thousandth_of_points_cgal)->Apply(sizes);
 #endif

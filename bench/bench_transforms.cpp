@@ -5,22 +5,18 @@
 #include "velm/transforms/transformation_factories.h"
 
 #include <benchmark/benchmark.h>
-#include <cstdint>
 #include <vector>
 
 namespace {
 
 constexpr int count = 1000000;
 
-/// Uniform in [-1, 1), the same for every peer.
 ERVec<ERPoint3D> points() {
     ERVec<ERPoint3D> result(count);
-    std::uint64_t state = 42;
+    velm_bench::Numbers numbers;
     for (ERPoint3D& p : result.writable()) {
-        for (int n = 0; n < 3; ++n) {
-            state = state * 6364136223846793005u + 1442695040888963407u;
-            p[n] = -1.0 + 2.0 * (static_cast<double>(state >> 11) * 0x1p-53);
-        }
+        for (int n = 0; n < 3; ++n)
+            p[n] = numbers.next();
     }
     return result;
 }

@@ -30,6 +30,7 @@ namespace velm_bench {
 /// Uniform in [-1, 1).
 class Numbers {
 public:
+    explicit Numbers(std::uint64_t seed = 42) : state_(seed) {}
     double next() {
         state_ = state_ * 6364136223846793005u + 1442695040888963407u;
         return -1.0 + 2.0 * (static_cast<double>(state_ >> 11) * 0x1p-53);
@@ -42,7 +43,7 @@ public:
     }
 
 private:
-    std::uint64_t state_ = 42;
+    std::uint64_t state_;
 };
 
 } // namespace velm_bench
