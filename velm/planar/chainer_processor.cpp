@@ -23,7 +23,7 @@ ERChainerProcessor::ERChainerProcessor(double tol)
 
 ERChainerProcessor::ERChainerProcessor(ERChainerProcessor const& other)
     : slots(other.slots), live(other.live), derived(other.derived), tolerance(other.tolerance),
-      comparison(other.comparison), changes(other.changes) {}
+      comparison(other.comparison), changes(other.changes), known_changes(other.known_changes) {}
 
 ERChainerProcessor& ERChainerProcessor::operator=(ERChainerProcessor const& other) {
     slots = other.slots;
@@ -32,6 +32,7 @@ ERChainerProcessor& ERChainerProcessor::operator=(ERChainerProcessor const& othe
     tolerance = other.tolerance;
     comparison = other.comparison;
     changes = other.changes;
+    known_changes = other.known_changes;
     index.reset();
     return *this;
 }
@@ -183,7 +184,7 @@ ERChainerProcessor::Chain ERChainerProcessor::take_out(std::size_t place) {
     }
     --live;
     derived -= is_plain(*slot.chain) ? 0u : 1u;
-    if (indexed_changes == *changes) ++indexed_changes; // an index that is behind stays so
+    if (known_changes == *changes) ++known_changes; // what is behind stays so
     ++*changes;
     return std::exchange(slot.chain, Chain());
 }
@@ -199,14 +200,16 @@ void ERChainerProcessor::close_gaps() const {
 bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried, const Ends& ends) {
     if (slots.size() > 64 && slots.size() > 2 * live) close_gaps();
     if (comparison != StandardCompare || derived > 0 || !is_plain(carried)) return false;
-    if (!index || indexed_changes != *changes) {
+    if (known_changes != *changes) {
+        for (Slot& slot : slots)
+            if (slot.chain) slot.ends = slot.chain->ends();
+        known_changes = *changes;
+        index.reset();
+    }
+    if (!index) {
         index = std::make_unique<ChainEndIndex>(tolerance, 2 * live);
-        indexed_changes = *changes;
-        for (std::size_t place = 0; place < slots.size(); ++place) {
-            if (!slots[place].chain) continue;
-            slots[place].ends = slots[place].chain->ends();
-            note_ends(place);
-        }
+        for (std::size_t place = 0; place < slots.size(); ++place)
+            if (slots[place].chain) note_ends(place);
     }
     return index->covers(ends.first) && index->covers(ends.last);
 }

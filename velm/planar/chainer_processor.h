@@ -65,7 +65,7 @@ private:
     using Ends = ERChainedMetaSeg2D::Ends;
     struct Slot {
         Chain chain; // empty where a chain was taken out
-        Ends ends;   // as indexed
+        Ends ends;   // as of the known changes
     };
     class Walk;
 
@@ -88,5 +88,5 @@ private:
     std::vector<std::uint32_t> near;                            // what a walk has found there
     // Counts what this processor and its copies do to the chains that they share.
     std::shared_ptr<std::uint64_t> changes;
-    std::uint64_t indexed_changes = 0; // of which the index knows
+    std::uint64_t known_changes = 0; // of which the slots and the index know
 };
