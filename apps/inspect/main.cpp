@@ -14,6 +14,7 @@
 #include "inspect/failure.h"
 #include "inspect/fit_command.h"
 #include "inspect/output_set.h"
+#include "inspect/report_command.h"
 #include "inspect/section_command.h"
 #include "inspect/store_command.h"
 #include "inspect/targets_command.h"
@@ -31,6 +32,7 @@ constexpr const char* examples =
     "  velm-inspect targets panel.csv --tolerance 0.5 --json report.json\n"
     "  velm-inspect fit circle bore.csv --diameter 5 --inside\n"
     "  velm-inspect store parts.velm --check\n"
+    "  velm-inspect report parts.velm --json report.json\n"
     "  velm-inspect section --help\n";
 
 // A closed standard descriptor would be given to the next file that is opened, and the table
@@ -64,6 +66,7 @@ ExitCode run(int argc, char** argv) {
     add_targets_command(app, command);
     add_fit_command(app, command);
     add_store_command(app, command);
+    add_report_command(app, command);
 
     std::vector<std::string> arguments = join_numbers({argv + 1, argv + argc});
     std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the back

@@ -49,6 +49,25 @@ enum class RecordKey : long {
     frame_axis_y = 138,
     frame_axis_z = 139,
     max_height = 140,
+    // What the report needs beside the above.
+    title = 142,
+    form = 143,          ///< of the nominal file, a text
+    contour_count = 144, ///< of the outline
+    edge_count = 145,    ///< of all its contours
+    vertex_x = 146,      ///< from which an edge leaves that is no segment
+    vertex_y = 147,
+    start_angle = 148, ///< of an edge that is a circle
+    end_angle = 149,
+    number = 150,    ///< of a point, from 0
+    parameter = 151, ///< of a foot on its edge, from 0 to 1
+    outward_x = 152,
+    outward_y = 153,
+    frame_numbers = 154, ///< a text, the nine as they were given
+    records = 155,       ///< how many follow that belong to an inspection, once it is finished
+    // Of an edge as an object of a CAD model; contour and edge are the identifier's numbers.
+    group_path = 156,
+    type = 157,
+    name_space = 158,
     // Where the points were aligned: in the record of the whole
     alignment_iterations = 160,
     alignment_threshold = 161,
@@ -69,9 +88,9 @@ enum class RecordKey : long {
     deviation_before = 185,
     // Of targets.
     table = 190,
-    skipped = 191, ///< rows that could not be used; absent where they were not to be skipped
-    targets = 192, ///< the identifier of the record of the whole inspection
-    diameter = 193,
+    skipped = 191,  ///< rows that could not be used; absent where they were not to be skipped
+    targets = 192,  ///< the identifier of the record of the whole inspection
+    diameter = 193, ///< of a point of a section too
     distance_on_plane = 194
 };
 

@@ -66,7 +66,6 @@ SectionRow compare(const Profile& profile, const MeasuredPoint& point,
     if (profile.is_comparable(row.measured)) row.comparison = profile.compare(row.measured);
     row.diameter = point.diameter.value_or(options.diameter);
     row.deviation = row.comparison.distance - row.diameter / 2.0;
-    constexpr double largest_deviation = 1e150; // whose square is a double
     if (!profile.is_comparable(row.measured) || !(std::fabs(row.deviation) <= largest_deviation))
         source.refuse_at(point.line, "the point lies too far from the outline to be compared");
     judge(row, options.tolerance);

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "inspect/outline_forms.h"
 #include "inspect/section.h"
 
 namespace velm::inspect {
@@ -52,14 +53,6 @@ struct Texts {
     std::string form = "auto";
 };
 
-OutlineForm parse_form(const std::string& text) {
-    if (text == "contours") return OutlineForm::contours;
-    if (text == "round") return OutlineForm::round;
-    if (text == "runs") return OutlineForm::runs;
-    if (text == "pieces") return OutlineForm::pieces;
-    return text == "arcs" ? OutlineForm::arcs : OutlineForm::automatic;
-}
-
 SectionOptions understand(const CLI::App& section, const Texts& texts) {
     SectionOptions options = texts.options;
     if (section.count("--tolerance") > 0) options.tolerance = parse_tolerance(texts.tolerance);
@@ -72,7 +65,7 @@ SectionOptions understand(const CLI::App& section, const Texts& texts) {
         if (!options.frame) throw Failure(ExitCode::usage, "--max-height goes with --frame");
         options.max_height = parse_length("--max-height", texts.max_height);
     }
-    options.form = parse_form(texts.form);
+    options.form = form_of_name(texts.form).value_or(OutlineForm::automatic);
     OutputPaths outputs(section);
     outputs.take("--json", texts.json, options.paths.json);
     outputs.take("--csv", texts.csv, options.paths.csv);

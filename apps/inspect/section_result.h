@@ -30,6 +30,9 @@ struct SectionRow : Judged {
     const ERPoint2D& placed() const { return aligned ? *aligned : measured; }
 };
 
+/// How large a deviation may be: its square is a double.
+inline constexpr double largest_deviation = 1e150;
+
 /// Fills in what follows from the deviation.
 inline void judge(SectionRow& row, const std::optional<Tolerance>& tolerance) {
     row.severity = std::fabs(tolerance ? row.deviation - tolerance->middle() : row.deviation);

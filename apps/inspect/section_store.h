@@ -14,10 +14,10 @@
 namespace velm::inspect {
 
 /// Saves the records of one inspection, by the keys of record_keys.h: one of the section with the
-/// inputs, the frame and the figures, one of each measured point as it is compared, and one of each
-/// edge of the outline, which refers to the edge as a segment, an arc or a circle. An edge has its
-/// contour as the level and is coloured by what was found on it.
-/// Throws `Failure`.
+/// inputs, the frame and the figures, one of each measured point as it is compared, which refers to
+/// it as a `gmTargetPoint`, and one of each edge of the outline, which refers to the edge as a
+/// segment, an arc or a circle. An edge has its contour as the level and is coloured by what was
+/// found on it. `SectionRecord` reads all of it again. Throws `Failure`.
 class SectionStore {
 public:
     /// The outline must outlive the store.
@@ -41,8 +41,11 @@ private:
     void save_edge(int contour, int edge, const EdgeFigures& figures);
 
     StoreWriter file_;
+    const Outline& outline_;
     NominalEntities entities_;
     std::optional<Tolerance> tolerance_;
+    std::optional<SectionFrame> frame_;
+    std::uint64_t points_ = 0;
     t_SmartPtr<ERDBObject> section_;
     std::vector<std::vector<EdgeFigures>> figures_; // by contour and edge
 };

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "velm/platform/file.h"
+#include "velm/store/file_space.h"
 #include "velm/store/store_image.h"
 
 namespace velm::inspect {
@@ -30,26 +32,40 @@ void call_by_name(CFileException& exception, const std::string& working_copy,
 }
 
 void require_store(const std::string& path, const std::string& name) {
+    const auto refuse = [&](const std::string& why) {
+        throw Failure(ExitCode::input, name + ": " + why);
+    };
     with_store(name, [&] {
-        const StoreImage image(path.c_str());
-        if (!image.head_known || !image.header_known)
-            throw Failure(ExitCode::input, name + ": is no object file: expected the word 268 at "
-                                                  "offset 8 and a database header");
-        if (image.header.version > DatabaseHeader::current_version)
-            throw Failure(ExitCode::input, name + ": has version " +
-                                               std::to_string(image.header.version) +
-                                               "; this program reads versions up to " +
-                                               std::to_string(DatabaseHeader::current_version));
+        CFile file(path.c_str(), UINT(CFile::modeRead) | CFile::shareDenyWrite);
+        std::int32_t head[3] = {}; // the start, the end of data, and the size of a node
+        bool is_known = file.Read(head, sizeof head) == sizeof head &&
+                        head[2] == ERFileManager::node_size &&
+                        head[0] >= ERFileManager::first_block;
+        DatabaseHeader header;
+        if (is_known) {
+            file.Seek(head[0], CFile::begin);
+            is_known = file.Read(&header, sizeof header) == sizeof header;
+        }
+        if (!is_known)
+            refuse("is no object file: expected the word 268 at offset 8 and a database header");
+        if (header.version > DatabaseHeader::current_version)
+            refuse("has version " + std::to_string(header.version) +
+                   "; this program reads versions up to " +
+                   std::to_string(DatabaseHeader::current_version));
     });
 }
 
 void require_true_counters(const std::string& path, const std::string& name) {
     if (with_store(name, [&] { return counters_are_stale(path.c_str()); }))
-        throw Failure(ExitCode::input,
-                      name +
-                          ": its counters are behind its contents, as a program leaves them "
-                          "that was stopped; rebuild it first: velm-inspect store " +
-                          name + " --salvage NEW");
+        refuse_stale_counters(name);
+}
+
+void refuse_stale_counters(const std::string& name) {
+    throw Failure(ExitCode::input,
+                  name +
+                      ": its counters are behind its contents, as a program leaves them that was "
+                      "stopped; rebuild it first: velm-inspect store " +
+                      name + " --salvage NEW");
 }
 
 } // namespace velm::inspect

@@ -34,5 +34,6 @@ void require_store(const std::string& path, const std::string& name);
 /// Refuses (input) a file that must not be written because its counters are behind its trees, as a
 /// killed process leaves them; names --salvage.
 void require_true_counters(const std::string& path, const std::string& name);
+[[noreturn]] void refuse_stale_counters(const std::string& name);
 
 } // namespace velm::inspect

@@ -7,6 +7,7 @@
 #include "inspect/output_set.h"
 #include "inspect/store_export.h"
 #include "inspect/store_file.h"
+#include "inspect/stored_inspections.h"
 #include "inspect/table.h"
 #include "inspect/text_escape.h"
 #include "velm/store/store_check.h"
@@ -59,6 +60,35 @@ struct Told {
     ExitCode code = ExitCode::good;
 };
 
+// The inspections that `report` may be asked for. A damaged file may have none that can be read.
+void list_inspections(const StoreOptions& options, Told& told) {
+    Table table({{"record"}, {"inspection", false}, {"points"}, {"out of tolerance"}});
+    Json list = Json::array();
+    try {
+        StoreReader reader(options.file);
+        for (const StoredInspection& inspection : list_inspections(reader)) {
+            const RecordFields fields = inspection.fields(reader);
+            const auto count = [&](RecordKey key) {
+                return fields.has(key) ? Json(fields.count(key)) : Json();
+            };
+            const Json points = count(RecordKey::count), out = count(RecordKey::out_of_tolerance);
+            const auto shown = [](const Json& number) {
+                return number.is_null() ? "-" : grouped(number.get<std::uint64_t>(), ",");
+            };
+            table.add(
+                {std::to_string(inspection.number), inspection.title(), shown(points), shown(out)});
+            list.push_back({{"record", inspection.number},
+                            {"kind", fields.kind()},
+                            {"title", inspection.title()},
+                            {"points", points},
+                            {"out_of_tolerance", out}});
+        }
+    } catch (const Failure&) {
+    }
+    if (!list.empty()) told.text += "\n" + table.text();
+    told.json["inspections"] = std::move(list);
+}
+
 Told list(const StoreOptions& options) {
     require_store(options.file, options.file);
     const StoreReport report = check_store(options.file.c_str());
@@ -91,6 +121,7 @@ Told list(const StoreOptions& options) {
                  {"properties", properties},          {"last_identifier", report.last_identifier},
                  {"file_bytes", report.file_length},  {"free_bytes", report.free_bytes},
                  {"waste_bytes", report.waste_bytes}, {"faults", report.faults.count()}};
+    list_inspections(options, told);
     return told;
 }
 

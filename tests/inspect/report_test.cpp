@@ -1,4 +1,5 @@
-// What an inspection leaves for later: the edges and the points of a section as objects of a model.
+// What an inspection leaves for later: the edges and the points of a section as objects of a model,
+// and the reports made again of an object file.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -8,8 +9,12 @@
 #include "inspect/nominal_entities.h"
 #include "inspect/outline_reader.h"
 #include "inspect/profile.h"
+#include "inspect/section_record.h"
+#include "inspect/section_store.h"
 #include "inspect/section_target.h"
+#include "inspect/workshop.h"
 #include "support/random.h"
+#include "velm/store/store_check.h"
 
 namespace velm::inspect {
 namespace {
@@ -62,6 +67,122 @@ TEST(SectionTarget, LiesAsFarFromItsPlaneAsTheDeviationSays) {
         EXPECT_NEAR(target.distance_on_plane(), frame ? std::fabs(height) : 0.0, 1e-12);
         EXPECT_EQ(target.measured_point().id(), i + 1);
     }
+}
+
+using velm_test::Ended;
+using velm_test::Workshop;
+
+// Sections of each form, with ids that each report has to escape.
+struct Reported : Workshop {
+    Reported() {
+        write("plate.dat", velm_test::plate);
+        write("lid.txt", lid);
+        write("wing.dat", "w \"<\xC3\xA4>\n1 0\n.5 .1\n0 0\n\n.5 -.05\n1 0\n");
+        write("probed.csv",
+              "id,x,y,z,diameter\n\"a, \"\"b\"\"\n\xC3\xBC\",5,.5,39.5,1\n<b>\xFF,4.9,"
+              "2.05,40.125,\n,8,4.25,41,.5\n");
+    }
+    std::vector<std::string> texts(const Ended& ended) const {
+        return {std::to_string(ended.code), ended.out, read("r.json"), read("r.csv"),
+                read("r.svg")};
+    }
+    Ended inspect(const std::string& what) const { return run("section " + what + reports); }
+    Ended report(const std::string& what) const { return run("report " + what + reports); }
+    static constexpr const char* reports = " --json r.json --csv r.csv --svg r.svg";
+};
+
+TEST(Report, GivesTheBytesOfTheRunThatKeptIt) {
+    const char* const runs[] = {
+        "plate.dat probed.csv", "plate.dat probed.csv --tolerance -.3 .05 --diameter .1",
+        "wing.dat probed.csv --form round --tolerance 9",
+        "lid.txt probed.csv --tolerance .4 --frame .1 -.7 40  .1 .2 3  1 1 .3 --max-height 3",
+        "lid.txt probed.csv"};
+    const Reported here;
+    std::vector<std::vector<std::string>> kept;
+    for (const char* const run : runs) {
+        kept.push_back(here.texts(here.inspect(std::string(run) + " --store parts.velm")));
+        EXPECT_EQ(here.texts(here.report("parts.velm")), kept.back()) << run;
+    }
+    EXPECT_EQ(here.run("store parts.velm --compact new.velm").code, 0);
+    for (std::size_t i = 0; i < kept.size(); ++i) {
+        const Ended again = here.report("new.velm --record " + std::to_string(i + 1));
+        EXPECT_EQ(here.texts(again), kept[i]) << runs[i];
+        EXPECT_EQ(again.error, "");
+    }
+    const Ended last = here.run("report parts.velm");
+    EXPECT_NE(last.error.find("holds 5 inspections"), std::string::npos) << last.error;
+}
+
+TEST(Report, RefusesWhatIsNotWhole) {
+    const Reported here;
+    EXPECT_EQ(here.inspect("lid.txt probed.csv --store whole.velm").code, 0);
+    const std::string whole = here.read("whole.velm");
+    const auto refused = [&](const std::string& what, const std::string& why) {
+        const Ended ended = here.run("report " + what);
+        EXPECT_EQ(ended.code, 3) << what;
+        EXPECT_NE(ended.error.find(why), std::string::npos) << ended.error;
+    };
+    // Each object but the index lost in turn; those of the points are not needed.
+    const long objects = velm::check_store(here.path("whole.velm").c_str()).objects;
+    for (long lost = 2; lost <= objects; ++lost) {
+        here.write("less.velm", whole);
+        std::string class_name;
+        {
+            ERObjectDataBase store;
+            ASSERT_EQ(store.Open(here.path("less.velm").c_str(), 0), 1);
+            class_name = store.RetrieveAndCreate(lost)->className();
+            EXPECT_EQ(store.Delete(lost), 1);
+            store.Close();
+        }
+        if (class_name == "gmTargetPoint")
+            EXPECT_EQ(here.run("report less.velm").code, 0);
+        else
+            refused("less.velm", lost == 2                    ? "holds no inspection"
+                                 : class_name != "ERDBObject" ? "has lost its segment"
+                                                              : "is lost");
+    }
+
+    // A run that was stopped, behind one that wasn't.
+    here.write("parts.velm", whole);
+    {
+        const Outline outline = outline_from(lid);
+        OutputSet outputs;
+        SectionStore store(outputs, here.path("parts.velm"), outline, SectionHead());
+        store.add(SectionRow());
+        outputs.commit();
+    }
+    refused("parts.velm", "was not finished");
+    EXPECT_EQ(here.run("report parts.velm --record 1").code, 0);
+
+    refused("plate.dat", "is no object file");
+    refused("parts.velm --record 3", "holds 2 inspections");
+    EXPECT_EQ(here.run("report parts.velm --record 0").code, 2);
+    EXPECT_EQ(here.run("report parts.velm --json parts.velm").code, 2);
+    EXPECT_EQ(here.run("report nothing.velm").code, 4);
+}
+
+TEST(Report, StandsInTheFileAsTargetsAndNamedEdges) {
+    const Reported here;
+    EXPECT_EQ(here.inspect("lid.txt probed.csv --frame 1 2 40 0 0 1 1 0 0 --store s.velm").code, 0);
+    StoreReader reader(here.path("s.velm").string());
+    ASSERT_EQ(reader.size(), 1 + 3 + 8);
+    SectionRecord record(reader, list_inspections(reader).back());
+    SectionRow row;
+    for (long i = 1; record.next(row); ++i) {
+        const t_SmartPtr<ERDBObject> kept = reader.record(i);
+        const gmTargetPoint* const target = gmTargetPoint::castdown(kept->object().get());
+        ASSERT_NE(target, nullptr);
+        EXPECT_NEAR(target->distance_to_plane(), row.deviation, 1e-14);
+        EXPECT_EQ(target->measured_point().probe_center(), row.space->measured);
+        EXPECT_EQ(target->target_point(),
+                  record.head().frame->to_machine(
+                      ERPoint3D(row.comparison.foot.x(), row.comparison.foot.y(), 0)));
+    }
+    const t_SmartPtr<ERDBObject> arc = reader.record(1 + 3 + 1);
+    const RecordFields fields(*arc, reader.path());
+    EXPECT_EQ(fields.text(RecordKey::group_path), "/lid.txt/outer");
+    EXPECT_EQ(fields.text(RecordKey::type), "ERArc2D");
+    EXPECT_EQ(fields.text(RecordKey::name_space), "lid.txt");
 }
 
 } // namespace

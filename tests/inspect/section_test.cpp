@@ -172,8 +172,8 @@ TEST(Section, AFrameBringsPointsOfTheMachineIntoTheSection) {
     }
     EXPECT_EQ(shop.run("store s.velm --export texts").code, 0);
     const std::string kept = shop.read("texts/2-ERDBObject.txt") +
-                             shop.read("texts/43-ERDBObject.txt") +
-                             shop.read("texts/64-ERCircle2D.txt");
+                             shop.read("texts/83-ERDBObject.txt") +
+                             shop.read("texts/124-ERCircle2D.txt");
     const std::string texts[] = {"131: double 100\n", "class ERCircle2D\nCercle2D",
                                  "128: double " + shortest(report["points"][40]["height"])};
     for (const std::string& text : texts)

@@ -1,0 +1,24 @@
+// report.h: reports of the inspections that an object file holds: `ReportOptions`, `report_stored`.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "inspect/failure.h"
+#include "inspect/section_outputs.h"
+#include "inspect/stored_inspections.h"
+
+namespace velm::inspect {
+
+struct ReportOptions {
+    std::string store;
+    std::optional<long> number; ///< of the inspection, from 1; the last one without
+    SectionPaths paths;
+};
+
+/// Writes the table and the reports of one inspection as the run did that kept it, byte for byte.
+/// Which others there are is told on standard error where none was chosen. Ends as the run did.
+/// Throws `Failure`.
+ExitCode report_stored(const ReportOptions& options);
+
+} // namespace velm::inspect

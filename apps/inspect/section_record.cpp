@@ -1,0 +1,170 @@
+#include "inspect/section_record.h"
+
+#include <cmath>
+#include <numbers>
+
+#include "inspect/alignment_properties.h"
+#include "inspect/arguments.h"
+#include "inspect/outline_checks.h"
+#include "inspect/outline_forms.h"
+#include "velm/wireframe/segment.h"
+
+namespace velm::inspect {
+namespace {
+
+ERPoint2D point(const RecordFields& fields, RecordKey x, RecordKey y) {
+    return {fields.number(x), fields.number(y)};
+}
+
+// The last inspections without these keys can't be reported.
+void require_whole(const StoreReader& reader, const StoredInspection& inspection) {
+    const RecordFields fields = inspection.fields(reader);
+    if (fields.has(RecordKey::records)) return;
+    if (fields.has(RecordKey::count))
+        inspection.refuse(reader, "was kept by " + fields.optional_text(RecordKey::program) +
+                                      ", which left out what a report needs; inspect it again "
+                                      "with --store");
+    inspection.refuse(reader, "was not finished: the program that kept it was stopped");
+}
+
+// A whole turn at most, about a centre with a radius; other arcs can't be drawn.
+bool is_sound(const ERArc2D& arc) {
+    constexpr double most = 2.0 * std::numbers::pi * (1.0 + 1e-12);
+    const double start = arc.startAngle(), sweep = arc.endAngle() - start;
+    return std::isfinite(start) && sweep != 0.0 && std::fabs(sweep) <= most &&
+           std::isfinite(arc.center().x()) && std::isfinite(arc.center().y()) && arc.radius() > 0.0;
+}
+
+void read_place(const RecordFields& fields, SectionRow& row) {
+    row.measured = point(fields, RecordKey::measured_x, RecordKey::measured_y);
+    row.space.reset();
+    if (!fields.has(RecordKey::height)) return;
+    row.space =
+        SpacePoint{{row.measured.x(), row.measured.y(), fields.number(RecordKey::measured_z)},
+                   fields.number(RecordKey::height)};
+    row.measured = point(fields, RecordKey::section_x, RecordKey::section_y);
+}
+
+Comparison read_comparison(const RecordFields& fields, const Outline& outline) {
+    Comparison found;
+    found.foot = point(fields, RecordKey::foot_x, RecordKey::foot_y);
+    const std::uint64_t contour = fields.count(RecordKey::contour);
+    const std::uint64_t edge = fields.count(RecordKey::edge);
+    if (contour >= outline.contours.size() ||
+        edge >= static_cast<std::uint64_t>(outline.contours[contour].size()))
+        fields.refuse("its foot lies on an edge that the outline doesn't have");
+    found.contour = static_cast<int>(contour);
+    found.edge = static_cast<int>(edge);
+    found.parameter = fields.number(RecordKey::parameter);
+    found.distance = fields.number(RecordKey::distance);
+    found.outward =
+        ERVector2D(fields.number(RecordKey::outward_x), fields.number(RecordKey::outward_y));
+    if (found.parameter < 0.0 || found.parameter > 1.0)
+        fields.refuse("its foot lies beyond the ends of the edge");
+    return found;
+}
+
+} // namespace
+
+SectionRecord::SectionRecord(StoreReader& reader, const StoredInspection& inspection)
+    : reader_(reader), inspection_(inspection) {
+    require_whole(reader, inspection);
+    const RecordFields fields = inspection_.fields(reader);
+    count_ = fields.count(RecordKey::count);
+    read_head(fields);
+    read_outline(fields);
+}
+
+// The record of a place behind the head.
+t_SmartPtr<ERDBObject> SectionRecord::part(std::uint64_t at, const char* kind) const {
+    const auto records = static_cast<std::uint64_t>(reader_.size() - inspection_.index - 1);
+    t_SmartPtr<ERDBObject> record;
+    if (at < records) record = reader_.record(inspection_.index + 1 + static_cast<long>(at));
+    if (!record)
+        inspection_.refuse(reader_, "the record of " + std::string(kind) + " " +
+                                        std::to_string(kind == edge_kind ? at - count_ : at) +
+                                        " is lost");
+    const RecordFields fields(*record, reader_.path());
+    if (fields.kind() != kind || fields.count(RecordKey::section) !=
+                                     static_cast<std::uint64_t>(inspection_.head->getObjectID()))
+        fields.refuse("expected a record of kind \"" + std::string(kind) +
+                      "\" that belongs to "
+                      "inspection " +
+                      std::to_string(inspection_.number));
+    return record;
+}
+
+void SectionRecord::read_head(const RecordFields& fields) {
+    head_.nominal = fields.text(RecordKey::nominal);
+    head_.measured = fields.text(RecordKey::measured);
+    head_.tolerance = fields.tolerance();
+    head_.max_height = fields.optional_number(RecordKey::max_height);
+    try {
+        head_.alignment = get_alignment(fields.record());
+        if (fields.has(RecordKey::frame_numbers))
+            head_.frame.emplace(parse_numbers("frame", fields.text(RecordKey::frame_numbers)));
+    } catch (const Failure& failure) {
+        fields.refuse(failure.what());
+    }
+}
+
+void SectionRecord::read_outline(const RecordFields& fields) {
+    outline_.title = fields.optional_text(RecordKey::title);
+    const std::optional<OutlineForm> form = form_of_name(fields.text(RecordKey::form));
+    if (!form) fields.refuse("the form of the outline is unknown");
+    outline_.form = *form;
+    const std::uint64_t edges = fields.count(RecordKey::edge_count);
+    for (std::uint64_t edge = 0; edge < edges; ++edge) {
+        const t_SmartPtr<ERDBObject> record = part(count_ + edge, edge_kind);
+        add_edge(RecordFields(*record, reader_.path()));
+    }
+    if (outline_.contours.size() != fields.count(RecordKey::contour_count))
+        fields.refuse("the outline has another number of contours than it should");
+    for (const Contour& contour : outline_.contours)
+        if (!has_area(contour)) fields.refuse("a contour of the outline goes round no area");
+}
+
+void SectionRecord::add_edge(const RecordFields& fields) {
+    std::vector<Contour>& contours = outline_.contours;
+    const std::uint64_t at = fields.count(RecordKey::contour);
+    if (at == contours.size()) contours.emplace_back();
+    if (at + 1 != contours.size() ||
+        fields.count(RecordKey::edge) != static_cast<std::uint64_t>(contours.back().size()))
+        fields.refuse("the edge is not the next one of the outline");
+    const t_SmartPtr<ERObject> entity = fields.record().object();
+    if (const ERSegment2D* const segment = ERSegment2D::castdown(entity.get())) {
+        contours.back().append(segment->getP1());
+        return;
+    }
+    const ERCircle2D* const circle = ERCircle2D::castdown(entity.get());
+    const ERArc2D* arc = ERArc2D::castdown(entity.get());
+    if (circle == nullptr && arc == nullptr)
+        fields.refuse("the edge has lost its segment, arc or circle");
+    const ERArc2D turn = arc != nullptr ? *arc
+                                        : ERArc2D(*circle, fields.number(RecordKey::start_angle),
+                                                  fields.number(RecordKey::end_angle));
+    if (!is_sound(turn)) fields.refuse("the edge is no arc of a circle");
+    contours.back().append(point(fields, RecordKey::vertex_x, RecordKey::vertex_y), turn);
+}
+
+bool SectionRecord::next(SectionRow& row) {
+    if (read_ == count_) return false;
+    const t_SmartPtr<ERDBObject> record = part(read_, point_kind);
+    const RecordFields fields(*record, reader_.path());
+    if (fields.count(RecordKey::number) != read_) fields.refuse("the point is not the next one");
+    row.index = read_++;
+    row.id = fields.text(RecordKey::point_id);
+    read_place(fields, row);
+    get_aligned(*record, row);
+    row.diameter = fields.number(RecordKey::diameter);
+    row.comparison = read_comparison(fields, outline_);
+    row.deviation = fields.number(RecordKey::deviation);
+    if (std::fabs(row.deviation) > largest_deviation)
+        fields.refuse("the deviation is larger than any can be");
+    if (row.space.has_value() != head_.frame.has_value())
+        fields.refuse("expected the point's height where the section has a frame, and only there");
+    judge(row, head_.tolerance);
+    return true;
+}
+
+} // namespace velm::inspect
