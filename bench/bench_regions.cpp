@@ -113,6 +113,17 @@ void points_region(benchmark::State& state) {
         return asked.CheckPoint(p, contour) == REGION_INSIDE;
     });
 }
+/// The polygons where the raster can't tell.
+void points_raster_then_region(benchmark::State& state) {
+    const ERRegion2D asked = region(static_cast<int>(state.range(0)));
+    const ERRegion2DGrid raster(asked);
+    million_points(state, [&](const ERPoint2D& p) {
+        const ERRegion2DGrid::STATE known = raster.inside(p);
+        if (known != ERRegion2DGrid::STATE_CROSSING) return known == ERRegion2DGrid::STATE_INSIDE;
+        int contour = 0;
+        return asked.CheckPoint(p, contour) == REGION_INSIDE;
+    });
+}
 void points_raster_alone(benchmark::State& state) {
     const ERRegion2D asked = region(static_cast<int>(state.range(0)));
     const ERRegion2DGrid raster(asked);
@@ -378,6 +389,7 @@ void chain_sizes(benchmark::internal::Benchmark* row) {
 
 BENCHMARK(make_raster)->Apply(sizes);
 BENCHMARK(points_region)->Apply(sizes);
+BENCHMARK(points_raster_then_region)->Apply(sizes);
 BENCHMARK(points_raster_alone)->Apply(sizes);
 BENCHMARK(boxes_region)->Apply(sizes);
 BENCHMARK(boxes_raster_alone)->Apply(sizes);

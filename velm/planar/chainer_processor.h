@@ -21,6 +21,10 @@ class ChainEndIndex;
 ///
 /// The chains that a piece may meet are found by the places of their ends, so pieces and chains
 /// must not change once they are in, but by the operations here. A piece is for one chain.
+///
+/// Time goes with the number of pieces, with that of the ends in one place, and with that of the
+/// pieces that are turned round: where both ends that meet are last ones or first ones, all of the
+/// chain under way is, however long it has become.
 class VELM_API ERChainerProcessor {
 public:
     using Comparison = SegCompState (*)(ERChainedMetaSeg2D const&, ERChainedMetaSeg2D const&,
