@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # demo.sh: installs what is missing, builds the library and velm-inspect, makes three parts with a
-# simulated probing, a blade, a link of arcs and a pressed panel, inspects them, and says where the
-# reports and the pictures are.
+# simulated probing, a blade, a link of arcs and a pressed panel, inspects them, keeps two of the
+# inspections in an object file, reports them again from it, and says where the reports and the
+# pictures are.
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install_packages.sh build
@@ -42,6 +43,28 @@ inspect() { # NAME ARGUMENTS...
         "$([ "$code" = 0 ] && echo "all points are in tolerance" || echo "some points are out of tolerance")"
 }
 
+# Reports inspection NUMBER from the object file, by a process that knows nothing else, and compares
+# the reports with those of the run, NAME.KIND, byte for byte.
+reopen() { # NUMBER NAME KIND...
+    local number=$1 name=$2 code=0 kind arguments=()
+    shift 2
+    for kind in "$@"; do arguments+=("--$kind" "stored_$name.$kind"); done
+    printf '\n$ velm-inspect report parts.velm --record %s %s\n\n' "$number" "${arguments[*]}"
+    (cd "$out" && "$program" report parts.velm --record "$number" "${arguments[@]}") \
+        >"$out/stored_$name.txt" || code=$?
+    if [ "$code" -gt 1 ]; then exit "$code"; fi
+    for kind in txt "$@"; do
+        if ! cmp -s "$out/$name.$kind" "$out/stored_$name.$kind"; then
+            echo "The object file doesn't give the report again: stored_$name.$kind differs from" \
+                "$name.$kind, both in $out." >&2
+            exit 1
+        fi
+    done
+    awk '/^$/ { blocks++ } blocks == 1 && NF && ++shown <= 5' "$out/stored_$name.txt"
+    printf '\nThe same as the run wrote: the table of %s points and the files (%s), number for number.\n' \
+        "$(($(wc -l <"$out/$name.csv") - 1))" "$*"
+}
+
 printf '\n$ cd %s\n' demo-output
 inspect report section blade.dat probed.csv --tolerance 0.05 --store parts.velm \
     --json report.json --csv report.csv --svg report.svg
@@ -51,6 +74,8 @@ inspect link_report section link.txt link.csv --tolerance 0.03 \
 inspect bore_report fit circle bore.csv --inside --tolerance 0.015 --json bore_report.json
 inspect panel_report targets panel.csv --tolerance 0.2 --align bestfit --store parts.velm \
     --json panel_report.json --csv panel_report.csv --html panel_report.html
+reopen 1 report json csv svg
+reopen 2 panel_report json csv html
 cat <<END
 
 The blade has a bow and a dent; the link, of lines and arcs and probed in space, a large end that

@@ -266,12 +266,25 @@ def check_bore(folder):
     return check.faults + (not points)
 
 
+def check_stored(folder):
+    """The reports from the object file are those of the runs."""
+    check = Check()
+    for name in ["report", "panel_report"]:
+        stored = sorted(folder.glob(f"stored_{name}.*"))
+        check.same(f"stored reports of {name}", len(stored), 4)
+        for path in stored:
+            run = folder / path.name.removeprefix("stored_")
+            check.same(f"{path.name} is {run.name}", path.read_bytes() == run.read_bytes(), True)
+    print(f"parts.velm: {check.faults} faults")
+    return check.faults
+
+
 def main():
     folder = pathlib.Path(sys.argv[1])
     frame = Frame([412.5, 230.0, 95.0, 0.02, -0.01, 1.0, 4.0, 3.0, 0.0])
     faults = check_report(folder, "probed.csv", "report", read_vertices(folder / "blade.dat"))
     faults += check_report(folder, "link.csv", "link_report", read_arcs(folder / "link.txt"), frame)
-    faults += check_panel(folder) + check_bore(folder)
+    faults += check_panel(folder) + check_bore(folder) + check_stored(folder)
     return 1 if faults else 0
 
 

@@ -2,6 +2,8 @@
 
 #include "inspect/progress.h"
 #include "inspect/section_record.h"
+#include "inspect/target_outputs.h"
+#include "inspect/target_record.h"
 
 namespace velm::inspect {
 namespace {
@@ -21,12 +23,32 @@ ExitCode report_section(StoreReader& reader, const StoredInspection& inspection,
     return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
 }
 
+ExitCode report_targets(StoreReader& reader, const StoredInspection& inspection,
+                        const ReportOptions& options) {
+    if (options.paths.svg)
+        throw Failure(ExitCode::usage, "--svg: inspection " + std::to_string(inspection.number) +
+                                           " is of targets, which have a page with their picture "
+                                           "(--html)");
+    TargetRecord record(reader, inspection);
+    TargetOutputs outputs(record.head(), {options.paths.json, options.paths.csv, options.paths.html,
+                                          options.paths.quiet});
+    Progress progress(!options.paths.quiet);
+    TargetRow row;
+    for (std::uint64_t count = 1; record.next(row); ++count) {
+        outputs.add(row);
+        progress.update(count, count, record.count());
+    }
+    progress.clear();
+    outputs.finish();
+    return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+}
+
 // Each kind of inspection has a reader of its own.
 struct KindOfReport {
     const char* kind;
     ExitCode (*report)(StoreReader&, const StoredInspection&, const ReportOptions&);
 };
-constexpr KindOfReport kinds[] = {{section_kind, report_section}};
+constexpr KindOfReport kinds[] = {{section_kind, report_section}, {targets_kind, report_targets}};
 
 std::string numbered(const StoredInspection& inspection) {
     return std::to_string(inspection.number) + " (" + inspection.title() + ")";

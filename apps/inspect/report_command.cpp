@@ -19,7 +19,7 @@ constexpr const char* examples =
 struct Texts {
     ReportOptions options;
     long number = 0;
-    std::string json, csv, svg;
+    std::string json, csv, svg, html;
 };
 
 ReportOptions understand(const CLI::App& report, const Texts& texts) {
@@ -32,6 +32,7 @@ ReportOptions understand(const CLI::App& report, const Texts& texts) {
     outputs.take("--json", texts.json, options.paths.json);
     outputs.take("--csv", texts.csv, options.paths.csv);
     outputs.take("--svg", texts.svg, options.paths.svg);
+    outputs.take("--html", texts.html, options.paths.html);
     outputs.check({options.store}, !options.paths.quiet);
     return options;
 }
@@ -56,6 +57,7 @@ void add_report_command(CLI::App& app, Command& command) {
     report->add_option("--json", texts->json, "Writes the report as JSON")->type_name("FILE");
     report->add_option("--csv", texts->csv, "Writes the rows as CSV")->type_name("FILE");
     report->add_option("--svg", texts->svg, "Draws the picture")->type_name("FILE");
+    report->add_option("--html", texts->html, "Writes the report as one page")->type_name("FILE");
     report->add_flag("--quiet", texts->options.paths.quiet, "No table, no summary, no progress");
     report->callback([report, texts, &command] {
         command = [options = understand(*report, *texts)] { return report_stored(options); };

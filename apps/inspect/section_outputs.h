@@ -17,7 +17,7 @@ namespace velm::inspect {
 
 /// Where the reports go; those not asked for have no value.
 struct SectionPaths {
-    std::optional<std::string> json, csv, svg;
+    std::optional<std::string> json, csv, svg, html;
     bool quiet = false; ///< no table
 };
 

@@ -97,8 +97,7 @@ TargetRow TargetReader::row(int number) const {
     const ERCMMPointWithDiameter measured(touched, direction, ball, number);
     row.target = is_filled(nom_i) ? gmTargetPoint(nominal, measured, direction)
                                   : gmTargetPoint(nominal, measured);
-    constexpr double largest_deviation = 1e150; // whose square is a double
-    if (!(row.target.distance_to_point() <= largest_deviation))
+    if (!is_comparable(row.target))
         throw RowFault("the point lies too far from its nominal to be compared");
     return row;
 }

@@ -8,6 +8,8 @@ double deviation_of(const gmTargetPoint& target) {
                                                            : target.distance_to_point();
 }
 
+bool is_comparable(const gmTargetPoint& target) { return target.distance_to_point() <= 1e150; }
+
 void judge(TargetRow& row, const std::optional<Tolerance>& tolerance) {
     const bool has_normal = row.target.is_compensated() != 0;
     row.deviation = deviation_of(row.target);

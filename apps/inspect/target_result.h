@@ -18,6 +18,9 @@ struct TargetRow : Judged {
 /// The deviation as it is judged.
 double deviation_of(const gmTargetPoint& target);
 
+/// Whether the square of the distance is a double.
+bool is_comparable(const gmTargetPoint& target);
+
 /// Fills in the deviation and what follows from it. A direct target is in tolerance up to the upper
 /// limit, whatever the lower one.
 void judge(TargetRow& row, const std::optional<Tolerance>& tolerance);

@@ -1,5 +1,7 @@
 #include "inspect/target_store.h"
 
+#include "inspect/alignment_properties.h"
+#include "inspect/nominal_point.h"
 #include "inspect/record_colour.h"
 #include "inspect/record_properties.h"
 #include "velm/version.h"
@@ -12,7 +14,12 @@ TargetStore::TargetStore(OutputSet& outputs, const std::string& path, const Targ
     put(*head_, RecordKey::program, std::string("velm-inspect " VELM_VERSION_STRING));
     put(*head_, RecordKey::table, head.table);
     put_tolerance(*head_, head.tolerance);
+    put_alignment(*head_, head.alignment);
     if (head.skipped) put_count(*head_, RecordKey::skipped, *head.skipped);
+    const CADObjectID nominal = nominal_point(head, 0);
+    put(*head_, RecordKey::group_path, std::string(nominal.group_structure().path().view()));
+    put(*head_, RecordKey::type, std::string(nominal.type().view()));
+    put(*head_, RecordKey::name_space, std::string(nominal.name_space().name().view()));
     file_.save(head_);
 }
 
@@ -28,12 +35,14 @@ void TargetStore::add(const TargetRow& row) {
         put(*record, RecordKey::distance_on_plane, row.target.distance_on_plane());
     }
     put(*record, RecordKey::distance, row.target.distance_to_point());
+    put_deviation_before(*record, row);
     if (row.in_tolerance) put(*record, RecordKey::within, *row.in_tolerance ? 1 : 0);
     file_.save(record);
 }
 
 void TargetStore::finish(const Summary& summary) {
     put_summary(*head_, summary);
+    put_count(*head_, RecordKey::records, summary.deviations.count());
     file_.save_again(*head_);
     file_.close();
 }

@@ -1,7 +1,9 @@
 // velm-inspect targets --store: what the object file holds.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
+#include <vector>
 
 #include "inspect/record_keys.h"
 #include "inspect/workshop.h"
@@ -12,6 +14,7 @@
 namespace {
 
 using velm::inspect::RecordKey;
+using velm_test::Ended;
 using velm_test::Workshop;
 
 // A tilted normal of no round length, a point of the surface, a direct target, a row of letters and
@@ -24,6 +27,10 @@ constexpr const char* table = "id,nom_x,nom_y,nom_z,nom_i,nom_j,nom_k,x,y,z,diam
                               "bad,1,2,x,,,,1,2,3,5,,,\n"
                               ",1,2,3,0,0,1,1,2,4.04,2,,,\n";
 
+t_SmartPtr<ERDBObject> record(ERDataBase& store, long index) {
+    gmErrorCode code = gmSuccess;
+    return t_SmartPtr<ERDBObject>(ERDBObject::castdown(store.restore(index, code).get()));
+}
 ERDBObjProperty property(const ERDBObject& record, RecordKey key) {
     return record.property(static_cast<long>(key));
 }
@@ -42,18 +49,16 @@ TEST(TargetStore, HoldsWhatTheReportSaysAndTheBall) {
     ERDataBase store;
     ASSERT_EQ(store.Open(shop.path("s.velm").c_str(), 1), gmSuccess);
     ASSERT_EQ(store.getNbEnt(), 2 * 5);
-    const auto record = [&](long index) {
-        gmErrorCode code = gmSuccess;
-        return t_SmartPtr<ERDBObject>(ERDBObject::castdown(store.restore(index, code).get()));
-    };
-    const t_SmartPtr<ERDBObject> head = record(5);
+    const t_SmartPtr<ERDBObject> head = record(store, 5);
     EXPECT_EQ(text(*head, RecordKey::kind), "targets");
     EXPECT_EQ(text(*head, RecordKey::table), "t.csv");
     EXPECT_EQ(int(property(*head, RecordKey::skipped)), 1);
+    EXPECT_EQ(text(*head, RecordKey::group_path), "/t.csv");
+    EXPECT_EQ(text(*head, RecordKey::type), "ERPoint3D");
     EXPECT_EQ(double(property(*head, RecordKey::rms)), report["summary"]["rms"]);
     const double diameters[] = {3, 0, 5, 2};
     for (int row = 0; row < 4; ++row) {
-        const t_SmartPtr<ERDBObject> found = record(6 + row);
+        const t_SmartPtr<ERDBObject> found = record(store, 6 + row);
         const nlohmann::json& told = report["points"][std::size_t(row)];
         EXPECT_EQ(text(*found, RecordKey::kind), "target");
         EXPECT_EQ(long(property(*found, RecordKey::targets)), head->getObjectID());
@@ -83,6 +88,47 @@ TEST(TargetStore, HoldsWhatTheReportSaysAndTheBall) {
     }
 }
 
+// Each run of targets, and between them a section, in one file; then a fresh process for each.
+TEST(TargetStore, ReportsComeBackByteForByte) {
+    Workshop shop;
+    shop.write("t.csv", table);
+    shop.write("plate.dat", velm_test::plate);
+    shop.write("probed.csv", "id,x,y\nA,5,-0.02\n");
+    const char* const runs[] = {
+        "targets t.csv --skip-bad", "targets t.csv --skip-bad --tolerance -.1 .05",
+        "section plate.dat probed.csv --tolerance .01", "targets - --skip-bad --tolerance 4 <t.csv",
+        "targets t.csv --skip-bad --align bestfit --tolerance .01"};
+    const auto reports = [](const std::string& run) {
+        return " --json j --csv c --" + std::string(run[0] == 's' ? "svg" : "html") + " h";
+    };
+    std::vector<std::vector<std::string>> kept;
+    const auto bytes = [&](const Ended& end) {
+        return std::vector{std::to_string(end.code), end.out, shop.read("j"), shop.read("c"),
+                           shop.read("h")};
+    };
+    for (const std::string run : runs)
+        kept.push_back(bytes(shop.run(run + reports(run) + " --store s.velm")));
+    for (std::size_t n = 0; n < kept.size(); ++n) {
+        EXPECT_LE(std::stoi(kept[n][0]), 1) << runs[n] << kept[n][1];
+        const std::string number = std::to_string(n + 1);
+        EXPECT_EQ(bytes(shop.run("report s.velm --record " + number + reports(runs[n]))), kept[n])
+            << runs[n];
+    }
+    // A record that was changed is found out, and nothing is written.
+    ERDataBase store;
+    ASSERT_EQ(store.Open(shop.path("s.velm").c_str(), 0), gmSuccess);
+    const t_SmartPtr<ERDBObject> row = record(store, store.getNbEnt() - 2);
+    row->property(static_cast<long>(RecordKey::distance), 0.25);
+    row->property(static_cast<long>(RecordKey::deviation), 0.25);
+    ASSERT_TRUE(row->Save(nullptr));
+    ASSERT_EQ(store.Close(), gmSuccess);
+    const Ended end = shop.run("report s.velm --json new");
+    EXPECT_EQ(end.code, 3);
+    EXPECT_NE(end.error.find("what was found contradicts the target"), std::string::npos)
+        << end.error;
+    EXPECT_FALSE(std::filesystem::exists(shop.path("new")));
+}
+
 TEST(TargetStore, IsRefusedBesideItsInput) {
     Workshop shop;
     shop.write("t.csv", table);
@@ -96,7 +142,7 @@ TEST(TargetStore, IsRefusedBesideItsInput) {
                          {"--store j.json --json j.json", "j.json", 2},
                          {"--store -", "--store: an object file can't go to standard output", 2}};
     for (const auto& [arguments, why, code] : refused) {
-        const velm_test::Ended end = shop.run("targets t.csv --skip-bad " + std::string(arguments));
+        const Ended end = shop.run("targets t.csv --skip-bad " + std::string(arguments));
         EXPECT_EQ(end.code, code) << arguments << end.error;
         EXPECT_NE(end.error.find(why), std::string::npos) << end.error;
     }

@@ -124,12 +124,16 @@ TEST(Targets, BestFitTakesTheMotionAwayAndThePageEscapesIds) {
     EXPECT_EQ(shop.read_json("j.json")["alignment"]["held"].size(), 3u);
 }
 
-// Six car panels with the deviations that the measuring software published.
+// Six car panels with the deviations that the measuring software published, from the object file.
 TEST(Targets, TheCarPanelsPublishedDeviationsComeOut) {
     const std::string stem = std::string(VELM_REAL_DATA) + "/cmm/SheetMetal_6_samples_";
     if (!std::filesystem::exists(stem + "features.csv")) GTEST_SKIP() << "no real data here";
     Workshop shop;
-    EXPECT_EQ(shop.run("targets '" + stem + "features.csv' --json j.json --quiet").code, 0);
+    EXPECT_EQ(
+        shop.run("targets '" + stem + "features.csv' --json run.json --store s.velm --quiet").code,
+        0);
+    EXPECT_EQ(shop.run("report s.velm --json j.json --quiet").code, 0);
+    EXPECT_EQ(shop.read("j.json"), shop.read("run.json"));
     const auto rows = [&](const char* file, const std::vector<std::string_view>& columns) {
         velm::inspect::TextSource source(stem + file);
         velm::inspect::CsvRecords records(source, columns);

@@ -1,0 +1,87 @@
+#include "inspect/target_record.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "inspect/alignment_properties.h"
+
+namespace velm::inspect {
+namespace {
+
+TargetHead head_of(const RecordFields& fields) {
+    TargetHead head;
+    head.table = fields.text(RecordKey::table);
+    head.tolerance = fields.tolerance();
+    head.alignment = get_alignment(fields.record());
+    if (fields.has(RecordKey::skipped)) head.skipped = fields.count(RecordKey::skipped);
+    return head;
+}
+
+double largest_coordinate(const ERPoint3D& p) {
+    return std::max({std::fabs(p.x()), std::fabs(p.y()), std::fabs(p.z())});
+}
+
+// What was found has been found again from the target, and must be what the record says, but for
+// roundings of a program of another version.
+void require_same(const TargetRow& row, const RecordFields& fields) {
+    const gmTargetPoint& target = row.target;
+    const bool has_normal = target.is_compensated() != 0;
+    const double told = fields.number(has_normal ? RecordKey::deviation : RecordKey::distance);
+    const double size =
+        largest_coordinate(target.target_point()) + largest_coordinate(target.calculated_point());
+    const bool same_judgement =
+        !row.in_tolerance || *row.in_tolerance == (fields.count(RecordKey::within) != 0);
+    if (!(std::fabs(told - row.deviation) <= 1e-12 * size) || !same_judgement)
+        fields.refuse("what was found contradicts the target");
+}
+
+} // namespace
+
+TargetRecord::TargetRecord(StoreReader& reader, const StoredInspection& inspection)
+    : reader_(reader), inspection_(inspection) {
+    const RecordFields fields = inspection_.fields(reader);
+    if (!fields.has(RecordKey::records))
+        inspection_.refuse(reader, "was not finished: the program that kept it was stopped");
+    head_ = head_of(fields);
+    count_ = fields.count(RecordKey::count);
+    if (count_ == 0) fields.refuse("expected at least one target");
+}
+
+t_SmartPtr<ERDBObject> TargetRecord::next_record() const {
+    const auto records = static_cast<std::uint64_t>(reader_.size() - inspection_.index - 1);
+    t_SmartPtr<ERDBObject> record;
+    if (read_ < records) record = reader_.record(inspection_.index + 1 + static_cast<long>(read_));
+    if (!record)
+        inspection_.refuse(reader_, "the record of row " + std::to_string(read_ + 1) + " is lost");
+    const RecordFields fields(*record, reader_.path());
+    if (fields.kind() != target_kind ||
+        fields.count(RecordKey::targets) !=
+            static_cast<std::uint64_t>(inspection_.head->getObjectID()))
+        fields.refuse("expected a record of kind \"" + std::string(target_kind) +
+                      "\" that belongs to inspection " + std::to_string(inspection_.number));
+    return record;
+}
+
+bool TargetRecord::next(TargetRow& row) {
+    if (read_ == count_) return false;
+    const t_SmartPtr<ERDBObject> record = next_record();
+    const RecordFields fields(*record, reader_.path());
+    const t_SmartPtr<ERObject> object = record->object();
+    const gmTargetPoint* const target = gmTargetPoint::castdown(object.get());
+    if (target == nullptr || !is_comparable(*target))
+        fields.refuse("expected a target whose points can be compared");
+    if (static_cast<std::uint64_t>(target->measured_point().id()) != ++read_)
+        fields.refuse("the target is not the next one");
+    row.id = fields.text(RecordKey::point_id);
+    row.target = *target;
+    get_deviation_before(*record, row);
+    if (row.deviation_before.has_value() != head_.alignment.has_value())
+        fields.refuse("expected the deviation before an alignment where there is one, and only "
+                      "there");
+    judge(row, head_.tolerance);
+    require_same(row, fields);
+    return true;
+}
+
+} // namespace velm::inspect
