@@ -56,8 +56,8 @@ public:
     /// The value of the cell under p, 0 outside the raster.
     Value value(const ERPoint2D& p) const {
         // One branch, that hardly ever goes another way.
-        const bool is_within = (p.x() >= box_.xmin) & (p.x() <= box_.xmax) & (p.y() >= box_.ymin) &
-                               (p.y() <= box_.ymax);
+        const int is_within = int{p.x() >= box_.xmin} & (p.x() <= box_.xmax) &
+                              (p.y() >= box_.ymin) & (p.y() <= box_.ymax);
         if (!is_within) return unknown;
         return cells_[index(column_of(p.x()), row_of(p.y()))];
     }
