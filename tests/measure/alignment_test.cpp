@@ -18,10 +18,7 @@ using velm_test::Random;
 
 constexpr double size = 100;
 
-ERVector3D direction(Random& random) {
-    const auto u = [&] { return random.uniform(-1, 1); };
-    return ERVector3D(u(), u(), u()).normalize();
-}
+ERVector3D direction(Random& random) { return random.direction<ERVector3D>(); }
 
 ERPmIsometrie3D motion(Random& random, double angle, double way) {
     return ERTranslation3D(direction(random) * way) *
@@ -120,9 +117,8 @@ TEST(Alignment, FindsTheMotionOfASection) {
     const std::vector<ERPoint2D> outline = {{0, 0},   {100, 0}, {100, 30},
                                             {35, 40}, {30, 90}, {0, 80}};
     const auto motion_by = [&](double way, double angle) {
-        const auto u = [&] { return random.uniform(-1, 1); };
-        return ERTransfo2D(ERVector2D(u(), u()) * way) *
-               ERTransfo2D::rotation(ERRadian(u() * angle));
+        return ERTransfo2D(random.value<ERVector2D>(way)) *
+               ERTransfo2D::rotation(ERRadian(random.uniform(-angle, angle)));
     };
     for (int round = 0; round < 60; ++round) {
         const double radius = round % 2, noise = round % 4 < 2 ? 0.02 : 0;

@@ -20,9 +20,7 @@ namespace {
 
 velm_test::Random draw{92};
 
-ERPoint3D point(double size) {
-    return {draw.uniform(-size, size), draw.uniform(-size, size), draw.uniform(-size, size)};
-}
+ERPoint3D point(double size) { return draw.value<ERPoint3D>(size); }
 
 /// The steps one by one, with the elimination as it is.
 ERPlane stepwise(const ERVec<ERPoint3D>& points) {

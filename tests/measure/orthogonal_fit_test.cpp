@@ -39,20 +39,15 @@ std::vector<std::vector<double>> rows(const std::string& name, int skip) {
     return result;
 }
 
-ERPoint2D flat(const std::vector<double>& v, std::size_t at = 0) { return {v[at], v[at + 1]}; }
-ERPoint3D solid(const std::vector<double>& v, std::size_t at = 0) {
-    return {v[at], v[at + 1], v[at + 2]};
+template <class Point>
+Point place(const std::vector<double>& v, std::size_t at = 0) {
+    return Point::each([&](int k) { return v[at + static_cast<std::size_t>(k)]; });
 }
-std::vector<ERPoint2D> flat_points(const std::vector<std::vector<double>>& table) {
-    std::vector<ERPoint2D> result;
+template <class Point>
+std::vector<Point> places(const std::vector<std::vector<double>>& table) {
+    std::vector<Point> result;
     for (const auto& row : table)
-        result.push_back(flat(row));
-    return result;
-}
-std::vector<ERPoint3D> solid_points(const std::vector<std::vector<double>>& table) {
-    std::vector<ERPoint3D> result;
-    for (const auto& row : table)
-        result.push_back(solid(row));
+        result.push_back(place<Point>(row));
     return result;
 }
 
@@ -80,7 +75,7 @@ TEST(OrthogonalFit, AgainstMultiplePrecision) {
             table.push_back(numbers_of(line));
         std::getline(in, line);
         const auto answer = numbers_of(line.substr(7));
-        const auto two = flat_points(table);
+        const auto two = places<ERPoint2D>(table);
         ++problems;
         const auto expect_axis = [&](const auto& fit, const auto& points, const auto& centroid,
                                      const auto& axis, const auto& found, double spread) {
@@ -93,19 +88,20 @@ TEST(OrthogonalFit, AgainstMultiplePrecision) {
         };
         const double spread = name == "far" ? 50 : name == "narrow" ? 0.25 : INFINITY;
         if (kind == "plane") {
-            const auto points = solid_points(table);
+            const auto points = places<ERPoint3D>(table);
             const velm::PlaneFit fit = velm::fit_plane(points, {0, 0, -1});
-            expect_axis(fit, points, solid(answer), ERVector3D(solid(answer, 3)), fit.normal,
-                        spread);
+            expect_axis(fit, points, place<ERPoint3D>(answer), place<ERVector3D>(answer, 3),
+                        fit.normal, spread);
             EXPECT_LT(fit.normal.k(), 0.0);
         } else if (kind == "line3d") {
-            const auto points = solid_points(table);
+            const auto points = places<ERPoint3D>(table);
             const velm::LineFit3D fit = velm::fit_line(points);
-            expect_axis(fit, points, solid(answer), ERVector3D(solid(answer, 3)), fit.direction,
-                        50);
+            expect_axis(fit, points, place<ERPoint3D>(answer), place<ERVector3D>(answer, 3),
+                        fit.direction, 50);
         } else if (kind == "line2d") {
             const velm::LineFit2D fit = velm::fit_line(two);
-            expect_axis(fit, two, flat(answer), ERVector2D(flat(answer, 2)), fit.direction, 50);
+            expect_axis(fit, two, place<ERPoint2D>(answer), place<ERVector2D>(answer, 2),
+                        fit.direction, 50);
         } else {
             const velm::CircleFit2D fit = velm::fit_circle(two);
             EXPECT_EQ(fit.outcome, FitOutcome::fitted);
@@ -113,7 +109,7 @@ TEST(OrthogonalFit, AgainstMultiplePrecision) {
             const double chord = distance(two.front(), two.back());
             const double weight = std::max(1.0, 8.0 * answer[2] * answer[2] / (chord * chord));
             const double rounding = slack(two, 8 * weight);
-            EXPECT_LE(distance(fit.center, flat(answer)), rounding);
+            EXPECT_LE(distance(fit.center, place<ERPoint2D>(answer)), rounding);
             EXPECT_NEAR(fit.radius, answer[2], rounding);
             EXPECT_NEAR(fit.rms, answer[3], slack(two, 8));
             EXPECT_LE(fit.iteration.last_step, answer[2] * 1e-10);
@@ -128,7 +124,7 @@ TEST(OrthogonalFit, CertifiedCircles) {
     double worst = 0.0;
     for (int set = 1; set <= 30; ++set) {
         const std::string name = data + "/fit/nist_circle2d/cir2d" + std::to_string(set);
-        const auto points = solid_points(rows(name + ".ds", 1));
+        const auto points = places<ERPoint3D>(rows(name + ".ds", 1));
         if (points.empty()) continue;
         SCOPED_TRACE(name);
         ++sets;
@@ -136,10 +132,10 @@ TEST(OrthogonalFit, CertifiedCircles) {
         for (const auto& row : rows(name + ".fit", 0))
             certified.push_back(row[0]);
         const double diameter = certified[6];
-        const ERVector3D axis(solid(certified, 3));
+        const auto axis = place<ERVector3D>(certified, 3);
         const velm::CircleFit3D fit = velm::fit_circle(points, axis);
         ASSERT_EQ(fit.outcome, FitOutcome::fitted);
-        worst = std::max({worst, distance(fit.center, solid(certified)) / diameter,
+        worst = std::max({worst, distance(fit.center, place<ERPoint3D>(certified)) / diameter,
                           std::fabs(2 * fit.radius - diameter) / diameter});
         EXPECT_EQ(fit.normal, axis); // the points lie in a plane of a constant coordinate
         EXPECT_EQ(fit.plane_rms, 0.0);
@@ -150,8 +146,8 @@ TEST(OrthogonalFit, CertifiedCircles) {
 }
 
 TEST(OrthogonalFit, PublishedFits) {
-    const auto plane = solid_points(rows(data + "/fit/fitting_kern/niemeier_1135.plane", 0));
-    const auto bopp = flat_points(rows(data + "/fit/fitting_kern/bopp.circle", 0));
+    const auto plane = places<ERPoint3D>(rows(data + "/fit/fitting_kern/niemeier_1135.plane", 0));
+    const auto bopp = places<ERPoint2D>(rows(data + "/fit/fitting_kern/bopp.circle", 0));
     if (plane.empty()) GTEST_SKIP() << "no data in " << data << "/fit";
     const velm::PlaneFit fit = velm::fit_plane(plane);
     EXPECT_TRUE(isEqual(fit.centroid, {1.5, 1.5, 0.24945625}, 1e-15));
@@ -183,9 +179,9 @@ TEST(OrthogonalFit, ACoordinateMeasuringMachinesResults) {
     std::vector<ERPoint3D> plane;
     const std::vector<double> circle_sets = {29, 262, 510};
     for (const auto& row : table) {
-        if (row[0] == 12) plane.push_back(solid(row, 4));
+        if (row[0] == 12) plane.push_back(place<ERPoint3D>(row, 4));
         for (std::size_t k = 0; k < 3; ++k)
-            if (row[0] == circle_sets[k]) circles[k].push_back(flat(row, 4));
+            if (row[0] == circle_sets[k]) circles[k].push_back(place<ERPoint2D>(row, 4));
     }
     const double reported[3][3] = {{0.00080940233, 0.00031692348, 12.091599179226},
                                    {-33.202287934878, -4.336695992982, 12.095569950907},
@@ -216,12 +212,10 @@ TEST(OrthogonalFit, IsTheLeastOneForArcsOfEveryLength) {
     for (int round = 0; round < 400; ++round) {
         const double span = std::pow(10.0, draw.uniform(-2.0, 0.79));
         const double noise = round % 4 == 0 ? 0.0 : span * span * draw.uniform(0.0, 0.02);
-        const ERVector3D normal =
-            ERVector3D(draw.uniform(-1, 1), draw.uniform(-1, 1), draw.uniform(-1, 1))
-                .getnormalized();
+        const ERVector3D normal = draw.direction<ERVector3D>();
         ERVector3D u, v;
         GetOrthogonalDirections(normal, u, v);
-        const ERPoint3D center(draw.uniform(-9, 9), draw.uniform(-9, 9), draw.uniform(-9, 9));
+        const ERPoint3D center = draw.value<ERPoint3D>(9);
         std::vector<ERPoint2D> points;
         std::vector<ERPoint3D> raised;
         const int count = 3 + draw.below(60);
@@ -271,26 +265,21 @@ TEST(OrthogonalFit, Refusals) {
     for (ERPoint3D& p : cube)
         p.y() *= 0.5, p.z() *= 0.25;
     const std::vector<ERPoint3D> two(row.begin(), row.begin() + 2), none;
-    const auto flattened = [](const std::vector<ERPoint3D>& points) {
-        std::vector<ERPoint2D> result;
-        for (const ERPoint3D& p : points)
-            result.emplace_back(p.x(), p.y());
-        return result;
-    };
+    using enum FitOutcome;
     const struct {
         const std::vector<ERPoint3D>& points;
         FitOutcome line, plane, circle;
-    } cases[] = {
-        {none, FitOutcome::too_few_points, FitOutcome::too_few_points, FitOutcome::too_few_points},
-        {two, FitOutcome::fitted, FitOutcome::too_few_points, FitOutcome::too_few_points},
-        {same, FitOutcome::coincident, FitOutcome::coincident, FitOutcome::coincident},
-        {row, FitOutcome::fitted, FitOutcome::collinear, FitOutcome::collinear},
-        {broken, FitOutcome::not_finite, FitOutcome::not_finite, FitOutcome::not_finite},
-        {cube, FitOutcome::no_direction, FitOutcome::no_direction, FitOutcome::fitted},
-    };
+    } cases[] = {{none, too_few_points, too_few_points, too_few_points},
+                 {two, fitted, too_few_points, too_few_points},
+                 {same, coincident, coincident, coincident},
+                 {row, fitted, collinear, collinear},
+                 {broken, not_finite, not_finite, not_finite},
+                 {cube, no_direction, no_direction, fitted}};
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
-        const auto flat_ones = flattened(c.points);
+        std::vector<ERPoint2D> flat_ones;
+        for (const ERPoint3D& p : c.points)
+            flat_ones.emplace_back(p.x(), p.y());
         EXPECT_EQ(velm::fit_line(c.points).outcome, c.line);
         EXPECT_EQ(velm::fit_line(flat_ones).outcome, c.line);
         EXPECT_EQ(velm::fit_plane(c.points).outcome, c.plane);
