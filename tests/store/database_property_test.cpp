@@ -1,5 +1,5 @@
 // Properties and their table: conversions, bytes, damaged records.
-#include "support/memory_file.h"
+#include "support/records.h"
 #include "velm/store/database_property.h"
 
 #include <climits>
@@ -11,13 +11,8 @@
 
 namespace {
 
-template <class Stored>
-std::string bytes_of(const Stored& value) {
-    velm_test::MemoryFile file;
-    value.saveGuts(file);
-    EXPECT_EQ(value.binaryStoreSize(), file.bytes.size());
-    return file.bytes;
-}
+using velm_test::record_of;
+using velm_test::restore;
 
 std::string operator""_bytes(const char* text, std::size_t length) { return {text, length}; }
 
@@ -75,15 +70,12 @@ TEST(DatabaseProperty, PrintsAndStoresEachType) {
         std::ostringstream text;
         c.property.printOn(text);
         EXPECT_EQ(text.str(), c.text);
-        EXPECT_EQ(bytes_of(c.property), c.bytes);
+        EXPECT_EQ(record_of(c.property), c.bytes);
 
-        velm_test::MemoryFile file(c.bytes);
         ERDBObjProperty back("something else");
-        back.restoreGuts(file);
-        EXPECT_EQ(bytes_of(back), c.bytes);
+        EXPECT_EQ(record_of(restore(back, c.bytes)), c.bytes);
         for (std::size_t cut = 0; cut < c.bytes.size(); ++cut) {
-            velm_test::MemoryFile shortened(c.bytes.substr(0, cut));
-            back.restoreGuts(shortened);
+            restore(back, c.bytes.substr(0, cut));
             EXPECT_EQ(back.getType(), ERDBObjProperty::undefined) << cut;
         }
     }
@@ -106,21 +98,19 @@ TEST(DatabaseProperty, TableKeepsItsOrderOnFile) {
                                  "\xFF\xFF\xFF\xFF\1\4\0\0\0"
                                  "\0\1\0\0\1\1\0\0\0"
                                  "\1\0\0\0\3\1\0\0\0x\0"_bytes;
-    EXPECT_EQ(bytes_of(table), expected);
+    EXPECT_EQ(record_of(table), expected);
 
     ERDBObjPropertyTable other;
     other[1] = 9.0;
     other[77] = 8;
-    velm_test::MemoryFile file(expected);
-    other.restoreGuts(file);
+    restore(other, expected);
     EXPECT_EQ(other.entries(), 5) << "what was here stays, equal keys are replaced";
     EXPECT_EQ(std::string(static_cast<const char*>(other[1])), "x");
     EXPECT_EQ(long(other[-1]), 4);
 
     // A count beyond the file ends with the file.
-    velm_test::MemoryFile damaged("\xFF\xFF\xFF\x7F\5\0\0\0\1\6\0\0\0"_bytes);
     ERDBObjPropertyTable read;
-    read.restoreGuts(damaged);
+    restore(read, "\xFF\xFF\xFF\x7F\5\0\0\0\1\6\0\0\0"_bytes);
     EXPECT_EQ(read.entries(), 1);
     EXPECT_EQ(int(read[5]), 6);
 }

@@ -1,7 +1,7 @@
 // The store as a host uses it: indices, codes, properties.
 #include "store/store_files.h"
 #include "support/caught.h"
-#include "support/memory_file.h"
+#include "support/records.h"
 #include "velm/platform/file_exception.h"
 #include "velm/store/db_object.h"
 
@@ -16,14 +16,8 @@ namespace {
 
 using namespace velm_test;
 
-struct DataBase : testing::Test {
-    TemporaryFolder folder;
-    std::string path = folder.path("data");
-    void TearDown() override {
-        if (ERFile::Exists(path.c_str())) {
-            EXPECT_EQ(faults_of(path), "");
-        }
-    }
+struct DataBase : StoreTest {
+    void TearDown() override { expect_sound(); }
 };
 
 TEST_F(DataBase, NumbersObjectsInTheOrderOfSaving) {
@@ -67,9 +61,7 @@ TEST_F(DataBase, RefusesByCode) {
     EXPECT_EQ(data.Open(folder.path("missing").c_str(), 1), gmAccessDenied);
     EXPECT_EQ(data.save(new Sample(1, 1)), gmSuccess) << "what was open stays open";
     EXPECT_EQ(data.Close(), gmSuccess);
-    const std::string good = TemporaryFolder::bytes_of(path);
-    const std::string later =
-        folder.file("later", std::string(good).replace(284, 4, words({1002})));
+    const std::string later = folder.file("later", with_word(bytes(), 284, 1002));
     EXPECT_EQ(data.Open(later.c_str(), 0), gmFileRefused);
     EXPECT_EQ(data.Open(folder.path("no/file").c_str(), 0), gmBadPath);
     EXPECT_EQ(data.Open(folder.path("").c_str(), 0), gmAccessDenied) << "a folder";
@@ -155,12 +147,8 @@ TEST(DBObject, HasFixedKeysAndTwoKindsOfGetters) {
     EXPECT_DOUBLE_EQ(record.property(100), 0.05);
     record.property(100, "0.05 mm");
     EXPECT_EQ(record.property(100).getType(), ERDBObjProperty::string_value);
-    MemoryFile file;
-    record.saveGuts(file);
-    EXPECT_EQ(file.bytes.size(), record.binaryStoreSize());
-    file.SeekToBegin();
     ERDBObject read;
-    read.restoreGuts(file);
+    restore(read, record_of(record));
     EXPECT_STREQ(read.level_name(), "outer");
     const ERDBObject copy(read);
     EXPECT_STREQ(copy.name(), "rim");

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <string>
@@ -19,21 +18,31 @@ using namespace velm_test;
 
 std::string key_of(std::int32_t id) { return words({id}); }
 
-struct DiskTree : testing::Test {
-    TemporaryFolder folder;
-    std::string path = folder.path("tree");
+struct DiskTree : StoreTest {
     std::unique_ptr<ERFileManager> file;
     std::unique_ptr<ERBTreeOnDisk> tree;
+    long at = 0;
 
-    /// A new file with one tree in it.
-    void make(unsigned int key_length, int binary, unsigned int order, unsigned int cached = 10) {
+    void close() {
         tree.reset();
         file.reset();
+    }
+    /// A new file with one tree in it.
+    void make(unsigned int key_length, int binary, unsigned int order, unsigned int cached = 10) {
+        close();
         std::remove(path.c_str());
         file = std::make_unique<ERFileManager>(path.c_str(), 0);
         file->allocate(20);
         tree = std::make_unique<ERBTreeOnDisk>(*file, cached, ERBTreeOnDisk::createNew, key_length,
                                                binary, -1, order, order);
+        at = tree->baseLocation();
+    }
+    /// The file tells the tree's form itself.
+    void open(int read_only = 0) {
+        close();
+        file = std::make_unique<ERFileManager>(path.c_str(), read_only);
+        tree =
+            std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::openExisting, 1, 0, at, 1, 1);
     }
     long root() {
         std::int32_t offset = 0;
@@ -45,9 +54,10 @@ struct DiskTree : testing::Test {
         file->read_through(offset, found.data(), 4 * count);
         return found;
     }
-    std::vector<std::pair<std::string, long>> walk(int flag) {
+    using Pairs = std::vector<std::pair<std::string, long>>;
+    Pairs walk(int flag) {
         struct Seen {
-            std::vector<std::pair<std::string, long>> pairs;
+            Pairs pairs;
             std::size_t length;
         } seen{{}, tree->info().key_length};
         tree->applyToKeyAndValue(
@@ -144,20 +154,14 @@ TEST_F(DiskTree, WalkMayChangeKeysButNotOfAFileOpenedForReading) {
     make(2, 0, 2);
     for (const char* key : {"a1", "b1", "c1", "d1", "e1", "f1"})
         tree->insertKeyAndValue(key, 1);
-    const long at = tree->baseLocation();
     const auto change = [](const char* key, long, void*) { const_cast<char*>(key)[1] = '2'; };
-    tree.reset();
-    const auto bytes = [&] { return TemporaryFolder::bytes_of(path); };
+    close();
     const std::string before = bytes();
-    file.reset();
-    file = std::make_unique<ERFileManager>(path.c_str(), 1);
-    tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::openExisting, 2, 0, at, 2, 2);
+    open(1);
     tree->applyToKeyAndValue(change, nullptr, 0);
-    tree.reset();
+    close();
     EXPECT_EQ(bytes(), before);
-    file.reset();
-    file = std::make_unique<ERFileManager>(path.c_str(), 0);
-    tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::openExisting, 2, 0, at, 2, 2);
+    open();
     tree->applyToKeyAndValue(change, nullptr, 0);
     EXPECT_EQ(tree->contains("c2"), 1);
     EXPECT_EQ(tree->contains("c1"), 0);
@@ -168,22 +172,14 @@ TEST_F(DiskTree, WalkMayChangeKeysButNotOfAFileOpenedForReading) {
 
 TEST_F(DiskTree, UnknownInformationBlockIsNeverOverwritten) {
     make(4, 1, 10);
-    const long at = tree->baseLocation();
-    tree.reset();
-    file->write_through(at + 8, words({1366}).data(), 4);
-    const std::string before = TemporaryFolder::bytes_of(path);
-    tree =
-        std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::openExisting, 4, 1, at, 10, 10);
+    close();
+    const std::string before = with_word(bytes(), static_cast<std::size_t>(at) + 8, 1366);
+    folder.file("store", before);
+    open();
     EXPECT_EQ(tree->entries(), 0u);
     EXPECT_EQ(file_cause([&] { tree->insertKeyAndValue("abcd", 1); }), CFileException::invalidFile);
-    tree.reset();
-    EXPECT_EQ(TemporaryFolder::bytes_of(path), before);
-}
-
-/// How many operations the random tests run: VELM_TEST_OPERATIONS, or few enough for every day.
-int operations(int everyday) {
-    const char* const given = std::getenv("VELM_TEST_OPERATIONS");
-    return given != nullptr ? std::atoi(given) : everyday;
+    close();
+    EXPECT_EQ(bytes(), before);
 }
 
 TEST_F(DiskTree, AgreesWithAMap) {
@@ -198,7 +194,7 @@ TEST_F(DiskTree, AgreesWithAMap) {
         Random random(82 + form.order);
         make(form.key_length, form.binary, form.order, form.order == 2 ? 1 : 10);
         std::map<std::string, long> model;
-        const int steps = operations(120000) / 6;
+        const int steps = setting("VELM_TEST_OPERATIONS", 120000) / 6;
         const int keys = 600;
         for (int step = 0; step < steps; ++step) {
             std::string key = form.binary
@@ -227,14 +223,8 @@ TEST_F(DiskTree, AgreesWithAMap) {
             }
             ASSERT_EQ(tree->entries(), model.size());
             if (step % (steps / 12 + 1) == 0) {
-                const auto pairs = walk(0);
-                ASSERT_TRUE(std::equal(pairs.begin(), pairs.end(), model.begin(), model.end(),
-                                       [](const auto& a, const auto& b) {
-                                           return a.first == b.first && a.second == b.second;
-                                       }));
-                const long at = tree->baseLocation();
-                tree.reset();
-                file.reset();
+                ASSERT_EQ(walk(0), Pairs(model.begin(), model.end()));
+                close();
                 {
                     velm::StoreImage image(path.c_str());
                     image.faults = {};
@@ -243,10 +233,7 @@ TEST_F(DiskTree, AgreesWithAMap) {
                               model.size());
                     EXPECT_TRUE(image.faults.none()) << image.faults.list().front().what;
                 }
-                file.reset();
-                file = std::make_unique<ERFileManager>(path.c_str(), 0);
-                tree = std::make_unique<ERBTreeOnDisk>(*file, 10, ERBTreeOnDisk::openExisting, 1, 0,
-                                                       at, 1, 1);
+                open();
             }
         }
     }

@@ -15,10 +15,7 @@ namespace {
 
 using namespace velm_test;
 
-struct FileSpace : testing::Test {
-    TemporaryFolder folder;
-    std::string path = folder.path("space");
-    std::string bytes() const { return TemporaryFolder::bytes_of(path); }
+struct FileSpace : StoreTest {
     std::int32_t word(std::size_t offset) const { return word_at(bytes(), offset); }
 
     struct Node {
@@ -211,9 +208,7 @@ TEST_F(FileSpace, UnknownAndDamagedHeadsAreLeftAlone) {
     }
     const std::string good = bytes();
     const auto damaged = [&](std::size_t offset, std::int32_t word) {
-        std::string copy = good;
-        copy.replace(offset, 4, words({word}));
-        return folder.file("damaged", copy);
+        return folder.file("damaged", with_word(good, offset, word));
     };
     const std::string unknown = damaged(8, 267);
     EXPECT_EQ(file_cause([&] {
@@ -231,7 +226,7 @@ TEST_F(FileSpace, UnknownAndDamagedHeadsAreLeftAlone) {
     std::string circle = good + std::string(268, '\0');
     circle.replace(276, 4, words({280 + 8})).replace(288, 2, words({588}).substr(0, 2));
     circle.replace(288 + 264, 4, words({288}));
-    for (const std::string& bad : {extent, std::string(good).replace(4, 4, words({100})), circle}) {
+    for (const std::string& bad : {extent, with_word(good, 4, 100), circle}) {
         const std::string name = folder.file("bad", bad);
         ERFileManager file(name.c_str(), 0);
         EXPECT_EQ(file_cause([&] { file.allocate(500); }), CFileException::invalidFile);

@@ -15,19 +15,13 @@ namespace {
 
 using namespace velm_test;
 
-struct ObjectDataBase : testing::Test {
-    TemporaryFolder folder;
-    std::string path = folder.path("objects");
+struct ObjectDataBase : StoreTest {
     std::unique_ptr<ERObjectDataBase> store = std::make_unique<ERObjectDataBase>();
 
     void open(int read_only = 0) { ASSERT_EQ(store->Open(path.c_str(), read_only), 1); }
-    std::string bytes() const { return TemporaryFolder::bytes_of(path); }
     void TearDown() override {
         store.reset();
-        CFileStatus status;
-        if (CFile::GetStatus(path.c_str(), status)) {
-            EXPECT_EQ(faults_of(path), "");
-        }
+        expect_sound();
     }
     Sample restored(long id) {
         const t_SmartPtr<ERObject> object = store->RetrieveAndCreate(id);
@@ -95,7 +89,7 @@ TEST_F(ObjectDataBase, VersionsAndRefusedFiles) {
     store->Close();
     const std::string good = bytes();
     const auto with = [&](std::size_t offset, std::int32_t word) {
-        return folder.file("other", std::string(good).replace(offset, 4, words({word})));
+        return folder.file("other", with_word(good, offset, word));
     };
     EXPECT_EQ(store->Open(with(284, 1000).c_str(), 0), 1);
     EXPECT_EQ(store->get_db_version(), 1000u);
@@ -276,18 +270,7 @@ TEST_F(ObjectDataBase, CirclesAndEndlessChainsEndInNull) {
     EXPECT_FALSE(inner.one);
     a->one = nullptr;
     b->one = nullptr;
-    // Each refers twice to the next: no more objects are made than the file warrants.
-    std::vector<t_SmartPtr<Link>> chain;
-    for (int i = 0; i < 40; ++i) {
-        chain.emplace_back(new Link);
-        if (i > 0) {
-            chain.back()->one = t_SmartPtr<ERObject>(chain[static_cast<std::size_t>(i) - 1].get());
-        }
-        store->Store(*chain.back());
-    }
-    store->Close();
     // A chain longer than the stated depth is not stored, and nothing overflows.
-    open();
     for (const int length : {velm::deepest_reference, velm::deepest_reference + 1}) {
         std::vector<t_SmartPtr<Link>> deep;
         for (int i = 0; i < length; ++i) {
@@ -300,8 +283,6 @@ TEST_F(ObjectDataBase, CirclesAndEndlessChainsEndInNull) {
         for (auto& link : deep)
             link->one = nullptr; // the chain must not be torn down recursively
     }
-    for (auto& link : chain)
-        link->one = nullptr;
 }
 
 TEST_F(ObjectDataBase, SummaryListsClassesAndObjects) {
@@ -321,7 +302,7 @@ TEST_F(ObjectDataBase, SummaryListsClassesAndObjects) {
     EXPECT_EQ(text.substr(0, text.find("|        1")),
               stars +
                   "\n  Base de Donn\xE9"
-                  "es :  objects\n" +
+                  "es :  store\n" +
                   stars + "\n File Manager : \n" + dashes + "\nliste des classes presentes  : \n" +
                   " Signature        2 :  ERSegment2D\n Signature        1 :  Sample\n" + dashes +
                   "\n|       liste des objects                  |\n" + dashes +

@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <ostream>
 #include <string>
@@ -76,6 +77,25 @@ inline std::string faults_of(const std::string& path) {
     return text;
 }
 
+/// A folder, and the file in it that a test is about.
+struct StoreTest : testing::Test {
+    TemporaryFolder folder;
+    std::string path = folder.path("store");
+
+    std::string bytes() const { return TemporaryFolder::bytes_of(path); }
+    void expect_sound() const {
+        if (ERFile::Exists(path.c_str())) {
+            EXPECT_EQ(faults_of(path), "");
+        }
+    }
+};
+
+/// A number from the environment, or the one for every day.
+inline int setting(const char* name, int everyday) {
+    const char* const given = std::getenv(name);
+    return given != nullptr ? std::atoi(given) : everyday;
+}
+
 /// The bytes of a file that was made once, and that must be read and made alike for ever.
 inline std::string golden(const std::string& name) {
     return TemporaryFolder::bytes_of(VELM_TEST_FOLDER "/store/data/" + name);
@@ -86,6 +106,11 @@ inline std::int32_t word_at(const std::string& bytes, std::size_t offset) {
     std::int32_t word = 0;
     if (offset + 4 <= bytes.size()) std::memcpy(&word, bytes.data() + offset, 4);
     return word;
+}
+
+/// The bytes with another word at the offset.
+inline std::string with_word(std::string bytes, std::size_t offset, std::int32_t word) {
+    return bytes.replace(offset, 4, reinterpret_cast<const char*>(&word), 4);
 }
 
 inline std::string words(std::initializer_list<std::int32_t> values) {

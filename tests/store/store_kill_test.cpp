@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <map>
 #include <string>
 #include <sys/wait.h>
@@ -19,11 +18,6 @@
 namespace {
 
 using namespace velm_test;
-
-int setting(const char* name, int everyday) {
-    const char* const given = std::getenv(name);
-    return given != nullptr ? std::atoi(given) : everyday;
-}
 
 constexpr std::int32_t kDeleted = -1;
 

@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -23,26 +22,16 @@ namespace {
 
 using namespace velm_test;
 
-/// A number from the environment, or the one for every day.
-int setting(const char* name, int everyday) {
-    const char* const given = std::getenv(name);
-    return given != nullptr ? std::atoi(given) : everyday;
-}
-
 const bool thorough = setting("VELM_TEST_THOROUGH", 0) != 0;
 
-struct Robustness : testing::Test {
-    TemporaryFolder folder;
-    std::string path = folder.path("store");
-
-    /// The rebuilt file, which is sound.
-    std::string salvaged(const std::string& from, velm::SalvageReport* report = nullptr) {
+struct Robustness : StoreTest {
+    /// Rebuilds the file; what comes out is sound.
+    velm::SalvageReport salvaged(const std::string& from) {
         const std::string to = folder.path("salvaged");
         std::remove(to.c_str());
-        const velm::SalvageReport made = velm::salvage_store(from.c_str(), to.c_str(), false);
+        const velm::SalvageReport report = velm::salvage_store(from.c_str(), to.c_str(), false);
         EXPECT_EQ(faults_of(to), "");
-        if (report) *report = made;
-        return to;
+        return report;
     }
 
     /// A small file with objects of several classes, a reference, a deleted and a moved object.
@@ -66,7 +55,7 @@ struct Robustness : testing::Test {
         removed->Delete();
         EXPECT_EQ(data.Close(), gmSuccess);
         EXPECT_EQ(faults_of(path), "");
-        return TemporaryFolder::bytes_of(path);
+        return bytes();
     }
 };
 
@@ -147,7 +136,7 @@ TEST_F(Robustness, TheCheckNamesDamageWithItsOffset) {
     const velm::StoreImage image(path.c_str());
     const velm::RecordImage record = image.records.back();
     const auto faults = [&](std::size_t offset, std::int32_t word) {
-        return faults_of(folder.file("bad", std::string(good).replace(offset, 4, words({word}))));
+        return faults_of(folder.file("bad", with_word(good, offset, word)));
     };
     EXPECT_NE(faults(4, 300).find("behind the end of data"), std::string::npos);
     EXPECT_NE(faults(12, 0).find("12: the free list has a node without"), std::string::npos);
@@ -213,16 +202,16 @@ std::vector<int> scenario(const std::string& path) {
 }
 
 TEST_F(Robustness, EveryFailingCallGivesItsCode) {
-    struct Fault {
+    const struct {
         FaultyFiles::Operation operation;
         int error;
         gmErrorCode code;
-    };
-    for (const Fault fault :
-         {Fault{FaultyFiles::writing, ENOSPC, gmDiskFull},
-          Fault{FaultyFiles::writing, EIO, gmHardIO}, Fault{FaultyFiles::reading, EIO, gmHardIO},
-          Fault{FaultyFiles::seeking, EINVAL, gmBadSeek},
-          Fault{FaultyFiles::closing, EIO, gmHardIO}}) {
+    } faults[] = {{FaultyFiles::writing, ENOSPC, gmDiskFull},
+                  {FaultyFiles::writing, EIO, gmHardIO},
+                  {FaultyFiles::reading, EIO, gmHardIO},
+                  {FaultyFiles::seeking, EINVAL, gmBadSeek},
+                  {FaultyFiles::closing, EIO, gmHardIO}};
+    for (const auto& fault : faults) {
         const int step = thorough || fault.operation != FaultyFiles::seeking ? 1 : 5;
         for (int k = 1;; k += step) {
             SCOPED_TRACE(testing::Message() << fault.operation << ' ' << k);
@@ -242,8 +231,7 @@ TEST_F(Robustness, EveryFailingCallGivesItsCode) {
             // The process goes on, and what the file holds can be had.
             ERDataBase data;
             if (data.Open(path.c_str(), 0) == gmSuccess) data.Close();
-            velm::SalvageReport report;
-            salvaged(path, &report);
+            salvaged(path);
             if (::testing::Test::HasFailure()) return;
         }
     }
@@ -252,12 +240,12 @@ TEST_F(Robustness, EveryFailingCallGivesItsCode) {
 TEST_F(Robustness, ShortAndInterruptedTransfersChangeNothing) {
     const std::vector<int> codes = scenario(path);
     EXPECT_EQ(std::count(codes.begin(), codes.end(), gmSuccess), static_cast<long>(codes.size()));
-    const std::string whole = TemporaryFolder::bytes_of(path);
+    const std::string whole = bytes();
     std::remove(path.c_str());
     FaultyFiles files;
     files.fall_short(3);
     EXPECT_EQ(scenario(path), codes);
-    EXPECT_EQ(TemporaryFolder::bytes_of(path), whole);
+    EXPECT_EQ(bytes(), whole);
 }
 
 TEST_F(Robustness, NodesThatNoParentNamesAreFound) {
@@ -268,19 +256,13 @@ TEST_F(Robustness, NodesThatNoParentNamesAreFound) {
     for (int i = 0; i < 60; ++i)
         data.save(new Sample(i, 10));
     data.Close();
-    std::string bytes = TemporaryFolder::bytes_of(path);
-    {
-        const velm::StoreImage image(path.c_str());
-        const std::int32_t root = image.objects.information.root;
-        ERDiskTreeLayout layout{4, 10};
-        const ERDiskTreeNodeView top(layout, bytes.data() + root);
-        ASSERT_GE(top.counter(), 2);
-        // The last key of the root and the son behind it are not named yet.
-        const std::int32_t fewer = top.counter() - 1;
-        bytes.replace(static_cast<std::size_t>(root), 4, words({fewer}));
-    }
-    velm::SalvageReport report;
-    salvaged(folder.file("split", bytes), &report);
+    const auto root =
+        static_cast<std::size_t>(velm::StoreImage(path.c_str()).objects.information.root);
+    const std::int32_t keys = word_at(bytes(), root);
+    ASSERT_GE(keys, 2);
+    // The last key of the root and the son behind it are not named yet.
+    const velm::SalvageReport report =
+        salvaged(folder.file("split", with_word(bytes(), root, keys - 1)));
     EXPECT_GT(report.from_lost_nodes, 5);
     EXPECT_EQ(report.objects, 61) << "with the index, and the key that only the parent held";
     EXPECT_EQ(report.orphans.size(), 0u);
