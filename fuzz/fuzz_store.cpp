@@ -1,30 +1,24 @@
 // Any bytes as an object file: checked, rebuilt, opened, read, written to and closed.
-#include "velm/platform/file_exception.h"
 #include "velm/store/database.h"
 #include "velm/store/object_database.h"
 #include "velm/store/store_check.h"
 #include "velm/store/store_salvage.h"
 #include "velm/wireframe/segment.h"
 
+#include "support/caught.h"
 #include "support/temporary_folder.h"
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <sstream>
 #include <string>
 
 namespace {
 
-template <class Operation>
-bool succeeds(Operation operation) {
-    try {
-        operation();
-        return true;
-    } catch (CFileException* failure) {
-        failure->Delete();
-        return false;
-    }
+bool succeeds(const std::function<void()>& operation) {
+    return velm_test::file_cause(operation) == 0;
 }
 
 void read_and_write(const std::string& path) {

@@ -11,6 +11,7 @@
 #include "velm/transforms/transformation_archive.h"
 #include "velm/transforms/transformation_handle.h"
 
+#include "support/caught.h"
 #include "support/memory_file.h"
 
 #include <cstdint>
@@ -100,11 +101,7 @@ void load_values(CArchive& archive) {
 
 void load_arrays(CArchive& archive) {
     velm::PointArrayList arrays;
-    try {
-        archive >> arrays;
-    } catch (CArchiveException* failure) {
-        failure->Delete();
-    }
+    velm_test::archive_cause([&] { archive >> arrays; });
     for (ERVec<ERPoint3D>* array : arrays)
         delete array;
 }
@@ -118,11 +115,7 @@ template <auto load>
 void from_archive(const std::string& bytes) {
     MemoryFile file(bytes);
     CArchive archive(&file, CArchive::load, 128);
-    try {
-        load(archive);
-    } catch (CArchiveException* failure) {
-        failure->Delete();
-    }
+    velm_test::archive_cause([&] { load(archive); });
 }
 
 constexpr void (*readers[])(const std::string&) = {read_array_body,

@@ -1,12 +1,7 @@
 #include "velm/frame/bit_vec.h"
 
 #include "support/memory_file.h"
-#include "support/random.h"
-
-#include <gtest/gtest.h>
-
-#include <sstream>
-#include <vector>
+#include "support/test.h"
 
 namespace {
 

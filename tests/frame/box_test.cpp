@@ -5,13 +5,7 @@
 #include "velm/frame/point_functions.h"
 #include "velm/frame/vec.h"
 
-#include "support/random.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <limits>
-#include <vector>
+#include "support/test.h"
 
 namespace {
 

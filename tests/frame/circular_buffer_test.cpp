@@ -1,11 +1,8 @@
 #include "velm/frame/circular_buffer.h"
 
-#include "support/random.h"
-
-#include <gtest/gtest.h>
+#include "support/test.h"
 
 #include <deque>
-#include <string>
 
 namespace {
 
@@ -22,25 +19,22 @@ TEST(CircularBuffer, FollowsAQueueThatForgetsWhenFull) {
         };
         for (int step = 0; step < 3000; ++step) {
             const int n = random.below(static_cast<int>(queue.size()) + 1);
-            switch (random.below(4)) {
-            case 0: {
-                const std::string text(static_cast<std::size_t>(random.below(size)),
-                                       static_cast<char>(1 + random.below(255)));
-                buffer.Put(text.c_str(), random.below(2) ? -1 : static_cast<int>(text.size()));
-                for (char c : text)
-                    put(c);
-                break;
-            }
-            case 1:
-                buffer.Put(static_cast<char>(step)), put(static_cast<char>(step));
-                break;
-            case 2:
-                ASSERT_EQ(buffer.Get(), queue.empty() ? 255 : queue.front());
-                if (!queue.empty()) queue.pop_front();
-                break;
-            default:
-                buffer.Consomme(n), queue.erase(queue.begin(), queue.begin() + n);
-            }
+            const std::function<void()> operations[] = {
+                [&] {
+                    const std::string text(static_cast<std::size_t>(random.below(size)),
+                                           static_cast<char>(1 + random.below(255)));
+                    buffer.Put(text.c_str(), random.below(2) ? -1 : static_cast<int>(text.size()));
+                    for (char c : text)
+                        put(c);
+                },
+                [&] { buffer.Put(static_cast<char>(step)), put(static_cast<char>(step)); },
+                [&] {
+                    ASSERT_EQ(buffer.Get(), queue.empty() ? 255 : queue.front());
+                    if (!queue.empty()) queue.pop_front();
+                },
+                [&] { buffer.Consomme(n), queue.erase(queue.begin(), queue.begin() + n); },
+            };
+            random.one_of(operations)();
             ASSERT_EQ(buffer.entries(), static_cast<int>(queue.size()));
             for (int i = -1; i <= size; ++i) {
                 const bool held = 0 <= i && i < buffer.entries();

@@ -1,12 +1,10 @@
 // The class registry and castdown, with dynamic_cast as the oracle.
 #include "velm/frame/object.h"
 
-#include <gtest/gtest.h>
+#include "support/test.h"
 
-#include <memory>
 #include <ostream>
 #include <set>
-#include <string>
 #include <tuple>
 
 namespace {

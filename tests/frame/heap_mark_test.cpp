@@ -2,17 +2,14 @@
 // object's own construction.
 #include "velm/frame/object.h"
 
+#include "support/test.h"
 #include "support/threads.h"
-
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <new>
 #include <ostream>
 #include <thread>
-#include <vector>
 
 namespace {
 

@@ -1,15 +1,10 @@
 // The intrusive lists and the lists of values and pointers, against a std::vector that holds the
 // same elements.
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/isv_slist.h"
 #include "velm/frame/val_dlist.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -69,42 +64,30 @@ TYPED_TEST(IntrusiveList, FollowsAModelOverRandomOperations) {
         const int i = random.below(n + 1);
         const bool present = this->place_of(element) < n;
         ASSERT_EQ(l.occurrencesOfReference(element), present);
-        if (random.below(3 + n / 4) < 2 && !present) {
-            switch (random.below(4)) {
-            case 0:
-                l.append(element), m.push_back(element);
-                break;
-            case 1:
-                l.prepend(element), m.insert(m.begin(), element);
-                break;
-            case 2:
-                l.insertAt(i, element), m.insert(this->at(i), element);
-                break;
-            default:
-                if (n == 0) break;
+        const std::function<void()> insertions[] = {
+            [&] { l.append(element), m.push_back(element); },
+            [&] { l.prepend(element), m.insert(m.begin(), element); },
+            [&] { l.insertAt(i, element), m.insert(this->at(i), element); },
+            [&] {
+                if (n == 0) return;
                 const int after = random.below(n);
                 l.insertAfterLink(l.at(after), element);
                 m.insert(this->at(after + 1), element);
-            }
-        } else {
-            switch (random.below(4)) {
-            case 0:
-                ASSERT_EQ(l.get(), n ? m.front() : nullptr);
-                if (n) m.erase(m.begin());
-                break;
-            case 1:
-                ASSERT_EQ(l.removeLast(), n ? m.back() : nullptr);
-                if (n) m.pop_back();
-                break;
-            case 2:
-                ASSERT_EQ(l.removeAt(i), i < n ? m[static_cast<std::size_t>(i)] : nullptr);
-                if (i < n) m.erase(this->at(i));
-                break;
-            default:
-                ASSERT_EQ(l.removeReference(element), present ? element : nullptr);
-                if (present) m.erase(this->at(this->place_of(element)));
-            }
-        }
+            },
+        };
+        // What is taken out, and where it stood; nothing from behind the end.
+        const auto expect_out = [&](const void* out, int place) {
+            ASSERT_EQ(out, place < n ? m[static_cast<std::size_t>(place)] : nullptr);
+            if (place < n) m.erase(this->at(place));
+        };
+        const std::function<void()> removals[] = {
+            [&] { expect_out(l.get(), 0); },
+            [&] { expect_out(l.removeLast(), std::max(n - 1, 0)); },
+            [&] { expect_out(l.removeAt(i), i); },
+            [&] { expect_out(l.removeReference(element), this->place_of(element)); },
+        };
+        const bool grow = random.below(3 + n / 4) < 2 && !present;
+        grow ? random.one_of(insertions)() : random.one_of(removals)();
         ASSERT_NO_FATAL_FAILURE(this->expect_same()) << "step " << step;
     }
     l.clear();
@@ -183,56 +166,50 @@ TEST(ValueList, FollowsAModelOverRandomOperations) {
         const std::string value = std::to_string(random.below(9)) + std::string(20, '.');
         const int n = list.entries();
         const int i = random.below(n + 1);
-        switch (random.below(n < 20 ? 8 : 11)) {
-        case 0:
-        case 1:
-            list.append(value), model.push_back(value);
-            break;
-        case 2:
-            list.prepend(value), model.insert(model.begin(), value);
-            break;
-        case 3:
-            list.insertAt(i, value), model.insert(model.begin() + i, value);
-            break;
-        case 4:
-            ASSERT_EQ(list.index(value), place_of(value, model));
-            ASSERT_EQ(list.occurrencesOf(value), std::count(model.begin(), model.end(), value));
-            break;
-        case 5:
-            if (i == n) break;
-            ASSERT_EQ(list.removeAt(i), model[static_cast<std::size_t>(i)]);
-            model.erase(model.begin() + i);
-            break;
-        case 6: { // through a cursor, on a copy that must not touch the original
-            ERTValDlist<std::string> copy(list);
-            for (ERTValDlistIterator<std::string> at(copy); ++at;) {
-                if (at.key() == value)
-                    at.remove();
-                else
-                    at.insertAfterPoint(value), ++at;
-            }
-            ASSERT_EQ(copy.occurrencesOf(value), n - list.occurrencesOf(value));
-            break;
-        }
-        case 7: { // assignment, and away from what was moved
-            ERTValDlist<std::string> other{"gone"};
-            other = std::move(list);
-            list.append("x");
-            list = other;
-            break;
-        }
-        case 8:
-            ASSERT_EQ(list.get(), model.front());
-            model.erase(model.begin());
-            break;
-        case 9:
-            ASSERT_EQ(list.removeLast(), model.back());
-            model.pop_back();
-            break;
-        default: // the value to go may stand in the list itself
-            ASSERT_EQ(list.removeAll(list.first()),
-                      static_cast<int>(std::erase(model, std::string(model.front()))));
-        }
+        const std::function<void()> edits[] = {
+            [&] { list.append(value), model.push_back(value); },
+            [&] { list.append(value), model.push_back(value); },
+            [&] { list.prepend(value), model.insert(model.begin(), value); },
+            [&] { list.insertAt(i, value), model.insert(model.begin() + i, value); },
+            [&] {
+                ASSERT_EQ(list.index(value), place_of(value, model));
+                ASSERT_EQ(list.occurrencesOf(value), std::count(model.begin(), model.end(), value));
+            },
+            [&] {
+                if (i == n) return;
+                ASSERT_EQ(list.removeAt(i), model[static_cast<std::size_t>(i)]);
+                model.erase(model.begin() + i);
+            },
+            [&] { // through a cursor, on a copy that must not touch the original
+                ERTValDlist<std::string> copy(list);
+                for (ERTValDlistIterator<std::string> at(copy); ++at;) {
+                    if (at.key() == value)
+                        at.remove();
+                    else
+                        at.insertAfterPoint(value), ++at;
+                }
+                ASSERT_EQ(copy.occurrencesOf(value), n - list.occurrencesOf(value));
+            },
+            [&] { // assignment, and away from what was moved
+                ERTValDlist<std::string> other{"gone"};
+                other = std::move(list);
+                list.append("x");
+                list = other;
+            },
+            [&] {
+                ASSERT_EQ(list.get(), model.front());
+                model.erase(model.begin());
+            },
+            [&] {
+                ASSERT_EQ(list.removeLast(), model.back());
+                model.pop_back();
+            },
+            [&] { // the value to go may stand in the list itself
+                ASSERT_EQ(list.removeAll(list.first()),
+                          static_cast<int>(std::erase(model, std::string(model.front()))));
+            },
+        };
+        edits[random.below(n < 20 ? 8 : 11)]();
         ASSERT_TRUE(std::equal(list.begin(), list.end(), model.begin(), model.end()))
             << "step " << step;
         ASSERT_EQ(list.entries(), static_cast<int>(model.size()));

@@ -1,15 +1,11 @@
 #include "velm/frame/memory_pool.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/platform/detail/poison.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <new>
-#include <vector>
 
 namespace {
 

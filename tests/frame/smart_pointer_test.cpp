@@ -1,18 +1,13 @@
 // t_SmartPtr: the life of what it points to.
+#include "support/test.h"
 #include "velm/frame/object.h"
 #include "velm/frame/smart_pointer.h"
 
-#include "support/random.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <atomic>
 #include <ostream>
 #include <thread>
 #include <type_traits>
 #include <unordered_set>
-#include <vector>
 
 namespace {
 
@@ -104,21 +99,14 @@ TEST(SmartPointer, RandomAssignments) {
     velm_test::Random random(11);
     std::vector<Pointer> slots(16);
     for (int step = 0; step < 5000; ++step) {
-        Pointer& to = slots[static_cast<std::size_t>(random.below(16))];
-        Pointer& from = slots[static_cast<std::size_t>(random.below(16))];
-        switch (random.below(4)) {
-        case 0:
-            to = new Counted;
-            break;
-        case 1:
-            to = from;
-            break;
-        case 2:
-            to = std::move(from);
-            break;
-        default:
-            Pointer(from).get() ? to = from.get() : to = nullptr;
-        }
+        Pointer &to = random.one_of(slots), &from = random.one_of(slots);
+        const std::function<void()> assignments[] = {
+            [&] { to = new Counted; },
+            [&] { to = from; },
+            [&] { to = std::move(from); },
+            [&] { Pointer(from).get() ? to = from.get() : to = nullptr; },
+        };
+        random.one_of(assignments)();
         std::unordered_set<Counted*> held;
         for (Pointer const& p : slots)
             if (p) held.insert(p.get());

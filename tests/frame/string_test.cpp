@@ -3,13 +3,9 @@
 #include "velm/frame/string.h"
 
 #include "support/memory_file.h"
-#include "support/random.h"
-
-#include <gtest/gtest.h>
+#include "support/test.h"
 
 #include <optional>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -44,34 +40,16 @@ TEST(String, EditsAgreeWithAModel) {
         const auto uat = static_cast<std::size_t>(at);
         const auto un = static_cast<std::size_t>(n);
         const std::string own = model.substr(uat, un);
-        switch (random.below(6)) {
-        case 0:
-            s.insert(at, s.data() + at, n);
-            model.insert(uat, own);
-            break;
-        case 1:
-            s.remove(at, n);
-            model.erase(uat, un);
-            break;
-        case 2:
-            s.replace(at, n, "xyz");
-            model.replace(uat, un, "xyz");
-            break;
-        case 3:
-            s.prepend('\0', 2);
-            model.insert(0, 2, '\0');
-            break;
-        case 4:
-            s(at, n) = ERCString("<>");
-            model.replace(uat, un, "<>");
-            break;
-        default:
-            kept.assign(1, s);
-        }
-        if (model.size() > 300) {
-            s.resize(5);
-            model.resize(5);
-        }
+        const std::function<void()> edits[] = {
+            [&] { s.insert(at, s.data() + at, n), model.insert(uat, own); },
+            [&] { s.remove(at, n), model.erase(uat, un); },
+            [&] { s.replace(at, n, "xyz"), model.replace(uat, un, "xyz"); },
+            [&] { s.prepend('\0', 2), model.insert(0, 2, '\0'); },
+            [&] { s(at, n) = ERCString("<>"), model.replace(uat, un, "<>"); },
+            [&] { kept.assign(1, s); },
+        };
+        random.one_of(edits)();
+        if (model.size() > 300) s.resize(5), model.resize(5);
         ASSERT_EQ(s.view(), model);
         ASSERT_EQ(s.data()[s.length()], '\0');
     }

@@ -4,19 +4,14 @@
 #include "velm/frame/vec.h"
 #include "velm/frame/vec_rep_cache.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "support/threads.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <memory>
 #include <mutex>
 #include <set>
 #include <thread>
-#include <vector>
 
 namespace {
 

@@ -1,4 +1,5 @@
 // Points, vectors and poles: one set of identities over both dimensions, then what differs.
+#include "support/test.h"
 #include "velm/frame/box.h"
 #include "velm/frame/coordinate.h"
 #include "velm/frame/dimension.h"
@@ -9,14 +10,7 @@
 #include "velm/frame/radian.h"
 #include "velm/frame/vec.h"
 
-#include "support/random.h"
-
-#include <gtest/gtest.h>
-
 #include <iomanip>
-#include <limits>
-#include <numbers>
-#include <sstream>
 #include <type_traits>
 
 namespace {

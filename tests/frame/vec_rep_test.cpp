@@ -1,14 +1,11 @@
 #include "velm/frame/vec_rep.h"
 
+#include "support/test.h"
 #include "velm/frame/detail/thread_record.h"
 #include "velm/frame/vec_rep_cache.h"
 
-#include <gtest/gtest.h>
-
 #include <cstddef>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace {
 

@@ -1,16 +1,12 @@
 #include "velm/frame/vec.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/box.h"
 #include "velm/frame/point.h"
 #include "velm/frame/pole.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <climits>
 #include <type_traits>
-#include <vector>
 
 // Every member compiles for the elements that the library uses.
 template class ERSimpleVec<ERMinimax3D>;
@@ -63,70 +59,50 @@ void random_operations(MakeValue value) {
         const int size = handle.size();
         const int at = random.below(size + 1);
         const int n = random.below(step % 50 == 0 ? 300 : 8);
-        switch (random.below(13)) {
-        case 0:
-        case 1:
-            handle = all.handles[j];
-            model = all.models[j];
-            break;
-        case 2:
-            if (i != j) {
-                handle = std::move(all.handles[j]);
-                model = all.models[j];
-                all.handles[j] = ERVec<T>();
-                all.models[j].clear();
-            }
-            break;
-        case 3:
-            if (at < size) handle[at] = model[static_cast<std::size_t>(at)] = value(step);
-            break;
-        case 4:
-            handle.append(value(step), n);
-            model.insert(model.end(), static_cast<std::size_t>(n), value(step));
-            break;
-        case 5: // an element of the array itself
-            if (at < size) {
-                handle.append(handle.view()[static_cast<std::size_t>(at)]);
-                model.push_back(T(model[static_cast<std::size_t>(at)]));
-            }
-            break;
-        case 6:
-            for (int k = 0; k < n; ++k) {
-                handle.push_back(k % 2 == 0 || handle.empty() ? value(step + k) : handle.view()[0]);
-                model.push_back(k % 2 == 0 || model.empty() ? value(step + k) : T(model[0]));
-            }
-            break;
-        case 7:
-        case 8: {
-            const std::vector<T> source = all.models[j];
-            handle.replace(at, n, all.handles[j].view());
-            const auto first = model.begin() + at;
-            const auto end = first + std::min(n, size - at);
-            model.insert(model.erase(first, end), source.begin(), source.end());
-            break;
-        }
-        case 9:
-            handle.remove(at, n);
-            model.erase(model.begin() + at, model.begin() + at + std::min(n, size - at));
-            break;
-        case 10:
-            handle.resize(at);
-            model.resize(static_cast<std::size_t>(at));
-            handle.resize(at + n);
-            model.resize(static_cast<std::size_t>(at + n));
-            break;
-        case 11:
-            std::reverse(handle.begin(), handle.end());
-            std::reverse(model.begin(), model.end());
-            break;
-        default:
-            if (size > 500) {
-                handle.clear();
-                model.clear();
-            } else {
-                handle.reserve(n);
-            }
-        }
+        const std::size_t place = static_cast<std::size_t>(at);
+        const auto first = model.begin() + at, end = first + std::min(n, size - at);
+        const std::function<void()> edits[] = {
+            [&] { handle = all.handles[j], model = std::vector<T>(all.models[j]); },
+            [&] { handle = all.handles[j], model = std::vector<T>(all.models[j]); },
+            [&] {
+                if (i == j) return;
+                handle = std::move(all.handles[j]), model = std::move(all.models[j]);
+                all.handles[j] = ERVec<T>(), all.models[j].clear();
+            },
+            [&] {
+                if (at < size) handle[at] = model[place] = value(step);
+            },
+            [&] {
+                handle.append(value(step), n);
+                model.insert(model.end(), static_cast<std::size_t>(n), value(step));
+            },
+            [&] { // an element of the array itself
+                if (at < size) handle.append(handle.view()[place]), model.push_back(T(*first));
+            },
+            [&] {
+                for (int k = 0; k < n; ++k) {
+                    const bool fresh = k % 2 == 0 || model.empty();
+                    handle.push_back(fresh ? value(step + k) : handle.view()[0]);
+                    model.push_back(fresh ? value(step + k) : T(model[0]));
+                }
+            },
+            [&] {
+                const std::vector<T> source = all.models[j];
+                handle.replace(at, n, all.handles[j].view());
+                model.insert(model.erase(first, end), source.begin(), source.end());
+            },
+            [&] { handle.remove(at, n), model.erase(first, end); },
+            [&] {
+                for (const int length : {at, at + n})
+                    handle.resize(length), model.resize(static_cast<std::size_t>(length));
+            },
+            [&] {
+                std::reverse(handle.begin(), handle.end());
+                std::reverse(model.begin(), model.end());
+            },
+            [&] { size > 500 ? (handle.clear(), model.clear()) : handle.reserve(n); },
+        };
+        random.one_of(edits)();
         all.expect_equal(step);
         if (testing::Test::HasFatalFailure()) return;
     }

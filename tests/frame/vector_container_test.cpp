@@ -1,16 +1,10 @@
 // The vectors of pointers and values, and the hash dictionary.
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/typed_ptr_vector.h"
 #include "velm/frame/val_hash_dictionary.h"
 #include "velm/frame/val_vector.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <map>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace {
 

@@ -2,15 +2,11 @@
 // better; freedoms that the points leave open are named and held.
 #include "velm/measure/alignment.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/point_functions.h"
 #include "velm/measure/target_point.h"
 #include "velm/transforms/transformation_factories.h"
 #include "velm/transforms/transformed_values.h"
-
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
 
 namespace {
 

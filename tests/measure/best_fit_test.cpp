@@ -3,18 +3,13 @@
 #include "velm/measure/orthogonal_fit.h"
 #include "velm/measure/point_sets.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/point_functions.h"
 #include "velm/numerics/matrix.h"
 #include "velm/surfaces/plane.h"
 #include "velm/transforms/transformation_factories.h"
 #include "velm/wireframe/circle.h"
 #include "velm/wireframe/line.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
 
 namespace {
 

@@ -4,12 +4,9 @@
 #include "velm/measure/named_database_object.h"
 
 #include "support/archives.h"
+#include "support/test.h"
 #include "velm/platform/dump_context.h"
 #include "velm/platform/name_comparison.h"
-
-#include <gtest/gtest.h>
-#include <sstream>
-#include <vector>
 
 namespace {
 

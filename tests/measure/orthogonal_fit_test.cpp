@@ -1,17 +1,10 @@
 // The orthogonal fits against multi-precision, certified, published and a machine's own results.
 #include "velm/measure/orthogonal_fit.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/point_functions.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <fstream>
-#include <limits>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace {
 

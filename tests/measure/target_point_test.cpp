@@ -3,15 +3,12 @@
 
 #include "support/archives.h"
 #include "support/temporary_folder.h"
+#include "support/test.h"
 #include "velm/frame/point_functions.h"
 #include "velm/frame/radian.h"
 #include "velm/store/database.h"
 #include "velm/transforms/transformation_factories.h"
 #include "velm/transforms/transformed_values.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
 
 namespace {
 

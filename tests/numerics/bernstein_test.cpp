@@ -1,15 +1,8 @@
 // Arrays of Bernstein coefficients against each other and against sums of Bernstein polynomials.
 #include "velm/numerics/bernstein.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/numerics/binomials.h"
-
-#include <algorithm>
-#include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
-#include <limits>
-#include <vector>
 
 namespace {
 

@@ -1,4 +1,5 @@
 // Binomials, factorials and what each thread holds of them.
+#include "support/test.h"
 #include "support/threads.h"
 #include "velm/frame/thread_data.h"
 #include "velm/numerics/bernstein.h"
@@ -6,10 +7,7 @@
 #include "velm/numerics/matrix.h"
 #include "velm/numerics/module.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
 #include <thread>
-#include <vector>
 
 namespace {
 

@@ -1,21 +1,12 @@
 // Linear problems against answers of many digits (data/linear_algebra.txt), elimination and its
 // packed forms by identities, and the rules of ties, tolerances and order that a host sees.
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/numerics/gauss_pivot.h"
 #include "velm/numerics/lu_decomposition.h"
 #include "velm/numerics/matrix.h"
 #include "velm/numerics/symmetric_eigen.h"
 
-#include <algorithm>
-#include <cmath>
 #include <fstream>
-#include <functional>
-#include <gtest/gtest.h>
-#include <limits>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace {
 

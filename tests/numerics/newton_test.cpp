@@ -2,12 +2,9 @@
 #include "velm/numerics/newton_line_search.h"
 #include "velm/numerics/newton_solvers.h"
 
+#include "support/test.h"
+
 #include <cfloat>
-#include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
-#include <utility>
-#include <vector>
 
 namespace {
 

@@ -5,15 +5,11 @@
 #include "velm/numerics/polynomial_derivatives.h"
 #include "velm/numerics/quadratic.h"
 
-#include "support/random.h"
 #include "support/records.h"
+#include "support/test.h"
 #include "velm/platform/debug_output.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
 #include <initializer_list>
-#include <limits>
-#include <vector>
 
 namespace {
 

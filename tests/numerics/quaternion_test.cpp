@@ -1,22 +1,12 @@
 // Quaternions by the identities of rotations, and the placings of Exp and Log that differ from the
 // textbook.
-#include "support/random.h"
 #include "velm/numerics/quaternion.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-#include <numbers>
+#include "support/test.h"
 
 namespace {
 
 constexpr double kPi = std::numbers::pi;
-
-ERVector3D random_direction(velm_test::Random& random) {
-    for (;;) {
-        const ERVector3D v(random.uniform(-1, 1), random.uniform(-1, 1), random.uniform(-1, 1));
-        if (v.norme() > 0.1 && v.norme() < 1.0) return v.getnormalized();
-    }
-}
 
 void expect_near(const ERVector3D& a, const ERVector3D& b, double tolerance) {
     EXPECT_LE((a - b).norme(), tolerance);
@@ -36,11 +26,11 @@ ERVector3D turned(const ERVector3D& v, const ERVector3D& axis, double angle) {
 TEST(Quaternion, TurnsComposesAndComesBackFromItsMatrix) {
     velm_test::Random random(21);
     for (int round = 0; round < 2000; ++round) {
-        const ERVector3D axis = random_direction(random);
-        const ERVector3D v = random_direction(random);
+        const ERVector3D axis = random.direction<ERVector3D>();
+        const ERVector3D v = random.direction<ERVector3D>();
         const double angle = random.uniform(1e-6, 2 * kPi - 1e-6);
         const ERQuaternion q(axis * 3.0, angle);
-        const ERQuaternion p(random_direction(random), random.uniform(0.0, kPi));
+        const ERQuaternion p(random.direction<ERVector3D>(), random.uniform(0.0, kPi));
         expect_near(q * v, turned(v, axis, angle), 1e-14);
         expect_near((p * q) * v, p * (q * v), 1e-14);
         expect_near(q.Inverse() * (q * v), v, 1e-14);

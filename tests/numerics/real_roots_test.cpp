@@ -1,18 +1,12 @@
 // velm::real_roots against answers that were there first: roots of many digits
 // (data/polynomials.txt and real data), roots multiplied out, and the promise about rounded
 // coefficients.
-#include "support/random.h"
 #include "velm/numerics/real_roots.h"
 
-#include <algorithm>
-#include <cmath>
+#include "support/test.h"
+
 #include <cstdlib>
 #include <fstream>
-#include <gtest/gtest.h>
-#include <limits>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace {
 

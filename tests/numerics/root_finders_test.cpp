@@ -1,17 +1,13 @@
 // The root finders on roots that were there first, their rules and known losses, and projection on
 // polynomial curves against dense sampling.
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/point.h"
 #include "velm/numerics/cascade_roots.h"
 #include "velm/numerics/laguerre_roots.h"
 #include "velm/numerics/projection_on_polynomial.h"
 #include "velm/numerics/real_roots.h"
 
-#include <algorithm>
-#include <cmath>
 #include <complex>
-#include <gtest/gtest.h>
-#include <vector>
 
 namespace {
 

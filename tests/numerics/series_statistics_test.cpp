@@ -1,13 +1,9 @@
 // The running statistics of a series against certified values, and its rules for limits.
 #include "velm/numerics/series_statistics.h"
 
-#include <algorithm>
-#include <cmath>
+#include "support/test.h"
+
 #include <fstream>
-#include <gtest/gtest.h>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace {
 

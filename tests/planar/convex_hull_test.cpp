@@ -1,14 +1,9 @@
 #include "velm/planar/convex_hull.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/point_functions.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstring>
-#include <limits>
-#include <vector>
 
 namespace {
 
@@ -70,44 +65,28 @@ Points by_rules(Points points) {
 Points sample(Random& random, int sort, int n) {
     Points points(static_cast<std::size_t>(n));
     const double scale = std::ldexp(1.0, random.below(40) - 20);
-    const ERPoint2D place(random.uniform(-1e6, 1e6), random.uniform(-1e6, 1e6));
-    for (ERPoint2D& p : points) {
-        const double angle = random.uniform(0.0, 6.3);
-        switch (sort) {
-        case 0:
-            p = {random.uniform(-1, 1), random.uniform(-1, 1)};
-            break;
-        case 1:
-            p = ERPoint2D(random.uniform(-1, 1), random.uniform(-1, 1)) * scale + place;
-            break;
-        case 2:
-            p = ERPoint2D(std::cos(angle), std::sin(angle)) * scale;
-            break;
-        case 3:
-            p = {1.0 * random.below(9), 1.0 * random.below(9)};
-            break;
-        case 4:
-            p = {random.below(3) * 1e-7 + random.below(2), random.below(7) * 5e-8};
-            break;
-        case 5:
-            p = {random.uniform(-1, 1) * 3e-7, random.uniform(-1, 1) * 3e-7};
-            break;
-        case 6:
-            p = {0.1 * random.below(50), 0.3 * random.below(50) + 1e-9 * random.below(3)};
-            break;
-        case 7:
-            p = {std::ldexp(1.0, random.below(600) - 300),
-                 std::ldexp(1.0, random.below(600) - 300)};
-            break;
-        case 8:
-            p = {1.0 / 3.0, random.uniform(-1, 1)};
-            break;
-        default: { // on one oblique line, up to the rounding
-            const double t = random.uniform(-1, 1);
-            p = {0.1 + t * 0.7, 0.2 + t * 0.9};
-        }
-        }
-    }
+    const ERPoint2D place = random.value<ERPoint2D>(1e6);
+    const auto power = [&] { return std::ldexp(1.0, random.below(600) - 300); };
+    const std::function<ERPoint2D(double)> sorts[] = {
+        [&](double) { return random.value<ERPoint2D>(1); },
+        [&](double) { return random.value<ERPoint2D>(1) * scale + place; },
+        [&](double t) { return ERPoint2D(std::cos(4 * t), std::sin(4 * t)) * scale; },
+        [&](double) { return ERPoint2D(random.below(9), random.below(9)); },
+        [&](double) {
+            return ERPoint2D(random.below(3) * 1e-7 + random.below(2), random.below(7) * 5e-8);
+        },
+        [&](double) { return random.value<ERPoint2D>(3e-7); },
+        [&](double) {
+            return ERPoint2D(0.1 * random.below(50),
+                             0.3 * random.below(50) + 1e-9 * random.below(3));
+        },
+        [&](double) { return ERPoint2D(power(), power()); },
+        [&](double t) { return ERPoint2D(1.0 / 3.0, t); },
+        // On one oblique line, up to the rounding.
+        [&](double t) { return ERPoint2D(0.1 + t * 0.7, 0.2 + t * 0.9); },
+    };
+    for (ERPoint2D& p : points)
+        p = sorts[sort](random.uniform(-1, 1));
     return points;
 }
 
@@ -176,13 +155,7 @@ TEST(ConvexHull, OddCases) {
 
 TEST(ConvexHull, OfNumbersOutOfRangeEnds) {
     Random random(7513);
-    constexpr double odd[] = {std::numeric_limits<double>::quiet_NaN(),
-                              std::numeric_limits<double>::infinity(),
-                              -std::numeric_limits<double>::infinity(),
-                              1.7e308,
-                              -1.7e308,
-                              0.0,
-                              1.0};
+    constexpr double odd[] = {NAN, INFINITY, -INFINITY, 1.7e308, -1.7e308, 0.0, 1.0};
     for (int round = 0; round < 2000; ++round) {
         Points points(static_cast<std::size_t>(2 + random.below(300)));
         for (ERPoint2D& p : points)

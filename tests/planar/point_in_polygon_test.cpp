@@ -1,13 +1,7 @@
 #include "velm/planar/point_in_polygon.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/planar/orientation.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
 
 namespace {
 

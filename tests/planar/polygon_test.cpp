@@ -1,14 +1,9 @@
 // Measures, projections, and the position of boxes against polygons.
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/box.h"
 #include "velm/frame/point_functions.h"
 #include "velm/planar/polygon_measures.h"
 #include "velm/planar/polygon_projection.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
 
 namespace {
 

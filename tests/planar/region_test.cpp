@@ -1,7 +1,7 @@
 // Regions against their rules gone through one by one, exact arithmetic and lengths that add up.
 #include "velm/planar/region.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "support/threads.h"
 #include "velm/frame/box_clipping.h"
 #include "velm/frame/point_functions.h"
@@ -12,15 +12,9 @@
 #include "velm/wireframe/intersections.h"
 #include "velm/wireframe/segment.h"
 
-#include <gtest/gtest.h>
-
 #include <bit>
-#include <cmath>
 #include <deque>
-#include <numbers>
-#include <sstream>
 #include <tuple>
-#include <vector>
 
 namespace {
 

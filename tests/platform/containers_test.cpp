@@ -1,20 +1,14 @@
 // The containers and names of a host's libraries: page array and hash table against the standard
 // library's over random operations, the order of names as an order, hashes against published ones.
+#include "support/test.h"
 #include "velm/platform/hash_table.h"
 #include "velm/platform/name_comparison.h"
 #include "velm/platform/page_array.h"
 
-#include "support/random.h"
-
-#include <algorithm>
 #include <array>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <map>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace {
 

@@ -14,7 +14,8 @@
 
 namespace {
 
-using velm_test::FaultyFiles;
+using Cause = CFileException;
+using Fault = velm_test::FaultyFiles;
 using velm_test::file_cause;
 using velm_test::TemporaryFolder;
 
@@ -25,7 +26,7 @@ int cause_of_open(const std::string& name, UINT flags) {
     CFile file;
     CFileException failure;
     const bool opened = file.Open(name.c_str(), flags, &failure);
-    EXPECT_EQ(opened, failure.m_cause == CFileException::none);
+    EXPECT_EQ(opened, failure.m_cause == Cause::none);
     if (!opened) {
         EXPECT_EQ(failure.m_strFileName, name);
     }
@@ -59,12 +60,12 @@ TEST(File, SharingHoldsBetweenAllPairsOfOpeners) {
         for (const Opener& second : openers) {
             const bool refused = first.shuts_out(second) || second.shuts_out(first);
             EXPECT_EQ(cause_of_open(name, second.access | second.share),
-                      refused ? CFileException::sharingViolation : CFileException::none)
+                      refused ? Cause::sharingViolation : Cause::none)
                 << std::hex << first.access << ' ' << first.share << ' ' << second.access << ' '
                 << second.share;
         }
         held.Close();
-        EXPECT_EQ(cause_of_open(name, fresh | CFile::modeNoTruncate), CFileException::none);
+        EXPECT_EQ(cause_of_open(name, fresh | CFile::modeNoTruncate), Cause::none);
     }
     EXPECT_EQ(TemporaryFolder::bytes_of(name), "content");
 }
@@ -84,12 +85,12 @@ TEST(File, SharingEndsWithTheProcessThatHeldIt) {
     char opened = 0;
     ASSERT_EQ(read(ready[0], &opened, 1), 1);
     EXPECT_EQ(opened, 1);
-    EXPECT_EQ(cause_of_open(name, shared_read), CFileException::sharingViolation);
-    EXPECT_EQ(cause_of_open(name, fresh), CFileException::sharingViolation);
+    EXPECT_EQ(cause_of_open(name, shared_read), Cause::sharingViolation);
+    EXPECT_EQ(cause_of_open(name, fresh), Cause::sharingViolation);
     EXPECT_EQ(TemporaryFolder::bytes_of(name), "content") << "emptied before it was held";
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
-    EXPECT_EQ(cause_of_open(name, fresh), CFileException::none);
+    EXPECT_EQ(cause_of_open(name, fresh), Cause::none);
     EXPECT_EQ(TemporaryFolder::bytes_of(name), "");
     close(ready[0]);
     close(ready[1]);
@@ -103,19 +104,19 @@ TEST(File, RefusesWhatIsNoRegularFileWithoutWaiting) {
         std::string name;
         int cause;
     } refused[] = {
-        {folder.path(""), CFileException::accessDenied},
-        {pipe_name, CFileException::invalidFile},
-        {"/dev/null", CFileException::invalidFile},
-        {plain + "/below", CFileException::badPath},
-        {folder.path("no/such/folder"), CFileException::badPath},
-        {folder.path(std::string(300, 'x')), CFileException::badPath},
-        {"", CFileException::fileNotFound},
+        {folder.path(""), Cause::accessDenied},
+        {pipe_name, Cause::invalidFile},
+        {"/dev/null", Cause::invalidFile},
+        {plain + "/below", Cause::badPath},
+        {folder.path("no/such/folder"), Cause::badPath},
+        {folder.path(std::string(300, 'x')), Cause::badPath},
+        {"", Cause::fileNotFound},
     };
     for (const auto& [name, cause] : refused) {
         for (const UINT access : {CFile::modeRead, CFile::modeWrite, CFile::modeReadWrite})
             EXPECT_EQ(cause_of_open(name, access | CFile::shareDenyNone), cause) << name;
     }
-    EXPECT_EQ(cause_of_open(folder.path("missing"), shared_read), CFileException::fileNotFound);
+    EXPECT_EQ(cause_of_open(folder.path("missing"), shared_read), Cause::fileNotFound);
 }
 
 TEST(File, WhatIsWrittenIsSeenThroughAnotherDescriptorAtOnce) {
@@ -149,9 +150,9 @@ TEST(File, WhatIsWrittenIsSeenThroughAnotherDescriptorAtOnce) {
 
     // The sharing lasts until the twin is closed too.
     file.Close();
-    EXPECT_EQ(cause_of_open(name, shared_read), CFileException::sharingViolation);
+    EXPECT_EQ(cause_of_open(name, shared_read), Cause::sharingViolation);
     twin->Close();
-    EXPECT_EQ(cause_of_open(name, shared_read), CFileException::none);
+    EXPECT_EQ(cause_of_open(name, shared_read), Cause::none);
 }
 
 TEST(File, GrowthBeyondTheLimitIsAFullDiskBeforeAnythingIsWritten) {
@@ -159,12 +160,12 @@ TEST(File, GrowthBeyondTheLimitIsAFullDiskBeforeAnythingIsWritten) {
     const std::string name = folder.path("large");
     CFile file(name.c_str(), fresh);
     file.Seek(static_cast<LONGLONG>(CFile::longest) - 1, CFile::begin);
-    EXPECT_EQ(file_cause([&] { file.Write("ab", 2); }), CFileException::diskFull);
+    EXPECT_EQ(file_cause([&] { file.Write("ab", 2); }), Cause::diskFull);
     EXPECT_EQ(file.GetLength(), 0u);
-    EXPECT_EQ(file_cause([&] { file.SetLength(CFile::longest + 1); }), CFileException::diskFull);
+    EXPECT_EQ(file_cause([&] { file.SetLength(CFile::longest + 1); }), Cause::diskFull);
     file.Write("a", 1);
     EXPECT_EQ(file.GetLength(), CFile::longest);
-    EXPECT_EQ(file_cause([&] { file.Write("b", 1); }), CFileException::diskFull);
+    EXPECT_EQ(file_cause([&] { file.Write("b", 1); }), Cause::diskFull);
     file.Write("b", 0);
     EXPECT_EQ(file.GetLength(), CFile::longest);
 }
@@ -173,27 +174,27 @@ TEST(File, KeepsToItsAccessAndItsDescriptorToItself) {
     const TemporaryFolder folder;
     const std::string name = folder.file("plain", "content");
     char byte;
-    FaultyFiles system;
+    Fault system;
     {
         CFile file(name.c_str(), CFile::modeWrite);
-        EXPECT_EQ(file_cause([&] { file.Read(&byte, 1); }), CFileException::accessDenied);
+        EXPECT_EQ(file_cause([&] { file.Read(&byte, 1); }), Cause::accessDenied);
         EXPECT_NE(fcntl(system.last_opened(), F_GETFD) & FD_CLOEXEC, 0);
     }
     CFile file(name.c_str(), CFile::modeRead);
-    EXPECT_EQ(file_cause([&] { file.Write("x", 1); }), CFileException::accessDenied);
-    EXPECT_EQ(file_cause([&] { file.SetLength(0); }), CFileException::accessDenied);
+    EXPECT_EQ(file_cause([&] { file.Write("x", 1); }), Cause::accessDenied);
+    EXPECT_EQ(file_cause([&] { file.SetLength(0); }), Cause::accessDenied);
     file.Close();
-    EXPECT_EQ(file_cause([&] { file.Read(&byte, 1); }), CFileException::invalidFile);
-    EXPECT_EQ(file_cause([&] { file.Write("x", 1); }), CFileException::invalidFile);
-    EXPECT_EQ(file_cause([&] { file.GetLength(); }), CFileException::invalidFile);
+    EXPECT_EQ(file_cause([&] { file.Read(&byte, 1); }), Cause::invalidFile);
+    EXPECT_EQ(file_cause([&] { file.Write("x", 1); }), Cause::invalidFile);
+    EXPECT_EQ(file_cause([&] { file.GetLength(); }), Cause::invalidFile);
 
     // A file that may be written but not read is opened for writing alone.
-    system.fail(FaultyFiles::opening, 1, EACCES);
+    system.fail(Fault::opening, 1, EACCES);
     ASSERT_TRUE(file.Open(name.c_str(), CFile::modeWrite | CFile::shareDenyWrite));
     EXPECT_EQ(fcntl(system.last_opened(), F_GETFL) & O_ACCMODE, O_WRONLY);
     EXPECT_EQ(cause_of_open(name, CFile::modeWrite | CFile::shareDenyNone),
-              CFileException::sharingViolation);
-    EXPECT_EQ(cause_of_open(name, shared_read), CFileException::none);
+              Cause::sharingViolation);
+    EXPECT_EQ(cause_of_open(name, shared_read), Cause::none);
     EXPECT_EQ(TemporaryFolder::bytes_of(name), "content");
 }
 
@@ -203,7 +204,7 @@ TEST(File, ShortAndInterruptedTransfersAreFinished) {
     for (std::size_t i = 0; i < content.size(); ++i)
         content[i] = static_cast<char>(i * 7);
     const std::string name = folder.path("slow");
-    FaultyFiles system;
+    Fault system;
     system.fall_short(3);
     CFile file(name.c_str(), fresh);
     file.Write(content.data(), 1000);
@@ -217,39 +218,35 @@ TEST(File, ShortAndInterruptedTransfersAreFinished) {
 TEST(File, FaultsBelowBecomeCauses) {
     const TemporaryFolder folder;
     const std::string name = folder.file("faulty", "content");
-    FaultyFiles system;
+    Fault system;
     char bytes[4];
     CFile file(name.c_str(), CFile::modeReadWrite);
-    const auto cause = [&](FaultyFiles::Operation kind, int error, auto operation) {
+    const auto cause = [&](Fault::Operation kind, int error, auto operation) {
         system.fail(kind, 1, error);
         return file_cause(operation);
     };
-    EXPECT_EQ(cause(FaultyFiles::reading, EIO, [&] { file.Read(bytes, 4); }),
-              CFileException::hardIO);
-    EXPECT_EQ(cause(FaultyFiles::writing, ENOSPC, [&] { file.Write(bytes, 4); }),
-              CFileException::diskFull);
-    EXPECT_EQ(cause(FaultyFiles::seeking, EINVAL, [&] { file.Seek(1, CFile::begin); }),
-              CFileException::badSeek);
+    EXPECT_EQ(cause(Fault::reading, EIO, [&] { file.Read(bytes, 4); }), Cause::hardIO);
+    EXPECT_EQ(cause(Fault::writing, ENOSPC, [&] { file.Write(bytes, 4); }), Cause::diskFull);
+    EXPECT_EQ(cause(Fault::seeking, EINVAL, [&] { file.Seek(1, CFile::begin); }), Cause::badSeek);
     EXPECT_EQ(file.GetPosition(), 0u);
-    EXPECT_EQ(cause(FaultyFiles::cutting, EPERM, [&] { file.SetLength(0); }),
-              CFileException::accessDenied);
-    EXPECT_EQ(cause(FaultyFiles::closing, EIO, [&] { file.Close(); }), CFileException::hardIO);
-    EXPECT_EQ(cause(FaultyFiles::closing, EIO, [&] { file.Close(); }), 0) << "closed already";
+    EXPECT_EQ(cause(Fault::cutting, EPERM, [&] { file.SetLength(0); }), Cause::accessDenied);
+    EXPECT_EQ(cause(Fault::closing, EIO, [&] { file.Close(); }), Cause::hardIO);
+    EXPECT_EQ(cause(Fault::closing, EIO, [&] { file.Close(); }), 0) << "closed already";
 
     const auto cause_of_locking = [&](UINT flags) {
-        system.fail(FaultyFiles::locking, 1, EOPNOTSUPP);
+        system.fail(Fault::locking, 1, EOPNOTSUPP);
         return cause_of_open(name, flags);
     };
-    EXPECT_EQ(cause_of_locking(fresh), CFileException::lockViolation);
-    EXPECT_EQ(cause_of_locking(shared_read), CFileException::none);
+    EXPECT_EQ(cause_of_locking(fresh), Cause::lockViolation);
+    EXPECT_EQ(cause_of_locking(shared_read), Cause::none);
     EXPECT_EQ(TemporaryFolder::bytes_of(name), "content");
 
-    const int errors[][2] = {{EMFILE, CFileException::tooManyOpenFiles},
-                             {EROFS, CFileException::accessDenied},
-                             {ENOLCK, CFileException::lockViolation},
-                             {EDOM, CFileException::genericException}};
+    const int errors[][2] = {{EMFILE, Cause::tooManyOpenFiles},
+                             {EROFS, Cause::accessDenied},
+                             {ENOLCK, Cause::lockViolation},
+                             {EDOM, Cause::genericException}};
     for (const auto& [error, expected] : errors) {
-        system.fail(FaultyFiles::opening, 1, error);
+        system.fail(Fault::opening, 1, error);
         EXPECT_EQ(cause_of_open(name, CFile::modeReadWrite), expected);
     }
 }

@@ -1,16 +1,10 @@
 // Lists, per-thread objects and debug output.
+#include "support/test.h"
 #include "velm/platform/debug_output.h"
 #include "velm/platform/thread_local_object.h"
 #include "velm/platform/typed_lists.h"
 
-#include "support/random.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace {
 

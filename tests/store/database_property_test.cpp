@@ -1,13 +1,9 @@
 // Properties and their table: conversions, bytes, damaged records.
 #include "support/records.h"
+#include "support/test.h"
 #include "velm/store/database_property.h"
 
 #include <climits>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <sstream>
-#include <string>
 
 namespace {
 

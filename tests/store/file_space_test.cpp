@@ -3,13 +3,9 @@
 
 #include "store/store_files.h"
 #include "support/caught.h"
-#include "support/random.h"
-
-#include <gtest/gtest.h>
+#include "support/test.h"
 
 #include <map>
-#include <string>
-#include <vector>
 
 namespace {
 

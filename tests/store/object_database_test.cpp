@@ -1,15 +1,9 @@
 // The object database, and objects that save, delete and refer to themselves in it.
 #include "store/store_files.h"
 #include "support/caught.h"
+#include "support/test.h"
 #include "velm/platform/file_exception.h"
 #include "velm/wireframe/segment.h"
-
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace {
 

@@ -3,20 +3,14 @@
 #include "store/store_files.h"
 #include "support/caught.h"
 #include "support/faulty_files.h"
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/platform/file_exception.h"
 #include "velm/store/db_object.h"
 #include "velm/store/store_salvage.h"
 #include "velm/wireframe/segment.h"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
 #include <map>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace {
 

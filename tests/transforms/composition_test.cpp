@@ -1,11 +1,8 @@
 // The table of compositions over all pairs of kinds, reduction, inverses, and who owns the bodies.
 #include "transforms/kinds.h"
 
+#include "support/test.h"
 #include "velm/frame/point_functions.h"
-
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
 
 namespace {
 

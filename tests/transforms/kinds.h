@@ -81,10 +81,8 @@ class RandomTransformations {
 public:
     explicit RandomTransformations(std::uint64_t seed) : random(seed) {}
 
-    ERPoint3D point() {
-        return ERPoint3D::each([this](int) { return random.uniform(-10, 10); });
-    }
-    ERVector3D direction() { return point().asVector3D().normalize(); }
+    ERPoint3D point() { return random.value<ERPoint3D>(10); }
+    ERVector3D direction() { return random.direction<ERVector3D>(); }
     ERMatrix<double> rotation() {
         return ERQuaternion(direction(), random.uniform(0.1, 6.0)).GetMatrix();
     }

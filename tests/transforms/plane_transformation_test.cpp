@@ -1,11 +1,8 @@
 // The transformation of the plane, and the conversions of coordinates.
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/point_functions.h"
 #include "velm/transforms/coordinate_conversions.h"
 #include "velm/transforms/transformed_values.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -13,8 +10,8 @@ constexpr double rounding = 1e-12;
 
 class PlaneTransformation : public testing::Test {
 public:
-    ERPoint2D point() { return {random.uniform(-10, 10), random.uniform(-10, 10)}; }
-    ERVector2D vector() { return ERVector2D(point()); }
+    ERPoint2D point() { return random.value<ERPoint2D>(10); }
+    ERVector2D vector() { return random.value<ERVector2D>(10); }
 
     velm_test::Random random{71};
 };

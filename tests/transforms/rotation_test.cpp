@@ -1,4 +1,6 @@
 // The factories against closed forms; Euler angles, locks and flips; frames and texts.
+#include "support/records.h"
+#include "support/test.h"
 #include "transforms/kinds.h"
 
 #include "velm/frame/point_functions.h"
@@ -7,13 +9,10 @@
 #include "velm/transforms/rotation_tools.h"
 #include "velm/transforms/transformed_values.h"
 
-#include <gtest/gtest.h>
-#include <numbers>
-#include <sstream>
-
 namespace {
 
 using velm_test::RandomTransformations;
+using velm_test::text_of;
 
 constexpr double pi = std::numbers::pi;
 constexpr double rounding = 1e-13;
@@ -155,24 +154,20 @@ TEST(Texts, OfTransformations) {
     EXPECT_EQ(dump(quarter), " 0.000   -1.000    0.000   -1234.568 \n"
                              " 1.000    0.000    0.000    0.000   \n"
                              " 0.000    0.000    1.000    123456.000 \n");
-    const auto text = [](const ERObject& object) {
-        std::ostringstream out;
-        out << object;
-        return out.str();
-    };
     const std::string matrix = "Matrice de Rotation    : ( r= +3, c=+3\n"
                                "[+1.0000000   +0.0000000   +0.0000000   ]\n"
                                "[+0.0000000   +1.0000000   +0.0000000   ]\n"
                                "[+0.0000000   +0.0000000   -1.0000000   ]\n";
-    std::string printed = text(ERSimilitude3D(_ERSymetrie3D(Coord3D_Z).matrix(), {1, 2, 3}, 2.0));
+    std::string printed =
+        text_of(ERSimilitude3D(_ERSymetrie3D(Coord3D_Z).matrix(), {1, 2, 3}, 2.0));
     const std::size_t head = printed.find("( r=");
     EXPECT_EQ(printed.substr(0, head), "Matrice de Rotation    : ");
     EXPECT_NE(printed.find("-1.0000000"), std::string::npos);
     EXPECT_NE(printed.find("\nComposante Translation : [+1.0000000,+2.0000000,+3.0000000]\n"
                            "facteur d'homothetie   : +2.0000000\n"),
               std::string::npos);
-    EXPECT_EQ(text(ERTranslation3D(ERPoint3D(1, 2, 3))), "Composante Translation : [1,2,3]\n");
-    EXPECT_EQ(text(_ERWorkplane()).find("facteur"), std::string::npos);
+    EXPECT_EQ(text_of(ERTranslation3D(ERPoint3D(1, 2, 3))), "Composante Translation : [1,2,3]\n");
+    EXPECT_EQ(text_of(_ERWorkplane()).find("facteur"), std::string::npos);
 }
 
 TEST(Operators, MapCopies) {

@@ -1,11 +1,7 @@
 #include "velm/wireframe/arc.h"
 
+#include "support/test.h"
 #include "wireframe/curve_checks.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
 
 namespace {
 

@@ -2,17 +2,13 @@
 // its parts and its images.
 #pragma once
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/dimension.h"
 #include "velm/frame/finite_entity.h"
 #include "velm/frame/point_functions.h"
 #include "velm/transforms/plane_transformation.h"
 #include "velm/wireframe/closest_point.h"
 
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <numbers>
 #include <type_traits>
 
 namespace velm_test {

@@ -1,18 +1,12 @@
 #include "velm/wireframe/ellipse.h"
 
+#include "support/test.h"
 #include "velm/platform/ellipse_kernel.h"
 #include "velm/wireframe/elliptical_arc.h"
 #include "wireframe/curve_checks.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <limits>
-#include <sstream>
-#include <string>
 
 namespace {
 

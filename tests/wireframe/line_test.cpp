@@ -1,24 +1,17 @@
 #include "velm/wireframe/line.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/point_functions.h"
 #include "velm/wireframe/intersections.h"
 #include "velm/wireframe/segment.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 
 namespace {
 
 velm_test::Random draw{41};
 
-ERPoint2D flat_point() { return {draw.uniform(-50, 50), draw.uniform(-50, 50)}; }
-ERPoint3D solid_point() {
-    return {draw.uniform(-50, 50), draw.uniform(-50, 50), draw.uniform(-50, 50)};
-}
-ERVector3D solid_vector() { return ERVector3D(solid_point()); }
+ERPoint2D flat_point() { return draw.value<ERPoint2D>(50); }
+ERPoint3D solid_point() { return draw.value<ERPoint3D>(50); }
+ERVector3D solid_vector() { return draw.value<ERVector3D>(50); }
 
 TEST(Line, KeepsAUnitDirectionAndTheFootOfTheOrigin) {
     ERInfLine2D across(ERPoint2D(3, 4), ERPoint2D(5, 4));

@@ -1,13 +1,8 @@
 #include "velm/wireframe/segment.h"
 
-#include "support/random.h"
 #include "support/records.h"
+#include "support/test.h"
 #include "velm/frame/point_functions.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 
 namespace {
 
@@ -16,9 +11,7 @@ constexpr int rounds = 2000;
 template <class D>
 class Segment : public testing::Test {
 public:
-    typename D::Point point() {
-        return D::Point::each([&](int) { return random.uniform(-100, 100); });
-    }
+    typename D::Point point() { return random.template value<typename D::Point>(100); }
     typename D::Segment segment() { return {point(), point()}; }
 
     static inline velm_test::Random random{2024};
