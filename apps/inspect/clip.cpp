@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 
 #include "inspect/clip_picture.h"
 #include "inspect/clip_reports.h"
@@ -46,6 +47,53 @@ Polygon scaled(Polygon points, double factor) {
     return points;
 }
 
+// One area of the region, and the place of its pieces on their way.
+class AreaClipper : private ERDebugIntersect {
+public:
+    AreaClipper(const Outline& region, const Area& area, double factor)
+        : domain_(1 + static_cast<int>(area.holes.size()), 1) {
+        const auto add = [&](int contour) {
+            domain_.Add(
+                scaled(region.contours[static_cast<std::size_t>(contour)].vertices(), factor));
+        };
+        add(area.outer);
+        for (const int hole : area.holes)
+            add(hole);
+    }
+
+    struct Piece {
+        double start; // where on the polyline: its points counted, and parts between them
+        Polygon points;
+    };
+    void append_pieces(const Polygon& polyline, std::vector<Piece>& pieces) {
+        ERTValVector<Polygon> found;
+        stops_.clear();
+        domain_.Intersect(polyline, found, this);
+        // A piece is a run of stops; where the way repeats itself, the first run not passed yet.
+        auto at = stops_.begin();
+        for (const Polygon& piece : found) {
+            const auto points = piece.view();
+            const auto run =
+                std::search(at, stops_.end(), points.begin(), points.end(),
+                            [](const Stop& stop, const ERPoint2D& p) { return stop.point == p; });
+            pieces.push_back({run == stops_.end() ? 0.0 : run->parameter, piece});
+            if (run != stops_.end()) at = run + (piece.size() - 1);
+        }
+    }
+
+private:
+    struct Stop {
+        double parameter;
+        ERPoint2D point;
+    };
+    void onIntersect(_Intersect const* stop) override {
+        stops_.push_back({stop->parameter, stop->point});
+    }
+
+    ERRegion2D domain_;
+    std::vector<Stop> stops_;
+};
+
 void require_straight(const TextSource& source, const Outline& region) {
     for (const Contour& contour : region.contours)
         if (contour.has_arcs())
@@ -56,16 +104,19 @@ void require_straight(const TextSource& source, const Outline& region) {
 
 ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
     const double factor = scale_for(region, polylines);
-    ERRegion2D domain(static_cast<int>(region.contours.size()), 1);
-    for (const Contour& contour : region.contours)
-        domain.Add(scaled(contour.vertices(), factor));
+    std::deque<AreaClipper> areas; // which stay where they are
+    for (const Area& area : region.areas)
+        areas.emplace_back(region, area, factor);
     ClipResult result;
     for (std::size_t i = 0; i < polylines.size(); ++i) {
-        ERTValVector<Polygon> pieces;
-        domain.Intersect(scaled(polylines[i], factor), pieces);
+        std::vector<AreaClipper::Piece> pieces;
+        for (AreaClipper& area : areas)
+            area.append_pieces(scaled(polylines[i], factor), pieces);
+        std::stable_sort(pieces.begin(), pieces.end(),
+                         [](const auto& a, const auto& b) { return a.start < b.start; });
         result.length += length_of(polylines[i]);
-        for (const Polygon& piece : pieces) {
-            const Polygon points = scaled(piece, 1.0 / factor);
+        for (const AreaClipper::Piece& piece : pieces) {
+            const Polygon points = scaled(piece.points, 1.0 / factor);
             result.pieces.push_back({static_cast<int>(i), points, length_of(points)});
             result.length_inside += result.pieces.back().length;
         }

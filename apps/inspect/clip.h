@@ -33,8 +33,9 @@ struct ClipResult {
     double length = 0.0; ///< of all polylines
 };
 
-/// The pieces of the polylines within the outer contour and outside its holes. Coordinates are
-/// scaled by a power of two, which is exact, where the tolerances of a region would not suit them.
+/// The pieces of the polylines that lie in an area of the region; a polyline that goes over from
+/// one area to another is cut there. Coordinates are scaled by a power of two, which is exact,
+/// where the tolerances of a region would not suit them.
 ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines);
 
 /// Reads both files, clips, and writes the pieces and the reports that are asked for; all outputs

@@ -15,8 +15,8 @@ constexpr const char* examples =
     "      and a picture, and the pieces with their lengths for programs\n";
 
 constexpr const char* files_text =
-    "REGION: contours of straight edges as NOMINAL of section, the first outer, the others\n"
-    "holes.\n"
+    "REGION: contours of straight edges as NOMINAL of section, with holes, islands in them and\n"
+    "parts that lie apart.\n"
     "POLYLINE: a point a line, two numbers parted by blanks, tabs or commas; # starts a\n"
     "comment; a blank line parts polylines. Borders of the region belong to it.\n"
     "- is standard input or output.\n\n";

@@ -81,13 +81,22 @@ enum class OutlineForm {
     pieces,    ///< loose pieces in any order and direction, x1 y1 x2 y2 a line
 };
 
+/// Material within an outer contour and outside of its holes, by their indices.
+struct Area {
+    int outer = 0;
+    std::vector<int> holes;
+};
+
 struct Outline {
     std::string title; ///< the first line that is no data, empty without one
     OutlineForm form = OutlineForm::contours;
-    /// The first is the outer one, the others are holes; turned as the file has them. No two
-    /// neighbouring vertices of a straight edge are equal; straight edges alone are at least three,
-    /// not all on one line.
+    /// Turned as the file has them. No two neighbouring vertices of a straight edge are equal;
+    /// straight edges alone are at least three, not all on one line.
     std::vector<Contour> contours;
+    /// Of which the material consists, in the order of their outer contours: by `settle_areas`
+    /// (outline_nesting.h). Each contour belongs to one.
+    std::vector<Area> areas;
+    std::vector<bool> is_hole; ///< of each contour
 
     ERMinimax2D box() const;
 };

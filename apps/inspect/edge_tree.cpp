@@ -51,7 +51,7 @@ EdgeTree::EdgeTree(Contour contour) : contour_(std::move(contour)), extent_(cont
 
 int EdgeTree::build(int begin, int end) {
     const std::size_t at = nodes_.size();
-    nodes_.push_back({ERMinimax2D(), begin, end, 0});
+    nodes_.push_back({ERMinimax2D(), begin, end, 0, 0});
     if (end - begin <= edges_in_leaf) {
         for (int i = begin; i < end; ++i)
             nodes_[at].box.Update(contour_.box(i));
@@ -63,6 +63,7 @@ int EdgeTree::build(int begin, int end) {
         nodes_[at].box = nodes_[at + 1].box;
         nodes_[at].box.Update(nodes_[static_cast<std::size_t>(right)].box);
     }
+    nodes_[at].behind = nodes_.size();
     return static_cast<int>(at);
 }
 
@@ -139,30 +140,6 @@ bool EdgeTree::encloses(const ERPoint2D& p) const {
         }
     }
     return odd;
-}
-
-void EdgeTree::reduce_for_inside(const ERPoint2D& p, std::vector<ERPoint2D>& chain) const {
-    const auto is_skipped = [&](const ERMinimax2D& box) {
-        return p.y() > box.ymax || p.y() < box.ymin || p.x() > box.xmax;
-    };
-    chain.clear();
-    chain.push_back(contour_[0]);
-    std::array<int, deepest> waiting;
-    std::size_t count = 0;
-    waiting[count++] = 0;
-    while (count > 0) {
-        const int at = waiting[--count];
-        const Node& node = nodes_[static_cast<std::size_t>(at)];
-        if (is_skipped(node.box)) {
-            chain.push_back(contour_[node.end]);
-        } else if (node.right == 0) {
-            for (int i = node.begin; i < node.end; ++i)
-                chain.push_back(contour_[i + 1]);
-        } else {
-            waiting[count++] = node.right;
-            waiting[count++] = at + 1;
-        }
-    }
 }
 
 } // namespace velm::inspect

@@ -34,18 +34,31 @@ public:
     /// the edges as they are. What is nearer to an edge than some roundings is not told reliably.
     bool encloses(const ERPoint2D& p) const;
 
-    /// For straight edges only: fills `chain` with vertices that give the same `Inside(p, ...)`
-    /// as the contour: a run of edges that lies all above, all below or all to the left of p, each
-    /// of which `Inside` skips, is replaced by its chord, which it skips too.
-    void reduce_for_inside(const ERPoint2D& p, std::vector<ERPoint2D>& chain) const;
+    /// Calls visit(i) for the edges, in order, whose boxes meet the given one.
+    template <class Visit>
+    void visit(const ERMinimax2D& box, Visit visit) const {
+        // Children stand behind their node, the first one next to it.
+        for (std::size_t at = 0; at < nodes_.size();) {
+            const Node& node = nodes_[at];
+            if (node.box | box) {
+                at = node.behind;
+                continue;
+            }
+            if (node.right == 0)
+                for (int i = node.begin; i < node.end; ++i)
+                    if (!(contour_.box(i) | box)) visit(i);
+            ++at;
+        }
+    }
 
     const Contour& contour() const { return contour_; }
 
 private:
     struct Node {
         ERMinimax2D box;
-        int begin, end; // edges
-        int right;      // the second child; the first is the next node; 0 in a leaf
+        int begin, end;     // edges
+        int right;          // the second child; the first is the next node; 0 in a leaf
+        std::size_t behind; // the node behind the last one under this
     };
     int build(int begin, int end);
     void try_edge(int i, const ERPoint2D& p, int contour, NearestEdge& best) const;

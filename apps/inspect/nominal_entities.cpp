@@ -20,8 +20,9 @@ std::string model_name(const Outline& outline, const std::string& file) {
 
 } // namespace
 
-std::string contour_name(const Outline&, int contour) {
-    return contour == 0 ? "outer" : "hole " + std::to_string(contour);
+std::string contour_name(const Outline& outline, int contour) {
+    const std::string kind = outline.is_hole[static_cast<std::size_t>(contour)] ? "hole" : "outer";
+    return contour == 0 && kind == "outer" ? kind : kind + " " + std::to_string(contour);
 }
 
 NominalEntities::NominalEntities(const Outline& outline, const std::string& file)

@@ -10,7 +10,7 @@
 
 namespace velm::inspect {
 
-/// What a contour of an outline is called: "outer", "hole 1", "hole 2", ...
+/// What a contour of an outline is called: "outer", "hole 1", "hole 2", "outer 3", ...
 std::string contour_name(const Outline& outline, int contour);
 
 /// Each edge has an entity and an identifier. The identifier is a named one: its numbers are the

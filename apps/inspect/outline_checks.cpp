@@ -2,6 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+
+#include "inspect/number_text.h"
+#include "inspect/outline_nesting.h"
 
 namespace velm::inspect {
 namespace {
@@ -62,6 +66,21 @@ void require_area(const TextSource& source, std::size_t line, const Contour& con
 
 bool has_area(const Contour& contour) {
     return has_vertices(contour) && is_in_range(contour) && !encloses_nothing(contour);
+}
+
+void require_areas(const TextSource& source, std::vector<LocatedContour> contours,
+                   Outline& outline) {
+    for (LocatedContour& located : contours)
+        outline.contours.push_back(std::move(located.contour));
+    const std::optional<ContourClash> clash = settle_areas(outline);
+    if (!clash) return;
+    const auto line = [&](int contour) { return contours[static_cast<std::size_t>(contour)].line; };
+    const std::string other = "that of line " + std::to_string(line(clash->other));
+    source.refuse_at(line(clash->contour),
+                     clash->crossing
+                         ? "the contour that starts here crosses " + other + " about " +
+                               shortest(clash->crossing->x()) + " " + shortest(clash->crossing->y())
+                         : "the contour that starts here runs along " + other + " all the way");
 }
 
 } // namespace velm::inspect

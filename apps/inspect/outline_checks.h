@@ -1,8 +1,9 @@
-// outline_checks.h: what every contour of a nominal file must have: `require_area`,
-// `has_area`.
+// outline_checks.h: what the contours of a nominal file must have: `require_area`, `has_area`,
+// `require_areas`.
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 #include "inspect/contour.h"
 #include "inspect/text_source.h"
@@ -16,5 +17,16 @@ void require_area(const TextSource& source, std::size_t line, const Contour& con
 
 /// Whether `require_area` lets the contour pass.
 bool has_area(const Contour& contour);
+
+/// A contour and the line where it starts.
+struct LocatedContour {
+    Contour contour;
+    std::size_t line;
+};
+
+/// Makes an outline of contours, its areas settled. Throws `Failure` (input), naming both lines,
+/// where two contours cross or coincide.
+void require_areas(const TextSource& source, std::vector<LocatedContour> contours,
+                   Outline& outline);
 
 } // namespace velm::inspect

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "inspect/number_text.h"
-#include "inspect/outline_checks.h"
 #include "inspect/text_escape.h"
 
 namespace velm::inspect {
@@ -79,7 +78,7 @@ void CommandReader::take(const OutlineLine& line) {
     }
 }
 
-std::vector<Contour> CommandReader::finish() {
+std::vector<LocatedContour> CommandReader::finish() {
     end_contour();
     return std::move(contours_);
 }
@@ -143,7 +142,7 @@ void CommandReader::close(const OutlineLine& line) {
     if (!(current_ == start_)) open_->append(current_);
     current_ = start_;
     require_area(source_, start_line_, *open_);
-    contours_.push_back(std::move(*open_));
+    contours_.push_back({std::move(*open_), start_line_});
     open_.reset();
 }
 
@@ -153,8 +152,8 @@ void CommandReader::add_circle(const OutlineLine& line) {
     const double radius = number(line, 3);
     if (!(radius > 0.0))
         source_.refuse("expected a positive radius, found '" + clipped(line.field[3], 40) + "'");
-    contours_.push_back(Contour::circle(center, radius));
-    require_area(source_, line.number, contours_.back());
+    contours_.push_back({Contour::circle(center, radius), line.number});
+    require_area(source_, line.number, contours_.back().contour);
 }
 
 // What came back exactly to its start is closed without a Z too.
@@ -164,7 +163,7 @@ void CommandReader::end_contour() {
         source_.refuse_at(start_line_, "the contour that starts here isn't closed; expected Z at "
                                        "its end");
     require_area(source_, start_line_, *open_);
-    contours_.push_back(std::move(*open_));
+    contours_.push_back({std::move(*open_), start_line_});
     open_.reset();
 }
 

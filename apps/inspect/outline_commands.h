@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "inspect/contour.h"
+#include "inspect/outline_checks.h"
 #include "inspect/outline_lines.h"
 
 namespace velm::inspect {
@@ -38,7 +38,7 @@ public:
     /// Throws `Failure` (input) with the line and what was expected.
     void take(const OutlineLine& line);
     /// The contours, of which there may be none.
-    std::vector<Contour> finish();
+    std::vector<LocatedContour> finish();
 
 private:
     void move(const OutlineLine& line);
@@ -53,7 +53,7 @@ private:
     void end_contour();
 
     const TextSource& source_;
-    std::vector<Contour> contours_;
+    std::vector<LocatedContour> contours_;
     std::optional<Contour> open_;
     ERPoint2D start_, current_;
     std::size_t start_line_ = 0;

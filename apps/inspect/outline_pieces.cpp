@@ -9,10 +9,8 @@
 #include <utility>
 
 #include "inspect/number_text.h"
-#include "inspect/outline_checks.h"
 #include "velm/frame/point_functions.h"
 #include "velm/planar/chainer_processor.h"
-#include "velm/planar/point_in_polygon.h"
 
 namespace velm::inspect {
 namespace {
@@ -119,7 +117,7 @@ void PieceReader::require_pairs() const {
 // Pieces are linked at their first ends only where a squared distance exceeds a length; scaling by
 // a power of two, which is exact, sees to that for all ends that are farther apart than the
 // tolerance.
-std::vector<PieceReader::Ring> PieceReader::link() const {
+std::vector<LocatedContour> PieceReader::link() const {
     double whole = 0.0;
     for (const Piece& piece : pieces_)
         whole += distance(piece.a, piece.b);
@@ -150,7 +148,7 @@ std::vector<PieceReader::Ring> PieceReader::link() const {
                 &all.back());
         },
         &gathered);
-    std::vector<Ring> rings;
+    std::vector<LocatedContour> rings;
     for (Gathered& ring : gathered) {
         if (!(ring.gap < tolerance_ * scale))
             source_.refuse_at(ring.line, "the piece can't be linked to a closed contour");
@@ -162,41 +160,15 @@ std::vector<PieceReader::Ring> PieceReader::link() const {
     return rings;
 }
 
-// The first is the outer one. Contours are taken not to cross.
-void PieceReader::require_holes(const std::vector<Ring>& rings) const {
-    for (std::size_t i = 1; i < rings.size(); ++i) {
-        const ERPoint2D& vertex = rings[i].contour[0];
-        for (std::size_t k = 0; k < rings.size(); ++k) {
-            if (k == i) continue;
-            const relpos place = Inside(vertex, rings[k].contour.vertices());
-            const std::string line = std::to_string(rings[k].line);
-            if (k == 0 && place == relpos_outside)
-                source_.refuse_at(rings[i].line, "the contour that starts here lies outside of the "
-                                                 "outer one, that of line " +
-                                                     line);
-            if (k > 0 && place == relpos_inside)
-                source_.refuse_at(rings[i].line,
-                                  "the contour that starts here lies in a hole, that "
-                                  "of line " +
-                                      line);
-        }
-    }
-}
-
-std::vector<Contour> PieceReader::finish() {
+std::vector<LocatedContour> PieceReader::finish() {
     require_pairs();
-    std::vector<Ring> rings = link();
-    if (rings.empty()) return {};
-    const auto outer =
-        std::max_element(rings.begin(), rings.end(), [](const Ring& a, const Ring& b) {
+    std::vector<LocatedContour> rings = link();
+    const auto largest = std::max_element(
+        rings.begin(), rings.end(), [](const LocatedContour& a, const LocatedContour& b) {
             return std::fabs(a.contour.signed_area()) < std::fabs(b.contour.signed_area());
         });
-    std::rotate(rings.begin(), outer, outer + 1);
-    require_holes(rings);
-    std::vector<Contour> contours;
-    for (Ring& ring : rings)
-        contours.push_back(std::move(ring.contour));
-    return contours;
+    if (!rings.empty()) std::rotate(rings.begin(), largest, largest + 1);
+    return rings;
 }
 
 } // namespace velm::inspect

@@ -90,7 +90,9 @@ Contour make_contour(const TextSource& source, Run run) {
     return contour;
 }
 
-void make_contours(const TextSource& source, Run vertices, Outline& outline) {
+std::vector<LocatedContour> make_contours(const TextSource& source, Run vertices,
+                                          Outline& outline) {
+    std::vector<LocatedContour> contours;
     if (outline.form == OutlineForm::automatic)
         outline.form = announces_runs(vertices) ? OutlineForm::runs : OutlineForm::contours;
     if (outline.form == OutlineForm::runs) vertices = join_runs(source, vertices);
@@ -98,9 +100,10 @@ void make_contours(const TextSource& source, Run vertices, Outline& outline) {
         auto end = vertices.end();
         if (outline.form == OutlineForm::contours)
             end = std::find_if(begin + 1, end, [](const Vertex& v) { return v.starts_block; });
-        outline.contours.push_back(make_contour(source, Run(begin, end)));
+        contours.push_back({make_contour(source, Run(begin, end)), begin->line});
         begin = end;
     }
+    return contours;
 }
 
 // Passes over the title, and gives the first line of data; false where there is none. A form that
@@ -148,18 +151,17 @@ Outline read_outline(TextSource& source, OutlineForm form, double chain_toleranc
             vertices.push_back(read_vertex(source, line));
     }
     if (source.bytes_read() == 0) source.refuse_whole("the file is empty; expected an outline");
-    if (outline.form == OutlineForm::arcs)
-        outline.contours = commands.finish();
-    else if (outline.form == OutlineForm::pieces)
-        outline.contours = pieces.finish();
-    else
-        make_contours(source, std::move(vertices), outline);
-    if (outline.contours.empty())
+    std::vector<LocatedContour> contours =
+        outline.form == OutlineForm::arcs     ? commands.finish()
+        : outline.form == OutlineForm::pieces ? pieces.finish()
+                                              : make_contours(source, std::move(vertices), outline);
+    if (contours.empty())
         source.refuse_whole(outline.form == OutlineForm::arcs
                                 ? "no contour; expected lines of M, L, A, Z or C"
                             : outline.form == OutlineForm::pieces
                                 ? "no pieces; expected lines of four numbers, x1 y1 x2 y2"
                                 : "no vertices; expected lines of two numbers, x and y");
+    require_areas(source, std::move(contours), outline);
     return outline;
 }
 

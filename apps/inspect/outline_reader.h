@@ -18,6 +18,9 @@ inline constexpr double default_chain_tolerance = 0.001;
 /// whose sum is the number of the vertices that follow. Its two runs are joined at the end that
 /// they share (the nearer one where they share none), the upper run turned round if need be.
 ///
+/// The contours' order and turning have no meaning: what lies in an even number of others is an
+/// outer one (outline_nesting.h).
+///
 /// Throws `Failure`: (input) with the file, the line and what was expected, (file) on read errors.
 Outline read_outline(TextSource& source, OutlineForm form = OutlineForm::automatic,
                      double chain_tolerance = default_chain_tolerance);

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <limits>
 
-#include "velm/planar/point_in_polygon.h"
 #include "velm/planar/polygon_measures.h"
 
 namespace velm::inspect {
@@ -101,11 +100,24 @@ Profile::Profile(const Outline& outline) {
     if (largest > largest_unscaled || largest < smallest_unscaled)
         scale_ = std::ldexp(1.0, std::clamp(-std::ilogb(largest), -1000, 1000));
 
-    for (const Contour& contour : outline.contours) {
-        const Contour scaled = contour.scaled(scale_);
-        const bool is_hole = !parts_.empty();
+    for (std::size_t c = 0; c < outline.contours.size(); ++c) {
+        const Contour scaled = outline.contours[c].scaled(scale_);
         const double border = border_per_magnitude * scaled.magnitude() + 2.0 * scaled.mismatch();
-        parts_.push_back({EdgeTree(scaled), turns_left(scaled) != is_hole, border});
+        parts_.push_back({EdgeTree(scaled), turns_left(scaled) != outline.is_hole[c], border});
+    }
+    for (const Area& area : outline.areas) {
+        std::vector<int> contours{area.outer};
+        contours.insert(contours.end(), area.holes.begin(), area.holes.end());
+        const bool is_outer_straight = !part(area.outer).edges.contour().has_arcs();
+        areas_.push_back({ERRegion2D(static_cast<int>(contours.size()), is_outer_straight ? 1 : 0),
+                          {},
+                          area.outer});
+        for (const int c : contours) {
+            if (part(c).edges.contour().has_arcs())
+                areas_.back().arcs.push_back(c);
+            else
+                areas_.back().straight.Add(part(c).edges.contour().vertices());
+        }
     }
 }
 
@@ -119,10 +131,10 @@ Comparison Profile::compare(const ERPoint2D& point) const {
     for (std::size_t c = 0; c < parts_.size(); ++c)
         parts_[c].edges.find_nearest(p, static_cast<int>(c), nearest);
 
-    const Place place = locate(p, nearest);
+    const Side side = locate(p, nearest);
     const bool outside =
-        place == Place::border ? lies_outside_of_edge(p, nearest) : place == Place::outside;
-    const Part& part = part_of(nearest);
+        side == Side::border ? lies_outside_of_edge(p, nearest) : side == Side::outside;
+    const Part& part = this->part(nearest.contour);
     const Gap gap = gap_between(part.edges.contour(), nearest, p);
     const double sign = outside ? 1.0 : -1.0;
     return {nearest.foot / scale_,
@@ -133,27 +145,28 @@ Comparison Profile::compare(const ERPoint2D& point) const {
             gap.distance <= part.border ? edge_outward(nearest) : gap.away * sign};
 }
 
-Profile::Place Profile::locate(const ERPoint2D& p, const NearestEdge& nearest) const {
-    bool in_outer = false;
-    bool in_hole = false;
-    for (const Part& part : parts_) {
-        bool inside = false;
-        if (part.edges.contour().has_arcs()) {
-            if (nearest.squared_distance <= part.border * part.border) return Place::border;
-            inside = part.edges.encloses(p);
-        } else {
-            part.edges.reduce_for_inside(p, chain_);
-            const relpos position = Inside(p, chain_.data(), static_cast<int>(chain_.size()), -1);
-            if (position == relpos_on_vertex || position == relpos_on_edge) return Place::border;
-            inside = position == relpos_inside;
-        }
-        (&part == &parts_.front() ? in_outer : in_hole) |= inside;
+Profile::Side Profile::locate(const ERPoint2D& p, const NearestEdge& nearest) const {
+    for (const Material& area : areas_)
+        if (const Side side = locate(p, nearest, area); side != Side::outside) return side;
+    return Side::outside;
+}
+
+Profile::Side Profile::locate(const ERPoint2D& p, const NearestEdge& nearest,
+                              const Material& area) const {
+    int decided_by = 0;
+    const PosContours position = area.straight.CheckPoint(p, decided_by);
+    if (position == REGION_OUTSIDE) return Side::outside;
+    if (position != REGION_INSIDE) return Side::border;
+    for (const int c : area.arcs) {
+        const Part& arcs = part(c);
+        if (nearest.squared_distance <= arcs.border * arcs.border) return Side::border;
+        if (arcs.edges.encloses(p) != (c == area.outer)) return Side::outside;
     }
-    return in_outer && !in_hole ? Place::material : Place::outside;
+    return Side::material;
 }
 
 bool Profile::lies_outside_of_edge(const ERPoint2D& p, const NearestEdge& nearest) const {
-    const Part& part = part_of(nearest);
+    const Part& part = this->part(nearest.contour);
     const Contour& contour = part.edges.contour();
     const double turn = part.material_on_left ? 1.0 : -1.0;
     if (nearest.parameter > 0.0 && nearest.parameter < 1.0)
@@ -168,7 +181,7 @@ bool Profile::lies_outside_of_edge(const ERPoint2D& p, const NearestEdge& neares
 }
 
 ERVector2D Profile::edge_outward(const NearestEdge& nearest) const {
-    const Part& part = part_of(nearest);
+    const Part& part = this->part(nearest.contour);
     const Contour& contour = part.edges.contour();
     ERVector2D along = contour.direction_at_start(nearest.edge).getnormalized();
     if (const ERArc2D* const arc = contour.arc(nearest.edge)) {

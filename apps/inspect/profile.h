@@ -1,17 +1,19 @@
 // profile.h: `Profile`, a nominal outline that measured points are compared with, and `Comparison`.
 #pragma once
 
+#include <deque>
 #include <vector>
 
 #include "inspect/contour.h"
 #include "inspect/edge_tree.h"
+#include "velm/planar/region.h"
 
 namespace velm::inspect {
 
 /// A measured point against the profile, in model units.
 struct Comparison {
     ERPoint2D foot;         ///< the point of the nearest edge at its clamped parameter
-    int contour = 0;        ///< the one that holds the foot: 0 the outer contour
+    int contour = 0;        ///< the one that holds the foot
     int edge = 0;           ///< from its vertex `edge` to the next
     double parameter = 0.0; ///< of the foot on the edge, from 0 to 1, in equal lengths
     double distance = 0.0;  ///< from the foot to the point, positive outside the material
@@ -19,20 +21,20 @@ struct Comparison {
                             ///< the edge's where the point lies within roundings of it
 };
 
-/// The material between an outer contour and its holes, which may be turned either way.
+/// The material of an outline, whose contours may be turned either way.
 ///
-/// The sign of a distance is by `Inside` for every contour of straight edges, and by the crossings
-/// of a ray with the lines and arcs themselves for one with arcs. Where `Inside` says edge or
-/// vertex, or p is nearer to an edge than the rounding of a crossing, it is by the side of the
-/// nearest edge, at a corner of its two edges: inside a convex corner is what lies inside of both,
-/// inside a concave one what lies inside of either.
+/// The sign of a distance is by the regions of the areas' straight contours, whose raster answers
+/// for most places and `Inside` for the others, and by the crossings of a ray with the lines and
+/// arcs themselves for a contour with arcs. Where a region says edge or vertex, or p is nearer to
+/// an edge than the rounding of a crossing, it is by the side of the nearest edge, at a corner of
+/// its two edges: inside a convex corner is what lies inside of both, inside a concave one what
+/// lies inside of either.
 ///
 /// Coordinates beyond about 1e11, or all below 1e-100, are scaled by a power of two, which is
 /// exact, so that neither `Inside` nor a square leaves its range.
-///
-/// `compare` uses a work array: one profile is for one thread at a time.
 class Profile {
 public:
+    /// Of an outline whose areas are settled.
     explicit Profile(const Outline& outline);
 
     /// Whether the distance of `p` can be computed; false some 1e150 times the size away.
@@ -40,22 +42,26 @@ public:
     Comparison compare(const ERPoint2D& p) const;
 
 private:
-    enum class Place { material, outside, border };
+    enum class Side { material, outside, border };
     struct Part {
         EdgeTree edges;        // scaled
         bool material_on_left; // along the contour
         double border;         // so near p says neither side nor direction by itself
     };
-    Place locate(const ERPoint2D& p, const NearestEdge& nearest) const;
+    struct Material {
+        ERRegion2D straight;   // of the straight contours, scaled
+        std::vector<int> arcs; // the contours with arcs
+        int outer;
+    };
+    Side locate(const ERPoint2D& p, const NearestEdge& nearest) const;
+    Side locate(const ERPoint2D& p, const NearestEdge& nearest, const Material& area) const;
     bool lies_outside_of_edge(const ERPoint2D& p, const NearestEdge& nearest) const;
     ERVector2D edge_outward(const NearestEdge& nearest) const;
-    const Part& part_of(const NearestEdge& nearest) const {
-        return parts_[static_cast<std::size_t>(nearest.contour)];
-    }
+    const Part& part(int contour) const { return parts_[static_cast<std::size_t>(contour)]; }
 
     std::vector<Part> parts_; // one a contour
-    double scale_ = 1.0;      // a power of two
-    mutable std::vector<ERPoint2D> chain_;
+    std::deque<Material> areas_;
+    double scale_ = 1.0; // a power of two
 };
 
 } // namespace velm::inspect

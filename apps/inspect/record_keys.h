@@ -24,7 +24,7 @@ enum class RecordKey : long {
     worst_id = 114,
     worst_deviation = 115,
     section = 116, ///< the identifier of the section's record
-    contour = 117, ///< from 0, the outer one
+    contour = 117, ///< from 0
     edge = 118,    ///< from 0, from vertex `edge` to the next
     point_id = 119,
     measured_x = 120,

@@ -26,7 +26,8 @@ constexpr const char* examples =
 
 constexpr const char* files_text =
     "NOMINAL: a vertex a line, two numbers parted by blanks, tabs or commas; # starts a\n"
-    "comment; a blank line parts contours, the first outer, the others holes. Airfoil\n"
+    "comment; a blank line parts contours. One in another is its hole, one in a hole an\n"
+    "island, one outside of all others a part of its own. Airfoil\n"
     "coordinate files are read as they are found, one run round the profile or an upper\n"
     "and a lower run behind a line of two counts. Or lines and arcs, one of these a line:\n"
     "  M x y              starts a contour\n"
@@ -34,8 +35,7 @@ constexpr const char* files_text =
     "  A x y cx cy ccw    goes on along an arc about (cx, cy), or cw for clockwise\n"
     "  Z                  closes the contour\n"
     "  C cx cy r          a circle\n"
-    "Or loose pieces in any order and direction, x1 y1 x2 y2 a line, whose ends meet in pairs;\n"
-    "the contour of the largest area is the outer one.\n"
+    "Or loose pieces in any order and direction, x1 y1 x2 y2 a line, whose ends meet in pairs.\n"
     "MEASURED: CSV with a header that names id, x, y and optionally z, i, j, k, diameter,\n"
     "in any order, parted by comma, semicolon or tab; x, y is the centre of the ball.\n"
     "With --frame x, y, z are the machine's coordinates, and its points are brought into the\n"

@@ -71,7 +71,8 @@ SectionDrawing::SectionDrawing(SvgCanvas& canvas, const CanvasBox& area, const O
 double SectionDrawing::usual_length(const Outline& outline) const {
     constexpr double part = 0.32;
     double length = std::clamp(part * std::min(drawn_.width, drawn_.height), 26.0, longest / 1.5);
-    for (std::size_t hole = 1; hole < outline.contours.size(); ++hole) {
+    for (std::size_t hole = 0; hole < outline.contours.size(); ++hole) {
+        if (!outline.is_hole[hole]) continue;
         const ERMinimax2D box = outline.contours[hole].box();
         const double size = std::min(box.xlength(), box.ylength()) * unit_;
         length = std::min(length, std::max(part * size, 16.0));

@@ -7,6 +7,7 @@
 #include "inspect/arguments.h"
 #include "inspect/outline_checks.h"
 #include "inspect/outline_forms.h"
+#include "inspect/outline_nesting.h"
 #include "velm/wireframe/segment.h"
 
 namespace velm::inspect {
@@ -122,6 +123,8 @@ void SectionRecord::read_outline(const RecordFields& fields) {
         fields.refuse("the outline has another number of contours than it should");
     for (const Contour& contour : outline_.contours)
         if (!has_area(contour)) fields.refuse("a contour of the outline goes round no area");
+    if (outline_.contours.empty() || settle_areas(outline_))
+        fields.refuse("two contours of the outline cross, or it has none");
 }
 
 void SectionRecord::add_edge(const RecordFields& fields) {

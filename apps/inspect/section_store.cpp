@@ -136,7 +136,7 @@ void SectionStore::save_edge(int contour, int edge, const EdgeFigures& figures) 
     record->object(entities_.entity(contour, edge));
     record->name(("contour " + std::to_string(contour) + " edge " + std::to_string(edge)).c_str());
     record->level(contour);
-    record->level_name(contour == 0 ? "outer" : "hole");
+    record->level_name(outline_.is_hole[static_cast<std::size_t>(contour)] ? "hole" : "outer");
     std::optional<bool> in_tolerance;
     if (tolerance_ && figures.count > 0) in_tolerance = figures.out_of_tolerance == 0;
     put_colour(*record, in_tolerance);

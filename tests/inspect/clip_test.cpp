@@ -1,4 +1,5 @@
 // velm-inspect clip, run as a user would: pieces, their reports, and files that can't be clipped.
+#include <array>
 #include <string>
 
 #include "inspect/workshop.h"
@@ -65,8 +66,29 @@ TEST(Clip, LoosePiecesMakeTheRegion) {
     EXPECT_NE(shop.run("clip branch.txt path.txt").error.find("3 ends meet at 0 0"),
               std::string::npos);
     shop.write("apart.txt", pieces + "20 0 30 0\n30 0 20 1\n20 1 20 0\n");
-    EXPECT_NE(shop.run("clip apart.txt path.txt").error.find("lies outside of the outer one"),
-              std::string::npos);
+    EXPECT_EQ(shop.run("clip apart.txt path.txt").out.substr(0, 12), "# 2 pieces o");
+}
+
+// An island in the hole and a plate beside, in any order of the file; a way through them all.
+TEST(Clip, PiecesOfSeveralAreasComeAlongTheWay) {
+    const Workshop shop;
+    const std::string contours[] = {"4 4\n4 6\n6 6\n6 4\n", "0 0\n10 0\n10 10\n0 10\n",
+                                    "12 0\n14 0\n14 10\n12 10\n",
+                                    "4.5 4.5\n5.5 4.5\n5.5 5.5\n4.5 5.5\n"};
+    shop.write("path.txt", "15 5\n-1 5\n");
+    for (const auto& order : {std::array{0, 1, 2, 3}, {3, 2, 1, 0}, {1, 0, 3, 2}}) {
+        std::string plate;
+        for (const int i : order)
+            plate += contours[i] + "\n";
+        shop.write("plate.txt", plate);
+        const auto ended = shop.run("clip plate.txt path.txt");
+        EXPECT_EQ(ended.out, "# 4 pieces of path.txt in plate.txt, 11 of 16 long\n"
+                             "# piece 1, of polyline 1, 2 long\n14 5\n12 5\n\n"
+                             "# piece 2, of polyline 1, 4 long\n10 5\n6 5\n\n"
+                             "# piece 3, of polyline 1, 1 long\n5.5 5\n4.5 5\n\n"
+                             "# piece 4, of polyline 1, 4 long\n4 5\n0 5\n")
+            << ended.error;
+    }
 }
 
 TEST(Clip, SaysWhatIsWrong) {

@@ -145,8 +145,8 @@ TEST(OutlineReader, RefusalsNameTheLineAndTheCause) {
 // A full turn, a slot turned the other way, what is closed without Z and what Z closes.
 TEST(OutlineReader, LinesAndArcsMakeContours) {
     const Outline outline =
-        outline_of("Bracket\nM 0,0\nL 0 0\nL 4 0 # side\n\nA 4 2 4 1 ccw\nL 0 2\nZ\nC 1 1 .5\n"
-                   "M 3 1\nA 3 1 2 1 cw\nM 1 0\nA 0 1 0 0 ccw\nA -1.0000005 0 0 0 ccw\nZ\n");
+        outline_of("Bracket\nM 5,0\nL 5 0\nL 9 0 # side\n\nA 9 2 9 1 ccw\nL 5 2\nZ\nC 6 1 .5\n"
+                   "M 9 1\nA 9 1 8 1 cw\nM 1 0\nA 0 1 0 0 ccw\nA -1.0000005 0 0 0 ccw\nZ\n");
     EXPECT_EQ(outline.title, "Bracket");
     EXPECT_EQ(outline.form, OutlineForm::arcs);
     ASSERT_EQ(outline.contours.size(), 4u);
