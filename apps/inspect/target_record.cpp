@@ -22,6 +22,15 @@ double largest_coordinate(const ERPoint3D& p) {
     return std::max({std::fabs(p.x()), std::fabs(p.y()), std::fabs(p.z())});
 }
 
+// Points near enough to be compared; a normal of length 1 where the record has a deviation along
+// it.
+bool is_sound(const gmTargetPoint& target, const RecordFields& fields) {
+    ERVector3D normal;
+    if (!is_comparable(target)) return false;
+    if (target.get_surface_normal(normal) == 0) return !fields.has(RecordKey::deviation);
+    return std::fabs(normal.norme2() - 1.0) <= 1e-9;
+}
+
 // What was found has been found again from the target, and must be what the record says, but for
 // roundings of a program of another version.
 void require_same(const TargetRow& row, const RecordFields& fields) {
@@ -69,7 +78,7 @@ bool TargetRecord::next(TargetRow& row) {
     const RecordFields fields(*record, reader_.path());
     const t_SmartPtr<ERObject> object = record->object();
     const gmTargetPoint* const target = gmTargetPoint::castdown(object.get());
-    if (target == nullptr || !is_comparable(*target))
+    if (target == nullptr || !is_sound(*target, fields))
         fields.refuse("expected a target whose points can be compared");
     if (static_cast<std::uint64_t>(target->measured_point().id()) != ++read_)
         fields.refuse("the target is not the next one");

@@ -117,8 +117,7 @@ TEST(TargetStore, ReportsComeBackByteForByte) {
     // A record that was changed is found out, and nothing is written.
     ERDataBase store;
     ASSERT_EQ(store.Open(shop.path("s.velm").c_str(), 0), gmSuccess);
-    const t_SmartPtr<ERDBObject> row = record(store, store.getNbEnt() - 2);
-    row->property(static_cast<long>(RecordKey::distance), 0.25);
+    const t_SmartPtr<ERDBObject> row = record(store, store.getNbEnt() - 1);
     row->property(static_cast<long>(RecordKey::deviation), 0.25);
     ASSERT_TRUE(row->Save(nullptr));
     ASSERT_EQ(store.Close(), gmSuccess);
