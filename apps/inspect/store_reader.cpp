@@ -1,5 +1,6 @@
 #include "inspect/store_reader.h"
 
+#include "inspect/failure.h"
 #include "inspect/store_file.h"
 #include "velm/store/database.h"
 #include "velm/store/object_database.h"
@@ -26,6 +27,10 @@ public:
 StoreReader::StoreReader(const std::string& path) : path_(path) {
     require_store(path, path);
     store_ = with_store(path, [&] { return std::make_unique<Store>(path); });
+    constexpr long least_entry = 8; // bytes of an index in its tree
+    if (size() > store_->fileManager()->endData() / least_entry)
+        throw Failure(ExitCode::input, path + ": is no sound object file: it can't hold the " +
+                                           std::to_string(size()) + " objects that it counts");
     if (with_store(path, [&] { return store_->object(size()); })) refuse_stale_counters(path);
 }
 

@@ -88,6 +88,8 @@ TEST(InspectStore, ListsChecksExportsAndRebuilds) {
     const nlohmann::json list = kept.told("parts.velm");
     EXPECT_EQ(list["objects"], 1 + 12 + 8 + 3) << "index, records, edges, targets";
     EXPECT_EQ(list["faults"], 0);
+    EXPECT_EQ(list["inspections"][0]["title"], "probed.csv against plate.dat");
+    EXPECT_EQ(list["inspections"][0]["out_of_tolerance"], 1);
     EXPECT_EQ(kept.run("store parts.velm --check").code, 0);
 
     EXPECT_EQ(kept.run("store parts.velm --export texts").code, 0);

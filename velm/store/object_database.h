@@ -75,7 +75,7 @@ public:
     ///
     /// With more than twenty classes in the file, not all of them are known after opening, and an
     /// object of such a class can be created only after one of its class has been stored: intended.
-    /// velm::ClassesOf tells them all.
+    /// velm::StoredObjects knows them all.
     virtual int Open(char const* name, int readOnly);
     /// Writes the counters and closes. The store is closed afterwards even if this raises.
     virtual void Close();
