@@ -20,6 +20,7 @@ struct SectionOptions {
     std::optional<double> max_height;  ///< how far off the frame's plane a point may lie
     SectionPaths paths;                ///< of the reports
     std::optional<std::string> store;
+    bool align = false; ///< points are first brought onto the outline by the best fit
     OutlineForm form = OutlineForm::automatic;
     double chain_tolerance = default_chain_tolerance; ///< of loose pieces
 };
@@ -27,7 +28,7 @@ struct SectionOptions {
 /// Compares the measured points with the nominal outline, row by row, and writes the table, the
 /// summary and the reports that are asked for. All outputs appear together at the end or not at
 /// all. Memory doesn't grow with the number of points, but for the ids' set and the points that the
-/// picture shows one by one. Throws `Failure`.
+/// picture shows one by one; an alignment keeps all rows. Throws `Failure`.
 ExitCode inspect_section(const SectionOptions& options);
 
 } // namespace velm::inspect

@@ -21,6 +21,8 @@ constexpr const char* examples =
     "      kept in an object file, beside what it holds already\n"
     "  velm-inspect section wing.dat probed.csv --frame 0 0 40  0 0 1  1 0 0 --max-height .1\n"
     "      probed in space, within 0.1 of the section's plane at a height of 40\n"
+    "  velm-inspect section wing.dat probed.csv --tolerance 0.05 --align bestfit\n"
+    "      brought onto the outline first, by a turn and a shift\n"
     "  velm-inspect section wing.dat probed.csv --json - | jq .summary.worst\n"
     "      the report on standard output, in place of the table\n";
 
@@ -51,6 +53,7 @@ struct Texts {
     std::string chain_tolerance;
     std::string json, csv, svg, store;
     std::string form = "auto";
+    std::string align = "none";
 };
 
 SectionOptions understand(const CLI::App& section, const Texts& texts) {
@@ -65,6 +68,7 @@ SectionOptions understand(const CLI::App& section, const Texts& texts) {
         if (!options.frame) throw Failure(ExitCode::usage, "--max-height goes with --frame");
         options.max_height = parse_length("--max-height", texts.max_height);
     }
+    options.align = texts.align == "bestfit";
     options.form = form_of_name(texts.form).value_or(OutlineForm::automatic);
     OutputPaths outputs(section);
     outputs.take("--json", texts.json, options.paths.json);
@@ -114,6 +118,12 @@ void add_section_command(CLI::App& app, Command& command) {
         ->add_option("--max-height", texts->max_height,
                      "With --frame: refuses points farther off its plane")
         ->type_name("H");
+    section
+        ->add_option("--align", texts->align,
+                     "bestfit: brings the measured points onto the outline\nfirst, by the motion "
+                     "of least squared deviations\nwithin the plane; none unless told")
+        ->type_name("HOW")
+        ->check(CLI::IsMember({"bestfit", "none"}).description(""));
     section->add_option("--json", texts->json, "Writes the report as JSON")->type_name("FILE");
     section->add_option("--csv", texts->csv, "Writes the rows as CSV")->type_name("FILE");
     section->add_option("--svg", texts->svg, "Draws the picture")->type_name("FILE");

@@ -12,7 +12,7 @@ SectionOutputs::SectionOutputs(const SectionHead& head, const Outline& outline,
     Output* const csv = prepare(paths.csv);
     svg_ = prepare(paths.svg);
     if (json != nullptr) json_ = std::make_unique<SectionJson>(*json, head);
-    if (csv != nullptr) csv_ = std::make_unique<SectionCsv>(*csv, head.frame.has_value());
+    if (csv != nullptr) csv_ = std::make_unique<SectionCsv>(*csv, head);
 }
 
 // An output on standard output takes the place of the table.
@@ -33,9 +33,7 @@ void SectionOutputs::finish() {
     if (json_) json_->finish(summary_);
     if (svg_ != nullptr)
         svg_->write(picture_.svg(summary_, rows_.worst(), head_.nominal, head_.measured));
-    if (shows_table_)
-        outputs_.add("-").write(
-            section_table(rows_, summary_, head_.measured + " against " + head_.nominal));
+    if (shows_table_) outputs_.add("-").write(section_table(rows_, summary_, head_));
     outputs_.commit();
 }
 

@@ -34,6 +34,7 @@ SectionJson::SectionJson(Output& output, const SectionHead& head)
     append_json_string(text_, head.measured, ascii_);
     append_tolerance(text_, head.tolerance);
     if (head.frame) append_frame(text_, *head.frame);
+    if (head.alignment) append_alignment(text_, *head.alignment);
     text_ += ",\n \"points\":[";
     output_.write(text_);
 }
@@ -51,12 +52,20 @@ void SectionJson::add(const SectionRow& row) {
     } else {
         append_list(text_, {row.measured.x(), row.measured.y()});
     }
-    text_ += ",\"foot\":";
-    append_list(text_, {row.comparison.foot.x(), row.comparison.foot.y()});
+    const auto append_pair = [&](const char* name, const ERPoint2D& p) {
+        text_ += name;
+        append_list(text_, {p.x(), p.y()});
+    };
+    if (row.aligned) append_pair(",\"aligned\":", *row.aligned);
+    append_pair(",\"foot\":", row.comparison.foot);
     text_ += ",\"contour\":" + std::to_string(row.comparison.contour) + ",\"distance\":";
     append_number(text_, row.comparison.distance);
     text_ += ",\"deviation\":";
     append_number(text_, row.deviation);
+    if (row.deviation_before) {
+        text_ += ",\"deviation_before\":";
+        append_number(text_, *row.deviation_before);
+    }
     text_ += ",\"in_tolerance\":";
     text_ += truth_text(row.in_tolerance, "null");
     text_ += '}';
@@ -70,11 +79,12 @@ void SectionJson::finish(const Summary& summary) {
     output_.write(text_);
 }
 
-SectionCsv::SectionCsv(Output& output, bool has_frame)
+SectionCsv::SectionCsv(Output& output, const SectionHead& head)
     : output_(output), on_terminal_(output.is_terminal()) {
     output_.write(std::string("id,measured_x,measured_y,") +
-                  (has_frame ? "measured_z,height," : "") +
-                  "foot_x,foot_y,contour,distance,deviation,in_tolerance\n");
+                  (head.frame ? "measured_z,height," : "") +
+                  "foot_x,foot_y,contour,distance,deviation,in_tolerance" +
+                  (head.alignment ? ",aligned_x,aligned_y,deviation_before\n" : "\n"));
 }
 
 void SectionCsv::add(const SectionRow& row) {
@@ -96,6 +106,8 @@ void SectionCsv::add(const SectionRow& row) {
     append_number(text_, row.deviation);
     text_ += ',';
     text_ += truth_text(row.in_tolerance, "");
+    if (row.aligned && row.deviation_before)
+        append({row.aligned->x(), row.aligned->y(), *row.deviation_before});
     text_ += '\n';
     output_.write(text_);
 }

@@ -15,6 +15,9 @@ namespace velm::inspect {
 ///
 /// With a frame, which then stands in front of the points, `measured` has the three numbers of the
 /// machine and each point its `height`; `foot` has the two of the section.
+///
+/// Where the points were aligned, the motion stands in front of them (see `append_alignment`), each
+/// has its moved place in the section as `aligned`, and its `deviation_before`; `measured` stays.
 class SectionJson {
 public:
     SectionJson(Output& output, const SectionHead& head);
@@ -29,10 +32,11 @@ private:
 };
 
 /// A header and the same rows: id, measured_x, measured_y, with a frame measured_z and height,
-/// foot_x, foot_y, contour, distance, deviation, in_tolerance (true, false or empty).
+/// foot_x, foot_y, contour, distance, deviation, in_tolerance (true, false or empty), and where the
+/// points were aligned aligned_x, aligned_y, deviation_before.
 class SectionCsv {
 public:
-    SectionCsv(Output& output, bool has_frame);
+    SectionCsv(Output& output, const SectionHead& head);
     void add(const SectionRow& row);
 
 private:

@@ -9,10 +9,13 @@ namespace {
 
 std::string rows_text(const std::vector<SectionRow>& rows, int decimals, bool has_tolerance) {
     const bool in_space = !rows.empty() && rows.front().space;
+    const bool is_aligned = !rows.empty() && rows.front().aligned;
     std::vector<Table::Column> columns{{"id", false}, {"x"}, {"y"}};
     if (in_space) columns.insert(columns.end(), {{"z"}, {"height"}});
+    if (is_aligned) columns.insert(columns.end(), {{"aligned x"}, {"aligned y"}});
     columns.insert(columns.end(),
                    {{"foot x"}, {"foot y"}, {"contour"}, {"distance"}, {"deviation"}});
+    if (is_aligned) columns.push_back({"before"});
     if (has_tolerance) columns.push_back({"tolerance", false});
     Table table(std::move(columns));
     for (const SectionRow& row : rows) {
@@ -28,9 +31,11 @@ std::string rows_text(const std::vector<SectionRow>& rows, int decimals, bool ha
         } else {
             add({row.measured.x(), row.measured.y()});
         }
+        if (row.aligned) add({row.aligned->x(), row.aligned->y()});
         add({found.foot.x(), found.foot.y()});
         cells.push_back(std::to_string(found.contour));
         add({found.distance, row.deviation});
+        if (row.deviation_before) add({*row.deviation_before});
         if (row.in_tolerance) cells.push_back(*row.in_tolerance ? "in" : "OUT");
         table.add(std::move(cells));
     }
@@ -40,9 +45,12 @@ std::string rows_text(const std::vector<SectionRow>& rows, int decimals, bool ha
 } // namespace
 
 std::string section_table(const KeptRows<SectionRow>& rows, const Summary& summary,
-                          const std::string& title) {
-    return rows_text(rows.shown(), table_decimals(summary), summary.tolerance.has_value()) +
-           summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0, title);
+                          const SectionHead& head) {
+    const std::string out =
+        rows_text(rows.shown(), table_decimals(summary), summary.tolerance.has_value()) +
+        summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0,
+                     head.measured + " against " + head.nominal);
+    return head.alignment ? out + alignment_text(*head.alignment) : out;
 }
 
 } // namespace velm::inspect

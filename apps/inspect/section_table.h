@@ -4,12 +4,13 @@
 #include <string>
 
 #include "inspect/kept_rows.h"
+#include "inspect/section_head.h"
 #include "inspect/section_result.h"
 
 namespace velm::inspect {
 
-/// The rows that were kept, with the summary; `title` stands above that.
+/// The rows that were kept, with the summary and the alignment.
 std::string section_table(const KeptRows<SectionRow>& rows, const Summary& summary,
-                          const std::string& title);
+                          const SectionHead& head);
 
 } // namespace velm::inspect

@@ -58,7 +58,7 @@ private:
     State evaluate(const Pose& pose) const;
     std::optional<Pose> absolute_orientation() const;
     ERQuaternion best_turn(double s[3][3]) const;
-    bool improve(const Step& step);
+    bool improve(const Step& step, int halvings = most_halvings);
 
     std::span<const ERPoint3D> points_;
     const NominalOf& nominal_;
@@ -154,9 +154,9 @@ std::optional<Pose> Aligner::absolute_orientation() const {
 }
 
 /// Takes the step, or the part of it that lowers the sum of squares; false if none does.
-bool Aligner::improve(const Step& step) {
+bool Aligner::improve(const Step& step, int halvings) {
     double part = 1.0;
-    for (int halving = 0; halving < most_halvings; ++halving, part *= 0.5) {
+    for (int halving = 0; halving <= halvings; ++halving, part *= 0.5) {
         State state = evaluate(after(best_.pose, {step.turn * part, step.shift * part, 0.0, 0.0}));
         if (!(state.squares < best_.squares)) continue;
         best_ = state;
@@ -178,10 +178,15 @@ void Aligner::run() {
         const Step step = best_.freedoms.solve();
         report_.last_step = step.size;
         report_.converged = step.size <= options_.threshold;
-        if (report_.converged || report_.iterations >= options_.most_iterations) break;
+        const bool is_rounding = step.gain <= rounding_of_squares * best_.squares;
+        if (report_.converged) {
+            if (!is_rounding) improve(step, 0); // towards the last digits of points without noise
+            break;
+        }
+        if (report_.iterations >= options_.most_iterations) break;
         ++report_.iterations;
         if (improve(step)) continue;
-        report_.converged = step.gain <= rounding_of_squares * best_.squares;
+        report_.converged = is_rounding;
         break;
     }
     report_.squares_after = best_.squares;
