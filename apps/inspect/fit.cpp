@@ -54,19 +54,34 @@ double ball_shift(const FitResult& result) {
                                               : 0.0;
 }
 
+/// What a fit in a plane of space gives: residuals, and the places in that plane about `middle`.
+template <class Fit>
+void take_plane(FitResult& result, const Fit& fit, const ERPoint3D& middle,
+                const FitPoints& points) {
+    ERVector3D u, v;
+    axes_across(fit.normal, u, v);
+    for (const ERPoint3D& p : points.places) {
+        const ERVector3D way(middle, p);
+        result.residuals.push_back(fit.residual(p));
+        result.places.emplace_back(way * u, way * v);
+    }
+    result.axis = fit.normal;
+    result.point = middle;
+}
+
+template <class Fit>
+void take_circle(FitResult& result, const Fit& fit) {
+    result.radius = fit.radius;
+    result.steps = fit.iteration.steps;
+    result.last_step = fit.iteration.last_step;
+}
+
 void fit_plane_to(FitResult& result, const FitOptions& options, const FitPoints& points) {
     if (!points.in_space)
         throw Failure(ExitCode::input, options.points + ": a plane needs points with a z");
     const PlaneFit fit = fit_plane(points.places);
     refuse_unless_fitted(fit.outcome, options, points.places.size());
-    ERVector3D u, v;
-    axes_across(fit.normal, u, v);
-    for (const ERPoint3D& p : points.places) {
-        const ERVector3D way(fit.centroid, p);
-        result.residuals.push_back(fit.residual(p));
-        result.places.emplace_back(way * u, way * v);
-    }
-    result.axis = fit.normal;
+    take_plane(result, fit, fit.centroid, points);
     result.point = fit.centroid + fit.normal * ball_shift(result);
 }
 
@@ -100,19 +115,9 @@ void fit_circle_to(FitResult& result, const FitOptions& options, const FitPoints
     if (points.in_space) {
         const CircleFit3D fit = fit_circle(points.places);
         refuse_unless_fitted(fit.outcome, options, count);
-        ERVector3D u, v;
-        axes_across(fit.normal, u, v);
-        for (const ERPoint3D& p : points.places) {
-            const ERVector3D way(fit.center, p);
-            result.residuals.push_back(fit.residual(p));
-            result.places.emplace_back(way * u, way * v);
-        }
+        take_plane(result, fit, fit.center, points);
+        take_circle(result, fit);
         result.flatness_rms = fit.plane_rms;
-        result.axis = fit.normal;
-        result.point = fit.center;
-        result.radius = fit.radius;
-        result.steps = fit.iteration.steps;
-        result.last_step = fit.iteration.last_step;
     } else {
         const std::vector<ERPoint2D> flat = flattened(points.places);
         const CircleFit2D fit = fit_circle(flat);
@@ -123,9 +128,7 @@ void fit_circle_to(FitResult& result, const FitOptions& options, const FitPoints
         }
         result.axis = ERVector3D(Coord3D_Z);
         result.point = raised(fit.center);
-        result.radius = fit.radius;
-        result.steps = fit.iteration.steps;
-        result.last_step = fit.iteration.last_step;
+        take_circle(result, fit);
     }
     result.radius += ball_shift(result);
     if (!(result.radius > 0.0))

@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "inspect/number_text.h"
+#include "inspect/report_json.h"
 #include "inspect/table.h"
 #include "inspect/text_escape.h"
 #include "velm/version.h"
@@ -35,12 +36,6 @@ std::string entity_json(const FitResult& result) {
            ",\"last_step\":" + shortest(result.last_step) + "}";
 }
 
-std::string tolerance_json(const std::optional<Tolerance>& tolerance) {
-    if (!tolerance) return "null";
-    return "{\"lower\":" + shortest(tolerance->lower) + ",\"upper\":" + shortest(tolerance->upper) +
-           "}";
-}
-
 std::string ball_json(const FitResult& result) {
     if (result.ball == 0.0) return "null";
     const char* const side = result.side == BallSide::inside    ? "\"inside\""
@@ -49,43 +44,28 @@ std::string ball_json(const FitResult& result) {
     return "{\"diameter\":" + shortest(result.ball) + ",\"side\":" + side + "}";
 }
 
-const char* truth(const std::optional<bool>& value, const char* unknown) {
-    return !value ? unknown : *value ? "true" : "false";
-}
-
 } // namespace
 
 std::string fit_json(const FitResult& result, const FitPoints& points, const std::string& path,
                      bool ascii) {
     std::string out = "{\"velm\":\"" VELM_VERSION_STRING "\",\"command\":\"fit\",\"measured\":";
     append_json_string(out, path, ascii);
-    out += ",\"tolerance\":" + tolerance_json(result.tolerance) + ",\"ball\":" + ball_json(result) +
-           ",\n \"entity\":" + entity_json(result) + ",\n \"points\":[";
+    append_tolerance(out, result.tolerance);
+    out += ",\"ball\":" + ball_json(result) + ",\n \"entity\":" + entity_json(result) +
+           ",\n \"points\":[";
     for (std::size_t n = 0; n < points.ids.size(); ++n) {
         out += n == 0 ? "\n  {\"id\":" : ",\n  {\"id\":";
         append_json_string(out, points.ids[n], ascii);
         out += ",\"measured\":" + list_of(points.places[n], points.in_space) + ",\"residual\":";
         append_number(out, result.residuals[n]);
         out += ",\"in_tolerance\":";
-        out += truth(result.row(points, n).in_tolerance, "null");
+        out += truth_text(result.row(points, n).in_tolerance, "null");
         out += '}';
     }
-    const Summary& summary = result.summary;
-    const RunningStatistics& deviations = summary.deviations;
-    const auto counted = [&](std::uint64_t count) {
-        return summary.tolerance ? std::to_string(count) : std::string("null");
-    };
-    out += "],\n \"summary\":{\"count\":" + std::to_string(deviations.count()) +
-           ",\"in_tolerance\":" + counted(summary.in_tolerance) +
-           ",\"out_of_tolerance\":" + counted(summary.out_of_tolerance) +
-           ",\"minimum\":" + shortest(deviations.minimum()) +
-           ",\"maximum\":" + shortest(deviations.maximum()) +
-           ",\"mean\":" + shortest(deviations.mean()) +
-           ",\n            \"standard_deviation\":" + shortest(deviations.standard_deviation()) +
-           ",\"rms\":" + shortest(deviations.root_mean_square()) +
-           ",\"peak_to_valley\":" + shortest(result.peak_to_valley) + ",\"worst\":{\"id\":";
-    append_json_string(out, summary.worst_id, ascii);
-    return out + ",\"deviation\":" + shortest(summary.worst_deviation) + "}}}\n";
+    out += "],\n";
+    append_summary(out, result.summary, ascii,
+                   ",\"peak_to_valley\":" + shortest(result.peak_to_valley));
+    return out + "}\n";
 }
 
 std::string fit_csv(const FitResult& result, const FitPoints& points, bool on_terminal) {
@@ -100,7 +80,7 @@ std::string fit_csv(const FitResult& result, const FitPoints& points, bool on_te
         out += ',';
         append_number(out, result.residuals[n]);
         out += ',';
-        out += truth(result.row(points, n).in_tolerance, "");
+        out += truth_text(result.row(points, n).in_tolerance, "");
         out += '\n';
     }
     return out;

@@ -28,7 +28,7 @@ void append_tolerance(std::string& out, const std::optional<Tolerance>& toleranc
     }
 }
 
-void append_summary(std::string& out, const Summary& summary, bool ascii) {
+void append_summary(std::string& out, const Summary& summary, bool ascii, const std::string& more) {
     const RunningStatistics& deviations = summary.deviations;
     const auto counted = [&](std::uint64_t count) {
         return summary.tolerance ? std::to_string(count) : std::string("null");
@@ -40,7 +40,7 @@ void append_summary(std::string& out, const Summary& summary, bool ascii) {
            ",\"maximum\":" + shortest(deviations.maximum()) +
            ",\"mean\":" + shortest(deviations.mean()) +
            ",\n            \"standard_deviation\":" + shortest(deviations.standard_deviation()) +
-           ",\"rms\":" + shortest(deviations.root_mean_square()) + ",\"worst\":{\"id\":";
+           ",\"rms\":" + shortest(deviations.root_mean_square()) + more + ",\"worst\":{\"id\":";
     append_json_string(out, summary.worst_id, ascii);
     out += ",\"deviation\":" + shortest(summary.worst_deviation) + "}}";
 }

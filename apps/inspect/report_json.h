@@ -15,8 +15,10 @@ void append_list(std::string& out, std::initializer_list<double> numbers);
 /// `,"tolerance":{"lower":...,"upper":...}` or null.
 void append_tolerance(std::string& out, const std::optional<Tolerance>& tolerance);
 
-/// ` "summary":{...}`; with `ascii` the id of the worst point has no byte beyond ASCII.
-void append_summary(std::string& out, const Summary& summary, bool ascii);
+/// ` "summary":{...}`, with `more` fields before the worst point; with `ascii` the id of that point
+/// has no byte beyond ASCII.
+void append_summary(std::string& out, const Summary& summary, bool ascii,
+                    const std::string& more = {});
 
 /// ",1,2.5", fields behind the first one.
 void append_csv_numbers(std::string& out, std::initializer_list<double> numbers);
