@@ -31,18 +31,14 @@ bool is_poisoned([[maybe_unused]] const void* byte) {
     return false;
 #endif
 }
-bool is_all_poisoned(const void* first, std::size_t bytes) {
+bool is_all(bool poisoned, const void* first, std::size_t bytes) {
     for (std::size_t i = 0; i < bytes; ++i) {
-        if (!is_poisoned(static_cast<const std::byte*>(first) + i)) return false;
+        if (is_poisoned(static_cast<const std::byte*>(first) + i) != poisoned) return false;
     }
     return true;
 }
-bool is_all_open(const void* first, std::size_t bytes) {
-    for (std::size_t i = 0; i < bytes; ++i) {
-        if (is_poisoned(static_cast<const std::byte*>(first) + i)) return false;
-    }
-    return true;
-}
+bool is_all_poisoned(const void* first, std::size_t bytes) { return is_all(true, first, bytes); }
+bool is_all_open(const void* first, std::size_t bytes) { return is_all(false, first, bytes); }
 
 struct Node : ERMemoryPool {
     long value = 1;

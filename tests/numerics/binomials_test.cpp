@@ -54,14 +54,6 @@ TEST(Binomials, FactorialsOnBothSidesOfTheConstantTable) {
 TEST(Binomials, FactoryOfTheModuleInForce) {
     EXPECT_EQ(getFactiorielleFactory().Fact(30), theFactorielleFactory.Fact(30));
     EXPECT_NE(&getFactiorielleFactory(), &theFactorielleFactory);
-    AFX_MODULE_STATE library_of_the_host;
-    AFX_MODULE_STATE* const before = AfxSetModuleState(&library_of_the_host);
-    EXPECT_EQ(&getFactiorielleFactory(), &theFactorielleFactory); // velm isn't entered there
-    InitVelmDLL();
-    auto* const entry = static_cast<CDynLinkLibraryVELM*>(library_of_the_host.m_libraryList);
-    EXPECT_EQ(&getFactiorielleFactory(), &entry->factory);
-    AfxSetModuleState(before);
-    delete entry;
 }
 
 // Two threads that meet an empty table at once, and each other's growth.

@@ -39,11 +39,14 @@ TEST(Module, EntersItselfAndAgainOnEachCall) {
 
     AFX_MODULE_STATE library_of_the_host;
     AFX_MODULE_STATE* const before = AfxSetModuleState(&library_of_the_host);
+    EXPECT_EQ(&getFactiorielleFactory(), &theFactorielleFactory); // velm isn't entered there
     InitVelmDLL();
+    auto* const entry = dynamic_cast<CDynLinkLibraryVELM*>(library_of_the_host.m_libraryList);
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(&getFactiorielleFactory(), &entry->factory);
     AfxSetModuleState(before);
     EXPECT_EQ(entries_of_velm(), 1);
-    EXPECT_NE(dynamic_cast<CDynLinkLibraryVELM*>(library_of_the_host.m_libraryList), nullptr);
-    delete library_of_the_host.m_libraryList;
+    delete entry;
 }
 
 } // namespace

@@ -1,7 +1,8 @@
-// Measures, projections, and the position of boxes against polygons.
+// Measures, projections, common points, and the position of boxes against polygons.
 #include "support/test.h"
 #include "velm/frame/box.h"
 #include "velm/frame/point_functions.h"
+#include "velm/planar/polygon_intersection.h"
 #include "velm/planar/polygon_measures.h"
 #include "velm/planar/polygon_projection.h"
 
@@ -174,6 +175,29 @@ TEST(BoxAgainstPolygon, FourPositions) {
     // Crossing by the closing edge alone.
     EXPECT_EQ(box.positionRelative(Polygon{{-1, 1}, {-1, 9}, {10, 9}, {10, 1}}),
               POLYGONE_CROSSES_BOX);
+}
+
+Polygon rectangle(double x0, double x1, double y0, double y1) {
+    return {{x0, y0}, {x1, y0}, {x1, y1}, {x0, y1}};
+}
+
+TEST(PolygonIntersection, TouchesInsideAcrossAndOnTheBorder) {
+    const auto both_ways = [](const Polygon& a, const Polygon& b) {
+        EXPECT_EQ(intersect(a, b), intersect(b, a));
+        return intersect(a, b);
+    };
+    const Polygon square = rectangle(0, 4, 0, 4);
+    EXPECT_EQ(both_ways(square, rectangle(1, 2, 1, 2)), 1); // no edges meet
+    EXPECT_EQ(both_ways(rectangle(-1, 5, 1, 2), rectangle(1, 2, -1, 5)),
+              1); // no vertex lies inside
+    EXPECT_EQ(both_ways(square, rectangle(4, 5, 4, 5)), 1);
+    EXPECT_EQ(both_ways(square, rectangle(4.001, 5, 0, 4)), 0);
+    // Only the closing edge, from the last vertex to the first, is crossed.
+    EXPECT_EQ(both_ways(square, rectangle(-1, 1, 2, 3)), 1);
+    // In the notch of the other one.
+    const Polygon notched{{0, 0}, {9, 0}, {9, 9}, {6, 9}, {6, 3}, {3, 3}, {3, 9}, {0, 9}};
+    EXPECT_EQ(both_ways(notched, rectangle(4, 5, 4, 12)), 0);
+    EXPECT_EQ(both_ways(square, Polygon()), 0);
 }
 
 } // namespace

@@ -3,11 +3,10 @@
 #include "store/store_files.h"
 #include "support/caught.h"
 #include "support/faulty_files.h"
+#include "support/store_use.h"
 #include "support/test.h"
 #include "velm/platform/file_exception.h"
 #include "velm/store/db_object.h"
-#include "velm/store/store_salvage.h"
-#include "velm/wireframe/segment.h"
 
 #include <cerrno>
 #include <map>
@@ -69,42 +68,11 @@ TEST_F(Robustness, WritesAndReadsAFileOfOld) {
 
 // ---- damage ----
 
-/// Opens, walks, restores, inserts, deletes, closes, checks and salvages; any defined result will
-/// do.
-void use(const std::string& path, const std::string& salvage_to) {
-    gmErrorCode code;
-    for (const int read_only : {1, 0}) {
-        ERDataBase data;
-        if (data.Open(path.c_str(), read_only) != gmSuccess) continue;
-        for (long index = 0; index < 5; ++index)
-            data.restore(index, code);
-        std::ostringstream out;
-        try {
-            data.objects()->summarize(out);
-        } catch (CFileException* failure) {
-            failure->Delete();
-        }
-        t_SmartPtr<ERObject> added(new Sample(9, 100));
-        for (int i = 0; i < 3; ++i)
-            data.save(added);
-        added->Delete();
-        data.Close();
-    }
-    try {
-        velm::check_store(path.c_str());
-        std::remove(salvage_to.c_str());
-        velm::salvage_store(path.c_str(), salvage_to.c_str(), true);
-        velm::check_store(salvage_to.c_str());
-    } catch (CFileException* failure) {
-        failure->Delete();
-    }
-}
-
 TEST_F(Robustness, EveryTruncation) {
     const std::string good = small_file();
     const std::size_t step = thorough ? 1 : 29;
     for (std::size_t length = 0; length < good.size(); length += length < 400 ? 1 : step)
-        use(folder.file("damaged", good.substr(0, length)), folder.path("new"));
+        use_store(folder.file("damaged", good.substr(0, length)), folder.path("new"));
 }
 
 TEST_F(Robustness, EveryByteOverwritten) {
@@ -120,7 +88,7 @@ TEST_F(Robustness, EveryByteOverwritten) {
             if (value == good[i]) continue;
             std::string damaged = good;
             damaged[i] = value;
-            use(folder.file("damaged", damaged), folder.path("new"));
+            use_store(folder.file("damaged", damaged), folder.path("new"));
         }
     }
 }

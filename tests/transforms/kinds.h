@@ -40,19 +40,6 @@ struct PlainMap {
             return static_cast<double>(m[i][0] * p.x() + m[i][1] * p.y() + m[i][2] * p.z() + t[i]);
         });
     }
-    friend PlainMap operator*(const PlainMap& a, const PlainMap& b) {
-        PlainMap map;
-        for (int i = 0; i < 3; ++i) {
-            map.t[i] = a.t[i];
-            for (int j = 0; j < 3; ++j) {
-                map.t[i] += a.m[i][j] * b.t[j];
-                map.m[i][j] = 0;
-                for (int l = 0; l < 3; ++l)
-                    map.m[i][j] += a.m[i][l] * b.m[l][j];
-            }
-        }
-        return map;
-    }
     long double determinant() const {
         long double sum = 0;
         for (int j = 0; j < 3; ++j) {
