@@ -9,6 +9,7 @@
 #include "inspect/nominal_entities.h"
 #include "inspect/outline_reader.h"
 #include "inspect/profile.h"
+#include "inspect/record_properties.h"
 #include "inspect/section_record.h"
 #include "inspect/section_store.h"
 #include "inspect/section_target.h"
@@ -77,6 +78,7 @@ struct Reported : Workshop {
     Reported() {
         write("plate.dat", velm_test::plate);
         write("lid.txt", lid);
+        write("islands.txt", "C 5 2 6\nC 5 2 4\nC 5 2 2.5\nM 20 0\nL 22 0\nL 21 9\nZ\n");
         write("wing.dat", "w \"<\xC3\xA4>\n1 0\n.5 .1\n0 0\n\n.5 -.05\n1 0\n");
         write("probed.csv",
               "id,x,y,z,diameter\n\"a, \"\"b\"\"\n\xC3\xBC\",5,.5,39.5,1\n<b>\xFF,4.9,"
@@ -93,10 +95,13 @@ struct Reported : Workshop {
 
 TEST(Report, GivesTheBytesOfTheRunThatKeptIt) {
     const char* const runs[] = {
-        "plate.dat probed.csv", "plate.dat probed.csv --tolerance -.3 .05 --diameter .1",
+        "plate.dat probed.csv",
+        "plate.dat probed.csv --tolerance -.3 .05 --diameter .1",
         "wing.dat probed.csv --form round --tolerance 9",
         "lid.txt probed.csv --tolerance .4 --frame .1 -.7 40  .1 .2 3  1 1 .3 --max-height 3",
-        "lid.txt probed.csv"};
+        "lid.txt probed.csv",
+        "islands.txt probed.csv --tolerance .5 --align bestfit",
+        "lid.txt probed.csv --frame 0 .5 40  0 0 1  1 .1 0 --align bestfit"};
     const Reported here;
     std::vector<std::vector<std::string>> kept;
     for (const char* const run : runs) {
@@ -110,7 +115,7 @@ TEST(Report, GivesTheBytesOfTheRunThatKeptIt) {
         EXPECT_EQ(again.error, "");
     }
     const Ended last = here.run("report parts.velm");
-    EXPECT_NE(last.error.find("holds 5 inspections"), std::string::npos) << last.error;
+    EXPECT_NE(last.error.find("holds 7 inspections"), std::string::npos) << last.error;
 }
 
 TEST(Report, RefusesWhatIsNotWhole) {
@@ -141,6 +146,19 @@ TEST(Report, RefusesWhatIsNotWhole) {
                                  : class_name != "ERDBObject" ? "has lost its segment"
                                                               : "is lost");
     }
+
+    // One kept by a program that didn't know reports.
+    {
+        OutputSet outputs;
+        StoreWriter old(outputs, here.path("old.velm"));
+        const t_SmartPtr<ERDBObject> head = new_record(section_kind);
+        put(*head, RecordKey::program, std::string("velm-inspect 0.0.9"));
+        put_count(*head, RecordKey::count, 3);
+        old.save(head);
+        old.close();
+        outputs.commit();
+    }
+    refused("old.velm", "was kept by velm-inspect 0.0.9, which left out what a report needs");
 
     // A run that was stopped, behind one that wasn't.
     here.write("parts.velm", whole);
