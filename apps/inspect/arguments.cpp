@@ -95,6 +95,14 @@ void OutputPaths::take(const char* option, const std::string& path,
     paths_.push_back(*to);
 }
 
+void OutputPaths::take_file(const char* option, const char* what, const std::string& path,
+                            std::optional<std::string>& to) {
+    take(option, path, to);
+    if (to == "-")
+        throw Failure(ExitCode::usage,
+                      std::string(option) + ": " + what + " can't go to standard output");
+}
+
 void OutputPaths::check(const std::vector<std::string>& inputs, bool has_table) {
     if (has_table && std::find(paths_.begin(), paths_.end(), "-") == paths_.end())
         paths_.push_back("-");

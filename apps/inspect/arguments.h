@@ -35,6 +35,9 @@ public:
     /// Where `option` was given, the path goes to `to`, "-" for all that stands for standard
     /// output. Throws `Failure` (usage) for an empty path.
     void take(const char* option, const std::string& path, std::optional<std::string>& to);
+    /// The same for a file that can't be standard output; the complaint calls it `what`.
+    void take_file(const char* option, const char* what, const std::string& path,
+                   std::optional<std::string>& to);
     /// Checks all of them, and the table where no other output takes its place.
     void check(const std::vector<std::string>& inputs, bool has_table);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <utility>
 
 #include "inspect/number_text.h"
@@ -66,6 +67,13 @@ void require_area(const TextSource& source, std::size_t line, const Contour& con
 
 bool has_area(const Contour& contour) {
     return has_vertices(contour) && is_in_range(contour) && !encloses_nothing(contour);
+}
+
+bool is_arc_of_circle(const ERArc2D& arc) {
+    constexpr double most = 2.0 * std::numbers::pi * (1.0 + 1e-12);
+    const double start = arc.startAngle(), sweep = arc.endAngle() - start;
+    return std::isfinite(start) && sweep != 0.0 && std::fabs(sweep) <= most &&
+           std::isfinite(arc.center().x()) && std::isfinite(arc.center().y()) && arc.radius() > 0.0;
 }
 
 void require_areas(const TextSource& source, std::vector<LocatedContour> contours,

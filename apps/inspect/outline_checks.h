@@ -1,5 +1,5 @@
 // outline_checks.h: what the contours of a nominal file must have: `require_area`, `has_area`,
-// `require_areas`.
+// `is_arc_of_circle`, `require_areas`.
 #pragma once
 
 #include <cstddef>
@@ -17,6 +17,9 @@ void require_area(const TextSource& source, std::size_t line, const Contour& con
 
 /// Whether `require_area` lets the contour pass.
 bool has_area(const Contour& contour);
+
+/// Whether the arc is a whole turn at most, about a finite centre with a radius.
+bool is_arc_of_circle(const ERArc2D& arc);
 
 /// A contour and the line where it starts.
 struct LocatedContour {

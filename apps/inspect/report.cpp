@@ -1,5 +1,7 @@
 #include "inspect/report.h"
 
+#include "inspect/archive_report.h"
+#include "inspect/inspection_archive_reader.h"
 #include "inspect/progress.h"
 #include "inspect/section_record.h"
 #include "inspect/target_outputs.h"
@@ -75,6 +77,7 @@ const StoredInspection& choose(const StoreReader& reader, const std::vector<Stor
 } // namespace
 
 ExitCode report_stored(const ReportOptions& options) {
+    if (is_inspection_archive(options.store)) return report_archived(options);
     StoreReader reader(options.store);
     const std::vector<StoredInspection> all = list_inspections(reader);
     const StoredInspection& chosen = choose(reader, all, options);

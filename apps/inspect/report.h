@@ -1,4 +1,5 @@
-// report.h: reports of the inspections that an object file holds: `ReportOptions`, `report_stored`.
+// report.h: reports of the inspections that an object file or an archive holds: `ReportOptions`,
+// `report_stored`.
 #pragma once
 
 #include <optional>
@@ -11,14 +12,14 @@
 namespace velm::inspect {
 
 struct ReportOptions {
-    std::string store;
+    std::string store;          ///< or an archive
     std::optional<long> number; ///< of the inspection, from 1; the last one without
     SectionPaths paths;
 };
 
 /// Writes the table and the reports of one inspection as the run did that kept it, byte for byte.
-/// Which others there are is told on standard error where none was chosen. Ends as the run did.
-/// Throws `Failure`.
+/// A document in an archive, which holds one, goes to `report_archived`. Which others there are is
+/// told on standard error where none was chosen. Ends as the run did. Throws `Failure`.
 ExitCode report_stored(const ReportOptions& options);
 
 } // namespace velm::inspect

@@ -13,7 +13,9 @@ constexpr const char* examples =
     "  velm-inspect report parts.velm\n"
     "      the table of the inspection that was kept last\n"
     "  velm-inspect report parts.velm --record 2 --json report.json --csv report.csv\n"
-    "      the reports of the second one\n";
+    "      the reports of the second one\n"
+    "  velm-inspect report wing.arc --svg report.svg\n"
+    "      of what was written with --archive\n";
 
 // The texts of the command line, before they are understood.
 struct Texts {
@@ -41,14 +43,16 @@ ReportOptions understand(const CLI::App& report, const Texts& texts) {
 
 void add_report_command(CLI::App& app, Command& command) {
     CLI::App* const report =
-        app.add_subcommand("report", "The reports of an inspection kept in an object file");
+        app.add_subcommand("report", "The reports of an inspection that was kept");
     report->formatter(std::make_shared<HelpText>(examples));
-    report->footer("STORE is never written. The reports are those of the run that kept the "
+    report->footer("FILE is never written. The reports are those of the run that kept the "
                    "inspection,\nbyte for byte, and so is the exit code.\n\n" +
                    exit_codes_text());
 
     const auto texts = std::make_shared<Texts>();
-    report->add_option("STORE", texts->options.store, "The object file")->required()->type_name("");
+    report->add_option("FILE", texts->options.store, "The object file, or the archive")
+        ->required()
+        ->type_name("");
     report
         ->add_option("--record", texts->number,
                      "Which inspection, from 1, as velm-inspect store\nlists them; the last one "

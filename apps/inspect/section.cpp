@@ -2,6 +2,7 @@
 
 #include "inspect/outline_reader.h"
 #include "inspect/section_alignment.h"
+#include "inspect/section_archive.h"
 #include "inspect/section_points.h"
 #include "inspect/section_store.h"
 
@@ -34,10 +35,13 @@ ExitCode inspect_section(const SectionOptions& options) {
     SectionOutputs outputs(head, outline, options.paths);
     std::optional<SectionStore> store;
     if (options.store) store.emplace(outputs.set(), *options.store, outline, head);
+    std::optional<SectionArchive> archive;
+    if (options.archive) archive.emplace(outputs.set(), *options.archive, outline, head);
     const auto take = [&](SectionRow& row) {
         judge(row, options.tolerance);
         outputs.add(row);
         if (store) store->add(row);
+        if (archive) archive->add(row);
     };
     SectionRow row;
     if (options.align) {
@@ -48,6 +52,7 @@ ExitCode inspect_section(const SectionOptions& options) {
             take(row);
     }
     if (store) store->finish(outputs.summary());
+    if (archive) archive->finish(outputs.summary());
     outputs.finish();
     points.warn_of_repeated_ids();
     return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;

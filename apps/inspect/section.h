@@ -19,7 +19,7 @@ struct SectionOptions {
     std::optional<SectionFrame> frame; ///< without one, x and y are the section's own
     std::optional<double> max_height;  ///< how far off the frame's plane a point may lie
     SectionPaths paths;                ///< of the reports
-    std::optional<std::string> store;
+    std::optional<std::string> store, archive;
     bool align = false; ///< points are first brought onto the outline by the best fit
     OutlineForm form = OutlineForm::automatic;
     double chain_tolerance = default_chain_tolerance; ///< of loose pieces

@@ -19,6 +19,8 @@ constexpr const char* examples =
     "      a report for programs, one for a spreadsheet and a picture\n"
     "  velm-inspect section wing.dat probed.csv --tolerance 0.05 --store parts.velm\n"
     "      kept in an object file, beside what it holds already\n"
+    "  velm-inspect section wing.dat probed.csv --tolerance 0.05 --archive wing.arc\n"
+    "      as a document that a host reads with its own archives\n"
     "  velm-inspect section wing.dat probed.csv --frame 0 0 40  0 0 1  1 0 0 --max-height .1\n"
     "      probed in space, within 0.1 of the section's plane at a height of 40\n"
     "  velm-inspect section wing.dat probed.csv --tolerance 0.05 --align bestfit\n"
@@ -51,7 +53,7 @@ struct Texts {
     std::string diameter;
     std::string frame, max_height;
     std::string chain_tolerance;
-    std::string json, csv, svg, store;
+    std::string json, csv, svg, store, archive;
     std::string form = "auto";
     std::string align = "none";
 };
@@ -74,9 +76,8 @@ SectionOptions understand(const CLI::App& section, const Texts& texts) {
     outputs.take("--json", texts.json, options.paths.json);
     outputs.take("--csv", texts.csv, options.paths.csv);
     outputs.take("--svg", texts.svg, options.paths.svg);
-    outputs.take("--store", texts.store, options.store);
-    if (options.store == "-")
-        throw Failure(ExitCode::usage, "--store: an object file can't go to standard output");
+    outputs.take_file("--store", "an object file", texts.store, options.store);
+    outputs.take_file("--archive", "an archive", texts.archive, options.archive);
     if (options.nominal.empty() || options.measured.empty())
         throw Failure(ExitCode::usage, "NOMINAL MEASURED: expected the names of two files");
     if (options.nominal == "-" && options.measured == "-")
@@ -128,6 +129,9 @@ void add_section_command(CLI::App& app, Command& command) {
     section->add_option("--csv", texts->csv, "Writes the rows as CSV")->type_name("FILE");
     section->add_option("--svg", texts->svg, "Draws the picture")->type_name("FILE");
     section->add_option("--store", texts->store, "Keeps the results in an object file, new or not")
+        ->type_name("FILE");
+    section
+        ->add_option("--archive", texts->archive, "Writes the results as a document in an archive")
         ->type_name("FILE");
     section
         ->add_option("--form", texts->form,

@@ -1,7 +1,6 @@
 #include "inspect/section_record.h"
 
 #include <cmath>
-#include <numbers>
 
 #include "inspect/alignment_properties.h"
 #include "inspect/arguments.h"
@@ -26,14 +25,6 @@ void require_whole(const StoreReader& reader, const StoredInspection& inspection
                                       ", which left out what a report needs; inspect it again "
                                       "with --store");
     inspection.refuse(reader, "was not finished: the program that kept it was stopped");
-}
-
-// A whole turn at most, about a centre with a radius; other arcs can't be drawn.
-bool is_sound(const ERArc2D& arc) {
-    constexpr double most = 2.0 * std::numbers::pi * (1.0 + 1e-12);
-    const double start = arc.startAngle(), sweep = arc.endAngle() - start;
-    return std::isfinite(start) && sweep != 0.0 && std::fabs(sweep) <= most &&
-           std::isfinite(arc.center().x()) && std::isfinite(arc.center().y()) && arc.radius() > 0.0;
 }
 
 void read_place(const RecordFields& fields, SectionRow& row) {
@@ -146,7 +137,7 @@ void SectionRecord::add_edge(const RecordFields& fields) {
     const ERArc2D turn = arc != nullptr ? *arc
                                         : ERArc2D(*circle, fields.number(RecordKey::start_angle),
                                                   fields.number(RecordKey::end_angle));
-    if (!is_sound(turn)) fields.refuse("the edge is no arc of a circle");
+    if (!is_arc_of_circle(turn)) fields.refuse("the edge is no arc of a circle");
     contours.back().append(point(fields, RecordKey::vertex_x, RecordKey::vertex_y), turn);
 }
 

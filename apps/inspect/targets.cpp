@@ -5,6 +5,7 @@
 #include "inspect/progress.h"
 #include "inspect/repeated_ids.h"
 #include "inspect/target_alignment.h"
+#include "inspect/target_archive.h"
 #include "inspect/target_reader.h"
 #include "inspect/target_store.h"
 
@@ -53,12 +54,16 @@ ExitCode inspect_targets(const TargetOptions& options) {
     TargetOutputs outputs(head, options.paths);
     std::optional<TargetStore> store;
     if (options.store) store.emplace(outputs.set(), *options.store, head);
+    std::optional<TargetArchive> archive;
+    if (options.archive) archive.emplace(outputs.set(), *options.archive, head);
     for (TargetRow& row : table.rows) {
         judge(row, options.tolerance);
         outputs.add(row);
         if (store) store->add(row);
+        if (archive) archive->add(row);
     }
     if (store) store->finish(outputs.summary());
+    if (archive) archive->finish(outputs.summary());
     outputs.finish();
     if (table.bad.count() > 0) warn_user("skipped: " + table.bad.sentence(source.name()));
     table.repeated.warn(source.name());

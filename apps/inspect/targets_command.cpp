@@ -38,7 +38,7 @@ constexpr const char* files_text =
 struct Texts {
     TargetOptions options;
     std::string tolerance;
-    std::string json, csv, html, store;
+    std::string json, csv, html, store, archive;
     std::string align = "none";
 };
 
@@ -49,9 +49,8 @@ TargetOptions understand(const CLI::App& targets, const Texts& texts) {
     outputs.take("--json", texts.json, options.paths.json);
     outputs.take("--csv", texts.csv, options.paths.csv);
     outputs.take("--html", texts.html, options.paths.html);
-    outputs.take("--store", texts.store, options.store);
-    if (options.store == "-")
-        throw Failure(ExitCode::usage, "--store: an object file can't go to standard output");
+    outputs.take_file("--store", "an object file", texts.store, options.store);
+    outputs.take_file("--archive", "an archive", texts.archive, options.archive);
     options.align = texts.align == "bestfit";
     if (options.table.empty()) throw Failure(ExitCode::usage, "TABLE: expected the name of a file");
     outputs.check({options.table}, !options.paths.quiet);
@@ -78,6 +77,9 @@ void add_targets_command(CLI::App& app, Command& command) {
     targets->add_option("--csv", texts->csv, "Writes the rows as CSV")->type_name("FILE");
     targets->add_option("--html", texts->html, "Writes the report as one page")->type_name("FILE");
     targets->add_option("--store", texts->store, "Keeps the results in an object file, new or not")
+        ->type_name("FILE");
+    targets
+        ->add_option("--archive", texts->archive, "Writes the results as a document in an archive")
         ->type_name("FILE");
     targets
         ->add_option(

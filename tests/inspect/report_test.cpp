@@ -105,8 +105,10 @@ TEST(Report, GivesTheBytesOfTheRunThatKeptIt) {
     const Reported here;
     std::vector<std::vector<std::string>> kept;
     for (const char* const run : runs) {
-        kept.push_back(here.texts(here.inspect(std::string(run) + " --store parts.velm")));
+        kept.push_back(
+            here.texts(here.inspect(std::string(run) + " --store parts.velm --archive run.arc")));
         EXPECT_EQ(here.texts(here.report("parts.velm")), kept.back()) << run;
+        EXPECT_EQ(here.texts(here.report("run.arc")), kept.back()) << run;
     }
     EXPECT_EQ(here.run("store parts.velm --compact new.velm").code, 0);
     for (std::size_t i = 0; i < kept.size(); ++i) {

@@ -88,7 +88,8 @@ TEST(TargetStore, HoldsWhatTheReportSaysAndTheBall) {
     }
 }
 
-// Each run of targets, and between them a section, in one file; then a fresh process for each.
+// Each run of targets, and between them a section, in one file, and each in an archive; then a
+// fresh process for each.
 TEST(TargetStore, ReportsComeBackByteForByte) {
     Workshop shop;
     shop.write("t.csv", table);
@@ -107,12 +108,13 @@ TEST(TargetStore, ReportsComeBackByteForByte) {
                            shop.read("h")};
     };
     for (const std::string run : runs)
-        kept.push_back(bytes(shop.run(run + reports(run) + " --store s.velm")));
+        kept.push_back(bytes(shop.run(run + reports(run) + " --store s.velm --archive " +
+                                      std::to_string(kept.size() + 1) + ".arc")));
     for (std::size_t n = 0; n < kept.size(); ++n) {
         EXPECT_LE(std::stoi(kept[n][0]), 1) << runs[n] << kept[n][1];
         const std::string number = std::to_string(n + 1);
-        EXPECT_EQ(bytes(shop.run("report s.velm --record " + number + reports(runs[n]))), kept[n])
-            << runs[n];
+        for (const std::string& file : {"s.velm --record " + number, number + ".arc"})
+            EXPECT_EQ(bytes(shop.run("report " + file + reports(runs[n]))), kept[n]) << runs[n];
     }
     // A record that was changed is found out, and nothing is written.
     ERDataBase store;

@@ -1,0 +1,57 @@
+#include "inspect/archive_report.h"
+
+#include "inspect/inspection_archive_reader.h"
+#include "inspect/progress.h"
+#include "inspect/section_archive.h"
+#include "inspect/target_archive.h"
+#include "inspect/target_outputs.h"
+
+namespace velm::inspect {
+namespace {
+
+template <class Row, class Reader, class Outputs>
+ExitCode report_rows(Reader& reader, Outputs& outputs, const InspectionArchiveReader& document,
+                     bool quiet) {
+    Progress progress(!quiet);
+    Row row;
+    for (std::uint64_t count = 1; reader.next(row); ++count) {
+        outputs.add(row);
+        progress.update(count, document.bytes_read(), document.size());
+    }
+    progress.clear();
+    outputs.finish();
+    return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+}
+
+ExitCode report_section(InspectionArchiveReader& document, const SectionPaths& paths) {
+    SectionArchiveReader reader(document);
+    SectionOutputs outputs(reader.head(), reader.outline(), paths);
+    return report_rows<SectionRow>(reader, outputs, document, paths.quiet);
+}
+
+ExitCode report_targets(InspectionArchiveReader& document, const ReportOptions& options) {
+    const SectionPaths& paths = options.paths;
+    if (paths.svg)
+        throw Failure(ExitCode::usage, "--svg: " + options.store +
+                                           " is of targets, which have a page with their picture "
+                                           "(--html)");
+    TargetArchiveReader reader(document);
+    TargetOutputs outputs(reader.head(), {paths.json, paths.csv, paths.html, paths.quiet});
+    return report_rows<TargetRow>(reader, outputs, document, paths.quiet);
+}
+
+} // namespace
+
+ExitCode report_archived(const ReportOptions& options) {
+    if (options.number.value_or(1) != 1)
+        throw Failure(ExitCode::input, options.store + ": holds 1 inspection, no number " +
+                                           std::to_string(*options.number));
+    return with_archive(options.store, [&] {
+        CFile file(options.store.c_str(), UINT(CFile::modeRead) | CFile::shareDenyWrite);
+        InspectionArchiveReader document(file);
+        return document.kind() == ArchivedKind::section ? report_section(document, options.paths)
+                                                        : report_targets(document, options);
+    });
+}
+
+} // namespace velm::inspect
