@@ -1,4 +1,5 @@
-// Any bytes as an object file: each inspection that it seems to hold is reported or refused.
+// Any bytes as an object file: each inspection that it seems to hold is reported or refused, of
+// whichever kind it is: targets have no drawing, sections have one beside their page.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -12,11 +13,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const velm_test::TemporaryFolder folder;
     ReportOptions options;
     options.store = folder.file("store", std::string(reinterpret_cast<const char*>(data), size));
-    options.paths.json = options.paths.csv = options.paths.svg = "/dev/null";
+    options.paths.json = options.paths.csv = options.paths.html = "/dev/null";
     options.paths.quiet = true;
     bool more = true;
-    for (long number = 1; more && number < 9; ++number) {
+    for (long run = 2; more && run < 18; ++run) {
+        const long number = run / 2;
         options.number = number;
+        options.paths.svg.reset();
+        if (run % 2 != 0) options.paths.svg = "/dev/null";
         try {
             report_stored(options);
         } catch (const Failure& failure) {

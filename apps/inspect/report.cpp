@@ -28,9 +28,7 @@ ExitCode report_section(StoreReader& reader, const StoredInspection& inspection,
 ExitCode report_targets(StoreReader& reader, const StoredInspection& inspection,
                         const ReportOptions& options) {
     if (options.paths.svg)
-        throw Failure(ExitCode::usage, "--svg: inspection " + std::to_string(inspection.number) +
-                                           " is of targets, which have a page with their picture "
-                                           "(--html)");
+        inspection.refuse(reader, "is of targets, whose picture is in the page (--html)");
     TargetRecord record(reader, inspection);
     TargetOutputs outputs(record.head(), {options.paths.json, options.paths.csv, options.paths.html,
                                           options.paths.quiet});
