@@ -63,27 +63,9 @@ SectionRecord::SectionRecord(StoreReader& reader, const StoredInspection& inspec
     require_whole(reader, inspection);
     const RecordFields fields = inspection_.fields(reader);
     count_ = fields.count(RecordKey::count);
+    if (count_ == 0) fields.refuse("expected at least one point");
     read_head(fields);
     read_outline(fields);
-}
-
-// The record of a place behind the head.
-t_SmartPtr<ERDBObject> SectionRecord::part(std::uint64_t at, const char* kind) const {
-    const auto records = static_cast<std::uint64_t>(reader_.size() - inspection_.index - 1);
-    t_SmartPtr<ERDBObject> record;
-    if (at < records) record = reader_.record(inspection_.index + 1 + static_cast<long>(at));
-    if (!record)
-        inspection_.refuse(reader_, "the record of " + std::string(kind) + " " +
-                                        std::to_string(kind == edge_kind ? at - count_ : at) +
-                                        " is lost");
-    const RecordFields fields(*record, reader_.path());
-    if (fields.kind() != kind || fields.count(RecordKey::section) !=
-                                     static_cast<std::uint64_t>(inspection_.head->getObjectID()))
-        fields.refuse("expected a record of kind \"" + std::string(kind) +
-                      "\" that belongs to "
-                      "inspection " +
-                      std::to_string(inspection_.number));
-    return record;
 }
 
 void SectionRecord::read_head(const RecordFields& fields) {
@@ -107,7 +89,8 @@ void SectionRecord::read_outline(const RecordFields& fields) {
     outline_.form = *form;
     const std::uint64_t edges = fields.count(RecordKey::edge_count);
     for (std::uint64_t edge = 0; edge < edges; ++edge) {
-        const t_SmartPtr<ERDBObject> record = part(count_ + edge, edge_kind);
+        const t_SmartPtr<ERDBObject> record = inspection_.part(
+            reader_, count_ + edge, edge_kind, RecordKey::section, "edge " + std::to_string(edge));
         add_edge(RecordFields(*record, reader_.path()));
     }
     if (outline_.contours.size() != fields.count(RecordKey::contour_count))
@@ -141,9 +124,27 @@ void SectionRecord::add_edge(const RecordFields& fields) {
     contours.back().append(point(fields, RecordKey::vertex_x, RecordKey::vertex_y), turn);
 }
 
+// What was found follows from the distance, and each point has what the head announces.
+void SectionRecord::require_consistent(const SectionRow& row, const RecordFields& fields) const {
+    const bool is_followed = row.deviation == row.comparison.distance - row.diameter / 2.0 &&
+                             std::fabs(row.deviation) <= largest_deviation;
+    const bool same_judgement =
+        !row.in_tolerance || *row.in_tolerance == (fields.count(RecordKey::within) != 0);
+    if (!is_followed || !same_judgement)
+        fields.refuse("what was found contradicts the distance of the point");
+    if (row.space.has_value() != head_.frame.has_value())
+        fields.refuse("expected the point's height where the section has a frame, and only there");
+    const bool is_aligned = head_.alignment.has_value();
+    if (row.aligned.has_value() != is_aligned || row.deviation_before.has_value() != is_aligned)
+        fields.refuse("expected the moved point where there is an alignment, and only there");
+    if (is_aligned && !std::isfinite(row.aligned->x() + row.aligned->y() + *row.deviation_before))
+        fields.refuse("the moved point lies nowhere");
+}
+
 bool SectionRecord::next(SectionRow& row) {
     if (read_ == count_) return false;
-    const t_SmartPtr<ERDBObject> record = part(read_, point_kind);
+    const t_SmartPtr<ERDBObject> record = inspection_.part(
+        reader_, read_, point_kind, RecordKey::section, "point " + std::to_string(read_));
     const RecordFields fields(*record, reader_.path());
     if (fields.count(RecordKey::number) != read_) fields.refuse("the point is not the next one");
     row.index = read_++;
@@ -153,11 +154,8 @@ bool SectionRecord::next(SectionRow& row) {
     row.diameter = fields.number(RecordKey::diameter);
     row.comparison = read_comparison(fields, outline_);
     row.deviation = fields.number(RecordKey::deviation);
-    if (std::fabs(row.deviation) > largest_deviation)
-        fields.refuse("the deviation is larger than any can be");
-    if (row.space.has_value() != head_.frame.has_value())
-        fields.refuse("expected the point's height where the section has a frame, and only there");
     judge(row, head_.tolerance);
+    require_consistent(row, fields);
     return true;
 }
 

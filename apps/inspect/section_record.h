@@ -13,7 +13,8 @@ namespace velm::inspect {
 
 /// What `SectionStore` has kept: head, outline and rows are those of the run to the last bit, so
 /// that the reports of them are. Holds one row at a time. Throws `Failure` (input) where the
-/// inspection was not finished, doesn't have all that a report needs, or has lost a record.
+/// inspection was not finished, doesn't have all that a report needs, has lost a record, or
+/// contradicts itself.
 class SectionRecord {
 public:
     /// The reader must outlive the record.
@@ -26,10 +27,10 @@ public:
     bool next(SectionRow& row);
 
 private:
-    t_SmartPtr<ERDBObject> part(std::uint64_t at, const char* kind) const;
     void read_head(const RecordFields& fields);
     void read_outline(const RecordFields& fields);
     void add_edge(const RecordFields& fields);
+    void require_consistent(const SectionRow& row, const RecordFields& fields) const;
 
     StoreReader& reader_;
     StoredInspection inspection_;

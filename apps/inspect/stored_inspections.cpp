@@ -35,6 +35,21 @@ void StoredInspection::refuse(const StoreReader& reader, const std::string& why)
                                        title() + "): " + why);
 }
 
+t_SmartPtr<ERDBObject> StoredInspection::part(StoreReader& reader, std::uint64_t place,
+                                              const char* kind, RecordKey owner,
+                                              const std::string& what) const {
+    t_SmartPtr<ERDBObject> record;
+    if (place < static_cast<std::uint64_t>(reader.size() - index - 1))
+        record = reader.record(index + 1 + static_cast<long>(place));
+    if (!record) refuse(reader, "the record of " + what + " is lost");
+    const RecordFields fields(*record, reader.path());
+    if (fields.kind() != kind ||
+        fields.count(owner) != static_cast<std::uint64_t>(head->getObjectID()))
+        fields.refuse("expected a record of kind \"" + std::string(kind) +
+                      "\" that belongs to inspection " + std::to_string(number));
+    return record;
+}
+
 // From head to head; record by record only behind one that doesn't lead to another or to the end.
 std::vector<StoredInspection> list_inspections(StoreReader& reader) {
     std::vector<StoredInspection> all;

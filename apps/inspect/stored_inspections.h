@@ -19,6 +19,10 @@ struct StoredInspection {
     RecordFields fields(const StoreReader& reader) const { return {*head, reader.path()}; }
     /// What was inspected, for people.
     std::string title() const;
+    /// The record of a kind at a place behind the head, from 0, which names the head under the key
+    /// `owner`. Throws `Failure` (input) where it is another one, or lost: "the record of row 5".
+    t_SmartPtr<ERDBObject> part(StoreReader& reader, std::uint64_t place, const char* kind,
+                                RecordKey owner, const std::string& what) const;
     /// Throws `Failure` (input): "FILE, inspection 2 (probed.csv against wing.dat): why".
     [[noreturn]] void refuse(const StoreReader& reader, const std::string& why) const;
 };

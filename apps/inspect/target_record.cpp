@@ -57,24 +57,10 @@ TargetRecord::TargetRecord(StoreReader& reader, const StoredInspection& inspecti
     if (count_ == 0) fields.refuse("expected at least one target");
 }
 
-t_SmartPtr<ERDBObject> TargetRecord::next_record() const {
-    const auto records = static_cast<std::uint64_t>(reader_.size() - inspection_.index - 1);
-    t_SmartPtr<ERDBObject> record;
-    if (read_ < records) record = reader_.record(inspection_.index + 1 + static_cast<long>(read_));
-    if (!record)
-        inspection_.refuse(reader_, "the record of row " + std::to_string(read_ + 1) + " is lost");
-    const RecordFields fields(*record, reader_.path());
-    if (fields.kind() != target_kind ||
-        fields.count(RecordKey::targets) !=
-            static_cast<std::uint64_t>(inspection_.head->getObjectID()))
-        fields.refuse("expected a record of kind \"" + std::string(target_kind) +
-                      "\" that belongs to inspection " + std::to_string(inspection_.number));
-    return record;
-}
-
 bool TargetRecord::next(TargetRow& row) {
     if (read_ == count_) return false;
-    const t_SmartPtr<ERDBObject> record = next_record();
+    const t_SmartPtr<ERDBObject> record = inspection_.part(
+        reader_, read_, target_kind, RecordKey::targets, "row " + std::to_string(read_ + 1));
     const RecordFields fields(*record, reader_.path());
     const t_SmartPtr<ERObject> object = record->object();
     const gmTargetPoint* const target = gmTargetPoint::castdown(object.get());

@@ -24,8 +24,6 @@ public:
     bool next(TargetRow& row);
 
 private:
-    t_SmartPtr<ERDBObject> next_record() const;
-
     StoreReader& reader_;
     StoredInspection inspection_;
     TargetHead head_;
