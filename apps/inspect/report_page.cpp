@@ -1,20 +1,15 @@
 #include "inspect/report_page.h"
 
 #include <algorithm>
-#include <cmath>
-#include <numeric>
+#include <cstdint>
 
-#include "inspect/deviation_histogram.h"
 #include "inspect/number_text.h"
 #include "inspect/report_page_style.h"
-#include "inspect/section_panel.h"
 #include "inspect/summary_table.h"
 #include "inspect/text_escape.h"
 
 namespace velm::inspect {
 namespace {
-
-constexpr std::size_t most_rows = 5000;
 
 std::string element(std::string_view name, std::string_view content,
                     std::string_view attributes = "") {
@@ -63,76 +58,79 @@ std::string figures(const Summary& summary) {
     return out + "</dl>\n";
 }
 
-std::string histogram(const std::vector<ReportPage::Row>& rows, const Summary& summary,
-                      const DeviationScale& scale, const DeviationUnit& unit) {
-    DeviationHistogram counts;
-    for (const ReportPage::Row& row : rows)
-        counts.add(row.deviation);
-    constexpr double width = 480.0, height = 220.0, side = 24.0;
-    SvgCanvas canvas("Distribution of the deviations", width, height);
-    draw_histogram(canvas, {side, 4.0, width - 2.0 * side, height - 8.0}, counts.cells(), scale,
-                   summary.tolerance.has_value(), unit);
-    return canvas.finish();
+// Pressed one at a time, by the script.
+std::string filter(const std::vector<ReportPage::Row>& rows) {
+    const auto out = static_cast<std::uint64_t>(
+        std::count_if(rows.begin(), rows.end(),
+                      [](const ReportPage::Row& row) { return row.in_tolerance == false; }));
+    std::string markup = "<p class=\"filter\" role=\"group\" aria-label=\"Rows to show\" hidden>";
+    const auto button = [&](const char* show, const char* name, std::uint64_t count) {
+        markup += "<button type=\"button\" data-show=\"" + std::string(show) +
+                  "\" aria-pressed=\"" + (*show == '\0' ? "true" : "false") + "\">" + name + " (" +
+                  grouped(count, ",") + ")</button>\n";
+    };
+    button("", "all", rows.size());
+    button("out", "out of tolerance", out);
+    button("in", "in tolerance", rows.size() - out);
+    return markup + "</p>\n";
 }
 
-// The numbers of the rows that the table has, in their order.
-std::vector<std::size_t> rows_to_show(const std::vector<ReportPage::Row>& rows,
-                                      const std::optional<Tolerance>& tolerance) {
-    std::vector<std::size_t> numbers(rows.size());
-    std::iota(numbers.begin(), numbers.end(), std::size_t{0});
-    if (rows.size() <= most_rows) return numbers;
-    const double middle = tolerance ? tolerance->middle() : 0.0;
-    const auto severity = [&](std::size_t n) { return std::fabs(rows[n].deviation - middle); };
-    std::stable_sort(numbers.begin(), numbers.end(),
-                     [&](std::size_t a, std::size_t b) { return severity(a) > severity(b); });
-    numbers.resize(most_rows);
-    std::sort(numbers.begin(), numbers.end());
-    return numbers;
+std::string table_head(const ReportPage& page, bool judged) {
+    std::string out = "<thead><tr><th scope=\"col\">id</th>";
+    for (const std::string& column : page.columns) {
+        out += element("th", column, "scope=\"col\"");
+        if (judged && &column == &page.columns.front()) out += "<th scope=\"col\">tolerance</th>";
+    }
+    return out + "</tr></thead>\n";
 }
 
 std::string table(const ReportPage& page, const Summary& summary) {
     const bool judged = summary.tolerance.has_value();
+    const std::uint64_t count = summary.deviations.count();
     std::string out = "<h2>Points</h2>\n";
-    if (page.rows.size() > most_rows)
-        out += "<p>The " + grouped(most_rows, ",") + " worst of " + grouped(page.rows.size(), ",") +
+    if (page.rows.size() < count)
+        out += "<p>The " + grouped(page.rows.size(), ",") + " worst of " + grouped(count, ",") +
                " points.</p>\n";
-    if (judged)
-        out += "<p class=\"filter\" hidden>Show <button type=\"button\" data-show=\"\" "
-               "aria-pressed=\"true\">all</button> <button type=\"button\" data-show=\"in\" "
-               "aria-pressed=\"false\">in tolerance</button> <button type=\"button\" "
-               "data-show=\"out\" aria-pressed=\"false\">out of tolerance</button></p>\n";
-    out += "<div class=\"wide\"><table><thead><tr><th scope=\"col\">id</th>";
-    for (const std::string& column : page.columns)
-        out += element("th", column, "scope=\"col\"");
-    out += judged ? "<th scope=\"col\">tolerance</th></tr></thead>\n<tbody>\n"
-                  : "</tr></thead>\n<tbody>\n";
-    for (const std::size_t number : rows_to_show(page.rows, summary.tolerance)) {
-        const ReportPage::Row& row = page.rows[number];
+    if (judged) out += filter(page.rows);
+    out += "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"Table of the "
+           "points\"><table>" +
+           table_head(page, judged) + "<tbody>\n";
+    for (const ReportPage::Row& row : page.rows) {
         const char* const word = !row.in_tolerance ? "" : *row.in_tolerance ? "in" : "out";
         out += judged ? "<tr class=\"" + std::string(word) + "\">" : "<tr>";
         out += element("th", terminal_text(row.id), "scope=\"row\"");
-        for (const std::string& cell : row.cells)
+        for (const std::string& cell : row.cells) {
             out += element("td", cell);
-        if (judged) out += element("td", word);
+            if (judged && &cell == &row.cells.front()) out += element("td", word);
+        }
         out += "</tr>\n";
     }
     return out + "</tbody></table></div>\n";
 }
 
+// The drawing, and beside each other its legend, the distribution and the figures.
+std::string drawings(const PagePictures& pictures, const Summary& summary) {
+    const auto both = [](const std::string& wide, const std::string& narrow) {
+        return "<div class=\"wide\">" + wide + "</div>\n<div class=\"narrow\">" + narrow +
+               "</div>\n";
+    };
+    return "<figure class=\"drawing\">\n" + both(pictures.wide.picture, pictures.narrow.picture) +
+           "</figure>\n<div class=\"beside\">\n<figure>\n" +
+           both(pictures.wide.legend, pictures.narrow.legend) + "</figure>\n<figure>\n" +
+           pictures.distribution + "</figure>\n" + figures(summary) + "</div>\n";
+}
+
 } // namespace
 
-std::string ReportPage::html(const Summary& summary, const DeviationScale& scale,
-                             const DeviationUnit& unit) const {
+std::string ReportPage::html(const Summary& summary) const {
     const std::string shown_title = xml_text(terminal_text(title));
     std::string out = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
                       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
                       "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" +
                       shown_title + "</title>\n<style>\n" + page_style +
                       "</style>\n</head>\n<body>\n<main>\n<h1>" + shown_title + "</h1>\n" +
-                      verdict(summary);
-    out += "<figure class=\"picture\">\n" + picture + "</figure>\n<div class=\"pair\">\n" +
-           figures(summary) + "<figure>\n" + histogram(rows, summary, scale, unit) +
-           "</figure>\n</div>\n" + table(*this, summary);
+                      element("p", terminal_text(subtitle), "class=\"subtitle\"") + "\n" +
+                      verdict(summary) + drawings(pictures, summary) + table(*this, summary);
     out += "<h2>Provenance</h2>\n<dl class=\"provenance\">\n";
     for (const auto& [name, value] : provenance)
         out += "<div>" + element("dt", name) + element("dd", terminal_text(value)) + "</div>\n";

@@ -17,6 +17,8 @@ constexpr const char* examples =
     "  velm-inspect section wing.dat probed.csv --tolerance -0.02 0.05 \\\n"
     "               --json report.json --csv report.csv --svg report.svg\n"
     "      a report for programs, one for a spreadsheet and a picture\n"
+    "  velm-inspect section wing.dat probed.csv --tolerance 0.05 --html report.html\n"
+    "      one page with picture, figures and table, to read, send and print\n"
     "  velm-inspect section wing.dat probed.csv --tolerance 0.05 --store parts.velm\n"
     "      kept in an object file, beside what it holds already\n"
     "  velm-inspect section wing.dat probed.csv --tolerance 0.05 --archive wing.arc\n"
@@ -53,7 +55,7 @@ struct Texts {
     std::string diameter;
     std::string frame, max_height;
     std::string chain_tolerance;
-    std::string json, csv, svg, store, archive;
+    std::string json, csv, svg, html, store, archive;
     std::string form = "auto";
     std::string align = "none";
 };
@@ -76,6 +78,7 @@ SectionOptions understand(const CLI::App& section, const Texts& texts) {
     outputs.take("--json", texts.json, options.paths.json);
     outputs.take("--csv", texts.csv, options.paths.csv);
     outputs.take("--svg", texts.svg, options.paths.svg);
+    outputs.take("--html", texts.html, options.paths.html);
     outputs.take_file("--store", "an object file", texts.store, options.store);
     outputs.take_file("--archive", "an archive", texts.archive, options.archive);
     if (options.nominal.empty() || options.measured.empty())
@@ -128,6 +131,9 @@ void add_section_command(CLI::App& app, Command& command) {
     section->add_option("--json", texts->json, "Writes the report as JSON")->type_name("FILE");
     section->add_option("--csv", texts->csv, "Writes the rows as CSV")->type_name("FILE");
     section->add_option("--svg", texts->svg, "Draws the picture")->type_name("FILE");
+    section
+        ->add_option("--html", texts->html, "Writes the whole report as one page, with the picture")
+        ->type_name("FILE");
     section->add_option("--store", texts->store, "Keeps the results in an object file, new or not")
         ->type_name("FILE");
     section

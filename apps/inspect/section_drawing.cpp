@@ -3,16 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 #include <set>
 
-#include "inspect/number_text.h"
+#include "inspect/scale_bars.h"
 #include "inspect/text_escape.h"
 
 namespace velm::inspect {
 namespace {
 
-constexpr double bars_height = 34.0;                         // below the drawing
 constexpr std::ptrdiff_t some_marks = 100, many_marks = 600; // too close for large ones
 constexpr std::size_t most_obstacles = 6000;
 
@@ -31,23 +29,25 @@ std::string stroke(std::string_view color, double width) {
     return "stroke=\"" + std::string(color) + "\" stroke-width=\"" + svg_number(width) + "\"";
 }
 
-std::string length_text(double value) {
-    if (value >= 1.0 && value < 1e10) return grouped(static_cast<std::uint64_t>(value), "\u2009");
-    std::string text = shortest(value);
-    if (const std::size_t minus = text.find('-'); minus != std::string::npos)
-        text.replace(minus, 1, "\u2212");
-    return text;
+// Labels may reach a little beyond the drawing.
+CanvasBox label_area(const SvgCanvas& canvas, const CanvasBox& area) {
+    const double left = std::max(area.left - 16.0, 2.0);
+    const double right = std::min(area.right() + 24.0, canvas.own_width() - 2.0);
+    return {left, area.top, right - left, area.height};
 }
 
 } // namespace
 
 SectionDrawing::SectionDrawing(SvgCanvas& canvas, const CanvasBox& area, const Outline& outline,
                                const DeviationScale& scale,
-                               const std::optional<Tolerance>& tolerance, double reference)
-    : canvas_(canvas), area_(area), scale_(scale), tolerance_(tolerance) {
+                               const std::optional<Tolerance>& tolerance, double reference,
+                               std::string_view name_prefix)
+    : canvas_(canvas), area_(area), measures_(measures_for(area.width)), name_prefix_(name_prefix),
+      scale_(scale), tolerance_(tolerance), labels_(label_area(canvas, area)) {
     const ERMinimax2D box = outline.box();
     const double width = box.xlength(), height = box.ylength();
-    const double room = area.height - bars_height;
+    const double room = area.height - measures_.bars_height;
+    const double margin = measures_.margin, longest = measures_.longest;
     unit_ = std::min((area.width - 2.0 * margin) / width, (room - 2.0 * margin) / height);
     model_left_ = box.xmin;
     model_bottom_ = box.ymin;
@@ -66,11 +66,18 @@ SectionDrawing::SectionDrawing(SvgCanvas& canvas, const CanvasBox& area, const O
                   length(tolerance->upper) >= -longest;
 }
 
+SectionDrawing::Measures SectionDrawing::measures_for(double width) {
+    constexpr double narrow_below = 520.0;
+    if (width < narrow_below) return {38.0, 46.0, 52.0, true};
+    return {60.0, 68.0, 34.0, false};
+}
+
 // The whisker of a usual large deviation: a part of the outline, and less where that would fill a
 // small hole.
 double SectionDrawing::usual_length(const Outline& outline) const {
     constexpr double part = 0.32;
-    double length = std::clamp(part * std::min(drawn_.width, drawn_.height), 26.0, longest / 1.5);
+    const double most = measures_.longest / 1.5;
+    double length = std::clamp(part * std::min(drawn_.width, drawn_.height), 0.65 * most, most);
     for (std::size_t hole = 0; hole < outline.contours.size(); ++hole) {
         if (!outline.is_hole[hole]) continue;
         const ERMinimax2D box = outline.contours[hole].box();
@@ -85,21 +92,16 @@ CanvasPoint SectionDrawing::place(const ERPoint2D& p) const {
 }
 
 double SectionDrawing::height_for(const ERMinimax2D& box, double width) {
-    const double unit = (width - 2.0 * margin) / box.xlength();
-    return box.ylength() * unit + 2.0 * margin + bars_height;
-}
-
-std::string SectionDrawing::magnification_text() const {
-    return magnification_ >= 1000.0 && magnification_ < 1e15
-               ? grouped(static_cast<std::uint64_t>(magnification_), "\u2009")
-               : shortest(magnification_);
+    const Measures measures = measures_for(width);
+    const double unit = (width - 2.0 * measures.margin) / box.xlength();
+    return box.ylength() * unit + 2.0 * measures.margin + measures.bars_height;
 }
 
 double SectionDrawing::length(double deviation) const { return deviation * magnification_ * unit_; }
 
 CanvasPoint SectionDrawing::tip(const ERPoint2D& foot, const ERVector2D& outward,
                                 double deviation) const {
-    const double reach = std::clamp(length(deviation), -longest, longest);
+    const double reach = std::clamp(length(deviation), -measures_.longest, measures_.longest);
     const CanvasPoint at = place(foot);
     return {at.x + outward.i() * reach, at.y - outward.j() * reach};
 }
@@ -108,18 +110,26 @@ void SectionDrawing::draw_outline() {
     std::string data;
     for (const OutlinePath& contour : contours_) {
         data += contour.data();
-        contour.sample(4.0, obstacles_);
+        contour.sample(4.0, labels_.obstacles());
     }
-    canvas_.raw("<defs>\n<path id=\"outline\" fill-rule=\"evenodd\" clip-rule=\"evenodd\" d=\"" +
-                data +
-                "\"/>\n<clipPath id=\"inside\"><use href=\"#outline\" "
-                "xlink:href=\"#outline\"/></clipPath>\n<clipPath id=\"outside\">"
-                "<path clip-rule=\"evenodd\" d=\"M0 0H1123V794H0Z" +
-                data + "\"/></clipPath>\n</defs>\n");
-    canvas_.raw("<use href=\"#outline\" xlink:href=\"#outline\" fill=\"#e9ecf0\"/>\n");
+    const std::string outside = "M0 0H" + svg_number(canvas_.own_width()) + "V" +
+                                svg_number(canvas_.own_height()) + "H0Z" + data;
+    canvas_.raw("<defs>\n<path id=\"" + name_prefix_ +
+                "outline\" fill-rule=\"evenodd\" clip-rule=\"evenodd\" d=\"" + data +
+                "\"/>\n<clipPath id=\"" + name_prefix_ + "inside\">" + use_outline("") +
+                "</clipPath>\n<clipPath id=\"" + name_prefix_ +
+                "outside\"><path clip-rule=\"evenodd\" d=\"" + outside +
+                "\"/></clipPath>\n</defs>\n");
+    canvas_.raw(use_outline(" fill=\"#e9ecf0\"") + "\n");
     if (shows_band_) draw_band();
-    canvas_.raw("<use href=\"#outline\" xlink:href=\"#outline\" fill=\"none\" "
-                "stroke=\"#1f2933\" stroke-width=\"1\" stroke-linejoin=\"round\"/>\n");
+    canvas_.raw(use_outline(" fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1\" "
+                            "stroke-linejoin=\"round\"") +
+                "\n");
+}
+
+std::string SectionDrawing::use_outline(const std::string& attributes) const {
+    const std::string name = "#" + name_prefix_ + "outline";
+    return "<use href=\"" + name + "\" xlink:href=\"" + name + "\"" + attributes + "/>";
 }
 
 // Each side of the band is a stroke of the outline, twice as wide as the limit lies away and
@@ -130,11 +140,10 @@ void SectionDrawing::draw_band() {
     constexpr double line = 0.9;
     const auto draw_side = [&](const char* side, std::string_view ground, double near, double far) {
         if (far <= 0.0) return;
-        canvas_.open_group("clip-path=\"url(#" + std::string(side) +
+        canvas_.open_group("clip-path=\"url(#" + name_prefix_ + side +
                            ")\" fill=\"none\" stroke-linejoin=\"round\"");
         const auto layer = [&](std::string_view color, double reach) {
-            canvas_.raw("<use href=\"#outline\" xlink:href=\"#outline\" " +
-                        stroke(color, 2.0 * reach) + "/>\n");
+            canvas_.raw(use_outline(" " + stroke(color, 2.0 * reach)) + "\n");
         };
         layer(limit, far + line / 2.0);
         layer(band, far - line / 2.0);
@@ -179,13 +188,13 @@ void SectionDrawing::draw_whiskers(const std::vector<DrawnPoint>& points, bool o
         const auto grains = [&](double value) { return std::lround(value / grain); };
         const bool is_new =
             seen.insert({grains(foot.x), grains(foot.y), grains(end.x), grains(end.y)}).second;
-        const bool is_cut = std::fabs(length(point.deviation)) > longest;
+        const bool is_cut = std::fabs(length(point.deviation)) > measures_.longest;
         if (is_cut) ++cut_;
         if (!is_new && point.id.empty()) continue;
         if (is_cut) mark_cut(place(point.foot), end, cuts);
         drawn.push_back(&point);
         for (const double part : {0.0, 0.5, 1.0})
-            if (drawn.size() < most_obstacles) obstacles_.push_back(between(foot, end, part));
+            if (drawn.size() < most_obstacles) labels_.avoid(between(foot, end, part));
     }
     canvas_.open_group("fill=\"none\" stroke-linecap=\"round\"");
     const auto is_named = [](const DrawnPoint* point) { return !point->id.empty(); };
@@ -282,7 +291,8 @@ void SectionDrawing::draw_envelope(const DeviationEnvelope& envelope) {
                 closed_path({a_low, a_high, b_high, b_low});
             borders += "M" + svg_point(a_low) + "L" + svg_point(b_low) + "M" + svg_point(a_high) +
                        "L" + svg_point(b_high);
-            obstacles_.insert(obstacles_.end(), {a_low, a_high});
+            labels_.avoid(a_low);
+            labels_.avoid(a_high);
         }
     }
     canvas_.open_group("fill-opacity=\"0.75\"");
@@ -291,37 +301,6 @@ void SectionDrawing::draw_envelope(const DeviationEnvelope& envelope) {
             canvas_.path(data, "fill=\"" + std::string(DeviationScale::color(number)) + "\"");
     canvas_.close_group();
     canvas_.path(borders, "fill=\"none\" " + stroke("#3b4754", 0.7));
-}
-
-// Tries places round the tip, first straight ahead of the whisker, and takes the one that hides
-// the least. A box of no width tells that there is none.
-CanvasBox SectionDrawing::find_label_place(const CanvasPoint& at, const CanvasPoint& toward,
-                                           double width, double height) const {
-    CanvasBox best{0.0, 0.0, 0.0, 0.0};
-    auto fewest = std::numeric_limits<std::ptrdiff_t>::max();
-    const CanvasBox allowed{area_.left - 16.0, area_.top, area_.width + 40.0, area_.height};
-    const double ahead = std::atan2(toward.y, toward.x);
-    for (const double reach : {12.0, 22.0, 34.0, 50.0, 70.0}) {
-        for (const double turn : {0.0, 0.4, -0.4, 0.8, -0.8, 1.3, -1.3, 2.0, -2.0, 2.7, -2.7}) {
-            const double x = std::cos(ahead + turn), y = std::sin(ahead + turn);
-            const CanvasPoint middle{at.x + x * (reach + width / 2.0),
-                                     at.y + y * (reach + height / 2.0)};
-            const CanvasBox box{middle.x - width / 2.0, middle.y - height / 2.0, width, height};
-            const auto hits = [&](const CanvasBox& other) { return box.overlaps(other); };
-            if (!allowed.contains(box) || std::any_of(labels_.begin(), labels_.end(), hits))
-                continue;
-            const auto hidden =
-                std::count_if(obstacles_.begin(), obstacles_.end(), [&](const CanvasPoint& p) {
-                    return box.contains({p.x, p.y, 0.0, 0.0});
-                });
-            if (hidden < fewest) {
-                fewest = hidden;
-                best = box;
-            }
-            if (hidden == 0) return best;
-        }
-    }
-    return best;
 }
 
 void SectionDrawing::draw_labels(const std::vector<SectionRow>& rows, std::size_t most,
@@ -339,38 +318,15 @@ void SectionDrawing::draw_labels(const std::vector<SectionRow>& rows, std::size_
         if (std::any_of(named.begin(), named.end(), is_near)) continue;
         const std::string content =
             clipped(terminal_text(row.id), 18) + "\u2002" + unit.whole_text(row.deviation);
-        const double width = SvgCanvas::text_width(content, size) + 4.0;
-        const CanvasBox box =
-            find_label_place(at, {at.x - foot.x, at.y - foot.y}, width, size + 4.0);
-        if (box.width == 0.0) continue;
-        labels_.push_back(box);
-        named.push_back(at);
-        const CanvasPoint near{std::clamp(at.x, box.left, box.right()),
-                               std::clamp(at.y, box.top, box.bottom())};
-        canvas_.line(at, near, stroke("#52606d", 0.7));
-        canvas_.text({box.left + box.width / 2.0, box.bottom() - 4.0}, content, size,
-                     SvgCanvas::Anchor::middle,
-                     "font-weight=\"bold\" paint-order=\"stroke\" stroke=\"#fff\" "
-                     "stroke-width=\"3\" stroke-linejoin=\"round\"");
+        if (labels_.draw(canvas_, at, {at.x - foot.x, at.y - foot.y}, content, size))
+            named.push_back(at);
     }
 }
 
 void SectionDrawing::draw_bars() {
-    const double y = area_.bottom() - 8.0;
-    double x = area_.left;
-    const auto draw_bar = [&](double wanted, double unit, const std::string& what) {
-        const double value = round_step_below(wanted / unit);
-        const double size = value * unit;
-        canvas_.path("M" + svg_point({x, y - 4.0}) + "v8M" + svg_point({x, y}) + "h" +
-                         svg_number(size) + "m0 -4v8",
-                     "fill=\"none\" " + stroke("#1f2933", 1.2));
-        const std::string content = what + length_text(value);
-        canvas_.text({x + size + 8.0, y + 4.0}, content, 11.0);
-        x += size + 8.0 + SvgCanvas::text_width(content, 11.0) + 36.0;
-    };
-    draw_bar(150.0, unit_, "outline: ");
-    draw_bar(90.0, unit_ * magnification_,
-             "deviation, magnified \u00d7" + magnification_text() + ": ");
+    draw_scale_bars(canvas_, {area_.left, area_.bottom() - (measures_.narrow ? 26.0 : 8.0)},
+                    measures_.narrow ? ScaleBars::stacked : ScaleBars::beside, "outline", unit_,
+                    magnification_);
 }
 
 } // namespace velm::inspect

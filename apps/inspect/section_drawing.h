@@ -3,10 +3,12 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "inspect/deviation_envelope.h"
 #include "inspect/deviation_scale.h"
+#include "inspect/label_places.h"
 #include "inspect/outline_path.h"
 #include "inspect/svg_canvas.h"
 
@@ -22,12 +24,15 @@ struct DrawnPoint {
 
 /// Draws into one area of the canvas: the material, the tolerance band, whiskers from the outline,
 /// outwards for positive deviations, magnified by one round factor. The factor is chosen so that
-/// `reference`, a usual large deviation, is well seen; a whisker above `longest` is cut and marked.
+/// `reference`, a usual large deviation, is well seen; whiskers that are too long are cut and
+/// marked. A narrow area gets shorter whiskers and a smaller margin.
 class SectionDrawing {
 public:
+    /// `name_prefix` keeps the names of the picture's parts apart from those of another one within
+    /// the same page.
     SectionDrawing(SvgCanvas& canvas, const CanvasBox& area, const Outline& outline,
                    const DeviationScale& scale, const std::optional<Tolerance>& tolerance,
-                   double reference);
+                   double reference, std::string_view name_prefix = "");
 
     void draw_outline();
     /// With `only_excess`, for points out of tolerance over an envelope, from the limit on.
@@ -45,26 +50,31 @@ public:
     int cut_whiskers() const { return cut_; }
     bool shows_band() const { return shows_band_; }
 
-    static constexpr double longest = 60.0; ///< whisker, in picture units
-    static constexpr double margin = 68.0;  ///< round the outline, for whiskers and labels
-
 private:
+    // What goes with the width of an area, in picture units.
+    struct Measures {
+        double longest;     // whisker
+        double margin;      // round the outline, for whiskers and labels
+        double bars_height; // below the drawing
+        bool narrow;
+    };
+    static Measures measures_for(double width);
     double usual_length(const Outline& outline) const;
     CanvasPoint place(const ERPoint2D& p) const;
     CanvasPoint tip(const ERPoint2D& foot, const ERVector2D& outward, double deviation) const;
     double length(double deviation) const;
-    std::string magnification_text() const;
+    std::string use_outline(const std::string& attributes) const;
     void draw_band();
     CanvasPoint start(const DrawnPoint& point) const;
     void draw_whisker_groups(const std::vector<const DrawnPoint*>& points);
     void draw_named_whiskers(const std::vector<const DrawnPoint*>& points);
     void draw_markers(const std::vector<const DrawnPoint*>& points);
     void mark_cut(const CanvasPoint& foot, const CanvasPoint& end, std::string& marks);
-    CanvasBox find_label_place(const CanvasPoint& at, const CanvasPoint& toward, double width,
-                               double height) const;
 
     SvgCanvas& canvas_;
     CanvasBox area_;
+    Measures measures_;
+    std::string name_prefix_;
     const DeviationScale& scale_;
     std::optional<Tolerance> tolerance_;
     std::vector<OutlinePath> contours_;
@@ -76,8 +86,7 @@ private:
     bool only_excess_ = false;
     bool shows_band_ = false;
     int cut_ = 0;
-    std::vector<CanvasPoint> obstacles_; // what labels stay off
-    std::vector<CanvasBox> labels_;
+    LabelPlaces labels_;
 };
 
 } // namespace velm::inspect

@@ -9,6 +9,7 @@
 #include "inspect/kept_rows.h"
 #include "inspect/output_set.h"
 #include "inspect/section_head.h"
+#include "inspect/section_page.h"
 #include "inspect/section_picture.h"
 #include "inspect/section_reports.h"
 #include "inspect/section_result.h"
@@ -42,9 +43,11 @@ private:
     SectionHead head_;
     OutputSet outputs_;
     bool shows_table_;
-    std::unique_ptr<SectionJson> json_; // null where it isn't asked for, as the next two
+    std::unique_ptr<SectionJson> json_; // null where it isn't asked for, as the next four
     std::unique_ptr<SectionCsv> csv_;
+    std::unique_ptr<SectionPage> page_;
     Output* svg_ = nullptr;
+    Output* html_ = nullptr;
     SectionPicture picture_;
     KeptRows<SectionRow> rows_;
     Summary summary_;

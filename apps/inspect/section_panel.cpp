@@ -12,6 +12,7 @@ namespace {
 using Anchor = SvgCanvas::Anchor;
 
 constexpr double small = 11.0;
+constexpr double first_note = 87.0, note_step = 19.0; // below the top of the legend
 constexpr std::string_view soft = "fill=\"#52606d\"";
 
 std::string fill(int number) {
@@ -67,8 +68,17 @@ Bars make_bars(const std::vector<DeviationHistogram::Cell>& cells, const Deviati
 void draw_axis(SvgCanvas& canvas, const CanvasBox& plot, const Bars& bars,
                const DeviationUnit& unit) {
     const double range = bars.step * static_cast<double>(bars.counts.size());
-    const double tick = round_step_below(range / 4.0);
-    const int decimals = decimals_for(unit.scaled(tick), 1);
+    double tick = round_step_below(range / 4.0);
+    // Numbers that would touch each other stand at wider steps.
+    const auto text_of = [&](double value) {
+        return signed_text(unit.scaled(value), decimals_for(unit.scaled(tick), 1));
+    };
+    const auto widest = [&] {
+        return std::max(SvgCanvas::text_width(text_of(bars.first), small),
+                        SvgCanvas::text_width(text_of(bars.first + range), small));
+    };
+    for (int n = 0; n < 3 && tick / range * plot.width < widest() + 4.0; ++n)
+        tick = round_step_above(tick * 1.5);
     canvas.line({plot.left, plot.bottom()}, {plot.right(), plot.bottom()},
                 "stroke=\"#1f2933\" stroke-width=\"1\"");
     for (double n = std::ceil(bars.first / tick - 1e-9); n * tick <= bars.first + range * 1.0001;
@@ -76,8 +86,7 @@ void draw_axis(SvgCanvas& canvas, const CanvasBox& plot, const Bars& bars,
         const double x = plot.left + (n * tick - bars.first) / range * plot.width;
         canvas.line({x, plot.bottom()}, {x, plot.bottom() + 4.0},
                     "stroke=\"#1f2933\" stroke-width=\"1\"");
-        canvas.text({x, plot.bottom() + 16.0}, signed_text(unit.scaled(n * tick), decimals), small,
-                    Anchor::middle);
+        canvas.text({x, plot.bottom() + 16.0}, text_of(n * tick), small, Anchor::middle);
     }
 }
 
@@ -154,6 +163,13 @@ void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summa
     row("Worst", number(summary.worst_deviation), clipped(terminal_text(summary.worst_id), 14));
 }
 
+double legend_height(const LegendNotes& notes) {
+    const int count = (notes.has_tolerance ? 2 : 0) + (notes.shows_band ? 1 : 0) +
+                      (notes.shows_envelope ? 1 : 0) + (notes.outwards.empty() ? 0 : 1) +
+                      (notes.cut_whiskers > 0 ? 1 : 0);
+    return first_note + note_step * count - 10.0;
+}
+
 void draw_legend(SvgCanvas& canvas, const CanvasBox& area, const DeviationScale& scale,
                  const LegendNotes& notes, const DeviationUnit& unit) {
     draw_heading(canvas, area, unit.heading("Deviation"));
@@ -180,11 +196,11 @@ void draw_legend(SvgCanvas& canvas, const CanvasBox& area, const DeviationScale&
     canvas.text({at(inner + 1), top + high + 16.0}, unit.text(scale.upper()), small,
                 Anchor::middle);
 
-    double y = top + high + 40.0;
+    double y = area.top + first_note;
     const double sign = area.left + 14.0, words = area.left + 36.0;
     const auto note = [&](const std::string& content) {
         canvas.text({words, y}, content, small);
-        y += 19.0;
+        y += note_step;
     };
     if (notes.has_tolerance) {
         canvas.path("M" + svg_point({sign, y - 9.5}) + "l5 8.6h-10z", fill(DeviationScale::above));
@@ -222,7 +238,7 @@ void draw_histogram(SvgCanvas& canvas, const CanvasBox& area,
     draw_heading(canvas, area, unit.heading("Distribution"));
     const Bars bars = make_bars(cells, scale, has_tolerance);
     if (bars.cut_below || bars.cut_above)
-        canvas.text({area.right(), area.top + 12.0}, "the end bars gather what lies beyond", small,
+        canvas.text({area.right(), area.top + 12.0}, "end bars: all that lies beyond", small,
                     Anchor::end, soft);
     const CanvasBox plot{area.left, area.top + 46.0, area.width, area.height - 70.0};
     const auto tallest = std::max_element(bars.counts.begin(), bars.counts.end());

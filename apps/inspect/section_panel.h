@@ -33,6 +33,9 @@ void draw_heading(SvgCanvas& canvas, const CanvasBox& area, const std::string& c
 void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summary,
                   const DeviationUnit& unit);
 
+/// What the legend below needs.
+double legend_height(const LegendNotes& notes);
+
 /// The scale of colours with its limits, and what the signs of the drawing mean.
 void draw_legend(SvgCanvas& canvas, const CanvasBox& area, const DeviationScale& scale,
                  const LegendNotes& notes, const DeviationUnit& unit);

@@ -37,19 +37,6 @@ Layout lay_out(const Outline& outline) {
             {border + 786.0, top, wide - 786.0, high}};
 }
 
-// A usual large deviation: of the rarest two in a hundred, but at least the tolerance where that is
-// of the same size.
-double reference_deviation(const std::vector<DeviationHistogram::Cell>& cells,
-                           const std::optional<Tolerance>& tolerance) {
-    double usual = std::max(std::fabs(DeviationHistogram::quantile(cells, 0.01)),
-                            std::fabs(DeviationHistogram::quantile(cells, 0.99)));
-    if (usual == 0.0) // all but a few are perfect
-        usual = std::max(std::fabs(cells.front().value), std::fabs(cells.back().value));
-    if (!tolerance) return usual;
-    const double limit = std::max(std::fabs(tolerance->lower), std::fabs(tolerance->upper));
-    return usual > 0.0 ? std::clamp(limit, usual, 3.0 * usual) : limit;
-}
-
 } // namespace
 
 SectionPicture::SectionPicture(const Outline& outline, const std::optional<Tolerance>& tolerance)
@@ -82,36 +69,68 @@ std::vector<SectionRow> SectionPicture::rows_to_name(const std::vector<SectionRo
     return rows;
 }
 
-std::string SectionPicture::svg(const Summary& summary, const std::vector<SectionRow>& worst,
-                                const std::string& nominal, const std::string& measured) const {
-    const std::vector<DeviationHistogram::Cell> cells = histogram_.cells();
+SectionPicture::Look SectionPicture::look() const {
+    std::vector<DeviationHistogram::Cell> cells = histogram_.cells();
     const double reference = reference_deviation(cells, tolerance_);
     const DeviationScale scale(tolerance_, reference);
     const double largest =
         std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference});
-    const DeviationUnit unit(largest);
+    return {std::move(cells), reference, scale, DeviationUnit(largest)};
+}
 
-    const Layout layout = lay_out(outline_);
-    SvgCanvas canvas(outline_.title.empty() ? "Section" : outline_.title,
-                     "Deviations of " + measured + " from " + nominal);
-    draw_header(canvas, outline_.title.empty() ? "Section" : terminal_text(outline_.title),
-                shown_path(measured) + " against " + shown_path(nominal), summary);
+std::string SectionPicture::title() const {
+    return outline_.title.empty() ? "Section" : terminal_text(outline_.title);
+}
 
-    SectionDrawing drawing(canvas, layout.drawing, outline_, scale, tolerance_, reference);
+LegendNotes SectionPicture::draw(SvgCanvas& canvas, const CanvasBox& area, const Look& look,
+                                 const std::vector<SectionRow>& worst,
+                                 std::string_view name_prefix) const {
+    SectionDrawing drawing(canvas, area, outline_, look.scale, tolerance_, look.reference,
+                           name_prefix);
     LegendNotes notes = notes_;
     notes.shows_envelope = count_ > most_whiskers;
     drawing.draw_outline();
     if (notes.shows_envelope) drawing.draw_envelope(envelope_);
     drawing.draw_whiskers(points_, notes.shows_envelope);
-    drawing.draw_labels(rows_to_name(worst), tolerance_ ? 6 : 3, unit);
+    drawing.draw_labels(rows_to_name(worst), tolerance_ ? 6 : 3, look.unit);
     drawing.draw_bars();
-
     notes.cut_whiskers = drawing.cut_whiskers();
     notes.shows_band = drawing.shows_band();
-    draw_figures(canvas, layout.figures, summary, unit);
-    draw_histogram(canvas, layout.histogram, cells, scale, tolerance_.has_value(), unit);
-    draw_legend(canvas, layout.legend, scale, notes, unit);
+    return notes;
+}
+
+std::string SectionPicture::svg(const Summary& summary, const std::vector<SectionRow>& worst,
+                                const std::string& nominal, const std::string& measured) const {
+    const Look look = this->look();
+    const Layout layout = lay_out(outline_);
+    SvgCanvas canvas(outline_.title.empty() ? "Section" : outline_.title,
+                     "Deviations of " + measured + " from " + nominal);
+    draw_header(canvas, title(), shown_path(measured) + " against " + shown_path(nominal), summary);
+    const LegendNotes notes = draw(canvas, layout.drawing, look, worst, "");
+    draw_figures(canvas, layout.figures, summary, look.unit);
+    draw_histogram(canvas, layout.histogram, look.cells, look.scale, tolerance_.has_value(),
+                   look.unit);
+    draw_legend(canvas, layout.legend, look.scale, notes, look.unit);
     return canvas.finish();
+}
+
+PagePictures::Drawing SectionPicture::page_drawing(double width, const Look& look,
+                                                   const std::vector<SectionRow>& worst,
+                                                   std::string_view name_prefix) const {
+    constexpr double side = 12.0, most_high = 0.8; // of the width
+    const double inner = width - 2.0 * side;
+    const double high = std::min(SectionDrawing::height_for(outline_.box(), inner),
+                                 std::max(most_high * width, 380.0));
+    SvgCanvas canvas("Deviations along the outline of " + title(), width, high + 2.0 * side);
+    const LegendNotes notes = draw(canvas, {side, side, inner, high}, look, worst, name_prefix);
+    return {canvas.finish(), page_legend(look.scale, notes, look.unit)};
+}
+
+PagePictures SectionPicture::page(const std::vector<SectionRow>& worst) const {
+    const Look look = this->look();
+    return {page_drawing(PagePictures::wide_width, look, worst, "wide-"),
+            page_drawing(PagePictures::narrow_width, look, worst, "narrow-"),
+            page_distribution(look.cells, look.scale, tolerance_.has_value(), look.unit)};
 }
 
 } // namespace velm::inspect

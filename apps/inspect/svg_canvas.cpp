@@ -39,10 +39,10 @@ SvgCanvas::SvgCanvas(std::string_view title, std::string_view description) {
         "</desc>\n<rect width=\"1123\" height=\"794\" fill=\"#fff\"/>\n";
 }
 
-SvgCanvas::SvgCanvas(std::string_view title, double own_width, double own_height) {
-    body_ = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + svg_number(own_width) +
-            " " + svg_number(own_height) + "\" role=\"img\" fill=\"#1f2933\">\n<title>" +
-            xml_text(title) + "</title>\n";
+SvgCanvas::SvgCanvas(std::string_view title, double own_width, double own_height)
+    : width_(own_width), height_(own_height) {
+    body_ = "<svg viewBox=\"0 0 " + svg_number(own_width) + " " + svg_number(own_height) +
+            "\" role=\"img\" fill=\"#1f2933\">\n<title>" + xml_text(title) + "</title>\n";
 }
 
 void SvgCanvas::open_group(std::string_view attributes) {

@@ -25,8 +25,8 @@ std::string svg_number(double value);
 /// "x y" for path data.
 std::string svg_point(const CanvasPoint& p);
 
-/// Gathers the elements of one picture of A4 in landscape, 1123 by 794 units. Texts are escaped
-/// here; attributes are the caller's own and must not hold text from files.
+/// Gathers the elements of one picture, of A4 in landscape, 1123 by 794 units, or its own. Texts
+/// are escaped here; attributes are the caller's own and must not hold text from files.
 class SvgCanvas {
 public:
     static constexpr double width = 1123.0, height = 794.0;
@@ -34,8 +34,11 @@ public:
     enum class Anchor { start, middle, end };
 
     SvgCanvas(std::string_view title, std::string_view description);
-    /// A picture of this size that stands within a page, without a ground of its own.
+    /// A picture of this size that stands within an HTML page, without a ground of its own.
     SvgCanvas(std::string_view title, double own_width, double own_height);
+
+    double own_width() const { return width_; }
+    double own_height() const { return height_; }
 
     void open_group(std::string_view attributes);
     void close_group();
@@ -56,6 +59,7 @@ public:
 
 private:
     std::string body_;
+    double width_ = width, height_ = height;
 };
 
 } // namespace velm::inspect

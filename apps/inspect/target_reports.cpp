@@ -11,6 +11,7 @@
 #include "inspect/table.h"
 #include "inspect/target_picture.h"
 #include "inspect/text_escape.h"
+#include "inspect/worst_rows.h"
 #include "velm/version.h"
 
 namespace velm::inspect {
@@ -126,29 +127,26 @@ std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary
 
 std::string target_page(std::span<const TargetRow> rows, const Summary& summary,
                         const TargetHead& head) {
-    const double largest =
-        std::max(std::fabs(summary.deviations.minimum()), std::fabs(summary.deviations.maximum()));
-    const DeviationScale scale(summary.tolerance, largest);
-    const DeviationUnit unit(
-        std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), largest}));
     const int decimals = table_decimals(summary);
+    WorstRows<TargetRow> worst;
+    for (const TargetRow& row : rows)
+        worst.add(row);
     ReportPage page;
     page.title = "Points against their nominal";
-    page.picture = target_picture(rows, scale, unit);
-    page.columns = {"nominal x", "y", "z", "deviation", "on plane", "distance"};
+    page.subtitle = head.table_name();
+    page.pictures = target_pictures(rows, summary.tolerance);
+    page.columns = {"deviation", "nominal x", "y", "z", "on plane", "distance"};
     if (head.alignment) page.columns.push_back("before");
-    for (const TargetRow& row : rows) {
+    for (const TargetRow& row : worst.in_order()) {
         const ERPoint3D& p = row.target.target_point();
         double on_plane = 0.0;
         const bool has_normal = row.target.get_distance_on_plane(on_plane) != 0;
-        page.rows.push_back(
-            {row.id,
-             {fixed(p.x(), decimals), fixed(p.y(), decimals), fixed(p.z(), decimals),
-              has_normal ? fixed(row.deviation, decimals) : "",
-              has_normal ? fixed(on_plane, decimals) : "",
-              fixed(row.target.distance_to_point(), decimals)},
-             row.deviation,
-             row.in_tolerance});
+        page.rows.push_back({row.id,
+                             {has_normal ? fixed(row.deviation, decimals) : "",
+                              fixed(p.x(), decimals), fixed(p.y(), decimals),
+                              fixed(p.z(), decimals), has_normal ? fixed(on_plane, decimals) : "",
+                              fixed(row.target.distance_to_point(), decimals)},
+                             row.in_tolerance});
         if (row.deviation_before)
             page.rows.back().cells.push_back(fixed(*row.deviation_before, decimals));
     }
@@ -159,7 +157,7 @@ std::string target_page(std::span<const TargetRow> rows, const Summary& summary,
     if (head.alignment)
         for (auto& line : alignment_lines(*head.alignment))
             page.provenance.push_back(std::move(line));
-    return page.html(summary, scale, unit);
+    return page.html(summary);
 }
 
 } // namespace velm::inspect

@@ -1,0 +1,71 @@
+// worst_rows.h: `WorstRows`, the rows that the table of a page has.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace velm::inspect {
+
+/// Keeps all rows up to 5,000, above that the 5,000 of the largest severity, of equal ones the
+/// first; memory doesn't grow beyond twice as many. A row has a severity.
+template <class Row>
+class WorstRows {
+public:
+    static constexpr std::size_t most = 5000;
+
+    void add(const Row& row) {
+        const std::uint64_t number = count_++;
+        if (row.severity <= needed_) return;
+        rows_.push_back({number, row});
+        if (rows_.size() == 2 * most) drop_least();
+    }
+    /// In the order in which they were added.
+    std::vector<Row> in_order() const {
+        std::vector<Numbered> kept = rows_;
+        if (kept.size() > most) {
+            select(kept);
+            kept.resize(most);
+        }
+        std::sort(kept.begin(), kept.end(),
+                  [](const Numbered& a, const Numbered& b) { return a.number < b.number; });
+        std::vector<Row> rows;
+        for (Numbered& numbered : kept)
+            rows.push_back(std::move(numbered.row));
+        return rows;
+    }
+
+private:
+    struct Numbered {
+        std::uint64_t number;
+        Row row;
+    };
+
+    // The worst come in front; the first one behind them, if any, is at index `most`.
+    static void select(std::vector<Numbered>& rows) {
+        std::nth_element(rows.begin(), rows.begin() + most, rows.end(),
+                         [](const Numbered& a, const Numbered& b) {
+                             return a.row.severity != b.row.severity
+                                        ? a.row.severity > b.row.severity
+                                        : a.number < b.number;
+                         });
+    }
+    // What is not above the least that stays can't be among the worst later on.
+    void drop_least() {
+        select(rows_);
+        rows_.resize(most);
+        needed_ =
+            std::min_element(rows_.begin(), rows_.end(), [](const Numbered& a, const Numbered& b) {
+                return a.row.severity < b.row.severity;
+            })->row.severity;
+    }
+
+    std::vector<Numbered> rows_;
+    std::uint64_t count_ = 0;
+    double needed_ = -std::numeric_limits<double>::infinity();
+};
+
+} // namespace velm::inspect
