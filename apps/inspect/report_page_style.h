@@ -43,7 +43,7 @@ dt{color:var(--soft);flex:none}dd{margin:0;text-align:right;font-variant-numeric
 th,dd,h1,.subtitle{unicode-bidi:isolate}
 .scroll{overflow-x:auto}
 table{border-collapse:separate;border-spacing:0;width:100%;font-variant-numeric:tabular-nums;font-size:.9rem}
-th,td{padding:.25rem .6rem;text-align:right;white-space:nowrap;border-bottom:1px solid var(--line)}
+th,td{padding:.25rem .6rem;text-align:right;vertical-align:top;white-space:nowrap;border-bottom:1px solid var(--line)}
 th:first-child{position:sticky;left:0;background:var(--ground);text-align:left;font-weight:normal;max-width:16rem;overflow:hidden;text-overflow:ellipsis}
 thead th,thead th:first-child{font-weight:bold;border-bottom:2px solid var(--soft)}
 tbody tr:nth-child(even)>*{background:var(--band)}tr.out td:nth-child(-n+3){color:var(--out);font-weight:bold}
@@ -58,7 +58,8 @@ th[aria-sort=ascending] button::after{content:" \2191"}th[aria-sort=descending] 
 @media screen and (max-width:40rem){.wide{display:none}.narrow{display:block}th,td{padding:.35rem .5rem}th:first-child{max-width:9rem}}
 @media print{body{font-size:10pt}main{max-width:none;padding:0}.filter{display:none}.scroll{overflow:visible}
 table{font-size:7.5pt}th,td{padding:.15rem .35rem}th:first-child{position:static}
-figure,dl div{break-inside:avoid}h2{break-after:avoid}thead{display:table-header-group}}
+figure,dl div{break-inside:avoid}h2{break-after:avoid}thead{display:table-header-group;break-inside:avoid}
+.beside{grid-template-columns:1fr 1fr 1.15fr;gap:1rem}.figures{font-size:8.5pt}}
 )css";
 
 inline constexpr const char* page_script = R"js(
