@@ -96,7 +96,8 @@ TEST(SectionPage, KeepsTheWorstOfVeryManyPoints) {
     ASSERT_EQ(shop.run("section plate.txt m.csv --tolerance 0 2 --json j.json --html p.html").code,
               0);
     std::vector<std::pair<double, int>> severities;
-    for (const auto& point : shop.read_json("j.json")["points"])
+    const auto found_points = shop.read_json("j.json")["points"];
+    for (const auto& point : found_points)
         severities.emplace_back(-std::fabs(point["deviation"].get<double>() - 1.0),
                                 static_cast<int>(severities.size()));
     std::sort(severities.begin(), severities.end());
