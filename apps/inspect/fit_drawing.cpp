@@ -42,7 +42,7 @@ FitDrawing::FitDrawing(SvgCanvas& canvas, const CanvasBox& area, const FitResult
                        const FitPoints& points, const DeviationScale& scale,
                        const DeviationUnit& unit, double reference)
     : canvas_(canvas), area_(area), result_(result), points_(points), scale_(scale), unit_(unit),
-      reference_(reference), step_(round_step_below(reference / 2.0)) {}
+      reference_(reference), step_(round_step_below(reference / 2.0)), labels_(area) {}
 
 void FitDrawing::draw() {
     if (result_.kind == FitKind::circle) draw_polar();
@@ -92,25 +92,29 @@ void FitDrawing::dot(const CanvasPoint& at, std::size_t index, double radius) {
                  color_of(result_.residuals[index]) + " stroke=\"#fff\" stroke-width=\"0.4\"");
 }
 
-/// `where` has the place of every point.
-void FitDrawing::label_worst(const std::vector<CanvasPoint>& where) {
-    constexpr std::size_t most = 3;
-    std::vector<CanvasBox> taken;
+// `where` has the place of every point, `toward` the side of it on which its label stands.
+void FitDrawing::label_worst(const std::vector<CanvasPoint>& where,
+                             const std::function<CanvasPoint(std::size_t)>& toward) {
+    constexpr std::size_t most = 3, most_obstacles = 2000;
+    for (std::size_t n = 0; n < where.size(); n += 1 + where.size() / most_obstacles)
+        labels_.avoid(where[n]);
     for (const std::size_t n : worst_points(result_, points_, most)) {
         if (result_.residuals[n] == 0.0) continue;
-        const std::string content = clipped(terminal_text(points_.ids[n]), 14) + "  " +
+        const std::string content = clipped(terminal_text(points_.ids[n]), 14) + "\u2002" +
                                     unit_.whole_text(result_.residuals[n]);
-        const double wide = SvgCanvas::text_width(content, small) + 8.0;
-        CanvasBox box{where[n].x + 8.0, where[n].y - 20.0, wide, 16.0};
-        if (box.right() > area_.right()) box.left = where[n].x - 8.0 - wide;
-        while (std::any_of(taken.begin(), taken.end(),
-                           [&](const CanvasBox& other) { return other.overlaps(box); }))
-            box.top += 17.0;
-        taken.push_back(box);
-        canvas_.box(box, "rx=\"2\" fill=\"#fff\" fill-opacity=\"0.85\" stroke=\"#9aa5b1\" "
-                         "stroke-width=\"0.6\"");
-        canvas_.text({box.left + 4.0, box.top + 12.0}, content, small);
+        labels_.draw(canvas_, where[n], toward(n), content, small);
     }
+}
+
+// A text that labels stay off.
+void FitDrawing::fixed_text(const CanvasPoint& at, const std::string& content, double size,
+                            Anchor anchor, std::string_view attributes) {
+    const double width = SvgCanvas::text_width(content, size);
+    const double left = anchor == Anchor::middle ? width / 2.0
+                        : anchor == Anchor::end  ? width
+                                                 : 0.0;
+    labels_.keep_free({at.x - left - 2.0, at.y - size, width + 4.0, size + 4.0});
+    canvas_.text(at, content, size, anchor, attributes);
 }
 
 void FitDrawing::draw_polar() {
@@ -127,8 +131,8 @@ void FitDrawing::draw_polar() {
         const double inner = base - amplitude, outer = base + amplitude;
         canvas_.line({center.x + inner * c, center.y - inner * s},
                      {center.x + outer * c, center.y - outer * s}, grid);
-        canvas_.text({center.x + (outer + 15.0) * c, center.y - (outer + 15.0) * s + 4.0},
-                     std::to_string(30 * k) + "\u00b0", small, Anchor::middle, soft);
+        fixed_text({center.x + (outer + 15.0) * c, center.y - (outer + 15.0) * s + 4.0},
+                   std::to_string(30 * k) + "\u00b0", small, Anchor::middle, soft);
     }
     if (result_.tolerance) {
         for (const double value : {result_.tolerance->lower, result_.tolerance->upper})
@@ -165,13 +169,17 @@ void FitDrawing::draw_polar() {
     for (const std::size_t n : order)
         dot(where[n], n, dot_radius(order.size()));
     for (double k = -std::floor(reference_ / step_); k * step_ <= reference_ * 1.0001; k += 1.0)
-        canvas_.text({center.x + 4.0, center.y - radius(k * step_) - 3.0}, unit_.text(k * step_),
-                     9.5, Anchor::start,
-                     "fill=\"#52606d\" stroke=\"#fff\" stroke-width=\"3\" paint-order=\"stroke\"");
-    label_worst(where);
-    canvas_.text({center.x, center.y - 6.0}, "radius", small, Anchor::middle, soft);
-    canvas_.text({center.x, center.y + 14.0}, fixed(result_.radius, fit_decimals(result_)), 15.0,
-                 Anchor::middle, "font-weight=\"bold\"");
+        fixed_text({center.x + 4.0, center.y - radius(k * step_) - 3.0}, unit_.text(k * step_), 9.5,
+                   Anchor::start,
+                   "fill=\"#52606d\" stroke=\"#fff\" stroke-width=\"3\" paint-order=\"stroke\"");
+    fixed_text({center.x, center.y - 6.0}, "radius", small, Anchor::middle, soft);
+    fixed_text({center.x, center.y + 14.0}, fixed(result_.radius, fit_decimals(result_)), 15.0,
+               Anchor::middle, "font-weight=\"bold\"");
+    // Beyond the line that joins the points.
+    label_worst(where, [&](std::size_t n) {
+        const double side = result_.residuals[n] > 0.0 ? 1.0 : -1.0;
+        return CanvasPoint{side * (where[n].x - center.x), side * (where[n].y - center.y)};
+    });
 }
 
 void FitDrawing::draw_along() {
@@ -225,7 +233,9 @@ void FitDrawing::draw_along() {
         canvas_.path(stems, "fill=\"none\" stroke=\"#9aa5b1\" stroke-width=\"0.9\"");
     for (const std::size_t n : drawn)
         dot(where[n], n, dot_radius(drawn.size()));
-    label_worst(where);
+    label_worst(where, [&](std::size_t n) {
+        return CanvasPoint{0.0, result_.residuals[n] < 0.0 ? 1.0 : -1.0};
+    });
 }
 
 void FitDrawing::draw_spots() {
@@ -265,7 +275,7 @@ void FitDrawing::draw_spots() {
         dot(where[n], n,
             std::max(1.2, largest * std::sqrt(std::min(std::fabs(result_.residuals[n]) / reference_,
                                                        1.0))));
-    label_worst(where);
+    label_worst(where, [](std::size_t) { return CanvasPoint{1.0, -1.0}; });
 }
 
 } // namespace velm::inspect

@@ -1,10 +1,14 @@
 // fit_drawing.h: `FitDrawing`, the residuals of a circle, a line or a plane in a part of a page.
 #pragma once
 
+#include <functional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "inspect/deviation_scale.h"
 #include "inspect/fit.h"
+#include "inspect/label_places.h"
 #include "inspect/svg_canvas.h"
 
 namespace velm::inspect {
@@ -25,7 +29,10 @@ private:
     /// The points to draw: all, or those that stand out in their neighbourhood.
     std::vector<std::size_t> chosen() const;
     void dot(const CanvasPoint& at, std::size_t index, double radius);
-    void label_worst(const std::vector<CanvasPoint>& where);
+    void label_worst(const std::vector<CanvasPoint>& where,
+                     const std::function<CanvasPoint(std::size_t)>& toward);
+    void fixed_text(const CanvasPoint& at, const std::string& content, double size,
+                    SvgCanvas::Anchor anchor, std::string_view attributes);
     std::string color_of(double residual) const;
 
     SvgCanvas& canvas_;
@@ -36,6 +43,7 @@ private:
     const DeviationUnit& unit_;
     double reference_;
     double step_; // between the lines of the grid
+    LabelPlaces labels_;
 };
 
 } // namespace velm::inspect
