@@ -44,7 +44,7 @@ th,dd,h1,.subtitle{unicode-bidi:isolate}
 .scroll{overflow-x:auto}
 table{border-collapse:separate;border-spacing:0;width:100%;font-variant-numeric:tabular-nums;font-size:.9rem}
 th,td{padding:.25rem .6rem;text-align:right;vertical-align:top;white-space:nowrap;border-bottom:1px solid var(--line)}
-th:first-child{position:sticky;left:0;background:var(--ground);text-align:left;font-weight:normal;max-width:16rem;overflow:hidden;text-overflow:ellipsis}
+th:first-child{position:sticky;left:0;background:var(--ground);text-align:left;font-weight:normal;white-space:normal;overflow-wrap:anywhere;min-width:5rem;max-width:16rem}
 thead th,thead th:first-child{font-weight:bold;border-bottom:2px solid var(--soft)}
 tbody tr:nth-child(even)>*{background:var(--band)}tr.out td:nth-child(-n+3){color:var(--out);font-weight:bold}
 th button{all:unset;cursor:pointer}th button:hover{text-decoration:underline}

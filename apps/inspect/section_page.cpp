@@ -47,16 +47,21 @@ Lines provenance(const SectionHead& head, const Outline& outline) {
     if (head.max_height)
         lines.emplace_back("Greatest height off the plane", shortest(*head.max_height));
     lines.emplace_back("A positive deviation", "outside of the material");
+    if (head.alignment)
+        for (auto& line : alignment_lines(*head.alignment))
+            lines.push_back(std::move(line));
     lines.emplace_back("Made by", "velm-inspect " VELM_VERSION_STRING);
     return lines;
 }
 
-std::vector<std::string> columns(bool in_space, bool has_holes) {
+std::vector<std::string> columns(const SectionHead& head, bool has_holes) {
     std::vector<std::string> columns{"deviation", "x", "y"};
-    if (in_space) columns.insert(columns.end(), {"z", "height"});
+    if (head.frame) columns.insert(columns.end(), {"z", "height"});
+    if (head.alignment) columns.insert(columns.end(), {"aligned x", "aligned y"});
     columns.insert(columns.end(), {"foot x", "foot y"});
     if (has_holes) columns.push_back("contour");
     columns.push_back("distance");
+    if (head.alignment) columns.push_back("before");
     return columns;
 }
 
@@ -73,9 +78,11 @@ ReportPage::Row page_row(const SectionRow& row, int decimals, bool has_holes) {
     } else {
         add({row.deviation, row.measured.x(), row.measured.y()});
     }
+    if (row.aligned) add({row.aligned->x(), row.aligned->y()});
     add({found.foot.x(), found.foot.y()});
     if (has_holes) shown.cells.push_back(std::to_string(found.contour));
     add({found.distance});
+    if (row.deviation_before) add({*row.deviation_before});
     return shown;
 }
 
@@ -89,7 +96,7 @@ std::string SectionPage::html(const Summary& summary, const SectionPicture& pict
     page.title = outline_.title.empty() ? "Section" : outline_.title;
     page.subtitle = head_.measured + " against " + head_.nominal;
     page.pictures = picture.page(worst);
-    page.columns = columns(head_.frame.has_value(), has_holes);
+    page.columns = columns(head_, has_holes);
     for (const SectionRow& row : rows_.in_order())
         page.rows.push_back(page_row(row, decimals, has_holes));
     page.provenance = provenance(head_, outline_);
