@@ -85,12 +85,16 @@ struct Reported : Workshop {
               "2.05,40.125,\n,8,4.25,41,.5\n");
     }
     std::vector<std::string> texts(const Ended& ended) const {
-        return {std::to_string(ended.code), ended.out, read("r.json"), read("r.csv"),
-                read("r.svg")};
+        return {std::to_string(ended.code),
+                ended.out,
+                read("r.json"),
+                read("r.csv"),
+                read("r.svg"),
+                read("r.html")};
     }
     Ended inspect(const std::string& what) const { return run("section " + what + reports); }
     Ended report(const std::string& what) const { return run("report " + what + reports); }
-    static constexpr const char* reports = " --json r.json --csv r.csv --svg r.svg";
+    static constexpr const char* reports = " --json r.json --csv r.csv --svg r.svg --html r.html";
 };
 
 TEST(Report, GivesTheBytesOfTheRunThatKeptIt) {
