@@ -89,4 +89,14 @@ TYPED_TEST(CurveOf, StoredAndPrintedForms) {
     EXPECT_EQ(ERLimites(restored.Ndeb(), restored.Nfin()), ERLimites(-1.0, 4.0));
 }
 
+TEST(CurveDefaults, TheDistanceIsZeroWhereAnythingIsFound) {
+    CircleCurve2D curve(ERLimites(0.0, 6.0));
+    double dist = 7.0, t = 9.0;
+    EXPECT_EQ(curve.SignedMinimalDistance({-1, 0}, dist, t), EREntity::DISTMIN_NONE);
+    EXPECT_EQ(dist, 7.0);
+    EXPECT_EQ(curve.SignedMinimalDistance({9, 0}, dist, t), EREntity::DISTMIN_FOUND);
+    EXPECT_TRUE(dist == 0.0 && t == 9.0);
+    EXPECT_EQ(curve.SignedMinimalDistance({0, 0}, dist), EREntity::DISTMIN_EVERYWHERE);
+}
+
 } // namespace

@@ -90,41 +90,33 @@ TEST(OrderedVectors, AreGoodAfterAMove) {
 
 unsigned int coarse(const long& key) { return static_cast<unsigned int>(key % 13); }
 
-/// The pairs in the order that the buckets prescribe.
-class DictionaryModel {
-public:
-    explicit DictionaryModel(int n) : buckets_(static_cast<std::size_t>(n)) {}
+using Pairs = std::vector<std::pair<long, std::string>>;
+
+/// The pairs in the order that the buckets prescribe: those of a bucket as they came into it.
+struct DictionaryModel {
     std::string& operator[](long key) {
-        auto& bucket = buckets_[coarse(key) % buckets_.size()];
-        for (auto& pair : bucket)
-            if (pair.first == key) return pair.second;
-        return bucket.emplace_back(key, "").second;
+        const auto has_key = [key](const auto& pair) { return pair.first == key; };
+        if (std::none_of(pairs.begin(), pairs.end(), has_key)) pairs.emplace_back(key, "");
+        resize(buckets);
+        return std::find_if(pairs.begin(), pairs.end(), has_key)->second;
     }
     bool remove(long key) {
-        return std::erase_if(buckets_[coarse(key) % buckets_.size()],
-                             [key](const auto& pair) { return pair.first == key; }) > 0;
+        return std::erase_if(pairs, [key](const auto& pair) { return pair.first == key; }) > 0;
     }
-    void resize(int n) {
-        DictionaryModel other(n);
-        for (const auto& [key, value] : pairs())
-            other[key] = value;
-        *this = other;
+    void resize(unsigned n) {
+        buckets = n;
+        std::stable_sort(pairs.begin(), pairs.end(), [n](const auto& a, const auto& b) {
+            return coarse(a.first) % n < coarse(b.first) % n;
+        });
     }
-    std::vector<std::pair<long, std::string>> pairs() const {
-        std::vector<std::pair<long, std::string>> all;
-        for (const auto& bucket : buckets_)
-            all.insert(all.end(), bucket.begin(), bucket.end());
-        return all;
-    }
-
-private:
-    std::vector<std::vector<std::pair<long, std::string>>> buckets_;
+    Pairs pairs;
+    unsigned buckets = 5;
 };
 
 using Dictionary = ERTValHashDictionary<long, std::string>;
 
-std::vector<std::pair<long, std::string>> pairs_of(const Dictionary& dictionary) {
-    std::vector<std::pair<long, std::string>> all;
+Pairs pairs_of(const Dictionary& dictionary) {
+    Pairs all;
     for (const auto& pair : dictionary)
         all.emplace_back(pair.key, pair.value);
     return all;
@@ -133,7 +125,7 @@ std::vector<std::pair<long, std::string>> pairs_of(const Dictionary& dictionary)
 TEST(HashDictionary, FollowsAModelInOrderToo) {
     Random random(1514);
     Dictionary dictionary(coarse, 5);
-    DictionaryModel model(5);
+    DictionaryModel model;
     for (int step = 0; step < 20000; ++step) {
         const long key = random.below(60);
         const std::string value = std::to_string(step);
@@ -141,7 +133,7 @@ TEST(HashDictionary, FollowsAModelInOrderToo) {
         case 0: {
             const int buckets = 1 + random.below(9);
             dictionary.resize(buckets);
-            model.resize(buckets);
+            model.resize(static_cast<unsigned>(buckets));
             break;
         }
         case 1: {
@@ -161,9 +153,9 @@ TEST(HashDictionary, FollowsAModelInOrderToo) {
                 ASSERT_EQ(dictionary[key], model[key]) << "a new key has a default value";
             }
         }
-        ASSERT_EQ(pairs_of(dictionary), model.pairs()) << "step " << step;
-        ASSERT_EQ(dictionary.entries(), static_cast<int>(model.pairs().size()));
-        ASSERT_EQ(dictionary.isEmpty(), model.pairs().empty());
+        ASSERT_EQ(pairs_of(dictionary), model.pairs) << "step " << step;
+        ASSERT_EQ(dictionary.entries(), static_cast<int>(model.pairs.size()));
+        ASSERT_EQ(dictionary.isEmpty(), model.pairs.empty());
     }
 }
 

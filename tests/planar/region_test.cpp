@@ -1,6 +1,7 @@
-// Regions against their rules gone through one by one, exact arithmetic and lengths that add up.
+// Regions against their rules gone through one by one, and lengths that add up.
 #include "velm/planar/region.h"
 
+#include "support/records.h"
 #include "support/test.h"
 #include "support/threads.h"
 #include "velm/frame/box_clipping.h"
@@ -12,9 +13,7 @@
 #include "velm/wireframe/intersections.h"
 #include "velm/wireframe/segment.h"
 
-#include <bit>
 #include <deque>
-#include <tuple>
 
 namespace {
 
@@ -129,22 +128,18 @@ struct Recorder : ERDebugIntersect {
     void onIntersect(_Intersect const* stop) override { stops.push_back(*stop); }
 };
 
-auto bits(const ERPoint2D& p) {
-    return std::pair(std::bit_cast<std::uint64_t>(p.x()), std::bit_cast<std::uint64_t>(p.y()));
-}
-auto bits(const _Intersect& s) {
-    return std::tuple(bits(s.point), std::bit_cast<std::uint64_t>(s.parameter), s.position,
-                      s.contour);
-}
-auto bits(const Polygon& polygon) {
-    std::vector<decltype(bits(ERPoint2D()))> all;
+std::string bits(const Polygon& polygon) {
+    std::string bytes;
     for (const ERPoint2D& p : polygon.view())
-        all.push_back(bits(p));
-    return all;
+        bytes += velm_test::bytes_of(p);
+    return bytes;
+}
+std::string bits(const _Intersect& s) {
+    return velm_test::bytes_of(s.point, s.parameter, static_cast<int>(s.position), s.contour);
 }
 template <class Range>
-auto all_bits(const Range& range) {
-    std::vector<decltype(bits(*range.begin()))> all;
+std::vector<std::string> all_bits(const Range& range) {
+    std::vector<std::string> all;
     for (const auto& item : range)
         all.push_back(bits(item));
     return all;
