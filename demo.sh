@@ -67,21 +67,22 @@ reopen() { # NUMBER NAME KIND...
 
 printf '\n$ cd %s\n' demo-output
 inspect report section blade.dat probed.csv --tolerance 0.05 --store parts.velm \
-    --json report.json --csv report.csv --svg report.svg
+    --json report.json --csv report.csv --svg report.svg --html report.html
 inspect link_report section link.txt link.csv --tolerance 0.03 \
     --frame 412.5 230 95  0.02 -0.01 1  4 3 0 --max-height 0.1 \
     --json link_report.json --csv link_report.csv --svg link_report.svg
 inspect bore_report fit circle bore.csv --inside --tolerance 0.015 --json bore_report.json
 inspect panel_report targets panel.csv --tolerance 0.2 --align bestfit --store parts.velm \
     --json panel_report.json --csv panel_report.csv --html panel_report.html
-reopen 1 report json csv svg
+reopen 1 report json csv svg html
 reopen 2 panel_report json csv html
 cat <<END
 
 The blade has a bow and a dent; the link, of lines and arcs and probed in space, a large end that
 is too large and a bore off its place, which is round; the panel, brought onto its nominal by the
 best fit, a dent and a burr on the edge of its hole.
-The pictures: $out/report.svg, link_report.svg and panel_report.html   (open them in a browser)
+The pages:    $out/report.html and panel_report.html   (open them in a browser)
+The pictures: $out/report.svg and link_report.svg
 The reports:  $out/report.json, link_report.json, panel_report.json, and .csv, .txt
 The object file that keeps the blade and the panel: $out/parts.velm
 END
