@@ -1,7 +1,7 @@
 #include "inspect/archive_report.h"
 
 #include "inspect/inspection_archive_reader.h"
-#include "inspect/progress.h"
+#include "inspect/report_rows.h"
 #include "inspect/section_archive.h"
 #include "inspect/target_archive.h"
 #include "inspect/target_outputs.h"
@@ -9,35 +9,29 @@
 namespace velm::inspect {
 namespace {
 
+// By the bytes of the file.
 template <class Row, class Reader, class Outputs>
-ExitCode report_rows(Reader& reader, Outputs& outputs, const InspectionArchiveReader& document,
-                     bool quiet) {
-    Progress progress(!quiet);
-    Row row;
-    for (std::uint64_t count = 1; reader.next(row); ++count) {
-        outputs.add(row);
+ExitCode report_document(Reader& reader, Outputs& outputs, const InspectionArchiveReader& document,
+                         bool quiet) {
+    return report_rows<Row>(reader, outputs, quiet, [&](Progress& progress, std::uint64_t count) {
         progress.update(count, document.bytes_read(), document.size());
-    }
-    progress.clear();
-    outputs.finish();
-    return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+    });
 }
 
 ExitCode report_section(InspectionArchiveReader& document, const SectionPaths& paths) {
     SectionArchiveReader reader(document);
     SectionOutputs outputs(reader.head(), reader.outline(), paths);
-    return report_rows<SectionRow>(reader, outputs, document, paths.quiet);
+    return report_document<SectionRow>(reader, outputs, document, paths.quiet);
 }
 
 ExitCode report_targets(InspectionArchiveReader& document, const ReportOptions& options) {
     const SectionPaths& paths = options.paths;
     if (paths.svg)
-        throw Failure(ExitCode::usage, "--svg: " + options.store +
-                                           " is of targets, which have a page with their picture "
-                                           "(--html)");
+        throw Failure(ExitCode::input,
+                      options.store + ": is of targets, whose picture is in the page (--html)");
     TargetArchiveReader reader(document);
     TargetOutputs outputs(reader.head(), {paths.json, paths.csv, paths.html, paths.quiet});
-    return report_rows<TargetRow>(reader, outputs, document, paths.quiet);
+    return report_document<TargetRow>(reader, outputs, document, paths.quiet);
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 
 #include "inspect/archive_report.h"
 #include "inspect/inspection_archive_reader.h"
-#include "inspect/progress.h"
+#include "inspect/report_rows.h"
 #include "inspect/section_record.h"
 #include "inspect/target_outputs.h"
 #include "inspect/target_record.h"
@@ -10,37 +10,29 @@
 namespace velm::inspect {
 namespace {
 
+// By the number of rows.
+template <class Row, class Record, class Outputs>
+ExitCode report_record(Record& record, Outputs& outputs, bool quiet) {
+    return report_rows<Row>(record, outputs, quiet, [&](Progress& progress, std::uint64_t count) {
+        progress.update(count, count, record.count());
+    });
+}
+
 ExitCode report_section(StoreReader& reader, const StoredInspection& inspection,
                         const ReportOptions& options) {
     SectionRecord record(reader, inspection);
     SectionOutputs outputs(record.head(), record.outline(), options.paths);
-    Progress progress(!options.paths.quiet);
-    SectionRow row;
-    while (record.next(row)) {
-        outputs.add(row);
-        progress.update(row.index + 1, row.index + 1, record.count());
-    }
-    progress.clear();
-    outputs.finish();
-    return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+    return report_record<SectionRow>(record, outputs, options.paths.quiet);
 }
 
 ExitCode report_targets(StoreReader& reader, const StoredInspection& inspection,
                         const ReportOptions& options) {
-    if (options.paths.svg)
+    const SectionPaths& paths = options.paths;
+    if (paths.svg)
         inspection.refuse(reader, "is of targets, whose picture is in the page (--html)");
     TargetRecord record(reader, inspection);
-    TargetOutputs outputs(record.head(), {options.paths.json, options.paths.csv, options.paths.html,
-                                          options.paths.quiet});
-    Progress progress(!options.paths.quiet);
-    TargetRow row;
-    for (std::uint64_t count = 1; record.next(row); ++count) {
-        outputs.add(row);
-        progress.update(count, count, record.count());
-    }
-    progress.clear();
-    outputs.finish();
-    return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+    TargetOutputs outputs(record.head(), {paths.json, paths.csv, paths.html, paths.quiet});
+    return report_record<TargetRow>(record, outputs, paths.quiet);
 }
 
 // Each kind of inspection has a reader of its own.
