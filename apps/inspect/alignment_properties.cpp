@@ -1,18 +1,12 @@
 #include "inspect/alignment_properties.h"
 
-#include <cmath>
-
-#include "inspect/failure.h"
+#include <algorithm>
 
 namespace velm::inspect {
 namespace {
 
 RecordKey behind(RecordKey first, int count) {
     return static_cast<RecordKey>(static_cast<long>(first) + count);
-}
-
-ERDBObjProperty property_of(const ERDBObject& record, RecordKey key) {
-    return record.property(static_cast<long>(key));
 }
 
 // Each number of an alignment with its key, in one list for both ways.
@@ -55,21 +49,14 @@ void put_alignment(ERDBObject& record, const std::optional<AppliedAlignment>& al
     put(record, RecordKey::alignment_held, held);
 }
 
-std::optional<AppliedAlignment> get_alignment(const ERDBObject& record) {
-    const ERDBObjProperty iterations = property_of(record, RecordKey::alignment_iterations);
-    if (iterations.getType() == ERDBObjProperty::undefined) return {};
+std::optional<AppliedAlignment> get_alignment(const RecordFields& fields) {
+    if (!fields.has(RecordKey::alignment_iterations)) return {};
     AppliedAlignment alignment;
-    alignment.in_plane = static_cast<int>(property_of(record, RecordKey::alignment_in_plane)) != 0;
-    alignment.iterations = iterations;
-    each_number(alignment, [&](RecordKey key, double& value) {
-        const ERDBObjProperty property = property_of(record, key);
-        value = property;
-        if (property.getType() != ERDBObjProperty::double_value || !std::isfinite(value))
-            throw Failure(ExitCode::input, "the alignment in the record lacks a number (property " +
-                                               std::to_string(static_cast<long>(key)) + ")");
-    });
-    const ERDBObjProperty held = property_of(record, RecordKey::alignment_held);
-    alignment.held = lines_of(static_cast<const char*>(held));
+    alignment.in_plane = fields.count(RecordKey::alignment_in_plane) != 0;
+    alignment.iterations = static_cast<int>(
+        std::min<std::uint64_t>(fields.count(RecordKey::alignment_iterations), 0x7FFFFFFF));
+    each_number(alignment, [&](RecordKey key, double& value) { value = fields.number(key); });
+    alignment.held = lines_of(fields.text(RecordKey::alignment_held));
     return alignment;
 }
 
@@ -77,10 +64,11 @@ void put_deviation_before(ERDBObject& record, const Judged& point) {
     if (point.deviation_before) put(record, RecordKey::deviation_before, *point.deviation_before);
 }
 
-void get_deviation_before(const ERDBObject& record, Judged& point) {
-    const ERDBObjProperty property = property_of(record, RecordKey::deviation_before);
-    point.deviation_before.reset();
-    if (property.getType() == ERDBObjProperty::double_value) point.deviation_before = property;
+void get_deviation_before(const RecordFields& fields, bool is_aligned, Judged& point) {
+    point.deviation_before = fields.optional_number(RecordKey::deviation_before);
+    if (point.deviation_before.has_value() != is_aligned)
+        fields.refuse("expected the deviation before an alignment where there is one, and only "
+                      "there");
 }
 
 void put_aligned(ERDBObject& record, const SectionRow& point) {
@@ -90,14 +78,12 @@ void put_aligned(ERDBObject& record, const SectionRow& point) {
     put(record, RecordKey::aligned_y, point.aligned->y());
 }
 
-void get_aligned(const ERDBObject& record, SectionRow& point) {
-    get_deviation_before(record, point);
-    const ERDBObjProperty x = property_of(record, RecordKey::aligned_x);
-    const ERDBObjProperty y = property_of(record, RecordKey::aligned_y);
+void get_aligned(const RecordFields& fields, bool is_aligned, SectionRow& point) {
+    get_deviation_before(fields, is_aligned, point);
     point.aligned.reset();
-    if (x.getType() == ERDBObjProperty::double_value &&
-        y.getType() == ERDBObjProperty::double_value)
-        point.aligned = ERPoint2D(x, y);
+    if (is_aligned)
+        point.aligned =
+            ERPoint2D(fields.number(RecordKey::aligned_x), fields.number(RecordKey::aligned_y));
 }
 
 } // namespace velm::inspect

@@ -73,8 +73,8 @@ void SectionRecord::read_head(const RecordFields& fields) {
     head_.measured = fields.text(RecordKey::measured);
     head_.tolerance = fields.tolerance();
     head_.max_height = fields.optional_number(RecordKey::max_height);
+    head_.alignment = get_alignment(fields);
     try {
-        head_.alignment = get_alignment(fields.record());
         if (fields.has(RecordKey::frame_numbers))
             head_.frame.emplace(parse_numbers("frame", fields.text(RecordKey::frame_numbers)));
     } catch (const Failure& failure) {
@@ -150,7 +150,7 @@ bool SectionRecord::next(SectionRow& row) {
     row.index = read_++;
     row.id = fields.text(RecordKey::point_id);
     read_place(fields, row);
-    get_aligned(*record, row);
+    get_aligned(fields, head_.alignment.has_value(), row);
     row.diameter = fields.number(RecordKey::diameter);
     row.comparison = read_comparison(fields, outline_);
     row.deviation = fields.number(RecordKey::deviation);

@@ -13,7 +13,7 @@ TargetHead head_of(const RecordFields& fields) {
     TargetHead head;
     head.table = fields.text(RecordKey::table);
     head.tolerance = fields.tolerance();
-    head.alignment = get_alignment(fields.record());
+    head.alignment = get_alignment(fields);
     if (fields.has(RecordKey::skipped)) head.skipped = fields.count(RecordKey::skipped);
     return head;
 }
@@ -70,10 +70,7 @@ bool TargetRecord::next(TargetRow& row) {
         fields.refuse("the target is not the next one");
     row.id = fields.text(RecordKey::point_id);
     row.target = *target;
-    get_deviation_before(*record, row);
-    if (row.deviation_before.has_value() != head_.alignment.has_value())
-        fields.refuse("expected the deviation before an alignment where there is one, and only "
-                      "there");
+    get_deviation_before(fields, head_.alignment.has_value(), row);
     judge(row, head_.tolerance);
     require_same(row, fields);
     return true;

@@ -137,8 +137,12 @@ TEST(SectionAlignment, ReportsTellTheMotionAndTheDeviationsBefore) {
     shop.write("m.csv", points);
     const std::string run = "section n.txt m.csv --frame 7 0 -9 0 1 0 0 0 1 --tolerance .02 ";
     EXPECT_EQ(shop.run(run + "--json b.json --quiet").code, 1);
-    const Ended ended = shop.run(run + "--align bestfit --json a.json --csv a.csv");
+    const Ended ended = shop.run(run + "--align bestfit --store a.velm --json a.json --csv a.csv");
     EXPECT_EQ(ended.code, 0) << ended.error;
+    const Ended again = shop.run("report a.velm --json r.json --csv r.csv");
+    EXPECT_EQ(again.out, ended.out);
+    for (const std::string kind : {".json", ".csv"})
+        EXPECT_EQ(shop.read("r" + kind), shop.read("a" + kind));
     const auto before = shop.read_json("b.json"), after = shop.read_json("a.json");
     const auto& told = after["alignment"];
     EXPECT_NEAR(told["angle"], double(away.angle()), 1e-3);

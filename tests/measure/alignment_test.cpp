@@ -88,64 +88,6 @@ TEST(Alignment, FindsTheMotionOfTargets) {
     }
 }
 
-/// The nominal place on a closed outline, by looking at all edges.
-velm::NominalPlace2D nearest(const std::vector<ERPoint2D>& outline, double radius,
-                             const ERPoint2D& p) {
-    velm::NominalPlace2D best;
-    double least = 1e300;
-    for (std::size_t n = 0; n < outline.size(); ++n) {
-        const ERPoint2D a = outline[n];
-        const ERVector2D edge(a, outline[(n + 1) % outline.size()]);
-        const double t = std::clamp(ERVector2D(a, p) * edge / edge.norme2(), 0.0, 1.0);
-        const ERVector2D away(a + t * edge, p);
-        if (away.norme2() >= least) continue;
-        least = away.norme2();
-        const ERVector2D outward = ERVector2D(edge.j(), -edge.i()).normalize();
-        ERVector2D n2 = t > 0 && t < 1 ? outward : away.getnormalized();
-        if (n2 * outward < 0) n2 = -n2;
-        best = {a + t * edge + radius * n2, n2};
-    }
-    return best;
-}
-
-TEST(Alignment, FindsTheMotionOfASection) {
-    Random random(52);
-    const std::vector<ERPoint2D> outline = {{0, 0},   {100, 0}, {100, 30},
-                                            {35, 40}, {30, 90}, {0, 80}};
-    const auto motion_by = [&](double way, double angle) {
-        return ERTransfo2D(random.value<ERVector2D>(way)) *
-               ERTransfo2D::rotation(ERRadian(random.uniform(-angle, angle)));
-    };
-    for (int round = 0; round < 60; ++round) {
-        const double radius = round % 2, noise = round % 4 < 2 ? 0.02 : 0;
-        const ERTransfo2D away = motion_by(2, 0.05);
-        std::vector<ERPoint2D> points;
-        for (std::size_t n = 0; n < 300; ++n) {
-            const ERPoint2D a = outline[n % 6];
-            const ERVector2D edge(a, outline[(n + 1) % 6]);
-            const ERVector2D outward = ERVector2D(edge.j(), -edge.i()).normalize();
-            points.push_back(away << a + random.uniform(0.1, 0.9) * edge +
-                                         (radius + random.uniform(-noise, noise)) * outward);
-        }
-        const auto nominal = [&](auto, const ERPoint2D& p) { return nearest(outline, radius, p); };
-        const velm::Alignment2D found = velm::align(points, nominal);
-        double far = 0;
-        for (const ERPoint2D& p : points)
-            far = std::max(far, distance(found.motion >> p, away >> p));
-        EXPECT_LT(far, noise != 0 ? 0.02 : 1e-9 * size);
-        const auto squares = [&](const ERTransfo2D& t) {
-            double sum = 0;
-            for (const ERPoint2D& p : points) {
-                const auto place = nearest(outline, radius, t >> p);
-                sum += std::pow(place.normal * ERVector2D(place.centre, t >> p), 2);
-            }
-            return sum;
-        };
-        expect_best(found, squares,
-                    [&](double amount) { return motion_by(amount, amount / size); });
-    }
-}
-
 TEST(Alignment, NamesAndHoldsWhatThePointsLeaveOpen) {
     using Names = std::vector<std::string>;
     const auto names = [](const velm::AlignmentReport& report) {
