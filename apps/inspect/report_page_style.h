@@ -44,14 +44,15 @@ th,dd,h1,.subtitle{unicode-bidi:isolate}
 .scroll{overflow-x:auto}
 table{border-collapse:separate;border-spacing:0;width:100%;font-variant-numeric:tabular-nums;font-size:.9rem}
 th,td{padding:.25rem .6rem;text-align:right;vertical-align:top;white-space:nowrap;border-bottom:1px solid var(--line)}
-th:first-child{position:sticky;left:0;background:var(--ground);text-align:left;font-weight:normal;white-space:normal;overflow-wrap:anywhere;min-width:5rem;max-width:16rem}
+th:first-child{position:sticky;left:0;background:var(--ground);text-align:left;font-weight:normal;white-space:normal;overflow-wrap:break-word;max-width:16rem}
 thead th,thead th:first-child{font-weight:bold;border-bottom:2px solid var(--soft)}
 tbody tr:nth-child(even)>*{background:var(--band)}tr.out td:nth-child(-n+3){color:var(--out);font-weight:bold}
 thead th{position:relative}thead th:hover{text-decoration:underline}
 th button{position:absolute;inset:0;margin:0;padding:0;border:0;background:none;cursor:pointer}
 :focus-visible{outline:2px solid;outline-offset:2px}th button:focus-visible{outline-offset:-3px}
-thead th::after{content:" \2191";visibility:hidden}
-th[aria-sort=ascending]::after{visibility:visible}th[aria-sort=descending]::after{content:" \2193";visibility:visible}
+th[aria-sort=ascending]:not(:first-child)::before,th[aria-sort=ascending]:first-child::after{content:"\2191"}
+th[aria-sort=descending]:not(:first-child)::before,th[aria-sort=descending]:first-child::after{content:"\2193"}
+thead th::before{position:absolute;margin-left:-.8em}
 .filter{display:flex;flex-wrap:wrap;gap:.5rem}.filter[hidden]{display:none}
 .filter button{font:inherit;font-size:.9rem;padding:.3rem .8rem;border:1px solid var(--line);border-radius:4px;background:var(--band);color:var(--ink);cursor:pointer}
 .filter button[aria-pressed=true]{border-color:var(--ink);font-weight:bold;box-shadow:inset 0 -2px var(--ink)}
@@ -59,7 +60,7 @@ th[aria-sort=ascending]::after{visibility:visible}th[aria-sort=descending]::afte
 .only-in tbody tr>*,.only-out tbody tr>*{background:var(--ground)}
 @media screen and (max-width:40rem){.wide{display:none}.narrow{display:block}th,td{padding:.35rem .5rem}th:first-child{max-width:9rem}}
 @media print{body{font-size:10pt}main{max-width:none;padding:0}.filter{display:none}.scroll{overflow:visible}
-table{font-size:7.5pt}th,td{padding:.15rem .35rem}th:first-child{position:static}thead th::after,th button{display:none}
+table{font-size:7.5pt}th,td{padding:.15rem .35rem}th:first-child{position:static}thead th::before,thead th::after,th button{display:none}
 figure,dl div{break-inside:avoid}h2{break-after:avoid}thead{display:table-header-group;break-inside:avoid}
 .beside{grid-template-columns:1fr 1fr 1.15fr;gap:1rem}.figures{font-size:8.5pt}}
 )css";
