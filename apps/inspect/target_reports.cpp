@@ -125,31 +125,48 @@ std::string target_table(const KeptRows<TargetRow>& rows, const Summary& summary
     return head.alignment ? out + alignment_text(*head.alignment) : out;
 }
 
+namespace {
+
+// What is judged stands first; columns that would all be empty are left out.
+ReportPage::Row page_row(const TargetRow& row, int decimals, bool has_normals) {
+    const auto number = [&](double value) { return fixed(value, decimals); };
+    const ERPoint3D& p = row.target.target_point();
+    const std::string distance = number(row.target.distance_to_point());
+    ReportPage::Row shown{row.id, {number(p.x()), number(p.y()), number(p.z())}, row.in_tolerance};
+    std::vector<std::string>& cells = shown.cells;
+    if (has_normals) {
+        double on_plane = 0.0;
+        const bool has_normal = row.target.get_distance_on_plane(on_plane) != 0;
+        cells.insert(cells.begin(), has_normal ? number(row.deviation) : "");
+        cells.push_back(has_normal ? number(on_plane) : "");
+        cells.push_back(distance);
+    } else {
+        cells.insert(cells.begin(), distance);
+    }
+    if (row.deviation_before) cells.push_back(number(*row.deviation_before));
+    return shown;
+}
+
+} // namespace
+
 std::string target_page(std::span<const TargetRow> rows, const Summary& summary,
                         const TargetHead& head) {
     const int decimals = table_decimals(summary);
     WorstRows<TargetRow> worst;
-    for (const TargetRow& row : rows)
+    bool has_normals = false;
+    for (const TargetRow& row : rows) {
         worst.add(row);
+        has_normals |= row.target.is_compensated() != 0;
+    }
     ReportPage page;
     page.title = "Points against their nominal";
     page.subtitle = head.table_name();
     page.pictures = target_pictures(rows, summary.tolerance);
-    page.columns = {"deviation", "nominal x", "y", "z", "on plane", "distance"};
+    page.columns = {has_normals ? "deviation" : "distance", "nominal x", "y", "z"};
+    if (has_normals) page.columns.insert(page.columns.end(), {"on plane", "distance"});
     if (head.alignment) page.columns.push_back("before");
-    for (const TargetRow& row : worst.in_order()) {
-        const ERPoint3D& p = row.target.target_point();
-        double on_plane = 0.0;
-        const bool has_normal = row.target.get_distance_on_plane(on_plane) != 0;
-        page.rows.push_back({row.id,
-                             {has_normal ? fixed(row.deviation, decimals) : "",
-                              fixed(p.x(), decimals), fixed(p.y(), decimals),
-                              fixed(p.z(), decimals), has_normal ? fixed(on_plane, decimals) : "",
-                              fixed(row.target.distance_to_point(), decimals)},
-                             row.in_tolerance});
-        if (row.deviation_before)
-            page.rows.back().cells.push_back(fixed(*row.deviation_before, decimals));
-    }
+    for (const TargetRow& row : worst.in_order())
+        page.rows.push_back(page_row(row, decimals, has_normals));
     page.provenance = {{"Table", head.table_name()},
                        {"Made by", "velm-inspect " VELM_VERSION_STRING}};
     if (const std::uint64_t skipped = head.skipped.value_or(0); skipped > 0)

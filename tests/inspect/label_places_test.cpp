@@ -18,9 +18,11 @@ TEST(LabelPlaces, NoTwoLabelsTouch) {
     places.keep_free(fixed);
     std::vector<CanvasBox> labels{fixed};
     for (int n = 0; n < 400; ++n) {
-        const CanvasPoint at{within(allowed.left, allowed.width), within(allowed.top, allowed.height)};
+        const CanvasPoint at{within(allowed.left, allowed.width),
+                             within(allowed.top, allowed.height)};
         places.avoid(at);
-        const auto box = places.find(at, {within(-1.0, 2.0), within(-1.0, 2.0)}, within(20.0, 90.0), 15.0);
+        const auto box =
+            places.find(at, {within(-1.0, 2.0), within(-1.0, 2.0)}, within(20.0, 90.0), 15.0);
         if (!box) continue;
         EXPECT_TRUE(allowed.contains(*box));
         for (const CanvasBox& other : labels)
