@@ -8,11 +8,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <fstream>
 #include <list>
 #include <numbers>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -116,9 +118,10 @@ TEST(Chaining, IsThatOfTheRules) {
     Random random(7401);
     int refused = 0, longest = 0;
     for (int round = 0; round < 400; ++round) {
-        // On a lattice many ends meet in a site; between, ends lie about the tolerance apart.
+        // On a lattice many ends meet in a site; between, ends lie about the tolerance apart. Far
+        // out doubles do.
         const int sites = 3 + random.below(12);
-        const double scale = round % 3 == 0 ? 1.0 : round % 3 == 1 ? 1e4 : 0.002;
+        const double scale = std::array{1.0, 1e4, 0.002, 2e12}[static_cast<unsigned>(round % 4)];
         const double tolerance = round % 20 == 0 ? 0.0 : 0.001, blur = random.below(2) ? 4e-4 : 0.0;
         const auto end = [&] {
             return ERPoint2D(random.below(sites) * scale + random.uniform(-blur, blur),
@@ -246,10 +249,33 @@ TEST(Chaining, StatedRefusalsAndUnlikeUnits) {
     ASSERT_EQ(processor.entries(), 3);
     EXPECT_TRUE(processor.getAt(2)->entries() == 2 && processor.getAt(2)->isClosed());
 
+    // One piece twice: it turns in both places.
+    const t_SmartPtr<ERChainerSeg2D> twice(new Line({0, 50}, {3, 50}));
+    EXPECT_TRUE(processor.insert(twice) && processor.insert(twice));
+    EXPECT_EQ(processor.entries(), 4);
+    EXPECT_EQ(insert({0, 50}, {0, 60}), 1);
+    EXPECT_EQ(processor.entries(), 4); // one end of the two is there still
+    ERChainedMetaSeg2D chain(new Line({0, 0}, {2, 0}));
+    EXPECT_EQ(chain.length(), 2.0);
+    const ERChainedMetaSeg2D moved(std::move(chain));
+    EXPECT_TRUE(chain.length() == 2.0 * chain.entries() && moved.length() == 2.0);
+
     ERChainerProcessor copy(processor); // the same chains; neither loses sight of a change
     EXPECT_EQ(copy.insert(t_SmartPtr<ERChainerSeg2D>(new Line({9, 5}, {9, 9}))), 1);
     EXPECT_EQ(insert({9, 9}, {0, 9}), 1);
     EXPECT_EQ(processor.getAt(processor.entries() - 1)->entries(), 3);
+
+    // A look at the list on the way passes no chain over.
+    std::pair<ERChainerProcessor, int> seen;
+    for (const double x : {0.0, 20.0, 40.0, 10.0})
+        seen.first.insert(new Line({x, 0}, {x + 10, 0}));
+    const auto look = [](ERChainedMetaSeg2D*, void* at) {
+        auto& [of, count] = *static_cast<decltype(seen)*>(at);
+        of.getAt(0);
+        ++count;
+    };
+    seen.first.applyOnMChain(look, &seen);
+    EXPECT_EQ(seen.second, 2);
 
     std::ostringstream out;
     ERChainedMetaSeg2D(new Line({0, 0}, {1, 0})).printOn(out);

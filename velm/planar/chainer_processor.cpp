@@ -19,7 +19,7 @@ bool is_plain(const ERChainedMetaSeg2D& chain) {
 } // namespace
 
 ERChainerProcessor::ERChainerProcessor(double tol)
-    : tolerance(tol), changes(std::make_shared<std::uint64_t>(0)) {}
+    : tolerance(tol), changes(std::make_shared<Changes>()) {}
 
 ERChainerProcessor::ERChainerProcessor(ERChainerProcessor const& other)
     : slots(other.slots), live(other.live), derived(other.derived), tolerance(other.tolerance),
@@ -126,7 +126,8 @@ int ERChainerProcessor::insert(t_SmartPtr<ERChainedMetaSeg2D> chain) {
     }
     if (tolerance > chain->length()) return 0;
 
-    Walk walk(*this, ends, prepare_index(*chain, ends));
+    const ERChainedMetaSeg2D* const newcomer = chain.get();
+    Walk walk(*this, ends, prepare_index(*chain));
     for (std::size_t place = walk.next(); place < slots.size(); place = walk.next()) {
         const SegCompState state = walk.compare(place, *chain);
         if (state == SEGCOMP_APART) continue;
@@ -134,14 +135,14 @@ int ERChainerProcessor::insert(t_SmartPtr<ERChainedMetaSeg2D> chain) {
         const Ends existing = slots[place].ends;
         Chain other = take_out(place);
         Ends carried = walk.carried_ends();
-        if (state == SEGCOMP_FIRST_FIRST || state == SEGCOMP_LAST_LAST) {
-            chain->reverse();
-            carried = chain->ends();
-        }
+        const bool is_reversed = state == SEGCOMP_FIRST_FIRST || state == SEGCOMP_LAST_LAST;
+        if (is_reversed) chain->reverse();
         const bool leads = state == SEGCOMP_FIRST_FIRST || state == SEGCOMP_FIRST_LAST;
         if (!leads) std::swap(chain, other);
         join(*chain, *other);
-        if (!walk.by_index())
+        if (other.get() != newcomer && other->references() > 1 && changes.use_count() > 1)
+            changes->pieces_shared = true;   // a copy has the other one
+        if (!walk.by_index() || is_reversed) // the existing one may hold the same pieces
             carried = chain->ends();
         else
             (leads ? carried.last : carried.first) = leads ? existing.last : existing.first;
@@ -152,9 +153,10 @@ int ERChainerProcessor::insert(t_SmartPtr<ERChainedMetaSeg2D> chain) {
 }
 
 /// The taker takes the other behind it. One that nobody else holds may lose its pieces.
-void ERChainerProcessor::join(ERChainedMetaSeg2D& taker, ERChainedMetaSeg2D& other) {
+void ERChainerProcessor::join(ERChainedMetaSeg2D& taker, ERChainedMetaSeg2D& other) const {
     const bool is_for_us_alone = other.references() <= 1;
-    if (is_for_us_alone && is_plain(taker) && is_plain(other))
+    const bool lengths_hold = !other.is_open_to_change && !changes->pieces_shared;
+    if (is_for_us_alone && lengths_hold && is_plain(taker) && is_plain(other))
         taker.take(other);
     else
         taker.merge(other);
@@ -184,8 +186,8 @@ ERChainerProcessor::Chain ERChainerProcessor::take_out(std::size_t place) {
     }
     --live;
     derived -= is_plain(*slot.chain) ? 0u : 1u;
-    if (known_changes == *changes) ++known_changes; // what is behind stays so
-    ++*changes;
+    if (known_changes == changes->count) ++known_changes; // what is behind stays so
+    ++changes->count;
     return std::exchange(slot.chain, Chain());
 }
 
@@ -197,13 +199,14 @@ void ERChainerProcessor::close_gaps() const {
 }
 
 /// Makes the index anew where others have changed the chains. False where it can't serve.
-bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried, const Ends& ends) {
+bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried) {
     if (slots.size() > 64 && slots.size() > 2 * live) close_gaps();
     if (comparison != StandardCompare || derived > 0 || !is_plain(carried)) return false;
-    if (known_changes != *changes) {
+    if (changes->pieces_shared) return false;
+    if (known_changes != changes->count) {
         for (Slot& slot : slots)
             if (slot.chain) slot.ends = slot.chain->ends();
-        known_changes = *changes;
+        known_changes = changes->count;
         index.reset();
     }
     if (!index) {
@@ -211,13 +214,15 @@ bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried, const 
         for (std::size_t place = 0; place < slots.size(); ++place)
             if (slots[place].chain) note_ends(place);
     }
-    return index->covers(ends.first) && index->covers(ends.last);
+    return true;
 }
 
+/// The operation may look at the list.
 template <class Operation>
 void ERChainerProcessor::for_chains(Operation operation) const {
+    close_gaps();
     for (std::size_t i = 0; i < slots.size(); ++i) {
-        if (slots[i].chain) operation(slots[i]);
+        if (const Chain chain = slots[i].chain) operation(*chain);
     }
 }
 
@@ -230,20 +235,23 @@ ERChainedMetaSeg2D const* ERChainerProcessor::getAt(int i) const {
 }
 
 void ERChainerProcessor::applyOnMChain(void (*operation)(ERChainedMetaSeg2D*, void*), void* data) {
-    for_chains([&](const Slot& slot) { operation(slot.chain.get(), data); });
-    ++*changes;
+    for_chains([&](ERChainedMetaSeg2D& chain) {
+        chain.is_open_to_change = true;
+        operation(&chain, data);
+    });
+    ++changes->count;
 }
 
 void ERChainerProcessor::applyOnSegment(void (*operation)(ERChainerSeg2D*, void*), void* data) {
-    for_chains([&](const Slot& slot) { slot.chain->applyOnSegment(operation, data); });
-    ++*changes;
+    for_chains([&](ERChainedMetaSeg2D& chain) { chain.applyOnSegment(operation, data); });
+    ++changes->count;
 }
 
 void ERChainerProcessor::printOn(std::ostream& out) const {
     out << "Gestionnaire de Chaine 2D " << '\n' << "   nb de chaines : " << entries() << '\n';
     int number = 0;
-    for_chains([&](const Slot& slot) {
+    for_chains([&](const ERChainedMetaSeg2D& chain) {
         out << "   chaine n\xB0" << number++ << '\n';
-        slot.chain->printOn(out);
+        chain.printOn(out);
     });
 }

@@ -33,7 +33,8 @@ public:
 
     explicit ERChainerProcessor(double tolerance = default_tolerance);
     /// A copy holds the same chains, not copies of them: what one of the two links to a chain the
-    /// other sees as well.
+    /// other sees as well. Where one of them puts pieces of a chain that both hold into another
+    /// chain, both go through all chains from then on.
     ERChainerProcessor(ERChainerProcessor const& other);
     ERChainerProcessor& operator=(ERChainerProcessor const& other);
     ~ERChainerProcessor();
@@ -59,7 +60,7 @@ public:
     int entries() const { return static_cast<int>(live); }
     /// 0 <= i < entries().
     ERChainedMetaSeg2D const* getAt(int i) const;
-    /// In the order of the list. The operation may change chains and pieces.
+    /// In the order of the list. The operation may change chains and pieces, but not the list.
     void applyOnMChain(void (*operation)(ERChainedMetaSeg2D*, void*), void* data);
     void applyOnSegment(void (*operation)(ERChainerSeg2D*, void*), void* data);
     void printOn(std::ostream& out) const;
@@ -71,13 +72,18 @@ private:
         Chain chain; // empty where a chain was taken out
         Ends ends;   // as of the known changes
     };
+    /// What this processor and its copies have done to the chains that they share.
+    struct Changes {
+        std::uint64_t count = 0;
+        bool pieces_shared = false; // two chains of a list may hold a piece, that turns for both
+    };
     class Walk;
 
-    static void join(ERChainedMetaSeg2D& taker, ERChainedMetaSeg2D& other);
+    void join(ERChainedMetaSeg2D& taker, ERChainedMetaSeg2D& other) const;
     void append(Chain chain, const Ends& ends);
     Chain take_out(std::size_t place);
     void close_gaps() const;
-    bool prepare_index(const ERChainedMetaSeg2D& carried, const Ends& ends);
+    bool prepare_index(const ERChainedMetaSeg2D& carried);
     void note_ends(std::size_t place);
     template <class Operation>
     void for_chains(Operation operation) const;
@@ -90,7 +96,6 @@ private:
     Comparison comparison = StandardCompare;
     mutable std::unique_ptr<velm::detail::ChainEndIndex> index; // by the slots' places
     std::vector<std::uint32_t> near;                            // what a walk has found there
-    // Counts what this processor and its copies do to the chains that they share.
-    std::shared_ptr<std::uint64_t> changes;
+    std::shared_ptr<Changes> changes;
     std::uint64_t known_changes = 0; // of which the slots and the index know
 };

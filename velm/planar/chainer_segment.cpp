@@ -2,7 +2,6 @@
 
 #include "velm/planar/detail/compare_ends.h"
 
-#include <algorithm>
 #include <ostream>
 
 VELM_DEFINE_CLASS_NOT_CREATABLE(ERChainerSeg2D, ERObject)
@@ -16,8 +15,8 @@ SegCompState ERChainerSeg2D::compareWith(ERChainerSeg2D const* other, double tol
     if (!isChainable()) return SEGCOMP_APART;
     return velm::detail::compare_ends(Ends{first(), last()}, Ends{other->first(), other->last()},
                                       tol, [&](double squared_distance) {
-                                          return squared_distance >
-                                                 std::max(length(), other->length());
+                                          return squared_distance > length() &&
+                                                 squared_distance > other->length();
                                       });
 }
 

@@ -21,11 +21,8 @@ void ERChainedMetaSeg2D::insert(t_SmartPtr<ERChainerSeg2D> piece) {
 
 void ERChainedMetaSeg2D::merge(ERChainedMetaSeg2D& other) {
     const std::size_t theirs = other.size(); // the other may be this chain
-    for (std::size_t i = 0; i < theirs; ++i) {
-        const Piece copy = other.piece(i);
-        after.push_back(copy);
-    }
-    rough_sum += other.rough_sum;
+    for (std::size_t i = 0; i < theirs; ++i)
+        insert(other.piece(i).segment);
 }
 
 void ERChainedMetaSeg2D::take(ERChainedMetaSeg2D& other) {
@@ -60,6 +57,7 @@ ERChainerSeg2D* ERChainedMetaSeg2D::lastSeg() const {
 int ERChainedMetaSeg2D::isClosed() const { return meet(ends()); }
 
 void ERChainedMetaSeg2D::applyOnSegment(void (*operation)(ERChainerSeg2D*, void*), void* data) {
+    is_open_to_change = true;
     for (std::size_t i = 0; i < size(); ++i)
         operation(piece(i).segment.get(), data);
 }

@@ -18,6 +18,9 @@ class VELM_API ERChainedMetaSeg2D : public ERChainerSeg2D {
 public:
     ERChainedMetaSeg2D() = default;
     explicit ERChainedMetaSeg2D(t_SmartPtr<ERChainerSeg2D> piece) { insert(piece); }
+    /// A chain of the same pieces; a move is a copy.
+    ERChainedMetaSeg2D(ERChainedMetaSeg2D const& other) = default;
+    ERChainedMetaSeg2D& operator=(ERChainedMetaSeg2D const& other) = default;
 
     int entries() const { return static_cast<int>(size()); }
     /// Appends the piece, which isn't looked at. An empty pointer does nothing.
@@ -33,7 +36,8 @@ public:
 
     /// Turns the order round and reverses each piece.
     void reverse() override;
-    /// The sum of the lengths that the pieces had when they came, added in that order.
+    /// The sum of the lengths that the pieces had when they came to this chain, added in that
+    /// order.
     double length() const override;
     /// Whether the whole chains meet, then how the pieces at their ends do: the first with the
     /// first, the first with the last, the last with the first, the last with the last. The first
@@ -82,4 +86,5 @@ private:
     mutable double sum = 0.0;       // of the first `summed` pieces, as they came
     mutable std::size_t summed = 0; // a reverse keeps the sum
     double rough_sum = 0.0;         // in any order
+    bool is_open_to_change = false; // the pieces' lengths are to be asked for anew
 };

@@ -9,12 +9,14 @@ namespace velm::detail {
 
 namespace {
 
-// A squared distance below the squared tolerance is one below this reach, rounding and underflow
-// included.
+// A squared distance below the squared tolerance is one below this reach, rounding, underflow and
+// overflow included.
 constexpr double reach_per_tolerance = 1.001;
 constexpr double least_reach = 1e-150;
+constexpr double largest_reach = 1.4e154;
 constexpr double reaches_in_cell = 16.0;
-constexpr double farthest_cell = 0x1p50; // where neighbouring whole numbers are doubles
+// Beyond it neighbouring doubles are two reaches apart or more, nearly.
+constexpr double farthest_cell = 0x1p50;
 
 constexpr int bits_of_mark = 32;
 constexpr int fewest_bits = 6;
@@ -22,9 +24,10 @@ constexpr int fewest_bits = 6;
 } // namespace
 
 ChainEndIndex::ChainEndIndex(double tolerance, std::size_t ends)
-    : reach_(tolerance * tolerance > 0.0 ? reach_per_tolerance * std::fabs(tolerance) + least_reach
-                                         : 0.0),
-      cells_per_unit_(1.0 / (reaches_in_cell * reach_)), serves_(cells_per_unit_ > 0.0) {
+    : reach_(tolerance * tolerance > 0.0
+                 ? std::min(reach_per_tolerance * std::fabs(tolerance) + least_reach, largest_reach)
+                 : 0.0),
+      cells_per_unit_(1.0 / (reaches_in_cell * reach_)) {
     resize(std::max(fewest_bits, static_cast<int>(std::bit_width(2 * ends))));
 }
 
@@ -32,19 +35,22 @@ bool ChainEndIndex::can_be_near(const ERPoint2D& p) const {
     return reach_ > 0.0 && std::isfinite(p.x()) && std::isfinite(p.y());
 }
 
-/// Whether p has a cell.
-bool ChainEndIndex::holds(const ERPoint2D& p) {
-    if (!can_be_near(p)) return false;
-    if (std::max(std::fabs(p.x()), std::fabs(p.y())) * cells_per_unit_ > farthest_cell)
-        serves_ = false;
-    return serves_;
-}
-
-/// The whole number at or below.
+/// The whole number at or below; far out the coordinate's bits.
 std::int64_t ChainEndIndex::cell_of(double coordinate) const {
     const double place = coordinate * cells_per_unit_;
+    if (std::fabs(place) > farthest_cell) return std::bit_cast<std::int64_t>(coordinate);
     const auto towards_zero = static_cast<std::int64_t>(place);
     return towards_zero - (static_cast<double>(towards_zero) > place);
+}
+
+/// The cells of all coordinates within the reach of one. Rounding is monotone: they lie between the
+/// cells of the outermost two, which are the same or beside each other but far out, where no other
+/// coordinate is as near.
+ChainEndIndex::Cells ChainEndIndex::cells_around(double coordinate) const {
+    const std::int64_t first = cell_of(coordinate - reach_), last = cell_of(coordinate + reach_);
+    if (first == last || first + 1 == last) return {first, last};
+    const std::int64_t own = cell_of(coordinate);
+    return {own, own};
 }
 
 ChainEndIndex::Mark ChainEndIndex::mark_of(std::int64_t column, std::int64_t row) {
@@ -74,13 +80,13 @@ void ChainEndIndex::put(Entry entry) {
 }
 
 void ChainEndIndex::add(const ERPoint2D& end, Place place) {
-    if (!holds(end)) return;
+    if (!can_be_near(end)) return;
     if (2 * ++used_ > table_.size()) resize(bits_of_mark - shift_ + 1);
     put({mark_of(end), place});
 }
 
 void ChainEndIndex::remove(const ERPoint2D& end, Place place) {
-    if (!holds(end)) return;
+    if (!can_be_near(end)) return;
     const Mark mark = mark_of(end);
     std::size_t gap = home_of(mark);
     while (table_[gap].place != none && !(table_[gap].mark == mark && table_[gap].place == place))
@@ -96,13 +102,11 @@ void ChainEndIndex::remove(const ERPoint2D& end, Place place) {
     table_[gap].place = none;
 }
 
-// Rounding is monotone: an end within the reach has its cell within the cells of the corners.
-void ChainEndIndex::find(const ERPoint2D& p, Place from, std::vector<Place>& found) {
-    if (!holds(p)) return;
-    const std::int64_t left = cell_of(p.x() - reach_), right = cell_of(p.x() + reach_);
-    const std::int64_t bottom = cell_of(p.y() - reach_), top = cell_of(p.y() + reach_);
-    for (std::int64_t row = bottom; row <= top; ++row) {
-        for (std::int64_t column = left; column <= right; ++column) {
+void ChainEndIndex::find(const ERPoint2D& p, Place from, std::vector<Place>& found) const {
+    if (!can_be_near(p)) return;
+    const Cells columns = cells_around(p.x()), rows = cells_around(p.y());
+    for (std::int64_t row = rows.first; row <= rows.last; ++row) {
+        for (std::int64_t column = columns.first; column <= columns.last; ++column) {
             const Mark mark = mark_of(column, row);
             for (std::size_t at = home_of(mark); table_[at].place != none; at = behind(at)) {
                 if (table_[at].mark == mark && table_[at].place >= from)
