@@ -25,6 +25,12 @@ void put_tolerance(ERDBObject& record, const std::optional<Tolerance>& tolerance
     put(record, RecordKey::tolerance_upper, tolerance->upper);
 }
 
+void put_identifier(ERDBObject& record, const CADObjectID& identifier) {
+    put(record, RecordKey::group_path, std::string(identifier.group_structure().path().view()));
+    put(record, RecordKey::type, std::string(identifier.type().view()));
+    put(record, RecordKey::name_space, std::string(identifier.name_space().name().view()));
+}
+
 void put_summary(ERDBObject& record, const Summary& summary) {
     const RunningStatistics& deviations = summary.deviations;
     put_count(record, RecordKey::count, deviations.count());

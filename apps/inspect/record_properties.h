@@ -9,6 +9,7 @@
 #include "inspect/record_keys.h"
 #include "inspect/summary.h"
 #include "velm/frame/smart_pointer.h"
+#include "velm/measure/cad_object_id.h"
 #include "velm/store/db_object.h"
 
 namespace velm::inspect {
@@ -25,6 +26,8 @@ void put(ERDBObject& record, RecordKey key, const std::string& text);
 /// A count beyond 32 bits stands as a double.
 void put_count(ERDBObject& record, RecordKey key, std::uint64_t count);
 void put_tolerance(ERDBObject& record, const std::optional<Tolerance>& tolerance);
+/// Path, type and name space of a named object; its numbers stand elsewhere.
+void put_identifier(ERDBObject& record, const CADObjectID& identifier);
 /// The figures over all points, and the worst one.
 void put_summary(ERDBObject& record, const Summary& summary);
 

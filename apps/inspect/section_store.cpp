@@ -71,12 +71,6 @@ void put_edge(ERDBObject& record, const Contour& contour, int edge) {
     put(record, RecordKey::end_angle, double(arc->endAngle()));
 }
 
-void put_identifier(ERDBObject& record, const CADObjectID& identifier) {
-    put(record, RecordKey::group_path, std::string(identifier.group_structure().path().view()));
-    put(record, RecordKey::type, std::string(identifier.type().view()));
-    put(record, RecordKey::name_space, std::string(identifier.name_space().name().view()));
-}
-
 } // namespace
 
 void SectionStore::EdgeFigures::add(const SectionRow& row) {

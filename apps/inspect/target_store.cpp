@@ -16,10 +16,7 @@ TargetStore::TargetStore(OutputSet& outputs, const std::string& path, const Targ
     put_tolerance(*head_, head.tolerance);
     put_alignment(*head_, head.alignment);
     if (head.skipped) put_count(*head_, RecordKey::skipped, *head.skipped);
-    const CADObjectID nominal = nominal_point(head, 0);
-    put(*head_, RecordKey::group_path, std::string(nominal.group_structure().path().view()));
-    put(*head_, RecordKey::type, std::string(nominal.type().view()));
-    put(*head_, RecordKey::name_space, std::string(nominal.name_space().name().view()));
+    put_identifier(*head_, nominal_point(head, 0));
     file_.save(head_);
 }
 
