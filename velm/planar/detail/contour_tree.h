@@ -67,10 +67,12 @@ private:
             const double half_width = 0.5 * (box.xmax - box.xmin) + margin;
             const double half_height = 0.5 * (box.ymax - box.ymin) + margin;
             return std::fabs(dx * y - dy * x) >
-                   std::fabs(dx) * half_height + std::fabs(dy) * half_width;
+                   std::fabs(dx) * half_height + std::fabs(dy) * half_width + least_product;
         }
 
     private:
+        static constexpr double least_product = 1e-290; // smaller ones have lost digits
+
         ERPoint2D start;
         double dx, dy;
         double margin;
