@@ -132,18 +132,14 @@ ExitCode clip_polylines(const ClipOptions& options) {
     const Polylines polylines = read_polylines(polyline_file);
 
     OutputSet outputs;
-    bool shows_text = !options.quiet;
-    const auto prepare = [&](const std::optional<std::string>& path) -> Output* {
-        if (path == "-") shows_text = false;
-        return path ? &outputs.add(*path) : nullptr;
-    };
-    Output* const json = prepare(options.json);
-    Output* const svg = prepare(options.svg);
+    Output* const json = outputs.add_if_asked(options.json);
+    Output* const svg = outputs.add_if_asked(options.svg);
     const ClipResult result = clip(region, polylines.lines);
     if (json != nullptr)
         write_clip_json(*json, result, options, static_cast<int>(polylines.lines.size()));
     if (svg != nullptr) svg->write(clip_picture(region, polylines, result, options));
-    if (shows_text) write_clip_text(outputs.add("-"), result, options);
+    if (Output* const text = outputs.add_text(options.quiet))
+        write_clip_text(*text, result, options);
     outputs.commit();
     return ExitCode::good;
 }

@@ -210,18 +210,16 @@ ExitCode run_fit(const FitOptions& options) {
     const FitResult result = fit_points(options, points);
 
     OutputSet outputs;
-    bool shows_table = !options.quiet;
     const auto write = [&](const std::optional<std::string>& path, auto text) {
-        if (!path) return;
-        if (*path == "-") shows_table = false;
-        Output& output = outputs.add(*path);
-        output.write(text(output.is_terminal()));
+        if (Output* const output = outputs.add_if_asked(path))
+            output->write(text(output->is_terminal()));
     };
     write(options.json,
           [&](bool on_terminal) { return fit_json(result, points, options.points, on_terminal); });
     write(options.csv, [&](bool on_terminal) { return fit_csv(result, points, on_terminal); });
     write(options.svg, [&](bool) { return fit_svg(result, points, options.points); });
-    if (shows_table) outputs.add("-").write(fit_table(result, points, options.points));
+    if (Output* const table = outputs.add_text(options.quiet))
+        table->write(fit_table(result, points, options.points));
     outputs.commit();
     return result.summary.out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
 }

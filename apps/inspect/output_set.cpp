@@ -1,5 +1,6 @@
 #include "inspect/output_set.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -216,6 +217,13 @@ int Output::rename_to_place() const {
         if (result == 0 || (errno != EINVAL && errno != ENOSYS)) return result;
     }
     return ::rename(temporary_.c_str(), place_.c_str());
+}
+
+Output* OutputSet::add_text(bool quiet) {
+    const bool is_taken = std::any_of(outputs_.begin(), outputs_.end(), [](const auto& output) {
+        return output->descriptor_ == STDOUT_FILENO;
+    });
+    return quiet || is_taken ? nullptr : &add("-");
 }
 
 Output& OutputSet::add(const std::string& path) {

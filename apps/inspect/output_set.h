@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -55,6 +56,13 @@ class OutputSet {
 public:
     /// Prepares an output; the reference holds as long as the set.
     Output& add(const std::string& path);
+    /// The same where there is a path; null without one.
+    Output* add_if_asked(const std::optional<std::string>& path) {
+        return path ? &add(*path) : nullptr;
+    }
+    /// Standard output, for a text that is wanted unless `quiet`; null as well where another output
+    /// has taken its place.
+    Output* add_text(bool quiet);
     /// Prepares an output that another writer fills, by a name beside the place that doesn't exist
     /// yet: its name. It must be a whole, closed file when the set is committed. Only regular files
     /// and places without a file will do.

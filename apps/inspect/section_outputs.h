@@ -38,11 +38,9 @@ public:
     void finish();
 
 private:
-    Output* prepare(const std::optional<std::string>& path);
-
     SectionHead head_;
     OutputSet outputs_;
-    bool shows_table_;
+    bool quiet_;
     std::unique_ptr<SectionJson> json_; // null where it isn't asked for, as the next four
     std::unique_ptr<SectionCsv> csv_;
     std::unique_ptr<SectionPage> page_;

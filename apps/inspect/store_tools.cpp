@@ -214,7 +214,7 @@ constexpr const char* mode_names[] = {"list", "check", "export", "salvage", "com
 
 ExitCode run_store(const StoreOptions& options) {
     OutputSet outputs;
-    Output* const json_output = options.json ? &outputs.add(*options.json) : nullptr;
+    Output* const json_output = outputs.add_if_asked(options.json);
     const Told told = with_store(options.file, [&] {
         switch (options.mode) {
         case StoreMode::list:
@@ -236,7 +236,7 @@ ExitCode run_store(const StoreOptions& options) {
         json_output->write(
             json.dump(1, ' ', json_output->is_terminal(), Json::error_handler_t::replace) + "\n");
     }
-    if (options.json != "-") outputs.add("-").write(told.text);
+    if (Output* const text = outputs.add_text(false)) text->write(told.text);
     outputs.commit();
     return told.code;
 }

@@ -3,19 +3,13 @@
 namespace velm::inspect {
 
 TargetOutputs::TargetOutputs(const TargetHead& head, const TargetPaths& paths)
-    : head_(head), shows_table_(!paths.quiet) {
+    : head_(head), quiet_(paths.quiet) {
     summary_.tolerance = head.tolerance;
-    Output* const json = prepare(paths.json);
-    Output* const csv = prepare(paths.csv);
-    html_ = prepare(paths.html);
+    Output* const json = outputs_.add_if_asked(paths.json);
+    Output* const csv = outputs_.add_if_asked(paths.csv);
+    html_ = outputs_.add_if_asked(paths.html);
     if (json != nullptr) json_ = std::make_unique<TargetJson>(*json, head);
     if (csv != nullptr) csv_ = std::make_unique<TargetCsv>(*csv, head.alignment.has_value());
-}
-
-// An output on standard output takes the place of the table.
-Output* TargetOutputs::prepare(const std::optional<std::string>& path) {
-    if (path == "-") shows_table_ = false;
-    return path ? &outputs_.add(*path) : nullptr;
 }
 
 void TargetOutputs::add(const TargetRow& row) {
@@ -29,7 +23,8 @@ void TargetOutputs::add(const TargetRow& row) {
 void TargetOutputs::finish() {
     if (json_) json_->finish(summary_);
     if (html_ != nullptr) html_->write(target_page(rows_, summary_, head_));
-    if (shows_table_) outputs_.add("-").write(target_table(kept_, summary_, head_));
+    if (Output* const table = outputs_.add_text(quiet_))
+        table->write(target_table(kept_, summary_, head_));
     outputs_.commit();
 }
 

@@ -35,11 +35,9 @@ public:
     void finish();
 
 private:
-    Output* prepare(const std::optional<std::string>& path);
-
     TargetHead head_;
     OutputSet outputs_;
-    bool shows_table_;
+    bool quiet_;
     std::unique_ptr<TargetJson> json_; // null where it isn't asked for, as the next two
     std::unique_ptr<TargetCsv> csv_;
     Output* html_ = nullptr;
