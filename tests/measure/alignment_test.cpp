@@ -88,6 +88,32 @@ TEST(Alignment, FindsTheMotionOfTargets) {
     }
 }
 
+// Small parts far from the origin, whose sums of squares have lost the digits of the last steps.
+TEST(Alignment, EndsWhereForcesAndMomentsOfTheDeviationsCancel) {
+    Random random(54);
+    for (int round = 0; round < 200; ++round) {
+        const ERVector3D far(5000, -4000, 3000);
+        std::vector<gmTargetPoint> targets;
+        for (int n = 0; n < 12; ++n) {
+            const ERVector3D normal = n % 2 == 0 ? ERVector3D() : direction(random);
+            const ERVector3D off = random.uniform(0, round % 2 == 0 ? 0.01 : 2) * direction(random);
+            targets.push_back(target(ERPoint3D() + far + direction(random) * random.uniform(2, 10),
+                                     normal, 1, off * normal, off, ERPmIsometrie3D()));
+        }
+        const velm::Alignment found = velm::align(targets);
+        EXPECT_TRUE(found.converged) << round << ' ' << found.last_step;
+        ERVector3D force, moment;
+        for (const gmTargetPoint& each : targets) {
+            const ERPoint3D centre = found.motion >> each.measured_point().point;
+            ERVector3D n, away(each.target_point(), centre);
+            if (each.get_surface_normal(n)) away = (away * n - 0.5) * n;
+            force += away;
+            moment += (centre.asVector3D() - far) ^ away;
+        }
+        EXPECT_LT(force.norme() + moment.norme() / 10, 12 * 1e-9) << round;
+    }
+}
+
 TEST(Alignment, NamesAndHoldsWhatThePointsLeaveOpen) {
     using Names = std::vector<std::string>;
     const auto names = [](const velm::AlignmentReport& report) {

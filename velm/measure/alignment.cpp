@@ -8,7 +8,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
+#include <utility>
 
 namespace velm {
 
@@ -19,6 +21,8 @@ using detail::Step;
 
 /// Below this part of the sum of squares a step can't be told from rounding.
 constexpr double rounding_of_squares = 1e-12;
+/// By how much a deviation may be off, as a part of the largest coordinate.
+constexpr double rounding_of_deviations = 8 * std::numeric_limits<double>::epsilon();
 constexpr int most_halvings = 40;
 
 /// A turn about the centroid of the points, then a shift.
@@ -58,7 +62,9 @@ private:
     State evaluate(const Pose& pose) const;
     std::optional<Pose> absolute_orientation() const;
     ERQuaternion best_turn(double s[3][3]) const;
+    double rounding() const;
     bool improve(const Step& step, int halvings = most_halvings);
+    bool settle(const Step& step);
 
     std::span<const ERPoint3D> points_;
     const NominalOf& nominal_;
@@ -66,6 +72,7 @@ private:
     const AlignmentOptions& options_;
     ERPoint3D centroid_;
     double extent_ = 0.0;
+    double largest_coordinate_ = 0.0;
     State best_{{}, 0.0, Freedoms(1.0, false)};
     AlignmentReport report_;
 };
@@ -78,6 +85,9 @@ Aligner::Aligner(std::span<const ERPoint3D> points, const NominalOf& nominal, bo
         centroid_ += p * (1.0 / count);
     for (const ERPoint3D& p : points)
         extent_ += ERVector3D(centroid_, p).norme2() / count;
+    for (const ERPoint3D& p : points)
+        largest_coordinate_ =
+            std::max({largest_coordinate_, std::fabs(p.x()), std::fabs(p.y()), std::fabs(p.z())});
     extent_ = extent_ > 0.0 ? std::sqrt(extent_) : 1.0;
 }
 
@@ -153,6 +163,23 @@ std::optional<Pose> Aligner::absolute_orientation() const {
     return Pose{turn, ERVector3D(centroid_, middle)};
 }
 
+/// What the sum of squares may be off: by its own digits, and by those that the deviations lose.
+double Aligner::rounding() const {
+    const double off = rounding_of_deviations * largest_coordinate_;
+    const double count = static_cast<double>(points_.size());
+    return rounding_of_squares * best_.squares +
+           off * (std::sqrt(count * best_.squares) + count * off);
+}
+
+/// Takes the step where the squares can't tell whether it is one downhill, if the next is shorter.
+bool Aligner::settle(const Step& step) {
+    State state = evaluate(after(best_.pose, step));
+    if (!(state.squares <= best_.squares + rounding())) return false;
+    if (!(state.freedoms.solve().size < step.size)) return false;
+    best_ = std::move(state);
+    return true;
+}
+
 /// Takes the step, or the part of it that lowers the sum of squares; false if none does.
 bool Aligner::improve(const Step& step, int halvings) {
     double part = 1.0;
@@ -178,14 +205,14 @@ void Aligner::run() {
         const Step step = best_.freedoms.solve();
         report_.last_step = step.size;
         report_.converged = step.size <= options_.threshold;
-        const bool is_rounding = step.gain <= rounding_of_squares * best_.squares;
+        const bool is_rounding = step.gain <= rounding();
         if (report_.converged) {
             if (!is_rounding) improve(step, 0); // towards the last digits of points without noise
             break;
         }
         if (report_.iterations >= options_.most_iterations) break;
         ++report_.iterations;
-        if (improve(step)) continue;
+        if ((is_rounding && settle(step)) || improve(step)) continue;
         report_.converged = is_rounding;
         break;
     }

@@ -60,8 +60,8 @@ struct VELM_API HeldFreedom {
 
 /// What an alignment found.
 struct VELM_API AlignmentReport {
-    /// Whether the last step was below the threshold, or could not lower the sum of squares beyond
-    /// its rounding. If not, the motion is the best one that was met.
+    /// Whether the last step was below the threshold, or neither lowered the sum of squares beyond
+    /// its rounding nor led to a shorter one. If not, the motion is the best one that was met.
     bool converged = false;
     int iterations = 0;
     /// The last step as a part of the extent.
