@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <utility>
 
 #include "inspect/failure.h"
@@ -91,6 +93,24 @@ void require_nothing(const std::string& path) {
     if (::lstat(path.c_str(), &status) == 0) fail_file(path, "can't be made", EEXIST);
 }
 
+/// Holds the folder of a place for this process. Without locks in the file system it does nothing.
+class FolderLock {
+public:
+    explicit FolderLock(const std::string& place) {
+        const std::string folder = std::filesystem::path(place).parent_path().string();
+        descriptor_ = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_CLOEXEC);
+        if (descriptor_ >= 0) static_cast<void>(::flock(descriptor_, LOCK_EX));
+    }
+    ~FolderLock() {
+        if (descriptor_ >= 0) ::close(descriptor_);
+    }
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+
+private:
+    int descriptor_;
+};
+
 mode_t default_mode() {
     const mode_t mask = ::umask(0);
     ::umask(mask);
@@ -125,8 +145,7 @@ void Output::open_directly(const std::string& path) {
 }
 
 void Output::open_beside(const std::string& place) {
-    struct stat status {};
-    replaces_ = ::stat(place.c_str(), &status) == 0;
+    replaces_ = ::stat(place.c_str(), &before_) == 0;
     if (replaces_ && ::access(place.c_str(), W_OK) != 0)
         fail_file(name_, "can't be opened for writing", errno);
     const std::filesystem::path path(place);
@@ -138,7 +157,7 @@ void Output::open_beside(const std::string& place) {
     remember_temporary(name);
     place_ = place;
     if (replaces_)
-        take_after(status);
+        take_after(before_);
     else if (::fchmod(descriptor_, default_mode()) != 0)
         fail_file(name_, "can't be given its mode", errno);
 }
@@ -209,6 +228,15 @@ void Output::finish() {
     if (::close(std::exchange(descriptor_, -1)) != 0) fail_file(name_, "can't be written", errno);
 }
 
+void Output::require_unchanged() const {
+    struct stat now {};
+    const bool stands = ::stat(place_.c_str(), &now) == 0;
+    if (stands == replaces_ &&
+        (!stands || (now.st_dev == before_.st_dev && now.st_ino == before_.st_ino)))
+        return;
+    throw Failure(ExitCode::file, name_ + ": another program has written it meanwhile");
+}
+
 // 0, or -1 with errno. Where the file system can't refuse to replace, the check before must do.
 int Output::rename_to_place() const {
     if (is_new_) {
@@ -263,6 +291,12 @@ std::string OutputSet::add_by_name(const std::string& path) {
     return output.temporary_;
 }
 
+std::string OutputSet::add_continued_by_name(const std::string& path) {
+    const std::string name = add_by_name(path);
+    outputs_.back()->continues_ = true;
+    return name;
+}
+
 std::string OutputSet::add_new_by_name(const std::string& path) {
     require_nothing(path);
     const std::string name = add_by_name(path);
@@ -283,6 +317,13 @@ std::string OutputSet::add_new_folder(const std::string& path) {
 void OutputSet::commit() {
     for (const auto& output : outputs_)
         output->finish();
+    // Runs that put object files into the same folder wait for each other here.
+    std::optional<FolderLock> lock;
+    for (const auto& output : outputs_) {
+        if (!output->continues_) continue;
+        if (!lock) lock.emplace(output->place_);
+        output->require_unchanged();
+    }
     rename_all();
 }
 

@@ -33,6 +33,7 @@ private:
     void open_finished();
     void take_after(const struct stat& status);
     int rename_to_place() const;
+    void require_unchanged() const;
     void flush();
     void finish();
 
@@ -40,6 +41,8 @@ private:
     std::string place_;     ///< where it goes, links followed; empty when written directly
     bool replaces_ = false; ///< a file stands at the place
     bool is_new_ = false;   ///< nothing may stand at the place
+    bool continues_ = false;
+    struct stat before_ {}; ///< of the file at the place, where one stands
     bool is_folder_ = false;
     std::string temporary_; ///< beside the place, removed unless renamed
     std::string backup_;    ///< keeps the old file while the set is renamed
@@ -67,6 +70,9 @@ public:
     /// yet: its name. It must be a whole, closed file when the set is committed. Only regular files
     /// and places without a file will do.
     std::string add_by_name(const std::string& path);
+    /// The same for what goes on from the file at the place: it is refused when another program has
+    /// made or replaced that file by the time the set is committed.
+    std::string add_continued_by_name(const std::string& path);
     /// The same for a place where nothing may stand, and for a new folder, which is there already.
     std::string add_new_by_name(const std::string& path);
     std::string add_new_folder(const std::string& path);

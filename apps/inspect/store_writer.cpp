@@ -35,7 +35,7 @@ void copy(CFile& from, const std::string& to) {
 } // namespace
 
 StoreWriter::StoreWriter(OutputSet& outputs, const std::string& path) : path_(path) {
-    open(outputs.add_by_name(path));
+    open(outputs.add_continued_by_name(path));
 }
 
 StoreWriter::~StoreWriter() = default;
