@@ -14,7 +14,7 @@ constexpr double smallest_unscaled = 1e-100;
 constexpr double farthest_comparable = 1e150;
 
 // Some ten roundings of the largest coordinate.
-constexpr double border_per_magnitude = 1e-15;
+constexpr double rounding_per_magnitude = 1e-15;
 
 double magnitude(const ERPoint2D& p) { return std::max(std::fabs(p.x()), std::fabs(p.y())); }
 
@@ -93,6 +93,11 @@ Gap gap_between(const Contour& contour, const NearestEdge& nearest, const ERPoin
 
 } // namespace
 
+const char* place_text(Place place) {
+    constexpr const char* texts[place_count] = {"inside", "outside", "on_edge", "on_vertex"};
+    return texts[static_cast<int>(place)];
+}
+
 Profile::Profile(const Outline& outline) {
     double largest = 0.0;
     for (const Contour& contour : outline.contours)
@@ -102,8 +107,9 @@ Profile::Profile(const Outline& outline) {
 
     for (std::size_t c = 0; c < outline.contours.size(); ++c) {
         const Contour scaled = outline.contours[c].scaled(scale_);
-        const double border = border_per_magnitude * scaled.magnitude() + 2.0 * scaled.mismatch();
-        parts_.push_back({EdgeTree(scaled), turns_left(scaled) != outline.is_hole[c], border});
+        const double rounding = rounding_per_magnitude * scaled.magnitude();
+        parts_.push_back({EdgeTree(scaled), turns_left(scaled) != outline.is_hole[c], rounding,
+                          rounding + 2.0 * scaled.mismatch()});
     }
     for (const Area& area : outline.areas) {
         std::vector<int> contours{area.outer};
@@ -142,7 +148,21 @@ Comparison Profile::compare(const ERPoint2D& point) const {
             nearest.edge,
             nearest.parameter,
             gap.distance == 0.0 ? 0.0 : sign * gap.distance / scale_,
-            gap.distance <= part.border ? edge_outward(nearest) : gap.away * sign};
+            gap.distance <= part.border ? edge_outward(nearest) : gap.away * sign,
+            place_of(p, nearest, gap.distance, outside)};
+}
+
+Place Profile::place_of(const ERPoint2D& p, const NearestEdge& nearest, double distance,
+                        bool outside) const {
+    const Part& part = this->part(nearest.contour);
+    if (distance > part.rounding) return outside ? Place::outside : Place::inside;
+    const Contour& contour = part.edges.contour();
+    const auto is_near = [&](const ERPoint2D& vertex) {
+        return std::hypot(p.x() - vertex.x(), p.y() - vertex.y()) <= part.rounding;
+    };
+    const bool is_at_vertex = contour.size() > 1 && (is_near(contour[nearest.edge]) ||
+                                                     is_near(contour[nearest.edge + 1]));
+    return is_at_vertex ? Place::on_vertex : Place::on_edge;
 }
 
 Profile::Side Profile::locate(const ERPoint2D& p, const NearestEdge& nearest) const {

@@ -1,4 +1,5 @@
-// profile.h: `Profile`, a nominal outline that measured points are compared with, and `Comparison`.
+// profile.h: `Profile`, a nominal outline that measured points are compared with, `Place` and
+// `Comparison`.
 #pragma once
 
 #include <deque>
@@ -10,6 +11,14 @@
 
 namespace velm::inspect {
 
+/// Where a point lies: inside the material, outside of it, or on the outline. The numbers stand in
+/// object files and must never change.
+enum class Place { inside = 0, outside = 1, on_edge = 2, on_vertex = 3 };
+inline constexpr int place_count = 4;
+
+/// "inside", "outside", "on_edge" or "on_vertex".
+const char* place_text(Place place);
+
 /// A measured point against the profile, in model units.
 struct Comparison {
     ERPoint2D foot;         ///< the point of the nearest edge at its clamped parameter
@@ -19,6 +28,7 @@ struct Comparison {
     double distance = 0.0;  ///< from the foot to the point, positive outside the material
     ERVector2D outward;     ///< unit vector away from the material at the foot, through the point;
                             ///< the edge's where the point lies within roundings of it
+    Place place = Place::outside; ///< never against the sign of the distance, see `Profile`
 };
 
 /// The material of an outline, whose contours may be turned either way.
@@ -29,6 +39,12 @@ struct Comparison {
 /// an edge than the rounding of a crossing, it is by the side of the nearest edge, at a corner of
 /// its two edges: inside a convex corner is what lies inside of both, inside a concave one what
 /// lies inside of either.
+///
+/// The place follows from the distance: within 1e-15 times the largest coordinate of the contour,
+/// which are some ten roundings, the point is on the outline, on a vertex where one is as near;
+/// everywhere else it is inside where the distance is negative, outside where it is positive. The
+/// tolerance of a region's edges, which grows as they get short, plays no part in it. A circle has
+/// no vertex.
 ///
 /// Coordinates beyond about 1e11, or all below 1e-100, are scaled by a power of two, which is
 /// exact, so that neither `Inside` nor a square leaves its range.
@@ -46,6 +62,7 @@ private:
     struct Part {
         EdgeTree edges;        // scaled
         bool material_on_left; // along the contour
+        double rounding;       // so near p lies on the outline
         double border;         // so near p says neither side nor direction by itself
     };
     struct Material {
@@ -55,6 +72,8 @@ private:
     };
     Side locate(const ERPoint2D& p, const NearestEdge& nearest) const;
     Side locate(const ERPoint2D& p, const NearestEdge& nearest, const Material& area) const;
+    Place place_of(const ERPoint2D& p, const NearestEdge& nearest, double distance,
+                   bool outside) const;
     bool lies_outside_of_edge(const ERPoint2D& p, const NearestEdge& nearest) const;
     ERVector2D edge_outward(const NearestEdge& nearest) const;
     const Part& part(int contour) const { return parts_[static_cast<std::size_t>(contour)]; }

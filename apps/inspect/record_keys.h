@@ -49,6 +49,7 @@ enum class RecordKey : long {
     frame_axis_y = 138,
     frame_axis_z = 139,
     max_height = 140,
+    place = 141, ///< 0 inside the material, 1 outside, 2 on an edge, 3 on a vertex
     // What the report needs beside the above.
     title = 142,
     form = 143,          ///< of the nominal file, a text

@@ -19,6 +19,7 @@ SectionOutputs::SectionOutputs(const SectionHead& head, const Outline& outline,
 
 void SectionOutputs::add(const SectionRow& row) {
     summary_.add(row);
+    ++places_[static_cast<std::size_t>(row.comparison.place)];
     rows_.add(row);
     if (json_) json_->add(row);
     if (csv_) csv_->add(row);
@@ -32,7 +33,7 @@ void SectionOutputs::finish() {
         svg_->write(picture_.svg(summary_, rows_.worst(), head_.nominal, head_.measured));
     if (page_) html_->write(page_->html(summary_, picture_, rows_.worst()));
     if (Output* const table = outputs_.add_text(quiet_))
-        table->write(section_table(rows_, summary_, head_));
+        table->write(section_table(rows_, summary_, places_, head_));
     outputs_.commit();
 }
 

@@ -49,6 +49,7 @@ private:
     SectionPicture picture_;
     KeptRows<SectionRow> rows_;
     Summary summary_;
+    PlaceCounts places_{};
 };
 
 } // namespace velm::inspect

@@ -49,6 +49,9 @@ Comparison read_comparison(const RecordFields& fields, const Outline& outline) {
     found.edge = static_cast<int>(edge);
     found.parameter = fields.number(RecordKey::parameter);
     found.distance = fields.number(RecordKey::distance);
+    const std::uint64_t place = fields.count(RecordKey::place);
+    if (place >= place_count) fields.refuse("the point's place is unknown");
+    found.place = static_cast<Place>(place);
     found.outward =
         ERVector2D(fields.number(RecordKey::outward_x), fields.number(RecordKey::outward_y));
     if (found.parameter < 0.0 || found.parameter > 1.0)

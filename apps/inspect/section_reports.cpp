@@ -68,7 +68,7 @@ void SectionJson::add(const SectionRow& row) {
     }
     text_ += ",\"in_tolerance\":";
     text_ += truth_text(row.in_tolerance, "null");
-    text_ += '}';
+    text_ += ",\"place\":\"" + std::string(place_text(row.comparison.place)) + "\"}";
     output_.write(text_);
 }
 
@@ -84,7 +84,7 @@ SectionCsv::SectionCsv(Output& output, const SectionHead& head)
     output_.write(std::string("id,measured_x,measured_y,") +
                   (head.frame ? "measured_z,height," : "") +
                   "foot_x,foot_y,contour,distance,deviation,in_tolerance" +
-                  (head.alignment ? ",aligned_x,aligned_y,deviation_before\n" : "\n"));
+                  (head.alignment ? ",aligned_x,aligned_y,deviation_before,place\n" : ",place\n"));
 }
 
 void SectionCsv::add(const SectionRow& row) {
@@ -108,7 +108,7 @@ void SectionCsv::add(const SectionRow& row) {
     text_ += truth_text(row.in_tolerance, "");
     if (row.aligned && row.deviation_before)
         append({row.aligned->x(), row.aligned->y(), *row.deviation_before});
-    text_ += '\n';
+    text_ += ',' + std::string(place_text(row.comparison.place)) + '\n';
     output_.write(text_);
 }
 

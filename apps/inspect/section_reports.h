@@ -32,8 +32,8 @@ private:
 };
 
 /// A header and the same rows: id, measured_x, measured_y, with a frame measured_z and height,
-/// foot_x, foot_y, contour, distance, deviation, in_tolerance (true, false or empty), and where the
-/// points were aligned aligned_x, aligned_y, deviation_before.
+/// foot_x, foot_y, contour, distance, deviation, in_tolerance (true, false or empty), where the
+/// points were aligned aligned_x, aligned_y, deviation_before, and place at the end.
 class SectionCsv {
 public:
     SectionCsv(Output& output, const SectionHead& head);

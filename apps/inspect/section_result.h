@@ -2,6 +2,7 @@
 // `judge`.
 #pragma once
 
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <optional>
@@ -10,6 +11,9 @@
 #include "inspect/summary.h"
 
 namespace velm::inspect {
+
+/// How many points lie in each place, by its number.
+using PlaceCounts = std::array<std::uint64_t, place_count>;
 
 /// A point as it was measured in space.
 struct SpacePoint {

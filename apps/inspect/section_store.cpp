@@ -118,6 +118,7 @@ void SectionStore::add(const SectionRow& row) {
     put(*point, RecordKey::outward_x, found.outward.i());
     put(*point, RecordKey::outward_y, found.outward.j());
     put(*point, RecordKey::diameter, row.diameter);
+    put(*point, RecordKey::place, static_cast<int>(found.place));
     put(*point, RecordKey::distance, found.distance);
     put(*point, RecordKey::deviation, row.deviation);
     if (row.in_tolerance) put(*point, RecordKey::within, *row.in_tolerance ? 1 : 0);

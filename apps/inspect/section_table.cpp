@@ -45,11 +45,15 @@ std::string rows_text(const std::vector<SectionRow>& rows, int decimals, bool ha
 } // namespace
 
 std::string section_table(const KeptRows<SectionRow>& rows, const Summary& summary,
-                          const SectionHead& head) {
+                          const PlaceCounts& places, const SectionHead& head) {
+    const auto count = [&](Place place) { return places[static_cast<std::size_t>(place)]; };
     const std::string out =
         rows_text(rows.shown(), table_decimals(summary), summary.tolerance.has_value()) +
         summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0,
-                     head.measured + " against " + head.nominal);
+                     head.measured + " against " + head.nominal,
+                     {{"inside the material", count(Place::inside)},
+                      {"on the outline", count(Place::on_edge) + count(Place::on_vertex)},
+                      {"outside of it", count(Place::outside)}});
     return head.alignment ? out + alignment_text(*head.alignment) : out;
 }
 

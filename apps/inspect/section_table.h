@@ -9,8 +9,8 @@
 
 namespace velm::inspect {
 
-/// The rows that were kept, with the summary and the alignment.
+/// The rows that were kept, with the summary, the counts of places, and the alignment.
 std::string section_table(const KeptRows<SectionRow>& rows, const Summary& summary,
-                          const SectionHead& head);
+                          const PlaceCounts& places, const SectionHead& head);
 
 } // namespace velm::inspect

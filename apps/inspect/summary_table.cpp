@@ -19,7 +19,8 @@ int table_decimals(const Summary& summary) {
     return decimals_for(scale, significant_digits);
 }
 
-std::string summary_text(const Summary& summary, std::size_t worst, const std::string& title) {
+std::string summary_text(const Summary& summary, std::size_t worst, const std::string& title,
+                         const std::vector<std::pair<std::string, std::uint64_t>>& counts) {
     const RunningStatistics& deviations = summary.deviations;
     const int decimals = table_decimals(summary);
     const auto number = [&](double value) { return fixed(value, decimals); };
@@ -38,6 +39,8 @@ std::string summary_text(const Summary& summary, std::size_t worst, const std::s
         table.add({"out of tolerance", grouped(summary.out_of_tolerance, ","),
                    percent_text(summary.out_of_tolerance, deviations.count())});
     }
+    for (const auto& [name, count] : counts)
+        table.add({name, grouped(count, ","), percent_text(count, deviations.count())});
     table.add({"least deviation", number(deviations.minimum())});
     table.add({"greatest deviation", number(deviations.maximum())});
     table.add({"mean", number(deviations.mean())});

@@ -98,6 +98,59 @@ TEST(Profile, TheSignDoesNotDependOnTheTurningOfContours) {
     }
 }
 
+// On a lattice every place is told by whole numbers. A small scale, a power of two, brings all of
+// it within the tolerance of a region's edges.
+TEST(Profile, PlacesAreExactOnALattice) {
+    velm_test::Random random(83);
+    int found[place_count] = {};
+    for (int round = 0; round < 80; ++round) {
+        Outline outline; // an island in a hole, and a part beside, in any order
+        for (const double size : {40.0, 13.0, 3.5, -20.0}) {
+            Polygon star =
+                random_star(random, size == 3.5 ? 8 : 12 + random.below(9), std::fabs(size), true);
+            Polygon ring;
+            for (const ERPoint2D& v : star)
+                if (ring.empty() || !(v == ring.back()))
+                    ring.push_back(ERPoint2D(v.x() + (size < 0.0 ? 62.0 : 0.0), v.y()));
+            if (ring.front() == ring.back()) ring.resize(ring.size() - 1);
+            if (random.below(2)) ReversePolygoneKeepFirstPoint(ring);
+            const int count = static_cast<int>(outline.contours.size());
+            outline.contours.insert(outline.contours.begin() + random.below(count + 1),
+                                    Contour(ring));
+        }
+        const double scale = std::ldexp(1.0, round % 4 == 0 ? -20 : 0);
+        Outline scaled;
+        for (const Contour& contour : outline.contours)
+            scaled.contours.push_back(contour.scaled(scale));
+        ASSERT_FALSE(settle_areas(scaled)) << "round " << round;
+        const Profile profile(scaled);
+        for (int k = 0; k < 1000; ++k) {
+            const ERPoint2D p(random.below(130) - 42, random.below(84) - 42);
+            bool inside = false, on_edge = false, on_vertex = false;
+            for (const Contour& contour : outline.contours)
+                for (int i = 0; i < contour.size(); ++i) {
+                    const ERVector2D a(p, contour[i]), b(p, contour[i + 1]);
+                    const double cross = a.i() * b.j() - a.j() * b.i();
+                    on_vertex |= contour[i] == p;
+                    on_edge |= cross == 0.0 && a * b <= 0.0;
+                    if ((a.j() > 0.0) != (b.j() > 0.0)) inside ^= (cross > 0.0) == (b.j() > a.j());
+                }
+            const Place expected = on_vertex ? Place::on_vertex
+                                   : on_edge ? Place::on_edge
+                                   : inside  ? Place::inside
+                                             : Place::outside;
+            const Comparison got = profile.compare(p * scale);
+            ASSERT_EQ(place_text(got.place), std::string(place_text(expected)))
+                << "round " << round << ", point " << p;
+            ASSERT_EQ((got.distance > 0.0) - (got.distance < 0.0), on_edge || on_vertex ? 0
+                                                                   : inside             ? -1
+                                                                                        : 1);
+            ++found[static_cast<int>(expected)];
+        }
+    }
+    EXPECT_GT(std::min({found[0], found[1], found[2], found[3]}), 300);
+}
+
 // Where Inside says edge, within its tolerance, the side of the nearest edge decides. A part of
 // some micrometres in metres lies within that tolerance as a whole, corners included.
 TEST(Profile, WithinTheToleranceOfInsideTheNearestEdgesDecide) {
@@ -184,6 +237,11 @@ TEST(Profile, ArcsGiveTheDistancesOfGrownPolygons) {
             ASSERT_NEAR(found.distance, expected, 1e-12) << "round " << round << ", point " << p;
             ASSERT_NEAR(ERVector2D(found.foot, p).norme(), std::fabs(expected), 1e-12);
             ASSERT_NEAR(found.outward.norme(), 1.0, 1e-12);
+            ASSERT_EQ(found.place, std::fabs(found.distance) > 2e-13
+                                       ? found.distance < 0.0 ? Place::inside : Place::outside
+                                   : k % 4 == 0 || found.place == Place::on_vertex
+                                       ? found.place
+                                       : Place::on_edge);
             ASSERT_NEAR(profile.compare(p - found.outward * found.distance).outward * found.outward,
                         1.0, 1e-5)
                 << p;

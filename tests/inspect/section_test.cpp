@@ -111,11 +111,11 @@ TEST(Section, TheReportHasItsFixedForm) {
         "{\"velm\":\"0.1.0\",\"command\":\"section\",\"nominal\":\"n.dat\",\"measured\":\"m."
         "csv\",\"tolerance\":{\"lower\":-1.5,\"upper\":0.5},\"points\":["
         "{\"id\":\"a\",\"measured\":[5,-1.5],\"foot\":[5,0],\"contour\":0,\"distance\":1.5,"
-        "\"deviation\":0.5,\"in_tolerance\":true},"
+        "\"deviation\":0.5,\"in_tolerance\":true,\"place\":\"outside\"},"
         "{\"id\":\"b\",\"measured\":[5.5,5],\"foot\":[6,5],\"contour\":1,\"distance\":0.5,"
-        "\"deviation\":-0.5,\"in_tolerance\":true},"
+        "\"deviation\":-0.5,\"in_tolerance\":true,\"place\":\"outside\"},"
         "{\"id\":\"c\",\"measured\":[5,11.25],\"foot\":[5,10],\"contour\":0,\"distance\":1.25,"
-        "\"deviation\":0.25,\"in_tolerance\":true}],"
+        "\"deviation\":0.25,\"in_tolerance\":true,\"place\":\"outside\"}],"
         "\"summary\":{\"count\":3,\"in_tolerance\":3,\"out_of_tolerance\":0,\"minimum\":-0.5,"
         "\"maximum\":0.5,");
     const auto summary = nlohmann::json::parse(report)["summary"];
@@ -132,8 +132,10 @@ TEST(Section, TheReportHasItsFixedForm) {
     EXPECT_TRUE(open["tolerance"].is_null() && open["points"][0]["in_tolerance"].is_null());
     EXPECT_EQ(open["summary"]["worst"]["id"], "a");
     EXPECT_EQ(shop.read("c.csv"), "id,measured_x,measured_y,foot_x,foot_y,contour,distance,"
-                                  "deviation,in_tolerance\na,5,-1.5,5,0,0,1.5,0.5,\n"
-                                  "b,5.5,5,6,5,1,0.5,-0.5,\nc,5,11.25,5,10,0,1.25,0.25,\n");
+                                  "deviation,in_tolerance,place\n"
+                                  "a,5,-1.5,5,0,0,1.5,0.5,,outside\n"
+                                  "b,5.5,5,6,5,1,0.5,-0.5,,outside\n"
+                                  "c,5,11.25,5,10,0,1.25,0.25,,outside\n");
     shop.write("one.csv", "id,x,y\n1,5,-1\n");
     EXPECT_EQ(shop.run("section n.dat one.csv --json -").code, 0);
     const auto one = nlohmann::json::parse(shop.read("_out"))["summary"];
@@ -334,7 +336,8 @@ TEST(Section, HostileIdsHarmNoOutputAndRepeatedOnesStay) {
     std::string_view line;
     for (int lines = 0; lines < 3; ++lines)
         source.next_line(line);
-    EXPECT_EQ(line, "\x1b[2J&'\",5,-2,5,0,0,2,2,false") << "the row goes on behind the line break";
+    EXPECT_EQ(line, "\x1b[2J&'\",5,-2,5,0,0,2,2,false,outside")
+        << "the row goes on behind the line break";
 }
 
 TEST(Section, AboveThousandPointsTheWorstAndAboveFiveThousandTheEnvelope) {
