@@ -248,6 +248,10 @@ void exchange_row(CArchive& archive, SectionRow& row, gmTargetPoint& target,
     Comparison& found = row.comparison;
     exchange(archive, row.id, target, found.contour, found.edge, found.parameter, found.foot,
              found.outward, found.distance, row.deviation, row.measured);
+    int place = static_cast<int>(found.place);
+    exchange(archive, place);
+    require(archive, place >= 0 && place < place_count);
+    found.place = static_cast<Place>(place);
     require(archive, found.parameter >= 0.0 && found.parameter <= 1.0 &&
                          std::fabs(row.deviation) <= largest_deviation);
     if (archive.IsLoading()) row.diameter = target.measured_point().diameter;

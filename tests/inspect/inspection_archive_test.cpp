@@ -41,7 +41,7 @@ std::string point_bytes(const std::string& id, WORD number, double x, double y, 
                  touched[] = {x, y - diameter / 2, 0}, up[] = {0, 1}, normal[] = {0, 1, 0};
     return bytes_of(BYTE{1}, text_bytes(id), BYTE{1}, nominal, number, centre, normal, diameter,
                     touched, normal, DWORD{0}, DWORD{1}, parameter, foot, up, y, deviation,
-                    measured);
+                    measured, DWORD{1});
 }
 
 std::string with_checksum(const std::string& bytes) {
