@@ -179,6 +179,20 @@ TEST(Chaining, OutlinesCutToPiecesComeBackWhole) {
     }
 }
 
+/// Each edge of a "polyline closed n (x y bulge)*" as a piece, every other one turned round.
+void insert_edges(const std::string& polyline, ERChainerProcessor& processor) {
+    std::istringstream fields(polyline.substr(polyline.find(' ')));
+    int closed = 0, count = 0;
+    fields >> closed >> count;
+    std::vector<ERPoint2D> way;
+    for (double x, y, bulge; count > 0 && fields >> x >> y >> bulge; --count)
+        way.emplace_back(x, y);
+    if (closed) way.push_back(way.front());
+    for (std::size_t i = 1; i < way.size(); ++i)
+        processor.insert(t_SmartPtr<ERChainerSeg2D>(i % 2 == 0 ? new Line(way[i - 1], way[i])
+                                                               : new Line(way[i], way[i - 1])));
+}
+
 TEST(Chaining, DrawingsGiveTheirChains) {
     struct Drawing {
         const char* name;
@@ -188,7 +202,12 @@ TEST(Chaining, DrawingsGiveTheirChains) {
     for (const Drawing& drawing :
          {Drawing{"openscad_export", {4, 4, 54, 54, 54, 54, 57, 57, 57, 57}, 0},
           {"lines", {4, 6}, 1},
-          {"issue42", {4, 4, 8}, 0}}) {
+          {"issue42", {4, 4, 4, 8}, 0},   // one of the fours a closed polyline
+          {"circlesellipsesarcs", {}, 2}, // its arcs; an ellipse is no chain of straight pieces
+          {"issue29",
+           {4, 4, 4, 4,  4,  4,  4,  4,  4,  4,  4,  4,  4,  4, 4,
+            4, 4, 4, 20, 20, 20, 20, 20, 20, 20, 20, 22, 22, 68},
+           0}}) {
         std::ifstream in(std::string(VELM_REAL_DATA "/dxf/") + drawing.name + ".txt");
         if (!in) GTEST_SKIP() << "no data in " VELM_REAL_DATA "/dxf";
         ERChainerProcessor processor;
@@ -204,6 +223,8 @@ TEST(Chaining, DrawingsGiveTheirChains) {
                 processor.insert(t_SmartPtr<ERChainerSeg2D>(new Line({v[0], v[1]}, {v[2], v[3]})));
             else if (word == "arc" && fields >> v[4])
                 processor.insert(t_SmartPtr<ERChainerSeg2D>(new Line(on_arc(v[3]), on_arc(v[4]))));
+            else if (word == "polyline")
+                insert_edges(line, processor);
         }
         std::vector<int> closed;
         int open = 0;

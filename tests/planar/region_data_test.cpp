@@ -5,6 +5,9 @@
 #include "velm/planar/polygon_measures.h"
 #include "velm/planar/polygon_projection.h"
 #include "velm/planar/region.h"
+#include "velm/planar/region_grid.h"
+
+#include "support/random.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +16,7 @@
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -105,6 +109,78 @@ TEST_F(RegionData, InsideAgreesOnAllTestPoints) {
         }
         std::printf("%s: %zu points\n", set.c_str(), rows.size());
     }
+}
+
+/// How often the ring goes round p, edge by edge, in twice the precision of the library's answers;
+/// nothing for a p nearer to an edge's line, along it, than `clear`.
+std::optional<int> windings(const Polygon& ring, const ERPoint2D& p, double clear) {
+    int windings = 0;
+    for (int i = 0, n = ring.size(); i < n; ++i) {
+        const ERPoint2D &a = ring.data()[i], &b = ring.data()[i + 1 == n ? 0 : i + 1];
+        const long double x = b.x() - a.x(), y = b.y() - a.y();
+        const long double left = x * (p.y() - a.y()) - y * (p.x() - a.x());
+        if (std::fabs(left) < clear * (std::fabs(x) + std::fabs(y)) &&
+            ERMinimax2D(a, b).contains(p))
+            return std::nullopt;
+        if (a.y() <= p.y() && b.y() > p.y() && left > 0.0L) ++windings;
+        if (a.y() > p.y() && b.y() <= p.y() && left < 0.0L) --windings;
+    }
+    return windings;
+}
+
+// All rings of a country as one region, the first its outer contour or a hole as the others, its
+// index and its raster: points all over, and at the ordinates of vertices.
+TEST_F(RegionData, CountriesAgreeWithWindingNumbers) {
+    constexpr int points = 6000; // a country
+    auto ring_file = open("countries.txt");
+    std::map<std::string, std::vector<Polygon>> countries;
+    for (const auto& [key, ring] : read_rings(ring_file))
+        countries[key.first].push_back(ring);
+    velm_test::Random random(7304);
+    int answered = 0, by_raster = 0, left_out = 0;
+    for (const auto& [name, rings] : countries) {
+        const int count = static_cast<int>(rings.size());
+        ERRegion2D within(count, 1), beside(count, 0);
+        ERMinimax2D all;
+        for (const Polygon& ring : rings) {
+            within.Add(ring);
+            beside.Add(ring);
+            all.Update(ring);
+        }
+        const ERRegion2DGrid raster(within);
+        for (int i = 0; i < points; ++i) {
+            const double x = all.xmin + random.uniform(-0.05, 1.05) * all.xlength();
+            double y = all.ymin + random.uniform(-0.05, 1.05) * all.ylength();
+            if (i % 8 == 0) {
+                const Polygon& ring = rings[random.next() % rings.size()];
+                y = ring.data()[random.below(ring.size())].y();
+            }
+            const ERPoint2D p(x, y);
+            bool in_first = false, in_other = false, is_clear = true;
+            for (const Polygon& ring : rings) {
+                const auto around = windings(ring, p, 1e-7);
+                is_clear &= around.has_value();
+                (&ring == &rings[0] ? in_first : in_other) |= around.value_or(0) != 0;
+            }
+            left_out += !is_clear;
+            if (!is_clear) continue;
+            int contour = 0;
+            const bool is_within = in_first && !in_other;
+            ASSERT_EQ(within.CheckPoint(p, contour), is_within ? REGION_INSIDE : REGION_OUTSIDE)
+                << name << p;
+            ASSERT_EQ(beside.CheckPoint(p, contour),
+                      in_first || in_other ? REGION_OUTSIDE : REGION_INSIDE)
+                << name << p;
+            const auto state = raster.inside(p);
+            if (state != ERRegion2DGrid::STATE_CROSSING) {
+                ++by_raster;
+                ASSERT_EQ(state == ERRegion2DGrid::STATE_INSIDE, is_within) << name << p;
+            }
+            ++answered;
+        }
+    }
+    EXPECT_LT(left_out, answered / 1000);
+    std::printf("%d points, %d by the raster, %d left out\n", answered, by_raster, left_out);
 }
 
 /// What the rounding of the answers may come to, which are sums of products x y.
