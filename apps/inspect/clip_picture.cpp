@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "inspect/deviation_scale.h"
 #include "inspect/number_text.h"
 #include "inspect/svg_canvas.h"
 #include "inspect/text_escape.h"
@@ -51,13 +52,7 @@ std::string path_of(const Polygon& points, const Placement& place) {
 }
 
 void draw_bar(SvgCanvas& canvas, const Placement& place) {
-    const double wanted = 120.0 / place.unit();
-    double length = std::pow(10.0, std::floor(std::log10(wanted)));
-    for (const double factor : {5.0, 2.0})
-        if (length * factor <= wanted) {
-            length *= factor;
-            break;
-        }
+    const double length = round_step_below(120.0 / place.unit());
     const double right = border + length * place.unit(), at = SvgCanvas::height - 30.0;
     canvas.path("M" + svg_point({border, at - 5.0}) + "V" + svg_number(at) + "H" +
                     svg_number(right) + "V" + svg_number(at - 5.0),

@@ -12,10 +12,15 @@ namespace {
 
 double step_below(double value, std::initializer_list<double> steps) {
     if (!(value > 0.0) || !std::isfinite(value)) return 1.0;
-    const double power = std::pow(10.0, std::floor(std::log10(value)));
+    const double exponent = std::floor(std::log10(value));
+    // A tenth is no double, ten is one: 3 / 10 is 0.3, 3 * 0.1 isn't.
+    const double up = std::pow(10.0, exponent), down = std::pow(10.0, -exponent);
+    const auto times_power = [&](double step) {
+        return exponent < 0.0 && std::isfinite(down) ? step / down : step * up;
+    };
     for (const double step : steps)
-        if (step * power <= value * (1.0 + 1e-12)) return step * power;
-    return power;
+        if (times_power(step) <= value * (1.0 + 1e-12)) return times_power(step);
+    return times_power(1.0);
 }
 
 } // namespace
