@@ -20,6 +20,7 @@ bool is_flat(const Contour& contour) {
     const auto farthest = std::max_element(
         vertices.begin(), vertices.end(),
         [&](const ERPoint2D& v, const ERPoint2D& w) { return reach(v) < reach(w); });
+    if (reach(*farthest) == 0.0) return true;
     const int power = std::clamp(-std::ilogb(reach(*farthest)), -1000, 1000);
     const auto offset = [&](const ERPoint2D& v) {
         return ERVector2D(std::ldexp(v.x() - a.x(), power), std::ldexp(v.y() - a.y(), power));
