@@ -13,7 +13,7 @@
 #include "velm/measure/selection_flags.h"
 #include "velm/measure/target_point.h"
 
-#include "support/memory_file.h"
+#include "support/archived.h"
 
 #include <cmath>
 #include <cstdint>
@@ -46,21 +46,12 @@ bool loads(const std::string& bytes, Load load) {
     }
 }
 
-template <class Store>
-std::string stored(Store store) {
-    MemoryFile file;
-    CArchive archive(&file, CArchive::store);
-    store(archive);
-    archive.Close();
-    return file.bytes;
-}
-
 /// `load` takes any version, `serialize` stores and loads the newest one.
 template <class Value, class Load, class Serialize>
 void check(const std::string& bytes, Load load, Serialize serialize) {
     Value value, again;
     const auto form_of = [&](Value& of) {
-        return stored([&](CArchive& archive) { serialize(archive, of); });
+        return velm_test::archived([&](CArchive& archive) { serialize(archive, of); });
     };
     const std::string before = form_of(value);
     const bool is_loaded = loads(bytes, [&](CArchive& archive) { load(archive, value); });
@@ -130,31 +121,34 @@ void check_points(const std::string& bytes) {
     Purge(points);
 }
 
-void draw(SectionArchiveReader& document) {
-    SectionPicture picture(document.outline(), document.head().tolerance);
-    KeptRows<SectionRow> kept;
+/// Takes all rows of a document.
+template <class Row, class Document, class Take>
+Summary summary_of(Document& document, Take take) {
     Summary summary;
     summary.tolerance = document.head().tolerance;
-    SectionRow row;
+    Row row;
     while (document.next(row)) {
         require(std::isfinite(row.deviation) && std::isfinite(row.severity));
         summary.add(row);
+        take(row);
+    }
+    return summary;
+}
+
+void draw(SectionArchiveReader& document) {
+    SectionPicture picture(document.outline(), document.head().tolerance);
+    KeptRows<SectionRow> kept;
+    const Summary summary = summary_of<SectionRow>(document, [&](const SectionRow& row) {
         kept.add(row);
         picture.add(row);
-    }
+    });
     picture.svg(summary, kept.worst(), document.head().nominal, document.head().measured);
 }
 
 void draw(TargetArchiveReader& document) {
     std::vector<TargetRow> rows;
-    Summary summary;
-    summary.tolerance = document.head().tolerance;
-    TargetRow row;
-    while (document.next(row)) {
-        require(std::isfinite(row.deviation) && std::isfinite(row.severity));
-        summary.add(row);
-        rows.push_back(row);
-    }
+    const Summary summary =
+        summary_of<TargetRow>(document, [&](const TargetRow& row) { rows.push_back(row); });
     target_page(rows, summary, document.head());
 }
 

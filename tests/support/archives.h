@@ -1,6 +1,7 @@
 // Archives in memory: the bytes that a value stores, values loaded from bytes, damaged bytes.
 #pragma once
 
+#include "support/archived.h"
 #include "support/caught.h"
 #include "support/random.h"
 #include "support/records.h"
@@ -14,16 +15,6 @@ namespace velm_test {
 /// A text as an archive holds it.
 inline std::string text_bytes(const std::string& text) {
     return bytes_of(static_cast<DWORD>(text.size()), text);
-}
-
-/// What the operation stores in an archive.
-template <class Operation>
-std::string archived(Operation store) {
-    MemoryFile file;
-    CArchive archive(&file, CArchive::store);
-    store(archive);
-    archive.Close();
-    return file.bytes;
 }
 
 /// The cause of the CArchiveException* that the operation meets in an archive with these bytes, 0
