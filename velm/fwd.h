@@ -62,6 +62,17 @@ class ERSegment3D;
 class ERTrimmedEntity2DWF;
 class ERTrimmedEntity3DWF;
 
+class ERCpoleBezier2D;
+class ERCpoleBezier2DR;
+class ERCpoleBezier3D;
+class ERCpoleBezier3DR;
+class ERCpoleNURBS2D;
+class ERCpoleNURBS3D;
+class ERCpoleRep2D;
+class ERCpoleRep3D;
+class ERKnot;
+class ERKnotVector;
+
 class ERPlane;
 class ERSurface;
 

@@ -37,6 +37,8 @@ struct VELM_API Plane {
     using LimitedEntity = ERLimitedEntity2DWF;
     using TrimmedEntity = ERTrimmedEntity2DWF;
     using Segment = ERSegment2D;
+    using PoleCurve = ERCpoleRep2D;
+    using NurbsCurve = ERCpoleNURBS2D;
 };
 
 /// The types of space.
@@ -67,6 +69,8 @@ struct VELM_API Space {
     using LimitedEntity = ERLimitedEntity3DWF;
     using TrimmedEntity = ERTrimmedEntity3DWF;
     using Segment = ERSegment3D;
+    using PoleCurve = ERCpoleRep3D;
+    using NurbsCurve = ERCpoleNURBS3D;
 };
 
 } // namespace velm
