@@ -28,6 +28,7 @@ run_all() {
 }
 
 quietly cmake --install "$built" --prefix "$work/prefix"
+[ -f "$work/prefix/share/doc/velm/overview.md" ] || { echo "the documents are not installed"; exit 1; }
 if find "$work/prefix" -path '*/detail/*' | grep -q .; then
     echo "internal headers are installed"; exit 1
 fi
@@ -37,6 +38,11 @@ quietly cmake --build "$work/package" --parallel "$(nproc)"
 grep -q 'ffp-contract=off' "$work"/package/build.ninja "$work"/package/CMakeFiles/*/flags.make \
     2>/dev/null || { echo "the package does not hand on -ffp-contract=off"; exit 1; }
 run_all "$work/package" "CMake package"
+for source in examples/*.cpp; do
+    name=$(basename "$source" .cpp)
+    (cd "$work/package" && ./example_"$name") | diff "examples/expected/$name.txt" - ||
+        { echo "$source, built on the installed package, prints something else"; exit 1; }
+done
 
 PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name velm.pc)")
 export PKG_CONFIG_PATH

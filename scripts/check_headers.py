@@ -15,6 +15,7 @@ FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wsha
 FLOORS = ["platform", "frame", "numerics", "transforms", "wireframe", "curves", "planar", "surfaces",
           "store", "measure"]
 ROOF = "velm/velm.h"
+GROUND = ["velm/export.h", "velm/fwd.h", "velm/version.h"]
 ROOF_HEAD = """// velm/velm.h: everything in one include.
 #pragma once
 """
@@ -29,11 +30,11 @@ def compile_alone(compiler, header):
 
 
 def roof(public):
-    """The text of velm/velm.h: every public header, floor by floor."""
+    """The text of velm/velm.h: every public header, floor by floor. Those of a task (velm/fit.h ...)
+    bring nothing of their own."""
     text = ROOF_HEAD
     for floor in ["", *FLOORS]:
-        folder = f"velm/{floor}/" if floor else "velm/"
-        here = [h for h in public if h.rpartition("/")[0] + "/" == folder and h != ROOF]
+        here = [h for h in public if h.startswith(f"velm/{floor}/")] if floor else GROUND
         if here:
             text += "\n" + "".join(f'#include "{header}"\n' for header in here)
     return text
