@@ -26,6 +26,7 @@
 #include "velm/platform/root_class.h"
 #include "velm/platform/schema_class.h"
 #include "velm/platform/shared_reference.h"
+#include "velm/platform/stack_room.h"
 #include "velm/platform/surface_pointer.h"
 #include "velm/platform/text_archive.h"
 #include "velm/platform/thread_local_object.h"

@@ -1,6 +1,7 @@
 #include "velm/store/object_database.h"
 
 #include "velm/platform/file_exception.h"
+#include "velm/platform/stack_room.h"
 
 #include <algorithm>
 #include <climits>
@@ -30,13 +31,16 @@ struct IdentifierKey {
 /// bytes, and never so few that sharing on several levels is cut off.
 constexpr long kLeastToCreate = 65536;
 
-/// Counts a level of references for as long as it lives.
-struct Level {
-    explicit Level(int& depth_) : depth(depth_) { ++depth; }
-    ~Level() { --depth; }
-    Level(const Level&) = delete;
-    Level& operator=(const Level&) = delete;
-    int& depth;
+/// Has an object under way for as long as it lives.
+class OnTheWay {
+public:
+    OnTheWay(velm::detail::ObjectsUnderWay& way, std::int32_t id) : way_(way) { way_.push(id); }
+    ~OnTheWay() { way_.pop(); }
+    OnTheWay(const OnTheWay&) = delete;
+    OnTheWay& operator=(const OnTheWay&) = delete;
+
+private:
+    velm::detail::ObjectsUnderWay& way_;
 };
 
 std::unique_ptr<ERBTreeOnDisk> make_tree(ERFileManager& file, velm::StoreTree form) {
@@ -56,6 +60,25 @@ std::unique_ptr<ERBTreeOnDisk> open_tree(ERFileManager& file, velm::StoreTree fo
 }
 
 } // namespace
+
+namespace velm::detail {
+
+bool ObjectsUnderWay::contains(std::int32_t id) const {
+    const auto end = way_.begin() + static_cast<std::ptrdiff_t>(std::min(depth(), searched));
+    return std::find(way_.begin(), end, id) != end || (depth() > searched && deeper_.contains(id));
+}
+
+void ObjectsUnderWay::push(std::int32_t id) {
+    way_.push_back(id);
+    if (depth() > searched) deeper_.insert(id);
+}
+
+void ObjectsUnderWay::pop() {
+    if (depth() > searched) deeper_.erase(way_.back());
+    way_.pop_back();
+}
+
+} // namespace velm::detail
 
 ERObjectDataBase::ERObjectDataBase() = default;
 
@@ -172,7 +195,6 @@ void ERObjectDataBase::abandon() {
     signatures.clear();
     creators.clear();
     last_identifier = objects_stored = last_signature = 0;
-    being_read.clear();
 }
 
 ERFileManager& ERObjectDataBase::open_file() const {
@@ -215,16 +237,18 @@ unsigned long ERObjectDataBase::GetOrCreateSignature(char const* className) {
 long ERObjectDataBase::Store(ERObject& object) {
     ERFileManager& store = open_file();
     require_writable();
-    if (storing >= velm::deepest_reference) store.raise(CFileException::genericException);
-    const Level level(storing);
-    StoreStep step(store);
     const bool is_new = object.objectID == -1 || object.database != this;
+    const bool leads_back = !is_new && being_stored.contains(object.objectID);
+    if (leads_back || !velm::StackRoom::of_this_thread().has_room_at(being_stored.depth()))
+        store.raise(CFileException::genericException);
+    StoreStep step(store);
     if (is_new) {
         if (last_identifier == INT_MAX) store.raise(CFileException::diskFull);
         object.objectID = ++last_identifier;
         ++objects_stored;
     }
     object.database = this;
+    const OnTheWay on_the_way(being_stored, object.objectID);
     const unsigned long signature = GetOrCreateSignature(object.className());
     ERObject::theCurrentDataBase = this;
     const unsigned int size = object.binaryStoreSize();
@@ -299,12 +323,10 @@ t_SmartPtr<ERObject> ERObjectDataBase::RetrieveAndCreate(long id) {
     StoreStep step(*file);
     const IdentifierKey key(id);
     const long location = objects->findValue(key);
-    if (location == -1) return {};
-    const bool leads_back =
-        std::find(being_read.begin(), being_read.end(), key.value) != being_read.end();
-    if (leads_back || being_read.size() >= std::size_t(velm::deepest_reference)) return {};
-    if (being_read.empty()) left_to_create = std::max(kLeastToCreate, file->endData() / 4);
-    if (left_to_create-- <= 0) return {};
+    if (location == -1 || being_read.contains(key.value)) return {};
+    if (being_read.depth() == 0) left_to_create = std::max(kLeastToCreate, file->endData() / 4);
+    if (left_to_create-- <= 0 || !velm::StackRoom::of_this_thread().has_room_at(being_read.depth()))
+        file->raise(CFileException::genericException);
 
     int signature = 0;
     file->Seek(location, CFile::begin);
@@ -313,13 +335,7 @@ t_SmartPtr<ERObject> ERObjectDataBase::RetrieveAndCreate(long id) {
     if (creator == creators.end() || !creator->second) return {};
     t_SmartPtr<ERObject> object = creator->second();
     ERObject::theCurrentDataBase = this;
-    struct OnTheWay {
-        OnTheWay(std::vector<std::int32_t>& way_, std::int32_t id_) : way(way_) {
-            way.push_back(id_);
-        }
-        ~OnTheWay() { way.pop_back(); }
-        std::vector<std::int32_t>& way;
-    } const on_the_way(being_read, key.value);
+    const OnTheWay on_the_way(being_read, key.value);
     restore(*object, id, location);
     step.finish();
     return object;

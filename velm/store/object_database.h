@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace velm {
@@ -46,10 +47,28 @@ inline constexpr StoreTree class_tree_form = {60, 0, 10};
 inline constexpr StoreTree object_tree_form = {4, 1, 1000};
 inline constexpr StoreTree index_tree_form = {4, 1, 10};
 
-/// References deeper than this are read as null and not stored.
-inline constexpr int deepest_reference = 512;
-
 } // namespace velm
+
+namespace velm::detail {
+
+/// The identifiers on the way from the outermost object that is stored or read to the present one;
+/// each is there once.
+class ObjectsUnderWay {
+public:
+    std::size_t depth() const { return way_.size(); }
+    bool contains(std::int32_t id) const;
+    void push(std::int32_t id);
+    void pop();
+
+private:
+    /// Up to this depth a search through the way costs less than an entry in a table.
+    static constexpr std::size_t searched = 32;
+
+    std::vector<std::int32_t> way_;
+    std::unordered_set<std::int32_t> deeper_;
+};
+
+} // namespace velm::detail
 
 /// Each object is a record in a block of its own: the signature of its class, a number that the
 /// file hands out at the class's first use, then what saveGuts writes. One tree leads from class
@@ -81,12 +100,18 @@ public:
     virtual void Close();
     /// Stores the object, anew under its identifier if it is in this store, and returns the
     /// identifier. A file whose head and trees were not understood is not written: invalidFile.
+    /// References that are deeper than the thread's stack has room for, and those that lead back to
+    /// a changed object that is being stored, raise a genericException; none of the objects above
+    /// is stored then.
     virtual long Store(ERObject& object);
     /// Reads the record into an object of its class. References in it are read only by
     /// RetrieveAndCreate. Returns 1, or 0 where there is none.
     virtual int Retrieve(long id, ERObject& object);
     /// A new object of the record's class, with the objects that it refers to. Null where there is
-    /// none and for a class that is not registered or can't be created.
+    /// none and for a class that is not registered or can't be created; a reference back to an
+    /// object that is being read is null, too. References may be as deep as the thread's stack has
+    /// room for, and the whole may have as many objects as the file can hold references, 65,536 at
+    /// least: beyond that the outermost reading raises a genericException.
     virtual t_SmartPtr<ERObject> RetrieveAndCreate(long id);
     /// Removes the record. Returns 1, or 0 where there is none. The identifier is not given out
     /// again, and the count of objects stored stays.
@@ -139,9 +164,9 @@ private:
     std::unordered_map<long, ERClassRegistration::Creator> creators;
     unsigned int version = velm::DatabaseHeader::current_version;
 
-    int storing = 0;                      // how deep in references
-    std::vector<std::int32_t> being_read; // the identifiers on the way to the present one
-    long left_to_create = 0;              // by the reading under way
+    velm::detail::ObjectsUnderWay being_stored;
+    velm::detail::ObjectsUnderWay being_read;
+    long left_to_create = 0; // by the reading under way
 };
 
 /// The step of opening that makes one class known to an ERObjectDataBase.
