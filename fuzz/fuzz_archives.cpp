@@ -2,12 +2,12 @@
 // selections and measured points in all their versions. What can't be loaded is refused by an
 // archive exception and leaves the value alone; what could be loaded is stored and loaded again as
 // it is.
-#include "inspect/inspection_archive_reader.h"
-#include "inspect/kept_rows.h"
-#include "inspect/section_archive.h"
-#include "inspect/section_picture.h"
-#include "inspect/target_archive.h"
-#include "inspect/target_reports.h"
+#include "inspect/base/kept_rows.h"
+#include "inspect/keep/inspection_archive_reader.h"
+#include "inspect/keep/section_archive.h"
+#include "inspect/keep/target_archive.h"
+#include "inspect/picture/section_picture.h"
+#include "inspect/report/target_reports.h"
 #include "velm/measure/cad_object_id.h"
 #include "velm/measure/measured_point.h"
 #include "velm/measure/selection_flags.h"

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "inspect/report.h"
+#include "inspect/inspection/report.h"
 #include "support/temporary_folder.h"
 
 using namespace velm::inspect;

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "inspect/failure.h"
-#include "inspect/measured_reader.h"
-#include "inspect/text_escape.h"
+#include "inspect/base/failure.h"
+#include "inspect/base/text_escape.h"
+#include "inspect/input/measured_reader.h"
 
 using namespace velm::inspect;
 

@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "inspect/failure.h"
-#include "inspect/outline_reader.h"
-#include "inspect/profile.h"
+#include "inspect/base/failure.h"
+#include "inspect/input/outline_reader.h"
+#include "inspect/result/profile.h"
 
 using namespace velm::inspect;
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""check_floors.py: fails when an #include of the library points to a higher floor, when files include
-each other in a circle, or when a public header includes an internal one (under detail/), which is
-not installed. docs/architecture.md tells the floors."""
+"""check_floors.py: fails when an #include of the library or of velm-inspect points to a higher floor,
+when files include each other in a circle, or when a public header includes an internal one (under
+detail/), which is not installed. In the program a header and its source count as one, so that no two
+modules need each other. docs/architecture.md lists the floors."""
 import pathlib
 import re
 import sys
@@ -11,6 +12,20 @@ FLOORS = ["platform", "frame", "numerics", "transforms", "wireframe", "curves", 
           "measure"]
 GROUND = {"velm/fwd.h", "velm/version.h", "velm/export.h"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<](velm/[^">]+)[">]', re.MULTILINE)
+
+PROGRAM = "apps/inspect"
+PROGRAM_FLOORS = ["base", "result", "input", "keep", "picture", "report", "inspection", "command"]
+PROGRAM_ROOF = "main"
+# Arrows of the program that still point up, and the modules of circles: none may join them.
+PROGRAM_FAULTS = {
+    ("keep/section_record", "command/arguments"), ("picture/clip_picture", "inspection/clip"),
+    ("picture/fit_drawing", "report/fit_reports"), ("picture/fit_drawing", "inspection/fit"),
+    ("picture/fit_picture", "report/fit_reports"), ("picture/fit_picture", "inspection/fit"),
+    ("report/clip_reports", "inspection/clip"), ("report/fit_reports", "inspection/fit"),
+    ("result/applied_alignment", "report/report_json"),
+    ("inspection/section_points", "inspection/section"),
+    ("inspection/archive_report", "inspection/report")}
+PROGRAM_INCLUDE = re.compile(r'^\s*#\s*include\s*"inspect/([^"]+)\.h"', re.MULTILINE)
 
 
 def is_roof(file):
@@ -54,7 +69,8 @@ def find_circle(arrows):
     return next((circle for file in sorted(arrows) if (circle := visit(file))), None)
 
 
-def main():
+def check_library():
+    """The faults of the library, and how many files it has."""
     faults, arrows = [], {}
     for path in sorted((ROOT / "velm").rglob("*")):
         if path.suffix not in (".h", ".cpp"):
@@ -75,10 +91,44 @@ def main():
     circle = find_circle(arrows)
     if circle:
         faults.append("files include each other in a circle: " + " -> ".join(circle))
-    for fault in faults:
+    return faults, len(arrows)
+
+
+def check_program():
+    """The faults of velm-inspect, and how many files it has."""
+    faults, arrows, files = [], {}, 0
+    for path in sorted((ROOT / PROGRAM).rglob("*")):
+        module = path.relative_to(ROOT / PROGRAM).with_suffix("").as_posix()
+        if path.suffix not in (".h", ".cpp") or module.startswith("demo/"):
+            continue
+        files += 1
+        floor = module.split("/")[0]
+        if floor not in PROGRAM_FLOORS + [PROGRAM_ROOF]:
+            faults.append(f"{PROGRAM}/{module}: '{floor}' is no floor of the program")
+            continue
+        for target in PROGRAM_INCLUDE.findall(path.read_text()):
+            if target == module or (module, target) in PROGRAM_FAULTS:
+                continue
+            arrows.setdefault(module, set()).add(target)
+            there = target.split("/")[0]
+            if floor != PROGRAM_ROOF and (
+                    there not in PROGRAM_FLOORS or
+                    PROGRAM_FLOORS.index(there) > PROGRAM_FLOORS.index(floor)):
+                faults.append(f"{PROGRAM}/{module}{path.suffix}: the include of {target} points up")
+    circle = find_circle({module: sorted(targets) for module, targets in arrows.items()})
+    if circle:
+        faults.append(f"{PROGRAM}: modules need each other: " + " -> ".join(circle))
+    return faults, files
+
+
+def main():
+    library, library_files = check_library()
+    program, program_files = check_program()
+    for fault in library + program:
         print(fault)
-    print(f"floors: {len(arrows)} files, {len(faults)} faults")
-    return 1 if faults else 0
+    print(f"floors: {library_files} files of the library, {program_files} of the program, "
+          f"{len(library + program)} faults")
+    return 1 if library or program else 0
 
 
 if __name__ == "__main__":

@@ -9,16 +9,16 @@
 #include <exception>
 #include <new>
 
-#include "inspect/arguments.h"
-#include "inspect/clip_command.h"
-#include "inspect/failure.h"
-#include "inspect/fit_command.h"
-#include "inspect/output_set.h"
-#include "inspect/report_command.h"
-#include "inspect/section_command.h"
-#include "inspect/store_command.h"
-#include "inspect/targets_command.h"
-#include "inspect/text_escape.h"
+#include "inspect/base/failure.h"
+#include "inspect/base/output_set.h"
+#include "inspect/base/text_escape.h"
+#include "inspect/command/arguments.h"
+#include "inspect/command/clip_command.h"
+#include "inspect/command/fit_command.h"
+#include "inspect/command/report_command.h"
+#include "inspect/command/section_command.h"
+#include "inspect/command/store_command.h"
+#include "inspect/command/targets_command.h"
 #include "velm/version.h"
 
 namespace velm::inspect {

@@ -7,7 +7,7 @@
 #include <numbers>
 #include <sstream>
 
-#include "inspect/number_text.h"
+#include "inspect/base/number_text.h"
 #include "inspect/workshop.h"
 
 namespace {

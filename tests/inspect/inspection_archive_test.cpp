@@ -3,8 +3,8 @@
 
 #include <cmath>
 
-#include "inspect/section_archive.h"
-#include "inspect/target_archive.h"
+#include "inspect/keep/section_archive.h"
+#include "inspect/keep/target_archive.h"
 #include "inspect/workshop.h"
 #include "support/archives.h"
 

@@ -1,5 +1,5 @@
 // Labels of random points: none leaves the drawing, touches another or stands on what is kept free.
-#include "inspect/label_places.h"
+#include "inspect/picture/label_places.h"
 
 #include <gtest/gtest.h>
 

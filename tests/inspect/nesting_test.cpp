@@ -5,9 +5,9 @@
 #include <cmath>
 #include <numbers>
 
-#include "inspect/failure.h"
-#include "inspect/outline_nesting.h"
-#include "inspect/outline_reader.h"
+#include "inspect/base/failure.h"
+#include "inspect/input/outline_reader.h"
+#include "inspect/result/outline_nesting.h"
 #include "support/random.h"
 
 namespace velm::inspect {

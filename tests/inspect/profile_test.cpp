@@ -5,9 +5,9 @@
 #include <limits>
 #include <numbers>
 
-#include "inspect/outline_nesting.h"
-#include "inspect/profile.h"
-#include "inspect/statistics.h"
+#include "inspect/result/outline_nesting.h"
+#include "inspect/result/profile.h"
+#include "inspect/result/statistics.h"
 #include "support/random.h"
 #include "velm/planar/point_in_polygon.h"
 #include "velm/planar/polygon_measures.h"

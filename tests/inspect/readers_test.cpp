@@ -4,12 +4,12 @@
 #include <nlohmann/json.hpp>
 #include <tuple>
 
-#include "inspect/failure.h"
-#include "inspect/id_set.h"
-#include "inspect/measured_reader.h"
-#include "inspect/number_text.h"
-#include "inspect/outline_reader.h"
-#include "inspect/text_escape.h"
+#include "inspect/base/failure.h"
+#include "inspect/base/id_set.h"
+#include "inspect/base/number_text.h"
+#include "inspect/base/text_escape.h"
+#include "inspect/input/measured_reader.h"
+#include "inspect/input/outline_reader.h"
 
 namespace velm::inspect {
 namespace {

@@ -6,13 +6,13 @@
 #include <optional>
 #include <string>
 
-#include "inspect/nominal_entities.h"
-#include "inspect/outline_reader.h"
-#include "inspect/profile.h"
-#include "inspect/record_properties.h"
-#include "inspect/section_record.h"
-#include "inspect/section_store.h"
-#include "inspect/section_target.h"
+#include "inspect/input/outline_reader.h"
+#include "inspect/keep/record_properties.h"
+#include "inspect/keep/section_record.h"
+#include "inspect/keep/section_store.h"
+#include "inspect/result/nominal_entities.h"
+#include "inspect/result/profile.h"
+#include "inspect/result/section_target.h"
 #include "inspect/workshop.h"
 #include "support/random.h"
 #include "velm/store/store_check.h"

@@ -1,15 +1,15 @@
 // velm-inspect section --align: known motions come back, nothing nearby is better, and what it
 // tells of them.
-#include "inspect/section_alignment.h"
+#include "inspect/inspection/section_alignment.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "inspect/failure.h"
-#include "inspect/number_text.h"
-#include "inspect/outline_reader.h"
-#include "inspect/section_points.h"
+#include "inspect/base/failure.h"
+#include "inspect/base/number_text.h"
+#include "inspect/input/outline_reader.h"
+#include "inspect/inspection/section_points.h"
 #include "inspect/workshop.h"
 #include "support/random.h"
 #include "velm/frame/point_functions.h"

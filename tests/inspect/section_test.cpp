@@ -5,9 +5,9 @@
 #include <numbers>
 #include <sstream>
 
-#include "inspect/measured_reader.h"
-#include "inspect/number_text.h"
-#include "inspect/outline_reader.h"
+#include "inspect/base/number_text.h"
+#include "inspect/input/measured_reader.h"
+#include "inspect/input/outline_reader.h"
 #include "inspect/workshop.h"
 #include "support/random.h"
 #include "velm/frame/vector.h"

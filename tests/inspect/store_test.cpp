@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "inspect/record_keys.h"
+#include "inspect/keep/record_keys.h"
 #include "inspect/workshop.h"
 #include "velm/store/database.h"
 #include "velm/store/db_object.h"

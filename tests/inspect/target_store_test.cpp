@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "inspect/record_keys.h"
+#include "inspect/keep/record_keys.h"
 #include "inspect/workshop.h"
 #include "velm/measure/target_point.h"
 #include "velm/store/database.h"

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <map>
 
-#include "inspect/csv_records.h"
-#include "inspect/number_text.h"
+#include "inspect/base/number_text.h"
+#include "inspect/input/csv_records.h"
 #include "inspect/workshop.h"
 
 namespace {

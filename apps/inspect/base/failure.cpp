@@ -1,0 +1,19 @@
+#include "inspect/base/failure.h"
+
+#include <cstdio>
+#include <system_error>
+
+#include "inspect/base/text_escape.h"
+
+namespace velm::inspect {
+
+void fail_file(const std::string& path, const char* what, int error) {
+    throw Failure(ExitCode::file,
+                  path + ": " + what + ": " + std::generic_category().message(error));
+}
+
+void warn_user(const std::string& sentence) {
+    std::fprintf(stderr, "velm-inspect: %s\n", terminal_text("warning: " + sentence).c_str());
+}
+
+} // namespace velm::inspect

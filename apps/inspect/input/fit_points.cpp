@@ -1,0 +1,82 @@
+#include "inspect/input/fit_points.h"
+
+#include "inspect/base/number_text.h"
+#include "inspect/base/repeated_ids.h"
+#include "inspect/input/measured_reader.h"
+#include "inspect/input/outline_lines.h"
+
+namespace velm::inspect {
+namespace {
+
+FitPoints read_bare(TextSource& source) {
+    FitPoints result;
+    OutlineLines lines(source);
+    OutlineLine line;
+    std::size_t expected = 0;
+    while (lines.next(line)) {
+        if (line.count != 2 && line.count != 3)
+            source.refuse("expected two or three numbers, found " + line.shown());
+        if (expected == 0) expected = line.count;
+        if (line.count != expected)
+            source.refuse("expected " + std::to_string(expected) +
+                          " numbers as in the lines before, found " + line.shown());
+        ERPoint3D place;
+        for (std::size_t k = 0; k < line.count; ++k) {
+            const ParsedNumber number = parse_number(line.field[k]);
+            if (!number) source.refuse(number_complaint(line.field[k], number.fault));
+            place[static_cast<int>(k)] = number.value;
+        }
+        result.places.push_back(place);
+        result.ids.push_back(std::to_string(result.places.size()));
+    }
+    result.in_space = expected == 3;
+    return result;
+}
+
+FitPoints read_table(TextSource& source) {
+    FitPoints result;
+    MeasuredReader reader(source);
+    MeasuredPoint point;
+    RepeatedIds repeated;
+    while (reader.next(point)) {
+        if (result.places.empty()) result.in_space = point.z.has_value();
+        if (point.z.has_value() != result.in_space)
+            source.refuse_at(point.line, result.in_space
+                                             ? "the z is missing that the rows before have"
+                                             : "a z, which the rows before don't have");
+        if (point.diameter) {
+            if (!result.diameter) result.diameter = point.diameter;
+            if (*point.diameter != *result.diameter)
+                source.refuse_at(point.line, "the diameter " + shortest(*point.diameter) +
+                                                 " is not that of the rows before, " +
+                                                 shortest(*result.diameter));
+        }
+        repeated.add(point.id, point.line);
+        result.ids.push_back(point.id);
+        result.places.emplace_back(point.x, point.y, point.z.value_or(0.0));
+    }
+    repeated.warn(source.name());
+    return result;
+}
+
+/// Whether the first line with something in it starts with a number.
+bool is_bare(const std::string& name, std::string_view text) {
+    TextSource source(name, text);
+    OutlineLines lines(source);
+    OutlineLine line;
+    return lines.next(line) && parse_number(line.field[0]).fault != NumberFault::not_a_number;
+}
+
+} // namespace
+
+FitPoints read_fit_points(TextSource& source) {
+    std::string text;
+    for (std::string_view line; source.next_line(line);)
+        text.append(line).push_back('\n');
+    TextSource again(source.name(), text);
+    FitPoints result = is_bare(source.name(), text) ? read_bare(again) : read_table(again);
+    if (result.places.empty()) source.refuse_whole("no points; expected at least two");
+    return result;
+}
+
+} // namespace velm::inspect

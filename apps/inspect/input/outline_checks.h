@@ -1,0 +1,35 @@
+// outline_checks.h: what the contours of a nominal file must have: `require_area`, `has_area`,
+// `is_arc_of_circle`, `require_areas`.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "inspect/input/text_source.h"
+#include "inspect/result/contour.h"
+
+namespace velm::inspect {
+
+/// Throws `Failure` (input), naming the line where the contour starts, unless it goes round an
+/// area: three different vertices at least that are not all on one line, or arcs that don't just
+/// lead back the same way; within what a double can hold.
+void require_area(const TextSource& source, std::size_t line, const Contour& contour);
+
+/// Whether `require_area` lets the contour pass.
+bool has_area(const Contour& contour);
+
+/// Whether the arc is a whole turn at most, about a finite centre with a radius.
+bool is_arc_of_circle(const ERArc2D& arc);
+
+/// A contour and the line where it starts.
+struct LocatedContour {
+    Contour contour;
+    std::size_t line;
+};
+
+/// Makes an outline of contours, its areas settled. Throws `Failure` (input), naming both lines,
+/// where two contours cross or coincide.
+void require_areas(const TextSource& source, std::vector<LocatedContour> contours,
+                   Outline& outline);
+
+} // namespace velm::inspect

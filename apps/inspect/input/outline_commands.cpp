@@ -1,0 +1,170 @@
+#include "inspect/input/outline_commands.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <numeric>
+#include <utility>
+
+#include "inspect/base/number_text.h"
+#include "inspect/base/text_escape.h"
+
+namespace velm::inspect {
+namespace {
+
+struct Form {
+    std::string_view letter;
+    std::size_t numbers;
+    bool has_sense; // ccw or cw behind the numbers
+    const char* text;
+    std::size_t fields() const { return 1 + numbers + (has_sense ? 1 : 0); }
+};
+constexpr std::array<Form, 5> forms{{{"M", 2, false, "M x y"},
+                                     {"L", 2, false, "L x y"},
+                                     {"A", 4, true, "A x y cx cy and ccw or cw"},
+                                     {"Z", 0, false, "Z alone"},
+                                     {"C", 3, false, "C cx cy r"}}};
+
+const Form* find_form(const OutlineLine& line) {
+    const auto form = std::find_if(forms.begin(), forms.end(),
+                                   [&](const Form& f) { return f.letter == line.field[0]; });
+    return form == forms.end() ? nullptr : &*form;
+}
+
+bool is_sense(std::string_view text) { return text == "ccw" || text == "cw"; }
+
+// How much the distances of an arc's ends from its centre may differ.
+double tolerated(const ERPoint2D& from, const ERPoint2D& to, const ERPoint2D& center,
+                 double radius) {
+    constexpr double six_digits = 1e6, part_of_radius = 1e3;
+    double largest = radius;
+    for (const ERPoint2D& p : {from, to, center})
+        largest = std::max({largest, std::fabs(p.x()), std::fabs(p.y())});
+    return std::min(largest / six_digits, radius / part_of_radius);
+}
+
+double distance_between(const ERPoint2D& a, const ERPoint2D& b) {
+    return std::hypot(b.x() - a.x(), b.y() - a.y());
+}
+
+} // namespace
+
+bool is_command(const OutlineLine& line) {
+    const Form* const form = find_form(line);
+    if (form == nullptr || line.count != form->fields()) return false;
+    for (std::size_t i = 1; i <= form->numbers; ++i)
+        if (parse_number(line.field[i]).fault == NumberFault::not_a_number) return false;
+    return !form->has_sense || is_sense(line.field[line.count - 1]);
+}
+
+bool starts_like_command(const OutlineLine& line) { return find_form(line) != nullptr; }
+
+void CommandReader::take(const OutlineLine& line) {
+    const Form* const form = find_form(line);
+    if (form == nullptr) source_.refuse("expected M, L, A, Z or C, found " + line.shown());
+    if (line.count != form->fields())
+        source_.refuse("expected " + std::string(form->text) + ", found " + line.shown());
+    switch (form->letter[0]) {
+    case 'M':
+        return move(line);
+    case 'L':
+        return go_straight(line);
+    case 'A':
+        return go_round(line);
+    case 'Z':
+        return close(line);
+    default:
+        return add_circle(line);
+    }
+}
+
+std::vector<LocatedContour> CommandReader::finish() {
+    end_contour();
+    return std::move(contours_);
+}
+
+double CommandReader::number(const OutlineLine& line, std::size_t field) const {
+    const ParsedNumber number = parse_number(line.field[field]);
+    if (!number) source_.refuse(number_complaint(line.field[field], number.fault));
+    return number.value;
+}
+
+ERPoint2D CommandReader::point(const OutlineLine& line, std::size_t field) const {
+    const double x = number(line, field);
+    return ERPoint2D(x, number(line, field + 1));
+}
+
+void CommandReader::require_open(const OutlineLine& line) const {
+    if (!open_)
+        source_.refuse("no contour is open for " + std::string(line.field[0]) +
+                       "; expected M or C");
+}
+
+void CommandReader::move(const OutlineLine& line) {
+    end_contour();
+    start_ = current_ = point(line, 1);
+    start_line_ = line.number;
+    open_ = Contour();
+}
+
+void CommandReader::go_straight(const OutlineLine& line) {
+    require_open(line);
+    const ERPoint2D to = point(line, 1);
+    if (to == current_) return;
+    open_->append(current_);
+    current_ = to;
+}
+
+void CommandReader::go_round(const OutlineLine& line) {
+    require_open(line);
+    const ERPoint2D to = point(line, 1), center = point(line, 3);
+    if (!is_sense(line.field[5]))
+        source_.refuse("expected ccw or cw, found '" + clipped(line.field[5], 40) + "'");
+    const double first = distance_between(center, current_), last = distance_between(center, to);
+    const double tolerance = tolerated(current_, to, center, std::max(first, last));
+    if (first == 0.0 || last == 0.0) source_.refuse("the centre of the arc is one of its ends");
+    if (!(std::fabs(first - last) <= tolerance))
+        source_.refuse("the ends of the arc are not equally far from its centre: " +
+                       shortest(first) + " and " + shortest(last) + " differ by more than " +
+                       fixed(tolerance, decimals_for(tolerance, 2)));
+
+    const double start = std::atan2(current_.y() - center.y(), current_.x() - center.x());
+    double end = to == current_ ? start : std::atan2(to.y() - center.y(), to.x() - center.x());
+    constexpr double turn = 2.0 * std::numbers::pi;
+    if (line.field[5] == "ccw" && end <= start) end += turn;
+    if (line.field[5] == "cw" && end >= start) end -= turn;
+    open_->append(current_, ERArc2D(center, std::midpoint(first, last), start, end));
+    current_ = to;
+}
+
+void CommandReader::close(const OutlineLine& line) {
+    require_open(line);
+    if (!(current_ == start_)) open_->append(current_);
+    current_ = start_;
+    require_area(source_, start_line_, *open_);
+    contours_.push_back({std::move(*open_), start_line_});
+    open_.reset();
+}
+
+void CommandReader::add_circle(const OutlineLine& line) {
+    end_contour();
+    const ERPoint2D center = point(line, 1);
+    const double radius = number(line, 3);
+    if (!(radius > 0.0))
+        source_.refuse("expected a positive radius, found '" + clipped(line.field[3], 40) + "'");
+    contours_.push_back({Contour::circle(center, radius), line.number});
+    require_area(source_, line.number, contours_.back().contour);
+}
+
+// What came back exactly to its start is closed without a Z too.
+void CommandReader::end_contour() {
+    if (!open_) return;
+    if (open_->size() == 0 || !(current_ == start_))
+        source_.refuse_at(start_line_, "the contour that starts here isn't closed; expected Z at "
+                                       "its end");
+    require_area(source_, start_line_, *open_);
+    contours_.push_back({std::move(*open_), start_line_});
+    open_.reset();
+}
+
+} // namespace velm::inspect

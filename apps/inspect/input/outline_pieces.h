@@ -1,0 +1,44 @@
+// outline_pieces.h: outlines told as loose pieces: `is_piece`, `PieceReader`.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "inspect/input/outline_checks.h"
+#include "inspect/input/outline_lines.h"
+
+namespace velm::inspect {
+
+/// Whether the line is four numbers in form: x1 y1 x2 y2.
+bool is_piece(const OutlineLine& line);
+
+/// Links straight pieces, in any order and direction, to contours: two ends are joined where they
+/// are nearer than the tolerance, and the contour takes one of them for its vertex. The contour of
+/// the largest area comes first.
+class PieceReader {
+public:
+    PieceReader(const TextSource& source, double tolerance)
+        : source_(source), tolerance_(tolerance) {}
+    /// Throws `Failure` (input) with the line and what was expected.
+    void take(const OutlineLine& line);
+    /// The contours, of which there may be none, each with the first line of its pieces. Throws
+    /// `Failure` (input), with the line and the place, about an end that meets no other one or
+    /// several, and a piece shorter than the tolerance.
+    std::vector<LocatedContour> finish();
+
+private:
+    struct Piece {
+        ERPoint2D a, b;
+        std::size_t line;
+    };
+
+    void require_pairs() const;
+    [[noreturn]] void refuse_gap(const ERPoint2D& end, const Piece& piece) const;
+    std::vector<LocatedContour> link() const;
+
+    const TextSource& source_;
+    double tolerance_;
+    std::vector<Piece> pieces_;
+};
+
+} // namespace velm::inspect

@@ -1,0 +1,147 @@
+#include "inspect/inspection/clip.h"
+
+#include <algorithm>
+#include <cmath>
+#include <deque>
+
+#include "inspect/base/output_set.h"
+#include "inspect/picture/clip_picture.h"
+#include "inspect/report/clip_reports.h"
+#include "velm/frame/point_functions.h"
+#include "velm/frame/val_vector.h"
+#include "velm/planar/region.h"
+
+namespace velm::inspect {
+namespace {
+
+// Largest coordinates between these suit a region as they are.
+constexpr double smallest_unscaled = 0.5;
+constexpr double largest_unscaled = 1e10;
+
+double length_of(const Polygon& line) {
+    double sum = 0.0;
+    for (int i = 1; i < line.size(); ++i)
+        sum += distance(line.data()[i - 1], line.data()[i]);
+    return sum;
+}
+
+double scale_for(const Outline& region, const std::vector<Polygon>& polylines) {
+    double largest = 0.0;
+    const auto note = [&largest](const Polygon& points) {
+        for (const ERPoint2D& p : points.view())
+            largest = std::max({largest, std::fabs(p.x()), std::fabs(p.y())});
+    };
+    for (const Contour& contour : region.contours)
+        note(contour.vertices());
+    for (const Polygon& line : polylines)
+        note(line);
+    if (largest >= smallest_unscaled && largest <= largest_unscaled) return 1.0;
+    return std::ldexp(1.0, std::clamp(10 - std::ilogb(largest), -1000, 1000));
+}
+
+Polygon scaled(Polygon points, double factor) {
+    if (factor != 1.0) {
+        for (ERPoint2D& p : points)
+            p *= factor;
+    }
+    return points;
+}
+
+// One area of the region, and the place of its pieces on their way.
+class AreaClipper : private ERDebugIntersect {
+public:
+    AreaClipper(const Outline& region, const Area& area, double factor)
+        : domain_(1 + static_cast<int>(area.holes.size()), 1) {
+        const auto add = [&](int contour) {
+            domain_.Add(
+                scaled(region.contours[static_cast<std::size_t>(contour)].vertices(), factor));
+        };
+        add(area.outer);
+        for (const int hole : area.holes)
+            add(hole);
+    }
+
+    struct Piece {
+        double start; // where on the polyline: its points counted, and parts between them
+        Polygon points;
+    };
+    void append_pieces(const Polygon& polyline, std::vector<Piece>& pieces) {
+        ERTValVector<Polygon> found;
+        stops_.clear();
+        domain_.Intersect(polyline, found, this);
+        // A piece is a run of stops; where the way repeats itself, the first run not passed yet.
+        auto at = stops_.begin();
+        for (const Polygon& piece : found) {
+            const auto points = piece.view();
+            const auto run =
+                std::search(at, stops_.end(), points.begin(), points.end(),
+                            [](const Stop& stop, const ERPoint2D& p) { return stop.point == p; });
+            pieces.push_back({run == stops_.end() ? 0.0 : run->parameter, piece});
+            if (run != stops_.end()) at = run + (piece.size() - 1);
+        }
+    }
+
+private:
+    struct Stop {
+        double parameter;
+        ERPoint2D point;
+    };
+    void onIntersect(_Intersect const* stop) override {
+        stops_.push_back({stop->parameter, stop->point});
+    }
+
+    ERRegion2D domain_;
+    std::vector<Stop> stops_;
+};
+
+void require_straight(const TextSource& source, const Outline& region) {
+    for (const Contour& contour : region.contours)
+        if (contour.has_arcs())
+            source.refuse_whole("the region has arcs; expected contours of straight edges");
+}
+
+} // namespace
+
+ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
+    const double factor = scale_for(region, polylines);
+    std::deque<AreaClipper> areas; // which stay where they are
+    for (const Area& area : region.areas)
+        areas.emplace_back(region, area, factor);
+    ClipResult result;
+    for (std::size_t i = 0; i < polylines.size(); ++i) {
+        std::vector<AreaClipper::Piece> pieces;
+        for (AreaClipper& area : areas)
+            area.append_pieces(scaled(polylines[i], factor), pieces);
+        std::stable_sort(pieces.begin(), pieces.end(),
+                         [](const auto& a, const auto& b) { return a.start < b.start; });
+        result.length += length_of(polylines[i]);
+        for (const AreaClipper::Piece& piece : pieces) {
+            const Polygon points = scaled(piece.points, 1.0 / factor);
+            result.pieces.push_back({static_cast<int>(i), points, length_of(points)});
+            result.length_inside += result.pieces.back().length;
+        }
+    }
+    return result;
+}
+
+ExitCode clip_polylines(const ClipOptions& options) {
+    TextSource region_file(options.region);
+    const Outline region = read_outline(region_file, options.form, options.chain_tolerance);
+    require_straight(region_file, region);
+    TextSource polyline_file(options.polyline);
+    const Polylines polylines = read_polylines(polyline_file);
+
+    OutputSet outputs;
+    Output* const json = outputs.add_if_asked(options.json);
+    Output* const svg = outputs.add_if_asked(options.svg);
+    const ClipResult result = clip(region, polylines.lines);
+    if (json != nullptr)
+        write_clip_json(*json, result, options, static_cast<int>(polylines.lines.size()));
+    if (svg != nullptr) svg->write(clip_picture(region, polylines, result, options));
+    if (Output* const text = outputs.add_text(options.quiet))
+        write_clip_text(*text, result, options);
+    outputs.commit();
+    return ExitCode::good;
+}
+
+} // namespace velm::inspect

@@ -1,0 +1,45 @@
+// clip.h: polylines cut down to a region: `ClipOptions`, `ClipResult`, `clip_polylines`.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inspect/base/failure.h"
+#include "inspect/input/outline_reader.h"
+#include "inspect/input/polyline_reader.h"
+
+namespace velm::inspect {
+
+struct ClipOptions {
+    std::string region;
+    std::string polyline;
+    std::optional<std::string> json, svg;
+    OutlineForm form = OutlineForm::automatic;
+    double chain_tolerance = default_chain_tolerance; ///< of loose pieces
+    bool quiet = false;
+};
+
+/// A part of a polyline that lies in the region, borders included.
+struct ClipPiece {
+    int polyline; ///< from 0, in the order of the file
+    Polygon points;
+    double length;
+};
+
+struct ClipResult {
+    std::vector<ClipPiece> pieces; ///< polyline by polyline, each along its way
+    double length_inside = 0.0;
+    double length = 0.0; ///< of all polylines
+};
+
+/// The pieces of the polylines that lie in an area of the region; a polyline that goes over from
+/// one area to another is cut there. Coordinates are scaled by a power of two, which is exact,
+/// where the tolerances of a region would not suit them.
+ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines);
+
+/// Reads both files, clips, and writes the pieces and the reports that are asked for; all outputs
+/// appear together at the end or not at all. Throws `Failure`.
+ExitCode clip_polylines(const ClipOptions& options);
+
+} // namespace velm::inspect

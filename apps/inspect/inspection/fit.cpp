@@ -1,0 +1,227 @@
+#include "inspect/inspection/fit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <span>
+
+#include "inspect/base/number_text.h"
+#include "inspect/base/output_set.h"
+#include "inspect/picture/fit_picture.h"
+#include "inspect/report/fit_reports.h"
+#include "velm/measure/orthogonal_fit.h"
+
+namespace velm::inspect {
+namespace {
+
+void refuse_unless_fitted(FitOutcome outcome, const FitOptions& options, std::size_t count) {
+    if (outcome == FitOutcome::fitted) return;
+    const std::string what = std::string("no ") + kind_name(options.kind);
+    std::string why = outcome_text(outcome);
+    if (outcome == FitOutcome::too_few_points)
+        why += ": " + std::to_string(count) + " of at least " +
+               (options.kind == FitKind::line ? "2" : "3");
+    throw Failure(ExitCode::input, options.points + ": " + what + " can be fitted: " + why);
+}
+
+ERVector3D raised(const ERVector2D& v) { return {v.i(), v.j(), 0.0}; }
+ERPoint3D raised(const ERPoint2D& p) { return {p.x(), p.y(), 0.0}; }
+
+std::vector<ERPoint2D> flattened(const std::vector<ERPoint3D>& points) {
+    std::vector<ERPoint2D> result;
+    result.reserve(points.size());
+    for (const ERPoint3D& p : points)
+        result.emplace_back(p.x(), p.y());
+    return result;
+}
+
+/// The sense in which the largest component is positive.
+double main_sense(const ERVector3D& v) {
+    return v[static_cast<int>(v.axeOptimum())] < 0.0 ? -1.0 : 1.0;
+}
+
+/// Axes in the plane across n: u as near to the x axis as can be, or to the y axis.
+void axes_across(const ERVector3D& n, ERVector3D& u, ERVector3D& v) {
+    const ERVector3D near(std::fabs(n.i()) < 0.9 ? Coord3D_X : Coord3D_Y);
+    u = (near - n * (near * n)).getnormalized();
+    v = n ^ u;
+}
+
+/// Half the ball's diameter with the sign of the side that grows a circle: towards the material in
+/// a bore. 0 without a ball.
+double ball_shift(const FitResult& result) {
+    return result.side == BallSide::inside    ? result.ball / 2.0
+           : result.side == BallSide::outside ? -result.ball / 2.0
+                                              : 0.0;
+}
+
+/// What a fit in a plane of space gives: residuals, and the places in that plane about `middle`.
+template <class Fit>
+void take_plane(FitResult& result, const Fit& fit, const ERPoint3D& middle,
+                const FitPoints& points) {
+    ERVector3D u, v;
+    axes_across(fit.normal, u, v);
+    for (const ERPoint3D& p : points.places) {
+        const ERVector3D way(middle, p);
+        result.residuals.push_back(fit.residual(p));
+        result.places.emplace_back(way * u, way * v);
+    }
+    result.axis = fit.normal;
+    result.point = middle;
+}
+
+template <class Fit>
+void take_circle(FitResult& result, const Fit& fit) {
+    result.radius = fit.radius;
+    result.steps = fit.iteration.steps;
+    result.last_step = fit.iteration.last_step;
+}
+
+void fit_plane_to(FitResult& result, const FitOptions& options, const FitPoints& points) {
+    if (!points.in_space)
+        throw Failure(ExitCode::input, options.points + ": a plane needs points with a z");
+    const PlaneFit fit = fit_plane(points.places);
+    refuse_unless_fitted(fit.outcome, options, points.places.size());
+    take_plane(result, fit, fit.centroid, points);
+    result.point = fit.centroid + fit.normal * ball_shift(result);
+}
+
+void fit_line_to(FitResult& result, const FitOptions& options, const FitPoints& points) {
+    if (points.in_space) {
+        const LineFit3D fit = fit_line(points.places);
+        refuse_unless_fitted(fit.outcome, options, points.places.size());
+        for (const ERPoint3D& p : points.places) {
+            result.residuals.push_back(fit.residual(p));
+            result.places.emplace_back(ERVector3D(fit.centroid, p) * fit.direction, 0.0);
+        }
+        result.axis = fit.direction;
+        result.point = fit.centroid;
+        return;
+    }
+    const LineFit2D fit = fit_line(flattened(points.places));
+    refuse_unless_fitted(fit.outcome, options, points.places.size());
+    const ERVector2D right(fit.direction.j(), -fit.direction.i());
+    const ERVector2D normal = right * main_sense(raised(right));
+    for (const ERPoint3D& p : points.places) {
+        const ERVector2D way(fit.centroid, ERPoint2D(p.x(), p.y()));
+        result.residuals.push_back(way * normal);
+        result.places.emplace_back(way * fit.direction, 0.0);
+    }
+    result.axis = raised(fit.direction);
+    result.point = raised(fit.centroid + normal * ball_shift(result));
+}
+
+void fit_circle_to(FitResult& result, const FitOptions& options, const FitPoints& points) {
+    const std::size_t count = points.places.size();
+    if (points.in_space) {
+        const CircleFit3D fit = fit_circle(points.places);
+        refuse_unless_fitted(fit.outcome, options, count);
+        take_plane(result, fit, fit.center, points);
+        take_circle(result, fit);
+        result.flatness_rms = fit.plane_rms;
+    } else {
+        const std::vector<ERPoint2D> flat = flattened(points.places);
+        const CircleFit2D fit = fit_circle(flat);
+        refuse_unless_fitted(fit.outcome, options, count);
+        for (const ERPoint2D& p : flat) {
+            result.residuals.push_back(fit.residual(p));
+            result.places.emplace_back(ERVector2D(fit.center, p));
+        }
+        result.axis = ERVector3D(Coord3D_Z);
+        result.point = raised(fit.center);
+        take_circle(result, fit);
+    }
+    result.radius += ball_shift(result);
+    if (!(result.radius > 0.0))
+        throw Failure(ExitCode::input, options.points + ": the ball of " + shortest(result.ball) +
+                                           " is as large as the circle of its centres");
+}
+
+/// The ball and its side, from the command line and the file.
+void settle_ball(FitResult& result, const FitOptions& options, const FitPoints& points) {
+    result.ball = points.diameter.value_or(options.diameter.value_or(0.0));
+    result.side = options.side;
+    const char* const given = options.side == BallSide::inside ? "--inside" : "--outside";
+    if (options.side != BallSide::unknown && !points.diameter && !options.diameter)
+        throw Failure(ExitCode::usage,
+                      std::string(given) + ": there is no ball; give its --diameter");
+    if (options.side != BallSide::unknown && options.kind == FitKind::line && points.in_space)
+        throw Failure(ExitCode::usage, std::string(given) + ": a line in space has no side");
+    if (options.side == BallSide::unknown && options.kind == FitKind::circle && result.ball > 0.0)
+        throw Failure(ExitCode::usage, "the points are centres of a ball of " +
+                                           shortest(result.ball) +
+                                           ": give --inside for a bore, --outside for a shaft");
+}
+
+void summarise(FitResult& result, const FitOptions& options, const FitPoints& points) {
+    constexpr double largest = 1e150; // whose square is a double
+    result.summary.tolerance = result.tolerance;
+    for (std::size_t n = 0; n < result.residuals.size(); ++n) {
+        if (!(std::fabs(result.residuals[n]) <= largest))
+            throw Failure(ExitCode::input, options.points + ", id '" + points.ids[n] +
+                                               "': the point lies too far away to be compared");
+        result.summary.add(result.row(points, n));
+    }
+    const RunningStatistics& deviations = result.summary.deviations;
+    result.peak_to_valley = result.kind == FitKind::line && result.in_space
+                                ? 2.0 * deviations.maximum()
+                                : deviations.maximum() - deviations.minimum();
+}
+
+} // namespace
+
+const char* kind_name(FitKind kind) {
+    return kind == FitKind::plane ? "plane" : kind == FitKind::line ? "line" : "circle";
+}
+
+Judged FitResult::row(const FitPoints& points, std::size_t index) const {
+    Judged row;
+    row.id = points.ids[index];
+    row.deviation = residuals[index];
+    row.severity = std::fabs(row.deviation);
+    if (tolerance) {
+        row.severity = std::fabs(row.deviation - tolerance->middle());
+        row.in_tolerance = tolerance->contains(row.deviation);
+    }
+    return row;
+}
+
+const char* FitResult::form_name() const {
+    return kind == FitKind::plane  ? "flatness"
+           : kind == FitKind::line ? "straightness"
+                                   : "roundness";
+}
+
+FitResult fit_points(const FitOptions& options, const FitPoints& points) {
+    FitResult result;
+    result.kind = options.kind;
+    result.in_space = points.in_space;
+    result.tolerance = options.tolerance;
+    settle_ball(result, options, points);
+    if (options.kind == FitKind::plane) fit_plane_to(result, options, points);
+    if (options.kind == FitKind::line) fit_line_to(result, options, points);
+    if (options.kind == FitKind::circle) fit_circle_to(result, options, points);
+    summarise(result, options, points);
+    return result;
+}
+
+ExitCode run_fit(const FitOptions& options) {
+    TextSource source(options.points);
+    const FitPoints points = read_fit_points(source);
+    const FitResult result = fit_points(options, points);
+
+    OutputSet outputs;
+    const auto write = [&](const std::optional<std::string>& path, auto text) {
+        if (Output* const output = outputs.add_if_asked(path))
+            output->write(text(output->is_terminal()));
+    };
+    write(options.json,
+          [&](bool on_terminal) { return fit_json(result, points, options.points, on_terminal); });
+    write(options.csv, [&](bool on_terminal) { return fit_csv(result, points, on_terminal); });
+    write(options.svg, [&](bool) { return fit_svg(result, points, options.points); });
+    if (Output* const table = outputs.add_text(options.quiet))
+        table->write(fit_table(result, points, options.points));
+    outputs.commit();
+    return result.summary.out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+}
+
+} // namespace velm::inspect

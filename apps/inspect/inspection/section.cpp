@@ -1,0 +1,61 @@
+#include "inspect/inspection/section.h"
+
+#include "inspect/input/outline_reader.h"
+#include "inspect/inspection/section_alignment.h"
+#include "inspect/inspection/section_points.h"
+#include "inspect/keep/section_archive.h"
+#include "inspect/keep/section_store.h"
+
+namespace velm::inspect {
+namespace {
+
+std::vector<SectionRow> read_all(SectionPoints& points) {
+    std::vector<SectionRow> rows;
+    SectionRow row;
+    while (points.next(row))
+        rows.push_back(row);
+    return rows;
+}
+
+} // namespace
+
+ExitCode inspect_section(const SectionOptions& options) {
+    TextSource nominal(options.nominal);
+    const Outline outline = read_outline(nominal, options.form, options.chain_tolerance);
+    const Profile profile(outline);
+    SectionPoints points(options, profile);
+    SectionHead head{options.nominal, options.measured,   options.tolerance,
+                     options.frame,   options.max_height, {}};
+    std::vector<SectionRow> aligned;
+    if (options.align) {
+        aligned = read_all(points);
+        head.alignment = align_section(aligned, profile, points.name());
+    }
+
+    SectionOutputs outputs(head, outline, options.paths);
+    std::optional<SectionStore> store;
+    if (options.store) store.emplace(outputs.set(), *options.store, outline, head);
+    std::optional<SectionArchive> archive;
+    if (options.archive) archive.emplace(outputs.set(), *options.archive, outline, head);
+    const auto take = [&](SectionRow& row) {
+        judge(row, options.tolerance);
+        outputs.add(row);
+        if (store) store->add(row);
+        if (archive) archive->add(row);
+    };
+    SectionRow row;
+    if (options.align) {
+        for (SectionRow& each : aligned)
+            take(each);
+    } else {
+        while (points.next(row))
+            take(row);
+    }
+    if (store) store->finish(outputs.summary());
+    if (archive) archive->finish(outputs.summary());
+    outputs.finish();
+    points.warn_of_repeated_ids();
+    return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+}
+
+} // namespace velm::inspect

@@ -1,0 +1,65 @@
+#include "inspect/inspection/section_alignment.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "inspect/base/failure.h"
+#include "inspect/inspection/section_points.h"
+
+namespace velm::inspect {
+
+namespace {
+
+// A power of two, which is exact, for parts so small that squares would leave the range of doubles.
+double scale_for(std::span<const SectionRow> rows) {
+    constexpr double smallest_unscaled = 1e-100;
+    double largest = 0.0;
+    for (const SectionRow& row : rows)
+        for (const ERPoint2D& p : {row.measured, row.comparison.foot})
+            largest = std::max({largest, std::fabs(p.x()), std::fabs(p.y())});
+    return largest >= smallest_unscaled || largest == 0.0
+               ? 1.0
+               : std::ldexp(1.0, std::min(-std::ilogb(largest), 1000));
+}
+
+} // namespace
+
+AppliedAlignment align_section(std::span<SectionRow> rows, const Profile& profile,
+                               const std::string& name) {
+    const double scale = scale_for(rows);
+    std::vector<ERPoint2D> points;
+    points.reserve(rows.size());
+    for (const SectionRow& row : rows)
+        points.push_back(row.measured * scale);
+    const velm::NominalOf2D place = [&](std::size_t number, const ERPoint2D& p) {
+        const Comparison found = profile.compare(p / scale);
+        const double radius = rows[number].diameter / 2.0;
+        return velm::NominalPlace2D{(found.foot + radius * found.outward) * scale, found.outward};
+    };
+    const velm::AlignmentOptions options;
+    velm::Alignment2D found = velm::align(points, place, options);
+    if (!found.converged)
+        throw Failure(ExitCode::input, name + ": " + unconverged_text(found, options));
+
+    found.motion.tx /= scale;
+    found.motion.ty /= scale;
+    for (velm::HeldFreedom& freedom : found.held)
+        freedom.through /= scale;
+    AppliedAlignment result = applied(found, options);
+    RunningStatistics before, after;
+    for (SectionRow& row : rows) {
+        row.deviation_before = row.deviation;
+        row.aligned = result.moved(row.measured);
+        if (!compare(row, profile))
+            throw Failure(ExitCode::input, name + ": the aligned points lie too far from the "
+                                                  "outline to be compared");
+        before.add(*row.deviation_before);
+        after.add(row.deviation);
+    }
+    result.before = spread_of(before);
+    result.after = spread_of(after);
+    return result;
+}
+
+} // namespace velm::inspect

@@ -1,0 +1,49 @@
+// section_points.h: `SectionPoints`, the measured points of a section, compared with its outline.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "inspect/base/progress.h"
+#include "inspect/base/repeated_ids.h"
+#include "inspect/input/measured_reader.h"
+#include "inspect/inspection/section.h"
+#include "inspect/result/section_result.h"
+
+namespace velm::inspect {
+
+/// Compares a row's placed point; false where it lies too far from the outline for that.
+bool compare(SectionRow& row, const Profile& profile);
+
+/// Reads the rows of a section's measured points one by one, brings them into the section's frame
+/// where there is one, and compares them; tells on stderr how far it is. Throws `Failure` (input).
+class SectionPoints {
+public:
+    /// The options and the profile must outlive this.
+    SectionPoints(const SectionOptions& options, const Profile& profile);
+
+    /// The next point, compared but not judged. Behind the last false, once it is known that there
+    /// are points and that none lies too far off the plane of the section.
+    bool next(SectionRow& row);
+    const std::string& name() const { return source_.name(); }
+    /// On stderr, at the end.
+    void warn_of_repeated_ids() const { repeated_.warn(name()); }
+
+private:
+    void place(SectionRow& row) const;
+    void note_height(const SectionRow& row);
+    void finish();
+
+    const SectionOptions& options_;
+    const Profile& profile_;
+    TextSource source_;
+    MeasuredReader reader_;
+    MeasuredPoint point_; // the one read last
+    std::uint64_t count_ = 0;
+    RepeatedIds repeated_;
+    Progress progress_;
+    std::uint64_t stray_count_ = 0; // points too far off the plane of the section
+    std::string stray_names_;       // of the first ones
+};
+
+} // namespace velm::inspect

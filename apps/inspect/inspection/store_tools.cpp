@@ -1,0 +1,244 @@
+#include "inspect/inspection/store_tools.h"
+
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+#include "inspect/base/number_text.h"
+#include "inspect/base/output_set.h"
+#include "inspect/base/table.h"
+#include "inspect/base/text_escape.h"
+#include "inspect/keep/store_export.h"
+#include "inspect/keep/store_file.h"
+#include "inspect/keep/stored_inspections.h"
+#include "velm/store/store_check.h"
+#include "velm/store/store_salvage.h"
+#include "velm/version.h"
+
+namespace velm::inspect {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string count_text(long count) {
+    return grouped(static_cast<std::uint64_t>(std::max(count, 0l)), ",");
+}
+
+// The properties of all records that have some: each record begins with their count.
+long count_properties(const StoreImage& image) {
+    long total = 0;
+    for (const RecordImage& record : image.records) {
+        if (image.class_name(record.signature) != "ERDBObject") continue;
+        const std::string guts = image.guts(record);
+        std::int32_t count = 0;
+        if (guts.size() >= sizeof count) std::memcpy(&count, guts.data(), sizeof count);
+        total += std::max(count, 0);
+    }
+    return total;
+}
+
+Json faults_json(const StoreFaults& faults) {
+    Json list = Json::array();
+    for (const StoreFault& fault : faults.list())
+        list.push_back({{"offset", fault.offset}, {"what", fault.what}});
+    return list;
+}
+
+std::string faults_text(const StoreFaults& faults) {
+    std::string text;
+    for (const StoreFault& fault : faults.list())
+        text += "offset " + std::to_string(fault.offset) + ": " + fault.what + "\n";
+    if (faults.count() > faults.list().size())
+        text += "and " + count_text(static_cast<long>(faults.count() - faults.list().size())) +
+                " more\n";
+    return text;
+}
+
+// What a mode tells: a text for people, the same for programs, and how the program ends.
+struct Told {
+    std::string text;
+    Json json;
+    ExitCode code = ExitCode::good;
+};
+
+// The inspections that `report` may be asked for. A damaged file may have none that can be read.
+void list_inspections(const StoreOptions& options, Told& told) {
+    Table table({{"record"}, {"inspection", false}, {"points"}, {"out of tolerance"}});
+    Json list = Json::array();
+    try {
+        StoreReader reader(options.file);
+        for (const StoredInspection& inspection : list_inspections(reader)) {
+            const RecordFields fields = inspection.fields(reader);
+            const auto count = [&](RecordKey key) {
+                return fields.has(key) ? Json(fields.count(key)) : Json();
+            };
+            const Json points = count(RecordKey::count), out = count(RecordKey::out_of_tolerance);
+            const auto shown = [](const Json& number) {
+                return number.is_null() ? "-" : grouped(number.get<std::uint64_t>(), ",");
+            };
+            table.add(
+                {std::to_string(inspection.number), inspection.title(), shown(points), shown(out)});
+            list.push_back({{"record", inspection.number},
+                            {"kind", fields.kind()},
+                            {"title", inspection.title()},
+                            {"points", points},
+                            {"out_of_tolerance", out}});
+        }
+    } catch (const Failure&) {
+    }
+    if (!list.empty()) told.text += "\n" + table.text();
+    told.json["inspections"] = std::move(list);
+}
+
+Told list(const StoreOptions& options) {
+    require_store(options.file, options.file);
+    const StoreReport report = check_store(options.file.c_str());
+    const long properties = count_properties(StoreImage(options.file.c_str()));
+    Table classes({{"class", false}, {"objects"}, {"signature"}, {"", false}});
+    Json class_list = Json::array();
+    for (const StoreReport::Class& c : report.classes) {
+        const bool known = ERClassRegistration::findClassRegistration(c.name.c_str()) != nullptr;
+        classes.add({c.name, count_text(c.objects), std::to_string(c.signature),
+                     known ? "" : "unknown here"});
+        class_list.push_back({{"name", c.name},
+                              {"signature", c.signature},
+                              {"objects", c.objects},
+                              {"known", known}});
+    }
+    Table figures({{"", false}, {""}});
+    figures.add({"version", std::to_string(report.version)});
+    figures.add({"objects", count_text(report.objects)});
+    figures.add({"indices", count_text(report.indices)});
+    figures.add({"properties", count_text(properties)});
+    figures.add({"last identifier", count_text(report.last_identifier)});
+    figures.add({"file, bytes", count_text(report.file_length)});
+    figures.add({"free, bytes", count_text(report.free_bytes)});
+    figures.add({"waste, bytes", count_text(report.waste_bytes)});
+    figures.add({"faults", count_text(static_cast<long>(report.faults.count()))});
+    Told told;
+    told.text = classes.text() + "\n" + figures.text();
+    told.json = {{"version", report.version},         {"classes", class_list},
+                 {"objects", report.objects},         {"indices", report.indices},
+                 {"properties", properties},          {"last_identifier", report.last_identifier},
+                 {"file_bytes", report.file_length},  {"free_bytes", report.free_bytes},
+                 {"waste_bytes", report.waste_bytes}, {"faults", report.faults.count()}};
+    list_inspections(options, told);
+    return told;
+}
+
+Told check(const StoreOptions& options) {
+    const StoreReport report = check_store(options.file.c_str());
+    Told told;
+    told.text = faults_text(report.faults);
+    told.text += report.sound()
+                     ? "sound: " + count_text(report.objects) + " objects, " +
+                           count_text(report.waste_bytes) + " bytes of waste\n"
+                     : count_text(static_cast<long>(report.faults.count())) + " faults\n";
+    told.json = {{"sound", report.sound()},
+                 {"objects", report.objects},
+                 {"waste_bytes", report.waste_bytes},
+                 {"fault_count", report.faults.count()},
+                 {"faults", faults_json(report.faults)}};
+    told.code = report.sound() ? ExitCode::good : ExitCode::input;
+    return told;
+}
+
+Told write_texts(const StoreOptions& options, OutputSet& outputs) {
+    require_store(options.file, options.file);
+    const std::string folder = outputs.add_new_folder(options.target);
+    const std::size_t objects = export_texts(options.file, folder, options.target);
+    Told told;
+    told.text = count_text(static_cast<long>(objects)) + " objects in " +
+                terminal_text(options.target) + "\n";
+    told.json = {{"folder", options.target}, {"objects", objects}};
+    return told;
+}
+
+// Writes the new file under its working name; what fails there is told of the name it is to have.
+SalvageReport write_rebuilt(const StoreOptions& options, const std::string& working_name) {
+    try {
+        return options.mode == StoreMode::salvage
+                   ? salvage_store(options.file.c_str(), working_name.c_str(), options.orphans)
+                   : compact_store(options.file.c_str(), working_name.c_str());
+    } catch (CFileException* failure) {
+        call_by_name(*failure, working_name, options.target);
+        if (options.mode == StoreMode::salvage || failure->m_cause != CFileException::invalidFile)
+            throw;
+        failure->Delete();
+        throw Failure(ExitCode::input, options.file +
+                                           ": its trees have faults, which --check names; rebuild "
+                                           "it: velm-inspect store " +
+                                           options.file + " --salvage NEW");
+    }
+}
+
+Told rebuild(const StoreOptions& options, OutputSet& outputs) {
+    const bool salvage = options.mode == StoreMode::salvage;
+    if (!salvage) {
+        require_store(options.file, options.file);
+        require_true_counters(options.file, options.file);
+    }
+    const SalvageReport report = write_rebuilt(options, outputs.add_new_by_name(options.target));
+    if (report.objects == 0) require_store(options.file, options.file); // nothing of a foreign file
+    Told told;
+    Json orphans = Json::array();
+    Table table({{"orphan at"}, {"bytes"}, {"class", false}, {"restored as"}});
+    for (const SalvageReport::Orphan& orphan : report.orphans) {
+        const bool restored = orphan.identifier >= 0;
+        table.add({std::to_string(orphan.offset), count_text(orphan.size), orphan.class_name,
+                   restored ? std::to_string(orphan.identifier) : "-"});
+        orphans.push_back({{"offset", orphan.offset},
+                           {"bytes", orphan.size},
+                           {"class", orphan.class_name},
+                           {"identifier", restored ? Json(orphan.identifier) : Json()}});
+    }
+    told.text = faults_text(report.faults);
+    if (!report.orphans.empty()) told.text += table.text();
+    told.text += count_text(report.objects) + " objects in " + terminal_text(options.target);
+    if (salvage)
+        told.text += ", " + count_text(report.from_lost_nodes) + " of them from lost nodes";
+    told.text += "\n";
+    told.json = {{"new", options.target},
+                 {"objects", report.objects},
+                 {"from_lost_nodes", report.from_lost_nodes},
+                 {"indices", report.indices},
+                 {"classes", report.classes},
+                 {"orphans", orphans},
+                 {"fault_count", report.faults.count()},
+                 {"faults", faults_json(report.faults)}};
+    return told;
+}
+
+constexpr const char* mode_names[] = {"list", "check", "export", "salvage", "compact"};
+
+} // namespace
+
+ExitCode run_store(const StoreOptions& options) {
+    OutputSet outputs;
+    Output* const json_output = outputs.add_if_asked(options.json);
+    const Told told = with_store(options.file, [&] {
+        switch (options.mode) {
+        case StoreMode::list:
+            return list(options);
+        case StoreMode::check:
+            return check(options);
+        case StoreMode::export_texts:
+            return write_texts(options, outputs);
+        default:
+            return rebuild(options, outputs);
+        }
+    });
+    if (json_output != nullptr) {
+        Json json = {{"velm", VELM_VERSION_STRING},
+                     {"command", "store"},
+                     {"mode", mode_names[static_cast<int>(options.mode)]},
+                     {"file", options.file}};
+        json.update(told.json);
+        json_output->write(
+            json.dump(1, ' ', json_output->is_terminal(), Json::error_handler_t::replace) + "\n");
+    }
+    if (Output* const text = outputs.add_text(false)) text->write(told.text);
+    outputs.commit();
+    return told.code;
+}
+
+} // namespace velm::inspect

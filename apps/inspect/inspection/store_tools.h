@@ -1,0 +1,26 @@
+// store_tools.h: what the subcommand `store` does with an object file: `StoreOptions`, `run_store`.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "inspect/base/failure.h"
+
+namespace velm::inspect {
+
+enum class StoreMode { list, check, export_texts, salvage, compact };
+
+struct StoreOptions {
+    std::string file;
+    StoreMode mode = StoreMode::list;
+    std::string target; ///< the new file or folder
+    bool orphans = false;
+    std::optional<std::string> json;
+};
+
+/// Tells what the file holds or whether it is sound, writes its objects as texts, or writes a clean
+/// file. The file itself is never written. A check that finds faults ends with `input`. Throws
+/// `Failure`.
+ExitCode run_store(const StoreOptions& options);
+
+} // namespace velm::inspect

@@ -1,0 +1,28 @@
+// targets.h: the inspection of single points against their nominal: `TargetOptions`,
+// `inspect_targets`.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "inspect/base/failure.h"
+#include "inspect/report/target_outputs.h"
+#include "inspect/result/summary.h"
+
+namespace velm::inspect {
+
+struct TargetOptions {
+    std::string table;
+    std::optional<Tolerance> tolerance;
+    TargetPaths paths; ///< of the reports
+    std::optional<std::string> store, archive;
+    bool skip_bad = false; ///< rows that can't be used are told and left out, not refused
+    bool align = false;    ///< measured points are first brought onto the nominal by the best fit
+};
+
+/// Compares each measured point of a table with its nominal one, and writes the table, the summary
+/// and the reports that are asked for. All outputs appear together at the end or not at all. Throws
+/// `Failure`.
+ExitCode inspect_targets(const TargetOptions& options);
+
+} // namespace velm::inspect

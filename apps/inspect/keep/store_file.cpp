@@ -1,0 +1,71 @@
+#include "inspect/keep/store_file.h"
+
+#include <filesystem>
+
+#include "velm/platform/file.h"
+#include "velm/store/file_space.h"
+#include "velm/store/store_image.h"
+
+namespace velm::inspect {
+
+Failure store_failure(CFileException* exception, const std::string& path) {
+    const int cause = exception->m_cause;
+    char text[400] = "";
+    exception->GetErrorMessage(text, sizeof text);
+    const std::string known = exception->m_strFileName;
+    exception->Delete();
+    const bool misunderstood = cause == CFileException::invalidFile ||
+                               cause == CFileException::endOfFile ||
+                               cause == CFileException::badSeek;
+    if (misunderstood) return Failure(ExitCode::input, path + ": is no sound object file");
+    // The message names the file where the exception knew it.
+    const std::string sentence = text;
+    const bool names_it = !known.empty() && sentence.find(known) != std::string::npos;
+    return Failure(ExitCode::file, names_it ? sentence : path + ": " + sentence);
+}
+
+void call_by_name(CFileException& exception, const std::string& working_copy,
+                  const std::string& name) {
+    using Path = std::filesystem::path;
+    if (Path(exception.m_strFileName).filename() == Path(working_copy).filename())
+        exception.m_strFileName = name;
+}
+
+void require_store(const std::string& path, const std::string& name) {
+    const auto refuse = [&](const std::string& why) {
+        throw Failure(ExitCode::input, name + ": " + why);
+    };
+    with_store(name, [&] {
+        CFile file(path.c_str(), UINT(CFile::modeRead) | CFile::shareDenyWrite);
+        std::int32_t head[3] = {}; // the start, the end of data, and the size of a node
+        bool is_known = file.Read(head, sizeof head) == sizeof head &&
+                        head[2] == ERFileManager::node_size &&
+                        head[0] >= ERFileManager::first_block;
+        DatabaseHeader header;
+        if (is_known) {
+            file.Seek(head[0], CFile::begin);
+            is_known = file.Read(&header, sizeof header) == sizeof header;
+        }
+        if (!is_known)
+            refuse("is no object file: expected the word 268 at offset 8 and a database header");
+        if (header.version > DatabaseHeader::current_version)
+            refuse("has version " + std::to_string(header.version) +
+                   "; this program reads versions up to " +
+                   std::to_string(DatabaseHeader::current_version));
+    });
+}
+
+void require_true_counters(const std::string& path, const std::string& name) {
+    if (with_store(name, [&] { return counters_are_stale(path.c_str()); }))
+        refuse_stale_counters(name);
+}
+
+void refuse_stale_counters(const std::string& name) {
+    throw Failure(ExitCode::input,
+                  name +
+                      ": its counters are behind its contents, as a program leaves them that was "
+                      "stopped; rebuild it first: velm-inspect store " +
+                      name + " --salvage NEW");
+}
+
+} // namespace velm::inspect

@@ -1,0 +1,39 @@
+// store_file.h: object files as the program meets them: `require_store`, `store_failure`.
+#pragma once
+
+#include <string>
+
+#include "inspect/base/failure.h"
+#include "velm/platform/file_exception.h"
+
+namespace velm::inspect {
+
+/// The sentence for a file exception, which is given up: what can't be understood is `input`, all
+/// else `file`.
+Failure store_failure(CFileException* exception, const std::string& path);
+
+/// Makes an exception about a working copy one about the file that it is to become.
+void call_by_name(CFileException& exception, const std::string& working_copy,
+                  const std::string& name);
+
+/// Runs `work`, turning file exceptions about `path` or its working copy into failures.
+template <class Work>
+auto with_store(const std::string& path, Work work, const std::string& working_copy = {}) {
+    try {
+        return work();
+    } catch (CFileException* exception) {
+        if (!working_copy.empty()) call_by_name(*exception, working_copy, path);
+        throw store_failure(exception, path);
+    }
+}
+
+/// Refuses (input) what is no object file of a version that is understood. The sentence calls the
+/// file `name`.
+void require_store(const std::string& path, const std::string& name);
+
+/// Refuses (input) a file that must not be written because its counters are behind its trees, as a
+/// killed process leaves them; names --salvage.
+void require_true_counters(const std::string& path, const std::string& name);
+[[noreturn]] void refuse_stale_counters(const std::string& name);
+
+} // namespace velm::inspect

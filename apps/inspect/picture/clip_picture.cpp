@@ -1,0 +1,119 @@
+#include "inspect/picture/clip_picture.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "inspect/base/number_text.h"
+#include "inspect/base/text_escape.h"
+#include "inspect/picture/deviation_scale.h"
+#include "inspect/picture/svg_canvas.h"
+
+namespace velm::inspect {
+namespace {
+
+constexpr double border = 40.0;
+constexpr CanvasBox drawing{border, 100.0, SvgCanvas::width - 2.0 * border, 620.0};
+constexpr double least_step = 0.3; // of drawn lines, in picture units
+constexpr std::size_t most_dots = 2000;
+
+/// From the model to the page.
+class Placement {
+public:
+    explicit Placement(const ERMinimax2D& box) {
+        const double width = std::max(box.xmax - box.xmin, 0.0);
+        const double height = std::max(box.ymax - box.ymin, 0.0);
+        unit_ = std::min(width > 0.0 ? drawing.width / width : 1e300,
+                         height > 0.0 ? drawing.height / height : 1e300);
+        x_ = box.xmin + width / 2.0;
+        y_ = box.ymin + height / 2.0;
+    }
+    CanvasPoint operator()(const ERPoint2D& p) const {
+        return {drawing.left + drawing.width / 2.0 + (p.x() - x_) * unit_,
+                drawing.top + drawing.height / 2.0 - (p.y() - y_) * unit_};
+    }
+    double unit() const { return unit_; }
+
+private:
+    double unit_, x_, y_;
+};
+
+/// Path data of a line; points that fall on the one before are left out, but for the last.
+std::string path_of(const Polygon& points, const Placement& place) {
+    std::string data;
+    CanvasPoint last;
+    const int count = points.size();
+    for (int i = 0; i < count; ++i) {
+        const CanvasPoint p = place(points.data()[i]);
+        if (i > 0 && i + 1 < count && std::hypot(p.x - last.x, p.y - last.y) < least_step) continue;
+        data += (i == 0 ? "M" : "L") + svg_point(p);
+        last = p;
+    }
+    return data;
+}
+
+void draw_bar(SvgCanvas& canvas, const Placement& place) {
+    const double length = round_step_below(120.0 / place.unit());
+    const double right = border + length * place.unit(), at = SvgCanvas::height - 30.0;
+    canvas.path("M" + svg_point({border, at - 5.0}) + "V" + svg_number(at) + "H" +
+                    svg_number(right) + "V" + svg_number(at - 5.0),
+                "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
+    canvas.text({right + 8.0, at + 1.0}, shortest(length), 11.0);
+}
+
+void draw_legend(SvgCanvas& canvas, const ClipResult& result) {
+    const double at = SvgCanvas::height - 30.0;
+    const double share = result.length > 0.0 ? 100.0 * result.length_inside / result.length : 0.0;
+    const int decimals = decimals_for(result.length, 6);
+    canvas.line({420.0, at - 4.0}, {460.0, at - 4.0}, "stroke=\"#0b5394\" stroke-width=\"2.6\"");
+    canvas.text({468.0, at},
+                "in the region: " + fixed(result.length_inside, decimals) + " (" + fixed(share, 2) +
+                    " %)",
+                12.0);
+    canvas.line({760.0, at - 4.0}, {800.0, at - 4.0}, "stroke=\"#9aa5b1\" stroke-width=\"1\"");
+    canvas.text({808.0, at}, "polylines: " + fixed(result.length, decimals), 12.0);
+}
+
+} // namespace
+
+std::string clip_picture(const Outline& region, const Polylines& polylines,
+                         const ClipResult& result, const ClipOptions& options) {
+    ERMinimax2D box = region.box();
+    for (const Polygon& line : polylines.lines)
+        box.Update(line);
+    const Placement place(box);
+    const std::string files = options.polyline + " in " + options.region;
+    const std::string title = region.title.empty() ? "Clipped polylines" : region.title;
+    SvgCanvas canvas(title, files);
+    canvas.text({border, 46.0}, clipped(terminal_text(title), 64), 20.0, SvgCanvas::Anchor::start,
+                "font-weight=\"bold\"");
+    canvas.text({border, 68.0}, clipped(terminal_text(files), 130), 12.0, SvgCanvas::Anchor::start,
+                "fill=\"#52606d\"");
+    const std::size_t count = result.pieces.size();
+    canvas.text({SvgCanvas::width - border, 46.0},
+                grouped(count, "\u2009") + (count == 1 ? " piece" : " pieces"), 13.0,
+                SvgCanvas::Anchor::end, "font-weight=\"bold\"");
+
+    std::string outline, whole, inside, dots;
+    for (const Contour& contour : region.contours)
+        outline += path_of(contour.vertices(), place) + "Z";
+    for (const Polygon& line : polylines.lines)
+        whole += path_of(line, place);
+    for (const ClipPiece& piece : result.pieces) {
+        inside += path_of(piece.points, place);
+        if (count > most_dots) continue;
+        for (const ERPoint2D& end : {piece.points.front(), piece.points.back()})
+            dots += "M" + svg_point(place(end)) + "h0";
+    }
+    canvas.path(outline, "fill=\"#e4e7eb\" fill-rule=\"evenodd\" stroke=\"#52606d\" "
+                         "stroke-width=\"1.2\" stroke-linejoin=\"round\"");
+    canvas.path(whole, "fill=\"none\" stroke=\"#9aa5b1\" stroke-width=\"1\"");
+    canvas.path(inside, "fill=\"none\" stroke=\"#0b5394\" stroke-width=\"2.6\" "
+                        "stroke-linejoin=\"round\"");
+    canvas.path(dots, "fill=\"none\" stroke=\"#0b5394\" stroke-width=\"6\" "
+                      "stroke-linecap=\"round\"");
+    draw_bar(canvas, place);
+    draw_legend(canvas, result);
+    return canvas.finish();
+}
+
+} // namespace velm::inspect

@@ -1,0 +1,15 @@
+// clip_picture.h: the picture of clipped polylines: `clip_picture`.
+#pragma once
+
+#include <string>
+
+#include "inspect/inspection/clip.h"
+
+namespace velm::inspect {
+
+/// An SVG page to scale: the region, the polylines as thin lines, the pieces in it as bold ones
+/// with dots at their ends.
+std::string clip_picture(const Outline& region, const Polylines& polylines,
+                         const ClipResult& result, const ClipOptions& options);
+
+} // namespace velm::inspect

@@ -1,0 +1,44 @@
+// outline_path.h: `OutlinePath`, a contour in the picture, its arcs as arcs.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "inspect/picture/svg_canvas.h"
+#include "inspect/result/contour.h"
+
+namespace velm::inspect {
+
+/// A closed path without what the eye can't tell: vertices closer to the one before than
+/// `finest_detail`, and arcs as flat as a line. Arcs are cut into pieces below half a turn, each of
+/// which its ends, its radius and its sense tell whatever their rounding.
+class OutlinePath {
+public:
+    /// `place` brings a point into the picture, where a model unit is `unit` long.
+    OutlinePath(const Contour& contour, const std::function<CanvasPoint(const ERPoint2D&)>& place,
+                double unit);
+
+    /// As path data.
+    std::string data() const;
+    /// Appends points along the path, about `step` apart.
+    void sample(double step, std::vector<CanvasPoint>& points) const;
+
+private:
+    static constexpr double finest_detail = 0.12; // in picture units
+
+    struct Piece {
+        CanvasPoint to;
+        double radius;      // 0 for a straight one
+        CanvasPoint center; // of an arc
+        bool is_clockwise;  // as seen
+    };
+    void go_round(const ERArc2D& arc, const ERPoint2D& end,
+                  const std::function<CanvasPoint(const ERPoint2D&)>& place, double unit);
+    void add(const Piece& piece, double length);
+
+    CanvasPoint start_;
+    std::vector<Piece> pieces_; // the closing one left out where it is straight
+};
+
+} // namespace velm::inspect

@@ -1,0 +1,40 @@
+// page_pictures.h: `PagePictures`, the pictures of a report's page, and what all of them have
+// alike.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inspect/picture/deviation_histogram.h"
+#include "inspect/picture/deviation_scale.h"
+#include "inspect/picture/section_panel.h"
+
+namespace velm::inspect {
+
+/// The markup of <svg> elements in the colours of the drawings, without a ground. The drawing is
+/// made twice, so that its texts are legible both on a desk and on a phone: the page shows one.
+struct PagePictures {
+    struct Drawing {
+        std::string picture, legend;
+    };
+    Drawing wide, narrow;
+    std::string distribution;
+
+    /// The widths that the two drawings are made for, in picture units.
+    static constexpr double wide_width = 900.0, narrow_width = 420.0;
+};
+
+/// The deviation for which a drawing chooses the length of its whiskers, a usual large one: of the
+/// rarest two in a hundred, but at least the tolerance where that is of the same size.
+double reference_deviation(const std::vector<DeviationHistogram::Cell>& cells,
+                           const std::optional<Tolerance>& tolerance);
+
+std::string page_distribution(const std::vector<DeviationHistogram::Cell>& cells,
+                              const DeviationScale& scale, bool has_tolerance,
+                              const DeviationUnit& unit);
+
+std::string page_legend(const DeviationScale& scale, const LegendNotes& notes,
+                        const DeviationUnit& unit);
+
+} // namespace velm::inspect

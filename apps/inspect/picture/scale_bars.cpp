@@ -1,0 +1,45 @@
+#include "inspect/picture/scale_bars.h"
+
+#include "inspect/base/number_text.h"
+#include "inspect/picture/deviation_scale.h"
+
+namespace velm::inspect {
+namespace {
+
+std::string length_text(double value) {
+    if (value >= 1.0 && value < 1e10) return grouped(static_cast<std::uint64_t>(value), "\u2009");
+    std::string text = shortest(value);
+    if (const std::size_t minus = text.find('-'); minus != std::string::npos)
+        text.replace(minus, 1, "\u2212");
+    return text;
+}
+
+std::string factor_text(double factor) {
+    return factor >= 1000.0 && factor < 1e15 ? grouped(static_cast<std::uint64_t>(factor), "\u2009")
+                                             : shortest(factor);
+}
+
+} // namespace
+
+void draw_scale_bars(SvgCanvas& canvas, CanvasPoint at, ScaleBars form, std::string_view part,
+                     double unit, double magnification) {
+    constexpr double text_size = 11.0;
+    const auto draw_bar = [&](double wanted, double unit_of_bar, const std::string& what) {
+        const double value = round_step_below(wanted / unit_of_bar);
+        const double size = value * unit_of_bar;
+        canvas.path("M" + svg_point({at.x, at.y - 4.0}) + "v8M" + svg_point(at) + "h" +
+                        svg_number(size) + "m0 -4v8",
+                    "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
+        const std::string content = what + length_text(value);
+        canvas.text({at.x + size + 8.0, at.y + 4.0}, content, text_size);
+        if (form == ScaleBars::stacked)
+            at.y += 18.0;
+        else
+            at.x += size + 8.0 + SvgCanvas::text_width(content, text_size) + 36.0;
+    };
+    draw_bar(150.0, unit, std::string(part) + ": ");
+    draw_bar(90.0, unit * magnification,
+             "deviation, magnified \u00d7" + factor_text(magnification) + ": ");
+}
+
+} // namespace velm::inspect

@@ -1,0 +1,281 @@
+#include "inspect/picture/section_panel.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "inspect/base/number_text.h"
+#include "inspect/base/text_escape.h"
+
+namespace velm::inspect {
+namespace {
+
+using Anchor = SvgCanvas::Anchor;
+
+constexpr double small = 11.0;
+constexpr double first_note = 87.0, note_step = 19.0; // below the top of the legend
+constexpr std::string_view soft = "fill=\"#52606d\"";
+
+std::string fill(int number) {
+    return "fill=\"" + std::string(DeviationScale::color(number)) + "\"";
+}
+
+// The bars of a histogram: edges at whole multiples of the step.
+struct Bars {
+    double step = 1.0;
+    double first = 0.0; // the lower end of the first bar
+    std::vector<double> counts;
+    bool cut_below = false, cut_above = false;
+    double start(std::size_t bar) const { return first + step * static_cast<double>(bar); }
+};
+
+Bars make_bars(const std::vector<DeviationHistogram::Cell>& cells, const DeviationScale& scale,
+               bool has_tolerance) {
+    constexpr double most_bars = 42.0;
+    double low = cells.front().value, high = cells.back().value;
+    const double usual_low = DeviationHistogram::quantile(cells, 0.005);
+    const double usual_high = DeviationHistogram::quantile(cells, 0.995);
+    const double reach = 1.5 * (usual_high - usual_low);
+    Bars bars;
+    bars.cut_below = reach > 0.0 && low < usual_low - reach;
+    bars.cut_above = reach > 0.0 && high > usual_high + reach;
+    if (bars.cut_below) low = usual_low - 0.1 * reach;
+    if (bars.cut_above) high = usual_high + 0.1 * reach;
+    const double spread = std::max(high - low, 1e-12 * std::max(std::fabs(low), std::fabs(high)));
+    if (has_tolerance && scale.upper() - scale.lower() < 4.0 * spread) {
+        low = std::min(low, scale.lower());
+        high = std::max(high, scale.upper());
+    }
+    if (!(high > low)) {
+        const double half = std::max({std::fabs(low) * 1e-3, scale.upper() - scale.lower(), 1e-12});
+        low -= half;
+        high += half;
+    }
+    const double fine = round_step_below((high - low) / most_bars);
+    bars.step = (high - low) / fine <= most_bars ? fine : round_step_below(fine * 2.5);
+    bars.first = std::floor(low / bars.step) * bars.step;
+    const auto count = static_cast<std::size_t>(std::floor((high - bars.first) / bars.step)) + 1;
+    bars.counts.assign(std::min<std::size_t>(count, 200), 0.0);
+    for (const DeviationHistogram::Cell& cell : cells) {
+        // A value on an edge, but for rounding, belongs to the bar that starts there.
+        const double at = std::floor((cell.value - bars.first) / bars.step + 1e-9);
+        const double last = static_cast<double>(bars.counts.size() - 1);
+        bars.counts[static_cast<std::size_t>(std::clamp(at, 0.0, last))] +=
+            static_cast<double>(cell.count);
+    }
+    return bars;
+}
+
+void draw_axis(SvgCanvas& canvas, const CanvasBox& plot, const Bars& bars,
+               const DeviationUnit& unit) {
+    const double range = bars.step * static_cast<double>(bars.counts.size());
+    double tick = round_step_below(range / 4.0);
+    // Numbers that would touch each other stand at wider steps.
+    const auto text_of = [&](double value) {
+        return signed_text(unit.scaled(value), decimals_for(unit.scaled(tick), 1));
+    };
+    const auto widest = [&] {
+        return std::max(SvgCanvas::text_width(text_of(bars.first), small),
+                        SvgCanvas::text_width(text_of(bars.first + range), small));
+    };
+    for (int n = 0; n < 3 && tick / range * plot.width < widest() + 4.0; ++n)
+        tick = round_step_above(tick * 1.5);
+    canvas.line({plot.left, plot.bottom()}, {plot.right(), plot.bottom()},
+                "stroke=\"#1f2933\" stroke-width=\"1\"");
+    for (double n = std::ceil(bars.first / tick - 1e-9); n * tick <= bars.first + range * 1.0001;
+         n += 1.0) {
+        const double x = plot.left + (n * tick - bars.first) / range * plot.width;
+        canvas.line({x, plot.bottom()}, {x, plot.bottom() + 4.0},
+                    "stroke=\"#1f2933\" stroke-width=\"1\"");
+        canvas.text({x, plot.bottom() + 16.0}, text_of(n * tick), small, Anchor::middle);
+    }
+}
+
+} // namespace
+
+void draw_heading(SvgCanvas& canvas, const CanvasBox& area, const std::string& content) {
+    canvas.text({area.left, area.top + 12.0}, content, 12.5, Anchor::start, "font-weight=\"bold\"");
+    canvas.line({area.left, area.top + 20.0}, {area.right(), area.top + 20.0},
+                "stroke=\"#cbd2d9\" stroke-width=\"1\"");
+}
+
+void draw_header(SvgCanvas& canvas, const std::string& title, const std::string& below,
+                 const Summary& summary) {
+    constexpr double border = 40.0;
+    canvas.text({border, 46.0}, clipped(title, 64), 20.0, Anchor::start, "font-weight=\"bold\"");
+    canvas.text({border, 68.0}, below, 12.0, Anchor::start, soft);
+    const std::uint64_t count = summary.deviations.count();
+    const std::uint64_t out = summary.out_of_tolerance;
+    const bool has_tolerance = summary.tolerance.has_value();
+    const std::string verdict = !has_tolerance ? "No tolerance given"
+                                : out == 0     ? "All " + grouped(count, "\u2009") + " in tolerance"
+                                               : grouped(out, "\u2009") + " of " +
+                                                 grouped(count, "\u2009") + " out of tolerance";
+    const double wide = SvgCanvas::text_width(verdict, 13.0) + 36.0;
+    const CanvasBox box{SvgCanvas::width - border - wide, 28.0, wide, 28.0};
+    const bool filled = has_tolerance && out > 0;
+    canvas.box(box, filled ? "rx=\"4\" fill=\"#7f0014\""
+                           : "rx=\"4\" fill=\"#fff\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
+    canvas.text({box.left + wide / 2.0, 46.5}, verdict, 13.0, Anchor::middle,
+                filled ? "font-weight=\"bold\" fill=\"#fff\"" : "font-weight=\"bold\"");
+}
+
+std::string shown_path(const std::string& path) {
+    constexpr std::size_t longest = 60;
+    const std::string text = terminal_text(path);
+    if (display_width(text) <= longest) return text;
+    std::size_t cut = text.size() - longest;
+    while (cut < text.size() && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80)
+        ++cut;
+    return "…" + text.substr(cut);
+}
+
+void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summary,
+                  const DeviationUnit& unit) {
+    draw_heading(canvas, area, unit.heading("Figures"));
+    const RunningStatistics& deviations = summary.deviations;
+    double y = area.top + 38.0;
+    const auto row = [&](std::string_view name, std::string_view value, std::string_view note = "",
+                         std::string_view attributes = "") {
+        canvas.text({area.left, y}, name, small, Anchor::start, soft);
+        canvas.text({area.left + 190.0, y}, value, small, Anchor::end, attributes);
+        if (!note.empty()) canvas.text({area.left + 200.0, y}, note, small, Anchor::start, soft);
+        y += 18.5;
+    };
+    const auto number = [&](double value) { return unit.text(value, 1); };
+    const auto unsigned_text = [&](double value) {
+        const std::string text = number(value);
+        return text.front() == '+' ? text.substr(1) : text;
+    };
+    row("Points", grouped(deviations.count(), "\u2009"));
+    if (summary.tolerance) {
+        row("Lower limit", number(summary.tolerance->lower));
+        row("Upper limit", number(summary.tolerance->upper));
+        row("In tolerance", grouped(summary.in_tolerance, "\u2009"),
+            percent_text(summary.in_tolerance, deviations.count()));
+        row("Out of tolerance", grouped(summary.out_of_tolerance, "\u2009"),
+            percent_text(summary.out_of_tolerance, deviations.count()), "font-weight=\"bold\"");
+    }
+    row("Least deviation", number(deviations.minimum()));
+    row("Greatest deviation", number(deviations.maximum()));
+    row("Mean", number(deviations.mean()));
+    row("Standard deviation", unsigned_text(deviations.standard_deviation()));
+    row("Root mean square", unsigned_text(deviations.root_mean_square()));
+    row("Worst", number(summary.worst_deviation), clipped(terminal_text(summary.worst_id), 14));
+}
+
+double legend_height(const LegendNotes& notes) {
+    const int count = (notes.has_tolerance ? 2 : 0) + (notes.shows_band ? 1 : 0) +
+                      (notes.shows_envelope ? 1 : 0) + (notes.outwards.empty() ? 0 : 1) +
+                      (notes.cut_whiskers > 0 ? 1 : 0);
+    return first_note + note_step * count - 10.0;
+}
+
+void draw_legend(SvgCanvas& canvas, const CanvasBox& area, const DeviationScale& scale,
+                 const LegendNotes& notes, const DeviationUnit& unit) {
+    draw_heading(canvas, area, unit.heading("Deviation"));
+    constexpr int inner = DeviationScale::classes - 2;
+    constexpr double cap = 22.0, high = 15.0;
+    const double top = area.top + 32.0;
+    const double step = (area.width - 2.0 * cap) / inner;
+    const auto at = [&](int number) { return area.left + cap + step * (number - 1); };
+    canvas.path("M" + svg_point({area.left, top + high / 2.0}) + "l" +
+                    svg_point({cap, -high / 2.0}) + "v" + svg_number(high) + "z",
+                fill(DeviationScale::below));
+    for (int number = 1; number <= inner; ++number)
+        canvas.box({at(number), top, step, high}, fill(number));
+    canvas.path("M" + svg_point({area.right(), top + high / 2.0}) + "l" +
+                    svg_point({-cap, -high / 2.0}) + "v" + svg_number(high) + "z",
+                fill(DeviationScale::above));
+    for (const int number : {1, inner + 1})
+        canvas.path("M" + svg_point({at(number), top - 3.0}) + "v" + svg_number(high + 6.0),
+                    "stroke=\"#1f2933\" stroke-width=\"1.6\"");
+    const double middle = scale.lower() + (scale.upper() - scale.lower()) / 2.0;
+    canvas.text({at(1), top + high + 16.0}, unit.text(scale.lower()), small, Anchor::middle);
+    canvas.text({at(1) + step * inner / 2.0, top + high + 16.0}, unit.text(middle), small,
+                Anchor::middle);
+    canvas.text({at(inner + 1), top + high + 16.0}, unit.text(scale.upper()), small,
+                Anchor::middle);
+
+    double y = area.top + first_note;
+    const double sign = area.left + 14.0, words = area.left + 36.0;
+    const auto note = [&](const std::string& content) {
+        canvas.text({words, y}, content, small);
+        y += note_step;
+    };
+    if (notes.has_tolerance) {
+        canvas.path("M" + svg_point({sign, y - 9.5}) + "l5 8.6h-10z", fill(DeviationScale::above));
+        note("above the upper limit: " + grouped(notes.above, "\u2009"));
+        canvas.path("M" + svg_point({sign, y + 0.5}) + "l5 -8.6h-10z", fill(DeviationScale::below));
+        note("below the lower limit: " + grouped(notes.below, "\u2009"));
+    }
+    if (notes.shows_band) {
+        canvas.box({area.left + 2.0, y - 9.0, 24.0, 10.0},
+                   "fill=\"#fcefc2\" stroke=\"#b8860b\" stroke-width=\"0.9\"");
+        note("tolerance band, magnified alike");
+    }
+    if (notes.shows_envelope) {
+        canvas.box({area.left + 2.0, y - 9.0, 24.0, 10.0},
+                   fill(DeviationScale::classes / 2) + " stroke=\"#3b4754\" stroke-width=\"0.7\"");
+        note("envelope, coloured by its mean");
+    }
+    if (!notes.outwards.empty()) {
+        canvas.path("M" + svg_point({area.left + 2.0, y - 1.0}) + "h24M" +
+                        svg_point({sign, y - 1.0}) + "v-10",
+                    "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
+        note(notes.outwards);
+    }
+    if (notes.cut_whiskers > 0) {
+        canvas.path("M" + svg_point({area.left + 2.0, y - 4.0}) + "h24m-7 -4v8m-4 0v-8",
+                    "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1\"");
+        note("longer than drawn: " +
+             grouped(static_cast<std::uint64_t>(notes.cut_whiskers), "\u2009"));
+    }
+}
+
+void draw_histogram(SvgCanvas& canvas, const CanvasBox& area,
+                    const std::vector<DeviationHistogram::Cell>& cells, const DeviationScale& scale,
+                    bool has_tolerance, const DeviationUnit& unit) {
+    draw_heading(canvas, area, unit.heading("Distribution"));
+    const Bars bars = make_bars(cells, scale, has_tolerance);
+    if (bars.cut_below || bars.cut_above)
+        canvas.text({area.right(), area.top + 12.0}, "end bars: all that lies beyond", small,
+                    Anchor::end, soft);
+    const CanvasBox plot{area.left, area.top + 46.0, area.width, area.height - 70.0};
+    const auto tallest = std::max_element(bars.counts.begin(), bars.counts.end());
+    const double highest = *tallest / 0.88; // leaves room for the count above the tallest bar
+    const double wide = plot.width / static_cast<double>(bars.counts.size());
+    for (std::size_t bar = 0; bar < bars.counts.size(); ++bar) {
+        const double tall = plot.height * bars.counts[bar] / highest;
+        if (tall == 0.0) continue;
+        const double shown = std::max(tall, 0.8);
+        canvas.box(
+            {plot.left + wide * static_cast<double>(bar), plot.bottom() - shown, wide, shown},
+            fill(scale.class_of(bars.start(bar) + bars.step / 2.0)) +
+                " stroke=\"#fff\" stroke-width=\"0.5\"");
+    }
+    canvas.text({plot.left + wide * (static_cast<double>(tallest - bars.counts.begin()) + 0.5),
+                 plot.top + 0.12 * plot.height - 4.0},
+                grouped(static_cast<std::uint64_t>(*tallest), "\u2009"), small, Anchor::middle,
+                soft);
+    draw_axis(canvas, plot, bars, unit);
+    const double range = bars.step * static_cast<double>(bars.counts.size());
+    const auto draw_limit = [&](double limit, Anchor anchor, double aside) {
+        const double x = plot.left + (limit - bars.first) / range * plot.width;
+        if (x < plot.left - 0.5 || x > plot.right() + 0.5) return;
+        canvas.line({x, plot.top - 16.0}, {x, plot.bottom()},
+                    "stroke=\"#1f2933\" stroke-width=\"1.2\" stroke-dasharray=\"4 3\"");
+        const std::string content = unit.text(limit);
+        const double needed = SvgCanvas::text_width(content, small);
+        const bool turned =
+            anchor == Anchor::start ? x + needed > plot.right() : x - needed < plot.left;
+        const Anchor other = anchor == Anchor::start ? Anchor::end : Anchor::start;
+        canvas.text({turned ? x - aside : x + aside, plot.top - 8.0}, content, small,
+                    turned ? other : anchor);
+    };
+    if (has_tolerance) {
+        draw_limit(scale.lower(), Anchor::end, -4.0);
+        draw_limit(scale.upper(), Anchor::start, 4.0);
+    }
+}
+
+} // namespace velm::inspect

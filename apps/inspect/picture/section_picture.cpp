@@ -1,0 +1,136 @@
+#include "inspect/picture/section_picture.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "inspect/base/number_text.h"
+#include "inspect/base/text_escape.h"
+
+namespace velm::inspect {
+namespace {
+
+constexpr double border = 40.0;
+constexpr double below_header = 92.0;
+
+// Where the parts of the page stand: a flat section above its figures, an upright one beside them.
+struct Layout {
+    CanvasBox drawing, figures, histogram, legend;
+};
+
+Layout lay_out(const Outline& outline) {
+    const ERMinimax2D box = outline.box();
+    const double bottom = SvgCanvas::height - 28.0;
+    if (box.ylength() > 0.55 * box.xlength()) {
+        constexpr double left = 742.0, wide = SvgCanvas::width - border - left;
+        return {{border, below_header, left - border - 36.0, bottom - below_header},
+                {left, below_header, wide, 236.0},
+                {left, below_header + 246.0, wide, 192.0},
+                {left, below_header + 458.0, wide, bottom - below_header - 458.0}};
+    }
+    const double wide = SvgCanvas::width - 2.0 * border;
+    const double needed = SectionDrawing::height_for(box, wide);
+    const double top = std::clamp(below_header + needed + 22.0, 444.0, 532.0);
+    const double high = bottom - top;
+    return {{border, below_header, wide, top - 22.0 - below_header},
+            {border, top, 270.0, high},
+            {border + 318.0, top, 420.0, high},
+            {border + 786.0, top, wide - 786.0, high}};
+}
+
+} // namespace
+
+SectionPicture::SectionPicture(const Outline& outline, const std::optional<Tolerance>& tolerance)
+    : outline_(outline), tolerance_(tolerance), envelope_(outline) {
+    notes_.has_tolerance = tolerance.has_value();
+}
+
+void SectionPicture::add(const SectionRow& row) {
+    const bool out = row.in_tolerance == false;
+    if (out) ++(row.deviation > tolerance_->upper ? notes_.above : notes_.below);
+    envelope_.add(row);
+    histogram_.add(row.deviation);
+    if (count_ < most_whiskers || out)
+        points_.push_back({count_ < most_named ? row.id : std::string(), row.comparison.foot,
+                           row.comparison.outward, row.deviation});
+    ++count_;
+    if (count_ == most_named + 1)
+        for (DrawnPoint& point : points_)
+            point.id = {};
+    if (count_ == most_whiskers + 1)
+        std::erase_if(points_, [&](const DrawnPoint& point) {
+            return !tolerance_ || tolerance_->contains(point.deviation);
+        });
+}
+
+std::vector<SectionRow> SectionPicture::rows_to_name(const std::vector<SectionRow>& worst) const {
+    std::vector<SectionRow> rows;
+    for (const SectionRow& row : worst)
+        if (row.in_tolerance != true && row.deviation != 0.0) rows.push_back(row);
+    return rows;
+}
+
+SectionPicture::Look SectionPicture::look() const {
+    std::vector<DeviationHistogram::Cell> cells = histogram_.cells();
+    const double reference = reference_deviation(cells, tolerance_);
+    const DeviationScale scale(tolerance_, reference);
+    const double largest =
+        std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference});
+    return {std::move(cells), reference, scale, DeviationUnit(largest)};
+}
+
+std::string SectionPicture::title() const {
+    return outline_.title.empty() ? "Section" : terminal_text(outline_.title);
+}
+
+LegendNotes SectionPicture::draw(SvgCanvas& canvas, const CanvasBox& area, const Look& look,
+                                 const std::vector<SectionRow>& worst,
+                                 std::string_view name_prefix) const {
+    SectionDrawing drawing(canvas, area, outline_, look.scale, tolerance_, look.reference,
+                           name_prefix);
+    LegendNotes notes = notes_;
+    notes.shows_envelope = count_ > most_whiskers;
+    drawing.draw_outline();
+    if (notes.shows_envelope) drawing.draw_envelope(envelope_);
+    drawing.draw_whiskers(points_, notes.shows_envelope);
+    drawing.draw_labels(rows_to_name(worst), tolerance_ ? 6 : 3, look.unit);
+    drawing.draw_bars();
+    notes.cut_whiskers = drawing.cut_whiskers();
+    notes.shows_band = drawing.shows_band();
+    return notes;
+}
+
+std::string SectionPicture::svg(const Summary& summary, const std::vector<SectionRow>& worst,
+                                const std::string& nominal, const std::string& measured) const {
+    const Look look = this->look();
+    const Layout layout = lay_out(outline_);
+    SvgCanvas canvas(outline_.title.empty() ? "Section" : outline_.title,
+                     "Deviations of " + measured + " from " + nominal);
+    draw_header(canvas, title(), shown_path(measured) + " against " + shown_path(nominal), summary);
+    const LegendNotes notes = draw(canvas, layout.drawing, look, worst, "");
+    draw_figures(canvas, layout.figures, summary, look.unit);
+    draw_histogram(canvas, layout.histogram, look.cells, look.scale, tolerance_.has_value(),
+                   look.unit);
+    draw_legend(canvas, layout.legend, look.scale, notes, look.unit);
+    return canvas.finish();
+}
+
+PagePictures::Drawing SectionPicture::page_drawing(double width, const Look& look,
+                                                   const std::vector<SectionRow>& worst,
+                                                   std::string_view name_prefix) const {
+    constexpr double side = 12.0, most_high = 0.8; // of the width
+    const double inner = width - 2.0 * side;
+    const double high = std::min(SectionDrawing::height_for(outline_.box(), inner),
+                                 std::max(most_high * width, 380.0));
+    SvgCanvas canvas("Deviations along the outline of " + title(), width, high + 2.0 * side);
+    const LegendNotes notes = draw(canvas, {side, side, inner, high}, look, worst, name_prefix);
+    return {canvas.finish(), page_legend(look.scale, notes, look.unit)};
+}
+
+PagePictures SectionPicture::page(const std::vector<SectionRow>& worst) const {
+    const Look look = this->look();
+    return {page_drawing(PagePictures::wide_width, look, worst, "wide-"),
+            page_drawing(PagePictures::narrow_width, look, worst, "narrow-"),
+            page_distribution(look.cells, look.scale, tolerance_.has_value(), look.unit)};
+}
+
+} // namespace velm::inspect

@@ -1,0 +1,59 @@
+// section_picture.h: `SectionPicture`, the deviations of a section drawn for a report.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inspect/picture/deviation_envelope.h"
+#include "inspect/picture/deviation_histogram.h"
+#include "inspect/picture/page_pictures.h"
+#include "inspect/picture/section_drawing.h"
+#include "inspect/picture/section_panel.h"
+#include "inspect/result/section_result.h"
+
+namespace velm::inspect {
+
+/// Gathers the rows and draws them on one sheet of A4 or for a page: up to 5,000 points each as a
+/// whisker, above that the envelope of the deviations along the outline and every point out of
+/// tolerance.
+class SectionPicture {
+public:
+    SectionPicture(const Outline& outline, const std::optional<Tolerance>& tolerance);
+    void add(const SectionRow& row);
+    /// The picture as SVG, or the pictures of a page. `worst` are the rows to be named, the worst
+    /// first.
+    std::string svg(const Summary& summary, const std::vector<SectionRow>& worst,
+                    const std::string& nominal, const std::string& measured) const;
+    PagePictures page(const std::vector<SectionRow>& worst) const;
+
+private:
+    // What all rows together give the drawing.
+    struct Look {
+        std::vector<DeviationHistogram::Cell> cells;
+        double reference;
+        DeviationScale scale;
+        DeviationUnit unit;
+    };
+    static constexpr std::size_t most_whiskers = 5000;
+    static constexpr std::size_t most_named = 1000;
+
+    Look look() const;
+    LegendNotes draw(SvgCanvas& canvas, const CanvasBox& area, const Look& look,
+                     const std::vector<SectionRow>& worst, std::string_view name_prefix) const;
+    PagePictures::Drawing page_drawing(double width, const Look& look,
+                                       const std::vector<SectionRow>& worst,
+                                       std::string_view name_prefix) const;
+    std::string title() const;
+    std::vector<SectionRow> rows_to_name(const std::vector<SectionRow>& worst) const;
+
+    const Outline& outline_;
+    std::optional<Tolerance> tolerance_;
+    std::size_t count_ = 0;
+    std::vector<DrawnPoint> points_;
+    DeviationEnvelope envelope_;
+    DeviationHistogram histogram_;
+    LegendNotes notes_;
+};
+
+} // namespace velm::inspect

@@ -1,0 +1,55 @@
+// section_outputs.h: the outputs of an inspection of a section: `SectionOutputs`.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "inspect/base/kept_rows.h"
+#include "inspect/base/output_set.h"
+#include "inspect/picture/section_picture.h"
+#include "inspect/report/section_page.h"
+#include "inspect/report/section_reports.h"
+#include "inspect/result/contour.h"
+#include "inspect/result/section_head.h"
+#include "inspect/result/section_result.h"
+
+namespace velm::inspect {
+
+/// Where the reports go; those not asked for have no value.
+struct SectionPaths {
+    std::optional<std::string> json, csv, svg, html;
+    bool quiet = false; ///< no table
+};
+
+/// Takes the rows of a section one by one, in their order, and writes the table, the summary and
+/// the reports. They depend on the head, the outline and the rows alone, so that an inspection read
+/// back from a file gives the same bytes. Throws `Failure`.
+class SectionOutputs {
+public:
+    /// The outline must outlive the outputs.
+    SectionOutputs(const SectionHead& head, const Outline& outline, const SectionPaths& paths);
+
+    void add(const SectionRow& row);
+    const Summary& summary() const { return summary_; }
+    /// For what else appears together with the reports.
+    OutputSet& set() { return outputs_; }
+    /// Writes the ends of the reports, and lets all outputs appear.
+    void finish();
+
+private:
+    SectionHead head_;
+    OutputSet outputs_;
+    bool quiet_;
+    std::unique_ptr<SectionJson> json_; // null where it isn't asked for, as the next four
+    std::unique_ptr<SectionCsv> csv_;
+    std::unique_ptr<SectionPage> page_;
+    Output* svg_ = nullptr;
+    Output* html_ = nullptr;
+    SectionPicture picture_;
+    KeptRows<SectionRow> rows_;
+    Summary summary_;
+    PlaceCounts places_{};
+};
+
+} // namespace velm::inspect

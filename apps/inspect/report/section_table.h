@@ -1,0 +1,16 @@
+// section_table.h: `section_table`, the table and summary of a section on standard output.
+#pragma once
+
+#include <string>
+
+#include "inspect/base/kept_rows.h"
+#include "inspect/result/section_head.h"
+#include "inspect/result/section_result.h"
+
+namespace velm::inspect {
+
+/// The rows that were kept, with the summary, the counts of places, and the alignment.
+std::string section_table(const KeptRows<SectionRow>& rows, const Summary& summary,
+                          const PlaceCounts& places, const SectionHead& head);
+
+} // namespace velm::inspect

@@ -1,0 +1,56 @@
+#include "inspect/result/nominal_entities.h"
+
+#include <filesystem>
+
+#include "velm/wireframe/segment.h"
+
+namespace velm::inspect {
+namespace {
+
+// A level of a group's path, in which no slash may part names.
+utString level_name(std::string name) {
+    utString level(std::move(name));
+    gm_replace_name_slashes(level);
+    return level;
+}
+
+std::string model_name(const Outline& outline, const std::string& file) {
+    return outline.title.empty() ? std::filesystem::path(file).filename().string() : outline.title;
+}
+
+} // namespace
+
+std::string contour_name(const Outline& outline, int contour) {
+    const std::string kind = outline.is_hole[static_cast<std::size_t>(contour)] ? "hole" : "outer";
+    return contour == 0 && kind == "outer" ? kind : kind + " " + std::to_string(contour);
+}
+
+NominalEntities::NominalEntities(const Outline& outline, const std::string& file)
+    : outline_(outline), file_(gmNSTypeFile, utString(file)) {
+    const utString model = level_name(model_name(outline, file));
+    for (std::size_t contour = 0; contour < outline.contours.size(); ++contour) {
+        gmCADGroupStructure group;
+        group.start_group(model);
+        group.start_group(level_name(contour_name(outline, static_cast<int>(contour))));
+        groups_.push_back(std::move(group));
+    }
+}
+
+t_SmartPtr<ERObject> NominalEntities::entity(int contour, int edge) const {
+    const Contour& of = outline_.contours[static_cast<std::size_t>(contour)];
+    const ERArc2D* const arc = of.arc(edge);
+    if (arc == nullptr) return t_SmartPtr<ERObject>(new ERSegment2D(of[edge], of[edge + 1]));
+    if (of.size() == 1) return t_SmartPtr<ERObject>(new ERCircle2D(arc->center(), arc->radius()));
+    return t_SmartPtr<ERObject>(new ERArc2D(*arc));
+}
+
+CADObjectID NominalEntities::identifier(int contour, int edge) const {
+    const stoClass type(utString(entity(contour, edge)->className()));
+    CADObjectID identifier(static_cast<unsigned long>(contour),
+                           groups_[static_cast<std::size_t>(contour)], &type,
+                           static_cast<unsigned long>(edge));
+    identifier.set_name_space(file_);
+    return identifier;
+}
+
+} // namespace velm::inspect
