@@ -72,6 +72,9 @@ class ERCpoleRep2D;
 class ERCpoleRep3D;
 class ERKnot;
 class ERKnotVector;
+class ERPatchCPoly;
+class ERPatchCPoly2D;
+class ERPatchCPoly3D;
 
 class ERPlane;
 class ERSurface;

@@ -136,6 +136,9 @@
 #include "velm/wireframe/planar_entity.h"
 #include "velm/wireframe/segment.h"
 
+#include "velm/curves/bezier_curve.h"
+#include "velm/curves/pole_curve.h"
+
 #include "velm/planar/chainer_processor.h"
 #include "velm/planar/chainer_segment.h"
 #include "velm/planar/convex_hull.h"

@@ -10,11 +10,14 @@ using namespace velm::detail;
 using Values = std::vector<double>;
 constexpr double gap = 777.25;
 
-/// A row with gaps between its poles, and room for one more; whoever writes into a gap is found out.
+/// A row with gaps between its poles, and room for one more; whoever writes into a gap is found
+/// out.
 struct Spread {
     Spread(int size, int dim, int step)
-        : width(dim), values(std::size_t((size + 1) * step), gap), row(values.data(), size, dim, step) {}
-    explicit Spread(const Values& poles, int dim, int step) : Spread(int(poles.size()) / dim, dim, step) {
+        : width(dim), values(std::size_t((size + 1) * step), gap),
+          row(values.data(), size, dim, step) {}
+    explicit Spread(const Values& poles, int dim, int step)
+        : Spread(int(poles.size()) / dim, dim, step) {
         for (int i = 0; i < row.count; ++i)
             std::copy_n(poles.data() + i * dim, dim, row[i]);
     }
@@ -114,8 +117,8 @@ TEST(BernsteinRows, SplitRestrictAndHodographDescribeTheSameCurve) {
             if (count < 2) continue;
             const PoleRow first(slope.row[0], count - 1, dim, slope.row.stride);
             const Values below = derivatives(first, t);
-            expect_near({all.data() + dim, all.data() + 3 * dim}, {below.data(), below.data() + 2 * dim},
-                        1e-11 * count * count);
+            expect_near({all.data() + dim, all.data() + 3 * dim},
+                        {below.data(), below.data() + 2 * dim}, 1e-11 * count * count);
         }
     });
 }

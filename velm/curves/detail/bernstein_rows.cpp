@@ -46,7 +46,8 @@ void row_derivatives(ConstPoleRow row, double t, int order, double* out) {
         for (std::ptrdiff_t c = 0; c < width; ++c) {
             const double* const w = level + c;
             if (left == 3 && order > 1)
-                out[2 * width + c] = n * (n - 1.0) * ((w[2 * width] - w[width]) - (w[width] - w[0]));
+                out[2 * width + c] =
+                    n * (n - 1.0) * ((w[2 * width] - w[width]) - (w[width] - w[0]));
             if (left == 2 && order > 0) out[width + c] = n * (w[width] - w[0]);
         }
         for (std::ptrdiff_t j = 0; j < (left - 1) * width; ++j)
@@ -102,8 +103,7 @@ bool lower_row(ConstPoleRow p, PoleRow q) {
         } else {
             const double factor = 2.0 * n / (n + 1);
             const double left = q[middle - 1][c] + factor * (p[middle][c] - q[middle - 1][c]);
-            const double right =
-                q[middle + 1][c] + factor * (p[middle + 1][c] - q[middle + 1][c]);
+            const double right = q[middle + 1][c] + factor * (p[middle + 1][c] - q[middle + 1][c]);
             q[middle][c] = (left + right) * 0.5;
             agree = agree && std::fabs(left - right) <= agreement;
         }
