@@ -3,6 +3,8 @@
 // coefficients.
 #include "velm/numerics/real_roots.h"
 
+#include "velm/numerics/detail/double_double.h"
+
 #include "support/test.h"
 
 #include <cstdlib>
@@ -73,7 +75,7 @@ void judge(const Problem& p, const std::vector<Real>& roots,
     EXPECT_EQ(next, roots.size()) << "lost";
 }
 
-/// In the form that scripts/references/polynomials.py tells, or that of the real data.
+/// In the form that scripts/references/polynomials.py writes, or that of the real data.
 std::vector<Problem> read(const std::string& path) {
     std::ifstream file(path);
     std::vector<Problem> problems;
@@ -185,7 +187,7 @@ TEST(RealRoots, RootsMultipliedOutComeBack) {
 }
 
 /// The coefficients may be off by the uncertainty: roots of polynomials that lie so near are in the
-/// enclosures, no more of them in each than it tells.
+/// enclosures, no more of them in each than its multiplicity.
 TEST(RealRoots, EnclosuresHoldTheRootsOfAllNearPolynomials) {
     velm_test::Random random(32);
     for (int round = 0; round < 3000; ++round) {
@@ -204,6 +206,82 @@ TEST(RealRoots, EnclosuresHoldTheRootsOfAllNearPolynomials) {
                 ++e;
             ASSERT_TRUE(e != enclosures.end() && e->lower <= r.value) << round << " " << r.value;
             EXPECT_GE(e->multiplicity -= r.crosses, 0) << round; // so many may still come
+        }
+    }
+}
+
+/// How p's derivative of an order goes at x, in pairs, and by how much x may be off for it.
+struct Derivative {
+    int sign;
+    double reach;
+};
+
+Derivative derivative_at(const std::vector<double>& c, int order, double x) {
+    using velm::detail::DoubleDouble;
+    DoubleDouble value, slope;
+    double size = 0.0;
+    for (int i = int(c.size()) - 1; i >= order; --i) {
+        DoubleDouble factor = c[std::size_t(i)];
+        for (int k = i; k > i - order; --k)
+            factor = factor * double(k);
+        slope = slope * x + value;
+        value = value * x + factor;
+        size = size * std::fabs(x) + std::fabs(factor.hi);
+    }
+    const double noise = double(c.size() * c.size()) * 0x1p-104 * size;
+    return {(value.hi > 0.0) - (value.hi < 0.0),
+            0x1p-51 * std::fabs(x) + noise / std::fabs(slope.hi)};
+}
+
+/// The value of an entry is a zero of p's derivative of order multiplicity - 1, wherever that
+/// changes its sign in the enclosure: also of a cluster that the roots beside it leave fewer roots
+/// than its own derivatives tell.
+TEST(RealRoots, ValuesAreZerosOfTheDerivativeOfTheirMultiplicity) {
+    struct Case {
+        std::vector<double> c;
+        ERLimites limits;
+        std::vector<double> values;
+    };
+    const Case cases[] = {
+        {{0.23006699531932523, -1.328772871410003, 2.877918154233815, -2.7702795273010423, 1.0},
+         {-1.0, 2.0256743461347013},
+         {0.69227673256626448, 0.69249575289488908, 0.69263691985928732, 0.69287012198060145}},
+        // The second derivative has two zeros in the last enclosure.
+        {{-0.17993068978319673, 0.8784518454304756, -1.1736599080679788, -0.8319611238636364,
+          3.55494798169143, -3.2469941503116297, 1.0},
+         {-1.5, 1.5},
+         {-0.63842136964671005, 0.70664289582490234, 0.79430788557956767, 0.79481300215100170}}};
+    for (const Case& one : cases) {
+        const std::vector<velm::RealRoot> found = velm::real_roots(one.c, one.limits);
+        ASSERT_EQ(found.size(), one.values.size());
+        for (std::size_t i = 0; i < found.size(); ++i)
+            EXPECT_NEAR(found[i].value, one.values[i], 0x1p-52) << i;
+    }
+
+    velm_test::Random random(33);
+    for (int round = 0; round < 20000; ++round) {
+        std::vector<double> c{1.0};
+        const int degree = 2 + random.below(8);
+        double root = 0.0;
+        for (int i = 0; i < degree; ++i) {
+            const bool apart = i == 0 || random.below(3) == 0;
+            root = apart ? random.uniform(-1.5, 1.5)
+                         : root + random.uniform(-1.0, 1.0) * std::pow(10.0, -random.below(12));
+            c.push_back(1.0);
+            for (std::size_t k = c.size() - 1; k-- > 0;)
+                c[k] = (k > 0 ? c[k - 1] : 0.0) - root * c[k];
+        }
+        const double uncertainty = random.below(2) == 0 ? velm::kRoundedOnce : 0.0;
+        for (const velm::RealRoot& r : velm::real_roots(c, {-1.5, 1.5}, uncertainty)) {
+            const int order = r.multiplicity - 1;
+            if (derivative_at(c, order, r.lower).sign == derivative_at(c, order, r.upper).sign)
+                continue;
+            const double reach = derivative_at(c, order, r.value).reach;
+            EXPECT_LE(derivative_at(c, order, std::max(r.lower, r.value - reach)).sign *
+                          derivative_at(c, order, std::min(r.upper, r.value + reach)).sign,
+                      0)
+                << r.value << " of multiplicity " << r.multiplicity << ", coefficients "
+                << testing::PrintToString(c);
         }
     }
 }

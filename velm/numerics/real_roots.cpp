@@ -47,7 +47,8 @@ struct Chart {
     }
 };
 
-/// Finds the roots of one polynomial, one chart after the other.
+/// Finds the roots of one polynomial, one chart after the other. If the roots of the charts leave a
+/// cluster fewer than it was given, all is done once more with their number known.
 class Solver {
 public:
     Solver(int degree, double uncertainty, double first, double last, std::span<RealRoot> out)
@@ -66,8 +67,10 @@ public:
         next() = {x, x, x, multiplicity, true};
         keep(next());
     }
-    /// Sorts what was found; returns its number.
-    int finish();
+    /// Does the passes that it takes, each of which adds and solves everything; sorts what was
+    /// found, and returns its number.
+    template <class Pass>
+    int run(Pass pass);
 
 private:
     static std::size_t room(int degree) {
@@ -94,6 +97,9 @@ private:
     std::span<RealRoot> out_;
     RealRoot beyond_; // what there is no room for, which can't be
     int count_ = 0;
+    int sure_ = 0; // roots that every polynomial within the uncertainty has, found in this pass
+    int elsewhere_ = 0; // the same of the pass before
+    int largest_ = 0;   // multiplicity of a cluster, less a sure root of its own
 };
 
 /// Whether no coefficient differs in sign from the last, so that there are no roots y > 0.
@@ -201,10 +207,17 @@ void Solver::solve_scaled(LocalPolynomial& p, Chart chart, double lower, double 
     isolation.start(lower, upper);
     while (const RootInterval* const interval = isolation.next()) {
         RealRoot& root = next();
-        if (interval->lone)
+        if (interval->lone) {
             polish_lone_root(p, *interval, uncertainty_, root);
-        else
-            resolve_cluster(p, *interval, uncertainty_, derivative_, cluster_room_, root);
+            ++sure_;
+        } else {
+            const detail::Cluster held = resolve_cluster(
+                p, *interval, uncertainty_, degree_ - elsewhere_, derivative_, cluster_room_, root);
+            if (held == detail::Cluster::empty) continue;
+            const int own = held == detail::Cluster::surely_one ? 1 : 0;
+            sure_ += own;
+            largest_ = std::max(largest_, root.multiplicity - own);
+        }
         chart.map(root, exponent);
         keep(root);
     }
@@ -223,22 +236,17 @@ void Solver::keep(RealRoot& root) {
     ++count_;
 }
 
-/// Sorts what was found, and limits the counts of the clusters by the roots that lie elsewhere.
-int Solver::finish() {
+template <class Pass>
+int Solver::run(Pass pass) {
+    pass();
+    if (largest_ > degree_ - sure_) {
+        elsewhere_ = sure_;
+        count_ = 0;
+        pass();
+    }
     const auto found = out_.first(std::size_t(count_));
     std::sort(found.begin(), found.end(),
               [](const RealRoot& a, const RealRoot& b) { return a.value < b.value; });
-    const auto inside = [this](const RealRoot& r) { return r.lower > first_ && r.upper < last_; };
-    // What add() gave is no root of the polynomial that degree_ belongs to.
-    const auto lone = [inside](const RealRoot& r) {
-        return r.multiplicity == 1 && inside(r) && r.lower < r.upper;
-    };
-    const int most = degree_ - static_cast<int>(std::count_if(found.begin(), found.end(), lone));
-    for (RealRoot& root : found) {
-        if (root.multiplicity <= most || root.lower == root.upper) continue;
-        const bool odd = (root.multiplicity - most) % 2 != 0;
-        root.multiplicity = std::max(most - (odd && inside(root) ? 1 : 0), 1);
-    }
     return count_;
 }
 
@@ -279,7 +287,6 @@ int solve_power(std::span<const double> c, const ERLimites& limits, double uncer
     if (extent.first == c.size()) return everywhere(limits, out);
     const int n = static_cast<int>(extent.last - extent.first);
     Solver solver(n, uncertainty, limits.start(), limits.end(), out);
-    if (extent.first > 0) solver.add(0.0, static_cast<int>(extent.first));
     const auto solve_side = [&](Chart::Kind side, double lower, double upper) {
         LocalPolynomial& p = solver.source();
         p.degree = n;
@@ -289,11 +296,13 @@ int solve_power(std::span<const double> c, const ERLimites& limits, double uncer
         }
         solver.solve({side}, lower, upper);
     };
-    if (limits.start() < 0.0)
-        solve_side(Chart::negative, std::max(-limits.end(), 0.0), -limits.start());
-    if (limits.end() > 0.0)
-        solve_side(Chart::positive, std::max(limits.start(), 0.0), limits.end());
-    return solver.finish();
+    return solver.run([&] {
+        if (extent.first > 0) solver.add(0.0, static_cast<int>(extent.first));
+        if (limits.start() < 0.0)
+            solve_side(Chart::negative, std::max(-limits.end(), 0.0), -limits.start());
+        if (limits.end() > 0.0)
+            solve_side(Chart::positive, std::max(limits.start(), 0.0), limits.end());
+    });
 }
 
 /// Sets p's coefficient i to binomial(n, i) poles[i], as pairs, from either end, without those at
@@ -332,25 +341,25 @@ int solve_bernstein(std::span<const double> poles, const ERLimites& limits, doub
     if (extent.first == poles.size()) return everywhere({start, end}, out);
     const int n = static_cast<int>(poles.size()) - 1;
     const int degree = static_cast<int>(extent.last - extent.first);
-    Solver solver(degree, uncertainty, start, end, out);
-    if (extent.first > 0) solver.add(0.0, static_cast<int>(extent.first));
-    if (extent.last < std::size_t(n)) solver.add(1.0, n - static_cast<int>(extent.last));
-
-    LocalPolynomial& p = solver.source();
-    set_from_poles(p, poles, extent, false);
-    double meeting = 1.0; // in y; a cut where p is unclear would cut a root in two
-    for (const double y : {1.0, 2.0, 0.5})
-        if (clear_of_zero(p, y, uncertainty)) {
-            meeting = y;
-            break;
-        }
     constexpr double wider = 1.0 + 4 * DBL_EPSILON;
-    solver.solve({Chart::from_start}, start / (1.0 - start) / wider,
-                 std::min(meeting, end / (1.0 - end) * wider));
-    set_from_poles(p, poles, extent, true);
-    solver.solve({Chart::from_end}, (1.0 - end) / end / wider,
-                 std::min(1.0 / meeting, (1.0 - start) / start * wider));
-    return solver.finish();
+    Solver solver(degree, uncertainty, start, end, out);
+    LocalPolynomial& p = solver.source();
+    return solver.run([&] {
+        if (extent.first > 0) solver.add(0.0, static_cast<int>(extent.first));
+        if (extent.last < std::size_t(n)) solver.add(1.0, n - static_cast<int>(extent.last));
+        set_from_poles(p, poles, extent, false);
+        double meeting = 1.0; // in y; a cut where p is unclear would cut a root in two
+        for (const double y : {1.0, 2.0, 0.5})
+            if (clear_of_zero(p, y, uncertainty)) {
+                meeting = y;
+                break;
+            }
+        solver.solve({Chart::from_start}, start / (1.0 - start) / wider,
+                     std::min(meeting, end / (1.0 - end) * wider));
+        set_from_poles(p, poles, extent, true);
+        solver.solve({Chart::from_end}, (1.0 - end) / end / wider,
+                     std::min(1.0 / meeting, (1.0 - start) / start * wider));
+    });
 }
 
 using Solve = int (*)(std::span<const double>, const ERLimites&, double, std::span<RealRoot>);

@@ -11,18 +11,26 @@
 //   no root is lost    a root in the interval of any of these polynomials lies in an enclosure
 //   none is invented   each enclosure holds a root of one of these polynomials
 //
-// Roots that rounding can't tell apart share an enclosure: its multiplicity is the number of roots,
-// counted with their multiplicities, that any of these polynomials has in it at most. So a double
-// root comes back as one of multiplicity 2 whether rounding has split it or has lifted p off the
-// axis. An uncertainty of 0 takes the coefficients as exact: what is then left unclear is only what
+// Roots that rounding can't tell apart share an enclosure: its multiplicity bounds the number of
+// roots, counted with their multiplicities, that any of these polynomials has in it, and is even or
+// odd as that number is where p is clear of zero at the ends of the enclosure. So a double root
+// comes back as one of multiplicity 2 whether rounding has split it or has lifted p off the axis.
+// An uncertainty of 0 takes the coefficients as exact: what is then left unclear is only what
 // arithmetic in pairs of doubles can't tell, about degree^2 * 2^-103 S.
 //
 // Accuracy. The condition of a simple root r is S(r) / |r p'(r)|. Its value is a root of p as
-// given, to two units in the last place (three in the Bernstein basis) and a relative error of
-// about condition * degree * 2^-102: one of condition 10^15 still comes out right to all digits.
-// Its enclosure reaches some 2 * uncertainty * condition * |r| to either side. The value of a
-// multiple root is the root that p's derivative of order multiplicity - 1 has there, as accurate as
-// that one's condition allows. Everything scales with p and with x; there are no absolute bounds.
+// given, to two units in the last place (three in the Bernstein basis) and a relative error of at
+// most condition * (degree + 1)^2 * 2^-104, the bound of the noise in pairs of doubles. (That much
+// noise is rare: of 280,000 roots of degree 2 to 9, with conditions up to 10^16, none came out
+// wrong by more than 1.4 * 2^-52.) Its enclosure reaches some 2 * uncertainty * condition * |r| to
+// either side.
+//
+// The value of an entry of multiplicity m is a zero, in the enclosure, of p's derivative of order
+// m - 1, as accurate as that one's condition allows: where p is nearest to zero if there are
+// several; if there is none, a zero of the highest lower derivative that has one; if none has, the
+// end of the enclosure where p is smaller. In the Bernstein basis it is the derivative in
+// y = t / (1 - t) of p / (1 - t)^degree, or toward the other end in (1 - t) / t of p / t^degree:
+// the same for m = 1. Everything scales with p and with x; there are no absolute bounds.
 //
 // Method. Scaled by a power of two, p is taken to the Bernstein basis over an interval and bisected
 // by de Casteljau's scheme; Descartes' rule on the coefficients counts the roots of each part (Lane
@@ -49,7 +57,7 @@ struct VELM_API RealRoot {
     double value = 0.0; ///< in the interval asked for, and between lower and upper
     double lower = 0.0; ///< the enclosure, cut to the interval
     double upper = 0.0;
-    /// The number of roots in the enclosure; 0 when p is zero, so that every x is a root.
+    /// Bounds the number of roots in the enclosure; 0 when p is zero, so that every x is a root.
     int multiplicity = 0;
     /// Whether p as given, evaluated in pairs of doubles, is seen to reach zero: it differs in sign
     /// at the ends of the enclosure and the value, or is zero there. If not, p comes as near to

@@ -81,6 +81,16 @@ SureValue sure_value(const LocalPolynomial& p, double x) {
     return {value + rest, slope, size, error};
 }
 
+double sure_slope(const LocalPolynomial& p, double x) {
+    DoubleDouble value;
+    DoubleDouble slope;
+    for (int i = p.degree; i >= 0; --i) {
+        slope = slope * x + value;
+        value = value * x + DoubleDouble(p.hi[i], p.lo[i]);
+    }
+    return slope.hi;
+}
+
 namespace {
 
 /// Poles of doubles.

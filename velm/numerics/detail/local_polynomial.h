@@ -66,6 +66,8 @@ struct SureValue {
     double error;
 };
 SureValue sure_value(const LocalPolynomial& p, double x);
+/// p'(x) evaluated in pairs, for where the slope above is all rounding.
+double sure_slope(const LocalPolynomial& p, double x);
 
 /// The Bernstein form over [lower, upper]: poles of p's coefficient, that of S, and, with three
 /// components, that of the error's measure. A coefficient of p is good to `error` times the last

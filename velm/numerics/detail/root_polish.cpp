@@ -70,10 +70,14 @@ SureValue refine(const LocalPolynomial& p, Bracket& bracket, double& x, Steps& s
     SureValue v{};
     for (int i = 0; i < most; ++i) {
         v = sure_value(p, x);
+        double slope_noise = 2 * (n + 1) * (n + 1) * kUnit * v.size;
+        if (2 * slope_noise > x * std::fabs(v.dp)) {
+            v.dp = sure_slope(p, x);
+            slope_noise *= kUnit;
+        }
         const double newton = x - v.p / v.dp;
         const double step = std::fabs(newton - x);
         // What the step leaves: by p's curvature, and by the rounding of the slope.
-        const double slope_noise = 2 * (n + 1) * (n + 1) * kUnit * v.size;
         const bool precise = steps.curvature * step * step <= last_place * x &&
                              slope_noise * step <= 4 * last_place * x * x * std::fabs(v.dp);
         if (precise || step == 0.0 || std::fabs(v.p) <= v.error) {
@@ -159,32 +163,14 @@ void copy(const LocalPolynomial& from, LocalPolynomial& to) {
 
 int sign(double x) { return x > 0.0 ? 1 : x < 0.0 ? -1 : 0; }
 
-} // namespace
-
-/// Sets x to a zero of p's derivative of that order, if its signs at the ends of the interval tell
-/// of one; if not, to the end where it is smaller.
-bool zero_of_derivative(const LocalPolynomial& p, int order, const RootInterval& interval,
-                        LocalPolynomial& derivative, double& x) {
-    copy(p, derivative);
-    for (int k = 0; k < order; ++k)
-        derivative.derive();
-    const double below = sure_value(derivative, interval.lower).p;
-    const double above = sure_value(derivative, interval.upper).p;
-    x = std::fabs(below) <= std::fabs(above) ? interval.lower : interval.upper;
-    if (below == 0.0 || above == 0.0) return true;
-    if (sign(below) == sign(above)) return false;
-    x = interval.lower + below / (below - above) * (interval.upper - interval.lower);
-    root_in(derivative, {interval.lower, interval.upper, above > 0.0}, x);
-    return true;
-}
-
-void resolve_cluster(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
-                     LocalPolynomial& derivative, double* room, RealRoot& root) {
+/// The order of the first derivative that surely keeps its sign in the interval: by Rolle's theorem
+/// no polynomial within the uncertainty has more roots there. `derivative` and `room` as below.
+int most_roots(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
+               LocalPolynomial& derivative, double* room) {
     BernsteinPiece piece{};
     piece.lower = interval.lower;
     piece.upper = interval.upper;
     piece.poles = room;
-    // By Rolle's theorem a derivative of order k without a zero leaves p at most k roots.
     copy(p, derivative);
     int order = 0;
     do {
@@ -193,20 +179,82 @@ void resolve_cluster(const LocalPolynomial& p, const RootInterval& interval, dou
         to_bernstein(derivative, piece);
         to_bernstein_in_pairs(derivative, piece, room + 3 * (p.degree + 1));
     } while (order < p.degree && !keeps_sign(piece, derivative.degree, uncertainty));
+    return order;
+}
 
+/// Writes the zeros of p in the interval, ascending, given those of its derivative: between two of
+/// them, and between one and an end, p has at most one. Returns their number, at most two more.
+int zeros_between(const LocalPolynomial& p, const RootInterval& interval, const double* extremes,
+                  int count, double* zeros) {
+    int found = 0;
+    double left = interval.lower;
+    double p_left = sure_value(p, left).p;
+    if (p_left == 0.0) zeros[found++] = left;
+    for (int i = 0; i <= count; ++i) {
+        const double right = i < count ? extremes[i] : interval.upper;
+        const double p_right = sure_value(p, right).p;
+        if (p_right == 0.0) {
+            if (found == 0 || zeros[found - 1] != right) zeros[found++] = right;
+        } else if (sign(p_left) * sign(p_right) < 0) {
+            double x = left + p_left / (p_left - p_right) * (right - left);
+            root_in(p, {left, right, p_right > 0.0}, x);
+            zeros[found++] = x;
+        }
+        left = right;
+        p_left = p_right;
+    }
+    return found;
+}
+
+/// Where p is nearest to zero, measured by S, among the zeros that its derivative of order
+/// multiplicity - 1 has in the interval; if none, among those of the highest lower order that has
+/// any; if none, the end where p is smaller. The derivative of order `most` has no zero there.
+double value_of_cluster(const LocalPolynomial& p, const RootInterval& interval, int most,
+                        int multiplicity, LocalPolynomial& derivative, double* room) {
+    double* zeros = room;
+    double* extremes = room + 5 * (p.degree + 1) / 2;
+    int count = 0;
+    for (int order = most - 1; order >= 0; --order) {
+        copy(p, derivative);
+        for (int k = 0; k < order; ++k)
+            derivative.derive();
+        std::swap(zeros, extremes);
+        count = zeros_between(derivative, interval, extremes, count, zeros);
+        if (order < multiplicity && count > 0) break;
+    }
+    const auto nearness = [&p](double x) {
+        const SureValue v = sure_value(p, x);
+        return std::fabs(v.p) / v.size;
+    };
+    if (count == 0) {
+        const double below = std::fabs(sure_value(p, interval.lower).p);
+        const double above = std::fabs(sure_value(p, interval.upper).p);
+        return below <= above ? interval.lower : interval.upper;
+    }
+    return *std::min_element(zeros, zeros + count,
+                             [&](double a, double b) { return nearness(a) < nearness(b); });
+}
+
+} // namespace
+
+Cluster resolve_cluster(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
+                        int spare, LocalPolynomial& derivative, double* room, RealRoot& root) {
+    const int most = most_roots(p, interval, uncertainty, derivative, room);
     const SureValue below = sure_value(p, interval.lower);
     const SureValue above = sure_value(p, interval.upper);
+    const bool clear = clear_of_zero(p, interval.lower, uncertainty) &&
+                       clear_of_zero(p, interval.upper, uncertainty);
     const bool odd = sign(below.p) != sign(above.p);
-    if (clear_of_zero(p, interval.lower, uncertainty) &&
-        clear_of_zero(p, interval.upper, uncertainty) && (order % 2 != 0) != odd && order > 1)
-        --order;
+    const bool surely_one = clear && odd;
 
     root.lower = interval.lower;
     root.upper = interval.upper;
-    root.multiplicity = order;
-    for (int k = order - 1; k >= 0; --k)
-        if (zero_of_derivative(p, k, interval, derivative, root.value)) break;
+    root.multiplicity = std::min(most, surely_one ? spare + 1 : spare);
+    if (clear && (root.multiplicity % 2 != 0) != odd) --root.multiplicity;
+    if (root.multiplicity <= 0) return Cluster::empty;
+    root.value = value_of_cluster(p, interval, most, root.multiplicity, derivative, room);
     root.crosses = below.p == 0.0 || odd || sign(sure_value(p, root.value).p) != sign(below.p);
+    return surely_one ? Cluster::surely_one : Cluster::perhaps;
 }
 
 } // namespace velm::detail
