@@ -139,6 +139,7 @@
 #include "velm/curves/bezier_curve.h"
 #include "velm/curves/knot.h"
 #include "velm/curves/knot_vector.h"
+#include "velm/curves/nurbs_curve.h"
 #include "velm/curves/pole_curve.h"
 
 #include "velm/planar/chainer_processor.h"

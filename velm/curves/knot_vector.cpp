@@ -162,8 +162,9 @@ ERMatrix<double> ERKnotVector::DersBasisFuns(int span, double u, int n) const {
         std::fill(rows.begin(), rows.end(), not_a_number);
         return rows;
     }
-    WorkArray<double, derivative_work(8)> work(derivative_work(degree_));
-    basis_derivatives(k.knots + span, degree_, u, std::max(n, 0), rows.data(), work.data());
+    const int order = rows.rows() - 1;
+    WorkArray<double, 128> work(derivative_work(degree_, order));
+    basis_derivatives(k.knots + span, degree_, u, order, rows.data(), work.data());
     return rows;
 }
 

@@ -70,58 +70,61 @@ template <class Degree>
 }
 
 /// Doubles of work that basis_derivatives needs.
-constexpr std::size_t derivative_work(int p) {
-    const auto n = static_cast<std::size_t>(p) + 1;
-    return n * n + 4 * n;
+constexpr std::size_t derivative_work(int p, int order) {
+    const auto size = static_cast<std::size_t>(p) + 1;
+    const auto rows = static_cast<std::size_t>(std::min(order, p)) + 1;
+    return size * (rows + 2) + 2 * rows;
 }
 
 /// The values and derivatives up to `order` into `out`, order + 1 rows of p + 1; rows beyond the
-/// degree are 0 (The NURBS Book, A2.3). `work` has derivative_work(p) doubles.
-template <class Degree>
+/// degree are 0 (The NURBS Book, A2.3, of whose table only what is read again is kept). `work` has
+/// derivative_work(p, order) doubles.
+template <class Degree, class Order>
 [[gnu::always_inline]] inline void basis_derivatives(const double* at, Degree p, double u,
-                                                     int order, double* out, double* work) {
-    const int size = p + 1;
-    // Above the diagonal and on it basis values by degree, below it knot differences.
-    double* const table = work;
-    const auto entry = [table, size](int row, int column) -> double& {
-        return table[row * size + column];
+                                                     Order order, double* out, double* work) {
+    const int size = p + 1, highest = std::min<int>(order, p);
+    double *const left = work, *const right = left + size;
+    // Row k holds the values of degree p - k.
+    double* const lower = right + size;
+    double* const factors = lower + size * (highest + 1);
+    const auto difference = [left, right](int row, int column) {
+        return right[column + 1] + left[row - column];
     };
-    double *const left = work + size * size, *const right = left + size;
-    entry(0, 0) = 1.0;
+    double* const value = lower;
+    value[0] = 1.0;
     for (int j = 1; j <= p; ++j) {
         left[j] = u - at[1 - j];
         right[j] = at[j] - u;
+        if (p - j < highest) std::copy_n(value, j, lower + (p - j + 1) * size);
         double saved = 0.0;
         for (int r = 0; r < j; ++r) {
-            entry(j, r) = right[r + 1] + left[j - r];
-            const double temp = entry(r, j - 1) / entry(j, r);
-            entry(r, j) = saved + right[r + 1] * temp;
+            const double temp = value[r] / difference(j, r);
+            value[r] = saved + right[r + 1] * temp;
             saved = left[j - r] * temp;
         }
-        entry(j, j) = saved;
+        value[j] = saved;
     }
-    for (int j = 0; j <= p; ++j)
-        out[j] = entry(j, p);
+    std::copy_n(value, size, out);
     std::fill(out + size, out + (order + 1) * size, 0.0);
-    const int highest = std::min<int>(order, p);
     for (int r = 0; r <= p; ++r) {
-        double *before = right + size, *now = before + size;
+        double *before = factors, *now = factors + highest + 1;
         before[0] = 1.0;
         for (int k = 1; k <= highest; ++k) {
             const int rk = r - k, pk = p - k;
+            const double* const n = lower + k * size;
             double sum = 0.0;
             if (rk >= 0) {
-                now[0] = before[0] / entry(pk + 1, rk);
-                sum = now[0] * entry(rk, pk);
+                now[0] = before[0] / difference(pk + 1, rk);
+                sum = now[0] * n[rk];
             }
             const int first = rk >= -1 ? 1 : -rk, last = r - 1 <= pk ? k - 1 : p - r;
             for (int j = first; j <= last; ++j) {
-                now[j] = (before[j] - before[j - 1]) / entry(pk + 1, rk + j);
-                sum += now[j] * entry(rk + j, pk);
+                now[j] = (before[j] - before[j - 1]) / difference(pk + 1, rk + j);
+                sum += now[j] * n[rk + j];
             }
             if (r <= pk) {
-                now[k] = -before[k - 1] / entry(pk + 1, r);
-                sum += now[k] * entry(r, pk);
+                now[k] = -before[k - 1] / difference(pk + 1, r);
+                sum += now[k] * n[r];
             }
             out[k * size + r] = sum;
             std::swap(before, now);
