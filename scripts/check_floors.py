@@ -16,15 +16,6 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*["<](velm/[^">]+)[">]', re.MULTILINE)
 PROGRAM = "apps/inspect"
 PROGRAM_FLOORS = ["base", "result", "input", "keep", "picture", "report", "inspection", "command"]
 PROGRAM_ROOF = "main"
-# Arrows of the program that still point up, and the modules of circles: none may join them.
-PROGRAM_FAULTS = {
-    ("keep/section_record", "command/arguments"), ("picture/clip_picture", "inspection/clip"),
-    ("picture/fit_drawing", "report/fit_reports"), ("picture/fit_drawing", "inspection/fit"),
-    ("picture/fit_picture", "report/fit_reports"), ("picture/fit_picture", "inspection/fit"),
-    ("report/clip_reports", "inspection/clip"), ("report/fit_reports", "inspection/fit"),
-    ("result/applied_alignment", "report/report_json"),
-    ("inspection/section_points", "inspection/section"),
-    ("inspection/archive_report", "inspection/report")}
 PROGRAM_INCLUDE = re.compile(r'^\s*#\s*include\s*"inspect/([^"]+)\.h"', re.MULTILINE)
 
 
@@ -107,7 +98,7 @@ def check_program():
             faults.append(f"{PROGRAM}/{module}: '{floor}' is no floor of the program")
             continue
         for target in PROGRAM_INCLUDE.findall(path.read_text()):
-            if target == module or (module, target) in PROGRAM_FAULTS:
+            if target == module:
                 continue
             arrows.setdefault(module, set()).add(target)
             there = target.split("/")[0]

@@ -52,7 +52,7 @@ TEST(SectionTarget, LiesAsFarFromItsPlaneAsTheDeviationSays) {
     velm_test::Random random(142);
     for (int i = 0; i < 400; ++i) {
         std::optional<SectionFrame> frame;
-        if (i % 2 == 1) frame.emplace(numbers);
+        if (i % 2 == 1) frame.emplace().set(numbers);
         SectionRow row;
         row.index = static_cast<std::uint64_t>(i);
         const double height = random.uniform(-1, 1);

@@ -75,6 +75,18 @@ std::string number_complaint(std::string_view text, NumberFault fault) {
     }
 }
 
+std::string parse_numbers(std::string_view joined, std::vector<double>& numbers) {
+    for (std::size_t at = 0; at <= joined.size();) {
+        const std::size_t end = std::min(joined.find(' ', at), joined.size());
+        const std::string_view text = joined.substr(at, end - at);
+        const ParsedNumber number = parse_number(text);
+        if (!number) return number_complaint(text, number.fault);
+        numbers.push_back(number.value);
+        at = end + 1;
+    }
+    return {};
+}
+
 void append_number(std::string& out, double value) {
     char buffer[40];
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value == 0.0 ? 0.0 : value);

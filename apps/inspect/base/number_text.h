@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velm::inspect {
 
@@ -22,6 +23,10 @@ ParsedNumber parse_number(std::string_view text, bool decimal_comma = false);
 
 /// What is wrong with `text`, to follow a place: "expected a number, found 'abc'".
 std::string number_complaint(std::string_view text, NumberFault fault);
+
+/// Reads numbers with one blank between two into `numbers`. Returns what is wrong with the first
+/// that is none, otherwise nothing.
+std::string parse_numbers(std::string_view joined, std::vector<double>& numbers);
 
 /// The shortest text that reads back to `value`; zero never carries a sign.
 void append_number(std::string& out, double value);

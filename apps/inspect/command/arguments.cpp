@@ -52,22 +52,25 @@ std::vector<std::string> join_numbers(const std::vector<std::string>& arguments)
     return joined;
 }
 
-std::vector<double> parse_numbers(const std::string& option, const std::string& joined) {
+std::vector<double> numbers_of(const std::string& option, const std::string& joined) {
     std::vector<double> numbers;
-    for (std::size_t at = 0; at <= joined.size();) {
-        const std::size_t end = std::min(joined.find(' ', at), joined.size());
-        const std::string_view text = std::string_view(joined).substr(at, end - at);
-        const ParsedNumber number = parse_number(text);
-        if (!number)
-            throw Failure(ExitCode::usage, option + ": " + number_complaint(text, number.fault));
-        numbers.push_back(number.value);
-        at = end + 1;
-    }
+    const std::string complaint = parse_numbers(joined, numbers);
+    if (!complaint.empty()) throw Failure(ExitCode::usage, option + ": " + complaint);
     return numbers;
 }
 
+SectionFrame parse_frame(const std::string& text) {
+    const std::vector<double> numbers = numbers_of("--frame", text);
+    SectionFrame frame;
+    const FrameFault fault = frame.set(numbers);
+    if (fault == FrameFault::none) return frame;
+    std::string why = std::string("--frame: ") + frame_complaint(fault);
+    if (fault == FrameFault::not_nine) why += ", found " + std::to_string(numbers.size());
+    throw Failure(ExitCode::usage, why);
+}
+
 Tolerance parse_tolerance(const std::string& text) {
-    const std::vector<double> values = parse_numbers("--tolerance", text);
+    const std::vector<double> values = numbers_of("--tolerance", text);
     const Tolerance tolerance =
         values.size() == 1 ? Tolerance{-values[0], values[0]} : Tolerance{values[0], values[1]};
     if (values.size() > 2)
@@ -80,7 +83,7 @@ Tolerance parse_tolerance(const std::string& text) {
 }
 
 double parse_length(const std::string& option, const std::string& text) {
-    const std::vector<double> values = parse_numbers(option, text);
+    const std::vector<double> values = numbers_of(option, text);
     if (values.size() != 1 || values[0] < 0.0)
         throw Failure(ExitCode::usage, option + ": expected one number, not negative");
     return values[0];
@@ -111,7 +114,7 @@ void OutputPaths::check(const std::vector<std::string>& inputs, bool has_table) 
 
 double parse_chain_tolerance(const std::string& text) {
     constexpr double least = 1e-100; // whose square is a double
-    const std::vector<double> values = parse_numbers("--chain-tolerance", text);
+    const std::vector<double> values = numbers_of("--chain-tolerance", text);
     if (values.size() != 1 || !(values[0] >= least))
         throw Failure(ExitCode::usage, "--chain-tolerance: expected one number above 0");
     return values[0];

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "inspect/base/failure.h"
+#include "inspect/result/section_frame.h"
 #include "inspect/result/summary.h"
 
 namespace velm::inspect {
@@ -20,7 +21,10 @@ namespace velm::inspect {
 std::vector<std::string> join_numbers(const std::vector<std::string>& arguments);
 
 /// The numbers of a joined argument. Throws `Failure` (usage) naming the option.
-std::vector<double> parse_numbers(const std::string& option, const std::string& joined);
+std::vector<double> numbers_of(const std::string& option, const std::string& joined);
+
+/// The nine numbers of `--frame`, likewise.
+SectionFrame parse_frame(const std::string& text);
 
 /// The band of a joined --tolerance. Throws `Failure` (usage).
 Tolerance parse_tolerance(const std::string& joined);

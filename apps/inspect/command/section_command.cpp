@@ -65,7 +65,7 @@ SectionOptions understand(const CLI::App& section, const Texts& texts) {
     if (section.count("--tolerance") > 0) options.tolerance = parse_tolerance(texts.tolerance);
     if (section.count("--diameter") > 0)
         options.diameter = parse_length("--diameter", texts.diameter);
-    if (section.count("--frame") > 0) options.frame.emplace(parse_numbers("--frame", texts.frame));
+    if (section.count("--frame") > 0) options.frame = parse_frame(texts.frame);
     if (section.count("--chain-tolerance") > 0)
         options.chain_tolerance = parse_chain_tolerance(texts.chain_tolerance);
     if (section.count("--max-height") > 0) {

@@ -1,21 +1,10 @@
-// fit_points.h: points to be fitted: `FitPoints`, `read_fit_points`.
+// fit_points.h: points to be fitted: `read_fit_points`.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "inspect/input/text_source.h"
-#include "velm/frame/point.h"
+#include "inspect/result/fit_result.h"
 
 namespace velm::inspect {
-
-struct FitPoints {
-    std::vector<std::string> ids;
-    std::vector<ERPoint3D> places; ///< z is 0 unless in_space
-    bool in_space = false;
-    std::optional<double> diameter; ///< of the ball, where the file tells it
-};
 
 /// Reads a file of measured points (MeasuredReader), or bare lines of two or three numbers, whose
 /// ids are their running numbers from 1. A file starts with a number or it has a header. All

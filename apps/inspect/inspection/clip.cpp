@@ -5,6 +5,7 @@
 #include <deque>
 
 #include "inspect/base/output_set.h"
+#include "inspect/input/polyline_reader.h"
 #include "inspect/picture/clip_picture.h"
 #include "inspect/report/clip_reports.h"
 #include "velm/frame/point_functions.h"
@@ -108,6 +109,7 @@ ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
     for (const Area& area : region.areas)
         areas.emplace_back(region, area, factor);
     ClipResult result;
+    result.polylines = static_cast<int>(polylines.size());
     for (std::size_t i = 0; i < polylines.size(); ++i) {
         std::vector<AreaClipper::Piece> pieces;
         for (AreaClipper& area : areas)
@@ -134,12 +136,12 @@ ExitCode clip_polylines(const ClipOptions& options) {
     OutputSet outputs;
     Output* const json = outputs.add_if_asked(options.json);
     Output* const svg = outputs.add_if_asked(options.svg);
-    const ClipResult result = clip(region, polylines.lines);
-    if (json != nullptr)
-        write_clip_json(*json, result, options, static_cast<int>(polylines.lines.size()));
-    if (svg != nullptr) svg->write(clip_picture(region, polylines, result, options));
-    if (Output* const text = outputs.add_text(options.quiet))
-        write_clip_text(*text, result, options);
+    ClipResult result = clip(region, polylines.lines);
+    result.region = options.region;
+    result.polyline = options.polyline;
+    if (json != nullptr) write_clip_json(*json, result);
+    if (svg != nullptr) svg->write(clip_picture(region, polylines, result));
+    if (Output* const text = outputs.add_text(options.quiet)) write_clip_text(*text, result);
     outputs.commit();
     return ExitCode::good;
 }

@@ -1,4 +1,4 @@
-// clip.h: polylines cut down to a region: `ClipOptions`, `ClipResult`, `clip_polylines`.
+// clip.h: polylines cut down to a region: `ClipOptions`, `clip`, `clip_polylines`.
 #pragma once
 
 #include <optional>
@@ -7,7 +7,7 @@
 
 #include "inspect/base/failure.h"
 #include "inspect/input/outline_reader.h"
-#include "inspect/input/polyline_reader.h"
+#include "inspect/result/clip_result.h"
 
 namespace velm::inspect {
 
@@ -18,19 +18,6 @@ struct ClipOptions {
     OutlineForm form = OutlineForm::automatic;
     double chain_tolerance = default_chain_tolerance; ///< of loose pieces
     bool quiet = false;
-};
-
-/// A part of a polyline that lies in the region, borders included.
-struct ClipPiece {
-    int polyline; ///< from 0, in the order of the file
-    Polygon points;
-    double length;
-};
-
-struct ClipResult {
-    std::vector<ClipPiece> pieces; ///< polyline by polyline, each along its way
-    double length_inside = 0.0;
-    double length = 0.0; ///< of all polylines
 };
 
 /// The pieces of the polylines that lie in an area of the region; a polyline that goes over from

@@ -6,6 +6,7 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/output_set.h"
+#include "inspect/input/fit_points.h"
 #include "inspect/picture/fit_picture.h"
 #include "inspect/report/fit_reports.h"
 #include "velm/measure/orthogonal_fit.h"
@@ -168,28 +169,6 @@ void summarise(FitResult& result, const FitOptions& options, const FitPoints& po
 }
 
 } // namespace
-
-const char* kind_name(FitKind kind) {
-    return kind == FitKind::plane ? "plane" : kind == FitKind::line ? "line" : "circle";
-}
-
-Judged FitResult::row(const FitPoints& points, std::size_t index) const {
-    Judged row;
-    row.id = points.ids[index];
-    row.deviation = residuals[index];
-    row.severity = std::fabs(row.deviation);
-    if (tolerance) {
-        row.severity = std::fabs(row.deviation - tolerance->middle());
-        row.in_tolerance = tolerance->contains(row.deviation);
-    }
-    return row;
-}
-
-const char* FitResult::form_name() const {
-    return kind == FitKind::plane  ? "flatness"
-           : kind == FitKind::line ? "straightness"
-                                   : "roundness";
-}
 
 FitResult fit_points(const FitOptions& options, const FitPoints& points) {
     FitResult result;

@@ -1,46 +1,94 @@
 #include "inspect/inspection/report.h"
 
-#include "inspect/inspection/archive_report.h"
-#include "inspect/inspection/report_rows.h"
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+#include "inspect/base/progress.h"
 #include "inspect/keep/inspection_archive_reader.h"
+#include "inspect/keep/section_archive.h"
 #include "inspect/keep/section_record.h"
+#include "inspect/keep/target_archive.h"
 #include "inspect/keep/target_record.h"
 #include "inspect/report/target_outputs.h"
 
 namespace velm::inspect {
 namespace {
 
-// By the number of rows.
-template <class Row, class Record, class Outputs>
-ExitCode report_record(Record& record, Outputs& outputs, bool quiet) {
-    return report_rows<Row>(record, outputs, quiet, [&](Progress& progress, std::uint64_t count) {
+// What each kind of inspection is read from, and what takes its rows.
+struct SectionKind {
+    using Row = SectionRow;
+    using Record = SectionRecord;
+    using Document = SectionArchiveReader;
+    static constexpr const char* stored = section_kind;
+    static constexpr ArchivedKind archived = ArchivedKind::section;
+    static constexpr bool has_svg = true;
+    template <class Reader>
+    static SectionOutputs outputs(const Reader& reader, const SectionPaths& paths) {
+        return {reader.head(), reader.outline(), paths};
+    }
+};
+
+struct TargetKind {
+    using Row = TargetRow;
+    using Record = TargetRecord;
+    using Document = TargetArchiveReader;
+    static constexpr const char* stored = targets_kind;
+    static constexpr ArchivedKind archived = ArchivedKind::targets;
+    static constexpr bool has_svg = false;
+    template <class Reader>
+    static TargetOutputs outputs(const Reader& reader, const SectionPaths& paths) {
+        return {reader.head(), {paths.json, paths.csv, paths.html, paths.quiet}};
+    }
+};
+
+// Hands all rows of a reader on and ends as the run did. `update` shows the progress after so many
+// rows.
+template <class Kind, class Reader, class Update>
+ExitCode report_rows(Reader& reader, const SectionPaths& paths, Update update) {
+    auto outputs = Kind::outputs(reader, paths);
+    Progress progress(!paths.quiet);
+    typename Kind::Row row;
+    for (std::uint64_t count = 1; reader.next(row); ++count) {
+        outputs.add(row);
+        update(progress, count);
+    }
+    progress.clear();
+    outputs.finish();
+    return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+}
+
+template <class Kind>
+ExitCode report_record(StoreReader& reader, const StoredInspection& inspection,
+                       const SectionPaths& paths) {
+    typename Kind::Record record(reader, inspection);
+    return report_rows<Kind>(record, paths, [&](Progress& progress, std::uint64_t count) {
         progress.update(count, count, record.count());
     });
 }
 
-ExitCode report_section(StoreReader& reader, const StoredInspection& inspection,
-                        const ReportOptions& options) {
-    SectionRecord record(reader, inspection);
-    SectionOutputs outputs(record.head(), record.outline(), options.paths);
-    return report_record<SectionRow>(record, outputs, options.paths.quiet);
+template <class Kind>
+ExitCode report_document(InspectionArchiveReader& document, const SectionPaths& paths) {
+    typename Kind::Document reader(document);
+    return report_rows<Kind>(reader, paths, [&](Progress& progress, std::uint64_t count) {
+        progress.update(count, document.bytes_read(), document.size());
+    });
 }
 
-ExitCode report_targets(StoreReader& reader, const StoredInspection& inspection,
-                        const ReportOptions& options) {
-    const SectionPaths& paths = options.paths;
-    if (paths.svg)
-        inspection.refuse(reader, "is of targets, whose picture is in the page (--html)");
-    TargetRecord record(reader, inspection);
-    TargetOutputs outputs(record.head(), {paths.json, paths.csv, paths.html, paths.quiet});
-    return report_record<TargetRow>(record, outputs, paths.quiet);
-}
-
-// Each kind of inspection has a reader of its own.
-struct KindOfReport {
-    const char* kind;
-    ExitCode (*report)(StoreReader&, const StoredInspection&, const ReportOptions&);
+struct ReportedKind {
+    std::string_view stored;
+    ArchivedKind archived;
+    bool has_svg;
+    ExitCode (*report_record)(StoreReader&, const StoredInspection&, const SectionPaths&);
+    ExitCode (*report_document)(InspectionArchiveReader&, const SectionPaths&);
 };
-constexpr KindOfReport kinds[] = {{section_kind, report_section}, {targets_kind, report_targets}};
+
+template <class Kind>
+constexpr ReportedKind reported{Kind::stored, Kind::archived, Kind::has_svg, report_record<Kind>,
+                                report_document<Kind>};
+constexpr ReportedKind kinds[] = {reported<SectionKind>, reported<TargetKind>};
+
+constexpr const char* no_svg = "is of targets, whose picture is in the page (--html)";
 
 std::string numbered(const StoredInspection& inspection) {
     return std::to_string(inspection.number) + " (" + inspection.title() + ")";
@@ -64,6 +112,23 @@ const StoredInspection& choose(const StoreReader& reader, const std::vector<Stor
     return all.back();
 }
 
+ExitCode report_archived(const ReportOptions& options) {
+    if (options.number.value_or(1) != 1)
+        throw Failure(ExitCode::input, options.store + ": holds 1 inspection, no number " +
+                                           std::to_string(*options.number));
+    return with_archive(options.store, [&] {
+        CFile file(options.store.c_str(), UINT(CFile::modeRead) | CFile::shareDenyWrite);
+        InspectionArchiveReader document(file);
+        const auto kind =
+            std::find_if(std::begin(kinds), std::end(kinds), [&](const ReportedKind& known) {
+                return known.archived == document.kind();
+            });
+        if (!kind->has_svg && options.paths.svg)
+            throw Failure(ExitCode::input, options.store + ": " + no_svg);
+        return kind->report_document(document, options.paths);
+    });
+}
+
 } // namespace
 
 ExitCode report_stored(const ReportOptions& options) {
@@ -71,9 +136,12 @@ ExitCode report_stored(const ReportOptions& options) {
     StoreReader reader(options.store);
     const std::vector<StoredInspection> all = list_inspections(reader);
     const StoredInspection& chosen = choose(reader, all, options);
-    const std::string kind = chosen.fields(reader).kind();
-    for (const KindOfReport& known : kinds)
-        if (kind == known.kind) return known.report(reader, chosen, options);
+    const std::string stored = chosen.fields(reader).kind();
+    for (const ReportedKind& kind : kinds) {
+        if (kind.stored != stored) continue;
+        if (!kind.has_svg && options.paths.svg) chosen.refuse(reader, no_svg);
+        return kind.report_record(reader, chosen, options.paths);
+    }
     chosen.refuse(reader, "is of a kind that has no report");
 }
 

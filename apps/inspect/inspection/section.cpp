@@ -23,7 +23,9 @@ ExitCode inspect_section(const SectionOptions& options) {
     TextSource nominal(options.nominal);
     const Outline outline = read_outline(nominal, options.form, options.chain_tolerance);
     const Profile profile(outline);
-    SectionPoints points(options, profile);
+    const ProbingOptions probing{options.measured, options.diameter, options.frame,
+                                 options.max_height, !options.paths.quiet};
+    SectionPoints points(probing, profile);
     SectionHead head{options.nominal, options.measured,   options.tolerance,
                      options.frame,   options.max_height, {}};
     std::vector<SectionRow> aligned;

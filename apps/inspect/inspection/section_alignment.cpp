@@ -6,6 +6,7 @@
 
 #include "inspect/base/failure.h"
 #include "inspect/inspection/section_points.h"
+#include "inspect/report/alignment_report.h"
 
 namespace velm::inspect {
 

@@ -20,9 +20,9 @@ bool compare(SectionRow& row, const Profile& profile) {
     return std::fabs(row.deviation) <= largest_deviation;
 }
 
-SectionPoints::SectionPoints(const SectionOptions& options, const Profile& profile)
+SectionPoints::SectionPoints(const ProbingOptions& options, const Profile& profile)
     : options_(options), profile_(profile), source_(options.measured), reader_(source_),
-      progress_(!options.paths.quiet) {
+      progress_(options.shows_progress) {
     if (options.frame && !reader_.has_z())
         source_.refuse("expected a header with the columns id, x, y and z, which --frame needs; "
                        "missing: z");

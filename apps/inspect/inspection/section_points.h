@@ -2,15 +2,25 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "inspect/base/progress.h"
 #include "inspect/base/repeated_ids.h"
 #include "inspect/input/measured_reader.h"
-#include "inspect/inspection/section.h"
+#include "inspect/result/section_frame.h"
 #include "inspect/result/section_result.h"
 
 namespace velm::inspect {
+
+/// Which measured points, and how they are read.
+struct ProbingOptions {
+    std::string measured;              ///< the name of the file
+    double diameter = 0.0;             ///< of the ball where the file has none
+    std::optional<SectionFrame> frame; ///< without one, x and y are the section's own
+    std::optional<double> max_height;  ///< how far off the frame's plane a point may lie
+    bool shows_progress = true;
+};
 
 /// Compares a row's placed point; false where it lies too far from the outline for that.
 bool compare(SectionRow& row, const Profile& profile);
@@ -20,7 +30,7 @@ bool compare(SectionRow& row, const Profile& profile);
 class SectionPoints {
 public:
     /// The options and the profile must outlive this.
-    SectionPoints(const SectionOptions& options, const Profile& profile);
+    SectionPoints(const ProbingOptions& options, const Profile& profile);
 
     /// The next point, compared but not judged. Behind the last false, once it is known that there
     /// are points and that none lies too far off the plane of the section.
@@ -34,7 +44,7 @@ private:
     void note_height(const SectionRow& row);
     void finish();
 
-    const SectionOptions& options_;
+    const ProbingOptions& options_;
     const Profile& profile_;
     TextSource source_;
     MeasuredReader reader_;

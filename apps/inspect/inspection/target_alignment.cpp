@@ -1,6 +1,7 @@
 #include "inspect/inspection/target_alignment.h"
 
 #include "inspect/base/failure.h"
+#include "inspect/report/alignment_report.h"
 #include "velm/transforms/transformed_values.h"
 
 namespace velm::inspect {

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <limits>
 
-#include "inspect/base/failure.h"
 #include "inspect/input/outline_checks.h"
 #include "inspect/result/nominal_entities.h"
 #include "inspect/result/outline_forms.h"
@@ -118,11 +117,7 @@ void exchange_frame(CArchive& archive, std::optional<SectionFrame>& frame) {
     for (double& number : numbers)
         exchange(archive, number);
     if (archive.IsStoring()) return;
-    try {
-        frame.emplace(numbers);
-    } catch (const Failure&) { // no plane
-        archive.raise(CArchiveException::badIndex);
-    }
+    require(archive, frame.emplace().set(numbers) == FrameFault::none);
 }
 
 // What an alignment has moved has this before.

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "inspect/command/arguments.h"
+#include "inspect/base/number_text.h"
 #include "inspect/input/outline_checks.h"
 #include "inspect/keep/alignment_properties.h"
 #include "inspect/result/outline_forms.h"
@@ -77,12 +77,12 @@ void SectionRecord::read_head(const RecordFields& fields) {
     head_.tolerance = fields.tolerance();
     head_.max_height = fields.optional_number(RecordKey::max_height);
     head_.alignment = get_alignment(fields);
-    try {
-        if (fields.has(RecordKey::frame_numbers))
-            head_.frame.emplace(parse_numbers("frame", fields.text(RecordKey::frame_numbers)));
-    } catch (const Failure& failure) {
-        fields.refuse(failure.what());
-    }
+    if (!fields.has(RecordKey::frame_numbers)) return;
+    std::vector<double> numbers;
+    const std::string complaint = parse_numbers(fields.text(RecordKey::frame_numbers), numbers);
+    if (!complaint.empty()) fields.refuse("frame: " + complaint);
+    const FrameFault fault = head_.frame.emplace().set(numbers);
+    if (fault != FrameFault::none) fields.refuse(std::string("frame: ") + frame_complaint(fault));
 }
 
 void SectionRecord::read_outline(const RecordFields& fields) {

@@ -76,12 +76,12 @@ void draw_legend(SvgCanvas& canvas, const ClipResult& result) {
 } // namespace
 
 std::string clip_picture(const Outline& region, const Polylines& polylines,
-                         const ClipResult& result, const ClipOptions& options) {
+                         const ClipResult& result) {
     ERMinimax2D box = region.box();
     for (const Polygon& line : polylines.lines)
         box.Update(line);
     const Placement place(box);
-    const std::string files = options.polyline + " in " + options.region;
+    const std::string files = result.polyline + " in " + result.region;
     const std::string title = region.title.empty() ? "Clipped polylines" : region.title;
     SvgCanvas canvas(title, files);
     canvas.text({border, 46.0}, clipped(terminal_text(title), 64), 20.0, SvgCanvas::Anchor::start,

@@ -3,13 +3,14 @@
 
 #include <string>
 
-#include "inspect/inspection/clip.h"
+#include "inspect/input/polyline_reader.h"
+#include "inspect/result/clip_result.h"
 
 namespace velm::inspect {
 
 /// An SVG page to scale: the region, the polylines as thin lines, the pieces in it as bold ones
 /// with dots at their ends.
 std::string clip_picture(const Outline& region, const Polylines& polylines,
-                         const ClipResult& result, const ClipOptions& options);
+                         const ClipResult& result);
 
 } // namespace velm::inspect

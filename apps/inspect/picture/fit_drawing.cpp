@@ -8,7 +8,7 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
-#include "inspect/report/fit_reports.h"
+#include "inspect/picture/fit_lines.h"
 
 namespace velm::inspect {
 namespace {

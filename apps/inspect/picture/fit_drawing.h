@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-#include "inspect/inspection/fit.h"
 #include "inspect/picture/deviation_scale.h"
 #include "inspect/picture/label_places.h"
 #include "inspect/picture/svg_canvas.h"
+#include "inspect/result/fit_result.h"
 
 namespace velm::inspect {
 

@@ -7,8 +7,8 @@
 #include "inspect/base/text_escape.h"
 #include "inspect/picture/deviation_histogram.h"
 #include "inspect/picture/fit_drawing.h"
+#include "inspect/picture/fit_lines.h"
 #include "inspect/picture/section_panel.h"
-#include "inspect/report/fit_reports.h"
 
 namespace velm::inspect {
 namespace {

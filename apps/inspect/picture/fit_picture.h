@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "inspect/inspection/fit.h"
+#include "inspect/result/fit_result.h"
 
 namespace velm::inspect {
 

@@ -6,10 +6,10 @@
 
 namespace velm::inspect {
 
-void write_clip_text(Output& output, const ClipResult& result, const ClipOptions& options) {
+void write_clip_text(Output& output, const ClipResult& result) {
     const std::size_t count = result.pieces.size();
     output.write("# " + std::to_string(count) + (count == 1 ? " piece of " : " pieces of ") +
-                 terminal_text(options.polyline) + " in " + terminal_text(options.region) + ", " +
+                 terminal_text(result.polyline) + " in " + terminal_text(result.region) + ", " +
                  shortest(result.length_inside) + " of " + shortest(result.length) + " long\n");
     std::string text;
     for (std::size_t i = 0; i < count; ++i) {
@@ -26,13 +26,12 @@ void write_clip_text(Output& output, const ClipResult& result, const ClipOptions
     }
 }
 
-void write_clip_json(Output& output, const ClipResult& result, const ClipOptions& options,
-                     int polylines) {
+void write_clip_json(Output& output, const ClipResult& result) {
     const bool ascii = output.is_terminal();
     std::string text = "{\"velm\":\"" VELM_VERSION_STRING "\",\"command\":\"clip\",\"region\":";
-    append_json_string(text, options.region, ascii);
+    append_json_string(text, result.region, ascii);
     text += ",\"polyline\":";
-    append_json_string(text, options.polyline, ascii);
+    append_json_string(text, result.polyline, ascii);
     text += ",\n \"pieces\":[";
     const char* separator = "\n  ";
     for (const ClipPiece& piece : result.pieces) {
@@ -55,7 +54,7 @@ void write_clip_json(Output& output, const ClipResult& result, const ClipOptions
         text.clear();
         separator = ",\n  ";
     }
-    text += "],\n \"summary\":{\"polylines\":" + std::to_string(polylines) +
+    text += "],\n \"summary\":{\"polylines\":" + std::to_string(result.polylines) +
             ",\"pieces\":" + std::to_string(result.pieces.size()) +
             ",\"length_inside\":" + shortest(result.length_inside) +
             ",\"length\":" + shortest(result.length) + "}}\n";

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "inspect/inspection/fit.h"
+#include "inspect/result/fit_result.h"
 
 namespace velm::inspect {
 
@@ -17,16 +17,5 @@ std::string fit_csv(const FitResult& result, const FitPoints& points, bool on_te
 
 /// The rows up to 1,000, above that the 20 worst, the entity and the summary.
 std::string fit_table(const FitResult& result, const FitPoints& points, const std::string& path);
-
-/// What the entity is, in names and texts with `decimals` digits, for people.
-std::vector<std::pair<std::string, std::string>> entity_lines(const FitResult& result,
-                                                              int decimals);
-
-/// The decimals that show the residuals with five digits.
-int fit_decimals(const FitResult& result);
-
-/// The indices of the `most` worst points, the worst first, the first of equal ones first.
-std::vector<std::size_t> worst_points(const FitResult& result, const FitPoints& points,
-                                      std::size_t most);
 
 } // namespace velm::inspect

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "inspect/base/number_text.h"
+#include "inspect/report/alignment_report.h"
 #include "inspect/report/report_page.h"
 #include "inspect/report/summary_table.h"
 #include "velm/version.h"

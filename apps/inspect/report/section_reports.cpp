@@ -5,6 +5,7 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
+#include "inspect/report/alignment_report.h"
 #include "inspect/report/report_json.h"
 #include "velm/version.h"
 

@@ -2,6 +2,7 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/table.h"
+#include "inspect/report/alignment_report.h"
 #include "inspect/report/summary_table.h"
 
 namespace velm::inspect {

@@ -9,6 +9,7 @@
 #include "inspect/base/text_escape.h"
 #include "inspect/base/worst_rows.h"
 #include "inspect/picture/target_picture.h"
+#include "inspect/report/alignment_report.h"
 #include "inspect/report/report_json.h"
 #include "inspect/report/report_page.h"
 #include "inspect/report/summary_table.h"

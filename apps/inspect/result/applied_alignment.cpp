@@ -1,13 +1,7 @@
 #include "inspect/result/applied_alignment.h"
 
-#include <algorithm>
 #include <cmath>
-#include <initializer_list>
-#include <numbers>
 
-#include "inspect/base/number_text.h"
-#include "inspect/base/text_escape.h"
-#include "inspect/report/report_json.h"
 #include "velm/transforms/transformed_values.h"
 
 namespace velm::inspect {
@@ -33,11 +27,6 @@ AppliedAlignment with_report(const velm::AlignmentReport& found,
     for (const velm::HeldFreedom& freedom : found.held)
         result.held.push_back(freedom.name());
     return result;
-}
-
-void append_value(std::string& out, const char* name, double value) {
-    out += std::string(",\"") + name + "\":";
-    append_number(out, value);
 }
 
 } // namespace
@@ -92,96 +81,6 @@ AppliedAlignment applied(const velm::Alignment2D& found, const velm::AlignmentOp
     const ERPoint2D origin = found.motion >> ERPoint2D(0, 0);
     result.translation = ERPoint3D(origin.x(), origin.y(), 0);
     return result;
-}
-
-std::string unconverged_text(const velm::AlignmentReport& report,
-                             const velm::AlignmentOptions& options) {
-    return "the alignment doesn't converge: after " + std::to_string(report.iterations) +
-           " iterations the points still move by " + shortest(report.last_step) +
-           " of their extent, more than " + shortest(options.threshold);
-}
-
-void append_alignment(std::string& out, const AppliedAlignment& alignment) {
-    out += ",\n \"alignment\":{\"method\":\"bestfit\",\"iterations\":" +
-           std::to_string(alignment.iterations);
-    append_value(out, "threshold", alignment.threshold);
-    append_value(out, "last_step", alignment.last_step);
-    append_value(out, "angle", alignment.angle());
-    const ERVector3D(&rows)[3] = alignment.rotation;
-    const ERPoint3D& t = alignment.translation;
-    if (alignment.in_plane) {
-        out += ",\"rotation\":[";
-        append_list(out, {rows[0].i(), rows[0].j()});
-        out += ',';
-        append_list(out, {rows[1].i(), rows[1].j()});
-        out += "],\"translation\":";
-        append_list(out, {t.x(), t.y()});
-    } else {
-        const ERVector3D axis = alignment.axis();
-        out += ",\"axis\":";
-        append_list(out, {axis.i(), axis.j(), axis.k()});
-        out += ",\"rotation\":";
-        char before = '[';
-        for (const ERVector3D& row : rows) {
-            out += before;
-            append_list(out, {row.i(), row.j(), row.k()});
-            before = ',';
-        }
-        out += "],\"translation\":";
-        append_list(out, {t.x(), t.y(), t.z()});
-    }
-    const DeviationSpread &before = alignment.before, &after = alignment.after;
-    append_value(out, "rms_before", before.rms);
-    append_value(out, "rms_after", after.rms);
-    append_value(out, "minimum_before", before.minimum);
-    append_value(out, "minimum_after", after.minimum);
-    append_value(out, "maximum_before", before.maximum);
-    append_value(out, "maximum_after", after.maximum);
-    out += ",\"held\":[";
-    for (const std::string& freedom : alignment.held) {
-        if (out.back() != '[') out += ',';
-        append_json_string(out, freedom, true);
-    }
-    out += "]}";
-}
-
-std::vector<std::pair<std::string, std::string>>
-alignment_lines(const AppliedAlignment& alignment) {
-    const auto listed = [](std::initializer_list<double> values, int digits) {
-        double largest = 0.0;
-        for (const double value : values)
-            largest = std::max(largest, std::fabs(value));
-        std::string out;
-        for (const double value : values)
-            out += (out.empty() ? "" : ", ") + fixed(value, decimals_for(largest, digits));
-        return out;
-    };
-    const ERPoint3D& t = alignment.translation;
-    const ERVector3D axis = alignment.axis();
-    std::string turn = fixed(alignment.angle() * 180.0 / std::numbers::pi, 6) + " degrees";
-    if (!alignment.in_plane) turn += " about <" + listed({axis.i(), axis.j(), axis.k()}, 7) + ">";
-    std::vector<std::pair<std::string, std::string>> lines{
-        {"aligned by best fit", std::to_string(alignment.iterations) +
-                                    " iterations, the last step " +
-                                    listed({alignment.last_step}, 3) +
-                                    " of the extent, threshold " + shortest(alignment.threshold)},
-        {"turned by", turn},
-        {"moved at the origin by",
-         alignment.in_plane ? listed({t.x(), t.y()}, 7) : listed({t.x(), t.y(), t.z()}, 7)}};
-    for (const auto& [when, spread] :
-         {std::pair("before", alignment.before), std::pair("after", alignment.after)})
-        lines.emplace_back(std::string("least, greatest, root mean square ") + when,
-                           listed({spread.minimum, spread.maximum, spread.rms}, 5));
-    for (const std::string& freedom : alignment.held)
-        lines.emplace_back("held", freedom);
-    return lines;
-}
-
-std::string alignment_text(const AppliedAlignment& alignment) {
-    std::string out = "\n";
-    for (const auto& [name, value] : alignment_lines(alignment))
-        out += name + ": " + terminal_text(value) + "\n";
-    return out;
 }
 
 } // namespace velm::inspect

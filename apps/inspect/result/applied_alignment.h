@@ -1,9 +1,7 @@
-// applied_alignment.h: `AppliedAlignment`, a motion that was applied to measured points, and how
-// reports tell it.
+// applied_alignment.h: `AppliedAlignment`, a motion that was applied to measured points.
 #pragma once
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "inspect/result/statistics.h"
@@ -37,21 +35,5 @@ struct AppliedAlignment {
 /// The motion and the report of it, `before` and `after` left for the caller.
 AppliedAlignment applied(const velm::Alignment& found, const velm::AlignmentOptions& options);
 AppliedAlignment applied(const velm::Alignment2D& found, const velm::AlignmentOptions& options);
-
-/// "the alignment doesn't converge: after 100 iterations ..."
-std::string unconverged_text(const velm::AlignmentReport& report,
-                             const velm::AlignmentOptions& options);
-
-/// `,"alignment":{"method":"bestfit","iterations":...,"threshold":...,"last_step":...,
-/// "angle":...,"axis":[...],"rotation":[[...],...],"translation":[...],"rms_before":...,
-/// "rms_after":...,"minimum_before":...,"minimum_after":...,"maximum_before":...,
-/// "maximum_after":...,"held":["turning about ..."]}`; in the plane without the axis, the rotation
-/// of two rows of two and the translation of two.
-void append_alignment(std::string& out, const AppliedAlignment& alignment);
-
-/// The same as names and values for readers.
-std::vector<std::pair<std::string, std::string>> alignment_lines(const AppliedAlignment& alignment);
-/// These as lines for a terminal, behind an empty one.
-std::string alignment_text(const AppliedAlignment& alignment);
 
 } // namespace velm::inspect

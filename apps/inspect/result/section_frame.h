@@ -10,14 +10,28 @@
 
 namespace velm::inspect {
 
+/// Why numbers make no frame.
+enum class FrameFault {
+    none,
+    not_nine,
+    normal_without_length,
+    axis_without_length,
+    axis_along_normal
+};
+
+/// "the first axis runs along the normal"
+const char* frame_complaint(FrameFault fault);
+
 /// The section's own x and y lie in the plane, its z along the normal: a point's height.
 class SectionFrame {
 public:
-    /// From nine numbers: a point of the plane, which becomes the origin, the plane's normal and
+    /// The plane z = 0.
+    SectionFrame();
+    /// Takes nine numbers: a point of the plane, which becomes the origin, the plane's normal and
     /// the direction of the first axis, both of any length; the axis is projected into the plane.
-    /// Throws `Failure` (usage) where a direction has no length, or the two enclose less than 1e-9
-    /// radians.
-    explicit SectionFrame(std::span<const double> numbers);
+    /// Refuses a direction without length, and two that enclose less than 1e-9 radians; the frame
+    /// is unchanged then.
+    FrameFault set(std::span<const double> numbers);
 
     /// A point of the machine as the section's x and y, and its height.
     ERPoint3D to_section(const ERPoint3D& p) const;

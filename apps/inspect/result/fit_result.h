@@ -1,0 +1,59 @@
+// fit_result.h: what a fit finds: `FitKind`, `BallSide`, `FitPoints`, `FitResult`.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inspect/result/summary.h"
+#include "velm/frame/point.h"
+#include "velm/frame/vector.h"
+
+namespace velm::inspect {
+
+enum class FitKind { plane, line, circle };
+/// On which side of the material the probe's ball was: in a bore, or outside of a shaft.
+enum class BallSide { unknown, inside, outside };
+
+/// Measured points to be fitted.
+struct FitPoints {
+    std::vector<std::string> ids;
+    std::vector<ERPoint3D> places; ///< z is 0 unless in_space
+    bool in_space = false;
+    std::optional<double> diameter; ///< of the ball, where the file tells it
+};
+
+/// The fitted entity, corrected for the ball, and what the points are to it.
+struct FitResult {
+    FitKind kind = FitKind::plane;
+    bool in_space = false;
+    BallSide side = BallSide::unknown;
+    double ball = 0.0; ///< its diameter, 0 for none
+    ERPoint3D point;   ///< a point of the plane or line, the centre of the circle; z 0 in the plane
+    ERVector3D axis;   ///< the normal of the plane or circle, the direction of the line; unit
+    double radius = 0.0;
+    std::optional<double> flatness_rms; ///< of the points of a circle in space about its plane
+    int steps = 0;                      ///< of the circle's iteration
+    double last_step = 0.0;
+    std::optional<Tolerance> tolerance;
+    std::vector<double> residuals;
+    /// Where the picture shows each point: in the plane; along the line (x); from the centre.
+    std::vector<ERPoint2D> places;
+    Summary summary;
+    double peak_to_valley = 0.0;
+
+    /// One point with its residual as deviation.
+    Judged row(const FitPoints& points, std::size_t index) const;
+    /// "flatness", "straightness" or "roundness".
+    const char* form_name() const;
+};
+
+/// "plane", "line" or "circle".
+const char* kind_name(FitKind kind);
+
+/// The indices of the `most` worst points, the worst first, the first of equal ones first.
+std::vector<std::size_t> worst_points(const FitResult& result, const FitPoints& points,
+                                      std::size_t most);
+
+} // namespace velm::inspect
