@@ -137,6 +137,7 @@
 #include "velm/wireframe/segment.h"
 
 #include "velm/curves/bezier_curve.h"
+#include "velm/curves/conversions.h"
 #include "velm/curves/knot.h"
 #include "velm/curves/knot_vector.h"
 #include "velm/curves/nurbs_curve.h"

@@ -55,6 +55,7 @@ public:
     using Twin = typename BezierParts<Self>::Twin;
     using Rep = typename D::PoleCurve;
     using Point = typename D::Point;
+    using InfoPoint = typename D::InfoPoint;
     using PowerForm = typename Rep::PowerForm;
 
     BezierCurve() = default;
@@ -72,7 +73,7 @@ public:
     /// By Horner's scheme on the poles, over the whole domain.
     Point operator()(double t) override;
     /// The point with its derivatives by t, by de Casteljau's scheme.
-    typename D::InfoPoint PtCur(double t) override;
+    InfoPoint PtCur(double t) override;
 
     int degree() const override;
     /// 1.
@@ -117,6 +118,10 @@ protected:
     /// Keeps those inside the limits that `params` doesn't hold yet.
     int level_crossings(double level, ERVec<double>& params) const override;
     Point point_at(double t) const;
+    /// What getSpanPower returns a copy of; there are poles.
+    const PowerForm& power_form() const;
+    /// The curve in the other dimension: through Convert of the poles.
+    Twin twin(const ERPmIsometrie3D& frame) const;
 
     ERVec<StoredPole> poles;
 
@@ -166,6 +171,16 @@ public:
     /// An ERCpoleBezier2DR.
     t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
 };
+
+/// The point at t, with its derivatives by t, of the Bezier curve of these poles over a domain.
+VELM_API ERInfoPoint2D CasteljauAll(const ERVec<ERPoint2D>& poles, double t,
+                                    const ERLimites& domain);
+VELM_API ERInfoPoint2D CasteljauAll(const ERVec<ERPole2DH>& poles, double t,
+                                    const ERLimites& domain);
+VELM_API ERInfoPoint3DWF CasteljauAll(const ERVec<ERPoint3D>& poles, double t,
+                                      const ERLimites& domain);
+VELM_API ERInfoPoint3DWF CasteljauAll(const ERVec<ERPole3DH>& poles, double t,
+                                      const ERLimites& domain);
 
 extern template class velm::detail::BezierCurve<ERCpoleBezier2D>;
 extern template class velm::detail::BezierCurve<ERCpoleBezier2DR>;

@@ -137,9 +137,9 @@ protected:
     ERVec<Point> pole_points() const;
     /// Calls f with the array of the poles, for reading or after ResetCachedInfo for writing.
     template <class F>
-    decltype(auto) with_poles(F f);
+    auto with_poles(F f);
     template <class F>
-    decltype(auto) with_poles(F f) const;
+    auto with_poles(F f) const;
     /// The box that getBox returns.
     const Box& kept_box() const;
     t_SmartPtr<Rep> cloned() const;
@@ -160,12 +160,21 @@ private:
     mutable Kept kept_;
 };
 
-/// A point of a curve from the value and the first two derivatives of its homogeneous coordinates
-/// by a parameter that runs `speed` times as fast as t: row k of `derivatives` is the k-th, of
+/// A point of a curve at t, from the value and the first two derivatives of its coordinates by the
+/// parameter of [0, 1] on an interval of t of this length: row k of `derivatives` is the k-th, of
 /// `width` doubles. With a weight, by the quotient rule.
 template <class D>
 VELM_API typename D::InfoPoint info_point(double t, const double* derivatives, int width,
-                                          double speed);
+                                          double length);
+
+/// The form with a weight: the constant 1 is appended to that of a polynomial curve.
+template <class D>
+ERTValVector<ERPolynome> with_weight(ERTValVector<ERPolynome> form) {
+    if (form.length() != D::size) return form;
+    form.reshape(D::size + 1);
+    form[D::size] = ERPolynome(polyValue, 1.0);
+    return form;
+}
 
 } // namespace velm::detail
 
