@@ -19,6 +19,7 @@ quietly() { "$@" >"$log" 2>&1 || { cat "$log"; echo "failed: $*"; exit 1; }; }
 run_all() {
     for kind in shared static; do
         "$1/host_$kind" || { echo "$2, $kind: the host failed"; exit 1; }
+        "$1/static_objects_$kind" || { echo "$2, $kind: a static object failed"; exit 1; }
         "$1/every_class_$kind" >"$work/classes_$kind.txt" ||
             { echo "$2, $kind: a class is not created by its name"; exit 1; }
     done
@@ -47,7 +48,7 @@ done
 PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name velm.pc)")
 export PKG_CONFIG_PATH
 libdir=$(pkg-config --variable=libdir velm)
-for program in host every_class; do
+for program in host every_class static_objects; do
     for kind in shared static; do
         module=velm
         [ $kind = static ] && module=velm-static
@@ -62,6 +63,11 @@ if "${CXX:-g++}" -std=c++20 -ffast-math -fsyntax-only -I "$work/prefix/include" 
     "$consumers/host.cpp" 2>/dev/null; then
     echo "fast-math is not refused"; exit 1
 fi
+while read -r header; do
+    error=$(echo "#include <$header>" | "${CXX:-g++}" -std=c++17 -fsyntax-only \
+        -I "$work/prefix/include" -x c++ - 2>&1) && { echo "$header: C++17 is not refused"; exit 1; }
+    grep -q 'velm needs C++20' <<<"$error" || { echo "$header: C++17 gets no clear error"; exit 1; }
+done < <(cd "$work/prefix/include" && ls velm/*.h | grep -v -e fwd.h -e version.h)
 
 quietly cmake "${generator[@]}" -S "$consumers" -B "$work/subdirectory" \
     -DVELM_SOURCE_DIR="$source" -DCMAKE_BUILD_TYPE=Release

@@ -112,8 +112,8 @@ public:
 #define VELM_DETAIL_DEFINE_CLASS(X, CREATOR, BASE_CLASS, ...)                                      \
     constinit ERClassRegistration const* X::m_Inherite_##X[] = {__VA_ARGS__ nullptr};              \
     constinit ERClassRegistration const* X::m_Member_##X[] = {nullptr};                            \
-    const ERClassRegistration X::m_ClassDef_##X(#X, sizeof(X), m_Inherite_##X, m_Member_##X,       \
-                                                CREATOR);                                          \
+    VELM_INIT_FIRST const ERClassRegistration X::m_ClassDef_##X(#X, sizeof(X), m_Inherite_##X,     \
+                                                                m_Member_##X, CREATOR);            \
     constinit CRuntimeClass X::class##X = {#X,      static_cast<int>(sizeof(X)), 0xFFFF,           \
                                            nullptr, &X::_GetBaseClass,           nullptr};         \
     CRuntimeClass* X::_GetBaseClass() { return BASE_CLASS; }                                       \

@@ -17,7 +17,9 @@ VELM_API std::vector<ERClassRegistration const*> registered_classes();
 
 /// One record a class, the static member X::m_ClassDef_X, made by VELM_DEFINE_CLASS. Records link
 /// themselves into one list while the process loads and leave it at exit; there is no lock, so
-/// classes are registered before threads start. The order of registration does not matter.
+/// classes are registered before threads start. The order of registration does not matter. Records
+/// made by VELM_DEFINE_CLASS are there before the first static object of a host is made, and until
+/// the last one is destroyed.
 class VELM_API ERClassRegistration {
 public:
     using Creator = ERObject* (*)();

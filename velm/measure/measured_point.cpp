@@ -82,13 +82,12 @@ CArchive& operator>>(CArchive& archive, ERCMMPoint& point) {
 
 constinit CRuntimeClass ERCMMPointWithDiameter::classERCMMPointWithDiameter =
     record("ERCMMPointWithDiameter", schema, &ERCMMPointWithDiameter::_GetBaseClass);
-CRuntimeClass ERCMMPointWithDiameter::classCMMPointWithDiameter =
-    record("CMMPointWithDiameter", classERCMMPointWithDiameter.m_wSchema,
-           &ERCMMPointWithDiameter::_GetBaseClass);
-CRuntimeClass ERCMMPointWithDiameter::classPointMesureDegauSurForme =
+constinit CRuntimeClass ERCMMPointWithDiameter::classCMMPointWithDiameter =
+    record("CMMPointWithDiameter", schema, &ERCMMPointWithDiameter::_GetBaseClass);
+constinit CRuntimeClass ERCMMPointWithDiameter::classPointMesureDegauSurForme =
     record("PointMesureDegauSurForme", schema, &ERCMMPointWithDiameter::_GetBaseClass);
 
-static const AFX_CLASSINIT known_names[] = {
+VELM_INIT_FIRST static const AFX_CLASSINIT known_names[] = {
     AFX_CLASSINIT(&ERCMMPointWithDiameter::classERCMMPointWithDiameter),
     AFX_CLASSINIT(&ERCMMPointWithDiameter::classCMMPointWithDiameter),
     AFX_CLASSINIT(&ERCMMPointWithDiameter::classPointMesureDegauSurForme)};

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <mutex>
 
-TableauDePascal theCnpTableau;
+VELM_INIT_FIRST TableauDePascal theCnpTableau;
 
 const double g_basic_factorial[28] = {1.0,
                                       1.0,
@@ -34,7 +34,7 @@ const double g_basic_factorial[28] = {1.0,
                                       403291461126605635584000000.0,
                                       10888869450418352160768000000.0};
 
-ERFactorialFactory theFactorielleFactory;
+VELM_INIT_FIRST ERFactorialFactory theFactorielleFactory;
 
 double Cnp(int n, int p) { return theCnpTableau.Cnp(n, p); }
 

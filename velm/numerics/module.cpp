@@ -30,7 +30,8 @@ int entry_point(Reason reason) {
 struct EntryPointCaller {
     EntryPointCaller() { entry_point(Reason::process_attach); }
     ~EntryPointCaller() { entry_point(Reason::process_detach); }
-} const entry_point_caller;
+};
+VELM_INIT_FIRST const EntryPointCaller entry_point_caller;
 
 } // namespace
 

@@ -61,7 +61,8 @@ int SystemFiles::is_locked(int file, off_t byte) {
 }
 
 SystemFiles& system_files() {
-    static SystemFiles system;
+    // Never destroyed: a host's static objects may close their files at exit.
+    static SystemFiles& system = *new SystemFiles;
     return replacement != nullptr ? *replacement : system;
 }
 
