@@ -24,7 +24,10 @@ TEST(String, CopiesShareUntilOneIsWritten) {
     ERCString c = a;
     c[0] = 'M';
     EXPECT_EQ(a[0], 'm');
-    EXPECT_EQ(ERCString().data(), ERCString().data());
+    for (const ERCString& empty :
+         {ERCString(""), ERCString("x", 0), ERCString('x', 0), ERCString("", 0, "", 0),
+          ERCString(ERCString("text")(2, 0)), ERCString(static_cast<const char*>(nullptr))})
+        EXPECT_EQ(empty.data(), ERCString().data()) << "one body for all";
     EXPECT_NE(a.copy().data(), a.data());
 }
 

@@ -156,6 +156,8 @@ TEST(HashDictionary, FollowsAModelInOrderToo) {
         ASSERT_EQ(pairs_of(dictionary), model.pairs) << "step " << step;
         ASSERT_EQ(dictionary.entries(), static_cast<int>(model.pairs.size()));
         ASSERT_EQ(dictionary.isEmpty(), model.pairs.empty());
+        const ERPtrVector& slots = dictionary; // the bases are public
+        ASSERT_EQ(slots.length(), dictionary.buckets());
     }
 }
 

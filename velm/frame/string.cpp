@@ -90,7 +90,9 @@ ERCString::ERCString(const char* text) : ERCString(text, length_of(text)) {}
 
 ERCString::ERCString(const char* text, int n) : ERCString(text, n, nullptr, 0) {}
 
-ERCString::ERCString(char c, int count) : ERCString() { append(c, count); }
+ERCString::ERCString(char c, int count) : ERCString() {
+    if (count > 0) append(c, count);
+}
 
 ERCString::ERCString(ERSize_T size) : body(ERCStringRef::getRep(size, 0)) {}
 
@@ -101,6 +103,11 @@ ERCString::ERCString(const char* a, int a_length, const char* b, int b_length) {
     const std::string_view first_part = view_of(a, a_length);
     const std::string_view second_part = view_of(b, b_length);
     const int n = sum(static_cast<int>(first_part.size()), static_cast<int>(second_part.size()));
+    if (n == 0) {
+        body = ERCStringRef::empty();
+        body->addReference();
+        return;
+    }
     body = ERCStringRef::getRep(adjustCapacity(n), n);
     std::copy(second_part.begin(), second_part.end(),
               std::copy(first_part.begin(), first_part.end(), body->data()));

@@ -15,7 +15,7 @@
 ///
 /// Each slot of the vector is null or a heap list, which stays when its last pair goes.
 template <class K, class V>
-class ERTValHashDictionary : protected ERPtrVector {
+class ERTValHashDictionary : public ERPtrVector {
 public:
     using HashFunction = unsigned int (*)(const K&);
 
@@ -79,6 +79,9 @@ public:
         swap(copy);
         return *this;
     }
+
+    /// As vectors of slots, dictionaries are equal only to themselves: nobody means that.
+    friend bool operator==(const ERTValHashDictionary&, const ERTValHashDictionary&) = delete;
 
     int entries() const { return nbItems; }
     int size() const { return nbItems; }
