@@ -9,7 +9,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 FLOORS = ["platform", "frame", "numerics", "transforms", "wireframe", "curves", "planar", "surfaces",
-          "measure"]
+          "measure", "inspection"]
 GROUND = {"velm/fwd.h", "velm/version.h", "velm/export.h"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<](velm/[^">]+)[">]', re.MULTILINE)
 
@@ -33,8 +33,8 @@ def may_include(source, target):
     if is_roof(source):
         return True
     here, there = source.split("/")[1], target.split("/")[1]
-    if "store" in (here, there):  # beside the floors: stands on frame, carries only measure
-        return (here, there) == ("store", "store") or here == "measure" or (
+    if "store" in (here, there):  # beside the floors: on frame, below measure and inspection
+        return (here, there) == ("store", "store") or here in ("measure", "inspection") or (
             here == "store" and FLOORS.index(there) <= FLOORS.index("frame"))
     return FLOORS.index(there) <= FLOORS.index(here)
 

@@ -13,7 +13,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Wconversion",
          "-Werror", "-ffp-contract=off", "-I", str(ROOT), "-x", "c++"]
 FLOORS = ["platform", "frame", "numerics", "transforms", "wireframe", "curves", "planar", "surfaces",
-          "store", "measure"]
+          "store", "measure", "inspection"]
 ROOF = "velm/velm.h"
 GROUND = ["velm/export.h", "velm/fwd.h", "velm/version.h"]
 ROOF_HEAD = """// velm/velm.h: everything in one include.

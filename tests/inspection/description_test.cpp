@@ -1,0 +1,166 @@
+// The descriptions of inspections: rows walked by a sink, and what must agree among the fields.
+#include <gtest/gtest.h>
+
+#include "velm/inspection/clip_result.h"
+#include "velm/inspection/fit_result.h"
+#include "velm/inspection/section_result.h"
+#include "velm/inspection/target_result.h"
+
+#include <map>
+#include <set>
+#include <sstream>
+
+namespace {
+
+using namespace velm;
+
+struct Text {
+    std::ostream& out;
+    void operator()(std::monostate) { out << "null"; }
+    void operator()(const Choice& choice) { out << choice.name; }
+    void operator()(const Coordinates& at) { list(at.view()); }
+    void operator()(const Matrix& matrix) { out << matrix.size << 'x' << matrix.size; }
+    void operator()(std::span<const double> numbers) { list(numbers); }
+    void operator()(std::span<const ERPoint2D> path) { out << path.size() << " points"; }
+    void operator()(std::span<const std::string> texts) { out << texts.size() << " texts"; }
+    void operator()(const Described& group);
+    template <class Plain>
+    void operator()(const Plain& value) {
+        out << value;
+    }
+    template <class List>
+    void list(const List& numbers) {
+        for (const double number : numbers)
+            out << number << ',';
+    }
+};
+
+std::string text_of(const Described& described, bool late_last = false) {
+    std::ostringstream out;
+    const auto show = [&](const Field& field, const FieldValue& value) {
+        if (field.shown == Shown::nowhere) return;
+        out << field.name << '=';
+        std::visit(Text{out}, value);
+        out << ' ';
+    };
+    late_last ? described.each_late_last(show) : described.each(show);
+    return out.str();
+}
+void Text::operator()(const Described& group) { out << '{' << text_of(group) << '}'; }
+
+TEST(Description, RowsHaveTheFieldsThatTheirHeadCallsFor) {
+    SectionHead head;
+    SectionRow row;
+    row.id = "a";
+    row.measured = {1, 2};
+    row.comparison.foot = {3, 4};
+    row.comparison.place = OutlinePlace::on_edge;
+    EXPECT_EQ(text_of(describe(row, head)),
+              "id=a measured=1,2, foot=3,4, contour=0 distance=0 deviation=0 in_tolerance=null "
+              "place=on_edge edge=0 parameter=0 ball_diameter=0 ");
+    head.frame.emplace();
+    head.alignment.emplace();
+    row.space = SpacePoint{{5, 6, 7}, 8};
+    row.aligned = ERPoint2D(9, 10);
+    row.deviation_before = 0.5;
+    judge(row, Tolerance{-1, 1});
+    EXPECT_EQ(text_of(describe(row, head), true),
+              "id=a measured=5,6,7, height=8 foot=3,4, contour=0 distance=0 deviation=0 "
+              "in_tolerance=1 aligned=9,10, deviation_before=0.5 place=on_edge edge=0 parameter=0 "
+              "ball_diameter=0 ");
+
+    TargetHead targets;
+    TargetRow direct;
+    direct.target = gmTargetPoint({1, 2, 3}, ERCMMPointWithDiameter());
+    EXPECT_EQ(text_of(describe(direct, targets)),
+              "id= target=1,2,3, measured=0,0,0, calculated=0,0,0, normal=null deviation=null "
+              "distance_on_plane=null distance=3.74166 in_tolerance=null ball_diameter=0 ");
+    targets.table = "t";
+    targets.tolerance = Tolerance{-1, 2};
+    targets.skipped = 3;
+    EXPECT_EQ(text_of(describe(targets)), "table=t tolerance={lower=-1 upper=2 } skipped=3 ");
+
+    FitHead fit;
+    fit.measured = "f";
+    fit.entity.kind = FitKind::circle;
+    EXPECT_EQ(text_of(describe(fit)),
+              "measured=f tolerance=null ball=null entity={kind=circle centre=0,0, "
+              "normal=0,0,0, radius=0 iterations=0 last_step=0 } ");
+    EXPECT_EQ(text_of(describe(FitRow(), fit)),
+              "id= measured=0,0, residual=0 in_tolerance=null ");
+    EXPECT_EQ(text_of(describe(ClipPiece(), ClipHead())), "polyline=0 length=0 points=0 points ");
+}
+
+// Keys, places in archives and names of the fields of a record, each once among those that can be
+// there together, the groups' own included.
+void require_distinct(std::span<const Field> fields, std::set<long>& keys, bool is_row = false) {
+    std::map<int, const Field*> places;
+    if (is_row) places.emplace(place_of_target, nullptr);
+    std::set<std::string_view> names;
+    const Field* last = nullptr;
+    for (const Field& field : fields) {
+        SCOPED_TRACE(std::string(field.name));
+        const bool is_kept = field.key != RecordKey::none || field.archive != 0;
+        EXPECT_TRUE(!is_kept || field.part != nullptr || field.value != nullptr);
+        EXPECT_TRUE(names.insert(field.name).second || field.condition != nullptr);
+        if (field.archive != 0) {
+            EXPECT_TRUE(field.assign != nullptr || field.part != nullptr);
+            const auto [at, is_new] = places.emplace(field.archive, &field);
+            EXPECT_TRUE(is_new || (field.condition != nullptr && at->second->condition != nullptr));
+        }
+        if (field.type == FieldType::group) {
+            if (is_kept) require_distinct(field.part_fields(), keys);
+        } else if (field.key != RecordKey::none) {
+            const int count = field.type == FieldType::matrix ? 9 : field.components();
+            for (int n = 0; n < count; ++n) {
+                // Only what stands in for the same thing under the other condition shares a key.
+                const bool shares = last != nullptr && last->key == field.key &&
+                                    field.condition != nullptr;
+                EXPECT_TRUE(keys.insert(field.key_of(n)).second || shares) << field.key_of(n);
+            }
+        }
+        last = &field;
+    }
+    int expected = 0;
+    for (const auto& place : places)
+        EXPECT_EQ(place.first, ++expected) << "a gap in the archive form";
+}
+
+TEST(Description, NoTwoFieldsOfARecordShareAKeyOrAPlace) {
+    const auto check = [](std::span<const Field> record, std::span<const Field> with = {}) {
+        std::set<long> keys;
+        require_distinct(record, keys, with.empty());
+        require_distinct(with, keys);
+    };
+    check(fields_of<SectionHead>(), fields_of<Figures>());
+    check(fields_of<TargetHead>(), fields_of<Figures>());
+    check(fields_of<SectionRow>());
+    check(fields_of<TargetRow>());
+}
+
+// Whatever is read back is what was kept: each field's value assigned to an empty subject.
+TEST(Description, AssigningAValueGivesItBack) {
+    SectionRow row;
+    row.id = "p";
+    row.index = 7;
+    row.measured = {1, 2};
+    row.comparison.place = OutlinePlace::on_vertex;
+    row.comparison.contour = 3;
+    row.comparison.outward = {0, 1};
+    row.space = SpacePoint{{4, 5, 6}, 7};
+    row.deviation_before = 0.25;
+    SectionRow copy;
+    SectionHead head;
+    head.frame.emplace();
+    head.alignment.emplace();
+    for (const Field& field : fields_of<SectionRow>())
+        if (field.applies(&head) && field.assign != nullptr) {
+            EXPECT_TRUE(field.assign(&copy, field.value(&row, &head))) << field.name;
+            EXPECT_FALSE(field.assign(&copy, Choice{99, "none"})) << field.name;
+        }
+    EXPECT_EQ(text_of(describe(copy, head)), text_of(describe(row, head)));
+    EXPECT_EQ(copy.index, 7u);
+    EXPECT_EQ(copy.comparison.outward, ERVector2D(0, 1));
+}
+
+} // namespace

@@ -1,0 +1,61 @@
+// FitHead, FitRow: what the fit of a plane, line or circle found. A fit is reported, not kept.
+#pragma once
+
+#include "velm/inspection/field.h"
+#include "velm/inspection/summary.h"
+#include "velm/inspection/tolerance.h"
+
+#include <optional>
+#include <string>
+
+namespace velm {
+
+enum class FitKind { plane, line, circle };
+/// On which side of the material the probe's ball was: in a bore, or outside of a shaft.
+enum class BallSide { unknown, inside, outside };
+
+/// "plane", "line", "circle", by number.
+VELM_API std::span<const std::string_view> choice_names(FitKind);
+
+/// The ball of the probe.
+struct Ball {
+    double diameter = 0.0; ///< 0 for none
+    BallSide side = BallSide::unknown;
+};
+template <>
+VELM_API std::span<const Field> fields_of<Ball>();
+
+/// The fitted entity, corrected for the ball.
+struct FittedEntity {
+    FitKind kind = FitKind::plane;
+    bool in_space = false;
+    ERPoint3D point; ///< a point of the plane or line, the centre of the circle; z 0 in the plane
+    ERVector3D axis; ///< the normal of the plane or circle, the direction of the line; unit
+    double radius = 0.0;                ///< of a circle
+    std::optional<double> flatness_rms; ///< of the points of a circle in space about its plane
+    int steps = 0;                      ///< of the circle's iteration
+    double last_step = 0.0;
+};
+template <>
+VELM_API std::span<const Field> fields_of<FittedEntity>();
+
+/// What was fitted, and how.
+struct FitHead {
+    std::string measured; ///< name of the file
+    std::optional<Tolerance> tolerance;
+    std::optional<Ball> ball;
+    FittedEntity entity;
+};
+template <>
+VELM_API std::span<const Field> fields_of<FitHead>();
+
+/// One point; its deviation is the residual.
+struct FitRow : Judged {
+    using Head = FitHead;
+
+    ERPoint3D measured; ///< z is 0 in the plane
+};
+template <>
+VELM_API std::span<const Field> fields_of<FitRow>();
+
+} // namespace velm

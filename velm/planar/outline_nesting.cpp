@@ -1,0 +1,230 @@
+#include "velm/planar/outline_nesting.h"
+
+#include "velm/planar/edge_tree.h"
+#include "velm/wireframe/intersections.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <numeric>
+#include <utility>
+
+namespace velm {
+namespace {
+
+double sweep(const ERArc2D& arc) { return arc.endAngle() - arc.startAngle(); }
+
+ERPoint2D point_on(const Contour& contour, int edge, double part) {
+    if (const ERArc2D* const arc = contour.arc(edge))
+        return static_cast<const ERCircle2D&>(*arc)(arc->startAngle() + part * sweep(*arc));
+    return contour[edge] + ERVector2D(contour[edge], contour[edge + 1]) * part;
+}
+
+// The part of the way along an edge at which a point of its line or circle lies.
+double part_at(const Contour& contour, int edge, const ERPoint2D& p) {
+    if (const ERArc2D* const arc = contour.arc(edge)) {
+        constexpr double turn = 2.0 * std::numbers::pi;
+        const double angle = std::atan2(p.y() - arc->center().y(), p.x() - arc->center().x());
+        const double way = (angle - arc->startAngle()) * (arc->isDirect() ? 1.0 : -1.0);
+        return (way - turn * std::floor(way / turn)) / std::fabs(sweep(*arc));
+    }
+    const ERVector2D along(contour[edge], contour[edge + 1]);
+    return ERVector2D(contour[edge], p) * along / along.norme2();
+}
+
+// How far a point lies off an edge's line or circle.
+double distance_off(const Contour& contour, int edge, const ERPoint2D& p) {
+    if (const ERArc2D* const arc = contour.arc(edge))
+        return std::fabs(ERVector2D(arc->center(), p).norme() - arc->radius());
+    const ERVector2D along(contour[edge], contour[edge + 1]), to(contour[edge], p);
+    return std::fabs(along.i() * to.j() - along.j() * to.i()) / along.norme();
+}
+
+// Appends the parts of the way along an edge at which it meets another one, or may.
+void append_cuts(const Contour& a, int edge, const Contour& b, int other, double touching,
+                 std::vector<double>& cuts) {
+    const auto line = [](const Contour& contour, int i) {
+        return ERInfLine2D(contour[i], contour[i + 1]);
+    };
+    const ERArc2D *const arc = a.arc(edge), *const other_arc = b.arc(other);
+    ERPoint2D found[2];
+    int count = 0;
+    if (arc == nullptr && other_arc == nullptr)
+        count = intersect(line(a, edge), line(b, other), found[0]);
+    else if (arc != nullptr && other_arc != nullptr)
+        count = 2 * intersect(*arc, *other_arc, found[0], found[1]);
+    else if (arc != nullptr)
+        count = 2 * intersect(*arc, line(b, other), found[0], found[1]);
+    else
+        count = 2 * intersect(*other_arc, line(a, edge), found[0], found[1]);
+    const auto append = [&](const ERPoint2D& p) {
+        if (const double part = part_at(a, edge, p); part > 0.0 && part < 1.0) cuts.push_back(part);
+    };
+    for (int i = 0; i < count; ++i)
+        if (const double part = part_at(b, other, found[i]); part >= 0.0 && part <= 1.0)
+            append(found[i]);
+    for (const ERPoint2D& end : {b[other], b[other + 1]})
+        if (distance_off(a, edge, end) <= 2.0 * touching) append(end);
+}
+
+// On which sides of another contour a contour goes.
+struct Sides {
+    bool inside = false, outside = false;
+    std::optional<ERPoint2D> crossing; // about where it changes sides first
+    bool both() const { return inside && outside; }
+};
+
+// Walks a contour's edges near another one, cut wherever they may meet: what lies between two cuts
+// lies on one side.
+class SideWalk {
+public:
+    SideWalk(const EdgeTree& walked, const EdgeTree& other, double touching)
+        : contour_(walked.contour()), other_(other), touching_(touching) {
+        ERMinimax2D near = other.contour().box();
+        near.Inflate(touching);
+        walked.visit(near, [this](int edge) { take(edge); });
+        if (next_edge_ < contour_.size()) sides_.outside = true;
+        if (sides_.both() && !sides_.crossing) sides_.crossing = contour_[0];
+    }
+    const Sides& sides() const { return sides_; }
+
+private:
+    void take(int edge) {
+        if (edge != next_edge_) {
+            sides_.outside = true;
+            was_inside_ = false;
+        }
+        next_edge_ = edge + 1;
+        if (sides_.crossing) return;
+        note(contour_[edge], contour_[edge]);
+        std::vector<double> cuts{0.0, 1.0};
+        ERMinimax2D near = contour_.box(edge);
+        near.Inflate(touching_);
+        other_.visit(near, [&](int other) {
+            append_cuts(contour_, edge, other_.contour(), other, touching_, cuts);
+        });
+        std::sort(cuts.begin(), cuts.end());
+        for (std::size_t i = 1; i < cuts.size(); ++i)
+            note(point_on(contour_, edge, (cuts[i - 1] + cuts[i]) / 2.0),
+                 point_on(contour_, edge, cuts[i - 1]));
+    }
+
+    // A point of the way, and where its stretch began.
+    void note(const ERPoint2D& p, const ERPoint2D& from) {
+        NearestEdge touched{touching_ * touching_, {}};
+        other_.find_nearest(p, 0, touched);
+        if (touched.edge >= 0) return;
+        const bool is_inside = other_.encloses(p);
+        (is_inside ? sides_.inside : sides_.outside) = true;
+        if (was_inside_ && *was_inside_ != is_inside && !sides_.crossing) sides_.crossing = from;
+        was_inside_ = is_inside;
+    }
+
+    const Contour& contour_;
+    const EdgeTree& other_;
+    double touching_;
+    Sides sides_;
+    int next_edge_ = 0;
+    std::optional<bool> was_inside_; // the last point that touches nothing
+};
+
+/// The contours of an outline, of a size that suits every computation.
+class Nesting {
+public:
+    explicit Nesting(const Outline& outline) {
+        double largest = 0.0;
+        for (const Contour& contour : outline.contours)
+            largest = std::max(largest, contour.magnitude());
+        scale_ = std::ldexp(1.0, std::clamp(-std::ilogb(largest), -1000, 1000));
+        ERMinimax2D all;
+        for (const Contour& contour : outline.contours) {
+            trees_.emplace_back(contour.scaled(scale_));
+            boxes_.push_back(trees_.back().contour().box());
+            all.Update(boxes_.back());
+        }
+        constexpr double rounding = 1e-14; // of coordinates below 2
+        touching_ = std::max(touching_part * std::hypot(all.xlength(), all.ylength()), rounding);
+        holders_.resize(trees_.size());
+    }
+
+    // Asks all pairs whose boxes meet, from the left to the right.
+    std::optional<ContourClash> find_clash() {
+        std::vector<std::size_t> order(trees_.size());
+        std::iota(order.begin(), order.end(), std::size_t{0});
+        std::sort(order.begin(), order.end(),
+                  [this](std::size_t a, std::size_t b) { return boxes_[a].xmin < boxes_[b].xmin; });
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            const ERMinimax2D& box = boxes_[order[i]];
+            for (std::size_t k = i + 1; k < order.size(); ++k) {
+                if (boxes_[order[k]].xmin > box.xmax) break;
+                const auto [first, second] = std::minmax(order[i], order[k]);
+                if (!(box | boxes_[order[k]]))
+                    if (auto clash = compare(first, second)) return clash;
+            }
+        }
+        return std::nullopt;
+    }
+
+    std::vector<OutlineArea> areas() const {
+        std::vector<OutlineArea> areas;
+        std::vector<std::size_t> area_of(trees_.size());
+        for (std::size_t c = 0; c < trees_.size(); ++c) {
+            if (is_hole(c)) continue;
+            area_of[c] = areas.size();
+            areas.push_back({static_cast<int>(c), {}});
+        }
+        for (std::size_t c = 0; c < trees_.size(); ++c) {
+            if (!is_hole(c)) continue;
+            const std::size_t parent = *std::max_element(
+                holders_[c].begin(), holders_[c].end(), [this](std::size_t a, std::size_t b) {
+                    return holders_[a].size() < holders_[b].size();
+                });
+            areas[area_of[parent]].holes.push_back(static_cast<int>(c));
+        }
+        return areas;
+    }
+
+private:
+    bool is_hole(std::size_t c) const { return holders_[c].size() % 2 == 1; }
+
+    std::optional<ContourClash> compare(std::size_t a, std::size_t b) {
+        const Sides of_a = SideWalk(trees_[a], trees_[b], touching_).sides();
+        const Sides of_b = SideWalk(trees_[b], trees_[a], touching_).sides();
+        const int first = static_cast<int>(a), second = static_cast<int>(b);
+        for (const Sides& sides : {of_a, of_b})
+            if (sides.both()) return ContourClash{second, first, *sides.crossing / scale_};
+        if (!of_a.inside && !of_a.outside && !of_b.inside && !of_b.outside)
+            return ContourClash{second, first, std::nullopt};
+        if (of_a.inside)
+            holders_[a].push_back(b);
+        else if (of_b.inside)
+            holders_[b].push_back(a);
+        return std::nullopt;
+    }
+
+    double scale_ = 1.0; // a power of two
+    double touching_ = 0.0;
+    std::vector<EdgeTree> trees_;
+    std::vector<ERMinimax2D> boxes_;
+    std::vector<std::vector<std::size_t>> holders_; // of each contour, those that it lies in
+};
+
+} // namespace
+
+std::optional<ContourClash> settle_areas(Outline& outline) {
+    if (outline.contours.size() == 1) {
+        outline.areas = {{0, {}}};
+        outline.is_hole = {false};
+        return std::nullopt;
+    }
+    Nesting nesting(outline);
+    if (auto clash = nesting.find_clash()) return clash;
+    outline.areas = nesting.areas();
+    outline.is_hole.assign(outline.contours.size(), false);
+    for (const OutlineArea& area : outline.areas)
+        for (const int hole : area.holes)
+            outline.is_hole[static_cast<std::size_t>(hole)] = true;
+    return std::nullopt;
+}
+
+} // namespace velm

@@ -1,0 +1,29 @@
+// outline_nesting.h: how the contours of an outline lie in each other: `settle_areas`.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/planar/contour.h"
+
+#include <optional>
+
+namespace velm {
+
+/// Two contours that bound no material together.
+struct ContourClash {
+    int contour, other;                ///< the one that comes later in the outline, and the other
+    std::optional<ERPoint2D> crossing; ///< about where they cross; none where they coincide
+};
+
+/// Two contours may touch: they clash only where each lies deeper than this part of the outline's
+/// box diagonal on both sides of the other. It is what coordinates of six digits lose.
+inline constexpr double touching_part = 1e-6;
+
+/// Fills in the areas of the contours: what lies in an even number of other contours is an outer
+/// one, what lies in an odd number a hole of the next one round it. Whatever their order: a lone
+/// contour, or one outside of all others, is an outer one, and so is an island in a hole.
+///
+/// Returns the first clash instead, with the areas left alone. Contours that cross themselves are
+/// not looked for.
+VELM_API std::optional<ContourClash> settle_areas(Outline& outline);
+
+} // namespace velm

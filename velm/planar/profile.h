@@ -1,0 +1,90 @@
+// profile.h: `Profile`, a nominal outline that measured points are compared with, `OutlinePlace`
+// and `OutlineComparison`.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/planar/contour.h"
+#include "velm/planar/edge_tree.h"
+#include "velm/planar/region.h"
+
+#include <deque>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace velm {
+
+/// Where a point lies: inside the material, outside of it, or on the outline. The numbers stand in
+/// object files and must never change.
+enum class OutlinePlace { inside = 0, outside = 1, on_edge = 2, on_vertex = 3 };
+inline constexpr int place_count = 4;
+
+/// "inside", "outside", "on_edge" and "on_vertex", by number.
+VELM_API std::span<const std::string_view> choice_names(OutlinePlace);
+
+/// A measured point against the profile, in model units.
+struct OutlineComparison {
+    ERPoint2D foot;         ///< the point of the nearest edge at its clamped parameter
+    int contour = 0;        ///< the one that holds the foot
+    int edge = 0;           ///< from its vertex `edge` to the next
+    double parameter = 0.0; ///< of the foot on the edge, from 0 to 1, in equal lengths
+    double distance = 0.0;  ///< from the foot to the point, positive outside the material
+    ERVector2D outward;     ///< unit vector away from the material at the foot, through the point;
+                            ///< the edge's where the point lies within roundings of it
+    OutlinePlace place =
+        OutlinePlace::outside; ///< never against the sign of the distance, see `Profile`
+};
+
+/// The material of an outline, whose contours may be turned either way.
+///
+/// The sign of a distance is by the regions of the areas' straight contours, whose raster answers
+/// for most places and `Inside` for the others, and by the crossings of a ray with the lines and
+/// arcs themselves for a contour with arcs. Where a region says edge or vertex, or p is nearer to
+/// an edge than the rounding of a crossing, it is by the side of the nearest edge, at a corner of
+/// its two edges: inside a convex corner is what lies inside of both, inside a concave one what
+/// lies inside of either.
+///
+/// The place follows from the distance: within 1e-15 times the largest coordinate of the contour,
+/// which are some ten roundings, the point is on the outline, on a vertex where one is as near;
+/// everywhere else it is inside where the distance is negative, outside where it is positive. The
+/// tolerance of a region's edges, which grows as they get short, plays no part in it. A circle has
+/// no vertex.
+///
+/// Coordinates beyond about 1e11, or all below 1e-100, are scaled by a power of two, which is
+/// exact, so that neither `Inside` nor a square leaves its range.
+class VELM_API Profile {
+public:
+    /// Of an outline whose areas are settled.
+    explicit Profile(const Outline& outline);
+
+    /// Whether the distance of `p` can be computed; false some 1e150 times the size away.
+    bool is_comparable(const ERPoint2D& p) const;
+    OutlineComparison compare(const ERPoint2D& p) const;
+
+private:
+    enum class Side { material, outside, border };
+    struct Part {
+        EdgeTree edges;        // scaled
+        bool material_on_left; // along the contour
+        double rounding;       // so near p lies on the outline
+        double border;         // so near p says neither side nor direction by itself
+    };
+    struct Material {
+        ERRegion2D straight;   // of the straight contours, scaled
+        std::vector<int> arcs; // the contours with arcs
+        int outer;
+    };
+    Side locate(const ERPoint2D& p, const NearestEdge& nearest) const;
+    Side locate(const ERPoint2D& p, const NearestEdge& nearest, const Material& area) const;
+    OutlinePlace place_of(const ERPoint2D& p, const NearestEdge& nearest, double distance,
+                          bool outside) const;
+    bool lies_outside_of_edge(const ERPoint2D& p, const NearestEdge& nearest) const;
+    ERVector2D edge_outward(const NearestEdge& nearest) const;
+    const Part& part(int contour) const { return parts_[static_cast<std::size_t>(contour)]; }
+
+    std::vector<Part> parts_; // one a contour
+    std::deque<Material> areas_;
+    double scale_ = 1.0; // a power of two
+};
+
+} // namespace velm
