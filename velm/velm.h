@@ -183,6 +183,7 @@
 #include "velm/measure/cad_group_structure.h"
 #include "velm/measure/cad_object_id.h"
 #include "velm/measure/fitted_entities.h"
+#include "velm/measure/gap_and_flush.h"
 #include "velm/measure/measured_point.h"
 #include "velm/measure/named_database_object.h"
 #include "velm/measure/orthogonal_fit.h"

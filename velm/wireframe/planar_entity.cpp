@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <ostream>
 
 VELM_DEFINE_CLASS_NOT_CREATABLE(ERPlanarEntity3DWF, EREntity3DWF)
 VELM_DEFINE_STORED_FORM(ERPlanarEntity3DWF, EREntity3DWF)
@@ -43,6 +44,8 @@ void ERPlanarEntity3DWF::transformTo(const ERPmSimilitude3D& t) {
 void ERPlanarEntity3DWF::transformTo(const ERPmIsometrie3D& t) { frame_ = ~t * frame_; }
 
 void ERPlanarEntity3DWF::reverse() { transformFrom(ERRotation3D(Coord3D_X, std::numbers::pi)); }
+
+void ERPlanarEntity3DWF::printOn(std::ostream& out) const { out << frame_; }
 
 ERMinimax3D ERPlanarEntity3DWF::transform(const ERMinimax2D& box) const {
     ERMinimax3D result;

@@ -29,6 +29,8 @@ public:
     /// unless that axis carries it into itself.
     void reverse() override;
 
+    /// The frame.
+    void printOn(std::ostream& out) const override;
     /// The frame: its matrix, translation and factor.
     VELM_DECLARE_STORED_FORM();
 
