@@ -142,6 +142,8 @@
 #include "velm/curves/knot_vector.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/curves/pole_curve.h"
+#include "velm/curves/prepare.h"
+#include "velm/curves/prepared_curve.h"
 
 #include "velm/planar/chainer_processor.h"
 #include "velm/planar/chainer_segment.h"
