@@ -106,6 +106,14 @@ TYPED_TEST(Boxes, GrowByPointsPolesAndBoxes) {
     EXPECT_EQ(Box(grown.getVertice()), grown);
     EXPECT_EQ(Box(grown.MaxPoint(), grown.MinPoint()), grown);
 
+    Box deflated = Box(Point(), Point::each([](int axis) { return axis == 0 ? 1.0 : 4.0; }));
+    deflated.Inflate(-1.0); // x from 1 to 0, the others from 1 to 3
+    const auto at = [](double x, double rest) {
+        return Point::each([&](int axis) { return axis == 0 ? x : rest; });
+    };
+    EXPECT_TRUE(deflated.onBorder(at(1.0, 2.0)) && deflated.onBorder(at(0.0, 2.0)));
+    EXPECT_FALSE(deflated.onBorder(at(0.5, 1.0)) || deflated.onBorder(at(1.0, 4.0)));
+
     const Point beyond = grown.MaxPoint() * 2.0;
     EXPECT_EQ(grown + beyond, Box(grown.MinPoint(), beyond));
     Box same = grown;

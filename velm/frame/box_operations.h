@@ -97,11 +97,14 @@ public:
         return Dimension::all_axes(
             [&](int axis) { return p[axis] > lower(axis) && upper(axis) > p[axis]; });
     }
-    /// Whether the point lies on a border exactly.
+    /// Whether a coordinate is exactly a border's, the others being in their closed ranges. The one
+    /// on the border need not be in its own, so that a box deflated too far still has borders.
     constexpr bool onBorder(const Point& p) const {
-        const bool apart = Dimension::all_axes(
-            [&](int axis) { return p[axis] != lower(axis) && p[axis] != upper(axis); });
-        return !apart && contains(p);
+        return !Dimension::all_axes([&](int border) {
+            if (p[border] != lower(border) && p[border] != upper(border)) return true;
+            return !Dimension::all_axes(
+                [&](int axis) { return axis == border || within(axis, p[axis]); });
+        });
     }
     /// Whether the infinite line p + s d meets the box. Each face is tried by itself: it counts if
     /// d isn't exactly parallel to it and the hit lies in its closed range.
