@@ -4,6 +4,8 @@
 #include "velm/numerics/gauss_pivot.h"
 #include "velm/numerics/lu_decomposition.h"
 #include "velm/numerics/matrix.h"
+#include "velm/numerics/polynomial_2var.h"
+#include "velm/numerics/quaternion.h"
 #include "velm/numerics/symmetric_eigen.h"
 
 #include <fstream>
@@ -213,6 +215,30 @@ TEST(LinearAlgebra, EigenObjectsShareTheirArraysAfterAssignment) {
     EXPECT_EQ(kept.Matrix(0, 1), 2.0);
     kept.DecrSortEigenStuff();
     EXPECT_NEAR(kept.GetEigenvalue(0), 3.0 + std::sqrt(8.0), 1e-14);
+}
+
+/// In every build: nothing is read or written beyond an array.
+TEST(LinearAlgebra, SizesThatDoNotFitGiveEmptyResults) {
+    const ERMatrix<double> square = Hilbert(6), wide(2, 3), tall(3, 2);
+    ERMatrix<double> cut = Hilbert(6); // its array is shorter than its rows and columns say
+    cut.resize(5);
+    const ERLUDecomp lu(square), of_tall(tall), of_cut(cut);
+    const ERVec<double> one{6}, six(6);
+    const ERVec<double> vectors[] = {solve(lu, one),     solve(of_tall, ERVec<double>(3)),
+                                     solve(of_cut, six), wide * six,
+                                     cut * six,          ResolveHyperPlan(cut)};
+    for (const ERVec<double>& x : vectors)
+        EXPECT_EQ(x.size(), 0) << &x - vectors;
+    const ERMatrix<double> matrices[] = {solve(lu, wide), solve(lu, cut),       inverse(of_tall),
+                                         wide + tall,     square - cut,         wide * wide,
+                                         cut * square,    MatrixCholesky(tall), MatrixCholesky(cut),
+                                         transposed(cut)};
+    for (const ERMatrix<double>& m : matrices)
+        EXPECT_EQ(m.rows() + m.columns() + m.size(), 0) << &m - matrices;
+    CopyTriInfToTriSup(cut);
+    EXPECT_EQ(cut.size(), 5);
+    EXPECT_EQ(ERPolynome2Var(one, 2, 3).eval(1.0, 1.0), 0.0);
+    EXPECT_EQ(ERQuaternion(wide)[0], ERQuaternion()[0]);
 }
 
 TEST(LinearAlgebra, PivotsKeepTheirTieAndToleranceRules) {

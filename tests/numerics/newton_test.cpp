@@ -166,6 +166,10 @@ TEST(NewtonSystem, EveryCode) {
     EXPECT_EQ(code(line(1.0), {9.0}, 1e-9, 0.0, 0), NewtonStatus_limit);
     EXPECT_EQ(code(line(1.0), {9.0}, 1e-9, 1e6, 10), NewtonStatus_flat);
     EXPECT_EQ(code(line(0.0), {9.0}, 1e-9, 0.0, 10), NewtonStatus_singular);
+    // Sizes that don't fit.
+    const System one_equation([](const Vector&) { return Vector{1.0}; },
+                              [](const Vector&) { return matrix2(1.0, 0.0, 0.0, 1.0); });
+    EXPECT_EQ(code(one_equation, {9.0, 9.0}, 1e-9, 0.0, 10), NewtonStatus_singular);
     // The cube root: every step doubles the distance, and the 21st rise of the residual ends it.
     System cube_root([](const Vector& x) { return Vector{std::cbrt(x[0])}; });
     Vector x{1.0};
@@ -267,6 +271,12 @@ TEST(NewtonLineSearch, EveryCode) {
     EXPECT_EQ(code(single([](double) { return 1.0; }, 0.0), {9.0}, &x),
               BackTrackingStatus_singular);
     EXPECT_EQ(x[0], 9.0);
+    EXPECT_EQ(code({[](const Vector&) {
+                        return Vector{1.0, 2.0};
+                    },
+                    [](const Vector&) { return matrix2(1.0, 0.0, 0.0, 1.0); }},
+                   {9.0}),
+              BackTrackingStatus_singular);
     // A wrong Jacobian points uphill: no step length helps.
     EXPECT_EQ(code(single([](double v) { return 1.0 + v; }, -1.0), {1.0}, &x),
               BackTrackingStatus_stopped);

@@ -90,5 +90,6 @@ int gauss_pivot(double* m, int rows, int columns, int* perm, int& swaps, double 
 } // namespace velm::detail
 
 int MatriceGaussPivot(QuickAlgebra::ERMatrix<double>& m, int*& perm, int& swaps, double tolerance) {
+    if (!m.is_whole()) return 0;
     return velm::detail::gauss_pivot(m.data(), m.rows(), m.columns(), perm, swaps, tolerance);
 }

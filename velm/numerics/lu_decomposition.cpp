@@ -4,18 +4,27 @@
 #include "velm/numerics/gauss_pivot.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cstddef>
 #include <ostream>
 
+namespace {
+
+/// A copy with a body of its own; empty if m's array lacks elements.
+ERMatrix<double> own_copy(const ERMatrix<double>& m) {
+    if (!m.is_whole()) return {};
+    return ERMatrix<double>(m.rows(), m.columns(), m.view().data());
+}
+
+} // namespace
+
 ERLUDecomp::ERLUDecomp(const ERMatrix<double>& m)
-    : ERMatrix<double>(m.rows(), m.columns(), m.view().data()), original(m), permutation(m.rows()) {
+    : ERMatrix<double>(own_copy(m)), original(m), permutation(rows()) {
     decompose();
 }
 
 ERLUDecomp& ERLUDecomp::operator=(const ERMatrix<double>& m) {
-    ERMatrix<double>::operator=(m);
     original = m;
+    ERMatrix<double>::operator=(own_copy(original));
     permutation = ERSimpleVec<int>(rows());
     decompose();
     return *this;
@@ -104,7 +113,7 @@ double determinant(const ERLUDecomp& lu) {
 }
 
 ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b) {
-    assert(lu.rows() == lu.columns() && b.rows() == lu.rows());
+    if (lu.rows() != lu.columns() || b.rows() != lu.rows() || !b.is_whole()) return {};
     ERMatrix<double> x(b);
     double* const out = x.data();
     for (int i = 0; i < lu.rows(); ++i) {
@@ -116,7 +125,7 @@ ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b) {
 }
 
 ERVec<double> solve(const ERLUDecomp& lu, const ERVec<double>& b) {
-    assert(lu.rows() == lu.columns() && b.size() == lu.rows());
+    if (lu.rows() != lu.columns() || b.size() != lu.rows()) return {};
     ERVec<double> x(b.view());
     double* const out = x.data();
     const double* const in = b.view().data();

@@ -50,11 +50,13 @@ private:
 
 /// The product of the pivots in row order, with the sign of the row exchanges.
 VELM_API double determinant(const ERLUDecomp& lu);
-/// The solution of A X = B; REQUIRES A to be square and B to have as many rows.
+/// The solution of A X = B; empty unless A is square and B has as many rows. `ERVec<double> b{6}`
+/// is one element, 6.0, and not six: of a larger system it has no solution.
 VELM_API ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b);
 VELM_API ERVec<double> solve(const ERLUDecomp& lu, const ERVec<double>& b);
 /// Solves against a zero vector.
 VELM_API ERVec<double> solve(const ERLUDecomp& lu);
+/// Empty unless A is square.
 VELM_API ERMatrix<double> inverse(const ERLUDecomp& lu);
 /// The text form of a matrix, of the packed factors.
 VELM_API std::ostream& operator<<(std::ostream& out, const ERLUDecomp& lu);

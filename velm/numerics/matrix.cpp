@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iomanip>
+#include <iterator>
 #include <ostream>
 
 namespace QuickAlgebra {
@@ -64,9 +65,12 @@ namespace {
 
 template <class Combine>
 ERMatrix<double> by_element(const ERMatrix<double>& a, const ERMatrix<double>& b, Combine combine) {
-    assert(a.rows() == b.rows() && a.columns() == b.columns());
+    if (a.rows() != b.rows() || a.columns() != b.columns() || !a.is_whole() || !b.is_whole())
+        return {};
     ERMatrix<double> result = ERMatrix<double>::unfilled(a.rows(), a.columns());
-    std::ranges::transform(a.view(), b.view(), result.writable().begin(), combine);
+    const auto elements = result.writable();
+    std::transform(a.view().begin(), a.view().begin() + std::ssize(elements), b.view().begin(),
+                   elements.begin(), combine);
     return result;
 }
 
@@ -81,7 +85,7 @@ ERMatrix<double> operator-(const ERMatrix<double>& a, const ERMatrix<double>& b)
 }
 
 ERMatrix<double> operator*(const ERMatrix<double>& a, const ERMatrix<double>& b) {
-    assert(a.columns() == b.rows());
+    if (a.columns() != b.rows() || !a.is_whole() || !b.is_whole()) return {};
     ERMatrix<double> result(a.rows(), b.columns());
     const auto out = result.writable();
     const std::size_t width = std::size_t(b.columns());
@@ -98,7 +102,7 @@ ERMatrix<double> operator*(const ERMatrix<double>& a, const ERMatrix<double>& b)
 }
 
 ERVec<double> operator*(const ERMatrix<double>& a, const ERVec<double>& x) {
-    assert(a.columns() == x.size());
+    if (a.columns() != x.size() || !a.is_whole()) return {};
     ERVec<double> result(a.rows());
     const auto out = result.writable();
     const auto in = x.view();
@@ -134,6 +138,7 @@ ERMatrix<double> operator%(const ERVec<double>& a, const ERVec<double>& b) {
 } // namespace QuickAlgebra
 
 ERMatrix<double> transposed(const ERMatrix<double>& m) {
+    if (!m.is_whole()) return {};
     ERMatrix<double> result = ERMatrix<double>::unfilled(m.columns(), m.rows());
     const auto out = result.writable();
     std::size_t next = 0;
@@ -161,7 +166,7 @@ ERMatrix<double> Hilbert(int n) {
 }
 
 ERMatrix<double> MatrixCholesky(const ERMatrix<double>& m) {
-    assert(m.rows() <= m.columns());
+    if (m.rows() > m.columns() || !m.is_whole()) return {};
     const int n = m.rows();
     ERMatrix<double> lower = IdentityMatrix(n);
     double* const l = lower.data();
@@ -181,14 +186,14 @@ ERMatrix<double> MatrixCholesky(const ERMatrix<double>& m) {
 }
 
 void CopyTriInfToTriSup(ERMatrix<double>& m) {
-    const int n = std::min(m.rows(), m.columns());
+    const int n = m.is_whole() ? std::min(m.rows(), m.columns()) : 0;
     for (int i = 0; i < n; ++i)
         for (int j = i + 1; j < n; ++j)
             m(i, j) = std::as_const(m)(j, i);
 }
 
 void CopyTriSupToTriInf(ERMatrix<double>& m) {
-    const int n = std::min(m.rows(), m.columns());
+    const int n = m.is_whole() ? std::min(m.rows(), m.columns()) : 0;
     for (int i = 0; i < n; ++i)
         for (int j = i + 1; j < n; ++j)
             m(j, i) = std::as_const(m)(i, j);

@@ -4,7 +4,6 @@
 #include "velm/export.h"
 #include "velm/frame/vec.h"
 
-#include <cassert>
 #include <cstddef>
 #include <iosfwd>
 #include <new>
@@ -54,6 +53,12 @@ public:
 
     int rows() const { return rows_; }
     int columns() const { return columns_; }
+    /// Whether the array holds the elements that rows and columns say. An operation that changes
+    /// the array's length may have left fewer: the operations of this floor then take the matrix
+    /// for one of no size that fits.
+    bool is_whole() const {
+        return this->view().size() >= std::size_t(rows_) * std::size_t(columns_);
+    }
 
     const T& operator()(int i, int j) const { return (*this)[index(i, j)]; }
     T& operator()(int i, int j) { return (*this)[index(i, j)]; }
@@ -95,8 +100,8 @@ std::ostream& operator<<(std::ostream& out, const ERMatrix<T>& m) {
 /// Equal sizes and exactly equal elements.
 VELM_API bool operator==(const ERMatrix<double>& a, const ERMatrix<double>& b);
 
-// Arithmetic of the sizes that fit; REQUIRES the sizes to agree. A product's element sums its terms
-// in the order of the inner index.
+// Arithmetic of sizes that agree; where they don't, the result is empty. A product's element sums
+// its terms in the order of the inner index.
 VELM_API ERMatrix<double> operator+(const ERMatrix<double>& a, const ERMatrix<double>& b);
 VELM_API ERMatrix<double> operator-(const ERMatrix<double>& a, const ERMatrix<double>& b);
 VELM_API ERMatrix<double> operator*(const ERMatrix<double>& a, const ERMatrix<double>& b);
@@ -118,10 +123,10 @@ VELM_API ERMatrix<double> transposed(const ERMatrix<double>& m);
 VELM_API ERMatrix<double> IdentityMatrix(int n);
 /// Element (i, j) is 1.0 / (i + j + 1): the standard ill-conditioned matrix.
 VELM_API ERMatrix<double> Hilbert(int n);
-/// The lower factor L with L * transposed(L) = m, REQUIRES m to be square. Reads the lower triangle
-/// alone. There is no test of positive definiteness: a negative radicand gives a NaN, which
-/// spreads. Method: Golub and Van Loan, Matrix Computations, 4th edition, section 4.2, by rows of
-/// L.
+/// The lower factor L with L * transposed(L) = m; empty if m has fewer columns than rows. Reads the
+/// lower triangle alone. There is no test of positive definiteness: a negative radicand gives a
+/// NaN, which spreads. Method: Golub and Van Loan, Matrix Computations, 4th edition, section 4.2,
+/// by rows of L.
 VELM_API ERMatrix<double> MatrixCholesky(const ERMatrix<double>& m);
 /// Each element above the diagonal takes the value of its mirror below, in place. Elements that
 /// have no mirror, where the matrix is not square, stay.

@@ -84,6 +84,7 @@ int ERNewtonMSolverWithBackTracking::Resoudre(ERVec<double>& start, double) {
     ++iterations;
     for (;;) {
         jacobian = problem->fprime(x);
+        if (!velm::detail::is_square_system(jacobian, fx, x)) return BackTrackingStatus_singular;
         const ERVec<double> g = jacobian * fx;
         const ERVec<double> xold = x;
         const double old_merit = merit;

@@ -17,6 +17,7 @@ ERMatrix<double> ERCNewtonMDelta::fprime(const ERVec<double>& x) {
         after[i] += increment;
         const ERVec<double> f_before = f(before);
         const ERVec<double> f_after = f(after);
+        if (f_before.size() != n || f_after.size() != n) return {};
         for (int row = 0; row < n; ++row)
             at(row, i) =
                 (f_after.view()[std::size_t(row)] - f_before.view()[std::size_t(row)]) * scale;

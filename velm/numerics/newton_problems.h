@@ -42,7 +42,8 @@ private:
     ERPolynome derivative;
 };
 
-/// A square system: as many equations as unknowns.
+/// A square system: as many equations as unknowns. To a solver, arrays of other sizes are a
+/// singular Jacobian.
 class VELM_API ERCNewtonM {
 public:
     virtual ERVec<double> f(const ERVec<double>& x) = 0;
@@ -52,7 +53,8 @@ public:
 };
 
 /// The Jacobian by central differences, and then made symmetric: the class is meant for Hessians,
-/// and a Jacobian that is not symmetric loses its skew part. Intended.
+/// and a Jacobian that is not symmetric loses its skew part. Intended. Empty where f has other than
+/// as many components as x.
 class VELM_API ERCNewtonMDelta : public ERCNewtonM {
 public:
     explicit ERCNewtonMDelta(double increment_) : increment(increment_) {}

@@ -56,6 +56,7 @@ int ERNewtonMSolver::Resoudre(ERVec<double>& x, double tol) {
     if (maxIterations < 1) return status;
     while (status == NewtonStatus_limit) {
         jacobian = problem->fprime(x);
+        if (!velm::detail::is_square_system(jacobian, fx, x)) return status = NewtonStatus_singular;
         const ERLUDecomp lu(jacobian);
         if (lu.isSingular()) return status = NewtonStatus_singular;
         if (norm(fx) * tolerance > norm(jacobian))
@@ -115,6 +116,7 @@ int ERNewtonMSolverEx::Resoudre(ERVec<double>& x, double tol) {
     while (status == NewtonStatus_limit) {
         if (iteration_hook != nullptr) iteration_hook();
         jacobian = problem->fprime(x);
+        if (!velm::detail::is_square_system(jacobian, fx, x)) return status = NewtonStatus_singular;
         const ERLUDecomp lu(jacobian);
         if (lu.isSingular()) return status = NewtonStatus_singular;
         if (residual2 * tolerance > norm2(jacobian)) {

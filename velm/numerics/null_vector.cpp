@@ -86,7 +86,7 @@ private:
 } // namespace
 
 ERVec<double> ResolveHyperPlan(const ERMatrix<double>& m) {
-    if (m.columns() < 1) return {};
+    if (m.columns() < 1 || !m.is_whole()) return {};
     const std::vector<double> x = Elimination(m.view().data(), m.rows(), m.columns()).null_vector();
     return ERVec<double>(std::span<const double>(x));
 }

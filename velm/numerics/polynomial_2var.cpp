@@ -5,6 +5,11 @@
 #include <algorithm>
 #include <ostream>
 
+ERPolynome2Var::ERPolynome2Var(const ERVec<double>& values, int rows, int columns) {
+    if (values.size() < static_cast<long long>(rows) * columns) return;
+    coefficients = ERMatrix<double>(rows, columns, values.view().data());
+}
+
 void ERPolynome2Var::printOn(std::ostream& out) const {
     out << "Polynome 2Var dU=" << degreeU() << ", dv=" << degreeV() << ")";
     coefficients.printOn(out);

@@ -15,9 +15,8 @@ public:
     /// The coefficients row by row.
     ERPolynome2Var(const double* values, int rows, int columns)
         : coefficients(rows, columns, values) {}
-    /// The same from an array; REQUIRES rows * columns elements.
-    ERPolynome2Var(const ERVec<double>& values, int rows, int columns)
-        : coefficients(rows, columns, values.view().data()) {}
+    /// The same from an array; one of fewer than rows * columns elements gives no coefficients.
+    ERPolynome2Var(const ERVec<double>& values, int rows, int columns);
     explicit ERPolynome2Var(const ERMatrix<double>& matrix) : coefficients(matrix) {}
     ERPolynome2Var(const ERPolynome2Var&) = default;
     ERPolynome2Var(ERPolynome2Var&&) = default;

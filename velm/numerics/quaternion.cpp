@@ -55,6 +55,7 @@ void ERQuaternion::set_from_rodrigues(const ERVector3D& v) {
 }
 
 ERQuaternion::ERQuaternion(const ERMatrix<double>& m) {
+    if (m.rows() != 3 || m.columns() != 3 || !m.is_whole()) return;
     const double trace = m(0, 0) + m(1, 1) + m(2, 2);
     if (trace > 0.0) {
         double s = std::sqrt(trace + 1.0);

@@ -22,6 +22,7 @@ public:
     /// identity.
     explicit ERQuaternion(const ERVec<double>& q);
     /// From a 3x3 rotation matrix (Shoemake 1985, appendix I, by the largest of the four squares).
+    /// A matrix of another size leaves the identity.
     explicit ERQuaternion(const ERMatrix<double>& m);
 
     constexpr double operator[](int n) const {

@@ -2,19 +2,19 @@
 #pragma once
 
 #include "velm/frame/vec.h"
+#include "velm/numerics/matrix.h"
 
-#include <cassert>
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
 namespace velm::detail {
 
 inline double dot(const ERVec<double>& a, const ERVec<double>& b) {
-    assert(a.size() == b.size());
     const auto x = a.view();
     const auto y = b.view();
     double sum = 0.0;
-    for (std::size_t i = 0; i < x.size(); ++i)
+    for (std::size_t i = 0; i < std::min(x.size(), y.size()); ++i)
         sum += x[i] * y[i];
     return sum;
 }
@@ -48,6 +48,13 @@ inline void subtract(ERVec<double>& a, const ERVec<double>& b) {
 inline void scale(ERVec<double>& a, double factor) {
     for (double& x : a.writable())
         x *= factor;
+}
+
+/// Whether the sizes are those of as many equations as unknowns.
+inline bool is_square_system(const ERMatrix<double>& jacobian, const ERVec<double>& f,
+                             const ERVec<double>& x) {
+    return f.size() == x.size() && jacobian.rows() == x.size() && jacobian.columns() == x.size() &&
+           jacobian.is_whole();
 }
 
 } // namespace velm::detail

@@ -19,7 +19,8 @@ struct Matrix3 {
         : Matrix3(e[0], e[1], e[2], e[3], e[4], e[5], e[6], e[7], e[8]) {}
     /// NaNs for a matrix of other size.
     explicit Matrix3(const ERMatrix<double>& matrix)
-        : Matrix3(matrix.rows() == 3 && matrix.columns() == 3 ? matrix.data() : nans) {}
+        : Matrix3(matrix.rows() == 3 && matrix.columns() == 3 && matrix.is_whole() ? matrix.data()
+                                                                                   : nans) {}
     operator ERMatrix<double>() const { return ERMatrix<double>(3, 3, m); }
 
     /// M v, for a point or a vector.
