@@ -89,6 +89,14 @@ void hull(benchmark::State& state) {
         benchmark::DoNotOptimize(answer.view().data());
     }
 }
+void hull_exact(benchmark::State& state) {
+    const auto sets = sets_of(static_cast<int>(state.range(0)));
+    std::size_t next = 0;
+    for (auto _ : state) {
+        const std::vector<ERPoint2D> answer = velm::convex_hull(sets[next++ % sets.size()]);
+        benchmark::DoNotOptimize(answer.data());
+    }
+}
 void hull_sort_alone(benchmark::State& state) {
     const auto sets = sets_of(static_cast<int>(state.range(0)));
     std::size_t next = 0;
@@ -106,6 +114,7 @@ void hull_sort_alone(benchmark::State& state) {
 BENCHMARK(inside)->ArgsProduct({{20, 2000, 200000}, {0, 1, 2}});
 BENCHMARK(inside_plain_loop)->ArgsProduct({{20, 2000, 200000}, {0, 1, 2}});
 BENCHMARK(hull)->RangeMultiplier(10)->Range(1000, 1000000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(hull_exact)->RangeMultiplier(10)->Range(1000, 1000000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(hull_sort_alone)
     ->RangeMultiplier(10)
     ->Range(1000, 1000000)

@@ -138,6 +138,63 @@ TEST(ConvexHull, OfLatticePointsIsTheStrictHull) {
     }
 }
 
+/// A set of whole numbers that doubles hold and products don't: scattered, near one line, near a
+/// circle, with repeats.
+Points wide_sample(Random& random, int n) {
+    const int sort = random.below(4);
+    const double size = std::ldexp(1.0, 10 + random.below(42));
+    Points points;
+    for (int i = 0; i < n; ++i) {
+        const double t = std::round(random.uniform(-1.0, 1.0) * size);
+        const double near = random.below(5) - 2;
+        points.push_back(sort == 0   ? ERPoint2D(t, std::round(random.uniform(-1.0, 1.0) * size))
+                         : sort == 1 ? ERPoint2D(t, t + (i % 2 == 0 ? 0.0 : near))
+                         : sort == 2
+                             ? ERPoint2D(t, std::round(std::sqrt(size * size - t * t)) + near)
+                             : random.one_of(points.empty() ? (points = {{t, near}}) : points));
+        if (sort == 3 && random.below(2) == 0) points.push_back({near, t});
+    }
+    return points;
+}
+
+/// Against whole-number arithmetic of 128 bits: the turns are strict and no point is outside, which
+/// only the hull fulfils.
+TEST(ConvexHull, ExactOneIsExact) {
+    __extension__ using Wide = __int128;
+    const auto turn = [](const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
+        const auto times = [](double u, double v) { return Wide(u) * Wide(v); };
+        const Wide area = times(b.x() - a.x(), c.y() - a.y()) - times(c.x() - a.x(), b.y() - a.y());
+        return (area > 0) - (area < 0);
+    };
+    Random random(7514);
+    for (int round = 0; round < 3000; ++round) {
+        const Points points = wide_sample(random, 1 + random.below(round % 100 == 0 ? 1000 : 30));
+        const Points hull = velm::convex_hull(points);
+        SCOPED_TRACE(testing::Message() << "round " << round << " of " << points.size());
+        ASSERT_EQ(hull.front(), *std::max_element(points.begin(), points.end(), before));
+        const std::size_t n = hull.size();
+        for (std::size_t i = 0; i < n; ++i) {
+            const ERPoint2D &a = hull[i], &b = hull[(i + 1) % n];
+            ASSERT_NE(std::find(points.begin(), points.end(), a), points.end());
+            ASSERT_TRUE(n < 3 || turn(a, b, hull[(i + 2) % n]) > 0);
+            ASSERT_TRUE(n < 2 || (a != b && std::all_of(points.begin(), points.end(), [&](auto& p) {
+                                      return turn(a, b, p) >= 0;
+                                  })));
+            ASSERT_TRUE(n > 1 ||
+                        std::count(points.begin(), points.end(), a) == long(points.size()));
+        }
+    }
+    EXPECT_EQ(velm::convex_hull({}), Points());
+    const Points odd{{NAN, 0}, {0, INFINITY}, {2, 3}, {1, 3}, {2, 3}};
+    EXPECT_EQ(velm::convex_hull(odd), Points({{2, 3}, {1, 3}}));
+}
+
+TEST(ConvexHull, ExactOneKeepsVerticesThatTheToleranceDrops) {
+    const Points fine{{1, 0}, {1, 1}, {1 - 0x1p-24, 1 + 0x1p-25}, {0, 1}};
+    EXPECT_EQ(velm::convex_hull(fine).size(), 4u);
+    EXPECT_EQ(hull_of(fine).size(), 3u);
+}
+
 TEST(ConvexHull, OddCases) {
     EXPECT_EQ(hull_of({}), Points());
     EXPECT_EQ(hull_of({{3, 4}}), Points({{3, 4}}));
@@ -151,6 +208,12 @@ TEST(ConvexHull, OddCases) {
     EXPECT_EQ(CalculateConvexeHull(kept).size(), 4);
     EXPECT_EQ(kept.size(), 5);
     EXPECT_EQ(kept[0], ERPoint2D(0, 0)) << "the argument is taken by value";
+
+    ERVec<ERPoint2D> many(100000);
+    for (int i = 0; i < many.size(); ++i)
+        many[i] = ERPoint2D(i % 7, i % 11);
+    EXPECT_LT(CalculateConvexeHull(many).capacity(), 1000) << "a body of all points is kept";
+    EXPECT_LT(CalculateConvexeHull(std::move(many)).capacity(), 1000);
 }
 
 TEST(ConvexHull, OfNumbersOutOfRangeEnds) {

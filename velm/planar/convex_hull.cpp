@@ -2,10 +2,12 @@
 
 #include "velm/frame/point_functions.h"
 #include "velm/frame/vector.h"
+#include "velm/numerics/detail/double_double.h"
 #include "velm/planar/detail/point_order.h"
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <span>
 #include <vector>
@@ -122,13 +124,101 @@ ERVec<ERPoint2D> CalculateConvexeHull(ERVec<ERPoint2D> points) {
     const std::span<const ERPoint2D> second{
         sorted.data(), chain_over(sorted.begin(), sorted.end(), ascending, sorted.data())};
 
-    // Intended: the ends of the second chain repeat those of the first and are left out, but a
+    // The ends of the second chain repeat those of the first and are left out, but a
     // second chain of one point still counts as one entry, which keeps its value of before.
     const std::size_t size = first.size() + second.size() - (second.size() < 2 ? 0 : 2);
-    if (size > points.view().size()) points.resize(static_cast<int>(size));
-    const std::span<ERPoint2D> hull = points.writable();
-    const auto behind_first = std::copy(first.begin(), first.end(), hull.begin());
-    if (second.size() > 2) std::copy(second.begin() + 1, second.end() - 1, behind_first);
-    points.resize(static_cast<int>(size));
-    return points;
+    // An array of its own: the argument's would keep a body of the size of all points alive.
+    ERVec<ERPoint2D> result(static_cast<int>(size));
+    const std::span<ERPoint2D> hull = result.writable();
+    const auto after_first = std::copy(first.begin(), first.end(), hull.begin());
+    if (second.size() > 2)
+        std::copy(second.begin() + 1, second.end() - 1, after_first);
+    else if (second.size() < 2 && first.size() < points.view().size())
+        *after_first = points.view()[first.size()];
+    return result;
 }
+
+namespace velm {
+
+namespace {
+
+using detail::DoubleDouble;
+using detail::two_product;
+using detail::two_sum;
+
+/// The exact sign of a x b + b x c + c x a, twice the area of the triangle: its six products, of
+/// two doubles each, are added one by one to an expansion whose terms don't overlap and grow in
+/// size (Shewchuk 1997, Grow-Expansion), so that the last one that isn't 0 has the sign of the sum.
+int exact_turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
+    const DoubleDouble products[] = {two_product(a.x(), b.y()), two_product(-a.y(), b.x()),
+                                     two_product(b.x(), c.y()), two_product(-b.y(), c.x()),
+                                     two_product(c.x(), a.y()), two_product(-c.y(), a.x())};
+    double terms[2 * std::size(products)];
+    int count = 0;
+    const auto add = [&](double x) {
+        for (int i = 0; i < count; ++i) {
+            const DoubleDouble sum = two_sum(x, terms[i]);
+            x = sum.hi;
+            terms[i] = sum.lo;
+        }
+        terms[count++] = x;
+    };
+    for (const DoubleDouble& product : products) {
+        add(product.lo);
+        add(product.hi);
+    }
+    while (count > 0 && terms[count - 1] == 0.0)
+        --count;
+    return count == 0 ? 0 : terms[count - 1] > 0.0 ? 1 : -1;
+}
+
+/// 1 where a, b, c turn to the left, -1 to the right, 0 where they are on a line.
+int turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
+    // The rounded cross product of the differences is off by less than this part of its products'
+    // sizes (Shewchuk 1997, ccwerrboundA; epsilon being 2^-53).
+    constexpr double epsilon = 0x1p-53;
+    constexpr double error = (3.0 + 16.0 * epsilon) * epsilon;
+    const double left = (a.x() - c.x()) * (b.y() - c.y());
+    const double right = (a.y() - c.y()) * (b.x() - c.x());
+    const double cross = left - right;
+    if (std::fabs(cross) > error * (std::fabs(left) + std::fabs(right)))
+        return cross > 0.0 ? 1 : -1;
+    return exact_turn(a, b, c);
+}
+
+/// Goes over sorted points and writes the chain that turns to the left alone; returns its end. The
+/// chain may be written over the points.
+template <class Iterator>
+ERPoint2D* left_turning_chain(Iterator point, Iterator end, ERPoint2D* const chain) {
+    ERPoint2D* next = chain;
+    for (; point != end; ++point) {
+        const ERPoint2D q = *point;
+        if (next != chain && next[-1] == q) continue;
+        while (next - chain >= 2 && turn(next[-2], next[-1], q) <= 0)
+            --next;
+        *next++ = q;
+    }
+    return next;
+}
+
+} // namespace
+
+std::vector<ERPoint2D> convex_hull(std::span<const ERPoint2D> points) {
+    std::vector<ERPoint2D> sorted;
+    sorted.reserve(points.size());
+    std::copy_if(points.begin(), points.end(), std::back_inserter(sorted),
+                 [](const ERPoint2D& p) { return std::isfinite(p.x()) && std::isfinite(p.y()); });
+    if (sorted.empty()) return sorted;
+    std::vector<ERPoint2D> scratch(sorted.size());
+    detail::sort_by_x_then_y(sorted, scratch, detail::Extent(sorted));
+    // From the greatest point over the upper side to the least, and back over the lower side.
+    ERPoint2D* const chain = scratch.data();
+    ERPoint2D* const upper = left_turning_chain(sorted.rbegin(), sorted.rend(), chain);
+    ERPoint2D* const first = sorted.data();
+    ERPoint2D* const lower = left_turning_chain(sorted.begin(), sorted.end(), first);
+    std::vector<ERPoint2D> hull(chain, upper);
+    if (lower - first > 2) hull.insert(hull.end(), first + 1, lower - 1);
+    return hull;
+}
+
+} // namespace velm
