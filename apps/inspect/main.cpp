@@ -1,5 +1,4 @@
-// velm-inspect: measured points against their nominal. Each subcommand is a file of its own that
-// hangs itself into the parser.
+// velm-inspect: measured points against their nominal. command/commands.h lists the commands.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -12,13 +11,7 @@
 #include "inspect/base/failure.h"
 #include "inspect/base/output_set.h"
 #include "inspect/base/text_escape.h"
-#include "inspect/command/arguments.h"
-#include "inspect/command/clip_command.h"
-#include "inspect/command/fit_command.h"
-#include "inspect/command/report_command.h"
-#include "inspect/command/section_command.h"
-#include "inspect/command/store_command.h"
-#include "inspect/command/targets_command.h"
+#include "inspect/command/commands.h"
 #include "velm/version.h"
 
 namespace velm::inspect {
@@ -55,20 +48,17 @@ void print(const std::string& text) {
 }
 
 ExitCode run(int argc, char** argv) {
-    CLI::App app("Compares measured points with their nominal geometry.", "velm-inspect");
+    Program program;
+    CLI::App& app = program.app;
     app.set_version_flag("--version", "velm-inspect " VELM_VERSION_STRING);
     app.formatter(std::make_shared<HelpText>(examples));
     app.footer(exit_codes_text());
     app.require_subcommand(1);
-    Command command;
-    add_section_command(app, command);
-    add_clip_command(app, command);
-    add_targets_command(app, command);
-    add_fit_command(app, command);
-    add_store_command(app, command);
-    add_report_command(app, command);
+    for (const auto add : commands)
+        add(program);
 
-    std::vector<std::string> arguments = join_numbers({argv + 1, argv + argc});
+    std::vector<std::string> arguments =
+        join_numbers({argv + 1, argv + argc}, program.number_options);
     std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the back
     try {
         app.parse(std::move(arguments));
@@ -88,7 +78,7 @@ ExitCode run(int argc, char** argv) {
         const std::string help = chosen.empty() ? "" : chosen.front()->get_name() + " ";
         throw Failure(ExitCode::usage, why + "; see velm-inspect " + help + "--help");
     }
-    return command();
+    return program.run();
 }
 
 ExitCode run_guarded(int argc, char** argv) {

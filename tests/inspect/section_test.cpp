@@ -209,7 +209,7 @@ TEST(Section, ToleranceValuesAreValuesAndExitCodesTell) {
         {"n.dat m.csv --tolerance", "--tolerance"},
         {"n.dat m.csv --tolerance -1", "lies above"},
         {"n.dat m.csv --tolerance .05 -.05",
-         "the lower limit 0.05 lies above the upper limit -0.05"},
+         "the lower limit 0.05 is above the upper limit -0.05"},
         {"n.dat m.csv --tolerance nan", "expected a finite number, found 'nan'"},
         {"n.dat m.csv --tolerance 1e999", "beyond what a double can hold"},
         {"n.dat m.csv --tolerance wide", "expected a number, found 'wide'"},

@@ -1,8 +1,7 @@
-#include "inspect/command/fit_command.h"
-
-#include <memory>
+#include "inspect/command/commands.h"
 
 #include "inspect/inspection/fit.h"
+#include <memory>
 
 namespace velm::inspect {
 namespace {
@@ -29,68 +28,38 @@ constexpr const char* points_text =
     "             moved along its normal by as much\n"
     "  --outside  the radius is taken off; a plane or line is moved against its normal\n"
     "Flatness, straightness and roundness are the greatest residual less the least; for a\n"
-    "line in space twice the greatest distance.\n\n";
+    "line in space twice the greatest distance.\n";
 
-// The texts of the command line, before they are understood.
-struct Texts {
-    FitOptions options;
-    std::string kind, tolerance, diameter, json, csv, svg;
-    bool inside = false, outside = false;
-};
-
-FitOptions understand(const CLI::App& fit, const Texts& texts) {
-    FitOptions options = texts.options;
-    options.kind = texts.kind == "plane"  ? FitKind::plane
-                   : texts.kind == "line" ? FitKind::line
-                                          : FitKind::circle;
-    if (fit.count("--tolerance") > 0) options.tolerance = parse_tolerance(texts.tolerance);
-    if (fit.count("--diameter") > 0) options.diameter = parse_length("--diameter", texts.diameter);
-    if (texts.inside && texts.outside)
-        throw Failure(ExitCode::usage, "--inside and --outside exclude each other");
-    options.side = texts.inside    ? BallSide::inside
-                   : texts.outside ? BallSide::outside
-                                   : BallSide::unknown;
-    OutputPaths outputs(fit);
-    outputs.take("--json", texts.json, options.json);
-    outputs.take("--csv", texts.csv, options.csv);
-    outputs.take("--svg", texts.svg, options.svg);
-    if (options.points.empty())
-        throw Failure(ExitCode::usage, "POINTS: expected the name of a file");
-    outputs.check({options.points}, !options.quiet);
-    return options;
-}
+const Choice<FitKind> kind_choices[] = {{kind_name(FitKind::plane), FitKind::plane, nullptr},
+                                        {kind_name(FitKind::line), FitKind::line, nullptr},
+                                        {kind_name(FitKind::circle), FitKind::circle, nullptr}};
 
 } // namespace
 
-void add_fit_command(CLI::App& app, Command& command) {
-    CLI::App* const fit =
-        app.add_subcommand("fit", "A plane, line or circle through measured points");
-    fit->formatter(std::make_shared<HelpText>(examples));
-    fit->footer(points_text + exit_codes_text());
-
-    const auto texts = std::make_shared<Texts>();
-    fit->add_option("KIND", texts->kind, "plane, line or circle")
-        ->required()
-        ->type_name("")
-        ->check(CLI::IsMember({"plane", "line", "circle"}).description(""));
-    fit->add_option("POINTS", texts->options.points, "The measured points")
-        ->required()
-        ->type_name("");
-    fit->add_option("--tolerance", texts->tolerance,
-                    "The limits of the residual, both included;\none value T stands for -T T")
-        ->type_name("LOWER UPPER | T");
-    fit->add_option("--diameter", texts->diameter,
-                    "Of the probe's ball, where the file has no column\nfor it")
-        ->type_name("D");
-    fit->add_flag("--inside", texts->inside, "The ball was in a bore");
-    fit->add_flag("--outside", texts->outside, "The ball was outside of a shaft");
-    fit->add_option("--json", texts->json, "Writes the report as JSON")->type_name("FILE");
-    fit->add_option("--csv", texts->csv, "Writes the rows as CSV")->type_name("FILE");
-    fit->add_option("--svg", texts->svg, "Draws the residuals")->type_name("FILE");
-    fit->add_flag("--quiet", texts->options.quiet, "No table, no summary");
-    fit->callback([fit, texts, &command] {
-        command = [options = understand(*fit, *texts)] { return run_fit(options); };
+void add_fit_command(Program& program) {
+    CommandLine line(program, "fit", "A plane, line or circle through measured points", examples,
+                     points_text);
+    const auto options = std::make_shared<FitOptions>();
+    const auto inside = std::make_shared<bool>(false), outside = std::make_shared<bool>(false);
+    OutputPaths& paths = options->paths;
+    line.choice<FitKind>("KIND", "", "plane, line or circle", kind_choices, options->kind)
+        ->required();
+    line.input("POINTS", "The measured points", options->points);
+    line.option(tolerance_option, options->tolerance,
+                "Limits of the residual, both included;\none value T means -T T");
+    line.option(diameter_option, options->diameter);
+    line.flag(inside_flag, *inside);
+    line.flag(outside_flag, *outside);
+    line.outputs({&json_output, &csv_output, &svg_output}, paths);
+    line.flag(quiet_flag, paths.quiet, "No table, no summary");
+    line.check([options, inside, outside] {
+        if (*inside && *outside)
+            throw Failure(ExitCode::usage, "--inside and --outside exclude each other");
+        options->side = *inside    ? BallSide::inside
+                        : *outside ? BallSide::outside
+                                   : BallSide::unknown;
     });
+    line.run([options] { return run_fit(*options); }, [&paths] { return !paths.quiet; });
 }
 
 } // namespace velm::inspect

@@ -134,14 +134,14 @@ ExitCode clip_polylines(const ClipOptions& options) {
     const Polylines polylines = read_polylines(polyline_file);
 
     OutputSet outputs;
-    Output* const json = outputs.add_if_asked(options.json);
-    Output* const svg = outputs.add_if_asked(options.svg);
+    Output* const json = outputs.add_if_asked(options.paths.json);
+    Output* const svg = outputs.add_if_asked(options.paths.svg);
     ClipResult result = clip(region, polylines.lines);
     result.region = options.region;
     result.polyline = options.polyline;
     if (json != nullptr) write_clip_json(*json, result);
     if (svg != nullptr) svg->write(clip_picture(region, polylines, result));
-    if (Output* const text = outputs.add_text(options.quiet)) write_clip_text(*text, result);
+    if (Output* const text = outputs.add_text(options.paths.quiet)) write_clip_text(*text, result);
     outputs.commit();
     return ExitCode::good;
 }

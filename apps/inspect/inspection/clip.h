@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "inspect/base/failure.h"
+#include "inspect/base/output_paths.h"
 #include "inspect/input/outline_reader.h"
 #include "inspect/result/clip_result.h"
 
@@ -14,10 +15,9 @@ namespace velm::inspect {
 struct ClipOptions {
     std::string region;
     std::string polyline;
-    std::optional<std::string> json, svg;
+    OutputPaths paths;
     OutlineForm form = OutlineForm::automatic;
     double chain_tolerance = default_chain_tolerance; ///< of loose pieces
-    bool quiet = false;
 };
 
 /// The pieces of the polylines that lie in an area of the region; a polyline that goes over from

@@ -193,11 +193,12 @@ ExitCode run_fit(const FitOptions& options) {
         if (Output* const output = outputs.add_if_asked(path))
             output->write(text(output->is_terminal()));
     };
-    write(options.json,
+    write(options.paths.json,
           [&](bool on_terminal) { return fit_json(result, points, options.points, on_terminal); });
-    write(options.csv, [&](bool on_terminal) { return fit_csv(result, points, on_terminal); });
-    write(options.svg, [&](bool) { return fit_svg(result, points, options.points); });
-    if (Output* const table = outputs.add_text(options.quiet))
+    write(options.paths.csv,
+          [&](bool on_terminal) { return fit_csv(result, points, on_terminal); });
+    write(options.paths.svg, [&](bool) { return fit_svg(result, points, options.points); });
+    if (Output* const table = outputs.add_text(options.paths.quiet))
         table->write(fit_table(result, points, options.points));
     outputs.commit();
     return result.summary.out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;

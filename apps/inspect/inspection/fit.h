@@ -5,6 +5,7 @@
 #include <string>
 
 #include "inspect/base/failure.h"
+#include "inspect/base/output_paths.h"
 #include "inspect/result/fit_result.h"
 
 namespace velm::inspect {
@@ -15,8 +16,7 @@ struct FitOptions {
     std::optional<Tolerance> tolerance;
     std::optional<double> diameter; ///< of the ball where the file tells none
     BallSide side = BallSide::unknown;
-    std::optional<std::string> json, csv, svg;
-    bool quiet = false;
+    OutputPaths paths;
 };
 
 /// Fits by orthogonal least squares (velm/measure/orthogonal_fit.h) and computes every residual:

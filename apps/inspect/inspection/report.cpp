@@ -24,7 +24,7 @@ struct SectionKind {
     static constexpr ArchivedKind archived = ArchivedKind::section;
     static constexpr bool has_svg = true;
     template <class Reader>
-    static SectionOutputs outputs(const Reader& reader, const SectionPaths& paths) {
+    static SectionOutputs outputs(const Reader& reader, const OutputPaths& paths) {
         return {reader.head(), reader.outline(), paths};
     }
 };
@@ -37,15 +37,15 @@ struct TargetKind {
     static constexpr ArchivedKind archived = ArchivedKind::targets;
     static constexpr bool has_svg = false;
     template <class Reader>
-    static TargetOutputs outputs(const Reader& reader, const SectionPaths& paths) {
-        return {reader.head(), {paths.json, paths.csv, paths.html, paths.quiet}};
+    static TargetOutputs outputs(const Reader& reader, const OutputPaths& paths) {
+        return {reader.head(), paths};
     }
 };
 
 // Hands all rows of a reader on and ends as the run did. `update` shows the progress after so many
 // rows.
 template <class Kind, class Reader, class Update>
-ExitCode report_rows(Reader& reader, const SectionPaths& paths, Update update) {
+ExitCode report_rows(Reader& reader, const OutputPaths& paths, Update update) {
     auto outputs = Kind::outputs(reader, paths);
     Progress progress(!paths.quiet);
     typename Kind::Row row;
@@ -60,7 +60,7 @@ ExitCode report_rows(Reader& reader, const SectionPaths& paths, Update update) {
 
 template <class Kind>
 ExitCode report_record(StoreReader& reader, const StoredInspection& inspection,
-                       const SectionPaths& paths) {
+                       const OutputPaths& paths) {
     typename Kind::Record record(reader, inspection);
     return report_rows<Kind>(record, paths, [&](Progress& progress, std::uint64_t count) {
         progress.update(count, count, record.count());
@@ -68,7 +68,7 @@ ExitCode report_record(StoreReader& reader, const StoredInspection& inspection,
 }
 
 template <class Kind>
-ExitCode report_document(InspectionArchiveReader& document, const SectionPaths& paths) {
+ExitCode report_document(InspectionArchiveReader& document, const OutputPaths& paths) {
     typename Kind::Document reader(document);
     return report_rows<Kind>(reader, paths, [&](Progress& progress, std::uint64_t count) {
         progress.update(count, document.bytes_read(), document.size());
@@ -79,8 +79,8 @@ struct ReportedKind {
     std::string_view stored;
     ArchivedKind archived;
     bool has_svg;
-    ExitCode (*report_record)(StoreReader&, const StoredInspection&, const SectionPaths&);
-    ExitCode (*report_document)(InspectionArchiveReader&, const SectionPaths&);
+    ExitCode (*report_record)(StoreReader&, const StoredInspection&, const OutputPaths&);
+    ExitCode (*report_document)(InspectionArchiveReader&, const OutputPaths&);
 };
 
 template <class Kind>

@@ -14,7 +14,7 @@ namespace velm::inspect {
 struct ReportOptions {
     std::string store;          ///< or an archive
     std::optional<long> number; ///< of the inspection, from 1; the last one without
-    SectionPaths paths;
+    OutputPaths paths;
 };
 
 /// Writes the table and the reports of one inspection as the run did that kept it, byte for byte.

@@ -36,9 +36,10 @@ ExitCode inspect_section(const SectionOptions& options) {
 
     SectionOutputs outputs(head, outline, options.paths);
     std::optional<SectionStore> store;
-    if (options.store) store.emplace(outputs.set(), *options.store, outline, head);
+    if (options.paths.store) store.emplace(outputs.set(), *options.paths.store, outline, head);
     std::optional<SectionArchive> archive;
-    if (options.archive) archive.emplace(outputs.set(), *options.archive, outline, head);
+    if (options.paths.archive)
+        archive.emplace(outputs.set(), *options.paths.archive, outline, head);
     const auto take = [&](SectionRow& row) {
         judge(row, options.tolerance);
         outputs.add(row);

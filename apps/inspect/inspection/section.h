@@ -18,8 +18,7 @@ struct SectionOptions {
     double diameter = 0.0;             ///< of the ball where the measured file tells none
     std::optional<SectionFrame> frame; ///< without one, x and y are the section's own
     std::optional<double> max_height;  ///< how far off the frame's plane a point may lie
-    SectionPaths paths;                ///< of the reports
-    std::optional<std::string> store, archive;
+    OutputPaths paths;
     bool align = false; ///< points are first brought onto the outline by the best fit
     OutlineForm form = OutlineForm::automatic;
     double chain_tolerance = default_chain_tolerance; ///< of loose pieces

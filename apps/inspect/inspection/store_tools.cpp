@@ -214,7 +214,7 @@ constexpr const char* mode_names[] = {"list", "check", "export", "salvage", "com
 
 ExitCode run_store(const StoreOptions& options) {
     OutputSet outputs;
-    Output* const json_output = outputs.add_if_asked(options.json);
+    Output* const json_output = outputs.add_if_asked(options.paths.json);
     const Told told = with_store(options.file, [&] {
         switch (options.mode) {
         case StoreMode::list:

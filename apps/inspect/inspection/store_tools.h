@@ -5,6 +5,7 @@
 #include <string>
 
 #include "inspect/base/failure.h"
+#include "inspect/base/output_paths.h"
 
 namespace velm::inspect {
 
@@ -15,7 +16,7 @@ struct StoreOptions {
     StoreMode mode = StoreMode::list;
     std::string target; ///< the new file or folder
     bool orphans = false;
-    std::optional<std::string> json;
+    OutputPaths paths;
 };
 
 /// Tells what the file holds or whether it is sound, writes its objects as texts, or writes a clean

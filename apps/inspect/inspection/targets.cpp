@@ -53,9 +53,9 @@ ExitCode inspect_targets(const TargetOptions& options) {
     if (options.skip_bad) head.skipped = table.bad.count();
     TargetOutputs outputs(head, options.paths);
     std::optional<TargetStore> store;
-    if (options.store) store.emplace(outputs.set(), *options.store, head);
+    if (options.paths.store) store.emplace(outputs.set(), *options.paths.store, head);
     std::optional<TargetArchive> archive;
-    if (options.archive) archive.emplace(outputs.set(), *options.archive, head);
+    if (options.paths.archive) archive.emplace(outputs.set(), *options.paths.archive, head);
     for (TargetRow& row : table.rows) {
         judge(row, options.tolerance);
         outputs.add(row);

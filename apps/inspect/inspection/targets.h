@@ -14,8 +14,7 @@ namespace velm::inspect {
 struct TargetOptions {
     std::string table;
     std::optional<Tolerance> tolerance;
-    TargetPaths paths; ///< of the reports
-    std::optional<std::string> store, archive;
+    OutputPaths paths;
     bool skip_bad = false; ///< rows that can't be used are told and left out, not refused
     bool align = false;    ///< measured points are first brought onto the nominal by the best fit
 };

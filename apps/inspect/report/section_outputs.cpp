@@ -5,7 +5,7 @@
 namespace velm::inspect {
 
 SectionOutputs::SectionOutputs(const SectionHead& head, const Outline& outline,
-                               const SectionPaths& paths)
+                               const OutputPaths& paths)
     : head_(head), quiet_(paths.quiet), picture_(outline, head.tolerance) {
     summary_.tolerance = head.tolerance;
     Output* const json = outputs_.add_if_asked(paths.json);

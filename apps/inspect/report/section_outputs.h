@@ -6,6 +6,7 @@
 #include <string>
 
 #include "inspect/base/kept_rows.h"
+#include "inspect/base/output_paths.h"
 #include "inspect/base/output_set.h"
 #include "inspect/picture/section_picture.h"
 #include "inspect/report/section_page.h"
@@ -16,19 +17,13 @@
 
 namespace velm::inspect {
 
-/// Where the reports go; those not asked for have no value.
-struct SectionPaths {
-    std::optional<std::string> json, csv, svg, html;
-    bool quiet = false; ///< no table
-};
-
 /// Takes the rows of a section one by one, in their order, and writes the table, the summary and
 /// the reports. They depend on the head, the outline and the rows alone, so that an inspection read
 /// back from a file gives the same bytes. Throws `Failure`.
 class SectionOutputs {
 public:
     /// The outline must outlive the outputs.
-    SectionOutputs(const SectionHead& head, const Outline& outline, const SectionPaths& paths);
+    SectionOutputs(const SectionHead& head, const Outline& outline, const OutputPaths& paths);
 
     void add(const SectionRow& row);
     const Summary& summary() const { return summary_; }

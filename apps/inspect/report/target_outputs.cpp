@@ -2,7 +2,7 @@
 
 namespace velm::inspect {
 
-TargetOutputs::TargetOutputs(const TargetHead& head, const TargetPaths& paths)
+TargetOutputs::TargetOutputs(const TargetHead& head, const OutputPaths& paths)
     : head_(head), quiet_(paths.quiet) {
     summary_.tolerance = head.tolerance;
     Output* const json = outputs_.add_if_asked(paths.json);

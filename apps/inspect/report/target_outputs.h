@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "inspect/base/kept_rows.h"
+#include "inspect/base/output_paths.h"
 #include "inspect/base/output_set.h"
 #include "inspect/report/target_reports.h"
 #include "inspect/result/target_head.h"
@@ -14,18 +15,12 @@
 
 namespace velm::inspect {
 
-/// Where the reports go; those not asked for have no value.
-struct TargetPaths {
-    std::optional<std::string> json, csv, html;
-    bool quiet = false; ///< no table
-};
-
 /// Takes the judged rows of a table one by one, in their order, and writes the table, the summary
 /// and the reports. They depend on the head and the rows alone, so that an inspection read back
 /// from a file gives the same bytes. Only a page keeps all rows in memory. Throws `Failure`.
 class TargetOutputs {
 public:
-    TargetOutputs(const TargetHead& head, const TargetPaths& paths);
+    TargetOutputs(const TargetHead& head, const OutputPaths& paths);
 
     void add(const TargetRow& row);
     const Summary& summary() const { return summary_; }

@@ -1,0 +1,15 @@
+// output_paths.h: `OutputPaths`, where the outputs of a command go.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace velm::inspect {
+
+/// An output that isn't asked for has no value; "-" is standard output.
+struct OutputPaths {
+    std::optional<std::string> json, csv, svg, html, store, archive;
+    bool quiet = false; ///< no text on standard output
+};
+
+} // namespace velm::inspect

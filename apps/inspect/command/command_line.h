@@ -1,0 +1,135 @@
+// command_line.h: a command on the command line: `Program`, `CommandLine`.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstddef>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "inspect/base/failure.h"
+#include "inspect/command/options.h"
+
+namespace velm::inspect {
+
+/// The parser of the command line, and what the command that it finds does.
+struct Program {
+    struct NumberOption {
+        std::string_view name;
+        std::size_t most; // values
+    };
+
+    CLI::App app{"Compares measured points with their nominal geometry.", "velm-inspect"};
+    std::vector<NumberOption> number_options; ///< of all commands
+    std::function<ExitCode()> run;            ///< of the command that was chosen
+};
+
+/// Joins the numbers after an option to one argument, "--tolerance=-.05 5e-2", so that a number with
+/// a minus is never taken for an option, and an option whose values vary in number never swallows
+/// the name of a file. Arguments after "--" stay.
+std::vector<std::string> join_numbers(const std::vector<std::string>& arguments,
+                                      const std::vector<Program::NumberOption>& options);
+
+/// Adds a command to the program, option by option, each with the variable that takes its value:
+///
+///     CommandLine line(program, "clip", "Pieces of polylines in a region", examples, footer);
+///     const auto options = std::make_shared<ClipOptions>();
+///     line.input("REGION", "Contours of the region", options->region);
+///     line.option(chain_tolerance_option, options->chain_tolerance);
+///     line.outputs({&json_output, &svg_output}, options->paths);
+///     line.run([options] { return clip_polylines(*options); }, [] { return true; });
+///
+/// When the command is chosen, the values are parsed in the order in which the options were added,
+/// then come the checks of the command, last those of its files. Each throws `Failure` (usage).
+class CommandLine {
+public:
+    CommandLine(Program& program, const char* name, const char* what, const char* examples,
+                const std::string& footer);
+
+    /// A file to read. Without a name it is refused here, or with `opens_any` when it is opened.
+    void input(const char* name, const char* help, std::string& to, bool opens_any = false);
+    /// The variable is a `Value` or an optional one; it is unchanged if the option isn't given.
+    template <class Value, class Variable>
+    void option(const Option<Value>& option, Variable& to, const char* help = nullptr) {
+        if (option.numbers > 0) program_.number_options.push_back({option.name, option.numbers});
+        const std::shared_ptr<std::string> text =
+            add_text(option.name, option.values, help != nullptr ? help : option.help).text;
+        steps_->push_back([app = app_, text, &option, &to] {
+            if (app->count(option.name) > 0) to = option.parse(option.name, *text);
+        });
+    }
+    void flag(const Flag& flag, bool& to, const char* help = nullptr);
+    /// One of the choices, which are listed after the help where they have lines of their own.
+    template <class Value>
+    CLI::Option* choice(const char* name, const char* values, std::string help,
+                        std::span<const Choice<Value>> choices, Value& to) {
+        std::vector<std::string> names;
+        for (const Choice<Value>& each : choices) {
+            names.push_back(each.name);
+            if (each.help != nullptr) append_choice(help, each.name, each.help);
+        }
+        const auto [text, added] = add_text(name, values, help);
+        added->check(CLI::IsMember(names).description(""));
+        steps_->push_back([text = text, choices, &to] {
+            for (const Choice<Value>& each : choices)
+                if (*text == each.name) to = each.value;
+        });
+        return added;
+    }
+    void outputs(std::initializer_list<const OutputOption*> outputs, OutputPaths& to);
+    /// An output that is no report: the path goes to `to` as it is.
+    void new_file(const char* name, const char* values, const char* help, std::string& to);
+
+    /// Checks what the options are to each other.
+    void check(std::function<void()> work) { steps_->push_back(std::move(work)); }
+    /// What the command does. `has_text`: on standard output, unless another output goes there.
+    void run(std::function<ExitCode()> work, std::function<bool()> has_text);
+
+private:
+    struct Files {
+        struct Input {
+            const char* name;
+            const std::string* path;
+            bool opens_any;
+        };
+        std::vector<Input> inputs;
+        std::vector<std::string> outputs;
+    };
+
+    struct AddedText {
+        std::shared_ptr<std::string> text;
+        CLI::Option* option;
+    };
+    AddedText add_text(const char* name, const char* values, const std::string& help);
+    static void append_choice(std::string& help, const char* name, const char* text);
+    static void check_files(Files& files, bool has_text);
+
+    Program& program_;
+    CLI::App* app_;
+    std::shared_ptr<std::vector<std::function<void()>>> steps_;
+    std::shared_ptr<Files> files_;
+};
+
+/// What is wrong with a command line that the parser refused, as a sentence; `app` is that of the
+/// command or of the program that it was meant for.
+std::string usage_complaint(const CLI::App& app, const CLI::ParseError& error);
+
+/// The help: examples, usage, options, exit codes.
+class HelpText : public CLI::Formatter {
+public:
+    explicit HelpText(std::string examples);
+    std::string make_help(const CLI::App* app, std::string name,
+                          CLI::AppFormatMode mode) const override;
+
+private:
+    std::string examples_;
+};
+
+/// The exit codes as the help documents them.
+std::string exit_codes_text();
+
+} // namespace velm::inspect

@@ -1,0 +1,99 @@
+// options.h: the options of the command line, each declared once and shared by the commands:
+// `Option`, `Flag`, `Choice`, `OutputOption`.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "inspect/base/output_paths.h"
+#include "inspect/result/section_frame.h"
+#include "inspect/result/summary.h"
+
+namespace velm::inspect {
+
+/// An option with a value.
+template <class Value>
+struct Option {
+    const char* name;
+    const char* values; ///< as the help shows them
+    const char* help;
+    /// Throws `Failure` (usage), naming the option.
+    Value (*parse)(const std::string& name, const std::string& text);
+    /// As many numbers may follow; more than one arrive with one blank between two.
+    std::size_t numbers;
+};
+
+struct Flag {
+    const char* name;
+    const char* help;
+};
+
+/// One value of an enumeration: its name on the command line, and its line in the help.
+template <class Value>
+struct Choice {
+    const char* name;
+    Value value;
+    const char* help;
+};
+
+/// An option that names an output: one line of the table of outputs.
+struct OutputOption {
+    const char* name;
+    const char* help;
+    std::optional<std::string> OutputPaths::*path;
+    const char* file; ///< what it is called in a complaint, if it can't go to standard output
+};
+
+Tolerance parse_tolerance(const std::string& name, const std::string& text);
+/// One number, not negative.
+double parse_length(const std::string& name, const std::string& text);
+/// One number whose square is above 0.
+double parse_positive(const std::string& name, const std::string& text);
+SectionFrame parse_frame(const std::string& name, const std::string& text);
+/// A whole number from 1.
+long parse_number_from_1(const std::string& name, const std::string& text);
+
+inline constexpr Option<Tolerance> tolerance_option{
+    "--tolerance", "LOWER UPPER | T",
+    "Limits of the deviation, both included;\none value T means -T T", parse_tolerance, 2};
+inline constexpr Option<double> diameter_option{
+    "--diameter", "D", "Diameter of the probe's ball, if the measured file\nhas no column for it",
+    parse_length, 1};
+inline constexpr Option<SectionFrame> frame_option{
+    "--frame", "OX OY OZ  ZX ZY ZZ  XX XY XZ",
+    "Plane of the section in machine coordinates:\norigin, normal, first axis", parse_frame, 9};
+inline constexpr Option<double> max_height_option{
+    "--max-height", "H", "With --frame: refuses points farther off its plane", parse_length, 1};
+inline constexpr Option<double> chain_tolerance_option{
+    "--chain-tolerance", "D", "Largest gap closed between loose pieces\n(default: 0.001)",
+    parse_positive, 1};
+inline constexpr Option<long> record_option{
+    "--record", "N", "Which inspection, from 1, as velm-inspect store\nlists them (default: the last)",
+    parse_number_from_1, 0};
+
+inline constexpr Flag quiet_flag{"--quiet", "No table, no summary, no progress"};
+inline constexpr Flag skip_bad_flag{"--skip-bad", "Skips unusable rows and lists them"};
+inline constexpr Flag inside_flag{"--inside", "The ball was in a bore"};
+inline constexpr Flag outside_flag{"--outside", "The ball was outside of a shaft"};
+
+inline constexpr const char* align_help = "Moves the measured points first (default: none)";
+inline constexpr Choice<bool> align_choices[] = {
+    {"bestfit", true, "onto the nominal, by the rigid motion of\nleast squared deviations"},
+    {"none", false, "as they were measured"}};
+
+inline constexpr OutputOption json_output{"--json", "Writes the report as JSON", &OutputPaths::json,
+                                          nullptr};
+inline constexpr OutputOption csv_output{"--csv", "Writes the rows as CSV", &OutputPaths::csv,
+                                         nullptr};
+inline constexpr OutputOption svg_output{"--svg", "Draws the picture", &OutputPaths::svg, nullptr};
+inline constexpr OutputOption html_output{
+    "--html", "Writes the whole report as one page, with the\npicture", &OutputPaths::html, nullptr};
+inline constexpr OutputOption store_output{
+    "--store", "Keeps the results in an object file, created if\nmissing", &OutputPaths::store,
+    "an object file"};
+inline constexpr OutputOption archive_output{
+    "--archive", "Writes the results as a document in an archive", &OutputPaths::archive,
+    "an archive"};
+
+} // namespace velm::inspect
