@@ -207,7 +207,7 @@ TEST(Section, ToleranceValuesAreValuesAndExitCodesTell) {
         {"n.dat", "MEASURED is required"},
         {"n.dat m.csv more", "not expected"},
         {"n.dat m.csv --tolerance", "--tolerance"},
-        {"n.dat m.csv --tolerance -1", "lies above"},
+        {"n.dat m.csv --tolerance -1", "is above"},
         {"n.dat m.csv --tolerance .05 -.05",
          "the lower limit 0.05 is above the upper limit -0.05"},
         {"n.dat m.csv --tolerance nan", "expected a finite number, found 'nan'"},
