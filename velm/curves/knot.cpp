@@ -1,6 +1,7 @@
 #include "velm/curves/knot.h"
 
 #include "velm/curves/detail/knot_search.h"
+#include "velm/curves/detail/pole_arrays.h"
 #include "velm/curves/detail/spline_rows.h"
 
 #include <limits>
@@ -111,7 +112,8 @@ bool insert_into(ERVec<Pole>& poles, ERKnotVector& K, int p, double t, int r) {
     } else {
         poles.insert(room, ERVec<Pole>(r).view());
     }
-    insert_in_window(knots, place, t, r, {&poles[first][0], p + 1, Pole::components});
+    insert_in_window(knots, place, t, r,
+                     row_of(poles.writable().subspan(std::size_t(first), std::size_t(p) + 1)));
     K.insertAt(place.high.index, t, r);
     K.AssertValid();
     return true;

@@ -145,13 +145,9 @@ private:
     void for_spans(F f) const;
 
     void take_limits_of_knots();
+    /// Makes the ends of the domain, knot p and knot n, those of the knots, and the limits.
     void clamp();
-    void cut_before(double a);
-    void cut_after(double b);
-    void continue_before(double a);
-    void continue_after(double b);
-    void move_start(double a);
-    void move_end(double b);
+    bool remove_knot(double t);
 
     struct Joint;
     Joint joint_with(const Self& other, double tol) const;
