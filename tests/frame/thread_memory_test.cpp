@@ -13,6 +13,9 @@
 #include <set>
 #include <thread>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace {
 
 struct Node : ERMemoryPool {
@@ -156,5 +159,57 @@ TEST(MemoryAcrossThreads, ArraysAndNodesOutliveTheRecordOfTheirThread) {
     }).join();
     EXPECT_EQ(late_destroyed.load(), 1);
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !defined(__clang__)
+// Forks while two threads free each other's nodes; the sanitizers' own allocators can't.
+TEST(MemoryAfterFork, AChildFreesWhatAnotherThreadMade) {
+    using Nodes = std::vector<Node*>;
+    const auto made = [](int count) {
+        auto* const nodes = new Nodes;
+        for (int i = 0; i < count; ++i)
+            nodes->push_back(new Node(i));
+        return nodes;
+    };
+    const auto drop = [](Nodes* nodes) {
+        if (!nodes) return;
+        for (Node* n : *nodes)
+            delete n;
+        delete nodes;
+    };
+    constexpr int children = 300;
+    std::unique_ptr<Nodes> for_children;
+    std::thread([&] { for_children.reset(made(children)); }).join();
+    std::atomic<Nodes*> given[2] = {};
+    std::atomic<bool> done = false;
+    std::vector<std::thread> threads;
+    for (const int side : {0, 1})
+        threads.emplace_back([&, side] {
+            while (!done) {
+                drop(given[side].exchange(made(200)));
+                drop(given[1 - side].exchange(nullptr));
+            }
+        });
+    int ended_well = 0;
+    for (int i = 0; i < children; ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(5); // ends one that waits for ever
+            delete (*for_children)[static_cast<std::size_t>(i)];
+            _exit(0);
+        }
+        int status = -1;
+        ended_well += waitpid(child, &status, 0) == child && status == 0;
+        if (i - ended_well > 3) break;
+    }
+    done = true;
+    for (std::thread& thread : threads)
+        thread.join();
+    for (auto& nodes : given)
+        drop(nodes);
+    EXPECT_EQ(ended_well, children);
+    for (Node* n : *for_children)
+        delete n;
+}
+#endif
 
 } // namespace

@@ -202,6 +202,9 @@ void ERMemPool::end_thread_pools(ERMemPool* pools) {
     spare_chunks.clear();
 }
 
+void ERMemPool::hold_hand_over() { hand_over_lock.lock(); }
+void ERMemPool::resume_hand_over() { hand_over_lock.unlock(); }
+
 inline void ERMemPool::push_deferred(void* item) {
     push(deferredList, item, itemSize);
     ++deferred;

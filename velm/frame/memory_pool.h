@@ -106,6 +106,9 @@ private:
     // The pools of a thread's record, and their end.
     static ERMemPool* make_thread_pools(const velmThreadLocalData* record);
     static void end_thread_pools(ERMemPool* pools);
+    /// Nothing passes between threads from the first call to the second: for the time of a fork.
+    static void hold_hand_over();
+    static void resume_hand_over();
 
     void* alloc();
     void free(void* item);

@@ -10,6 +10,10 @@
 #include <memory>
 #include <utility>
 
+#if defined(__unix__)
+#include <pthread.h>
+#endif
+
 constinit thread_local velm::detail::ThreadRecord velm::detail::thread_record = {nullptr, false};
 
 namespace {
@@ -46,8 +50,23 @@ CNoTrackObject* MakeVelmThreadLocalData() {
     return data.release();
 }
 
+// The child of a fork has one thread: a lock that another one held would never be given back.
+void velmThreadLocalData::before_fork() {
+    threadDataLock.lock();
+    ERMemPool::hold_hand_over();
+}
+void velmThreadLocalData::after_fork() {
+    ERMemPool::resume_hand_over();
+    threadDataLock.unlock();
+}
+
 void velmThreadLocalData::fill() {
     const Concurrency::critical_section::scoped_lock lock(threadDataLock);
+#if defined(__unix__)
+    static constinit bool prepared_for_fork = false;
+    if (!prepared_for_fork)
+        prepared_for_fork = pthread_atfork(before_fork, after_fork, after_fork) == 0;
+#endif
     fastPools = ERMemPool::make_thread_pools(this);
     repCache = new ERVecRepCache(cache_byte_limit, cache_count_limit);
 }

@@ -27,6 +27,8 @@ private:
     friend CNoTrackObject* MakeVelmThreadLocalData();
     velmThreadLocalData() = default;
     void fill();
+    static void before_fork();
+    static void after_fork();
 };
 
 /// Makes the record of the calling thread.
