@@ -52,6 +52,13 @@ TEST(SmartPointer, TheLastOneDeletes) {
     EXPECT_EQ(Counted::alive, 0);
 }
 
+#ifndef NDEBUG
+TEST(SmartPointerDeathTest, RefusesAnObjectOnTheStack) {
+    Counted local;
+    EXPECT_DEATH(Pointer(&local).get(), "on the stack");
+}
+#endif
+
 TEST(SmartPointer, WhatTheOldObjectOwnsMayBeAssigned) {
     Pointer head(new Counted);
     head->next = new Counted;

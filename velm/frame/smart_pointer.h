@@ -2,14 +2,16 @@
 #pragma once
 
 #include "velm/frame/reference.h"
+#include "velm/platform/stack_room.h"
 
+#include <cassert>
 #include <compare>
 #include <cstddef>
 #include <functional>
 
 /// Holds one T*, null when empty, and one reference on what it points to. T derives from ERObject,
 /// directly or through virtual bases; the count is reached through that part. The pointee must have
-/// come from `new`: the last pointer to let go deletes it.
+/// come from `new`: the last pointer to let go deletes it. An object on the stack is an assertion.
 ///
 /// Pointers may be passed among threads, each thread with an instance of its own; one instance is
 /// no more guarded than a plain pointer. An instance is two words and holds no control block.
@@ -66,10 +68,13 @@ public:
 
 private:
     static void acquire(T* object) noexcept {
-        if (object) object->addReference();
+        if (!object) return;
+        assert(!velm::StackRoom::is_in_use(object) &&
+               "an object on the stack can't be counted: the last pointer would delete it");
+        object->addReference();
     }
     static void release(T* object) {
-        if (object && object->removeReference() == 0) delete object;
+        if (object && object->removeAndTestLast()) delete object;
     }
 
     T* pointer = nullptr;

@@ -1,6 +1,7 @@
 #include "velm/platform/stack_room.h"
 
 #include <algorithm>
+#include <functional>
 
 #if defined(__linux__)
 #include <pthread.h>
@@ -27,6 +28,12 @@ StackRoom StackRoom::of_this_thread() {
     pthread_attr_destroy(&attributes);
 #endif
     return room;
+}
+
+bool StackRoom::is_in_use(const void* address) {
+    // Stacks grow down. What is below this frame may be anything where the stack has no limit.
+    return std::less_equal<>()(__builtin_frame_address(0), address) &&
+           of_this_thread().holds(address);
 }
 
 bool StackRoom::has_room_at(std::size_t depth) const {

@@ -13,6 +13,9 @@ class VELM_API StackRoom {
 public:
     static StackRoom of_this_thread();
 
+    /// Whether the address is in the calling thread's stack, in the frames that are in use.
+    static bool is_in_use(const void* address);
+
     /// Whether the address is in the stack. False for every address where the system doesn't know
     /// the stack, and for one in the stack of a coroutine that the host has made itself.
     bool holds(const void* address) const {
