@@ -71,6 +71,21 @@ class Diamond : public Diamond1, public Diamond2 {
     void printOn(std::ostream&) const override {}
 };
 
+/// The member is constructed before the base at the block's first byte.
+struct Holder {
+    explicit Holder(ERObject* made = nullptr) : child(made) {}
+    Leaf member;
+    std::unique_ptr<ERObject> child;
+};
+struct Odd : Holder, Leaf {
+    Odd() = default;
+    explicit Odd(ERObject* made) : Holder(made) {}
+    ERObject* getCopy() const override { return nullptr; }
+};
+
+template <std::size_t alignment>
+struct alignas(alignment) Aligned : Leaf {};
+
 VELM_DEFINE_CLASS(Leaf, ERObject)
 VELM_DEFINE_CLASS(Node, ERObject)
 VELM_DEFINE_CLASS(Thrower, ERObject)
@@ -117,6 +132,42 @@ TEST(HeapMark, MembersArgumentsAndVirtualBases) {
     for (Node const* n = chain.get(); n; n = static_cast<Node const*>(n->child.get()), ++length)
         expect_marks(*n, 1);
     EXPECT_EQ(length, 101);
+}
+
+TEST(HeapMark, TheFirstByteTakesTheMarkOver) {
+    for (const bool nested_new : {false, true}) {
+        std::unique_ptr<Odd> const odd(nested_new ? new Odd(new Odd) : new Odd);
+        EXPECT_EQ(static_cast<Leaf&>(*odd).isOnTheHeap(), 1);
+        EXPECT_EQ(odd->member.isOnTheHeap(), 0);
+        EXPECT_TRUE(!odd->child || odd->child->isOnTheHeap());
+        // The mark goes with the block, also where another thread frees it.
+        std::vector<std::unique_ptr<Diamond>> diamonds(50);
+        for (auto& d : diamonds)
+            d.reset(new Diamond);
+        std::thread([&] { diamonds.clear(); }).join();
+        for (Leaf const& element : std::vector<Leaf>(500))
+            EXPECT_EQ(element.isOnTheHeap(), 0);
+    }
+}
+
+template <std::size_t alignment>
+void expect_aligned() {
+    using Class = Aligned<alignment>;
+    alignas(Class) std::byte storage[sizeof(Class)];
+    std::vector<std::unique_ptr<Class>> objects;
+    for (int i = 0; i < 50; ++i) {
+        objects.emplace_back(i % 2 ? new Class : new (__FILE__, __LINE__) Class);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(objects.back().get()) % alignment, 0u);
+        EXPECT_EQ(objects.back()->isOnTheHeap(), 1);
+    }
+    Class* const local = new (static_cast<void*>(storage)) Class;
+    EXPECT_EQ(local->isOnTheHeap(), 0);
+    local->~Class();
+}
+TEST(HeapMark, ClassesThatAskForAlignment) {
+    expect_aligned<32>();
+    expect_aligned<64>();
+    expect_aligned<4096>();
 }
 
 std::uintptr_t address(void const* p) { return reinterpret_cast<std::uintptr_t>(p); }

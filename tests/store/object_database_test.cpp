@@ -193,6 +193,11 @@ TEST_F(ObjectDataBase, SaveDeleteAndLoad) {
     EXPECT_EQ(faults_of(folder.path("second")), "");
 }
 
+struct Holder {
+    Sample member;
+};
+struct Odd : Holder, Sample {};
+
 TEST_F(ObjectDataBase, NewInAStoreGivesAnIdentifierAtOnce) {
     open();
     t_SmartPtr<Sample> a(new (store.get()) Sample(5, 5));
@@ -214,7 +219,13 @@ TEST_F(ObjectDataBase, NewInAStoreGivesAnIdentifierAtOnce) {
     EXPECT_EQ(plain->getObjectID(), -1);
     t_SmartPtr<Sample> nowhere(new (static_cast<ERObjectDataBase*>(nullptr)) Sample(1, 1));
     EXPECT_EQ(nowhere->getObjectID(), -1);
-    EXPECT_EQ(store->getNbObj(), 2);
+    // A member that is constructed first passes on what it got.
+    std::unique_ptr<Odd> odd(new (store.get()) Odd);
+    EXPECT_EQ(static_cast<Sample&>(*odd).getObjectID(), 3);
+    EXPECT_EQ(static_cast<Sample&>(*odd).Database(), store.get());
+    EXPECT_EQ(odd->member.getObjectID(), -1);
+    EXPECT_EQ(odd->member.Database(), nullptr);
+    EXPECT_EQ(store->getNbObj(), 3);
 }
 
 TEST_F(ObjectDataBase, ReferencesShareOnFileAndComeBackApart) {

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <sstream>
 #include <string>
+#include <utility>
 
 VELM_DETAIL_DEFINE_CLASS(ERObject, nullptr, CObject::GetThisClass(), )
 
@@ -19,10 +20,24 @@ ERObject::ERObject() {
     const velm::detail::HeapMark mark = velm::detail::claim_mark(this);
     onTheHeap = mark.on_the_heap;
     if (mark.database) saveAsAsked(mark.database);
+    if (mark.earlier) takeOver(*mark.earlier, mark.earlier_was_saved);
 }
 
-ERObject::ERObject(ERObject const&)
-    : CObject(), ERReference(), onTheHeap(velm::detail::claim_mark(this).on_the_heap) {}
+ERObject::ERObject(ERObject const&) : CObject(), ERReference() {
+    const velm::detail::HeapMark mark = velm::detail::claim_mark(this);
+    onTheHeap = mark.on_the_heap;
+    if (!mark.earlier) return;
+    mark.earlier->onTheHeap = 0;
+    if (mark.earlier_was_saved) mark.earlier->ERObject::Delete(); // a copy is not saved
+}
+
+void ERObject::takeOver(ERObject& earlier, bool was_saved) {
+    earlier.onTheHeap = 0;
+    if (!was_saved) return;
+    // The record there is that of a bare ERObject, so it is this object's as well.
+    objectID = std::exchange(earlier.objectID, -1);
+    database = std::exchange(earlier.database, nullptr);
+}
 
 ERObject& ERObject::operator=(ERObject const&) {
     objectID = -1;
@@ -38,6 +53,24 @@ void ERObject::operator delete(void* block) { velm::detail::free_marked(block); 
 void ERObject::operator delete(void* block, char const*, int) { operator delete(block); }
 void ERObject::operator delete(void*, void*) {}
 void ERObject::operator delete(void* block, ERObjectDataBase*) { operator delete(block); }
+
+void* ERObject::operator new(std::size_t size, std::align_val_t alignment) {
+    return velm::detail::allocate_marked(size, alignment);
+}
+void* ERObject::operator new(std::size_t size, std::align_val_t alignment, char const*, int) {
+    return operator new(size, alignment);
+}
+void* ERObject::operator new(std::size_t, std::align_val_t, void* place) { return place; }
+void ERObject::operator delete(void* block, std::align_val_t alignment) {
+    velm::detail::free_marked(block, alignment);
+}
+void ERObject::operator delete(void* block, std::align_val_t alignment, char const*, int) {
+    operator delete(block, alignment);
+}
+void ERObject::operator delete(void*, std::align_val_t, void*) {}
+void ERObject::operator delete(void* block, std::align_val_t alignment, ERObjectDataBase*) {
+    operator delete(block, alignment);
+}
 
 int ERObject::isKindOf(ERClassRegistration const* other) const { return isA()->isKindOf(other); }
 

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <new>
 
 /// An object starts without references. On the heap it belongs to whoever called `new` until a
 /// t_SmartPtr takes it; from then on the last pointer that lets go deletes it. Objects on the stack
@@ -93,10 +94,21 @@ class VELM_API ERObject : public CObject, public ERReference {
     /// identifier while its other constructors run. The record is then that of a bare ERObject,
     /// intended; the next Save after setDirty writes the real one. A copy is not saved.
     static void* operator new(std::size_t size, ERObjectDataBase* db);
+    // The same for classes that ask for more alignment than `new` gives by itself.
+    static void* operator new(std::size_t size, std::align_val_t alignment);
+    static void* operator new(std::size_t size, std::align_val_t alignment, char const* file,
+                              int line);
+    static void* operator new(std::size_t size, std::align_val_t alignment, void* place);
+    static void* operator new(std::size_t size, std::align_val_t alignment, ERObjectDataBase* db);
     static void operator delete(void* block);
     static void operator delete(void* block, char const* file, int line);
     static void operator delete(void* block, void* place);
     static void operator delete(void* block, ERObjectDataBase* db);
+    static void operator delete(void* block, std::align_val_t alignment);
+    static void operator delete(void* block, std::align_val_t alignment, char const* file,
+                                int line);
+    static void operator delete(void* block, std::align_val_t alignment, void* place);
+    static void operator delete(void* block, std::align_val_t alignment, ERObjectDataBase* db);
 
     ERObject& operator=(ERObject const& other);
 
@@ -108,6 +120,8 @@ private:
     friend class ERObjectDataBase;
 
     void saveAsAsked(ERObjectDataBase* db);
+    /// Takes the place in a store that an object had got in the belief that `new` made it.
+    void takeOver(ERObject& earlier, bool was_saved);
 
     std::int32_t objectID = -1;
     ERObjectDataBase* database = nullptr;

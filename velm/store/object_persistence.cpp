@@ -31,6 +31,12 @@ void* ERObject::operator new(std::size_t size, ERObjectDataBase* db) {
     return velm::detail::allocate_marked(size, db);
 }
 
+void* ERObject::operator new(std::size_t size, std::align_val_t alignment, ERObjectDataBase* db) {
+    m_NextAllocationOnDatabase = 1;
+    m_DatabaseForNextAllocation = db;
+    return velm::detail::allocate_marked(size, alignment, db);
+}
+
 void ERObject::saveAsAsked(ERObjectDataBase* db) {
     ERObject::Save(db);
     m_NextAllocationOnDatabase = 0;

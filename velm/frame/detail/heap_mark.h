@@ -4,6 +4,7 @@
 #include "velm/fwd.h"
 
 #include <cstddef>
+#include <new>
 
 namespace velm::detail {
 
@@ -12,19 +13,28 @@ namespace velm::detail {
 struct HeapMark {
     bool on_the_heap = false;
     ERObjectDataBase* database = nullptr;
+    /// The ERObject part that had the mark before; it was no object of its own, and gives up what
+    /// it got.
+    ERObject* earlier = nullptr;
+    bool earlier_was_saved = false;
 };
 
 /// Allocates a block and keeps it, for this thread, as one whose object is still to come. The mark
-/// stands beside the block, never in it: what an allocation function writes into the block is lost
-/// or indeterminate once the object's lifetime begins.
+/// is stored beside the block, never in it: what an allocation function writes into the block is
+/// lost or indeterminate once the object's lifetime begins.
 void* allocate_marked(std::size_t size, ERObjectDataBase* database = nullptr);
+void* allocate_marked(std::size_t size, std::align_val_t alignment,
+                      ERObjectDataBase* database = nullptr);
 
 /// The mark of the block that the object lies in, if it still awaits its object; it then awaits
 /// none. So the first object constructed in a block is the one that `new` made; its members and
 /// what its constructor arguments make in blocks of their own are told apart by their addresses.
-HeapMark claim_mark(void const* object);
+/// An object at the block's first byte takes the mark over from one that was constructed before it
+/// further on in the block: that one is a member of a base.
+HeapMark claim_mark(const void* object);
 
 /// Frees the block, and drops its mark if no object ever claimed it: an exception came first.
 void free_marked(void* block);
+void free_marked(void* block, std::align_val_t alignment);
 
 } // namespace velm::detail
