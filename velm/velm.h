@@ -137,11 +137,13 @@
 #include "velm/wireframe/segment.h"
 
 #include "velm/curves/bezier_curve.h"
+#include "velm/curves/conics.h"
 #include "velm/curves/conversions.h"
 #include "velm/curves/knot.h"
 #include "velm/curves/knot_vector.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/curves/pole_curve.h"
+#include "velm/curves/polynomial_patch.h"
 #include "velm/curves/prepare.h"
 #include "velm/curves/prepared_curve.h"
 

@@ -26,7 +26,8 @@ ERVec<ERPole2DH> Convert(const ERVec<ERPole3DH>& poles, const ERTr3D& frame) {
 }
 
 ERVec<ERPoint2D> Convert(const ERVec<ERPoint3D>& points, Coord3D axis) {
-    return each_mapped<ERPoint2D>(points, [=](const ERPoint3D& p) { return p.castToPoint2D(axis); });
+    return each_mapped<ERPoint2D>(points,
+                                  [=](const ERPoint3D& p) { return p.castToPoint2D(axis); });
 }
 
 ERVec<ERPole2DH> Convert(const ERVec<ERPole3DH>& poles, Coord3D axis) {

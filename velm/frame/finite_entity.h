@@ -55,6 +55,10 @@ public:
     /// A box that holds the curve.
     virtual typename D::Box getBox() = 0;
 
+    /// The curve as a NURBS curve. Those of wireframe entities are defined in
+    /// curves/wireframe_to_nurbs.cpp.
+    virtual typename D::NurbsCurve ConvertToNurbs() = 0;
+
     /// The length over `interval`, to the tolerance tol.
     virtual double arcLength(ERLimites interval, double tol) const = 0;
     /// The length of the whole curve, to the tolerance tol.

@@ -27,6 +27,8 @@ public:
     /// center + radius (cos t, sin t).
     ERPoint2D operator()(double t) override;
     ERMinimax2D getBox() override;
+    /// Convert, see curves/conics.h: an arc with its end below its start gives its complement.
+    ERCpoleNURBS2D ConvertToNurbs() override;
     /// Exact; the tolerance is not used.
     double arcLength(ERLimites interval, double tol) const override;
     double arcLength(double tol) const override;

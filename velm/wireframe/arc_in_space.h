@@ -32,6 +32,8 @@ public:
     ERPoint3D operator()(double t) override;
     /// The least box.
     ERMinimax3D getBox() override;
+    /// As for ERArc2D.
+    ERCpoleNURBS3D ConvertToNurbs() override;
     /// Exact; the tolerance is not used.
     double arcLength(ERLimites interval, double tol) const override;
     double arcLength(double tol) const override;

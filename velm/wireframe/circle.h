@@ -24,6 +24,8 @@ public:
     /// center + radius (cos t, sin t), t in radians.
     ERPoint2D operator()(double t) const;
     ERMinimax2D getBox() const;
+    /// Convert, see curves/conics.h.
+    ERCpoleNURBS2D ConvertToNurbs() const;
 
     /// |p - center| - radius, positive outside. DISTMIN_EVERYWHERE for a p within 1e-11 of the
     /// center, else DISTMIN_FOUND.

@@ -37,6 +37,8 @@ public:
     ERPoint3D operator()(double t) const;
     /// The least box.
     ERMinimax3D getBox() const;
+    /// Convert, see curves/conics.h.
+    ERCpoleNURBS3D ConvertToNurbs() const;
 
     /// The true distance to the circle, negative where the foot of p on the plane lies inside it.
     /// DISTMIN_IN_SPACE for a p within 1e-11 of the plane, else DISTMIN_FOUND; intended.

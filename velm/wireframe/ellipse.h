@@ -66,6 +66,8 @@ public:
     double getAngle() const;
 
     ERMinimax2D getBox() const;
+    /// The whole ellipse; defined in curves/wireframe_to_nurbs.cpp.
+    ERCpoleNURBS2D ConvertToNurbs() const;
 
     /// The point of the ellipse nearest to p, by tqkEllipse2 in the ellipse's own frame. Among
     /// equally near points the one on the left of the big axis, and the far end of the big axis for

@@ -36,6 +36,8 @@ public:
     double getSmallAxe() const { return ellipse_.getSmallAxe(); }
     /// The least box.
     ERMinimax3D getBox() const;
+    /// The whole ellipse; defined in curves/wireframe_to_nurbs.cpp.
+    ERCpoleNURBS3D ConvertToNurbs() const;
 
     /// An EREllipse2D, or an ERSegment2D where the planes are perpendicular, within the tolerance
     /// that is common to all circles (ERCircle3D::SetProjectionPrecision).
@@ -85,6 +87,8 @@ public:
     ERPoint3D operator()(double t) override;
     /// The least box.
     ERMinimax3D getBox() override;
+    /// As for the arc in the frame's plane.
+    ERCpoleNURBS3D ConvertToNurbs() override;
     double arcLength(ERLimites interval, double tol) const override;
     double arcLength(double tol) const override;
     /// Cuts at the parameter t. Returns 1.

@@ -44,6 +44,8 @@ public:
     ERPoint2D operator()(double t) override;
     /// The least box: the ends and the ellipse's extremes between them.
     ERMinimax2D getBox() override;
+    /// Convert, see curves/conics.h.
+    ERCpoleNURBS2D ConvertToNurbs() override;
     /// By the incomplete elliptic integral of the second kind, to rounding; the tolerance is not
     /// used.
     double arcLength(ERLimites interval, double tol) const override;

@@ -37,6 +37,8 @@ public:
     /// The two ends, whatever n is.
     ERVec<Point> approxime(int n) override;
     typename D::Box getBox() override;
+    /// Of degree 1, with the ends as poles.
+    typename D::NurbsCurve ConvertToNurbs() override;
     /// Exact; the tolerance is not used.
     double arcLength(ERLimites interval, double tol) const override;
     double arcLength(double tol) const override;

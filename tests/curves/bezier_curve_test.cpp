@@ -1,0 +1,390 @@
+// The Bezier classes: points against sums in long double, operations before against after, feet and
+// crossings against their conditions, stored records.
+#include "velm/curves/bezier_curve.h"
+#include "velm/curves/knot_vector.h"
+#include "velm/curves/nurbs_curve.h"
+
+#include "support/records.h"
+#include "support/test.h"
+#include "velm/frame/class_registration.h"
+#include "velm/frame/point_functions.h"
+#include "velm/transforms/plane_transformation.h"
+#include "velm/transforms/transformation_factories.h"
+
+namespace {
+
+template <class Curve>
+class Bezier : public testing::Test {
+public:
+    using Pole = typename Curve::StoredPole;
+    using Point = typename Curve::Point;
+    using Parameters = ERVec<double>;
+    static constexpr int size = Point::components;
+    static constexpr bool rational = Pole::components > size;
+
+    static ERVec<Pole> random_poles(velm_test::Random& random, int n) {
+        ERVec<Pole> poles(n);
+        for (Pole& pole : poles) {
+            pole = random.value<Pole>(10.0);
+            if (!rational) continue;
+            const double weight = std::exp(random.uniform(-2.0, 2.0));
+            pole = pole * weight;
+            pole[size] = weight;
+        }
+        return poles;
+    }
+    /// The pole at x, with y as the last coordinate.
+    static Pole pole(double x, double y, double weight = 1.0) {
+        Pole result;
+        result[0] = x;
+        result[size - 1] = y;
+        if (!rational) return result;
+        result = result * weight;
+        result[size] = weight;
+        return result;
+    }
+    static Point far() {
+        return Point::each([](int) { return 1e4; });
+    }
+    /// The point and two derivatives by t, from differences and Bernstein sums in long double.
+    static std::vector<long double> truth(const ERVec<Pole>& poles, const ERLimites& domain,
+                                          double t) {
+        const int n = poles.size() - 1;
+        const long double length = static_cast<long double>(domain.end()) - domain.start();
+        const long double u = (static_cast<long double>(t) - domain.start()) / length;
+        std::vector<std::vector<long double>> level(std::size_t(n + 1));
+        for (int i = 0; i <= n; ++i)
+            for (int c = 0; c < Pole::components; ++c)
+                level[std::size_t(i)].push_back(poles[i][c]);
+        long double rows[3][4] = {};
+        for (int k = 0; k < 3 && !level.empty(); ++k) {
+            const int degree = n - k;
+            for (int i = 0; i <= degree; ++i) {
+                long double basis = 1.0L;
+                for (int j = 1; j <= i; ++j)
+                    basis *= static_cast<long double>(degree - i + j) / j;
+                basis *= std::pow(u, i) * std::pow(1.0L - u, degree - i);
+                for (std::size_t c = 0; c < std::size_t(Pole::components); ++c)
+                    rows[k][c] += basis * level[std::size_t(i)][c];
+            }
+            for (std::size_t i = 0; i + 1 < level.size(); ++i)
+                for (std::size_t c = 0; c < level[i].size(); ++c)
+                    level[i][c] = degree * (level[i + 1][c] - level[i][c]) / length;
+            level.pop_back();
+        }
+        const long double w = rational ? rows[0][size] : 1.0L;
+        std::vector<long double> result;
+        for (int c = 0; c < size; ++c)
+            result.push_back(rows[0][c] / w);
+        for (int c = 0; c < size; ++c)
+            result.push_back(
+                (rows[1][c] - (rational ? rows[1][size] * result[std::size_t(c)] : 0)) / w);
+        for (int c = 0; rational && c < size; ++c)
+            rows[2][c] -= 2 * rows[1][size] * result[std::size_t(size + c)] +
+                          rows[2][size] * result[std::size_t(c)];
+        for (int c = 0; c < size; ++c)
+            result.push_back(rows[2][c] / w);
+        return result;
+    }
+    template <class A, class B>
+    static void expect_same(A& a, B& b, double tolerance, double from = 0.0, double to = 1.0) {
+        for (const double s : {0.0, 0.1, 0.37, 0.5, 0.81, 1.0}) {
+            const Point p = a(a.getBound()(from + s * (to - from)));
+            const Point q = b(b.getBound()(s));
+            EXPECT_TRUE(isEqual(p, q, tolerance)) << s << ": " << p << q;
+        }
+    }
+    static void on_random_curves(const std::function<void(velm_test::Random&, Curve&)>& check) {
+        velm_test::Random random(53);
+        for (const int degree : {1, 2, 3, 4, 7, 12})
+            for (int round = 0; round < 4; ++round) {
+                Curve curve(random_poles(random, degree + 1), ERLimites(2.0, 5.0));
+                SCOPED_TRACE(testing::Message() << "degree " << degree << ", round " << round);
+                if (round % 2 == 1) curve.setBound(ERLimites(2.5, 4.0));
+                check(random, curve);
+            }
+    }
+};
+using Classes =
+    testing::Types<ERCpoleBezier2D, ERCpoleBezier2DR, ERCpoleBezier3D, ERCpoleBezier3DR>;
+TYPED_TEST_SUITE(Bezier, Classes);
+
+void turn(ERCpoleRep2D& curve, bool back) {
+    const ERTransfo2D t = ERTransfo2D::rotation(0.7) * ERTransfo2D(ERVector2D(3, -2));
+    back ? curve.transformTo(t) : curve.transformFrom(t);
+}
+void turn(ERCpoleRep3D& curve, bool back) {
+    const ERPmIsometrie3D t = ERChgRepere3D(ERVector3D(1, 2, 3), ERPoint3D(3, -2, 1));
+    back ? curve.transformTo(t) : curve.transformFrom(t);
+}
+int level_at(const ERCpoleRep2D& curve, double level, ERVec<double>& params) {
+    return curve.intersectWithAxeY(level, params);
+}
+int level_at(const ERCpoleRep3D& curve, double level, ERVec<double>& params) {
+    return curve.intersectWithPlanZ(level, params);
+}
+
+TYPED_TEST(Bezier, PointsAndDerivativesAreThoseOfTheDefinition) {
+    velm_test::Random random(52);
+    for (int degree = 0; degree <= 20; ++degree) {
+        const auto poles = this->random_poles(random, degree + 1);
+        const ERLimites domain(2.0, 5.0);
+        TypeParam curve(poles, domain);
+        for (const double t : {2.0, 5.0, random.uniform(2.0, 5.0), random.uniform(2.0, 5.0)}) {
+            const auto exact = this->truth(poles, domain, t);
+            const auto info = curve.PtCur(t);
+            EXPECT_EQ(info.Parametre, t);
+            EXPECT_EQ(info.Sens, 1);
+            const double tolerance = 1e-13 * (degree + 1);
+            for (int c = 0; c < this->size; ++c) {
+                EXPECT_NEAR(curve(t)[c], double(exact[std::size_t(c)]), tolerance);
+                EXPECT_NEAR(info.point()[c], double(exact[std::size_t(c)]), tolerance);
+                EXPECT_NEAR(info.tangente()[c], double(exact[std::size_t(c + this->size)]),
+                            tolerance * 100 * (degree + 1));
+                EXPECT_NEAR(info.second_derivative()[c],
+                            double(exact[std::size_t(c + 2 * this->size)]),
+                            tolerance * 10000 * (degree + 1));
+            }
+        }
+    }
+}
+
+TYPED_TEST(Bezier, OperationsKeepTheCurve) {
+    this->on_random_curves([this](velm_test::Random& random, TypeParam& curve) {
+        TypeParam other(curve);
+        other.incrDegree(3);
+        EXPECT_EQ(other.degree(), curve.degree() + 3);
+        this->expect_same(curve, other, 1e-12);
+
+        other = curve;
+        other.adjust();
+        EXPECT_EQ(other.isTrimmed(), 0);
+        this->expect_same(curve, other, 1e-12);
+        EXPECT_EQ(other(other.udeb()), other[0]);
+
+        other = curve;
+        other.reparametrize(ERLimites(-1.0, 1.0));
+        this->expect_same(curve, other, 1e-12);
+        EXPECT_EQ(other.isTrimmed(), curve.isTrimmed());
+        other.reverse();
+        this->expect_same(curve, other, 1e-12, 1.0, 0.0);
+
+        other = curve;
+        turn(other, false);
+        EXPECT_FALSE(isEqual(other(3.0), curve(3.0), 0.1));
+        turn(other, true);
+        other.scale(4.0);
+        other.translate(curve[0]);
+        other.translate(curve[0] * -1.0);
+        other.scale(0.25);
+        this->expect_same(curve, other, 1e-12);
+
+        auto nurbs = curve.ConvertToNurbs();
+        EXPECT_EQ(nurbs.isTrimmed(), curve.isTrimmed());
+        this->expect_same(curve, nurbs, 1e-12);
+        EXPECT_EQ(curve.knotVector().length(), 2 * curve.degree() + 2);
+
+        const double t = random.uniform(2.6, 3.9);
+        TypeParam first, second;
+        ASSERT_EQ(curve.splitAt(first, second, t), 1);
+        EXPECT_EQ(first.ufin(), t);
+        EXPECT_EQ(second.udeb(), t);
+        const double ratio = curve.getBound().ratio(t);
+        this->expect_same(curve, first, 1e-12, 0.0, ratio);
+        this->expect_same(curve, second, 1e-12, ratio, 1.0);
+        t_SmartPtr<typename TypeParam::Curve> whole(TypeParam::Curve::castdown(curve.getCopy()));
+        t_SmartPtr<typename TypeParam::Curve> rest;
+        ASSERT_EQ(whole->splitAt(whole, rest, t), 1);
+        EXPECT_EQ((*whole)(t), first(t));
+        EXPECT_EQ(rest->className(), std::string(curve.className()));
+        TypeParam itself(curve);
+        ASSERT_EQ(itself.split(itself, second), 1);
+        EXPECT_EQ(itself.ufin(), (curve.udeb() + curve.ufin()) * 0.5);
+        for (const double end : {curve.udeb(), curve.ufin(), std::nan("")})
+            EXPECT_EQ(curve.splitAt(first, second, end), 0);
+        EXPECT_EQ(first.ufin(), t);
+    });
+}
+
+TYPED_TEST(Bezier, LoweringTellsWhetherTheCurveWasRaised) {
+    velm_test::Random random(54);
+    for (int degree = 1; degree <= 8; ++degree) {
+        const auto poles = this->random_poles(random, degree + 1);
+        TypeParam curve(poles);
+        curve.incrDegree(1);
+        EXPECT_EQ(curve.decrDegree(), 1) << degree;
+        ASSERT_EQ(curve.nbPoles(), degree + 1);
+        for (int i = 0; i <= degree; ++i)
+            EXPECT_TRUE(isEqual(curve.getPoles()[i], poles[i], 1e-11)) << degree << " " << i;
+        EXPECT_EQ(curve.decrDegree(), 0) << degree; // and lowers all the same
+        EXPECT_EQ(curve.degree(), std::max(degree - 1, 1));
+    }
+}
+
+TYPED_TEST(Bezier, FeetAndCrossingsFulfilTheirConditions) {
+    this->on_random_curves([this](velm_test::Random& random, TypeParam& curve) {
+        using Vector = typename TypeParam::D::Vector;
+        if (curve.degree() > 4) return; // the power form
+        const auto p = random.value<typename TypeParam::Point>(10.0);
+        ERVec<double> feet = {-7.0};
+        const int count = curve.ProjectPoint(p, feet, 100.0);
+        EXPECT_EQ(count, feet.size());
+        EXPECT_EQ(feet[0], -7.0); // results are appended
+        for (const double t : feet.view().subspan(1)) {
+            const auto info = curve.PtCur(t);
+            EXPECT_NEAR((Vector(p, info.point()) * info.tangente()) / info.tangente().norme(), 0.0,
+                        1e-5); // what the power form leaves
+        }
+        if (curve.degree() > 1) {
+            EXPECT_EQ(curve.ProjectPoint(p + this->far(), feet, 1.0), 0);
+        }
+
+        const double t = random.uniform(2.6, 3.9);
+        ERVec<double> params;
+        const double level = curve(t)[this->size - 1];
+        const int found_count = level_at(curve, level, params);
+        EXPECT_EQ(found_count, params.size());
+        double nearest = 1.0;
+        for (const double found : params.view()) {
+            EXPECT_TRUE(curve.getBound().inBound(found));
+            EXPECT_NEAR(curve(found)[this->size - 1], level, 1e-6);
+            nearest = std::min(nearest, std::fabs(found - t));
+        }
+        EXPECT_LT(nearest, 1e-6);
+        const int known = params.size();
+        EXPECT_EQ(level_at(curve, level, params), known); // none is appended twice
+        EXPECT_EQ(level_at(curve, 1e6, params), 0);
+    });
+    // In the plane of the level, about the centre of what is at one distance everywhere.
+    TypeParam flat({this->pole(0, 1), this->pole(4, 1), this->pole(9, 1)});
+    ERVec<double> params;
+    EXPECT_EQ(level_at(flat, 1.0, params), -1);
+    EXPECT_EQ(level_at(flat, 1.0 + 1e-10, params), 0);
+    TypeParam point({this->pole(3, 1), this->pole(3, 1)}, ERLimites(2.0, 6.0));
+    EXPECT_EQ(point.ProjectPoint(point[0], params, 0.0), -1);
+    EXPECT_EQ(params.back(), 4.0);
+}
+
+TYPED_TEST(Bezier, LengthsBoxesAndSamplesFollowTheTrim) {
+    const double h = std::sqrt(0.5);
+    TypeParam arc({this->pole(1, 0), this->pole(1, 1, h), this->pole(0, 1)});
+    TypeParam fine(arc);
+    const double length = this->rational ? std::numbers::pi / 2.0 : 1.6232252401402307;
+    EXPECT_NEAR(arc.arcLength(1e-4), length, 1e-4);
+    EXPECT_NEAR(arc.arcLength(ERLimites(0.0, 0.5), 1e-4), length / 2.0, 1e-4);
+    EXPECT_DOUBLE_EQ(arc.arcLength(1e-9), (2.0 + std::sqrt(2.0)) / 2.0); // too small a tolerance
+    EXPECT_DOUBLE_EQ(arc.upperEstimate(), 2.0);
+    EXPECT_DOUBLE_EQ(arc.cordalHeight(), h);
+
+    const auto whole = arc.getBox();
+    EXPECT_EQ(arc.setBound(ERLimites(0.0, 0.5)).end(), 1.0);
+    EXPECT_LT(arc.getBox().upper(this->size - 1), whole.upper(this->size - 1)); // not the kept one
+    EXPECT_EQ(arc(0.9), fine(0.9)); // evaluation knows no trim
+    EXPECT_EQ(arc.lastPt(), fine(0.5));
+    EXPECT_NEAR(arc.arcLength(1e-4), length / 2.0, 1e-4);
+
+    const auto chords = fine.approxime(ERLimites(0.0, 1.0), 1e-4);
+    EXPECT_GT(chords.size(), 8);
+    EXPECT_EQ(chords[0], fine(0.0));
+    TypeParam straight({this->pole(1, 0), this->pole(3, 0)});
+    EXPECT_EQ(straight.approxime(7).size(), 2);
+    EXPECT_EQ(fine.approxime(7).size(), 7);
+    EXPECT_EQ(straight.cordalHeight(), 0.0);
+}
+
+TYPED_TEST(Bezier, PowerFormGivesThePoint) {
+    this->on_random_curves([this](velm_test::Random& random, TypeParam& curve) {
+        if (curve.degree() > 7) return;
+        const auto form = curve.getSpanPower(5); // the index is not read
+        ASSERT_EQ(form.length(), TypeParam::StoredPole::components);
+        const double s = random.uniform(0.0, 1.0);
+        const auto point = curve(ERLimites(curve.Ndeb(), curve.Nfin())(s));
+        for (int c = 0; c < this->size; ++c)
+            EXPECT_NEAR(form[c].evaluate(s) / (this->rational ? form[this->size].evaluate(s) : 1.0),
+                        point[c], 1e-9);
+        curve.translate(curve[0]);
+        EXPECT_NE(form[0].evaluate(s), curve.getSpanPower(0)[0].evaluate(s)); // forgotten
+    });
+}
+
+TYPED_TEST(Bezier, IsStoredPrintedAndCreatedByName) {
+    using velm_test::bytes_of;
+    const TypeParam curve({this->pole(1, 2), this->pole(3, 4, 0.5)}, ERLimites(0, 2),
+                          ERLimites(0, 1));
+    std::string body;
+    std::ostringstream text;
+    text << curve.className() << "\nPoles :\n(2)[";
+    for (int i = 0; i < 2; ++i) {
+        const auto pole = curve.getPoles()[i];
+        text << (i > 0 ? "," : "") << pole;
+        for (int c = 0; c < TypeParam::StoredPole::components; ++c)
+            body += bytes_of(pole[c]);
+    }
+    text << "]\n";
+    const std::string domains = bytes_of(0.0, 2.0, 0.0, 1.0);
+    const std::string record = domains + bytes_of(int(body.size())) + body;
+    EXPECT_EQ(velm_test::record_of(curve), record);
+    std::ostringstream printed;
+    curve.printOn(printed);
+    EXPECT_EQ(printed.str(), text.str());
+
+    const std::unique_ptr<ERObject> made(ERClassRegistration::findCreator(curve.className())());
+    TypeParam& restored = TypeParam::castdown(*made);
+    EXPECT_EQ(velm_test::record_of(velm_test::restore(restored, record)), record);
+    EXPECT_EQ(restored.isTrimmed(), 1);
+
+    std::string infinite = body;
+    const double inf = std::numeric_limits<double>::infinity();
+    infinite.replace(8, 8, bytes_of(inf));
+    for (const std::string& damaged :
+         {std::string(), domains, domains + bytes_of(-8), domains + bytes_of(1 << 30) + body,
+          domains + bytes_of(int(body.size()) - 1) + body,
+          domains + bytes_of(int(body.size())) + infinite}) {
+        velm_test::restore(restored, damaged);
+        EXPECT_EQ(restored.nbPoles(), 0);
+        EXPECT_EQ(restored.getBox().invalid(), true);
+    }
+}
+
+TYPED_TEST(Bezier, WithoutPolesGivesNothingAndStaysWhole) {
+    TypeParam none;
+    ERVec<double> params;
+    EXPECT_TRUE(std::isnan(none(0.5)[0]));
+    EXPECT_TRUE(std::isnan(none.PtCur(0.5).tangente()[0]));
+    none.incrDegree(2);
+    none.setBound(ERLimites(0.0, 0.5));
+    EXPECT_EQ(none.degree() + none.nbPoles() + none.decrDegree() + none.getSpanPower(0).length(),
+              0);
+    EXPECT_EQ(none.ProjectPoint(typename TypeParam::Point(), params, 1.0), 0);
+    EXPECT_EQ(level_at(none, 0.0, params), 0);
+    EXPECT_EQ(none.upperEstimate() + none.arcLength(1e-3) + none.cordalHeight(), 0.0);
+    EXPECT_EQ(none.ConvertToNurbs().nbPoles(), 0);
+    EXPECT_EQ(none.approxime(ERLimites(0, 1), 0.1).size(), 0);
+    none.adjust();
+    none.reverse();
+}
+
+TEST(Bezier, DimensionsMapIntoEachOther) {
+    const ERPmIsometrie3D frame = ERChgRepere3D(ERVector3D(1, 2, 3), ERPoint3D(3, -2, 1));
+    ERCpoleBezier2DR flat({{1, 2, 1}, {3, 4, 2}, {9, 5, 1}}, ERLimites(0, 4), ERLimites(1, 2));
+    const auto lifted = flat.get3DEquiv(frame);
+    ERCpoleBezier3DR& curve = ERCpoleBezier3DR::castdown(*lifted);
+    const auto back = curve.get2DEntProjectedOn(frame);
+    ERCpoleBezier2DR& again = ERCpoleBezier2DR::castdown(*back);
+    for (const double t : {0.0, 1.5, 4.0}) {
+        EXPECT_TRUE(isEqual(frame.Project(curve(t)), flat(t), 1e-14));
+        EXPECT_TRUE(isEqual(again(t), flat(t), 1e-14));
+    }
+    EXPECT_EQ(again.udeb(), 1.0);
+}
+
+TEST(Bezier, HalvingEndsWhereRoundingBegins) {
+    const double huge = 1e150;
+    const ERCpoleBezier2D curve({{0, 0}, {huge, huge / 2}, {-huge, huge}, {huge, -huge}});
+    EXPECT_TRUE(std::isfinite(curve.arcLength(1.0)));
+    const ERCpoleBezier2D far({{1e12, 0}, {1e12 + 1, 1}, {1e12 + 2, 0}});
+    EXPECT_NEAR(far.arcLength(1e-7), 2.2955871493926378, 1e-3);
+    EXPECT_TRUE(std::isnan(curve.arcLength(ERLimites(0.0, std::nan("")), 1e-3)));
+}
+
+} // namespace
