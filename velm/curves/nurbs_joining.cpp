@@ -28,13 +28,12 @@ std::vector<typename D::Vector> end_derivatives(ConstPoleRow bezier) {
     for (int i = 0; i <= p; ++i)
         for (int c = 0; c < bezier.width; ++c)
             rows[static_cast<std::size_t>(i)][c] = bezier[i][c];
-    double factor = 1.0;
-    for (std::size_t k = 1; k < rows.size(); ++k) {
+    for (std::size_t k = 1; k < rows.size(); ++k)
         for (std::size_t i = rows.size() - 1; i >= k; --i)
             rows[i] -= rows[i - 1];
-        factor *= p + 1 - static_cast<int>(k);
-        rows[k] *= factor;
-    }
+    double factor = 1.0;
+    for (int k = 1; k <= p; ++k)
+        rows[static_cast<std::size_t>(k)] *= factor *= p + 1 - k;
     std::vector<typename D::Vector> derivatives;
     for (int k = 0; k <= p; ++k) {
         const auto row = rows[static_cast<std::size_t>(k)];

@@ -1,0 +1,458 @@
+#include "velm/curves/nurbs_curve.h"
+
+#include "support/records.h"
+#include "support/test.h"
+#include "velm/curves/knot.h"
+#include "velm/frame/point_functions.h"
+
+#include <cstdlib>
+#include <fstream>
+
+namespace {
+
+template <class D>
+class Nurbs : public testing::Test {
+public:
+    using Curve = typename D::NurbsCurve;
+    using Pole = typename D::Pole;
+
+    static inline velm_test::Random random{2026};
+
+    /// Poles near the unit box, weights 0.3 to 3, knots between 0 and 1 of every multiplicity.
+    Curve curve(int p, int n, bool clamped = true) {
+        ERVec<Pole> poles(n);
+        for (Pole& pole : poles.writable()) {
+            pole = random.template value<Pole>(1);
+            pole.weigth() = 1.0;
+            pole *= random.uniform(0.3, 3);
+        }
+        std::vector<double> inner, knots(std::size_t(p) + 1, 0.0), high(knots.size(), 1.0);
+        while (static_cast<int>(inner.size()) < n - p - 1)
+            inner.insert(inner.end(), std::size_t(1 + random.below(p)), random.uniform(0.01, 0.99));
+        inner.resize(std::size_t(n - p - 1));
+        std::sort(inner.begin(), inner.end());
+        for (std::size_t i = 1; i < high.size() && !clamped; ++i) {
+            knots[i] = knots[i - 1] - random.uniform(0, 0.3);
+            high[i] = high[i - 1] + random.uniform(0, 0.3);
+        }
+        std::reverse(knots.begin(), knots.end());
+        knots.insert(knots.end(), inner.begin(), inner.end());
+        knots.insert(knots.end(), high.begin(), high.end());
+        return {poles, ERKnotVector(p, knots.data(), static_cast<int>(knots.size()))};
+    }
+    /// Calls f with curves of degree 1 to `highest`, every third unclamped.
+    template <class F>
+    void for_curves(int rounds, F f, int highest = 7) {
+        for (int i = 0; i < rounds; ++i) {
+            const int p = 1 + i % highest;
+            f(curve(p, p + 1 + random.below(12), i % 3 != 0));
+        }
+    }
+};
+
+using Dimensions = testing::Types<velm::Plane, velm::Space>;
+TYPED_TEST_SUITE(Nurbs, Dimensions);
+
+template <class Curve>
+auto list(const Curve& c) {
+    const auto poles = c.getPoles().view();
+    return std::vector<typename Curve::Pole>(poles.begin(), poles.end());
+}
+
+/// Both curves at hundreds of parameters, the second at map(t).
+template <class Curve, class Map>
+void expect_same(Curve a, Curve b, double low, double high, double tol, Map map) {
+    EXPECT_EQ(b.isValid(), 1);
+    EXPECT_TRUE(b.knotVector().isUsable()) << b.knotVector();
+    for (int i = 0; i <= 200; ++i) {
+        const double t = ERLimites(low, high)(i / 200.0);
+        ASSERT_TRUE(isEqual(a(t), b(map(t)), tol)) << t << "\n" << a.knotVector() << b.knotVector();
+    }
+}
+template <class Curve>
+void expect_same(const Curve& a, const Curve& b, double low = 0, double high = 1,
+                 double tol = 1e-13) {
+    expect_same(a, b, low, high, tol, [](double t) { return t; });
+}
+
+TEST(NurbsReference, PointsAndDerivativesAgreeWithExactArithmetic) {
+    // In roundings of the sizes that the data states for each row.
+    const double limits[] = {8, 8, 8};
+    std::ifstream file(VELM_TEST_FOLDER "/curves/data/nurbs.txt");
+    std::string word;
+    ERVec<double> knots;
+    ERVec<ERPole3DH> poles;
+    int p = 0, count = 0, row = 0, rows = 0;
+    double t = 0.0;
+    const auto number = [&] {
+        file >> word;
+        return std::strtod(word.c_str(), nullptr);
+    };
+    while (file >> word) {
+        if (word == "curve") {
+            file >> p >> count;
+            poles.clear();
+        } else if (word == "knots") {
+            knots.resize(count + p + 1);
+            for (double& knot : knots.writable())
+                knot = number();
+        } else if (word == "pole") {
+            poles.append(ERPole3DH::each([&](int) { return number(); }));
+        } else if (word == "at") {
+            t = number();
+            row = 0;
+        } else {
+            ASSERT_EQ(word, "row");
+            const ERPoint3D exact = ERPoint3D::each([&](int) { return number(); });
+            const double unit = number() * std::numeric_limits<double>::epsilon() / 2;
+            ERCpoleNURBS3D curve(poles, ERKnotVector(p, knots));
+            const ERInfoPoint3DWF found = curve.PtCur(t);
+            const ERVector3D &first = found.tangente(), &second = found.second_derivative();
+            for (int c = 0; c < 3; ++c) {
+                const double value = row == 0 ? found.point()[c] : row == 1 ? first[c] : second[c];
+                EXPECT_LE(std::fabs(value - exact[c]), limits[row] * unit)
+                    << "degree " << p << " at " << t << " row " << row;
+            }
+            const ERPoint3D at = row == 0 ? curve(t) : exact;
+            EXPECT_LE(distance(at, exact), 2 * limits[0] * unit);
+            ++row;
+            ++rows;
+        }
+    }
+    EXPECT_EQ(rows, 240);
+}
+
+TYPED_TEST(Nurbs, EditsKeepTheCurve) {
+    this->for_curves(420, [&](const auto& c) {
+        auto& draw = this->random;
+        const int p = c.degree(), n = c.nbPoles();
+        const ERKnotVector knots = c.knotVector();
+        auto edited = c;
+        // At knots and between them, as often as can be and once more.
+        const bool at_knot = draw.below(2) == 0;
+        const double t = at_knot ? knots(p + draw.below(n - p + 1)) : draw.uniform(0, 1);
+        const int r = 1 + draw.below(p + 1);
+        edited.insertKnot(t, r);
+        EXPECT_EQ(edited.nbPoles(), n + r);
+        expect_same(c, edited);
+        if (t > 0 && t < 1) {
+            edited.reduceKnotMultiplicity(t, r);
+            EXPECT_EQ(edited.nbPoles(), n);
+            expect_same(c, edited, 0, 1, 1e-6);
+        }
+        edited = c;
+        edited.incrDegree(2);
+        EXPECT_EQ(edited.degree(), p + 2);
+        expect_same(c, edited);
+        edited = c;
+        edited.reverse();
+        const double sum = knots.first() + knots.last();
+        expect_same(c, edited, 0, 1, 1e-11, [sum](double u) { return sum - u; });
+        edited = c;
+        edited.reparametrize({5, 12});
+        const double scale = 7 / (knots.last() - knots.first());
+        expect_same(c, edited, 0, 1, 1e-11,
+                    [&](double u) { return 5 + (u - knots.first()) * scale; });
+
+        const double a = draw.uniform(0, 0.5), b = draw.uniform(0.5, 1);
+        auto first = c, second = c;
+        first.setBound({a, 1});
+        EXPECT_EQ(first.splitAt(first, second, b), 1); // into itself
+        EXPECT_EQ(first.getBound(), ERLimites(a, b));
+        expect_same(c, first, a, b);
+        expect_same(c, second, b, 1);
+        EXPECT_EQ(c.splitAt(first, second, 0.0) + c.splitAt(first, second, std::nan("")), 0);
+        EXPECT_EQ(first.getBound(), ERLimites(a, b));
+        EXPECT_EQ(first.append(second, 1e-9, 0), 1);
+        expect_same(c, first, a, 1);
+    });
+}
+
+TYPED_TEST(Nurbs, AdjustContinuesTheEndSpans) {
+    this->for_curves(200, [](auto c) {
+        const ERKnotVector knots = c.knotVector();
+        const double start = knots.getSpanLimites(0).amplitude();
+        const double end = knots.getSpanLimites(knots.nbSpans() - 1).amplitude();
+        for (const ERLimites& to :
+             {ERLimites(-0.2 * start, 0.7), ERLimites(0.3, 1 + 0.2 * end),
+              ERLimites(-0.3 * start, -0.1 * start), ERLimites(1 + 0.1 * end, 1 + 0.3 * end)}) {
+            auto moved = c;
+            moved.setBound(to);
+            moved.adjust();
+            EXPECT_EQ(moved.getBound(), to);
+            EXPECT_EQ(moved.isTrimmed(), 0);
+            EXPECT_TRUE(moved.knotVector().isUsable());
+            for (int i = 0; i <= 200; ++i) { // the weight may come near 0 there
+                const double t = to(i / 200.0);
+                ASSERT_TRUE(isEqual(c.CalOnNurbs_H(t), moved.CalOnNurbs_H(t), 1e-9)) << t << knots;
+            }
+        }
+        for (const ERLimites& nothing : {ERLimites(0.5, 0.5), ERLimites(0.7, 0.2)}) {
+            auto kept = c;
+            kept.setBound(nothing);
+            kept.adjust();
+            EXPECT_EQ(list(kept), list(c));
+        }
+    });
+    // An end that is off by a rounding does not lose the curve its poles.
+    auto c = this->curve(3, 9);
+    auto off = c;
+    off.setBound({-1e-17, std::nextafter(1.0, 2.0)});
+    off.adjust();
+    EXPECT_EQ(list(off), list(c));
+    EXPECT_EQ(off.isTrimmed(), 0);
+    EXPECT_TRUE(off.knotVector().isUsable());
+}
+
+/// Prautzsch's elevation step by step: the average of degree + 1 curves whose knots and poles are
+/// doubled in turn, after each has got the knots of the others.
+template <class Curve>
+Curve elevated_step_by_step(const Curve& c) {
+    const ERKnotVector knots = c.knotVector();
+    const int p = c.degree();
+    ERVec<typename Curve::Pole> sum;
+    ERKnotVector all;
+    const auto insert = [p](auto& poles, ERKnotVector& k, const ERKnotVector& missing) {
+        if (missing.length() == 0) return;
+        ERKnot knot(missing);
+        do {
+            velm::insert_knot(poles, k, p + 1, knot, knot.multiplicity());
+        } while (++knot);
+    };
+    for (int i = 0; i <= p; ++i) {
+        ERKnotVector own = knots.GetPrautzsch(i);
+        ERVec<typename Curve::Pole> poles;
+        for (int j = 0, next = i; j < c.nbPoles(); ++j) {
+            poles.append(c.getPoles().view()[std::size_t(j)], j == next ? 2 : 1);
+            if (j == next) next += p + 1;
+        }
+        if (i == 0) {
+            sum = poles, all = own;
+            continue;
+        }
+        const ERKnotVector missing = Diff(all, own), added = Diff(own, all);
+        insert(poles, own, missing);
+        insert(sum, all, added);
+        all = Union(all, own);
+        for (int j = 0; j < sum.size(); ++j)
+            sum[j] += poles[j];
+    }
+    for (auto& pole : sum.writable())
+        pole /= p + 1;
+    return {sum, all};
+}
+
+TYPED_TEST(Nurbs, ElevationIsTheAverageOfPrautzsch) {
+    for (int i = 0; i < 140; ++i) {
+        auto c = this->curve(1 + i % 7, 2 + i % 7 + this->random.below(12));
+        const auto expected = elevated_step_by_step(c);
+        c.incrDegree(1);
+        ASSERT_EQ(c.nbPoles(), expected.nbPoles());
+        EXPECT_EQ(velm_test::text_of(c.knotVector()), velm_test::text_of(expected.knotVector()));
+        for (std::size_t j = 0; j < c.getPoles().view().size(); ++j)
+            EXPECT_TRUE(isEqual(c.getPoles().view()[j], expected.getPoles().view()[j], 1e-13));
+    }
+}
+
+TYPED_TEST(Nurbs, SpansAreThoseOfTheCutCurveToTheBit) {
+    this->for_curves(100, [](const auto& c) {
+        const ERKnotVector knots = c.knotVector();
+        for (int i = 0; i < c.nbSpans(); ++i) {
+            const ERLimites span = knots.getSpanLimites(i);
+            if (!(span.amplitude() > 0)) continue;
+            auto whole = c;
+            const auto power = whole.getSpanPower(i);
+            auto piece = c;
+            piece.setBound(span);
+            piece.adjust();
+            if (piece.isBezier() == 0) continue; // the uncut end of an unclamped curve
+            const auto expected = piece.getSpanPower(0);
+            for (int k = 0; k < power.length(); ++k)
+                EXPECT_TRUE(power[k] == expected[k]) << power[k] << expected[k];
+            EXPECT_NE(whole.getCachedSpan(i), nullptr);
+            whole.insertKnot(span(0.5), 1);
+            EXPECT_EQ(whole.getCachedSpan(i), nullptr);
+        }
+        EXPECT_EQ(c.getSpanPower(-1).length() + c.getSpanPower(c.nbSpans()).length(), 0);
+    });
+}
+
+TYPED_TEST(Nurbs, AppendTakesOutAKnotForEachOrderThatAgrees) {
+    // A polynomial cubic cut into spans of length 1 meets itself with all its derivatives.
+    auto poles = this->curve(3, 4).getPoles();
+    for (auto& pole : poles.writable())
+        pole.weigth() = 1.0;
+    const typename TestFixture::Curve whole(poles, BezierKnotVector(3, {0, 2}));
+    typename TestFixture::Curve first, second;
+    ASSERT_EQ(whole.splitAt(first, second, 1.0), 1);
+    const struct {
+        double tol;
+        int continuity, removed;
+    } cases[] = {{1e-9, 0, 0}, {-1, 1, 0}, {1e-9, 1, 3}};
+    for (const auto& expected : cases) {
+        auto joined = first;
+        auto other = second;
+        ASSERT_EQ(joined.append(other, expected.tol, expected.continuity), 1);
+        EXPECT_EQ(joined.nbPoles(), 8 - expected.removed);
+        EXPECT_EQ(joined.isValid(), 1);
+        expect_same(whole, joined, 0, 2);
+        // Reversed, it is turned round and stays itself as it is.
+        auto turned = first;
+        other.reverse();
+        const auto before = list(other);
+        ASSERT_EQ(turned.append(other, 1e-9, expected.continuity), 1);
+        EXPECT_EQ(list(other), before);
+        expect_same(joined, turned, 0, 2);
+    }
+    auto joined = second;
+    EXPECT_EQ(joined.append(first, 1e-9, 0), 0);
+    EXPECT_EQ(list(joined), list(second));
+    EXPECT_EQ(joined.prepend(first, 1e-9, 0), 1);
+    expect_same(whole, joined, 0, 2);
+    joined = second;
+    EXPECT_EQ(joined.merge(first, 1e-9, 0), 1);
+    EXPECT_EQ(joined.nbPoles(), 8);
+    typename TestFixture::Curve empty;
+    EXPECT_EQ(joined.append(empty, -1, 0), 0);
+    EXPECT_EQ(empty.append(first, 1e-9, 1), 1);
+    EXPECT_EQ(list(empty), list(first));
+    // Other degrees, a gap, this curve itself.
+    auto line = this->curve(1, 2);
+    joined = first;
+    EXPECT_EQ(joined.append(line, -1, 1), 1);
+    EXPECT_EQ(joined.degree(), 3);
+    EXPECT_EQ(joined.nbPoles(), 8);
+    EXPECT_EQ(joined.append(joined, -1, 1), 1);
+    EXPECT_EQ(joined.nbPoles(), 16);
+    EXPECT_TRUE(joined.knotVector().isUsable());
+}
+
+TYPED_TEST(Nurbs, FeetAreStationaryAndNoneIsFarther) {
+    this->for_curves(
+        150,
+        [&](auto c) {
+            const auto p = this->random.template value<typename TypeParam::Point>(1.2);
+            ERVec<double> feet{99};
+            const int found = c.ProjectPoint(p, feet, 10.0);
+            EXPECT_EQ(found, feet.size());
+            double best = std::min(distance(c(0), p), distance(c(1), p));
+            for (const double t : feet.view()) {
+                const auto at = c.PtCur(t);
+                const typename TypeParam::Vector to(p, at.point());
+                EXPECT_NEAR(to * at.tangente() / (at.tangente().norme() + 1), 0.0, 1e-3);
+                best = std::min(best, to.norme());
+            }
+            const ERVec<double> corners = c.knotVector().getVec(); // kinks have no perpendicular
+            for (const double t : corners.view())
+                if (t >= 0 && t <= 1) best = std::min(best, distance(c(t), p));
+            for (int i = 0; i <= 100; ++i)
+                EXPECT_GE(distance(c(i / 100.0), p), best - 1e-6);
+            const auto far = TypeParam::Point::each([](int) { return 50.0; });
+            EXPECT_EQ(c.ProjectPoint(far, feet, 1.0) + feet.size(), 0);
+        },
+        3); // beyond, power forms lose and invent some
+}
+
+TYPED_TEST(Nurbs, CrossingsAreAtTheLevelAndNoneIsLost) {
+    constexpr int axis = TypeParam::size - 1;
+    this->for_curves(
+        150,
+        [&](auto c) {
+            const double level = this->random.uniform(-1, 1);
+            const auto crossings = [&](double at, ERVec<double>& params) {
+                if constexpr (axis == 1)
+                    return c.intersectWithAxeY(at, params);
+                else
+                    return c.intersectWithPlanZ(at, params);
+            };
+            ERVec<double> params;
+            const int found = crossings(level, params);
+            EXPECT_EQ(found, params.size());
+            for (const double t : params.view())
+                EXPECT_NEAR(c(t)[axis], level, 1e-6);
+            int changes = 0;
+            for (int i = 0; i < 400; ++i)
+                changes += (c(i / 400.0)[axis] > level) != (c((i + 1) / 400.0)[axis] > level);
+            EXPECT_LE(changes, params.size());
+            EXPECT_EQ(crossings(level, params), found); // none is repeated
+            EXPECT_EQ(crossings(5.0, params), 0);
+            auto flat = c.getPoles();
+            for (auto& pole : flat.writable())
+                pole[axis] = 2.0 * pole.weigth();
+            c = typename TestFixture::Curve(flat, c.knotVector());
+            EXPECT_EQ(crossings(2.0, params), -1);
+        },
+        3); // beyond, power forms lose and invent some
+}
+
+TYPED_TEST(Nurbs, IsStoredAndDamagedRecordsGiveAnEmptyCurve) {
+    auto c = this->curve(2, 4);
+    c.setBound({0.25, 0.75});
+    std::string poles;
+    for (const auto& pole : c.getPoles().view())
+        for (int i = 0; i < TestFixture::Pole::components; ++i)
+            poles += velm_test::bytes_of(pole[i]);
+    const auto record = [&](int bytes, int degree, double knot) {
+        const double inner = c.knotVector()(3);
+        return velm_test::bytes_of(0.0, 1.0, 0.25, 0.75, bytes, poles, 56, 0.0, 0.0, 0.0, inner,
+                                   1.0, 1.0, knot, degree, 0);
+    };
+    const int bytes = static_cast<int>(poles.size());
+    EXPECT_EQ(velm_test::record_of(c), record(bytes, 2, 1.0));
+    typename TestFixture::Curve read;
+    velm_test::restore(read, velm_test::record_of(c));
+    EXPECT_EQ(list(read), list(c));
+    EXPECT_EQ(read.getBound(), c.getBound());
+    std::ostringstream text, expected;
+    read.printOn(text);
+    expected << c.className() << "\nPoles :\n(4)[" << c.getPoles()[0] << "," << c.getPoles()[1]
+             << "," << c.getPoles()[2] << "," << c.getPoles()[3] << "]\n"
+             << c.knotVector();
+    EXPECT_EQ(text.str(), expected.str());
+
+    for (const std::string& bad :
+         {record(bytes, 3, 1.0), record(bytes, -2, 1.0), record(bytes, 2, 0.5),
+          record(bytes - 8, 2, 1.0), record(0x7fffffff, 2, 1.0), record(-1, 2, 1.0),
+          record(bytes, 2, 1.0).substr(0, 60)}) {
+        velm_test::restore(read, bad);
+        EXPECT_EQ(read.nbPoles() + read.knotVector().length() + read.degree(), 0);
+        EXPECT_EQ(read.isValid(), 1);
+    }
+    // What has no poles has an answer to everything.
+    EXPECT_TRUE(std::isnan(read(0.5).x()) && std::isnan(read.PtCur(0.5).point().x()));
+    ERVec<double> params;
+    EXPECT_EQ(read.ProjectPoint({}, params, 1.0), 0);
+    read.insertKnot(0.5, 2);
+    read.incrDegree(1);
+    read.reverse();
+    read.setBound({0.25, 0.5});
+    read.adjust();
+    EXPECT_EQ(read.reduceKnotMultiplicity(0.5, 1) + read.decrDegree(), 2);
+    EXPECT_EQ(read.getBox().invalid() != 0, true);
+    EXPECT_EQ(read.nbPoles(), 0);
+}
+
+TYPED_TEST(Nurbs, KnotsThatCanNotBeInsertedOrRemovedChangeNothing) {
+    auto c = this->curve(3, 8, false);
+    const auto poles = list(c);
+    const double nan = std::nan("");
+    for (const double t : {-0.5, 1.5, nan}) {
+        c.insertKnot(t, 2);
+        c.reduceKnotMultiplicity(t, 2);
+    }
+    for (const double end : {c.knotVector().first(), c.knotVector().last()})
+        c.reduceKnotMultiplicity(end, 1);
+    EXPECT_EQ(list(c), poles);
+    // A trim is forgotten by an insertion, kept by what changes nothing.
+    c.setBound({0.2, 0.8});
+    c.insertKnot(nan, 1);
+    EXPECT_EQ(c.isTrimmed(), 1);
+    c.insertKnot(0.5, 1);
+    EXPECT_EQ(c.getBound(), c.knotVector().limites());
+    // Evaluation shares the arrays as they are.
+    const auto shared = c.getPoles();
+    c(0.4), c.PtCur(0.4), c.CalOnNurbs(0.4);
+    EXPECT_EQ(shared.rep(), c.getPoles().rep());
+}
+
+} // namespace
