@@ -5,7 +5,10 @@ A block marked `cpp` is a whole file: with a main function it is linked and run,
 `text output` that follows must be what it printed. `cpp fragment` is the inside of a function that
 has seen velm/velm.h. `cmake` is a CMakeLists.txt that finds the installed package (left by
 check_consumers.sh) and builds the last whole program of its page. `sh` is parsed by bash, and the
-files of the project that it starts must exist."""
+files of the project that it starts must exist.
+
+What is missing or faulty is claimed in one list, the section "State" of docs/architecture.md: the
+words of such a claim on any other page or section are faults."""
 import os
 import pathlib
 import re
@@ -15,6 +18,9 @@ import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 FENCE = re.compile(r"^```(\S*)[ \t]*(.*)\n((?:.*\n)*?)```[ \t]*$", re.MULTILINE)
+CLAIM = re.compile(r"\bto come\b|\bnot yet\b|\bon (?:its|their) way\b|\bknown faults?\b|\bso far:|"
+                   r"\b(?:un|not )implemented\b|\bTODO\b", re.IGNORECASE)
+STATE = re.compile(r"^## State\n(?:(?!^## ).*\n)*", re.MULTILINE)
 FLAGS = ["-std=c++20", "-Wall", "-Wextra", "-Werror", "-ffp-contract=off", "-I", str(ROOT)]
 
 
@@ -79,10 +85,28 @@ class Page:
         run("cmake", "--build", project / "build")
 
 
+def claims(path):
+    """Lines outside the list of the state that claim something about it."""
+    text = path.read_text()
+    if path.name == "architecture.md":
+        listed = STATE.search(text)
+        if listed is None:
+            return [(1, "has no section State")]
+        text = text.replace(listed.group(), "\n" * listed.group().count("\n"))
+    # A claim may be broken over two lines, so it is sought where line ends are blanks.
+    text = FENCE.sub(lambda block: "\n" * block.group().count("\n"), text)
+    return [(text.count("\n", 0, found.start()) + 1, f'"{found.group()}" belongs in the list of the state')
+            for found in CLAIM.finditer(text.replace("\n", " "))]
+
+
 def main():
     build = pathlib.Path(sys.argv[1]).resolve()
     pages = [ROOT / "README.md", ROOT / "CONTRIBUTING.md", *sorted((ROOT / "docs").glob("*.md"))]
     blocks, faults = 0, 0
+    for path in [*pages, ROOT / "CHANGELOG.md"]:
+        for line, fault in claims(path):
+            print(f"{path.relative_to(ROOT)}:{line}: {fault}")
+            faults += 1
     for path in pages:
         with tempfile.TemporaryDirectory() as folder:
             page = Page(path, build, pathlib.Path(folder))
