@@ -136,9 +136,11 @@
 #include "velm/wireframe/planar_entity.h"
 #include "velm/wireframe/segment.h"
 
+#include "velm/curves/arc_length.h"
 #include "velm/curves/bezier_curve.h"
 #include "velm/curves/conics.h"
 #include "velm/curves/conversions.h"
+#include "velm/curves/curve_bounds.h"
 #include "velm/curves/knot.h"
 #include "velm/curves/knot_vector.h"
 #include "velm/curves/nurbs_curve.h"

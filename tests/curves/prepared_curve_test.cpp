@@ -149,7 +149,8 @@ void check_exact_feet(const ExactFeet& exact) {
     std::size_t next = 0;
     for (const auto& foot : feet) {
         int inside = 0;
-        for (; next < exact.feet.size() && exact.feet[next].first <= foot.parameters.end(); ++next) {
+        for (; next < exact.feet.size() && exact.feet[next].first <= foot.parameters.end();
+             ++next) {
             EXPECT_GE(exact.feet[next].first, foot.parameters.start()) << "a foot is lost";
             inside += exact.feet[next].second;
         }
@@ -176,7 +177,8 @@ TEST(PreparedCurve, FindsExactlyTheFeetOfRationalArithmetic) {
 template <int N>
 class BruteForce {
 public:
-    explicit BruteForce(const PreparedCurve<N>& curve) : curve_(curve), t_(count + 1), points_(count + 1) {
+    explicit BruteForce(const PreparedCurve<N>& curve)
+        : curve_(curve), t_(count + 1), points_(count + 1) {
         const ERLimites domain = curve.domain();
         for (std::size_t i = 0; i <= count; ++i)
             t_[i] = domain(static_cast<double>(i) / count);
@@ -196,7 +198,8 @@ public:
             const double before = i > 0 ? d[i - 1] : HUGE_VAL;
             const double after = i < count ? d[i + 1] : HUGE_VAL;
             if (d[i] <= near && d[i] <= before && d[i] <= after)
-                best = std::min(best, refined(p, t_[i > 0 ? i - 1 : 0], t_[std::min(i + 1, count)]));
+                best =
+                    std::min(best, refined(p, t_[i > 0 ? i - 1 : 0], t_[std::min(i + 1, count)]));
         }
         return best;
     }
@@ -289,7 +292,9 @@ void check_entity(Entity& entity) {
         const auto found = curve->point_at(t);
         EXPECT_LE(distance<N>(found.point(), expected.point()), 4e-15 * size) << t;
         EXPECT_LE((found.tangente() - expected.tangente()).norme(), 2e-14 * size) << t;
-        EXPECT_LE((found.second_derivative() - expected.second_derivative()).norme(), 2e-14 * size * condition) << t;
+        EXPECT_LE((found.second_derivative() - expected.second_derivative()).norme(),
+                  2e-14 * size * condition)
+            << t;
 
         const Point<N> p = random.value<Point<N>>(8);
         const double least = velm::closest_point(entity, p).distance;
@@ -298,7 +303,8 @@ void check_entity(Entity& entity) {
 }
 
 TEST(PreparedCurve, EntitiesKeepTheirPointsAndParameters) {
-    ERArc2D arc({1, 2}, 3, 0.3, 5.0), clockwise({-1, 2}, 2, 2.0, -1.0), sliver({100, 200}, 1000, 1.0, 1.0 + 3e-6);
+    ERArc2D arc({1, 2}, 3, 0.3, 5.0), clockwise({-1, 2}, 2, 2.0, -1.0),
+        sliver({100, 200}, 1000, 1.0, 1.0 + 3e-6);
     ERArcEllipse2D ellipse(3, 1, 0.4, {1, 1}, 0.2, 2.9);
     check_entity<2>(arc);
     check_entity<2>(clockwise);
@@ -356,7 +362,8 @@ TEST(PreparedCurve, FeetAtCentresJointsAndSeams) {
             EXPECT_EQ(foot.kind, FootKind::interior);
     }
     // A square: a foot on each side, a maximum at each corner, the seam's included.
-    const std::vector<Row> square{{0, 0, 1, 2, 0, 1}, {2, 0, 1, 2, 2, 1}, {2, 2, 1, 0, 2, 1}, {0, 2, 1, 0, 0, 1}};
+    const std::vector<Row> square{
+        {0, 0, 1, 2, 0, 1}, {2, 0, 1, 2, 2, 1}, {2, 2, 1, 0, 2, 1}, {0, 2, 1, 0, 0, 1}};
     const auto outline = prepared<2>(square);
     ASSERT_TRUE(outline->closed());
     outline->perpendicular_feet({1, 1}, feet);
@@ -407,7 +414,8 @@ TEST(PreparedCurve, CutsNeitherLoseNorDoubleFeet) {
             for (std::size_t i = 0; i < a.size(); ++i) {
                 EXPECT_NEAR(a[i].distance, b[i].distance, 1e-13) << k;
                 EXPECT_EQ(a[i].before, b[i].before);
-                on_the_cut += b[i].parameters.start() <= cut && cut <= b[i].parameters.end() ? 1 : 0;
+                on_the_cut +=
+                    b[i].parameters.start() <= cut && cut <= b[i].parameters.end() ? 1 : 0;
             }
             EXPECT_EQ(on_the_cut, 1) << "curve " << k << " side " << side;
         }
@@ -425,7 +433,8 @@ TEST(PreparedCurve, CrossingsAreTheRootsOfTheHeight) {
         const ERVector3D normal = random.direction<ERVector3D>();
         std::vector<double> heights;
         for (std::size_t i = 0; i < row.size(); i += 4)
-            heights.push_back(normal.i() * (row[i] - q.x() * row[i + 3]) + normal.j() * (row[i + 1] - q.y() * row[i + 3]) +
+            heights.push_back(normal.i() * (row[i] - q.x() * row[i + 3]) +
+                              normal.j() * (row[i + 1] - q.y() * row[i + 3]) +
                               normal.k() * (row[i + 2] - q.z() * row[i + 3]));
         const auto roots = velm::real_roots_bernstein(heights);
         curve->crossings(q, normal, crossings);
@@ -575,7 +584,8 @@ TEST(PreparedCurve, ThreadsShareOneCurve) {
             const auto nearest = curve->nearest(p);
             curve->perpendicular_feet(p, feet);
             curve->crossings(p, {1, 2, 3}, crossings);
-            all.insert(all.end(), {nearest.t, nearest.lower, double(feet.size()), double(crossings.size())});
+            all.insert(all.end(),
+                       {nearest.t, nearest.lower, double(feet.size()), double(crossings.size())});
         }
         return all;
     };

@@ -55,18 +55,17 @@ std::optional<PreparedCurve<N>> prepare_short_turn(const typename DimensionOf<N>
     poles[N] = poles[3 * N + 2] = 1.0;
     poles[2 * N + 1] = std::cos(half);
     const BezierPiece piece{poles, bound.start(), bound.end()};
-    const auto origin = DimensionOf<N>::Point::each(
-        [&](int axis) { return center[axis] + at(middle, axis); });
+    const auto origin =
+        DimensionOf<N>::Point::each([&](int axis) { return center[axis] + at(middle, axis); });
     return PreparedCurve<N>::from_pieces({&piece, 1}, origin, PieceParameter::angular);
 }
 
 /// center + u cos t + v sin t for t in `bound`. A piece of sweep 2 h about the angle m has its
 /// middle pole at (u cos m + v sin m) / cos h with the weight cos h.
 template <int N>
-std::optional<PreparedCurve<N>> prepare_turn(const typename DimensionOf<N>::Point& center,
-                                             const typename DimensionOf<N>::Vector& u,
-                                             const typename DimensionOf<N>::Vector& v,
-                                             const ERLimites& bound) {
+std::optional<PreparedCurve<N>>
+prepare_turn(const typename DimensionOf<N>::Point& center, const typename DimensionOf<N>::Vector& u,
+             const typename DimensionOf<N>::Vector& v, const ERLimites& bound) {
     const double quarters = std::ceil(bound.amplitude() / (0.25 * detail::turn) - 1e-12);
     if (!(quarters <= most_arc_pieces) || !(bound.amplitude() > 0.0)) return std::nullopt;
     const int count = std::max(1, static_cast<int>(quarters));

@@ -34,8 +34,7 @@ CurvePlace place_in(const PreparedPieces<N>& tables, const SignZone& zone) {
         at.piece = tables.piece_at(t, 0);
         at.u = tables.u_at(tables[at.piece], t);
     }
-    const bool reaches_start =
-        at.piece != zone.from.piece || zone.from.u == 0.0 || zone.parts == 0;
+    const bool reaches_start = at.piece != zone.from.piece || zone.from.u == 0.0 || zone.parts == 0;
     const bool reaches_end = at.piece != zone.to.piece || zone.to.u == 1.0;
     if (reaches_start && at.u <= joint_reach) return tables.place(at.piece, 0.0);
     if (reaches_end && at.u >= 1.0 - joint_reach) {
@@ -100,8 +99,7 @@ struct Hyperplane {
         for (int axis = 0; axis < N; ++axis) {
             if (!std::isfinite(direction[axis]) || !std::isfinite(q[axis])) return std::nullopt;
             // The left of a line's direction; the side of a plane's normal.
-            const double x =
-                N == 3 ? direction[axis] : axis == 0 ? -direction[1] : direction[0];
+            const double x = N == 3 ? direction[axis] : axis == 0 ? -direction[1] : direction[0];
             plane.normal[axis] = x / largest;
             plane.normal_sum += std::fabs(plane.normal[axis]);
         }
@@ -190,9 +188,11 @@ template <int N>
 CurvePiece<N> PreparedCurve<N>::piece(int i) const {
     const Piece<N>& piece = (*pieces_)[i];
     const auto doubles = static_cast<std::size_t>((piece.degree + 1) * (N + 1));
-    const Point origin =
-        Point::each([&](int axis) { return piece.origin[axis]; });
-    return {{pieces_->poles(piece), doubles}, piece.degree, piece.rational, origin,
+    const Point origin = Point::each([&](int axis) { return piece.origin[axis]; });
+    return {{pieces_->poles(piece), doubles},
+            piece.degree,
+            piece.rational,
+            origin,
             ERLimites(piece.start, piece.end)};
 }
 template <int N>

@@ -71,7 +71,8 @@ enum class FootKind {
     end,       ///< an end of an open curve, or of a part that doesn't meet the next one
     kink,      ///< a joint where the tangent turns by more than 1e-9
     cusp,      ///< a place where the derivative vanishes
-    continuum, ///< one of a whole piece of points that are equally far, as from the centre of an arc
+    continuum, ///< one of a whole piece of points that are equally far, as from the centre of an
+               ///< arc
 };
 
 /// The nearest point of a curve.
@@ -160,10 +161,9 @@ public:
     /// while their points may differ. Nothing if there is no piece, a degree is below 1 or above
     /// max_degree, a value isn't finite, an interval is empty, or a weight function vanishes, so
     /// that the curve isn't finite.
-    static std::optional<PreparedCurve> from_pieces(std::span<const BezierPiece> pieces,
-                                                    const Point& origin = Point(),
-                                                    PieceParameter parameter =
-                                                        PieceParameter::linear);
+    static std::optional<PreparedCurve>
+    from_pieces(std::span<const BezierPiece> pieces, const Point& origin = Point(),
+                PieceParameter parameter = PieceParameter::linear);
 
     PreparedCurve(const PreparedCurve& other);
     PreparedCurve(PreparedCurve&& other) noexcept;

@@ -26,12 +26,18 @@ ValueAndSlope evaluate(const double* c, double x) {
 ValueAndSlope evaluate(const double* c, int count, double x) {
     // The foot polynomials of polynomial and rational cubics and conics.
     switch (count) {
-    case 2: return evaluate<2>(c, x);
-    case 4: return evaluate<4>(c, x);
-    case 5: return evaluate<5>(c, x);
-    case 6: return evaluate<6>(c, x);
-    case 8: return evaluate<8>(c, x);
-    default: break;
+    case 2:
+        return evaluate<2>(c, x);
+    case 4:
+        return evaluate<4>(c, x);
+    case 5:
+        return evaluate<5>(c, x);
+    case 6:
+        return evaluate<6>(c, x);
+    case 8:
+        return evaluate<8>(c, x);
+    default:
+        break;
     }
     double b[max_foot_count];
     std::copy_n(c, count, b);
@@ -69,8 +75,7 @@ PolishedZero polished_zero(const double* c, int count) {
         double next = x - at.value / at.slope;
         if (!(next > low && next < high)) next = 0.5 * (low + high);
         const double step = std::fabs(next - x);
-        if (step <= half_ulp * x || next == low || next == high)
-            return {x, std::fabs(at.value)};
+        if (step <= half_ulp * x || next == low || next == high) return {x, std::fabs(at.value)};
         x = next;
         if (step <= converged_step && step <= quadratic_ratio * before) {
             // |p''| is at most n (n - 1) 4 times the largest coefficient.

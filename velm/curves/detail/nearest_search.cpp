@@ -65,8 +65,8 @@ NearestPoint<N> NearestSearch<N>::run(const CurvePlace* hint) {
     const double lower = std::sqrt(std::max(0.0, lower_ * (1.0 - squared_rounding)));
     result.lower = std::clamp(lower - 2.0 * tables_.point_error, 0.0, result.distance);
     result.certified =
-        !spent_ && result.distance - result.lower <=
-                       certified_size_part * tables_.size + certified_distance_part * result.distance;
+        !spent_ && result.distance - result.lower <= certified_size_part * tables_.size +
+                                                         certified_distance_part * result.distance;
     return result;
 }
 
@@ -236,8 +236,9 @@ void NearestSearch<N>::halve_piece(double* g) {
     while (depth >= 0) {
         Part& part = waiting[depth];
         const bool at_limit = depth == deepest_halving || budget_ <= 0;
-        if (!whole && (decide(part, false) || (part.high - part.low <= short_part && too_far(part)) ||
-                       (at_limit && decide(part, true)))) {
+        if (!whole &&
+            (decide(part, false) || (part.high - part.low <= short_part && too_far(part)) ||
+             (at_limit && decide(part, true)))) {
             --depth;
             continue;
         }

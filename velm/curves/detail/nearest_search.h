@@ -54,7 +54,7 @@ private:
     double best_u_ = 0.0;
     bool best_flat_ = false;
     double lower_ = std::numeric_limits<double>::infinity(); ///< squared, of the pieces visited
-    int done_ = -1; ///< the hint's piece
+    int done_ = -1;                                          ///< the hint's piece
 
     // The piece that is looked at.
     const Piece<N>* piece_ = nullptr;

@@ -201,13 +201,15 @@ private:
             least = std::min(least, part.weight(i));
             greatest = std::max(greatest, part.weight(i));
         }
-        if (greatest > largest_weight_ratio * least && part.depth < deepest_ratio_split) return true;
-        if (n == 1 || part.depth > static_cast<int>(std::bit_width(static_cast<unsigned>(n)))) return false;
+        if (greatest > largest_weight_ratio * least && part.depth < deepest_ratio_split)
+            return true;
+        if (n == 1 || part.depth > static_cast<int>(std::bit_width(static_cast<unsigned>(n))))
+            return false;
         const Local<N> chord = difference(part.point(n), part.point(0));
         for (const Local<N>& tangent : hodograph(part, least != 1.0).vectors) {
             const double along = dot(tangent, chord);
-            if (along < 0.0 || along * along < least_cosine_squared * squared_norm(tangent) *
-                                                   squared_norm(chord))
+            if (along < 0.0 ||
+                along * along < least_cosine_squared * squared_norm(tangent) * squared_norm(chord))
                 return true;
         }
         return false;
@@ -358,8 +360,8 @@ void build_boxes(PreparedPieces<N>& tables) {
         if (i % PreparedPieces<N>::group_doubles >= N * box_fan) tables.boxes[i] = -infinity;
     }
     const auto bound = [&](int level, int node, int side, int axis) -> double& {
-        double* group = tables.boxes.data() + (tables.group(level, node / box_fan) -
-                                               tables.boxes.data());
+        double* group =
+            tables.boxes.data() + (tables.group(level, node / box_fan) - tables.boxes.data());
         return group[(side * N + axis) * box_fan + node % box_fan];
     };
     for (int i = 0; i < tables.count(); ++i) {
@@ -376,12 +378,12 @@ void build_boxes(PreparedPieces<N>& tables) {
     for (int i = 0; i < tables.count(); ++i) {
         const std::array<Local<N>, 2> box = piece_box(tables, tables[i]);
         for (const Local<N>& corner : box) {
-            tables.box.Update(PreparedPieces<N>::Point::each(
-                [&](int axis) { return corner[axis]; }));
+            tables.box.Update(
+                PreparedPieces<N>::Point::each([&](int axis) { return corner[axis]; }));
         }
     }
-    tables.size = std::sqrt(squared_norm(
-        difference(local<N>(tables.box.MaxPoint()), local<N>(tables.box.MinPoint()))));
+    tables.size = std::sqrt(
+        squared_norm(difference(local<N>(tables.box.MaxPoint()), local<N>(tables.box.MinPoint()))));
 }
 
 /// The direction in which a piece leaves its start, or arrives at its end: that of the first

@@ -69,10 +69,9 @@ int PreparedPieces<N>::piece_at(double t, int guess) const {
 
 template <int N>
 double PreparedPieces<N>::u_at(const Piece<N>& piece, double t) {
-    const double u =
-        piece.angular
-            ? (std::tan(0.5 * (t - piece.middle)) - piece.slope_start) / piece.slope_length
-            : (t - piece.start) / (piece.end - piece.start);
+    const double u = piece.angular ? (std::tan(0.5 * (t - piece.middle)) - piece.slope_start) /
+                                         piece.slope_length
+                                   : (t - piece.start) / (piece.end - piece.start);
     return std::clamp(u, 0.0, 1.0);
 }
 
@@ -88,15 +87,26 @@ double PreparedPieces<N>::t_at(const Piece<N>& piece, double u) {
 
 template <int N>
 Local<N> PreparedPieces<N>::local_point(const Piece<N>& piece, double u) const {
-    double b[row_size<N>];
-    level_at<width, 1>(poles(piece), piece.degree, u, b);
+    const double* p = poles(piece);
     Local<N> result;
-    if (!piece.rational) {
-        std::copy_n(b, N, result.c);
+    if (piece.degree == 3) {
+        // The Bernstein polynomials take fewer operations than de Casteljau's scheme.
+        const double v = 1.0 - u;
+        const double b0 = v * v * v, b1 = 3.0 * u * v * v, b2 = 3.0 * u * u * v, b3 = u * u * u;
+        const auto sum = [&](int k) {
+            return (b0 * p[k] + b1 * p[width + k]) +
+                   (b2 * p[2 * width + k] + b3 * p[3 * width + k]);
+        };
+        const double inverse = piece.rational ? 1.0 / sum(N) : 1.0;
+        for (int axis = 0; axis < N; ++axis)
+            result[axis] = sum(axis) * inverse;
         return result;
     }
+    double b[row_size<N>];
+    level_at<width, 1>(p, piece.degree, u, b);
+    const double inverse = piece.rational ? 1.0 / b[N] : 1.0;
     for (int axis = 0; axis < N; ++axis)
-        result[axis] = b[axis] / b[N];
+        result[axis] = b[axis] * inverse;
     return result;
 }
 
@@ -145,9 +155,7 @@ template <int N>
 typename PreparedPieces<N>::Point PreparedPieces<N>::point(const Piece<N>& piece, double u) const {
     const Local<N> at = u <= 0.0 ? piece.first : u >= 1.0 ? piece.last : local_point(piece, u);
     const bool inside = u > 0.0 && u < 1.0;
-    return Point::each([&](int axis) {
-        return inside ? piece.origin[axis] + at[axis] : at[axis];
-    });
+    return Point::each([&](int axis) { return inside ? piece.origin[axis] + at[axis] : at[axis]; });
 }
 
 template <int N>

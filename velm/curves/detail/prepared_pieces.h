@@ -99,9 +99,7 @@ struct PreparedPieces {
     int piece_at(double t, int guess) const;
     static double u_at(const Piece<N>& piece, double t);
     static double t_at(const Piece<N>& piece, double u);
-    CurvePlace place(int piece, double u) const {
-        return {t_at((*this)[piece], u), piece, u};
-    }
+    CurvePlace place(int piece, double u) const { return {t_at((*this)[piece], u), piece, u}; }
 
     /// The point at u relative to the origin.
     Local<N> local_point(const Piece<N>& piece, double u) const;

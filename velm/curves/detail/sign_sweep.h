@@ -18,8 +18,8 @@ struct SweepPlace {
 /// sign.
 struct SignZone {
     SweepPlace from, to;
-    SweepPlace at;   ///< the best place for the zero
-    int before = 0;  ///< the certain signs around it; 0 beyond an end
+    SweepPlace at;  ///< the best place for the zero
+    int before = 0; ///< the certain signs around it; 0 beyond an end
     int after = 0;
     bool flat = false; ///< the function is uncertain on a whole piece
     int parts = 1;     ///< stretches that were joined; 0 for a jump
