@@ -55,7 +55,8 @@ TEST(ArcLength, EnclosesKnownLengths) {
     // The parabola y = x^2 on [-1, 1].
     check_length(cubic({-1, 1, 0, -1, 1, 1}), std::sqrt(5.0) + 0.5 * std::asinh(2.0));
     // The semicubical parabola (t^2, t^3), -1 <= t <= 1, with its cusp.
-    check_length(cubic({1, -1, -1.0 / 3, 1, -1.0 / 3, -1, 1, 1}), 2.0 / 27 * (std::pow(13.0, 1.5) - 8));
+    check_length(cubic({1, -1, -1.0 / 3, 1, -1.0 / 3, -1, 1, 1}),
+                 2.0 / 27 * (std::pow(13.0, 1.5) - 8));
     // A curve that runs back over itself: x = 4 t (1 - t).
     check_length(cubic({0, 0, 2, 0, 0, 0}), 2.0);
 }
@@ -94,7 +95,8 @@ TEST(ArcLength, AgreesWithQuadratureAndItsInverse) {
 double segment_distance(const ERPoint2D& p, const ERPoint2D& a, const ERPoint2D& b) {
     const ERVector2D d(a, b), from(a, p);
     const double square = d.i() * d.i() + d.j() * d.j();
-    const double t = square > 0.0 ? std::clamp((from.i() * d.i() + from.j() * d.j()) / square, 0.0, 1.0) : 0.0;
+    const double t =
+        square > 0.0 ? std::clamp((from.i() * d.i() + from.j() * d.j()) / square, 0.0, 1.0) : 0.0;
     return ERVector2D(a + ERPoint2D(d.i(), d.j()) * t, p).norme();
 }
 
@@ -107,8 +109,10 @@ TEST(CurveBounds, ChordsStayWithinTheirErrorAndAreNotWasted) {
             double worst = 0.0;
             for (std::size_t i = 1; i < vertices.size(); ++i) {
                 for (int step = 1; step < 16; ++step) {
-                    const double t = vertices[i - 1].t + (vertices[i].t - vertices[i - 1].t) * step / 16.0;
-                    worst = std::max(worst, segment_distance(curve(t), vertices[i - 1].point, vertices[i].point));
+                    const double t =
+                        vertices[i - 1].t + (vertices[i].t - vertices[i - 1].t) * step / 16.0;
+                    worst = std::max(worst, segment_distance(curve(t), vertices[i - 1].point,
+                                                             vertices[i].point));
                 }
             }
             EXPECT_LE(worst, error) << k;
@@ -125,7 +129,8 @@ TEST(CurveBounds, ChordsStayWithinTheirErrorAndAreNotWasted) {
 TEST(CurveBounds, TheTightBoxIsTheBoxOfTheExtremes) {
     ERArcEllipse2D ellipse(3, 1, 0.7, {10, 20}, 0.2, 2.9);
     ERArc3D arc({1, 2, 3}, {1, 1, 1}, 2.0, -0.5, 4.0);
-    const ERMinimax2D flat = velm::tight_box(*velm::prepare(ellipse)), flat_expected = ellipse.getBox();
+    const ERMinimax2D flat = velm::tight_box(*velm::prepare(ellipse)),
+                      flat_expected = ellipse.getBox();
     const ERMinimax3D box = velm::tight_box(*velm::prepare(arc)), expected = arc.getBox();
     for (int i = 0; i < 4; ++i)
         EXPECT_NEAR(ERMinimax2D::at(flat, i), ERMinimax2D::at(flat_expected, i), 1e-14 * 30);
@@ -139,7 +144,8 @@ TEST(CurveBounds, TheTightBoxIsTheBoxOfTheExtremes) {
         for (int i = 0; i <= 2000; ++i)
             sampled.Update(curve(i / 2000.0));
         for (int i = 0; i < 4; ++i) {
-            const double outward = (i < 2 ? 1 : -1) * (ERMinimax2D::at(sampled, i) - ERMinimax2D::at(tight, i));
+            const double outward =
+                (i < 2 ? 1 : -1) * (ERMinimax2D::at(sampled, i) - ERMinimax2D::at(tight, i));
             EXPECT_GE(outward, -1e-15) << k;
             EXPECT_LE(outward, 1e-4) << k;
         }

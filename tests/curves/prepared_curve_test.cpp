@@ -2,6 +2,7 @@
 
 #include "support/test.h"
 #include "support/threads.h"
+#include "velm/curves/nurbs_curve.h"
 #include "velm/curves/prepare.h"
 #include "velm/numerics/real_roots.h"
 #include "velm/wireframe/arc_in_space.h"
@@ -323,6 +324,34 @@ TEST(PreparedCurve, EntitiesKeepTheirPointsAndParameters) {
     EXPECT_NEAR(line->nearest({2.5 - 4, 4 + 3}).distance, 5.0, 1e-15);
     EXPECT_FALSE(velm::prepare(ERArc2D({0, 0}, 1.0, 1.0, 1.0)));
     EXPECT_FALSE(velm::prepare(ERCircle2D({0, 0}, HUGE_VAL)));
+}
+
+TEST(PreparedCurve, NurbsCurvesKeepTheirPointsWithinTheirLimits) {
+    Random random(5);
+    for (int k = 0; k < 200; ++k) {
+        const int degree = 1 + k % 9, n = degree + 1 + random.below(12);
+        ERVec<double> knots;
+        double at = 0.0;
+        for (int i = 0; i <= n + degree; ++i) {
+            const bool inner = i > degree && i < n;
+            if (i == n || (inner && random.below(3) > 0)) at += random.uniform(0.01, 1.0);
+            knots.append(at);
+        }
+        ERVec<ERPole3DH> poles;
+        for (int i = 0; i < n; ++i) {
+            const double w = random.uniform(0.2, 3.0);
+            poles.append(ERPole3DH(random.value<ERPoint3D>(1) * w, w));
+        }
+        ERCpoleNURBS3D curve(poles, ERKnotVector(degree, knots));
+        if (k % 2 == 0) curve.setBound(ERLimites(0.2 * at, 0.7 * at));
+        const auto prepared = velm::prepare(curve);
+        ASSERT_TRUE(prepared) << k;
+        EXPECT_EQ(prepared->domain(), curve.getBound());
+        for (int i = 0; i <= 50; ++i) {
+            const double t = curve.getBound()(i / 50.0);
+            EXPECT_LE(distance<3>((*prepared)(t), curve(t)), 1e-13) << k << " at " << t;
+        }
+    }
 }
 
 TEST(PreparedCurve, ArcsStayWithinFourUnitsOfTheRadius) {

@@ -209,8 +209,7 @@ struct ArcLengthTable<N>::Builder {
         Part part{piece, from, to, table.total_.value, {}};
         part.lengths[0] = 0.0;
         for (std::size_t i = 0; i < size; ++i)
-            part.lengths[i + 1] =
-                part.lengths[i] + length.speed[i] / static_cast<double>(size);
+            part.lengths[i + 1] = part.lengths[i] + length.speed[i] / static_cast<double>(size);
         table.total_.value += part.lengths[size];
         error += std::max(0.0, length.error);
         table.parts_.push_back(part);
@@ -219,8 +218,8 @@ struct ArcLengthTable<N>::Builder {
     /// A part may have its share of the tolerance, by its parameter.
     void measure(int i, double from, double to) {
         const Piece<N>& piece = tables[i];
-        const double share = std::max(tolerance, rounding * polygon) * (to - from) /
-                             (2.0 * tables.count());
+        const double share =
+            std::max(tolerance, rounding * polygon) * (to - from) / (2.0 * tables.count());
         const PartLength<size> fine = by_speed(piece, from, to);
         if (fine.error <= share) return add(i, from, to, fine);
         const PartLength<size> coarse = by_polygon(piece, from, to);
@@ -235,8 +234,7 @@ struct ArcLengthTable<N>::Builder {
 };
 
 template <int N>
-ArcLengthTable<N>::ArcLengthTable(const PreparedCurve<N>& curve, double tolerance)
-    : curve_(curve) {
+ArcLengthTable<N>::ArcLengthTable(const PreparedCurve<N>& curve, double tolerance) : curve_(curve) {
     Builder builder{*this, curve_.tables(), tolerance > 0.0 ? tolerance : 0.0};
     for (int i = 0; i < curve_.pieces(); ++i)
         builder.polygon += builder.by_polygon(builder.tables[i], 0.0, 1.0).value;

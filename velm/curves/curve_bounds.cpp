@@ -86,12 +86,10 @@ typename DimensionOf<N>::Box tight_box(const PreparedCurve<N>& curve) {
                 outer.MaxPoint()[axis] <= box.MaxPoint()[axis])
                 continue;
             // w (X' w - X w') of this coordinate stands in the table of the foot polynomial.
-            const double* row =
-                tables.numbers.data() + piece.foot + (axis + 1) * piece.foot_count;
+            const double* row = tables.numbers.data() + piece.foot + (axis + 1) * piece.foot_count;
             std::copy_n(row, piece.foot_count, derivative);
-            SignSweep sweep(false, [&](const SignZone& zone) {
-                box.Update(tables.point(piece, zone.at.u));
-            });
+            SignSweep sweep(
+                false, [&](const SignZone& zone) { box.Update(tables.point(piece, zone.at.u)); });
             sweep.piece(i, derivative, piece.foot_count, piece.foot_error_slope);
             sweep.finish();
         }

@@ -1,5 +1,8 @@
 #include "velm/curves/prepare.h"
 
+#include "velm/curves/detail/pole_arrays.h"
+#include "velm/curves/detail/spline_rows.h"
+#include "velm/curves/nurbs_curve.h"
 #include "velm/wireframe/arc_in_space.h"
 #include "velm/wireframe/detail/angles.h"
 #include "velm/wireframe/ellipse_in_space.h"
@@ -124,18 +127,67 @@ ERLimites bound_of(const Arc& arc) {
 
 const ERLimites whole_turn(0.0, detail::turn);
 
+/// The Bezier pieces of a NURBS curve's spans, cut to its limits. Limits beyond the knots continue
+/// the first or the last span.
+template <int N, class Nurbs>
+std::optional<PreparedCurve<N>> prepare_nurbs(const Nurbs& curve) {
+    const ERKnotVector& vector = curve.getKnots();
+    const int p = vector.degree();
+    const ERLimites bound = bound_of(curve);
+    if (!vector.isUsable() || curve.isValid() == 0 || p < 1 || p > PreparedCurve<N>::max_degree)
+        return std::nullopt;
+    const detail::KnotView knots = detail::view_of(vector);
+    constexpr int width = N + 1;
+    const detail::ConstPoleRow control = detail::row_of(curve.getPoles());
+    const int row_size = (p + 1) * width;
+    std::vector<int> spans;
+    for (int s = p; s < knots.poles(); ++s) {
+        if (knots[s] < knots[s + 1]) spans.push_back(s);
+    }
+    std::vector<double> rows(spans.size() * static_cast<std::size_t>(row_size));
+    std::vector<BezierPiece> pieces;
+    for (std::size_t i = 0; i < spans.size(); ++i) {
+        const int s = spans[i];
+        const bool first = i == 0, last = i + 1 == spans.size();
+        const double from = first ? bound.start() : std::max(knots[s], bound.start());
+        const double to = last ? bound.end() : std::min(knots[s + 1], bound.end());
+        if (!(from < to)) continue;
+        double* row = rows.data() + i * static_cast<std::size_t>(row_size);
+        detail::span_to_bezier(knots.knots + s, {control[s - p], p + 1, width},
+                               {row, p + 1, width});
+        const double length = knots[s + 1] - knots[s];
+        if (from != knots[s] || to != knots[s + 1])
+            detail::restrict_row({row, p + 1, width}, (from - knots[s]) / length,
+                                 (to - knots[s]) / length);
+        pieces.push_back({{row, static_cast<std::size_t>(row_size)}, from, to});
+    }
+    return PreparedCurve<N>::from_pieces(pieces);
+}
+
 } // namespace
 
 std::optional<PreparedCurve<2>> prepare(const ERFiniteEntity2DWF& curve) {
     if (const auto* segment = ERSegment2D::castdown(&curve)) return prepare_segment<2>(*segment);
     if (const auto* arc = ERArc2D::castdown(&curve)) return prepare(*arc);
     if (const auto* arc = ERArcEllipse2D::castdown(&curve)) return prepare(*arc);
+    if (const auto* nurbs = ERCpoleNURBS2D::castdown(&curve)) return prepare_nurbs<2>(*nurbs);
+    if (const auto* poles = ERCpoleRep2D::castdown(&curve)) {
+        // Conversion isn't const.
+        const t_SmartPtr<ERCpoleRep2D> copy(ERCpoleRep2D::castdown(poles->getCopy()));
+        return prepare_nurbs<2>(copy->ConvertToNurbs());
+    }
     return std::nullopt;
 }
 std::optional<PreparedCurve<3>> prepare(const ERFiniteEntity3DWF& curve) {
     if (const auto* segment = ERSegment3D::castdown(&curve)) return prepare_segment<3>(*segment);
     if (const auto* arc = ERArc3D::castdown(&curve)) return prepare(*arc);
     if (const auto* arc = ERArcEllipse3D::castdown(&curve)) return prepare(*arc);
+    if (const auto* nurbs = ERCpoleNURBS3D::castdown(&curve)) return prepare_nurbs<3>(*nurbs);
+    if (const auto* poles = ERCpoleRep3D::castdown(&curve)) {
+        // Conversion isn't const.
+        const t_SmartPtr<ERCpoleRep3D> copy(ERCpoleRep3D::castdown(poles->getCopy()));
+        return prepare_nurbs<3>(copy->ConvertToNurbs());
+    }
     return std::nullopt;
 }
 
