@@ -86,8 +86,7 @@ TEST(Description, RowsHaveTheFieldsThatTheirHeadCallsFor) {
     EXPECT_EQ(text_of(describe(fit)),
               "measured=f tolerance=null ball=null entity={kind=circle centre=0,0, "
               "normal=0,0,0, radius=0 iterations=0 last_step=0 } ");
-    EXPECT_EQ(text_of(describe(FitRow(), fit)),
-              "id= measured=0,0, residual=0 in_tolerance=null ");
+    EXPECT_EQ(text_of(describe(FitRow(), fit)), "id= measured=0,0, residual=0 in_tolerance=null ");
     EXPECT_EQ(text_of(describe(ClipPiece(), ClipHead())), "polyline=0 length=0 points=0 points ");
 }
 
@@ -114,8 +113,8 @@ void require_distinct(std::span<const Field> fields, std::set<long>& keys, bool 
             const int count = field.type == FieldType::matrix ? 9 : field.components();
             for (int n = 0; n < count; ++n) {
                 // Only what stands in for the same thing under the other condition shares a key.
-                const bool shares = last != nullptr && last->key == field.key &&
-                                    field.condition != nullptr;
+                const bool shares =
+                    last != nullptr && last->key == field.key && field.condition != nullptr;
                 EXPECT_TRUE(keys.insert(field.key_of(n)).second || shares) << field.key_of(n);
             }
         }

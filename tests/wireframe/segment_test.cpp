@@ -3,6 +3,7 @@
 #include "support/records.h"
 #include "support/test.h"
 #include "velm/frame/point_functions.h"
+#include "velm/frame/point_list.h"
 
 namespace {
 
@@ -75,6 +76,19 @@ TYPED_TEST(Segment, TakesItsOwnEndsAndItsOwnPointer) {
         EXPECT_EQ(first->firstPt(), s.getP1());
         EXPECT_EQ(first->references() + second->references(), 2);
         EXPECT_EQ(TypeParam::Segment::castdown(second.get())->getP2(), s.getP2());
+    }
+}
+
+/// Straight is straight for any tolerance from 0 on, wherever in space.
+TYPED_TEST(Segment, SmashInsertsNothing) {
+    for (int round = 0; round < 400; ++round) {
+        typename TypeParam::Segment s = this->segment();
+        if (round % 4 == 0) s = {s.getP1() * 1e8, s.getP2() * 1e-3};
+        typename TypeParam::PointList list;
+        for (const double t : {0.0, 0.3, 0.300001, 1.0})
+            list.append(s(t), t);
+        list.Smash(s, 0.0);
+        ASSERT_EQ(list.toVec().size(), 4) << s.getP1() << " to " << s.getP2();
     }
 }
 

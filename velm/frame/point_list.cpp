@@ -3,7 +3,9 @@
 #include "velm/frame/finite_entity.h"
 #include "velm/frame/point_functions.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace velm::detail {
 
@@ -28,6 +30,18 @@ bool repeats_an_end(const Listed& middle, const Listed& a, const Listed& b) {
            (middle.parameter == b.parameter && middle.point == b.point);
 }
 
+/// A height that rounding alone may give the middle of a straight piece. Each coordinate of the
+/// three points is off by up to three roundings of the size of the largest coordinate, which
+/// shifts the middle against the chord by up to 2 sqrt(3) * 3 of them, and the foot on the chord
+/// takes three more: 16 roundings are 8 epsilon.
+constexpr double noise_of_height = 8.0 * std::numeric_limits<double>::epsilon();
+
+template <class D>
+double largest_coordinate(const typename D::Point& p, double before) {
+    D::for_axes([&](int axis) { before = std::max(before, std::fabs(p[axis])); });
+    return before;
+}
+
 } // namespace
 
 template <class D>
@@ -44,6 +58,9 @@ template <class D>
 void CurvePointList<D>::Smash(const typename D::FiniteEntity& curve, double tol) {
     // Evaluation is declared without const but changes nothing.
     auto& evaluated = const_cast<typename D::FiniteEntity&>(curve);
+    double size = 0.0;
+    for (const auto* node = this->first(); node != nullptr; node = node->next)
+        size = largest_coordinate<D>(node->value.point, size);
     auto* a = this->first();
     while (a != nullptr && a->next != nullptr) {
         const auto& start = a->value;
@@ -51,7 +68,10 @@ void CurvePointList<D>::Smash(const typename D::FiniteEntity& curve, double tol)
         if (!(std::fabs(start.parameter - end.parameter) <= shortest_piece)) {
             double tm = (start.parameter + end.parameter) * 0.5;
             typename D::ListedPoint middle{evaluated(tm), tm};
-            if (height_over_chord<typename D::Vector>(start.point, end.point, middle.point) > tol &&
+            size = largest_coordinate<D>(middle.point, size);
+            const double height =
+                height_over_chord<typename D::Vector>(start.point, end.point, middle.point);
+            if (height > std::max(tol, noise_of_height * size) &&
                 !repeats_an_end(middle, start, end)) {
                 this->insert_after(a, middle);
                 continue;
