@@ -34,8 +34,7 @@ int main() {
                 found.squares_before, found.squares_after);
     for (gmTargetPoint& target : targets) {
         const ERPoint3D nominal = target.target_point();
-        ERPoint3D moved = target.measured_point().probe_center();
-        found.motion.TransFrom(moved);
+        const ERPoint3D moved = found.apply(target.measured_point().probe_center());
         ERVector3D normal;
         target.get_surface_normal(normal);
         const double deviation = ERVector3D(nominal, moved) * normal;

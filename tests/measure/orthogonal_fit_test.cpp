@@ -102,7 +102,7 @@ TEST(OrthogonalFit, AgainstMultiplePrecision) {
             const double chord = distance(two.front(), two.back());
             const double weight = std::max(1.0, 8.0 * answer[2] * answer[2] / (chord * chord));
             const double rounding = slack(two, 8 * weight);
-            EXPECT_LE(distance(fit.center, place<ERPoint2D>(answer)), rounding);
+            EXPECT_LE(distance(fit.centre, place<ERPoint2D>(answer)), rounding);
             EXPECT_NEAR(fit.radius, answer[2], rounding);
             EXPECT_NEAR(fit.rms, answer[3], slack(two, 8));
             EXPECT_LE(fit.iteration.last_step, answer[2] * 1e-10);
@@ -128,7 +128,7 @@ TEST(OrthogonalFit, CertifiedCircles) {
         const auto axis = place<ERVector3D>(certified, 3);
         const velm::CircleFit3D fit = velm::fit_circle(points, axis);
         ASSERT_EQ(fit.outcome, FitOutcome::fitted);
-        worst = std::max({worst, distance(fit.center, place<ERPoint3D>(certified)) / diameter,
+        worst = std::max({worst, distance(fit.centre, place<ERPoint3D>(certified)) / diameter,
                           std::fabs(2 * fit.radius - diameter) / diameter});
         EXPECT_EQ(fit.normal, axis); // the points lie in a plane of a constant coordinate
         EXPECT_EQ(fit.plane_rms, 0.0);
@@ -148,12 +148,12 @@ TEST(OrthogonalFit, PublishedFits) {
         isEqual(fit.normal, {-0.2864267724913074, -0.4287329924642912, 0.856824209025881}, 1e-15));
     EXPECT_NEAR(fit.rms, 0.002239977194820367, 1e-16);
     const velm::CircleFit2D circle = velm::fit_circle(bopp);
-    EXPECT_TRUE(isEqual(circle.center, {124.97106051, 85.74919574}, 1e-8));
+    EXPECT_TRUE(isEqual(circle.centre, {124.97106051, 85.74919574}, 1e-8));
     EXPECT_NEAR(circle.radius, 41.50283075, 1e-8);
 
     const std::vector<ERPoint2D> gander = {{1, 7}, {2, 6}, {5, 8}, {7, 7}, {9, 5}, {3, 7}};
     const velm::CircleFit2D far_start = velm::fit_circle(gander);
-    EXPECT_TRUE(isEqual(far_start.center, {4.7397824109061, 2.9835326992925}, 1e-12));
+    EXPECT_TRUE(isEqual(far_start.centre, {4.7397824109061, 2.9835326992925}, 1e-12));
     EXPECT_NEAR(far_start.radius, 4.7142260377921, 1e-12); // published: 4.7142
     const std::vector<ERPoint2D> pearson = {{0.0, 5.9}, {0.9, 5.4}, {1.8, 4.4}, {2.6, 4.6},
                                             {3.3, 3.5}, {4.4, 3.7}, {5.2, 2.8}, {6.1, 2.8},
@@ -183,7 +183,7 @@ TEST(OrthogonalFit, ACoordinateMeasuringMachinesResults) {
         ASSERT_EQ(circles[k].size(), 219u);
         const velm::CircleFit2D fit = velm::fit_circle(circles[k]);
         EXPECT_EQ(fit.outcome, FitOutcome::fitted);
-        EXPECT_TRUE(isEqual(fit.center, {reported[k][0], reported[k][1]}, 5e-9));
+        EXPECT_TRUE(isEqual(fit.centre, {reported[k][0], reported[k][1]}, 5e-9));
         EXPECT_NEAR(2 * (fit.radius + ball), reported[k][2], 5e-9); // bores
     }
     ASSERT_EQ(plane.size(), 8u);
@@ -231,8 +231,8 @@ TEST(OrthogonalFit, IsTheLeastOneForArcsOfEveryLength) {
         for (int direction = 0; direction < 6; ++direction) {
             velm::CircleFit2D other = fit;
             const double by = direction % 2 ? step : -step;
-            (direction < 2   ? other.center.x()
-             : direction < 4 ? other.center.y()
+            (direction < 2   ? other.centre.x()
+             : direction < 4 ? other.centre.y()
                              : other.radius) += by;
             EXPECT_GT(squares(other), least);
         }

@@ -71,12 +71,17 @@ struct VELM_API AlignmentReport {
     double squares_after = 0.0;
     std::vector<HeldFreedom> held;
 };
-/// The motion maps measured points to aligned ones by TransFrom.
+/// The motion maps measured points to aligned ones: `apply` gives the aligned point. Beware of
+/// motion.TransFrom(p) itself: ERPmIsometrie3D changes its argument, ERTransfo2D returns a copy.
 struct VELM_API Alignment : AlignmentReport {
     ERPmIsometrie3D motion;
+
+    ERPoint3D apply(ERPoint3D p) const { return motion.TransFrom(p); }
 };
 struct VELM_API Alignment2D : AlignmentReport {
     ERTransfo2D motion;
+
+    ERPoint2D apply(const ERPoint2D& p) const { return motion.TransFrom(p); }
 };
 
 /// Finds the motion that minimises the sum over the points p of (n (p - c))^2, c and n being the

@@ -49,19 +49,19 @@ struct VELM_API PlaneFit {
 
 struct VELM_API CircleFit2D {
     FitOutcome outcome = FitOutcome::too_few_points;
-    ERPoint2D center;
+    ERPoint2D centre;
     double radius = 0.0;
     double rms = 0.0;
     CircleIteration iteration;
 
-    ERCircle2D circle() const { return ERCircle2D(center, radius); }
+    ERCircle2D circle() const { return ERCircle2D(centre, radius); }
     /// The signed distance, positive outside.
     double residual(const ERPoint2D& p) const;
 };
 
 struct VELM_API CircleFit3D {
     FitOutcome outcome = FitOutcome::too_few_points;
-    ERPoint3D center;
+    ERPoint3D centre;
     ERVector3D normal;
     double radius = 0.0;
     double rms = 0.0;
@@ -69,7 +69,7 @@ struct VELM_API CircleFit3D {
     double plane_rms = 0.0;
     CircleIteration iteration;
 
-    ERCircle3D circle() const { return ERCircle3D(center, normal, radius); }
+    ERCircle3D circle() const { return ERCircle3D(centre, normal, radius); }
     /// The signed distance from the circle in its plane, positive outside; the height is left out.
     double residual(const ERPoint3D& p) const;
     /// The height above the circle's plane, positive on the side of the normal.

@@ -80,15 +80,15 @@ double LineFit3D::residual(const ERPoint3D& p) const {
 double PlaneFit::residual(const ERPoint3D& p) const { return ERVector3D(centroid, p) * normal; }
 
 double CircleFit2D::residual(const ERPoint2D& p) const {
-    return std::hypot(p.x() - center.x(), p.y() - center.y()) - radius;
+    return std::hypot(p.x() - centre.x(), p.y() - centre.y()) - radius;
 }
 
 double CircleFit3D::residual(const ERPoint3D& p) const {
-    const ERVector3D v(center, p);
+    const ERVector3D v(centre, p);
     return length(v - normal * (v * normal)) - radius;
 }
 
-double CircleFit3D::height(const ERPoint3D& p) const { return ERVector3D(center, p) * normal; }
+double CircleFit3D::height(const ERPoint3D& p) const { return ERVector3D(centre, p) * normal; }
 
 LineFit2D fit_line(std::span<const ERPoint2D> points, const ERVector2D& towards) {
     return line_along<Plane, LineFit2D>(points, towards);
@@ -105,7 +105,7 @@ PlaneFit fit_plane(std::span<const ERPoint3D> points, const ERVector3D& side) {
 
 CircleFit2D fit_circle(std::span<const ERPoint2D> points) {
     const FlatCircle flat = fit_flat_circle(points);
-    return {flat.outcome, flat.center, flat.radius, flat.rms, flat.iteration};
+    return {flat.outcome, flat.centre, flat.radius, flat.rms, flat.iteration};
 }
 
 CircleFit3D fit_circle(std::span<const ERPoint3D> points, const ERVector3D& side) {
@@ -124,7 +124,7 @@ CircleFit3D fit_circle(std::span<const ERPoint3D> points, const ERVector3D& side
     }
     const FlatCircle flat = fit_flat_circle(flat_points);
     fit.outcome = flat.outcome;
-    fit.center = axes.centroid + axes.axis[0] * flat.center.x() + axes.axis[1] * flat.center.y();
+    fit.centre = axes.centroid + axes.axis[0] * flat.centre.x() + axes.axis[1] * flat.centre.y();
     fit.normal = plane.normal;
     fit.radius = flat.radius;
     fit.rms = flat.rms;

@@ -24,10 +24,10 @@ struct Equation {
     ERVector2D gradient(const ERPoint2D& p) const {
         return {b + 2.0 * a * p.x(), c + 2.0 * a * p.y()};
     }
-    ERPoint2D center() const { return {-b / (2.0 * a), -c / (2.0 * a)}; }
+    ERPoint2D centre() const { return {-b / (2.0 * a), -c / (2.0 * a)}; }
 };
 
-/// r / R for a value of the equation: 0 at the center, 1 on the rim.
+/// r / R for a value of the equation: 0 at the centre, 1 on the rim.
 double relative_radius(double a, double value) {
     return std::sqrt(std::max(1.0 + 4.0 * a * value, 0.0));
 }
@@ -107,15 +107,15 @@ Equation start_of(const Points& points) {
     return sum_of_squares(round, points) < sum_of_squares(straight, points) ? round : straight;
 }
 
-/// The point of the rim nearest to the centroid; near the center the one towards the first point.
+/// The point of the rim nearest to the centroid; near the centre the one towards the first point.
 ERPoint2D rim_point(const Equation& e, const ERPoint2D& first) {
     const ERVector2D g(e.b, e.c);
     const double length = g.norme();
     if (length > 0.125) return ERPoint2D(g * (-2.0 * e.d / (1.0 + length) / length));
-    const ERPoint2D center = e.center();
-    ERVector2D out(center, first);
+    const ERPoint2D centre = e.centre();
+    ERVector2D out(centre, first);
     if (out.norme2() == 0.0) out = ERVector2D(1.0, 0.0);
-    return center + out.getnormalized() * (0.5 / std::fabs(e.a));
+    return centre + out.getnormalized() * (0.5 / std::fabs(e.a));
 }
 
 /// The circle as A, D and the angle of (B, C).
@@ -266,9 +266,9 @@ FlatCircle fit_flat_circle(std::span<const ERPoint2D> points) {
     constexpr double flattest = 4.0 * eps;
     if (std::fabs(q.a) <= flattest) return result;
     const Equation e = q.equation();
-    const ERPoint2D center = (rim + e.center()) * scale;
+    const ERPoint2D centre = (rim + e.centre()) * scale;
     result.outcome = converged ? FitOutcome::fitted : FitOutcome::not_converged;
-    result.center = axes.centroid + axes.axis[0] * center.x() + axes.axis[1] * center.y();
+    result.centre = axes.centroid + axes.axis[0] * centre.x() + axes.axis[1] * centre.y();
     result.radius = scale * 0.5 / std::fabs(q.a);
     result.rms = scale * std::sqrt(sum_of_squares(e, local) / static_cast<double>(points.size()));
     result.iteration.last_step *= scale;

@@ -17,7 +17,7 @@ struct FlatCircle {
     /// the best too; or not_converged, where the circle is the last one reached. In the other cases
     /// the circle means nothing.
     FitOutcome outcome = FitOutcome::too_few_points;
-    ERPoint2D center;
+    ERPoint2D centre;
     double radius = 0.0;
     /// The root mean square of the distances.
     double rms = 0.0;

@@ -10,10 +10,20 @@ namespace {
 
 using Complex = std::complex<double>;
 
-constexpr double kIgnoredLeading = 1e-10;
-constexpr double kNearlyReal = 0.1;
-constexpr int kStallsAllowed = 5;
-constexpr int kRestartsAllowed = 5;
+/// Leading coefficients up to this, absolute, are dropped: beside coefficients of about 1 they put
+/// a root at 1e10 and beyond, and deflating that one would cost the others their digits.
+constexpr double ignored_leading = 1e-10;
+/// Imaginary parts below this are tried as 0; it may be as wide as that, since the real part is
+/// taken only if p passes for zero there, too.
+constexpr double nearly_real = 0.1;
+/// Evaluations without a smaller |p| until the search starts again from another place. Laguerre's
+/// steps fall from the second or third on where they converge, cubically in the end.
+constexpr int stalls_allowed = 5;
+/// As many as there are starts: five directions, 45 degrees apart, in the upper half plane; the
+/// conjugates add nothing, as the coefficients are real.
+constexpr int restarts_allowed = 5;
+/// Powers of two left below the largest double when p is evaluated, for the sums of its terms.
+constexpr double spare_exponents = 40.0;
 
 double squared_size(Complex z) { return z.real() * z.real() + z.imag() * z.imag(); }
 double size(Complex z) { return ScaledHypot(z.real(), z.imag()); }
@@ -76,7 +86,7 @@ private:
     double* b;
 
     Complex x;
-    Complex start[kRestartsAllowed + 1]; // from 1 on
+    Complex start[restarts_allowed + 1]; // from 1 on
     double radius = 0.0;
     int sizeLimit = 0;
     int count = 0;
@@ -115,7 +125,7 @@ bool Finder::next_root() {
             move(v);
         before = v.size;
     }
-    if (x.imag() != 0.0 && std::fabs(x.imag()) < kNearlyReal && evaluate(x.real(), v)) x = x.real();
+    if (x.imag() != 0.0 && std::fabs(x.imag()) < nearly_real && evaluate(x.real(), v)) x = x.real();
     store();
     evaluations += count;
     count = restarts = stalls = 0;
@@ -125,7 +135,7 @@ bool Finder::next_root() {
 /// The bounds and starts for a new root.
 void Finder::prepare() {
     const double ln2 = std::log(2.0);
-    const int expLimit = whole(std::log(DBL_MAX) / ln2 - 40.0);
+    const int expLimit = whole(std::log(DBL_MAX) / ln2 - spare_exponents);
     radius = 0.0;
     for (int i = 1; i <= n; ++i)
         if (a[i] != 0.0) radius = std::max(radius, std::exp(std::log(std::fabs(a[i] / a[0])) / i));
@@ -152,8 +162,8 @@ void Finder::prepare() {
 
 /// To the next point: a Laguerre step, or a fresh start where steps have brought nothing.
 void Finder::move(const LaguerreValues& v) {
-    if (count >= 2 && !(v.size < before) && ++stalls >= kStallsAllowed &&
-        restarts < kRestartsAllowed) {
+    if (count >= 2 && !(v.size < before) && ++stalls >= stalls_allowed &&
+        restarts < restarts_allowed) {
         stalls = 0;
         x = start[++restarts];
         return;
@@ -330,7 +340,7 @@ int LaguerreZeros(int n, const double* coefficients, LaguerreControl& control, d
 
 ERVec<double> Zeros1(const ERPolynome& p, const ERLimites& limits) {
     int n = p.degree();
-    while (n >= 1 && std::fabs(p[n]) <= kIgnoredLeading)
+    while (n >= 1 && std::fabs(p[n]) <= ignored_leading)
         --n;
     ERVec<double> roots;
     if (n == 0) return roots;

@@ -34,7 +34,8 @@ public:
     ERMatrix<double> GetMatrix() const;
     operator ERMatrix<double>() const { return GetMatrix(); }
 
-    /// The Hamilton product: q acts first.
+    /// The Hamilton product: q acts first. Each component sums its four products from left to
+    /// right, those with w, x, y and z of p in that order.
     friend constexpr ERQuaternion operator*(const ERQuaternion& p, const ERQuaternion& q) {
         return {p.w_ * q.w_ - p.x_ * q.x_ - p.y_ * q.y_ - p.z_ * q.z_,
                 p.w_ * q.x_ + p.x_ * q.w_ + p.y_ * q.z_ - p.z_ * q.y_,

@@ -40,6 +40,9 @@ public:
 /// isEqual.
 VELM_API bool operator==(const ERTr3D& a, const ERTr3D& b);
 
+/// TransFrom and TransTo change what they are given and return it; for a copy write T >> x and
+/// T << x (transformed_values.h). Those of ERTransfo2D, in the plane, return copies.
+///
 /// A map that can be inverted: with the matrix M, the translation t and the factor k, TransFrom
 /// computes M (k p) + t from local to global coordinates, and TransTo is its inverse. The inverse
 /// takes M for orthogonal: another M makes TransTo another map.

@@ -96,7 +96,8 @@ private:
 VELM_API int Arc3Points(ERArc2D& arc, const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c);
 
 /// The arc about `center` that runs counter-clockwise from p1 to p2; a whole turn from angle 0 if
-/// they agree exactly. With `reversed` set, the one that runs clockwise from p1 to p2. Returns 1,
+/// they agree exactly. With `reversed` set, the one that runs clockwise from p1 to p2, a whole
+/// turn from 2 pi to 0. Returns 1,
 /// or 0 with the arc left alone when the distances to the center differ by more than 1e-9.
 VELM_API int Arc2PointsCenter(ERArc2D& arc, const ERPoint2D& p1, const ERPoint2D& p2,
                               const ERPoint2D& center, int reversed);

@@ -116,7 +116,7 @@ void fit_circle_to(FitResult& result, const FitOptions& options, const FitPoints
     if (points.in_space) {
         const CircleFit3D fit = fit_circle(points.places);
         refuse_unless_fitted(fit.outcome, options, count);
-        take_plane(result, fit, fit.center, points);
+        take_plane(result, fit, fit.centre, points);
         take_circle(result, fit);
         result.flatness_rms = fit.plane_rms;
     } else {
@@ -125,10 +125,10 @@ void fit_circle_to(FitResult& result, const FitOptions& options, const FitPoints
         refuse_unless_fitted(fit.outcome, options, count);
         for (const ERPoint2D& p : flat) {
             result.residuals.push_back(fit.residual(p));
-            result.places.emplace_back(ERVector2D(fit.center, p));
+            result.places.emplace_back(ERVector2D(fit.centre, p));
         }
         result.axis = ERVector3D(Coord3D_Z);
-        result.point = raised(fit.center);
+        result.point = raised(fit.centre);
         take_circle(result, fit);
     }
     result.radius += ball_shift(result);
