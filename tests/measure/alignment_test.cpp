@@ -104,7 +104,7 @@ TEST(Alignment, EndsWhereForcesAndMomentsOfTheDeviationsCancel) {
         EXPECT_TRUE(found.converged) << round << ' ' << found.last_step;
         ERVector3D force, moment;
         for (const gmTargetPoint& each : targets) {
-            const ERPoint3D centre = found.motion >> each.measured_point().point;
+            const ERPoint3D centre = found.apply(each.measured_point().point);
             ERVector3D n, away(each.target_point(), centre);
             if (each.get_surface_normal(n)) away = (away * n - 0.5) * n;
             force += away;
@@ -132,7 +132,7 @@ TEST(Alignment, NamesAndHoldsWhatThePointsLeaveOpen) {
     });
     EXPECT_TRUE(circle.converged);
     EXPECT_EQ(names(circle), Names{"turning about the axis through [3,4,0] along <0,0,1>"});
-    EXPECT_LT(distance(circle.motion >> ERPoint2D(3.3, 4.4), {3, 4}), 1e-9);
+    EXPECT_LT(distance(circle.apply({3.3, 4.4}), {3, 4}), 1e-9);
     EXPECT_LT(std::fabs(circle.motion.angle()), 1e-9);
     // A line along x: it turns and falls onto it, and does not slide.
     const velm::Alignment2D line =
