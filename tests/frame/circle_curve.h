@@ -2,7 +2,7 @@
 // add them to the library: registered classes below the trimmed entities.
 #pragma once
 
-#include "velm/frame/limited_entity.h"
+#include "velm/curves/nurbs_curve.h"
 
 #include <cmath>
 
@@ -31,6 +31,7 @@ public:
         turn = -turn;
     }
     typename D::Box getBox() override { return {}; }
+    typename D::NurbsCurve ConvertToNurbs() override { return {}; }
     double arcLength(ERLimites, double) const override { return 0.0; }
     double arcLength(double) const override { return 0.0; }
     int splitAt(t_SmartPtr<typename D::FiniteEntity>&, t_SmartPtr<typename D::FiniteEntity>&,
