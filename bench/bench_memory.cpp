@@ -1,6 +1,9 @@
-// Array handles against std::shared_ptr; array bodies and small blocks against operator new and
-// delete. The counter "allocations" is the number of calls to the global allocator per iteration.
+// Array handles and counted objects against std::shared_ptr; array bodies and small blocks against
+// operator new and delete. The counter "allocations" is the number of calls to the global allocator
+// per iteration.
 #include "velm/frame/memory_pool.h"
+#include "velm/frame/object.h"
+#include "velm/frame/smart_pointer.h"
 #include "velm/frame/vec.h"
 
 #include <benchmark/benchmark.h>
@@ -11,6 +14,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <ostream>
 #include <random>
 #include <thread>
 #include <vector>
@@ -160,6 +164,32 @@ void handle_copy_shared_ptr(benchmark::State& state) {
     copy_and_drop(state, std::make_shared<double>(3.0));
 }
 
+/// 56 bytes, the count included; the other has its count beside it.
+struct CountedValues : ERObject {
+    ERObject* getCopy() const override { return nullptr; }
+    void printOn(std::ostream&) const override {}
+    double values[3] = {};
+};
+struct PlainValues {
+    virtual ~PlainValues() = default;
+    double values[4] = {};
+};
+
+template <class Make>
+void make_and_drop(benchmark::State& state, Make make) {
+    const ParkedThread parked;
+    for (auto _ : state) {
+        const auto made = make();
+        benchmark::DoNotOptimize(made.get());
+    }
+}
+void object_velm(benchmark::State& state) {
+    make_and_drop(state, [] { return t_SmartPtr<CountedValues>(new CountedValues); });
+}
+void object_shared_ptr(benchmark::State& state) {
+    make_and_drop(state, [] { return std::make_shared<PlainValues>(); });
+}
+
 void single_sizes(benchmark::internal::Benchmark* row) {
     for (const int bytes : {1, 64, 200, 1000, 1024, 4096, 16384, 65536, 100000, 131072})
         row->Arg(bytes);
@@ -175,6 +205,8 @@ void block_sizes(benchmark::internal::Benchmark* row) {
 
 BENCHMARK(handle_copy_velm);
 BENCHMARK(handle_copy_shared_ptr);
+BENCHMARK(object_velm);
+BENCHMARK(object_shared_ptr);
 BENCHMARK(one_size<Bodies>)->Apply(single_sizes);
 BENCHMARK(one_size<GlobalAllocator>)->Apply(single_sizes);
 // Sizes up to 14,336 bytes, whose 224 capacities fit into the cache together; up to 128 KiB, where

@@ -132,7 +132,7 @@ std::uint64_t take_claim(std::uintptr_t block) {
 
 HeapMark mark_of(const Block& block, std::uintptr_t object) {
     if (object != block.begin) enter_claim(block, object);
-    return {true, block.database, nullptr, false};
+    return {block.database, 1};
 }
 
 template <class Allocate>
@@ -179,7 +179,7 @@ HeapMark claim_mark(const void* object) {
     const std::uint64_t word = take_claim(at);
     if (word == 0) return {};
     const std::uintptr_t earlier = at + (word >> 1 & 0x7FFF) * 8;
-    return {true, nullptr, reinterpret_cast<ERObject*>(earlier), (word & 1) != 0};
+    return {nullptr, earlier | (word & 1) << 1 | 1};
 }
 
 void free_marked(void* block) {

@@ -18,17 +18,18 @@ void* ERObject::_castdown(ERClassRegistration const& wanted) const {
 
 ERObject::ERObject() {
     const velm::detail::HeapMark mark = velm::detail::claim_mark(this);
-    onTheHeap = mark.on_the_heap;
+    onTheHeap = mark.on_the_heap();
     if (mark.database) saveAsAsked(mark.database);
-    if (mark.earlier) takeOver(*mark.earlier, mark.earlier_was_saved);
+    if (mark.earlier()) takeOver(*mark.earlier(), mark.earlier_was_saved());
 }
 
 ERObject::ERObject(ERObject const&) : CObject(), ERReference() {
     const velm::detail::HeapMark mark = velm::detail::claim_mark(this);
-    onTheHeap = mark.on_the_heap;
-    if (!mark.earlier) return;
-    mark.earlier->onTheHeap = 0;
-    if (mark.earlier_was_saved) mark.earlier->ERObject::Delete(); // a copy is not saved
+    onTheHeap = mark.on_the_heap();
+    ERObject* const earlier = mark.earlier();
+    if (!earlier) return;
+    earlier->onTheHeap = 0;
+    if (mark.earlier_was_saved()) earlier->ERObject::Delete(); // a copy is not saved
 }
 
 void ERObject::takeOver(ERObject& earlier, bool was_saved) {

@@ -4,19 +4,24 @@
 #include "velm/fwd.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <new>
 
 namespace velm::detail {
 
-/// What `new` left for the object in its block: that there is a block, and the store in which the
-/// object is to be saved, null for none.
+/// What `new` left for the object in its block. Two words, so that it is returned in registers.
 struct HeapMark {
-    bool on_the_heap = false;
+    /// The store in which the object is to be saved, null for none.
     ERObjectDataBase* database = nullptr;
-    /// The ERObject part that had the mark before; it was no object of its own, and gives up what
-    /// it got.
-    ERObject* earlier = nullptr;
-    bool earlier_was_saved = false;
+    /// 0: `new` made no block for the object; else 1, plus 2 if the earlier object was saved, plus
+    /// the address of that object, a multiple of 8.
+    std::uintptr_t state = 0;
+
+    int on_the_heap() const { return state != 0; }
+    /// The ERObject part that had the mark before, null if none; it was no object of its own, and
+    /// gives up what it got.
+    ERObject* earlier() const { return reinterpret_cast<ERObject*>(state & ~std::uintptr_t{7}); }
+    bool earlier_was_saved() const { return (state & 2) != 0; }
 };
 
 /// Allocates a block and keeps it, for this thread, as one whose object is still to come. The mark
