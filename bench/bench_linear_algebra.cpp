@@ -38,6 +38,18 @@ void LuSolve_velm(benchmark::State& state) {
 }
 BENCHMARK(LuSolve_velm)->Arg(3)->Arg(6)->Arg(20)->Arg(100);
 
+void SmallSolve_velm(benchmark::State& state) {
+    const int n = static_cast<int>(state.range(0));
+    const std::vector<double> a = numbers(n * n), b = numbers(n);
+    std::vector<double> x(b.size());
+    for (auto _ : state) {
+        velm::solve(a, b, x);
+        benchmark::DoNotOptimize(x.data());
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(SmallSolve_velm)->Arg(3)->Arg(4)->Arg(6);
+
 #if defined(VELM_BENCH_EIGEN)
 template <class Matrix, class Vector>
 void lu_solve_eigen(benchmark::State& state) {

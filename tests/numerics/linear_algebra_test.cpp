@@ -125,6 +125,25 @@ TEST(LinearAlgebra, SolvesInvertsAndTakesDeterminantsToTheProblemsCondition) {
     }
 }
 
+TEST(LinearAlgebra, SmallSystemsInOneCallGiveTheSameBits) {
+    velm_test::Random random(13);
+    for (int round = 0; round < 600; ++round) {
+        const int n = 1 + round % velm::largest_small_system;
+        const ERMatrix<double> a = make(round % 3 == 0 ? "graded" : "random", n, random);
+        ERVec<double> b(n);
+        for (double& x : b.writable())
+            x = random.uniform(-1.0, 1.0);
+        const ERVec<double> expected = solve(ERLUDecomp(a), b);
+        ASSERT_TRUE(velm::solve(a.view(), b.view(), b.writable())) << round;
+        ASSERT_TRUE(std::ranges::equal(b.view(), expected.view())) << round << '\n' << a;
+    }
+    const double four[] = {1.0, 2.0, 2.0, 4.0};
+    double x[] = {7.0, 7.0};
+    EXPECT_FALSE(velm::solve(four, std::span(four, 2), x)) << "singular";
+    EXPECT_FALSE(velm::solve(four, std::span(four, 1), x)) << "sizes";
+    EXPECT_EQ(x[0], 7.0);
+}
+
 TEST(LinearAlgebra, FactorsMultiplyBackToTheInput) {
     velm_test::Random random(11);
     for (int n = 1; n <= 12; ++n) {

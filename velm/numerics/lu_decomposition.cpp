@@ -147,3 +147,24 @@ std::ostream& operator<<(std::ostream& out, const ERLUDecomp& lu) {
     lu.printOn(out);
     return out;
 }
+
+bool velm::solve(std::span<const double> a, std::span<const double> b, std::span<double> x) {
+    const std::size_t size = b.size();
+    if (size < 1 || size > largest_small_system || a.size() != size * size || x.size() != size)
+        return false;
+    double factors[largest_small_system * largest_small_system];
+    double unknowns[largest_small_system];
+    int source[largest_small_system];
+    int swaps = 0;
+    std::copy(a.begin(), a.end(), factors);
+    const int n = static_cast<int>(size);
+    if (!detail::gauss_pivot(factors, n, n, source, swaps, ERLUDecomp::pivot_tolerance))
+        return false;
+    detail::with_size(n, [&](auto count) {
+        for (int i = 0; i < count; ++i)
+            unknowns[i] = b[std::size_t(source[i])];
+        substitute(factors, count, unknowns);
+    });
+    std::copy_n(unknowns, size, x.begin());
+    return true;
+}

@@ -1,8 +1,10 @@
-// ERLUDecomp: a matrix that holds its own LU factors.
+// ERLUDecomp: a matrix that holds its own LU factors. velm::solve: a small system in one call.
 #pragma once
 
 #include "velm/export.h"
 #include "velm/numerics/matrix.h"
+
+#include <span>
 
 /// P * A = L * U of a square matrix by elimination with row pivoting (see gauss_pivot.h); the
 /// inherited matrix holds the packed factors. A pivot below 1e-20, absolute and not scaled by the
@@ -60,3 +62,15 @@ VELM_API ERVec<double> solve(const ERLUDecomp& lu);
 VELM_API ERMatrix<double> inverse(const ERLUDecomp& lu);
 /// The text form of a matrix, of the packed factors.
 VELM_API std::ostream& operator<<(std::ostream& out, const ERLUDecomp& lu);
+
+namespace velm {
+
+inline constexpr int largest_small_system = 6; ///< unknowns
+
+/// Solves the system A x = b of b.size() unknowns, A row by row, to the same bits as
+/// solve(ERLUDecomp(A), b) and without an array body: all work is on the stack. Returns false, with
+/// x as it is, where the decomposition would be singular, and where a doesn't have the square of
+/// b.size() elements, x not b.size(), or b has none or more than largest_small_system. x may be b.
+VELM_API bool solve(std::span<const double> a, std::span<const double> b, std::span<double> x);
+
+} // namespace velm

@@ -34,8 +34,8 @@ void check_outputs(const std::vector<std::string>& inputs,
         const std::string output = shown(outputs[i], "standard output");
         for (std::size_t j = 0; j < i; ++j)
             if (is_same(outputs[i], outputs[j], STDOUT_FILENO))
-                refuse("two outputs go to the same place: " +
-                       shown(outputs[j], "standard output") + " and " + output);
+                refuse("two outputs go to the same place: " + shown(outputs[j], "standard output") +
+                       " and " + output);
         for (const std::string& input : inputs)
             if (is_same(outputs[i], input, STDIN_FILENO))
                 refuse("the output " + output + " is the input " + shown(input, "standard input"));
@@ -70,8 +70,8 @@ std::vector<std::string> join_numbers(const std::vector<std::string>& arguments,
     return joined;
 }
 
-CommandLine::CommandLine(Program& program, const char* name, const char* what,
-                         const char* examples, const std::string& footer)
+CommandLine::CommandLine(Program& program, const char* name, const char* what, const char* examples,
+                         const std::string& footer)
     : program_(program), app_(program.app.add_subcommand(name, what)),
       steps_(std::make_shared<std::vector<std::function<void()>>>()),
       files_(std::make_shared<Files>()) {

@@ -28,9 +28,9 @@ struct Program {
     std::function<ExitCode()> run;            ///< of the command that was chosen
 };
 
-/// Joins the numbers after an option to one argument, "--tolerance=-.05 5e-2", so that a number with
-/// a minus is never taken for an option, and an option whose values vary in number never swallows
-/// the name of a file. Arguments after "--" stay.
+/// Joins the numbers after an option to one argument, "--tolerance=-.05 5e-2", so that a number
+/// with a minus is never taken for an option, and an option whose values vary in number never
+/// swallows the name of a file. Arguments after "--" stay.
 std::vector<std::string> join_numbers(const std::vector<std::string>& arguments,
                                       const std::vector<Program::NumberOption>& options);
 

@@ -13,8 +13,8 @@ void add_store_command(Program& program);
 void add_report_command(Program& program);
 
 /// In the order of the help.
-inline constexpr void (*commands[])(Program& program) = {
-    add_section_command, add_clip_command,  add_targets_command,
-    add_fit_command,     add_store_command, add_report_command};
+inline constexpr void (*commands[])(Program& program) = {add_section_command, add_clip_command,
+                                                         add_targets_command, add_fit_command,
+                                                         add_store_command,   add_report_command};
 
 } // namespace velm::inspect

@@ -69,7 +69,8 @@ inline constexpr Option<double> chain_tolerance_option{
     "--chain-tolerance", "D", "Largest gap closed between loose pieces\n(default: 0.001)",
     parse_positive, 1};
 inline constexpr Option<long> record_option{
-    "--record", "N", "Which inspection, from 1, as velm-inspect store\nlists them (default: the last)",
+    "--record", "N",
+    "Which inspection, from 1, as velm-inspect store\nlists them (default: the last)",
     parse_number_from_1, 0};
 
 inline constexpr Flag quiet_flag{"--quiet", "No table, no summary, no progress"};
@@ -87,13 +88,14 @@ inline constexpr OutputOption json_output{"--json", "Writes the report as JSON",
 inline constexpr OutputOption csv_output{"--csv", "Writes the rows as CSV", &OutputPaths::csv,
                                          nullptr};
 inline constexpr OutputOption svg_output{"--svg", "Draws the picture", &OutputPaths::svg, nullptr};
-inline constexpr OutputOption html_output{
-    "--html", "Writes the whole report as one page, with the\npicture", &OutputPaths::html, nullptr};
+inline constexpr OutputOption html_output{"--html",
+                                          "Writes the whole report as one page, with the\npicture",
+                                          &OutputPaths::html, nullptr};
 inline constexpr OutputOption store_output{
     "--store", "Keeps the results in an object file, created if\nmissing", &OutputPaths::store,
     "an object file"};
-inline constexpr OutputOption archive_output{
-    "--archive", "Writes the results as a document in an archive", &OutputPaths::archive,
-    "an archive"};
+inline constexpr OutputOption archive_output{"--archive",
+                                             "Writes the results as a document in an archive",
+                                             &OutputPaths::archive, "an archive"};
 
 } // namespace velm::inspect
