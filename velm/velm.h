@@ -144,6 +144,8 @@
 #include "velm/curves/knot.h"
 #include "velm/curves/knot_vector.h"
 #include "velm/curves/nurbs_curve.h"
+#include "velm/curves/nurbs_editing.h"
+#include "velm/curves/nurbs_fit.h"
 #include "velm/curves/pole_curve.h"
 #include "velm/curves/polynomial_patch.h"
 #include "velm/curves/prepare.h"

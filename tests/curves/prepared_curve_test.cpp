@@ -2,6 +2,8 @@
 
 #include "support/test.h"
 #include "support/threads.h"
+#include "velm/curves/detail/bernstein_rows.h"
+#include "velm/curves/detail/bernstein_signs.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/curves/prepare.h"
 #include "velm/numerics/real_roots.h"
@@ -264,6 +266,31 @@ void compare_with_brute_force(Random& random, int curves, int points, NearestCou
             counts.wrong += right ? 0 : 1;
             counts.uncertified += nearest.certified ? 0 : 1;
         }
+    }
+}
+
+/// Newton's steps start anywhere and run into the bracket's ends: the zero is still one.
+TEST(PreparedCurve, PolishedZerosAreZeros) {
+    Random random(10);
+    for (int k = 0; k < 20000; ++k) {
+        std::vector<double> c;
+        for (int i = 0; i < 2 + k % 9; ++i)
+            c.push_back(random.uniform(-1, 1) *
+                        (k % 2 == 0 ? 1.0 : std::pow(10.0, random.uniform(-6, 0))));
+        std::sort(c.begin(), c.end());
+        if (!(c.front() < 0.0 && c.back() > 0.0)) continue;
+        const double sign = k % 4 < 2 ? 1.0 : -1.0;
+        for (double& x : c)
+            x *= sign;
+        const velm::detail::PolishedZero zero =
+            velm::detail::polished_zero(c.data(), static_cast<int>(c.size()));
+        const auto roots = velm::real_roots_bernstein(c);
+        ASSERT_EQ(roots.size(), 1u);
+        const double slack = 1e-14 * std::max(std::fabs(c.front()), std::fabs(c.back()));
+        EXPECT_LE(std::fabs(zero.x - roots[0].value), 1e-12 + roots[0].upper - roots[0].lower) << k;
+        double value = 0.0;
+        velm::detail::row_value({c.data(), static_cast<int>(c.size()), 1}, zero.x, &value);
+        EXPECT_LE(std::fabs(value), zero.residual + slack) << k;
     }
 }
 

@@ -171,24 +171,18 @@ std::optional<PreparedCurve<2>> prepare(const ERFiniteEntity2DWF& curve) {
     if (const auto* arc = ERArc2D::castdown(&curve)) return prepare(*arc);
     if (const auto* arc = ERArcEllipse2D::castdown(&curve)) return prepare(*arc);
     if (const auto* nurbs = ERCpoleNURBS2D::castdown(&curve)) return prepare_nurbs<2>(*nurbs);
-    if (const auto* poles = ERCpoleRep2D::castdown(&curve)) {
-        // Conversion isn't const.
-        const t_SmartPtr<ERCpoleRep2D> copy(ERCpoleRep2D::castdown(poles->getCopy()));
-        return prepare_nurbs<2>(copy->ConvertToNurbs());
-    }
-    return std::nullopt;
+    // Conversion isn't const.
+    const t_SmartPtr<ERFiniteEntity2DWF> copy(ERFiniteEntity2DWF::castdown(curve.getCopy()));
+    return prepare_nurbs<2>(copy->ConvertToNurbs());
 }
 std::optional<PreparedCurve<3>> prepare(const ERFiniteEntity3DWF& curve) {
     if (const auto* segment = ERSegment3D::castdown(&curve)) return prepare_segment<3>(*segment);
     if (const auto* arc = ERArc3D::castdown(&curve)) return prepare(*arc);
     if (const auto* arc = ERArcEllipse3D::castdown(&curve)) return prepare(*arc);
     if (const auto* nurbs = ERCpoleNURBS3D::castdown(&curve)) return prepare_nurbs<3>(*nurbs);
-    if (const auto* poles = ERCpoleRep3D::castdown(&curve)) {
-        // Conversion isn't const.
-        const t_SmartPtr<ERCpoleRep3D> copy(ERCpoleRep3D::castdown(poles->getCopy()));
-        return prepare_nurbs<3>(copy->ConvertToNurbs());
-    }
-    return std::nullopt;
+    // Conversion isn't const.
+    const t_SmartPtr<ERFiniteEntity3DWF> copy(ERFiniteEntity3DWF::castdown(curve.getCopy()));
+    return prepare_nurbs<3>(copy->ConvertToNurbs());
 }
 
 std::optional<PreparedCurve<2>> prepare(const ERArc2D& arc) {

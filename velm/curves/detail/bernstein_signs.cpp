@@ -73,15 +73,16 @@ PolishedZero polished_zero(const double* c, int count) {
         if (at.value == 0.0) return {x, 0.0};
         ((at.value < 0.0) == rises ? low : high) = x;
         double next = x - at.value / at.slope;
-        if (!(next > low && next < high)) next = 0.5 * (low + high);
+        const bool newton = next > low && next < high;
+        if (!newton) next = 0.5 * (low + high);
         const double step = std::fabs(next - x);
         if (step <= half_ulp * x || next == low || next == high) return {x, std::fabs(at.value)};
         x = next;
-        if (step <= converged_step && step <= quadratic_ratio * before) {
+        if (newton && step <= converged_step && step <= quadratic_ratio * before) {
             // |p''| is at most n (n - 1) 4 times the largest coefficient.
             return {x, 2.0 * (count - 1) * (count - 1) * largest * step * step};
         }
-        before = step;
+        before = newton ? step : 1.0;
     }
     return {x, std::fabs(evaluate(c, count, x).value)};
 }
