@@ -2,6 +2,7 @@
 
 #include "velm/curves/detail/bernstein_rows.h"
 #include "velm/curves/detail/prepared_pieces.h"
+#include "velm/numerics/binomials.h"
 
 #include <algorithm>
 #include <array>
@@ -16,23 +17,21 @@ using namespace velm::detail;
 /// A polynomial by its Bernstein coefficients.
 using Coefficients = std::vector<double>;
 
-double choose(int n, int i) {
-    double result = 1.0;
-    for (int k = 0; k < std::min(i, n - i); ++k)
-        result = result * (n - k) / (k + 1);
-    return result;
-}
-
 /// The products of Bernstein polynomials b_i b_j = C(n, i) C(m, j) / C(n + m, i + j) b_(i + j).
 Coefficients product(const Coefficients& a, const Coefficients& b) {
     const int n = static_cast<int>(a.size()) - 1, m = static_cast<int>(b.size()) - 1;
-    Coefficients result(a.size() + b.size() - 1, 0.0);
+    const double *left = theCnpTableau.Cnp(n), *right = theCnpTableau.Cnp(m);
+    const double* both = theCnpTableau.Cnp(n + m);
+    Coefficients result(a.size() + b.size() - 1, 0.0), scaled = b;
+    for (int j = 0; j <= m; ++j)
+        scaled[static_cast<std::size_t>(j)] *= right[j];
     for (int i = 0; i <= n; ++i) {
-        const double x = a[static_cast<std::size_t>(i)] * choose(n, i);
+        const double x = a[static_cast<std::size_t>(i)] * left[i];
         for (int j = 0; j <= m; ++j)
-            result[static_cast<std::size_t>(i + j)] +=
-                x * (b[static_cast<std::size_t>(j)] * choose(m, j)) / choose(n + m, i + j);
+            result[static_cast<std::size_t>(i + j)] += x * scaled[static_cast<std::size_t>(j)];
     }
+    for (int k = 0; k <= n + m; ++k)
+        result[static_cast<std::size_t>(k)] /= both[k];
     return result;
 }
 
@@ -59,8 +58,8 @@ public:
             const double angle = (static_cast<double>(i) + 0.5) * std::numbers::pi / count;
             at_[i] = std::pow(std::sin(0.5 * angle), 2);
             for (int j = 0; j < count; ++j)
-                work[i][j] = choose(count - 1, j) * std::pow(at_[i], j) *
-                             std::pow(1.0 - at_[i], count - 1 - j);
+                work[i][j] =
+                    Cnp(count - 1, j) * std::pow(at_[i], j) * std::pow(1.0 - at_[i], count - 1 - j);
             work[i][nodes + i] = 1.0;
         }
         // Gauss and Jordan; the nodes are in order, so the matrix is totally positive and needs no
