@@ -18,8 +18,7 @@ using namespace velm::detail;
 /// that it may.
 constexpr double joint_reach = 0x1p-36;
 
-/// The best place for the zero of a zone: the one found; the middle of a zone of several parts; a
-/// joint or end that the zone reaches and that is next to it.
+/// The best place for the zero of a zone: the one found, or the middle of a zone of several parts.
 template <int N>
 CurvePlace place_in(const PreparedPieces<N>& tables, const SignZone& zone) {
     CurvePlace at = tables.place(zone.at.piece, zone.at.u);
@@ -34,6 +33,12 @@ CurvePlace place_in(const PreparedPieces<N>& tables, const SignZone& zone) {
         at.piece = tables.piece_at(t, 0);
         at.u = tables.u_at(tables[at.piece], t);
     }
+    return at;
+}
+
+/// The joint or end that a zone reaches, if the place is next to it.
+template <int N>
+CurvePlace on_joint(const PreparedPieces<N>& tables, const SignZone& zone, const CurvePlace& at) {
     const bool reaches_start = at.piece != zone.from.piece || zone.from.u == 0.0 || zone.parts == 0;
     const bool reaches_end = at.piece != zone.to.piece || zone.to.u == 1.0;
     if (reaches_start && at.u <= joint_reach) return tables.place(at.piece, 0.0);
@@ -287,7 +292,8 @@ void PreparedCurve<N>::perpendicular_feet(const Point& p, std::vector<CurveFoot<
     const PreparedPieces<N>& tables = *pieces_;
     const Local<N> query = local<N>(p);
     SignSweep sweep(tables.closed, [&](const SignZone& zone) {
-        const CurvePlace place = polished_foot(tables, zone, place_in(tables, zone), query);
+        const CurvePlace place =
+            on_joint(tables, zone, polished_foot(tables, zone, place_in(tables, zone), query));
         auto foot = found_at<N, CurveFoot<N>>(tables, zone, place);
         foot.distance = std::sqrt(squared_norm(difference(local<N>(foot.point), query)));
         foot.kind = zone.flat ? FootKind::continuum : tables.kind_at(foot.piece, foot.u);
@@ -311,7 +317,8 @@ void PreparedCurve<N>::crossings(const Point& q, const Vector& direction,
     const std::optional<Hyperplane<N>> plane = Hyperplane<N>::through(q, direction);
     if (!plane) return;
     SignSweep sweep(tables.closed, [&](const SignZone& zone) {
-        auto crossing = found_at<N, CurveCrossing<N>>(tables, zone, place_in(tables, zone));
+        auto crossing = found_at<N, CurveCrossing<N>>(
+            tables, zone, on_joint(tables, zone, place_in(tables, zone)));
         crossing.along = zone.flat;
         crossings.push_back(crossing);
     });
