@@ -1,5 +1,6 @@
 #include "velm/curves/detail/bernstein_rows.h"
 #include "velm/curves/detail/prepared_pieces.h"
+#include "velm/numerics/binomials.h"
 
 #include <algorithm>
 #include <array>
@@ -39,13 +40,6 @@ struct Part {
     }
 };
 
-double binomial(int n, int i) {
-    double result = 1.0; // exact up to 2^53; a few roundings beyond, n <= 94
-    for (int k = 0; k < std::min(i, n - i); ++k)
-        result = result * (n - k) / (k + 1);
-    return std::round(result);
-}
-
 /// The vectors of a piece's hodograph numerator with bounds of their sizes before cancellation.
 template <int N>
 struct Hodograph {
@@ -69,7 +63,7 @@ Hodograph<N> hodograph(const Part<N>& part, bool rational) {
         for (int i = first; i <= last; ++i) {
             const int j = rational ? k + 1 - i : i + 1;
             const double factor =
-                rational ? (j - i) * binomial(n, i) * binomial(n, j) / binomial(2 * n - 2, k) : n;
+                rational ? (j - i) * Cnp(n, i) * Cnp(n, j) / Cnp(2 * n - 2, k) : n;
             for (int axis = 0; axis < N; ++axis) {
                 const double a = part.weight(i) * part.pole(j)[axis];
                 const double b = part.pole(i)[axis] * part.weight(j);
@@ -284,7 +278,7 @@ private:
             double local_reach = 0.0, local_slope = 0.0;
             for (int i = std::max(0, k - m); i <= std::min(n, k); ++i) {
                 const int j = k - i;
-                const double factor = binomial(n, i) * binomial(m, j) / binomial(n + m, k);
+                const double factor = Cnp(n, i) * Cnp(m, j) / Cnp(n + m, k);
                 const Local<N>& tangent = h.vectors[static_cast<std::size_t>(j)];
                 const double size = factor * h.reach[static_cast<std::size_t>(j)];
                 double largest = 0.0;
