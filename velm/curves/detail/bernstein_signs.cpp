@@ -57,7 +57,7 @@ PolishedZero polished_zero(const double* c, int count) {
     double largest = std::fabs(c[0]);
     for (int i = count - 1; i > 0; --i) {
         largest = std::max(largest, std::fabs(c[i]));
-        if ((c[i] > 0.0) == rises) crossing = i;
+        if ((c[i] < 0.0) != rises) crossing = i;
     }
     const double a = c[crossing - 1], b = c[crossing];
     double x = (crossing - 1 + a / (a - b)) / (count - 1);
