@@ -100,7 +100,7 @@ typename D::Pole NurbsCurve<D>::CalOnNurbs_H(double t) const {
     const int span = find_span(k, t);
     Pole result;
     with_degree(k.degree, [&](auto p) {
-        WorkArray<double, 3 * (stack_degree + 1)> work(3 * (std::size_t(p) + 1));
+        DegreeWork<decltype(p), 18, 3 * (stack_degree + 1)> work(3 * (std::size_t(p) + 1));
         double* const basis = work.data();
         basis_values(k.knots + span, p, t, basis, basis + p + 1);
         weighted_sum<Pole::components>(row_of(poles)[span - p], p, basis, &result.x_);
@@ -124,24 +124,31 @@ typename D::Point NurbsCurve<D>::operator()(double t) {
 
 template <class D>
 typename D::InfoPoint NurbsCurve<D>::PtCur(double t) {
-    constexpr int width = Pole::components;
-    double rows[std::size_t(3) * width];
-    std::fill(std::begin(rows), std::end(rows), not_a_number);
-    if (drawable()) {
-        const KnotView k = view_of(knots);
-        const int span = find_span(k, t);
-        const double* const first = row_of(std::as_const(poles))[span - k.degree];
-        with_degree(k.degree, [&](auto p) {
-            constexpr std::integral_constant<int, 2> order;
-            const auto size = std::size_t(p) + 1;
-            WorkArray<double, 128> work(3 * size + derivative_work(p, order));
-            double* const basis = work.data();
-            basis_derivatives(k.knots + span, p, t, order, basis, basis + 3 * size);
-            for (int row = 0; row <= order; ++row)
-                weighted_sum<width>(first, p, basis + std::size_t(row) * size, rows + row * width);
-        });
+    constexpr int width = Pole::components, weight = D::size;
+    if (!drawable()) {
+        const auto nowhere = constant<typename D::Vector>(not_a_number);
+        return {t, 1, constant<Point>(not_a_number), nowhere, nowhere};
     }
-    return info_point<D>(t, rows, width, 1.0);
+    double value[std::size_t(3) * width];
+    const KnotView k = view_of(knots);
+    const int span = find_span(k, t);
+    const double* const own = row_of(std::as_const(poles))[span - k.degree];
+    with_degree(k.degree, [&](auto p) {
+        DegreeWork<decltype(p), spline_derivative_work(5, width), spline_derivative_work(14, width)>
+            work(spline_derivative_work(p, width));
+        spline_derivatives<width>(k.knots + span, own, p, t, value, work.data());
+    });
+    // With A the weighted point and w the weight, C = A / w, C' = (A' - w' C) / w and
+    // C'' = (A'' - 2 w' C' - w'' C) / w.
+    const double *const first = value + width, *const second = first + width;
+    const double inverse = 1.0 / value[weight];
+    const auto point = Point::each([&](int c) { return value[c] / value[weight]; });
+    const auto slope =
+        D::Vector::each([&](int c) { return (first[c] - first[weight] * point[c]) * inverse; });
+    const auto bend = D::Vector::each([&](int c) {
+        return (second[c] - 2.0 * first[weight] * slope[c] - second[weight] * point[c]) * inverse;
+    });
+    return {t, 1, point, slope, bend};
 }
 
 template <class D>

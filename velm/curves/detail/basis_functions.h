@@ -30,6 +30,21 @@ private:
     std::vector<T> beyond_;
 };
 
+/// A WorkArray of doubles for a degree that with_degree gives: where the compiler knows the degree
+/// there is nothing but the array, so that it can be kept in registers. Sizes grow with the degree.
+template <std::size_t N>
+class FixedWork {
+public:
+    explicit FixedWork(std::size_t) {}
+    double* data() { return values_; }
+
+private:
+    double values_[N];
+};
+template <class Degree, std::size_t Fixed, std::size_t Inline>
+using DegreeWork =
+    std::conditional_t<std::is_same_v<Degree, int>, WorkArray<double, Inline>, FixedWork<Fixed>>;
+
 /// Calls f with the degree: as a std::integral_constant from 1 to 5, so that loops are laid out for
 /// it, else as the int it is.
 template <class F>
@@ -147,6 +162,58 @@ template <int Width, class Degree>
         for (int c = 0; c < Width; ++c)
             sum[std::size_t(c)] += basis[i] * first[i * Width + c];
     std::copy(sum.begin(), sum.end(), out);
+}
+
+/// Doubles of work that spline_derivatives needs.
+constexpr std::size_t spline_derivative_work(int p, int width) {
+    const auto size = static_cast<std::size_t>(p) + 1;
+    return size * (5 + static_cast<std::size_t>(width));
+}
+
+/// The sum of the poles weighted by the basis functions at u, and its first two derivatives: three
+/// groups of Width. A derivative is the sum of differences of neighbouring poles over their knots,
+/// weighted by the basis functions of a lower degree: what the derivatives of the basis functions
+/// give, with fewer divisions. `first` is the p + 1 poles of the span.
+template <int Width, class Degree>
+[[gnu::always_inline]] inline void spline_derivatives(const double* at, const double* first,
+                                                      Degree p, double u, double* out,
+                                                      double* work) {
+    const int size = p + 1;
+    double *const left = work, *const right = left + size, *const value = right + size;
+    double *const once_less = value + size, *const twice_less = once_less + size;
+    double* const poles = twice_less + size;
+    value[0] = 1.0;
+    for (int j = 1; j <= p; ++j) {
+        if (j == p - 1) std::copy_n(value, j, twice_less);
+        if (j == p) std::copy_n(value, j, once_less);
+        left[j] = u - at[1 - j];
+        right[j] = at[j] - u;
+        double saved = 0.0;
+        for (int r = 0; r < j; ++r) {
+            const double temp = value[r] / (right[r + 1] + left[j - r]);
+            value[r] = saved + right[r + 1] * temp;
+            saved = left[j - r] * temp;
+        }
+        value[j] = saved;
+    }
+    weighted_sum<Width>(first, p, value, out);
+    std::fill_n(out + Width, 2 * Width, 0.0);
+    const double* from = first;
+    for (int k = 1; k <= 2 && k <= p; ++k) {
+        const int lower = p - k;
+        double sum[std::size_t(Width)] = {};
+        const double* const basis = k == 1 ? once_less : twice_less;
+        for (int r = 0; r <= lower; ++r) {
+            const double factor = (lower + 1) / (at[r + 1] - at[r - lower]);
+            for (int c = 0; c < Width; ++c) {
+                const double d = (from[(r + 1) * Width + c] - from[r * Width + c]) * factor;
+                poles[r * Width + c] = d;
+                sum[c] += basis[r] * d;
+            }
+        }
+        std::copy_n(sum, Width, out + k * Width);
+        from = poles;
+    }
 }
 
 /// Degrees whose work arrays are on the stack.

@@ -8,6 +8,7 @@
 #include "velm/fwd.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace velm::detail {
 
@@ -50,7 +51,8 @@ inline int find_span(const KnotView& knots, double u) {
     const double* base = knots.knots + p;
     for (int length = end - p; length > 1;) {
         const int half = length / 2;
-        base = base[half] <= u ? base + half : base;
+        const std::ptrdiff_t step = base[half] <= u ? half : 0;
+        base += step;
         length -= half;
     }
     return static_cast<int>(base - knots.knots);

@@ -242,42 +242,46 @@ void elevate_spline(const KnotView& knots, ConstPoleRow row, PoleRow out) {
     with_width(row.width, [&](auto width) { Elevation(knots, row, width).run(out); });
 }
 
-void span_to_bezier(const double* knots, ConstPoleRow row, PoleRow out) {
-    const int p = row.count - 1;
-    Work array(doubles(p + 1, row.width));
-    double* const work = array.data();
+namespace {
+
+template <class Degree, class Width>
+[[gnu::always_inline]] inline void bezier_of_span(const double* knots, ConstPoleRow row, Degree p,
+                                                  Width width, double* work, PoleRow out) {
+    const double a = knots[0], b = knots[1];
+    int low_copies = 1, high_copies = 1;
+    while (low_copies <= p && knots[-low_copies] == a)
+        ++low_copies;
+    while (high_copies <= p && knots[1 + high_copies] == b)
+        ++high_copies;
+    // Level L of the lower end: the pole at `top` then is pole top - L of the part above a.
+    const int top = p - low_copies;
     for (int i = 0; i <= p; ++i)
-        std::copy_n(row[i], row.width, work + std::ptrdiff_t(i) * row.width);
-    with_width(row.width, [&](auto width) {
-        int low_copies = 1;
-        while (low_copies <= p && knots[-low_copies] == knots[0])
-            ++low_copies;
-        const double a = knots[0], b = knots[1];
-        // Level L of the lower end: the pole at `top` then is pole top - L of the part above a.
-        const int top = p - low_copies;
-        const auto keep = [&](int i, int to) {
-            std::copy_n(work + i * width, int(width), out[to]);
-        };
-        for (int i = std::max(top, 0); i <= p; ++i)
-            keep(i, i);
-        for (int L = 1; L <= top; ++L) {
-            for (int m = top; m >= L; --m) {
-                const double low = knots[m - p], high = knots[m - L + 1], d = high - low;
-                double* const to = work + m * width;
-                blend(to - width, (high - a) / d, to, (a - low) / d, width, to);
-            }
-            keep(top, top - L);
+        std::copy_n(row[i], int(width), i < top ? work + i * width : out[i]);
+    if (top >= 0) std::copy_n(row[top], int(width), work + top * width);
+    for (int L = 1; L <= top; ++L) {
+        for (int m = top; m >= L; --m) {
+            const double low = knots[m - p], high = knots[m - L + 1], d = high - low;
+            double* const to = work + m * width;
+            blend(to - width, (high - a) / d, to, (a - low) / d, width, to);
         }
-        // The upper end; all knots below the span are copies of a now.
-        int high_copies = 1;
-        while (high_copies <= p && knots[1 + high_copies] == b)
-            ++high_copies;
-        for (int L = 1; L <= p - high_copies; ++L) {
-            for (int m = p; m >= high_copies + L; --m) {
-                const double high = knots[m - L + 1], d = high - a;
-                blend(out[m - 1], (high - b) / d, out[m], (b - a) / d, width, out[m]);
-            }
+        std::copy_n(work + top * width, int(width), out[top - L]);
+    }
+    // The upper end; all knots below the span are copies of a now.
+    for (int L = 1; L <= p - high_copies; ++L) {
+        for (int m = p; m >= high_copies + L; --m) {
+            const double high = knots[m - L + 1], d = high - a;
+            blend(out[m - 1], (high - b) / d, out[m], (b - a) / d, width, out[m]);
         }
+    }
+}
+
+} // namespace
+
+void span_to_bezier(const double* knots, ConstPoleRow row, PoleRow out) {
+    Work work(doubles(row.count, row.width));
+    with_degree(row.count - 1, [&](auto p) {
+        with_width(row.width,
+                   [&](auto width) { bezier_of_span(knots, row, p, width, work.data(), out); });
     });
 }
 
