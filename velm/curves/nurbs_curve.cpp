@@ -58,6 +58,11 @@ bool NurbsCurve<D>::drawable() const {
 }
 
 template <class D>
+bool NurbsCurve<D>::has_extent() const {
+    return drawable() && view_of(knots).low() < view_of(knots).high();
+}
+
+template <class D>
 int NurbsCurve<D>::degree() const {
     return poles.empty() ? 0 : knots.degree();
 }
@@ -188,7 +193,7 @@ bool NurbsCurve<D>::remove_knot(double t) {
 template <class D>
 void NurbsCurve<D>::incrDegree(int k) {
     this->ResetCachedInfo();
-    if (k <= 0 || !drawable()) return;
+    if (k <= 0 || !has_extent()) return;
     clamp();
     for (; k > 0; --k) {
         const KnotView old = view_of(knots);

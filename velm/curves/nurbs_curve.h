@@ -45,7 +45,9 @@ public:
 
     /// By Horner's scheme on a single Bezier piece, else CalOnNurbs.
     Point operator()(double t) override;
-    /// The point with its derivatives by t, from the derivatives of the basis functions.
+    /// The point with its derivatives by t, from differences of poles and basis functions of lower
+    /// degree. Up to degree 20 and weights from 1e-3 to 1e3 the point is within 8 and a derivative
+    /// within 24 roundings of the sizes of the terms that it is the sum of.
     typename D::InfoPoint PtCur(double t) override;
     /// The point by the basis functions of its span, and its homogeneous form.
     Point CalOnNurbs(double t) const;
@@ -139,6 +141,8 @@ protected:
 private:
     /// Whether there is something to evaluate.
     bool drawable() const;
+    /// Whether the domain has an extent too: what edits that move ends or degrees need.
+    bool has_extent() const;
     const PowerForm& span_power(int i) const;
     /// Calls f(i, span, box of its poles) for the spans longer than 1e-11, in order.
     template <class F>
@@ -151,6 +155,8 @@ private:
 
     struct Joint;
     Joint joint_with(const Self& other, double tol) const;
+    /// Puts `added` after this curve; both are clamped and of one degree.
+    void attach(Self& added, double tol, int continuity);
 
     template <class Curve, class Form>
     static void stored_fields(Curve& self, Form& form);

@@ -104,7 +104,7 @@ int NurbsCurve<D>::append(const Self& other, double tol, int continuity) {
         static_cast<Self&>(*this) = other;
         return 1;
     }
-    if (!drawable() || !other.drawable()) return 0;
+    if (!has_extent() || !other.has_extent()) return 0;
     Self added(other);
     if (tol >= 0.0) {
         const Point end = this->lastPt();
@@ -113,22 +113,29 @@ int NurbsCurve<D>::append(const Self& other, double tol, int continuity) {
             added.reverse();
         }
     }
-    for (NurbsCurve* const curve :
-         {static_cast<NurbsCurve*>(this), static_cast<NurbsCurve*>(&added)}) {
-        curve->adjust();
-        curve->clamp();
-    }
+    Self own(static_cast<const Self&>(*this));
     const int p = std::max(degree(), added.degree());
-    incrDegree(p - degree());
-    added.incrDegree(p - added.degree());
+    for (Self* const curve : {&own, &added}) {
+        curve->adjust();
+        static_cast<NurbsCurve*>(curve)->clamp();
+        curve->incrDegree(p - curve->degree());
+        // Knots beyond all bounds can't be mapped.
+        if (curve->degree() != p || !static_cast<NurbsCurve*>(curve)->has_extent()) return 0;
+    }
+    static_cast<NurbsCurve&>(own).attach(added, tol, continuity);
+    static_cast<Self&>(*this) = own;
+    return 1;
+}
 
+template <class D>
+void NurbsCurve<D>::attach(Self& added, double tol, int continuity) {
     const Joint joint = continuity != 0 ? joint_with(added, tol) : Joint();
     const double start = this->ufin(), length = added.ufin() - added.udeb();
     double end = start + length * joint.scale;
     if (!(end > start)) end = start + length; // a scale that is lost in rounding
     added.reparametrize(ERLimites(start, end));
 
-    const int place = knots.length() - p - 1;
+    const int place = knots.length() - degree() - 1;
     poles.insert(poles.size(), added.poles.view());
     knots.concat(added.knots);
     const double meeting = std::as_const(knots)[place];
@@ -136,7 +143,6 @@ int NurbsCurve<D>::append(const Self& other, double tol, int continuity) {
         remove_knot(meeting);
     knots.AssertValid();
     take_limits_of_knots();
-    return 1;
 }
 
 template <class D>
@@ -160,6 +166,7 @@ int NurbsCurve<D>::merge(const Self& other, double tol, int continuity) {
 
 #define VELM_INSTANTIATE(D)                                                                        \
     template NurbsCurve<D>::Joint NurbsCurve<D>::joint_with(const Self&, double) const;            \
+    template void NurbsCurve<D>::attach(Self&, double, int);                                       \
     template int NurbsCurve<D>::append(const Self&, double, int);                                  \
     template int NurbsCurve<D>::prepend(const Self&, double, int);                                 \
     template int NurbsCurve<D>::merge(const Self&, double, int);

@@ -101,7 +101,7 @@ private:
 template <class D>
 void NurbsCurve<D>::adjust() {
     const ERLimites natural = this->domain, trim = this->bound;
-    if (trim == natural || !drawable() || !(trim.start() < trim.end())) return;
+    if (trim == natural || !has_extent() || !(trim.start() < trim.end())) return;
     this->ResetCachedInfo();
     Spline spline(poles, knots);
     // What is to be cut must be there.
