@@ -1,6 +1,10 @@
 // The readers of stored values over any bytes: array bodies, numbers, texts and values on a file,
-// values, transformations and lists of arrays in an archive. What could be read must be written
+// values, transformations and lists of arrays in an archive, curves on a file. What could be read must be written
 // back as it was.
+#include "velm/curves/bezier_curve.h"
+#include "velm/curves/knot_vector.h"
+#include "velm/curves/nurbs_curve.h"
+#include "velm/curves/polynomial_patch.h"
 #include "velm/frame/box.h"
 #include "velm/frame/coordinate.h"
 #include "velm/frame/main_direction.h"
@@ -90,6 +94,27 @@ void read_transformations(const std::string& bytes) {
     use(t);
 }
 
+/// A curve that could be read evaluates, has a box and a power form, and is written back as it was;
+/// of a damaged record nothing is left to evaluate.
+template <class Curve>
+void read_curve(const std::string& bytes) {
+    MemoryFile memory(bytes);
+    Curve curve;
+    curve.restoreGuts(memory);
+    MemoryFile copy;
+    curve.saveGuts(copy);
+    require(copy.bytes.size() == curve.binaryStoreSize());
+    const ERLimites limits = curve.getBound();
+    curve(limits(0.3));
+    curve.PtCur(limits(0.7));
+    curve.getBox();
+    curve.reverse();
+    ERVec<double> feet;
+    curve.ProjectPoint({}, feet, 1.0);
+    const auto nurbs = curve.ConvertToNurbs();
+    require(nurbs.nbPoles() == 0 || bytes.compare(0, copy.bytes.size(), copy.bytes) == 0);
+}
+
 template <class Value>
 void load_values(CArchive& archive) {
     Value value;
@@ -132,7 +157,15 @@ constexpr void (*readers[])(const std::string&) = {read_array_body,
                                                    from_archive<load_counts>,
                                                    read_transformations,
                                                    from_archive<load_values<ERPmIsometrie3D>>,
-                                                   from_archive<load_values<ERPmSimilitude3D>>};
+                                                   from_archive<load_values<ERPmSimilitude3D>>,
+                                                   read_curve<ERCpoleBezier2D>,
+                                                   read_curve<ERCpoleBezier2DR>,
+                                                   read_curve<ERCpoleBezier3D>,
+                                                   read_curve<ERCpoleBezier3DR>,
+                                                   read_curve<ERPatchCPoly2D>,
+                                                   read_curve<ERPatchCPoly3D>,
+                                                   read_curve<ERCpoleNURBS2D>,
+                                                   read_curve<ERCpoleNURBS3D>};
 
 } // namespace
 

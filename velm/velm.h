@@ -141,6 +141,7 @@
 #include "velm/curves/conics.h"
 #include "velm/curves/conversions.h"
 #include "velm/curves/curve_bounds.h"
+#include "velm/curves/degree_reduction.h"
 #include "velm/curves/knot.h"
 #include "velm/curves/knot_vector.h"
 #include "velm/curves/nurbs_curve.h"
@@ -199,6 +200,7 @@
 #include "velm/measure/point_sets.h"
 #include "velm/measure/selection_flags.h"
 #include "velm/measure/target_point.h"
+#include "velm/measure/uncompensated_curve.h"
 
 #include "velm/inspection/applied_alignment.h"
 #include "velm/inspection/clip_result.h"

@@ -1,6 +1,7 @@
 // The Bezier classes: points against sums in long double, operations before against after, feet and
 // crossings against their conditions, stored records.
 #include "velm/curves/bezier_curve.h"
+#include "velm/curves/degree_reduction.h"
 #include "velm/curves/knot_vector.h"
 #include "velm/curves/nurbs_curve.h"
 
@@ -219,6 +220,31 @@ TYPED_TEST(Bezier, LoweringTellsWhetherTheCurveWasRaised) {
         EXPECT_EQ(curve.decrDegree(), 0) << degree; // and lowers all the same
         EXPECT_EQ(curve.degree(), std::max(degree - 1, 1));
     }
+}
+
+TYPED_TEST(Bezier, ReducedCurvesStayWithinTheirDeviation) {
+    velm_test::Random random(55);
+    for (int round = 0; round < 60; ++round) {
+        const int degree = 1 + round % 5;
+        TypeParam curve(this->random_poles(random, degree + 1), ERLimites(2, 5), ERLimites(3, 4));
+        const TypeParam original(curve);
+        curve.incrDegree(3);
+        auto exact = velm::reduce_degree(curve, 1e-9);
+        EXPECT_EQ(exact.curve.degree(), degree);
+        EXPECT_LT(exact.deviation, 1e-11);
+        EXPECT_EQ(exact.curve.getBound(), curve.getBound());
+
+        const double tolerance = std::exp(random.uniform(-5.0, 3.0));
+        auto reduced = velm::reduce_degree(curve, tolerance);
+        EXPECT_LE(reduced.deviation, tolerance);
+        double worst = 0.0;
+        for (int i = 0; i <= 50; ++i)
+            worst = std::max(worst, distance(reduced.curve(2 + 0.06 * i), curve(2 + 0.06 * i)));
+        EXPECT_LE(worst, reduced.deviation + 1e-15);
+        EXPECT_TRUE(isEqual(reduced.curve(5.0), curve(5.0), 1e-12));
+        EXPECT_EQ(velm::reduce_degree(original, -1.0).curve.degree(), degree);
+    }
+    EXPECT_EQ(velm::reduce_degree(TypeParam(), 1.0).curve.nbPoles(), 0);
 }
 
 TYPED_TEST(Bezier, FeetAndCrossingsFulfilTheirConditions) {

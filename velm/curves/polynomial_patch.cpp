@@ -14,19 +14,70 @@
 #include <cmath>
 #include <limits>
 #include <ostream>
+#include <type_traits>
 
 VELM_DEFINE_CLASS(ERPatchCPoly2D, ERLimitedEntity2DWF)
 VELM_DEFINE_CLASS(ERPatchCPoly3D, ERLimitedEntity3DWF)
 
-namespace {
+namespace velm::detail {
 
-bool all_finite(const ERPolynome& p) {
-    const auto coefficients = p.view();
-    return std::all_of(coefficients.begin(), coefficients.end(),
-                       [](double c) { return std::isfinite(c); });
+/// Polynomials as a stored field: their number, then each one's form. More than four, one of a
+/// degree that no curve is read with, or a number that is not finite, leave none.
+template <class Array>
+struct StoredPolynomials {
+    Array& polys;
+};
+
+template <class Array>
+struct FieldForm<StoredPolynomials<Array>> {
+    static constexpr bool fixed = false;
+
+    static void save(ERFile& file, const StoredPolynomials<Array>& field) {
+        StoreWriter form(file);
+        form(field.polys.length());
+        for (const ERPolynome& p : field.polys)
+            form(p);
+        form.flush();
+    }
+    static void restore(ERFile& file, StoredPolynomials<Array>& field) {
+        constexpr int most = 4;
+        StoreReader form(file);
+        int count = 0;
+        form(count);
+        field.polys = Array(count <= most ? count : 0);
+        bool sound = true;
+        for (ERPolynome& p : field.polys) {
+            form(p);
+            sound = sound && is_sound(p);
+        }
+        if (!sound) field.polys = Array();
+    }
+    static unsigned int size(const StoredPolynomials<Array>& field) {
+        StoreSize form;
+        form(field.polys.length());
+        for (const ERPolynome& p : field.polys)
+            form(p);
+        return form.bytes();
+    }
+
+private:
+    static bool is_sound(const ERPolynome& p) {
+        const auto coefficients = p.view();
+        return p.size() <= highest_stored_bezier_degree + 1 &&
+               std::all_of(coefficients.begin(), coefficients.end(),
+                           [](double c) { return std::isfinite(c); });
+    }
+};
+
+} // namespace velm::detail
+
+template <class Self, class Form>
+void ERPatchCPoly::stored_fields(Self& self, Form& form) {
+    using Array = std::remove_reference_t<decltype((self.polys))>;
+    form(velm::detail::StoredPolynomials<Array>{self.polys});
 }
 
-} // namespace
+VELM_DEFINE_STORED_FIELDS(ERPatchCPoly)
 
 ERVec<double> ERPatchCPoly::calculate(double t) const {
     ERVec<double> values(polys.length());
@@ -55,37 +106,6 @@ void ERPatchCPoly::printOn(std::ostream& out) const {
     out << "Patch Polynomial\n";
     for (const ERPolynome& p : polys)
         p.printOn(out); // ends its line
-}
-
-void ERPatchCPoly::saveGuts(ERFile& file) const {
-    velm::StoreWriter form(file);
-    form(polys.length());
-    for (const ERPolynome& p : polys)
-        form(p);
-    form.flush();
-}
-
-void ERPatchCPoly::restoreGuts(ERFile& file) {
-    constexpr int most = 4;
-    velm::StoreReader form(file);
-    int count = 0;
-    form(count);
-    polys = ERTValVector<ERPolynome>(count <= most ? count : 0);
-    bool sound = true;
-    for (ERPolynome& p : polys) {
-        form(p);
-        sound =
-            sound && all_finite(p) && p.size() <= velm::detail::highest_stored_bezier_degree + 1;
-    }
-    if (!sound) polys = ERTValVector<ERPolynome>();
-}
-
-unsigned int ERPatchCPoly::binaryStoreSize() const {
-    velm::StoreSize form;
-    form(polys.length());
-    for (const ERPolynome& p : polys)
-        form(p);
-    return form.bytes();
 }
 
 namespace velm::detail {

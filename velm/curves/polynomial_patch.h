@@ -39,6 +39,9 @@ public:
     virtual unsigned int binaryStoreSize() const;
 
 protected:
+    template <class Self, class Form>
+    static void stored_fields(Self& self, Form& form);
+
     ERTValVector<ERPolynome> polys;
 };
 
@@ -92,6 +95,8 @@ public:
     VELM_DECLARE_STORED_FORM();
 
 protected:
+    using ERPatchCPoly::stored_fields;
+
     /// The polynomials that the curve u -> t of [0, 1] onto the bound gives.
     ERTValVector<ERPolynome> normalised_polynomials() const;
     ERVec<typename D::Pole> bezier_poles() const;
@@ -109,11 +114,6 @@ protected:
 
 private:
     int greatest_degree() const;
-    template <class Self, class Form>
-    static void stored_fields(Self& self, Form& form) {
-        form(static_cast<
-             std::conditional_t<std::is_const_v<Self>, const ERPatchCPoly&, ERPatchCPoly&>>(self));
-    }
 };
 
 } // namespace velm::detail
