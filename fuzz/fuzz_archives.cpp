@@ -136,13 +136,13 @@ Summary summary_of(Document& document, Take take) {
 }
 
 void draw(SectionArchiveReader& document) {
-    SectionPicture picture(document.outline(), document.head().tolerance);
+    SectionPicture picture(document.head(), document.outline());
     KeptRows<SectionRow> kept;
     const Summary summary = summary_of<SectionRow>(document, [&](const SectionRow& row) {
         kept.add(row);
         picture.add(row);
     });
-    picture.svg(summary, kept.worst(), document.head().nominal, document.head().measured);
+    picture.svg(summary, kept.worst());
 }
 
 void draw(TargetArchiveReader& document) {

@@ -7,7 +7,7 @@
 
 #include "inspect/base/failure.h"
 #include "inspect/input/outline_reader.h"
-#include "inspect/result/profile.h"
+#include "velm/planar/profile.h"
 
 using namespace velm::inspect;
 

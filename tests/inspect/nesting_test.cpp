@@ -1,88 +1,11 @@
-// How contours lie in each other: random nests against how they were made, what touches and what
-// crosses.
+// Contours that touch and contours that cross, in files.
 #include <gtest/gtest.h>
-
-#include <cmath>
-#include <numbers>
 
 #include "inspect/base/failure.h"
 #include "inspect/input/outline_reader.h"
-#include "inspect/result/outline_nesting.h"
-#include "support/random.h"
 
 namespace velm::inspect {
 namespace {
-
-constexpr double turn = 2.0 * std::numbers::pi;
-
-// A disc in straight edges, in arcs, or in both.
-Contour disc(velm_test::Random& random, const ERPoint2D& centre, double radius) {
-    const int count = 1 + random.below(12), kind = count < 3 ? 2 : random.below(3);
-    if (count == 1) return Contour::circle(centre, radius);
-    Contour contour;
-    for (int i = 0; i < count; ++i) {
-        const double from = turn * i / count, to = turn * (i + 1) / count;
-        const ERPoint2D p = centre + ERVector2D(std::cos(from), std::sin(from)) * radius;
-        if (kind == 2 || (kind == 1 && i % 2 == 0))
-            contour.append(p, ERArc2D(centre, radius, from, to));
-        else
-            contour.append(p);
-    }
-    return contour;
-}
-
-struct Made {
-    std::vector<Contour> contours;
-    std::vector<int> parents; // -1 for none
-};
-
-// Four discs within each disc, near each other and near its border, down to a depth.
-void fill(velm_test::Random& random, Made& made, int parent, const ERPoint2D& centre, double radius,
-          int depth) {
-    for (int i = 0; depth > 0 && i < 4; ++i) {
-        const double angle = turn * (i + random.uniform(0.2, 0.3)) / 4.0;
-        const ERPoint2D at =
-            centre + ERVector2D(std::cos(angle), std::sin(angle)) * (0.25 * radius);
-        made.contours.push_back(disc(random, at, 0.16 * radius));
-        made.parents.push_back(parent);
-        fill(random, made, static_cast<int>(made.parents.size()) - 1, at, 0.16 * radius,
-             random.below(depth));
-    }
-}
-
-TEST(Nesting, AreasAreThoseOfTheNestTheyWereMadeOf) {
-    velm_test::Random random(61);
-    for (int round = 0; round < 60; ++round) {
-        Made made;
-        const double scale = round % 10 == 3 ? 1e-200 : round % 10 == 7 ? 1e250 : 100.0;
-        fill(random, made, -1, ERPoint2D(round * scale, 0.0), scale, 5);
-        std::vector<int> order(made.parents.size()); // the outline's place of each
-        Outline outline;
-        for (std::size_t i = 0; i < order.size(); ++i)
-            order[i] = static_cast<int>(i);
-        for (std::size_t i = order.size(); i > 1; --i)
-            std::swap(order[i - 1], order[random.next() % i]);
-        outline.contours.resize(order.size());
-        for (std::size_t i = 0; i < order.size(); ++i)
-            outline.contours[static_cast<std::size_t>(order[i])] = made.contours[i];
-        ASSERT_FALSE(settle_areas(outline)) << "round " << round;
-
-        std::vector<int> area_of(order.size(), -1);
-        for (const Area& area : outline.areas)
-            for (const int hole : area.holes)
-                area_of[static_cast<std::size_t>(hole)] = area.outer;
-        std::size_t holes = 0;
-        std::vector<bool> is_hole(order.size());
-        for (std::size_t i = 0; i < order.size(); ++i) { // parents come first
-            const int parent = made.parents[i];
-            is_hole[i] = parent >= 0 && !is_hole[static_cast<std::size_t>(parent)];
-            holes += is_hole[i];
-            EXPECT_EQ(area_of[static_cast<std::size_t>(order[i])],
-                      is_hole[i] ? order[static_cast<std::size_t>(parent)] : -1);
-        }
-        EXPECT_EQ(outline.areas.size() + holes, order.size());
-    }
-}
 
 // Each told as it stands in a file, both ways round: the areas, or a clash at a place.
 TEST(Nesting, ContoursMayTouchButNotCross) {

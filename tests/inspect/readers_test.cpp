@@ -14,7 +14,7 @@
 namespace velm::inspect {
 namespace {
 
-Outline outline_of(std::string_view text, OutlineForm form = OutlineForm::automatic) {
+NominalOutline outline_of(std::string_view text, OutlineForm form = OutlineForm::automatic) {
     TextSource source("o.dat", text);
     return read_outline(source, form);
 }
@@ -65,7 +65,7 @@ TEST(Numbers, ReadTheWholeTextOrSayWhatIsWrong) {
 }
 
 TEST(OutlineReader, ContoursAreReadAsTheyAreFound) {
-    const Outline plain =
+    const NominalOutline plain =
         outline_of("\xEF\xBB\xBF Wing 7 \r\n0,0\r\n10 , 0\t\r\n  10\t10 # corner\r\n"
                    "# no gap\r\n0 10\r\n0 0\r\n \r\n\r\n4 4\r\n4 6\r\n6 6\r\n");
     EXPECT_EQ(plain.title, "Wing 7");
@@ -78,8 +78,8 @@ TEST(OutlineReader, ContoursAreReadAsTheyAreFound) {
 }
 
 TEST(OutlineReader, TheTwoLayoutsOfAirfoilsGiveTheSameOutline) {
-    const Outline round = outline_of("P\n1 0\n.5 .1\n0 0\n.5 -.1\n1 0\n");
-    const Outline runs =
+    const NominalOutline round = outline_of("P\n1 0\n.5 .1\n0 0\n.5 -.1\n1 0\n");
+    const NominalOutline runs =
         outline_of("P\n 3. 3.\n\n0 0\n.5 .1\n1 0\n\n0 0\n.5 -.1\n1 0\n", OutlineForm::automatic);
     EXPECT_EQ(runs.form, OutlineForm::runs);
     ASSERT_EQ(round.contours.size(), 1u);
@@ -144,7 +144,7 @@ TEST(OutlineReader, RefusalsNameTheLineAndTheCause) {
 
 // A full turn, a slot turned the other way, what is closed without Z and what Z closes.
 TEST(OutlineReader, LinesAndArcsMakeContours) {
-    const Outline outline =
+    const NominalOutline outline =
         outline_of("Bracket\nM 5,0\nL 5 0\nL 9 0 # side\n\nA 9 2 9 1 ccw\nL 5 2\nZ\nC 6 1 .5\n"
                    "M 9 1\nA 9 1 8 1 cw\nM 1 0\nA 0 1 0 0 ccw\nA -1.0000005 0 0 0 ccw\nZ\n");
     EXPECT_EQ(outline.title, "Bracket");

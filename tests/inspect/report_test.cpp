@@ -11,16 +11,16 @@
 #include "inspect/keep/section_record.h"
 #include "inspect/keep/section_store.h"
 #include "inspect/result/nominal_entities.h"
-#include "inspect/result/profile.h"
 #include "inspect/result/section_target.h"
 #include "inspect/workshop.h"
 #include "support/random.h"
+#include "velm/planar/profile.h"
 #include "velm/store/store_check.h"
 
 namespace velm::inspect {
 namespace {
 
-Outline outline_from(const std::string& text) {
+NominalOutline outline_from(const std::string& text) {
     TextSource source("lid.txt", text);
     return read_outline(source);
 }
@@ -32,8 +32,8 @@ constexpr const char* lid = "M 0 0\nL 8 0\nA 8 4 8 2 ccw\nL 0 4\nZ\nC 2 2 1\nM 5
 TEST(NominalEntities, AreNamedByModelContourAndClass) {
     const std::string names[][3] = {{"", "a/b.txt", "b.txt"}, {"k/n\\m \xC3\xA4\n", "-", ""}};
     for (const auto& [title, file, model] : names) {
-        const Outline outline = outline_from(title + lid);
-        const NominalEntities entities(outline, file);
+        const NominalOutline outline = outline_from(title + lid);
+        const NominalEntities entities(outline, outline.title, file);
         const std::string top = model.empty() ? "k\\n\\m \xC3\xA4" : model;
         const auto text = [&](int contour, int edge) {
             return std::string(entities.identifier(contour, edge).as_string(gmRepresentationFull));
@@ -46,7 +46,7 @@ TEST(NominalEntities, AreNamedByModelContourAndClass) {
 }
 
 TEST(SectionTarget, LiesAsFarFromItsPlaneAsTheDeviationSays) {
-    const Outline outline = outline_from(lid);
+    const NominalOutline outline = outline_from(lid);
     const Profile profile(outline);
     const double numbers[] = {900, -70, 40, 1, 2, 3, 1, 1, 0};
     velm_test::Random random(142);
@@ -169,7 +169,7 @@ TEST(Report, RefusesWhatIsNotWhole) {
     // A run that was stopped, behind one that wasn't.
     here.write("parts.velm", whole);
     {
-        const Outline outline = outline_from(lid);
+        const NominalOutline outline = outline_from(lid);
         OutputSet outputs;
         SectionStore store(outputs, here.path("parts.velm"), outline, SectionHead());
         store.add(SectionRow());

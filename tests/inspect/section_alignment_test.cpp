@@ -28,9 +28,9 @@ constexpr double size = 75.0;
 constexpr const char* link = "link\nM 0 0\nL 60 0\nA 60 30 60 15 ccw\nL 25 30\nL 20 18\nL 0 25\nZ\n"
                              "C 60 15 6\nM 10 6\nL 10 12\nL 40 12\nL 40 6\nZ\n";
 
-velm::inspect::Outline outline_of(const char* text) {
+velm::Outline outline_of(const char* text) {
     velm::inspect::TextSource source("outline", text);
-    return velm::inspect::read_outline(source, velm::inspect::OutlineForm::automatic, 0.001);
+    return velm::inspect::read_outline(source, velm::OutlineForm::automatic, 0.001);
 }
 
 ERTransfo2D motion(velm_test::Random& random, double way, double angle) {

@@ -6,6 +6,9 @@
 #include "velm/inspection/section_result.h"
 #include "velm/inspection/target_result.h"
 
+#include "support/random.h"
+
+#include <cmath>
 #include <map>
 #include <set>
 #include <sstream>
@@ -17,7 +20,7 @@ using namespace velm;
 struct Text {
     std::ostream& out;
     void operator()(std::monostate) { out << "null"; }
-    void operator()(const Choice& choice) { out << choice.name; }
+    void operator()(const NamedValue& choice) { out << choice.name; }
     void operator()(const Coordinates& at) { list(at.view()); }
     void operator()(const Matrix& matrix) { out << matrix.size << 'x' << matrix.size; }
     void operator()(std::span<const double> numbers) { list(numbers); }
@@ -155,11 +158,29 @@ TEST(Description, AssigningAValueGivesItBack) {
     for (const Field& field : fields_of<SectionRow>())
         if (field.applies(&head) && field.assign != nullptr) {
             EXPECT_TRUE(field.assign(&copy, field.value(&row, &head))) << field.name;
-            EXPECT_FALSE(field.assign(&copy, Choice{99, "none"})) << field.name;
+            EXPECT_FALSE(field.assign(&copy, NamedValue{99, "none"})) << field.name;
         }
     EXPECT_EQ(text_of(describe(copy, head)), text_of(describe(row, head)));
     EXPECT_EQ(copy.index, 7u);
     EXPECT_EQ(copy.comparison.outward, ERVector2D(0, 1));
+}
+
+TEST(RunningStatistics, AreStableFarFromZero) {
+    RunningStatistics statistics;
+    velm_test::Random random(11);
+    RunningStatistics near_zero; // of the same values less what they are far off, which is exact
+    for (int i = 0; i < 10000; ++i) {
+        const double value = 1e9 + random.uniform(-1.0, 1.0);
+        statistics.add(value);
+        near_zero.add(value - 1e9);
+    }
+    const double deviation = near_zero.standard_deviation();
+    EXPECT_NEAR(statistics.standard_deviation(), deviation, 1e-6 * deviation);
+    EXPECT_NEAR(statistics.mean() - 1e9, near_zero.mean(), 1e-14 * 1e9);
+    EXPECT_NEAR(deviation, std::sqrt(1.0 / 3.0), 0.02) << "of a uniform spread";
+    RunningStatistics tiny;
+    tiny.add(-1e-200);
+    EXPECT_EQ(tiny.root_mean_square(), 1e-200) << "whose square is no double";
 }
 
 } // namespace

@@ -17,7 +17,7 @@
 //     Fields that are left out then, such as the alignment of a head, have `absent` omitted, and
 //     `each` leaves them out.
 //   - `each` goes in the order of the description. `each_late_last` moves the fields marked `late`
-//     behind all others, for columns of CSV: what came later never moves what was there before.
+//     after all others, for columns of CSV: what came later never moves what was there before.
 //     In a head, late fields come after the points.
 //   - A value may be a group of fields, a Described of its own: walk it in the same way.
 //   - Coordinates are one field in JSON and several columns elsewhere; `component_suffix` names
@@ -95,7 +95,7 @@ struct Matrix {
 };
 
 /// A value of an enumeration: the number that files keep, and the name that reports show.
-struct Choice {
+struct NamedValue {
     int number = 0;
     std::string_view name;
 };
@@ -129,8 +129,8 @@ private:
 
 /// Counts and totals are std::uint64_t. std::monostate: no value.
 using FieldValue =
-    std::variant<std::monostate, bool, std::uint64_t, double, std::string_view, Choice, Coordinates,
-                 Matrix, std::span<const double>, std::span<const ERPoint2D>,
+    std::variant<std::monostate, bool, std::uint64_t, double, std::string_view, NamedValue,
+                 Coordinates, Matrix, std::span<const double>, std::span<const ERPoint2D>,
                  std::span<const std::string>, Described>;
 
 /// In an archive each row that is kept has its gmTargetPoint at this place.

@@ -27,11 +27,11 @@ ERVector3D unit(const ERVector3D& v) {
 SectionFrame::SectionFrame()
     : frame_(ERChgRepere3D(ERVector3D(1, 0, 0), ERVector3D(0, 1, 0), ERPoint3D(0, 0, 0))) {}
 
-FrameFault SectionFrame::assign(std::span<const double> n) {
-    if (n.size() != numbers_.size()) return FrameFault::count;
+FrameFault SectionFrame::set(std::span<const double> n) {
+    if (n.size() != numbers_.size()) return FrameFault::not_nine;
     const ERVector3D normal = unit({n[3], n[4], n[5]}), axis = unit({n[6], n[7], n[8]});
-    if (normal.norme2() == 0.0) return FrameFault::normal_no_length;
-    if (axis.norme2() == 0.0) return FrameFault::axis_no_length;
+    if (normal.norme2() == 0.0) return FrameFault::normal_without_length;
+    if (axis.norme2() == 0.0) return FrameFault::axis_without_length;
     const ERVector3D second = normal ^ axis;
     if (!(second.norme() >= least_angle)) return FrameFault::axis_along_normal;
     frame_ = ERChgRepere3D(second ^ normal, second, ERPoint3D(n[0], n[1], n[2]));
@@ -73,7 +73,7 @@ std::span<const Field> fields_of<SectionFrame>() {
             [](const SectionFrame& frame) { return frame.numbers(); },
             [](SectionFrame& frame, const FieldValue& value) {
                 const auto* const numbers = std::get_if<std::span<const double>>(&value);
-                return numbers != nullptr && frame.assign(*numbers) == FrameFault::none;
+                return numbers != nullptr && frame.set(*numbers) == FrameFault::none;
             }),
     };
     return fields;

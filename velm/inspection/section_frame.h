@@ -1,7 +1,7 @@
 // SectionFrame: the plane of a section in the coordinates of the machine.
 //
 //     velm::SectionFrame frame;
-//     if (frame.assign(nine_numbers) != velm::FrameFault::none) return; // frame is unchanged
+//     if (frame.set(nine_numbers) != velm::FrameFault::none) return; // frame is unchanged
 //     const ERPoint3D in_section = frame.to_section(measured); // z is the height above the plane
 #pragma once
 
@@ -19,10 +19,10 @@ namespace velm {
 /// Why nine numbers make no frame.
 enum class FrameFault {
     none,
-    count,             ///< they aren't nine
-    normal_no_length,  ///< the normal has no length
-    axis_no_length,    ///< the first axis has no length
-    axis_along_normal, ///< the two enclose less than 1e-9 radians
+    not_nine,              ///< they aren't nine
+    normal_without_length, ///< the normal has no length
+    axis_without_length,   ///< the first axis has no length
+    axis_along_normal,     ///< the two enclose less than 1e-9 radians
 };
 
 /// The section's own x and y lie in the plane, its z along the normal: a point's height.
@@ -34,7 +34,7 @@ public:
     /// From nine numbers: a point of the plane, which becomes the origin, the plane's normal and
     /// the direction of the first axis, both of any length; the axis is projected into the plane.
     /// The frame is unchanged where they make none.
-    FrameFault assign(std::span<const double> numbers);
+    FrameFault set(std::span<const double> numbers);
 
     /// A point of the machine as the section's x and y, and its height.
     ERPoint3D to_section(const ERPoint3D& p) const;

@@ -16,6 +16,7 @@
 #include "velm/inspection/tolerance.h"
 #include "velm/planar/profile.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -80,5 +81,8 @@ struct SectionRow : Judged {
 };
 template <>
 VELM_API std::span<const Field> fields_of<SectionRow>();
+
+/// How many points lie in each place, by its number.
+using PlaceCounts = std::array<std::uint64_t, place_count>;
 
 } // namespace velm

@@ -109,6 +109,13 @@ Contour Contour::scaled(double factor) const {
     return result;
 }
 
+std::uint64_t Outline::edge_count() const {
+    std::uint64_t edges = 0;
+    for (const Contour& contour : contours)
+        edges += static_cast<std::uint64_t>(contour.size());
+    return edges;
+}
+
 ERMinimax2D Outline::box() const {
     ERMinimax2D all;
     for (const Contour& contour : contours)

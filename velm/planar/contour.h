@@ -1,4 +1,18 @@
-// contour.h: `Contour`, a closed run of straight edges and arcs, and `Outline`.
+// Contour, Outline: closed runs of straight edges and arcs, and the material that they bound.
+//
+//     velm::Outline outline;
+//     outline.contours.push_back(velm::Polygon{{0, 0}, {10, 0}, {10, 10}, {0, 10}});
+//     outline.contours.push_back(velm::Contour::circle({5, 5}, 2)); // a bore
+//     if (velm::settle_areas(outline)) return; // two contours cross (outline_nesting.h)
+//     const velm::Profile profile(outline);    // to compare points with (profile.h)
+//
+// An edge is a line or an arc. Whatever depends on that asks `arc(edge)` first: the members of
+// Contour, crosses_ray (ray_crossing.h), the foot of a point (edge_tree.cpp), the cuts of two edges
+// (outline_nesting.cpp) and the side of a point (profile.cpp). Another kind of edge has its place
+// beside the arc in each of these.
+//
+// A contour is built edge by edge and not changed after. Several threads may then read it: nothing
+// is cached, and nothing is allocated but by `scaled`.
 #pragma once
 
 #include "velm/export.h"
@@ -8,6 +22,7 @@
 #include "velm/frame/vector.h"
 #include "velm/wireframe/arc.h"
 
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -18,8 +33,8 @@ using Polygon = QuickAlgebra::ERVec<ERPoint2D>;
 /// As many edges as vertices: edge i leads from vertex i to the next one, the last to vertex 0,
 /// straight or along an arc. A circle is one vertex and one edge, an arc of a whole turn.
 ///
-/// The ends of an arc's edge are its vertices; where a file tells them with few digits, its circle
-/// passes them by up to `mismatch()`.
+/// The ends of an arc's edge are its vertices. Where these have few digits, the arc's circle misses
+/// them by up to `mismatch()`.
 class VELM_API Contour {
 public:
     Contour() = default;
@@ -80,12 +95,14 @@ struct VELM_API Outline {
     /// Turned as the file has them. No two neighbouring vertices of a straight edge are equal;
     /// straight edges alone are at least three, not all on one line.
     std::vector<Contour> contours;
-    /// Of which the material consists, in the order of their outer contours: by `settle_areas`
-    /// (outline_nesting.h). Each contour belongs to one.
+    /// What the material consists of, in the order of the outer contours; `settle_areas` sets it.
+    /// Each contour belongs to one.
     std::vector<OutlineArea> areas;
     std::vector<bool> is_hole; ///< of each contour
 
     ERMinimax2D box() const;
+    /// Of all contours.
+    std::uint64_t edge_count() const;
 };
 
 } // namespace velm

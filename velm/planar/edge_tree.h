@@ -1,5 +1,13 @@
-// edge_tree.h: `EdgeTree`, boxes over the edges of a contour, for questions that a scan of all
-// edges would answer the same.
+// EdgeTree: a contour prepared for questions about its nearest edge and its inside.
+//
+//     const velm::EdgeTree tree(contour);
+//     velm::NearestEdge nearest{std::numeric_limits<double>::infinity(), {}};
+//     tree.find_nearest(p, 0, nearest); // nearest.foot, nearest.edge, nearest.parameter
+//     const bool inside = tree.encloses(p);
+//
+// Building takes the time of n edges, a question about that of log n where the contour is not
+// nearly a circle about p. The tree is immutable: any number of threads may ask it at the same
+// time, and no question allocates or locks.
 #pragma once
 
 #include "velm/export.h"
@@ -18,31 +26,31 @@ struct NearestEdge {
     int edge = -1; ///< from vertex `edge` to the next one
 };
 
-/// A binary tree of boxes over runs of neighbouring edges, straight and along arcs, the closing
-/// edge included.
+/// A binary tree of boxes over runs of neighbouring edges, the closing edge included. The contour
+/// has at least one edge and finite coordinates whose squares are doubles.
 class VELM_API EdgeTree {
 public:
     explicit EdgeTree(Contour contour);
 
-    /// Takes over the edge nearest to `p`, with its foot at the clamped parameter, where it is
-    /// strictly nearer than what `best` holds; of equal ones the first. The answer is the one of a
-    /// scan over all edges, rounding included: a box is passed over only where its distance exceeds
-    /// the best by more than the rounding of a foot. On an arc the foot is that of
-    /// `closest_point`, at an end the vertex itself.
+    /// Sets `best` to the edge nearest to `p`, with its foot at the clamped parameter, if it is
+    /// strictly nearer than what `best` holds; of equal ones to the first. `contour` is the number
+    /// that `best` gets: one search may go over several trees. The answer is that of a scan over
+    /// all edges, rounding included (the bound is derived in the source). On an arc the foot is
+    /// that of `closest_point`, at an end the vertex itself.
     void find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) const;
 
     /// Whether `p` is enclosed, by the crossings of the ray to the right of p (even-odd rule) with
-    /// the edges as they are. What is nearer to an edge than some roundings is not told reliably.
+    /// the edges as they are. Within some roundings of an edge either answer may come.
     bool encloses(const ERPoint2D& p) const;
 
     /// Calls visit(i) for the edges, in order, whose boxes meet the given one.
     template <class Visit>
     void visit(const ERMinimax2D& box, Visit visit) const {
-        // Children stand behind their node, the first one next to it.
+        // A node is followed by its children, the first one next to it.
         for (std::size_t at = 0; at < nodes_.size();) {
             const Node& node = nodes_[at];
             if (node.box | box) {
-                at = node.behind;
+                at = node.after;
                 continue;
             }
             if (node.right == 0)
@@ -57,9 +65,9 @@ public:
 private:
     struct Node {
         ERMinimax2D box;
-        int begin, end;     // edges
-        int right;          // the second child; the first is the next node; 0 in a leaf
-        std::size_t behind; // the node behind the last one under this
+        int begin, end;    // edges
+        int right;         // the second child; the first is the next node; 0 in a leaf
+        std::size_t after; // the node after the last one under this
     };
     int build(int begin, int end);
     void try_edge(int i, const ERPoint2D& p, int contour, NearestEdge& best) const;

@@ -1,4 +1,9 @@
-// outline_nesting.h: how the contours of an outline lie in each other: `settle_areas`.
+// settle_areas: how the contours of an outline lie in each other, and so where the material is.
+//
+//     if (const auto clash = velm::settle_areas(outline))
+//         report(clash->contour, clash->other, clash->crossing); // the outline is unchanged
+//     for (const velm::OutlineArea& area : outline.areas) // an outer contour and its holes
+//         fill(outline.contours[area.outer], area.holes);
 #pragma once
 
 #include "velm/export.h"
@@ -19,11 +24,12 @@ struct ContourClash {
 inline constexpr double touching_part = 1e-6;
 
 /// Fills in the areas of the contours: what lies in an even number of other contours is an outer
-/// one, what lies in an odd number a hole of the next one round it. Whatever their order: a lone
-/// contour, or one outside of all others, is an outer one, and so is an island in a hole.
+/// one, what lies in an odd number a hole of the next one round it. The
+/// order of the contours and the sense in which they turn don't matter: a lone contour, or one
+/// outside of all others, is an outer one, and so is an island in a hole.
 ///
-/// Returns the first clash instead, with the areas left alone. Contours that cross themselves are
-/// not looked for.
+/// Returns the first clash, if any; the areas are unchanged then. Contours that cross themselves
+/// are not looked for. Only pairs whose boxes meet are compared, edge by edge where these meet.
 VELM_API std::optional<ContourClash> settle_areas(Outline& outline);
 
 } // namespace velm

@@ -1,5 +1,12 @@
-// profile.h: `Profile`, a nominal outline that measured points are compared with, `OutlinePlace`
-// and `OutlineComparison`.
+// Profile: an outline prepared for measured points; OutlinePlace, OutlineComparison.
+//
+//     const velm::Profile profile(outline); // whose areas are settled (outline_nesting.h)
+//     if (!profile.is_comparable(p)) return;
+//     const velm::OutlineComparison found = profile.compare(p);
+//     // found.distance: positive outside the material; found.foot, found.contour, found.edge
+//
+// A profile is immutable: any number of threads may ask it at the same time. A question takes about
+// the time of the nearest edge and of one look into the region's raster.
 #pragma once
 
 #include "velm/export.h"
@@ -14,13 +21,16 @@
 
 namespace velm {
 
-/// Where a point lies: inside the material, outside of it, or on the outline. The numbers stand in
-/// object files and must never change.
+/// Where a point lies: inside the material, outside of it, or on the outline. The numbers are
+/// part of object files and archives: they never change.
 enum class OutlinePlace { inside = 0, outside = 1, on_edge = 2, on_vertex = 3 };
 inline constexpr int place_count = 4;
 
 /// "inside", "outside", "on_edge" and "on_vertex", by number.
 VELM_API std::span<const std::string_view> choice_names(OutlinePlace);
+inline std::string_view name_of_place(OutlinePlace place) {
+    return choice_names(place)[static_cast<std::size_t>(place)];
+}
 
 /// A measured point against the profile, in model units.
 struct OutlineComparison {

@@ -5,6 +5,7 @@
 
 #include "inspect/base/failure.h"
 #include "inspect/base/number_text.h"
+#include "inspect/result/frame_complaint.h"
 
 namespace velm::inspect {
 namespace {

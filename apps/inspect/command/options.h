@@ -7,8 +7,8 @@
 #include <string>
 
 #include "inspect/base/output_paths.h"
-#include "inspect/result/section_frame.h"
-#include "inspect/result/summary.h"
+#include "velm/inspection/section_frame.h"
+#include "velm/inspection/tolerance.h"
 
 namespace velm::inspect {
 

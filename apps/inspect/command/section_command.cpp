@@ -1,9 +1,10 @@
 #include "inspect/command/commands.h"
 
 #include "inspect/inspection/section.h"
-#include "inspect/result/outline_forms.h"
+#include "velm/inspection/section_result.h"
 #include <iterator>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 namespace velm::inspect {
@@ -55,12 +56,12 @@ constexpr const char* form_helps[] = {"as recognised",
                                       "two runs after a line of their counts",
                                       "lines and arcs: M, L, A, Z, C",
                                       "loose pieces: x1 y1 x2 y2"};
-static_assert(std::size(form_helps) == std::size(outline_forms));
+static_assert(std::size(form_helps) == static_cast<std::size_t>(OutlineForm::pieces) + 1);
 
 std::vector<Choice<OutlineForm>> make_form_choices() {
     std::vector<Choice<OutlineForm>> choices;
-    for (const auto& [name, form] : outline_forms)
-        choices.push_back({name, form, form_helps[choices.size()]});
+    for (const std::string_view name : choice_names(OutlineForm()))
+        choices.push_back({name.data(), *form_of_name(name), form_helps[choices.size()]});
     return choices;
 }
 const std::vector<Choice<OutlineForm>> form_choices = make_form_choices();

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "inspect/base/number_text.h"
-#include "inspect/result/outline_nesting.h"
+#include "velm/planar/outline_nesting.h"
 
 namespace velm::inspect {
 namespace {

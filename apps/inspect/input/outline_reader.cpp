@@ -91,7 +91,7 @@ Contour make_contour(const TextSource& source, Run run) {
 }
 
 std::vector<LocatedContour> make_contours(const TextSource& source, Run vertices,
-                                          Outline& outline) {
+                                          NominalOutline& outline) {
     std::vector<LocatedContour> contours;
     if (outline.form == OutlineForm::automatic)
         outline.form = announces_runs(vertices) ? OutlineForm::runs : OutlineForm::contours;
@@ -108,7 +108,7 @@ std::vector<LocatedContour> make_contours(const TextSource& source, Run vertices
 
 // Passes over the title, and gives the first line of data; false where there is none. A form that
 // isn't told is settled here as far as that line tells it.
-bool find_data(OutlineLines& lines, OutlineLine& line, Outline& outline) {
+bool find_data(OutlineLines& lines, OutlineLine& line, NominalOutline& outline) {
     bool has_title = false;
     while (lines.next(line)) {
         const bool may_be_arcs =
@@ -134,8 +134,8 @@ bool find_data(OutlineLines& lines, OutlineLine& line, Outline& outline) {
 
 } // namespace
 
-Outline read_outline(TextSource& source, OutlineForm form, double chain_tolerance) {
-    Outline outline;
+NominalOutline read_outline(TextSource& source, OutlineForm form, double chain_tolerance) {
+    NominalOutline outline;
     outline.form = form;
     OutlineLines lines(source);
     OutlineLine line;

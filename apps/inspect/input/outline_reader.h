@@ -2,9 +2,16 @@
 #pragma once
 
 #include "inspect/input/text_source.h"
-#include "inspect/result/contour.h"
+#include "velm/inspection/section_result.h"
+#include "velm/planar/contour.h"
 
 namespace velm::inspect {
+
+/// An outline as a file describes it.
+struct NominalOutline : Outline {
+    std::string title; ///< the first line that is no data; may be empty
+    OutlineForm form = OutlineForm::contours;
+};
 
 /// How near the ends of loose pieces are that belong together, unless it is told.
 inline constexpr double default_chain_tolerance = 0.001;
@@ -22,7 +29,7 @@ inline constexpr double default_chain_tolerance = 0.001;
 /// outer one (outline_nesting.h).
 ///
 /// Throws `Failure`: (input) with the file, the line and what was expected, (file) on read errors.
-Outline read_outline(TextSource& source, OutlineForm form = OutlineForm::automatic,
-                     double chain_tolerance = default_chain_tolerance);
+NominalOutline read_outline(TextSource& source, OutlineForm form = OutlineForm::automatic,
+                            double chain_tolerance = default_chain_tolerance);
 
 } // namespace velm::inspect

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "inspect/input/text_source.h"
-#include "inspect/result/contour.h"
+#include "velm/planar/contour.h"
 
 namespace velm::inspect {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "inspect/input/csv_records.h"
-#include "inspect/result/target_result.h"
+#include "velm/inspection/target_result.h"
 
 namespace velm::inspect {
 

@@ -51,7 +51,7 @@ Polygon scaled(Polygon points, double factor) {
 // One area of the region, and the place of its pieces on their way.
 class AreaClipper : private ERDebugIntersect {
 public:
-    AreaClipper(const Outline& region, const Area& area, double factor)
+    AreaClipper(const Outline& region, const OutlineArea& area, double factor)
         : domain_(1 + static_cast<int>(area.holes.size()), 1) {
         const auto add = [&](int contour) {
             domain_.Add(
@@ -106,7 +106,7 @@ void require_straight(const TextSource& source, const Outline& region) {
 ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
     const double factor = scale_for(region, polylines);
     std::deque<AreaClipper> areas; // which stay where they are
-    for (const Area& area : region.areas)
+    for (const OutlineArea& area : region.areas)
         areas.emplace_back(region, area, factor);
     ClipResult result;
     result.polylines = static_cast<int>(polylines.size());
@@ -128,7 +128,7 @@ ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
 
 ExitCode clip_polylines(const ClipOptions& options) {
     TextSource region_file(options.region);
-    const Outline region = read_outline(region_file, options.form, options.chain_tolerance);
+    const NominalOutline region = read_outline(region_file, options.form, options.chain_tolerance);
     require_straight(region_file, region);
     TextSource polyline_file(options.polyline);
     const Polylines polylines = read_polylines(polyline_file);

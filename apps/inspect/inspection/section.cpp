@@ -17,17 +17,30 @@ std::vector<SectionRow> read_all(SectionPoints& points) {
     return rows;
 }
 
+SectionHead head_of(const SectionOptions& options, const NominalOutline& outline) {
+    SectionHead head;
+    head.nominal = options.nominal;
+    head.measured = options.measured;
+    head.tolerance = options.tolerance;
+    head.frame = options.frame;
+    head.max_height = options.max_height;
+    head.title = outline.title;
+    head.form = outline.form;
+    head.contours = static_cast<int>(outline.contours.size());
+    head.edges = outline.edge_count();
+    return head;
+}
+
 } // namespace
 
 ExitCode inspect_section(const SectionOptions& options) {
     TextSource nominal(options.nominal);
-    const Outline outline = read_outline(nominal, options.form, options.chain_tolerance);
+    const NominalOutline outline = read_outline(nominal, options.form, options.chain_tolerance);
     const Profile profile(outline);
     const ProbingOptions probing{options.measured, options.diameter, options.frame,
                                  options.max_height, !options.paths.quiet};
     SectionPoints points(probing, profile);
-    SectionHead head{options.nominal, options.measured,   options.tolerance,
-                     options.frame,   options.max_height, {}};
+    SectionHead head = head_of(options, outline);
     std::vector<SectionRow> aligned;
     if (options.align) {
         aligned = read_all(points);

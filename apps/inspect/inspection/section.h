@@ -7,7 +7,7 @@
 #include "inspect/base/failure.h"
 #include "inspect/input/outline_reader.h"
 #include "inspect/report/section_outputs.h"
-#include "inspect/result/section_frame.h"
+#include "velm/inspection/section_frame.h"
 
 namespace velm::inspect {
 

@@ -34,7 +34,7 @@ AppliedAlignment align_section(std::span<SectionRow> rows, const Profile& profil
     for (const SectionRow& row : rows)
         points.push_back(row.measured * scale);
     const velm::NominalOf2D place = [&](std::size_t number, const ERPoint2D& p) {
-        const Comparison found = profile.compare(p / scale);
+        const OutlineComparison found = profile.compare(p / scale);
         const double radius = rows[number].diameter / 2.0;
         return velm::NominalPlace2D{(found.foot + radius * found.outward) * scale, found.outward};
     };

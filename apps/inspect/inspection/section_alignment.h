@@ -4,9 +4,9 @@
 #include <span>
 #include <string>
 
-#include "inspect/result/applied_alignment.h"
-#include "inspect/result/contour.h"
-#include "inspect/result/section_result.h"
+#include "velm/inspection/applied_alignment.h"
+#include "velm/inspection/section_result.h"
+#include "velm/planar/contour.h"
 
 namespace velm::inspect {
 

@@ -8,8 +8,8 @@
 #include "inspect/base/progress.h"
 #include "inspect/base/repeated_ids.h"
 #include "inspect/input/measured_reader.h"
-#include "inspect/result/section_frame.h"
-#include "inspect/result/section_result.h"
+#include "velm/inspection/section_frame.h"
+#include "velm/inspection/section_result.h"
 
 namespace velm::inspect {
 

@@ -4,8 +4,8 @@
 #include <span>
 #include <string>
 
-#include "inspect/result/applied_alignment.h"
-#include "inspect/result/target_result.h"
+#include "velm/inspection/applied_alignment.h"
+#include "velm/inspection/target_result.h"
 
 namespace velm::inspect {
 

@@ -7,7 +7,7 @@
 
 #include "inspect/base/failure.h"
 #include "inspect/report/target_outputs.h"
-#include "inspect/result/summary.h"
+#include "velm/inspection/summary.h"
 
 namespace velm::inspect {
 

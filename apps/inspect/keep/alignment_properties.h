@@ -6,8 +6,8 @@
 
 #include "inspect/keep/record_fields.h"
 #include "inspect/keep/record_properties.h"
-#include "inspect/result/applied_alignment.h"
-#include "inspect/result/section_result.h"
+#include "velm/inspection/applied_alignment.h"
+#include "velm/inspection/section_result.h"
 
 namespace velm::inspect {
 

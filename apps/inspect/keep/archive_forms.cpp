@@ -7,9 +7,9 @@
 
 #include "inspect/input/outline_checks.h"
 #include "inspect/result/nominal_entities.h"
-#include "inspect/result/outline_forms.h"
-#include "inspect/result/outline_nesting.h"
 #include "velm/frame/value_archive.h"
+#include "velm/inspection/section_result.h"
+#include "velm/planar/outline_nesting.h"
 #include "velm/platform/text_archive.h"
 
 namespace velm::inspect {
@@ -70,8 +70,8 @@ void append_edge(CArchive& archive, Contour& contour, const ArchivedEdge& edge) 
     contour.append(edge.vertex, arc);
 }
 
-void store_outline(CArchive& archive, const Outline& outline, const std::string& nominal) {
-    const NominalEntities entities(outline, nominal);
+void store_outline(CArchive& archive, const Outline& outline, const SectionHead& head) {
+    const NominalEntities entities(outline, head.title, head.nominal);
     int contours = static_cast<int>(outline.contours.size());
     exchange(archive, contours);
     for (int c = 0; c < contours; ++c) {
@@ -227,26 +227,26 @@ void exchange(CArchive& archive, TargetHead& head) {
     exchange(archive, head.table, head.tolerance, head.alignment, head.skipped);
 }
 
-void exchange_outline(CArchive& archive, Outline& outline, const std::string& nominal) {
-    std::string form = name_of_form(outline.form);
-    exchange(archive, outline.title, form);
+void exchange_outline(CArchive& archive, Outline& outline, SectionHead& head) {
+    std::string form(name_of_form(head.form));
+    exchange(archive, head.title, form);
     require(archive, form_of_name(form).has_value());
-    outline.form = *form_of_name(form);
+    head.form = *form_of_name(form);
     if (archive.IsStoring())
-        store_outline(archive, outline, nominal);
+        store_outline(archive, outline, head);
     else
         load_outline(archive, outline);
 }
 
 void exchange_row(CArchive& archive, SectionRow& row, gmTargetPoint& target,
                   const SectionHead& head) {
-    Comparison& found = row.comparison;
+    OutlineComparison& found = row.comparison;
     exchange(archive, row.id, target, found.contour, found.edge, found.parameter, found.foot,
              found.outward, found.distance, row.deviation, row.measured);
     int place = static_cast<int>(found.place);
     exchange(archive, place);
     require(archive, place >= 0 && place < place_count);
-    found.place = static_cast<Place>(place);
+    found.place = static_cast<OutlinePlace>(place);
     require(archive, found.parameter >= 0.0 && found.parameter <= 1.0 &&
                          std::fabs(row.deviation) <= largest_deviation);
     if (archive.IsLoading()) row.diameter = target.measured_point().diameter;

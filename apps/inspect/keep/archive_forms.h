@@ -5,14 +5,12 @@
 #include <optional>
 #include <string>
 
-#include "inspect/result/applied_alignment.h"
-#include "inspect/result/contour.h"
-#include "inspect/result/section_head.h"
-#include "inspect/result/section_result.h"
-#include "inspect/result/summary.h"
-#include "inspect/result/target_head.h"
-#include "inspect/result/target_result.h"
+#include "velm/inspection/applied_alignment.h"
+#include "velm/inspection/section_result.h"
+#include "velm/inspection/summary.h"
+#include "velm/inspection/target_result.h"
 #include "velm/measure/target_point.h"
+#include "velm/planar/contour.h"
 #include "velm/platform/archive.h"
 
 namespace velm::inspect {
@@ -56,7 +54,7 @@ void exchange(CArchive& archive, TargetHead& head);
 
 /// The outline with an identifier for each edge. `nominal` names its file. What is loaded is an
 /// outline as a file of one gives it.
-void exchange_outline(CArchive& archive, Outline& outline, const std::string& nominal);
+void exchange_outline(CArchive& archive, Outline& outline, SectionHead& head);
 
 /// A point of a section with this head. The target holds what is told of it in space.
 void exchange_row(CArchive& archive, SectionRow& row, gmTargetPoint& target,

@@ -7,7 +7,7 @@
 
 #include "inspect/base/output_set.h"
 #include "inspect/keep/store_file.h"
-#include "inspect/result/summary.h"
+#include "velm/inspection/summary.h"
 #include "velm/measure/selection_flags.h"
 #include "velm/platform/archive.h"
 #include "velm/platform/file.h"

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "inspect/keep/record_keys.h"
-#include "inspect/result/summary.h"
+#include "velm/inspection/summary.h"
 #include "velm/store/db_object.h"
 
 namespace velm::inspect {

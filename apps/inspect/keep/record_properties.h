@@ -7,8 +7,8 @@
 #include <string>
 
 #include "inspect/keep/record_keys.h"
-#include "inspect/result/summary.h"
 #include "velm/frame/smart_pointer.h"
+#include "velm/inspection/summary.h"
 #include "velm/measure/cad_object_id.h"
 #include "velm/store/db_object.h"
 

@@ -6,7 +6,7 @@
 namespace velm::inspect {
 namespace {
 
-bool is_edge(const Outline& outline, const Comparison& found) {
+bool is_edge(const Outline& outline, const OutlineComparison& found) {
     return static_cast<std::size_t>(found.contour) < outline.contours.size() &&
            found.edge < outline.contours[static_cast<std::size_t>(found.contour)].size();
 }
@@ -19,7 +19,7 @@ SectionArchive::SectionArchive(OutputSet& outputs, const std::string& path, cons
     Outline stored = outline;
     archive_.put_head([&](CArchive& archive) {
         exchange(archive, head_);
-        exchange_outline(archive, stored, head_.nominal);
+        exchange_outline(archive, stored, head_);
     });
 }
 
@@ -33,7 +33,7 @@ void SectionArchive::add(const SectionRow& row) {
 SectionArchiveReader::SectionArchiveReader(InspectionArchiveReader& document)
     : document_(document) {
     exchange(document_.archive(), head_);
-    exchange_outline(document_.archive(), outline_, head_.nominal);
+    exchange_outline(document_.archive(), outline_, head_);
 }
 
 bool SectionArchiveReader::next(SectionRow& row) {

@@ -5,8 +5,9 @@
 #include "inspect/base/number_text.h"
 #include "inspect/input/outline_checks.h"
 #include "inspect/keep/alignment_properties.h"
-#include "inspect/result/outline_forms.h"
-#include "inspect/result/outline_nesting.h"
+#include "inspect/result/frame_complaint.h"
+#include "velm/inspection/section_result.h"
+#include "velm/planar/outline_nesting.h"
 #include "velm/wireframe/segment.h"
 
 namespace velm::inspect {
@@ -37,8 +38,8 @@ void read_place(const RecordFields& fields, SectionRow& row) {
     row.measured = point(fields, RecordKey::section_x, RecordKey::section_y);
 }
 
-Comparison read_comparison(const RecordFields& fields, const Outline& outline) {
-    Comparison found;
+OutlineComparison read_comparison(const RecordFields& fields, const Outline& outline) {
+    OutlineComparison found;
     found.foot = point(fields, RecordKey::foot_x, RecordKey::foot_y);
     const std::uint64_t contour = fields.count(RecordKey::contour);
     const std::uint64_t edge = fields.count(RecordKey::edge);
@@ -51,7 +52,7 @@ Comparison read_comparison(const RecordFields& fields, const Outline& outline) {
     found.distance = fields.number(RecordKey::distance);
     const std::uint64_t place = fields.count(RecordKey::place);
     if (place >= place_count) fields.refuse("the point's place is unknown");
-    found.place = static_cast<Place>(place);
+    found.place = static_cast<OutlinePlace>(place);
     found.outward =
         ERVector2D(fields.number(RecordKey::outward_x), fields.number(RecordKey::outward_y));
     if (found.parameter < 0.0 || found.parameter > 1.0)
@@ -86,11 +87,12 @@ void SectionRecord::read_head(const RecordFields& fields) {
 }
 
 void SectionRecord::read_outline(const RecordFields& fields) {
-    outline_.title = fields.optional_text(RecordKey::title);
+    head_.title = fields.optional_text(RecordKey::title);
     const std::optional<OutlineForm> form = form_of_name(fields.text(RecordKey::form));
     if (!form) fields.refuse("the form of the outline is unknown");
-    outline_.form = *form;
+    head_.form = *form;
     const std::uint64_t edges = fields.count(RecordKey::edge_count);
+    head_.edges = edges;
     for (std::uint64_t edge = 0; edge < edges; ++edge) {
         const t_SmartPtr<ERDBObject> record = inspection_.part(
             reader_, count_ + edge, edge_kind, RecordKey::section, "edge " + std::to_string(edge));
@@ -100,6 +102,7 @@ void SectionRecord::read_outline(const RecordFields& fields) {
         fields.refuse("the outline has another number of contours than it should");
     for (const Contour& contour : outline_.contours)
         if (!has_area(contour)) fields.refuse("a contour of the outline goes round no area");
+    head_.contours = static_cast<int>(outline_.contours.size());
     if (outline_.contours.empty() || settle_areas(outline_))
         fields.refuse("two contours of the outline cross, or it has none");
 }

@@ -5,9 +5,8 @@
 
 #include "inspect/keep/record_fields.h"
 #include "inspect/keep/stored_inspections.h"
-#include "inspect/result/contour.h"
-#include "inspect/result/section_head.h"
-#include "inspect/result/section_result.h"
+#include "velm/inspection/section_result.h"
+#include "velm/planar/contour.h"
 
 namespace velm::inspect {
 

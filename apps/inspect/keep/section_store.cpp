@@ -6,8 +6,8 @@
 #include "inspect/keep/alignment_properties.h"
 #include "inspect/keep/record_colour.h"
 #include "inspect/keep/record_properties.h"
-#include "inspect/result/outline_forms.h"
 #include "inspect/result/section_target.h"
+#include "velm/inspection/section_result.h"
 #include "velm/version.h"
 
 namespace velm::inspect {
@@ -32,18 +32,11 @@ void put_frame(ERDBObject& record, const SectionFrame& frame) {
     put(record, RecordKey::frame_numbers, numbers);
 }
 
-std::uint64_t edges_of(const Outline& outline) {
-    std::uint64_t edges = 0;
-    for (const Contour& contour : outline.contours)
-        edges += static_cast<std::uint64_t>(contour.size());
-    return edges;
-}
-
-void put_outline(ERDBObject& record, const Outline& outline) {
-    if (!outline.title.empty()) put(record, RecordKey::title, outline.title);
-    put(record, RecordKey::form, std::string(name_of_form(outline.form)));
-    put_count(record, RecordKey::contour_count, outline.contours.size());
-    put_count(record, RecordKey::edge_count, edges_of(outline));
+void put_outline(ERDBObject& record, const SectionHead& head) {
+    if (!head.title.empty()) put(record, RecordKey::title, head.title);
+    put(record, RecordKey::form, std::string(name_of_form(head.form)));
+    put_count(record, RecordKey::contour_count, static_cast<std::uint64_t>(head.contours));
+    put_count(record, RecordKey::edge_count, head.edges);
 }
 
 void put_measured(ERDBObject& record, const SectionRow& row) {
@@ -82,25 +75,25 @@ void SectionStore::EdgeFigures::add(const SectionRow& row) {
 
 SectionStore::SectionStore(OutputSet& outputs, const std::string& path, const Outline& outline,
                            const SectionHead& head)
-    : file_(outputs, path), outline_(outline), entities_(outline, head.nominal),
+    : file_(outputs, path), outline_(outline), entities_(outline, head.title, head.nominal),
       tolerance_(head.tolerance), frame_(head.frame) {
     for (const Contour& contour : outline.contours)
         figures_.emplace_back(static_cast<std::size_t>(contour.size()));
     section_ = new_record(section_kind);
-    section_->name(outline.title.empty() ? head.nominal.c_str() : outline.title.c_str());
+    section_->name(head.title.empty() ? head.nominal.c_str() : head.title.c_str());
     put(*section_, RecordKey::program, std::string("velm-inspect " VELM_VERSION_STRING));
     put(*section_, RecordKey::nominal, head.nominal);
     put(*section_, RecordKey::measured, head.measured);
     put_tolerance(*section_, head.tolerance);
     if (head.frame) put_frame(*section_, *head.frame);
     if (head.max_height) put(*section_, RecordKey::max_height, *head.max_height);
-    put_outline(*section_, outline);
+    put_outline(*section_, head);
     put_alignment(*section_, head.alignment);
     file_.save(section_);
 }
 
 void SectionStore::add(const SectionRow& row) {
-    const Comparison& found = row.comparison;
+    const OutlineComparison& found = row.comparison;
     figures_[static_cast<std::size_t>(found.contour)][static_cast<std::size_t>(found.edge)].add(
         row);
     const t_SmartPtr<ERDBObject> point = new_record(point_kind);
@@ -158,7 +151,7 @@ void SectionStore::finish(const Summary& summary) {
         for (std::size_t edge = 0; edge < figures_[contour].size(); ++edge)
             save_edge(static_cast<int>(contour), static_cast<int>(edge), figures_[contour][edge]);
     put_summary(*section_, summary);
-    put_count(*section_, RecordKey::records, points_ + edges_of(outline_));
+    put_count(*section_, RecordKey::records, points_ + outline_.edge_count());
     file_.save_again(*section_);
     file_.close();
 }

@@ -8,8 +8,7 @@
 #include "inspect/base/output_set.h"
 #include "inspect/keep/store_writer.h"
 #include "inspect/result/nominal_entities.h"
-#include "inspect/result/section_head.h"
-#include "inspect/result/section_result.h"
+#include "velm/inspection/section_result.h"
 
 namespace velm::inspect {
 

@@ -6,8 +6,7 @@
 
 #include "inspect/keep/inspection_archive.h"
 #include "inspect/keep/inspection_archive_reader.h"
-#include "inspect/result/target_head.h"
-#include "inspect/result/target_result.h"
+#include "velm/inspection/target_result.h"
 
 namespace velm::inspect {
 

@@ -5,8 +5,7 @@
 
 #include "inspect/keep/record_fields.h"
 #include "inspect/keep/stored_inspections.h"
-#include "inspect/result/target_head.h"
-#include "inspect/result/target_result.h"
+#include "velm/inspection/target_result.h"
 
 namespace velm::inspect {
 

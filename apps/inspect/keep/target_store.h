@@ -6,8 +6,7 @@
 
 #include "inspect/base/output_set.h"
 #include "inspect/keep/store_writer.h"
-#include "inspect/result/target_head.h"
-#include "inspect/result/target_result.h"
+#include "velm/inspection/target_result.h"
 
 namespace velm::inspect {
 

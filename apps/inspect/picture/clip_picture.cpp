@@ -75,7 +75,7 @@ void draw_legend(SvgCanvas& canvas, const ClipResult& result) {
 
 } // namespace
 
-std::string clip_picture(const Outline& region, const Polylines& polylines,
+std::string clip_picture(const NominalOutline& region, const Polylines& polylines,
                          const ClipResult& result) {
     ERMinimax2D box = region.box();
     for (const Polygon& line : polylines.lines)

@@ -27,7 +27,7 @@ DeviationEnvelope::DeviationEnvelope(const Outline& outline) {
 }
 
 void DeviationEnvelope::add(const SectionRow& row) {
-    const Comparison& found = row.comparison;
+    const OutlineComparison& found = row.comparison;
     const std::vector<double>& way = way_[static_cast<std::size_t>(found.contour)];
     std::vector<Stretch>& stretches = stretches_[static_cast<std::size_t>(found.contour)];
     const auto edge = static_cast<std::size_t>(found.edge);

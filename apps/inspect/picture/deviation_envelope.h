@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "inspect/result/section_result.h"
+#include "velm/inspection/section_result.h"
 
 namespace velm::inspect {
 

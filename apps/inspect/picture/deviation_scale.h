@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "inspect/result/section_result.h"
+#include "velm/inspection/section_result.h"
 
 namespace velm::inspect {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "inspect/picture/svg_canvas.h"
-#include "inspect/result/contour.h"
+#include "velm/planar/contour.h"
 
 namespace velm::inspect {
 

@@ -309,7 +309,7 @@ void SectionDrawing::draw_labels(const std::vector<SectionRow>& rows, std::size_
     std::vector<CanvasPoint> named;
     for (const SectionRow& row : rows) {
         if (named.size() == most) return;
-        const Comparison& found = row.comparison;
+        const OutlineComparison& found = row.comparison;
         const CanvasPoint foot = place(found.foot);
         const CanvasPoint at = tip(found.foot, found.outward, row.deviation);
         const auto is_near = [&](const CanvasPoint& other) {

@@ -39,9 +39,9 @@ Layout lay_out(const Outline& outline) {
 
 } // namespace
 
-SectionPicture::SectionPicture(const Outline& outline, const std::optional<Tolerance>& tolerance)
-    : outline_(outline), tolerance_(tolerance), envelope_(outline) {
-    notes_.has_tolerance = tolerance.has_value();
+SectionPicture::SectionPicture(const SectionHead& head, const Outline& outline)
+    : head_(head), outline_(outline), tolerance_(head.tolerance), envelope_(outline) {
+    notes_.has_tolerance = head.tolerance.has_value();
 }
 
 void SectionPicture::add(const SectionRow& row) {
@@ -79,7 +79,7 @@ SectionPicture::Look SectionPicture::look() const {
 }
 
 std::string SectionPicture::title() const {
-    return outline_.title.empty() ? "Section" : terminal_text(outline_.title);
+    return head_.title.empty() ? "Section" : terminal_text(head_.title);
 }
 
 LegendNotes SectionPicture::draw(SvgCanvas& canvas, const CanvasBox& area, const Look& look,
@@ -99,13 +99,14 @@ LegendNotes SectionPicture::draw(SvgCanvas& canvas, const CanvasBox& area, const
     return notes;
 }
 
-std::string SectionPicture::svg(const Summary& summary, const std::vector<SectionRow>& worst,
-                                const std::string& nominal, const std::string& measured) const {
+std::string SectionPicture::svg(const Summary& summary,
+                                const std::vector<SectionRow>& worst) const {
     const Look look = this->look();
     const Layout layout = lay_out(outline_);
-    SvgCanvas canvas(outline_.title.empty() ? "Section" : outline_.title,
-                     "Deviations of " + measured + " from " + nominal);
-    draw_header(canvas, title(), shown_path(measured) + " against " + shown_path(nominal), summary);
+    SvgCanvas canvas(head_.title.empty() ? "Section" : head_.title,
+                     "Deviations of " + head_.measured + " from " + head_.nominal);
+    draw_header(canvas, title(),
+                shown_path(head_.measured) + " against " + shown_path(head_.nominal), summary);
     const LegendNotes notes = draw(canvas, layout.drawing, look, worst, "");
     draw_figures(canvas, layout.figures, summary, look.unit);
     draw_histogram(canvas, layout.histogram, look.cells, look.scale, tolerance_.has_value(),

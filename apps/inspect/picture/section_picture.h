@@ -10,7 +10,7 @@
 #include "inspect/picture/page_pictures.h"
 #include "inspect/picture/section_drawing.h"
 #include "inspect/picture/section_panel.h"
-#include "inspect/result/section_result.h"
+#include "velm/inspection/section_result.h"
 
 namespace velm::inspect {
 
@@ -19,12 +19,12 @@ namespace velm::inspect {
 /// tolerance.
 class SectionPicture {
 public:
-    SectionPicture(const Outline& outline, const std::optional<Tolerance>& tolerance);
+    /// The outline must outlive the picture.
+    SectionPicture(const SectionHead& head, const Outline& outline);
     void add(const SectionRow& row);
     /// The picture as SVG, or the pictures of a page. `worst` are the rows to be named, the worst
     /// first.
-    std::string svg(const Summary& summary, const std::vector<SectionRow>& worst,
-                    const std::string& nominal, const std::string& measured) const;
+    std::string svg(const Summary& summary, const std::vector<SectionRow>& worst) const;
     PagePictures page(const std::vector<SectionRow>& worst) const;
 
 private:
@@ -47,6 +47,7 @@ private:
     std::string title() const;
     std::vector<SectionRow> rows_to_name(const std::vector<SectionRow>& worst) const;
 
+    SectionHead head_;
     const Outline& outline_;
     std::optional<Tolerance> tolerance_;
     std::size_t count_ = 0;

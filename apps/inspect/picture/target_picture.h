@@ -6,7 +6,7 @@
 
 #include "inspect/picture/deviation_scale.h"
 #include "inspect/picture/page_pictures.h"
-#include "inspect/result/target_result.h"
+#include "velm/inspection/target_result.h"
 
 namespace velm::inspect {
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "inspect/result/applied_alignment.h"
+#include "velm/inspection/applied_alignment.h"
 
 namespace velm::inspect {
 

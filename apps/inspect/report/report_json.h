@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "inspect/result/summary.h"
+#include "velm/inspection/summary.h"
 
 namespace velm::inspect {
 

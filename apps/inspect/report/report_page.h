@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "inspect/picture/page_pictures.h"
-#include "inspect/result/summary.h"
+#include "velm/inspection/summary.h"
 
 namespace velm::inspect {
 

@@ -6,7 +6,7 @@ namespace velm::inspect {
 
 SectionOutputs::SectionOutputs(const SectionHead& head, const Outline& outline,
                                const OutputPaths& paths)
-    : head_(head), quiet_(paths.quiet), picture_(outline, head.tolerance) {
+    : head_(head), quiet_(paths.quiet), picture_(head, outline) {
     summary_.tolerance = head.tolerance;
     Output* const json = outputs_.add_if_asked(paths.json);
     Output* const csv = outputs_.add_if_asked(paths.csv);
@@ -29,8 +29,7 @@ void SectionOutputs::add(const SectionRow& row) {
 
 void SectionOutputs::finish() {
     if (json_) json_->finish(summary_);
-    if (svg_ != nullptr)
-        svg_->write(picture_.svg(summary_, rows_.worst(), head_.nominal, head_.measured));
+    if (svg_ != nullptr) svg_->write(picture_.svg(summary_, rows_.worst()));
     if (page_) html_->write(page_->html(summary_, picture_, rows_.worst()));
     if (Output* const table = outputs_.add_text(quiet_))
         table->write(section_table(rows_, summary_, places_, head_));

@@ -11,9 +11,8 @@
 #include "inspect/picture/section_picture.h"
 #include "inspect/report/section_page.h"
 #include "inspect/report/section_reports.h"
-#include "inspect/result/contour.h"
-#include "inspect/result/section_head.h"
-#include "inspect/result/section_result.h"
+#include "velm/inspection/section_result.h"
+#include "velm/planar/contour.h"
 
 namespace velm::inspect {
 

@@ -67,7 +67,7 @@ std::vector<std::string> columns(const SectionHead& head, bool has_holes) {
 }
 
 ReportPage::Row page_row(const SectionRow& row, int decimals, bool has_holes) {
-    const Comparison& found = row.comparison;
+    const OutlineComparison& found = row.comparison;
     ReportPage::Row shown{row.id, {}, row.in_tolerance};
     const auto add = [&](std::initializer_list<double> values) {
         for (const double value : values)
@@ -94,7 +94,7 @@ std::string SectionPage::html(const Summary& summary, const SectionPicture& pict
     const int decimals = table_decimals(summary);
     const bool has_holes = outline_.contours.size() > 1;
     ReportPage page;
-    page.title = outline_.title.empty() ? "Section" : outline_.title;
+    page.title = head_.title.empty() ? "Section" : head_.title;
     page.subtitle = head_.measured + " against " + head_.nominal;
     page.pictures = picture.page(worst);
     page.columns = columns(head_, has_holes);

@@ -6,9 +6,8 @@
 
 #include "inspect/base/worst_rows.h"
 #include "inspect/picture/section_picture.h"
-#include "inspect/result/contour.h"
-#include "inspect/result/section_head.h"
-#include "inspect/result/section_result.h"
+#include "velm/inspection/section_result.h"
+#include "velm/planar/contour.h"
 
 namespace velm::inspect {
 

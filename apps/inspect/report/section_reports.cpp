@@ -69,7 +69,7 @@ void SectionJson::add(const SectionRow& row) {
     }
     text_ += ",\"in_tolerance\":";
     text_ += truth_text(row.in_tolerance, "null");
-    text_ += ",\"place\":\"" + std::string(place_text(row.comparison.place)) + "\"}";
+    text_ += ",\"place\":\"" + std::string(name_of_place(row.comparison.place)) + "\"}";
     output_.write(text_);
 }
 
@@ -109,7 +109,7 @@ void SectionCsv::add(const SectionRow& row) {
     text_ += truth_text(row.in_tolerance, "");
     if (row.aligned && row.deviation_before)
         append({row.aligned->x(), row.aligned->y(), *row.deviation_before});
-    text_ += ',' + std::string(place_text(row.comparison.place)) + '\n';
+    text_ += ',' + std::string(name_of_place(row.comparison.place)) + '\n';
     output_.write(text_);
 }
 

@@ -5,8 +5,7 @@
 #include <string>
 
 #include "inspect/base/output_set.h"
-#include "inspect/result/section_head.h"
-#include "inspect/result/section_result.h"
+#include "velm/inspection/section_result.h"
 
 namespace velm::inspect {
 

@@ -20,7 +20,7 @@ std::string rows_text(const std::vector<SectionRow>& rows, int decimals, bool ha
     if (has_tolerance) columns.push_back({"tolerance", false});
     Table table(std::move(columns));
     for (const SectionRow& row : rows) {
-        const Comparison& found = row.comparison;
+        const OutlineComparison& found = row.comparison;
         std::vector<std::string> cells{row.id};
         const auto add = [&](std::initializer_list<double> values) {
             for (const double value : values)
@@ -47,14 +47,15 @@ std::string rows_text(const std::vector<SectionRow>& rows, int decimals, bool ha
 
 std::string section_table(const KeptRows<SectionRow>& rows, const Summary& summary,
                           const PlaceCounts& places, const SectionHead& head) {
-    const auto count = [&](Place place) { return places[static_cast<std::size_t>(place)]; };
+    const auto count = [&](OutlinePlace place) { return places[static_cast<std::size_t>(place)]; };
     const std::string out =
         rows_text(rows.shown(), table_decimals(summary), summary.tolerance.has_value()) +
-        summary_text(summary, rows.shows_worst() ? rows.worst().size() : 0,
-                     head.measured + " against " + head.nominal,
-                     {{"inside the material", count(Place::inside)},
-                      {"on the outline", count(Place::on_edge) + count(Place::on_vertex)},
-                      {"outside of it", count(Place::outside)}});
+        summary_text(
+            summary, rows.shows_worst() ? rows.worst().size() : 0,
+            head.measured + " against " + head.nominal,
+            {{"inside the material", count(OutlinePlace::inside)},
+             {"on the outline", count(OutlinePlace::on_edge) + count(OutlinePlace::on_vertex)},
+             {"outside of it", count(OutlinePlace::outside)}});
     return head.alignment ? out + alignment_text(*head.alignment) : out;
 }
 

@@ -4,8 +4,7 @@
 #include <string>
 
 #include "inspect/base/kept_rows.h"
-#include "inspect/result/section_head.h"
-#include "inspect/result/section_result.h"
+#include "velm/inspection/section_result.h"
 
 namespace velm::inspect {
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "inspect/result/summary.h"
+#include "velm/inspection/summary.h"
 
 namespace velm::inspect {
 

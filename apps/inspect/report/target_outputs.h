@@ -10,8 +10,7 @@
 #include "inspect/base/output_paths.h"
 #include "inspect/base/output_set.h"
 #include "inspect/report/target_reports.h"
-#include "inspect/result/target_head.h"
-#include "inspect/result/target_result.h"
+#include "velm/inspection/target_result.h"
 
 namespace velm::inspect {
 

@@ -9,8 +9,7 @@
 
 #include "inspect/base/kept_rows.h"
 #include "inspect/base/output_set.h"
-#include "inspect/result/target_head.h"
-#include "inspect/result/target_result.h"
+#include "velm/inspection/target_result.h"
 
 namespace velm::inspect {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "inspect/result/contour.h"
+#include "velm/planar/contour.h"
 
 namespace velm::inspect {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "inspect/result/summary.h"
 #include "velm/frame/point.h"
 #include "velm/frame/vector.h"
+#include "velm/inspection/summary.h"
 
 namespace velm::inspect {
 

@@ -14,8 +14,8 @@ utString level_name(std::string name) {
     return level;
 }
 
-std::string model_name(const Outline& outline, const std::string& file) {
-    return outline.title.empty() ? std::filesystem::path(file).filename().string() : outline.title;
+std::string model_name(const std::string& title, const std::string& file) {
+    return title.empty() ? std::filesystem::path(file).filename().string() : title;
 }
 
 } // namespace
@@ -25,9 +25,10 @@ std::string contour_name(const Outline& outline, int contour) {
     return contour == 0 && kind == "outer" ? kind : kind + " " + std::to_string(contour);
 }
 
-NominalEntities::NominalEntities(const Outline& outline, const std::string& file)
+NominalEntities::NominalEntities(const Outline& outline, const std::string& title,
+                                 const std::string& file)
     : outline_(outline), file_(gmNSTypeFile, utString(file)) {
-    const utString model = level_name(model_name(outline, file));
+    const utString model = level_name(model_name(title, file));
     for (std::size_t contour = 0; contour < outline.contours.size(); ++contour) {
         gmCADGroupStructure group;
         group.start_group(model);

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "inspect/result/contour.h"
 #include "velm/frame/smart_pointer.h"
 #include "velm/measure/cad_object_id.h"
+#include "velm/planar/contour.h"
 
 namespace velm::inspect {
 
@@ -20,7 +20,7 @@ std::string contour_name(const Outline& outline, int contour);
 class NominalEntities {
 public:
     /// The outline must outlive the entities. `file` is the nominal file as it was given.
-    NominalEntities(const Outline& outline, const std::string& file);
+    NominalEntities(const Outline& outline, const std::string& title, const std::string& file);
 
     /// An ERSegment2D, an ERArc2D, or an ERCircle2D where the edge is a contour of its own.
     t_SmartPtr<ERObject> entity(int contour, int edge) const;

@@ -1,7 +1,7 @@
 // nominal_point.h: the nominal points of a table as objects of a CAD model: `nominal_point`.
 #pragma once
 
-#include "inspect/result/target_head.h"
+#include "velm/inspection/target_result.h"
 #include "velm/measure/cad_object_id.h"
 
 namespace velm::inspect {

@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "inspect/result/section_frame.h"
-#include "inspect/result/section_result.h"
+#include "velm/inspection/section_frame.h"
+#include "velm/inspection/section_result.h"
 #include "velm/measure/target_point.h"
 
 namespace velm::inspect {

@@ -92,10 +92,10 @@ struct ValueForm<T> {
     static constexpr FieldType type = FieldType::choice;
     static FieldValue value(T member) {
         const auto number = static_cast<std::size_t>(member);
-        return Choice{static_cast<int>(number), choice_names(T{})[number]};
+        return NamedValue{static_cast<int>(number), choice_names(T{})[number]};
     }
     static bool assign(T& member, const FieldValue& value) {
-        const Choice* const given = std::get_if<Choice>(&value);
+        const NamedValue* const given = std::get_if<NamedValue>(&value);
         const auto names = choice_names(T{});
         if (given == nullptr || given->number < 0 ||
             static_cast<std::size_t>(given->number) >= names.size())

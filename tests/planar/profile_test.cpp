@@ -5,14 +5,13 @@
 #include <limits>
 #include <numbers>
 
-#include "inspect/result/outline_nesting.h"
-#include "inspect/result/profile.h"
-#include "inspect/result/statistics.h"
 #include "support/random.h"
+#include "velm/planar/outline_nesting.h"
 #include "velm/planar/point_in_polygon.h"
 #include "velm/planar/polygon_measures.h"
+#include "velm/planar/profile.h"
 
-namespace velm::inspect {
+namespace velm {
 namespace {
 
 Outline outline_of(std::initializer_list<Polygon> contours) {
@@ -88,7 +87,7 @@ TEST(Profile, TheSignDoesNotDependOnTheTurningOfContours) {
         if (turned & 2) ReversePolygoneKeepFirstPoint(b);
         const Profile profile(outline_of({a, b}));
         for (const Case& c : cases) {
-            const Comparison found = profile.compare(c.p);
+            const OutlineComparison found = profile.compare(c.p);
             EXPECT_DOUBLE_EQ(found.distance, c.distance) << c.p;
             EXPECT_FALSE(std::signbit(found.distance) && found.distance == 0.0);
             EXPECT_EQ(found.contour, c.contour) << c.p;
@@ -135,12 +134,12 @@ TEST(Profile, PlacesAreExactOnALattice) {
                     on_edge |= cross == 0.0 && a * b <= 0.0;
                     if ((a.j() > 0.0) != (b.j() > 0.0)) inside ^= (cross > 0.0) == (b.j() > a.j());
                 }
-            const Place expected = on_vertex ? Place::on_vertex
-                                   : on_edge ? Place::on_edge
-                                   : inside  ? Place::inside
-                                             : Place::outside;
-            const Comparison got = profile.compare(p * scale);
-            ASSERT_EQ(place_text(got.place), std::string(place_text(expected)))
+            const OutlinePlace expected = on_vertex ? OutlinePlace::on_vertex
+                                          : on_edge ? OutlinePlace::on_edge
+                                          : inside  ? OutlinePlace::inside
+                                                    : OutlinePlace::outside;
+            const OutlineComparison got = profile.compare(p * scale);
+            ASSERT_EQ(name_of_place(got.place), name_of_place(expected))
                 << "round " << round << ", point " << p;
             ASSERT_EQ((got.distance > 0.0) - (got.distance < 0.0), on_edge || on_vertex ? 0
                                                                    : inside             ? -1
@@ -173,9 +172,9 @@ TEST(Profile, WithinTheToleranceOfInsideTheNearestEdgesDecide) {
                 p = shape[random.below(shape.size())] +
                     ERVector2D(std::cos(angle), std::sin(angle)) * 0.05;
             }
-            const Comparison expected = model.compare(p);
+            const OutlineComparison expected = model.compare(p);
             if (std::fabs(expected.distance) < 1e-9) continue;
-            const Comparison found = profile.compare(p * scale);
+            const OutlineComparison found = profile.compare(p * scale);
             ASSERT_NEAR(found.distance / scale, expected.distance, 1e-12)
                 << p << " times " << scale;
         }
@@ -233,15 +232,16 @@ TEST(Profile, ArcsGiveTheDistancesOfGrownPolygons) {
             const double side = Inside(p, inner) == relpos_outside ? 1.0 : -1.0;
             const double expected = (side * std::sqrt(scan(inner, p).squared_distance) - radius) *
                                     (is_hole ? -1.0 : 1.0);
-            const Comparison found = profile.compare(p);
+            const OutlineComparison found = profile.compare(p);
             ASSERT_NEAR(found.distance, expected, 1e-12) << "round " << round << ", point " << p;
             ASSERT_NEAR(ERVector2D(found.foot, p).norme(), std::fabs(expected), 1e-12);
             ASSERT_NEAR(found.outward.norme(), 1.0, 1e-12);
-            ASSERT_EQ(found.place, std::fabs(found.distance) > 2e-13
-                                       ? found.distance < 0.0 ? Place::inside : Place::outside
-                                   : k % 4 == 0 || found.place == Place::on_vertex
-                                       ? found.place
-                                       : Place::on_edge);
+            ASSERT_EQ(found.place,
+                      std::fabs(found.distance) > 2e-13
+                          ? found.distance < 0.0 ? OutlinePlace::inside : OutlinePlace::outside
+                      : k % 4 == 0 || found.place == OutlinePlace::on_vertex
+                          ? found.place
+                          : OutlinePlace::on_edge);
             ASSERT_NEAR(profile.compare(p - found.outward * found.distance).outward * found.outward,
                         1.0, 1e-5)
                 << p;
@@ -272,23 +272,5 @@ TEST(Profile, ACrescentIsToldToItsCusp) {
     }
 }
 
-TEST(RunningStatistics, AreStableFarFromZero) {
-    RunningStatistics statistics;
-    velm_test::Random random(11);
-    RunningStatistics near_zero; // of the same values less what they are far off, which is exact
-    for (int i = 0; i < 10000; ++i) {
-        const double value = 1e9 + random.uniform(-1.0, 1.0);
-        statistics.add(value);
-        near_zero.add(value - 1e9);
-    }
-    const double deviation = near_zero.standard_deviation();
-    EXPECT_NEAR(statistics.standard_deviation(), deviation, 1e-6 * deviation);
-    EXPECT_NEAR(statistics.mean() - 1e9, near_zero.mean(), 1e-14 * 1e9);
-    EXPECT_NEAR(deviation, std::sqrt(1.0 / 3.0), 0.02) << "of a uniform spread";
-    RunningStatistics tiny;
-    tiny.add(-1e-200);
-    EXPECT_EQ(tiny.root_mean_square(), 1e-200) << "whose square is no double";
-}
-
 } // namespace
-} // namespace velm::inspect
+} // namespace velm
