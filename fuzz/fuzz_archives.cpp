@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+using namespace velm;
 using namespace velm::inspect;
 
 namespace {

@@ -10,6 +10,7 @@
 
 namespace {
 
+using namespace velm;
 using namespace velm::inspect;
 using namespace velm_test;
 

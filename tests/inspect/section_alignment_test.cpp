@@ -18,9 +18,11 @@
 
 namespace {
 
-using velm::inspect::AppliedAlignment;
-using velm::inspect::Profile;
-using velm::inspect::SectionRow;
+using velm::AppliedAlignment;
+using velm::Profile;
+using velm::SectionRow;
+using velm::inspect::align_section;
+using velm::inspect::compare;
 using velm_test::Ended;
 using velm_test::Workshop;
 
