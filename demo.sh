@@ -38,7 +38,7 @@ inspect() { # NAME ARGUMENTS...
     awk 'NR <= 4 { print; next }
          /^$/ && !summary { summary = 1; print "..." }
          summary { print; next }
-         / OUT$/ && out++ < 4 { print (out == 1 ? "...\n" : "") $0 }' "$out/$name.txt"
+         / OUT( |$)/ && out++ < 4 { print (out == 1 ? "...\n" : "") $0 }' "$out/$name.txt"
     printf '\nExit code %s: %s.\n' "$code" \
         "$([ "$code" = 0 ] && echo "all points are in tolerance" || echo "some points are out of tolerance")"
 }

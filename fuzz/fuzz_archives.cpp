@@ -7,7 +7,7 @@
 #include "inspect/keep/section_archive.h"
 #include "inspect/keep/target_archive.h"
 #include "inspect/picture/section_picture.h"
-#include "inspect/report/target_reports.h"
+#include "inspect/picture/target_picture.h"
 #include "velm/measure/cad_object_id.h"
 #include "velm/measure/measured_point.h"
 #include "velm/measure/selection_flags.h"
@@ -150,7 +150,7 @@ void draw(TargetArchiveReader& document) {
     std::vector<TargetRow> rows;
     const Summary summary =
         summary_of<TargetRow>(document, [&](const TargetRow& row) { rows.push_back(row); });
-    target_page(rows, summary, document.head());
+    target_pictures(rows, summary.tolerance);
 }
 
 /// The bytes get a checksum that is true.

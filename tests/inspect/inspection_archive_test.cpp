@@ -84,11 +84,11 @@ int cause_of(const std::string& bytes) {
         InspectionArchiveReader document(file);
         if (document.kind() == ArchivedKind::section) {
             SectionArchiveReader reader(document);
-            for (SectionRow row; reader.next(row);)
+            for (velm::SectionRow row; reader.next(row);)
                 continue;
         } else {
             TargetArchiveReader reader(document);
-            for (TargetRow row; reader.next(row);)
+            for (velm::TargetRow row; reader.next(row);)
                 continue;
         }
     });

@@ -166,8 +166,10 @@ TEST(SectionAlignment, ReportsTellTheMotionAndTheDeviationsBefore) {
                         1e-12);
     }
     EXPECT_NE(ended.out.find("least, greatest, root mean square before: "), std::string::npos);
-    EXPECT_NE(shop.read("a.csv").find("in_tolerance,aligned_x,aligned_y,deviation_before,place\n"),
-              std::string::npos);
+    EXPECT_NE(
+        shop.read("a.csv").find("in_tolerance,aligned_x,aligned_y,deviation_before,place,edge,"
+                                "parameter,ball_diameter\n"),
+        std::string::npos);
 }
 
 } // namespace

@@ -67,7 +67,7 @@ TEST(SectionPage, HasEachRowOnceWithTheNumbersOfTheJson) {
     ASSERT_EQ(rows.size(), ids.size());
     for (std::size_t n = 0; n < rows.size(); ++n) {
         SCOPED_TRACE(n);
-        ASSERT_EQ(rows[n].size(), 11u);
+        ASSERT_EQ(rows[n].size(), 12u);
         EXPECT_EQ(rows[n][0], ids[n]);
         expect_rounded(rows[n][1], points[n]["deviation"]);
         EXPECT_EQ(rows[n][2], points[n]["in_tolerance"] == true ? "in" : "out");
@@ -78,6 +78,7 @@ TEST(SectionPage, HasEachRowOnceWithTheNumbersOfTheJson) {
         expect_rounded(rows[n][8], points[n]["foot"][1]);
         EXPECT_EQ(rows[n][9], points[n]["contour"].dump());
         expect_rounded(rows[n][10], points[n]["distance"]);
+        EXPECT_EQ(rows[n][11], points[n]["place"]);
     }
     EXPECT_EQ(found(page, "<script|<i>|</table>").size(), 2u);
     expect_self_contained(page);

@@ -92,12 +92,12 @@ CommandLine::AddedText CommandLine::add_text(const char* name, const char* value
     return {text, option->type_name(values)};
 }
 
-void CommandLine::append_choice(std::string& help, const char* name, const char* text) {
+void CommandLine::append_choice(std::string& help, std::string_view name, const char* text) {
     constexpr std::size_t width = 10;
     std::string lines = text;
     for (std::size_t at = 0; (at = lines.find('\n', at)) != std::string::npos; at += width)
         lines.insert(++at, width, ' ');
-    std::string padded = name;
+    std::string padded(name);
     padded.resize(std::max(padded.size(), width), ' ');
     help += "\n" + padded + lines;
 }

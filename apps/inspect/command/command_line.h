@@ -69,7 +69,7 @@ public:
                         std::span<const Choice<Value>> choices, Value& to) {
         std::vector<std::string> names;
         for (const Choice<Value>& each : choices) {
-            names.push_back(each.name);
+            names.emplace_back(each.name);
             if (each.help != nullptr) append_choice(help, each.name, each.help);
         }
         const auto [text, added] = add_text(name, values, help);
@@ -105,7 +105,7 @@ private:
         CLI::Option* option;
     };
     AddedText add_text(const char* name, const char* values, const std::string& help);
-    static void append_choice(std::string& help, const char* name, const char* text);
+    static void append_choice(std::string& help, std::string_view name, const char* text);
     static void check_files(Files& files, bool has_text);
 
     Program& program_;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "inspect/base/output_paths.h"
 #include "velm/inspection/section_frame.h"
@@ -32,7 +33,7 @@ struct Flag {
 /// One value of an enumeration: its name on the command line, and its line in the help.
 template <class Value>
 struct Choice {
-    const char* name;
+    std::string_view name;
     Value value;
     const char* help;
 };

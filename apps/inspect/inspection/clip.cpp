@@ -109,20 +109,21 @@ ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
     for (const OutlineArea& area : region.areas)
         areas.emplace_back(region, area, factor);
     ClipResult result;
-    result.polylines = static_cast<int>(polylines.size());
+    result.figures.polylines = polylines.size();
     for (std::size_t i = 0; i < polylines.size(); ++i) {
         std::vector<AreaClipper::Piece> pieces;
         for (AreaClipper& area : areas)
             area.append_pieces(scaled(polylines[i], factor), pieces);
         std::stable_sort(pieces.begin(), pieces.end(),
                          [](const auto& a, const auto& b) { return a.start < b.start; });
-        result.length += length_of(polylines[i]);
+        result.figures.length += length_of(polylines[i]);
         for (const AreaClipper::Piece& piece : pieces) {
             const Polygon points = scaled(piece.points, 1.0 / factor);
             result.pieces.push_back({static_cast<int>(i), points, length_of(points)});
-            result.length_inside += result.pieces.back().length;
+            result.figures.length_inside += result.pieces.back().length;
         }
     }
+    result.figures.pieces = result.pieces.size();
     return result;
 }
 
@@ -137,8 +138,7 @@ ExitCode clip_polylines(const ClipOptions& options) {
     Output* const json = outputs.add_if_asked(options.paths.json);
     Output* const svg = outputs.add_if_asked(options.paths.svg);
     ClipResult result = clip(region, polylines.lines);
-    result.region = options.region;
-    result.polyline = options.polyline;
+    result.head = {options.region, options.polyline};
     if (json != nullptr) write_clip_json(*json, result);
     if (svg != nullptr) svg->write(clip_picture(region, polylines, result));
     if (Output* const text = outputs.add_text(options.paths.quiet)) write_clip_text(*text, result);

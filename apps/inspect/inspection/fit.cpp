@@ -5,10 +5,8 @@
 #include <span>
 
 #include "inspect/base/number_text.h"
-#include "inspect/base/output_set.h"
 #include "inspect/input/fit_points.h"
-#include "inspect/picture/fit_picture.h"
-#include "inspect/report/fit_reports.h"
+#include "inspect/report/fit_outputs.h"
 #include "velm/measure/orthogonal_fit.h"
 
 namespace velm::inspect {
@@ -16,7 +14,7 @@ namespace {
 
 void refuse_unless_fitted(FitOutcome outcome, const FitOptions& options, std::size_t count) {
     if (outcome == FitOutcome::fitted) return;
-    const std::string what = std::string("no ") + kind_name(options.kind);
+    const std::string what = "no " + std::string(kind_name(options.kind));
     std::string why = outcome_text(outcome);
     if (outcome == FitOutcome::too_few_points)
         why += ": " + std::to_string(count) + " of at least " +
@@ -172,6 +170,7 @@ void summarise(FitResult& result, const FitOptions& options, const FitPoints& po
 
 FitResult fit_points(const FitOptions& options, const FitPoints& points) {
     FitResult result;
+    result.measured = options.points;
     result.kind = options.kind;
     result.in_space = points.in_space;
     result.tolerance = options.tolerance;
@@ -188,19 +187,10 @@ ExitCode run_fit(const FitOptions& options) {
     const FitPoints points = read_fit_points(source);
     const FitResult result = fit_points(options, points);
 
-    OutputSet outputs;
-    const auto write = [&](const std::optional<std::string>& path, auto text) {
-        if (Output* const output = outputs.add_if_asked(path))
-            output->write(text(output->is_terminal()));
-    };
-    write(options.paths.json,
-          [&](bool on_terminal) { return fit_json(result, points, options.points, on_terminal); });
-    write(options.paths.csv,
-          [&](bool on_terminal) { return fit_csv(result, points, on_terminal); });
-    write(options.paths.svg, [&](bool) { return fit_svg(result, points, options.points); });
-    if (Output* const table = outputs.add_text(options.paths.quiet))
-        table->write(fit_table(result, points, options.points));
-    outputs.commit();
+    FitOutputs outputs(result, points, options.paths);
+    for (std::size_t n = 0; n < points.ids.size(); ++n)
+        outputs.add(result.row(points, n));
+    outputs.finish();
     return result.summary.out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
 }
 

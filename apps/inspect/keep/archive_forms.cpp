@@ -263,6 +263,7 @@ void exchange_row(CArchive& archive, SectionRow& row, gmTargetPoint& target,
 
 void exchange_row(CArchive& archive, TargetRow& row, const TargetHead& head) {
     exchange(archive, row.id, row.target);
+    if (archive.IsLoading()) row.diameter = row.target.measured_point().diameter;
     exchange_before(archive, row, head.alignment);
 }
 

@@ -70,6 +70,7 @@ bool TargetRecord::next(TargetRow& row) {
         fields.refuse("the target is not the next one");
     row.id = fields.text(RecordKey::point_id);
     row.target = *target;
+    row.diameter = fields.optional_number(RecordKey::diameter).value_or(0.0);
     get_deviation_before(fields, head_.alignment.has_value(), row);
     judge(row, head_.tolerance);
     require_same(row, fields);

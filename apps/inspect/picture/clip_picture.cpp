@@ -62,15 +62,17 @@ void draw_bar(SvgCanvas& canvas, const Placement& place) {
 
 void draw_legend(SvgCanvas& canvas, const ClipResult& result) {
     const double at = SvgCanvas::height - 30.0;
-    const double share = result.length > 0.0 ? 100.0 * result.length_inside / result.length : 0.0;
-    const int decimals = decimals_for(result.length, 6);
+    const double share = result.figures.length > 0.0
+                             ? 100.0 * result.figures.length_inside / result.figures.length
+                             : 0.0;
+    const int decimals = decimals_for(result.figures.length, 6);
     canvas.line({420.0, at - 4.0}, {460.0, at - 4.0}, "stroke=\"#0b5394\" stroke-width=\"2.6\"");
     canvas.text({468.0, at},
-                "in the region: " + fixed(result.length_inside, decimals) + " (" + fixed(share, 2) +
-                    " %)",
+                "in the region: " + fixed(result.figures.length_inside, decimals) + " (" +
+                    fixed(share, 2) + " %)",
                 12.0);
     canvas.line({760.0, at - 4.0}, {800.0, at - 4.0}, "stroke=\"#9aa5b1\" stroke-width=\"1\"");
-    canvas.text({808.0, at}, "polylines: " + fixed(result.length, decimals), 12.0);
+    canvas.text({808.0, at}, "polylines: " + fixed(result.figures.length, decimals), 12.0);
 }
 
 } // namespace
@@ -81,7 +83,7 @@ std::string clip_picture(const NominalOutline& region, const Polylines& polyline
     for (const Polygon& line : polylines.lines)
         box.Update(line);
     const Placement place(box);
-    const std::string files = result.polyline + " in " + result.region;
+    const std::string files = result.head.polyline + " in " + result.head.region;
     const std::string title = region.title.empty() ? "Clipped polylines" : region.title;
     SvgCanvas canvas(title, files);
     canvas.text({border, 46.0}, clipped(terminal_text(title), 64), 20.0, SvgCanvas::Anchor::start,

@@ -7,67 +7,14 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
-#include "inspect/report/report_json.h"
 
 namespace velm::inspect {
-namespace {
-
-void append_value(std::string& out, const char* name, double value) {
-    out += std::string(",\"") + name + "\":";
-    append_number(out, value);
-}
-
-} // namespace
 
 std::string unconverged_text(const velm::AlignmentReport& report,
                              const velm::AlignmentOptions& options) {
     return "the alignment doesn't converge: after " + std::to_string(report.iterations) +
            " iterations the points still move by " + shortest(report.last_step) +
            " of their extent, more than " + shortest(options.threshold);
-}
-
-void append_alignment(std::string& out, const AppliedAlignment& alignment) {
-    out += ",\n \"alignment\":{\"method\":\"bestfit\",\"iterations\":" +
-           std::to_string(alignment.iterations);
-    append_value(out, "threshold", alignment.threshold);
-    append_value(out, "last_step", alignment.last_step);
-    append_value(out, "angle", alignment.angle());
-    const ERVector3D(&rows)[3] = alignment.rotation;
-    const ERPoint3D& t = alignment.translation;
-    if (alignment.in_plane) {
-        out += ",\"rotation\":[";
-        append_list(out, {rows[0].i(), rows[0].j()});
-        out += ',';
-        append_list(out, {rows[1].i(), rows[1].j()});
-        out += "],\"translation\":";
-        append_list(out, {t.x(), t.y()});
-    } else {
-        const ERVector3D axis = alignment.axis();
-        out += ",\"axis\":";
-        append_list(out, {axis.i(), axis.j(), axis.k()});
-        out += ",\"rotation\":";
-        char before = '[';
-        for (const ERVector3D& row : rows) {
-            out += before;
-            append_list(out, {row.i(), row.j(), row.k()});
-            before = ',';
-        }
-        out += "],\"translation\":";
-        append_list(out, {t.x(), t.y(), t.z()});
-    }
-    const DeviationSpread &before = alignment.before, &after = alignment.after;
-    append_value(out, "rms_before", before.rms);
-    append_value(out, "rms_after", after.rms);
-    append_value(out, "minimum_before", before.minimum);
-    append_value(out, "minimum_after", after.minimum);
-    append_value(out, "maximum_before", before.maximum);
-    append_value(out, "maximum_after", after.maximum);
-    out += ",\"held\":[";
-    for (const std::string& freedom : alignment.held) {
-        if (out.back() != '[') out += ',';
-        append_json_string(out, freedom, true);
-    }
-    out += "]}";
 }
 
 std::vector<std::pair<std::string, std::string>>

@@ -1,49 +1,32 @@
-// section_outputs.h: the outputs of an inspection of a section: `SectionOutputs`.
+// section_outputs.h: `SectionOutputs`, the outputs of an inspection of a section.
 #pragma once
 
-#include <memory>
-#include <optional>
-#include <string>
-
-#include "inspect/base/kept_rows.h"
-#include "inspect/base/output_paths.h"
-#include "inspect/base/output_set.h"
+#include "inspect/base/worst_rows.h"
 #include "inspect/picture/section_picture.h"
-#include "inspect/report/section_page.h"
-#include "inspect/report/section_reports.h"
+#include "inspect/report/inspection_outputs.h"
 #include "velm/inspection/section_result.h"
 #include "velm/planar/contour.h"
 
+#include <array>
+#include <cstdint>
+
 namespace velm::inspect {
 
-/// Takes the rows of a section one by one, in their order, and writes the table, the summary and
-/// the reports. They depend on the head, the outline and the rows alone, so that an inspection read
-/// back from a file gives the same bytes. Throws `Failure`.
-class SectionOutputs {
+class SectionOutputs : public InspectionOutputs<SectionRow> {
 public:
     /// The outline must outlive the outputs.
     SectionOutputs(const SectionHead& head, const Outline& outline, const OutputPaths& paths);
 
-    void add(const SectionRow& row);
-    const Summary& summary() const { return summary_; }
-    /// For what else appears together with the reports.
-    OutputSet& set() { return outputs_; }
-    /// Writes the ends of the reports, and lets all outputs appear.
-    void finish();
-
 private:
-    SectionHead head_;
-    OutputSet outputs_;
-    bool quiet_;
-    std::unique_ptr<SectionJson> json_; // null where it isn't asked for, as the next four
-    std::unique_ptr<SectionCsv> csv_;
-    std::unique_ptr<SectionPage> page_;
-    Output* svg_ = nullptr;
-    Output* html_ = nullptr;
+    void take(const SectionRow& row) override;
+    std::string svg() const override;
+    std::string page() const override;
+    std::string text_below() const override;
+
+    const Outline& outline_;
     SectionPicture picture_;
-    KeptRows<SectionRow> rows_;
-    Summary summary_;
-    PlaceCounts places_{};
+    WorstRows<SectionRow> page_rows_;
+    std::array<std::uint64_t, place_count> places_{}; // how many points lie in each
 };
 
 } // namespace velm::inspect

@@ -6,19 +6,25 @@
 
 namespace velm::inspect {
 
-const char* kind_name(FitKind kind) {
-    return kind == FitKind::plane ? "plane" : kind == FitKind::line ? "line" : "circle";
+std::string_view kind_name(FitKind kind) {
+    return choice_names(kind)[static_cast<std::size_t>(kind)];
 }
 
-Judged FitResult::row(const FitPoints& points, std::size_t index) const {
-    Judged row;
+FitHead FitResult::head() const {
+    FitHead head{measured,
+                 tolerance,
+                 std::nullopt,
+                 {kind, in_space, point, axis, radius, flatness_rms, steps, last_step}};
+    if (ball > 0.0) head.ball = Ball{ball, side};
+    return head;
+}
+
+FitRow FitResult::row(const FitPoints& points, std::size_t index) const {
+    FitRow row;
     row.id = points.ids[index];
+    row.measured = points.places[index];
     row.deviation = residuals[index];
-    row.severity = std::fabs(row.deviation);
-    if (tolerance) {
-        row.severity = std::fabs(row.deviation - tolerance->middle());
-        row.in_tolerance = tolerance->contains(row.deviation);
-    }
+    judge(row, tolerance);
     return row;
 }
 

@@ -1,20 +1,18 @@
-// fit_result.h: what a fit finds: `FitKind`, `BallSide`, `FitPoints`, `FitResult`.
+// fit_result.h: what a fit finds: `FitPoints`, `FitResult`.
 #pragma once
 
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "velm/frame/point.h"
 #include "velm/frame/vector.h"
+#include "velm/inspection/fit_result.h"
 #include "velm/inspection/summary.h"
 
 namespace velm::inspect {
-
-enum class FitKind { plane, line, circle };
-/// On which side of the material the probe's ball was: in a bore, or outside of a shaft.
-enum class BallSide { unknown, inside, outside };
 
 /// Measured points to be fitted.
 struct FitPoints {
@@ -26,6 +24,7 @@ struct FitPoints {
 
 /// The fitted entity, corrected for the ball, and what the points are to it.
 struct FitResult {
+    std::string measured; ///< name of the file
     FitKind kind = FitKind::plane;
     bool in_space = false;
     BallSide side = BallSide::unknown;
@@ -43,14 +42,15 @@ struct FitResult {
     Summary summary;
     double peak_to_valley = 0.0;
 
-    /// One point with its residual as deviation.
-    Judged row(const FitPoints& points, std::size_t index) const;
+    /// What was fitted, and one point with its residual as deviation, as reports show them.
+    FitHead head() const;
+    FitRow row(const FitPoints& points, std::size_t index) const;
     /// "flatness", "straightness" or "roundness".
     const char* form_name() const;
 };
 
 /// "plane", "line" or "circle".
-const char* kind_name(FitKind kind);
+std::string_view kind_name(FitKind kind);
 
 /// The indices of the `most` worst points, the worst first, the first of equal ones first.
 std::vector<std::size_t> worst_points(const FitResult& result, const FitPoints& points,

@@ -1,0 +1,97 @@
+// inspection_outputs.h: `InspectionOutputs`, what the outputs of all kinds of inspections share.
+#pragma once
+
+#include "inspect/base/kept_rows.h"
+#include "inspect/base/output_paths.h"
+#include "inspect/base/output_set.h"
+#include "inspect/report/csv_report.h"
+#include "inspect/report/field_columns.h"
+#include "inspect/report/json_report.h"
+#include "inspect/report/summary_table.h"
+#include "velm/inspection/summary.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velm::inspect {
+
+/// Takes the judged rows of an inspection one by one, in their order, and writes the table, the
+/// summary and the reports. They depend on the head and the rows alone, and on what a kind adds, so
+/// that an inspection read back from a file gives the same bytes. Throws `Failure`.
+///
+/// A kind derives from it and gives its pictures and the texts below its table.
+template <class Row>
+class InspectionOutputs {
+public:
+    using Head = typename Row::Head;
+
+    InspectionOutputs(std::string_view command, const Head& head, const OutputPaths& paths)
+        : head_(head), quiet_(paths.quiet) {
+        summary_.tolerance = head_.tolerance;
+        const Row any;
+        if (Output* const json = outputs_.add_if_asked(paths.json))
+            json_.emplace(*json, command, describe(head_));
+        if (Output* const csv = outputs_.add_if_asked(paths.csv))
+            csv_.emplace(*csv, describe(any, head_));
+        svg_ = outputs_.add_if_asked(paths.svg);
+        html_ = outputs_.add_if_asked(paths.html);
+    }
+    InspectionOutputs(const InspectionOutputs&) = delete;
+    InspectionOutputs& operator=(const InspectionOutputs&) = delete;
+    virtual ~InspectionOutputs() = default;
+
+    void add(const Row& row) {
+        summary_.add(row);
+        rows_.add(row);
+        if (json_) json_->add(describe(row, head_));
+        if (csv_) csv_->add(describe(row, head_));
+        take(row);
+    }
+    /// Writes the ends of the reports, and lets all outputs appear.
+    void finish() {
+        const Figures figures = this->figures();
+        if (json_) json_->finish(describe(figures));
+        if (svg_ != nullptr) svg_->write(svg());
+        if (html_ != nullptr) html_->write(page());
+        if (Output* const table = outputs_.add_text(quiet_)) {
+            std::vector<Described> shown;
+            for (const Row& row : rows_.shown())
+                shown.push_back(describe(row, head_));
+            table->write(rows_text(shown, decimals()) + text_below());
+        }
+        outputs_.commit();
+    }
+
+    const Summary& summary() const { return summary_; }
+    /// For what else appears together with the reports.
+    OutputSet& set() { return outputs_; }
+
+protected:
+    /// What a kind gathers of the rows for its pictures and texts.
+    virtual void take(const Row&) {}
+    virtual Figures figures() const { return summary_.figures(); }
+    virtual int decimals() const { return table_decimals(summary_); }
+    virtual std::string svg() const { return {}; }
+    virtual std::string page() const { return {}; }
+    virtual std::string text_below() const = 0;
+
+    const Head& head() const { return head_; }
+    const KeptRows<Row>& rows() const { return rows_; }
+    bool has_page() const { return html_ != nullptr; }
+    bool has_picture() const { return svg_ != nullptr || has_page(); }
+
+private:
+    Head head_;
+    OutputSet outputs_;
+    bool quiet_;
+    std::optional<JsonReport> json_;
+    std::optional<CsvReport> csv_;
+    Output* svg_ = nullptr;
+    Output* html_ = nullptr;
+    KeptRows<Row> rows_;
+    Summary summary_;
+};
+
+} // namespace velm::inspect

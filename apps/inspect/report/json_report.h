@@ -1,0 +1,32 @@
+// json_report.h: `JsonReport`, an inspection as JSON.
+#pragma once
+
+#include "inspect/base/output_set.h"
+#include "velm/inspection/field.h"
+
+#include <string>
+#include <string_view>
+
+namespace velm::inspect {
+
+/// {"velm":...,"command":"section", the fields of the head, "points":[{the fields of a row}, ...],
+/// "summary":{the figures}, the late fields of the head}, written row by row. Texts are strings,
+/// doubles read back exactly, a field without a value is null. The form is fixed; new fields come
+/// with the description of the head or row.
+class JsonReport {
+public:
+    /// `list` is the name of the rows. The head must outlive the report.
+    JsonReport(Output& output, std::string_view command, const Described& head,
+               std::string_view list = "points");
+    void add(const Described& row);
+    void finish(const Described& figures);
+
+private:
+    Output& output_;
+    Described head_;
+    bool ascii_; // a terminal gets no byte that could steer it
+    std::string text_;
+    bool is_first_ = true;
+};
+
+} // namespace velm::inspect
