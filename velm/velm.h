@@ -182,9 +182,12 @@
 #include "velm/store/file_space.h"
 #include "velm/store/free_list.h"
 #include "velm/store/object_database.h"
+#include "velm/store/store_batch.h"
 #include "velm/store/store_check.h"
+#include "velm/store/store_digest.h"
 #include "velm/store/store_image.h"
 #include "velm/store/store_salvage.h"
+#include "velm/store/store_step.h"
 
 #include "velm/measure/alignment.h"
 #include "velm/measure/best_fit.h"

@@ -165,16 +165,23 @@ TEST_F(DiskTree, WalkMayChangeKeysButNotOfAFileOpenedForReading) {
     EXPECT_EQ(root(), -1);
 }
 
-TEST_F(DiskTree, UnknownInformationBlockIsNeverOverwritten) {
+TEST_F(DiskTree, UnknownInformationBlockIsAnEmptyTreeUntilItIsChanged) {
     make(4, 1, 10);
+    tree->insertKeyAndValue(key_of(7).data(), 7);
     close();
     const std::string before = with_word(bytes(), static_cast<std::size_t>(at) + 8, 1366);
     folder.file("store", before);
     open();
     EXPECT_EQ(tree->entries(), 0u);
-    EXPECT_EQ(file_cause([&] { tree->insertKeyAndValue("abcd", 1); }), CFileException::invalidFile);
     close();
     EXPECT_EQ(bytes(), before);
+    open();
+    EXPECT_EQ(tree->insertKeyAndValue("abcd", 1), 1);
+    EXPECT_EQ(tree->findValue("abxx"), 1) << "of the form that was asked for";
+    EXPECT_EQ(node_words(tree->baseLocation(), 3)[2], -1);
+    close();
+    open();
+    EXPECT_EQ(tree->entries(), 0u) << "its magic number is still unknown";
 }
 
 TEST_F(DiskTree, AgreesWithAMap) {

@@ -97,7 +97,7 @@ TEST_F(ObjectDataBase, VersionsAndRefusedFiles) {
     store->Close();
     EXPECT_EQ(store->Open(folder.path("none").c_str(), 1), 0);
     EXPECT_FALSE(ERFile::Exists(folder.path("none").c_str()));
-    // A later version, no whole header: refused. Unknown magics: opened, and never written.
+    // A later version, no whole header: refused. An unknown head: opened, and never written.
     const auto unharmed = [&](const std::string& name, int opened, int cause) {
         SCOPED_TRACE(name);
         const std::string before = TemporaryFolder::bytes_of(name);
@@ -116,13 +116,25 @@ TEST_F(ObjectDataBase, VersionsAndRefusedFiles) {
     unharmed(with(284, -1), 0, 0);
     unharmed(folder.file("cut", good.substr(0, 300)), 0, 0);
     unharmed(with(8, 267), 1, CFileException::invalidFile);
-    unharmed(with(316, 1364), 1, CFileException::invalidFile);
-    unharmed(with(360, 1364), 1, CFileException::invalidFile);
-    unharmed(with(288, 309), 1, CFileException::invalidFile);
     unharmed(folder.file("empty", ""), 0, CFileException::badSeek);
     unharmed(folder.file("head", good.substr(0, 280).replace(0, 4, words({-1}))), 0,
              CFileException::badSeek);
     unharmed(folder.file("text", std::string(1000, 'x')), 0, 0);
+    // A tree whose magic number is unknown counts as empty, and is written when it is changed.
+    for (const std::size_t magic : {std::size_t{316}, std::size_t{360}}) {
+        const std::string name = with(magic, 1364);
+        const std::string unchanged = TemporaryFolder::bytes_of(name);
+        ASSERT_EQ(store->Open(name.c_str(), 0), 1);
+        EXPECT_EQ(bool(store->RetrieveAndCreate(1)), false);
+        store->Close();
+        EXPECT_EQ(TemporaryFolder::bytes_of(name), unchanged);
+        ASSERT_EQ(store->Open(name.c_str(), 0), 1);
+        Sample b(2, 2);
+        EXPECT_EQ(store->Store(b), 2);
+        EXPECT_EQ(restored(2), b);
+        store->Close();
+        EXPECT_EQ(word_at(TemporaryFolder::bytes_of(name), magic), -1);
+    }
     const std::string read_only = with(284, 1001);
     const std::string before = TemporaryFolder::bytes_of(read_only);
     ASSERT_EQ(store->Open(read_only.c_str(), 1), 1);

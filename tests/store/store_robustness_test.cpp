@@ -7,8 +7,11 @@
 #include "support/test.h"
 #include "velm/platform/file_exception.h"
 #include "velm/store/db_object.h"
+#include "velm/store/store_digest.h"
+#include "velm/store/store_salvage.h"
 
 #include <cerrno>
+#include <ctime>
 #include <map>
 
 namespace {
@@ -132,6 +135,75 @@ TEST_F(Robustness, CompactingKeepsAllButTheSpace) {
               CFileException::accessDenied);
 }
 
+TEST_F(Robustness, SalvageLeavesDamagedRecordsOutAndSaysSo) {
+    {
+        ERDataBase data;
+        ASSERT_EQ(data.Open(path.c_str(), 0), gmSuccess);
+        for (int i = 0; i < 53; ++i)
+            data.save(new Sample(i, 260));
+    }
+    const velm::StoreImage image(path.c_str());
+    const velm::RecordImage record = image.records[20];
+    std::string damaged = bytes();
+    damaged.replace(static_cast<std::size_t>(record.location) + 4, 268, 268, '\0');
+    const velm::SalvageReport report = salvaged(folder.file("damaged", damaged));
+    EXPECT_EQ(report.objects, 53);
+    EXPECT_FALSE(report.complete);
+    ASSERT_EQ(report.missing.size(), 1u);
+    EXPECT_EQ(report.missing[0].identifier, record.identifier);
+    EXPECT_EQ(report.missing[0].class_name, "Sample");
+    EXPECT_TRUE(salvaged(path).complete);
+}
+
+TEST_F(Robustness, HolesOfASparseFileAreSkipped) {
+    small_file();
+    {
+        CFile file(path.c_str(), UINT(CFile::modeReadWrite) | CFile::shareExclusive);
+        const std::int32_t end = 0x7ffffff0;
+        file.Seek(4, CFile::begin);
+        file.Write(&end, sizeof end);
+        file.SetLength(0x7ffffff0);
+    }
+    const std::clock_t start = std::clock();
+    EXPECT_EQ(salvaged(path).objects, 5);
+    // Word by word this takes half a minute.
+    EXPECT_LT(std::clock() - start, 20 * CLOCKS_PER_SEC);
+}
+
+TEST_F(Robustness, DigestsFindWhatHasChanged) {
+    EXPECT_EQ(velm::detail::sha256("abc"),
+              "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    EXPECT_EQ(velm::detail::sha256(std::string(1000000, 'a')),
+              "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
+    const std::string good = small_file();
+    const auto kept = velm::digest_store(path.c_str());
+    std::vector<velm::ObjectDigest> parsed;
+    EXPECT_TRUE(velm::parse_digests(velm::digest_text(kept), parsed));
+    EXPECT_EQ(parsed, kept);
+    for (const char* const text : {"x", "1 00 a\n", "1", "\n"})
+        EXPECT_FALSE(velm::parse_digests(text, parsed)) << text;
+    const std::string compact = folder.path("compact");
+    velm::compact_store(path.c_str(), compact.c_str());
+    EXPECT_EQ(velm::digest_store(compact.c_str()), kept);
+    // A changed byte, which no check can find; an object that is gone, and one that is new.
+    const velm::RecordImage last = velm::StoreImage(path.c_str()).records.back();
+    std::string changed = good;
+    changed[static_cast<std::size_t>(last.location) + 4] ^= 1;
+    const std::string name = folder.file("changed", changed);
+    {
+        ERDataBase data;
+        data.Open(name.c_str(), 0);
+        data.save(new Sample(1, 1));
+        data.objects()->Delete(3);
+        data.Close();
+    }
+    std::string found;
+    for (const auto& d : velm::compare_digests(kept, velm::digest_store(name.c_str())))
+        found += std::to_string(d.identifier) + " " + std::to_string(d.kind) + "; ";
+    EXPECT_EQ(found, "1 0; 3 1; " + std::to_string(last.identifier) + " 0; " +
+                         std::to_string(last.identifier + 1) + " 2; ");
+}
+
 // ---- faults under the file layer ----
 
 /// What a scenario reports: the code of each of its public operations, -1 for an object that came
@@ -187,9 +259,12 @@ TEST_F(Robustness, EveryFailingCallGivesItsCode) {
                 met = files.calls(fault.operation) >= k;
             }
             if (!met) break;
-            EXPECT_GE(std::count(codes.begin(), codes.end(), fault.code) +
-                          std::count(codes.begin(), codes.end(), -1),
-                      1);
+            // Without room for both images of a node it is written without them.
+            const bool all_went_well = fault.code == gmDiskFull && faults_of(path) == "" &&
+                                       std::count(codes.begin(), codes.end(), gmSuccess) ==
+                                           static_cast<long>(codes.size());
+            EXPECT_TRUE(all_went_well || std::count(codes.begin(), codes.end(), fault.code) > 0 ||
+                        std::count(codes.begin(), codes.end(), -1) > 0);
             // The process goes on, and what the file holds can be had.
             ERDataBase data;
             if (data.Open(path.c_str(), 0) == gmSuccess) data.Close();

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
+#include <limits>
 
 namespace velm_test {
 
@@ -19,11 +21,19 @@ public:
     FaultyFiles& operator=(const FaultyFiles&) = delete;
     ~FaultyFiles() override { velm::detail::set_system_files(previous_); }
 
-    /// From now on the k-th call, counted from 1, fails with the error number.
-    void fail(Operation operation, int k, int error) {
-        plans_[operation] = {k, error};
+    static constexpr int for_ever = INT_MAX;
+
+    /// From now on the k-th call, counted from 1, and the `times` - 1 calls after it fail with the
+    /// error number.
+    void fail(Operation operation, int k, int error, int times = 1) {
+        plans_[operation] = {k, error, times};
         calls_[operation] = 0;
     }
+    void fail_no_more() { plans_ = {}; }
+    /// Instead of failing, the first call of a plan for writing moves half of its bytes.
+    void begin_with_half() { begins_with_half_ = true; }
+    /// From now on no byte from that offset on can be written, as with a limited size of files.
+    void limit(off_t length) { limit_ = length; }
     /// Calls since the last fail() for the operation.
     int calls(Operation operation) const { return calls_[operation]; }
     /// Transfers move at most that many bytes, and every other one is interrupted first.
@@ -47,8 +57,17 @@ public:
         return SystemFiles::read(file, buffer, std::min(count, most_), offset);
     }
     ssize_t write(int file, const void* buffer, std::size_t count, off_t offset) override {
-        if (fails(writing) || interrupted()) return -1;
-        return SystemFiles::write(file, buffer, std::min(count, most_), offset);
+        if (fails(writing)) {
+            const bool half = begins_with_half_ && calls_[writing] == plans_[writing].k;
+            return half && count > 1 ? SystemFiles::write(file, buffer, count / 2, offset) : -1;
+        }
+        if (interrupted()) return -1;
+        if (offset >= limit_) {
+            errno = EFBIG;
+            return -1;
+        }
+        const auto room = static_cast<std::size_t>(limit_ - offset);
+        return SystemFiles::write(file, buffer, std::min({count, most_, room}), offset);
     }
     int seek(int file, off_t offset) override {
         return fails(seeking) ? -1 : SystemFiles::seek(file, offset);
@@ -64,10 +83,13 @@ private:
     struct Plan {
         int k = 0;
         int error = 0;
+        int times = 0;
     };
     bool fails(Operation operation) {
-        if (++calls_[operation] != plans_[operation].k) return false;
-        errno = plans_[operation].error;
+        const Plan& plan = plans_[operation];
+        const int after = ++calls_[operation] - plan.k;
+        if (plan.k == 0 || after < 0 || after >= plan.times) return false;
+        errno = plan.error;
         return true;
     }
     bool interrupted() {
@@ -83,6 +105,8 @@ private:
     std::array<int, operations> calls_ = {};
     std::size_t most_ = whole_;
     bool interrupt_ = false;
+    bool begins_with_half_ = false;
+    off_t limit_ = std::numeric_limits<off_t>::max();
     int last_opened_ = -1;
 };
 

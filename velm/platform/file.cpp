@@ -235,6 +235,12 @@ void CFile::SetLength(ULONGLONG length) {
     if (result < 0) raise(errno);
 }
 
+ULONGLONG CFile::next_data(ULONGLONG offset) const {
+    const off_t data = system_files().next_data(m_hFile, static_cast<off_t>(offset));
+    if (data >= 0) return static_cast<ULONGLONG>(data);
+    return errno == ENXIO ? GetLength() : offset;
+}
+
 BOOL CFile::GetStatus(CFileStatus& status) const {
     struct stat found;
     if (!is_open() || system_files().status(m_hFile, &found) < 0) return 0;

@@ -101,6 +101,10 @@ public:
     /// Cuts the file or extends it with zeros. The position stays.
     virtual void SetLength(ULONGLONG length);
 
+    /// The first offset from there on that is not in a hole of the file, the length where only a
+    /// hole follows; the offset itself where the system doesn't know.
+    ULONGLONG next_data(ULONGLONG offset) const;
+
     /// Fills the status of the open file. Returns 0 if there is none or it can't be had.
     BOOL GetStatus(CFileStatus& status) const;
     /// The same for a name, of a directory too. Returns 0 if nothing has that name.

@@ -47,6 +47,15 @@ int SystemFiles::status(int file, struct stat* status) { return ::fstat(file, st
 
 int SystemFiles::truncate(int file, off_t length) { return ::ftruncate(file, length); }
 
+off_t SystemFiles::next_data(int file, off_t offset) {
+#if defined(SEEK_DATA)
+    return ::lseek(file, offset, SEEK_DATA); // reading and writing give their offsets themselves
+#else
+    static_cast<void>(file);
+    return offset;
+#endif
+}
+
 int SystemFiles::synchronise(int file) { return ::fsync(file); }
 
 int SystemFiles::lock(int file, off_t first, off_t count, bool exclusive) {

@@ -18,20 +18,11 @@ BlockCache::Block* BlockCache::find(long offset) {
     return block.offset == offset ? &block : nullptr;
 }
 
-bool BlockCache::get(long offset, void* target, std::size_t size) {
+const char* BlockCache::look(long offset, std::size_t size) {
     Block* const block = find(offset);
-    if (block == nullptr || block->size != size) return false;
+    if (block == nullptr || block->size != size) return nullptr;
     block->asked_for = true;
-    std::memcpy(target, block->bytes.get(), size);
-    return true;
-}
-
-std::size_t BlockCache::get_any(long offset, void* target, std::size_t most) {
-    Block* const block = find(offset);
-    if (block == nullptr || block->size > most) return 0;
-    block->asked_for = true;
-    std::memcpy(target, block->bytes.get(), block->size);
-    return block->size;
+    return block->bytes.get();
 }
 
 void BlockCache::put(long offset, const void* source, std::size_t size) {

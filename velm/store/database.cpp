@@ -12,23 +12,7 @@ VELM_DEFINE_STORED_FORM(ERAuxilaryIndex, ERObject)
 
 namespace {
 
-/// The key of an index: its four bytes, little-endian.
-struct IndexKey {
-    explicit IndexKey(long index) {
-        const std::int32_t value = static_cast<std::int32_t>(index);
-        std::memcpy(bytes, &value, sizeof bytes);
-    }
-    operator const char*() const { return bytes; }
-    char bytes[4];
-};
-
-std::unique_ptr<ERBTreeOnDisk> index_tree(ERFileManager& file, ERBTreeOnDisk::createMode mode,
-                                          long offset) {
-    constexpr velm::StoreTree form = velm::index_tree_form;
-    return std::make_unique<ERBTreeOnDisk>(file, form.nodes_cached, mode, form.key_length,
-                                           form.binary_keys, offset, velm::StoreTree::order,
-                                           velm::StoreTree::minimum);
-}
+using velm::NumberKey;
 
 } // namespace
 
@@ -37,19 +21,22 @@ std::unique_ptr<ERBTreeOnDisk> index_tree(ERFileManager& file, ERBTreeOnDisk::cr
 ERAuxilaryIndex::ERAuxilaryIndex() = default;
 
 ERAuxilaryIndex::ERAuxilaryIndex(ERFileManager& file)
-    : index(index_tree(file, ERBTreeOnDisk::createNew, -1)),
+    : index(velm::index_tree_form.make(file)),
       information_offset(static_cast<int>(index->baseLocation())) {}
 
 ERAuxilaryIndex::~ERAuxilaryIndex() = default;
 
 void ERAuxilaryIndex::init(ERFileManager& file) {
-    index = index_tree(file, ERBTreeOnDisk::openExisting, information_offset);
-    index->require_keys(velm::index_tree_form.key_length, velm::index_tree_form.binary_keys);
+    constexpr velm::StoreTree form = velm::index_tree_form;
+    index = std::make_unique<ERBTreeOnDisk>(file, form.nodes_cached, ERBTreeOnDisk::openExisting,
+                                            form.key_length, form.binary_keys, information_offset,
+                                            velm::StoreTree::order, velm::StoreTree::minimum);
+    index->require_keys(form.key_length, form.binary_keys);
 }
 
 int ERAuxilaryIndex::Find(long key, long& value) const {
     if (!index) return 0;
-    const IndexKey bytes(key);
+    const NumberKey bytes(key);
     if (!index->contains(bytes)) return 0;
     value = index->findValue(bytes);
     return 1;
@@ -57,7 +44,7 @@ int ERAuxilaryIndex::Find(long key, long& value) const {
 
 void ERAuxilaryIndex::Insert(long key, long& value) {
     if (!index) AfxThrowFileException(CFileException::invalidFile);
-    index->insertKeyAndValue(IndexKey(key), value);
+    index->insertKeyAndValue(NumberKey(key), value);
 }
 
 unsigned int ERAuxilaryIndex::entries() const {
@@ -66,10 +53,15 @@ unsigned int ERAuxilaryIndex::entries() const {
 
 // ---- the store ----
 
-struct ERDataBase::Shared {
+struct ERDataBase::Shared : velm::detail::StepMember {
+    ~Shared() override { join(nullptr); }
+    void remember() override { next_index_before = next_index; }
+    void go_back() noexcept override { next_index = next_index_before; }
+
     ERObjectDataBase store;
     std::unique_ptr<ERAuxilaryIndex> index; // null until Open; goes while the file is still open
     std::int32_t next_index = 0;
+    std::int32_t next_index_before = 0; // the operation under way
 };
 
 ERDataBase::ERDataBase() : shared(std::make_shared<Shared>()) {}
@@ -99,7 +91,10 @@ gmErrorCode ERDataBase::Open(char const* name, int readOnly) {
         abandon();
         throw;
     }
-    if (code != gmSuccess) abandon();
+    if (code != gmSuccess)
+        abandon();
+    else
+        shared->join(shared->store.fileManager());
     return code;
 }
 
@@ -125,6 +120,7 @@ gmErrorCode ERDataBase::create_new(char const* name) {
 
 void ERDataBase::abandon() {
     if (ERFileManager* const file = shared->store.fileManager()) file->Abort();
+    shared->join(nullptr);
     shared->index.reset();
     shared->store.abandon();
 }
@@ -142,15 +138,25 @@ gmErrorCode ERDataBase::Close() {
     if (shared->index && shared->index->tree())
         attempt([this] { shared->index->tree()->save_information(); });
     shared->index.reset();
+    shared->join(nullptr);
     attempt([this] { shared->store.Close(); });
     return code;
+}
+
+gmErrorCode ERDataBase::flush() {
+    try {
+        shared->store.flush();
+        return gmSuccess;
+    } catch (CFileException* failure) {
+        return exception_to_error_code(failure);
+    }
 }
 
 gmErrorCode ERDataBase::save(t_SmartPtr<ERObject> object) {
     if (!object) return gmGenericError;
     try {
         // Nothing is stored that no index could lead to.
-        if (!shared->index || !shared->index->tree()->has_valid_information())
+        if (!shared->index || !shared->index->has_tree_of_its_own())
             AfxThrowFileException(CFileException::invalidFile);
         velm::detail::StoreStep step(*shared->store.fileManager());
         long id = shared->store.Store(*object);
@@ -166,7 +172,7 @@ t_SmartPtr<ERObject> ERDataBase::restore(long index, gmErrorCode& code) {
     code = gmSuccess;
     try {
         if (!shared->index) AfxThrowFileException(CFileException::invalidFile);
-        velm::detail::StoreStep step(*shared->store.fileManager());
+        const velm::detail::ReadingStep step(*shared->store.fileManager());
         long id = -1;
         if (!shared->index->Find(index, id)) return {};
         return shared->store.RetrieveAndCreate(id);

@@ -50,6 +50,8 @@ class VELM_API ERAuxilaryIndex : public ERObject {
     /// A key that is there stays as it is.
     void Insert(long key, long& value);
     unsigned int entries() const;
+    /// Whether there is a tree at an offset of its own; its information block may be unknown.
+    bool has_tree_of_its_own() const { return index && information_offset > 0; }
     /// The tree, null before init.
     ERBTreeOnDisk* tree() const { return index.get(); }
 
@@ -81,6 +83,8 @@ public:
     /// Opens a file, a missing one being made unless readOnly is set. What is open is closed first,
     /// and stays open where the name to be read is missing (gmAccessDenied).
     gmErrorCode Open(char const* name, int readOnly);
+    /// Where a failed operation has left bytes in the file that can't be put back, it returns the
+    /// code.
     gmErrorCode Close();
     /// Stores the object under the next index. One that is saved twice has two indices. A store
     /// whose first object is no index takes none: gmInvalidFile.
@@ -88,6 +92,8 @@ public:
     /// The object of an index, anew; null with gmSuccess for an index that was never saved, and for
     /// one whose object is no more.
     t_SmartPtr<ERObject> restore(long index, gmErrorCode& code);
+    /// As ERObjectDataBase::flush; objects()->flush_at_close has Close do so, too.
+    gmErrorCode flush();
     /// The next index.
     int getNbEnt() const;
 

@@ -7,7 +7,6 @@
 
 namespace {
 
-int compare_binary(const char* a, const char* b, std::size_t n) { return std::memcmp(a, b, n); }
 int compare_text(const char* a, const char* b, std::size_t n) { return std::strncmp(a, b, n); }
 
 /// No tree of a 2 GiB file is deeper; a son that leads back up is.
@@ -17,19 +16,23 @@ constexpr unsigned int kLongestKey = 0xFFFF;
 constexpr unsigned int kLargestOrder = 0xFFFF;
 constexpr std::size_t kLargestEmptyNode = std::size_t{1} << 24;
 
+constexpr auto compare_binary = ERDiskTreeNodeView::compare_binary;
+
 } // namespace
+
+using velm::detail::StoreStep;
 
 // ---- opening and closing ----
 
-ERBTreeOnDisk::ERBTreeOnDisk(ERFileManager& file_, unsigned int cacheSize, createMode mode,
+ERBTreeOnDisk::ERBTreeOnDisk(ERFileManager& file_, unsigned int, createMode mode,
                              unsigned int keyLength, int ignore_nulls, long info_offset,
                              unsigned int order, unsigned int minimum)
     : file(file_), infoOffset(info_offset) {
+    StoreStep step(file); // of nothing, where the tree is there
     if (infoOffset == -1 && mode != createNew) infoOffset = file.start();
     if (infoOffset == -1 || mode == createNew) {
         infoInit(keyLength, ignore_nulls, order, minimum);
         infoOffset = file.allocate(sizeof information);
-        information_known = true;
         writeInfo();
     }
     readInfo();
@@ -38,7 +41,9 @@ ERBTreeOnDisk::ERBTreeOnDisk(ERFileManager& file_, unsigned int cacheSize, creat
     layout = {information.key_length, information.order};
     compare = information_known && ignoreNulls() ? compare_binary : compare_text;
     check_sizes();
-    startup(cacheSize);
+    startup();
+    step.finish();
+    join(&file);
 }
 
 ERBTreeOnDisk::~ERBTreeOnDisk() {
@@ -50,7 +55,7 @@ ERBTreeOnDisk::~ERBTreeOnDisk() {
 }
 
 void ERBTreeOnDisk::save_information() {
-    if (file.isReadOnly() || !information_known || !file.has_free_list() || !file.is_open()) return;
+    if (file.isReadOnly() || !file.has_free_list() || !file.is_open()) return;
     if (std::memcmp(&information, &information_on_file, sizeof information) != 0) writeInfo();
 }
 
@@ -67,6 +72,7 @@ void ERBTreeOnDisk::infoReInit(unsigned int keyLength, int ignore_nulls, unsigne
                                unsigned int minimum) {
     infoInit(keyLength, ignore_nulls, order, minimum);
     information.magic = -1;
+    information_on_file = information; // nothing is written until it changes
 }
 
 void ERBTreeOnDisk::readInfo() {
@@ -77,25 +83,26 @@ void ERBTreeOnDisk::readInfo() {
 }
 
 void ERBTreeOnDisk::writeInfo() {
-    check_writable();
-    file.write_through(infoOffset, &information, sizeof information);
+    if (information_known)
+        file.write_over(infoOffset, &information, &information_on_file, sizeof information);
+    else
+        file.write_through(infoOffset, &information, sizeof information);
     information_on_file = information;
 }
 
-void ERBTreeOnDisk::startup(unsigned int cacheSize) {
-    cache = std::make_unique<ERDiskNodeCache>(cacheSize, layout.node_size());
-    root = std::make_unique<ERDiskTreeNode>(layout, this);
+void ERBTreeOnDisk::startup() {
+    cache = std::make_unique<ERDiskNodeCache>(file, layout.node_size());
     work = std::make_unique<ERDiskTreeNode>(layout, this);
     pendingInsertion.key.resize(layout.key_length);
-    readRoot();
+    if (!isEmpty()) node_at(information.root); // raises where there is none
     workOffset = -1;
 }
 
-void ERBTreeOnDisk::readRoot() {
-    if (isEmpty())
-        root->initialize();
-    else
-        readcache(information.root, *root);
+void ERBTreeOnDisk::go_back() noexcept {
+    information = before.information;
+    information_on_file = before.on_file;
+    workOffset = -1;
+    halves.clear();
 }
 
 void ERBTreeOnDisk::raise_invalid() const { file.raise(CFileException::invalidFile); }
@@ -114,11 +121,6 @@ void ERBTreeOnDisk::require_keys(unsigned int keyLength, int ignore_nulls) const
     if (!information_known) return; // such a tree is empty and compares nothing
     if (information.key_length != keyLength || ignoreNulls() != (ignore_nulls != 0))
         raise_invalid();
-}
-
-/// A block that was not understood is never overwritten.
-void ERBTreeOnDisk::check_writable() const {
-    if (!information_known) raise_invalid();
 }
 
 void ERBTreeOnDisk::check_depth(int depth) const {
@@ -140,7 +142,7 @@ ERCString ERBTreeOnDisk::key_text(const char* key) const {
 }
 
 ERDiskTreeNodeView ERBTreeOnDisk::node_at(long offset) const {
-    const char* const image = offset >= 0 ? cache->read(file, offset) : nullptr;
+    const char* const image = offset >= 0 ? cache->read(offset) : nullptr;
     if (image == nullptr) raise_invalid();
     const ERDiskTreeNodeView node(layout, image);
     if (node.counter() < 0 || node.counter() > max_keys()) raise_invalid();
@@ -151,8 +153,8 @@ void ERBTreeOnDisk::readcache(long offset, ERDiskTreeNode& target) const {
     target.assign(node_at(offset));
 }
 
-void ERBTreeOnDisk::writecache(long offset, const ERDiskTreeNode& source, bool fresh) {
-    cache->write(file, offset, source.data(), fresh);
+void ERBTreeOnDisk::writecache(long offset, const ERDiskTreeNode& source) {
+    cache->write(offset, source.data());
 }
 
 void ERBTreeOnDisk::load(long offset) const {
@@ -193,14 +195,15 @@ int ERBTreeOnDisk::contains(const char* key) const {
 
 int ERBTreeOnDisk::replaceValue(const char* key, long newValue, long& oldValue) {
     oldValue = -1;
-    check_writable();
     int pos = 0;
     long value;
     const long offset = findKeyAndValue(key, pos, value);
     if (offset == -1) return 0;
+    StoreStep step(file);
     load(offset);
     work->items(pos, newValue);
     store();
+    step.finish();
     oldValue = value;
     return 1;
 }
@@ -208,14 +211,16 @@ int ERBTreeOnDisk::replaceValue(const char* key, long newValue, long& oldValue) 
 // ---- insertion ----
 
 int ERBTreeOnDisk::insertKeyAndValue(const char* key, long value) {
-    check_writable();
+    StoreStep step(file);
     halves.clear();
     const retStatus status = ins(key, value, information.root, 0);
     if (status == pending) new_root();
-    if (status == duplicate) return 0;
-    write_halves();
-    ++information.entries;
-    return 1;
+    if (status != duplicate) {
+        write_halves();
+        ++information.entries;
+    }
+    step.finish();
+    return status != duplicate;
 }
 
 ERBTreeOnDisk::retStatus ERBTreeOnDisk::ins(const char* key, long value, long nodeOffset,
@@ -227,13 +232,17 @@ ERBTreeOnDisk::retStatus ERBTreeOnDisk::ins(const char* key, long value, long no
         pendingInsertion.son = -1;
         return pending;
     }
-    load(nodeOffset);
-    const int pos = work->binarySearch(key, compare);
-    if (equal(*work, pos, key)) return duplicate;
-    const long son = work->sons(pos);
+    int pos;
+    long son;
+    {
+        const ERDiskTreeNodeView node = node_at(nodeOffset);
+        pos = node.binarySearch(key, compare);
+        if (node.holds(pos, key, compare)) return duplicate;
+        son = node.sons(pos);
+    }
     const retStatus status = ins(key, value, son, depth + 1);
     if (status != pending) return status;
-    if (son != -1 || workOffset != nodeOffset) load(nodeOffset);
+    load(nodeOffset);
     if (work->counter() >= max_keys()) {
         splitNode(pos);
         return pending;
@@ -244,11 +253,11 @@ ERBTreeOnDisk::retStatus ERBTreeOnDisk::ins(const char* key, long value, long no
 }
 
 void ERBTreeOnDisk::new_root() {
-    root->initialize();
-    root->insert(pendingInsertion.key.data(), pendingInsertion.value, 0, pendingInsertion.son);
-    root->sons(0, information.root);
+    ERDiskTreeNode root(layout, this);
+    root.insert(pendingInsertion.key.data(), pendingInsertion.value, 0, pendingInsertion.son);
+    root.sons(0, information.root);
     const long offset = file.allocate(static_cast<unsigned int>(layout.node_size()));
-    writecache(offset, *root, true);
+    writecache(offset, root);
     information.root = static_cast<std::int32_t>(offset);
     writeInfo();
 }
@@ -283,7 +292,7 @@ void ERBTreeOnDisk::splitNode(int pos) {
         }
     }
     up.son = file.allocate(static_cast<unsigned int>(layout.node_size()));
-    writecache(up.son, right, true);
+    writecache(up.son, right);
     halves.emplace_back(workOffset, *work); // written when a parent names the right one
     workOffset = -1;
 }
@@ -303,7 +312,28 @@ void ERBTreeOnDisk::remove(const char* key) {
 }
 
 int ERBTreeOnDisk::removeKeyAndValue(const char* key, ERCString& removedKey, long& value) {
-    check_writable();
+    if (file.gathers_batch()) file.raise(CFileException::genericException);
+    return velm::detail::removal(file, [&] { return remove_pair(key, removedKey, value); });
+}
+
+/// Takes a pair out of a leaf that keeps enough of them: nothing else changes.
+bool ERBTreeOnDisk::remove_easily(const char* key, ERCString& outKey, long& outValue) {
+    int pos = 0;
+    const long offset = findKeyAndValue(key, pos, outValue);
+    if (offset == -1) return false;
+    const ERDiskTreeNodeView node = node_at(offset);
+    const long least = offset == information.root ? 1 : minimum();
+    if (!node.is_leaf() || node.counter() <= least) return false;
+    load(offset);
+    remove_from_leaf(pos, outKey, outValue);
+    return true;
+}
+
+int ERBTreeOnDisk::remove_pair(const char* key, ERCString& removedKey, long& value) {
+    if (remove_easily(key, removedKey, value)) {
+        --information.entries;
+        return 1;
+    }
     const retStatus status = rem(key, information.root, 0, removedKey, value);
     if (status == not_found) return 0;
     --information.entries;
@@ -313,11 +343,10 @@ int ERBTreeOnDisk::removeKeyAndValue(const char* key, ERCString& removedKey, lon
 
 void ERBTreeOnDisk::drop_empty_root() {
     const long empty = information.root;
-    information.root = static_cast<std::int32_t>(root->sons(0));
+    information.root = static_cast<std::int32_t>(node_at(empty).sons(0));
     writeInfo();
     cache->forget(empty);
     file.deallocate(empty);
-    readRoot();
 }
 
 ERBTreeOnDisk::retStatus ERBTreeOnDisk::rem(const char* key, long nodeOffset, int depth,
@@ -464,13 +493,16 @@ void ERBTreeOnDisk::combineNodes(int pos, long parent) {
 unsigned long ERBTreeOnDisk::entries() const { return information.entries; }
 
 void ERBTreeOnDisk::clear() {
-    check_writable();
-    if (!isEmpty()) del(information.root, 0);
-    information.root = -1;
-    information.reserved = -1;
-    information.entries = 0;
-    writeInfo();
-    root->initialize();
+    if (file.gathers_batch()) file.raise(CFileException::genericException);
+    velm::detail::removal(file, [this] {
+        const long root = information.root;
+        information.root = -1;
+        information.reserved = -1;
+        information.entries = 0;
+        writeInfo();
+        if (root != -1) del(root, 0);
+        return 0;
+    });
     workOffset = -1;
 }
 

@@ -31,26 +31,27 @@ static_assert(sizeof(ERBTreeInformation) == 40, "the information block stands on
 /// (ignoreNulls) compare by memcmp, others by strncmp over the key length, so that integers in
 /// binary keys sort by their little-endian bytes: the order is part of the format.
 ///
-/// Every node write is on file at once, in such an order that a process that ends in between leaves
-/// every pair in a node that the root leads to, if need be in two of them; the information block is
+/// Each operation is one of the file manager's: it is on file as a whole, or leaves the tree as it
+/// was. Its nodes are written in such an order that a process that ends in between leaves every
+/// pair in a node that the root leads to, if need be in two of them; the information block is
 /// written after a change of the root, by clear, and by the destructor. File trouble is raised as
 /// CFileException*; so are nodes that can't be (more keys than fit, a depth beyond any tree):
 /// invalidFile. The destructor raises nothing. On a file opened read-only nothing is written. One
 /// thread to a tree.
-class VELM_API ERBTreeOnDisk {
+class VELM_API ERBTreeOnDisk : private velm::detail::StepMember {
 public:
     enum createMode : int { openExisting = 0, createNew = 1 };
 
     /// Opens the tree whose information block is at infoOffset, or at the file's start() for -1;
     /// with createNew, or where the file has no start yet, makes a new one. What an existing
     /// information block says overrules the arguments. One with a wrong magic number gives an empty
-    /// tree that compares by strncmp and writes nothing until it is changed.
+    /// tree that compares by strncmp; nothing is written until it is changed, then to that block.
     ERBTreeOnDisk(ERFileManager& file_, unsigned int cacheSize, createMode mode,
                   unsigned int keyLength, int ignoreNulls, long infoOffset, unsigned int order,
                   unsigned int minimum);
     ERBTreeOnDisk(const ERBTreeOnDisk&) = delete;
     ERBTreeOnDisk& operator=(const ERBTreeOnDisk&) = delete;
-    ~ERBTreeOnDisk();
+    ~ERBTreeOnDisk() override;
 
     /// 1, or 0 when the key was there; the tree is unchanged then.
     int insertKeyAndValue(const char* key, long value);
@@ -105,6 +106,8 @@ private:
     void moveItLeft(int pos, long parent);
     void moveItRight(int pos, long parent);
     void swapWithSuccessor(int pos);
+    int remove_pair(const char* key, ERCString& removedKey, long& value);
+    bool remove_easily(const char* key, ERCString& outKey, long& outValue);
     void new_root();
     void drop_empty_root();
     void apl(long offset, void (*callback)(const char*, long, void*), void* arg, int flag,
@@ -123,17 +126,17 @@ private:
     int isEmpty() const { return information.root == -1; }
     void readInfo();
     void writeInfo();
-    void readRoot();
     /// The node at an offset, good until the cache is used again; raises where there is none.
     ERDiskTreeNodeView node_at(long offset) const;
     /// Reads the node at an offset into a buffer.
     void readcache(long offset, ERDiskTreeNode& target) const;
-    void writecache(long offset, const ERDiskTreeNode& source, bool fresh = false);
-    void startup(unsigned int cacheSize);
+    void writecache(long offset, const ERDiskTreeNode& source);
+    void startup();
     void check_sizes() const;
-    void check_writable() const;
     void check_depth(int depth) const;
     [[noreturn]] void raise_invalid() const;
+    void remember() override { before = {information, information_on_file}; }
+    void go_back() noexcept override;
 
     void load(long offset) const;
     void store() { writecache(workOffset, *work); }
@@ -149,9 +152,12 @@ private:
     ERBTreeInformation information;
     ERBTreeInformation information_on_file;
     bool information_known = false; // made here or read with its magic number
+    struct Before {
+        ERBTreeInformation information;
+        ERBTreeInformation on_file;
+    } before;
     ERDiskTreeLayout layout;
     ERDiskTreeNode::Compare compare = nullptr;
-    std::unique_ptr<ERDiskTreeNode> root; // for its first son, and to build a new root in
     std::unique_ptr<ERDiskTreeNode> work; // the one node being worked on
     mutable long workOffset = -1;
     Pending pendingInsertion;

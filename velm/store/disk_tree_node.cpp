@@ -4,8 +4,6 @@
 #include "velm/store/file_space.h"
 
 #include <algorithm>
-#include <bit>
-#include <utility>
 
 ERDiskTreeNode::ERDiskTreeNode(const ERDiskTreeLayout& layout_, const ERBTreeOnDisk* tree_)
     : layout(layout_), tree(tree_), buffer(layout_.node_size()) {
@@ -24,11 +22,11 @@ void ERDiskTreeNode::initialize() {
         sons(i, -1);
 }
 
-int ERDiskTreeNodeView::binarySearch(const char* key, Compare compare) const {
-    const int n = counter();
-    const auto less = [&](int i) { return compare(keys(i), key, layout.key_length) < 0; };
-    if (n == 0) return 0;
-    if (!less(0)) return 0;
+namespace {
+
+template <class Less>
+int first_not_less(int n, Less less) {
+    if (n == 0 || !less(0)) return 0;
     int high = n - 1;
     if (less(high)) return n;
     int low = 0;
@@ -37,6 +35,30 @@ int ERDiskTreeNodeView::binarySearch(const char* key, Compare compare) const {
         (less(middle) ? low : high) = middle;
     }
     return high;
+}
+
+/// Four bytes as the number by which they compare.
+std::uint32_t in_byte_order(const char* bytes) {
+    std::uint32_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return __builtin_bswap32(word);
+}
+
+} // namespace
+
+int ERDiskTreeNodeView::compare_binary(const char* a, const char* b, std::size_t n) {
+    return std::memcmp(a, b, n);
+}
+
+int ERDiskTreeNodeView::binarySearch(const char* key, Compare compare) const {
+    if (compare == compare_binary && layout.key_length == sizeof(std::uint32_t)) {
+        const std::uint32_t sought = in_byte_order(key);
+        const char* const first = keys(0);
+        return first_not_less(counter(),
+                              [=](int i) { return in_byte_order(first + 4 * i) < sought; });
+    }
+    return first_not_less(counter(),
+                          [&](int i) { return compare(keys(i), key, layout.key_length) < 0; });
 }
 
 void ERDiskTreeNode::move_pairs(int to, int from, int count) {
@@ -86,116 +108,10 @@ void ERDiskTreeNode::copy_sons(int at, const ERDiskTreeNode& from, int first, in
 
 // ---- the cache ----
 
-namespace {
+const char* ERDiskNodeCache::read(long offset) { return file.node_at(offset, node_size); }
 
-/// A cache takes no more memory than this, however large the nodes that a file asks for.
-constexpr std::size_t kMostCached = std::size_t{4} << 20;
-constexpr std::size_t kLeastNodes = 4;
-
-} // namespace
-
-ERDiskNodeCache::ERDiskNodeCache(unsigned int capacity_, std::size_t node_size_)
-    : capacity(std::clamp<std::size_t>(
-          capacity_, 1, std::max(kLeastNodes, kMostCached / std::max<std::size_t>(node_size_, 1)))),
-      node_size(node_size_), shift(64 - static_cast<int>(std::bit_width(2 * capacity))),
-      buckets(std::size_t{1} << (64 - shift), none) {}
-
-unsigned int ERDiskNodeCache::find(long offset) {
-    unsigned int slot = bucket(offset);
-    while (slot != none && slots[slot].offset != offset)
-        slot = slots[slot].next;
-    return slot;
+void ERDiskNodeCache::write(long offset, const char* source) {
+    file.write_node(offset, source, node_size, ERFileManager::NodeKind::of_tree);
 }
 
-void ERDiskNodeCache::unlink(unsigned int slot) {
-    const Slot& s = slots[slot];
-    (s.newer != none ? slots[s.newer].older : newest) = s.older;
-    (s.older != none ? slots[s.older].newer : oldest) = s.newer;
-}
-
-void ERDiskNodeCache::make_newest(unsigned int slot) {
-    slots[slot].newer = none;
-    slots[slot].older = newest;
-    (newest != none ? slots[newest].newer : oldest) = slot;
-    newest = slot;
-}
-
-void ERDiskNodeCache::leave_bucket(unsigned int slot) {
-    unsigned int* link = &bucket(slots[slot].offset);
-    while (*link != slot)
-        link = &slots[*link].next;
-    *link = slots[slot].next;
-    slots[slot].offset = -1;
-}
-
-unsigned int ERDiskNodeCache::free_slot() {
-    if (oldest != none && (slots.size() >= capacity || slots[oldest].offset == -1)) {
-        if (slots[oldest].offset != -1) leave_bucket(oldest);
-        return oldest;
-    }
-    slots.emplace_back().bytes = std::make_unique<char[]>(node_size);
-    const unsigned int slot = static_cast<unsigned int>(slots.size() - 1);
-    slots[slot].newer = oldest;
-    (oldest != none ? slots[oldest].older : newest) = slot;
-    oldest = slot;
-    return slot;
-}
-
-void ERDiskNodeCache::forget(long offset) {
-    const unsigned int slot = find(offset);
-    if (slot == none) return;
-    leave_bucket(slot);
-    unlink(slot);
-    slots[slot].newer = oldest;
-    slots[slot].older = none;
-    (oldest != none ? slots[oldest].older : newest) = slot;
-    oldest = slot;
-}
-
-const char* ERDiskNodeCache::read(ERFileManager& file, long offset) {
-    unsigned int slot = find(offset);
-    if (slot == none) {
-        slot = free_slot();
-        char* const bytes = slots[slot].bytes.get();
-        if (file.read_node(offset, bytes, node_size) != node_size) return nullptr;
-        slots[slot].offset = offset;
-        slots[slot].next = std::exchange(bucket(offset), slot);
-    }
-    if (slot != newest) {
-        unlink(slot);
-        make_newest(slot);
-    }
-    return slots[slot].bytes.get();
-}
-
-void ERDiskNodeCache::write_through(ERFileManager& file, long offset, const char* source,
-                                    bool fresh) {
-    if (fresh) return file.write_node(offset, source, node_size);
-    const unsigned int slot = find(offset);
-    if (slot != none) return file.replace_node(offset, source, slots[slot].bytes.get(), node_size);
-    std::vector<char> old(node_size);
-    if (file.read_node(offset, old.data(), node_size) == node_size)
-        file.replace_node(offset, source, old.data(), node_size);
-    else
-        file.write_node(offset, source, node_size);
-}
-
-void ERDiskNodeCache::write(ERFileManager& file, long offset, const char* source, bool fresh) {
-    unsigned int slot = find(offset);
-    try {
-        write_through(file, offset, source, fresh);
-    } catch (...) {
-        forget(offset); // what the file holds now is not known
-        throw;
-    }
-    if (slot == none) {
-        slot = free_slot();
-        slots[slot].offset = offset;
-        slots[slot].next = std::exchange(bucket(offset), slot);
-    }
-    std::memcpy(slots[slot].bytes.get(), source, node_size);
-    if (slot != newest) {
-        unlink(slot);
-        make_newest(slot);
-    }
-}
+void ERDiskNodeCache::forget(long offset) { file.forget_node(offset); }

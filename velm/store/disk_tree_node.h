@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 class ERBTreeOnDisk;
@@ -25,7 +24,8 @@ struct ERDiskTreeLayout {
     unsigned int order = 0;
 
     int max_keys() const { return static_cast<int>(2 * order); }
-    std::size_t sons_at() const { return 4; }
+    static constexpr std::size_t first_son_at = 4;
+    std::size_t sons_at() const { return first_son_at; }
     std::size_t items_at() const { return 8 * std::size_t{order} + 8; }
     std::size_t keys_at() const { return 16 * std::size_t{order} + 8; }
     std::size_t node_size() const { return (std::size_t{key_length} + 8) * order * 2 + 8; }
@@ -35,6 +35,7 @@ struct ERDiskTreeLayout {
 class ERDiskTreeNodeView {
 public:
     using Compare = int (*)(const char*, const char*, std::size_t);
+    static int compare_binary(const char* a, const char* b, std::size_t n);
 
     ERDiskTreeNodeView(const ERDiskTreeLayout& layout_, const char* image)
         : layout(layout_), bytes(image) {}
@@ -117,46 +118,18 @@ private:
     std::vector<char> buffer;
 };
 
-/// A write-through cache of whole nodes. A full cache gives up the node that has been left alone
-/// longest.
+/// The nodes of one size as the file manager keeps them in memory.
 class VELM_API ERDiskNodeCache {
 public:
-    ERDiskNodeCache(unsigned int capacity_, std::size_t node_size_);
+    ERDiskNodeCache(ERFileManager& file_, std::size_t node_size_)
+        : file(file_), node_size(node_size_) {}
 
-    /// The node at an offset, good until the next call; from the file if it isn't here. Null when
-    /// the file doesn't have it whole.
-    const char* read(ERFileManager& file, long offset);
-    /// Writes the node to the file and takes it in. A fresh one has no old image that counts.
-    void write(ERFileManager& file, long offset, const char* source, bool fresh);
+    /// The node at an offset, good until the next call; null where the file doesn't have it whole.
+    const char* read(long offset);
+    void write(long offset, const char* source);
     void forget(long offset);
 
 private:
-    static constexpr unsigned int none = ~0u;
-
-    struct Slot {
-        long offset = -1;
-        unsigned int newer = none;
-        unsigned int older = none;
-        unsigned int next = none; // in its bucket
-        std::unique_ptr<char[]> bytes;
-    };
-
-    unsigned int& bucket(long offset) {
-        return buckets[static_cast<std::size_t>(offset >> 2) * 0x9E3779B97F4A7C15u >> shift];
-    }
-    unsigned int find(long offset);
-    void unlink(unsigned int slot);
-    void make_newest(unsigned int slot);
-    void leave_bucket(unsigned int slot);
-    void write_through(ERFileManager& file, long offset, const char* source, bool fresh);
-    /// A slot that nothing finds yet.
-    unsigned int free_slot();
-
-    std::size_t capacity;
+    ERFileManager& file;
     std::size_t node_size;
-    int shift;
-    std::vector<unsigned int> buckets;
-    std::vector<Slot> slots;
-    unsigned int newest = none;
-    unsigned int oldest = none;
 };

@@ -14,14 +14,18 @@
 #include "velm/export.h"
 #include "velm/frame/binary_file.h"
 #include "velm/store/free_list.h"
+#include "velm/store/store_step.h"
 
 #include <memory>
 #include <string>
 
+namespace velm {
+class StoreBatch;
+}
 namespace velm::detail {
 class BlockCache;
 class FreeChain;
-class StoreStep;
+struct OperationState;
 } // namespace velm::detail
 
 #if defined(__GNUC__)
@@ -33,7 +37,13 @@ class StoreStep;
 /// File trouble is raised as CFileException*, and so is a head or free list that can't be
 /// (invalidFile).
 ///
-/// After each public operation the file holds what it says, seen through any other descriptor.
+/// This holds for every public operation of the store that changes a file, of the trees and the
+/// database on top of it, too. When it returns, the file holds what it says, seen through any other
+/// descriptor. When it raises, the store in memory is as it was before, and so is the file; or,
+/// where bytes that were written in place could not be put back, the file is *behind*: reading goes
+/// on and is right, the next operation that writes first brings the file up or fails again with the
+/// code, changing nothing, and so does Close. What an operation allocates it writes before any byte
+/// in place, so that a full disk leaves the file as it was. A removal needs no room.
 class VELM_API ERFileManager : public ERFile {
 public:
     static constexpr long head_node_offset = 12; // on file
@@ -44,14 +54,20 @@ public:
     /// everybody shut out. A file whose third word isn't 268 has no free list: allocate then raises
     /// an invalidFile, and nothing is given back.
     ERFileManager(const char* name, int readOnly);
+    /// Brings the file up as Close does; what goes wrong is not reported.
     ~ERFileManager() override;
+
+    /// Closes the file. Where it is behind and can't be brought up, the cause is raised afterwards.
+    void Close() override;
+    /// Brings the file up and sends what the system holds back to the disk.
+    void Flush() override;
 
     /// A block for so many bytes; its total size is 4 plus the bytes rounded up to a multiple of 4,
     /// or up to 4 bytes more where a free extent would leave too little. The first block of a
     /// file's life is reachable through start() for good.
     long allocate(unsigned int bytes);
-    /// Gives a block back. -1 and the first block of the file are ignored: intended. The size word
-    /// in front of the payload is taken at face value.
+    /// Gives a block back. -1 and the first block of the file are ignored, part of the contract.
+    /// The size word in front of the payload is taken at face value.
     void deallocate(long payload);
     /// Room of just that size at the end of the data, without a size word.
     long allocateAtEnd(unsigned int bytes);
@@ -64,90 +80,81 @@ public:
     long rootOffset() const { return head_node_offset; }
     /// Whether the head of the file was understood.
     bool has_free_list() const { return list != nullptr; }
+    /// Whether a velm::StoreBatch is under way.
+    bool gathers_batch() const;
+    /// Whether a failed operation has left bytes in the file that could not be put back yet.
+    bool is_behind() const;
 
     using ERFile::Read;
     using ERFile::Write;
     UINT Read(void* buffer, UINT count) override;
+    /// Outside an operation of the store the bytes go to the file at once, and nobody puts back
+    /// what a failure has overwritten.
     void Write(const void* buffer, UINT count) override;
     ULONGLONG GetLength() const override;
     void SetLength(ULONGLONG new_length) override;
 
-    /// What is kept of a node that is one no longer goes; deallocate does it for its blocks.
+    /// What is kept of a node that is one no longer is dropped; deallocate does it for its blocks.
     void forget_node(long offset);
-    /// Reads and writes some bytes as a whole, past what is gathered. The position stands behind
-    /// them afterwards.
+    /// Reads and changes some bytes as a whole. The position is after them when they have been
+    /// read, and anywhere when they have been changed.
     std::size_t read_through(long offset, void* target, std::size_t count);
     void write_through(long offset, const void* source, std::size_t count);
-    /// The same for a node of a tree or of the free list. Nodes and records that were used last are
-    /// kept in memory, all with the system at once when they are written. The position is anywhere
-    /// afterwards.
-    std::size_t read_node(long offset, void* target, std::size_t count);
-    void write_node(long offset, const void* source, std::size_t count);
-    /// The same for a node that something leads to already, in place of its old image. Where a
-    /// process that is killed could leave the old and the new one mixed, both stand at the end of
-    /// the file while the node is being written.
-    void replace_node(long offset, const void* source, const void* old, std::size_t count);
-    /// Keeps the record from a payload on to the position, which has just been written or read.
-    void keep_record(long payload);
+    /// The same where the caller knows the bytes that are there, read from the file otherwise.
+    void write_over(long offset, const void* source, const void* old, std::size_t count);
+    /// A node of a tree or of the free list, good until the next call; null where the file doesn't
+    /// have it whole. Those that were used last are kept in memory.
+    const char* node_at(long offset, std::size_t size);
+    /// Writes a node. Where one of a tree replaces an image that something leads to, and a process
+    /// that is killed could leave both mixed, both are at the end of the file during the write.
+    enum class NodeKind { of_tree, of_free_list };
+    void write_node(long offset, const void* source, std::size_t size, NodeKind kind);
     [[noreturn]] void raise(int cause) const;
 
 private:
     friend class velm::detail::StoreStep;
+    friend class velm::detail::ReadingStep;
+    friend class velm::detail::StepMember;
+    friend class velm::detail::RemovalWithoutRoom;
+    friend class velm::StoreBatch;
     friend class ERListManager;
 
-    void write_start(long offset);
-    void write_end(long offset);
-    /// A word that is gathered with what is written behind it, if a step is under way.
-    void write_word(long offset, std::int32_t word);
     void create_head();
-    void flush_gathered();
-    void forget_window() { window_size = 0; }
-    ULONGLONG write_unfinished(long offset, const void* source, const void* old, std::size_t count);
+    // The operation under way.
+    void begin_operation();
+    void commit();
+    void roll_back();
+    void settle();
+    bool is_free_space(long offset, std::size_t count) const;
+    void note_allocated(long offset, unsigned int size);
+    void note_freed(long offset, unsigned int size);
+    void change(long offset, const void* source, std::size_t count);
+    void end_batch();
+    // Writing for good.
+    void write_allocated();
+    void write_in_place();
+    void write_head();
+    void put_in_place(long offset, const char* bytes, const char* old, std::size_t size, bool node);
+    void write_guard(long offset, const char* bytes, const char* old, std::size_t size);
+    void cut_guard();
+    void bring_up();
+    void write_direct(long offset, const void* source, std::size_t count);
+    // Reading.
+    std::size_t read_image(long offset, void* target, std::size_t count);
+    std::string old_image(long offset, std::size_t count);
     bool read_ahead(ULONGLONG position);
-    void grew_to(ULONGLONG at) const { length = at > length ? at : length; }
 
     int readOnly;
-    std::unique_ptr<velm::detail::BlockCache> kept;
+    std::unique_ptr<velm::detail::BlockCache> kept; // nodes
     std::unique_ptr<velm::detail::FreeChain> chain; // of all list managers of the file
-    std::unique_ptr<ERLMan> list;
+    std::unique_ptr<velm::detail::OperationState> operation;
+    std::unique_ptr<ERListManager> list;
     long startOffset = ER_NULL_OFFSET;
     long endOfData = first_block;
-
-    // Only while a step is under way:
-    static constexpr std::size_t most_gathered = 65536;
-    static constexpr std::size_t window_capacity = 4096;
-    static constexpr std::size_t ahead = 1024;
-    int steps = 0;
-    std::string gathered; // bytes written and not yet handed to the system
-    ULONGLONG gathered_at = 0;
-    std::unique_ptr<char[]> window; // bytes read ahead
-    ULONGLONG window_at = 0;
-    std::size_t window_size = 0;
-    bool window_is_kept = false;  // it is a record that was kept
-    mutable ULONGLONG length = 0; // with the system
+    mutable ULONGLONG length = 0; // of the file
     mutable bool length_known = false;
 };
 
 #if defined(__GNUC__)
 #pragma GCC diagnostic pop
 #endif
-
-namespace velm::detail {
-
-/// One public operation of a store. While it is under way, adjoining small writes leave as one and
-/// small reads are served from a window; with finish() all is with the system. What an exception
-/// leaves behind is handed over as far as it goes.
-class StoreStep {
-public:
-    explicit StoreStep(ERFileManager& file) : file_(file) { ++file_.steps; }
-    StoreStep(const StoreStep&) = delete;
-    StoreStep& operator=(const StoreStep&) = delete;
-    ~StoreStep();
-
-    void finish();
-
-private:
-    ERFileManager& file_;
-};
-
-} // namespace velm::detail

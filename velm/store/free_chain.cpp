@@ -20,10 +20,22 @@ void FreeChain::give_up() {
     tried_ = true;
 }
 
+/// Most look-ups are of the node that was looked up last. The others go through runs of offsets,
+/// each without a branch.
 std::size_t FreeChain::place_of(long offset) const {
-    return static_cast<std::size_t>(
-        std::find(nodes_.begin(), nodes_.end(), static_cast<std::int32_t>(offset)) -
-        nodes_.begin());
+    constexpr std::size_t kRun = 64;
+    const auto sought = static_cast<std::int32_t>(offset);
+    if (last_place_ < nodes_.size() && nodes_[last_place_] == sought) return last_place_;
+    std::size_t place = 0;
+    for (; place + kRun <= nodes_.size(); place += kRun) {
+        unsigned found = 0;
+        for (std::size_t i = 0; i < kRun; ++i)
+            found |= nodes_[place + i] == sought ? 1u : 0u;
+        if (found != 0) break;
+    }
+    while (place < nodes_.size() && nodes_[place] != sought)
+        ++place;
+    return last_place_ = place;
 }
 
 // ---- what stands in the nodes ----

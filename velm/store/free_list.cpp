@@ -3,10 +3,12 @@
 #include "velm/platform/debug_output.h"
 #include "velm/platform/file_exception.h"
 #include "velm/store/detail/free_chain.h"
+#include "velm/store/detail/operation_state.h"
 #include "velm/store/file_space.h"
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <utility>
 
 using velm::detail::FreeChain;
@@ -114,10 +116,34 @@ long ERListManager::take(int i, unsigned int& need) {
     return offset;
 }
 
+/// Another list manager than the file's own goes back by itself.
+template <class Work>
+auto ERListManager::as_operation(Work work) {
+    velm::detail::StoreStep step(*file);
+    if (file->list.get() != this) remember();
+    try {
+        const auto result = work();
+        step.finish();
+        return result;
+    } catch (...) {
+        if (file->list.get() != this) go_back();
+        throw;
+    }
+}
+
 long ERListManager::allocate(unsigned int bytes) {
+    return as_operation([&] { return take_block(bytes); });
+}
+
+long ERListManager::take_block(unsigned int bytes) {
     unsigned int need = block_size(bytes);
     const long stop = current;
     long offset = ER_NULL_OFFSET;
+    if (file->operation->batch) { // the free list stays as it is
+        offset = file->allocateAtEnd(need);
+        writeHeader(offset, need);
+        return offset + 4;
+    }
     begin_walk();
     do {
         const int n = entries(node);
@@ -128,7 +154,12 @@ long ERListManager::allocate(unsigned int bytes) {
     } while (offset == ER_NULL_OFFSET && advance_to(stop, [&](const FreeChain& chain, long from) {
                  return chain.first_with(from, need);
              }));
-    if (offset == ER_NULL_OFFSET) offset = file->allocateAtEnd(need);
+    if (offset == ER_NULL_OFFSET) {
+        if (file->operation->sparing) return ER_NULL_OFFSET;
+        offset = file->allocateAtEnd(need);
+    } else {
+        file->note_allocated(offset, need);
+    }
     writeHeader(offset, need);
     return offset + 4;
 }
@@ -136,10 +167,14 @@ long ERListManager::allocate(unsigned int bytes) {
 void ERListManager::deallocate(long payload) {
     const long offset = payload - 4;
     if (offset < ERFileManager::first_block) file->raise(CFileException::invalidFile);
-    addToFreeList(offset, readHeader(offset));
+    as_operation([&] {
+        addToFreeList(offset, readHeader(offset));
+        return 0;
+    });
 }
 
 void ERListManager::addToFreeList(long offset, unsigned int size) {
+    file->note_freed(offset, size);
     if (file->deallocateFromEnd(offset, size)) return;
     const long stop = current;
     begin_walk();
@@ -155,7 +190,9 @@ void ERListManager::addToFreeList(long offset, unsigned int size) {
 }
 
 void ERListManager::extendFreeList(long, unsigned int) {
-    const long made = allocate(kNodePayload) - 4;
+    const long payload = allocate(kNodePayload);
+    if (payload == ER_NULL_OFFSET) return; // no room, and nothing else is lost
+    const long made = payload - 4;
     const long before = current;
     ERFreeListNode linked = node;
     node = ERFreeListNode();
@@ -196,9 +233,14 @@ void ERListManager::deleteNode() {
 
 int ERListManager::readNode(long offset) {
     current = offset;
-    node = ERFreeListNode();
-    node.magic = 0;
-    file->read_node(offset, &node, sizeof node);
+    const char* const image = file->node_at(offset, sizeof node);
+    if (image != nullptr) {
+        std::memcpy(&node, image, sizeof node);
+    } else {
+        node = ERFreeListNode();
+        node.magic = 0;
+        file->read_through(offset, &node, sizeof node);
+    }
     if (node.magic != ERFreeListNode::magic_number) OutputDebugStringA("BAD MAGIC NUMBER");
     return 1;
 }
@@ -206,12 +248,7 @@ int ERListManager::readNode(long offset) {
 void ERListManager::writeNode() { writeNode(current, node); }
 
 void ERListManager::writeNode(long offset, const ERFreeListNode& image) {
-    try {
-        file->write_node(offset, &image, sizeof image);
-    } catch (...) {
-        file->chain->forget(); // what the file holds now is not known
-        throw;
-    }
+    file->write_node(offset, &image, sizeof image, ERFileManager::NodeKind::of_free_list);
     file->chain->written(offset, image);
 }
 
@@ -232,7 +269,9 @@ int ERListManager::advance_to(long stop, Find find) {
     FreeChain& chain = *file->chain;
     if (!chain.tried() && steps >= kLongWalk) {
         chain.build(ERFileManager::head_node_offset, [this](long offset, ERFreeListNode& read) {
-            return file->read_node(offset, &read, sizeof read) == sizeof read;
+            const char* const image = file->node_at(offset, sizeof read);
+            if (image != nullptr) std::memcpy(&read, image, sizeof read);
+            return image != nullptr;
         });
     }
     if (!chain.usable() || std::exchange(jumped, true)) return advance();
@@ -250,5 +289,6 @@ unsigned int ERListManager::readHeader(long offset) {
 }
 
 void ERListManager::writeHeader(long offset, unsigned int size) {
-    file->write_word(offset, static_cast<std::int32_t>(size));
+    const std::int32_t word = static_cast<std::int32_t>(size);
+    file->change(offset, &word, sizeof word);
 }

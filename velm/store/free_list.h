@@ -48,7 +48,7 @@ public:
 };
 
 /// The free list of a file manager. First fit within a node, next fit across nodes: the search
-/// starts at the node where the last operation stopped. Every change is written at once.
+/// starts at the node where the last operation stopped. An operation is one of the file manager's.
 ///
 /// Raises CFileException*. A node whose magic number is wrong is reported in the debug output and
 /// used as it is.
@@ -64,9 +64,20 @@ public:
     void deallocate(long payload) override;
 
 private:
+    friend class ERFileManager;
+
+    /// The part in memory goes back with the file manager's operations.
+    void remember() { state_before = {current, node}; }
+    void go_back() {
+        current = state_before.current;
+        node = state_before.node;
+    }
+    template <class Work>
+    auto as_operation(Work work);
+    long take_block(unsigned int bytes);
     void addToFreeList(long offset, unsigned int size);
-    /// Chains a new node behind the current one. The extent that made it necessary is not entered
-    /// anywhere and lost for good: intended, the format has it so.
+    /// Chains a new node after the current one. The extent that made it necessary is not entered
+    /// anywhere and lost for good, kept for file compatibility.
     void extendFreeList(long offset, unsigned int size);
     void deleteNode();
     int readNode(long offset);
@@ -94,6 +105,10 @@ private:
     ERFileManager* file;
     long current;
     ERFreeListNode node;
+    struct Before {
+        long current = -1;
+        ERFreeListNode node;
+    } state_before;
     long steps = 0;
     bool jumped = false; // to the node that the chain in memory found
 };

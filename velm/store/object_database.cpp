@@ -4,28 +4,19 @@
 #include "velm/platform/stack_room.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstring>
-#include <exception>
 #include <filesystem>
 #include <iomanip>
 #include <ostream>
 
 using velm::DatabaseHeader;
+using velm::NumberKey;
+using velm::detail::ReadingStep;
 using velm::detail::StoreStep;
 
 namespace {
-
-/// The key of an identifier: its four bytes, little-endian.
-struct IdentifierKey {
-    explicit IdentifierKey(long id) : value(static_cast<std::int32_t>(id)) {
-        std::memcpy(bytes, &value, sizeof bytes);
-    }
-    operator const char*() const { return bytes; }
-
-    std::int32_t value;
-    char bytes[4];
-};
 
 /// The objects that one reading may create: all that the file can refer to by references of four
 /// bytes, and never so few that sharing on several levels is cut off.
@@ -43,12 +34,6 @@ private:
     velm::detail::ObjectsUnderWay& way_;
 };
 
-std::unique_ptr<ERBTreeOnDisk> make_tree(ERFileManager& file, velm::StoreTree form) {
-    return std::make_unique<ERBTreeOnDisk>(file, form.nodes_cached, ERBTreeOnDisk::createNew,
-                                           form.key_length, form.binary_keys, -1,
-                                           velm::StoreTree::order, velm::StoreTree::minimum);
-}
-
 /// The form that stands on file overrules these arguments, which are the other tree's: intended.
 std::unique_ptr<ERBTreeOnDisk> open_tree(ERFileManager& file, velm::StoreTree form,
                                          velm::StoreTree other, long offset) {
@@ -60,6 +45,11 @@ std::unique_ptr<ERBTreeOnDisk> open_tree(ERFileManager& file, velm::StoreTree fo
 }
 
 } // namespace
+
+std::unique_ptr<ERBTreeOnDisk> velm::StoreTree::make(ERFileManager& file) const {
+    return std::make_unique<ERBTreeOnDisk>(file, nodes_cached, ERBTreeOnDisk::createNew, key_length,
+                                           binary_keys, -1, order, minimum);
+}
 
 namespace velm::detail {
 
@@ -116,85 +106,95 @@ int ERObjectDataBase::Open(char const* name, int readOnly) {
 
 void ERObjectDataBase::open_existing(char const* name, int readOnly) {
     file = std::make_unique<ERFileManager>(name, readOnly);
-    std::unique_ptr<ERFileManager> refused; // outlives the step
-    StoreStep step(*file);
     DatabaseHeader header;
     const bool whole = file->read_through(file->start(), &header, sizeof header) == sizeof header;
     if (!whole || header.version > DatabaseHeader::current_version) {
-        refused = std::move(file);
+        file.reset();
         return;
     }
     version = header.version;
     class_tree_offset = header.class_tree;
     object_tree_offset = header.object_tree;
-    last_identifier = header.last_identifier;
-    objects_stored = header.objects_stored;
-    last_signature = header.last_signature;
+    counters = {header.last_identifier, header.objects_stored, header.last_signature};
+    counters_on_file = counters;
     classes = open_tree(*file, velm::class_tree_form, velm::object_tree_form, class_tree_offset);
     objects = open_tree(*file, velm::object_tree_form, velm::class_tree_form, object_tree_offset);
+    join(file.get());
     classes->applyToKeyAndValue(ERdiskMetaTreeExtractMap, this, 1);
-    step.finish();
 }
 
 void ERObjectDataBase::create_new(char const* name) {
     file = std::make_unique<ERFileManager>(name, 0);
+    StoreStep step(*file);
     const long start = file->allocate(DatabaseHeader::allocated_bytes);
-    classes = make_tree(*file, velm::class_tree_form);
+    classes = velm::class_tree_form.make(*file);
     class_tree_offset = classes->baseLocation();
-    objects = make_tree(*file, velm::object_tree_form);
+    objects = velm::object_tree_form.make(*file);
     object_tree_offset = objects->baseLocation();
     version = DatabaseHeader::current_version;
     DatabaseHeader header;
     header.class_tree = static_cast<std::int32_t>(class_tree_offset);
     header.object_tree = static_cast<std::int32_t>(object_tree_offset);
     file->write_through(start, &header, sizeof header);
-}
-
-bool ERObjectDataBase::may_write() const {
-    return file && !file->isReadOnly() && file->has_free_list() && classes && objects &&
-           classes->has_valid_information() && objects->has_valid_information();
+    step.finish();
+    join(file.get());
 }
 
 void ERObjectDataBase::require_writable() const {
     if (file->isReadOnly()) file->raise(CFileException::accessDenied);
-    if (!may_write()) file->raise(CFileException::invalidFile);
+    if (!file->has_free_list()) file->raise(CFileException::invalidFile);
+}
+
+void ERObjectDataBase::save_counters() {
+    if (counters == counters_on_file) return;
+    const auto words = [](const Counters& c) {
+        return std::array{c.last_identifier, c.objects_stored, c.last_signature};
+    };
+    file->write_over(file->start() + DatabaseHeader::counters_at, words(counters).data(),
+                     words(counters_on_file).data(), sizeof(words(counters)));
+    counters_on_file = counters;
 }
 
 void ERObjectDataBase::Close() {
-    std::exception_ptr failure;
+    CFileException* failure = nullptr;
     const auto attempt = [&failure](auto step) {
         try {
             step();
-        } catch (...) {
-            if (!failure)
-                failure = std::current_exception();
+        } catch (CFileException* met) {
+            if (failure)
+                met->Delete();
             else
-                try {
-                    throw;
-                } catch (CFileException* later) {
-                    later->Delete();
-                }
+                failure = met;
         }
     };
-    if (may_write()) {
-        const std::int32_t counters[] = {last_identifier, objects_stored, last_signature};
-        attempt([&] { file->write_through(file->start() + 12, counters, sizeof counters); });
-        attempt([&] { classes->save_information(); });
-        attempt([&] { objects->save_information(); });
-    }
-    if (file) attempt([&] { file->Close(); });
+    if (file && file->is_open() && !file->isReadOnly() && file->has_free_list())
+        attempt([this] {
+            StoreStep step(*file);
+            save_counters();
+            classes->save_information();
+            objects->save_information();
+            step.finish();
+            if (flushes_at_close) file->Flush();
+        });
+    if (file) attempt([this] { file->Close(); });
     abandon();
-    if (failure) std::rethrow_exception(failure);
+    if (failure) throw failure;
+}
+
+void ERObjectDataBase::flush() {
+    if (file && !file->isReadOnly()) file->Flush();
 }
 
 void ERObjectDataBase::abandon() {
     if (file) file->Abort(); // with it closed, the trees write nothing
+    join(nullptr);
     classes.reset();
     objects.reset();
     file.reset();
     signatures.clear();
     creators.clear();
-    last_identifier = objects_stored = last_signature = 0;
+    identities.clear();
+    counters = counters_on_file = Counters();
 }
 
 ERFileManager& ERObjectDataBase::open_file() const {
@@ -222,9 +222,9 @@ unsigned long ERObjectDataBase::GetOrCreateSignature(char const* className) {
         return static_cast<unsigned long>(known->second.signature);
     long signature = classes->findValue(className);
     if (signature == -1) {
-        signature = last_signature + 1L;
+        signature = counters.last_signature + 1L;
         if (signature > INT_MAX) file->raise(CFileException::diskFull);
-        last_signature = static_cast<std::int32_t>(signature);
+        counters.last_signature = static_cast<std::int32_t>(signature);
         classes->insertKeyAndValue(className, signature);
     }
     signatures[className] = {signature, className};
@@ -242,10 +242,11 @@ long ERObjectDataBase::Store(ERObject& object) {
     if (leads_back || !velm::StackRoom::of_this_thread().has_room_at(being_stored.depth()))
         store.raise(CFileException::genericException);
     StoreStep step(store);
+    note_identity(object);
     if (is_new) {
-        if (last_identifier == INT_MAX) store.raise(CFileException::diskFull);
-        object.objectID = ++last_identifier;
-        ++objects_stored;
+        if (counters.last_identifier == INT_MAX) store.raise(CFileException::diskFull);
+        object.objectID = ++counters.last_identifier;
+        ++counters.objects_stored;
     }
     object.database = this;
     const OnTheWay on_the_way(being_stored, object.objectID);
@@ -266,11 +267,42 @@ void ERObjectDataBase::write_record(ERObject& object, long location, unsigned lo
     file->Seek(location, CFile::begin);
     file->Write(signature);
     object.saveGuts(*file);
-    file->keep_record(location);
+}
+
+// ---- going back ----
+
+void ERObjectDataBase::remember() {
+    counters_before = counters;
+    on_file_before = counters_on_file;
+    identities.clear();
+}
+
+void ERObjectDataBase::go_back() noexcept {
+    const std::int32_t last_given_out = counters.last_identifier;
+    counters = counters_before;
+    if (file->gathers_batch()) counters.last_identifier = last_given_out;
+    counters_on_file = on_file_before;
+    signatures.clear(); // they are found again in the class tree
+    for (auto known = identities.rbegin(); known != identities.rend(); ++known) {
+        known->object->objectID = known->id;
+        known->object->database = known->database;
+        known->object->dirty = known->dirty;
+    }
+    identities.clear();
+}
+
+/// The outermost object outlives the operation. Of those that it refers to, the ones that counted
+/// pointers hold are held here, too; others are not known to live on.
+void ERObjectDataBase::note_identity(ERObject& object) {
+    const bool is_held = object.references() > 0;
+    if (file->gathers_batch()) return;
+    if (!is_held && being_stored.depth() > 0) return;
+    identities.push_back({&object, t_SmartPtr<ERObject>(is_held ? &object : nullptr),
+                          object.objectID, object.database, object.dirty});
 }
 
 void ERObjectDataBase::enter(long id, bool is_new, long location) {
-    const IdentifierKey key(id);
+    const NumberKey key(id);
     long old_location = -1;
     if (!is_new && objects->replaceValue(key, location, old_location)) {
         file->deallocate(old_location);
@@ -283,16 +315,19 @@ void ERObjectDataBase::enter(long id, bool is_new, long location) {
 
 int ERObjectDataBase::Delete(long id) {
     if (!file) return 0;
-    StoreStep step(*file);
-    const IdentifierKey key(id);
-    if (!objects->contains(key)) return 0;
-    require_writable();
-    long location = -1;
-    ERCString removed;
-    if (!objects->removeKeyAndValue(key, removed, location)) return 0;
-    file->deallocate(location);
-    step.finish();
-    return 1;
+    const NumberKey key(id);
+    if (file->isReadOnly() || !file->has_free_list()) {
+        if (!objects->contains(key)) return 0;
+        require_writable();
+    }
+    if (file->gathers_batch()) file->raise(CFileException::genericException);
+    return velm::detail::removal(*file, [&] {
+        long location = -1;
+        ERCString removed;
+        if (!objects->removeKeyAndValue(key, removed, location)) return 0;
+        file->deallocate(location);
+        return 1;
+    });
 }
 
 // ---- retrieving ----
@@ -302,26 +337,24 @@ void ERObjectDataBase::restore(ERObject& object, long id, long location) {
     object.database = this;
     file->Seek(location + 4, CFile::begin);
     object.restoreGuts(*file);
-    file->keep_record(location);
 }
 
 int ERObjectDataBase::Retrieve(long id, ERObject& object) {
     if (!file) return 0;
-    StoreStep step(*file);
-    const long location = objects->findValue(IdentifierKey(id));
+    const ReadingStep step(*file);
+    const long location = objects->findValue(NumberKey(id));
     if (location == -1) return 0;
     int ignored_signature = 0;
     file->Seek(location, CFile::begin);
     file->Read(ignored_signature);
     restore(object, id, location);
-    step.finish();
     return 1;
 }
 
 t_SmartPtr<ERObject> ERObjectDataBase::RetrieveAndCreate(long id) {
     if (!file) return {};
-    StoreStep step(*file);
-    const IdentifierKey key(id);
+    const ReadingStep step(*file);
+    const NumberKey key(id);
     const long location = objects->findValue(key);
     if (location == -1 || being_read.contains(key.value)) return {};
     if (being_read.depth() == 0) left_to_create = std::max(kLeastToCreate, file->endData() / 4);
@@ -337,7 +370,6 @@ t_SmartPtr<ERObject> ERObjectDataBase::RetrieveAndCreate(long id) {
     ERObject::theCurrentDataBase = this;
     const OnTheWay on_the_way(being_read, key.value);
     restore(*object, id, location);
-    step.finish();
     return object;
 }
 

@@ -10,6 +10,7 @@
 #include "velm/store/file_space.h"
 
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -32,6 +33,8 @@ struct DatabaseHeader {
     std::int32_t last_identifier = 0;
     std::int32_t objects_stored = 0;
     std::int32_t last_signature = 0;
+
+    static constexpr long counters_at = 12; // the last three, which only Close writes
 };
 static_assert(sizeof(DatabaseHeader) == 24, "the header stands on file");
 
@@ -42,10 +45,24 @@ struct StoreTree {
     unsigned int nodes_cached; // not on file
     static constexpr unsigned int order = 10;
     static constexpr unsigned int minimum = 10;
+
+    /// A new tree of this form.
+    VELM_API std::unique_ptr<ERBTreeOnDisk> make(ERFileManager& file) const;
 };
 inline constexpr StoreTree class_tree_form = {60, 0, 10};
 inline constexpr StoreTree object_tree_form = {4, 1, 1000};
 inline constexpr StoreTree index_tree_form = {4, 1, 10};
+
+/// The key of an identifier or an index: its four bytes, little-endian.
+struct NumberKey {
+    explicit NumberKey(long number) : value(static_cast<std::int32_t>(number)) {
+        std::memcpy(bytes, &value, sizeof bytes);
+    }
+    operator const char*() const { return bytes; }
+
+    std::int32_t value;
+    char bytes[4];
+};
 
 } // namespace velm
 
@@ -75,12 +92,12 @@ private:
 /// names to signatures, another from identifiers to records. An object that is stored again keeps
 /// its identifier, and its record moves.
 ///
-/// File trouble is raised as CFileException*; storing into a closed store is an invalidFile. One
-/// thread in the process works with stores at a time. An object must not be saved after its store
-/// is gone. There is no journal: a process that ends before Close leaves the counters in the header
-/// and the trees' entry counts as they were at Open; velm::counters_are_stale tells, and
-/// velm::salvage_store mends it.
-class VELM_API ERObjectDataBase : public ERReference {
+/// File trouble is raised as CFileException*; storing into a closed store is an invalidFile. What
+/// ERFileManager says of operations that fail holds for all of these. One thread in the process
+/// works with stores at a time. An object must not be saved after its store is gone. There is no
+/// journal: a process that ends before Close leaves the counters in the header and the trees' entry
+/// counts as they were at Open; velm::counters_are_stale tells, and velm::salvage_store mends it.
+class VELM_API ERObjectDataBase : public ERReference, private velm::detail::StepMember {
 public:
     ERObjectDataBase();
     ERObjectDataBase(const ERObjectDataBase&) = delete;
@@ -96,10 +113,13 @@ public:
     /// object of such a class can be created only after one of its class has been stored: intended.
     /// velm::StoredObjects knows them all.
     virtual int Open(char const* name, int readOnly);
-    /// Writes the counters and closes. The store is closed afterwards even if this raises.
+    /// Writes the counters and closes. The store is closed afterwards even if this raises, as it
+    /// does where the file could not be brought up to what the store says.
     virtual void Close();
     /// Stores the object, anew under its identifier if it is in this store, and returns the
-    /// identifier. A file whose head and trees were not understood is not written: invalidFile.
+    /// identifier; one whose record Delete has removed is entered under its identifier again. A
+    /// file whose head was not understood is not written: invalidFile. Where it raises, the store
+    /// is as it was, and so is what the objects know of their identifiers and stores.
     /// References that are deeper than the thread's stack has room for, and those that lead back to
     /// a changed object that is being stored, raise a genericException; none of the objects above
     /// is stored then.
@@ -123,9 +143,14 @@ public:
     virtual unsigned int get_db_version();
     virtual unsigned int get_db_current_version();
 
+    /// Brings a file that is behind up to date and sends what the system holds back to the disk.
+    void flush();
+    /// Whether Close does so, too; it doesn't at first.
+    void flush_at_close(bool flushes) { flushes_at_close = flushes; }
+
     ERFileManager* fileManager() const { return file.get(); }
     /// The objects ever stored in the file.
-    int getNbObj() const { return objects_stored; }
+    int getNbObj() const { return counters.objects_stored; }
 
 protected:
     /// The number of a class, a new one if the file doesn't have it yet.
@@ -142,9 +167,13 @@ private:
     /// Forgets the file without writing to it.
     void abandon();
     ERFileManager& open_file() const;
-    bool may_write() const;
     void require_writable() const;
     void write_record(ERObject& object, long location, unsigned long signature);
+    void save_counters();
+    void note_identity(ERObject& object);
+    void remember() override;
+    void go_back() noexcept override;
+    void operation_has_succeeded() override { identities.clear(); }
     void enter(long id, bool is_new, long location);
     void restore(ERObject& object, long id, long location);
 
@@ -153,9 +182,26 @@ private:
     std::unique_ptr<ERBTreeOnDisk> objects;
     long class_tree_offset = -1;
     long object_tree_offset = -1;
-    std::int32_t last_identifier = 0;
-    std::int32_t objects_stored = 0;
-    std::int32_t last_signature = 0;
+    struct Counters {
+        std::int32_t last_identifier = 0;
+        std::int32_t objects_stored = 0;
+        std::int32_t last_signature = 0;
+        bool operator==(const Counters&) const = default;
+    };
+    Counters counters;
+    Counters counters_on_file;
+    Counters counters_before; // the operation under way; so the next
+    Counters on_file_before;
+    bool flushes_at_close = false;
+    /// What an object knew of its store before the operation under way has stored it.
+    struct Identity {
+        ERObject* object;
+        t_SmartPtr<ERObject> held; // where counted pointers hold it
+        std::int32_t id;
+        ERObjectDataBase* database;
+        int dirty;
+    };
+    std::vector<Identity> identities;
     struct KnownClass {
         long signature;
         std::string name;

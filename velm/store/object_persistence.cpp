@@ -45,6 +45,7 @@ void ERObject::saveAsAsked(ERObjectDataBase* db) {
 
 int ERObject::Save(ERObjectDataBase* db) {
     if (!db && !database) return 0;
+    ERObjectDataBase* const before = database;
     try {
         if (db && db != database) {
             if (database && dirty && objectID != -1)
@@ -56,6 +57,7 @@ int ERObject::Save(ERObjectDataBase* db) {
             objectID = static_cast<std::int32_t>(database->Store(*this));
         }
     } catch (CFileException* failure) {
+        database = before;
         return swallow(failure);
     }
     dirty = 0;

@@ -1,12 +1,11 @@
 #include "velm/store/store_check.h"
 
 #include "velm/platform/file_exception.h"
-#include "velm/store/detail/record_bytes.h"
+#include "velm/store/detail/record_checker.h"
 
 #include <algorithm>
 #include <map>
 #include <set>
-#include <utility>
 
 namespace velm {
 
@@ -25,59 +24,6 @@ t_SmartPtr<ERObject> StoredObjects::create(long identifier) {
 }
 
 namespace {
-
-/// Reads each record from its own bytes alone, with an empty object of its class for each that it
-/// refers to: the effort for all is that of reading the file, whatever it claims.
-class RecordReader : public ERObjectDataBase {
-public:
-    explicit RecordReader(const StoreImage& image) : image_(image) {
-        long covered = 0;
-        std::vector<RecordImage> by_location = image.records;
-        std::sort(by_location.begin(), by_location.end(),
-                  [](const auto& a, const auto& b) { return a.location < b.location; });
-        for (const RecordImage& record : by_location) {
-            if (record.location < covered) shared_.insert(record.identifier);
-            covered = std::max(covered, record.location + record.size);
-        }
-    }
-
-    /// Whether others have bytes of the record, too; such a record is not to be read.
-    bool shares_bytes(const RecordImage& record) const {
-        return shared_.contains(record.identifier);
-    }
-    t_SmartPtr<ERObject> read(const RecordImage& record) {
-        t_SmartPtr<ERObject> object = empty(record);
-        if (!object) return object; // of two classes with its signature, one can't be created
-        detail::RecordBytes guts(image_.guts(record));
-        ERObjectDataBase* const present = std::exchange(ERObject::theCurrentDataBase, this);
-        whole_ = true;
-        object->restoreGuts(guts);
-        ERObject::theCurrentDataBase = present;
-        return object;
-    }
-    /// Whether all that the record read last refers to could be had.
-    bool last_was_whole() const { return whole_; }
-
-private:
-    t_SmartPtr<ERObject> empty(const RecordImage& record) const {
-        const std::string name = image_.class_name(record.signature);
-        const auto creator = ERClassRegistration::findCreator(name.c_str());
-        return creator ? t_SmartPtr<ERObject>(creator()) : nullptr;
-    }
-    t_SmartPtr<ERObject> RetrieveAndCreate(long identifier) override {
-        const auto found = std::lower_bound(
-            image_.records.begin(), image_.records.end(), identifier,
-            [](const RecordImage& record, long id) { return record.identifier < id; });
-        const bool here = found != image_.records.end() && found->identifier == identifier;
-        t_SmartPtr<ERObject> object = here ? empty(*found) : nullptr;
-        whole_ = whole_ && object;
-        return object;
-    }
-
-    const StoreImage& image_;
-    std::set<long> shared_;
-    bool whole_ = true;
-};
 
 std::string object(long identifier) { return "object " + std::to_string(identifier); }
 
@@ -101,7 +47,7 @@ void check_records(const StoreImage& image, StoreReport& report, const char* nam
     for (StoreReport::Class& c : report.classes)
         by_signature[c.signature] = &c;
     const StoredObjects opened(name); // by the library, too
-    RecordReader reader(image);
+    detail::RecordChecker checker(image);
     for (const RecordImage& record : image.records) {
         const auto found = by_signature.find(record.signature);
         if (record.identifier < 1)
@@ -112,20 +58,10 @@ void check_records(const StoreImage& image, StoreReport& report, const char* nam
             continue;
         }
         ++found->second->objects;
-        if (!found->second->creatable || reader.shares_bytes(record)) continue;
-        const t_SmartPtr<ERObject> made = reader.read(record);
-        if (!made || made->className() != found->second->name) {
-            report.faults.add(record.location, object(record.identifier) + " can't be restored");
-            continue;
-        }
-        const long bytes = static_cast<long>(made->binaryStoreSize()) + 4;
-        // A block has up to 3 bytes more for rounding, and 4 where a free extent was given whole.
-        const bool too_large = reader.last_was_whole() && bytes + 7 < record.size;
-        if (bytes > record.size || too_large)
-            report.faults.add(record.location,
-                              object(record.identifier) + " doesn't fit its block");
-        else if (record.location + bytes > image.length)
-            report.faults.add(record.location, object(record.identifier) + " is cut short");
+        if (checker.shares_bytes(record)) continue;
+        const std::string fault = checker.fault(record, found->second->name);
+        if (!fault.empty())
+            report.faults.add(record.location, object(record.identifier) + " " + fault);
     }
 }
 

@@ -148,6 +148,12 @@ bool StoreImage::read(long offset, void* target, std::size_t count) const {
     return true;
 }
 
+long StoreImage::next_data(long offset) const {
+    return offset < 0 || offset >= length
+               ? offset
+               : static_cast<long>(file.next_data(static_cast<ULONGLONG>(offset)));
+}
+
 /// A process that was killed in the writing of a node has left its images at the end of the file.
 void StoreImage::read_unfinished_node() {
     using detail::UnfinishedNode;
@@ -333,9 +339,11 @@ std::vector<StoreFault> stale_counters(const StoreImage& image) {
     long last_identifier = 0;
     for (const TreeImage::Entry& entry : image.objects.entries)
         last_identifier = std::max<long>(last_identifier, TreeImage::number(entry.key));
-    compare(image.header.last_identifier < last_identifier, image.start + 12,
+    compare(image.header.last_identifier < last_identifier,
+            image.start + DatabaseHeader::counters_at,
             "the last identifier is behind the object tree");
-    compare(image.header.last_signature < last_signature, image.start + 20,
+    compare(image.header.last_signature < last_signature,
+            image.start + DatabaseHeader::counters_at + 8,
             "the last signature is behind the class tree");
     entries(image.classes, image.header.class_tree,
             "the number of classes is not what the class tree holds");

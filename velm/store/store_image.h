@@ -100,6 +100,9 @@ public:
     std::string guts(const RecordImage& record) const;
     /// Reads bytes; false where the file doesn't have them all.
     bool read(long offset, void* target, std::size_t count) const;
+    /// The first offset from there on that is not in a hole of the file, as far as the system
+    /// knows of holes.
+    long next_data(long offset) const;
     /// The size word in front of a payload, 0 where it can't be one.
     long block_size(long payload) const;
     /// Reads a tree, entering what is wrong with it. One with keys of another form is not known.

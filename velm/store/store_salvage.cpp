@@ -3,6 +3,7 @@
 #include "velm/platform/file_exception.h"
 #include "velm/store/database.h"
 #include "velm/store/detail/record_bytes.h"
+#include "velm/store/detail/record_checker.h"
 
 #include <algorithm>
 #include <cctype>
@@ -30,6 +31,46 @@ struct Content {
 
 // ---- finding what no parent names ----
 
+/// The words of a file from a window that moves on; what is all zeros or a hole is passed over.
+class WordReader {
+public:
+    explicit WordReader(const StoreImage& image) : image_(image) {}
+
+    std::int32_t at(long offset) {
+        std::int32_t word = 0;
+        if (offset < from_ || offset + 4 > from_ + static_cast<long>(size_)) fill(offset);
+        if (offset + 4 <= from_ + static_cast<long>(size_))
+            std::memcpy(&word, bytes_.data() + (offset - from_), sizeof word);
+        return word;
+    }
+    /// The first word from an offset on, in steps of four, that isn't zero; `to` where all are.
+    long next_not_zero(long offset, long to) {
+        for (; offset < to; offset += 4) {
+            if (offset >= from_ + static_cast<long>(size_) || offset < from_) {
+                const long data = image_.next_data(offset);
+                offset += (std::max(data - offset, 0L)) & ~3L;
+                if (offset >= to) return to;
+            }
+            if (at(offset) != 0) return offset;
+        }
+        return to;
+    }
+
+private:
+    void fill(long offset) {
+        from_ = offset;
+        size_ = static_cast<std::size_t>(std::clamp<long>(image_.length - offset, 0, kWindow));
+        bytes_.resize(size_);
+        if (!image_.read(from_, bytes_.data(), size_)) size_ = 0;
+    }
+
+    static constexpr long kWindow = long{1} << 20;
+    const StoreImage& image_;
+    std::string bytes_;
+    long from_ = 0;
+    std::size_t size_ = 0;
+};
+
 /// The ranges of a file that nothing names, looked through for nodes and records.
 class WasteSearch {
 public:
@@ -49,11 +90,12 @@ public:
     template <class Take>
     void for_each_block(Take take) {
         std::vector<std::pair<long, long>> left;
+        WordReader words(image_);
         for (auto [from, to] : ranges_) {
-            const std::string bytes = content(from, to);
             long begin = from;
-            for (long at = from; at + 8 <= to;) {
-                const long size = word(bytes, at - from);
+            for (long at = words.next_not_zero(from, to); at + 8 <= to;
+                 at = words.next_not_zero(at, to)) {
+                const long size = words.at(at);
                 if (size < 8 || size % 4 != 0 || size > image_.end_of_data - at ||
                     at + size > to + 8 || !take(at + 4, size - 4)) {
                     at += 4;
@@ -78,17 +120,6 @@ private:
         from = (std::max(from, ERFileManager::first_block) + 3) & ~3L;
         if (from + 8 <= to) ranges_.emplace_back(from, to);
     }
-    std::string content(long from, long to) const {
-        std::string bytes(static_cast<std::size_t>(to - from), '\0');
-        image_.read(from, bytes.data(), bytes.size());
-        return bytes;
-    }
-    static long word(const std::string& bytes, long at) {
-        std::int32_t value = 0;
-        std::memcpy(&value, bytes.data() + at, sizeof value);
-        return value;
-    }
-
     const StoreImage& image_;
     std::vector<std::pair<long, long>> ranges_;
 };
@@ -275,6 +306,41 @@ void gather_orphans(const StoreImage& image, WasteSearch& search, bool restored,
     });
 }
 
+/// Leaves out what isn't as its class stores it.
+void leave_damaged_out(const StoreImage& image, Content& content, SalvageReport& report) {
+    detail::RecordChecker checker(image);
+    for (auto next = content.records.begin(); next != content.records.end();) {
+        const auto& [identifier, record] = *next;
+        const std::string& name = content.classes[record.signature];
+        const bool is_index = identifier == content.index_object;
+        const std::string why = is_index ? std::string() : checker.fault(record, name);
+        if (why.empty()) {
+            if (!is_index) report.unchecked += !ERClassRegistration::findCreator(name.c_str());
+            ++next;
+            continue;
+        }
+        report.missing.push_back({identifier, record.location, name, why});
+        next = content.records.erase(next);
+    }
+    std::erase_if(content.index,
+                  [&](const auto& entry) { return !content.records.contains(entry.second); });
+}
+
+/// What the trees name and what is not to be taken over.
+void note_missing(const StoreImage& image, const Content& content, SalvageReport& report) {
+    for (const RecordImage& record : image.records)
+        if (!plausible(content, record))
+            report.missing.push_back({record.identifier, record.location,
+                                      image.class_name(record.signature),
+                                      "has a class that the file lacks"});
+    std::set<long> with_a_record;
+    for (const RecordImage& record : image.records)
+        with_a_record.insert(record.identifier);
+    for (const TreeImage::Entry& entry : image.objects.entries)
+        if (const long id = TreeImage::number(entry.key); !with_a_record.contains(id))
+            report.missing.push_back({id, entry.value, {}, "has its record outside the file"});
+}
+
 void make_counters_true(Content& content) {
     DatabaseHeader& header = content.header;
     const auto raise = [](std::int32_t& counter, long least) {
@@ -289,17 +355,6 @@ void make_counters_true(Content& content) {
 
 // ---- writing ----
 
-std::unique_ptr<ERBTreeOnDisk> new_tree(ERFileManager& file, StoreTree form) {
-    return std::make_unique<ERBTreeOnDisk>(file, form.nodes_cached, ERBTreeOnDisk::createNew,
-                                           form.key_length, form.binary_keys, -1, StoreTree::order,
-                                           StoreTree::minimum);
-}
-
-std::string key_of(long number) {
-    const std::int32_t value = static_cast<std::int32_t>(number);
-    return std::string(reinterpret_cast<const char*>(&value), sizeof value);
-}
-
 long write_record(ERFileManager& file, long signature, const std::string& guts) {
     detail::StoreStep step(file);
     const long location = file.allocate(static_cast<unsigned int>(guts.size()) + 4);
@@ -313,20 +368,21 @@ long write_record(ERFileManager& file, long signature, const std::string& guts) 
 void write_store(const StoreImage& image, const Content& content, const char* name) {
     ERFileManager file(name, 0);
     const long start = file.allocate(DatabaseHeader::allocated_bytes);
-    const auto classes = new_tree(file, class_tree_form);
-    const auto objects = new_tree(file, object_tree_form);
+    const auto classes = class_tree_form.make(file);
+    const auto objects = object_tree_form.make(file);
     std::unique_ptr<ERBTreeOnDisk> index;
-    if (content.index_object != -1) index = new_tree(file, index_tree_form);
+    if (content.index_object != -1) index = index_tree_form.make(file);
     for (const auto& [signature, class_name] : content.classes)
         classes->insertKeyAndValue(class_name.c_str(), signature);
     for (const auto& [identifier, record] : content.records) {
-        const std::string guts =
-            identifier == content.index_object ? key_of(index->baseLocation()) : image.guts(record);
-        objects->insertKeyAndValue(key_of(identifier).data(),
+        const std::string guts = identifier == content.index_object
+                                     ? std::string(NumberKey(index->baseLocation()), 4)
+                                     : image.guts(record);
+        objects->insertKeyAndValue(NumberKey(identifier),
                                    write_record(file, record.signature, guts));
     }
     for (const auto& [number, identifier] : content.index)
-        index->insertKeyAndValue(key_of(number).data(), identifier);
+        index->insertKeyAndValue(NumberKey(number), identifier);
     DatabaseHeader header = content.header;
     header.class_tree = static_cast<std::int32_t>(classes->baseLocation());
     header.object_tree = static_cast<std::int32_t>(objects->baseLocation());
@@ -376,6 +432,10 @@ SalvageReport salvage_store(const char* from, const char* to, bool orphans) {
     gather_lost_records(image, lost_objects, search, content, report);
     gather_index(image, search, content);
     gather_orphans(image, search, orphans, content, report);
+    note_missing(image, content, report);
+    leave_damaged_out(image, content, report);
+    report.complete = report.missing.empty() && image.objects.whole && image.classes.whole &&
+                      (!image.has_index || image.index.whole);
     write_new_store(image, content, to, report);
     return report;
 }
@@ -387,6 +447,7 @@ SalvageReport compact_store(const char* from, const char* to) {
         image.header.version <= DatabaseHeader::current_version && stale_counters(image).empty();
     if (!whole) AfxThrowFileException(CFileException::invalidFile, -1, from);
     SalvageReport report;
+    report.complete = true;
     Content content;
     content.header = image.header;
     for (const TreeImage::Entry& entry : image.classes.entries)

@@ -19,19 +19,32 @@ struct SalvageReport {
         long identifier; // in the new file, -1 where it was left
     };
 
+    /// An object that the new file doesn't have: what the trees name can't be had, or is not what
+    /// its class stores.
+    struct Missing {
+        long identifier;
+        long offset; // of its record in the old file
+        std::string class_name;
+        std::string why;
+    };
+
     long objects = 0;         // taken over under their identifiers
     long from_lost_nodes = 0; // of these, not to be found from the root of the tree
     long indices = 0;
     long classes = 0;
+    long unchecked = 0; // of these, of classes that can't be created here: taken as they were
     std::vector<Orphan> orphans;
-    StoreFaults faults; // what was wrong with the old file
+    std::vector<Missing> missing;
+    StoreFaults faults;    // what was wrong with the old file
+    bool complete = false; // all that was in it is known to be in the new one
 };
 
 /// Writes a new file with all that can be had of a damaged one, or of one that a killed process
 /// left: each object in the version that the trees name, under its identifier; the index; objects
 /// and classes that only a node names which no parent leads to yet. Records are copied as they are,
-/// also those of unknown classes. Blocks that look like records and that nothing names are listed,
-/// and with `orphans` restored under new identifiers. The counters are made true.
+/// also those of unknown classes; one that isn't what its class stores is left out and reported.
+/// What is written passes the check. Blocks that look like records and that nothing names are
+/// listed, and with `orphans` restored under new identifiers. The counters are made true.
 ///
 /// Of a file that this library wrote, and that a killed process left at any moment, every object
 /// whose storing had returned comes back in its newest version, and none whose deletion had

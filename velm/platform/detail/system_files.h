@@ -24,6 +24,8 @@ public:
     virtual int seek(int file, off_t offset);
     virtual int status(int file, struct stat* status);
     virtual int truncate(int file, off_t length);
+    /// The first offset from there on that is not in a hole.
+    virtual off_t next_data(int file, off_t offset);
     virtual int synchronise(int file);
     /// Takes a lock on a range of bytes, shared or exclusive, without waiting.
     virtual int lock(int file, off_t first, off_t count, bool exclusive);

@@ -1,5 +1,5 @@
-// velm::detail::BlockCache: the nodes of a file's trees and free list, and the records, that were
-// read or written last.
+// velm::detail::BlockCache: the nodes of a file's trees and free list that were read or written
+// last.
 #pragma once
 
 #include <cstddef>
@@ -17,10 +17,8 @@ class BlockCache {
 public:
     static constexpr std::size_t capacity = std::size_t{64} << 20;
 
-    /// Copies a block of that size out; false where it isn't here.
-    bool get(long offset, void* target, std::size_t size);
-    /// Copies a block of any size up to a capacity out; 0 where there is none.
-    std::size_t get_any(long offset, void* target, std::size_t most);
+    /// The bytes of a block of that size, good until the next change; null where it isn't here.
+    const char* look(long offset, std::size_t size);
     void put(long offset, const void* source, std::size_t size);
     void erase(long offset);
     void clear();

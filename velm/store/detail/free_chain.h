@@ -57,6 +57,7 @@ private:
     void leave_all(const ERFreeListNode& node);
     void measure(std::size_t i);
     std::size_t place_of(long offset) const;
+    mutable std::size_t last_place_ = 0;
 
     static constexpr std::size_t most_nodes = 1 << 17; // a walk is slow, but takes no memory
     bool tried_ = false;

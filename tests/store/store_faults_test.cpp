@@ -1,0 +1,313 @@
+// A process that goes on after a failing system call: whatever fails, and for how long, each object
+// is what the operations that returned have left, in memory, after reopening and after a
+// rebuilding.
+#include "store/store_files.h"
+#include "support/faulty_files.h"
+#include "support/test.h"
+#include "velm/platform/file_exception.h"
+#include "velm/store/db_object.h"
+#include "velm/store/store_salvage.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <iterator>
+#include <map>
+#include <set>
+
+namespace {
+
+using namespace velm_test;
+
+/// A store and what it must hold.
+class History {
+public:
+    struct Entry {
+        int number;
+        int bytes;
+        bool described; // by a record of properties that refers to it
+    };
+    using Objects = std::map<long, Entry>; // by the identifier of the outer object
+
+    History(std::string path, std::uint64_t seed)
+        : path_(std::move(path)), random_(Random::fixed(seed)) {}
+
+    /// Continues another history on a copy of its file.
+    void begin(const std::string& file, const History& other, std::uint64_t seed) {
+        objects_ = other.objects_;
+        inner_ = other.inner_;
+        random_ = Random::fixed(seed);
+        std::FILE* const out = std::fopen(path_.c_str(), "wb");
+        std::fwrite(file.data(), 1, file.size(), out);
+        std::fclose(out);
+    }
+    gmErrorCode open() {
+        data_ = std::make_unique<ERDataBase>();
+        return data_->Open(path_.c_str(), 0);
+    }
+    gmErrorCode close() {
+        const gmErrorCode code = data_->Close();
+        data_.reset();
+        return code;
+    }
+    /// One operation, of which a failure changes nothing. Returns what is wrong with it.
+    std::string step(int most) {
+        const int roll = random_.below(100);
+        auto chosen = objects_.begin();
+        if (!objects_.empty())
+            std::advance(chosen, random_.below(static_cast<int>(objects_.size())));
+        if (objects_.empty() || (roll < 45 && static_cast<int>(objects_.size()) < most))
+            return save_new();
+        if (roll < 65) return store_again(chosen);
+        return remove(chosen);
+    }
+
+    /// What is wrong with the objects of the open store.
+    std::string wrong_in_memory() {
+        std::string wrong;
+        for (const auto& [id, entry] : objects_)
+            if (!is_right(data_->objects()->RetrieveAndCreate(id), entry))
+                wrong += "object " + std::to_string(id) + " in memory\n";
+        return wrong;
+    }
+    /// The same of a file.
+    std::string wrong_in(const std::string& path) const {
+        const velm::StoreImage image(path.c_str());
+        velm::StoredObjects stored(path.c_str());
+        std::string wrong;
+        for (const auto& [id, entry] : objects_)
+            if (!is_right(stored.create(id), entry)) wrong += "object " + std::to_string(id) + "\n";
+        std::size_t outer = 0;
+        for (const velm::RecordImage& record : image.records)
+            outer += !inner_.contains(record.identifier);
+        if (outer != objects_.size() + 1)
+            wrong += std::to_string(outer) + " objects for " + std::to_string(objects_.size() + 1);
+        return wrong;
+    }
+
+private:
+    static bool is_right(const t_SmartPtr<ERObject>& object, const Entry& entry) {
+        if (!object) return false;
+        const Sample expected(entry.number, entry.bytes);
+        if (!entry.described)
+            return object->isMemberOf(Sample::desc()) && Sample::castdown(*object) == expected;
+        if (!object->isMemberOf(ERDBObject::desc())) return false;
+        ERDBObject& record = ERDBObject::castdown(*object);
+        return record.color() == entry.number && record.object() &&
+               Sample::castdown(*record.object()) == expected;
+    }
+    int size() { return random_.below(random_.below(12) == 0 ? 3000 : 120); }
+
+    std::string save_new() {
+        const Entry entry{++number_, size(), random_.below(4) == 0};
+        t_SmartPtr<ERObject> object(new Sample(entry.number, entry.bytes));
+        t_SmartPtr<ERObject> sample = object;
+        if (entry.described) {
+            t_SmartPtr<ERDBObject> record(new ERDBObject);
+            record->object(sample);
+            record->color(entry.number);
+            object = t_SmartPtr<ERObject>(record.get());
+        }
+        const int next = data_->getNbEnt();
+        if (data_->save(object) != gmSuccess) {
+            const bool same = data_->getNbEnt() == next && object->getObjectID() == -1 &&
+                              sample->getObjectID() == -1 && sample->Database() == nullptr;
+            return same ? "" : "a failed save has left a trace";
+        }
+        objects_[object->getObjectID()] = entry;
+        if (entry.described) inner_.insert(sample->getObjectID());
+        return "";
+    }
+    std::string store_again(Objects::iterator chosen) {
+        gmErrorCode code = gmSuccess;
+        t_SmartPtr<ERObject> object = read(chosen->first, code);
+        if (!object) return code == gmSuccess ? "an object is lost" : "";
+        Entry entry = chosen->second;
+        entry.number = ++number_;
+        Sample* sample;
+        if (entry.described) {
+            ERDBObject& record = ERDBObject::castdown(*object);
+            record.color(entry.number);
+            sample = &Sample::castdown(*record.object());
+            sample->setDirty();
+        } else {
+            sample = &Sample::castdown(*object);
+            entry.bytes = size();
+        }
+        sample->number = entry.number;
+        sample->content = Sample(entry.number, entry.bytes).content;
+        object->setDirty();
+        if (object->Save(nullptr)) chosen->second = entry;
+        return "";
+    }
+    std::string remove(Objects::iterator chosen) {
+        gmErrorCode code = gmSuccess;
+        t_SmartPtr<ERObject> object = read(chosen->first, code);
+        if (!object) return code == gmSuccess ? "an object is lost" : "";
+        if (object->Delete()) objects_.erase(chosen);
+        return "";
+    }
+    t_SmartPtr<ERObject> read(long id, gmErrorCode& code) {
+        try {
+            return data_->objects()->RetrieveAndCreate(id);
+        } catch (CFileException* failure) {
+            code = ERDataBase::exception_to_error_code(failure);
+            return {};
+        }
+    }
+
+    std::string path_;
+    Random random_;
+    std::unique_ptr<ERDataBase> data_;
+    Objects objects_;
+    std::set<long> inner_; // the identifiers of the objects that others describe
+    int number_ = 0;
+};
+
+/// What fails, and for how long.
+struct Fault {
+    const char* name;
+    FaultyFiles::Operation operation;
+    int error;
+    int times;
+    bool half = false;
+};
+const Fault faults[] = {
+    {"EIO once", FaultyFiles::writing, EIO, 1},
+    {"EIO for ever", FaultyFiles::writing, EIO, FaultyFiles::for_ever},
+    {"ENOSPC once", FaultyFiles::writing, ENOSPC, 1},
+    {"ENOSPC for 7 calls", FaultyFiles::writing, ENOSPC, 7},
+    {"ENOSPC for ever", FaultyFiles::writing, ENOSPC, FaultyFiles::for_ever},
+    {"half a write, then EIO", FaultyFiles::writing, EIO, 2, true},
+    {"half a write, then ENOSPC for ever", FaultyFiles::writing, ENOSPC, FaultyFiles::for_ever,
+     true},
+    {"cutting once", FaultyFiles::cutting, EIO, 1},
+    {"reading once", FaultyFiles::reading, EIO, 1},
+    {"seeking once", FaultyFiles::seeking, EINVAL, 1},
+    {"closing", FaultyFiles::closing, EIO, 1},
+};
+
+struct GoingOn : StoreTest {
+    std::string rebuilt = folder.path("rebuilt");
+    History history{path, 1};
+    std::string prepared;
+    History before{path, 1}; // the runs
+    long runs = 0;
+    long lost = 0; // of these, files that could not be brought up, as Close has reported
+
+    /// The file that the runs begin with.
+    void prepare(std::uint64_t seed, int operations, int most) {
+        history = History(path, seed);
+        std::remove(path.c_str());
+        ASSERT_EQ(history.open(), gmSuccess);
+        for (int i = 0; i < operations; ++i)
+            ASSERT_EQ(history.step(most), "");
+        ASSERT_EQ(history.close(), gmSuccess);
+        ASSERT_EQ(faults_of(path) + history.wrong_in(path), "");
+        prepared = bytes();
+        before.begin(prepared, history, seed);
+    }
+
+    /// What is wrong after a fault in the operations that follow, and 50 more; `lasts` means that
+    /// the fault is there to the end.
+    std::string run(std::uint64_t seed, int most, auto begin_fault, auto end_fault, bool lasts) {
+        ++runs;
+        history.begin(prepared, before, seed);
+        std::string wrong;
+        gmErrorCode closed = gmSuccess;
+        {
+            FaultyFiles files;
+            EXPECT_EQ(history.open(), gmSuccess);
+            begin_fault(files);
+            for (int i = 0; i < 8 && wrong.empty(); ++i)
+                wrong = history.step(most);
+            end_fault(files);
+            for (int i = 0; i < 50 && wrong.empty(); ++i)
+                wrong = history.step(most);
+            if (!lasts) files.fail_no_more();
+            wrong += history.wrong_in_memory();
+            closed = history.close();
+        }
+        const std::string told = faults_of(path);
+        if (closed == gmSuccess) wrong += told + history.wrong_in(path);
+        std::remove(rebuilt.c_str());
+        velm::salvage_store(path.c_str(), rebuilt.c_str(), false);
+        const std::string salvaged = faults_of(rebuilt) + history.wrong_in(rebuilt);
+        if (closed == gmSuccess || !lasts) return wrong + salvaged;
+        if (!salvaged.empty()) ++lost;
+        return told.empty() ? wrong + salvaged : wrong;
+    }
+};
+
+/// On a full disk every object can be deleted, also where the free list would have to grow.
+TEST_F(GoingOn, ARemovalNeedsNoRoom) {
+    ERDataBase data;
+    ASSERT_EQ(data.Open(path.c_str(), 0), gmSuccess);
+    std::vector<t_SmartPtr<Sample>> objects;
+    for (int i = 0; i < 400; ++i) {
+        objects.emplace_back(new Sample(i, i % 70));
+        ASSERT_EQ(data.save(t_SmartPtr<ERObject>(objects.back().get())), gmSuccess);
+    }
+    {
+        FaultyFiles files;
+        files.limit(static_cast<off_t>(bytes().size()));
+        for (std::size_t i = 0; i < 400; i += i % 10 == 8 ? 3 : 2) { // not neighbours alone
+            ASSERT_EQ(objects[i]->Delete(), 1) << i;
+            objects[i] = nullptr;
+        }
+        EXPECT_EQ(data.save(new Sample(1, 5000)), gmDiskFull);
+    }
+    EXPECT_EQ(data.save(new Sample(1, 5000)), gmSuccess);
+    for (std::size_t i = 0; i < 400; ++i) {
+        gmErrorCode code;
+        const t_SmartPtr<ERObject> object = data.restore(static_cast<long>(i), code);
+        ASSERT_EQ(bool(object), bool(objects[i])) << i;
+        if (object) {
+            ASSERT_EQ(Sample::castdown(*object), *objects[i]);
+        }
+    }
+    EXPECT_EQ(data.Close(), gmSuccess);
+    expect_sound();
+}
+
+TEST_F(GoingOn, AfterTheKthCallHasFailed) {
+    const bool thorough = setting("VELM_TEST_THOROUGH", 0) != 0;
+    const int seeds = thorough ? 20 : 2;
+    const int rounds = thorough ? 10 : 1;
+    const int stride = thorough ? 1 : 7;
+    for (int seed = 1; seed <= seeds; ++seed) {
+        const int operations[] = {64, 250, 3000, 700};
+        const int most = seed % 4 == 2 ? 400 : 60 * (1 + seed % 4);
+        prepare(static_cast<std::uint64_t>(seed), operations[seed % 4], most);
+        for (const Fault& fault : faults) {
+            int round = 0;
+            for (int k = 1; round < rounds; k += stride) {
+                bool met = false;
+                const auto begin = [&](FaultyFiles& files) {
+                    if (fault.half) files.begin_with_half();
+                    files.fail(fault.operation, k, fault.error, fault.times);
+                };
+                const auto end = [&](FaultyFiles& files) {
+                    met = files.calls(fault.operation) >= k && k < 400;
+                };
+                const std::string wrong = run(static_cast<std::uint64_t>(1000 * round + k), most,
+                                              begin, end, fault.times == FaultyFiles::for_ever);
+                ASSERT_EQ(wrong, "") << "seed " << seed << ", " << fault.name << " at call " << k
+                                     << ", round " << round;
+                if (!met) ++round, k = 1 - stride;
+            }
+        }
+        // A size of files that stays what it is for some operations.
+        for (int k = 0; k < 300; k += stride) {
+            const auto begin = [&](FaultyFiles& files) {
+                files.limit(static_cast<off_t>(prepared.size()) + 40 * (k % 20));
+            };
+            const auto end = [](FaultyFiles& files) { files.limit(CFile::longest); };
+            const std::string wrong =
+                run(static_cast<std::uint64_t>(1000 + k), most, begin, end, false);
+            ASSERT_EQ(wrong, "") << "seed " << seed << ", limited size, round " << k;
+        }
+    }
+    std::printf("%ld runs, of which %ld files stayed behind and lost something\n", runs, lost);
+}
+
+} // namespace

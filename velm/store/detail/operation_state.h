@@ -1,0 +1,78 @@
+// velm::detail::OperationState: what a file manager has in memory of the operation under way, of
+// one that failed, and of a batch.
+#pragma once
+
+#include "velm/frame/binary_file.h"
+#include "velm/store/detail/gathered_writes.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace velm::detail {
+
+class StepMember;
+
+/// The file manager's own; see there.
+struct OperationState {
+    int steps = 0;        // of any kind, one inside another
+    int changes = 0;      // of these, the ones that change something
+    bool wrote = false;   // the operation has gathered something
+    bool doomed = false;  // a part of the operation has failed
+    bool sparing = false; // no node of the free list is to be made at the end of the file
+    std::vector<StepMember*> members;
+
+    // The operation under way.
+    GatheredWrites log;
+    long start_before = -1; // the head of the file when it began, as it is on file
+    long end_before = 0;
+    std::vector<std::pair<long, long>> allocated; // of space that was free when it began
+    std::vector<std::pair<long, long>> freed;
+
+    /// The writes of an operation that failed, the first `done` of which may have changed the file.
+    struct Behind {
+        bool any = false;
+        GatheredWrites writes;
+        std::size_t done = 0;
+        bool head = false; // the head of the file may have been written
+    } behind;
+
+    /// The images of a node at the end of the file.
+    struct Guard {
+        bool there = false;
+        long node = -1;
+        std::size_t node_size = 0;
+        ULONGLONG end = 0;
+        ULONGLONG length_without = 0;
+    } guard;
+
+    /// The nodes that a batch has changed: their new images, and the old ones of those that were
+    /// in the file when it began.
+    struct BatchNode {
+        std::string image;
+        std::string old;
+        bool of_tree = false;
+    };
+    struct Batch {
+        std::unordered_map<long, BatchNode> nodes;
+        std::vector<long> freed; // payloads of blocks, given back when the batch is on file
+    };
+    std::unique_ptr<Batch> batch;
+
+    // What was read ahead, while a step is under way.
+    static constexpr std::size_t window_capacity = 4096;
+    std::unique_ptr<char[]> window;
+    ULONGLONG window_at = 0;
+    std::size_t window_size = 0;
+    static constexpr std::size_t most_ahead = 1024;
+    std::size_t ahead = 512;
+    std::string node_read; // a node that is too large to be kept
+
+    /// Beyond this, what was written to free space goes to the file at once.
+    static constexpr std::size_t most_held = std::size_t{1} << 20;
+};
+
+} // namespace velm::detail

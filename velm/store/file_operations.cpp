@@ -1,0 +1,505 @@
+// How an ERFileManager gathers the writes of an operation, puts them on file and takes them back.
+#include "velm/platform/file_exception.h"
+#include "velm/store/detail/block_cache.h"
+#include "velm/store/detail/free_chain.h"
+#include "velm/store/detail/operation_state.h"
+#include "velm/store/detail/unfinished_node.h"
+#include "velm/store/disk_tree_node.h"
+#include "velm/store/file_space.h"
+
+#include <algorithm>
+#include <cstring>
+#include <tuple>
+#include <utility>
+
+using velm::detail::OperationState;
+using velm::detail::StoreStep;
+using velm::detail::UnfinishedNode;
+
+// ---- beginning and ending ----
+
+void ERFileManager::begin_operation() {
+    OperationState& now = *operation;
+    now.doomed = now.wrote = false;
+    now.start_before = startOffset;
+    now.end_before = endOfData;
+    now.allocated.clear();
+    now.freed.clear();
+    if (list) list->remember();
+    for (velm::detail::StepMember* const member : now.members)
+        member->remember();
+}
+
+void ERFileManager::roll_back() {
+    OperationState& now = *operation;
+    startOffset = now.start_before;
+    endOfData = now.end_before;
+    now.log.clear();
+    now.window_size = 0;
+    if (now.wrote) {
+        kept->clear();
+        chain->forget();
+    }
+    if (list) list->go_back();
+    for (velm::detail::StepMember* const member : now.members)
+        member->go_back();
+    now.batch.reset();
+}
+
+/// What goes to free space is written first: if that fails, nothing has to be put back.
+void ERFileManager::commit() {
+    OperationState& now = *operation;
+    const bool head_has_changed = startOffset != now.start_before || endOfData != now.end_before;
+    if (now.log.empty() && !head_has_changed) return;
+    bring_up();
+    write_allocated();
+    try {
+        write_in_place();
+    } catch (...) {
+        now.behind.any = true;
+        now.behind.writes = std::move(now.log);
+        now.log.clear();
+        try {
+            bring_up();
+        } catch (CFileException* again) {
+            again->Delete();
+        }
+        throw;
+    }
+    now.log.clear();
+    now.start_before = startOffset;
+    now.end_before = endOfData;
+    try {
+        cut_guard();
+    } catch (CFileException* later) { // the next operation cuts it
+        later->Delete();
+    }
+}
+
+void ERFileManager::settle() {
+    if (!readOnly && is_open()) bring_up();
+}
+
+bool ERFileManager::is_behind() const { return operation->behind.any; }
+
+// ---- what is free space ----
+
+/// Blocks that an operation takes from what it has freed itself count as in use: until all of it is
+/// on file they are.
+void ERFileManager::note_allocated(long offset, unsigned int size) {
+    const long upper = offset + long{size};
+    if (offset >= operation->end_before) return; // all of that is free
+    const bool was_freed =
+        std::any_of(operation->freed.begin(), operation->freed.end(), [=](const auto& range) {
+            return range.first < upper && offset < range.second;
+        });
+    if (!was_freed) operation->allocated.emplace_back(offset, upper);
+}
+
+void ERFileManager::note_freed(long offset, unsigned int size) {
+    operation->freed.emplace_back(offset, offset + long{size});
+}
+
+bool ERFileManager::is_free_space(long offset, std::size_t count) const {
+    if (offset >= operation->end_before) return true;
+    const long upper = offset + static_cast<long>(count);
+    const auto& ranges = operation->allocated;
+    return std::any_of(ranges.rbegin(), ranges.rend(), [=](const auto& range) {
+        return range.first <= offset && upper <= range.second;
+    });
+}
+
+// ---- gathering ----
+
+/// Where the file is shorter, it will have zeros.
+std::string ERFileManager::old_image(long offset, std::size_t count) {
+    std::string bytes(count, '\0');
+    read_image(offset, bytes.data(), count);
+    return bytes;
+}
+
+/// Gathers bytes of the operation under way whose old image nobody knows.
+void ERFileManager::change(long offset, const void* source, std::size_t count) {
+    OperationState& now = *operation;
+    now.window_size = 0;
+    now.wrote = true;
+    if (!is_free_space(offset, count))
+        return now.log.add(offset, source, old_image(offset, count).data(), count, false);
+    const bool never_used = length_known && static_cast<ULONGLONG>(offset) >= length;
+    now.log.add_fresh(offset, source, count, never_used || now.batch);
+    if (now.log.held() < OperationState::most_held) return;
+    bring_up();
+    write_allocated();
+    now.log.drop_fresh();
+}
+
+void ERFileManager::write_through(long offset, const void* source, std::size_t count) {
+    StoreStep step(*this);
+    change(offset, source, count);
+    step.finish();
+}
+
+void ERFileManager::write_over(long offset, const void* source, const void* old,
+                               std::size_t count) {
+    StoreStep step(*this);
+    if (is_free_space(offset, count))
+        change(offset, source, count);
+    else
+        operation->log.add(offset, source, old, count, false);
+    operation->wrote = true;
+    step.finish();
+}
+
+void ERFileManager::write_node(long offset, const void* source, std::size_t size, NodeKind kind) {
+    StoreStep step(*this);
+    OperationState& now = *operation;
+    now.window_size = 0;
+    now.wrote = true;
+    const bool of_tree = kind == NodeKind::of_tree;
+    if (is_free_space(offset, size)) {
+        // A batch puts the last image in this place when it ends.
+        if (!now.batch || !now.batch->nodes.contains(offset)) change(offset, source, size);
+    } else {
+        const char* const known = kept->look(offset, size);
+        const std::string read = known ? std::string() : old_image(offset, size);
+        const char* const old = known ? known : read.data();
+        if (!now.batch) {
+            now.log.add(offset, source, old, size, of_tree);
+        } else if (auto& node = now.batch->nodes[offset]; node.image.empty()) {
+            node.old.assign(old, size);
+        }
+    }
+    if (now.batch) {
+        OperationState::BatchNode& node = now.batch->nodes[offset];
+        node.image.assign(static_cast<const char*>(source), size);
+        node.of_tree = of_tree;
+    }
+    kept->put(offset, source, size);
+    step.finish();
+}
+
+void ERFileManager::Write(const void* buffer, UINT count) {
+    const ULONGLONG position = GetPosition();
+    if (count > 0 && (position > longest || count > longest - position))
+        raise(CFileException::diskFull);
+    OperationState& now = *operation;
+    if (now.changes > 0) {
+        change(static_cast<long>(position), buffer, count);
+        Seek(static_cast<LONGLONG>(position + count), begin);
+        return;
+    }
+    settle();
+    now.window_size = 0;
+    kept->clear(); // nobody says what is written here
+    chain->give_up();
+    CFile::Write(buffer, count);
+    length = std::max(length, GetPosition());
+}
+
+ULONGLONG ERFileManager::GetLength() const {
+    if (!length_known || operation->steps == 0) {
+        length = CFile::GetLength();
+        length_known = true;
+    }
+    return std::max(length, static_cast<ULONGLONG>(operation->log.end()));
+}
+
+void ERFileManager::SetLength(ULONGLONG new_length) {
+    settle();
+    operation->window_size = 0;
+    length_known = false;
+    kept->clear();
+    chain->forget();
+    CFile::SetLength(new_length);
+}
+
+// ---- a batch ----
+
+bool ERFileManager::gathers_batch() const { return operation->batch != nullptr; }
+
+namespace {
+
+/// How far a node is above the leaves, as its first sons lead there.
+int height_of(ERFileManager& file, const char* image, std::size_t size) {
+    int height = 0;
+    std::int32_t son;
+    for (; image != nullptr && height < 64; ++height) {
+        std::memcpy(&son, image + ERDiskTreeLayout::first_son_at, sizeof son);
+        if (son == -1) break;
+        image = file.node_at(son, size);
+    }
+    return height;
+}
+
+} // namespace
+
+/// The nodes that were there are written from the root down: each of their old keys is then in one
+/// that the root leads to, at any moment. What a batch frees is in use until it is on file.
+void ERFileManager::end_batch() {
+    OperationState& now = *operation;
+    struct InPlace {
+        int height;
+        long offset;
+        const OperationState::BatchNode* node;
+    };
+    std::vector<InPlace> in_place;
+    for (const auto& [offset, node] : now.batch->nodes) {
+        if (node.old.empty())
+            now.log.add_fresh(offset, node.image.data(), node.image.size(), false);
+        else
+            in_place.push_back(
+                {height_of(*this, node.image.data(), node.image.size()), offset, &node});
+    }
+    std::sort(in_place.begin(), in_place.end(), [](const InPlace& a, const InPlace& b) {
+        return std::tie(b.height, a.offset) < std::tie(a.height, b.offset);
+    });
+    for (const InPlace& entry : in_place)
+        now.log.add(entry.offset, entry.node->image.data(), entry.node->old.data(),
+                    entry.node->image.size(), entry.node->of_tree);
+    now.batch->nodes.clear();
+}
+
+// ---- reading ----
+
+/// Bytes as they are for the operation under way. The position is anywhere afterwards.
+std::size_t ERFileManager::read_image(long offset, void* target, std::size_t count) {
+    char* const bytes = static_cast<char*>(target);
+    const OperationState& now = *operation;
+    Seek(offset, begin);
+    std::size_t came = CFile::Read(bytes, static_cast<UINT>(count));
+    if (now.behind.any) now.behind.writes.put_old_over(now.behind.done, offset, bytes, came);
+    return now.log.put_over(offset, bytes, count, came);
+}
+
+std::size_t ERFileManager::read_through(long offset, void* target, std::size_t count) {
+    const std::size_t came = read_image(offset, target, count);
+    Seek(offset + static_cast<long>(came), begin);
+    return came;
+}
+
+const char* ERFileManager::node_at(long offset, std::size_t size) {
+    if (const char* const image = kept->look(offset, size)) return image;
+    if (operation->batch) {
+        const auto found = operation->batch->nodes.find(offset);
+        if (found != operation->batch->nodes.end() && found->second.image.size() == size)
+            return found->second.image.data();
+    }
+    std::string& read = operation->node_read;
+    read.resize(size);
+    if (read_image(offset, read.data(), size) != size) return nullptr;
+    kept->put(offset, read.data(), size);
+    return read.data();
+}
+
+/// Fills the window from a position on.
+bool ERFileManager::read_ahead(ULONGLONG position) {
+    OperationState& now = *operation;
+    if (!now.window) now.window = std::make_unique<char[]>(OperationState::window_capacity);
+    now.window_at = position;
+    now.window_size = 0; // if the reading fails
+    now.window_size = read_image(static_cast<long>(position), now.window.get(), now.ahead);
+    Seek(static_cast<LONGLONG>(position), begin);
+    return now.window_size > 0;
+}
+
+UINT ERFileManager::Read(void* buffer, UINT count) {
+    OperationState& now = *operation;
+    char* const target = static_cast<char*>(buffer);
+    ULONGLONG position = GetPosition();
+    if (now.steps == 0) {
+        const std::size_t came = read_image(static_cast<long>(position), target, count);
+        Seek(static_cast<LONGLONG>(position + came), begin);
+        return static_cast<UINT>(came);
+    }
+    UINT done = 0;
+    while (done < count) {
+        if (position < now.window_at || position >= now.window_at + now.window_size) {
+            if (count - done >= OperationState::most_ahead) {
+                const std::size_t came =
+                    read_image(static_cast<long>(position), target + done, count - done);
+                done += static_cast<UINT>(came);
+                position += came;
+                break;
+            }
+            if (!read_ahead(position)) break;
+        }
+        const auto from = static_cast<std::size_t>(position - now.window_at);
+        const std::size_t some = std::min<std::size_t>(count - done, now.window_size - from);
+        std::memcpy(target + done, now.window.get() + from, some);
+        done += static_cast<UINT>(some);
+        position += some;
+    }
+    Seek(static_cast<LONGLONG>(position), begin);
+    return done;
+}
+
+// ---- writing for good ----
+
+void ERFileManager::write_direct(long offset, const void* source, std::size_t count) {
+    Seek(offset, begin);
+    length = std::max(length, static_cast<ULONGLONG>(offset) + count); // a failure may leave a part
+    CFile::Write(source, static_cast<UINT>(count));
+}
+
+void ERFileManager::write_allocated() {
+    const long known = static_cast<long>(length_known ? length : CFile::GetLength());
+    operation->log.each_fresh_piece(known,
+                                    [this](long offset, const char* bytes, std::size_t size) {
+                                        write_direct(offset, bytes, size);
+                                    });
+}
+
+void ERFileManager::write_head() {
+    const std::int32_t words[] = {velm::stored_long(startOffset), velm::stored_long(endOfData)};
+    operation->behind.head = true;
+    const bool both = startOffset != operation->start_before;
+    write_direct(both ? 0 : 4, both ? words : words + 1, both ? 8 : 4);
+}
+
+/// The end of data grows before anything leads to the new blocks, and goes back when nothing leads
+/// to the old ones any more.
+void ERFileManager::write_in_place() {
+    OperationState& now = *operation;
+    now.behind.done = 0;
+    now.behind.head = false;
+    const bool head_has_changed = startOffset != now.start_before || endOfData != now.end_before;
+    const bool shrinks = endOfData < now.end_before;
+    if (head_has_changed && !shrinks) write_head();
+    for (const auto& write : now.log.writes()) {
+        ++now.behind.done;
+        if (!write.fresh)
+            put_in_place(write.offset, now.log.new_bytes(write), now.log.old_bytes(write),
+                         write.size, write.node);
+    }
+    if (shrinks) write_head();
+}
+
+void ERFileManager::put_in_place(long offset, const char* bytes, const char* old, std::size_t size,
+                                 bool node) {
+    const OperationState::Guard& guard = operation->guard;
+    if (guard.there && guard.node == offset) cut_guard();
+    if (node && UnfinishedNode::could_be_torn(offset, bytes, old, size))
+        write_guard(offset, bytes, old, size);
+    write_direct(offset, bytes, size);
+}
+
+/// Where there is no room for both images, the node is written without them.
+void ERFileManager::write_guard(long offset, const char* bytes, const char* old, std::size_t size) {
+    OperationState::Guard& guard = operation->guard;
+    const std::string both =
+        UnfinishedNode{offset, std::string(bytes, size), std::string(old, size)}.bytes();
+    if (guard.there && guard.node_size != size) cut_guard();
+    const ULONGLONG without = guard.there ? guard.length_without : GetLength();
+    const ULONGLONG at = std::max(without, static_cast<ULONGLONG>(std::max(endOfData, 0L)));
+    if (at + both.size() > longest) return;
+    guard = {true, offset, size, at + both.size(), without};
+    try {
+        write_direct(static_cast<long>(at), both.data(), both.size());
+    } catch (CFileException* failure) {
+        if (failure->m_cause != CFileException::diskFull) throw;
+        failure->Delete();
+        cut_guard();
+    }
+}
+
+void ERFileManager::cut_guard() {
+    OperationState::Guard& guard = operation->guard;
+    if (!guard.there) return;
+    CFile::SetLength(guard.length_without);
+    length = guard.length_without;
+    guard.there = false;
+}
+
+/// Puts back what an operation that failed has overwritten, in the reverse order of its writes, and
+/// cuts what is after the end of the file.
+void ERFileManager::bring_up() {
+    OperationState::Behind& behind = operation->behind;
+    if (!behind.any) return cut_guard();
+    const auto present = std::make_pair(startOffset, endOfData);
+    startOffset = operation->start_before;
+    endOfData = operation->end_before;
+    try {
+        const auto& writes = behind.writes.writes();
+        for (std::size_t i = behind.done; i-- > 0;)
+            if (!writes[i].fresh)
+                put_in_place(writes[i].offset, behind.writes.old_bytes(writes[i]),
+                             behind.writes.new_bytes(writes[i]), writes[i].size, writes[i].node);
+        if (behind.head) {
+            const std::int32_t words[] = {velm::stored_long(startOffset),
+                                          velm::stored_long(endOfData)};
+            write_direct(0, words, sizeof words);
+        }
+        cut_guard();
+    } catch (...) {
+        std::tie(startOffset, endOfData) = present;
+        throw;
+    }
+    std::tie(startOffset, endOfData) = present;
+    behind.writes.clear();
+    behind.any = behind.head = false;
+    behind.done = 0;
+}
+
+// ---- steps ----
+
+namespace velm::detail {
+
+StoreStep::StoreStep(ERFileManager& file) : file_(file) {
+    OperationState& now = *file_.operation;
+    if (now.changes > 0 && now.doomed) file_.raise(CFileException::genericException);
+    if (now.changes == 0) file_.begin_operation();
+    ++now.changes;
+    ++now.steps;
+}
+
+void StoreStep::finish() {
+    OperationState& now = *file_.operation;
+    if (now.changes == 1) {
+        if (now.doomed) file_.raise(CFileException::genericException);
+        file_.commit();
+        for (StepMember* const member : now.members)
+            member->operation_has_succeeded();
+    }
+    finished_ = true;
+}
+
+StoreStep::~StoreStep() {
+    OperationState& now = *file_.operation;
+    if (!finished_) {
+        if (now.changes == 1)
+            file_.roll_back();
+        else
+            now.doomed = true;
+    }
+    if (now.steps == 1) now.window_size = 0;
+    --now.changes;
+    --now.steps;
+}
+
+ReadingStep::ReadingStep(ERFileManager& file) : file_(file) { ++file_.operation->steps; }
+
+ReadingStep::~ReadingStep() {
+    if (--file_.operation->steps == 0) file_.operation->window_size = 0;
+}
+
+void StepMember::join(ERFileManager* file) {
+    if (joined_ != nullptr) std::erase(joined_->operation->members, this);
+    joined_ = file;
+    if (joined_ == nullptr) return;
+    joined_->operation->members.push_back(this);
+    if (joined_->operation->changes > 0) remember();
+}
+
+RemovalWithoutRoom::RemovalWithoutRoom(ERFileManager& file) : file_(file) {
+    file_.operation->sparing = true;
+}
+
+RemovalWithoutRoom::~RemovalWithoutRoom() { file_.operation->sparing = false; }
+
+bool RemovalWithoutRoom::is_called_for(const ERFileManager& file, CFileException* failure) {
+    if (file.operation->changes > 0 || failure->m_cause != CFileException::diskFull) return false;
+    failure->Delete();
+    return true;
+}
+
+} // namespace velm::detail
