@@ -7,9 +7,9 @@
 // Segments, arcs, circles, ellipses and elliptical arcs become exact rational pieces of at most a
 // quarter turn, with the entity's parameter: [0, 1] on a segment, the angle on arcs (on elliptical
 // ones the eccentric angle), [0, 2 pi] on whole circles and ellipses. An arc that runs clockwise
-// becomes the same points in the order of rising angles, as its PtCur and getBound have them. A NURBS
-// curve becomes the Bezier pieces of its spans, cut to its limits, with its parameter; any other
-// curve those of its ConvertToNurbs.
+// becomes the same points in the order of rising angles, as its PtCur and getBound have them. A
+// NURBS curve becomes the Bezier pieces of its spans, cut to its limits, with its parameter; any
+// other curve those of its ConvertToNurbs.
 //
 // The prepared curve keeps nothing of the entity. Nothing comes back for an entity that isn't
 // finite or has no length of parameter, and for degrees above PreparedCurve<2>::max_degree.
