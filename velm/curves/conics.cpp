@@ -63,6 +63,7 @@ struct Round {
     Vector across;
     Vector up;
 
+    Round of_radius(double r) const { return {center, across * r, up * r}; }
     Point at(double t) const { return center + across * std::cos(t) + up * std::sin(t); }
     Vector tangent(double t) const { return up * std::cos(t) - across * std::sin(t); }
     /// The pole of this weight in the direction t: the point there for a weight of 1. Rounded once
@@ -78,9 +79,10 @@ struct Round {
     }
 };
 
-/// The arc of The NURBS Book's A7.1.
+/// The arc of The NURBS Book's A7.1. `axes` is the circle of radius 1: its tangents have a length
+/// where the circle is a point.
 template <class D>
-typename D::NurbsCurve by_crossings(const Round<D>& circle, double start, double end) {
+typename D::NurbsCurve by_crossings(const Round<D>& axes, double radius, double start, double end) {
     using Pole = typename D::Pole;
     using Point = typename D::Point;
     if (start > end) end += 2.0 * pi;
@@ -93,13 +95,14 @@ typename D::NurbsCurve by_crossings(const Round<D>& circle, double start, double
     const double weight = std::cos(step / 2.0);
     ERVec<Pole> poles(2 * pieces + 1);
     double angle = start;
+    const Round<D> circle = axes.of_radius(radius);
     Point p0 = circle.at(angle);
-    auto t0 = circle.tangent(angle);
+    auto t0 = axes.tangent(angle);
     poles[0] = Pole(p0, 1.0);
     for (int i = 1; i <= pieces; ++i) {
         angle += step;
         const Point p2 = circle.at(angle);
-        const auto t2 = circle.tangent(angle);
+        const auto t2 = axes.tangent(angle);
         const auto meeting = crossing(p0, t0, p2, t2);
         const Point middle = meeting ? p0 + t0 * meeting->first : Point();
         poles[2 * i - 1] = Pole(middle * weight, weight);
@@ -134,13 +137,16 @@ typename D::NurbsCurve by_angles(const Round<D>& round, double start, double end
     return of_pieces<D>(poles);
 }
 
-Round<velm::Plane> round_of(const ERCircle2D& circle) {
-    return {circle.center(), {circle.radius(), 0.0}, {0.0, circle.radius()}};
+Round<velm::Plane> axes_of(const ERCircle2D& circle) {
+    return {circle.center(), {1.0, 0.0}, {0.0, 1.0}};
 }
-Round<velm::Space> round_of(const ERCircle3D& circle) {
+Round<velm::Space> axes_of(const ERCircle3D& circle) {
     const ERPmIsometrie3D& frame = circle.getRepere();
-    return {circle.center(), frame.getVector(Coord3D_X) * circle.radius(),
-            frame.getVector(Coord3D_Y) * circle.radius()};
+    return {circle.center(), frame.getVector(Coord3D_X), frame.getVector(Coord3D_Y)};
+}
+template <class Circle>
+auto round_of(const Circle& circle) -> decltype(axes_of(circle)) {
+    return axes_of(circle).of_radius(circle.radius());
 }
 Round<velm::Plane> round_of(const EREllipse2D& ellipse) {
     const velm::detail::EllipseFrame frame = ellipse.frame();
@@ -219,19 +225,19 @@ int piece_count(const ConicPiece& conic) {
 } // namespace
 
 ERCpoleNURBS2D Convert(const ERArc2D& arc) {
-    return by_crossings(round_of(arc), arc.startAngle(), arc.endAngle());
+    return by_crossings(axes_of(arc), arc.radius(), arc.startAngle(), arc.endAngle());
 }
 
 ERCpoleNURBS3D Convert(const ERArc3D& arc) {
-    return by_crossings(round_of(arc), arc.startAngle(), arc.endAngle());
+    return by_crossings(axes_of(arc), arc.radius(), arc.startAngle(), arc.endAngle());
 }
 
 ERCpoleNURBS2D Convert(const ERCircle2D& circle) {
-    return by_crossings(round_of(circle), 0.0, 2.0 * pi);
+    return by_crossings(axes_of(circle), circle.radius(), 0.0, 2.0 * pi);
 }
 
 ERCpoleNURBS3D Convert(const ERCircle3D& circle) {
-    return by_crossings(round_of(circle), 0.0, 2.0 * pi);
+    return by_crossings(axes_of(circle), circle.radius(), 0.0, 2.0 * pi);
 }
 
 ERCpoleNURBS2D MakeOpenConic(const ERPoint2D& p0, const ERVector2D& t0, const ERPoint2D& p2,
