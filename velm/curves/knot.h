@@ -1,5 +1,5 @@
-// ERKnot: an iterator over the distinct knots of a vector. PrepareBoehm, Boehm: insertion of a
-// knot into a curve's poles.
+// ERKnot: an iterator over the distinct knots of a vector. PrepareBoehm, velm::insert_knot: a knot
+// inserted into a curve's poles.
 //
 //     for (ERKnot knot(vector); !knot.overflow(); ++knot)
 //         use(knot.value(), knot.multiplicity());
