@@ -72,7 +72,8 @@ TEST(BernsteinArrays, SinglePolynomialsArePartsOfOne) {
         EXPECT_NEAR(sum, 1.0, 1e-13);
         const ERVec<double> all = AllBernsteins(n, t);
         EXPECT_EQ(all.size(), n + 1);
-        EXPECT_NEAR(all.view().back(), std::pow(t, n), 1e-13); // the others are products: intended
+        EXPECT_NEAR(all.view().back(), std::pow(t, n),
+                    1e-13); // the others are products, not values
         if (n > 1) {
             EXPECT_EQ(all.view().front(), 0.0);
         }
@@ -107,7 +108,7 @@ TEST(BernsteinArrays, RaisedDegreeIsTheSameCurveAndHodographTimesDegreeItsDeriva
     on_random_curves(24, [](velm_test::Random& random, const Values& poles, int count, int dim) {
         const int times = random.below(4);
         Values raised = poles;
-        // What lies in the room beyond the poles doesn't matter.
+        // The contents of the room beyond the poles don't matter.
         raised.resize(static_cast<std::size_t>(dim * (count + times)),
                       std::numeric_limits<double>::quiet_NaN());
         BezierIncreaseDegree(raised.data(), count, times, dim);

@@ -67,7 +67,7 @@ TEST(Polynomial, LengthsAndZeros) {
     EXPECT_EQ((poly({1, 1}) - poly({0, 1, 0})).size(), 2); // the degrees count, not the result's
     EXPECT_TRUE(poly({1, 2}) == poly({1, 2, 0, 0}));
     EXPECT_FALSE(poly({1, 2}) == poly({1, 2, 0, 1}));
-    // A value is the first coefficient at 0, whatever the others are.
+    // A value is the first coefficient at 0, regardless of the others.
     EXPECT_EQ(poly({3, std::numeric_limits<double>::infinity()}).evaluate(0.0), 3.0);
 
     ERPolynome small = poly({1e-3, 1e-3, 1, 1e-9});
@@ -106,9 +106,9 @@ TEST(Quadratic, SolvesForSquares) {
     EXPECT_EQ(x1, 2.0);
     EXPECT_EQ(x2, 1.0);
     EXPECT_EQ(EquationBiCarre(1.0, 0.0, 1.0, x1, x2), 0);
-    EXPECT_EQ(x1, 2.0); // left alone
+    EXPECT_EQ(x1, 2.0); // unchanged
     EXPECT_EQ(EquationBiCarre(0.0, 2.0, 4.0, x1, x2), 1);
-    EXPECT_EQ(x1, -0.5); // the ratio stands this way up
+    EXPECT_EQ(x1, -0.5); // -(b / c), the inverse of the root
     EXPECT_EQ(x2, -0.5);
     EXPECT_EQ(EquationBiCarre(0.0, 2.0, 0.0, x1, x2), 1);
     EXPECT_EQ(x1, 0.0);
@@ -150,7 +150,7 @@ TEST(PolynomialOfTwo, TextAndStoredForm) {
     EXPECT_TRUE(back.matrix() == p.matrix());
 }
 
-// A matrix that was resized as an array does not hold what its rows and columns tell.
+// A matrix that was resized as an array does not hold rows times columns elements.
 TEST(PolynomialOfTwo, SaysErrorOfADamagedMatrix) {
     ERMatrix<double> damaged(2, 3);
     damaged(0, 2) = 4.0;

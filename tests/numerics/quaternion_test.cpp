@@ -76,7 +76,7 @@ TEST(Quaternion, ExpAndLogPlaceTheFirstComponentInTheirOwnWay) {
     expect_near(ERQuaternion(2, 3, 4, 5).Log(), ERQuaternion(0, 3, 4, 5), 0.0);
     expect_near(ERQuaternion(0, 0, 0, 0).Inverse(), ERQuaternion(0, 0, 0, 0), 0.0);
 
-    // Control points see the second and third components alone: about x they stay at q1.
+    // Control points depend only on the second and third components: about x they are q1.
     const ERVector3D x(1, 0, 0);
     ERQuaternion a;
     ERQuaternion b;

@@ -21,7 +21,7 @@ struct Problem {
     bool bernstein = false, apart = false;
     ERLimites limits{-kInfinity, kInfinity};
     std::vector<double> c;
-    std::vector<std::vector<Real>> groups; ///< of roots that rounding can't tell apart
+    std::vector<std::vector<Real>> groups; ///< of roots that rounding can't distinguish
 };
 
 std::vector<velm::RealRoot> solve(const Problem& p, double uncertainty = velm::kRoundedOnce) {

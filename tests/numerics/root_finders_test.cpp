@@ -121,7 +121,7 @@ TEST(RootFinders, RulesOfTheGivenOnes) {
 /// velm::real_roots doesn't.
 TEST(RootFinders, KnownLosses) {
     const Values thirds = product(1.0, {1.0, 2.0, 3.0});
-    expect_near(laguerre(thirds, 1.0, 3.0), {1.0, 2.0}, 1e-8); // 3 lies on the end
+    expect_near(laguerre(thirds, 1.0, 3.0), {1.0, 2.0}, 1e-8); // 3 is on the end
     expect_near(real_roots(thirds, 1.0, 3.0), {1.0, 2.0, 3.0}, 1e-14);
     const Values small = product(1e-9, {0.25, 0.5, 0.75});
     expect_near(cascade(small, 0.0, 1.0), {0.35566243}, 1e-8);
@@ -145,7 +145,7 @@ TEST(ProjectionOnPolynomial, FindsWhatDenseSamplingFinds) {
         for (ERPolynome& p : polys)
             for (int i = 0; i <= degree; ++i)
                 p[i] = random.uniform(-1.0, 1.0);
-        // The weight comes last: 1, or a polynomial that stays positive.
+        // The weight comes last: 1, or a positive polynomial.
         polys[dim](0) = degree + 0.5;
         if (round % 2 == 0) polys[dim] = ERPolynome(polyValue, 1.0);
         ERPoint3D point;

@@ -47,8 +47,8 @@ void CasteljauAll(const double* poles, double* triangle, int count, double t, in
 
 namespace {
 
-/// An evaluation whose degree and number of components the compiler knows, and so lays out in a
-/// row: the same operations in the same order.
+/// An evaluation with degree and number of components known to the compiler, which unrolls it: the
+/// same operations in the same order.
 using Evaluation = void (*)(const double* poles, double t, double* out);
 constexpr unsigned kFixedDegrees = 9;
 constexpr unsigned kFixedComponents = 4;
@@ -59,7 +59,7 @@ constexpr std::array<Evaluation, sizeof...(I)> evaluations(std::index_sequence<I
         Scheme::template fixed<int(I / kFixedComponents) + 1, int(I % kFixedComponents) + 1>...};
 }
 
-/// The scheme's evaluation for these sizes; null if it has none.
+/// The scheme's evaluation for these sizes; null if there is none.
 template <class Scheme>
 Evaluation evaluation(int count, int dim) {
     static constexpr auto table =
@@ -82,8 +82,8 @@ constexpr auto kBinomials = [] {
 }();
 
 struct HornerScheme {
-    /// Components is 0 for any number of them. A row of binomials is the same from both ends, so
-    /// one loop serves both.
+    /// Components is 0 if their number is known only at run time. A row of binomials is the same
+    /// from both ends, so one loop serves both.
     template <int Components>
     [[gnu::always_inline]] static void run(const double* poles, int degree, const double* binomial,
                                            double t, int dim, double* out) {
@@ -199,7 +199,7 @@ void HornerIsoV(const double* poles, int rows, int count, double* out, double t,
 void BezierIncreaseDegree(double* poles, int count, int times, int dim) {
     const std::ptrdiff_t step = dim;
     for (; times > 0; --times, ++count) {
-        // The new last pole is the old one: the ratio that meets it is 0.0.
+        // The new last pole is the old one: its ratio is 0.0.
         double a = 0.0;
         std::fill_n(poles + step * count, step, 0.0);
         for (int i = count; i >= 1; --i) {

@@ -1,9 +1,9 @@
 // Polynomials in the Bernstein basis as bare arrays: evaluation, subdivision, degree elevation.
 //
-// An array packs `dim` components a pole, poles contiguous; `count` is the number of poles, the
+// An array packs `dim` components per pole, poles contiguous; `count` is the number of poles, the
 // degree plus 1. A grid of poles is `rows` such arrays one after the other. Sizes are
-// preconditions; nothing is checked. None of these allocates after a thread's first calls; what
-// needs room takes the thread's scratch buffer, so no argument may lie in it.
+// preconditions; nothing is checked. None of these functions allocates after a thread's first
+// calls. They work in the thread's scratch buffer, so no argument may point into it.
 #pragma once
 
 #include "velm/export.h"
@@ -14,8 +14,8 @@
 VELM_API double Bernstein(int i, int n, double t);
 
 /// n + 1 values, of which only the last is the value of its Bernstein polynomial: the inner step
-/// multiplies where the textbook (The NURBS Book, A1.3) adds. Intended, and used by nothing here;
-/// take Bernstein for the values.
+/// multiplies where the textbook (The NURBS Book, A1.3) adds. Part of the contract, and used by
+/// nothing here; call Bernstein for the values.
 VELM_API ERVec<double> AllBernsteins(int n, double t);
 
 /// The point at t, by de Casteljau's scheme.
@@ -42,7 +42,7 @@ VELM_API void BezierIncreaseDegree(double* poles, int count, int times, int dim)
 
 /// Forward differences, count - 1 poles. They are not multiplied by the degree: callers do that.
 VELM_API void Hodographe(const double* poles, double* out, int count, int dim);
-/// The same within each row.
+/// Forward differences within each row.
 VELM_API void HodographeU(const double* poles, double* out, int rows, int count, int dim);
 /// Differences between consecutive rows of rowLength poles, count rows.
 VELM_API void HodographeV(const double* poles, double* out, int count, int rowLength, int dim);

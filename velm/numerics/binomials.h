@@ -26,7 +26,7 @@ public:
         const Table* const t = table.load(std::memory_order_acquire);
         return (t != nullptr && n <= t->maxRow ? t : grown(n))->values + getBaseIndex(n);
     }
-    /// Fills the table up to row n, where it isn't yet.
+    /// Fills the table up to row n if it is shorter.
     void ComputeTo(int n);
 
     static int getBaseIndex(int n) { return n * (n + 1) / 2; }
@@ -37,7 +37,7 @@ private:
         double* values;
         int entries;
         int maxRow;
-        const Table* previous; // the table this one has taken the place of
+        const Table* previous; // the table that this one replaced
     };
 
     const Table* grown(int n);
@@ -56,7 +56,7 @@ VELM_API double Cnp(int n, int p);
 /// n! for n from 0 to 27.
 extern VELM_API const double g_basic_factorial[28];
 
-/// Factorials beyond the constant table, filled as they are asked for; infinite beyond 170!.
+/// Factorials beyond the constant table, computed on first use; infinite beyond 170!.
 class VELM_API ERFactorialFactory {
 public:
     ERFactorialFactory() = default;

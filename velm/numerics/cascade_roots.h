@@ -11,7 +11,7 @@
 /// pieces in which Newton's method looks for the roots of the derivative before it. Empty for a
 /// constant.
 ///
-/// What is no larger than 1e-11 counts as zero, and a product of two values below 1e-9 as a change
-/// of sign, whatever the scale of p: intended. On polynomials with small values roots are lost and
-/// others invented. velm::real_roots goes by the scale of p.
+/// A value up to 1e-11 counts as zero, and a product of two values below 1e-9 as a change of sign,
+/// regardless of the scale of p. These bounds are part of the contract: a polynomial with small
+/// values loses roots and gets false ones. velm::real_roots takes the scale of p into account.
 VELM_API ERVec<double> Zeros(const ERPolynome& p, const ERLimites& limits);

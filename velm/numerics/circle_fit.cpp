@@ -107,7 +107,8 @@ Equation start_of(const Points& points) {
     return sum_of_squares(round, points) < sum_of_squares(straight, points) ? round : straight;
 }
 
-/// The point of the rim nearest to the centroid; near the centre the one towards the first point.
+/// The point of the rim nearest to the centroid; if the centroid is near the centre, the one in the
+/// direction of the first point.
 ERPoint2D rim_point(const Equation& e, const ERPoint2D& first) {
     const ERVector2D g(e.b, e.c);
     const double length = g.norme();
@@ -122,7 +123,7 @@ ERPoint2D rim_point(const Equation& e, const ERPoint2D& first) {
 struct Parameters {
     double a = 0.0, d = 0.0, phi = 0.0;
 
-    /// |(B, C)| squared: no circle unless it is positive.
+    /// |(B, C)| squared; it must be positive for a circle.
     double square() const { return 1.0 + 4.0 * a * d; }
     Equation equation() const {
         const double length = std::sqrt(square());
@@ -133,7 +134,7 @@ struct Parameters {
     }
 };
 
-/// The half sum of squares at some parameters: its derivatives.
+/// Half the sum of squares at given parameters, with its derivatives.
 struct Expansion {
     double squares = 0.0;
     Vector3 gradient{};
@@ -141,7 +142,7 @@ struct Expansion {
     Vector3 damped{};                 ///< the diagonal without second derivatives, never negative
 };
 
-/// A distance d solves A d^2 + d = P, where P is the equation's value. So
+/// A distance d solves A d^2 + d = P, where P is the equation's value. Hence
 ///   d_i  = (P_i - [i is A] d^2) / Q,   Q = 1 + 2 A d = r / R,
 ///   d_ij = (P_ij - 2 d ([i is A] d_j + [j is A] d_i) - 2 A d_i d_j) / Q.
 Expansion expand(const Parameters& q, const Points& points) {
@@ -174,8 +175,8 @@ Expansion expand(const Parameters& q, const Points& points) {
     return result;
 }
 
-/// The step of (hessian + damping diagonal) step = -gradient, by Cholesky's factorisation after
-/// scaling. False when the matrix is not positive definite.
+/// Solves (hessian + damping * diagonal) step = -gradient by Cholesky's factorisation after
+/// scaling. False if the matrix is not positive definite.
 bool damped_step(const Expansion& e, double damping, Vector3& step) {
     Vector3 scale;
     for (std::size_t k = 0; k < 3; ++k) {
@@ -207,7 +208,7 @@ bool damped_step(const Expansion& e, double damping, Vector3& step) {
     return true;
 }
 
-/// Damped Newton steps, until they are down to rounding or no longer shrink there.
+/// Damped Newton steps, until they are as small as rounding or stop shrinking near it.
 bool iterate(Parameters& q, const Points& points, CircleIteration& iteration) {
     constexpr int most_steps = 200;
     // In units of the points' spread. Steps below `sure` change the sum by less than its rounding.

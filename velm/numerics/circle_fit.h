@@ -13,9 +13,9 @@ struct CircleIteration {
 };
 
 struct FlatCircle {
-    /// fitted; too_few_points below 3; not_finite; coincident; collinear, where no finite radius is
-    /// the best too; or not_converged, where the circle is the last one reached. In the other cases
-    /// the circle means nothing.
+    /// fitted; too_few_points below 3; not_finite; coincident; collinear, also if no finite radius
+    /// is the best; or not_converged, with the last circle reached. In all cases except fitted and
+    /// not_converged the circle means nothing.
     FitOutcome outcome = FitOutcome::too_few_points;
     ERPoint2D centre;
     double radius = 0.0;
@@ -28,15 +28,14 @@ struct FlatCircle {
 /// algebraic fit; the points of an arc have one).
 ///
 /// Start: Taubin's algebraic fit (IEEE Trans. PAMI 13, 1991) by Newton's method, in Chernov's form
-/// (Circular and Linear Regression, 2010, section 5.10), or the line of the principal axis where
-/// that lies closer. Then Newton's method on the true distances, damped as Levenberg and Marquardt
-/// do (Marquardt, SIAM Journal 11, 1963), in parameters that stay
-/// finite as the circle flattens: A (x^2 + y^2) + B x + C y + D = 0 with B^2 + C^2 - 4 A D = 1
-/// (Chernov and Lesort, Computer Vision and Image Understanding 95, 2004), after Pratt's
-/// normalisation. Departures: second derivatives are taken along, so that the last steps converge
-/// quadratically on noisy points too, to a true minimum; the origin is put on the rim of the start,
-/// where the parameters A, D and the direction of (B, C) are never singular, for a full circle
-/// neither.
+/// (Circular and Linear Regression, 2010, section 5.10), or the line of the principal axis if that
+/// is closer. Then Newton's method on the true distances, damped as Levenberg and Marquardt do
+/// (Marquardt, SIAM Journal 11, 1963), in parameters that remain finite as the circle flattens: A
+/// (x^2 + y^2) + B x + C y + D = 0 with B^2 + C^2 - 4 A D = 1 (Chernov and Lesort, Computer Vision
+/// and Image Understanding 95, 2004), after Pratt's normalisation. Departures: second derivatives
+/// are included, so that the last steps converge quadratically to a true minimum on noisy points
+/// too; the origin is put on the rim of the start, where the parameters A, D and the direction of
+/// (B, C) are never singular, not even for a full circle.
 VELM_API FlatCircle fit_flat_circle(std::span<const ERPoint2D> points);
 
 } // namespace velm

@@ -10,25 +10,25 @@ namespace {
 
 using Complex = std::complex<double>;
 
-/// Leading coefficients up to this, absolute, are dropped: beside coefficients of about 1 they put
-/// a root at 1e10 and beyond, and deflating that one would cost the others their digits.
+/// Leading coefficients up to this, absolute, are dropped: next to coefficients of about 1 they put
+/// a root at 1e10 or beyond, and deflating that root would cost the others their digits.
 constexpr double ignored_leading = 1e-10;
-/// Imaginary parts below this are tried as 0; it may be as wide as that, since the real part is
-/// taken only if p passes for zero there, too.
+/// Imaginary parts below this are tried as 0; it may be that wide, because the real part is taken
+/// only if p counts as zero there too.
 constexpr double nearly_real = 0.1;
-/// Evaluations without a smaller |p| until the search starts again from another place. Laguerre's
-/// steps fall from the second or third on where they converge, cubically in the end.
+/// Evaluations without a smaller |p| before the search restarts from another point. Where
+/// Laguerre's steps converge they shrink from the second or third on, and cubically in the end.
 constexpr int stalls_allowed = 5;
 /// As many as there are starts: five directions, 45 degrees apart, in the upper half plane; the
 /// conjugates add nothing, as the coefficients are real.
 constexpr int restarts_allowed = 5;
-/// Powers of two left below the largest double when p is evaluated, for the sums of its terms.
+/// Powers of two kept free below the largest double when p is evaluated, for the sums of its terms.
 constexpr double spare_exponents = 40.0;
 
 double squared_size(Complex z) { return z.real() * z.real() + z.imag() * z.imag(); }
 double size(Complex z) { return ScaledHypot(z.real(), z.imag()); }
 
-/// a b, without the repair of infinities that the language's product makes.
+/// a b, without the repair of infinities in the language's own product.
 Complex product(Complex a, Complex b) {
     return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
 }
@@ -45,8 +45,7 @@ Complex quotient(Complex a, Complex b) {
     return {(ratio * a.real() + a.imag()) / divisor, (ratio * a.imag() - a.real()) / divisor};
 }
 
-/// The whole part; what an int can't hold, a NaN included, gives a number of the same sign (0)
-/// beyond every exponent.
+/// The whole part of x, limited to 1e6 in size, which is beyond every exponent; 0 for a NaN.
 int whole(double x) {
     constexpr double most = 1e6;
     if (std::isnan(x)) return 0;
@@ -105,8 +104,8 @@ int Finder::run(LaguerreControl& control) {
     bool found = true;
     while (n >= 3 && (found = next_root())) {
     }
-    // Nothing remains of a x^k, and the closed form makes a NaN of one root: intended. a x alone
-    // keeps its root.
+    // Of a x^k nothing remains, and the closed form turns one root into a NaN, which is part of the
+    // contract. Only a x keeps its root.
     if (found && (n > 0 || degree > 1)) closed_form();
     control.status = found ? LaguerreStatus_found : LaguerreStatus_limit;
     control.restarts = restarts;
@@ -114,7 +113,7 @@ int Finder::run(LaguerreControl& control) {
     return found ? 0 : n;
 }
 
-/// Iterates to a root and takes it off the polynomial.
+/// Iterates to a root and divides it out.
 bool Finder::next_root() {
     LaguerreValues v{};
     for (bool converged = false; !converged; converged = evaluate(x, v)) {
@@ -160,7 +159,7 @@ void Finder::prepare() {
     if (size(x) > 2.0 * r) x = 0.0;
 }
 
-/// To the next point: a Laguerre step, or a fresh start where steps have brought nothing.
+/// Moves to the next point: a Laguerre step, or a new start if steps have brought no progress.
 void Finder::move(const LaguerreValues& v) {
     if (count >= 2 && !(v.size < before) && ++stalls >= stalls_allowed &&
         restarts < restarts_allowed) {
@@ -300,7 +299,7 @@ bool LaguerreEvaluate(int n, const double* a, double re, double im, double eps,
     const double r = ScaledHypot(re, im);
     double b = a[0], b1 = 0.0; // b[k] and b[k - 1]
     double c = a[0], c1 = 0.0;
-    double d = a[0], d1 = 0.0; // stays two places behind c at the end
+    double d = a[0], d1 = 0.0; // ends two steps before c
     double e = 0.8 * std::fabs(a[0]);
     for (int k = 1; k <= n - 2; ++k) {
         b1 = std::exchange(b, t * b + u * b1 + a[k]);

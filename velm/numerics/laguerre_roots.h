@@ -7,7 +7,7 @@
 #include "velm/frame/vec.h"
 #include "velm/numerics/polynomial.h"
 
-/// What goes into LaguerreZeros and what it says of its work.
+/// The settings of LaguerreZeros and what it reports about its run.
 struct VELM_API LaguerreControl {
     double tolerance = 1e-09;    ///< in
     double maxIterations = 80.0; ///< in: evaluations allowed for one root
@@ -31,12 +31,12 @@ enum LaguerreStatus : int {
 /// finding, CACM 10, 1967), with `tolerance` for the unit of rounding.
 ///
 /// A step is -n / (G + S), divided by Smith's method (CACM 5, 1962), S being the principal complex
-/// square root of the standard library, with the sign that makes its product with G positive. What
-/// is found of a root hangs on these roundings: of x^9 - 1 it is 0.99999999950839.
+/// square root of the standard library, with the sign that makes its product with G positive. The
+/// digits of a root depend on these roundings: x^9 - 1 gives 0.99999999950839.
 ///
-/// `coefficients` has n + 1 values, the lowest power first; real, imag and work have room for
-/// n + 1. Roots stand at the indices 1 to n of real and imag, the first found at n. Returns k, the
-/// number of roots not found: those found are at k + 1 to n. Roots at the origin come first.
+/// `coefficients` has n + 1 values, the lowest power first; real, imag and work have room for n +
+/// 1. Roots are stored at the indices 1 to n of real and imag, the first one found at n. Returns k,
+/// the number of roots not found: those found are at k + 1 to n. Roots at the origin come first.
 VELM_API int LaguerreZeros(int n, const double* coefficients, LaguerreControl& control,
                            double* real, double* imag, double* work);
 
@@ -49,21 +49,21 @@ struct VELM_API LaguerreValues {
 };
 
 /// Evaluates the polynomial a[0] x^n + ... + a[n], n >= 3, at x = re + i im, in real arithmetic by
-/// dividing by the quadratic factor of x. Returns whether |p| lies below the bound of its rounding,
-/// eps being the unit of it.
+/// dividing by the quadratic factor of x. Returns whether |p| is below the bound of its rounding
+/// error, with eps as the unit of rounding.
 VELM_API bool LaguerreEvaluate(int n, const double* a, double re, double im, double eps,
                                LaguerreValues& values);
 
-/// The length of (a, b) without avoidable overflow; NaN where either is.
+/// The length of (a, b) without avoidable overflow; NaN if either is NaN.
 VELM_API double ScaledHypot(double a, double b);
 
 /// The real roots in the closed interval that LaguerreZeros finds with a tolerance of 1e-9 and 80
-/// evaluations a root: those whose imaginary part is exactly 0.0. Leading coefficients up to 1e-10
-/// in absolute value are left out.
+/// evaluations per root: those whose imaginary part is exactly 0.0. Leading coefficients up to
+/// 1e-10 in absolute value are left out.
 ///
-/// Neither sorted nor free of repeats. What is not found is not reported. A root on an end of the
-/// interval may be dropped, as the iteration gives it to about 1e-9. velm::real_roots has none of
-/// these limits.
+/// The roots are neither sorted nor free of repeats, and a root that is not found is not reported.
+/// A root on an end of the interval may be dropped, because the iteration gives it to about 1e-9
+/// only. velm::real_roots has none of these limits.
 VELM_API ERVec<double> Zeros1(const ERPolynome& p, const ERLimites& limits);
 
 /// Zeros1 into `out`. Returns the number of roots, or -1 with `out` empty when p is zero, so that

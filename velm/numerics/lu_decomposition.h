@@ -11,27 +11,27 @@
 /// matrix, stops the elimination and makes the object singular.
 ///
 /// solve, inverse and determinant do not test that: ask isSingular() first. A singular object still
-/// answers, from a partly reduced matrix: intended.
+/// answers, from a partly reduced matrix; this is part of the contract.
 class VELM_API ERLUDecomp : public ERMatrix<double> {
 public:
     static constexpr double pivot_tolerance = 1e-20;
 
-    /// Eliminates. Implicit, so that inverse(m) and determinant(m) say what they do.
+    /// Eliminates. Implicit, so that inverse(m) and determinant(m) work on a matrix.
     ERLUDecomp(const ERMatrix<double>& m);
     ERLUDecomp(const ERLUDecomp&) = default;
     ERLUDecomp& operator=(const ERLUDecomp&) = default;
-    /// Lets the old factors go and eliminates again.
+    /// Drops the old factors and eliminates again.
     ERLUDecomp& operator=(const ERMatrix<double>& m);
 
     int isSingular() const { return singular; }
 
-    // As many columns as rows, whatever the input has.
+    // The factors have as many columns as rows, regardless of the input's columns.
 
     /// The unit lower factor.
     ERMatrix<double> L() const;
     /// The upper factor.
     ERMatrix<double> U() const;
-    /// The permutation: P(i, j) is 1.0 where row j of the input ended in row i.
+    /// The permutation: P(i, j) is 1.0 if row j of the input became row i.
     ERMatrix<double> P() const;
 
     /// The matrix as it was given.
@@ -53,7 +53,7 @@ private:
 /// The product of the pivots in row order, with the sign of the row exchanges.
 VELM_API double determinant(const ERLUDecomp& lu);
 /// The solution of A X = B; empty unless A is square and B has as many rows. `ERVec<double> b{6}`
-/// is one element, 6.0, and not six: of a larger system it has no solution.
+/// is one element, 6.0, and not six: a larger system has no solution for it.
 VELM_API ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b);
 VELM_API ERVec<double> solve(const ERLUDecomp& lu, const ERVec<double>& b);
 /// Solves against a zero vector.
@@ -69,8 +69,8 @@ inline constexpr int largest_small_system = 6; ///< unknowns
 
 /// Solves the system A x = b of b.size() unknowns, A row by row, to the same bits as
 /// solve(ERLUDecomp(A), b) and without an array body: all work is on the stack. Returns false, with
-/// x as it is, where the decomposition would be singular, and where a doesn't have the square of
-/// b.size() elements, x not b.size(), or b has none or more than largest_small_system. x may be b.
+/// x unchanged, if the decomposition would be singular, if a doesn't have b.size() squared elements
+/// or x not b.size(), or if b has no element or more than largest_small_system. x may be b.
 VELM_API bool solve(std::span<const double> a, std::span<const double> b, std::span<double> x);
 
 } // namespace velm

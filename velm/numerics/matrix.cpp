@@ -31,7 +31,7 @@ unsigned int ERMatrix<T>::binaryStoreSize() const {
 
 template <class T>
 void ERMatrix<T>::saveGuts(ERFile& file) const {
-    file.Write(rows_); // stored rows first, though columns stand first in memory
+    file.Write(rows_); // rows come first in the stored form, although columns come first in memory
     file.Write(columns_);
     this->rep()->saveGuts(file);
 }
@@ -43,7 +43,7 @@ void ERMatrix<T>::restoreGuts(ERFile& file) {
     if (!file.Read(rows) || !file.Read(columns)) return;
     ERVecRep* const rep = ERVecRep::getRep(file);
     if (rep == nullptr) return;
-    const ERVec<T> read(rep); // owns the body, so that a refused one goes back
+    const ERVec<T> read(rep); // owns the body, so that a refused one is released
     if (rows < 0 || columns < 0) return;
     const unsigned long long elements = static_cast<unsigned long long>(rows) * unsigned(columns);
     if (rep->length() % sizeof(T) != 0 || rep->length() / sizeof(T) != elements) return;

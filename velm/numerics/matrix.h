@@ -28,7 +28,7 @@ public:
     ERMatrix(int rows, int columns, const T* values)
         : ERVec<T>(std::span<const T>(values, std::size_t(area(rows, columns)))), columns_(columns),
           rows_(rows) {}
-    /// rows x columns elements that hold nothing yet, for whoever writes them all.
+    /// rows x columns elements without values yet, for a caller that writes them all.
     static ERMatrix unfilled(int rows, int columns) {
         return ERMatrix(rows, columns, {ERVecRep::getRep(ERVec<T>::bytes(area(rows, columns)), 1)});
     }
@@ -42,20 +42,20 @@ public:
 
     /// Writes "( r= rows, c=columns" and then each row in brackets, in fixed notation with seven
     /// digits and signs. Sets the stream's fill, precision, alignment, notation and sign flags and
-    /// leaves them so: intended.
+    /// does not restore them; hosts' texts depend on it.
     virtual void printOn(std::ostream& out) const;
     /// The stored form: rows and columns as 32-bit numbers, then the array body.
     virtual unsigned int binaryStoreSize() const;
     virtual void saveGuts(ERFile& file) const;
     /// A record whose body is cut short or doesn't fit its rows and columns leaves the matrix
-    /// alone.
+    /// unchanged.
     virtual void restoreGuts(ERFile& file);
 
     int rows() const { return rows_; }
     int columns() const { return columns_; }
-    /// Whether the array holds the elements that rows and columns say. An operation that changes
-    /// the array's length may have left fewer: the operations of this floor then take the matrix
-    /// for one of no size that fits.
+    /// Whether the array holds rows times columns elements. An operation that changes the array's
+    /// length may have left fewer: the operations of this floor then treat the matrix as one of
+    /// unsuitable size.
     bool is_whole() const {
         return this->view().size() >= std::size_t(rows_) * std::size_t(columns_);
     }
@@ -100,8 +100,8 @@ std::ostream& operator<<(std::ostream& out, const ERMatrix<T>& m) {
 /// Equal sizes and exactly equal elements.
 VELM_API bool operator==(const ERMatrix<double>& a, const ERMatrix<double>& b);
 
-// Arithmetic of sizes that agree; where they don't, the result is empty. A product's element sums
-// its terms in the order of the inner index.
+// Arithmetic of matrices whose sizes agree; if they don't, the result is empty. A product's element
+// sums its terms in the order of the inner index.
 VELM_API ERMatrix<double> operator+(const ERMatrix<double>& a, const ERMatrix<double>& b);
 VELM_API ERMatrix<double> operator-(const ERMatrix<double>& a, const ERMatrix<double>& b);
 VELM_API ERMatrix<double> operator*(const ERMatrix<double>& a, const ERMatrix<double>& b);
@@ -123,25 +123,26 @@ VELM_API ERMatrix<double> transposed(const ERMatrix<double>& m);
 VELM_API ERMatrix<double> IdentityMatrix(int n);
 /// Element (i, j) is 1.0 / (i + j + 1): the standard ill-conditioned matrix.
 VELM_API ERMatrix<double> Hilbert(int n);
-/// The lower factor L with L * transposed(L) = m; empty if m has fewer columns than rows. Reads the
-/// lower triangle alone. There is no test of positive definiteness: a negative radicand gives a
+/// The lower factor L with L * transposed(L) = m; empty if m has fewer columns than rows. Reads
+/// only the lower triangle. There is no test of positive definiteness: a negative radicand gives a
 /// NaN, which spreads. Method: Golub and Van Loan, Matrix Computations, 4th edition, section 4.2,
 /// by rows of L.
 VELM_API ERMatrix<double> MatrixCholesky(const ERMatrix<double>& m);
-/// Each element above the diagonal takes the value of its mirror below, in place. Elements that
-/// have no mirror, where the matrix is not square, stay.
+/// Each element above the diagonal takes the value of its mirror below, in place. Elements without
+/// a mirror, in a matrix that is not square, are unchanged.
 VELM_API void CopyTriInfToTriSup(ERMatrix<double>& m);
-/// Each element below the diagonal takes the value of its mirror above, in place; likewise.
+/// Each element below the diagonal takes the value of its mirror above, in place, with the same
+/// exception.
 VELM_API void CopyTriSupToTriInf(ERMatrix<double>& m);
 /// Copies with CopyTriInfToTriSup and CopyTriSupToTriInf applied.
 VELM_API ERMatrix<double> MatSymetrisInf(const ERMatrix<double>& m);
 VELM_API ERMatrix<double> MatSymetrisSup(const ERMatrix<double>& m);
 
-/// A vector that m maps to zero, or to as little as its rounding gives: the last unknown in the
-/// permuted order is set to 1.0 and the others follow. Not normalised; columns() entries.
+/// A vector that m maps to zero, or to zero within rounding: the last unknown in the permuted order
+/// is set to 1.0 and the others follow. Not normalised; columns() entries.
 ///
-/// Each step brings the largest element of what is left to the front, by rows and columns (complete
-/// pivoting; the diagonal behind it is ordered along). There is no tolerance and no test of the
-/// rank: a zero leading pivot divides by zero, and infinities or NaNs come back as they are. Rows
-/// that the matrix lacks count as zeros; a single column gives (1.0).
+/// Each step brings the largest remaining element to the front, by rows and columns (complete
+/// pivoting; the rest of the diagonal is ordered in the same way). There is no tolerance and no
+/// test of the rank: a zero leading pivot divides by zero, and the result holds infinities or NaNs
+/// then. Missing rows count as zeros; a single column gives (1.0).
 VELM_API ERVec<double> ResolveHyperPlan(const ERMatrix<double>& m);

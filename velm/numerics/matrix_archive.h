@@ -6,7 +6,7 @@
 #include "velm/numerics/matrix.h"
 
 /// The counts of rows and columns, then each row as a count of columns and its doubles. A damaged
-/// archive gives a CArchiveException* and nothing else; the matrix that was being read stays as it
-/// is. No count makes room for more than the archive still holds.
+/// archive throws a CArchiveException* and nothing else; the matrix that was being read is
+/// unchanged. No count allocates more than the archive still holds.
 VELM_API CArchive& operator<<(CArchive& archive, const ERMatrix<double>& matrix);
 VELM_API CArchive& operator>>(CArchive& archive, ERMatrix<double>& matrix);

@@ -8,9 +8,9 @@
 
 /// The library's entry in an application's list of libraries.
 ///
-/// When the library is loaded it says so in the debug output ("VELM.DLL Initializing!\n") and, if
-/// the application's own module state is in force, enters itself. It leaves when it is unloaded.
-/// Each entry has a table of factorials of its own.
+/// When the library is loaded it writes "VELM.DLL Initializing!\n" to the debug output and, if the
+/// application's own module state is in force, adds its entry. Unloading the library removes the
+/// entry. Each entry has a table of factorials of its own.
 class VELM_API CDynLinkLibraryVELM : public CDynLinkLibrary {
 public:
     CDynLinkLibraryVELM();
@@ -19,10 +19,10 @@ public:
     ERFactorialFactory factory;
 };
 
-/// For a library of the host that uses this one and has a module state of its own: enters velm
-/// there. Enters it unconditionally, a second time where it has already been entered.
+/// For a library of the host that uses this one and has a module state of its own: adds an entry
+/// for velm there. Adds it unconditionally, also a second time.
 VELM_API void InitVelmDLL();
 
-/// The factorials of the library's youngest entry in the module state in force, and
-/// theFactorielleFactory where there is no entry.
+/// The factorials of the library's latest entry in the module state in force, or
+/// theFactorielleFactory if there is no entry.
 VELM_API ERFactorialFactory& getFactiorielleFactory();

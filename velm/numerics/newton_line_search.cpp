@@ -17,7 +17,7 @@ constexpr double kSpuriousGradient = 1e-06;
 constexpr double kLongestStep = 100.0;
 constexpr double kEnoughDescent = 0.0001;
 
-/// Whether all elements are below the limit in absolute value, which a NaN isn't.
+/// Whether all elements are below the limit in absolute value; a NaN isn't.
 bool all_below(const ERVec<double>& f, double limit) {
     return std::ranges::all_of(f.view(), [limit](double x) { return std::fabs(x) < limit; });
 }
@@ -129,8 +129,8 @@ int ERNewtonMSolverWithBackTracking::LinearSearch(const ERVec<double>& xold, dou
         fx = problem->f(xnew);
         ++evaluations;
         f = 0.5 * dot(fx, fx);
-        // Uphill the parabola may lengthen the full step and the cubic halve that again: a second
-        // full step with the merit of the first would come back for ever.
+        // Uphill, the parabola may lengthen the full step and the cubic halve it again: a second
+        // full step with the merit of the first would repeat for ever.
         const bool in_a_circle = alam == 1.0 && f == full_step_merit;
         if (shortest > alam || in_a_circle) {
             xnew = xold;

@@ -4,10 +4,10 @@
 #include "velm/export.h"
 #include "velm/numerics/newton_problems.h"
 
-/// What Resoudre of the solver with line search returns.
+/// The values that Resoudre of the solver with line search returns.
 enum BackTrackingStatus : int {
-    BackTrackingStatus_limit = -1,    ///< the iterations are used up; x as given
-    BackTrackingStatus_singular = 0,  ///< Jacobian singular; x as given
+    BackTrackingStatus_limit = -1,    ///< the iterations are used up; x unchanged
+    BackTrackingStatus_singular = 0,  ///< Jacobian singular; x unchanged
     BackTrackingStatus_at_root = 1,   ///< the start is already a root
     BackTrackingStatus_converged = 2, ///< largest residual below 1e-9 after a step
     BackTrackingStatus_spurious = 3,  ///< line search stopped at a minimum of the merit function
@@ -17,12 +17,13 @@ enum BackTrackingStatus : int {
 
 /// Newton steps, shortened until the half square of the residual falls: a quadratic, then cubic
 /// backtracking line search (Dennis and Schnabel, Numerical Methods for Unconstrained Optimization
-/// and Nonlinear Equations, 1983, algorithm A6.3.1). The line search gets the product of the
-/// Jacobian as it stands with the residual for a gradient, not that of its transpose: intended.
+/// and Nonlinear Equations, 1983, algorithm A6.3.1). The line search takes the product of the
+/// Jacobian and the residual as the gradient, not that of its transpose; the iterates are part of
+/// the contract.
 ///
 /// The thresholds are fixed: neither the tolerance nor the argument of Resoudre is read. iterations
-/// and evaluations go on counting from call to call, so a second Resoudre may return -1 at once:
-/// intended. The problem is not owned.
+/// and evaluations keep counting from call to call, so a second Resoudre may return -1 at once;
+/// both are part of the contract. The problem is not owned.
 class VELM_API ERNewtonMSolverWithBackTracking {
 public:
     ERNewtonMSolverWithBackTracking(ERCNewtonM* problem_, double tolerance_, int maxIterations_)
@@ -36,9 +37,9 @@ public:
     int getNBFevaluate() const { return evaluations; }
 
 private:
-    /// Goes from xold along p to where the merit falls enough. Returns 0, or 1 when the step has
-    /// become too short or the lengths go in a circle, with x back at xold. p longer than stepMax
-    /// is cut to it.
+    /// Goes from xold along p until the merit has fallen enough. Returns 0, or 1 if the step has
+    /// become too short or the lengths repeat, with x back at xold. A p longer than stepMax is
+    /// shortened to it.
     int LinearSearch(const ERVec<double>& xold, double fold, const ERVec<double>& g,
                      ERVec<double>& p, ERVec<double>& xnew, double& f, double stepMax);
 

@@ -33,7 +33,7 @@ ERVec<double> ERCNewtonH::f(const ERVec<double>& x) {
     for (int i = 0; i < x.size(); ++i) {
         ERVec<double> shifted(x);
         shifted[i] += GetIncrement();
-        // H(x) is taken anew for every unknown: an H with side effects sees every call.
+        // H(x) is evaluated again for every unknown: an H with side effects sees every call.
         const double there = H(shifted);
         gradient[i] = (there - H(x)) / GetIncrement();
     }

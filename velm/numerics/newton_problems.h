@@ -1,6 +1,6 @@
-// ERCNewtonS, ERCNewtonSDelta, ERCNewtonSPolynome, ERCNewtonM, ERCNewtonMDelta, ERCNewtonH: what a
-// Newton solver solves. A problem gives the function and its derivative; the solver owns the
-// iteration.
+// ERCNewtonS, ERCNewtonSDelta, ERCNewtonSPolynome, ERCNewtonM, ERCNewtonMDelta, ERCNewtonH: the
+// problems that a Newton solver solves. A problem gives the function and its derivative; the solver
+// owns the iteration.
 #pragma once
 
 #include "velm/export.h"
@@ -16,7 +16,7 @@ public:
     virtual ~ERCNewtonS() = default;
 };
 
-/// The derivative by central difference: (f(x + h) - f(x - h)) * 0.5 / h, h being the increment.
+/// The derivative by central difference: (f(x + h) - f(x - h)) * 0.5 / h, where h is the increment.
 class VELM_API ERCNewtonSDelta : public ERCNewtonS {
 public:
     explicit ERCNewtonSDelta(double increment_) : increment(increment_) {}
@@ -42,7 +42,7 @@ private:
     ERPolynome derivative;
 };
 
-/// A square system: as many equations as unknowns. To a solver, arrays of other sizes are a
+/// A square system: as many equations as unknowns. A solver treats arrays of other sizes as a
 /// singular Jacobian.
 class VELM_API ERCNewtonM {
 public:
@@ -53,8 +53,8 @@ public:
 };
 
 /// The Jacobian by central differences, and then made symmetric: the class is meant for Hessians,
-/// and a Jacobian that is not symmetric loses its skew part. Intended. Empty where f has other than
-/// as many components as x.
+/// and a Jacobian that is not symmetric loses its skew part, which is part of the contract. Empty
+/// unless f has as many components as x.
 class VELM_API ERCNewtonMDelta : public ERCNewtonM {
 public:
     explicit ERCNewtonMDelta(double increment_) : increment(increment_) {}
@@ -73,6 +73,6 @@ public:
     explicit ERCNewtonH(double increment_) : ERCNewtonMDelta(increment_) {}
     ERVec<double> f(const ERVec<double>& x) override;
     virtual double H(const ERVec<double>& x) = 0;
-    /// 0 where x lies in the domain of H; 1 unless overridden.
+    /// 0 if x is in the domain of H (default: 1).
     virtual int HDomaine(const ERVec<double>& x);
 };

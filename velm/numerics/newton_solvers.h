@@ -5,23 +5,23 @@
 #include "velm/export.h"
 #include "velm/numerics/newton_problems.h"
 
-/// What Resoudre of the three plain solvers returns.
+/// The values that Resoudre of the three plain solvers returns.
 enum NewtonStatus : int {
     NewtonStatus_converged = 0, ///< residual within tolerance, last step within tolerance times x
-    NewtonStatus_residual = 1,  ///< residual within tolerance but step too long; or x stands still
+    NewtonStatus_residual = 1,  ///< residual within tolerance but step too long; or x doesn't move
     NewtonStatus_limit = 2,     ///< the iterations are used up
     NewtonStatus_flat = 3,      ///< residual times the flatness ratio above the derivative's size
     NewtonStatus_singular = 4   ///< Jacobian singular, or residual rising again and again
 };
 
-/// The solvers never own their problem, which must outlive them, and may be used again: Resoudre
-/// starts afresh. One solver serves one thread. Nothing is thrown; x holds the last iterate
-/// whatever the code. A NaN runs to the limit and gives 2.
+/// The solvers never own their problem, which must outlive them, and may be used again: each
+/// Resoudre starts from the beginning. One solver serves one thread. Nothing is thrown; x holds the
+/// last iterate for every code. A NaN runs to the limit and gives 2.
 ///
 /// The `tolerance` that constructors and SetTolerance take is the ratio of the flatness test. The
-/// convergence tolerance is the argument of Resoudre: the residual is tested against it as it is,
+/// convergence tolerance is the argument of Resoudre: the residual is tested against it directly,
 /// the step relative to the size of x, so that a root at 0 gives 1 unless the last step is exactly
-/// zero. Intended.
+/// zero. The codes are part of the contract.
 
 /// Newton's method for one equation.
 class VELM_API ERNewtonSSolver {
@@ -76,8 +76,9 @@ private:
 };
 
 /// Newton's method on the gradient of a scalar function. It computes a damped step length from H,
-/// with all the calls of H and HDomaine that this takes, and then makes the full Newton step all
-/// the same: its iterates are those of the undamped method. Intended.
+/// with all the calls of H and HDomaine that this takes, and then makes the full Newton step
+/// regardless: its iterates are those of the undamped method. Both the calls and the iterates are
+/// part of the contract.
 class VELM_API ERNewtonMSolverEx {
 public:
     ERNewtonMSolverEx(ERCNewtonH* problem_, double tolerance_, int maxIterations_)
@@ -88,14 +89,15 @@ public:
     void SetMaxIter(int n) { maxIterations = n; }
     void SetTolerance(double ratio) { tolerance = ratio; }
     int getNBIter() const { return iterations; }
-    /// 0.0: set at the start of Resoudre and not written after.
+    /// Always 0.0: set at the start of Resoudre and never written again.
     double Performance() const { return performance; }
 
-    /// Called at the start of each iteration, in the whole process, when set. Nothing sets it.
+    /// Called at the start of each iteration of any solver in the process, if set. The library
+    /// never sets it.
     static void (*iteration_hook)();
 
 private:
-    /// The length a damped step would have; 1.0 where the full step is good enough.
+    /// The length that a damped step would have; 1.0 if the full step is good enough.
     double damped_length(double slope, double h0, const ERVec<double>& y, double residual2,
                          double tol2);
 

@@ -10,8 +10,8 @@
 enum ERPolynomeValue { polyValue };
 enum ERPolynomeConstruct { polyConstruct };
 
-/// Coefficients, the lowest power first: element i multiplies x to the power i. There may be none
-/// at all (the null polynomial) or zeros at the end.
+/// Coefficients, the lowest power first: element i multiplies x to the power i. There may be no
+/// coefficients (the null polynomial) or zeros at the end.
 class VELM_API ERPolynome {
 public:
     /// One coefficient, 0.0.
@@ -30,33 +30,34 @@ public:
     /// The text form, such as "1-2*x+x**3" and a line end; "polynome NULL" without coefficients.
     virtual void printOn(std::ostream& out) const;
     /// The stored form is the array body alone. A record that is cut short leaves the polynomial
-    /// as it is.
+    /// unchanged.
     virtual unsigned int binaryStoreSize() const;
     virtual void saveGuts(ERFile& file) const;
     virtual void restoreGuts(ERFile& file);
 
     /// The number of coefficients less one, 0 without any. Strips exact zeros at the end first,
-    /// although it reads: a polynomial that two threads share must not end in zeros. Intended.
+    /// even though it is const, because hosts rely on the stripped length: a polynomial that two
+    /// threads share must not end in zeros.
     int degree() const;
     /// Appends zeros up to degree d, or cuts down to it; -1 strips exact zeros at the end.
     void adjustDegree(int d);
 
-    /// Unchecked; the form that is not const separates a shared body.
+    /// Unchecked; the non-const form detaches a shared body.
     double operator[](int i) const { return coefficients.view()[static_cast<std::size_t>(i)]; }
     double& operator[](int i) { return coefficients[i]; }
     /// 0.0 beyond the stored length.
     double operator()(int i) const { return i < coefficients.size() ? (*this)[i] : 0.0; }
-    /// Grows where i is beyond the stored length.
+    /// Grows the array if i is beyond the stored length.
     double& operator()(int i);
 
     /// The value at x, by Horner's scheme; 0.0 without coefficients.
     double evaluate(double x) const;
-    /// The composition p(q(x)). With at most one coefficient in p it is p, with at most one in q it
-    /// is p's first coefficient, not p at q's value: intended.
+    /// The composition p(q(x)). With at most one coefficient in p it is p; with at most one in q it
+    /// is p's first coefficient and not p at q's value, which is part of the contract.
     ERPolynome operator()(const ERPolynome& q) const;
     /// The k-th derivative; beyond the degree one coefficient 0.0.
     ERPolynome getDerived(int k) const;
-    /// Sets coefficient i to 0.0 where e to the power i + 1 exceeds its absolute value, then strips
+    /// Sets coefficient i to 0.0 if e to the power i + 1 exceeds its absolute value, then strips
     /// zeros at the end.
     void reduce(double e);
 

@@ -7,7 +7,7 @@
 #include <iosfwd>
 
 /// Row r, column c of the coefficients multiplies v to the power r times u to the power c. There
-/// may be none at all, or rows and columns of zeros at the end.
+/// may be no coefficients, or rows and columns of zeros at the end.
 class VELM_API ERPolynome2Var {
 public:
     /// Zeros: degree a in v and b in u.
@@ -15,7 +15,7 @@ public:
     /// The coefficients row by row.
     ERPolynome2Var(const double* values, int rows, int columns)
         : coefficients(rows, columns, values) {}
-    /// The same from an array; one of fewer than rows * columns elements gives no coefficients.
+    /// The coefficients from an array; fewer than rows * columns elements give no coefficients.
     ERPolynome2Var(const ERVec<double>& values, int rows, int columns);
     explicit ERPolynome2Var(const ERMatrix<double>& matrix) : coefficients(matrix) {}
     ERPolynome2Var(const ERPolynome2Var&) = default;
@@ -27,22 +27,22 @@ public:
     /// Writes "Polynome 2Var dU=", the degree in u, ", dv=", the degree in v, ")" and the matrix,
     /// which sets the stream's flags.
     virtual void printOn(std::ostream& out) const;
-    /// The stored form is the matrix's. A record that is cut short leaves the polynomial as it is.
+    /// The stored form is the matrix's. A record that is cut short leaves the polynomial unchanged.
     virtual unsigned int binaryStoreSize() const;
     virtual void saveGuts(ERFile& file) const;
     virtual void restoreGuts(ERFile& file);
 
-    /// The numbers of columns and of rows less one, 0 without any. Strip columns or rows of exact
-    /// zeros at the end first, although they read: not for a polynomial that two threads share.
+    /// The numbers of columns and of rows less one, 0 without any. Both strip columns or rows of
+    /// exact zeros at the end first: don't call them on a polynomial that two threads share.
     int degreeU() const;
     int degreeV() const;
     /// Grow to degree d by zeros; -1 strips columns or rows of exact zeros at the end.
-    /// adjustDegreeU writes "Error\n" to the debug output where the matrix's array does not have
-    /// the size its rows and columns tell; what the array lacks counts as zeros.
+    /// adjustDegreeU writes "Error\n" to the debug output if the matrix's array does not have rows
+    /// times columns elements; missing elements count as zeros.
     void adjustDegreeU(int d);
     void adjustDegreeV(int d);
 
-    /// The coefficient of v^v u^u: 0.0 out of range; the form that is not const grows instead.
+    /// The coefficient of v^v u^u: 0.0 out of range; the non-const form grows instead.
     double coefficient(int v, int u) const;
     double& coefficient(int v, int u);
     /// Unchecked.

@@ -17,10 +17,11 @@ using Axes = std::array<typename D::Vector, PrincipalAxes<D>::n>;
 template <std::size_t n>
 using Symmetric = std::array<std::array<double, n>, n>;
 
-/// Two points go side by side: twice the sums in one step, and no addition waits for the last.
+/// Two points are processed side by side: twice the sums in one step, and no addition waits for the
+/// previous one.
 using Pair [[gnu::vector_size(16)]] = double;
 
-/// What two points are to a place, coordinate by coordinate.
+/// The offsets of two points from a place, coordinate by coordinate.
 template <std::size_t n>
 struct Offsets {
     Pair at[n];
@@ -28,7 +29,8 @@ struct Offsets {
 
 double total(const Pair& sum) { return sum[0] + sum[1]; }
 
-/// Calls add(offsets) for the points two by two; the place itself stands in for an odd one's peer.
+/// Calls add(offsets) for the points two by two; the place itself is the partner of an odd last
+/// point.
 template <class Point, class Add>
 void for_each_pair(std::span<const Point> points, const Point& place, Add add) {
     constexpr std::size_t n = Point::components;
@@ -44,8 +46,8 @@ void for_each_pair(std::span<const Point> points, const Point& place, Add add) {
     if (i < points.size()) add(offsets(points[i], place));
 }
 
-/// The moments about `centre` of what coordinates(p - centre) gives, corrected for their means,
-/// which are written to `means`.
+/// The moments of coordinates(p - centre) over all points, corrected for their means, which are
+/// written to `means`.
 template <class D, class Coordinates>
 Symmetric<PrincipalAxes<D>::n> moments(std::span<const typename D::Point> points,
                                        const typename D::Point& centre, Coordinates coordinates,
@@ -94,10 +96,10 @@ void rotate(Symmetric<n>& m, std::array<Vector, n>& axis, std::size_t k, std::si
 }
 
 /// Cyclic Jacobi: carries `axis` to the axes of m, by decreasing diagonal. An element counts as
-/// zero when it can change neither of its diagonal elements, so small ones keep their digits.
+/// zero if it can change neither of its diagonal elements, so small ones keep their digits.
 template <std::size_t n, class Vector>
 void diagonalise(Symmetric<n>& m, std::array<Vector, n>& axis) {
-    constexpr int most_sweeps = 30; // far more than the few that it takes
+    constexpr int most_sweeps = 30; // far more than needed, as convergence is quadratic
     bool turned = true;
     for (int sweep = 0; sweep < most_sweeps && turned; ++sweep) {
         turned = false;
@@ -135,7 +137,7 @@ bool finite(const typename D::Point& p) {
     return true;
 }
 
-/// Points whose squares overflow or vanish: the same about the first point, in a scale of their
+/// For points whose squares overflow or vanish: the axes about the first point, in a scale of their
 /// own.
 template <class D>
 PrincipalAxes<D> scaled_axes(std::span<const typename D::Point> points) {

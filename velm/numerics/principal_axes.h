@@ -16,10 +16,10 @@ namespace velm {
 enum class FitOutcome {
     fitted,
     too_few_points,
-    not_finite,    ///< a coordinate is infinite or no number
-    coincident,    ///< the points agree but for rounding
-    collinear,     ///< they lie on one line but for rounding: they fix no plane and no circle
-    no_direction,  ///< they spread alike in directions between which the fit has to choose
+    not_finite,    ///< a coordinate is infinite or NaN
+    coincident,    ///< the points agree except for rounding
+    collinear,     ///< on one line except for rounding: no unique plane or circle
+    no_direction,  ///< equal spread in directions among which the fit has to choose
     not_converged, ///< the iteration ran out of steps
 };
 
@@ -31,16 +31,16 @@ template <class D>
 struct PrincipalAxes {
     static constexpr std::size_t n = D::size;
 
-    /// fitted, too_few_points for no points, not_finite or coincident. Only `centroid` means
-    /// something in the last case, nothing in the two before.
+    /// fitted, too_few_points (no points at all), not_finite or coincident. If coincident, only
+    /// `centroid` is meaningful; if too_few_points or not_finite, nothing is.
     FitOutcome outcome = FitOutcome::too_few_points;
     typename D::Point centroid;
     /// Orthonormal, by decreasing spread.
     std::array<typename D::Vector, n> axis{};
     /// The root mean square of the coordinate along each axis.
     std::array<double, n> spread{};
-    /// How far rounding of the coordinates may shift a point, generously: a spread no larger than
-    /// this is none.
+    /// A generous bound of how far rounding of the coordinates may shift a point: a spread up to
+    /// this counts as 0.
     double rounding = 0.0;
 };
 
@@ -48,8 +48,8 @@ struct PrincipalAxes {
 /// Loan, Matrix Computations, 4th edition, section 8.5) of the moments about the first point,
 /// corrected for their means (Chan, Golub and LeVeque, "Algorithms for computing the sample
 /// variance", 1983). The second takes the moments about the centroid in those axes, corrected
-/// again, and their rotations: that gives small spreads and the directions between them to nearly
-/// the accuracy of a singular value decomposition of the points. Points of any scale.
+/// again, and their rotations: this gives small spreads and their directions to nearly the accuracy
+/// of a singular value decomposition of the points. Points may have any scale.
 template <class D>
 VELM_API PrincipalAxes<D> principal_axes(std::span<const typename D::Point> points);
 

@@ -4,7 +4,7 @@
 
 int EquationBiCarre(double a, double b, double c, double& x1, double& x2) {
     if (a == 0.0) {
-        x1 = x2 = c == 0.0 ? 0.0 : -(b / c); // this way up
+        x1 = x2 = c == 0.0 ? 0.0 : -(b / c); // -(b / c), see the header
         return 1;
     }
     const double discriminant = b * b - 4 * a * c;

@@ -5,7 +5,8 @@
 
 namespace {
 
-/// Where the sine of an angle counts as zero in Exp, Log and the interpolations.
+/// The sine of an angle counts as zero below this in Exp, Log and the interpolations; the results
+/// depend on it, so it is part of the contract.
 constexpr double kSmallSine = 0.001;
 
 ERQuaternion interpolate(double t, const ERQuaternion& p, const ERQuaternion& q, double phase) {

@@ -9,7 +9,7 @@
 /// rotation (1, 0, 0, 0). Angles are radians. Nothing is normalised unless said so.
 ///
 /// The interpolations follow Shoemake, Animating Rotation with Quaternion Curves (SIGGRAPH 1985);
-/// Exp and Log place their vector part differently, see there.
+/// Exp and Log place their vector part differently, see their comments.
 class VELM_API ERQuaternion {
 public:
     constexpr ERQuaternion() = default;
@@ -18,8 +18,8 @@ public:
     ERQuaternion(const ERVector3D& axis, double angle);
     /// The unit quaternion of a Rodrigues vector: its length is the tangent of half the angle.
     explicit ERQuaternion(const ERVector3D& rodrigues);
-    /// Four values as they stand, or three as a Rodrigues vector. Any other length leaves the
-    /// identity.
+    /// Four values in the order w, x, y, z, or three as a Rodrigues vector. Any other length leaves
+    /// the identity.
     explicit ERQuaternion(const ERVec<double>& q);
     /// From a 3x3 rotation matrix (Shoemake 1985, appendix I, by the largest of the four squares).
     /// A matrix of another size leaves the identity.
@@ -71,24 +71,26 @@ public:
     ERVector3D Axis() const;
 
     /// (s x, 0, s y, s z) with s = sin(a) / a, or 1 where |sin(a)| is below 0.001, and a the length
-    /// of the vector part. The first vector component goes to the place of w and the place of x
-    /// stays 0; w is not read. Intended.
+    /// of the vector part. The first vector component goes to the place of w, and the place of x is
+    /// 0; w is not read. Part of the contract.
     ERQuaternion Exp() const;
     /// The counterpart of Exp: (c x, 0, c y, c z) with a = acos(w) and c = a / sin(a) where |w| < 1
-    /// and |sin(a)| is at least 0.001, else (0, x, y, z) in the usual places. Intended.
+    /// and |sin(a)| is at least 0.001, else (0, x, y, z) in the usual places. Part of the contract.
     ERQuaternion Log() const;
 
-    /// From p at t = 0 to q at t = 1 along the great arc as it lies, without shortening and without
-    /// clamping the cosine: a dot product above 1 gives NaN. Below 0.001 radians the result is p.
+    /// From p at t = 0 to q at t = 1 along the great arc, without choosing the shorter one and
+    /// without clamping the cosine: a dot product above 1 gives NaN. Below 0.001 radians the result
+    /// is p.
     static ERQuaternion Slerp(double t, const ERQuaternion& p, const ERQuaternion& q);
-    /// The same with whole extra turns.
+    /// Slerp with whole extra turns.
     static ERQuaternion SlerpExtraSpins(double t, const ERQuaternion& p, const ERQuaternion& q,
                                         int spins);
     /// Spherical cubic interpolation between p and q with the inner control points a and b.
     static ERQuaternion Squad(double t, const ERQuaternion& p, const ERQuaternion& a,
                               const ERQuaternion& b, const ERQuaternion& q);
-    /// Inner control points at q1 for Squad, by Exp and Log as they are: a and b take only the
-    /// second and third vector components into account. Intended.
+    /// Inner control points at q1 for Squad. As Exp and Log don't place the first vector component
+    /// where the other expects it, a and b depend only on the second and third; part of the
+    /// contract.
     static void Intermediate(const ERQuaternion& q0, const ERQuaternion& q1, const ERQuaternion& q2,
                              ERQuaternion& a, ERQuaternion& b);
 

@@ -17,12 +17,13 @@ using detail::RootInterval;
 using detail::RootIsolation;
 using detail::Workspace;
 
-/// Sizes of terms within 2^kRange of each other can be worked with at once.
+/// Terms whose sizes are within 2^kRange of each other are processed at once: scaled to at most 1,
+/// their products keep above the 2^-900 that pairs of doubles need.
 constexpr int kRange = 400;
 /// Coefficients between 2^-kPlain and 2^kPlain need no scaling.
 constexpr int kPlain = 150;
 
-/// How a place y >= 0 of a scaled polynomial stands for an x.
+/// How an argument y >= 0 of a scaled polynomial maps to an x.
 struct Chart {
     enum Kind {
         positive,   ///< x = y
@@ -31,7 +32,7 @@ struct Chart {
         from_end    ///< y = (1 - x) / x, the same from the other end
     } kind;
 
-    /// From y, in units of 2^exponent, to x.
+    /// Maps the root from y, in units of 2^exponent, to x.
     void map(RealRoot& root, int exponent) const {
         if (exponent != 0)
             for (double* y : {&root.value, &root.lower, &root.upper})
@@ -67,8 +68,8 @@ public:
         next() = {x, x, x, multiplicity, true};
         keep(next());
     }
-    /// Does the passes that it takes, each of which adds and solves everything; sorts what was
-    /// found, and returns its number.
+    /// Makes as many passes as needed, each of which adds and solves everything; sorts the roots
+    /// and returns their number.
     template <class Pass>
     int run(Pass pass);
 
@@ -95,10 +96,10 @@ private:
     double last_;
     int degree_;
     std::span<RealRoot> out_;
-    RealRoot beyond_; // what there is no room for, which can't be
+    RealRoot beyond_; // for roots beyond the room, which can't occur
     int count_ = 0;
     int sure_ = 0; // roots that every polynomial within the uncertainty has, found in this pass
-    int elsewhere_ = 0; // the same of the pass before
+    int elsewhere_ = 0; // sure roots of the previous pass
     int largest_ = 0;   // multiplicity of a cluster, less a sure root of its own
 };
 
@@ -127,13 +128,13 @@ void Solver::solve(Chart chart, double lower, double upper) {
         solve_by_bands(chart, lower, upper);
 }
 
-/// How a polynomial's coefficients go by powers of two.
+/// The sizes of a polynomial's coefficients as powers of two.
 class Exponents {
 public:
     Exponents(const LocalPolynomial& p) : p_(p) {}
 
     bool present(int i) const { return p_.hi[i] != 0.0; }
-    /// Of coefficient i, y being measured in units of 2^unit.
+    /// The exponent of coefficient i, with y measured in units of 2^unit.
     int of(int i, int unit = 0) const { return std::ilogb(p_.hi[i]) + i * unit; }
 
     int largest(int unit) const {
@@ -150,7 +151,7 @@ public:
             if (present(i)) result = std::max(result, -floor_of(of(n) - of(i) - 1, n - i));
         return result + 2;
     }
-    /// No root is as small.
+    /// No root is as small as 2 to this power.
     int below_roots() const {
         int result = 2000;
         for (int i = 1; i <= p_.degree; ++i)
@@ -189,7 +190,7 @@ void Solver::solve_by_bands(Chart chart, double lower, double upper) {
         }
         double floor = lower;
         if (exponents.of(0) < largest - kRange) {
-            // A cut where p can't be told from zero would cut a root in two.
+            // A cut where p can't be distinguished from zero would cut a root in two.
             int k = exponents.down_to(largest - kRange, unit);
             while (k > 1 && !clear_of_zero(scaled_, std::ldexp(1.0, -k), uncertainty_))
                 --k;
@@ -259,7 +260,7 @@ bool valid(std::span<const double> values, const ERLimites& limits) {
            std::all_of(values.begin(), values.end(), [](double x) { return std::isfinite(x); });
 }
 
-/// What is said of a polynomial that is zero.
+/// The one entry for a polynomial that is zero.
 int everywhere(const ERLimites& limits, std::span<RealRoot> out) {
     const double middle = std::clamp(0.0, limits.start(), limits.end());
     if (!out.empty()) out[0] = {middle, limits.start(), limits.end(), 0, true};
@@ -280,7 +281,7 @@ struct Extent {
     }
 };
 
-/// In the power basis; `out` has room for the degree.
+/// Solves in the power basis; `out` has room for the degree.
 int solve_power(std::span<const double> c, const ERLimites& limits, double uncertainty,
                 std::span<RealRoot> out) {
     const Extent extent(c);
@@ -327,11 +328,11 @@ void set_from_poles(LocalPolynomial& p, std::span<const double> poles, const Ext
     }
 }
 
-/// In the Bernstein basis; `out` has room for the degree.
+/// Solves in the Bernstein basis; `out` has room for the degree.
 ///
 /// With y = t / (1 - t), p(t) is (1 - t)^n times the polynomial in y whose coefficients are the
-/// poles times binomials: its signs and its noise are those of p. Up to t = 1/2 that is solved,
-/// beyond it the same from the other end.
+/// poles times binomials: its signs and its noise are those of p. It is solved up to t = 1/2, and
+/// from the other end beyond.
 int solve_bernstein(std::span<const double> poles, const ERLimites& limits, double uncertainty,
                     std::span<RealRoot> out) {
     const Extent extent(poles);
@@ -348,7 +349,7 @@ int solve_bernstein(std::span<const double> poles, const ERLimites& limits, doub
         if (extent.first > 0) solver.add(0.0, static_cast<int>(extent.first));
         if (extent.last < std::size_t(n)) solver.add(1.0, n - static_cast<int>(extent.last));
         set_from_poles(p, poles, extent, false);
-        double meeting = 1.0; // in y; a cut where p is unclear would cut a root in two
+        double meeting = 1.0; // in y; must not be where p is unclear, in the middle of a root
         for (const double y : {1.0, 2.0, 0.5})
             if (clear_of_zero(p, y, uncertainty)) {
                 meeting = y;

@@ -6,7 +6,7 @@
 
 #include <limits>
 
-/// What operator< of a series compares.
+/// The figure that operator< of a series compares.
 enum gmStatType : int {
     gmStatType_fit = 0,          ///< number within limits, then the weighted mean square
     gmStatType_minimum = 1,      ///< the smallest value
@@ -16,9 +16,9 @@ enum gmStatType : int {
 /// The values appended, and their statistics so far. Means are running ones, updated value by
 /// value as mean = (n - 1) / n * mean + value / n.
 ///
-/// The largest double stands, as a value, for a point that could not be projected: it joins the
-/// array and counts in no statistic. As the upper limit, with its negative as the lower, it says
-/// that there are no limits.
+/// The largest double as a value marks a point that could not be projected: it joins the array and
+/// counts in no statistic. As the upper limit, with its negative as the lower, it means that there
+/// are no limits.
 class VELM_API ERSerieStatistic : public ERVec<double> {
 public:
     static constexpr double not_projected = std::numeric_limits<double>::max();
@@ -32,9 +32,9 @@ public:
     void append(double value, double weight, double lower, double upper);
 
     using ERVec<double>::capacity;
-    /// Makes room for n values, only ever more than there is.
+    /// Makes room for n values; never shrinks.
     void capacity(int n);
-    /// Takes all values out and clears the statistics and the type. Keeps the room of an array that
+    /// Removes all values and clears the statistics and the type. Keeps the room of an array that
     /// no other handle shares.
     void reset();
 

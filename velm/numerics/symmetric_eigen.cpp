@@ -14,7 +14,7 @@ namespace {
 
 /// The number of doubles in an object's arrays.
 int value_count(int n) {
-    constexpr int largest = 46339; // whose count still is an int
+    constexpr int largest = 46339; // the largest n whose count fits an int
     if (n > largest) throw std::bad_array_new_length();
     return n > 0 ? n * n + 2 * n : 0;
 }
@@ -79,7 +79,7 @@ struct LanczosBasis {
     Vector3 q, p, r;
 };
 
-/// Writes the part of the tridiagonal form that p and r make.
+/// Writes the part of the tridiagonal form that belongs to p and r.
 void set_tail(const Symmetric3& m, const LanczosBasis& basis, double* diag, double* subd) {
     const Vector3 mp = m * basis.p;
     diag[2] = dot(basis.p, mp);
@@ -87,7 +87,7 @@ void set_tail(const Symmetric3& m, const LanczosBasis& basis, double* diag, doub
     diag[3] = dot(basis.r, m * basis.r);
 }
 
-/// Completes q to a basis where q is an eigenvector of M and tells nothing of p and r.
+/// Completes q to a basis if q is an eigenvector of M and so doesn't determine p and r.
 void complete_from_eigenvector(const Symmetric3& m, LanczosBasis& basis, double* diag,
                                double* subd) {
     const Vector3 q = basis.q;
@@ -107,7 +107,7 @@ void complete_from_eigenvector(const Symmetric3& m, LanczosBasis& basis, double*
     }
 }
 
-/// The 4x4 case whose first row has only its neighbour: one rotation in rows 2 and 3 is left.
+/// The 4x4 case with zeros beyond the first row's neighbour: one rotation in rows 2 and 3 remains.
 void reduce_lower_block_of_4(double** mat, double* diag, double* subd) {
     const double m12 = mat[1][2], m13 = mat[1][3], m22 = mat[2][2], m23 = mat[2][3],
                  m33 = mat[3][3];
@@ -182,8 +182,8 @@ void multiply_lower(int n, const double* const* a, const double* __restrict u,
     }
 }
 
-/// One Householder step on row i of the lower triangle. Returns the step's h, 0 where nothing was
-/// to be done.
+/// One Householder step on row i of the lower triangle. Returns the step's h, or 0 if the row needs
+/// no reflection.
 double reflect_row(int i, double** a, double* subd) {
     const int l = i - 1;
     double scale = 0.0;
@@ -323,7 +323,8 @@ namespace {
 
 constexpr int kSweepLimit = 32;
 
-/// The first index from i0 on behind which the matrix falls apart: exact equality after rounding.
+/// The first index from i0 on after which the matrix splits: the subdiagonal element vanishes
+/// against the diagonal by exact equality after rounding.
 int end_of_block(int i0, int n, const double* diag, const double* subd) {
     int i2 = i0;
     for (; i2 <= n - 2; ++i2) {
@@ -384,7 +385,7 @@ void sweep(int i0, int i2, int n, double* diag, double* subd, double** mat) {
     subd[i2] = 0.0;
 }
 
-/// The sweeps for all eigenvalues; false when one took too many.
+/// The sweeps for all eigenvalues; false if one took too many.
 bool iterate(int size, double* diag, double* subd, double** mat) {
     for (int i0 = 0; i0 < size; ++i0) {
         int sweeps = 0;

@@ -11,14 +11,14 @@ namespace Mgc {
 /// Handbook for Automatic Computation II/2 tred2 and II/4 imtql2, 1971).
 ///
 /// Fill the matrix, call one solve. Every solve overwrites the matrix: afterwards its column j is
-/// the unit eigenvector of eigenvalue j. The forms for 2, 3 and 4 read the upper triangle alone,
-/// the general one the lower triangle alone. The forms with a digit assume that size.
+/// the unit eigenvector of eigenvalue j. The forms for 2, 3 and 4 read only the upper triangle, the
+/// general one only the lower triangle. The forms with a digit assume that size.
 ///
 /// The iteration allows 32 sweeps for each eigenvalue. Running out of them is not reported: the
-/// arrays stay as they are at that sweep. This is intended.
+/// arrays keep the state of that sweep, which is part of the contract.
 ///
-/// Copies and assigned objects share the arrays, and their ownership: what one writes the other
-/// reads. This is intended.
+/// Copies and assigned objects share the arrays and their ownership: what one writes the other
+/// reads. This is part of the contract.
 class VELM_API Eigen {
 public:
     /// A zero matrix; a size below 0 counts as 0 wherever memory is concerned.
@@ -73,8 +73,8 @@ private:
     double** matrix;
     double* diagonal;
     double* subdiagonal;
-    // What the four above point into. Written through them alone: a write through the handles would
-    // give an object arrays of its own.
+    // The arrays that the pointers above point into. Only the pointers write: a write through the
+    // handles would give an object arrays of its own.
     ERSimpleVec<double> values; // the matrix row by row, the diagonal, the subdiagonal
     ERSimpleVec<double*> rows;
 };

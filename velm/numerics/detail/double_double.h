@@ -23,13 +23,13 @@ inline DoubleDouble two_sum(double a, double b) {
     return {sum, (a - (sum - of_b)) + (b - of_b)};
 }
 
-/// a + b exactly, |a| being the larger.
+/// a + b exactly, for |a| >= |b|.
 inline DoubleDouble quick_two_sum(double a, double b) {
     const double sum = a + b;
     return {sum, b - (sum - a)};
 }
 
-/// a * b exactly, by Veltkamp's splitting: there is no fused multiply-add to count on.
+/// a * b exactly, by Veltkamp's splitting, since a fused multiply-add can't be relied on.
 inline DoubleDouble two_product(double a, double b) {
     constexpr double splitter = 0x1p27 + 1.0;
     const double product = a * b;

@@ -93,7 +93,7 @@ double sure_slope(const LocalPolynomial& p, double x) {
 
 namespace {
 
-/// Poles of doubles.
+/// Poles as plain doubles.
 template <int Components>
 struct Poles {
     using Number = double;
@@ -146,7 +146,7 @@ struct Pairs {
 
 /// p(lower + width t) in the Bernstein basis of t, in place, from p's coefficients divided by
 /// binomials: p's polar form at as many arguments lower and upper as it takes (Ramshaw, Blossoming,
-/// 1987). Neither step waits for a sum it has just begun.
+/// 1987). The loops are ordered so that no step waits for a sum just begun.
 template <class Row>
 void convert(Row b, int n, double lower, typename Row::Number width) {
     if (lower != 0.0)
@@ -212,14 +212,15 @@ void to_bernstein_in_pairs(LocalPolynomial& p, BernsteinPiece& piece, double* sc
     std::copy_n(p.polar_hi, n + 1, pairs.hi);
     std::copy_n(p.polar_lo, n + 1, pairs.lo);
     convert(pairs, n, piece.lower, two_sum(piece.upper, -piece.lower));
-    for (int i = n; i >= 0; --i) { // downwards, as a pole may become longer
+    for (int i = n; i >= 0; --i) { // downwards, because a pole may become longer
         const double size = piece.size(i);
         double* const pole = piece.poles + 3 * i;
         pole[0] = pairs.hi[i] + pairs.lo[i];
         pole[1] = size;
         pole[2] = std::fabs(pole[0]);
     }
-    // Low parts of up to 2 n units, which round in each of 2 n sums, beside products in pairs.
+    // Each of 2 n sums rounds a low part of up to 2 n units; the products in pairs add their own
+    // rounding.
     piece.base = (6.0 * n * n + 64.0 * n + 64.0) * kUnit * kUnit;
     piece.components = 3;
     piece.error = kUnit;
@@ -239,8 +240,8 @@ void cut(BernsteinPiece& piece, BernsteinPiece& left, double at, int degree) {
         half ? halve<3>(piece.poles, left.poles, degree)
              : divide<3>(piece.poles, left.poles, degree, t, s);
     piece.error += (half ? 1 : 4) * degree * kUnit;
-    // The true cut lies within a rounding of `at`. What that means for p is bounded by p' as S has
-    // it, and, where p itself is the measure, as the differences of the poles have it.
+    // The true cut is within a rounding of `at`. Its effect on p is bounded by the derivative of S
+    // and, if p itself is the measure, by the differences of the poles.
     if (!half || sum.lo != 0.0)
         piece.error += degree * kUnit * (piece.components == 2 ? 2.0 : 4.0 * piece.upper / width);
     piece.fresh = false;

@@ -9,9 +9,9 @@
 
 namespace velm::detail {
 
-inline constexpr double kUnit = 0x1.01p-53; ///< of rounding in doubles, with a margin
+inline constexpr double kUnit = 0x1.01p-53; ///< unit of rounding in doubles, with a margin of 1/256
 
-/// Room for arrays of doubles, given back all at once.
+/// Room for arrays of doubles, released all at once.
 class Workspace {
 public:
     explicit Workspace(std::size_t doubles)
@@ -29,14 +29,14 @@ private:
     double* end_;
 };
 
-/// Coefficients as pairs, the lowest power first, of a polynomial to be looked at for x >= 0, and
-/// their sizes. Those sizes make the polynomial S. No array is owned.
+/// Coefficients as pairs, the lowest power first, of a polynomial evaluated for x >= 0, and their
+/// sizes, which are the coefficients of the polynomial S. No array is owned.
 struct LocalPolynomial {
     int degree = 0;
     double* hi = nullptr;
     double* lo = nullptr;
     double* size = nullptr;
-    double* polar_hi = nullptr; ///< the coefficients divided by binomials, once they are needed
+    double* polar_hi = nullptr; ///< the coefficients divided by binomials, computed on first use
     double* polar_lo = nullptr;
     bool has_polar = false;
 
@@ -58,7 +58,7 @@ struct QuickValue {
 QuickValue quick_value(const LocalPolynomial& p, double x);
 
 /// p(x) as if evaluated in pairs of doubles and then rounded, with p'(x) in doubles and S(x). The
-/// sign of p is sure where |p| exceeds the error.
+/// sign of p is certain if |p| exceeds the error.
 struct SureValue {
     double p;
     double dp;
@@ -66,10 +66,10 @@ struct SureValue {
     double error;
 };
 SureValue sure_value(const LocalPolynomial& p, double x);
-/// p'(x) evaluated in pairs, for where the slope above is all rounding.
+/// p'(x) evaluated in pairs, for where the slope above is nothing but rounding.
 double sure_slope(const LocalPolynomial& p, double x);
 
-/// The Bernstein form over [lower, upper]: poles of p's coefficient, that of S, and, with three
+/// The Bernstein form over [lower, upper]: each pole has p's coefficient, that of S and, with three
 /// components, that of the error's measure. A coefficient of p is good to `error` times the last
 /// component, plus `base` times that of S; the rounding of the bounds is included.
 struct BernsteinPiece {
@@ -83,20 +83,21 @@ struct BernsteinPiece {
 
     double p(int i) const { return poles[components * i]; }
     double size(int i) const { return poles[components * i + 1]; }
-    /// A bound of what p(i) may differ by from any polynomial's within the relative uncertainty.
+    /// A bound of the difference between p(i) and that of any polynomial within the relative
+    /// uncertainty.
     double noise(int i, double uncertainty) const {
         const double* const pole = poles + components * i;
         return (uncertainty + base) * pole[1] + error * pole[components - 1];
     }
 };
 
-/// Sets the poles from the bounds, in doubles, two components a pole.
+/// Sets the poles from the bounds, in doubles, with two components per pole.
 void to_bernstein(const LocalPolynomial& p, BernsteinPiece& piece);
-/// The same for a piece that has its poles: in pairs, rounded to doubles and measured by
-/// themselves, three components a pole. `scratch` has room for twice p's coefficients.
+/// Sets the poles again for a piece that has them: in pairs, rounded to doubles, with p itself as
+/// the error's measure, three components per pole. `scratch` has room for twice p's coefficients.
 void to_bernstein_in_pairs(LocalPolynomial& p, BernsteinPiece& piece, double* scratch);
 
-/// Cuts the piece at `at`: it becomes the right part, `left` gets the left one.
+/// Cuts the piece at `at`: it becomes the right part, and `left` is set to the left one.
 void cut(BernsteinPiece& piece, BernsteinPiece& left, double at, int degree);
 
 } // namespace velm::detail

@@ -12,12 +12,12 @@ namespace {
 /// A part is given up as a cluster when all its coefficients are within this many times the
 /// noise: small enough to keep enclosures tight, large enough to spare bisections at their rims.
 constexpr double kRim = 16.0;
-/// More pieces than any sound input makes; beyond it what is unclear is reported as it is.
+/// More pieces than any sensible input makes; beyond it, unclear pieces are reported as clusters.
 constexpr int kMostPieces = 20000;
 
 } // namespace
 
-/// Gives the first pieces of the stack their arrays.
+/// Assigns arrays to the first pieces of the stack.
 void RootIsolation::need(int pieces) {
     for (; prepared_ < pieces; ++prepared_) {
         stack_[prepared_].poles = room_;
@@ -70,7 +70,7 @@ void RootIsolation::resolve_top() {
     }
     const double at = middle(piece);
     const double aside = 0.125 * std::min(at - piece.lower, piece.upper - at);
-    // A root that lies on the cut would have to be chased from both sides: cut beside it.
+    // A root on the cut would be pursued from both sides: cut beside it.
     if (split(at, false) || split(at - aside, false)) return;
     if (!piece.fresh) {
         to_bernstein_in_pairs(p_, piece, scratch_);
@@ -86,7 +86,7 @@ int RootIsolation::sign(const BernsteinPiece& piece, int i) const {
     return x > noise ? 1 : x < -noise ? -1 : 0;
 }
 
-/// What Descartes' rule says of the piece, each sign being taken as unclear within the noise.
+/// The verdict of Descartes' rule on the piece; a sign within the noise is unclear.
 RootIsolation::Verdict RootIsolation::judge(const BernsteinPiece& piece) const {
     const int n = p_.degree;
     int last_sign = sign(piece, 0);
@@ -98,7 +98,7 @@ RootIsolation::Verdict RootIsolation::judge(const BernsteinPiece& piece) const {
         const int here = sign(piece, i);
         if (here == 0) continue;
         const bool change = here != last_sign;
-        // One coefficient of unclear sign at a change makes no difference.
+        // One coefficient of unclear sign at a change does not alter the count.
         if (i - last > (change ? 2 : 1)) unclear = true;
         if (change && ++changes > 1) unclear = true;
         if (change) {
@@ -116,7 +116,8 @@ RootIsolation::Verdict RootIsolation::judge(const BernsteinPiece& piece) const {
     return verdict;
 }
 
-/// Whether an end's sign stays unclear however exactly p is evaluated, or neither end's is.
+/// Whether an end's sign remains unclear however exactly p is evaluated, or neither end's sign is
+/// unclear.
 bool RootIsolation::surely_unclear(const BernsteinPiece& piece, const Verdict& verdict) const {
     constexpr double small_part = 0.125;
     if (piece.fresh) return true;
@@ -136,7 +137,8 @@ bool RootIsolation::settled(const BernsteinPiece& piece, const Verdict& verdict)
     return true;
 }
 
-/// A place to cut: the middle, or where the ends' sizes differ much, the middle of those.
+/// A place to cut: the middle or, if the sizes of the ends differ much, the power of two with their
+/// middle exponent.
 double RootIsolation::middle(const BernsteinPiece& piece) {
     constexpr double wide = 64.0;
     const double lower = piece.lower;
@@ -150,8 +152,8 @@ double RootIsolation::middle(const BernsteinPiece& piece) {
     return at > lower && at < half ? at : half;
 }
 
-/// A place that cuts off a root on an end: where one of the first terms of p's expansion there
-/// alone exceeds the noise several times.
+/// A place that cuts off a root on an end: where a single one of the first terms of p's expansion
+/// exceeds the noise several times.
 double RootIsolation::beside_end(const BernsteinPiece& piece, bool at_upper) const {
     constexpr int terms = 6;
     constexpr double clear = 4.0;
@@ -176,8 +178,8 @@ double RootIsolation::beside_end(const BernsteinPiece& piece, bool at_upper) con
     return at_upper ? piece.upper - width : piece.lower + width;
 }
 
-/// Cuts the piece on top. False, and nothing done, if p is unclear there and this isn't the last
-/// try; what can't be cut any more is reported.
+/// Cuts the piece on top. False, with nothing done, if p is unclear there and this isn't the last
+/// try; a piece too small to cut is reported.
 bool RootIsolation::split(double at, bool last_try) {
     BernsteinPiece& piece = stack_[top_];
     if (!(at > piece.lower && at < piece.upper)) {

@@ -9,16 +9,16 @@ namespace velm::detail {
 struct RootInterval {
     double lower;
     double upper;
-    double guess; ///< of a lone root
-    bool lone;    ///< exactly one simple root, and the signs at the ends are sure; else a cluster
-    bool rising;  ///< of a lone root: the sign at upper is positive
+    double guess; ///< where a lone root may be
+    bool lone;    ///< exactly one simple root with certain signs at the ends; else a cluster
+    bool rising;  ///< the sign at upper is positive, for a lone root
 };
 
-/// Finds where p can't be told from zero: the roots of all polynomials with coefficients that
-/// differ by a relative `uncertainty`.
+/// Finds where p can't be distinguished from zero: the roots of all polynomials whose coefficients
+/// differ from p's by a relative `uncertainty`.
 class RootIsolation {
 public:
-    /// The room that it needs, in doubles.
+    /// The doubles that `room_for_it` must hold.
     static int room(int degree) { return ((kDepth + 1) * 3 + 2) * (degree + 1); }
 
     RootIsolation(LocalPolynomial& p, double uncertainty, double* room_for_it)
@@ -27,8 +27,8 @@ public:
 
     /// Looks for roots in [lower, upper], 0 <= lower <= upper <= 1.
     void start(double lower, double upper);
-    /// The next interval that holds roots, ascending, good until the next call; null after the
-    /// last. Clusters that touch come as one.
+    /// The next interval that holds roots, in ascending order, valid until the next call; null
+    /// after the last. Clusters that touch are given as one.
     const RootInterval* next();
 
 private:
@@ -59,15 +59,15 @@ private:
     static constexpr int kDepth = 160;
     double* scratch_;
     double* room_;
-    BernsteinPiece stack_[kDepth + 1]; // the next piece on top; two above it to work with
-    int prepared_ = 0;                 // of stack_, those that have their arrays
+    BernsteinPiece stack_[kDepth + 1]; // the next piece is on top; two above it are work space
+    int prepared_ = 0;                 // the entries of stack_ that have their arrays
     int top_ = -1;
     int pieces_made_ = 0;
-    double whole_ = 0.0;     // the upper end of all
-    double smallest_ = -1.0; // smallest_root_size, once asked for
-    RootInterval cluster_{}; // the last, as long as it may grow
+    double whole_ = 0.0;     // the upper end of the whole search
+    double smallest_ = -1.0; // smallest_root_size; -1 until it is computed
+    RootInterval cluster_{}; // the last cluster, as long as it may grow
     bool growing_ = false;
-    RootInterval found_[2]{}; // to be handed out
+    RootInterval found_[2]{}; // to be given by next()
     int handed_out_ = 0;
     int count_ = 0;
 };

@@ -16,7 +16,8 @@ struct Bracket {
     bool rising;
 
     void narrow(double x, double p) { ((p > 0.0) == rising ? upper : lower) = x; }
-    /// x if it lies inside, else the middle, of the sizes where they differ much.
+    /// x if it is inside, else the middle: the geometric mean if the sizes of the bounds differ
+    /// much.
     double inside(double x) const {
         if (x > lower && x < upper) return x;
         if (lower > 0.0 && upper > 8 * lower) return std::sqrt(lower) * std::sqrt(upper);
@@ -24,8 +25,8 @@ struct Bracket {
     }
 };
 
-/// The steps of Newton's method, and how they shrink: one is about `curvature` times the square of
-/// the one before, which shows in two that follow each other and shrink fast.
+/// The steps of Newton's method, and how they shrink: a step is about `curvature` times the square
+/// of the one before, as seen from two consecutive steps that shrink fast.
 struct Steps {
     static constexpr double unknown = std::numeric_limits<double>::infinity();
     double last = 0.0;
@@ -41,8 +42,8 @@ struct Steps {
     double next() const { return curvature * last * last; }
 };
 
-/// Newton's method in doubles, kept in the bracket, until its next step will be short or p is all
-/// rounding.
+/// Newton's method in doubles, kept in the bracket, until its next step will be short or p is
+/// nothing but rounding.
 double approach(const LocalPolynomial& p, Bracket& bracket, double x, Steps& steps) {
     constexpr int most = 50;
     constexpr double short_step = 0x1p-26;
@@ -52,7 +53,7 @@ double approach(const LocalPolynomial& p, Bracket& bracket, double x, Steps& ste
         bracket.narrow(x, v.p);
         const double step = v.p / v.dp;
         if (x - step == x) break;
-        // Steps that don't halve show that Newton's method is not yet at home: bisect.
+        // Steps that don't halve show that Newton's method doesn't converge yet: bisect.
         const bool slow = i > 2 && std::fabs(step) > 0.5 * steps.last;
         const double next = bracket.inside(slow ? bracket.lower : x - step);
         steps.take(std::fabs(next - x), next == x - step);
@@ -62,7 +63,8 @@ double approach(const LocalPolynomial& p, Bracket& bracket, double x, Steps& ste
     return x;
 }
 
-/// The same with compensated values, to the last place; x gets there. Returns p's last value.
+/// Newton's method with compensated values, to the last place; x is the result. Returns p's last
+/// value.
 SureValue refine(const LocalPolynomial& p, Bracket& bracket, double& x, Steps& steps) {
     constexpr int most = 120;
     constexpr double last_place = 0x1p-58;
@@ -77,7 +79,7 @@ SureValue refine(const LocalPolynomial& p, Bracket& bracket, double& x, Steps& s
         }
         const double newton = x - v.p / v.dp;
         const double step = std::fabs(newton - x);
-        // What the step leaves: by p's curvature, and by the rounding of the slope.
+        // The error that the step leaves, from p's curvature and from the rounding of the slope.
         const bool precise = steps.curvature * step * step <= last_place * x &&
                              slope_noise * step <= 4 * last_place * x * x * std::fabs(v.dp);
         if (precise || step == 0.0 || std::fabs(v.p) <= v.error) {
@@ -100,7 +102,7 @@ SureValue root_in(const LocalPolynomial& p, Bracket bracket, double& x) {
     return refine(p, bracket, x, steps);
 }
 
-/// Whether p is surely beyond the noise at x, on the side that `positive` tells.
+/// Whether p at x is surely beyond the noise, with the sign given by `positive`.
 bool clear_on_side(const LocalPolynomial& p, double x, double uncertainty, bool positive) {
     const SureValue v = sure_value(p, x);
     const double size = positive ? v.p : -v.p;
@@ -126,8 +128,8 @@ void polish_lone_root(const LocalPolynomial& p, const RootInterval& interval, do
     const double slope = std::fabs(v.dp);
     const double noise = uncertainty * v.size + v.error;
     double reach = 1.5 * noise / slope + 2 * DBL_EPSILON * x;
-    // As x^2 |p''| <= degree^2 S, the slope keeps its size in reach of a root that is well
-    // conditioned, and p is clear of zero at its ends. Elsewhere p itself tells.
+    // As x^2 |p''| <= degree^2 S, the slope keeps its size near a well-conditioned root, and p is
+    // clear of zero at the ends of the enclosure. Elsewhere p itself is evaluated.
     const double condition = (p.degree + 1) * v.size / (slope * x);
     const bool sure = 64 * condition * condition * (uncertainty + kUnit) <= 1.0;
     if (!(reach >= 0.0)) reach = interval.upper;
@@ -164,7 +166,8 @@ void copy(const LocalPolynomial& from, LocalPolynomial& to) {
 int sign(double x) { return x > 0.0 ? 1 : x < 0.0 ? -1 : 0; }
 
 /// The order of the first derivative that surely keeps its sign in the interval: by Rolle's theorem
-/// no polynomial within the uncertainty has more roots there. `derivative` and `room` as below.
+/// no polynomial within the uncertainty has more roots there. `derivative` and `room` as for
+/// resolve_cluster.
 int most_roots(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
                LocalPolynomial& derivative, double* room) {
     BernsteinPiece piece{};

@@ -15,16 +15,16 @@ bool clear_of_zero(const LocalPolynomial& p, double x, double uncertainty);
 void polish_lone_root(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
                       RealRoot& root);
 
-/// What the polynomials within the uncertainty have in a cluster.
+/// How many roots the polynomials within the uncertainty have in a cluster.
 enum class Cluster {
     empty,      ///< no root
-    perhaps,    ///< some of them roots, perhaps not all
-    surely_one, ///< each of them one root at least
+    perhaps,    ///< some of them have roots, perhaps not all
+    surely_one, ///< each of them has at least one root
 };
 
-/// Sets `root` to what a cluster holds, unless that is nothing. `spare` is p's degree less the
-/// roots that are surely elsewhere, and less one that is surely in this cluster. `derivative` has
-/// room for p's derivatives, `room` for five times p's coefficients.
+/// Sets `root` to the roots of a cluster, unless it is empty. `spare` is p's degree less the roots
+/// that are surely elsewhere, and less a root that is surely in this cluster. `derivative` has room
+/// for p's derivatives, `room` for five times p's coefficients.
 Cluster resolve_cluster(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
                         int spare, LocalPolynomial& derivative, double* room, RealRoot& root);
 

@@ -5,8 +5,8 @@
 
 namespace velm::detail {
 
-/// Calls f with n: as a std::integral_constant where n is 1 to 6, so that its loops are laid out
-/// for that size, else as the int it is. What f computes must not depend on which.
+/// Calls f with n: as a std::integral_constant if n is 1 to 6, so that its loops are unrolled for
+/// that size, else as an int. The results of f must not depend on which.
 template <class Function>
 decltype(auto) with_size(int n, Function f) {
     switch (n) {

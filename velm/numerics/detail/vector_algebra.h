@@ -1,4 +1,4 @@
-// Sums over arrays of doubles, terms taken one after the other from the first on.
+// velm::detail: sums and norms over arrays of doubles; each sum adds its terms in order.
 #pragma once
 
 #include "velm/frame/vec.h"
@@ -50,7 +50,7 @@ inline void scale(ERVec<double>& a, double factor) {
         x *= factor;
 }
 
-/// Whether the sizes are those of as many equations as unknowns.
+/// Whether the sizes are those of a system with as many equations as unknowns.
 inline bool is_square_system(const ERMatrix<double>& jacobian, const ERVec<double>& f,
                              const ERVec<double>& x) {
     return f.size() == x.size() && jacobian.rows() == x.size() && jacobian.columns() == x.size() &&
