@@ -1,4 +1,4 @@
-// Random transformations of every kind, and the map that each stands for, told in plain numbers.
+// Random transformations of every kind, and the map of each in plain numbers.
 #pragma once
 
 #include "support/random.h"

@@ -40,7 +40,7 @@ TEST(Factories, RotationsTurnAboutTheirAxis) {
         expect_near(ERRotation3D(ERQuaternion(axis, angle)) >> v, turned(v, axis, angle));
         for (const Coord3D n : {Coord3D_X, Coord3D_Y, Coord3D_Z})
             expect_near(ERRotation3D(n, angle) >> v, turned(v, ERVector3D(n), angle));
-        // A reflection turns what lies along n and keeps what lies across.
+        // A reflection reverses vectors along n and keeps vectors perpendicular to it.
         expect_near(ERSymetrie3D(axis * 3.0) >> v, v - axis * (2 * (axis * v)));
         expect_near(ERSymetrie3D(Coord3D_Y) >> v, ERVector3D(v.i(), -v.j(), v.k()));
         expect_near(ERScaling3D(3.0) >> p, p * 3.0);

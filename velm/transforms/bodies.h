@@ -8,8 +8,8 @@
 
 namespace velm::detail {
 
-/// What the kinds of bodies have in common, from the map that each describes. Arrays take the map's
-/// numbers once and go in one loop.
+/// The operations that the kinds of bodies have in common, made from each kind's map. For an array
+/// the map's numbers are read once, before one loop.
 template <class Body, class Base>
 class VELM_API BodyOperations : public Base {
 public:
@@ -32,7 +32,7 @@ public:
 
     ERObject* getCopy() const override;
 
-    // The parts that a body doesn't hold; it hides those that it does.
+    // Defaults for the parts that a body doesn't hold; a body hides those that it holds.
     ERMatrix<double> matrix() const;
     ERPoint3D translation() const { return {}; }
     double factor() const { return 1.0; }
@@ -43,8 +43,8 @@ private:
 
 } // namespace velm::detail
 
-// A matrix that is not 3 x 3 makes a body whose maps give NaN. Default-constructed bodies of every
-// kind leave everything in its place. The stored form of each is its fields in order.
+// A matrix that is not 3 x 3 makes a body whose maps give NaN. A default-constructed body of any
+// kind maps everything to itself. The stored form of each is its fields in order.
 
 /// p to p.
 class VELM_API _ERIdentity3D
@@ -107,7 +107,7 @@ public:
     _ERRotation3D();
     explicit _ERRotation3D(const ERMatrix<double>& matrix) : M(matrix) {}
     explicit _ERRotation3D(const ERQuaternion& q) : M(q.GetMatrix()) {}
-    /// About an axis of coordinates; a zero matrix for an axis out of range.
+    /// About a coordinate axis; a zero matrix for an axis out of range.
     _ERRotation3D(Coord3D axis, ERRadian angle);
     /// About an axis through the origin, of any length; exactly the identity for whole turns.
     _ERRotation3D(const ERVector3D& axis, ERRadian angle);
@@ -144,15 +144,15 @@ public:
     /// The frame with its origin at o, its first axis along x and its second in the plane of x and
     /// y on y's side. Parallel x and y give a singular matrix.
     _ERWorkplane(const ERVector3D& x, const ERVector3D& y, const ERPoint3D& o);
-    /// The frame with its origin at o and its third axis along z; the others as
-    /// GetOrthogonalDirections has them.
+    /// The frame with its origin at o and its third axis along z; the others are those of
+    /// GetOrthogonalDirections.
     _ERWorkplane(const ERVector3D& z, const ERPoint3D& o);
 
     const ERMatrix<double>& matrix() const { return M; }
     const ERPoint3D& translation() const { return t; }
 
     const ERTr3DRevRep* getInverse() const override;
-    /// Writes the matrix and the translation behind fixed labels.
+    /// Writes the matrix and the translation after fixed labels.
     void printOn(std::ostream& out) const override;
     VELM_DECLARE_STORED_FORM();
 
@@ -209,8 +209,8 @@ class VELM_API _ERSymetrie3D
 public:
     _ERSymetrie3D();
     explicit _ERSymetrie3D(const ERMatrix<double>& matrix) : M(matrix) {}
-    /// The reflection that turns an axis of coordinates round; the identity matrix for an axis out
-    /// of range.
+    /// The reflection that reverses a coordinate axis; the identity matrix for an axis out of
+    /// range.
     explicit _ERSymetrie3D(Coord3D axis);
     /// The reflection in the plane through the origin that is perpendicular to n.
     explicit _ERSymetrie3D(const ERVector3D& n);
@@ -253,7 +253,7 @@ public:
     int isDirect() const override;
     /// 1 for a 3 x 3 matrix with a determinant within 1e-11 of 1 or -1 and a factor other than 0.
     int isValid() const override;
-    /// Writes the matrix, the translation and the factor behind fixed labels.
+    /// Writes the matrix, the translation and the factor after fixed labels.
     void printOn(std::ostream& out) const override;
     VELM_DECLARE_STORED_FORM();
 

@@ -1,4 +1,4 @@
-// What the bodies do to points, vectors and poles, and what they tell of their map.
+// The bodies' maps of points, vectors and poles, and the parts of the map that they report.
 #include "velm/frame/thread_data.h"
 #include "velm/transforms/bodies.h"
 #include "velm/transforms/detail/matrix3.h"
@@ -93,7 +93,7 @@ Chain<Chain<ShiftMap, LinearMap>, ScaleMap> backward(const _ERSimilitude3D& body
     return {{{-body.translation()}, {Matrix3(body.matrix()).transposed()}}, {1.0 / body.factor()}};
 }
 
-// The map comes by value, so that no store can change it.
+// The map is passed by value, so that no write to the array can change it.
 template <class Map>
 void map_points(ERPoint3D* points, int n, Map map) {
     ERPoint3D* p = points;
@@ -108,7 +108,7 @@ void map_poles(std::span<ERPole3DH> poles, const Map& map) {
         pole = ERPole3DH(map.point(pole.castToPoint()) * pole.weigth(), pole.weigth());
 }
 
-// Nothing is done, not even a shared array's copy made, for the identity.
+// The identity does nothing; it doesn't even detach a shared array.
 void map_points(ERVec<ERPoint3D>&, IdentityMap) {}
 void map_poles(ERVec<ERPole3DH>&, IdentityMap) {}
 void map_points(ERPoint3D*, int, IdentityMap) {}

@@ -20,7 +20,7 @@ Coordinate polar(double azimuth, double elevation, double r) {
     return {r * std::cos(az) * std::cos(el), r * std::sin(az) * std::cos(el), r * std::sin(el)};
 }
 
-/// Whether an angle in degrees lies a whole number of half turns from 90.
+/// Whether an angle in degrees is 90 plus a whole number of half turns.
 bool is_right_angle(double angle) {
     return std::trunc((angle - 90.0) / 180.0) * 180.0 == angle - 90.0;
 }

@@ -6,7 +6,7 @@
 #include "velm/frame/coordinate.h"
 #include "velm/fwd.h"
 
-// Angles are in degrees, as a host shows them.
+// Angles are in degrees, because hosts display them.
 
 /// (angle about z from x, distance from the z axis, z).
 VELM_API Coordinate Cartesian2Cylindrical(const Coordinate& c);
@@ -18,11 +18,12 @@ VELM_API Coordinate Spherical2Cartesian(const Coordinate& c);
 /// The angles of the direction (i, j, k) in the planes yz, zx and xy.
 VELM_API Coordinate IJK2ABC(const Coordinate& c);
 /// The unit direction of three such angles. The one in the plane of the direction's two largest
-/// components decides between the two senses; where an angle is a right one, the next angle alone
+/// components decides between the two senses; if an angle is a right angle, the next angle alone
 /// gives the direction.
 VELM_API Coordinate ABC2IJK(const Coordinate& c);
 /// (azimuth, elevation, 1.0). The third component is divided by the length twice before the arc
-/// sine is taken: intended, and right for unit directions; a short direction may give NaN.
+/// sine is taken, which is part of the contract and right for unit directions; a short direction
+/// may give NaN.
 VELM_API Coordinate IJK2AZ_EL(const Coordinate& c);
 /// The unit direction; the third number is not read.
 VELM_API Coordinate AZ_EL2IJK(const Coordinate& c);
@@ -33,5 +34,5 @@ VELM_API Coordinate IJK2IJK(const Coordinate& c);
 /// takes (0, 0, 0, 1).
 VELM_API void ConvertToNeutral(const ERPmIsometrie3D& t, double (*m)[4]);
 /// The frame of columns 0, 1 and 3, as ERChgRepere3D makes it. The third column is not read: a
-/// left-handed array comes back right-handed, intended.
+/// left-handed array comes back right-handed, which is part of the contract.
 VELM_API void ConvertFromNeutral(const double (*m)[4], ERPmIsometrie3D& t);

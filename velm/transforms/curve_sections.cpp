@@ -1,5 +1,5 @@
-// Sections of curves with lines and planes, and lifted points of information: what the curves'
-// interfaces need transformations for.
+// The operations of the curves' interfaces that need transformations: sections with lines and
+// planes, and lifted points of information.
 #include "velm/frame/finite_entity.h"
 #include "velm/transforms/plane_transformation.h"
 #include "velm/transforms/transformation_factories.h"

@@ -10,7 +10,7 @@
 VELM_API ERPoint3D operator*(const ERMatrix<double>& m, const ERPoint3D& p);
 VELM_API ERVector3D operator*(const ERMatrix<double>& m, const ERVector3D& v);
 
-/// The transposed matrix times p: for the matrix of an isometry the inverse, without inverting.
+/// The transposed matrix times p: for the matrix of an isometry this is its inverse times p.
 VELM_API ERPoint3D mulInverseIsoMat(const ERMatrix<double>& m, const ERPoint3D& p);
 VELM_API ERVector3D mulInverseIsoMat(const ERMatrix<double>& m, const ERVector3D& v);
 

@@ -8,9 +8,9 @@
 #include "velm/frame/vec.h"
 #include "velm/frame/vector.h"
 
-/// TransFrom maps a point (x, y) to (a x + b y + tx, c x + d y + ty). A vector takes the matrix
-/// alone. A pole is mapped by its point, the weighted coordinates divided by the weight, and keeps
-/// its weight. Operations on arrays change them in place and return them.
+/// TransFrom maps a point (x, y) to (a x + b y + tx, c x + d y + ty). A vector is mapped by the
+/// matrix alone. A pole is mapped by its point, the weighted coordinates divided by the weight, and
+/// keeps its weight. Operations on arrays change them in place and return them.
 class VELM_API ERTransfo2D : public ERObject {
     VELM_DECLARE_CLASS(ERTransfo2D)
 
@@ -37,8 +37,9 @@ public:
     ERVec<ERPole2DH>& TransFrom(ERVec<ERPole2DH>& poles) const;
 
     /// Backward: the transpose of the matrix over its determinant, after the translation is taken
-    /// off. This is the inverse for rotations, homotheties, frames and what they compose to, and
-    /// not for mirrors: the mirror that keeps the x axis sends (x, y) back to (-x, y). Intended.
+    /// off. This is the inverse for rotations, homotheties, frames and their compositions, but not
+    /// for mirrors: the mirror that keeps the x axis sends (x, y) back to (-x, y), which is part of
+    /// the contract.
     ERPoint2D TransTo(const ERPoint2D& p) const;
     ERVector2D TransTo(const ERVector2D& v) const;
     ERVec<ERPoint2D>& TransTo(ERVec<ERPoint2D>& points) const;

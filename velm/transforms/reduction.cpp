@@ -13,12 +13,13 @@ namespace {
 
 constexpr double tolerance = 1e-11;
 
-/// What a rotation by m reduces to, null if to itself.
+/// The simpler body equal to a rotation by m; null if there is none.
 const ERTr3DRevRep* below_rotation(const Matrix3& m) {
     return is_identity(m, tolerance) ? ERTr3DRevRep::GetIdentity() : nullptr;
 }
 
-/// What a frame of m and t reduces to, null if to itself; `matrix` is m as it is shared.
+/// The simpler body equal to a frame of m and t, null if there is none; `matrix` is m with its
+/// shared array.
 const ERTr3DRevRep* below_workplane(const Matrix3& m, const ERMatrix<double>& matrix,
                                     const ERPoint3D& t) {
     if (is_zero(t, tolerance)) {
@@ -30,8 +31,8 @@ const ERTr3DRevRep* below_workplane(const Matrix3& m, const ERMatrix<double>& ma
 
 } // namespace
 
-// By elimination with row pivoting, step for step as gauss_pivot.h has it; a pivot below 1e-20
-// stops it.
+// Elimination with row pivoting in the same steps as gauss_pivot.h; a pivot below 1e-20,
+// ERLUDecomp's tolerance, stops it.
 double velm::detail::determinant(Matrix3 a) {
     double* const row[] = {a.m, a.m + 3, a.m + 6};
     double result = 1.0;
@@ -79,7 +80,7 @@ const ERTr3DRevRep* _ERScaling3D::getReduced() const {
 }
 
 const ERTr3DRevRep* _ERSymetrie3D::getReduced() const {
-    // Intended: the rotation is not reduced any further.
+    // The rotation is not reduced any further: the class of the result is part of the contract.
     if (determinant(Matrix3(M)) > 0.0) return new _ERRotation3D(M);
     return shareable();
 }

@@ -10,9 +10,9 @@
 
 #include <string>
 
-/// The angles of a rotation matrix m = Rz(c) Ry(b) Rx(a), in radians, b in [-pi/2, pi/2]. Where
-/// |m(2, 0)| is 1 or more the other two are not unique: then b is -pi/2 with a = 0, or pi/2 with
-/// c = 0. Returns 1.
+/// The angles of a rotation matrix m = Rz(c) Ry(b) Rx(a), in radians, b in [-pi/2, pi/2]. If |m(2,
+/// 0)| is 1 or more, the other two are not unique: then b is -pi/2 with a = 0, or pi/2 with c = 0.
+/// Returns 1.
 VELM_API int computeEulerAngles(const ERMatrix<double>& m, double& a, double& b, double& c);
 VELM_API int computeEulerAngles(const ERPmIsometrie3D& t, double& a, double& b, double& c);
 
@@ -26,6 +26,6 @@ VELM_API void find_lock_quaternion(ERVector3D from, ERVector3D to, ERQuaternion&
 /// The matrix of that quaternion.
 VELM_API void find_lock_matrix(ERVector3D from, ERVector3D to, ERMatrix<double>& m);
 
-/// The rows of the matrix, each with its coordinate of the translation behind, a line each; every
-/// number as "%- 8.3f ".
+/// One line per row of the matrix, followed by its coordinate of the translation; every number as
+/// "%- 8.3f ".
 VELM_API std::string dump(const ERPmIsometrie3D& t);

@@ -1,5 +1,5 @@
-// ERTr3D, ERTr3DRev: the interfaces of the transformations of space, of those that map one way and
-// of those that can be inverted.
+// ERTr3D, ERTr3DRev: the interfaces of the transformations of space, of those that map one way only
+// and of those that can be inverted.
 #pragma once
 
 #include "velm/frame/class_macros.h"
@@ -40,12 +40,12 @@ public:
 /// isEqual.
 VELM_API bool operator==(const ERTr3D& a, const ERTr3D& b);
 
-/// TransFrom and TransTo change what they are given and return it; for a copy write T >> x and
+/// TransFrom and TransTo change their argument in place and return it; for a copy write T >> x and
 /// T << x (transformed_values.h). Those of ERTransfo2D, in the plane, return copies.
 ///
 /// A map that can be inverted: with the matrix M, the translation t and the factor k, TransFrom
 /// computes M (k p) + t from local to global coordinates, and TransTo is its inverse. The inverse
-/// takes M for orthogonal: another M makes TransTo another map.
+/// assumes that M is orthogonal: for another M, TransTo is not the inverse.
 class VELM_API ERTr3DRev : public ERTr3D {
     VELM_DECLARE_CLASS(ERTr3DRev)
 
@@ -69,7 +69,7 @@ public:
     /// 1 if the orientation of space is kept, else 0.
     virtual int isDirect() const;
 
-    /// Where the local origin lies: getTrans().
+    /// The place of the local origin: getTrans().
     virtual ERPoint3D origine() const;
     /// The unit vector of a local axis through TransFrom; zero for an axis out of range.
     virtual ERVector3D getVector(Coord3D axis) const;

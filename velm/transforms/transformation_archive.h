@@ -4,11 +4,11 @@
 #include "velm/export.h"
 #include "velm/fwd.h"
 
-// A damaged archive gives a CArchiveException* and nothing else; the transformation that was being
-// read stays as it is.
+// A damaged archive throws a CArchiveException* and nothing else; the transformation that was being
+// read is unchanged.
 
-/// The first and second axis as vectors, and the origin: nine doubles. Reading makes the frame anew
-/// from the two axes, so that it is one again whatever the numbers.
+/// The first and second axis as vectors, and the origin: nine doubles. Reading builds the frame
+/// again from the two axes, so that the result is a frame for any numbers.
 VELM_API CArchive& operator<<(CArchive& archive, const ERPmIsometrie3D& t);
 VELM_API CArchive& operator>>(CArchive& archive, ERPmIsometrie3D& t);
 

@@ -16,14 +16,15 @@ class VELM_API ERTr3DRevRep : public ERTr3DRev {
     VELM_DECLARE_CLASS(ERTr3DRevRep)
 
 public:
-    // The kinds of bodies of the library override these. Here they break into the debugger and
-    // return null: they must not be reached.
+    // The kinds of bodies of the library override these. These break into the debugger and return
+    // null: they must not be reached.
 
     /// The simplest equal body, every number within 1e-11.
     virtual const ERTr3DRevRep* getReduced() const;
     /// This after `other`: TransFrom of the result is TransFrom of `other`, then of this.
     virtual const ERTr3DRevRep* operator*(const ERTr3DRevRep* other) const;
-    /// What operator* asks of its right operand: left after this, told by the class of `left`.
+    /// The second step of operator*, a call on its right operand: the composition of `left` after
+    /// this, chosen by the class of `left`.
     virtual const ERTr3DRevRep* multiplyWith_ERTranslation3D(const _ERTranslation3D* left) const;
     virtual const ERTr3DRevRep* multiplyWith_ERRotation3D(const _ERRotation3D* left) const;
     virtual const ERTr3DRevRep* multiplyWith_ERWorkplane(const _ERWorkplane* left) const;
@@ -63,7 +64,7 @@ class VELM_API ERAnyIsometrie3D : public ERAnySimilitude3D {
     VELM_DECLARE_CLASS(ERAnyIsometrie3D)
 };
 
-/// What the transformations keep for each thread.
+/// The data that the transformations keep for each thread.
 class VELM_API ERTr3DRevRep_ThreadLocalData : public CNoTrackObject {
 public:
     ERTr3DRevRep_ThreadLocalData() = default;

@@ -13,7 +13,7 @@ VELM_API ERPmIsometrie3D ERIdentity3D();
 VELM_API ERPmIsometrie3D ERTranslation3D(const ERPoint3D& t);
 VELM_API ERPmIsometrie3D ERTranslation3D(const ERVector3D& t);
 
-/// About an axis of coordinates through the origin; a zero matrix for an axis out of range.
+/// About a coordinate axis through the origin; a zero matrix for an axis out of range.
 VELM_API ERPmIsometrie3D ERRotation3D(Coord3D axis, ERRadian angle);
 /// About an axis through the origin, of any length; exactly the identity for whole turns.
 VELM_API ERPmIsometrie3D ERRotation3D(const ERVector3D& axis, ERRadian angle);
@@ -30,7 +30,7 @@ VELM_API ERPmIsometrie3D ERRotationAtFixPoint(const ERVector3D& from, const ERVe
 /// By the factor k about the origin. A k of 0 can't be inverted: TransTo divides by it.
 VELM_API ERPmSimilitude3D ERScaling3D(double k);
 
-/// The reflection that turns an axis of coordinates round.
+/// The reflection that reverses a coordinate axis.
 VELM_API ERPmSimilitude3D ERSymetrie3D(Coord3D axis);
 /// The reflection in the plane through the origin that is perpendicular to n.
 VELM_API ERPmSimilitude3D ERSymetrie3D(const ERVector3D& n);
@@ -43,9 +43,9 @@ VELM_API ERPmSimilitude3D ERSimilitude3D(const ERMatrix<double>& m, const ERPoin
 /// y's side. Parallel x and y give a singular matrix.
 VELM_API ERPmIsometrie3D ERChgRepere3D(const ERVector3D& x, const ERVector3D& y,
                                        const ERPoint3D& o);
-/// The frame with its origin at o and its third axis along z; the others as GetOrthogonalDirections
-/// has them.
+/// The frame with its origin at o and its third axis along z; the others are those of
+/// GetOrthogonalDirections.
 VELM_API ERPmIsometrie3D ERChgRepere3D(const ERVector3D& z, const ERPoint3D& o);
 
-/// Multiplies the coordinates of the frame's origin by the factor; the axes stay.
+/// Multiplies the coordinates of the frame's origin by the factor; the axes are unchanged.
 VELM_API void gm_scale_origin(ERPmIsometrie3D& frame, double factor);

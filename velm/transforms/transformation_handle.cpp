@@ -90,7 +90,7 @@ ERVector3D ERTr3DRevEnveloppe::getVector(Coord3D axis) const { return body_->get
 int ERTr3DRevEnveloppe::isValid() const { return body_->isValid(); }
 void ERTr3DRevEnveloppe::printOn(std::ostream& out) const { body_->printOn(out); }
 
-// The stored form of a handle is that of a similarity, whatever the kind of the body.
+// The stored form of a handle is that of a similarity, regardless of the kind of the body.
 
 void ERTr3DRevEnveloppe::saveGuts(ERFile& file) const {
     ERTr3DRev::saveGuts(file);

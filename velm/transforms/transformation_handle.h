@@ -20,7 +20,7 @@ public:
 
     /// Never null; a caller that keeps it makes a handle on it.
     const ERTr3DRevRep* body() const { return body_; }
-    /// Exchanges the body for the simplest equal one.
+    /// Replaces the body by the simplest equal one.
     void reduce();
 
     ERVec<ERPole3DH>& TransTo(ERVec<ERPole3DH>& poles) const override;
@@ -28,7 +28,7 @@ public:
     ERVec<ERPoint3D>& TransTo(ERVec<ERPoint3D>& points) const override;
     ERVector3D& TransTo(ERVector3D& v) const override;
     ERPoint3D& TransTo(ERPoint3D& p) const override;
-    /// The body's; where the other is a handle, its body is compared.
+    /// isEqual of the body; if the other is a handle, with the other's body.
     int isEqual(const ERTr3D& other) const override;
     ERPole2DH Project(const ERPole3DH& pole) const override;
     ERPoint2D Project(const ERPoint3D& p) const override;
@@ -50,16 +50,15 @@ public:
     void printOn(std::ostream& out) const override;
     /// The matrix with its counts of rows and columns, the translation and the factor.
     void saveGuts(ERFile& file) const override;
-    /// A record that is cut short keeps what it does not reach. A damaged one may give a
-    /// transformation that is not valid.
+    /// A record that is cut short leaves the parts that it does not reach unchanged. A damaged one
+    /// may give a transformation that is not valid.
     void restoreGuts(ERFile& file) override;
     unsigned int binaryStoreSize() const override;
 
 protected:
     /// The thread's identity.
     ERTr3DRevEnveloppe();
-    /// A body that was not made by `new` is copied; null stands for the identity. The body is
-    /// reduced.
+    /// A body that was not made by `new` is copied; null means the identity. The body is reduced.
     ERTr3DRevEnveloppe(const ERTr3DRevRep* body);
     ERTr3DRevEnveloppe(const ERTr3DRevEnveloppe& other);
 
@@ -72,8 +71,8 @@ private:
     const ERTr3DRevRep* body_;
 };
 
-/// A similarity of space: a rotation or reflection, a scaling and a translation. The identity by
-/// default.
+/// A similarity of space: a rotation or reflection, a scaling and a translation (default: the
+/// identity).
 class VELM_API ERPmSimilitude3D : public ERTr3DRevEnveloppe {
     VELM_DECLARE_CLASS(ERPmSimilitude3D)
 
@@ -89,8 +88,8 @@ public:
     ERObject* getCopy() const override;
 };
 
-/// An isometry that keeps orientation: a rotation and a translation. A frame: its origin and axes
-/// are origine() and getVector(). The identity by default.
+/// An isometry that keeps orientation: a rotation and a translation (default: the identity). It is
+/// also a frame, with the origin origine() and the axes getVector().
 class VELM_API ERPmIsometrie3D : public ERPmSimilitude3D {
     VELM_DECLARE_CLASS(ERPmIsometrie3D)
 

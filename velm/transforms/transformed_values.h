@@ -1,9 +1,9 @@
 // operator>> and operator<<: transformed copies of points, vectors, arrays, boxes and entities.
 //
 // T >> x is a copy of x through TransFrom of T, T << x one through TransTo. A box is mapped by its
-// corners: the result is the box of the mapped corners; an empty box comes back as it is. An entity
-// comes back as an object of its own class if the class is concrete, else as a pointer to a new
-// object; a pointer gives a pointer to a new object.
+// corners: the result is the box of the mapped corners; an empty box comes back unchanged. An
+// entity comes back as an object of its own class if the class is concrete, else as a pointer to a
+// new object; a pointer gives a pointer to a new object.
 #pragma once
 
 #include "velm/frame/box.h"
@@ -17,7 +17,7 @@
 
 namespace velm::detail {
 
-/// What a transformation of space maps in place.
+/// The values that a transformation of space maps in place.
 template <class Value>
 concept SpaceValue = std::same_as<Value, ERPoint3D> || std::same_as<Value, ERVector3D> ||
     std::same_as<Value, ERVec<ERPoint3D>> || std::same_as<Value, ERVec<ERPole3DH>>;

@@ -76,7 +76,7 @@ bool is_zero(const Point& p, double tolerance) {
     return components_within(p, Point(), tolerance);
 }
 
-/// The determinant, to the bit that of ERLUDecomp, without its arrays.
+/// The determinant, with the same bits as that of ERLUDecomp, but without its arrays.
 double determinant(Matrix3 a);
 
 } // namespace velm::detail

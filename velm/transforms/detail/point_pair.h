@@ -7,13 +7,13 @@
 
 namespace velm::detail {
 
-/// The coordinates of two neighbouring points, one axis a register. Each lane goes through the
-/// operations that a single point would, in their order: the results are the same to the last bit.
+/// The coordinates of two neighbouring points, one register per axis. Each lane goes through the
+/// operations of a single point in their order: the results are the same to the last bit.
 class PointPair {
 public:
     using Lanes [[gnu::vector_size(16)]] = double;
 
-    /// From and to the points p[0] and p[1].
+    /// Loads and stores the points p[0] and p[1].
     static PointPair load(const ERPoint3D* p) {
         static_assert(sizeof(ERPoint3D) == 3 * sizeof(double));
         Lanes memory[3];
@@ -29,7 +29,7 @@ public:
         std::memcpy(p, memory, sizeof memory);
     }
 
-    /// Each axis from its index.
+    /// Makes each axis from its index.
     template <class Make>
     static PointPair each(Make make) {
         return {make(0), make(1), make(2)};
