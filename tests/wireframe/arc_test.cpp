@@ -34,7 +34,7 @@ TEST(Circle, ThroughThreePoints) {
     EXPECT_EQ(Arc3Points(arc, {0, 0}, {1, 1}, {2, 2}), 0);
     EXPECT_EQ(arc.center(), ERPoint2D(5, 5));
 
-    // Counter-clockwise from the first to the last, wherever the middle one lies.
+    // Counter-clockwise from the first to the last, regardless of where the middle one is.
     for (const ERPoint2D& middle : {ERPoint2D(0, 1), ERPoint2D(0, -1)}) {
         ASSERT_EQ(Arc3Points(arc, {1, 0}, middle, {-1, 0}), 1);
         EXPECT_EQ(arc.isDirect(), 1);

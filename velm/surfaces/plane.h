@@ -6,13 +6,13 @@
 #include "velm/surfaces/surface.h"
 
 /// The plane a x + b y + c z + d = 0. Every constructor but the default one brings the coefficients
-/// to a unit normal (a, b, c), without a guard against a normal of length 0: a x + b y + c z + d is
-/// the distance of a point then, positive on the side of the normal.
+/// to a unit normal (a, b, c), without a guard against a normal of length 0. With a unit normal a x
+/// + b y + c z + d is the distance of a point, positive on the side of the normal.
 class VELM_API ERPlane : public ERSurface {
     VELM_DECLARE_CLASS(ERPlane)
 
 public:
-    /// No plane: all coefficients are 0.
+    /// Not a plane: all coefficients are 0.
     ERPlane() = default;
     /// Divides all four by the length of (a, b, c).
     ERPlane(double a, double b, double c, double d);
@@ -36,7 +36,7 @@ public:
     DISTMINRES SignedMinimalDistance(const ERPoint3D& p, double& dist) override;
     static DISTMINRES SignedMinimalDistancePlane(double a, double b, double c, double d,
                                                  const ERPoint3D& p, double& dist);
-    /// Always 1. The normal is the plane's own, on whichever side p lies.
+    /// Always 1. The normal is the plane's own, regardless of the side of p.
     int ProjectionNormale(const ERPoint3D& p, ERPoint3D& foot, ERVector3D& normal) const override;
 
     /// The perpendicular projections of a point, a vector and a line. A line along the normal
@@ -61,8 +61,8 @@ public:
     void transformTo(const ERPmSimilitude3D& t) override;
     void transformTo(const ERPmIsometrie3D& t) override;
 
-    /// Whether no coefficient differs by more than `equalityTolerance`. A reversed plane is another
-    /// one: intended.
+    /// Whether no coefficient differs by more than `equalityTolerance`. A reversed plane is not
+    /// equal: the orientation is part of a plane.
     bool operator==(const ERPlane& other) const;
 
     void printOn(std::ostream& out) const override;

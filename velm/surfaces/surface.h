@@ -1,4 +1,4 @@
-// ERSurface: what every surface answers to, bounded or not.
+// ERSurface: the interface of every surface, bounded or not.
 #pragma once
 
 #include "velm/frame/entity.h"
@@ -8,10 +8,10 @@ class VELM_API ERSurface : public EREntity3D {
     VELM_DECLARE_CLASS(ERSurface)
 
 public:
-    /// Turns the side of the normal round.
+    /// Reverses the normal.
     virtual void reverse() = 0;
     /// The foot of the perpendicular from p and the unit normal of the surface there. Returns 1, or
-    /// 0 with both left alone when p has no single foot.
+    /// 0 with both unchanged if p has no unique foot.
     virtual int ProjectionNormale(const ERPoint3D& p, ERPoint3D& foot,
                                   ERVector3D& normal) const = 0;
     /// Moves every point by d along the normal.

@@ -5,7 +5,7 @@
 #include "velm/frame/finite_entity.h"
 #include "velm/frame/radian.h"
 
-/// A start and an end angle, in radians, in either order: an arc with its end below its start is
+/// A start and an end angle, in radians, in either order: an arc whose end is below its start is
 /// travelled clockwise.
 class VELM_API EREntAngle {
 public:
@@ -21,11 +21,11 @@ public:
     ERRadian endAngle(ERRadian angle);
     void setLimites(ERRadian start, ERRadian end);
 
-    /// 1 if the end lies above the start, else 0.
+    /// 1 if the end is above the start, else 0.
     int isDirect() const { return end_ > start_ ? 1 : 0; }
     /// Swaps the two angles.
     virtual void reverse();
-    /// 1 if start and end lie exactly one turn apart; the argument is not used.
+    /// 1 if start and end differ by exactly one turn; the argument is not used.
     virtual int isClosed(double unused) const;
 
     /// Prints the angles in degrees.
@@ -51,23 +51,23 @@ private:
 
 namespace velm::detail {
 
-/// Prints the angles of an arc in degrees behind the labels that arcs have for them.
+/// Prints the angles of an arc in degrees after the labels of arcs.
 void print_limits(std::ostream& out, const EREntAngle& angles);
 
-/// What the curves with angular limits of the plane and of space have in common.
+/// The common base of the curves with angular limits of the plane and of space.
 template <class D>
 class VELM_API BoundedWithAngle : public D::FiniteEntity, public EREntAngle {
 public:
     BoundedWithAngle() = default;
     BoundedWithAngle(ERRadian start, ERRadian end) : EREntAngle(start, end) {}
 
-    /// The start angle and the end angle: the ends as the curve is travelled, so that on a
-    /// clockwise one udeb lies above ufin.
+    /// The start angle and the end angle: the ends as the curve is travelled, so that udeb is above
+    /// ufin on a clockwise one.
     double udeb() const override;
     double ufin() const override;
     /// The two angles in rising order.
     ERLimites getBound() override;
-    /// Whether the limits are exactly one turn apart; the tolerance is not used.
+    /// Whether the limits differ by exactly one turn; the tolerance is not used.
     int isClosed(double unused) const override;
     /// Swaps the angles.
     void reverse() override;

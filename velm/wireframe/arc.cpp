@@ -33,7 +33,7 @@ ERLimites rising(const EREntAngle& angles) {
 
 } // namespace
 
-// Assigns the shared base once.
+// Assigns the virtual base once.
 ERArc2D& ERArc2D::operator=(const ERArc2D& other) {
     ERCircle2D::operator=(other);
     setLimites(other.startAngle(), other.endAngle());
@@ -72,7 +72,7 @@ int ERArc2D::splitAt(t_SmartPtr<ERFiniteEntity2DWF>& first, t_SmartPtr<ERFiniteE
 void ERArc2D::normalized() {
     double start = startAngle(), end = endAngle();
     if (0.0 <= start && start < end && end <= turn) return;
-    // Whole turns at once: one by one, a large angle would take as many steps.
+    // All whole turns at once: turn by turn, a large angle would take that many steps.
     double turns = 0.0;
     if (start > turn) turns = -std::ceil((start - turn) / turn);
     if (start < 0.0) turns = std::ceil(-start / turn);
@@ -151,7 +151,7 @@ void ERArc2D::transformTo(const ERTransfo2D& t) {
 template <class Map>
 void ERArc2D::mirror(Map map) {
     const ERPoint2D first = map(firstPt()), last = map(lastPt());
-    // The ends of a whole turn agree only to rounding.
+    // The ends of a whole turn agree only within rounding.
     *this = velm::detail::arc_between(EREntAngle::isClosed(0.0) ? first : last, first, map(center_),
                                       !isDirect());
 }

@@ -18,7 +18,7 @@ VELM_DEFINE_STORED_FORM(ERArc3D, ERCircle3D)
 using velm::detail::turn;
 using velm::detail::TurnProjection;
 
-// Assigns the shared base once.
+// Assigns the virtual base once.
 ERArc3D& ERArc3D::operator=(const ERArc3D& other) {
     ERCircle3D::operator=(other);
     setLimites(other.startAngle(), other.endAngle());

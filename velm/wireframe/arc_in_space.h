@@ -6,7 +6,8 @@
 #include "velm/wireframe/circle_in_space.h"
 
 /// An arc of the plane in a frame. The parameter t is the angle from the frame's x axis. Distances
-/// are those of the whole circle, intended; velm::closest_point tells the arc's own.
+/// are those of the whole circle, which is part of the contract; velm::closest_point gives the
+/// arc's own.
 class VELM_API ERArc3D : public ERCircle3D, public ERFiniteEntity3DWFBoundedWithAngle {
     VELM_DECLARE_CLASS(ERArc3D)
 
@@ -41,11 +42,11 @@ public:
     int splitAt(t_SmartPtr<ERFiniteEntity3DWF>& first, t_SmartPtr<ERFiniteEntity3DWF>& second,
                 double t) const override;
 
-    /// The image of the arc: an ERArc2D, an ERSegment2D or an ERArcEllipse2D, chosen as for the
-    /// whole circle.
+    /// The image of the arc: an ERArc2D, an ERSegment2D or an ERArcEllipse2D, chosen by the same
+    /// rule as for the whole circle.
     t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
 
-    /// Swaps the angles; the arc stays in its place.
+    /// Swaps the angles; the points of the arc don't change.
     void reverse() override;
 
     void printOn(std::ostream& out) const override;
@@ -62,15 +63,15 @@ private:
 };
 
 /// The arc from a over b to c on the circle through the three, counter-clockwise about the normal
-/// that GetCircle gives. Returns 1, or 0 with the arc left alone for points on one line.
+/// that GetCircle gives. Returns 1, or 0 with the arc unchanged for points on one line.
 VELM_API int Arc3Points(ERArc3D& arc, const ERPoint3D& a, const ERPoint3D& b, const ERPoint3D& c);
 
 /// The two arcs that make up the circle about `center` through `start` and `end`: `first` from
-/// start to end, `second` from end to start, both counter-clockwise about the normal. Without a
-/// normal it is the one about which `first` is the shorter arc; a normal given is made
-/// perpendicular to the plane where start and end fix it, and keeps its side. Returns 1, or 0 with
-/// both arcs left alone when the distances to the center differ by more than 1e-9, or the points
-/// lie on one line and no normal is given.
+/// start to end, `second` from end to start, both counter-clockwise about the normal. If no normal
+/// is given, it is the one about which `first` is the shorter arc; a given normal is made
+/// perpendicular to the plane of the points, if they fix one, and keeps its side. Returns 1, or 0
+/// with both arcs unchanged if the distances to the center differ by more than 1e-9, or if the
+/// points are on one line and no normal is given.
 VELM_API int ArcCenterStartEnd(ERArc3D& first, ERArc3D& second, const ERPoint3D& start,
                                const ERPoint3D& center, const ERPoint3D& end,
                                const ERVector3D& normal = ERVector3D());

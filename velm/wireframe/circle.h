@@ -5,7 +5,7 @@
 #include "velm/frame/entity.h"
 #include "velm/frame/point.h"
 
-/// A circle of the plane; no curve with ends, so it has no parameter interval of its own.
+/// A circle of the plane. It has no ends, and so no parameter interval of its own.
 class VELM_API ERCircle2D : public virtual EREntity2DWF {
     VELM_DECLARE_CLASS(ERCircle2D)
 
@@ -40,7 +40,7 @@ public:
     /// An ERCircle3D.
     t_SmartPtr<EREntity3DWF> get3DEquiv(const ERPmIsometrie3D& frame) override;
 
-    /// Does nothing: a circle has no sense.
+    /// Does nothing: a circle has no direction.
     void reverse() override;
 
     void printOn(std::ostream& out) const override;
@@ -59,13 +59,13 @@ protected:
     double radius_ = 0.0;
 };
 
-/// The circle through a, b and c. Returns 1, or 0 when the points lie on one line or two of them
-/// agree: `center` is left alone then, and `radius` is the largest finite double.
+/// The circle through a, b and c. Returns 1, or 0 if the points are on one line or two of them
+/// agree: `center` is unchanged then, and `radius` is set to the largest finite double.
 VELM_API int GetCircle(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c,
                        ERPoint2D& center, double& radius);
 /// The same in space, with the unit normal of the plane, about which a, b, c turn
 /// counter-clockwise. Points whose normal (a to b crossed with b to c, both normalised) has no
-/// component above 1e-11 lie on one line; `normal` is left alone then, too.
+/// component above 1e-11 are on one line; `normal` is unchanged then, too.
 VELM_API int GetCircle(const ERPoint3D& a, const ERPoint3D& b, const ERPoint3D& c,
                        ERPoint3D& center, ERVector3D& normal, double& radius);
 /// The same without the normal.

@@ -26,8 +26,8 @@ public:
     ERPoint3D center() const;
     /// Moves the circle.
     void setCenter(const ERPoint3D& center);
-    /// Turns the circle about its center, by the least rotation that takes the old normal to the
-    /// new one.
+    /// Turns the circle about its center by the least rotation that takes the old normal to the new
+    /// one.
     void setNormale(const ERVector3D& normal);
     double radius() const { return circle_.radius(); }
     void setRadius(double radius) { circle_.setRadius(radius); }
@@ -40,29 +40,30 @@ public:
     /// Convert, see curves/conics.h.
     ERCpoleNURBS3D ConvertToNurbs() const;
 
-    /// The true distance to the circle, negative where the foot of p on the plane lies inside it.
-    /// DISTMIN_IN_SPACE for a p within 1e-11 of the plane, else DISTMIN_FOUND; intended.
+    /// The true distance to the circle, negative if the foot of p on the plane is inside it.
+    /// DISTMIN_IN_SPACE for a p within 1e-11 of the plane, else DISTMIN_FOUND; the codes are part
+    /// of the contract.
     DISTMINRES SignedMinimalDistance(const ERPoint3D& p, double& dist) override;
 
-    /// What the circle is on the xy plane of a frame, within the tolerance that is common to all
-    /// circles: a circle if the planes' normals have a cross product no longer than that, a segment
-    /// if their dot product is no greater, else an ellipse.
+    /// The kind of the circle's projection on the xy plane of a frame, by the tolerance that is
+    /// common to all circles: a circle if the cross product of the planes' normals is no longer
+    /// than the tolerance, a segment if their dot product is no greater, else an ellipse.
     int Project2DWillBeCircle(const ERPmIsometrie3D& frame) const;
     int Project2DWillBeSegment(const ERPmIsometrie3D& frame) const;
     int Project2DWillBeEllipse(const ERPmIsometrie3D& frame) const;
-    /// The projection, taken for one of these.
+    /// The projection as one of these kinds.
     t_SmartPtr<ERCircle2D> Circle2DFromProjectOn(const ERPmIsometrie3D& frame) const;
     t_SmartPtr<ERSegment2D> Segment2DFromProjectOn(const ERPmIsometrie3D& frame) const;
     t_SmartPtr<EREllipse2D> Ellipse2DFromProjectOn(const ERPmIsometrie3D& frame) const;
     t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
 
-    /// Sets the tolerance of all circles, 1e-10 at first. Not to be set while other threads
+    /// Sets the tolerance of all circles (default: 1e-10). Don't set it while other threads
     /// project.
     static void SetProjectionPrecision(double precision) { precisionProj = precision; }
     static double precisionProj;
 
-    /// Multiplies the frame's origin and the circle: its radius alone where it stands at the
-    /// frame's origin exactly.
+    /// Multiplies the frame's origin and the circle; of a circle exactly at the frame's origin only
+    /// the radius.
     void scale(double s) override;
 
     void printOn(std::ostream& out) const override;

@@ -84,7 +84,7 @@ Flat on_ellipse_arc(const EllipseFrame& ellipse, const ERLimites& bound, const E
     best.distance = HUGE_VAL;
     candidate(bound.start());
     candidate(bound.end());
-    // The nearest point of the whole again, mirrored: the other one of an equally near pair.
+    // The nearest point of the whole again, mirrored: the other point of an equally near pair.
     const ERPoint2D query = ellipse.to_frame(p);
     double t;
     if (minimum_across(ellipse, std::fabs(query.x()), std::fabs(query.y()), t)) {
@@ -95,7 +95,8 @@ Flat on_ellipse_arc(const EllipseFrame& ellipse, const ERLimites& bound, const E
     return best;
 }
 
-/// Solves in the plane of a frame; the distance is the hypotenuse over the height.
+/// Solves in the plane of a frame; the distance is the hypotenuse of the one in the plane and the
+/// height.
 template <class Solve>
 Solid in_frame(const ERPmIsometrie3D& frame, const ERPoint3D& p, Solve solve) {
     ERPoint3D local = p;

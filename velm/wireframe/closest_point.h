@@ -17,12 +17,12 @@ struct ClosestPoint {
     double distance = 0.0;
 };
 
-/// The nearest point of the whole curve, or of the arc with its ends. Where several are equally
-/// near, one of them. Nothing is allocated.
+/// The nearest point of the whole curve, or of the arc with its ends. If several are equally near,
+/// one of them. Nothing is allocated.
 ///
-/// Ellipses go by tqkEllipse2. On an arc of an ellipse that leaves out the nearest point of the
-/// whole, the other local minimum is looked for inside the evolute, across the big axis from the
-/// query, by bisection.
+/// Ellipses use tqkEllipse2. If an arc doesn't contain the nearest point of its ellipse, the other
+/// local minimum is looked for inside the evolute, across the big axis from the query, by
+/// bisection.
 VELM_API ClosestPoint<ERPoint2D> closest_point(const ERCircle2D& circle, const ERPoint2D& p);
 VELM_API ClosestPoint<ERPoint2D> closest_point(const ERArc2D& arc, const ERPoint2D& p);
 VELM_API ClosestPoint<ERPoint2D> closest_point(const EREllipse2D& ellipse, const ERPoint2D& p);

@@ -30,19 +30,19 @@ struct EllipseFrame {
 
 } // namespace velm::detail
 
-/// An ellipse of the plane; no curve with ends, so it has no parameter interval of its own. The big
-/// axis is the whole length 2a, the sum of the distances to the foci.
+/// An ellipse of the plane. It has no ends, and so no parameter interval of its own. The big axis
+/// is the whole length 2a, the sum of the distances to the foci.
 class VELM_API EREllipse2D : public virtual EREntity2DWF {
     VELM_DECLARE_CLASS(EREllipse2D)
 
 public:
     /// Both foci at the origin, big axis 0.
     EREllipse2D() = default;
-    /// A big axis shorter than the distance of the foci becomes that distance: a segment.
+    /// A big axis shorter than the distance of the foci is set to that distance: a segment.
     EREllipse2D(const ERPoint2D& focus1, const ERPoint2D& focus2, double big);
-    /// The big axis is 2 bigHalf and turned by `angle` from the x axis. Intended: the focal
-    /// distance comes from the greater and the lesser half axis, whichever is which, while the big
-    /// axis is the first one in any case.
+    /// The big axis is 2 bigHalf and turned by `angle` from the x axis. Part of the contract: the
+    /// focal distance is computed from the longer and the shorter half axis in whatever order they
+    /// are given, while the big axis is always the first one.
     EREllipse2D(double bigHalf, double smallHalf, double angle, const ERPoint2D& center);
     /// The conic A x^2 + B y^2 + C x y + D x + E y + F = 0, where |C| < 1e-13 and |F| > 1e-13 and
     /// it is an ellipse. Any other leaves the foci at the origin and the big axis 0.
@@ -53,16 +53,16 @@ public:
     /// The two foci.
     ERVec<ERPoint2D> getFocus() const;
     ERPoint2D center() const;
-    /// The whole lengths of the axes. The small one is sqrt(big^2 - focal distance^2), in doubled
-    /// precision for a flat ellipse; never below 0.
+    /// The whole lengths of the axes. The small one is sqrt(big^2 - focal distance^2), in pairs of
+    /// doubles for a flat ellipse; never below 0.
     double getBigAxe() const { return big_; }
     double getSmallAxe() const;
     /// The unit vector from the first focus to the second, (1, 0) if they agree.
     ERVector2D getBigAxisDirection() const;
     /// That direction turned by +90 degrees.
     ERVector2D getSmallAxisDirection() const;
-    /// The angle of the big axis from the x axis, in [0, 2 pi), by the arc cosine of anglePI: good
-    /// to about 1e-8 near 0 and pi. Evaluation takes the direction itself.
+    /// The angle of the big axis from the x axis, in [0, 2 pi), by the arc cosine of anglePI:
+    /// accurate to about 1e-8 near 0 and pi. Evaluation uses the direction itself.
     double getAngle() const;
 
     ERMinimax2D getBox() const;
@@ -70,16 +70,16 @@ public:
     ERCpoleNURBS2D ConvertToNurbs() const;
 
     /// The point of the ellipse nearest to p, by tqkEllipse2 in the ellipse's own frame. Among
-    /// equally near points the one on the left of the big axis, and the far end of the big axis for
-    /// the center of a circle. The origin for a p that isn't finite; a coordinate of p in that
-    /// frame that is the most negative double counts as the largest one.
+    /// equally near points it is the one on the left of the big axis; for the center of a circle,
+    /// the far end of the big axis; for a p that isn't finite, the origin; a coordinate of p in
+    /// that frame that is the most negative double counts as the largest double.
     ERPoint2D get_closest(const ERPoint2D& p) const;
 
     /// Multiplies the foci and the big axis.
     void scale(double s) override;
     void translate(const ERPoint2D& v) override;
     /// The big axis takes the ratio of lengths of t, or its inverse, as the distance of the foci
-    /// does: the shape stays.
+    /// does: the shape is kept.
     void transformFrom(const ERTransfo2D& t) override;
     void transformTo(const ERTransfo2D& t) override;
     /// An EREllipse3D.

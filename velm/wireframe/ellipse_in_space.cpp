@@ -95,7 +95,7 @@ ERObject* EREllipse3D::getCopy() const { return new EREllipse3D(*this); }
 
 void EREllipse3D::printOn(std::ostream& out) const { out << ellipse_ << getRepere(); }
 
-// Assigns the shared base once.
+// Assigns the virtual base once.
 ERArcEllipse3D& ERArcEllipse3D::operator=(const ERArcEllipse3D& other) {
     EREllipse3D::operator=(other);
     setLimites(other.startAngle(), other.endAngle());

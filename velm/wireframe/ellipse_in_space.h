@@ -19,10 +19,10 @@ public:
         : EREllipse3D(EREllipse2D(bigHalf, smallHalf, 0.0, ERPoint2D()), frame) {}
     /// From the center, an end of the big axis, and a third point of the ellipse, such as an end of
     /// the small axis. The ellipse turns from the big axis towards the third point. A third point
-    /// that is as far out as the end of the big axis leaves no small axis.
+    /// as far out along the big axis as its end leaves no small axis.
     EREllipse3D(const ERPoint3D& center, const ERPoint3D& bigEnd, const ERPoint3D& point);
-    /// A big axis shorter than the distance of the foci becomes that distance. Foci that agree
-    /// leave the direction to GetOrthogonalDirections.
+    /// A big axis shorter than the distance of the foci is set to that distance. If the foci agree,
+    /// GetOrthogonalDirections gives the direction.
     EREllipse3D(const ERPoint3D& focus1, const ERPoint3D& focus2, double big,
                 const ERVector3D& normal);
 
@@ -39,8 +39,8 @@ public:
     /// The whole ellipse; defined in curves/wireframe_to_nurbs.cpp.
     ERCpoleNURBS3D ConvertToNurbs() const;
 
-    /// An EREllipse2D, or an ERSegment2D where the planes are perpendicular, within the tolerance
-    /// that is common to all circles (ERCircle3D::SetProjectionPrecision).
+    /// An EREllipse2D, or an ERSegment2D if the planes are perpendicular within the tolerance that
+    /// is common to all circles (ERCircle3D::SetProjectionPrecision).
     t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
 
     void scale(double s) override;
@@ -95,10 +95,11 @@ public:
     int splitAt(t_SmartPtr<ERFiniteEntity3DWF>& first, t_SmartPtr<ERFiniteEntity3DWF>& second,
                 double t) const override;
 
-    /// The image of the arc: an ERArcEllipse2D or an ERSegment2D, chosen as for the whole ellipse.
+    /// The image of the arc: an ERArcEllipse2D or an ERSegment2D, chosen by the same rule as for
+    /// the whole ellipse.
     t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
 
-    /// Swaps the angles; the arc stays in its place.
+    /// Swaps the angles; the points of the arc don't change.
     void reverse() override;
 
     void printOn(std::ostream& out) const override;

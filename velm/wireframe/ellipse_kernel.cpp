@@ -30,7 +30,7 @@ public:
     Secular(double e0, double e1, double x, double y)
         : A_(e0 * x), B_(e1 * y), C_((e0 - e1) * (e0 + e1)), k_(gap(e0, e1, x)) {}
 
-    /// On the longer axis, and for an ellipse that is a segment.
+    /// Whether p is on the longer axis or the ellipse is a segment.
     bool is_flat() const { return B_ == 0.0; }
     Direction flat_solution() const {
         if (!(k_ > 0.0)) return {1.0, 0.0};
@@ -38,7 +38,7 @@ public:
     }
 
     /// Newton's iteration on 1 / |(A / (w + C), B / w)| = 1, which is concave: from below it rises
-    /// to the root and does not pass it, but for rounding.
+    /// to the root and does not pass it, except by rounding.
     Direction solution() const {
         double w = lower_bound();
         for (int step = 0; step < step_limit; ++step) {
@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    /// k in doubled precision, in the order that cancels last.
+    /// k in pairs of doubles, in the order that cancels last.
     static double gap(double e0, double e1, double x) {
         const DoubleDouble small = exact_product(e1, e1);
         if (e1 < 0.5 * e0) return DoubleDouble{e0, 0.0} * exact_sum(e0, -x) - small;
@@ -69,7 +69,7 @@ private:
         return std::max({B_, -k_, std::min(along, across)});
     }
 
-    /// Far above the few steps that are ever taken.
+    /// Far above the few steps that are needed, as convergence is quadratic.
     static constexpr int step_limit = 40;
 
     double A_, B_, C_, k_;
@@ -115,7 +115,8 @@ tqkEllipse2::status tqkEllipse2::global_closest_point(double x, double y,
     append(right * d.cosine, up * d.sine);
     if (a == b && x == 0.0 && y == 0.0) return a == 0.0 ? closest_unique : closest_everywhere;
 
-    // On the longer axis, between the centres of curvature of its ends: a pair across the axis.
+    // On the longer axis, between the centres of curvature of its ends, two points across the axis
+    // are equally near.
     const bool tie = upright ? x == 0.0 && a * d.cosine != 0.0 : y == 0.0 && b * d.sine != 0.0;
     if (!tie) return closest_unique;
     append(upright ? -d.cosine : right * d.cosine, upright ? up * d.sine : -d.sine);

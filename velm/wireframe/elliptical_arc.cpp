@@ -24,7 +24,7 @@ constexpr double pi = std::numbers::pi;
 
 } // namespace
 
-// Assigns the shared base once.
+// Assigns the virtual base once.
 ERArcEllipse2D& ERArcEllipse2D::operator=(const ERArcEllipse2D& other) {
     EREllipse2D::operator=(other);
     setLimites(other.startAngle(), other.endAngle());
@@ -34,7 +34,7 @@ ERArcEllipse2D& ERArcEllipse2D::operator=(const ERArcEllipse2D& other) {
 double ERArcEllipse2D::central_to_param(double a) const {
     if (a == turn) return a;
     const double turns = a < 0.0 ? std::ceil(-a / turn) : 0.0;
-    // An angle just below 0 that comes out as 2 pi stays there, as 2 pi itself does.
+    // An angle just below 0 that comes out as 2 pi is kept, as 2 pi itself is.
     const double raised = a + turns * turn;
     const double central = raised == turn ? turn : std::fmod(raised, turn);
     const double eccentric = std::atan(std::tan(central) * (big_ / getSmallAxe()));
@@ -78,7 +78,7 @@ ERMinimax2D ERArcEllipse2D::getBox() {
 double ERArcEllipse2D::arcLength(ERLimites interval, double) const {
     const EllipseFrame f = frame();
     if (!(f.half_big > 0.0)) return 0.0;
-    // The integral counts from the small axis: ds = a sqrt(1 - e^2 sin^2 u) du with u = t - pi / 2.
+    // The integral starts at the small axis: ds = a sqrt(1 - e^2 sin^2 u) du with u = t - pi / 2.
     const double ratio = f.half_small / f.half_big;
     const double eccentricity = std::sqrt((1.0 - ratio) * (1.0 + ratio));
     const auto length_to = [&](double t) { return std::ellint_2(eccentricity, t - 0.5 * pi); };

@@ -26,17 +26,17 @@ public:
     ERArcEllipse2D(const ERArcEllipse2D&) = default;
     ERArcEllipse2D& operator=(const ERArcEllipse2D& other);
 
-    /// The eccentric angle of a central one: an angle of a turn and more loses its whole turns,
-    /// but for 2 pi itself, and a negative one keeps them.
+    /// The eccentric angle of a central one: an angle of one turn or more loses its whole turns,
+    /// except 2 pi itself; a negative angle keeps them.
     double central_to_param(double a) const;
     /// The central angle of an eccentric one, within a quarter turn of it.
     double param_to_central(double t) const;
 
-    /// The parameters of the stored angles in rising order; a whole turn from 0 where they agree
-    /// and on an ellipse without a small axis. Intended: an arc that runs through the angle 2 pi
-    /// comes out as its complement. Give it by a negative start.
+    /// The parameters of the stored angles in rising order; a whole turn from 0 if they agree and
+    /// on an ellipse without a small axis. Part of the contract: an arc that runs through the angle
+    /// 2 pi comes out as its complement. Give such an arc a negative start.
     ERLimites getBound() override;
-    /// The ends of getBound, swapped on an arc whose end angle lies below its start angle.
+    /// The ends of getBound, swapped on an arc whose end angle is below its start angle.
     double udeb() const override;
     double ufin() const override;
 
@@ -62,7 +62,7 @@ public:
     /// An ERArcEllipse3D.
     t_SmartPtr<EREntity3DWF> get3DEquiv(const ERPmIsometrie3D& frame) override;
 
-    /// Swaps the angles; the foci stay.
+    /// Swaps the angles; the foci are unchanged.
     void reverse() override;
 
     void printOn(std::ostream& out) const override;

@@ -1,4 +1,4 @@
-// ERInfLine2D, ERInfLine3D: lines without ends. distance of lines and points.
+// ERInfLine2D, ERInfLine3D: infinite lines, and the distances of points and lines to them.
 #pragma once
 
 #include "velm/frame/dimension.h"
@@ -8,9 +8,9 @@
 
 namespace velm::detail {
 
-/// What the lines of the plane and of space have in common. A line keeps a unit direction and, as
-/// its origin, the foot of the perpendicular from the coordinates' origin; both are brought into
-/// that form whenever the line is set or moved. A direction of length 0 stays as it is.
+/// The common base of the lines of the plane and of space. A line keeps a unit direction and, as
+/// its origin, the foot of the perpendicular from the coordinates' origin; both are restored
+/// whenever the line is set or moved. A direction of length 0 is kept.
 template <class D>
 class VELM_API InfLine : public D::WireEntity {
 public:
@@ -19,7 +19,7 @@ public:
 
     /// The x axis.
     InfLine() : direction_(static_cast<typename D::Coord>(0)) {}
-    /// Through `from` and `to`, in that sense.
+    /// Through `from` and `to`, in that direction.
     InfLine(const Point& from, const Point& to) : InfLine(Vector(from, to), from) {}
     InfLine(const Vector& direction, const Point& through) { set(direction, through); }
     explicit InfLine(const typename D::Segment& segment);
@@ -103,10 +103,11 @@ public:
     void transformFrom(const ERPmIsometrie3D& t) override;
     void transformTo(const ERPmSimilitude3D& t) override;
     void transformTo(const ERPmIsometrie3D& t) override;
-    /// An ERInfLine2D; empty for a line that is exactly perpendicular to the plane.
+    /// An ERInfLine2D; empty if the line is exactly perpendicular to the plane.
     t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
 
-    /// The distance to the line, without a sign; always DISTMIN_IN_SPACE, intended.
+    /// The distance to the line, without a sign; always DISTMIN_IN_SPACE, which is part of the
+    /// contract.
     DISTMINRES SignedMinimalDistance(const ERPoint3D& p, double& dist) override;
     /// Whether the directions, or their opposites, lie within the angle tol.
     bool IsParallelTo(const ERInfLine3D& other, double tol) const;
@@ -119,8 +120,8 @@ public:
 VELM_API double distance(const ERInfLine2D& line, const ERPoint2D& p);
 VELM_API double distance(const ERInfLine3D& line, const ERPoint3D& p);
 /// The distance of two lines: between their closest points or, when `intersect` takes them for
-/// parallel, from the second line's origin to the first. Not for lines that are parallel but for
-/// rounding: their closest points may lie as far away as digits reach.
+/// parallel, from the second line's origin to the first. Not for lines that are parallel except for
+/// rounding: their closest points may be arbitrarily far away.
 VELM_API double distance(const ERInfLine3D& first, const ERInfLine3D& second);
 
 extern template class velm::detail::InfLine<velm::Plane>;

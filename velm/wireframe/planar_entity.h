@@ -6,7 +6,7 @@
 #include "velm/transforms/transformation_handle.h"
 
 /// A frame, and in its plane z = 0 the entity of the plane that a subclass holds. Moving the entity
-/// moves the frame alone.
+/// moves only the frame.
 class VELM_API ERPlanarEntity3DWF : public virtual EREntity3DWF {
     VELM_DECLARE_CLASS(ERPlanarEntity3DWF)
 
@@ -15,7 +15,8 @@ public:
     /// The frame's z axis.
     ERVector3D normale() const { return frame_.getVector(Coord3D_Z); }
 
-    /// Multiplies the frame's origin; the axes stay. The subclass scales its entity of the plane.
+    /// Multiplies the frame's origin; the axes are unchanged. The subclass scales its entity of the
+    /// plane.
     void scale(double s) override;
     void translate(const ERPoint3D& v) override;
     /// An isometry moves the frame. A similarity gives the frame whose x and y axes are the images
@@ -25,8 +26,8 @@ public:
     void transformFrom(const ERPmIsometrie3D& t) override;
     void transformTo(const ERPmSimilitude3D& t) override;
     void transformTo(const ERPmIsometrie3D& t) override;
-    /// Turns the frame half round about the x axis of space. Intended: the entity leaves its place
-    /// unless that axis carries it into itself.
+    /// Turns the frame half round about the x axis of space. Part of the contract: the entity
+    /// moves, except if this half turn maps it to itself.
     void reverse() override;
 
     /// The frame.
@@ -41,7 +42,7 @@ protected:
     void setTransfo(const ERPmIsometrie3D& frame) { frame_ = frame; }
     /// The box of the corners of a flat box.
     ERMinimax3D transform(const ERMinimax2D& box) const;
-    /// Scales the entity of the plane about the frame's origin; by default there is none.
+    /// Scales the entity of the plane about the frame's origin; the default does nothing.
     virtual void scale_flat(double ratio);
 
 private:

@@ -44,7 +44,7 @@ Nearest nearest_point(const Point& p1, const Point& p2, const Vector& direction,
     return {EREntity::DISTMIN_AT_END, distance(p, t > 1.0 ? p2 : p1), t};
 }
 
-/// Appends t if it lies in [0, 1]; returns the size.
+/// Appends t if it is in [0, 1]; returns the size.
 int append_if_within(ERVec<double>& params, double t) {
     if (t >= 0.0 && t <= 1.0) params.append(t);
     return params.size();
@@ -118,7 +118,7 @@ int Segment<D>::splitAt(t_SmartPtr<Curve>& first, t_SmartPtr<Curve>& second, dou
     const Point middle = at(t);
     t_SmartPtr<Curve> before(new typename D::Segment(P1, middle));
     t_SmartPtr<Curve> after(new typename D::Segment(middle, P2));
-    first = std::move(before); // may let go of this segment
+    first = std::move(before); // may release this segment
     second = std::move(after);
     return 1;
 }
@@ -195,7 +195,8 @@ EREntity::DISTMINRES ERSegment2D::SignedMinimalDistance(const ERPoint2D& p, doub
                                                         double& t) {
     ERVector2D u = dirVector().getnormalized();
     velm::detail::Nearest nearest = velm::detail::nearest_point(P1, P2, u, p);
-    // Intended: a point on the segment's line counts as left of it, at distance 0 as -0.0.
+    // Part of the contract: a point on the segment's line counts as left of it, and distance 0 is
+    // -0.0.
     bool right = (p.x() - P1.x()) * u.j() - (p.y() - P1.y()) * u.i() > 0.0;
     dist = right ? nearest.distance : -nearest.distance;
     t = std::clamp(nearest.parameter, 0.0, 1.0);
@@ -212,6 +213,7 @@ EREntity::DISTMINRES ERSegment3D::SignedMinimalDistance(const ERPoint3D& p, doub
 int ERSegment3D::intersectWithPlanZ(double z, ERVec<double>& params) const {
     ERVector3D d = dirVector().getnormalized();
     if (d.k() == 0.0) return 0;
-    // Intended: a distance along the segment, held against [0, 1] as if it were a parameter.
+    // Part of the contract: a distance along the segment, compared with [0, 1] as if it were a
+    // parameter.
     return velm::detail::append_if_within(params, (z - P1.z()) / d.k());
 }

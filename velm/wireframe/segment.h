@@ -6,7 +6,7 @@
 
 namespace velm::detail {
 
-/// What the segments of the plane and of space have in common.
+/// The common base of the segments of the plane and of space.
 template <class D>
 class VELM_API Segment : public D::FiniteEntity {
 public:
@@ -34,7 +34,7 @@ public:
     typename D::InfoPoint PtCur(double t) override;
     /// P1 + t (P2 - P1); t is not clamped.
     Point operator()(double t) override;
-    /// The two ends, whatever n is.
+    /// The two ends, for any n.
     ERVec<Point> approxime(int n) override;
     typename D::Box getBox() override;
     /// Of degree 1, with the ends as poles.
@@ -42,7 +42,8 @@ public:
     /// Exact; the tolerance is not used.
     double arcLength(ERLimites interval, double tol) const override;
     double arcLength(double tol) const override;
-    /// Gives (P1, point at t) and (point at t, P2), and 1. A t outside [0, 1] overshoots.
+    /// Gives (P1, point at t) and (point at t, P2), and 1. A t outside [0, 1] gives a point beyond
+    /// the ends.
     int splitAt(t_SmartPtr<Curve>& first, t_SmartPtr<Curve>& second, double t) const override;
 
     /// P1, then P2, as doubles.
@@ -71,11 +72,11 @@ public:
     using ERFiniteEntity2DWF::SignedMinimalDistance;
     using Segment::Segment;
 
-    /// 0, whatever the tolerance.
+    /// 0 for any tolerance.
     int isClosed(double tol) const override;
 
-    /// Appends the ratio of the foot of p if it lies in [0, 1]; tol is not used. Returns the size
-    /// of `params`, what it held before included. A degenerate segment appends nothing.
+    /// Appends the parameter of the foot of p if it is in [0, 1]; tol is not used. Returns the size
+    /// of `params`, including earlier values. A degenerate segment appends nothing.
     int ProjectPoint(const ERPoint2D& p, ERVec<double>& params, double tol) const override;
 
     void transformFrom(const ERTransfo2D& t) override;
@@ -85,7 +86,7 @@ public:
 
     /// The distance to the segment, positive to the right of its direction, negative to the left
     /// and on its line; t is the parameter of the nearest point, in [0, 1]. Returns DISTMIN_FOUND
-    /// if the foot lies on the segment within 1e-7 of the parameter, else DISTMIN_AT_END.
+    /// if the foot is on the segment within 1e-7 of the parameter, else DISTMIN_AT_END.
     DISTMINRES SignedMinimalDistance(const ERPoint2D& p, double& dist, double& t) override;
 
     void printOn(std::ostream& out) const override;
@@ -110,10 +111,10 @@ public:
     /// The distance to the segment, without a sign; the result as for ERSegment2D.
     DISTMINRES SignedMinimalDistance(const ERPoint3D& p, double& dist) override;
 
-    /// Appends the distance from P1 to the plane at height z, along the segment, if it lies in
-    /// [0, 1]; returns the size of `params`, or 0 for a segment parallel to the plane. Intended as
-    /// it is: the value is a parameter only on a segment of unit length, and a hit further along
-    /// than 1 is not found.
+    /// Appends the distance along the segment from P1 to the plane at height z, if it is in [0, 1];
+    /// returns the size of `params`, or 0 for a segment parallel to the plane. Part of the
+    /// contract: the value is a parameter only on a segment of unit length, and a crossing farther
+    /// along than 1 is not found.
     int intersectWithPlanZ(double z, ERVec<double>& params) const override;
 
     /// 0, always.
@@ -123,8 +124,8 @@ public:
     ERObject* getCopy() const override;
 };
 
-/// Where p stands between a and b, as the ratio of differences on the axis of the greatest extent.
-/// Ties go to the later axis; a and b in one place divide by 0.
+/// The position of p between a and b, as the ratio of differences on the axis of the greatest
+/// extent. In a tie the later axis is used; equal a and b divide by 0.
 VELM_API double div_vect(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& p);
 VELM_API double div_vect(const ERPoint3D& a, const ERPoint3D& b, const ERPoint3D& p);
 

@@ -18,7 +18,7 @@ ERVector2D flattened(ERVector3D v, const ERPmIsometrie3D& frame) {
 
 } // namespace
 
-// The big axis lies where the circle's plane is level.
+// The big axis is along the direction in which the circle's plane is level.
 TurnProjection::TurnProjection(const ERCircle3D& circle, const ERPmIsometrie3D& frame)
     : center(frame.Project(circle.center())), half_big(circle.radius()) {
     const ERVector3D view = frame.getVector(Coord3D_Z), normal = circle.normale();
@@ -27,13 +27,13 @@ TurnProjection::TurnProjection(const ERCircle3D& circle, const ERPmIsometrie3D& 
     const double sine = level.norme();
     half_small = half_big * (view * normal);
     half_focal = half_big * sine;
-    // Of parallel planes every direction is level.
+    // In parallel planes every direction is level.
     const ERVector3D along = sine > 0.0 ? level.getnormalized() : x;
     phase = std::atan2(along * y, along * x);
     big = flattened(along, frame).normalize();
 }
 
-// The half axes of the ellipse go to conjugate half diameters u and v of the image.
+// The half axes of the ellipse map to conjugate half diameters u and v of the image.
 TurnProjection::TurnProjection(const EREllipse3D& ellipse, const ERPmIsometrie3D& frame)
     : center(frame.Project(ellipse.getCenter())) {
     const EllipseFrame flat = ellipse.flat().frame();
@@ -67,8 +67,8 @@ ERSegment2D TurnProjection::segment(const ERLimites& bound) const {
     return ERSegment2D(center + big * low, center + big * high);
 }
 
-// The eccentric angle on the image is the parameter, from `phase` on and in the sense in which the
-// curve is seen.
+// The eccentric angle on the image is the parameter, counted from `phase` in the direction in which
+// the curve is seen.
 t_SmartPtr<EREntity2DWF> TurnProjection::arc(double first, double last) const {
     const double start = sense() * (first - phase);
     const double end = start + std::clamp(sense() * (last - first), -turn, turn);

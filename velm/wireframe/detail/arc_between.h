@@ -5,7 +5,7 @@
 
 namespace velm::detail {
 
-/// The radius is the distance of the end from which the arc rises.
+/// The radius is the distance from the center to the end with the smaller angle.
 ERArc2D arc_between(const ERPoint2D& p1, const ERPoint2D& p2, const ERPoint2D& center,
                     bool reversed);
 

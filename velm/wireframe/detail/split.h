@@ -13,7 +13,7 @@ int split_at_angle(const Arc& arc, double angle, t_SmartPtr<Curve>& first,
                    t_SmartPtr<Curve>& second) {
     t_SmartPtr<Curve> before(new Arc(arc, arc.startAngle(), angle));
     t_SmartPtr<Curve> after(new Arc(arc, angle, arc.endAngle()));
-    first = std::move(before); // may let go of the arc
+    first = std::move(before); // may release the arc
     second = std::move(after);
     return 1;
 }

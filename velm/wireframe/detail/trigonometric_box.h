@@ -10,7 +10,7 @@
 
 namespace velm::detail {
 
-/// Of the whole turn.
+/// The box of the whole turn.
 template <class D>
 typename D::Box box_of_turn(const typename D::Point& center, const typename D::Vector& u,
                             const typename D::Vector& v) {
@@ -18,7 +18,7 @@ typename D::Box box_of_turn(const typename D::Point& center, const typename D::V
     return typename D::Box(center - half, center + half);
 }
 
-/// Of the parameters in `bound`: the ends, and on each axis the extremes that lie between them.
+/// The box of the parameters in `bound`: the ends, and on each axis the extremes between them.
 template <class D>
 typename D::Box box_of_arc(const typename D::Point& center, const typename D::Vector& u,
                            const typename D::Vector& v, const ERLimites& bound) {

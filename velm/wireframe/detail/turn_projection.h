@@ -15,17 +15,18 @@ struct TurnProjection {
     TurnProjection(const EREllipse3D& ellipse, const ERPmIsometrie3D& frame);
 
     EREllipse2D ellipse() const;
-    /// For a curve seen edge on: its image, and that of the parameters in `bound`.
+    /// The image of a curve seen edge on, and that of the parameters in `bound`.
     ERSegment2D segment() const;
     ERSegment2D segment(const ERLimites& bound) const;
-    /// The part of the ellipse from the parameter `first` to `last`, in that sense; at most a turn.
+    /// The arc of the ellipse from the parameter `first` to `last`, in that direction; at most one
+    /// turn.
     t_SmartPtr<EREntity2DWF> arc(double first, double last) const;
 
-    /// 1.0, or -1.0 where the curve is seen from behind, so that it turns clockwise.
+    /// 1.0, or -1.0 if the curve is seen from the back and so turns clockwise.
     double sense() const { return half_small * half_big < 0.0 ? -1.0 : 1.0; }
 
     ERPoint2D center;
-    /// A unit direction; that of the x axis for an image that is a point.
+    /// A unit direction; the x axis if the image is a point.
     ERVector2D big;
     double half_big;
     double half_small;
