@@ -34,7 +34,7 @@ public:
     int number;
 };
 
-/// A piece of a chain as it lies there.
+/// A piece of a chain with its ends in the chain's order.
 struct Laid {
     int number;
     ERPoint2D first, last;
@@ -118,8 +118,8 @@ TEST(Chaining, IsThatOfTheRules) {
     Random random(7401);
     int refused = 0, longest = 0;
     for (int round = 0; round < 400; ++round) {
-        // On a lattice many ends meet in a site; between, ends lie about the tolerance apart. Far
-        // out doubles do.
+        // On a lattice many ends meet at a site; elsewhere ends are about one tolerance from each
+        // other. Far out doubles do.
         const int sites = 3 + random.below(12);
         const double scale = std::array{1.0, 1e4, 0.002, 2e12}[static_cast<unsigned>(round % 4)];
         const double tolerance = round % 20 == 0 ? 0.0 : 0.001, blur = random.below(2) ? 4e-4 : 0.0;

@@ -114,7 +114,7 @@ TEST(ConvexHull, OfLatticePointsIsTheStrictHull) {
         Points hull = hull_of(points);
         const bool all_equal = std::all_of(points.begin(), points.end(),
                                            [&](const ERPoint2D& p) { return p == points[0]; });
-        if (all_equal) continue; // told below
+        if (all_equal) continue; // see below
         // Brute force: an extreme point is one that no pair of others, and no triangle, covers.
         Points extreme;
         for (const ERPoint2D& p : points) {

@@ -24,7 +24,7 @@ bool within_edge(Site p, Site a, Site b) {
 }
 
 /// What Inside may give for a lattice point, in exact arithmetic. A point on a vertex and on an
-/// edge elsewhere may be told as either.
+/// edge elsewhere may give either result.
 std::vector<relpos> allowed(Site p, const std::vector<Site>& polygon) {
     bool on_vertex = false, on_edge = false, odd = false;
     for (std::size_t i = 0; i < polygon.size(); ++i) {
@@ -140,7 +140,7 @@ TEST(Inside, OfNothingAndOfOneVertex) {
 
 TEST(Orientation, WithoutToleranceIsThreeWay) {
     const ERPoint2D a(0, 0), b(2, 1);
-    EXPECT_EQ(ccw(a, b, {-2, -1}, 0.0), -1); // behind a
+    EXPECT_EQ(ccw(a, b, {-2, -1}, 0.0), -1); // before a
     EXPECT_EQ(ccw(a, b, {4, 2}, 0.0), 1);    // beyond b
     EXPECT_EQ(ccw(a, b, a, 0.0), 0);
     EXPECT_EQ(ccw(a, b, b, 0.0), 0);
@@ -156,7 +156,7 @@ TEST(Orientation, SegmentsMeetByExactArithmetic) {
         Site s[4];
         for (Site& site : s)
             site = {random.below(5), random.below(5)};
-        // A degenerate segment is told apart from the others by rules of its own.
+        // A degenerate segment has its own rules.
         if ((s[0].x == s[1].x && s[0].y == s[1].y) || (s[2].x == s[3].x && s[2].y == s[3].y))
             continue;
         const auto side = [&](int i, int j, int k) {

@@ -151,7 +151,7 @@ TEST(FindAllProjections, NearlyStraightCornersGiveTheCorner) {
     expect_feet(feet_of({4, 3}, bent, 2.8), {}, {});
     expect_feet(feet_of({4, 3}, {{0, 0}, {4, 0.11}, {8, 0}}), {}, {}); // 0.11 above the chord
     EXPECT_EQ(feet_of({4, -3}, bent).feet.size(), 2) << "the inner side sees both edges";
-    // A repeated vertex is passed over, and the corner stays one; indices count it all the same.
+    // A repeated vertex is skipped and the corner is kept; indices still count it.
     expect_feet(feet_of({4, 3}, {{0, 0}, {4, 0.09}, {4, 0.09}, {8, 0}}), {{4, 0.09}}, {2.0});
 }
 
@@ -172,7 +172,7 @@ TEST(BoxAgainstPolygon, FourPositions) {
     EXPECT_EQ(box.positionRelative(closed), POLYGONE_INSIDE_BOX);
     EXPECT_EQ(box.positionRelative(Polygon()), POLYGONE_DISJOINT);
     EXPECT_EQ(ERMinimax2D().positionRelative(within), POLYGONE_DISJOINT) << "an empty box";
-    // Crossing by the closing edge alone.
+    // Only the closing edge crosses.
     EXPECT_EQ(box.positionRelative(Polygon{{-1, 1}, {-1, 9}, {10, 9}, {10, 1}}),
               POLYGONE_CROSSES_BOX);
 }
@@ -189,7 +189,7 @@ TEST(PolygonIntersection, TouchesInsideAcrossAndOnTheBorder) {
     const Polygon square = rectangle(0, 4, 0, 4);
     EXPECT_EQ(both_ways(square, rectangle(1, 2, 1, 2)), 1); // no edges meet
     EXPECT_EQ(both_ways(rectangle(-1, 5, 1, 2), rectangle(1, 2, -1, 5)),
-              1); // no vertex lies inside
+              1); // no vertex is inside
     EXPECT_EQ(both_ways(square, rectangle(4, 5, 4, 5)), 1);
     EXPECT_EQ(both_ways(square, rectangle(4.001, 5, 0, 4)), 0);
     // Only the closing edge, from the last vertex to the first, is crossed.

@@ -311,7 +311,7 @@ TEST_F(RegionData, PublishedHullsHold) {
             EXPECT_LT(distance(p, foot), 1e-13) << c.name << ' ' << p;
         }
     }
-    // A vertex that only exact arithmetic tells from a point on the hull's edge.
+    // A vertex that only exact arithmetic distinguishes from a point on the hull's edge.
     EXPECT_EQ(left_out, 1);
 }
 

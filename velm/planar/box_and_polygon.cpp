@@ -1,4 +1,4 @@
-// How a polygon lies to a box of the plane: ERMinimax2D::positionRelative for polygons.
+// The position of a polygon relative to a box of the plane: ERMinimax2D::positionRelative.
 #include "velm/frame/box.h"
 #include "velm/frame/box_clipping.h"
 #include "velm/frame/vec.h"

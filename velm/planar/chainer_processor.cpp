@@ -49,9 +49,9 @@ void ERChainerProcessor::setComparison(Comparison other) {
     index.reset();
 }
 
-/// Goes to the existing chains that the carried one has to be compared with, in the list's order:
+/// Visits the existing chains that the carried one has to be compared with, in the list's order:
 /// all of them or, with an index, those with an end near one of its ends; for all others the
-/// standard comparison gives SEGCOMP_APART. Closed chains are passed over.
+/// standard comparison gives SEGCOMP_APART. Closed chains are skipped.
 class ERChainerProcessor::Walk {
 public:
     Walk(ERChainerProcessor& of, const Ends& carried, bool index_serves)
@@ -74,7 +74,7 @@ public:
         while (!near.empty()) {
             const std::size_t found = near.back();
             near.pop_back();
-            if (found < place) continue; // has come before
+            if (found < place) continue; // already visited
             place = found + 1;
             return found;
         }
@@ -85,7 +85,8 @@ public:
         return is_indexed ? slot.chain->compare_plain(slot.ends, carried, ends, processor.tolerance)
                           : processor.comparison(*slot.chain, carried, processor.tolerance);
     }
-    /// The carried chain has grown to these ends. What lies near one that it had before is known.
+    /// The carried chain has grown to these ends. The chains near an end that it had before are
+    /// known.
     void look_anew(const Ends& grown) {
         const Ends old = std::exchange(ends, grown);
         if (!is_indexed) return;
@@ -108,7 +109,7 @@ private:
     ERChainerProcessor& processor;
     const bool is_indexed;
     Ends ends;                                                // of the carried chain
-    std::size_t place = 0;                                    // where to go on
+    std::size_t place = 0;                                    // the next place to visit
     std::vector<ChainEndIndex::Place>& near = processor.near; // descending
 };
 
@@ -141,7 +142,7 @@ int ERChainerProcessor::insert(t_SmartPtr<ERChainedMetaSeg2D> chain) {
         if (!leads) std::swap(chain, other);
         join(*chain, *other);
         if (other.get() != newcomer && other->references() > 1 && changes.use_count() > 1)
-            changes->pieces_shared = true;   // a copy has the other one
+            changes->pieces_shared = true;   // a copy of the processor holds the other one
         if (!walk.by_index() || is_reversed) // the existing one may hold the same pieces
             carried = chain->ends();
         else
@@ -152,7 +153,7 @@ int ERChainerProcessor::insert(t_SmartPtr<ERChainedMetaSeg2D> chain) {
     return 1;
 }
 
-/// The taker takes the other behind it. One that nobody else holds may lose its pieces.
+/// Appends the other chain to the taker. A chain that nobody else holds may lose its pieces.
 void ERChainerProcessor::join(ERChainedMetaSeg2D& taker, ERChainedMetaSeg2D& other) const {
     const bool is_for_us_alone = other.references() <= 1;
     const bool lengths_hold = !other.is_open_to_change && !changes->pieces_shared;
@@ -186,19 +187,19 @@ ERChainerProcessor::Chain ERChainerProcessor::take_out(std::size_t place) {
     }
     --live;
     derived -= is_plain(*slot.chain) ? 0u : 1u;
-    if (known_changes == changes->count) ++known_changes; // what is behind stays so
+    if (known_changes == changes->count) ++known_changes; // earlier changes are included already
     ++changes->count;
     return std::exchange(slot.chain, Chain());
 }
 
-/// Takes the empty slots out; the places that the index knows go with them.
+/// Removes the empty slots, and with them the places in the index.
 void ERChainerProcessor::close_gaps() const {
     if (live == slots.size()) return;
     std::erase_if(slots, [](const Slot& slot) { return !slot.chain; });
     index.reset();
 }
 
-/// Makes the index anew where others have changed the chains. False where it can't serve.
+/// Builds the index again if others have changed the chains. False if an index can't be used.
 bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried) {
     if (slots.size() > 64 && slots.size() > 2 * live) close_gaps();
     if (comparison != StandardCompare || derived > 0 || !is_plain(carried)) return false;
@@ -217,7 +218,7 @@ bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried) {
     return true;
 }
 
-/// The operation may look at the list.
+/// The operation may read the list.
 template <class Operation>
 void ERChainerProcessor::for_chains(Operation operation) const {
     close_gaps();
@@ -228,7 +229,7 @@ void ERChainerProcessor::for_chains(Operation operation) const {
 
 ERChainedMetaSeg2D const* ERChainerProcessor::getAt(int i) const {
     assert(i >= 0 && i < entries());
-    // A host that looks at what its piece has come to leaves the index alone.
+    // A host that reads the chain of its latest piece doesn't invalidate the index.
     if (i == entries() - 1) return slots.back().chain.get();
     close_gaps();
     return slots[static_cast<std::size_t>(i)].chain.get();

@@ -1,4 +1,4 @@
-// ERChainerProcessor: links pieces of the plane to chains.
+// ERChainerProcessor: links pieces of the plane into chains.
 #pragma once
 
 #include "velm/export.h"
@@ -16,15 +16,16 @@ class ChainEndIndex;
 }
 
 /// Takes pieces in any order and direction and links those whose ends are nearer than the
-/// tolerance, see `ERChainerSeg2D::compareWith` for how ends meet. The result depends on the order
-/// of insertion where more than two ends meet in a place.
+/// tolerance; see `ERChainerSeg2D::compareWith` for how ends meet. If more than two ends meet at a
+/// point, the result depends on the order of insertion.
 ///
 /// The chains that a piece may meet are found by the places of their ends, so pieces and chains
-/// must not change once they are in, but by the operations here. A piece is for one chain.
+/// must not change once they are inserted, except through the operations here. A piece belongs to
+/// one chain.
 ///
-/// Time goes with the number of pieces, with that of the ends in one place, and with that of the
-/// pieces that are turned round: where both ends that meet are last ones or first ones, all of the
-/// chain under way is, however long it has become.
+/// The time grows with the number of pieces, with that of the ends at one point, and with that of
+/// the pieces that are reversed: if two last ends or two first ends meet, the whole current chain
+/// is reversed, however long it is.
 class VELM_API ERChainerProcessor {
 public:
     using Comparison = SegCompState (*)(ERChainedMetaSeg2D const&, ERChainedMetaSeg2D const&,
@@ -32,9 +33,9 @@ public:
     static constexpr double default_tolerance = 0.001;
 
     explicit ERChainerProcessor(double tolerance = default_tolerance);
-    /// A copy holds the same chains, not copies of them: what one of the two links to a chain the
-    /// other sees as well. Where one of them puts pieces of a chain that both hold into another
-    /// chain, both go through all chains from then on.
+    /// A copy holds the same chains, not copies of them: a piece that one of the two links to a
+    /// chain is in the other's chain as well. Once one of them moves pieces of a shared chain into
+    /// another chain, both compare with all chains from then on.
     ERChainerProcessor(ERChainerProcessor const& other);
     ERChainerProcessor& operator=(ERChainerProcessor const& other);
     ~ERChainerProcessor();
@@ -42,19 +43,19 @@ public:
     /// `a.compareWith(&b, tol)`.
     static SegCompState StandardCompare(ERChainedMetaSeg2D const& a, ERChainedMetaSeg2D const& b,
                                         double tol);
-    /// How an existing chain (a) meets a new one (b). With another comparison than the standard one
-    /// every chain is compared.
+    /// Sets the comparison of an existing chain (a) with a new one (b). If it isn't the standard
+    /// one, every chain is compared.
     void setComparison(Comparison comparison);
 
     /// Takes a piece as a new chain.
     int insert(t_SmartPtr<ERChainerSeg2D> piece);
-    /// 1 if the chain is taken in, 0 if it is refused: shorter than the tolerance, or with both
-    /// ends at the same end of another one; what it was linked to before stays linked, but is lost
-    /// with it. The chain grows by those that it meets, in the order of the list, or they by it,
-    /// and what comes of it stands at the list's end.
+    /// Returns 1 if the chain is accepted, 0 if it is refused: shorter than the tolerance, or with
+    /// both ends at the same end of another one. Chains linked to a refused chain before remain
+    /// linked to it and are lost with it. The chain is joined with those that it meets, in the
+    /// order of the list, and the result is put at the list's end.
     ///
     /// A closed chain is appended as it is, and none is linked to it later; a piece without length
-    /// counts as closed, intended.
+    /// counts as closed, which is part of the contract.
     int insert(t_SmartPtr<ERChainedMetaSeg2D> chain);
 
     int entries() const { return static_cast<int>(live); }
@@ -70,12 +71,13 @@ private:
     using Ends = ERChainedMetaSeg2D::Ends;
     struct Slot {
         Chain chain; // empty where a chain was taken out
-        Ends ends;   // as of the known changes
+        Ends ends;   // as after known_changes
     };
-    /// What this processor and its copies have done to the chains that they share.
+    /// The changes that this processor and its copies made to the chains that they share.
     struct Changes {
         std::uint64_t count = 0;
-        bool pieces_shared = false; // two chains of a list may hold a piece, that turns for both
+        bool pieces_shared =
+            false; // two chains of a list may hold a piece; reversing it affects both
     };
     class Walk;
 
@@ -88,14 +90,15 @@ private:
     template <class Operation>
     void for_chains(Operation operation) const;
 
-    // The last one has a chain: once a walk takes it out, nothing is left that could refuse.
+    // The last slot always has a chain: after a walk takes it out, no chain is left that could
+    // refuse.
     mutable std::vector<Slot> slots;
     std::size_t live = 0;    // slots with a chain
     std::size_t derived = 0; // of those, chains of a host's own class
     double tolerance;
     Comparison comparison = StandardCompare;
     mutable std::unique_ptr<velm::detail::ChainEndIndex> index; // by the slots' places
-    std::vector<std::uint32_t> near;                            // what a walk has found there
+    std::vector<std::uint32_t> near; // the places that a walk found in the index
     std::shared_ptr<Changes> changes;
-    std::uint64_t known_changes = 0; // of which the slots and the index know
+    std::uint64_t known_changes = 0; // the changes that slots and index already include
 };

@@ -11,7 +11,7 @@
 /// How the ends of two pieces A and B meet. The values are fixed.
 enum SegCompState {
     SEGCOMP_APART = 0,
-    SEGCOMP_REFUSED = 1,         ///< both ends of B lie at the same end of A
+    SEGCOMP_REFUSED = 1,         ///< both ends of B are at the same end of A
     SEGCOMP_REFUSED_BY_HOST = 2, ///< for a host's own comparison; treated as SEGCOMP_REFUSED
     SEGCOMP_FIRST_FIRST = 3,
     SEGCOMP_FIRST_LAST = 4, ///< A's first end meets B's last
@@ -19,8 +19,8 @@ enum SegCompState {
     SEGCOMP_LAST_LAST = 6,
 };
 
-/// A piece tells the two ends and the tangents there in its natural direction; it may be taken in
-/// the reverse one. Tangents are not negated by that: intended.
+/// A piece reports its two ends and the tangents there in its natural direction; a chain may use it
+/// in the reverse direction. Reversing does not negate the tangents, which is part of the contract.
 class VELM_API ERChainerSeg2D : public ERObject {
     VELM_DECLARE_CLASS(ERChainerSeg2D)
 
@@ -34,9 +34,10 @@ public:
     virtual double length() const;
     /// How the ends of this piece (A) and of another (B) meet, nearer than `tol`.
     ///
-    /// Intended: the first ends count as met only where the squared distance of the last ones
-    /// exceeds the longer of the two lengths, a comparison of unlike units. Two short or two equal
-    /// pieces that share their first ends may be told as something else, or as apart.
+    /// Part of the contract: the first ends count as met only if the squared distance of the last
+    /// ones exceeds the longer of the two lengths, a comparison of unlike units. For two short or
+    /// two equal pieces that share their first ends the result may be another value, or
+    /// SEGCOMP_APART.
     virtual SegCompState compareWith(ERChainerSeg2D const* other, double tol) const;
     /// 0 for a piece that meets nothing.
     virtual int isChainable() const { return 1; }

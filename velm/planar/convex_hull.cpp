@@ -25,7 +25,7 @@ bool below_tolerance(double squared) { return squared < least_square_reaching; }
 /// Which way a pass over the sorted points goes.
 enum class Walk { descending, ascending };
 
-/// Whether an edge of this rise runs up (descending) or down (ascending), or level.
+/// Whether an edge with this rise runs up (descending pass) or down (ascending pass), or is level.
 bool runs_outwards(double rise, Walk walk) {
     return walk == Walk::descending ? rise >= 0.0 : rise <= 0.0;
 }
@@ -40,14 +40,14 @@ bool keeps_last_by_rule(const ERVector2D& last_edge, const ERVector2D& next_edge
 }
 
 /// Decides as the rule does, without roots and divisions where the signs of the two products can't
-/// depend on the rounding. Normalised components carry a relative error of some 1e-16 and the
-/// products of the edges themselves no more; `margin` covers that a hundred times over. Where edges
-/// stay below `longest_edge`, products above `least_product` don't underflow when normalised.
+/// depend on the rounding. Normalised components have a relative error of about 1e-16, and so have
+/// the products of the edges; `margin` is a hundred times that. If edges are shorter than
+/// `longest_edge`, products above `least_product` don't underflow when normalised.
 class TurnTest {
 public:
     static constexpr double longest_edge = 1e60;
 
-    /// For points of this extent; a huge or infinite one leaves all to the rule.
+    /// For points of this extent; with a huge or infinite extent the rule decides every turn.
     TurnTest(const velm::detail::Extent& extent, Walk w) : walk(w) {
         const double width = extent.xmax - extent.xmin;
         const double height = extent.ymax - extent.ymin;
@@ -71,7 +71,7 @@ public:
     }
 
 private:
-    /// Then the normalised cross product is exactly 0.
+    /// If so, the normalised cross product is exactly 0.
     static bool are_parallel_to_an_axis(const ERVector2D& a, const ERVector2D& b) {
         return (a.i() == 0.0 && b.i() == 0.0) || (a.j() == 0.0 && b.j() == 0.0);
     }
@@ -124,10 +124,10 @@ ERVec<ERPoint2D> CalculateConvexeHull(ERVec<ERPoint2D> points) {
     const std::span<const ERPoint2D> second{
         sorted.data(), chain_over(sorted.begin(), sorted.end(), ascending, sorted.data())};
 
-    // The ends of the second chain repeat those of the first and are left out, but a
-    // second chain of one point still counts as one entry, which keeps its value of before.
+    // The ends of the second chain repeat those of the first and are omitted, but a second chain of
+    // one point still counts as one entry, which keeps its previous value.
     const std::size_t size = first.size() + second.size() - (second.size() < 2 ? 0 : 2);
-    // An array of its own: the argument's would keep a body of the size of all points alive.
+    // A new array, because the argument's would keep memory for all points allocated.
     ERVec<ERPoint2D> result(static_cast<int>(size));
     const std::span<ERPoint2D> hull = result.writable();
     const auto after_first = std::copy(first.begin(), first.end(), hull.begin());
@@ -147,8 +147,8 @@ using detail::two_product;
 using detail::two_sum;
 
 /// The exact sign of a x b + b x c + c x a, twice the area of the triangle: its six products, of
-/// two doubles each, are added one by one to an expansion whose terms don't overlap and grow in
-/// size (Shewchuk 1997, Grow-Expansion), so that the last one that isn't 0 has the sign of the sum.
+/// two doubles each, are added one by one to an expansion with nonoverlapping terms of increasing
+/// size (Shewchuk 1997, Grow-Expansion), so that the last nonzero term has the sign of the sum.
 int exact_turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
     const DoubleDouble products[] = {two_product(a.x(), b.y()), two_product(-a.y(), b.x()),
                                      two_product(b.x(), c.y()), two_product(-b.y(), c.x()),
@@ -172,10 +172,10 @@ int exact_turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
     return count == 0 ? 0 : terms[count - 1] > 0.0 ? 1 : -1;
 }
 
-/// 1 where a, b, c turn to the left, -1 to the right, 0 where they are on a line.
+/// 1 if a, b, c turn to the left, -1 if to the right, 0 if they are on a line.
 int turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
-    // The rounded cross product of the differences is off by less than this part of its products'
-    // sizes (Shewchuk 1997, ccwerrboundA; epsilon being 2^-53).
+    // The rounded cross product of the differences is off by less than this fraction of the sum of
+    // its products' sizes (Shewchuk 1997, ccwerrboundA; epsilon is 2^-53).
     constexpr double epsilon = 0x1p-53;
     constexpr double error = (3.0 + 16.0 * epsilon) * epsilon;
     const double left = (a.x() - c.x()) * (b.y() - c.y());
@@ -186,7 +186,7 @@ int turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
     return exact_turn(a, b, c);
 }
 
-/// Goes over sorted points and writes the chain that turns to the left alone; returns its end. The
+/// Goes over sorted points and writes the chain that has only left turns; returns its end. The
 /// chain may be written over the points.
 template <class Iterator>
 ERPoint2D* left_turning_chain(Iterator point, Iterator end, ERPoint2D* const chain) {

@@ -5,13 +5,13 @@
 
 namespace {
 
-/// The index of the cell of `size` that a coordinate within [low, high] falls into, of `count`.
+/// The index, among `count` cells of `size`, of the cell that holds a coordinate in [low, high].
 int index_on_axis(double x, double low, double high, double size, int count) {
     const double place = (x - low) / size;
-    // Cells without a size: a NaN counts as 0.
+    // Cells of size 0 give a NaN, which counts as 0.
     int i = place >= count + 2 ? count + 2 : place > 0.0 ? static_cast<int>(place) : 0;
     if (i == count) i = count - 1;
-    // The division may have been rounded across a border.
+    // The division may have rounded across a border.
     if (low + i * size > x)
         --i;
     else if (x > std::min(low + (i + 1) * size, high))
@@ -32,8 +32,9 @@ ERGrid2D::ERGrid2D(int columns, int rows, int cell_bits, ERMinimax2D const& whol
     std::fill_n(words.get(), wordCount, ~std::uint32_t{0});
 }
 
-/// Calls apply(word, cells, pattern) for the words of a rectangle until it gives false: `cells` has
-/// the bits of the word's cells in the rectangle, `pattern` the value in each of a word's cells.
+/// Calls apply(word, cells, pattern) for the words of a rectangle until it returns false: `cells`
+/// has the bits of the word's cells in the rectangle, `pattern` the value in each of a word's
+/// cells.
 template <class Apply>
 bool ERGrid2D::all_words(int i0, int j0, int i1, int j1, unsigned value, Apply apply) const {
     std::uint32_t pattern = 0;

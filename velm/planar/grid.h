@@ -8,11 +8,11 @@
 #include <cstdint>
 #include <memory>
 
-/// `nx` by `ny` cells of `bits` bits, 1 to 32, packed into words of 32 bits: a row of words for
-/// each i, the cells of ascending j in it from the low bits up. Cells start with all bits set.
-/// Copies share their cells, intended.
+/// `nx` by `ny` cells of `bits` bits, 1 to 32, packed into words of 32 bits: one row of words per
+/// i, with the cells of ascending j in it from the low bits up. Cells start with all bits set.
+/// Copies share their cells, which is part of the contract.
 ///
-/// The owner sees to it that indices are in range and lower bounds don't exceed upper ones.
+/// The owner makes sure that indices are in range and lower bounds don't exceed upper ones.
 class VELM_API ERGrid2D {
 public:
     static constexpr int CELL_VALUE_BIT_SIZE = 32;
@@ -27,11 +27,11 @@ public:
         bits_position(i, j, word, bit);
         return words[word] >> bit & mask;
     }
-    /// What does not fit the cell's bits is cut off.
+    /// Bits of the value beyond the cell's bits are cut off.
     void set(int i, int j, unsigned value) { set(i, j, i, j, value); }
     /// All cells of a rectangle, bounds included.
     void set(int i0, int j0, int i1, int j1, unsigned value);
-    /// The value of everything outside the box; at first all bits set.
+    /// The value of everything outside the box (default: all bits set).
     void set_outside_value(unsigned value) { outsideValue = value; }
 
     void bits_position(int i, int j, int& word, int& bit) const {
@@ -40,14 +40,14 @@ public:
     }
     /// The corners of a cell; the high one does not leave the box.
     void get_cell_dims(int i, int j, ERPoint2D& low, ERPoint2D& high) const;
-    /// The cell that holds p: 1, or 0 with i and j left alone for p outside the box. Borders belong
-    /// to the box; a point on a border between cells may be given to either.
+    /// The cell that holds p: 1, or 0 with i and j unchanged for p outside the box. Borders belong
+    /// to the box; a point on a border between cells may belong to either.
     int indices(ERPoint2D const& p, int& i, int& j) const;
     /// The value of the cell that holds p, or the outside value.
     unsigned check_point(ERPoint2D const& p) const;
-    /// 1 if all cells under the box share one value, which is set. A box that misses the grid's has
-    /// the outside value; one that sticks out of it gives 0 unless its low cell has that, too. On 0
-    /// `value` says nothing.
+    /// 1 if all cells under the box share one value, which is set. A box outside the grid's has the
+    /// outside value; one that extends beyond it gives 0 unless its low cell has the outside value,
+    /// too. If the result is 0, `value` is undefined.
     int check_box(ERMinimax2D const& box, unsigned& value) const;
 
     const ERMinimax2D& getBox() const { return box; }

@@ -16,8 +16,8 @@ namespace {
 
 using velm::detail::RayWalk;
 
-/// For up to 64 vertices, a bit each: whether the ordinate lies above the vertex, and below.
-/// Neither for equality and for NaN.
+/// For up to 64 vertices, one bit each: whether the ordinate is above the vertex, and whether
+/// below. Neither bit is set for equality and for NaN.
 struct Sides {
     std::uint64_t above = 0;
     std::uint64_t below = 0;
@@ -35,7 +35,7 @@ std::uint64_t eight_bits(__m128d m01, __m128d m23, __m128d m45, __m128d m67) {
         _mm_movemask_epi8(_mm_packs_epi16(words, _mm_setzero_si128())));
 }
 
-/// Adds as many vertices as fill groups of two; returns how many.
+/// Adds as many vertices as fill whole groups; returns their number.
 int add_groups(Sides& sides, double ordinate, const ERPoint2D* vertices, int count) {
     const __m128d y = _mm_set1_pd(ordinate);
     const auto two_ordinates = [vertices](int k) {
@@ -75,7 +75,7 @@ Sides sides_of(double ordinate, const ERPoint2D* vertices, int count) {
 }
 
 /// The edges that end at the vertices of one block of up to 64; `before` has the bits of the vertex
-/// in front of the block, and gets those of its last.
+/// before the block, and is set to those of its last vertex.
 void walk_block(RayWalk& walk, const ERPoint2D* vertices, int count, Sides& before) {
     const Sides sides = sides_of(walk.p.y(), vertices, count);
     const std::uint64_t missed = (sides.above & (sides.above << 1 | before.above)) |

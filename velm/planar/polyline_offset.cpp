@@ -11,7 +11,7 @@ namespace {
 
 constexpr double same_place = 1e-7;
 
-/// The unit vector from p to q, or from `behind` to `ahead` where p and q are in one place.
+/// The unit vector from p to q, or from `behind` to `ahead` if p and q are equal.
 ERVector2D direction(const ERPoint2D& p, const ERPoint2D& q, const ERPoint2D& behind,
                      const ERPoint2D& ahead) {
     ERVector2D way(p, q);
@@ -41,7 +41,7 @@ ERVec<ERPoint2D> OffsetPolyline(ERVec<ERPoint2D> const& polyline, double d) {
         else if (both.norme() > same_place)
             moved.push_back(moved_left(points[b], both.getnormalized(), d));
         else
-            moved.push_back(points[b]); // the way turns back
+            moved.push_back(points[b]); // the polyline turns back
         if (c + 1 == points.size()) {
             moved.push_back(moved_left(points[c], going, d));
             return ERVec<ERPoint2D>(std::span<const ERPoint2D>(moved));

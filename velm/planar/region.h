@@ -1,5 +1,5 @@
 // ERRegion2D: a domain of the plane bounded by closed polygons. PosContours; _Intersect and
-// ERDebugIntersect, a look at the clipping of a polyline.
+// ERDebugIntersect, for watching how a polyline is clipped.
 #pragma once
 
 #include "velm/export.h"
@@ -23,7 +23,7 @@ class RegionIndex;
 struct RegionContours;
 } // namespace velm::detail
 
-/// Where a point lies against a region. The values are fixed.
+/// The position of a point relative to a region. The values are fixed.
 enum PosContours {
     REGION_INSIDE = 0,
     REGION_OUTSIDE = 1,
@@ -31,8 +31,8 @@ enum PosContours {
     REGION_ON_VERTEX = 3,
 };
 
-/// A stop on the way along a polyline: a point of it or a crossing with a contour. The parameter
-/// counts the polyline's different points, 0, 1, 2, ..., with fractions between them.
+/// A stop along a polyline: one of its points or a crossing with a contour. The parameter counts
+/// the polyline's distinct points, 0, 1, 2, ..., with fractions between them.
 class _Intersect : public ERMemoryPool {
 public:
     _Intersect(const ERPoint2D& p, double t, PosContours where, int which)
@@ -47,7 +47,7 @@ public:
     int contour;
 };
 
-/// Is shown the stops of a polyline in order, before the pieces are made.
+/// Receives the stops of a polyline in order, before the pieces are made.
 class VELM_API ERDebugIntersect {
 public:
     virtual ~ERDebugIntersect() = default;
@@ -56,26 +56,26 @@ public:
 
 /// The domain within the first contour, if that is the outer one, and outside all others, which are
 /// holes; without an outer contour it reaches to infinity. Contours are simple polygons of either
-/// orientation, whose last vertex may repeat the first; a contour that crosses itself counts by the
-/// parity of `Inside`.
+/// orientation, whose last vertex may repeat the first; of a contour that crosses itself the parity
+/// of `Inside` gives the interior.
 ///
-/// Once its contours are added, several threads may ask one region: answers keep all their state in
-/// the call. After some questions the region makes an index for itself that changes no answer;
-/// `Add` and `CleanUpTemporaries` give it back.
+/// Once its contours are added, several threads may query one region: a query keeps all its state
+/// in the call. After some queries the region builds an index, which changes no answer; `Add` and
+/// `CleanUpTemporaries` drop it.
 ///
-/// A copy and its source share their contours, intended: what is added to one of them at an index
-/// replaces what the other has there. A region is not stored.
+/// A copy and its source share their contours, which is part of the contract: a contour added to
+/// one of them at an index replaces the other's contour there. A region is not stored.
 class VELM_API ERRegion2D : public ERObject {
     VELM_DECLARE_CLASS(ERRegion2D)
 
 public:
-    /// Without contours; `capacity` tells how many to expect.
+    /// No contours yet; `capacity` is the number to expect.
     ERRegion2D(int capacity, int firstOuter);
     ERRegion2D(const ERRegion2D& other);
     ERRegion2D& operator=(const ERRegion2D& other);
     ~ERRegion2D() override;
 
-    /// Takes the contour in, by reference count.
+    /// Adds the contour; its array is shared, not copied.
     void Add(ERVec<ERPoint2D> const& contour);
     /// 0 <= i < entries().
     ERVec<ERPoint2D> const& Contour(int i) const;
@@ -84,37 +84,38 @@ public:
     /// The box of contour 0, empty without contours.
     ERMinimax2D getBox() const;
 
-    /// Where p lies, and the index of the contour that decided: the outer one where p lies outside
-    /// or on it, the first hole that p lies in or on, else the last contour. Without contours the
-    /// plane is inside, and `contour` is left alone.
+    /// The position of p, and the index of the contour that decided: the outer one if p is outside
+    /// or on it, else the first hole that p is in or on, else the last contour. Without contours
+    /// the whole plane is inside, and `contour` is unchanged.
     PosContours CheckPoint(ERPoint2D const& p, int& contour) const;
     /// BOX_INSIDE_POLYGONE for a box in the domain, POLYGONE_DISJOINT for one outside of it,
     /// POLYGONE_CROSSES_BOX for one that a contour crosses, POLYGONE_INSIDE_BOX for one that holds
-    /// the outer contour. Intended: in a region of holes alone a box in the domain counts as
-    /// crossed, and without contours every box as POLYGONE_INSIDE_BOX.
+    /// the outer contour. Part of the contract: if a region has only holes, a box in the domain
+    /// counts as crossed; without contours every box gives POLYGONE_INSIDE_BOX.
     ER_MINMAX_POSITION_POLYGONE IsInDomain(ERMinimax2D const& box) const;
 
-    /// Appends the pieces of the polyline that lie in the region to `result`, in order. Points that
-    /// repeat the one before are dropped; a piece begins and ends in a point of the polyline or in
-    /// a crossing, and may hold the same place twice where a crossing lies on a point. Without
-    /// contours the whole polyline is one piece.
+    /// Appends the pieces of the polyline in the region to `result`, in order. Points that repeat
+    /// the previous one are dropped; a piece begins and ends at a point of the polyline or at a
+    /// crossing, and may hold the same place twice if a crossing is on a point. Without contours
+    /// the whole polyline is one piece.
     ///
-    /// Between two stops on contours the middle decides. Intended: on an edge it counts as inside,
-    /// on a vertex as outside; and only at the very first stop the position of the next one is
-    /// looked at first. A crossing counts from parameter 0 to 1 of its segment, without tolerance.
+    /// Between two stops on contours their midpoint decides. Part of the contract: a midpoint on an
+    /// edge counts as inside, one on a vertex as outside; and only for the very first stop the
+    /// position of the next one is checked first. A crossing counts from parameter 0 to 1 of its
+    /// segment, without tolerance.
     void Intersect(ERVec<ERPoint2D> const& polyline, ERTValVector<ERVec<ERPoint2D>>& result,
                    ERDebugIntersect* debug = nullptr) const;
-    /// The same for a polyline that may run along a contour. Where the polyline moved sideways by
-    /// `snap` (see OffsetPolyline), to one side or the other, leaves pieces that are together
-    /// longer than all of `result` by more than ten times snap, those replace `result`. Intended:
-    /// they stay where they were moved to.
+    /// Intersect for a polyline that may run along a contour. The polyline is also moved sideways
+    /// by `snap` (see OffsetPolyline), to either side; pieces that are together longer than all of
+    /// `result` by more than ten times snap replace `result`. Part of the contract: they keep their
+    /// moved position.
     void IntersectWithSnap(ERVec<ERPoint2D> const& polyline, ERTValVector<ERVec<ERPoint2D>>& result,
                            double snap) const;
 
     void printOn(std::ostream& out) const override;
-    /// Null, intended.
+    /// Null: a region can't be copied this way, which is part of the contract.
     ERObject* getCopy() const override;
-    /// Gives the index back; not while another thread asks.
+    /// Drops the index; not to be called while another thread queries.
     void CleanUpTemporaries(int level) override;
 
 protected:
@@ -143,5 +144,5 @@ private:
     int added = 0;
     int capacity;
     mutable std::atomic<const velm::detail::RegionIndex*> index_{nullptr};
-    mutable std::atomic<int> questions_{0}; // before there is an index
+    mutable std::atomic<int> questions_{0}; // queries before there is an index
 };

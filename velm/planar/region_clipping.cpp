@@ -24,14 +24,14 @@ using Pieces = ERTValVector<ERVec<ERPoint2D>>;
 
 constexpr double vertex_tolerance = 1e-9; // of the parameter along a contour's edge
 
-/// A segment of the polyline, which edges of contours are tested against from cheap to dear.
+/// A segment of the polyline; edges of contours are tested against it, the cheap tests first.
 class SegmentCut {
 public:
     SegmentCut(const ERPoint2D& from, const ERPoint2D& to) : a(from), b(to), box(from, to) {}
 
     const ERMinimax2D& extent() const { return box; }
 
-    /// Appends the crossing with the edge from c to d, if there is one, as a stop behind `start`.
+    /// Appends the crossing with the edge from c to d, if any, as a stop after `start`.
     void cross(const ERPoint2D& c, const ERPoint2D& d, double start, int contour,
                std::vector<_Intersect>& stops) const {
         if (c == d) return;
@@ -44,7 +44,7 @@ public:
         if (!intersect(ERInfLine2D(c, d), ERInfLine2D(a, b), p)) return;
         const double t = div_vect(a, b, p);
         const double u = div_vect(c, d, p);
-        if (!(t >= 0.0 && t <= 1.0)) return; // without tolerance, intended
+        if (!(t >= 0.0 && t <= 1.0)) return; // without tolerance: part of the contract
         const bool on_vertex =
             std::fabs(u) <= vertex_tolerance || std::fabs(u - 1.0) <= vertex_tolerance;
         stops.emplace_back(p, start + t, on_vertex ? REGION_ON_VERTEX : REGION_ON_EDGE, contour);
@@ -56,7 +56,7 @@ private:
     ERMinimax2D box;
 };
 
-/// The contour's vertices without a last one that repeats the first.
+/// The contour's vertices except a last one that repeats the first.
 std::span<const ERPoint2D> opened(const ERVec<ERPoint2D>& contour) {
     const std::span<const ERPoint2D> points = contour.view();
     return !points.empty() && points.front() == points.back() ? points.first(points.size() - 1)
@@ -86,14 +86,14 @@ private:
         return where == REGION_ON_EDGE || where == REGION_ON_VERTEX;
     }
 
-    /// Whether the way from a stop to the next one lies in the region.
+    /// Whether the polyline from a stop to the next one is in the region.
     template <class Position>
     bool is_kept(std::size_t at, Position& position) const {
         const _Intersect &cur = stops[at], &next = stops[at + 1];
         if (!on_contour(cur.position)) return cur.position == REGION_INSIDE;
-        // Only here the next stop is looked at, intended.
+        // Only here the next stop is checked: part of the contract.
         if (at == 0 && !on_contour(next.position)) return next.position == REGION_INSIDE;
-        // A middle on an edge counts as inside, on a vertex as outside: intended.
+        // A midpoint on an edge counts as inside, one on a vertex as outside: part of the contract.
         const PosContours where = position(milieu(cur.point, next.point));
         return where == REGION_INSIDE || where == REGION_ON_EDGE;
     }
@@ -143,8 +143,8 @@ void ERRegion2D::append_crossings(const _Intersect& from, const _Intersect& to,
     }
 }
 
-/// Stops of equal parameter stand in the order of their finding: the polyline's point, then the
-/// crossings of the segment that ends there, then those of the one that begins.
+/// Stops of equal parameter are in the order in which they are found: the polyline's point, then
+/// the crossings of the segment that ends there, then those of the one that begins.
 std::vector<_Intersect> ERRegion2D::stops_of(const ERVec<ERPoint2D>& polyline,
                                              const RegionIndex* index) const {
     std::vector<_Intersect> points;
@@ -161,7 +161,7 @@ std::vector<_Intersect> ERRegion2D::stops_of(const ERVec<ERPoint2D>& polyline,
     stops.reserve(points.size() + 64);
     for (std::size_t k = 0; k + 1 < points.size(); ++k) {
         stops.push_back(points[k]);
-        // Those of the segment before that fell on this point.
+        // The crossings of the previous segment that are at this point.
         stops.insert(stops.end(), crossings.begin(), crossings.end());
         crossings.clear();
         append_crossings(points[k], points[k + 1], index, crossings);
@@ -203,7 +203,7 @@ void ERRegion2D::IntersectWithSnap(ERVec<ERPoint2D> const& polyline,
     for (const ERVec<ERPoint2D>& piece : result)
         length += length_of(piece);
 
-    // The pieces of the polyline moved sideways, and their length when they are moved back.
+    // The pieces of the polyline moved sideways, and their length after moving them back.
     const auto moved = [&](double d) {
         std::pair<Pieces, double> pieces;
         Intersect(OffsetPolyline(walked, d), pieces.first, nullptr);

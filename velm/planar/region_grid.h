@@ -6,12 +6,12 @@
 #include "velm/planar/region.h"
 
 /// 64 by 64 cells over the box of the region's first contour, each outside the region, inside, or
-/// crossed by a contour. What it says is what the region says, but for points within rounding of a
-/// cell's border; where it says crossing, ask the region.
+/// crossed by a contour. Its answers are the region's, except for points within rounding of a
+/// cell's border; if it answers crossing, ask the region.
 ///
-/// Intended: outside of its box a region without an outer contour counts as inside, although other
-/// holes may lie there, and none of its cells is ever inside, since such a region takes no box for
-/// one in the domain.
+/// Part of the contract: for a region without an outer contour everything outside the box counts as
+/// inside, although there may be holes, and none of the cells is ever inside, because such a region
+/// reports no box as in the domain.
 ///
 /// The region must outlive the raster and must not change.
 class VELM_API ERRegion2DGrid : public ERGrid2D {
@@ -31,11 +31,11 @@ public:
 
     explicit ERRegion2DGrid(ERRegion2D const& region);
 
-    /// One look at a cell.
+    /// The state of the cell under p.
     STATE inside(ERPoint2D const& p) const;
-    /// A look at the cells under the box.
+    /// The common state of the cells under the box.
     RegionPos relative_position(ERMinimax2D const& box) const;
-    /// Asks the region's polygons.
+    /// The state of the box by the region's polygons.
     STATE find_relative_position(ERMinimax2D const& box) const;
 
 private:

@@ -34,7 +34,7 @@ void ERChainedMetaSeg2D::take(ERChainedMetaSeg2D& other) {
         move_behind(after, other.before.rbegin(), other.before.rend());
         move_behind(after, other.after.begin(), other.after.end());
     } else {
-        ERChainedMetaSeg2D::length(); // of the pieces here, which come first
+        ERChainedMetaSeg2D::length(); // sums the pieces here, which come first
         move_behind(other.before, after.rbegin(), after.rend());
         move_behind(other.before, before.begin(), before.end());
         before.swap(other.before);
@@ -63,7 +63,7 @@ void ERChainedMetaSeg2D::applyOnSegment(void (*operation)(ERChainerSeg2D*, void*
 }
 
 void ERChainedMetaSeg2D::reverse() {
-    ERChainedMetaSeg2D::length(); // in the order in which they came
+    ERChainedMetaSeg2D::length(); // sums in the order of insertion
     before.swap(after);
     for (std::size_t i = 0; i < size(); ++i)
         piece(i).segment->reverse();
@@ -75,7 +75,7 @@ double ERChainedMetaSeg2D::length() const {
     return sum;
 }
 
-/// Whether value > length(), without adding all up where the rough sum tells.
+/// Whether value > length(), without the exact sum if the rough sum decides.
 bool ERChainedMetaSeg2D::is_shorter_than(double value) const {
     if (summed < size()) {
         const double error =

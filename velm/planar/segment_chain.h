@@ -23,9 +23,9 @@ public:
     ERChainedMetaSeg2D& operator=(ERChainedMetaSeg2D const& other) = default;
 
     int entries() const { return static_cast<int>(size()); }
-    /// Appends the piece, which isn't looked at. An empty pointer does nothing.
+    /// Appends the piece without checking that it meets the chain. An empty pointer does nothing.
     void insert(t_SmartPtr<ERChainerSeg2D> piece);
-    /// Appends the pieces of the other chain, which keeps them.
+    /// Appends the pieces of the other chain, which keeps them too.
     void merge(ERChainedMetaSeg2D& other);
     /// The pieces at the ends, null for a chain without any.
     ERChainerSeg2D* firstSeg() const;
@@ -34,15 +34,15 @@ public:
     int isClosed() const;
     void applyOnSegment(void (*operation)(ERChainerSeg2D*, void*), void* data);
 
-    /// Turns the order round and reverses each piece.
+    /// Reverses the order and each piece.
     void reverse() override;
-    /// The sum of the lengths that the pieces had when they came to this chain, added in that
+    /// The sum of the lengths that the pieces had when they were added to this chain, in that
     /// order.
     double length() const override;
-    /// Whether the whole chains meet, then how the pieces at their ends do: the first with the
+    /// Compares the whole chains, then, if they meet, the pieces at their ends: the first with the
     /// first, the first with the last, the last with the first, the last with the last. The first
-    /// of these pairs that meets in its own way decides, whatever way the chains met; if none does,
-    /// they count as apart. Refused chains stay refused.
+    /// of these pairs that meets at just these ends decides, regardless of how the chains met; if
+    /// none does, the result is SEGCOMP_APART. Refused chains are refused.
     SegCompState compareWith(ERChainerSeg2D const* other, double tol) const override;
     ERPoint2D getExt1() const override;
     ERPoint2D getExt2() const override;
@@ -70,21 +70,21 @@ private:
     }
     const Piece& front() const { return before.empty() ? after.front() : before.back(); }
     const Piece& back() const { return after.empty() ? before.front() : after.back(); }
-    /// `merge` with a chain that is not needed any more and may lose its pieces.
+    /// `merge` with a chain that is no longer needed and may lose its pieces.
     void take(ERChainedMetaSeg2D& other);
     bool is_shorter_than(double value) const;
     Ends ends() const { return {first(), last()}; }
     static bool meet(const Ends& ends) { return isEqual(ends.first, ends.last, equalityTolerance); }
-    /// compareWith of two chains that are of no host's own class.
+    /// compareWith of two chains of exactly this class, not derived by a host.
     SegCompState compare_plain(const Ends& own, ERChainedMetaSeg2D const& other, const Ends& others,
                                double tol) const;
     SegCompState compare_pieces(SegCompState whole, ERChainedMetaSeg2D const& other,
                                 double tol) const;
 
     std::vector<Piece> before;      // the first pieces, last one first
-    std::vector<Piece> after;       // those behind them
-    mutable double sum = 0.0;       // of the first `summed` pieces, as they came
+    std::vector<Piece> after;       // the pieces after them
+    mutable double sum = 0.0;       // of the first `summed` pieces, in the order of insertion
     mutable std::size_t summed = 0; // a reverse keeps the sum
     double rough_sum = 0.0;         // in any order
-    bool is_open_to_change = false; // the pieces' lengths are to be asked for anew
+    bool is_open_to_change = false; // the pieces' lengths have to be read again
 };

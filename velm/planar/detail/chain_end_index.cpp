@@ -9,13 +9,13 @@ namespace velm::detail {
 
 namespace {
 
-// A squared distance below the squared tolerance is one below this reach, rounding, underflow and
-// overflow included.
+// A computed squared distance below the squared tolerance means a true distance below this reach:
+// the factor covers the rounding, the limits cover underflow and overflow of the squares.
 constexpr double reach_per_tolerance = 1.001;
 constexpr double least_reach = 1e-150;
 constexpr double largest_reach = 1.4e154;
 constexpr double reaches_in_cell = 16.0;
-// Beyond it neighbouring doubles are two reaches apart or more, nearly.
+// Beyond it neighbouring doubles are nearly two reaches apart or more.
 constexpr double farthest_cell = 0x1p50;
 
 constexpr int bits_of_mark = 32;
@@ -35,7 +35,7 @@ bool ChainEndIndex::can_be_near(const ERPoint2D& p) const {
     return reach_ > 0.0 && std::isfinite(p.x()) && std::isfinite(p.y());
 }
 
-/// The whole number at or below; far out the coordinate's bits.
+/// The coordinate in cells, rounded down; far out the coordinate's bits.
 std::int64_t ChainEndIndex::cell_of(double coordinate) const {
     const double place = coordinate * cells_per_unit_;
     if (std::fabs(place) > farthest_cell) return std::bit_cast<std::int64_t>(coordinate);
@@ -43,9 +43,9 @@ std::int64_t ChainEndIndex::cell_of(double coordinate) const {
     return towards_zero - (static_cast<double>(towards_zero) > place);
 }
 
-/// The cells of all coordinates within the reach of one. Rounding is monotone: they lie between the
-/// cells of the outermost two, which are the same or beside each other but far out, where no other
-/// coordinate is as near.
+/// The cells of all coordinates within the reach of one. Rounding is monotone: they are between the
+/// cells of the outermost two, which are equal or neighbours, except far out, where no other
+/// coordinate is within the reach.
 ChainEndIndex::Cells ChainEndIndex::cells_around(double coordinate) const {
     const std::int64_t first = cell_of(coordinate - reach_), last = cell_of(coordinate + reach_);
     if (first == last || first + 1 == last) return {first, last};
@@ -93,7 +93,7 @@ void ChainEndIndex::remove(const ERPoint2D& end, Place place) {
         gap = behind(gap);
     if (table_[gap].place == none) return;
     --used_;
-    // Those behind move up, as far as their homes let them (Knuth 6.4, algorithm R).
+    // The entries after it move up, as far as their homes allow (Knuth 6.4, algorithm R).
     const std::size_t last = table_.size() - 1;
     for (std::size_t at = behind(gap); table_[at].place != none; at = behind(at)) {
         if (((at - home_of(table_[at].mark)) & last) >= ((at - gap) & last))

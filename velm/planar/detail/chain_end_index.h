@@ -1,4 +1,4 @@
-// velm::detail::ChainEndIndex: the ends of chains by where they lie.
+// velm::detail::ChainEndIndex: the ends of chains by their position.
 #pragma once
 
 #include "velm/frame/point.h"
@@ -9,24 +9,24 @@
 
 namespace velm::detail {
 
-/// Finds chains with an end near a point, by places in a list that the caller gives them.
+/// Finds chains with an end near a point; a chain is known by its place in the caller's list.
 ///
-/// The plane is cut to square cells, and an end stands in a flat table under the mark of its cell.
-/// Far out, where neighbouring doubles are farther apart than ends that meet, each coordinate is a
-/// cell of its own.
+/// The plane is divided into square cells, and an end is stored in a hash table under the mark of
+/// its cell. Far out, where neighbouring doubles are farther apart than ends that meet, each
+/// coordinate has its own cell.
 class ChainEndIndex {
 public:
     using Place = std::uint32_t;
 
-    /// `tolerance` is that of the questions; `ends` is how many there will be at first.
+    /// `tolerance` is that of the queries; `ends` is the number expected at first.
     ChainEndIndex(double tolerance, std::size_t ends);
 
-    /// Ends that are infinite or NaN come near to nothing, and none does within no tolerance.
+    /// Infinite or NaN ends are near nothing, and with a tolerance of 0 no end is near another.
     void add(const ERPoint2D& end, Place place);
-    /// Takes an end out that was added so.
+    /// Removes an end that was added with the same arguments.
     void remove(const ERPoint2D& end, Place place);
-    /// Appends the places from `from` on of all ends that `distance2` places nearer to p than the
-    /// tolerance, and of some others; a place may come more than once.
+    /// Appends the places, from `from` on, of all ends nearer to p than the tolerance by
+    /// `distance2`, and of some others; a place may be appended more than once.
     void find(const ERPoint2D& p, Place from, std::vector<Place>& found) const;
 
 private:
@@ -57,7 +57,7 @@ private:
     double cells_per_unit_;
     std::size_t used_ = 0;
     int shift_ = 0;            // the table has 2 to the power of 32 - shift_ entries
-    std::vector<Entry> table_; // an entry stands at its home or behind, with no gap between
+    std::vector<Entry> table_; // an entry is at its home or after it, with no gap between
 };
 
 } // namespace velm::detail

@@ -7,7 +7,7 @@
 namespace velm::detail {
 
 /// See ERChainerSeg2D::compareWith, of a chainable piece. Both have `first` and `last`.
-/// `exceeds(d)` tells whether d exceeds the lengths of both pieces; it is asked only where that
+/// `exceeds(d)` returns whether d exceeds the lengths of both pieces; it is called only if that
 /// decides.
 template <class Ends, class Exceeds>
 SegCompState compare_ends(const Ends& a, const Ends& b, double tol, Exceeds exceeds) {

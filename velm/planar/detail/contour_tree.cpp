@@ -72,7 +72,7 @@ relpos ContourTree::position_of(const ERPoint2D& p) const {
 ER_MINMAX_POSITION_POLYGONE ContourTree::position_to(const ERMinimax2D& box) const {
     bool crosses = false;
     bool edge_inside = false;
-    // An empty box passes over every edge, as a disjoint one does.
+    // An empty box skips every edge, as a disjoint one does.
     walk([&box](const ERMinimax2D& run) { return run | box; },
          [&](const ERPoint2D& a, const ERPoint2D& b) {
              const ER_MINMAX_POSITION_SEGMENT position = box.positionRelative(a, b);

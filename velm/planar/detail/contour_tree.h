@@ -14,8 +14,8 @@
 
 namespace velm::detail {
 
-/// Answers what a walk over all edges would answer, bit for bit: only runs are passed over whose
-/// edges the walk's own rules pass over, and the others are taken in the contour's order.
+/// Gives the answers of a walk over all edges, bit for bit: only runs whose edges the walk's own
+/// rules skip are skipped, and the others are visited in the contour's order.
 ///
 /// A last vertex that repeats the first exactly is the closing one. The vertices are not copied and
 /// must outlive the tree. Reading is safe in several threads.
@@ -28,13 +28,13 @@ public:
 
     explicit ContourTree(std::span<const ERPoint2D> vertices);
 
-    /// `Inside` of the contour.
+    /// The result of `Inside` for the contour.
     relpos position_of(const ERPoint2D& p) const;
     /// `ERMinimax2D::positionRelative` of the contour.
     ER_MINMAX_POSITION_POLYGONE position_to(const ERMinimax2D& box) const;
 
-    /// Calls visit(c, d) for edges in order, those among them whose boxes the segment from a to b
-    /// meets by the rules of `SutherCohen` and some others.
+    /// Calls visit(c, d) for edges in order: for all whose boxes the segment from a to b meets by
+    /// the rules of `SutherCohen`, and for some others.
     template <class Visit>
     void visit_near(const ERPoint2D& a, const ERPoint2D& b, Visit visit) const {
         const ERMinimax2D box(a, b);
@@ -49,15 +49,15 @@ public:
 private:
     static constexpr int edges_in_leaf = 8;
 
-    /// In the order of the walk: the children of a node stand behind it.
+    /// In the order of the walk: the children of a node come after it.
     struct Node {
         ERMinimax2D box;
-        int next;       // the node behind this one's children
+        int next;       // the node after this one's children
         int begin, end; // the edges of a leaf; none of another node
     };
 
-    /// The line through two points, against boxes within a box. It is clear of one where it passes
-    /// it by more than a thousand times the rounding of the hits that `SutherCohen` computes.
+    /// The line through two points, tested against boxes within a box. It is clear of a box that it
+    /// misses by more than a thousand times the rounding of the hits that `SutherCohen` computes.
     class LineSide {
     public:
         LineSide(const ERPoint2D& from, const ERPoint2D& to, const ERMinimax2D& whole);
@@ -83,8 +83,8 @@ private:
         const std::size_t next = static_cast<std::size_t>(edge) + 1;
         return vertices_[next < vertices_.size() ? next : 0];
     }
-    /// Calls visit(c, d) for the edges of all leaves but those under boxes to pass over, until it
-    /// gives false.
+    /// Calls visit(c, d) for the edges of all leaves except those in boxes that pass_over skips,
+    /// until visit returns false.
     template <class PassOver, class Visit>
     void walk(PassOver passed_over, Visit visit) const {
         const int count = static_cast<int>(nodes_.size());

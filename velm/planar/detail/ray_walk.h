@@ -1,4 +1,4 @@
-// velm::detail::RayWalk: the edges of a polygon against the ray that runs to the right of a point.
+// velm::detail::RayWalk: tests the edges of a polygon against the ray to the right of a point.
 #pragma once
 
 #include "velm/frame/point.h"
@@ -25,10 +25,9 @@ inline RayEdge ray_test_by_rules(const ERPoint2D& p, const ERPoint2D& a, const E
     return Intersect(a, b, p, ERPoint2D(ray_end, p.y())) ? RayEdge::crossed : RayEdge::missed;
 }
 
-/// The same with the edges to the left of p admitted, which are missed. Where the two cross
-/// products of the rules are clear of zero and nothing over- or underflows, their signs tell
-/// everything; no branch depends on the data then. Otherwise, NaN included, the rules are gone
-/// through.
+/// The same test that also accepts edges to the left of p, which count as missed. If the two cross
+/// products of the rules are clear of zero and nothing over- or underflows, their signs decide, and
+/// no branch depends on the data. Otherwise, NaN included, the full rules apply.
 inline RayEdge ray_test(const ERPoint2D& p, const ERPoint2D& a, const ERPoint2D& b) {
     const ERVector2D edge(a, b);
     const ERVector2D to_p(a, p);
@@ -43,7 +42,7 @@ inline RayEdge ray_test(const ERPoint2D& p, const ERPoint2D& a, const ERPoint2D&
                       (reach < std::numeric_limits<double>::max()) & (ray_end - p.x() >= 1.0);
     if (!(clear | all_left)) return ray_test_by_rules(p, a, b);
 
-    // The upper end lies on the ray's line, behind p.
+    // The upper end is on the ray's line, to the left of p.
     const int upper_end_behind =
         (int{a.y() == p.y()} & right_of_a) | (int{b.y() == p.y()} & right_of_b);
     const int above_lower_end = int{p.y() > a.y()} | (p.y() > b.y());
@@ -56,7 +55,7 @@ inline RayEdge ray_test(const ERPoint2D& p, const ERPoint2D& a, const ERPoint2D&
 struct RayWalk {
     ERPoint2D p;
     bool odd = false;              // crossings so far
-    relpos found = relpos_outside; // anything else: on a vertex or an edge, the walk is over
+    relpos found = relpos_outside; // any other value: on a vertex or an edge, and the walk is over
 
     /// Takes an edge that p's ordinate meets; one all to the left of p is missed.
     void cross(const ERPoint2D& a, const ERPoint2D& b) {

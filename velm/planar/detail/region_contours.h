@@ -11,7 +11,7 @@ namespace velm::detail {
 
 struct RegionContours {
     std::vector<ERVec<ERPoint2D>> polygons;
-    std::vector<ERMinimax2D> boxes; // one for each polygon
+    std::vector<ERMinimax2D> boxes; // one per polygon
     unsigned long version = 0;      // grows with each change
 };
 

@@ -1,5 +1,5 @@
-// velm::detail::RegionIndex: what a region keeps only to answer faster: a raster and a tree for
-// each contour.
+// velm::detail::RegionIndex: a raster and one tree per contour, which a region keeps only to answer
+// faster.
 #pragma once
 
 #include "velm/frame/box.h"
@@ -14,13 +14,13 @@
 
 namespace velm::detail {
 
-/// The index of the contours as they stood when it was made; they must outlive it. Reading is safe
-/// in several threads.
+/// The index of the contours at the time it is built; they must outlive it. Reading is safe in
+/// several threads.
 class RegionIndex {
 public:
     using Contours = std::span<const ERVec<ERPoint2D>>;
 
-    /// What all points of a place have in common: inside the region, or outside because of a
+    /// The common position of all points of a cell: inside the region, or outside because of a
     /// contour, the outer one or a hole.
     struct Known {
         bool inside;
@@ -30,23 +30,23 @@ public:
     RegionIndex(Contours contours, std::span<const ERMinimax2D> boxes, bool first_outer,
                 unsigned long version);
 
-    /// The count of changes of the contours at which the index was made.
+    /// The version of the contours from which the index was built.
     unsigned long version() const { return version_; }
-    /// The tree of a contour; null for one that is walked as it is.
+    /// The tree of a contour; null for one that is walked edge by edge.
     const ContourTree* tree(int contour) const {
         const auto& tree = trees_[static_cast<std::size_t>(contour)];
         return tree ? &*tree : nullptr;
     }
 
-    /// Whether p lies so far to the left of the contour's box that it is clear of every edge, and
-    /// its ray crosses an even number of them: it is outside.
+    /// Whether p is so far to the left of the contour's box that it is clear of every edge: its ray
+    /// crosses an even number of edges, and p is outside.
     bool is_left_of(int contour, const ERPoint2D& p) const {
         return p.x() < left_limits_[static_cast<std::size_t>(contour)] &&
                p.x() >= -RegionRaster::largest_coordinate && p.y() == p.y();
     }
 
     std::optional<Known> known_at(const ERPoint2D& p) const { return known(raster_.value(p)); }
-    /// The same for a box that meets no edge by the rules of `SutherCohen`.
+    /// The position of a box that meets no edge by the rules of `SutherCohen`.
     std::optional<Known> known_under(const ERMinimax2D& box) const {
         return known(raster_.common_value(box));
     }

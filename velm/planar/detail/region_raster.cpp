@@ -11,11 +11,11 @@ constexpr double least_difference = 1e-100;
 constexpr double edge_tolerance_reach = 3e-5;
 constexpr double margin_per_magnitude = 1e-12;
 
-constexpr int fewest_cells = 64; // a side
+constexpr int fewest_cells = 64; // per side
 constexpr int most_cells = 512;
 constexpr double most_cells_under_box = 256.0;
 
-/// About eight cells a side for each vertex on a side of a square of them, a power of two.
+/// A power of two, about eight times the side of a square with as many cells as vertices.
 int cells_for(std::size_t vertices) {
     const double wanted = 8.0 * std::sqrt(static_cast<double>(vertices));
     int cells = fewest_cells;
@@ -75,7 +75,7 @@ void RegionRaster::mark_edge(const ERPoint2D& a, const ERPoint2D& b) {
     const double height = box_.ylength() / size_;
     const int last = row_of(reach.ymax);
     for (int row = row_of(reach.ymin); row <= last; ++row) {
-        // The part of the edge that comes within the margin of this row.
+        // The part of the edge within the margin of this row.
         const double low = box_.ymin + row * height - 2.0 * margin_;
         const double high = low + height + 4.0 * margin_;
         double from = edge.xmin, to = edge.xmax;

@@ -1,5 +1,5 @@
-// velm::detail::RegionRaster: cells of the plane that no edge of a region comes near, with what all
-// their points have in common.
+// velm::detail::RegionRaster: cells of the plane that no edge of a region comes near, with the
+// common value of their points.
 #pragma once
 
 #include "velm/frame/box.h"
@@ -27,7 +27,7 @@ class RegionRaster {
 public:
     static constexpr double largest_coordinate = 1e11;
 
-    /// What a cell holds: 0 for a cell that is not known, else the caller's value.
+    /// The value of a cell: 0 if it is not known, else the caller's value.
     using Value = std::uint8_t;
 
     /// Covers `box`; `whole` is the box of all `vertices` that will be marked.
@@ -35,9 +35,9 @@ public:
 
     /// Whether there is a raster: everything is in range, and cells are wider than the margin.
     bool exists() const { return size_ > 0; }
-    /// Makes the cells near the edges of a closed contour not known.
+    /// Marks the cells near the edges of a closed contour as not known.
     void mark(std::span<const ERPoint2D> vertices);
-    /// Gives all other cells their value: classify(p) of one point of each run of them.
+    /// Sets the value of all other cells: classify(p) of one point of each run of them.
     template <class Classify>
     void fill(Classify classify) {
         for (int row = 0; row < size_; ++row) {
@@ -55,7 +55,7 @@ public:
 
     /// The value of the cell under p, 0 outside the raster.
     Value value(const ERPoint2D& p) const {
-        // One branch, that hardly ever goes another way.
+        // One branch that is almost always predicted.
         const int is_within = int{p.x() >= box_.xmin} & (p.x() <= box_.xmax) &
                               (p.y() >= box_.ymin) & (p.y() <= box_.ymax);
         if (!is_within) return unknown;
@@ -87,7 +87,7 @@ private:
     void mark_edge(const ERPoint2D& a, const ERPoint2D& b);
 
     ERMinimax2D box_;
-    int size_ = 0; // cells a side
+    int size_ = 0; // cells per side
     double columns_per_unit_ = 0.0;
     double rows_per_unit_ = 0.0;
     double margin_ = 0.0;
