@@ -36,7 +36,7 @@ std::size_t allocations = 0;
 
 namespace {
 
-/// Tells the calls to the global allocator during a benchmark's loop.
+/// Reports the calls to the global allocator during a benchmark's loop.
 class CountAllocations {
 public:
     explicit CountAllocations(benchmark::State& state) : state_(state), before_(allocations) {}

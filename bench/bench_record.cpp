@@ -188,7 +188,7 @@ void Targets_fwrite_fread(benchmark::State& state) {
 }
 BENCHMARK(Targets_fwrite_fread)->Unit(benchmark::kMillisecond);
 
-/// An ellipse of edges, so that the nearest edge stands near the angle's own.
+/// An ellipse of edges, so that the nearest edge is near the one at the same angle.
 struct Outline {
     static constexpr int edges = 1000;
     std::vector<ERPoint2D> corners;

@@ -113,7 +113,7 @@ void points_region(benchmark::State& state) {
         return asked.CheckPoint(p, contour) == REGION_INSIDE;
     });
 }
-/// The polygons where the raster can't tell.
+/// The polygons where the raster can't decide.
 void points_raster_then_region(benchmark::State& state) {
     const ERRegion2D asked = region(static_cast<int>(state.range(0)));
     const ERRegion2DGrid raster(asked);
@@ -175,7 +175,7 @@ private:
 };
 
 // Closed outlines of a thousand pieces, cut, shuffled and half of the pieces turned round. With
-// `order` 1 the pieces come one behind the other against their direction.
+// `order` 1 the pieces come one after the other against their direction.
 std::vector<std::pair<ERPoint2D, ERPoint2D>> pieces(int count, int order) {
     std::vector<std::pair<ERPoint2D, ERPoint2D>> all;
     for (int k = 0; k < count / 1000; ++k) {

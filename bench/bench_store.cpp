@@ -3,9 +3,9 @@
 // are found.
 //
 // Each record is with the operating system before its call returns; nobody waits for the disk. The
-// peers that have transactions use one a record. Rows tell the time of an operation, that of
-// the processor for it (in all threads; what counts on a busy machine), the size of the file
-// relative to the records, and for this library the system calls of an operation.
+// peers that have transactions use one per record. Rows give the time of an operation, that of the
+// processor for it (in all threads; what counts on a busy machine), the size of the file relative
+// to the records, and for this library the system calls of an operation.
 #include "velm/frame/stored_form.h"
 #include "velm/frame/vec.h"
 #include "velm/platform/detail/system_files.h"
