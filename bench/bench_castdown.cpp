@@ -34,7 +34,7 @@ class VirtualLevel5 : public virtual Level4 {
     VELM_DECLARE_CLASS(VirtualLevel5)
 };
 
-// Each class of the library has a source file of its own, so no level is inlined into the next.
+// Each class of the library has its own source file, so no level is inlined into the next.
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC push_options
 #pragma GCC optimize("no-inline")

@@ -92,7 +92,7 @@ void FitPlane_velm(benchmark::State& state) {
 }
 BENCHMARK(FitPlane_velm)->Unit(benchmark::kMillisecond);
 
-/// What it takes to see every coordinate twice: plain sums.
+/// The cost of reading every coordinate twice: plain sums.
 void FitPlane_points_read_twice(benchmark::State& state) {
     const auto points = slab().view();
     for (auto _ : state) {

@@ -32,7 +32,7 @@ std::vector<std::vector<double>> random_set(int degree) {
     return set;
 }
 
-/// Polynomials all of whose roots lie in [0, 1].
+/// Polynomials with all roots in [0, 1].
 std::vector<std::vector<double>> real_rooted_set(int degree) {
     Numbers numbers;
     std::vector<std::vector<double>> set;

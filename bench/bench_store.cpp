@@ -2,10 +2,10 @@
 // after reopening, half of them deleted; beside SQLite, LMDB, Berkeley DB and LevelDB where they
 // are found.
 //
-// Each record is with the operating system before its call returns; nobody waits for the disk. The
-// peers that have transactions use one per record. Rows give the time of an operation, that of the
-// processor for it (in all threads; what counts on a busy machine), the size of the file relative
-// to the records, and for this library the system calls of an operation.
+// Each record is handed to the operating system before its call returns; no store waits for the
+// disk. The peers that have transactions use one per record. Rows give the time of an operation,
+// that of the processor for it (in all threads; the figure that counts on a busy machine), the size
+// of the file relative to the records, and for this library the system calls of an operation.
 #include "velm/frame/stored_form.h"
 #include "velm/frame/vec.h"
 #include "velm/platform/detail/system_files.h"
@@ -86,7 +86,7 @@ private:
     char text_[1 << 20];
 };
 
-/// Counts what reaches the system.
+/// Counts the system calls.
 class CountedCalls : public velm::detail::SystemFiles {
 public:
     CountedCalls() : previous_(velm::detail::set_system_files(this)) {}
@@ -112,7 +112,7 @@ private:
     velm::detail::SystemFiles* previous_;
 };
 
-/// What every store of the comparison does. Identifiers are 1 to the number of records.
+/// The operations of every store of the comparison. Identifiers are 1 to the number of records.
 struct Objects {
     static constexpr const char* name = "velm ERObjectDataBase, 64 MB of nodes";
     explicit Objects(const std::string& path_) : path(path_ + ".velm") { open(); }
@@ -385,7 +385,7 @@ struct Folder {
         double sum = 0;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(path))
             if (entry.is_regular_file()) {
-                // What is allocated: mapped files are sparse.
+                // The allocated size: mapped files are sparse.
                 struct stat found;
                 if (::stat(entry.path().c_str(), &found) == 0)
                     sum += std::min<double>(static_cast<double>(found.st_size),

@@ -1,4 +1,4 @@
-// What several benchmarks share: Eigen with its own warnings silenced, where it is found
+// Shared by several benchmarks: Eigen with its own warnings silenced, if it is found
 // (VELM_BENCH_EIGEN), and numbers that are the same for every peer.
 #pragma once
 

@@ -1,4 +1,4 @@
-// A file's name that goes with its file.
+// A temporary file's name; its destructor deletes the file.
 #pragma once
 
 #include <cstdio>

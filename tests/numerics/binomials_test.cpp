@@ -1,4 +1,4 @@
-// Binomials, factorials and what each thread holds of them.
+// Binomials and factorials, and the tables of each thread.
 #include "support/test.h"
 #include "support/threads.h"
 #include "velm/frame/thread_data.h"
@@ -33,7 +33,7 @@ TEST(Binomials, RowsAreTrueAtEveryStepOfGrowth) {
         expect_true_row(table, first);
         for (const int n : {20, 19, 40, 41, 60})
             expect_true_row(table, n);
-        EXPECT_EQ(early[0], one); // an old row stays readable
+        EXPECT_EQ(early[0], one); // an old row is still readable
         EXPECT_EQ(table.Cnp(52, 26), 495918532948104.0);
     }
     EXPECT_EQ(Cnp(5, 2), 10.0);

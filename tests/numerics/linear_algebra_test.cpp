@@ -172,7 +172,7 @@ TEST(LinearAlgebra, CholeskyFactorsToTheProblemsCondition) {
     EXPECT_TRUE(std::isnan(MatrixCholesky(ERMatrix<double>(2, 2, not_definite))(1, 1)));
 }
 
-/// Weyl: the eigenvalues of what was computed lie within its backward error of the true ones.
+/// Weyl: the computed eigenvalues are within the backward error of the true ones.
 TEST(LinearAlgebra, EigenvaluesLieWithinRoundingOfTheNorm) {
     for (const Problem& p : problems("eigen")) {
         SCOPED_TRACE(p.kind + " " + std::to_string(p.n));

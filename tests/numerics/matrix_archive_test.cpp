@@ -1,4 +1,4 @@
-// The forms of a matrix in an archive and in a file, byte by byte, and ones that lie.
+// The forms of a matrix in an archive and in a file, byte by byte, and damaged ones.
 #include "velm/numerics/matrix_archive.h"
 
 #include "support/archives.h"

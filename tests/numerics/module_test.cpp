@@ -16,7 +16,7 @@ int entries_of_velm() {
     return count;
 }
 
-// In a process of its own: the first sink gets what was written while the library loaded.
+// In a separate process: the first sink receives the output written while the library loaded.
 TEST(ModuleDeathTest, AnnouncesItselfOnce) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(

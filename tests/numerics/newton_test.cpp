@@ -283,8 +283,8 @@ TEST(NewtonLineSearch, EveryCode) {
     EXPECT_EQ(x[0], 1.0);
     EXPECT_EQ(code(single([](double v) { return 1e-4 * (1.0 + v); }, -1e-4), {1.0}),
               BackTrackingStatus_spurious);
-    // A step that the line search still takes for long enough and that x rounds to a shorter one:
-    // no other way leads there, as the two bounds are the same.
+    // A step that the line search still accepts as long enough and that x rounds to a shorter one:
+    // this is the only way to get there, because the two bounds are equal.
     const auto edge = [](double v) { return v == 1.5 ? -1.50000001e-3 : -1e-3; };
     EXPECT_EQ(code(single(edge, 1e6), {1.5}, &x), BackTrackingStatus_short_step);
     EXPECT_GT(x[0], 1.5);

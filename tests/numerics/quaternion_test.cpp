@@ -58,7 +58,7 @@ TEST(Quaternion, InterpolatesOnTheArcAsItLies) {
     expect_near(ERQuaternion::Squad(0.5, p, p, q, q), ERQuaternion(z, 0.8), 1e-15);
     // No shortening: towards the other quaternion of the same rotation the long way is taken.
     expect_near(ERQuaternion::Slerp(0.5, p, -q), ERQuaternion(z, 0.8 - kPi), 1e-14);
-    // A whole extra spin turns by 2 pi on the way, and ends where it ends without.
+    // A whole extra spin adds 2 pi on the way and ends at the same orientation.
     expect_near(ERQuaternion::SlerpExtraSpins(1.0, p, q, 2), q, 1e-14);
     expect_near(ERQuaternion::SlerpExtraSpins(0.5, p, q, 2), -ERQuaternion(z, 0.8), 1e-14);
     // The cosine is not clamped.

@@ -1,6 +1,5 @@
-// velm::real_roots against answers that were there first: roots of many digits
-// (data/polynomials.txt and real data), roots multiplied out, and the promise about rounded
-// coefficients.
+// velm::real_roots against answers known in advance: roots of many digits (data/polynomials.txt and
+// real data), roots multiplied out, and the guarantee for rounded coefficients.
 #include "velm/numerics/real_roots.h"
 
 #include "velm/numerics/detail/double_double.h"
@@ -49,8 +48,8 @@ Value evaluate(const Problem& p, Real x) {
     return v;
 }
 
-/// Holds what was found against all roots in the limits, ascending, multiple ones repeated: none is
-/// lost, none invented, single ones are as accurate as their condition promises.
+/// Compares the entries found with all roots in the limits, ascending, multiple ones repeated: none
+/// is lost, none invented, and simple ones are as accurate as their condition promises.
 void judge(const Problem& p, const std::vector<Real>& roots,
            const std::vector<velm::RealRoot>& found) {
     const Real degree = Real(p.c.size()) - 1;
@@ -75,7 +74,7 @@ void judge(const Problem& p, const std::vector<Real>& roots,
     EXPECT_EQ(next, roots.size()) << "lost";
 }
 
-/// In the form that scripts/references/polynomials.py writes, or that of the real data.
+/// Reads the form that scripts/references/polynomials.py writes, or that of the real data.
 std::vector<Problem> read(const std::string& path) {
     std::ifstream file(path);
     std::vector<Problem> problems;
@@ -159,7 +158,7 @@ Problem from_roots(velm_test::Random& random, bool bernstein, std::vector<int>& 
     return p;
 }
 
-/// Roots on the ends and multiple ones among them, at any scale of p and x.
+/// Includes roots on the ends and multiple ones, at any scale of p and x.
 TEST(RealRoots, RootsMultipliedOutComeBack) {
     velm_test::Random random(31);
     for (int round = 0; round < 6000; ++round) {
@@ -186,7 +185,7 @@ TEST(RealRoots, RootsMultipliedOutComeBack) {
     }
 }
 
-/// The coefficients may be off by the uncertainty: roots of polynomials that lie so near are in the
+/// The coefficients may be off by the uncertainty: the roots of polynomials that near are in the
 /// enclosures, no more of them in each than its multiplicity.
 TEST(RealRoots, EnclosuresHoldTheRootsOfAllNearPolynomials) {
     velm_test::Random random(32);
@@ -205,12 +204,12 @@ TEST(RealRoots, EnclosuresHoldTheRootsOfAllNearPolynomials) {
             while (e != enclosures.end() && e->upper < r.value)
                 ++e;
             ASSERT_TRUE(e != enclosures.end() && e->lower <= r.value) << round << " " << r.value;
-            EXPECT_GE(e->multiplicity -= r.crosses, 0) << round; // so many may still come
+            EXPECT_GE(e->multiplicity -= r.crosses, 0) << round; // so many may still follow
         }
     }
 }
 
-/// How p's derivative of an order goes at x, in pairs, and by how much x may be off for it.
+/// The sign of p's derivative of an order at x, in pairs, and the error of x that it allows.
 struct Derivative {
     int sign;
     double reach;
@@ -233,9 +232,9 @@ Derivative derivative_at(const std::vector<double>& c, int order, double x) {
             0x1p-51 * std::fabs(x) + noise / std::fabs(slope.hi)};
 }
 
-/// The value of an entry is a zero of p's derivative of order multiplicity - 1, wherever that
-/// changes its sign in the enclosure: also of a cluster that the roots beside it leave fewer roots
-/// than its own derivatives tell.
+/// The value of an entry is a zero of p's derivative of order multiplicity - 1, if that changes its
+/// sign in the enclosure: also for a cluster that has fewer roots, because of the roots next to it,
+/// than its own derivatives suggest.
 TEST(RealRoots, ValuesAreZerosOfTheDerivativeOfTheirMultiplicity) {
     struct Case {
         std::vector<double> c;

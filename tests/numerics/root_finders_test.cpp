@@ -69,8 +69,8 @@ void expect_complex_roots(const Values& c) {
     EXPECT_LE(std::abs(value - poly(c).evaluate(2.5)), 1e-5 * std::abs(value));
 }
 
-/// Real roots some way apart, on which the given finders do well, and complex pairs beside them,
-/// with which the cascade loses roots.
+/// Well-separated real roots, on which the given finders do well, and complex pairs near them, with
+/// which the cascade loses roots.
 TEST(RootFinders, RootsMultipliedOutComeBack) {
     velm_test::Random random(41);
     for (int round = 0; round < 1000; ++round) {
@@ -117,7 +117,7 @@ TEST(RootFinders, RulesOfTheGivenOnes) {
     EXPECT_EQ(status(3, {-6.0, 11.0, -6.0, 1.0}, 1.0), LaguerreStatus_limit);
 }
 
-/// The worked examples of docs/behaviour.md: what the given finders lose and invent, and
+/// The worked examples of docs/behaviour.md: the roots that the given finders lose and invent, and
 /// velm::real_roots doesn't.
 TEST(RootFinders, KnownLosses) {
     const Values thirds = product(1.0, {1.0, 2.0, 3.0});

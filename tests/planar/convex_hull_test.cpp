@@ -199,7 +199,7 @@ TEST(ConvexHull, OddCases) {
     EXPECT_EQ(hull_of({}), Points());
     EXPECT_EQ(hull_of({{3, 4}}), Points({{3, 4}}));
     EXPECT_EQ(hull_of({{0, 0}, {1, 0}}), Points({{1, 0}, {0, 0}}));
-    // All within the tolerance: the greatest, and what stood at index 1.
+    // All within the tolerance: the greatest point, and the argument's point at index 1.
     const Points close{{0, 0}, {2e-8, 0}, {5e-8, 1e-8}, {1e-8, 0}};
     EXPECT_EQ(hull_of(close), Points({{5e-8, 1e-8}, {2e-8, 0}}));
     EXPECT_EQ(hull_of({{7, 7}, {7, 7}}), Points({{7, 7}, {7, 7}}));

@@ -23,8 +23,8 @@ bool within_edge(Site p, Site a, Site b) {
            std::min(a.y, b.y) <= p.y && p.y <= std::max(a.y, b.y);
 }
 
-/// What Inside may give for a lattice point, in exact arithmetic. A point on a vertex and on an
-/// edge elsewhere may give either result.
+/// The results that Inside may give for a lattice point, in exact arithmetic. A point on a vertex
+/// and on an edge elsewhere may give either result.
 std::vector<relpos> allowed(Site p, const std::vector<Site>& polygon) {
     bool on_vertex = false, on_edge = false, odd = false;
     for (std::size_t i = 0; i < polygon.size(); ++i) {

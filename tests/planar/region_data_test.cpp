@@ -111,8 +111,8 @@ TEST_F(RegionData, InsideAgreesOnAllTestPoints) {
     }
 }
 
-/// How often the ring goes round p, edge by edge, in twice the precision of the library's answers;
-/// nothing for a p nearer to an edge's line, along it, than `clear`.
+/// The winding number of the ring about p, edge by edge, in twice the precision of the library's
+/// answers; none if p is nearer to an edge than `clear`.
 std::optional<int> windings(const Polygon& ring, const ERPoint2D& p, double clear) {
     int windings = 0;
     for (int i = 0, n = ring.size(); i < n; ++i) {
@@ -183,7 +183,7 @@ TEST_F(RegionData, CountriesAgreeWithWindingNumbers) {
     std::printf("%d points, %d by the raster, %d left out\n", answered, by_raster, left_out);
 }
 
-/// What the rounding of the answers may come to, which are sums of products x y.
+/// A bound of the rounding of the answers, which are sums of products x y.
 double area_error(const Polygon& ring) {
     double sum = 0.0;
     for (int i = 0; i < ring.size(); ++i) {

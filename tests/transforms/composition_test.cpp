@@ -97,8 +97,7 @@ TEST(Inverse, TransToIsTransFromOfTheInverse) {
     }
 }
 
-// What goes through arrays is what goes through single points, to the bit, and a shared array
-// keeps its values.
+// Arrays are mapped like their single points, to the bit, and a shared array keeps its values.
 TEST(Arrays, AreMappedAsTheirPoints) {
     RandomTransformations make(35);
     for (const char kind : std::string(kinds)) {

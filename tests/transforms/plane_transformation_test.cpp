@@ -53,7 +53,7 @@ TEST_F(PlaneTransformation, GoesBackExceptThroughMirrors) {
         const ERVector2D v = vector();
         EXPECT_TRUE(isEqual(t << (t >> v), v, rounding));
     }
-    // The transpose over the determinant: a mirror goes back to the other side.
+    // The transpose over the determinant: a mirror maps back to the other side.
     EXPECT_EQ(ERTransfo2D(Coord2D_X) >> ERPoint2D(3, 4), ERPoint2D(3, -4));
     EXPECT_EQ(ERTransfo2D(Coord2D_X) << ERPoint2D(3, 4), ERPoint2D(-3, 4));
     ERTransfo2D skew;

@@ -1,4 +1,4 @@
-// Stored and archive forms of transformations, byte by byte, and what damaged ones give.
+// Stored and archive forms of transformations, byte by byte, and the results of damaged ones.
 #include "support/archives.h"
 #include "transforms/kinds.h"
 #include "velm/frame/smart_pointer.h"
@@ -66,7 +66,7 @@ TEST(StoredTransformation, DamagedMatrices) {
             static_cast<char>(make.random.next());
         const ERPmIsometrie3D t = restored(damaged, before);
         ERPoint3D p = make.point();
-        t.TransTo(t.TransFrom(p)); // no matter what, but defined
+        t.TransTo(t.TransFrom(p)); // any result, but no undefined behaviour
         EXPECT_LE(t.isValid(), 1);
     }
     const std::string odd = record(ERMatrix<double>(2, 2)) + bytes_of(ERPoint3D(), 1.0);
@@ -80,7 +80,7 @@ int load(const std::string& form, Value& value) {
     return load_cause(form, [&](CArchive& archive) { archive >> value; });
 }
 
-/// The archive's bytes give the value back, and cut short anywhere leave `again` as it is.
+/// The archive's bytes give the value back, and cut short anywhere they leave `again` unchanged.
 template <class Value>
 void expect_archived(const Value& t, const std::string& form, Value again) {
     EXPECT_EQ(archived([&](CArchive& archive) { archive << t; }), form);

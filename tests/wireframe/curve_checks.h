@@ -1,5 +1,5 @@
-// What holds for every arc of the plane and of space: its box, its nearest points, its derivatives,
-// its parts and its images.
+// Checks that hold for every arc of the plane and of space: its box, its nearest points, its
+// derivatives, its parts and its images.
 #pragma once
 
 #include "support/test.h"

@@ -120,10 +120,11 @@ TEST(Ellipse, ConstructionsAgree) {
         EXPECT_TRUE(isEqual(conic.center(), center, 1e-11));
         EXPECT_NEAR(std::fabs(conic.getBigAxisDirection().i()), p > q ? 1 : 0, 1e-9);
     }
-    // Flat, and still good to the last bit of what the foci say.
+    // Flat, and still exact to the last bit for the given foci.
     EXPECT_DOUBLE_EQ(EREllipse2D({-0.999999, 0}, {0.999999, 0}, 2).getSmallAxe(),
                      0.0028284264176799871429);
-    // Foci too far apart: a segment. No ellipse with a term in x y, through the origin, or at all.
+    // Foci too far from each other: a segment. No ellipse with a term in x y, through the origin,
+    // or of another conic.
     EXPECT_EQ(EREllipse2D({0, 0}, {3, 4}, 2).getBigAxe(), 5);
     EXPECT_EQ(EREllipse2D({0, 0}, {3, 4}, 2).getSmallAxe(), 0);
     for (const EREllipse2D& none :

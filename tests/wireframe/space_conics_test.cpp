@@ -150,7 +150,8 @@ void expect_projection(Arc arc, const ERPmIsometrie3D& view) {
     EXPECT_TRUE(isEqual(box.MaxPoint(), sampled.MaxPoint(), 1e-4));
 }
 
-/// Aslant, from both sides and edge on; `Flat` and `FlatPart` are what it is on its own plane.
+/// Oblique, from both sides and edge on; `Flat` and `FlatPart` are the curve's classes in its own
+/// plane.
 template <class Base, class Flat, class FlatPart, class Arc>
 void expect_projections(const Arc& arc) {
     const ERVector3D n = arc.normale(), along = arc.getRepere().getVector(Coord3D_X) * 0.6 +

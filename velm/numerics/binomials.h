@@ -7,11 +7,11 @@
 #include <atomic>
 #include <vector>
 
-/// Pascal's triangle in one array: row n takes the places n(n+1)/2 to n(n+1)/2 + n.
+/// Pascal's triangle in one array: row n has the indices n(n+1)/2 to n(n+1)/2 + n.
 ///
 /// A request beyond the table grows it to the row (n/20 + 1) * 20. Growth makes a new array and
-/// publishes it atomically; old ones stay, so that row pointers handed out stay readable. Requests
-/// from several threads at once are safe and see true binomials in every row.
+/// publishes it atomically; old ones are kept, so that row pointers already given remain readable.
+/// Requests from several threads at once are safe and see true binomials in every row.
 class VELM_API TableauDePascal {
 public:
     TableauDePascal() = default;

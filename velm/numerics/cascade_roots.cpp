@@ -11,14 +11,16 @@
 
 namespace {
 
+// Values and products as cascade_roots.h states them, absolute: part of the contract.
 constexpr double kZero = 1e-11;
-constexpr double kChangeOfSign = 1e-09; // not 0: the invented roots are part of the contract
+constexpr double kChangeOfSign = 1e-09; // not 0, so that false roots are possible
+// A few roundings of a value of about 1, and many more steps than quadratic convergence needs.
 constexpr double kNewtonTolerance = 1e-15;
 constexpr int kNewtonSteps = 100;
 
 bool is_zero(double value) { return std::fabs(value) <= kZero; }
 
-/// Newton's method from the middle of [a, b], then from its ends; appends a result that lies in it.
+/// Newton's method from the middle of [a, b], then from its ends; appends a result within it.
 void append_root(ERNewtonSSolver& solver, double a, double b, std::vector<double>& roots) {
     for (const double start : {(a + b) * 0.5, a, b}) {
         double x = start;

@@ -211,7 +211,11 @@ bool damped_step(const Expansion& e, double damping, Vector3& step) {
 /// Damped Newton steps, until they are as small as rounding or stop shrinking near it.
 bool iterate(Parameters& q, const Points& points, CircleIteration& iteration) {
     constexpr int most_steps = 200;
-    // In units of the points' spread. Steps below `sure` change the sum by less than its rounding.
+    // Steps are in units of the points' spread. The sum is flat at its minimum: a step s changes it
+    // by about s^2, so one below `sure`, the root of a rounding, changes it by no more than that.
+    // `small` is a few roundings; steps up to `stalled` may be noise, and end the iteration once
+    // they no longer shrink to a quarter. Damping up to `no_damping` is lost in the rounding of the
+    // hessian's diagonal; with `most_damping` steps are below `small`.
     constexpr double small = 1e-15, stalled = 1e-11, sure = 1e-8;
     constexpr double no_damping = 1e-12, most_damping = 1e16;
     double damping = 1e-4, last = std::numeric_limits<double>::infinity();

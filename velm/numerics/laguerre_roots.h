@@ -7,7 +7,7 @@
 #include "velm/frame/vec.h"
 #include "velm/numerics/polynomial.h"
 
-/// The settings of LaguerreZeros and what it reports about its run.
+/// The settings of LaguerreZeros and its report.
 struct VELM_API LaguerreControl {
     double tolerance = 1e-09;    ///< in
     double maxIterations = 80.0; ///< in: evaluations allowed for one root

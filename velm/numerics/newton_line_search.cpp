@@ -10,7 +10,8 @@ using velm::detail::dot;
 
 namespace {
 
-constexpr double kRootAtStart = 1.0000000000000002e-10;
+// All of these are part of the contract: the iterates and the statuses depend on them.
+constexpr double kRootAtStart = 1.0000000000000002e-10; // the double after 1e-10
 constexpr double kRoot = 1e-09;
 constexpr double kShortStep = 1e-09;
 constexpr double kSpuriousGradient = 1e-06;

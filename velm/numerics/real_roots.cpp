@@ -111,7 +111,7 @@ bool Solver::has_one_sign() const {
                        [positive](double x) { return positive ? x >= 0.0 : x <= 0.0; });
 }
 
-/// Whether p can be worked with up to `upper` as it is.
+/// Whether p needs no scaling up to `upper`.
 bool Solver::is_plain(double upper) const {
     if (!(upper <= 1.0 && upper >= std::ldexp(1.0, -kRange / source_.degree))) return false;
     const double smallest = std::ldexp(1.0, -kPlain);

@@ -11,7 +11,7 @@
 //   no root is lost    a root in the interval of any of these polynomials lies in an enclosure
 //   none is invented   each enclosure holds a root of one of these polynomials
 //
-// Roots that rounding can't tell apart share an enclosure: its multiplicity bounds the number of
+// Roots that rounding can't distinguish share an enclosure: its multiplicity bounds the number of
 // roots, counted with their multiplicities, that any of these polynomials has in it, and has the
 // parity of that number if p is clear of zero at the ends of the enclosure. So a double root comes
 // back as one of multiplicity 2 whether rounding has split it or has lifted p off the axis. An

@@ -47,14 +47,14 @@ public:
     /// one, every chain is compared.
     void setComparison(Comparison comparison);
 
-    /// Takes a piece as a new chain.
+    /// Inserts a piece as a new chain.
     int insert(t_SmartPtr<ERChainerSeg2D> piece);
     /// Returns 1 if the chain is accepted, 0 if it is refused: shorter than the tolerance, or with
     /// both ends at the same end of another one. Chains linked to a refused chain before remain
     /// linked to it and are lost with it. The chain is joined with those that it meets, in the
     /// order of the list, and the result is put at the list's end.
     ///
-    /// A closed chain is appended as it is, and none is linked to it later; a piece without length
+    /// A closed chain is appended unchanged, and none is linked to it later; a piece without length
     /// counts as closed, which is part of the contract.
     int insert(t_SmartPtr<ERChainedMetaSeg2D> chain);
 

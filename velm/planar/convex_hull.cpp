@@ -22,7 +22,7 @@ constexpr double least_square_reaching = 0x1.6849b86a12b9ap-47;
 bool exceeds_tolerance(double squared) { return squared > greatest_square_within; }
 bool below_tolerance(double squared) { return squared < least_square_reaching; }
 
-/// Which way a pass over the sorted points goes.
+/// The direction of a pass over the sorted points.
 enum class Walk { descending, ascending };
 
 /// Whether an edge with this rise runs up (descending pass) or down (ascending pass), or is level.

@@ -1,4 +1,4 @@
-// ERRegion2D::Intersect and IntersectWithSnap: the pieces of a polyline that lie in a region.
+// ERRegion2D::Intersect and IntersectWithSnap: the pieces of a polyline in a region.
 #include "velm/frame/box_clipping.h"
 #include "velm/frame/point_functions.h"
 #include "velm/planar/detail/region_contours.h"

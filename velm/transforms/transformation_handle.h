@@ -104,9 +104,9 @@ public:
     }
     ERObject* getCopy() const override;
 
-    /// The rotation alone.
+    /// Only the rotation.
     ERPmIsometrie3D get_rotation_matrix() const;
-    /// The translation alone.
+    /// Only the translation.
     ERPmIsometrie3D get_translation_matrix() const;
 };
 

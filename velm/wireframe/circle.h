@@ -34,7 +34,7 @@ public:
     /// Multiplies the center and the radius.
     void scale(double s) override;
     void translate(const ERPoint2D& v) override;
-    /// The radius takes the ratio of lengths of t, or its inverse.
+    /// The radius is multiplied by the ratio of lengths of t, or of its inverse.
     void transformFrom(const ERTransfo2D& t) override;
     void transformTo(const ERTransfo2D& t) override;
     /// An ERCircle3D.

@@ -78,8 +78,8 @@ public:
     /// Multiplies the foci and the big axis.
     void scale(double s) override;
     void translate(const ERPoint2D& v) override;
-    /// The big axis takes the ratio of lengths of t, or its inverse, as the distance of the foci
-    /// does: the shape is kept.
+    /// The big axis is multiplied by the ratio of lengths of t, or of its inverse, like the
+    /// distance of the foci: the shape is kept.
     void transformFrom(const ERTransfo2D& t) override;
     void transformTo(const ERTransfo2D& t) override;
     /// An EREllipse3D.

@@ -84,7 +84,7 @@ public:
     ERInfLine2D parallele(double d) const;
     /// Moves this line by d along its normal.
     void offset(double d);
-    /// Whether the directions, or their opposites, lie within the angle tol.
+    /// Whether the directions, or their opposites, are within the angle tol of each other.
     bool isParallelTo(const ERInfLine2D& other, double tol) const;
 
     void printOn(std::ostream& out) const override;
@@ -109,7 +109,7 @@ public:
     /// The distance to the line, without a sign; always DISTMIN_IN_SPACE, which is part of the
     /// contract.
     DISTMINRES SignedMinimalDistance(const ERPoint3D& p, double& dist) override;
-    /// Whether the directions, or their opposites, lie within the angle tol.
+    /// Whether the directions, or their opposites, are within the angle tol of each other.
     bool IsParallelTo(const ERInfLine3D& other, double tol) const;
 
     void printOn(std::ostream& out) const override;
@@ -119,7 +119,7 @@ public:
 /// The distance from p to the line, without a sign.
 VELM_API double distance(const ERInfLine2D& line, const ERPoint2D& p);
 VELM_API double distance(const ERInfLine3D& line, const ERPoint3D& p);
-/// The distance of two lines: between their closest points or, when `intersect` takes them for
+/// The distance of two lines: between their closest points or, if `intersect` treats them as
 /// parallel, from the second line's origin to the first. Not for lines that are parallel except for
 /// rounding: their closest points may be arbitrarily far away.
 VELM_API double distance(const ERInfLine3D& first, const ERInfLine3D& second);

@@ -79,7 +79,7 @@ void RootIsolation::resolve_top() {
     split(at + 1.5 * aside, false) || split(at, true);
 }
 
-/// The sign of coefficient i, 0 if it lies within the noise.
+/// The sign of coefficient i, 0 if it is within the noise.
 int RootIsolation::sign(const BernsteinPiece& piece, int i) const {
     const double x = piece.p(i);
     const double noise = piece.noise(i, uncertainty_);

@@ -11,7 +11,7 @@ namespace velm::detail {
 /// Whether p is surely not within the noise at x.
 bool clear_of_zero(const LocalPolynomial& p, double x, double uncertainty);
 
-/// Sets `root` to the root of p in an interval that holds it alone.
+/// Sets `root` to the root of p in an interval that holds just this one.
 void polish_lone_root(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
                       RealRoot& root);
 

@@ -7,11 +7,12 @@ namespace velm::detail {
 
 namespace {
 
-constexpr double least_difference = 1e-100;
-constexpr double edge_tolerance_reach = 3e-5;
-constexpr double margin_per_magnitude = 1e-12;
+constexpr double least_difference = 1e-100;    // products of two stay above underflow
+constexpr double edge_tolerance_reach = 3e-5;  // above the 2.3e-5 of the header
+constexpr double margin_per_magnitude = 1e-12; // some thousand roundings, see the header
 
-constexpr int fewest_cells = 64; // per side
+// Per side; 512 x 512 cells of a byte are 256 KiB.
+constexpr int fewest_cells = 64;
 constexpr int most_cells = 512;
 constexpr double most_cells_under_box = 256.0;
 
