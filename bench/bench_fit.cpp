@@ -12,7 +12,7 @@ namespace {
 
 constexpr int count = 1000000;
 
-/// Around (100, 200, 300), 50 wide, 0.01 off a slanted plane.
+// Around (100, 200, 300), 50 wide, 0.01 off a slanted plane.
 const ERVec<ERPoint3D>& slab() {
     static const ERVec<ERPoint3D> points = [] {
         ERVec<ERPoint3D> made(count);
@@ -26,7 +26,7 @@ const ERVec<ERPoint3D>& slab() {
     return points;
 }
 
-/// A quarter of a circle of 50 about (100, 200), 0.01 off.
+// A quarter of a circle of 50 about (100, 200), 0.01 off.
 const std::vector<ERPoint2D>& arc() {
     static const std::vector<ERPoint2D> points = [] {
         std::vector<ERPoint2D> made(count);
@@ -92,7 +92,7 @@ void FitPlane_velm(benchmark::State& state) {
 }
 BENCHMARK(FitPlane_velm)->Unit(benchmark::kMillisecond);
 
-/// The cost of reading every coordinate twice: plain sums.
+// The cost of reading every coordinate twice: plain sums.
 void FitPlane_points_read_twice(benchmark::State& state) {
     const auto points = slab().view();
     for (auto _ : state) {

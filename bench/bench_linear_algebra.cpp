@@ -166,7 +166,7 @@ void QuaternionToMatrix_velm(benchmark::State& state) {
 BENCHMARK(QuaternionToMatrix_velm);
 
 #if defined(VELM_BENCH_EIGEN)
-/// Into a matrix of run-time size, as ours is.
+// Into a matrix of run-time size, as ours is.
 void QuaternionToMatrix_Eigen(benchmark::State& state) {
     Eigen::Quaterniond q(Eigen::AngleAxisd(0.7, Eigen::Vector3d(1, 2, 3).normalized()));
     for (auto _ : state) {

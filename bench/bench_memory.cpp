@@ -36,7 +36,7 @@ std::size_t allocations = 0;
 
 namespace {
 
-/// Reports the calls to the global allocator during a benchmark's loop.
+// Reports the calls to the global allocator during a benchmark's loop.
 class CountAllocations {
 public:
     explicit CountAllocations(benchmark::State& state) : state_(state), before_(allocations) {}
@@ -79,7 +79,7 @@ void one_size(benchmark::State& state) {
     }
 }
 
-/// 2,048 sizes, step to 2048 * step bytes, in shuffled order; one iteration is all of them.
+// 2,048 sizes, step to 2048 * step bytes, in shuffled order; one iteration is all of them.
 template <class Allocator>
 void mixed_sizes(benchmark::State& state) {
     std::vector<std::size_t> sizes;
@@ -100,7 +100,7 @@ void mixed_sizes(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * 2048);
 }
 
-/// Makes a number of blocks, then gives them back, newest first or shuffled.
+// Makes a number of blocks, then gives them back, newest first or shuffled.
 template <class Allocator, bool shuffled>
 void batch(benchmark::State& state) {
     const auto bytes = static_cast<std::size_t>(state.range(0));
@@ -125,7 +125,7 @@ void batch(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(1));
 }
 
-/// A second thread that does nothing: without one, std::shared_ptr counts without atomics.
+// A second thread that does nothing: without one, std::shared_ptr counts without atomics.
 class ParkedThread {
 public:
     ParkedThread()
@@ -164,7 +164,7 @@ void handle_copy_shared_ptr(benchmark::State& state) {
     copy_and_drop(state, std::make_shared<double>(3.0));
 }
 
-/// 56 bytes, the count included; the other has its count beside it.
+// 56 bytes, the count included; the other has its count beside it.
 struct CountedValues : ERObject {
     ERObject* getCopy() const override { return nullptr; }
     void printOn(std::ostream&) const override {}

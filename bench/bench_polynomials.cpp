@@ -23,7 +23,7 @@ using velm_bench::Numbers;
 
 constexpr std::size_t kSet = 64;
 
-/// Polynomials with random coefficients, which have one or two roots in [0, 1].
+// Polynomials with random coefficients, which have one or two roots in [0, 1].
 std::vector<std::vector<double>> random_set(int degree) {
     Numbers numbers;
     std::vector<std::vector<double>> set;
@@ -32,7 +32,7 @@ std::vector<std::vector<double>> random_set(int degree) {
     return set;
 }
 
-/// Polynomials with all roots in [0, 1].
+// Polynomials with all roots in [0, 1].
 std::vector<std::vector<double>> real_rooted_set(int degree) {
     Numbers numbers;
     std::vector<std::vector<double>> set;
@@ -107,7 +107,7 @@ VELM_ROOT_ROWS(roots_eigen);
 #endif
 
 #if defined(VELM_BENCH_HAS_GSL)
-/// The closed form.
+// The closed form.
 void roots_gsl_cubic(benchmark::State& state, MakeSet make) {
     double x[3] = {};
     roots_of(state, make, [&x](const std::vector<double>& c) {
@@ -140,8 +140,8 @@ constexpr double binomial(int n, int p) {
     return result;
 }
 
-/// Horner's arithmetic with degree and dimension known, which the compiler lays out in a row;
-/// called as a function of another file would be.
+// Horner's arithmetic with degree and dimension known, which the compiler lays out in a row;
+// called as a function of another file would be.
 template <int Degree, int Dim>
 [[gnu::noinline]] void horner_by_hand(const double* poles, double t, double* out) {
     static constexpr auto row = [] {

@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::size_t million = 1'000'000;
 
-/// Eight to a solid, a thousand solids to a group, all with one name space.
+// Eight to a solid, a thousand solids to a group, all with one name space.
 std::vector<CADObjectID> sample_ids() {
     std::vector<CADObjectID> ids;
     ids.reserve(million);
@@ -50,7 +50,7 @@ void items(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(million));
 }
 
-/// Fresh ones each time, since a hash is kept; only the hashing is timed.
+// Fresh ones each time, since a hash is kept; only the hashing is timed.
 void HashIds(benchmark::State& state) {
     using Clock = std::chrono::steady_clock;
     for (auto _ : state) {
@@ -66,7 +66,7 @@ void HashIds(benchmark::State& state) {
 }
 BENCHMARK(HashIds)->Unit(benchmark::kMillisecond)->UseManualTime();
 
-/// Each with its equal copy, so that all parts are read.
+// Each with its equal copy, so that all parts are read.
 void CompareIds(benchmark::State& state) {
     const std::vector<CADObjectID> copies = sample_ids();
     for (auto _ : state) {
@@ -137,7 +137,7 @@ const gmTargetPoint sample_target(ERPoint3D(1, 2, 3),
                                   ERCMMPointWithDiameter(1, 2, 4, 0, 0, 5, 2, 77),
                                   ERVector3D(0, 0, 1));
 
-/// One call of the file for each target: the record of a store.
+// One call of the file for each target: the record of a store.
 void Targets_ERFile(benchmark::State& state) {
     const ScratchFile scratch;
     ERFile file(scratch.name(), CFile::modeCreate | CFile::modeReadWrite);
@@ -188,7 +188,7 @@ void Targets_fwrite_fread(benchmark::State& state) {
 }
 BENCHMARK(Targets_fwrite_fread)->Unit(benchmark::kMillisecond);
 
-/// An ellipse of edges, so that the nearest edge is near the one at the same angle.
+// An ellipse of edges, so that the nearest edge is near the one at the same angle.
 struct Outline {
     static constexpr int edges = 1000;
     std::vector<ERPoint2D> corners;

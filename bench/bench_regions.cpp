@@ -113,7 +113,7 @@ void points_region(benchmark::State& state) {
         return asked.CheckPoint(p, contour) == REGION_INSIDE;
     });
 }
-/// The polygons where the raster can't decide.
+// The polygons where the raster can't decide.
 void points_raster_then_region(benchmark::State& state) {
     const ERRegion2D asked = region(static_cast<int>(state.range(0)));
     const ERRegion2DGrid raster(asked);

@@ -65,7 +65,7 @@ ERVec<char> array_of(std::string_view content) {
     return ERVec<char>(ERVecRep::getRep(content.data(), content.size()));
 }
 
-/// The contents of the records, slices of one random text.
+// The contents of the records, slices of one random text.
 class Contents {
 public:
     explicit Contents(int count) : sizes_(static_cast<std::size_t>(count)) {
@@ -86,7 +86,7 @@ private:
     char text_[1 << 20];
 };
 
-/// Counts the system calls.
+// Counts the system calls.
 class CountedCalls : public velm::detail::SystemFiles {
 public:
     CountedCalls() : previous_(velm::detail::set_system_files(this)) {}
@@ -112,7 +112,7 @@ private:
     velm::detail::SystemFiles* previous_;
 };
 
-/// The operations of every store of the comparison. Identifiers are 1 to the number of records.
+// The operations of every store of the comparison. Identifiers are 1 to the number of records.
 struct Objects {
     static constexpr const char* name = "velm ERObjectDataBase, 64 MB of nodes";
     explicit Objects(const std::string& path_) : path(path_ + ".velm") { open(); }

@@ -100,7 +100,7 @@ void TransTo(benchmark::State& state) {
 }
 BENCHMARK(TransTo)->DenseRange(identity, similitude);
 
-/// Point by point, as a curve's evaluation does it.
+// Point by point, as a curve's evaluation does it.
 void TransFromEachPoint(benchmark::State& state) {
     ERVec<ERPoint3D> array = points();
     const ERPmSimilitude3D t = make(static_cast<int>(state.range(0)));
@@ -171,7 +171,7 @@ void Invert(benchmark::State& state) {
 BENCHMARK(Invert)->Arg(rotation)->Arg(workplane)->Arg(similitude);
 
 #if defined(VELM_BENCH_EIGEN)
-/// By value: sixteen numbers on the stack, nothing shared and nothing reduced.
+// By value: sixteen numbers on the stack, nothing shared and nothing reduced.
 void Compose_EigenAffine(benchmark::State& state) {
     Eigen::Affine3d a = affine(make(workplane));
     Eigen::Affine3d b = affine(make(similitude));

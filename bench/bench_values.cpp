@@ -107,7 +107,7 @@ void clip_segment(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * point_count);
 }
 
-/// Sorting by direction needs no true angle.
+// Sorting by direction needs no true angle.
 void direction_by_pseudo_theta(benchmark::State& state) {
     const std::vector<ERPoint3D> points = points_of_space();
     for (auto _ : state) {

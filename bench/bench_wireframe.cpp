@@ -33,7 +33,7 @@ std::vector<ERPoint2D> points() {
     return result;
 }
 
-/// Runs `f` over the indices; its results are summed so that none is left out.
+// Runs `f` over the indices; its results are summed so that none is left out.
 template <class F>
 void run(benchmark::State& state, F f) {
     for (auto _ : state) {
@@ -115,8 +115,8 @@ void ellipse_kernel(benchmark::State& state) {
         return found[0].x;
     });
 }
-/// Bisection on the scaled multiplier, the textbook's robust way (Eberly, Distance from a Point to
-/// an Ellipse, without the shortcuts for points on the axes).
+// Bisection on the scaled multiplier, the textbook's robust way (Eberly, Distance from a Point to
+// an Ellipse, without the shortcuts for points on the axes).
 double bisected(double e0, double e1, double y0, double y1) {
     const double z0 = y0 / e0, z1 = y1 / e1, g = z0 * z0 + z1 * z1 - 1.0;
     const double r0 = (e0 / e1) * (e0 / e1);

@@ -21,7 +21,7 @@ void expect_near(const Values& a, const Values& b, double tolerance = 1e-12) {
         EXPECT_NEAR(a[i], b[i], tolerance) << i;
 }
 
-/// By the definition: the sum of the poles times Bernstein polynomials.
+// By the definition: the sum of the poles times Bernstein polynomials.
 Values by_sum(const double* poles, int count, double t, int dim) {
     Values point(static_cast<std::size_t>(dim));
     for (int i = 0; i < count; ++i)

@@ -94,8 +94,8 @@ double largest(const double* values, int n) {
     return result;
 }
 
-/// The bound n * condition * unit roundoff holds for elimination whose pivots don't grow, which
-/// partial pivoting makes the rule (Higham, Accuracy and Stability of Numerical Algorithms, 9.4).
+// The bound n * condition * unit roundoff holds for elimination whose pivots don't grow, which
+// partial pivoting makes the rule (Higham, Accuracy and Stability of Numerical Algorithms, 9.4).
 TEST(LinearAlgebra, SolvesInvertsAndTakesDeterminantsToTheProblemsCondition) {
     for (const Problem& p : problems("solve")) {
         SCOPED_TRACE(p.kind + " " + std::to_string(p.n));
@@ -172,7 +172,7 @@ TEST(LinearAlgebra, CholeskyFactorsToTheProblemsCondition) {
     EXPECT_TRUE(std::isnan(MatrixCholesky(ERMatrix<double>(2, 2, not_definite))(1, 1)));
 }
 
-/// Weyl: the computed eigenvalues are within the backward error of the true ones.
+// Weyl: the computed eigenvalues are within the backward error of the true ones.
 TEST(LinearAlgebra, EigenvaluesLieWithinRoundingOfTheNorm) {
     for (const Problem& p : problems("eigen")) {
         SCOPED_TRACE(p.kind + " " + std::to_string(p.n));
@@ -236,7 +236,7 @@ TEST(LinearAlgebra, EigenObjectsShareTheirArraysAfterAssignment) {
     EXPECT_NEAR(kept.GetEigenvalue(0), 3.0 + std::sqrt(8.0), 1e-14);
 }
 
-/// In every build: nothing is read or written beyond an array.
+// In every build: nothing is read or written beyond an array.
 TEST(LinearAlgebra, SizesThatDoNotFitGiveEmptyResults) {
     const ERMatrix<double> square = Hilbert(6), wide(2, 3), tall(3, 2);
     ERMatrix<double> cut = Hilbert(6); // its array is shorter than its rows and columns say

@@ -74,7 +74,7 @@ System broyden_tridiagonal() {
     }};
 }
 
-/// One equation, and a Jacobian that need not be its own.
+// One equation, and a Jacobian that need not be its own.
 System single(std::function<double(double)> f, double slope) {
     return {[f = std::move(f)](const Vector& x) { return Vector{f(x[0])}; },
             [slope](const Vector&) { return Matrix(1, 1, &slope); }};
@@ -180,7 +180,7 @@ TEST(NewtonSystem, EveryCode) {
 
 // ---- gradients ----
 
-/// A narrow valley with its bottom at (2, 1).
+// A narrow valley with its bottom at (2, 1).
 struct Valley : ERCNewtonH {
     explicit Valley(int domain = 1) : ERCNewtonH(1e-4), domain_(domain) {}
     Vector f(const Vector& x) override {

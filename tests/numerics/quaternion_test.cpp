@@ -17,7 +17,7 @@ void expect_near(const ERQuaternion& a, const ERQuaternion& b, double tolerance)
         EXPECT_NEAR(a[i], b[i], tolerance) << i;
 }
 
-/// Rodrigues' formula.
+// Rodrigues' formula.
 ERVector3D turned(const ERVector3D& v, const ERVector3D& axis, double angle) {
     return v * std::cos(angle) + (axis ^ v) * std::sin(angle) +
            axis * ((axis * v) * (1.0 - std::cos(angle)));

@@ -20,7 +20,7 @@ struct Problem {
     bool bernstein = false, apart = false;
     ERLimites limits{-kInfinity, kInfinity};
     std::vector<double> c;
-    std::vector<std::vector<Real>> groups; ///< of roots that rounding can't distinguish
+    std::vector<std::vector<Real>> groups; // of roots that rounding can't distinguish
 };
 
 std::vector<velm::RealRoot> solve(const Problem& p, double uncertainty = velm::kRoundedOnce) {
@@ -32,7 +32,7 @@ struct Value {
     Real p = 0.0, slope = 0.0, size = 0.0;
 };
 
-/// p, p' and the sum of the sizes of p's terms.
+// p, p' and the sum of the sizes of p's terms.
 Value evaluate(const Problem& p, Real x) {
     const int n = static_cast<int>(p.c.size()) - 1;
     const Real y = 1 - x;
@@ -48,8 +48,8 @@ Value evaluate(const Problem& p, Real x) {
     return v;
 }
 
-/// Compares the entries found with all roots in the limits, ascending, multiple ones repeated: none
-/// is lost, none invented, and simple ones are as accurate as their condition promises.
+// Compares the entries found with all roots in the limits, ascending, multiple ones repeated: none
+// is lost, none invented, and simple ones are as accurate as their condition promises.
 void judge(const Problem& p, const std::vector<Real>& roots,
            const std::vector<velm::RealRoot>& found) {
     const Real degree = Real(p.c.size()) - 1;
@@ -74,7 +74,7 @@ void judge(const Problem& p, const std::vector<Real>& roots,
     EXPECT_EQ(next, roots.size()) << "lost";
 }
 
-/// Reads the form that scripts/references/polynomials.py writes, or that of the real data.
+// Reads the form that scripts/references/polynomials.py writes, or that of the real data.
 std::vector<Problem> read(const std::string& path) {
     std::ifstream file(path);
     std::vector<Problem> problems;
@@ -136,8 +136,8 @@ TEST(RealRoots, PolynomialsOfAnotherRootFindersTests) {
     }
 }
 
-/// Multiplies roots j / 256 out, exactly. In the Bernstein basis each is a factor
-/// (256 - j) t - j (1 - t), and up to degree 5 the binomials divide 60.
+// Multiplies roots j / 256 out, exactly. In the Bernstein basis each is a factor
+// (256 - j) t - j (1 - t), and up to degree 5 the binomials divide 60.
 Problem from_roots(velm_test::Random& random, bool bernstein, std::vector<int>& roots) {
     const int degree = 1 + random.below(bernstein ? 5 : 6);
     Problem p;
@@ -158,7 +158,7 @@ Problem from_roots(velm_test::Random& random, bool bernstein, std::vector<int>& 
     return p;
 }
 
-/// Includes roots on the ends and multiple ones, at any scale of p and x.
+// Includes roots on the ends and multiple ones, at any scale of p and x.
 TEST(RealRoots, RootsMultipliedOutComeBack) {
     velm_test::Random random(31);
     for (int round = 0; round < 6000; ++round) {
@@ -185,8 +185,8 @@ TEST(RealRoots, RootsMultipliedOutComeBack) {
     }
 }
 
-/// The coefficients may be off by the uncertainty: the roots of polynomials that near are in the
-/// enclosures, no more of them in each than its multiplicity.
+// The coefficients may be off by the uncertainty: the roots of polynomials that near are in the
+// enclosures, no more of them in each than its multiplicity.
 TEST(RealRoots, EnclosuresHoldTheRootsOfAllNearPolynomials) {
     velm_test::Random random(32);
     for (int round = 0; round < 3000; ++round) {
@@ -209,7 +209,7 @@ TEST(RealRoots, EnclosuresHoldTheRootsOfAllNearPolynomials) {
     }
 }
 
-/// The sign of p's derivative of an order at x, in pairs, and the error of x that it allows.
+// The sign of p's derivative of an order at x, in pairs, and the error of x that it allows.
 struct Derivative {
     int sign;
     double reach;
@@ -232,9 +232,9 @@ Derivative derivative_at(const std::vector<double>& c, int order, double x) {
             0x1p-51 * std::fabs(x) + noise / std::fabs(slope.hi)};
 }
 
-/// The value of an entry is a zero of p's derivative of order multiplicity - 1, if that changes its
-/// sign in the enclosure: also for a cluster that has fewer roots, because of the roots next to it,
-/// than its own derivatives suggest.
+// The value of an entry is a zero of p's derivative of order multiplicity - 1, if that changes its
+// sign in the enclosure: also for a cluster that has fewer roots, because of the roots next to it,
+// than its own derivatives suggest.
 TEST(RealRoots, ValuesAreZerosOfTheDerivativeOfTheirMultiplicity) {
     struct Case {
         std::vector<double> c;

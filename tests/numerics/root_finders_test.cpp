@@ -23,7 +23,7 @@ Values times(const Values& p, const Values& q) {
     return result;
 }
 
-/// factor times the product of (x - root).
+// factor times the product of (x - root).
 Values product(double factor, const Values& roots) {
     Values c{factor};
     for (const double root : roots)
@@ -57,7 +57,7 @@ void expect_near(Values found, const Values& expected, double tolerance) {
         EXPECT_NEAR(found[i], expected[i], tolerance);
 }
 
-/// Multiplies the roots that Laguerre's method finds, complex ones too, out at one place.
+// Multiplies the roots that Laguerre's method finds, complex ones too, out at one place.
 void expect_complex_roots(const Values& c) {
     Values real(c.size()), imag(c.size()), work(c.size());
     LaguerreControl control;
@@ -69,8 +69,8 @@ void expect_complex_roots(const Values& c) {
     EXPECT_LE(std::abs(value - poly(c).evaluate(2.5)), 1e-5 * std::abs(value));
 }
 
-/// Well-separated real roots, on which the given finders do well, and complex pairs near them, with
-/// which the cascade loses roots.
+// Well-separated real roots, on which the given finders do well, and complex pairs near them, with
+// which the cascade loses roots.
 TEST(RootFinders, RootsMultipliedOutComeBack) {
     velm_test::Random random(41);
     for (int round = 0; round < 1000; ++round) {
@@ -117,8 +117,8 @@ TEST(RootFinders, RulesOfTheGivenOnes) {
     EXPECT_EQ(status(3, {-6.0, 11.0, -6.0, 1.0}, 1.0), LaguerreStatus_limit);
 }
 
-/// The worked examples of docs/behaviour.md: the roots that the given finders lose and invent, and
-/// velm::real_roots doesn't.
+// The worked examples of docs/behaviour.md: the roots that the given finders lose and invent, and
+// velm::real_roots doesn't.
 TEST(RootFinders, KnownLosses) {
     const Values thirds = product(1.0, {1.0, 2.0, 3.0});
     expect_near(laguerre(thirds, 1.0, 3.0), {1.0, 2.0}, 1e-8); // 3 is on the end

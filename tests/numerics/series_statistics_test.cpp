@@ -16,8 +16,8 @@ ERSerieStatistic series(const std::vector<double>& values, double lower, double 
     return s;
 }
 
-/// The variance comes from the difference of two mean squares: the loss of accuracy is the ratio of
-/// the mean square to the variance.
+// The variance comes from the difference of two mean squares: the loss of accuracy is the ratio of
+// the mean square to the variance.
 TEST(SeriesStatistics, AgreesWithCertifiedValuesToWhatTheFormulaKeeps) {
     std::ifstream certified(VELM_REAL_DATA "/statistics/certified.csv");
     if (!certified) GTEST_SKIP() << "no reference data here";

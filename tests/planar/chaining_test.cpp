@@ -34,7 +34,7 @@ public:
     int number;
 };
 
-/// A piece of a chain with its ends in the chain's order.
+// A piece of a chain with its ends in the chain's order.
 struct Laid {
     int number;
     ERPoint2D first, last;
@@ -55,7 +55,7 @@ ERChainedMetaSeg2D& chain_of(ERChainerProcessor& processor, int i) {
     return const_cast<ERChainedMetaSeg2D&>(*processor.getAt(i));
 }
 
-/// The rules of insertion on a plain list.
+// The rules of insertion on a plain list.
 struct ByRules {
     using Chain = t_SmartPtr<ERChainedMetaSeg2D>;
     std::list<Chain> chains;
@@ -82,8 +82,8 @@ struct ByRules {
     }
 };
 
-/// The same pieces to both, which must do the same with each; returns how many were refused. To
-/// look at a chain between is to change nothing.
+// The same pieces to both, which must do the same with each; returns how many were refused. To
+// look at a chain between is to change nothing.
 int insert_both(const std::vector<Line>& pieces, double tolerance, ERChainerProcessor& processor) {
     ByRules rules{{}, tolerance};
     int refused = 0;
@@ -179,7 +179,7 @@ TEST(Chaining, OutlinesCutToPiecesComeBackWhole) {
     }
 }
 
-/// Each edge of a "polyline closed n (x y bulge)*" as a piece, every other one turned round.
+// Each edge of a "polyline closed n (x y bulge)*" as a piece, every other one turned round.
 void insert_edges(const std::string& polyline, ERChainerProcessor& processor) {
     std::istringstream fields(polyline.substr(polyline.find(' ')));
     int closed = 0, count = 0;

@@ -21,7 +21,7 @@ bool before(const ERPoint2D& a, const ERPoint2D& b) {
     return a.x() < b.x() || (a.x() == b.x() && a.y() < b.y());
 }
 
-/// The two passes taken step by step, with normalised edges throughout.
+// The two passes taken step by step, with normalised edges throughout.
 Points by_rules(Points points) {
     if (points.size() < 2) return points;
     Points sorted = points, chains[2];
@@ -61,7 +61,7 @@ Points by_rules(Points points) {
     return points;
 }
 
-/// One set of points of some awkward sort.
+// One set of points of some awkward sort.
 Points sample(Random& random, int sort, int n) {
     Points points(static_cast<std::size_t>(n));
     const double scale = std::ldexp(1.0, random.below(40) - 20);
@@ -138,8 +138,8 @@ TEST(ConvexHull, OfLatticePointsIsTheStrictHull) {
     }
 }
 
-/// A set of whole numbers that doubles hold and products don't: scattered, near one line, near a
-/// circle, with repeats.
+// A set of whole numbers that doubles hold and products don't: scattered, near one line, near a
+// circle, with repeats.
 Points wide_sample(Random& random, int n) {
     const int sort = random.below(4);
     const double size = std::ldexp(1.0, 10 + random.below(42));
@@ -157,8 +157,8 @@ Points wide_sample(Random& random, int n) {
     return points;
 }
 
-/// Against whole-number arithmetic of 128 bits: the turns are strict and no point is outside, which
-/// only the hull fulfils.
+// Against whole-number arithmetic of 128 bits: the turns are strict and no point is outside, which
+// only the hull fulfils.
 TEST(ConvexHull, ExactOneIsExact) {
     __extension__ using Wide = __int128;
     const auto turn = [](const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {

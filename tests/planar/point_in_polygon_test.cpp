@@ -23,8 +23,8 @@ bool within_edge(Site p, Site a, Site b) {
            std::min(a.y, b.y) <= p.y && p.y <= std::max(a.y, b.y);
 }
 
-/// The results that Inside may give for a lattice point, in exact arithmetic. A point on a vertex
-/// and on an edge elsewhere may give either result.
+// The results that Inside may give for a lattice point, in exact arithmetic. A point on a vertex
+// and on an edge elsewhere may give either result.
 std::vector<relpos> allowed(Site p, const std::vector<Site>& polygon) {
     bool on_vertex = false, on_edge = false, odd = false;
     for (std::size_t i = 0; i < polygon.size(); ++i) {
@@ -69,7 +69,7 @@ TEST(Inside, AgreesWithExactArithmeticOnLatticePolygons) {
         EXPECT_GT(count, 500);
 }
 
-/// The rules taken one by one, edge by edge.
+// The rules taken one by one, edge by edge.
 relpos by_rules(const ERPoint2D& p, const Polygon& points) {
     bool odd = false;
     const auto edge = [&](const ERPoint2D& a, const ERPoint2D& b) {
@@ -90,8 +90,8 @@ relpos by_rules(const ERPoint2D& p, const Polygon& points) {
     return odd ? relpos_inside : relpos_outside;
 }
 
-/// Coordinates that meet each other and the limits of every shortcut: few values, near misses of
-/// the edge tolerance, abscissae beyond the ray's end, extremes, infinities and NaN.
+// Coordinates that meet each other and the limits of every shortcut: few values, near misses of
+// the edge tolerance, abscissae beyond the ray's end, extremes, infinities and NaN.
 double awkward(Random& random) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     constexpr double special[] = {0.0,     -0.0,     1e-10,    -1e-10,   1e-300, 5e-324,

@@ -62,7 +62,7 @@ std::map<std::pair<std::string, int>, Polygon> read_rings(std::istream& in) {
     return rings;
 }
 
-/// The rows of a table by commas, without its head.
+// The rows of a table by commas, without its head.
 std::vector<std::vector<std::string>> read_table(std::istream& in) {
     std::vector<std::vector<std::string>> rows;
     std::string line;
@@ -111,8 +111,8 @@ TEST_F(RegionData, InsideAgreesOnAllTestPoints) {
     }
 }
 
-/// The winding number of the ring about p, edge by edge, in twice the precision of the library's
-/// answers; none if p is nearer to an edge than `clear`.
+// The winding number of the ring about p, edge by edge, in twice the precision of the library's
+// answers; none if p is nearer to an edge than `clear`.
 std::optional<int> windings(const Polygon& ring, const ERPoint2D& p, double clear) {
     int windings = 0;
     for (int i = 0, n = ring.size(); i < n; ++i) {
@@ -183,7 +183,7 @@ TEST_F(RegionData, CountriesAgreeWithWindingNumbers) {
     std::printf("%d points, %d by the raster, %d left out\n", answered, by_raster, left_out);
 }
 
-/// A bound of the rounding of the answers, which are sums of products x y.
+// A bound of the rounding of the answers, which are sums of products x y.
 double area_error(const Polygon& ring) {
     double sum = 0.0;
     for (int i = 0; i < ring.size(); ++i) {
@@ -249,7 +249,7 @@ std::vector<Case> read_cases(std::istream& in) {
     return cases;
 }
 
-/// The place of p in an area: the rings of one polygon by even-odd, its boundary first.
+// The place of p in an area: the rings of one polygon by even-odd, its boundary first.
 char place(const ERPoint2D& p, const std::vector<Part>& rings) {
     std::map<int, bool> inside;
     for (const Part& ring : rings) {

@@ -28,7 +28,7 @@ ERRegion2D region_of(const std::vector<Polygon>& contours, bool outer) {
     return region;
 }
 
-/// The rules, step by step, with nothing kept or skipped.
+// The rules, step by step, with nothing kept or skipped.
 struct ByRules {
     std::vector<Polygon> contours;
     bool outer;
@@ -145,8 +145,8 @@ std::vector<std::string> all_bits(const Range& range) {
     return all;
 }
 
-/// A contour about c: a star of random spikes, a smooth one, or sites of a lattice in any order;
-/// the last vertex may repeat the first, a coordinate may be odd.
+// A contour about c: a star of random spikes, a smooth one, or sites of a lattice in any order;
+// the last vertex may repeat the first, a coordinate may be odd.
 Polygon contour(Random& random, const ERPoint2D& c, double size, int vertices, int shape,
                 bool may_be_odd = false) {
     Polygon v;
@@ -168,7 +168,7 @@ Polygon contour(Random& random, const ERPoint2D& c, double size, int vertices, i
 
 class RegionByRules : public testing::Test {
 protected:
-    /// A random region, its rules, and places worth asking about.
+    // A random region, its rules, and places worth asking about.
     void make(Random& random) {
         const double size = random.below(5) == 0 ? 1e-4 : random.below(2) ? 4.0 : 1e3;
         rules = {{}, random.below(3) > 0};

@@ -12,14 +12,14 @@ using velm_test::PlainMap;
 using velm_test::RandomTransformations;
 
 constexpr int rounds = 50;
-/// Rounding at coordinates of some hundreds.
+// Rounding at coordinates of some hundreds.
 constexpr double rounding = 1e-11;
 
 void expect_near(const ERPoint3D& a, const ERPoint3D& b) {
     EXPECT_TRUE(isEqual(a, b, rounding)) << a << " " << b;
 }
 
-/// The kind of A * B before reduction; rows A, columns B, both in the order of `kinds`.
+// The kind of A * B before reduction; rows A, columns B, both in the order of `kinds`.
 constexpr const char* composed[] = {"ITRWSYM", "TTWWMMM", "RWRWMMM", "WWWWMMM",
                                     "SMMMSMM", "YMMMMMM", "MMMMMMM"};
 

@@ -68,7 +68,7 @@ TEST(ThreadsHandles, ShareBodiesWithoutRaces) {
 
 std::atomic<int> late_results{0};
 
-/// Made before the thread's identity, so destroyed after it.
+// Made before the thread's identity, so destroyed after it.
 struct Late {
     ~Late() {
         late_results += (held * ERPmIsometrie3D()).body() == held.body();

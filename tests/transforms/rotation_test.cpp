@@ -22,7 +22,7 @@ void expect_near(const Value& a, const Value& b, double tolerance = rounding) {
     EXPECT_TRUE(isEqual(a, b, tolerance)) << a << " " << b;
 }
 
-/// v turned about a unit axis (Rodrigues).
+// v turned about a unit axis (Rodrigues).
 ERVector3D turned(const ERVector3D& v, const ERVector3D& axis, double angle) {
     return v * std::cos(angle) + (axis ^ v) * std::sin(angle) +
            axis * ((axis * v) * (1 - std::cos(angle)));

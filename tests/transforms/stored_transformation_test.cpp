@@ -17,7 +17,7 @@ std::string numbers(const ERMatrix<double>& m) {
     return std::string(reinterpret_cast<const char*>(m.view().data()), m.view().size_bytes());
 }
 
-/// A matrix in a stored form: rows, columns, bytes of the body, elements.
+// A matrix in a stored form: rows, columns, bytes of the body, elements.
 std::string record(const ERMatrix<double>& m) {
     return bytes_of(m.rows(), m.columns(), 8 * m.size()) + numbers(m);
 }
@@ -80,7 +80,7 @@ int load(const std::string& form, Value& value) {
     return load_cause(form, [&](CArchive& archive) { archive >> value; });
 }
 
-/// The archive's bytes give the value back, and cut short anywhere they leave `again` unchanged.
+// The archive's bytes give the value back, and cut short anywhere they leave `again` unchanged.
 template <class Value>
 void expect_archived(const Value& t, const std::string& form, Value again) {
     EXPECT_EQ(archived([&](CArchive& archive) { archive << t; }), form);

@@ -20,7 +20,7 @@ EREllipse2D random_ellipse() {
                        {draw.uniform(-9, 9), draw.uniform(-9, 9)});
 }
 
-/// The sum of the distances to the foci less the big axis: 0 on the ellipse.
+// The sum of the distances to the foci less the big axis: 0 on the ellipse.
 double off_ellipse(const EREllipse2D& e, const ERPoint2D& p) {
     return distance(p, e.focus1()) + distance(p, e.focus2()) - e.getBigAxe();
 }

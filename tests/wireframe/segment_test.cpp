@@ -21,7 +21,7 @@ public:
 using Dimensions = testing::Types<velm::Plane, velm::Space>;
 TYPED_TEST_SUITE(Segment, Dimensions);
 
-/// Rounding at coordinates of some hundreds.
+// Rounding at coordinates of some hundreds.
 constexpr double rounding = 1e-12;
 
 template <class Point>
@@ -79,7 +79,7 @@ TYPED_TEST(Segment, TakesItsOwnEndsAndItsOwnPointer) {
     }
 }
 
-/// Straight is straight for any tolerance from 0 on, wherever in space.
+// Straight is straight for any tolerance from 0 on, wherever in space.
 TYPED_TEST(Segment, SmashInsertsNothing) {
     for (int round = 0; round < 400; ++round) {
         typename TypeParam::Segment s = this->segment();

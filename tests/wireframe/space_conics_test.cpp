@@ -119,7 +119,7 @@ TEST(SegmentInSpace, MovesAndIsProjected) {
     }
 }
 
-/// How far the projected point is from the 2D entity.
+// How far the projected point is from the 2D entity.
 double off_image(EREntity2DWF& image, const ERPoint2D& p) {
     if (auto* arc = dynamic_cast<ERArcEllipse2D*>(&image))
         return velm::closest_point(*arc, p).distance;
@@ -150,8 +150,8 @@ void expect_projection(Arc arc, const ERPmIsometrie3D& view) {
     EXPECT_TRUE(isEqual(box.MaxPoint(), sampled.MaxPoint(), 1e-4));
 }
 
-/// Oblique, from both sides and edge on; `Flat` and `FlatPart` are the curve's classes in its own
-/// plane.
+// Oblique, from both sides and edge on; `Flat` and `FlatPart` are the curve's classes in its own
+// plane.
 template <class Base, class Flat, class FlatPart, class Arc>
 void expect_projections(const Arc& arc) {
     const ERVector3D n = arc.normale(), along = arc.getRepere().getVector(Coord3D_X) * 0.6 +
@@ -220,7 +220,7 @@ TEST(EllipseInSpace, ConstructionsAgree) {
     }
 }
 
-/// Size and round trip of the stored form, and a new object by its class's name.
+// Size and round trip of the stored form, and a new object by its class's name.
 template <class Entity>
 void expect_stored(const Entity& entity, unsigned int bytes) {
     const std::string record = velm_test::record_of(entity), text = text_of(entity);

@@ -47,8 +47,8 @@ void CasteljauAll(const double* poles, double* triangle, int count, double t, in
 
 namespace {
 
-/// An evaluation with degree and number of components known to the compiler, which unrolls it: the
-/// same operations in the same order.
+// An evaluation with degree and number of components known to the compiler, which unrolls it: the
+// same operations in the same order.
 using Evaluation = void (*)(const double* poles, double t, double* out);
 constexpr unsigned kFixedDegrees = 9;
 constexpr unsigned kFixedComponents = 4;
@@ -59,7 +59,7 @@ constexpr std::array<Evaluation, sizeof...(I)> evaluations(std::index_sequence<I
         Scheme::template fixed<int(I / kFixedComponents) + 1, int(I % kFixedComponents) + 1>...};
 }
 
-/// The scheme's evaluation for these sizes; null if there is none.
+// The scheme's evaluation for these sizes; null if there is none.
 template <class Scheme>
 Evaluation evaluation(int count, int dim) {
     static constexpr auto table =
@@ -82,8 +82,8 @@ constexpr auto kBinomials = [] {
 }();
 
 struct HornerScheme {
-    /// Components is 0 if their number is known only at run time. A row of binomials is the same
-    /// from both ends, so one loop serves both.
+    // Components is 0 if their number is known only at run time. A row of binomials is the same
+    // from both ends, so one loop serves both.
     template <int Components>
     [[gnu::always_inline]] static void run(const double* poles, int degree, const double* binomial,
                                            double t, int dim, double* out) {
@@ -113,7 +113,7 @@ struct HornerScheme {
     }
 };
 
-/// One component after the other, so that the values in work stay in registers.
+// One component after the other, so that the values in work stay in registers.
 struct CasteljauScheme {
     template <int Degree, int Components>
     static void fixed(const double* poles, double t, double* out) {

@@ -20,7 +20,7 @@ constexpr int kNewtonSteps = 100;
 
 bool is_zero(double value) { return std::fabs(value) <= kZero; }
 
-/// Newton's method from the middle of [a, b], then from its ends; appends a result within it.
+// Newton's method from the middle of [a, b], then from its ends; appends a result within it.
 void append_root(ERNewtonSSolver& solver, double a, double b, std::vector<double>& roots) {
     for (const double start : {(a + b) * 0.5, a, b}) {
         double x = start;
@@ -29,7 +29,7 @@ void append_root(ERNewtonSSolver& solver, double a, double b, std::vector<double
     }
 }
 
-/// The roots of q in the pieces between consecutive places.
+// The roots of q in the pieces between consecutive places.
 std::vector<double> roots_between(const std::vector<double>& places, const ERPolynome& q,
                                   const ERPolynome& derivative, const ERLimites& limits) {
     ERCNewtonSPolynome problem(q, derivative);

@@ -14,7 +14,7 @@ constexpr double eps = std::numeric_limits<double>::epsilon();
 using Points = std::vector<ERPoint2D>;
 using Vector3 = std::array<double, 3>;
 
-/// A (x^2 + y^2) + B x + C y + D = 0; normalised, B^2 + C^2 - 4 A D = 1. A is 0 for a line.
+// A (x^2 + y^2) + B x + C y + D = 0; normalised, B^2 + C^2 - 4 A D = 1. A is 0 for a line.
 struct Equation {
     double a = 0.0, b = 0.0, c = 0.0, d = 0.0;
 
@@ -27,7 +27,7 @@ struct Equation {
     ERPoint2D centre() const { return {-b / (2.0 * a), -c / (2.0 * a)}; }
 };
 
-/// r / R for a value of the equation: 0 at the centre, 1 on the rim.
+// r / R for a value of the equation: 0 at the centre, 1 on the rim.
 double relative_radius(double a, double value) {
     return std::sqrt(std::max(1.0 + 4.0 * a * value, 0.0));
 }
@@ -41,7 +41,7 @@ double sum_of_squares(const Equation& e, const Points& points) {
     return sum;
 }
 
-/// The points about their centroid, on their axes, with a mean square distance of 1.
+// The points about their centroid, on their axes, with a mean square distance of 1.
 Points normalised(std::span<const ERPoint2D> points, const PrincipalAxes<Plane>& axes,
                   double scale) {
     Points result;
@@ -71,7 +71,7 @@ Moments moments_of(const Points& points) {
     return m;
 }
 
-/// The least root of Taubin's cubic, by Newton's method from 0, which reaches it from below.
+// The least root of Taubin's cubic, by Newton's method from 0, which reaches it from below.
 double least_root(const Moments& m) {
     const double cov = m.xx * m.yy - m.xy * m.xy, var_z = m.zz - m.z * m.z;
     const double a3 = 4.0 * m.z, a2 = -3.0 * m.z * m.z - m.zz;
@@ -107,8 +107,8 @@ Equation start_of(const Points& points) {
     return sum_of_squares(round, points) < sum_of_squares(straight, points) ? round : straight;
 }
 
-/// The point of the rim nearest to the centroid; if the centroid is near the centre, the one in the
-/// direction of the first point.
+// The point of the rim nearest to the centroid; if the centroid is near the centre, the one in the
+// direction of the first point.
 ERPoint2D rim_point(const Equation& e, const ERPoint2D& first) {
     const ERVector2D g(e.b, e.c);
     const double length = g.norme();
@@ -119,11 +119,11 @@ ERPoint2D rim_point(const Equation& e, const ERPoint2D& first) {
     return centre + out.getnormalized() * (0.5 / std::fabs(e.a));
 }
 
-/// The circle as A, D and the angle of (B, C).
+// The circle as A, D and the angle of (B, C).
 struct Parameters {
     double a = 0.0, d = 0.0, phi = 0.0;
 
-    /// |(B, C)| squared; it must be positive for a circle.
+    // |(B, C)| squared; it must be positive for a circle.
     double square() const { return 1.0 + 4.0 * a * d; }
     Equation equation() const {
         const double length = std::sqrt(square());
@@ -134,17 +134,17 @@ struct Parameters {
     }
 };
 
-/// Half the sum of squares at given parameters, with its derivatives.
+// Half the sum of squares at given parameters, with its derivatives.
 struct Expansion {
     double squares = 0.0;
     Vector3 gradient{};
-    std::array<Vector3, 3> hessian{}; ///< upper triangle
-    Vector3 damped{};                 ///< the diagonal without second derivatives, never negative
+    std::array<Vector3, 3> hessian{}; // upper triangle
+    Vector3 damped{};                 // the diagonal without second derivatives, never negative
 };
 
-/// A distance d solves A d^2 + d = P, where P is the equation's value. Hence
-///   d_i  = (P_i - [i is A] d^2) / Q,   Q = 1 + 2 A d = r / R,
-///   d_ij = (P_ij - 2 d ([i is A] d_j + [j is A] d_i) - 2 A d_i d_j) / Q.
+// A distance d solves A d^2 + d = P, where P is the equation's value. Hence
+//   d_i  = (P_i - [i is A] d^2) / Q,   Q = 1 + 2 A d = r / R,
+//   d_ij = (P_ij - 2 d ([i is A] d_j + [j is A] d_i) - 2 A d_i d_j) / Q.
 Expansion expand(const Parameters& q, const Points& points) {
     constexpr double near_center = 1e-9; // where the distance has no derivative
     const Equation e = q.equation();
@@ -175,8 +175,8 @@ Expansion expand(const Parameters& q, const Points& points) {
     return result;
 }
 
-/// Solves (hessian + damping * diagonal) step = -gradient by Cholesky's factorisation after
-/// scaling. False if the matrix is not positive definite.
+// Solves (hessian + damping * diagonal) step = -gradient by Cholesky's factorisation after
+// scaling. False if the matrix is not positive definite.
 bool damped_step(const Expansion& e, double damping, Vector3& step) {
     Vector3 scale;
     for (std::size_t k = 0; k < 3; ++k) {
@@ -208,7 +208,7 @@ bool damped_step(const Expansion& e, double damping, Vector3& step) {
     return true;
 }
 
-/// Damped Newton steps, until they are as small as rounding or stop shrinking near it.
+// Damped Newton steps, until they are as small as rounding or stop shrinking near it.
 bool iterate(Parameters& q, const Points& points, CircleIteration& iteration) {
     constexpr int most_steps = 200;
     // Steps are in units of the points' spread. The sum is flat at its minimum: a step s changes it

@@ -10,7 +10,7 @@
 namespace velm::detail {
 namespace {
 
-/// An element's index in a row-major array. Sizes are an int or a constant, see with_size.
+// An element's index in a row-major array. Sizes are an int or a constant, see with_size.
 template <class Size>
 std::size_t at(Size columns, int i, int j) {
     return std::size_t(columns) * std::size_t(i) + std::size_t(j);
@@ -42,7 +42,7 @@ void eliminate_below(double* m, Rows rows, Columns columns, int k) {
     }
 }
 
-/// Factorises the first columns; the columns to the right of them go through the same steps.
+// Factorises the first columns; the columns to the right of them go through the same steps.
 template <class Rows, class Columns>
 int factorise(double* m, Rows rows, Columns columns, int* perm, int& swaps, double tolerance) {
     swaps = 0;

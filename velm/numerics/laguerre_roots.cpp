@@ -10,30 +10,30 @@ namespace {
 
 using Complex = std::complex<double>;
 
-/// Leading coefficients up to this, absolute, are dropped: next to coefficients of about 1 they put
-/// a root at 1e10 or beyond, and deflating that root would cost the others their digits.
+// Leading coefficients up to this, absolute, are dropped: next to coefficients of about 1 they put
+// a root at 1e10 or beyond, and deflating that root would cost the others their digits.
 constexpr double ignored_leading = 1e-10;
-/// Imaginary parts below this are tried as 0; it may be that wide, because the real part is taken
-/// only if p counts as zero there too.
+// Imaginary parts below this are tried as 0; it may be that wide, because the real part is taken
+// only if p counts as zero there too.
 constexpr double nearly_real = 0.1;
-/// Evaluations without a smaller |p| before the search restarts from another point. Where
-/// Laguerre's steps converge they shrink from the second or third on, and cubically in the end.
+// Evaluations without a smaller |p| before the search restarts from another point. Where
+// Laguerre's steps converge they shrink from the second or third on, and cubically in the end.
 constexpr int stalls_allowed = 5;
-/// As many as there are starts: five directions, 45 degrees apart, in the upper half plane; the
-/// conjugates add nothing, as the coefficients are real.
+// As many as there are starts: five directions, 45 degrees apart, in the upper half plane; the
+// conjugates add nothing, as the coefficients are real.
 constexpr int restarts_allowed = 5;
-/// Powers of two kept free below the largest double when p is evaluated, for the sums of its terms.
+// Powers of two kept free below the largest double when p is evaluated, for the sums of its terms.
 constexpr double spare_exponents = 40.0;
 
 double squared_size(Complex z) { return z.real() * z.real() + z.imag() * z.imag(); }
 double size(Complex z) { return ScaledHypot(z.real(), z.imag()); }
 
-/// a b, without the repair of infinities in the language's own product.
+// a b, without the repair of infinities in the language's own product.
 Complex product(Complex a, Complex b) {
     return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
 }
 
-/// a / b by Smith's method.
+// a / b by Smith's method.
 Complex quotient(Complex a, Complex b) {
     if (std::fabs(b.real()) >= std::fabs(b.imag())) {
         const double ratio = b.imag() / b.real();
@@ -45,14 +45,14 @@ Complex quotient(Complex a, Complex b) {
     return {(ratio * a.real() + a.imag()) / divisor, (ratio * a.imag() - a.real()) / divisor};
 }
 
-/// The whole part of x, limited to 1e6 in size, which is beyond every exponent; 0 for a NaN.
+// The whole part of x, limited to 1e6 in size, which is beyond every exponent; 0 for a NaN.
 int whole(double x) {
     constexpr double most = 1e6;
     if (std::isnan(x)) return 0;
     return static_cast<int>(std::clamp(x, -most, most));
 }
 
-/// One run of LaguerreZeros.
+// One run of LaguerreZeros.
 class Finder {
 public:
     Finder(int degree, double* work, const LaguerreControl& control, double* real_, double* imag_)
@@ -113,7 +113,7 @@ int Finder::run(LaguerreControl& control) {
     return found ? 0 : n;
 }
 
-/// Iterates to a root and divides it out.
+// Iterates to a root and divides it out.
 bool Finder::next_root() {
     LaguerreValues v{};
     for (bool converged = false; !converged; converged = evaluate(x, v)) {
@@ -131,7 +131,7 @@ bool Finder::next_root() {
     return true;
 }
 
-/// The bounds and starts for a new root.
+// The bounds and starts for a new root.
 void Finder::prepare() {
     const double ln2 = std::log(2.0);
     const int expLimit = whole(std::log(DBL_MAX) / ln2 - spare_exponents);
@@ -159,7 +159,7 @@ void Finder::prepare() {
     if (size(x) > 2.0 * r) x = 0.0;
 }
 
-/// Moves to the next point: a Laguerre step, or a new start if steps have brought no progress.
+// Moves to the next point: a Laguerre step, or a new start if steps have brought no progress.
 void Finder::move(const LaguerreValues& v) {
     if (count >= 2 && !(v.size < before) && ++stalls >= stalls_allowed &&
         restarts < restarts_allowed) {
@@ -200,7 +200,7 @@ void Finder::step(const LaguerreValues& v) {
     }
 }
 
-/// Stores the root, or the pair, and divides it out.
+// Stores the root, or the pair, and divides it out.
 void Finder::store() {
     real[n] = x.real();
     imag[n] = x.imag();
@@ -239,7 +239,7 @@ void Finder::deflate() {
     splice(m);
 }
 
-/// Joins the forward quotient in a and the backward one in b, of degree m, where they agree best.
+// Joins the forward quotient in a and the backward one in b, of degree m, where they agree best.
 void Finder::splice(int m) {
     const auto difference = [this](int i) {
         return std::fabs(a[i] - b[i]) / (std::fabs(a[i]) + std::fabs(b[i]));

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// A copy with a body of its own; empty if m's array lacks elements.
+// A copy with a body of its own; empty if m's array lacks elements.
 ERMatrix<double> own_copy(const ERMatrix<double>& m) {
     if (!m.is_whole()) return {};
     return ERMatrix<double>(m.rows(), m.columns(), m.view().data());
@@ -62,7 +62,7 @@ ERMatrix<double> ERLUDecomp::P() const {
 
 namespace {
 
-/// Forward and back substitution in place, on the packed factors of a square matrix.
+// Forward and back substitution in place, on the packed factors of a square matrix.
 template <class Size>
 void substitute(const double* lu, Size n, double* x) {
     const double* line = lu;
@@ -81,7 +81,7 @@ void substitute(const double* lu, Size n, double* x) {
     }
 }
 
-/// The same for a row of right-hand sides: the same terms in the same order for each unknown.
+// The same for a row of right-hand sides: the same terms in the same order for each unknown.
 void substitute(const double* lu, int n, double* x, int right_hand_sides) {
     const std::ptrdiff_t width = right_hand_sides;
     const auto subtract = [x, width](int from, double factor, int what) {

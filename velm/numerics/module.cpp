@@ -6,7 +6,7 @@ namespace {
 
 constinit AFX_EXTENSION_MODULE velm_module;
 
-/// The record, ready even if a host's static initialiser runs before the library's own.
+// The record, ready even if a host's static initialiser runs before the library's own.
 AFX_EXTENSION_MODULE& initialised_module() {
     AfxInitExtensionModule(velm_module, &velm_module);
     return velm_module;
@@ -14,8 +14,8 @@ AFX_EXTENSION_MODULE& initialised_module() {
 
 enum class Reason { process_attach, process_detach };
 
-/// The library's entry point. Threads need nothing here: their records are made at first use and
-/// end with the thread.
+// The library's entry point. Threads need nothing here: their records are made at first use and
+// end with the thread.
 int entry_point(Reason reason) {
     if (reason == Reason::process_attach) {
         OutputDebugStringA("VELM.DLL Initializing!\n");

@@ -18,12 +18,12 @@ constexpr double kSpuriousGradient = 1e-06;
 constexpr double kLongestStep = 100.0;
 constexpr double kEnoughDescent = 0.0001;
 
-/// Whether all elements are below the limit in absolute value; a NaN isn't.
+// Whether all elements are below the limit in absolute value; a NaN isn't.
 bool all_below(const ERVec<double>& f, double limit) {
     return std::ranges::all_of(f.view(), [limit](double x) { return std::fabs(x) < limit; });
 }
 
-/// The largest of |step[i]| * weight relative to max(|x[i]|, 1).
+// The largest of |step[i]| * weight relative to max(|x[i]|, 1).
 double relative_length(const ERVec<double>& step, const ERVec<double>& x) {
     double test = 0.0;
     for (std::size_t i = 0; i < step.view().size(); ++i)
@@ -39,14 +39,14 @@ double relative_gradient(const ERVec<double>& g, const ERVec<double>& x, double 
     return test;
 }
 
-/// A point of the line search: step length and merit there, and the merit at the start.
+// A point of the line search: step length and merit there, and the merit at the start.
 struct Trial {
     double length;
     double merit;
     double start_merit;
 };
 
-/// The minimum of the parabola or cubic through the trials made.
+// The minimum of the parabola or cubic through the trials made.
 double next_length(const Trial& now, const Trial& before, double slope) {
     if (now.length == 1.0) return slope / ((now.merit - now.start_merit - slope) * -2.0);
     const double r1 = now.merit - now.start_merit - now.length * slope;

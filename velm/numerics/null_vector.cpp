@@ -9,7 +9,7 @@
 
 namespace {
 
-/// A working copy with at least one row for every column except the last; missing rows are zeros.
+// A working copy with at least one row for every column except the last; missing rows are zeros.
 class Elimination {
 public:
     Elimination(const double* values, int rows, int columns)
@@ -42,7 +42,7 @@ public:
 private:
     double& at(int i, int j) { return a_[std::size_t(columns_) * std::size_t(i) + std::size_t(j)]; }
 
-    /// Brings the largest remaining element to each diagonal place in turn.
+    // Brings the largest remaining element to each diagonal place in turn.
     void order_by_size() {
         const int steps = std::min(rows_, columns_);
         for (int k = 0; k < steps; ++k) {
@@ -64,7 +64,7 @@ private:
         }
     }
 
-    /// The remaining system without the first unknown.
+    // The remaining system without the first unknown.
     Elimination reduced() {
         const int rows = std::max(rows_ - 1, columns_ - 2);
         std::vector<double> b;

@@ -34,7 +34,7 @@ int ERPolynome2Var::degreeV() const {
 
 namespace {
 
-/// An element; 0.0 if a matrix that was resized as an array lacks it.
+// An element; 0.0 if a matrix that was resized as an array lacks it.
 double element(const ERMatrix<double>& m, int i, int j) {
     const std::size_t index = std::size_t(m.columns()) * std::size_t(i) + std::size_t(j);
     return index < m.view().size() ? m.view()[index] : 0.0;

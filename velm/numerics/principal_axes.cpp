@@ -17,11 +17,11 @@ using Axes = std::array<typename D::Vector, PrincipalAxes<D>::n>;
 template <std::size_t n>
 using Symmetric = std::array<std::array<double, n>, n>;
 
-/// Two points are processed side by side: twice the sums in one step, and no addition waits for the
-/// previous one.
+// Two points are processed side by side: twice the sums in one step, and no addition waits for the
+// previous one.
 using Pair [[gnu::vector_size(16)]] = double;
 
-/// The offsets of two points from a place, coordinate by coordinate.
+// The offsets of two points from a place, coordinate by coordinate.
 template <std::size_t n>
 struct Offsets {
     Pair at[n];
@@ -29,8 +29,8 @@ struct Offsets {
 
 double total(const Pair& sum) { return sum[0] + sum[1]; }
 
-/// Calls add(offsets) for the points two by two; the place itself is the partner of an odd last
-/// point.
+// Calls add(offsets) for the points two by two; the place itself is the partner of an odd last
+// point.
 template <class Point, class Add>
 void for_each_pair(std::span<const Point> points, const Point& place, Add add) {
     constexpr std::size_t n = Point::components;
@@ -46,8 +46,8 @@ void for_each_pair(std::span<const Point> points, const Point& place, Add add) {
     if (i < points.size()) add(offsets(points[i], place));
 }
 
-/// The moments of coordinates(p - centre) over all points, corrected for their means, which are
-/// written to `means`.
+// The moments of coordinates(p - centre) over all points, corrected for their means, which are
+// written to `means`.
 template <class D, class Coordinates>
 Symmetric<PrincipalAxes<D>::n> moments(std::span<const typename D::Point> points,
                                        const typename D::Point& centre, Coordinates coordinates,
@@ -75,7 +75,7 @@ Symmetric<PrincipalAxes<D>::n> moments(std::span<const typename D::Point> points
     return result;
 }
 
-/// Turns axes k and l so that m[k][l] vanishes.
+// Turns axes k and l so that m[k][l] vanishes.
 template <std::size_t n, class Vector>
 void rotate(Symmetric<n>& m, std::array<Vector, n>& axis, std::size_t k, std::size_t l) {
     const double theta = (m[l][l] - m[k][k]) / (2.0 * m[k][l]);
@@ -95,8 +95,8 @@ void rotate(Symmetric<n>& m, std::array<Vector, n>& axis, std::size_t k, std::si
     axis[l] = old * s + axis[l] * c;
 }
 
-/// Cyclic Jacobi: carries `axis` to the axes of m, by decreasing diagonal. An element counts as
-/// zero if it can change neither of its diagonal elements, so small ones keep their digits.
+// Cyclic Jacobi: carries `axis` to the axes of m, by decreasing diagonal. An element counts as
+// zero if it can change neither of its diagonal elements, so small ones keep their digits.
 template <std::size_t n, class Vector>
 void diagonalise(Symmetric<n>& m, std::array<Vector, n>& axis) {
     constexpr int most_sweeps = 30; // far more than needed, as convergence is quadratic
@@ -137,8 +137,8 @@ bool finite(const typename D::Point& p) {
     return true;
 }
 
-/// For points whose squares overflow or vanish: the axes about the first point, in a scale of their
-/// own.
+// For points whose squares overflow or vanish: the axes about the first point, in a scale of their
+// own.
 template <class D>
 PrincipalAxes<D> scaled_axes(std::span<const typename D::Point> points) {
     using Point = typename D::Point;

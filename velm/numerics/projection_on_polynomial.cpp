@@ -10,8 +10,8 @@ namespace {
 
 ERPolynome one() { return ERPolynome(polyValue, 1.0); }
 
-/// Adds (x - coordinate w)(x' w - x w') to the sum, coefficient by coefficient; d is the largest
-/// degree of all.
+// Adds (x - coordinate w)(x' w - x w') to the sum, coefficient by coefficient; d is the largest
+// degree of all.
 void add_perpendicularity(const ERPolynome& x, const ERPolynome& w, double coordinate, int d,
                           ERPolynome& sum) {
     ERPolynome offset(polyConstruct, d);

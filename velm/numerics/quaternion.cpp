@@ -5,8 +5,8 @@
 
 namespace {
 
-/// The sine of an angle counts as zero below this in Exp, Log and the interpolations; the results
-/// depend on it, so it is part of the contract.
+// The sine of an angle counts as zero below this in Exp, Log and the interpolations; the results
+// depend on it, so it is part of the contract.
 constexpr double kSmallSine = 0.001;
 
 ERQuaternion interpolate(double t, const ERQuaternion& p, const ERQuaternion& q, double phase) {
@@ -16,7 +16,7 @@ ERQuaternion interpolate(double t, const ERQuaternion& p, const ERQuaternion& q,
     return p * (std::sin((1.0 - t) * a - phase) / s) + q * (std::sin(t * a + phase) / s);
 }
 
-/// The nine elements of a rotation matrix, row by row.
+// The nine elements of a rotation matrix, row by row.
 void write_rotation(const ERQuaternion& q, double* m) {
     const double w = q[0], x = q[1], y = q[2], z = q[3];
     m[0] = 1.0 - 2.0 * (z * z + y * y);

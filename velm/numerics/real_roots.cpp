@@ -17,22 +17,22 @@ using detail::RootInterval;
 using detail::RootIsolation;
 using detail::Workspace;
 
-/// Terms whose sizes are within 2^kRange of each other are processed at once: scaled to at most 1,
-/// their products keep above the 2^-900 that pairs of doubles need.
+// Terms whose sizes are within 2^kRange of each other are processed at once: scaled to at most 1,
+// their products keep above the 2^-900 that pairs of doubles need.
 constexpr int kRange = 400;
-/// Coefficients between 2^-kPlain and 2^kPlain need no scaling.
+// Coefficients between 2^-kPlain and 2^kPlain need no scaling.
 constexpr int kPlain = 150;
 
-/// How an argument y >= 0 of a scaled polynomial maps to an x.
+// How an argument y >= 0 of a scaled polynomial maps to an x.
 struct Chart {
     enum Kind {
-        positive,   ///< x = y
-        negative,   ///< x = -y
-        from_start, ///< y = x / (1 - x), for a Bernstein form
-        from_end    ///< y = (1 - x) / x, the same from the other end
+        positive,   // x = y
+        negative,   // x = -y
+        from_start, // y = x / (1 - x), for a Bernstein form
+        from_end    // y = (1 - x) / x, the same from the other end
     } kind;
 
-    /// Maps the root from y, in units of 2^exponent, to x.
+    // Maps the root from y, in units of 2^exponent, to x.
     void map(RealRoot& root, int exponent) const {
         if (exponent != 0)
             for (double* y : {&root.value, &root.lower, &root.upper})
@@ -48,8 +48,8 @@ struct Chart {
     }
 };
 
-/// Finds the roots of one polynomial, one chart after the other. If the roots of the charts leave a
-/// cluster fewer than it was given, all is done once more with their number known.
+// Finds the roots of one polynomial, one chart after the other. If the roots of the charts leave a
+// cluster fewer than it was given, all is done once more with their number known.
 class Solver {
 public:
     Solver(int degree, double uncertainty, double first, double last, std::span<RealRoot> out)
@@ -60,16 +60,16 @@ public:
           isolation_room_(workspace_.take(RootIsolation::room(degree))), uncertainty_(uncertainty),
           first_(first), last_(last), degree_(degree), out_(out) {}
 
-    /// The polynomial to be solved next; its lowest and highest coefficients are not 0.
+    // The polynomial to be solved next; its lowest and highest coefficients are not 0.
     LocalPolynomial& source() { return source_; }
-    /// Its roots y in [lower, upper], 0 <= lower <= upper, which may be infinite.
+    // Its roots y in [lower, upper], 0 <= lower <= upper, which may be infinite.
     void solve(Chart chart, double lower, double upper);
     void add(double x, int multiplicity) {
         next() = {x, x, x, multiplicity, true};
         keep(next());
     }
-    /// Makes as many passes as needed, each of which adds and solves everything; sorts the roots
-    /// and returns their number.
+    // Makes as many passes as needed, each of which adds and solves everything; sorts the roots
+    // and returns their number.
     template <class Pass>
     int run(Pass pass);
 
@@ -103,7 +103,7 @@ private:
     int largest_ = 0;   // multiplicity of a cluster, less a sure root of its own
 };
 
-/// Whether no coefficient differs in sign from the last, so that there are no roots y > 0.
+// Whether no coefficient differs in sign from the last, so that there are no roots y > 0.
 bool Solver::has_one_sign() const {
     const double* const c = source_.hi;
     const bool positive = c[source_.degree] > 0.0;
@@ -111,7 +111,7 @@ bool Solver::has_one_sign() const {
                        [positive](double x) { return positive ? x >= 0.0 : x <= 0.0; });
 }
 
-/// Whether p needs no scaling up to `upper`.
+// Whether p needs no scaling up to `upper`.
 bool Solver::is_plain(double upper) const {
     if (!(upper <= 1.0 && upper >= std::ldexp(1.0, -kRange / source_.degree))) return false;
     const double smallest = std::ldexp(1.0, -kPlain);
@@ -128,13 +128,13 @@ void Solver::solve(Chart chart, double lower, double upper) {
         solve_by_bands(chart, lower, upper);
 }
 
-/// The sizes of a polynomial's coefficients as powers of two.
+// The sizes of a polynomial's coefficients as powers of two.
 class Exponents {
 public:
     Exponents(const LocalPolynomial& p) : p_(p) {}
 
     bool present(int i) const { return p_.hi[i] != 0.0; }
-    /// The exponent of coefficient i, with y measured in units of 2^unit.
+    // The exponent of coefficient i, with y measured in units of 2^unit.
     int of(int i, int unit = 0) const { return std::ilogb(p_.hi[i]) + i * unit; }
 
     int largest(int unit) const {
@@ -143,7 +143,7 @@ public:
             if (present(i)) result = std::max(result, of(i, unit));
         return result;
     }
-    /// No root is as large as 2 to this power (Fujiwara, Tohoku Mathematical Journal 10, 1916).
+    // No root is as large as 2 to this power (Fujiwara, Tohoku Mathematical Journal 10, 1916).
     int above_roots() const {
         const int n = p_.degree;
         int result = -2000;
@@ -151,14 +151,14 @@ public:
             if (present(i)) result = std::max(result, -floor_of(of(n) - of(i) - 1, n - i));
         return result + 2;
     }
-    /// No root is as small as 2 to this power.
+    // No root is as small as 2 to this power.
     int below_roots() const {
         int result = 2000;
         for (int i = 1; i <= p_.degree; ++i)
             if (present(i)) result = std::min(result, floor_of(of(0) - of(i) - 1, i));
         return result - 2;
     }
-    /// The largest k such that the largest term at 2^-k is still 2^level, in units of 2^unit.
+    // The largest k such that the largest term at 2^-k is still 2^level, in units of 2^unit.
     int down_to(int level, int unit) const {
         int k = 1;
         for (int i = 1; i <= p_.degree; ++i)
@@ -172,7 +172,7 @@ private:
     const LocalPolynomial& p_;
 };
 
-/// Scales y by powers of two, a band of sizes at a time, so that nothing over- or underflows.
+// Scales y by powers of two, a band of sizes at a time, so that nothing over- or underflows.
 void Solver::solve_by_bands(Chart chart, double lower, double upper) {
     const Exponents exponents(source_);
     const int above = exponents.above_roots();
@@ -224,12 +224,12 @@ void Solver::solve_scaled(LocalPolynomial& p, Chart chart, double lower, double 
     }
 }
 
-/// Where the next root is written.
+// Where the next root is written.
 RealRoot& Solver::next() {
     return std::size_t(count_) < out_.size() ? out_[std::size_t(count_)] : beyond_;
 }
 
-/// Keeps the next root if it belongs to the interval asked for.
+// Keeps the next root if it belongs to the interval asked for.
 void Solver::keep(RealRoot& root) {
     if (root.upper < first_ || root.lower > last_ || &root == &beyond_) return;
     for (double* x : {&root.value, &root.lower, &root.upper})
@@ -260,14 +260,14 @@ bool valid(std::span<const double> values, const ERLimites& limits) {
            std::all_of(values.begin(), values.end(), [](double x) { return std::isfinite(x); });
 }
 
-/// The one entry for a polynomial that is zero.
+// The one entry for a polynomial that is zero.
 int everywhere(const ERLimites& limits, std::span<RealRoot> out) {
     const double middle = std::clamp(0.0, limits.start(), limits.end());
     if (!out.empty()) out[0] = {middle, limits.start(), limits.end(), 0, true};
     return 1;
 }
 
-/// The places of the first and last coefficient that isn't 0; the first is the size if all are.
+// The places of the first and last coefficient that isn't 0; the first is the size if all are.
 struct Extent {
     std::size_t first = 0;
     std::size_t last;
@@ -281,7 +281,7 @@ struct Extent {
     }
 };
 
-/// Solves in the power basis; `out` has room for the degree.
+// Solves in the power basis; `out` has room for the degree.
 int solve_power(std::span<const double> c, const ERLimites& limits, double uncertainty,
                 std::span<RealRoot> out) {
     const Extent extent(c);
@@ -306,8 +306,8 @@ int solve_power(std::span<const double> c, const ERLimites& limits, double uncer
     });
 }
 
-/// Sets p's coefficient i to binomial(n, i) poles[i], as pairs, from either end, without those at
-/// the ends that are 0.
+// Sets p's coefficient i to binomial(n, i) poles[i], as pairs, from either end, without those at
+// the ends that are 0.
 void set_from_poles(LocalPolynomial& p, std::span<const double> poles, const Extent& extent,
                     bool from_end) {
     const std::size_t n = poles.size() - 1;
@@ -328,11 +328,11 @@ void set_from_poles(LocalPolynomial& p, std::span<const double> poles, const Ext
     }
 }
 
-/// Solves in the Bernstein basis; `out` has room for the degree.
-///
-/// With y = t / (1 - t), p(t) is (1 - t)^n times the polynomial in y whose coefficients are the
-/// poles times binomials: its signs and its noise are those of p. It is solved up to t = 1/2, and
-/// from the other end beyond.
+// Solves in the Bernstein basis; `out` has room for the degree.
+//
+// With y = t / (1 - t), p(t) is (1 - t)^n times the polynomial in y whose coefficients are the
+// poles times binomials: its signs and its noise are those of p. It is solved up to t = 1/2, and
+// from the other end beyond.
 int solve_bernstein(std::span<const double> poles, const ERLimites& limits, double uncertainty,
                     std::span<RealRoot> out) {
     const Extent extent(poles);

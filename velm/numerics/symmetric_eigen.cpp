@@ -12,7 +12,7 @@ namespace Mgc {
 
 namespace {
 
-/// The number of doubles in an object's arrays.
+// The number of doubles in an object's arrays.
 int value_count(int n) {
     constexpr int largest = 46339; // the largest n whose count fits an int
     if (n > largest) throw std::bad_array_new_length();
@@ -39,14 +39,14 @@ void Eigen::SetMatrix(double** source) {
 
 namespace {
 
-/// Rows first .. n-1 of the identity, in the columns first .. n-1.
+// Rows first .. n-1 of the identity, in the columns first .. n-1.
 void set_identity_block(double** mat, int first, int n) {
     for (int i = first; i < n; ++i)
         for (int j = first; j < n; ++j)
             mat[i][j] = i == j ? 1.0 : 0.0;
 }
 
-/// Makes the first row and the first column of mat those of the identity.
+// Makes the first row and the first column of mat those of the identity.
 void set_first_unit(double** mat, int n) {
     for (int i = 1; i < n; ++i)
         mat[0][i] = mat[i][0] = 0.0;
@@ -73,13 +73,13 @@ struct Symmetric3 {
     }
 };
 
-/// A basis q, p, r in which the block M of a 4x4 matrix becomes tridiagonal, with the entries that
-/// this makes. q is the direction of the first row's tail.
+// A basis q, p, r in which the block M of a 4x4 matrix becomes tridiagonal, with the entries that
+// this makes. q is the direction of the first row's tail.
 struct LanczosBasis {
     Vector3 q, p, r;
 };
 
-/// Writes the part of the tridiagonal form that belongs to p and r.
+// Writes the part of the tridiagonal form that belongs to p and r.
 void set_tail(const Symmetric3& m, const LanczosBasis& basis, double* diag, double* subd) {
     const Vector3 mp = m * basis.p;
     diag[2] = dot(basis.p, mp);
@@ -87,7 +87,7 @@ void set_tail(const Symmetric3& m, const LanczosBasis& basis, double* diag, doub
     diag[3] = dot(basis.r, m * basis.r);
 }
 
-/// Completes q to a basis if q is an eigenvector of M and so doesn't determine p and r.
+// Completes q to a basis if q is an eigenvector of M and so doesn't determine p and r.
 void complete_from_eigenvector(const Symmetric3& m, LanczosBasis& basis, double* diag,
                                double* subd) {
     const Vector3 q = basis.q;
@@ -107,7 +107,7 @@ void complete_from_eigenvector(const Symmetric3& m, LanczosBasis& basis, double*
     }
 }
 
-/// The 4x4 case with zeros beyond the first row's neighbour: one rotation in rows 2 and 3 remains.
+// The 4x4 case with zeros beyond the first row's neighbour: one rotation in rows 2 and 3 remains.
 void reduce_lower_block_of_4(double** mat, double* diag, double* subd) {
     const double m12 = mat[1][2], m13 = mat[1][3], m22 = mat[2][2], m23 = mat[2][3],
                  m33 = mat[3][3];
@@ -139,7 +139,7 @@ void reduce_lower_block_of_4(double** mat, double* diag, double* subd) {
     mat[3][3] = -a;
 }
 
-/// The general 4x4 case: a Lanczos basis for the block of rows and columns 1 to 3.
+// The general 4x4 case: a Lanczos basis for the block of rows and columns 1 to 3.
 void reduce_full_4(double** mat, double* diag, double* subd) {
     const double m01 = mat[0][1], m02 = mat[0][2], m03 = mat[0][3];
     const Symmetric3 m{mat[1][1], mat[1][2], mat[1][3], mat[2][2], mat[2][3], mat[3][3]};
@@ -166,8 +166,8 @@ void reduce_full_4(double** mat, double* diag, double* subd) {
     }
 }
 
-/// product = A u for the symmetric A whose lower triangle the first n rows hold. Each element sums
-/// its terms in the order of u's index, though the triangle is gone through row by row.
+// product = A u for the symmetric A whose lower triangle the first n rows hold. Each element sums
+// its terms in the order of u's index, though the triangle is gone through row by row.
 void multiply_lower(int n, const double* const* a, const double* __restrict u,
                     double* __restrict product) {
     for (int k = 0; k < n; ++k) {
@@ -182,8 +182,8 @@ void multiply_lower(int n, const double* const* a, const double* __restrict u,
     }
 }
 
-/// One Householder step on row i of the lower triangle. Returns the step's h, or 0 if the row needs
-/// no reflection.
+// One Householder step on row i of the lower triangle. Returns the step's h, or 0 if the row needs
+// no reflection.
 double reflect_row(int i, double** a, double* subd) {
     const int l = i - 1;
     double scale = 0.0;
@@ -227,8 +227,8 @@ double reflect_row(int i, double** a, double* subd) {
     return h;
 }
 
-/// Applies the reflection of row i to the block of the first i rows and columns, all columns at
-/// once; s has room for i numbers.
+// Applies the reflection of row i to the block of the first i rows and columns, all columns at
+// once; s has room for i numbers.
 void apply_reflection(int i, double** a, double* __restrict s) {
     std::fill_n(s, i, 0.0);
     for (int k = 0; k < i; ++k) {
@@ -245,7 +245,7 @@ void apply_reflection(int i, double** a, double* __restrict s) {
     }
 }
 
-/// Multiplies out the reflections that the rows of a hold, from the first row on.
+// Multiplies out the reflections that the rows of a hold, from the first row on.
 void accumulate_reflections(int n, double** a, double* diag) {
     double* const s = GetThreadScratch(n);
     for (int i = 0; i < n; ++i) {
@@ -323,8 +323,8 @@ namespace {
 
 constexpr int kSweepLimit = 32;
 
-/// The first index from i0 on after which the matrix splits: the subdiagonal element vanishes
-/// against the diagonal by exact equality after rounding.
+// The first index from i0 on after which the matrix splits: the subdiagonal element vanishes
+// against the diagonal by exact equality after rounding.
 int end_of_block(int i0, int n, const double* diag, const double* subd) {
     int i2 = i0;
     for (; i2 <= n - 2; ++i2) {
@@ -348,8 +348,8 @@ void rotate(int n, double* __restrict lower, double* __restrict upper, double si
     }
 }
 
-/// One implicit sweep with a Wilkinson-type shift over the block i0 .. i2; mat holds the vectors as
-/// rows.
+// One implicit sweep with a Wilkinson-type shift over the block i0 .. i2; mat holds the vectors as
+// rows.
 void sweep(int i0, int i2, int n, double* diag, double* subd, double** mat) {
     double g = (diag[i0 + 1] - diag[i0]) / (2.0 * subd[i0]);
     double r = std::sqrt(g * g + 1.0);
@@ -385,7 +385,7 @@ void sweep(int i0, int i2, int n, double* diag, double* subd, double** mat) {
     subd[i2] = 0.0;
 }
 
-/// The sweeps for all eigenvalues; false if one took too many.
+// The sweeps for all eigenvalues; false if one took too many.
 bool iterate(int size, double* diag, double* subd, double** mat) {
     for (int i0 = 0; i0 < size; ++i0) {
         int sweeps = 0;
@@ -399,7 +399,7 @@ bool iterate(int size, double* diag, double* subd, double** mat) {
     return true;
 }
 
-/// Selection sort of the eigenvalues with their columns; before(a, b) is strict.
+// Selection sort of the eigenvalues with their columns; before(a, b) is strict.
 template <class Before>
 void selection_sort(int n, double* diag, double** mat, Before before) {
     for (int i0 = 0; i0 <= n - 2; ++i0) {

@@ -49,9 +49,9 @@ void ERChainerProcessor::setComparison(Comparison other) {
     index.reset();
 }
 
-/// Visits the existing chains that the carried one has to be compared with, in the list's order:
-/// all of them or, with an index, those with an end near one of its ends; for all others the
-/// standard comparison gives SEGCOMP_APART. Closed chains are skipped.
+// Visits the existing chains that the carried one has to be compared with, in the list's order:
+// all of them or, with an index, those with an end near one of its ends; for all others the
+// standard comparison gives SEGCOMP_APART. Closed chains are skipped.
 class ERChainerProcessor::Walk {
 public:
     Walk(ERChainerProcessor& of, const Ends& carried, bool index_serves)
@@ -63,7 +63,7 @@ public:
         sort();
     }
 
-    /// The place of the next chain; the number of slots when there is none.
+    // The place of the next chain; the number of slots when there is none.
     std::size_t next() {
         const std::size_t end = processor.slots.size();
         if (!is_indexed) {
@@ -85,8 +85,8 @@ public:
         return is_indexed ? slot.chain->compare_plain(slot.ends, carried, ends, processor.tolerance)
                           : processor.comparison(*slot.chain, carried, processor.tolerance);
     }
-    /// The carried chain has grown to these ends. The chains near an end that it had before are
-    /// known.
+    // The carried chain has grown to these ends. The chains near an end that it had before are
+    // known.
     void look_anew(const Ends& grown) {
         const Ends old = std::exchange(ends, grown);
         if (!is_indexed) return;
@@ -153,7 +153,7 @@ int ERChainerProcessor::insert(t_SmartPtr<ERChainedMetaSeg2D> chain) {
     return 1;
 }
 
-/// Appends the other chain to the taker. A chain that nobody else holds may lose its pieces.
+// Appends the other chain to the taker. A chain that nobody else holds may lose its pieces.
 void ERChainerProcessor::join(ERChainedMetaSeg2D& taker, ERChainedMetaSeg2D& other) const {
     const bool is_for_us_alone = other.references() <= 1;
     const bool lengths_hold = !other.is_open_to_change && !changes->pieces_shared;
@@ -192,14 +192,14 @@ ERChainerProcessor::Chain ERChainerProcessor::take_out(std::size_t place) {
     return std::exchange(slot.chain, Chain());
 }
 
-/// Removes the empty slots, and with them the places in the index.
+// Removes the empty slots, and with them the places in the index.
 void ERChainerProcessor::close_gaps() const {
     if (live == slots.size()) return;
     std::erase_if(slots, [](const Slot& slot) { return !slot.chain; });
     index.reset();
 }
 
-/// Builds the index again if others have changed the chains. False if an index can't be used.
+// Builds the index again if others have changed the chains. False if an index can't be used.
 bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried) {
     if (slots.size() > 64 && slots.size() > 2 * live) close_gaps();
     if (comparison != StandardCompare || derived > 0 || !is_plain(carried)) return false;
@@ -218,7 +218,7 @@ bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried) {
     return true;
 }
 
-/// The operation may read the list.
+// The operation may read the list.
 template <class Operation>
 void ERChainerProcessor::for_chains(Operation operation) const {
     close_gaps();

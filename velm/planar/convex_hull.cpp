@@ -14,24 +14,24 @@
 
 namespace {
 
-/// Lengths against 1e-7, by their squares. The square root rounds monotonically, so the bounds
-/// decide exactly as the roots would: they are the greatest double with a root up to 1e-7 and the
-/// least with a root from 1e-7 on.
+// Lengths against 1e-7, by their squares. The square root rounds monotonically, so the bounds
+// decide exactly as the roots would: they are the greatest double with a root up to 1e-7 and the
+// least with a root from 1e-7 on.
 constexpr double greatest_square_within = 0x1.6849b86a12b9bp-47;
 constexpr double least_square_reaching = 0x1.6849b86a12b9ap-47;
 bool exceeds_tolerance(double squared) { return squared > greatest_square_within; }
 bool below_tolerance(double squared) { return squared < least_square_reaching; }
 
-/// The direction of a pass over the sorted points.
+// The direction of a pass over the sorted points.
 enum class Walk { descending, ascending };
 
-/// Whether an edge with this rise runs up (descending pass) or down (ascending pass), or is level.
+// Whether an edge with this rise runs up (descending pass) or down (ascending pass), or is level.
 bool runs_outwards(double rise, Walk walk) {
     return walk == Walk::descending ? rise >= 0.0 : rise <= 0.0;
 }
 
-/// Whether the chain keeps its last point in front of the next edge: a left turn of less than 90
-/// degrees, or any left turn where the last edge runs outwards.
+// Whether the chain keeps its last point in front of the next edge: a left turn of less than 90
+// degrees, or any left turn where the last edge runs outwards.
 bool keeps_last_by_rule(const ERVector2D& last_edge, const ERVector2D& next_edge, Walk walk) {
     const ERVector2D e1 = last_edge.getnormalized();
     const ERVector2D e2 = next_edge.getnormalized();
@@ -39,15 +39,15 @@ bool keeps_last_by_rule(const ERVector2D& last_edge, const ERVector2D& next_edge
     return e1 * e2 > 0.0 || runs_outwards(e1.j(), walk);
 }
 
-/// Decides as the rule does, without roots and divisions where the signs of the two products can't
-/// depend on the rounding. Normalised components have a relative error of about 1e-16, and so have
-/// the products of the edges; `margin` is a hundred times that. If edges are shorter than
-/// `longest_edge`, products above `least_product` don't underflow when normalised.
+// Decides as the rule does, without roots and divisions where the signs of the two products can't
+// depend on the rounding. Normalised components have a relative error of about 1e-16, and so have
+// the products of the edges; `margin` is a hundred times that. If edges are shorter than
+// `longest_edge`, products above `least_product` don't underflow when normalised.
 class TurnTest {
 public:
     static constexpr double longest_edge = 1e60;
 
-    /// For points of this extent; with a huge or infinite extent the rule decides every turn.
+    // For points of this extent; with a huge or infinite extent the rule decides every turn.
     TurnTest(const velm::detail::Extent& extent, Walk w) : walk(w) {
         const double width = extent.xmax - extent.xmin;
         const double height = extent.ymax - extent.ymin;
@@ -71,7 +71,7 @@ public:
     }
 
 private:
-    /// If so, the normalised cross product is exactly 0.
+    // If so, the normalised cross product is exactly 0.
     static bool are_parallel_to_an_axis(const ERVector2D& a, const ERVector2D& b) {
         return (a.i() == 0.0 && b.i() == 0.0) || (a.j() == 0.0 && b.j() == 0.0);
     }
@@ -86,8 +86,8 @@ private:
     double sure_dot = std::numeric_limits<double>::infinity();
 };
 
-/// One pass over the sorted points, at least one. Writes the chain to `chain`, which may be the
-/// place where the points are read from, and returns its end.
+// One pass over the sorted points, at least one. Writes the chain to `chain`, which may be the
+// place where the points are read from, and returns its end.
 template <class Iterator>
 ERPoint2D* chain_over(Iterator point, Iterator end, const TurnTest& test, ERPoint2D* const chain) {
     ERPoint2D* last = chain;
@@ -146,9 +146,9 @@ using detail::DoubleDouble;
 using detail::two_product;
 using detail::two_sum;
 
-/// The exact sign of a x b + b x c + c x a, twice the area of the triangle: its six products, of
-/// two doubles each, are added one by one to an expansion with nonoverlapping terms of increasing
-/// size (Shewchuk 1997, Grow-Expansion), so that the last nonzero term has the sign of the sum.
+// The exact sign of a x b + b x c + c x a, twice the area of the triangle: its six products, of
+// two doubles each, are added one by one to an expansion with nonoverlapping terms of increasing
+// size (Shewchuk 1997, Grow-Expansion), so that the last nonzero term has the sign of the sum.
 int exact_turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
     const DoubleDouble products[] = {two_product(a.x(), b.y()), two_product(-a.y(), b.x()),
                                      two_product(b.x(), c.y()), two_product(-b.y(), c.x()),
@@ -172,7 +172,7 @@ int exact_turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
     return count == 0 ? 0 : terms[count - 1] > 0.0 ? 1 : -1;
 }
 
-/// 1 if a, b, c turn to the left, -1 if to the right, 0 if they are on a line.
+// 1 if a, b, c turn to the left, -1 if to the right, 0 if they are on a line.
 int turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
     // The rounded cross product of the differences is off by less than this fraction of the sum of
     // its products' sizes (Shewchuk 1997, ccwerrboundA; epsilon is 2^-53).
@@ -186,8 +186,8 @@ int turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
     return exact_turn(a, b, c);
 }
 
-/// Goes over sorted points and writes the chain that has only left turns; returns its end. The
-/// chain may be written over the points.
+// Goes over sorted points and writes the chain that has only left turns; returns its end. The
+// chain may be written over the points.
 template <class Iterator>
 ERPoint2D* left_turning_chain(Iterator point, Iterator end, ERPoint2D* const chain) {
     ERPoint2D* next = chain;

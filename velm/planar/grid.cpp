@@ -5,7 +5,7 @@
 
 namespace {
 
-/// The index, among `count` cells of `size`, of the cell that holds a coordinate in [low, high].
+// The index, among `count` cells of `size`, of the cell that holds a coordinate in [low, high].
 int index_on_axis(double x, double low, double high, double size, int count) {
     const double place = (x - low) / size;
     // Cells of size 0 give a NaN, which counts as 0.
@@ -32,9 +32,9 @@ ERGrid2D::ERGrid2D(int columns, int rows, int cell_bits, ERMinimax2D const& whol
     std::fill_n(words.get(), wordCount, ~std::uint32_t{0});
 }
 
-/// Calls apply(word, cells, pattern) for the words of a rectangle until it returns false: `cells`
-/// has the bits of the word's cells in the rectangle, `pattern` the value in each of a word's
-/// cells.
+// Calls apply(word, cells, pattern) for the words of a rectangle until it returns false: `cells`
+// has the bits of the word's cells in the rectangle, `pattern` the value in each of a word's
+// cells.
 template <class Apply>
 bool ERGrid2D::all_words(int i0, int j0, int i1, int j1, unsigned value, Apply apply) const {
     std::uint32_t pattern = 0;

@@ -16,15 +16,15 @@ namespace {
 
 using velm::detail::RayWalk;
 
-/// For up to 64 vertices, one bit each: whether the ordinate is above the vertex, and whether
-/// below. Neither bit is set for equality and for NaN.
+// For up to 64 vertices, one bit each: whether the ordinate is above the vertex, and whether
+// below. Neither bit is set for equality and for NaN.
 struct Sides {
     std::uint64_t above = 0;
     std::uint64_t below = 0;
 };
 
 #if defined(__SSE2__)
-/// The sign bits of eight doubles in four registers, as a byte.
+// The sign bits of eight doubles in four registers, as a byte.
 std::uint64_t eight_bits(__m128d m01, __m128d m23, __m128d m45, __m128d m67) {
     const auto halves = [](__m128d low, __m128d high) {
         return _mm_castps_si128(
@@ -35,7 +35,7 @@ std::uint64_t eight_bits(__m128d m01, __m128d m23, __m128d m45, __m128d m67) {
         _mm_movemask_epi8(_mm_packs_epi16(words, _mm_setzero_si128())));
 }
 
-/// Adds as many vertices as fill whole groups; returns their number.
+// Adds as many vertices as fill whole groups; returns their number.
 int add_groups(Sides& sides, double ordinate, const ERPoint2D* vertices, int count) {
     const __m128d y = _mm_set1_pd(ordinate);
     const auto two_ordinates = [vertices](int k) {
@@ -74,8 +74,8 @@ Sides sides_of(double ordinate, const ERPoint2D* vertices, int count) {
     return sides;
 }
 
-/// The edges that end at the vertices of one block of up to 64; `before` has the bits of the vertex
-/// before the block, and is set to those of its last vertex.
+// The edges that end at the vertices of one block of up to 64; `before` has the bits of the vertex
+// before the block, and is set to those of its last vertex.
 void walk_block(RayWalk& walk, const ERPoint2D* vertices, int count, Sides& before) {
     const Sides sides = sides_of(walk.p.y(), vertices, count);
     const std::uint64_t missed = (sides.above & (sides.above << 1 | before.above)) |

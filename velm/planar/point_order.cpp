@@ -14,13 +14,13 @@ namespace {
 constexpr auto before = [](const ERPoint2D& a, const ERPoint2D& b) {
     return a.x() < b.x() || (a.x() == b.x() && a.y() < b.y());
 };
-/// The same order with NaNs, which come after all numbers.
+// The same order with NaNs, which come after all numbers.
 bool less(double a, double b) { return a < b || (std::isnan(b) && !std::isnan(a)); }
 constexpr auto before_with_nan = [](const ERPoint2D& a, const ERPoint2D& b) {
     return less(a.x(), b.x()) || (!less(b.x(), a.x()) && less(a.y(), b.y()));
 };
 
-/// The place of an abscissa in the extent, in two digits: a monotone function of x.
+// The place of an abscissa in the extent, in two digits: a monotone function of x.
 class Places {
 public:
     static constexpr unsigned int most_digit_bits = 11;
@@ -29,7 +29,7 @@ public:
         : digit_bits_(points < 10000 ? 8 : most_digit_bits), least_(least),
           scale_((digit_values() * digit_values() - 1) / (greatest - least)) {}
 
-    /// Whether the abscissae differ, by a finite extent.
+    // Whether the abscissae differ, by a finite extent.
     bool are_defined() const {
         return scale_ > 0.0 && scale_ < std::numeric_limits<double>::infinity();
     }
@@ -46,7 +46,7 @@ private:
     double scale_;
 };
 
-/// Distributes the points by one digit, keeping the order of equal ones.
+// Distributes the points by one digit, keeping the order of equal ones.
 template <class Digit>
 void distribute(std::span<const ERPoint2D> from, std::span<ERPoint2D> to,
                 std::uint32_t digit_values, Digit digit) {
@@ -61,8 +61,8 @@ void distribute(std::span<const ERPoint2D> from, std::span<ERPoint2D> to,
         to[starts[digit(p)]++] = p;
 }
 
-/// Distributes by place, then sorts the points that share one, in the same way for up to `rounds`
-/// rounds.
+// Distributes by place, then sorts the points that share one, in the same way for up to `rounds`
+// rounds.
 void sort_finite(std::span<ERPoint2D> points, std::span<ERPoint2D> scratch, int rounds) {
     constexpr std::size_t worth_distributing = 128;
     if (points.size() < worth_distributing || rounds == 0) {

@@ -20,21 +20,21 @@ ERPoint2D foot_on_line(const ERPoint2D& p, const ERPoint2D& a, const ERPoint2D& 
     return a + direction * (ERVector2D(a, p) * direction);
 }
 
-/// The parameter of `foot` on the line from a to b, measured on the axis of the greater extent.
+// The parameter of `foot` on the line from a to b, measured on the axis of the greater extent.
 double place_on_edge(const ERPoint2D& foot, const ERPoint2D& a, const ERPoint2D& b) {
     const ERVector2D edge(a, b);
     const bool along_x = std::abs(edge.i()) > std::abs(edge.j());
     return along_x ? (foot.x() - a.x()) / edge.i() : (foot.y() - a.y()) / edge.j();
 }
 
-/// The walk of findAllProjections, which remembers on which side of its edge the last rejected foot
-/// was.
+// The walk of findAllProjections, which remembers on which side of its edge the last rejected foot
+// was.
 class ProjectionWalk {
 public:
     ProjectionWalk(const ERPoint2D& point, const ERPoint2D& start)
         : p(point), previous_start(start) {}
 
-    /// Whether the edge has a foot; if so, sets `foot` and its parameter `u` on the edge.
+    // Whether the edge has a foot; if so, sets `foot` and its parameter `u` on the edge.
     bool visit(const ERPoint2D& a, const ERPoint2D& b, ERPoint2D& foot, double& u) {
         foot = foot_on_line(p, a, b);
         u = place_on_edge(foot, a, b);

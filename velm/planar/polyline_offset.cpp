@@ -11,7 +11,7 @@ namespace {
 
 constexpr double same_place = 1e-7;
 
-/// The unit vector from p to q, or from `behind` to `ahead` if p and q are equal.
+// The unit vector from p to q, or from `behind` to `ahead` if p and q are equal.
 ERVector2D direction(const ERPoint2D& p, const ERPoint2D& q, const ERPoint2D& behind,
                      const ERPoint2D& ahead) {
     ERVector2D way(p, q);

@@ -15,7 +15,7 @@ using velm::detail::RegionIndex;
 
 namespace {
 
-/// The number of queries answered without an index: building the index costs as much as they do.
+// The number of queries answered without an index: building the index costs as much as they do.
 constexpr int questions_without_index = 32;
 
 } // namespace

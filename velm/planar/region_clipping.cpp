@@ -24,14 +24,14 @@ using Pieces = ERTValVector<ERVec<ERPoint2D>>;
 
 constexpr double vertex_tolerance = 1e-9; // of the parameter along a contour's edge
 
-/// A segment of the polyline; edges of contours are tested against it, the cheap tests first.
+// A segment of the polyline; edges of contours are tested against it, the cheap tests first.
 class SegmentCut {
 public:
     SegmentCut(const ERPoint2D& from, const ERPoint2D& to) : a(from), b(to), box(from, to) {}
 
     const ERMinimax2D& extent() const { return box; }
 
-    /// Appends the crossing with the edge from c to d, if any, as a stop after `start`.
+    // Appends the crossing with the edge from c to d, if any, as a stop after `start`.
     void cross(const ERPoint2D& c, const ERPoint2D& d, double start, int contour,
                std::vector<_Intersect>& stops) const {
         if (c == d) return;
@@ -56,19 +56,19 @@ private:
     ERMinimax2D box;
 };
 
-/// The contour's vertices except a last one that repeats the first.
+// The contour's vertices except a last one that repeats the first.
 std::span<const ERPoint2D> opened(const ERVec<ERPoint2D>& contour) {
     const std::span<const ERPoint2D> points = contour.view();
     return !points.empty() && points.front() == points.back() ? points.first(points.size() - 1)
                                                               : points;
 }
 
-/// A walk from stop to stop that makes pieces.
+// A walk from stop to stop that makes pieces.
 class PieceMaker {
 public:
     explicit PieceMaker(std::span<const _Intersect> all) : stops(all) {}
 
-    /// `position` classifies a point.
+    // `position` classifies a point.
     template <class Position>
     std::vector<ERVec<ERPoint2D>> make(Position position) {
         for (std::size_t at = 0; at + 1 < stops.size(); ++at) {
@@ -86,7 +86,7 @@ private:
         return where == REGION_ON_EDGE || where == REGION_ON_VERTEX;
     }
 
-    /// Whether the polyline from a stop to the next one is in the region.
+    // Whether the polyline from a stop to the next one is in the region.
     template <class Position>
     bool is_kept(std::size_t at, Position& position) const {
         const _Intersect &cur = stops[at], &next = stops[at + 1];
@@ -143,8 +143,8 @@ void ERRegion2D::append_crossings(const _Intersect& from, const _Intersect& to,
     }
 }
 
-/// Stops of equal parameter are in the order in which they are found: the polyline's point, then
-/// the crossings of the segment that ends there, then those of the one that begins.
+// Stops of equal parameter are in the order in which they are found: the polyline's point, then
+// the crossings of the segment that ends there, then those of the one that begins.
 std::vector<_Intersect> ERRegion2D::stops_of(const ERVec<ERPoint2D>& polyline,
                                              const RegionIndex* index) const {
     std::vector<_Intersect> points;

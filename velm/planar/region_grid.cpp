@@ -20,7 +20,7 @@ ERRegion2DGrid::ERRegion2DGrid(ERRegion2D const& of)
     init();
 }
 
-/// Quarters the box and asks the polygons again only for mixed quarters.
+// Quarters the box and asks the polygons again only for mixed quarters.
 void ERRegion2DGrid::init() {
     const bool has_outer = region->IsFirstOuter() && region->entries() > 0;
     set_outside_value(has_outer ? STATE_OUTSIDE : STATE_INSIDE);

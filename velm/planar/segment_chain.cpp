@@ -75,7 +75,7 @@ double ERChainedMetaSeg2D::length() const {
     return sum;
 }
 
-/// Whether value > length(), without the exact sum if the rough sum decides.
+// Whether value > length(), without the exact sum if the rough sum decides.
 bool ERChainedMetaSeg2D::is_shorter_than(double value) const {
     if (summed < size()) {
         const double error =
@@ -103,7 +103,7 @@ SegCompState ERChainedMetaSeg2D::compare_plain(const Ends& own, ERChainedMetaSeg
     return compare_pieces(whole, other, tol);
 }
 
-/// How the pieces at the ends meet, for chains that meet as a whole.
+// How the pieces at the ends meet, for chains that meet as a whole.
 SegCompState ERChainedMetaSeg2D::compare_pieces(SegCompState whole, ERChainedMetaSeg2D const& other,
                                                 double tol) const {
     if (whole <= SEGCOMP_REFUSED_BY_HOST || size() == 0 || other.size() == 0) return whole;

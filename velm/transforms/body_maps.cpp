@@ -49,7 +49,7 @@ struct LinearMap {
     ERVector3D vector(const ERVector3D& v) const { return m.times(v); }
 };
 
-/// p to M p + t.
+// p to M p + t.
 struct FrameMap {
     Matrix3 m;
     ERPoint3D t;
@@ -60,7 +60,7 @@ struct FrameMap {
     ERVector3D vector(const ERVector3D& v) const { return m.times(v); }
 };
 
-/// One map after another.
+// One map after another.
 template <class First, class Second>
 struct Chain {
     First first;

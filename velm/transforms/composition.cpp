@@ -6,7 +6,7 @@ using velm::detail::Matrix3;
 
 namespace {
 
-/// a after b: x to M_a (k_a (M_b (k_b x) + t_b)) + t_a.
+// a after b: x to M_a (k_a (M_b (k_b x) + t_b)) + t_a.
 const ERTr3DRevRep* general(const ERTr3DRevRep& a, const ERTr3DRevRep& b) {
     const Matrix3 m(a.getMatrix());
     const double k = a.getFactHomo();

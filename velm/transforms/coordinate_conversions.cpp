@@ -13,21 +13,21 @@ double degrees(double radians) { return radians * 57.29577951308232; }
 Coordinate as_coordinate(const ERVector3D& v) { return {v.i(), v.j(), v.k()}; }
 ERVector3D as_vector(const Coordinate& c) { return {c[0], c[1], c[2]}; }
 
-/// The point at the distance r from the origin.
+// The point at the distance r from the origin.
 Coordinate polar(double azimuth, double elevation, double r) {
     const double az = radians(azimuth);
     const double el = radians(elevation);
     return {r * std::cos(az) * std::cos(el), r * std::sin(az) * std::cos(el), r * std::sin(el)};
 }
 
-/// Whether an angle in degrees is 90 plus a whole number of half turns.
+// Whether an angle in degrees is 90 plus a whole number of half turns.
 bool is_right_angle(double angle) {
     return std::trunc((angle - 90.0) / 180.0) * 180.0 == angle - 90.0;
 }
 
 int sign(double x) { return x > 0.0 ? 1 : x < 0.0 ? -1 : 0; }
 
-/// From the tangents of the three angles, without regard to sense, by the largest component.
+// From the tangents of the three angles, without regard to sense, by the largest component.
 ERVector3D line_of_tangents(double ta, double tb, double tc) {
     const double p = tb * ta;
     const double q = tc * tb;
@@ -37,7 +37,7 @@ ERVector3D line_of_tangents(double ta, double tb, double tc) {
     return {tb, q, 1.0};
 }
 
-/// Whether v points against the angles (in degrees) that it should have.
+// Whether v points against the angles (in degrees) that it should have.
 bool points_against(const ERVector3D& v, const Coordinate& angles) {
     const double x = v.i();
     const double y = v.j();

@@ -20,7 +20,7 @@ int ERFiniteEntity3DWF::intersectWith(const ERPoint3D& p, const ERVector3D& d,
 
 namespace {
 
-/// A vector of the plane with `value` put in at `axis`, mapped as a vector.
+// A vector of the plane with `value` put in at `axis`, mapped as a vector.
 ERVector3D lifted(const ERVector2D& v, const ERTr3DRev& frame, Coord3D axis, double value) {
     ERVector3D result = v.castToVector3D(axis, value);
     return frame.TransFrom(result);

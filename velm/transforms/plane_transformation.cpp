@@ -26,7 +26,7 @@ Value times_matrix(const ERTransfo2D& t, const Value& v) {
     return Value(t.a * v[0] + t.b * v[1], t.c * v[0] + t.d * v[1]);
 }
 
-/// By the transposed matrix over the determinant.
+// By the transposed matrix over the determinant.
 template <class Value>
 Value backward(const ERTransfo2D& t, const Value& v) {
     const double determinant = t.a * t.d - t.b * t.c;

@@ -13,13 +13,13 @@ namespace {
 
 constexpr double tolerance = 1e-11;
 
-/// The simpler body equal to a rotation by m; null if there is none.
+// The simpler body equal to a rotation by m; null if there is none.
 const ERTr3DRevRep* below_rotation(const Matrix3& m) {
     return is_identity(m, tolerance) ? ERTr3DRevRep::GetIdentity() : nullptr;
 }
 
-/// The simpler body equal to a frame of m and t, null if there is none; `matrix` is m with its
-/// shared array.
+// The simpler body equal to a frame of m and t, null if there is none; `matrix` is m with its
+// shared array.
 const ERTr3DRevRep* below_workplane(const Matrix3& m, const ERMatrix<double>& matrix,
                                     const ERPoint3D& t) {
     if (is_zero(t, tolerance)) {

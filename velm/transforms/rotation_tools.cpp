@@ -57,7 +57,7 @@ void find_lock_matrix(ERVector3D from, ERVector3D to, ERMatrix<double>& m) {
 
 namespace {
 
-/// As "%- 8.3f ", without the locale.
+// As "%- 8.3f ", without the locale.
 void append_number(std::string& text, double value) {
     char digits[400];
     const char* const end =

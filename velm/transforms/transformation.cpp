@@ -5,7 +5,7 @@ VELM_DEFINE_CLASS_NOT_CREATABLE(ERTr3DRev, ERTr3D)
 
 namespace {
 
-/// A pole mapped by its point, at the same weight.
+// A pole mapped by its point, at the same weight.
 template <class Map>
 void map_pole(ERPole3DH& pole, Map map) {
     ERPoint3D p = pole.castToPoint();

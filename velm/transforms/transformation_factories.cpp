@@ -5,7 +5,7 @@
 
 namespace {
 
-/// The map about c instead of the origin.
+// The map about c instead of the origin.
 ERPmIsometrie3D about(const ERPoint3D& c, const ERPmIsometrie3D& rotation) {
     return ERTranslation3D(c) * rotation * ERTranslation3D(-c);
 }

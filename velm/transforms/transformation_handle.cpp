@@ -9,7 +9,7 @@ VELM_DEFINE_CLASS(ERPmIsometrie3D, ERPmSimilitude3D)
 
 namespace {
 
-/// The body itself, or a heap copy of it, or the identity for null; with one more reference.
+// The body itself, or a heap copy of it, or the identity for null; with one more reference.
 const ERTr3DRevRep* acquired(const ERTr3DRevRep* body) {
     const ERTr3DRevRep* held = body;
     if (held == nullptr) {

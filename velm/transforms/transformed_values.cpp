@@ -2,7 +2,7 @@
 
 namespace {
 
-/// The box of the mapped corners.
+// The box of the mapped corners.
 template <class Map>
 ERMinimax3D mapped(const ERMinimax3D& box, Map map) {
     if (box.invalid()) return box;

@@ -25,7 +25,7 @@ namespace {
 
 constexpr double pi = std::numbers::pi;
 
-/// The limits in rising order.
+// The limits in rising order.
 ERLimites rising(const EREntAngle& angles) {
     const double start = angles.startAngle(), end = angles.endAngle();
     return ERLimites(std::min(start, end), std::max(start, end));

@@ -19,7 +19,7 @@ double ERCircle3D::precisionProj = 1e-10;
 
 namespace {
 
-/// The frame of castToPoint3D(axis, height).
+// The frame of castToPoint3D(axis, height).
 ERPmIsometrie3D level_frame(Coord3D axis, double height) {
     return ERChgRepere3D(ERVector2D(1.0, 0.0).castToVector3D(axis, 0.0),
                          ERVector2D(0.0, 1.0).castToVector3D(axis, 0.0),

@@ -19,7 +19,7 @@ using Flat = ClosestPoint<ERPoint2D>;
 using Solid = ClosestPoint<ERPoint3D>;
 using detail::EllipseFrame;
 
-/// The limits in rising order.
+// The limits in rising order.
 ERLimites rising(const EREntAngle& angles) {
     const double start = angles.startAngle(), end = angles.endAngle();
     return ERLimites(std::min(start, end), std::max(start, end));
@@ -48,10 +48,10 @@ Flat on_ellipse(const EllipseFrame& ellipse, const ERPoint2D& p) {
     return {at, points[0].parameter, std::hypot(points[0].x - query.x(), points[0].y - query.y())};
 }
 
-/// The eccentric angle of the local minimum across the big axis from a query in the first
-/// quadrant of the ellipse's frame, in [-pi / 2, 0]; false if there is none. The feet at the angle
-/// -u, 0 < u < pi / 2, solve c^2 = a x / cos u + b y / sin u, c^2 = a^2 - b^2, whose right side is
-/// convex; the greater root is the minimum.
+// The eccentric angle of the local minimum across the big axis from a query in the first
+// quadrant of the ellipse's frame, in [-pi / 2, 0]; false if there is none. The feet at the angle
+// -u, 0 < u < pi / 2, solve c^2 = a x / cos u + b y / sin u, c^2 = a^2 - b^2, whose right side is
+// convex; the greater root is the minimum.
 bool minimum_across(const EllipseFrame& ellipse, double x, double y, double& t) {
     const double a = ellipse.half_big, b = ellipse.half_small;
     const double A = a * x, B = b * y, gap = (a - b) * (a + b);
@@ -95,8 +95,8 @@ Flat on_ellipse_arc(const EllipseFrame& ellipse, const ERLimites& bound, const E
     return best;
 }
 
-/// Solves in the plane of a frame; the distance is the hypotenuse of the one in the plane and the
-/// height.
+// Solves in the plane of a frame; the distance is the hypotenuse of the one in the plane and the
+// height.
 template <class Solve>
 Solid in_frame(const ERPmIsometrie3D& frame, const ERPoint3D& p, Solve solve) {
     ERPoint3D local = p;

@@ -74,7 +74,7 @@ EREllipse2D::EREllipse2D(double A, double B, double C, double D, double E, doubl
 
 namespace {
 
-/// The square of the big axis less that of the distance of the foci, in pairs of doubles.
+// The square of the big axis less that of the distance of the foci, in pairs of doubles.
 double exact_difference(double big, const ERPoint2D& focus1, const ERPoint2D& focus2) {
     const DoubleDouble x = exact_sum(focus2.x(), -focus1.x()),
                        y = exact_sum(focus2.y(), -focus1.y());

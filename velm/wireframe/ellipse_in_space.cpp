@@ -31,7 +31,7 @@ ERPmIsometrie3D frame_of_foci(const ERPoint3D& focus1, const ERPoint3D& focus2,
                                  : ERChgRepere3D(along, normal ^ along, center);
 }
 
-/// Whether the ellipse's plane is seen edge on, as for circles.
+// Whether the ellipse's plane is seen edge on, as for circles.
 bool edge_on(const EREllipse3D& ellipse, const ERPmIsometrie3D& frame) {
     return std::fabs(frame.getVector(Coord3D_Z) * ellipse.normale()) <= ERCircle3D::precisionProj;
 }

@@ -12,33 +12,33 @@ using velm::detail::DoubleDouble;
 using velm::detail::exact_product;
 using velm::detail::exact_sum;
 
-/// Cosine and sine of the eccentric angle.
+// Cosine and sine of the eccentric angle.
 struct Direction {
     double cosine;
     double sine;
 };
 
-/// The problem in the first quadrant, with e0 >= e1 and all lengths scaled to at most 1. The
-/// nearest point is (e0 A / (w + C), e1 B / w), where w > 0 solves
-///     F(w) = (A / (w + C))^2 + (B / w)^2 - 1 = 0,   A = e0 x, B = e1 y, C = e0^2 - e1^2.
-/// F falls and is convex, so there is one root. With k = C - A it is the difference of two terms,
-///     F(w) = (B / w)^2 - (w + k) (w + C + A) / (w + C)^2,
-/// of which the first falls at least as 1 / w^2 and the second rises: relative errors of rounding
-/// in either term, and of k against w or k itself, move the root by no more than their own size.
+// The problem in the first quadrant, with e0 >= e1 and all lengths scaled to at most 1. The
+// nearest point is (e0 A / (w + C), e1 B / w), where w > 0 solves
+//     F(w) = (A / (w + C))^2 + (B / w)^2 - 1 = 0,   A = e0 x, B = e1 y, C = e0^2 - e1^2.
+// F falls and is convex, so there is one root. With k = C - A it is the difference of two terms,
+//     F(w) = (B / w)^2 - (w + k) (w + C + A) / (w + C)^2,
+// of which the first falls at least as 1 / w^2 and the second rises: relative errors of rounding
+// in either term, and of k against w or k itself, move the root by no more than their own size.
 class Secular {
 public:
     Secular(double e0, double e1, double x, double y)
         : A_(e0 * x), B_(e1 * y), C_((e0 - e1) * (e0 + e1)), k_(gap(e0, e1, x)) {}
 
-    /// Whether p is on the longer axis or the ellipse is a segment.
+    // Whether p is on the longer axis or the ellipse is a segment.
     bool is_flat() const { return B_ == 0.0; }
     Direction flat_solution() const {
         if (!(k_ > 0.0)) return {1.0, 0.0};
         return {A_ / C_, std::sqrt(k_ * (C_ + A_)) / C_};
     }
 
-    /// Newton's iteration on 1 / |(A / (w + C), B / w)| = 1, which is concave: from below it rises
-    /// to the root and does not pass it, except by rounding.
+    // Newton's iteration on 1 / |(A / (w + C), B / w)| = 1, which is concave: from below it rises
+    // to the root and does not pass it, except by rounding.
     Direction solution() const {
         double w = lower_bound();
         for (int step = 0; step < step_limit; ++step) {
@@ -54,14 +54,14 @@ public:
     }
 
 private:
-    /// k in pairs of doubles, in the order that cancels last.
+    // k in pairs of doubles, in the order that cancels last.
     static double gap(double e0, double e1, double x) {
         const DoubleDouble small = exact_product(e1, e1);
         if (e1 < 0.5 * e0) return DoubleDouble{e0, 0.0} * exact_sum(e0, -x) - small;
         return (exact_product(e0, e0) - small) - exact_product(e0, x);
     }
 
-    /// At least root / (2 sqrt(2)): each term of F + 1 is at most 1, and 2 w^2 (w + k) >= B^2 C.
+    // At least root / (2 sqrt(2)): each term of F + 1 is at most 1, and 2 w^2 (w + k) >= B^2 C.
     double lower_bound() const {
         const double root = std::cbrt(B_);
         const double across = root * root * std::cbrt(C_ * (k_ > 0.0 ? 0.25 : 0.5));
@@ -69,20 +69,20 @@ private:
         return std::max({B_, -k_, std::min(along, across)});
     }
 
-    /// Far above the few steps that are needed, as convergence is quadratic.
+    // Far above the few steps that are needed, as convergence is quadratic.
     static constexpr int step_limit = 40;
 
     double A_, B_, C_, k_;
 };
 
-/// The power of two that brings the largest of the lengths to between 1/2 and 1; 1 for zeros.
+// The power of two that brings the largest of the lengths to between 1/2 and 1; 1 for zeros.
 double unit_scale(double a, double b, double c, double d) {
     const double largest = std::max({a, b, c, d});
     if (largest == 0.0) return 1.0;
     return std::ldexp(1.0, std::clamp(-std::ilogb(largest) - 1, -1022, 1022));
 }
 
-/// In the first quadrant, with e0 >= e1.
+// In the first quadrant, with e0 >= e1.
 Direction nearest(double e0, double e1, double x, double y) {
     const double scale = unit_scale(e0, e1, x, y);
     const Secular equation(e0 * scale, e1 * scale, x * scale, y * scale);

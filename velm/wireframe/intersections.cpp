@@ -8,8 +8,8 @@
 
 namespace {
 
-/// Part of the contract: the square of the dot product of unit vectors doesn't resolve angles up to
-/// about 1e-8.
+// Part of the contract: the square of the dot product of unit vectors doesn't resolve angles up to
+// about 1e-8.
 template <class Vector>
 bool exactly_parallel(const Vector& a, const Vector& b) {
     const double cosine = a * b;

@@ -12,7 +12,7 @@ VELM_DEFINE_STORED_FORM(ERPlanarEntity3DWF, EREntity3DWF)
 
 namespace {
 
-/// The frame on the images of the origin and of the x and y axes.
+// The frame on the images of the origin and of the x and y axes.
 template <class Map>
 ERPmIsometrie3D mapped(const ERPmIsometrie3D& frame, Map map) {
     ERPoint3D origin = frame.origine();

@@ -28,11 +28,11 @@ namespace velm::detail {
 
 namespace {
 
-/// The nearest point of a segment, as its distance from p.
+// The nearest point of a segment, as its distance from p.
 struct Nearest {
     EREntity::DISTMINRES kind;
     double distance;
-    /// On the segment's line, not clamped.
+    // On the segment's line, not clamped.
     double parameter;
 };
 
@@ -44,7 +44,7 @@ Nearest nearest_point(const Point& p1, const Point& p2, const Vector& direction,
     return {EREntity::DISTMIN_AT_END, distance(p, t > 1.0 ? p2 : p1), t};
 }
 
-/// Appends t if it is in [0, 1]; returns the size.
+// Appends t if it is in [0, 1]; returns the size.
 int append_if_within(ERVec<double>& params, double t) {
     if (t >= 0.0 && t <= 1.0) params.append(t);
     return params.size();

@@ -93,7 +93,7 @@ double sure_slope(const LocalPolynomial& p, double x) {
 
 namespace {
 
-/// Poles as plain doubles.
+// Poles as plain doubles.
 template <int Components>
 struct Poles {
     using Number = double;
@@ -115,8 +115,8 @@ struct Poles {
     double* at(int i) const { return values + Components * i; }
 };
 
-/// Numbers as sums of a high and a low part, the low one gathering the rounding of the high one's
-/// sums: it is small, but not always a rounding of the high part.
+// Numbers as sums of a high and a low part, the low one gathering the rounding of the high one's
+// sums: it is small, but not always a rounding of the high part.
 struct Pairs {
     using Number = DoubleDouble;
     double* hi;
@@ -144,9 +144,9 @@ struct Pairs {
     }
 };
 
-/// p(lower + width t) in the Bernstein basis of t, in place, from p's coefficients divided by
-/// binomials: p's polar form at as many arguments lower and upper as it takes (Ramshaw, Blossoming,
-/// 1987). The loops are ordered so that no step waits for a sum just begun.
+// p(lower + width t) in the Bernstein basis of t, in place, from p's coefficients divided by
+// binomials: p's polar form at as many arguments lower and upper as it takes (Ramshaw, Blossoming,
+// 1987). The loops are ordered so that no step waits for a sum just begun.
 template <class Row>
 void convert(Row b, int n, double lower, typename Row::Number width) {
     if (lower != 0.0)
@@ -166,7 +166,7 @@ void convert(Row b, int n, double lower, typename Row::Number width) {
         b.exchange(i, j);
 }
 
-/// De Casteljau's scheme at 1/2: b becomes the right part.
+// De Casteljau's scheme at 1/2: b becomes the right part.
 template <int Components>
 void halve(double* b, double* left, int n) {
     std::copy_n(b, Components, left);
@@ -177,7 +177,7 @@ void halve(double* b, double* left, int n) {
     }
 }
 
-/// De Casteljau's scheme at t, s being 1 - t.
+// De Casteljau's scheme at t, s being 1 - t.
 template <int Components>
 void divide(double* b, double* left, int n, double t, double s) {
     std::copy_n(b, Components, left);

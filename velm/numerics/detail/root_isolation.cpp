@@ -9,15 +9,15 @@ namespace velm::detail {
 
 namespace {
 
-/// A part is given up as a cluster when all its coefficients are within this many times the
-/// noise: small enough to keep enclosures tight, large enough to spare bisections at their rims.
+// A part is given up as a cluster when all its coefficients are within this many times the
+// noise: small enough to keep enclosures tight, large enough to spare bisections at their rims.
 constexpr double kRim = 16.0;
-/// More pieces than any sensible input makes; beyond it, unclear pieces are reported as clusters.
+// More pieces than any sensible input makes; beyond it, unclear pieces are reported as clusters.
 constexpr int kMostPieces = 20000;
 
 } // namespace
 
-/// Assigns arrays to the first pieces of the stack.
+// Assigns arrays to the first pieces of the stack.
 void RootIsolation::need(int pieces) {
     for (; prepared_ < pieces; ++prepared_) {
         stack_[prepared_].poles = room_;
@@ -46,7 +46,7 @@ const RootInterval* RootIsolation::next() {
     return &found_[handed_out_++];
 }
 
-/// Drops or reports the piece on top, or splits it in two.
+// Drops or reports the piece on top, or splits it in two.
 void RootIsolation::resolve_top() {
     BernsteinPiece& piece = stack_[top_];
     Verdict verdict = judge(piece);
@@ -79,14 +79,14 @@ void RootIsolation::resolve_top() {
     split(at + 1.5 * aside, false) || split(at, true);
 }
 
-/// The sign of coefficient i, 0 if it is within the noise.
+// The sign of coefficient i, 0 if it is within the noise.
 int RootIsolation::sign(const BernsteinPiece& piece, int i) const {
     const double x = piece.p(i);
     const double noise = piece.noise(i, uncertainty_);
     return x > noise ? 1 : x < -noise ? -1 : 0;
 }
 
-/// The verdict of Descartes' rule on the piece; a sign within the noise is unclear.
+// The verdict of Descartes' rule on the piece; a sign within the noise is unclear.
 RootIsolation::Verdict RootIsolation::judge(const BernsteinPiece& piece) const {
     const int n = p_.degree;
     int last_sign = sign(piece, 0);
@@ -116,8 +116,8 @@ RootIsolation::Verdict RootIsolation::judge(const BernsteinPiece& piece) const {
     return verdict;
 }
 
-/// Whether an end's sign remains unclear however exactly p is evaluated, or neither end's sign is
-/// unclear.
+// Whether an end's sign remains unclear however exactly p is evaluated, or neither end's sign is
+// unclear.
 bool RootIsolation::surely_unclear(const BernsteinPiece& piece, const Verdict& verdict) const {
     constexpr double small_part = 0.125;
     if (piece.fresh) return true;
@@ -128,7 +128,7 @@ bool RootIsolation::surely_unclear(const BernsteinPiece& piece, const Verdict& v
     return (!verdict.lower_unclear || sure(0)) && (!verdict.upper_unclear || sure(p_.degree));
 }
 
-/// Whether the piece is no more than the neighbourhood of a place where p is zero within the noise.
+// Whether the piece is no more than the neighbourhood of a place where p is zero within the noise.
 bool RootIsolation::settled(const BernsteinPiece& piece, const Verdict& verdict) const {
     if (!verdict.lower_unclear && !verdict.upper_unclear) return false;
     for (int i = 0; i <= p_.degree; ++i)
@@ -137,8 +137,8 @@ bool RootIsolation::settled(const BernsteinPiece& piece, const Verdict& verdict)
     return true;
 }
 
-/// A place to cut: the middle or, if the sizes of the ends differ much, the power of two with their
-/// middle exponent.
+// A place to cut: the middle or, if the sizes of the ends differ much, the power of two with their
+// middle exponent.
 double RootIsolation::middle(const BernsteinPiece& piece) {
     constexpr double wide = 64.0;
     const double lower = piece.lower;
@@ -152,8 +152,8 @@ double RootIsolation::middle(const BernsteinPiece& piece) {
     return at > lower && at < half ? at : half;
 }
 
-/// A place that cuts off a root on an end: where a single one of the first terms of p's expansion
-/// exceeds the noise several times.
+// A place that cuts off a root on an end: where a single one of the first terms of p's expansion
+// exceeds the noise several times.
 double RootIsolation::beside_end(const BernsteinPiece& piece, bool at_upper) const {
     constexpr int terms = 6;
     constexpr double clear = 4.0;
@@ -178,8 +178,8 @@ double RootIsolation::beside_end(const BernsteinPiece& piece, bool at_upper) con
     return at_upper ? piece.upper - width : piece.lower + width;
 }
 
-/// Cuts the piece on top. False, with nothing done, if p is unclear there and this isn't the last
-/// try; a piece too small to cut is reported.
+// Cuts the piece on top. False, with nothing done, if p is unclear there and this isn't the last
+// try; a piece too small to cut is reported.
 bool RootIsolation::split(double at, bool last_try) {
     BernsteinPiece& piece = stack_[top_];
     if (!(at > piece.lower && at < piece.upper)) {
@@ -227,7 +227,7 @@ void RootIsolation::end_cluster() {
     growing_ = false;
 }
 
-/// A size below which p has no root but 0: its lowest term exceeds all others there.
+// A size below which p has no root but 0: its lowest term exceeds all others there.
 double RootIsolation::smallest_root_size() {
     if (smallest_ >= 0.0) return smallest_;
     int exponent = 0;

@@ -9,15 +9,15 @@ namespace velm::detail {
 
 namespace {
 
-/// Bounds of a root between which p changes sign once.
+// Bounds of a root between which p changes sign once.
 struct Bracket {
     double lower;
     double upper;
     bool rising;
 
     void narrow(double x, double p) { ((p > 0.0) == rising ? upper : lower) = x; }
-    /// x if it is inside, else the middle: the geometric mean if the sizes of the bounds differ
-    /// much.
+    // x if it is inside, else the middle: the geometric mean if the sizes of the bounds differ
+    // much.
     double inside(double x) const {
         if (x > lower && x < upper) return x;
         if (lower > 0.0 && upper > 8 * lower) return std::sqrt(lower) * std::sqrt(upper);
@@ -25,8 +25,8 @@ struct Bracket {
     }
 };
 
-/// The steps of Newton's method, and how they shrink: a step is about `curvature` times the square
-/// of the one before, as seen from two consecutive steps that shrink fast.
+// The steps of Newton's method, and how they shrink: a step is about `curvature` times the square
+// of the one before, as seen from two consecutive steps that shrink fast.
 struct Steps {
     static constexpr double unknown = std::numeric_limits<double>::infinity();
     double last = 0.0;
@@ -42,8 +42,8 @@ struct Steps {
     double next() const { return curvature * last * last; }
 };
 
-/// Newton's method in doubles, kept in the bracket, until its next step will be short or p is
-/// nothing but rounding.
+// Newton's method in doubles, kept in the bracket, until its next step will be short or p is
+// nothing but rounding.
 double approach(const LocalPolynomial& p, Bracket& bracket, double x, Steps& steps) {
     constexpr int most = 50;
     constexpr double short_step = 0x1p-26;
@@ -63,8 +63,8 @@ double approach(const LocalPolynomial& p, Bracket& bracket, double x, Steps& ste
     return x;
 }
 
-/// Newton's method with compensated values, to the last place; x is the result. Returns p's last
-/// value.
+// Newton's method with compensated values, to the last place; x is the result. Returns p's last
+// value.
 SureValue refine(const LocalPolynomial& p, Bracket& bracket, double& x, Steps& steps) {
     constexpr int most = 120;
     constexpr double last_place = 0x1p-58;
@@ -95,14 +95,14 @@ SureValue refine(const LocalPolynomial& p, Bracket& bracket, double& x, Steps& s
     return v;
 }
 
-/// The root in a bracket, from x on, with p's slope and S about it.
+// The root in a bracket, from x on, with p's slope and S about it.
 SureValue root_in(const LocalPolynomial& p, Bracket bracket, double& x) {
     Steps steps;
     x = approach(p, bracket, bracket.inside(x), steps);
     return refine(p, bracket, x, steps);
 }
 
-/// Whether p at x is surely beyond the noise, with the sign given by `positive`.
+// Whether p at x is surely beyond the noise, with the sign given by `positive`.
 bool clear_on_side(const LocalPolynomial& p, double x, double uncertainty, bool positive) {
     const SureValue v = sure_value(p, x);
     const double size = positive ? v.p : -v.p;
@@ -147,7 +147,7 @@ void polish_lone_root(const LocalPolynomial& p, const RootInterval& interval, do
 
 namespace {
 
-/// Whether all coefficients of the piece have one sign beyond the noise.
+// Whether all coefficients of the piece have one sign beyond the noise.
 bool keeps_sign(const BernsteinPiece& piece, int degree, double uncertainty) {
     const bool positive = piece.p(0) > 0.0;
     for (int i = 0; i <= degree; ++i)
@@ -165,9 +165,9 @@ void copy(const LocalPolynomial& from, LocalPolynomial& to) {
 
 int sign(double x) { return x > 0.0 ? 1 : x < 0.0 ? -1 : 0; }
 
-/// The order of the first derivative that surely keeps its sign in the interval: by Rolle's theorem
-/// no polynomial within the uncertainty has more roots there. `derivative` and `room` as for
-/// resolve_cluster.
+// The order of the first derivative that surely keeps its sign in the interval: by Rolle's theorem
+// no polynomial within the uncertainty has more roots there. `derivative` and `room` as for
+// resolve_cluster.
 int most_roots(const LocalPolynomial& p, const RootInterval& interval, double uncertainty,
                LocalPolynomial& derivative, double* room) {
     BernsteinPiece piece{};
@@ -185,8 +185,8 @@ int most_roots(const LocalPolynomial& p, const RootInterval& interval, double un
     return order;
 }
 
-/// Writes the zeros of p in the interval, ascending, given those of its derivative: between two of
-/// them, and between one and an end, p has at most one. Returns their number, at most two more.
+// Writes the zeros of p in the interval, ascending, given those of its derivative: between two of
+// them, and between one and an end, p has at most one. Returns their number, at most two more.
 int zeros_between(const LocalPolynomial& p, const RootInterval& interval, const double* extremes,
                   int count, double* zeros) {
     int found = 0;
@@ -209,9 +209,9 @@ int zeros_between(const LocalPolynomial& p, const RootInterval& interval, const 
     return found;
 }
 
-/// Where p is nearest to zero, measured by S, among the zeros that its derivative of order
-/// multiplicity - 1 has in the interval; if none, among those of the highest lower order that has
-/// any; if none, the end where p is smaller. The derivative of order `most` has no zero there.
+// Where p is nearest to zero, measured by S, among the zeros that its derivative of order
+// multiplicity - 1 has in the interval; if none, among those of the highest lower order that has
+// any; if none, the end where p is smaller. The derivative of order `most` has no zero there.
 double value_of_cluster(const LocalPolynomial& p, const RootInterval& interval, int most,
                         int multiplicity, LocalPolynomial& derivative, double* room) {
     double* zeros = room;

@@ -35,7 +35,7 @@ bool ChainEndIndex::can_be_near(const ERPoint2D& p) const {
     return reach_ > 0.0 && std::isfinite(p.x()) && std::isfinite(p.y());
 }
 
-/// The coordinate in cells, rounded down; far out the coordinate's bits.
+// The coordinate in cells, rounded down; far out the coordinate's bits.
 std::int64_t ChainEndIndex::cell_of(double coordinate) const {
     const double place = coordinate * cells_per_unit_;
     if (std::fabs(place) > farthest_cell) return std::bit_cast<std::int64_t>(coordinate);
@@ -43,9 +43,9 @@ std::int64_t ChainEndIndex::cell_of(double coordinate) const {
     return towards_zero - (static_cast<double>(towards_zero) > place);
 }
 
-/// The cells of all coordinates within the reach of one. Rounding is monotone: they are between the
-/// cells of the outermost two, which are equal or neighbours, except far out, where no other
-/// coordinate is within the reach.
+// The cells of all coordinates within the reach of one. Rounding is monotone: they are between the
+// cells of the outermost two, which are equal or neighbours, except far out, where no other
+// coordinate is within the reach.
 ChainEndIndex::Cells ChainEndIndex::cells_around(double coordinate) const {
     const std::int64_t first = cell_of(coordinate - reach_), last = cell_of(coordinate + reach_);
     if (first == last || first + 1 == last) return {first, last};

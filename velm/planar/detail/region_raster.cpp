@@ -16,7 +16,7 @@ constexpr int fewest_cells = 64;
 constexpr int most_cells = 512;
 constexpr double most_cells_under_box = 256.0;
 
-/// A power of two, about eight times the side of a square with as many cells as vertices.
+// A power of two, about eight times the side of a square with as many cells as vertices.
 int cells_for(std::size_t vertices) {
     const double wanted = 8.0 * std::sqrt(static_cast<double>(vertices));
     int cells = fewest_cells;
