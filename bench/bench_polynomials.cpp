@@ -21,13 +21,13 @@ namespace {
 
 using velm_bench::Numbers;
 
-constexpr std::size_t kSet = 64;
+constexpr std::size_t set_size = 64;
 
 // Polynomials with random coefficients, which have one or two roots in [0, 1].
 std::vector<std::vector<double>> random_set(int degree) {
     Numbers numbers;
     std::vector<std::vector<double>> set;
-    for (std::size_t i = 0; i < kSet; ++i)
+    for (std::size_t i = 0; i < set_size; ++i)
         set.push_back(numbers.vector(degree + 1));
     return set;
 }
@@ -36,7 +36,7 @@ std::vector<std::vector<double>> random_set(int degree) {
 std::vector<std::vector<double>> real_rooted_set(int degree) {
     Numbers numbers;
     std::vector<std::vector<double>> set;
-    for (std::size_t k = 0; k < kSet; ++k) {
+    for (std::size_t k = 0; k < set_size; ++k) {
         std::vector<double> c{1.0};
         for (int j = 0; j < degree; ++j) {
             const double root = (j + 0.5 + 0.3 * numbers.next()) / degree;
@@ -56,7 +56,7 @@ void roots_of(benchmark::State& state, MakeSet make, Solve solve) {
     const auto set = make(static_cast<int>(state.range(0)));
     std::size_t i = 0;
     for (auto _ : state)
-        solve(set[i++ % kSet]);
+        solve(set[i++ % set_size]);
 }
 
 void roots_velm(benchmark::State& state, MakeSet make) {

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr double kEpsilon = std::numeric_limits<double>::epsilon() / 2;
+constexpr double unit_rounding = std::numeric_limits<double>::epsilon() / 2;
 
 // ---- the problems of the data file, made again ----
 
@@ -101,7 +101,7 @@ TEST(LinearAlgebra, SolvesInvertsAndTakesDeterminantsToTheProblemsCondition) {
         SCOPED_TRACE(p.kind + " " + std::to_string(p.n));
         const ERLUDecomp lu(p.a);
         ASSERT_FALSE(lu.isSingular());
-        const double bound = p.n * p.condition * kEpsilon;
+        const double bound = p.n * p.condition * unit_rounding;
         const double* const x = p.answer.data();
         const double* const inverse_row = x + p.n;
         EXPECT_LE(largest_difference(solve(lu, p.b).view(), x), bound * largest(x, p.n));
@@ -150,7 +150,7 @@ TEST(LinearAlgebra, FactorsMultiplyBackToTheInput) {
         const ERMatrix<double> a = make("random", n, random);
         const ERLUDecomp lu(a);
         const ERMatrix<double> difference = lu.P() * a - lu.L() * lu.U();
-        EXPECT_LE(largest(difference.view().data(), n * n), n * kEpsilon * 4) << n;
+        EXPECT_LE(largest(difference.view().data(), n * n), n * unit_rounding * 4) << n;
         EXPECT_EQ(lu.input(), a);
     }
 }
@@ -165,7 +165,7 @@ TEST(LinearAlgebra, CholeskyFactorsToTheProblemsCondition) {
         const ERMatrix<double> l = MatrixCholesky(lower_only);
         const double* const last_row = p.answer.data();
         EXPECT_LE(largest_difference(l.row(p.n - 1), last_row),
-                  (p.n + 1) * p.condition * kEpsilon * largest(last_row, p.n));
+                  (p.n + 1) * p.condition * unit_rounding * largest(last_row, p.n));
         EXPECT_EQ(MatSymetrisInf(lower_only), p.a);
     }
     const double not_definite[] = {1.0, 2.0, 2.0, 1.0};
@@ -181,7 +181,7 @@ TEST(LinearAlgebra, EigenvaluesLieWithinRoundingOfTheNorm) {
             for (int j = 0; j < p.n; ++j)
                 eigen.Matrix(i, j) = p.a(i, j);
         eigen.IncrSortEigenStuff();
-        const double bound = 8 * p.n * kEpsilon * p.condition;
+        const double bound = 8 * p.n * unit_rounding * p.condition;
         for (int k = 0; k < p.n; ++k) {
             EXPECT_NEAR(eigen.GetEigenvalue(k), p.answer[std::size_t(k)], bound);
             for (int i = 0; i < p.n; ++i) {
@@ -192,7 +192,7 @@ TEST(LinearAlgebra, EigenvaluesLieWithinRoundingOfTheNorm) {
                     product += eigen.GetEigenvector(j, i) * eigen.GetEigenvector(j, k);
                 }
                 EXPECT_NEAR(image, eigen.GetEigenvalue(k) * eigen.GetEigenvector(i, k), 2 * bound);
-                EXPECT_NEAR(product, i == k ? 1.0 : 0.0, 16 * p.n * kEpsilon);
+                EXPECT_NEAR(product, i == k ? 1.0 : 0.0, 16 * p.n * unit_rounding);
             }
         }
     }
@@ -302,7 +302,7 @@ TEST(LinearAlgebra, NullVectorsOfMatricesThatLackOneRank) {
         const auto top = std::find(p.answer.begin(), p.answer.end(), 1.0) - p.answer.begin();
         for (int i = 0; i < p.n; ++i)
             EXPECT_NEAR(x.view()[std::size_t(i)] / x.view()[std::size_t(top)],
-                        p.answer[std::size_t(i)], p.n * p.condition * kEpsilon);
+                        p.answer[std::size_t(i)], p.n * p.condition * unit_rounding);
     }
 }
 

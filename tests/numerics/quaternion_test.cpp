@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr double kPi = std::numbers::pi;
+constexpr double pi = std::numbers::pi;
 
 void expect_near(const ERVector3D& a, const ERVector3D& b, double tolerance) {
     EXPECT_LE((a - b).norme(), tolerance);
@@ -28,9 +28,9 @@ TEST(Quaternion, TurnsComposesAndComesBackFromItsMatrix) {
     for (int round = 0; round < 2000; ++round) {
         const ERVector3D axis = random.direction<ERVector3D>();
         const ERVector3D v = random.direction<ERVector3D>();
-        const double angle = random.uniform(1e-6, 2 * kPi - 1e-6);
+        const double angle = random.uniform(1e-6, 2 * pi - 1e-6);
         const ERQuaternion q(axis * 3.0, angle);
-        const ERQuaternion p(random.direction<ERVector3D>(), random.uniform(0.0, kPi));
+        const ERQuaternion p(random.direction<ERVector3D>(), random.uniform(0.0, pi));
         expect_near(q * v, turned(v, axis, angle), 1e-14);
         expect_near((p * q) * v, p * (q * v), 1e-14);
         expect_near(q.Inverse() * (q * v), v, 1e-14);
@@ -44,7 +44,7 @@ TEST(Quaternion, TurnsComposesAndComesBackFromItsMatrix) {
     }
     // Half turns take the branches without a trace, one for each axis.
     for (int i = 0; i < 3; ++i) {
-        const ERQuaternion half(ERVector3D(static_cast<Coord3D>(i)), kPi);
+        const ERQuaternion half(ERVector3D(static_cast<Coord3D>(i)), pi);
         expect_near(ERQuaternion(half.GetMatrix()), half, 1e-15);
     }
 }
@@ -57,7 +57,7 @@ TEST(Quaternion, InterpolatesOnTheArcAsItLies) {
     expect_near(ERQuaternion::Slerp(0.5, p, p), p, 0.0);
     expect_near(ERQuaternion::Squad(0.5, p, p, q, q), ERQuaternion(z, 0.8), 1e-15);
     // No shortening: towards the other quaternion of the same rotation the long way is taken.
-    expect_near(ERQuaternion::Slerp(0.5, p, -q), ERQuaternion(z, 0.8 - kPi), 1e-14);
+    expect_near(ERQuaternion::Slerp(0.5, p, -q), ERQuaternion(z, 0.8 - pi), 1e-14);
     // A whole extra spin adds 2 pi on the way and ends at the same orientation.
     expect_near(ERQuaternion::SlerpExtraSpins(1.0, p, q, 2), q, 1e-14);
     expect_near(ERQuaternion::SlerpExtraSpins(0.5, p, q, 2), -ERQuaternion(z, 0.8), 1e-14);
@@ -72,7 +72,7 @@ TEST(Quaternion, ExpAndLogPlaceTheFirstComponentInTheirOwnWay) {
     expect_near(ERQuaternion(9, 0, 0.3, 0).Exp(), ERQuaternion(0, 0, 0.3 * s, 0), 1e-16);
     expect_near(ERQuaternion(0, 0, 0, 0).Exp(), ERQuaternion(0, 0, 0, 0), 0.0);
     expect_near(ERQuaternion(1, 0, 0, 0).Log(), ERQuaternion(0, 0, 0, 0), 0.0);
-    expect_near(ERQuaternion(0, 1, 0, 0).Log(), ERQuaternion(kPi / 2, 0, 0, 0), 1e-15);
+    expect_near(ERQuaternion(0, 1, 0, 0).Log(), ERQuaternion(pi / 2, 0, 0, 0), 1e-15);
     expect_near(ERQuaternion(2, 3, 4, 5).Log(), ERQuaternion(0, 3, 4, 5), 0.0);
     expect_near(ERQuaternion(0, 0, 0, 0).Inverse(), ERQuaternion(0, 0, 0, 0), 0.0);
 
@@ -87,7 +87,7 @@ TEST(Quaternion, ExpAndLogPlaceTheFirstComponentInTheirOwnWay) {
 
 TEST(Quaternion, TakesThreeOrFourValues) {
     expect_near(ERQuaternion(ERVec<double>{1, 2, 3, 4}), ERQuaternion(1, 2, 3, 4), 0.0);
-    expect_near(ERQuaternion(ERVec<double>{0, 0, 1}), ERQuaternion(ERVector3D(0, 0, 1), kPi / 2),
+    expect_near(ERQuaternion(ERVec<double>{0, 0, 1}), ERQuaternion(ERVector3D(0, 0, 1), pi / 2),
                 1e-15);
     expect_near(ERQuaternion(ERVec<double>{1, 2}), ERQuaternion(), 0.0);
 }

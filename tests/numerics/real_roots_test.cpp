@@ -13,17 +13,17 @@ namespace {
 
 using Real = long double;
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double infinity = std::numeric_limits<double>::infinity();
 
 struct Problem {
     std::string name;
     bool bernstein = false, apart = false;
-    ERLimites limits{-kInfinity, kInfinity};
+    ERLimites limits{-infinity, infinity};
     std::vector<double> c;
     std::vector<std::vector<Real>> groups; // of roots that rounding can't distinguish
 };
 
-std::vector<velm::RealRoot> solve(const Problem& p, double uncertainty = velm::kRoundedOnce) {
+std::vector<velm::RealRoot> solve(const Problem& p, double uncertainty = velm::rounded_once) {
     return p.bernstein ? velm::real_roots_bernstein(p.c, p.limits, uncertainty)
                        : velm::real_roots(p.c, p.limits, uncertainty);
 }
@@ -54,7 +54,7 @@ void judge(const Problem& p, const std::vector<Real>& roots,
            const std::vector<velm::RealRoot>& found) {
     const Real degree = Real(p.c.size()) - 1;
     std::size_t next = 0; // of roots
-    double before = -kInfinity;
+    double before = -infinity;
     for (const velm::RealRoot& r : found) {
         EXPECT_TRUE(before <= r.lower && r.lower <= r.value && r.value <= r.upper) << r.value;
         before = r.upper;
@@ -270,7 +270,7 @@ TEST(RealRoots, ValuesAreZerosOfTheDerivativeOfTheirMultiplicity) {
             for (std::size_t k = c.size() - 1; k-- > 0;)
                 c[k] = (k > 0 ? c[k - 1] : 0.0) - root * c[k];
         }
-        const double uncertainty = random.below(2) == 0 ? velm::kRoundedOnce : 0.0;
+        const double uncertainty = random.below(2) == 0 ? velm::rounded_once : 0.0;
         for (const velm::RealRoot& r : velm::real_roots(c, {-1.5, 1.5}, uncertainty)) {
             const int order = r.multiplicity - 1;
             if (derivative_at(c, order, r.lower).sign == derivative_at(c, order, r.upper).sign)
@@ -294,7 +294,7 @@ TEST(RealRoots, EveryXAndNoX) {
     EXPECT_EQ(velm::real_roots(line, {-9.0, 9.0}, one), 2); // room for one of two
     EXPECT_EQ(one[0].value, -0.5);
     EXPECT_EQ(velm::real_roots(std::vector{5.0}, {-9.0, 9.0}, one), 0);
-    EXPECT_EQ(velm::real_roots(std::vector{1.0, kInfinity}, {-9.0, 9.0}, one), 0);
+    EXPECT_EQ(velm::real_roots(std::vector{1.0, infinity}, {-9.0, 9.0}, one), 0);
     EXPECT_EQ(velm::real_roots(line, {1.0, 0.0}, one), 0);
     EXPECT_EQ(velm::real_roots(line, {std::nan(""), 1.0}, one), 0);
     EXPECT_EQ(velm::real_roots_bernstein(line, {2.0, 3.0}, one), 0);

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr double kNotProjected = ERSerieStatistic::not_projected;
+constexpr double not_projected = ERSerieStatistic::not_projected;
 
 ERSerieStatistic series(const std::vector<double>& values, double lower, double upper) {
     ERSerieStatistic s;
@@ -51,7 +51,7 @@ TEST(SeriesStatistics, AgreesWithCertifiedValuesToWhatTheFormulaKeeps) {
 }
 
 TEST(SeriesStatistics, CountsWhatLiesWithinLimitsAndWhatWasProjected) {
-    const ERSerieStatistic s = series({0.5, 1.00005, -0.00005, 1.2, kNotProjected, -3.0}, 0.0, 1.0);
+    const ERSerieStatistic s = series({0.5, 1.00005, -0.00005, 1.2, not_projected, -3.0}, 0.0, 1.0);
     EXPECT_EQ(s.length(), 6);
     EXPECT_EQ(s.num_projected(), 5);
     EXPECT_EQ(s.inLimits(), 3) << "closer than 0.0001 to a limit counts as within";
@@ -61,7 +61,7 @@ TEST(SeriesStatistics, CountsWhatLiesWithinLimitsAndWhatWasProjected) {
     EXPECT_EQ(s.lowestMargin(), -3.0);
 
     ERSerieStatistic unlimited;
-    unlimited.append(kNotProjected, 1.0, ERSerieStatistic::no_lower, ERSerieStatistic::no_upper);
+    unlimited.append(not_projected, 1.0, ERSerieStatistic::no_lower, ERSerieStatistic::no_upper);
     EXPECT_EQ(unlimited.counted(), 1);
     EXPECT_EQ(unlimited.num_projected(), 0);
     EXPECT_EQ(unlimited.length(), 1);
@@ -84,8 +84,8 @@ TEST(SeriesStatistics, TellsTheWorseOfTwoCandidates) {
     EXPECT_TRUE(large < small);
     small.set_type(gmStatType_lowest_margin);
     EXPECT_TRUE(small < large) << "margins 1.0 and 0.5";
-    const ERSerieStatistic three = series({1.0, 1.0, kNotProjected}, 0.0, 9.0);
-    const ERSerieStatistic none = series({kNotProjected}, 0.0, 9.0);
+    const ERSerieStatistic three = series({1.0, 1.0, not_projected}, 0.0, 9.0);
+    const ERSerieStatistic none = series({not_projected}, 0.0, 9.0);
     EXPECT_TRUE(three < none) << "counted 2 against 0, projected 2 against 0: not above";
 }
 

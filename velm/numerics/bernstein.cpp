@@ -50,28 +50,28 @@ namespace {
 // An evaluation with degree and number of components known to the compiler, which unrolls it: the
 // same operations in the same order.
 using Evaluation = void (*)(const double* poles, double t, double* out);
-constexpr unsigned kFixedDegrees = 9;
-constexpr unsigned kFixedComponents = 4;
+constexpr unsigned fixed_degrees = 9;
+constexpr unsigned fixed_components = 4;
 
 template <class Scheme, std::size_t... I>
 constexpr std::array<Evaluation, sizeof...(I)> evaluations(std::index_sequence<I...>) {
     return {
-        Scheme::template fixed<int(I / kFixedComponents) + 1, int(I % kFixedComponents) + 1>...};
+        Scheme::template fixed<int(I / fixed_components) + 1, int(I % fixed_components) + 1>...};
 }
 
 // The scheme's evaluation for these sizes; null if there is none.
 template <class Scheme>
 Evaluation evaluation(int count, int dim) {
     static constexpr auto table =
-        evaluations<Scheme>(std::make_index_sequence<kFixedDegrees * kFixedComponents>());
+        evaluations<Scheme>(std::make_index_sequence<fixed_degrees * fixed_components>());
     const unsigned degree = static_cast<unsigned>(count) - 2u;
     const unsigned component = static_cast<unsigned>(dim) - 1u;
-    if (degree >= kFixedDegrees || component >= kFixedComponents) return nullptr;
-    return table[kFixedComponents * degree + component];
+    if (degree >= fixed_degrees || component >= fixed_components) return nullptr;
+    return table[fixed_components * degree + component];
 }
 
 template <int Degree>
-constexpr auto kBinomials = [] {
+constexpr auto binomial_row = [] {
     std::array<double, std::size_t(Degree) + 1> row{};
     double value = 1.0;
     for (std::size_t i = 0; i < row.size(); ++i) {
@@ -109,7 +109,7 @@ struct HornerScheme {
     }
     template <int Degree, int Components>
     static void fixed(const double* poles, double t, double* out) {
-        run<Components>(poles, Degree, kBinomials<Degree>.data(), t, Components, out);
+        run<Components>(poles, Degree, binomial_row<Degree>.data(), t, Components, out);
     }
 };
 

@@ -40,7 +40,7 @@ double Cnp(int n, int p) { return theCnpTableau.Cnp(n, p); }
 
 namespace {
 
-constexpr int kRowStep = 20;
+constexpr int row_step = 20;
 
 } // namespace
 
@@ -60,7 +60,7 @@ void TableauDePascal::ComputeTo(int n) {
 
 const TableauDePascal::Table* TableauDePascal::grown(int n) {
     const std::lock_guard<CCriticalSection> lock(growth);
-    return published((n / kRowStep + 1) * kRowStep);
+    return published((n / row_step + 1) * row_step);
 }
 
 const TableauDePascal::Table* TableauDePascal::published(int n) {

@@ -11,12 +11,12 @@ using velm::detail::dot;
 namespace {
 
 // All of these are part of the contract: the iterates and the statuses depend on them.
-constexpr double kRootAtStart = 1.0000000000000002e-10; // the double after 1e-10
-constexpr double kRoot = 1e-09;
-constexpr double kShortStep = 1e-09;
-constexpr double kSpuriousGradient = 1e-06;
-constexpr double kLongestStep = 100.0;
-constexpr double kEnoughDescent = 0.0001;
+constexpr double root_at_start = 1.0000000000000002e-10; // the double after 1e-10
+constexpr double root_size = 1e-09;
+constexpr double short_step = 1e-09;
+constexpr double spurious_gradient = 1e-06;
+constexpr double longest_step = 100.0;
+constexpr double enough_descent = 0.0001;
 
 // Whether all elements are below the limit in absolute value; a NaN isn't.
 bool all_below(const ERVec<double>& f, double limit) {
@@ -78,9 +78,9 @@ int ERNewtonMSolverWithBackTracking::Resoudre(ERVec<double>& start, double) {
     fx = problem->f(x);
     ++evaluations;
     double merit = 0.5 * dot(fx, fx);
-    if (all_below(fx, kRootAtStart)) return BackTrackingStatus_at_root;
+    if (all_below(fx, root_at_start)) return BackTrackingStatus_at_root;
     const int n = x.size();
-    const double stepMax = kLongestStep * std::max(std::sqrt(dot(x, x)), double(n));
+    const double stepMax = longest_step * std::max(std::sqrt(dot(x, x)), double(n));
     if (iterations >= maxIterations) return BackTrackingStatus_limit;
     ++iterations;
     for (;;) {
@@ -95,18 +95,18 @@ int ERNewtonMSolverWithBackTracking::Resoudre(ERVec<double>& start, double) {
         velm::detail::scale(p, -1.0);
         p = solve(lu, p);
         const int stopped = LinearSearch(xold, old_merit, g, p, x, merit, stepMax);
-        if (all_below(fx, kRoot)) {
+        if (all_below(fx, root_size)) {
             start = x;
             return BackTrackingStatus_converged;
         }
         if (stopped) {
             start = x;
-            return relative_gradient(g, x, merit) < kSpuriousGradient ? BackTrackingStatus_spurious
+            return relative_gradient(g, x, merit) < spurious_gradient ? BackTrackingStatus_spurious
                                                                       : BackTrackingStatus_stopped;
         }
         ERVec<double> moved = x;
         velm::detail::subtract(moved, xold);
-        if (relative_length(moved, x) < kShortStep || n < 1) {
+        if (relative_length(moved, x) < short_step || n < 1) {
             start = x;
             return BackTrackingStatus_short_step;
         }
@@ -120,7 +120,7 @@ int ERNewtonMSolverWithBackTracking::LinearSearch(const ERVec<double>& xold, dou
     const double length = std::sqrt(dot(p, p));
     if (length > stepMax) velm::detail::scale(p, stepMax / length);
     const double slope = dot(g, p);
-    const double shortest = kShortStep / relative_length(p, xold);
+    const double shortest = short_step / relative_length(p, xold);
     Trial before{0.0, 0.0, 0.0};
     double full_step_merit = std::nan("");
     for (double alam = 1.0;;) {
@@ -138,7 +138,7 @@ int ERNewtonMSolverWithBackTracking::LinearSearch(const ERVec<double>& xold, dou
             return 1;
         }
         if (alam == 1.0) full_step_merit = f;
-        if (fold + alam * kEnoughDescent * slope >= f) return 0;
+        if (fold + alam * enough_descent * slope >= f) return 0;
         const Trial now{alam, f, fold};
         const double next = next_length(now, before, slope);
         before = now;

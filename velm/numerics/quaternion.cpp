@@ -7,11 +7,11 @@ namespace {
 
 // The sine of an angle counts as zero below this in Exp, Log and the interpolations; the results
 // depend on it, so it is part of the contract.
-constexpr double kSmallSine = 0.001;
+constexpr double small_sine = 0.001;
 
 ERQuaternion interpolate(double t, const ERQuaternion& p, const ERQuaternion& q, double phase) {
     const double a = std::acos(p.Dot(q));
-    if (std::fabs(a) < kSmallSine) return p;
+    if (std::fabs(a) < small_sine) return p;
     const double s = std::sin(a);
     return p * (std::sin((1.0 - t) * a - phase) / s) + q * (std::sin(t * a + phase) / s);
 }
@@ -108,7 +108,7 @@ ERVector3D ERQuaternion::Axis() const { return ERVector3D(x_, y_, z_).getnormali
 ERQuaternion ERQuaternion::Exp() const {
     const double a = ERVector3D(x_, y_, z_).norme();
     const double sine = std::sin(a);
-    const double s = std::fabs(sine) >= kSmallSine ? sine / a : 1.0;
+    const double s = std::fabs(sine) >= small_sine ? sine / a : 1.0;
     return {s * x_, 0.0, s * y_, s * z_};
 }
 
@@ -116,7 +116,7 @@ ERQuaternion ERQuaternion::Log() const {
     if (std::fabs(w_) < 1.0) {
         const double a = std::acos(w_);
         const double sine = std::sin(a);
-        if (std::fabs(sine) >= kSmallSine) {
+        if (std::fabs(sine) >= small_sine) {
             const double c = a / sine;
             return {c * x_, 0.0, c * y_, c * z_};
         }

@@ -17,11 +17,11 @@ using detail::RootInterval;
 using detail::RootIsolation;
 using detail::Workspace;
 
-// Terms whose sizes are within 2^kRange of each other are processed at once: scaled to at most 1,
-// their products keep above the 2^-900 that pairs of doubles need.
-constexpr int kRange = 400;
-// Coefficients between 2^-kPlain and 2^kPlain need no scaling.
-constexpr int kPlain = 150;
+// Terms whose sizes are within 2^range_exponents of each other are processed at once: scaled to at
+// most 1, their products keep above the 2^-900 that pairs of doubles need.
+constexpr int range_exponents = 400;
+// Coefficients between 2^-plain_exponents and 2^plain_exponents need no scaling.
+constexpr int plain_exponents = 150;
 
 // How an argument y >= 0 of a scaled polynomial maps to an x.
 struct Chart {
@@ -113,9 +113,10 @@ bool Solver::has_one_sign() const {
 
 // Whether p needs no scaling up to `upper`.
 bool Solver::is_plain(double upper) const {
-    if (!(upper <= 1.0 && upper >= std::ldexp(1.0, -kRange / source_.degree))) return false;
-    const double smallest = std::ldexp(1.0, -kPlain);
-    const double largest = std::ldexp(1.0, kPlain);
+    if (!(upper <= 1.0 && upper >= std::ldexp(1.0, -range_exponents / source_.degree)))
+        return false;
+    const double smallest = std::ldexp(1.0, -plain_exponents);
+    const double largest = std::ldexp(1.0, plain_exponents);
     return std::all_of(source_.size, source_.size + source_.degree + 1,
                        [=](double x) { return (x >= smallest && x <= largest) || x == 0.0; });
 }
@@ -189,9 +190,9 @@ void Solver::solve_by_bands(Chart chart, double lower, double upper) {
             scaled_.set(i, {std::ldexp(source_.hi[i], shift), std::ldexp(source_.lo[i], shift)});
         }
         double floor = lower;
-        if (exponents.of(0) < largest - kRange) {
+        if (exponents.of(0) < largest - range_exponents) {
             // A cut where p can't be distinguished from zero would cut a root in two.
-            int k = exponents.down_to(largest - kRange, unit);
+            int k = exponents.down_to(largest - range_exponents, unit);
             while (k > 1 && !clear_of_zero(scaled_, std::ldexp(1.0, -k), uncertainty_))
                 --k;
             floor = std::max(lower, std::ldexp(1.0, unit - k));

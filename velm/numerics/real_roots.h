@@ -66,7 +66,7 @@ struct VELM_API RealRoot {
 };
 
 /// One rounding of each coefficient.
-inline constexpr double kRoundedOnce = 0x1p-53;
+inline constexpr double rounded_once = 0x1p-53;
 
 /// The real roots in the closed interval, ascending. The coefficients have the lowest power first;
 /// zeros at the end are ignored. The ends may be infinite. Empty if start is above end, or if an
@@ -75,14 +75,14 @@ inline constexpr double kRoundedOnce = 0x1p-53;
 /// There are never more entries than the degree, or 1 when p is zero. The degree may be up to 500.
 VELM_API std::vector<RealRoot> real_roots(std::span<const double> coefficients,
                                           const ERLimites& limits,
-                                          double uncertainty = kRoundedOnce);
+                                          double uncertainty = rounded_once);
 VELM_API std::vector<RealRoot> real_roots(const ERPolynome& p, const ERLimites& limits,
-                                          double uncertainty = kRoundedOnce);
+                                          double uncertainty = rounded_once);
 
 /// The roots into the caller's array: returns their number, and writes as many of them as there is
 /// room for. Makes no call to the global allocator after a thread's first calls.
 VELM_API int real_roots(std::span<const double> coefficients, const ERLimites& limits,
-                        std::span<RealRoot> roots, double uncertainty = kRoundedOnce);
+                        std::span<RealRoot> roots, double uncertainty = rounded_once);
 
 /// The real roots of the sum of poles[i] times the i-th Bernstein polynomial of degree poles.size()
 /// - 1. Only roots in [0, 1] are looked for, regardless of the limits; one beyond an end of the
@@ -90,8 +90,8 @@ VELM_API int real_roots(std::span<const double> coefficients, const ERLimites& l
 /// Bernstein polynomial.
 VELM_API std::vector<RealRoot> real_roots_bernstein(std::span<const double> poles,
                                                     const ERLimites& limits = ERLimites(0.0, 1.0),
-                                                    double uncertainty = kRoundedOnce);
+                                                    double uncertainty = rounded_once);
 VELM_API int real_roots_bernstein(std::span<const double> poles, const ERLimites& limits,
-                                  std::span<RealRoot> roots, double uncertainty = kRoundedOnce);
+                                  std::span<RealRoot> roots, double uncertainty = rounded_once);
 
 } // namespace velm

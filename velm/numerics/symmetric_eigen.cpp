@@ -321,7 +321,7 @@ void Eigen::TridiagonalN(int size, double** mat, double* diag, double* subd) {
 
 namespace {
 
-constexpr int kSweepLimit = 32;
+constexpr int sweep_limit = 32;
 
 // The first index from i0 on after which the matrix splits: the subdiagonal element vanishes
 // against the diagonal by exact equality after rounding.
@@ -389,12 +389,12 @@ void sweep(int i0, int i2, int n, double* diag, double* subd, double** mat) {
 bool iterate(int size, double* diag, double* subd, double** mat) {
     for (int i0 = 0; i0 < size; ++i0) {
         int sweeps = 0;
-        for (; sweeps < kSweepLimit; ++sweeps) {
+        for (; sweeps < sweep_limit; ++sweeps) {
             const int i2 = end_of_block(i0, size, diag, subd);
             if (i2 == i0) break;
             sweep(i0, i2, size, diag, subd, mat);
         }
-        if (sweeps == kSweepLimit) return false;
+        if (sweeps == sweep_limit) return false;
     }
     return true;
 }

@@ -61,7 +61,7 @@ QuickValue quick_value(const LocalPolynomial& p, double x) {
         value = value * x + p.hi[i];
         size = size * x + p.size[i];
     }
-    return {value, slope, size, 2 * (p.degree + 1) * kUnit * size};
+    return {value, slope, size, 2 * (p.degree + 1) * unit_rounding * size};
 }
 
 SureValue sure_value(const LocalPolynomial& p, double x) {
@@ -77,7 +77,7 @@ SureValue sure_value(const LocalPolynomial& p, double x) {
         value = sum.hi;
         size = size * x + p.size[i];
     }
-    const double error = 4 * (p.degree + 1) * (p.degree + 1) * kUnit * kUnit * size;
+    const double error = 4 * (p.degree + 1) * (p.degree + 1) * unit_rounding * unit_rounding * size;
     return {value + rest, slope, size, error};
 }
 
@@ -200,7 +200,7 @@ void to_bernstein(const LocalPolynomial& p, BernsteinPiece& piece) {
     }
     convert(Poles<2>{piece.poles}, n, piece.lower, piece.upper - piece.lower);
     piece.components = 2;
-    piece.error = (10 * n + 4) * kUnit;
+    piece.error = (10 * n + 4) * unit_rounding;
     piece.base = 0.0;
     piece.fresh = false;
 }
@@ -221,9 +221,9 @@ void to_bernstein_in_pairs(LocalPolynomial& p, BernsteinPiece& piece, double* sc
     }
     // Each of 2 n sums rounds a low part of up to 2 n units; the products in pairs add their own
     // rounding.
-    piece.base = (6.0 * n * n + 64.0 * n + 64.0) * kUnit * kUnit;
+    piece.base = (6.0 * n * n + 64.0 * n + 64.0) * unit_rounding * unit_rounding;
     piece.components = 3;
-    piece.error = kUnit;
+    piece.error = unit_rounding;
     piece.fresh = true;
 }
 
@@ -239,11 +239,12 @@ void cut(BernsteinPiece& piece, BernsteinPiece& left, double at, int degree) {
     else
         half ? halve<3>(piece.poles, left.poles, degree)
              : divide<3>(piece.poles, left.poles, degree, t, s);
-    piece.error += (half ? 1 : 4) * degree * kUnit;
+    piece.error += (half ? 1 : 4) * degree * unit_rounding;
     // The true cut is within a rounding of `at`. Its effect on p is bounded by the derivative of S
     // and, if p itself is the measure, by the differences of the poles.
     if (!half || sum.lo != 0.0)
-        piece.error += degree * kUnit * (piece.components == 2 ? 2.0 : 4.0 * piece.upper / width);
+        piece.error +=
+            degree * unit_rounding * (piece.components == 2 ? 2.0 : 4.0 * piece.upper / width);
     piece.fresh = false;
     left = {piece.lower, at, piece.error, piece.base, left.poles, piece.components, false};
     piece.lower = at;

@@ -9,7 +9,8 @@
 
 namespace velm::detail {
 
-inline constexpr double kUnit = 0x1.01p-53; ///< unit of rounding in doubles, with a margin of 1/256
+inline constexpr double unit_rounding =
+    0x1.01p-53; ///< unit of rounding in doubles, with a margin of 1/256
 
 /// Room for arrays of doubles, released all at once.
 class Workspace {

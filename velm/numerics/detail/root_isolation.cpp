@@ -11,9 +11,9 @@ namespace {
 
 // A part is given up as a cluster when all its coefficients are within this many times the
 // noise: small enough to keep enclosures tight, large enough to spare bisections at their rims.
-constexpr double kRim = 16.0;
+constexpr double rim_noises = 16.0;
 // More pieces than any sensible input makes; beyond it, unclear pieces are reported as clusters.
-constexpr int kMostPieces = 20000;
+constexpr int most_pieces = 20000;
 
 } // namespace
 
@@ -59,7 +59,7 @@ void RootIsolation::resolve_top() {
         --top_;
         return;
     }
-    if (settled(piece, verdict) || top_ + 2 > kDepth || ++pieces_made_ > kMostPieces) {
+    if (settled(piece, verdict) || top_ + 2 > most_depth || ++pieces_made_ > most_pieces) {
         report_cluster(piece);
         --top_;
         return;
@@ -132,7 +132,7 @@ bool RootIsolation::surely_unclear(const BernsteinPiece& piece, const Verdict& v
 bool RootIsolation::settled(const BernsteinPiece& piece, const Verdict& verdict) const {
     if (!verdict.lower_unclear && !verdict.upper_unclear) return false;
     for (int i = 0; i <= p_.degree; ++i)
-        if (std::fabs(piece.p(i)) > kRim * (uncertainty_ + piece.base) * piece.size(i))
+        if (std::fabs(piece.p(i)) > rim_noises * (uncertainty_ + piece.base) * piece.size(i))
             return false;
     return true;
 }

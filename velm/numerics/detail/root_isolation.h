@@ -19,7 +19,7 @@ struct RootInterval {
 class RootIsolation {
 public:
     /// The doubles that `room_for_it` must hold.
-    static int room(int degree) { return ((kDepth + 1) * 3 + 2) * (degree + 1); }
+    static int room(int degree) { return ((most_depth + 1) * 3 + 2) * (degree + 1); }
 
     RootIsolation(LocalPolynomial& p, double uncertainty, double* room_for_it)
         : p_(p), uncertainty_(uncertainty), scratch_(room_for_it),
@@ -56,11 +56,11 @@ private:
 
     LocalPolynomial& p_;
     double uncertainty_;
-    static constexpr int kDepth = 160;
+    static constexpr int most_depth = 160;
     double* scratch_;
     double* room_;
-    BernsteinPiece stack_[kDepth + 1]; // the next piece is on top; two above it are work space
-    int prepared_ = 0;                 // the entries of stack_ that have their arrays
+    BernsteinPiece stack_[most_depth + 1]; // the next piece is on top; two above it are work space
+    int prepared_ = 0;                     // the entries of stack_ that have their arrays
     int top_ = -1;
     int pieces_made_ = 0;
     double whole_ = 0.0;     // the upper end of the whole search

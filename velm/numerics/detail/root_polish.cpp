@@ -72,10 +72,10 @@ SureValue refine(const LocalPolynomial& p, Bracket& bracket, double& x, Steps& s
     SureValue v{};
     for (int i = 0; i < most; ++i) {
         v = sure_value(p, x);
-        double slope_noise = 2 * (n + 1) * (n + 1) * kUnit * v.size;
+        double slope_noise = 2 * (n + 1) * (n + 1) * unit_rounding * v.size;
         if (2 * slope_noise > x * std::fabs(v.dp)) {
             v.dp = sure_slope(p, x);
-            slope_noise *= kUnit;
+            slope_noise *= unit_rounding;
         }
         const double newton = x - v.p / v.dp;
         const double step = std::fabs(newton - x);
@@ -131,7 +131,7 @@ void polish_lone_root(const LocalPolynomial& p, const RootInterval& interval, do
     // As x^2 |p''| <= degree^2 S, the slope keeps its size near a well-conditioned root, and p is
     // clear of zero at the ends of the enclosure. Elsewhere p itself is evaluated.
     const double condition = (p.degree + 1) * v.size / (slope * x);
-    const bool sure = 64 * condition * condition * (uncertainty + kUnit) <= 1.0;
+    const bool sure = 64 * condition * condition * (uncertainty + unit_rounding) <= 1.0;
     if (!(reach >= 0.0)) reach = interval.upper;
     for (root.lower = x - reach; !sure && root.lower > interval.lower; root.lower = x - reach) {
         if (clear_on_side(p, root.lower, uncertainty, !rising)) break;
