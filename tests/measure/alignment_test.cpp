@@ -1,5 +1,5 @@
 // Alignment: known motions come back from points without noise; with noise no motion nearby is
-// better; freedoms that the points leave open are named and held.
+// better; freedoms that the points don't determine are named and held.
 #include "velm/measure/alignment.h"
 
 #include "support/test.h"
@@ -21,8 +21,8 @@ ERPmIsometrie3D motion(Random& random, double angle, double way) {
            ERRotation3D(direction(random), ERRadian(angle));
 }
 
-/// A target whose ball touches it with an error along the normal and a slip across it, before the
-/// part was moved. Without a normal it is a direct one.
+// A target whose ball touches it with an error along the normal and a slip across it, before the
+// part was moved. Without a normal it is a direct one.
 gmTargetPoint target(const ERPoint3D& p, const ERVector3D& n, double diameter, double error,
                      const ERVector3D& slip, const ERPmIsometrie3D& away) {
     const ERPoint3D centre = p + (diameter / 2 + error) * n + (slip - (slip * n) * n);
@@ -42,7 +42,7 @@ std::vector<gmTargetPoint> part(Random& random, bool direct, double noise, doubl
     return targets;
 }
 
-/// No motion near the one that was found has a lower sum, and the sum is what was reported.
+// No motion near the one found has a lower sum, and the sum is the reported one.
 template <class Found, class Sum, class Near>
 void expect_best(const Found& found, Sum sum, Near near) {
     const double least = sum(found.motion);
@@ -55,7 +55,7 @@ void expect_best(const Found& found, Sum sum, Near near) {
 TEST(Alignment, FindsTheMotionOfTargets) {
     Random random(51);
     for (int round = 0; round < 60; ++round) {
-        // Far turns only where the points lie where they should: slips mislead the start.
+        // Far turns only without slips, because slips mislead the start.
         const double slip = round % 3 == 0 ? 1 : 0;
         const ERPmIsometrie3D away = motion(random, slip != 0 ? 0.1 : 0.05 * round, size);
         const auto targets = part(random, slip == 0 && round % 2 == 0, 0, slip, away);

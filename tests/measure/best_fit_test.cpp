@@ -1,4 +1,4 @@
-// GetMediumLine, GetMediumPlane and the tools for sets of points, as their declarations tell.
+// GetMediumLine, GetMediumPlane and the tools for sets of points against their declarations.
 #include "velm/measure/best_fit.h"
 #include "velm/measure/orthogonal_fit.h"
 #include "velm/measure/point_sets.h"
@@ -17,7 +17,7 @@ velm_test::Random draw{92};
 
 ERPoint3D point(double size) { return draw.value<ERPoint3D>(size); }
 
-/// The steps one by one, with the elimination as it is.
+// The steps one by one, with the library's elimination.
 ERPlane stepwise(const ERVec<ERPoint3D>& points) {
     double mean[9] = {};
     for (int i = 0; i < points.size(); ++i) {
@@ -92,7 +92,7 @@ TEST(BestFit, SmallTurnsReverseAPlaneAndSenseIsKeptByALine) {
         EXPECT_EQ(line.dirVector(), before.dirVector());
     }
     EXPECT_EQ(GetMediumLine({{0, 0}, {1, 0.25}, {2, -0.25}, {3, 0}}, line, 0.2), 0);
-    EXPECT_GT(line.dirVector().i(), 0.9); // set all the same
+    EXPECT_GT(line.dirVector().i(), 0.9); // still set
     ERPlane plane;
     for (const ERVec<ERPoint3D>& few : {ERVec<ERPoint3D>(), {{1, 2, 3}}, {{1, 2, 3}, {2, 3, 5}}})
         EXPECT_EQ(GetMediumPlane(few, plane, 0.0), 1);

@@ -38,7 +38,7 @@ TEST(CadGroups, SplitPathsAtBothSlashes) {
         EXPECT_EQ(group.path(), text.c_str());
         EXPECT_EQ(group.path_hash(), hxu_fnv1a_hash(text));
     }
-    // A level may hold slashes of its own, which the path does not tell apart; names lose them.
+    // A level may contain slashes, which the path does not distinguish; names lose them.
     gmCADGroupStructure group;
     group.start_group("a/b");
     EXPECT_TRUE(group.path() == "/a/b" && !(group == gmCADGroupStructure("a/b")));
@@ -139,7 +139,7 @@ TEST(CadObjectId, IsInvalidWithoutItsParts) {
     EXPECT_TRUE(a.compare(a) == 0 && gmIDNameSpace().compare({}) == 0 && a != b);
 }
 
-/// The parts of a stored identifier in order: a version has those whose first version it reaches.
+// The parts of a stored identifier in order: a version has those whose first version it reaches.
 struct Part {
     int since, until;
     std::string bytes;

@@ -16,7 +16,7 @@ using namespace velm_test;
 
 const ERCMMPoint sample(ERPoint3D(1, 2, 3), ERVector3D(0, 0, 4), 0x12345);
 
-/// Stores the object, restores another one from it, and gives the record.
+// Stores the object, restores another one from it, and gives the record.
 template <class T>
 std::string through_a_file(const T& object, T& other) {
     const std::string record = record_of(object);

@@ -22,7 +22,7 @@ std::vector<double> numbers_of(std::string line) {
     return result;
 }
 
-/// The rows of numbers, a row a line, behind `skip` lines.
+// The rows of numbers, one row per line, after `skip` lines.
 std::vector<std::vector<double>> rows(const std::string& name, int skip) {
     std::vector<std::vector<double>> result;
     std::ifstream in(name);
@@ -44,7 +44,7 @@ std::vector<Point> places(const std::vector<std::vector<double>>& table) {
     return result;
 }
 
-/// What the coordinates' own rounding may do: `weight` units of the largest coordinate.
+// The effect of the coordinates' own rounding: `weight` units of the largest coordinate.
 template <class Point>
 double slack(const std::vector<Point>& points, double weight) {
     double largest = 0.0;
@@ -98,7 +98,7 @@ TEST(OrthogonalFit, AgainstMultiplePrecision) {
         } else {
             const velm::CircleFit2D fit = velm::fit_circle(two);
             EXPECT_EQ(fit.outcome, FitOutcome::fitted);
-            // The sagitta is all that a short arc tells of its radius.
+            // Only the sagitta of a short arc determines its radius.
             const double chord = distance(two.front(), two.back());
             const double weight = std::max(1.0, 8.0 * answer[2] * answer[2] / (chord * chord));
             const double rounding = slack(two, 8 * weight);
@@ -130,7 +130,7 @@ TEST(OrthogonalFit, CertifiedCircles) {
         ASSERT_EQ(fit.outcome, FitOutcome::fitted);
         worst = std::max({worst, distance(fit.centre, place<ERPoint3D>(certified)) / diameter,
                           std::fabs(2 * fit.radius - diameter) / diameter});
-        EXPECT_EQ(fit.normal, axis); // the points lie in a plane of a constant coordinate
+        EXPECT_EQ(fit.normal, axis); // the points are in a plane of a constant coordinate
         EXPECT_EQ(fit.plane_rms, 0.0);
     }
     EXPECT_EQ(sets, 20);

@@ -36,7 +36,7 @@ TEST(SelectionFlags, FollowAVectorOfBits) {
             flags.set_all(value), model.assign(model.size(), value);
         } else if (kind == 1) {
             flags.resize(index), model.resize(place);
-        } else if (kind == 2) { // between 0 and the size the count comes out wrong, intended
+        } else if (kind == 2) { // between 0 and the size the count is wrong: part of the contract
             flags.negate(place < model.size() ? 0 : index);
             model.flip(), model.resize(std::max(place, model.size()), true);
         } else if (kind == 3) {

@@ -32,7 +32,8 @@ TEST(TargetPoint, Measures) {
     EXPECT_EQ(direct_target.acceptance_distance(), std::sqrt(0.25 + 4));
     EXPECT_EQ(gmTargetPoint(nominal, {nominal, nominal, 3, 1}).acceptance_distance(), 0);
 
-    // The ball of 2 touches one below its centre; what is off along the normal is not on the plane.
+    // The ball of 2 touches one below its centre; a deviation along the normal is not one on the
+    // plane.
     EXPECT_EQ(plane_target.calculated_point(), ERPoint3D(1.5, 2, 4));
     EXPECT_TRUE(plane_target.get_distance_to_plane(to_plane) &&
                 plane_target.get_distance_on_plane(on_plane) &&
@@ -81,7 +82,7 @@ TEST(TargetPoint, RecordsAndArchives) {
         EXPECT_EQ(measured.pretouch, measured.point + ERPoint3D(0, 0, 1));
         EXPECT_TRUE(measured.id() == 0 && measured.diameter == 0);
     }
-    // Where a target stands in a store is not what an archive holds.
+    // A target's form in a store is not its form in an archive.
     const TemporaryFolder folder;
     ERDataBase store;
     ASSERT_EQ(store.Open(folder.path("s").c_str(), 0), gmSuccess);
@@ -95,7 +96,7 @@ TEST(TargetPoint, RecordsAndArchives) {
     EXPECT_TRUE(load_cause(old, load_old) == 0 && kept->getObjectID() == place && place > 0);
     EXPECT_TRUE(kept->Save(nullptr) != 0 && kept->getObjectID() == place);
     EXPECT_EQ(store.Close(), gmSuccess);
-    // A mode of neither kind is kept; it is never accepted.
+    // A mode of neither kind is kept, and its distance is never accepted.
     gmTargetPoint odd;
     expect_loaded(bytes_of(BYTE{9}, nominal, direct_numbers), odd, serialize_old);
     EXPECT_EQ(odd.acceptance_distance(), std::numeric_limits<double>::max());
@@ -106,8 +107,7 @@ TEST(TargetPoint, Moves) {
     const ERPmIsometrie3D turn = ERTranslation3D(ERVector3D(5, 0, 0)) *
                                  ERRotation3D(ERVector3D(1, 0, 0), ERRadian(M_PI / 2));
     const ERPmSimilitude3D mirror = ERScaling3D(-2);
-    // What is expected: the nominal, the centre of the ball, what was before it, the diameter, the
-    // normal.
+    // Expected: the nominal, the centre of the ball, its place before, the diameter, the normal.
     const auto expect = [](const gmTargetPoint& target, const ERPoint3D& place,
                            const ERPoint3D& centre, const ERPoint3D& before, double diameter,
                            const ERVector3D& normal) {

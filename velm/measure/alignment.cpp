@@ -19,13 +19,13 @@ namespace {
 using detail::Freedoms;
 using detail::Step;
 
-/// Below this part of the sum of squares a step can't be told from rounding.
+// Below this fraction of the sum of squares a step can't be distinguished from rounding.
 constexpr double rounding_of_squares = 1e-12;
-/// By how much a deviation may be off, as a part of the largest coordinate.
+// The error of a deviation as a fraction of the largest coordinate: a few roundings.
 constexpr double rounding_of_deviations = 8 * std::numeric_limits<double>::epsilon();
 constexpr int most_halvings = 40;
 
-/// A turn about the centroid of the points, then a shift.
+// A turn about the centroid of the points, then a shift.
 struct Pose {
     ERQuaternion turn;
     ERVector3D shift;
@@ -38,7 +38,7 @@ Pose after(const Pose& pose, const Step& step) {
     return {turn * (1.0 / std::sqrt(turn.Norm2())), pose.shift + step.shift};
 }
 
-/// A pose with the sum of squares there and what a step from there needs.
+// A pose with the sum of squares there and what a step from there needs.
 struct State {
     Pose pose;
     double squares = 0.0;
@@ -53,7 +53,7 @@ public:
     void run();
     const AlignmentReport& report() const { return report_; }
     const ERQuaternion& turn() const { return best_.pose.turn; }
-    /// What remains of the motion when the turn is taken about the origin.
+    // The shift of the motion if its turn is about the origin.
     ERVector3D shift() const {
         return centroid_.asVector3D() + best_.pose.shift - turn() * centroid_.asVector3D();
     }
@@ -116,8 +116,8 @@ State Aligner::evaluate(const Pose& pose) const {
     return state;
 }
 
-/// The unit quaternion whose turn brings the points nearest to their places, from the sums of the
-/// products of their coordinates (Horn 1987, section 4). In the plane it turns about z alone.
+// The unit quaternion whose turn brings the points nearest to their places, from the sums of the
+// products of their coordinates (Horn 1987, section 4). In the plane it turns only about z.
 ERQuaternion Aligner::best_turn(double s[3][3]) const {
     const double xx = s[0][0], yy = s[1][1], zz = s[2][2];
     const double n[4][4] = {{xx + yy + zz, s[1][2] - s[2][1], s[2][0] - s[0][2], s[0][1] - s[1][0]},
@@ -163,7 +163,7 @@ std::optional<Pose> Aligner::absolute_orientation() const {
     return Pose{turn, ERVector3D(centroid_, middle)};
 }
 
-/// What the sum of squares may be off: by its own digits, and by those that the deviations lose.
+// A bound of the rounding of the sum of squares: its own, and that of the deviations.
 double Aligner::rounding() const {
     const double off = rounding_of_deviations * largest_coordinate_;
     const double count = static_cast<double>(points_.size());
@@ -171,7 +171,8 @@ double Aligner::rounding() const {
            off * (std::sqrt(count * best_.squares) + count * off);
 }
 
-/// Takes the step where the squares can't tell whether it is one downhill, if the next is shorter.
+// Takes the step if the next one is shorter, where rounding hides whether it lowers the sum of
+// squares.
 bool Aligner::settle(const Step& step) {
     State state = evaluate(after(best_.pose, step));
     if (!(state.squares <= best_.squares + rounding())) return false;
@@ -180,7 +181,7 @@ bool Aligner::settle(const Step& step) {
     return true;
 }
 
-/// Takes the step, or the part of it that lowers the sum of squares; false if none does.
+// Takes the step, or the part of it that lowers the sum of squares; false if none does.
 bool Aligner::improve(const Step& step, int halvings) {
     double part = 1.0;
     for (int halving = 0; halving <= halvings; ++halving, part *= 0.5) {

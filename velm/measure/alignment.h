@@ -18,8 +18,8 @@ class gmTargetPoint;
 
 namespace velm {
 
-/// Where the centre of a ball would be without deviation, with the unit normal of the nominal
-/// there. A normal of length 0 makes every direction count.
+/// The place of a ball's centre without deviation, with the unit normal of the nominal there. With
+/// a normal of length 0 deviations in every direction count.
 struct VELM_API NominalPlace {
     ERPoint3D centre;
     ERVector3D normal;
@@ -29,23 +29,23 @@ struct VELM_API NominalPlace2D {
     ERVector2D normal;
 };
 
-/// Tells the nominal place of the point with this number, standing at p: on a curve or surface the
-/// place nearest to p, half a ball's diameter off it along the normal.
+/// Returns the nominal place of the point with this number, which is now at p: the place nearest to
+/// p on a curve or surface, moved by half the ball's diameter along the normal.
 using NominalOf = std::function<NominalPlace(std::size_t number, const ERPoint3D& p)>;
 using NominalOf2D = std::function<NominalPlace2D(std::size_t number, const ERPoint2D& p)>;
 
 struct VELM_API AlignmentOptions {
-    /// The motion has converged when a step moves the points by no more than this, as a part of
-    /// their extent (the root mean square of their distances from their centroid).
+    /// The motion has converged if a step moves the points by no more than this fraction of their
+    /// extent (the root mean square of their distances from their centroid).
     double threshold = 1e-10;
     int most_iterations = 100;
-    /// A freedom counts as undetermined when its singular value is less than this part of the
-    /// greatest one, turning measured by the way that it moves points at the extent.
+    /// A freedom counts as undetermined if its singular value is less than this fraction of the
+    /// greatest one; a turn is measured by the distance that it moves points at the extent.
     double least_determined = 1e-5;
 };
 
-/// A freedom that the nominal places don't determine. A held turn is no part of the motion, nor is
-/// a shift of the points' centroid along a held direction.
+/// A freedom that the nominal places don't determine. The motion contains no held turn and no shift
+/// of the points' centroid along a held direction.
 struct VELM_API HeldFreedom {
     enum Kind { sliding, turning, screwing };
     Kind kind;
@@ -58,13 +58,13 @@ struct VELM_API HeldFreedom {
     VELM_API std::string name() const;
 };
 
-/// What an alignment found.
+/// The report of an alignment.
 struct VELM_API AlignmentReport {
     /// Whether the last step was below the threshold, or neither lowered the sum of squares beyond
-    /// its rounding nor led to a shorter one. If not, the motion is the best one that was met.
+    /// its rounding nor led to a shorter step. If false, the motion is the best one found.
     bool converged = false;
     int iterations = 0;
-    /// The last step as a part of the extent.
+    /// The last step as a fraction of the extent.
     double last_step = 0.0;
     /// The sums of the squared deviations.
     double squares_before = 0.0;
@@ -84,25 +84,25 @@ struct VELM_API Alignment2D : AlignmentReport {
     ERPoint2D apply(const ERPoint2D& p) const { return motion.TransFrom(p); }
 };
 
-/// Finds the motion that minimises the sum over the points p of (n (p - c))^2, c and n being the
-/// nominal place of the moved point, or |p - c|^2 where n is 0.
+/// Finds the motion that minimises the sum over the points p of (n (p - c))^2, with c and n the
+/// nominal place of the moved point, or of |p - c|^2 if n is 0.
 ///
 /// Starts from the absolute orientation of the points against their first nominal places, by the
-/// unit quaternion of the greatest eigenvalue (Horn, J. Opt. Soc. Am. A 4, 1987), where all
-/// freedoms are determined and this lowers the sum. Then takes Gauss-Newton steps on the deviations
-/// along the normals, with the places found anew after each (Chen and Medioni, Image and Vision
+/// unit quaternion of the greatest eigenvalue (Horn, J. Opt. Soc. Am. A 4, 1987), if all freedoms
+/// are determined and this lowers the sum. Then takes Gauss-Newton steps on the deviations along
+/// the normals, with the places found again after each (Chen and Medioni, Image and Vision
 /// Computing 10, 1992), halved until the sum falls. Each step solves by the eigenvectors of the
-/// normal matrix and leaves those out whose freedoms are undetermined.
+/// normal matrix and omits those of undetermined freedoms.
 ///
 /// It is a local method: on a curve or surface the points must start nearer to their own parts of
-/// it than to others. Without points the motion is the identity, and converged.
+/// it than to others. Without points the motion is the identity and has converged.
 VELM_API Alignment align(std::span<const ERPoint3D> points, const NominalOf& nominal,
                          const AlignmentOptions& options = {});
-/// The same in the plane: turning and sliding within it.
+/// The alignment in the plane: turning and sliding within it.
 VELM_API Alignment2D align(std::span<const ERPoint2D> points, const NominalOf2D& nominal,
                            const AlignmentOptions& options = {});
-/// The measured points of targets, those on a plane by their distance to it, with the radius of the
-/// ball, and direct ones by their distance.
+/// Aligns the measured points of targets: those on a plane by their distance to it, with the radius
+/// of the ball, and direct ones by their distance.
 VELM_API Alignment align(std::span<const gmTargetPoint> targets,
                          const AlignmentOptions& options = {});
 

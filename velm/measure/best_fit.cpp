@@ -13,10 +13,10 @@
 
 namespace {
 
-/// Two doubles that are computed side by side, each exactly as it would be alone.
+// Two doubles that are computed side by side, each exactly as it would be by itself.
 using Pair [[gnu::vector_size(16)]] = double;
 
-/// Running means, updated value by value as m * (i / (i + 1)) + value / (i + 1).
+// Running means, updated value by value as m * (i / (i + 1)) + value / (i + 1).
 template <std::size_t count>
 class RunningMeans {
 public:
@@ -86,7 +86,7 @@ int GetMediumPlane(const ERVec<ERPoint3D>& points, ERPlane& plane, double tolera
         const ERPoint3D& second = p[std::min<std::size_t>(1, p.size() - 1)];
         const ERPoint3D& third = p[std::min<std::size_t>(2, p.size() - 1)];
         const ERVector3D turn = ERVector3D(p[0], second) ^ ERVector3D(p[0], third);
-        if (turn * plane.normalVector() < 1.0) plane.reverse(); // not 0.0: intended
+        if (turn * plane.normalVector() < 1.0) plane.reverse(); // not 0.0: part of the contract
     }
     if (!(tolerance > 0.0)) return 1;
     for (const ERPoint3D& q : p) {

@@ -18,7 +18,7 @@ gmCADGroupStructure::gmCADGroupStructure(const utString& path) {
 }
 
 const gmHashedString& gmCADGroupStructure::level(int n) const {
-    // Never destroyed: a host's static objects may ask at exit.
+    // Never destroyed: a host's static objects may use it at exit.
     static const gmHashedString& none = *new gmHashedString;
     return n >= 0 && n < depth() ? levels[static_cast<std::size_t>(n)] : none;
 }

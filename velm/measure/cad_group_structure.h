@@ -11,16 +11,15 @@
 /// Asks for the structure of the root group.
 enum gmRootGroupTag { gmRootGroup };
 
-/// The names of the groups from the top down. From the solid depth on, if there is one, the levels
-/// are those of a solid, which may be unlinked.
+/// The names of the groups from the top down. From the solid depth on, if any, the levels are those
+/// of a solid, which may be unlinked.
 ///
-/// The text of the path is kept once it has been asked for: one structure belongs to one thread at
-/// a time.
+/// The text of the path is cached on first use: one structure belongs to one thread at a time.
 class VELM_API gmCADGroupStructure {
 public:
     /// Empty.
     gmCADGroupStructure() = default;
-    /// Empty too, yet above all others; its path is a single slash.
+    /// The root: empty too, but above all others; its path is a single slash.
     gmCADGroupStructure(gmRootGroupTag) : root(true) {}
     /// Splits a path at every slash and every backslash; empty pieces are dropped. A null string
     /// gives an empty structure.
@@ -32,16 +31,16 @@ public:
     const gmHashedString& leaf() const { return level(depth() - 1); }
     /// A level counted from 0, an invalid name beyond the depth.
     const gmHashedString& level(int n) const;
-    /// Each level behind a slash; a single slash for the root. Slashes in a name are not marked.
+    /// A slash before each level; a single slash for the root. Slashes in a name are not escaped.
     const utString& path() const { return hashed_path().text(); }
     DWORD path_hash() const { return hashed_path().hash(); }
 
     void start_group(const utString& name);
     /// The solid begins at the new level.
     void start_solid(const utString& name);
-    /// Leaves the last level, if there is one; a solid that began there or deeper is left too.
+    /// Leaves the last level, if any, and a solid that began there or deeper.
     void end_group();
-    /// Leaves the last level, if there is one, and the solid whatever its depth.
+    /// Leaves the last level, if any, and the solid regardless of its depth.
     void end_solid();
     /// The last level is the one where the solid begins.
     void set_solid_for_current_depth() { solid_depth = depth() - 1; }
@@ -54,24 +53,24 @@ public:
     gmCADGroupStructure group_to_depth(int d) const;
 
     /// Whether the levels are equal; solids don't count. An empty structure and the root are equal
-    /// until both have been asked for their paths, which differ: intended.
+    /// until the paths of both have been read, which differ; part of the contract.
     bool operator==(const gmCADGroupStructure& other) const;
     /// -1, 0 or 1: level by level, then the lesser depth first.
     int compare(const gmCADGroupStructure& other) const;
-    /// That level alone; one that is missing is behind all others.
+    /// Compares only that level; a missing one comes after all others.
     int compare_at_depth(const gmCADGroupStructure& other, int d) const;
-    /// Whether that level is there and equal.
+    /// Whether that level exists and is equal.
     bool matches_at_depth(const gmCADGroupStructure& other, int d) const;
     /// Whether the other is deeper and begins with these levels. The root is the start of all that
     /// are not empty, an empty structure of none.
     bool is_start_of(const gmCADGroupStructure& other) const;
 
     void set_invalid() { *this = gmCADGroupStructure(); }
-    /// Names the object: by its level where there is just one, otherwise by the path.
+    /// Sets the object's name: the level if there is just one, otherwise the path.
     void set_name_on_object(ERDBObject& object) const;
 
     /// Depth and levels, the solid depth and, from CADObjectID's version 6 on, a byte: whether the
-    /// solid is unlinked. The root is not marked. A structure that can't be read is empty.
+    /// solid is unlinked. The root is not marked. A structure that can't be read becomes empty.
     void serialize(CArchive& archive);
 
 private:

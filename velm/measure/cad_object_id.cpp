@@ -14,7 +14,7 @@ namespace {
 
 constexpr DWORD no_number = 0xFFFFFFFF;
 
-/// A number of which the archive holds a DWORD, from 0 to `greatest`.
+// Reads a DWORD that must be from 0 to `greatest`.
 int get_choice(CArchive& archive, DWORD greatest) {
     DWORD value;
     archive >> value;
@@ -22,7 +22,7 @@ int get_choice(CArchive& archive, DWORD greatest) {
     return static_cast<int>(value);
 }
 
-/// The numbers and the path in the manner of the stream output.
+// Writes the numbers and the path in the form of the stream output.
 template <class Stream>
 void write_numbers_and_path(Stream& out, const CADObjectID& id) {
     out << "H" << id.H() << "S" << id.InternalID();
@@ -36,7 +36,7 @@ int CADObjectID::s_version = CADObjectID::newest_version;
 void gmIDNameSpace::become(gmNSType type, const utString& name) {
     const bool valid = type != gmNSTypeInvalid && !name.empty();
     type_ = valid ? type : gmNSTypeInvalid;
-    name_ = valid ? name : utString(); // the name may be this one's own
+    name_ = valid ? name : utString(); // the argument may be this object's name
 }
 
 int gmIDNameSpace::compare(const gmIDNameSpace& other) const {

@@ -12,17 +12,17 @@
 
 #include <iosfwd>
 
-/// The kinds of name space. The values stand in archives and must never change.
+/// The kinds of name space. The values are stored in archives and must never change.
 enum gmNSType : int { gmNSTypeInvalid = 0, gmNSTypeName = 1, gmNSTypeFile = 2 };
 
-/// How much of an identifier its text tells. The values are fixed: hosts keep them.
+/// The parts of an identifier in its text. The values are fixed, because hosts store them.
 enum gmRepresentation : int {
     gmRepresentationLeaf = 0,      ///< the numbers and the last level
     gmRepresentationNameSpace = 1, ///< the displayed name space too
     gmRepresentationFull = 2       ///< name space, path and type
 };
 
-/// Where identifiers hold: in a model with a name, or in a file. Invalid without a name.
+/// The scope of identifiers: a model with a name, or a file. Invalid without a name.
 class VELM_API gmIDNameSpace {
 public:
     gmIDNameSpace() = default;
@@ -45,7 +45,7 @@ public:
     /// -1, 0 or 1: by the type, then in the logical order of names.
     int compare(const gmIDNameSpace& other) const;
 
-    /// The type as a DWORD and the name. A name space that can't be read stays as it is.
+    /// The type as a DWORD and the name. A name space that can't be read is unchanged.
     void serialize(CArchive& archive);
 
 private:
@@ -56,7 +56,7 @@ private:
 /// Two numbers and, for a named object, its place in the group tree, its class in the host's schema
 /// and its name space. The texts are a contract, byte for byte.
 ///
-/// The hash is kept once it has been asked for: one identifier belongs to one thread at a time.
+/// The hash is cached on first use: one identifier belongs to one thread at a time.
 class VELM_API CADObjectID {
 public:
     /// Invalid: both numbers -1, no texts.
@@ -66,8 +66,8 @@ public:
     /// Named; invalid if a number is -1, the group empty or the class null.
     CADObjectID(unsigned long H, const gmCADGroupStructure& group, const stoClass* type,
                 unsigned long S);
-    /// Named; invalid if a number is -1 or a text empty. The path is split as the group structure
-    /// does it.
+    /// Named; invalid if a number is -1 or a text empty. The path is split as by
+    /// gmCADGroupStructure.
     CADObjectID(unsigned long H, const utString& group_path, const utString& type, unsigned long S);
 
     bool invalid() const { return kind_ == no_object; }
@@ -87,7 +87,7 @@ public:
     void set_invalid() { *this = CADObjectID(); }
     void swap(CADObjectID& other) noexcept;
 
-    /// Everything but the hash must be equal; two known hashes that differ settle it.
+    /// Everything except the hash must be equal; two known hashes that differ decide at once.
     bool operator==(const CADObjectID& other) const;
     /// The hash of as_string(gmRepresentationNameSpace), computed once.
     DWORD container_hash() const;
@@ -98,10 +98,10 @@ public:
     /// representation.
     CString as_string(gmRepresentation representation) const;
 
-    /// Stores the newest form; loads that of deserializing_version(), 6 unless a host says so for
-    /// the document it loads: from 6 on there is the byte in the group structure, from 5 on the
-    /// structure instead of a path, from 4 on the name space, from 3 on kind, path and type, from 2
-    /// on the first number. An identifier that can't be loaded stays as it is.
+    /// Stores the newest form; loads that of deserializing_version() (default: 6), which a host
+    /// sets for the document that it loads: from 6 on there is the byte in the group structure,
+    /// from 5 on the structure instead of a path, from 4 on the name space, from 3 on kind, path
+    /// and type, from 2 on the first number. An identifier that can't be loaded is unchanged.
     void serialize(CArchive& archive);
     static void set_deserializing_version(int version) { s_version = version; }
     static int deserializing_version() { return s_version; }
@@ -114,7 +114,7 @@ private:
 
     void store(CArchive& archive);
     void load(CArchive& archive);
-    /// Hands the text to `put` piece by piece.
+    /// Passes the text to `put` piece by piece.
     template <class Put>
     void spell(gmRepresentation representation, Put put) const;
 

@@ -1,5 +1,5 @@
-// velm::LineFit2D, LineFit3D, PlaneFit, CircleFit2D, CircleFit3D: what the fits of orthogonal_fit.h
-// give, and the residuals of points.
+// velm::LineFit2D, LineFit3D, PlaneFit, CircleFit2D, CircleFit3D: the results of the fits of
+// orthogonal_fit.h, and the residuals of points.
 #pragma once
 
 #include "velm/numerics/circle_fit.h"
@@ -10,8 +10,8 @@
 namespace velm {
 
 // Lengths are in model units; rms is the root mean square of the residuals of the points that were
-// fitted. The entities of the library are made from the fit: those keep their place by the foot
-// from the origin of coordinates, so far from it a residual to the fit itself has a few digits
+// fitted. The entities of the library are made from the fit: they store the foot from the origin of
+// coordinates as their place, so far from the origin a residual to the fit itself has a few digits
 // more.
 
 struct VELM_API LineFit2D {
@@ -70,7 +70,7 @@ struct VELM_API CircleFit3D {
     CircleIteration iteration;
 
     ERCircle3D circle() const { return ERCircle3D(centre, normal, radius); }
-    /// The signed distance from the circle in its plane, positive outside; the height is left out.
+    /// The signed distance from the circle in its plane, positive outside, without the height.
     double residual(const ERPoint3D& p) const;
     /// The height above the circle's plane, positive on the side of the normal.
     double height(const ERPoint3D& p) const;

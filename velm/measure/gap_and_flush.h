@@ -5,8 +5,8 @@
 
 #include <iosfwd>
 
-/// A frame at the place where two panels meet, with the gap between them and the flush, by how much
-/// one stands above the other, in model units.
+/// A frame at the place where two panels meet, with the gap between them and the flush, the height
+/// of one above the other, in model units.
 ///
 ///     gmGapAndFlush door({812.0, -640.5, 310.0}, {0, 0, 1}, {0, -1, 0}, 3.6, -0.4);
 ///     door.transformFrom(machine_to_car);
@@ -34,7 +34,7 @@ public:
     ERVector3D auxiliary_direction() const { return getRepere().getVector(Coord3D_Y); }
     ERVector3D normal() const { return getRepere().getVector(Coord3D_Z); }
 
-    /// The frame as ERPlanarEntity3DWF scales it; gap and flush take the factor.
+    /// The frame as ERPlanarEntity3DWF scales it; gap and flush are multiplied by the factor.
     void scale(double factor) override;
     using ERPlanarEntity3DWF::transformFrom;
     using ERPlanarEntity3DWF::transformTo;
@@ -71,10 +71,10 @@ enum PWI_Units : int { PWI_inches = 0, PWI_millimetres = 1 };
 class VELM_API gmDimension {
 public:
     gmDimension() = default;
-    /// 0 for a unit that is none of the two.
+    /// 0 for any other unit.
     gmDimension(double value, PWI_Units unit);
 
-    /// 0.0 for a unit that is none of the two.
+    /// 0.0 for any other unit.
     double get(PWI_Units unit) const;
     /// In millimetres.
     operator double() const { return millimetres_; }

@@ -11,7 +11,7 @@
 
 namespace velm::detail {
 
-/// The direction of a measured point as a field: it follows the point in the record.
+// The direction of a measured point as a field: it follows the point in the record.
 template <class Measured>
 struct ApproachOf {
     Measured& measured;
@@ -36,7 +36,7 @@ struct FieldForm<ApproachOf<Measured>> {
 
 namespace {
 
-/// The class has a version in documents (VERSIONABLE_SCHEMA of the framework), which is 1.
+// The class has a version in documents (VERSIONABLE_SCHEMA of the framework), which is 1.
 constexpr UINT schema = 0x80000001;
 
 constexpr CRuntimeClass record(const char* name, UINT version, CRuntimeClass* (*base)()) {

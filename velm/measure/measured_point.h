@@ -1,5 +1,5 @@
-// ERCMMPoint: a point that a probe touched. ERCMMPointWithDiameter: the same with the ball of the
-// probe.
+// ERCMMPoint: a point that a probe touched. ERCMMPointWithDiameter: such a point with the diameter
+// of the probe's ball.
 #pragma once
 
 #include "velm/export.h"
@@ -18,13 +18,13 @@ template <class Measured>
 struct ApproachOf;
 }
 
-/// A plain value: the centre of the ball at the contact, and where it came from.
+/// A plain value: the centre of the ball at the contact, and its place before the contact.
 class VELM_API ERCMMPoint {
 public:
     ERCMMPoint() = default;
     ERCMMPoint(const ERPoint3D& centre, const ERPoint3D& before, int id)
         : identifier(id), point(centre), pretouch(before) {}
-    /// The direction leads from the contact back to where the ball came from.
+    /// The direction points from the contact back to the ball's earlier place.
     ERCMMPoint(const ERPoint3D& centre, const ERVector3D& direction, int id)
         : ERCMMPoint(centre, centre + direction, id) {}
 
@@ -35,7 +35,7 @@ public:
     /// Both points.
     void scale(double factor);
 
-    /// By the identifier alone: intended.
+    /// Compares only the identifier: part of the contract.
     bool operator==(const ERCMMPoint& other) const { return identifier == other.identifier; }
 
     /// The identifier as an int, the point, and the direction IJK as three doubles. Reading adds
@@ -59,7 +59,8 @@ private:
 VELM_API std::ostream& operator<<(std::ostream& out, const ERCMMPoint& point);
 VELM_API ERFile& operator<<(ERFile& file, const ERCMMPoint& point);
 VELM_API ERFile& operator>>(ERFile& file, ERCMMPoint& point);
-/// In an archive the identifier is cut to 16 bits, intended; it comes back without a sign.
+/// In an archive the identifier is cut to 16 bits, a property of the format; it comes back without
+/// a sign.
 VELM_API CArchive& operator<<(CArchive& archive, const ERCMMPoint& point);
 VELM_API CArchive& operator>>(CArchive& archive, ERCMMPoint& point);
 
@@ -81,15 +82,15 @@ public:
 
     double probe_diameter() const { return diameter; }
     void probe_diameter(double ball) { diameter = ball; }
-    /// Both points and the diameter.
+    /// Scales both points and the diameter.
     void scale(double factor);
-    /// Both points; the diameter stays.
+    /// Scales both points; the diameter is unchanged.
     void compensate(double factor) { ERCMMPoint::scale(factor); }
 
     CRuntimeClass* GetRuntimeClass() const override;
     static CRuntimeClass* GetThisClass() { return &classERCMMPointWithDiameter; }
     static CObject* CreateObject();
-    /// The form of the ERCMMPoint, then the diameter. A point that can't be loaded stays as it is.
+    /// The form of the ERCMMPoint, then the diameter. A point that can't be loaded is unchanged.
     void Serialize(CArchive& archive) override;
 
     static CRuntimeClass classERCMMPointWithDiameter;
@@ -113,7 +114,7 @@ using MeasuredPointList = CTypedPtrList<CObList, ERCMMPointWithDiameter*>;
 VELM_API CArchive& operator<<(CArchive& archive, const ERCMMPointWithDiameter& point);
 VELM_API CArchive& operator>>(CArchive& archive, ERCMMPointWithDiameter& point);
 /// A count, then the points, a null pointer as a point of zeros. Reading appends new points, which
-/// the caller deletes; those that were read before a failure stay in the list.
+/// the caller deletes; those that were read before a failure remain in the list.
 VELM_API CArchive& operator<<(CArchive& archive, const velm::MeasuredPointList& points);
 VELM_API CArchive& operator>>(CArchive& archive, velm::MeasuredPointList& points);
 /// Deletes the points and empties the list.

@@ -10,7 +10,7 @@ namespace velm {
 
 namespace {
 
-/// Whether two spreads differ by more than rounding of the points can make them.
+// Whether two spreads differ by more than the rounding of the points explains.
 template <class D>
 bool apart(const PrincipalAxes<D>& axes, std::size_t greater, std::size_t smaller) {
     constexpr double eps = std::numeric_limits<double>::epsilon();
@@ -19,7 +19,7 @@ bool apart(const PrincipalAxes<D>& axes, std::size_t greater, std::size_t smalle
     return more * more - less * less > 16.0 * eps + 2.0 * more * axes.rounding / scale;
 }
 
-/// v or -v: along `side` where that tells, else with its main component positive.
+// v or -v: towards `side` if that decides, else with its main component positive.
 template <class Vector>
 Vector turned(const Vector& v, const Vector& side) {
     double along = v * side;
@@ -64,7 +64,7 @@ PlaneFit plane_across(const PrincipalAxes<Space>& axes, const ERVector3D& side) 
     return fit;
 }
 
-/// Points of any scale have residuals, also where their squares overflow or vanish.
+// std::hypot, because squares may overflow or vanish: points may have any scale.
 double length(const ERVector3D& v) { return std::hypot(v.i(), v.j(), v.k()); }
 
 } // namespace

@@ -11,7 +11,7 @@
 
 namespace velm::detail {
 
-/// What the points of the plane and of space have in common. In a store they are their coordinates.
+/// The common base of the points of the plane and of space. In a store a point is its coordinates.
 template <class D>
 class VELM_API PersistentPoint : public D::Entity, public D::Point {
 public:
@@ -41,8 +41,8 @@ private:
 
 } // namespace velm::detail
 
-/// Mapped by T >> point and T << point (velm/transforms/transformed_values.h) as by transformFrom
-/// and transformTo.
+/// A point of the plane. T >> point and T << point (velm/transforms/transformed_values.h) map it
+/// like transformFrom and transformTo.
 class VELM_API ERPersistentPoint2D : public velm::detail::PersistentPoint<velm::Plane> {
     VELM_DECLARE_CLASS(ERPersistentPoint2D)
 
@@ -58,7 +58,7 @@ public:
     ERObject* getCopy() const override;
 };
 
-/// As ERPersistentPoint2D.
+/// A point of space, mapped like ERPersistentPoint2D.
 class VELM_API ERPersistentPoint3D : public velm::detail::PersistentPoint<velm::Space> {
     VELM_DECLARE_CLASS(ERPersistentPoint3D)
 
@@ -76,7 +76,7 @@ public:
     ERObject* getCopy() const override;
 };
 
-/// A vector. It adds nothing to its record in a store: intended, a property of the format.
+/// A vector. It adds nothing to its record in a store, a property of the format.
 class VELM_API ERPersistentVector3D : public ERObject, public ERVector3D {
     VELM_DECLARE_CLASS(ERPersistentVector3D)
 

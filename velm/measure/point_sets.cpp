@@ -12,7 +12,7 @@
 
 namespace {
 
-/// The first of the points that are farthest from p.
+// The first of the points that are farthest from p.
 const ERPoint3D& farthest(std::span<const ERPoint3D> points, const ERPoint3D& p) {
     const ERPoint3D* result = &points.front();
     double best = distance2(*result, p);

@@ -67,7 +67,7 @@ void gmBinaryFlagsEx::set_all(bool value) {
     know_count(value ? size_ : 0);
 }
 
-/// Sets the bits from the one to just before the other.
+// Sets the bits from `from` to just before `to`.
 void gmBinaryFlagsEx::fill(int from, int to) {
     for (; from < to && from % word_bits != 0; ++from)
         set_bit(from, true);
@@ -77,7 +77,7 @@ void gmBinaryFlagsEx::fill(int from, int to) {
         set_bit(from, true);
 }
 
-/// Drops the bits from a lower size on.
+// Drops the bits from a lower size on.
 void gmBinaryFlagsEx::cut_to(int size) {
     size_ = size;
     words_.resize(words_for(size));

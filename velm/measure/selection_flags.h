@@ -1,4 +1,4 @@
-// gmBinaryFlagsEx: which points of a set are selected.
+// gmBinaryFlagsEx: the selected points of a set.
 #pragma once
 
 #include "velm/export.h"
@@ -12,13 +12,13 @@
 #include <utility>
 #include <vector>
 
-/// A growing vector of bits, one per point, with the number of selected ones, which is counted anew
-/// only when it is stale. Indices below 0 are no points.
+/// A growing vector of bits, one per point, with the number of selected ones, which is counted
+/// again only if it is stale. Indices below 0 are not points.
 class VELM_API gmBinaryFlagsEx {
 public:
     gmBinaryFlagsEx() = default;
     /// Selects the points with these numbers. The size is the largest one plus 1; the count is the
-    /// length of the list even if a number stands there twice: intended.
+    /// length of the list even if a number occurs twice in it; part of the contract.
     explicit gmBinaryFlagsEx(std::span<const int> selected);
     explicit gmBinaryFlagsEx(const ERSimpleVec<int>& selected) : gmBinaryFlagsEx(selected.view()) {}
     explicit gmBinaryFlagsEx(std::initializer_list<int> selected)
@@ -53,22 +53,24 @@ public:
     void clear() { *this = gmBinaryFlagsEx(); }
 
     int num_of_selected_points() const;
-    /// Counts whatever is known.
+    /// Counts the selected points, even if their number is known.
     int count_selected_points() const;
 
-    /// Turns all bits, and adds bits that are true up to a size of n. A count that is known becomes
-    /// n less the count, or the size less the count for an n of 0, even where n lies between 0 and
-    /// the size: intended.
+    /// Inverts all bits, and adds true bits up to a size of n. A known count becomes n less the
+    /// count, or the size less the count for an n of 0, even if n is between 0 and the size; part
+    /// of the contract.
     void negate(int n = 0);
-    /// Selects what the other selects too. An empty vector takes over the other one as it is.
+    /// Selects also the points that the other selects. An empty vector becomes a copy of the other.
     void or_(const gmBinaryFlagsEx& other);
-    /// Keeps what both select; the size becomes the smaller one. An empty vector stays as it is.
+    /// Keeps the points that both select; the size becomes the smaller one. An empty vector is
+    /// unchanged.
     void and_(const gmBinaryFlagsEx& other);
     gmBinaryFlagsEx& operator|=(const gmBinaryFlagsEx& other);
     gmBinaryFlagsEx& operator&=(const gmBinaryFlagsEx& other);
-    /// Deselects what the other selects; with nothing left selected there are no bits any more.
+    /// Deselects the points that the other selects; if none remains selected, the vector becomes
+    /// empty.
     void subtract(const gmBinaryFlagsEx& other);
-    /// Removes the points that the other selects; those behind them move up.
+    /// Removes the points that the other selects; those after them move up.
     void erase(const gmBinaryFlagsEx& other);
 
     /// The same size and the same bits.
@@ -77,8 +79,8 @@ public:
     /// Stores the count of bits, each bit as a byte, whether the number of selected ones is stale
     /// (a byte), and that number. Loads this form or, with a loading version below 2, that of older
     /// documents: a count of bytes and, unless it is 0, the bytes and the count of bits, the lowest
-    /// bit of a byte first. Nothing in an archive tells its version: the host must. Flags that
-    /// can't be loaded stay as they are.
+    /// bit of a byte first. An archive doesn't contain its version: the host sets it. Flags that
+    /// can't be loaded are unchanged.
     void serialize(CArchive& archive);
     void serialize_old(CArchive& archive);
     static void set_loading_version(int version) { s_loading_version = version; }

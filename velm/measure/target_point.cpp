@@ -71,7 +71,7 @@ void gmTargetPoint::translate(const ERPoint3D& v) {
     measured.pretouch = measured.point + approach;
 }
 
-/// Applies an operation that changes a point or a vector in place.
+// Applies an operation that changes a point or a vector in place.
 template <class Map>
 void gmTargetPoint::map(Map map_in_place) {
     map_in_place(target);

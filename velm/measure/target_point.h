@@ -6,17 +6,17 @@
 #include "velm/frame/vector.h"
 #include "velm/measure/measured_point.h"
 
-/// A direct target compares the measured point with the nominal one as they are. A target on a
-/// plane has the unit normal of the nominal surface; there the ball touched the surface half a
-/// diameter below its centre, against the normal, and that point is compared.
+/// A direct target compares the measured point itself with the nominal one. A target on a plane has
+/// the unit normal of the nominal surface; the ball touched the surface half a diameter below its
+/// centre, against the normal, and that point is compared.
 ///
-/// The record in a store has no place for the diameter of the ball: a restored target keeps the one
-/// that it has, which is 0 in a new one. The calculated point is stored. Intended, a property of
+/// The record in a store has no place for the diameter of the ball: a restored target keeps its
+/// present one, which is 0 in a new target. The calculated point is stored. Both are properties of
 /// the format.
 class VELM_API gmTargetPoint : public EREntity3D {
     VELM_DECLARE_CLASS(gmTargetPoint)
 
-    /// How a target is judged. The values stand in files and must never change.
+    /// How a target is judged. The values are stored in files and must never change.
     enum Mode { direct = 0, on_plane = 1 };
 
     /// Direct, all zero.
@@ -33,25 +33,25 @@ class VELM_API gmTargetPoint : public EREntity3D {
 
     /// From the nominal to the calculated point.
     double distance_to_point() const;
-    /// Of the calculated point to the plane through the nominal one, positive on the side that the
-    /// normal points to.
+    /// From the plane through the nominal point to the calculated one, positive on the side of the
+    /// normal.
     double distance_to_plane() const;
-    /// Of the calculated point to the line through the nominal one along the normal.
+    /// From the line along the normal through the nominal point to the calculated one.
     double distance_on_plane() const;
-    /// What is accepted or refused: distance_to_point for a direct target, distance_on_plane for
-    /// one on a plane, the largest double for any other mode.
+    /// The distance that is compared with a tolerance: distance_to_point for a direct target,
+    /// distance_on_plane for one on a plane, the largest double for any other mode.
     double acceptance_distance() const;
-    /// These return 1, or 0 and leave the value alone where there is no normal.
+    /// These return 1, or 0 with the value unchanged if there is no normal.
     int get_distance_to_plane(double& distance) const;
     int get_distance_on_plane(double& distance) const;
     int get_surface_normal(ERVector3D& surface_normal) const;
 
-    /// The points and the diameter; the normal stays.
+    /// Scales the points and the diameter; the normal is unchanged.
     void scale(double factor) override;
-    /// The points; what comes before the contact keeps its place against it.
+    /// Moves the points; the place before the contact keeps its offset from it.
     void translate(const ERPoint3D& v) override;
     /// The points as points, the normal as a vector. A similitude also multiplies the diameter by
-    /// its factor, in transformTo as in transformFrom: intended.
+    /// its factor, in transformTo as in transformFrom; part of the contract.
     void transformFrom(const ERPmSimilitude3D& t) override;
     void transformFrom(const ERPmIsometrie3D& t) override;
     void transformTo(const ERPmSimilitude3D& t) override;
@@ -64,11 +64,12 @@ class VELM_API gmTargetPoint : public EREntity3D {
     unsigned int binaryStoreSize() const override;
 
     /// In an archive, with the diameter: the mode as a byte, the target, Serialize of the measured
-    /// point, the calculated point, the normal. A target that can't be read stays as it is.
+    /// point, the calculated point, the normal. A target that can't be read is unchanged.
     void write_serialize(CArchive& archive) const;
     void read_serialize(CArchive& archive);
     /// The form of older documents: mode, target, calculated point, normal. The measured point gets
-    /// identifier and diameter 0, the calculated point, and one a unit above it in z before.
+    /// identifier and diameter 0, the calculated point, and the place before it is one unit above
+    /// it in z.
     void read_serialize_old(CArchive& archive);
 
     void printOn(std::ostream& out) const override;

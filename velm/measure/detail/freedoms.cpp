@@ -14,7 +14,7 @@ namespace detail {
 
 namespace {
 
-/// What is left of a unit vector when others are taken off counts as nothing below this.
+// The remainder of a unit vector after subtracting others counts as zero below this length.
 constexpr double nothing = 1e-6;
 
 using Unknowns = std::array<double, 6>;
@@ -36,13 +36,13 @@ void add_to(Unknowns& sum, double factor, const Unknowns& other) {
 ERVector3D turn_of(const Unknowns& v) { return {v[0], v[1], v[2]}; }
 ERVector3D shift_of(const Unknowns& v) { return {v[3], v[4], v[5]}; }
 
-/// Without the rounding around 0.
+// The value, with rounding around 0 removed.
 template <class Value>
 Value settled(const Value& value, double tolerance) {
     return Value::each([&](int n) { return std::fabs(value[n]) > tolerance ? value[n] : 0.0; });
 }
 
-/// The unit vector along v whose greatest component is positive.
+// The unit vector along v whose greatest component is positive.
 ERVector3D axis_along(const ERVector3D& v) {
     const ERVector3D unit = v.getnormalized();
     return settled(unit[unit.axeOptimum()] < 0.0 ? -unit : unit, nothing * nothing);
@@ -116,7 +116,7 @@ void Freedoms::analyse(double least) {
     reduce(std::move(open));
 }
 
-/// Elimination on the turns, the greatest first: what has no turn left is a slide.
+// Elimination on the turns, the greatest first: a motion without a remaining turn is a slide.
 void Freedoms::reduce(std::vector<Unknowns> open) {
     while (!open.empty()) {
         const auto greatest =
@@ -144,7 +144,7 @@ void Freedoms::reduce(std::vector<Unknowns> open) {
     }
 }
 
-/// Adds undetermined motions until the step has nothing of what is held.
+// Adds undetermined motions until the step contains no held one.
 void Freedoms::hold(Unknowns& step) const {
     for (const Unknowns& turn : turns_)
         add_to(step, -turn_dot(step, turn) / turn_dot(turn, turn), turn);

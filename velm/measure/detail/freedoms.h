@@ -1,4 +1,5 @@
-// velm::detail::Freedoms: the linear problem of a rigid motion's step, and what it leaves open.
+// velm::detail::Freedoms: the linear problem of a rigid motion's step, and the freedoms that it
+// doesn't determine.
 #pragma once
 
 #include "velm/measure/alignment.h"
@@ -13,28 +14,28 @@ namespace velm::detail {
 struct Step {
     ERVector3D turn;
     ERVector3D shift;
-    double size = 0.0; ///< as a part of the extent
-    double gain = 0.0; ///< by how much it lowers the sum of squares if the deviations are linear
+    double size = 0.0; ///< as a fraction of the extent
+    double gain = 0.0; ///< the decrease of the sum of squares if the deviations are linear
 };
 
 /// The normal equations for the turn and the shift. The turn is measured in lengths at the extent,
-/// so that all six unknowns are alike; in the plane there are three.
+/// so that all six unknowns have one unit; in the plane there are three.
 ///
-/// Which freedoms are determined is told by the nominal places, not by the points: the deviations
-/// of points on a cylinder would else determine its turn, by their noise (the nominal's slippable
-/// motions: Gelfand and Guibas, Symposium on Geometry Processing 2004).
+/// The nominal places, not the points, decide which freedoms are determined: otherwise the
+/// deviations of points on a cylinder would determine its turn by their noise (the nominal's
+/// slippable motions: Gelfand and Guibas, Symposium on Geometry Processing 2004).
 class Freedoms {
 public:
     Freedoms(double extent, bool in_plane)
         : extent_(extent), first_(in_plane ? 2 : 0), end_(in_plane ? 5 : 6) {}
 
-    /// Adds the deviation along the normal of a point that stands off the centroid by `arm`, its
-    /// nominal place by `nominal_arm`.
+    /// Adds the deviation along the normal of a point at the offset `arm` from the centroid, with
+    /// its nominal place at `nominal_arm`.
     void add(const ERVector3D& arm, const ERVector3D& nominal_arm, const ERVector3D& normal,
              double deviation);
 
-    /// Finds the freedoms with an eigenvalue above least^2 times the greatest; what follows goes by
-    /// this.
+    /// Finds the freedoms with an eigenvalue above least^2 times the greatest; solve and held use
+    /// them.
     void analyse(double least);
     bool all_determined() const { return turns_.empty() && slides_.empty(); }
     /// The step that minimises the squares of the linear deviations, without a turn about a held
@@ -51,7 +52,7 @@ private:
         Unknowns vector;
     };
 
-    /// Of the first `size` rows and columns, by decreasing eigenvalue.
+    /// The modes of the first `size` rows and columns, by decreasing eigenvalue.
     static std::vector<Mode> modes_of(const Matrix& matrix, std::size_t size);
     void add_product(Matrix& upper, const Unknowns& row) const;
     void complete(Matrix& upper) const;
@@ -60,7 +61,7 @@ private:
     void hold(Unknowns& step) const;
 
     double extent_;
-    std::size_t first_, end_; // the unknowns that there are
+    std::size_t first_, end_; // the range of unknowns in use
     Matrix matrix_ = {};      // of the points
     Matrix nominal_ = {};     // of the places
     Unknowns gradient_ = {};
