@@ -74,43 +74,43 @@ double next_length(const Trial& now, const Trial& before, double slope) {
 } // namespace
 
 int ERNewtonMSolverWithBackTracking::Resoudre(ERVec<double>& start, double) {
-    x = start;
-    fx = problem->f(x);
-    ++evaluations;
-    double merit = 0.5 * dot(fx, fx);
-    if (all_below(fx, root_at_start)) return BackTrackingStatus_at_root;
-    const int n = x.size();
-    const double stepMax = longest_step * std::max(std::sqrt(dot(x, x)), double(n));
-    if (iterations >= maxIterations) return BackTrackingStatus_limit;
-    ++iterations;
+    x_ = start;
+    fx_ = problem_->f(x_);
+    ++evaluations_;
+    double merit = 0.5 * dot(fx_, fx_);
+    if (all_below(fx_, root_at_start)) return BackTrackingStatus_at_root;
+    const int n = x_.size();
+    const double stepMax = longest_step * std::max(std::sqrt(dot(x_, x_)), double(n));
+    if (iterations_ >= maxIterations_) return BackTrackingStatus_limit;
+    ++iterations_;
     for (;;) {
-        jacobian = problem->fprime(x);
-        if (!velm::detail::is_square_system(jacobian, fx, x)) return BackTrackingStatus_singular;
-        const ERVec<double> g = jacobian * fx;
-        const ERVec<double> xold = x;
+        jacobian_ = problem_->fprime(x_);
+        if (!velm::detail::is_square_system(jacobian_, fx_, x_)) return BackTrackingStatus_singular;
+        const ERVec<double> g = jacobian_ * fx_;
+        const ERVec<double> xold = x_;
         const double old_merit = merit;
-        const ERLUDecomp lu(jacobian);
+        const ERLUDecomp lu(jacobian_);
         if (lu.isSingular()) return BackTrackingStatus_singular;
-        ERVec<double> p = fx;
+        ERVec<double> p = fx_;
         velm::detail::scale(p, -1.0);
         p = solve(lu, p);
-        const int stopped = LinearSearch(xold, old_merit, g, p, x, merit, stepMax);
-        if (all_below(fx, root_size)) {
-            start = x;
+        const int stopped = LinearSearch(xold, old_merit, g, p, x_, merit, stepMax);
+        if (all_below(fx_, root_size)) {
+            start = x_;
             return BackTrackingStatus_converged;
         }
         if (stopped) {
-            start = x;
-            return relative_gradient(g, x, merit) < spurious_gradient ? BackTrackingStatus_spurious
-                                                                      : BackTrackingStatus_stopped;
+            start = x_;
+            return relative_gradient(g, x_, merit) < spurious_gradient ? BackTrackingStatus_spurious
+                                                                       : BackTrackingStatus_stopped;
         }
-        ERVec<double> moved = x;
+        ERVec<double> moved = x_;
         velm::detail::subtract(moved, xold);
-        if (relative_length(moved, x) < short_step || n < 1) {
-            start = x;
+        if (relative_length(moved, x_) < short_step || n < 1) {
+            start = x_;
             return BackTrackingStatus_short_step;
         }
-        if (++iterations > maxIterations) return BackTrackingStatus_limit;
+        if (++iterations_ > maxIterations_) return BackTrackingStatus_limit;
     }
 }
 
@@ -127,9 +127,9 @@ int ERNewtonMSolverWithBackTracking::LinearSearch(const ERVec<double>& xold, dou
         xnew = p;
         velm::detail::scale(xnew, alam);
         velm::detail::add(xnew, xold);
-        fx = problem->f(xnew);
-        ++evaluations;
-        f = 0.5 * dot(fx, fx);
+        fx_ = problem_->f(xnew);
+        ++evaluations_;
+        f = 0.5 * dot(fx_, fx_);
         // Uphill, the parabola may lengthen the full step and the cubic halve it again: a second
         // full step with the merit of the first would repeat for ever.
         const bool in_a_circle = alam == 1.0 && f == full_step_merit;

@@ -26,15 +26,15 @@ enum BackTrackingStatus : int {
 /// both are part of the contract. The problem is not owned.
 class VELM_API ERNewtonMSolverWithBackTracking {
 public:
-    ERNewtonMSolverWithBackTracking(ERCNewtonM* problem_, double tolerance_, int maxIterations_)
-        : problem(problem_), maxIterations(maxIterations_), tolerance(tolerance_) {}
+    ERNewtonMSolverWithBackTracking(ERCNewtonM* problem, double tolerance, int maxIterations)
+        : problem_(problem), maxIterations_(maxIterations), tolerance_(tolerance) {}
 
     int Resoudre(ERVec<double>& x, double tol);
 
-    void SetMaxIter(int n) { maxIterations = n; }
-    void SetTolerance(double ratio) { tolerance = ratio; }
-    int getNBIter() const { return iterations; }
-    int getNBFevaluate() const { return evaluations; }
+    void SetMaxIter(int n) { maxIterations_ = n; }
+    void SetTolerance(double ratio) { tolerance_ = ratio; }
+    int getNBIter() const { return iterations_; }
+    int getNBFevaluate() const { return evaluations_; }
 
 private:
     /// Goes from xold along p until the merit has fallen enough. Returns 0, or 1 if the step has
@@ -43,13 +43,13 @@ private:
     int LinearSearch(const ERVec<double>& xold, double fold, const ERVec<double>& g,
                      ERVec<double>& p, ERVec<double>& xnew, double& f, double stepMax);
 
-    [[maybe_unused]] int status = 0;
-    int iterations = 0;
-    int evaluations = 0;
-    ERCNewtonM* problem;
-    ERVec<double> x;
-    ERVec<double> fx;
-    int maxIterations;
-    ERMatrix<double> jacobian;
-    double tolerance;
+    [[maybe_unused]] int status_ = 0;
+    int iterations_ = 0;
+    int evaluations_ = 0;
+    ERCNewtonM* problem_;
+    ERVec<double> x_;
+    ERVec<double> fx_;
+    int maxIterations_;
+    ERMatrix<double> jacobian_;
+    double tolerance_;
 };

@@ -1,7 +1,7 @@
 #include "velm/numerics/newton_problems.h"
 
 double ERCNewtonSDelta::fprime(double x) {
-    return (f(x + increment) - f(x - increment)) * 0.5 / increment;
+    return (f(x + increment_) - f(x - increment_)) * 0.5 / increment_;
 }
 
 ERMatrix<double> ERCNewtonMDelta::fprime(const ERVec<double>& x) {
@@ -9,12 +9,12 @@ ERMatrix<double> ERCNewtonMDelta::fprime(const ERVec<double>& x) {
     ERMatrix<double> jacobian(n, n);
     double* const out = jacobian.data();
     const auto at = [out, n](int i, int j) -> double& { return out[std::ptrdiff_t(n) * i + j]; };
-    const double scale = 1.0 / (2 * increment);
+    const double scale = 1.0 / (2 * increment_);
     for (int i = 0; i < n; ++i) {
         ERVec<double> before(x);
         ERVec<double> after(x);
-        before[i] -= increment;
-        after[i] += increment;
+        before[i] -= increment_;
+        after[i] += increment_;
         const ERVec<double> f_before = f(before);
         const ERVec<double> f_after = f(after);
         if (f_before.size() != n || f_after.size() != n) return {};

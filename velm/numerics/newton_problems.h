@@ -19,27 +19,27 @@ public:
 /// The derivative by central difference: (f(x + h) - f(x - h)) * 0.5 / h, where h is the increment.
 class VELM_API ERCNewtonSDelta : public ERCNewtonS {
 public:
-    explicit ERCNewtonSDelta(double increment_) : increment(increment_) {}
+    explicit ERCNewtonSDelta(double increment) : increment_(increment) {}
     double fprime(double x) override;
 
-    void SetIncrement(double h) { increment = h; }
-    double GetIncrement() const { return increment; }
+    void SetIncrement(double h) { increment_ = h; }
+    double GetIncrement() const { return increment_; }
 
 private:
-    double increment;
+    double increment_;
 };
 
 /// A polynomial and its derivative, both given; the derivative is not formed here.
 class VELM_API ERCNewtonSPolynome : public ERCNewtonS {
 public:
-    ERCNewtonSPolynome(const ERPolynome& function_, const ERPolynome& derivative_)
-        : function(function_), derivative(derivative_) {}
-    double f(double x) override { return function.evaluate(x); }
-    double fprime(double x) override { return derivative.evaluate(x); }
+    ERCNewtonSPolynome(const ERPolynome& function, const ERPolynome& derivative)
+        : function_(function), derivative_(derivative) {}
+    double f(double x) override { return function_.evaluate(x); }
+    double fprime(double x) override { return derivative_.evaluate(x); }
 
 private:
-    ERPolynome function;
-    ERPolynome derivative;
+    ERPolynome function_;
+    ERPolynome derivative_;
 };
 
 /// A square system: as many equations as unknowns. A solver treats arrays of other sizes as a
@@ -57,20 +57,20 @@ public:
 /// unless f has as many components as x.
 class VELM_API ERCNewtonMDelta : public ERCNewtonM {
 public:
-    explicit ERCNewtonMDelta(double increment_) : increment(increment_) {}
+    explicit ERCNewtonMDelta(double increment) : increment_(increment) {}
     ERMatrix<double> fprime(const ERVec<double>& x) override;
 
-    void SetIncrement(double h) { increment = h; }
-    double GetIncrement() const { return increment; }
+    void SetIncrement(double h) { increment_ = h; }
+    double GetIncrement() const { return increment_; }
 
 private:
-    double increment;
+    double increment_;
 };
 
 /// A stationary point of a scalar function H: f is the gradient of H by forward differences.
 class VELM_API ERCNewtonH : public ERCNewtonMDelta {
 public:
-    explicit ERCNewtonH(double increment_) : ERCNewtonMDelta(increment_) {}
+    explicit ERCNewtonH(double increment) : ERCNewtonMDelta(increment) {}
     ERVec<double> f(const ERVec<double>& x) override;
     virtual double H(const ERVec<double>& x) = 0;
     /// 0 if x is in the domain of H (default: 1).

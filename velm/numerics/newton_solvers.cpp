@@ -15,76 +15,77 @@ using velm::detail::norm2;
 // ---- one equation ----
 
 int ERNewtonSSolver::Resoudre(double& root, double tol) {
-    x = root;
-    fx = problem->f(x);
-    status = NewtonStatus_limit;
-    iterations = 0;
-    while (status == NewtonStatus_limit && iterations < maxIterations) {
-        dfx = problem->fprime(x);
-        if (std::fabs(fx) * tolerance > std::fabs(dfx)) {
-            status = NewtonStatus_flat;
+    x_ = root;
+    fx_ = problem_->f(x_);
+    status_ = NewtonStatus_limit;
+    iterations_ = 0;
+    while (status_ == NewtonStatus_limit && iterations_ < maxIterations_) {
+        dfx_ = problem_->fprime(x_);
+        if (std::fabs(fx_) * tolerance_ > std::fabs(dfx_)) {
+            status_ = NewtonStatus_flat;
             break;
         }
-        ++iterations;
-        root = root - fx / dfx;
-        fx = problem->f(root);
-        if (std::fabs(fx) <= tol)
-            status = tol * std::fabs(root) >= std::fabs(x - root) ? NewtonStatus_converged
-                                                                  : NewtonStatus_residual;
-        x = root;
+        ++iterations_;
+        root = root - fx_ / dfx_;
+        fx_ = problem_->f(root);
+        if (std::fabs(fx_) <= tol)
+            status_ = tol * std::fabs(root) >= std::fabs(x_ - root) ? NewtonStatus_converged
+                                                                    : NewtonStatus_residual;
+        x_ = root;
     }
-    return status;
+    return status_;
 }
 
 // ---- a square system ----
 
-ERNewtonMSolver::ERNewtonMSolver(ERCNewtonM* problem_, unsigned int n, double tolerance_,
-                                 int maxIterations_)
-    : problem(problem_), previousX(static_cast<int>(n)), fx(static_cast<int>(n)),
-      maxIterations(maxIterations_), jacobian(static_cast<int>(n), static_cast<int>(n)),
-      tolerance(tolerance_) {}
+ERNewtonMSolver::ERNewtonMSolver(ERCNewtonM* problem, unsigned int n, double tolerance,
+                                 int maxIterations)
+    : problem_(problem), previousX_(static_cast<int>(n)), fx_(static_cast<int>(n)),
+      maxIterations_(maxIterations), jacobian_(static_cast<int>(n), static_cast<int>(n)),
+      tolerance_(tolerance) {}
 
-double ERNewtonMSolver::GetLastCriteria() const { return norm(fx); }
+double ERNewtonMSolver::GetLastCriteria() const { return norm(fx_); }
 
 int ERNewtonMSolver::Resoudre(ERVec<double>& x, double tol) {
-    previousX = x;
-    fx = problem->f(x);
-    status = NewtonStatus_limit;
-    iterations = 0;
-    lastNorm = std::numeric_limits<double>::max();
-    rises = 0;
-    if (maxIterations < 1) return status;
-    while (status == NewtonStatus_limit) {
-        jacobian = problem->fprime(x);
-        if (!velm::detail::is_square_system(jacobian, fx, x)) return status = NewtonStatus_singular;
-        const ERLUDecomp lu(jacobian);
-        if (lu.isSingular()) return status = NewtonStatus_singular;
-        if (norm(fx) * tolerance > norm(jacobian))
-            status = NewtonStatus_flat;
+    previousX_ = x;
+    fx_ = problem_->f(x);
+    status_ = NewtonStatus_limit;
+    iterations_ = 0;
+    lastNorm_ = std::numeric_limits<double>::max();
+    rises_ = 0;
+    if (maxIterations_ < 1) return status_;
+    while (status_ == NewtonStatus_limit) {
+        jacobian_ = problem_->fprime(x);
+        if (!velm::detail::is_square_system(jacobian_, fx_, x))
+            return status_ = NewtonStatus_singular;
+        const ERLUDecomp lu(jacobian_);
+        if (lu.isSingular()) return status_ = NewtonStatus_singular;
+        if (norm(fx_) * tolerance_ > norm(jacobian_))
+            status_ = NewtonStatus_flat;
         else
-            step(x, tol, solve(lu, fx));
-        if (iterations >= maxIterations) break;
+            step(x, tol, solve(lu, fx_));
+        if (iterations_ >= maxIterations_) break;
     }
-    return status;
+    return status_;
 }
 
 void ERNewtonMSolver::step(ERVec<double>& x, double tol, const ERVec<double>& dx) {
     constexpr int rises_allowed = 20;
-    ++iterations;
+    ++iterations_;
     velm::detail::subtract(x, dx);
-    fx = problem->f(x);
-    const double residual = norm(fx);
-    if (residual > lastNorm && residual > tol * 1e7 && ++rises > rises_allowed)
-        status = NewtonStatus_singular;
-    lastNorm = residual;
+    fx_ = problem_->f(x);
+    const double residual = norm(fx_);
+    if (residual > lastNorm_ && residual > tol * 1e7 && ++rises_ > rises_allowed)
+        status_ = NewtonStatus_singular;
+    lastNorm_ = residual;
     if (residual <= tol)
-        status = tol * norm(x) >= std::sqrt(distance2(previousX, x)) ? NewtonStatus_converged
-                                                                     : NewtonStatus_residual;
-    if (status == NewtonStatus_limit && std::ranges::equal(x.view(), previousX.view())) {
-        status = NewtonStatus_residual;
+        status_ = tol * norm(x) >= std::sqrt(distance2(previousX_, x)) ? NewtonStatus_converged
+                                                                       : NewtonStatus_residual;
+    if (status_ == NewtonStatus_limit && std::ranges::equal(x.view(), previousX_.view())) {
+        status_ = NewtonStatus_residual;
         return;
     }
-    previousX = x;
+    previousX_ = x;
 }
 
 // ---- the gradient of a scalar function ----
@@ -93,9 +94,10 @@ void (*ERNewtonMSolverEx::iteration_hook)() = nullptr;
 
 double ERNewtonMSolverEx::damped_length(double slope, double h0, const ERVec<double>& y,
                                         double residual2, double tol2) {
-    const double h1 = problem->H(y);
+    const double h1 = problem_->H(y);
+    // The factors of a damped step. The full step is taken, so they do not change the iterates.
     const double limit = slope * 0.0001 + h0;
-    if (problem->HDomaine(y) == 0 && !(h1 > limit)) return 1.0;
+    if (problem_->HDomaine(y) == 0 && !(h1 > limit)) return 1.0;
     double length = std::min(1.0, std::max(0.1, slope * 0.5 / (h1 - h0 + slope)));
     if (tol2 * 40000.0 >= residual2) {
         if (length < 0.5) length *= 2.0;
@@ -106,40 +108,41 @@ double ERNewtonMSolverEx::damped_length(double slope, double h0, const ERVec<dou
 
 int ERNewtonMSolverEx::Resoudre(ERVec<double>& x, double tol) {
     const double tol2 = tol * tol;
-    performance = 0.0;
-    previousX = x;
-    fx = problem->f(x);
-    double residual2 = norm2(fx);
-    status = NewtonStatus_limit;
-    iterations = 0;
-    if (maxIterations <= 0) return status;
-    while (status == NewtonStatus_limit) {
+    performance_ = 0.0;
+    previousX_ = x;
+    fx_ = problem_->f(x);
+    double residual2 = norm2(fx_);
+    status_ = NewtonStatus_limit;
+    iterations_ = 0;
+    if (maxIterations_ <= 0) return status_;
+    while (status_ == NewtonStatus_limit) {
         if (iteration_hook != nullptr) iteration_hook();
-        jacobian = problem->fprime(x);
-        if (!velm::detail::is_square_system(jacobian, fx, x)) return status = NewtonStatus_singular;
-        const ERLUDecomp lu(jacobian);
-        if (lu.isSingular()) return status = NewtonStatus_singular;
-        if (residual2 * tolerance > norm2(jacobian)) {
-            status = NewtonStatus_flat;
+        jacobian_ = problem_->fprime(x);
+        if (!velm::detail::is_square_system(jacobian_, fx_, x))
+            return status_ = NewtonStatus_singular;
+        const ERLUDecomp lu(jacobian_);
+        if (lu.isSingular()) return status_ = NewtonStatus_singular;
+        if (residual2 * tolerance_ > norm2(jacobian_)) {
+            status_ = NewtonStatus_flat;
         } else {
-            ++iterations;
-            ERVec<double> d = solve(lu, fx);
+            ++iterations_;
+            ERVec<double> d = solve(lu, fx_);
             velm::detail::scale(d, -1.0);
             ERVec<double> y(x);
             velm::detail::add(y, d);
-            const double slope = dot(fx, d);
-            const double h0 = problem->H(x);
+            const double slope = dot(fx_, d);
+            const double h0 = problem_->H(x);
             const double length = damped_length(slope, h0, y, residual2, tol2);
             velm::detail::scale(d, length);
             x = y; // the full step: the damped one is measured and not taken
-            fx = problem->f(x);
-            residual2 = norm2(fx);
+            fx_ = problem_->f(x);
+            residual2 = norm2(fx_);
             if (residual2 <= tol2)
-                status = norm2(x) * tol2 >= distance2(previousX, x) ? NewtonStatus_converged
-                                                                    : NewtonStatus_residual;
-            previousX = x;
+                status_ = norm2(x) * tol2 >= distance2(previousX_, x) ? NewtonStatus_converged
+                                                                      : NewtonStatus_residual;
+            previousX_ = x;
         }
-        if (iterations >= maxIterations) break;
+        if (iterations_ >= maxIterations_) break;
     }
-    return status;
+    return status_;
 }

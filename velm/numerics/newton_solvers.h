@@ -26,36 +26,36 @@ enum NewtonStatus : int {
 /// Newton's method for one equation.
 class VELM_API ERNewtonSSolver {
 public:
-    ERNewtonSSolver(ERCNewtonS* problem_, double tolerance_, int maxIterations_)
-        : problem(problem_), maxIterations(maxIterations_), tolerance(tolerance_) {}
+    ERNewtonSSolver(ERCNewtonS* problem, double tolerance, int maxIterations)
+        : problem_(problem), maxIterations_(maxIterations), tolerance_(tolerance) {}
 
     /// x is the start and, on return, the last iterate.
     int Resoudre(double& x, double tol);
 
-    void SetMaxIter(int n) { maxIterations = n; }
-    void SetTolerance(double ratio) { tolerance = ratio; }
+    void SetMaxIter(int n) { maxIterations_ = n; }
+    void SetTolerance(double ratio) { tolerance_ = ratio; }
 
 private:
-    int status = NewtonStatus_limit;
-    int iterations = 0;
-    ERCNewtonS* problem;
-    double x = 0.0;
-    double fx = 0.0;
-    int maxIterations;
-    double dfx = 0.0;
-    double tolerance;
+    int status_ = NewtonStatus_limit;
+    int iterations_ = 0;
+    ERCNewtonS* problem_;
+    double x_ = 0.0;
+    double fx_ = 0.0;
+    int maxIterations_;
+    double dfx_ = 0.0;
+    double tolerance_;
 };
 
 /// Newton's method for a square system, with plain steps. Norms are Euclidean.
 class VELM_API ERNewtonMSolver {
 public:
-    ERNewtonMSolver(ERCNewtonM* problem_, unsigned int n, double tolerance_, int maxIterations_);
+    ERNewtonMSolver(ERCNewtonM* problem, unsigned int n, double tolerance, int maxIterations);
 
     int Resoudre(ERVec<double>& x, double tol);
 
-    void SetMaxIter(int n) { maxIterations = n; }
-    void SetTolerance(double ratio) { tolerance = ratio; }
-    int getNBIter() const { return iterations; }
+    void SetMaxIter(int n) { maxIterations_ = n; }
+    void SetTolerance(double ratio) { tolerance_ = ratio; }
+    int getNBIter() const { return iterations_; }
     /// The norm of the last residual.
     double GetLastCriteria() const;
 
@@ -63,16 +63,16 @@ private:
     /// One Newton step from x; sets status when it ends the iteration.
     void step(ERVec<double>& x, double tol, const ERVec<double>& dx);
 
-    int status = NewtonStatus_limit;
-    int iterations = 0;
-    ERCNewtonM* problem;
-    ERVec<double> previousX;
-    ERVec<double> fx;
-    int maxIterations;
-    ERMatrix<double> jacobian;
-    double tolerance;
-    double lastNorm = 0.0;
-    int rises = 0;
+    int status_ = NewtonStatus_limit;
+    int iterations_ = 0;
+    ERCNewtonM* problem_;
+    ERVec<double> previousX_;
+    ERVec<double> fx_;
+    int maxIterations_;
+    ERMatrix<double> jacobian_;
+    double tolerance_;
+    double lastNorm_ = 0.0;
+    int rises_ = 0;
 };
 
 /// Newton's method on the gradient of a scalar function. It computes a damped step length from H,
@@ -81,16 +81,16 @@ private:
 /// part of the contract.
 class VELM_API ERNewtonMSolverEx {
 public:
-    ERNewtonMSolverEx(ERCNewtonH* problem_, double tolerance_, int maxIterations_)
-        : problem(problem_), maxIterations(maxIterations_), tolerance(tolerance_) {}
+    ERNewtonMSolverEx(ERCNewtonH* problem, double tolerance, int maxIterations)
+        : problem_(problem), maxIterations_(maxIterations), tolerance_(tolerance) {}
 
     int Resoudre(ERVec<double>& x, double tol);
 
-    void SetMaxIter(int n) { maxIterations = n; }
-    void SetTolerance(double ratio) { tolerance = ratio; }
-    int getNBIter() const { return iterations; }
+    void SetMaxIter(int n) { maxIterations_ = n; }
+    void SetTolerance(double ratio) { tolerance_ = ratio; }
+    int getNBIter() const { return iterations_; }
     /// Always 0.0: set at the start of Resoudre and never written again.
-    double Performance() const { return performance; }
+    double Performance() const { return performance_; }
 
     /// Called at the start of each iteration of any solver in the process, if set. The library
     /// never sets it.
@@ -101,13 +101,13 @@ private:
     double damped_length(double slope, double h0, const ERVec<double>& y, double residual2,
                          double tol2);
 
-    int status = NewtonStatus_limit;
-    int iterations = 0;
-    double performance = 0.0;
-    ERCNewtonH* problem;
-    ERVec<double> previousX;
-    ERVec<double> fx;
-    int maxIterations;
-    ERMatrix<double> jacobian;
-    double tolerance;
+    int status_ = NewtonStatus_limit;
+    int iterations_ = 0;
+    double performance_ = 0.0;
+    ERCNewtonH* problem_;
+    ERVec<double> previousX_;
+    ERVec<double> fx_;
+    int maxIterations_;
+    ERMatrix<double> jacobian_;
+    double tolerance_;
 };
