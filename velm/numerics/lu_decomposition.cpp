@@ -18,21 +18,21 @@ ERMatrix<double> own_copy(const ERMatrix<double>& m) {
 } // namespace
 
 ERLUDecomp::ERLUDecomp(const ERMatrix<double>& m)
-    : ERMatrix<double>(own_copy(m)), original(m), permutation(rows()) {
+    : ERMatrix<double>(own_copy(m)), original_(m), permutation_(rows()) {
     decompose();
 }
 
 ERLUDecomp& ERLUDecomp::operator=(const ERMatrix<double>& m) {
-    original = m;
-    ERMatrix<double>::operator=(own_copy(original));
-    permutation = ERSimpleVec<int>(rows());
+    original_ = m;
+    ERMatrix<double>::operator=(own_copy(original_));
+    permutation_ = ERSimpleVec<int>(rows());
     decompose();
     return *this;
 }
 
 void ERLUDecomp::decompose() {
-    singular = !velm::detail::gauss_pivot(data(), rows(), columns(), permutation.data(), swaps,
-                                          pivot_tolerance);
+    singular_ = !velm::detail::gauss_pivot(data(), rows(), columns(), permutation_.data(), swaps_,
+                                           pivot_tolerance);
 }
 
 ERMatrix<double> ERLUDecomp::L() const {
@@ -56,7 +56,7 @@ ERMatrix<double> ERLUDecomp::U() const {
 ERMatrix<double> ERLUDecomp::P() const {
     ERMatrix<double> result(rows(), rows());
     for (int i = 0; i < rows(); ++i)
-        result(i, permutation[i]) = 1.0;
+        result(i, permutation_[i]) = 1.0;
     return result;
 }
 
@@ -106,7 +106,7 @@ void substitute(const double* lu, int n, double* x, int right_hand_sides) {
 } // namespace
 
 double determinant(const ERLUDecomp& lu) {
-    double result = lu.swaps % 2 != 0 ? -1.0 : 1.0;
+    double result = lu.swaps_ % 2 != 0 ? -1.0 : 1.0;
     for (int i = 0; i < std::min(lu.rows(), lu.columns()); ++i)
         result *= lu(i, i);
     return result;
@@ -117,7 +117,7 @@ ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b) {
     ERMatrix<double> x(b);
     double* const out = x.data();
     for (int i = 0; i < lu.rows(); ++i) {
-        const int source = lu.permutation[i];
+        const int source = lu.permutation_[i];
         if (source != i) std::ranges::copy(b.row(source), out + std::ptrdiff_t(b.columns()) * i);
     }
     substitute(lu.view().data(), lu.columns(), out, b.columns());
@@ -129,7 +129,7 @@ ERVec<double> solve(const ERLUDecomp& lu, const ERVec<double>& b) {
     ERVec<double> x(b.view());
     double* const out = x.data();
     const double* const in = b.view().data();
-    const int* const source = lu.permutation.view().data();
+    const int* const source = lu.permutation_.view().data();
     const double* const factors = lu.view().data();
     velm::detail::with_size(lu.columns(), [=](auto n) {
         for (int i = 0; i < n; ++i)

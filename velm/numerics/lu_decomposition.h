@@ -23,7 +23,7 @@ public:
     /// Drops the old factors and eliminates again.
     ERLUDecomp& operator=(const ERMatrix<double>& m);
 
-    int isSingular() const { return singular; }
+    int isSingular() const { return singular_; }
 
     // The factors have as many columns as rows, regardless of the input's columns.
 
@@ -35,7 +35,7 @@ public:
     ERMatrix<double> P() const;
 
     /// The matrix as it was given.
-    const ERMatrix<double>& input() const { return original; }
+    const ERMatrix<double>& input() const { return original_; }
 
     VELM_API friend double determinant(const ERLUDecomp& lu);
     VELM_API friend ERMatrix<double> solve(const ERLUDecomp& lu, const ERMatrix<double>& b);
@@ -44,10 +44,10 @@ public:
 private:
     void decompose();
 
-    ERMatrix<double> original;
-    ERSimpleVec<int> permutation;
-    int singular = 0;
-    int swaps = 0;
+    ERMatrix<double> original_;
+    ERSimpleVec<int> permutation_;
+    int singular_ = 0;
+    int swaps_ = 0;
 };
 
 /// The product of the pivots in row order, with the sign of the row exchanges.

@@ -7,7 +7,7 @@
 #include <ostream>
 
 void ERPolynome::printOn(std::ostream& out) const {
-    const auto c = coefficients.view();
+    const auto c = coefficients_.view();
     if (c.empty()) {
         out << "polynome NULL" << '\n';
         return;
@@ -25,38 +25,38 @@ void ERPolynome::printOn(std::ostream& out) const {
     out << '\n';
 }
 
-unsigned int ERPolynome::binaryStoreSize() const { return coefficients.rep()->binaryStoreSize(); }
+unsigned int ERPolynome::binaryStoreSize() const { return coefficients_.rep()->binaryStoreSize(); }
 
-void ERPolynome::saveGuts(ERFile& file) const { coefficients.rep()->saveGuts(file); }
+void ERPolynome::saveGuts(ERFile& file) const { coefficients_.rep()->saveGuts(file); }
 
 void ERPolynome::restoreGuts(ERFile& file) {
-    if (ERVecRep* const rep = ERVecRep::getRep(file)) coefficients = ERVec<double>(rep);
+    if (ERVecRep* const rep = ERVecRep::getRep(file)) coefficients_ = ERVec<double>(rep);
 }
 
 int ERPolynome::degree() const {
-    const auto c = coefficients.view();
+    const auto c = coefficients_.view();
     if (!c.empty() && c.back() == 0.0) const_cast<ERPolynome*>(this)->adjustDegree(-1);
-    return std::max(coefficients.size() - 1, 0);
+    return std::max(coefficients_.size() - 1, 0);
 }
 
 void ERPolynome::adjustDegree(int d) {
     if (d == -1) {
-        const auto c = coefficients.view();
+        const auto c = coefficients_.view();
         std::size_t n = c.size();
         while (n > 0 && !(std::fabs(c[n - 1]) > 0.0))
             --n;
         d = static_cast<int>(n) - 1;
     }
-    coefficients.resize(d + 1);
+    coefficients_.resize(d + 1);
 }
 
 double& ERPolynome::operator()(int i) {
-    if (i >= coefficients.size()) adjustDegree(i);
-    return coefficients[i];
+    if (i >= coefficients_.size()) adjustDegree(i);
+    return coefficients_[i];
 }
 
 double ERPolynome::evaluate(double x) const {
-    const auto c = coefficients.view();
+    const auto c = coefficients_.view();
     if (c.empty()) return 0.0;
     if (x == 0.0) return c[0];
     double result = c.back();
@@ -80,17 +80,17 @@ ERPolynome ERPolynome::getDerived(int k) const {
     if (k > degree()) return ERPolynome(polyValue, 0.0);
     ERPolynome result(*this);
     for (; k > 0; --k) {
-        const auto c = result.coefficients.writable();
+        const auto c = result.coefficients_.writable();
         for (std::size_t i = 1; i < c.size(); ++i)
             c[i - 1] = c[i] * double(i);
-        result.coefficients.resize(static_cast<int>(c.size()) - 1);
+        result.coefficients_.resize(static_cast<int>(c.size()) - 1);
     }
     return result;
 }
 
 void ERPolynome::reduce(double e) {
     double power = 1.0;
-    for (double& c : coefficients.writable()) {
+    for (double& c : coefficients_.writable()) {
         power *= e;
         if (power > std::fabs(c)) c = 0.0;
     }
@@ -98,13 +98,13 @@ void ERPolynome::reduce(double e) {
 }
 
 ERPolynome& ERPolynome::operator*=(double factor) {
-    for (double& c : coefficients.writable())
+    for (double& c : coefficients_.writable())
         c *= factor;
     return *this;
 }
 
 ERPolynome& ERPolynome::operator/=(double divisor) {
-    for (double& c : coefficients.writable())
+    for (double& c : coefficients_.writable())
         c /= divisor;
     return *this;
 }
@@ -134,7 +134,7 @@ ERPolynome operator*(const ERPolynome& p, const ERPolynome& q) {
     const auto b = q.view();
     if (a.empty() || b.empty()) return ERPolynome(polyValue, 0.0);
     ERPolynome result(polyConstruct, static_cast<int>(a.size() + b.size()) - 2);
-    const auto c = result.coefficients.writable();
+    const auto c = result.coefficients_.writable();
     for (std::size_t i = 0; i < a.size(); ++i)
         for (std::size_t j = 0; j < b.size(); ++j)
             c[i + j] += a[i] * b[j];

@@ -16,11 +16,11 @@ class VELM_API ERPolynome {
 public:
     /// One coefficient, 0.0.
     ERPolynome() : ERPolynome(polyValue, 0.0) {}
-    ERPolynome(ERPolynomeValue, double constant) : coefficients(1, constant) {}
+    ERPolynome(ERPolynomeValue, double constant) : coefficients_(1, constant) {}
     /// degree + 1 zeros.
-    ERPolynome(ERPolynomeConstruct, int degree) : coefficients(degree + 1) {}
+    ERPolynome(ERPolynomeConstruct, int degree) : coefficients_(degree + 1) {}
     ERPolynome(const double* values, int count)
-        : coefficients(std::span<const double>(values, static_cast<std::size_t>(count))) {}
+        : coefficients_(std::span<const double>(values, static_cast<std::size_t>(count))) {}
     ERPolynome(const ERPolynome&) = default;
     ERPolynome(ERPolynome&&) = default;
     ERPolynome& operator=(const ERPolynome&) = default;
@@ -43,10 +43,10 @@ public:
     void adjustDegree(int d);
 
     /// Unchecked; the non-const form detaches a shared body.
-    double operator[](int i) const { return coefficients.view()[static_cast<std::size_t>(i)]; }
-    double& operator[](int i) { return coefficients[i]; }
+    double operator[](int i) const { return coefficients_.view()[static_cast<std::size_t>(i)]; }
+    double& operator[](int i) { return coefficients_[i]; }
     /// 0.0 beyond the stored length.
-    double operator()(int i) const { return i < coefficients.size() ? (*this)[i] : 0.0; }
+    double operator()(int i) const { return i < coefficients_.size() ? (*this)[i] : 0.0; }
     /// Grows the array if i is beyond the stored length.
     double& operator()(int i);
 
@@ -77,11 +77,11 @@ public:
     /// Exact comparison, the shorter one continued by zeros.
     friend VELM_API int operator==(const ERPolynome& p, const ERPolynome& q);
 
-    int size() const { return coefficients.size(); }
-    std::span<const double> view() const { return coefficients.view(); }
+    int size() const { return coefficients_.size(); }
+    std::span<const double> view() const { return coefficients_.view(); }
 
 private:
-    mutable ERVec<double> coefficients; // degree() strips
+    mutable ERVec<double> coefficients_; // degree() strips
 };
 
 VELM_API std::ostream& operator<<(std::ostream& out, const ERPolynome& p);

@@ -7,29 +7,29 @@
 
 ERPolynome2Var::ERPolynome2Var(const ERVec<double>& values, int rows, int columns) {
     if (values.size() < static_cast<long long>(rows) * columns) return;
-    coefficients = ERMatrix<double>(rows, columns, values.view().data());
+    coefficients_ = ERMatrix<double>(rows, columns, values.view().data());
 }
 
 void ERPolynome2Var::printOn(std::ostream& out) const {
     out << "Polynome 2Var dU=" << degreeU() << ", dv=" << degreeV() << ")";
-    coefficients.printOn(out);
+    coefficients_.printOn(out);
     out << '\n';
 }
 
-unsigned int ERPolynome2Var::binaryStoreSize() const { return coefficients.binaryStoreSize(); }
+unsigned int ERPolynome2Var::binaryStoreSize() const { return coefficients_.binaryStoreSize(); }
 
-void ERPolynome2Var::saveGuts(ERFile& file) const { coefficients.saveGuts(file); }
+void ERPolynome2Var::saveGuts(ERFile& file) const { coefficients_.saveGuts(file); }
 
-void ERPolynome2Var::restoreGuts(ERFile& file) { coefficients.restoreGuts(file); }
+void ERPolynome2Var::restoreGuts(ERFile& file) { coefficients_.restoreGuts(file); }
 
 int ERPolynome2Var::degreeU() const {
     const_cast<ERPolynome2Var*>(this)->adjustDegreeU(-1);
-    return std::max(coefficients.columns() - 1, 0);
+    return std::max(coefficients_.columns() - 1, 0);
 }
 
 int ERPolynome2Var::degreeV() const {
     const_cast<ERPolynome2Var*>(this)->adjustDegreeV(-1);
-    return std::max(coefficients.rows() - 1, 0);
+    return std::max(coefficients_.rows() - 1, 0);
 }
 
 namespace {
@@ -55,55 +55,55 @@ bool zero_row(const ERMatrix<double>& m, int i) {
 } // namespace
 
 void ERPolynome2Var::adjustDegreeU(int d) {
-    int columns = std::max(d + 1, coefficients.columns());
+    int columns = std::max(d + 1, coefficients_.columns());
     if (d == -1) {
-        while (columns > 0 && zero_column(coefficients, columns - 1))
+        while (columns > 0 && zero_column(coefficients_, columns - 1))
             --columns;
-        if (coefficients.size() != coefficients.rows() * coefficients.columns())
+        if (coefficients_.size() != coefficients_.rows() * coefficients_.columns())
             OutputDebugStringA("Error\n");
     }
-    reshape(coefficients.rows(), columns);
+    reshape(coefficients_.rows(), columns);
 }
 
 void ERPolynome2Var::adjustDegreeV(int d) {
-    int rows = std::max(d + 1, coefficients.rows());
+    int rows = std::max(d + 1, coefficients_.rows());
     if (d == -1)
-        while (rows > 0 && zero_row(coefficients, rows - 1))
+        while (rows > 0 && zero_row(coefficients_, rows - 1))
             --rows;
-    reshape(rows, coefficients.columns());
+    reshape(rows, coefficients_.columns());
 }
 
 void ERPolynome2Var::reshape(int rows, int columns) {
-    if (rows == coefficients.rows() && columns == coefficients.columns() &&
-        coefficients.size() == rows * columns)
+    if (rows == coefficients_.rows() && columns == coefficients_.columns() &&
+        coefficients_.size() == rows * columns)
         return;
     ERMatrix<double> next(rows, columns);
     double* out = next.data();
     for (int i = 0; i < rows; ++i)
         for (int j = 0; j < columns; ++j, ++out)
-            if (i < coefficients.rows() && j < coefficients.columns())
-                *out = element(coefficients, i, j);
-    coefficients.swap(next);
+            if (i < coefficients_.rows() && j < coefficients_.columns())
+                *out = element(coefficients_, i, j);
+    coefficients_.swap(next);
 }
 
 double ERPolynome2Var::coefficient(int v, int u) const {
-    if (v < 0 || u < 0 || v >= coefficients.rows() || u >= coefficients.columns()) return 0.0;
-    return element(coefficients, v, u);
+    if (v < 0 || u < 0 || v >= coefficients_.rows() || u >= coefficients_.columns()) return 0.0;
+    return element(coefficients_, v, u);
 }
 
 double& ERPolynome2Var::coefficient(int v, int u) {
-    reshape(std::max(v + 1, coefficients.rows()), std::max(u + 1, coefficients.columns()));
-    return coefficients(v, u);
+    reshape(std::max(v + 1, coefficients_.rows()), std::max(u + 1, coefficients_.columns()));
+    return coefficients_(v, u);
 }
 
 double ERPolynome2Var::eval(double u, double v) const {
     double sum = 0.0;
     double power_of_v = 1.0;
-    for (int i = 0; i < coefficients.rows(); ++i) {
+    for (int i = 0; i < coefficients_.rows(); ++i) {
         double row_sum = 0.0;
         double power_of_u = 1.0;
-        for (int j = 0; j < coefficients.columns(); ++j) {
-            row_sum += element(coefficients, i, j) * power_of_u;
+        for (int j = 0; j < coefficients_.columns(); ++j) {
+            row_sum += element(coefficients_, i, j) * power_of_u;
             power_of_u *= u;
         }
         sum += power_of_v * row_sum;

@@ -11,13 +11,13 @@
 class VELM_API ERPolynome2Var {
 public:
     /// Zeros: degree a in v and b in u.
-    ERPolynome2Var(int a, int b) : coefficients(a + 1, b + 1) {}
+    ERPolynome2Var(int a, int b) : coefficients_(a + 1, b + 1) {}
     /// The coefficients row by row.
     ERPolynome2Var(const double* values, int rows, int columns)
-        : coefficients(rows, columns, values) {}
+        : coefficients_(rows, columns, values) {}
     /// The coefficients from an array; fewer than rows * columns elements give no coefficients.
     ERPolynome2Var(const ERVec<double>& values, int rows, int columns);
-    explicit ERPolynome2Var(const ERMatrix<double>& matrix) : coefficients(matrix) {}
+    explicit ERPolynome2Var(const ERMatrix<double>& matrix) : coefficients_(matrix) {}
     ERPolynome2Var(const ERPolynome2Var&) = default;
     ERPolynome2Var(ERPolynome2Var&&) = default;
     ERPolynome2Var& operator=(const ERPolynome2Var&) = default;
@@ -46,19 +46,19 @@ public:
     double coefficient(int v, int u) const;
     double& coefficient(int v, int u);
     /// Unchecked.
-    double at(int v, int u) const { return coefficients(v, u); }
-    double& at(int v, int u) { return coefficients(v, u); }
+    double at(int v, int u) const { return coefficients_(v, u); }
+    double& at(int v, int u) { return coefficients_(v, u); }
 
     /// The value: the sum over the rows of the row's sum times its power of v. 0.0 without
     /// coefficients.
     double eval(double u, double v) const;
 
-    const ERMatrix<double>& matrix() const { return coefficients; }
+    const ERMatrix<double>& matrix() const { return coefficients_; }
 
 private:
     void reshape(int rows, int columns);
 
-    ERMatrix<double> coefficients;
+    ERMatrix<double> coefficients_;
 };
 
 VELM_API std::ostream& operator<<(std::ostream& out, const ERPolynome2Var& p);
