@@ -7,7 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstddef>
+#if defined(VELM_POISON_ASAN)
+#include <sanitizer/lsan_interface.h>
+#endif
 
 namespace {
 
@@ -86,13 +90,27 @@ TEST_F(Poison, SlackAndCachedBodies) {
 
     const ERVecRep* const rep = v.rep();
     v = ERVec<double>();
-    EXPECT_TRUE(is_all_poisoned(rep, sizeof(ERVecRep) + 128));
+    EXPECT_TRUE(is_all_poisoned(rep + 1, 128));
+    const void* const* const words = reinterpret_cast<const void* const*>(rep);
+    int open_words = 0; // the link alone
+    for (std::size_t i = 0; i < sizeof(ERVecRep) / sizeof(void*); ++i)
+        open_words += is_poisoned(words + i) ? 0 : 1;
+    EXPECT_EQ(open_words, 1);
     v = ERVec<double>(16);
     EXPECT_EQ(v.rep(), rep);
     EXPECT_TRUE(is_all_open(v.view().data(), 128));
 }
 
 #if defined(VELM_POISON_ASAN)
+TEST_F(Poison, CachedBodiesAreNotLost) {
+    {
+        std::array<ERVec<double>, 100> of_one_size;
+        for (ERVec<double>& v : of_one_size)
+            v = ERVec<double>(40);
+    }
+    EXPECT_EQ(__lsan_do_recoverable_leak_check(), 0);
+}
+
 TEST_F(Poison, UseAfterFreeEndsTheProcess) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     const auto write_deleted_node = [] {
