@@ -3,13 +3,13 @@
 #pragma once
 
 #include "support/caught.h"
+#include "velm/platform/file.h"
 #include "velm/store/database.h"
 #include "velm/store/object_database.h"
 #include "velm/store/store_check.h"
 #include "velm/store/store_salvage.h"
 #include "velm/wireframe/segment.h"
 
-#include <cstdio>
 #include <sstream>
 #include <string>
 
@@ -19,7 +19,7 @@ namespace velm_test {
 /// deletes and closes; checks and rebuilds what that has left.
 inline void use_store(const std::string& path, const std::string& rebuilt) {
     const auto check = [&] {
-        std::remove(rebuilt.c_str());
+        file_cause([&] { CFile::Remove(rebuilt.c_str()); });
         file_cause([&] { velm::check_store(path.c_str()); });
         file_cause([&] { velm::salvage_store(path.c_str(), rebuilt.c_str(), true); });
         file_cause([&] { velm::check_store(rebuilt.c_str()); });

@@ -250,7 +250,7 @@ BOOL CFile::GetStatus(CFileStatus& status) const {
 
 BOOL CFile::GetStatus(const char* name, CFileStatus& status) {
     struct stat found;
-    if (name == nullptr || ::stat(name, &found) < 0) return 0;
+    if (name == nullptr || system_files().status_of(name, &found) < 0) return 0;
     fill_status(status, found, full_name(name));
     return 1;
 }
@@ -267,7 +267,7 @@ void CFile::Rename(const char* old_name, const char* new_name) {
 }
 
 void CFile::Remove(const char* name) {
-    if (::unlink(name) < 0) CFileException::ThrowOsError(errno, name);
+    if (system_files().remove(name) < 0) CFileException::ThrowOsError(errno, name);
 }
 
 std::string CFile::GetFileName() const {

@@ -45,6 +45,8 @@ int SystemFiles::seek(int, off_t) { return 0; }
 
 int SystemFiles::status(int file, struct stat* status) { return ::fstat(file, status); }
 
+int SystemFiles::status_of(const char* path, struct stat* status) { return ::stat(path, status); }
+
 int SystemFiles::truncate(int file, off_t length) { return ::ftruncate(file, length); }
 
 off_t SystemFiles::next_data(int file, off_t offset) {
@@ -57,6 +59,8 @@ off_t SystemFiles::next_data(int file, off_t offset) {
 }
 
 int SystemFiles::synchronise(int file) { return ::fsync(file); }
+
+int SystemFiles::remove(const char* path) { return ::unlink(path); }
 
 int SystemFiles::lock(int file, off_t first, off_t count, bool exclusive) {
     struct flock range = byte_range(first, count, exclusive);

@@ -23,10 +23,12 @@ public:
     /// system has nothing to do.
     virtual int seek(int file, off_t offset);
     virtual int status(int file, struct stat* status);
+    virtual int status_of(const char* path, struct stat* status);
     virtual int truncate(int file, off_t length);
     /// The first offset from there on that is not in a hole.
     virtual off_t next_data(int file, off_t offset);
     virtual int synchronise(int file);
+    virtual int remove(const char* path);
     /// Takes a lock on a range of bytes, shared or exclusive, without waiting.
     virtual int lock(int file, off_t first, off_t count, bool exclusive);
     /// Whether another open file holds a lock on the byte: 0 or 1.
