@@ -26,20 +26,29 @@ Contour Contour::circle(const ERPoint2D& center, double radius) {
     return contour;
 }
 
-void Contour::append(const ERPoint2D& vertex) {
+void Contour::append(const ERPoint2D& vertex, int kind) {
+    if (kind != straight || !kind_of_edge_.empty()) {
+        kind_of_edge_.resize(static_cast<std::size_t>(vertices_.size()), straight);
+        kind_of_edge_.push_back(kind);
+    }
     vertices_.push_back(vertex);
-    if (!arcs_.empty()) arc_of_edge_.push_back(-1);
 }
 
+void Contour::append(const ERPoint2D& vertex) { append(vertex, straight); }
+
 void Contour::append(const ERPoint2D& vertex, const ERArc2D& arc) {
-    arc_of_edge_.resize(static_cast<std::size_t>(vertices_.size()), -1);
-    vertices_.push_back(vertex);
-    arc_of_edge_.push_back(static_cast<int>(arcs_.size()));
+    append(vertex, static_cast<int>(arcs_.size()));
     arcs_.push_back(arc);
+}
+
+void Contour::append(const ERPoint2D& vertex, std::shared_ptr<const CurveEdge> curve) {
+    append(vertex, first_curve - static_cast<int>(curves_.size()));
+    curves_.push_back(std::move(curve));
 }
 
 double Contour::length(int edge) const {
     if (const ERArc2D* const along = arc(edge)) return along->arcLength(0.0);
+    if (const CurveEdge* const along = curve(edge)) return along->length();
     const ERVector2D along((*this)[edge], (*this)[edge + 1]);
     return std::hypot(along.i(), along.j());
 }
@@ -47,6 +56,7 @@ double Contour::length(int edge) const {
 ERMinimax2D Contour::box(int edge) const {
     ERMinimax2D box((*this)[edge], (*this)[edge + 1]);
     if (const ERArc2D* const along = arc(edge)) box.Update(ERArc2D(*along).getBox());
+    if (const CurveEdge* const along = curve(edge)) box.Update(along->prepared().box());
     return box;
 }
 
@@ -59,21 +69,25 @@ ERMinimax2D Contour::box() const {
 
 ERVector2D Contour::direction_at_start(int edge) const {
     if (const ERArc2D* const along = arc(edge)) return tangent(*along, along->startAngle());
+    if (const CurveEdge* const along = curve(edge)) return along->direction(0.0);
     return {(*this)[edge], (*this)[edge + 1]};
 }
 
 ERVector2D Contour::direction_at_end(int edge) const {
     if (const ERArc2D* const along = arc(edge)) return tangent(*along, along->endAngle());
+    if (const CurveEdge* const along = curve(edge)) return along->direction(1.0);
     return {(*this)[edge], (*this)[edge + 1]};
 }
 
-// The polygon of the chords, and what lies between each arc and its chord.
+// The polygon of the chords, and what lies between each arc or curve and its chord.
 double Contour::signed_area() const {
     double twice = 0.0;
     for (int i = 1; i + 1 < size(); ++i)
         twice += cross(ERVector2D((*this)[0], (*this)[i]), ERVector2D((*this)[0], (*this)[i + 1]));
     for (const ERArc2D& arc : arcs_)
         twice += arc.radius() * arc.radius() * (sweep(arc) - std::sin(sweep(arc)));
+    for (const auto& curve : curves_)
+        twice += curve->twice_area();
     return twice / 2.0;
 }
 
@@ -84,16 +98,24 @@ double Contour::magnitude() const {
     for (const ERArc2D& arc : arcs_)
         largest = std::max({largest, std::fabs(arc.center().x()) + arc.radius(),
                             std::fabs(arc.center().y()) + arc.radius()});
+    for (const auto& curve : curves_) {
+        const ERMinimax2D box = curve->prepared().box();
+        largest = std::max({largest, std::fabs(box.xmin), std::fabs(box.xmax), std::fabs(box.ymin),
+                            std::fabs(box.ymax)});
+    }
     return largest;
 }
 
 double Contour::mismatch() const {
     double most = 0.0;
-    for (int edge = 0; has_arcs() && edge < size(); ++edge)
+    for (int edge = 0; !is_polygon() && edge < size(); ++edge) {
+        const ERPoint2D &a = (*this)[edge], &b = (*this)[edge + 1];
         if (const ERArc2D* const along = arc(edge))
-            for (const int end : {edge, edge + 1})
-                most = std::max(
-                    most, std::fabs(distance((*this)[end], along->center()) - along->radius()));
+            for (const ERPoint2D& end : {a, b})
+                most = std::max(most, std::fabs(distance(end, along->center()) - along->radius()));
+        if (const CurveEdge* const along = curve(edge))
+            most = std::max({most, distance(a, along->start()), distance(b, along->end())});
+    }
     return most;
 }
 
@@ -106,6 +128,8 @@ Contour Contour::scaled(double factor) const {
         arc.setCenter(arc.center() * factor);
         arc.setRadius(arc.radius() * factor);
     }
+    for (auto& curve : result.curves_)
+        curve = curve->scaled(factor);
     return result;
 }
 

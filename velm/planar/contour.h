@@ -20,9 +20,11 @@
 #include "velm/frame/point.h"
 #include "velm/frame/vec.h"
 #include "velm/frame/vector.h"
+#include "velm/planar/curve_edge.h"
 #include "velm/wireframe/arc.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -31,10 +33,11 @@ namespace velm {
 using Polygon = QuickAlgebra::ERVec<ERPoint2D>;
 
 /// As many edges as vertices: edge i leads from vertex i to the next one, the last to vertex 0,
-/// straight or along an arc. A circle is one vertex and one edge, an arc of a whole turn.
+/// straight, along an arc or along a free-form curve. A circle is one vertex and one edge, an arc
+/// of a whole turn; so is a closed curve.
 ///
-/// The ends of an arc's edge are its vertices. Where these have few digits, the arc's circle misses
-/// them by up to `mismatch()`.
+/// The ends of an arc's or a curve's edge are its vertices. Where these have few digits, the arc or
+/// curve misses them by up to `mismatch()`.
 class VELM_API Contour {
 public:
     Contour() = default;
@@ -45,6 +48,9 @@ public:
     /// Appends a vertex and the straight edge that leaves it, or one along an arc.
     void append(const ERPoint2D& vertex);
     void append(const ERPoint2D& vertex, const ERArc2D& arc);
+    /// Along a curve that starts there, within the tolerance of whoever made it; smooth inside, see
+    /// `CurveEdge::smooth_parts`.
+    void append(const ERPoint2D& vertex, std::shared_ptr<const CurveEdge> curve);
 
     int size() const { return vertices_.size(); }
     /// The vertex from which edge i leaves; the one of index `size()` is the first again.
@@ -52,14 +58,27 @@ public:
         return vertices_.data()[i == vertices_.size() ? 0 : i];
     }
     const Polygon& vertices() const { return vertices_; }
+    /// Whether all edges are straight.
+    bool is_polygon() const { return arcs_.empty() && curves_.empty(); }
     bool has_arcs() const { return !arcs_.empty(); }
-    /// Null for a straight edge. The arc is clockwise where its end angle lies below its start.
+    bool has_curves() const { return !curves_.empty(); }
+    bool is_straight(int edge) const { return !arc(edge) && !curve(edge); }
+    /// Null for an edge of another kind. The arc is clockwise where its end angle is below its
+    /// start.
     const ERArc2D* arc(int edge) const {
         if (arcs_.empty()) return nullptr;
-        const int at = arc_of_edge_[static_cast<std::size_t>(edge)];
+        const int at = kind_of_edge_[static_cast<std::size_t>(edge)];
         return at < 0 ? nullptr : &arcs_[static_cast<std::size_t>(at)];
     }
+    /// Null for an edge of another kind.
+    const CurveEdge* curve(int edge) const {
+        if (curves_.empty()) return nullptr;
+        const int at = kind_of_edge_[static_cast<std::size_t>(edge)];
+        return at > first_curve ? nullptr
+                                : curves_[static_cast<std::size_t>(first_curve - at)].get();
+    }
     std::span<const ERArc2D> arcs() const { return arcs_; }
+    std::span<const std::shared_ptr<const CurveEdge>> curves() const { return curves_; }
 
     double length(int edge) const;
     ERMinimax2D box(int edge) const;
@@ -71,9 +90,10 @@ public:
     /// Positive for a contour that turns left; computed about its first vertex, so that the
     /// distance from the origin doesn't blur it.
     double signed_area() const;
-    /// The largest magnitude in a coordinate of a vertex or of an arc's whole circle.
+    /// The largest magnitude in a coordinate of a vertex, of an arc's whole circle or of a curve.
     double magnitude() const;
-    /// How far a vertex lies off the circle of an arc that ends there, at most.
+    /// How far a vertex lies off the circle of an arc or the end of a curve that ends there, at
+    /// most.
     double mismatch() const;
 
     /// With all lengths times a power of two, which is exact.
@@ -82,7 +102,12 @@ public:
 private:
     Polygon vertices_;
     std::vector<ERArc2D> arcs_;
-    std::vector<int> arc_of_edge_; // -1 for a straight one; empty without arcs
+    std::vector<std::shared_ptr<const CurveEdge>> curves_;
+    // The index of an arc, `straight`, or `first_curve` less the index of a curve; empty in a
+    // polygon.
+    std::vector<int> kind_of_edge_;
+    static constexpr int straight = -1, first_curve = -2;
+    void append(const ERPoint2D& vertex, int kind);
 };
 
 /// Material within an outer contour and outside of its holes, by their indices.

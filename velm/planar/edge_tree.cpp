@@ -53,6 +53,19 @@ Foot foot_on_arc(const ERPoint2D& a, const ERPoint2D& b, const ERArc2D& arc, con
     return {t == 0.0 ? a : t == 1.0 ? b : closest.point, t};
 }
 
+Foot foot_on_curve(const ERPoint2D& a, const ERPoint2D& b, const CurveEdge& curve,
+                   const ERPoint2D& p) {
+    const CurveEdge::Foot nearest = curve.nearest(p);
+    return {nearest.part == 0.0 ? a : nearest.part == 1.0 ? b : nearest.point, nearest.part};
+}
+
+Foot foot_on_edge(const Contour& contour, int i, const ERPoint2D& p) {
+    const ERPoint2D &a = contour[i], &b = contour[i + 1];
+    if (const ERArc2D* const arc = contour.arc(i)) return foot_on_arc(a, b, *arc, p);
+    if (const CurveEdge* const curve = contour.curve(i)) return foot_on_curve(a, b, *curve, p);
+    return foot_on_line(a, b, p);
+}
+
 } // namespace
 
 EdgeTree::EdgeTree(Contour contour) : contour_(std::move(contour)), extent_(contour_.magnitude()) {
@@ -78,9 +91,7 @@ int EdgeTree::build(int begin, int end) {
 }
 
 void EdgeTree::try_edge(int i, const ERPoint2D& p, int contour, NearestEdge& best) const {
-    const ERArc2D* const arc = contour_.arc(i);
-    const Foot foot = arc == nullptr ? foot_on_line(contour_[i], contour_[i + 1], p)
-                                     : foot_on_arc(contour_[i], contour_[i + 1], *arc, p);
+    const Foot foot = foot_on_edge(contour_, i, p);
     const double d2 = ERVector2D(foot.point, p).norme2();
     const bool is_first = best.contour == contour && i < best.edge;
     if (d2 < best.squared_distance || (d2 == best.squared_distance && is_first))
@@ -94,8 +105,11 @@ void EdgeTree::find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) 
         const double distance = std::sqrt(best.squared_distance) + slack;
         return distance * distance;
     };
-    // Nothing of an arc is nearer than its circle, which is far cheaper to ask.
+    // Nothing of an arc is nearer than its circle, nothing of a curve than its box: far cheaper to
+    // ask.
     const auto is_out_of_reach = [&](int i) {
+        if (const CurveEdge* const curve = contour_.curve(i))
+            return squared_distance(p, curve->prepared().box()) > reach();
         const ERArc2D* const arc = contour_.arc(i);
         if (arc == nullptr) return false;
         const double gap = ERVector2D(arc->center(), p).norme() - arc->radius();

@@ -36,7 +36,8 @@ public:
     /// strictly nearer than what `best` holds; of equal ones to the first. `contour` is the number
     /// that `best` gets: one search may go over several trees. The answer is that of a scan over
     /// all edges, rounding included (the bound is derived in the source). On an arc the foot is
-    /// that of `closest_point`, at an end the vertex itself.
+    /// that of `closest_point`, on a curve the certified one of its prepared curve, at an end the
+    /// vertex itself.
     void find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) const;
 
     /// Whether `p` is enclosed, by the crossings of the ray to the right of p (even-odd rule) with

@@ -17,6 +17,7 @@ double sweep(const ERArc2D& arc) { return arc.endAngle() - arc.startAngle(); }
 ERPoint2D point_on(const Contour& contour, int edge, double part) {
     if (const ERArc2D* const arc = contour.arc(edge))
         return static_cast<const ERCircle2D&>(*arc)(arc->startAngle() + part * sweep(*arc));
+    if (const CurveEdge* const curve = contour.curve(edge)) return curve->point(part);
     return contour[edge] + ERVector2D(contour[edge], contour[edge + 1]) * part;
 }
 
@@ -128,6 +129,20 @@ private:
     std::optional<bool> was_inside_; // the last point that touches nothing
 };
 
+// Whether a contour lies inside another one that it doesn't cross, by the first of its points that
+// is farther than `touching` from it; nothing where there is none.
+std::optional<bool> lies_inside(const Contour& contour, const EdgeTree& other, double touching) {
+    for (const double part : {0.0, 0.5, 0.25, 0.75}) {
+        for (int edge = 0; edge < contour.size(); ++edge) {
+            const ERPoint2D p = point_on(contour, edge, part);
+            NearestEdge touched{touching * touching, {}};
+            other.find_nearest(p, 0, touched);
+            if (touched.edge < 0) return other.encloses(p);
+        }
+    }
+    return std::nullopt;
+}
+
 /// The contours of an outline, of a size that suits every computation.
 class Nesting {
 public:
@@ -188,6 +203,8 @@ private:
     bool is_hole(std::size_t c) const { return holders_[c].size() % 2 == 1; }
 
     std::optional<ContourClash> compare(std::size_t a, std::size_t b) {
+        if (trees_[a].contour().has_curves() || trees_[b].contour().has_curves())
+            return compare_uncrossed(a, b);
         const Sides of_a = SideWalk(trees_[a], trees_[b], touching_).sides();
         const Sides of_b = SideWalk(trees_[b], trees_[a], touching_).sides();
         const int first = static_cast<int>(a), second = static_cast<int>(b);
@@ -198,6 +215,18 @@ private:
         if (of_a.inside)
             holders_[a].push_back(b);
         else if (of_b.inside)
+            holders_[b].push_back(a);
+        return std::nullopt;
+    }
+
+    std::optional<ContourClash> compare_uncrossed(std::size_t a, std::size_t b) {
+        const auto of_a = lies_inside(trees_[a].contour(), trees_[b], touching_);
+        const auto of_b = lies_inside(trees_[b].contour(), trees_[a], touching_);
+        if (!of_a && !of_b)
+            return ContourClash{static_cast<int>(b), static_cast<int>(a), std::nullopt};
+        if (of_a.value_or(false))
+            holders_[a].push_back(b);
+        else if (of_b.value_or(false))
             holders_[b].push_back(a);
         return std::nullopt;
     }

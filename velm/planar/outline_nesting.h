@@ -29,7 +29,8 @@ inline constexpr double touching_part = 1e-6;
 /// outside of all others, is an outer one, and so is an island in a hole.
 ///
 /// Returns the first clash, if any; the areas are unchanged then. Contours that cross themselves
-/// are not looked for. Only pairs whose boxes meet are compared, edge by edge where these meet.
+/// are not looked for. Nor are crossings of a contour with
+/// free-form edges: it is placed by one point of it. Only pairs whose boxes meet are compared, edge by edge where these meet.
 VELM_API std::optional<ContourClash> settle_areas(Outline& outline);
 
 } // namespace velm

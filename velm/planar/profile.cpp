@@ -20,7 +20,7 @@ constexpr double rounding_per_magnitude = 1e-15;
 double magnitude(const ERPoint2D& p) { return std::max(std::fabs(p.x()), std::fabs(p.y())); }
 
 bool turns_left(const Contour& contour) {
-    if (contour.has_arcs()) return contour.signed_area() > 0.0;
+    if (!contour.is_polygon()) return contour.signed_area() > 0.0;
     Polygon polygon = contour.vertices();
     const ERPoint2D first = polygon.front(); // about it: the distance from the origin blurs nothing
     for (ERPoint2D& v : polygon)
@@ -28,8 +28,9 @@ bool turns_left(const Contour& contour) {
     return IsCounterClockWise(polygon) != 0;
 }
 
-// Positive where an edge turns left.
-double curvature(const Contour& contour, int edge) {
+// Positive where an edge turns left, at that part of the way along it.
+double curvature(const Contour& contour, int edge, double part) {
+    if (const CurveEdge* const curve = contour.curve(edge)) return curve->curvature(part);
     const ERArc2D* const arc = contour.arc(edge);
     return arc == nullptr ? 0.0 : (arc->isDirect() ? 1.0 : -1.0) / arc->radius();
 }
@@ -41,14 +42,16 @@ double bend(const Contour& contour, int before, int after) {
     const ERVector2D coming = contour.direction_at_end(before);
     const ERVector2D going = contour.direction_at_start(after);
     const double sine = cross(coming, going), cosine = coming * going;
-    const double curved = curvature(contour, before) + curvature(contour, after);
+    const double curved = curvature(contour, before, 1.0) + curvature(contour, after, 0.0);
     const bool turns_back = cosine < 0.0 && std::fabs(sine) <= rounding * -cosine;
     return turns_back && curved != 0.0 ? -curved : sine;
 }
 
-// Which side of an edge p lies on, positive on the left; at a vertex of an arc the side of the
-// tangent there.
-double side(const Contour& contour, int edge, const ERPoint2D& p) {
+// Which side of an edge p lies on, whose foot on it is given, positive on the left; at a vertex of
+// an arc or a curve the side of the tangent there.
+double side(const Contour& contour, int edge, const ERPoint2D& p, double part) {
+    if (const CurveEdge* const curve = contour.curve(edge))
+        return cross(curve->direction(part), ERVector2D(curve->point(part), p));
     const ERArc2D* const arc = contour.arc(edge);
     if (arc == nullptr)
         return cross(ERVector2D(contour[edge], contour[edge + 1]), ERVector2D(contour[edge], p));
@@ -57,12 +60,12 @@ double side(const Contour& contour, int edge, const ERPoint2D& p) {
 }
 
 double side_at_end(const Contour& contour, int edge, const ERPoint2D& p) {
-    if (contour.arc(edge) == nullptr) return side(contour, edge, p);
+    if (contour.is_straight(edge)) return side(contour, edge, p, 1.0);
     return cross(contour.direction_at_end(edge), ERVector2D(contour[edge + 1], p));
 }
 
 double side_at_start(const Contour& contour, int edge, const ERPoint2D& p) {
-    if (contour.arc(edge) == nullptr) return side(contour, edge, p);
+    if (contour.is_straight(edge)) return side(contour, edge, p, 0.0);
     return cross(contour.direction_at_start(edge), ERVector2D(contour[edge], p));
 }
 
@@ -113,15 +116,15 @@ Profile::Profile(const Outline& outline) {
     for (const OutlineArea& area : outline.areas) {
         std::vector<int> contours{area.outer};
         contours.insert(contours.end(), area.holes.begin(), area.holes.end());
-        const bool is_outer_straight = !part(area.outer).edges.contour().has_arcs();
+        const bool is_outer_straight = part(area.outer).edges.contour().is_polygon();
         areas_.push_back({ERRegion2D(static_cast<int>(contours.size()), is_outer_straight ? 1 : 0),
                           {},
                           area.outer});
         for (const int c : contours) {
-            if (part(c).edges.contour().has_arcs())
-                areas_.back().arcs.push_back(c);
-            else
+            if (part(c).edges.contour().is_polygon())
                 areas_.back().straight.Add(part(c).edges.contour().vertices());
+            else
+                areas_.back().curved.push_back(c);
         }
     }
 }
@@ -176,10 +179,10 @@ Profile::Side Profile::locate(const ERPoint2D& p, const NearestEdge& nearest,
     const PosContours position = area.straight.CheckPoint(p, decided_by);
     if (position == REGION_OUTSIDE) return Side::outside;
     if (position != REGION_INSIDE) return Side::border;
-    for (const int c : area.arcs) {
-        const Part& arcs = part(c);
-        if (nearest.squared_distance <= arcs.border * arcs.border) return Side::border;
-        if (arcs.edges.encloses(p) != (c == area.outer)) return Side::outside;
+    for (const int c : area.curved) {
+        const Part& curved = part(c);
+        if (nearest.squared_distance <= curved.border * curved.border) return Side::border;
+        if (curved.edges.encloses(p) != (c == area.outer)) return Side::outside;
     }
     return Side::material;
 }
@@ -189,7 +192,7 @@ bool Profile::lies_outside_of_edge(const ERPoint2D& p, const NearestEdge& neares
     const Contour& contour = part.edges.contour();
     const double turn = part.material_on_left ? 1.0 : -1.0;
     if (nearest.parameter > 0.0 && nearest.parameter < 1.0)
-        return !(turn * side(contour, nearest.edge, p) > 0.0);
+        return !(turn * side(contour, nearest.edge, p, nearest.parameter) > 0.0);
     const int count = contour.size();
     const int before = nearest.parameter == 0.0 ? (nearest.edge + count - 1) % count : nearest.edge;
     const int after = (before + 1) % count;
@@ -203,6 +206,8 @@ ERVector2D Profile::edge_outward(const NearestEdge& nearest) const {
     const Part& part = this->part(nearest.contour);
     const Contour& contour = part.edges.contour();
     ERVector2D along = contour.direction_at_start(nearest.edge).getnormalized();
+    if (const CurveEdge* const curve = contour.curve(nearest.edge))
+        along = curve->direction(nearest.parameter).getnormalized();
     if (const ERArc2D* const arc = contour.arc(nearest.edge)) {
         const ERVector2D radial = ERVector2D(arc->center(), nearest.foot).getnormalized();
         along = arc->isDirect() ? ERVector2D(-radial.j(), radial.i())

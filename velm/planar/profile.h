@@ -37,7 +37,8 @@ struct OutlineComparison {
     ERPoint2D foot;         ///< the point of the nearest edge at its clamped parameter
     int contour = 0;        ///< the one that holds the foot
     int edge = 0;           ///< from its vertex `edge` to the next
-    double parameter = 0.0; ///< of the foot on the edge, from 0 to 1, in equal lengths
+    double parameter = 0.0; ///< of the foot on the edge, from 0 to 1; in equal lengths, but on a
+                            ///< curve of its parameter
     double distance = 0.0;  ///< from the foot to the point, positive outside the material
     ERVector2D outward;     ///< unit vector away from the material at the foot, through the point;
                             ///< the edge's where the point lies within roundings of it
@@ -48,11 +49,11 @@ struct OutlineComparison {
 /// The material of an outline, whose contours may be turned either way.
 ///
 /// The sign of a distance is by the regions of the areas' straight contours, whose raster answers
-/// for most places and `Inside` for the others, and by the crossings of a ray with the lines and
-/// arcs themselves for a contour with arcs. Where a region says edge or vertex, or p is nearer to
-/// an edge than the rounding of a crossing, it is by the side of the nearest edge, at a corner of
-/// its two edges: inside a convex corner is what lies inside of both, inside a concave one what
-/// lies inside of either.
+/// for most places and `Inside` for the others, and by the crossings of a ray with the lines,
+/// arcs and curves themselves for a contour with arcs or curves. Where a region says edge or
+/// vertex, or p is nearer to an edge than the rounding of a crossing, it is by the side of the
+/// nearest edge, at a corner of its two edges: inside a convex corner is what lies inside of both,
+/// inside a concave one what lies inside of either.
 ///
 /// The place follows from the distance: within 1e-15 times the largest coordinate of the contour,
 /// which are some ten roundings, the point is on the outline, on a vertex where one is as near;
@@ -80,8 +81,8 @@ private:
         double border;         // so near p says neither side nor direction by itself
     };
     struct Material {
-        ERRegion2D straight;   // of the straight contours, scaled
-        std::vector<int> arcs; // the contours with arcs
+        ERRegion2D straight;     // of the straight contours, scaled
+        std::vector<int> curved; // the contours with arcs or curves
         int outer;
     };
     Side locate(const ERPoint2D& p, const NearestEdge& nearest) const;

@@ -51,8 +51,9 @@ bool crosses_arc(const ERPoint2D& a, const ERPoint2D& b, const ERArc2D& arc, con
 bool crosses_ray(const Contour& contour, int edge, const ERPoint2D& p) {
     const ERPoint2D& a = contour[edge];
     const ERPoint2D& b = contour[edge + 1];
-    const ERArc2D* const arc = contour.arc(edge);
-    return arc == nullptr ? crosses_line(a, b, p) : crosses_arc(a, b, *arc, p);
+    if (const ERArc2D* const arc = contour.arc(edge)) return crosses_arc(a, b, *arc, p);
+    if (const CurveEdge* const curve = contour.curve(edge)) return curve->crosses_ray(a, b, p);
+    return crosses_line(a, b, p);
 }
 
 } // namespace velm

@@ -1,39 +1,15 @@
 #include "inspect/input/outline_pieces.h"
 
+#include "inspect/base/number_text.h"
+#include "velm/frame/point_functions.h"
+
 #include <algorithm>
 #include <cmath>
-#include <limits>
-#include <map>
 #include <span>
 #include <string>
 #include <utility>
 
-#include "inspect/base/number_text.h"
-#include "velm/frame/point_functions.h"
-#include "velm/planar/chainer_processor.h"
-
 namespace velm::inspect {
-namespace {
-
-std::string place_text(const ERPoint2D& p) { return shortest(p.x()) + " " + shortest(p.y()); }
-
-class LoosePiece : public ERChainerSeg2D {
-public:
-    LoosePiece(const ERPoint2D& from, const ERPoint2D& to, std::size_t of_line)
-        : line(of_line), a(from), b(to) {}
-    ERPoint2D getExt1() const override { return a; }
-    ERPoint2D getExt2() const override { return b; }
-    ERVector2D getTan1() const override { return ERVector2D(a, b); }
-    ERVector2D getTan2() const override { return ERVector2D(a, b); }
-    ERObject* getCopy() const override { return new LoosePiece(*this); }
-
-    const std::size_t line;
-
-private:
-    ERPoint2D a, b;
-};
-
-} // namespace
 
 bool is_piece(const OutlineLine& line) {
     if (line.count != 4) return false;
@@ -51,124 +27,32 @@ void PieceReader::take(const OutlineLine& line) {
         if (!number) source_.refuse(number_complaint(line.field[i], number.fault));
         value[i] = number.value;
     }
-    pieces_.push_back({{value[0], value[1]}, {value[2], value[3]}, line.number});
-    if (!(distance(pieces_.back().a, pieces_.back().b) >= tolerance_))
+    const ERPoint2D a(value[0], value[1]), b(value[2], value[3]);
+    links_.add(a, b, line.number);
+    if (!(distance(a, b) >= tolerance_))
         source_.refuse("the piece is shorter than the chain tolerance " + shortest(tolerance_));
 }
 
-void PieceReader::refuse_gap(const ERPoint2D& end, const Piece& piece) const {
-    double nearest = std::numeric_limits<double>::infinity();
-    std::string where;
-    for (const Piece& other : pieces_) {
-        for (const ERPoint2D& p : {other.a, other.b}) {
-            const double gap = distance(p, end);
-            if (&other == &piece || gap >= nearest) continue;
-            nearest = gap;
-            where = "; the nearest one, " + place_text(p) + " of line " +
-                    std::to_string(other.line) + ", is " + shortest(gap) + " away";
-        }
-    }
-    source_.refuse_at(piece.line, "the contour is open: no other end meets that at " +
-                                      place_text(end) + " within " + shortest(tolerance_) + where);
-}
-
-// Every end must meet exactly one other: only then the contours are the same in every order.
-void PieceReader::require_pairs() const {
-    const double size = 4.0 * tolerance_; // of a cell: what is near lies in two on an axis at most
-    using Cell = std::pair<double, double>;
-    std::map<Cell, std::vector<std::pair<ERPoint2D, const Piece*>>> cells;
-    const auto cell_of = [size](double x, double y) {
-        return Cell(std::floor(x / size), std::floor(y / size));
-    };
-    for (const Piece& piece : pieces_)
-        for (const ERPoint2D& end : {piece.a, piece.b})
-            cells[cell_of(end.x(), end.y())].emplace_back(end, &piece);
-
-    const auto others_at = [&](const ERPoint2D& end, const Piece& piece) {
-        std::vector<const Piece*> met;
-        std::vector<Cell> seen;
-        for (const double x : {end.x() - tolerance_, end.x() + tolerance_}) {
-            for (const double y : {end.y() - tolerance_, end.y() + tolerance_}) {
-                const Cell cell = cell_of(x, y);
-                if (std::find(seen.begin(), seen.end(), cell) != seen.end()) continue;
-                seen.push_back(cell);
-                const auto found = cells.find(cell);
-                if (found == cells.end()) continue;
-                for (const auto& [other, of] : found->second)
-                    if (of != &piece && distance2(other, end) < tolerance_ * tolerance_)
-                        met.push_back(of);
-            }
-        }
-        return met;
-    };
-    for (const Piece& piece : pieces_) {
-        for (const ERPoint2D& end : {piece.a, piece.b}) {
-            const std::vector<const Piece*> met = others_at(end, piece);
-            if (met.empty()) refuse_gap(end, piece);
-            if (met.size() > 1)
-                source_.refuse_at(piece.line,
-                                  "the contours are ambiguous: " + std::to_string(met.size() + 1) +
-                                      " ends meet at " + place_text(end) +
-                                      ", among them that of line " + std::to_string(met[0]->line));
-        }
-    }
-}
-
-// Pieces are linked at their first ends only where a squared distance exceeds a length; scaling by
-// a power of two, which is exact, sees to that for all ends that are farther apart than the
-// tolerance.
-std::vector<LocatedContour> PieceReader::link() const {
-    double whole = 0.0;
-    for (const Piece& piece : pieces_)
-        whole += distance(piece.a, piece.b);
-    const double wanted = 4.0 * whole / (tolerance_ * tolerance_);
-    const double scale = std::ldexp(1.0, std::clamp(std::ilogb(wanted), -1, 299) + 1);
-
-    ERChainerProcessor processor(tolerance_ * scale);
-    for (const Piece& piece : pieces_)
-        processor.insert(t_SmartPtr<ERChainerSeg2D>(
-            new LoosePiece(piece.a * scale, piece.b * scale, piece.line)));
-    struct Gathered {
-        std::vector<ERPoint2D> vertices;
-        double gap = 0.0;
-        std::size_t line = std::numeric_limits<std::size_t>::max();
-    };
-    std::vector<Gathered> gathered;
-    processor.applyOnMChain(
-        [](ERChainedMetaSeg2D* chain, void* to) {
-            auto& all = *static_cast<std::vector<Gathered>*>(to);
-            all.emplace_back();
-            all.back().gap = distance(chain->first(), chain->last());
-            chain->applyOnSegment(
-                [](ERChainerSeg2D* segment, void* into) {
-                    auto& ring = *static_cast<Gathered*>(into);
-                    ring.vertices.push_back(segment->first());
-                    ring.line = std::min(ring.line, static_cast<LoosePiece*>(segment)->line);
-                },
-                &all.back());
-        },
-        &gathered);
-    std::vector<LocatedContour> rings;
-    for (Gathered& ring : gathered) {
-        if (!(ring.gap < tolerance_ * scale))
-            source_.refuse_at(ring.line, "the piece can't be linked to a closed contour");
-        for (ERPoint2D& vertex : ring.vertices)
-            vertex /= scale;
-        rings.push_back({Contour(Polygon(std::span<const ERPoint2D>(ring.vertices))), ring.line});
-        require_area(source_, ring.line, rings.back().contour);
-    }
-    return rings;
-}
-
 std::vector<LocatedContour> PieceReader::finish() {
-    require_pairs();
-    std::vector<LocatedContour> rings = link();
+    std::vector<LocatedContour> contours;
+    for (const PieceLinks::Ring& ring : links_.rings()) {
+        std::vector<ERPoint2D> vertices;
+        for (const PieceLinks::Link& link : ring)
+            vertices.push_back(link.from);
+        contours.push_back(
+            {Contour(Polygon(std::span<const ERPoint2D>(vertices))), links_.first_line(ring)});
+        require_area(source_, contours.back().line, contours.back().contour);
+    }
+    put_largest_first(contours);
+    return contours;
+}
+
+void put_largest_first(std::vector<LocatedContour>& contours) {
     const auto largest = std::max_element(
-        rings.begin(), rings.end(), [](const LocatedContour& a, const LocatedContour& b) {
+        contours.begin(), contours.end(), [](const LocatedContour& a, const LocatedContour& b) {
             return std::fabs(a.contour.signed_area()) < std::fabs(b.contour.signed_area());
         });
-    if (!rings.empty()) std::rotate(rings.begin(), largest, largest + 1);
-    return rings;
+    if (!contours.empty()) std::rotate(contours.begin(), largest, largest + 1);
 }
 
 } // namespace velm::inspect

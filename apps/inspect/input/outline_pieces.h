@@ -6,6 +6,7 @@
 
 #include "inspect/input/outline_checks.h"
 #include "inspect/input/outline_lines.h"
+#include "inspect/input/piece_links.h"
 
 namespace velm::inspect {
 
@@ -18,7 +19,7 @@ bool is_piece(const OutlineLine& line);
 class PieceReader {
 public:
     PieceReader(const TextSource& source, double tolerance)
-        : source_(source), tolerance_(tolerance) {}
+        : source_(source), tolerance_(tolerance), links_(source, tolerance) {}
     /// Throws `Failure` (input) with the line and what was expected.
     void take(const OutlineLine& line);
     /// The contours, of which there may be none, each with the first line of its pieces. Throws
@@ -27,18 +28,12 @@ public:
     std::vector<LocatedContour> finish();
 
 private:
-    struct Piece {
-        ERPoint2D a, b;
-        std::size_t line;
-    };
-
-    void require_pairs() const;
-    [[noreturn]] void refuse_gap(const ERPoint2D& end, const Piece& piece) const;
-    std::vector<LocatedContour> link() const;
-
     const TextSource& source_;
     double tolerance_;
-    std::vector<Piece> pieces_;
+    PieceLinks links_;
 };
+
+/// Puts the contour of the largest area first, the others keep their order.
+void put_largest_first(std::vector<LocatedContour>& contours);
 
 } // namespace velm::inspect
