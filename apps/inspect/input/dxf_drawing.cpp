@@ -20,7 +20,6 @@ constexpr double degree_of_angle = std::numbers::pi / 180.0;
 constexpr int deepest_block = 16;                      // nested INSERTs
 constexpr std::size_t most_pieces = 4'000'000;         // after all blocks are inserted
 constexpr std::size_t most_insertions = 1'000'000;     // of blocks, however nested
-constexpr int highest_degree = 25;                     // of a SPLINE
 constexpr double least_component_along_z = 1.0 - 1e-9; // of an extrusion: cos of 4.5e-5 radians
 
 /// The units that a header can name ($INSUNITS), with their lengths in millimetres.
@@ -344,25 +343,11 @@ void DrawingReader::draw_spline(const DxfEntity& entity, const Place& place) {
     if (spline.poles.empty()) return leave_out(entity, "of fit points alone, without poles");
     if (!is_flat) return leave_out(entity, "not in the drawing plane");
     if (spline.weights.empty()) spline.weights.assign(spline.poles.size(), 1.0);
-    const std::size_t order = static_cast<std::size_t>(std::max(spline.degree, 0)) + 1;
-    if (spline.degree < 1 || spline.degree > highest_degree)
-        groups_.refuse(entity, "SPLINE of degree " + std::to_string(spline.degree) +
-                                   "; expected 1 to " + std::to_string(highest_degree));
-    if (spline.poles.size() < order || spline.knots.size() != spline.poles.size() + order ||
-        spline.weights.size() != spline.poles.size())
-        groups_.refuse(entity,
-                       "SPLINE of degree " + std::to_string(spline.degree) + " with " +
-                           std::to_string(spline.poles.size()) + " poles, " +
-                           std::to_string(spline.knots.size()) + " knots and " +
-                           std::to_string(spline.weights.size()) +
-                           " weights; expected poles + degree + 1 knots, one weight a pole");
-    if (!std::is_sorted(spline.knots.begin(), spline.knots.end()))
-        groups_.refuse(entity, "the knots of the SPLINE descend");
-    if (!(spline.knots[order - 1] < spline.knots[spline.poles.size()]))
-        groups_.refuse(entity, "the knots of the SPLINE span no interval");
-    if (std::any_of(spline.weights.begin(), spline.weights.end(),
-                    [](double w) { return !(w > 0.0); }))
-        groups_.refuse(entity, "a weight of the SPLINE isn't positive");
+    if (const char* const fault = fault_of(spline))
+        groups_.refuse(entity, "SPLINE of degree " + std::to_string(spline.degree) + " with " +
+                                   std::to_string(spline.poles.size()) + " poles, " +
+                                   std::to_string(spline.knots.size()) + " knots and " +
+                                   std::to_string(spline.weights.size()) + " weights: " + fault);
     add(entity, place, std::move(spline));
 }
 
@@ -427,17 +412,6 @@ void DrawingReader::leave_out(const DxfEntity& entity, const char* why) {
 }
 
 } // namespace
-
-bool DrawnArc::is_circular() const {
-    // Blocks scale by factors of a few digits; rounding leaves far less than this, and an ellipse
-    // that is a circle to 1e-12 of its size is one to what distances are exact to.
-    constexpr double roundness = 1e-12;
-    const double uu = u * u, vv = v * v;
-    return std::fabs(u * v) <= roundness * uu && std::fabs(uu - vv) <= 2.0 * roundness * uu;
-}
-
-// A turn from degrees or from a file's 16 digits ends within a few roundings of a whole one.
-bool DrawnArc::is_closed() const { return to - from >= whole_turn * (1.0 - 4e-16); }
 
 bool starts_like_dxf(std::string_view first_line, std::string_view second_line) {
     const auto is = [](std::string_view line, std::string_view wanted) {

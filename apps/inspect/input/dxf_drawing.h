@@ -2,9 +2,8 @@
 // `read_dxf`.
 #pragma once
 
+#include "inspect/input/drawn_curves.h"
 #include "inspect/input/text_source.h"
-#include "velm/frame/point.h"
-#include "velm/frame/vector.h"
 
 #include <cstddef>
 #include <optional>
@@ -13,31 +12,6 @@
 #include <vector>
 
 namespace velm::inspect {
-
-struct DrawnSegment {
-    ERPoint2D start, end;
-};
-
-/// An arc of a circle or an ellipse: centre + cos(t) u + sin(t) v, from t = `from` to t = `to`,
-/// 0 < to - from <= 2 pi. u and v are conjugate half axes; on a circle they are orthogonal and of
-/// one length, and the arc runs clockwise where u ^ v is negative.
-struct DrawnArc {
-    ERPoint2D centre;
-    ERVector2D u, v;
-    double from = 0.0, to = 0.0;
-    ERPoint2D start, end; ///< as the file gives them, otherwise evaluated
-
-    bool is_circular() const;
-    bool is_closed() const;
-};
-
-/// A NURBS curve: as many knots as poles plus degree + 1, ascending, clamped or not.
-struct DrawnSpline {
-    int degree = 0;
-    std::vector<double> knots;
-    std::vector<ERPoint2D> poles;
-    std::vector<double> weights; ///< positive; one a pole
-};
 
 struct DrawnPiece {
     std::variant<DrawnSegment, DrawnArc, DrawnSpline> shape;

@@ -15,13 +15,15 @@ namespace {
 struct Form {
     std::string_view letter;
     std::size_t numbers;
-    bool has_sense; // ccw or cw behind the numbers
+    bool has_sense; // ccw or cw after the numbers
     const char* text;
     std::size_t fields() const { return 1 + numbers + (has_sense ? 1 : 0); }
 };
-constexpr std::array<Form, 5> forms{{{"M", 2, false, "M x y"},
+constexpr std::size_t any_number = 0xFFFF;
+constexpr std::array<Form, 6> forms{{{"M", 2, false, "M x y"},
                                      {"L", 2, false, "L x y"},
                                      {"A", 4, true, "A x y cx cy and ccw or cw"},
+                                     {"N", any_number, false, "N degree knots... poles x y w ..."},
                                      {"Z", 0, false, "Z alone"},
                                      {"C", 3, false, "C cx cy r"}}};
 
@@ -29,6 +31,12 @@ const Form* find_form(const OutlineLine& line) {
     const auto form = std::find_if(forms.begin(), forms.end(),
                                    [&](const Form& f) { return f.letter == line.field[0]; });
     return form == forms.end() ? nullptr : &*form;
+}
+
+// N and a whole number first.
+bool is_curve(const OutlineLine& line) {
+    const ParsedNumber degree = parse_number(line.field[1]);
+    return line.count > 2 && degree && degree.value == std::floor(degree.value);
 }
 
 bool is_sense(std::string_view text) { return text == "ccw" || text == "cw"; }
@@ -51,7 +59,9 @@ double distance_between(const ERPoint2D& a, const ERPoint2D& b) {
 
 bool is_command(const OutlineLine& line) {
     const Form* const form = find_form(line);
-    if (form == nullptr || line.count != form->fields()) return false;
+    if (form == nullptr) return false;
+    if (form->numbers == any_number) return is_curve(line);
+    if (line.count != form->fields()) return false;
     for (std::size_t i = 1; i <= form->numbers; ++i)
         if (parse_number(line.field[i]).fault == NumberFault::not_a_number) return false;
     return !form->has_sense || is_sense(line.field[line.count - 1]);
@@ -61,8 +71,8 @@ bool starts_like_command(const OutlineLine& line) { return find_form(line) != nu
 
 void CommandReader::take(const OutlineLine& line) {
     const Form* const form = find_form(line);
-    if (form == nullptr) source_.refuse("expected M, L, A, Z or C, found " + line.shown());
-    if (line.count != form->fields())
+    if (form == nullptr) source_.refuse("expected M, L, A, N, Z or C, found " + line.shown());
+    if (form->numbers != any_number && line.count != form->fields())
         source_.refuse("expected " + std::string(form->text) + ", found " + line.shown());
     switch (form->letter[0]) {
     case 'M':
@@ -71,6 +81,8 @@ void CommandReader::take(const OutlineLine& line) {
         return go_straight(line);
     case 'A':
         return go_round(line);
+    case 'N':
+        return follow_curve(line);
     case 'Z':
         return close(line);
     default:
@@ -102,8 +114,12 @@ void CommandReader::require_open(const OutlineLine& line) const {
 
 void CommandReader::move(const OutlineLine& line) {
     end_contour();
-    start_ = current_ = point(line, 1);
-    start_line_ = line.number;
+    move_to(point(line, 1), line.number);
+}
+
+void CommandReader::move_to(const ERPoint2D& start, std::size_t line) {
+    start_ = current_ = start;
+    start_line_ = line;
     open_ = Contour();
 }
 
@@ -135,6 +151,60 @@ void CommandReader::go_round(const OutlineLine& line) {
     if (line.field[5] == "cw" && end >= start) end -= turn;
     open_->append(current_, ERArc2D(center, std::midpoint(first, last), start, end));
     current_ = to;
+}
+
+// With p the degree and n poles there are 1 + (n + p + 1) + 3 n numbers.
+DrawnSpline CommandReader::spline(const OutlineLine& line) const {
+    std::vector<double> numbers;
+    for (const std::string_view field : line.all_fields()) {
+        if (field == "N" || field == "knots" || field == "poles") continue;
+        const ParsedNumber number = parse_number(field);
+        if (!number) source_.refuse(number_complaint(field, number.fault));
+        numbers.push_back(number.value);
+    }
+    DrawnSpline spline;
+    if (!numbers.empty() && numbers[0] >= 1.0 && numbers[0] <= highest_spline_degree)
+        spline.degree = static_cast<int>(numbers[0]);
+    const std::size_t order = static_cast<std::size_t>(spline.degree) + 1;
+    if (spline.degree == 0 || spline.degree != numbers[0])
+        source_.refuse("expected a degree from 1 to " + std::to_string(highest_spline_degree) +
+                       " after N, found '" + clipped(line.field[1], 40) + "'");
+    const std::size_t poles = numbers.size() < 1 + order ? 0 : (numbers.size() - 1 - order) / 4;
+    if (numbers.size() != 1 + order + 4 * poles)
+        source_.refuse("expected poles + degree + 1 knots and three numbers a pole, found " +
+                       std::to_string(numbers.size() - 1) + " numbers after the degree " +
+                       std::to_string(spline.degree));
+    const auto first_pole = numbers.begin() + static_cast<std::ptrdiff_t>(1 + poles + order);
+    spline.knots.assign(numbers.begin() + 1, first_pole);
+    for (auto at = first_pole; at != numbers.end(); at += 3) {
+        spline.poles.emplace_back(at[0], at[1]);
+        spline.weights.push_back(at[2]);
+    }
+    if (const char* const fault = fault_of(spline)) source_.refuse(fault);
+    return spline;
+}
+
+void CommandReader::follow_curve(const OutlineLine& line) {
+    std::vector<std::shared_ptr<const CurveEdge>> edges;
+    for (const ERCpoleNURBS2D& part : CurveEdge::smooth_parts(spline_curve(spline(line))))
+        edges.push_back(CurveEdge::make(part));
+    if (edges.empty())
+        source_.refuse("the curve can't be evaluated: a pole is beyond what a double can hold");
+    const ERPoint2D from = edges.front()->start(), to = edges.back()->end();
+    const double size = edges.front()->prepared().size();
+    if (!open_) {
+        move_to(from, line.number);
+    } else if (!(distance_between(from, current_) <= tolerated(from, to, current_, size))) {
+        source_.refuse("the curve starts at " + shortest(from.x()) + " " + shortest(from.y()) +
+                       ", not where the contour has come to, " + shortest(current_.x()) + " " +
+                       shortest(current_.y()));
+    }
+    for (std::size_t i = 0; i < edges.size(); ++i)
+        open_->append(i == 0 ? current_ : edges[i]->start(), edges[i]);
+    current_ = to;
+    // Back within the rounding of its file, it is closed.
+    if (distance_between(current_, start_) <= tolerated(current_, start_, start_, size))
+        current_ = start_;
 }
 
 void CommandReader::close(const OutlineLine& line) {

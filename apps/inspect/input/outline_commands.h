@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "inspect/input/drawn_curves.h"
 #include "inspect/input/outline_checks.h"
 #include "inspect/input/outline_lines.h"
 
@@ -17,6 +18,11 @@ namespace velm::inspect {
 ///     L x y                   goes straight on
 ///     A x y cx cy ccw         goes on along an arc about (cx, cy), or cw for clockwise; back to
 ///                             the point where it starts it is a whole turn
+///     N degree knots... poles x y w ...
+///                             goes on along a NURBS curve from its start, or is a contour of its
+///                             own where it comes back to its start: as many knots as poles plus
+///                             degree + 1, ascending; a pole is a point and its positive weight.
+///                             The words "knots" and "poles" may stand before the numbers or not
 ///     Z                       closes the contour, by a straight edge unless it is back already
 ///     C cx cy r               a circle, a contour of its own
 ///
@@ -31,7 +37,8 @@ bool starts_like_command(const OutlineLine& line);
 ///
 /// The two ends of an arc must be equally far from its centre, within a millionth of the largest
 /// coordinate involved (what six digits lose) and a thousandth of the radius; the radius is the
-/// mean of both distances. The ends stay where they are told.
+/// mean of both distances. A curve starts within a millionth of the largest coordinate of where the
+/// contour has come to. The ends stay where the lines have them.
 class CommandReader {
 public:
     explicit CommandReader(const TextSource& source) : source_(source) {}
@@ -44,9 +51,12 @@ private:
     void move(const OutlineLine& line);
     void go_straight(const OutlineLine& line);
     void go_round(const OutlineLine& line);
+    void follow_curve(const OutlineLine& line);
     void close(const OutlineLine& line);
     void add_circle(const OutlineLine& line);
 
+    void move_to(const ERPoint2D& start, std::size_t line);
+    DrawnSpline spline(const OutlineLine& line) const;
     double number(const OutlineLine& line, std::size_t field) const;
     ERPoint2D point(const OutlineLine& line, std::size_t field) const;
     void require_open(const OutlineLine& line) const;

@@ -7,31 +7,44 @@
 namespace velm::inspect {
 namespace {
 
-void split(OutlineLine& line) {
+// Calls visit(field) for the fields of a line in order, with an empty one between two commas.
+template <class Visit>
+void for_fields(std::string_view text, Visit visit) {
     constexpr std::string_view blanks = " \t\v\f";
-    const std::string_view text = line.content;
-    line.count = 0;
-    line.field.fill({});
     std::size_t at = text.find_first_not_of(blanks);
     bool after_comma = true;
     while (at != std::string_view::npos) {
         if (text[at] == ',') {
-            if (after_comma) ++line.count; // an empty field
+            if (after_comma) visit(std::string_view());
             after_comma = true;
             at = text.find_first_not_of(blanks, at + 1);
             continue;
         }
         const std::size_t end = std::min(text.find_first_of(" \t\v\f,", at), text.size());
-        if (line.count < line.field.size()) line.field[line.count] = text.substr(at, end - at);
-        ++line.count;
+        visit(text.substr(at, end - at));
         after_comma = false;
         at = text.find_first_not_of(blanks, end);
     }
 }
 
+void split(OutlineLine& line) {
+    line.count = 0;
+    line.field.fill({});
+    for_fields(line.content, [&](std::string_view field) {
+        if (line.count < line.field.size()) line.field[line.count] = field;
+        ++line.count;
+    });
+}
+
 } // namespace
 
 std::string OutlineLine::shown() const { return "'" + clipped(content, 40) + "'"; }
+
+std::vector<std::string_view> OutlineLine::all_fields() const {
+    std::vector<std::string_view> fields;
+    for_fields(content, [&](std::string_view one) { fields.push_back(one); });
+    return fields;
+}
 
 bool OutlineLines::next(OutlineLine& line) {
     std::string_view text;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 #include "inspect/input/text_source.h"
 
@@ -17,6 +18,8 @@ struct OutlineLine {
     std::size_t number = 0;                ///< of the line, from 1
     bool starts_block = true;              ///< the first one, or behind a blank line
 
+    /// However many there are.
+    std::vector<std::string_view> all_fields() const;
     /// The content for a complaint, clipped.
     std::string shown() const;
 };

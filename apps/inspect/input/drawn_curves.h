@@ -1,0 +1,51 @@
+// drawn_curves.h: curves of the plane as files describe them: `DrawnSegment`, `DrawnArc`,
+// `DrawnSpline`, and the entities that they become.
+#pragma once
+
+#include "velm/curves/nurbs_curve.h"
+#include "velm/frame/point.h"
+#include "velm/frame/vector.h"
+#include "velm/wireframe/arc.h"
+
+#include <vector>
+
+namespace velm::inspect {
+
+inline constexpr int highest_spline_degree = 25;
+
+struct DrawnSegment {
+    ERPoint2D start, end;
+};
+
+/// An arc of a circle or an ellipse: centre + cos(t) u + sin(t) v, from t = `from` to t = `to`,
+/// 0 < to - from <= 2 pi. u and v are conjugate half axes; on a circle they are orthogonal and of
+/// one length, and the arc runs clockwise where u ^ v is negative.
+struct DrawnArc {
+    ERPoint2D centre;
+    ERVector2D u, v;
+    double from = 0.0, to = 0.0;
+    ERPoint2D start, end; ///< as the file gives them, otherwise evaluated
+
+    bool is_circular() const;
+    bool is_closed() const;
+};
+
+/// A NURBS curve: as many knots as poles plus degree + 1, ascending, clamped or not.
+struct DrawnSpline {
+    int degree = 0;
+    std::vector<double> knots;
+    std::vector<ERPoint2D> poles;
+    std::vector<double> weights; ///< positive; one per pole
+};
+
+/// What makes a spline no curve, as a sentence; null if nothing does.
+const char* fault_of(const DrawnSpline& spline);
+
+/// The arc of a circle, clockwise where its end angle is below its start.
+ERArc2D circular_arc(const DrawnArc& arc);
+/// An exact NURBS curve of the arc of an ellipse, its ends being the arc's.
+ERCpoleNURBS2D elliptical_curve(const DrawnArc& arc);
+/// Between the knots p and n, of a spline without a fault.
+ERCpoleNURBS2D spline_curve(const DrawnSpline& spline);
+
+} // namespace velm::inspect
