@@ -413,13 +413,16 @@ void DrawingReader::leave_out(const DxfEntity& entity, const char* why) {
 
 } // namespace
 
-bool starts_like_dxf(std::string_view first_line, std::string_view second_line) {
-    const auto is = [](std::string_view line, std::string_view wanted) {
-        const std::size_t first = line.find_first_not_of(" \t");
-        if (first == std::string_view::npos) return false;
-        return line.substr(first, line.find_last_not_of(" \t\r") + 1 - first) == wanted;
+bool starts_like_dxf(std::string_view text) {
+    const auto next = [&text] {
+        const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
+        const std::string_view line = text.substr(0, end);
+        text.remove_prefix(std::min(end + (text.substr(end, 2) == "\r\n" ? 2 : 1), text.size()));
+        const std::size_t first = std::min(line.find_first_not_of(" \t"), line.size());
+        return line.substr(first, line.find_last_not_of(" \t") + 1 - first);
     };
-    return is(first_line, "999") || (is(first_line, "0") && is(second_line, "SECTION"));
+    const std::string_view code = next();
+    return code == "999" || (code == "0" && next() == "SECTION");
 }
 
 Drawing read_dxf(TextSource& source, const DxfOptions& options) {

@@ -42,8 +42,9 @@ struct DxfOptions {
     std::optional<double> millimetres; ///< of the drawing's unit, in place of the header's
 };
 
-/// Whether the text begins as a DXF file does: a group code 0 or 999 on a line of its own.
-bool starts_like_dxf(std::string_view first_line, std::string_view second_line);
+/// Whether the text begins as a DXF file does: with the group 0, SECTION, or with a comment, group
+/// 999, alone on its line.
+bool starts_like_dxf(std::string_view text);
 
 /// Reads LINE, ARC, CIRCLE, ELLIPSE, LWPOLYLINE and POLYLINE with bulges, SPLINE, and INSERT of
 /// blocks with scale, turn, rows and columns, nested up to 16 deep. Everything else, and what does

@@ -11,6 +11,7 @@
 #include <memory>
 #include <numbers>
 #include <utility>
+#include <variant>
 
 namespace velm::inspect {
 namespace {

@@ -84,6 +84,13 @@ bool TextSource::fill() {
     return begin_ < end_;
 }
 
+std::string_view TextSource::ahead() {
+    constexpr std::size_t enough = 512;
+    while (end_ - begin_ < enough && fill()) {
+    }
+    return {buffer_.data() + begin_, end_ - begin_};
+}
+
 void TextSource::check_block(std::size_t from) {
     const std::string_view all(buffer_.data(), end_);
     if (bytes_read_ == end_ && (all.substr(0, 2) == "\xFF\xFE" || all.substr(0, 2) == "\xFE\xFF"))

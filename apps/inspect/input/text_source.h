@@ -27,6 +27,10 @@ public:
     /// call. Throws `Failure` (file) when reading fails, (input) on binary content.
     bool next_line(std::string_view& line);
 
+    /// What of the text follows, at least 512 bytes unless it ends before; nothing is handed out.
+    /// The view holds until the next call. Throws as next_line does.
+    std::string_view ahead();
+
     const std::string& name() const { return name_; }
     /// The number of the line handed out last, from 1; 0 before the first.
     std::size_t line_number() const { return line_number_; }
