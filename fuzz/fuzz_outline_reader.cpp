@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             const Outline outline = read_outline(source, form);
             const Profile profile(outline);
             for (const Contour& contour : outline.contours) {
-                if (contour.size() < (contour.has_arcs() ? 1 : 3)) std::abort();
+                if (contour.size() < (contour.is_polygon() ? 3 : 1)) std::abort();
                 const ERPoint2D p = (contour[0] + contour[1]) * 0.5;
                 if (profile.is_comparable(p) && !std::isfinite(profile.compare(p).distance))
                     std::abort();

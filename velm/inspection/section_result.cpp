@@ -7,8 +7,8 @@
 namespace velm {
 
 std::span<const std::string_view> choice_names(OutlineForm) {
-    static constexpr std::string_view names[] = {"auto", "contours", "round",
-                                                 "runs", "arcs",     "pieces"};
+    static constexpr std::string_view names[] = {"auto", "contours", "round", "runs",
+                                                 "arcs", "pieces",   "dxf"};
     return names;
 }
 

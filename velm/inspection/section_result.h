@@ -34,8 +34,9 @@ enum class OutlineForm {
     runs,      ///< a line of two counts, then an upper and a lower run from the same end
     arcs,      ///< lines and arcs: a letter and its numbers a line
     pieces,    ///< loose pieces in any order and direction, x1 y1 x2 y2 a line
+    dxf,       ///< a drawing
 };
-/// "auto", "contours", "round", "runs", "arcs", "pieces", by number.
+/// "auto", "contours", "round", "runs", "arcs", "pieces", "dxf", by number.
 VELM_API std::span<const std::string_view> choice_names(OutlineForm);
 
 /// The form of a name; none for a text that is no name.

@@ -24,13 +24,13 @@ struct ContourClash {
 inline constexpr double touching_part = 1e-6;
 
 /// Fills in the areas of the contours: what lies in an even number of other contours is an outer
-/// one, what lies in an odd number a hole of the next one round it. The
-/// order of the contours and the sense in which they turn don't matter: a lone contour, or one
-/// outside of all others, is an outer one, and so is an island in a hole.
+/// one, what lies in an odd number a hole of the next one round it. The order of the contours and
+/// the sense in which they turn don't matter: a lone contour, or one outside of all others, is an
+/// outer one, and so is an island in a hole.
 ///
 /// Returns the first clash, if any; the areas are unchanged then. Contours that cross themselves
-/// are not looked for. Nor are crossings of a contour with
-/// free-form edges: it is placed by one point of it. Only pairs whose boxes meet are compared, edge by edge where these meet.
+/// are not looked for, nor are crossings with a contour that has free-form edges: it is placed by
+/// one point of it. Only pairs whose boxes meet are compared, edge by edge where these meet.
 VELM_API std::optional<ContourClash> settle_areas(Outline& outline);
 
 } // namespace velm

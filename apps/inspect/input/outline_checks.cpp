@@ -40,9 +40,20 @@ bool leads_back(const Contour& contour) {
            out.endAngle() - out.startAngle() == back.startAngle() - back.endAngle();
 }
 
-bool has_vertices(const Contour& contour) { return contour.size() >= (contour.has_arcs() ? 1 : 3); }
+// What curves enclose is known to about 1e-9 of the square of their size.
+bool leads_back_along_curves(const Contour& contour) {
+    constexpr double least_part = 1e-8;
+    const ERMinimax2D box = contour.box();
+    const double size = std::max(box.xlength(), box.ylength());
+    return !(std::fabs(contour.signed_area()) > least_part * size * size);
+}
+
+bool has_vertices(const Contour& contour) {
+    return contour.size() >= (contour.is_polygon() ? 3 : 1);
+}
 bool is_in_range(const Contour& contour) { return std::isfinite(contour.magnitude()); }
 bool encloses_nothing(const Contour& contour) {
+    if (contour.has_curves()) return leads_back_along_curves(contour);
     return contour.has_arcs() ? leads_back(contour) : is_flat(contour);
 }
 
@@ -59,7 +70,9 @@ void require_area(const TextSource& source, std::size_t line, const Contour& con
     if (!is_in_range(contour))
         source.refuse_at(line, subject + "reaches beyond what a double can hold");
     if (encloses_nothing(contour))
-        source.refuse_at(line, contour.has_arcs()
+        source.refuse_at(line, contour.has_curves()
+                                   ? subject + "encloses no area; expected an outline round one"
+                               : contour.has_arcs()
                                    ? subject + "leads back along its own arc; expected an outline "
                                                "round an area"
                                    : "the vertices of " + subject.substr(0, subject.size() - 1) +

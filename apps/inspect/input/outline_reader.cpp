@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "inspect/base/number_text.h"
+#include "inspect/input/dxf_outline.h"
 #include "inspect/input/outline_checks.h"
 #include "inspect/input/outline_commands.h"
 #include "inspect/input/outline_lines.h"
@@ -132,11 +133,9 @@ bool find_data(OutlineLines& lines, OutlineLine& line, NominalOutline& outline) 
     return false;
 }
 
-} // namespace
-
-NominalOutline read_outline(TextSource& source, OutlineForm form, double chain_tolerance) {
-    NominalOutline outline;
-    outline.form = form;
+// The contours of a text of lines, and its title and form into `outline`.
+std::vector<LocatedContour> read_lines(TextSource& source, double chain_tolerance,
+                                       NominalOutline& outline) {
     OutlineLines lines(source);
     OutlineLine line;
     Run vertices;
@@ -157,10 +156,46 @@ NominalOutline read_outline(TextSource& source, OutlineForm form, double chain_t
                                               : make_contours(source, std::move(vertices), outline);
     if (contours.empty())
         source.refuse_whole(outline.form == OutlineForm::arcs
-                                ? "no contour; expected lines of M, L, A, Z or C"
+                                ? "no contour; expected lines of M, L, A, N, Z or C"
                             : outline.form == OutlineForm::pieces
                                 ? "no pieces; expected lines of four numbers, x1 y1 x2 y2"
                                 : "no vertices; expected lines of two numbers, x and y");
+    return contours;
+}
+
+std::vector<LocatedContour> read_drawing(TextSource& source, double chain_tolerance,
+                                         const DxfOptions& options, NominalOutline& outline) {
+    const Drawing drawing = read_dxf(source, options);
+    outline.notes = notes_about_drawing(drawing);
+    if (drawing.pieces.empty()) {
+        std::string layers;
+        for (const std::string& layer : drawing.layers)
+            layers += (layers.empty() ? "" : ", ") + layer;
+        source.refuse_whole("no LINE, ARC, CIRCLE, ELLIPSE, LWPOLYLINE, POLYLINE or SPLINE" +
+                            (layers.empty() ? std::string(" in the drawing")
+                                            : "; the drawing's layers are " + layers));
+    }
+    return contours_of_drawing(source, drawing, chain_tolerance);
+}
+
+} // namespace
+
+NominalOutline read_outline(TextSource& source, OutlineForm form, double chain_tolerance,
+                            const DxfOptions& drawing) {
+    NominalOutline outline;
+    outline.form = form;
+    if (form == OutlineForm::automatic && starts_like_dxf(source.ahead()))
+        outline.form = OutlineForm::dxf;
+    std::vector<LocatedContour> contours;
+    if (outline.form == OutlineForm::dxf) {
+        contours = read_drawing(source, chain_tolerance, drawing, outline);
+    } else {
+        if (!drawing.layers.empty()) source.refuse_whole("only a drawing (DXF) has layers");
+        contours = read_lines(source, chain_tolerance, outline);
+        if (drawing.millimetres)
+            for (LocatedContour& located : contours)
+                located.contour = located.contour.scaled(*drawing.millimetres);
+    }
     require_areas(source, std::move(contours), outline);
     return outline;
 }

@@ -97,8 +97,8 @@ private:
 
 void require_straight(const TextSource& source, const Outline& region) {
     for (const Contour& contour : region.contours)
-        if (contour.has_arcs())
-            source.refuse_whole("the region has arcs; expected contours of straight edges");
+        if (!contour.is_polygon())
+            source.refuse_whole("the region has arcs or curves; expected contours of straight edges");
 }
 
 } // namespace

@@ -1,9 +1,16 @@
 #include "inspect/picture/outline_path.h"
 
+#include "velm/curves/curve_bounds.h"
+
 #include <cmath>
 #include <numbers>
 
 namespace velm::inspect {
+namespace {
+
+constexpr double flat = 0.02; // picture units between an arc or a curve and its chord
+
+} // namespace
 
 OutlinePath::OutlinePath(const Contour& contour,
                          const std::function<CanvasPoint(const ERPoint2D&)>& place, double unit)
@@ -11,6 +18,8 @@ OutlinePath::OutlinePath(const Contour& contour,
     for (int edge = 0; edge < contour.size(); ++edge) {
         if (const ERArc2D* const arc = contour.arc(edge))
             go_round(*arc, contour[edge + 1], place, unit);
+        else if (const CurveEdge* const curve = contour.curve(edge))
+            go_along(*curve, place, unit);
         else if (edge + 1 < contour.size())
             add({place(contour[edge + 1]), 0.0, {}, false}, 0.0);
     }
@@ -19,7 +28,6 @@ OutlinePath::OutlinePath(const Contour& contour,
 void OutlinePath::go_round(const ERArc2D& arc, const ERPoint2D& end,
                            const std::function<CanvasPoint(const ERPoint2D&)>& place, double unit) {
     constexpr double largest_piece = 2.0 * std::numbers::pi / 3.0;
-    constexpr double flat = 0.02; // picture units between an arc and its chord
     const ERCircle2D& circle = arc;
     const double sweep = arc.endAngle() - arc.startAngle();
     const int count = static_cast<int>(std::ceil(std::fabs(sweep) / largest_piece));
@@ -31,6 +39,13 @@ void OutlinePath::go_round(const ERArc2D& arc, const ERPoint2D& end,
         add({to, is_flat ? 0.0 : radius, place(arc.center()), sweep < 0.0},
             std::fabs(part) * radius);
     }
+}
+
+void OutlinePath::go_along(const CurveEdge& curve,
+                           const std::function<CanvasPoint(const ERPoint2D&)>& place, double unit) {
+    const ERVec<ERPoint2D> points = polyline(curve.prepared(), flat / unit).points;
+    for (int i = 1; i < points.size(); ++i)
+        add({place(points[i]), 0.0, {}, false}, 0.0);
 }
 
 void OutlinePath::add(const Piece& piece, double length) {
