@@ -104,7 +104,7 @@ TEST(Clip, SaysWhatIsWrong) {
     } cases[] = {
         {"plate.txt one.txt", "one.txt, line 4: the polyline that starts here has one", 3},
         {"plate.txt word.txt", "word.txt, line 2: expected a number, found 'one'", 3},
-        {"disc.txt path.txt", "disc.txt: the region has arcs", 3},
+        {"disc.txt path.txt", "disc.txt: the region has arcs or curves", 3},
         {"plate.txt path.txt --svg plate.txt", "the output plate.txt is the input", 2},
         {"plate.txt missing.txt", "missing.txt", 4},
     };

@@ -1,5 +1,7 @@
 #include "inspect/command/options.h"
 
+#include "inspect/input/dxf_drawing.h"
+
 #include <charconv>
 #include <vector>
 
@@ -63,6 +65,23 @@ long parse_number_from_1(const std::string& name, const std::string& text) {
     const auto [end, error] = std::from_chars(text.data(), last, number);
     if (error != std::errc() || end != last || number < 1) refuse(name, "expected a number from 1");
     return number;
+}
+
+std::vector<std::string> parse_names(const std::string& name, const std::string& text) {
+    std::vector<std::string> names;
+    for (std::size_t at = 0; at <= text.size();) {
+        const std::size_t end = std::min(text.find(',', at), text.size());
+        if (end == at) refuse(name, "expected names separated by commas");
+        names.push_back(text.substr(at, end - at));
+        at = end + 1;
+    }
+    return names;
+}
+
+double parse_unit(const std::string& name, const std::string& text) {
+    const std::optional<double> millimetres = millimetres_of_unit(text);
+    if (!millimetres) refuse(name, "expected mm, um, cm, m or inch, found '" + text + "'");
+    return *millimetres;
 }
 
 } // namespace velm::inspect

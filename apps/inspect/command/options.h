@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "inspect/base/output_paths.h"
 #include "velm/inspection/section_frame.h"
@@ -52,6 +53,10 @@ double parse_length(const std::string& name, const std::string& text);
 /// One number whose square is above 0.
 double parse_positive(const std::string& name, const std::string& text);
 SectionFrame parse_frame(const std::string& name, const std::string& text);
+/// Texts separated by commas, none of them empty.
+std::vector<std::string> parse_names(const std::string& name, const std::string& text);
+/// The length of a unit in millimetres.
+double parse_unit(const std::string& name, const std::string& text);
 /// A whole number from 1.
 long parse_number_from_1(const std::string& name, const std::string& text);
 
@@ -69,6 +74,11 @@ inline constexpr Option<double> max_height_option{
 inline constexpr Option<double> chain_tolerance_option{
     "--chain-tolerance", "D", "Largest gap closed between loose pieces\n(default: 0.001)",
     parse_positive, 1};
+inline constexpr Option<std::vector<std::string>> layer_option{
+    "--layer", "NAME,...", "With a drawing (DXF): reads these layers alone", parse_names, 0};
+inline constexpr Option<double> nominal_unit_option{
+    "--nominal-unit", "mm | um | cm | m | inch",
+    "Unit of NOMINAL, in place of a drawing's own;\nthe outline becomes millimetres", parse_unit, 0};
 inline constexpr Option<long> record_option{
     "--record", "N",
     "Which inspection, from 1, as velm-inspect store\nlists them (default: the last)",

@@ -41,9 +41,12 @@ constexpr const char* files_text =
     "  M x y              starts a contour\n"
     "  L x y              goes straight on\n"
     "  A x y cx cy ccw    goes on along an arc about (cx, cy), or cw for clockwise\n"
+    "  N p k0 ... x y w ...  goes on along a NURBS curve: degree, knots, poles with weights\n"
     "  Z                  closes the contour\n"
     "  C cx cy r          a circle\n"
     "Or loose pieces in any order and direction, x1 y1 x2 y2 a line, whose ends meet in pairs.\n"
+    "Or a drawing (DXF): LINE, ARC, CIRCLE, ELLIPSE, LWPOLYLINE, POLYLINE, SPLINE and blocks,\n"
+    "linked by their ends; a unit in its header is converted to millimetres.\n"
     "MEASURED: CSV with a header that names id, x, y and optionally z, i, j, k, diameter,\n"
     "in any order, separated by comma, semicolon or tab; x, y is the centre of the ball.\n"
     "With --frame x, y, z are the machine's coordinates, and its points are brought into the\n"
@@ -54,9 +57,10 @@ constexpr const char* form_helps[] = {"as recognised",
                                       "separated by blank lines",
                                       "one run, regardless of blank lines",
                                       "two runs after a line of their counts",
-                                      "lines and arcs: M, L, A, Z, C",
-                                      "loose pieces: x1 y1 x2 y2"};
-static_assert(std::size(form_helps) == static_cast<std::size_t>(OutlineForm::pieces) + 1);
+                                      "lines, arcs and curves: M, L, A, N, Z, C",
+                                      "loose pieces: x1 y1 x2 y2",
+                                      "a drawing"};
+static_assert(std::size(form_helps) == static_cast<std::size_t>(OutlineForm::dxf) + 1);
 
 std::vector<Choice<OutlineForm>> make_form_choices() {
     std::vector<Choice<OutlineForm>> choices;
@@ -86,6 +90,8 @@ void add_section_command(Program& program) {
     line.choice<OutlineForm>("--form", "FORM", "Layout of NOMINAL (default: auto)", form_choices,
                              options->form);
     line.option(chain_tolerance_option, options->chain_tolerance);
+    line.option(layer_option, options->drawing.layers);
+    line.option(nominal_unit_option, options->drawing.millimetres);
     line.flag(quiet_flag, paths.quiet);
     line.check([options] {
         if (options->max_height && !options->frame)

@@ -413,6 +413,12 @@ void DrawingReader::leave_out(const DxfEntity& entity, const char* why) {
 
 } // namespace
 
+std::optional<double> millimetres_of_unit(std::string_view name) {
+    for (const LengthUnit& unit : length_units)
+        if (name == unit.name) return unit.millimetres;
+    return std::nullopt;
+}
+
 bool starts_like_dxf(std::string_view text) {
     const auto next = [&text] {
         const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());

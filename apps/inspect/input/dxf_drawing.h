@@ -42,6 +42,9 @@ struct DxfOptions {
     std::optional<double> millimetres; ///< of the drawing's unit, in place of the header's
 };
 
+/// The length of a unit by its name ("mm", "inch", ...); nothing for an unknown name.
+std::optional<double> millimetres_of_unit(std::string_view name);
+
 /// Whether the text begins as a DXF file does: with the group 0, SECTION, or with a comment, group
 /// 999, alone on its line.
 bool starts_like_dxf(std::string_view text);

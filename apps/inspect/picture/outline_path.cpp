@@ -43,9 +43,9 @@ void OutlinePath::go_round(const ERArc2D& arc, const ERPoint2D& end,
 
 void OutlinePath::go_along(const CurveEdge& curve,
                            const std::function<CanvasPoint(const ERPoint2D&)>& place, double unit) {
-    const ERVec<ERPoint2D> points = polyline(curve.prepared(), flat / unit).points;
-    for (int i = 1; i < points.size(); ++i)
-        add({place(points[i]), 0.0, {}, false}, 0.0);
+    const std::vector<CurveVertex<2>> vertices = polyline(curve.prepared(), flat / unit);
+    for (std::size_t i = 1; i < vertices.size(); ++i)
+        add({place(vertices[i].point), 0.0, {}, false}, 0.0);
 }
 
 void OutlinePath::add(const Piece& piece, double length) {
