@@ -117,7 +117,7 @@ TEST(OutlineReader, RefusalsNameTheLineAndTheCause) {
         {"0 0\n1,,0\n", 2, "expected two numbers, x and y, found '1,,0'"},
         {"M 0 0\nL 1 nan\n", 2, "expected a finite number, found 'nan'"},
         {"t\nM 0\n", 2, "expected M x y, found 'M 0'"},
-        {"C 0 0 1\n1 1\n", 2, "expected M, L, A, Z or C, found '1 1'"},
+        {"C 0 0 1\n1 1\n", 2, "expected M, L, A, N, Z or C, found '1 1'"},
         {"M 0 0\nA 2 0 1 0 left\n", 2, "expected ccw or cw, found 'left'"},
         {"M 0 0\nA 2 0 1 0\n", 2, "expected A x y cx cy and ccw or cw, found 'A 2 0 1 0'"},
         {"M 0 0\nZ 1\n", 2, "expected Z alone, found 'Z 1'"},
