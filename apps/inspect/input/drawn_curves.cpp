@@ -69,21 +69,22 @@ ERCpoleNURBS2D elliptical_curve(const DrawnArc& arc) {
     return ERCpoleNURBS2D(poles, ERKnotVector(2, knots));
 }
 
+ERCpoleNURBS2D between_domain_knots(const ERVec<ERPole2DH>& poles, int degree,
+                                    const std::vector<double>& knots) {
+    ERCpoleNURBS2D curve(poles, ERKnotVector(degree, knots.data(), static_cast<int>(knots.size())));
+    curve.setBound(ERLimites(knots[static_cast<std::size_t>(degree)],
+                             knots[static_cast<std::size_t>(poles.size())]));
+    curve.adjust();
+    return curve;
+}
+
 ERCpoleNURBS2D spline_curve(const DrawnSpline& spline) {
     ERVec<ERPole2DH> poles;
-    ERVec<double> knots;
     for (std::size_t i = 0; i < spline.poles.size(); ++i) {
         const double w = spline.weights[i];
         poles.push_back(ERPole2DH(spline.poles[i].x() * w, spline.poles[i].y() * w, w));
     }
-    for (const double knot : spline.knots)
-        knots.push_back(knot);
-    ERCpoleNURBS2D curve(poles, ERKnotVector(spline.degree, knots));
-    // The drawn curve is the one between knot p and knot n, and nothing beyond.
-    curve.setBound(ERLimites(spline.knots[static_cast<std::size_t>(spline.degree)],
-                             spline.knots[spline.poles.size()]));
-    curve.adjust();
-    return curve;
+    return between_domain_knots(poles, spline.degree, spline.knots);
 }
 
 } // namespace velm::inspect

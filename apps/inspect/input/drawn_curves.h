@@ -45,7 +45,10 @@ const char* fault_of(const DrawnSpline& spline);
 ERArc2D circular_arc(const DrawnArc& arc);
 /// An exact NURBS curve of the arc of an ellipse, its ends being the arc's.
 ERCpoleNURBS2D elliptical_curve(const DrawnArc& arc);
-/// Between the knots p and n, of a spline without a fault.
+/// The curve of weighted poles between the knots p and n, and nothing beyond.
+ERCpoleNURBS2D between_domain_knots(const ERVec<ERPole2DH>& poles, int degree,
+                                    const std::vector<double>& knots);
+/// The same of a spline without a fault.
 ERCpoleNURBS2D spline_curve(const DrawnSpline& spline);
 
 } // namespace velm::inspect

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 
+#include "inspect/input/drawn_curves.h"
 #include "inspect/input/outline_checks.h"
 #include "inspect/result/nominal_entities.h"
 #include "velm/frame/value_archive.h"
@@ -33,37 +34,68 @@ void pass(CArchive& archive, Value& value) {
         archive >> value;
 }
 
-// An edge, which leaves its vertex straight or along an arc.
+// An edge, which leaves its vertex straight, along an arc or along a curve.
 struct ArchivedEdge {
+    enum Kind : BYTE { straight = 0, arc = 1, curve = 2 }; // never to be renumbered
+
     ERPoint2D vertex;
-    bool is_arc = false;
+    BYTE kind = straight;
     ERPoint2D center;
     double radius = 0.0, start = 0.0, end = 0.0;
+    int degree = 0;
+    std::vector<double> knots, poles; // x w, y w, w of each
 };
 
 ArchivedEdge edge_of(const Contour& contour, int edge) {
     ArchivedEdge archived;
     archived.vertex = contour[edge];
     if (const ERArc2D* const arc = contour.arc(edge)) {
-        archived.is_arc = true;
+        archived.kind = ArchivedEdge::arc;
         archived.center = arc->center();
         archived.radius = arc->radius();
         archived.start = arc->startAngle();
         archived.end = arc->endAngle();
     }
+    if (const CurveEdge* const curve = contour.curve(edge)) {
+        const ERKnotVector& knots = curve->nurbs().getKnots();
+        archived.kind = ArchivedEdge::curve;
+        archived.degree = curve->nurbs().degree();
+        archived.knots.assign(knots.data(), knots.data() + knots.length());
+        for (const ERPole2DH& pole : curve->nurbs().getPoles().view())
+            archived.poles.insert(archived.poles.end(), {pole[0], pole[1], pole.weigth()});
+    }
     return archived;
 }
 
 void exchange_edge(CArchive& archive, ArchivedEdge& edge) {
-    exchange(archive, edge.vertex, edge.is_arc);
-    if (!edge.is_arc) return;
-    exchange(archive, edge.center, edge.radius, edge.start, edge.end);
+    exchange(archive, edge.vertex);
+    pass(archive, edge.kind);
+    require(archive, edge.kind <= ArchivedEdge::curve);
+    if (edge.kind == ArchivedEdge::arc)
+        exchange(archive, edge.center, edge.radius, edge.start, edge.end);
+    if (edge.kind == ArchivedEdge::curve) exchange(archive, edge.degree, edge.knots, edge.poles);
+}
+
+// Null for knots and poles that are no curve.
+std::shared_ptr<const CurveEdge> curve_of(const ArchivedEdge& edge) {
+    DrawnSpline spline{edge.degree, edge.knots, {}, {}};
+    ERVec<ERPole2DH> poles;
+    for (std::size_t i = 0; i + 2 < edge.poles.size(); i += 3) {
+        const double* const pole = edge.poles.data() + i;
+        poles.push_back({pole[0], pole[1], pole[2]});
+        spline.poles.emplace_back();
+        spline.weights.push_back(pole[2]);
+    }
+    if (edge.poles.size() % 3 != 0 || fault_of(spline)) return nullptr;
+    return CurveEdge::make(between_domain_knots(poles, edge.degree, edge.knots));
 }
 
 void append_edge(CArchive& archive, Contour& contour, const ArchivedEdge& edge) {
-    if (!edge.is_arc) {
-        contour.append(edge.vertex);
-        return;
+    if (edge.kind == ArchivedEdge::straight) return contour.append(edge.vertex);
+    if (edge.kind == ArchivedEdge::curve) {
+        std::shared_ptr<const CurveEdge> curve = curve_of(edge);
+        require(archive, curve != nullptr);
+        return contour.append(edge.vertex, std::move(curve));
     }
     const ERArc2D arc(edge.center, edge.radius, edge.start, edge.end);
     require(archive, is_arc_of_circle(arc));
@@ -153,6 +185,17 @@ void exchange(CArchive& archive, std::uint64_t& value) {
 void exchange(CArchive& archive, double& value) {
     pass(archive, value);
     require(archive, are_finite(value));
+}
+
+void exchange(CArchive& archive, std::vector<double>& numbers) {
+    int count = static_cast<int>(numbers.size());
+    exchange(archive, count);
+    if (archive.IsLoading()) {
+        require(archive, static_cast<ULONGLONG>(count) <= archive.bytes_left() / sizeof(double));
+        numbers.resize(static_cast<std::size_t>(count));
+    }
+    for (double& number : numbers)
+        exchange(archive, number);
 }
 
 void exchange(CArchive& archive, std::string& text) {

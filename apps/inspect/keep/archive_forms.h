@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "velm/inspection/applied_alignment.h"
 #include "velm/inspection/section_result.h"
@@ -23,6 +24,8 @@ void exchange(CArchive& archive, int& value);  ///< a DWORD up to 2^31 - 1
 void exchange(CArchive& archive, std::uint64_t& value);
 void exchange(CArchive& archive, double& value);
 void exchange(CArchive& archive, std::string& text);
+/// A count and the numbers, no more than the archive holds.
+void exchange(CArchive& archive, std::vector<double>& numbers);
 void exchange(CArchive& archive, ERPoint2D& point);
 void exchange(CArchive& archive, ERPoint3D& point);
 void exchange(CArchive& archive, ERVector2D& vector); ///< two doubles

@@ -119,15 +119,22 @@ void SectionRecord::add_edge(const RecordFields& fields) {
         contours.back().append(segment->getP1());
         return;
     }
+    const auto vertex = [&] { return point(fields, RecordKey::vertex_x, RecordKey::vertex_y); };
+    if (const ERCpoleNURBS2D* const curve = ERCpoleNURBS2D::castdown(entity.get())) {
+        std::shared_ptr<const CurveEdge> edge = CurveEdge::make(*curve);
+        if (!edge) fields.refuse("the edge is no curve that can be evaluated");
+        contours.back().append(vertex(), std::move(edge));
+        return;
+    }
     const ERCircle2D* const circle = ERCircle2D::castdown(entity.get());
     const ERArc2D* arc = ERArc2D::castdown(entity.get());
     if (circle == nullptr && arc == nullptr)
-        fields.refuse("the edge has lost its segment, arc or circle");
+        fields.refuse("the edge has lost its segment, arc, circle or curve");
     const ERArc2D turn = arc != nullptr ? *arc
                                         : ERArc2D(*circle, fields.number(RecordKey::start_angle),
                                                   fields.number(RecordKey::end_angle));
     if (!is_arc_of_circle(turn)) fields.refuse("the edge is no arc of a circle");
-    contours.back().append(point(fields, RecordKey::vertex_x, RecordKey::vertex_y), turn);
+    contours.back().append(vertex(), turn);
 }
 
 // What was found follows from the distance, and each point has what the head announces.

@@ -53,13 +53,13 @@ void put_measured(ERDBObject& record, const SectionRow& row) {
     put(record, RecordKey::section_y, row.measured.y());
 }
 
-// What an edge's entity doesn't tell: the vertex beside an arc's circle, where a circle begins.
+// What an edge's entity doesn't hold: the vertex beside an arc or a curve, where a circle begins.
 void put_edge(ERDBObject& record, const Contour& contour, int edge) {
-    const ERArc2D* const arc = contour.arc(edge);
-    if (arc == nullptr) return;
+    if (contour.is_straight(edge)) return;
     put(record, RecordKey::vertex_x, contour[edge].x());
     put(record, RecordKey::vertex_y, contour[edge].y());
-    if (contour.size() > 1) return;
+    const ERArc2D* const arc = contour.arc(edge);
+    if (arc == nullptr || contour.size() > 1) return;
     put(record, RecordKey::start_angle, double(arc->startAngle()));
     put(record, RecordKey::end_angle, double(arc->endAngle()));
 }

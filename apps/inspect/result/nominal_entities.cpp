@@ -39,6 +39,8 @@ NominalEntities::NominalEntities(const Outline& outline, const std::string& titl
 
 t_SmartPtr<ERObject> NominalEntities::entity(int contour, int edge) const {
     const Contour& of = outline_.contours[static_cast<std::size_t>(contour)];
+    if (const CurveEdge* const curve = of.curve(edge))
+        return t_SmartPtr<ERObject>(new ERCpoleNURBS2D(curve->nurbs()));
     const ERArc2D* const arc = of.arc(edge);
     if (arc == nullptr) return t_SmartPtr<ERObject>(new ERSegment2D(of[edge], of[edge + 1]));
     if (of.size() == 1) return t_SmartPtr<ERObject>(new ERCircle2D(arc->center(), arc->radius()));
