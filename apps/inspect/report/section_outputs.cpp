@@ -5,6 +5,7 @@
 #include "inspect/report/report_page.h"
 #include "velm/version.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 #include <vector>
@@ -19,14 +20,24 @@ std::string counted(std::size_t count, const char* what) {
 }
 
 std::string outline_text(const Outline& outline) {
-    std::size_t edges = 0, arcs = 0;
+    std::size_t edges = 0, arcs = 0, curves = 0;
     for (const Contour& contour : outline.contours) {
         edges += static_cast<std::size_t>(contour.size());
         arcs += contour.arcs().size();
+        curves += contour.curves().size();
     }
     std::string text = counted(outline.contours.size(), "contour") + ", " + counted(edges, "edge");
     if (arcs > 0) text += ", of them " + counted(arcs, "arc");
+    if (curves > 0) text += ", of them " + counted(curves, "curve");
     return text;
+}
+
+constexpr const char* untested_crossings =
+    "Contours with curves are not tested for crossing others";
+
+bool has_curves(const Outline& outline) {
+    return std::any_of(outline.contours.begin(), outline.contours.end(),
+                       [](const Contour& contour) { return contour.has_curves(); });
 }
 
 std::string triple(double a, double b, double c) {
@@ -48,6 +59,7 @@ Lines provenance(const SectionHead& head, const Outline& outline) {
     if (head.max_height)
         lines.emplace_back("Greatest height off the plane", shortest(*head.max_height));
     lines.emplace_back("A positive deviation", "outside of the material");
+    if (has_curves(outline)) lines.emplace_back("Crossings", untested_crossings);
     if (head.alignment)
         for (auto& line : alignment_lines(*head.alignment))
             lines.push_back(std::move(line));
@@ -88,13 +100,15 @@ std::string SectionOutputs::page() const {
 
 std::string SectionOutputs::text_below() const {
     const auto count = [&](OutlinePlace place) { return places_[static_cast<std::size_t>(place)]; };
-    const std::string text = summary_text(
+    std::string text = summary_text(
         summary(), rows().shows_worst() ? rows().worst().size() : 0,
         head().measured + " against " + head().nominal,
         {{"inside the material", count(OutlinePlace::inside)},
          {"on the outline", count(OutlinePlace::on_edge) + count(OutlinePlace::on_vertex)},
          {"outside of it", count(OutlinePlace::outside)}});
-    return head().alignment ? text + alignment_text(*head().alignment) : text;
+    if (head().alignment) text += alignment_text(*head().alignment);
+    if (has_curves(outline_)) text += std::string("\n") + untested_crossings + ".\n";
+    return text;
 }
 
 } // namespace velm::inspect
