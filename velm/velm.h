@@ -156,6 +156,7 @@
 #include "velm/planar/chainer_segment.h"
 #include "velm/planar/contour.h"
 #include "velm/planar/convex_hull.h"
+#include "velm/planar/curve_edge.h"
 #include "velm/planar/edge_tree.h"
 #include "velm/planar/grid.h"
 #include "velm/planar/orientation.h"
