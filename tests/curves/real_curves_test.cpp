@@ -201,7 +201,8 @@ std::vector<fs::path> text_files(std::initializer_list<const char*> folders) {
     std::vector<fs::path> files;
     for (const char* folder : folders)
         for (const auto& entry : fs::directory_iterator(data / folder))
-            if (entry.path().extension() == ".txt" && entry.path().filename() != "eval_reference.txt")
+            if (entry.path().extension() == ".txt" &&
+                entry.path().filename() != "eval_reference.txt")
                 files.push_back(entry.path());
     std::sort(files.begin(), files.end());
     return files;
@@ -254,7 +255,8 @@ TEST_F(RealCurves, GiveThePublishedPoints) {
         } else if (word == "at") {
             const double u = fields.number(), x = fields.number(), y = fields.number();
             fields.word();
-            EXPECT_TRUE(isEqual((*spline<2>(text).entity)(u), ERPoint2D(x, y), fields.number())) << u;
+            EXPECT_TRUE(isEqual((*spline<2>(text).entity)(u), ERPoint2D(x, y), fields.number()))
+                << u;
             ++points;
         } else if (word == "basis") {
             break;

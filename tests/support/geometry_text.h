@@ -33,11 +33,12 @@ struct CurveText {
         const auto n = [this](int row, int c) {
             return c < size ? static_cast<long double>(numbers[std::size_t(row * size + c)]) : 0.0L;
         };
-        if (kind == "segment") return each([&](int c) { return n(0, c) + t * (n(1, c) - n(0, c)); });
+        if (kind == "segment")
+            return each([&](int c) { return n(0, c) + t * (n(1, c) - n(0, c)); });
         if (kind == "line") return each([&](int c) { return n(0, c) + t * n(1, c); });
-        if (kind == "arc" || kind == "ellipse") return each([&](int c) {
-                return n(0, c) + std::cos(t) * n(1, c) + std::sin(t) * n(2, c);
-            });
+        if (kind == "arc" || kind == "ellipse")
+            return each(
+                [&](int c) { return n(0, c) + std::cos(t) * n(1, c) + std::sin(t) * n(2, c); });
         return spline_point(t);
     }
 
@@ -66,8 +67,8 @@ private:
                 const long double high = knots[std::size_t(span + 1 + i - level)];
                 const long double part = (t - low) / (high - low);
                 for (std::size_t c = 0; c < 4; ++c)
-                    work[std::size_t(i)][c] = (1 - part) * work[std::size_t(i - 1)][c] +
-                                              part * work[std::size_t(i)][c];
+                    work[std::size_t(i)][c] =
+                        (1 - part) * work[std::size_t(i - 1)][c] + part * work[std::size_t(i)][c];
             }
         }
         const auto& sum = work.back();
@@ -241,8 +242,7 @@ inline std::vector<CurveText> read_drawing(const std::filesystem::path& path) {
             curve.t0 = curve.knots[std::size_t(curve.degree)];
             curve.t1 = curve.knots[curve.knots.size() - 1 - std::size_t(curve.degree)];
         } else {
-            if (curve.kind == "polyline")
-                add_bulges({v.begin() + 2, v.end()}, v[0] != 0.0, curves);
+            if (curve.kind == "polyline") add_bulges({v.begin() + 2, v.end()}, v[0] != 0.0, curves);
             continue;
         }
         curves.push_back(curve);

@@ -98,7 +98,8 @@ private:
 void require_straight(const TextSource& source, const Outline& region) {
     for (const Contour& contour : region.contours)
         if (!contour.is_polygon())
-            source.refuse_whole("the region has arcs or curves; expected contours of straight edges");
+            source.refuse_whole(
+                "the region has arcs or curves; expected contours of straight edges");
 }
 
 } // namespace

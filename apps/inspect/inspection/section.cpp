@@ -35,7 +35,8 @@ SectionHead head_of(const SectionOptions& options, const NominalOutline& outline
 
 ExitCode inspect_section(const SectionOptions& options) {
     TextSource nominal(options.nominal);
-    const NominalOutline outline = read_outline(nominal, options.form, options.chain_tolerance, options.drawing);
+    const NominalOutline outline =
+        read_outline(nominal, options.form, options.chain_tolerance, options.drawing);
     for (const std::string& note : outline.notes)
         warn_user(options.nominal + ": " + note);
     const Profile profile(outline);

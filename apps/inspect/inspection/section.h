@@ -21,7 +21,7 @@ struct SectionOptions {
     OutputPaths paths;
     bool align = false; ///< points are first brought onto the outline by the best fit
     OutlineForm form = OutlineForm::automatic;
-    DxfOptions drawing; ///< layers, and the unit of NOMINAL
+    DxfOptions drawing;                               ///< layers, and the unit of NOMINAL
     double chain_tolerance = default_chain_tolerance; ///< of loose pieces
 };
 

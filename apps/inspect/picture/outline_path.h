@@ -35,8 +35,8 @@ private:
     };
     void go_round(const ERArc2D& arc, const ERPoint2D& end,
                   const std::function<CanvasPoint(const ERPoint2D&)>& place, double unit);
-    void go_along(const CurveEdge& curve,
-                  const std::function<CanvasPoint(const ERPoint2D&)>& place, double unit);
+    void go_along(const CurveEdge& curve, const std::function<CanvasPoint(const ERPoint2D&)>& place,
+                  double unit);
     void add(const Piece& piece, double length);
 
     CanvasPoint start_;
