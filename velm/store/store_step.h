@@ -3,7 +3,7 @@
 #pragma once
 
 #include "velm/export.h"
-#include "velm/fwd.h"
+#include "velm/platform/file_exception.h"
 
 class ERFileManager;
 
