@@ -2,6 +2,7 @@
 
 #include "support/records.h"
 #include "support/test.h"
+#include "velm/curves/degree_reduction.h"
 #include "velm/curves/knot.h"
 #include "velm/frame/point_functions.h"
 
@@ -453,6 +454,51 @@ TYPED_TEST(Nurbs, KnotsThatCanNotBeInsertedOrRemovedChangeNothing) {
     const auto shared = c.getPoles();
     c(0.4), c.PtCur(0.4), c.CalOnNurbs(0.4);
     EXPECT_EQ(shared.rep(), c.getPoles().rep());
+}
+
+TYPED_TEST(Nurbs, ReducedCurvesStayWithinTheirDeviation) {
+    this->for_curves(90, [this](auto curve) {
+        SCOPED_TRACE(velm_test::text_of(curve));
+        const auto original = curve;
+        const int p = curve.degree(), raise = 1 + this->random.below(3);
+        const ERKnotVector given = curve.getKnots();
+        const double low = given[p], high = given[given.length() - 1 - p];
+        const ERLimites limits(0.75 * low + 0.25 * high, 0.5 * (low + high));
+        curve.incrDegree(raise);
+        curve.setBound(limits);
+        auto exact = velm::reduce_degree(curve, 1e-8);
+        EXPECT_LE(exact.curve.degree(), p);
+        EXPECT_LE(exact.deviation, 1e-8);
+        EXPECT_EQ(exact.curve.getBound(), limits);
+        // Inside, the knots are those given, each with as many copies less, one at least.
+        const auto expect_knots = [&](const auto& lower) {
+            const auto copies = [](const ERKnotVector& knots, double t) {
+                const auto all = knots.getVec().view();
+                return static_cast<int>(std::count(all.begin(), all.end(), t));
+            };
+            const int by = p - lower.degree();
+            for (const double t : given.getVec().view()) {
+                if (t <= low || t >= high) continue;
+                EXPECT_EQ(copies(lower.getKnots(), t), std::max(copies(given, t) - by, 1)) << t;
+            }
+        };
+        expect_knots(exact.curve);
+
+        const double tolerance = std::exp(this->random.uniform(-5.0, 2.0));
+        auto reduced = velm::reduce_degree(original, tolerance);
+        EXPECT_LE(reduced.deviation, tolerance);
+        double worst = 0.0;
+        for (int i = 0; i <= 200; ++i) {
+            const double t = low + (high - low) * i / 200.0;
+            worst = std::max(worst, distance(reduced.curve(t), original.CalOnNurbs(t)));
+        }
+        EXPECT_LE(worst, reduced.deviation + 1e-14);
+        EXPECT_LE(distance(reduced.curve(low), original.CalOnNurbs(low)), 1e-13);
+        EXPECT_LE(distance(reduced.curve(high), original.CalOnNurbs(high)), 1e-13);
+        expect_knots(reduced.curve);
+        EXPECT_EQ(velm::reduce_degree(original, -1.0).curve.degree(), p);
+    });
+    EXPECT_EQ(velm::reduce_degree(typename TestFixture::Curve(), 1.0).curve.nbPoles(), 0);
 }
 
 } // namespace

@@ -1,10 +1,9 @@
 #include "velm/curves/degree_reduction.h"
 
 #include "velm/curves/detail/pole_arrays.h"
+#include "velm/curves/detail/pole_deviation.h"
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 #include <utility>
 #include <vector>
 
@@ -44,42 +43,6 @@ void nearest_lower(ConstPoleRow p, PoleRow q) {
             q[j][c] -= above[static_cast<std::size_t>(j)] * q[j + 1][c];
 }
 
-/// How far the curves of two rows of the same length may be apart. `size` is the dimension, the
-/// number of components before the weight.
-double row_distance(ConstPoleRow p, ConstPoleRow q, int size) {
-    const bool rational = p.width > size;
-    double middle[3] = {};
-    double least_weight = rational ? std::numeric_limits<double>::infinity() : 1.0;
-    for (int i = 0; i < p.count && rational; ++i) {
-        least_weight = std::min({least_weight, p[i][size], q[i][size]});
-        for (int c = 0; c < size; ++c)
-            middle[c] += p[i][c] / p[i][size] / p.count;
-    }
-    if (!(least_weight > 0.0)) return std::numeric_limits<double>::infinity();
-    // With A and B the numerators about the middle: A/w - B/v = ((A - B) - (w - v) B/v) / w.
-    double apart = 0.0;
-    double weights_apart = 0.0;
-    double reach = 0.0;
-    double greatest = 0.0;
-    for (int i = 0; i < p.count; ++i) {
-        const double weight_change = rational ? p[i][size] - q[i][size] : 0.0;
-        double square = 0.0;
-        double reach_square = 0.0;
-        for (int c = 0; c < size; ++c) {
-            const double change = p[i][c] - q[i][c] - middle[c] * weight_change;
-            square += change * change;
-            const double out = rational ? q[i][c] / q[i][size] - middle[c] : 0.0;
-            reach_square += out * out;
-            greatest = std::max({greatest, std::fabs(p[i][c]), std::fabs(q[i][c])});
-        }
-        apart = std::max(apart, std::sqrt(square));
-        weights_apart = std::max(weights_apart, std::fabs(weight_change));
-        reach = std::max(reach, std::sqrt(reach_square));
-    }
-    const double rounding = 4.0 * p.count * std::numeric_limits<double>::epsilon() * greatest;
-    return (apart + weights_apart * reach + rounding) / least_weight;
-}
-
 } // namespace
 
 template <class Curve>
@@ -95,8 +58,9 @@ ReducedCurve<Curve> reduce_degree(const Curve& curve, double tolerance) {
         std::copy(lower.view().begin(), lower.view().end(), raised.begin());
         const auto start = raised.writable().first(lower.view().size());
         detail::elevate_row(detail::row_of(start), given.size() - lower.size());
-        const double deviation = row_distance(
-            detail::row_of(given), detail::row_of(std::as_const(raised)), Curve::Point::components);
+        const double deviation =
+            detail::pole_deviation(detail::row_of(given), detail::row_of(std::as_const(raised)),
+                                   Curve::Point::components, given.size());
         if (!(deviation <= tolerance)) break;
         best.curve = Curve(lower, {curve.Ndeb(), curve.Nfin()}, {curve.udeb(), curve.ufin()});
         best.deviation = deviation;

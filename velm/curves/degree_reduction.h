@@ -1,7 +1,8 @@
-// velm::reduce_degree: a Bezier curve of a lower degree within a tolerance.
+// velm::reduce_degree: a Bezier or NURBS curve of a lower degree within a tolerance.
 #pragma once
 
 #include "velm/curves/bezier_curve.h"
+#include "velm/curves/nurbs_curve.h"
 
 namespace velm {
 
@@ -30,6 +31,19 @@ struct ReducedCurve {
 /// as it is.
 template <class Curve>
 VELM_API ReducedCurve<Curve> reduce_degree(const Curve& curve, double tolerance);
+
+/// The NURBS curve of the lowest degree, down to 1, tried one by one, whose deviation is at most
+/// `tolerance`; `curve` itself, with deviation 0, where the first step is too much, and where it
+/// has no spans or a weight that isn't positive. Ends and limits are kept; an unclamped curve is
+/// clamped before, and limits at its end become that of the domain.
+///
+/// Each degree is tried on the given curve itself. Every knot loses as many copies as the degree
+/// steps, so that the curve stays as smooth there as it is, but for the last copy, where it keeps
+/// the smoothness that the lower degree has. The poles are those that, raised again, are nearest to
+/// the given ones, with as many copies of the knots, in the sum of squares, the ends held; a system
+/// of as many bands as the degree. The deviation is bounded by those poles, as for Bezier curves.
+VELM_API ReducedCurve<ERCpoleNURBS2D> reduce_degree(const ERCpoleNURBS2D& curve, double tolerance);
+VELM_API ReducedCurve<ERCpoleNURBS3D> reduce_degree(const ERCpoleNURBS3D& curve, double tolerance);
 
 extern template ReducedCurve<ERCpoleBezier2D> reduce_degree(const ERCpoleBezier2D&, double);
 extern template ReducedCurve<ERCpoleBezier2DR> reduce_degree(const ERCpoleBezier2DR&, double);

@@ -1,5 +1,8 @@
 #include "velm/curves/nurbs_editing.h"
 
+#include "velm/curves/detail/pole_arrays.h"
+#include "velm/curves/detail/pole_deviation.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -26,30 +29,11 @@ bool has_positive_weights(const Nurbs& curve) {
 
 /// A bound of the distance of two curves with the same knots, at each parameter.
 template <class Nurbs>
-double pole_deviation(const Nurbs& before, const Nurbs& after) {
-    using Point = typename Nurbs::Point;
-    const auto& a = before.getPoles();
-    const auto& b = after.getPoles();
-    const double infinity = std::numeric_limits<double>::infinity();
-    if (a.size() != b.size()) return infinity;
-    Point low = a[0].castToPoint(), high = low;
-    for (const auto& pole : a) {
-        const Point p = pole.castToPoint();
-        low = Point::each([&](int axis) { return std::min(low[axis], p[axis]); });
-        high = Point::each([&](int axis) { return std::max(high[axis], p[axis]); });
-    }
-    const Point middle = (low + high) * 0.5;
-    double moved = 0.0, weight_change = 0.0, least = infinity;
-    for (int i = 0; i < a.size(); ++i) {
-        const double change = a[i].weigth() - b[i].weigth();
-        const Point shift = Point::each(
-            [&](int axis) { return (a[i][axis] - b[i][axis]) - middle[axis] * change; });
-        moved = std::max(moved, length_of(shift));
-        weight_change = std::max(weight_change, std::fabs(change));
-        least = std::min(least, b[i].weigth());
-    }
-    if (!(least > 0.0)) return infinity;
-    return (moved + 0.5 * length_of(high - low) * weight_change) / least;
+double knotwise_deviation(const Nurbs& before, const Nurbs& after) {
+    const auto &a = before.getPoles(), &b = after.getPoles();
+    if (a.size() != b.size()) return std::numeric_limits<double>::infinity();
+    return detail::pole_deviation(detail::row_of(a), detail::row_of(b), Nurbs::Point::components,
+                                  after.degree() + 1);
 }
 
 template <class Nurbs>
@@ -64,7 +48,7 @@ KnotRemoval remove_copies(Nurbs& curve, double t, double tolerance) {
         if (candidate.getPoles().size() == before) break;
         Nurbs refined = candidate;
         refined.insertKnot(t, copies);
-        const double deviation = pole_deviation(curve, refined);
+        const double deviation = knotwise_deviation(curve, refined);
         if (!(deviation <= tolerance)) break;
         removal = {copies, deviation};
         best = candidate;
