@@ -9,6 +9,7 @@
 #include "velm/numerics/symmetric_eigen.h"
 
 #include <fstream>
+#include <numeric>
 
 namespace {
 
@@ -142,6 +143,57 @@ TEST(LinearAlgebra, SmallSystemsInOneCallGiveTheSameBits) {
     EXPECT_FALSE(velm::solve(four, std::span(four, 2), x)) << "singular";
     EXPECT_FALSE(velm::solve(four, std::span(four, 1), x)) << "sizes";
     EXPECT_EQ(x[0], 7.0);
+}
+
+/// Elimination pivot by pivot over whole rows: each element meets the pivots in their order.
+int plain_elimination(ERMatrix<double>& m, std::vector<int>& perm, int& swaps, double tolerance) {
+    const int n = m.rows();
+    swaps = 0;
+    for (int k = 0; k < n; ++k) {
+        if (k == m.columns()) return 0;
+        int best = k;
+        for (int i = k + 1; i < n; ++i)
+            if (std::fabs(m(i, k)) > std::fabs(m(best, k))) best = i;
+        for (int j = 0; j < m.columns() && best != k; ++j)
+            std::swap(m(k, j), m(best, j));
+        std::swap(perm[std::size_t(k)], perm[std::size_t(best)]);
+        swaps += best != k;
+        if (std::fabs(m(k, k)) < tolerance) return 0;
+        for (int i = k + 1; i < n; ++i) {
+            m(i, k) /= m(k, k);
+            for (int j = k + 1; j < m.columns(); ++j)
+                m(i, j) -= m(i, k) * m(k, j);
+        }
+    }
+    return 1;
+}
+
+TEST(LinearAlgebra, LargeEliminationsGiveTheBitsOfThePlainOneWhereTheyStopEarlyToo) {
+    velm_test::Random random(29);
+    int stopped = 0;
+    for (int round = 0; round < 300; ++round) {
+        const int n = 22 + random.below(16);
+        ERMatrix<double> a(n, round % 4 == 0 ? n - random.below(6) : n);
+        for (double& x : a.writable())
+            x = round % 2 == 0 ? random.below(3) - 1 : random.uniform(-1.0, 1.0);
+        for (int j = 0; j < a.columns() && round % 5 == 0; ++j)
+            a(n - 2, j) = a(3, j);
+        ERMatrix<double> expected(a);
+        std::vector<int> rows(std::size_t(n), 0), permutation;
+        std::iota(rows.begin(), rows.end(), 0);
+        permutation = rows;
+        int* perm = permutation.data();
+        int swaps = -1, expected_swaps = -1;
+        const double tolerance = round % 3 == 0 ? 0.2 : 1e-12;
+        const int code = plain_elimination(expected, rows, expected_swaps, tolerance);
+        ASSERT_EQ(MatriceGaussPivot(a, perm, swaps, tolerance), code) << round;
+        stopped += code == 0;
+        EXPECT_EQ(swaps, expected_swaps) << round;
+        EXPECT_EQ(permutation, rows) << round;
+        ASSERT_TRUE(std::ranges::equal(a.view(), expected.view())) << round << '\n' << n;
+    }
+    EXPECT_GT(stopped, 50);
+    EXPECT_LT(stopped, 250);
 }
 
 TEST(LinearAlgebra, FactorsMultiplyBackToTheInput) {

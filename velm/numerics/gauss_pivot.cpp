@@ -30,16 +30,30 @@ int pivot_row(const double* m, Rows rows, Columns columns, int k) {
     return winner;
 }
 
+// Takes multiples of row k from the rows below, in the columns before `end`.
 template <class Rows, class Columns>
-void eliminate_below(double* m, Rows rows, Columns columns, int k) {
+void eliminate_below(double* m, Rows rows, Columns columns, int k, Columns end) {
     const double* __restrict const pivot_line = m + at(columns, k, 0);
     for (int i = k + 1; i < rows; ++i) {
         double* __restrict const line = m + at(columns, i, 0); // never the pivot's line
         const double multiplier = line[k] / pivot_line[k];
         line[k] = multiplier;
-        for (int j = k + 1; j < columns; ++j)
+        for (int j = k + 1; j < end; ++j)
             line[j] -= multiplier * pivot_line[j];
     }
+}
+
+// Brings the row of the largest candidate to row k. Returns the pivot's absolute value.
+template <class Rows, class Columns>
+double exchange(double* m, Rows rows, Columns columns, int k, int* perm, int& swaps) {
+    const int winner = pivot_row(m, rows, columns, k);
+    if (winner != k) {
+        std::swap(perm[k], perm[winner]);
+        double* const line = m + at(columns, k, 0);
+        std::swap_ranges(line, line + columns, m + at(columns, winner, 0));
+        ++swaps;
+    }
+    return std::fabs(m[at(columns, k, k)]);
 }
 
 // Factorises the first columns; the columns to the right of them go through the same steps.
@@ -51,18 +65,71 @@ int factorise(double* m, Rows rows, Columns columns, int* perm, int& swaps, doub
     double pivot = 0.0;
     for (int k = 0; k < rows; ++k) {
         if (k >= columns) return 0; // a missing column has no pivot
-        const int winner = pivot_row(m, rows, columns, k);
-        if (winner != k) {
-            std::swap(perm[k], perm[winner]);
-            double* const line = m + at(columns, k, 0);
-            std::swap_ranges(line, line + columns, m + at(columns, winner, 0));
-            ++swaps;
-        }
-        pivot = m[at(columns, k, k)];
-        if (tolerance > std::fabs(pivot)) return 0;
-        eliminate_below(m, rows, columns, k);
+        pivot = exchange(m, rows, columns, k, perm, swaps);
+        if (tolerance > pivot) return 0;
+        eliminate_below(m, rows, columns, k, columns);
     }
-    return tolerance > std::fabs(pivot) ? 0 : 1;
+    return tolerance > pivot ? 0 : 1;
+}
+
+// ---- larger sizes: by panels ----
+
+// The pivots of a panel, whose multiples go from the rest of a line in one pass over it.
+constexpr int panel = 4;
+
+// Where passes over the matrix begin to cost more than the panels' bookkeeping.
+constexpr int smallest_by_panels = 24;
+
+// Takes the multiple that stands at the line's place `pivot` of that row from the line, in the
+// columns from `begin` on.
+void subtract_row(double* m, int columns, int pivot, int i, int begin) {
+    const double* __restrict const pivot_line = m + at(columns, pivot, 0);
+    double* __restrict const line = m + at(columns, i, 0); // never the pivot's line
+    const double multiplier = line[pivot];
+    for (int j = begin; j < columns; ++j)
+        line[j] -= multiplier * pivot_line[j];
+}
+
+// The same for the rows k to k + panel - 1 at once: an element meets them in this order.
+void subtract_panel(double* m, int columns, int k, int i, int begin) {
+    const double* __restrict const first = m + at(columns, k, 0);
+    const double* __restrict const second = m + at(columns, k + 1, 0);
+    const double* __restrict const third = m + at(columns, k + 2, 0);
+    const double* __restrict const fourth = m + at(columns, k + 3, 0);
+    double* __restrict const line = m + at(columns, i, 0);
+    const double a = line[k], b = line[k + 1], c = line[k + 2], d = line[k + 3];
+    for (int j = begin; j < columns; ++j)
+        line[j] = (((line[j] - a * first[j]) - b * second[j]) - c * third[j]) - d * fourth[j];
+}
+
+// Takes the pivots' rows, from k on, from the rows below them, in the columns from `begin` on. The
+// multipliers are in place.
+void eliminate_right(double* m, int rows, int columns, int k, int pivots, int begin) {
+    const int together = pivots == panel ? k + panel : rows;
+    for (int i = k + 1; i < together; ++i)
+        for (int pivot = k; pivot < std::min(i, k + pivots); ++pivot)
+            subtract_row(m, columns, pivot, i, begin);
+    for (int i = together; i < rows; ++i)
+        subtract_panel(m, columns, k, i, begin);
+}
+
+// The same as factorise, to the bit, where it stops early too: a panel goes through its own
+// columns pivot by pivot, then takes them from the columns right of it at once.
+int factorise_by_panels(double* m, int rows, int columns, int* perm, int& swaps, double tolerance) {
+    swaps = 0;
+    for (int i = 0; i < rows; ++i)
+        perm[i] = i;
+    for (int k = 0; k < rows; k += panel) {
+        const int end = std::min({k + panel, rows, columns});
+        int next = k;
+        for (; next < end; ++next) {
+            if (tolerance > exchange(m, rows, columns, next, perm, swaps)) break;
+            eliminate_below(m, rows, columns, next, end);
+        }
+        eliminate_right(m, rows, columns, k, next - k, end);
+        if (next < std::min(k + panel, rows)) return 0;
+    }
+    return 1;
 }
 
 void substitute_back(double* m, int n, int columns, int j) {
@@ -78,10 +145,11 @@ void substitute_back(double* m, int n, int columns, int j) {
 } // namespace
 
 int gauss_pivot(double* m, int rows, int columns, int* perm, int& swaps, double tolerance) {
-    if (rows == columns)
+    if (rows == columns && rows < smallest_by_panels)
         return with_size(
             rows, [=, &swaps](auto n) { return factorise(m, n, n, perm, swaps, tolerance); });
-    if (!factorise(m, rows, columns, perm, swaps, tolerance)) return 0;
+    const auto factors = rows < smallest_by_panels ? factorise<int, int> : factorise_by_panels;
+    if (!factors(m, rows, columns, perm, swaps, tolerance)) return 0;
     for (int j = rows; j < columns && rows > 0; ++j)
         substitute_back(m, rows, columns, j);
     return 1;
