@@ -158,4 +158,55 @@ TEST(BernsteinRows, PowerFormGivesTheValuesAndGoesBack) {
     });
 }
 
+/// Rows of 1, t and t * t, whose ordinates are exact up to one rounding at every degree.
+TEST(BernsteinRows, ValuesAndDerivativesHoldAtEveryDegreeThatIsStored) {
+    for (const int n : {1000, 1001, 1030, 46341, 65536}) {
+        const double slack = n > 1000 ? 1.0 : 1000.0; // of de Casteljau's n levels
+        Spread spread(n + 1, 3, 4);
+        for (int i = 0; i <= n; ++i) {
+            spread.row[i][0] = 1.0;
+            spread.row[i][1] = double(i) / n;
+            spread.row[i][2] = double(i) / n * (i - 1) / (n - 1);
+        }
+        for (const double t : {0.0, 1e-9, 0.25, 0.5, 0.6, 1.0 - 1e-9, 1.0}) {
+            SCOPED_TRACE(testing::Message() << "degree " << n << " at " << t);
+            expect_near(value(spread.row, t), {1.0, t, t * t}, 1e-12);
+            const Values all = derivatives(spread.row, t);
+            expect_near({all.data(), all.data() + 6}, {1.0, t, t * t, 0.0, 1.0, 2.0 * t},
+                        1e-12 + slack * 1e-15 * n);
+            expect_near({all.data() + 6, all.data() + 9}, {0.0, 0.0, 2.0}, slack * 1e-15 * n * n);
+        }
+        if (n < 2000) {
+            EXPECT_NEAR(value(spread.row, 1.001)[1], 1.001, 1e-12);
+        }
+        EXPECT_TRUE(std::isnan(value(spread.row, std::nan(""))[1]));
+    }
+}
+
+TEST(BernsteinRows, PowerFormsOfHighDegreeKeepTheirZeros) {
+    for (const int n : {1000, 1001, 1030, 3000}) {
+        Spread spread(n + 1, 1, 2);
+        for (int i = 0; i <= n; ++i)
+            spread.row[i][0] = 5.0 + i + double(i) * (i - 1);
+        Values power(std::size_t(n) + 1), expected(power.size(), 0.0);
+        power_coefficients(spread.row, 0, power);
+        expected[0] = 5.0;
+        expected[1] = n;
+        expected[2] = double(n) * (n - 1);
+        EXPECT_EQ(power, expected) << n;
+        Spread back(n + 1, 1, 1);
+        set_from_power(power, 0, back.row);
+        expect_near(back.poles(), spread.poles(), 1e-15 * n * n);
+    }
+    Spread ends(1102, 1, 1); // 1 - (1 - t)^1101 - t^1101, whose binomials overflow
+    std::fill_n(ends.row[0], 1102, 1.0);
+    *ends.row[0] = *ends.row[1101] = 0.0;
+    Values power(1102);
+    power_coefficients(ends.row, 0, power);
+    EXPECT_EQ(power[1], 1101.0);
+    EXPECT_NEAR(power[2], -1101.0 * 550.0, 1e-8);
+    EXPECT_EQ(power[550], -HUGE_VAL);
+    EXPECT_EQ(power[1101], 0.0);
+}
+
 } // namespace

@@ -37,6 +37,11 @@ TEST(Binomials, RowsAreTrueAtEveryStepOfGrowth) {
         EXPECT_EQ(table.Cnp(52, 26), 495918532948104.0);
     }
     EXPECT_EQ(Cnp(5, 2), 10.0);
+    for (const int n : {46340, 65536, std::numeric_limits<int>::max()}) {
+        TableauDePascal table;
+        EXPECT_THROW(table.Cnp(n), std::bad_array_new_length);
+        EXPECT_THROW(table.ComputeTo(n), std::bad_array_new_length);
+    }
 }
 
 TEST(Binomials, FactorialsOnBothSidesOfTheConstantTable) {

@@ -5,7 +5,6 @@
 #include "velm/curves/detail/spline_rows.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/frame/point_functions.h"
-#include "velm/numerics/binomials.h"
 
 #include <algorithm>
 #include <cmath>
@@ -35,12 +34,17 @@ std::vector<typename D::Vector> end_derivatives(ConstPoleRow bezier) {
     for (int k = 1; k <= p; ++k)
         rows[static_cast<std::size_t>(k)] *= factor *= p + 1 - k;
     std::vector<typename D::Vector> derivatives;
+    std::vector<double> binomials; // k over 0 to k, by Pascal's rule
     for (int k = 0; k <= p; ++k) {
+        binomials.push_back(1.0);
+        for (std::size_t i = binomials.size() - 1; i-- > 1;)
+            binomials[i] += binomials[i - 1];
         const auto row = rows[static_cast<std::size_t>(k)];
         auto sum = D::Vector::each([&](int c) { return row[c]; });
         for (int i = 1; i <= k; ++i)
             sum -= derivatives[static_cast<std::size_t>(k - i)] *
-                   (Cnp(k, i) * rows[static_cast<std::size_t>(i)].weigth());
+                   (binomials[static_cast<std::size_t>(i)] *
+                    rows[static_cast<std::size_t>(i)].weigth());
         derivatives.push_back(sum * (1.0 / rows[0].weigth()));
     }
     return derivatives;

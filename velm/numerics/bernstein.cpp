@@ -2,6 +2,7 @@
 
 #include "velm/frame/thread_data.h"
 #include "velm/numerics/binomials.h"
+#include "velm/numerics/detail/high_degree.h"
 
 #include <algorithm>
 #include <array>
@@ -113,6 +114,18 @@ struct HornerScheme {
     }
 };
 
+void value_of_high_degree(const double* poles, int degree, double t, int dim, double* out) {
+    std::fill_n(out, dim, 0.0);
+    const double total =
+        velm::detail::visit_bernstein_weights(degree, t, [=](int k, double weight) {
+            const double* const pole = poles + std::ptrdiff_t(dim) * k;
+            for (int c = 0; c < dim; ++c)
+                out[c] += weight * pole[c];
+        });
+    for (int c = 0; c < dim; ++c)
+        out[c] /= total;
+}
+
 // One component after the other, so that the values in work stay in registers.
 struct CasteljauScheme {
     template <int Degree, int Components>
@@ -159,6 +172,8 @@ void Casteljau(const double* poles, int count, double t, int dim, double* out) {
 
 void Horner(const double* poles, int count, double t, int dim, double* out) {
     if (const Evaluation fixed = evaluation<HornerScheme>(count, dim)) return fixed(poles, t, out);
+    if (count - 1 > velm::detail::highest_binomial_degree)
+        return value_of_high_degree(poles, count - 1, t, dim, out);
     const double* const binomial = theCnpTableau.Cnp(count - 1);
     switch (dim) {
     case 1:

@@ -25,7 +25,8 @@ VELM_API void Casteljau(const double* poles, int count, double t, int dim, doubl
 VELM_API void CasteljauAll(const double* poles, double* triangle, int count, double t, int dim);
 
 /// The point at t, by Horner's scheme on Bernstein coefficients, in the ratio that does not
-/// exceed 1.
+/// exceed 1. Above degree 1000, whose binomials overflow, by the polynomials that don't underflow
+/// beside the largest: about 37 times the square root of the degree of them.
 VELM_API void Horner(const double* poles, int count, double t, int dim, double* out);
 /// The point (u, v) of a grid: the rows at u, then their column at v.
 VELM_API void Horner(const double* poles, int rows, int count, double u, double v, double* out,

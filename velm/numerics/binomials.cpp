@@ -1,7 +1,9 @@
 #include "velm/numerics/binomials.h"
 
 #include <algorithm>
+#include <memory>
 #include <mutex>
+#include <new>
 
 VELM_INIT_FIRST TableauDePascal theCnpTableau;
 
@@ -60,14 +62,17 @@ void TableauDePascal::ComputeTo(int n) {
 
 const TableauDePascal::Table* TableauDePascal::grown(int n) {
     const std::lock_guard<CCriticalSection> lock(growth);
-    return published((n / row_step + 1) * row_step);
+    return published(n < highest_row ? std::min((n / row_step + 1) * row_step, highest_row) : n);
 }
 
 const TableauDePascal::Table* TableauDePascal::published(int n) {
     const Table* const old = table.load(std::memory_order_acquire);
     if (old != nullptr && n <= old->maxRow) return old;
+    if (n > highest_row) throw std::bad_array_new_length();
     const int entries = getInternalArraySize(n);
-    Table* const made = new Table{new double[static_cast<std::size_t>(entries)], entries, n, old};
+    auto values = std::make_unique_for_overwrite<double[]>(static_cast<std::size_t>(entries));
+    Table* const made = new Table{values.get(), entries, n, old};
+    values.release();
     int row = 0;
     if (old != nullptr) {
         std::copy_n(old->values, old->entries, made->values);

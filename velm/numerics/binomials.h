@@ -9,11 +9,16 @@
 
 /// Pascal's triangle in one array: row n has the indices n(n+1)/2 to n(n+1)/2 + n.
 ///
-/// A request beyond the table grows it to the row (n/20 + 1) * 20. Growth makes a new array and
-/// publishes it atomically; old ones are kept, so that row pointers already given remain readable.
-/// Requests from several threads at once are safe and see true binomials in every row.
+/// A request beyond the table grows it to the row (n/20 + 1) * 20, at most to highest_row; a row
+/// beyond that throws std::bad_array_new_length. From row 1030 on the values in the middle are
+/// infinite, so what needs such a row for a polynomial takes another way. Growth makes a new array
+/// and publishes it atomically; old ones are kept, so that row pointers already given remain
+/// readable. Requests from several threads at once are safe and see true binomials in every row.
 class VELM_API TableauDePascal {
 public:
+    /// The last row whose end has an index that is an int, in every step of its computation.
+    static constexpr int highest_row = 46339;
+
     TableauDePascal() = default;
     TableauDePascal(const TableauDePascal&) = delete;
     TableauDePascal& operator=(const TableauDePascal&) = delete;
@@ -24,11 +29,13 @@ public:
     /// Row n: n + 1 values.
     const double* Cnp(int n) {
         const Table* const t = table.load(std::memory_order_acquire);
-        return (t != nullptr && n <= t->maxRow ? t : grown(n))->values + getBaseIndex(n);
+        const double* const values = (t != nullptr && n <= t->maxRow ? t : grown(n))->values;
+        return values + getBaseIndex(n);
     }
     /// Fills the table up to row n if it is shorter.
     void ComputeTo(int n);
 
+    /// For n up to highest_row.
     static int getBaseIndex(int n) { return n * (n + 1) / 2; }
     static int getInternalArraySize(int n) { return (n + 1) * (n + 2) / 2; }
 

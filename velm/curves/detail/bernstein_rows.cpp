@@ -3,6 +3,7 @@
 #include "velm/frame/thread_data.h"
 #include "velm/numerics/bernstein.h"
 #include "velm/numerics/binomials.h"
+#include "velm/numerics/detail/high_degree.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,7 +12,7 @@ namespace velm::detail {
 
 namespace {
 
-/// The row's doubles without gaps, in the thread's scratch with room for `poles` poles.
+// The row's doubles without gaps, in the thread's scratch with room for `poles` poles.
 double* gathered(ConstPoleRow row, int poles) {
     double* const packed = GetThreadScratch(poles * row.width);
     for (int i = 0; i < row.count; ++i)
@@ -24,10 +25,32 @@ void scatter(const double* packed, PoleRow row) {
         std::copy_n(packed + std::ptrdiff_t(i) * row.width, row.width, row[i]);
 }
 
-/// out = from + factor * (to - from), component by component.
+// out = from + factor * (to - from), component by component.
 void toward(const double* from, const double* to, double factor, int width, double* out) {
     for (int c = 0; c < width; ++c)
         out[c] = from[c] + factor * (to[c] - from[c]);
+}
+
+// row_derivatives without de Casteljau's triangle, whose size is the square of the degree: each
+// order is a polynomial whose poles are the factor times differences of the row's.
+void derivatives_of_high_degree(ConstPoleRow row, double t, int order, double* out) {
+    const int n = row.degree(), width = row.width;
+    std::fill_n(out, width * (order + 1), 0.0);
+    const auto add = [&](int derivative, double factor, auto pole) {
+        double* const sum = out + width * derivative;
+        const double total = visit_bernstein_weights(n - derivative, t, [&](int k, double weight) {
+            for (int c = 0; c < width; ++c)
+                sum[c] += weight * pole(k, c);
+        });
+        for (int c = 0; c < width; ++c)
+            sum[c] = factor * (sum[c] / total);
+    };
+    const auto difference = [&](int k, int c) { return row[k + 1][c] - row[k][c]; };
+    add(0, 1.0, [&](int k, int c) { return row[k][c]; });
+    if (order > 0) add(1, n, difference);
+    if (order > 1)
+        add(2, n * (n - 1.0),
+            [&](int k, int c) { return difference(k + 1, c) - difference(k, c); });
 }
 
 } // namespace
@@ -38,6 +61,8 @@ void row_value(ConstPoleRow row, double t, double* out) {
 }
 
 void row_derivatives(ConstPoleRow row, double t, int order, double* out) {
+    if (row.degree() > highest_binomial_degree)
+        return derivatives_of_high_degree(row, t, order, out);
     const std::ptrdiff_t width = row.width;
     const double n = row.degree();
     std::fill_n(out + width, width * order, 0.0);
@@ -125,13 +150,47 @@ void power_coefficients(ConstPoleRow row, int component, std::span<double> out) 
     for (int round = 1; round <= n; ++round)
         for (int i = n; i >= round; --i)
             out[std::size_t(i)] -= out[std::size_t(i) - 1];
-    const double* const binomial = theCnpTableau.Cnp(n);
-    for (int i = 0; i <= n; ++i)
-        out[std::size_t(i)] *= binomial[i];
+    if (n <= highest_binomial_degree) {
+        const double* const binomial = theCnpTableau.Cnp(n);
+        for (int i = 0; i <= n; ++i)
+            out[std::size_t(i)] *= binomial[i];
+        return;
+    }
+    // Infinite in the middle, where a difference of 0 still is a coefficient of 0.
+    const auto scale = [out](int i, double factor) {
+        if (out[std::size_t(i)] != 0.0) out[std::size_t(i)] *= factor;
+    };
+    double binomial = 1.0;
+    for (int i = 0; i <= n - i; ++i) {
+        scale(i, binomial);
+        if (i != n - i) scale(n - i, binomial);
+        binomial *= double(n - i) / (i + 1);
+    }
 }
+
+namespace {
+
+// set_from_power by the ratios C(i, j) / C(n, j) = i / n * (i - 1) / (n - 1) * ... themselves.
+// They fall with j; where they underflow, the rest of the sum is left out.
+void set_from_power_of_high_degree(std::span<const double> coefficients, int component,
+                                   PoleRow row) {
+    const int n = row.degree();
+    for (int i = 0; i <= n; ++i) {
+        double sum = 0.0, ratio = 1.0;
+        for (int j = 0; j <= i && j < int(coefficients.size()) && ratio != 0.0; ++j) {
+            sum += ratio * coefficients[std::size_t(j)];
+            if (j < i) ratio *= double(i - j) / (n - j);
+        }
+        row[i][component] = sum;
+    }
+}
+
+} // namespace
 
 void set_from_power(std::span<const double> coefficients, int component, PoleRow row) {
     const int n = row.degree();
+    if (n > highest_binomial_degree)
+        return set_from_power_of_high_degree(coefficients, component, row);
     const double* const of_degree = theCnpTableau.Cnp(n);
     for (int i = 0; i <= n; ++i) {
         const double* const of_i = theCnpTableau.Cnp(i);

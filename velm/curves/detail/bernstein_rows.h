@@ -57,7 +57,8 @@ VELM_API void row_value(ConstPoleRow row, double t, double* out);
 
 /// The value at t and its derivatives up to `order`, at most 2, by the parameter of [0, 1]: order +
 /// 1 groups of `width` doubles. By de Casteljau's scheme, whose last levels hold the derivatives;
-/// those beyond the degree are 0.
+/// those beyond the degree are 0. Above degree 1000 each order by the polynomials that count at t,
+/// as row_value does it.
 VELM_API void row_derivatives(ConstPoleRow row, double t, int order, double* out);
 
 /// The poles of the parts [0, t] and [t, 1], each as many as the row has. Either output may be the
@@ -84,7 +85,8 @@ VELM_API bool lower_row(ConstPoleRow row, PoleRow out);
 VELM_API void hodograph_row(ConstPoleRow row, PoleRow out);
 
 /// The power coefficients of one component by the parameter of [0, 1], lowest first, as many as the
-/// row has poles: the binomial times the forward difference at the start.
+/// row has poles: the binomial times the forward difference at the start. A coefficient beyond the
+/// range of double is infinite; a difference of 0 gives 0 at every degree.
 VELM_API void power_coefficients(ConstPoleRow row, int component, std::span<double> out);
 
 /// The other way: sets one component of `row` from power coefficients, whose number is at most the
