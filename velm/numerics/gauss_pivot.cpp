@@ -80,7 +80,7 @@ constexpr int panel = 4;
 // Where passes over the matrix begin to cost more than the panels' bookkeeping.
 constexpr int smallest_by_panels = 24;
 
-// Takes the multiple that stands at the line's place `pivot` of that row from the line, in the
+// Takes the multiple stored at the line's place `pivot` of that row from the line, in the
 // columns from `begin` on.
 void subtract_row(double* m, int columns, int pivot, int i, int begin) {
     const double* __restrict const pivot_line = m + at(columns, pivot, 0);
