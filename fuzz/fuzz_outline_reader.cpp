@@ -10,6 +10,10 @@
 #include "velm/planar/profile.h"
 
 using namespace velm::inspect;
+using velm::Contour;
+using velm::Outline;
+using velm::OutlineForm;
+using velm::Profile;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
