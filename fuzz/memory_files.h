@@ -44,9 +44,7 @@ public:
         at(file).reset();
         return 0;
     }
-    int duplicate(int file) override {
-        return at(file) ? descriptor(at(file)) : failure(EBADF);
-    }
+    int duplicate(int file) override { return at(file) ? descriptor(at(file)) : failure(EBADF); }
     ssize_t read(int file, void* buffer, std::size_t count, off_t offset) override {
         if (!at(file)) return failure(EBADF);
         const std::string& bytes = *at(file);

@@ -57,7 +57,8 @@ struct Raising {
 
     double weight(int i, int c) const {
         return weights[static_cast<std::size_t>(i) * static_cast<std::size_t>(columns) +
-                       static_cast<std::size_t>((first[static_cast<std::size_t>(i)] + c) % columns)];
+                       static_cast<std::size_t>((first[static_cast<std::size_t>(i)] + c) %
+                                                columns)];
     }
 };
 
@@ -141,10 +142,9 @@ std::optional<ReducedCurve<Nurbs>> lowered(const Nurbs& curve, int by) {
     const Nurbs result = raised;
     raised.incrDegree(by);
     if (raised.nbPoles() != refined.nbPoles()) return std::nullopt; // knots of too many copies
-    return ReducedCurve<Nurbs>{
-        result, detail::pole_deviation(detail::row_of(refined.getPoles()),
-                                       detail::row_of(raised.getPoles()),
-                                       Nurbs::Point::components, p + 1)};
+    return ReducedCurve<Nurbs>{result, detail::pole_deviation(detail::row_of(refined.getPoles()),
+                                                              detail::row_of(raised.getPoles()),
+                                                              Nurbs::Point::components, p + 1)};
 }
 
 template <class Nurbs>
