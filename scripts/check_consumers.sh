@@ -41,8 +41,10 @@ grep -q 'ffp-contract=off' "$work"/package/build.ninja "$work"/package/CMakeFile
 run_all "$work/package" "CMake package"
 for source in examples/*.cpp; do
     name=$(basename "$source" .cpp)
-    (cd "$work/package" && ./example_"$name") | diff "examples/expected/$name.txt" - ||
+    folder=$(mktemp -d)
+    (cd "$folder" && "$work/package/example_$name") | diff "examples/expected/$name.txt" - ||
         { echo "$source, built on the installed package, prints something else"; exit 1; }
+    rm -r "$folder"
 done
 
 PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name velm.pc)")
