@@ -39,11 +39,11 @@ quietly cmake --build "$work/package" --parallel "$(nproc)"
 grep -q 'ffp-contract=off' "$work"/package/build.ninja "$work"/package/CMakeFiles/*/flags.make \
     2>/dev/null || { echo "the package does not hand on -ffp-contract=off"; exit 1; }
 run_all "$work/package" "CMake package"
-for source in examples/*.cpp; do
-    name=$(basename "$source" .cpp)
+for example in examples/*.cpp; do
+    name=$(basename "$example" .cpp)
     folder=$(mktemp -d)
     (cd "$folder" && "$work/package/example_$name") | diff "examples/expected/$name.txt" - ||
-        { echo "$source, built on the installed package, prints something else"; exit 1; }
+        { echo "$example, built on the installed package, prints something else"; exit 1; }
     rm -r "$folder"
 done
 
