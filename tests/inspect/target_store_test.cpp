@@ -5,15 +5,15 @@
 #include <string>
 #include <vector>
 
-#include "inspect/keep/record_keys.h"
 #include "inspect/workshop.h"
+#include "velm/inspection/record_keys.h"
 #include "velm/measure/target_point.h"
 #include "velm/store/database.h"
 #include "velm/store/db_object.h"
 
 namespace {
 
-using velm::inspect::RecordKey;
+using velm::RecordKey;
 using velm_test::Ended;
 using velm_test::Workshop;
 

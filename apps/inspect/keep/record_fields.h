@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "inspect/keep/record_keys.h"
+#include "velm/inspection/record_keys.h"
 #include "velm/inspection/summary.h"
 #include "velm/store/db_object.h"
 

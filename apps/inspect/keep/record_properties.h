@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "inspect/keep/record_keys.h"
 #include "velm/frame/smart_pointer.h"
+#include "velm/inspection/record_keys.h"
 #include "velm/inspection/summary.h"
 #include "velm/measure/cad_object_id.h"
 #include "velm/store/db_object.h"
