@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The most that one call of CFile moves.
+// The most that one call of CFile moves.
 constexpr std::size_t largest_transfer = std::size_t{1} << 30;
 
 template <class T>

@@ -10,19 +10,19 @@
 
 static_assert(std::endian::native == std::endian::little, "stored forms are little-endian");
 
-// The typed operations hide CFile's own on purpose: with both in sight, an array of structures and
-// its count would pass for bytes.
+// The typed operations hide CFile's own on purpose: with both visible, an array of structures and
+// its count would be taken as bytes.
 #if defined(__GNUC__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Woverloaded-virtual"
 #endif
 
-/// Values are stored as they stand in memory, little-endian, without a tag: 1 byte for char, 2 for
-/// short, 4 for int and float, 8 for double. A long is 64 bits in memory and always 32 on file;
-/// what does not fit is saturated when it is written.
+/// Values are stored as they are in memory, little-endian, without a tag: 1 byte for char, 2 for
+/// short, 4 for int and float, 8 for double. A long is 64 bits in memory and always 32 on file; a
+/// value that does not fit is saturated when it is written.
 ///
-/// Reading returns 1 if all bytes came and else 0, with the target partly filled; writing returns 1
-/// and throws CFileException* on failure.
+/// Reading returns 1 if all bytes were read, else 0 with the target partly filled; writing returns
+/// 1 and throws CFileException* on failure.
 class VELM_API ERFile : public CFile {
 public:
     ERFile() = default;
@@ -36,12 +36,12 @@ public:
 
     long CurOffset();
     /// Moves to an offset from the beginning. Returns whether the new position is not zero, so that
-    /// SeekTo(0) returns 0 though it has succeeded: intended.
+    /// SeekTo(0) returns 0 although it succeeds: part of the contract.
     int SeekTo(long offset);
     int Eof();
-    /// Whether the file has no bytes. Leaves the position at the end: intended.
+    /// Whether the file has no bytes. Leaves the position at the end: part of the contract.
     int IsEmpty();
-    /// Whether the open file still has a status.
+    /// Whether the status of the open file can be read.
     int Exists();
     static int Exists(const char* name);
 
@@ -68,8 +68,8 @@ public:
     int Read(double* values, std::size_t count);
 
     /// Reads characters up to a NUL, a byte 0xFF or the end of the file, none of which is copied,
-    /// and closes the string with a NUL. The buffer has no bound: it must hold what the file has.
-    /// Returns 1 always; that 0xFF ends a string too is intended.
+    /// and closes the string with a NUL. The buffer has no bound: it must be large enough for the
+    /// string on file. Returns 1 always. That 0xFF ends a string too is part of the contract.
     int Read(char* text);
 
     int Write(char value);
@@ -108,7 +108,7 @@ namespace velm {
 /// is compared with it before anything is allocated.
 VELM_API ULONGLONG bytes_left(const CFile& file);
 
-/// Reads up to count bytes and returns how many came.
+/// Reads up to count bytes and returns the number read.
 VELM_API std::size_t read_bytes(ERFile& file, void* target, std::size_t count);
 /// Writes all bytes or throws.
 VELM_API void write_bytes(ERFile& file, const void* source, std::size_t count);

@@ -11,10 +11,10 @@ namespace {
 
 constexpr int bits_per_line = 25;
 
-/// The bits of a byte that lie below n, all for n of 8 and more.
+// The bits of a byte below bit n; all bits for n >= 8.
 unsigned int low_bits(int n) { return n < 8 ? (1u << n) - 1u : 0xFFu; }
 
-/// The first bit that is 1 once the bits are turned by `turn`, 0x00 or 0xFF.
+// The first bit that is 1 after each byte is combined by exclusive or with `turn`, 0x00 or 0xFF.
 int first_bit(const unsigned char* bytes, int nbits, unsigned int turn) {
     for (int left = nbits; left > 0; left -= 8, ++bytes) {
         const unsigned int found = (*bytes ^ turn) & low_bits(left);
@@ -61,7 +61,7 @@ ERBitVec& ERBitVec::operator=(int value) {
     return *this;
 }
 
-/// The valid bits of the last byte when it is not full, else 0.
+// The valid bits of the last byte if it is not full, else 0.
 std::uint8_t ERBitVec::last_part() const {
     return (nbits & 7) == 0 ? std::uint8_t{0}
                             : static_cast<std::uint8_t>(bytes.back() & low_bits(nbits & 7));

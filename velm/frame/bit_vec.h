@@ -14,11 +14,11 @@ VELM_API void ERand(unsigned char* bytes, const unsigned char* others, int count
 VELM_API void ERor(unsigned char* bytes, const unsigned char* others, int count);
 VELM_API void ERxor(unsigned char* bytes, const unsigned char* others, int count);
 
-/// The index of the first bit that is 0, or 1, among the first `nbits`; -1 when there is none.
+/// The index of the first bit that is 0, or 1, among the first `nbits`; -1 if there is none.
 VELM_API int erFirstFalse(const unsigned char* bytes, int nbits);
 VELM_API int erFirstTrue(const unsigned char* bytes, int nbits);
 
-/// A bit of an ERBitVec, good until the vector changes its length or goes.
+/// A bit of an ERBitVec, valid until the vector's length changes or it is destroyed.
 class VELM_API ERBitRef {
 public:
     ERBitRef(unsigned char& byte, unsigned char mask) : byte_(&byte), mask_(mask) {}
@@ -43,8 +43,8 @@ private:
 /// Bit i is bit i & 7 of byte i >> 3. Indices are not checked; lengths below zero are taken as
 /// zero.
 ///
-/// The bits of the last byte beyond the length are stored with it, yet decide nothing: they come
-/// from the bytes or the value that the vector was made of.
+/// The bits of the last byte beyond the length are stored with it but have no effect: they come
+/// from the bytes or the value that the vector was made from.
 class VELM_API ERBitVec {
 public:
     ERBitVec() = default;
@@ -56,7 +56,7 @@ public:
 
     int length() const { return nbits; }
     int size() const { return nbits; }
-    /// Bytes that the bits take, and bytes that they fill.
+    /// The number of bytes that the bits use, and of those that they fill.
     int nbytes() const { return (nbits >> 3) + ((nbits & 7) != 0 ? 1 : 0); }
     int nfull() const { return nbits >> 3; }
     const unsigned char* data() const { return bytes.data(); }
@@ -69,11 +69,11 @@ public:
 
     /// Sets all bits to 0 or to 1.
     ERBitVec& operator=(int value);
-    /// Bit by bit; the length stays, and bits that the shorter argument lacks count as 0.
+    /// Bit by bit; the length is unchanged, and bits missing in a shorter argument count as 0.
     ERBitVec& operator&=(const ERBitVec& other);
     ERBitVec& operator|=(const ERBitVec& other);
     ERBitVec& operator^=(const ERBitVec& other);
-    /// A copy with all bits turned.
+    /// A copy with all bits inverted.
     ERBitVec operator!() const;
 
     friend ERBitVec operator&(ERBitVec a, const ERBitVec& b) { return a &= b; }
@@ -88,24 +88,24 @@ public:
     int firstFalse() const { return erFirstFalse(data(), nbits); }
     int firstTrue() const { return erFirstTrue(data(), nbits); }
 
-    /// Another length; new bits are 0.
+    /// Changes the length; new bits are 0.
     void resize(int n);
 
     /// Over the length and the bits: the same for equal vectors, in every run and on every
     /// platform.
     unsigned int hash() const;
 
-    /// Stored form: the length as an int, then the bytes. A record that is damaged or cut short
-    /// leaves the vector as it is, moves to the end of the file and gives 0, otherwise 1. data()
-    /// stays where it is if the bytes are as many as before.
+    /// Stored form: the length as an int, then the bytes. Returns 1; for a record that is damaged
+    /// or cut short 0, with the vector unchanged and the position at the end of the file. data()
+    /// keeps its address if the number of bytes is the same as before.
     void saveOn(ERFile& file) const;
     int restoreFrom(ERFile& file);
     unsigned int binaryStoreSize() const { return 4u + static_cast<unsigned int>(nbytes()); }
 
     /// "[", then the bits as "0 " and "1 ", 25 on a line, then "]". Hosts read this text.
     void printOn(std::ostream& out) const;
-    /// Reads that text; any blanks may stand between. Other text sets the stream's failbit and
-    /// leaves the vector as it is.
+    /// Reads that text, with any blanks between its parts. Other text sets the stream's failbit and
+    /// leaves the vector unchanged.
     void scanFrom(std::istream& in);
 
 private:

@@ -50,7 +50,7 @@ struct Range {
     double low, high;
 };
 
-/// The box whose ranges `limits(axis)` gives.
+// The box with the ranges `limits(axis)`.
 template <class Dimension, class Limits>
 typename Dimension::Box box_of_limits(Limits limits) {
     typename Dimension::Box box;
@@ -74,7 +74,7 @@ Box united(const Box& a, const Box& b) {
 template <class Dimension, class Box>
 Box shared(const Box& a, const Box& b) {
     if (a.invalid() || b.invalid()) return Box();
-    // >= on the one side and > on the other: intended.
+    // >= on one side and > on the other: part of the contract.
     const bool meet = Dimension::all_axes([&](int axis) {
         return !(a.lower(axis) >= b.upper(axis) || b.lower(axis) > a.upper(axis));
     });
@@ -85,12 +85,12 @@ Box shared(const Box& a, const Box& b) {
     });
 }
 
-/// p clamped into the range.
+// p clamped into the range.
 double nearest(double low, double high, double p) { return low >= p ? low : std::min(high, p); }
 double farthest(double low, double high, double p) { return 2.0 * p >= low + high ? low : high; }
 
-/// The sum over the axes of the squared distance from `origin` to the coordinate that `choose`
-/// picks for p.
+// The sum over the axes of the squared distance from `origin` to the coordinate that `choose`
+// picks for p.
 template <class Dimension, class Point>
 double squared_sum(const typename Dimension::Box& box, const Point& p, const Point& origin,
                    double (*choose)(double, double, double)) {

@@ -1,6 +1,6 @@
 // ERMinimax2D, ERMinimax3D: axis-parallel boxes, with union, intersection and relative position.
-// What both classes do is declared in box_operations.h; clipping of segments and lines stands in
-// box_clipping.h.
+// The operations that both classes share are declared in box_operations.h; clipping of segments and
+// lines is in box_clipping.h.
 #pragma once
 
 #include "velm/export.h"
@@ -10,10 +10,12 @@
 #include "velm/frame/vector.h"
 #include "velm/fwd.h"
 
-/// An axis-parallel box of the plane. Mind the arguments' order, which isn't that of the fields.
+/// An axis-parallel box of the plane. Note the order of the arguments, which isn't that of the
+/// fields.
 class VELM_API ERMinimax2D : public velm::detail::BoxOperations<ERMinimax2D, velm::Plane> {
 public:
-    /// Inflate, intersect and RelativePosition of the plane don't look for empty boxes: intended.
+    /// Inflate, intersect and RelativePosition of the plane don't check for empty boxes: part of
+    /// the contract.
     static constexpr bool tests_emptiness = false;
 
     /// An empty box.
@@ -34,9 +36,9 @@ public:
     /// empty box.
     int isVisible(const ERPoint2D& a, const ERPoint2D& b) const;
 
-    /// How the segment from a to b lies to the box, by SutherCohen.
+    /// The position of the segment from a to b relative to the box, by SutherCohen.
     ER_MINMAX_POSITION_SEGMENT positionRelative(const ERPoint2D& a, const ERPoint2D& b) const;
-    /// How a closed polygon lies to the box. Defined in planar/box_and_polygon.cpp.
+    /// The position of a closed polygon relative to the box. Defined in planar/box_and_polygon.cpp.
     ER_MINMAX_POSITION_POLYGONE positionRelative(const ERPoint2D* polygon, int count) const;
     /// The same; a last vertex that repeats the first is left out.
     ER_MINMAX_POSITION_POLYGONE
@@ -58,7 +60,7 @@ public:
     double ymax = velm::detail::box_empty_maximum;
 };
 
-/// An axis-parallel box of space. Mind the arguments' order, which isn't that of the fields.
+/// An axis-parallel box of space. Note the order of the arguments, which isn't that of the fields.
 class VELM_API ERMinimax3D : public velm::detail::BoxOperations<ERMinimax3D, velm::Space> {
 public:
     static constexpr bool tests_emptiness = true;
@@ -88,7 +90,7 @@ public:
 
     /// Clips the line p + t d on the interval [t0, t1], slab by slab. The interval is narrowed only
     /// when the result is gmClipNarrowed. A bound that is the largest finite double or its negative
-    /// stands for infinity; a slope below 1e-9 counts as parallel.
+    /// means infinity; a slope below 1e-9 counts as parallel.
     gmClipStatus clip_bounded(const ERPoint3D& p, const ERVector3D& d, double& t0,
                               double& t1) const;
     /// The same from the whole line: t0 and t1 start at the most negative and the largest double,
@@ -115,9 +117,10 @@ public:
     double zmax = velm::detail::box_empty_maximum;
 };
 
-/// How box a lies to box b: 0 disjoint, 2 b strictly inside a, 1 a inside b (borders allowed, so
-/// also for equal boxes), 3 otherwise. The 3D form gives 4 if a or b is empty; the 2D form doesn't
-/// look for that, and an empty box is disjoint from every other: intended.
+/// The position of box a relative to box b: 0 disjoint, 2 b strictly inside a, 1 a inside b
+/// (borders allowed, so also for equal boxes), 3 otherwise. The 3D form gives 4 if a or b is empty;
+/// the 2D form doesn't check for that, and an empty box is disjoint from every other: part of the
+/// contract.
 constexpr RELATIVE_BOX_POSITION RelativePosition(const ERMinimax2D& a, const ERMinimax2D& b) {
     return ERMinimax2D::position(a, b);
 }
@@ -125,18 +128,18 @@ constexpr RELATIVE_BOX_POSITION RelativePosition(const ERMinimax3D& a, const ERM
     return ERMinimax3D::position(a, b);
 }
 
-/// The least box that holds both.
+/// The smallest box that contains both.
 VELM_API ERMinimax2D Union(const ERMinimax2D& a, const ERMinimax2D& b);
 VELM_API ERMinimax3D Union(const ERMinimax3D& a, const ERMinimax3D& b);
 
-/// What a and b share. Empty when a's minimum lies on b's maximum on some axis, flat when they
-/// touch the other way round: intended.
+/// The intersection of a and b. Empty if a's minimum is b's maximum on some axis, flat if they
+/// touch the other way round: part of the contract.
 VELM_API ERMinimax2D intersection(const ERMinimax2D& a, const ERMinimax2D& b);
 VELM_API ERMinimax3D intersection(const ERMinimax3D& a, const ERMinimax3D& b);
 
 /// The sum of the squared coordinates of the point of the box that is nearest to p (farthest from
-/// p, axis by axis): its squared distance from the origin, not from p. Intended; for distances from
-/// p see velm::squared_distance. 0.0 for an empty box.
+/// p, axis by axis): its squared distance from the origin, not from p, as the contract has it; for
+/// distances from p see velm::squared_distance. 0.0 for an empty box.
 VELM_API double minimumSquaredDistance(const ERMinimax2D& box, const ERPoint2D& p);
 VELM_API double minimumSquaredDistance(const ERMinimax3D& box, const ERPoint3D& p);
 VELM_API double maximumSquaredDistance(const ERMinimax2D& box, const ERPoint2D& p);

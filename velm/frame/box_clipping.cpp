@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Cohen and Sutherland's outcode.
+// Cohen and Sutherland's outcode.
 int outcode(const ERPoint2D& p, const ERMinimax2D& box) {
     int code = 0;
     if (p.y_ > box.ymax) code |= 1;
@@ -16,16 +16,16 @@ int outcode(const ERPoint2D& p, const ERMinimax2D& box) {
     return code;
 }
 
-/// One border of a box: the axis it stands across, and on which side.
+// One border of a box: the axis perpendicular to it, and the side.
 struct Border {
     int axis;
     bool upper;
 };
 
-/// Cuts the segment from ra to rb with direction d at the border. Fails when the segment is
-/// parallel to the border, or the hit lies outside the border or outside the segment. The last is
-/// tested on the border's own direction only, so that a segment along the other axis passes:
-/// intended.
+// Cuts the segment from ra to rb with direction d at the border. Fails when the segment is
+// parallel to the border, or the hit is outside the border or outside the segment. The last is
+// tested on the border's own direction only, so that a segment along the other axis passes: part
+// of the contract.
 bool cut_at(const Border& border, const ERMinimax2D& box, const ERVector2D& d, ERPoint2D& ra,
             ERPoint2D& rb) {
     const int across = border.axis, along = 1 - border.axis;
@@ -73,17 +73,17 @@ ER_MINMAX_POSITION_SEGMENT ERMinimax2D::positionRelative(const ERPoint2D& a,
 
 namespace {
 
-/// Below this slope a line counts as parallel to a slab.
+// Below this slope a line counts as parallel to a slab.
 constexpr double parallel_slope = 1e-9;
 
-/// The parameter at which a line at p with slope d reaches a bound. The largest finite double and
-/// its negative stand for infinity.
+// The parameter at which a line at p with slope d reaches a bound. The largest finite double and
+// its negative mean infinity.
 double parameter_of(double bound, double p, double d) {
     if (std::fabs(bound) == std::numeric_limits<double>::max()) return d >= 0.0 ? bound : -bound;
     return (bound - p) / d;
 }
 
-/// Clips [t0, t1] by one slab.
+// Clips [t0, t1] by one slab.
 gmClipStatus clip_by_slab(double low, double high, double p, double d, double& t0, double& t1) {
     if (std::fabs(d) < parallel_slope)
         return p >= low && high >= p ? gmClipUnchanged : gmClipMissed;

@@ -1,5 +1,5 @@
-// velm::detail::BoxOperations: what the boxes of the plane and of space do, written once for both.
-// The classes stand in box.h.
+// velm::detail::BoxOperations: the operations that the boxes of the plane and of space share. The
+// classes are in box.h.
 #pragma once
 
 #include "velm/export.h"
@@ -16,9 +16,9 @@
 
 namespace velm::detail {
 
-/// What both boxes do. A box is empty when its xmin is the largest finite double, exactly; nothing
-/// else is looked at. `Box` offers `at(box, n)`, its field by index: the minima of the axes, then
-/// the maxima.
+/// The operations of both boxes. A box is empty when its xmin is exactly the largest finite double;
+/// no other field is looked at. `Box` has `at(box, n)`, its field by index: the minima of the axes,
+/// then the maxima.
 template <class Box, class Dimension>
 class VELM_API BoxOperations : public StoredValue<Box> {
 public:
@@ -48,27 +48,28 @@ public:
         return Box::at(self(), field);
     }
 
-    /// Takes the point in.
+    /// Extends the box to the point.
     constexpr void Update(const Point& p) {
         Dimension::for_axes([&](int axis) { widen(axis, p[axis], p[axis]); });
     }
-    /// Takes the other box in; an empty one changes nothing.
+    /// Extends the box to the other one; an empty one changes nothing.
     constexpr void Update(const Box& other) {
         if (other.invalid()) return;
         Dimension::for_axes([&](int axis) { widen(axis, other.lower(axis), other.upper(axis)); });
     }
-    /// Takes all the points in; of poles, the points they stand for.
+    /// Extends the box to all the points; to the points of poles, not to their weighted
+    /// coordinates.
     void Update(const QuickAlgebra::ERVec<Point>& points);
     void Update(const QuickAlgebra::ERVec<Pole>& poles);
     constexpr Box& operator+=(const Point& p) {
         Update(p);
         return self();
     }
-    /// A copy with the point taken in.
+    /// A copy extended to the point.
     constexpr Box operator+(const Point& p) const { return Box(self()) += p; }
 
     /// Moves every border outwards by `distance`, inwards if it is negative. An empty box stays
-    /// empty in 3D; in 2D the distance is applied regardless: intended.
+    /// empty in 3D; in 2D the distance is applied regardless: part of the contract.
     constexpr void Inflate(double distance) {
         if (Box::tests_emptiness && invalid()) return;
         Dimension::for_axes([&](int axis) {
@@ -88,17 +89,18 @@ public:
     constexpr double xlength() const { return upper(0) - lower(0); }
     constexpr double ylength() const { return upper(1) - lower(1); }
 
-    /// Whether the point lies in the box, borders included.
+    /// Whether the point is in the box, borders included.
     constexpr bool contains(const Point& p) const {
         return Dimension::all_axes([&](int axis) { return within(axis, p[axis]); });
     }
-    /// Whether the point lies in the box, borders excluded.
+    /// Whether the point is in the box, borders excluded.
     constexpr bool stricklyContains(const Point& p) const {
         return Dimension::all_axes(
             [&](int axis) { return p[axis] > lower(axis) && upper(axis) > p[axis]; });
     }
-    /// Whether a coordinate is exactly a border's, the others being in their closed ranges. The one
-    /// on the border need not be in its own, so that a box deflated too far still has borders.
+    /// Whether a coordinate is exactly a border's, the others being in their closed ranges. The
+    /// coordinate on the border need not be in its own range, so that a box deflated too far still
+    /// has borders.
     constexpr bool onBorder(const Point& p) const {
         return !Dimension::all_axes([&](int border) {
             if (p[border] != lower(border) && p[border] != upper(border)) return true;
@@ -106,24 +108,24 @@ public:
                 [&](int axis) { return axis == border || within(axis, p[axis]); });
         });
     }
-    /// Whether the infinite line p + s d meets the box. Each face is tried by itself: it counts if
-    /// d isn't exactly parallel to it and the hit lies in its closed range.
+    /// Whether the infinite line p + s d meets the box. Each face is tested separately: it counts
+    /// if d isn't exactly parallel to it and the hit is in its closed range.
     bool intersect(const Point& p, const Vector& d) const;
 
     /// The corners: in 2D rows of a Z, (xmin, ymin), (xmax, ymin), (xmin, ymax), (xmax, ymax); in
-    /// 3D rings, (xmin, ymin), (xmax, ymin), (xmax, ymax), (xmin, ymax) at zmin, then at zmax.
-    /// The orders differ, intended.
+    /// 3D rings, (xmin, ymin), (xmax, ymin), (xmax, ymax), (xmin, ymax) at zmin, then at zmax. The
+    /// orders differ: part of the contract.
     QuickAlgebra::ERVec<Point> getVertice() const;
 
     /// All fields exactly equal.
     friend constexpr bool operator==(const Box& a, const Box& b) {
         return a.MinPoint() == b.MinPoint() && a.MaxPoint() == b.MaxPoint();
     }
-    /// The other box lies strictly inside this one: RelativePosition is 2.
+    /// The other box is strictly inside this one: RelativePosition is 2.
     constexpr bool operator>>(const Box& other) const {
         return position(self(), other) == BOX_CONTAINS;
     }
-    /// This box lies inside the other, borders allowed: RelativePosition is 1.
+    /// This box is inside the other, borders allowed: RelativePosition is 1.
     constexpr bool operator<<(const Box& other) const {
         return position(self(), other) == BOX_INSIDE;
     }

@@ -17,7 +17,7 @@ ER_CirBuf::ER_CirBuf(int bytes)
 
 ER_CirBuf::~ER_CirBuf() = default;
 
-/// The index so many steps on from the first byte.
+// The index that many steps after the first byte.
 int ER_CirBuf::place(long long steps) const {
     const long long index = (readIndex + steps) % size;
     return static_cast<int>(index < 0 ? index + size : index);

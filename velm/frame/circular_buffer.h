@@ -7,8 +7,8 @@
 
 /// Holds up to `size - 1` bytes, first in, first out; a size of at least 2 is required.
 ///
-/// Intended: a full buffer loses all that it held when the next byte comes in, by RAZ. A derived
-/// class may drain it in RAZ instead, which must make room.
+/// A full buffer loses all its bytes when the next one comes in, by RAZ: part of the contract. A
+/// derived class may drain it in RAZ instead, which must make room.
 class VELM_API ER_CirBuf {
 public:
     explicit ER_CirBuf(int size);
@@ -19,11 +19,12 @@ public:
     void Put(char c);
     /// `n` bytes; -1 means the length of the text up to its NUL.
     void Put(const char* s, int n);
-    /// Takes the first byte out; 255 when there is none.
+    /// Removes and returns the first byte; 255 if there is none.
     unsigned char Get();
-    /// The byte i places behind the first; 255 for i from the count on, and below 0.
+    /// The byte i places after the first; 255 for i below 0 or at least the count.
     unsigned char operator[](int i) const;
-    /// Drops the first n bytes. Intended: dropping more than there are leaves a negative count.
+    /// Drops the first n bytes. Dropping more than there are leaves a negative count: part of the
+    /// contract.
     void Consomme(int n);
     /// Empties the buffer.
     virtual void RAZ();

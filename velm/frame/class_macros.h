@@ -1,4 +1,4 @@
-// VELM_DECLARE_CLASS and VELM_DEFINE_CLASS: the registration group of a class, told once.
+// VELM_DECLARE_CLASS and VELM_DEFINE_CLASS: the registration group of a class, written once.
 //
 // In the class body, as its first line (it leaves the access at `public`):
 //
@@ -9,12 +9,12 @@
 //
 //     VELM_DEFINE_CLASS(ERSegment2D, ERFiniteEntity2DWF)
 //
-// VELM_DEFINE_CLASS makes a class that can be created by name, through its default constructor;
+// VELM_DEFINE_CLASS registers a class that can be created by name, through its default constructor;
 // VELM_DEFINE_CLASS_NOT_CREATABLE one that can't, abstract or not. Up to four bases; any of them
 // may be virtual.
 //
 // VELM_DECLARE_STORED_FORM(); declares the operations of the stored form, which the macros of
-// stored_form.h define; what stands in the form is told above it.
+// stored_form.h define; the comment above it describes the form.
 //
 // The group: the registration m_ClassDef_X with its arrays m_Inherite_X and m_Member_X; the runtime
 // class record classX with GetThisClass, GetRuntimeClass and _GetBaseClass; desc, isA, className,
@@ -35,8 +35,8 @@ VELM_API void* castdown_failed(ERClassRegistration const& wanted, ERObject const
 [[noreturn]] VELM_API void castdown_refused(ERClassRegistration const& wanted,
                                             ERObject const& object);
 
-/// What the direct bases find for the wanted class. Where two bases find different subobjects, the
-/// later base's answer stands; intended.
+/// The subobject of the wanted class that the direct bases find. If two bases find different ones,
+/// the later base decides: part of the contract.
 template <class Base, class... More, class X>
 void* castdown_through(X const* object, ERClassRegistration const& wanted) {
     void* found = static_cast<Base const*>(object)->Base::_castdown(wanted);
@@ -52,8 +52,8 @@ void* castdown_through(X const* object, ERClassRegistration const& wanted) {
 
 #define VELM_DECLARE_CLASS(X) VELM_DETAIL_DECLARE_CLASS(X, , override)
 
-// FIRST and LAST stand around the virtual operations of the group: `virtual` and nothing where they
-// are introduced, nothing and `override` everywhere else.
+// FIRST and LAST enclose the virtual operations of the group: `virtual` and nothing where they are
+// introduced, nothing and `override` everywhere else.
 #define VELM_DETAIL_DECLARE_CLASS(X, FIRST, LAST)                                                  \
 public:                                                                                            \
     static const ERClassRegistration m_ClassDef_##X;                                               \

@@ -10,12 +10,12 @@
 
 namespace velm {
 
-/// Every class registered now, the latest first.
+/// All classes registered at the moment, the latest first.
 VELM_API std::vector<ERClassRegistration const*> registered_classes();
 
 } // namespace velm
 
-/// One record a class, the static member X::m_ClassDef_X, made by VELM_DEFINE_CLASS. Records link
+/// One record per class, the static member X::m_ClassDef_X, made by VELM_DEFINE_CLASS. Records link
 /// themselves into one list while the process loads and leave it at exit; there is no lock, so
 /// classes are registered before threads start. The order of registration does not matter. Records
 /// made by VELM_DEFINE_CLASS are there before the first static object of a host is made, and until
@@ -50,7 +50,7 @@ public:
     /// 1 if `other` is this class or among its members, at any distance; 0 otherwise.
     int hasMember(ERClassRegistration const* other) const;
 
-    /// Writes nothing; intended. Kept for hosts that call it.
+    /// Writes nothing. Kept for hosts that call it.
     static void DumpAllClasses();
 
 private:
@@ -58,7 +58,7 @@ private:
 
     int hasBase(ERClassRegistration const* other) const;
 
-    /// Writes the tree of the bases to the debug output, a base a line, indented by its depth.
+    /// Writes the tree of the bases to the debug output, one base per line, indented by its depth.
     void DumpBased(int depth) const;
 
     char const* name;
@@ -71,5 +71,5 @@ private:
     static constinit ERClassRegistration const* pFirstClass;
 };
 
-/// Called when a castdown fails. Does nothing; intended: a failed cast only yields null.
+/// Called when a castdown fails. Does nothing: a failed cast only yields null.
 VELM_API void erreurCastDown(ERClassRegistration const* wanted, ERClassRegistration const* actual);

@@ -1,4 +1,4 @@
-// Coordinate: three numbers as coordinate formatters carry them.
+// Coordinate: three numbers for coordinate formatters.
 #pragma once
 
 #include "velm/export.h"

@@ -1,5 +1,4 @@
-// velm::Plane, velm::Space: the dimension traits that templates shared by 2D and 3D classes stand
-// on.
+// velm::Plane, velm::Space: the dimension traits of the templates shared by 2D and 3D classes.
 #pragma once
 
 #include "velm/export.h"

@@ -12,7 +12,7 @@ class VELM_API EREntity : public ERObject {
     VELM_DECLARE_CLASS(EREntity)
 
 public:
-    /// What a distance operation found. The values are fixed: hosts keep them.
+    /// The result of a distance operation. The values are fixed: hosts store them.
     enum DISTMINRES {
         /// No nearest point.
         DISTMIN_NONE = 0,
@@ -35,8 +35,8 @@ class VELM_API EREntity2D : public EREntity {
     VELM_DECLARE_CLASS(EREntity2D)
 
 public:
-    /// The distance from p to the entity, with a sign where the class tells a side. `dist` is left
-    /// alone when nothing is found, which is what this default answers.
+    /// The distance from p to the entity, signed in classes that distinguish the sides. `dist` is
+    /// unchanged if nothing is found, which is the result of this default.
     virtual DISTMINRES SignedMinimalDistance(const ERPoint2D& p, double& dist);
 
     /// Moves the entity by v.
@@ -65,15 +65,15 @@ public:
     virtual void transformTo(const ERPmIsometrie3D& t) = 0;
 };
 
-/// A wireframe entity of the plane. Curves inherit it virtually, so that a class that reaches it
-/// along two paths still has one ERObject part.
+/// A wireframe entity of the plane. Curves inherit it virtually, so that a class that derives from
+/// it along two paths still has one ERObject part.
 class VELM_API EREntity2DWF : public EREntity2D {
     VELM_DECLARE_CLASS(EREntity2DWF)
 
 public:
     /// The same entity in the plane z = 0 of a frame, a new object.
     virtual t_SmartPtr<EREntity3DWF> get3DEquiv(const ERPmIsometrie3D& frame) = 0;
-    /// Turns the sense of travel round.
+    /// Reverses the sense of travel.
     virtual void reverse() = 0;
 };
 
@@ -83,8 +83,8 @@ class VELM_API EREntity3DWF : public EREntity3D {
 
 public:
     /// The projection onto the plane z = 0 of a frame, in the frame's x and y, a new object; empty
-    /// where the class has none, which is what this default answers.
+    /// if the class has none, as by this default.
     virtual t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame);
-    /// Turns the sense of travel round.
+    /// Reverses the sense of travel.
     virtual void reverse() = 0;
 };

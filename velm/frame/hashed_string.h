@@ -14,8 +14,8 @@ VELM_API DWORD gm_cad_string_hash(const char* text, int length);
 /// stays null.
 VELM_API void gm_replace_name_slashes(utString& name);
 
-/// A name that is compared often: unequal hashes settle most comparisons. Made from a null string
-/// it is invalid, and its hash 0.
+/// A name for frequent comparisons: unequal hashes settle most of them. Made from a null string it
+/// is invalid, and its hash 0.
 class VELM_API gmHashedString {
 public:
     gmHashedString() = default;
@@ -29,11 +29,11 @@ public:
 
     /// Byte equality. Two invalid names are equal, an invalid and a valid one never.
     bool operator==(const gmHashedString& other) const;
-    /// -1, 0 or 1 in the order of hxuLogicalStringCompare; an invalid name is behind all others.
+    /// -1, 0 or 1 in the order of hxuLogicalStringCompare; an invalid name comes after all others.
     int compare(const gmHashedString& other) const;
 
-    /// The text, null for an invalid name; the hash is never stored. A name that can't be read
-    /// stays as it is.
+    /// The text, null for an invalid name; the hash is never stored. A name that can't be read is
+    /// unchanged.
     void serialize(CArchive& archive);
 
 private:

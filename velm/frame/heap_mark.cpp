@@ -18,10 +18,9 @@ struct Block {
     bool holds(std::uintptr_t address) const { return address - begin < size; }
 };
 
-/// The blocks that wait for their objects besides the youngest one, the oldest first. There are as
-/// many as `new` expressions are nested, so the fixed part nearly always suffices.
-/// Constant-initialised and without a destructor, so that objects may be made at any time in a
-/// thread's life.
+// The blocks that wait for their objects, except the youngest one, the oldest first. There are as
+// many as nested `new` expressions, so the fixed part nearly always suffices. Constant-initialised
+// and without a destructor, so that objects may be made at any time in a thread's life.
 struct OlderBlocks {
     static constexpr std::size_t fixed_capacity = 8;
 
@@ -44,7 +43,8 @@ struct OlderBlocks {
         begin()[count++] = block;
     }
 
-    /// Removes the youngest block that satisfies the test and returns it; one of size 0 if none.
+    // Removes the youngest block that satisfies the test and returns it; a block of size 0 if none
+    // does.
     template <class Test>
     Block take(Test test) {
         for (Block* b = end(); b != begin(); --b) {
@@ -57,7 +57,7 @@ struct OlderBlocks {
         return {};
     }
 
-    /// Older entries in the place of a new block are of blocks that another thread has freed.
+    // Older entries at the address of a new block belong to blocks that another thread has freed.
     void forget_overlapped(const Block& block) {
         Block* const kept = std::remove_if(begin(), end(), [&](const Block& older) {
             return older.holds(block.begin) || block.holds(older.begin);
@@ -75,8 +75,8 @@ private:
 
 constinit thread_local OlderBlocks older_blocks;
 
-/// What nearly every `new` needs: small, so that it may be reached without a call also in a shared
-/// library.
+// The state that nearly every `new` needs: small, so that even a shared library reaches it without
+// a call.
 struct Pending {
     Block youngest;
     bool has_older; // a first look; older_blocks knows
@@ -99,12 +99,12 @@ template <class Test>
     return taken;
 }
 
-/// Blocks whose mark was claimed further on than at their first byte, where a later constructor may
-/// take it over: until they are freed, on whatever thread, or another block has their place in this
-/// table. A word has the block's address in its upper 48 bits, then the distance of the object that
-/// claimed it in words of 8 bytes, and whether that object was saved. Addresses and distances that
-/// do not fit are not entered. Relaxed: what a thread knows of a block's address comes to it with
-/// the order that it needs.
+// Blocks whose mark was claimed after their first byte, where a later constructor may take it
+// over. They stay until they are freed, on any thread, or another block takes their place in this
+// table. A word has the block's address in its upper 48 bits, then the distance of the object that
+// claimed it in words of 8 bytes, and whether that object was saved. Addresses and distances that
+// do not fit are not entered. Relaxed: a thread that has a block's address has received it with
+// the order that it needs.
 constexpr std::size_t table_bits = 9;
 constinit std::atomic<std::uint64_t> claimed_further_on[std::size_t{1} << table_bits] = {};
 
@@ -122,7 +122,7 @@ void enter_claim(const Block& block, std::uintptr_t object) {
         .store(block.begin << 16 | distance << 1 | saved, std::memory_order_relaxed);
 }
 
-/// The entry of a block, which goes; 0 if none.
+// Removes and returns the entry of a block; 0 if none.
 std::uint64_t take_claim(std::uintptr_t block) {
     std::atomic<std::uint64_t>& place = place_of(block);
     std::uint64_t word = place.load(std::memory_order_relaxed);

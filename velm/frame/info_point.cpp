@@ -9,7 +9,7 @@
 
 namespace {
 
-/// |T|^3 / c with c = |T x A|, the radius of curvature.
+// |T|^3 / c with c = |T x A|, the radius of curvature.
 template <class Vector>
 double radius_of_curvature(const Vector& tangent, double c) {
     if (c <= equalityTolerance) return std::numeric_limits<double>::max();
@@ -17,7 +17,7 @@ double radius_of_curvature(const Vector& tangent, double c) {
     return length * length * length / c;
 }
 
-/// Labels of a printed info point. Fixed texts, the trailing blanks too.
+// Labels of a printed info point. Fixed texts, the trailing blanks too.
 struct Labels {
     const char* parameter;
     const char* sense;

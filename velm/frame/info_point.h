@@ -11,7 +11,7 @@
 
 namespace velm::detail {
 
-/// What the info points of the plane and of space have in common. A plain value.
+/// The common part of the info points of the plane and of space. A plain value.
 template <class D>
 class CurvePoint {
 public:
@@ -55,10 +55,10 @@ public:
     /// The unit tangent turned by +90 degrees; zero for a zero tangent.
     ERVector2D normale() const;
 
-    /// The radius of curvature; the largest finite double where |T x A| is at most 1e-11.
+    /// The radius of curvature; the largest finite double if |T x A| is at most 1e-11.
     double radius() const;
 
-    /// One field a line. The labels are fixed; the one of the curvature stands before radius().
+    /// One field per line. The labels are fixed; the curvature's label is before radius().
     void printOn(std::ostream& out) const;
 };
 
@@ -70,13 +70,13 @@ public:
     ERInfoPoint3DWF(double parametre, int sens, const ERPoint3D& point, const ERVector3D& first,
                     const ERVector3D& second)
         : CurvePoint(parametre, sens, point, first, second) {}
-    /// A point of the plane lifted into a frame: `value` is put in at `axis`, into the derivatives
-    /// too, which is intended; then the point goes through TransFrom as a point and the derivatives
-    /// as vectors. Defined in transforms/curve_sections.cpp.
+    /// A point of the plane lifted into a frame: `value` is inserted at `axis`, into the
+    /// derivatives too: part of the contract. Then TransFrom maps the point as a point and the
+    /// derivatives as vectors. Defined in transforms/curve_sections.cpp.
     ERInfoPoint3DWF(const ERInfoPoint2D& info, const ERTr3DRev& frame, Coord3D axis, double value);
 
-    /// The unit vector of (T x A) x T, towards the centre of curvature; zero where the curve does
-    /// not bend.
+    /// The unit vector of (T x A) x T, towards the centre of curvature; zero if the curve is
+    /// straight there.
     ERVector3D normale() const;
 
     /// As ERInfoPoint2D::radius().
@@ -88,7 +88,7 @@ public:
     /// Whether the second derivative, or its cross product with the tangent, is exactly zero.
     int isNormSingular() const;
 
-    /// One field a line, with fixed labels.
+    /// One field per line, with fixed labels.
     void printOn(std::ostream& out) const;
 };
 

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <iosfwd>
 
-/// A closed parameter interval from start to end; start may lie above end.
+/// A closed parameter interval from start to end; start may be greater than end.
 class VELM_API ERLimites : public velm::detail::StoredValue<ERLimites> {
 public:
     constexpr ERLimites() = default;
@@ -23,7 +23,7 @@ public:
 
     /// The affine map that takes 0 to start and 1 to end. For t in [0, 1] the value is clamped to
     /// the interval, first from below, then from above; outside [0, 1] it isn't. On a reversed
-    /// interval every t in [0, 1] therefore gives end: intended.
+    /// interval every t in [0, 1] therefore gives end: part of the contract.
     constexpr double operator()(double t) const {
         const double value = (1.0 - t) * start_ + t * end_;
         if (t >= 0.0 && t <= 1.0) return std::min(end_, std::max(start_, value));
@@ -33,7 +33,7 @@ public:
     constexpr ERLimites operator()(const ERLimites& part) const {
         return {(*this)(part.start_), (*this)(part.end_)};
     }
-    /// Where v lies, 0 at start and 1 at end. Infinite or NaN for an interval without amplitude.
+    /// The ratio of v, 0 at start and 1 at end. Infinite or NaN for an interval without amplitude.
     constexpr double ratio(double v) const { return (v - start_) / (end_ - start_); }
     constexpr ERLimites ratio(const ERLimites& part) const {
         return {ratio(part.start_), ratio(part.end_)};
@@ -41,7 +41,7 @@ public:
 
     constexpr bool inBound(double v) const { return v >= start_ && end_ >= v; }
     constexpr bool strictlyInBound(double v) const { return v > start_ && end_ > v; }
-    /// Whether start and end are no farther apart than `tolerance`.
+    /// Whether start and end differ by at most `tolerance`.
     bool isEmpty(double tolerance) const { return tolerance >= std::fabs(start_ - end_); }
 
     /// Becomes the interval of the same amplitude about 0.

@@ -1,6 +1,6 @@
-// velm::detail::IsvChain, IsvChainIterator: what the singly and the doubly linked intrusive lists
-// share, told once over the kind of link. The lists themselves stand in isv_slist.h and
-// isv_dlist.h.
+// velm::detail::IsvChain, IsvChainIterator: the operations that the singly and the doubly linked
+// intrusive lists share, as templates over the kind of link. The lists themselves are in
+// isv_slist.h and isv_dlist.h.
 #pragma once
 
 #include "velm/export.h"
@@ -9,11 +9,11 @@
 
 namespace velm::detail {
 
-/// A chain of links between two sentinels that stand in the list head. The links are parts of the
-/// elements, which the chain does not own; a link is in one chain at a time. Behind the last
-/// element stands the tail sentinel, never null. A removed link's `next` is null.
+/// A chain of links between two sentinels in the list head. The links are parts of the elements,
+/// which the chain does not own; a link is in one chain at a time. After the last element is the
+/// tail sentinel, never null. A removed link's `next` is null.
 ///
-/// A link with a `prev` has its neighbour at hand; without one, the neighbour is found by a walk.
+/// A link with a `prev` has its predecessor at hand; without one, it is found by a walk.
 template <class Link>
 class VELM_API IsvChain {
     static constexpr bool both_ways = requires(Link link) { link.prev; };
@@ -32,7 +32,7 @@ public:
     /// The element at an index, null out of range.
     Link* at(int i) const { return i >= 0 && i < count_ ? before(i)->next : nullptr; }
 
-    /// All of these return the link that they put in or took out; taking out what is not there
+    /// All of these return the link that they insert or remove; removing a link that is not there
     /// gives null.
     Link* append(Link* link) { return insertAfterLink(last_, link); }
     Link* prepend(Link* link) { return insertAfterLink(&head_, link); }
@@ -41,47 +41,47 @@ public:
         assert(i >= 0 && i <= count_);
         return insertAfterLink(before(i), link);
     }
-    /// Puts `link` behind `after`, which is in this list.
+    /// Inserts `link` after `after`, which is in this list.
     Link* insertAfterLink(Link* after, Link* link);
-    /// Takes the first element out.
+    /// Removes the first element.
     Link* get() { return count_ > 0 ? removeRight(&head_) : nullptr; }
     Link* removeLast() { return count_ > 0 ? removeRight(left_of(last_)) : nullptr; }
     Link* removeAt(int i) { return i >= 0 && i < count_ ? removeRight(before(i)) : nullptr; }
-    /// `link` is in this list, or was never in one, or was taken out; a doubly linked list takes
-    /// that as given.
+    /// `link` is in this list, or was never in one, or was removed; a doubly linked list doesn't
+    /// check that.
     Link* removeReference(const Link* link);
-    /// Takes out the element behind `left`, which is in this list and not its last, or the head
+    /// Removes the element after `left`, which is in this list and not its last, or the head
     /// sentinel.
     Link* removeRight(Link* left);
-    /// Forgets all elements without touching them, so that they may have gone before.
+    /// Forgets all elements without touching them, so that they may have been destroyed before.
     void clear();
 
     int containsReference(const Link* link) const { return occurrencesOfReference(link); }
-    /// 1 or 0: a link stands at one place at most.
+    /// 1 or 0: a link has at most one place.
     int occurrencesOfReference(const Link* link) const {
         return link != nullptr && walk_to_left(link) != nullptr;
     }
 
-    /// The sentinels: the place before the first element and the one behind the last.
+    /// The sentinels: the place before the first element and the one after the last.
     Link* head_sentinel() const { return &head_; }
     Link* tail_sentinel() const { return &tail_; }
-    /// The place before `link`, the head sentinel before the first one; null when `link` is not
-    /// here.
+    /// The place before `link`, the head sentinel before the first one; null if `link` is not in
+    /// this list.
     Link* left_of(const Link* link) const;
 
 private:
     Link* before(int i) const;
     Link* walk_to_left(const Link* link) const;
 
-    // Mutable, since the elements of a list that is only read may be changed all the same.
+    // Mutable, since the elements of a const list may be changed.
     mutable Link head_;
     mutable Link tail_;
     Link* last_ = &head_;
     int count_ = 0;
 };
 
-/// A cursor on a chain. It starts before the first element and comes to rest behind the last; an
-/// element that another way of access removes must not be under it.
+/// A cursor on a chain. It starts before the first element and stops after the last; the element
+/// under it must be removed only through it.
 template <class Chain, class Link>
 class IsvChainIterator {
 public:
@@ -98,30 +98,30 @@ public:
         cursor_ = list_->isEmpty() ? list_->tail_sentinel() : static_cast<Link*>(list_->last());
     }
 
-    /// 1 while the cursor stands on an element.
+    /// 1 while the cursor is on an element.
     int isActive() const {
         return cursor_ != list_->head_sentinel() && cursor_ != list_->tail_sentinel();
     }
     int atFirst() const { return isActive() && cursor_ == list_->first(); }
     int atLast() const { return isActive() && cursor_ == list_->last(); }
-    /// The element under the cursor, null where there is none.
+    /// The element under the cursor, null if there is none.
     Link* key() const { return isActive() ? static_cast<Link*>(cursor_) : nullptr; }
 
-    /// One element on; the element there, null behind the last.
+    /// One element forward; returns the element there, null after the last.
     Link* advance() {
         if (cursor_ != list_->tail_sentinel()) cursor_ = cursor_->next;
         return key();
     }
     int operator++() { return advance() != nullptr; }
 
-    /// Puts `link` behind the cursor, at the list's end when the cursor is behind the last element.
+    /// Inserts `link` after the cursor, at the list's end if the cursor is after the last element.
     Link* insertAfterPoint(Link* link) {
         const bool behind = cursor_ == list_->tail_sentinel();
         list_->insertAfterLink(behind ? list_->left_of(cursor_) : cursor_, link);
         return link;
     }
-    /// Takes the element under the cursor out and returns it; the cursor falls back by one place,
-    /// so that `operator++` goes on with the next. Null where there is none.
+    /// Removes the element under the cursor and returns it; the cursor goes back by one place, so
+    /// that `operator++` continues with the next. Null if there is none.
     Link* remove() {
         if (!isActive()) return nullptr;
         Link* const removed = static_cast<Link*>(cursor_);

@@ -8,9 +8,8 @@
 #include <cstddef>
 #include <iterator>
 
-/// The link that an element of a doubly linked list derives from. It tells where the element
-/// stands, not what it is: a copy stands in no list, and an element that is assigned to stays where
-/// it is.
+/// The link that an element of a doubly linked list derives from. It is the element's place, not
+/// part of its value: a copy is in no list, and an element that is assigned to keeps its place.
 struct VELM_API ERIsvDlink {
     ERIsvDlink() = default;
     ERIsvDlink(const ERIsvDlink&) noexcept {}
@@ -33,14 +32,14 @@ class IsvBothWaysIterator : public IsvChainIterator<List, Link> {
 public:
     using IsvChainIterator<List, Link>::IsvChainIterator;
 
-    /// One element back; the element there, null before the first.
+    /// One element back; returns the element there, null before the first.
     Link* backup() {
         if (this->cursor_ != this->list_->head_sentinel()) this->cursor_ = this->cursor_->prev;
         return this->key();
     }
     int operator--() { return backup() != nullptr; }
-    /// `n` elements on or back; 1 while the cursor stands on an element. Negative n goes the other
-    /// way.
+    /// `n` elements forward or back; 1 if the cursor is then on an element. Negative n goes the
+    /// other way.
     int operator+=(int n) {
         for (; n > 0; --n)
             this->advance();

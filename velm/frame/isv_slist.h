@@ -4,9 +4,8 @@
 #include "velm/export.h"
 #include "velm/frame/isv_chain.h"
 
-/// The link that an element of a singly linked list derives from. It tells where the element
-/// stands, not what it is: a copy stands in no list, and an element that is assigned to stays where
-/// it is.
+/// The link that an element of a singly linked list derives from. It is the element's place, not
+/// part of its value: a copy is in no list, and an element that is assigned to keeps its place.
 struct VELM_API ERIsvSlink {
     ERIsvSlink() = default;
     ERIsvSlink(const ERIsvSlink&) noexcept {}
@@ -18,8 +17,8 @@ struct VELM_API ERIsvSlink {
 /// See velm::detail::IsvChain for the operations. Removing at the end or at a place walks the list.
 class VELM_API ERIsvSlist : public velm::detail::IsvChain<ERIsvSlink> {
 public:
-    /// Walks to the place before `link`; the head sentinel before the first element, null when
-    /// `link` is not in the list.
+    /// Walks to the place before `link`; the head sentinel before the first element, null if `link`
+    /// is not in the list.
     ERIsvSlink* findLeftIsv(const ERIsvSlink* link) const { return left_of(link); }
 };
 

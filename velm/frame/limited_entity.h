@@ -22,7 +22,7 @@ public:
     virtual double Ndeb() const;
     /// The end of the natural domain.
     virtual double Nfin() const;
-    /// Gives the same points another natural domain.
+    /// Sets another natural domain for the same points.
     virtual void reparametrize(const ERLimites& natural);
     /// Makes the given interval the natural domain.
     virtual void redefineDomain(const ERLimites& natural);
@@ -66,7 +66,7 @@ public:
 namespace velm::detail {
 
 /// A curve of either dimension that is trimmed to a part of its natural domain. Trimming costs
-/// nothing until adjust() bakes it in.
+/// nothing until adjust() makes it permanent.
 template <class D>
 class VELM_API TrimmedEntity : public D::LimitedEntity {
 public:
@@ -88,13 +88,13 @@ public:
     /// setBound(natural), then adjust().
     void redefineDomain(const ERLimites& natural) override;
 
-    /// Stores the trimmed domain and returns the old one.
+    /// Sets the trimmed domain and returns the old one.
     virtual ERLimites setBound(const ERLimites& trimmed);
     /// Makes the natural domain equal to the trimmed one.
     virtual void adjust();
 
-    /// Mirrors the trimmed domain in the natural one. A derived class calls this and turns its own
-    /// data round.
+    /// Mirrors the trimmed domain in the natural one. A derived class calls this and reverses its
+    /// own data.
     void reverse() override;
 
     /// The natural domain, then the trimmed one: four doubles.

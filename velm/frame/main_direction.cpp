@@ -4,7 +4,7 @@
 
 namespace {
 
-/// The axis is read as an offset from the letter X, whatever the letter is.
+// The axis is read as an offset from the letter X, for any letter.
 ERMainDirection direction_of_text(const char* text) {
     assert(text != nullptr);
     const bool positive = text[0] != '\0' && text[1] == '+';

@@ -15,19 +15,19 @@ public:
     /// above 0.0; a zero vector gives the negative Z axis.
     ERMainDirection(const ERVector3D& v)
         : ERMainDirection(v, v * ERVector3D(v.axeOptimum()) > 0.0) {}
-    /// The dominant axis of v with a sense: positive if it isn't 0.
+    /// The dominant axis of v; the positive sense if `sense` isn't 0.
     ERMainDirection(const ERVector3D& v, int sense) : ERMainDirection(v.axeOptimum(), sense) {}
     /// From two characters: the axis as the capital X, Y or Z, then + for the positive sense;
     /// anything else is the negative one.
     ERMainDirection(const char* text);
-    /// An axis with a sense: positive if it isn't 0.
+    /// An axis; the positive sense if `sense` isn't 0.
     constexpr ERMainDirection(Coord3D axis, int sense)
         : value_(static_cast<TypeDir>(axis * 2 + (sense != 0 ? 0 : 1))) {}
 
     constexpr Coord3D axe() const { return static_cast<Coord3D>(value_ / 2); }
     /// 1 for the positive sense, 0 for the negative one.
     constexpr int sens() const { return value_ % 2 == 0 ? 1 : 0; }
-    /// Turns the direction round.
+    /// Reverses the direction.
     constexpr ERMainDirection& swap() { return *this = -*this; }
     constexpr ERMainDirection operator-() const { return static_cast<TypeDir>(value_ ^ 1); }
 

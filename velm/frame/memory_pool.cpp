@@ -20,9 +20,9 @@ int debug_MemPool = 0;
 
 namespace {
 
-// A block of FastAllocate lies one word into its item, and that word tells the chunk, or 0 for a
-// block of the global allocator. An item of a given pool has the slot's header right before it. The
-// lowest bit tells the two apart.
+// A block of FastAllocate begins one word into its item; that word is the chunk's address, or 0 for
+// a block of the global allocator. An item of a given pool has the slot's header right before it.
+// The lowest bit distinguishes the two.
 using Word = std::uintptr_t;
 constexpr Word block_mark = 1;
 constexpr std::size_t word_bytes = sizeof(Word);
@@ -31,15 +31,15 @@ constexpr std::size_t last_fast_pool = 48;
 constexpr std::size_t fast_pool_count = last_fast_pool + 1;
 constexpr std::size_t thread_defer_limit = 1024;
 
-/// Pools of a host: their items are for one thread at a time, so no thread is told from another.
+// Pools of a host: their items are for one thread at a time, so all threads count as the same.
 constexpr const void* no_owner = nullptr;
-/// Chunks whose thread has ended.
+// Chunks whose thread has ended.
 const char ended_owner = 0;
 
-/// Counts the pools of a record while they are made, under threadDataLock.
+// Counts the pools of a record while they are made, under threadDataLock.
 std::size_t poolSizeIndex = 0;
 
-/// Guards what passes between threads: handed-over items, and the chunks of ended threads.
+// Guards the data that passes between threads: handed-over items, and the chunks of ended threads.
 constinit Concurrency::critical_section hand_over_lock;
 
 Word* words(void* item) { return static_cast<Word*>(item); }
@@ -47,7 +47,7 @@ void*& link(void* item) { return *static_cast<void**>(item); }
 HeaderBloc* header(void* item) { return static_cast<HeaderBloc*>(item) - 1; }
 ERChunk* chunk_of(void* item) { return read_poisoned(&header(item)->chunk); }
 
-/// Puts a free item at the head of a list.
+// Puts a free item at the head of a list.
 void push(void*& list, void* item, std::size_t item_bytes) {
     expose(item, word_bytes);
     link(item) = list;
@@ -61,9 +61,9 @@ void* pop(void*& list) {
     return item;
 }
 
-/// Empty chunks of the thread's pools, kept for the next pool that needs one. Beyond the limit only
-/// the highest in memory stays: with it at its end, the allocator does not give its heap back to
-/// the system and get it again when a thread fills and empties its pools by turns.
+// Empty chunks of the thread's pools, kept for the next pool that needs one. Beyond the limit only
+// the highest in memory stays: with it at its end, the allocator does not return its heap to the
+// system and request it again when a thread fills and empties its pools in turn.
 struct SpareChunks {
     static constexpr std::size_t limit = 256;
 
@@ -215,7 +215,7 @@ inline void* ERMemPool::pop_deferred() {
     return pop(deferredList);
 }
 
-/// An item, its bytes still poisoned; null if a chunk has no room for even one.
+// An item, its bytes still poisoned; null if a chunk has no room for even one.
 void* ERMemPool::alloc() {
     if (deferredList != nullptr) [[likely]]
         return pop_deferred();
@@ -267,7 +267,7 @@ void ERMemPool::purge() {
     handed_over_.store(nullptr, std::memory_order_relaxed);
 }
 
-/// Gives an item back on a thread that is not its pool's.
+// Returns an item on a thread other than its pool's.
 [[gnu::noinline]] void ERMemPool::hand_over(ERChunk* chunk, void* item) {
     const Concurrency::critical_section::scoped_lock lock(hand_over_lock);
     if (chunk->owner.load(std::memory_order_relaxed) != &ended_owner) {
@@ -290,8 +290,8 @@ void ERMemPool::take_handed_over() {
         free(pop(list));
 }
 
-/// Lets go of the chunks that still hold items: from now on these return under the lock, and the
-/// last one takes the chunk with it.
+// Abandons the chunks that still hold items: from now on these return under the lock, and the last
+// one frees the chunk.
 void ERMemPool::outlive_thread() {
     take_handed_over();
     collateFreeSpace();

@@ -35,7 +35,7 @@ ERObject::ERObject(ERObject const&) : CObject(), ERReference() {
 void ERObject::takeOver(ERObject& earlier, bool was_saved) {
     earlier.onTheHeap = 0;
     if (!was_saved) return;
-    // The record there is that of a bare ERObject, so it is this object's as well.
+    // The record there is that of a bare ERObject, so it serves this object too.
     objectID = std::exchange(earlier.objectID, -1);
     database = std::exchange(earlier.database, nullptr);
 }

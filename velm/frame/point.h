@@ -25,7 +25,7 @@ public:
     constexpr double operator[](int n) const { return n == 0 ? x_ : y_; }
     constexpr double& operator[](int n) { return n == 0 ? x_ : y_; }
 
-    /// 1.0: a point stands for a pole of weight 1 in code that runs over both.
+    /// 1.0: a point acts as a pole of weight 1 in code for both.
     constexpr double weigth() const { return 1.0; }
     static constexpr int getDim() { return 2; }
 
@@ -62,7 +62,7 @@ public:
     constexpr double operator[](int n) const { return n == 0 ? x_ : n == 1 ? y_ : z_; }
     constexpr double& operator[](int n) { return n == 0 ? x_ : n == 1 ? y_ : z_; }
 
-    /// 1.0: a point stands for a pole of weight 1 in code that runs over both.
+    /// 1.0: a point acts as a pole of weight 1 in code for both.
     constexpr double weigth() const { return 1.0; }
     static constexpr int getDim() { return 3; }
 

@@ -39,7 +39,7 @@ public:
     const ERVec<ERPoint3D>& toVec() const { return points_; }
     const ERVec<ERPoint2D>& toVec2D() const { return parameters_; }
 
-    /// 1 when each point has its parameters.
+    /// 1 if every point has its parameters.
     int isValid() const override;
     ERObject* getCopy() const override;
     /// A line for each point: the point, a blank and its parameters.

@@ -10,7 +10,7 @@ namespace {
 
 constexpr double pi = std::numbers::pi;
 
-/// The order of the factors is fixed: the rounding depends on it.
+// The order of the factors is fixed: the rounding depends on it.
 template <class Point>
 Point running_mean(const ERVec<Point>& points) {
     Point mean;
@@ -44,12 +44,12 @@ double separation(const Point& p, const Point& q, const Vector& d) {
     return sign * length;
 }
 
-/// atan2(|a x b|, a . b) of normalised vectors.
+// atan2(|a x b|, a . b) of normalised vectors.
 double angle_of_units(const ERVector3D& a, const ERVector3D& b) {
     return std::atan2((a ^ b).norme(), a * b);
 }
 
-/// A vector that is perpendicular to n, or at least not parallel to it.
+// A vector that is perpendicular to n, or at least not parallel to it.
 ERVector3D seed_across(const ERVector3D& n) {
     const double x = std::fabs(n.i_), y = std::fabs(n.j_), z = std::fabs(n.k_);
     if (z >= x && z >= y) return {1.0, 0.0, n.j_ / n.k_};
@@ -66,7 +66,7 @@ ERPoint3D Barycentre(const ERVec<ERPoint3D>& points) { return running_mean(point
 void arithmetic_mean(ERVec<ERPoint3D>& points, ERVector3D& mean) {
     ERPoint3D sum;
     for (int n = 0; n < points.size(); ++n)
-        sum += points[n]; // through the writing handle: the array becomes this one's own, intended
+        sum += points[n]; // through the writing handle: it detaches, part of the contract
     mean = ERVector3D(sum / static_cast<double>(points.size()));
 }
 

@@ -1,7 +1,7 @@
 // Free functions on points, vectors and poles: distance, milieu, Barycentre, isEqual, the angles
 // (anglePI, angle2PI, acute_angle, angle, PseudoTheta), isParallel, isPerpendicular,
-// signed_separation, GetOrthogonalDirections, arithmetic_mean, compareDouble. Angles are in radians
-// unless told otherwise.
+// signed_separation, GetOrthogonalDirections, arithmetic_mean, compareDouble. Angles are in
+// radians.
 #pragma once
 
 #include "velm/export.h"
@@ -30,7 +30,7 @@ constexpr double norme2(const ERVector3D& v) { return v.norme2(); }
 constexpr ERPoint2D milieu(const ERPoint2D& p, const ERPoint2D& q) { return (p + q) * 0.5; }
 constexpr ERPoint3D milieu(const ERPoint3D& p, const ERPoint3D& q) { return (p + q) * 0.5; }
 
-/// The mean of the points, kept running in their order; the origin for none.
+/// The mean of the points, a running mean in their order; the origin for none.
 VELM_API ERPoint2D Barycentre(const QuickAlgebra::ERVec<ERPoint2D>& points);
 VELM_API ERPoint3D Barycentre(const QuickAlgebra::ERVec<ERPoint3D>& points);
 
@@ -64,7 +64,7 @@ constexpr int compareDouble(const double* first, const double* second) {
 
 /// The angle between two vectors, in [0, pi]. In the plane by the arc cosine (a zero vector gives
 /// pi/2), in space by atan2(|a x b|, a . b), which is exact near 0 and pi too (a zero vector gives
-/// 0). The two differ, intended.
+/// 0). The two differ: part of the contract.
 VELM_API double anglePI(const ERVector2D& a, const ERVector2D& b);
 VELM_API double anglePI(const ERVector3D& a, const ERVector3D& b);
 
@@ -76,25 +76,25 @@ VELM_API double acute_angle(const ERVector3D& a, const ERVector3D& b);
 VELM_API double angle2PI(const ERVector3D& a, const ERVector3D& b, const ERVector3D& n);
 
 /// The signed angle p1 - apex - p2 about n, in [-pi/2, pi/2] by the arc sine: an obtuse angle comes
-/// back as the negative of its supplement, intended. NaN where p1 or p2 is the apex.
+/// back as the negative of its supplement: part of the contract. NaN if p1 or p2 is the apex.
 VELM_API double angle(const ERPoint3D& p1, const ERPoint3D& apex, const ERPoint3D& p2,
                       const ERVector3D& n);
 
-/// A number that grows with the direction of q - p as its angle does, without trigonometry: 0, 90,
-/// 180 and 270 on the axes, linear in dy / (|dx| + |dy|) between them; 0 for equal points.
+/// A number that increases with the angle of q - p, without trigonometry: 0, 90, 180 and 270 on the
+/// axes, linear in dy / (|dx| + |dy|) between them; 0 for equal points.
 VELM_API double PseudoTheta(const ERPoint2D& p, const ERPoint2D& q);
 
-/// Whether anglePI(a, b) lies within `tolerance` (radians) of 0 or pi.
+/// Whether anglePI(a, b) is within `tolerance` (radians) of 0 or pi.
 VELM_API bool isParallel(const ERVector2D& a, const ERVector2D& b, double tolerance);
 VELM_API bool isParallel(const ERVector3D& a, const ERVector3D& b, double tolerance);
 
 /// Whether the dot product of the vectors as given is at most `tolerance` in absolute value. It
-/// tests no angle, unlike isParallel: intended.
+/// tests no angle, unlike isParallel: part of the contract.
 VELM_API bool isPerpendicular(const ERVector2D& a, const ERVector2D& b, double tolerance);
 VELM_API bool isPerpendicular(const ERVector3D& a, const ERVector3D& b, double tolerance);
 
-/// The distance from p to q with the sign of (q - p) . d: 0.0 when it is at most
-/// `equalityTolerance` or the dot product of the two directions is exactly 0.
+/// The distance from p to q with the sign of (q - p) . d: 0.0 if it is at most `equalityTolerance`
+/// or the dot product of the two directions is exactly 0.
 VELM_API double signed_separation(const ERPoint2D& p, const ERPoint2D& q, const ERVector2D& d);
 VELM_API double signed_separation(const ERPoint3D& p, const ERPoint3D& q, const ERVector3D& d);
 

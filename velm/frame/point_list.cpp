@@ -11,10 +11,10 @@ namespace velm::detail {
 
 namespace {
 
-/// Pieces of this parameter length and less are never split.
+// Pieces of at most this parameter length are never split.
 constexpr double shortest_piece = 1e-7;
 
-/// The distance of m from its foot on the chord a-b.
+// The distance of m from its foot on the chord a-b.
 template <class Vector, class Point>
 double height_over_chord(const Point& a, const Point& b, const Point& m) {
     Vector direction = Vector(a, b).getnormalized();
@@ -22,18 +22,18 @@ double height_over_chord(const Point& a, const Point& b, const Point& m) {
     return distance(m, foot);
 }
 
-/// Whether the midpoint is one of the ends over again, as happens where no double lies between
-/// their parameters: inserting it would go on for ever.
+// Whether the midpoint is a repetition of one of the ends, as happens where no double lies between
+// their parameters: inserting it would never end.
 template <class Listed>
 bool repeats_an_end(const Listed& middle, const Listed& a, const Listed& b) {
     return (middle.parameter == a.parameter && middle.point == a.point) ||
            (middle.parameter == b.parameter && middle.point == b.point);
 }
 
-/// A height that rounding alone may give the middle of a straight piece. Each coordinate of the
-/// three points is off by up to three roundings of the size of the largest coordinate, which
-/// shifts the middle against the chord by up to 2 sqrt(3) * 3 of them, and the foot on the chord
-/// takes three more: 16 roundings are 8 epsilon.
+// The height that rounding alone may give the middle of a straight piece. Each coordinate of the
+// three points is off by up to three roundings of the size of the largest coordinate, which shifts
+// the middle against the chord by up to 2 sqrt(3) * 3 of them, and the foot on the chord takes
+// three more: 16 roundings are 8 epsilon.
 constexpr double noise_of_height = 8.0 * std::numeric_limits<double>::epsilon();
 
 template <class D>

@@ -35,10 +35,10 @@ public:
     /// The points, in order.
     ERVec<Point> toVec() const;
 
-    /// Inserts points of `curve` at parameter midpoints until the middle of each piece lies within
+    /// Inserts points of `curve` at parameter midpoints until the middle of each piece is within
     /// tol of its chord, depth first from the left. A chord is judged by that one sample; pieces of
-    /// a parameter length up to 1e-7 stay as they are. A height within the rounding of the
-    /// coordinates counts as none, so that a straight piece stays whole with any tol from 0 on.
+    /// a parameter length up to 1e-7 are not split. A height within the rounding of the coordinates
+    /// counts as none, so that a straight piece stays whole with any tol from 0 on.
     void Smash(const typename D::FiniteEntity& curve, double tol);
 };
 

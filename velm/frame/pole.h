@@ -16,7 +16,7 @@ public:
 
     constexpr ERPole2DH() = default;
     constexpr ERPole2DH(double x, double y, double w) : x_(x), y_(y), weight(w) {}
-    /// Takes the coordinates as they are: the caller has multiplied them by `w`.
+    /// Takes the coordinates unchanged: the caller has multiplied them by `w`.
     constexpr ERPole2DH(const ERPoint2D& weighted, double w)
         : x_(weighted.x_), y_(weighted.y_), weight(w) {}
 
@@ -62,7 +62,7 @@ public:
 
     constexpr ERPole3DH() = default;
     constexpr ERPole3DH(double x, double y, double z, double w) : x_(x), y_(y), z_(z), weight(w) {}
-    /// Takes the coordinates as they are: the caller has multiplied them by `w`.
+    /// Takes the coordinates unchanged: the caller has multiplied them by `w`.
     constexpr ERPole3DH(const ERPoint3D& weighted, double w)
         : x_(weighted.x_), y_(weighted.y_), z_(weighted.z_), weight(w) {}
 

@@ -10,7 +10,8 @@
 
 namespace velm::detail {
 
-/// A list of plain values. All nodes die with the list's pool, at once. The list is not copied.
+/// A list of plain values. All nodes are freed with the list's pool, at once. The list can't be
+/// copied.
 template <class T>
 class PooledList {
     static_assert(std::is_trivially_destructible_v<T>, "nodes die with their pool");
@@ -78,7 +79,7 @@ public:
         return node;
     }
 
-    /// Adds a node behind `before`, which is of this list, and returns it.
+    /// Adds a node after `before`, a node of this list, and returns it.
     Node* insert_after(Node* before, const T& value) {
         Node* node = new (pool_) Node(value, before->next);
         before->next = node;
@@ -87,7 +88,7 @@ public:
         return node;
     }
 
-    /// One member of all values, in order.
+    /// One member of every value, in order.
     template <class Member>
     ERVec<Member> gathered(Member T::*member) const {
         ERVec<Member> members(count_);

@@ -1,4 +1,4 @@
-// ERPtrVector: a vector of raw pointers, the ground of the typed pointer vectors and of the hash
+// ERPtrVector: a vector of raw pointers, the base of the typed pointer vectors and of the hash
 // dictionary.
 #pragma once
 
@@ -9,7 +9,7 @@
 class VELM_API ERPtrVector {
 public:
     ERPtrVector() = default;
-    /// `n` slots without a promised value (they are null).
+    /// `n` slots of unspecified value (they are null).
     explicit ERPtrVector(int n);
     ERPtrVector(int n, void* value);
     ERPtrVector(const ERPtrVector& other);
@@ -37,10 +37,10 @@ public:
     void* const* begin() const { return array; }
     void* const* end() const { return array + npts; }
 
-    /// A new array of `n` slots that takes over the first min(old, new) ones; slots beyond have no
-    /// promised value (they are null). The same length changes nothing.
+    /// A new array of `n` slots that takes over the first min(old, new) ones; further slots have no
+    /// specified value (they are null). The same length changes nothing.
     void reshape(int n);
-    /// `reshape`, with null promised in the slots beyond the old length.
+    /// `reshape`, with null guaranteed in the slots beyond the old length.
     void resize(int n);
 
 protected:

@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-/// An angle in radians that stands wherever a double does.
+/// An angle in radians, usable wherever a double is.
 class VELM_API ERRadian {
 public:
     constexpr ERRadian() = default;

@@ -1,11 +1,11 @@
-// velm::detail::rand15: the C library's generator narrowed to the range that the formulas count on.
+// velm::detail::rand15: the C library's generator narrowed to the range that the formulas require.
 #pragma once
 
 #include <cstdlib>
 
 namespace velm::detail {
 
-/// A draw of std::rand() in [0, 32767], the same range on every platform: the upper 15 bits where
+/// A draw of std::rand() in [0, 32767], the same range on every platform: the upper 15 bits if
 /// RAND_MAX is greater. Shares the process-wide state of std::rand() and std::srand().
 inline int rand15() {
     static_assert((static_cast<unsigned>(RAND_MAX) & (static_cast<unsigned>(RAND_MAX) + 1u)) == 0 &&

@@ -1,4 +1,4 @@
-// ERReference: the count that a shared object or array body carries in itself.
+// ERReference: the count inside a shared object or array body.
 #pragma once
 
 #include "velm/export.h"
@@ -7,11 +7,11 @@
 #include <cstdint>
 
 /// An intrusive count of references. The word holds the number of references minus one, so a fresh
-/// object (no references) holds -1. ERReference frees nothing: whoever sees removeReference()
-/// return 0 destroys the object.
+/// object (no references) holds -1. ERReference frees nothing: the caller of removeReference() that
+/// gets 0 destroys the object.
 ///
-/// Increments and decrements are sequentially consistent; references() is a relaxed read, good for
-/// information only. A copy takes the word over as it stands, the plain member copy.
+/// Increments and decrements are sequentially consistent; references() is a relaxed read, for
+/// information only. A copy copies the word, as a plain member.
 class VELM_API ERReference {
 public:
     constexpr ERReference() : count(-1) {}
@@ -25,16 +25,17 @@ public:
 
     void addReference() { count.fetch_add(1, std::memory_order_seq_cst); }
 
-    /// Returns the word before the decrement: 0 exactly when the last reference has just gone.
+    /// Returns the word before the decrement: 0 exactly if this was the last reference.
     unsigned int removeReference() {
         return static_cast<unsigned int>(count.fetch_sub(1, std::memory_order_seq_cst));
     }
 
-    /// addReference by the maker of a fresh object that nobody else knows yet: no atomic step.
+    /// addReference by the maker of a fresh object that is known to no one else yet: no atomic
+    /// step.
     void addFirstReference() { count.store(0, std::memory_order_relaxed); }
 
-    /// removeReference by a holder; whether the last reference has just gone. A holder who is alone
-    /// takes no atomic step: nobody is left who could add a reference.
+    /// removeReference by a holder; whether this was the last reference. A sole holder needs no
+    /// atomic step: no one else could add a reference.
     bool removeAndTestLast() {
         if (count.load(std::memory_order_acquire) != 0) return removeReference() == 0;
         count.store(-1, std::memory_order_relaxed);
@@ -43,8 +44,8 @@ public:
 
     long references() const { return static_cast<long>(load()) + 1; }
 
-    /// The test that precedes writing in place: acquire order, so that what other owners did before
-    /// they let go is seen.
+    /// The test that precedes writing in place: acquire order, so that the writes of earlier owners
+    /// are visible.
     bool isUnshared() const { return count.load(std::memory_order_acquire) <= 0; }
 
 private:

@@ -33,7 +33,7 @@ unsigned char number(const char*& at, int base, int most_digits) {
 
 char upper(char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c); }
 
-/// The character that stands at `at`, plain or escaped; moves behind it.
+// The character at `at`, plain or escaped; moves `at` past it.
 unsigned char read_character(const char*& at) {
     if (*at != '\\') return static_cast<unsigned char>(*at++);
     ++at;
@@ -69,7 +69,7 @@ void enter(unsigned int* words, unsigned int first, unsigned int last) {
         words[c >> 4] |= 1u << (c & 15);
 }
 
-/// The set that begins behind "["; moves behind the "]". False when there is none.
+// The set that begins after "["; moves `at` past the "]". False if there is none.
 bool read_set(const char*& at, unsigned int* words) {
     std::fill_n(words, kSetWords, 0u);
     const bool complement = *at == '^';
@@ -109,15 +109,15 @@ int closures_in(const unsigned int* codes) {
     return n;
 }
 
-/// Searches one text. Behind each closure the places from which the rest doesn't match are kept, so
-/// that nothing is tried twice.
+// Searches one text. For each closure the places from which the rest doesn't match are kept, so
+// that nothing is tried twice.
 class Matcher {
 public:
     Matcher(std::string_view text, const unsigned int* codes)
         : text_(text), codes_(codes),
           failed_(static_cast<std::size_t>(closures_in(codes)) * (text.size() + 1)) {}
 
-    /// The end of a match that begins at `from`, or npos.
+    // The end of a match that begins at `from`, or npos.
     std::size_t match(std::size_t from) { return match(codes_, from, 0); }
 
 private:

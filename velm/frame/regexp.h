@@ -1,13 +1,13 @@
-// ERCRegexp, ermakepat, ermatchs: small patterns, compiled into codes and searched for in texts.
+// ERCRegexp, ermakepat, ermatchs: small patterns, compiled into codes and searched in texts.
 //
 //     c       that character          ^   the start of the text, at the pattern's start
 //     .       any character           $   the end of the text, at the pattern's end
-//     [a-z]   any of a set            *   zero or more of the element before
+//     [a-z]   any of a set            *   zero or more of the preceding element
 //     [^a-z]  none of a set           +   one or more
 //                                     ?   zero or one
 //
 // A backslash introduces \b \e \f \n \r \s (blank) \t, \xHH, \^C (control characters), \OOO (octal)
-// and takes the meaning from any other character.
+// and makes any other character literal.
 #pragma once
 
 #include "velm/export.h"
@@ -23,7 +23,7 @@ namespace velm::pattern {
 enum Code : unsigned int {
     end_of_pattern = 32768,
     end_of_text = 32804,   // $
-    zero_or_more = 32810,  // *, in front of its element
+    zero_or_more = 32810,  // *, before its element
     one_or_more = 32811,   // +
     any_character = 32814, // .
     zero_or_one = 32831,   // ?
@@ -33,19 +33,20 @@ enum Code : unsigned int {
 
 } // namespace velm::pattern
 
-/// Compiles a pattern into at most maxCodes codes. 0 when fine, 1 for a pattern that begins with
-/// nothing, "*", "+" or "?", 2 without a buffer, 3 for one that is too long or malformed.
+/// Compiles a pattern into at most maxCodes codes. Returns 0 for success, 1 for a pattern that is
+/// empty or begins with "*", "+" or "?", 2 without a buffer, 3 for one that is too long or
+/// malformed.
 VELM_API int ermakepat(const char* text, unsigned int* codes, int maxCodes);
 
 /// The end of the leftmost match in the first `length` characters of s, its beginning in *start;
-/// null where there is none. Closures take as many as they can and give back one by one. The effort
-/// grows with the square of the length at most.
+/// null if there is none. Closures take as many elements as they can and give them up one by one.
+/// The effort grows with the square of the length at most.
 VELM_API const char* ermatchs(const char* s, int length, const unsigned int* codes,
                               const char** start);
 
 class VELM_API ERCRegexp {
 public:
-    /// What ermakepat returned.
+    /// The result of ermakepat.
     enum statVal { OK = 0, ILLEGAL = 1, NOMEM = 2, TOOLONG = 3 };
 
     ERCRegexp(const char* text);
@@ -56,9 +57,9 @@ public:
     ERCRegexp& operator=(const char* text);
     ERCRegexp& operator=(const ERCString& text);
 
-    /// The place of the first match at or behind start and its length; -1 and a length of 0 where
-    /// there is none. A start beyond the text gives -1 and leaves the length alone. A pattern whose
-    /// status isn't OK matches nothing.
+    /// The place of the first match at or after start and its length; -1 and a length of 0 if there
+    /// is none. A start beyond the text gives -1 with the length unchanged. A pattern whose status
+    /// isn't OK matches nothing.
     int index(const ERCString& string, int* matchLength, int start = 0) const;
     statVal status() const { return stat; }
 

@@ -15,16 +15,16 @@
 #include <utility>
 
 /// A handle on a shared array body. Copying it costs one atomic increment; the first write through
-/// a handle on a shared body takes a copy of the body (the detach step).
+/// a handle on a shared body takes a copy of the body (it detaches).
 ///
 /// Elements are copied bit by bit and neither constructed nor destroyed, not even smart pointers:
-/// whoever puts those in an array releases them itself before the body goes. New elements without a
-/// given value are all zero bits.
+/// code that puts those in an array releases them itself before the body is freed. New elements
+/// without a given value are all zero bits.
 ///
 /// On a handle that is not const, operator[], begin, end and data detach. A reference or iterator
-/// taken from a handle stays valid until that handle changes size, is assigned to or, once a copy
-/// of it was made, is written through again. To read in a hot loop take view(), to write writable()
-/// once.
+/// taken from a handle stays valid until that handle changes size, is assigned to or, if a copy of
+/// it has been made, is written through again. In a hot loop read through view(), and write through
+/// writable(), called once.
 ///
 /// Two handles on one body may be read, copied and written in two threads; one handle is for one
 /// thread at a time.
@@ -39,7 +39,7 @@ public:
     using iterator = T*;
     using const_iterator = const T*;
 
-    /// An empty array on the body that all such handles share.
+    /// An empty array, with the body that all empty handles share.
     ERSimpleVec() noexcept : ERSimpleVec(ERVecRep::nullref_) {}
     /// n zeroed elements.
     explicit ERSimpleVec(int n) : ERSimpleVec(Fresh{ERVecRep::getRep(bytes(n), 0)}) {}
@@ -58,7 +58,7 @@ public:
     ERSimpleVec(const ERSimpleVec& other) noexcept : elements_(other.elements_) {
         body()->addReference();
     }
-    /// Leaves an empty array behind.
+    /// Leaves the other array empty.
     ERSimpleVec(ERSimpleVec&& other) noexcept : ERSimpleVec() { swap(other); }
 
     virtual ~ERSimpleVec() { release(body()); }
@@ -104,14 +104,14 @@ public:
     T* begin() { return data(); }
     T* end() { return data() + size(); }
 
-    /// The elements, for reading: never detaches. Not for a loop over the view of a temporary
-    /// handle, which is gone before the first step.
+    /// The elements, for reading: never detaches. Don't loop over the view of a temporary handle,
+    /// which is destroyed before the first step.
     std::span<const T> view() const { return {elements_, count()}; }
     /// The elements, for writing: detaches once.
     std::span<T> writable() { return {data(), count()}; }
 
     /// Replaces removeCount elements from start on, fewer at the end, by the values. The body is
-    /// edited in place where ERVecRep::replace does so. The values may lie in this array.
+    /// edited in place if ERVecRep::replace does so. The values may be in this array.
     void replace(int start, int removeCount, std::span<const T> values) {
         assert(0 <= start && start <= size());
         ERVecRep* const rep = ERVecRep::replace(body(), bytes(start), bytes(removeCount),
@@ -123,7 +123,7 @@ public:
     void remove(int start, int n = 1) { replace(start, n, {}); }
 
     /// Adds n copies of a value at the end: in place if the body is unshared and has the room, else
-    /// in a new body of just the new size. The value may lie in this array.
+    /// in a new body of exactly the new size. The value may be in this array.
     void append(const T& value, int n = 1) {
         if (n <= 0) return;
         alignas(T) std::byte local[sizeof(T)];
@@ -150,14 +150,14 @@ public:
         body()->setLength(bytes(total));
         copy_bits(elements_ + old, local);
     }
-    /// Makes room for n elements, so that append works in place up to there.
+    /// Makes room for n elements, so that append works in place up to that length.
     void reserve(int n) {
         const int old = size();
         if (body()->isUnshared() && n <= capacity()) return;
         grow_to(n < old ? old : n);
         body()->setLength(bytes(old));
     }
-    /// Cuts the array, or extends it by zeroed elements.
+    /// Cuts the array, or extends it with zeroed elements.
     void resize(int n) {
         const int old = size();
         if (n == old) return;
@@ -171,7 +171,7 @@ public:
     ERVecRep* rep() const { return body(); }
 
 protected:
-    /// A body that was made for this handle and that no other knows.
+    /// A body made for this handle, unknown to any other.
     struct Fresh {
         ERVecRep* rep;
     };
@@ -189,10 +189,10 @@ protected:
     }
     std::size_t count() const { return body()->length() / sizeof(T); }
 
-    /// The header lies right before the first element.
+    /// The header is directly before the first element.
     ERVecRep* body() const { return static_cast<ERVecRep*>(static_cast<void*>(elements_)) - 1; }
 
-    /// Takes a reference on rep before giving up the old body, so rep may be that body.
+    /// Takes a reference on rep before releasing the old body, so rep may be that body.
     void attach(ERVecRep* rep) noexcept {
         rep->addReference();
         ERVecRep* const old = body();
@@ -212,7 +212,7 @@ private:
     static void copy_bits(void* to, const void* from) { std::memcpy(to, from, sizeof(T)); }
     static void zero_bits(void* to, std::size_t n) { std::memset(to, 0, n); }
 
-    T* elements_; // never null; what lies before it is the header of the body
+    T* elements_; // never null; the body's header is directly before it
 };
 
 /// A two-dimensional array, stored row after row.
@@ -250,7 +250,7 @@ public:
                                     static_cast<std::size_t>(columns_));
     }
 
-    /// Puts n zeroed columns in front of column at, 0 <= at <= columns().
+    /// Inserts n zeroed columns before column at, 0 <= at <= columns().
     void insertColumns(int at, int n) {
         assert(0 <= at && at <= columns_ && n >= 0);
         const int wider = area(rows_, ERSimpleVec<T>::sum(columns_, n));
@@ -264,7 +264,7 @@ public:
         for (int r = 0; r < rows_ && n > 0; ++r)
             std::memset(static_cast<void*>(&(*this)(r, at)), 0, this->bytes(n));
     }
-    /// Takes out n columns from column at on, at + n <= columns().
+    /// Removes n columns from column at on, at + n <= columns().
     void removeColumns(int at, int n) {
         assert(0 <= at && n >= 0 && at + n <= columns_);
         if (n == 0) return;

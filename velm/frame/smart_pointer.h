@@ -11,10 +11,11 @@
 
 /// Holds one T*, null when empty, and one reference on what it points to. T derives from ERObject,
 /// directly or through virtual bases; the count is reached through that part. The pointee must have
-/// come from `new`: the last pointer to let go deletes it. An object on the stack is an assertion.
+/// come from `new`: the last pointer released deletes it. An object on the stack is an assertion
+/// failure.
 ///
-/// Pointers may be passed among threads, each thread with an instance of its own; one instance is
-/// no more guarded than a plain pointer. An instance is two words and holds no control block.
+/// Threads may share the pointee, each through an instance of its own; a single instance is no
+/// safer than a plain pointer. An instance is two words; there is no control block.
 ///
 /// There is no checked conversion between pointee types: narrow with
 /// `t_SmartPtr<B>(B::castdown(a.get()))`, which is empty when the object is no B.
@@ -32,8 +33,8 @@ public:
         pointer = nullptr;
     }
 
-    /// The new object is referenced before the old one is let go, so assigning a pointer to itself,
-    /// or one that the old object owns, is safe.
+    /// The new object is referenced before the old one is released, so assigning a pointer to
+    /// itself, or one that the old object owns, is safe.
     t_SmartPtr& operator=(t_SmartPtr const& other) { return *this = other.pointer; }
     t_SmartPtr& operator=(t_SmartPtr&& other) {
         if (this != &other) {
@@ -57,7 +58,7 @@ public:
     T& operator*() const noexcept { return *pointer; }
     explicit operator bool() const noexcept { return pointer != nullptr; }
 
-    /// Pointers compare as the addresses they hold. The second form serves nullptr and NULL too.
+    /// Pointers compare by address. The second form serves nullptr and NULL too.
     friend bool operator==(t_SmartPtr const& a, t_SmartPtr const& b) noexcept {
         return a.pointer == b.pointer;
     }

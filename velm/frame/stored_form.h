@@ -1,5 +1,6 @@
 // stored_fields, VELM_DEFINE_STORED_FORM, VELM_DEFINE_STORED_VALUE: the stored form of a class on
-// an ERFile, told once as a list of its fields, from which writing, reading and the size derive.
+// an ERFile, written once as a list of its fields, from which writing, reading and the size are
+// derived.
 //
 // A class lists its fields in stored order, once for both directions, as a static member template:
 //
@@ -26,10 +27,10 @@
 //   - an array handle without operations of its own: its body, a 32-bit length in bytes and the
 //   bytes;
 //   - anything else with saveGuts, restoreGuts and binaryStoreSize of its own.
-// Values of fixed size that stand in one call of form are read as one block, and all that are next
-// to each other are written by one call of the file.
+// Values of fixed size in one call of form are read as one block, and all adjacent ones are written
+// by one call of the file.
 //
-// A record that is cut short leaves the fields it does not reach as they are; the one it ends in is
+// A record that is cut short leaves the fields after its end unchanged; the field it ends in is
 // partly filled.
 #pragma once
 
@@ -61,7 +62,8 @@ StoredAs<unsigned char, Field> as_byte(Field& field) {
 
 namespace detail {
 
-/// How a field of type T stands on file. The general case has no fixed size and its own operations.
+/// The form of a field of type T on file. The general case has no fixed size and uses the field's
+/// own operations.
 template <class T>
 struct FieldForm {
     static constexpr bool fixed = false;
@@ -91,7 +93,7 @@ struct FieldForm<T> {
         }
         std::memcpy(target, &stored, bytes);
     }
-    /// available: how many of the bytes came, at least one.
+    /// available: the number of bytes that were read, at least one.
     static void unpack(const char* source, std::size_t available, T& value) {
         if constexpr (std::is_same_v<T, Stored>) {
             std::memcpy(&value, source, available);
@@ -158,8 +160,8 @@ concept HasGuts = requires(const T& value, ERFile& file) {
     value.saveGuts(file);
 };
 
-/// An array handle without a form of its own stores its body. A body that can't be read leaves the
-/// array as it is.
+/// An array handle without a form of its own stores its body. If the body can't be read the array
+/// is unchanged.
 template <class T>
 requires(std::derived_from<T, ERSimpleVec<typename T::value_type>> &&
          !HasGuts<T>) struct FieldForm<T> {
@@ -178,7 +180,7 @@ requires(std::derived_from<T, ERSimpleVec<typename T::value_type>> &&
 template <class T>
 using FormOf = detail::FieldForm<std::remove_cvref_t<T>>;
 
-/// Gathers what has a fixed size and writes it by one call.
+/// Gathers fields of fixed size and writes them by one call.
 class StoreWriter {
 public:
     explicit StoreWriter(ERFile& file) : file_(file) {}
@@ -187,7 +189,7 @@ public:
     void operator()(const Fields&... fields) {
         (write(fields), ...);
     }
-    /// Writes what has been gathered.
+    /// Writes the gathered bytes.
     void flush() {
         if (used_ == 0) return;
         const std::size_t count = used_;

@@ -14,7 +14,7 @@ public:
     static constexpr unsigned int stored_bytes = sizeof(Value);
 
     void saveGuts(ERFile& file) const;
-    /// A file that ends early leaves the doubles it does not reach as they are.
+    /// A file that ends early leaves the doubles after its end unchanged.
     void restoreGuts(ERFile& file);
     constexpr unsigned int binaryStoreSize() const { return stored_bytes; }
 };

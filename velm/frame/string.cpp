@@ -47,7 +47,7 @@ ERCString string_of(std::string_view text) {
     return ERCString(text.data(), static_cast<int>(text.size()));
 }
 
-/// 1, 0 or -1.
+// 1, 0 or -1.
 int compare(std::string_view a, std::string_view b, ERCString::caseCompare how) {
     const std::size_t shorter = std::min(a.size(), b.size());
     int difference = 0;
@@ -208,7 +208,7 @@ unsigned int ERCString::hash(caseCompare how) const {
     }
     if (at == end()) return h;
     unsigned int rest = 0;
-    for (; at != end(); ++at) // signed bytes: intended
+    for (; at != end(); ++at) // signed bytes: part of the contract
         rest = rest << 8 | static_cast<unsigned int>(static_cast<signed char>(*at));
     return std::rotl(h, 5) ^ rest;
 }

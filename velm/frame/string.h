@@ -13,15 +13,15 @@
 class ERCRegexp;
 class ERCSubString;
 
-/// The body of a text: the counts, then capacity + 1 characters, in one block. The character behind
+/// The body of a text: the counts, then capacity + 1 characters, in one block. The character after
 /// the text is always a NUL.
 class VELM_API ERCStringRef : public ERReference {
 public:
-    /// A body without text, with one reference.
+    /// An empty body with one reference.
     static ERCStringRef* getRep(int capacity, int length);
     /// The body that all empty texts share.
     static ERCStringRef* empty();
-    /// Lets one reference go.
+    /// Releases one reference.
     static void release(ERCStringRef* body);
 
     char* data() { return reinterpret_cast<char*>(this + 1); }
@@ -37,7 +37,7 @@ private:
 };
 static_assert(sizeof(ERCStringRef) == 12);
 
-/// Asks a constructor of ERCString for an empty text with room for so many characters.
+/// Asks a constructor of ERCString for an empty text with room for that many characters.
 class ERSize_T {
 public:
     explicit constexpr ERSize_T(int n) : size(n) {}
@@ -50,8 +50,8 @@ private:
 /// A text of bytes, NUL bytes included. Copies share the body until one of them is written. All
 /// character operations see unsigned bytes; case means the ASCII letters alone, in every locale.
 ///
-/// Positions beyond the text are taken as its end, lengths below zero as zero. Where nothing is
-/// found a position is -1 and a substring is null. A null pointer is the empty text.
+/// Positions beyond the text are taken as its end, lengths below zero as zero. If nothing is found,
+/// a position is -1 and a substring is null. A null pointer is the empty text.
 class VELM_API ERCString {
 public:
     enum caseCompare { exact, ignoreCase };
@@ -85,7 +85,7 @@ public:
     const char* begin() const { return data(); }
     const char* end() const { return data() + length(); }
 
-    /// The index is not checked. The first form makes the text its own first; the reference is good
+    /// The index is not checked. The first form detaches the text first; the reference is valid
     /// until the text is copied or changed otherwise.
     char& operator[](std::integral auto i) { return own()[i]; }
     char operator[](std::integral auto i) const { return data()[i]; }
@@ -97,10 +97,10 @@ public:
     int first(const char* any_of) const;
     int last(char c) const;
     int contains(const char* text, caseCompare compare = exact) const;
-    /// The first place of the text at or behind start.
+    /// The first place of the text at or after start.
     int index(const char* text, int start = 0, caseCompare compare = exact) const;
     int index(const ERCRegexp& pattern, int start = 0) const;
-    /// The same with the length of the match, which is 0 where there is none.
+    /// The same with the length of the match, 0 if there is none.
     int index(const ERCRegexp& pattern, int* matchLength, int start = 0) const;
     /// 1, 0 or -1: the bytes of the shorter text decide, then the lengths.
     int compareTo(const ERCString& other, caseCompare compare = exact) const;
@@ -109,11 +109,11 @@ public:
     /// equal for texts that differ only in case.
     unsigned int hash(caseCompare compare = exact) const;
 
-    /// The place of a text or a pattern, or a range, as a part that can be written to.
+    /// The place of a text or a pattern, or a range, as a writable part.
     ERCSubString subString(const char* text, int start = 0, caseCompare compare = exact);
     ERCSubString operator()(int start, int extent);
     ERCSubString operator()(const ERCRegexp& pattern, int start = 0);
-    /// The text without the character at its start, its end or both; null when nothing remains.
+    /// The text without the character at its start, its end or both; null if nothing remains.
     ERCSubString strip(stripType type = trailing, char c = ' ');
     const ERCSubString subString(const char* text, int start = 0,
                                  caseCompare compare = exact) const;
@@ -143,21 +143,21 @@ public:
     ERCString& replace(int at, int n, const ERCString& text) {
         return replace(at, n, text.data(), text.length());
     }
-    /// What the pattern matches, once or everywhere.
+    /// Replaces the matches of the pattern, the first or all.
     ERCString& replace(const ERCRegexp& pattern, const ERCString& text, scopeType scope = one);
     ERCString& operator+=(const char* text) { return append(text); }
     ERCString& operator+=(char c) { return append(c); }
     ERCString& operator+=(const ERCString& text) { return append(text); }
     void toLower();
     void toUpper();
-    /// Cuts the text or fills it up with blanks.
+    /// Cuts the text, or pads it with blanks.
     void resize(int n);
     /// Sets the capacity and returns it. Below the length, nothing changes.
     int capacity(int n);
     /// The same text with a body of its own.
     ERCString copy() const { return ERCString(data(), length()); }
 
-    // ---- text input: replaces the text; the stream's state tells how it went ----
+    // ---- text input: replaces the text; the stream's state reports the outcome ----
 
     std::istream& readFile(std::istream& in);                    ///< to the end
     std::istream& readLine(std::istream& in, int skipWhite = 1); ///< a line, without its end
@@ -168,7 +168,7 @@ public:
     // ---- files: the length as an int, then the bytes, without a NUL ----
 
     void saveOn(ERFile& file) const;
-    /// 1, or 0 for a record that is damaged or cut short; the text stays as it is then.
+    /// 1, or 0 for a record that is damaged or cut short; the text is then unchanged.
     int restoreFrom(ERFile& file);
     unsigned int binaryStoreSize() const { return 4u + static_cast<unsigned int>(length()); }
 
@@ -176,13 +176,13 @@ public:
     /// of 15.
     static int adjustCapacity(int n);
     static int getMaxWaste() { return 15; }
-    /// Gives its argument back and changes nothing: intended.
+    /// Returns its argument and changes nothing: part of the contract.
     static int maxWaste(int n) { return n; }
 
 private:
     friend class ERCSubString;
 
-    /// Makes the text this object's own with room for n characters.
+    /// Detaches the text, with room for n characters.
     void cow(int n);
     void clone(int capacity);
     char* own() {
@@ -193,8 +193,8 @@ private:
     ERCStringRef* body;
 };
 
-/// A range of a text, from which it is read and by which it is written to; good as long as the text
-/// lives and the range lies in it. A null substring reads as empty and takes no assignment.
+/// A range of a text, for reading and writing; valid as long as the text lives and contains the
+/// range. A null substring reads as empty and takes no assignment.
 class VELM_API ERCSubString {
 public:
     int start() const { return begin; }
@@ -204,7 +204,7 @@ public:
     std::string_view view() const;
     char operator()(int i) const { return view()[static_cast<std::size_t>(i)]; }
 
-    /// Replaces the range in the text; it then covers what was put there.
+    /// Replaces the range in the text; it then covers the replacement.
     ERCSubString& operator=(const char* replacement);
     ERCSubString& operator=(const ERCString& replacement);
     void toLower();

@@ -22,7 +22,7 @@ constexpr std::size_t cache_byte_limit = 0x1FA000;
 constexpr std::size_t cache_count_limit = 10000;
 
 constinit CThreadLocalObject thread_data_slot;
-/// Held while a record is made: its pools take their sizes from one shared counter.
+// Held while a record is made: its pools take their sizes from one shared counter.
 constinit Concurrency::critical_section threadDataLock;
 
 velmThreadLocalData* data_from_slot() {
@@ -50,7 +50,7 @@ CNoTrackObject* MakeVelmThreadLocalData() {
     return data.release();
 }
 
-// The child of a fork has one thread: a lock that another one held would never be given back.
+// The child of a fork has one thread: a lock held by another one would never be released.
 void velmThreadLocalData::before_fork() {
     threadDataLock.lock();
     ERMemPool::hold_hand_over();

@@ -1,4 +1,4 @@
-// velmThreadLocalData: what the library keeps for each thread, and the functions that reach it.
+// velmThreadLocalData: the library's record of a thread, and the functions that reach it.
 #pragma once
 
 #include "velm/export.h"
@@ -8,18 +8,18 @@
 #include <cstddef>
 
 /// A thread's body cache, scratch buffer and small-block pools. It is made on the thread's first
-/// use of the library and goes when the thread ends; no other thread touches it.
+/// use of the library and deleted when the thread ends; no other thread touches it.
 class VELM_API velmThreadLocalData : public CNoTrackObject {
 public:
     velmThreadLocalData(const velmThreadLocalData&) = delete;
     velmThreadLocalData& operator=(const velmThreadLocalData&) = delete;
     ~velmThreadLocalData() override;
 
-    ERVecRepCache* repCache = nullptr; // null again while the record is torn down
+    ERVecRepCache* repCache = nullptr; // null again during the record's destruction
     ERVecRep* scratchRep = nullptr;
-    std::size_t scratchCapacity = 0; // bytes that scratchRep was last requested at
+    std::size_t scratchCapacity = 0; // bytes of the last request for scratchRep
     QuickAlgebra::ERMatrix<double>* identityMatrix = nullptr;
-    /// Deletes identityMatrix, whose class this floor doesn't know; set together with it.
+    /// Deletes identityMatrix, whose class is unknown on this floor; set together with it.
     void (*deleteIdentityMatrix)(QuickAlgebra::ERMatrix<double>*) = nullptr;
     ERMemPool* fastPools = nullptr; // 49: FastAllocate's index runs from 0 to 48
 
@@ -35,10 +35,10 @@ private:
 VELM_API CNoTrackObject* MakeVelmThreadLocalData();
 
 /// The thread's buffer of n doubles, not cleared. It is overwritten by the next call in the thread
-/// and may move then: it must not be held across anything that may use it.
+/// and may move then: don't hold it across a call that may use it.
 VELM_API double* GetThreadScratch(int n);
 
-/// The thread's 3 x 3 identity matrix, made on first use and gone with the thread. Defined with the
+/// The thread's 3 x 3 identity matrix, made on first use, deleted with the thread. Defined with the
 /// matrices, in numerics/thread_identity_matrix.cpp.
 VELM_API const QuickAlgebra::ERMatrix<double>& GetThreadIdentityMatrix();
 

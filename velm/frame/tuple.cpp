@@ -15,7 +15,7 @@ struct Brackets {
     char open, close;
 };
 
-// Texts that hosts read: not to be changed.
+// Texts that hosts read: part of the contract.
 template <class Value>
 constexpr Brackets brackets = {'[', ']'};
 template <>
@@ -23,7 +23,7 @@ constexpr Brackets brackets<ERVector2D> = {'{', '}'};
 template <>
 constexpr Brackets brackets<ERVector3D> = {'<', '>'};
 
-/// A pole's last component is its weight, which stands apart.
+// A pole's last component is its weight, written separately.
 template <class Value>
 constexpr int coordinates = Value::components;
 template <>
@@ -31,7 +31,7 @@ constexpr int coordinates<ERPole2DH> = 2;
 template <>
 constexpr int coordinates<ERPole3DH> = 3;
 
-/// Writes numbers with the field width found at first and punctuation with a width of 1.
+// Writes numbers with the stream's field width at the start and punctuation with a width of 1.
 class TupleWriter {
 public:
     explicit TupleWriter(std::ostream& out) : out_(out), width_(out.width()) {}

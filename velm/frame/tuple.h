@@ -1,5 +1,5 @@
-// velm::detail::Tuple: what points, vectors and poles have in common, written once for all of them:
-// arithmetic component by component, exact comparison, text form, stored form.
+// velm::detail::Tuple: the common operations of points, vectors and poles: arithmetic component by
+// component, exact comparison, text form, stored form.
 #pragma once
 
 #include "velm/export.h"
@@ -9,11 +9,11 @@
 
 namespace velm::detail {
 
-/// Reads the text form of a Tuple; `value` stays as it is when the stream fails.
+/// Reads the text form of a Tuple; `value` is unchanged if the stream fails.
 template <class Value>
 VELM_API std::istream& read_tuple(std::istream& in, Value& value);
 
-/// Base of a value class of two to four doubles. `Value` offers
+/// Base of a value class of two to four doubles. `Value` has
 /// - `components`, the number of doubles,
 /// - `operator[](int)`, the component by its index,
 /// - `each(f)`, the value whose components are f(0), f(1), ...
@@ -62,7 +62,7 @@ public:
         value.printOn(out);
         return out;
     }
-    /// Reads the text form. Punctuation is skipped unchecked; on failure `value` stays as it is.
+    /// Reads the text form. Punctuation is skipped unchecked; on failure `value` is unchanged.
     friend std::istream& operator>>(std::istream& in, Value& value) {
         return read_tuple(in, value);
     }
@@ -91,7 +91,7 @@ constexpr bool components_within(const Value& a, const Value& b, double toleranc
     return true;
 }
 
-/// `flat` with `value` put in at `axis`; zeros for an axis out of range.
+/// `flat` with `value` inserted at `axis`; zeros for an axis out of range.
 template <class Lifted, class Flat>
 constexpr Lifted lift(const Flat& flat, int axis, double value) {
     if (axis < 0 || axis > 2) return Lifted();

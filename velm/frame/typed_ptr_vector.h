@@ -103,7 +103,7 @@ public:
         return *this;
     }
 
-    /// As many elements and the same ones, whatever the capacities.
+    /// The same number of elements and the same pointers, regardless of the capacities.
     friend bool operator==(const ERTPtrOrderedVector& a, const ERTPtrOrderedVector& b) {
         return std::equal(a.begin(), a.end(), b.begin(), b.end());
     }
@@ -128,7 +128,7 @@ public:
         (*this)[i] = element;
         ++count_;
     }
-    /// Takes the element at `i` out and returns it, 0 <= i < entries().
+    /// Removes the element at `i` and returns it, 0 <= i < entries().
     T* removeAt(int i) {
         assert(i >= 0 && i < count_);
         T* const element = (*this)[i];
@@ -152,7 +152,7 @@ private:
     int count_ = 0;
 };
 
-/// Elements ascend by `*a < *b`. An element equal to some that are there goes behind them.
+/// Elements ascend by `*a < *b`. A new element goes after those equal to it.
 template <class T>
 class ERTPtrSortedVector : public ERTPtrOrderedVector<T> {
 public:

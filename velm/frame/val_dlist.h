@@ -57,8 +57,8 @@ private:
     IsvElementIterator<Node> at_;
 };
 
-/// What the two lists share: it owns its nodes, copies are deep. Indices are not checked. Without
-/// memory for a node nothing is put in and std::bad_alloc thrown.
+/// The operations of both lists. A list owns its nodes; copies are deep. Indices are not checked.
+/// If there is no memory for a node, std::bad_alloc is thrown and the list is unchanged.
 template <class Node>
 class NodeDlist : protected ERTIsvDlist<Node> {
     using List = ERTIsvDlist<Node>;
@@ -113,7 +113,7 @@ public:
     /// Puts `value` at the index i, 0 <= i <= entries().
     void insertAt(int i, const Value& value) { List::insertAt(i, new Node(value)); }
 
-    /// Take the element out and return it; the list has one there.
+    /// Remove the element and return it; there must be one.
     Value get() { return release(List::get()); }
     Value removeLast() { return release(List::removeLast()); }
     Value removeAt(int i) { return release(List::removeAt(i)); }
@@ -122,7 +122,7 @@ public:
             delete first;
     }
 
-    /// The first index of an equal value, -1 when there is none. Values compare by `==`.
+    /// The first index of an equal value, -1 if there is none. Values compare by `==`.
     int index(const Value& value) const {
         int i = 0;
         for (const Value& held : *this) {
@@ -138,13 +138,13 @@ public:
             count += held == value;
         return count;
     }
-    /// Takes the first equal value out: 1 when there was one.
+    /// Removes the first equal value; returns 1 if there was one.
     int remove(const Value& value) {
         const int i = index(value);
         if (i >= 0) delete List::removeAt(i);
         return i >= 0;
     }
-    /// Takes all equal values out and returns how many there were. `value` may stand in the list.
+    /// Removes all equal values and returns their number. `value` may be an element of the list.
     int removeAll(const Value& value) {
         List removed;
         for (Node *node = List::first(), *next; node != nullptr; node = next) {
@@ -214,9 +214,10 @@ public:
         assert(isActive());
         return Cursor::key()->value;
     }
-    /// Puts `value` behind the cursor.
+    /// Inserts `value` after the cursor.
     void insertAfterPoint(const Value& value) { Cursor::insertAfterPoint(new Node(value)); }
-    /// Takes the element under the cursor out: 1 when there was one. The cursor falls back by one.
+    /// Removes the element under the cursor; returns 1 if there was one. The cursor goes back by
+    /// one.
     int remove() {
         Node* const gone = Cursor::remove();
         delete gone;
@@ -236,7 +237,7 @@ class ERTValDlist : public velm::detail::NodeDlist<ERTValDlink<T>> {
 
 public:
     using Base::Base;
-    /// The ends of a list that has one.
+    /// The first and the last value; the list must not be empty.
     T& first() { return this->at(0); }
     const T& first() const { return this->at(0); }
     T& last() { return this->at(this->entries() - 1); }

@@ -10,16 +10,16 @@
 #include <utility>
 
 /// Pairs of K and V. A key's bucket is `hashFunction(key) % buckets()`; keys in a bucket compare by
-/// `==` and stand in the order in which they came. A walk goes bucket by bucket. Copies are deep
-/// and keep the order. Results are 1 or 0.
+/// `==` and are in the order of insertion. A walk goes bucket by bucket. Copies are deep and keep
+/// the order. Results are 1 or 0.
 ///
-/// Each slot of the vector is null or a heap list, which stays when its last pair goes.
+/// Each slot of the vector is null or a heap list, which stays when its last pair is removed.
 template <class K, class V>
 class ERTValHashDictionary : public ERPtrVector {
 public:
     using HashFunction = unsigned int (*)(const K&);
 
-    /// A pair as it stands in its bucket, from the thread's pools. The key is not to be changed.
+    /// A pair in its bucket, from the thread's pools. The key must not be changed.
     struct Association : ERIsvSlink, ERMemoryPool {
         explicit Association(const K& k) : key(k), value() {}
         const K key;
@@ -51,7 +51,7 @@ public:
     private:
         friend class ERTValHashDictionary;
         explicit iterator(const ERTValHashDictionary& in) : in_(&in) { to_pair(); }
-        // From no place or a bucket's end on to the next pair, null behind the last.
+        // From no place or a bucket's end on to the next pair; null after the last.
         void to_pair() {
             while (link_ == nullptr || link_ == in_->list(bucket_)->tail_sentinel()) {
                 link_ = nullptr;
@@ -80,7 +80,7 @@ public:
         return *this;
     }
 
-    /// As vectors of slots, dictionaries are equal only to themselves: nobody means that.
+    /// Deleted: as vectors of slots, dictionaries would be equal only to themselves.
     friend bool operator==(const ERTValHashDictionary&, const ERTValHashDictionary&) = delete;
 
     int entries() const { return nbItems; }
@@ -93,7 +93,7 @@ public:
     iterator begin() const { return iterator(*this); }
     iterator end() const { return iterator(); }
 
-    /// The value of the key; a new key gets a default value, behind the others of its bucket.
+    /// The value of the key; a new key gets a default value, after the others of its bucket.
     V& operator[](const K& key) {
         Association* const present = search(hashIndex(key), key);
         return present != nullptr ? present->value : append(key);
@@ -101,7 +101,7 @@ public:
     void insertKeyAndValue(const K& key, const V& value) { (*this)[key] = value; }
 
     int contains(const K& key) const { return search(hashIndex(key), key) != nullptr; }
-    /// The key as it stands in the dictionary; outputs stay alone on 0.
+    /// The key as stored in the dictionary; outputs are unchanged on 0.
     int find(const K& key, K& found) const {
         Association* const pair = search(hashIndex(key), key);
         if (pair != nullptr) found = pair->key;
@@ -117,7 +117,7 @@ public:
         if (pair != nullptr) found = pair->key, value = pair->value;
         return pair != nullptr;
     }
-    /// 1 when the key was there and went. `key` may be the dictionary's own.
+    /// 1 if the key was there and has been removed. `key` may be the dictionary's own.
     int remove(const K& key) {
         const int bucket = hashIndex(key);
         Association* const pair = search(bucket, key);
@@ -127,7 +127,7 @@ public:
         --nbItems;
         return 1;
     }
-    /// All pairs go, the buckets stay.
+    /// Removes all pairs; the buckets stay.
     void clear() {
         delete_lists(*this);
         ERPtrVector::operator=(nullptr);
@@ -138,8 +138,8 @@ public:
             function(pair.key, pair.value, data);
     }
 
-    /// Another bucket count, 0 (or below) meaning 2: the pairs are entered anew in the order of a
-    /// walk. The same count changes nothing.
+    /// Changes the bucket count, 0 (or below) meaning 2: the pairs are entered again in the order
+    /// of a walk. The same count changes nothing.
     void resize(int bucket_count) {
         bucket_count = at_least_two(bucket_count);
         if (bucket_count == npts) return;
@@ -151,7 +151,7 @@ public:
     }
 
 protected:
-    /// Enters a key that is known not to be there.
+    /// Enters a key that is known to be new.
     V& append(const K& key) {
         const int bucket = hashIndex(key);
         if (list(bucket) == nullptr) array[bucket] = new ERIsvSlist;

@@ -59,7 +59,7 @@ public:
     const T* begin() const { return array.get(); }
     const T* end() const { return array.get() + npts; }
 
-    /// Changes the length; the first min(old, new) values stay, values beyond are default ones.
+    /// Changes the length; the first min(old, new) values stay, further values are default ones.
     void reshape(int n) {
         n = std::max(n, 0);
         if (n == npts) return;
@@ -109,7 +109,7 @@ public:
     int isEmpty() const { return count_ == 0; }
     T* end() { return this->begin() + count_; }
     const T* end() const { return this->begin() + count_; }
-    /// The ends of a vector that has one.
+    /// The first and the last value; the vector must not be empty.
     T& first() { return this->at(0); }
     const T& first() const { return this->at(0); }
     T& last() { return this->at(count_ - 1); }
@@ -117,7 +117,7 @@ public:
 
     void append(const T& value) { insertAt(count_, value); }
     void insert(const T& value) { append(value); }
-    /// Puts `value` before the one at `i`, 0 <= i <= entries(). It may be one of the vector's own.
+    /// Puts `value` before the one at `i`, 0 <= i <= entries(). It may be an element of the vector.
     void insertAt(int i, const T& value) {
         assert(i >= 0 && i <= count_);
         T copy(value);
@@ -126,7 +126,7 @@ public:
         (*this)[i] = std::move(copy);
         ++count_;
     }
-    /// Takes the value at `i` out and returns it, 0 <= i < entries().
+    /// Removes the value at `i` and returns it, 0 <= i < entries().
     T removeAt(int i) {
         assert(i >= 0 && i < count_);
         T value = std::move((*this)[i]);

@@ -17,7 +17,7 @@ using velm::detail::get_count;
 
 namespace {
 
-/// Values that are nothing but doubles stand in an archive as they stand in memory.
+// Values that are nothing but doubles are stored in an archive as they are in memory.
 template <class Value>
 CArchive& put_doubles(CArchive& archive, const Value& value) {
     static_assert(std::is_trivially_copyable_v<Value> && sizeof(Value) % sizeof(double) == 0);

@@ -18,7 +18,7 @@ namespace velm {
 template <class Value>
 concept ValueOfDoubles = std::derived_from<Value, detail::StoredValue<Value>>;
 
-/// A list of arrays that it does not own, as a document holds it.
+/// A list of arrays that it does not own.
 using PointArrayList = CList<QuickAlgebra::ERVec<ERPoint3D>*, QuickAlgebra::ERVec<ERPoint3D>*>;
 
 } // namespace velm
@@ -35,8 +35,8 @@ ERFile& operator>>(ERFile& file, Value& value) {
     return file;
 }
 
-// In a CArchive. A damaged archive gives a CArchiveException* and nothing else; the value that was
-// being read stays as it is.
+// In a CArchive. A damaged archive gives a CArchiveException* and nothing else; the value being
+// read is unchanged.
 
 VELM_API CArchive& operator<<(CArchive& archive, const ERPoint2D& point);
 VELM_API CArchive& operator>>(CArchive& archive, ERPoint2D& point);
@@ -50,13 +50,13 @@ VELM_API CArchive& operator<<(CArchive& archive, const ERMinimax3D& box);
 VELM_API CArchive& operator>>(CArchive& archive, ERMinimax3D& box);
 
 /// Two bytes: half the value, then 255 if it is odd and 1 if it is even. Reading takes an odd value
-/// only from a second byte of 0, which older documents have: what is odd comes back as the even
-/// value below it. Intended, a fixed property of the stream.
+/// only from a second byte of 0, which older documents have: an odd value comes back as the even
+/// value below it. Kept for file compatibility.
 VELM_API CArchive& operator<<(CArchive& archive, const ERMainDirection& direction);
 VELM_API CArchive& operator>>(CArchive& archive, ERMainDirection& direction);
 
 /// A count, then each array as a count of points and the points. A null pointer is stored as an
-/// empty array. Reading appends new arrays, which the caller deletes; those that were read before a
-/// failure stay in the list.
+/// empty array. Reading appends new arrays, which the caller deletes; those read before a failure
+/// stay in the list.
 VELM_API CArchive& operator<<(CArchive& archive, const velm::PointArrayList& arrays);
 VELM_API CArchive& operator>>(CArchive& archive, velm::PointArrayList& arrays);

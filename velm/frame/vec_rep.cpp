@@ -12,7 +12,7 @@
 using velm::detail::expose;
 using velm::detail::poison;
 
-/// Its capacity is 0: whoever wants to write needs a body of his own.
+// Its capacity is 0: a writer needs a body of its own.
 struct ERVecRep::EmptyBody {
     ERVecRep rep{1, 0, 0, storage};
     alignas(__STDCPP_DEFAULT_NEW_ALIGNMENT__) std::byte storage[64] = {};
@@ -82,7 +82,7 @@ void ERVecRep::initWithValue(const void* value, std::size_t elemBytes) {
     auto* const first = static_cast<std::byte*>(data_);
     std::size_t filled = std::min(elemBytes, length_);
     if (filled != 0) std::memcpy(first, value, filled);
-    while (filled < length_) { // doubling what is there
+    while (filled < length_) { // doubling the filled part
         const std::size_t bytes = std::min(filled, length_ - filled);
         std::memcpy(first + filled, first, bytes);
         filled += bytes;

@@ -13,7 +13,7 @@ using velm::detail::expose;
 using velm::detail::make_fresh;
 using velm::detail::poison;
 
-/// The free bodies of one capacity, linked through their data.
+// The free bodies of one capacity, linked through their data.
 struct ERVecRepCache::Entry : ERMemoryPool {
     std::size_t capacity;
     ERVecRep* chain = nullptr;
@@ -38,8 +38,8 @@ struct ERVecRepCache::Entry : ERMemoryPool {
     }
 };
 
-// The way of a body in and out is the hot path of every temporary array: the usual steps stand in
-// one piece without a call, and whatever is unusual leaves by one jump to a function of its own.
+// The way of a body in and out is the hot path of every temporary array: the usual steps are one
+// piece without a call, and every unusual case leaves by one jump to a function of its own.
 
 inline ERVecRepCache::Entry* ERVecRepCache::known_entry(std::size_t capacity) const noexcept {
     if (capacity > largestCached || capacity % index_step != 0) [[unlikely]]
@@ -96,7 +96,7 @@ std::size_t ERVecRep::adjustCapacity(std::size_t bytes) {
     return initialCapac + (excess + step - 1) / step * step;
 }
 
-// The storage begins right behind the header, aligned like the allocation.
+// The storage begins directly after the header, aligned like the allocation.
 static_assert(sizeof(ERVecRep) % __STDCPP_DEFAULT_NEW_ALIGNMENT__ == 0);
 
 ERVecRep* ERVecRep::allocate(std::size_t capacity) {
@@ -111,10 +111,10 @@ void ERVecRep::deallocate() {
     ::operator delete[](static_cast<void*>(this));
 }
 
-/// The capacity that most bodies have.
+// The capacity of most bodies.
 static constexpr std::size_t common_capacity = 64;
 
-/// Makes a body of a free one: its storage holds zeros, or nothing yet with noInit.
+// Makes a body of a free one: its storage is zero, or uninitialised with noInit.
 inline ERVecRep* ERVecRep::occupy(std::size_t bytes, int noInit) {
     void* const first = storage();
     data_ = first;

@@ -1,4 +1,4 @@
-// ERVecRepCache: a thread's freed array bodies, waiting to be used again.
+// ERVecRepCache: a thread's freed array bodies, kept for reuse.
 #pragma once
 
 #include "velm/export.h"
@@ -8,7 +8,7 @@
 
 /// The freed array bodies of one thread, by capacity. Bodies of more than largestCached bytes are
 /// never kept. A thread has one (velmThreadLocalData::repCache), and no other thread touches it.
-/// ERVecRep::getRep and ERVecRep::free, which work on it, are defined beside it.
+/// ERVecRep::getRep and ERVecRep::free, which work on it, are defined in the same source.
 class VELM_API ERVecRepCache {
 public:
     static constexpr std::size_t largestCached = 0x20000;
@@ -19,10 +19,10 @@ public:
     ERVecRepCache& operator=(const ERVecRepCache&) = delete;
     ~ERVecRepCache();
 
-    /// Gives all bodies to the allocator.
+    /// Returns all bodies to the allocator.
     void flush();
 
-    // State, to be read by others.
+    // State that others may read.
     std::size_t byteLimit;
     std::size_t countLimit;
     std::size_t cachedBytes = 0;
@@ -38,19 +38,19 @@ private:
     static constexpr std::size_t index_size = largestCached / index_step + 1;
 
     // Hands out a cached body of exactly this capacity and counts a hit; else counts a miss and
-    // returns null. The body's length and data are the caller's to set.
+    // returns null. The caller sets the body's length and data.
     ERVecRep* take(std::size_t capacity);
-    // Keeps a body, or gives it to the allocator if it is too large. A cache that is over one of
+    // Keeps a body, or returns it to the allocator if it is too large. A cache that is over one of
     // its limits is flushed first.
     void put(ERVecRep* body);
 
-    // The entry of a capacity, made where there is none yet; null for a capacity that is not kept
-    // and without memory for the entry.
+    // The entry of a capacity, made if there is none yet; null for a capacity that is not kept or
+    // if there is no memory for the entry.
     Entry* entry(std::size_t capacity) noexcept;
     Entry* find_or_make(std::size_t capacity) noexcept;
 
-    // The usual way: the entry of a capacity that is found without a search, else null; a body of
-    // an entry that has one; whether a limit is passed; a body into its entry.
+    // The usual steps: find the entry of a capacity without a search, else null; take a body of an
+    // entry that has one; test whether a limit is exceeded; put a body into its entry.
     Entry* known_entry(std::size_t capacity) const noexcept;
     ERVecRep* take_from(Entry* bodies);
     bool is_over() const;

@@ -10,7 +10,7 @@ namespace {
 
 using Length = std::int32_t;
 
-/// The body is given back whether the file falls short or throws.
+// The body is freed whether the file falls short or throws.
 struct Unread {
     ERVecRep* body;
     ~Unread() {

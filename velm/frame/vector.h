@@ -13,8 +13,8 @@ class ERMainDirection;
 
 namespace velm::detail {
 
-/// What a vector adds to the arithmetic of a Tuple. Dividing a vector by a number gives a point:
-/// intended.
+/// The operations of a vector beyond the arithmetic of a Tuple. Dividing a vector by a number gives
+/// a point: part of the contract.
 template <class Vector, class Point>
 class VELM_API VectorOperations : public Tuple<Vector, Point> {
 public:
@@ -23,7 +23,7 @@ public:
     /// The square of the length.
     constexpr double norme2() const { return dot_product<Vector::components>(self(), self()); }
 
-    /// Divides by the length; a vector of length exactly 0.0 stays as it is. No tolerance.
+    /// Divides by the length; a vector of length exactly 0.0 is unchanged. No tolerance.
     Vector& normalize() {
         Vector& v = static_cast<Vector&>(*this);
         const double length = norme();
@@ -118,7 +118,7 @@ public:
     friend constexpr ERVector3D operator^(const ERVector3D& a, const ERVector3D& b) {
         return {a.j_ * b.k_ - a.k_ * b.j_, a.k_ * b.i_ - a.i_ * b.k_, a.i_ * b.j_ - a.j_ * b.i_};
     }
-    /// Takes over the coordinates of `p`.
+    /// Copies the coordinates of `p`.
     constexpr ERVector3D& become_ERPoint3D(const ERPoint3D& p) { return *this = ERVector3D(p); }
     /// The vector of the plane without the component at `axis`; zeros for an axis out of range.
     constexpr ERVector2D castToVector2D(Coord3D axis) const {

@@ -46,7 +46,7 @@ void for_nodes(double from, double to, Visit visit) {
 
 } // namespace
 
-/// Cuts a curve into stretches whose ordinate rises or falls.
+// Cuts a curve into stretches whose ordinate rises or falls.
 class CurveEdge::Cutter {
 public:
     explicit Cutter(const PreparedCurve<2>& curve) {

@@ -143,7 +143,7 @@ std::optional<bool> lies_inside(const Contour& contour, const EdgeTree& other, d
     return std::nullopt;
 }
 
-/// The contours of an outline, of a size that suits every computation.
+// The contours of an outline, of a size that suits every computation.
 class Nesting {
 public:
     explicit Nesting(const Outline& outline) {

@@ -14,8 +14,8 @@ static_assert(std::endian::native == std::endian::little, "stored forms are litt
 
 class CFile;
 
-/// Stores to a file or loads from it, in one direction for its whole life, from the file's position
-/// on.
+/// Stores to a file or loads from it, starting at the file's position, in one direction for its
+/// whole life.
 ///
 /// Numbers have no tag: a BYTE, char or bool takes 1 byte, a WORD or short 2, a DWORD, int, long or
 /// float 4, a LONGLONG or double 8; a long that does not fit is saturated. Storing to an archive
@@ -26,24 +26,25 @@ class VELM_API CArchive {
 public:
     enum Mode { store = 0, load = 1, bNoFlushOnDelete = 2 };
 
-    /// The file is not owned and must stay open as long as the archive. A buffer of the caller's of
-    /// buffer_size bytes may be given; it is not owned either.
+    /// The file is not owned and must stay open as long as the archive. The caller may give a
+    /// buffer of buffer_size bytes; it is not owned either.
     CArchive(CFile* file, UINT mode, int buffer_size = 4096, void* buffer = nullptr);
     CArchive(const CArchive&) = delete;
     CArchive& operator=(const CArchive&) = delete;
-    /// Closes the archive, unless the mode forbids it; what goes wrong is not reported. Close()
-    /// reports it.
+    /// Closes the archive, unless the mode forbids it, without reporting failures; Close() reports
+    /// them.
     ~CArchive();
 
     bool IsLoading() const { return (mode_ & load) != 0; }
     bool IsStoring() const { return !IsLoading(); }
     CFile* GetFile() const { return file_; }
 
-    /// Writes what is held back, or, when loading, puts the file's position where loading stands.
+    /// Writes the buffered bytes or, when loading, moves the file's position to the next byte to be
+    /// loaded.
     void Flush();
-    /// Flushes and lets go of the file, which stays open. The archive can't be used afterwards.
+    /// Flushes and detaches from the file, which stays open. The archive can't be used afterwards.
     void Close();
-    /// Lets go of the file without flushing.
+    /// Detaches from the file without flushing.
     void Abort();
 
     /// Returns the number of bytes read: less than count only at the end of the file.
@@ -67,7 +68,7 @@ public:
     CArchive& operator<<(ULONGLONG value) { return put(value); }
     CArchive& operator<<(float value) { return put(value); }
     CArchive& operator<<(double value) { return put(value); }
-    /// Addresses are not stored; without this they would pass for bool.
+    /// Addresses are not stored; without this they would convert to bool.
     template <class T>
     CArchive& operator<<(T* address) = delete;
 
@@ -85,7 +86,7 @@ public:
     CArchive& operator>>(float& value) { return get(value); }
     CArchive& operator>>(double& value) { return get(value); }
 
-    /// Stores or loads bytes as they stand; a load that falls short throws.
+    /// Stores or loads bytes as they are; a load that falls short throws.
     void put_bytes(const void* bytes, std::size_t count);
     void get_bytes(void* bytes, std::size_t count);
     /// The bytes still to be loaded. A stored count is compared with it before anything is
@@ -125,5 +126,5 @@ private:
     char* buffer_;
     std::size_t size_;       // of the buffer, 0 when closed
     std::size_t filled_ = 0; // bytes in the buffer
-    std::size_t next_ = 0;   // when loading, the first byte not yet given out
+    std::size_t next_ = 0;   // when loading, the next byte to give out
 };

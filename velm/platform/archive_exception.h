@@ -1,4 +1,4 @@
-// CArchiveException, AfxThrowArchiveException: what went wrong with an archive.
+// CArchiveException, AfxThrowArchiveException: failures of an archive.
 #pragma once
 
 #include "velm/export.h"
@@ -16,7 +16,7 @@ public:
         readOnly,  ///< storing to an archive that loads
         endOfFile, ///< loading past the end
         writeOnly, ///< loading from an archive that stores
-        badIndex,  ///< a stored number that can't be right
+        badIndex,  ///< an impossible stored number
         badClass,
         badSchema
     };

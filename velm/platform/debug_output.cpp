@@ -18,7 +18,7 @@ struct DebugOutput {
     std::string kept;
 };
 
-/// Never destroyed: text may come from the destructors of static objects.
+// Never destroyed: text may come from the destructors of static objects.
 DebugOutput& debug_output() {
     static DebugOutput& output = *new DebugOutput;
     return output;

@@ -6,8 +6,8 @@
 #include <cstddef>
 
 /// Sends text to the debug output. It never reaches stdout or stderr: without a sink the text is
-/// kept for the first sink that a host sets, up to velm::debug_output_kept bytes; what comes after
-/// that is dropped. Any thread may call it; a null pointer is ignored.
+/// kept for the first sink that a host sets, up to velm::debug_output_kept bytes; text beyond that
+/// is dropped. Any thread may call it; a null pointer is ignored.
 VELM_API void OutputDebugStringA(const char* text);
 
 /// Formats like snprintf into at most 1024 bytes, the closing NUL included; longer text is cut.
@@ -23,11 +23,11 @@ namespace velm {
 /// Receives debug text, one call at a time. It must not throw.
 using DebugSink = void (*)(const char* text, void* context);
 
-/// The bytes kept while there has been no sink.
+/// The most bytes kept while no sink has been set.
 inline constexpr std::size_t debug_output_kept = 65536;
 
-/// Sets the receiver of debug text, null for none; the first real sink gets what was kept before
-/// it. The context is handed through and not owned.
+/// Sets the receiver of debug text, null for none; the first real sink gets the text kept until
+/// then. The context is passed on and not owned.
 VELM_API void set_debug_sink(DebugSink sink, void* context = nullptr);
 
 } // namespace velm

@@ -8,8 +8,8 @@
 
 class CObject;
 
-/// Writes text to a file, to a standard stream or, when made from nothing, to the debug output.
-/// The target is not owned and must outlive the context. Numbers are written in full precision and
+/// Writes text to a file, to a standard stream or, if default-constructed, to the debug output. The
+/// target is not owned and must outlive the context. Numbers are written in full precision and
 /// never through a locale.
 class VELM_API CDumpContext {
 public:

@@ -56,7 +56,8 @@ private:
     std::vector<T> elements_;
 };
 
-/// Sorts so that before(a, b) holds for no later a and earlier b; equal elements in no order.
+/// Sorts so that before(a, b) holds for no later a and earlier b; equal elements in no particular
+/// order.
 template <class T, class Before>
 void coQuickSort(T* elements, int count, Before before) {
     if (count > 1) std::sort(elements, elements + count, before);

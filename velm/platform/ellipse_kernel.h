@@ -1,5 +1,5 @@
-// tqkEllipse2, tqkCurvePoint2, tqkCurvePointList2: the nearest points of an ellipse, as a host's
-// kernel library gives them. Defined in wireframe/ellipse_kernel.cpp; a host that has the real
+// tqkEllipse2, tqkCurvePoint2, tqkCurvePointList2: the nearest points of an ellipse, with the names
+// of a host's kernel library. Defined in wireframe/ellipse_kernel.cpp; a host that has the real
 // kernel swaps this header.
 #pragma once
 
@@ -12,7 +12,7 @@ struct VELM_API tqkCurvePoint2 {
     double parameter = 0.0;
 };
 
-/// The points that a query gives: at most two, kept in place.
+/// The points found by a query: at most two, kept in place.
 class VELM_API tqkCurvePointList2 {
 public:
     int size() const { return count_; }
@@ -36,20 +36,20 @@ private:
 /// makes it a segment, both a point.
 class VELM_API tqkEllipse2 {
 public:
-    /// What global_closest_point found. The values are fixed; 2, 3 and 4 are answers.
+    /// The result of global_closest_point. The values are fixed; 2, 3 and 4 are answers.
     enum status {
-        closest_invalid = 0, ///< a NaN or an infinity came in: no points
+        closest_invalid = 0, ///< the query has a NaN or an infinity: no points
         closest_unique = 2,
         closest_two = 3, ///< two points are equally near, the one with the greater y (x) first
-        closest_everywhere = 4 ///< the centre of a circle: the point of parameter 0 stands for all
+        closest_everywhere = 4 ///< the centre of a circle: the point of parameter 0 represents all
     };
 
     tqkEllipse2(double half_x, double half_y) : half_x_(half_x), half_y_(half_y) {}
 
     /// The points of the ellipse nearest to (x, y), with their parameters in (-pi, pi].
     ///
-    /// Each coordinate is right to a few units in its last place whatever the query and the shape:
-    /// the centre, the axes, the evolute and its cusps included, as long as the products of the
+    /// Each coordinate is right to a few units in its last place for every query and shape, the
+    /// centre, the axes, the evolute and its cusps included, as long as the products of the
     /// lengths, taken against the largest of them, do not underflow. The Lagrange multiplier is
     /// measured from its pole on the shorter axis, so that points near the longer axis keep their
     /// digits; the one difference that cancels, next to the cusps, is formed in doubled precision

@@ -1,24 +1,24 @@
-// CException, CInvalidArgException, AfxThrowInvalidArgException: what the framework throws, by
-// pointer.
+// CException, CInvalidArgException, AfxThrowInvalidArgException: the framework's exceptions, thrown
+// by pointer.
 #pragma once
 
 #include "velm/export.h"
 #include "velm/platform/integer_types.h"
 #include "velm/platform/root_class.h"
 
-/// The base of all exceptions. They are made by new, thrown as a pointer, and given up by whoever
-/// catches them through Delete().
+/// The base of all exceptions. They are made by new and thrown as a pointer; the code that catches
+/// one releases it with Delete().
 class VELM_API CException : public CObject {
 public:
-    /// With auto_delete 0, Delete() leaves the object alone.
+    /// With auto_delete 0, Delete() keeps the object.
     explicit CException(BOOL auto_delete = 1) : m_bAutoDelete(auto_delete) {}
 
     void Delete() {
         if (m_bAutoDelete) delete this;
     }
 
-    /// Writes one sentence that says what happened, cut to size bytes with its NUL. Returns 0 when
-    /// there is nothing to say; the buffer is then the empty string.
+    /// Writes one sentence about what happened, cut to size bytes with its NUL. Returns 0 if there
+    /// is nothing to report; the buffer is then the empty string.
     virtual BOOL GetErrorMessage(char* buffer, UINT size) const;
 
     ~CException() override;
@@ -27,7 +27,7 @@ private:
     BOOL m_bAutoDelete;
 };
 
-/// An argument that can't be worked with.
+/// An unusable argument.
 class VELM_API CInvalidArgException : public CException {
 public:
     using CException::CException;

@@ -6,18 +6,18 @@
 #include "velm/platform/integer_types.h"
 #include "velm/platform/root_class.h"
 
-/// What tells one loaded library from another: any address within it.
+/// The identity of a loaded library: any address within it.
 using HINSTANCE = const void*;
 
 class CDynLinkLibrary;
 
-/// What an application or library keeps for the framework: the libraries that have joined it, the
+/// The framework's state of an application or library: the libraries that have joined it, the
 /// youngest first.
 struct AFX_MODULE_STATE {
     CDynLinkLibrary* m_libraryList = nullptr;
 };
 
-/// A library's own record.
+/// The record of a library.
 struct AFX_EXTENSION_MODULE {
     BOOL bInitialized = 0;
     HINSTANCE hModule = nullptr;

@@ -29,7 +29,7 @@ Failure os_failure(int os_error) {
     return {CFileException::OsErrorToException(os_error), os_error};
 }
 
-/// Why a name can't be opened: a missing file is told from a missing folder.
+// Why a name can't be opened: distinguishes a missing file from a missing folder.
 Failure open_failure(const char* name, int os_error) {
     if (os_error == ENOENT) {
         std::error_code ignored;
@@ -50,8 +50,8 @@ int open_retrying(const char* name, int flags) {
     return file;
 }
 
-/// Opens without emptying and without waiting. A file to be written is opened for reading too where
-/// that is allowed, as shared locks need it. Returns -1 with errno set.
+// Opens without emptying and without waiting. A file to be written is opened for reading too if
+// that is allowed, since shared locks need it. Returns -1 with errno set.
 int open_descriptor(const char* name, UINT flags) {
     int common = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     if ((flags & CFile::modeCreate) != 0) common |= O_CREAT;
@@ -69,7 +69,7 @@ Failure require_regular(int file) {
     return {};
 }
 
-/// The sharing of an open, and only then the emptying of what was there.
+// Takes the locks of an open, and only then empties the file if the flags ask for it.
 Failure take_over(int file, UINT flags) {
     Failure failure = require_regular(file);
     if (failure.cause == CFileException::none) {
@@ -260,7 +260,7 @@ void CFile::Rename(const char* old_name, const char* new_name) {
     if (::renameat2(AT_FDCWD, old_name, AT_FDCWD, new_name, RENAME_NOREPLACE) == 0) return;
     if (errno != ENOSYS && errno != EINVAL) CFileException::ThrowOsError(errno, old_name);
 #endif
-    // Where the system can't refuse an existing name by itself, it is looked for first.
+    // If the system can't refuse an existing name by itself, look for it first.
     struct stat found;
     if (::lstat(new_name, &found) == 0) CFileException::ThrowOsError(EEXIST, old_name);
     if (std::rename(old_name, new_name) < 0) CFileException::ThrowOsError(errno, old_name);

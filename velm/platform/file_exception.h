@@ -1,4 +1,4 @@
-// CFileException, AfxThrowFileException: what went wrong with a file.
+// CFileException, AfxThrowFileException: failures of a file.
 #pragma once
 
 #include "velm/export.h"

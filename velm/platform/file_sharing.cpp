@@ -1,6 +1,6 @@
-// For each right there are two bytes beyond the longest file: whoever uses the right holds the
-// first, whoever denies it holds the second. An opener takes its own bytes and then looks whether
-// anybody else holds the opposite ones: two that exclude each other can never both succeed. Shared
+// For each right there are two bytes beyond the longest file: a user of the right holds the first,
+// an opener that denies it holds the second. An opener takes its own bytes and then looks whether
+// anyone else holds the opposite ones: of two that exclude each other at most one succeeds. Shared
 // locks let any number of like-minded openers in; an opener that both uses and denies a right takes
 // its two bytes exclusively in one step, so that of two such openers the first one wins.
 #include "velm/platform/detail/file_sharing.h"

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <utility>
 
-/// A text of bytes with a NUL behind it. A null pointer is the empty text.
+/// A text of bytes followed by a NUL. A null pointer is the empty text.
 class VELM_API CString {
 public:
     CString() = default;

@@ -9,14 +9,14 @@
 #include <utility>
 #include <vector>
 
-/// Values by key. A key offers == and co_hash(key), a DWORD that is the same for equal keys.
+/// Values by key. A key has == and co_hash(key), a DWORD that is the same for equal keys.
 ///
-/// Elements never move: a reference to a value stays good until its key is removed. The order of a
-/// walk is that of entering, except that the place of a removed key is taken by the next new one.
+/// Elements never move: a reference to a value stays valid until its key is removed. A walk goes in
+/// the order of insertion, except that the next new key takes the place of a removed one.
 ///
 /// Open addressing with linear probing and deletion by shifting back (Knuth, The Art of Computer
 /// Programming 3, 6.4 algorithm R), half full at most. Slots keep the hash, so that a probe touches
-/// a key only where all 32 bits agree.
+/// a key only if all 32 bits agree.
 template <class Key, class Value>
 class coTable {
     struct Entry {
@@ -49,7 +49,7 @@ public:
     std::size_t size() const { return static_cast<std::size_t>(length()); }
     bool empty() const { return length() == 0; }
 
-    /// The value of a key, which is entered with a default value where it is new.
+    /// The value of a key; a new key is entered with a default value.
     Value& operator[](const Key& key) {
         if (2 * (size() + 1) > slots_.size()) grow();
         const DWORD hash = co_hash(key);
@@ -57,7 +57,7 @@ public:
         if (slot.entry < 0) slot = {hash, enter(key)};
         return entries_[slot.entry].value;
     }
-    /// The value of a key, or a default one; nothing is entered.
+    /// The value of a key, or a default value; nothing is entered.
     const Value& read(const Key& key) const {
         static const Value none{};
         const Value* const found = find(key);
@@ -70,7 +70,7 @@ public:
         return entry >= 0 ? &entries_[entry].value : nullptr;
     }
     bool member(const Key& key) const { return find(key) != nullptr; }
-    /// Returns whether there was such a key.
+    /// Returns whether the key was there.
     bool remove(const Key& key) {
         if (slots_.empty()) return false;
         const std::size_t place = place_of(key, co_hash(key));
@@ -119,7 +119,7 @@ private:
         entries_[entry].used = true;
         return entry;
     }
-    /// Frees a slot and moves back what was pushed on by it.
+    /// Frees a slot and moves back the entries that it had displaced.
     void close_gap(std::size_t gap) {
         for (std::size_t place = after(gap); slots_[place].entry >= 0; place = after(place)) {
             const std::size_t home = home_of(slots_[place].hash);
@@ -158,7 +158,7 @@ public:
     explicit coTableIterator2(coTable<Key, Value>& table) : walk_(table.entries_) { skip_free(); }
 
     explicit operator bool() const { return static_cast<bool>(walk_); }
-    /// The value of the element, which there must be.
+    /// The value of the element; the walk must be on one.
     Value& operator()() const { return walk_().value; }
     /// Its key.
     const Key& index() const { return walk_().key; }

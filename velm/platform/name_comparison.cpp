@@ -8,7 +8,7 @@ bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 constexpr int sign(int n) { return (n > 0) - (n < 0); }
 
-/// Takes the first character off a text that is not empty and gives its code.
+// Removes the first character of a text that is not empty and returns its code.
 char32_t next_code(std::string_view& text) {
     const auto byte = [&text](std::size_t n) { return static_cast<BYTE>(text[n]); };
     const auto take = [&text](std::size_t n, char32_t code) {
@@ -29,7 +29,7 @@ char32_t next_code(std::string_view& text) {
     return stray ? take(1, lead) : take(length, code);
 }
 
-/// Takes the run of digits off and gives it without its leading zeros.
+// Removes the leading run of digits and returns it without leading zeros.
 std::string_view next_number(std::string_view& text) {
     const auto end = std::find_if_not(text.begin(), text.end(), is_digit);
     std::string_view run = text.substr(0, static_cast<std::size_t>(end - text.begin()));

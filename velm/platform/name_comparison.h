@@ -7,8 +7,8 @@
 
 #include <string_view>
 
-/// FNV-1a of 32 bits (Fowler, Noll, Vo; RFC 9923). A text may be hashed in pieces, each from the
-/// hash of what stands before it.
+/// FNV-1a of 32 bits (Fowler, Noll, Vo; RFC 9923). A text may be hashed in pieces, each starting
+/// from the hash of the pieces before it.
 constexpr DWORD hxu_fnv1a_hash(std::string_view bytes, DWORD hash = 0x811C9DC5) {
     for (const char byte : bytes)
         hash = (hash ^ static_cast<BYTE>(byte)) * 0x01000193u;
@@ -20,10 +20,10 @@ struct VELM_API hxuLogicalStringEquals {
     constexpr bool operator()(std::string_view a, std::string_view b) const { return a == b; }
 };
 
-/// Orders names as people do: a run of the digits 0 to 9 counts by its value, whatever its length
-/// and its leading zeros, everything else by its code. Names are UTF-8; a byte that is no part of a
-/// well-formed sequence stands for the code of its own value. Names that are alike so far are
-/// ordered by their bytes, so that only equal names compare equal.
+/// Orders names as people do: a run of the digits 0 to 9 counts by its value, regardless of its
+/// length and leading zeros, everything else by its code. Names are UTF-8; a byte that is not part
+/// of a well-formed sequence counts as the code of its own value. Names that are equal by these
+/// rules are ordered by their bytes, so that only equal names compare equal.
 struct VELM_API hxuLogicalStringCompare {
     /// -1, 0 or 1.
     int operator()(std::string_view a, std::string_view b) const;

@@ -14,14 +14,14 @@
 #include <memory>
 #include <utility>
 
-/// What a container tells about itself.
+/// The description that a container gives of itself.
 struct VELM_API coFeature {
     const char* container;
     const char* element;
     int element_size;
 };
 
-/// An array in blocks of 2^shift elements. Growing never moves an element: references stay good
+/// An array in blocks of 2^shift elements. Growing never moves an element: references stay valid
 /// until the element's block is freed. New elements are default ones. Indices are not below 0.
 template <class T>
 class coPageArr {
@@ -69,7 +69,7 @@ public:
     coPageArr(const coPageArr& other, utCopyTag) : coPageArr(other.shift_) { copy(other); }
     coPageArr(const coPageArr& other) : coPageArr(other, utCopy) {}
     coPageArr(coPageArr&& other) noexcept : coPageArr(other.shift_, 0) { swap(other); }
-    /// Takes over the elements and the size of the blocks.
+    /// Takes the elements and the block size of another array.
     coPageArr& operator=(coPageArr other) noexcept {
         swap(other);
         return *this;
@@ -88,7 +88,7 @@ public:
     /// Blocks hold 2 to the power of this.
     int shift() const { return shift_; }
 
-    /// Grows up to the index where it is beyond the end.
+    /// Grows up to the index if that is beyond the end.
     T& operator[](int index) {
         if (index >= length_) set_length(index + 1);
         return element(index);
@@ -109,16 +109,15 @@ public:
         set_length(first + std::max(count, 0));
         return first;
     }
-    /// Makes the blocks for that many elements; the length stays.
+    /// Makes the blocks for that many elements; the length is unchanged.
     void reserve(int count) {
         while (blocks_.length() << shift_ < count)
             blocks_.append(std::make_unique<T[]>(block_size()));
     }
 
-    /// With 0 only the length goes, and the blocks stay for later; otherwise they are freed.
+    /// With 0 only the length becomes 0 and the blocks are kept; otherwise they are freed.
     void clear(int free_blocks = 1) { shrink(0, free_blocks); }
-    /// Drops the elements from that length on; blocks wholly beyond it are freed unless asked for
-    /// with 0.
+    /// Drops the elements from that length on; blocks wholly beyond it are freed except with 0.
     void shrink(int length, int free_blocks) {
         length_ = std::clamp(length, 0, length_);
         if (free_blocks == 0) return;
@@ -126,20 +125,21 @@ public:
         made_ = std::min(made_, blocks_.length() << shift_);
     }
 
-    /// Takes the elements of another array; the size of the blocks stays.
+    /// Takes the elements of another array; this one's block size is kept.
     void copy(const coPageArr& other) {
         if (this == &other) return;
         length_ = 0;
         set_length(other.length_);
         std::copy(other.begin(), other.end(), begin());
     }
-    /// Puts count values at an index and behind it, growing as needed. The values are not elements.
+    /// Puts count values at an index and after it, growing as needed. The values must not be
+    /// elements.
     void copyin(int index, const T* values, int count) {
         if (count <= 0) return;
         if (index + count > length_) set_length(index + count);
         std::copy(values, values + count, iterator(this, index));
     }
-    /// Gives up to count elements from an index on; returns how many there were.
+    /// Copies up to count elements from an index on; returns their number.
     int copyout(int index, T* values, int count) const {
         const int there = std::clamp(length_ - index, 0, std::max(count, 0));
         std::copy(const_iterator(this, index), const_iterator(this, index + there), values);
@@ -149,8 +149,8 @@ public:
         for (int low = 0, high = length_ - 1; low < high; ++low, --high)
             std::swap(element(low), element(high));
     }
-    /// Where all elements fit in one block: moves them to a block of the least size that holds
-    /// them. The one operation after which elements stand elsewhere.
+    /// If all elements fit in one block: moves them to a block of the least size that holds them.
+    /// The only operation that moves elements.
     void repaginate() {
         if (size() >= block_size()) return;
         int shift = 0;
@@ -196,7 +196,7 @@ public:
     explicit coPageArrIterator(coPageArr<T>& array) : array_(&array) { do_first(); }
 
     explicit operator bool() const { return at_ < array_->length(); }
-    /// The element, which there must be.
+    /// The element; the walk must be on one.
     T& operator()() const { return *element_; }
     int index() const { return at_; }
     void do_first() { stand_at(0); }

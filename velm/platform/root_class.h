@@ -7,15 +7,15 @@
 
 class CObject;
 
-/// One record per class: its name, size and stored version, how to make an instance and where its
-/// base's record is. An aggregate, so that a static record needs no code to run at load.
+/// One record per class: its name, size and stored version, how to make an instance, and its base's
+/// record. An aggregate, so that a static record needs no code to run at load.
 struct VELM_API CRuntimeClass {
     const char* m_lpszClassName;
     int m_nObjectSize;
     UINT m_wSchema; ///< 0xFFFF for a class that is not stored by class
     CObject* (*m_pfnCreateObject)();
     CRuntimeClass* (*m_pfnGetBaseClass)();
-    CRuntimeClass* m_pNextClass; ///< the next class made known by AfxClassInit
+    CRuntimeClass* m_pNextClass; ///< the next class entered by AfxClassInit
 
     /// A new instance owned by the caller, or null if the class can't be made this way.
     CObject* CreateObject() const;

@@ -1,4 +1,4 @@
-// stoSchemaObject, stoClass: what the host's schema tells about its classes.
+// stoSchemaObject, stoClass: the classes of a host's schema.
 #pragma once
 
 #include "velm/export.h"
@@ -6,7 +6,7 @@
 
 #include <utility>
 
-/// Anything that the schema names.
+/// Anything named in the schema.
 class VELM_API stoSchemaObject {
 public:
     explicit stoSchemaObject(utString name) : name_(std::move(name)) {}

@@ -1,4 +1,4 @@
-// utRef: a reference that shares what it refers to with its copies.
+// utRef: a reference that shares its object with its copies.
 #pragma once
 
 #include "velm/export.h"
@@ -11,7 +11,7 @@ template <class T>
 class utRef {
 public:
     utRef() = default;
-    /// Takes the object over; null for none.
+    /// Takes ownership of the object; null for none.
     explicit utRef(T* object) : object_(object) {}
 
     T* get() const { return object_.get(); }

@@ -31,7 +31,7 @@ StackRoom StackRoom::of_this_thread() {
 }
 
 bool StackRoom::is_in_use(const void* address) {
-    // Stacks grow down. What is below this frame may be anything where the stack has no limit.
+    // Stacks grow down. Without a limit of the stack, the memory below this frame may be anything.
     return std::less_equal<>()(__builtin_frame_address(0), address) &&
            of_this_thread().holds(address);
 }

@@ -1,4 +1,4 @@
-// tqkSurf, tqkSurfPtr: a surface of the host's kernel library, as others hold it.
+// tqkSurf, tqkSurfPtr: a surface of the host's kernel library, and a shared pointer to one.
 #pragma once
 
 #include "velm/export.h"

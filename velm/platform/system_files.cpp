@@ -9,9 +9,9 @@ namespace {
 
 constinit SystemFiles* replacement = nullptr;
 
-/// Locks of the open file description: they vary by byte range and tell readers from writers,
-/// belong to the descriptor and not to the process, and outlast the closing of another descriptor
-/// of the same file.
+// Locks of the open file description: they apply to byte ranges, distinguish readers from writers,
+// belong to the descriptor and not to the process, and outlast the closing of another descriptor
+// of the same file.
 struct flock byte_range(off_t first, off_t count, bool exclusive) {
     struct flock range = {};
     range.l_type = static_cast<short>(exclusive ? F_WRLCK : F_RDLCK);
@@ -51,7 +51,7 @@ int SystemFiles::truncate(int file, off_t length) { return ::ftruncate(file, len
 
 off_t SystemFiles::next_data(int file, off_t offset) {
 #if defined(SEEK_DATA)
-    return ::lseek(file, offset, SEEK_DATA); // reading and writing give their offsets themselves
+    return ::lseek(file, offset, SEEK_DATA); // read and write pass their own offsets
 #else
     static_cast<void>(file);
     return offset;

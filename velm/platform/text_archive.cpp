@@ -11,7 +11,7 @@ namespace {
 
 constexpr DWORD null_text = 0xFFFFFFFF;
 
-/// The stored length of a text, nothing for a null one. Never beyond the archive's end.
+// The stored length of a text, nothing for a null text. Never beyond the archive's end.
 std::optional<DWORD> get_length(CArchive& archive) {
     DWORD length;
     archive >> length;

@@ -10,12 +10,12 @@ VELM_API CArchive& operator<<(CArchive& archive, const char* text);
 inline CArchive& operator<<(CArchive& archive, char* text) {
     return archive << static_cast<const char*>(text);
 }
-/// Gives a new block with the bytes and a NUL, which the caller deletes as an array, or null. The
-/// pointer is not read, and stays as it is when the archive throws. A length beyond the archive's
-/// end is a damaged archive.
+/// Sets the pointer to a new block with the bytes and a NUL, which the caller deletes as an array,
+/// or to null. The old pointer is not read, and is unchanged if the archive throws. A length beyond
+/// the archive's end is a damaged archive.
 VELM_API CArchive& operator>>(CArchive& archive, char*& text);
 
-/// The same form. What is read ends at the first NUL.
+/// The same form. The text read ends at the first NUL.
 inline CArchive& operator<<(CArchive& archive, const utString& text) {
     return archive << text.c_str();
 }

@@ -11,10 +11,10 @@ using velm::detail::thread_slots;
 
 std::atomic<int> slots_in_use{0};
 
-/// How many of the two owners have ended in this thread.
+// How many of the two owners have ended in this thread.
 constinit thread_local int owners_ended = 0;
 
-/// Owns objects of a thread.
+// Owns objects of a thread.
 class ThreadObjects {
 public:
     ThreadObjects() = default;
@@ -40,8 +40,8 @@ private:
     std::vector<int> order_; // of creation
 };
 
-/// Each is made when it is first asked for, so that the second comes to be only after the first
-/// ended: it takes what the destructors of a worker's other thread_local objects make.
+// Each is made when first used, so that the second is made only after the first has ended: it owns
+// the objects that the destructors of a worker's other thread_local objects make.
 ThreadObjects& owner() {
     if (owners_ended == 0) {
         thread_local ThreadObjects objects;

@@ -31,10 +31,10 @@ VELM_API extern constinit thread_local ThreadSlots thread_slots;
 
 } // namespace velm::detail
 
-/// A process-wide handle on an object that each thread has for itself.
+/// A process-wide handle on an object of which each thread has its own.
 ///
-/// The handle is for static storage: it needs no code at load, has no destructor and keeps its slot
-/// for the life of the process, so it may be used before and after any other static object.
+/// The handle is made for static storage: it needs no code at load, has no destructor and keeps its
+/// slot for the life of the process, so it may be used before and after any other static object.
 ///
 /// A thread's objects are destroyed when the thread ends, the youngest first; the slot still holds
 /// the object while its destructor runs and is empty afterwards. On the main thread that moment
@@ -47,14 +47,14 @@ public:
     CThreadLocalObject& operator=(const CThreadLocalObject&) = delete;
 
     /// This thread's object; on the first call in a thread the factory makes it. Null if the
-    /// factory gives null; whoever can't go on then calls AfxThrowInvalidArgException.
+    /// factory gives null; a caller that can't go on without it calls AfxThrowInvalidArgException.
     CNoTrackObject* GetData(CNoTrackObject* (*factory)()) {
         CNoTrackObject* const object = GetDataNA();
         return object != nullptr ? object : make(factory);
     }
 
-    /// This thread's object if it has one, else null: makes nothing. For what may run after the end
-    /// of the thread's objects.
+    /// This thread's object if it has one, else null: makes nothing. For code that may run after
+    /// the thread's objects have been destroyed.
     CNoTrackObject* GetDataNA() const {
         const int slot = slot_.load(std::memory_order_relaxed);
         const velm::detail::ThreadSlots& slots = velm::detail::thread_slots;

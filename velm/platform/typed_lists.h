@@ -12,12 +12,12 @@
 #include <unordered_map>
 #include <utility>
 
-struct __POSITION; // never defined: a POSITION is only handed back
+struct __POSITION; // never defined: a POSITION is opaque
 
-/// A place in a list or map, null for none. It stays good until its element is removed.
+/// A place in a list or map, null for none. It stays valid until its element is removed.
 using POSITION = __POSITION*;
 
-/// A doubly linked list of elements held by value; ARG is how elements are handed in.
+/// A doubly linked list of elements held by value; ARG is the type in which elements are passed in.
 template <class T, class ARG = const T&>
 class CList : public CObject {
     struct Node {
@@ -55,7 +55,7 @@ class CList : public CObject {
     };
 
 public:
-    /// The block size is a hint that this implementation has no use for.
+    /// The block size is a hint that this implementation ignores.
     explicit CList(LONGLONG /*block_size*/ = 10) {}
     CList(const CList&) = delete;
     CList& operator=(const CList&) = delete;
@@ -101,7 +101,8 @@ public:
     const T& GetAt(POSITION place) const { return node(place)->value; }
     void SetAt(POSITION place, ARG value) { node(place)->value = value; }
 
-    /// The first equal element behind the place, from the head for null; null if there is none.
+    /// The first equal element after the place, or from the head on for null; null if there is
+    /// none.
     POSITION Find(ARG value, POSITION after = nullptr) const {
         Node* n = after != nullptr ? node(after)->next : head_;
         while (n != nullptr && !(n->value == value))
@@ -200,14 +201,14 @@ public:
     auto end() const { return Walk<typename BASE::const_iterator>(BASE::end()); }
 };
 
-/// How CMap hashes a key that is handed in as ARG_KEY. A host specialises it for its own keys.
+/// How CMap hashes a key passed in as ARG_KEY. A host specialises it for its own keys.
 template <class ARG_KEY>
 UINT HashKey(ARG_KEY key) {
     const std::size_t hash = std::hash<std::remove_cvref_t<ARG_KEY>>()(key);
     return static_cast<UINT>(hash ^ (hash >> 16 >> 16));
 }
 
-/// Whether a stored key equals one that is looked for. A host specialises it likewise.
+/// Whether a stored key equals the one looked up. A host specialises it likewise.
 template <class KEY, class ARG_KEY>
 BOOL CompareElements(const KEY* stored, const ARG_KEY* wanted) {
     return *stored == *wanted;
@@ -238,7 +239,7 @@ public:
     void InitHashTable(UINT buckets, BOOL /*allocate_now*/ = 1) { table_.rehash(buckets); }
     UINT GetHashTableSize() const { return static_cast<UINT>(table_.bucket_count()); }
 
-    /// Returns 1 and the value, or 0 and leaves the value alone.
+    /// Returns 1 and sets the value, or 0 with the value unchanged.
     BOOL Lookup(ARG_KEY key, VALUE& value) const {
         const auto found = table_.find(key);
         if (found == table_.end()) return 0;
@@ -247,7 +248,7 @@ public:
     }
     VALUE& operator[](ARG_KEY key) { return table_[key]; }
     void SetAt(ARG_KEY key, ARG_VALUE value) { table_.insert_or_assign(key, value); }
-    /// Returns whether there was such a key.
+    /// Returns whether the key was there.
     BOOL RemoveKey(ARG_KEY key) { return table_.erase(key) != 0; }
     void RemoveAll() { table_.clear(); }
 

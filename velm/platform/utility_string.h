@@ -8,7 +8,7 @@
 #include <string_view>
 
 /// A text of bytes, or null: no text at all. Texts are never changed in place, so that copies share
-/// one, also across threads. Comparing goes by the bytes; a null string has none.
+/// one, across threads too. Comparing goes by the bytes; a null string has none.
 class VELM_API utString {
 public:
     utString() = default;
@@ -20,11 +20,11 @@ public:
     explicit utString(std::string_view text) : utString(std::string(text)) {}
 
     bool null() const { return text_ == nullptr; }
-    /// Whether there is no character, which a null string has none of.
+    /// Whether there is no character; true for a null string too.
     bool empty() const { return view().empty(); }
     int length() const { return static_cast<int>(view().size()); }
     char operator[](int n) const { return (*text_)[static_cast<std::size_t>(n)]; }
-    /// Null for a null string. Good as long as this string or a copy of it holds the text.
+    /// Null for a null string. Valid as long as this string or a copy of it holds the text.
     const char* c_str() const { return text_ != nullptr ? text_->c_str() : nullptr; }
     operator const char*() const { return c_str(); }
     std::string_view view() const {

@@ -9,7 +9,7 @@
 namespace velm::detail {
 
 /// A stored count of elements that take at least that many bytes each: never more than the archive
-/// still has room for, else a CArchiveException*. Elements of no bytes are not held against it.
+/// still has room for, else a CArchiveException*. Elements of no bytes are not limited.
 inline DWORD get_count(CArchive& archive, std::size_t least_bytes) {
     DWORD count;
     archive >> count;

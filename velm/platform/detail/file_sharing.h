@@ -15,9 +15,9 @@ struct Right {
     bool denies; ///< to everybody else
 };
 
-/// Takes the locks of an opener without waiting and keeps them until the descriptor is closed. What
-/// is denied by another is a sharingViolation; a file system without locks is a lockViolation
-/// unless nothing is denied.
+/// Takes the locks of an opener without waiting and keeps them until the descriptor is closed. A
+/// right that another opener denies is a sharingViolation; a file system without locks is a
+/// lockViolation unless nothing is denied.
 Failure hold_shares(int file, Right reading, Right writing);
 
 } // namespace velm::detail

@@ -1,10 +1,10 @@
-// velm::detail::poison and its kin: tell AddressSanitizer and valgrind which bytes of our pools,
-// cached array bodies and slack nobody may touch.
+// velm::detail::poison and its counterparts: mark the bytes of pools, cached array bodies and slack
+// that nobody may touch, for AddressSanitizer and valgrind.
 //
-// AddressSanitizer is told whenever the library is built with it. Valgrind is told in builds with
-// assertions where its header is found, and in others when VELM_VALGRIND is defined. Everywhere
-// else these functions are empty. The library's sources alone call them: an inline call in a header
-// would be decided by the host's build instead of the library's.
+// The marks exist for AddressSanitizer in every build with it, for valgrind in builds with
+// assertions if its header is found, and in other builds if VELM_VALGRIND is defined. Otherwise
+// these functions are empty. Only the library's sources call them: an inline call in a header would
+// depend on the host's build instead of the library's.
 #pragma once
 
 #include <cstddef>
@@ -53,7 +53,7 @@ inline void make_fresh([[maybe_unused]] const void* first, [[maybe_unused]] std:
 #endif
 }
 
-/// Reads a word that is poisoned between visits, such as the header in front of a pool's item.
+/// Reads a word that is poisoned between visits, such as the header before a pool's item.
 template <class Word>
 Word read_poisoned(const Word* word) {
     expose(word, sizeof(Word));

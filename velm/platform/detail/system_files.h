@@ -19,13 +19,13 @@ public:
     virtual int duplicate(int file);
     virtual ssize_t read(int file, void* buffer, std::size_t count, off_t offset);
     virtual ssize_t write(int file, const void* buffer, std::size_t count, off_t offset);
-    /// CFile keeps its position itself: a seek is announced here before it takes effect, and the
-    /// system has nothing to do.
+    /// CFile keeps its position itself: a seek is announced here before it takes effect; the system
+    /// itself does nothing.
     virtual int seek(int file, off_t offset);
     virtual int status(int file, struct stat* status);
     virtual int status_of(const char* path, struct stat* status);
     virtual int truncate(int file, off_t length);
-    /// The first offset from there on that is not in a hole.
+    /// The first offset, the given one or later, that is not in a hole.
     virtual off_t next_data(int file, off_t offset);
     virtual int synchronise(int file);
     virtual int remove(const char* path);
@@ -39,7 +39,7 @@ public:
 SystemFiles& system_files();
 
 /// Sets the operations for the whole process, null for the system's own; not while another thread
-/// uses a file. Returns what was set.
+/// uses a file. Returns the operations that were set before.
 SystemFiles* set_system_files(SystemFiles* operations);
 
 } // namespace velm::detail
