@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# demo.sh: installs what is missing, builds the library and velm-inspect, makes three parts with a
-# simulated probing, a blade, a link of arcs and a pressed panel, inspects them, keeps two of the
-# inspections in an object file, reports them again from it, and says where the reports and the
-# pictures are.
+# demo.sh: installs what is missing, builds the library and velm-inspect, makes parts with a
+# simulated probing, a blade as a polygon and as a NURBS curve, a link of arcs and a pressed panel,
+# inspects them, keeps two of the inspections in an object file, reports them again from it, and
+# says where the reports and the pictures are.
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install_packages.sh build
@@ -68,6 +68,8 @@ reopen() { # NUMBER NAME KIND...
 printf '\n$ cd %s\n' demo-output
 inspect report section blade.dat probed.csv --tolerance 0.05 --store parts.velm \
     --json report.json --csv report.csv --svg report.svg --html report.html
+inspect curve_report section blade_curve.txt curve.csv --tolerance 0.05 \
+    --json curve_report.json --csv curve_report.csv --svg curve_report.svg --html curve_report.html
 inspect link_report section link.txt link.csv --tolerance 0.03 \
     --frame 412.5 230 95  0.02 -0.01 1  4 3 0 --max-height 0.1 \
     --json link_report.json --csv link_report.csv --svg link_report.svg
@@ -78,11 +80,12 @@ reopen 1 report json csv svg html
 reopen 2 panel_report json csv html
 cat <<END
 
-The blade has a bow and a dent; the link, of lines and arcs and probed in space, a large end that
-is too large and a bore off its place, which is round; the panel, brought onto its nominal by the
-best fit, a dent and a burr on the edge of its hole.
-The pages:    $out/report.html and panel_report.html   (open them in a browser)
-The pictures: $out/report.svg and link_report.svg
-The reports:  $out/report.json, link_report.json, panel_report.json, and .csv, .txt
+The blade has a bow and a dent; as one NURBS curve it is worn at the leading edge and has a step
+where a second cut ends; the link, of lines and arcs and probed in space, a large end that is too
+large and a bore off its place, which is round; the panel, brought onto its nominal by the best fit,
+a dent and a burr on the edge of its hole.
+The pages:    $out/report.html, curve_report.html, panel_report.html   (open them in a browser)
+The pictures: $out/report.svg, curve_report.svg, link_report.svg
+The reports:  $out/report.json, curve_report.json, link_report.json, panel_report.json, and .csv, .txt
 The object file that keeps the blade and the panel: $out/parts.velm
 END

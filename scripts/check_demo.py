@@ -51,6 +51,45 @@ class Arc:
         return list(zip(points, points[1:]))
 
 
+class Spline:
+    """A curve of weights 1, by de Boor's recursion; distances by golden section on each stretch around
+    the nearest of many samples."""
+    samples = 4000
+
+    def __init__(self, degree, knots, poles):
+        self.degree, self.knots, self.poles = degree, knots, poles
+        low, high = knots[degree], knots[-degree - 1]
+        self.at = [low + (high - low) * i / self.samples for i in range(self.samples + 1)]
+        self.points = [self.point(t) for t in self.at]
+
+    def point(self, t):
+        p, k = self.degree, self.knots
+        span = max(i for i in range(p, len(self.poles)) if k[i] <= t and k[i] < k[i + 1])
+        d = self.poles[span - p:span + 1]
+        for level in range(1, p + 1):
+            for j in range(p, level - 1, -1):
+                i = span - p + j
+                a = (t - k[i]) / (k[i + p + 1 - level] - k[i])
+                d[j] = tuple((1 - a) * u + a * v for u, v in zip(d[j - 1], d[j]))
+        return d[p]
+
+    def distance(self, p):
+        distances = [math.dist(p, q) for q in self.points]
+        at = distances.index(min(distances))
+        low, high = self.at[max(0, at - 1)], self.at[min(self.samples, at + 1)]
+        golden = (math.sqrt(5) - 1) / 2
+        for _ in range(60):
+            a, b = high - golden * (high - low), low + golden * (high - low)
+            if math.dist(p, self.point(a)) < math.dist(p, self.point(b)):
+                high = b
+            else:
+                low = a
+        return math.dist(p, self.point((low + high) / 2))
+
+    def chords(self):
+        return list(zip(self.points, self.points[1:]))
+
+
 def read_vertices(path):
     """The edges of a run round the profile."""
     vertices = []
@@ -66,10 +105,16 @@ def read_vertices(path):
 
 
 def read_arcs(path):
-    """The edges of lines of M, L, A, Z and C."""
+    """The edges of lines of M, L, A, N, Z and C."""
     edges = []
     for line in path.read_text().splitlines()[1:]:
         letter, *fields = line.split()
+        if letter == "N":
+            degree, split = int(fields[0]), fields.index("poles")
+            poles = [float(field) for field in fields[split + 1:]]
+            edges.append(Spline(degree, [float(field) for field in fields[2:split]],
+                                list(zip(poles[::3], poles[1::3]))))
+            continue
         numbers = [float(field) for field in fields if not field.endswith("cw")]
         to = tuple(numbers[:2])
         if letter == "M":
@@ -183,6 +228,8 @@ def check_report(folder, probed, name, edges, frame=None):
         check.same(f"{row['id']}, distance", point["distance"], distance, 1e-12 * size)
         deviation = distance - float(row["diameter"]) / 2
         check.same(f"{row['id']}, deviation", point["deviation"], deviation, 1e-12 * size)
+        if "displaced" in row:  # by that much along the normal, with ten decimals
+            check.same(f"{row['id']}, displaced", point["deviation"], float(row["displaced"]), 2e-10)
         check.same(f"{row['id']}, in tolerance", point["in_tolerance"],
                    band["lower"] <= point["deviation"] <= band["upper"])
     check_summary(check, report["summary"], points)
@@ -283,6 +330,8 @@ def main():
     folder = pathlib.Path(sys.argv[1])
     frame = Frame([412.5, 230.0, 95.0, 0.02, -0.01, 1.0, 4.0, 3.0, 0.0])
     faults = check_report(folder, "probed.csv", "report", read_vertices(folder / "blade.dat"))
+    faults += check_report(folder, "curve.csv", "curve_report",
+                           read_arcs(folder / "blade_curve.txt"))
     faults += check_report(folder, "link.csv", "link_report", read_arcs(folder / "link.txt"), frame)
     faults += check_panel(folder) + check_bore(folder) + check_stored(folder)
     return 1 if faults else 0

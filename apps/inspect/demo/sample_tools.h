@@ -41,6 +41,13 @@ inline std::string number(double value, int decimals) {
     return {buffer.data(), result.ptr};
 }
 
+/// The shortest text that reads back as the same double.
+inline std::string shortest(double value) {
+    std::array<char, 40> buffer;
+    const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+    return {buffer.data(), result.ptr};
+}
+
 /// Write the nominal and the simulated probing of a sample.
 void write_blade(const std::string& folder);
 void write_link(const std::string& folder);
