@@ -10,6 +10,7 @@ namespace velm::inspect {
 struct OutputPaths {
     std::optional<std::string> json, csv, svg, html, store, archive;
     bool quiet = false; ///< no text on standard output
+    bool sync = false;  ///< the object file is with the disk at the end
 };
 
 } // namespace velm::inspect

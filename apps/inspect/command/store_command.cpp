@@ -14,16 +14,24 @@ constexpr const char* examples = "Examples:\n"
                                  "  velm-inspect store parts.velm --export objects\n"
                                  "      each object as a text in a new folder\n"
                                  "  velm-inspect store parts.velm --salvage rebuilt.velm\n"
-                                 "      a clean file with all that can be had of a damaged one\n";
+                                 "      a clean file with all that can be had of a damaged one\n"
+                                 "  velm-inspect store parts.velm --verify parts.digests\n"
+                                 "      whether each object is as it was: the digests come from\n"
+                                 "      --digest parts.digests\n";
 
 constexpr Flag check_flag{"--check", "Walks everything and names each fault with its\n"
                                      "offset; exits with 3 if there is one"};
 constexpr Flag orphans_flag{"--orphans", "With --salvage: restores blocks that look like\n"
                                          "records and that no tree names, too"};
 
+constexpr Option<std::string> verify_option{
+    "--verify", "OUT",
+    "Names each object that isn't as --digest has found it;\nexits with 3 if there is one",
+    [](const std::string&, const std::string& text) { return text; }, 0};
+
 struct Modes {
     bool check = false;
-    std::string texts, salvaged, compacted;
+    std::string texts, salvaged, compacted, digests, verified;
 };
 
 void choose_mode(StoreOptions& options, const Modes& modes) {
@@ -31,7 +39,8 @@ void choose_mode(StoreOptions& options, const Modes& modes) {
         if (!is_chosen) return;
         if (options.mode != StoreMode::list)
             throw Failure(ExitCode::usage,
-                          "--check, --export, --salvage and --compact exclude each other");
+                          "--check, --export, --salvage, --compact, --digest and --verify "
+                          "exclude each other");
         options.mode = mode;
         options.target = target;
     };
@@ -39,6 +48,8 @@ void choose_mode(StoreOptions& options, const Modes& modes) {
     choose(!modes.texts.empty(), StoreMode::export_texts, modes.texts);
     choose(!modes.salvaged.empty(), StoreMode::salvage, modes.salvaged);
     choose(!modes.compacted.empty(), StoreMode::compact, modes.compacted);
+    choose(!modes.digests.empty(), StoreMode::digest, modes.digests);
+    choose(!modes.verified.empty(), StoreMode::verify, modes.verified);
     if (options.orphans && options.mode != StoreMode::salvage)
         throw Failure(ExitCode::usage, "--orphans goes with --salvage");
 }
@@ -58,6 +69,8 @@ void add_store_command(Program& program) {
                   modes->salvaged);
     line.flag(orphans_flag, options->orphans);
     line.new_file("--compact", "NEW", "The same objects without free space", modes->compacted);
+    line.new_file("--digest", "OUT", "Writes a digest of each object", modes->digests);
+    line.option(verify_option, modes->verified);
     line.outputs({&json_output}, options->paths);
     line.check([options, modes] { choose_mode(*options, *modes); });
     line.run([options] { return run_store(*options); }, [] { return false; });

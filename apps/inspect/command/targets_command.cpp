@@ -44,6 +44,11 @@ void add_targets_command(Program& program) {
     line.input("TABLE", "The nominal and the measured points", options->table);
     line.option(tolerance_option, options->tolerance);
     line.outputs({&json_output, &csv_output, &html_output, &store_output, &archive_output}, paths);
+    line.flag(sync_flag, paths.sync);
+    line.check([options] {
+        if (options->paths.sync && !options->paths.store)
+            throw Failure(ExitCode::usage, "--sync goes with --store");
+    });
     line.choice<bool>("--align", "HOW", align_help, align_choices, options->align);
     line.flag(skip_bad_flag, options->skip_bad);
     line.flag(quiet_flag, paths.quiet);

@@ -52,7 +52,8 @@ ExitCode inspect_section(const SectionOptions& options) {
 
     SectionOutputs outputs(head, outline, options.paths);
     std::optional<SectionStore> store;
-    if (options.paths.store) store.emplace(outputs.set(), *options.paths.store, outline, head);
+    if (options.paths.store)
+        store.emplace(outputs.set(), *options.paths.store, outline, head, options.paths.sync);
     std::optional<SectionArchive> archive;
     if (options.paths.archive)
         archive.emplace(outputs.set(), *options.paths.archive, outline, head);

@@ -1,7 +1,10 @@
 #include "inspect/inspection/store_tools.h"
 
+#include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/output_set.h"
@@ -11,6 +14,7 @@
 #include "inspect/keep/store_file.h"
 #include "inspect/keep/stored_inspections.h"
 #include "velm/store/store_check.h"
+#include "velm/store/store_digest.h"
 #include "velm/store/store_salvage.h"
 #include "velm/version.h"
 
@@ -192,6 +196,17 @@ Told rebuild(const StoreOptions& options, OutputSet& outputs) {
                            {"identifier", restored ? Json(orphan.identifier) : Json()}});
     }
     told.text = faults_text(report.faults);
+    Json missing = Json::array();
+    for (const SalvageReport::Missing& object : report.missing) {
+        told.text += "left out: object " + std::to_string(object.identifier) +
+                     (object.class_name.empty() ? "" : ", " + terminal_text(object.class_name)) +
+                     ", which " + object.why + "\n";
+        missing.push_back(
+            {{"identifier", object.identifier}, {"class", object.class_name}, {"why", object.why}});
+    }
+    if (report.unchecked > 0)
+        told.text += "taken as they were: " + count_text(report.unchecked) +
+                     " objects of classes that are unknown here\n";
     if (!report.orphans.empty()) told.text += table.text();
     told.text += count_text(report.objects) + " objects in " + terminal_text(options.target);
     if (salvage)
@@ -203,12 +218,62 @@ Told rebuild(const StoreOptions& options, OutputSet& outputs) {
                  {"indices", report.indices},
                  {"classes", report.classes},
                  {"orphans", orphans},
+                 {"missing", missing},
+                 {"unchecked", report.unchecked},
                  {"fault_count", report.faults.count()},
                  {"faults", faults_json(report.faults)}};
+    if (!report.complete) told.code = ExitCode::input;
     return told;
 }
 
-constexpr const char* mode_names[] = {"list", "check", "export", "salvage", "compact"};
+Told write_digests(const StoreOptions& options, OutputSet& outputs) {
+    require_store(options.file, options.file);
+    const std::vector<ObjectDigest> digests = digest_store(options.file.c_str());
+    outputs.add(options.target).write(digest_text(digests));
+    const long count = static_cast<long>(digests.size());
+    Told told;
+    told.text =
+        "digests of " + count_text(count) + " objects in " + terminal_text(options.target) + "\n";
+    told.json = {{"digests", options.target}, {"objects", count}};
+    return told;
+}
+
+std::vector<ObjectDigest> kept_digests(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    if (!in || !(text << in.rdbuf())) fail_file(path, "can't be read", errno);
+    std::vector<ObjectDigest> digests;
+    if (!parse_digests(text.str(), digests))
+        throw Failure(ExitCode::input, path + ": is no list of digests");
+    return digests;
+}
+
+Told verify(const StoreOptions& options) {
+    const std::vector<ObjectDigest> kept = kept_digests(options.target);
+    require_store(options.file, options.file);
+    const std::vector<DigestDifference> differences =
+        compare_digests(kept, digest_store(options.file.c_str()));
+    constexpr const char* kinds[] = {"differs", "is missing", "is new"};
+    Told told;
+    Json list = Json::array();
+    for (const DigestDifference& difference : differences) {
+        const char* const kind = kinds[difference.kind];
+        told.text += "object " + std::to_string(difference.identifier) + ", " +
+                     terminal_text(difference.class_name) + ": " + kind + "\n";
+        list.push_back({{"identifier", difference.identifier},
+                        {"class", difference.class_name},
+                        {"what", kind}});
+    }
+    told.text += differences.empty()
+                     ? count_text(static_cast<long>(kept.size())) + " objects are as they were\n"
+                     : count_text(static_cast<long>(differences.size())) + " differences\n";
+    told.json = {{"digests", options.target}, {"objects", kept.size()}, {"differences", list}};
+    told.code = differences.empty() ? ExitCode::good : ExitCode::input;
+    return told;
+}
+
+constexpr const char* mode_names[] = {"list",    "check",  "export", "salvage",
+                                      "compact", "digest", "verify"};
 
 } // namespace
 
@@ -223,6 +288,10 @@ ExitCode run_store(const StoreOptions& options) {
             return check(options);
         case StoreMode::export_texts:
             return write_texts(options, outputs);
+        case StoreMode::digest:
+            return write_digests(options, outputs);
+        case StoreMode::verify:
+            return verify(options);
         default:
             return rebuild(options, outputs);
         }

@@ -9,18 +9,19 @@
 
 namespace velm::inspect {
 
-enum class StoreMode { list, check, export_texts, salvage, compact };
+enum class StoreMode { list, check, export_texts, salvage, compact, digest, verify };
 
 struct StoreOptions {
     std::string file;
     StoreMode mode = StoreMode::list;
-    std::string target; ///< the new file or folder
+    std::string target; ///< the new file or folder, or the digests to verify
     bool orphans = false;
     OutputPaths paths;
 };
 
 /// Tells what the file holds or whether it is sound, writes its objects as texts, or writes a clean
-/// file. The file itself is never written. A check that finds faults ends with `input`. Throws
+/// file, or keeps and verifies its digests. The file itself is never written. A check that finds
+/// faults, a salvage that isn't complete and a difference from digests end with `input`. Throws
 /// `Failure`.
 ExitCode run_store(const StoreOptions& options);
 

@@ -53,7 +53,8 @@ ExitCode inspect_targets(const TargetOptions& options) {
     if (options.skip_bad) head.skipped = table.bad.count();
     TargetOutputs outputs(head, options.paths);
     std::optional<TargetStore> store;
-    if (options.paths.store) store.emplace(outputs.set(), *options.paths.store, head);
+    if (options.paths.store)
+        store.emplace(outputs.set(), *options.paths.store, head, options.paths.sync);
     std::optional<TargetArchive> archive;
     if (options.paths.archive) archive.emplace(outputs.set(), *options.paths.archive, head);
     for (TargetRow& row : table.rows) {

@@ -74,8 +74,8 @@ void SectionStore::EdgeFigures::add(const SectionRow& row) {
 }
 
 SectionStore::SectionStore(OutputSet& outputs, const std::string& path, const Outline& outline,
-                           const SectionHead& head)
-    : file_(outputs, path), outline_(outline), entities_(outline, head.title, head.nominal),
+                           const SectionHead& head, bool sync)
+    : file_(outputs, path, sync), outline_(outline), entities_(outline, head.title, head.nominal),
       tolerance_(head.tolerance), frame_(head.frame) {
     for (const Contour& contour : outline.contours)
         figures_.emplace_back(static_cast<std::size_t>(contour.size()));

@@ -21,7 +21,7 @@ class SectionStore {
 public:
     /// The outline must outlive the store.
     SectionStore(OutputSet& outputs, const std::string& path, const Outline& outline,
-                 const SectionHead& head);
+                 const SectionHead& head, bool sync = false);
 
     void add(const SectionRow& row);
     /// Saves what is known only at the end, and closes the file.

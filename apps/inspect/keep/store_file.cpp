@@ -55,6 +55,20 @@ void require_store(const std::string& path, const std::string& name) {
     });
 }
 
+void require_known_trees(const std::string& path, const std::string& name) {
+    const bool known = with_store(name, [&] {
+        const StoreImage image(path.c_str());
+        return image.classes.known && image.objects.known &&
+               (!image.has_index || image.index.known);
+    });
+    if (!known)
+        throw Failure(ExitCode::input,
+                      name +
+                          ": the head of a tree in it is damaged; rebuild it first: "
+                          "velm-inspect store " +
+                          name + " --salvage NEW");
+}
+
 void require_true_counters(const std::string& path, const std::string& name) {
     if (with_store(name, [&] { return counters_are_stale(path.c_str()); }))
         refuse_stale_counters(name);

@@ -31,6 +31,10 @@ auto with_store(const std::string& path, Work work, const std::string& working_c
 /// file `name`.
 void require_store(const std::string& path, const std::string& name);
 
+/// Refuses (input) a file with a tree whose head isn't known: what is saved would go to an empty
+/// tree in its place.
+void require_known_trees(const std::string& path, const std::string& name);
+
 /// Refuses (input) a file that must not be written because its counters are behind its trees, as a
 /// killed process leaves them; names --salvage.
 void require_true_counters(const std::string& path, const std::string& name);

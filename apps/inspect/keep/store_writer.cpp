@@ -34,8 +34,10 @@ void copy(CFile& from, const std::string& to) {
 
 } // namespace
 
-StoreWriter::StoreWriter(OutputSet& outputs, const std::string& path) : path_(path) {
+StoreWriter::StoreWriter(OutputSet& outputs, const std::string& path, bool sync) : path_(path) {
     open(outputs.add_continued_by_name(path));
+    database_.objects()->flush_at_close(sync);
+    with_store(path_, [this] { batch_.emplace(database_); });
 }
 
 StoreWriter::~StoreWriter() = default;
@@ -50,6 +52,7 @@ void StoreWriter::open(const std::string& working_copy) {
         working_copy);
     if (lock_) {
         require_store(working_copy, path_);
+        require_known_trees(working_copy, path_);
         require_true_counters(working_copy, path_);
     }
     check(database_.Open(working_copy.c_str(), 0));
@@ -71,6 +74,10 @@ void StoreWriter::save_again(ERDBObject& record) {
     if (!record.Save(nullptr)) throw Failure(ExitCode::file, path_ + ": can't be written");
 }
 
-void StoreWriter::close() { check(database_.Close()); }
+void StoreWriter::close() {
+    with_store(path_, [this] { batch_->commit(); });
+    batch_.reset();
+    check(database_.Close());
+}
 
 } // namespace velm::inspect

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "inspect/base/output_set.h"
@@ -9,6 +10,7 @@
 #include "velm/platform/file.h"
 #include "velm/store/database.h"
 #include "velm/store/db_object.h"
+#include "velm/store/store_batch.h"
 
 namespace velm::inspect {
 
@@ -16,8 +18,8 @@ namespace velm::inspect {
 /// is locked from the beginning to the end. Throws `Failure`.
 class StoreWriter {
 public:
-    /// Opens the file, or makes a new one.
-    StoreWriter(OutputSet& outputs, const std::string& path);
+    /// Opens the file, or makes a new one. With `sync` the file is with the disk when it is closed.
+    StoreWriter(OutputSet& outputs, const std::string& path, bool sync = false);
     ~StoreWriter();
 
     /// Saves a new record, which has its identifier then.
@@ -34,6 +36,7 @@ private:
     std::string path_;
     std::unique_ptr<CFile> lock_; // on the file that is there already
     ERDataBase database_;
+    std::optional<StoreBatch> batch_; // all that is saved
 };
 
 } // namespace velm::inspect

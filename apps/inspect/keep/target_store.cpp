@@ -8,8 +8,9 @@
 
 namespace velm::inspect {
 
-TargetStore::TargetStore(OutputSet& outputs, const std::string& path, const TargetHead& head)
-    : file_(outputs, path), head_(new_record(targets_kind)) {
+TargetStore::TargetStore(OutputSet& outputs, const std::string& path, const TargetHead& head,
+                         bool sync)
+    : file_(outputs, path, sync), head_(new_record(targets_kind)) {
     head_->name(head.table_name().c_str());
     put(*head_, RecordKey::program, std::string("velm-inspect " VELM_VERSION_STRING));
     put(*head_, RecordKey::table, head.table);

@@ -16,7 +16,8 @@ namespace velm::inspect {
 /// was found. A row is coloured by the tolerance. Throws `Failure`.
 class TargetStore {
 public:
-    TargetStore(OutputSet& outputs, const std::string& path, const TargetHead& head);
+    TargetStore(OutputSet& outputs, const std::string& path, const TargetHead& head,
+                bool sync = false);
 
     void add(const TargetRow& row);
     /// Saves what is known only at the end, and closes the file.
