@@ -166,13 +166,22 @@ TEST(Report, RefusesWhatIsNotWhole) {
     }
     refused("old.velm", "was kept by velm-inspect 0.0.9, which left out what a report needs");
 
-    // A run that was stopped, behind one that wasn't.
+    // A run that is given up keeps nothing; programs of before left its head after the others.
     here.write("parts.velm", whole);
     {
         const NominalOutline outline = outline_from(lid);
         OutputSet outputs;
         SectionStore store(outputs, here.path("parts.velm"), outline, SectionHead());
         store.add(SectionRow());
+        outputs.commit();
+    }
+    EXPECT_EQ(here.run("report parts.velm --record 2").code, 3);
+    EXPECT_EQ(velm::check_store(here.path("parts.velm").c_str()).objects, objects);
+    {
+        OutputSet outputs;
+        StoreWriter old(outputs, here.path("parts.velm"));
+        old.save(new_record(section_kind));
+        old.close();
         outputs.commit();
     }
     refused("parts.velm", "was not finished");

@@ -9,6 +9,7 @@
 #include "velm/inspection/record_keys.h"
 #include "velm/store/database.h"
 #include "velm/store/db_object.h"
+#include "velm/store/store_image.h"
 #include "velm/wireframe/segment.h"
 
 namespace {
@@ -142,6 +143,84 @@ TEST(InspectStore, RefusesWhatIsNoSoundStore) {
     EXPECT_EQ(kept.run("section plate.dat probed.csv --store plate.dat").code, 2);
     EXPECT_EQ(kept.run("store parts.velm --json parts.velm").code, 2);
     EXPECT_EQ(kept.read("parts.velm"), whole);
+}
+
+TEST(InspectStore, NamesWhatIsNoLongerAsItWasDigested) {
+    const Kept kept;
+    EXPECT_EQ(kept.run("store parts.velm --digest parts.digests").code, 0);
+    EXPECT_EQ(kept.run("store parts.velm --compact new.velm").code, 0);
+    for (const char* const same : {"parts.velm", "new.velm"})
+        EXPECT_EQ(kept.run(std::string("store ") + same + " --verify parts.digests").code, 0);
+
+    // A coordinate of the fourth object, which no check can see; the last one lost; two new ones.
+    std::string changed = kept.read("new.velm");
+    long last = 0;
+    {
+        const velm::StoreImage image(kept.path("new.velm").c_str());
+        const auto& fourth = image.records[3];
+        changed[static_cast<std::size_t>(fourth.location) + 40] ^= 1;
+        last = image.records.back().identifier;
+    }
+    kept.write("new.velm", changed);
+    {
+        ERDataBase store;
+        ASSERT_EQ(store.Open(kept.path("new.velm").c_str(), 0), gmSuccess);
+        EXPECT_EQ(store.objects()->Delete(last), 1);
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(store.save(t_SmartPtr<ERObject>(new ERDBObject)), gmSuccess);
+        EXPECT_EQ(store.Close(), gmSuccess);
+    }
+    EXPECT_EQ(kept.run("store new.velm --check").code, 0);
+    const nlohmann::json found = kept.told("new.velm --verify parts.digests");
+    std::vector<std::string> told;
+    for (const nlohmann::json& one : found["differences"])
+        told.push_back(one["identifier"].dump() + " " + one["what"].get<std::string>());
+    const std::vector<std::string> expected = {
+        "1 differs", "4 differs", std::to_string(last) + " is missing",
+        std::to_string(last + 1) + " is new", std::to_string(last + 2) + " is new"};
+    EXPECT_EQ(told, expected);
+    const Ended verified = kept.run("store new.velm --verify parts.digests");
+    EXPECT_EQ(verified.code, 3);
+    EXPECT_NE(verified.out.find("object 4, "), std::string::npos) << verified.out;
+
+    EXPECT_EQ(kept.run("store parts.velm --verify probed.csv").code, 3);
+    EXPECT_EQ(kept.run("store parts.velm --verify nothing").code, 4);
+    EXPECT_EQ(kept.run("store parts.velm --verify x --check").code, 2);
+    EXPECT_EQ(kept.run("store parts.velm --verify new.velm --json new.velm").code, 2);
+}
+
+TEST(InspectStore, SalvageNamesWhatItLeavesOut) {
+    const Kept kept;
+    std::string damaged = kept.read("parts.velm");
+    long lost = 0;
+    {
+        const velm::StoreImage image(kept.path("parts.velm").c_str());
+        const auto& record = image.records[4];
+        lost = record.identifier;
+        damaged.replace(static_cast<std::size_t>(record.location) + 4, 20, 20, '\x7F');
+    }
+    kept.write("damaged.velm", damaged);
+    const Ended ended = kept.run("store damaged.velm --salvage mended.velm");
+    EXPECT_EQ(ended.code, 3);
+    EXPECT_NE(ended.out.find("left out: object " + std::to_string(lost) + ", "), std::string::npos)
+        << ended.out;
+    EXPECT_EQ(kept.run("store mended.velm --check").code, 0) << "what is left is sound";
+}
+
+TEST(InspectStore, WritesNoFileWithADamagedTree) {
+    const Kept kept;
+    for (const long magic_at : {308 + 8, 352 + 8}) { // of the class tree, of the object tree
+        std::string damaged = kept.read("parts.velm");
+        damaged[static_cast<std::size_t>(magic_at)] ^= 1;
+        kept.write("damaged.velm", damaged);
+        const Ended ended = kept.run("section plate.dat probed.csv --store damaged.velm --sync");
+        EXPECT_EQ(ended.code, 3);
+        EXPECT_NE(ended.error.find("--salvage"), std::string::npos) << ended.error;
+        EXPECT_EQ(kept.read("damaged.velm"), damaged);
+    }
+    EXPECT_EQ(kept.inspect("--sync").code, 1);
+    EXPECT_EQ(kept.told("parts.velm")["inspections"].size(), 2u);
+    EXPECT_EQ(kept.run("section plate.dat probed.csv --sync").code, 2);
 }
 
 TEST(InspectStore, LeavesNothingBehindWhenTheRunFails) {

@@ -107,9 +107,12 @@ std::vector<ObjectDigest> digest_store(const char* name) {
 
 std::string digest_text(const std::vector<ObjectDigest>& digests) {
     std::string text;
-    for (const ObjectDigest& digest : digests)
-        text += std::to_string(digest.identifier) + ' ' + digest.sha256 + ' ' + digest.class_name +
-                '\n';
+    for (const ObjectDigest& digest : digests) {
+        std::string name = digest.class_name; // of a damaged file it may be anything
+        std::replace_if(
+            name.begin(), name.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+        text += std::to_string(digest.identifier) + ' ' + digest.sha256 + ' ' + name + '\n';
+    }
     return text;
 }
 
@@ -149,7 +152,7 @@ std::vector<DigestDifference> compare_digests(const std::vector<ObjectDigest>& k
         } else if (k == kept.end() || p->identifier < k->identifier) {
             add(DigestDifference::is_new, *p++);
         } else {
-            if (*k != *p) add(DigestDifference::differs, *p);
+            if (k->sha256 != p->sha256) add(DigestDifference::differs, *p);
             ++k, ++p;
         }
     }

@@ -11,8 +11,8 @@
 namespace velm {
 
 /// SHA-256 (FIPS 180-4) of the class name, a NUL, and the record's block after the signature, with
-/// zeros where the file ends before it. Of the index it is
-/// that of its pairs, so that a digest stays what it is when a file is rebuilt or compacted.
+/// zeros where the file ends before it. Of the index it is that of its pairs, so that a digest
+/// stays what it is when a file is rebuilt or compacted.
 struct ObjectDigest {
     long identifier;
     std::string class_name;
@@ -25,7 +25,8 @@ struct ObjectDigest {
 /// read, an invalidFile for one whose trees can't be read whole.
 VELM_API std::vector<ObjectDigest> digest_store(const char* name);
 
-/// A line for each: identifier, digest and class name, separated by blanks.
+/// A line for each: identifier, digest and class name, separated by blanks; control characters of a
+/// name as question marks.
 VELM_API std::string digest_text(const std::vector<ObjectDigest>& digests);
 /// The digests of such a text; false for any other, and for identifiers that don't ascend.
 VELM_API bool parse_digests(std::string_view text, std::vector<ObjectDigest>& digests);

@@ -133,6 +133,16 @@ void CommandLine::new_file(const char* name, const char* values, const char* hel
     });
 }
 
+void CommandLine::old_file(const char* name, const char* values, const char* help,
+                           std::string& to) {
+    const std::shared_ptr<std::string> text = add_text(name, values, help).text;
+    steps_->push_back([app = app_, files = files_, text, name, &to] {
+        if (app->count(name) == 0) return;
+        to = *text;
+        files->inputs.push_back({name, &to, false});
+    });
+}
+
 void CommandLine::check_files(Files& files, bool has_text) {
     std::string names;
     std::vector<std::string> inputs;

@@ -83,6 +83,8 @@ public:
     void outputs(std::initializer_list<const OutputOption*> outputs, OutputPaths& to);
     /// An output that is no report: the path goes to `to` as it is.
     void new_file(const char* name, const char* values, const char* help, std::string& to);
+    /// A file to read that an option names: the path goes to `to` as it is.
+    void old_file(const char* name, const char* values, const char* help, std::string& to);
 
     /// Checks what the options are to each other.
     void check(std::function<void()> work) { steps_->push_back(std::move(work)); }

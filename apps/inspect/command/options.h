@@ -87,8 +87,8 @@ inline constexpr Option<long> record_option{
 
 inline constexpr Flag quiet_flag{"--quiet", "No table, no summary, no progress"};
 inline constexpr Flag skip_bad_flag{"--skip-bad", "Skips unusable rows and lists them"};
-inline constexpr Flag sync_flag{"--sync",
-                                "With --store: waits until the object file is on the disk"};
+inline constexpr Flag sync_flag{"--sync", "With --store: waits until the object file\n"
+                                          "is on the disk"};
 inline constexpr Flag inside_flag{"--inside", "The ball was in a bore"};
 inline constexpr Flag outside_flag{"--outside", "The ball was outside of a shaft"};
 

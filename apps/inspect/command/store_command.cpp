@@ -15,19 +15,15 @@ constexpr const char* examples = "Examples:\n"
                                  "      each object as a text in a new folder\n"
                                  "  velm-inspect store parts.velm --salvage rebuilt.velm\n"
                                  "      a clean file with all that can be had of a damaged one\n"
+                                 "  velm-inspect store parts.velm --digest parts.digests\n"
+                                 "      a digest of each object, to keep elsewhere\n"
                                  "  velm-inspect store parts.velm --verify parts.digests\n"
-                                 "      whether each object is as it was: the digests come from\n"
-                                 "      --digest parts.digests\n";
+                                 "      whether each object is still the one that was digested\n";
 
 constexpr Flag check_flag{"--check", "Walks everything and names each fault with its\n"
                                      "offset; exits with 3 if there is one"};
 constexpr Flag orphans_flag{"--orphans", "With --salvage: restores blocks that look like\n"
                                          "records and that no tree names, too"};
-
-constexpr Option<std::string> verify_option{
-    "--verify", "OUT",
-    "Names each object that isn't as --digest has found it;\nexits with 3 if there is one",
-    [](const std::string&, const std::string& text) { return text; }, 0};
 
 struct Modes {
     bool check = false;
@@ -65,12 +61,17 @@ void add_store_command(Program& program) {
     line.flag(check_flag, modes->check);
     line.new_file("--export", "DIR", "Writes each object as UTF-8 text, ID-CLASS.txt",
                   modes->texts);
-    line.new_file("--salvage", "NEW", "Rebuilds a clean file from what can be read",
+    line.new_file("--salvage", "NEW",
+                  "Rebuilds a clean file from what can be read;\n"
+                  "exits with 3 if an object is left out",
                   modes->salvaged);
     line.flag(orphans_flag, options->orphans);
     line.new_file("--compact", "NEW", "The same objects without free space", modes->compacted);
     line.new_file("--digest", "OUT", "Writes a digest of each object", modes->digests);
-    line.option(verify_option, modes->verified);
+    line.old_file("--verify", "OUT",
+                  "Names each object that differs from its digest,\n"
+                  "is missing or is new; exits with 3 if there is one",
+                  modes->verified);
     line.outputs({&json_output}, options->paths);
     line.check([options, modes] { choose_mode(*options, *modes); });
     line.run([options] { return run_store(*options); }, [] { return false; });

@@ -1,15 +1,13 @@
 #include "inspect/inspection/store_tools.h"
 
-#include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/output_set.h"
 #include "inspect/base/table.h"
 #include "inspect/base/text_escape.h"
+#include "inspect/input/text_source.h"
 #include "inspect/keep/store_export.h"
 #include "inspect/keep/store_file.h"
 #include "inspect/keep/stored_inspections.h"
@@ -239,12 +237,13 @@ Told write_digests(const StoreOptions& options, OutputSet& outputs) {
 }
 
 std::vector<ObjectDigest> kept_digests(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    if (!in || !(text << in.rdbuf())) fail_file(path, "can't be read", errno);
+    TextSource source(path);
+    std::string text;
+    for (std::string_view line; source.next_line(line);)
+        text.append(line) += '\n';
     std::vector<ObjectDigest> digests;
-    if (!parse_digests(text.str(), digests))
-        throw Failure(ExitCode::input, path + ": is no list of digests");
+    if (!parse_digests(text, digests))
+        source.refuse_whole("is no list of digests as --digest writes it");
     return digests;
 }
 
