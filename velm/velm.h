@@ -172,8 +172,14 @@
 #include "velm/planar/region_grid.h"
 #include "velm/planar/segment_chain.h"
 
+#include "velm/surfaces/any_bounded_surface.h"
+#include "velm/surfaces/bounded_surface.h"
 #include "velm/surfaces/plane.h"
+#include "velm/surfaces/process_mesh.h"
+#include "velm/surfaces/ray_surface_result.h"
 #include "velm/surfaces/surface.h"
+#include "velm/surfaces/surface_in_frame.h"
+#include "velm/surfaces/surface_point.h"
 
 #include "velm/store/database.h"
 #include "velm/store/database_property.h"
