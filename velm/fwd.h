@@ -77,7 +77,12 @@ class ERPatchCPoly2D;
 class ERPatchCPoly3D;
 
 class ERPlane;
+class ERSpoleBezier3D;
+class ERSpoleBezier3DR;
+class ERSpoleNURBS3D;
+class ERSpoleRep;
 class ERSurface;
+class Nurbs3DToBezier3DRDecomposer;
 
 class ERAnyIsometrie3D;
 class ERAnySimilitude3D;

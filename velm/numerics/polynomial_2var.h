@@ -10,6 +10,8 @@
 /// may be no coefficients, or rows and columns of zeros at the end.
 class VELM_API ERPolynome2Var {
 public:
+    /// The constant 0.
+    ERPolynome2Var() : ERPolynome2Var(0, 0) {}
     /// Zeros: degree a in v and b in u.
     ERPolynome2Var(int a, int b) : coefficients_(a + 1, b + 1) {}
     /// The coefficients row by row.
