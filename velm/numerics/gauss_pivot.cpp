@@ -16,8 +16,8 @@ std::size_t at(Size columns, int i, int j) {
     return std::size_t(columns) * std::size_t(i) + std::size_t(j);
 }
 
-template <class Rows, class Columns>
-int pivot_row(const double* m, Rows rows, Columns columns, int k) {
+template <class Rows, class Columns, class Step>
+int pivot_row(const double* m, Rows rows, Columns columns, Step k) {
     int winner = k;
     double largest = std::fabs(m[at(columns, k, k)]);
     for (int i = k + 1; i < rows; ++i) {
@@ -31,8 +31,8 @@ int pivot_row(const double* m, Rows rows, Columns columns, int k) {
 }
 
 // Takes multiples of row k from the rows below, in the columns before `end`.
-template <class Rows, class Columns>
-void eliminate_below(double* m, Rows rows, Columns columns, int k, Columns end) {
+template <class Rows, class Columns, class Step>
+void eliminate_below(double* m, Rows rows, Columns columns, Step k, Columns end) {
     const double* __restrict const pivot_line = m + at(columns, k, 0);
     for (int i = k + 1; i < rows; ++i) {
         double* __restrict const line = m + at(columns, i, 0); // never the pivot's line
@@ -44,8 +44,8 @@ void eliminate_below(double* m, Rows rows, Columns columns, int k, Columns end) 
 }
 
 // Brings the row of the largest candidate to row k. Returns the pivot's absolute value.
-template <class Rows, class Columns>
-double exchange(double* m, Rows rows, Columns columns, int k, int* perm, int& swaps) {
+template <class Rows, class Columns, class Step>
+double exchange(double* m, Rows rows, Columns columns, Step k, int* perm, int& swaps) {
     const int winner = pivot_row(m, rows, columns, k);
     if (winner != k) {
         std::swap(perm[k], perm[winner]);
@@ -56,20 +56,23 @@ double exchange(double* m, Rows rows, Columns columns, int k, int* perm, int& sw
     return std::fabs(m[at(columns, k, k)]);
 }
 
-// Factorises the first columns; the columns to the right of them go through the same steps.
-template <class Rows, class Columns>
-int factorise(double* m, Rows rows, Columns columns, int* perm, int& swaps, double tolerance) {
+void begin(int rows, int* perm, int& swaps) {
     swaps = 0;
     for (int i = 0; i < rows; ++i)
         perm[i] = i;
-    double pivot = 0.0;
-    for (int k = 0; k < rows; ++k) {
-        if (k >= columns) return 0; // a missing column has no pivot
-        pivot = exchange(m, rows, columns, k, perm, swaps);
-        if (tolerance > pivot) return 0;
+}
+
+// Factorises the first columns; the columns to the right of them go through the same steps.
+template <class Rows, class Columns>
+int factorise(double* m, Rows rows, Columns columns, int* perm, int& swaps, double tolerance) {
+    begin(rows, perm, swaps);
+    if (rows == 0) return tolerance > 0.0 ? 0 : 1; // as if its last pivot were 0
+    return all_below(rows, [&](auto k) {
+        if (k >= columns) return false; // a missing column has no pivot
+        if (tolerance > exchange(m, rows, columns, k, perm, swaps)) return false;
         eliminate_below(m, rows, columns, k, columns);
-    }
-    return tolerance > pivot ? 0 : 1;
+        return true;
+    });
 }
 
 // ---- larger sizes: by panels ----
@@ -116,9 +119,7 @@ void eliminate_right(double* m, int rows, int columns, int k, int pivots, int be
 // The same as factorise, to the bit, where it stops early too: a panel goes through its own
 // columns pivot by pivot, then takes them from the columns right of it at once.
 int factorise_by_panels(double* m, int rows, int columns, int* perm, int& swaps, double tolerance) {
-    swaps = 0;
-    for (int i = 0; i < rows; ++i)
-        perm[i] = i;
+    begin(rows, perm, swaps);
     for (int k = 0; k < rows; k += panel) {
         const int end = std::min({k + panel, rows, columns});
         int next = k;
@@ -148,8 +149,10 @@ int gauss_pivot(double* m, int rows, int columns, int* perm, int& swaps, double 
     if (rows == columns && rows < smallest_by_panels)
         return with_size(
             rows, [=, &swaps](auto n) { return factorise(m, n, n, perm, swaps, tolerance); });
-    const auto factors = rows < smallest_by_panels ? factorise<int, int> : factorise_by_panels;
-    if (!factors(m, rows, columns, perm, swaps, tolerance)) return 0;
+    const int regular = rows < smallest_by_panels
+                            ? factorise(m, rows, columns, perm, swaps, tolerance)
+                            : factorise_by_panels(m, rows, columns, perm, swaps, tolerance);
+    if (!regular) return 0;
     for (int j = rows; j < columns && rows > 0; ++j)
         substitute_back(m, rows, columns, j);
     return 1;

@@ -65,20 +65,21 @@ namespace {
 // Forward and back substitution in place, on the packed factors of a square matrix.
 template <class Size>
 void substitute(const double* lu, Size n, double* x) {
-    const double* line = lu;
-    for (int i = 0; i < n; ++i, line += n) {
+    velm::detail::all_below(n, [=](auto i) {
         double value = x[i];
         for (int k = 0; k < i; ++k)
-            value -= line[k] * x[k];
+            value -= lu[std::ptrdiff_t(i) * n + k] * x[k];
         x[i] = value;
-    }
-    for (int i = n - 1; i >= 0; --i) {
-        line -= n;
+        return true;
+    });
+    velm::detail::all_below(n, [=](auto below) {
+        const int i = n - 1 - below;
         double value = x[i];
         for (int k = i + 1; k < n; ++k)
-            value -= line[k] * x[k];
-        x[i] = value / line[i];
-    }
+            value -= lu[std::ptrdiff_t(i) * n + k] * x[k];
+        x[i] = value / lu[std::ptrdiff_t(i) * n + i];
+        return true;
+    });
 }
 
 // The same for a row of right-hand sides: the same terms in the same order for each unknown.
@@ -156,15 +157,14 @@ bool velm::solve(std::span<const double> a, std::span<const double> b, std::span
     double unknowns[largest_small_system];
     int source[largest_small_system];
     int swaps = 0;
-    std::copy(a.begin(), a.end(), factors);
-    const int n = static_cast<int>(size);
-    if (!detail::gauss_pivot(factors, n, n, source, swaps, ERLUDecomp::pivot_tolerance))
-        return false;
-    detail::with_size(n, [&](auto count) {
-        for (int i = 0; i < count; ++i)
+    return detail::with_size(static_cast<int>(size), [&](auto n) {
+        std::copy_n(a.data(), n * n, factors);
+        if (!detail::gauss_pivot(factors, n, n, source, swaps, ERLUDecomp::pivot_tolerance))
+            return false;
+        for (int i = 0; i < n; ++i)
             unknowns[i] = b[std::size_t(source[i])];
-        substitute(factors, count, unknowns);
+        substitute(factors, n, unknowns);
+        std::copy_n(unknowns, std::size_t(n), x.data());
+        return true;
     });
-    std::copy_n(unknowns, size, x.begin());
-    return true;
 }

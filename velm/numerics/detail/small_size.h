@@ -1,7 +1,8 @@
-// velm::detail::with_size: small sizes as compile-time constants.
+// velm::detail::with_size, all_below: small sizes and indices as compile-time constants.
 #pragma once
 
 #include <type_traits>
+#include <utility>
 
 namespace velm::detail {
 
@@ -25,6 +26,22 @@ decltype(auto) with_size(int n, Function f) {
     default:
         return f(n);
     }
+}
+
+/// Calls f with 0, 1, ... below n as long as it returns true, and returns whether it always did. If
+/// n is a constant, so are the indices.
+template <class Function>
+bool all_below(int n, Function f) {
+    for (int i = 0; i < n; ++i)
+        if (!f(i)) return false;
+    return true;
+}
+template <int n, class Function>
+bool all_below(std::integral_constant<int, n>, Function f) {
+    return [&]<int... i>(std::integer_sequence<int, i...>) {
+        return (f(std::integral_constant<int, i>{}) && ...);
+    }
+    (std::make_integer_sequence<int, n>{});
 }
 
 } // namespace velm::detail
