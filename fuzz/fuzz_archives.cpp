@@ -3,11 +3,9 @@
 // archive exception and leaves the value alone; what could be loaded is stored and loaded again as
 // it is.
 #include "inspect/base/kept_rows.h"
-#include "inspect/keep/inspection_archive_reader.h"
-#include "inspect/keep/section_archive.h"
-#include "inspect/keep/target_archive.h"
 #include "inspect/picture/section_picture.h"
 #include "inspect/picture/target_picture.h"
+#include "velm/inspection/inspection_archive.h"
 #include "velm/measure/cad_object_id.h"
 #include "velm/measure/measured_point.h"
 #include "velm/measure/selection_flags.h"

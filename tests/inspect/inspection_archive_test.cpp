@@ -3,15 +3,13 @@
 
 #include <cmath>
 
-#include "inspect/keep/section_archive.h"
-#include "inspect/keep/target_archive.h"
 #include "inspect/workshop.h"
 #include "support/archives.h"
+#include "velm/inspection/inspection_archive.h"
 
 namespace {
 
 using namespace velm;
-using namespace velm::inspect;
 using namespace velm_test;
 
 /// A folder with a half disc below its flat side, two points over that, and two targets.

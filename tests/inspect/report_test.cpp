@@ -10,10 +10,10 @@
 #include "inspect/keep/record_properties.h"
 #include "inspect/keep/section_record.h"
 #include "inspect/keep/section_store.h"
-#include "inspect/result/nominal_entities.h"
-#include "inspect/result/section_target.h"
 #include "inspect/workshop.h"
 #include "support/random.h"
+#include "velm/inspection/nominal_entities.h"
+#include "velm/inspection/section_target.h"
 #include "velm/planar/profile.h"
 #include "velm/store/store_check.h"
 

@@ -18,18 +18,24 @@ bool DrawnArc::is_circular() const {
 bool DrawnArc::is_closed() const { return to - from >= (2.0 * std::numbers::pi) * (1.0 - 4e-16); }
 
 const char* fault_of(const DrawnSpline& spline) {
-    const auto order = static_cast<std::size_t>(std::max(spline.degree, 0)) + 1;
-    const std::size_t poles = spline.poles.size();
-    if (spline.degree < 1 || spline.degree > highest_spline_degree)
+    const NurbsFault fault = spline.poles.size() == spline.weights.size()
+                                 ? nurbs_fault(spline.degree, spline.knots, spline.weights)
+                                 : NurbsFault::counts;
+    switch (fault) {
+    case NurbsFault::none:
+        break;
+    case NurbsFault::degree:
         return "expected a degree from 1 to 25";
-    if (poles < order || spline.weights.size() != poles || spline.knots.size() != poles + order)
+    case NurbsFault::counts:
         return "expected degree + 1 poles at least, a weight for each, and poles + degree + 1 "
                "knots";
-    if (!std::is_sorted(spline.knots.begin(), spline.knots.end())) return "the knots descend";
-    if (!(spline.knots[order - 1] < spline.knots[poles])) return "the knots span no interval";
-    if (std::any_of(spline.weights.begin(), spline.weights.end(),
-                    [](double weight) { return !(weight > 0.0); }))
+    case NurbsFault::descending_knots:
+        return "the knots descend";
+    case NurbsFault::no_interval:
+        return "the knots span no interval";
+    case NurbsFault::weight:
         return "a weight isn't positive";
+    }
     return nullptr;
 }
 
@@ -67,15 +73,6 @@ ERCpoleNURBS2D elliptical_curve(const DrawnArc& arc) {
             knots.push_back(end);
     }
     return ERCpoleNURBS2D(poles, ERKnotVector(2, knots));
-}
-
-ERCpoleNURBS2D between_domain_knots(const ERVec<ERPole2DH>& poles, int degree,
-                                    const std::vector<double>& knots) {
-    ERCpoleNURBS2D curve(poles, ERKnotVector(degree, knots.data(), static_cast<int>(knots.size())));
-    curve.setBound(ERLimites(knots[static_cast<std::size_t>(degree)],
-                             knots[static_cast<std::size_t>(poles.size())]));
-    curve.adjust();
-    return curve;
 }
 
 ERCpoleNURBS2D spline_curve(const DrawnSpline& spline) {

@@ -5,13 +5,12 @@
 #include "velm/curves/nurbs_curve.h"
 #include "velm/frame/point.h"
 #include "velm/frame/vector.h"
+#include "velm/planar/outline_checks.h"
 #include "velm/wireframe/arc.h"
 
 #include <vector>
 
 namespace velm::inspect {
-
-inline constexpr int highest_spline_degree = 25;
 
 struct DrawnSegment {
     ERPoint2D start, end;
@@ -45,10 +44,7 @@ const char* fault_of(const DrawnSpline& spline);
 ERArc2D circular_arc(const DrawnArc& arc);
 /// An exact NURBS curve of the arc of an ellipse, its ends being the arc's.
 ERCpoleNURBS2D elliptical_curve(const DrawnArc& arc);
-/// The curve of weighted poles between the knots p and n, and nothing beyond.
-ERCpoleNURBS2D between_domain_knots(const ERVec<ERPole2DH>& poles, int degree,
-                                    const std::vector<double>& knots);
-/// The same of a spline without a fault.
+/// The curve of a spline without a fault, between the knots p and n, and nothing beyond.
 ERCpoleNURBS2D spline_curve(const DrawnSpline& spline);
 
 } // namespace velm::inspect

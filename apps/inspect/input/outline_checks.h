@@ -1,12 +1,12 @@
-// outline_checks.h: what the contours of a nominal file must have: `require_area`, `has_area`,
-// `is_arc_of_circle`, `require_areas`.
+// outline_checks.h: what the contours of a nominal file must have: `require_area`,
+// `require_areas`.
 #pragma once
 
 #include <cstddef>
 #include <vector>
 
 #include "inspect/input/text_source.h"
-#include "velm/planar/contour.h"
+#include "velm/planar/outline_checks.h"
 
 namespace velm::inspect {
 
@@ -14,12 +14,6 @@ namespace velm::inspect {
 /// area: three different vertices at least that are not all on one line, or arcs that don't just
 /// lead back the same way; within what a double can hold.
 void require_area(const TextSource& source, std::size_t line, const Contour& contour);
-
-/// Whether `require_area` lets the contour pass.
-bool has_area(const Contour& contour);
-
-/// Whether the arc is a whole turn at most, about a finite centre with a radius.
-bool is_arc_of_circle(const ERArc2D& arc);
 
 /// A contour and the line where it starts.
 struct LocatedContour {

@@ -5,10 +5,8 @@
 #include <string_view>
 
 #include "inspect/base/progress.h"
-#include "inspect/keep/inspection_archive_reader.h"
-#include "inspect/keep/section_archive.h"
+#include "inspect/keep/archive_file.h"
 #include "inspect/keep/section_record.h"
-#include "inspect/keep/target_archive.h"
 #include "inspect/keep/target_record.h"
 #include "inspect/report/target_outputs.h"
 
@@ -132,7 +130,7 @@ ExitCode report_archived(const ReportOptions& options) {
 } // namespace
 
 ExitCode report_stored(const ReportOptions& options) {
-    if (is_inspection_archive(options.store)) return report_archived(options);
+    if (is_archive_file(options.store)) return report_archived(options);
     StoreReader reader(options.store);
     const std::vector<StoredInspection> all = list_inspections(reader);
     const StoredInspection& chosen = choose(reader, all, options);

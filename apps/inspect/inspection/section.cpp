@@ -3,7 +3,7 @@
 #include "inspect/input/outline_reader.h"
 #include "inspect/inspection/section_alignment.h"
 #include "inspect/inspection/section_points.h"
-#include "inspect/keep/section_archive.h"
+#include "inspect/keep/archive_file.h"
 #include "inspect/keep/section_store.h"
 
 namespace velm::inspect {
@@ -54,9 +54,9 @@ ExitCode inspect_section(const SectionOptions& options) {
     std::optional<SectionStore> store;
     if (options.paths.store)
         store.emplace(outputs.set(), *options.paths.store, outline, head, options.paths.sync);
-    std::optional<SectionArchive> archive;
+    std::optional<KeptArchive<SectionArchiveWriter>> archive;
     if (options.paths.archive)
-        archive.emplace(outputs.set(), *options.paths.archive, outline, head);
+        archive.emplace(outputs.set(), *options.paths.archive, head, outline);
     const auto take = [&](SectionRow& row) {
         judge(row, options.tolerance);
         outputs.add(row);

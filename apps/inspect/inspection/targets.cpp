@@ -6,7 +6,7 @@
 #include "inspect/base/repeated_ids.h"
 #include "inspect/input/target_reader.h"
 #include "inspect/inspection/target_alignment.h"
-#include "inspect/keep/target_archive.h"
+#include "inspect/keep/archive_file.h"
 #include "inspect/keep/target_store.h"
 
 namespace velm::inspect {
@@ -55,7 +55,7 @@ ExitCode inspect_targets(const TargetOptions& options) {
     std::optional<TargetStore> store;
     if (options.paths.store)
         store.emplace(outputs.set(), *options.paths.store, head, options.paths.sync);
-    std::optional<TargetArchive> archive;
+    std::optional<KeptArchive<TargetArchiveWriter>> archive;
     if (options.paths.archive) archive.emplace(outputs.set(), *options.paths.archive, head);
     for (TargetRow& row : table.rows) {
         judge(row, options.tolerance);

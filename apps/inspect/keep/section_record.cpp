@@ -3,10 +3,10 @@
 #include <cmath>
 
 #include "inspect/base/number_text.h"
-#include "inspect/input/outline_checks.h"
 #include "inspect/keep/alignment_properties.h"
 #include "inspect/result/frame_complaint.h"
 #include "velm/inspection/section_result.h"
+#include "velm/planar/outline_checks.h"
 #include "velm/planar/outline_nesting.h"
 #include "velm/wireframe/segment.h"
 

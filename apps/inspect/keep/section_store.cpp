@@ -6,8 +6,8 @@
 #include "inspect/keep/alignment_properties.h"
 #include "inspect/keep/record_colour.h"
 #include "inspect/keep/record_properties.h"
-#include "inspect/result/section_target.h"
 #include "velm/inspection/section_result.h"
+#include "velm/inspection/section_target.h"
 #include "velm/version.h"
 
 namespace velm::inspect {

@@ -7,7 +7,7 @@
 
 #include "inspect/base/output_set.h"
 #include "inspect/keep/store_writer.h"
-#include "inspect/result/nominal_entities.h"
+#include "velm/inspection/nominal_entities.h"
 #include "velm/inspection/section_result.h"
 
 namespace velm::inspect {

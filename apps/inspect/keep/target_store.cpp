@@ -3,7 +3,7 @@
 #include "inspect/keep/alignment_properties.h"
 #include "inspect/keep/record_colour.h"
 #include "inspect/keep/record_properties.h"
-#include "inspect/result/nominal_point.h"
+#include "velm/inspection/nominal_entities.h"
 #include "velm/version.h"
 
 namespace velm::inspect {

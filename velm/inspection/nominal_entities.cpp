@@ -1,13 +1,13 @@
-#include "inspect/result/nominal_entities.h"
-
-#include <filesystem>
+#include "velm/inspection/nominal_entities.h"
 
 #include "velm/wireframe/segment.h"
 
-namespace velm::inspect {
+#include <filesystem>
+
+namespace velm {
 namespace {
 
-// A level of a group's path, in which no slash may part names.
+// A level of a group's path, in which no slash may separate names.
 utString level_name(std::string name) {
     utString level(std::move(name));
     gm_replace_name_slashes(level);
@@ -16,6 +16,15 @@ utString level_name(std::string name) {
 
 std::string model_name(const std::string& title, const std::string& file) {
     return title.empty() ? std::filesystem::path(file).filename().string() : title;
+}
+
+CADObjectID named_object(int number, const gmCADGroupStructure& group, const char* type,
+                         int sub_number, const std::string& file) {
+    const stoClass of{utString(type)};
+    CADObjectID identifier(static_cast<unsigned long>(number), group, &of,
+                           static_cast<unsigned long>(sub_number));
+    identifier.set_name_space(gmIDNameSpace(gmNSTypeFile, utString(file)));
+    return identifier;
 }
 
 } // namespace
@@ -27,7 +36,7 @@ std::string contour_name(const Outline& outline, int contour) {
 
 NominalEntities::NominalEntities(const Outline& outline, const std::string& title,
                                  const std::string& file)
-    : outline_(outline), file_(gmNSTypeFile, utString(file)) {
+    : outline_(outline), file_(file) {
     const utString model = level_name(model_name(title, file));
     for (std::size_t contour = 0; contour < outline.contours.size(); ++contour) {
         gmCADGroupStructure group;
@@ -48,12 +57,14 @@ t_SmartPtr<ERObject> NominalEntities::entity(int contour, int edge) const {
 }
 
 CADObjectID NominalEntities::identifier(int contour, int edge) const {
-    const stoClass type(utString(entity(contour, edge)->className()));
-    CADObjectID identifier(static_cast<unsigned long>(contour),
-                           groups_[static_cast<std::size_t>(contour)], &type,
-                           static_cast<unsigned long>(edge));
-    identifier.set_name_space(file_);
-    return identifier;
+    return named_object(contour, groups_[static_cast<std::size_t>(contour)],
+                        entity(contour, edge)->className(), edge, file_);
 }
 
-} // namespace velm::inspect
+CADObjectID nominal_point(const TargetHead& head, int row) {
+    gmCADGroupStructure group;
+    group.start_group(utString(std::filesystem::path(head.table_name()).filename().string()));
+    return named_object(0, group, "ERPoint3D", row, head.table);
+}
+
+} // namespace velm

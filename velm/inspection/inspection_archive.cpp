@@ -1,22 +1,15 @@
-#include "inspect/keep/inspection_archive_reader.h"
+#include "velm/inspection/inspection_archive.h"
+
+#include "velm/inspection/detail/archive_fields.h"
 
 #include <algorithm>
 #include <vector>
 
-#include "inspect/keep/archive_forms.h"
-
-namespace velm::inspect {
+namespace velm {
 namespace {
 
 constexpr ULONGLONG checksum_size = sizeof(DWORD);
 constexpr int buffer_size = 1 << 16;
-
-bool has_magic(CFile& file) {
-    char magic[archive_magic.size()] = {};
-    file.SeekToBegin();
-    return file.Read(magic, sizeof magic) == sizeof magic &&
-           std::string_view(magic, sizeof magic) == archive_magic;
-}
 
 // Whether the last bytes are the hash of all others. Leaves the position at the beginning.
 bool has_true_checksum(CFile& file) {
@@ -40,16 +33,49 @@ bool has_true_checksum(CFile& file) {
 
 } // namespace
 
-bool is_inspection_archive(const std::string& path) {
-    CFile file;
-    return file.Open(path.c_str(), UINT(CFile::modeRead) | CFile::shareDenyNone) != 0 &&
-           has_magic(file);
+bool is_inspection_archive(CFile& file) {
+    char magic[archive_magic.size()] = {};
+    file.SeekToBegin();
+    return file.Read(magic, sizeof magic) == sizeof magic &&
+           std::string_view(magic, sizeof magic) == archive_magic;
+}
+
+void HashedFile::Write(const void* bytes, UINT count) {
+    CFile::Write(bytes, count);
+    hash_ = hxu_fnv1a_hash({static_cast<const char*>(bytes), count}, hash_);
+}
+
+InspectionArchiveWriter::InspectionArchiveWriter(const std::string& path, std::string_view program,
+                                                 ArchivedKind kind)
+    : file_(path.c_str(), UINT(CFile::modeCreate) | CFile::modeWrite | CFile::shareExclusive),
+      archive_(&file_, UINT(CArchive::store) | CArchive::bNoFlushOnDelete, buffer_size) {
+    archive_.put_bytes(archive_magic.data(), archive_magic.size());
+    archive_ << archive_version << static_cast<DWORD>(kind);
+    detail::store_text(archive_, program);
+}
+
+void InspectionArchiveWriter::announce(const Judged& point) {
+    detail::store_truth(archive_, true);
+    if (point.in_tolerance == false) out_of_tolerance_.set(count_, true);
+    ++count_;
+}
+
+void InspectionArchiveWriter::finish(const Summary& summary) {
+    detail::store_truth(archive_, false);
+    out_of_tolerance_.resize(count_);
+    out_of_tolerance_.num_of_selected_points(); // so that the count is stored
+    out_of_tolerance_.serialize(archive_);
+    detail::store_subject(archive_, summary.figures());
+    archive_.Flush();
+    archive_ << file_.hash();
+    archive_.Close();
+    file_.Close();
 }
 
 InspectionArchiveReader::InspectionArchiveReader(CFile& file)
     : archive_(&file, UINT(CArchive::load) | CArchive::bNoFlushOnDelete, buffer_size),
       size_(file.GetLength()) {
-    if (!has_magic(file)) archive_.raise(CArchiveException::badClass);
+    if (!is_inspection_archive(file)) archive_.raise(CArchiveException::badClass);
     DWORD version = 0;
     if (file.Read(&version, sizeof version) == sizeof version && version > archive_version)
         archive_.raise(CArchiveException::badSchema);
@@ -62,12 +88,11 @@ InspectionArchiveReader::InspectionArchiveReader(CFile& file)
     kind_ = static_cast<ArchivedKind>(kind);
     if (kind_ != ArchivedKind::section && kind_ != ArchivedKind::targets)
         archive_.raise(CArchiveException::badClass);
-    exchange(archive_, program_);
+    program_ = detail::load_text(archive_);
 }
 
 bool InspectionArchiveReader::next() {
-    bool follows = false;
-    exchange(archive_, follows);
+    const bool follows = detail::load_truth(archive_);
     if (!follows) finish();
     return follows;
 }
@@ -81,25 +106,15 @@ void InspectionArchiveReader::take(const Judged& point) {
 void InspectionArchiveReader::finish() {
     gmBinaryFlagsEx stored;
     stored.serialize(archive_);
-    ArchivedFigures figures;
-    exchange(archive_, figures);
+    Figures figures;
+    detail::load_subject(archive_, figures);
     out_of_tolerance_.resize(count_);
     const bool agrees = count_ > 0 && stored == out_of_tolerance_ &&
                         figures.count == summary_.deviations.count() &&
                         figures.in_tolerance == summary_.in_tolerance &&
                         figures.out_of_tolerance == summary_.out_of_tolerance &&
                         archive_.bytes_left() == checksum_size;
-    if (!agrees) archive_.raise(CArchiveException::badIndex);
+    detail::require(archive_, agrees);
 }
 
-Failure archive_failure(CArchiveException* exception, const std::string& path) {
-    const int cause = exception->m_cause;
-    exception->Delete();
-    return Failure(ExitCode::input,
-                   cause == CArchiveException::badSchema
-                       ? path + ": is an archive of a later version; this program reads version " +
-                             std::to_string(archive_version)
-                       : path + ": is a damaged archive of an inspection");
-}
-
-} // namespace velm::inspect
+} // namespace velm
