@@ -2,6 +2,7 @@
 // values, transformations and lists of arrays in an archive, curves on a file. What could be read
 // must be written back as it was.
 #include "velm/curves/bezier_curve.h"
+#include "velm/curves/composite_curve.h"
 #include "velm/curves/knot_vector.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/curves/polynomial_patch.h"
@@ -14,6 +15,8 @@
 #include "velm/platform/archive.h"
 #include "velm/transforms/transformation_archive.h"
 #include "velm/transforms/transformation_handle.h"
+#include "velm/wireframe/polyline.h"
+#include "velm/wireframe/shapes_in_space.h"
 
 #include "support/caught.h"
 #include "support/memory_file.h"
@@ -114,6 +117,24 @@ void read_curve(const std::string& bytes) {
     curve.ConvertToNurbs();
 }
 
+/// Likewise of a closed shape: points, nearest points, a box and edges.
+template <class Shape>
+void read_shape(const std::string& bytes) {
+    MemoryFile memory(bytes);
+    Shape shape;
+    shape.restoreGuts(memory);
+    MemoryFile copy;
+    shape.saveGuts(copy);
+    require(copy.bytes.size() == shape.binaryStoreSize());
+    shape.PtCur(1.3);
+    shape.getBox();
+    shape.ProjectPt({});
+    double distance;
+    shape.SignedMinimalDistance({}, distance);
+    shape.reverse();
+    shape.composite_curve();
+}
+
 template <class Value>
 void load_values(CArchive& archive) {
     Value value;
@@ -164,7 +185,19 @@ constexpr void (*readers[])(const std::string&) = {read_array_body,
                                                    read_curve<ERPatchCPoly2D>,
                                                    read_curve<ERPatchCPoly3D>,
                                                    read_curve<ERCpoleNURBS2D>,
-                                                   read_curve<ERCpoleNURBS3D>};
+                                                   read_curve<ERCpoleNURBS3D>,
+                                                   read_curve<ERPolyline2D>,
+                                                   read_curve<ERPolygone3D>,
+                                                   read_curve<ERCompCurve2D>,
+                                                   read_curve<ERCompCurve3D>,
+                                                   read_curve<ERCrvCompPoly2D>,
+                                                   read_curve<ERCrvCompPoly3D>,
+                                                   read_shape<ERRectangle2D>,
+                                                   read_shape<ERRegularPolygon2D>,
+                                                   read_shape<ERRoundedSlot2D>,
+                                                   read_shape<ERRectangle3D>,
+                                                   read_shape<ERRegularPolygon3D>,
+                                                   read_shape<ERRoundedSlot3D>};
 
 } // namespace
 

@@ -38,6 +38,8 @@ struct VELM_API Plane {
     using Segment = ERSegment2D;
     using PoleCurve = ERCpoleRep2D;
     using NurbsCurve = ERCpoleNURBS2D;
+    using Polyline = ERPolyline2D;
+    using Patch = ERPatchCPoly2D;
 };
 
 /// The types of space.
@@ -70,6 +72,8 @@ struct VELM_API Space {
     using Segment = ERSegment3D;
     using PoleCurve = ERCpoleRep3D;
     using NurbsCurve = ERCpoleNURBS3D;
+    using Polyline = ERPolyline3D;
+    using Patch = ERPatchCPoly3D;
 };
 
 } // namespace velm

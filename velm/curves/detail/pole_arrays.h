@@ -1,16 +1,15 @@
-// Arrays of points or poles as rows of doubles, and their stored form with its checks.
+// Arrays of points or poles as rows of doubles. Their stored form with its checks is in
+// frame/detail/stored_points.h.
 #pragma once
 
 #include "velm/curves/detail/bernstein_rows.h"
+#include "velm/frame/detail/stored_points.h"
 #include "velm/frame/point.h"
 #include "velm/frame/pole.h"
-#include "velm/frame/stored_form.h"
 #include "velm/frame/val_vector.h"
 #include "velm/frame/vec.h"
 #include "velm/numerics/polynomial.h"
 
-#include <cmath>
-#include <limits>
 #include <span>
 #include <type_traits>
 
@@ -65,45 +64,5 @@ Point point_of(const double* coordinates, int width) {
 /// The power form of a row by the parameter of [0, 1]: a polynomial for each of its components,
 /// without zeros at the end. None of a row without poles.
 VELM_API ERTValVector<ERPolynome> power_form_of(ConstPoleRow row);
-
-/// The array of poles as a stored field: its body. A body that can't be read, that is no whole
-/// number of poles or more than `most`, or that holds a number that is not finite, leaves the array
-/// empty.
-template <class Array>
-struct StoredPoles {
-    Array& poles;
-    int most;
-};
-template <class Array>
-StoredPoles<Array> stored_poles(Array& poles, int most = std::numeric_limits<int>::max()) {
-    return {poles, most};
-}
-
-template <class Array>
-struct FieldForm<StoredPoles<Array>> {
-    using Pole = typename Array::value_type;
-    static constexpr bool fixed = false;
-
-    static void save(ERFile& file, const StoredPoles<Array>& field) {
-        field.poles.rep()->saveGuts(file);
-    }
-    static void restore(ERFile& file, StoredPoles<Array>& field) {
-        ERVecRep* const body = ERVecRep::getRep(file);
-        field.poles = body != nullptr ? Array(body) : Array();
-        if (!is_sound(field.poles) || field.poles.size() > field.most) field.poles = Array();
-    }
-    static unsigned int size(const StoredPoles<Array>& field) {
-        return field.poles.rep()->binaryStoreSize();
-    }
-
-private:
-    static bool is_sound(const Array& poles) {
-        if (poles.rep()->length() % sizeof(Pole) != 0) return false;
-        for (const Pole& pole : poles.view())
-            for (int c = 0; c < Pole::components; ++c)
-                if (!std::isfinite(pole[c])) return false;
-        return true;
-    }
-};
 
 } // namespace velm::detail
