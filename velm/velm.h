@@ -168,6 +168,7 @@
 #include "velm/planar/outline_checks.h"
 #include "velm/planar/outline_nesting.h"
 #include "velm/planar/point_in_polygon.h"
+#include "velm/planar/pole_curve_intersection.h"
 #include "velm/planar/polygon_intersection.h"
 #include "velm/planar/polygon_measures.h"
 #include "velm/planar/polygon_projection.h"

@@ -1,0 +1,263 @@
+#include "velm/planar/pole_curve_intersection.h"
+
+#include "velm/curves/detail/knot_search.h"
+#include "velm/curves/detail/pole_arrays.h"
+#include "velm/curves/detail/spline_rows.h"
+#include "velm/frame/point_functions.h"
+#include "velm/numerics/newton_solvers.h"
+#include "velm/planar/convex_hull.h"
+#include "velm/planar/polygon_intersection.h"
+#include "velm/transforms/plane_transformation.h"
+#include "velm/wireframe/intersections.h"
+#include "velm/wireframe/segment.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+FonctionnelleIntersectionDeBezier::FonctionnelleIntersectionDeBezier(const ERCpoleBezier2DR& a,
+                                                                     const ERCpoleBezier2DR& b)
+    : powerA(a.getSpanPower(0)), powerB(b.getSpanPower(0)), derivedA(powerA), derivedB(powerB),
+      limitsA(a.udeb(), a.ufin()), limitsB(b.udeb(), b.ufin()), work(2) {
+    for (auto* const derived : {&derivedA, &derivedB})
+        for (ERPolynome& p : *derived)
+            p = p.getDerived(1);
+}
+
+ERVec<double> FonctionnelleIntersectionDeBezier::f(const ERVec<double>& x) {
+    constexpr int weight = 2;
+    const double wa = powerA[weight].evaluate(x[0]), wb = powerB[weight].evaluate(x[1]);
+    for (int i = 0; i < weight; ++i)
+        work[i] = powerA[i].evaluate(x[0]) / wa - powerB[i].evaluate(x[1]) / wb;
+    return work;
+}
+
+ERMatrix<double> FonctionnelleIntersectionDeBezier::fprime(const ERVec<double>& x) {
+    constexpr int weight = 2;
+    ERMatrix<double> jacobian(2, 2);
+    const auto column = [&](int j, double sign, const auto& power, const auto& derived, double t) {
+        const double w = power[weight].evaluate(t), dw = derived[weight].evaluate(t);
+        for (int i = 0; i < weight; ++i)
+            jacobian(i, j) = sign * (derived[i].evaluate(t) - power[i].evaluate(t) * dw / w) / w;
+    };
+    column(0, 1.0, powerA, derivedA, x[0]);
+    column(1, -1.0, powerB, derivedB, x[1]);
+    return jacobian;
+}
+
+namespace {
+
+using velm::detail::row_of;
+
+/// Each level halves the limits of one curve: deeper, they are a rounding wide.
+constexpr int deepest_level = 100;
+constexpr double length_tolerance = 1e-07; // not read: the lengths of segments are exact
+
+ERVec<ERPoint2D> pole_points(const ERVec<ERPole2DH>& poles) {
+    ERVec<ERPoint2D> points(poles.size());
+    std::transform(poles.cbegin(), poles.cend(), points.begin(),
+                   [](const ERPole2DH& pole) { return pole.castToPoint(); });
+    return points;
+}
+
+/// The convex hull of poles as a closed polygon, with the ordinates it reaches.
+struct Hull {
+    explicit Hull(const ERVec<ERPole2DH>& poles)
+        : outline(CalculateConvexeHull(pole_points(poles))) {
+        for (const ERPoint2D& p : outline.view()) {
+            lowest = std::min(lowest, p.y());
+            highest = std::max(highest, p.y());
+        }
+        outline.push_back(ERPoint2D(std::as_const(outline).front()));
+    }
+    /// intersect of both outlines. No ordinate in common is a sure no: `Inside` takes up no edge
+    /// then, and no edges meet.
+    bool touches(const Hull& other) const {
+        return lowest <= other.highest && other.lowest <= highest &&
+               intersect(outline, other.outline) != 0;
+    }
+
+    ERVec<ERPoint2D> outline;
+    double lowest = HUGE_VAL;
+    double highest = -HUGE_VAL;
+};
+
+/// A part of a curve over its own limits. REQUIRES finite pole points.
+struct Part {
+    explicit Part(const ERCpoleBezier2DR& part)
+        : curve(part), hull(part.getPoles()), length(curve.upperEstimate()),
+          chord(distance(curve.firstPt(), curve.lastPt())) {}
+    /// Also for a ratio of NaN, that of a part without length.
+    bool is_flat() const {
+        constexpr double flatness = 0.01;
+        return !(1.0 - chord / length >= flatness);
+    }
+
+    ERCpoleBezier2DR curve;
+    Hull hull;
+    double length;
+    double chord;
+};
+
+/// Whether the squares of lengths between the points that the poles stand for are finite.
+template <class Curve>
+bool has_finite_points(const Curve& curve) {
+    constexpr double greatest = 1e150;
+    const auto poles = curve.getPoles().view();
+    return !poles.empty() && std::all_of(poles.begin(), poles.end(), [](const ERPole2DH& pole) {
+        const ERPoint2D p = pole.castToPoint();
+        return std::fabs(p.x()) < greatest && std::fabs(p.y()) < greatest;
+    });
+}
+
+/// The pairs of parameters of two curves, in the order in which they are found.
+class PairFinder {
+public:
+    PairFinder(ERVec<double>& ta, ERVec<double>& tb) : ta_(ta), tb_(tb) {}
+
+    /// `swapped`: the second curve is first here.
+    void find(const Part& first, const Part& second, bool swapped, int level = 0) {
+        const bool flat = first.is_flat() && second.is_flat();
+        if (!flat && level < deepest_level && divide(first, second, swapped, level)) return;
+        solve(first, second, swapped);
+    }
+
+private:
+    /// Goes on with the halves of the longer part, each before the other part; false if it can't be
+    /// halved.
+    bool divide(const Part& first, const Part& second, bool swapped, int level) {
+        const bool longer_first = first.length >= second.length;
+        const Part &longer = longer_first ? first : second, &other = longer_first ? second : first;
+        ERCpoleBezier2DR halves[2];
+        if (!longer.curve.split(halves[0], halves[1]) || !has_finite_points(halves[0]) ||
+            !has_finite_points(halves[1]))
+            return false;
+        for (const ERCpoleBezier2DR& half : halves) {
+            const Part part(half);
+            if (part.hull.touches(other.hull))
+                find(part, other, swapped == longer_first, level + 1);
+        }
+        return true;
+    }
+
+    void solve(const Part& first, const Part& second, bool swapped) {
+        ERVec<double> fractions(2);
+        if (!start_of(first, second, fractions)) return;
+        ERCpoleBezier2DR a = first.curve, b = second.curve;
+        if (!scale_up(a, b)) return;
+        FonctionnelleIntersectionDeBezier problem(a, b);
+        constexpr double flatness_ratio = 1e-12, residual = 1e-09;
+        constexpr int unknowns = 2, iterations = 400;
+        ERNewtonMSolver solver(&problem, unknowns, flatness_ratio, iterations);
+        if (solver.Resoudre(fractions, residual) > NewtonStatus_residual) return;
+        // The maps clamp what is in [0, 1] and extrapolate the rest.
+        const double on_first = problem.limits_of_a()(std::as_const(fractions)[0]);
+        const double on_second = problem.limits_of_b()(std::as_const(fractions)[1]);
+        ta_.push_back(swapped ? on_second : on_first);
+        tb_.push_back(swapped ? on_first : on_second);
+    }
+
+    static ERSegment2D chord_of(ERCpoleBezier2DR curve) {
+        return {curve.firstPt(), curve.lastPt()};
+    }
+
+    /// The fractions at which the lines through the ends meet, by distance: never negative.
+    static bool start_of(const Part& first, const Part& second, ERVec<double>& fractions) {
+        const ERSegment2D s1 = chord_of(first.curve), s2 = chord_of(second.curve);
+        const double sine =
+            velm::cross(s1.dirVector().getnormalized(), s2.dirVector().getnormalized());
+        ERPoint2D p;
+        if (sine == 0.0 || !intersect(ERInfLine2D(s1), ERInfLine2D(s2), p)) return false;
+        fractions[0] = distance(p, s1.getP1()) / s1.arcLength(length_tolerance);
+        fractions[1] = distance(p, s2.getP1()) / s2.arcLength(length_tolerance);
+        return true;
+    }
+
+    /// Makes the box of both 100 units across, about its centre, so that the absolute residual is
+    /// relative to it.
+    static bool scale_up(ERCpoleBezier2DR& a, ERCpoleBezier2DR& b) {
+        constexpr double across = 100.0;
+        ERMinimax2D box = a.getBox();
+        box.Update(b.getBox());
+        const ERPoint2D low = box.MinPoint(), high = box.MaxPoint();
+        const double ratio = across / distance(low, high);
+        if (!std::isfinite(ratio)) return false;
+        const ERTransfo2D larger(ratio, (low + high) * 0.5);
+        a.transformFrom(larger);
+        b.transformFrom(larger);
+        return true;
+    }
+
+    ERVec<double>& ta_;
+    ERVec<double>& tb_;
+};
+
+template <class Value>
+bool are_equal(const ERVec<Value>& a, const ERVec<Value>& b) {
+    return std::equal(a.cbegin(), a.cend(), b.cbegin(), b.cend());
+}
+bool are_equal(const ERCpoleBezier2DR& a, const ERCpoleBezier2DR& b) {
+    return are_equal(a.getPoles(), b.getPoles());
+}
+bool are_equal(const ERCpoleNURBS2D& a, const ERCpoleNURBS2D& b) {
+    return are_equal(a.getPoles(), b.getPoles()) &&
+           are_equal(a.getKnots().getVec(), b.getKnots().getVec());
+}
+
+template <class Curve>
+bool is_reverse_of(Curve a, const Curve& b) {
+    a.reverse();
+    return are_equal(a, b);
+}
+
+/// Whether two curves have the same poles and knots exactly, or one is the other turned round.
+/// Where the pieces of such curves have common points is decided by roundings.
+template <class Curve>
+bool are_same_curve(const Curve& a, const Curve& b) {
+    return are_equal(a, b) || is_reverse_of(a, b) || is_reverse_of(b, a);
+}
+
+/// The spans of a curve that have a length, as Bezier curves over them.
+std::vector<Part> bezier_parts(const ERCpoleNURBS2D& curve) {
+    std::vector<Part> parts;
+    const velm::detail::KnotView knots = velm::detail::view_of(curve.getKnots());
+    const int p = knots.degree;
+    for (int s = p; s < knots.poles(); ++s) {
+        if (!(knots[s] < knots[s + 1])) continue;
+        ERVec<ERPole2DH> poles(p + 1);
+        velm::detail::span_to_bezier(
+            knots.knots + s,
+            row_of(curve.getPoles().view().subspan(std::size_t(s - p), std::size_t(p) + 1)),
+            row_of(poles));
+        const ERCpoleBezier2DR span(poles, ERLimites(knots[s], knots[s + 1]));
+        if (has_finite_points(span)) parts.emplace_back(span);
+    }
+    return parts;
+}
+
+} // namespace
+
+int intersect(ERCpoleBezier2DR a, ERCpoleBezier2DR b, ERVec<double>& ta, ERVec<double>& tb) {
+    for (ERCpoleBezier2DR* const curve : {&a, &b})
+        curve->adjust();
+    if (has_finite_points(a) && has_finite_points(b) && !are_same_curve(a, b))
+        PairFinder(ta, tb).find(Part(a), Part(b), false);
+    return ta.size();
+}
+
+int intersect(ERCpoleNURBS2D a, ERCpoleNURBS2D b, ERVec<double>& ta, ERVec<double>& tb) {
+    for (ERCpoleNURBS2D* const curve : {&a, &b}) {
+        curve->adjust();
+        if (!curve->isValid() || !has_finite_points(*curve)) return ta.size();
+    }
+    if (are_same_curve(a, b) || !Hull(a.getPoles()).touches(Hull(b.getPoles()))) return ta.size();
+    const std::vector<Part> parts = bezier_parts(a), others = bezier_parts(b);
+    for (const Part& part : parts) {
+        for (const Part& other : others) {
+            if (part.hull.touches(other.hull) && !are_same_curve(part.curve, other.curve))
+                PairFinder(ta, tb).find(part, other, false);
+        }
+    }
+    return ta.size();
+}
