@@ -180,7 +180,7 @@ TEST(RunningStatistics, AreStableFarFromZero) {
     EXPECT_NEAR(deviation, std::sqrt(1.0 / 3.0), 0.02) << "of a uniform spread";
     RunningStatistics tiny;
     tiny.add(-1e-200);
-    EXPECT_EQ(tiny.root_mean_square(), 1e-200) << "whose square is no double";
+    EXPECT_EQ(tiny.rms(), 1e-200) << "whose square is no double";
 }
 
 } // namespace

@@ -32,7 +32,7 @@ AppliedAlignment with_report(const AlignmentReport& found, const AlignmentOption
 } // namespace
 
 DeviationSpread spread_of(const RunningStatistics& deviations) {
-    return {deviations.root_mean_square(), deviations.minimum(), deviations.maximum()};
+    return {deviations.rms(), deviations.minimum(), deviations.maximum()};
 }
 
 double AppliedAlignment::angle() const {

@@ -39,7 +39,7 @@ public:
     double standard_deviation() const {
         return count_ > 1 ? std::sqrt(squares_ / static_cast<double>(count_ - 1)) : 0.0;
     }
-    double root_mean_square() const {
+    double rms() const {
         return std::hypot(mean_, std::sqrt(squares_ / static_cast<double>(count_)));
     }
 
@@ -99,7 +99,7 @@ struct Summary {
                 deviations.maximum(),
                 deviations.mean(),
                 deviations.standard_deviation(),
-                deviations.root_mean_square(),
+                deviations.rms(),
                 std::nullopt,
                 {worst_id, worst_deviation}};
     }

@@ -159,7 +159,7 @@ void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summa
     row("Greatest deviation", number(deviations.maximum()));
     row("Mean", number(deviations.mean()));
     row("Standard deviation", unsigned_text(deviations.standard_deviation()));
-    row("Root mean square", unsigned_text(deviations.root_mean_square()));
+    row("Root mean square", unsigned_text(deviations.rms()));
     row("Worst", number(summary.worst_deviation), clipped(terminal_text(summary.worst_id), 14));
 }
 

@@ -43,7 +43,7 @@ std::string FitOutputs::text_below() const {
     }
     table.add({"least residual", fixed(deviations.minimum(), decimals())});
     table.add({"greatest residual", fixed(deviations.maximum(), decimals())});
-    table.add({"root mean square", fixed(deviations.root_mean_square(), decimals())});
+    table.add({"root mean square", fixed(deviations.rms(), decimals())});
     table.add({"worst", fixed(summary.worst_deviation, decimals()), "id " + summary.worst_id});
     return text + "\n" +
            terminal_text("least-squares " + std::string(kind_name(result_.kind)) + " of " +

@@ -52,7 +52,7 @@ std::string figures(const Summary& summary) {
     add_number("Greatest deviation", deviations.maximum());
     add_number("Mean", deviations.mean());
     add_number("Standard deviation", deviations.standard_deviation());
-    add_number("Root mean square", deviations.root_mean_square());
+    add_number("Root mean square", deviations.rms());
     add("Worst", fixed(summary.worst_deviation, decimals) + ", id " +
                      clipped(terminal_text(summary.worst_id), 40));
     return out + "</dl>\n";

@@ -45,7 +45,7 @@ std::string summary_text(const Summary& summary, std::size_t worst, const std::s
     table.add({"greatest deviation", number(deviations.maximum())});
     table.add({"mean", number(deviations.mean())});
     table.add({"standard deviation", number(deviations.standard_deviation())});
-    table.add({"root mean square", number(deviations.root_mean_square())});
+    table.add({"root mean square", number(deviations.rms())});
     table.add({"worst", number(summary.worst_deviation), "id " + summary.worst_id});
     return out + "\n" + terminal_text(title) + "\n" + table.text();
 }
