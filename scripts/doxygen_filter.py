@@ -9,7 +9,8 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 INCLUDE = re.compile(r'^#include "(velm/[^"]+)"', re.MULTILINE)
 # In the order of precedence: a header that serves two tasks is listed under the first.
-TASKS = ["fit", "align", "compare", "region", "store", "archive", "transform"]
+TASKS = ["fit", "align", "compare", "region", "store", "archive", "transform",
+         "inspect"]
 
 
 def group_of(header):

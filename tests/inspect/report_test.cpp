@@ -7,11 +7,11 @@
 #include <string>
 
 #include "inspect/input/outline_reader.h"
-#include "inspect/keep/record_properties.h"
-#include "inspect/keep/section_record.h"
-#include "inspect/keep/section_store.h"
+#include "inspect/keep/store_reader.h"
+#include "inspect/keep/store_writer.h"
 #include "inspect/workshop.h"
 #include "support/random.h"
+#include "velm/inspection/detail/record_fields.h"
 #include "velm/inspection/nominal_entities.h"
 #include "velm/inspection/section_target.h"
 #include "velm/planar/profile.h"
@@ -157,10 +157,12 @@ TEST(Report, RefusesWhatIsNotWhole) {
     {
         OutputSet outputs;
         StoreWriter old(outputs, here.path("old.velm"));
-        const t_SmartPtr<ERDBObject> head = new_record(section_kind);
-        put(*head, RecordKey::program, std::string("velm-inspect 0.0.9"));
-        put_count(*head, RecordKey::count, 3);
-        old.save(head);
+        old.save([](ERDataBase& data) {
+            const t_SmartPtr<ERDBObject> head = velm::detail::new_record(section_kind);
+            velm::detail::put(*head, RecordKey::program, "velm-inspect 0.0.9");
+            velm::detail::put_total(*head, RecordKey::count, 3);
+            data.save(t_SmartPtr<ERObject>(head.get()));
+        });
         old.close();
         outputs.commit();
     }
@@ -171,7 +173,8 @@ TEST(Report, RefusesWhatIsNotWhole) {
     {
         const NominalOutline outline = outline_from(lid);
         OutputSet outputs;
-        SectionStore store(outputs, here.path("parts.velm"), outline, SectionHead());
+        KeptRecords<SectionRecordWriter> store(outputs, here.path("parts.velm"), false,
+                                               SectionHead(), outline);
         store.add(SectionRow());
         outputs.commit();
     }
@@ -180,7 +183,9 @@ TEST(Report, RefusesWhatIsNotWhole) {
     {
         OutputSet outputs;
         StoreWriter old(outputs, here.path("parts.velm"));
-        old.save(new_record(section_kind));
+        old.save([](ERDataBase& data) {
+            data.save(t_SmartPtr<ERObject>(velm::detail::new_record(section_kind).get()));
+        });
         old.close();
         outputs.commit();
     }
@@ -197,12 +202,12 @@ TEST(Report, RefusesWhatIsNotWhole) {
 TEST(Report, StandsInTheFileAsTargetsAndNamedEdges) {
     const Reported here;
     EXPECT_EQ(here.inspect("lid.txt probed.csv --frame 1 2 40 0 0 1 1 0 0 --store s.velm").code, 0);
-    StoreReader reader(here.path("s.velm").string());
-    ASSERT_EQ(reader.size(), 1 + 3 + 8);
-    SectionRecord record(reader, list_inspections(reader).back());
+    const auto reader = open_records(here.path("s.velm").string());
+    ASSERT_EQ(reader->size(), 1 + 3 + 8);
+    SectionRecordReader record(*reader, reader->inspections().back());
     SectionRow row;
     for (long i = 1; record.next(row); ++i) {
-        const t_SmartPtr<ERDBObject> kept = reader.record(i);
+        const t_SmartPtr<ERDBObject> kept = reader->record(i);
         const gmTargetPoint* const target = gmTargetPoint::castdown(kept->object().get());
         ASSERT_NE(target, nullptr);
         EXPECT_NEAR(target->distance_to_plane(), row.deviation, 1e-14);
@@ -211,11 +216,11 @@ TEST(Report, StandsInTheFileAsTargetsAndNamedEdges) {
                   record.head().frame->to_machine(
                       ERPoint3D(row.comparison.foot.x(), row.comparison.foot.y(), 0)));
     }
-    const t_SmartPtr<ERDBObject> arc = reader.record(1 + 3 + 1);
-    const RecordFields fields(*arc, reader.path());
-    EXPECT_EQ(fields.text(RecordKey::group_path), "/lid.txt/outer");
-    EXPECT_EQ(fields.text(RecordKey::type), "ERArc2D");
-    EXPECT_EQ(fields.text(RecordKey::name_space), "lid.txt");
+    const t_SmartPtr<ERDBObject> arc = reader->record(1 + 3 + 1);
+    const velm::detail::RecordProperties properties(*arc);
+    EXPECT_EQ(properties.text_or_empty(RecordKey::group_path), "/lid.txt/outer");
+    EXPECT_EQ(properties.text_or_empty(RecordKey::type), "ERArc2D");
+    EXPECT_EQ(properties.text_or_empty(RecordKey::name_space), "lid.txt");
 }
 
 } // namespace

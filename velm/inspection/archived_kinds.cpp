@@ -54,7 +54,6 @@ public:
         before_target_.load(archive, &row, &head);
         load_target(archive, target);
         after_target_.load(archive, &row, &head);
-        row.diameter = target.measured_point().diameter;
     }
 
 private:
@@ -213,6 +212,7 @@ bool SectionArchiveReader::next(SectionRow& row) {
     row.index = count_++;
     gmTargetPoint target;
     ArchivedRow<SectionRow>::form().load(document_.archive_, row, head_, target);
+    row.diameter = target.measured_point().diameter;
     require_sound(document_.archive_, row, outline_);
     judge(row, head_.tolerance);
     document_.take(row);

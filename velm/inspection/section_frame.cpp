@@ -69,7 +69,7 @@ std::span<const Field> fields_of<SectionFrame>() {
             "first_axis", {.shown = Shown::in_data, .key = RecordKey::frame_axis_x},
             [](const SectionFrame& frame) { return frame.first_axis(); }),
         F::property<FieldType::numbers>(
-            "numbers", {.key = RecordKey::frame_numbers, .archive = 1},
+            "frame_numbers", {.key = RecordKey::frame_numbers, .archive = 1},
             [](const SectionFrame& frame) { return frame.numbers(); },
             [](SectionFrame& frame, const FieldValue& value) {
                 const auto* const numbers = std::get_if<std::span<const double>>(&value);

@@ -106,10 +106,19 @@ std::span<const Field> fields_of<TargetRow>() {
         F::field<&Row::in_tolerance>(
             "in_tolerance",
             {.shown = Shown::in_tables, .key = RecordKey::within, .heading = "tolerance"}),
-        F::field<&Row::diameter>("ball_diameter", {.unit = FieldUnit::length,
-                                                   .shown = Shown::in_data,
-                                                   .late = true,
-                                                   .key = RecordKey::diameter}),
+        // The record of a target in an object file has no place for its ball.
+        F::property<FieldType::number>(
+            "ball_diameter",
+            {.unit = FieldUnit::length,
+             .shown = Shown::in_data,
+             .late = true,
+             .key = RecordKey::diameter},
+            [](const Row& row) { return row.target.measured_point().probe_diameter(); },
+            [](Row& row, const FieldValue& value) {
+                const double* const diameter = std::get_if<double>(&value);
+                if (diameter != nullptr) row.target.probe_diameter(*diameter);
+                return diameter != nullptr;
+            }),
     };
     return fields;
 }

@@ -35,9 +35,7 @@ VELM_API std::span<const Field> fields_of<TargetHead>();
 struct TargetRow : Judged {
     using Head = TargetHead;
 
-    gmTargetPoint target;
-    /// Of the ball: the record of a target in an object file has no place for it.
-    double diameter = 0.0;
+    gmTargetPoint target; ///< with the ball
 };
 template <>
 VELM_API std::span<const Field> fields_of<TargetRow>();

@@ -30,6 +30,8 @@ class VELM_API gmTargetPoint : public EREntity3D {
     const ERPoint3D& target_point() const { return target; }
     const ERCMMPointWithDiameter& measured_point() const { return measured; }
     const ERPoint3D& calculated_point() const { return calculated; }
+    /// Gives a restored target the diameter of its ball back; the calculated point is unchanged.
+    void probe_diameter(double ball) { measured.diameter = ball; }
 
     /// From the nominal to the calculated point.
     double distance_to_point() const;

@@ -94,7 +94,6 @@ TargetRow TargetReader::row(int number) const {
     }
     TargetRow row;
     row.id = id();
-    row.diameter = ball;
     const ERCMMPointWithDiameter measured(touched, direction, ball, number);
     row.target = is_filled(nom_i) ? gmTargetPoint(nominal, measured, direction)
                                   : gmTargetPoint(nominal, measured);

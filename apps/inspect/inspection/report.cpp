@@ -6,47 +6,31 @@
 
 #include "inspect/base/progress.h"
 #include "inspect/keep/archive_file.h"
-#include "inspect/keep/section_record.h"
-#include "inspect/keep/target_record.h"
+#include "inspect/keep/store_reader.h"
 #include "inspect/report/target_outputs.h"
 
 namespace velm::inspect {
 namespace {
 
-// What each kind of inspection is read from, and what takes its rows.
-struct SectionKind {
-    using Row = SectionRow;
-    using Record = SectionRecord;
-    using Document = SectionArchiveReader;
-    static constexpr const char* stored = section_kind;
-    static constexpr ArchivedKind archived = ArchivedKind::section;
-    static constexpr bool has_svg = true;
-    template <class Reader>
-    static SectionOutputs outputs(const Reader& reader, const OutputPaths& paths) {
-        return {reader.head(), reader.outline(), paths};
-    }
-};
-
-struct TargetKind {
-    using Row = TargetRow;
-    using Record = TargetRecord;
-    using Document = TargetArchiveReader;
-    static constexpr const char* stored = targets_kind;
-    static constexpr ArchivedKind archived = ArchivedKind::targets;
-    static constexpr bool has_svg = false;
-    template <class Reader>
-    static TargetOutputs outputs(const Reader& reader, const OutputPaths& paths) {
-        return {reader.head(), paths};
-    }
-};
+// What takes the rows of each kind of inspection.
+SectionOutputs outputs_of(const SectionRecordReader& reader, const OutputPaths& paths) {
+    return {reader.head(), reader.outline(), paths};
+}
+SectionOutputs outputs_of(const SectionArchiveReader& reader, const OutputPaths& paths) {
+    return {reader.head(), reader.outline(), paths};
+}
+template <class Reader>
+TargetOutputs outputs_of(const Reader& reader, const OutputPaths& paths) {
+    return {reader.head(), paths};
+}
 
 // Hands all rows of a reader on and ends as the run did. `update` shows the progress after so many
 // rows.
-template <class Kind, class Reader, class Update>
+template <class Reader, class Update>
 ExitCode report_rows(Reader& reader, const OutputPaths& paths, Update update) {
-    auto outputs = Kind::outputs(reader, paths);
+    auto outputs = outputs_of(reader, paths);
     Progress progress(!paths.quiet);
-    typename Kind::Row row;
+    typename Reader::Row row;
     for (std::uint64_t count = 1; reader.next(row); ++count) {
         outputs.add(row);
         update(progress, count);
@@ -56,35 +40,39 @@ ExitCode report_rows(Reader& reader, const OutputPaths& paths, Update update) {
     return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
 }
 
-template <class Kind>
-ExitCode report_record(StoreReader& reader, const StoredInspection& inspection,
+template <class Reader>
+ExitCode report_record(InspectionRecords& file, const StoredInspection& inspection,
                        const OutputPaths& paths) {
-    typename Kind::Record record(reader, inspection);
-    return report_rows<Kind>(record, paths, [&](Progress& progress, std::uint64_t count) {
-        progress.update(count, count, record.count());
+    Reader reader(file, inspection);
+    return report_rows(reader, paths, [&](Progress& progress, std::uint64_t count) {
+        progress.update(count, count, reader.count());
     });
 }
 
-template <class Kind>
+template <class Reader>
 ExitCode report_document(InspectionArchiveReader& document, const OutputPaths& paths) {
-    typename Kind::Document reader(document);
-    return report_rows<Kind>(reader, paths, [&](Progress& progress, std::uint64_t count) {
+    Reader reader(document);
+    return report_rows(reader, paths, [&](Progress& progress, std::uint64_t count) {
         progress.update(count, document.bytes_read(), document.size());
     });
 }
 
+// A kind of inspection that is kept: its name in an object file and its number in an archive, with
+// the readers of both.
 struct ReportedKind {
     std::string_view stored;
     ArchivedKind archived;
     bool has_svg;
-    ExitCode (*report_record)(StoreReader&, const StoredInspection&, const OutputPaths&);
+    ExitCode (*report_record)(InspectionRecords&, const StoredInspection&, const OutputPaths&);
     ExitCode (*report_document)(InspectionArchiveReader&, const OutputPaths&);
 };
 
-template <class Kind>
-constexpr ReportedKind reported{Kind::stored, Kind::archived, Kind::has_svg, report_record<Kind>,
-                                report_document<Kind>};
-constexpr ReportedKind kinds[] = {reported<SectionKind>, reported<TargetKind>};
+constexpr ReportedKind kinds[] = {
+    {section_kind, ArchivedKind::section, true, report_record<SectionRecordReader>,
+     report_document<SectionArchiveReader>},
+    {targets_kind, ArchivedKind::targets, false, report_record<TargetRecordReader>,
+     report_document<TargetArchiveReader>},
+};
 
 constexpr const char* no_svg = "is of targets, whose picture is in the page (--html)";
 
@@ -92,10 +80,10 @@ std::string numbered(const StoredInspection& inspection) {
     return std::to_string(inspection.number) + " (" + inspection.title() + ")";
 }
 
-const StoredInspection& choose(const StoreReader& reader, const std::vector<StoredInspection>& all,
+const StoredInspection& choose(const std::vector<StoredInspection>& all,
                                const ReportOptions& options) {
-    if (all.empty()) throw Failure(ExitCode::input, reader.path() + ": holds no inspection");
-    const std::string holds = reader.path() + ": holds " + std::to_string(all.size()) +
+    if (all.empty()) throw Failure(ExitCode::input, options.store + ": holds no inspection");
+    const std::string holds = options.store + ": holds " + std::to_string(all.size()) +
                               (all.size() == 1 ? " inspection" : " inspections");
     if (options.number) {
         if (*options.number > all.back().number)
@@ -105,7 +93,7 @@ const StoredInspection& choose(const StoreReader& reader, const std::vector<Stor
     }
     if (all.size() > 1)
         warn_user(holds + ", of which this is the last, " + numbered(all.back()) +
-                  "; --record N reports another, velm-inspect store " + reader.path() +
+                  "; --record N reports another, velm-inspect store " + options.store +
                   " lists them");
     return all.back();
 }
@@ -131,16 +119,18 @@ ExitCode report_archived(const ReportOptions& options) {
 
 ExitCode report_stored(const ReportOptions& options) {
     if (is_archive_file(options.store)) return report_archived(options);
-    StoreReader reader(options.store);
-    const std::vector<StoredInspection> all = list_inspections(reader);
-    const StoredInspection& chosen = choose(reader, all, options);
-    const std::string stored = chosen.fields(reader).kind();
-    for (const ReportedKind& kind : kinds) {
-        if (kind.stored != stored) continue;
-        if (!kind.has_svg && options.paths.svg) chosen.refuse(reader, no_svg);
-        return kind.report_record(reader, chosen, options.paths);
-    }
-    chosen.refuse(reader, "is of a kind that has no report");
+    const std::unique_ptr<InspectionRecords> file = open_records(options.store);
+    return with_records(options.store, [&] {
+        const std::vector<StoredInspection> all = file->inspections();
+        const StoredInspection& chosen = choose(all, options);
+        const std::string stored = chosen.kind();
+        for (const ReportedKind& kind : kinds) {
+            if (kind.stored != stored) continue;
+            if (!kind.has_svg && options.paths.svg) chosen.refuse(no_svg);
+            return kind.report_record(*file, chosen, options.paths);
+        }
+        chosen.refuse("is of a kind that has no report");
+    });
 }
 
 } // namespace velm::inspect

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "inspect/base/failure.h"
-#include "inspect/keep/stored_inspections.h"
 #include "inspect/report/section_outputs.h"
 
 namespace velm::inspect {

@@ -4,7 +4,7 @@
 #include "inspect/inspection/section_alignment.h"
 #include "inspect/inspection/section_points.h"
 #include "inspect/keep/archive_file.h"
-#include "inspect/keep/section_store.h"
+#include "inspect/keep/store_writer.h"
 
 namespace velm::inspect {
 namespace {
@@ -51,9 +51,9 @@ ExitCode inspect_section(const SectionOptions& options) {
     }
 
     SectionOutputs outputs(head, outline, options.paths);
-    std::optional<SectionStore> store;
+    std::optional<KeptRecords<SectionRecordWriter>> store;
     if (options.paths.store)
-        store.emplace(outputs.set(), *options.paths.store, outline, head, options.paths.sync);
+        store.emplace(outputs.set(), *options.paths.store, options.paths.sync, head, outline);
     std::optional<KeptArchive<SectionArchiveWriter>> archive;
     if (options.paths.archive)
         archive.emplace(outputs.set(), *options.paths.archive, head, outline);

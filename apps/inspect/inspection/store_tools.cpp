@@ -10,7 +10,7 @@
 #include "inspect/input/text_source.h"
 #include "inspect/keep/store_export.h"
 #include "inspect/keep/store_file.h"
-#include "inspect/keep/stored_inspections.h"
+#include "inspect/keep/store_reader.h"
 #include "velm/store/store_check.h"
 #include "velm/store/store_digest.h"
 #include "velm/store/store_salvage.h"
@@ -66,25 +66,28 @@ struct Told {
 void list_inspections(const StoreOptions& options, Told& told) {
     Table table({{"record"}, {"inspection", false}, {"points"}, {"out of tolerance"}});
     Json list = Json::array();
+    const auto add = [&](const StoredInspection& inspection) {
+        const auto count = [&](RecordKey key) {
+            const std::optional<std::uint64_t> found = inspection.count(key);
+            return found ? Json(*found) : Json();
+        };
+        const Json points = count(RecordKey::count), out = count(RecordKey::out_of_tolerance);
+        const auto shown = [](const Json& number) {
+            return number.is_null() ? "-" : grouped(number.get<std::uint64_t>(), ",");
+        };
+        table.add(
+            {std::to_string(inspection.number), inspection.title(), shown(points), shown(out)});
+        list.push_back({{"record", inspection.number},
+                        {"kind", inspection.kind()},
+                        {"title", inspection.title()},
+                        {"points", points},
+                        {"out_of_tolerance", out}});
+    };
     try {
-        StoreReader reader(options.file);
-        for (const StoredInspection& inspection : list_inspections(reader)) {
-            const RecordFields fields = inspection.fields(reader);
-            const auto count = [&](RecordKey key) {
-                return fields.has(key) ? Json(fields.count(key)) : Json();
-            };
-            const Json points = count(RecordKey::count), out = count(RecordKey::out_of_tolerance);
-            const auto shown = [](const Json& number) {
-                return number.is_null() ? "-" : grouped(number.get<std::uint64_t>(), ",");
-            };
-            table.add(
-                {std::to_string(inspection.number), inspection.title(), shown(points), shown(out)});
-            list.push_back({{"record", inspection.number},
-                            {"kind", fields.kind()},
-                            {"title", inspection.title()},
-                            {"points", points},
-                            {"out_of_tolerance", out}});
-        }
+        with_records(options.file, [&] {
+            for (const StoredInspection& inspection : open_records(options.file)->inspections())
+                add(inspection);
+        });
     } catch (const Failure&) {
     }
     if (!list.empty()) told.text += "\n" + table.text();

@@ -7,7 +7,7 @@
 #include "inspect/input/target_reader.h"
 #include "inspect/inspection/target_alignment.h"
 #include "inspect/keep/archive_file.h"
-#include "inspect/keep/target_store.h"
+#include "inspect/keep/store_writer.h"
 
 namespace velm::inspect {
 namespace {
@@ -52,9 +52,9 @@ ExitCode inspect_targets(const TargetOptions& options) {
     if (options.align) head.alignment = align_targets(table.rows, source.name());
     if (options.skip_bad) head.skipped = table.bad.count();
     TargetOutputs outputs(head, options.paths);
-    std::optional<TargetStore> store;
+    std::optional<KeptRecords<TargetRecordWriter>> store;
     if (options.paths.store)
-        store.emplace(outputs.set(), *options.paths.store, head, options.paths.sync);
+        store.emplace(outputs.set(), *options.paths.store, options.paths.sync, head);
     std::optional<KeptArchive<TargetArchiveWriter>> archive;
     if (options.paths.archive) archive.emplace(outputs.set(), *options.paths.archive, head);
     for (TargetRow& row : table.rows) {

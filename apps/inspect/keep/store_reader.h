@@ -1,34 +1,27 @@
-// store_reader.h: `StoreReader`, the records of an object file.
+// store_reader.h: the inspections of an object file: `open_records`, `with_records`.
 #pragma once
 
 #include <memory>
 #include <string>
 
-#include "velm/frame/smart_pointer.h"
-#include "velm/store/db_object.h"
+#include "inspect/keep/store_file.h"
+#include "velm/inspection/inspection_records.h"
 
 namespace velm::inspect {
 
-/// Reads the records of an object file one at a time, by the index that counts them in the order in
-/// which they were saved. The file is never written. Throws `Failure`: (input) for what is no
-/// object file, is of a later version, or has counters behind its contents; (file) where it can't
-/// be read.
-class StoreReader {
-public:
-    explicit StoreReader(const std::string& path);
-    ~StoreReader();
+/// Opens an object file for reading. Throws `Failure`: (input) for what is no object file, is of a
+/// later version, or has counters behind its contents; (file) where it can't be read.
+std::unique_ptr<InspectionRecords> open_records(const std::string& path);
 
-    const std::string& path() const { return path_; }
-    /// The number of indices, 0 for a file whose objects have none.
-    long size() const;
-    /// Null for an index whose object is no record or no more.
-    t_SmartPtr<ERDBObject> record(long index);
-
-private:
-    class Store;
-
-    std::string path_;
-    std::unique_ptr<Store> store_;
-};
+/// Runs `work`, turning exceptions about the records of `path` into failures (input) that name the
+/// file and the object.
+template <class Work>
+auto with_records(const std::string& path, Work work) {
+    try {
+        return with_store(path, work);
+    } catch (const RecordFault& fault) {
+        throw Failure(ExitCode::input, path + ", " + fault.what());
+    }
+}
 
 } // namespace velm::inspect

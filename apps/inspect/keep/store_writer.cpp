@@ -4,8 +4,6 @@
 
 #include <vector>
 
-#include "inspect/keep/store_file.h"
-
 namespace velm::inspect {
 namespace {
 
@@ -64,14 +62,6 @@ void StoreWriter::check(gmErrorCode code) const {
     with_store(path_, [&] {
         AfxThrowFileException(code == gmFileRefused ? gmInvalidFile : code, -1, path_.c_str());
     });
-}
-
-void StoreWriter::save(const t_SmartPtr<ERDBObject>& record) {
-    check(database_.save(t_SmartPtr<ERObject>(record.get())));
-}
-
-void StoreWriter::save_again(ERDBObject& record) {
-    if (!record.Save(nullptr)) throw Failure(ExitCode::file, path_ + ": can't be written");
 }
 
 void StoreWriter::close() {

@@ -1,4 +1,4 @@
-// store_writer.h: `StoreWriter`, an object file that gets new records.
+// store_writer.h: an object file that gets new records: `StoreWriter`, `KeptRecords`.
 #pragma once
 
 #include <memory>
@@ -6,11 +6,12 @@
 #include <string>
 
 #include "inspect/base/output_set.h"
-#include "velm/frame/smart_pointer.h"
+#include "inspect/keep/store_file.h"
+#include "velm/inspection/inspection_records.h"
 #include "velm/platform/file.h"
 #include "velm/store/database.h"
-#include "velm/store/db_object.h"
 #include "velm/store/store_batch.h"
+#include "velm/version.h"
 
 namespace velm::inspect {
 
@@ -22,10 +23,18 @@ public:
     StoreWriter(OutputSet& outputs, const std::string& path, bool sync = false);
     ~StoreWriter();
 
-    /// Saves a new record, which has its identifier then.
-    void save(const t_SmartPtr<ERDBObject>& record);
-    /// Saves a record of this file again.
-    void save_again(ERDBObject& record);
+    /// Runs work(ERDataBase&), turning file exceptions into failures.
+    template <class Work>
+    void save(Work work) {
+        with_store(path_, [&] {
+            try {
+                work(database_);
+            } catch (CFileException* exception) {
+                if (exception->m_strFileName.empty()) exception->m_strFileName = path_;
+                throw;
+            }
+        });
+    }
     /// Closes the file; nothing may follow.
     void close();
 
@@ -37,6 +46,33 @@ private:
     std::unique_ptr<CFile> lock_; // on the file that is there already
     ERDataBase database_;
     std::optional<StoreBatch> batch_; // all that is saved
+};
+
+/// An inspection that is kept in an object file by one of the library's writers. Throws `Failure`.
+template <class Writer>
+class KeptRecords {
+public:
+    /// `subject` is what the writer takes after database and program.
+    template <class... Subject>
+    KeptRecords(OutputSet& outputs, const std::string& path, bool sync, const Subject&... subject)
+        : file_(outputs, path, sync) {
+        file_.save([&](ERDataBase& data) {
+            writer_.emplace(data, "velm-inspect " VELM_VERSION_STRING, subject...);
+        });
+    }
+    template <class Row>
+    void add(const Row& row) {
+        file_.save([&](ERDataBase&) { writer_->add(row); });
+    }
+    /// Saves what is known only at the end, and closes the file.
+    void finish(const Summary& summary) {
+        file_.save([&](ERDataBase&) { writer_->finish(summary); });
+        file_.close();
+    }
+
+private:
+    StoreWriter file_;
+    std::optional<Writer> writer_;
 };
 
 } // namespace velm::inspect

@@ -1,0 +1,141 @@
+// The records of each kind of inspection, written.
+#include "velm/inspection/detail/edge_record.h"
+#include "velm/inspection/detail/record_fields.h"
+#include "velm/inspection/inspection_records.h"
+#include "velm/inspection/section_target.h"
+#include "velm/platform/file_exception.h"
+
+#include <algorithm>
+
+namespace velm {
+
+using detail::new_record;
+using detail::put;
+
+namespace {
+
+// A palette number as CAD systems have it, and red, green, blue.
+struct Color {
+    int number;
+    unsigned long rgb;
+};
+constexpr Color red{1, 0x7F0012}, green{3, 0x2E7D32}, dark{7, 0x22303C};
+
+// Green in tolerance, red out of it, dark without a judgement.
+void put_color(ERDBObject& record, const std::optional<bool>& in_tolerance) {
+    const Color& color = !in_tolerance ? dark : *in_tolerance ? green : red;
+    record.color(color.number);
+    record.color_rgb(color.rgb);
+}
+
+} // namespace
+
+InspectionRecordWriter::InspectionRecordWriter(ERDataBase& data, std::string_view program,
+                                               const char* kind)
+    : data_(data), head_(new_record(kind)) {
+    put(*head_, RecordKey::program, program);
+}
+
+void InspectionRecordWriter::save_object(ERDBObject& record) {
+    const gmErrorCode code = data_.save(t_SmartPtr<ERObject>(&record));
+    if (code != gmSuccess) // the codes are the causes of file exceptions
+        AfxThrowFileException(code == gmFileRefused ? gmInvalidFile : code, -1, nullptr);
+}
+
+void InspectionRecordWriter::save_head() { save_object(*head_); }
+
+void InspectionRecordWriter::save(const t_SmartPtr<ERDBObject>& record) {
+    save_object(*record);
+    ++records_;
+}
+
+void InspectionRecordWriter::finish_head(const Summary& summary) {
+    detail::put_subject(*head_, summary.figures());
+    detail::put_total(*head_, RecordKey::records, records_);
+    if (!head_->Save(nullptr)) AfxThrowFileException(CFileException::genericException, -1, nullptr);
+}
+
+void SectionRecordWriter::EdgeFigures::add(const SectionRow& row) {
+    minimum = count == 0 ? row.deviation : std::min(minimum, row.deviation);
+    maximum = count == 0 ? row.deviation : std::max(maximum, row.deviation);
+    ++count;
+    if (row.in_tolerance == false) ++out_of_tolerance;
+}
+
+SectionRecordWriter::SectionRecordWriter(ERDataBase& data, std::string_view program,
+                                         const SectionHead& head, const Outline& outline)
+    : InspectionRecordWriter(data, program, section_kind), described_(head), outline_(outline),
+      entities_(outline, head.title, head.nominal) {
+    for (const Contour& contour : outline.contours)
+        figures_.emplace_back(static_cast<std::size_t>(contour.size()));
+    described_.contours = static_cast<int>(outline.contours.size());
+    described_.edges = outline.edge_count();
+    this->head().name(head.title.empty() ? head.nominal.c_str() : head.title.c_str());
+    detail::put_subject(this->head(), described_);
+    save_head();
+}
+
+void SectionRecordWriter::add(const SectionRow& row) {
+    const OutlineComparison& found = row.comparison;
+    figures_[static_cast<std::size_t>(found.contour)][static_cast<std::size_t>(found.edge)].add(
+        row);
+    const t_SmartPtr<ERDBObject> point = new_record(point_kind);
+    const gmTargetPoint target = section_target(row, described_.frame);
+    point->object(t_SmartPtr<ERObject>(new gmTargetPoint(target)));
+    put(*point, RecordKey::section, head().getObjectID());
+    detail::put_fields(*point, describe(row, described_));
+    save(point);
+}
+
+void SectionRecordWriter::save_edge(int contour, int edge, const EdgeFigures& found) {
+    const t_SmartPtr<ERDBObject> record = new_record(edge_kind);
+    record->object(entities_.entity(contour, edge));
+    record->name(("contour " + std::to_string(contour) + " edge " + std::to_string(edge)).c_str());
+    record->level(contour);
+    record->level_name(outline_.is_hole[static_cast<std::size_t>(contour)] ? "hole" : "outer");
+    const std::optional<Tolerance>& tolerance = described_.tolerance;
+    std::optional<bool> in_tolerance;
+    if (tolerance && found.count > 0) in_tolerance = found.out_of_tolerance == 0;
+    put_color(*record, in_tolerance);
+    put(*record, RecordKey::section, head().getObjectID());
+    detail::put_subject(*record, detail::EdgePlace(outline_, contour, edge));
+    detail::put_subject(*record, detail::IdentifierNames(entities_.identifier(contour, edge)));
+    detail::EdgeSummary figures{tolerance, found.count, {}, {}, {}, {}};
+    if (tolerance) {
+        figures.in_tolerance = found.count - found.out_of_tolerance;
+        figures.out_of_tolerance = found.out_of_tolerance;
+    }
+    if (found.count > 0) {
+        figures.minimum = found.minimum;
+        figures.maximum = found.maximum;
+    }
+    detail::put_subject(*record, figures);
+    save(record);
+}
+
+void SectionRecordWriter::finish(const Summary& summary) {
+    for (std::size_t contour = 0; contour < figures_.size(); ++contour)
+        for (std::size_t edge = 0; edge < figures_[contour].size(); ++edge)
+            save_edge(static_cast<int>(contour), static_cast<int>(edge), figures_[contour][edge]);
+    finish_head(summary);
+}
+
+TargetRecordWriter::TargetRecordWriter(ERDataBase& data, std::string_view program,
+                                       const TargetHead& head)
+    : InspectionRecordWriter(data, program, targets_kind), described_(head) {
+    this->head().name(head.table_name().c_str());
+    detail::put_subject(this->head(), described_);
+    detail::put_subject(this->head(), detail::IdentifierNames(nominal_point(head, 0)));
+    save_head();
+}
+
+void TargetRecordWriter::add(const TargetRow& row) {
+    const t_SmartPtr<ERDBObject> record = new_record(target_kind);
+    record->object(t_SmartPtr<ERObject>(row.target.getCopy()));
+    put_color(*record, row.in_tolerance);
+    put(*record, RecordKey::targets, head().getObjectID());
+    detail::put_fields(*record, describe(row, described_));
+    save(record);
+}
+
+} // namespace velm
