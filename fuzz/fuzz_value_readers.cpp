@@ -13,7 +13,13 @@
 #include "velm/frame/value_archive.h"
 #include "velm/frame/vec.h"
 #include "velm/platform/archive.h"
+#include "velm/surfaces/bounded_plane.h"
+#include "velm/surfaces/cone.h"
+#include "velm/surfaces/cylinder.h"
+#include "velm/surfaces/sphere.h"
+#include "velm/surfaces/torus.h"
 #include "velm/transforms/transformation_archive.h"
+#include "velm/transforms/transformation_factories.h"
 #include "velm/transforms/transformation_handle.h"
 #include "velm/wireframe/polyline.h"
 #include "velm/wireframe/shapes_in_space.h"
@@ -135,6 +141,28 @@ void read_shape(const std::string& bytes) {
     shape.composite_curve();
 }
 
+/// The same for a surface, which also splits, projects and moves.
+template <class Surface>
+void read_surface(const std::string& bytes) {
+    MemoryFile memory(bytes);
+    Surface surface;
+    surface.restoreGuts(memory);
+    MemoryFile copy;
+    surface.saveGuts(copy);
+    require(copy.bytes.size() == surface.binaryStoreSize());
+    const ERLimites in_u = surface.getBoundU(), in_v = surface.getBoundV();
+    surface(in_u(0.3), in_v(0.7));
+    surface.PtCur(in_u(0.7), in_v(0.3)).normale();
+    surface.getBox();
+    surface.getMatricePoint(3, 4);
+    surface.project_inbound({1, 2, 3});
+    t_SmartPtr<ERAnyBoundedSurface> first, second;
+    surface.SplitInU(first, second);
+    surface.SplitInV(first, second);
+    surface.transformFrom(ERScaling3D(-2));
+    surface.reverse();
+}
+
 template <class Value>
 void load_values(CArchive& archive) {
     Value value;
@@ -197,7 +225,12 @@ constexpr void (*readers[])(const std::string&) = {read_array_body,
                                                    read_shape<ERRoundedSlot2D>,
                                                    read_shape<ERRectangle3D>,
                                                    read_shape<ERRegularPolygon3D>,
-                                                   read_shape<ERRoundedSlot3D>};
+                                                   read_shape<ERRoundedSlot3D>,
+                                                   read_surface<ERBoundedPlane>,
+                                                   read_surface<ERBoundedCylinder>,
+                                                   read_surface<ERBoundedCone>,
+                                                   read_surface<ERBoundedSphere>,
+                                                   read_surface<ERBoundedTorus>};
 
 } // namespace
 
