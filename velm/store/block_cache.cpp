@@ -13,7 +13,7 @@ std::size_t BlockCache::place_of(long offset) const {
 }
 
 BlockCache::Block* BlockCache::find(long offset) {
-    if (blocks_ == 0 || offset < 0) return nullptr;
+    if (blocks_ == 0 || offset < 0 || offset > INT32_MAX) return nullptr;
     Block& block = table_[place_of(offset)];
     return block.offset == offset ? &block : nullptr;
 }
@@ -21,7 +21,7 @@ BlockCache::Block* BlockCache::find(long offset) {
 const char* BlockCache::look(long offset, std::size_t size) {
     Block* const block = find(offset);
     if (block == nullptr || block->size != size) return nullptr;
-    block->asked_for = true;
+    block->asked_for = 1;
     return block->bytes.get();
 }
 
@@ -32,13 +32,13 @@ void BlockCache::put(long offset, const void* source, std::size_t size) {
         block = nullptr;
     }
     if (block == nullptr) {
-        if (offset < 0 || size > capacity / 16) return;
+        if (offset < 0 || offset > INT32_MAX || size > capacity / 16) return;
         make_room(size);
         if (2 * blocks_ >= table_.size()) grow();
         block = &table_[place_of(offset)];
-        block->offset = offset;
-        block->size = static_cast<std::uint32_t>(size);
-        block->asked_for = false;
+        block->offset = static_cast<std::int32_t>(offset);
+        block->size = static_cast<std::uint32_t>(size) & 0x7FFFFFFFu;
+        block->asked_for = 0;
         block->bytes.reset(new char[size]);
         held_ += size;
         ++blocks_;
@@ -68,6 +68,7 @@ void BlockCache::clear() {
     table_.clear();
     shift_ = 64;
     blocks_ = held_ = hand_ = 0;
+    ++cleared_;
 }
 
 void BlockCache::make_room(std::size_t size) {
@@ -76,14 +77,14 @@ void BlockCache::make_room(std::size_t size) {
         Block& block = table_[hand_];
         if (block.offset == none) continue;
         if (block.asked_for)
-            block.asked_for = false;
+            block.asked_for = 0;
         else
             erase_at(hand_);
     }
 }
 
 void BlockCache::grow() {
-    constexpr int kFewest = 10; // its logarithm
+    constexpr int kFewest = 4; // its logarithm
     shift_ = table_.empty() ? 64 - kFewest : shift_ - 1;
     std::vector<Block> old(std::size_t{1} << (64 - shift_));
     old.swap(table_);

@@ -1,6 +1,7 @@
 #include "velm/store/disk_tree.h"
 
 #include "velm/platform/file_exception.h"
+#include "velm/store/detail/pair_table.h"
 
 #include <algorithm>
 #include <cstring>
@@ -27,7 +28,7 @@ using velm::detail::StoreStep;
 ERBTreeOnDisk::ERBTreeOnDisk(ERFileManager& file_, unsigned int, createMode mode,
                              unsigned int keyLength, int ignore_nulls, long info_offset,
                              unsigned int order, unsigned int minimum)
-    : file(file_), infoOffset(info_offset) {
+    : file(file_), infoOffset(info_offset), pairs(std::make_unique<velm::detail::PairTable>()) {
     StoreStep step(file); // of nothing, where the tree is there
     if (infoOffset == -1 && mode != createNew) infoOffset = file.start();
     if (infoOffset == -1 || mode == createNew) {
@@ -183,14 +184,74 @@ long ERBTreeOnDisk::findKeyAndValue(const char* key, int& pos, long& value) cons
 long ERBTreeOnDisk::findValue(const char* key) const {
     int pos = 0;
     long value = -1;
-    findKeyAndValue(key, pos, value);
+    if (has_numbers())
+        find_number(key, value);
+    else
+        findKeyAndValue(key, pos, value);
     return value;
 }
 
 int ERBTreeOnDisk::contains(const char* key) const {
     int pos = 0;
     long value;
-    return findKeyAndValue(key, pos, value) != -1;
+    return has_numbers() ? find_number(key, value) : findKeyAndValue(key, pos, value) != -1;
+}
+
+namespace {
+
+std::uint32_t number_of(const char* key) {
+    std::uint32_t number;
+    std::memcpy(&number, key, sizeof number);
+    return number;
+}
+
+} // namespace
+
+/// Pairs that were entered before nodes were given up, as a failed operation does, are not trusted.
+velm::detail::PairTable& ERBTreeOnDisk::valid_pairs() const {
+    if (std::exchange(pairs_of, file.nodes_given_up()) != file.nodes_given_up()) pairs->clear();
+    return *pairs;
+}
+
+/// What a descent finds. A leaf that it ends in is entered as far as the keys above it lead there.
+bool ERBTreeOnDisk::find_number(const char* key, long& value) const {
+    const std::int32_t known = valid_pairs().find(number_of(key));
+    if (known != -1) {
+        value = known;
+        return true;
+    }
+    std::int64_t low = -1;
+    std::int64_t high = std::int64_t{1} << 32;
+    int depth = 0;
+    for (long offset = information.root; offset != -1;) {
+        check_depth(++depth);
+        const ERDiskTreeNodeView node = node_at(offset);
+        const int pos = node.binarySearch(key, compare);
+        if (node.holds(pos, key, compare)) {
+            value = node.items(pos);
+            if (node.is_leaf()) enter_pairs(node, low, high);
+            return true;
+        }
+        const auto order_of = [&](int i) {
+            return std::int64_t{ERDiskTreeNodeView::in_byte_order(node.keys(i))};
+        };
+        if (pos > 0) low = std::max(low, order_of(pos - 1));
+        if (pos < node.counter()) high = std::min(high, order_of(pos));
+        offset = node.sons(pos);
+    }
+    return false;
+}
+
+void ERBTreeOnDisk::enter_pairs(const ERDiskTreeNodeView& leaf, std::int64_t low,
+                                std::int64_t high) const {
+    pairs->make_room(static_cast<std::size_t>(leaf.counter()), information.entries);
+    for (int i = 0; i < leaf.counter(); ++i) {
+        const std::int64_t order = ERDiskTreeNodeView::in_byte_order(leaf.keys(i));
+        if (order <= low) continue;
+        if (order >= high) break;
+        pairs->enter(number_of(leaf.keys(i)), static_cast<std::int32_t>(leaf.items(i)));
+        low = order;
+    }
 }
 
 int ERBTreeOnDisk::replaceValue(const char* key, long newValue, long& oldValue) {
@@ -203,6 +264,7 @@ int ERBTreeOnDisk::replaceValue(const char* key, long newValue, long& oldValue) 
     load(offset);
     work->items(pos, newValue);
     store();
+    if (has_numbers()) valid_pairs().enter(number_of(key), static_cast<std::int32_t>(newValue));
     step.finish();
     oldValue = value;
     return 1;
@@ -218,6 +280,7 @@ int ERBTreeOnDisk::insertKeyAndValue(const char* key, long value) {
     if (status != duplicate) {
         write_halves();
         ++information.entries;
+        if (has_numbers()) valid_pairs().enter(number_of(key), static_cast<std::int32_t>(value));
     }
     step.finish();
     return status != duplicate;
@@ -330,6 +393,7 @@ bool ERBTreeOnDisk::remove_easily(const char* key, ERCString& outKey, long& outV
 }
 
 int ERBTreeOnDisk::remove_pair(const char* key, ERCString& removedKey, long& value) {
+    if (has_numbers()) valid_pairs().forget(number_of(key));
     if (remove_easily(key, removedKey, value)) {
         --information.entries;
         return 1;
@@ -499,6 +563,7 @@ void ERBTreeOnDisk::clear() {
         information.root = -1;
         information.reserved = -1;
         information.entries = 0;
+        pairs->clear();
         writeInfo();
         if (root != -1) del(root, 0);
         return 0;
@@ -543,6 +608,7 @@ void ERBTreeOnDisk::apl(long offset, void (*callback)(const char*, long, void*),
             if (workOffset != offset) load(offset); // the callback has used the tree
             if (std::equal(key.begin(), key.end() - 1, work->keys(i))) continue;
             std::copy_n(key.begin(), layout.key_length, work->keys(i));
+            pairs->clear();
             if (!file.isReadOnly()) store();
         }
         offset = work->sons(work->counter());

@@ -10,6 +10,10 @@
 #include <utility>
 #include <vector>
 
+namespace velm::detail {
+class PairTable;
+}
+
 /// The 40 bytes by which a tree is found. Offsets and numbers stand on file.
 struct ERBTreeInformation {
     static constexpr std::int32_t magic_number = 1365; // on file
@@ -115,6 +119,13 @@ private:
     void del(long offset, int depth);
     /// The offset of the node that holds the key and its place there, -1 where none does.
     long findKeyAndValue(const char* key, int& pos, long& value) const;
+    /// Whether keys are numbers of four bytes, whose pairs are kept once they have been found.
+    bool has_numbers() const {
+        return compare == ERDiskTreeNodeView::compare_binary && layout.key_length == 4;
+    }
+    bool find_number(const char* key, long& value) const;
+    void enter_pairs(const ERDiskTreeNodeView& leaf, std::int64_t low, std::int64_t high) const;
+    velm::detail::PairTable& valid_pairs() const;
     /// Writes the left halves of the nodes that an insertion has split, from the top down.
     void write_halves();
 
@@ -163,5 +174,7 @@ private:
     Pending pendingInsertion;
     std::vector<std::pair<long, ERDiskTreeNode>> halves; // split by the insertion under way
     std::unique_ptr<ERDiskNodeCache> cache;
-    long visits = 0; // nodes that the walk under way may still see
+    std::unique_ptr<velm::detail::PairTable> pairs; // of numbers, as they are in the tree
+    mutable unsigned long pairs_of = 0; // the nodes that the file manager had dropped by then
+    long visits = 0;                    // nodes that the walk under way may still see
 };

@@ -37,13 +37,6 @@ int first_not_less(int n, Less less) {
     return high;
 }
 
-/// Four bytes as the number by which they compare.
-std::uint32_t in_byte_order(const char* bytes) {
-    std::uint32_t word;
-    std::memcpy(&word, bytes, sizeof word);
-    return __builtin_bswap32(word);
-}
-
 } // namespace
 
 int ERDiskTreeNodeView::compare_binary(const char* a, const char* b, std::size_t n) {

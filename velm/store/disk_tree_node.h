@@ -36,6 +36,12 @@ class ERDiskTreeNodeView {
 public:
     using Compare = int (*)(const char*, const char*, std::size_t);
     static int compare_binary(const char* a, const char* b, std::size_t n);
+    /// Four bytes as the number by which they compare.
+    static std::uint32_t in_byte_order(const char* four) {
+        std::uint32_t word;
+        std::memcpy(&word, four, sizeof word);
+        return __builtin_bswap32(word);
+    }
 
     ERDiskTreeNodeView(const ERDiskTreeLayout& layout_, const char* image)
         : layout(layout_), bytes(image) {}

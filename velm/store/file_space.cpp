@@ -126,6 +126,8 @@ int ERFileManager::deallocateFromEnd(long offset, unsigned int size) {
     return 1;
 }
 
+unsigned long ERFileManager::nodes_given_up() const { return kept->times_cleared(); }
+
 void ERFileManager::forget_node(long offset) { kept->erase(offset); }
 
 void ERFileManager::raise(int cause) const {

@@ -94,6 +94,8 @@ public:
     ULONGLONG GetLength() const override;
     void SetLength(ULONGLONG new_length) override;
 
+    /// How many times all the nodes that were kept have been given up, since one may be wrong.
+    unsigned long nodes_given_up() const;
     /// What is kept of a node that is one no longer is dropped; deallocate does it for its blocks.
     void forget_node(long offset);
     /// Reads and changes some bytes as a whole. The position is after them when they have been

@@ -62,19 +62,21 @@ bool is_sound(const ERFreeListNode& node) {
         node.count > ERFreeListNode::max_extents)
         return false;
     for (int i = 0; i < node.count; ++i)
-        if (node.sizes[i] == 0 || (i > 0 && node.offsets[i - 1] >= node.offsets[i])) return false;
+        if (node.sizes[i] == 0 || node.sizes[i] > INT32_MAX ||
+            node.offsets[i] <= (i > 0 ? node.offsets[i - 1] : 0))
+            return false;
     return true;
 }
 
 } // namespace
 
 bool FreeChain::enter(std::int32_t at, const ERFreeListNode& node, int i) {
-    const std::int64_t start = node.offsets[i];
-    return starts_.emplace(start, at).second && ends_.emplace(start + node.sizes[i], at).second;
+    const auto start = static_cast<std::uint32_t>(node.offsets[i]);
+    return starts_.enter(start, at) && ends_.enter(start + node.sizes[i], at);
 }
 
 void FreeChain::leave(const ERFreeListNode& node, int i) {
-    const std::int64_t start = node.offsets[i];
+    const auto start = static_cast<std::uint32_t>(node.offsets[i]);
     starts_.erase(start);
     ends_.erase(start + node.sizes[i]);
 }
@@ -128,9 +130,10 @@ long FreeChain::first_for(long from, long offset, std::uint32_t size) const {
         if (room == middle) room = full_.end();
     }
     if (room != full_.end()) least = way(static_cast<std::size_t>(room - full_.begin()));
-    const auto touching = [&](const auto& map, std::int64_t at) {
-        const auto found = map.find(at);
-        if (found != map.end()) least = std::min(least, way(place_of(found->second)));
+    const auto touching = [&](const OffsetMap& map, std::int64_t at) {
+        if (at <= 0 || at > UINT32_MAX) return;
+        const std::int32_t* const node = map.find(static_cast<std::uint32_t>(at));
+        if (node != nullptr) least = std::min(least, way(place_of(*node)));
     };
     touching(ends_, offset);
     touching(starts_, std::int64_t{offset} + size);

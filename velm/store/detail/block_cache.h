@@ -22,15 +22,16 @@ public:
     void put(long offset, const void* source, std::size_t size);
     void erase(long offset);
     void clear();
+    unsigned long times_cleared() const { return cleared_; }
 
 private:
     struct Block {
-        long offset = none;
-        std::uint32_t size = 0;
-        bool asked_for = false;
+        std::int32_t offset = none;
+        std::uint32_t size : 31 = 0;
+        std::uint32_t asked_for : 1 = 0;
         std::unique_ptr<char[]> bytes;
     };
-    static constexpr long none = -1;
+    static constexpr std::int32_t none = -1;
 
     std::size_t home(long offset) const {
         return static_cast<std::size_t>(offset >> 2) * 0x9E3779B97F4A7C15u >> shift_;
@@ -48,6 +49,7 @@ private:
     std::size_t blocks_ = 0;
     std::size_t held_ = 0;
     std::size_t hand_ = 0;
+    unsigned long cleared_ = 0;
 };
 
 } // namespace velm::detail

@@ -2,11 +2,11 @@
 // would find.
 #pragma once
 
+#include "velm/store/detail/offset_map.h"
 #include "velm/store/free_list.h"
 
 #include <cstdint>
 #include <memory>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -66,8 +66,8 @@ private:
     std::vector<std::uint32_t> largest_;
     std::vector<std::uint8_t> full_;
     std::vector<std::unique_ptr<ERFreeListNode>> images_;
-    std::unordered_map<std::int64_t, std::int32_t> starts_; // of extents, to their nodes
-    std::unordered_map<std::int64_t, std::int32_t> ends_;
+    OffsetMap starts_; // of extents, to their nodes
+    OffsetMap ends_;
 };
 
 } // namespace velm::detail
