@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <set>
 
 namespace {
@@ -36,6 +37,7 @@ public:
         objects_ = other.objects_;
         inner_ = other.inner_;
         random_ = Random::fixed(seed);
+        first_failed_.reset();
         std::FILE* const out = std::fopen(path_.c_str(), "wb");
         std::fwrite(file.data(), 1, file.size(), out);
         std::fclose(out);
@@ -69,31 +71,44 @@ public:
                 wrong += "object " + std::to_string(id) + " in memory\n";
         return wrong;
     }
-    /// The same of a file.
-    std::string wrong_in(const std::string& path) const {
+    /// The same of a file. In one that stayed behind the operation that failed first may be done,
+    /// or done for the inner one of two objects.
+    std::string wrong_in(const std::string& path, bool behind = false) const {
         const velm::StoreImage image(path.c_str());
         velm::StoredObjects stored(path.c_str());
         std::string wrong;
-        for (const auto& [id, entry] : objects_)
-            if (!is_right(stored.create(id), entry)) wrong += "object " + std::to_string(id) + "\n";
+        for (const auto& [id, entry] : objects_) {
+            const t_SmartPtr<ERObject> object = stored.create(id);
+            const bool is_done = behind && first_failed_ && first_failed_->id == id &&
+                                 (object ? is_right(object, first_failed_->entry) ||
+                                               is_record(object, entry, first_failed_->entry)
+                                         : first_failed_->removes);
+            if (!is_done && !is_right(object, entry))
+                wrong += "object " + std::to_string(id) + "\n";
+        }
         std::size_t outer = 0;
         for (const velm::RecordImage& record : image.records)
             outer += !inner_.contains(record.identifier);
-        if (outer != objects_.size() + 1)
-            wrong += std::to_string(outer) + " objects for " + std::to_string(objects_.size() + 1);
+        const std::size_t expected = objects_.size() + 1;
+        if (outer != expected && !(behind && first_failed_ && outer + 1 >= expected &&
+                                   outer <= expected + 2)) // with one that it refers to
+            wrong += std::to_string(outer) + " objects for " + std::to_string(expected);
         return wrong;
     }
 
 private:
+    static bool is_sample(const t_SmartPtr<ERObject>& object, const Entry& entry) {
+        return object && object->isMemberOf(Sample::desc()) &&
+               Sample::castdown(*object) == Sample(entry.number, entry.bytes);
+    }
     static bool is_right(const t_SmartPtr<ERObject>& object, const Entry& entry) {
-        if (!object) return false;
-        const Sample expected(entry.number, entry.bytes);
-        if (!entry.described)
-            return object->isMemberOf(Sample::desc()) && Sample::castdown(*object) == expected;
-        if (!object->isMemberOf(ERDBObject::desc())) return false;
+        return entry.described ? is_record(object, entry, entry) : is_sample(object, entry);
+    }
+    static bool is_record(const t_SmartPtr<ERObject>& object, const Entry& outer,
+                          const Entry& inner) {
+        if (!object || !object->isMemberOf(ERDBObject::desc())) return false;
         ERDBObject& record = ERDBObject::castdown(*object);
-        return record.color() == entry.number && record.object() &&
-               Sample::castdown(*record.object()) == expected;
+        return record.color() == outer.number && is_sample(record.object(), inner);
     }
     int size() { return random_.below(random_.below(12) == 0 ? 3000 : 120); }
 
@@ -109,6 +124,7 @@ private:
         }
         const int next = data_->getNbEnt();
         if (data_->save(object) != gmSuccess) {
+            note_failed({-1, entry, false});
             const bool same = data_->getNbEnt() == next && object->getObjectID() == -1 &&
                               sample->getObjectID() == -1 && sample->Database() == nullptr;
             return same ? "" : "a failed save has left a trace";
@@ -136,14 +152,20 @@ private:
         sample->number = entry.number;
         sample->content = Sample(entry.number, entry.bytes).content;
         object->setDirty();
-        if (object->Save(nullptr)) chosen->second = entry;
+        if (object->Save(nullptr))
+            chosen->second = entry;
+        else
+            note_failed({chosen->first, entry, false});
         return "";
     }
     std::string remove(Objects::iterator chosen) {
         gmErrorCode code = gmSuccess;
         t_SmartPtr<ERObject> object = read(chosen->first, code);
         if (!object) return code == gmSuccess ? "an object is lost" : "";
-        if (object->Delete()) objects_.erase(chosen);
+        if (object->Delete())
+            objects_.erase(chosen);
+        else
+            note_failed({chosen->first, chosen->second, true});
         return "";
     }
     t_SmartPtr<ERObject> read(long id, gmErrorCode& code) {
@@ -155,7 +177,17 @@ private:
         }
     }
 
+    struct Failed {
+        long id;
+        Entry entry; // as it would have been
+        bool removes;
+    };
+    void note_failed(const Failed& failed) {
+        if (!first_failed_) first_failed_ = failed;
+    }
+
     std::string path_;
+    std::optional<Failed> first_failed_;
     Random random_;
     std::unique_ptr<ERDataBase> data_;
     Objects objects_;
@@ -231,48 +263,18 @@ struct GoingOn : StoreTest {
         if (closed == gmSuccess) wrong += told + history.wrong_in(path);
         std::remove(rebuilt.c_str());
         velm::salvage_store(path.c_str(), rebuilt.c_str(), false);
-        const std::string salvaged = faults_of(rebuilt) + history.wrong_in(rebuilt);
+        const std::string salvaged =
+            faults_of(rebuilt) + history.wrong_in(rebuilt, closed != gmSuccess);
         if (closed == gmSuccess || !lasts) return wrong + salvaged;
         if (!salvaged.empty()) ++lost;
         return told.empty() ? wrong + salvaged : wrong;
     }
 };
 
-/// On a full disk every object can be deleted, also where the free list would have to grow.
-TEST_F(GoingOn, ARemovalNeedsNoRoom) {
-    ERDataBase data;
-    ASSERT_EQ(data.Open(path.c_str(), 0), gmSuccess);
-    std::vector<t_SmartPtr<Sample>> objects;
-    for (int i = 0; i < 400; ++i) {
-        objects.emplace_back(new Sample(i, i % 70));
-        ASSERT_EQ(data.save(t_SmartPtr<ERObject>(objects.back().get())), gmSuccess);
-    }
-    {
-        FaultyFiles files;
-        files.limit(static_cast<off_t>(bytes().size()));
-        for (std::size_t i = 0; i < 400; i += i % 10 == 8 ? 3 : 2) { // not neighbours alone
-            ASSERT_EQ(objects[i]->Delete(), 1) << i;
-            objects[i] = nullptr;
-        }
-        EXPECT_EQ(data.save(new Sample(1, 5000)), gmDiskFull);
-    }
-    EXPECT_EQ(data.save(new Sample(1, 5000)), gmSuccess);
-    for (std::size_t i = 0; i < 400; ++i) {
-        gmErrorCode code;
-        const t_SmartPtr<ERObject> object = data.restore(static_cast<long>(i), code);
-        ASSERT_EQ(bool(object), bool(objects[i])) << i;
-        if (object) {
-            ASSERT_EQ(Sample::castdown(*object), *objects[i]);
-        }
-    }
-    EXPECT_EQ(data.Close(), gmSuccess);
-    expect_sound();
-}
-
 TEST_F(GoingOn, AfterTheKthCallHasFailed) {
     const bool thorough = setting("VELM_TEST_THOROUGH", 0) != 0;
     const int seeds = thorough ? 20 : 2;
-    const int rounds = thorough ? 10 : 1;
+    const int rounds = thorough ? 14 : 1;
     const int stride = thorough ? 1 : 7;
     for (int seed = 1; seed <= seeds; ++seed) {
         const int operations[] = {64, 250, 3000, 700};
@@ -305,6 +307,10 @@ TEST_F(GoingOn, AfterTheKthCallHasFailed) {
             const std::string wrong =
                 run(static_cast<std::uint64_t>(1000 + k), most, begin, end, false);
             ASSERT_EQ(wrong, "") << "seed " << seed << ", limited size, round " << k;
+        }
+        if (thorough) {
+            std::printf("seed %d: %ld runs so far\n", seed, runs);
+            std::fflush(stdout);
         }
     }
     std::printf("%ld runs, of which %ld files stayed behind and lost something\n", runs, lost);

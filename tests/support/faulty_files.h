@@ -38,6 +38,7 @@ public:
     int calls(Operation operation) const { return calls_[operation]; }
     /// Transfers move at most that many bytes, and every other one is interrupted first.
     void fall_short(std::size_t most) { most_ = most; }
+    long long bytes_read() const { return bytes_read_; }
     int last_opened() const { return last_opened_; }
 
     int open(const char* path, int flags, mode_t mode) override {
@@ -54,7 +55,9 @@ public:
     }
     ssize_t read(int file, void* buffer, std::size_t count, off_t offset) override {
         if (fails(reading) || interrupted()) return -1;
-        return SystemFiles::read(file, buffer, std::min(count, most_), offset);
+        const ssize_t came = SystemFiles::read(file, buffer, std::min(count, most_), offset);
+        bytes_read_ += std::max(came, ssize_t{0});
+        return came;
     }
     ssize_t write(int file, const void* buffer, std::size_t count, off_t offset) override {
         if (fails(writing)) {
@@ -108,6 +111,7 @@ private:
     bool begins_with_half_ = false;
     off_t limit_ = std::numeric_limits<off_t>::max();
     int last_opened_ = -1;
+    long long bytes_read_ = 0;
 };
 
 } // namespace velm_test
