@@ -92,21 +92,26 @@ def text(values):
     return " ".join(float(x).hex() for x in values)
 
 
-for case in range(40):
-    p = 1 + case % 20
-    n = p + 1 + random.randint(0, 6)
-    doubles = knot_vector(p, n, case % 3 != 0)
-    poles = []
-    for _ in range(n):
-        weight = 10 ** random.uniform(-3, 3)
-        poles.append([random.uniform(-1, 1) * weight for _ in range(3)] + [weight])
-    print("curve", p, n)
-    print("knots", text(doubles))
-    for pole in poles:
-        print("pole", text(pole))
-    knots = [Fraction(k) for k in doubles]
-    exact = [[Fraction(c) for c in pole] for pole in poles]
-    for t in [random.uniform(doubles[p], doubles[n]), random.choice(doubles[p:n])]:
-        print("at", float(t).hex())
-        for row, scale in rows(knots, exact, p, Fraction(t)):
-            print("row", text(row), float(scale).hex())
+def main():
+    for case in range(40):
+        p = 1 + case % 20
+        n = p + 1 + random.randint(0, 6)
+        doubles = knot_vector(p, n, case % 3 != 0)
+        poles = []
+        for _ in range(n):
+            weight = 10 ** random.uniform(-3, 3)
+            poles.append([random.uniform(-1, 1) * weight for _ in range(3)] + [weight])
+        print("curve", p, n)
+        print("knots", text(doubles))
+        for pole in poles:
+            print("pole", text(pole))
+        knots = [Fraction(k) for k in doubles]
+        exact = [[Fraction(c) for c in pole] for pole in poles]
+        for t in [random.uniform(doubles[p], doubles[n]), random.choice(doubles[p:n])]:
+            print("at", float(t).hex())
+            for row, scale in rows(knots, exact, p, Fraction(t)):
+                print("row", text(row), float(scale).hex())
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,114 @@
+// Points and derivatives of a tensor-product surface of homogeneous poles, from the basis functions
+// of both directions. A derivative is the sum of differences of neighbouring poles, weighted by
+// basis functions of a lower degree: it keeps its digits far from the origin.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+namespace velm::detail {
+
+/// Four doubles of a pole in two registers.
+struct HomogeneousPole {
+    using Pair = double __attribute__((vector_size(16)));
+
+    Pair xy, zw;
+
+    [[gnu::always_inline]] static HomogeneousPole load(const double* from) {
+        HomogeneousPole pole;
+        std::memcpy(&pole, from, sizeof pole);
+        return pole;
+    }
+    [[gnu::always_inline]] void store(double* to) const { std::memcpy(to, this, sizeof *this); }
+    [[gnu::always_inline]] friend HomogeneousPole operator-(const HomogeneousPole& a,
+                                                            const HomogeneousPole& b) {
+        return {a.xy - b.xy, a.zw - b.zw};
+    }
+    [[gnu::always_inline]] friend HomogeneousPole operator*(const HomogeneousPole& a, double f) {
+        return {a.xy * f, a.zw * f};
+    }
+    [[gnu::always_inline]] HomogeneousPole& operator+=(const HomogeneousPole& b) {
+        xy += b.xy;
+        zw += b.zw;
+        return *this;
+    }
+};
+
+/// The basis functions of one direction at a parameter, of degree p.
+struct DirectionBasis {
+    const double* value;         ///< p + 1
+    const double* once_less;     ///< p, of degree p - 1
+    const double* twice_less;    ///< p - 1, of degree p - 2
+    const double* first_factor;  ///< p: of the differences of neighbouring poles
+    const double* second_factor; ///< p - 1: of the differences of those
+};
+
+/// Doubles of memory that the arrays of a DirectionBasis need.
+constexpr std::size_t basis_memory(int p) { return 5 * (static_cast<std::size_t>(p) + 1); }
+
+/// The sum, and its first and second derivative up to `order`, of p + 1 poles that `pole` gives.
+template <class Degree, class Order, class Pole>
+[[gnu::always_inline]] inline void sum_of_poles(const DirectionBasis& basis, Degree p, Order order,
+                                                Pole pole, HomogeneousPole* out) {
+    HomogeneousPole before = pole(0), sum = before * basis.value[0], slope{}, bend{},
+                    difference_before{};
+    for (int i = 1; i <= p; ++i) {
+        const HomogeneousPole now = pole(i);
+        sum += now * basis.value[i];
+        if (order > 0) {
+            const HomogeneousPole difference = (now - before) * basis.first_factor[i - 1];
+            slope += difference * basis.once_less[i - 1];
+            if (order > 1) {
+                if (i > 1)
+                    bend += (difference - difference_before) *
+                            (basis.second_factor[i - 2] * basis.twice_less[i - 2]);
+                difference_before = difference;
+            }
+            before = now;
+        }
+    }
+    out[0] = sum;
+    if (order > 0) out[1] = slope;
+    if (order > 1) out[2] = bend;
+}
+
+/// The homogeneous point and derivatives up to `order`: S, Su, Sv, Suu, Suv, Svv. `poles` is the
+/// first pole of the (pu + 1) x (pv + 1) that count, `row_step` the doubles from row to row; `work`
+/// has room for 4 (order + 1) doubles for each of the pu + 1 columns.
+template <class DegreeU, class DegreeV, class Order>
+[[gnu::always_inline]] inline void tensor_jet(const double* poles, std::ptrdiff_t row_step,
+                                              const DirectionBasis& u, DegreeU pu,
+                                              const DirectionBasis& v, DegreeV pv, Order order,
+                                              double* work, double (*out)[4]) {
+    const auto column = [&](int k, int i) {
+        return HomogeneousPole::load(work + 4 * (k * (pu + 1) + i));
+    };
+    for (int i = 0; i <= pu; ++i) {
+        const double* const first = poles + 4 * i;
+        HomogeneousPole sums[3];
+        sum_of_poles(
+            v, pv, order,
+            [=](int j) { return HomogeneousPole::load(first + j * row_step); }, sums);
+        for (int k = 0; k <= order; ++k)
+            sums[k].store(work + 4 * (k * (pu + 1) + i));
+    }
+    HomogeneousPole sums[3];
+    sum_of_poles(u, pu, order, [&](int i) { return column(0, i); }, sums);
+    sums[0].store(out[0]);
+    if (order == 0) return;
+    sums[1].store(out[1]);
+    if (order > 1) sums[2].store(out[3]);
+    if (order > 1) {
+        sum_of_poles(u, pu, 1, [&](int i) { return column(1, i); }, sums);
+        sums[0].store(out[2]);
+        sums[1].store(out[4]);
+        sum_of_poles(u, pu, 0, [&](int i) { return column(2, i); }, sums);
+        sums[0].store(out[5]);
+    } else {
+        sum_of_poles(u, pu, 0, [&](int i) { return column(1, i); }, sums);
+        sums[0].store(out[2]);
+    }
+}
+
+} // namespace velm::detail
