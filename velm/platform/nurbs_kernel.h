@@ -1,5 +1,6 @@
 // tqkNurbSurf, tqkKnotVec, tqkUV: the evaluation of a NURBS surface, as a host's kernel library
-// gives it. Defined in surfaces/nurbs_kernel.cpp; a host that has the real kernel swaps this header.
+// gives it. Defined in surfaces/nurbs_kernel.cpp; a host that has the real kernel swaps this
+// header.
 //
 //     tqkNurbSurf surface;
 //     surface.become(nu, nv, degree_u + 1, degree_v + 1);
@@ -51,7 +52,8 @@ public:
     /// 1 / (knot i + j - knot i), for j from 1 to the degree, where they differ.
     double reciprocal(int j, int i) const {
         const auto from = static_cast<std::size_t>(i);
-        if (degree_ > highest_tabulated) return 1.0 / (knots_[from + std::size_t(j)] - knots_[from]);
+        if (degree_ > highest_tabulated)
+            return 1.0 / (knots_[from + std::size_t(j)] - knots_[from]);
         return reciprocals_[static_cast<std::size_t>(j - 1) * knots_.size() + from];
     }
 
@@ -81,9 +83,8 @@ public:
     bool is_complete() const;
 
     /// The point, with order 1 and 2 its derivatives too: P, Pu, Pv, Puu, Puv, Pvv, three doubles
-    /// each, 3, 9 or 18 in all. Up to degree 20 and weights from 1e-3 to 1e3 the point is within 16
-    /// and a derivative within 64 roundings of the sizes of the terms that it is the sum of. NaN
-    /// unless is_complete().
+    /// each, 3, 9 or 18 in all. Up to degree 9 and weights from 1e-3 to 1e3 each is within 8
+    /// roundings of the sizes of the terms that it is the sum of. NaN unless is_complete().
     void evaluate(const tqkUV& at, int order, double* out) const;
 
 private:

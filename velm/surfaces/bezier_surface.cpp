@@ -41,6 +41,11 @@ ERSpoleRep::PoleMatrix BezierSurface<Self>::pole_matrix() {
 }
 
 template <class Self>
+int BezierSurface<Self>::isValid() const {
+    return !poles_.empty();
+}
+
+template <class Self>
 ERPoint3D BezierSurface<Self>::operator()(double u, double v) const {
     if (poles_.empty()) return {not_a_number, not_a_number, not_a_number};
     double value[StoredPole::components];

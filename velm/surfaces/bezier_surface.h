@@ -48,6 +48,9 @@ public:
     /// The poles as they are stored, weighted on a rational surface.
     const ERMatrix<StoredPole>& poles() const { return poles_; }
 
+    /// Whether there are poles: 1 or 0.
+    int isValid() const override;
+
     using ERSpoleRep::operator();
     using ERSpoleRep::PtCur;
     /// By Horner's scheme on the poles.

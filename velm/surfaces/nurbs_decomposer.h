@@ -43,5 +43,6 @@ private:
     int degree_u_ = 0;
     int degree_v_ = 0;
     ERVec<double> ends_u_, ends_v_; ///< the knots between which the patches are
-    mutable std::vector<t_SmartPtr<ERSpoleBezier3DR>> patches_; ///< row by row, null until asked for
+    mutable std::vector<t_SmartPtr<ERSpoleBezier3DR>>
+        patches_; ///< row by row, null until asked for
 };

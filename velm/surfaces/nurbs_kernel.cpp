@@ -28,7 +28,7 @@ template <class Degree, class Order>
     // Where the degree is a constant the table is there.
     const double* const table = knots.table();
     const int count = knots.count();
-    const auto reciprocal = [&](int j, int i) [[gnu::always_inline]] {
+    const auto reciprocal = [&](int j, int i) __attribute__((always_inline)) {
         if constexpr (std::is_same_v<Degree, int>) {
             return knots.reciprocal(j, i);
         } else {
@@ -139,13 +139,14 @@ void tqkNurbSurf::evaluate(const tqkUV& uv, int order, double* out) const {
     const double* const own =
         poles_.data() + (span_v - degree_v) * row_step + 4 * (span_u - degree_u);
     double jet[6][4];
-    const auto run = [&](auto pu, auto pv, auto wanted) [[gnu::always_inline]] {
+    const auto run = [&](auto pu, auto pv, auto wanted) __attribute__((always_inline)) {
         DegreeWork<decltype(pu), basis_memory(5), basis_memory(19)> work_u(basis_memory(pu));
         DegreeWork<decltype(pv), basis_memory(5), basis_memory(19)> work_v(basis_memory(pv));
         DegreeWork<decltype(pu), 12 * 6, 12 * 20> columns(12 * (std::size_t(pu) + 1));
         const DirectionBasis u = basis_at(knots_u_, span_u, pu, uv.u, wanted, work_u.data());
         const DirectionBasis v = basis_at(knots_v_, span_v, pv, uv.v, wanted, work_v.data());
-        tensor_jet(own, row_step, u, pu, v, pv, wanted, columns.data(), jet);
+        sum_columns(own, row_step, pu + 1, v, pv, wanted, columns.data());
+        jet_of_columns(columns.data(), u, pu, wanted, jet);
     };
     with_order(order, [&](auto wanted) {
         if (degree_u == degree_v) {

@@ -1,8 +1,7 @@
 #include "velm/surfaces/nurbs_surface.h"
 
 #include "velm/curves/detail/knot_search.h"
-#include "velm/platform/nurbs_kernel.h"
-#include "velm/surfaces/detail/pole_grid.h"
+#include "velm/surfaces/detail/kernel_loading.h"
 #include "velm/surfaces/detail/quotient_rule.h"
 #include "velm/surfaces/detail/stored_poles.h"
 #include "velm/surfaces/nurbs_decomposer.h"
@@ -65,8 +64,7 @@ ERSpoleNURBS3D::ERSpoleNURBS3D(const ERMatrix<ERPole3DH>& control, const ERKnotV
 }
 
 ERSpoleNURBS3D::ERSpoleNURBS3D(const ERSpoleNURBS3D& other)
-    : ERSpoleRep(other), poles_(other.poles_), knots_u_(other.knots_u_), knots_v_(other.knots_v_) {
-}
+    : ERSpoleRep(other), poles_(other.poles_), knots_u_(other.knots_u_), knots_v_(other.knots_v_) {}
 
 ERSpoleNURBS3D& ERSpoleNURBS3D::operator=(const ERSpoleNURBS3D& other) {
     ERSpoleRep::operator=(other);
@@ -77,9 +75,7 @@ ERSpoleNURBS3D& ERSpoleNURBS3D::operator=(const ERSpoleNURBS3D& other) {
     return *this;
 }
 
-int ERSpoleNURBS3D::isValid() const {
-    return has_extent(Axis::u) && has_extent(Axis::v);
-}
+int ERSpoleNURBS3D::isValid() const { return has_extent(Axis::u) && has_extent(Axis::v); }
 
 bool ERSpoleNURBS3D::has_extent(Axis axis) const {
     return axis == Axis::u ? fits(knots_u_, poles_.columns()) : fits(knots_v_, poles_.rows());
@@ -93,12 +89,7 @@ const tqkNurbSurf& ERSpoleNURBS3D::kernel() const {
     if (!caches_) caches_ = std::make_unique<Caches>();
     if (!caches_->kernel) {
         auto built = std::make_unique<tqkNurbSurf>();
-        built->become(nbPolesU(), nbPolesV(), knots_u_.degree() + 1, knots_v_.degree() + 1);
-        built->knots_u().become(knots_u_.length(), knots_u_.data());
-        built->knots_u().update();
-        built->knots_v().become(knots_v_.length(), knots_v_.data());
-        built->knots_v().update();
-        built->set_h_points(velm::detail::grid_of(poles_).poles);
+        velm::detail::load(*built, poles_, knots_u_, knots_v_);
         caches_->kernel = std::move(built);
     }
     return *caches_->kernel;
@@ -106,8 +97,8 @@ const tqkNurbSurf& ERSpoleNURBS3D::kernel() const {
 
 ERInfoPoint3DSurf ERSpoleNURBS3D::PtCur(double u, double v) const {
     double jet[18];
-    kernel().evaluate({u, v, u < ufin() ? tqk_above : tqk_below, v < vfin() ? tqk_above : tqk_below},
-                      2, jet);
+    kernel().evaluate(
+        {u, v, u < ufin() ? tqk_above : tqk_below, v < vfin() ? tqk_above : tqk_below}, 2, jet);
     return velm::detail::surface_point({u, v}, jet);
 }
 
@@ -175,7 +166,8 @@ ERCpoleNURBS3D ERSpoleNURBS3D::getIsoU(double u) const {
     for (int j = 0; j < iso.size(); ++j) {
         ERPole3DH sum;
         for (int i = 0; i <= k.degree; ++i)
-            sum = sum + std::as_const(poles_)(j, span - k.degree + i) * basis.view()[std::size_t(i)];
+            sum =
+                sum + std::as_const(poles_)(j, span - k.degree + i) * basis.view()[std::size_t(i)];
         iso[j] = sum;
     }
     return ERCpoleNURBS3D(iso, knots_v_, working_v);
@@ -190,7 +182,8 @@ ERCpoleNURBS3D ERSpoleNURBS3D::getIsoV(double v) const {
     for (int i = 0; i < iso.size(); ++i) {
         ERPole3DH sum;
         for (int j = 0; j <= k.degree; ++j)
-            sum = sum + std::as_const(poles_)(span - k.degree + j, i) * basis.view()[std::size_t(j)];
+            sum =
+                sum + std::as_const(poles_)(span - k.degree + j, i) * basis.view()[std::size_t(j)];
         iso[i] = sum;
     }
     return ERCpoleNURBS3D(iso, knots_u_, working_u);

@@ -45,7 +45,7 @@ public:
     const ERKnotVector& knotVectorU() const { return knots_u_; }
     const ERKnotVector& knotVectorV() const { return knots_v_; }
     /// Whether there is something to evaluate: 1 or 0.
-    int isValid() const;
+    int isValid() const override;
 
     using ERSpoleRep::operator();
     using ERSpoleRep::PtCur;
@@ -118,8 +118,8 @@ public:
     void transformTo(const ERPmIsometrie3D& t) override;
     void reverse() override;
 
-    /// The limits, "Control Points :" and the matrix, "Knot u         :" and "Knot v         :" with
-    /// the knots.
+    /// The limits, "Control Points :" and the matrix, "Knot u         :" and "Knot v         :"
+    /// with the knots.
     void printOn(std::ostream& out) const override;
     ERObject* getCopy() const override;
 

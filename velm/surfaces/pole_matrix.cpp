@@ -25,14 +25,15 @@ ERPole3DH CalOnNurbs_H(const ERMatrix<ERPole3DH>& poles, const ERKnotVector& kno
     constexpr int width = ERPole3DH::components;
     const KnotView ku = view_of(knotsU), kv = view_of(knotsV);
     const ConstPoleGrid grid = grid_of(poles);
-    ERPole3DH result = ERPole3DH::each([](int) { return std::numeric_limits<double>::quiet_NaN(); });
+    ERPole3DH result =
+        ERPole3DH::each([](int) { return std::numeric_limits<double>::quiet_NaN(); });
     if (!ku.has_span() || !kv.has_span() || grid.columns != ku.poles() || grid.rows != kv.poles())
         return result;
     const int span_u = find_span(ku, u), span_v = find_span(kv, v);
     const double* const first =
         grid.window(Axis::u, span_v - kv.degree, span_u - ku.degree, 1).poles;
     const std::ptrdiff_t row_step = std::ptrdiff_t(grid.columns) * width;
-    const auto sum = [&](auto p, auto q) [[gnu::always_inline]] {
+    const auto sum = [&](auto p, auto q) __attribute__((always_inline)) {
         DegreeWork<decltype(p), 18, 3 * (stack_degree + 1)> work_u(3 * (std::size_t(p) + 1));
         DegreeWork<decltype(q), 18, 3 * (stack_degree + 1)> work_v(3 * (std::size_t(q) + 1));
         double *const basis_u = work_u.data(), *const basis_v = work_v.data();

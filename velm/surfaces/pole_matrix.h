@@ -1,5 +1,5 @@
-// Operations on the matrix of poles and the knots of a NURBS surface, without the surface: insertion
-// of knots, points, clamped ends, poles from polynomials.
+// Operations on the matrix of poles and the knots of a NURBS surface, without the surface:
+// insertion of knots, points, clamped ends, poles from polynomials.
 //
 // Element (j, i) of a matrix is the pole with index i along U and j along V: rows run along U.
 #pragma once

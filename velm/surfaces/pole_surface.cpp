@@ -13,9 +13,7 @@ VELM_DEFINE_CLASS_NOT_CREATABLE(ERSpoleRep, ERBoundedSurface)
 namespace {
 
 ERPoint3D scaled(const ERPoint3D& p, double s) { return p * s; }
-ERPole3DH scaled(const ERPole3DH& p, double s) {
-    return {p.x_ * s, p.y_ * s, p.z_ * s, p.weight};
-}
+ERPole3DH scaled(const ERPole3DH& p, double s) { return {p.x_ * s, p.y_ * s, p.z_ * s, p.weight}; }
 ERPoint3D moved(const ERPoint3D& p, const ERPoint3D& v) { return p + v; }
 ERPole3DH moved(ERPole3DH p, const ERPoint3D& v) { return p.translate(v); }
 

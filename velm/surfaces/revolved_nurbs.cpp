@@ -37,7 +37,8 @@ ERSpoleNURBS3D CreateSurfOfRevolutionAxeZ1(const ERCpoleNURBS3D& curve, double a
         const double radius = std::sqrt(p.x() * p.x() + p.y() * p.y());
         for (int j = 0; j < ring.size(); ++j) {
             const ERPole3DH& r = ring[j];
-            net(j, i) = ERPole3DH(r.x_ * radius, r.y_ * radius, r.z_ + p.z() * r.weight, r.weight) * w;
+            net(j, i) =
+                ERPole3DH(r.x_ * radius, r.y_ * radius, r.z_ + p.z() * r.weight, r.weight) * w;
         }
     }
     return {net, curve.getKnots(), arc.getKnots(), ERLimites(curve.udeb(), curve.ufin()),

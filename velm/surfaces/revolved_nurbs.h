@@ -16,5 +16,5 @@ VELM_API ERSpoleNURBS3D CreateSurfOfRevolutionAxeZ1(const ERCpoleNURBS3D& curve,
                                                     double b);
 /// The same about a line, from the half plane of the first point of the curve found that is more
 /// than 1e-11 from the axis: its start, its end, then points between.
-VELM_API ERSpoleNURBS3D CreateSurfOfRevolution(const ERCpoleNURBS3D& curve,
-                                               const ERInfLine3D& axis, double a, double b);
+VELM_API ERSpoleNURBS3D CreateSurfOfRevolution(const ERCpoleNURBS3D& curve, const ERInfLine3D& axis,
+                                               double a, double b);

@@ -52,8 +52,8 @@ bool insert_knot(ERMatrix<ERPole3DH>& poles, ERKnotVector& knots, Axis axis, dou
     return true;
 }
 
-void move_ends(ERMatrix<ERPole3DH>& poles, ERKnotVector& knots, Axis axis,
-               const ERLimites& natural, const ERLimites& trim) {
+void move_ends(ERMatrix<ERPole3DH>& poles, ERKnotVector& knots, Axis axis, const ERLimites& natural,
+               const ERLimites& trim) {
     SplineTrim(GridPoles(poles, axis), knots).move_ends(natural, trim);
 }
 
@@ -134,8 +134,7 @@ void elevate_grid(ERMatrix<ERPole3DH>& poles, ERKnotVector& knots, Axis axis, in
         const KnotView old = view_of(knots);
         ERVec<double> raised(elevated_knots(old, nullptr));
         elevated_knots(old, raised.data());
-        ERMatrix<ERPole3DH> elevated =
-            unfilled_like(poles, axis, raised.size() - old.degree - 2);
+        ERMatrix<ERPole3DH> elevated = unfilled_like(poles, axis, raised.size() - old.degree - 2);
         for_lines(grid_of(std::as_const(poles)), grid_of(elevated), axis,
                   [&](ConstPoleRow from, PoleRow to) { elevate_spline(old, from, to); });
         poles.swap(elevated);

@@ -79,9 +79,8 @@ inline void copy_poles(ConstPoleRow from, int first, int count, PoleRow to, int 
 template <class Pole>
 ERMatrix<Pole> part_of(const ERMatrix<Pole>& m, Axis axis, int first, int count) {
     ERMatrix<Pole> part = unfilled_like(m, axis, count);
-    for_lines(grid_of(m), grid_of(part), axis, [&](ConstPoleRow from, PoleRow to) {
-        copy_poles(from, first, count, to, 0);
-    });
+    for_lines(grid_of(m), grid_of(part), axis,
+              [&](ConstPoleRow from, PoleRow to) { copy_poles(from, first, count, to, 0); });
     return part;
 }
 

@@ -46,8 +46,9 @@ inline ERInfoPoint3DSurf surface_point(const ERPoint2D& parameter, const double*
     const auto vector = [jet](int k) {
         return ERVector3D(jet[3 * k], jet[3 * k + 1], jet[3 * k + 2]);
     };
-    return {parameter, ERPoint3D(jet[0], jet[1], jet[2]), vector(1), vector(3), vector(2),
-            vector(4), vector(5)};
+    return {
+        parameter, ERPoint3D(jet[0], jet[1], jet[2]), vector(1), vector(3), vector(2), vector(4),
+        vector(5)};
 }
 template <std::size_t Width>
 ERInfoPoint3DSurf surface_point(const ERPoint2D& parameter, const double (*jet)[Width]) {

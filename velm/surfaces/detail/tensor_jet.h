@@ -73,41 +73,50 @@ template <class Degree, class Order, class Pole>
     if (order > 1) out[2] = bend;
 }
 
-/// The homogeneous point and derivatives up to `order`: S, Su, Sv, Suu, Suv, Svv. `poles` is the
-/// first pole of the (pu + 1) x (pv + 1) that count, `row_step` the doubles from row to row; `work`
-/// has room for 4 (order + 1) doubles for each of the pu + 1 columns.
-template <class DegreeU, class DegreeV, class Order>
-[[gnu::always_inline]] inline void tensor_jet(const double* poles, std::ptrdiff_t row_step,
-                                              const DirectionBasis& u, DegreeU pu,
-                                              const DirectionBasis& v, DegreeV pv, Order order,
-                                              double* work, double (*out)[4]) {
-    const auto column = [&](int k, int i) {
-        return HomogeneousPole::load(work + 4 * (k * (pu + 1) + i));
-    };
-    for (int i = 0; i <= pu; ++i) {
+/// The sums along V of each of `count` columns with its derivatives: order + 1 groups of `count`
+/// poles into `sums`. `poles` is the first row that counts, `row_step` the doubles from row to row.
+template <class DegreeV, class Order>
+[[gnu::always_inline]] inline void sum_columns(const double* poles, std::ptrdiff_t row_step,
+                                               int count, const DirectionBasis& v, DegreeV pv,
+                                               Order order, double* sums) {
+    for (int i = 0; i < count; ++i) {
         const double* const first = poles + 4 * i;
-        HomogeneousPole sums[3];
+        HomogeneousPole column[3];
         sum_of_poles(
-            v, pv, order,
-            [=](int j) { return HomogeneousPole::load(first + j * row_step); }, sums);
+            v, pv, order, [=](int j) { return HomogeneousPole::load(first + j * row_step); },
+            column);
         for (int k = 0; k <= order; ++k)
-            sums[k].store(work + 4 * (k * (pu + 1) + i));
+            column[k].store(sums + 4 * (k * count + i));
     }
-    HomogeneousPole sums[3];
-    sum_of_poles(u, pu, order, [&](int i) { return column(0, i); }, sums);
-    sums[0].store(out[0]);
+}
+
+/// The homogeneous point and derivatives up to `order`, S, Su, Sv, Suu, Suv, Svv, from the sums of
+/// pu + 1 columns.
+template <class DegreeU, class Order>
+[[gnu::always_inline]] inline void jet_of_columns(const double* sums, const DirectionBasis& u,
+                                                  DegreeU pu, Order order, double (*out)[4]) {
+    const auto column = [=](int k, int i) {
+        return HomogeneousPole::load(sums + 4 * (k * (pu + 1) + i));
+    };
+    HomogeneousPole found[3];
+    sum_of_poles(
+        u, pu, order, [&](int i) { return column(0, i); }, found);
+    found[0].store(out[0]);
     if (order == 0) return;
-    sums[1].store(out[1]);
-    if (order > 1) sums[2].store(out[3]);
+    found[1].store(out[1]);
+    if (order > 1) found[2].store(out[3]);
     if (order > 1) {
-        sum_of_poles(u, pu, 1, [&](int i) { return column(1, i); }, sums);
-        sums[0].store(out[2]);
-        sums[1].store(out[4]);
-        sum_of_poles(u, pu, 0, [&](int i) { return column(2, i); }, sums);
-        sums[0].store(out[5]);
+        sum_of_poles(
+            u, pu, 1, [&](int i) { return column(1, i); }, found);
+        found[0].store(out[2]);
+        found[1].store(out[4]);
+        sum_of_poles(
+            u, pu, 0, [&](int i) { return column(2, i); }, found);
+        found[0].store(out[5]);
     } else {
-        sum_of_poles(u, pu, 0, [&](int i) { return column(1, i); }, sums);
-        sums[0].store(out[2]);
+        sum_of_poles(
+            u, pu, 0, [&](int i) { return column(1, i); }, found);
+        found[0].store(out[2]);
     }
 }
 
