@@ -1,0 +1,356 @@
+#include "velm/curves/intersections.h"
+
+#include "support/test.h"
+#include "velm/curves/detail/bernstein_rows.h"
+#include "velm/curves/nurbs_curve.h"
+#include "velm/curves/prepare.h"
+#include "velm/numerics/real_roots.h"
+#include "velm/wireframe/arc.h"
+#include "velm/wireframe/segment.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <numeric>
+
+namespace {
+
+using velm::BezierPiece;
+using velm::CurveIntersection;
+using velm::IntersectionKind;
+using Curve = velm::PreparedCurve<2>;
+using velm_test::Random;
+
+/// How often a random test repeats: all of it in the thorough run, else a hundredth.
+int repeats(int thorough) {
+    return std::getenv("VELM_TEST_THOROUGH") != nullptr ? thorough : thorough / 100;
+}
+
+using Row = std::vector<double>; ///< x w, y w, w of each pole
+
+int degree(const Row& row) { return static_cast<int>(row.size()) / 3 - 1; }
+
+Curve prepared(const std::vector<Row>& rows) {
+    std::vector<BezierPiece> pieces;
+    for (const Row& row : rows) {
+        const double start = static_cast<double>(pieces.size());
+        pieces.push_back({row, start, start + 1.0});
+    }
+    return Curve::from_pieces(pieces).value();
+}
+Curve prepared(const Row& row) { return prepared(std::vector<Row>{row}); }
+
+/// The graph of a polynomial, y = p(x) for x in [0, 1], p by its powers.
+Row graph(const std::vector<double>& powers, int at_least_degree = 1) {
+    const int n = std::max(at_least_degree, static_cast<int>(powers.size()) - 1);
+    Row row(std::size_t(3 * (n + 1)), 0.0);
+    const double abscissa[] = {0.0, 1.0}, one[] = {1.0};
+    velm::detail::PoleRow poles{row.data(), n + 1, 3};
+    velm::detail::set_from_power(abscissa, 0, poles);
+    velm::detail::set_from_power(powers, 1, poles);
+    velm::detail::set_from_power(one, 2, poles);
+    return row;
+}
+
+std::vector<double> product(const std::vector<double>& a, const std::vector<double>& b) {
+    std::vector<double> result(a.size() + b.size() - 1, 0.0);
+    for (std::size_t i = 0; i < a.size(); ++i)
+        for (std::size_t k = 0; k < b.size(); ++k)
+            result[i + k] += a[i] * b[k];
+    return result;
+}
+
+/// Another parameter: weights times c^i take u to u / (u + c (1 - u)).
+struct Reparameter {
+    double c = 1.0;
+    void apply(Row& row) const {
+        double factor = 1.0;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            row[i] *= factor;
+            if (i % 3 == 2) factor *= c;
+        }
+    }
+    double parameter_of(double x) const { return x / (x + c * (1.0 - x)); }
+};
+
+struct Similarity {
+    double cosine = 1.0, sine = 0.0, dx = 0.0, dy = 0.0;
+    void apply(Row& row) const {
+        for (std::size_t i = 0; i < row.size(); i += 3) {
+            const double x = row[i], y = row[i + 1];
+            row[i] = cosine * x - sine * y + dx * row[i + 2];
+            row[i + 1] = sine * x + cosine * y + dy * row[i + 2];
+        }
+    }
+    static Similarity random(Random& random, double size) {
+        const double angle = random.uniform(-4, 4);
+        return {size * std::cos(angle), size * std::sin(angle), size * random.uniform(-1, 1),
+                size * random.uniform(-1, 1)};
+    }
+};
+
+void elevate(Row& row, int times) {
+    row.resize(row.size() + std::size_t(3 * times));
+    velm::detail::elevate_row({row.data(), degree(row) + 1 - times, 3}, times);
+}
+
+std::string text(const std::vector<CurveIntersection>& found) {
+    std::ostringstream out;
+    out.precision(17);
+    for (const CurveIntersection& i : found)
+        out << "kind " << static_cast<int>(i.kind) << " order " << i.order << " sides " << i.before
+            << ' ' << i.after << " t " << i.a.t << " in " << i.a_parameters.start() << ' '
+            << i.a_parameters.end() << " s " << i.b.t << " in " << i.b_parameters.start() << ' '
+            << i.b_parameters.end() << '\n';
+    return out.str();
+}
+std::string text(const Row& row) {
+    std::ostringstream out;
+    out << std::hexfloat;
+    for (const double x : row)
+        out << x << ' ';
+    return out.str() + "\n";
+}
+
+/// What is true for every answer: places lie in their intervals, points in their boxes and on both
+/// curves.
+void expect_consistent(const Curve& a, const Curve& b, const std::vector<CurveIntersection>& found,
+                       double tolerance = 0.0) {
+    const double error = 2.0 * tolerance + 1e-13 * (a.size() + b.size() + std::fabs(a.box().xmax) +
+                                                    std::fabs(a.box().ymax));
+    for (const CurveIntersection& i : found) {
+        const ERPoint2D p = a(i.a.t), q = b(i.b.t);
+        ASSERT_LE(std::hypot(p.x() - q.x(), p.y() - q.y()), error) << text(found);
+        ASSERT_LE(std::hypot(p.x() - i.point.x(), p.y() - i.point.y()), error) << text(found);
+        if (i.kind == IntersectionKind::overlap) continue;
+        ASSERT_TRUE(i.a_parameters.start() > i.a_parameters.end() || i.a_parameters.inBound(i.a.t))
+            << text(found);
+        ASSERT_TRUE(i.b_parameters.start() > i.b_parameters.end() || i.b_parameters.inBound(i.b.t))
+            << text(found);
+    }
+}
+
+struct Expected {
+    double t, s;
+    int order;
+    double accuracy;
+};
+
+/// Compares with the places that are known; ends of the curves may be among them.
+void expect_places(const Curve& a, const Curve& b, std::vector<Expected> places,
+                   const std::string& input) {
+    const std::vector<CurveIntersection> found = intersections(a, b);
+    expect_consistent(a, b, found);
+    std::sort(places.begin(), places.end(),
+              [](const Expected& x, const Expected& y) { return x.t < y.t; });
+    ASSERT_EQ(found.size(), places.size()) << text(found) << input;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        const CurveIntersection& at = found[i];
+        const Expected& place = places[i];
+        ASSERT_NEAR(at.a.t, place.t, place.accuracy) << text(found) << input;
+        ASSERT_NEAR(at.b.t, place.s, place.accuracy) << text(found) << input;
+        ASSERT_NE(at.kind, IntersectionKind::unresolved) << text(found) << input;
+        ASSERT_EQ(at.order, place.order) << text(found) << input;
+        if (at.kind == IntersectionKind::end) continue;
+        const auto kind =
+            place.order % 2 == 0 ? IntersectionKind::crossing : IntersectionKind::touching;
+        ASSERT_EQ(at.kind, kind) << text(found) << input;
+        ASSERT_NE(at.before * at.after, 0) << text(found) << input;
+    }
+}
+
+TEST(Intersections, PublishedPairs) {
+    std::ifstream file(VELM_REAL_DATA "/bezier/curve_intersections.txt");
+    std::string line, head;
+    std::optional<Curve> a, b;
+    std::vector<std::array<double, 4>> places;
+    int pairs = 0;
+    const auto check = [&] {
+        if (!a) return;
+        SCOPED_TRACE(head);
+        ++pairs;
+        const std::vector<CurveIntersection> found = intersections(*a, *b);
+        expect_consistent(*a, *b, found);
+        // One pair coincides from the first to the second of its places.
+        if (found.size() == 1 && found[0].kind == IntersectionKind::overlap) {
+            ASSERT_EQ(places.size(), 2u);
+            EXPECT_NEAR(found[0].a_parameters.start(), places[0][0], 1e-12);
+            EXPECT_NEAR(found[0].a_parameters.end(), places[1][0], 1e-12);
+            EXPECT_NEAR(found[0].b_parameters.start(), places[0][1], 1e-12);
+            EXPECT_NEAR(found[0].b_parameters.end(), places[1][1], 1e-12);
+            EXPECT_NE(head.find("coincident"), std::string::npos);
+            return;
+        }
+        ASSERT_EQ(found.size(), places.size()) << text(found);
+        bool tangent = false;
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            EXPECT_NEAR(found[i].a.t, places[i][0], 1e-12);
+            EXPECT_NEAR(found[i].b.t, places[i][1], 1e-12);
+            EXPECT_NEAR(found[i].point.x(), places[i][2], 1e-12);
+            EXPECT_NEAR(found[i].point.y(), places[i][3], 1e-12);
+            tangent = tangent || found[i].order > 0;
+        }
+        EXPECT_EQ(tangent, head.find("tangent") != std::string::npos ||
+                               head.find("coincident") != std::string::npos)
+            << text(found);
+    };
+    while (std::getline(file, line)) {
+        std::istringstream in(line);
+        std::string word;
+        in >> word;
+        Row numbers;
+        for (std::string number; in >> number;)
+            numbers.push_back(std::strtod(number.c_str(), nullptr));
+        if (word == "pair") {
+            check();
+            head = line;
+            a.reset();
+            places.clear();
+        } else if (word == "c1" || word == "c2") {
+            Row row;
+            for (std::size_t i = 0; i + 1 < numbers.size(); i += 2)
+                row.insert(row.end(), {numbers[i], numbers[i + 1], 1.0});
+            (word == "c1" ? a : b) = prepared(row);
+        } else if (word == "sol") {
+            places.push_back({numbers[0], numbers[1], numbers[2], numbers[3]});
+        }
+    }
+    check();
+    EXPECT_EQ(pairs, 36);
+}
+
+/// Two graphs whose difference has chosen zeros, one of them of order 1 to 5, in any position, size
+/// and parameter, of raised degree or not.
+TEST(Intersections, ChosenPlacesAndOrdersOfContact) {
+    Random random(11);
+    for (int round = 0; round < repeats(40000); ++round) {
+        const int multiplicity = round % 6;
+        std::vector<double> difference{random.uniform(0.5, 2.0) * (random.below(2) != 0 ? 1 : -1)};
+        std::vector<std::pair<double, int>> zeros;
+        const int most = multiplicity > 2 ? 2 : 5;
+        double x = random.uniform(0.05, 0.3);
+        for (int i = 0; i < most && x < 0.95; ++i) {
+            const int m = i == 0 ? multiplicity : 1;
+            for (int k = 0; k < m; ++k)
+                difference = product(difference, {-x, 1.0});
+            if (m > 0) zeros.push_back({x, m});
+            x += random.uniform(multiplicity > 2 ? 0.4 : 0.1, 0.5);
+        }
+        const double size = std::pow(10.0, random.uniform(-6, 6));
+        std::vector<double> base(std::size_t(1 + random.below(4)));
+        for (double& c : base)
+            c = random.uniform(-1, 1);
+        std::vector<double> other = base;
+        other.resize(std::max(base.size(), difference.size()), 0.0);
+        for (std::size_t i = 0; i < difference.size(); ++i)
+            other[i] += difference[i];
+        Row row_a = graph(base), row_b = graph(other);
+        if (random.below(3) == 0) elevate(row_a, 1 + random.below(3));
+        const bool rational = random.below(2) == 0;
+        const Reparameter of_a{rational ? random.uniform(0.5, 2) : 1.0},
+            of_b{rational ? random.uniform(0.5, 2) : 1.0};
+        const Similarity place = Similarity::random(random, size);
+        for (Row* row : {&row_a, &row_b})
+            place.apply(*row);
+        of_a.apply(row_a);
+        of_b.apply(row_b);
+        std::vector<Expected> expected;
+        for (const auto& [zero, m] : zeros)
+            expected.push_back({of_a.parameter_of(zero), of_b.parameter_of(zero), m - 1,
+                                m == 1   ? 1e-11
+                                : m == 2 ? 1e-9
+                                         : 1e-2});
+        expect_places(prepared(row_a), prepared(row_b), expected, text(row_a) + text(row_b));
+        if (HasFatalFailure()) return;
+    }
+}
+
+/// Circles and ellipses against rational cubics, by the roots of one polynomial.
+TEST(Intersections, ConicsAgainstPolynomialRoots) {
+    Random random(12);
+    const auto binomial = [](int n, int k) {
+        double result = 1.0;
+        for (int i = 0; i < k; ++i)
+            result = result * (n - i) / (i + 1);
+        return result;
+    };
+    for (int round = 0; round < repeats(40000); ++round) {
+        const int n = 1 + random.below(4);
+        Row row;
+        for (int i = 0; i <= n; ++i) {
+            const double w = n == 1 || round % 2 != 0 ? 1.0 : random.uniform(0.4, 2.5);
+            row.insert(row.end(), {random.uniform(-2, 2) * w, random.uniform(-2, 2) * w, w});
+        }
+        const double radius = random.uniform(0.3, 1.8);
+        // x^2 + y^2 - r^2 w^2 in the Bernstein basis.
+        std::vector<double> g(std::size_t(2 * n + 1), 0.0);
+        for (int i = 0; i <= n; ++i)
+            for (int k = 0; k <= n; ++k) {
+                const double* p = row.data() + 3 * i;
+                const double* q = row.data() + 3 * k;
+                g[std::size_t(i + k)] +=
+                    binomial(n, i) * binomial(n, k) / binomial(2 * n, i + k) *
+                    (p[0] * q[0] + p[1] * q[1] - radius * radius * p[2] * q[2]);
+            }
+        const auto roots = velm::real_roots_bernstein(g, {0.0, 1.0}, 1e-14);
+        const bool hard = std::any_of(roots.begin(), roots.end(), [](const velm::RealRoot& root) {
+            return root.multiplicity != 1 || root.value < 1e-9 || root.value > 1.0 - 1e-9;
+        });
+        if (hard) continue;
+        std::vector<Expected> expected;
+        for (const velm::RealRoot& root : roots) {
+            const ERPoint2D p = prepared(row)(root.value);
+            double angle = std::atan2(p.y(), p.x());
+            if (angle < 0.0) angle += 2.0 * std::numbers::pi;
+            // What both take as roundings of their data differs by some 10.
+            const double accuracy = 1e-12 + 16.0 * (root.upper - root.lower);
+            expected.push_back({root.value, angle, 0, accuracy});
+        }
+        const Curve circle = *velm::prepare(ERCircle2D({0.0, 0.0}, radius));
+        expect_places(prepared(row), circle, expected, text(row));
+        if (HasFatalFailure()) return;
+    }
+}
+
+/// A curve and its mirror image meet at the places on the mirror, and in pairs.
+TEST(Intersections, MirroredCopies) {
+    Random random(13);
+    for (int round = 0; round < repeats(20000); ++round) {
+        std::vector<Row> rows, mirrored;
+        const int spans = 1 + random.below(4);
+        const double c = random.uniform(-0.5, 0.5);
+        for (int i = 0; i < spans; ++i) {
+            Row row;
+            for (int k = 0; k <= 3; ++k) {
+                const double w = round % 2 == 0 ? 1.0 : random.uniform(0.5, 2.0);
+                row.insert(row.end(), {random.uniform(-1, 1) * w, random.uniform(-1, 1) * w, w});
+            }
+            if (i > 0) std::copy_n(rows.back().end() - 3, 3, row.begin());
+            rows.push_back(row);
+            for (std::size_t k = 1; k < row.size(); k += 3)
+                row[k] = 2.0 * c * row[k + 1] - row[k];
+            mirrored.push_back(row);
+        }
+        const Curve a = prepared(rows), b = prepared(mirrored);
+        std::vector<velm::CurveCrossing<2>> on_mirror;
+        a.crossings({0.0, c}, {1.0, 0.0}, on_mirror);
+        const std::vector<CurveIntersection> found = intersections(a, b);
+        expect_consistent(a, b, found);
+        std::vector<double> fixed;
+        std::size_t paired = 0;
+        for (const CurveIntersection& i : found) {
+            if (std::fabs(i.a.t - i.b.t) < 1e-9) {
+                fixed.push_back(i.a.t);
+                continue;
+            }
+            paired += std::any_of(found.begin(), found.end(), [&](const CurveIntersection& k) {
+                return std::fabs(i.a.t - k.b.t) < 1e-8 && std::fabs(i.b.t - k.a.t) < 1e-8;
+            });
+        }
+        ASSERT_EQ(fixed.size() + paired, found.size()) << text(found) << round;
+        ASSERT_EQ(fixed.size(), on_mirror.size()) << text(found) << round;
+        for (std::size_t i = 0; i < fixed.size(); ++i)
+            ASSERT_NEAR(fixed[i], on_mirror[i].t, 1e-8) << text(found) << round;
+    }
+}
+
+} // namespace

@@ -1,0 +1,369 @@
+#include "velm/curves/detail/meeting_merger.h"
+
+#include "velm/curves/detail/curve_side.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace velm::detail {
+namespace {
+
+/// Intervals this near to each other share a place.
+constexpr double touching_slack = 0x1p-48;
+/// A place this near to a joint is on it if its enclosure says that it may.
+constexpr double joint_reach = 0x1p-36;
+/// How far from a meeting its sides are looked at, in pieces, if nothing else is nearer.
+constexpr double side_step = 0x1p-10;
+/// A turn of the tangent above this, as a sine, is an angle.
+constexpr double parallel_sine = 0x1p-20;
+
+/// By how much a part is widened when neighbours are looked for: two searches next to each other
+/// bound one meeting a little differently.
+double widening(const Meeting& meeting, const PiecePart& part) {
+    const bool sharp = meeting.flat || meeting.unresolved;
+    return touching_slack + (sharp ? 0.0 : part.to - part.from);
+}
+
+/// Whether two parts share a place, and by how many turns the second one's curve is further: `turn`
+/// is added to its count of pieces.
+bool touches(const PreparedPieces<2>& curve, const PiecePart& i, const PiecePart& k, double slack,
+             int& turn) {
+    turn = 0;
+    if (i.piece == k.piece && k.from <= i.to + slack && i.from <= k.to + slack) return true;
+    const int count = curve.count();
+    const auto follows = [&](const PiecePart& first, const PiecePart& second) {
+        const bool seam = first.piece == count - 1 && second.piece == 0 && curve.closed;
+        if (second.piece != first.piece + 1 && !seam) return false;
+        if (curve[second.piece].joint == Joint::gap) return false;
+        return first.to >= 1.0 - slack && second.from <= slack;
+    };
+    if (follows(i, k)) {
+        turn = k.piece < i.piece || (k.piece == i.piece && count == 1) ? 1 : 0;
+        return true;
+    }
+    if (follows(k, i)) {
+        turn = i.piece < k.piece || (k.piece == i.piece && count == 1) ? -1 : 0;
+        return true;
+    }
+    return false;
+}
+
+void swap_curves(Meeting& meeting) {
+    std::swap(meeting.a, meeting.b);
+    std::swap(meeting.u, meeting.v);
+    if (meeting.before == 0 && meeting.after == 0) return;
+    const bool crosses = meeting.before != meeting.after;
+    if (crosses || meeting.same_direction) {
+        meeting.before = -meeting.before;
+        meeting.after = -meeting.after;
+    }
+}
+
+double along(const PiecePart& part, double u) { return part.piece + u; }
+
+} // namespace
+
+void MeetingMerger::merge(std::vector<Meeting>& meetings, std::vector<CurveIntersection>& found) {
+    if (of_itself() && a_.closed) turn_at_seam(meetings);
+    link(meetings);
+    clusters_.clear();
+    const int count = static_cast<int>(meetings.size());
+    cluster_of_.assign(meetings.size(), -1);
+    turns_a_.assign(meetings.size(), 0);
+    turns_b_.assign(meetings.size(), 0);
+    for (int i = 0; i < count; ++i)
+        if (cluster_of_[static_cast<std::size_t>(i)] < 0) gather(meetings, i);
+    std::sort(clusters_.begin(), clusters_.end(), [](const Cluster& x, const Cluster& y) {
+        return x.a.low != y.a.low ? x.a.low < y.a.low : x.b.low < y.b.low;
+    });
+    for (std::size_t i = 0; i < clusters_.size(); ++i)
+        if (!clusters_[i].sides_known) set_sides(i);
+    for (Cluster& cluster : clusters_)
+        if (!cluster.on_diagonal || cluster.is_flat) found.push_back(entry_of(cluster));
+    std::sort(found.begin(), found.end(),
+              [](const CurveIntersection& x, const CurveIntersection& y) {
+                  return x.a.t != y.a.t ? x.a.t < y.a.t : x.b.t < y.b.t;
+              });
+}
+
+/// A meeting of the seam with a place k comes as (seam, k) and (k, seam): one of them is turned
+/// round, so that they share a place.
+void MeetingMerger::turn_at_seam(std::vector<Meeting>& meetings) {
+    for (Meeting& x : meetings) {
+        if (x.b.piece != a_.count() - 1 || x.b.to < 1.0 - touching_slack) continue;
+        for (const Meeting& y : meetings) {
+            int turn = 0;
+            if (y.a.piece == 0 && y.a.from <= touching_slack &&
+                touches(a_, x.a, y.b, std::max(widening(x, x.a), widening(y, y.b)), turn)) {
+                swap_curves(x);
+                break;
+            }
+        }
+    }
+}
+
+/// Finds the pairs of rectangles that share a place, by a sweep along a.
+void MeetingMerger::link(const std::vector<Meeting>& meetings) {
+    links_.clear();
+    const std::size_t count = meetings.size();
+    order_.resize(count);
+    for (std::size_t i = 0; i < count; ++i)
+        order_[i] = static_cast<int>(i);
+    const auto start = [&](int i) {
+        const Meeting& m = meetings[static_cast<std::size_t>(i)];
+        return along(m.a, m.a.from) - widening(m, m.a);
+    };
+    const auto end = [&](int i) {
+        const Meeting& m = meetings[static_cast<std::size_t>(i)];
+        return along(m.a, m.a.to) + widening(m, m.a);
+    };
+    std::sort(order_.begin(), order_.end(), [&](int i, int k) { return start(i) < start(k); });
+    constexpr double rounding = 1e-9; // of counts of pieces
+    for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t k = i + 1; k < count && start(order_[k]) <= end(order_[i]) + rounding; ++k)
+            link_pair(meetings, order_[i], order_[k]);
+    if (!a_.closed) return;
+    for (const int last : order_) {
+        if (end(last) < a_.count()) continue;
+        for (const int first : order_) {
+            if (start(first) > rounding) break;
+            if (first != last) link_pair(meetings, first, last);
+        }
+    }
+}
+
+void MeetingMerger::link_pair(const std::vector<Meeting>& meetings, int i, int k) {
+    const Meeting &x = meetings[static_cast<std::size_t>(i)],
+                  &y = meetings[static_cast<std::size_t>(k)];
+    if (x.unresolved != y.unresolved) return;
+    int turn_a = 0, turn_b = 0;
+    if (!touches(a_, x.a, y.a, std::max(widening(x, x.a), widening(y, y.a)), turn_a)) return;
+    if (!touches(b_, x.b, y.b, std::max(widening(x, x.b), widening(y, y.b)), turn_b)) return;
+    links_.push_back({i, k, turn_a, turn_b});
+    links_.push_back({k, i, -turn_a, -turn_b});
+}
+
+/// Collects all that hangs together with one rectangle.
+void MeetingMerger::gather(std::vector<Meeting>& meetings, int first) {
+    if (clusters_.empty()) {
+        std::sort(links_.begin(), links_.end(),
+                  [](const Link& x, const Link& y) { return x.from < y.from; });
+        first_link_.assign(meetings.size() + 1, 0);
+        for (const Link& link : links_)
+            ++first_link_[static_cast<std::size_t>(link.from) + 1];
+        for (std::size_t i = 1; i < first_link_.size(); ++i)
+            first_link_[i] += first_link_[i - 1];
+    }
+    const int number = static_cast<int>(clusters_.size());
+    members_.assign(1, first);
+    cluster_of_[static_cast<std::size_t>(first)] = number;
+    for (std::size_t next = 0; next < members_.size(); ++next) {
+        const std::size_t from = static_cast<std::size_t>(members_[next]);
+        for (int l = first_link_[from]; l < first_link_[from + 1]; ++l) {
+            const Link& link = links_[static_cast<std::size_t>(l)];
+            const std::size_t to = static_cast<std::size_t>(link.to);
+            if (cluster_of_[to] >= 0) continue;
+            cluster_of_[to] = number;
+            turns_a_[to] = turns_a_[from] + link.turn_a;
+            turns_b_[to] = turns_b_[from] + link.turn_b;
+            members_.push_back(link.to);
+        }
+    }
+    complete(meetings, members_, clusters_.emplace_back());
+}
+
+void MeetingMerger::complete(const std::vector<Meeting>& meetings, std::span<const int> members,
+                             Cluster& cluster) {
+    constexpr Stretch nothing{HUGE_VAL, -HUGE_VAL, 0.0};
+    cluster.a = cluster.b = cluster.flat_a = cluster.flat_b = nothing;
+    const auto include = [](Stretch& stretch, double low, double high) {
+        stretch.low = std::min(stretch.low, low);
+        stretch.high = std::max(stretch.high, high);
+    };
+    CurveIntersection& entry = cluster.entry;
+    const Meeting* best = nullptr;
+    int flat_direction = 0;
+    cluster.sides_known = true;
+    for (const int member : members) {
+        const Meeting& m = meetings[static_cast<std::size_t>(member)];
+        const double shift_a = a_.count() * turns_a_[static_cast<std::size_t>(member)] + m.a.piece;
+        const double shift_b = b_.count() * turns_b_[static_cast<std::size_t>(member)] + m.b.piece;
+        include(cluster.a, shift_a + m.a.from, shift_a + m.a.to);
+        include(cluster.b, shift_b + m.b.from, shift_b + m.b.to);
+        if (m.flat) {
+            cluster.is_flat = true;
+            include(cluster.flat_a, shift_a + m.a.from, shift_a + m.a.to);
+            include(cluster.flat_b, shift_b + m.b.from, shift_b + m.b.to);
+            flat_direction += m.same_direction ? 1 : -1;
+        }
+        if (m.unresolved) entry.kind = IntersectionKind::unresolved;
+        entry.box.Update(ERMinimax2D(m.left, m.low, m.right, m.high));
+        const auto at_border = [](const PiecePart& part) {
+            return part.from <= 0.0 || part.to >= 1.0;
+        };
+        cluster.sides_known = cluster.sides_known && m.before != 0 && m.after != 0 &&
+                              !at_border(m.a) && !at_border(m.b) &&
+                              (best == nullptr || (m.before == best->before &&
+                                                   m.after == best->after && m.sine > 0.0));
+        if (of_itself()) {
+            int turn = 0;
+            cluster.on_diagonal =
+                cluster.on_diagonal || touches(a_, m.a, m.b, touching_slack, turn);
+        }
+        // The narrowest of those with the highest order.
+        const auto better = [](const Meeting& x, const Meeting& y) {
+            if (x.order != y.order) return x.order > y.order;
+            if ((x.sine > 0.0) != (y.sine > 0.0)) return x.sine > 0.0;
+            return x.a.to - x.a.from < y.a.to - y.a.from;
+        };
+        if (best == nullptr || better(m, *best)) {
+            best = &m;
+            cluster.a.at = shift_a + m.u;
+            cluster.b.at = shift_b + m.v;
+        }
+    }
+    Meeting whole = *best;
+    if (!cluster.is_flat && !whole.unresolved && whole.sine == 0.0 &&
+        (members.size() > 1 || whole.order < 0)) {
+        for (const int member : members) {
+            const Meeting& m = meetings[static_cast<std::size_t>(member)];
+            if (m.a.piece != whole.a.piece || m.b.piece != whole.b.piece) continue;
+            whole.a = {m.a.piece, std::min(whole.a.from, m.a.from), std::max(whole.a.to, m.a.to)};
+            whole.b = {m.b.piece, std::min(whole.b.from, m.b.from), std::max(whole.b.to, m.b.to)};
+        }
+        search_.settle(whole);
+        cluster.a.at += whole.u - best->u;
+        cluster.b.at += whole.v - best->v;
+    }
+    entry.a = a_.place(whole.a.piece, whole.u);
+    entry.b = b_.place(whole.b.piece, whole.v);
+    entry.order = whole.order;
+    entry.before = best->before;
+    entry.after = best->after;
+    entry.same_direction = cluster.is_flat ? flat_direction > 0 : best->same_direction;
+}
+
+/// Looks at points next to the meeting, nearer to it than to the next ones.
+void MeetingMerger::set_sides(std::size_t index) {
+    Cluster& cluster = clusters_[index];
+    CurveIntersection& entry = cluster.entry;
+    entry.before = entry.after = 0;
+    if (entry.kind == IntersectionKind::unresolved || cluster.on_diagonal) return;
+    const auto step_of = [](const Stretch& stretch) {
+        return std::max(side_step, 4.0 * (stretch.high - stretch.low));
+    };
+    // Half of the way to the next meeting, forward or backward.
+    const auto room = [&](bool on_a, bool forward, double step) {
+        const Stretch& own = on_a ? cluster.a : cluster.b;
+        for (std::size_t k = 0; k < clusters_.size(); ++k) {
+            if (k == index || clusters_[k].on_diagonal) continue;
+            const Stretch& other = on_a ? clusters_[k].a : clusters_[k].b;
+            const double way = forward ? other.low - own.high : own.low - other.high;
+            if (way >= 0.0) step = std::min(step, 0.5 * way);
+        }
+        return step;
+    };
+    const auto sides = [&](bool of_a, int& before, int& after) {
+        const PreparedPieces<2>&walked = of_a ? a_ : b_, &other = of_a ? b_ : a_;
+        const Stretch &own = of_a ? cluster.a : cluster.b, &its = of_a ? cluster.b : cluster.a;
+        double step = 0.5;
+        if (!cluster.is_flat) step = std::min(step, step_of(own));
+        const auto speed = [](const PreparedPieces<2>& curve, double at) {
+            return curve[place_along(curve, at).piece].speed;
+        };
+        for (const bool forward : {false, true}) {
+            const double from = forward ? own.high : own.low;
+            const double way = room(of_a, forward, cluster.is_flat ? side_step : step);
+            const double free = std::fabs(free_step(walked, from, forward ? way : -way));
+            if (!(free > 0.0)) continue;
+            const ERPoint2D p =
+                walked.point(walked[place_along(walked, from + (forward ? free : -free)).piece],
+                             place_along(walked, from + (forward ? free : -free)).u);
+            double reach = (own.high - own.low) + 2.0 * free;
+            if (!cluster.is_flat)
+                reach += 0.0;
+            else
+                reach = 2.0 * free;
+            reach = std::min(0.75, 2.0 * reach * speed(walked, own.at) /
+                                       std::max(speed(other, its.at), 1e-300));
+            const double low = its.low + free_step(other, its.low, -reach);
+            const double high = its.high + free_step(other, its.high, reach);
+            (forward ? after : before) = side_of_stretch(other, low, high, p);
+        }
+    };
+    sides(true, entry.before, entry.after);
+    if (entry.before != 0 && entry.after != 0) return;
+    int b_before = 0, b_after = 0;
+    sides(false, b_before, b_after);
+    if (b_before == 0 || b_after == 0) return;
+    const bool at_end = free_step(a_, cluster.a.low, -side_step) == 0.0 ||
+                        free_step(a_, cluster.a.high, side_step) == 0.0;
+    if (at_end) return;
+    const bool crosses = b_before != b_after;
+    const int sense = crosses || entry.same_direction ? -1 : 1;
+    entry.before = sense * b_before;
+    entry.after = sense * b_after;
+}
+
+CurveIntersection MeetingMerger::entry_of(Cluster& cluster) const {
+    CurveIntersection entry = cluster.entry;
+    const bool unresolved = entry.kind == IntersectionKind::unresolved;
+    const auto interval = [](const PreparedPieces<2>& curve, const Stretch& stretch) {
+        const double turn = curve.count();
+        if (curve.closed && stretch.high - stretch.low >= turn)
+            return ERLimites(curve.ends.front(), curve.ends.back());
+        const auto t = [&](double at, bool lower) {
+            CurvePlace place = place_along(curve, at);
+            // The seam is the start of what follows and the end of what comes before.
+            if (!lower && curve.closed && place.t == curve.ends.front()) return curve.ends.back();
+            return place.t;
+        };
+        return ERLimites(t(stretch.low, true), t(stretch.high, false));
+    };
+    if (cluster.is_flat && !unresolved) {
+        entry.kind = IntersectionKind::overlap;
+        entry.a_parameters = interval(a_, cluster.flat_a);
+        entry.b_parameters = interval(b_, cluster.flat_b);
+        entry.a = place_along(a_, cluster.flat_a.low);
+        entry.b = place_along(b_, entry.same_direction ? cluster.flat_b.low : cluster.flat_b.high);
+        if (!entry.same_direction)
+            entry.b_parameters = {entry.b_parameters.end(), entry.b_parameters.start()};
+        entry.point = a_.point(a_[entry.a.piece], entry.a.u);
+        return entry;
+    }
+    entry.a_parameters = interval(a_, cluster.a);
+    entry.b_parameters = interval(b_, cluster.b);
+    const auto snap = [](const PreparedPieces<2>& curve, const Stretch& stretch,
+                         CurvePlace& place) {
+        const double joint = std::round(stretch.at);
+        if (std::fabs(stretch.at - joint) > joint_reach || stretch.low > joint ||
+            stretch.high < joint)
+            return;
+        place = place_along(curve, joint);
+    };
+    snap(a_, cluster.a, entry.a);
+    snap(b_, cluster.b, entry.b);
+    const ERPoint2D on_a = a_.point(a_[entry.a.piece], entry.a.u),
+                    on_b = b_.point(b_[entry.b.piece], entry.b.u);
+    entry.point = on_a == on_b ? on_a : on_a + (on_b - on_a) * 0.5;
+    if (unresolved) return entry;
+    const auto at_end = [](const PreparedPieces<2>& curve, const Stretch& stretch) {
+        return free_step(curve, stretch.low, -side_step) == 0.0 ||
+               free_step(curve, stretch.high, side_step) == 0.0;
+    };
+    if (at_end(a_, cluster.a) || at_end(b_, cluster.b))
+        entry.kind = IntersectionKind::end;
+    else
+        entry.kind =
+            entry.before == entry.after ? IntersectionKind::touching : IntersectionKind::crossing;
+    if (entry.order < 0) {
+        const Local<2> a = a_.jet(a_[entry.a.piece], entry.a.u).first;
+        const Local<2> b = b_.jet(b_[entry.b.piece], entry.b.u).first;
+        const double sine = std::fabs(a[0] * b[1] - a[1] * b[0]);
+        const double lengths = std::sqrt(squared_norm(a) * squared_norm(b));
+        entry.order = sine <= parallel_sine * lengths ? 1 : 0;
+    }
+    return entry;
+}
+
+} // namespace velm::detail

@@ -1,0 +1,58 @@
+// velm::detail::MeetingMerger: makes one entry of all the rectangles in which a search has found
+// parts of one meeting.
+#pragma once
+
+#include "velm/curves/detail/pair_search.h"
+
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace velm::detail {
+
+/// A meeting on one of the curves: from `low` to `high`, counted in pieces from the start of the
+/// curve on, at `at`. Beyond 0 and the number of pieces a closed curve goes on.
+struct Stretch {
+    double low, high, at;
+};
+
+class MeetingMerger {
+public:
+    /// Of one curve with itself if both are the same object.
+    MeetingMerger(const PreparedPieces<2>& a, const PreparedPieces<2>& b, PairSearch& search)
+        : a_(a), b_(b), search_(search) {}
+
+    void merge(std::vector<Meeting>& meetings, std::vector<CurveIntersection>& found);
+
+private:
+    struct Cluster {
+        Stretch a, b;
+        Stretch flat_a, flat_b; ///< of the parts in common
+        CurveIntersection entry;
+        bool reverse = false, is_flat = false, on_diagonal = false, sides_known = false;
+    };
+    struct Link {
+        int from, to;
+        int turn_a, turn_b; ///< 1 if the curve passes its seam on the way
+    };
+
+    bool of_itself() const { return &a_ == &b_; }
+    void turn_at_seam(std::vector<Meeting>& meetings);
+    void link(const std::vector<Meeting>& meetings);
+    void link_pair(const std::vector<Meeting>& meetings, int i, int k);
+    void gather(std::vector<Meeting>& meetings, int first);
+    void complete(const std::vector<Meeting>& meetings, std::span<const int> members,
+                  Cluster& cluster);
+    void set_sides(std::size_t index);
+    CurveIntersection entry_of(Cluster& cluster) const;
+
+    const PreparedPieces<2>& a_;
+    const PreparedPieces<2>& b_;
+    PairSearch& search_;
+    std::vector<Link> links_;
+    std::vector<int> order_, first_link_, members_, cluster_of_;
+    std::vector<int> turns_a_, turns_b_;
+    std::vector<Cluster> clusters_;
+};
+
+} // namespace velm::detail
