@@ -221,6 +221,10 @@ bool GraphIntersection::settle(GraphZone& zone, double least, double most) const
         return false;
     }
     zone.order = order - 1;
+    if (order > 3) { // which roundings may have raised
+        const int guess = order_by_growth(zone, least, most);
+        if (guess >= 2) zone.order = std::min(zone.order, guess);
+    }
     // The zero of the derivative before that one, from as wide a part as it is known in.
     for (const double times : {0x1p60, widest, 0x1p11, 512.0, 128.0, 32.0, narrow}) {
         if (!derivative_is_certain(times, order)) continue;
@@ -231,7 +235,7 @@ bool GraphIntersection::settle(GraphZone& zone, double least, double most) const
         else
             at = std::fabs(first) < std::fabs(last) ? from : to;
         zone.at = std::clamp(at, zone.low, zone.high);
-        return true;
+        return zone.order == order - 1;
     }
     return false;
 }
