@@ -353,4 +353,141 @@ TEST(Intersections, MirroredCopies) {
     }
 }
 
+/// A stretch in common is one interval, however the two curves describe it.
+TEST(Intersections, OverlapsAreIntervals) {
+    Random random(14);
+    for (int round = 0; round < repeats(10000); ++round) {
+        const int n = 2 + random.below(3);
+        Row row;
+        double angle = random.uniform(-3, 3), x = 0.0, y = 0.0; // no loop: it turns by little
+        for (int i = 0; i <= n; ++i) {
+            const double w = round % 3 == 0 ? 1.0 : random.uniform(0.5, 2.0);
+            row.insert(row.end(), {x * w, y * w, w});
+            x += std::cos(angle);
+            y += std::sin(angle);
+            angle += random.uniform(-0.8, 0.8);
+        }
+        // b is a part of a, or goes on beyond it, the other way round or not, of raised degree, in
+        // two pieces, in another parameter.
+        double from = random.uniform(-0.3, 0.6), to = from + random.uniform(0.3, 0.9);
+        if (round % 4 == 0) from = 0.0;
+        if (round % 5 == 0) to = 1.0;
+        const auto part = [&](double low, double high) {
+            Row cut = row;
+            velm::detail::restrict_row({cut.data(), n + 1, 3}, low, high);
+            return cut;
+        };
+        const double middle = 0.5 * (from + to);
+        std::vector<Row> rows{part(from, middle), part(middle, to)};
+        for (Row& piece : rows)
+            elevate(piece, random.below(3));
+        const bool reverse = random.below(2) == 0;
+        if (reverse) {
+            std::swap(rows[0], rows[1]);
+            for (Row& piece : rows)
+                for (int i = 0; 2 * i < degree(piece); ++i)
+                    std::swap_ranges(piece.begin() + 3 * i, piece.begin() + 3 * i + 3,
+                                     piece.end() - 3 * (i + 1));
+        }
+        if (std::any_of(rows.begin(), rows.end(), [](const Row& piece) {
+                for (std::size_t i = 2; i < piece.size(); i += 3)
+                    if (!(piece[i] > 0.1)) return true;
+                return false;
+            }))
+            continue; // beyond its ends the curve may go through infinity
+        const Curve a = prepared(row), b = prepared(rows);
+        const std::vector<CurveIntersection> found = intersections(a, b);
+        const double low = std::max(from, 0.0), high = std::min(to, 1.0);
+        const auto on_b = [&](double t) {
+            const double s = 2.0 * (t - from) / (to - from);
+            return reverse ? 2.0 - s : s;
+        };
+        const auto overlap = std::find_if(found.begin(), found.end(), [](const auto& i) {
+            return i.kind == IntersectionKind::overlap;
+        });
+        ASSERT_NE(overlap, found.end()) << text(found) << text(row) << from << ' ' << to;
+        EXPECT_NEAR(overlap->a_parameters.start(), low, 1e-12);
+        EXPECT_NEAR(overlap->a_parameters.end(), high, 1e-12);
+        EXPECT_NEAR(overlap->b_parameters.start(), on_b(low), 1e-12);
+        EXPECT_NEAR(overlap->b_parameters.end(), on_b(high), 1e-12);
+        EXPECT_EQ(overlap->same_direction, !reverse);
+        ASSERT_EQ(found.size(), 1u) << text(found) << text(row) << text(rows[0]) << text(rows[1]);
+    }
+}
+
+TEST(Intersections, NastyPairs) {
+    const auto line = [](double x0, double y0, double x1, double y1) {
+        return prepared({x0, y0, 1, x1, y1, 1});
+    };
+    const auto only = [](const Curve& a, const Curve& b, IntersectionKind kind, int order) {
+        const std::vector<CurveIntersection> found = intersections(a, b);
+        expect_consistent(a, b, found);
+        ASSERT_EQ(found.size(), 1u) << text(found);
+        EXPECT_EQ(found[0].kind, kind) << text(found);
+        EXPECT_TRUE(order < 0 || found[0].order == order) << text(found);
+    };
+    // A cusp at the origin, ((t - 1/3)^2, (t - 1/3)^3).
+    std::vector<double> square{1.0 / 9, -2.0 / 3, 1.0}, cube{-1.0 / 27, 1.0 / 3, -1.0, 1.0};
+    Row cusp(12, 0.0);
+    const double one[] = {1.0};
+    velm::detail::set_from_power(square, 0, {cusp.data(), 4, 3});
+    velm::detail::set_from_power(cube, 1, {cusp.data(), 4, 3});
+    velm::detail::set_from_power(one, 2, {cusp.data(), 4, 3});
+    const Curve tip = prepared(cusp);
+    only(tip, line(0.0, -1.0, 0.0, 1.0), IntersectionKind::touching, -1);
+    only(tip, line(-1.0, -1.3, 1.0, 1.3), IntersectionKind::touching, -1);
+    only(tip, line(-1.0, 0.0, 1.0, 0.0), IntersectionKind::crossing, -1);
+    only(tip, line(-1.0, 0.0, 0.0, 0.0), IntersectionKind::end, -1);
+    Row mirrored = cusp;
+    for (std::size_t i = 0; i < mirrored.size(); i += 3)
+        mirrored[i] = -mirrored[i];
+    only(tip, prepared(mirrored), IntersectionKind::touching, -1);
+    EXPECT_TRUE(intersections(tip, line(-1.0, -1.3, 1.0, 1.3 - 1e-9), {}).size() >= 1u);
+
+    // Poles that repeat, corners, and what meets there.
+    const Curve stopped = prepared({0, 0, 1, 0, 0, 1, 1, 0, 1, 1, 1, 1, 1, 1, 1});
+    only(stopped, line(-1.0, -1.0, 0.0, 0.0), IntersectionKind::end, -1);
+    only(stopped, line(1.0, 2.0, 1.0, 1.0), IntersectionKind::end, -1);
+    const Curve corner = prepared(std::vector<Row>{{0, 0, 1, 1, 0, 1}, {1, 0, 1, 1, 1, 1}});
+    only(corner, line(0.5, -0.5, 1.5, 0.5), IntersectionKind::touching, 0);
+    only(corner, line(0.5, 0.5, 1.5, -0.5), IntersectionKind::crossing, 0);
+    only(line(0.5, 0.5, 1.5, -0.5), corner, IntersectionKind::crossing, 0);
+    only(corner, corner, IntersectionKind::overlap, -1);
+
+    // A whole circle: its seam, a chord through the seam, itself, a touching one.
+    const Curve circle = *velm::prepare(ERCircle2D({0.0, 0.0}, 1.0));
+    EXPECT_EQ(intersections(circle, line(0.5, -1.0, 1.5, 1.0)).size(), 2u);
+    only(circle, line(1.0, -1.0, 1.0, 1.0), IntersectionKind::touching, 1);
+    only(circle, *velm::prepare(ERCircle2D({2.5, 0.0}, 1.5)), IntersectionKind::touching, 1);
+    only(circle, *velm::prepare(ERCircle2D({0.5, 0.0}, 0.5)), IntersectionKind::touching, 1);
+    only(circle, circle, IntersectionKind::overlap, -1);
+    only(circle, *velm::prepare(ERArc2D({0.0, 0.0}, 1.0, 5.0, 7.0)), IntersectionKind::overlap, -1);
+
+    // Almost parallel, almost touching.
+    only(line(0, 0, 1, 0), line(0, -1e-9, 1, 2e-9), IntersectionKind::crossing, 0);
+    EXPECT_EQ(intersections(circle, *velm::prepare(ERCircle2D({2.0 - 1e-10, 0.0}, 1.0))).size(),
+              2u);
+    EXPECT_EQ(intersections(circle, *velm::prepare(ERCircle2D({2.0 + 1e-10, 0.0}, 1.0))).size(),
+              0u);
+    EXPECT_EQ(intersections(circle, *velm::prepare(ERCircle2D({0.0, 0.0}, 1.0 + 1e-12))).size(),
+              0u);
+
+    // A budget that ends says so, and what it leaves out holds the crossing.
+    std::vector<CurveIntersection> found;
+    velm::IntersectionOptions scarce;
+    scarce.budget = 1;
+    EXPECT_FALSE(intersections(circle, line(0.3, -2.0, 0.5, 2.0), found, scarce));
+    EXPECT_TRUE(std::any_of(found.begin(), found.end(), [](const CurveIntersection& i) {
+        return i.kind == IntersectionKind::unresolved;
+    }));
+    // A tolerance makes of two crossings and a gap one contact.
+    velm::IntersectionOptions wide;
+    wide.tolerance = 1e-6;
+    for (const double gap : {-1e-7, 1e-7}) {
+        found = intersections(circle, *velm::prepare(ERCircle2D({2.0 + gap, 0.0}, 1.0)), wide);
+        ASSERT_EQ(found.size(), 1u) << text(found);
+        EXPECT_EQ(found[0].kind, IntersectionKind::touching) << text(found);
+    }
+}
+
 } // namespace

@@ -72,6 +72,25 @@ CurvePlace place_along(const PreparedPieces<2>& curve, double along) {
     return curve.place(piece, std::clamp(along - piece, 0.0, 1.0));
 }
 
+double nearest_along(const PreparedPieces<2>& curve, double along, const ERPoint2D& p) {
+    constexpr int most_steps = 8;
+    constexpr double longest_step = 0.25;
+    const Local<2> query = local<2>(p);
+    for (int step = 0; step < most_steps; ++step) {
+        const CurvePlace at = place_along(curve, along);
+        const Piece<2>& piece = curve[at.piece];
+        const Jet<2> jet = curve.jet(piece, at.u);
+        const Local<2> to_p = difference(difference(query, piece.origin), jet.point);
+        const double change =
+            dot(to_p, jet.first) / (squared_norm(jet.first) - dot(to_p, jet.second));
+        if (!(std::fabs(change) <= longest_step)) break;
+        const double next = along + free_step(curve, along, change);
+        if (next == along) break;
+        along = next;
+    }
+    return along;
+}
+
 double free_step(const PreparedPieces<2>& curve, double along, double step) {
     const int count = curve.count();
     const double to = along + step;

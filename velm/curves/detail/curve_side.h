@@ -13,6 +13,9 @@ CurvePlace place_along(const PreparedPieces<2>& curve, double along);
 /// before the curve ends or is interrupted.
 double free_step(const PreparedPieces<2>& curve, double along, double step);
 
+/// The place nearest to p, by Newton's method from a place next to it, as place_along takes it.
+double nearest_along(const PreparedPieces<2>& curve, double along, const ERPoint2D& p);
+
 /// The side of p, +1 being left, of the stretch of the curve between two places: by the tangent at
 /// the nearest point, at a joint by both. 0 where that is an end, a cusp or p itself.
 int side_of_stretch(const PreparedPieces<2>& curve, double low, double high, const ERPoint2D& p);

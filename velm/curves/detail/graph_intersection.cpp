@@ -167,15 +167,50 @@ void GraphIntersection::compose(const CurvePart& part, double* sum, double* weig
 
 void GraphIntersection::zones(std::vector<GraphZone>& zones) const {
     zones.clear();
+    const PartInterval beside = beside_graph();
     double c[max_foot_count];
     std::copy_n(c_, count_, c);
     SignSweep sweep(false, [&](const SignZone& zone) {
         GraphZone found{zone.from.u, zone.to.u, zone.at.u, zone.before, zone.after};
         if (zone.parts > 1) found.at = 0.5 * (found.low + found.high);
+        found.low = std::max(found.low, beside.low);
+        found.high = std::min(found.high, beside.high);
+        if (found.low > found.high) return;
+        found.at = std::clamp(found.at, found.low, found.high);
+        if (found.low == beside.low && found.low > 0.0) found.before = 0;
+        if (found.high == beside.high && found.high < 1.0) found.after = 0;
         zones.push_back(found);
     });
     sweep.piece(0, c, count_, error_);
     sweep.finish();
+}
+
+/// Where the other part is beside the graph, not before or after it: all of it unless its abscissa
+/// only rises or only falls.
+PartInterval GraphIntersection::beside_graph() const {
+    const int n = other_.degree;
+    const PlaneVector chord = other_.chord();
+    const double sense = dot(chord, along_) < 0.0 ? -1.0 : 1.0;
+    const double rounding = 0.25 * reach_;
+    for (int i = 0; i < n; ++i)
+        if (sense * dot(other_.pole(i + 1) - other_.pole(i), along_) * scale_ < -rounding) return {};
+    PartInterval beside;
+    double g[max_poles];
+    for (const double end : {-1.0, 1.0}) {
+        const double x = end * (1.0 + reach_);
+        for (int i = 0; i <= n; ++i)
+            g[i] = dot(along_, PlaneVector{other_.x[i], other_.y[i]} - middle_ * other_.w[i]) *
+                       scale_ -
+                   x * other_.w[i];
+        if (end < 0.0 ? std::min(g[0], g[n]) >= 0.0 : std::max(g[0], g[n]) <= 0.0) continue;
+        if (end < 0.0 ? std::max(g[0], g[n]) < 0.0 : std::min(g[0], g[n]) > 0.0) return {1.0, 0.0};
+        const double at = polished_zero(g, n + 1).x;
+        if ((end < 0.0) == (sense > 0.0))
+            beside.low = at;
+        else
+            beside.high = at;
+    }
+    return beside;
 }
 
 bool GraphIntersection::settle(GraphZone& zone, double least, double most) const {
@@ -250,6 +285,8 @@ int GraphIntersection::order_by_growth(const GraphZone& zone, double least, doub
     const double before = middle - least, after = most - middle;
     double reach = std::max(before, after);
     if (zone.low > 0.0 && zone.high < 1.0) reach = std::min(before, after);
+    constexpr double wide = 32.0;
+    reach = std::min(reach, wide * (zone.high - zone.low));
     for (const double way : {-reach, reach}) {
         if (middle + way < 0.0 || middle + way > 1.0) continue;
         double far = 0.0, near = 0.0;
@@ -261,9 +298,16 @@ int GraphIntersection::order_by_growth(const GraphZone& zone, double least, doub
     }
     if (sides == 0) return -1;
     const double order = growth / sides - 1.0;
-    if (zone.before == 0 || zone.after == 0) return std::max(0, static_cast<int>(std::lround(order)));
+    if (zone.before == 0 || zone.after == 0)
+        return std::max(0, static_cast<int>(std::lround(order)));
     const int odd = zone.before == zone.after ? 1 : 0; // even sides: an odd order
     return std::max(odd, 2 * static_cast<int>(std::lround(0.5 * (order - odd))) + odd);
+}
+
+bool GraphIntersection::is_beside(const CurvePart& other_part) const {
+    for (int i = 0; i <= other_part.degree; ++i)
+        if (std::fabs(abscissa(other_part.pole(i))) > 1.0 + 2.0 * reach_) return false;
+    return true;
 }
 
 PartInterval GraphIntersection::below(const CurvePart& other_part) const {

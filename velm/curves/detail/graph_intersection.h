@@ -46,6 +46,8 @@ public:
     /// curve, or as near as `together`; empty if nowhere.
     PartInterval below(const CurvePart& other_part) const;
     double parameter_below(PlaneVector p) const;
+    /// Whether a part of the other curve has no abscissa beyond the graph's.
+    bool is_beside(const CurvePart& other_part) const;
     /// Whether one of the parts ends at this place of the other one.
     bool ends_at(double v) const;
 
@@ -55,6 +57,7 @@ private:
     void interpolate(double negligible);
     void compose(const CurvePart& part, double* sum, double* weights) const;
     double parameter_at(double x) const;
+    PartInterval beside_graph() const;
     int order_by_growth(const GraphZone& zone, double least, double most) const;
 
     const CurvePart& graph_;

@@ -183,6 +183,7 @@ void MeetingMerger::complete(const std::vector<Meeting>& meetings, std::span<con
     CurveIntersection& entry = cluster.entry;
     const Meeting* best = nullptr;
     int flat_direction = 0;
+    bool all_at_angle = true;
     cluster.sides_known = true;
     for (const int member : members) {
         const Meeting& m = meetings[static_cast<std::size_t>(member)];
@@ -210,6 +211,7 @@ void MeetingMerger::complete(const std::vector<Meeting>& meetings, std::span<con
             cluster.on_diagonal =
                 cluster.on_diagonal || touches(a_, m.a, m.b, touching_slack, turn);
         }
+        all_at_angle = all_at_angle && m.sine > 0.0;
         // The narrowest of those with the highest order.
         const auto better = [](const Meeting& x, const Meeting& y) {
             if (x.order != y.order) return x.order > y.order;
@@ -223,24 +225,41 @@ void MeetingMerger::complete(const std::vector<Meeting>& meetings, std::span<con
         }
     }
     Meeting whole = *best;
-    if (!cluster.is_flat && !whole.unresolved && whole.sine == 0.0 &&
-        (members.size() > 1 || whole.order < 0)) {
-        for (const int member : members) {
-            const Meeting& m = meetings[static_cast<std::size_t>(member)];
-            if (m.a.piece != whole.a.piece || m.b.piece != whole.b.piece) continue;
-            whole.a = {m.a.piece, std::min(whole.a.from, m.a.from), std::max(whole.a.to, m.a.to)};
-            whole.b = {m.b.piece, std::min(whole.b.from, m.b.from), std::max(whole.b.to, m.b.to)};
-        }
-        search_.settle(whole);
-        cluster.a.at += whole.u - best->u;
-        cluster.b.at += whole.v - best->v;
-    }
+    if (!cluster.is_flat && !whole.unresolved && !all_at_angle &&
+        (members.size() > 1 || whole.order < 0))
+        settle(meetings, members, cluster, whole);
     entry.a = a_.place(whole.a.piece, whole.u);
     entry.b = b_.place(whole.b.piece, whole.v);
     entry.order = whole.order;
     entry.before = best->before;
     entry.after = best->after;
     entry.same_direction = cluster.is_flat ? flat_direction > 0 : best->same_direction;
+}
+
+/// The highest order that is certain in one of the pairs of pieces, with its place.
+void MeetingMerger::settle(const std::vector<Meeting>& meetings, std::span<const int> members,
+                           Cluster& cluster, Meeting& best) {
+    best.order = -1;
+    bool certain = false;
+    for (const int member : members) {
+        const std::size_t index = static_cast<std::size_t>(member);
+        Meeting whole = meetings[index];
+        bool first = true;
+        for (const int other : members) {
+            const Meeting& m = meetings[static_cast<std::size_t>(other)];
+            if (m.a.piece != whole.a.piece || m.b.piece != whole.b.piece) continue;
+            first = first && other >= member;
+            whole.a = {m.a.piece, std::min(whole.a.from, m.a.from), std::max(whole.a.to, m.a.to)};
+            whole.b = {m.b.piece, std::min(whole.b.from, m.b.from), std::max(whole.b.to, m.b.to)};
+        }
+        if (!first) continue;
+        const bool now_certain = search_.settle(whole);
+        if (now_certain != certain ? !now_certain : whole.order <= best.order) continue;
+        certain = now_certain;
+        best = whole;
+        cluster.a.at = a_.count() * turns_a_[index] + whole.a.piece + whole.u;
+        cluster.b.at = b_.count() * turns_b_[index] + whole.b.piece + whole.v;
+    }
 }
 
 /// Looks at points next to the meeting, nearer to it than to the next ones.
@@ -305,6 +324,32 @@ void MeetingMerger::set_sides(std::size_t index) {
     entry.after = sense * b_after;
 }
 
+/// A stretch in common ends at a joint or end of one of the curves: the place on the other one is
+/// the nearest to that.
+void MeetingMerger::settle_overlap(Cluster& cluster) const {
+    const auto is_joint = [](double along) {
+        return std::fabs(along - std::round(along)) <= joint_reach;
+    };
+    const auto point = [](const PreparedPieces<2>& curve, double along) {
+        const CurvePlace place = place_along(curve, along);
+        return curve.point(curve[place.piece], place.u);
+    };
+    for (const bool start : {true, false}) {
+        double& a = start ? cluster.flat_a.low : cluster.flat_a.high;
+        double& b =
+            start == cluster.entry.same_direction ? cluster.flat_b.low : cluster.flat_b.high;
+        if (is_joint(a)) {
+            a = std::round(a);
+            const double joint = std::round(b);
+            b = nearest_along(b_, b, point(a_, a));
+            if (std::fabs(b - joint) <= joint_reach) b = joint;
+        } else if (is_joint(b)) {
+            b = std::round(b);
+            a = nearest_along(a_, a, point(b_, b));
+        }
+    }
+}
+
 CurveIntersection MeetingMerger::entry_of(Cluster& cluster) const {
     CurveIntersection entry = cluster.entry;
     const bool unresolved = entry.kind == IntersectionKind::unresolved;
@@ -322,6 +367,7 @@ CurveIntersection MeetingMerger::entry_of(Cluster& cluster) const {
     };
     if (cluster.is_flat && !unresolved) {
         entry.kind = IntersectionKind::overlap;
+        settle_overlap(cluster);
         entry.a_parameters = interval(a_, cluster.flat_a);
         entry.b_parameters = interval(b_, cluster.flat_b);
         entry.a = place_along(a_, cluster.flat_a.low);

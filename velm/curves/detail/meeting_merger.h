@@ -43,7 +43,10 @@ private:
     void gather(std::vector<Meeting>& meetings, int first);
     void complete(const std::vector<Meeting>& meetings, std::span<const int> members,
                   Cluster& cluster);
+    void settle(const std::vector<Meeting>& meetings, std::span<const int> members,
+                Cluster& cluster, Meeting& best);
     void set_sides(std::size_t index);
+    void settle_overlap(Cluster& cluster) const;
     CurveIntersection entry_of(Cluster& cluster) const;
 
     const PreparedPieces<2>& a_;

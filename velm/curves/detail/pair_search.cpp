@@ -238,6 +238,13 @@ bool PairSearch::meet_as_graphs() {
         for (const GraphZone& zone : zones_)
             left += std::max(zone.high - zone.low, least_zoom);
         if (left > worth_repeating) return false;
+    } else {
+        // A part that turns back before or after the graph has to be halved.
+        for (const GraphZone& zone : zones_) {
+            whole_other.cut(other.from + zone.low * length,
+                            zone.high == 1.0 ? other.to : other.from + zone.high * length, zone_);
+            if (zone_.extent() > limits_.together && !graph.is_beside(zone_)) return false;
+        }
     }
     for (std::size_t z = 0; z < zones_.size(); ++z) {
         GraphZone& zone = zones_[z];
@@ -262,7 +269,7 @@ bool PairSearch::meet_as_graphs() {
         const bool settled =
             graph.settle(zone, z > 0 ? 0.5 * (zones_[z - 1].high + zone.low) : 0.0,
                          z + 1 < zones_.size() ? 0.5 * (zones_[z + 1].low + zone.high) : 1.0);
-        if (!settled || zone.low == 0.0 || zone.high == 1.0) zone.order = -1;
+        if (!settled || graph.ends_at(zone.low) || graph.ends_at(zone.high)) zone.order = -1;
         const double at = zone.at == 1.0 ? other.to : other.from + zone.at * length;
         const PlaneVector place = whole_other.at(at).point;
         const double graph_at = graph_part.from + graph.parameter_below(place) * graph_length;
@@ -278,7 +285,8 @@ bool PairSearch::meet_as_graphs() {
         found.u = swapped ? at : graph_at;
         found.v = swapped ? graph_at : at;
         found.order = zone.order;
-        found.flat = graph.ends_at(zone.low) && graph.ends_at(zone.high) && zone_.extent() > least_overlap * limits_.together;
+        found.flat = graph.ends_at(zone.low) && graph.ends_at(zone.high) &&
+                     zone_.extent() > least_overlap * limits_.together;
         const PlaneVector slope_a = whole_a_.at(found.u).slope,
                           slope_b = whole_b_.at(found.v).slope;
         found.same_direction = dot(slope_a, slope_b) >= 0.0;
@@ -294,7 +302,7 @@ bool PairSearch::meet_as_graphs() {
     return true;
 }
 
-void PairSearch::settle(Meeting& meeting) {
+bool PairSearch::settle(Meeting& meeting) {
     set_pair(meeting.a.piece, meeting.b.piece);
     const double speed_a = norm(whole_a_.at(meeting.u).slope),
                  speed_b = norm(whole_b_.at(meeting.v).slope);
@@ -305,7 +313,7 @@ void PairSearch::settle(Meeting& meeting) {
     for (double reach = 0.5; reach > width; reach *= 0.5) {
         // A little less of b, so that it lies beside a.
         const double b_reach = 0.8 * reach * speed_a / speed_b;
-        if (!(b_reach < HUGE_VAL)) return;
+        if (!(b_reach < HUGE_VAL)) return false;
         whole_a_.cut(std::max(0.0, u - reach), std::min(1.0, u + reach), a_);
         whole_b_.cut(std::max(0.0, 0.5 * v - b_reach), std::min(1.0, 0.5 * v + b_reach), b_);
         if (!GraphIntersection::suits(a_) || !GraphIntersection::suits(b_)) continue;
@@ -322,10 +330,10 @@ void PairSearch::settle(Meeting& meeting) {
                 graph.settle(zone, z > 0 ? 0.5 * (zones_[z - 1].high + zone.low) : 0.0,
                              z + 1 < zones_.size() ? 0.5 * (zones_[z + 1].low + zone.high) : 1.0);
             // Of what is certain the least; it is known best in the widest part.
-            const bool better = now_certain != certain ? now_certain
-                                                       : meeting.order < 0 ||
-                                                             (zone.order >= 0 &&
-                                                              zone.order < meeting.order);
+            const bool better =
+                now_certain != certain
+                    ? now_certain
+                    : meeting.order < 0 || (zone.order >= 0 && zone.order < meeting.order);
             if (!better) break;
             certain = now_certain;
             meeting.order = zone.order;
@@ -337,6 +345,7 @@ void PairSearch::settle(Meeting& meeting) {
             break;
         }
     }
+    return certain;
 }
 
 void PairSearch::meet_as_points() {

@@ -45,7 +45,7 @@ public:
     void run_self(const PiecePart& part, int& budget);
     /// Finds the order and the best place of a contact that may have been cut into parts, from as
     /// much of the curves around it as one polynomial can describe.
-    void settle(Meeting& meeting);
+    bool settle(Meeting& meeting);
 
 private:
     struct Task {
