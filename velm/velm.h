@@ -148,6 +148,7 @@
 #include "velm/curves/conversions.h"
 #include "velm/curves/curve_bounds.h"
 #include "velm/curves/degree_reduction.h"
+#include "velm/curves/intersections.h"
 #include "velm/curves/knot.h"
 #include "velm/curves/knot_vector.h"
 #include "velm/curves/nurbs_curve.h"

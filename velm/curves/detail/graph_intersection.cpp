@@ -193,7 +193,8 @@ PartInterval GraphIntersection::beside_graph() const {
     const double sense = dot(chord, along_) < 0.0 ? -1.0 : 1.0;
     const double rounding = 0.25 * reach_;
     for (int i = 0; i < n; ++i)
-        if (sense * dot(other_.pole(i + 1) - other_.pole(i), along_) * scale_ < -rounding) return {};
+        if (sense * dot(other_.pole(i + 1) - other_.pole(i), along_) * scale_ < -rounding)
+            return {};
     PartInterval beside;
     double g[max_poles];
     for (const double end : {-1.0, 1.0}) {

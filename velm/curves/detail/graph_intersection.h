@@ -6,8 +6,9 @@
 // coefficients of y_g - p(x_g) bound the gap. Put into y - p(x), another part c becomes a
 // polynomial whose sign is the side of g on which c is, wherever it is farther from 0 than gap and
 // tolerance. So tangencies of any order, and pieces in common, are zones of uncertain sign of a
-// function of one parameter. (Implicit strips of higher degree have been used so for polynomials
-// by Bartos and Juettler, CAGD 24, 2007; here they bound a curve.)
+// function of one parameter. (Barton and Juettler,
+// Computing roots of polynomials by quadratic clipping, CAGD 24, 2007, bound a polynomial by one of
+// lower degree likewise.)
 #pragma once
 
 #include "velm/curves/detail/intersection_parts.h"

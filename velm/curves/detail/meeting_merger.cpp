@@ -1,6 +1,7 @@
 #include "velm/curves/detail/meeting_merger.h"
 
 #include "velm/curves/detail/curve_side.h"
+#include "velm/frame/point_functions.h"
 
 #include <algorithm>
 #include <cmath>
@@ -59,6 +60,11 @@ void swap_curves(Meeting& meeting) {
     }
 }
 
+ERPoint2D point_along(const PreparedPieces<2>& curve, double along) {
+    const CurvePlace place = place_along(curve, along);
+    return curve.point(curve[place.piece], place.u);
+}
+
 double along(const PiecePart& part, double u) { return part.piece + u; }
 
 } // namespace
@@ -79,7 +85,7 @@ void MeetingMerger::merge(std::vector<Meeting>& meetings, std::vector<CurveInter
     for (std::size_t i = 0; i < clusters_.size(); ++i)
         if (!clusters_[i].sides_known) set_sides(i);
     for (Cluster& cluster : clusters_)
-        if (!cluster.on_diagonal || cluster.is_flat) found.push_back(entry_of(cluster));
+        if (!cluster.on_diagonal || turns_back(cluster)) found.push_back(entry_of(cluster));
     std::sort(found.begin(), found.end(),
               [](const CurveIntersection& x, const CurveIntersection& y) {
                   return x.a.t != y.a.t ? x.a.t < y.a.t : x.b.t < y.b.t;
@@ -91,6 +97,8 @@ void MeetingMerger::merge(std::vector<Meeting>& meetings, std::vector<CurveInter
 void MeetingMerger::turn_at_seam(std::vector<Meeting>& meetings) {
     for (Meeting& x : meetings) {
         if (x.b.piece != a_.count() - 1 || x.b.to < 1.0 - touching_slack) continue;
+        int own_turn = 0;
+        if (touches(a_, x.a, x.b, touching_slack, own_turn)) continue;
         for (const Meeting& y : meetings) {
             int turn = 0;
             if (y.a.piece == 0 && y.a.from <= touching_slack &&
@@ -100,6 +108,13 @@ void MeetingMerger::turn_at_seam(std::vector<Meeting>& meetings) {
             }
         }
     }
+}
+
+/// Whether a meeting of neighbouring places is a stretch in common, not just a cusp.
+bool MeetingMerger::turns_back(const Cluster& cluster) const {
+    constexpr double least_part = 0x1p-10; // of the size
+    return cluster.is_flat && distance(point_along(a_, cluster.flat_a.low),
+                                       point_along(a_, cluster.flat_a.high)) > least_part * a_.size;
 }
 
 /// Finds the pairs of rectangles that share a place, by a sweep along a.
@@ -225,7 +240,7 @@ void MeetingMerger::complete(const std::vector<Meeting>& meetings, std::span<con
         }
     }
     Meeting whole = *best;
-    if (!cluster.is_flat && !whole.unresolved && !all_at_angle &&
+    if (!cluster.is_flat && !cluster.on_diagonal && !whole.unresolved && !all_at_angle &&
         (members.size() > 1 || whole.order < 0))
         settle(meetings, members, cluster, whole);
     entry.a = a_.place(whole.a.piece, whole.u);
@@ -262,6 +277,18 @@ void MeetingMerger::settle(const std::vector<Meeting>& meetings, std::span<const
     }
 }
 
+/// A step along the curve to where it is some `reach` away, which is small.
+double MeetingMerger::reaching_step(const PreparedPieces<2>& curve, double along, double sense,
+                                    double reach) const {
+    constexpr double far_enough = 2.0, longest = 0.75, first = 0x1p-14;
+    const ERPoint2D start = point_along(curve, along);
+    double step = first;
+    while (step < longest &&
+           distance(point_along(curve, along + sense * step), start) < far_enough * reach)
+        step *= 2.0;
+    return free_step(curve, along, sense * std::min(step, longest));
+}
+
 /// Looks at points next to the meeting, nearer to it than to the next ones.
 void MeetingMerger::set_sides(std::size_t index) {
     Cluster& cluster = clusters_[index];
@@ -274,6 +301,10 @@ void MeetingMerger::set_sides(std::size_t index) {
     // Half of the way to the next meeting, forward or backward.
     const auto room = [&](bool on_a, bool forward, double step) {
         const Stretch& own = on_a ? cluster.a : cluster.b;
+        // The other place of the same curve isn't to be reached.
+        constexpr double part_of_way = 0x1p-4;
+        if (of_itself() && cluster.b.low > cluster.a.high)
+            step = std::min(step, part_of_way * (cluster.b.low - cluster.a.high));
         for (std::size_t k = 0; k < clusters_.size(); ++k) {
             if (k == index || clusters_[k].on_diagonal) continue;
             const Stretch& other = on_a ? clusters_[k].a : clusters_[k].b;
@@ -285,28 +316,16 @@ void MeetingMerger::set_sides(std::size_t index) {
     const auto sides = [&](bool of_a, int& before, int& after) {
         const PreparedPieces<2>&walked = of_a ? a_ : b_, &other = of_a ? b_ : a_;
         const Stretch &own = of_a ? cluster.a : cluster.b, &its = of_a ? cluster.b : cluster.a;
-        double step = 0.5;
-        if (!cluster.is_flat) step = std::min(step, step_of(own));
-        const auto speed = [](const PreparedPieces<2>& curve, double at) {
-            return curve[place_along(curve, at).piece].speed;
-        };
+        const double step = cluster.is_flat ? side_step : step_of(own);
         for (const bool forward : {false, true}) {
             const double from = forward ? own.high : own.low;
-            const double way = room(of_a, forward, cluster.is_flat ? side_step : step);
-            const double free = std::fabs(free_step(walked, from, forward ? way : -way));
-            if (!(free > 0.0)) continue;
-            const ERPoint2D p =
-                walked.point(walked[place_along(walked, from + (forward ? free : -free)).piece],
-                             place_along(walked, from + (forward ? free : -free)).u);
-            double reach = (own.high - own.low) + 2.0 * free;
-            if (!cluster.is_flat)
-                reach += 0.0;
-            else
-                reach = 2.0 * free;
-            reach = std::min(0.75, 2.0 * reach * speed(walked, own.at) /
-                                       std::max(speed(other, its.at), 1e-300));
-            const double low = its.low + free_step(other, its.low, -reach);
-            const double high = its.high + free_step(other, its.high, reach);
+            const double way = std::min(0.5, room(of_a, forward, step));
+            const double free = free_step(walked, from, forward ? way : -way);
+            if (free == 0.0) continue;
+            const ERPoint2D p = point_along(walked, from + free);
+            const double reach = distance(p, point_along(walked, from));
+            const double low = its.low + reaching_step(other, its.low, -1.0, reach);
+            const double high = its.high + reaching_step(other, its.high, 1.0, reach);
             (forward ? after : before) = side_of_stretch(other, low, high, p);
         }
     };
@@ -330,10 +349,6 @@ void MeetingMerger::settle_overlap(Cluster& cluster) const {
     const auto is_joint = [](double along) {
         return std::fabs(along - std::round(along)) <= joint_reach;
     };
-    const auto point = [](const PreparedPieces<2>& curve, double along) {
-        const CurvePlace place = place_along(curve, along);
-        return curve.point(curve[place.piece], place.u);
-    };
     for (const bool start : {true, false}) {
         double& a = start ? cluster.flat_a.low : cluster.flat_a.high;
         double& b =
@@ -341,11 +356,11 @@ void MeetingMerger::settle_overlap(Cluster& cluster) const {
         if (is_joint(a)) {
             a = std::round(a);
             const double joint = std::round(b);
-            b = nearest_along(b_, b, point(a_, a));
+            b = nearest_along(b_, b, point_along(a_, a));
             if (std::fabs(b - joint) <= joint_reach) b = joint;
         } else if (is_joint(b)) {
             b = std::round(b);
-            a = nearest_along(a_, a, point(b_, b));
+            a = nearest_along(a_, a, point_along(b_, b));
         }
     }
 }

@@ -45,6 +45,9 @@ private:
                   Cluster& cluster);
     void settle(const std::vector<Meeting>& meetings, std::span<const int> members,
                 Cluster& cluster, Meeting& best);
+    bool turns_back(const Cluster& cluster) const;
+    double reaching_step(const PreparedPieces<2>& curve, double along, double sense,
+                         double reach) const;
     void set_sides(std::size_t index);
     void settle_overlap(Cluster& cluster) const;
     CurveIntersection entry_of(Cluster& cluster) const;

@@ -14,6 +14,8 @@ constexpr double least_zoom = 0.125;
 /// Below this a parameter interval of [0, 1] is a point.
 constexpr double shortest_interval = 0x1p-50;
 constexpr int newton_steps = 12;
+/// A contact is looked at in this many windows, each half as wide as the one before.
+constexpr int most_looks = 8;
 /// A stretch in common is longer than this times the distance that counts as none: shorter ones
 /// are where ends meet.
 constexpr double least_overlap = 1024.0;
@@ -77,7 +79,7 @@ void PairSearch::run_self(const PiecePart& part, int& budget) {
         waiting.pop_back();
         set_pair(next.piece, next.piece);
         whole_a_.cut(next.from, next.to, a_);
-        bool forward = true;
+        bool forward = norm(a_.chord()) > 0.0;
         for (int i = 0; i < a_.degree; ++i)
             forward = forward && dot(a_.pole(i + 1) - a_.pole(i), a_.chord()) >= 0.0;
         if (forward || a_.extent() <= limits_.tiny || next.to - next.from <= shortest_interval)
@@ -310,7 +312,8 @@ bool PairSearch::settle(Meeting& meeting) {
     const double u = 0.5 * (meeting.a.from + meeting.a.to), v = meeting.b.from + meeting.b.to;
     bool certain = false;
     meeting.order = -1;
-    for (double reach = 0.5; reach > width; reach *= 0.5) {
+    int looks = 0;
+    for (double reach = 0.5; reach > width && looks < most_looks; reach *= 0.5) {
         // A little less of b, so that it lies beside a.
         const double b_reach = 0.8 * reach * speed_a / speed_b;
         if (!(b_reach < HUGE_VAL)) return false;
@@ -319,6 +322,7 @@ bool PairSearch::settle(Meeting& meeting) {
         if (!GraphIntersection::suits(a_) || !GraphIntersection::suits(b_)) continue;
         const GraphIntersection graph(a_, b_, limits_);
         if (!graph.fine()) continue;
+        ++looks;
         const double length = b_.to - b_.from;
         graph.zones(zones_);
         for (std::size_t z = 0; z < zones_.size(); ++z) {
