@@ -199,7 +199,7 @@ void MeetingMerger::complete(const std::vector<Meeting>& meetings, std::span<con
     const Meeting* best = nullptr;
     int flat_direction = 0;
     bool all_at_angle = true;
-    cluster.sides_known = true;
+    bool inside = true, agree = true;
     for (const int member : members) {
         const Meeting& m = meetings[static_cast<std::size_t>(member)];
         const double shift_a = a_.count() * turns_a_[static_cast<std::size_t>(member)] + m.a.piece;
@@ -217,10 +217,14 @@ void MeetingMerger::complete(const std::vector<Meeting>& meetings, std::span<con
         const auto at_border = [](const PiecePart& part) {
             return part.from <= 0.0 || part.to >= 1.0;
         };
-        cluster.sides_known = cluster.sides_known && m.before != 0 && m.after != 0 &&
-                              !at_border(m.a) && !at_border(m.b) &&
-                              (best == nullptr || (m.before == best->before &&
-                                                   m.after == best->after && m.sine > 0.0));
+        inside = inside && !at_border(m.a) && !at_border(m.b);
+        if (m.before != 0 && m.after != 0) {
+            if (entry.before == 0) {
+                entry.before = m.before;
+                entry.after = m.after;
+            }
+            agree = agree && m.before == entry.before && m.after == entry.after;
+        }
         if (of_itself()) {
             int turn = 0;
             cluster.on_diagonal =
@@ -246,8 +250,7 @@ void MeetingMerger::complete(const std::vector<Meeting>& meetings, std::span<con
     entry.a = a_.place(whole.a.piece, whole.u);
     entry.b = b_.place(whole.b.piece, whole.v);
     entry.order = whole.order;
-    entry.before = best->before;
-    entry.after = best->after;
+    cluster.sides_known = inside && agree && entry.before != 0;
     entry.same_direction = cluster.is_flat ? flat_direction > 0 : best->same_direction;
 }
 
