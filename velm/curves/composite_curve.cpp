@@ -415,37 +415,54 @@ ERObject* CompositeCurve<Self>::getCopy() const {
     return new Self(static_cast<const Self&>(*this));
 }
 
+template <class Self>
+void FlatComposite<Self>::transformFrom(const ERTransfo2D& t) {
+    this->change_elements([&t](Element& element) { element.transformFrom(t); });
+}
+
+template <class Self>
+void FlatComposite<Self>::transformTo(const ERTransfo2D& t) {
+    this->change_elements([&t](Element& element) { element.transformTo(t); });
+}
+
+template <class Self>
+t_SmartPtr<EREntity3DWF> FlatComposite<Self>::get3DEquiv(const ERPmIsometrie3D& frame) {
+    return this->twin([&frame](Element& element) { return element.get3DEquiv(frame); }).get();
+}
+
+template <class Self>
+void SpaceComposite<Self>::transformFrom(const ERPmSimilitude3D& t) {
+    this->change_elements([&t](Element& element) { element.transformFrom(t); });
+}
+
+template <class Self>
+void SpaceComposite<Self>::transformFrom(const ERPmIsometrie3D& t) {
+    this->change_elements([&t](Element& element) { element.transformFrom(t); });
+}
+
+template <class Self>
+void SpaceComposite<Self>::transformTo(const ERPmSimilitude3D& t) {
+    this->change_elements([&t](Element& element) { element.transformTo(t); });
+}
+
+template <class Self>
+void SpaceComposite<Self>::transformTo(const ERPmIsometrie3D& t) {
+    this->change_elements([&t](Element& element) { element.transformTo(t); });
+}
+
+template <class Self>
+t_SmartPtr<EREntity2DWF> SpaceComposite<Self>::get2DEntProjectedOn(const ERPmIsometrie3D& frame) {
+    return this->twin([&frame](Element& element) { return element.get2DEntProjectedOn(frame); })
+        .get();
+}
+
 template class CompositeCurve<ERCompCurve2D>;
 template class CompositeCurve<ERCompCurve3D>;
 template class CompositeCurve<ERCrvCompPoly2D>;
 template class CompositeCurve<ERCrvCompPoly3D>;
+template class FlatComposite<ERCompCurve2D>;
+template class FlatComposite<ERCrvCompPoly2D>;
+template class SpaceComposite<ERCompCurve3D>;
+template class SpaceComposite<ERCrvCompPoly3D>;
 
 } // namespace velm::detail
-
-#define VELM_DEFINE_FLAT_COMPOSITE(X)                                                              \
-    void X::transformFrom(const ERTransfo2D& t) {                                                  \
-        change_elements([&](Element& element) { element.transformFrom(t); });                      \
-    }                                                                                              \
-    void X::transformTo(const ERTransfo2D& t) {                                                    \
-        change_elements([&](Element& element) { element.transformTo(t); });                        \
-    }                                                                                              \
-    t_SmartPtr<EREntity3DWF> X::get3DEquiv(const ERPmIsometrie3D& frame) {                         \
-        return twin([&](Element& element) { return element.get3DEquiv(frame); }).get();            \
-    }
-VELM_DEFINE_FLAT_COMPOSITE(ERCompCurve2D)
-VELM_DEFINE_FLAT_COMPOSITE(ERCrvCompPoly2D)
-
-#define VELM_DEFINE_COMPOSITE_MAP(X, operation, Map)                                               \
-    void X::operation(const Map& t) {                                                              \
-        change_elements([&](Element& element) { element.operation(t); });                          \
-    }
-#define VELM_DEFINE_COMPOSITE_IN_SPACE(X)                                                          \
-    VELM_DEFINE_COMPOSITE_MAP(X, transformFrom, ERPmSimilitude3D)                                  \
-    VELM_DEFINE_COMPOSITE_MAP(X, transformFrom, ERPmIsometrie3D)                                   \
-    VELM_DEFINE_COMPOSITE_MAP(X, transformTo, ERPmSimilitude3D)                                    \
-    VELM_DEFINE_COMPOSITE_MAP(X, transformTo, ERPmIsometrie3D)                                     \
-    t_SmartPtr<EREntity2DWF> X::get2DEntProjectedOn(const ERPmIsometrie3D& frame) {                \
-        return twin([&](Element& element) { return element.get2DEntProjectedOn(frame); }).get();   \
-    }
-VELM_DEFINE_COMPOSITE_IN_SPACE(ERCompCurve3D)
-VELM_DEFINE_COMPOSITE_IN_SPACE(ERCrvCompPoly3D)

@@ -170,61 +170,69 @@ private:
     mutable std::vector<Element*> numbered_; // empty until asked for
 };
 
+/// A composite of the plane.
+template <class Self>
+class VELM_API FlatComposite : public CompositeCurve<Self> {
+public:
+    using CompositeCurve<Self>::CompositeCurve;
+    using Element = typename CompositeCurve<Self>::Element;
+
+    void transformFrom(const ERTransfo2D& t) override;
+    void transformTo(const ERTransfo2D& t) override;
+    /// The composite of the elements' equivalents.
+    t_SmartPtr<EREntity3DWF> get3DEquiv(const ERPmIsometrie3D& frame) override;
+};
+
+/// A composite of space.
+template <class Self>
+class VELM_API SpaceComposite : public CompositeCurve<Self> {
+public:
+    using CompositeCurve<Self>::CompositeCurve;
+    using Element = typename CompositeCurve<Self>::Element;
+
+    void transformFrom(const ERPmSimilitude3D& t) override;
+    void transformFrom(const ERPmIsometrie3D& t) override;
+    void transformTo(const ERPmSimilitude3D& t) override;
+    void transformTo(const ERPmIsometrie3D& t) override;
+    /// The composite of the elements' projections.
+    t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
+};
+
 } // namespace velm::detail
 
-/// Curves of the plane one after another.
-class VELM_API ERCompCurve2D : public velm::detail::CompositeCurve<ERCompCurve2D> {
+/// Curves of the plane one after another. Its equivalent in space is an ERCompCurve3D.
+class VELM_API ERCompCurve2D : public velm::detail::FlatComposite<ERCompCurve2D> {
     VELM_DECLARE_CLASS(ERCompCurve2D)
-
 public:
-    using CompositeCurve::CompositeCurve;
-    void transformFrom(const ERTransfo2D& t) override;
-    void transformTo(const ERTransfo2D& t) override;
-    /// An ERCompCurve3D.
-    t_SmartPtr<EREntity3DWF> get3DEquiv(const ERPmIsometrie3D& frame) override;
+    using FlatComposite::FlatComposite;
 };
 
-/// Curves of space one after another.
-class VELM_API ERCompCurve3D : public velm::detail::CompositeCurve<ERCompCurve3D> {
+/// Curves of space one after another. Its projection is an ERCompCurve2D.
+class VELM_API ERCompCurve3D : public velm::detail::SpaceComposite<ERCompCurve3D> {
     VELM_DECLARE_CLASS(ERCompCurve3D)
-
 public:
-    using CompositeCurve::CompositeCurve;
-    void transformFrom(const ERPmSimilitude3D& t) override;
-    void transformFrom(const ERPmIsometrie3D& t) override;
-    void transformTo(const ERPmSimilitude3D& t) override;
-    void transformTo(const ERPmIsometrie3D& t) override;
-    /// An ERCompCurve2D.
-    t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
+    using SpaceComposite::SpaceComposite;
 };
 
-/// Polynomial patches of the plane one after another.
-class VELM_API ERCrvCompPoly2D : public velm::detail::CompositeCurve<ERCrvCompPoly2D> {
+/// Polynomial patches of the plane one after another, with an ERCrvCompPoly3D as their equivalent.
+class VELM_API ERCrvCompPoly2D : public velm::detail::FlatComposite<ERCrvCompPoly2D> {
     VELM_DECLARE_CLASS(ERCrvCompPoly2D)
-
 public:
-    using CompositeCurve::CompositeCurve;
-    void transformFrom(const ERTransfo2D& t) override;
-    void transformTo(const ERTransfo2D& t) override;
-    /// An ERCrvCompPoly3D.
-    t_SmartPtr<EREntity3DWF> get3DEquiv(const ERPmIsometrie3D& frame) override;
+    using FlatComposite::FlatComposite;
 };
 
-/// Polynomial patches of space one after another.
-class VELM_API ERCrvCompPoly3D : public velm::detail::CompositeCurve<ERCrvCompPoly3D> {
+/// Polynomial patches of space one after another, with an ERCrvCompPoly2D as their projection.
+class VELM_API ERCrvCompPoly3D : public velm::detail::SpaceComposite<ERCrvCompPoly3D> {
     VELM_DECLARE_CLASS(ERCrvCompPoly3D)
-
 public:
-    using CompositeCurve::CompositeCurve;
-    void transformFrom(const ERPmSimilitude3D& t) override;
-    void transformFrom(const ERPmIsometrie3D& t) override;
-    void transformTo(const ERPmSimilitude3D& t) override;
-    void transformTo(const ERPmIsometrie3D& t) override;
-    /// An ERCrvCompPoly2D.
-    t_SmartPtr<EREntity2DWF> get2DEntProjectedOn(const ERPmIsometrie3D& frame) override;
+    using SpaceComposite::SpaceComposite;
 };
 
 extern template class velm::detail::CompositeCurve<ERCompCurve2D>;
 extern template class velm::detail::CompositeCurve<ERCompCurve3D>;
 extern template class velm::detail::CompositeCurve<ERCrvCompPoly2D>;
 extern template class velm::detail::CompositeCurve<ERCrvCompPoly3D>;
+extern template class velm::detail::FlatComposite<ERCompCurve2D>;
+extern template class velm::detail::FlatComposite<ERCrvCompPoly2D>;
+extern template class velm::detail::SpaceComposite<ERCompCurve3D>;
+extern template class velm::detail::SpaceComposite<ERCrvCompPoly3D>;
