@@ -13,9 +13,11 @@
 #include "velm/frame/value_archive.h"
 #include "velm/frame/vec.h"
 #include "velm/platform/archive.h"
+#include "velm/surfaces/bezier_surface.h"
 #include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/cone.h"
 #include "velm/surfaces/cylinder.h"
+#include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/torus.h"
 #include "velm/transforms/transformation_archive.h"
@@ -230,7 +232,10 @@ constexpr void (*readers[])(const std::string&) = {read_array_body,
                                                    read_surface<ERBoundedCylinder>,
                                                    read_surface<ERBoundedCone>,
                                                    read_surface<ERBoundedSphere>,
-                                                   read_surface<ERBoundedTorus>};
+                                                   read_surface<ERBoundedTorus>,
+                                                   read_surface<ERSpoleBezier3D>,
+                                                   read_surface<ERSpoleBezier3DR>,
+                                                   read_surface<ERSpoleNURBS3D>};
 
 } // namespace
 

@@ -3,9 +3,15 @@
 #include "support/records.h"
 #include "support/test.h"
 #include "velm/frame/point_functions.h"
+#include "velm/surfaces/analytic_to_nurbs.h"
+#include "velm/surfaces/bounded_plane.h"
+#include "velm/surfaces/cone.h"
+#include "velm/surfaces/cylinder.h"
 #include "velm/surfaces/nurbs_decomposer.h"
 #include "velm/surfaces/pole_matrix.h"
 #include "velm/surfaces/revolved_nurbs.h"
+#include "velm/surfaces/sphere.h"
+#include "velm/surfaces/torus.h"
 #include "velm/transforms/transformation_factories.h"
 
 #include <cstdlib>
@@ -428,6 +434,45 @@ TEST(RevolvedNurbs, TurnsTheCurveAboutTheAxis) {
             EXPECT_NEAR(ERVector3D(from, middle) * axis.dirVector(), 0.0, 1e-12);
         }
     }
+}
+
+/// The corners of the limits are those of the conversion, turned round on a plane, and everything
+/// between is on the surface.
+template <class Bounded>
+void expect_converted(const Bounded& surface, bool turned) {
+    const Surface nurbs = Convert2Nurbs(surface);
+    const ERLimites u = surface.getBoundU(), v = surface.getBoundV();
+    for (const double s : {0.0, 0.2, 0.5, 0.9, 1.0})
+        for (const double t : {0.0, 0.3, 0.5, 1.0}) {
+            const ERPoint3D p = turned ? nurbs(nurbs.getBoundU()(t), nurbs.getBoundV()(s))
+                                       : nurbs(nurbs.getBoundU()(s), nurbs.getBoundV()(t));
+            double off = 1.0;
+            EXPECT_NE(Bounded(surface).SignedMinimalDistance(p, off), EREntity::DISTMIN_NONE);
+            EXPECT_NEAR(off, 0.0, 1e-13) << s << " " << t;
+            const bool is_corner = (s == 0.0 || s == 1.0) && (t == 0.0 || t == 1.0);
+            EXPECT_TRUE(!is_corner || isEqual(p, surface(u(s), v(t)), 1e-13)) << s << " " << t;
+        }
+}
+
+TEST(RevolvedNurbs, AnalyticSurfacesBecomeNurbs) {
+    const ERPmIsometrie3D frame =
+        ERChgRepere3D(ERVector3D(1, 2, 3), ERVector3D(-1, 0, 2), ERPoint3D(3, -1, 2));
+    ERBoundedCylinder cylinder(frame, 2.0, ERLimites(-1, 3), ERLimites(0.5, 4.0));
+    expect_converted(cylinder, false);
+    ERBoundedCone cone(frame, 0.4, 1.0, 3.0);
+    cone.setBound({1.0, 3.0}, {0.25, 2.0});
+    expect_converted(cone, false);
+    cone.setBound({0.0, 3.0}, {-1.0, 5.0});
+    expect_converted(cone, false);
+    expect_converted(ERBoundedSphere(frame, 2.0, ERLimites(0.3, 5.0), ERLimites(-1.0, 1.5)), false);
+    expect_converted(ERBoundedTorus(frame, 3.0, 1.0, 0.5, 4.0, -1.0, 2.5), false);
+    const Surface whole = Convert2Nurbs(ERSphere(ERPoint3D(1, 2, 3), 2.0));
+    for (const double u : {0.0, 0.3, 1.0})
+        for (const double v : {0.0, 0.1, 4.0})
+            EXPECT_NEAR(distance(whole(u, v), ERPoint3D(1, 2, 3)), 2.0, 1e-14);
+    ERBoundedPlane plane;
+    plane.setBound({-1, 2}, {3, 7});
+    expect_converted(plane, true);
 }
 
 // Stored forms.

@@ -1,0 +1,155 @@
+// The NURBS surfaces of CAD files: they give the edge points of their files, also prepared, as
+// patches, cut in parts and restored from a store.
+#include "velm/surfaces/nurbs_surface.h"
+
+#include "support/geometry_text.h"
+#include "support/records.h"
+#include "support/temporary_folder.h"
+#include "support/test.h"
+#include "velm/frame/point_functions.h"
+#include "velm/store/database.h"
+#include "velm/surfaces/prepared_surface.h"
+
+#include <map>
+
+namespace {
+
+using velm_test::TextFields;
+namespace fs = std::filesystem;
+
+const fs::path data = VELM_REAL_DATA;
+
+/// The surfaces of a text and the surface of each face, by their names.
+struct SurfaceTexts {
+    std::map<std::string, t_SmartPtr<ERSpoleNURBS3D>> surfaces;
+    std::map<std::string, std::string> of_face;
+
+    explicit SurfaceTexts(const fs::path& file) {
+        std::ifstream in(file);
+        for (std::string line; std::getline(in, line);) {
+            TextFields fields(line);
+            const std::string word = fields.word(), name = fields.word();
+            if (word == "face" && fields.word() == "surface") of_face[name] = fields.word();
+            if (word == "surface" && fields.word() == "nurbs") surfaces[name] = read(fields, in);
+        }
+    }
+
+private:
+    static ERKnotVector knots(int degree, std::istream& in) {
+        std::string line;
+        std::getline(in, line);
+        TextFields fields(line);
+        fields.word();
+        const std::vector<double> list = fields.rest();
+        return {degree, list.data(), static_cast<int>(list.size())};
+    }
+    static t_SmartPtr<ERSpoleNURBS3D> read(TextFields& head, std::istream& in) {
+        const int p = head.whole(), q = head.whole(), n = head.whole(), m = head.whole();
+        const std::vector<double> limits = head.rest();
+        const ERKnotVector u = knots(p, in), v = knots(q, in);
+        ERMatrix<ERPole3DH> poles(m, n);
+        std::string line;
+        for (ERPole3DH& pole : poles.writable()) {
+            std::getline(in, line);
+            TextFields fields(line);
+            fields.word();
+            const std::vector<double> c = fields.rest();
+            pole = ERPole3DH(ERPoint3D(c[0], c[1], c[2]) * c[3], c[3]);
+        }
+        return new ERSpoleNURBS3D(poles, u, v, ERLimites(limits[0], limits[1]),
+                                  ERLimites(limits[2], limits[3]));
+    }
+};
+
+double reach_of(const ERSpoleNURBS3D& surface) {
+    const ERMinimax3D box = surface.getBox();
+    double reach = 0.0;
+    for (int axis = 0; axis < 3; ++axis)
+        reach = std::max({reach, std::fabs(box.lower(axis)), std::fabs(box.upper(axis))});
+    return reach;
+}
+
+class RealSurfaces : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!fs::exists(data / "qif")) GTEST_SKIP() << "no data in " VELM_REAL_DATA;
+        for (const char* folder : {"nurbs/gotools", "nurbs/splipy", "iges", "brep", "qif"})
+            for (const auto& entry : fs::directory_iterator(data / folder))
+                if (entry.path().extension() == ".txt") files.push_back(entry.path());
+        std::sort(files.begin(), files.end());
+    }
+    std::vector<fs::path> files;
+};
+
+TEST_F(RealSurfaces, GiveTheEdgePointsOfTheirFiles) {
+    int points = 0;
+    for (const fs::path& file : files) {
+        std::ifstream in(file.parent_path() / (file.stem().string() + "_edgepoints.csv"));
+        if (!in) continue;
+        const SurfaceTexts texts(file);
+        std::string line;
+        std::getline(in, line);
+        while (std::getline(in, line)) {
+            std::replace(line.begin(), line.end(), ',', ' ');
+            TextFields fields(line);
+            const std::string name = fields.word();
+            fields.word();
+            // u, v, the point, the gap to four digits
+            const std::vector<double> c = fields.rest();
+            const auto face = texts.of_face.find(name);
+            const auto found =
+                texts.surfaces.find(face != texts.of_face.end() ? face->second : name);
+            if (found == texts.surfaces.end()) continue;
+            const ERSpoleNURBS3D& surface = *found->second;
+            const double allowed = c[5] * 1.001 + 64 * std::numeric_limits<double>::epsilon() *
+                                                      std::max(reach_of(surface), 1.0);
+            const ERPoint3D p(c[2], c[3], c[4]);
+            EXPECT_LE(distance(surface(c[0], c[1]), p), allowed) << file.filename() << ": " << line;
+            ++points;
+        }
+    }
+    EXPECT_EQ(points, 3016); // none was overlooked
+}
+
+TEST_F(RealSurfaces, StayTheSamePreparedCutAndStored) {
+    int count = 0;
+    for (const fs::path& file : files) {
+        const SurfaceTexts texts(file);
+        const velm_test::TemporaryFolder folder;
+        ERDataBase store;
+        ASSERT_EQ(store.Open(folder.path("surfaces").c_str(), 0), gmSuccess);
+        for (const auto& [name, surface] : texts.surfaces) {
+            SCOPED_TRACE(file.filename().string() + " " + name);
+            const double allowed =
+                256 * std::numeric_limits<double>::epsilon() * std::max(reach_of(*surface), 1.0);
+            const ERLimites in_u = surface->getBoundU(), in_v = surface->getBoundV();
+            const auto prepared = velm::prepare(*surface);
+            ASSERT_TRUE(prepared);
+            t_SmartPtr<ERSpoleNURBS3D> a, b;
+            ASSERT_EQ(surface->SplitInV(a, b), 1);
+            ERMinimax3D box = prepared->box();
+            box.Inflate(allowed);
+            for (int k = 0; k < 49; ++k) {
+                const double u = in_u((k % 7 + 0.5) / 7), v = in_v((k / 7 + 0.5) / 7.1);
+                const ERPoint3D p = (*surface)(u, v);
+                EXPECT_LE(distance((*prepared)(u, v), p), allowed);
+                EXPECT_LE(distance(surface->PtCur(u, v).point(), p), allowed);
+                EXPECT_LE(distance((*(v < a->vfin() ? a : b))(u, v), p), allowed);
+                EXPECT_TRUE(box.contains(p));
+                ERPoint3D from_patches;
+                velm::SurfaceSamples samples;
+                samples.points = {&from_patches, 1};
+                prepared->grid({&u, 1}, {&v, 1}, samples);
+                EXPECT_LE(distance(from_patches, p), allowed);
+            }
+            ASSERT_EQ(store.save(surface.get()), gmSuccess);
+            gmErrorCode code;
+            const t_SmartPtr<ERObject> back = store.restore(count++, code);
+            ASSERT_TRUE(back);
+            EXPECT_EQ(velm_test::record_of(*back), velm_test::record_of(*surface));
+        }
+        count = 0;
+    }
+}
+
+} // namespace

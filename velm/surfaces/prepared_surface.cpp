@@ -1,0 +1,405 @@
+#include "velm/surfaces/prepared_surface.h"
+
+#include "velm/curves/detail/basis_functions.h"
+#include "velm/frame/thread_data.h"
+#include "velm/surfaces/detail/quotient_rule.h"
+#include "velm/surfaces/detail/surface_tables.h"
+#include "velm/surfaces/detail/tensor_jet.h"
+#include "velm/surfaces/limit_normal.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace velm {
+
+using detail::AnalyticShape;
+using detail::DirectionBasis;
+using detail::SurfaceTables;
+
+namespace {
+
+/// A point and its derivatives: eighteen doubles, P, Pu, Pv, Puu, Puv, Pvv.
+struct Jet {
+    double c[18];
+
+    ERPoint3D point() const { return {c[0], c[1], c[2]}; }
+    ERVector3D vector(int k) const { return {c[3 * k], c[3 * k + 1], c[3 * k + 2]}; }
+};
+
+/// The order of derivatives that the samples need.
+int order_of(const SurfaceSamples& samples) {
+    const bool second = !samples.duu.empty() || !samples.duv.empty() || !samples.dvv.empty() ||
+                        !samples.curvatures.empty();
+    const bool first = !samples.du.empty() || !samples.dv.empty() || !samples.normals.empty();
+    return second ? 2 : first ? 1 : 0;
+}
+
+PrincipalCurvatures curvatures_of(const Jet& jet) {
+    const ERVector3D pu = jet.vector(1), pv = jet.vector(2);
+    const double e = pu * pu, f = pu * pv, g = pv * pv;
+    const ERVector3D product = pu ^ pv;
+    const double area = product * product, unit = 1.0 / std::sqrt(area);
+    const double l = jet.vector(3) * product * unit, m = jet.vector(4) * product * unit,
+                 n = jet.vector(5) * product * unit;
+    const double gauss = (l * n - m * m) / area;
+    const double mean = 0.5 * (n * e - 2.0 * f * m + l * g) / area;
+    const double root = std::sqrt(std::max(0.0, mean * mean - gauss));
+    return {mean - root, mean + root};
+}
+
+/// cos and sin of an angle, or the parameter itself on axes that are lengths.
+struct Turn {
+    double t, cosine, sine;
+};
+
+/// The analytic surfaces.
+class Analytic {
+public:
+    explicit Analytic(const SurfaceTables& tables) : kind_(tables.kind), shape_(tables.shape) {}
+
+    bool turns_in_u() const { return kind_ == SurfaceKind::sphere || kind_ == SurfaceKind::torus; }
+    bool turns_in_v() const { return kind_ != SurfaceKind::plane; }
+    static Turn turn(double t, bool angle) {
+        return angle ? Turn{t, std::cos(t), std::sin(t)} : Turn{t, 0.0, 0.0};
+    }
+
+    Jet at(const Turn& u, const Turn& v) const {
+        // Local coordinates of P, Pu, Pv, Puu, Puv, Pvv.
+        double local[6][3] = {};
+        const auto set = [&local](int k, double x, double y, double z) {
+            local[k][0] = x, local[k][1] = y, local[k][2] = z;
+        };
+        const double r = shape_.radius;
+        if (kind_ == SurfaceKind::plane) {
+            set(0, u.t, v.t, 0);
+            set(1, 1, 0, 0);
+            set(2, 0, 1, 0);
+        } else if (kind_ == SurfaceKind::cylinder) {
+            set(0, r * v.cosine, r * v.sine, u.t);
+            set(1, 0, 0, 1);
+            set(2, -r * v.sine, r * v.cosine, 0);
+            set(5, -r * v.cosine, -r * v.sine, 0);
+        } else if (kind_ == SurfaceKind::cone) {
+            const double c = r * v.cosine, s = r * v.sine;
+            set(0, u.t * c, u.t * s, u.t);
+            set(1, c, s, 1);
+            set(2, -u.t * s, u.t * c, 0);
+            set(4, -s, c, 0);
+            set(5, -u.t * c, -u.t * s, 0);
+        } else {
+            // The circle of v has the radius `tube` about a circle of the radius `spine`.
+            const bool is_sphere = kind_ == SurfaceKind::sphere;
+            const double spine = is_sphere ? 0.0 : r, tube = is_sphere ? r : shape_.small_radius;
+            const double out = spine + tube * v.cosine, rise = tube * v.sine, run = tube * v.cosine;
+            set(0, out * u.cosine, out * u.sine, rise);
+            set(1, -out * u.sine, out * u.cosine, 0);
+            set(2, -rise * u.cosine, -rise * u.sine, run);
+            set(3, -out * u.cosine, -out * u.sine, 0);
+            set(4, rise * u.sine, -rise * u.cosine, 0);
+            set(5, -run * u.cosine, -run * u.sine, -rise);
+        }
+        Jet jet;
+        for (int k = 0; k < 6; ++k)
+            for (int c = 0; c < 3; ++c)
+                jet.c[3 * k + c] = (k == 0 ? shape_.origin[c] : 0.0) + local[k][0] * shape_.x[c] +
+                                   local[k][1] * shape_.y[c] + local[k][2] * shape_.z[c];
+        return jet;
+    }
+
+private:
+    SurfaceKind kind_;
+    const AnalyticShape& shape_;
+};
+
+int patch_of(const std::vector<double>& ends, double t) {
+    const auto above = std::upper_bound(ends.begin() + 1, ends.end() - 1, t);
+    return static_cast<int>(above - ends.begin()) - 1;
+}
+
+/// Bernstein's functions at t between two ends; memory as basis_memory says.
+template <class Degree, class Order>
+[[gnu::always_inline]] inline DirectionBasis bernstein_at(double low, double high, Degree p,
+                                                          double t, Order order, double* memory) {
+    double* const value = memory;
+    double *const once_less = value + p + 1, *const twice_less = once_less + p + 1;
+    double *const first_factor = twice_less + p + 1, *const second_factor = first_factor + p + 1;
+    const double inverse = 1.0 / (high - low);
+    const double x = (t - low) * inverse, y = (high - t) * inverse;
+    value[0] = 1.0;
+    for (int j = 1; j <= p; ++j) {
+        if (order > 1 && j == p - 1) std::copy_n(value, j, twice_less);
+        if (order > 0 && j == p) std::copy_n(value, j, once_less);
+        double saved = 0.0;
+        for (int r = 0; r < j; ++r) {
+            const double before = value[r];
+            value[r] = saved + y * before;
+            saved = x * before;
+        }
+        value[j] = saved;
+    }
+    if (order > 0) std::fill_n(first_factor, int(p), p * inverse);
+    if (order > 1 && p > 1) std::fill_n(second_factor, p - 1, (p - 1) * inverse);
+    return {value, once_less, twice_less, first_factor, second_factor};
+}
+
+template <class Order>
+[[gnu::always_inline]] inline void finish(const double (*sums)[4], bool rational, Order order,
+                                          Jet& jet) {
+    if (rational) return detail::divide_by_weight(sums, order, jet.c);
+    constexpr int counts[] = {1, 3, 6};
+    for (int k = 0; k < counts[order]; ++k)
+        std::copy_n(sums[k], 3, jet.c + 3 * k);
+}
+
+/// Calls f(degree in u, degree in v, order) with constants in the usual cases.
+template <class F>
+void with_degrees(const SurfaceTables& tables, int order, F f) {
+    const auto with_order = [&](auto p, auto q) __attribute__((always_inline)) {
+        if (order == 0) return f(p, q, std::integral_constant<int, 0>{});
+        if (order == 1) return f(p, q, std::integral_constant<int, 1>{});
+        f(p, q, std::integral_constant<int, 2>{});
+    };
+    if (tables.degree_u == tables.degree_v) {
+        detail::with_degree(tables.degree_u, [&](auto p) { with_order(p, p); });
+    } else {
+        with_order(tables.degree_u, tables.degree_v);
+    }
+}
+
+/// Room on the stack for constant degrees, else for those that surfaces are prepared of.
+constexpr int highest_degree = 64;
+template <class Degree, std::size_t Fixed, std::size_t Inline>
+using Room = detail::DegreeWork<Degree, Fixed, Inline>;
+
+/// f(index, jet) at each parameter of a NURBS surface: at random places its own poles stay in the
+/// nearest cache where those of all patches don't.
+template <class F>
+void for_spline(const SurfaceTables& tables, std::span<const ERPoint2D> parameters, int order,
+                F f) {
+    const auto side = [](double t, const ERLimites& limits) {
+        return t < limits.end() ? tqk_above : tqk_below;
+    };
+    for (std::size_t k = 0; k < parameters.size(); ++k) {
+        const double u = tables.clamped_u(parameters[k].x());
+        const double v = tables.clamped_v(parameters[k].y());
+        Jet jet;
+        tables.spline.evaluate({u, v, side(u, tables.u), side(v, tables.v)}, order, jet.c);
+        f(k, jet);
+    }
+}
+
+/// f(index, jet) at each parameter of a Bezier surface.
+template <class F>
+void for_patches(const SurfaceTables& tables, std::span<const ERPoint2D> parameters, int order,
+                 F f) {
+    using detail::basis_memory;
+    with_degrees(tables, order, [&](auto p, auto q, auto wanted) {
+        Room<decltype(p), basis_memory(5), basis_memory(highest_degree)> memory_u(basis_memory(p));
+        Room<decltype(q), basis_memory(5), basis_memory(highest_degree)> memory_v(basis_memory(q));
+        Room<decltype(p), 12 * 6, 12 * (highest_degree + 1)> sums(12 * (std::size_t(p) + 1));
+        for (std::size_t k = 0; k < parameters.size(); ++k) {
+            const double u = tables.clamped_u(parameters[k].x());
+            const double v = tables.clamped_v(parameters[k].y());
+            const int i = patch_of(tables.ends_u, u), j = patch_of(tables.ends_v, v);
+            const double *const ends_u = &tables.ends_u[std::size_t(i)],
+                                *const ends_v = &tables.ends_v[std::size_t(j)];
+            const DirectionBasis in_u =
+                bernstein_at(ends_u[0], ends_u[1], p, u, wanted, memory_u.data());
+            const DirectionBasis in_v =
+                bernstein_at(ends_v[0], ends_v[1], q, v, wanted, memory_v.data());
+            double homogeneous[6][4];
+            detail::sum_columns(tables.patch(i, j), 4 * (p + 1), p + 1, in_v, q, wanted,
+                                sums.data());
+            detail::jet_of_columns(sums.data(), in_u, p, wanted, homogeneous);
+            Jet jet;
+            finish(homogeneous, tables.rational, wanted, jet);
+            f(k, jet);
+        }
+    });
+}
+
+/// f(index, jet) at all pairs. Basis functions along U are kept for a run of u; the columns of a
+/// patch are summed once for each v and patch.
+template <class F>
+void for_patch_grid(const SurfaceTables& tables, std::span<const double> u,
+                    std::span<const double> v, int order, F f) {
+    using detail::basis_memory;
+    constexpr std::size_t run_doubles = 8192;
+    with_degrees(tables, order, [&](auto p, auto q, auto wanted) {
+        const std::size_t per_u = basis_memory(p) + 1; // and the patch
+        const std::size_t run = std::max(run_doubles / per_u, std::size_t(1));
+        double* const scratch = GetThreadScratch(static_cast<int>(run * per_u));
+        Room<decltype(q), basis_memory(5), basis_memory(highest_degree)> memory_v(basis_memory(q));
+        Room<decltype(p), 12 * 6, 12 * (highest_degree + 1)> sums(12 * (std::size_t(p) + 1));
+        for (std::size_t from = 0; from < u.size(); from += run) {
+            const std::size_t count = std::min(run, u.size() - from);
+            const auto basis = [&](double t, int patch, double* memory)
+                __attribute__((always_inline)) {
+                const double* const ends = &tables.ends_u[std::size_t(patch)];
+                return bernstein_at(ends[0], ends[1], p, t, wanted, memory);
+            };
+            for (std::size_t i = 0; i < count; ++i) {
+                const double t = tables.clamped_u(u[from + i]);
+                const int patch = patch_of(tables.ends_u, t);
+                scratch[i * per_u] = patch;
+                basis(t, patch, scratch + i * per_u + 1);
+            }
+            for (std::size_t k = 0; k < v.size(); ++k) {
+                const double t = tables.clamped_v(v[k]);
+                const int row = patch_of(tables.ends_v, t);
+                const double* const ends = &tables.ends_v[std::size_t(row)];
+                const DirectionBasis in_v =
+                    bernstein_at(ends[0], ends[1], q, t, wanted, memory_v.data());
+                int summed = -1;
+                for (std::size_t i = 0; i < count; ++i) {
+                    const double* const own = scratch + i * per_u;
+                    const int patch = static_cast<int>(own[0]);
+                    if (patch != summed)
+                        detail::sum_columns(tables.patch(patch, row), 4 * (p + 1), p + 1, in_v, q,
+                                            wanted, sums.data());
+                    summed = patch;
+                    const double* const b = own + 1;
+                    const int n = p + 1;
+                    const DirectionBasis in_u{b, b + n, b + 2 * n, b + 3 * n, b + 4 * n};
+                    double homogeneous[6][4];
+                    detail::jet_of_columns(sums.data(), in_u, p, wanted, homogeneous);
+                    Jet jet;
+                    finish(homogeneous, tables.rational, wanted, jet);
+                    f(k * u.size() + from + i, jet);
+                }
+            }
+        }
+    });
+}
+
+} // namespace
+
+PreparedSurface::PreparedSurface(std::shared_ptr<const SurfaceTables> tables)
+    : tables_(std::move(tables)) {}
+
+SurfaceKind PreparedSurface::kind() const { return tables_->kind; }
+
+ERLimites PreparedSurface::domain_u() const { return tables_->u; }
+
+ERLimites PreparedSurface::domain_v() const { return tables_->v; }
+
+ERMinimax3D PreparedSurface::box() const { return tables_->box; }
+
+int PreparedSurface::patches_u() const { return tables_->patches_u(); }
+
+int PreparedSurface::patches_v() const { return tables_->patches_v(); }
+
+SurfacePatch PreparedSurface::patch(int i_u, int i_v) const {
+    const SurfaceTables& t = *tables_;
+    const auto u = std::size_t(i_u), v = std::size_t(i_v);
+    return {{t.patch(i_u, i_v), 4 * t.poles_of_patch()},
+            t.degree_u,
+            t.degree_v,
+            t.rational,
+            {t.ends_u[u], t.ends_u[u + 1]},
+            {t.ends_v[v], t.ends_v[v + 1]},
+            t.boxes[v * std::size_t(t.patches_u()) + u]};
+}
+
+namespace {
+
+/// f(index, jet) at each parameter of a surface of any kind.
+template <class F>
+void for_parameters(const SurfaceTables& tables, std::span<const ERPoint2D> parameters, int order,
+                    F f) {
+    if (tables.spline.is_complete()) return for_spline(tables, parameters, order, f);
+    if (tables.kind == SurfaceKind::patches) return for_patches(tables, parameters, order, f);
+    const Analytic shape(tables);
+    for (std::size_t k = 0; k < parameters.size(); ++k)
+        f(k, shape.at(shape.turn(tables.clamped_u(parameters[k].x()), shape.turns_in_u()),
+                      shape.turn(tables.clamped_v(parameters[k].y()), shape.turns_in_v())));
+}
+
+template <class F>
+void for_pairs(const SurfaceTables& tables, std::span<const double> u, std::span<const double> v,
+               int order, F f) {
+    if (tables.kind == SurfaceKind::patches) return for_patch_grid(tables, u, v, order, f);
+    const Analytic shape(tables);
+    constexpr std::size_t run = 256;
+    Turn turns[run];
+    for (std::size_t from = 0; from < u.size(); from += run) {
+        const std::size_t count = std::min(run, u.size() - from);
+        for (std::size_t i = 0; i < count; ++i)
+            turns[i] = shape.turn(tables.clamped_u(u[from + i]), shape.turns_in_u());
+        for (std::size_t k = 0; k < v.size(); ++k) {
+            const Turn in_v = shape.turn(tables.clamped_v(v[k]), shape.turns_in_v());
+            for (std::size_t i = 0; i < count; ++i)
+                f(k * u.size() + from + i, shape.at(turns[i], in_v));
+        }
+    }
+}
+
+Jet jet_at(const SurfaceTables& tables, const ERPoint2D& at, int order) {
+    Jet found;
+    for_parameters(tables, {&at, 1}, order, [&](std::size_t, const Jet& jet) { found = jet; });
+    return found;
+}
+
+/// The product of the tangents where it is far from vanishing, else the limit.
+ERVector3D normal_of(const SurfaceTables& tables, const ERPoint2D& at, const Jet& jet) {
+    constexpr double vanishing = 1e-6; // of what a plane of the size of the box has
+    const ERVector3D product = jet.vector(1) ^ jet.vector(2);
+    const double length = product.norme();
+    const double size = tables.box.diagonal();
+    if (length * tables.u.amplitude() * tables.v.amplitude() > vanishing * size * size)
+        return product * (1.0 / length);
+    const ERPoint2D inside(tables.clamped_u(at.x()), tables.clamped_v(at.y()));
+    return limit_normal(detail::surface_point(inside, jet_at(tables, inside, 2).c), tables.u,
+                        tables.v);
+}
+
+/// Writes what is wanted of one jet.
+[[gnu::always_inline]] inline void write(const SurfaceTables& tables, const ERPoint2D& at,
+                                         const Jet& jet, std::size_t k, const SurfaceSamples& to) {
+    if (!to.points.empty()) to.points[k] = jet.point();
+    if (!to.du.empty()) to.du[k] = jet.vector(1);
+    if (!to.dv.empty()) to.dv[k] = jet.vector(2);
+    if (!to.duu.empty()) to.duu[k] = jet.vector(3);
+    if (!to.duv.empty()) to.duv[k] = jet.vector(4);
+    if (!to.dvv.empty()) to.dvv[k] = jet.vector(5);
+    if (!to.normals.empty()) to.normals[k] = normal_of(tables, at, jet);
+    if (!to.curvatures.empty()) to.curvatures[k] = curvatures_of(jet);
+}
+
+} // namespace
+
+ERPoint3D PreparedSurface::operator()(double u, double v) const {
+    return jet_at(*tables_, {u, v}, 0).point();
+}
+
+SurfaceJet PreparedSurface::jet(double u, double v) const {
+    const Jet found = jet_at(*tables_, {u, v}, 2);
+    return {found.point(),   found.vector(1), found.vector(2),
+            found.vector(3), found.vector(4), found.vector(5)};
+}
+
+ERVector3D PreparedSurface::normal(double u, double v) const {
+    return normal_of(*tables_, {u, v}, jet_at(*tables_, {u, v}, 1));
+}
+
+void PreparedSurface::evaluate(std::span<const ERPoint2D> parameters,
+                               const SurfaceSamples& samples) const {
+    const SurfaceTables& tables = *tables_;
+    for_parameters(
+        tables, parameters,
+        order_of(samples), [&](std::size_t k, const Jet& jet) __attribute__((always_inline)) {
+            write(tables, parameters[k], jet, k, samples);
+        });
+}
+
+void PreparedSurface::grid(std::span<const double> u, std::span<const double> v,
+                           const SurfaceSamples& samples) const {
+    const SurfaceTables& tables = *tables_;
+    for_pairs(
+        tables, u, v,
+        order_of(samples), [&](std::size_t k, const Jet& jet) __attribute__((always_inline)) {
+            write(tables, {u[k % u.size()], v[k / u.size()]}, jet, k, samples);
+        });
+}
+
+} // namespace velm
