@@ -56,10 +56,13 @@ void ERAnyBoundedSurface::tessalate(gmProcessMesh& mesh) const {
     const ERLimites in_u = getBoundU(), in_v = getBoundV();
     if (!(in_u.amplitude() > 0.0 && in_v.amplitude() > 0.0)) return;
     const int u_steps = mesh.u_density(), v_steps = mesh.v_density();
+    const auto add = [&mesh](const t_SmartPtr<ERFiniteEntity3DWF>& line, const ERLimites& limits) {
+        if (line) mesh.on_add_wireframe(*line, limits);
+    };
     for (int i = 0; u_steps > 0 && i <= u_steps; ++i)
-        mesh.on_add_wireframe(*getEntityIsoU(in_u(double(i) / u_steps)), in_v);
+        add(getEntityIsoU(in_u(double(i) / u_steps)), in_v);
     for (int i = 0; v_steps > 0 && i <= v_steps; ++i)
-        mesh.on_add_wireframe(*getEntityIsoV(in_v(double(i) / v_steps)), in_u);
+        add(getEntityIsoV(in_v(double(i) / v_steps)), in_u);
 }
 
 void ERAnyBoundedSurface::ProjectPoint(const ERPoint3D&, ERRaySurfaceResult&, int) const {}
