@@ -8,7 +8,7 @@ namespace velm::detail {
 std::size_t BlockCache::place_of(long offset) const {
     std::size_t place = home(offset);
     while (table_[place].offset != none && table_[place].offset != offset)
-        place = behind(place);
+        place = after(place);
     return place;
 }
 
@@ -50,12 +50,12 @@ void BlockCache::erase(long offset) {
     if (find(offset) != nullptr) erase_at(place_of(offset));
 }
 
-/// What stands behind without a gap moves up where it is nearer to its home (Knuth, 6.4 R).
+/// What follows without a gap moves up where it is nearer to its home (Knuth, 6.4 R).
 void BlockCache::erase_at(std::size_t place) {
     held_ -= table_[place].size;
     --blocks_;
     const std::size_t mask = table_.size() - 1;
-    for (std::size_t next = behind(place); table_[next].offset != none; next = behind(next)) {
+    for (std::size_t next = after(place); table_[next].offset != none; next = after(next)) {
         const std::size_t from_home = (next - home(table_[next].offset)) & mask;
         if (from_home < ((next - place) & mask)) continue;
         table_[place] = std::move(table_[next]);
@@ -73,7 +73,7 @@ void BlockCache::clear() {
 
 void BlockCache::make_room(std::size_t size) {
     while (held_ + size > capacity) {
-        hand_ = behind(hand_);
+        hand_ = after(hand_);
         Block& block = table_[hand_];
         if (block.offset == none) continue;
         if (block.asked_for)

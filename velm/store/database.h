@@ -45,7 +45,7 @@ class VELM_API ERAuxilaryIndex : public ERObject {
 
     /// Opens the tree at the stored offset.
     void init(ERFileManager& file);
-    /// 1 with the identifier, or 0 and the value left alone.
+    /// 1 with the identifier, or 0 and the value unchanged.
     int Find(long key, long& value) const;
     /// A key that is there stays as it is.
     void Insert(long key, long& value);
@@ -87,9 +87,10 @@ public:
     /// code.
     gmErrorCode Close();
     /// Stores the object under the next index. One that is saved twice has two indices. A store
-    /// whose first object is no index takes none: gmInvalidFile.
+    /// whose first object is no index takes none: gmInvalidFile. With any code but gmSuccess the
+    /// store, and what the object knows of it, are as they were.
     gmErrorCode save(t_SmartPtr<ERObject> object);
-    /// The object of an index, anew; null with gmSuccess for an index that was never saved, and for
+    /// A new object for an index; null with gmSuccess for an index that was never saved, and for
     /// one whose object is no more.
     t_SmartPtr<ERObject> restore(long index, gmErrorCode& code);
     /// As ERObjectDataBase::flush; objects()->flush_at_close has Close do so, too.
@@ -97,7 +98,7 @@ public:
     /// The next index.
     int getNbEnt() const;
 
-    virtual void printOn(std::ostream& out) const; ///< writes nothing: intended
+    virtual void printOn(std::ostream& out) const; ///< writes nothing, part of the contract
     virtual unsigned int get_db_version();
     virtual unsigned int get_db_current_version();
 

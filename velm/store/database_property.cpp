@@ -36,7 +36,7 @@ int leading_int(std::string_view text) {
     return value;
 }
 
-/// The number that a text begins with, 0.0 without one, whatever the locale.
+/// The number that a text begins with, 0.0 without one, in any locale.
 double leading_double(std::string_view text) {
     text = without_leading(text);
     double value = 0.0;

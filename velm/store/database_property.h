@@ -12,7 +12,7 @@
 /// One typed value: nothing, a signed or unsigned 32-bit number, a double or a text.
 ///
 /// On file a byte with the type, then the value: 4 bytes, 8 bytes, or the length of the text and
-/// its bytes with the closing NUL. The numbers of the types stand on file: they must never change.
+/// its bytes with the closing NUL. The numbers of the types are stored: they must never change.
 class VELM_API ERDBObjProperty {
 public:
     enum TYPE : int {

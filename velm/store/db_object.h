@@ -11,7 +11,7 @@
 class VELM_API ERDBObject : public ERObject {
     VELM_DECLARE_CLASS(ERDBObject)
 
-    /// The fixed keys stand on file and must never change. A host takes others.
+    /// The fixed keys are stored and must never change. A host takes others.
     enum Key : long {
         color_key = 1,
         level_key = 2,
@@ -48,16 +48,16 @@ class VELM_API ERDBObject : public ERObject {
     unsigned long color_rgb() const { return property(color_rgb_key); }
     int num_faults() const { return property(faults_key); }
     /// "" where there is none; an undefined property is then entered, which makes the record 5
-    /// bytes longer: intended. The text is good until the property changes.
+    /// bytes longer, part of the contract. The text is good until the property changes.
     char const* name() const { return text_of(name_key); }
     char const* level_name() const { return text_of(level_name_key); }
 
     void object(t_SmartPtr<ERObject> described);
     t_SmartPtr<ERObject> object() const { return described_object; }
 
-    ERObject* getCopy() const override; ///< null: intended
+    ERObject* getCopy() const override; ///< null, part of the contract
     int type() const { return 0; }
-    void printOn(std::ostream& out) const override; ///< writes nothing: intended
+    void printOn(std::ostream& out) const override; ///< writes nothing, part of the contract
     void saveGuts(ERFile& file) const override;
     void restoreGuts(ERFile& file) override;
     unsigned int binaryStoreSize() const override;

@@ -422,7 +422,7 @@ ERBTreeOnDisk::retStatus ERBTreeOnDisk::rem(const char* key, long nodeOffset, in
     if (equal(*work, pos, key)) {
         if (work->is_leaf()) return remove_from_leaf(pos, outKey, outValue);
         swapWithSuccessor(pos);
-        ++pos; // the key now stands in the leaf that begins this son
+        ++pos; // the key is now in the leaf that begins this son
     }
     const retStatus status = rem(key, work->sons(pos), depth + 1, outKey, outValue);
     if (status != underflow) return status;

@@ -14,7 +14,7 @@ namespace velm::detail {
 class PairTable;
 }
 
-/// The 40 bytes by which a tree is found. Offsets and numbers stand on file.
+/// The 40 bytes by which a tree is found. Offsets and numbers are stored.
 struct ERBTreeInformation {
     static constexpr std::int32_t magic_number = 1365; // on file
 
@@ -29,7 +29,7 @@ struct ERBTreeInformation {
     std::int32_t reserved_32 = 0;
     std::int32_t flags = 0; // bit 0: binary keys
 };
-static_assert(sizeof(ERBTreeInformation) == 40, "the information block stands on file");
+static_assert(sizeof(ERBTreeInformation) == 40, "the information block is stored");
 
 /// A B-tree after Bayer and McCreight (1972), with 2 * order keys to a node at most. Binary keys
 /// (ignoreNulls) compare by memcmp, others by strncmp over the key length, so that integers in
@@ -41,7 +41,8 @@ static_assert(sizeof(ERBTreeInformation) == 40, "the information block stands on
 /// written after a change of the root, by clear, and by the destructor. File trouble is raised as
 /// CFileException*; so are nodes that can't be (more keys than fit, a depth beyond any tree):
 /// invalidFile. The destructor raises nothing. On a file opened read-only nothing is written. One
-/// thread to a tree.
+/// thread to a tree, and one object of this class at a time. With binary keys of four bytes the
+/// pairs that were found are kept in memory, up to 8 MiB a tree.
 class VELM_API ERBTreeOnDisk : private velm::detail::StepMember {
 public:
     enum createMode : int { openExisting = 0, createNew = 1 };
@@ -72,7 +73,8 @@ public:
     long baseLocation() const { return infoOffset; }
     /// Calls back with each key and value in key order. With a flag of 0 the walk is whole and the
     /// callback may change the key bytes it is given. Any other flag walks only a tree of one node
-    /// rightly; a deeper one it leaves early, with some keys repeated and others missed: intended.
+    /// rightly; a deeper one it leaves early, with some keys repeated and others missed, part of
+    /// the contract.
     void applyToKeyAndValue(void (*callback)(const char* key, long value, void* arg), void* arg,
                             int flag);
 

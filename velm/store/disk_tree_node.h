@@ -12,7 +12,7 @@
 class ERBTreeOnDisk;
 class ERFileManager;
 
-/// The sizes of a tree's nodes. The layout stands on file and must never change: with keys of K
+/// The sizes of a tree's nodes. The layout is stored and must never change: with keys of K
 /// bytes and the order M,
 ///
 ///     0         counter: the keys in use
@@ -99,9 +99,9 @@ public:
     int binarySearch(const char* key, Compare compare) const {
         return view().binarySearch(key, compare);
     }
-    /// Puts a pair at pos and a son behind it; what stood there moves up.
+    /// Puts a pair at pos and a son after it; what was there moves up.
     void insert(const char* key, long value, int pos, long son);
-    /// Takes key pos, item pos and a son, pos or pos + 1, out; what stands behind moves down.
+    /// Takes key pos, item pos and a son, pos or pos + 1, out; what follows moves down.
     void remove(int pos, int son);
     /// Copies `count` keys and items from another node's position.
     void copy_pairs(int at, const ERDiskTreeNode& from, int first, int count);

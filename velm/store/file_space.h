@@ -8,7 +8,7 @@
 //     12   the head node of the free list
 //     280  the first block: a word with its total size, then the payload
 //
-// These numbers stand on file: they must never change.
+// These numbers are stored: they must never change.
 #pragma once
 
 #include "velm/export.h"

@@ -38,11 +38,11 @@ std::size_t FreeChain::place_of(long offset) const {
     return last_place_ = place;
 }
 
-// ---- what stands in the nodes ----
+// ---- what the nodes list ----
 
 namespace {
 
-/// Calls back with each extent of one node that the other one doesn't list just so; both stand in
+/// Calls back with each extent of one node that the other one doesn't list just so; both are in
 /// the order of their offsets.
 template <class Callback>
 bool each_only_in(const ERFreeListNode& one, const ERFreeListNode& other, Callback callback) {

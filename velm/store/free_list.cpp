@@ -206,7 +206,7 @@ void ERListManager::extendFreeList(long, unsigned int) {
 void ERListManager::deleteNode() {
     long removed = current;
     if (current != ERFileManager::head_node_offset) {
-        const std::int32_t behind = node.next;
+        const std::int32_t after = node.next;
         if (file->chain->usable()) {
             readNode(file->chain->before(removed));
         } else {
@@ -215,7 +215,7 @@ void ERListManager::deleteNode() {
             while (node.next != removed && advance(ERFileManager::head_node_offset)) {
             }
         }
-        node.next = behind;
+        node.next = after;
         file->chain->removed(removed);
         writeNode();
     } else {

@@ -1,7 +1,7 @@
 // ERFreeListNode, ERLMan, ERListManager: the free space of an object file, as a circular chain of
 // fixed nodes in the file itself.
 //
-// The layout of a node and every number here stand on file: they must never change.
+// The layout of a node and every number here are stored: they must never change.
 #pragma once
 
 #include "velm/export.h"
@@ -32,7 +32,7 @@ struct ERFreeListNode {
     /// Takes entry i out.
     void remove(int i);
 };
-static_assert(sizeof(ERFreeListNode) == 268, "the node stands on file");
+static_assert(sizeof(ERFreeListNode) == 268, "the node is stored");
 static_assert(offsetof(ERFreeListNode, offsets) == 4 && offsetof(ERFreeListNode, sizes) == 132 &&
               offsetof(ERFreeListNode, count) == 260 && offsetof(ERFreeListNode, next) == 264);
 

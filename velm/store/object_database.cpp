@@ -34,7 +34,7 @@ private:
     velm::detail::ObjectsUnderWay& way_;
 };
 
-/// The form that stands on file overrules these arguments, which are the other tree's: intended.
+/// The stored form overrules these arguments, which are the other tree's, part of the contract.
 std::unique_ptr<ERBTreeOnDisk> open_tree(ERFileManager& file, velm::StoreTree form,
                                          velm::StoreTree other, long offset) {
     auto tree = std::make_unique<ERBTreeOnDisk>(
@@ -205,7 +205,7 @@ ERFileManager& ERObjectDataBase::open_file() const {
 // ---- classes ----
 
 void ERdiskMetaTreeExtractMap(char const* key, long value, void* database) {
-    // The key stands in a node and is no pointer that a class name could be found by again.
+    // The key is in a node and no pointer that a class name could be found by again.
     static_cast<ERObjectDataBase*>(database)->creators[value] =
         ERClassRegistration::findCreator(key);
 }

@@ -36,9 +36,9 @@ struct DatabaseHeader {
 
     static constexpr long counters_at = 12; // the last three, which only Close writes
 };
-static_assert(sizeof(DatabaseHeader) == 24, "the header stands on file");
+static_assert(sizeof(DatabaseHeader) == 24, "the header is stored");
 
-/// The parameters of the trees of an object file. They stand on file and must never change.
+/// The parameters of the trees of an object file. They are stored and must never change.
 struct StoreTree {
     unsigned int key_length;
     int binary_keys;
@@ -110,13 +110,13 @@ public:
     /// is closed first.
     ///
     /// With more than twenty classes in the file, not all of them are known after opening, and an
-    /// object of such a class can be created only after one of its class has been stored: intended.
-    /// velm::StoredObjects knows them all.
+    /// object of such a class can be created only after one of its class has been stored, part of
+    /// the contract. velm::StoredObjects knows them all.
     virtual int Open(char const* name, int readOnly);
     /// Writes the counters and closes. The store is closed afterwards even if this raises, as it
     /// does where the file could not be brought up to what the store says.
     virtual void Close();
-    /// Stores the object, anew under its identifier if it is in this store, and returns the
+    /// Stores the object, again under its identifier if it is in this store, and returns the
     /// identifier; one whose record Delete has removed is entered under its identifier again. A
     /// file whose head was not understood is not written: invalidFile. Where it raises, the store
     /// is as it was, and so is what the objects know of their identifiers and stores.
@@ -136,8 +136,8 @@ public:
     /// Removes the record. Returns 1, or 0 where there is none. The identifier is not given out
     /// again, and the count of objects stored stays.
     virtual int Delete(long id);
-    /// Lists the classes and the objects of an open store. Of large stores the list is not whole:
-    /// intended.
+    /// Lists the classes and the objects of an open store. Of large stores the list is not whole,
+    /// part of the contract.
     virtual void summarize(std::ostream& out) const;
     /// The version of the file that was opened last, and the one that is written.
     virtual unsigned int get_db_version();

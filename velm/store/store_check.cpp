@@ -66,7 +66,7 @@ void check_records(const StoreImage& image, StoreReport& report, const char* nam
 }
 
 void check_index(const StoreImage& image, StoreReport& report) {
-    if (image.has_index && !image.index.known) return; // told already
+    if (image.has_index && !image.index.known) return; // reported already
     for (const TreeImage::Entry& entry : image.index.entries)
         if (TreeImage::number(entry.key) < 0 || entry.value < 1)
             report.faults.add(entry.node, "the index has an impossible entry");

@@ -42,12 +42,12 @@ struct StoreExtent {
     long end() const { return offset + size; }
 };
 
-/// A tree as it stands on file: all that its root leads to, in key order.
+/// A tree as it is stored: all that its root leads to, in key order.
 struct VELM_API TreeImage {
     struct Entry {
         std::string key;
         long value;
-        long node; // where it stands
+        long node; // in which it is
     };
 
     bool known = false; // its information block was read with its magic number
@@ -74,7 +74,7 @@ public:
     /// Opens the file with writers shut out and reads all but the records' guts.
     explicit StoreImage(const char* name);
 
-    bool head_known = false; // 268 stands where it should
+    bool head_known = false; // 268 is where it should be
     long length = 0;
     long start = -1;
     long end_of_data = 0;
@@ -96,7 +96,7 @@ public:
     std::string class_name(long signature) const;
     /// All ranges in use, by offset; the free ones and the nodes of the free list are among them.
     std::vector<StoreExtent> extents() const;
-    /// The bytes of a record behind its signature; short where the file ends.
+    /// The bytes of a record after its signature; short where the file ends.
     std::string guts(const RecordImage& record) const;
     /// Reads bytes; false where the file doesn't have them all.
     bool read(long offset, void* target, std::size_t count) const;

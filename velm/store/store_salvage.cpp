@@ -86,7 +86,7 @@ public:
 
     /// Calls back with each block in the waste that could be one by its size word: the payload's
     /// offset and its size. A callback that takes the block returns true; the search then goes on
-    /// behind it, and the block is waste no more.
+    /// after it, and the block is waste no more.
     template <class Take>
     void for_each_block(Take take) {
         std::vector<std::pair<long, long>> left;
@@ -213,7 +213,7 @@ bool is_new_half(const StoreImage& image, const Content& content,
     return locations.size() == keys && keys >= image.objects.information.minimum;
 }
 
-/// The pair that is on its way up from such a split, to the parent: it stands behind the last key
+/// The pair that is on its way up from such a split, to the parent: it is after the last key
 /// of the old half, and in front of keys that the new half has taken over.
 TreeImage::Entry pair_on_its_way(const StoreImage& image, const TreeImage::Entry* first,
                                  const TreeImage::Entry* last) {
@@ -223,14 +223,14 @@ TreeImage::Entry pair_on_its_way(const StoreImage& image, const TreeImage::Entry
     for (const StoreExtent& extent : image.objects.extents) {
         if (!image.read(extent.offset + 4, bytes.data(), bytes.size())) continue;
         const ERDiskTreeNodeView node(layout, bytes.data());
-        const int behind = node.counter();
-        if (behind != static_cast<int>(layout.order)) continue;
+        const int after = node.counter();
+        if (after != static_cast<int>(layout.order)) continue;
         const auto key = [&](int i) { return std::string(node.keys(i), layout.key_length); };
         const bool halved = std::any_of(first, last, [&](const TreeImage::Entry& entry) {
-            return entry.key == key(behind + 1) && entry.value == node.items(behind + 1);
+            return entry.key == key(after + 1) && entry.value == node.items(after + 1);
         });
-        if (halved && key(behind - 1) < key(behind) && key(behind) < first->key)
-            return {key(behind), node.items(behind), extent.offset + 4};
+        if (halved && key(after - 1) < key(after) && key(after) < first->key)
+            return {key(after), node.items(after), extent.offset + 4};
     }
     return {};
 }

@@ -1,4 +1,4 @@
-// velm::salvage_store, velm::compact_store: the objects of a file, written anew into a clean one.
+// velm::salvage_store, velm::compact_store: the objects of a file, written again into a clean one.
 #pragma once
 
 #include "velm/export.h"

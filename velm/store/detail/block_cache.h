@@ -10,7 +10,7 @@
 namespace velm::detail {
 
 /// Holds blocks by their offset, up to a number of bytes; a full cache gives up blocks that have
-/// not been asked for since it last went round (the clock of Corbato, 1968). The blocks stand in
+/// not been asked for since it last went round (the clock of Corbato, 1968). The blocks are in
 /// one table with linear probing, so that a look costs two misses of the processor's cache: the
 /// place and the bytes.
 class BlockCache {
@@ -36,7 +36,7 @@ private:
     std::size_t home(long offset) const {
         return static_cast<std::size_t>(offset >> 2) * 0x9E3779B97F4A7C15u >> shift_;
     }
-    std::size_t behind(std::size_t place) const { return (place + 1) & (table_.size() - 1); }
+    std::size_t after(std::size_t place) const { return (place + 1) & (table_.size() - 1); }
     /// The place of a block, or the free one where it would be.
     std::size_t place_of(long offset) const;
     Block* find(long offset);

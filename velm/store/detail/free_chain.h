@@ -46,7 +46,7 @@ public:
 
     /// A node's new image; the chain has it already.
     void written(long offset, const ERFreeListNode& node);
-    /// A new node stands behind another one.
+    /// A new node follows another one.
     void chained(long before, long offset);
     void removed(long offset);
 

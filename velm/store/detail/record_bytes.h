@@ -1,4 +1,4 @@
-// velm::detail::RecordBytes: the bytes of one record as a file to read from, and nothing behind
+// velm::detail::RecordBytes: the bytes of one record as a file to read from, and nothing after
 // them.
 #pragma once
 

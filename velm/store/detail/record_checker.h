@@ -10,7 +10,7 @@
 namespace velm::detail {
 
 /// Reads each record from its own bytes alone, with an empty object of its class for each that it
-/// refers to: the effort for all is that of reading the file, whatever it claims.
+/// refers to: the effort for all is that of reading the file, regardless of its claims.
 class RecordChecker : public ERObjectDataBase {
 public:
     explicit RecordChecker(const StoreImage& image);

@@ -1,4 +1,4 @@
-// velm::detail::UnfinishedNode: what stands at the end of an object file while a node is being
+// velm::detail::UnfinishedNode: what is at the end of an object file while a node is being
 // written in place.
 #pragma once
 
@@ -9,8 +9,8 @@
 namespace velm::detail {
 
 /// A process that is killed in a write leaves it complete up to the end of some page, and the node
-/// with new bytes in front of that place and old ones behind it. From the two images such a mixture
-/// is known for what it is, and the new one put in its place. The layout stands on file and must
+/// with new bytes before that place and old ones after it. From the two images such a mixture
+/// is known for what it is, and the new one put in its place. The layout is stored and must
 /// never change:
 ///
 ///     0         the new image, n bytes
