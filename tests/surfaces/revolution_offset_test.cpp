@@ -12,6 +12,7 @@
 #include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/offset_surface.h"
 #include "velm/surfaces/revolution_surface.h"
+#include "velm/surfaces/revolve.h"
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/torus.h"
 #include "velm/transforms/transformation_factories.h"
@@ -153,6 +154,43 @@ TEST(SurOfRevolution, NurbsFormOfACurveInAHalfPlane) {
             EXPECT_NEAR(distance(z, p), distance(z, s(u, 0)), 1e-13);
         }
     }
+}
+
+TEST(Revolve, EveryCurveExactly) {
+    for (int round = 0; round < 40; ++round) {
+        // Weighted, in general position: it leaves every half plane of the axis.
+        ERVec<ERPole3DH> poles;
+        for (int i = 0; i < 7; ++i)
+            poles.push_back(ERPole3DH(draw.value<ERPoint3D>(5), draw.uniform(0.2, 3)));
+        ERCpoleNURBS3D curve(poles, 3);
+        const ERInfLine3D axis = random_axis();
+        const double start = draw.uniform(-4, 4);
+        const double end = start + (round % 4 == 0 ? 2 * pi : draw.uniform(0.1, 6));
+        const auto s = velm::revolve(curve, axis, start, end);
+        ASSERT_TRUE(s && s->isValid());
+        const double piece = (end - start) / std::ceil((end - start - 1e-9) / (pi / 2));
+        for (int i = 0; i < 10; ++i) {
+            const double u = draw.uniform(0, 1);
+            // The point of the turned curve at the angle that v stands for, which is v itself at
+            // ends and middles of pieces.
+            const double v = i < 5 ? start + piece * 0.5 * draw.below(2) : draw.uniform(start, end);
+            const ERPoint3D p = (*s)(u, v), c = curve(u);
+            const ERVector3D d = axis.dirVector();
+            const ERPoint3D foot = axis.projectPt(c);
+            const ERVector3D from(foot, c), to(foot, p);
+            EXPECT_NEAR(to * d, 0.0, 1e-13);
+            EXPECT_NEAR(to.norme(), from.norme(), 1e-13);
+            const double angle = std::atan2((from ^ to) * d, from * to);
+            const double off = std::remainder(angle - v, 2 * pi);
+            EXPECT_NEAR(off, 0.0, i < 5 ? 1e-12 : 0.02) << "angle at " << v;
+        }
+    }
+    const ERCpoleNURBS3D curve({ERPole3DH({1, 0, 0}, 1), ERPole3DH({2, 0, 3}, 1)}, 1);
+    const double nan = std::nan("");
+    for (const auto& [start, end] :
+         {std::pair(1.0, 1.0), std::pair(0.0, 6.3), std::pair(nan, 1.0), std::pair(2.0, 1.0)})
+        EXPECT_FALSE(velm::revolve(curve, random_axis(), start, end));
+    EXPECT_FALSE(velm::revolve(ERCpoleNURBS3D(), random_axis(), 0, 1));
 }
 
 std::vector<Surface> bases() {
