@@ -108,7 +108,7 @@ typename D::Pole NurbsCurve<D>::CalOnNurbs_H(double t) const {
         DegreeWork<decltype(p), 18, 3 * (stack_degree + 1)> work(3 * (std::size_t(p) + 1));
         double* const basis = work.data();
         basis_values(k.knots + span, p, t, basis, basis + p + 1);
-        weighted_sum<Pole::components>(row_of(poles)[span - p], p, basis, &result.x_);
+        weighted_sum<Pole::components>(row_of(poles)[span - p], p, basis).store(&result.x_);
     });
     return result;
 }
@@ -134,26 +134,24 @@ typename D::InfoPoint NurbsCurve<D>::PtCur(double t) {
         const auto nowhere = constant<typename D::Vector>(not_a_number);
         return {t, 1, constant<Point>(not_a_number), nowhere, nowhere};
     }
-    double value[std::size_t(3) * width];
     const KnotView k = view_of(knots);
     const int span = find_span(k, t);
     const double* const own = row_of(std::as_const(poles))[span - k.degree];
-    with_degree(k.degree, [&](auto p) {
-        DegreeWork<decltype(p), spline_derivative_work(5, width), spline_derivative_work(14, width)>
-            work(spline_derivative_work(p, width));
-        spline_derivatives<width>(k.knots + span, own, p, t, value, work.data());
+    const auto at = with_degree(k.degree, [&](auto p) {
+        DegreeWork<decltype(p), spline_derivative_work(5), spline_derivative_work(stack_degree)>
+            work(spline_derivative_work(p));
+        return spline_derivatives<width>(k.knots + span, own, p, t, work.data());
     });
     // With A the weighted point and w the weight, C = A / w, C' = (A' - w' C) / w and
     // C'' = (A'' - 2 w' C' - w'' C) / w.
-    const double *const first = value + width, *const second = first + width;
-    const double inverse = 1.0 / value[weight];
-    const auto point = Point::each([&](int c) { return value[c] / value[weight]; });
-    const auto slope =
-        D::Vector::each([&](int c) { return (first[c] - first[weight] * point[c]) * inverse; });
-    const auto bend = D::Vector::each([&](int c) {
-        return (second[c] - 2.0 * first[weight] * slope[c] - second[weight] * point[c]) * inverse;
-    });
-    return {t, 1, point, slope, bend};
+    const double w = at.point[weight], inverse = 1.0 / w;
+    const auto point = at.point / w;
+    const auto first = (at.first - point * at.first[weight]) * inverse;
+    const auto second =
+        (at.second - first * (2.0 * at.first[weight]) - point * at.second[weight]) * inverse;
+    return {t, 1, Point::each([&](int c) { return point[c]; }),
+            D::Vector::each([&](int c) { return first[c]; }),
+            D::Vector::each([&](int c) { return second[c]; })};
 }
 
 template <class D>

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "velm/curves/detail/knot_search.h"
+#include "velm/curves/detail/pole_lanes.h"
 
 #include <algorithm>
 #include <array>
@@ -48,7 +49,7 @@ using DegreeWork =
 /// Calls f with the degree: as a std::integral_constant from 1 to 5, so that loops are laid out for
 /// it, else as the int it is.
 template <class F>
-[[gnu::always_inline]] inline void with_degree(int p, F f) {
+[[gnu::always_inline]] inline auto with_degree(int p, F f) {
     switch (p) {
     case 1:
         return f(std::integral_constant<int, 1>{});
@@ -65,23 +66,41 @@ template <class F>
     }
 }
 
-/// The p + 1 values at u into `out`; `work` has room for 2 p + 2 (The NURBS Book, A2.2).
-template <class Degree>
-[[gnu::always_inline]] inline void basis_values(const double* at, Degree p, double u, double* out,
-                                                double* work) {
-    double *left = work, *right = work + p + 1;
-    out[0] = 1.0;
+/// The p + 1 values at u into `value` (The NURBS Book, A2.2), divided two at a time; keep(j) is
+/// called when the first j hold the functions of degree j - 1, j from 1 to p. `work` has room for 2
+/// p + 2: u - at[1 - j] at j, at[j] - u at p + 1 + j.
+template <class Degree, class Keep>
+[[gnu::always_inline]] inline void basis_triangle(const double* at, Degree p, double u,
+                                                  double* value, double* work, Keep keep) {
+    double *const left = work, *const right = work + p + 1;
+    value[0] = 1.0;
     for (int j = 1; j <= p; ++j) {
+        keep(j);
         left[j] = u - at[1 - j];
         right[j] = at[j] - u;
         double saved = 0.0;
-        for (int r = 0; r < j; ++r) {
-            const double temp = out[r] / (right[r + 1] + left[j - r]);
-            out[r] = saved + right[r + 1] * temp;
-            saved = left[j - r] * temp;
+        const auto divisor = [&](int r) { return right[r + 1] + left[j - r]; };
+        const auto spread = [&](int r, double part) {
+            value[r] = saved + right[r + 1] * part;
+            saved = left[j - r] * part;
+        };
+        int r = 0;
+        for (; r + 1 < j; r += 2) {
+            const DoublePair parts =
+                DoublePair{value[r], value[r + 1]} / DoublePair{divisor(r), divisor(r + 1)};
+            spread(r, parts[0]);
+            spread(r + 1, parts[1]);
         }
-        out[j] = saved;
+        if (r < j) spread(r, value[r] / divisor(r));
+        value[j] = saved;
     }
+}
+
+/// The values alone.
+template <class Degree>
+[[gnu::always_inline]] inline void basis_values(const double* at, Degree p, double u, double* out,
+                                                double* work) {
+    basis_triangle(at, p, u, out, work, [](int) {});
 }
 
 /// Doubles of work that basis_derivatives needs.
@@ -106,19 +125,9 @@ template <class Degree, class Order>
         return right[column + 1] + left[row - column];
     };
     double* const value = lower;
-    value[0] = 1.0;
-    for (int j = 1; j <= p; ++j) {
-        left[j] = u - at[1 - j];
-        right[j] = at[j] - u;
+    basis_triangle(at, p, u, value, left, [&](int j) {
         if (p - j < highest) std::copy_n(value, j, lower + (p - j + 1) * size);
-        double saved = 0.0;
-        for (int r = 0; r < j; ++r) {
-            const double temp = value[r] / difference(j, r);
-            value[r] = saved + right[r + 1] * temp;
-            saved = left[j - r] * temp;
-        }
-        value[j] = saved;
-    }
+    });
     std::copy_n(value, size, out);
     std::fill(out + size, out + (order + 1) * size, 0.0);
     for (int r = 0; r <= p; ++r) {
@@ -153,67 +162,73 @@ template <class Degree, class Order>
     }
 }
 
-/// The doubles of the poles `first`, ..., p + 1 of Width each, weighted by the basis values.
+/// The poles from `first` on, p + 1 of Width doubles each, weighted by the basis values.
 template <int Width, class Degree>
-[[gnu::always_inline]] inline void weighted_sum(const double* first, Degree p, const double* basis,
-                                                double* out) {
-    std::array<double, std::size_t(Width)> sum{};
+[[gnu::always_inline]] inline PoleLanes<Width> weighted_sum(const double* first, Degree p,
+                                                            const double* basis) {
+    PoleLanes<Width> sum;
     for (int i = 0; i <= p; ++i)
-        for (int c = 0; c < Width; ++c)
-            sum[std::size_t(c)] += basis[i] * first[i * Width + c];
-    std::copy(sum.begin(), sum.end(), out);
+        sum = sum + PoleLanes<Width>::load(first + i * Width) * basis[i];
+    return sum;
+}
+
+/// q over the q knot differences that belong to poles of degree q.
+template <class Degree>
+[[gnu::always_inline]] inline void difference_factors(const double* at, Degree q, double* out) {
+    const auto difference = [&](int r) { return at[r + 1] - at[r + 1 - q]; };
+    int r = 0;
+    for (; r + 1 < q; r += 2) {
+        const DoublePair factors = double(q) / DoublePair{difference(r), difference(r + 1)};
+        out[r] = factors[0];
+        out[r + 1] = factors[1];
+    }
+    if (r < q) out[r] = q / difference(r);
 }
 
 /// Doubles of work that spline_derivatives needs.
-constexpr std::size_t spline_derivative_work(int p, int width) {
-    const auto size = static_cast<std::size_t>(p) + 1;
-    return size * (5 + static_cast<std::size_t>(width));
+constexpr std::size_t spline_derivative_work(int p) {
+    return 7 * (static_cast<std::size_t>(p) + 1);
 }
 
-/// The sum of the poles weighted by the basis functions at u, and its first two derivatives: three
-/// groups of Width. A derivative is the sum of differences of neighbouring poles over their knots,
-/// weighted by the basis functions of a lower degree: what the derivatives of the basis functions
-/// give, with fewer divisions. `first` is the p + 1 poles of the span.
+/// A point of a spline with its first two derivatives, homogeneous.
+template <int Width>
+struct SplineDerivatives {
+    PoleLanes<Width> point, first, second;
+};
+
+/// At u. A derivative is the sum of differences of neighbouring poles over their knots, weighted by
+/// the basis functions of a lower degree: what the derivatives of the basis functions give, with
+/// fewer divisions. `poles` is the p + 1 poles of the span.
 template <int Width, class Degree>
-[[gnu::always_inline]] inline void spline_derivatives(const double* at, const double* first,
-                                                      Degree p, double u, double* out,
-                                                      double* work) {
+[[gnu::always_inline]] inline SplineDerivatives<Width>
+spline_derivatives(const double* at, const double* poles, Degree p, double u, double* work) {
+    using Row = PoleLanes<Width>;
     const int size = p + 1;
-    double *const left = work, *const right = left + size, *const value = right + size;
-    double *const once_less = value + size, *const twice_less = once_less + size;
-    double* const poles = twice_less + size;
-    value[0] = 1.0;
-    for (int j = 1; j <= p; ++j) {
+    double *const value = work, *const once_less = value + size;
+    double *const twice_less = once_less + size, *const factor = twice_less + size;
+    double* const next_factor = factor + size;
+    basis_triangle(at, p, u, value, next_factor + size, [&](int j) {
         if (j == p - 1) std::copy_n(value, j, twice_less);
         if (j == p) std::copy_n(value, j, once_less);
-        left[j] = u - at[1 - j];
-        right[j] = at[j] - u;
-        double saved = 0.0;
-        for (int r = 0; r < j; ++r) {
-            const double temp = value[r] / (right[r + 1] + left[j - r]);
-            value[r] = saved + right[r + 1] * temp;
-            saved = left[j - r] * temp;
-        }
-        value[j] = saved;
+    });
+    difference_factors(at, p, factor);
+    difference_factors(at, p - 1, next_factor);
+
+    SplineDerivatives<Width> result;
+    Row pole = Row::load(poles), before;
+    result.point = result.point + pole * value[0];
+    for (int r = 0; r < p; ++r) {
+        const Row next = Row::load(poles + (r + 1) * Width);
+        const Row difference = (next - pole) * factor[r];
+        result.point = result.point + next * value[r + 1];
+        result.first = result.first + difference * once_less[r];
+        if (r > 0)
+            result.second =
+                result.second + (difference - before) * next_factor[r - 1] * twice_less[r - 1];
+        pole = next;
+        before = difference;
     }
-    weighted_sum<Width>(first, p, value, out);
-    std::fill_n(out + Width, 2 * Width, 0.0);
-    const double* from = first;
-    for (int k = 1; k <= 2 && k <= p; ++k) {
-        const int lower = p - k;
-        double sum[std::size_t(Width)] = {};
-        const double* const basis = k == 1 ? once_less : twice_less;
-        for (int r = 0; r <= lower; ++r) {
-            const double factor = (lower + 1) / (at[r + 1] - at[r - lower]);
-            for (int c = 0; c < Width; ++c) {
-                const double d = (from[(r + 1) * Width + c] - from[r * Width + c]) * factor;
-                poles[r * Width + c] = d;
-                sum[c] += basis[r] * d;
-            }
-        }
-        std::copy_n(sum, Width, out + k * Width);
-        from = poles;
-    }
+    return result;
 }
 
 /// Degrees whose work arrays are on the stack.

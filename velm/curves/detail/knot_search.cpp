@@ -1,12 +1,6 @@
 #include "velm/curves/detail/knot_search.h"
 
-#include "velm/curves/knot_vector.h"
-
 namespace velm::detail {
-
-KnotView view_of(const ERKnotVector& knots) {
-    return {knots.data(), knots.length(), knots.degree()};
-}
 
 InsertionPlace insertion_place(const KnotView& knots, double t) {
     InsertionPlace place{};

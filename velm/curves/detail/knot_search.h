@@ -4,8 +4,8 @@
 // checked beyond what each function says; out of order, results are wrong but stay in range.
 #pragma once
 
+#include "velm/curves/knot_vector.h"
 #include "velm/export.h"
-#include "velm/fwd.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -28,7 +28,9 @@ struct KnotView {
     bool covers(double t) const { return t >= low() && t <= high(); }
 };
 
-VELM_API KnotView view_of(const ERKnotVector& knots);
+inline KnotView view_of(const ERKnotVector& knots) {
+    return {knots.data(), knots.length(), knots.degree()};
+}
 
 /// The index s with knot s <= u < knot s + 1, p <= s < count - p - 1; ERKnotVector::FindSpan says
 /// which at the ends. REQUIRES has_span().
@@ -46,15 +48,21 @@ inline int find_span(const KnotView& knots, double u) {
             --i;
         return i;
     }
-    // Bisection without a branch on u: at random parameters every second one would be guessed
-    // wrong.
+    // Bisection without a branch on u (at random parameters every second one would be guessed
+    // wrong) down to a few knots, which are counted: none of these comparisons waits for another.
+    constexpr int counted = 8;
     const double* base = knots.knots + p;
-    for (int length = end - p; length > 1;) {
+    int length = end - p;
+    while (length > counted) {
         const int half = length / 2;
         const std::ptrdiff_t step = base[half] <= u ? half : 0;
         base += step;
         length -= half;
     }
+    std::ptrdiff_t below = 0;
+    for (int i = 1; i < length; ++i)
+        below += base[i] <= u ? 1 : 0;
+    base += below;
     return static_cast<int>(base - knots.knots);
 }
 

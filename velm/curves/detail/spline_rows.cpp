@@ -1,6 +1,7 @@
 #include "velm/curves/detail/spline_rows.h"
 
 #include "velm/curves/detail/basis_functions.h"
+#include "velm/curves/detail/pole_lanes.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -22,12 +23,19 @@ template <class F>
     }
 }
 
-/// to = beta * a + alpha * b.
+/// The point at t of a segment from a at `low` to b at `high`.
 template <class Width>
-[[gnu::always_inline]] inline void blend(const double* a, double beta, const double* b,
-                                         double alpha, Width width, double* to) {
-    for (int c = 0; c < width; ++c)
-        to[c] = beta * a[c] + alpha * b[c];
+[[gnu::always_inline]] inline void blend(const double* a, const double* b, double low, double high,
+                                         double t, Width width, double* to) {
+    const double d = high - low;
+    const DoublePair factor = DoublePair{high - t, t - low} / d;
+    if constexpr (std::is_same_v<Width, int>) {
+        for (int c = 0; c < width; ++c)
+            to[c] = factor[0] * a[c] + factor[1] * b[c];
+    } else {
+        using Pole = PoleLanes<Width::value>;
+        (Pole::load(a) * factor[0] + Pole::load(b) * factor[1]).store(to);
+    }
 }
 
 /// Room for packed poles.
@@ -54,9 +62,8 @@ void insert_in_window(const KnotView& knots, const InsertionPlace& place, double
             std::copy_n(window[repeated], window.width, window[repeated + r - L + 1]);
             for (int m = repeated; m >= fixed + L; --m) {
                 const int i = k - p + m;
-                const double d = knots[i + p - L + 1] - knots[i];
-                const double alpha = (t - knots[i]) / d, beta = (knots[i + p - L + 1] - t) / d;
-                blend(window[m - 1], beta, window[m], alpha, width, window[m]);
+                blend(window[m - 1], window[m], knots[i], knots[i + p - L + 1], t, width,
+                      window[m]);
             }
         }
     });
@@ -204,11 +211,9 @@ private:
         for (int level = 1; level <= extra; ++level) {
             const double argument = raised_[level - 1 < left_out ? level - 1 : level];
             for (int i = extra; i >= level; --i) {
-                const double low = knots_[first + i];
-                const double high = knots_[first + i + knots_.degree + 1 - level];
-                const double d = high - low;
                 double* const to = work + i * width_;
-                blend(to - width_, (high - argument) / d, to, (argument - low) / d, width_, to);
+                blend(to - width_, to, knots_[first + i],
+                      knots_[first + i + knots_.degree + 1 - level], argument, width_, to);
             }
         }
         return work + extra * width_;
@@ -260,17 +265,15 @@ template <class Degree, class Width>
     if (top >= 0) std::copy_n(row[top], int(width), work + top * width);
     for (int L = 1; L <= top; ++L) {
         for (int m = top; m >= L; --m) {
-            const double low = knots[m - p], high = knots[m - L + 1], d = high - low;
             double* const to = work + m * width;
-            blend(to - width, (high - a) / d, to, (a - low) / d, width, to);
+            blend(to - width, to, knots[m - p], knots[m - L + 1], a, width, to);
         }
         std::copy_n(work + top * width, int(width), out[top - L]);
     }
     // The upper end; all knots below the span are copies of a now.
     for (int L = 1; L <= p - high_copies; ++L) {
         for (int m = p; m >= high_copies + L; --m) {
-            const double high = knots[m - L + 1], d = high - a;
-            blend(out[m - 1], (high - b) / d, out[m], (b - a) / d, width, out[m]);
+            blend(out[m - 1], out[m], a, knots[m - L + 1], b, width, out[m]);
         }
     }
 }
@@ -289,8 +292,7 @@ void continue_start(double* knots, double a, PoleRow row) {
     const int p = row.count - 1;
     for (int level = 1; level <= p; ++level) {
         for (int i = 0; i <= p - level; ++i) {
-            const double low = knots[i + level], high = knots[i + p + 1], d = high - low;
-            blend(row[i], (high - a) / d, row[i + 1], (a - low) / d, row.width, row[i]);
+            blend(row[i], row[i + 1], knots[i + level], knots[i + p + 1], a, row.width, row[i]);
         }
     }
     std::fill_n(knots, p + 1, a);
@@ -301,8 +303,7 @@ void continue_end(double* knots, double b, PoleRow row) {
     // Row i is pole n - 1 - p + i; its first knot is knot n - 1 - p + i, which is knots[i - p - 1].
     for (int level = 1; level <= p; ++level) {
         for (int i = p; i >= level; --i) {
-            const double low = knots[i - p - 1], high = knots[i - level], d = high - low;
-            blend(row[i - 1], (high - b) / d, row[i], (b - low) / d, row.width, row[i]);
+            blend(row[i - 1], row[i], knots[i - p - 1], knots[i - level], b, row.width, row[i]);
         }
     }
     std::fill_n(knots, p + 1, b);
