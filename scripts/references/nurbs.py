@@ -10,8 +10,10 @@ usage: nurbs.py > tests/curves/data/nurbs.txt
     row X Y Z SIZE      the point, the first and the second derivative by t, rounded once
 
 SIZE is what roundings of the terms may move the row by, as a multiple of one rounding: the sums of
-the terms' sizes in the homogeneous rows, through the quotient rule. Knots are uneven with every
-multiplicity up to the degree, weights run from 1e-3 to 1e3; every third vector is unclamped.
+the terms' sizes in the homogeneous rows, through the quotient rule. The derivative of a basis
+function is a difference of two lower ones and may vanish while they don't: its size is their sum.
+Knots are uneven with every multiplicity up to the degree, weights run from 1e-3 to 1e3; every third
+vector is unclamped.
 """
 import random
 from fractions import Fraction
@@ -49,19 +51,20 @@ def basis(knots, span, p, t):
     return values
 
 
-def derivative(knots, span, p, k, t):
+def derivative(knots, span, p, k, t, sign=-1):
+    """Of order k; with a sign of +1 the sizes of its terms."""
     if k == 0:
         return basis(knots, span, p, t)
     if k > p:
         return {i: Fraction(0) for i in range(span - p, span + 1)}
-    lower = derivative(knots, span, p - 1, k - 1, t)
+    lower = derivative(knots, span, p - 1, k - 1, t, sign)
     result = {}
     for i in range(span - p, span + 1):
         total = Fraction(0)
         if lower.get(i):
             total += lower[i] / (knots[i + p] - knots[i])
         if lower.get(i + 1):
-            total -= lower[i + 1] / (knots[i + p + 1] - knots[i + 1])
+            total += sign * lower[i + 1] / (knots[i + p + 1] - knots[i + 1])
         result[i] = p * total
     return result
 
@@ -76,8 +79,9 @@ def rows(knots, poles, p, t):
     for k in range(3):
         n = derivative(knots, span, p, k, t)
         a.append([sum(n[i] * poles[i][c] for i in n) for c in range(4)])
-        sizes.append(max(sum(abs(n[i] * poles[i][c]) for i in n) for c in range(3)))
-        weights.append(sum(abs(n[i] * poles[i][3]) for i in n))
+        terms = derivative(knots, span, p, k, t, 1)
+        sizes.append(max(sum(abs(terms[i] * poles[i][c]) for i in n) for c in range(3)))
+        weights.append(sum(abs(terms[i] * poles[i][3]) for i in n))
     w = a[0][3]
     point = [x / w for x in a[0][:3]]
     first = [(a[1][c] - a[1][3] * point[c]) / w for c in range(3)]

@@ -1,10 +1,14 @@
 #include "velm/curves/nurbs_curve.h"
 
+#include "support/allocation_count.h"
 #include "support/records.h"
 #include "support/test.h"
 #include "velm/curves/degree_reduction.h"
 #include "velm/curves/knot.h"
 #include "velm/frame/point_functions.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -77,8 +81,7 @@ void expect_same(const Curve& a, const Curve& b, double low = 0, double high = 1
 }
 
 TEST(NurbsReference, PointsAndDerivativesAgreeWithExactArithmetic) {
-    // In roundings of the sizes that the data states for each row.
-    const double limits[] = {8, 24, 24};
+    constexpr double limit = 8; // in roundings of the sizes that the data states for each row
     std::ifstream file(VELM_TEST_FOLDER "/curves/data/nurbs.txt");
     std::string word;
     ERVec<double> knots;
@@ -111,16 +114,56 @@ TEST(NurbsReference, PointsAndDerivativesAgreeWithExactArithmetic) {
             const ERVector3D &first = found.tangente(), &second = found.second_derivative();
             for (int c = 0; c < 3; ++c) {
                 const double value = row == 0 ? found.point()[c] : row == 1 ? first[c] : second[c];
-                EXPECT_LE(std::fabs(value - exact[c]), limits[row] * unit)
+                EXPECT_LE(std::fabs(value - exact[c]), limit * unit)
                     << "degree " << p << " at " << t << " row " << row;
             }
             const ERPoint3D at = row == 0 ? curve(t) : exact;
-            EXPECT_LE(distance(at, exact), 2 * limits[0] * unit);
+            EXPECT_LE(distance(at, exact), 2 * limit * unit);
             ++row;
             ++rows;
         }
     }
     EXPECT_EQ(rows, 240);
+}
+
+/// Makes the pages of a body with its counts read-only.
+void forbid_writing(const void* data, std::size_t bytes) {
+    constexpr std::uintptr_t header = 64;
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const auto address = reinterpret_cast<std::uintptr_t>(data);
+    const std::uintptr_t from = (address - header) / page * page;
+    if (mprotect(reinterpret_cast<void*>(from), address + bytes - from, PROT_READ) != 0)
+        std::_Exit(3);
+}
+
+/// In a process of its own, which a write to a count would end.
+TYPED_TEST(Nurbs, EvaluationAllocatesNothingAndTouchesNoCounts) {
+    for (const int p : {1, 3, 9, 40}) {
+        auto curve = this->curve(p, p + 8);
+        const auto other = curve; // both bodies are shared
+        const auto evaluate = [&] {
+            double sum = 0.0;
+            for (int i = 0; i <= 20; ++i)
+                sum += curve(0.05 * i).x() + curve.CalOnNurbs(0.05 * i).x() +
+                       curve.PtCur(0.05 * i).tangente().i();
+            return sum;
+        };
+        const long before = velm_test::allocations();
+        EXPECT_TRUE(std::isfinite(evaluate()));
+        EXPECT_EQ(velm_test::allocations(), before) << "degree " << p;
+        const auto evaluate_read_only = [&] {
+            forbid_writing(curve.getPoles().view().data(), curve.getPoles().view().size_bytes());
+            forbid_writing(curve.getKnots().data(), curve.getKnots().getVec().view().size_bytes());
+            std::_Exit(std::isfinite(evaluate()) ? 0 : 1);
+        };
+        EXPECT_EXIT(evaluate_read_only(), testing::ExitedWithCode(0), "") << "degree " << p;
+        const auto count_another = [&] {
+            forbid_writing(curve.getPoles().view().data(), sizeof(double));
+            const auto third = curve.getPoles();
+            std::_Exit(third.size() > 0 ? 0 : 1);
+        };
+        EXPECT_DEATH(count_another(), "") << "a count is seen";
+    }
 }
 
 TYPED_TEST(Nurbs, EditsKeepTheCurve) {

@@ -1,3 +1,4 @@
+#include "support/allocation_count.h"
 #include "support/records.h"
 #include "velm/transforms/transformation_factories.h"
 #include "velm/transforms/transformed_values.h"
@@ -5,7 +6,6 @@
 #include "velm/wireframe/ellipse_in_space.h"
 #include "velm/wireframe/line.h"
 #include "velm/wireframe/segment.h"
-#include "wireframe/allocation_count.h"
 #include "wireframe/curve_checks.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "wireframe/allocation_count.h"
+#include "support/allocation_count.h"
 
 #include <atomic>
 #include <cstdlib>
