@@ -20,7 +20,12 @@
 //   points        within (2 n + 6) u times the sum of |pole - origin| weighted as the point is, and
 //                 one rounding of the coordinates; a joint and an end are the poles themselves
 //   arcs          the points lie within 4 units in the last place of the radius from the true one
-//   derivatives   by de Casteljau's scheme and the quotient rule
+//   derivatives   within (2 n + 6) u times the sums of the sizes of their terms by de Casteljau's
+//                 scheme and the quotient rule (of 200,000 compared with 113 bits the largest take
+//                 1.8 for n = 4, 9.6 for n = 20). On a piece over a short interval these sums are
+//                 large: where the speed is far below size / interval, digits are lost that
+//                 ERCpoleNURBS2D::PtCur keeps
+//   parameters    a t is taken to some roundings of itself
 //   nearest       no point of the curve is nearer than `lower`; certified means that it lies within
 //                 2^-43 size + 2^-49 distance of `distance`
 //   feet, crossings   a query and the poles are taken as known to some roundings: what is listed is
@@ -84,8 +89,9 @@ struct NearestPoint : CurvePlace {
     /// No point of the curve is nearer than this; 0 <= lower <= distance.
     double lower = 0.0;
     /// Whether `lower` has come as near to `distance` as promised. If not, the budget ended, the
-    /// point isn't finite, or the poles' own rounding is more than that, as with small weights of
-    /// far poles: 2 of 10^6 random points of curves whose weights spread over two decades.
+    /// point isn't finite, or the poles' own rounding is more than that, as where all heavy poles
+    /// are far from the curve: none of 6 10^6 random points of curves whose weights spread over two
+    /// decades.
     bool certified = false;
 };
 

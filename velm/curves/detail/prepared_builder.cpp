@@ -168,14 +168,18 @@ private:
         return result;
     }
 
-    /// Moves the origin of a piece given about 0 to the middle of its poles, each coordinate with
-    /// one rounding of what is left of it.
+    /// Moves the origin of a piece given about 0 to the middle of its heavier poles, each
+    /// coordinate with one rounding of what is left of it. A light pole may be far from the curve;
+    /// the parts that the piece is cut into have their poles near it.
     void shift_origin(Part<N>& part) {
         if (angular_ || squared_norm(origin_) != 0.0) return;
+        double greatest = 0.0;
+        for (int i = 0; i <= part.degree(); ++i)
+            greatest = std::max(greatest, part.weight(i));
         for (int axis = 0; axis < N; ++axis) {
             double low = std::numeric_limits<double>::max(), high = -low;
             for (int i = 0; i <= part.degree(); ++i) {
-                if (!(part.weight(i) > 0.0)) continue;
+                if (!(part.weight(i) * largest_weight_ratio >= greatest)) continue;
                 low = std::min(low, part.pole(i)[axis] / part.weight(i));
                 high = std::max(high, part.pole(i)[axis] / part.weight(i));
             }
