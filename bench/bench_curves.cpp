@@ -16,12 +16,9 @@
 #include <sisl.h>
 #endif
 #if defined(VELM_BENCH_HAS_OCCT)
-#include <BSplCLib.hxx>
+#include "occt_curve.h"
+
 #include <GeomConvert_BSplineCurveToBezierCurve.hxx>
-#include <Geom_BSplineCurve.hxx>
-#include <TColStd_Array1OfInteger.hxx>
-#include <TColStd_Array1OfReal.hxx>
-#include <TColgp_Array1OfPnt.hxx>
 #endif
 
 namespace {
@@ -168,22 +165,7 @@ BENCHMARK(bezier_pieces_sisl);
 #endif
 
 #if defined(VELM_BENCH_HAS_OCCT)
-Handle(Geom_BSplineCurve) occt_curve() {
-    const Problem& p = problem();
-    TColgp_Array1OfPnt poles(1, pole_count);
-    TColStd_Array1OfReal weights(1, pole_count), knots(1, pole_count - degree + 1);
-    TColStd_Array1OfInteger multiplicities(1, knots.Length());
-    for (int i = 0; i < pole_count; ++i) {
-        const ERPoint3D at = p.poles.view()[std::size_t(i)].castToPoint();
-        poles.SetValue(i + 1, gp_Pnt(at.x(), at.y(), at.z()));
-        weights.SetValue(i + 1, p.poles.view()[std::size_t(i)].weigth());
-    }
-    for (int i = 1; i <= knots.Length(); ++i) {
-        knots.SetValue(i, p.knots(degree + i - 1));
-        multiplicities.SetValue(i, i == 1 || i == knots.Length() ? degree + 1 : 1);
-    }
-    return new Geom_BSplineCurve(poles, weights, knots, multiplicities, degree);
-}
+Handle(Geom_BSplineCurve) occt_curve() { return velm_bench::occt_curve(problem().curve()); }
 void point_with_derivatives_occt(benchmark::State& state) {
     const Handle(Geom_BSplineCurve) curve = occt_curve();
     evaluate(state, [&](double u) {
@@ -211,9 +193,18 @@ void degree_raised_occt(benchmark::State& state) {
         benchmark::DoNotOptimize(count);
     }
 }
+void bezier_pieces_occt(benchmark::State& state) {
+    const Handle(Geom_BSplineCurve) curve = occt_curve();
+    for (auto _ : state) {
+        GeomConvert_BSplineCurveToBezierCurve pieces(curve);
+        const int count = pieces.NbArcs();
+        benchmark::DoNotOptimize(count);
+    }
+}
 BENCHMARK(point_with_derivatives_occt);
 BENCHMARK(knot_inserted_occt);
 BENCHMARK(degree_raised_occt);
+BENCHMARK(bezier_pieces_occt);
 #endif
 
 BENCHMARK(point);

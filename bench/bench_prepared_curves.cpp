@@ -1,6 +1,7 @@
 // Prepared curves: points one by one and in sorted batches, nearest points without and with a hint,
 // all feet, on a rational cubic of 30 poles, with an offset of 0.01 to 4 for spans of about 0.6;
-// the same curve and points for SISL where it is found (its closest point is not certified).
+// the same curve and points for SISL and Open CASCADE where they are found (their closest points
+// are not certified).
 #include "velm/curves/arc_length.h"
 #include "velm/curves/curve_bounds.h"
 #include "velm/curves/nurbs_curve.h"
@@ -16,6 +17,12 @@
 
 #ifdef VELM_BENCH_HAS_SISL
 #include <sisl.h>
+#endif
+#ifdef VELM_BENCH_HAS_OCCT
+#include "occt_curve.h"
+
+#include <Extrema_ExtPC.hxx>
+#include <GeomAdaptor_Curve.hxx>
 #endif
 
 namespace {
@@ -191,6 +198,38 @@ BENCHMARK_CAPTURE(sisl_points, sorted_with_derivatives, true, true);
 BENCHMARK_CAPTURE(sisl_points, random_with_derivatives, false, true);
 BENCHMARK_CAPTURE(sisl_nearest, closest_point_s1957, false)->Arg(1)->Arg(30)->Arg(400);
 BENCHMARK_CAPTURE(sisl_nearest, global_s1953, true)->Arg(1)->Arg(30)->Arg(400);
+#endif
+
+#ifdef VELM_BENCH_HAS_OCCT
+Handle(Geom_BSplineCurve) occt_curve() { return velm_bench::occt_curve(wave<3>()); }
+void occt_points(benchmark::State& state, bool sorted, bool derivatives) {
+    const GeomAdaptor_Curve curve(occt_curve());
+    const std::vector<double> t = parameters(sorted);
+    run(state, queries, [&](std::size_t i) {
+        gp_Pnt at;
+        gp_Vec first, second;
+        if (derivatives)
+            curve.D2(t[i], at, first, second);
+        else
+            curve.D0(t[i], at);
+        return at.X();
+    });
+}
+void occt_nearest(benchmark::State& state) {
+    const GeomAdaptor_Curve curve(occt_curve());
+    const auto points = near_points<3>(reach_of(state));
+    run(state, 512, [&](std::size_t i) {
+        const gp_Pnt p(points[i].x(), points[i].y(), points[i].z());
+        const Extrema_ExtPC feet(p, curve);
+        double least = 1e300;
+        for (int k = 1; k <= feet.NbExt(); ++k)
+            least = std::min(least, feet.SquareDistance(k));
+        return std::sqrt(least);
+    });
+}
+BENCHMARK_CAPTURE(occt_points, sorted, true, false);
+BENCHMARK_CAPTURE(occt_points, random_with_derivatives, false, true);
+BENCHMARK(occt_nearest)->Arg(1)->Arg(30)->Arg(400);
 #endif
 
 constexpr auto points_of_the_plane = points_in_a_batch<2>;
