@@ -120,7 +120,7 @@ struct ArcLengthTable<N>::Builder {
         return row;
     }
 
-    /// By the polynomial that approximates the speed; the error is infinite where there is none.
+    /// By the polynomial that approximates the speed; the error is infinite if there is none.
     PartLength<size> by_speed(const Piece<N>& piece, double from, double to) const {
         PartLength<size> result{0.0, HUGE_VAL, {}};
         std::array<double, size> values;

@@ -13,7 +13,7 @@
 // w^4 times the least speed, whose bound is that of the coefficients of |H|^2. The integral of r is
 // the mean of its coefficients. A part where that is too coarse is halved. Where the speed vanishes
 // the chord and the polygon of the poles, between which the length lies, take over. No part's
-// bounds are widened by samples: they hold everywhere, but for roundings of about 1e-14 of the
+// bounds are widened by samples: they hold everywhere, except for roundings of about 1e-14 of the
 // length.
 #pragma once
 

@@ -84,10 +84,10 @@ public:
     /// Makes the trim the domain; the poles become those of that part.
     void adjust() override;
     void incrDegree(int k) override;
-    /// The poles of one degree less by interpolation from both ends, whatever that does to the
-    /// curve. Returns 1 if both ends agree in the middle within 1e-11 in each component: whether
-    /// the curve was of the lower degree. A curve of degree 0 or 1 stays as it is, and the result
-    /// is 0.
+    /// The poles of one degree less by interpolation from both ends, regardless of what that does
+    /// to the curve. Returns 1 if both ends agree in the middle within 1e-11 in each component:
+    /// whether the curve was of the lower degree. A curve of degree 0 or 1 stays as it is, and the
+    /// result is 0.
     int decrDegree() override;
 
     using Rep::split;

@@ -14,7 +14,7 @@
 
 /// An arc by the crossings of its end tangents: 1 piece up to a quarter turn, 2 up to a half, 3 up
 /// to three quarters, else 4. Kept as it has always been, for files that were written so:
-///   - an arc whose start lies above its end is wrapped through 2 pi and comes out as its
+///   - an arc whose start is above its end is wrapped through 2 pi and comes out as its
 ///     complement;
 ///   - tangents closer to parallel than a sine of 3.2e-6 don't cross: the middle pole of such a
 ///     short arc is the origin times its weight, and the curve leaves the circle.
@@ -30,7 +30,7 @@ VELM_API ERCpoleNURBS3D Convert(const ERCircle3D& circle);
 VELM_API ERCpoleNURBS2D Convert(const ERArcEllipse2D& arc);
 
 /// The conic from p0 with tangent t0 to p2 with tangent t2 through p, in 1, 2 or 4 pieces. Parallel
-/// tangents have it pass through a half turn. A curve without poles where there is no conic: the
+/// tangents have it pass through a half turn. A curve without poles if there is no conic: the
 /// weight of the middle pole comes out at -1 or below, or p does not lie inside the angle of the
 /// tangents and the chord.
 VELM_API ERCpoleNURBS2D MakeOpenConic(const ERPoint2D& p0, const ERVector2D& t0,
@@ -39,7 +39,7 @@ VELM_API ERCpoleNURBS2D MakeOpenConic(const ERPoint2D& p0, const ERVector2D& t0,
 
 namespace velm {
 
-/// The arc from its start to its end, clockwise if the end lies below the start, in equal pieces of
+/// The arc from its start to its end, clockwise if the end is below the start, in equal pieces of
 /// at most a quarter turn. The middle poles come from the angles, not from crossings: the weighted
 /// pole of a piece of 2 h about the direction m is (w center + r m, w), w = cos h, so that nothing
 /// is divided or cancels, and every sweep is exact up to rounding. About the origin the curve is

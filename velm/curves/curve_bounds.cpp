@@ -85,7 +85,7 @@ typename DimensionOf<N>::Box tight_box(const PreparedCurve<N>& curve) {
             if (outer.MinPoint()[axis] >= box.MinPoint()[axis] &&
                 outer.MaxPoint()[axis] <= box.MaxPoint()[axis])
                 continue;
-            // w (X' w - X w') of this coordinate stands in the table of the foot polynomial.
+            // w (X' w - X w') of this coordinate is in the table of the foot polynomial.
             const double* row = tables.numbers.data() + piece.foot + (axis + 1) * piece.foot_count;
             std::copy_n(row, piece.foot_count, derivative);
             SignSweep sweep(

@@ -21,8 +21,8 @@ struct CurveVertex {
 
 /// Points of the curve, both ends and all joints of its pieces among them, such that each point of
 /// the curve lies within `chord_error` of the chord over its own part of the parameter, and each
-/// point of the chord within as much of that part; but for the rounding of the points. Parts that
-/// don't meet are joined by a chord, which is longer than that.
+/// point of the chord within as much of that part, except for the rounding of the points. Parts
+/// that don't meet are joined by a chord, which is longer than that.
 ///
 /// A piece of length h in its u differs from its chord by at most h^2 / 8 times the largest second
 /// derivative, which second differences of the poles bound (Filip, Magedson and Markot, Surface
@@ -33,8 +33,8 @@ struct CurveVertex {
 template <int N>
 VELM_API std::vector<CurveVertex<N>> polyline(const PreparedCurve<N>& curve, double chord_error);
 
-/// The least box of the curve, but for rounding: its ends, joints and the places where a coordinate
-/// has an extreme.
+/// The least box of the curve, except for rounding: its ends, joints and the places where a
+/// coordinate has an extreme.
 template <int N>
 VELM_API typename DimensionOf<N>::Box tight_box(const PreparedCurve<N>& curve);
 

@@ -22,7 +22,7 @@ void nearest_lower(ConstPoleRow p, PoleRow q) {
     const auto right = [n](int i) { return static_cast<double>(n - i) / n; };
     std::copy_n(p[0], p.width, q[0]);
     std::copy_n(p[n], p.width, q[n - 1]);
-    // Forward elimination: q[j] + above[j] q[j + 1] = what stands in q[j].
+    // Forward elimination: q[j] + above[j] q[j + 1] = the value in q[j].
     std::vector<double> above(static_cast<std::size_t>(n), 0.0);
     for (int j = 1; j < n - 1; ++j) {
         const double lower = j > 1 ? left(j) * right(j) : 0.0;

@@ -38,10 +38,11 @@ VELM_API ReducedCurve<Curve> reduce_degree(const Curve& curve, double tolerance)
 /// clamped before, and limits at its end become that of the domain.
 ///
 /// Each degree is tried on the given curve itself. Every knot loses as many copies as the degree
-/// steps, so that the curve stays as smooth there as it is, but for the last copy, where it keeps
-/// the smoothness that the lower degree has. The poles are those that, raised again, are nearest to
-/// the given ones, with as many copies of the knots, in the sum of squares, the ends held; a system
-/// of as many bands as the degree. The deviation is bounded by those poles, as for Bezier curves.
+/// steps, so that the curve stays as smooth there as it is, except for the last copy, where it
+/// keeps the smoothness that the lower degree has. The poles are those that, raised again, are
+/// nearest to the given ones, with as many copies of the knots, in the sum of squares, the ends
+/// held; a system of as many bands as the degree. The deviation is bounded by those poles, as for
+/// Bezier curves.
 VELM_API ReducedCurve<ERCpoleNURBS2D> reduce_degree(const ERCpoleNURBS2D& curve, double tolerance);
 VELM_API ReducedCurve<ERCpoleNURBS3D> reduce_degree(const ERCpoleNURBS3D& curve, double tolerance);
 

@@ -95,7 +95,7 @@ public:
 
     /// Joins `other` to the end of this curve, reversed where its far end is the one that meets.
     /// Returns 0, the shape unchanged, where neither end is within tol of the last point in each
-    /// coordinate; a negative tol joins whatever the gap. Both are adjusted, clamped and raised to
+    /// coordinate; a negative tol joins across any gap. Both are adjusted, clamped and raised to
     /// the higher degree; other's parameters go after this curve's, over their length times the
     /// scale below.
     ///

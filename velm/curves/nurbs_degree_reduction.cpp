@@ -64,7 +64,7 @@ struct Raising {
 
 /// A raised basis function belongs to poles whose own functions hold its support: to those of the
 /// span where it begins, at most degree + 1. So unit vectors of so many components, pole j with the
-/// component j modulo their number, are raised together and stay apart.
+/// component j modulo their number, are raised together and stay separate.
 Raising raising_of(const ERKnotVector& lower, int by) {
     const int columns = lower.degree() + 1;
     Raising raising{lower, columns, {}, {}};

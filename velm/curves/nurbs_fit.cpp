@@ -99,7 +99,7 @@ std::optional<Nurbs> through(std::span<const Point> points, int degree, PointPar
     for (int i = 0; i < n; ++i) {
         const BasisRow& row = rows[static_cast<std::size_t>(i)];
         for (int k = 0; k <= degree; ++k) {
-            // What lies outside the band is zero: the matrix has full pivots (de Boor).
+            // All outside the band is zero: the matrix has full pivots (de Boor).
             if (matrix.holds(i, row.first + k))
                 matrix.at(i, row.first + k) = row.values[static_cast<std::size_t>(k)];
         }

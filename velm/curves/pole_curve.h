@@ -6,8 +6,8 @@
 // the box and the lengths know the trim.
 //
 // Boxes and the power forms of the spans are computed on first use and kept, in operations that
-// only read too: a curve is for one thread at a time. Whatever changes poles, knots or domain calls
-// ResetCachedInfo(). velm::PreparedCurve is what threads share.
+// only read too: a curve is for one thread at a time. An operation that changes poles, knots or
+// domain calls ResetCachedInfo(). velm::PreparedCurve is what threads share.
 #pragma once
 
 #include "velm/frame/limited_entity.h"
@@ -83,7 +83,7 @@ public:
     Box getBox() override;
 
     using Curve::approxime;
-    /// The two ends of a curve of degree 1 with two poles, whatever n is.
+    /// The two ends of a curve of degree 1 with two poles, for any n.
     ERVec<Point> approxime(int n) override;
 
     /// Cuts at t, which lies strictly inside the limits: two curves of this class. Otherwise
@@ -114,7 +114,7 @@ protected:
         ERVec<Point>* points = nullptr;
         ERVec<Pole>* weighted = nullptr;
     };
-    /// What everything here that reads or moves poles stands on.
+    /// The poles, for everything here that reads or moves them.
     virtual PoleArray pole_array();
 
     /// The parameters, for a polyline over `interval`, of the points that refinement starts from:
@@ -128,7 +128,7 @@ protected:
     /// holds the value and has an extent there.
     virtual int level_crossings(double level, ERVec<double>& params) const;
     /// The level against the box, then level_crossings: what intersectWithAxeY and
-    /// intersectWithPlanZ do. -1 for a curve that lies at the level, within 1e-11.
+    /// intersectWithPlanZ do. -1 for a curve that is at the level within 1e-11.
     int crossings(double level, ERVec<double>& params) const;
 
     /// The points that the poles stand for.
@@ -184,7 +184,7 @@ public:
     using PoleCurve::PoleCurve;
 
     /// Appends the parameters where y has the given value. See the classes for which are kept; a
-    /// curve that lies at the level gives -1, one whose box misses it 0.
+    /// curve that is at the level gives -1, one whose box misses it 0.
     int intersectWithAxeY(double y, ERVec<double>& params) const override;
 
     void transformFrom(const ERTransfo2D& t) override;

@@ -101,7 +101,7 @@ struct CurveFoot : CurvePlace {
     typename DimensionOf<N>::Point point;
     double distance = 0.0;
     FootKind kind = FootKind::interior;
-    /// Holds the parameter of the foot; all the feet of a continuum. The end lies below the start
+    /// Holds the parameter of the foot; all the feet of a continuum. The end is below the start
     /// where the interval runs through the seam of a closed curve.
     ERLimites parameters;
     /// The distance has a minimum (-1 before, +1 after), a maximum (+1, -1) or neither (equal
@@ -143,7 +143,7 @@ enum class PieceParameter {
 template <int N>
 struct CurvePiece {
     /// N + 1 doubles a pole: coordinates relative to the origin, times the weight; the weight. All
-    /// weights are positive and the greatest lies in [0.5, 1].
+    /// weights are positive and the greatest is in [0.5, 1].
     std::span<const double> poles;
     int degree = 0;
     bool rational = false; ///< false: all weights are 1
@@ -223,7 +223,7 @@ public:
     void crossings(const Point& q, const Vector& direction,
                    std::vector<CurveCrossing<N>>& crossings) const;
 
-    /// The tables behind all this, for algorithms of the library.
+    /// The tables that all this is computed from, for algorithms of the library.
     const detail::PreparedPieces<N>& tables() const { return *pieces_; }
 
 private:

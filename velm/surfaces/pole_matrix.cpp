@@ -39,14 +39,10 @@ ERPole3DH CalOnNurbs_H(const ERMatrix<ERPole3DH>& poles, const ERKnotVector& kno
         double *const basis_u = work_u.data(), *const basis_v = work_v.data();
         basis_values(ku.knots + span_u, p, u, basis_u, basis_u + p + 1);
         basis_values(kv.knots + span_v, q, v, basis_v, basis_v + q + 1);
-        double total[std::size_t(width)] = {};
-        for (int j = 0; j <= q; ++j) {
-            double row[std::size_t(width)];
-            weighted_sum<width>(first + j * row_step, p, basis_u, row);
-            for (int c = 0; c < width; ++c)
-                total[c] += basis_v[j] * row[c];
-        }
-        result = ERPole3DH(total[0], total[1], total[2], total[3]);
+        PoleLanes<width> total;
+        for (int j = 0; j <= q; ++j)
+            total = total + weighted_sum<width>(first + j * row_step, p, basis_u) * basis_v[j];
+        total.store(&result.x_);
     };
     if (ku.degree == kv.degree) {
         with_degree(ku.degree, [&](auto p) { sum(p, p); });

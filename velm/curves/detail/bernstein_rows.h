@@ -7,8 +7,8 @@
 //
 // Everything here is exact up to rounding, in the order of operations of velm/numerics/bernstein.h,
 // so that a packed row and a strided one give the same bits. Rows hold at least one pole. Outputs
-// may not overlap inputs unless told, and no row may lie in the thread's scratch buffer, which most
-// of these use; none allocates after a thread's first calls.
+// may not overlap inputs except where stated, and no row may be in the thread's scratch buffer,
+// which most of these use; none allocates after a thread's first calls.
 #pragma once
 
 #include "velm/export.h"

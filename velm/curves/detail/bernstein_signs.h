@@ -7,8 +7,8 @@
 
 namespace velm::detail {
 
-/// Where the coefficients of certain sign stand, and how the coefficients rise. `count` and -1
-/// stand for none.
+/// Which coefficients have a certain sign, and how the coefficients rise. `count` and -1 mean
+/// none.
 struct CoefficientSigns {
     int first_positive, last_positive = -1;
     int first_negative, last_negative = -1;

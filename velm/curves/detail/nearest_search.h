@@ -40,7 +40,7 @@ private:
     bool too_far(const Part& part);
     void halve_piece(double* g);
     void offer(double squared, double u);
-    /// The part's squared distance, but for `loss`, is at least `squared`.
+    /// The part's squared distance, less a `loss`, is at least `squared`.
     bool accept(double squared, double loss, bool at_limit);
     double squared_at(double u) const;
 

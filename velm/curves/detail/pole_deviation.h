@@ -1,4 +1,4 @@
-// velm::detail::pole_deviation: how far two curves with the same basis functions may be apart.
+// velm::detail::pole_deviation: how far two curves with the same basis functions may differ.
 #pragma once
 
 #include "velm/curves/detail/bernstein_rows.h"

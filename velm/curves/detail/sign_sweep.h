@@ -32,7 +32,7 @@ public:
 
     void certain(int sign, SweepPlace from);
     void uncertain(SweepPlace from, SweepPlace to, SweepPlace at, bool flat = false);
-    /// The function ends here, and what follows begins anew.
+    /// The function ends here, and the next piece begins another.
     void end_run();
     /// The last call: the function ends, or a loop goes on at the start.
     void finish();

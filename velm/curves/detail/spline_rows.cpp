@@ -169,7 +169,8 @@ private:
 
     void set_average(double* out) {
         const int p = knots_.degree;
-        // Old knots in a row, of which the window has each run once more, but for part of the ends.
+        // Old knots in a row, of which the window has each run once more, except for part of the
+        // ends.
         const int from = runs_[first_].index + std::max(skipped_ - 1, 0);
         int raised = 0;
         if (skipped_ == 0) raised_[raised++] = value(first_);

@@ -25,7 +25,7 @@ VELM_API bool is_removable(const KnotView& knots, int k);
 /// Takes one copy of the knot whose last copy is knot k out of the poles: `row` is all of them and
 /// has one pole less then. The curve changes as it may: nothing is tested. Poles are computed from
 /// both sides and averaged where they meet (The NURBS Book, A5.8, for one removal); of two poles
-/// that a knot of multiplicity p + 1 parts the mean stays, at multiplicity p the pole between
+/// that a knot of multiplicity p + 1 separates the mean stays, at multiplicity p the pole between
 /// falls. REQUIRES is_removable.
 VELM_API void remove_from_row(const KnotView& knots, int k, PoleRow row);
 

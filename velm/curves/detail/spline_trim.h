@@ -97,7 +97,7 @@ public:
     }
 
 private:
-    /// Whether t is an end of the domain but for rounding: cutting there would leave a sliver, and
+    /// Whether t is an end of the domain except for rounding: cutting there would leave a sliver, and
     /// continuing multiplies rounding by powers of the distance in spans.
     bool is_end(double t, double end) const {
         constexpr double roundings = 4.0 * std::numeric_limits<double>::epsilon();
