@@ -97,8 +97,8 @@ public:
     }
 
 private:
-    /// Whether t is an end of the domain except for rounding: cutting there would leave a sliver, and
-    /// continuing multiplies rounding by powers of the distance in spans.
+    /// Whether t is an end of the domain except for rounding: cutting there would leave a sliver,
+    /// and continuing multiplies rounding by powers of the distance in spans.
     bool is_end(double t, double end) const {
         constexpr double roundings = 4.0 * std::numeric_limits<double>::epsilon();
         const KnotView k = view_of(knots_);
