@@ -18,6 +18,8 @@
 #include "velm/surfaces/cone.h"
 #include "velm/surfaces/cylinder.h"
 #include "velm/surfaces/nurbs_surface.h"
+#include "velm/surfaces/offset_surface.h"
+#include "velm/surfaces/revolution_surface.h"
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/torus.h"
 #include "velm/transforms/transformation_archive.h"
@@ -235,7 +237,9 @@ constexpr void (*readers[])(const std::string&) = {read_array_body,
                                                    read_surface<ERBoundedTorus>,
                                                    read_surface<ERSpoleBezier3D>,
                                                    read_surface<ERSpoleBezier3DR>,
-                                                   read_surface<ERSpoleNURBS3D>};
+                                                   read_surface<ERSpoleNURBS3D>,
+                                                   read_surface<ERSurOfRevolution>,
+                                                   read_surface<EROffsetSurface>};
 
 } // namespace
 

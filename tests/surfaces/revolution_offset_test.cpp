@@ -2,10 +2,12 @@
 // to, derivatives against differences, and splits, maps, reversals and records.
 #include "support/random.h"
 #include "support/records.h"
+#include "support/temporary_folder.h"
 #include "velm/curves/bezier_curve.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/frame/finite_entity.h"
 #include "velm/frame/point_functions.h"
+#include "velm/store/database.h"
 #include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/cone.h"
 #include "velm/surfaces/cylinder.h"
@@ -312,6 +314,39 @@ TEST(DerivedSurfaces, RecordsTextsAndDamage) {
         s->transformFrom(ERScaling3D(-2));
         s->reverse();
         EXPECT_EQ(s->upperEstimateInV(), 0);
+    }
+}
+
+TEST(DerivedSurfaces, AreStoredWithWhatTheyAreBuiltOn) {
+    const TemporaryFolder folder;
+    const std::string path = folder.path("surfaces.velm");
+    const t_SmartPtr<ERFiniteEntity3DWF> curve = random_curve();
+    const t_SmartPtr<ERSurOfRevolution> turned =
+        new ERSurOfRevolution(curve, random_axis(), 0.5, 3);
+    const t_SmartPtr<EROffsetSurface> kept = new EROffsetSurface(turned.get(), 0.5, {1, 2, 3});
+    kept->equivEntity(new ERBoundedPlane());
+    kept->indicateur(7);
+    const ERPoint3D before = (*kept)(1.5, 2);
+    gmErrorCode code;
+    {
+        ERDataBase data;
+        ASSERT_EQ(data.Open(path.c_str(), 0), gmSuccess);
+        ASSERT_EQ(data.save(kept.get()), gmSuccess);
+        kept->scale(2); // what is on record does not follow
+        const t_SmartPtr<EROffsetSurface> scaled = new EROffsetSurface(*kept);
+        ASSERT_EQ(data.save(scaled.get()), gmSuccess);
+    }
+    ERDataBase data;
+    ASSERT_EQ(data.Open(path.c_str(), 1), gmSuccess);
+    for (const int index : {0, 1}) {
+        const auto read = data.restore(index, code);
+        EROffsetSurface& back = EROffsetSurface::castdown(*read);
+        EXPECT_TRUE(isEqual(back(1.5, 2), before * (index + 1.0), 1e-12)) << index;
+        EXPECT_TRUE(back.equivEntity());
+        EXPECT_EQ(back.indicateur(), 7);
+        // References to nothing.
+        restore(back, bytes_of(1.5, 2.5, 0.0, 0.0, 0.0, 0, 12345, 0, -5));
+        EXPECT_FALSE(back.base() || back.equivEntity());
     }
 }
 

@@ -152,8 +152,12 @@ void EROffsetSurface::move(Change change, MapVector map_vector, double factor) {
     map_vector(expected);
     map_vector(direction_);
     offset_ *= factor;
-    if (base_) change(*base_);
-    if (equivalent_) change(*equivalent_);
+    for (t_SmartPtr<ERAnyBoundedSurface>* surface : {&base_, &equivalent_}) {
+        if (!*surface) continue;
+        // The record of a stored surface stays as it is: the changed one is another object.
+        if ((*surface)->getObjectID() != -1) *surface = copy_of(*surface);
+        change(**surface);
+    }
     if (expected * middle_normal() < 0.0) {
         offset_ = -offset_;
         direction_ = -direction_;

@@ -18,7 +18,8 @@ public:
     EROffsetSurface() = default;
     /// Keeps a copy of the base.
     EROffsetSurface(const ERAnyBoundedSurface& base, double offset, const ERVector3D& direction);
-    /// Shares the base, which is on the heap: maps of this surface change it.
+    /// Shares the base, which is on the heap: maps of this surface change it, or a copy that takes
+    /// its place if the base is stored.
     EROffsetSurface(ERAnyBoundedSurface* base, double offset, const ERVector3D& direction);
     /// A copy has a base of its own.
     EROffsetSurface(const EROffsetSurface& other);
