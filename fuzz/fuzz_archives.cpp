@@ -31,7 +31,7 @@ void require(bool holds) {
     if (!holds) std::abort();
 }
 
-/// Whether the operation loads from these bytes.
+// Whether the operation loads from these bytes.
 template <class Load>
 bool loads(const std::string& bytes, Load load) {
     MemoryFile file(bytes);
@@ -45,7 +45,7 @@ bool loads(const std::string& bytes, Load load) {
     }
 }
 
-/// `load` takes any version, `serialize` stores and loads the newest one.
+// `load` takes any version, `serialize` stores and loads the newest one.
 template <class Value, class Load, class Serialize>
 void check(const std::string& bytes, Load load, Serialize serialize) {
     Value value, again;
@@ -120,7 +120,7 @@ void check_points(const std::string& bytes) {
     Purge(points);
 }
 
-/// Takes all rows of a document.
+// Takes all rows of a document.
 template <class Row, class Document, class Take>
 Summary summary_of(Document& document, Take take) {
     Summary summary;
@@ -151,7 +151,7 @@ void draw(TargetArchiveReader& document) {
     target_pictures(rows, summary.tolerance);
 }
 
-/// The bytes get a checksum that is true.
+// The bytes get a checksum that is true.
 void check_document(const std::string& bytes) {
     const DWORD hash = hxu_fnv1a_hash(bytes);
     MemoryFile file(bytes + std::string(reinterpret_cast<const char*>(&hash), sizeof hash));
@@ -174,7 +174,7 @@ constexpr void (*checks[])(const std::string&) = {check_document, check_identifi
 
 } // namespace
 
-/// The first byte says what the rest is.
+// The first byte says what the rest is.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;
     checks[data[0] % std::size(checks)](

@@ -1,11 +1,11 @@
 // Any bytes as an object file: each inspection that it seems to hold is reported or refused, of
 // whichever kind it is: targets have no drawing, sections have one beside their page.
+#include "inspect/inspection/report.h"
+#include "support/temporary_folder.h"
+
 #include <cstdint>
 #include <cstdlib>
 #include <string>
-
-#include "inspect/inspection/report.h"
-#include "support/temporary_folder.h"
 
 using namespace velm::inspect;
 

@@ -1,15 +1,15 @@
 // Any bytes as a CSV of measured points: every row is finite or the file is refused; ids pass
 // through every escape.
+#include "inspect/base/failure.h"
+#include "inspect/base/text_escape.h"
+#include "inspect/input/measured_reader.h"
+
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
-
-#include "inspect/base/failure.h"
-#include "inspect/base/text_escape.h"
-#include "inspect/input/measured_reader.h"
 
 using namespace velm::inspect;
 

@@ -1,13 +1,13 @@
 // Any bytes as a nominal outline, in every form: it is read or refused, and what is read can be
 // compared with.
+#include "inspect/base/failure.h"
+#include "inspect/input/outline_reader.h"
+#include "velm/planar/profile.h"
+
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
-
-#include "inspect/base/failure.h"
-#include "inspect/input/outline_reader.h"
-#include "velm/planar/profile.h"
 
 using namespace velm::inspect;
 using velm::Contour;

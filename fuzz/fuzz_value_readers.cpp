@@ -90,7 +90,7 @@ void read_values(const std::string& bytes) {
     file >> value;
 }
 
-/// Whatever the numbers, the transformation maps points and has a stored form of its size.
+// Whatever the numbers, the transformation maps points and has a stored form of its size.
 void use(const ERPmSimilitude3D& t) {
     ERPoint3D p(1, 2, 3);
     (~t * t).TransTo(t.TransFrom(p));
@@ -107,8 +107,8 @@ void read_transformations(const std::string& bytes) {
     use(t);
 }
 
-/// Whatever was read, the curve evaluates, has a box, feet and a NURBS form, and writes a record of
-/// the size it says.
+// Whatever was read, the curve evaluates, has a box, feet and a NURBS form, and writes a record of
+// the size it says.
 template <class Curve>
 void read_curve(const std::string& bytes) {
     MemoryFile memory(bytes);
@@ -243,7 +243,7 @@ constexpr void (*readers[])(const std::string&) = {read_array_body,
 
 } // namespace
 
-/// The first byte says which reader gets the rest.
+// The first byte says which reader gets the rest.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;
     readers[data[0] % std::size(readers)](

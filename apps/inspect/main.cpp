@@ -1,18 +1,17 @@
 // velm-inspect: measured points against their nominal. command/commands.h lists the commands.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <csignal>
-#include <cstdio>
-#include <exception>
-#include <new>
-
 #include "inspect/base/failure.h"
 #include "inspect/base/output_set.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/command/commands.h"
 #include "velm/version.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <fcntl.h>
+#include <new>
+#include <unistd.h>
 
 namespace velm::inspect {
 namespace {

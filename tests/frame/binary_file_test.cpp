@@ -17,8 +17,8 @@ using velm_test::file_cause;
 using velm_test::MemoryFile;
 using velm_test::TemporaryFolder;
 
-/// Writes a value and an array of two, compares the bytes and reads both back; a file that is a
-/// byte short gives 0.
+// Writes a value and an array of two, compares the bytes and reads both back; a file that is a
+// byte short gives 0.
 template <class T>
 void expect_form(T value, T back, const std::string& form) {
     MemoryFile memory;

@@ -21,7 +21,7 @@ Model model_of(const ERBitVec& bits) {
         model.push_back(bits.testBit(i));
     return model;
 }
-/// A bit in so many is set.
+// A bit in so many is set.
 Model random_model(Random& random, int rarity) {
     Model model;
     for (int n = random.below(70); n > 0; --n)
@@ -32,7 +32,7 @@ int first(const Model& model, bool wanted) {
     const auto found = std::find(model.begin(), model.end(), wanted);
     return found == model.end() ? -1 : static_cast<int>(found - model.begin());
 }
-/// Bit by bit: eight bits make a byte, the last one padded with zeros.
+// Bit by bit: eight bits make a byte, the last one padded with zeros.
 unsigned int hash_of(const Model& model) {
     std::uint32_t h = static_cast<std::uint32_t>(model.size());
     for (std::size_t i = 0; i < model.size(); i += 8) {

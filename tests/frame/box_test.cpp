@@ -13,8 +13,8 @@ using velm_test::Random;
 
 constexpr double largest = std::numeric_limits<double>::max();
 
-/// All points with coordinates 0 to 3: boxes between them touch in every way, and two boxes meet
-/// exactly if they share a lattice point.
+// All points with coordinates 0 to 3: boxes between them touch in every way, and two boxes meet
+// exactly if they share a lattice point.
 template <class Dimension>
 std::vector<typename Dimension::Point> lattice() {
     std::vector<typename Dimension::Point> points;
@@ -133,8 +133,8 @@ TYPED_TEST(Boxes, GrowByPointsPolesAndBoxes) {
     EXPECT_EQ(velm::squared_distance(same, beyond), std::numeric_limits<double>::infinity());
 }
 
-/// The line crosses the box if the point of the line nearest to the centre, by fine sampling, is
-/// inside; near misses are left out.
+// The line crosses the box if the point of the line nearest to the centre, by fine sampling, is
+// inside; near misses are left out.
 TYPED_TEST(Boxes, InfiniteLinesMeetTheBoxTheyPass) {
     using Point = typename TypeParam::Point;
     using Vector = typename TypeParam::Vector;
@@ -182,7 +182,7 @@ TEST(Box, IntersectionOfTouchingBoxesDependsOnTheirOrder) {
     EXPECT_EQ(maximumSquaredDistance(front, ERPoint3D(0.4, 0.4, -9)), 3.0);
 }
 
-/// The part of the segment inside the box, from 4000 samples of it.
+// The part of the segment inside the box, from 4000 samples of it.
 struct Sampled {
     double first = 2.0, last = -1.0;
 };

@@ -20,7 +20,7 @@ class Leaf : public ERObject {
     double value = 0.0;
 };
 
-/// Owns what its constructor argument makes, and holds two objects as members.
+// Owns what its constructor argument makes, and holds two objects as members.
 class Node : public ERObject {
     VELM_DECLARE_CLASS(Node)
     Node() = default;
@@ -43,7 +43,7 @@ struct ThrowsFirst {
     }
 };
 
-/// An exception from a base that comes before the ERObject part, or from a member after it.
+// An exception from a base that comes before the ERObject part, or from a member after it.
 class Thrower : public ThrowsFirst, public ERObject {
     VELM_DECLARE_CLASS(Thrower)
     Thrower() : ThrowsFirst(false), last(false) {}
@@ -71,7 +71,7 @@ class Diamond : public Diamond1, public Diamond2 {
     void printOn(std::ostream&) const override {}
 };
 
-/// The member is constructed before the base at the block's first byte.
+// The member is constructed before the base at the block's first byte.
 struct Holder {
     explicit Holder(ERObject* made = nullptr) : child(made) {}
     Leaf member;
@@ -96,7 +96,7 @@ VELM_DEFINE_CLASS(Diamond, Diamond1, Diamond2)
 
 Leaf made_leaf() { return {}; }
 
-/// The constructor arguments nest: every block is allocated before the innermost object is made.
+// The constructor arguments nest: every block is allocated before the innermost object is made.
 Node* nested(int depth) { return new Node(depth > 0 ? nested(depth - 1) : nullptr); }
 
 void expect_marks(Node const& node, int heap) {
@@ -172,8 +172,8 @@ TEST(HeapMark, ClassesThatAskForAlignment) {
 
 std::uintptr_t address(void const* p) { return reinterpret_cast<std::uintptr_t>(p); }
 
-/// Makes a T without `new` at the address that a block had which is gone, where the allocator gives
-/// it again.
+// Makes a T without `new` at the address that a block had which is gone, where the allocator gives
+// it again.
 template <class T>
 void expect_no_mark_left_at(std::uintptr_t gone) {
     std::vector<void*> blocks;

@@ -216,7 +216,7 @@ TEST(ValueList, FollowsAModelOverRandomOperations) {
     }
 }
 
-/// Counts its instances; the copy that makes them more than the limit throws.
+// Counts its instances; the copy that makes them more than the limit throws.
 struct Limited {
     static inline int alive = 0, limit = 100;
     Limited() { ++alive; }

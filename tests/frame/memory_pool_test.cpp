@@ -13,7 +13,7 @@ struct Node : ERMemoryPool {
     std::uintptr_t value;
 };
 
-/// The chunk in whose slots an item of a given pool lies.
+// The chunk in whose slots an item of a given pool lies.
 ERChunk* chunk_of(const void* item) {
     return velm::detail::read_poisoned(&(static_cast<const HeaderBloc*>(item) - 1)->chunk);
 }

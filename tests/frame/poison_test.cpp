@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Whether a tool watches, and whether it would report a read of this byte.
+// Whether a tool watches, and whether it would report a read of this byte.
 bool is_watched() {
 #if defined(VELM_POISON_ASAN)
     return true;

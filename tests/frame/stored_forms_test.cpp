@@ -20,7 +20,7 @@ namespace {
 using namespace std::string_literals;
 using namespace velm_test;
 
-/// The doubles 1, 2, ..., n as they stand on file.
+// The doubles 1, 2, ..., n as they stand on file.
 std::string doubles(int n) { return n == 0 ? "" : doubles(n - 1) + bytes_of(double(n)); }
 
 template <class Value>
@@ -54,7 +54,7 @@ TEST(StoredForms, RecordsOnAFile) {
     expect_record(ERMinimax3D(1, 4, 2, 5, 3, 6), doubles(6));
 }
 
-/// The form gives the value back, and damaged leaves another one as it is or is refused.
+// The form gives the value back, and damaged leaves another one as it is or is refused.
 template <class Value>
 void expect_archived(const Value& value, const std::string& form) {
     EXPECT_EQ(archived([&](CArchive& archive) { archive << value; }), form);
@@ -97,7 +97,7 @@ struct PointArrays : velm::PointArrayList {
     }
 };
 
-/// Loads the bytes as a list of arrays; returns the exception's cause.
+// Loads the bytes as a list of arrays; returns the exception's cause.
 int load(const std::string& bytes, PointArrays& arrays) {
     MemoryFile file(bytes);
     CArchive in(&file, CArchive::load);

@@ -31,7 +31,7 @@ TEST(String, CopiesShareUntilOneIsWritten) {
     EXPECT_NE(a.copy().data(), a.data());
 }
 
-/// Random edits against std::string, with arguments that overlap the text itself.
+// Random edits against std::string, with arguments that overlap the text itself.
 TEST(String, EditsAgreeWithAModel) {
     velm_test::Random random(16);
     ERCString s;
@@ -114,7 +114,7 @@ TEST(String, StoredFormHasALengthAndNoNul) {
 
 // ---- patterns ----
 
-/// What a pattern matches in a text; none where it does not.
+// What a pattern matches in a text; none where it does not.
 std::optional<std::string> matched(const char* pattern, const ERCString& text, int start = 0) {
     int length = -7;
     const int at = ERCRegexp(pattern).index(text, &length, start);

@@ -127,7 +127,7 @@ TEST(MemoryAcrossThreads, ThreadsThatComeAndGoExchangeEverything) {
 
 std::atomic<int> late_destroyed{0};
 
-/// Made before the thread's record and destroyed after it.
+// Made before the thread's record and destroyed after it.
 struct Late {
     Late() = default;
     Late(const Late&) = delete;

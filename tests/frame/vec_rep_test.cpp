@@ -16,13 +16,13 @@ ERVecRep* body_of(const std::string& text) {
     return ERVecRep::getRep(static_cast<const void*>(text.data()), text.size());
 }
 
-/// Runs in a thread of its own, whose cache is empty and has counted nothing.
+// Runs in a thread of its own, whose cache is empty and has counted nothing.
 template <class Action>
 void in_fresh_thread(Action action) {
     std::thread([&] { action(*velm::detail::thread_rep_cache()); }).join();
 }
 
-/// Sets a tuning value for the life of the object.
+// Sets a tuning value for the life of the object.
 class Tuned {
 public:
     using Setter = std::size_t (*)(std::size_t);

@@ -23,13 +23,13 @@ static_assert(sizeof(ERVec<double>) == sizeof(ERSimpleVec<double>));
 static_assert(sizeof(ERSimpleVec2<double>) == sizeof(ERSimpleVec<double>) + 2 * sizeof(int));
 static_assert(std::is_nothrow_move_constructible_v<ERVec<double>>);
 
-/// A value of an odd size, so that capacities hold no whole number of elements.
+// A value of an odd size, so that capacities hold no whole number of elements.
 struct Triple {
     double a, b, c;
     bool operator==(const Triple&) const = default;
 };
 
-/// A few handles that share bodies at random, each beside a vector that shares nothing.
+// A few handles that share bodies at random, each beside a vector that shares nothing.
 template <class T>
 class Handles {
 public:

@@ -29,7 +29,7 @@ TEST(SortedPtrVector, KeepsTheOrderOfInsertionAmongEquals) {
                            [](const Entry* a, const Entry& b) { return a->order == b.order; }));
 }
 
-/// Random insertions and removals, often of one of its own elements, which must outlive the growth.
+// Random insertions and removals, often of one of its own elements, which must outlive the growth.
 template <class Vector, class Make>
 void follow_a_model(Make fresh) {
     Random random(1513);
@@ -60,7 +60,7 @@ TEST(OrderedVectors, FollowAModel) {
     follow_a_model<ERTValOrderedVector<std::string>>([](int step) { return std::to_string(step); });
 }
 
-/// Both ordered vectors keep count and slots together when they are moved from.
+// Both ordered vectors keep count and slots together when they are moved from.
 template <class Vector, class Element>
 void move_and_use_again(const Element& x, const Element& y) {
     Vector a(2), b(100);
@@ -92,7 +92,7 @@ unsigned int coarse(const long& key) { return static_cast<unsigned int>(key % 13
 
 using Pairs = std::vector<std::pair<long, std::string>>;
 
-/// The pairs in the order that the buckets prescribe: those of a bucket as they came into it.
+// The pairs in the order that the buckets prescribe: those of a bucket as they came into it.
 struct DictionaryModel {
     std::string& operator[](long key) {
         const auto has_key = [key](const auto& pair) { return pair.first == key; };

@@ -1,8 +1,8 @@
 // velm-inspect clip, run as a user would: pieces, their reports, and files that can't be clipped.
+#include "inspect/workshop.h"
+
 #include <array>
 #include <string>
-
-#include "inspect/workshop.h"
 
 namespace {
 

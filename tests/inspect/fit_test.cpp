@@ -1,14 +1,13 @@
 // velm-inspect fit from end to end: entities, residuals, the ball, the reports and the refusals.
-#include <gtest/gtest.h>
+#include "inspect/base/number_text.h"
+#include "inspect/workshop.h"
 
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <numbers>
 #include <sstream>
-
-#include "inspect/base/number_text.h"
-#include "inspect/workshop.h"
 
 namespace {
 
@@ -16,7 +15,7 @@ using velm::inspect::shortest;
 using velm_test::Ended;
 using velm_test::Workshop;
 
-/// Points on a circle about (3, -4) with a residual of 0.01 cos 3t; bare, or rows with an id.
+// Points on a circle about (3, -4) with a residual of 0.01 cos 3t; bare, or rows with an id.
 std::string circle_rows(double radius, const std::string& header, const std::string& end) {
     std::string text = header;
     for (int n = 0; n < 60; ++n) {

@@ -2,16 +2,15 @@
 // other in a folder that starts with golden/input; what they say and each file they leave is
 // compared with golden/expected. VELM_UPDATE_GOLDEN=1 writes golden/expected instead: for changes
 // that are meant, in a commit of their own.
-#include <gtest/gtest.h>
+#include "inspect/workshop.h"
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <set>
 #include <sstream>
 #include <string>
-
-#include "inspect/workshop.h"
 
 namespace {
 

@@ -1,18 +1,17 @@
 // Inspections as documents in archives: byte by byte, read back, and damaged.
-#include <gtest/gtest.h>
-
-#include <cmath>
-
 #include "inspect/workshop.h"
 #include "support/archives.h"
 #include "velm/inspection/inspection_archive.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
 
 namespace {
 
 using namespace velm;
 using namespace velm_test;
 
-/// A folder with a half disc below its flat side, two points over that, and two targets.
+// A folder with a half disc below its flat side, two points over that, and two targets.
 struct Archived : Workshop {
     Archived() {
         write("disc.dat", "M -2 0\nA 2 0 0 0 ccw\nL -2 0\nZ\n");
@@ -75,7 +74,7 @@ TEST(InspectionArchive, StandsAsDocumented) {
     EXPECT_EQ(shop.read("t"), with_checksum(targets));
 }
 
-/// Reads a document to its end. The cause of the archive exception, 0 without one.
+// Reads a document to its end. The cause of the archive exception, 0 without one.
 int cause_of(const std::string& bytes) {
     MemoryFile file(bytes);
     return archive_cause([&] {

@@ -1,8 +1,8 @@
 // Contours that touch and contours that cross, in files.
-#include <gtest/gtest.h>
-
 #include "inspect/base/failure.h"
 #include "inspect/input/outline_reader.h"
+
+#include <gtest/gtest.h>
 
 namespace velm::inspect {
 namespace {

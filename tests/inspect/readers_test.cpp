@@ -1,15 +1,14 @@
 // The readers of outlines and measured points, numbers, and texts made safe.
-#include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
-#include <tuple>
-
 #include "inspect/base/failure.h"
 #include "inspect/base/id_set.h"
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/input/measured_reader.h"
 #include "inspect/input/outline_reader.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <tuple>
 
 namespace velm::inspect {
 namespace {
@@ -31,7 +30,7 @@ std::string sentence_of(Read read) {
     }
 }
 
-/// A text that is refused, the line that is named, 0 for none, and the cause.
+// A text that is refused, the line that is named, 0 for none, and the cause.
 using Refusal = std::tuple<std::string, int, std::string>;
 std::string sentence(const std::string& file, int line, const std::string& cause) {
     return file + (line > 0 ? ", line " + std::to_string(line) : "") + ": " + cause;

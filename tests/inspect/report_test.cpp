@@ -1,11 +1,5 @@
 // What an inspection leaves for later: the edges and the points of a section as objects of a model,
 // and the reports made again of an object file.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <optional>
-#include <string>
-
 #include "inspect/input/outline_reader.h"
 #include "inspect/keep/store_reader.h"
 #include "inspect/keep/store_writer.h"
@@ -16,6 +10,11 @@
 #include "velm/inspection/section_target.h"
 #include "velm/planar/profile.h"
 #include "velm/store/store_check.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <optional>
+#include <string>
 
 namespace velm::inspect {
 namespace {

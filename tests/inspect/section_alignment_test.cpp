@@ -1,20 +1,18 @@
 // velm-inspect section --align: known motions come back, nothing nearby is better, and what it
 // tells of them.
-#include "inspect/inspection/section_alignment.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-
 #include "inspect/base/failure.h"
 #include "inspect/base/number_text.h"
 #include "inspect/input/outline_reader.h"
+#include "inspect/inspection/section_alignment.h"
 #include "inspect/inspection/section_points.h"
 #include "inspect/workshop.h"
 #include "support/random.h"
 #include "velm/frame/point_functions.h"
 #include "velm/transforms/plane_transformation.h"
 #include "velm/transforms/transformed_values.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,10 +1,10 @@
 // The page of a section, read as text: the same numbers as the JSON, and nothing from the network.
+#include "workshop.h"
+
 #include <cmath>
 #include <random>
 #include <regex>
 #include <set>
-
-#include "workshop.h"
 
 namespace velm_test {
 namespace {

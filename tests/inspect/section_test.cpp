@@ -1,16 +1,15 @@
 // velm-inspect section from end to end: what it computes, its outputs and its exit codes.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <numbers>
-#include <sstream>
-
 #include "inspect/base/number_text.h"
 #include "inspect/input/measured_reader.h"
 #include "inspect/input/outline_reader.h"
 #include "inspect/workshop.h"
 #include "support/random.h"
 #include "velm/frame/vector.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <numbers>
+#include <sstream>
 
 namespace {
 

@@ -1,16 +1,15 @@
 // velm-inspect: results kept in an object file, and what the subcommand `store` makes of it.
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
-#include <filesystem>
-#include <string>
-
 #include "inspect/workshop.h"
 #include "velm/inspection/record_keys.h"
 #include "velm/store/database.h"
 #include "velm/store/db_object.h"
 #include "velm/store/store_image.h"
 #include "velm/wireframe/segment.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/stat.h>
 
 namespace {
 
@@ -21,7 +20,7 @@ using velm_test::Workshop;
 
 constexpr const char* probed = "id,x,y\nA,5,-0.02\nB,10.08,5\n<b>,5,5.99\n";
 
-/// A folder with an inspection of the plate that is kept in parts.velm.
+// A folder with an inspection of the plate that is kept in parts.velm.
 struct Kept : Workshop {
     Kept() {
         write("plate.dat", plate);

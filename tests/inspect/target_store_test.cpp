@@ -1,15 +1,14 @@
 // velm-inspect targets --store: what the object file holds.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-#include <vector>
-
 #include "inspect/workshop.h"
 #include "velm/inspection/record_keys.h"
 #include "velm/measure/target_point.h"
 #include "velm/store/database.h"
 #include "velm/store/db_object.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
 
 namespace {
 

@@ -1,13 +1,12 @@
 // velm-inspect targets from end to end.
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cmath>
-#include <map>
-
 #include "inspect/base/number_text.h"
 #include "inspect/input/csv_records.h"
 #include "inspect/workshop.h"
+
+#include <array>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <map>
 
 namespace {
 

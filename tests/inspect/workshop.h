@@ -1,17 +1,16 @@
 // A folder of its own for a test, and the program run in it as a user would.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
+#include "support/temporary_folder.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <sys/wait.h>
 #include <vector>
-
-#include "support/temporary_folder.h"
 
 namespace velm_test {
 

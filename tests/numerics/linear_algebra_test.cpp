@@ -145,7 +145,7 @@ TEST(LinearAlgebra, SmallSystemsInOneCallGiveTheSameBits) {
     EXPECT_EQ(x[0], 7.0);
 }
 
-/// Elimination pivot by pivot over whole rows: each element meets the pivots in their order.
+// Elimination pivot by pivot over whole rows: each element meets the pivots in their order.
 int plain_elimination(ERMatrix<double>& m, std::vector<int>& perm, int& swaps, double tolerance) {
     const int n = m.rows();
     swaps = 0;

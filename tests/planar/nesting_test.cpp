@@ -1,11 +1,10 @@
 // How contours lie in each other: random nests against how they were made.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <numbers>
-
 #include "support/random.h"
 #include "velm/planar/outline_nesting.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <numbers>
 
 namespace velm {
 namespace {

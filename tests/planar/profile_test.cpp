@@ -1,15 +1,14 @@
 // Points against outlines: the index against a scan of all edges, signs at corners, extreme sizes.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <numbers>
-
 #include "support/random.h"
 #include "velm/planar/outline_nesting.h"
 #include "velm/planar/point_in_polygon.h"
 #include "velm/planar/polygon_measures.h"
 #include "velm/planar/profile.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <numbers>
 
 namespace velm {
 namespace {

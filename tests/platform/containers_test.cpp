@@ -64,7 +64,7 @@ TEST(PageArray, FollowsAVectorAndNeverMovesAnElement) {
     }
 }
 
-/// Many keys share a hash, so that probes run into each other.
+// Many keys share a hash, so that probes run into each other.
 struct Key {
     int number = 0;
     bool operator==(const Key&) const = default;

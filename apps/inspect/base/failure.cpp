@@ -1,9 +1,9 @@
 #include "inspect/base/failure.h"
 
+#include "inspect/base/text_escape.h"
+
 #include <cstdio>
 #include <system_error>
-
-#include "inspect/base/text_escape.h"
 
 namespace velm::inspect {
 

@@ -1,4 +1,5 @@
-// failure.h: how velm-inspect ends: `ExitCode` and `Failure`, the one exception of the program.
+// failure.h: the endings of velm-inspect: `ExitCode` and `Failure`, the one exception of the
+// program.
 #pragma once
 
 #include <stdexcept>
@@ -8,7 +9,7 @@ namespace velm::inspect {
 
 /// The exit codes, documented in --help; scripts depend on them.
 enum class ExitCode : int {
-    good = 0,             ///< everything in tolerance, or no tolerance asked
+    good = 0,             ///< everything in tolerance, or no tolerance given
     out_of_tolerance = 1, ///< at least one value out of tolerance
     usage = 2,            ///< the command line is wrong
     input = 3,            ///< an input that can't be understood
@@ -16,7 +17,7 @@ enum class ExitCode : int {
 };
 
 /// A failure that ends the program: one sentence for stderr, naming the file, the line and the
-/// cause, and the exit code. Texts from files may stand in it as they are: whoever prints it
+/// cause, and the exit code. It may contain texts from files unescaped: the code that prints it
 /// passes it through `terminal_text`.
 class Failure : public std::runtime_error {
 public:

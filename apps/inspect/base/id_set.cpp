@@ -15,7 +15,7 @@ std::uint64_t mix(std::uint64_t z) {
     return z ^ (z >> 31);
 }
 
-// A whole number as it is usually written stands for itself, below 2^63; all else hashes above.
+// A whole number as it is usually written represents itself, below 2^63; all other ids hash above.
 std::uint64_t code_of(std::string_view id) {
     std::uint64_t number = 0;
     const char* const last = id.data() + id.size();

@@ -1,4 +1,4 @@
-// id_set.h: `IdSet`, which tells whether an id came before.
+// id_set.h: `IdSet`, the ids seen so far.
 #pragma once
 
 #include <cstdint>
@@ -8,13 +8,13 @@
 namespace velm::inspect {
 
 /// The ids seen so far, in little memory: 64 neighbouring whole numbers share one slot of 16 bytes,
-/// so that a million points numbered through take half a megabyte. Any other id is told by a 63-bit
-/// hash: two different ones are taken for equal once in 10^7 runs over a million ids, which costs a
-/// needless warning.
+/// so that a million points with consecutive numbers take half a megabyte. Any other id is
+/// represented by a 63-bit hash: two different ones count as equal once in 10^7 runs over a million
+/// ids, which costs a needless warning.
 class IdSet {
 public:
     IdSet();
-    /// Adds `id`; false when it was there before.
+    /// Adds `id`; false if it was there before.
     bool insert(std::string_view id);
 
 private:

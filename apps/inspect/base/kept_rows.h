@@ -26,7 +26,7 @@ public:
         worst_.insert(at, row);
         if (worst_.size() > most_worst) worst_.pop_back();
     }
-    /// The rows to show: all in their order, or where they are too many the worst.
+    /// The rows to show: all in their order or, if they are too many, the worst.
     const std::vector<Row>& shown() const { return shows_worst_ ? worst_ : rows_; }
     bool shows_worst() const { return shows_worst_; }
     /// The worst rows in falling severity, the first of equal ones first; 20 at most.

@@ -1,19 +1,19 @@
 #include "inspect/base/number_text.h"
 
+#include "inspect/base/text_escape.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
-
-#include "inspect/base/text_escape.h"
 
 namespace velm::inspect {
 namespace {
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
-// Whether a decimal number that from_chars found out of range is too large rather than too small:
-// the power of ten of its first digit that is not zero, exponent included, tells.
+// Whether a decimal number that from_chars found out of range is too large rather than too small,
+// by the power of ten of its first digit that is not zero, exponent included.
 bool is_beyond(std::string_view text) {
     long power = 0;
     bool point = false;

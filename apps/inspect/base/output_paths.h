@@ -1,4 +1,4 @@
-// output_paths.h: `OutputPaths`, where the outputs of a command go.
+// output_paths.h: `OutputPaths`, the outputs of a command.
 #pragma once
 
 #include <optional>
@@ -6,7 +6,7 @@
 
 namespace velm::inspect {
 
-/// An output that isn't asked for has no value; "-" is standard output.
+/// An output that isn't wanted has no value; "-" is standard output.
 struct OutputPaths {
     std::optional<std::string> json, csv, svg, html, store, archive;
     bool quiet = false; ///< no text on standard output

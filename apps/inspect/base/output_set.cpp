@@ -1,22 +1,21 @@
 #include "inspect/base/output_set.h"
 
-#include <algorithm>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "inspect/base/failure.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <optional>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
-
-#include "inspect/base/failure.h"
 
 namespace velm::inspect {
 namespace {
@@ -58,7 +57,7 @@ void forget_temporary(const std::string& name) {
         if (temporary_used[i] != 0 && name == temporary_names[i]) temporary_used[i] = 0;
 }
 
-// The place that a path leads to, symbolic links of its last part followed even where they dangle.
+// The place that a path leads to; symbolic links of its last part are followed even if they dangle.
 std::string follow_links(std::filesystem::path path) {
     for (int links = 0; links < most_links; ++links) {
         std::error_code error;
@@ -93,7 +92,7 @@ void require_nothing(const std::string& path) {
     if (::lstat(path.c_str(), &status) == 0) fail_file(path, "can't be made", EEXIST);
 }
 
-/// Holds the folder of a place for this process. Without locks in the file system it does nothing.
+// Holds the folder of a place for this process. Without locks in the file system it does nothing.
 class FolderLock {
 public:
     explicit FolderLock(const std::string& place) {
@@ -135,8 +134,8 @@ void Output::open_standard() {
     descriptor_ = STDOUT_FILENO;
 }
 
-// An open file is written on from where it stands: opened anew, it would be written over from its
-// front.
+// An open file is written from its present position: opened again, it would be overwritten from its
+// start.
 void Output::open_directly(const std::string& path) {
     const int named = named_descriptor(path);
     descriptor_ = named >= 0 ? ::fcntl(named, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
@@ -162,7 +161,8 @@ void Output::open_beside(const std::string& place) {
         fail_file(name_, "can't be given its mode", errno);
 }
 
-// The owner comes first: changing it clears bits of the mode. It stays ours where we may not.
+// The owner comes first: changing it clears bits of the mode. If that is not permitted, the file
+// remains ours.
 void Output::take_after(const struct stat& status) {
     if (::fchown(descriptor_, status.st_uid, status.st_gid) != 0) errno = 0;
     if (::fchmod(descriptor_, status.st_mode & 07777) != 0)
@@ -183,13 +183,14 @@ void Output::open_folder_beside(std::string place) {
         fail_file(name_, "can't be given its mode", errno);
 }
 
-// Leaves the temporary's name without its file, for a writer who makes files of its own.
+// Leaves the temporary's name without its file, for a writer that creates its files itself.
 void Output::close_beside() {
     ::close(std::exchange(descriptor_, -1));
     ::unlink(temporary_.c_str());
 }
 
-// Takes up what another writer has made, and gives it owner and mode of the file that it replaces.
+// Takes the file that another writer has created, and gives it the owner and mode of the file that
+// it replaces.
 void Output::open_finished() {
     descriptor_ = ::open(temporary_.c_str(), O_WRONLY | O_CLOEXEC);
     struct stat status {};
@@ -237,7 +238,7 @@ void Output::require_unchanged() const {
     throw Failure(ExitCode::file, name_ + ": another program has written it meanwhile");
 }
 
-// 0, or -1 with errno. Where the file system can't refuse to replace, the check before must do.
+// 0, or -1 with errno. If the file system can't refuse to replace, the check before has to suffice.
 int Output::rename_to_place() const {
     if (is_new_) {
         const int result =

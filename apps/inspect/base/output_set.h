@@ -11,7 +11,7 @@
 
 namespace velm::inspect {
 
-/// One output. `write` gathers and hands on in blocks; every failure is a `Failure` (file).
+/// One output. `write` buffers and passes on blocks; every failure is a `Failure` (file).
 class Output {
 public:
     ~Output();
@@ -38,11 +38,11 @@ private:
     void finish();
 
     std::string name_;      ///< as the user gave it
-    std::string place_;     ///< where it goes, links followed; empty when written directly
-    bool replaces_ = false; ///< a file stands at the place
-    bool is_new_ = false;   ///< nothing may stand at the place
+    std::string place_;     ///< its destination, links followed; empty if written directly
+    bool replaces_ = false; ///< there is a file at the place
+    bool is_new_ = false;   ///< nothing may exist at the place
     bool continues_ = false;
-    struct stat before_ {}; ///< of the file at the place, where one stands
+    struct stat before_ {}; ///< of the file at the place, if any
     bool is_folder_ = false;
     std::string temporary_; ///< beside the place, removed unless renamed
     std::string backup_;    ///< keeps the old file while the set is renamed
@@ -53,30 +53,30 @@ private:
 /// The outputs of one command. Regular files are written under a temporary name beside their place
 /// and renamed when all of them and standard output are complete; until then nothing at the places
 /// changes. "-" is standard output; pipes and devices are written directly. Symbolic links are
-/// followed and kept, the mode of a file that is replaced is kept, and one that may not be written
-/// is refused. Temporary files are removed on failure and on SIGINT, SIGTERM and SIGHUP.
+/// followed and kept, the mode of a file that is replaced is kept, and a file without permission to
+/// write is refused. Temporary files are removed on failure and on SIGINT, SIGTERM and SIGHUP.
 class OutputSet {
 public:
-    /// Prepares an output; the reference holds as long as the set.
+    /// Prepares an output; the reference is valid as long as the set.
     Output& add(const std::string& path);
-    /// The same where there is a path; null without one.
+    /// The same if there is a path; null without one.
     Output* add_if_asked(const std::optional<std::string>& path) {
         return path ? &add(*path) : nullptr;
     }
-    /// Standard output, for a text that is wanted unless `quiet`; null as well where another output
-    /// has taken its place.
+    /// Standard output, for a text; null if `quiet` or if another output goes there.
     Output* add_text(bool quiet);
-    /// Prepares an output that another writer fills, by a name beside the place that doesn't exist
-    /// yet: its name. It must be a whole, closed file when the set is committed. Only regular files
-    /// and places without a file will do.
+    /// Prepares an output for another writer to create; returns a new name beside the place. It
+    /// must be a whole, closed file when the set is committed. Only regular files and places
+    /// without a file are accepted.
     std::string add_by_name(const std::string& path);
-    /// The same for what goes on from the file at the place: it is refused when another program has
-    /// made or replaced that file by the time the set is committed.
+    /// The same for an output that continues the file at the place: it is refused if another
+    /// program has created or replaced that file by the time the set is committed.
     std::string add_continued_by_name(const std::string& path);
-    /// The same for a place where nothing may stand, and for a new folder, which is there already.
+    /// The same for a place where nothing may exist, and for a new folder, which is created at
+    /// once.
     std::string add_new_by_name(const std::string& path);
     std::string add_new_folder(const std::string& path);
-    /// Completes every output, then renames; where a rename fails, those done are taken back.
+    /// Completes every output, then renames; if a rename fails, those done are undone.
     void commit();
 
 private:
@@ -84,13 +84,13 @@ private:
     std::vector<std::unique_ptr<Output>> outputs_;
 };
 
-/// Whether a path stands for standard output: "-", "/dev/stdout" or another name of descriptor 1.
+/// Whether a path means standard output: "-", "/dev/stdout" or another name of descriptor 1.
 bool is_standard_output(const std::string& path);
 
 /// Whether a path leads to the regular file that a descriptor was opened on.
 bool leads_to(const std::string& path, int descriptor);
 
-/// Whether two paths lead to the same file, existing or not, by links and by other names too.
+/// Whether two paths lead to the same file, existing or not, through links and other names too.
 bool same_file(const std::string& a, const std::string& b);
 
 } // namespace velm::inspect

@@ -1,12 +1,11 @@
 #include "inspect/base/progress.h"
 
-#include <unistd.h>
+#include "inspect/base/number_text.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <string>
-
-#include "inspect/base/number_text.h"
+#include <unistd.h>
 
 namespace velm::inspect {
 namespace {

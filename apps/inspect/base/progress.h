@@ -6,8 +6,8 @@
 
 namespace velm::inspect {
 
-/// Shows on stderr, where that is a terminal, a bar with the count done and the time left; appears
-/// after the first second and wipes itself at the end. In a pipe it shows nothing.
+/// Shows a bar on stderr with the count done and the time left, if that is a terminal; it appears
+/// after the first second and is erased at the end. In a pipe it shows nothing.
 class Progress {
 public:
     /// `shown` false keeps it silent.
@@ -16,11 +16,11 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// `count` items done, `done` of `total` bytes read; a total of 0 is not known.
+    /// `count` items done, `done` of `total` bytes read; a total of 0 means unknown.
     void update(std::uint64_t count, std::uint64_t done, std::uint64_t total) {
         if (active_ && (++calls_ & 0xFFF) == 0) show(count, done, total);
     }
-    /// Wipes the bar, before other text goes to the terminal.
+    /// Erases the bar, before other text goes to the terminal.
     void clear();
 
 private:

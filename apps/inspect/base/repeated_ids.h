@@ -1,19 +1,19 @@
-// repeated_ids.h: `RepeatedIds`, the warning about ids that come again.
+// repeated_ids.h: `RepeatedIds`, the warning about repeated ids.
 #pragma once
+
+#include "inspect/base/id_set.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
-#include "inspect/base/id_set.h"
-
 namespace velm::inspect {
 
-/// Ids that come again are kept; how many and where the first one stands is told at the end.
+/// Rows with repeated ids are kept; the end reports their number and the place of the first.
 class RepeatedIds {
 public:
     void add(const std::string& id, std::size_t line);
-    /// On stderr, where there are any.
+    /// Warns on stderr, if there are any.
     void warn(const std::string& file) const;
 
 private:

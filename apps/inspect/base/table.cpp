@@ -1,9 +1,9 @@
 #include "inspect/base/table.h"
 
+#include "inspect/base/text_escape.h"
+
 #include <algorithm>
 #include <utility>
-
-#include "inspect/base/text_escape.h"
 
 namespace velm::inspect {
 

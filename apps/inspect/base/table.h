@@ -6,8 +6,8 @@
 
 namespace velm::inspect {
 
-/// Gathers rows of cells and prints them in columns, two blanks apart. Cells pass through
-/// `terminal_text`; long ones are cut. Without any head there is no line for heads.
+/// Gathers rows of cells and prints them in columns separated by two blanks. Cells pass through
+/// `terminal_text`; long ones are cut. Without heads there is no line for them.
 class Table {
 public:
     struct Column {

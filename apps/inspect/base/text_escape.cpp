@@ -11,7 +11,7 @@ namespace {
 
 constexpr char32_t no_character = 0xFFFFFFFF;
 
-// The character at `at`, which moves behind it; `no_character`, and one byte on, where the bytes
+// The character at `at`, which moves past it; `no_character`, and one byte further, if the bytes
 // are not well-formed UTF-8 (overlong forms, surrogates and values above U+10FFFF included).
 char32_t next_character(std::string_view text, std::size_t& at) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };

@@ -1,5 +1,6 @@
 // text_escape.h: texts that come from files (ids, paths, titles) made safe for each place they are
-// written to. Every function takes any bytes; what is not UTF-8 is replaced, never passed on.
+// written to. Every function takes any bytes; bytes that are not UTF-8 are replaced, never passed
+// on.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +9,8 @@
 
 namespace velm::inspect {
 
-/// For a terminal: control characters, bytes that are no UTF-8 and characters that turn the writing
-/// direction are shown as \n, \x1b or \u{202e}.
+/// For a terminal: control characters, bytes that are no UTF-8 and characters that change the
+/// writing direction are shown as \n, \x1b or \u{202e}.
 std::string terminal_text(std::string_view text);
 
 /// The columns that `text`, the result of `terminal_text`, takes on a terminal: two for East Asian
@@ -24,14 +25,14 @@ std::string xml_text(std::string_view text);
 /// `ascii` everything above U+007E is written as \uXXXX.
 void append_json_string(std::string& out, std::string_view text, bool ascii = false);
 
-/// Appends `text` as a CSV field, quoted where it holds a comma, a quote, a line end or blanks at
-/// an end (RFC 4180). The bytes stay as they are.
+/// Appends `text` as a CSV field, quoted if it contains a comma, a quote, a line end, or blanks at
+/// an end (RFC 4180). The bytes are unchanged.
 void append_csv_field(std::string& out, std::string_view text);
 
 /// As UTF-8: bytes that are none become the characters of their Latin-1 numbers.
 std::string utf8_text(std::string_view text);
 
-/// The first `length` characters, with an ellipsis where something was cut off.
+/// The first `length` characters, with an ellipsis if the text was cut.
 std::string clipped(std::string_view text, std::size_t length);
 
 } // namespace velm::inspect

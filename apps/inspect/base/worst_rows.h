@@ -1,4 +1,4 @@
-// worst_rows.h: `WorstRows`, the rows that the table of a page has.
+// worst_rows.h: `WorstRows`, the rows of the table of a page.
 #pragma once
 
 #include <algorithm>
@@ -10,8 +10,8 @@
 
 namespace velm::inspect {
 
-/// Keeps all rows up to 5,000, above that the 5,000 of the largest severity, of equal ones the
-/// first; memory doesn't grow beyond twice as many. A row has a severity.
+/// Keeps all rows up to 5,000, above that the 5,000 of the largest severity, the first among
+/// equals; memory doesn't grow beyond twice as many. A row has a severity.
 template <class Row>
 class WorstRows {
 public:
@@ -44,7 +44,7 @@ private:
         Row row;
     };
 
-    // The worst come in front; the first one behind them, if any, is at index `most`.
+    // The worst come first; the next one after them, if any, is at index `most`.
     static void select(std::vector<Numbered>& rows) {
         std::nth_element(rows.begin(), rows.begin() + most, rows.end(),
                          [](const Numbered& a, const Numbered& b) {
@@ -53,7 +53,7 @@ private:
                                         : a.number < b.number;
                          });
     }
-    // What is not above the least that stays can't be among the worst later on.
+    // A row that is not above the least one kept can't be among the worst later.
     void drop_least() {
         select(rows_);
         rows_.resize(most);

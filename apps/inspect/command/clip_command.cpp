@@ -1,6 +1,6 @@
 #include "inspect/command/commands.h"
-
 #include "inspect/inspection/clip.h"
+
 #include <memory>
 
 namespace velm::inspect {

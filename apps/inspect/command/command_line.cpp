@@ -1,12 +1,11 @@
 #include "inspect/command/command_line.h"
 
-#include <unistd.h>
-
-#include <algorithm>
-#include <utility>
-
 #include "inspect/base/number_text.h"
 #include "inspect/base/output_set.h"
+
+#include <algorithm>
+#include <unistd.h>
+#include <utility>
 
 namespace velm::inspect {
 namespace {
@@ -17,11 +16,11 @@ bool is_number(std::string_view text) {
 
 [[noreturn]] void refuse(const std::string& why) { throw Failure(ExitCode::usage, why); }
 
-/// Refuses an output that is an input or the same as another output. "-" is standard input or
-/// output, redirected to a file too.
+// Refuses an output that is an input or the same as another output. "-" is standard input or
+// output, redirected to a file too.
 void check_outputs(const std::vector<std::string>& inputs,
                    const std::vector<std::string>& outputs) {
-    // `standard` is what a "-" as `other` stands for.
+    // `standard` is the meaning of "-" as `other`.
     const auto is_same = [](const std::string& output, const std::string& other, int standard) {
         if (output == "-" && other == "-") return standard == STDOUT_FILENO;
         if (output == "-") return leads_to(other, STDOUT_FILENO);

@@ -1,6 +1,9 @@
 // command_line.h: a command on the command line: `Program`, `CommandLine`.
 #pragma once
 
+#include "inspect/base/failure.h"
+#include "inspect/command/options.h"
+
 #include <CLI/CLI.hpp>
 #include <cstddef>
 #include <functional>
@@ -11,12 +14,9 @@
 #include <string_view>
 #include <vector>
 
-#include "inspect/base/failure.h"
-#include "inspect/command/options.h"
-
 namespace velm::inspect {
 
-/// The parser of the command line, and what the command that it finds does.
+/// The parser of the command line, and the action of the command that it finds.
 struct Program {
     struct NumberOption {
         std::string_view name;
@@ -50,7 +50,7 @@ public:
     CommandLine(Program& program, const char* name, const char* what, const char* examples,
                 const std::string& footer);
 
-    /// A file to read. Without a name it is refused here, or with `opens_any` when it is opened.
+    /// A file to read. An empty name is refused here, or with `opens_any` when it is opened.
     void input(const char* name, const char* help, std::string& to, bool opens_any = false);
     /// The variable is a `Value` or an optional one; it is unchanged if the option isn't given.
     template <class Value, class Variable>
@@ -63,7 +63,7 @@ public:
         });
     }
     void flag(const Flag& flag, bool& to, const char* help = nullptr);
-    /// One of the choices, which are listed after the help where they have lines of their own.
+    /// One of the choices, which are listed after the help if they have lines of their own.
     template <class Value>
     CLI::Option* choice(const char* name, const char* values, std::string help,
                         std::span<const Choice<Value>> choices, Value& to) {
@@ -81,14 +81,15 @@ public:
         return added;
     }
     void outputs(std::initializer_list<const OutputOption*> outputs, OutputPaths& to);
-    /// An output that is no report: the path goes to `to` as it is.
+    /// An output that is no report: the path goes to `to` unchanged.
     void new_file(const char* name, const char* values, const char* help, std::string& to);
     /// A file to read that an option names: the path goes to `to` as it is.
     void old_file(const char* name, const char* values, const char* help, std::string& to);
 
-    /// Checks what the options are to each other.
+    /// Checks options against each other.
     void check(std::function<void()> work) { steps_->push_back(std::move(work)); }
-    /// What the command does. `has_text`: on standard output, unless another output goes there.
+    /// The action of the command. `has_text`: it writes a text to standard output, unless another
+    /// output goes there.
     void run(std::function<ExitCode()> work, std::function<bool()> has_text);
 
 private:
@@ -116,8 +117,8 @@ private:
     std::shared_ptr<Files> files_;
 };
 
-/// What is wrong with a command line that the parser refused, as a sentence; `app` is that of the
-/// command or of the program that it was meant for.
+/// The fault of a command line that the parser refused, as a sentence; `app` is that of the command
+/// or of the program that it was meant for.
 std::string usage_complaint(const CLI::App& app, const CLI::ParseError& error);
 
 /// The help: examples, usage, options, exit codes.

@@ -1,13 +1,12 @@
 #include "inspect/command/options.h"
 
+#include "inspect/base/failure.h"
+#include "inspect/base/number_text.h"
 #include "inspect/input/dxf_drawing.h"
+#include "inspect/result/frame_complaint.h"
 
 #include <charconv>
 #include <vector>
-
-#include "inspect/base/failure.h"
-#include "inspect/base/number_text.h"
-#include "inspect/result/frame_complaint.h"
 
 namespace velm::inspect {
 namespace {

@@ -2,15 +2,15 @@
 // `Option`, `Flag`, `Choice`, `OutputOption`.
 #pragma once
 
+#include "inspect/base/output_paths.h"
+#include "velm/inspection/section_frame.h"
+#include "velm/inspection/tolerance.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "inspect/base/output_paths.h"
-#include "velm/inspection/section_frame.h"
-#include "velm/inspection/tolerance.h"
 
 namespace velm::inspect {
 
@@ -22,7 +22,7 @@ struct Option {
     const char* help;
     /// Throws `Failure` (usage), naming the option.
     Value (*parse)(const std::string& name, const std::string& text);
-    /// As many numbers may follow; more than one arrive with one blank between two.
+    /// The most numbers that may follow; they arrive separated by one blank.
     std::size_t numbers;
 };
 
@@ -44,7 +44,7 @@ struct OutputOption {
     const char* name;
     const char* help;
     std::optional<std::string> OutputPaths::*path;
-    const char* file; ///< what it is called in a complaint, if it can't go to standard output
+    const char* file; ///< its name in a message, if it can't go to standard output
 };
 
 Tolerance parse_tolerance(const std::string& name, const std::string& text);

@@ -1,7 +1,7 @@
 #include "inspect/command/commands.h"
-
 #include "inspect/inspection/section.h"
 #include "velm/inspection/section_result.h"
+
 #include <iterator>
 #include <memory>
 #include <string_view>

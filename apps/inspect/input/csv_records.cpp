@@ -1,9 +1,9 @@
 #include "inspect/input/csv_records.h"
 
-#include <algorithm>
-
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
+
+#include <algorithm>
 
 namespace velm::inspect {
 namespace {
@@ -44,7 +44,7 @@ CsvRecords::CsvRecords(TextSource& source, std::span<const std::string_view> nam
     assign_columns();
 }
 
-// The separator that shows most in the header outside of quotes; a comma where none does.
+// The most frequent separator in the header outside of quotes; a comma if there is none.
 char CsvRecords::find_separator(std::string_view header) {
     constexpr std::string_view candidates = ",;\t";
     std::array<int, candidates.size()> shown{};
@@ -76,8 +76,8 @@ void CsvRecords::assign_columns() {
 
 std::string CsvRecords::header() const { return "'" + clipped(header_, 60) + "'"; }
 
-// Splits a line into fields_ from field_count_ on. Where the line ends within a quoted field,
-// open_quote_ stays set and the last field waits for the next line.
+// Splits a line into fields_ from field_count_ on. If the line ends within a quoted field,
+// open_quote_ stays set and the next line continues the last field.
 void CsvRecords::split_line(std::string_view line, char separator) {
     std::size_t at = 0;
     if (!open_quote_) field_count_ = 0;

@@ -1,6 +1,8 @@
 // csv_records.h: `CsvRecords`, the rows of a CSV file by named columns, and `RowFault`.
 #pragma once
 
+#include "inspect/input/text_source.h"
+
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -9,34 +11,32 @@
 #include <string_view>
 #include <vector>
 
-#include "inspect/input/text_source.h"
-
 namespace velm::inspect {
 
-/// A row that is well-formed CSV and can't be used; says why, without the place.
+/// The fault of a row that is well-formed CSV but unusable: a sentence without the place.
 class RowFault : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Reads rows one by one, in constant memory. The first row names the columns in any order and any
-/// case; those that nobody asks for are passed over. Columns are parted by comma, semicolon or tab,
-/// whichever the header shows; with semicolon or tab numbers may have a decimal comma. Fields may
-/// be quoted (RFC 4180), over several lines too.
+/// Reads rows one by one, in constant memory. The first row names the columns in any order and
+/// case; unknown ones are ignored. Columns are separated by comma, semicolon or tab, as in the
+/// header; with semicolon or tab numbers may have a decimal comma. Fields may be quoted (RFC 4180),
+/// over several lines too.
 class CsvRecords {
 public:
-    /// Reads the header and looks for `names`, in lower case, by whose place a column is called
-    /// from then on. Throws `Failure` (input) where there is no header or a name comes twice.
+    /// Reads the header and finds `names`, in lower case; their indices denote the columns from
+    /// then on. Throws `Failure` (input) if there is no header or a name occurs twice.
     CsvRecords(TextSource& source, std::span<const std::string_view> names);
 
-    /// Reads the next row; false behind the last. Blank rows are passed over. Throws `Failure`
-    /// (input) where quoting is broken.
+    /// Reads the next row; false after the last. Blank rows are skipped. Throws `Failure` (input)
+    /// if quoting is broken.
     bool next();
-    /// Where the row starts.
+    /// The first line of the row.
     std::size_t line() const { return record_line_; }
 
     bool has(std::size_t column) const { return column_of_[column].has_value(); }
-    /// The column names as the header has them, for complaints.
+    /// The column names as written in the header, for messages.
     std::string header() const;
 
     // The row that was read. Throw `RowFault`.
@@ -46,7 +46,7 @@ public:
     std::optional<double> optional_number(std::size_t column) const;
     /// As optional_number, and refuses negative ones.
     std::optional<double> optional_length(std::size_t column) const;
-    /// Refuses rows with text behind the last column of the header.
+    /// Refuses rows with text after the last column of the header.
     void check_width() const;
 
 private:

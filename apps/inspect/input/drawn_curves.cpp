@@ -7,8 +7,8 @@
 namespace velm::inspect {
 
 bool DrawnArc::is_circular() const {
-    // Blocks scale by factors of a few digits; rounding leaves far less than this, and an ellipse
-    // that is a circle to 1e-12 of its size is one to what distances are exact to.
+    // Blocks scale by factors of a few digits; rounding leaves far less than this, and distances to
+    // an ellipse that is a circle to 1e-12 of its size are as exact as those to the circle.
     constexpr double roundness = 1e-12;
     const double uu = u * u, vv = v * v;
     return std::fabs(u * v) <= roundness * uu && std::fabs(uu - vv) <= 2.0 * roundness * uu;

@@ -16,14 +16,14 @@ struct DrawnSegment {
     ERPoint2D start, end;
 };
 
-/// An arc of a circle or an ellipse: centre + cos(t) u + sin(t) v, from t = `from` to t = `to`,
-/// 0 < to - from <= 2 pi. u and v are conjugate half axes; on a circle they are orthogonal and of
-/// one length, and the arc runs clockwise where u ^ v is negative.
+/// An arc of a circle or an ellipse: centre + cos(t) u + sin(t) v, from t = `from` to t = `to`, 0 <
+/// to - from <= 2 pi. u and v are conjugate half axes; on a circle they are orthogonal and of one
+/// length, and the arc runs clockwise if u ^ v is negative.
 struct DrawnArc {
     ERPoint2D centre;
     ERVector2D u, v;
     double from = 0.0, to = 0.0;
-    ERPoint2D start, end; ///< as the file gives them, otherwise evaluated
+    ERPoint2D start, end; ///< from the file, otherwise evaluated
 
     bool is_circular() const;
     bool is_closed() const;
@@ -37,14 +37,14 @@ struct DrawnSpline {
     std::vector<double> weights; ///< positive; one per pole
 };
 
-/// What makes a spline no curve, as a sentence; null if nothing does.
+/// The fault of a spline, as a sentence; null if it has none.
 const char* fault_of(const DrawnSpline& spline);
 
-/// The arc of a circle, clockwise where its end angle is below its start.
+/// The arc of a circle, clockwise if its end angle is below its start.
 ERArc2D circular_arc(const DrawnArc& arc);
 /// An exact NURBS curve of the arc of an ellipse, its ends being the arc's.
 ERCpoleNURBS2D elliptical_curve(const DrawnArc& arc);
-/// The curve of a spline without a fault, between the knots p and n, and nothing beyond.
+/// The curve of a spline without a fault, cut to the knots p to n.
 ERCpoleNURBS2D spline_curve(const DrawnSpline& spline);
 
 } // namespace velm::inspect

@@ -19,10 +19,10 @@ constexpr double whole_turn = 2.0 * std::numbers::pi;
 constexpr double degree_of_angle = std::numbers::pi / 180.0;
 constexpr int deepest_block = 16;                      // nested INSERTs
 constexpr std::size_t most_pieces = 4'000'000;         // after all blocks are inserted
-constexpr std::size_t most_insertions = 1'000'000;     // of blocks, however nested
+constexpr std::size_t most_insertions = 1'000'000;     // of blocks, nested or not
 constexpr double least_component_along_z = 1.0 - 1e-9; // of an extrusion: cos of 4.5e-5 radians
 
-/// The units that a header can name ($INSUNITS), with their lengths in millimetres.
+// The units that a header can name ($INSUNITS), with their lengths in millimetres.
 struct LengthUnit {
     int code;
     const char* name;
@@ -35,7 +35,7 @@ constexpr LengthUnit length_units[] = {
     {13, "um", 1e-3},   {14, "dm", 100.0},   {15, "dam", 1e4},       {16, "hm", 1e5},
 };
 
-/// Which way an entity's own plane faces: code 210 and the two after it.
+// The direction of an entity's own plane: code 210 and the two after it.
 enum class Facing { up, down, elsewhere };
 
 // The arc with its ends evaluated.
@@ -74,8 +74,8 @@ private:
         ERPoint2D base;
         std::vector<DxfEntity> entities;
     };
-    /// Where an entity is drawn: by which map, in which layer if its own is "0", below how many
-    /// blocks.
+    // The place where an entity is drawn: the map, the layer if its own is "0", the number of
+    // blocks around it.
     struct Place {
         PlaneMap map;
         std::string layer;

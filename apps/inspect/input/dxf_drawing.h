@@ -16,7 +16,7 @@ namespace velm::inspect {
 struct DrawnPiece {
     std::variant<DrawnSegment, DrawnArc, DrawnSpline> shape;
     std::string layer;
-    std::size_t line = 0; ///< where its entity starts in the file
+    std::size_t line = 0; ///< the start of its entity in the file
 };
 
 /// Entities of one type that are no pieces of the outline, and why.
@@ -28,10 +28,10 @@ struct LeftOut {
 };
 
 struct Drawing {
-    /// In the order of the file, blocks inserted. In millimetres where the unit is known.
+    /// In the order of the file, blocks inserted. In millimetres if the unit is known.
     std::vector<DrawnPiece> pieces;
     std::vector<LeftOut> left_out;
-    std::vector<std::string> layers; ///< of all pieces in the file, sorted; chosen or not
+    std::vector<std::string> layers; ///< of all pieces in the file, chosen or not; sorted
     /// The unit that the header gives, "" for none, and its length in millimetres.
     std::string unit;
     double millimetres = 1.0;
@@ -45,13 +45,13 @@ struct DxfOptions {
 /// The length of a unit by its name ("mm", "inch", ...); nothing for an unknown name.
 std::optional<double> millimetres_of_unit(std::string_view name);
 
-/// Whether the text begins as a DXF file does: with the group 0, SECTION, or with a comment, group
+/// Whether the text begins like a DXF file: with the group 0, SECTION, or with a comment, group
 /// 999, alone on its line.
 bool starts_like_dxf(std::string_view text);
 
 /// Reads LINE, ARC, CIRCLE, ELLIPSE, LWPOLYLINE and POLYLINE with bulges, SPLINE, and INSERT of
-/// blocks with scale, turn, rows and columns, nested up to 16 deep. Everything else, and what does
-/// not lie in the drawing plane or is on paper, is counted in `left_out`.
+/// blocks with scale, rotation, rows and columns, nested up to 16 deep. Everything else, and
+/// entities off the drawing plane or on paper, are counted in `left_out`.
 ///
 /// Throws `Failure` (input) with the line, the group and what was expected.
 Drawing read_dxf(TextSource& source, const DxfOptions& options = {});

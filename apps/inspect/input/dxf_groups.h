@@ -18,7 +18,7 @@ struct DxfGroup {
     std::size_t line = 0; ///< of the value, from 1
 };
 
-/// What a group of code 0 starts, with all groups up to the next one.
+/// A group of code 0 with all groups up to the next one.
 struct DxfEntity {
     std::string type;
     std::size_t line = 0;

@@ -16,7 +16,7 @@
 namespace velm::inspect {
 namespace {
 
-/// An edge of a contour, not yet linked.
+// An edge of a contour before linking.
 struct LooseEdge {
     ERPoint2D start, end;
     std::variant<std::monostate, ERArc2D, std::shared_ptr<const CurveEdge>> along;

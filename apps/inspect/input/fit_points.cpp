@@ -59,7 +59,7 @@ FitPoints read_table(TextSource& source) {
     return result;
 }
 
-/// Whether the first line with something in it starts with a number.
+// Whether the first line that is not empty starts with a number.
 bool is_bare(const std::string& name, std::string_view text) {
     TextSource source(name, text);
     OutlineLines lines(source);

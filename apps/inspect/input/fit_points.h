@@ -7,8 +7,8 @@
 namespace velm::inspect {
 
 /// Reads a file of measured points (MeasuredReader), or bare lines of two or three numbers, whose
-/// ids are their running numbers from 1. A file starts with a number or it has a header. All
-/// points have a z or none; all rows that tell a diameter tell the same. Throws `Failure` (input).
+/// ids are their running numbers from 1. A file without a header starts with a number. Either all
+/// points have a z or none; all diameters are the same. Throws `Failure` (input).
 FitPoints read_fit_points(TextSource& source);
 
 } // namespace velm::inspect

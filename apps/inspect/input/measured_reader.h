@@ -1,12 +1,12 @@
 // measured_reader.h: CSV files of measured points: `MeasuredPoint`, `MeasuredReader`.
 #pragma once
 
+#include "inspect/input/csv_records.h"
+
 #include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
-
-#include "inspect/input/csv_records.h"
 
 namespace velm::inspect {
 
@@ -17,17 +17,17 @@ struct MeasuredPoint {
     std::optional<double> z;
     std::array<std::optional<double>, 3> approach; ///< i, j, k
     std::optional<double> diameter;                ///< of the ball, never negative
-    std::size_t line = 0;                          ///< where the row starts
+    std::size_t line = 0;                          ///< the first line of the row
 };
 
 /// Reads rows as `CsvRecords` does: `id`, `x`, `y`, and optionally `z`, `i`, `j`, `k`, `diameter`.
 class MeasuredReader {
 public:
-    /// Reads the header. Throws `Failure` (input) where it isn't one or columns are missing.
+    /// Reads the header. Throws `Failure` (input) if it isn't a header or columns are missing.
     explicit MeasuredReader(TextSource& source);
 
-    /// The next row; false behind the last. Blank rows are passed over, empty optional fields are
-    /// no value. Throws `Failure` (input) with the file, the line, the column and the cause.
+    /// The next row; false after the last. Blank rows are skipped, empty optional fields have no
+    /// value. Throws `Failure` (input) with the file, the line, the column and the cause.
     bool next(MeasuredPoint& point);
 
     bool has_z() const;

@@ -1,10 +1,10 @@
 #include "inspect/input/outline_checks.h"
 
-#include <algorithm>
-#include <utility>
-
 #include "inspect/base/number_text.h"
 #include "velm/planar/outline_nesting.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace velm::inspect {
 void require_area(const TextSource& source, std::size_t line, const Contour& contour) {

@@ -1,13 +1,13 @@
 #include "inspect/input/outline_commands.h"
 
+#include "inspect/base/number_text.h"
+#include "inspect/base/text_escape.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <numeric>
 #include <utility>
-
-#include "inspect/base/number_text.h"
-#include "inspect/base/text_escape.h"
 
 namespace velm::inspect {
 namespace {
@@ -15,7 +15,7 @@ namespace {
 struct Form {
     std::string_view letter;
     std::size_t numbers;
-    bool has_sense; // ccw or cw after the numbers
+    bool has_sense; // ccw or cw follows the numbers
     const char* text;
     std::size_t fields() const { return 1 + numbers + (has_sense ? 1 : 0); }
 };
@@ -41,7 +41,7 @@ bool is_curve(const OutlineLine& line) {
 
 bool is_sense(std::string_view text) { return text == "ccw" || text == "cw"; }
 
-// How much the distances of an arc's ends from its centre may differ.
+// The difference that the distances of an arc's ends from its centre may have.
 double tolerated(const ERPoint2D& from, const ERPoint2D& to, const ERPoint2D& center,
                  double radius) {
     constexpr double six_digits = 1e6, part_of_radius = 1e3;
@@ -202,7 +202,7 @@ void CommandReader::follow_curve(const OutlineLine& line) {
     for (std::size_t i = 0; i < edges.size(); ++i)
         open_->append(i == 0 ? current_ : edges[i]->start(), edges[i]);
     current_ = to;
-    // Back within the rounding of its file, it is closed.
+    // A curve that returns within the rounding of its file is closed.
     if (distance_between(current_, start_) <= tolerated(current_, start_, start_, size))
         current_ = start_;
 }
@@ -226,7 +226,7 @@ void CommandReader::add_circle(const OutlineLine& line) {
     require_area(source_, line.number, contours_.back().contour);
 }
 
-// What came back exactly to its start is closed without a Z too.
+// A contour that returned exactly to its start is closed without a Z too.
 void CommandReader::end_contour() {
     if (!open_) return;
     if (open_->size() == 0 || !(current_ == start_))

@@ -1,14 +1,14 @@
-// outline_commands.h: outlines told as lines and arcs, a letter and its numbers a line:
+// outline_commands.h: outlines given as lines and arcs, a letter and its numbers per line:
 // `is_command`, `CommandReader`.
 #pragma once
-
-#include <cstddef>
-#include <optional>
-#include <vector>
 
 #include "inspect/input/drawn_curves.h"
 #include "inspect/input/outline_checks.h"
 #include "inspect/input/outline_lines.h"
+
+#include <cstddef>
+#include <optional>
+#include <vector>
 
 namespace velm::inspect {
 
@@ -32,19 +32,18 @@ bool is_command(const OutlineLine& line);
 /// Whether the line starts with one of these letters.
 bool starts_like_command(const OutlineLine& line);
 
-/// Makes contours of such lines. Each must be closed, by `Z` or by coming back exactly to where it
-/// started.
+/// Makes contours of such lines. Each must be closed, by `Z` or by an exact return to its start.
 ///
 /// The two ends of an arc must be equally far from its centre, within a millionth of the largest
-/// coordinate involved (what six digits lose) and a thousandth of the radius; the radius is the
-/// mean of both distances. A curve starts within a millionth of the largest coordinate of where the
-/// contour has come to. The ends stay where the lines have them.
+/// coordinate involved (the rounding of six digits) and a thousandth of the radius; the radius is
+/// the mean of both distances. A curve starts within a millionth of the largest coordinate of the
+/// contour's last point. The ends are those of the lines.
 class CommandReader {
 public:
     explicit CommandReader(const TextSource& source) : source_(source) {}
     /// Throws `Failure` (input) with the line and what was expected.
     void take(const OutlineLine& line);
-    /// The contours, of which there may be none.
+    /// The contours, if any.
     std::vector<LocatedContour> finish();
 
 private:

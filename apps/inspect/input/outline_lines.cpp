@@ -1,8 +1,8 @@
 #include "inspect/input/outline_lines.h"
 
-#include <algorithm>
-
 #include "inspect/base/text_escape.h"
+
+#include <algorithm>
 
 namespace velm::inspect {
 namespace {

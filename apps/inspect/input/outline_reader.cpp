@@ -1,11 +1,5 @@
 #include "inspect/input/outline_reader.h"
 
-#include <algorithm>
-#include <cmath>
-#include <string>
-#include <string_view>
-#include <utility>
-
 #include "inspect/base/number_text.h"
 #include "inspect/input/dxf_outline.h"
 #include "inspect/input/outline_checks.h"
@@ -13,13 +7,19 @@
 #include "inspect/input/outline_lines.h"
 #include "inspect/input/outline_pieces.h"
 
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <string_view>
+#include <utility>
+
 namespace velm::inspect {
 namespace {
 
 struct Vertex {
     double x, y;
     std::size_t line;
-    bool starts_block; // the first data line, or the first one behind a blank line
+    bool starts_block; // the first data line, or the first one after a blank line
 };
 
 using Run = std::vector<Vertex>;
@@ -107,8 +107,8 @@ std::vector<LocatedContour> make_contours(const TextSource& source, Run vertices
     return contours;
 }
 
-// Passes over the title, and gives the first line of data; false where there is none. A form that
-// isn't told is settled here as far as that line tells it.
+// Skips the title and gives the first line of data; false if there is none. Chooses the form by
+// that line, if it isn't given.
 bool find_data(OutlineLines& lines, OutlineLine& line, NominalOutline& outline) {
     bool has_title = false;
     while (lines.next(line)) {

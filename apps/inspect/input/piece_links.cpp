@@ -51,9 +51,9 @@ void PieceLinks::refuse_gap(const ERPoint2D& end, const Piece& piece) const {
                                       place_text(end) + " within " + shortest(tolerance_) + where);
 }
 
-// Every end must meet exactly one other: only then the contours are the same in every order.
+// Every end must meet exactly one other: only then are the contours the same in every order.
 void PieceLinks::require_pairs() const {
-    const double size = 4.0 * tolerance_; // of a cell: what is near lies in two on an axis at most
+    const double size = 4.0 * tolerance_; // of a cell: near points span two per axis at most
     using Cell = std::pair<double, double>;
     std::map<Cell, std::vector<std::pair<ERPoint2D, const Piece*>>> cells;
     const auto cell_of = [size](double x, double y) {
@@ -93,9 +93,8 @@ void PieceLinks::require_pairs() const {
     }
 }
 
-// Pieces are linked at their first ends only where a squared distance exceeds a length; scaling by
-// a power of two, which is exact, sees to that for all ends that are farther apart than the
-// tolerance.
+// Pieces are linked at their first ends only if a squared distance exceeds a length; scaling by a
+// power of two, which is exact, ensures that for all ends farther apart than the tolerance.
 std::vector<PieceLinks::Ring> PieceLinks::rings() const {
     require_pairs();
     double whole = 0.0;

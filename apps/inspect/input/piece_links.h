@@ -9,7 +9,7 @@
 
 namespace velm::inspect {
 
-/// Links pieces to closed rings: two ends are joined where they are nearer than the tolerance.
+/// Links pieces to closed rings: two ends are joined if they are closer than the tolerance.
 ///
 ///     PieceLinks links(source, 0.001);
 ///     links.add({0, 0}, {40, 0}, 12);              // from line 12 of the file
@@ -20,7 +20,7 @@ public:
     PieceLinks(const TextSource& source, double tolerance)
         : source_(source), tolerance_(tolerance) {}
 
-    /// Ends that are at least the tolerance apart. Pieces are numbered from 0.
+    /// The distance of its ends is at least the tolerance. Pieces are numbered from 0.
     void add(const ERPoint2D& a, const ERPoint2D& b, std::size_t line) {
         pieces_.push_back({a, b, line});
     }
@@ -30,7 +30,7 @@ public:
     struct Link {
         std::size_t piece;
         bool reversed;
-        ERPoint2D from; ///< where it starts in the ring
+        ERPoint2D from; ///< its start in the ring
     };
     using Ring = std::vector<Link>;
     /// Throws `Failure` (input), with the line and the place, about an end that meets no other one

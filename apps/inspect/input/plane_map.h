@@ -1,4 +1,4 @@
-// plane_map.h: `PlaneMap`, an affine map of the plane, as blocks of drawings are inserted by.
+// plane_map.h: `PlaneMap`, an affine map of the plane, by which blocks of drawings are inserted.
 #pragma once
 
 #include "velm/frame/point.h"

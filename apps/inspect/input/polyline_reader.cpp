@@ -1,10 +1,10 @@
 #include "inspect/input/polyline_reader.h"
 
-#include <algorithm>
-#include <span>
-
 #include "inspect/base/number_text.h"
 #include "inspect/input/outline_lines.h"
+
+#include <algorithm>
+#include <span>
 
 namespace velm::inspect {
 namespace {

@@ -1,10 +1,10 @@
 #include "inspect/input/target_reader.h"
 
+#include "inspect/base/text_escape.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
-
-#include "inspect/base/text_escape.h"
 
 namespace velm::inspect {
 namespace {
@@ -68,7 +68,7 @@ ERPoint3D TargetReader::point(std::size_t first) const {
     return {records_.number(first), records_.number(first + 1), records_.number(first + 2)};
 }
 
-// Zero where there is none. The largest component is brought near 1, so that no square leaves its
+// Zero if there is none. The largest component is scaled to about 1, so that no square leaves its
 // range; a power of two changes no digit.
 ERVector3D TargetReader::normal() const {
     if (!is_filled(nom_i)) return {};

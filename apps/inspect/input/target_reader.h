@@ -1,30 +1,30 @@
 // target_reader.h: CSV tables of nominal and measured points: `TargetReader`, `BadRows`.
 #pragma once
 
+#include "inspect/input/csv_records.h"
+#include "velm/inspection/target_result.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
-
-#include "inspect/input/csv_records.h"
-#include "velm/inspection/target_result.h"
 
 namespace velm::inspect {
 
 /// Reads rows as `CsvRecords` does: `id` or else `name`; `nom_x`, `nom_y`, `nom_z`; optionally
 /// `nom_i`, `nom_j`, `nom_k`, the normal of the surface there, of any length; and either `x`, `y`,
 /// `z`, `diameter`, the ball and its centre, or `act_x`, `act_y`, `act_z`, the point of the
-/// surface. Where the header has both, each row fills in one. A row without a normal is a direct
-/// target.
+/// surface. If the header has both, each row fills in one of them. A row without a normal is a
+/// direct target.
 class TargetReader {
 public:
-    /// Reads the header. Throws `Failure` (input) where columns are missing.
+    /// Reads the header. Throws `Failure` (input) if columns are missing.
     explicit TargetReader(TextSource& source);
 
-    /// Reads the next row; false behind the last.
+    /// Reads the next row; false after the last.
     bool next() { return records_.next(); }
     std::size_t line() const { return records_.line(); }
     std::string id() const;
-    /// What the row holds, not judged yet. The target's identifier is `number`. Throws `RowFault`.
+    /// The row's points, not judged yet. The target's identifier is `number`. Throws `RowFault`.
     TargetRow row(int number) const;
 
 private:
@@ -36,7 +36,7 @@ private:
     CsvRecords records_;
 };
 
-/// Rows that can't be used: all are counted, the first ones named.
+/// Unusable rows: all are counted, the first ones named.
 class BadRows {
 public:
     void add(const TargetReader& reader, const RowFault& fault);

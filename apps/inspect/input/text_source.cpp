@@ -1,14 +1,13 @@
 #include "inspect/input/text_source.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "inspect/base/failure.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-
-#include "inspect/base/failure.h"
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace velm::inspect {
 namespace {
@@ -61,7 +60,7 @@ void TextSource::refuse_whole(const std::string& why) const {
     throw Failure(ExitCode::input, name_ + ": " + why);
 }
 
-// Moves what is left to the front and reads one more block behind it; false at the end.
+// Moves the rest to the front and reads one more block after it; false at the end.
 bool TextSource::fill() {
     if (at_end_) return false;
     std::copy(buffer_.begin() + static_cast<std::ptrdiff_t>(begin_),
@@ -72,7 +71,7 @@ bool TextSource::fill() {
     const bool first = bytes_read_ == 0;
     const std::string_view mark = "\xEF\xBB\xBF";
     std::size_t got = 0;
-    do { // a pipe may hand out the byte-order mark in pieces
+    do { // a pipe may give the byte-order mark in pieces
         const std::size_t more = read_(buffer_.data() + end_ + got, block - got);
         at_end_ = more == 0;
         got += more;
@@ -104,7 +103,7 @@ void TextSource::check_block(std::size_t from) {
 }
 
 bool TextSource::next_line(std::string_view& line) {
-    std::size_t searched = 0; // bytes behind begin_ that hold no line end
+    std::size_t searched = 0; // bytes after begin_ without a line end
     for (;;) {
         if (skip_line_feed_ && begin_ < end_) {
             skip_line_feed_ = false;

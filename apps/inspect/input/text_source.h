@@ -11,31 +11,31 @@
 
 namespace velm::inspect {
 
-/// Hands out the lines of a text, ended by LF, CR LF or CR; a UTF-8 byte-order mark at the start is
-/// dropped. Holds one block at a time, whatever the size of the file. Binary content (a zero byte,
-/// UTF-16) and lines above `longest_line` are refused as input that can't be understood.
+/// Gives the lines of a text, ended by LF, CR LF or CR; a UTF-8 byte-order mark at the start is
+/// dropped. Keeps one block at a time, regardless of the size of the file. Binary content (a zero
+/// byte, UTF-16) and lines above `longest_line` are refused as input that can't be understood.
 class TextSource {
 public:
     static constexpr std::size_t longest_line = std::size_t{1} << 20;
 
-    /// Opens a file, or stdin for "-". Throws `Failure` (file) when it can't be opened.
+    /// Opens a file, or stdin for "-". Throws `Failure` (file) if it can't be opened.
     explicit TextSource(const std::string& path);
     /// Reads from memory, which must outlive the source.
     TextSource(std::string name, std::string_view text);
 
-    /// The next line without its end; false behind the last one. The view holds until the next
-    /// call. Throws `Failure` (file) when reading fails, (input) on binary content.
+    /// The next line without its end; false after the last one. The view is valid until the next
+    /// call. Throws `Failure` (file) if reading fails, (input) on binary content.
     bool next_line(std::string_view& line);
 
-    /// What of the text follows, at least 512 bytes unless it ends before; nothing is handed out.
-    /// The view holds until the next call. Throws as next_line does.
+    /// The text that follows, at least 512 bytes unless it ends before, without consuming it. The
+    /// view is valid until the next call. Throws as next_line does.
     std::string_view ahead();
 
     const std::string& name() const { return name_; }
-    /// The number of the line handed out last, from 1; 0 before the first.
+    /// The number of the last line given, from 1; 0 before the first.
     std::size_t line_number() const { return line_number_; }
     std::uint64_t bytes_read() const { return bytes_read_; }
-    /// The size of the file in bytes, 0 where it is not known (a pipe).
+    /// The size of the file in bytes, 0 if it is unknown (a pipe).
     std::uint64_t size() const { return size_; }
 
     /// Throws `Failure` (input): "name, line n: why".
@@ -51,7 +51,7 @@ private:
     std::string name_;
     std::function<std::size_t(char*, std::size_t)> read_;
     std::vector<char> buffer_;
-    std::size_t begin_ = 0, end_ = 0; // what of the buffer is not handed out yet
+    std::size_t begin_ = 0, end_ = 0; // the part of the buffer not given out yet
     bool at_end_ = false;
     bool skip_line_feed_ = false; // the last line ended in CR at the end of a block
     std::size_t line_number_ = 0;

@@ -1,9 +1,5 @@
 #include "inspect/inspection/clip.h"
 
-#include <algorithm>
-#include <cmath>
-#include <deque>
-
 #include "inspect/base/output_set.h"
 #include "inspect/input/polyline_reader.h"
 #include "inspect/picture/clip_picture.h"
@@ -11,6 +7,10 @@
 #include "velm/frame/point_functions.h"
 #include "velm/frame/val_vector.h"
 #include "velm/planar/region.h"
+
+#include <algorithm>
+#include <cmath>
+#include <deque>
 
 namespace velm::inspect {
 namespace {
@@ -63,14 +63,14 @@ public:
     }
 
     struct Piece {
-        double start; // where on the polyline: its points counted, and parts between them
+        double start; // the place on the polyline: the number of a point, and parts between two
         Polygon points;
     };
     void append_pieces(const Polygon& polyline, std::vector<Piece>& pieces) {
         ERTValVector<Polygon> found;
         stops_.clear();
         domain_.Intersect(polyline, found, this);
-        // A piece is a run of stops; where the way repeats itself, the first run not passed yet.
+        // A piece is a run of stops; if the way repeats itself, the first run not passed yet.
         auto at = stops_.begin();
         for (const Polygon& piece : found) {
             const auto points = piece.view();
@@ -106,7 +106,7 @@ void require_straight(const TextSource& source, const Outline& region) {
 
 ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
     const double factor = scale_for(region, polylines);
-    std::deque<AreaClipper> areas; // which stay where they are
+    std::deque<AreaClipper> areas; // whose elements never move
     for (const OutlineArea& area : region.areas)
         areas.emplace_back(region, area, factor);
     ClipResult result;

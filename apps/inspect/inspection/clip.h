@@ -1,14 +1,14 @@
 // clip.h: polylines cut down to a region: `ClipOptions`, `clip`, `clip_polylines`.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "inspect/base/failure.h"
 #include "inspect/base/output_paths.h"
 #include "inspect/input/outline_reader.h"
 #include "inspect/result/clip_result.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace velm::inspect {
 
@@ -20,13 +20,13 @@ struct ClipOptions {
     double chain_tolerance = default_chain_tolerance; ///< of loose pieces
 };
 
-/// The pieces of the polylines that lie in an area of the region; a polyline that goes over from
-/// one area to another is cut there. Coordinates are scaled by a power of two, which is exact,
-/// where the tolerances of a region would not suit them.
+/// The pieces of the polylines in an area of the region; a polyline that passes from one area to
+/// another is cut there. Coordinates are scaled by a power of two, which is exact, if the
+/// tolerances of a region would not suit them.
 ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines);
 
-/// Reads both files, clips, and writes the pieces and the reports that are asked for; all outputs
-/// appear together at the end or not at all. Throws `Failure`.
+/// Reads both files, clips, and writes the pieces and the reports wanted; all outputs appear
+/// together at the end or not at all. Throws `Failure`.
 ExitCode clip_polylines(const ClipOptions& options);
 
 } // namespace velm::inspect

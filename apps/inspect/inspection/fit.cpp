@@ -1,13 +1,13 @@
 #include "inspect/inspection/fit.h"
 
-#include <algorithm>
-#include <cmath>
-#include <span>
-
 #include "inspect/base/number_text.h"
 #include "inspect/input/fit_points.h"
 #include "inspect/report/fit_outputs.h"
 #include "velm/measure/orthogonal_fit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <span>
 
 namespace velm::inspect {
 namespace {
@@ -33,27 +33,27 @@ std::vector<ERPoint2D> flattened(const std::vector<ERPoint3D>& points) {
     return result;
 }
 
-/// The sense in which the largest component is positive.
+// The sense in which the largest component is positive.
 double main_sense(const ERVector3D& v) {
     return v[static_cast<int>(v.axeOptimum())] < 0.0 ? -1.0 : 1.0;
 }
 
-/// Axes in the plane across n: u as near to the x axis as can be, or to the y axis.
+// Axes in the plane perpendicular to n: u as near as possible to the x axis, or to the y axis.
 void axes_across(const ERVector3D& n, ERVector3D& u, ERVector3D& v) {
     const ERVector3D near(std::fabs(n.i()) < 0.9 ? Coord3D_X : Coord3D_Y);
     u = (near - n * (near * n)).getnormalized();
     v = n ^ u;
 }
 
-/// Half the ball's diameter with the sign of the side that grows a circle: towards the material in
-/// a bore. 0 without a ball.
+// Half the ball's diameter with the sign of the side that grows a circle: towards the material in
+// a bore. 0 without a ball.
 double ball_shift(const FitResult& result) {
     return result.side == BallSide::inside    ? result.ball / 2.0
            : result.side == BallSide::outside ? -result.ball / 2.0
                                               : 0.0;
 }
 
-/// What a fit in a plane of space gives: residuals, and the places in that plane about `middle`.
+// The result of a fit in a plane of space: residuals, and the places in that plane about `middle`.
 template <class Fit>
 void take_plane(FitResult& result, const Fit& fit, const ERPoint3D& middle,
                 const FitPoints& points) {
@@ -135,7 +135,7 @@ void fit_circle_to(FitResult& result, const FitOptions& options, const FitPoints
                                            " is as large as the circle of its centres");
 }
 
-/// The ball and its side, from the command line and the file.
+// The ball and its side, from the command line and the file.
 void settle_ball(FitResult& result, const FitOptions& options, const FitPoints& points) {
     result.ball = points.diameter.value_or(options.diameter.value_or(0.0));
     result.side = options.side;

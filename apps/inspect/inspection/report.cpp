@@ -1,18 +1,18 @@
 #include "inspect/inspection/report.h"
 
-#include <algorithm>
-#include <iterator>
-#include <string_view>
-
 #include "inspect/base/progress.h"
 #include "inspect/keep/archive_file.h"
 #include "inspect/keep/store_reader.h"
 #include "inspect/report/target_outputs.h"
 
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
 namespace velm::inspect {
 namespace {
 
-// What takes the rows of each kind of inspection.
+// The outputs of each kind of inspection.
 SectionOutputs outputs_of(const SectionRecordReader& reader, const OutputPaths& paths) {
     return {reader.head(), reader.outline(), paths};
 }

@@ -2,11 +2,11 @@
 // `report_stored`.
 #pragma once
 
-#include <optional>
-#include <string>
-
 #include "inspect/base/failure.h"
 #include "inspect/report/section_outputs.h"
+
+#include <optional>
+#include <string>
 
 namespace velm::inspect {
 
@@ -16,9 +16,9 @@ struct ReportOptions {
     OutputPaths paths;
 };
 
-/// Writes the table and the reports of one inspection as the run did that kept it, byte for byte.
-/// A document in an archive, which holds one, goes to `report_archived`. Which others there are is
-/// told on standard error where none was chosen. Ends as the run did. Throws `Failure`.
+/// Writes the table and the reports of one inspection as its run did, byte for byte, and ends with
+/// its exit code. An archive contains one inspection; of a file with several the others are listed
+/// on stderr, if none was chosen. Throws `Failure`.
 ExitCode report_stored(const ReportOptions& options);
 
 } // namespace velm::inspect

@@ -1,13 +1,13 @@
 // section.h: the inspection of a section: `SectionOptions`, `inspect_section`.
 #pragma once
 
-#include <optional>
-#include <string>
-
 #include "inspect/base/failure.h"
 #include "inspect/input/outline_reader.h"
 #include "inspect/report/section_outputs.h"
 #include "velm/inspection/section_frame.h"
+
+#include <optional>
+#include <string>
 
 namespace velm::inspect {
 
@@ -15,19 +15,19 @@ struct SectionOptions {
     std::string nominal;
     std::string measured;
     std::optional<Tolerance> tolerance;
-    double diameter = 0.0;             ///< of the ball where the measured file tells none
+    double diameter = 0.0;             ///< of the ball if the measured file has none
     std::optional<SectionFrame> frame; ///< without one, x and y are the section's own
     std::optional<double> max_height;  ///< how far off the frame's plane a point may lie
     OutputPaths paths;
-    bool align = false; ///< points are first brought onto the outline by the best fit
+    bool align = false; ///< points are first moved onto the outline by the best fit
     OutlineForm form = OutlineForm::automatic;
     DxfOptions drawing;                               ///< layers, and the unit of NOMINAL
     double chain_tolerance = default_chain_tolerance; ///< of loose pieces
 };
 
 /// Compares the measured points with the nominal outline, row by row, and writes the table, the
-/// summary and the reports that are asked for. All outputs appear together at the end or not at
-/// all. Memory doesn't grow with the number of points, but for the ids' set and the points that the
+/// summary and the reports wanted. All outputs appear together at the end or not at all. Memory
+/// doesn't grow with the number of points, except for the set of ids and the points that the
 /// picture shows one by one; an alignment keeps all rows. Throws `Failure`.
 ExitCode inspect_section(const SectionOptions& options);
 

@@ -1,12 +1,12 @@
 #include "inspect/inspection/section_alignment.h"
 
-#include <algorithm>
-#include <cmath>
-#include <vector>
-
 #include "inspect/base/failure.h"
 #include "inspect/inspection/section_points.h"
 #include "inspect/report/alignment_report.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
 
 namespace velm::inspect {
 

@@ -1,9 +1,9 @@
 #include "inspect/inspection/section_points.h"
 
-#include <cmath>
-
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
+
+#include <cmath>
 
 namespace velm::inspect {
 namespace {
@@ -45,7 +45,7 @@ bool SectionPoints::next(SectionRow& row) {
     return true;
 }
 
-// Brings a point into the section's frame, where there is one.
+// Maps a point into the section's frame, if any.
 void SectionPoints::place(SectionRow& row) const {
     row.measured = ERPoint2D(point_.x, point_.y);
     if (!options_.frame) return;

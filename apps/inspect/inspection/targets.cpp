@@ -1,7 +1,5 @@
 #include "inspect/inspection/targets.h"
 
-#include <vector>
-
 #include "inspect/base/progress.h"
 #include "inspect/base/repeated_ids.h"
 #include "inspect/input/target_reader.h"
@@ -9,10 +7,12 @@
 #include "inspect/keep/archive_file.h"
 #include "inspect/keep/store_writer.h"
 
+#include <vector>
+
 namespace velm::inspect {
 namespace {
 
-// What was read of a table.
+// The contents of a table.
 struct ReadTable {
     std::vector<TargetRow> rows;
     RepeatedIds repeated;

@@ -2,12 +2,12 @@
 // `inspect_targets`.
 #pragma once
 
-#include <optional>
-#include <string>
-
 #include "inspect/base/failure.h"
 #include "inspect/report/target_outputs.h"
 #include "velm/inspection/summary.h"
+
+#include <optional>
+#include <string>
 
 namespace velm::inspect {
 
@@ -15,13 +15,12 @@ struct TargetOptions {
     std::string table;
     std::optional<Tolerance> tolerance;
     OutputPaths paths;
-    bool skip_bad = false; ///< rows that can't be used are told and left out, not refused
-    bool align = false;    ///< measured points are first brought onto the nominal by the best fit
+    bool skip_bad = false; ///< unusable rows are reported and left out, not refused
+    bool align = false;    ///< measured points are first moved onto the nominal by the best fit
 };
 
 /// Compares each measured point of a table with its nominal one, and writes the table, the summary
-/// and the reports that are asked for. All outputs appear together at the end or not at all. Throws
-/// `Failure`.
+/// and the reports wanted. All outputs appear together at the end or not at all. Throws `Failure`.
 ExitCode inspect_targets(const TargetOptions& options);
 
 } // namespace velm::inspect

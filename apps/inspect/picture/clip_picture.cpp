@@ -1,12 +1,12 @@
 #include "inspect/picture/clip_picture.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/picture/deviation_scale.h"
 #include "inspect/picture/svg_canvas.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace velm::inspect {
 namespace {
@@ -16,7 +16,7 @@ constexpr CanvasBox drawing{border, 100.0, SvgCanvas::width - 2.0 * border, 620.
 constexpr double least_step = 0.3; // of drawn lines, in picture units
 constexpr std::size_t most_dots = 2000;
 
-/// From the model to the page.
+// From the model to the page.
 class Placement {
 public:
     explicit Placement(const ERMinimax2D& box) {
@@ -37,7 +37,7 @@ private:
     double unit_, x_, y_;
 };
 
-/// Path data of a line; points that fall on the one before are left out, but for the last.
+// Path data of a line; points that coincide with the one before are left out, except the last.
 std::string path_of(const Polygon& points, const Placement& place) {
     std::string data;
     CanvasPoint last;

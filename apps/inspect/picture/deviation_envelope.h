@@ -1,14 +1,14 @@
 // deviation_envelope.h: `DeviationEnvelope`, the least and greatest deviation along an outline.
 #pragma once
 
+#include "velm/inspection/section_result.h"
+
 #include <cstdint>
 #include <vector>
 
-#include "velm/inspection/section_result.h"
-
 namespace velm::inspect {
 
-/// Parts the outline into stretches of about equal length and keeps, for each, the extreme
+/// Divides the outline into stretches of about equal length and keeps, for each, the extreme
 /// deviations with the places where they were found, in constant memory.
 class DeviationEnvelope {
 public:
@@ -30,7 +30,7 @@ public:
     const std::vector<std::vector<Stretch>>& contours() const { return stretches_; }
 
 private:
-    std::vector<std::vector<double>> way_; // to each vertex, and the whole length at the end
+    std::vector<std::vector<double>> way_; // to each vertex; the whole length at the end
     std::vector<std::vector<Stretch>> stretches_;
 };
 

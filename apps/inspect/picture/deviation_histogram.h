@@ -7,8 +7,8 @@
 namespace velm::inspect {
 
 /// Counts values in bins of one width, a power of two that doubles as the range grows. The first
-/// `exact_values` values are kept as they are, so that short series lose nothing; beyond, a value
-/// is known to a thousandth of the range of those.
+/// `exact_values` values are kept exactly, so that short series lose nothing; later values are
+/// known to a thousandth of the range of those.
 class DeviationHistogram {
 public:
     struct Cell {
@@ -19,13 +19,13 @@ public:
     void add(double value);
     /// All values in rising order with their counts.
     std::vector<Cell> cells() const;
-    /// The value below which a part of 0 to 1 of a rising series lies.
+    /// The value below which a part from 0 to 1 of a rising series is.
     static double quantile(const std::vector<Cell>& cells, double part);
 
 private:
     static constexpr std::size_t exact_values = 5000;
     static constexpr std::size_t bin_count = 4096;
-    static constexpr int most_doublings = 12; // what lies beyond that range goes to the end bins
+    static constexpr int most_doublings = 12; // values beyond that range go to the end bins
 
     void start_bins();
     void put(double value);

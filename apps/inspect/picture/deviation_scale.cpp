@@ -1,11 +1,11 @@
 #include "inspect/picture/deviation_scale.h"
 
+#include "inspect/base/number_text.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <initializer_list>
-
-#include "inspect/base/number_text.h"
 
 namespace velm::inspect {
 namespace {

@@ -1,21 +1,21 @@
-// deviation_scale.h: `DeviationScale`, the colours of deviations, and numbers as pictures show
-// them.
+// deviation_scale.h: `DeviationScale`, the colours of deviations, and numbers for pictures.
 #pragma once
+
+#include "velm/inspection/section_result.h"
 
 #include <array>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "velm/inspection/section_result.h"
-
 namespace velm::inspect {
 
 /// A diverging scale of nine classes, from blue over grey to red: seven of equal width between two
 /// limits, and one beyond each of them. With a tolerance the limits are its own, so that the two
-/// darkest colours mean out of tolerance and nothing else; without one they lie at plus and minus
-/// a round number that is not below `range`. The hues are told apart in all common forms of colour
-/// blindness and the lightness falls to both sides, so that the scale survives a print in grey.
+/// darkest colours mean out of tolerance and nothing else; without one they are plus and minus a
+/// round number that is not below `range`. The hues are distinguishable in all common forms of
+/// colour blindness, and the lightness falls to both sides, so that the scale survives a print in
+/// grey.
 class DeviationScale {
 public:
     static constexpr int classes = 9, below = 0, above = 8;
@@ -36,8 +36,8 @@ private:
 /// A number with its sign and a true minus, for texts in pictures.
 std::string signed_text(double value, int decimals);
 
-/// How a picture writes deviations: all with the same decimals, and where they are very small or
-/// very large, in a power of ten that the headings tell.
+/// The form of deviations in a picture: all with the same decimals and, if they are very small or
+/// very large, in a power of ten named in the headings.
 class DeviationUnit {
 public:
     /// For deviations up to `largest`, which is shown with three significant digits.

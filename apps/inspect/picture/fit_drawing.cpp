@@ -1,14 +1,14 @@
 #include "inspect/picture/fit_drawing.h"
 
+#include "inspect/base/number_text.h"
+#include "inspect/base/text_escape.h"
+#include "inspect/picture/fit_lines.h"
+
 #include <algorithm>
 #include <cmath>
 #include <map>
 #include <numbers>
 #include <numeric>
-
-#include "inspect/base/number_text.h"
-#include "inspect/base/text_escape.h"
-#include "inspect/picture/fit_lines.h"
 
 namespace velm::inspect {
 namespace {
@@ -92,7 +92,7 @@ void FitDrawing::dot(const CanvasPoint& at, std::size_t index, double radius) {
                  color_of(result_.residuals[index]) + " stroke=\"#fff\" stroke-width=\"0.4\"");
 }
 
-// `where` has the place of every point, `toward` the side of it on which its label stands.
+// `where` has the place of every point, `toward` the side for its label.
 void FitDrawing::label_worst(const std::vector<CanvasPoint>& where,
                              const std::function<CanvasPoint(std::size_t)>& toward) {
     constexpr std::size_t most = 3, most_obstacles = 2000;
@@ -106,7 +106,7 @@ void FitDrawing::label_worst(const std::vector<CanvasPoint>& where,
     }
 }
 
-// A text that labels stay off.
+// A text that labels must not touch.
 void FitDrawing::fixed_text(const CanvasPoint& at, const std::string& content, double size,
                             Anchor anchor, std::string_view attributes) {
     const double width = SvgCanvas::text_width(content, size);
@@ -152,7 +152,7 @@ void FitDrawing::draw_polar() {
         const double a = angle_of(result_.places[n]), r = radius(result_.residuals[n]);
         where[n] = {center.x + r * std::cos(a), center.y - r * std::sin(a)};
     }
-    // A line joins neighbours, unless a wide gap parts them.
+    // A line joins neighbours, unless there is a wide gap between them.
     constexpr double widest_gap = turn / 10.0;
     const bool joins = order.size() > 2 && order.size() == where.size();
     std::string path;

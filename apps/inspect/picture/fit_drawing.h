@@ -1,15 +1,15 @@
-// fit_drawing.h: `FitDrawing`, the residuals of a circle, a line or a plane in a part of a page.
+// fit_drawing.h: `FitDrawing`, the residuals of a circle, a line or a plane in an area of a page.
 #pragma once
-
-#include <functional>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "inspect/picture/deviation_scale.h"
 #include "inspect/picture/label_places.h"
 #include "inspect/picture/svg_canvas.h"
 #include "inspect/result/fit_result.h"
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace velm::inspect {
 

@@ -1,9 +1,9 @@
 #include "inspect/picture/fit_lines.h"
 
+#include "inspect/base/number_text.h"
+
 #include <algorithm>
 #include <cmath>
-
-#include "inspect/base/number_text.h"
 
 namespace velm::inspect {
 

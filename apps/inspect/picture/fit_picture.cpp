@@ -1,8 +1,5 @@
 #include "inspect/picture/fit_picture.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/picture/deviation_histogram.h"
@@ -10,12 +7,15 @@
 #include "inspect/picture/fit_lines.h"
 #include "inspect/picture/section_panel.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace velm::inspect {
 namespace {
 
 constexpr double border = 40.0, top = 92.0, left = 742.0;
 
-/// What the drawing spans: the largest residual, and the tolerance where it is of the same size.
+// The range of the drawing: the largest residual, and the tolerance if it is of the same size.
 double reach(const FitResult& result) {
     const RunningStatistics& deviations = result.summary.deviations;
     const double largest =

@@ -1,21 +1,21 @@
 // outline_path.h: `OutlinePath`, a contour in the picture, its arcs as arcs.
 #pragma once
 
+#include "inspect/picture/svg_canvas.h"
+#include "velm/planar/contour.h"
+
 #include <functional>
 #include <string>
 #include <vector>
 
-#include "inspect/picture/svg_canvas.h"
-#include "velm/planar/contour.h"
-
 namespace velm::inspect {
 
-/// A closed path without what the eye can't tell: vertices closer to the one before than
-/// `finest_detail`, and arcs as flat as a line. Arcs are cut into pieces below half a turn, each of
-/// which its ends, its radius and its sense tell whatever their rounding.
+/// A closed path without invisible details: vertices closer to the one before than `finest_detail`,
+/// and arcs as flat as a line. Arcs are cut into pieces below half a turn, which are determined by
+/// ends, radius and sense in spite of rounding.
 class OutlinePath {
 public:
-    /// `place` brings a point into the picture, where a model unit is `unit` long.
+    /// `place` maps a point into the picture, where a model unit is `unit` long.
     OutlinePath(const Contour& contour, const std::function<CanvasPoint(const ERPoint2D&)>& place,
                 double unit);
 
@@ -40,7 +40,7 @@ private:
     void add(const Piece& piece, double length);
 
     CanvasPoint start_;
-    std::vector<Piece> pieces_; // the closing one left out where it is straight
+    std::vector<Piece> pieces_; // the closing one left out if it is straight
 };
 
 } // namespace velm::inspect

@@ -1,9 +1,9 @@
 #include "inspect/picture/page_pictures.h"
 
+#include "inspect/picture/svg_canvas.h"
+
 #include <algorithm>
 #include <cmath>
-
-#include "inspect/picture/svg_canvas.h"
 
 namespace velm::inspect {
 namespace {
@@ -16,7 +16,7 @@ double reference_deviation(const std::vector<DeviationHistogram::Cell>& cells,
                            const std::optional<Tolerance>& tolerance) {
     double usual = std::max(std::fabs(DeviationHistogram::quantile(cells, 0.01)),
                             std::fabs(DeviationHistogram::quantile(cells, 0.99)));
-    if (usual == 0.0) // all but a few are perfect
+    if (usual == 0.0) // all except a few are perfect
         usual = std::max(std::fabs(cells.front().value), std::fabs(cells.back().value));
     if (!tolerance) return usual;
     const double limit = std::max(std::fabs(tolerance->lower), std::fabs(tolerance->upper));

@@ -1,19 +1,19 @@
-// page_pictures.h: `PagePictures`, the pictures of a report's page, and what all of them have
-// alike.
+// page_pictures.h: `PagePictures`, the pictures of a report's page, and their common parts.
 #pragma once
-
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "inspect/picture/deviation_histogram.h"
 #include "inspect/picture/deviation_scale.h"
 #include "inspect/picture/section_panel.h"
 
+#include <optional>
+#include <string>
+#include <vector>
+
 namespace velm::inspect {
 
-/// The markup of <svg> elements in the colours of the drawings, without a ground. The drawing is
-/// made twice, so that its texts are legible both on a desk and on a phone: the page shows one.
+/// The markup of <svg> elements in the colours of the drawings, without a background. The drawing
+/// is made twice, so that its texts are legible on a desk and on a phone: the page shows one of
+/// them.
 struct PagePictures {
     struct Drawing {
         std::string picture, legend;
@@ -25,8 +25,8 @@ struct PagePictures {
     static constexpr double wide_width = 900.0, narrow_width = 420.0;
 };
 
-/// The deviation for which a drawing chooses the length of its whiskers, a usual large one: of the
-/// rarest two in a hundred, but at least the tolerance where that is of the same size.
+/// The deviation for which a drawing chooses the length of its whiskers, a usual large one:
+/// exceeded by two in a hundred, but at least the tolerance if that is of the same size.
 double reference_deviation(const std::vector<DeviationHistogram::Cell>& cells,
                            const std::optional<Tolerance>& tolerance);
 

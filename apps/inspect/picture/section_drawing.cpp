@@ -1,12 +1,12 @@
 #include "inspect/picture/section_drawing.h"
 
+#include "inspect/base/text_escape.h"
+#include "inspect/picture/scale_bars.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <set>
-
-#include "inspect/base/text_escape.h"
-#include "inspect/picture/scale_bars.h"
 
 namespace velm::inspect {
 namespace {
@@ -72,8 +72,8 @@ SectionDrawing::Measures SectionDrawing::measures_for(double width) {
     return {60.0, 68.0, 34.0, false};
 }
 
-// The whisker of a usual large deviation: a part of the outline, and less where that would fill a
-// small hole.
+// The whisker of a usual large deviation: a part of the outline's size, and less if that would fill
+// a small hole.
 double SectionDrawing::usual_length(const Outline& outline) const {
     constexpr double part = 0.32;
     const double most = measures_.longest / 1.5;
@@ -132,9 +132,9 @@ std::string SectionDrawing::use_outline(const std::string& attributes) const {
     return "<use href=\"" + name + "\" xlink:href=\"" + name + "\"" + attributes + "/>";
 }
 
-// Each side of the band is a stroke of the outline, twice as wide as the limit lies away and
-// clipped to that side; the limit's line is a stroke a little wider below it. A band that leaves
-// the outline out is painted over again up to its nearer limit.
+// Each side of the band is a stroke of the outline, twice as wide as the limit's distance and
+// clipped to that side; the limit's line is a slightly wider stroke below it. A band that doesn't
+// reach the outline is painted over up to its nearer limit.
 void SectionDrawing::draw_band() {
     constexpr std::string_view band = "#fcefc2", limit = "#b8860b";
     constexpr double line = 0.9;
@@ -168,7 +168,7 @@ void SectionDrawing::mark_cut(const CanvasPoint& foot, const CanvasPoint& end, s
     }
 }
 
-// Where a whisker starts: at its foot, or where the excess starts.
+// The start of a whisker: its foot, or the limit that it exceeds.
 CanvasPoint SectionDrawing::start(const DrawnPoint& point) const {
     const double from =
         only_excess_ ? std::clamp(point.deviation, tolerance_->lower, tolerance_->upper) : 0.0;
@@ -177,7 +177,7 @@ CanvasPoint SectionDrawing::start(const DrawnPoint& point) const {
 
 void SectionDrawing::draw_whiskers(const std::vector<DrawnPoint>& points, bool only_excess) {
     only_excess_ = only_excess;
-    // Points that the eye can't tell apart are drawn once.
+    // Points that the eye can't distinguish are drawn once.
     const double grain = points.size() > 20000 ? 0.5 : 0.1;
     std::vector<const DrawnPoint*> drawn;
     std::set<std::array<long, 4>> seen;
@@ -238,7 +238,7 @@ void SectionDrawing::draw_whisker_groups(const std::vector<const DrawnPoint*>& p
 }
 
 // A triangle at the tip of each whisker that is out of tolerance: upwards above the upper limit,
-// downwards below the lower one, so that the shape tells it without the colour.
+// downwards below the lower one, so that the shape says it without the colour.
 void SectionDrawing::draw_markers(const std::vector<const DrawnPoint*>& points) {
     std::array<std::string, 2> shapes;
     const auto is_out = [&](const DrawnPoint* point) {

@@ -1,22 +1,22 @@
 // section_drawing.h: `SectionDrawing`, the outline of a section with its deviations, to scale.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "inspect/picture/deviation_envelope.h"
 #include "inspect/picture/deviation_scale.h"
 #include "inspect/picture/label_places.h"
 #include "inspect/picture/outline_path.h"
 #include "inspect/picture/svg_canvas.h"
 
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
 namespace velm::inspect {
 
-/// A point that is drawn by itself.
+/// A point that is drawn separately.
 struct DrawnPoint {
-    std::string id; ///< empty where the points are too many to be named
+    std::string id; ///< empty if there are too many points to name them
     ERPoint2D foot;
     ERVector2D outward;
     double deviation = 0.0;
@@ -24,11 +24,11 @@ struct DrawnPoint {
 
 /// Draws into one area of the canvas: the material, the tolerance band, whiskers from the outline,
 /// outwards for positive deviations, magnified by one round factor. The factor is chosen so that
-/// `reference`, a usual large deviation, is well seen; whiskers that are too long are cut and
-/// marked. A narrow area gets shorter whiskers and a smaller margin.
+/// `reference`, a usual large deviation, is clearly visible; whiskers that are too long are cut and
+/// marked. A narrow area has shorter whiskers and a smaller margin.
 class SectionDrawing {
 public:
-    /// `name_prefix` keeps the names of the picture's parts apart from those of another one within
+    /// `name_prefix` distinguishes the names of the picture's parts from those of another one on
     /// the same page.
     SectionDrawing(SvgCanvas& canvas, const CanvasBox& area, const Outline& outline,
                    const DeviationScale& scale, const std::optional<Tolerance>& tolerance,
@@ -39,7 +39,7 @@ public:
     void draw_whiskers(const std::vector<DrawnPoint>& points, bool only_excess);
     void draw_envelope(const DeviationEnvelope& envelope);
     /// Names up to `most` of the rows in the order given, but none close to one named already, each
-    /// where it hides least, with a line to its point.
+    /// at the place where it hides least, with a line to its point.
     void draw_labels(const std::vector<SectionRow>& rows, std::size_t most,
                      const DeviationUnit& unit);
     /// The bars for lengths of the part and for deviations, below the drawing.
@@ -51,7 +51,7 @@ public:
     bool shows_band() const { return shows_band_; }
 
 private:
-    // What goes with the width of an area, in picture units.
+    // The measures that depend on the width of an area, in picture units.
     struct Measures {
         double longest;     // whisker
         double margin;      // round the outline, for whiskers and labels
@@ -78,8 +78,8 @@ private:
     const DeviationScale& scale_;
     std::optional<Tolerance> tolerance_;
     std::vector<OutlinePath> contours_;
-    CanvasBox drawn_;   // what the outline takes
-    double unit_ = 1.0; // picture units a model unit
+    CanvasBox drawn_;   // the box of the outline
+    double unit_ = 1.0; // picture units per model unit
     double left_ = 0.0, bottom_ = 0.0;
     double model_left_ = 0.0, model_bottom_ = 0.0;
     double magnification_ = 1.0;

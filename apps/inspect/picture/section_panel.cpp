@@ -1,10 +1,10 @@
 #include "inspect/picture/section_panel.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace velm::inspect {
 namespace {
@@ -56,7 +56,7 @@ Bars make_bars(const std::vector<DeviationHistogram::Cell>& cells, const Deviati
     const auto count = static_cast<std::size_t>(std::floor((high - bars.first) / bars.step)) + 1;
     bars.counts.assign(std::min<std::size_t>(count, 200), 0.0);
     for (const DeviationHistogram::Cell& cell : cells) {
-        // A value on an edge, but for rounding, belongs to the bar that starts there.
+        // A value on an edge, except for rounding, belongs to the bar that starts there.
         const double at = std::floor((cell.value - bars.first) / bars.step + 1e-9);
         const double last = static_cast<double>(bars.counts.size() - 1);
         bars.counts[static_cast<std::size_t>(std::clamp(at, 0.0, last))] +=
@@ -69,7 +69,7 @@ void draw_axis(SvgCanvas& canvas, const CanvasBox& plot, const Bars& bars,
                const DeviationUnit& unit) {
     const double range = bars.step * static_cast<double>(bars.counts.size());
     double tick = round_step_below(range / 4.0);
-    // Numbers that would touch each other stand at wider steps.
+    // Numbers that would touch each other are drawn at wider steps.
     const auto text_of = [&](double value) {
         return signed_text(unit.scaled(value), decimals_for(unit.scaled(tick), 1));
     };

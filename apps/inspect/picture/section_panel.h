@@ -1,13 +1,13 @@
-// section_panel.h: what stands beside the drawing of a section: figures, distribution, legend.
+// section_panel.h: the parts beside the drawing of a section: figures, distribution, legend.
 #pragma once
-
-#include <cstdint>
-#include <string>
-#include <vector>
 
 #include "inspect/picture/deviation_histogram.h"
 #include "inspect/picture/deviation_scale.h"
 #include "inspect/picture/svg_canvas.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 namespace velm::inspect {
 
@@ -24,7 +24,7 @@ struct LegendNotes {
 void draw_header(SvgCanvas& canvas, const std::string& title, const std::string& below,
                  const Summary& summary);
 
-/// The end of a long path, which tells more than its beginning.
+/// The end of a long path, which says more than its beginning.
 std::string shown_path(const std::string& path);
 
 /// A heading over a rule, at the top of an area.
@@ -33,15 +33,15 @@ void draw_heading(SvgCanvas& canvas, const CanvasBox& area, const std::string& c
 void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summary,
                   const DeviationUnit& unit);
 
-/// What the legend below needs.
+/// The data for the legend.
 double legend_height(const LegendNotes& notes);
 
-/// The scale of colours with its limits, and what the signs of the drawing mean.
+/// The scale of colours with its limits, and the meaning of the signs in the drawing.
 void draw_legend(SvgCanvas& canvas, const CanvasBox& area, const DeviationScale& scale,
                  const LegendNotes& notes, const DeviationUnit& unit);
 
-/// Bars in the colours of the scale, the limits as lines. Values far out, beyond the middle 99 in
-/// 100 by more than its width and a half, are gathered in the end bars.
+/// Bars in the colours of the scale, the limits as lines. Values that are more than one and a half
+/// widths of the middle 99 in 100 outside of it are counted in the end bars.
 void draw_histogram(SvgCanvas& canvas, const CanvasBox& area,
                     const std::vector<DeviationHistogram::Cell>& cells, const DeviationScale& scale,
                     bool has_tolerance, const DeviationUnit& unit);

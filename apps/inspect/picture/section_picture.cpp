@@ -1,10 +1,10 @@
 #include "inspect/picture/section_picture.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace velm::inspect {
 namespace {
@@ -12,7 +12,8 @@ namespace {
 constexpr double border = 40.0;
 constexpr double below_header = 92.0;
 
-// Where the parts of the page stand: a flat section above its figures, an upright one beside them.
+// The places of the parts of the page: a flat section is above its figures, an upright one beside
+// them.
 struct Layout {
     CanvasBox drawing, figures, histogram, legend;
 };

@@ -1,16 +1,16 @@
 // section_picture.h: `SectionPicture`, the deviations of a section drawn for a report.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "inspect/picture/deviation_envelope.h"
 #include "inspect/picture/deviation_histogram.h"
 #include "inspect/picture/page_pictures.h"
 #include "inspect/picture/section_drawing.h"
 #include "inspect/picture/section_panel.h"
 #include "velm/inspection/section_result.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace velm::inspect {
 
@@ -28,7 +28,7 @@ public:
     PagePictures page(const std::vector<SectionRow>& worst) const;
 
 private:
-    // What all rows together give the drawing.
+    // The data for the drawing from all rows together.
     struct Look {
         std::vector<DeviationHistogram::Cell> cells;
         double reference;

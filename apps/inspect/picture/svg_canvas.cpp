@@ -24,8 +24,8 @@ std::string svg_number(double value) {
 
 std::string svg_point(const CanvasPoint& p) { return svg_number(p.x) + " " + svg_number(p.y); }
 
-// The sheet of styles gives the picture its page when it is printed by itself. It stands in front,
-// where it doesn't reach the pages of a report that takes the <svg> element in.
+// The style sheet gives the picture its page when it is printed alone. It comes first, where it
+// doesn't affect the pages of a report that contains the <svg> element.
 SvgCanvas::SvgCanvas(std::string_view title, std::string_view description) {
     body_ =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"

@@ -19,7 +19,7 @@ struct CanvasBox {
     bool contains(const CanvasBox& other) const;
 };
 
-/// A length in the picture with one hundredth of a unit, without idle zeros.
+/// A length in the picture to one hundredth of a unit, without trailing zeros.
 std::string svg_number(double value);
 
 /// "x y" for path data.
@@ -34,7 +34,7 @@ public:
     enum class Anchor { start, middle, end };
 
     SvgCanvas(std::string_view title, std::string_view description);
-    /// A picture of this size that stands within an HTML page, without a ground of its own.
+    /// A picture of this size within an HTML page, without a background of its own.
     SvgCanvas(std::string_view title, double own_width, double own_height);
 
     double own_width() const { return width_; }
@@ -48,13 +48,13 @@ public:
     /// Text with its base line at `p`.
     void text(const CanvasPoint& p, std::string_view content, double size,
               Anchor anchor = Anchor::start, std::string_view attributes = "");
-    /// Text as it is, for what the functions above don't offer.
+    /// Raw markup, for everything else.
     void raw(std::string_view markup) { body_ += markup; }
 
     /// The whole picture.
     std::string finish() const;
 
-    /// About how wide a text of this size is.
+    /// The approximate width of a text of this size.
     static double text_width(std::string_view content, double size);
 
 private:

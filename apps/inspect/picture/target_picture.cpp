@@ -1,16 +1,16 @@
 #include "inspect/picture/target_picture.h"
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <limits>
-#include <vector>
-
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/picture/label_places.h"
 #include "inspect/picture/scale_bars.h"
 #include "inspect/picture/svg_canvas.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <vector>
 
 namespace velm::inspect {
 namespace {
@@ -20,9 +20,9 @@ constexpr std::size_t most_obstacles = 2000;
 
 std::array<double, 3> coordinates(const ERPoint3D& p) { return {p.x(), p.y(), p.z()}; }
 
-// What goes with the width of a drawing, in its units.
+// The measures that depend on the width of a drawing, in its units.
 struct Measures {
-    double margin;                    // round the points, for whiskers and labels
+    double margin;                    // around the points, for whiskers and labels
     double least_height, most_height; // of the drawing with its footer
     double whisker;                   // of a deviation at the end of the scale, at most
     std::size_t most_named;
@@ -60,7 +60,7 @@ public:
         drawn_ = std::max(measures.least_height - measures.footer, extent(up_) * unit_ + around);
     }
 
-    double unit() const { return unit_; }    // of the picture, for one of the model
+    double unit() const { return unit_; }    // of the picture, per unit of the model
     double height() const { return drawn_; } // without the footer
     CanvasPoint place(const ERPoint3D& p) const {
         const auto at = coordinates(p);

@@ -1,12 +1,12 @@
 #include "inspect/report/alignment_report.h"
 
+#include "inspect/base/number_text.h"
+#include "inspect/base/text_escape.h"
+
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
 #include <numbers>
-
-#include "inspect/base/number_text.h"
-#include "inspect/base/text_escape.h"
 
 namespace velm::inspect {
 

@@ -1,12 +1,12 @@
-// alignment_report.h: how reports show an alignment: `alignment_lines`,
-// `alignment_text`, `unconverged_text`.
+// alignment_report.h: an alignment as texts of reports: `alignment_lines`, `alignment_text`,
+// `unconverged_text`.
 #pragma once
+
+#include "velm/inspection/applied_alignment.h"
 
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "velm/inspection/applied_alignment.h"
 
 namespace velm::inspect {
 
@@ -16,7 +16,7 @@ std::string unconverged_text(const velm::AlignmentReport& report,
 
 /// The alignment as names and values for readers.
 std::vector<std::pair<std::string, std::string>> alignment_lines(const AppliedAlignment& alignment);
-/// These as lines for a terminal, behind an empty one.
+/// These as lines for a terminal, after an empty one.
 std::string alignment_text(const AppliedAlignment& alignment);
 
 } // namespace velm::inspect

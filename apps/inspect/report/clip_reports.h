@@ -6,8 +6,8 @@
 
 namespace velm::inspect {
 
-/// A point a line, a comment before each piece, pieces parted by blank lines: a file of polylines
-/// again.
+/// One point per line, a comment before each piece, pieces separated by blank lines: a file of
+/// polylines again.
 void write_clip_text(Output& output, const ClipResult& result);
 
 /// {"velm":...,"command":"clip","region":...,"polyline":...,"pieces":[{"polyline":0,"length":...,

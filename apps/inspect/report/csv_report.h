@@ -8,8 +8,8 @@
 
 namespace velm::inspect {
 
-/// A header and a line per row: every field that JSON has, coordinates in a column each, a value
-/// that is absent as an empty cell. Late fields come last, so that a new one moves no column.
+/// A header and a line per row: every field that JSON has, one column per coordinate, a missing
+/// value as an empty cell. Late fields come last, so that a new one moves no column.
 class CsvReport {
 public:
     /// `row` is any row, even an empty one: its fields make the header.

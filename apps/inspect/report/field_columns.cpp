@@ -101,7 +101,7 @@ std::string rows_text(std::span<const Described> rows, int decimals) {
     std::vector<std::vector<std::string>> lines;
     for (const Described& row : rows)
         lines.push_back(cells_of(row, decimals));
-    // A judgement that no row has is no column.
+    // There is no column for a judgement that no row has.
     std::vector<std::size_t> shown;
     for (std::size_t c = 0; c < columns.size(); ++c)
         if (columns[c].type != FieldType::truth ||

@@ -1,5 +1,5 @@
-// field_columns.h: the columns and cells in which people read rows: `FieldColumn`, `columns_of`,
-// `cells_of`, `PageColumns`, `rows_text`.
+// field_columns.h: rows as columns and cells for people: `FieldColumn`, `columns_of`, `cells_of`,
+// `PageColumns`, `rows_text`.
 #pragma once
 
 #include "velm/inspection/field.h"
@@ -22,14 +22,14 @@ struct FieldColumn {
     }
 };
 
-/// The columns of the fields that tables show; those of any row are those of all rows with its
+/// The columns of the fields that tables show; any row gives the columns of all rows with the same
 /// head.
 std::vector<FieldColumn> columns_of(const Described& row);
 
-/// A text for each column; numbers with `decimals` digits, empty where there is no value.
+/// A text for each column; numbers with `decimals` digits, empty if there is no value.
 std::vector<std::string> cells_of(const Described& row, int decimals);
 
-/// The columns of a page: what is judged comes first; the id and the judgement are shown in a way
+/// The columns of a page: the judged values come first; the id and the judgement are shown in a way
 /// of their own, and the fields of `left_out` not at all.
 class PageColumns {
 public:
@@ -40,7 +40,7 @@ public:
 
 private:
     std::vector<FieldColumn> columns_;
-    std::vector<std::size_t> order_; // of what is shown, indices of columns
+    std::vector<std::size_t> order_; // indices of the columns shown
 };
 
 /// The rows as a table for a terminal. Judgements have a column if there are any.

@@ -1,4 +1,5 @@
-// inspection_outputs.h: `InspectionOutputs`, what the outputs of all kinds of inspections share.
+// inspection_outputs.h: `InspectionOutputs`, the common part of the outputs of all kinds of
+// inspections.
 #pragma once
 
 #include "inspect/base/kept_rows.h"
@@ -18,7 +19,7 @@
 namespace velm::inspect {
 
 /// Takes the judged rows of an inspection one by one, in their order, and writes the table, the
-/// summary and the reports. They depend on the head and the rows alone, and on what a kind adds, so
+/// summary and the reports. They depend only on the head, the rows and the kind's additions, so
 /// that an inspection read back from a file gives the same bytes. Throws `Failure`.
 ///
 /// A kind derives from it and gives its pictures and the texts below its table.
@@ -49,7 +50,7 @@ public:
         if (csv_) csv_->add(describe(row, head_));
         take(row);
     }
-    /// Writes the ends of the reports, and lets all outputs appear.
+    /// Writes the ends of the reports and commits all outputs.
     void finish() {
         const Figures figures = this->figures();
         if (json_) json_->finish(describe(figures));
@@ -65,11 +66,11 @@ public:
     }
 
     const Summary& summary() const { return summary_; }
-    /// For what else appears together with the reports.
+    /// For other outputs that appear together with the reports.
     OutputSet& set() { return outputs_; }
 
 protected:
-    /// What a kind gathers of the rows for its pictures and texts.
+    /// Gathers data of the rows for a kind's pictures and texts.
     virtual void take(const Row&) {}
     virtual Figures figures() const { return summary_.figures(); }
     virtual int decimals() const { return table_decimals(summary_); }

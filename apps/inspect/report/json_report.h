@@ -24,7 +24,7 @@ public:
 private:
     Output& output_;
     Described head_;
-    bool ascii_; // a terminal gets no byte that could steer it
+    bool ascii_; // a terminal gets no control bytes
     std::string text_;
     bool is_first_ = true;
 };

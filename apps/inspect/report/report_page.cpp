@@ -1,12 +1,12 @@
 #include "inspect/report/report_page.h"
 
-#include <algorithm>
-#include <cstdint>
-
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/report/report_page_style.h"
 #include "inspect/report/summary_table.h"
+
+#include <algorithm>
+#include <cstdint>
 
 namespace velm::inspect {
 namespace {

@@ -26,7 +26,7 @@ private:
     const Outline& outline_;
     SectionPicture picture_;
     WorstRows<SectionRow> page_rows_;
-    std::array<std::uint64_t, place_count> places_{}; // how many points lie in each
+    std::array<std::uint64_t, place_count> places_{}; // the number of points in each
 };
 
 } // namespace velm::inspect

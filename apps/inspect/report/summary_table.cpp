@@ -1,11 +1,11 @@
 #include "inspect/report/summary_table.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "inspect/base/number_text.h"
 #include "inspect/base/table.h"
 #include "inspect/base/text_escape.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace velm::inspect {
 

@@ -19,7 +19,7 @@ void TargetOutputs::take(const TargetRow& row) {
     if (has_page()) page_rows_.push_back(row);
 }
 
-// What is judged comes first; columns that would all be empty are left out.
+// The judged values come first; columns without any value are left out.
 std::string TargetOutputs::page() const {
     const bool has_normals =
         std::any_of(page_rows_.begin(), page_rows_.end(),

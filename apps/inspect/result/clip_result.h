@@ -1,16 +1,16 @@
 // clip_result.h: the pieces of clipped polylines: `ClipResult`.
 #pragma once
 
-#include <vector>
-
 #include "velm/inspection/clip_result.h"
+
+#include <vector>
 
 namespace velm::inspect {
 
-/// What was clipped, and the pieces.
+/// The files, the pieces and the figures of a clipping.
 struct ClipResult {
     ClipHead head;
-    std::vector<ClipPiece> pieces; ///< polyline by polyline, each along its way
+    std::vector<ClipPiece> pieces; ///< in the order of the polylines, and along each
     ClipFigures figures;
 };
 

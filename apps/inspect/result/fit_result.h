@@ -1,16 +1,16 @@
-// fit_result.h: what a fit finds: `FitPoints`, `FitResult`.
+// fit_result.h: the result of a fit: `FitPoints`, `FitResult`.
 #pragma once
+
+#include "velm/frame/point.h"
+#include "velm/frame/vector.h"
+#include "velm/inspection/fit_result.h"
+#include "velm/inspection/summary.h"
 
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "velm/frame/point.h"
-#include "velm/frame/vector.h"
-#include "velm/inspection/fit_result.h"
-#include "velm/inspection/summary.h"
 
 namespace velm::inspect {
 
@@ -19,10 +19,10 @@ struct FitPoints {
     std::vector<std::string> ids;
     std::vector<ERPoint3D> places; ///< z is 0 unless in_space
     bool in_space = false;
-    std::optional<double> diameter; ///< of the ball, where the file tells it
+    std::optional<double> diameter; ///< of the ball, if the file has it
 };
 
-/// The fitted entity, corrected for the ball, and what the points are to it.
+/// The fitted entity, corrected for the ball, and the residuals of the points.
 struct FitResult {
     std::string measured; ///< name of the file
     FitKind kind = FitKind::plane;
@@ -37,12 +37,12 @@ struct FitResult {
     double last_step = 0.0;
     std::optional<Tolerance> tolerance;
     std::vector<double> residuals;
-    /// Where the picture shows each point: in the plane; along the line (x); from the centre.
+    /// The place of each point in the picture: in the plane; along the line (x); from the centre.
     std::vector<ERPoint2D> places;
     Summary summary;
     double peak_to_valley = 0.0;
 
-    /// What was fitted, and one point with its residual as deviation, as reports show them.
+    /// The head of a report, and its row for one point, with the residual as deviation.
     FitHead head() const;
     FitRow row(const FitPoints& points, std::size_t index) const;
     /// "flatness", "straightness" or "roundness".

@@ -1,4 +1,4 @@
-// frame_complaint.h: why numbers make no frame of a section, in words: `frame_complaint`.
+// frame_complaint.h: the fault of numbers that make no frame of a section: `frame_complaint`.
 #pragma once
 
 #include "velm/inspection/section_frame.h"
