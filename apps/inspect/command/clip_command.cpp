@@ -32,7 +32,12 @@ void add_clip_command(Program& program) {
     line.outputs({&json_output, &svg_output}, paths);
     line.option(chain_tolerance_option, options->chain_tolerance);
     line.flag(quiet_flag, paths.quiet, "No text on standard output");
-    line.run([options] { return clip_polylines(*options); }, [&paths] { return !paths.quiet; });
+    line.run(
+        [options] {
+            clip_polylines(*options);
+            return ExitCode::good;
+        },
+        [&paths] { return !paths.quiet; });
 }
 
 } // namespace velm::inspect

@@ -34,6 +34,10 @@ struct Program {
 std::vector<std::string> join_numbers(const std::vector<std::string>& arguments,
                                       const std::vector<Program::NumberOption>& options);
 
+inline ExitCode exit_code(bool is_in_tolerance) {
+    return is_in_tolerance ? ExitCode::good : ExitCode::out_of_tolerance;
+}
+
 /// Adds a command to the program, option by option, each with the variable that takes its value:
 ///
 ///     CommandLine line(program, "clip", "Pieces of polylines in a region", examples, footer);
@@ -41,7 +45,7 @@ std::vector<std::string> join_numbers(const std::vector<std::string>& arguments,
 ///     line.input("REGION", "Contours of the region", options->region);
 ///     line.option(chain_tolerance_option, options->chain_tolerance);
 ///     line.outputs({&json_output, &svg_output}, options->paths);
-///     line.run([options] { return clip_polylines(*options); }, [] { return true; });
+///     line.run([options] { return exit_code(inspect(*options)); }, [] { return true; });
 ///
 /// When the command is chosen, the values are parsed in the order in which the options were added,
 /// then come the checks of the command, last those of its files. Each throws `Failure` (usage).

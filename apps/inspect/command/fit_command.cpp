@@ -1,4 +1,6 @@
+#include "inspect/base/number_text.h"
 #include "inspect/command/commands.h"
+#include "inspect/input/fit_points.h"
 #include "inspect/inspection/fit.h"
 
 #include <memory>
@@ -34,6 +36,30 @@ const Choice<FitKind> kind_choices[] = {{kind_name(FitKind::plane), FitKind::pla
                                         {kind_name(FitKind::line), FitKind::line, nullptr},
                                         {kind_name(FitKind::circle), FitKind::circle, nullptr}};
 
+[[noreturn]] void refuse(const std::string& why) { throw Failure(ExitCode::usage, why); }
+
+void require_ball(const FitOptions& options, const FitPoints& points) {
+    const std::string side = options.side == BallSide::inside ? "--inside" : "--outside";
+    switch (ball_fault(options, points)) {
+    case BallFault::none:
+        return;
+    case BallFault::no_ball:
+        refuse(side + ": there is no ball; give its --diameter");
+    case BallFault::side_of_line:
+        refuse(side + ": a line in space has no side");
+    case BallFault::no_side:
+        refuse("the points are centres of a ball of " + shortest(ball_of(options, points)) +
+               ": give --inside for a bore, --outside for a shaft");
+    }
+}
+
+bool fit(const FitOptions& options) {
+    TextSource source(options.points);
+    const FitPoints points = read_fit_points(source);
+    require_ball(options, points);
+    return inspect_fit(options, points);
+}
+
 } // namespace
 
 void add_fit_command(Program& program) {
@@ -53,13 +79,12 @@ void add_fit_command(Program& program) {
     line.outputs({&json_output, &csv_output, &svg_output}, paths);
     line.flag(quiet_flag, paths.quiet, "No table, no summary");
     line.check([options, inside, outside] {
-        if (*inside && *outside)
-            throw Failure(ExitCode::usage, "--inside and --outside exclude each other");
+        if (*inside && *outside) refuse("--inside and --outside exclude each other");
         options->side = *inside    ? BallSide::inside
                         : *outside ? BallSide::outside
                                    : BallSide::unknown;
     });
-    line.run([options] { return run_fit(*options); }, [&paths] { return !paths.quiet; });
+    line.run([options] { return exit_code(fit(*options)); }, [&paths] { return !paths.quiet; });
 }
 
 } // namespace velm::inspect

@@ -19,6 +19,16 @@ constexpr const char* files_text =
     "FILE is never written. The reports are those of the run that kept the inspection,\n"
     "byte for byte, and so is the exit code.\n";
 
+bool report(const ReportOptions& options) {
+    const ReportResult result = report_stored(options);
+    if (!options.number && result.inspections > 1)
+        warn_user(options.store + ": holds " + std::to_string(result.inspections) +
+                  " inspections, of which this is the last, " + result.reported +
+                  "; --record N reports another, velm-inspect store " + options.store +
+                  " lists them");
+    return result.is_in_tolerance;
+}
+
 } // namespace
 
 void add_report_command(Program& program) {
@@ -30,7 +40,7 @@ void add_report_command(Program& program) {
     line.option(record_option, options->number);
     line.outputs({&json_output, &csv_output, &svg_output, &html_output}, paths);
     line.flag(quiet_flag, paths.quiet);
-    line.run([options] { return report_stored(*options); }, [&paths] { return !paths.quiet; });
+    line.run([options] { return exit_code(report(*options)); }, [&paths] { return !paths.quiet; });
 }
 
 } // namespace velm::inspect

@@ -102,7 +102,8 @@ void add_section_command(Program& program) {
         if (options->max_height && !options->frame)
             throw Failure(ExitCode::usage, "--max-height goes with --frame");
     });
-    line.run([options] { return inspect_section(*options); }, [&paths] { return !paths.quiet; });
+    line.run([options] { return exit_code(inspect_section(*options)); },
+             [&paths] { return !paths.quiet; });
 }
 
 } // namespace velm::inspect

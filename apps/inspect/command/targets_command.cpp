@@ -52,7 +52,8 @@ void add_targets_command(Program& program) {
     line.choice<bool>("--align", "HOW", align_help, align_choices, options->align);
     line.flag(skip_bad_flag, options->skip_bad);
     line.flag(quiet_flag, paths.quiet);
-    line.run([options] { return inspect_targets(*options); }, [&paths] { return !paths.quiet; });
+    line.run([options] { return exit_code(inspect_targets(*options)); },
+             [&paths] { return !paths.quiet; });
 }
 
 } // namespace velm::inspect

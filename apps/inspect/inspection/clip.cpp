@@ -128,7 +128,7 @@ ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
     return result;
 }
 
-ExitCode clip_polylines(const ClipOptions& options) {
+void clip_polylines(const ClipOptions& options) {
     TextSource region_file(options.region);
     const NominalOutline region = read_outline(region_file, options.form, options.chain_tolerance);
     require_straight(region_file, region);
@@ -144,7 +144,6 @@ ExitCode clip_polylines(const ClipOptions& options) {
     if (svg != nullptr) svg->write(clip_picture(region, polylines, result));
     if (Output* const text = outputs.add_text(options.paths.quiet)) write_clip_text(*text, result);
     outputs.commit();
-    return ExitCode::good;
 }
 
 } // namespace velm::inspect

@@ -27,6 +27,6 @@ ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines);
 
 /// Reads both files, clips, and writes the pieces and the reports wanted; all outputs appear
 /// together at the end or not at all. Throws `Failure`.
-ExitCode clip_polylines(const ClipOptions& options);
+void clip_polylines(const ClipOptions& options);
 
 } // namespace velm::inspect

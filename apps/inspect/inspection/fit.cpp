@@ -1,7 +1,6 @@
 #include "inspect/inspection/fit.h"
 
 #include "inspect/base/number_text.h"
-#include "inspect/input/fit_points.h"
 #include "inspect/report/fit_outputs.h"
 #include "velm/measure/orthogonal_fit.h"
 
@@ -135,22 +134,6 @@ void fit_circle_to(FitResult& result, const FitOptions& options, const FitPoints
                                            " is as large as the circle of its centres");
 }
 
-// The ball and its side, from the command line and the file.
-void settle_ball(FitResult& result, const FitOptions& options, const FitPoints& points) {
-    result.ball = points.diameter.value_or(options.diameter.value_or(0.0));
-    result.side = options.side;
-    const char* const given = options.side == BallSide::inside ? "--inside" : "--outside";
-    if (options.side != BallSide::unknown && !points.diameter && !options.diameter)
-        throw Failure(ExitCode::usage,
-                      std::string(given) + ": there is no ball; give its --diameter");
-    if (options.side != BallSide::unknown && options.kind == FitKind::line && points.in_space)
-        throw Failure(ExitCode::usage, std::string(given) + ": a line in space has no side");
-    if (options.side == BallSide::unknown && options.kind == FitKind::circle && result.ball > 0.0)
-        throw Failure(ExitCode::usage, "the points are centres of a ball of " +
-                                           shortest(result.ball) +
-                                           ": give --inside for a bore, --outside for a shaft");
-}
-
 void summarise(FitResult& result, const FitOptions& options, const FitPoints& points) {
     constexpr double largest = 1e150; // whose square is a double
     result.summary.tolerance = result.tolerance;
@@ -168,13 +151,28 @@ void summarise(FitResult& result, const FitOptions& options, const FitPoints& po
 
 } // namespace
 
+double ball_of(const FitOptions& options, const FitPoints& points) {
+    return points.diameter.value_or(options.diameter.value_or(0.0));
+}
+
+BallFault ball_fault(const FitOptions& options, const FitPoints& points) {
+    if (options.side == BallSide::unknown)
+        return options.kind == FitKind::circle && ball_of(options, points) > 0.0
+                   ? BallFault::no_side
+                   : BallFault::none;
+    if (!points.diameter && !options.diameter) return BallFault::no_ball;
+    return options.kind == FitKind::line && points.in_space ? BallFault::side_of_line
+                                                            : BallFault::none;
+}
+
 FitResult fit_points(const FitOptions& options, const FitPoints& points) {
     FitResult result;
     result.measured = options.points;
     result.kind = options.kind;
     result.in_space = points.in_space;
     result.tolerance = options.tolerance;
-    settle_ball(result, options, points);
+    result.ball = ball_of(options, points);
+    result.side = options.side;
     if (options.kind == FitKind::plane) fit_plane_to(result, options, points);
     if (options.kind == FitKind::line) fit_line_to(result, options, points);
     if (options.kind == FitKind::circle) fit_circle_to(result, options, points);
@@ -182,16 +180,13 @@ FitResult fit_points(const FitOptions& options, const FitPoints& points) {
     return result;
 }
 
-ExitCode run_fit(const FitOptions& options) {
-    TextSource source(options.points);
-    const FitPoints points = read_fit_points(source);
+bool inspect_fit(const FitOptions& options, const FitPoints& points) {
     const FitResult result = fit_points(options, points);
-
     FitOutputs outputs(result, points, options.paths);
     for (std::size_t n = 0; n < points.ids.size(); ++n)
         outputs.add(result.row(points, n));
     outputs.finish();
-    return result.summary.out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+    return result.summary.out_of_tolerance == 0;
 }
 
 } // namespace velm::inspect

@@ -1,4 +1,4 @@
-// fit.h: `velm-inspect fit`: `FitOptions`, `fit_points`, `run_fit`.
+// fit.h: `velm-inspect fit`: `FitOptions`, `fit_points`, `inspect_fit`.
 #pragma once
 
 #include "inspect/base/failure.h"
@@ -19,12 +19,25 @@ struct FitOptions {
     OutputPaths paths;
 };
 
+/// The diameter of the ball, from the file or the options; 0 for none.
+double ball_of(const FitOptions& options, const FitPoints& points);
+
+/// What is wrong with the ball and its side.
+enum class BallFault {
+    none,
+    no_ball,      ///< there is a side and no ball
+    no_side,      ///< there is a ball, and the side of a circle is unknown
+    side_of_line, ///< a line in space has no side
+};
+BallFault ball_fault(const FitOptions& options, const FitPoints& points);
+
 /// Fits by orthogonal least squares (velm/measure/orthogonal_fit.h) and computes every residual:
 /// signed, except for a line in space. Flatness, straightness and roundness are the greatest
-/// residual less the least, for a line in space twice the greatest distance. Throws `Failure`.
+/// residual less the least, for a line in space twice the greatest distance. The ball must be
+/// without fault. Throws `Failure`.
 FitResult fit_points(const FitOptions& options, const FitPoints& points);
 
-/// Reads, fits, writes the table and the reports wanted.
-ExitCode run_fit(const FitOptions& options);
+/// Fits and writes the table and the reports wanted. Returns whether everything is in tolerance.
+bool inspect_fit(const FitOptions& options, const FitPoints& points);
 
 } // namespace velm::inspect

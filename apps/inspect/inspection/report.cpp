@@ -24,10 +24,10 @@ TargetOutputs outputs_of(const Reader& reader, const OutputPaths& paths) {
     return {reader.head(), paths};
 }
 
-// Hands all rows of a reader on and ends as the run did. `update` shows the progress after so many
-// rows.
+// Passes on all rows of a reader; whether they are in tolerance. `update` shows the progress after
+// that many rows.
 template <class Reader, class Update>
-ExitCode report_rows(Reader& reader, const OutputPaths& paths, Update update) {
+bool report_rows(Reader& reader, const OutputPaths& paths, Update update) {
     auto outputs = outputs_of(reader, paths);
     Progress progress(!paths.quiet);
     typename Reader::Row row;
@@ -37,12 +37,12 @@ ExitCode report_rows(Reader& reader, const OutputPaths& paths, Update update) {
     }
     progress.clear();
     outputs.finish();
-    return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+    return outputs.summary().out_of_tolerance == 0;
 }
 
 template <class Reader>
-ExitCode report_record(InspectionRecords& file, const StoredInspection& inspection,
-                       const OutputPaths& paths) {
+bool report_record(InspectionRecords& file, const StoredInspection& inspection,
+                   const OutputPaths& paths) {
     Reader reader(file, inspection);
     return report_rows(reader, paths, [&](Progress& progress, std::uint64_t count) {
         progress.update(count, count, reader.count());
@@ -50,7 +50,7 @@ ExitCode report_record(InspectionRecords& file, const StoredInspection& inspecti
 }
 
 template <class Reader>
-ExitCode report_document(InspectionArchiveReader& document, const OutputPaths& paths) {
+bool report_document(InspectionArchiveReader& document, const OutputPaths& paths) {
     Reader reader(document);
     return report_rows(reader, paths, [&](Progress& progress, std::uint64_t count) {
         progress.update(count, document.bytes_read(), document.size());
@@ -63,8 +63,8 @@ struct ReportedKind {
     std::string_view stored;
     ArchivedKind archived;
     bool has_svg;
-    ExitCode (*report_record)(InspectionRecords&, const StoredInspection&, const OutputPaths&);
-    ExitCode (*report_document)(InspectionArchiveReader&, const OutputPaths&);
+    bool (*report_record)(InspectionRecords&, const StoredInspection&, const OutputPaths&);
+    bool (*report_document)(InspectionArchiveReader&, const OutputPaths&);
 };
 
 constexpr ReportedKind kinds[] = {
@@ -74,11 +74,7 @@ constexpr ReportedKind kinds[] = {
      report_document<TargetArchiveReader>},
 };
 
-constexpr const char* no_svg = "is of targets, whose picture is in the page (--html)";
-
-std::string numbered(const StoredInspection& inspection) {
-    return std::to_string(inspection.number) + " (" + inspection.title() + ")";
-}
+constexpr const char* no_svg = "is of targets, whose picture is part of the HTML page";
 
 const StoredInspection& choose(const std::vector<StoredInspection>& all,
                                const ReportOptions& options) {
@@ -91,14 +87,10 @@ const StoredInspection& choose(const std::vector<StoredInspection>& all,
                           holds + ", no number " + std::to_string(*options.number));
         return all[static_cast<std::size_t>(*options.number - 1)];
     }
-    if (all.size() > 1)
-        warn_user(holds + ", of which this is the last, " + numbered(all.back()) +
-                  "; --record N reports another, velm-inspect store " + options.store +
-                  " lists them");
     return all.back();
 }
 
-ExitCode report_archived(const ReportOptions& options) {
+bool report_archived(const ReportOptions& options) {
     if (options.number.value_or(1) != 1)
         throw Failure(ExitCode::input, options.store + ": holds 1 inspection, no number " +
                                            std::to_string(*options.number));
@@ -117,17 +109,18 @@ ExitCode report_archived(const ReportOptions& options) {
 
 } // namespace
 
-ExitCode report_stored(const ReportOptions& options) {
-    if (is_archive_file(options.store)) return report_archived(options);
+ReportResult report_stored(const ReportOptions& options) {
+    if (is_archive_file(options.store)) return {report_archived(options), 1, {}};
     const std::unique_ptr<InspectionRecords> file = open_records(options.store);
-    return with_records(options.store, [&] {
+    return with_records(options.store, [&]() -> ReportResult {
         const std::vector<StoredInspection> all = file->inspections();
         const StoredInspection& chosen = choose(all, options);
         const std::string stored = chosen.kind();
         for (const ReportedKind& kind : kinds) {
             if (kind.stored != stored) continue;
             if (!kind.has_svg && options.paths.svg) chosen.refuse(no_svg);
-            return kind.report_record(*file, chosen, options.paths);
+            return {kind.report_record(*file, chosen, options.paths), all.size(),
+                    std::to_string(chosen.number) + " (" + chosen.title() + ")"};
         }
         chosen.refuse("is of a kind that has no report");
     });

@@ -1,10 +1,11 @@
-// report.h: reports of the inspections that an object file or an archive holds: `ReportOptions`,
-// `report_stored`.
+// report.h: reports of the inspections in an object file or an archive: `ReportOptions`,
+// `ReportResult`, `report_stored`.
 #pragma once
 
 #include "inspect/base/failure.h"
 #include "inspect/report/section_outputs.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -16,9 +17,14 @@ struct ReportOptions {
     OutputPaths paths;
 };
 
-/// Writes the table and the reports of one inspection as its run did, byte for byte, and ends with
-/// its exit code. An archive contains one inspection; of a file with several the others are listed
-/// on stderr, if none was chosen. Throws `Failure`.
-ExitCode report_stored(const ReportOptions& options);
+struct ReportResult {
+    bool is_in_tolerance;
+    std::size_t inspections; ///< in the file
+    std::string reported;    ///< number and title of this one: "2 (probed.csv against wing.dat)"
+};
+
+/// Writes the table and the reports of one inspection as its run did, byte for byte. Throws
+/// `Failure`.
+ReportResult report_stored(const ReportOptions& options);
 
 } // namespace velm::inspect

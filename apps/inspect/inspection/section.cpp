@@ -33,7 +33,7 @@ SectionHead head_of(const SectionOptions& options, const NominalOutline& outline
 
 } // namespace
 
-ExitCode inspect_section(const SectionOptions& options) {
+bool inspect_section(const SectionOptions& options) {
     TextSource nominal(options.nominal);
     const NominalOutline outline =
         read_outline(nominal, options.form, options.chain_tolerance, options.drawing);
@@ -75,7 +75,7 @@ ExitCode inspect_section(const SectionOptions& options) {
     if (archive) archive->finish(outputs.summary());
     outputs.finish();
     points.warn_of_repeated_ids();
-    return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+    return outputs.summary().out_of_tolerance == 0;
 }
 
 } // namespace velm::inspect

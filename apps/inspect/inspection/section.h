@@ -28,7 +28,8 @@ struct SectionOptions {
 /// Compares the measured points with the nominal outline, row by row, and writes the table, the
 /// summary and the reports wanted. All outputs appear together at the end or not at all. Memory
 /// doesn't grow with the number of points, except for the set of ids and the points that the
-/// picture shows one by one; an alignment keeps all rows. Throws `Failure`.
-ExitCode inspect_section(const SectionOptions& options);
+/// picture shows one by one; an alignment keeps all rows. Returns
+/// whether everything is in tolerance. Throws `Failure`.
+bool inspect_section(const SectionOptions& options);
 
 } // namespace velm::inspect

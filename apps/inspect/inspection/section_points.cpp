@@ -24,8 +24,9 @@ SectionPoints::SectionPoints(const ProbingOptions& options, const Profile& profi
     : options_(options), profile_(profile), source_(options.measured), reader_(source_),
       progress_(options.shows_progress) {
     if (options.frame && !reader_.has_z())
-        source_.refuse("expected a header with the columns id, x, y and z, which --frame needs; "
-                       "missing: z");
+        source_.refuse(
+            "expected a header with the columns id, x, y and z, for points in the machine's "
+            "coordinates; missing: z");
 }
 
 bool SectionPoints::next(SectionRow& row) {
@@ -51,8 +52,8 @@ void SectionPoints::place(SectionRow& row) const {
     if (!options_.frame) return;
     if (!point_.z)
         source_.refuse_at(point_.line,
-                          "column z: expected a number, found nothing; --frame needs all three "
-                          "coordinates");
+                          "column z: expected a number, found nothing; a point in the machine's "
+                          "coordinates has three of them");
     const ERPoint3D measured(point_.x, point_.y, *point_.z);
     const ERPoint3D placed = options_.frame->to_section(measured);
     if (!std::isfinite(placed.x() + placed.y() + placed.z()))

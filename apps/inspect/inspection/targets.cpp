@@ -45,7 +45,7 @@ ReadTable read_table(const TargetOptions& options, TextSource& source) {
 
 } // namespace
 
-ExitCode inspect_targets(const TargetOptions& options) {
+bool inspect_targets(const TargetOptions& options) {
     TextSource source(options.table);
     ReadTable table = read_table(options, source);
     TargetHead head{options.table, options.tolerance, std::nullopt, std::nullopt};
@@ -68,7 +68,7 @@ ExitCode inspect_targets(const TargetOptions& options) {
     outputs.finish();
     if (table.bad.count() > 0) warn_user("skipped: " + table.bad.sentence(source.name()));
     table.repeated.warn(source.name());
-    return outputs.summary().out_of_tolerance > 0 ? ExitCode::out_of_tolerance : ExitCode::good;
+    return outputs.summary().out_of_tolerance == 0;
 }
 
 } // namespace velm::inspect

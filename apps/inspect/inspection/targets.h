@@ -20,7 +20,8 @@ struct TargetOptions {
 };
 
 /// Compares each measured point of a table with its nominal one, and writes the table, the summary
-/// and the reports wanted. All outputs appear together at the end or not at all. Throws `Failure`.
-ExitCode inspect_targets(const TargetOptions& options);
+/// and the reports wanted. All outputs appear together at the end or not at all.
+/// Returns whether everything is in tolerance. Throws `Failure`.
+bool inspect_targets(const TargetOptions& options);
 
 } // namespace velm::inspect
