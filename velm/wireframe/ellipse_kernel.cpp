@@ -1,6 +1,6 @@
 #include "velm/platform/ellipse_kernel.h"
 
-#include "velm/wireframe/detail/double_double.h"
+#include "velm/numerics/detail/double_double.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,8 +9,8 @@
 namespace {
 
 using velm::detail::DoubleDouble;
-using velm::detail::exact_product;
-using velm::detail::exact_sum;
+using velm::detail::two_product;
+using velm::detail::two_sum;
 
 // Cosine and sine of the eccentric angle.
 struct Direction {
@@ -56,9 +56,9 @@ public:
 private:
     // k in pairs of doubles, in the order that cancels last.
     static double gap(double e0, double e1, double x) {
-        const DoubleDouble small = exact_product(e1, e1);
-        if (e1 < 0.5 * e0) return DoubleDouble{e0, 0.0} * exact_sum(e0, -x) - small;
-        return (exact_product(e0, e0) - small) - exact_product(e0, x);
+        const DoubleDouble small = two_product(e1, e1);
+        if (e1 < 0.5 * e0) return accurate_sum(two_sum(e0, -x) * e0, -small).value();
+        return accurate_sum(accurate_sum(two_product(e0, e0), -small), -two_product(e0, x)).value();
     }
 
     // At least root / (2 sqrt(2)): each term of F + 1 is at most 1, and 2 w^2 (w + k) >= B^2 C.

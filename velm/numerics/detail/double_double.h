@@ -14,6 +14,7 @@ struct DoubleDouble {
 
     constexpr DoubleDouble() = default;
     constexpr DoubleDouble(double high, double low = 0.0) : hi(high), lo(low) {}
+    constexpr double value() const { return hi + lo; }
 };
 
 /// a + b exactly.
@@ -45,6 +46,14 @@ inline DoubleDouble two_product(double a, double b) {
 inline DoubleDouble operator+(DoubleDouble a, DoubleDouble b) {
     const DoubleDouble sum = two_sum(a.hi, b.hi);
     return quick_two_sum(sum.hi, sum.lo + (a.lo + b.lo));
+}
+
+/// a + b with an error relative to the sum itself, as differences that cancel need it.
+inline DoubleDouble accurate_sum(DoubleDouble a, DoubleDouble b) {
+    const DoubleDouble high = two_sum(a.hi, b.hi);
+    const DoubleDouble low = two_sum(a.lo, b.lo);
+    const DoubleDouble sum = two_sum(high.hi, high.lo + low.hi);
+    return two_sum(sum.hi, sum.lo + low.lo);
 }
 
 inline DoubleDouble operator-(DoubleDouble a) { return {-a.hi, -a.lo}; }
