@@ -47,7 +47,7 @@ constexpr int row_step = 20;
 } // namespace
 
 TableauDePascal::~TableauDePascal() {
-    for (const Table* t = table.exchange(nullptr); t != nullptr;) {
+    for (const Table* t = table_.exchange(nullptr); t != nullptr;) {
         const Table* const previous = t->previous;
         delete[] t->values;
         delete t;
@@ -56,17 +56,17 @@ TableauDePascal::~TableauDePascal() {
 }
 
 void TableauDePascal::ComputeTo(int n) {
-    const std::lock_guard<CCriticalSection> lock(growth);
+    const std::lock_guard<CCriticalSection> lock(growth_);
     published(std::max(n, 0));
 }
 
 const TableauDePascal::Table* TableauDePascal::grown(int n) {
-    const std::lock_guard<CCriticalSection> lock(growth);
+    const std::lock_guard<CCriticalSection> lock(growth_);
     return published(n < highest_row ? std::min((n / row_step + 1) * row_step, highest_row) : n);
 }
 
 const TableauDePascal::Table* TableauDePascal::published(int n) {
-    const Table* const old = table.load(std::memory_order_acquire);
+    const Table* const old = table_.load(std::memory_order_acquire);
     if (old != nullptr && n <= old->maxRow) return old;
     if (n > highest_row) throw std::bad_array_new_length();
     const int entries = getInternalArraySize(n);
@@ -84,19 +84,19 @@ const TableauDePascal::Table* TableauDePascal::published(int n) {
         for (int p = 1; p < row; ++p)
             line[p] = line[p - 1 - row] + line[p - row];
     }
-    table.store(made, std::memory_order_release);
+    table_.store(made, std::memory_order_release);
     return made;
 }
 
 double ERFactorialFactory::Fact(int n) {
     if (n < 28) return g_basic_factorial[n];
-    const Concurrency::critical_section::scoped_lock lock(section);
-    if (n >= limit) {
+    const Concurrency::critical_section::scoped_lock lock(section_);
+    if (n >= limit_) {
         const int next = (n / 16 + 1) * 16;
-        if (values.empty()) values.push_back(1.0);
-        for (int i = static_cast<int>(values.size()); i <= next; ++i)
-            values.push_back(i * values[static_cast<std::size_t>(i - 1)]);
-        limit = next;
+        if (values_.empty()) values_.push_back(1.0);
+        for (int i = static_cast<int>(values_.size()); i <= next; ++i)
+            values_.push_back(i * values_[static_cast<std::size_t>(i - 1)]);
+        limit_ = next;
     }
-    return values[static_cast<std::size_t>(n)];
+    return values_[static_cast<std::size_t>(n)];
 }

@@ -28,7 +28,7 @@ public:
     double Cnp(int n, int p) { return Cnp(n)[p]; }
     /// Row n: n + 1 values.
     const double* Cnp(int n) {
-        const Table* const t = table.load(std::memory_order_acquire);
+        const Table* const t = table_.load(std::memory_order_acquire);
         const double* const values = (t != nullptr && n <= t->maxRow ? t : grown(n))->values;
         return values + getBaseIndex(n);
     }
@@ -50,8 +50,8 @@ private:
     const Table* grown(int n);
     const Table* published(int n);
 
-    std::atomic<const Table*> table{nullptr};
-    CCriticalSection growth;
+    std::atomic<const Table*> table_{nullptr};
+    CCriticalSection growth_;
 };
 
 /// The table that the whole process shares.
@@ -76,9 +76,9 @@ private:
     ERFactorialFactory(const ERFactorialFactory&) = delete;
     ERFactorialFactory& operator=(const ERFactorialFactory&) = delete;
 
-    std::vector<double> values;
-    int limit = 0; // the highest n in values
-    Concurrency::critical_section section;
+    std::vector<double> values_;
+    int limit_ = 0; // the highest n in values_
+    Concurrency::critical_section section_;
 };
 
 extern VELM_API ERFactorialFactory theFactorielleFactory;

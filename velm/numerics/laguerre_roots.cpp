@@ -55,9 +55,10 @@ int whole(double x) {
 // One run of LaguerreZeros.
 class Finder {
 public:
-    Finder(int degree, double* work, const LaguerreControl& control, double* real_, double* imag_)
-        : n(degree), a(work), eps(control.tolerance), maxIter(whole(control.maxIterations)),
-          real(real_), imag(imag_), backward(degree + 1), b(backward.data()) {}
+    Finder(int degree, double* work, const LaguerreControl& control, double* real, double* imag)
+        : n_(degree), a_(work), eps_(control.tolerance),
+          max_iterations_(whole(control.maxIterations)), real_(real), imag_(imag),
+          backward_(degree + 1), b_(backward_.data()) {}
 
     int run(LaguerreControl& control);
 
@@ -67,67 +68,68 @@ private:
     void move(const LaguerreValues& v);
     void step(const LaguerreValues& v);
     bool evaluate(Complex at, LaguerreValues& v) {
-        ++count;
-        return LaguerreEvaluate(n, a, at.real(), at.imag(), eps, v);
+        ++count_;
+        return LaguerreEvaluate(n_, a_, at.real(), at.imag(), eps_, v);
     }
     void store();
     void deflate();
     void splice(int m);
     void closed_form();
 
-    int n; // of the deflated polynomial
-    double* a;
-    double eps;
-    int maxIter;
-    double* real;
-    double* imag;
-    ERVec<double> backward;
-    double* b;
+    int n_; // of the deflated polynomial
+    double* a_;
+    double eps_;
+    int max_iterations_;
+    double* real_;
+    double* imag_;
+    ERVec<double> backward_;
+    double* b_;
 
-    Complex x;
-    Complex start[restarts_allowed + 1]; // from 1 on
-    double radius = 0.0;
-    int sizeLimit = 0;
-    int count = 0;
-    int stalls = 0;
-    int restarts = 0;
-    double before = 0.0; // |p| one evaluation before the last
-    long long evaluations = 0;
+    Complex x_;
+    Complex start_[restarts_allowed + 1]; // from 1 on
+    double radius_ = 0.0;
+    int size_limit_ = 0;
+    int count_ = 0;
+    int stalls_ = 0;
+    int restarts_ = 0;
+    double before_ = 0.0; // |p| one evaluation before the last
+    long long evaluations_ = 0;
 };
 
 int Finder::run(LaguerreControl& control) {
-    const int degree = n;
-    while (n >= 1 && a[n] == 0.0) {
-        real[n] = imag[n] = 0.0;
-        --n;
+    const int degree = n_;
+    while (n_ >= 1 && a_[n_] == 0.0) {
+        real_[n_] = imag_[n_] = 0.0;
+        --n_;
     }
     bool found = true;
-    while (n >= 3 && (found = next_root())) {
+    while (n_ >= 3 && (found = next_root())) {
     }
     // Of a x^k nothing remains, and the closed form turns one root into a NaN, which is part of the
     // contract. Only a x keeps its root.
-    if (found && (n > 0 || degree > 1)) closed_form();
+    if (found && (n_ > 0 || degree > 1)) closed_form();
     control.status = found ? LaguerreStatus_found : LaguerreStatus_limit;
-    control.restarts = restarts;
-    control.evaluations = static_cast<double>(evaluations);
-    return found ? 0 : n;
+    control.restarts = restarts_;
+    control.evaluations = static_cast<double>(evaluations_);
+    return found ? 0 : n_;
 }
 
 // Iterates to a root and divides it out.
 bool Finder::next_root() {
     LaguerreValues v{};
-    for (bool converged = false; !converged; converged = evaluate(x, v)) {
-        if (count > maxIter) return false;
-        if (count == 0)
+    for (bool converged = false; !converged; converged = evaluate(x_, v)) {
+        if (count_ > max_iterations_) return false;
+        if (count_ == 0)
             prepare();
         else
             move(v);
-        before = v.size;
+        before_ = v.size;
     }
-    if (x.imag() != 0.0 && std::fabs(x.imag()) < nearly_real && evaluate(x.real(), v)) x = x.real();
+    if (x_.imag() != 0.0 && std::fabs(x_.imag()) < nearly_real && evaluate(x_.real(), v))
+        x_ = x_.real();
     store();
-    evaluations += count;
-    count = restarts = stalls = 0;
+    evaluations_ += count_;
+    count_ = restarts_ = stalls_ = 0;
     return true;
 }
 
@@ -135,36 +137,37 @@ bool Finder::next_root() {
 void Finder::prepare() {
     const double ln2 = std::log(2.0);
     const int expLimit = whole(std::log(DBL_MAX) / ln2 - spare_exponents);
-    radius = 0.0;
-    for (int i = 1; i <= n; ++i)
-        if (a[i] != 0.0) radius = std::max(radius, std::exp(std::log(std::fabs(a[i] / a[0])) / i));
-    int e = (expLimit - whole(std::log(std::fabs(a[0])) / ln2)) / n;
-    for (int j = 1; j < n; ++j)
-        if (a[j] != 0.0)
-            e = std::min(e, (expLimit - whole(std::log(std::fabs(a[j])) / ln2)) / (n - j));
-    sizeLimit = whole(e * ln2 / std::log(n));
+    radius_ = 0.0;
+    for (int i = 1; i <= n_; ++i)
+        if (a_[i] != 0.0)
+            radius_ = std::max(radius_, std::exp(std::log(std::fabs(a_[i] / a_[0])) / i));
+    int e = (expLimit - whole(std::log(std::fabs(a_[0])) / ln2)) / n_;
+    for (int j = 1; j < n_; ++j)
+        if (a_[j] != 0.0)
+            e = std::min(e, (expLimit - whole(std::log(std::fabs(a_[j])) / ln2)) / (n_ - j));
+    size_limit_ = whole(e * ln2 / std::log(n_));
 
-    const double s = -a[1] / a[0];
-    const double r = radius;
+    const double s = -a_[1] / a_[0];
+    const double r = radius_;
     const double q = r / std::sqrt(2.0);
-    if (eps > std::fabs(s)) {
+    if (eps_ > std::fabs(s)) {
         const Complex table[] = {{0.0, r}, {q, q}, {-q, q}, {r, 0.0}, {-r, 0.0}};
-        std::copy(std::begin(table), std::end(table), start + 1);
+        std::copy(std::begin(table), std::end(table), start_ + 1);
     } else {
         const double sign = s < 0.0 ? -1.0 : 1.0;
         const Complex table[] = {
             {sign * r, 0.0}, {sign * q, q}, {0.0, r}, {-sign * q, q}, {-sign * r, 0.0}};
-        std::copy(std::begin(table), std::end(table), start + 1);
+        std::copy(std::begin(table), std::end(table), start_ + 1);
     }
-    if (size(x) > 2.0 * r) x = 0.0;
+    if (size(x_) > 2.0 * r) x_ = 0.0;
 }
 
 // Moves to the next point: a Laguerre step, or a new start if steps have brought no progress.
 void Finder::move(const LaguerreValues& v) {
-    if (count >= 2 && !(v.size < before) && ++stalls >= stalls_allowed &&
-        restarts < restarts_allowed) {
-        stalls = 0;
-        x = start[++restarts];
+    if (count_ >= 2 && !(v.size < before_) && ++stalls_ >= stalls_allowed &&
+        restarts_ < restarts_allowed) {
+        stalls_ = 0;
+        x_ = start_[++restarts_];
         return;
     }
     step(v);
@@ -178,105 +181,105 @@ void Finder::step(const LaguerreValues& v) {
     const Complex H = G2 - F;
     const double H2 = squared_size(H);
     double m = H2 == 0.0 ? 1.0 : (G2.real() * H.real() + G2.imag() * H.imag()) / H2;
-    m = m > n - 1 ? n - 1 : std::max(1.0, m);
+    m = m > n_ - 1 ? n_ - 1 : std::max(1.0, m);
     const int mi = whole(m);
-    const double factor = static_cast<double>(n - mi) / mi;
-    const Complex T = factor * (double(n) * H - G2);
+    const double factor = static_cast<double>(n_ - mi) / mi;
+    const Complex T = factor * (double(n_) * H - G2);
     Complex S = T == 0.0 ? Complex() : std::sqrt(T);
     if (G.real() * S.real() + G.imag() * S.imag() < 0.0) S = -S;
     const Complex D = G + S;
     const double D2 = squared_size(D);
-    Complex dx = D2 == 0.0 ? Complex(-n, n) : quotient(double(-n), D);
-    const double er = std::fabs(x.real()) * eps + DBL_MIN;
-    const double ei = std::fabs(x.imag()) * eps + DBL_MIN;
+    Complex dx = D2 == 0.0 ? Complex(-n_, n_) : quotient(double(-n_), D);
+    const double er = std::fabs(x_.real()) * eps_ + DBL_MIN;
+    const double ei = std::fabs(x_.imag()) * eps_ + DBL_MIN;
     if (std::fabs(dx.real()) < er && std::fabs(dx.imag()) < ei)
         dx = {dx.real() < 0.0 ? -er : er, dx.imag() < 0.0 ? -ei : ei};
-    x += dx;
-    if (size(x) > 2.0 * radius) {
+    x_ += dx;
+    if (size(x_) > 2.0 * radius_) {
         const double t =
-            std::log(std::max(std::fabs(x.real()), std::fabs(x.imag()))) / std::log(2.0) + 1.0 -
-            sizeLimit;
-        if (t > 0.0) x /= std::pow(2.0, t);
+            std::log(std::max(std::fabs(x_.real()), std::fabs(x_.imag()))) / std::log(2.0) + 1.0 -
+            size_limit_;
+        if (t > 0.0) x_ /= std::pow(2.0, t);
     }
 }
 
 // Stores the root, or the pair, and divides it out.
 void Finder::store() {
-    real[n] = x.real();
-    imag[n] = x.imag();
-    if (x.imag() != 0.0) {
-        real[n - 1] = x.real();
-        imag[n - 1] = -x.imag();
+    real_[n_] = x_.real();
+    imag_[n_] = x_.imag();
+    if (x_.imag() != 0.0) {
+        real_[n_ - 1] = x_.real();
+        imag_[n_ - 1] = -x_.imag();
     }
-    if (x == 0.0)
-        --n;
+    if (x_ == 0.0)
+        --n_;
     else
         deflate();
 }
 
 void Finder::deflate() {
-    if (x.imag() == 0.0) {
-        const int m = n - 1;
-        const double root = x.real();
-        b[m] = -a[m + 1] / root;
+    if (x_.imag() == 0.0) {
+        const int m = n_ - 1;
+        const double root = x_.real();
+        b_[m] = -a_[m + 1] / root;
         for (int i = m; i >= 1; --i)
-            b[i - 1] = (b[i] - a[i]) / root;
+            b_[i - 1] = (b_[i] - a_[i]) / root;
         for (int i = 1; i <= m; ++i)
-            a[i] = root * a[i - 1] + a[i];
+            a_[i] = root * a_[i - 1] + a_[i];
         splice(m);
         return;
     }
-    const int m = n - 2;
-    const double d1 = -2.0 * x.real();
-    const double d2 = squared_size(x);
-    b[m] = a[m + 2] / d2;
-    b[m - 1] = (a[m + 1] - b[m] * d1) / d2;
+    const int m = n_ - 2;
+    const double d1 = -2.0 * x_.real();
+    const double d2 = squared_size(x_);
+    b_[m] = a_[m + 2] / d2;
+    b_[m - 1] = (a_[m + 1] - b_[m] * d1) / d2;
     for (int i = m - 1; i >= 1; --i)
-        b[i - 1] = (a[i + 1] - b[i] * d1 - b[i + 1]) / d2;
-    a[1] = a[1] - d1 * a[0];
+        b_[i - 1] = (a_[i + 1] - b_[i] * d1 - b_[i + 1]) / d2;
+    a_[1] = a_[1] - d1 * a_[0];
     for (int i = 2; i <= m; ++i)
-        a[i] = a[i] - (d2 * a[i - 2] + d1 * a[i - 1]);
+        a_[i] = a_[i] - (d2 * a_[i - 2] + d1 * a_[i - 1]);
     splice(m);
 }
 
 // Joins the forward quotient in a and the backward one in b, of degree m, where they agree best.
 void Finder::splice(int m) {
     const auto difference = [this](int i) {
-        return std::fabs(a[i] - b[i]) / (std::fabs(a[i]) + std::fabs(b[i]));
+        return std::fabs(a_[i] - b_[i]) / (std::fabs(a_[i]) + std::fabs(b_[i]));
     };
     double best = difference(m);
     int j = m;
     for (int i = m - 1; i >= 0; --i) {
-        if (!(std::fabs(a[i]) + std::fabs(b[i]) > eps)) continue;
+        if (!(std::fabs(a_[i]) + std::fabs(b_[i]) > eps_)) continue;
         const double e = difference(i);
         if (best > e) {
             best = e;
             j = i;
         }
     }
-    std::copy(b + j + 1, b + m + 1, a + j + 1);
-    a[j] = (a[j] + b[j]) * 0.5;
-    n = m;
+    std::copy(b_ + j + 1, b_ + m + 1, a_ + j + 1);
+    a_[j] = (a_[j] + b_[j]) * 0.5;
+    n_ = m;
 }
 
 void Finder::closed_form() {
-    if (n == 1) {
-        real[1] = -(a[1] / a[0]);
-        imag[1] = 0.0;
+    if (n_ == 1) {
+        real_[1] = -(a_[1] / a_[0]);
+        imag_[1] = 0.0;
         return;
     }
-    const double c = a[2] / a[0];
-    const double h = -0.5 * a[1] / a[0];
+    const double c = a_[2] / a_[0];
+    const double h = -0.5 * a_[1] / a_[0];
     const double d = h * h - c;
     if (d >= 0.0) {
         const double w = h < 0.0 ? h - std::sqrt(d) : h + std::sqrt(d);
-        real[2] = w;
-        real[1] = a[2] / (w * a[0]);
-        imag[1] = imag[2] = 0.0;
+        real_[2] = w;
+        real_[1] = a_[2] / (w * a_[0]);
+        imag_[1] = imag_[2] = 0.0;
     } else {
-        real[1] = real[2] = h;
-        imag[2] = std::sqrt(-d);
-        imag[1] = -imag[2];
+        real_[1] = real_[2] = h;
+        imag_[2] = std::sqrt(-d);
+        imag_[1] = -imag_[2];
     }
 }
 

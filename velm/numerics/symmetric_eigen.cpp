@@ -21,18 +21,18 @@ int value_count(int n) {
 
 } // namespace
 
-Eigen::Eigen(int n) : size(n), values(value_count(n)), rows(std::max(n, 0)) {
-    matrix = rows.data();
-    double* next = values.data();
+Eigen::Eigen(int n) : size_(n), values_(value_count(n)), rows_(std::max(n, 0)) {
+    matrix_ = rows_.data();
+    double* next = values_.data();
     for (int i = 0; i < n; ++i, next += n)
-        matrix[i] = next;
-    diagonal = next;
-    subdiagonal = next + std::max(n, 0);
+        matrix_[i] = next;
+    diagonal_ = next;
+    subdiagonal_ = next + std::max(n, 0);
 }
 
 void Eigen::SetMatrix(double** source) {
-    for (int row = 0; row < size; ++row)
-        std::copy_n(source[row], size, matrix[row]);
+    for (int row = 0; row < size_; ++row)
+        std::copy_n(source[row], size_, matrix_[row]);
 }
 
 // ---- reduction to tridiagonal form ----
@@ -433,27 +433,27 @@ void Eigen::IncreasingSort(int size, double* diag, double** mat) {
 // ---- the solves ----
 
 void Eigen::EigenStuff2() {
-    Tridiagonal2(matrix, diagonal, subdiagonal);
-    QLAlgorithm(size, diagonal, subdiagonal, matrix);
+    Tridiagonal2(matrix_, diagonal_, subdiagonal_);
+    QLAlgorithm(size_, diagonal_, subdiagonal_, matrix_);
 }
 
 void Eigen::EigenStuff3() {
-    Tridiagonal3(matrix, diagonal, subdiagonal);
-    QLAlgorithm(size, diagonal, subdiagonal, matrix);
+    Tridiagonal3(matrix_, diagonal_, subdiagonal_);
+    QLAlgorithm(size_, diagonal_, subdiagonal_, matrix_);
 }
 
 void Eigen::EigenStuff4() {
-    Tridiagonal4(matrix, diagonal, subdiagonal);
-    QLAlgorithm(size, diagonal, subdiagonal, matrix);
+    Tridiagonal4(matrix_, diagonal_, subdiagonal_);
+    QLAlgorithm(size_, diagonal_, subdiagonal_, matrix_);
 }
 
 void Eigen::EigenStuffN() {
-    TridiagonalN(size, matrix, diagonal, subdiagonal);
-    QLAlgorithm(size, diagonal, subdiagonal, matrix);
+    TridiagonalN(size_, matrix_, diagonal_, subdiagonal_);
+    QLAlgorithm(size_, diagonal_, subdiagonal_, matrix_);
 }
 
 void Eigen::EigenStuff() {
-    switch (size) {
+    switch (size_) {
     case 2:
         return EigenStuff2();
     case 3:
@@ -465,16 +465,16 @@ void Eigen::EigenStuff() {
     }
 }
 
-void Eigen::DecrSortEigenStuff2() { EigenStuff2(), DecreasingSort(size, diagonal, matrix); }
-void Eigen::DecrSortEigenStuff3() { EigenStuff3(), DecreasingSort(size, diagonal, matrix); }
-void Eigen::DecrSortEigenStuff4() { EigenStuff4(), DecreasingSort(size, diagonal, matrix); }
-void Eigen::DecrSortEigenStuffN() { EigenStuffN(), DecreasingSort(size, diagonal, matrix); }
-void Eigen::DecrSortEigenStuff() { EigenStuff(), DecreasingSort(size, diagonal, matrix); }
+void Eigen::DecrSortEigenStuff2() { EigenStuff2(), DecreasingSort(size_, diagonal_, matrix_); }
+void Eigen::DecrSortEigenStuff3() { EigenStuff3(), DecreasingSort(size_, diagonal_, matrix_); }
+void Eigen::DecrSortEigenStuff4() { EigenStuff4(), DecreasingSort(size_, diagonal_, matrix_); }
+void Eigen::DecrSortEigenStuffN() { EigenStuffN(), DecreasingSort(size_, diagonal_, matrix_); }
+void Eigen::DecrSortEigenStuff() { EigenStuff(), DecreasingSort(size_, diagonal_, matrix_); }
 
-void Eigen::IncrSortEigenStuff2() { EigenStuff2(), IncreasingSort(size, diagonal, matrix); }
-void Eigen::IncrSortEigenStuff3() { EigenStuff3(), IncreasingSort(size, diagonal, matrix); }
-void Eigen::IncrSortEigenStuff4() { EigenStuff4(), IncreasingSort(size, diagonal, matrix); }
-void Eigen::IncrSortEigenStuffN() { EigenStuffN(), IncreasingSort(size, diagonal, matrix); }
-void Eigen::IncrSortEigenStuff() { EigenStuff(), IncreasingSort(size, diagonal, matrix); }
+void Eigen::IncrSortEigenStuff2() { EigenStuff2(), IncreasingSort(size_, diagonal_, matrix_); }
+void Eigen::IncrSortEigenStuff3() { EigenStuff3(), IncreasingSort(size_, diagonal_, matrix_); }
+void Eigen::IncrSortEigenStuff4() { EigenStuff4(), IncreasingSort(size_, diagonal_, matrix_); }
+void Eigen::IncrSortEigenStuffN() { EigenStuffN(), IncreasingSort(size_, diagonal_, matrix_); }
+void Eigen::IncrSortEigenStuff() { EigenStuff(), IncreasingSort(size_, diagonal_, matrix_); }
 
 } // namespace Mgc

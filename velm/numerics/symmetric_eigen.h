@@ -26,16 +26,16 @@ public:
     Eigen(const Eigen&) = default;
     Eigen& operator=(const Eigen&) = default;
 
-    double& Matrix(int row, int col) { return matrix[row][col]; }
+    double& Matrix(int row, int col) { return matrix_[row][col]; }
     /// Copies size x size values in.
     void SetMatrix(double** source);
 
-    double GetEigenvalue(int i) const { return diagonal[i]; }
-    double* GetEigenvalue() { return diagonal; }
-    const double* GetEigenvalue() const { return diagonal; }
-    double GetEigenvector(int row, int col) const { return matrix[row][col]; }
-    double** GetEigenvector() { return matrix; }
-    const double* const* GetEigenvector() const { return matrix; }
+    double GetEigenvalue(int i) const { return diagonal_[i]; }
+    double* GetEigenvalue() { return diagonal_; }
+    const double* GetEigenvalue() const { return diagonal_; }
+    double GetEigenvector(int row, int col) const { return matrix_[row][col]; }
+    double** GetEigenvector() { return matrix_; }
+    const double* const* GetEigenvector() const { return matrix_; }
 
     /// Solve, eigenvalues in no order.
     void EigenStuff2();
@@ -69,14 +69,14 @@ protected:
     static void IncreasingSort(int size, double* diag, double** mat);
 
 private:
-    int size;
-    double** matrix;
-    double* diagonal;
-    double* subdiagonal;
+    int size_;
+    double** matrix_;
+    double* diagonal_;
+    double* subdiagonal_;
     // The arrays that the pointers above point into. Only the pointers write: a write through the
     // handles would give an object arrays of its own.
-    ERSimpleVec<double> values; // the matrix row by row, the diagonal, the subdiagonal
-    ERSimpleVec<double*> rows;
+    ERSimpleVec<double> values_; // the matrix row by row, the diagonal, the subdiagonal
+    ERSimpleVec<double*> rows_;
 };
 
 } // namespace Mgc

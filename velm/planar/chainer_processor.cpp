@@ -19,21 +19,22 @@ bool is_plain(const ERChainedMetaSeg2D& chain) {
 } // namespace
 
 ERChainerProcessor::ERChainerProcessor(double tol)
-    : tolerance(tol), changes(std::make_shared<Changes>()) {}
+    : tolerance_(tol), changes_(std::make_shared<Changes>()) {}
 
 ERChainerProcessor::ERChainerProcessor(ERChainerProcessor const& other)
-    : slots(other.slots), live(other.live), derived(other.derived), tolerance(other.tolerance),
-      comparison(other.comparison), changes(other.changes), known_changes(other.known_changes) {}
+    : slots_(other.slots_), live_(other.live_), derived_(other.derived_),
+      tolerance_(other.tolerance_), comparison_(other.comparison_), changes_(other.changes_),
+      known_changes_(other.known_changes_) {}
 
 ERChainerProcessor& ERChainerProcessor::operator=(ERChainerProcessor const& other) {
-    slots = other.slots;
-    live = other.live;
-    derived = other.derived;
-    tolerance = other.tolerance;
-    comparison = other.comparison;
-    changes = other.changes;
-    known_changes = other.known_changes;
-    index.reset();
+    slots_ = other.slots_;
+    live_ = other.live_;
+    derived_ = other.derived_;
+    tolerance_ = other.tolerance_;
+    comparison_ = other.comparison_;
+    changes_ = other.changes_;
+    known_changes_ = other.known_changes_;
+    index_.reset();
     return *this;
 }
 
@@ -45,8 +46,8 @@ SegCompState ERChainerProcessor::StandardCompare(ERChainedMetaSeg2D const& a,
 }
 
 void ERChainerProcessor::setComparison(Comparison other) {
-    comparison = other;
-    index.reset();
+    comparison_ = other;
+    index_.reset();
 }
 
 // Visits the existing chains that the carried one has to be compared with, in the list's order:
@@ -56,7 +57,7 @@ class ERChainerProcessor::Walk {
 public:
     Walk(ERChainerProcessor& of, const Ends& carried, bool index_serves)
         : processor(of), is_indexed(index_serves), ends(carried) {
-        near.clear();
+        near_.clear();
         if (!is_indexed) return;
         look_near(ends.first);
         look_near(ends.last);
@@ -65,15 +66,15 @@ public:
 
     // The place of the next chain; the number of slots when there is none.
     std::size_t next() {
-        const std::size_t end = processor.slots.size();
+        const std::size_t end = processor.slots_.size();
         if (!is_indexed) {
-            while (place < end && !is_open(processor.slots[place].chain))
+            while (place < end && !is_open(processor.slots_[place].chain))
                 ++place;
             return place < end ? place++ : end;
         }
-        while (!near.empty()) {
-            const std::size_t found = near.back();
-            near.pop_back();
+        while (!near_.empty()) {
+            const std::size_t found = near_.back();
+            near_.pop_back();
             if (found < place) continue; // already visited
             place = found + 1;
             return found;
@@ -81,9 +82,10 @@ public:
         return end;
     }
     SegCompState compare(std::size_t with, const ERChainedMetaSeg2D& carried) const {
-        const Slot& slot = processor.slots[with];
-        return is_indexed ? slot.chain->compare_plain(slot.ends, carried, ends, processor.tolerance)
-                          : processor.comparison(*slot.chain, carried, processor.tolerance);
+        const Slot& slot = processor.slots_[with];
+        return is_indexed
+                   ? slot.chain->compare_plain(slot.ends, carried, ends, processor.tolerance_)
+                   : processor.comparison_(*slot.chain, carried, processor.tolerance_);
     }
     // The carried chain has grown to these ends. The chains near an end that it had before are
     // known.
@@ -100,17 +102,17 @@ public:
 private:
     static bool is_open(const Chain& chain) { return chain && !chain->isClosed(); }
     void look_near(const ERPoint2D& end) {
-        processor.index->find(end, static_cast<ChainEndIndex::Place>(place), near);
+        processor.index_->find(end, static_cast<ChainEndIndex::Place>(place), near_);
     }
     void sort() {
-        if (near.size() > 1) std::sort(near.begin(), near.end(), std::greater<>());
+        if (near_.size() > 1) std::sort(near_.begin(), near_.end(), std::greater<>());
     }
 
     ERChainerProcessor& processor;
     const bool is_indexed;
-    Ends ends;                                                // of the carried chain
-    std::size_t place = 0;                                    // the next place to visit
-    std::vector<ChainEndIndex::Place>& near = processor.near; // descending
+    Ends ends;                                                  // of the carried chain
+    std::size_t place = 0;                                      // the next place to visit
+    std::vector<ChainEndIndex::Place>& near_ = processor.near_; // descending
 };
 
 int ERChainerProcessor::insert(t_SmartPtr<ERChainerSeg2D> piece) {
@@ -125,15 +127,15 @@ int ERChainerProcessor::insert(t_SmartPtr<ERChainedMetaSeg2D> chain) {
         append(std::move(chain), ends);
         return 1;
     }
-    if (tolerance > chain->length()) return 0;
+    if (tolerance_ > chain->length()) return 0;
 
     const ERChainedMetaSeg2D* const newcomer = chain.get();
     Walk walk(*this, ends, prepare_index(*chain));
-    for (std::size_t place = walk.next(); place < slots.size(); place = walk.next()) {
+    for (std::size_t place = walk.next(); place < slots_.size(); place = walk.next()) {
         const SegCompState state = walk.compare(place, *chain);
         if (state == SEGCOMP_APART) continue;
         if (state == SEGCOMP_REFUSED || state == SEGCOMP_REFUSED_BY_HOST) return 0;
-        const Ends existing = slots[place].ends;
+        const Ends existing = slots_[place].ends;
         Chain other = take_out(place);
         Ends carried = walk.carried_ends();
         const bool is_reversed = state == SEGCOMP_FIRST_FIRST || state == SEGCOMP_LAST_LAST;
@@ -141,8 +143,8 @@ int ERChainerProcessor::insert(t_SmartPtr<ERChainedMetaSeg2D> chain) {
         const bool leads = state == SEGCOMP_FIRST_FIRST || state == SEGCOMP_FIRST_LAST;
         if (!leads) std::swap(chain, other);
         join(*chain, *other);
-        if (other.get() != newcomer && other->references() > 1 && changes.use_count() > 1)
-            changes->pieces_shared = true;   // a copy of the processor holds the other one
+        if (other.get() != newcomer && other->references() > 1 && changes_.use_count() > 1)
+            changes_->pieces_shared = true;  // a copy of the processor holds the other one
         if (!walk.by_index() || is_reversed) // the existing one may hold the same pieces
             carried = chain->ends();
         else
@@ -156,7 +158,7 @@ int ERChainerProcessor::insert(t_SmartPtr<ERChainedMetaSeg2D> chain) {
 // Appends the other chain to the taker. A chain that nobody else holds may lose its pieces.
 void ERChainerProcessor::join(ERChainedMetaSeg2D& taker, ERChainedMetaSeg2D& other) const {
     const bool is_for_us_alone = other.references() <= 1;
-    const bool lengths_hold = !other.is_open_to_change && !changes->pieces_shared;
+    const bool lengths_hold = !other.is_open_to_change_ && !changes_->pieces_shared;
     if (is_for_us_alone && lengths_hold && is_plain(taker) && is_plain(other))
         taker.take(other);
     else
@@ -164,56 +166,56 @@ void ERChainerProcessor::join(ERChainedMetaSeg2D& taker, ERChainedMetaSeg2D& oth
 }
 
 void ERChainerProcessor::append(Chain chain, const Ends& ends) {
-    while (!slots.empty() && !slots.back().chain)
-        slots.pop_back();
-    derived += is_plain(*chain) ? 0u : 1u;
-    slots.push_back({std::move(chain), ends});
-    ++live;
-    if (index) note_ends(slots.size() - 1);
+    while (!slots_.empty() && !slots_.back().chain)
+        slots_.pop_back();
+    derived_ += is_plain(*chain) ? 0u : 1u;
+    slots_.push_back({std::move(chain), ends});
+    ++live_;
+    if (index_) note_ends(slots_.size() - 1);
 }
 
 void ERChainerProcessor::note_ends(std::size_t place) {
-    const Ends& ends = slots[place].ends;
+    const Ends& ends = slots_[place].ends;
     if (ERChainedMetaSeg2D::meet(ends)) return;
-    index->add(ends.first, static_cast<ChainEndIndex::Place>(place));
-    index->add(ends.last, static_cast<ChainEndIndex::Place>(place));
+    index_->add(ends.first, static_cast<ChainEndIndex::Place>(place));
+    index_->add(ends.last, static_cast<ChainEndIndex::Place>(place));
 }
 
 ERChainerProcessor::Chain ERChainerProcessor::take_out(std::size_t place) {
-    Slot& slot = slots[place];
-    if (index) {
-        index->remove(slot.ends.first, static_cast<ChainEndIndex::Place>(place));
-        index->remove(slot.ends.last, static_cast<ChainEndIndex::Place>(place));
+    Slot& slot = slots_[place];
+    if (index_) {
+        index_->remove(slot.ends.first, static_cast<ChainEndIndex::Place>(place));
+        index_->remove(slot.ends.last, static_cast<ChainEndIndex::Place>(place));
     }
-    --live;
-    derived -= is_plain(*slot.chain) ? 0u : 1u;
-    if (known_changes == changes->count) ++known_changes; // earlier changes are included already
-    ++changes->count;
+    --live_;
+    derived_ -= is_plain(*slot.chain) ? 0u : 1u;
+    if (known_changes_ == changes_->count) ++known_changes_; // earlier changes are included already
+    ++changes_->count;
     return std::exchange(slot.chain, Chain());
 }
 
 // Removes the empty slots, and with them the places in the index.
 void ERChainerProcessor::close_gaps() const {
-    if (live == slots.size()) return;
-    std::erase_if(slots, [](const Slot& slot) { return !slot.chain; });
-    index.reset();
+    if (live_ == slots_.size()) return;
+    std::erase_if(slots_, [](const Slot& slot) { return !slot.chain; });
+    index_.reset();
 }
 
 // Builds the index again if others have changed the chains. False if an index can't be used.
 bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried) {
-    if (slots.size() > 64 && slots.size() > 2 * live) close_gaps();
-    if (comparison != StandardCompare || derived > 0 || !is_plain(carried)) return false;
-    if (changes->pieces_shared) return false;
-    if (known_changes != changes->count) {
-        for (Slot& slot : slots)
+    if (slots_.size() > 64 && slots_.size() > 2 * live_) close_gaps();
+    if (comparison_ != StandardCompare || derived_ > 0 || !is_plain(carried)) return false;
+    if (changes_->pieces_shared) return false;
+    if (known_changes_ != changes_->count) {
+        for (Slot& slot : slots_)
             if (slot.chain) slot.ends = slot.chain->ends();
-        known_changes = changes->count;
-        index.reset();
+        known_changes_ = changes_->count;
+        index_.reset();
     }
-    if (!index) {
-        index = std::make_unique<ChainEndIndex>(tolerance, 2 * live);
-        for (std::size_t place = 0; place < slots.size(); ++place)
-            if (slots[place].chain) note_ends(place);
+    if (!index_) {
+        index_ = std::make_unique<ChainEndIndex>(tolerance_, 2 * live_);
+        for (std::size_t place = 0; place < slots_.size(); ++place)
+            if (slots_[place].chain) note_ends(place);
     }
     return true;
 }
@@ -222,30 +224,30 @@ bool ERChainerProcessor::prepare_index(const ERChainedMetaSeg2D& carried) {
 template <class Operation>
 void ERChainerProcessor::for_chains(Operation operation) const {
     close_gaps();
-    for (std::size_t i = 0; i < slots.size(); ++i) {
-        if (const Chain chain = slots[i].chain) operation(*chain);
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+        if (const Chain chain = slots_[i].chain) operation(*chain);
     }
 }
 
 ERChainedMetaSeg2D const* ERChainerProcessor::getAt(int i) const {
     assert(i >= 0 && i < entries());
     // A host that reads the chain of its latest piece doesn't invalidate the index.
-    if (i == entries() - 1) return slots.back().chain.get();
+    if (i == entries() - 1) return slots_.back().chain.get();
     close_gaps();
-    return slots[static_cast<std::size_t>(i)].chain.get();
+    return slots_[static_cast<std::size_t>(i)].chain.get();
 }
 
 void ERChainerProcessor::applyOnMChain(void (*operation)(ERChainedMetaSeg2D*, void*), void* data) {
     for_chains([&](ERChainedMetaSeg2D& chain) {
-        chain.is_open_to_change = true;
+        chain.is_open_to_change_ = true;
         operation(&chain, data);
     });
-    ++changes->count;
+    ++changes_->count;
 }
 
 void ERChainerProcessor::applyOnSegment(void (*operation)(ERChainerSeg2D*, void*), void* data) {
     for_chains([&](ERChainedMetaSeg2D& chain) { chain.applyOnSegment(operation, data); });
-    ++changes->count;
+    ++changes_->count;
 }
 
 void ERChainerProcessor::printOn(std::ostream& out) const {

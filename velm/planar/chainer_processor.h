@@ -58,7 +58,7 @@ public:
     /// counts as closed, which is part of the contract.
     int insert(t_SmartPtr<ERChainedMetaSeg2D> chain);
 
-    int entries() const { return static_cast<int>(live); }
+    int entries() const { return static_cast<int>(live_); }
     /// 0 <= i < entries().
     ERChainedMetaSeg2D const* getAt(int i) const;
     /// In the order of the list. The operation may change chains and pieces, but not the list.
@@ -71,7 +71,7 @@ private:
     using Ends = ERChainedMetaSeg2D::Ends;
     struct Slot {
         Chain chain; // empty where a chain was taken out
-        Ends ends;   // as after known_changes
+        Ends ends;   // as after known_changes_
     };
     /// The changes that this processor and its copies made to the chains that they share.
     struct Changes {
@@ -92,13 +92,13 @@ private:
 
     // The last slot always has a chain: after a walk takes it out, no chain is left that could
     // refuse.
-    mutable std::vector<Slot> slots;
-    std::size_t live = 0;    // slots with a chain
-    std::size_t derived = 0; // of those, chains of a host's own class
-    double tolerance;
-    Comparison comparison = StandardCompare;
-    mutable std::unique_ptr<velm::detail::ChainEndIndex> index; // by the slots' places
-    std::vector<std::uint32_t> near; // the places that a walk found in the index
-    std::shared_ptr<Changes> changes;
-    std::uint64_t known_changes = 0; // the changes that slots and index already include
+    mutable std::vector<Slot> slots_;
+    std::size_t live_ = 0;    // slots with a chain
+    std::size_t derived_ = 0; // of those, chains of a host's own class
+    double tolerance_;
+    Comparison comparison_ = StandardCompare;
+    mutable std::unique_ptr<velm::detail::ChainEndIndex> index_; // by the slots' places
+    std::vector<std::uint32_t> near_; // the places that a walk found in the index
+    std::shared_ptr<Changes> changes_;
+    std::uint64_t known_changes_ = 0; // the changes that slots and index already include
 };

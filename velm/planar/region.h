@@ -79,8 +79,8 @@ public:
     void Add(ERVec<ERPoint2D> const& contour);
     /// 0 <= i < entries().
     ERVec<ERPoint2D> const& Contour(int i) const;
-    int entries() const { return added; }
-    int IsFirstOuter() const { return firstOuter; }
+    int entries() const { return added_; }
+    int IsFirstOuter() const { return first_outer_; }
     /// The box of contour 0, empty without contours.
     ERMinimax2D getBox() const;
 
@@ -139,10 +139,10 @@ private:
                                      const velm::detail::RegionIndex* index) const;
     void drop_index();
 
-    std::shared_ptr<velm::detail::RegionContours> contours;
-    int firstOuter;
-    int added = 0;
-    int capacity;
+    std::shared_ptr<velm::detail::RegionContours> contours_;
+    int first_outer_;
+    int added_ = 0;
+    int capacity_;
     mutable std::atomic<const velm::detail::RegionIndex*> index_{nullptr};
     mutable std::atomic<int> questions_{0}; // queries before there is an index
 };

@@ -126,8 +126,8 @@ void ERRegion2D::append_crossings(const _Intersect& from, const _Intersect& to,
                                   const RegionIndex* index, std::vector<_Intersect>& stops) const {
     const SegmentCut segment(from.point, to.point);
     if (index != nullptr && index->known_under(segment.extent())) return;
-    for (int i = 0; i < added; ++i) {
-        if (contours->boxes[static_cast<std::size_t>(i)] | segment.extent()) continue;
+    for (int i = 0; i < added_; ++i) {
+        if (contours_->boxes[static_cast<std::size_t>(i)] | segment.extent()) continue;
         const auto visit = [&](const ERPoint2D& c, const ERPoint2D& d) {
             segment.cross(c, d, from.parameter, i, stops);
         };
@@ -178,7 +178,7 @@ std::vector<_Intersect> ERRegion2D::stops_of(const ERVec<ERPoint2D>& polyline,
 void ERRegion2D::Intersect(ERVec<ERPoint2D> const& polyline, ERTValVector<ERVec<ERPoint2D>>& result,
                            ERDebugIntersect* debug) const {
     const ERVec<ERPoint2D> walked = polyline; // may be one of `result`
-    if (added > 0 && firstOuter && (ERMinimax2D(walked) | contours->boxes[0])) return;
+    if (added_ > 0 && first_outer_ && (ERMinimax2D(walked) | contours_->boxes[0])) return;
     const RegionIndex* const made = index(walked.size());
     const std::vector<_Intersect> stops = stops_of(walked, made);
     if (stops.empty()) return;

@@ -15,8 +15,8 @@ VELM_DEFINE_CLASS_NOT_CREATABLE(ERChainedMetaSeg2D, ERChainerSeg2D)
 void ERChainedMetaSeg2D::insert(t_SmartPtr<ERChainerSeg2D> piece) {
     if (!piece) return;
     const double length = piece->length();
-    after.push_back({std::move(piece), length});
-    rough_sum += length >= 0.0 ? length : std::numeric_limits<double>::quiet_NaN();
+    after_.push_back({std::move(piece), length});
+    rough_sum_ += length >= 0.0 ? length : std::numeric_limits<double>::quiet_NaN();
 }
 
 void ERChainedMetaSeg2D::merge(ERChainedMetaSeg2D& other) {
@@ -26,22 +26,22 @@ void ERChainedMetaSeg2D::merge(ERChainedMetaSeg2D& other) {
 }
 
 void ERChainedMetaSeg2D::take(ERChainedMetaSeg2D& other) {
-    rough_sum += other.rough_sum;
+    rough_sum_ += other.rough_sum_;
     const auto move_behind = [](std::vector<Piece>& taker, auto from, auto to) {
         std::move(from, to, std::back_inserter(taker));
     };
     if (other.size() <= size()) {
-        move_behind(after, other.before.rbegin(), other.before.rend());
-        move_behind(after, other.after.begin(), other.after.end());
+        move_behind(after_, other.before_.rbegin(), other.before_.rend());
+        move_behind(after_, other.after_.begin(), other.after_.end());
     } else {
         ERChainedMetaSeg2D::length(); // sums the pieces here, which come first
-        move_behind(other.before, after.rbegin(), after.rend());
-        move_behind(other.before, before.begin(), before.end());
-        before.swap(other.before);
-        after.swap(other.after);
+        move_behind(other.before_, after_.rbegin(), after_.rend());
+        move_behind(other.before_, before_.begin(), before_.end());
+        before_.swap(other.before_);
+        after_.swap(other.after_);
     }
-    other.before.clear();
-    other.after.clear();
+    other.before_.clear();
+    other.after_.clear();
 }
 
 ERChainerSeg2D* ERChainedMetaSeg2D::firstSeg() const {
@@ -57,30 +57,30 @@ ERChainerSeg2D* ERChainedMetaSeg2D::lastSeg() const {
 int ERChainedMetaSeg2D::isClosed() const { return meet(ends()); }
 
 void ERChainedMetaSeg2D::applyOnSegment(void (*operation)(ERChainerSeg2D*, void*), void* data) {
-    is_open_to_change = true;
+    is_open_to_change_ = true;
     for (std::size_t i = 0; i < size(); ++i)
         operation(piece(i).segment.get(), data);
 }
 
 void ERChainedMetaSeg2D::reverse() {
     ERChainedMetaSeg2D::length(); // sums in the order of insertion
-    before.swap(after);
+    before_.swap(after_);
     for (std::size_t i = 0; i < size(); ++i)
         piece(i).segment->reverse();
 }
 
 double ERChainedMetaSeg2D::length() const {
-    for (; summed < size(); ++summed)
-        sum += piece(summed).length;
-    return sum;
+    for (; summed_ < size(); ++summed_)
+        sum_ += piece(summed_).length;
+    return sum_;
 }
 
 // Whether value > length(), without the exact sum if the rough sum decides.
 bool ERChainedMetaSeg2D::is_shorter_than(double value) const {
-    if (summed < size()) {
+    if (summed_ < size()) {
         const double error =
-            4.0 * static_cast<double>(size()) * std::numeric_limits<double>::epsilon() * rough_sum;
-        if (std::fabs(value - rough_sum) > error) return value > rough_sum;
+            4.0 * static_cast<double>(size()) * std::numeric_limits<double>::epsilon() * rough_sum_;
+        if (std::fabs(value - rough_sum_) > error) return value > rough_sum_;
     }
     return value > length();
 }

@@ -64,12 +64,12 @@ private:
         ERPoint2D first, last;
     };
 
-    std::size_t size() const { return before.size() + after.size(); }
+    std::size_t size() const { return before_.size() + after_.size(); }
     const Piece& piece(std::size_t i) const {
-        return i < before.size() ? before[before.size() - 1 - i] : after[i - before.size()];
+        return i < before_.size() ? before_[before_.size() - 1 - i] : after_[i - before_.size()];
     }
-    const Piece& front() const { return before.empty() ? after.front() : before.back(); }
-    const Piece& back() const { return after.empty() ? before.front() : after.back(); }
+    const Piece& front() const { return before_.empty() ? after_.front() : before_.back(); }
+    const Piece& back() const { return after_.empty() ? before_.front() : after_.back(); }
     /// `merge` with a chain that is no longer needed and may lose its pieces.
     void take(ERChainedMetaSeg2D& other);
     bool is_shorter_than(double value) const;
@@ -81,10 +81,10 @@ private:
     SegCompState compare_pieces(SegCompState whole, ERChainedMetaSeg2D const& other,
                                 double tol) const;
 
-    std::vector<Piece> before;      // the first pieces, last one first
-    std::vector<Piece> after;       // the pieces after them
-    mutable double sum = 0.0;       // of the first `summed` pieces, in the order of insertion
-    mutable std::size_t summed = 0; // a reverse keeps the sum
-    double rough_sum = 0.0;         // in any order
-    bool is_open_to_change = false; // the pieces' lengths have to be read again
+    std::vector<Piece> before_;      // the first pieces, last one first
+    std::vector<Piece> after_;       // the pieces after them
+    mutable double sum_ = 0.0;       // of the first `summed_` pieces, in the order of insertion
+    mutable std::size_t summed_ = 0; // a reverse keeps the sum
+    double rough_sum_ = 0.0;         // in any order
+    bool is_open_to_change_ = false; // the pieces' lengths have to be read again
 };
