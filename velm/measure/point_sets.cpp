@@ -79,7 +79,7 @@ bool gmCollinearUtils::find_line(const ERVec<ERPoint3D>& points, ERInfLine3D& li
 
 gmCollinearState gmCollinearUtils::are_collinear(const ERVec<ERPoint3D>& points,
                                                  ERInfLine3D* line) {
-    constexpr double off_line2 = 1e-7;
+    constexpr double off_line2 = 1e-7; // of squared distances: part of the contract
     ERInfLine3D found(ERVector3D(Coord3D_Z), ERPoint3D(0.0, 0.0, 0.0));
     if (!find_line(points, found)) return gmCollinear;
     if (line != nullptr) *line = found;

@@ -146,7 +146,9 @@ struct Expansion {
 //   d_i  = (P_i - [i is A] d^2) / Q,   Q = 1 + 2 A d = r / R,
 //   d_ij = (P_ij - 2 d ([i is A] d_j + [j is A] d_i) - 2 A d_i d_j) / Q.
 Expansion expand(const Parameters& q, const Points& points) {
-    constexpr double near_center = 1e-9; // where the distance has no derivative
+    // In spreads. At the centre the distance has no derivative; this near, 1 / r would multiply the
+    // rounding of the coordinates to 1e-7 and more.
+    constexpr double near_center = 1e-9;
     const Equation e = q.equation();
     const double length = std::sqrt(q.square()), cube = length * length * length;
     const double u = e.b / length, v = e.c / length;
@@ -218,6 +220,8 @@ bool iterate(Parameters& q, const Points& points, CircleIteration& iteration) {
     // hessian's diagonal; with `most_damping` steps are below `small`.
     constexpr double small = 1e-15, stalled = 1e-11, sure = 1e-8;
     constexpr double no_damping = 1e-12, most_damping = 1e16;
+    // Starts small, since the first guess is good; ten times more after a step that is worse, a
+    // hundredth after a better one, so that the last steps are Newton's (Marquardt 1963).
     double damping = 1e-4, last = std::numeric_limits<double>::infinity();
     Expansion at = expand(q, points);
     while (iteration.steps < most_steps && damping < most_damping) {

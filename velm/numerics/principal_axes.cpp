@@ -106,6 +106,7 @@ void diagonalise(Symmetric<n>& m, std::array<Vector, n>& axis) {
         for (std::size_t k = 0; k + 1 < n; ++k) {
             for (std::size_t l = k + 1; l < n; ++l) {
                 const double limit = std::sqrt(std::fabs(m[k][k])) * std::sqrt(std::fabs(m[l][l]));
+                // Smaller elements change no digit of the diagonal.
                 if (!(std::fabs(m[k][l]) > 0.25 * eps * limit)) continue;
                 rotate<n>(m, axis, k, l);
                 turned = true;

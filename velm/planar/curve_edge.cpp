@@ -12,6 +12,8 @@
 namespace velm {
 namespace {
 
+// Differences of poles give the tangents of a smooth joint to about 1e-13; corners that a drawing
+// means turn by far more.
 constexpr double kink_sine = 1e-9;
 
 ERVector2D tangent(const PreparedCurve<2>& curve, int piece, double u) {
@@ -181,7 +183,7 @@ ERPoint2D CurveEdge::point(double part) const { return prepared_(parameter(part)
 ERVector2D CurveEdge::direction(double part) const {
     const ERVector2D along = prepared_.point_at(parameter(part)).tangente();
     if (along.norme() > 0.0) return along;
-    constexpr double beside = 1e-6;
+    constexpr double beside = 1e-6; // the chord that long keeps ten digits of the points
     return part < 0.5 ? ERVector2D(point(part), point(part + beside))
                       : ERVector2D(point(part - beside), point(part));
 }

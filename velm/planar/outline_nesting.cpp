@@ -157,7 +157,7 @@ public:
             boxes_.push_back(trees_.back().contour().box());
             all.Update(boxes_.back());
         }
-        constexpr double rounding = 1e-14; // of coordinates below 2
+        constexpr double rounding = 1e-14; // some forty roundings of coordinates below 2
         touching_ = std::max(touching_part * std::hypot(all.xlength(), all.ylength()), rounding);
         holders_.resize(trees_.size());
     }

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr double same_place = 1e-7;
+constexpr double same_place = 1e-7; // see the header
 
 // The unit vector from p to q, or from `behind` to `ahead` if p and q are equal.
 ERVector2D direction(const ERPoint2D& p, const ERPoint2D& q, const ERPoint2D& behind,

@@ -10,11 +10,13 @@
 namespace velm {
 namespace {
 
+// The ray of `Inside` ends at the abscissa 1e12, and products of differences vanish below 1e-150.
 constexpr double largest_unscaled = 1e11;
 constexpr double smallest_unscaled = 1e-100;
-constexpr double farthest_comparable = 1e150;
+constexpr double farthest_comparable = 1e150; // whose square is a double
 
-// Some ten roundings of the largest coordinate.
+// Some ten roundings of the largest coordinate: the parameter of a foot, its coordinates and their
+// differences from the point are a product and a sum or difference each, and the root adds one.
 constexpr double rounding_per_magnitude = 1e-15;
 
 double magnitude(const ERPoint2D& p) { return std::max(std::fabs(p.x()), std::fabs(p.y())); }
@@ -38,6 +40,8 @@ double curvature(const Contour& contour, int edge, double part) {
 // Positive where a contour bends to the left from the edge `before` to the edge `after`. Where arcs
 // turn back on themselves the curvatures tell.
 double bend(const Contour& contour, int before, int after) {
+    // Directions of arcs are good to a few roundings of the coordinates, which may be a million
+    // times the radius.
     constexpr double rounding = 1e-9;
     const ERVector2D coming = contour.direction_at_end(before);
     const ERVector2D going = contour.direction_at_start(after);

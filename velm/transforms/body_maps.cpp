@@ -12,7 +12,7 @@ namespace velm::detail {
 
 namespace {
 
-constexpr double equal_tolerance = 1e-9;
+constexpr double equal_tolerance = 1e-9; // part of the contract
 
 // The maps as values: a loop over an array keeps their numbers in registers. In both directions,
 // `point` maps a place, one or two side by side, and `vector` is the linear part.

@@ -39,7 +39,8 @@ void find_lock_quaternion(ERVector3D from, ERVector3D to, ERQuaternion& q) {
     from.normalize();
     to.normalize();
     ERQuaternion aside;
-    if ((from ^ to).norme() < 0.001) {
+    constexpr double nearly_parallel = 0.001; // a sine: part of the contract
+    if ((from ^ to).norme() < nearly_parallel) {
         ERVector3D u, w;
         GetOrthogonalDirections(to, u, w);
         aside = ERQuaternion(u, std::numbers::pi / 2.0);

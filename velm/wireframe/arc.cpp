@@ -183,7 +183,7 @@ int Arc3Points(ERArc2D& arc, const ERPoint2D& a, const ERPoint2D& b, const ERPoi
 
 int Arc2PointsCenter(ERArc2D& arc, const ERPoint2D& p1, const ERPoint2D& p2,
                      const ERPoint2D& center, int reversed) {
-    constexpr double radius_tolerance = 1e-9;
+    constexpr double radius_tolerance = 1e-9; // part of the contract
     if (!(std::fabs(distance(p1, center) - distance(p2, center)) <= radius_tolerance)) return 0;
     arc = velm::detail::arc_between(p1, p2, center, reversed != 0);
     return 1;

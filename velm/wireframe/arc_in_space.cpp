@@ -85,7 +85,7 @@ int Arc3Points(ERArc3D& arc, const ERPoint3D& a, const ERPoint3D& b, const ERPoi
 
 int ArcCenterStartEnd(ERArc3D& first, ERArc3D& second, const ERPoint3D& start,
                       const ERPoint3D& center, const ERPoint3D& end, const ERVector3D& normal) {
-    constexpr double radius_tolerance = 1e-9;
+    constexpr double radius_tolerance = 1e-9; // part of the contract
     const ERVector3D to_start(center, start), to_end(center, end);
     const double radius = to_start.norme();
     if (!(std::fabs(radius - to_end.norme()) <= radius_tolerance)) return 0;

@@ -71,7 +71,7 @@ int intersect(const ERCircle2D& circle, const ERInfLine2D& line, ERPoint2D& p1, 
 }
 
 int intersect(const ERCircle2D& a, const ERCircle2D& b, ERPoint2D& p1, ERPoint2D& p2) {
-    constexpr double same_center = 1e-10;
+    constexpr double same_center = 1e-10; // part of the contract
     const double r1 = a.radius(), r2 = b.radius();
     const ERPoint2D c1 = a.center();
     const ERVector2D between(c1, b.center());

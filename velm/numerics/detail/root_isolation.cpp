@@ -69,6 +69,7 @@ void RootIsolation::resolve_top() {
         return;
     }
     const double at = middle(piece);
+    // An eighth of a half: either part keeps at least 7/16 of the piece.
     const double aside = 0.125 * std::min(at - piece.lower, piece.upper - at);
     // A root on the cut would be pursued from both sides: cut beside it.
     if (split(at, false) || split(at - aside, false)) return;

@@ -34,7 +34,7 @@ struct Steps {
     double curvature = unknown;
 
     void take(double step, bool newton) {
-        constexpr double fast = 0.0625;
+        constexpr double fast = 0.0625; // a step that shrinks to a 16th converges quadratically
         curvature = newton && step <= fast * last_newton ? step / (last * last) : unknown;
         last = step;
         last_newton = newton ? step : 0.0;

@@ -19,8 +19,8 @@ bool ContourTree::serves(std::span<const ERPoint2D> vertices) {
 ContourTree::LineSide::LineSide(const ERPoint2D& from, const ERPoint2D& to,
                                 const ERMinimax2D& whole)
     : start(from), dx(to.x() - from.x()), dy(to.y() - from.y()) {
-    constexpr double margin_per_magnitude = 1e-12;
-    constexpr double largest_magnitude = 1e150; // whose products are doubles
+    constexpr double margin_per_magnitude = 1e-12; // some thousand roundings, see the header
+    constexpr double largest_magnitude = 1e150;    // whose products are doubles
     double magnitude = 0.0;
     for (const double x :
          {from.x(), from.y(), to.x(), to.y(), whole.xmin, whole.xmax, whole.ymin, whole.ymax})
