@@ -16,7 +16,7 @@ write_basic_package_version_file(velm-config-version.cmake COMPATIBILITY SameMin
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/velm-config.cmake
     ${CMAKE_CURRENT_BINARY_DIR}/velm-config-version.cmake DESTINATION ${velm_cmakedir})
 
-# The pkg-config files find their prefix from where they stand, so that an installed tree can move.
+# The pkg-config files find their prefix from their own place, so that an installed tree can move.
 set(velm_pc_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 cmake_path(ABSOLUTE_PATH velm_pc_folder BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE from)
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${from} OUTPUT_VARIABLE velm_pc_prefix)

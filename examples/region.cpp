@@ -26,7 +26,7 @@ int main() {
         std::printf("(%g, %g) is %s, by contour %d\n", p.x(), p.y(), names[place], contour);
     }
 
-    // What of a probe's path lies over the material.
+    // The part of a probe's path over the material.
     ERTValVector<ERVec<ERPoint2D>> pieces;
     plate.Intersect({{-10, 20}, {70, 20}}, pieces);
     for (int i = 0; i < int(pieces.size()); ++i) {
