@@ -3,6 +3,7 @@
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/picture/deviation_scale.h"
+#include "inspect/picture/palette.h"
 #include "inspect/picture/svg_canvas.h"
 
 #include <algorithm>
@@ -11,7 +12,8 @@
 namespace velm::inspect {
 namespace {
 
-constexpr double border = 40.0;
+using palette::border;
+
 constexpr CanvasBox drawing{border, 100.0, SvgCanvas::width - 2.0 * border, 620.0};
 constexpr double least_step = 0.3; // of drawn lines, in picture units
 constexpr std::size_t most_dots = 2000;
@@ -56,8 +58,8 @@ void draw_bar(SvgCanvas& canvas, const Placement& place) {
     const double right = border + length * place.unit(), at = SvgCanvas::height - 30.0;
     canvas.path("M" + svg_point({border, at - 5.0}) + "V" + svg_number(at) + "H" +
                     svg_number(right) + "V" + svg_number(at - 5.0),
-                "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
-    canvas.text({right + 8.0, at + 1.0}, shortest(length), 11.0);
+                svg_pen(palette::ink, 1.2));
+    canvas.text({right + 8.0, at + 1.0}, shortest(length), palette::text_size);
 }
 
 void draw_legend(SvgCanvas& canvas, const ClipResult& result) {
@@ -66,13 +68,14 @@ void draw_legend(SvgCanvas& canvas, const ClipResult& result) {
                              ? 100.0 * result.figures.length_inside / result.figures.length
                              : 0.0;
     const int decimals = decimals_for(result.figures.length, 6);
-    canvas.line({420.0, at - 4.0}, {460.0, at - 4.0}, "stroke=\"#0b5394\" stroke-width=\"2.6\"");
+    canvas.line({420.0, at - 4.0}, {460.0, at - 4.0}, svg_stroke(palette::piece, 2.6));
     canvas.text({468.0, at},
                 "in the region: " + fixed(result.figures.length_inside, decimals) + " (" +
                     fixed(share, 2) + " %)",
-                12.0);
-    canvas.line({760.0, at - 4.0}, {800.0, at - 4.0}, "stroke=\"#9aa5b1\" stroke-width=\"1\"");
-    canvas.text({808.0, at}, "polylines: " + fixed(result.figures.length, decimals), 12.0);
+                palette::subtitle_size);
+    canvas.line({760.0, at - 4.0}, {800.0, at - 4.0}, svg_stroke(palette::stem, 1.0));
+    canvas.text({808.0, at}, "polylines: " + fixed(result.figures.length, decimals),
+                palette::subtitle_size);
 }
 
 } // namespace
@@ -86,14 +89,14 @@ std::string clip_picture(const NominalOutline& region, const Polylines& polyline
     const std::string files = result.head.polyline + " in " + result.head.region;
     const std::string title = region.title.empty() ? "Clipped polylines" : region.title;
     SvgCanvas canvas(title, files);
-    canvas.text({border, 46.0}, clipped(terminal_text(title), 64), 20.0, SvgCanvas::Anchor::start,
-                "font-weight=\"bold\"");
-    canvas.text({border, 68.0}, clipped(terminal_text(files), 130), 12.0, SvgCanvas::Anchor::start,
-                "fill=\"#52606d\"");
+    canvas.text({border, palette::title_line}, clipped(terminal_text(title), 64),
+                palette::title_size, SvgCanvas::Anchor::start, palette::bold);
+    canvas.text({border, palette::subtitle_line}, clipped(terminal_text(files), 130),
+                palette::subtitle_size, SvgCanvas::Anchor::start, svg_fill(palette::soft));
     const std::size_t count = result.pieces.size();
-    canvas.text({SvgCanvas::width - border, 46.0},
-                grouped(count, "\u2009") + (count == 1 ? " piece" : " pieces"), 13.0,
-                SvgCanvas::Anchor::end, "font-weight=\"bold\"");
+    canvas.text({SvgCanvas::width - border, palette::title_line},
+                grouped(count, "\u2009") + (count == 1 ? " piece" : " pieces"),
+                palette::verdict_size, SvgCanvas::Anchor::end, palette::bold);
 
     std::string outline, whole, inside, dots;
     for (const Contour& contour : region.contours)
@@ -106,13 +109,11 @@ std::string clip_picture(const NominalOutline& region, const Polylines& polyline
         for (const ERPoint2D& end : {piece.points.front(), piece.points.back()})
             dots += "M" + svg_point(place(end)) + "h0";
     }
-    canvas.path(outline, "fill=\"#e4e7eb\" fill-rule=\"evenodd\" stroke=\"#52606d\" "
-                         "stroke-width=\"1.2\" stroke-linejoin=\"round\"");
-    canvas.path(whole, "fill=\"none\" stroke=\"#9aa5b1\" stroke-width=\"1\"");
-    canvas.path(inside, "fill=\"none\" stroke=\"#0b5394\" stroke-width=\"2.6\" "
-                        "stroke-linejoin=\"round\"");
-    canvas.path(dots, "fill=\"none\" stroke=\"#0b5394\" stroke-width=\"6\" "
-                      "stroke-linecap=\"round\"");
+    canvas.path(outline, svg_fill(palette::region) + " fill-rule=\"evenodd\" " +
+                             svg_stroke(palette::soft, 1.2) + " stroke-linejoin=\"round\"");
+    canvas.path(whole, svg_pen(palette::stem, 1.0));
+    canvas.path(inside, svg_pen(palette::piece, 2.6) + " stroke-linejoin=\"round\"");
+    canvas.path(dots, svg_pen(palette::piece, 6.0) + " stroke-linecap=\"round\"");
     draw_bar(canvas, place);
     draw_legend(canvas, result);
     return canvas.finish();

@@ -1,6 +1,7 @@
 #include "inspect/picture/deviation_scale.h"
 
 #include "inspect/base/number_text.h"
+#include "inspect/picture/palette.h"
 
 #include <algorithm>
 #include <cmath>
@@ -42,10 +43,8 @@ double DeviationScale::class_start(int number) const {
 }
 
 std::string_view DeviationScale::color(int number) {
-    static constexpr std::array<std::string_view, classes> colors{"#08306b", "#2171b5", "#5a9fd0",
-                                                                  "#93c1e0", "#a3a9b0", "#f0b48f",
-                                                                  "#e07b53", "#c4452f", "#7f0014"};
-    return colors[static_cast<std::size_t>(std::clamp(number, 0, classes - 1))];
+    static_assert(palette::deviations.size() == classes);
+    return palette::deviations[static_cast<std::size_t>(std::clamp(number, 0, classes - 1))];
 }
 
 std::string signed_text(double value, int decimals) {

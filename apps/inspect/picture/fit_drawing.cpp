@@ -3,6 +3,7 @@
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/picture/fit_lines.h"
+#include "inspect/picture/palette.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,12 +16,12 @@ namespace {
 
 using Anchor = SvgCanvas::Anchor;
 
-constexpr double small = 11.0;
+constexpr double small = palette::text_size;
 constexpr double turn = 2.0 * std::numbers::pi;
-constexpr const char* grid = "fill=\"none\" stroke=\"#dde2e8\" stroke-width=\"0.8\"";
-constexpr const char* datum = "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1.4\"";
-constexpr const char* limit = "fill=\"none\" stroke=\"#b8860b\" stroke-width=\"0.9\"";
-constexpr const char* soft = "fill=\"#52606d\"";
+const std::string grid = svg_pen(palette::grid, 0.8);
+const std::string datum = svg_pen(palette::ink, 1.4);
+const std::string limit = svg_pen(palette::limit, 0.9);
+const std::string soft = svg_fill(palette::soft);
 
 std::string circle_path(const CanvasPoint& center, double r) {
     const std::string radius = svg_number(r);
@@ -89,7 +90,7 @@ std::vector<std::size_t> FitDrawing::chosen() const {
 
 void FitDrawing::dot(const CanvasPoint& at, std::size_t index, double radius) {
     canvas_.path(circle_path(at, radius),
-                 color_of(result_.residuals[index]) + " stroke=\"#fff\" stroke-width=\"0.4\"");
+                 color_of(result_.residuals[index]) + " " + svg_stroke(palette::paper, 0.4));
 }
 
 // `where` has the place of every point, `toward` the side for its label.
@@ -138,7 +139,7 @@ void FitDrawing::draw_polar() {
         for (const double value : {result_.tolerance->lower, result_.tolerance->upper})
             if (std::fabs(value) <= reference_)
                 canvas_.path(circle_path(center, radius(value)),
-                             std::string(limit) + " stroke-dasharray=\"5 3\"");
+                             limit + " stroke-dasharray=\"5 3\"");
     }
     canvas_.path(circle_path(center, base), datum);
 
@@ -164,17 +165,16 @@ void FitDrawing::draw_polar() {
         path += (k == 0 || gap > widest_gap ? "M" : "L") + svg_point(where[n]);
     }
     if (!path.empty())
-        canvas_.path(path, "fill=\"none\" stroke=\"#7b8794\" stroke-width=\"0.8\" "
-                           "stroke-linejoin=\"round\"");
+        canvas_.path(path, svg_pen(palette::trace, 0.8) + " stroke-linejoin=\"round\"");
     for (const std::size_t n : order)
         dot(where[n], n, dot_radius(order.size()));
     for (double k = -std::floor(reference_ / step_); k * step_ <= reference_ * 1.0001; k += 1.0)
         fixed_text({center.x + 4.0, center.y - radius(k * step_) - 3.0}, unit_.text(k * step_), 9.5,
                    Anchor::start,
-                   "fill=\"#52606d\" stroke=\"#fff\" stroke-width=\"3\" paint-order=\"stroke\"");
+                   soft + " " + svg_stroke(palette::paper, 3.0) + " paint-order=\"stroke\"");
     fixed_text({center.x, center.y - 6.0}, "radius", small, Anchor::middle, soft);
     fixed_text({center.x, center.y + 14.0}, fixed(result_.radius, fit_decimals(result_)), 15.0,
-               Anchor::middle, "font-weight=\"bold\"");
+               Anchor::middle, palette::bold);
     // Beyond the line that joins the points.
     label_worst(where, [&](std::size_t n) {
         const double side = result_.residuals[n] > 0.0 ? 1.0 : -1.0;
@@ -218,7 +218,7 @@ void FitDrawing::draw_along() {
         for (const double value : {result_.tolerance->lower, result_.tolerance->upper})
             if (value >= bottom && value <= top)
                 canvas_.line({plot.left, y_of(value)}, {plot.right(), y_of(value)},
-                             std::string(limit) + " stroke-dasharray=\"5 3\"");
+                             limit + " stroke-dasharray=\"5 3\"");
     canvas_.line({plot.left, y_of(0.0)}, {plot.right(), y_of(0.0)}, datum);
 
     std::vector<CanvasPoint> where(points_.ids.size());
@@ -229,8 +229,7 @@ void FitDrawing::draw_along() {
     for (const std::size_t n : drawn)
         if (drawn.size() <= 600)
             stems += "M" + svg_point({where[n].x, y_of(0.0)}) + "V" + svg_number(where[n].y);
-    if (!stems.empty())
-        canvas_.path(stems, "fill=\"none\" stroke=\"#9aa5b1\" stroke-width=\"0.9\"");
+    if (!stems.empty()) canvas_.path(stems, svg_pen(palette::stem, 0.9));
     for (const std::size_t n : drawn)
         dot(where[n], n, dot_radius(drawn.size()));
     label_worst(where, [&](std::size_t n) {
@@ -252,13 +251,13 @@ void FitDrawing::draw_spots() {
                              area_.top + (area_.height + tall * factor) / 2.0};
     canvas_.box({corner.x - 14.0, corner.y - tall * factor - 14.0, wide * factor + 28.0,
                  tall * factor + 28.0},
-                "fill=\"#f7f9fb\" stroke=\"#cbd2d9\" stroke-width=\"1\"");
+                svg_fill(palette::plot) + " " + svg_stroke(palette::rule, 1.0));
     const int decimals = std::min(decimals_for(std::max(wide, tall), 4), 12);
     canvas_.text({corner.x + wide * factor / 2.0, corner.y + 28.0}, fixed(wide, decimals), small,
                  Anchor::middle, soft);
     canvas_.text({corner.x - 20.0, corner.y - tall * factor / 2.0}, fixed(tall, decimals), small,
                  Anchor::middle,
-                 std::string(soft) + " transform=\"rotate(-90 " +
+                 soft + " transform=\"rotate(-90 " +
                      svg_point({corner.x - 20.0, corner.y - tall * factor / 2.0}) + ")\"");
 
     std::vector<CanvasPoint> where(points_.ids.size());

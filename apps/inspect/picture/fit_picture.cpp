@@ -5,6 +5,7 @@
 #include "inspect/picture/deviation_histogram.h"
 #include "inspect/picture/fit_drawing.h"
 #include "inspect/picture/fit_lines.h"
+#include "inspect/picture/palette.h"
 #include "inspect/picture/section_panel.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@
 namespace velm::inspect {
 namespace {
 
-constexpr double border = 40.0, top = 92.0, left = 742.0;
+constexpr double border = palette::border, top = palette::below_header, left = palette::column_left;
 
 // The range of the drawing: the largest residual, and the tolerance if it is of the same size.
 double reach(const FitResult& result) {
@@ -59,19 +60,20 @@ std::string fit_svg(const FitResult& result, const FitPoints& points, const std:
         histogram.add(residual);
 
     const double wide = SvgCanvas::width - border - left;
-    const double bottom = SvgCanvas::height - 28.0;
+    const double bottom = SvgCanvas::height - palette::foot;
     SvgCanvas canvas(title_of(result), "Residuals of " + path);
     draw_header(canvas, title_of(result), "least squares of " + shown_path(path), result.summary);
-    FitDrawing(canvas, {border, top, left - border - 36.0, bottom - top}, result, points, scale,
-               unit, reference)
+    FitDrawing(canvas, {border, top, left - border - palette::column_gap, bottom - top}, result,
+               points, scale, unit, reference)
         .draw();
     draw_figures(canvas, {left, top, wide, 236.0}, result.summary, unit);
     draw_heading(canvas, {left, 342.0, wide, 20.0}, "Fitted");
     double y = 380.0;
     for (const auto& [name, value] : entity_lines(result, fit_decimals(result))) {
-        canvas.text({left, y}, name, 11.0, SvgCanvas::Anchor::start, "fill=\"#52606d\"");
-        canvas.text({left + 74.0, y}, value, 11.0);
-        y += 18.5;
+        canvas.text({left, y}, name, palette::text_size, SvgCanvas::Anchor::start,
+                    svg_fill(palette::soft));
+        canvas.text({left + 74.0, y}, value, palette::text_size);
+        y += palette::row_step;
     }
     draw_histogram(canvas, {left, 506.0, wide, 126.0}, histogram.cells(), scale,
                    result.tolerance.has_value(), unit);

@@ -1,5 +1,7 @@
 #include "inspect/picture/label_places.h"
 
+#include "inspect/picture/palette.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -43,11 +45,11 @@ bool LabelPlaces::draw(SvgCanvas& canvas, const CanvasPoint& at, const CanvasPoi
     if (!box) return false;
     const CanvasPoint near{std::clamp(at.x, box->left, box->right()),
                            std::clamp(at.y, box->top, box->bottom())};
-    canvas.line(at, near, "stroke=\"#52606d\" stroke-width=\"0.7\"");
+    canvas.line(at, near, svg_stroke(palette::soft, 0.7));
     canvas.text({box->left + box->width / 2.0, box->bottom() - 4.0}, content, size,
                 SvgCanvas::Anchor::middle,
-                "font-weight=\"bold\" paint-order=\"stroke\" stroke=\"#fff\" "
-                "stroke-width=\"3\" stroke-linejoin=\"round\"");
+                std::string(palette::bold) + " paint-order=\"stroke\" " +
+                    svg_stroke(palette::paper, 3.0) + " stroke-linejoin=\"round\"");
     return true;
 }
 

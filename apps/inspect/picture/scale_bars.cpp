@@ -2,6 +2,7 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/picture/deviation_scale.h"
+#include "inspect/picture/palette.h"
 
 namespace velm::inspect {
 namespace {
@@ -23,13 +24,13 @@ std::string factor_text(double factor) {
 
 void draw_scale_bars(SvgCanvas& canvas, CanvasPoint at, ScaleBars form, std::string_view part,
                      double unit, double magnification) {
-    constexpr double text_size = 11.0;
+    using palette::text_size;
     const auto draw_bar = [&](double wanted, double unit_of_bar, const std::string& what) {
         const double value = round_step_below(wanted / unit_of_bar);
         const double size = value * unit_of_bar;
         canvas.path("M" + svg_point({at.x, at.y - 4.0}) + "v8M" + svg_point(at) + "h" +
                         svg_number(size) + "m0 -4v8",
-                    "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
+                    svg_pen(palette::ink, 1.2));
         const std::string content = what + length_text(value);
         canvas.text({at.x + size + 8.0, at.y + 4.0}, content, text_size);
         if (form == ScaleBars::stacked)

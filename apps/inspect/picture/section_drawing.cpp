@@ -1,6 +1,7 @@
 #include "inspect/picture/section_drawing.h"
 
 #include "inspect/base/text_escape.h"
+#include "inspect/picture/palette.h"
 #include "inspect/picture/scale_bars.h"
 
 #include <algorithm>
@@ -23,10 +24,6 @@ std::string closed_path(const std::vector<CanvasPoint>& line) {
     for (std::size_t i = 0; i < line.size(); ++i)
         data += (i == 0 ? "M" : "L") + svg_point(line[i]);
     return data + "Z";
-}
-
-std::string stroke(std::string_view color, double width) {
-    return "stroke=\"" + std::string(color) + "\" stroke-width=\"" + svg_number(width) + "\"";
 }
 
 // Labels may reach a little beyond the drawing.
@@ -120,10 +117,9 @@ void SectionDrawing::draw_outline() {
                 "</clipPath>\n<clipPath id=\"" + name_prefix_ +
                 "outside\"><path clip-rule=\"evenodd\" d=\"" + outside +
                 "\"/></clipPath>\n</defs>\n");
-    canvas_.raw(use_outline(" fill=\"#e9ecf0\"") + "\n");
+    canvas_.raw(use_outline(" " + svg_fill(palette::material)) + "\n");
     if (shows_band_) draw_band();
-    canvas_.raw(use_outline(" fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1\" "
-                            "stroke-linejoin=\"round\"") +
+    canvas_.raw(use_outline(" " + svg_pen(palette::ink, 1.0) + " stroke-linejoin=\"round\"") +
                 "\n");
 }
 
@@ -136,26 +132,25 @@ std::string SectionDrawing::use_outline(const std::string& attributes) const {
 // clipped to that side; the limit's line is a slightly wider stroke below it. A band that doesn't
 // reach the outline is painted over up to its nearer limit.
 void SectionDrawing::draw_band() {
-    constexpr std::string_view band = "#fcefc2", limit = "#b8860b";
     constexpr double line = 0.9;
     const auto draw_side = [&](const char* side, std::string_view ground, double near, double far) {
         if (far <= 0.0) return;
         canvas_.open_group("clip-path=\"url(#" + name_prefix_ + side +
                            ")\" fill=\"none\" stroke-linejoin=\"round\"");
         const auto layer = [&](std::string_view color, double reach) {
-            canvas_.raw(use_outline(" " + stroke(color, 2.0 * reach)) + "\n");
+            canvas_.raw(use_outline(" " + svg_stroke(color, 2.0 * reach)) + "\n");
         };
-        layer(limit, far + line / 2.0);
-        layer(band, far - line / 2.0);
+        layer(palette::limit, far + line / 2.0);
+        layer(palette::band, far - line / 2.0);
         if (near > 0.0) {
-            layer(limit, near + line / 2.0);
+            layer(palette::limit, near + line / 2.0);
             layer(ground, near - line / 2.0);
         }
         canvas_.close_group();
     };
     const double lower = length(tolerance_->lower), upper = length(tolerance_->upper);
-    draw_side("outside", "#fff", lower, upper);
-    draw_side("inside", "#e9ecf0", -upper, -lower);
+    draw_side("outside", palette::paper, lower, upper);
+    draw_side("inside", palette::material, -upper, -lower);
 }
 
 void SectionDrawing::mark_cut(const CanvasPoint& foot, const CanvasPoint& end, std::string& marks) {
@@ -202,7 +197,7 @@ void SectionDrawing::draw_whiskers(const std::vector<DrawnPoint>& points, bool o
         draw_named_whiskers(drawn);
     else
         draw_whisker_groups(drawn);
-    if (!cuts.empty()) canvas_.path(cuts, stroke("#1f2933", 1.0));
+    if (!cuts.empty()) canvas_.path(cuts, svg_stroke(palette::ink, 1.0));
     canvas_.close_group();
     if (tolerance_) draw_markers(drawn);
 }
@@ -212,7 +207,7 @@ void SectionDrawing::draw_named_whiskers(const std::vector<const DrawnPoint*>& p
     for (int number = 0; number < DeviationScale::classes; ++number) {
         const bool out =
             tolerance_ && (number == DeviationScale::below || number == DeviationScale::above);
-        canvas_.open_group(stroke(DeviationScale::color(number), out ? wide + 0.55 : wide));
+        canvas_.open_group(svg_stroke(DeviationScale::color(number), out ? wide + 0.55 : wide));
         for (const DrawnPoint* point : points) {
             if (scale_.class_of(point->deviation) != number) continue;
             const DeviationUnit unit(std::fabs(point->deviation)); // the note's own, in full
@@ -234,7 +229,7 @@ void SectionDrawing::draw_whisker_groups(const std::vector<const DrawnPoint*>& p
     const double thin = std::clamp(2000.0 / static_cast<double>(points.size() + 1), 0.5, 1.25);
     for (int number = 0; number < DeviationScale::classes; ++number)
         if (const std::string& data = paths[static_cast<std::size_t>(number)]; !data.empty())
-            canvas_.path(data, stroke(DeviationScale::color(number), thin));
+            canvas_.path(data, svg_stroke(DeviationScale::color(number), thin));
 }
 
 // A triangle at the tip of each whisker that is out of tolerance: upwards above the upper limit,
@@ -261,7 +256,7 @@ void SectionDrawing::draw_markers(const std::vector<const DrawnPoint*>& points) 
                          "fill=\"" +
                              std::string(DeviationScale::color(side == 1 ? DeviationScale::above
                                                                          : DeviationScale::below)) +
-                             (size < 1.0 ? "\"" : "\" stroke=\"#fff\" stroke-width=\"0.8\""));
+                             (size < 1.0 ? "\"" : "\" " + svg_stroke(palette::paper, 0.8)));
 }
 
 void SectionDrawing::draw_envelope(const DeviationEnvelope& envelope) {
@@ -300,12 +295,12 @@ void SectionDrawing::draw_envelope(const DeviationEnvelope& envelope) {
         if (const std::string& data = fills[static_cast<std::size_t>(number)]; !data.empty())
             canvas_.path(data, "fill=\"" + std::string(DeviationScale::color(number)) + "\"");
     canvas_.close_group();
-    canvas_.path(borders, "fill=\"none\" " + stroke("#3b4754", 0.7));
+    canvas_.path(borders, svg_pen(palette::envelope_edge, 0.7));
 }
 
 void SectionDrawing::draw_labels(const std::vector<SectionRow>& rows, std::size_t most,
                                  const DeviationUnit& unit) {
-    constexpr double size = 11.0, apart = 36.0;
+    constexpr double size = palette::text_size, apart = 36.0;
     std::vector<CanvasPoint> named;
     for (const SectionRow& row : rows) {
         if (named.size() == most) return;

@@ -2,6 +2,7 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
+#include "inspect/picture/palette.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,9 +12,9 @@ namespace {
 
 using Anchor = SvgCanvas::Anchor;
 
-constexpr double small = 11.0;
+constexpr double small = palette::text_size;
 constexpr double first_note = 87.0, note_step = 19.0; // below the top of the legend
-constexpr std::string_view soft = "fill=\"#52606d\"";
+const std::string soft = svg_fill(palette::soft);
 
 std::string fill(int number) {
     return "fill=\"" + std::string(DeviationScale::color(number)) + "\"";
@@ -80,12 +81,11 @@ void draw_axis(SvgCanvas& canvas, const CanvasBox& plot, const Bars& bars,
     for (int n = 0; n < 3 && tick / range * plot.width < widest() + 4.0; ++n)
         tick = round_step_above(tick * 1.5);
     canvas.line({plot.left, plot.bottom()}, {plot.right(), plot.bottom()},
-                "stroke=\"#1f2933\" stroke-width=\"1\"");
+                svg_stroke(palette::ink, 1.0));
     for (double n = std::ceil(bars.first / tick - 1e-9); n * tick <= bars.first + range * 1.0001;
          n += 1.0) {
         const double x = plot.left + (n * tick - bars.first) / range * plot.width;
-        canvas.line({x, plot.bottom()}, {x, plot.bottom() + 4.0},
-                    "stroke=\"#1f2933\" stroke-width=\"1\"");
+        canvas.line({x, plot.bottom()}, {x, plot.bottom() + 4.0}, svg_stroke(palette::ink, 1.0));
         canvas.text({x, plot.bottom() + 16.0}, text_of(n * tick), small, Anchor::middle);
     }
 }
@@ -93,16 +93,19 @@ void draw_axis(SvgCanvas& canvas, const CanvasBox& plot, const Bars& bars,
 } // namespace
 
 void draw_heading(SvgCanvas& canvas, const CanvasBox& area, const std::string& content) {
-    canvas.text({area.left, area.top + 12.0}, content, 12.5, Anchor::start, "font-weight=\"bold\"");
+    canvas.text({area.left, area.top + 12.0}, content, palette::heading_size, Anchor::start,
+                palette::bold);
     canvas.line({area.left, area.top + 20.0}, {area.right(), area.top + 20.0},
-                "stroke=\"#cbd2d9\" stroke-width=\"1\"");
+                svg_stroke(palette::rule, 1.0));
 }
 
 void draw_header(SvgCanvas& canvas, const std::string& title, const std::string& below,
                  const Summary& summary) {
-    constexpr double border = 40.0;
-    canvas.text({border, 46.0}, clipped(title, 64), 20.0, Anchor::start, "font-weight=\"bold\"");
-    canvas.text({border, 68.0}, below, 12.0, Anchor::start, soft);
+    using palette::border;
+    canvas.text({border, palette::title_line}, clipped(title, 64), palette::title_size,
+                Anchor::start, palette::bold);
+    canvas.text({border, palette::subtitle_line}, below, palette::subtitle_size, Anchor::start,
+                soft);
     const std::uint64_t count = summary.deviations.count();
     const std::uint64_t out = summary.out_of_tolerance;
     const bool has_tolerance = summary.tolerance.has_value();
@@ -110,13 +113,14 @@ void draw_header(SvgCanvas& canvas, const std::string& title, const std::string&
                                 : out == 0     ? "All " + grouped(count, "\u2009") + " in tolerance"
                                                : grouped(out, "\u2009") + " of " +
                                                  grouped(count, "\u2009") + " out of tolerance";
-    const double wide = SvgCanvas::text_width(verdict, 13.0) + 36.0;
+    const double wide = SvgCanvas::text_width(verdict, palette::verdict_size) + 36.0;
     const CanvasBox box{SvgCanvas::width - border - wide, 28.0, wide, 28.0};
     const bool filled = has_tolerance && out > 0;
-    canvas.box(box, filled ? "rx=\"4\" fill=\"#7f0014\""
-                           : "rx=\"4\" fill=\"#fff\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
-    canvas.text({box.left + wide / 2.0, 46.5}, verdict, 13.0, Anchor::middle,
-                filled ? "font-weight=\"bold\" fill=\"#fff\"" : "font-weight=\"bold\"");
+    canvas.box(box, filled ? "rx=\"4\" " + svg_fill(palette::alarm)
+                           : "rx=\"4\" " + svg_fill(palette::paper) + " " +
+                                 svg_stroke(palette::ink, 1.2));
+    canvas.text({box.left + wide / 2.0, 46.5}, verdict, palette::verdict_size, Anchor::middle,
+                std::string(palette::bold) + (filled ? " " + svg_fill(palette::paper) : ""));
 }
 
 std::string shown_path(const std::string& path) {
@@ -139,7 +143,7 @@ void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summa
         canvas.text({area.left, y}, name, small, Anchor::start, soft);
         canvas.text({area.left + 190.0, y}, value, small, Anchor::end, attributes);
         if (!note.empty()) canvas.text({area.left + 200.0, y}, note, small, Anchor::start, soft);
-        y += 18.5;
+        y += palette::row_step;
     };
     const auto number = [&](double value) { return unit.text(value, 1); };
     const auto unsigned_text = [&](double value) {
@@ -153,7 +157,7 @@ void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summa
         row("In tolerance", grouped(summary.in_tolerance, "\u2009"),
             percent_text(summary.in_tolerance, deviations.count()));
         row("Out of tolerance", grouped(summary.out_of_tolerance, "\u2009"),
-            percent_text(summary.out_of_tolerance, deviations.count()), "font-weight=\"bold\"");
+            percent_text(summary.out_of_tolerance, deviations.count()), palette::bold);
     }
     row("Least deviation", number(deviations.minimum()));
     row("Greatest deviation", number(deviations.maximum()));
@@ -188,7 +192,7 @@ void draw_legend(SvgCanvas& canvas, const CanvasBox& area, const DeviationScale&
                 fill(DeviationScale::above));
     for (const int number : {1, inner + 1})
         canvas.path("M" + svg_point({at(number), top - 3.0}) + "v" + svg_number(high + 6.0),
-                    "stroke=\"#1f2933\" stroke-width=\"1.6\"");
+                    svg_stroke(palette::ink, 1.6));
     const double middle = scale.lower() + (scale.upper() - scale.lower()) / 2.0;
     canvas.text({at(1), top + high + 16.0}, unit.text(scale.lower()), small, Anchor::middle);
     canvas.text({at(1) + step * inner / 2.0, top + high + 16.0}, unit.text(middle), small,
@@ -210,23 +214,24 @@ void draw_legend(SvgCanvas& canvas, const CanvasBox& area, const DeviationScale&
     }
     if (notes.shows_band) {
         canvas.box({area.left + 2.0, y - 9.0, 24.0, 10.0},
-                   "fill=\"#fcefc2\" stroke=\"#b8860b\" stroke-width=\"0.9\"");
+                   svg_fill(palette::band) + " " + svg_stroke(palette::limit, 0.9));
         note("tolerance band, magnified alike");
     }
     if (notes.shows_envelope) {
         canvas.box({area.left + 2.0, y - 9.0, 24.0, 10.0},
-                   fill(DeviationScale::classes / 2) + " stroke=\"#3b4754\" stroke-width=\"0.7\"");
+                   fill(DeviationScale::classes / 2) + " " +
+                       svg_stroke(palette::envelope_edge, 0.7));
         note("envelope, coloured by its mean");
     }
     if (!notes.outwards.empty()) {
         canvas.path("M" + svg_point({area.left + 2.0, y - 1.0}) + "h24M" +
                         svg_point({sign, y - 1.0}) + "v-10",
-                    "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1.2\"");
+                    svg_pen(palette::ink, 1.2));
         note(notes.outwards);
     }
     if (notes.cut_whiskers > 0) {
         canvas.path("M" + svg_point({area.left + 2.0, y - 4.0}) + "h24m-7 -4v8m-4 0v-8",
-                    "fill=\"none\" stroke=\"#1f2933\" stroke-width=\"1\"");
+                    svg_pen(palette::ink, 1.0));
         note("longer than drawn: " +
              grouped(static_cast<std::uint64_t>(notes.cut_whiskers), "\u2009"));
     }
@@ -250,8 +255,8 @@ void draw_histogram(SvgCanvas& canvas, const CanvasBox& area,
         const double shown = std::max(tall, 0.8);
         canvas.box(
             {plot.left + wide * static_cast<double>(bar), plot.bottom() - shown, wide, shown},
-            fill(scale.class_of(bars.start(bar) + bars.step / 2.0)) +
-                " stroke=\"#fff\" stroke-width=\"0.5\"");
+            fill(scale.class_of(bars.start(bar) + bars.step / 2.0)) + " " +
+                svg_stroke(palette::paper, 0.5));
     }
     canvas.text({plot.left + wide * (static_cast<double>(tallest - bars.counts.begin()) + 0.5),
                  plot.top + 0.12 * plot.height - 4.0},
@@ -263,7 +268,7 @@ void draw_histogram(SvgCanvas& canvas, const CanvasBox& area,
         const double x = plot.left + (limit - bars.first) / range * plot.width;
         if (x < plot.left - 0.5 || x > plot.right() + 0.5) return;
         canvas.line({x, plot.top - 16.0}, {x, plot.bottom()},
-                    "stroke=\"#1f2933\" stroke-width=\"1.2\" stroke-dasharray=\"4 3\"");
+                    svg_stroke(palette::ink, 1.2) + " stroke-dasharray=\"4 3\"");
         const std::string content = unit.text(limit);
         const double needed = SvgCanvas::text_width(content, small);
         const bool turned =

@@ -2,6 +2,7 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
+#include "inspect/picture/palette.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,8 +10,8 @@
 namespace velm::inspect {
 namespace {
 
-constexpr double border = 40.0;
-constexpr double below_header = 92.0;
+using palette::below_header;
+using palette::border;
 
 // The places of the parts of the page: a flat section is above its figures, an upright one beside
 // them.
@@ -20,10 +21,10 @@ struct Layout {
 
 Layout lay_out(const Outline& outline) {
     const ERMinimax2D box = outline.box();
-    const double bottom = SvgCanvas::height - 28.0;
+    const double bottom = SvgCanvas::height - palette::foot;
     if (box.ylength() > 0.55 * box.xlength()) {
-        constexpr double left = 742.0, wide = SvgCanvas::width - border - left;
-        return {{border, below_header, left - border - 36.0, bottom - below_header},
+        constexpr double left = palette::column_left, wide = SvgCanvas::width - border - left;
+        return {{border, below_header, left - border - palette::column_gap, bottom - below_header},
                 {left, below_header, wide, 236.0},
                 {left, below_header + 246.0, wide, 192.0},
                 {left, below_header + 458.0, wide, bottom - below_header - 458.0}};

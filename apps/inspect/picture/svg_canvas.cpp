@@ -2,6 +2,7 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
+#include "inspect/picture/palette.h"
 
 namespace velm::inspect {
 
@@ -24,6 +25,16 @@ std::string svg_number(double value) {
 
 std::string svg_point(const CanvasPoint& p) { return svg_number(p.x) + " " + svg_number(p.y); }
 
+std::string svg_fill(std::string_view color) { return "fill=\"" + std::string(color) + "\""; }
+
+std::string svg_stroke(std::string_view color, double width) {
+    return "stroke=\"" + std::string(color) + "\" stroke-width=\"" + svg_number(width) + "\"";
+}
+
+std::string svg_pen(std::string_view color, double width) {
+    return "fill=\"none\" " + svg_stroke(color, width);
+}
+
 // The style sheet gives the picture its page when it is printed alone. It comes first, where it
 // doesn't affect the pages of a report that contains the <svg> element.
 SvgCanvas::SvgCanvas(std::string_view title, std::string_view description) {
@@ -33,16 +44,17 @@ SvgCanvas::SvgCanvas(std::string_view title, std::string_view description) {
         "href=\"data:text/css,@page{size:297mm 210mm;margin:0}\"?>\n"
         "<svg xmlns=\"http://www.w3.org/2000/svg\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" "
         "width=\"297mm\" height=\"210mm\" viewBox=\"0 0 1123 794\" role=\"img\" "
-        "font-family=\"Helvetica, Arial, 'Liberation Sans', 'DejaVu Sans', sans-serif\" "
-        "fill=\"#1f2933\">\n<title>" +
-        xml_text(title) + "</title>\n<desc>" + xml_text(description) +
-        "</desc>\n<rect width=\"1123\" height=\"794\" fill=\"#fff\"/>\n";
+        "font-family=\"Helvetica, Arial, 'Liberation Sans', 'DejaVu Sans', sans-serif\" " +
+        svg_fill(palette::ink) + ">\n<title>" + xml_text(title) + "</title>\n<desc>" +
+        xml_text(description) + "</desc>\n<rect width=\"1123\" height=\"794\" " +
+        svg_fill(palette::paper) + "/>\n";
 }
 
 SvgCanvas::SvgCanvas(std::string_view title, double own_width, double own_height)
     : width_(own_width), height_(own_height) {
     body_ = "<svg viewBox=\"0 0 " + svg_number(own_width) + " " + svg_number(own_height) +
-            "\" role=\"img\" fill=\"#1f2933\">\n<title>" + xml_text(title) + "</title>\n";
+            "\" role=\"img\" " + svg_fill(palette::ink) + ">\n<title>" + xml_text(title) +
+            "</title>\n";
 }
 
 void SvgCanvas::open_group(std::string_view attributes) {

@@ -25,6 +25,11 @@ std::string svg_number(double value);
 /// "x y" for path data.
 std::string svg_point(const CanvasPoint& p);
 
+/// The attributes of an area, of a stroke, and of a stroke without an area.
+std::string svg_fill(std::string_view color);
+std::string svg_stroke(std::string_view color, double width);
+std::string svg_pen(std::string_view color, double width);
+
 /// Gathers the elements of one picture, of A4 in landscape, 1123 by 794 units, or its own. Texts
 /// are escaped here; attributes are the caller's own and must not hold text from files.
 class SvgCanvas {

@@ -3,6 +3,7 @@
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/picture/label_places.h"
+#include "inspect/picture/palette.h"
 #include "inspect/picture/scale_bars.h"
 #include "inspect/picture/svg_canvas.h"
 
@@ -112,12 +113,12 @@ public:
                              : CanvasPoint{canvas_.own_width() - 12.0, y + 18.0},
                      content, text_size,
                      stacked ? SvgCanvas::Anchor::start : SvgCanvas::Anchor::end,
-                     "fill=\"#52606d\"");
+                     svg_fill(palette::soft));
     }
     std::string finish() const { return canvas_.finish(); }
 
 private:
-    static constexpr double text_size = 11.0;
+    static constexpr double text_size = palette::text_size;
 
     // From the nominal point to the end of its whisker, at most three times the usual length.
     CanvasPoint whisker(const TargetRow& row) const {
@@ -153,7 +154,7 @@ private:
                              DeviationUnit(std::fabs(row.deviation)).whole_text(row.deviation, 2)) +
                     "</title><path d=\"M" + svg_point(at) + "l" + svg_point(end) + "\" stroke=\"" +
                     color + "\" stroke-width=\"2\"/><path d=\"" + sign(row, at) + "\" fill=\"" +
-                    color + "\" stroke=\"#fff\" stroke-width=\"0.8\"/></g>\n");
+                    color + "\" " + svg_stroke(palette::paper, 0.8) + "/></g>\n");
         if (labels_.obstacles().size() >= most_obstacles) return;
         for (const double part : {0.0, 0.5, 1.0})
             labels_.avoid({at.x + end.x * part, at.y + end.y * part});
