@@ -2,7 +2,7 @@
 // selections and measured points in all their versions. What can't be loaded is refused by an
 // archive exception and leaves the value alone; what could be loaded is stored and loaded again as
 // it is.
-#include "inspect/base/kept_rows.h"
+#include "inspect/base/shown_rows.h"
 #include "inspect/picture/section_picture.h"
 #include "inspect/picture/target_picture.h"
 #include "velm/inspection/inspection_archive.h"

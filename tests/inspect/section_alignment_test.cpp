@@ -3,7 +3,7 @@
 #include "inspect/base/failure.h"
 #include "inspect/base/number_text.h"
 #include "inspect/input/outline_reader.h"
-#include "inspect/inspection/section_alignment.h"
+#include "inspect/inspection/alignment.h"
 #include "inspect/inspection/section_points.h"
 #include "inspect/workshop.h"
 #include "support/random.h"

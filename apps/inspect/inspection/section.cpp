@@ -1,7 +1,7 @@
 #include "inspect/inspection/section.h"
 
 #include "inspect/input/outline_reader.h"
-#include "inspect/inspection/section_alignment.h"
+#include "inspect/inspection/alignment.h"
 #include "inspect/inspection/section_points.h"
 #include "inspect/keep/archive_file.h"
 #include "inspect/keep/store_writer.h"

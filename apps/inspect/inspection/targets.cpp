@@ -3,7 +3,7 @@
 #include "inspect/base/progress.h"
 #include "inspect/base/repeated_ids.h"
 #include "inspect/input/target_reader.h"
-#include "inspect/inspection/target_alignment.h"
+#include "inspect/inspection/alignment.h"
 #include "inspect/keep/archive_file.h"
 #include "inspect/keep/store_writer.h"
 
@@ -38,7 +38,7 @@ ReadTable read_table(const TargetOptions& options, TextSource& source) {
     if (table.rows.empty())
         source.refuse_whole(table.bad.count() > 0
                                 ? "no row can be used; expected at least one measured point"
-                                : "no rows behind the header; expected at least one measured "
+                                : "no rows after the header; expected at least one measured "
                                   "point");
     return table;
 }

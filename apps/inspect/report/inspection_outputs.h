@@ -2,9 +2,9 @@
 // inspections.
 #pragma once
 
-#include "inspect/base/kept_rows.h"
 #include "inspect/base/output_paths.h"
 #include "inspect/base/output_set.h"
+#include "inspect/base/shown_rows.h"
 #include "inspect/report/csv_report.h"
 #include "inspect/report/field_columns.h"
 #include "inspect/report/json_report.h"

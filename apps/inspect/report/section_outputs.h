@@ -1,7 +1,7 @@
 // section_outputs.h: `SectionOutputs`, the outputs of an inspection of a section.
 #pragma once
 
-#include "inspect/base/worst_rows.h"
+#include "inspect/base/shown_rows.h"
 #include "inspect/picture/section_picture.h"
 #include "inspect/report/inspection_outputs.h"
 #include "velm/inspection/section_result.h"

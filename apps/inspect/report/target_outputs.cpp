@@ -1,6 +1,6 @@
 #include "inspect/report/target_outputs.h"
 
-#include "inspect/base/worst_rows.h"
+#include "inspect/base/shown_rows.h"
 #include "inspect/picture/target_picture.h"
 #include "inspect/report/alignment_report.h"
 #include "inspect/report/report_page.h"

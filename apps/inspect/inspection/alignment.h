@@ -1,8 +1,10 @@
-// section_alignment.h: `align_section`, measured points moved onto the outline of their section.
+// alignment.h: measured points moved onto the outline of their section, `align_section`, or onto
+// their nominal points, `align_targets`.
 #pragma once
 
 #include "velm/inspection/applied_alignment.h"
 #include "velm/inspection/section_result.h"
+#include "velm/inspection/target_result.h"
 #include "velm/planar/contour.h"
 
 #include <span>
@@ -22,5 +24,9 @@ namespace velm::inspect {
 /// step by the unit quaternion: Horn, Journal of the Optical Society of America A 4, 1987).
 AppliedAlignment align_section(std::span<SectionRow> rows, const Profile& profile,
                                const std::string& name);
+
+/// Moves the measured points of all rows by the best fit, and fills in their deviations before it.
+/// Throws `Failure` (input) if it doesn't converge; the sentence calls the table `name`.
+AppliedAlignment align_targets(std::span<TargetRow> rows, const std::string& name);
 
 } // namespace velm::inspect

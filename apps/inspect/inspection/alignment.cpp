@@ -1,15 +1,15 @@
-#include "inspect/inspection/section_alignment.h"
+#include "inspect/inspection/alignment.h"
 
 #include "inspect/base/failure.h"
 #include "inspect/inspection/section_points.h"
 #include "inspect/report/alignment_report.h"
+#include "velm/transforms/transformed_values.h"
 
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
 namespace velm::inspect {
-
 namespace {
 
 // A power of two, which is exact, for parts so small that squares would leave the range of doubles.
@@ -22,6 +22,17 @@ double scale_for(std::span<const SectionRow> rows) {
     return largest >= smallest_unscaled || largest == 0.0
                ? 1.0
                : std::ldexp(1.0, std::min(-std::ilogb(largest), 1000));
+}
+
+gmTargetPoint moved(const gmTargetPoint& target, const ERPmIsometrie3D& motion) {
+    const ERCMMPointWithDiameter& measured = target.measured_point();
+    const ERPoint3D centre = motion >> measured.probe_center();
+    const ERCMMPointWithDiameter there(centre, centre + (motion >> measured.IJK()),
+                                       measured.probe_diameter(), measured.id());
+    ERVector3D normal;
+    return target.get_surface_normal(normal) != 0
+               ? gmTargetPoint(target.target_point(), there, normal)
+               : gmTargetPoint(target.target_point(), there);
 }
 
 } // namespace
@@ -53,10 +64,33 @@ AppliedAlignment align_section(std::span<SectionRow> rows, const Profile& profil
         row.deviation_before = row.deviation;
         row.aligned = result.moved(row.measured);
         if (!compare(row, profile))
-            throw Failure(ExitCode::input, name + ": the aligned points lie too far from the "
+            throw Failure(ExitCode::input, name + ": the aligned points are too far from the "
                                                   "outline to be compared");
         before.add(*row.deviation_before);
         after.add(row.deviation);
+    }
+    result.before = spread_of(before);
+    result.after = spread_of(after);
+    return result;
+}
+
+AppliedAlignment align_targets(std::span<TargetRow> rows, const std::string& name) {
+    std::vector<gmTargetPoint> targets;
+    targets.reserve(rows.size());
+    for (const TargetRow& row : rows)
+        targets.push_back(row.target);
+    const velm::AlignmentOptions options;
+    const velm::Alignment found = velm::align(targets, options);
+    if (!found.converged)
+        throw Failure(ExitCode::input, name + ": " + unconverged_text(found, options));
+
+    AppliedAlignment result = applied(found, options);
+    RunningStatistics before, after;
+    for (TargetRow& row : rows) {
+        row.deviation_before = deviation_of(row.target);
+        row.target = moved(row.target, found.motion);
+        before.add(*row.deviation_before);
+        after.add(deviation_of(row.target));
     }
     result.before = spread_of(before);
     result.after = spread_of(after);
