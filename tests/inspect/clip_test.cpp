@@ -1,4 +1,4 @@
-// velm-inspect clip, run as a user would: pieces, their reports, and files that can't be clipped.
+// velm-inspect clip, run as a user would: pieces and their reports.
 #include "inspect/workshop.h"
 
 #include <array>
@@ -88,30 +88,6 @@ TEST(Clip, PiecesOfSeveralAreasComeAlongTheWay) {
                              "# piece 3, of polyline 1, 1 long\n5.5 5\n4.5 5\n\n"
                              "# piece 4, of polyline 1, 4 long\n4 5\n0 5\n")
             << ended.error;
-    }
-}
-
-TEST(Clip, SaysWhatIsWrong) {
-    const Workshop shop;
-    shop.write("plate.txt", velm_test::plate);
-    shop.write("path.txt", "0 0\n1 1\n");
-    shop.write("one.txt", "0 0\n1 1\n\n3 3\n3 3\n");
-    shop.write("word.txt", "0 0\n1 one\n");
-    shop.write("disc.txt", "C 0 0 5\n");
-    const struct {
-        const char *arguments, *error;
-        int code;
-    } cases[] = {
-        {"plate.txt one.txt", "one.txt, line 4: the polyline that starts here has one", 3},
-        {"plate.txt word.txt", "word.txt, line 2: expected a number, found 'one'", 3},
-        {"disc.txt path.txt", "disc.txt: the region has arcs or curves", 3},
-        {"plate.txt path.txt --svg plate.txt", "the output plate.txt is the input", 2},
-        {"plate.txt missing.txt", "missing.txt", 4},
-    };
-    for (const auto& c : cases) {
-        const auto ended = shop.run(std::string("clip ") + c.arguments);
-        EXPECT_EQ(ended.code, c.code) << c.arguments;
-        EXPECT_NE(ended.error.find(c.error), std::string::npos) << ended.error;
     }
 }
 

@@ -136,7 +136,7 @@ TEST(Dxf, LeavesOutAndRefusesBySentence) {
     for (const LeftOut& one : drawing.left_out)
         left += std::to_string(one.count) + " " + one.type + " " + one.why + ";";
     EXPECT_EQ(left,
-              "2 TEXT no curve of an outline;1 LINE on paper;1 CIRCLE not in the drawing plane;"
+              "2 TEXT not a curve of an outline;1 LINE on paper;1 CIRCLE not in the drawing plane;"
               "1 INSERT of a block that the file doesn't have;");
 
     const std::string circle =

@@ -120,50 +120,6 @@ TEST(Fit, PlanesAndLines) {
     EXPECT_NE(shop.read("out.svg").find("Straightness of a line"), std::string::npos);
 }
 
-TEST(Fit, Refusals) {
-    Workshop shop;
-    shop.write("two.txt", "0 0 0\n1 1 1\n");
-    shop.write("row.txt", "0 0 0\n1 1 1\n2 2 2\n4 4 4\n");
-    shop.write("flat.txt", "0 0\n1 1\n2 0\n");
-    shop.write("same.txt", "1 2 3\n1 2 3\n1 2 3\n");
-    shop.write("mixed.txt", "0 0\n1 1 1\n");
-    shop.write("word.txt", "0 0\n1 zwei\n");
-    shop.write("none.txt", "# nothing\n");
-    shop.write("balls.csv", "id,x,y,diameter\na,0,0,1\nb,1,0,2\n");
-    shop.write("ball.csv", "id,x,y,diameter\na,0,0,1\nb,1,0,1\nc,0,1,1\n");
-    const struct {
-        const char* arguments;
-        int code;
-        const char* sentence;
-    } cases[] = {
-        {"plane two.txt", 3, "two.txt: no plane can be fitted: there are too few points: 2 of"},
-        {"plane row.txt", 3, "no plane can be fitted: the points lie on one line"},
-        {"circle row.txt", 3, "no circle can be fitted: the points lie on one line"},
-        {"line same.txt", 3, "no line can be fitted: all points coincide"},
-        {"plane flat.txt", 3, "a plane needs points with a z"},
-        {"line mixed.txt", 3, "mixed.txt, line 2: expected 2 numbers"},
-        {"line word.txt", 3, "word.txt, line 2: expected a number, found 'zwei'"},
-        {"line none.txt", 3, "none.txt"},
-        {"circle balls.csv --inside", 3, "line 3: the diameter 2 is not that of the rows before"},
-        {"circle ball.csv", 2, "give --inside for a bore, --outside for a shaft"},
-        {"circle flat.txt --inside", 2, "--inside: there is no ball; give its --diameter"},
-        {"line row.txt --diameter 1 --outside", 2, "a line in space has no side"},
-        {"circle flat.txt --diameter 9 --outside", 3, "as large as the circle of its centres"},
-        {"circle ball.csv --inside --outside", 2, "exclude each other"},
-        {"sphere flat.txt", 2, "sphere"},
-        {"circle flat.txt --json flat.txt", 2, "the output flat.txt is the input"},
-        {"circle missing.txt", 4, "missing.txt"},
-    };
-    const auto before = shop.names();
-    for (const auto& c : cases) {
-        const Ended ended = shop.run("fit " + std::string(c.arguments) + " --svg new.svg");
-        EXPECT_EQ(ended.code, c.code) << c.arguments;
-        EXPECT_NE(ended.error.find(c.sentence), std::string::npos) << ended.error;
-        EXPECT_EQ(std::count(ended.error.begin(), ended.error.end(), '\n'), 1) << ended.error;
-        EXPECT_EQ(shop.names(), before);
-    }
-}
-
 // The machine's own bore: its centre and its diameter, from the centres of its ball.
 TEST(Fit, ARealBore) {
     std::ifstream in(VELM_REAL_DATA "/cmm/QIF_PTS_SAMPLE_points.csv");

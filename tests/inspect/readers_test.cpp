@@ -1,7 +1,7 @@
 // The readers of outlines and measured points, numbers, and texts made safe.
 #include "inspect/base/failure.h"
-#include "inspect/base/id_set.h"
 #include "inspect/base/number_text.h"
+#include "inspect/base/repeated_ids.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/input/measured_reader.h"
 #include "inspect/input/outline_reader.h"
@@ -105,7 +105,7 @@ TEST(OutlineReader, RefusalsNameTheLineAndTheCause) {
         {"0 0\n1 0\n1 1\n\n5 5\n5 5\n5 5\n", 5,
          contour + "has 1 different vertex; expected at least three"},
         {"0 0\n1 1\n2 2\n", 1,
-         "the vertices of the contour that starts here lie on one line; expected an outline round "
+         "the vertices of the contour that starts here are on one line; expected an outline round "
          "an area"},
         {"t\n0 0\n1 nan\n", 3, "expected a finite number, found 'nan'"},
         {"-inf 0\n", 1, "expected a finite number, found '-inf'"},
@@ -203,7 +203,7 @@ TEST(MeasuredReader, RefusalsNameTheLineTheColumnAndTheCause) {
          "column diameter: expected no negative number, found '-1'"},
         {"id,x,y\n1,1,5,2,5\n", 2, "expected 3 fields, as the header has, found 5"},
         {"id,x,y\n\"1,1,5\n2,0,0\n", 2, "a quoted field starts here and isn't closed"},
-        {"id,x,y\n\"1\"a,1,5\n", 2, "text behind the closing quote of a field: 'a'"},
+        {"id,x,y\n\"1\"a,1,5\n", 2, "text after the closing quote of a field: 'a'"},
         {std::string("id,x,y\n1,0,0\n\0\n", 14), 3,
          "a zero byte; this is a binary file, expected text"},
         {"id,x,y\n" + std::string(3000000, '7'), 2, "the line is longer than a mebibyte"},

@@ -61,7 +61,7 @@ TEST(Targets, BadRowsAreNamedAndRefusedOrSkipped) {
           "line 5, id 'c': columns nom_i, "
           "nom_j, nom_k: the normal has no length",
           "'d': column diameter: expected a number", "'e': column diameter: expected no negative",
-          "'f': the point lies too far"})
+          "'f': the point is too far"})
         EXPECT_NE(refused.error.find(why), std::string::npos) << refused.error;
     EXPECT_FALSE(std::filesystem::exists(shop.path("j.json")));
     const Ended skipped = shop.run("targets t.csv --skip-bad --json j.json");

@@ -31,41 +31,43 @@ TEST(SelectionFlags, FollowAVectorOfBits) {
         for (int n = random.below(flags.size() + 40); n-- > 0;)
             other.set(n, random.below(3) == 0);
         Model others = model_of(other);
-        const int kind = random.below(14);
-        if (kind == 0) {
-            flags.set_all(value), model.assign(model.size(), value);
-        } else if (kind == 1) {
-            flags.resize(index), model.resize(place);
-        } else if (kind == 2) { // between 0 and the size the count is wrong: part of the contract
-            flags.negate(place < model.size() ? 0 : index);
-            model.flip(), model.resize(std::max(place, model.size()), true);
-        } else if (kind == 3) {
-            flags |= other;
-            model.resize(std::max(model.size(), others.size())), others.resize(model.size());
-            std::transform(model.begin(), model.end(), others.begin(), model.begin(),
-                           std::logical_or<>());
-        } else if (kind == 4) {
-            flags &= other;
-            model.resize(std::min(model.size(), others.size()));
-            std::transform(model.begin(), model.end(), others.begin(), model.begin(),
-                           std::logical_and<>());
-        } else if (kind == 5) {
-            flags.subtract(other), others.resize(model.size());
-            std::transform(model.begin(), model.end(), others.begin(), model.begin(),
-                           std::greater<>());
-            if (std::count(model.begin(), model.end(), true) == 0) model.clear();
-        } else if (kind == 6) {
-            flags.erase(other), others.resize(model.size());
-            Model kept;
-            for (std::size_t n = 0; n < model.size(); ++n) {
-                if (!others[n]) kept.push_back(model[n]);
-            }
-            model = kept;
+        const auto merge = [&](auto operation) {
+            std::transform(model.begin(), model.end(), others.begin(), model.begin(), operation);
+        };
+        const std::function<void()> edits[] = {
+            [&] { flags.set_all(value), model.assign(model.size(), value); },
+            [&] { flags.resize(index), model.resize(place); },
+            [&] { // between 0 and the size the count is wrong: part of the contract
+                flags.negate(place < model.size() ? 0 : index);
+                model.flip(), model.resize(std::max(place, model.size()), true);
+            },
+            [&] {
+                flags |= other;
+                model.resize(std::max(model.size(), others.size())), others.resize(model.size());
+                merge(std::logical_or<>());
+            },
+            [&] {
+                flags &= other, model.resize(std::min(model.size(), others.size()));
+                merge(std::logical_and<>());
+            },
+            [&] {
+                flags.subtract(other), others.resize(model.size());
+                merge(std::greater<>());
+                if (std::count(model.begin(), model.end(), true) == 0) model.clear();
+            },
+            [&] {
+                flags.erase(other), others.resize(model.size());
+                std::size_t n = 0;
+                std::erase_if(model, [&](bool) { return bool(others[n++]); });
+            },
+        };
+        if (random.below(2) == 0) {
+            random.one_of(edits)();
         } else {
             model.resize(std::max(model.size(), place + 1)), model[place] = value;
             flags.set(index, value);
         }
-        ASSERT_EQ(model_of(flags), model);
+        ASSERT_EQ(model_of(flags), model) << "step " << step;
         const auto count = std::count(model.begin(), model.end(), true);
         if (value) flags.num_of_selected_points();
         ASSERT_EQ(gmBinaryFlagsEx(flags, utCopy).num_of_selected_points(), count);

@@ -24,24 +24,28 @@ TEST(PageArray, FollowsAVectorAndNeverMovesAnElement) {
             const std::string two[] = {std::to_string(step), "x"};
             const int at = random.below(array.length() + 4);
             const std::size_t place = static_cast<std::size_t>(at);
-            const int kind = random.below(step % 100 == 0 ? 6 : 4);
-            if (kind < 2) {
+            const auto put = [&] {
                 model.resize(std::max(model.size(), place + 1)), model[place] = two[0];
-                kind == 0 ? void(array[at] = two[0]) : array.enter(at, two[0]);
-            } else if (kind == 2) {
-                model.resize(std::max(model.size(), place + 2));
-                std::copy(two, two + 2, model.begin() + at);
-                array.copyin(at, two, 2);
-            } else if (kind == 3) {
-                array.expand(2), model.resize(model.size() + 2);
-            } else if (kind == 4) {
-                array.reverse(), std::reverse(model.begin(), model.end());
-            } else { // new elements are default ones, though the blocks may have stayed
-                const int freed = random.below(2);
-                array.shrink(at, freed), model.resize(array.size());
-                if (freed != 0) places.clear();
-            }
-            ASSERT_TRUE(std::equal(array.begin(), array.end(), model.begin(), model.end()));
+            };
+            const std::function<void()> edits[] = {
+                [&] { put(), array[at] = two[0]; },
+                [&] { put(), array.enter(at, two[0]); },
+                [&] {
+                    model.resize(std::max(model.size(), place + 2));
+                    std::copy(two, two + 2, model.begin() + at);
+                    array.copyin(at, two, 2);
+                },
+                [&] { array.expand(2), model.resize(model.size() + 2); },
+                [&] { array.reverse(), std::reverse(model.begin(), model.end()); },
+                [&] { // new elements are default ones, though the blocks may have stayed
+                    const int freed = random.below(2);
+                    array.shrink(at, freed), model.resize(array.size());
+                    if (freed != 0) places.clear();
+                },
+            };
+            edits[random.below(step % 100 == 0 ? 6 : 4)]();
+            ASSERT_TRUE(std::equal(array.begin(), array.end(), model.begin(), model.end()))
+                << "shift " << shift << " step " << step;
             for (std::size_t n = 0; n < model.size(); ++n) {
                 const std::string* const now = &array[static_cast<int>(n)];
                 if (n == places.size()) places.push_back(now);

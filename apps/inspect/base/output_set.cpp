@@ -235,7 +235,7 @@ void Output::require_unchanged() const {
     if (stands == replaces_ &&
         (!stands || (now.st_dev == before_.st_dev && now.st_ino == before_.st_ino)))
         return;
-    throw Failure(ExitCode::file, name_ + ": another program has written it meanwhile");
+    throw Failure(ExitCode::file, name_ + ": another program has changed it in the meantime");
 }
 
 // 0, or -1 with errno. If the file system can't refuse to replace, the check before has to suffice.

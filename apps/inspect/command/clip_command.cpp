@@ -9,7 +9,7 @@ namespace {
 constexpr const char* examples =
     "Examples:\n"
     "  velm-inspect clip plate.txt path.txt\n"
-    "      the pieces of the path that lie in the plate, as polylines again\n"
+    "      the pieces of the path in the plate, as polylines again\n"
     "  velm-inspect clip plate.txt path.txt --svg path.svg --json path.json\n"
     "      and a picture, and the pieces with their lengths for programs\n";
 
@@ -23,8 +23,7 @@ constexpr const char* files_text =
 } // namespace
 
 void add_clip_command(Program& program) {
-    CommandLine line(program, "clip", "The pieces of polylines that lie in a region", examples,
-                     files_text);
+    CommandLine line(program, "clip", "The pieces of polylines in a region", examples, files_text);
     const auto options = std::make_shared<ClipOptions>();
     OutputPaths& paths = options->paths;
     line.input("REGION", "The contours of the region", options->region);

@@ -198,7 +198,7 @@ std::string HelpText::make_help(const CLI::App* app, std::string name,
 
 std::string exit_codes_text() {
     return "Exit codes:\n"
-           "  0  everything in tolerance, or no tolerance asked\n"
+           "  0  everything in tolerance, or no tolerance given\n"
            "  1  something out of tolerance\n"
            "  2  wrong usage\n"
            "  3  an input that can't be understood\n"

@@ -11,7 +11,7 @@ namespace {
 constexpr const char* examples =
     "Examples:\n"
     "  velm-inspect fit plane table.xyz\n"
-    "      the plane of some points, how far each lies from it, and the flatness\n"
+    "      the plane of some points, the distance of each from it, and the flatness\n"
     "  velm-inspect fit line edge.csv --tolerance 0.02\n"
     "      straightness, within -0.02 and 0.02\n"
     "  velm-inspect fit circle bore.csv --diameter 5 --inside --svg roundness.svg\n"
@@ -27,8 +27,8 @@ constexpr const char* points_text =
     "has distances without a sign. The normal of a plane, and of a line in the plane, is the\n"
     "one whose largest component is positive. With a ball the points are its centres:\n"
     "  --inside   the radius of the ball is added to that of the circle; a plane or line is\n"
-    "             moved along its normal by as much\n"
-    "  --outside  the radius is taken off; a plane or line is moved against its normal\n"
+    "             moved along its normal by that much\n"
+    "  --outside  the radius is subtracted; a plane or line is moved against its normal\n"
     "Flatness, straightness and roundness are the greatest residual less the least; for a\n"
     "line in space twice the greatest distance.\n";
 

@@ -75,10 +75,10 @@ inline constexpr Option<double> chain_tolerance_option{
     "--chain-tolerance", "D", "Largest gap closed between loose pieces\n(default: 0.001)",
     parse_positive, 1};
 inline constexpr Option<std::vector<std::string>> layer_option{
-    "--layer", "NAME,...", "With a drawing (DXF): reads these layers alone", parse_names, 0};
+    "--layer", "NAME,...", "With a drawing (DXF): reads only these layers", parse_names, 0};
 inline constexpr Option<double> nominal_unit_option{
     "--nominal-unit", "mm | um | cm | m | inch",
-    "Unit of NOMINAL, in place of a drawing's own;\nthe outline becomes millimetres", parse_unit,
+    "Unit of NOMINAL, overriding a drawing's own;\nthe outline is converted to millimetres", parse_unit,
     0};
 inline constexpr Option<long> record_option{
     "--record", "N",

@@ -9,11 +9,11 @@ namespace {
 constexpr const char* examples =
     "Examples:\n"
     "  velm-inspect report parts.velm\n"
-    "      the table of the inspection that was kept last\n"
+    "      the table of the inspection stored last\n"
     "  velm-inspect report parts.velm --record 2 --json report.json --csv report.csv\n"
     "      the reports of the second one\n"
     "  velm-inspect report wing.arc --svg report.svg\n"
-    "      of what was written with --archive\n";
+    "      from a file written with --archive\n";
 
 constexpr const char* files_text =
     "FILE is never written. The reports are those of the run that kept the inspection,\n"
@@ -32,8 +32,7 @@ bool report(const ReportOptions& options) {
 } // namespace
 
 void add_report_command(Program& program) {
-    CommandLine line(program, "report", "The reports of an inspection that was kept", examples,
-                     files_text);
+    CommandLine line(program, "report", "Reports of a stored inspection", examples, files_text);
     const auto options = std::make_shared<ReportOptions>();
     OutputPaths& paths = options->paths;
     line.input("FILE", "The object file, or the archive", options->store, true);

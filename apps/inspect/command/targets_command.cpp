@@ -9,29 +9,28 @@ namespace {
 constexpr const char* examples =
     "Examples:\n"
     "  velm-inspect targets panel.csv\n"
-    "      how far each measured point lies from its nominal, along the normal, and a summary\n"
+    "      the distance of each measured point from its nominal, along the normal, and a summary\n"
     "  velm-inspect targets panel.csv --tolerance -0.5 1\n"
     "      within -0.5 and 1\n"
     "  velm-inspect targets panel.csv --tolerance 0.5 --json report.json --csv report.csv\n"
     "      a report for programs and one for a spreadsheet\n"
     "  velm-inspect targets panel.csv --tolerance 0.5 --align bestfit --html report.html\n"
-    "      brought onto the nominal first; a page with the picture, to read, sort and print\n"
+    "      moved onto the nominal first; a page with the picture, to read, sort and print\n"
     "  velm-inspect targets panel.csv --tolerance 0.5 --store parts.velm\n"
     "      the results in an object file\n"
     "  velm-inspect targets panel.csv --skip-bad\n"
     "      without the unusable rows, which are listed\n";
 
 constexpr const char* files_text =
-    "TABLE: CSV with a header, one row per point, separated by comma, semicolon or tab. Columns, "
-    "in\n"
-    "any order:\n"
+    "TABLE: CSV with a header, one row per point, separated by comma, semicolon or tab. Columns,\n"
+    "in any order:\n"
     "  id or name\n"
     "  nom_x, nom_y, nom_z     the nominal point\n"
     "  nom_i, nom_j, nom_k     the normal of the surface there, if any\n"
     "  x, y, z, diameter       the centre of the ball and its diameter, or instead\n"
     "  act_x, act_y, act_z     the point of the surface, already corrected for the ball\n"
-    "A deviation lies along the normal, positive on the side that it points to. A row without a\n"
-    "normal is judged by the distance of its points, which the upper limit alone bounds.\n"
+    "A deviation is measured along the normal, positive on the side that it points to. A row\n"
+    "without a normal is judged by the distance of its points, bounded by the upper limit only.\n"
     "- is standard input or output.\n";
 
 } // namespace

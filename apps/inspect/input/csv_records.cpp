@@ -110,7 +110,7 @@ void CsvRecords::split_line(std::string_view line, char separator) {
             text += line.substr(at, end - at);
             trim(text);
         } else if (!is_blank(line.substr(at, end - at))) {
-            source_.refuse_at(record_line_, "text behind the closing quote of a field: '" +
+            source_.refuse_at(record_line_, "text after the closing quote of a field: '" +
                                                 clipped(line.substr(at, end - at), 40) + "'");
         }
         if (end == line.size()) return;

@@ -201,7 +201,7 @@ void DrawingReader::draw(const std::vector<DxfEntity>& entities, std::size_t& at
     if (entity.type == "LWPOLYLINE") return draw_light_polyline(entity, place);
     if (entity.type == "SPLINE") return draw_spline(entity, place);
     if (entity.type == "INSERT") return insert_block(entity, place);
-    leave_out(entity, "no curve of an outline");
+    leave_out(entity, "not a curve of an outline");
 }
 
 Facing DrawingReader::facing(const DxfEntity& entity) const {
@@ -340,7 +340,7 @@ void DrawingReader::draw_spline(const DxfEntity& entity, const Place& place) {
         if (spline.poles.size() == 1) z = value();
         is_flat = is_flat && value() == z;
     }
-    if (spline.poles.empty()) return leave_out(entity, "of fit points alone, without poles");
+    if (spline.poles.empty()) return leave_out(entity, "with fit points only, without poles");
     if (!is_flat) return leave_out(entity, "not in the drawing plane");
     if (spline.weights.empty()) spline.weights.assign(spline.poles.size(), 1.0);
     if (const char* const fault = fault_of(spline))

@@ -89,7 +89,7 @@ int DxfGroups::count(const DxfEntity& entity, int code, int otherwise) const {
     const double value = number(entity, code, otherwise);
     if (value != std::floor(value) || std::fabs(value) > 1e6)
         refuse(entity, "group " + std::to_string(code) + " of " + entity.type +
-                           " is no whole number up to 1000000");
+                           " is not a whole number up to 1000000");
     return static_cast<int>(value);
 }
 

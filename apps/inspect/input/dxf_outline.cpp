@@ -93,7 +93,7 @@ std::vector<LocatedContour> contours_of_drawing(const TextSource& source, const 
             append(contour, edge, {0, false, edge.start});
             add(std::move(contour), edge.line);
         } else if (distance(edge.start, edge.end) < tolerance) {
-            source.refuse_at(edge.line, "the ends of the piece are nearer to each other than the "
+            source.refuse_at(edge.line, "the ends of the piece are closer to each other than the "
                                         "chain tolerance " +
                                             shortest(tolerance));
         } else {

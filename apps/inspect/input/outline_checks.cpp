@@ -22,7 +22,7 @@ void require_area(const TextSource& source, std::size_t line, const Contour& con
     case AreaFault::beyond_double:
         return refuse(subject + "reaches beyond what a double can hold");
     case AreaFault::on_one_line:
-        return refuse("the vertices of the contour that starts here lie on one line; expected an "
+        return refuse("the vertices of the contour that starts here are on one line; expected an "
                       "outline round an area");
     case AreaFault::leads_back:
         return refuse(subject + "leads back along its own arc; expected an outline round an area");

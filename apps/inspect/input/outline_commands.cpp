@@ -171,7 +171,7 @@ DrawnSpline CommandReader::spline(const OutlineLine& line) const {
                        " after N, found '" + clipped(line.field[1], 40) + "'");
     const std::size_t poles = numbers.size() < 1 + order ? 0 : (numbers.size() - 1 - order) / 4;
     if (numbers.size() != 1 + order + 4 * poles)
-        source_.refuse("expected poles + degree + 1 knots and three numbers a pole, found " +
+        source_.refuse("expected poles + degree + 1 knots and three numbers per pole, found " +
                        std::to_string(numbers.size() - 1) + " numbers after the degree " +
                        std::to_string(spline.degree));
     const auto first_pole = numbers.begin() + static_cast<std::ptrdiff_t>(1 + poles + order);
@@ -196,7 +196,7 @@ void CommandReader::follow_curve(const OutlineLine& line) {
         move_to(from, line.number);
     } else if (!(distance_between(from, current_) <= tolerated(from, to, current_, size))) {
         source_.refuse("the curve starts at " + shortest(from.x()) + " " + shortest(from.y()) +
-                       ", not where the contour has come to, " + shortest(current_.x()) + " " +
+                       ", not at the contour's last point, " + shortest(current_.x()) + " " +
                        shortest(current_.y()));
     }
     for (std::size_t i = 0; i < edges.size(); ++i)

@@ -98,7 +98,7 @@ TargetRow TargetReader::row(int number) const {
     row.target = is_filled(nom_i) ? gmTargetPoint(nominal, measured, direction)
                                   : gmTargetPoint(nominal, measured);
     if (!is_comparable(row.target))
-        throw RowFault("the point lies too far from its nominal to be compared");
+        throw RowFault("the point is too far from its nominal to be compared");
     return row;
 }
 

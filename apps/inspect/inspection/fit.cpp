@@ -140,7 +140,7 @@ void summarise(FitResult& result, const FitOptions& options, const FitPoints& po
     for (std::size_t n = 0; n < result.residuals.size(); ++n) {
         if (!(std::fabs(result.residuals[n]) <= largest))
             throw Failure(ExitCode::input, options.points + ", id '" + points.ids[n] +
-                                               "': the point lies too far away to be compared");
+                                               "': the point is too far away to be compared");
         result.summary.add(result.row(points, n));
     }
     const RunningStatistics& deviations = result.summary.deviations;

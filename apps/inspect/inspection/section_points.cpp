@@ -9,7 +9,7 @@ namespace velm::inspect {
 namespace {
 
 constexpr std::uint64_t most_named = 20;
-constexpr const char* too_far = "the point lies too far from the outline to be compared";
+constexpr const char* too_far = "the point is too far from the outline to be compared";
 
 } // namespace
 
@@ -77,11 +77,11 @@ void SectionPoints::finish() {
         stray_names_ += " and " + std::to_string(stray_count_ - most_named) + " more";
     if (stray_count_ > 0)
         source_.refuse_whole(
-            (stray_count_ == 1 ? "a point lies" : std::to_string(stray_count_) + " points lie") +
+            (stray_count_ == 1 ? "a point is" : std::to_string(stray_count_) + " points are") +
             std::string(" more than ") + shortest(*options_.max_height) +
             " off the plane of the section: " + stray_names_);
     if (count_ == 0)
-        source_.refuse_whole("no rows behind the header; expected at least one measured point");
+        source_.refuse_whole("no rows after the header; expected at least one measured point");
 }
 
 } // namespace velm::inspect
