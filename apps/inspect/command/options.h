@@ -78,8 +78,8 @@ inline constexpr Option<std::vector<std::string>> layer_option{
     "--layer", "NAME,...", "With a drawing (DXF): reads only these layers", parse_names, 0};
 inline constexpr Option<double> nominal_unit_option{
     "--nominal-unit", "mm | um | cm | m | inch",
-    "Unit of NOMINAL, overriding a drawing's own;\nthe outline is converted to millimetres", parse_unit,
-    0};
+    "Unit of NOMINAL, overriding a drawing's own;\nthe outline is converted to millimetres",
+    parse_unit, 0};
 inline constexpr Option<long> record_option{
     "--record", "N",
     "Which inspection, from 1, as velm-inspect store\nlists them (default: the last)",
