@@ -130,6 +130,7 @@ Profile::Profile(const Outline& outline) {
             else
                 areas_.back().curved.push_back(c);
         }
+        if (areas_.back().straight.entries() > 0) areas_.back().straight.build_index();
     }
 }
 

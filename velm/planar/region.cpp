@@ -74,6 +74,8 @@ const RegionIndex* ERRegion2D::index(int questions) const {
     return made != nullptr && made->version() == contours_->version ? made : nullptr;
 }
 
+void ERRegion2D::build_index() const { index(questions_without_index); }
+
 const RegionIndex* ERRegion2D::make_index(int questions) const {
     const int asked =
         questions_.load(std::memory_order_relaxed) + std::min(questions, questions_without_index);

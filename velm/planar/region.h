@@ -112,6 +112,9 @@ public:
     void IntersectWithSnap(ERVec<ERPoint2D> const& polyline, ERTValVector<ERVec<ERPoint2D>>& result,
                            double snap) const;
 
+    /// Builds the index now, so that no query does and none allocates for it.
+    void build_index() const;
+
     void printOn(std::ostream& out) const override;
     /// Null: a region can't be copied this way, which is part of the contract.
     ERObject* getCopy() const override;
