@@ -11,13 +11,13 @@ const char *const store = "plate.velm", *const archive = "plate.arc";
 std::vector<velm::SectionRow> judged(const velm::Outline& outline, const velm::SectionHead& head) {
     const velm::Profile profile(outline);
     std::vector<velm::SectionRow> rows;
-    for (const ERPoint2D& center : {ERPoint2D(10, -1.02), ERPoint2D(31, 10), ERPoint2D(16, 10)}) {
+    for (const ERPoint2D& centre : {ERPoint2D(10, -1.02), ERPoint2D(31, 10), ERPoint2D(16, 10)}) {
         velm::SectionRow row;
         row.id = "p" + std::to_string(rows.size() + 1);
         row.index = rows.size();
-        row.measured = center;
+        row.measured = centre;
         row.diameter = 2;
-        row.comparison = profile.compare(center);
+        row.comparison = profile.compare(centre);
         row.deviation = row.comparison.distance - row.diameter / 2;
         velm::judge(row, head.tolerance);
         rows.push_back(row);

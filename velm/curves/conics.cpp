@@ -150,12 +150,12 @@ auto round_of(const Circle& circle) -> decltype(axes_of(circle)) {
 }
 Round<velm::Plane> round_of(const EREllipse2D& ellipse) {
     const velm::detail::EllipseFrame frame = ellipse.frame();
-    return {frame.center, frame.big(), frame.small()};
+    return {frame.centre, frame.big(), frame.small()};
 }
 Round<velm::Space> round_of(const EREllipse3D& ellipse) {
     const velm::detail::EllipseFrame flat = ellipse.flat().frame();
     const ERPmIsometrie3D& frame = ellipse.getRepere();
-    return {velm::detail::lifted(frame, flat.center), velm::detail::lifted(frame, flat.big()),
+    return {velm::detail::lifted(frame, flat.centre), velm::detail::lifted(frame, flat.big()),
             velm::detail::lifted(frame, flat.small())};
 }
 

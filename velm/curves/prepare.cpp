@@ -102,7 +102,7 @@ std::optional<PreparedCurve<2>> prepare_turn(const ERCircle2D& circle, const ERL
 }
 std::optional<PreparedCurve<2>> prepare_turn(const EREllipse2D& ellipse, const ERLimites& bound) {
     const detail::EllipseFrame frame = ellipse.frame();
-    return prepare_turn<2>(frame.center, frame.big(), frame.small(), bound);
+    return prepare_turn<2>(frame.centre, frame.big(), frame.small(), bound);
 }
 std::optional<PreparedCurve<3>> prepare_turn(const ERCircle3D& circle, const ERLimites& bound) {
     const ERPmIsometrie3D& frame = circle.getRepere();
@@ -114,7 +114,7 @@ std::optional<PreparedCurve<3>> prepare_turn(const ERCircle3D& circle, const ERL
 std::optional<PreparedCurve<3>> prepare_turn(const EREllipse3D& ellipse, const ERLimites& bound) {
     const ERPmIsometrie3D& frame = ellipse.getRepere();
     const detail::EllipseFrame flat = ellipse.flat().frame();
-    return prepare_turn<3>(detail::lifted(frame, flat.center), detail::lifted(frame, flat.big()),
+    return prepare_turn<3>(detail::lifted(frame, flat.centre), detail::lifted(frame, flat.big()),
                            detail::lifted(frame, flat.small()), bound);
 }
 

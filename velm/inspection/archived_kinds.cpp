@@ -82,10 +82,10 @@ void store_arc(CArchive& archive, const ERArc2D& arc) {
 }
 
 ERArc2D load_arc(CArchive& archive) {
-    const ERPoint2D center = load_point(archive);
+    const ERPoint2D centre = load_point(archive);
     const double radius = load_number(archive), start = load_number(archive),
                  end = load_number(archive);
-    const ERArc2D arc(center, radius, start, end);
+    const ERArc2D arc(centre, radius, start, end);
     require(archive, is_arc_of_circle(arc));
     return arc;
 }

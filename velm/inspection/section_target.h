@@ -12,7 +12,7 @@
 
 namespace velm {
 
-/// The nominal point is the foot, the measured one the center of the ball with its diameter, moved
+/// The nominal point is the foot, the measured one the centre of the ball with its diameter, moved
 /// if the points were aligned, the normal the direction away from the material; all in the
 /// machine's coordinates, or with z = 0 if the section has no frame. The measured point has its
 /// number in the file, from 1, as its identifier, and is approached along the normal. The target's

@@ -19,10 +19,10 @@ ERVector2D tangent(const ERArc2D& arc, double angle) {
 
 } // namespace
 
-Contour Contour::circle(const ERPoint2D& center, double radius) {
+Contour Contour::circle(const ERPoint2D& centre, double radius) {
     Contour contour;
-    contour.append(ERPoint2D(center.x() + radius, center.y()),
-                   ERArc2D(center, radius, 0.0, 2.0 * std::numbers::pi));
+    contour.append(ERPoint2D(centre.x() + radius, centre.y()),
+                   ERArc2D(centre, radius, 0.0, 2.0 * std::numbers::pi));
     return contour;
 }
 

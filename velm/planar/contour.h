@@ -43,7 +43,7 @@ public:
     Contour() = default;
     /// Straight edges. The vertices are shared, not copied.
     Contour(Polygon vertices) : vertices_(std::move(vertices)) {}
-    static Contour circle(const ERPoint2D& center, double radius);
+    static Contour circle(const ERPoint2D& centre, double radius);
 
     /// Appends a vertex and the straight edge that leaves it, or one along an arc.
     void append(const ERPoint2D& vertex);

@@ -25,7 +25,7 @@ enum class AreaFault {
 VELM_API AreaFault area_fault(const Contour& contour);
 inline bool has_area(const Contour& contour) { return area_fault(contour) == AreaFault::none; }
 
-/// Whether the arc is a whole turn at most, about a finite center with a radius.
+/// Whether the arc is a whole turn at most, about a finite centre with a radius.
 VELM_API bool is_arc_of_circle(const ERArc2D& arc);
 
 inline constexpr int highest_spline_degree = 25;

@@ -54,7 +54,7 @@ t_SmartPtr<EREntity2DWF> ERArc3D::get2DEntProjectedOn(const ERPmIsometrie3D& fra
     if (Project2DWillBeEllipse(frame)) return image.arc(startAngle(), endAngle());
     const double zero = std::atan2(image.big.j(), image.big.i());
     t_SmartPtr<ERFiniteEntity2DWF> arc(
-        new ERArc2D(image.center, radius(), zero + image.sense() * (startAngle() - image.phase),
+        new ERArc2D(image.centre, radius(), zero + image.sense() * (startAngle() - image.phase),
                     zero + image.sense() * (endAngle() - image.phase)));
     return arc.get();
 }

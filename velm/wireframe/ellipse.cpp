@@ -30,16 +30,16 @@ ERPoint2D EllipseFrame::at(double t) const {
 ERInfoPoint2D EllipseFrame::info_at(double t) const {
     const double c = std::cos(t), s = std::sin(t);
     const ERVector2D outward = big() * c + small() * s;
-    return {t, 1, center + outward, small() * c - big() * s, -outward};
+    return {t, 1, centre + outward, small() * c - big() * s, -outward};
 }
 
 ERPoint2D EllipseFrame::to_frame(const ERPoint2D& p) const {
-    const ERVector2D from_center(center, p);
-    return {from_center * axis, from_center * across()};
+    const ERVector2D from_centre(centre, p);
+    return {from_centre * axis, from_centre * across()};
 }
 
 ERPoint2D EllipseFrame::from_frame(double x, double y) const {
-    return center + (axis * x + across() * y);
+    return centre + (axis * x + across() * y);
 }
 
 EREllipse2D::EREllipse2D(const ERPoint2D& focus1, const ERPoint2D& focus2, double big)
@@ -113,7 +113,7 @@ EllipseFrame EREllipse2D::frame() const {
 
 ERMinimax2D EREllipse2D::getBox() const {
     const EllipseFrame f = frame();
-    return velm::detail::box_of_turn<velm::Plane>(f.center, f.big(), f.small());
+    return velm::detail::box_of_turn<velm::Plane>(f.centre, f.big(), f.small());
 }
 
 ERPoint2D EREllipse2D::get_closest(const ERPoint2D& p) const {

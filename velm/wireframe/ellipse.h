@@ -10,9 +10,9 @@
 namespace velm::detail {
 
 /// An ellipse ready for evaluation: the point of eccentric angle t is
-/// center + half_big cos t axis + half_small sin t (axis turned by +90 degrees).
+/// centre + half_big cos t axis + half_small sin t (axis turned by +90 degrees).
 struct EllipseFrame {
-    ERPoint2D center;
+    ERPoint2D centre;
     ERVector2D axis;
     double half_big;
     double half_small;

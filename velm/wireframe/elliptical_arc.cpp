@@ -72,7 +72,7 @@ ERPoint2D ERArcEllipse2D::operator()(double t) { return frame().at(t); }
 
 ERMinimax2D ERArcEllipse2D::getBox() {
     const EllipseFrame f = frame();
-    return velm::detail::box_of_arc<velm::Plane>(f.center, f.big(), f.small(), bound());
+    return velm::detail::box_of_arc<velm::Plane>(f.centre, f.big(), f.small(), bound());
 }
 
 double ERArcEllipse2D::arcLength(ERLimites interval, double) const {

@@ -20,7 +20,7 @@ ERVector2D flattened(ERVector3D v, const ERPmIsometrie3D& frame) {
 
 // The big axis is along the direction in which the circle's plane is level.
 TurnProjection::TurnProjection(const ERCircle3D& circle, const ERPmIsometrie3D& frame)
-    : center(frame.Project(circle.center())), half_big(circle.radius()) {
+    : centre(frame.Project(circle.center())), half_big(circle.radius()) {
     const ERVector3D view = frame.getVector(Coord3D_Z), normal = circle.normale();
     const ERVector3D x = circle.getRepere().getVector(Coord3D_X),
                      y = circle.getRepere().getVector(Coord3D_Y), level = view ^ normal;
@@ -35,7 +35,7 @@ TurnProjection::TurnProjection(const ERCircle3D& circle, const ERPmIsometrie3D& 
 
 // The half axes of the ellipse map to conjugate half diameters u and v of the image.
 TurnProjection::TurnProjection(const EREllipse3D& ellipse, const ERPmIsometrie3D& frame)
-    : center(frame.Project(ellipse.getCenter())) {
+    : centre(frame.Project(ellipse.getCenter())) {
     const EllipseFrame flat = ellipse.flat().frame();
     const ERVector2D u = flattened(lifted(ellipse.getRepere(), flat.big()), frame),
                      v = flattened(lifted(ellipse.getRepere(), flat.small()), frame);
@@ -50,11 +50,11 @@ TurnProjection::TurnProjection(const EREllipse3D& ellipse, const ERPmIsometrie3D
 
 EREllipse2D TurnProjection::ellipse() const {
     const ERVector2D to_focus = big * half_focal;
-    return EREllipse2D(center - to_focus, center + to_focus, 2.0 * half_big);
+    return EREllipse2D(centre - to_focus, centre + to_focus, 2.0 * half_big);
 }
 
 ERSegment2D TurnProjection::segment() const {
-    return ERSegment2D(center - big * half_big, center + big * half_big);
+    return ERSegment2D(centre - big * half_big, centre + big * half_big);
 }
 
 ERSegment2D TurnProjection::segment(const ERLimites& bound) const {
@@ -64,7 +64,7 @@ ERSegment2D TurnProjection::segment(const ERLimites& bound) const {
     double foremost = phase, backmost = phase + std::numbers::pi;
     if (bring_within(bound, foremost)) high = half_big;
     if (bring_within(bound, backmost)) low = -half_big;
-    return ERSegment2D(center + big * low, center + big * high);
+    return ERSegment2D(centre + big * low, centre + big * high);
 }
 
 // The eccentric angle on the image is the parameter, counted from `phase` in the direction in which

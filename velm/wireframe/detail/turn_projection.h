@@ -9,7 +9,7 @@
 namespace velm::detail {
 
 /// The point of parameter t goes to
-/// center + half_big cos (t - phase) big + half_small sin (t - phase) (big turned by +90 degrees).
+/// centre + half_big cos (t - phase) big + half_small sin (t - phase) (big turned by +90 degrees).
 struct TurnProjection {
     TurnProjection(const ERCircle3D& circle, const ERPmIsometrie3D& frame);
     TurnProjection(const EREllipse3D& ellipse, const ERPmIsometrie3D& frame);
@@ -25,12 +25,12 @@ struct TurnProjection {
     /// 1.0, or -1.0 if the curve is seen from the back and so turns clockwise.
     double sense() const { return half_small * half_big < 0.0 ? -1.0 : 1.0; }
 
-    ERPoint2D center;
+    ERPoint2D centre;
     /// A unit direction; the x axis if the image is a point.
     ERVector2D big;
     double half_big;
     double half_small;
-    /// The distance of the foci from the center.
+    /// The distance of the foci from the centre.
     double half_focal;
     /// The parameter at which the end of the big axis is reached.
     double phase;
