@@ -42,6 +42,7 @@ void keep_below(const double* g, int degree, PartInterval& kept) {
 void keep_strip(const double* distance, const CurvePart& of, double least, double most,
                 PartInterval& kept) {
     double g[max_poles];
+    g[0] = 0.0; // for the compiler, which can't know that there are poles
     for (int i = 0; i <= of.degree; ++i)
         g[i] = distance[i] - most * of.w[i];
     keep_below(g, of.degree, kept);
