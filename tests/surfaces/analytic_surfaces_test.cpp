@@ -4,6 +4,7 @@
 #include "support/records.h"
 #include "velm/frame/finite_entity.h"
 #include "velm/frame/point_functions.h"
+#include "velm/surfaces/analytic_to_nurbs.h"
 #include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/cone.h"
 #include "velm/surfaces/cylinder.h"
@@ -451,6 +452,45 @@ TEST(AnalyticSurfaces, FromTwoArcs) {
     }
     EXPECT_EQ(CreateBoundedPlane(ERArc3D(ERIdentity3D(), 0, 0, 1)).getBoundU(), ERLimites(-1, 1));
     EXPECT_EQ(CreateBoundedPlane(ERArc3D(ERIdentity3D(), 3, 0, 1)).getBoundV(), ERLimites(-3, 3));
+}
+
+// The same points over the same limits: exact in lengths and at the ends of angles, and on the
+// surface between.
+template <class Analytic>
+void expect_own_parameters(const Surface& s) {
+    const auto nurbs = velm::to_nurbs(*Analytic::castdown(s.get()));
+    ASSERT_TRUE(nurbs && nurbs->isValid()) << s->className();
+    const ERLimites u = s->getBoundU(), v = s->getBoundV();
+    EXPECT_NEAR(nurbs->udeb(), u.start(), 1e-15);
+    EXPECT_NEAR(nurbs->vfin(), v.end(), 1e-15);
+    const bool u_is_length = std::string(s->className()).find_first_of("PC") == 9;
+    for (const double x : {0.0, 0.3, 1.0})
+        for (const double y : {0.0, 1.0}) {
+            const double t = u_is_length ? x : std::round(x);
+            EXPECT_TRUE(isEqual((*nurbs)(u(t), v(y)), (*s)(u(t), v(y)), 1e-12))
+                << s->className() << x << y;
+            double dist = 0.0;
+            s->SignedMinimalDistance((*nurbs)(u(x), v(0.5 + 0.3 * y)), dist);
+            EXPECT_NEAR(dist, 0.0, 1e-12) << s->className();
+        }
+}
+
+TEST(AnalyticSurfaces, NurbsFormsInTheirOwnParameters) {
+    for (int round = 0; round < 20; ++round) {
+        expect_own_parameters<ERBoundedPlane>(random_part("plane"));
+        expect_own_parameters<ERBoundedCylinder>(random_part("cylinder"));
+        expect_own_parameters<ERBoundedCone>(random_part("cone"));
+        expect_own_parameters<ERBoundedSphere>(random_part("sphere"));
+        expect_own_parameters<ERBoundedTorus>(random_part("torus"));
+        // On both sides of the apex, and a tube that crosses the axis.
+        expect_own_parameters<ERBoundedCone>(made("cone", placed(), 0.5, 0, {-1, 2}, {0, 2 * pi}));
+    }
+    const auto spindle = velm::to_nurbs(ERBoundedTorus(ERIdentity3D(), 1, 3, 0, 2 * pi, 1, 4));
+    ASSERT_TRUE(spindle);
+    for (const double v : {1.0, 4.0})
+        EXPECT_TRUE(
+            isEqual((*spindle)(pi, v), ERPoint3D(-1 - 3 * std::cos(v), 0, 3 * std::sin(v)), 1e-12));
+    EXPECT_FALSE(velm::to_nurbs(ERBoundedCylinder(ERIdentity3D(), 1, {0, 1}, {0, 7})));
 }
 
 TEST(AnalyticSurfaces, EditingTheAxis) {

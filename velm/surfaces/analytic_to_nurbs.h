@@ -8,6 +8,8 @@
 
 #include "velm/surfaces/nurbs_surface.h"
 
+#include <optional>
+
 class ERBoundedCone;
 class ERBoundedCylinder;
 class ERBoundedPlane;
@@ -28,3 +30,19 @@ VELM_API ERSpoleNURBS3D Convert2Nurbs(const ERBoundedSphere& sphere);
 VELM_API ERSpoleNURBS3D Convert2Nurbs(const ERBoundedTorus& torus);
 /// The whole sphere: U is the latitude, V the longitude.
 VELM_API ERSpoleNURBS3D Convert2Nurbs(const ERSphere& sphere);
+
+namespace velm {
+
+/// The surface over its own working limits in both parameters, exactly its points: U and V are
+/// those of the analytic surface where they are lengths; where they are angles they agree with them
+/// at the ends and in the middles of equal pieces of at most a quarter turn about the axis, and at
+/// the ends of the pieces of a meridian or tube circle. By velm::revolve: also for a cone on both
+/// sides of its apex and for a torus that crosses its axis. Nothing for limits that are empty,
+/// reversed or wider than a turn.
+VELM_API std::optional<ERSpoleNURBS3D> to_nurbs(const ERBoundedPlane& plane);
+VELM_API std::optional<ERSpoleNURBS3D> to_nurbs(const ERBoundedCylinder& cylinder);
+VELM_API std::optional<ERSpoleNURBS3D> to_nurbs(const ERBoundedCone& cone);
+VELM_API std::optional<ERSpoleNURBS3D> to_nurbs(const ERBoundedSphere& sphere);
+VELM_API std::optional<ERSpoleNURBS3D> to_nurbs(const ERBoundedTorus& torus);
+
+} // namespace velm
