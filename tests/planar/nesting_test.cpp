@@ -1,5 +1,6 @@
 // How contours lie in each other: random nests against how they were made.
 #include "support/random.h"
+#include "velm/frame/point_functions.h"
 #include "velm/planar/outline_nesting.h"
 
 #include <cmath>
@@ -78,6 +79,56 @@ TEST(Nesting, AreasAreThoseOfTheNestTheyWereMadeOf) {
         }
         EXPECT_EQ(outline.areas.size() + holes, order.size());
     }
+}
+
+// A disc of free-form edges, each a quarter or some quarters turn.
+Contour free_form_disc(const ERPoint2D& centre, double radius, int count) {
+    Contour contour;
+    for (int i = 0; i < count; ++i) {
+        ERArc2D arc(centre, radius, turn * i / count, turn * (i + 1) / count);
+        for (const ERCpoleNURBS2D& part : CurveEdge::smooth_parts(arc.ConvertToNurbs())) {
+            const auto edge = CurveEdge::make(part);
+            contour.append(edge->start(), edge);
+        }
+    }
+    return contour;
+}
+
+TEST(Nesting, FreeFormContoursThatCrossAreNamed) {
+    velm_test::Random random(62);
+    for (int round = 0; round < 200; ++round) {
+        const double scale = round % 2 == 0 ? 1.0 : std::pow(10.0, random.uniform(-9, 9));
+        const double big = 2.0 * scale, small = random.uniform(0.2, 1.0) * scale;
+        // From inside through touching inside, crossing, touching outside, to outside.
+        const double gaps[] = {0.1, 1e-8, 0.0};
+        const double gap = scale * gaps[round % 3];
+        const int place = random.below(3); // inside, crossing, outside
+        const double away = place == 0   ? big - small - gap
+                            : place == 1 ? big + random.uniform(-0.8, 0.8) * small
+                                         : big + small + gap;
+        const double angle = random.uniform(0.0, turn);
+        const ERPoint2D at(away * std::cos(angle), away * std::sin(angle));
+        Outline outline;
+        outline.contours = {free_form_disc({0.0, 0.0}, big, 3 + random.below(3)),
+                            round % 4 == 0 ? Contour::circle(at, small)
+                                           : free_form_disc(at, small, 3 + random.below(3))};
+        const auto clash = settle_areas(outline);
+        ASSERT_EQ(clash.has_value(), place == 1) << "round " << round;
+        if (place != 1) {
+            ASSERT_EQ(outline.areas.size(), place == 0 ? 1u : 2u) << "round " << round;
+            continue;
+        }
+        ASSERT_TRUE(clash->crossing) << "round " << round;
+        const double tolerance = 1e-4 * scale;
+        EXPECT_NEAR(distance(*clash->crossing, ERPoint2D(0.0, 0.0)), big, tolerance);
+        EXPECT_NEAR(distance(*clash->crossing, at), small, tolerance);
+    }
+    // The same curve twice.
+    Outline twice;
+    twice.contours = {free_form_disc({1.0, 0.0}, 1.0, 4), free_form_disc({1.0, 0.0}, 1.0, 3)};
+    const auto clash = settle_areas(twice);
+    ASSERT_TRUE(clash.has_value());
+    EXPECT_FALSE(clash->crossing.has_value());
 }
 
 } // namespace

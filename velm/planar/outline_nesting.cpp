@@ -1,7 +1,10 @@
 #include "velm/planar/outline_nesting.h"
 
+#include "velm/curves/intersections.h"
+#include "velm/curves/prepare.h"
 #include "velm/planar/edge_tree.h"
 #include "velm/wireframe/intersections.h"
+#include "velm/wireframe/segment.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,6 +22,43 @@ ERPoint2D point_on(const Contour& contour, int edge, double part) {
         return static_cast<const ERCircle2D&>(*arc)(arc->startAngle() + part * sweep(*arc));
     if (const CurveEdge* const curve = contour.curve(edge)) return curve->point(part);
     return contour[edge] + ERVector2D(contour[edge], contour[edge + 1]) * part;
+}
+
+// An edge as a prepared curve: that of a free-form edge, or one made here.
+class PreparedEdge {
+public:
+    PreparedEdge(const Contour& contour, int edge) : arc_(contour.arc(edge)) {
+        if (const CurveEdge* const curve = contour.curve(edge))
+            prepared_ = &curve->prepared();
+        else
+            made_ = arc_ != nullptr ? prepare(*arc_)
+                                    : prepare(ERSegment2D(contour[edge], contour[edge + 1]));
+        if (made_) prepared_ = &*made_;
+    }
+    const PreparedCurve<2>* curve() const { return prepared_; }
+    // The part of the way along the edge at a parameter; an arc may run against its curve.
+    double part(double t) const {
+        if (arc_ != nullptr) return (t - arc_->startAngle()) / sweep(*arc_);
+        return curve()->domain().ratio(t);
+    }
+
+private:
+    const ERArc2D* arc_;
+    std::optional<PreparedCurve<2>> made_;
+    const PreparedCurve<2>* prepared_ = nullptr;
+};
+
+// Appends the ends of the stretches of an edge that are as near to another one as `reach`, where
+// one of the two is a free-form curve.
+void append_curve_cuts(const Contour& a, int edge, const Contour& b, int other, double reach,
+                       std::vector<double>& cuts) {
+    const PreparedEdge walked(a, edge), crossed(b, other);
+    if (walked.curve() == nullptr || crossed.curve() == nullptr) return;
+    IntersectionOptions options;
+    options.tolerance = reach;
+    for (const CurveIntersection& i : intersections(*walked.curve(), *crossed.curve(), options))
+        for (const double t : {i.a_parameters.start(), i.a.t, i.a_parameters.end()})
+            if (const double part = walked.part(t); part > 0.0 && part < 1.0) cuts.push_back(part);
 }
 
 // The part of the way along an edge at which a point of its line or circle lies.
@@ -44,6 +84,8 @@ double distance_off(const Contour& contour, int edge, const ERPoint2D& p) {
 // Appends the parts of the way along an edge at which it meets another one, or may.
 void append_cuts(const Contour& a, int edge, const Contour& b, int other, double touching,
                  std::vector<double>& cuts) {
+    if (a.curve(edge) != nullptr || b.curve(other) != nullptr)
+        return append_curve_cuts(a, edge, b, other, touching, cuts);
     const auto line = [](const Contour& contour, int i) {
         return ERInfLine2D(contour[i], contour[i + 1]);
     };
@@ -129,20 +171,6 @@ private:
     std::optional<bool> was_inside_; // the last point that touches nothing
 };
 
-// Whether a contour lies inside another one that it doesn't cross, by the first of its points that
-// is farther than `touching` from it; nothing where there is none.
-std::optional<bool> lies_inside(const Contour& contour, const EdgeTree& other, double touching) {
-    for (const double part : {0.0, 0.5, 0.25, 0.75}) {
-        for (int edge = 0; edge < contour.size(); ++edge) {
-            const ERPoint2D p = point_on(contour, edge, part);
-            NearestEdge touched{touching * touching, {}};
-            other.find_nearest(p, 0, touched);
-            if (touched.edge < 0) return other.encloses(p);
-        }
-    }
-    return std::nullopt;
-}
-
 // The contours of an outline, of a size that suits every computation.
 class Nesting {
 public:
@@ -203,8 +231,6 @@ private:
     bool is_hole(std::size_t c) const { return holders_[c].size() % 2 == 1; }
 
     std::optional<ContourClash> compare(std::size_t a, std::size_t b) {
-        if (trees_[a].contour().has_curves() || trees_[b].contour().has_curves())
-            return compare_uncrossed(a, b);
         const Sides of_a = SideWalk(trees_[a], trees_[b], touching_).sides();
         const Sides of_b = SideWalk(trees_[b], trees_[a], touching_).sides();
         const int first = static_cast<int>(a), second = static_cast<int>(b);
@@ -215,18 +241,6 @@ private:
         if (of_a.inside)
             holders_[a].push_back(b);
         else if (of_b.inside)
-            holders_[b].push_back(a);
-        return std::nullopt;
-    }
-
-    std::optional<ContourClash> compare_uncrossed(std::size_t a, std::size_t b) {
-        const auto of_a = lies_inside(trees_[a].contour(), trees_[b], touching_);
-        const auto of_b = lies_inside(trees_[b].contour(), trees_[a], touching_);
-        if (!of_a && !of_b)
-            return ContourClash{static_cast<int>(b), static_cast<int>(a), std::nullopt};
-        if (of_a.value_or(false))
-            holders_[a].push_back(b);
-        else if (of_b.value_or(false))
             holders_[b].push_back(a);
         return std::nullopt;
     }

@@ -29,8 +29,8 @@ inline constexpr double touching_part = 1e-6;
 /// outer one, and so is an island in a hole.
 ///
 /// Returns the first clash, if any; the areas are unchanged then. Contours that cross themselves
-/// are not looked for, nor are crossings with a contour that has free-form edges: it is placed by
-/// one point of it. Only pairs whose boxes meet are compared, edge by edge where these meet.
+/// are not looked for. Only pairs whose boxes meet are compared, edge by edge where these meet;
+/// free-form edges by `velm::intersections`.
 VELM_API std::optional<ContourClash> settle_areas(Outline& outline);
 
 } // namespace velm

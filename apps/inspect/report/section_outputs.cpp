@@ -32,14 +32,6 @@ std::string outline_text(const Outline& outline) {
     return text;
 }
 
-constexpr const char* untested_crossings =
-    "Contours with curves are not tested for crossing others";
-
-bool has_curves(const Outline& outline) {
-    return std::any_of(outline.contours.begin(), outline.contours.end(),
-                       [](const Contour& contour) { return contour.has_curves(); });
-}
-
 std::string triple(double a, double b, double c) {
     return shortest(a) + ", " + shortest(b) + ", " + shortest(c);
 }
@@ -59,7 +51,6 @@ Lines provenance(const SectionHead& head, const Outline& outline) {
     if (head.max_height)
         lines.emplace_back("Greatest height off the plane", shortest(*head.max_height));
     lines.emplace_back("A positive deviation", "outside of the material");
-    if (has_curves(outline)) lines.emplace_back("Crossings", untested_crossings);
     if (head.alignment)
         for (auto& line : alignment_lines(*head.alignment))
             lines.push_back(std::move(line));
@@ -107,7 +98,6 @@ std::string SectionOutputs::text_below() const {
          {"on the outline", count(OutlinePlace::on_edge) + count(OutlinePlace::on_vertex)},
          {"outside of it", count(OutlinePlace::outside)}});
     if (head().alignment) text += alignment_text(*head().alignment);
-    if (has_curves(outline_)) text += std::string("\n") + untested_crossings + ".\n";
     return text;
 }
 
