@@ -26,7 +26,7 @@ namespace {
 constexpr int degree = 3;
 constexpr int pole_count = 30;
 
-/// The rational cubic, and the parameters to evaluate it at.
+// The rational cubic, and the parameters to evaluate it at.
 struct Problem {
     ERVec<ERPole3DH> poles{pole_count};
     ERKnotVector knots{degree, pole_count, ERLimites(0.0, 1.0)};
@@ -49,7 +49,7 @@ const Problem& problem() {
     return made;
 }
 
-/// Runs f at the parameters in turn; its results are summed so that none is left out.
+// Runs f at the parameters in turn; its results are summed so that none is left out.
 template <class F>
 void evaluate(benchmark::State& state, F f) {
     const std::vector<double>& t = problem().parameters;

@@ -22,7 +22,7 @@
 
 namespace {
 
-/// A chain of rational cubics: x w, y w, w of each pole, three new poles a span.
+// A chain of rational cubics: x w, y w, w of each pole, three new poles a span.
 struct Chain {
     std::vector<double> poles;
 
@@ -34,7 +34,7 @@ struct Chain {
             pieces.push_back({{poles.data() + 9 * i, 12}, double(i), i + 1.0});
         return *velm::PreparedCurve<2>::from_pieces(pieces);
     }
-    /// Each span's end is a knot of multiplicity 3.
+    // Each span's end is a knot of multiplicity 3.
     std::vector<double> knots() const {
         std::vector<double> result(1, 0.0);
         for (int i = 0; i <= spans(); ++i)
@@ -48,8 +48,8 @@ struct Pair {
     Chain a, b;
 };
 
-/// Two arches; a cubic wave and its mirror image at the diagonal; a wave of some spans and a line
-/// of as many.
+// Two arches; a cubic wave and its mirror image at the diagonal; a wave of some spans and a line
+// of as many.
 Pair crossing(int times) {
     Pair pair;
     if (times == 2) {

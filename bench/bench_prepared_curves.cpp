@@ -35,7 +35,7 @@ using Nurbs = typename velm::DimensionOf<N>::NurbsCurve;
 template <int N>
 using Point = typename velm::DimensionOf<N>::Point;
 
-/// A wave with uneven weights.
+// A wave with uneven weights.
 template <int N>
 Nurbs<N> wave() {
     std::mt19937 random(5);
@@ -60,7 +60,7 @@ std::vector<double> parameters(bool sorted) {
     return t;
 }
 
-/// Points around the curve, no farther than `reach` on each axis.
+// Points around the curve, no farther than `reach` on each axis.
 template <int N>
 std::vector<Point<N>> near_points(double reach) {
     std::mt19937 random(7);
@@ -72,7 +72,7 @@ std::vector<Point<N>> near_points(double reach) {
     return points;
 }
 
-/// Runs f over the indices; its results are summed so that none is left out.
+// Runs f over the indices; its results are summed so that none is left out.
 template <class F>
 void run(benchmark::State& state, int count, F f) {
     for (auto _ : state) {

@@ -56,7 +56,7 @@ std::vector<ERPoint2D> places() {
     return list;
 }
 
-/// Runs f over the places; its results are summed so that none is left out.
+// Runs f over the places; its results are summed so that none is left out.
 template <class F>
 void run(benchmark::State& state, F f) {
     const std::vector<ERPoint2D> at = places();
@@ -91,7 +91,7 @@ void second_derivatives_prepared(benchmark::State& state) {
 }
 BENCHMARK(second_derivatives_prepared);
 
-/// What of the samples a batch or a grid fills.
+// What of the samples a batch or a grid fills.
 void fill(benchmark::State& state, bool as_grid, bool with_second) {
     const auto s = velm::prepare(surface());
     std::vector<double> steps;

@@ -127,7 +127,7 @@ void read_curve(const std::string& bytes) {
     curve.ConvertToNurbs();
 }
 
-/// Likewise of a closed shape: points, nearest points, a box and edges.
+// Likewise of a closed shape: points, nearest points, a box and edges.
 template <class Shape>
 void read_shape(const std::string& bytes) {
     MemoryFile memory(bytes);
@@ -145,7 +145,7 @@ void read_shape(const std::string& bytes) {
     shape.composite_curve();
 }
 
-/// The same for a surface, which also splits, projects and moves.
+// The same for a surface, which also splits, projects and moves.
 template <class Surface>
 void read_surface(const std::string& bytes) {
     MemoryFile memory(bytes);

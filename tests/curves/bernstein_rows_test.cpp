@@ -10,8 +10,8 @@ using namespace velm::detail;
 using Values = std::vector<double>;
 constexpr double gap = 777.25;
 
-/// A row with gaps between its poles, and room for one more; whoever writes into a gap is found
-/// out.
+// A row with gaps between its poles, and room for one more; whoever writes into a gap is found
+// out.
 struct Spread {
     Spread(int size, int dim, int step)
         : width(dim), values(std::size_t((size + 1) * step), gap),
@@ -158,7 +158,7 @@ TEST(BernsteinRows, PowerFormGivesTheValuesAndGoesBack) {
     });
 }
 
-/// Rows of 1, t and t * t, whose ordinates are exact up to one rounding at every degree.
+// Rows of 1, t and t * t, whose ordinates are exact up to one rounding at every degree.
 TEST(BernsteinRows, ValuesAndDerivativesHoldAtEveryDegreeThatIsStored) {
     for (const int n : {1000, 1001, 1030, 46341, 65536}) {
         const double slack = n > 1000 ? 1.0 : 1000.0; // of de Casteljau's n levels

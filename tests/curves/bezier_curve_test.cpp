@@ -34,7 +34,7 @@ public:
         }
         return poles;
     }
-    /// The pole at x, with y as the last coordinate.
+    // The pole at x, with y as the last coordinate.
     static Pole pole(double x, double y, double weight = 1.0) {
         Pole result;
         result[0] = x;
@@ -47,7 +47,7 @@ public:
     static Point far() {
         return Point::each([](int) { return 1e4; });
     }
-    /// The point and two derivatives by t, from differences and Bernstein sums in long double.
+    // The point and two derivatives by t, from differences and Bernstein sums in long double.
     static std::vector<long double> truth(const ERVec<Pole>& poles, const ERLimites& domain,
                                           double t) {
         const int n = poles.size() - 1;

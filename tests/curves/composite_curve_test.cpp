@@ -17,7 +17,7 @@
 
 namespace {
 
-/// Elements for each composite: a chain of n, each from where the one before ends.
+// Elements for each composite: a chain of n, each from where the one before ends.
 template <class Composite>
 struct Chain {
     using Element = typename Composite::Element;
@@ -48,7 +48,7 @@ struct Chain {
             at = next;
         }
     }
-    /// Appended with every third one turned round before.
+    // Appended with every third one turned round before.
     Composite joined() const {
         Composite curve;
         for (std::size_t i = 0; i < elements.size(); ++i) {

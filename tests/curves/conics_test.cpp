@@ -13,7 +13,7 @@ namespace {
 
 using std::numbers::pi;
 
-/// The greatest |distance from the center - radius|, in long double, over the curve.
+// The greatest |distance from the center - radius|, in long double, over the curve.
 template <class Curve, class Point>
 double off_circle(Curve curve, const Point& center, double radius, int samples = 200) {
     long double worst = 0.0L;
@@ -29,7 +29,7 @@ double off_circle(Curve curve, const Point& center, double radius, int samples =
     return double(worst);
 }
 
-/// The point of a curve of equal quadratic pieces, in long double from its poles.
+// The point of a curve of equal quadratic pieces, in long double from its poles.
 std::pair<long double, long double> unrounded(const ERCpoleNURBS2D& curve, double t) {
     const auto& poles = curve.getPoles();
     const int pieces = poles.size() / 2;

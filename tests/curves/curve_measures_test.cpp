@@ -13,7 +13,7 @@ using velm::BezierPiece;
 using velm::PreparedCurve;
 using velm_test::Random;
 
-/// A random plane cubic, weighted or not, over [0, 1].
+// A random plane cubic, weighted or not, over [0, 1].
 PreparedCurve<2> random_cubic(Random& random, bool rational) {
     std::vector<double> row;
     for (int i = 0; i < 4; ++i) {
@@ -32,7 +32,7 @@ PreparedCurve<2> cubic(const std::vector<double>& xy) {
     return *PreparedCurve<2>::from_pieces({&piece, 1});
 }
 
-/// The bounds hold and come within the tolerance, where it is above the roundings.
+// The bounds hold and come within the tolerance, where it is above the roundings.
 template <int N>
 void check_length(const PreparedCurve<N>& curve, double expected) {
     for (const double tolerance : {1e-2, 1e-6, 1e-10, 1e-12, 0.0}) {
@@ -91,7 +91,7 @@ TEST(ArcLength, AgreesWithQuadratureAndItsInverse) {
     }
 }
 
-/// The distance of p from the segment from a to b.
+// The distance of p from the segment from a to b.
 double segment_distance(const ERPoint2D& p, const ERPoint2D& a, const ERPoint2D& b) {
     const ERVector2D d(a, b), from(a, p);
     const double square = d.i() * d.i() + d.j() * d.j();

@@ -20,12 +20,12 @@ using velm::IntersectionKind;
 using Curve = velm::PreparedCurve<2>;
 using velm_test::Random;
 
-/// How often a random test repeats: all of it in the thorough run, else a hundredth.
+// How often a random test repeats: all of it in the thorough run, else a hundredth.
 int repeats(int thorough) {
     return std::getenv("VELM_TEST_THOROUGH") != nullptr ? thorough : thorough / 100;
 }
 
-using Row = std::vector<double>; ///< x w, y w, w of each pole
+using Row = std::vector<double>; // x w, y w, w of each pole
 
 int degree(const Row& row) { return static_cast<int>(row.size()) / 3 - 1; }
 
@@ -39,7 +39,7 @@ Curve prepared(const std::vector<Row>& rows) {
 }
 Curve prepared(const Row& row) { return prepared(std::vector<Row>{row}); }
 
-/// The graph of a polynomial, y = p(x) for x in [0, 1], p by its powers.
+// The graph of a polynomial, y = p(x) for x in [0, 1], p by its powers.
 Row graph(const std::vector<double>& powers, int at_least_degree = 1) {
     const int n = std::max(at_least_degree, static_cast<int>(powers.size()) - 1);
     Row row(std::size_t(3 * (n + 1)), 0.0);
@@ -59,7 +59,7 @@ std::vector<double> product(const std::vector<double>& a, const std::vector<doub
     return result;
 }
 
-/// Another parameter: weights times c^i take u to u / (u + c (1 - u)).
+// Another parameter: weights times c^i take u to u / (u + c (1 - u)).
 struct Reparameter {
     double c = 1.0;
     void apply(Row& row) const {
@@ -111,8 +111,8 @@ std::string text(const Row& row) {
     return out.str() + "\n";
 }
 
-/// What is true for every answer: places lie in their intervals, points in their boxes and on both
-/// curves.
+// What is true for every answer: places lie in their intervals, points in their boxes and on both
+// curves.
 void expect_consistent(const Curve& a, const Curve& b, const std::vector<CurveIntersection>& found,
                        double tolerance = 0.0) {
     const double error = 2.0 * tolerance + 1e-13 * (a.size() + b.size() + std::fabs(a.box().xmax) +
@@ -135,7 +135,7 @@ struct Expected {
     double accuracy;
 };
 
-/// Compares with the places that are known; ends of the curves may be among them.
+// Compares with the places that are known; ends of the curves may be among them.
 void expect_places(const Curve& a, const Curve& b, std::vector<Expected> places,
                    const std::string& input) {
     const std::vector<CurveIntersection> found = intersections(a, b);
@@ -218,8 +218,8 @@ TEST(Intersections, PublishedPairs) {
     EXPECT_EQ(pairs, 36);
 }
 
-/// Two graphs whose difference has chosen zeros, one of them of order 1 to 5, in any position, size
-/// and parameter, of raised degree or not.
+// Two graphs whose difference has chosen zeros, one of them of order 1 to 5, in any position, size
+// and parameter, of raised degree or not.
 TEST(Intersections, ChosenPlacesAndOrdersOfContact) {
     Random random(11);
     for (int round = 0; round < repeats(40000); ++round) {
@@ -264,7 +264,7 @@ TEST(Intersections, ChosenPlacesAndOrdersOfContact) {
     }
 }
 
-/// Circles and ellipses against rational cubics, by the roots of one polynomial.
+// Circles and ellipses against rational cubics, by the roots of one polynomial.
 TEST(Intersections, ConicsAgainstPolynomialRoots) {
     Random random(12);
     const auto binomial = [](int n, int k) {
@@ -311,7 +311,7 @@ TEST(Intersections, ConicsAgainstPolynomialRoots) {
     }
 }
 
-/// A curve and its mirror image meet at the places on the mirror, and in pairs.
+// A curve and its mirror image meet at the places on the mirror, and in pairs.
 TEST(Intersections, MirroredCopies) {
     Random random(13);
     for (int round = 0; round < repeats(20000); ++round) {
@@ -353,7 +353,7 @@ TEST(Intersections, MirroredCopies) {
     }
 }
 
-/// A stretch in common is one interval, however the two curves describe it.
+// A stretch in common is one interval, however the two curves describe it.
 TEST(Intersections, OverlapsAreIntervals) {
     Random random(14);
     for (int round = 0; round < repeats(10000); ++round) {
@@ -491,7 +491,7 @@ TEST(Intersections, NastyPairs) {
     }
 }
 
-/// The loop of a polynomial cubic, by the closed form of its parameters' sum and product.
+// The loop of a polynomial cubic, by the closed form of its parameters' sum and product.
 bool has_loop(const Row& row) {
     double c[2][4];
     velm::detail::power_coefficients({row.data(), 4, 3}, 0, c[0]);

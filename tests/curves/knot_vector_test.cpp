@@ -17,7 +17,7 @@ ERKnotVector vector_of(int degree, const Knots& knots) {
     return {degree, knots.data(), static_cast<int>(knots.size())};
 }
 
-/// Knots between 0 and 1 of every multiplicity; clamped or with knots beyond the ends.
+// Knots between 0 and 1 of every multiplicity; clamped or with knots beyond the ends.
 ERKnotVector random_vector(velm_test::Random& random, int p, int n, bool clamped) {
     Knots inner, knots(std::size_t(p) + 1, 0.0), high(knots.size(), 1.0);
     while (static_cast<int>(inner.size()) < n - p - 1)

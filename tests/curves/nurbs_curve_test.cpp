@@ -23,7 +23,7 @@ public:
 
     static inline velm_test::Random random{2026};
 
-    /// Poles near the unit box, weights 0.3 to 3, knots between 0 and 1 of every multiplicity.
+    // Poles near the unit box, weights 0.3 to 3, knots between 0 and 1 of every multiplicity.
     Curve curve(int p, int n, bool clamped = true) {
         ERVec<Pole> poles(n);
         for (Pole& pole : poles.writable()) {
@@ -45,7 +45,7 @@ public:
         knots.insert(knots.end(), high.begin(), high.end());
         return {poles, ERKnotVector(p, knots.data(), static_cast<int>(knots.size()))};
     }
-    /// Calls f with curves of degree 1 to `highest`, every third unclamped.
+    // Calls f with curves of degree 1 to `highest`, every third unclamped.
     template <class F>
     void for_curves(int rounds, F f, int highest = 7) {
         for (int i = 0; i < rounds; ++i) {
@@ -64,7 +64,7 @@ auto list(const Curve& c) {
     return std::vector<typename Curve::Pole>(poles.begin(), poles.end());
 }
 
-/// Both curves at hundreds of parameters, the second at map(t).
+// Both curves at hundreds of parameters, the second at map(t).
 template <class Curve, class Map>
 void expect_same(Curve a, Curve b, double low, double high, double tol, Map map) {
     EXPECT_EQ(b.isValid(), 1);
@@ -126,7 +126,7 @@ TEST(NurbsReference, PointsAndDerivativesAgreeWithExactArithmetic) {
     EXPECT_EQ(rows, 240);
 }
 
-/// Makes the pages of a body with its counts read-only.
+// Makes the pages of a body with its counts read-only.
 void forbid_writing(const void* data, std::size_t bytes) {
     constexpr std::uintptr_t header = 64;
     const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
@@ -136,7 +136,7 @@ void forbid_writing(const void* data, std::size_t bytes) {
         std::_Exit(3);
 }
 
-/// In a process of its own, which a write to a count would end.
+// In a process of its own, which a write to a count would end.
 TYPED_TEST(Nurbs, EvaluationAllocatesNothingAndTouchesNoCounts) {
     for (const int p : {1, 3, 9, 40}) {
         auto curve = this->curve(p, p + 8);
@@ -248,8 +248,8 @@ TYPED_TEST(Nurbs, AdjustContinuesTheEndSpans) {
     EXPECT_TRUE(off.knotVector().isUsable());
 }
 
-/// Prautzsch's elevation step by step: the average of degree + 1 curves whose knots and poles are
-/// doubled in turn, after each has got the knots of the others.
+// Prautzsch's elevation step by step: the average of degree + 1 curves whose knots and poles are
+// doubled in turn, after each has got the knots of the others.
 template <class Curve>
 Curve elevated_step_by_step(const Curve& c) {
     const ERKnotVector knots = c.knotVector();

@@ -9,7 +9,7 @@ using velm_test::Random;
 
 double distance(const ERPoint3D& a, const ERPoint3D& b) { return ERVector3D(a, b).norme(); }
 
-/// A clamped curve with n poles and simple knots on [0, 1].
+// A clamped curve with n poles and simple knots on [0, 1].
 ERCpoleNURBS3D random_curve(Random& random, int degree, int n, double weights) {
     ERVec<ERPole3DH> poles;
     for (int i = 0; i < n; ++i) {
@@ -19,7 +19,7 @@ ERCpoleNURBS3D random_curve(Random& random, int degree, int n, double weights) {
     return {poles, ERKnotVector(degree, n, ERLimites(0.0, 1.0))};
 }
 
-/// The largest distance of points of a and b, b's parameter being mapped.
+// The largest distance of points of a and b, b's parameter being mapped.
 template <class Map>
 double deviation(ERCpoleNURBS3D& a, ERCpoleNURBS3D& b, double from, double to, Map map) {
     double worst = 0.0;

@@ -23,7 +23,7 @@ public:
     using Point = typename Curve::Point;
     static constexpr int size = Point::components;
 
-    /// At x, y, with 1 for what follows.
+    // At x, y, with 1 for what follows.
     static Pole pole(double x, double y) {
         return Pole::each([=](int c) { return c == 0 ? x : c == 1 ? y : 1.0; });
     }

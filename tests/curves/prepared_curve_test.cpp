@@ -36,14 +36,14 @@ double distance(const Point<N>& a, const Point<N>& b) {
     return std::sqrt(sum);
 }
 
-/// How often a random test repeats: all of it in the thorough run, else a hundredth.
+// How often a random test repeats: all of it in the thorough run, else a hundredth.
 int repeats(int thorough) {
     return std::getenv("VELM_TEST_THOROUGH") != nullptr ? thorough : thorough / 100;
 }
 
 using Row = std::vector<double>;
 
-/// Random poles in a box of the given size, weighted.
+// Random poles in a box of the given size, weighted.
 template <int N>
 Row random_row(Random& random, int degree, double weight_range, double size = 1.0) {
     Row row;
@@ -67,7 +67,7 @@ std::optional<PreparedCurve<N>> prepared(const std::vector<Row>& rows) {
     return PreparedCurve<N>::from_pieces(pieces);
 }
 
-/// A chain of pieces of degree 3: each starts where the one before it ends, smoothly or not.
+// A chain of pieces of degree 3: each starts where the one before it ends, smoothly or not.
 template <int N>
 std::vector<Row> random_chain(Random& random, int count, double weight_range, bool smooth) {
     std::vector<Row> rows;
@@ -88,14 +88,14 @@ std::vector<Row> random_chain(Random& random, int count, double weight_range, bo
     return rows;
 }
 
-/// Reads tests/curves/data/feet.txt.
+// Reads tests/curves/data/feet.txt.
 struct ExactFeet {
     std::string line;
     int dimension = 0;
     Row row;
     std::vector<double> point;
     double least = 0.0;
-    std::vector<std::pair<double, int>> feet; ///< parameter and multiplicity
+    std::vector<std::pair<double, int>> feet; // parameter and multiplicity
 };
 
 std::vector<ExactFeet> exact_feet() {
@@ -177,7 +177,7 @@ TEST(PreparedCurve, FindsExactlyTheFeetOfRationalArithmetic) {
     }
 }
 
-/// The least distance of p from a dense polyline of the curve's points, each near minimum refined.
+// The least distance of p from a dense polyline of the curve's points, each near minimum refined.
 template <int N>
 class BruteForce {
 public:
@@ -211,7 +211,7 @@ public:
 private:
     static constexpr std::size_t count = 600;
 
-    /// Golden-section search.
+    // Golden-section search.
     double refined(const Point<N>& p, double a, double b) const {
         const double ratio = 0.5 * (std::sqrt(5.0) - 1.0);
         const auto at = [&](double t) { return distance<N>(curve_(t), p); };
@@ -270,7 +270,7 @@ void compare_with_brute_force(Random& random, int curves, int points, NearestCou
     }
 }
 
-/// Newton's steps start anywhere and run into the bracket's ends: the zero is still one.
+// Newton's steps start anywhere and run into the bracket's ends: the zero is still one.
 TEST(PreparedCurve, PolishedZerosAreZeros) {
     Random random(10);
     for (int k = 0; k < 20000; ++k) {
@@ -308,7 +308,7 @@ TEST(PreparedCurve, NearestPointsAreNoFartherThanBruteForce) {
     EXPECT_EQ(counts.uncertified, 0) << "of " << counts.asked;
 }
 
-/// A prepared entity has the entity's points, derivatives and nearest points.
+// A prepared entity has the entity's points, derivatives and nearest points.
 template <int N, class Entity>
 void check_entity(Entity& entity) {
     const auto curve = velm::prepare(entity);
@@ -460,7 +460,7 @@ TEST(PreparedCurve, FeetAboveTheStartAreFoundThere) {
     }
 }
 
-/// A curve that is cut anywhere has the same feet as the whole, one of them on the cut.
+// A curve that is cut anywhere has the same feet as the whole, one of them on the cut.
 TEST(PreparedCurve, CutsNeitherLoseNorDoubleFeet) {
     Random random(7);
     for (int k = 0; k < 300; ++k) {
@@ -536,7 +536,7 @@ TEST(PreparedCurve, CrossingsAreTheRootsOfTheHeight) {
     EXPECT_EQ(found[0].after, 1);
 }
 
-/// A homogeneous derivative by u of a piece of the plane in long doubles, and its terms' sizes.
+// A homogeneous derivative by u of a piece of the plane in long doubles, and its terms' sizes.
 struct ExactSum {
     long double value[3]{}, size[3]{};
 
@@ -561,7 +561,7 @@ struct ExactSum {
     }
 };
 
-/// Points and derivatives within the bounds that the header states, against long doubles.
+// Points and derivatives within the bounds that the header states, against long doubles.
 TEST(PreparedCurve, EvaluationKeepsItsErrorBound) {
     Random random(11);
     long double worst[3]{};

@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 constexpr double pi = std::numbers::pi;
 const fs::path data = VELM_REAL_DATA;
 
-/// A curve as an entity, with the entity's parameter for the text's t: shift + scale t.
+// A curve as an entity, with the entity's parameter for the text's t: shift + scale t.
 template <int N>
 struct RealCurve {
     using D = velm::DimensionOf<N>;
@@ -67,7 +67,7 @@ RealCurve<N> spline(const CurveText& text) {
     return {new Curve(poles, knots, limits)};
 }
 
-/// Arcs run counter-clockwise in the plane; elliptical ones begin with the big axis.
+// Arcs run counter-clockwise in the plane; elliptical ones begin with the big axis.
 template <int N>
 RealCurve<N> conic(const CurveText& text) {
     const auto origin = row<N>(text, 0);
@@ -119,7 +119,7 @@ RealCurve<N> real_curve(const CurveText& text) {
             -text.t0 / length, 1.0 / length};
 }
 
-/// The largest coordinate of its poles or points.
+// The largest coordinate of its poles or points.
 double reach_of(const CurveText& text) {
     double reach = 0.0;
     for (int i = 0; i <= 8; ++i)
@@ -133,8 +133,8 @@ double reach_of(const CurveText& text) {
     return reach;
 }
 
-/// What rounding may take points of that size off: the texts' digits, frames that are unit and
-/// square to 15 digits, and the arithmetic.
+// What rounding may take points of that size off: the texts' digits, frames that are unit and
+// square to 15 digits, and the arithmetic.
 double allowed_error(double reach) { return 32.0 * std::numeric_limits<double>::epsilon() * reach; }
 
 template <int N>
@@ -167,7 +167,7 @@ void expect_points(const CurveText& text, std::vector<t_SmartPtr<ERObject>>& kep
     kept.push_back(curve.entity.get());
 }
 
-/// Runs the checks of every curve; the entities go into a store and come back.
+// Runs the checks of every curve; the entities go into a store and come back.
 void expect_curves(const std::vector<CurveText>& texts, const std::string& name) {
     SCOPED_TRACE(name);
     std::vector<t_SmartPtr<ERObject>> kept;
@@ -265,7 +265,7 @@ TEST_F(RealCurves, GiveThePublishedPoints) {
     EXPECT_EQ(points, 6);
 }
 
-/// Curves of space by their names, composites as their members.
+// Curves of space by their names, composites as their members.
 class EdgeCurves {
 public:
     explicit EdgeCurves(const GeometryText& text) : faces_(text.face_edges) {
@@ -284,12 +284,12 @@ public:
         }
     }
 
-    /// From the nearest edge of the face, from the nearest of all where no face is known.
+    // From the nearest edge of the face, from the nearest of all where no face is known.
     double distance_to(const std::string& face, const ERPoint3D& p) const {
         const auto edges = faces_.find(face);
         return distance_to(edges != faces_.end() ? edges->second : all_, p);
     }
-    /// The largest coordinate of all.
+    // The largest coordinate of all.
     double reach() const { return reach_; }
 
 private:
@@ -316,7 +316,7 @@ private:
     double reach_ = 0.0;
 };
 
-/// The members of a composite in one curve, each member within the reported deviations.
+// The members of a composite in one curve, each member within the reported deviations.
 template <int N>
 void expect_joined(const GeometryText& text, const CurveText& composite) {
     using Curve = typename velm::DimensionOf<N>::NurbsCurve;

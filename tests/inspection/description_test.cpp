@@ -1,14 +1,12 @@
 // The descriptions of inspections: rows walked by a sink, and what must agree among the fields.
-#include <gtest/gtest.h>
-
+#include "support/random.h"
 #include "velm/inspection/clip_result.h"
 #include "velm/inspection/fit_result.h"
 #include "velm/inspection/section_result.h"
 #include "velm/inspection/target_result.h"
 
-#include "support/random.h"
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <map>
 #include <set>
 #include <sstream>

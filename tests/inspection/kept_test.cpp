@@ -1,7 +1,5 @@
 // Inspections in archives and object files: what was written is read, and written again byte for
 // byte; a record that was changed is refused.
-#include <gtest/gtest.h>
-
 #include "support/random.h"
 #include "support/temporary_folder.h"
 #include "velm/inspection/inspection_archive.h"
@@ -9,6 +7,7 @@
 #include "velm/planar/outline_nesting.h"
 
 #include <cmath>
+#include <gtest/gtest.h>
 #include <limits>
 #include <tuple>
 

@@ -49,7 +49,7 @@ bool holds(const Pairs& pairs, double s, double t, double tolerance) {
     });
 }
 
-/// The closed convex hull of the poles.
+// The closed convex hull of the poles.
 ERVec<ERPoint2D> outline(const Curve& c) {
     ERVec<ERPoint2D> points;
     for (const ERPole2DH& pole : c.getPoles().view())
@@ -59,7 +59,7 @@ ERVec<ERPoint2D> outline(const Curve& c) {
     return hull;
 }
 
-/// The steps one by one: no hull is kept and nothing is passed over.
+// The steps one by one: no hull is kept and nothing is passed over.
 void by_the_steps(Curve a, Curve b, ERVec<double>& ta, ERVec<double>& tb) {
     ERMinimax2D box = a.getBox();
     box.Update(b.getBox());
@@ -273,8 +273,8 @@ TEST(PoleCurveIntersection, EndsOnEveryInput) {
     EXPECT_TRUE(pairs_of(small, small_line).empty());
 }
 
-/// Lenses of two parabolas over a chord of length 1: crossings lost of those there are. Sagittas up
-/// to `sagitta`, chords turned by up to `turn` radians.
+// Lenses of two parabolas over a chord of length 1: crossings lost of those there are. Sagittas up
+// to `sagitta`, chords turned by up to `turn` radians.
 std::pair<int, int> lost_of_lenses(Random& draw, double least_sagitta, double sagitta,
                                    double least_turn, double turn, int lenses) {
     int lost = 0, there = 0;

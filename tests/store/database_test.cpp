@@ -100,7 +100,7 @@ TEST_F(DataBase, TwoProcesses) {
     EXPECT_EQ(in_another_process(0), gmSuccess);
 }
 
-/// Twenty-one classes fill more than one node of the class tree: the opening misses some of them.
+// Twenty-one classes fill more than one node of the class tree: the opening misses some of them.
 TEST_F(DataBase, ClassesThatTheOpeningMisses) {
     // Raw records of many classes, made by name only.
     struct Named : Sample {

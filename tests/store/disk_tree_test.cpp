@@ -22,7 +22,7 @@ struct DiskTree : StoreTest {
         tree.reset();
         file.reset();
     }
-    /// A new file with one tree in it.
+    // A new file with one tree in it.
     void make(unsigned int key_length, int binary, unsigned int order, unsigned int cached = 10) {
         close();
         std::remove(path.c_str());
@@ -32,7 +32,7 @@ struct DiskTree : StoreTest {
                                                binary, -1, order, order);
         at = tree->baseLocation();
     }
-    /// The file tells the tree's form itself.
+    // The file tells the tree's form itself.
     void open(int read_only = 0) {
         close();
         file = std::make_unique<ERFileManager>(path.c_str(), read_only);

@@ -118,7 +118,7 @@ TEST_F(FileSpace, ThirtyThirdExtentMakesANodeAndIsLost) {
     EXPECT_EQ(node().next, 12);
 }
 
-/// A node of the free list was where the large block begins: what is kept of it must be forgotten.
+// A node of the free list was where the large block begins: what is kept of it must be forgotten.
 TEST_F(FileSpace, BlocksInThePlaceOfANode) {
     ERFileManager file(path.c_str(), 0);
     long holes[68];
@@ -144,7 +144,7 @@ TEST_F(FileSpace, BlocksInThePlaceOfANode) {
     EXPECT_TRUE(file.Read(value) && value == 1) << value;
 }
 
-/// Blocks must not overlap, contents must stay, and what is free must be nobody's.
+// Blocks must not overlap, contents must stay, and what is free must be nobody's.
 TEST_F(FileSpace, AgreesWithAModelOfExtents) {
     Random random(85);
     for (int round = 0; round < 4; ++round) {

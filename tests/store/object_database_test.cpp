@@ -299,7 +299,7 @@ TEST_F(ObjectDataBase, CirclesEndInNull) {
     a->one = nullptr;
 }
 
-/// Runs a function on a stack of its own.
+// Runs a function on a stack of its own.
 void on_a_stack(std::size_t bytes, const std::function<void()>& function) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
@@ -315,7 +315,7 @@ void on_a_stack(std::size_t bytes, const std::function<void()>& function) {
     pthread_attr_destroy(&attributes);
 }
 
-/// The length of a chain in memory.
+// The length of a chain in memory.
 int links_from(const ERObject* object) {
     int links = 0;
     for (; object; ++links)

@@ -15,7 +15,7 @@ namespace {
 
 using namespace velm_test;
 
-/// A store of objects, each known by the number of its content.
+// A store of objects, each known by the number of its content.
 struct AfterAFault : StoreTest {
     std::string rebuilt = folder.path("rebuilt");
     std::unique_ptr<ERObjectDataBase> store;
@@ -60,8 +60,8 @@ struct AfterAFault : StoreTest {
     }
     off_t length() const { return static_cast<off_t>(bytes().size()); }
 
-    /// What is wrong in memory, and, once it is closed without a report, in the file and in one
-    /// that is rebuilt of it.
+    // What is wrong in memory, and, once it is closed without a report, in the file and in one
+    // that is rebuilt of it.
     std::string wrong() {
         std::string text;
         for (const auto& [id, number] : numbers) {

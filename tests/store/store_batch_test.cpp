@@ -16,7 +16,7 @@ struct StoreBatchTest : StoreTest {
     ERDataBase data;
     std::vector<t_SmartPtr<Sample>> old_ones;
 
-    /// A store of 600 objects with free space in it.
+    // A store of 600 objects with free space in it.
     void begin() {
         ASSERT_EQ(data.Open(path.c_str(), 0), gmSuccess);
         for (int i = 0; i < 700; ++i) {
@@ -26,7 +26,7 @@ struct StoreBatchTest : StoreTest {
         for (int i = 0; i < 100; ++i)
             ASSERT_EQ(old_ones[static_cast<std::size_t>(7 * i)]->Delete(), 1);
     }
-    /// New objects, objects with references, and old ones stored again.
+    // New objects, objects with references, and old ones stored again.
     void fill() {
         for (int i = 0; i < 1500; ++i) {
             t_SmartPtr<ERObject> object(new Sample(10000 + i, i % 50));
@@ -100,7 +100,7 @@ TEST_F(StoreBatchTest, LeavesNothingWithoutCommit) {
     expect_sound();
 }
 
-/// Calls that write fail once.
+// Calls that write fail once.
 TEST_F(StoreBatchTest, IsThereOrNotWhateverFails) {
     begin();
     ASSERT_EQ(data.Close(), gmSuccess);

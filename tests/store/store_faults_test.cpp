@@ -19,7 +19,7 @@ namespace {
 
 using namespace velm_test;
 
-/// A store and what it must hold.
+// A store and what it must hold.
 class History {
 public:
     struct Entry {
@@ -32,7 +32,7 @@ public:
     History(std::string path, std::uint64_t seed)
         : path_(std::move(path)), random_(Random::fixed(seed)) {}
 
-    /// Continues another history on a copy of its file.
+    // Continues another history on a copy of its file.
     void begin(const std::string& file, const History& other, std::uint64_t seed) {
         objects_ = other.objects_;
         inner_ = other.inner_;
@@ -51,7 +51,7 @@ public:
         data_.reset();
         return code;
     }
-    /// One operation, of which a failure changes nothing. Returns what is wrong with it.
+    // One operation, of which a failure changes nothing. Returns what is wrong with it.
     std::string step(int most) {
         const int roll = random_.below(100);
         auto chosen = objects_.begin();
@@ -63,7 +63,7 @@ public:
         return remove(chosen);
     }
 
-    /// What is wrong with the objects of the open store.
+    // What is wrong with the objects of the open store.
     std::string wrong_in_memory() {
         std::string wrong;
         for (const auto& [id, entry] : objects_)
@@ -71,8 +71,8 @@ public:
                 wrong += "object " + std::to_string(id) + " in memory\n";
         return wrong;
     }
-    /// The same of a file. In one that stayed behind the operation that failed first may be done,
-    /// or done for the inner one of two objects.
+    // The same of a file. In one that stayed behind the operation that failed first may be done,
+    // or done for the inner one of two objects.
     std::string wrong_in(const std::string& path, bool behind = false) const {
         const velm::StoreImage image(path.c_str());
         velm::StoredObjects stored(path.c_str());
@@ -195,7 +195,7 @@ private:
     int number_ = 0;
 };
 
-/// What fails, and for how long.
+// What fails, and for how long.
 struct Fault {
     const char* name;
     FaultyFiles::Operation operation;
@@ -226,7 +226,7 @@ struct GoingOn : StoreTest {
     long runs = 0;
     long lost = 0; // of these, files that could not be brought up, as Close has reported
 
-    /// The file that the runs begin with.
+    // The file that the runs begin with.
     void prepare(std::uint64_t seed, int operations, int most) {
         history = History(path, seed);
         std::remove(path.c_str());
@@ -239,8 +239,8 @@ struct GoingOn : StoreTest {
         before.begin(prepared, history, seed);
     }
 
-    /// What is wrong after a fault in the operations that follow, and 50 more; `lasts` means that
-    /// the fault is there to the end.
+    // What is wrong after a fault in the operations that follow, and 50 more; `lasts` means that
+    // the fault is there to the end.
     std::string run(std::uint64_t seed, int most, auto begin_fault, auto end_fault, bool lasts) {
         ++runs;
         history.begin(prepared, before, seed);

@@ -16,7 +16,7 @@ using namespace velm_test;
 
 constexpr std::int32_t kDeleted = -1;
 
-/// What an operation does, or has done once it has returned.
+// What an operation does, or has done once it has returned.
 struct Change {
     std::int32_t id; // 0 for one not given out yet
     std::int32_t version;
@@ -24,7 +24,7 @@ struct Change {
 };
 using Objects = std::map<std::int32_t, std::int32_t>; // the version by identifier
 
-/// Saves, changes and deletes objects at random, up to a number of them.
+// Saves, changes and deletes objects at random, up to a number of them.
 class Work {
 public:
     Work(const std::string& path, std::uint64_t seed, int most)
@@ -32,7 +32,7 @@ public:
         succeed(data_.Open(path.c_str(), 0) == gmSuccess);
     }
 
-    /// One operation, told before it begins and after it has returned.
+    // One operation, told before it begins and after it has returned.
     template <class Tell>
     void step(std::int32_t version, Tell tell) {
         const int roll = random_.below(10);
@@ -79,8 +79,8 @@ void take_note(const Change& change, Objects& objects) {
         objects[change.id] = change.version;
 }
 
-/// What is wrong with the file that the rebuilding makes: it holds neither the objects as the last
-/// operation that returned left them nor these after the one that was under way.
+// What is wrong with the file that the rebuilding makes: it holds neither the objects as the last
+// operation that returned left them nor these after the one that was under way.
 std::string wrong_with_salvaged(const std::string& file, const std::string& rebuilt,
                                 const Objects& objects, Change under_way) {
     std::remove(rebuilt.c_str());
@@ -99,7 +99,7 @@ std::string wrong_with_salvaged(const std::string& file, const std::string& rebu
     return found == objects || found == after ? wrong : wrong + "objects missing, old or back";
 }
 
-/// Keeps what is written to a file.
+// Keeps what is written to a file.
 class RecordedFiles : public velm::detail::SystemFiles {
 public:
     RecordedFiles() : previous_(velm::detail::set_system_files(this)) {}
@@ -117,7 +117,7 @@ public:
     struct Event {
         std::size_t offset;
         std::string bytes; // none: the file is cut there
-        /// Does it as far as the next end of a page behind `from`, and returns how far that is.
+        // Does it as far as the next end of a page behind `from`, and returns how far that is.
         std::size_t happen(std::string& image, std::size_t from) const {
             if (bytes.empty()) image.resize(offset);
             const std::size_t to = std::min(bytes.size(), from + 4096 - (offset + from) % 4096);
@@ -131,7 +131,7 @@ public:
                 done = happen(image, done);
             while (done < bytes.size());
         }
-        /// Each sector of 512 bytes by chance.
+        // Each sector of 512 bytes by chance.
         void happen_in_part(std::string& image, Random& random) const {
             if (bytes.empty() && random.below(2)) image.resize(offset);
             for (std::size_t from = 0, to; from < bytes.size(); from = to) {
@@ -149,8 +149,8 @@ private:
     velm::detail::SystemFiles* previous_;
 };
 
-/// A disk that loses its power keeps some sectors of what was written since the last flush, and
-/// drops the others.
+// A disk that loses its power keeps some sectors of what was written since the last flush, and
+// drops the others.
 class PowerLoss {
 public:
     explicit PowerLoss(const TemporaryFolder& folder) : folder_(folder) {}
@@ -159,8 +159,8 @@ public:
         long images = 0, found = 0, silent = 0; // of these with a loss: told by the check or not
     };
 
-    /// Takes the objects that no operation has touched since the flush for those that must be
-    /// there.
+    // Takes the objects that no operation has touched since the flush for those that must be
+    // there.
     void count(const std::string& image, const Objects& durable, Counts& counts) const {
         const std::string file = folder_.file("image", image);
         const std::string rebuilt = folder_.path("rebuilt");
@@ -232,7 +232,7 @@ TEST(PowerLoss, IsHarmlessInTheOrderOfWritesAndCountedInAnyOther) {
     EXPECT_GT(any.found, 0);
 }
 
-/// The system leaves a killed process's write complete up to the end of a page.
+// The system leaves a killed process's write complete up to the end of a page.
 TEST(KilledStore, KeepsItsPromiseAtTheEndOfEachPageWritten) {
     TemporaryFolder folder;
     std::vector<std::pair<std::size_t, Change>> told; // with the events before it

@@ -20,7 +20,7 @@ using namespace velm_test;
 const bool thorough = setting("VELM_TEST_THOROUGH", 0) != 0;
 
 struct Robustness : StoreTest {
-    /// Rebuilds the file; what comes out is sound.
+    // Rebuilds the file; what comes out is sound.
     velm::SalvageReport salvaged(const std::string& from) {
         const std::string to = folder.path("salvaged");
         std::remove(to.c_str());
@@ -29,7 +29,7 @@ struct Robustness : StoreTest {
         return report;
     }
 
-    /// A small file with objects of several classes, a reference, a deleted and a moved object.
+    // A small file with objects of several classes, a reference, a deleted and a moved object.
     std::string small_file() {
         ERDataBase data;
         EXPECT_EQ(data.Open(path.c_str(), 0), gmSuccess);
@@ -204,8 +204,8 @@ TEST_F(Robustness, DigestsFindWhatHasChanged) {
 
 // ---- faults under the file layer ----
 
-/// What a scenario reports: the code of each of its public operations, -1 for an object that came
-/// back with success and not whole, as an array does whose reading fails.
+// What a scenario reports: the code of each of its public operations, -1 for an object that came
+// back with success and not whole, as an array does whose reading fails.
 std::vector<int> scenario(const std::string& path) {
     std::vector<int> codes;
     ERDataBase data;

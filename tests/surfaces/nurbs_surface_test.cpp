@@ -46,7 +46,7 @@ ERKnotVector random_knots(int p, int n, bool clamped) {
     return {p, low.data(), static_cast<int>(low.size())};
 }
 
-/// Poles near the unit box, weights 0.3 to 3; the domain is the unit square.
+// Poles near the unit box, weights 0.3 to 3; the domain is the unit square.
 Surface random_surface(int p, int q, int extra, bool clamped) {
     auto& random = generator();
     const int n = p + 1 + random.below(extra), m = q + 1 + random.below(extra);
@@ -56,14 +56,14 @@ Surface random_surface(int p, int q, int extra, bool clamped) {
     return {poles, random_knots(p, n, clamped), random_knots(q, m, clamped)};
 }
 
-/// Calls f with surfaces of degrees 1 to 5, every third unclamped.
+// Calls f with surfaces of degrees 1 to 5, every third unclamped.
 template <class F>
 void for_surfaces(int rounds, F f) {
     for (int i = 0; i < rounds; ++i)
         f(random_surface(1 + i % 5, 1 + (i + i / 5) % 5, 8, i % 3 != 0));
 }
 
-/// Points and first derivatives of a(u, v) and b(u, v) on the part of the square.
+// Points and first derivatives of a(u, v) and b(u, v) on the part of the square.
 void expect_same(const ERAnyBoundedSurface& a, const ERAnyBoundedSurface& b,
                  const ERLimites& in_u = {0, 1}, const ERLimites& in_v = {0, 1},
                  double tol = 1e-12) {
@@ -77,7 +77,7 @@ void expect_same(const ERAnyBoundedSurface& a, const ERAnyBoundedSurface& b,
 
 // References.
 
-/// |found - exact| in units of the sizes that the data states.
+// |found - exact| in units of the sizes that the data states.
 double deviation(const ERInfoPoint3DSurf& found, int row, const ERPoint3D& exact, double unit) {
     constexpr int in_v[] = {0, 0, 1, 0, 1, 2}, in_u[] = {0, 1, 0, 2, 1, 0};
     const ERPoint3D value(found.derivative(in_v[row], in_u[row]));
@@ -446,8 +446,8 @@ TEST(RevolvedNurbs, TurnsTheCurveAboutTheAxis) {
     }
 }
 
-/// The corners of the limits are those of the conversion, turned round on a plane, and everything
-/// between is on the surface.
+// The corners of the limits are those of the conversion, turned round on a plane, and everything
+// between is on the surface.
 template <class Bounded>
 void expect_converted(const Bounded& surface, bool turned) {
     const Surface nurbs = Convert2Nurbs(surface);
@@ -514,7 +514,7 @@ TEST(StoredPoleSurfaces, BytesAreTheLimitsThenPolesThenKnots) {
     EXPECT_NE(velm_test::text_of(row).find("Les Poles :( r= +1, c=+3"), std::string::npos);
 }
 
-/// Whatever was read: operations end, and give numbers or NaN.
+// Whatever was read: operations end, and give numbers or NaN.
 template <class AnySurface>
 void use(AnySurface& surface) {
     for (const double x : {0.0, 0.5, 1.0, std::nan("")}) {

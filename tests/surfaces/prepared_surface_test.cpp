@@ -22,7 +22,7 @@ namespace {
 
 constexpr double pi = std::numbers::pi;
 
-/// A meridian from one latitude to the other in the half plane x > 0, turned by the angles.
+// A meridian from one latitude to the other in the half plane x > 0, turned by the angles.
 ERSpoleNURBS3D sphere(double radius, double south, double north, double a, double b) {
     const ERPmIsometrie3D frame =
         ERChgRepere3D(ERVector3D(1, 0, 0), ERVector3D(0, 0, 1), ERPoint3D());
@@ -40,7 +40,7 @@ ERSpoleNURBS3D random_surface(velm_test::Random& random, int p, int q) {
     return {poles, ERKnotVector(p, n, {0, 1}), ERKnotVector(q, m, {-1, 2})};
 }
 
-/// Room for all that can be asked.
+// Room for all that can be asked.
 struct Everything {
     explicit Everything(std::size_t n) : points(n), curvatures(n) {
         for (auto& list : vectors)

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 const fs::path data = VELM_REAL_DATA;
 
-/// The surfaces of a text and the surface of each face, by their names.
+// The surfaces of a text and the surface of each face, by their names.
 struct SurfaceTexts {
     std::map<std::string, t_SmartPtr<ERSpoleNURBS3D>> surfaces;
     std::map<std::string, std::string> of_face;

@@ -34,8 +34,8 @@ public:
             segments.emplace_back(points[i], points[(i + 1) % points.size()]);
         return segments;
     }
-    /// Points inside edges, at vertices and beyond both ends, lengths, box, parts, NURBS form and
-    /// polylines.
+    // Points inside edges, at vertices and beyond both ends, lengths, box, parts, NURBS form and
+    // polylines.
     void expect_edges(Open& line, bool closed) {
         std::vector<Segment> segments = edges(line.getPoints(), closed);
         const int n = static_cast<int>(segments.size());

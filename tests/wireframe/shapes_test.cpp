@@ -23,7 +23,7 @@ ERPmIsometrie3D random_frame(Random& draw) {
     return ERChgRepere3D(draw.direction<ERVector3D>(), draw.value<ERPoint3D>(9));
 }
 
-/// The shape's points, nearest points, box and signed distances are those of its composite curve.
+// The shape's points, nearest points, box and signed distances are those of its composite curve.
 template <class Shape>
 void expect_outline(Shape& shape, int edges, Random& draw) {
     ERCompCurve2D outline = shape.composite_curve();
@@ -71,7 +71,7 @@ void expect_outline(Shape& shape, int edges, Random& draw) {
     }
 }
 
-/// The same shape in a frame: points and distances go with the frame, and back on the plane.
+// The same shape in a frame: points and distances go with the frame, and back on the plane.
 template <class Solid, class Flat>
 void expect_lifted(Flat& flat, Random& draw) {
     const ERPmIsometrie3D frame = random_frame(draw);
@@ -249,7 +249,7 @@ TEST(Shapes, TextsAndRecords) {
               velm_test::bytes_of(64, -2.0, -1.0, 2.0, -1.0, 2.0, 1.0, -2.0, 1.0));
 }
 
-/// Points moved by exactly this distance each, in random directions.
+// Points moved by exactly this distance each, in random directions.
 template <class Point>
 ERVec<Point> with_noise(ERVec<Point> points, double distance, Random& draw) {
     using Vector = std::conditional_t<Point::components == 2, ERVector2D, ERVector3D>;

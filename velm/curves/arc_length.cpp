@@ -14,10 +14,10 @@ namespace {
 
 using namespace velm::detail;
 
-/// A polynomial by its Bernstein coefficients.
+// A polynomial by its Bernstein coefficients.
 using Coefficients = std::vector<double>;
 
-/// The products of Bernstein polynomials b_i b_j = C(n, i) C(m, j) / C(n + m, i + j) b_(i + j).
+// The products of Bernstein polynomials b_i b_j = C(n, i) C(m, j) / C(n + m, i + j) b_(i + j).
 Coefficients product(const Coefficients& a, const Coefficients& b) {
     const int n = static_cast<int>(a.size()) - 1, m = static_cast<int>(b.size()) - 1;
     const double *left = theCnpTableau.Cnp(n), *right = theCnpTableau.Cnp(m);
@@ -35,19 +35,19 @@ Coefficients product(const Coefficients& a, const Coefficients& b) {
     return result;
 }
 
-/// The same polynomial of a higher degree: times (x + (1 - x))^k, whose coefficients are 1.
+// The same polynomial of a higher degree: times (x + (1 - x))^k, whose coefficients are 1.
 Coefficients raised(const Coefficients& a, std::size_t size) {
     return a.size() < size ? product(a, Coefficients(size - a.size() + 1, 1.0)) : a;
 }
 
-/// A part's length with its error, and the coefficients of the speed's integral.
+// A part's length with its error, and the coefficients of the speed's integral.
 template <std::size_t nodes>
 struct PartLength {
     double value, error;
-    std::array<double, nodes> speed; ///< Bernstein coefficients
+    std::array<double, nodes> speed; // Bernstein coefficients
 };
 
-/// The matrix that takes values at Chebyshev's nodes of [0, 1] to Bernstein coefficients.
+// The matrix that takes values at Chebyshev's nodes of [0, 1] to Bernstein coefficients.
 template <std::size_t nodes>
 class Interpolation {
 public:
@@ -98,10 +98,10 @@ private:
 template <int N>
 struct ArcLengthTable<N>::Builder {
     static constexpr std::size_t size = nodes;
-    /// A part this short is taken with the bounds of its chord and polygon.
+    // A part this short is taken with the bounds of its chord and polygon.
     static constexpr double shortest = 0x1p-48;
-    /// Below this part of the length, and below some roundings of the curve's size, halving finds
-    /// no more than the roundings of the bounds.
+    // Below this part of the length, and below some roundings of the curve's size, halving finds
+    // no more than the roundings of the bounds.
     static constexpr double rounding = 0x1p-46;
     static constexpr std::size_t most_parts = std::size_t{1} << 20;
 
@@ -110,9 +110,9 @@ struct ArcLengthTable<N>::Builder {
     double tolerance;
     Interpolation<size> interpolation{};
     double error = 0.0;
-    double polygon = 0.0; ///< the length of all poles' polygons
+    double polygon = 0.0; // the length of all poles' polygons
 
-    /// The poles of a part of a piece.
+    // The poles of a part of a piece.
     std::vector<double> row_of(const Piece<N>& piece, double from, double to) const {
         const int count = piece.degree + 1;
         std::vector<double> row(tables.poles(piece), tables.poles(piece) + count * (N + 1));
@@ -120,7 +120,7 @@ struct ArcLengthTable<N>::Builder {
         return row;
     }
 
-    /// By the polynomial that approximates the speed; the error is infinite if there is none.
+    // By the polynomial that approximates the speed; the error is infinite if there is none.
     PartLength<size> by_speed(const Piece<N>& piece, double from, double to) const {
         PartLength<size> result{0.0, HUGE_VAL, {}};
         std::array<double, size> values;
@@ -184,7 +184,7 @@ struct ArcLengthTable<N>::Builder {
         return result;
     }
 
-    /// Between the chord and the polygon of the poles.
+    // Between the chord and the polygon of the poles.
     PartLength<size> by_polygon(const Piece<N>& piece, double from, double to) const {
         const std::vector<double> row = row_of(piece, from, to);
         const auto point = [&](int i) {
@@ -214,7 +214,7 @@ struct ArcLengthTable<N>::Builder {
         table.parts_.push_back(part);
     }
 
-    /// A part may have its share of the tolerance, by its parameter.
+    // A part may have its share of the tolerance, by its parameter.
     void measure(int i, double from, double to) {
         const Piece<N>& piece = tables[i];
         const double share =

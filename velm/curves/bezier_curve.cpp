@@ -27,7 +27,7 @@ Value all_nan() {
     return Value::each([](int) { return std::numeric_limits<double>::quiet_NaN(); });
 }
 
-/// CasteljauAll of a curve's poles.
+// CasteljauAll of a curve's poles.
 template <class D, class Pole>
 typename D::InfoPoint info_over(const ERVec<Pole>& poles, double t, const ERLimites& domain) {
     constexpr int width = Pole::components;

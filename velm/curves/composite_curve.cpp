@@ -27,15 +27,15 @@ Value nowhere() {
     return Value::each([](int) { return std::numeric_limits<double>::quiet_NaN(); });
 }
 
-/// A parameter of an element by the fraction of the way from its start to its end, which is below
-/// the start on a clockwise arc.
+// A parameter of an element by the fraction of the way from its start to its end, which is below
+// the start on a clockwise arc.
 template <class Element>
 double parameter_at(const Element& element, double fraction) {
     return (1.0 - fraction) * element.udeb() + fraction * element.ufin();
 }
 
-/// The parameter t of a curve that counts edges, on its first part cut off at `end`: the edge that
-/// was cut has one unit again.
+// The parameter t of a curve that counts edges, on its first part cut off at `end`: the edge that
+// was cut has one unit again.
 double within_first_part(double t, double end) {
     const double joint = std::ceil(end) - 1.0;
     return t <= joint ? t : joint + (t - joint) / (end - joint);

@@ -19,7 +19,7 @@ constexpr double quarter_turn = 1.5707963267948966;
 constexpr double three_quarters = 4.71238898038469;
 constexpr double degrees_per_radian = 57.29577951308232;
 
-/// Quadratic pieces end to end: 2 n + 1 poles, and knots doubled where they meet.
+// Quadratic pieces end to end: 2 n + 1 poles, and knots doubled where they meet.
 template <class D>
 typename D::NurbsCurve of_pieces(const ERVec<typename D::Pole>& poles) {
     const int pieces = poles.size() / 2;
@@ -31,13 +31,13 @@ typename D::NurbsCurve of_pieces(const ERVec<typename D::Pole>& poles) {
     return {poles, ERKnotVector(2, knots)};
 }
 
-/// Where two lines meet, in units of their directions.
+// Where two lines meet, in units of their directions.
 struct Crossing {
     double first;
     double second;
 };
 
-/// None for lines whose directions are parallel within a sine of 3.2e-6, the root of 1e-11.
+// None for lines whose directions are parallel within a sine of 3.2e-6, the root of 1e-11.
 template <class Point, class Vector>
 std::optional<Crossing> crossing(const Point& p0, const Vector& d0, const Point& p2,
                                  const Vector& d2) {
@@ -52,7 +52,7 @@ std::optional<Crossing> crossing(const Point& p0, const Vector& d0, const Point&
     return Crossing{(a * c - b) / e / d0.norme(), (a - b * c) / e / d2.norme()};
 }
 
-/// A circle or an ellipse in its plane: center + across cos t + up sin t.
+// A circle or an ellipse in its plane: center + across cos t + up sin t.
 template <class D>
 struct Round {
     using Point = typename D::Point;
@@ -66,8 +66,8 @@ struct Round {
     Round of_radius(double r) const { return {center, across * r, up * r}; }
     Point at(double t) const { return center + across * std::cos(t) + up * std::sin(t); }
     Vector tangent(double t) const { return up * std::cos(t) - across * std::sin(t); }
-    /// The pole of this weight in the direction t: the point there for a weight of 1. Rounded once
-    /// where long double is longer than double.
+    // The pole of this weight in the direction t: the point there for a weight of 1. Rounded once
+    // where long double is longer than double.
     Pole pole(long double t, double weight) const {
         const long double c = std::cos(t);
         const long double s = std::sin(t);
@@ -79,8 +79,8 @@ struct Round {
     }
 };
 
-/// The arc of The NURBS Book's A7.1. `axes` is the circle of radius 1: its tangents have a length
-/// where the circle is a point.
+// The arc of The NURBS Book's A7.1. `axes` is the circle of radius 1: its tangents have a length
+// where the circle is a point.
 template <class D>
 typename D::NurbsCurve by_crossings(const Round<D>& axes, double radius, double start, double end) {
     using Pole = typename D::Pole;
@@ -113,7 +113,7 @@ typename D::NurbsCurve by_crossings(const Round<D>& axes, double radius, double 
     return of_pieces<D>(poles);
 }
 
-/// The poles of the arc by its angles; none for angles that are not finite.
+// The poles of the arc by its angles; none for angles that are not finite.
 template <class D>
 ERVec<typename D::Pole> poles_by_angles(const Round<D>& round, double start, double end) {
     double sweep = end - start;
@@ -159,8 +159,8 @@ Round<velm::Space> round_of(const EREllipse3D& ellipse) {
             velm::detail::lifted(frame, flat.small())};
 }
 
-/// One conic piece: its end points, and the pole between them as a point, or, of weight 0, as the
-/// direction of a point at infinity.
+// One conic piece: its end points, and the pole between them as a point, or, of weight 0, as the
+// direction of a point at infinity.
 struct ConicPiece {
     ERPoint2D p0;
     ERPoint2D p1;
@@ -170,7 +170,7 @@ struct ConicPiece {
     ERPole2DH pole() const { return {p1 * weight, weight}; }
 };
 
-/// Cuts at the shoulder point, the one of parameter 1/2; both halves get the same weight.
+// Cuts at the shoulder point, the one of parameter 1/2; both halves get the same weight.
 void split_at_shoulder(const ConicPiece& whole, ConicPiece& before, ConicPiece& after) {
     const double w = whole.weight;
     const bool infinite = w == 0.0;
@@ -182,7 +182,7 @@ void split_at_shoulder(const ConicPiece& whole, ConicPiece& before, ConicPiece& 
     after = {shoulder, r, whole.p2, weight};
 }
 
-/// The conic as one piece; none if there is no conic.
+// The conic as one piece; none if there is no conic.
 std::optional<ConicPiece> whole_conic(const ERPoint2D& p0, const ERVector2D& t0,
                                       const ERPoint2D& p2, const ERVector2D& t2,
                                       const ERPoint2D& p) {
@@ -212,7 +212,7 @@ std::optional<ConicPiece> whole_conic(const ERPoint2D& p0, const ERVector2D& t0,
     return ConicPiece{p0, ERPoint2D(t0 * factor), p2, 0.0};
 }
 
-/// How many pieces keep the polygon close to the conic (The NURBS Book, A7.3).
+// How many pieces keep the polygon close to the conic (The NURBS Book, A7.3).
 int piece_count(const ConicPiece& conic) {
     if (conic.weight >= 1.0) return 1;
     const double degrees = degrees_per_radian *

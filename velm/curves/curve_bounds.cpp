@@ -13,8 +13,8 @@ using namespace velm::detail;
 
 constexpr double most_vertices = 0x1p24;
 
-/// A bound of the distance of a piece from its chord, about the chord's middle: a point of the
-/// chord is no farther from there than half the chord.
+// A bound of the distance of a piece from its chord, about the chord's middle: a point of the
+// chord is no farther from there than half the chord.
 template <int N>
 double chord_distance(const PreparedPieces<N>& tables, const Piece<N>& piece) {
     constexpr int width = N + 1;

@@ -14,8 +14,8 @@ namespace {
 using detail::ConstPoleRow;
 using detail::PoleRow;
 
-/// The row of one pole less whose elevation is nearest to `p` in the sum of squares, ends held. The
-/// normal equations are tridiagonal: raised pole i is i/n q[i-1] + (1 - i/n) q[i].
+// The row of one pole less whose elevation is nearest to `p` in the sum of squares, ends held. The
+// normal equations are tridiagonal: raised pole i is i/n q[i-1] + (1 - i/n) q[i].
 void nearest_lower(ConstPoleRow p, PoleRow q) {
     const int n = p.degree();
     const auto left = [n](int i) { return static_cast<double>(i) / n; };

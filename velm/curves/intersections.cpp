@@ -10,12 +10,12 @@ namespace {
 
 using namespace velm::detail;
 
-/// A node of each curve's tree of boxes.
+// A node of each curve's tree of boxes.
 struct NodePair {
     int level_a, a, level_b, b;
 };
 
-/// What a thread keeps from one search to the next, so that it doesn't allocate again.
+// What a thread keeps from one search to the next, so that it doesn't allocate again.
 struct Workspace {
     std::vector<NodePair> waiting;
     std::vector<Meeting> meetings;
@@ -42,7 +42,7 @@ int nodes_of(const PreparedPieces<2>& tables, int level) {
     return nodes;
 }
 
-/// Walks both trees and searches the pairs of pieces whose boxes come together.
+// Walks both trees and searches the pairs of pieces whose boxes come together.
 class TreeWalk {
 public:
     TreeWalk(const PreparedPieces<2>& a, const PreparedPieces<2>& b,
@@ -105,7 +105,7 @@ private:
                       pair.level_b - (open_b || both ? 1 : 0), k});
     }
 
-    /// What the budget doesn't reach: the pieces of the smaller node with all of the other's.
+    // What the budget doesn't reach: the pieces of the smaller node with all of the other's.
     void leave(const NodePair& pair) {
         const auto pieces = [](const PreparedPieces<2>& tables, int level, int node) {
             int first = node, last = node + 1;

@@ -30,11 +30,11 @@ ERVec<double> array_of(const double* knots, int count) {
     return ERVec<double>(std::span<const double>(knots, static_cast<std::size_t>(count)));
 }
 
-/// A value between the ends at a ratio that is clamped to them where the ratio is in [0, 1].
+// A value between the ends at a ratio that is clamped to them where the ratio is in [0, 1].
 double blend(double first, double last, double s) { return ERLimites(first, last)(s); }
 
-/// Calls f with the value, the multiplicity in a and the one in b of each distinct knot of either,
-/// in order.
+// Calls f with the value, the multiplicity in a and the one in b of each distinct knot of either,
+// in order.
 template <class F>
 void for_knots_of_both(const ERKnotVector& a, const ERKnotVector& b, F f) {
     const KnotView x = view_of(a), y = view_of(b);
@@ -131,7 +131,7 @@ int ERKnotVector::quicklyFind(double u) const {
 
 namespace {
 
-/// Whether the knots that the basis functions of a span read are there.
+// Whether the knots that the basis functions of a span read are there.
 bool surrounded(const KnotView& k, int span) {
     return k.has_span() && span + 1 >= k.degree && span >= 0 && span < k.count - k.degree;
 }
@@ -306,7 +306,7 @@ ERKnotVector UniformeKnotVector(int degree, int n, const ERLimites& interval) {
 
 namespace {
 
-/// The knots of both as often as `copies` says, with the degree of a.
+// The knots of both as often as `copies` says, with the degree of a.
 template <class Copies>
 ERVec<double> combined(const ERKnotVector& a, const ERKnotVector& b, Copies copies) {
     ERVec<double> result;

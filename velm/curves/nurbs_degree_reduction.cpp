@@ -14,7 +14,7 @@
 namespace velm {
 namespace {
 
-/// The knots with their numbers of copies, ascending.
+// The knots with their numbers of copies, ascending.
 struct Run {
     double knot;
     int copies;
@@ -29,7 +29,7 @@ std::vector<Run> runs_of(const ERKnotVector& knots) {
     return runs;
 }
 
-/// The curve between knot p and knot n, these being its ends, p + 1 times each.
+// The curve between knot p and knot n, these being its ends, p + 1 times each.
 template <class Nurbs>
 Nurbs clamped(Nurbs curve) {
     const int p = curve.degree();
@@ -47,11 +47,11 @@ Nurbs clamped(Nurbs curve) {
     return {poles, ERKnotVector(p, knots.subVector(first, count + p + 1).getVec())};
 }
 
-/// How the poles of a curve, raised by some degrees, come from its own: raised pole i is the sum of
-/// weight(i, c) times pole first[i] + c, c up to the lower degree.
+// How the poles of a curve, raised by some degrees, come from its own: raised pole i is the sum of
+// weight(i, c) times pole first[i] + c, c up to the lower degree.
 struct Raising {
-    ERKnotVector knots; ///< of the lower degree
-    int columns;        ///< of `weights`: the lower degree + 1
+    ERKnotVector knots; // of the lower degree
+    int columns;        // of `weights`: the lower degree + 1
     std::vector<int> first;
     std::vector<double> weights;
 
@@ -62,9 +62,9 @@ struct Raising {
     }
 };
 
-/// A raised basis function belongs to poles whose own functions hold its support: to those of the
-/// span where it begins, at most degree + 1. So unit vectors of so many components, pole j with the
-/// component j modulo their number, are raised together and stay separate.
+// A raised basis function belongs to poles whose own functions hold its support: to those of the
+// span where it begins, at most degree + 1. So unit vectors of so many components, pole j with the
+// component j modulo their number, are raised together and stay separate.
 Raising raising_of(const ERKnotVector& lower, int by) {
     const int columns = lower.degree() + 1;
     Raising raising{lower, columns, {}, {}};
@@ -92,7 +92,7 @@ Raising raising_of(const ERKnotVector& lower, int by) {
     return raising;
 }
 
-/// The poles that, raised, are nearest to `wanted` in the sum of squares, the ends held.
+// The poles that, raised, are nearest to `wanted` in the sum of squares, the ends held.
 template <class Pole>
 std::optional<ERVec<Pole>> nearest_poles(const Raising& raising, const ERVec<Pole>& wanted) {
     const int count = raising.knots.length() - raising.columns, inner = count - 2;
@@ -123,7 +123,7 @@ std::optional<ERVec<Pole>> nearest_poles(const Raising& raising, const ERVec<Pol
     return poles;
 }
 
-/// A clamped curve lowered by `by`.
+// A clamped curve lowered by `by`.
 template <class Nurbs>
 std::optional<ReducedCurve<Nurbs>> lowered(const Nurbs& curve, int by) {
     const int p = curve.degree();

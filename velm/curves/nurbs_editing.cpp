@@ -27,7 +27,7 @@ bool has_positive_weights(const Nurbs& curve) {
     return curve.getPoles().size() > 1 && curve.getKnots().isUsable() && curve.isValid() != 0;
 }
 
-/// A bound of the distance of two curves with the same knots, at each parameter.
+// A bound of the distance of two curves with the same knots, at each parameter.
 template <class Nurbs>
 double knotwise_deviation(const Nurbs& before, const Nurbs& after) {
     const auto &a = before.getPoles(), &b = after.getPoles();
@@ -60,7 +60,7 @@ KnotRemoval remove_copies(Nurbs& curve, double t, double tolerance) {
     return removal;
 }
 
-/// The speed at an end of a clamped curve: the legs of the polygon next to it and the span.
+// The speed at an end of a clamped curve: the legs of the polygon next to it and the span.
 template <class Nurbs>
 double end_speed(const Nurbs& curve, bool at_end) {
     const auto& poles = curve.getPoles();

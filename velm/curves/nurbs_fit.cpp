@@ -21,8 +21,8 @@ double distance(const Point& a, const Point& b) {
     return std::sqrt(sum);
 }
 
-/// The parameters of the points in [0, 1] (The NURBS Book, 9.3 to 9.6), strictly ascending; none if
-/// that can't be.
+// The parameters of the points in [0, 1] (The NURBS Book, 9.3 to 9.6), strictly ascending; none if
+// that can't be.
 template <class Point>
 std::vector<double> parameters_of(std::span<const Point> points, PointParameters kind) {
     std::vector<double> t{0.0};
@@ -41,7 +41,7 @@ std::vector<double> parameters_of(std::span<const Point> points, PointParameters
     return t;
 }
 
-/// degree + 1 copies of 0 and of 1 around the inner knots.
+// degree + 1 copies of 0 and of 1 around the inner knots.
 ERKnotVector clamped(int degree, const std::vector<double>& inner) {
     ERVec<double> knots;
     for (int i = 0; i <= degree; ++i)
@@ -53,7 +53,7 @@ ERKnotVector clamped(int degree, const std::vector<double>& inner) {
     return ERKnotVector(degree, knots);
 }
 
-/// The basis functions at a parameter: degree + 1 values from pole `first` on.
+// The basis functions at a parameter: degree + 1 values from pole `first` on.
 struct BasisRow {
     int first;
     std::vector<double> values;
@@ -111,8 +111,8 @@ std::optional<Nurbs> through(std::span<const Point> points, int degree, PointPar
     return curve_of<Nurbs>(poles, knots);
 }
 
-/// The inner knots of a least-squares curve (The NURBS Book, 9.68 and 9.69): each span holds at
-/// least one parameter.
+// The inner knots of a least-squares curve (The NURBS Book, 9.68 and 9.69): each span holds at
+// least one parameter.
 std::vector<double> spread_knots(const std::vector<double>& t, int degree, int poles) {
     std::vector<double> inner;
     const double step = static_cast<double>(t.size()) / (poles - degree);

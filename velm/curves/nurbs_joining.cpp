@@ -14,12 +14,12 @@ namespace velm::detail {
 
 namespace {
 
-/// Positions that differ by more are not one.
+// Positions that differ by more are not one.
 constexpr double meeting_tolerance = 1e-11;
 
-/// The derivatives of a Bezier row at its first pole, order 0 to the degree, by its parameter of
-/// [0, 1]: those of the homogeneous coordinates are differences of poles, those of the point follow
-/// by the quotient rule (Piegl and Tiller, The NURBS Book, A4.2).
+// The derivatives of a Bezier row at its first pole, order 0 to the degree, by its parameter of
+// [0, 1]: those of the homogeneous coordinates are differences of poles, those of the point follow
+// by the quotient rule (Piegl and Tiller, The NURBS Book, A4.2).
 template <class D>
 std::vector<typename D::Vector> end_derivatives(ConstPoleRow bezier) {
     const int p = bezier.degree();
@@ -50,7 +50,7 @@ std::vector<typename D::Vector> end_derivatives(ConstPoleRow bezier) {
     return derivatives;
 }
 
-/// Whether each pair of coordinates has a cross product of at most tol.
+// Whether each pair of coordinates has a cross product of at most tol.
 template <class Vector>
 bool parallel(const Vector& a, const Vector& b, double tol) {
     for (int i = 0; i < Vector::components; ++i)
@@ -61,8 +61,8 @@ bool parallel(const Vector& a, const Vector& b, double tol) {
 
 } // namespace
 
-/// How two curves meet: the order of continuity, -1 for none, and what the parameter of the second
-/// is stretched by.
+// How two curves meet: the order of continuity, -1 for none, and what the parameter of the second
+// is stretched by.
 template <class D>
 struct NurbsCurve<D>::Joint {
     int order = -1;

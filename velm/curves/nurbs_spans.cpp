@@ -15,7 +15,7 @@ namespace velm::detail {
 
 namespace {
 
-/// Spans up to this length, in the parameter, are passed over by feet and sections.
+// Spans up to this length, in the parameter, are passed over by feet and sections.
 constexpr double least_span = 1e-11;
 
 template <class Box>

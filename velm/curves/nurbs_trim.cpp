@@ -8,7 +8,7 @@ namespace velm::detail {
 
 namespace {
 
-/// The poles of a curve as SplineTrim sees them.
+// The poles of a curve as SplineTrim sees them.
 template <class Pole>
 class CurvePoles {
 public:

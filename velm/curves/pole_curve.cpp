@@ -33,15 +33,15 @@ Point moved(const Point& p, const Point& v) {
 ERPole2DH moved(ERPole2DH p, const ERPoint2D& v) { return p.translate(v); }
 ERPole3DH moved(ERPole3DH p, const ERPoint3D& v) { return p.translate(v); }
 
-/// A new object of the curve's class, which the caller owns.
+// A new object of the curve's class, which the caller owns.
 template <class Rep>
 std::unique_ptr<Rep> copy_of(const Rep& curve) {
     return std::unique_ptr<Rep>(Rep::castdown(curve.getCopy()));
 }
 
-/// The length of a whole curve: polygon and chord averaged once they differ by no more than tol,
-/// else the sum of both halves. `rounding` is the least difference that is more than rounding of
-/// the coordinates: without it a tol far below the size would halve without end.
+// The length of a whole curve: polygon and chord averaged once they differ by no more than tol,
+// else the sum of both halves. `rounding` is the least difference that is more than rounding of
+// the coordinates: without it a tol far below the size would halve without end.
 template <class Rep>
 double halved_length(Rep& curve, double tol, double rounding) {
     constexpr double least_tolerance = 1e-8;
@@ -57,7 +57,7 @@ double halved_length(Rep& curve, double tol, double rounding) {
     return halved_length(*before, tol * 0.5, rounding) + halved_length(*after, tol * 0.5, rounding);
 }
 
-/// How far rounding may move the points, of some poles within these coordinates.
+// How far rounding may move the points, of some poles within these coordinates.
 template <class Box>
 double rounding_of(const Box& box, int poles) {
     double reach = 0.0;

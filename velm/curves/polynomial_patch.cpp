@@ -21,8 +21,8 @@ VELM_DEFINE_CLASS(ERPatchCPoly3D, ERLimitedEntity3DWF)
 
 namespace velm::detail {
 
-/// Polynomials as a stored field: their number, then each one's form. More than four, one of a
-/// degree that no curve is read with, or a number that is not finite, leave none.
+// Polynomials as a stored field: their number, then each one's form. More than four, one of a
+// degree that no curve is read with, or a number that is not finite, leave none.
 template <class Array>
 struct StoredPolynomials {
     Array& polys;
@@ -116,12 +116,12 @@ VELM_DEFINE_STORED_FORM_AFTER(template <class D>, PolynomialPatch<D>,
 
 namespace {
 
-/// t -> start + t (end - start), the parameter of [0, 1] onto an interval.
+// t -> start + t (end - start), the parameter of [0, 1] onto an interval.
 ERPolynome line_onto(const ERLimites& interval) {
     const double coefficients[] = {interval.start(), interval.amplitude()};
     return {coefficients, 2};
 }
-/// The way back.
+// The way back.
 ERPolynome line_from(const ERLimites& interval) {
     const double coefficients[] = {-interval.start() / interval.amplitude(),
                                    1.0 / interval.amplitude()};

@@ -15,7 +15,7 @@
 namespace velm {
 namespace {
 
-/// More quarter turns than any arc that is meant has.
+// More quarter turns than any arc that is meant has.
 constexpr double most_arc_pieces = 1e6;
 
 template <int N>
@@ -31,8 +31,8 @@ std::optional<PreparedCurve<N>> prepare_segment(const typename DimensionOf<N>::S
     return PreparedCurve<N>::from_pieces({&piece, 1});
 }
 
-/// One piece, about its middle: however short the arc is, its poles are right to their last digits
-/// there. For the angle m + x, cos(m + x) - cos m = -2 sin(m + x / 2) sin(x / 2), and so on.
+// One piece, about its middle: however short the arc is, its poles are right to their last digits
+// there. For the angle m + x, cos(m + x) - cos m = -2 sin(m + x / 2) sin(x / 2), and so on.
 template <int N>
 std::optional<PreparedCurve<N>> prepare_short_turn(const typename DimensionOf<N>::Point& center,
                                                    const typename DimensionOf<N>::Vector& u,
@@ -63,8 +63,8 @@ std::optional<PreparedCurve<N>> prepare_short_turn(const typename DimensionOf<N>
     return PreparedCurve<N>::from_pieces({&piece, 1}, origin, PieceParameter::angular);
 }
 
-/// center + u cos t + v sin t for t in `bound`. A piece of sweep 2 h about the angle m has its
-/// middle pole at (u cos m + v sin m) / cos h with the weight cos h.
+// center + u cos t + v sin t for t in `bound`. A piece of sweep 2 h about the angle m has its
+// middle pole at (u cos m + v sin m) / cos h with the weight cos h.
 template <int N>
 std::optional<PreparedCurve<N>>
 prepare_turn(const typename DimensionOf<N>::Point& center, const typename DimensionOf<N>::Vector& u,
@@ -118,7 +118,7 @@ std::optional<PreparedCurve<3>> prepare_turn(const EREllipse3D& ellipse, const E
                            detail::lifted(frame, flat.small()), bound);
 }
 
-/// The interval of getBound, which isn't const.
+// The interval of getBound, which isn't const.
 template <class Arc>
 ERLimites bound_of(const Arc& arc) {
     const double a = arc.udeb(), b = arc.ufin();
@@ -127,8 +127,8 @@ ERLimites bound_of(const Arc& arc) {
 
 const ERLimites whole_turn(0.0, detail::turn);
 
-/// The Bezier pieces of a NURBS curve's spans, cut to its limits. Limits beyond the knots continue
-/// the first or the last span.
+// The Bezier pieces of a NURBS curve's spans, cut to its limits. Limits beyond the knots continue
+// the first or the last span.
 template <int N, class Nurbs>
 std::optional<PreparedCurve<N>> prepare_nurbs(const Nurbs& curve) {
     const ERKnotVector& vector = curve.getKnots();

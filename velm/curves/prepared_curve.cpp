@@ -14,11 +14,11 @@ namespace {
 
 using namespace velm::detail;
 
-/// A zero this near to a joint or end, by the parameter of the piece, lies on it if its zone says
-/// that it may.
+// A zero this near to a joint or end, by the parameter of the piece, lies on it if its zone says
+// that it may.
 constexpr double joint_reach = 0x1p-36;
 
-/// The best place for the zero of a zone: the one found, or the middle of a zone of several parts.
+// The best place for the zero of a zone: the one found, or the middle of a zone of several parts.
 template <int N>
 CurvePlace place_in(const PreparedPieces<N>& tables, const SignZone& zone) {
     CurvePlace at = tables.place(zone.at.piece, zone.at.u);
@@ -36,7 +36,7 @@ CurvePlace place_in(const PreparedPieces<N>& tables, const SignZone& zone) {
     return at;
 }
 
-/// The joint or end that a zone reaches, if the place is next to it.
+// The joint or end that a zone reaches, if the place is next to it.
 template <int N>
 CurvePlace on_joint(const PreparedPieces<N>& tables, const SignZone& zone, const CurvePlace& at) {
     const bool reaches_start = at.piece != zone.from.piece || zone.from.u == 0.0 || zone.parts == 0;
@@ -49,7 +49,7 @@ CurvePlace on_joint(const PreparedPieces<N>& tables, const SignZone& zone, const
     return at;
 }
 
-/// What a foot and a crossing have in common.
+// What a foot and a crossing have in common.
 template <int N, class Found>
 Found found_at(const PreparedPieces<N>& tables, const SignZone& zone, const CurvePlace& place) {
     Found found;
@@ -62,8 +62,8 @@ Found found_at(const PreparedPieces<N>& tables, const SignZone& zone, const Curv
     return found;
 }
 
-/// The foot by Newton's method on (C - p) . C' itself, whose errors are those of the place, not of
-/// the whole piece; it stays in its zone and piece.
+// The foot by Newton's method on (C - p) . C' itself, whose errors are those of the place, not of
+// the whole piece; it stays in its zone and piece.
 template <int N>
 CurvePlace polished_foot(const PreparedPieces<N>& tables, const SignZone& zone, CurvePlace place,
                          const Local<N>& query) {
@@ -88,7 +88,7 @@ CurvePlace polished_foot(const PreparedPieces<N>& tables, const SignZone& zone, 
     return place;
 }
 
-/// A line of the plane or a plane of space, by a point and a normal scaled to size 1.
+// A line of the plane or a plane of space, by a point and a normal scaled to size 1.
 template <int N>
 struct Hyperplane {
     Local<N> point, normal;
@@ -111,7 +111,7 @@ struct Hyperplane {
         return plane;
     }
 
-    /// The side on which the box of a piece lies certainly, else 0.
+    // The side on which the box of a piece lies certainly, else 0.
     int side_of_box(const PreparedPieces<N>& tables, int i) const {
         const double* group = tables.group(0, i / box_fan);
         double low = 0.0, high = 0.0, reach = 0.0;
@@ -127,7 +127,7 @@ struct Hyperplane {
         return low > error ? 1 : high < -error ? -1 : 0;
     }
 
-    /// The coefficients of the distance times the weight; returns the bound of their errors.
+    // The coefficients of the distance times the weight; returns the bound of their errors.
     double coefficients(const PreparedPieces<N>& tables, const Piece<N>& piece, double* h) const {
         const double* pole = tables.poles(piece);
         const Local<N> from = difference(point, piece.origin);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr double whatever_the_gap = -1.0;
 
-/// The map of the plane that takes coordinates in one frame to those in the xy plane of another.
+// The map of the plane that takes coordinates in one frame to those in the xy plane of another.
 ERTransfo2D plane_map(const ERPmIsometrie3D& from, const ERPmIsometrie3D& to) {
     const ERPoint2D origin = to.Project(from.origine());
     const ERPoint2D x = to.Project(lifted(from, ERPoint2D(1.0, 0.0)));

@@ -24,7 +24,7 @@ template ERCpoleNURBS3D Segment<Space>::ConvertToNurbs();
 
 namespace {
 
-/// A curve of a frame's plane in space.
+// A curve of a frame's plane in space.
 ERCpoleNURBS3D lifted(const ERCpoleNURBS2D& flat, const ERPmIsometrie3D& frame) {
     if (flat.nbPoles() == 0) return {};
     return {Convert(flat.getPoles(), frame), flat.getKnots()};

@@ -50,7 +50,7 @@ namespace {
 
 using velm::detail::row_of;
 
-/// Each level halves the limits of one curve: deeper, they are a rounding wide.
+// Each level halves the limits of one curve: deeper, they are a rounding wide.
 constexpr int deepest_level = 100;
 constexpr double length_tolerance = 1e-07; // not read: the lengths of segments are exact
 
@@ -61,7 +61,7 @@ ERVec<ERPoint2D> pole_points(const ERVec<ERPole2DH>& poles) {
     return points;
 }
 
-/// The convex hull of poles as a closed polygon, with the ordinates it reaches.
+// The convex hull of poles as a closed polygon, with the ordinates it reaches.
 struct Hull {
     explicit Hull(const ERVec<ERPole2DH>& poles)
         : outline(CalculateConvexeHull(pole_points(poles))) {
@@ -71,8 +71,8 @@ struct Hull {
         }
         outline.push_back(ERPoint2D(std::as_const(outline).front()));
     }
-    /// intersect of both outlines. No ordinate in common is a sure no: `Inside` takes up no edge
-    /// then, and no edges meet.
+    // intersect of both outlines. No ordinate in common is a sure no: `Inside` takes up no edge
+    // then, and no edges meet.
     bool touches(const Hull& other) const {
         return lowest <= other.highest && other.lowest <= highest &&
                intersect(outline, other.outline) != 0;
@@ -83,12 +83,12 @@ struct Hull {
     double highest = -HUGE_VAL;
 };
 
-/// A part of a curve over its own limits. REQUIRES finite pole points.
+// A part of a curve over its own limits. REQUIRES finite pole points.
 struct Part {
     explicit Part(const ERCpoleBezier2DR& part)
         : curve(part), hull(part.getPoles()), length(curve.upperEstimate()),
           chord(distance(curve.firstPt(), curve.lastPt())) {}
-    /// Also for a ratio of NaN, that of a part without length.
+    // Also for a ratio of NaN, that of a part without length.
     bool is_flat() const {
         constexpr double flatness = 0.01;
         return !(1.0 - chord / length >= flatness);
@@ -100,7 +100,7 @@ struct Part {
     double chord;
 };
 
-/// Whether the squares of lengths between the points that the poles stand for are finite.
+// Whether the squares of lengths between the points that the poles stand for are finite.
 template <class Curve>
 bool has_finite_points(const Curve& curve) {
     constexpr double greatest = 1e150;
@@ -111,12 +111,12 @@ bool has_finite_points(const Curve& curve) {
     });
 }
 
-/// The pairs of parameters of two curves, in the order in which they are found.
+// The pairs of parameters of two curves, in the order in which they are found.
 class PairFinder {
 public:
     PairFinder(ERVec<double>& ta, ERVec<double>& tb) : ta_(ta), tb_(tb) {}
 
-    /// `swapped`: the second curve is first here.
+    // `swapped`: the second curve is first here.
     void find(const Part& first, const Part& second, bool swapped, int level = 0) {
         const bool flat = first.is_flat() && second.is_flat();
         if (!flat && level < deepest_level && divide(first, second, swapped, level)) return;
@@ -124,8 +124,8 @@ public:
     }
 
 private:
-    /// Goes on with the halves of the longer part, each before the other part; false if it can't be
-    /// halved.
+    // Goes on with the halves of the longer part, each before the other part; false if it can't be
+    // halved.
     bool divide(const Part& first, const Part& second, bool swapped, int level) {
         const bool longer_first = first.length >= second.length;
         const Part &longer = longer_first ? first : second, &other = longer_first ? second : first;
@@ -162,7 +162,7 @@ private:
         return {curve.firstPt(), curve.lastPt()};
     }
 
-    /// The fractions at which the lines through the ends meet, by distance: never negative.
+    // The fractions at which the lines through the ends meet, by distance: never negative.
     static bool start_of(const Part& first, const Part& second, ERVec<double>& fractions) {
         const ERSegment2D s1 = chord_of(first.curve), s2 = chord_of(second.curve);
         const double sine =
@@ -174,8 +174,8 @@ private:
         return true;
     }
 
-    /// Makes the box of both 100 units across, about its centre, so that the absolute residual is
-    /// relative to it.
+    // Makes the box of both 100 units across, about its centre, so that the absolute residual is
+    // relative to it.
     static bool scale_up(ERCpoleBezier2DR& a, ERCpoleBezier2DR& b) {
         constexpr double across = 100.0;
         ERMinimax2D box = a.getBox();
@@ -211,14 +211,14 @@ bool is_reverse_of(Curve a, const Curve& b) {
     return are_equal(a, b);
 }
 
-/// Whether two curves have the same poles and knots exactly, or one is the other turned round.
-/// Where the pieces of such curves have common points is decided by roundings.
+// Whether two curves have the same poles and knots exactly, or one is the other turned round.
+// Where the pieces of such curves have common points is decided by roundings.
 template <class Curve>
 bool are_same_curve(const Curve& a, const Curve& b) {
     return are_equal(a, b) || is_reverse_of(a, b) || is_reverse_of(b, a);
 }
 
-/// The spans of a curve that have a length, as Bezier curves over them.
+// The spans of a curve that have a length, as Bezier curves over them.
 std::vector<Part> bezier_parts(const ERCpoleNURBS2D& curve) {
     std::vector<Part> parts;
     const velm::detail::KnotView knots = velm::detail::view_of(curve.getKnots());

@@ -50,7 +50,7 @@ void BlockCache::erase(long offset) {
     if (find(offset) != nullptr) erase_at(place_of(offset));
 }
 
-/// What follows without a gap moves up where it is nearer to its home (Knuth, 6.4 R).
+// What follows without a gap moves up where it is nearer to its home (Knuth, 6.4 R).
 void BlockCache::erase_at(std::size_t place) {
     held_ -= table_[place].size;
     --blocks_;

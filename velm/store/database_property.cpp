@@ -27,7 +27,7 @@ std::string_view without_leading(std::string_view text) {
     return text;
 }
 
-/// The whole number that a text begins with, 0 without one, saturated.
+// The whole number that a text begins with, 0 without one, saturated.
 int leading_int(std::string_view text) {
     text = without_leading(text);
     int value = 0;
@@ -36,7 +36,7 @@ int leading_int(std::string_view text) {
     return value;
 }
 
-/// The number that a text begins with, 0.0 without one, in any locale.
+// The number that a text begins with, 0.0 without one, in any locale.
 double leading_double(std::string_view text) {
     text = without_leading(text);
     double value = 0.0;
@@ -184,7 +184,7 @@ void ERDBObjPropertyTable::restoreGuts(ERFile& file) {
         (*this)[key].restoreGuts(file);
 }
 
-/// The same where searching the buckets for each key would take the square of the count.
+// The same where searching the buckets for each key would take the square of the count.
 void ERDBObjPropertyTable::restore_many(ERFile& file, int count) {
     std::unordered_map<long, ERDBObjProperty*> present;
     for (Association& pair : *this)

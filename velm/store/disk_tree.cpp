@@ -10,9 +10,9 @@ namespace {
 
 int compare_text(const char* a, const char* b, std::size_t n) { return std::strncmp(a, b, n); }
 
-/// No tree of a 2 GiB file is deeper; a son that leads back up is.
+// No tree of a 2 GiB file is deeper; a son that leads back up is.
 constexpr int kDeepest = 64;
-/// Sizes beyond these are damage.
+// Sizes beyond these are damage.
 constexpr unsigned int kLongestKey = 0xFFFF;
 constexpr unsigned int kLargestOrder = 0xFFFF;
 constexpr std::size_t kLargestEmptyNode = std::size_t{1} << 24;
@@ -207,13 +207,13 @@ std::uint32_t number_of(const char* key) {
 
 } // namespace
 
-/// Pairs that were entered before nodes were given up, as a failed operation does, are not trusted.
+// Pairs that were entered before nodes were given up, as a failed operation does, are not trusted.
 velm::detail::PairTable& ERBTreeOnDisk::valid_pairs() const {
     if (std::exchange(pairs_of, file.nodes_given_up()) != file.nodes_given_up()) pairs->clear();
     return *pairs;
 }
 
-/// What a descent finds. A leaf that it ends in is entered as far as the keys above it lead there.
+// What a descent finds. A leaf that it ends in is entered as far as the keys above it lead there.
 bool ERBTreeOnDisk::find_number(const char* key, long& value) const {
     const std::int32_t known = valid_pairs().find(number_of(key));
     if (known != -1) {
@@ -379,7 +379,7 @@ int ERBTreeOnDisk::removeKeyAndValue(const char* key, ERCString& removedKey, lon
     return velm::detail::removal(file, [&] { return remove_pair(key, removedKey, value); });
 }
 
-/// Takes a pair out of a leaf that keeps enough of them: nothing else changes.
+// Takes a pair out of a leaf that keeps enough of them: nothing else changes.
 bool ERBTreeOnDisk::remove_easily(const char* key, ERCString& outKey, long& outValue) {
     int pos = 0;
     const long offset = findKeyAndValue(key, pos, outValue);

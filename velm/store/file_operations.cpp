@@ -46,7 +46,7 @@ void ERFileManager::roll_back() {
     now.batch.reset();
 }
 
-/// What goes to free space is written first: if that fails, nothing has to be put back.
+// What goes to free space is written first: if that fails, nothing has to be put back.
 void ERFileManager::commit() {
     OperationState& now = *operation;
     const bool head_has_changed = startOffset != now.start_before || endOfData != now.end_before;
@@ -84,8 +84,8 @@ bool ERFileManager::is_behind() const { return operation->behind.any; }
 
 // ---- what is free space ----
 
-/// Blocks that an operation takes from what it has freed itself count as in use: until all of it is
-/// on file they are.
+// Blocks that an operation takes from what it has freed itself count as in use: until all of it is
+// on file they are.
 void ERFileManager::note_allocated(long offset, unsigned int size) {
     const long upper = offset + long{size};
     if (offset >= operation->end_before) return; // all of that is free
@@ -111,14 +111,14 @@ bool ERFileManager::is_free_space(long offset, std::size_t count) const {
 
 // ---- gathering ----
 
-/// Where the file is shorter, it will have zeros.
+// Where the file is shorter, it will have zeros.
 std::string ERFileManager::old_image(long offset, std::size_t count) {
     std::string bytes(count, '\0');
     read_image(offset, bytes.data(), count);
     return bytes;
 }
 
-/// Gathers bytes of the operation under way whose old image nobody knows.
+// Gathers bytes of the operation under way whose old image nobody knows.
 void ERFileManager::change(long offset, const void* source, std::size_t count) {
     OperationState& now = *operation;
     now.window_size = 0;
@@ -219,7 +219,7 @@ bool ERFileManager::gathers_batch() const { return operation->batch != nullptr; 
 
 namespace {
 
-/// How far a node is above the leaves, as its first sons lead there.
+// How far a node is above the leaves, as its first sons lead there.
 int height_of(ERFileManager& file, const char* image, std::size_t size) {
     int height = 0;
     std::int32_t son;
@@ -233,8 +233,8 @@ int height_of(ERFileManager& file, const char* image, std::size_t size) {
 
 } // namespace
 
-/// The nodes that were there are written from the root down: each of their old keys is then in one
-/// that the root leads to, at any moment. What a batch frees is in use until it is on file.
+// The nodes that were there are written from the root down: each of their old keys is then in one
+// that the root leads to, at any moment. What a batch frees is in use until it is on file.
 void ERFileManager::end_batch() {
     OperationState& now = *operation;
     struct InPlace {
@@ -261,7 +261,7 @@ void ERFileManager::end_batch() {
 
 // ---- reading ----
 
-/// Bytes as they are for the operation under way. The position is anywhere afterwards.
+// Bytes as they are for the operation under way. The position is anywhere afterwards.
 std::size_t ERFileManager::read_image(long offset, void* target, std::size_t count) {
     char* const bytes = static_cast<char*>(target);
     const OperationState& now = *operation;
@@ -291,7 +291,7 @@ const char* ERFileManager::node_at(long offset, std::size_t size) {
     return read.data();
 }
 
-/// Fills the window from a position on.
+// Fills the window from a position on.
 bool ERFileManager::read_ahead(ULONGLONG position) {
     OperationState& now = *operation;
     if (!now.window) now.window = std::make_unique<char[]>(OperationState::window_capacity);
@@ -356,8 +356,8 @@ void ERFileManager::write_head() {
     write_direct(both ? 0 : 4, both ? words : words + 1, both ? 8 : 4);
 }
 
-/// The end of data grows before anything leads to the new blocks, and goes back when nothing leads
-/// to the old ones any more.
+// The end of data grows before anything leads to the new blocks, and goes back when nothing leads
+// to the old ones any more.
 void ERFileManager::write_in_place() {
     OperationState& now = *operation;
     now.behind.done = 0;
@@ -383,7 +383,7 @@ void ERFileManager::put_in_place(long offset, const char* bytes, const char* old
     write_direct(offset, bytes, size);
 }
 
-/// Where there is no room for both images, the node is written without them.
+// Where there is no room for both images, the node is written without them.
 void ERFileManager::write_guard(long offset, const char* bytes, const char* old, std::size_t size) {
     OperationState::Guard& guard = operation->guard;
     const std::string both =
@@ -410,8 +410,8 @@ void ERFileManager::cut_guard() {
     guard.there = false;
 }
 
-/// Puts back what an operation that failed has overwritten, in the reverse order of its writes, and
-/// cuts what is after the end of the file.
+// Puts back what an operation that failed has overwritten, in the reverse order of its writes, and
+// cuts what is after the end of the file.
 void ERFileManager::bring_up() {
     OperationState::Behind& behind = operation->behind;
     if (!behind.any) return cut_guard();

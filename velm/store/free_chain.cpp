@@ -20,8 +20,8 @@ void FreeChain::give_up() {
     tried_ = true;
 }
 
-/// Most look-ups are of the node that was looked up last. The others go through runs of offsets,
-/// each without a branch.
+// Most look-ups are of the node that was looked up last. The others go through runs of offsets,
+// each without a branch.
 std::size_t FreeChain::place_of(long offset) const {
     constexpr std::size_t kRun = 64;
     const auto sought = static_cast<std::int32_t>(offset);
@@ -42,8 +42,8 @@ std::size_t FreeChain::place_of(long offset) const {
 
 namespace {
 
-/// Calls back with each extent of one node that the other one doesn't list just so; both are in
-/// the order of their offsets.
+// Calls back with each extent of one node that the other one doesn't list just so; both are in
+// the order of their offsets.
 template <class Callback>
 bool each_only_in(const ERFreeListNode& one, const ERFreeListNode& other, Callback callback) {
     int j = 0;

@@ -17,7 +17,7 @@ using velm::detail::FreeChain;
 
 namespace {
 
-/// The number of extents that a node can be trusted to have.
+// The number of extents that a node can be trusted to have.
 int entries(const ERFreeListNode& node) {
     return std::clamp(node.count, 0, ERFreeListNode::max_extents);
 }
@@ -65,19 +65,19 @@ bool ERFreeListNode::enter(std::int32_t offset, std::uint32_t size) {
 
 namespace {
 
-/// A block's total size: the word in front of it and the bytes rounded up to a multiple of 4.
+// A block's total size: the word in front of it and the bytes rounded up to a multiple of 4.
 unsigned int block_size(unsigned int bytes) {
     if (bytes > static_cast<unsigned int>(INT_MAX) - 7u)
         AfxThrowFileException(CFileException::diskFull);
     return (bytes + 7u) & ~3u;
 }
 
-/// An extent larger than the block by less than this is given away whole.
+// An extent larger than the block by less than this is given away whole.
 constexpr unsigned int kSmallestRemainder = 8;
 
 constexpr unsigned int kNodePayload = 264;
 
-/// A chain this long is worth its image in memory.
+// A chain this long is worth its image in memory.
 constexpr long kLongWalk = 64;
 
 } // namespace
@@ -116,7 +116,7 @@ long ERListManager::take(int i, unsigned int& need) {
     return offset;
 }
 
-/// Another list manager than the file's own goes back by itself.
+// Another list manager than the file's own goes back by itself.
 template <class Work>
 auto ERListManager::as_operation(Work work) {
     velm::detail::StoreStep step(*file);

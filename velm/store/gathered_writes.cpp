@@ -8,10 +8,10 @@ namespace velm::detail {
 
 namespace {
 
-/// Blocks are rounded up to a multiple of this.
+// Blocks are rounded up to a multiple of this.
 constexpr long kRounding = 4;
 
-/// Copies what two ranges share.
+// Copies what two ranges share.
 void copy_shared(long from_offset, const char* from, std::size_t from_size, long offset,
                  char* target, std::size_t count) {
     const long begin = std::max(from_offset, offset);
@@ -24,7 +24,7 @@ void copy_shared(long from_offset, const char* from, std::size_t from_size, long
 
 } // namespace
 
-/// The last write gets no more bytes: if there are many, it is to be found by its offset.
+// The last write gets no more bytes: if there are many, it is to be found by its offset.
 void GatheredWrites::enter_last() {
     const auto enter = [this](std::size_t i) {
         for (long chunk = writes_[i].offset >> chunk_bits;

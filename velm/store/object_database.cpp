@@ -18,11 +18,11 @@ using velm::detail::StoreStep;
 
 namespace {
 
-/// The objects that one reading may create: all that the file can refer to by references of four
-/// bytes, and never so few that sharing on several levels is cut off.
+// The objects that one reading may create: all that the file can refer to by references of four
+// bytes, and never so few that sharing on several levels is cut off.
 constexpr long kLeastToCreate = 65536;
 
-/// Has an object under way for as long as it lives.
+// Has an object under way for as long as it lives.
 class OnTheWay {
 public:
     OnTheWay(velm::detail::ObjectsUnderWay& way, std::int32_t id) : way_(way) { way_.push(id); }
@@ -34,7 +34,7 @@ private:
     velm::detail::ObjectsUnderWay& way_;
 };
 
-/// The stored form overrules these arguments, which are the other tree's, part of the contract.
+// The stored form overrules these arguments, which are the other tree's, part of the contract.
 std::unique_ptr<ERBTreeOnDisk> open_tree(ERFileManager& file, velm::StoreTree form,
                                          velm::StoreTree other, long offset) {
     auto tree = std::make_unique<ERBTreeOnDisk>(
@@ -291,8 +291,8 @@ void ERObjectDataBase::go_back() noexcept {
     identities.clear();
 }
 
-/// The outermost object outlives the operation. Of those that it refers to, the ones that counted
-/// pointers hold are held here, too; others are not known to live on.
+// The outermost object outlives the operation. Of those that it refers to, the ones that counted
+// pointers hold are held here, too; others are not known to live on.
 void ERObjectDataBase::note_identity(ERObject& object) {
     const bool is_held = object.references() > 0;
     if (file->gathers_batch()) return;

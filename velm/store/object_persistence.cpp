@@ -14,7 +14,7 @@ constinit ERObjectDataBase* ERObject::m_DatabaseForNextAllocation = nullptr;
 
 namespace {
 
-/// The cause of the last failure that Save has kept to itself; a reference's writer passes it on.
+// The cause of the last failure that Save has kept to itself; a reference's writer passes it on.
 constinit int swallowed_cause = CFileException::none;
 
 int swallow(CFileException* failure) {

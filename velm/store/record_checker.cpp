@@ -14,7 +14,7 @@ t_SmartPtr<ERObject> empty_object(const std::string& class_name) {
     return creator ? t_SmartPtr<ERObject>(creator()) : nullptr;
 }
 
-/// A block has up to 3 bytes more for rounding, and 4 where a free extent was given whole.
+// A block has up to 3 bytes more for rounding, and 4 where a free extent was given whole.
 constexpr long kMostUnused = 7;
 
 } // namespace

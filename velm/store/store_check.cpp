@@ -41,7 +41,7 @@ void check_classes(const StoreImage& image, StoreReport& report) {
               [](const auto& a, const auto& b) { return a.signature < b.signature; });
 }
 
-/// The records by their classes: their blocks must hold what the class stores.
+// The records by their classes: their blocks must hold what the class stores.
 void check_records(const StoreImage& image, StoreReport& report, const char* name) {
     std::map<long, StoreReport::Class*> by_signature;
     for (StoreReport::Class& c : report.classes)
@@ -72,7 +72,7 @@ void check_index(const StoreImage& image, StoreReport& report) {
             report.faults.add(entry.node, "the index has an impossible entry");
 }
 
-/// Ranges must not overlap; what lies between them is waste.
+// Ranges must not overlap; what lies between them is waste.
 void check_space(const StoreImage& image, StoreReport& report) {
     long covered = 0;
     const char* kind = "";

@@ -19,7 +19,7 @@ std::string text(const char* what, const std::string& detail) {
     return std::string(what) + " " + detail;
 }
 
-/// Walks one tree of the file.
+// Walks one tree of the file.
 class TreeReader {
 public:
     TreeReader(StoreImage& image, TreeImage& tree, const char* kind)
@@ -85,7 +85,7 @@ private:
         }
     }
 
-    /// Nodes that overlap would be more than the file has room for.
+    // Nodes that overlap would be more than the file has room for.
     bool has_room_for_more() const {
         return seen_.size() < static_cast<std::size_t>(image_.length) / layout_.node_size();
     }
@@ -154,7 +154,7 @@ long StoreImage::next_data(long offset) const {
                : static_cast<long>(file.next_data(static_cast<ULONGLONG>(offset)));
 }
 
-/// A process that was killed in the writing of a node has left its images at the end of the file.
+// A process that was killed in the writing of a node has left its images at the end of the file.
 void StoreImage::read_unfinished_node() {
     using detail::UnfinishedNode;
     struct {

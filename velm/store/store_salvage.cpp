@@ -20,7 +20,7 @@ namespace {
 
 constexpr char kIndexClass[] = "ERAuxilaryIndex";
 
-/// What goes into the new file.
+// What goes into the new file.
 struct Content {
     DatabaseHeader header;
     std::map<long, std::string> classes; // by signature
@@ -31,7 +31,7 @@ struct Content {
 
 // ---- finding what no parent names ----
 
-/// The words of a file from a window that moves on; what is all zeros or a hole is passed over.
+// The words of a file from a window that moves on; what is all zeros or a hole is passed over.
 class WordReader {
 public:
     explicit WordReader(const StoreImage& image) : image_(image) {}
@@ -43,7 +43,7 @@ public:
             std::memcpy(&word, bytes_.data() + (offset - from_), sizeof word);
         return word;
     }
-    /// The first word from an offset on, in steps of four, that isn't zero; `to` where all are.
+    // The first word from an offset on, in steps of four, that isn't zero; `to` where all are.
     long next_not_zero(long offset, long to) {
         for (; offset < to; offset += 4) {
             if (offset >= from_ + static_cast<long>(size_) || offset < from_) {
@@ -71,7 +71,7 @@ private:
     std::size_t size_ = 0;
 };
 
-/// The ranges of a file that nothing names, looked through for nodes and records.
+// The ranges of a file that nothing names, looked through for nodes and records.
 class WasteSearch {
 public:
     explicit WasteSearch(const StoreImage& image) : image_(image) {
@@ -84,9 +84,9 @@ public:
         if (covered < end) add(covered, end);
     }
 
-    /// Calls back with each block in the waste that could be one by its size word: the payload's
-    /// offset and its size. A callback that takes the block returns true; the search then goes on
-    /// after it, and the block is waste no more.
+    // Calls back with each block in the waste that could be one by its size word: the payload's
+    // offset and its size. A callback that takes the block returns true; the search then goes on
+    // after it, and the block is waste no more.
     template <class Take>
     void for_each_block(Take take) {
         std::vector<std::pair<long, long>> left;
@@ -124,7 +124,7 @@ private:
     std::vector<std::pair<long, long>> ranges_;
 };
 
-/// A block in the waste read as a node; false where it can't be one.
+// A block in the waste read as a node; false where it can't be one.
 bool read_node(const StoreImage& image, const ERDiskTreeLayout& layout, bool binary, long payload,
                long size, TreeImage& found) {
     const long node_size = static_cast<long>(layout.node_size());
@@ -155,7 +155,7 @@ bool is_class_name(const std::string& name) {
     });
 }
 
-/// The nodes of one tree that the search finds.
+// The nodes of one tree that the search finds.
 TreeImage lost_nodes(const StoreImage& image, WasteSearch& search, StoreTree form,
                      const TreeImage& tree) {
     ERDiskTreeLayout layout{form.key_length, StoreTree::order};
@@ -184,7 +184,7 @@ bool plausible(const Content& content, const RecordImage& record) {
     return record.identifier >= 1 && content.classes.contains(record.signature);
 }
 
-/// The records that a node in the waste names, as far as they can be had.
+// The records that a node in the waste names, as far as they can be had.
 std::vector<RecordImage> named_records(const StoreImage& image, const WasteSearch& search,
                                        const Content& content, const TreeImage::Entry* first,
                                        const TreeImage::Entry* last) {
@@ -202,9 +202,9 @@ std::vector<RecordImage> named_records(const StoreImage& image, const WasteSearc
     return records;
 }
 
-/// The new half of a split that no parent names yet holds as many keys as a node must, all of them
-/// missing in the tree, and each with a record of its own that nothing else names. A node that was
-/// given up once doesn't: its objects live elsewhere or were deleted.
+// The new half of a split that no parent names yet holds as many keys as a node must, all of them
+// missing in the tree, and each with a record of its own that nothing else names. A node that was
+// given up once doesn't: its objects live elsewhere or were deleted.
 bool is_new_half(const StoreImage& image, const Content& content,
                  const std::vector<RecordImage>& records, std::size_t keys) {
     std::set<long> locations;
@@ -213,8 +213,8 @@ bool is_new_half(const StoreImage& image, const Content& content,
     return locations.size() == keys && keys >= image.objects.information.minimum;
 }
 
-/// The pair that is on its way up from such a split, to the parent: it is after the last key
-/// of the old half, and in front of keys that the new half has taken over.
+// The pair that is on its way up from such a split, to the parent: it is after the last key
+// of the old half, and in front of keys that the new half has taken over.
 TreeImage::Entry pair_on_its_way(const StoreImage& image, const TreeImage::Entry* first,
                                  const TreeImage::Entry* last) {
     const ERDiskTreeLayout layout{image.objects.information.key_length,
@@ -270,7 +270,7 @@ void gather_index(const StoreImage& image, WasteSearch& search, Content& content
         }
 }
 
-/// Whether a block that nothing names holds what its class would store there.
+// Whether a block that nothing names holds what its class would store there.
 bool looks_like_a_record(const StoreImage& image, const RecordImage& record,
                          const std::string& class_name) {
     const auto creator = ERClassRegistration::findCreator(class_name.c_str());
@@ -306,7 +306,7 @@ void gather_orphans(const StoreImage& image, WasteSearch& search, bool restored,
     });
 }
 
-/// Leaves out what isn't as its class stores it.
+// Leaves out what isn't as its class stores it.
 void leave_damaged_out(const StoreImage& image, Content& content, SalvageReport& report) {
     detail::RecordChecker checker(image);
     for (auto next = content.records.begin(); next != content.records.end();) {
@@ -326,7 +326,7 @@ void leave_damaged_out(const StoreImage& image, Content& content, SalvageReport&
                   [&](const auto& entry) { return !content.records.contains(entry.second); });
 }
 
-/// What the trees name and what is not to be taken over.
+// What the trees name and what is not to be taken over.
 void note_missing(const StoreImage& image, const Content& content, SalvageReport& report) {
     for (const RecordImage& record : image.records)
         if (!plausible(content, record))

@@ -6,7 +6,7 @@ namespace velm::detail {
 
 namespace {
 
-/// The bytes of a node before the first place after `from` where a page ends.
+// The bytes of a node before the first place after `from` where a page ends.
 std::size_t page_end(long offset, std::size_t from) {
     const std::size_t at = static_cast<std::size_t>(offset) + from;
     return from + UnfinishedNode::page - at % UnfinishedNode::page;

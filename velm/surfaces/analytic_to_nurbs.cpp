@@ -14,8 +14,8 @@
 
 namespace {
 
-/// A curve of the surface at the start of its angles, turned about the axis of its frame by their
-/// width.
+// A curve of the surface at the start of its angles, turned about the axis of its frame by their
+// width.
 template <class Surface, class Curve>
 ERSpoleNURBS3D turned(const Surface& surface, Curve curve, const ERLimites& angles) {
     const ERInfLine3D axis(surface.getNormale(), surface.getMatrix().origine());

@@ -20,7 +20,7 @@ velm::detail::KnotView view_of(const tqkKnotVec& knots) {
     return {knots.data(), knots.count(), knots.degree()};
 }
 
-/// Cox and de Boor by the reciprocals; memory as basis_memory says.
+// Cox and de Boor by the reciprocals; memory as basis_memory says.
 template <class Degree, class Order>
 [[gnu::always_inline]] inline DirectionBasis basis_at(const tqkKnotVec& knots, int span, Degree p,
                                                       double t, Order order, double* memory) {
@@ -61,7 +61,7 @@ template <class Degree, class Order>
     return {value, once_less, twice_less, first_factor, second_factor};
 }
 
-/// Calls f with the order as a constant.
+// Calls f with the order as a constant.
 template <class F>
 [[gnu::always_inline]] inline void with_order(int order, F f) {
     if (order <= 0) return f(std::integral_constant<int, 0>{});

@@ -25,7 +25,7 @@ struct ERSpoleNURBS3D::Caches {
 
 namespace {
 
-/// The domain, [0, 1] without one.
+// The domain, [0, 1] without one.
 ERLimites domain_of(const ERKnotVector& knots) {
     const KnotView k = velm::detail::view_of(knots);
     return k.has_span() ? ERLimites(k.low(), k.high()) : ERLimites(0.0, 1.0);
@@ -36,7 +36,7 @@ bool fits(const ERKnotVector& knots, int poles) {
     return k.has_span() && k.poles() == poles && k.low() < k.high();
 }
 
-/// Calls f(index of the span among those that are not empty, index of the knot at its start).
+// Calls f(index of the span among those that are not empty, index of the knot at its start).
 template <class F>
 int for_spans(const ERKnotVector& knots, F f) {
     const KnotView k = velm::detail::view_of(knots);

@@ -112,8 +112,8 @@ double EROffsetSurface::upperEstimateInV() const {
     return base_ ? base_->upperEstimateInV() + 2.0 * std::numbers::pi * std::fabs(offset_) : 0.0;
 }
 
-/// Not through the constructors, which would look at the side again: in the middle of a part the
-/// base's normal may point elsewhere.
+// Not through the constructors, which would look at the side again: in the middle of a part the
+// base's normal may point elsewhere.
 int EROffsetSurface::part(int done, const t_SmartPtr<ERAnyBoundedSurface>& low,
                           const t_SmartPtr<ERAnyBoundedSurface>& high,
                           t_SmartPtr<ERAnyBoundedSurface>& a,
@@ -144,8 +144,8 @@ int EROffsetSurface::SplitInV(t_SmartPtr<ERAnyBoundedSurface>& a,
     return part(base_ ? base_->SplitInV(low, high, v) : 0, low, high, a, b);
 }
 
-/// The side is kept by comparing the mapped normal with the normal of the changed base: Normalize
-/// alone could be wrong for a direction that is nearly in the surface.
+// The side is kept by comparing the mapped normal with the normal of the changed base: Normalize
+// alone could be wrong for a direction that is nearly in the surface.
 template <class Change, class MapVector>
 void EROffsetSurface::move(Change change, MapVector map_vector, double factor) {
     ERVector3D expected = middle_normal();

@@ -17,8 +17,8 @@ ERPole3DH scaled(const ERPole3DH& p, double s) { return {p.x_ * s, p.y_ * s, p.z
 ERPoint3D moved(const ERPoint3D& p, const ERPoint3D& v) { return p + v; }
 ERPole3DH moved(ERPole3DH p, const ERPoint3D& v) { return p.translate(v); }
 
-/// The longest polygon of the lines along an axis; `step` from pole to pole, `next` from line to
-/// line.
+// The longest polygon of the lines along an axis; `step` from pole to pole, `next` from line to
+// line.
 template <class Poles>
 double longest_polygon(const Poles& poles, int count, int step, int lines, int next) {
     using velm::detail::pole_point;

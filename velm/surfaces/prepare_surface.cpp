@@ -40,7 +40,7 @@ std::vector<double> list(const ERVec<double>& values) {
     return {values.view().begin(), values.view().end()};
 }
 
-/// Patches side by side in one matrix as tables. Null unless all is finite and weights positive.
+// Patches side by side in one matrix as tables. Null unless all is finite and weights positive.
 std::shared_ptr<SurfaceTables> tables_of(const ERMatrix<ERPole3DH>& pieces, int degree_u,
                                          int degree_v, const ERVec<double>& ends_u,
                                          const ERVec<double>& ends_v) {
@@ -97,7 +97,7 @@ std::shared_ptr<SurfaceTables> bezier_tables(const Bezier& surface) {
                      {part.udeb(), part.ufin()}, {part.vdeb(), part.vfin()});
 }
 
-/// A box that holds the surface: that of a box in the frame, of whole turns.
+// A box that holds the surface: that of a box in the frame, of whole turns.
 ERMinimax3D bounds_of(const detail::AnalyticShape& shape, SurfaceKind kind, const ERLimites& u,
                       const ERLimites& v) {
     const double r = std::fabs(shape.radius), small = std::fabs(shape.small_radius);
@@ -116,7 +116,7 @@ ERMinimax3D bounds_of(const detail::AnalyticShape& shape, SurfaceKind kind, cons
     return box;
 }
 
-/// An analytic surface in its frame; its box is that of whole turns.
+// An analytic surface in its frame; its box is that of whole turns.
 template <class Framed>
 std::shared_ptr<SurfaceTables> shape_tables(const Framed& surface, SurfaceKind kind, double radius,
                                             double small_radius = 0.0) {

@@ -18,7 +18,7 @@ using detail::SurfaceTables;
 
 namespace {
 
-/// A point and its derivatives: eighteen doubles, P, Pu, Pv, Puu, Puv, Pvv.
+// A point and its derivatives: eighteen doubles, P, Pu, Pv, Puu, Puv, Pvv.
 struct Jet {
     double c[18];
 
@@ -26,7 +26,7 @@ struct Jet {
     ERVector3D vector(int k) const { return {c[3 * k], c[3 * k + 1], c[3 * k + 2]}; }
 };
 
-/// The order of derivatives that the samples need.
+// The order of derivatives that the samples need.
 int order_of(const SurfaceSamples& samples) {
     const bool second = !samples.duu.empty() || !samples.duv.empty() || !samples.dvv.empty() ||
                         !samples.curvatures.empty();
@@ -47,12 +47,12 @@ PrincipalCurvatures curvatures_of(const Jet& jet) {
     return {mean - root, mean + root};
 }
 
-/// cos and sin of an angle, or the parameter itself on axes that are lengths.
+// cos and sin of an angle, or the parameter itself on axes that are lengths.
 struct Turn {
     double t, cosine, sine;
 };
 
-/// The analytic surfaces.
+// The analytic surfaces.
 class Analytic {
 public:
     explicit Analytic(const SurfaceTables& tables) : kind_(tables.kind), shape_(tables.shape) {}
@@ -116,7 +116,7 @@ int patch_of(const std::vector<double>& ends, double t) {
     return static_cast<int>(above - ends.begin()) - 1;
 }
 
-/// Bernstein's functions at t between two ends; memory as basis_memory says.
+// Bernstein's functions at t between two ends; memory as basis_memory says.
 template <class Degree, class Order>
 [[gnu::always_inline]] inline DirectionBasis bernstein_at(double low, double high, Degree p,
                                                           double t, Order order, double* memory) {
@@ -151,7 +151,7 @@ template <class Order>
         std::copy_n(sums[k], 3, jet.c + 3 * k);
 }
 
-/// Calls f(degree in u, degree in v, order) with constants in the usual cases.
+// Calls f(degree in u, degree in v, order) with constants in the usual cases.
 template <class F>
 void with_degrees(const SurfaceTables& tables, int order, F f) {
     const auto with_order = [&](auto p, auto q) __attribute__((always_inline)) {
@@ -166,13 +166,13 @@ void with_degrees(const SurfaceTables& tables, int order, F f) {
     }
 }
 
-/// Room on the stack for constant degrees, else for those that surfaces are prepared of.
+// Room on the stack for constant degrees, else for those that surfaces are prepared of.
 constexpr int highest_degree = 64;
 template <class Degree, std::size_t Fixed, std::size_t Inline>
 using Room = detail::DegreeWork<Degree, Fixed, Inline>;
 
-/// f(index, jet) at each parameter of a NURBS surface: at random places its own poles stay in the
-/// nearest cache where those of all patches don't.
+// f(index, jet) at each parameter of a NURBS surface: at random places its own poles stay in the
+// nearest cache where those of all patches don't.
 template <class F>
 void for_spline(const SurfaceTables& tables, std::span<const ERPoint2D> parameters, int order,
                 F f) {
@@ -188,7 +188,7 @@ void for_spline(const SurfaceTables& tables, std::span<const ERPoint2D> paramete
     }
 }
 
-/// f(index, jet) at each parameter of a Bezier surface.
+// f(index, jet) at each parameter of a Bezier surface.
 template <class F>
 void for_patches(const SurfaceTables& tables, std::span<const ERPoint2D> parameters, int order,
                  F f) {
@@ -218,8 +218,8 @@ void for_patches(const SurfaceTables& tables, std::span<const ERPoint2D> paramet
     });
 }
 
-/// f(index, jet) at all pairs. Basis functions along U are kept for a run of u; the columns of a
-/// patch are summed once for each v and patch.
+// f(index, jet) at all pairs. Basis functions along U are kept for a run of u; the columns of a
+// patch are summed once for each v and patch.
 template <class F>
 void for_patch_grid(const SurfaceTables& tables, std::span<const double> u,
                     std::span<const double> v, int order, F f) {
@@ -303,7 +303,7 @@ SurfacePatch PreparedSurface::patch(int i_u, int i_v) const {
 
 namespace {
 
-/// f(index, jet) at each parameter of a surface of any kind.
+// f(index, jet) at each parameter of a surface of any kind.
 template <class F>
 void for_parameters(const SurfaceTables& tables, std::span<const ERPoint2D> parameters, int order,
                     F f) {
@@ -340,7 +340,7 @@ Jet jet_at(const SurfaceTables& tables, const ERPoint2D& at, int order) {
     return found;
 }
 
-/// The product of the tangents where it is far from vanishing, else the limit.
+// The product of the tangents where it is far from vanishing, else the limit.
 ERVector3D normal_of(const SurfaceTables& tables, const ERPoint2D& at, const Jet& jet) {
     constexpr double vanishing = 1e-6; // of what a plane of the size of the box has
     const ERVector3D product = jet.vector(1) ^ jet.vector(2);
@@ -353,7 +353,7 @@ ERVector3D normal_of(const SurfaceTables& tables, const ERPoint2D& at, const Jet
                         tables.v);
 }
 
-/// Writes what is wanted of one jet.
+// Writes what is wanted of one jet.
 [[gnu::always_inline]] inline void write(const SurfaceTables& tables, const ERPoint2D& at,
                                          const Jet& jet, std::size_t k, const SurfaceSamples& to) {
     if (!to.points.empty()) to.points[k] = jet.point();

@@ -179,8 +179,8 @@ double ERSurOfRevolution::upperEstimateInV() const {
     return angles_.amplitude() * upperEstimateRadius();
 }
 
-/// A reflection turns the sense about the axis round: its direction is negated, and the angles
-/// stay.
+// A reflection turns the sense about the axis round: its direction is negated, and the angles
+// stay.
 template <class Map>
 void ERSurOfRevolution::move(Map map, bool reflecting) {
     map(axis_);

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// A frame with z along the axis and x towards the curve.
+// A frame with z along the axis and x towards the curve.
 ERPmIsometrie3D frame_of(ERCpoleNURBS3D curve, const ERInfLine3D& axis) {
     constexpr double off_axis = 1e-11; // model units
     constexpr int steps = 64;

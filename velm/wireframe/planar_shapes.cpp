@@ -82,7 +82,7 @@ void VertexShape::reverse() { std::reverse(points.begin(), points.end()); }
 
 namespace {
 
-/// Four corners: the first four points, the last one repeated, the origin without any.
+// Four corners: the first four points, the last one repeated, the origin without any.
 ERVec<ERPoint2D> four_corners(ERVec<ERPoint2D> given) {
     constexpr int corners = 4;
     if (given.size() > corners) given.resize(corners);

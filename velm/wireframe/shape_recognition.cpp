@@ -19,7 +19,7 @@ using velm::detail::turned_left;
 using Flat = ERVec<ERPoint2D>;
 using Solid = ERVec<ERPoint3D>;
 
-/// How far a vertex may be off: velm::recognition_tolerance times the diagonal of the box.
+// How far a vertex may be off: velm::recognition_tolerance times the diagonal of the box.
 template <class Box, class Point>
 double tolerance_of(const ERVec<Point>& points) {
     Box box;
@@ -27,7 +27,7 @@ double tolerance_of(const ERVec<Point>& points) {
     return velm::recognition_tolerance * distance(box.MinPoint(), box.MaxPoint());
 }
 
-/// The vertices of an outline without the closing point; none if a tolerance can't be said.
+// The vertices of an outline without the closing point; none if a tolerance can't be said.
 template <class Point>
 ERVec<Point> open_outline(ERVec<Point> points, double tolerance) {
     if (points.empty() || !std::isfinite(tolerance)) return {};
@@ -45,7 +45,7 @@ bool fits(const ERVec<Point>& points, const ERVec<Point>& vertices, double toler
            std::equal(points.cbegin(), points.cend(), vertices.cbegin(), near);
 }
 
-/// Orders points around the mean of their places in a plane, counter-clockwise from the first.
+// Orders points around the mean of their places in a plane, counter-clockwise from the first.
 template <class Point, class Flatten>
 void sort_around(ERVec<Point>& points, Flatten flatten) {
     if (points.empty()) return;
@@ -60,9 +60,9 @@ void sort_around(ERVec<Point>& points, Flatten flatten) {
                      [&](const Point& p, const Point& q) { return from_first(p) < from_first(q); });
 }
 
-/// The rectangle of least squares to four points around it. With e the sum of the edges along and f
-/// of those across, its unit direction d has the greatest (e . d)^2 + (f . n)^2, n being d turned
-/// to the side of f, and its sides are e . d / 2 and f . n / 2.
+// The rectangle of least squares to four points around it. With e the sum of the edges along and f
+// of those across, its unit direction d has the greatest (e . d)^2 + (f . n)^2, n being d turned
+// to the side of f, and its sides are e . d / 2 and f . n / 2.
 Flat fitted_rectangle(const Flat& p) {
     if (p.size() != 4) return {};
     const ERPoint2D centre = Barycentre(p);
@@ -81,7 +81,7 @@ Flat fitted_rectangle(const Flat& p) {
             centre + half_length + half_width, centre - half_length + half_width};
 }
 
-/// The regular polygon of least squares: the points turned back onto the first one, averaged.
+// The regular polygon of least squares: the points turned back onto the first one, averaged.
 Flat fitted_polygon(const Flat& points) {
     const int n = points.size();
     if (n < 3) return {};
@@ -109,15 +109,15 @@ bool has_sides(const Flat& vertices, double least) {
            distance(vertices[1], vertices[2]) > least;
 }
 
-/// The fit to points around an outline; none if it isn't theirs.
+// The fit to points around an outline; none if it isn't theirs.
 template <class Fit>
 Flat recognised(const Flat& points, double tolerance, Fit fit) {
     const Flat vertices = fit(points);
     return has_sides(vertices, tolerance) && fits(points, vertices, tolerance) ? vertices : Flat();
 }
 
-/// The sum of the cross products of neighbours seen from the first point (Newell): the normal of
-/// the plane of points around an outline.
+// The sum of the cross products of neighbours seen from the first point (Newell): the normal of
+// the plane of points around an outline.
 ERVector3D normal_of_outline(const Solid& points) {
     ERVector3D sum;
     for (int i = 2; i < points.size(); ++i)
@@ -125,7 +125,7 @@ ERVector3D normal_of_outline(const Solid& points) {
     return sum;
 }
 
-/// The greatest of all cross products seen from the first point: a normal of points in any order.
+// The greatest of all cross products seen from the first point: a normal of points in any order.
 ERVector3D normal_of_points(const Solid& points) {
     ERVector3D greatest;
     for (int i = 1; i < points.size(); ++i) {
@@ -138,7 +138,7 @@ ERVector3D normal_of_points(const Solid& points) {
     return greatest;
 }
 
-/// Makes `shape` the fit to points around an outline of space.
+// Makes `shape` the fit to points around an outline of space.
 template <class FlatShape, class Shape, class Fit>
 bool recognise_in_space(const Solid& points, double tolerance, Fit fit, Shape& shape) {
     const ERVector3D normal = normal_of_outline(points);

@@ -91,7 +91,7 @@ template class FramedShape<ERRoundedSlot2D>;
 
 namespace {
 
-/// The frame of a rectangle's corners; one along the axes of space where they are on a line.
+// The frame of a rectangle's corners; one along the axes of space where they are on a line.
 ERPmIsometrie3D frame_of(const ERPoint3D& c0, const ERPoint3D& c1, const ERPoint3D& c2) {
     const ERPoint3D centre = milieu(c0, c2);
     const ERVector3D x(c0, c1), y(c1, c2);

@@ -1,6 +1,6 @@
 #include "inspect/command/commands.h"
-
 #include "inspect/inspection/store_tools.h"
+
 #include <memory>
 
 namespace velm::inspect {

@@ -6,14 +6,14 @@
 // roughness; then blade_curve.txt, a NURBS curve through a part of the same points, and curve.csv,
 // centres of a ball that touches a blade off that curve by the numbers of the column `displaced`.
 // The same numbers at every run.
-#include <fstream>
-#include <numbers>
-#include <vector>
-
 #include "sample_tools.h"
 #include "velm/curves/arc_length.h"
 #include "velm/curves/nurbs_fit.h"
 #include "velm/curves/prepare.h"
+
+#include <fstream>
+#include <numbers>
+#include <vector>
 
 namespace demo {
 namespace {

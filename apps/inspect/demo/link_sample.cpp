@@ -2,11 +2,11 @@
 // Writes link.txt, the nominal outline, link.csv, centres of a ball in the coordinates of a machine
 // in whose space the link lies tilted, and bore.csv, those of the small bore alone. The small bore
 // sits off its place, the large end is too large, and all is a little rough.
+#include "sample_tools.h"
+
 #include <fstream>
 #include <numbers>
 #include <vector>
-
-#include "sample_tools.h"
 
 namespace demo {
 namespace {

@@ -1,9 +1,9 @@
 // make_sample FOLDER: the demo's samples, each a nominal and its simulated probing. The same
 // numbers at every run.
+#include "sample_tools.h"
+
 #include <cstdio>
 #include <exception>
-
-#include "sample_tools.h"
 
 int main(int argc, char** argv) {
     if (argc != 2) {

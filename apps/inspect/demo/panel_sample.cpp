@@ -2,10 +2,10 @@
 // the normal of the sheet and the centre of the ball that touched it, and for the edge of the hole
 // the nominal points alone with the points of the edge. The panel lies a little off its place,
 // waves a little, has one dent and a burr on the hole, and all is a little rough.
+#include "sample_tools.h"
+
 #include <fstream>
 #include <numbers>
-
-#include "sample_tools.h"
 
 namespace demo {
 namespace {

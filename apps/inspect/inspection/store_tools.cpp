@@ -1,8 +1,5 @@
 #include "inspect/inspection/store_tools.h"
 
-#include <cstring>
-#include <nlohmann/json.hpp>
-
 #include "inspect/base/number_text.h"
 #include "inspect/base/output_set.h"
 #include "inspect/base/table.h"
@@ -15,6 +12,9 @@
 #include "velm/store/store_digest.h"
 #include "velm/store/store_salvage.h"
 #include "velm/version.h"
+
+#include <cstring>
+#include <nlohmann/json.hpp>
 
 namespace velm::inspect {
 namespace {

@@ -1,11 +1,11 @@
 // store_tools.h: what the subcommand `store` does with an object file: `StoreOptions`, `run_store`.
 #pragma once
 
-#include <optional>
-#include <string>
-
 #include "inspect/base/failure.h"
 #include "inspect/base/output_paths.h"
+
+#include <optional>
+#include <string>
 
 namespace velm::inspect {
 

@@ -2,13 +2,13 @@
 // `with_archive`.
 #pragma once
 
-#include <optional>
-#include <string>
-
 #include "inspect/base/output_set.h"
 #include "inspect/keep/store_file.h"
 #include "velm/inspection/inspection_archive.h"
 #include "velm/version.h"
+
+#include <optional>
+#include <string>
 
 namespace velm::inspect {
 

@@ -1,18 +1,18 @@
 #include "inspect/keep/store_export.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <fstream>
-#include <sstream>
-#include <vector>
-
 #include "inspect/base/failure.h"
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/keep/store_file.h"
 #include "velm/store/db_object.h"
 #include "velm/store/store_check.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <vector>
 
 namespace velm::inspect {
 namespace {

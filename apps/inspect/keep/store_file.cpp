@@ -1,10 +1,10 @@
 #include "inspect/keep/store_file.h"
 
-#include <filesystem>
-
 #include "velm/platform/file.h"
 #include "velm/store/file_space.h"
 #include "velm/store/store_image.h"
+
+#include <filesystem>
 
 namespace velm::inspect {
 

@@ -1,10 +1,10 @@
 // store_file.h: object files as the program meets them: `require_store`, `store_failure`.
 #pragma once
 
-#include <string>
-
 #include "inspect/base/failure.h"
 #include "velm/platform/file_exception.h"
+
+#include <string>
 
 namespace velm::inspect {
 

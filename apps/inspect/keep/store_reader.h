@@ -1,11 +1,11 @@
 // store_reader.h: the inspections of an object file: `open_records`, `with_records`.
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "inspect/keep/store_file.h"
 #include "velm/inspection/inspection_records.h"
+
+#include <memory>
+#include <string>
 
 namespace velm::inspect {
 

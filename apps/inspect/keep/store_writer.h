@@ -1,10 +1,6 @@
 // store_writer.h: an object file that gets new records: `StoreWriter`, `KeptRecords`.
 #pragma once
 
-#include <memory>
-#include <optional>
-#include <string>
-
 #include "inspect/base/output_set.h"
 #include "inspect/keep/store_file.h"
 #include "velm/inspection/inspection_records.h"
@@ -12,6 +8,10 @@
 #include "velm/store/database.h"
 #include "velm/store/store_batch.h"
 #include "velm/version.h"
+
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace velm::inspect {
 

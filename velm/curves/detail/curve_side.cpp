@@ -8,7 +8,7 @@ namespace {
 
 double crossed(const Local<2>& a, const Local<2>& b) { return a[0] * b[1] - a[1] * b[0]; }
 
-/// A foot of p on a part of one piece.
+// A foot of p on a part of one piece.
 struct PieceFoot {
     int piece;
     double u;
@@ -23,7 +23,7 @@ PieceFoot foot_at(const PreparedPieces<2>& curve, int index, double u, const Loc
     return {index, u, squared_norm(to_p), to_p, jet.first};
 }
 
-/// The nearest of some places, and then by Newton's method.
+// The nearest of some places, and then by Newton's method.
 PieceFoot nearest_in(const PreparedPieces<2>& curve, int index, double low, double high,
                      const Local<2>& p) {
     constexpr int samples = 12;
@@ -48,7 +48,7 @@ PieceFoot nearest_in(const PreparedPieces<2>& curve, int index, double low, doub
     return best;
 }
 
-/// The direction in which a piece leaves one of its ends.
+// The direction in which a piece leaves one of its ends.
 Local<2> end_tangent(const PreparedPieces<2>& curve, int index, bool at_end) {
     const Local<2> tangent = curve.jet(curve[index], at_end ? 1.0 : 0.0).first;
     const double speed = curve[index].speed;

@@ -10,13 +10,13 @@
 namespace velm::detail {
 namespace {
 
-/// A part is nearly straight if its steps turn less than this from the chord, by the tangent.
+// A part is nearly straight if its steps turn less than this from the chord, by the tangent.
 constexpr double nearly_straight = 0.35;
 
-/// Terms enough that a part which turns by a few degrees is met to its roundings.
+// Terms enough that a part which turns by a few degrees is met to its roundings.
 constexpr int usual_terms = 7;
 
-/// Products of polynomials in the scaled Bernstein basis, whose coefficients carry the binomials.
+// Products of polynomials in the scaled Bernstein basis, whose coefficients carry the binomials.
 void multiply(const double* a, int degree_a, const double* b, int degree_b, double* product) {
     std::fill_n(product, degree_a + degree_b + 1, 0.0);
     for (int i = 0; i <= degree_a; ++i)
@@ -24,7 +24,7 @@ void multiply(const double* a, int degree_a, const double* b, int degree_b, doub
             product[i + j] += a[i] * b[j];
 }
 
-/// The derivative's coefficients but for the factor of the degree.
+// The derivative's coefficients but for the factor of the degree.
 void differentiate(double* c, int& count) {
     for (int i = 0; i + 1 < count; ++i)
         c[i] = c[i + 1] - c[i];
@@ -96,7 +96,7 @@ GraphIntersection::GraphIntersection(const CurvePart& graph, const CurvePart& ot
     error_ = limits.apart * (1.0 + slope) * scale_ + gap + rounding;
 }
 
-/// p through the part at Chebyshev's places, by divided differences.
+// p through the part at Chebyshev's places, by divided differences.
 void GraphIntersection::interpolate(double negligible) {
     double x[most_terms], y[most_terms];
     const PlaneVector up{-along_.y, along_.x};
@@ -123,7 +123,7 @@ void GraphIntersection::interpolate(double negligible) {
         p_[terms_--] = 0.0;
 }
 
-/// (y - p(x)) w^terms of a part in this frame, weights scaled to at most 1, and w^terms.
+// (y - p(x)) w^terms of a part in this frame, weights scaled to at most 1, and w^terms.
 void GraphIntersection::compose(const CurvePart& part, double* sum, double* weights) const {
     const int n = part.degree;
     const PlaneVector up{-along_.y, along_.x};
@@ -185,8 +185,8 @@ void GraphIntersection::zones(std::vector<GraphZone>& zones) const {
     sweep.finish();
 }
 
-/// Where the other part is beside the graph, not before or after it: all of it unless its abscissa
-/// only rises or only falls.
+// Where the other part is beside the graph, not before or after it: all of it unless its abscissa
+// only rises or only falls.
 PartInterval GraphIntersection::beside_graph() const {
     const int n = other_.degree;
     const PlaneVector chord = other_.chord();
@@ -276,7 +276,7 @@ bool GraphIntersection::settle(GraphZone& zone, double least, double most) const
     return false;
 }
 
-/// For zones that are wide against the part: x^m grows by 2^m from a place to one twice as far.
+// For zones that are wide against the part: x^m grows by 2^m from a place to one twice as far.
 int GraphIntersection::order_by_growth(const GraphZone& zone, double least, double most) const {
     const double middle = zone.low <= 0.0    ? 0.0
                           : zone.high >= 1.0 ? 1.0

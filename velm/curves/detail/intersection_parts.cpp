@@ -6,11 +6,11 @@
 namespace velm::detail {
 namespace {
 
-/// Bounds the rounding of a parameter that a clip computes.
+// Bounds the rounding of a parameter that a clip computes.
 constexpr double clip_slack = 8.0 * half_ulp;
 
-/// Keeps of `kept` what may hold zeros or negative values of a polynomial in the Bernstein basis:
-/// where the hull of its coefficients reaches below 0.
+// Keeps of `kept` what may hold zeros or negative values of a polynomial in the Bernstein basis:
+// where the hull of its coefficients reaches below 0.
 void keep_below(const double* g, int degree, PartInterval& kept) {
     int positive = 0;
     for (int i = 0; i <= degree; ++i)
@@ -38,7 +38,7 @@ void keep_below(const double* g, int degree, PartInterval& kept) {
     }
 }
 
-/// One of the coordinates of the parts, with the polynomials that bound it.
+// One of the coordinates of the parts, with the polynomials that bound it.
 void keep_strip(const double* distance, const CurvePart& of, double least, double most,
                 PartInterval& kept) {
     double g[max_poles];
@@ -51,7 +51,7 @@ void keep_strip(const double* distance, const CurvePart& of, double least, doubl
     keep_below(g, of.degree, kept);
 }
 
-/// Cuts [low, high] out of one component, by de Casteljau's scheme at high and then at low / high.
+// Cuts [low, high] out of one component, by de Casteljau's scheme at high and then at low / high.
 void cut_component(const double* c, int degree, double low, double high, double* out) {
     std::copy_n(c, degree + 1, out);
     if (high < 1.0) {

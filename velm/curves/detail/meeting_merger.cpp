@@ -9,24 +9,24 @@
 namespace velm::detail {
 namespace {
 
-/// Intervals this near to each other share a place.
+// Intervals this near to each other share a place.
 constexpr double touching_slack = 0x1p-48;
-/// A place this near to a joint is on it if its enclosure says that it may.
+// A place this near to a joint is on it if its enclosure says that it may.
 constexpr double joint_reach = 0x1p-36;
-/// How far from a meeting its sides are looked at, in pieces, if nothing else is nearer.
+// How far from a meeting its sides are looked at, in pieces, if nothing else is nearer.
 constexpr double side_step = 0x1p-10;
-/// A turn of the tangent above this, as a sine, is an angle.
+// A turn of the tangent above this, as a sine, is an angle.
 constexpr double parallel_sine = 0x1p-20;
 
-/// By how much a part is widened when neighbours are looked for: two searches next to each other
-/// bound one meeting a little differently.
+// By how much a part is widened when neighbours are looked for: two searches next to each other
+// bound one meeting a little differently.
 double widening(const Meeting& meeting, const PiecePart& part) {
     const bool sharp = meeting.flat || meeting.unresolved;
     return touching_slack + (sharp ? 0.0 : part.to - part.from);
 }
 
-/// Whether two parts share a place, and by how many turns the second one's curve is further: `turn`
-/// is added to its count of pieces.
+// Whether two parts share a place, and by how many turns the second one's curve is further: `turn`
+// is added to its count of pieces.
 bool touches(const PreparedPieces<2>& curve, const PiecePart& i, const PiecePart& k, double slack,
              int& turn) {
     turn = 0;
@@ -92,8 +92,8 @@ void MeetingMerger::merge(std::vector<Meeting>& meetings, std::vector<CurveInter
               });
 }
 
-/// A meeting of the seam with a place k comes as (seam, k) and (k, seam): one of them is turned
-/// round, so that they share a place.
+// A meeting of the seam with a place k comes as (seam, k) and (k, seam): one of them is turned
+// round, so that they share a place.
 void MeetingMerger::turn_at_seam(std::vector<Meeting>& meetings) {
     for (Meeting& x : meetings) {
         if (x.b.piece != a_.count() - 1 || x.b.to < 1.0 - touching_slack) continue;
@@ -110,14 +110,14 @@ void MeetingMerger::turn_at_seam(std::vector<Meeting>& meetings) {
     }
 }
 
-/// Whether a meeting of neighbouring places is a stretch in common, not just a cusp.
+// Whether a meeting of neighbouring places is a stretch in common, not just a cusp.
 bool MeetingMerger::turns_back(const Cluster& cluster) const {
     constexpr double least_part = 0x1p-10; // of the size
     return cluster.is_flat && distance(point_along(a_, cluster.flat_a.low),
                                        point_along(a_, cluster.flat_a.high)) > least_part * a_.size;
 }
 
-/// Finds the pairs of rectangles that share a place, by a sweep along a.
+// Finds the pairs of rectangles that share a place, by a sweep along a.
 void MeetingMerger::link(const std::vector<Meeting>& meetings) {
     links_.clear();
     const std::size_t count = meetings.size();
@@ -158,7 +158,7 @@ void MeetingMerger::link_pair(const std::vector<Meeting>& meetings, int i, int k
     links_.push_back({k, i, -turn_a, -turn_b});
 }
 
-/// Collects all that hangs together with one rectangle.
+// Collects all that hangs together with one rectangle.
 void MeetingMerger::gather(std::vector<Meeting>& meetings, int first) {
     if (clusters_.empty()) {
         std::sort(links_.begin(), links_.end(),
@@ -254,7 +254,7 @@ void MeetingMerger::complete(const std::vector<Meeting>& meetings, std::span<con
     entry.same_direction = cluster.is_flat ? flat_direction > 0 : best->same_direction;
 }
 
-/// The highest order that is certain in one of the pairs of pieces, with its place.
+// The highest order that is certain in one of the pairs of pieces, with its place.
 void MeetingMerger::settle(const std::vector<Meeting>& meetings, std::span<const int> members,
                            Cluster& cluster, Meeting& best) {
     best.order = -1;
@@ -280,7 +280,7 @@ void MeetingMerger::settle(const std::vector<Meeting>& meetings, std::span<const
     }
 }
 
-/// A step along the curve to where it is some `reach` away, which is small.
+// A step along the curve to where it is some `reach` away, which is small.
 double MeetingMerger::reaching_step(const PreparedPieces<2>& curve, double along, double sense,
                                     double reach) const {
     constexpr double far_enough = 2.0, longest = 0.75, first = 0x1p-14;
@@ -292,7 +292,7 @@ double MeetingMerger::reaching_step(const PreparedPieces<2>& curve, double along
     return free_step(curve, along, sense * std::min(step, longest));
 }
 
-/// Looks at points next to the meeting, nearer to it than to the next ones.
+// Looks at points next to the meeting, nearer to it than to the next ones.
 void MeetingMerger::set_sides(std::size_t index) {
     Cluster& cluster = clusters_[index];
     CurveIntersection& entry = cluster.entry;
@@ -346,8 +346,8 @@ void MeetingMerger::set_sides(std::size_t index) {
     entry.after = sense * b_after;
 }
 
-/// A stretch in common ends at a joint or end of one of the curves: the place on the other one is
-/// the nearest to that.
+// A stretch in common ends at a joint or end of one of the curves: the place on the other one is
+// the nearest to that.
 void MeetingMerger::settle_overlap(Cluster& cluster) const {
     const auto is_joint = [](double along) {
         return std::fabs(along - std::round(along)) <= joint_reach;

@@ -8,13 +8,13 @@
 namespace velm::detail {
 namespace {
 
-/// Parts of a piece this short are taken as they are: what is uncertain there is reported.
+// Parts of a piece this short are taken as they are: what is uncertain there is reported.
 constexpr int deepest_halving = 44;
-/// Parts this short are also compared by their poles.
+// Parts this short are also compared by their poles.
 constexpr double short_part = 0x1p-6;
-/// The levels of boxes that 2^31 pieces can have.
+// The levels of boxes that 2^31 pieces can have.
 constexpr int most_levels = 11;
-/// Roundings in a squared distance of boxes or points, in its last place.
+// Roundings in a squared distance of boxes or points, in its last place.
 constexpr double squared_rounding = 16.0 * half_ulp;
 
 struct Node {
@@ -22,7 +22,7 @@ struct Node {
     int level, index;
 };
 
-/// The squared distances of p from the eight boxes of a group.
+// The squared distances of p from the eight boxes of a group.
 template <int N>
 void box_distances(const double* group, const Local<N>& p, double* squared) {
     for (int i = 0; i < box_fan; ++i)

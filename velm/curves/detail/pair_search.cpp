@@ -6,18 +6,18 @@
 namespace velm::detail {
 namespace {
 
-/// A clip that leaves more than this is followed by halving.
+// A clip that leaves more than this is followed by halving.
 constexpr double worth_repeating = 0.7;
-/// A part that the graphs' polynomial leaves is made no smaller than this at once: it has to stay
-/// large against the zone for the zone's order and place to be known well.
+// A part that the graphs' polynomial leaves is made no smaller than this at once: it has to stay
+// large against the zone for the zone's order and place to be known well.
 constexpr double least_zoom = 0.125;
-/// Below this a parameter interval of [0, 1] is a point.
+// Below this a parameter interval of [0, 1] is a point.
 constexpr double shortest_interval = 0x1p-50;
 constexpr int newton_steps = 12;
-/// A contact is looked at in this many windows, each half as wide as the one before.
+// A contact is looked at in this many windows, each half as wide as the one before.
 constexpr int most_looks = 8;
-/// A stretch in common is longer than this times the distance that counts as none: shorter ones
-/// are where ends meet.
+// A stretch in common is longer than this times the distance that counts as none: shorter ones
+// are where ends meet.
 constexpr double least_overlap = 1024.0;
 
 double reach_of(const CurvePart& part) {
@@ -158,7 +158,7 @@ Meeting PairSearch::meeting() const {
     return result;
 }
 
-/// The one place where parts of different directions meet, if they do.
+// The one place where parts of different directions meet, if they do.
 bool PairSearch::meet_at_angle(const Transversality& known) {
     if (!(known.slope_a > 0.0) || !(known.slope_b > 0.0)) return false;
     double u = 0.5, v = 0.5;
@@ -220,7 +220,7 @@ bool PairSearch::meet_at_angle(const Transversality& known) {
     return true;
 }
 
-/// Nearly parallel parts. Returns false if that doesn't lead on.
+// Nearly parallel parts. Returns false if that doesn't lead on.
 bool PairSearch::meet_as_graphs() {
     const bool straight_b = b_.degree == 1, straight_a = a_.degree == 1;
     bool swapped = straight_b ? !straight_a : !straight_a && b_.degree < a_.degree;

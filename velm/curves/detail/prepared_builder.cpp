@@ -10,19 +10,19 @@
 namespace velm::detail {
 namespace {
 
-/// A weight function that is not positive on a part as short as 2^-this vanishes.
+// A weight function that is not positive on a part as short as 2^-this vanishes.
 constexpr int deepest_weight_split = 40;
-/// Parts this short keep weights that differ by more than a factor of `largest_weight_ratio`.
+// Parts this short keep weights that differ by more than a factor of `largest_weight_ratio`.
 constexpr int deepest_ratio_split = 16;
 constexpr double largest_weight_ratio = 8.0;
-/// The square of the cosine of the angle that a piece's tangents keep to its chord, 45 degrees.
+// The square of the cosine of the angle that a piece's tangents keep to its chord, 45 degrees.
 constexpr double least_cosine_squared = 0.5;
-/// The sine of the angle at a joint above which it is a kink.
+// The sine of the angle at a joint above which it is a kink.
 constexpr double kink_sine = 1e-9;
-/// Ends of neighbours that are farther apart than this part of the size don't meet.
+// Ends of neighbours that are farther apart than this part of the size don't meet.
 constexpr double gap_ratio = 0x1p-40;
 
-/// A part of a given piece: its row of poles about `origin`, and where it lies in the given piece.
+// A part of a given piece: its row of poles about `origin`, and where it lies in the given piece.
 template <int N>
 struct Part {
     std::vector<double> row;
@@ -40,16 +40,16 @@ struct Part {
     }
 };
 
-/// The vectors of a piece's hodograph numerator with bounds of their sizes before cancellation.
+// The vectors of a piece's hodograph numerator with bounds of their sizes before cancellation.
 template <int N>
 struct Hodograph {
     std::vector<Local<N>> vectors;
     std::vector<double> reach;
 };
 
-/// X' w - X w' of degree 2 n - 2, or X' of degree n - 1 where w is 1. Coefficient k of the first is
-/// the sum over i < j, i + j = k + 1, of (j - i) C(n, i) C(n, j) / C(2 n - 2, k) times
-/// w_i X_j - X_i w_j (Sederberg and Wang, CAGD 4, 1987).
+// X' w - X w' of degree 2 n - 2, or X' of degree n - 1 where w is 1. Coefficient k of the first is
+// the sum over i < j, i + j = k + 1, of (j - i) C(n, i) C(n, j) / C(2 n - 2, k) times
+// w_i X_j - X_i w_j (Sederberg and Wang, CAGD 4, 1987).
 template <int N>
 Hodograph<N> hodograph(const Part<N>& part, bool rational) {
     const int n = part.degree();
@@ -82,7 +82,7 @@ class Builder {
 public:
     explicit Builder(PreparedPieces<N>& out) : out_(out) {}
 
-    /// Returns whether the piece is finite.
+    // Returns whether the piece is finite.
     bool add(const BezierPiece& given, const Local<N>& origin, PieceParameter parameter) {
         Part<N> part;
         part.row.assign(given.poles.begin(), given.poles.end());
@@ -118,8 +118,8 @@ public:
 private:
     static constexpr std::size_t width = N + 1;
 
-    /// Weights that are all equal become 1; else the first becomes positive. Returns whether all is
-    /// finite and no end is at infinity.
+    // Weights that are all equal become 1; else the first becomes positive. Returns whether all is
+    // finite and no end is at infinity.
     static bool normalise(Part<N>& part) {
         const int n = part.degree();
         for (const double x : part.row) {
@@ -144,7 +144,7 @@ private:
         return true;
     }
 
-    /// Takes the greatest weight into [0.5, 1], or leaves it 1. Returns whether all are positive.
+    // Takes the greatest weight into [0.5, 1], or leaves it 1. Returns whether all are positive.
     static bool scale_weights(Part<N>& part) {
         double least = part.weight(0), greatest = least;
         for (int i = 1; i <= part.degree(); ++i) {
@@ -168,9 +168,9 @@ private:
         return result;
     }
 
-    /// Moves the origin of a piece given about 0 to the middle of its heavier poles, each
-    /// coordinate with one rounding of what is left of it. A light pole may be far from the curve;
-    /// the parts that the piece is cut into have their poles near it.
+    // Moves the origin of a piece given about 0 to the middle of its heavier poles, each
+    // coordinate with one rounding of what is left of it. A light pole may be far from the curve;
+    // the parts that the piece is cut into have their poles near it.
     void shift_origin(Part<N>& part) {
         if (angular_ || squared_norm(origin_) != 0.0) return;
         double greatest = 0.0;
@@ -267,8 +267,8 @@ private:
         piece.end = at(part.to);
     }
 
-    /// (X - p w) . H as an affine function of p, in the Bernstein basis: the coefficients of X . H,
-    /// then those of w H for each axis.
+    // (X - p w) . H as an affine function of p, in the Bernstein basis: the coefficients of X . H,
+    // then those of w H for each axis.
     void set_foot_table(const Part<N>& part, Piece<N>& piece) {
         const Hodograph<N> h = hodograph(part, piece.rational);
         const int n = piece.degree, m = static_cast<int>(h.vectors.size()) - 1;
@@ -315,7 +315,7 @@ private:
     Local<N> origin_{}, first_{}, last_{};
 };
 
-/// The lower and the upper bounds of a piece.
+// The lower and the upper bounds of a piece.
 template <int N>
 std::array<Local<N>, 2> piece_box(const PreparedPieces<N>& tables, const Piece<N>& piece) {
     std::array<Local<N>, 2> box{piece.first, piece.first};
@@ -342,7 +342,7 @@ std::array<Local<N>, 2> piece_box(const PreparedPieces<N>& tables, const Piece<N
     return box;
 }
 
-/// Fills the tree of boxes from the pieces up.
+// Fills the tree of boxes from the pieces up.
 template <int N>
 void build_boxes(PreparedPieces<N>& tables) {
     const double infinity = std::numeric_limits<double>::infinity();
@@ -384,8 +384,8 @@ void build_boxes(PreparedPieces<N>& tables) {
         squared_norm(difference(local<N>(tables.box.MaxPoint()), local<N>(tables.box.MinPoint()))));
 }
 
-/// The direction in which a piece leaves its start, or arrives at its end: that of the first
-/// coefficient of the hodograph that isn't zero.
+// The direction in which a piece leaves its start, or arrives at its end: that of the first
+// coefficient of the hodograph that isn't zero.
 template <int N>
 Local<N> end_direction(const PreparedPieces<N>& tables, const Piece<N>& piece, bool at_end) {
     const double* poles = tables.poles(piece);

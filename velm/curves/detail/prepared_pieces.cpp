@@ -6,10 +6,10 @@
 namespace velm::detail {
 namespace {
 
-/// Where the derivative is less than this part of the piece's largest, it counts as vanished.
+// Where the derivative is less than this part of the piece's largest, it counts as vanished.
 constexpr double cusp_ratio = 1e-7;
 
-/// Replaces the first `left` poles by the next level of de Casteljau's scheme.
+// Replaces the first `left` poles by the next level of de Casteljau's scheme.
 template <int width>
 void next_level(double* b, int left, double u) {
     const double v = 1.0 - u;
@@ -17,7 +17,7 @@ void next_level(double* b, int left, double u) {
         b[i] = v * b[i] + u * b[i + width];
 }
 
-/// The level of de Casteljau's scheme with `kept` poles, kept <= degree + 1.
+// The level of de Casteljau's scheme with `kept` poles, kept <= degree + 1.
 template <int width>
 void level_of(const double* poles, int degree, int kept, double u, double* b) {
     std::copy_n(poles, (degree + 1) * width, b);
@@ -35,7 +35,7 @@ void level_of(const double* poles, double u, double* b) {
     }
 }
 
-/// The usual degrees get loops of known length.
+// The usual degrees get loops of known length.
 template <int width, int kept>
 void level_at(const double* poles, int degree, double u, double* b) {
     if (degree == 3)

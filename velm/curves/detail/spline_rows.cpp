@@ -10,7 +10,7 @@ namespace velm::detail {
 
 namespace {
 
-/// Poles whose width the compiler knows in the usual cases, so that blends are laid out.
+// Poles whose width the compiler knows in the usual cases, so that blends are laid out.
 template <class F>
 [[gnu::always_inline]] inline void with_width(int width, F f) {
     switch (width) {
@@ -23,7 +23,7 @@ template <class F>
     }
 }
 
-/// The point at t of a segment from a at `low` to b at `high`.
+// The point at t of a segment from a at `low` to b at `high`.
 template <class Width>
 [[gnu::always_inline]] inline void blend(const double* a, const double* b, double low, double high,
                                          double t, Width width, double* to) {
@@ -38,7 +38,7 @@ template <class Width>
     }
 }
 
-/// Room for packed poles.
+// Room for packed poles.
 constexpr std::size_t inline_doubles = 128;
 using Work = WorkArray<double, inline_doubles>;
 
@@ -123,8 +123,8 @@ int elevated_knots(const KnotView& knots, double* out) {
 
 namespace {
 
-/// Elevation of the degree by one. Pole j belongs to a window of degree + 1 elevated knots: the old
-/// ones, each run with one copy more.
+// Elevation of the degree by one. Pole j belongs to a window of degree + 1 elevated knots: the old
+// ones, each run with one copy more.
 template <class Width>
 class Elevation {
 public:
@@ -156,7 +156,7 @@ private:
         return count;
     }
 
-    /// All knots of the window agree: the pole at them, on the side that the window is of.
+    // All knots of the window agree: the pole at them, on the side that the window is of.
     void set_constant(double* out) {
         const KnotRun& run = runs_[first_];
         const auto pole = [&](int skipped) {
@@ -199,8 +199,8 @@ private:
             out[c] += factor * pole[c];
     }
 
-    /// The blossom's value at the old knots from `from` on and the first `raised` raised ones
-    /// except the one at `left_out`, p in all.
+    // The blossom's value at the old knots from `from` on and the first `raised` raised ones
+    // except the one at `left_out`, p in all.
     const double* blossom(int from, int left_out, int raised) const {
         const int extra = left_out < raised ? raised - 1 : raised;
         const int first = from - 1 - extra;

@@ -9,7 +9,7 @@ namespace velm::detail {
 
 namespace {
 
-/// The rows or columns of a grid as SplineTrim sees them.
+// The rows or columns of a grid as SplineTrim sees them.
 class GridPoles {
 public:
     GridPoles(ERMatrix<ERPole3DH>& poles, Axis axis) : poles_(poles), axis_(axis) {}
