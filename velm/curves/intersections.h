@@ -20,7 +20,8 @@
 //   none invented in each entry there are places nearer than about 2 tolerance + 8 error
 //   each once     entries don't share places; meetings that lie closer together than their
 //                 enclosures are wide are one entry, whose sides say whether the curves cross
-//   crossings     one whose sides differ is a true crossing, proved by signs on both sides
+//   crossings     one whose sides differ is a true crossing: inside a piece proved by the signs on
+//                 both sides, at joints by the nearest points next to it, evaluated in doubles
 //   unresolved    if the budget ends, what wasn't decided is listed as such and false is returned
 //
 // There are no absolute tolerances: curves of 1e-6 and of 1e6 units have the same answers.
@@ -86,8 +87,8 @@ struct IntersectionOptions {
 };
 
 /// All meetings of two curves in the order of a's parameter, an overlap's first. Returns whether
-/// nothing is unresolved. `found` is emptied first; besides its growth there is no allocation after
-/// a thread's first calls.
+/// nothing is unresolved. `found` is emptied first. The search allocates lists of the parts that
+/// are still to be examined and of the meetings.
 VELM_API bool intersections(const PreparedCurve<2>& a, const PreparedCurve<2>& b,
                             std::vector<CurveIntersection>& found,
                             const IntersectionOptions& options = {});
