@@ -67,6 +67,26 @@ ERPoint2D point_along(const PreparedPieces<2>& curve, double along) {
 
 double along(const PiecePart& part, double u) { return part.piece + u; }
 
+void include(Stretch& stretch, double low, double high) {
+    stretch.low = std::min(stretch.low, low);
+    stretch.high = std::max(stretch.high, high);
+}
+
+// Whether a stretch reaches an end of the curve or a gap.
+bool is_at_end(const PreparedPieces<2>& curve, const Stretch& stretch) {
+    return free_step(curve, stretch.low, -side_step) == 0.0 ||
+           free_step(curve, stretch.high, side_step) == 0.0;
+}
+
+bool at_border(const PiecePart& part) { return part.from <= 0.0 || part.to >= 1.0; }
+
+// Which of two meetings shows the contact better.
+bool is_better(const Meeting& x, const Meeting& y) {
+    if (x.order != y.order) return x.order > y.order;
+    if ((x.sine > 0.0) != (y.sine > 0.0)) return x.sine > 0.0;
+    return x.a.to - x.a.from < y.a.to - y.a.from;
+}
+
 } // namespace
 
 void MeetingMerger::merge(std::vector<Meeting>& meetings, std::vector<CurveIntersection>& found) {
@@ -82,8 +102,7 @@ void MeetingMerger::merge(std::vector<Meeting>& meetings, std::vector<CurveInter
     std::sort(clusters_.begin(), clusters_.end(), [](const Cluster& x, const Cluster& y) {
         return x.a.low != y.a.low ? x.a.low < y.a.low : x.b.low < y.b.low;
     });
-    for (std::size_t i = 0; i < clusters_.size(); ++i)
-        if (!clusters_[i].sides_known) set_sides(i);
+    find_sides();
     for (Cluster& cluster : clusters_)
         if (!cluster.on_diagonal || turns_back(cluster)) found.push_back(entry_of(cluster));
     std::sort(found.begin(), found.end(),
@@ -187,71 +206,70 @@ void MeetingMerger::gather(std::vector<Meeting>& meetings, int first) {
     complete(meetings, members_, clusters_.emplace_back());
 }
 
+// Makes one entry of the rectangles that hang together.
 void MeetingMerger::complete(const std::vector<Meeting>& meetings, std::span<const int> members,
                              Cluster& cluster) {
     constexpr Stretch nothing{HUGE_VAL, -HUGE_VAL, 0.0};
     cluster.a = cluster.b = cluster.flat_a = cluster.flat_b = nothing;
-    const auto include = [](Stretch& stretch, double low, double high) {
-        stretch.low = std::min(stretch.low, low);
-        stretch.high = std::max(stretch.high, high);
-    };
-    CurveIntersection& entry = cluster.entry;
-    const Meeting* best = nullptr;
-    int flat_direction = 0;
-    bool all_at_angle = true;
-    bool inside = true, agree = true;
+    Summary summary;
     for (const int member : members) {
-        const Meeting& m = meetings[static_cast<std::size_t>(member)];
-        const double shift_a = a_.count() * turns_a_[static_cast<std::size_t>(member)] + m.a.piece;
-        const double shift_b = b_.count() * turns_b_[static_cast<std::size_t>(member)] + m.b.piece;
-        include(cluster.a, shift_a + m.a.from, shift_a + m.a.to);
-        include(cluster.b, shift_b + m.b.from, shift_b + m.b.to);
-        if (m.flat) {
-            cluster.is_flat = true;
-            include(cluster.flat_a, shift_a + m.a.from, shift_a + m.a.to);
-            include(cluster.flat_b, shift_b + m.b.from, shift_b + m.b.to);
-            flat_direction += m.same_direction ? 1 : -1;
-        }
-        if (m.unresolved) entry.kind = IntersectionKind::unresolved;
-        entry.box.Update(ERMinimax2D(m.left, m.low, m.right, m.high));
-        const auto at_border = [](const PiecePart& part) {
-            return part.from <= 0.0 || part.to >= 1.0;
-        };
-        inside = inside && !at_border(m.a) && !at_border(m.b);
-        if (m.before != 0 && m.after != 0) {
-            if (entry.before == 0) {
-                entry.before = m.before;
-                entry.after = m.after;
-            }
-            agree = agree && m.before == entry.before && m.after == entry.after;
-        }
-        if (of_itself()) {
-            int turn = 0;
-            cluster.on_diagonal =
-                cluster.on_diagonal || touches(a_, m.a, m.b, touching_slack, turn);
-        }
-        all_at_angle = all_at_angle && m.sine > 0.0;
-        // The narrowest of those with the highest order.
-        const auto better = [](const Meeting& x, const Meeting& y) {
-            if (x.order != y.order) return x.order > y.order;
-            if ((x.sine > 0.0) != (y.sine > 0.0)) return x.sine > 0.0;
-            return x.a.to - x.a.from < y.a.to - y.a.from;
-        };
-        if (best == nullptr || better(m, *best)) {
-            best = &m;
-            cluster.a.at = shift_a + m.u;
-            cluster.b.at = shift_b + m.v;
+        const std::size_t index = static_cast<std::size_t>(member);
+        const Meeting& m = meetings[index];
+        const double start_a = a_.count() * turns_a_[index] + m.a.piece;
+        const double start_b = b_.count() * turns_b_[index] + m.b.piece;
+        include_stretches(m, start_a, start_b, cluster);
+        include_facts(m, cluster, summary);
+        if (summary.best == nullptr || is_better(m, *summary.best)) {
+            summary.best = &m;
+            cluster.a.at = start_a + m.u;
+            cluster.b.at = start_b + m.v;
         }
     }
-    Meeting whole = *best;
-    if (!cluster.is_flat && !cluster.on_diagonal && !whole.unresolved && !all_at_angle &&
+    Meeting whole = *summary.best;
+    if (!cluster.is_flat && !cluster.on_diagonal && !whole.unresolved && !summary.all_at_angle &&
         (members.size() > 1 || whole.order < 0))
         settle(meetings, members, cluster, whole);
+    CurveIntersection& entry = cluster.entry;
     entry.a = a_.place(whole.a.piece, whole.u);
     entry.b = b_.place(whole.b.piece, whole.v);
     entry.order = whole.order;
-    cluster.sides_known = inside && agree && entry.before != 0;
-    entry.same_direction = cluster.is_flat ? flat_direction > 0 : best->same_direction;
+    cluster.sides_known = summary.inside && summary.sides_agree && entry.before != 0;
+    entry.same_direction =
+        cluster.is_flat ? summary.flat_direction > 0 : summary.best->same_direction;
+}
+
+// Widens the stretches and the box of a cluster; the pieces of the rectangle begin at `start_a`
+// and `start_b`, counted as in Stretch.
+void MeetingMerger::include_stretches(const Meeting& m, double start_a, double start_b,
+                                      Cluster& cluster) const {
+    include(cluster.a, start_a + m.a.from, start_a + m.a.to);
+    include(cluster.b, start_b + m.b.from, start_b + m.b.to);
+    if (m.flat) {
+        include(cluster.flat_a, start_a + m.a.from, start_a + m.a.to);
+        include(cluster.flat_b, start_b + m.b.from, start_b + m.b.to);
+    }
+    cluster.entry.box.Update(ERMinimax2D(m.left, m.low, m.right, m.high));
+}
+
+void MeetingMerger::include_facts(const Meeting& m, Cluster& cluster, Summary& summary) const {
+    CurveIntersection& entry = cluster.entry;
+    if (m.unresolved) entry.kind = IntersectionKind::unresolved;
+    if (m.flat) {
+        cluster.is_flat = true;
+        summary.flat_direction += m.same_direction ? 1 : -1;
+    }
+    summary.all_at_angle = summary.all_at_angle && m.sine > 0.0;
+    summary.inside = summary.inside && !at_border(m.a) && !at_border(m.b);
+    if (m.before != 0 && m.after != 0) {
+        if (entry.before == 0) {
+            entry.before = m.before;
+            entry.after = m.after;
+        }
+        summary.sides_agree =
+            summary.sides_agree && m.before == entry.before && m.after == entry.after;
+    }
+    int turn = 0;
+    if (of_itself() && touches(a_, m.a, m.b, touching_slack, turn)) cluster.on_diagonal = true;
 }
 
 // The highest order that is certain in one of the pairs of pieces, with its place.
@@ -292,58 +310,67 @@ double MeetingMerger::reaching_step(const PreparedPieces<2>& curve, double along
     return free_step(curve, along, sense * std::min(step, longest));
 }
 
-// Looks at points next to the meeting, nearer to it than to the next ones.
+// Sets the sides that the search hasn't found.
+void MeetingMerger::find_sides() {
+    ends_a_.clear();
+    ends_b_.clear();
+    for (std::size_t i = 0; i < clusters_.size(); ++i) {
+        if (clusters_[i].on_diagonal) continue;
+        ends_a_.add(clusters_[i].a, i);
+        ends_b_.add(clusters_[i].b, i);
+    }
+    ends_a_.sort();
+    ends_b_.sort();
+    for (std::size_t i = 0; i < clusters_.size(); ++i)
+        if (!clusters_[i].sides_known) set_sides(i);
+}
+
+// By the sides of a about b, or, where these aren't known on both sides, of b about a.
 void MeetingMerger::set_sides(std::size_t index) {
-    Cluster& cluster = clusters_[index];
-    CurveIntersection& entry = cluster.entry;
+    const Cluster& cluster = clusters_[index];
+    CurveIntersection& entry = clusters_[index].entry;
     entry.before = entry.after = 0;
     if (entry.kind == IntersectionKind::unresolved || cluster.on_diagonal) return;
-    const auto step_of = [](const Stretch& stretch) {
-        return std::max(side_step, 4.0 * (stretch.high - stretch.low));
-    };
-    // Half of the way to the next meeting, forward or backward.
-    const auto room = [&](bool on_a, bool forward, double step) {
-        const Stretch& own = on_a ? cluster.a : cluster.b;
-        // The other place of the same curve isn't to be reached.
-        constexpr double part_of_way = 0x1p-4;
-        if (of_itself() && cluster.b.low > cluster.a.high)
-            step = std::min(step, part_of_way * (cluster.b.low - cluster.a.high));
-        for (std::size_t k = 0; k < clusters_.size(); ++k) {
-            if (k == index || clusters_[k].on_diagonal) continue;
-            const Stretch& other = on_a ? clusters_[k].a : clusters_[k].b;
-            const double way = forward ? other.low - own.high : own.low - other.high;
-            if (way >= 0.0) step = std::min(step, 0.5 * way);
-        }
-        return step;
-    };
-    const auto sides = [&](bool of_a, int& before, int& after) {
-        const PreparedPieces<2>&walked = of_a ? a_ : b_, &other = of_a ? b_ : a_;
-        const Stretch &own = of_a ? cluster.a : cluster.b, &its = of_a ? cluster.b : cluster.a;
-        const double step = cluster.is_flat ? side_step : step_of(own);
-        for (const bool forward : {false, true}) {
-            const double from = forward ? own.high : own.low;
-            const double way = std::min(0.5, room(of_a, forward, step));
-            const double free = free_step(walked, from, forward ? way : -way);
-            if (free == 0.0) continue;
-            const ERPoint2D p = point_along(walked, from + free);
-            const double reach = distance(p, point_along(walked, from));
-            const double low = its.low + reaching_step(other, its.low, -1.0, reach);
-            const double high = its.high + reaching_step(other, its.high, 1.0, reach);
-            (forward ? after : before) = side_of_stretch(other, low, high, p);
-        }
-    };
-    sides(true, entry.before, entry.after);
+    look_beside(index, true, entry.before, entry.after);
     if (entry.before != 0 && entry.after != 0) return;
     int b_before = 0, b_after = 0;
-    sides(false, b_before, b_after);
-    if (b_before == 0 || b_after == 0) return;
-    const bool at_end = free_step(a_, cluster.a.low, -side_step) == 0.0 ||
-                        free_step(a_, cluster.a.high, side_step) == 0.0;
-    if (at_end) return;
+    look_beside(index, false, b_before, b_after);
+    if (b_before == 0 || b_after == 0 || is_at_end(a_, cluster.a)) return;
     const bool crosses = b_before != b_after;
     const int sense = crosses || entry.same_direction ? -1 : 1;
     entry.before = sense * b_before;
     entry.after = sense * b_after;
+}
+
+// Looks at points of one curve next to the meeting, nearer to it than to the next ones.
+void MeetingMerger::look_beside(std::size_t index, bool walk_a, int& before, int& after) const {
+    const Cluster& cluster = clusters_[index];
+    const PreparedPieces<2>&walked = walk_a ? a_ : b_, &other = walk_a ? b_ : a_;
+    const Stretch &own = walk_a ? cluster.a : cluster.b, &its = walk_a ? cluster.b : cluster.a;
+    const double step =
+        cluster.is_flat ? side_step : std::max(side_step, 4.0 * (own.high - own.low));
+    for (const bool forward : {false, true}) {
+        const double from = forward ? own.high : own.low;
+        const double way = std::min(0.5, room(index, walk_a, forward, step));
+        const double free = free_step(walked, from, forward ? way : -way);
+        if (free == 0.0) continue;
+        const ERPoint2D p = point_along(walked, from + free);
+        const double reach = distance(p, point_along(walked, from));
+        const double low = its.low + reaching_step(other, its.low, -1.0, reach);
+        const double high = its.high + reaching_step(other, its.high, 1.0, reach);
+        (forward ? after : before) = side_of_stretch(other, low, high, p);
+    }
+}
+
+// A step forward or backward that goes at most half of the way to the next meeting.
+double MeetingMerger::room(std::size_t index, bool on_a, bool forward, double step) const {
+    const Cluster& cluster = clusters_[index];
+    // The other place of the same curve isn't to be reached.
+    constexpr double part_of_way = 0x1p-4;
+    if (of_itself() && cluster.b.low > cluster.a.high)
+        step = std::min(step, part_of_way * (cluster.b.low - cluster.a.high));
+    const Stretch& own = on_a ? cluster.a : cluster.b;
+    return std::min(step, 0.5 * (on_a ? ends_a_ : ends_b_).way_to_next(own, index, forward));
 }
 
 // A stretch in common ends at a joint or end of one of the curves: the place on the other one is
@@ -411,11 +438,7 @@ CurveIntersection MeetingMerger::entry_of(Cluster& cluster) const {
                     on_b = b_.point(b_[entry.b.piece], entry.b.u);
     entry.point = on_a == on_b ? on_a : on_a + (on_b - on_a) * 0.5;
     if (unresolved) return entry;
-    const auto at_end = [](const PreparedPieces<2>& curve, const Stretch& stretch) {
-        return free_step(curve, stretch.low, -side_step) == 0.0 ||
-               free_step(curve, stretch.high, side_step) == 0.0;
-    };
-    if (at_end(a_, cluster.a) || at_end(b_, cluster.b))
+    if (is_at_end(a_, cluster.a) || is_at_end(b_, cluster.b))
         entry.kind = IntersectionKind::end;
     else
         entry.kind =

@@ -3,18 +3,12 @@
 #pragma once
 
 #include "velm/curves/detail/pair_search.h"
+#include "velm/curves/detail/stretch_ends.h"
 
-#include <optional>
 #include <span>
 #include <vector>
 
 namespace velm::detail {
-
-/// A meeting on one of the curves: from `low` to `high`, counted in pieces from the start of the
-/// curve on, at `at`. Beyond 0 and the number of pieces a closed curve goes on.
-struct Stretch {
-    double low, high, at;
-};
 
 class MeetingMerger {
 public:
@@ -29,7 +23,15 @@ private:
         Stretch a, b;
         Stretch flat_a, flat_b; ///< of the parts in common
         CurveIntersection entry;
-        bool reverse = false, is_flat = false, on_diagonal = false, sides_known = false;
+        bool is_flat = false, on_diagonal = false, sides_known = false;
+    };
+    /// What the rectangles of a cluster have in common.
+    struct Summary {
+        const Meeting* best = nullptr; ///< the narrowest of those with the highest order
+        int flat_direction = 0;        ///< above 0 if more flat parts run alike than opposite
+        bool all_at_angle = true;
+        bool sides_agree = true;
+        bool inside = true; ///< of pieces of both curves
     };
     struct Link {
         int from, to;
@@ -43,12 +45,18 @@ private:
     void gather(std::vector<Meeting>& meetings, int first);
     void complete(const std::vector<Meeting>& meetings, std::span<const int> members,
                   Cluster& cluster);
+    void include_stretches(const Meeting& meeting, double start_a, double start_b,
+                           Cluster& cluster) const;
+    void include_facts(const Meeting& meeting, Cluster& cluster, Summary& summary) const;
     void settle(const std::vector<Meeting>& meetings, std::span<const int> members,
                 Cluster& cluster, Meeting& best);
     bool turns_back(const Cluster& cluster) const;
     double reaching_step(const PreparedPieces<2>& curve, double along, double sense,
                          double reach) const;
+    void find_sides();
     void set_sides(std::size_t index);
+    double room(std::size_t index, bool on_a, bool forward, double step) const;
+    void look_beside(std::size_t index, bool walk_a, int& before, int& after) const;
     void settle_overlap(Cluster& cluster) const;
     CurveIntersection entry_of(Cluster& cluster) const;
 
@@ -59,6 +67,7 @@ private:
     std::vector<int> order_, first_link_, members_, cluster_of_;
     std::vector<int> turns_a_, turns_b_;
     std::vector<Cluster> clusters_;
+    StretchEnds ends_a_, ends_b_; ///< of the clusters away from the diagonal
 };
 
 } // namespace velm::detail
