@@ -44,6 +44,21 @@ void include(Meeting& meeting, const CurvePart& part, double margin) {
         include(meeting, part.pole(i), margin);
 }
 
+// A place of a part's own [0, 1] in those of its piece. The end is exact where an interval ends.
+double start_within(const CurvePart& part, double u) {
+    return part.from + u * (part.to - part.from);
+}
+double end_within(const CurvePart& part, double u) {
+    return u == 1.0 ? part.to : start_within(part, u);
+}
+
+// A zone of a coarse graph becomes as wide as it may be small.
+void widen(GraphZone& zone) {
+    const double more = std::max(0.0, least_zoom - (zone.high - zone.low)) * 0.5;
+    zone.low = std::max(0.0, zone.low - more);
+    zone.high = std::min(1.0, zone.high + more);
+}
+
 } // namespace
 
 void PairSearch::set_pair(int a, int b) {
@@ -222,86 +237,102 @@ bool PairSearch::meet_at_angle(const Transversality& known) {
 
 // Nearly parallel parts. Returns false if that doesn't lead on.
 bool PairSearch::meet_as_graphs() {
-    const bool straight_b = b_.degree == 1, straight_a = a_.degree == 1;
-    bool swapped = straight_b ? !straight_a : !straight_a && b_.degree < a_.degree;
-    if (!GraphIntersection::suits(swapped ? b_ : a_)) {
-        if (straight_a || straight_b || !GraphIntersection::suits(swapped ? a_ : b_)) return false;
-        swapped = !swapped;
-    }
-    const CurvePart &graph_part = swapped ? b_ : a_, &other = swapped ? a_ : b_;
-    const CurvePart& whole_other = swapped ? whole_a_ : whole_b_;
-    if (graph_part.extent() <= limits_.tiny) return false;
+    const std::optional<GraphRoles> roles = graph_roles();
+    if (!roles || roles->graph.extent() <= limits_.tiny) return false;
+    const CurvePart &graph_part = roles->graph, &other = roles->other;
     const GraphIntersection graph(graph_part, other, limits_);
     graph.zones(zones_);
     if (zones_.empty()) return true;
-    const double length = other.to - other.from, graph_length = graph_part.to - graph_part.from;
+    if (!leads_on(graph, *roles)) return false;
+    for (std::size_t z = 0; z < zones_.size(); ++z) {
+        GraphZone& zone = zones_[z];
+        if (!graph.fine()) widen(zone);
+        const double low = start_within(other, zone.low), high = end_within(other, zone.high);
+        roles->whole_other.cut(low, high, zone_);
+        const PartInterval below = graph.below(zone_);
+        if (below.empty()) continue;
+        const double graph_low = start_within(graph_part, below.low);
+        const double graph_high = end_within(graph_part, below.high);
+        const Task task = roles->swapped ? Task{low, high, graph_low, graph_high}
+                                         : Task{graph_low, graph_high, low, high};
+        if (!graph.fine()) {
+            tasks_.push_back(task);
+            continue;
+        }
+        const bool settled = settle_zone(graph, z);
+        if (!settled || graph.ends_at(zone.low) || graph.ends_at(zone.high)) zone.order = -1;
+        meetings_.push_back(meeting_of_zone(graph, *roles, zone, task));
+    }
+    return true;
+}
+
+// The straight part or the one of lower degree is the graph, if it is straight enough.
+std::optional<PairSearch::GraphRoles> PairSearch::graph_roles() const {
+    const bool straight_b = b_.degree == 1, straight_a = a_.degree == 1;
+    bool swapped = straight_b ? !straight_a : !straight_a && b_.degree < a_.degree;
+    if (!GraphIntersection::suits(swapped ? b_ : a_)) {
+        if (straight_a || straight_b || !GraphIntersection::suits(swapped ? a_ : b_))
+            return std::nullopt;
+        swapped = !swapped;
+    }
+    if (swapped) return GraphRoles{b_, a_, whole_a_, true};
+    return GraphRoles{a_, b_, whole_b_, false};
+}
+
+// Whether the zones of a fine graph hold all meetings, or those of a coarse one are small enough.
+bool PairSearch::leads_on(const GraphIntersection& graph, const GraphRoles& roles) {
     if (!graph.fine()) {
         double left = 0.0;
         for (const GraphZone& zone : zones_)
             left += std::max(zone.high - zone.low, least_zoom);
-        if (left > worth_repeating) return false;
-    } else {
-        // A part that turns back before or after the graph has to be halved.
-        for (const GraphZone& zone : zones_) {
-            whole_other.cut(other.from + zone.low * length,
-                            zone.high == 1.0 ? other.to : other.from + zone.high * length, zone_);
-            if (zone_.extent() > limits_.together && !graph.is_beside(zone_)) return false;
-        }
+        return left <= worth_repeating;
     }
-    for (std::size_t z = 0; z < zones_.size(); ++z) {
-        GraphZone& zone = zones_[z];
-        if (!graph.fine()) { // as wide as it may be small
-            const double more = std::max(0.0, least_zoom - (zone.high - zone.low)) * 0.5;
-            zone.low = std::max(0.0, zone.low - more);
-            zone.high = std::min(1.0, zone.high + more);
-        }
-        const double low = other.from + zone.low * length;
-        const double high = zone.high == 1.0 ? other.to : other.from + zone.high * length;
-        whole_other.cut(low, high, zone_);
-        const PartInterval below = graph.below(zone_);
-        if (below.empty()) continue;
-        const double graph_low = graph_part.from + below.low * graph_length;
-        const double graph_high =
-            below.high == 1.0 ? graph_part.to : graph_part.from + below.high * graph_length;
-        if (!graph.fine()) {
-            tasks_.push_back(swapped ? Task{low, high, graph_low, graph_high}
-                                     : Task{graph_low, graph_high, low, high});
-            continue;
-        }
-        const bool settled =
-            graph.settle(zone, z > 0 ? 0.5 * (zones_[z - 1].high + zone.low) : 0.0,
-                         z + 1 < zones_.size() ? 0.5 * (zones_[z + 1].low + zone.high) : 1.0);
-        if (!settled || graph.ends_at(zone.low) || graph.ends_at(zone.high)) zone.order = -1;
-        const double at = zone.at == 1.0 ? other.to : other.from + zone.at * length;
-        const PlaneVector place = whole_other.at(at).point;
-        const double graph_at = graph_part.from + graph.parameter_below(place) * graph_length;
-        Meeting found;
-        found.left = found.right = origin_.x + place.x;
-        found.low = found.high = origin_.y + place.y;
-        for (int i = 0; i <= zone_.degree; ++i)
-            include(found, zone_.pole(i) + origin_, limits_.together);
-        found.a =
-            swapped ? PiecePart{piece_a_, low, high} : PiecePart{piece_a_, graph_low, graph_high};
-        found.b =
-            swapped ? PiecePart{piece_b_, graph_low, graph_high} : PiecePart{piece_b_, low, high};
-        found.u = swapped ? at : graph_at;
-        found.v = swapped ? graph_at : at;
-        found.order = zone.order;
-        found.flat = graph.ends_at(zone.low) && graph.ends_at(zone.high) &&
-                     zone_.extent() > least_overlap * limits_.together;
-        const PlaneVector slope_a = whole_a_.at(found.u).slope,
-                          slope_b = whole_b_.at(found.v).slope;
-        found.same_direction = dot(slope_a, slope_b) >= 0.0;
-        if (zone.before != 0 && zone.after != 0) {
-            // Of the other part about the graph; as sides of b on which a is.
-            const bool crosses = zone.before != zone.after;
-            const int sense = swapped ? 1 : crosses || found.same_direction ? -1 : 1;
-            found.before = sense * zone.before;
-            found.after = sense * zone.after;
-        }
-        meetings_.push_back(found);
+    // A part that turns back before or after the graph has to be halved.
+    for (const GraphZone& zone : zones_) {
+        roles.whole_other.cut(start_within(roles.other, zone.low),
+                              end_within(roles.other, zone.high), zone_);
+        if (zone_.extent() > limits_.together && !graph.is_beside(zone_)) return false;
     }
     return true;
+}
+
+// Looks as far around a zone as half of the way to its neighbours.
+bool PairSearch::settle_zone(const GraphIntersection& graph, std::size_t number) {
+    GraphZone& zone = zones_[number];
+    const double least = number > 0 ? 0.5 * (zones_[number - 1].high + zone.low) : 0.0;
+    const double most =
+        number + 1 < zones_.size() ? 0.5 * (zones_[number + 1].low + zone.high) : 1.0;
+    return graph.settle(zone, least, most);
+}
+
+// Of a fine graph; `zone_` is the part of the other curve in the zone, `task` both parts.
+Meeting PairSearch::meeting_of_zone(const GraphIntersection& graph, const GraphRoles& roles,
+                                    const GraphZone& zone, const Task& task) const {
+    const double at = end_within(roles.other, zone.at);
+    const PlaneVector place = roles.whole_other.at(at).point;
+    const double graph_at = start_within(roles.graph, graph.parameter_below(place));
+    Meeting found;
+    found.left = found.right = origin_.x + place.x;
+    found.low = found.high = origin_.y + place.y;
+    for (int i = 0; i <= zone_.degree; ++i)
+        include(found, zone_.pole(i) + origin_, limits_.together);
+    found.a = {piece_a_, task.a_low, task.a_high};
+    found.b = {piece_b_, task.b_low, task.b_high};
+    found.u = roles.swapped ? at : graph_at;
+    found.v = roles.swapped ? graph_at : at;
+    found.order = zone.order;
+    found.flat = graph.ends_at(zone.low) && graph.ends_at(zone.high) &&
+                 zone_.extent() > least_overlap * limits_.together;
+    const PlaneVector slope_a = whole_a_.at(found.u).slope, slope_b = whole_b_.at(found.v).slope;
+    found.same_direction = dot(slope_a, slope_b) >= 0.0;
+    if (zone.before != 0 && zone.after != 0) {
+        // Of the other part about the graph; as sides of b on which a is.
+        const bool crosses = zone.before != zone.after;
+        const int sense = roles.swapped ? 1 : crosses || found.same_direction ? -1 : 1;
+        found.before = sense * zone.before;
+        found.after = sense * zone.after;
+    }
+    return found;
 }
 
 bool PairSearch::settle(Meeting& meeting) {
@@ -330,9 +361,7 @@ bool PairSearch::settle(Meeting& meeting) {
             if (b_.from + zone.low * length > meeting.b.to ||
                 b_.from + zone.high * length < meeting.b.from)
                 continue;
-            const bool now_certain =
-                graph.settle(zone, z > 0 ? 0.5 * (zones_[z - 1].high + zone.low) : 0.0,
-                             z + 1 < zones_.size() ? 0.5 * (zones_[z + 1].low + zone.high) : 1.0);
+            const bool now_certain = settle_zone(graph, z);
             // Of what is certain the least; it is known best in the widest part.
             const bool better =
                 now_certain != certain
@@ -341,7 +370,7 @@ bool PairSearch::settle(Meeting& meeting) {
             if (!better) break;
             certain = now_certain;
             meeting.order = zone.order;
-            const double at = zone.at == 1.0 ? b_.to : b_.from + zone.at * length;
+            const double at = end_within(b_, zone.at);
             const double below = graph.parameter_below(whole_b_.at(at).point);
             meeting.v = std::clamp(at, meeting.b.from, meeting.b.to);
             meeting.u =

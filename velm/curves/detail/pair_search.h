@@ -2,10 +2,10 @@
 #pragma once
 
 #include "velm/curves/detail/graph_intersection.h"
-
 #include "velm/curves/detail/intersection_parts.h"
 #include "velm/curves/intersections.h"
 
+#include <optional>
 #include <vector>
 
 namespace velm::detail {
@@ -51,11 +51,21 @@ private:
     struct Task {
         double a_low, a_high, b_low, b_high;
     };
+    /// Which of the parts is taken as a graph.
+    struct GraphRoles {
+        const CurvePart &graph, &other, &whole_other;
+        bool swapped; ///< b is the graph
+    };
 
     void set_pair(int a, int b);
     void refine(Task task, int& budget);
     bool meet_at_angle(const Transversality& known);
     bool meet_as_graphs();
+    std::optional<GraphRoles> graph_roles() const;
+    bool leads_on(const GraphIntersection& graph, const GraphRoles& roles);
+    bool settle_zone(const GraphIntersection& graph, std::size_t number);
+    Meeting meeting_of_zone(const GraphIntersection& graph, const GraphRoles& roles,
+                            const GraphZone& zone, const Task& task) const;
     void meet_as_points();
     void split(const Task& task);
     Meeting meeting() const;
