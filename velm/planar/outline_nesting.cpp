@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <numbers>
 #include <numeric>
 #include <utility>
@@ -29,13 +30,13 @@ class PreparedEdge {
 public:
     PreparedEdge(const Contour& contour, int edge) : arc_(contour.arc(edge)) {
         if (const CurveEdge* const curve = contour.curve(edge))
-            prepared_ = &curve->prepared();
+            own_ = &curve->prepared();
         else
             made_ = arc_ != nullptr ? prepare(*arc_)
                                     : prepare(ERSegment2D(contour[edge], contour[edge + 1]));
-        if (made_) prepared_ = &*made_;
     }
-    const PreparedCurve<2>* curve() const { return prepared_; }
+    // Null for an edge without length.
+    const PreparedCurve<2>* curve() const { return made_ ? &*made_ : own_; }
     // The part of the way along the edge at a parameter; an arc may run against its curve.
     double part(double t) const {
         if (arc_ != nullptr) return (t - arc_->startAngle()) / sweep(*arc_);
@@ -45,14 +46,32 @@ public:
 private:
     const ERArc2D* arc_;
     std::optional<PreparedCurve<2>> made_;
-    const PreparedCurve<2>* prepared_ = nullptr;
+    const PreparedCurve<2>* own_ = nullptr; // of a free-form edge
+};
+
+// A contour with its tree and its prepared edges, each made when it is first asked for.
+class NestedContour {
+public:
+    explicit NestedContour(Contour contour) : tree_(std::move(contour)) {}
+
+    const EdgeTree& tree() const { return tree_; }
+    const Contour& contour() const { return tree_.contour(); }
+    const PreparedEdge& prepared(int edge) {
+        if (prepared_.empty()) prepared_.resize(static_cast<std::size_t>(contour().size()));
+        std::unique_ptr<PreparedEdge>& made = prepared_[static_cast<std::size_t>(edge)];
+        if (!made) made = std::make_unique<PreparedEdge>(contour(), edge);
+        return *made;
+    }
+
+private:
+    EdgeTree tree_;
+    std::vector<std::unique_ptr<PreparedEdge>> prepared_; // empty until a curve is near
 };
 
 // Appends the ends of the stretches of an edge that are as near to another one as `reach`, where
 // one of the two is a free-form curve.
-void append_curve_cuts(const Contour& a, int edge, const Contour& b, int other, double reach,
+void append_curve_cuts(const PreparedEdge& walked, const PreparedEdge& crossed, double reach,
                        std::vector<double>& cuts) {
-    const PreparedEdge walked(a, edge), crossed(b, other);
     if (walked.curve() == nullptr || crossed.curve() == nullptr) return;
     IntersectionOptions options;
     options.tolerance = reach;
@@ -82,10 +101,11 @@ double distance_off(const Contour& contour, int edge, const ERPoint2D& p) {
 }
 
 // Appends the parts of the way along an edge at which it meets another one, or may.
-void append_cuts(const Contour& a, int edge, const Contour& b, int other, double touching,
-                 std::vector<double>& cuts) {
+void append_cuts(NestedContour& nested_a, int edge, NestedContour& nested_b, int other,
+                 double touching, std::vector<double>& cuts) {
+    const Contour &a = nested_a.contour(), &b = nested_b.contour();
     if (a.curve(edge) != nullptr || b.curve(other) != nullptr)
-        return append_curve_cuts(a, edge, b, other, touching, cuts);
+        return append_curve_cuts(nested_a.prepared(edge), nested_b.prepared(other), touching, cuts);
     const auto line = [](const Contour& contour, int i) {
         return ERInfLine2D(contour[i], contour[i + 1]);
     };
@@ -121,11 +141,11 @@ struct Sides {
 // lies on one side.
 class SideWalk {
 public:
-    SideWalk(const EdgeTree& walked, const EdgeTree& other, double touching)
-        : contour_(walked.contour()), other_(other), touching_(touching) {
+    SideWalk(NestedContour& walked, NestedContour& other, double touching)
+        : walked_(walked), contour_(walked.contour()), other_(other), touching_(touching) {
         ERMinimax2D near = other.contour().box();
         near.Inflate(touching);
-        walked.visit(near, [this](int edge) { take(edge); });
+        walked.tree().visit(near, [this](int edge) { take(edge); });
         if (next_edge_ < contour_.size()) sides_.outside = true;
         if (sides_.both() && !sides_.crossing) sides_.crossing = contour_[0];
     }
@@ -143,9 +163,8 @@ private:
         std::vector<double> cuts{0.0, 1.0};
         ERMinimax2D near = contour_.box(edge);
         near.Inflate(touching_);
-        other_.visit(near, [&](int other) {
-            append_cuts(contour_, edge, other_.contour(), other, touching_, cuts);
-        });
+        other_.tree().visit(
+            near, [&](int other) { append_cuts(walked_, edge, other_, other, touching_, cuts); });
         std::sort(cuts.begin(), cuts.end());
         for (std::size_t i = 1; i < cuts.size(); ++i)
             note(point_on(contour_, edge, (cuts[i - 1] + cuts[i]) / 2.0),
@@ -155,16 +174,17 @@ private:
     // A point of the way, and where its stretch began.
     void note(const ERPoint2D& p, const ERPoint2D& from) {
         NearestEdge touched{touching_ * touching_, {}};
-        other_.find_nearest(p, 0, touched);
+        other_.tree().find_nearest(p, 0, touched);
         if (touched.edge >= 0) return;
-        const bool is_inside = other_.encloses(p);
+        const bool is_inside = other_.tree().encloses(p);
         (is_inside ? sides_.inside : sides_.outside) = true;
         if (was_inside_ && *was_inside_ != is_inside && !sides_.crossing) sides_.crossing = from;
         was_inside_ = is_inside;
     }
 
+    NestedContour& walked_;
     const Contour& contour_;
-    const EdgeTree& other_;
+    NestedContour& other_;
     double touching_;
     Sides sides_;
     int next_edge_ = 0;
@@ -181,18 +201,18 @@ public:
         scale_ = std::ldexp(1.0, std::clamp(-std::ilogb(largest), -1000, 1000));
         ERMinimax2D all;
         for (const Contour& contour : outline.contours) {
-            trees_.emplace_back(contour.scaled(scale_));
-            boxes_.push_back(trees_.back().contour().box());
+            contours_.emplace_back(contour.scaled(scale_));
+            boxes_.push_back(contours_.back().contour().box());
             all.Update(boxes_.back());
         }
         constexpr double rounding = 1e-14; // some forty roundings of coordinates below 2
         touching_ = std::max(touching_part * std::hypot(all.xlength(), all.ylength()), rounding);
-        holders_.resize(trees_.size());
+        holders_.resize(contours_.size());
     }
 
     // Asks all pairs whose boxes meet, from the left to the right.
     std::optional<ContourClash> find_clash() {
-        std::vector<std::size_t> order(trees_.size());
+        std::vector<std::size_t> order(contours_.size());
         std::iota(order.begin(), order.end(), std::size_t{0});
         std::sort(order.begin(), order.end(),
                   [this](std::size_t a, std::size_t b) { return boxes_[a].xmin < boxes_[b].xmin; });
@@ -210,13 +230,13 @@ public:
 
     std::vector<OutlineArea> areas() const {
         std::vector<OutlineArea> areas;
-        std::vector<std::size_t> area_of(trees_.size());
-        for (std::size_t c = 0; c < trees_.size(); ++c) {
+        std::vector<std::size_t> area_of(contours_.size());
+        for (std::size_t c = 0; c < contours_.size(); ++c) {
             if (is_hole(c)) continue;
             area_of[c] = areas.size();
             areas.push_back({static_cast<int>(c), {}});
         }
-        for (std::size_t c = 0; c < trees_.size(); ++c) {
+        for (std::size_t c = 0; c < contours_.size(); ++c) {
             if (!is_hole(c)) continue;
             const std::size_t parent = *std::max_element(
                 holders_[c].begin(), holders_[c].end(), [this](std::size_t a, std::size_t b) {
@@ -231,8 +251,8 @@ private:
     bool is_hole(std::size_t c) const { return holders_[c].size() % 2 == 1; }
 
     std::optional<ContourClash> compare(std::size_t a, std::size_t b) {
-        const Sides of_a = SideWalk(trees_[a], trees_[b], touching_).sides();
-        const Sides of_b = SideWalk(trees_[b], trees_[a], touching_).sides();
+        const Sides of_a = SideWalk(contours_[a], contours_[b], touching_).sides();
+        const Sides of_b = SideWalk(contours_[b], contours_[a], touching_).sides();
         const int first = static_cast<int>(a), second = static_cast<int>(b);
         for (const Sides& sides : {of_a, of_b})
             if (sides.both()) return ContourClash{second, first, *sides.crossing / scale_};
@@ -247,7 +267,7 @@ private:
 
     double scale_ = 1.0; // a power of two
     double touching_ = 0.0;
-    std::vector<EdgeTree> trees_;
+    std::vector<NestedContour> contours_;
     std::vector<ERMinimax2D> boxes_;
     std::vector<std::vector<std::size_t>> holders_; // of each contour, those that it lies in
 };
