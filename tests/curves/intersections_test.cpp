@@ -1,9 +1,11 @@
 #include "velm/curves/intersections.h"
 
 #include "support/test.h"
+#include "velm/curves/composite_curve.h"
 #include "velm/curves/detail/bernstein_rows.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/curves/prepare.h"
+#include "velm/frame/point_functions.h"
 #include "velm/numerics/real_roots.h"
 #include "velm/wireframe/arc.h"
 #include "velm/wireframe/segment.h"
@@ -489,6 +491,61 @@ TEST(Intersections, NastyPairs) {
         ASSERT_EQ(found.size(), 1u) << text(found);
         EXPECT_EQ(found[0].kind, IntersectionKind::touching) << text(found);
     }
+}
+
+TEST(Intersections, LongCurvesApartEndEarly) {
+    // Cubics along y = sin x and above it, on both sides of each other's boxes.
+    const auto wave = [](double height) {
+        std::vector<Row> rows;
+        const double step = 0.5, h = step / 3.0;
+        for (int i = 0; i < 200; ++i) {
+            const double x = i * step, next = x + step;
+            const double y = std::sin(x) + height, last = std::sin(next) + height;
+            rows.push_back({x, y, 1, x + h, y + h * std::cos(x), 1, next - h,
+                            last - h * std::cos(next), 1, next, last, 1});
+        }
+        return prepared(rows);
+    };
+    std::vector<CurveIntersection> found;
+    velm::IntersectionOptions few;
+    few.budget = 2000; // a few parts for each span
+    EXPECT_TRUE(intersections(wave(0.0), wave(0.02), found, few)) << text(found);
+    EXPECT_TRUE(found.empty()) << text(found);
+}
+
+TEST(Intersections, CompositeCurves) {
+    // A stadium, its second arc appended against its direction.
+    ERCompCurve2D stadium;
+    const double quarter = 0.5 * std::numbers::pi;
+    ASSERT_TRUE(stadium.append(ERSegment2D({0, 0}, {4, 0}), 1e-9));
+    ASSERT_TRUE(stadium.append(ERArc2D({4, 1}, 1.0, -quarter, quarter), 1e-9));
+    ASSERT_TRUE(stadium.append(ERSegment2D({4, 2}, {0, 2}), 1e-9));
+    ASSERT_TRUE(stadium.append(ERArc2D({0, 1}, 1.0, 3.0 * quarter, quarter), 1e-9));
+    const Curve curve = velm::prepare(stadium).value();
+    struct {
+        ERPoint2D from, to;
+        std::vector<ERPoint2D> places; // along the line
+        IntersectionKind kind;
+    } const lines[] = {
+        {{4.6, -1}, {4.6, 3}, {{4.6, 0.2}, {4.6, 1.8}}, IntersectionKind::crossing},
+        {{-2, 1}, {6, 1}, {{-1, 1}, {5, 1}}, IntersectionKind::crossing},
+        {{4, -1}, {4, 3}, {{4, 0}, {4, 2}}, IntersectionKind::crossing}, // at joints
+        {{0, -1}, {0, 3}, {{0, 0}, {0, 2}}, IntersectionKind::crossing}, // at the seam
+        {{5, -1}, {5, 3}, {{5, 1}}, IntersectionKind::touching},
+        {{-1, 2}, {5, 2}, {{0, 2}}, IntersectionKind::overlap},
+        {{-1, 2.1}, {5, 2.1}, {}, IntersectionKind::crossing},
+    };
+    for (const auto& line : lines) {
+        const Curve other = velm::prepare(ERSegment2D(line.from, line.to)).value();
+        const std::vector<CurveIntersection> found = intersections(other, curve);
+        expect_consistent(other, curve, found);
+        ASSERT_EQ(found.size(), line.places.size()) << text(found);
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            EXPECT_EQ(found[i].kind, line.kind) << text(found);
+            EXPECT_LE(distance(found[i].point, line.places[i]), 1e-14) << text(found);
+        }
+    }
+    EXPECT_TRUE(self_intersections(curve).empty());
 }
 
 // The loop of a polynomial cubic, by the closed form of its parameters' sum and product.
