@@ -508,7 +508,7 @@ TEST(Intersections, LongCurvesApartEndEarly) {
     };
     std::vector<CurveIntersection> found;
     velm::IntersectionOptions few;
-    few.budget = 2000; // a few parts for each span
+    few.budget = 1000; // five parts for each span
     EXPECT_TRUE(intersections(wave(0.0), wave(0.02), found, few)) << text(found);
     EXPECT_TRUE(found.empty()) << text(found);
 }
