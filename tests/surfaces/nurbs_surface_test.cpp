@@ -361,7 +361,10 @@ TEST(BezierSurface, EditsAgreeWithTheFormAsNurbs) {
             t_SmartPtr<Bezier> a, b;
             surface.setBound({-0.5, 0.5}, in_v);
             EXPECT_EQ(surface.SplitInU(a, b, 0.5), 0);
+            surface.getMatricePoint(2, 2); // not the grid of a part
             ASSERT_EQ(surface.SplitInU(a, b), 1);
+            for (const t_SmartPtr<Bezier>& part : {a, b})
+                EXPECT_EQ(part->getMatricePoint(2, 2)(0, 0), (*part)(part->udeb(), part->vdeb()));
             EXPECT_TRUE(a->NUdeb() == -1 && a->udeb() == -0.5 && a->ufin() == 0 && b->NUfin() == 1);
             expect_same(surface, *a, {-1, 0}, in_v);
             expect_same(surface, *b, {0, 1}, in_v);
@@ -534,6 +537,16 @@ void use(AnySurface& surface) {
     surface.incrDegree(1, 0);
     surface.reverse();
     velm_test::record_of(surface);
+}
+
+TEST(StoredPoleSurfaces, KnotsOutOfOrderGiveADefinedSurface) {
+    const double knots[] = {0, 0, 0, 0.1, 0.2, 5, 0.3, 0.4};
+    Surface surface(ERMatrix<ERPole3DH>(3, 5), ERKnotVector(2, knots, 8),
+                    ERKnotVector(2, ERLimites(0, 1)));
+    EXPECT_EQ(surface.isValid(), 0);
+    t_SmartPtr<Surface> a, b;
+    EXPECT_EQ(surface.SplitInU(a, b, 0.15), 0);
+    use(surface);
 }
 
 TEST(StoredPoleSurfaces, DamagedRecordsGiveADefinedSurface) {

@@ -198,12 +198,11 @@ TEST(Revolve, EveryCurveExactly) {
 std::vector<Surface> bases() {
     const ERPmIsometrie3D f = ERChgRepere3D(draw.direction<ERVector3D>(),
                                             draw.direction<ERVector3D>(), draw.value<ERPoint3D>(9));
-    return {new ERBoundedPlane(f, {1, 3}, {2, 5}),
-            new ERBoundedCylinder(f, 4, {1, 3}, {0, 6}),
-            new ERBoundedCone(f, 0.4, {5, 8}, {0, 6}),
-            new ERBoundedSphere(f, 4, {0, 6}, {-1, 1}),
+    return {new ERBoundedPlane(f, {1, 3}, {2, 5}), new ERBoundedCylinder(f, 4, {1, 3}, {0, 6}),
+            new ERBoundedCone(f, 0.4, {5, 8}, {0, 6}), new ERBoundedSphere(f, 4, {0, 6}, {-1, 1}),
             new ERBoundedTorus(f, 8, 3, 0, 6, 1, 4),
-            new ERSurOfRevolution(random_curve(), random_axis(), 0, 3)};
+            // No angle is a parameter of the curve.
+            new ERSurOfRevolution(random_curve(), random_axis(), 0, 0.9)};
 }
 
 TEST(OffsetSurface, PointsAreAboveTheBaseOnTheSideOfTheDirection) {

@@ -188,8 +188,10 @@ int BezierSurface<Self>::split(Axis axis, t_SmartPtr<Surface>& a, t_SmartPtr<Sur
         split_row(from.line(axis, i), t, low.line(axis, i), high.line(axis, i));
     natural(*before) = own.before, natural(*after) = own.after;
     working(*before) = trim.before, working(*after) = trim.after;
-    before->forget_estimates();
-    after->forget_estimates();
+    for (Self* part : {before.get(), after.get()}) {
+        part->forget_estimates();
+        part->drop_grid();
+    }
     a = before.get(); // may let go of this surface
     b = after.get();
     return 1;

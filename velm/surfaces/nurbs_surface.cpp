@@ -33,7 +33,7 @@ ERLimites domain_of(const ERKnotVector& knots) {
 
 bool fits(const ERKnotVector& knots, int poles) {
     const KnotView k = velm::detail::view_of(knots);
-    return k.has_span() && k.poles() == poles && k.low() < k.high();
+    return knots.isUsable() && k.poles() == poles && k.low() < k.high();
 }
 
 // Calls f(index of the span among those that are not empty, index of the knot at its start).

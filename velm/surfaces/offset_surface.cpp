@@ -133,9 +133,21 @@ int EROffsetSurface::part(int done, const t_SmartPtr<ERAnyBoundedSurface>& low,
 }
 
 int EROffsetSurface::SplitInU(t_SmartPtr<ERAnyBoundedSurface>& a,
+                              t_SmartPtr<ERAnyBoundedSurface>& b) const {
+    t_SmartPtr<ERAnyBoundedSurface> low, high;
+    return part(base_ ? base_->SplitInU(low, high) : 0, low, high, a, b);
+}
+
+int EROffsetSurface::SplitInU(t_SmartPtr<ERAnyBoundedSurface>& a,
                               t_SmartPtr<ERAnyBoundedSurface>& b, double u) const {
     t_SmartPtr<ERAnyBoundedSurface> low, high;
     return part(base_ ? base_->SplitInU(low, high, u) : 0, low, high, a, b);
+}
+
+int EROffsetSurface::SplitInV(t_SmartPtr<ERAnyBoundedSurface>& a,
+                              t_SmartPtr<ERAnyBoundedSurface>& b) const {
+    t_SmartPtr<ERAnyBoundedSurface> low, high;
+    return part(base_ ? base_->SplitInV(low, high) : 0, low, high, a, b);
 }
 
 int EROffsetSurface::SplitInV(t_SmartPtr<ERAnyBoundedSurface>& a,

@@ -59,9 +59,12 @@ public:
     /// The base's, with a whole turn of the offset added. Not a bound for a wildly curved base.
     double upperEstimateInU() const override;
     double upperEstimateInV() const override;
-    using ERAnyBoundedSurface::SplitInU;
-    using ERAnyBoundedSurface::SplitInV;
-    /// The parts of the base, each with this offset and direction.
+    /// The parts of the base, each with this offset and direction; without a parameter where the
+    /// base itself would be split.
+    int SplitInU(t_SmartPtr<ERAnyBoundedSurface>& a,
+                 t_SmartPtr<ERAnyBoundedSurface>& b) const override;
+    int SplitInV(t_SmartPtr<ERAnyBoundedSurface>& a,
+                 t_SmartPtr<ERAnyBoundedSurface>& b) const override;
     int SplitInU(t_SmartPtr<ERAnyBoundedSurface>& a, t_SmartPtr<ERAnyBoundedSurface>& b,
                  double u) const override;
     int SplitInV(t_SmartPtr<ERAnyBoundedSurface>& a, t_SmartPtr<ERAnyBoundedSurface>& b,

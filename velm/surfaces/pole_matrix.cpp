@@ -56,7 +56,7 @@ int CreateCompatibleSurfaceData(ERMatrix<ERPole3DH>& poles, ERKnotVector& knotsU
                                 ERKnotVector& knotsV) {
     const auto has_extent = [](const ERKnotVector& knots, int count) {
         const KnotView k = velm::detail::view_of(knots);
-        return k.has_span() && k.poles() == count && k.low() < k.high();
+        return knots.isUsable() && k.poles() == count && k.low() < k.high();
     };
     if (!has_extent(knotsU, poles.columns()) || !has_extent(knotsV, poles.rows())) return 0;
     if (knotsU.isUnclamped()) clamp_ends(poles, knotsU, Axis::u);
