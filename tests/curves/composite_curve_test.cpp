@@ -146,6 +146,16 @@ TYPED_TEST(Composites, SplitAtAnyParameterWithinTheirLimits) {
     EXPECT_TRUE(isEqual(second->lastPt(), curve(2.75), 1e-10));
     for (const double t : {2.25, 2.75, -1.0, 9.0, std::nan("")})
         EXPECT_EQ(curve.splitAt(first, second, t), 0);
+    if constexpr (std::is_base_of_v<typename TypeParam::Element, TypeParam>) {
+        TypeParam inner = chain.joined();
+        inner.setBound(ERLimites(0.5, 2.0)); // the parts count from 0 again
+        TypeParam outer(static_cast<const typename TypeParam::Element&>(inner));
+        outer.setBound(ERLimites(0.1, 0.9));
+        ASSERT_EQ(outer.splitAt(first, second, 0.8), 1);
+        EXPECT_TRUE(isEqual(first->firstPt(), inner(0.65), 1e-10));
+        EXPECT_TRUE(isEqual(first->lastPt(), inner(1.7), 1e-10));
+        EXPECT_TRUE(isEqual(second->lastPt(), inner(1.85), 1e-10));
+    }
     // What changes the elements loses the trim.
     EXPECT_EQ(curve.append(*chain.elements[0], -1), 1);
     EXPECT_EQ(curve.getBound(), ERLimites(0, 7));

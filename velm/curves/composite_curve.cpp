@@ -34,11 +34,17 @@ double parameter_at(const Element& element, double fraction) {
     return (1.0 - fraction) * element.udeb() + fraction * element.ufin();
 }
 
-// The parameter t of a curve that counts edges, on its first part cut off at `end`: the edge that
-// was cut has one unit again.
-double within_first_part(double t, double end) {
+// The parameter t of a curve that counts edges, on its first part from `start` to `end`: the parts
+// count from 0, and an edge that was cut has one unit again.
+double within_first_part(double t, double start, double end) {
+    const double first = std::floor(start); // the edge at the start
     const double joint = std::ceil(end) - 1.0;
-    return t <= joint ? t : joint + (t - joint) / (end - joint);
+    const auto along = [&](double edge) { // where on its part of the edge t is
+        const double low = std::max(edge, start), high = std::min(edge + 1.0, end);
+        return (t - low) / (high - low);
+    };
+    const double edge = std::min(std::floor(t), joint);
+    return edge - first + along(edge);
 }
 
 } // namespace
@@ -83,12 +89,13 @@ void CompositeCurve<Self>::take_natural_limits() {
 
 template <class Self>
 void CompositeCurve<Self>::put(const Link& element, bool at_end) {
-    numbered_.clear();
     if (at_end) {
         elements.append(element);
     } else {
         elements.prepend(element);
     }
+    if (!numbered_.empty())
+        numbered_.insert(at_end ? numbered_.end() : numbered_.begin(), element.get());
     take_natural_limits();
 }
 
@@ -323,7 +330,7 @@ bool CompositeCurve<Self>::cut_out(const ERLimites& interval, CompositeCurve& pa
         const double end = parameter_at(element, fractions.end());
         if (fractions.end() < 1.0) {
             cut = cut && keep(end, true);
-            if (cut && piece->ufin() != end) start = within_first_part(start, end);
+            if (cut && piece->ufin() != end) start = within_first_part(start, element.udeb(), end);
         }
         if (fractions.start() > 0.0) cut = cut && keep(start, false);
         if (cut) part.put(piece, true);

@@ -332,28 +332,35 @@ void EROffsetSurfaceIsoParam::prepareApprox(ERPoint13List& list, const ERLimites
     list.Smash(*this, tol);
 }
 
+// The surface to be changed: as an object of its own if it is stored, since the record of what is
+// there stays as it is.
+static EROffsetSurface& own(t_SmartPtr<EROffsetSurface>& surface) {
+    if (surface->getObjectID() != -1) surface = new EROffsetSurface(*surface);
+    return *surface;
+}
+
 void EROffsetSurfaceIsoParam::scale(double s) {
-    if (surface_) surface_->scale(s);
+    if (surface_) own(surface_).scale(s);
 }
 
 void EROffsetSurfaceIsoParam::translate(const ERPoint3D& v) {
-    if (surface_) surface_->translate(v);
+    if (surface_) own(surface_).translate(v);
 }
 
 void EROffsetSurfaceIsoParam::transformFrom(const ERPmSimilitude3D& t) {
-    if (surface_) surface_->transformFrom(t);
+    if (surface_) own(surface_).transformFrom(t);
 }
 
 void EROffsetSurfaceIsoParam::transformFrom(const ERPmIsometrie3D& t) {
-    if (surface_) surface_->transformFrom(t);
+    if (surface_) own(surface_).transformFrom(t);
 }
 
 void EROffsetSurfaceIsoParam::transformTo(const ERPmSimilitude3D& t) {
-    if (surface_) surface_->transformTo(t);
+    if (surface_) own(surface_).transformTo(t);
 }
 
 void EROffsetSurfaceIsoParam::transformTo(const ERPmIsometrie3D& t) {
-    if (surface_) surface_->transformTo(t);
+    if (surface_) own(surface_).transformTo(t);
 }
 
 void EROffsetSurfaceIsoParam::reverse() {
