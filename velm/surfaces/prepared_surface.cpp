@@ -98,7 +98,7 @@ public:
             set(4, rise * u.sine, -rise * u.cosine, 0);
             set(5, -run * u.cosine, -run * u.sine, -rise);
         }
-        Jet jet;
+        Jet jet = {};
         for (int k = 0; k < 6; ++k)
             for (int c = 0; c < 3; ++c)
                 jet.c[3 * k + c] = (k == 0 ? shape_.origin[c] : 0.0) + local[k][0] * shape_.x[c] +
@@ -182,7 +182,7 @@ void for_spline(const SurfaceTables& tables, std::span<const ERPoint2D> paramete
     for (std::size_t k = 0; k < parameters.size(); ++k) {
         const double u = tables.clamped_u(parameters[k].x());
         const double v = tables.clamped_v(parameters[k].y());
-        Jet jet;
+        Jet jet = {};
         tables.spline.evaluate({u, v, side(u, tables.u), side(v, tables.v)}, order, jet.c);
         f(k, jet);
     }
@@ -211,7 +211,7 @@ void for_patches(const SurfaceTables& tables, std::span<const ERPoint2D> paramet
             detail::sum_columns(tables.patch(i, j), 4 * (p + 1), p + 1, in_v, q, wanted,
                                 sums.data());
             detail::jet_of_columns(sums.data(), in_u, p, wanted, homogeneous);
-            Jet jet;
+            Jet jet = {};
             finish(homogeneous, tables.rational, wanted, jet);
             f(k, jet);
         }
@@ -263,7 +263,7 @@ void for_patch_grid(const SurfaceTables& tables, std::span<const double> u,
                     const DirectionBasis in_u{b, b + n, b + 2 * n, b + 3 * n, b + 4 * n};
                     double homogeneous[6][4];
                     detail::jet_of_columns(sums.data(), in_u, p, wanted, homogeneous);
-                    Jet jet;
+                    Jet jet = {};
                     finish(homogeneous, tables.rational, wanted, jet);
                     f(k * u.size() + from + i, jet);
                 }
@@ -335,8 +335,10 @@ void for_pairs(const SurfaceTables& tables, std::span<const double> u, std::span
 }
 
 Jet jet_at(const SurfaceTables& tables, const ERPoint2D& at, int order) {
-    Jet found;
-    for_parameters(tables, {&at, 1}, order, [&](std::size_t, const Jet& jet) { found = jet; });
+    Jet found = {};
+    const int values = 3 * (order + 1) * (order + 2) / 2; // the others are not set
+    for_parameters(tables, {&at, 1}, order,
+                   [&](std::size_t, const Jet& jet) { std::copy_n(jet.c, values, found.c); });
     return found;
 }
 
