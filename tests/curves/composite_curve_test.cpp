@@ -159,8 +159,11 @@ TYPED_TEST(Composites, SplitAtAnyParameterWithinTheirLimits) {
     // What changes the elements loses the trim.
     EXPECT_EQ(curve.append(*chain.elements[0], -1), 1);
     EXPECT_EQ(curve.getBound(), ERLimites(0, 7));
-    curve.setBound(ERLimites(1, 2));
-    curve.reparametrize(ERLimites(0, 1));
+    curve.setBound(ERLimites(3.5, 7));
+    curve.reparametrize(ERLimites(0, 1)); // carries the trim over; the parameter stays as it is
+    EXPECT_EQ(curve.getBound(), ERLimites(0.5, 1));
+    EXPECT_EQ(curve.Nfin(), 1.0);
+    EXPECT_TRUE(isEqual(curve(1.5), chain.at(1.5), 1e-11));
     curve.reverse();
     EXPECT_EQ(curve.getBound(), ERLimites(0, 7));
     EXPECT_EQ(TypeParam().splitAt(first, second, 0.0), 0);
@@ -200,7 +203,8 @@ TYPED_TEST(Composites, HaveOwnCopiesThatMoveTogether) {
     EXPECT_TRUE(isEqual(copy(1.5), middle, 1e-12));
     // A list without elements.
     TypeParam empty;
-    EXPECT_TRUE(std::isnan(empty(0.5)[0]) && std::isnan(empty.PtCur(0).tangente()[0]));
+    EXPECT_EQ(empty(0.5), typename TypeParam::Point());
+    EXPECT_EQ(empty.PtCur(0).tangente().norme(), 0.0);
     EXPECT_TRUE(empty.getBox().invalid());
     EXPECT_EQ(empty.arcLength(0) + empty.arcLength(ERLimites(0, 3), 0), 0.0);
     EXPECT_EQ(empty.ConvertToNurbs().nbPoles() + empty.approxime(ERLimites(0, 1), 1).size(), 0);

@@ -217,6 +217,8 @@ TEST(PoleCurveIntersection, OfNurbsCurvesGoesSpanBySpan) {
         ERCpoleNURBS2D back(b);
         back.reverse();
         EXPECT_TRUE(pairs_of(b, back).empty());
+        back.reparametrize(ERLimites(-3.1, 0.7)); // over another interval
+        EXPECT_TRUE(pairs_of(b, back).empty());
         b.translate({1000, 0});
         EXPECT_TRUE(pairs_of(a, b).empty());
     }
@@ -241,6 +243,9 @@ TEST(PoleCurveIntersection, EndsOnEveryInput) {
         EXPECT_TRUE(pairs_of(damaged.ConvertToNurbs(), parabola.ConvertToNurbs()).empty());
     }
     EXPECT_TRUE(pairs_of(Curve(), line).empty() && pairs_of(line, Curve()).empty());
+    FonctionnelleIntersectionDeBezier without_poles(Curve(), line);
+    EXPECT_TRUE(std::isnan(without_poles.f({0.5, 0.5}).data()[0]));
+    EXPECT_TRUE(std::isnan(without_poles.fprime({0.5, 0.5})(0, 0)));
     EXPECT_TRUE(pairs_of(ERCpoleNURBS2D(), parabola.ConvertToNurbs()).empty());
     EXPECT_TRUE(pairs_of(Curve({{1, 0.55, 1}}), line).empty());
     // Lines through the cusp of ((t - 1/3)^2, (t - 1/3)^3), and the cusp with its images.

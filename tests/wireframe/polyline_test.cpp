@@ -65,7 +65,8 @@ public:
         EXPECT_TRUE(isEqual(line(-0.5), segments.front()(-0.5), 1e-14));
         EXPECT_TRUE(isEqual(line(-2.5), segments.front()(-2.5), 1e-14));
         EXPECT_TRUE(isEqual(line(n + 0.5), segments.back()(1.5), 1e-14));
-        EXPECT_TRUE(isEqual(line(n + 1.0), segments.back()(1.0), 1e-14)); // and back
+        // An open one goes back; a polygon goes straight on.
+        EXPECT_TRUE(isEqual(line(n + 1.0), segments.back()(closed ? 2.0 : 1.0), 1e-13));
         EXPECT_TRUE(isEqual(line(n), segments.back().getP2(), 1e-14));
 
         t_SmartPtr<typename D::FiniteEntity> first, second;
@@ -101,6 +102,10 @@ TYPED_TEST(Polylines, AreTheirEdges) {
         typename TestFixture::Open back(open);
         back.reverse();
         EXPECT_TRUE(isEqual(back(0.25), open(n - 1.25), 1e-14));
+        typename TestFixture::Closed round(closed);
+        round.reverse();
+        for (const double t : {0.0, 0.25, 1.5})
+            EXPECT_TRUE(isEqual(round(t), closed(n - t), 1e-14)) << t;
         back = open;
         back.scale(2.0);
         back.translate(open(0.0) * -2.0);
@@ -119,6 +124,9 @@ TYPED_TEST(Polylines, DropRepeatedVertices) {
     line.cleanUp();
     EXPECT_EQ(line.getPoints().size(), 3);
     EXPECT_EQ(line.isClosed(), 1);
+    Line limit({at(0), at(1e-11), at(1)}); // exactly the distance stays
+    limit.cleanUp();
+    EXPECT_EQ(limit.getPoints().size(), 3);
     // One vertex, none.
     Line single({at(3)}), none;
     EXPECT_EQ(single.isClosed(), 1);

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <ostream>
 
 VELM_DEFINE_CLASS(ERCompCurve2D, ERTrimmedEntity2DWF)
@@ -21,11 +20,6 @@ namespace velm::detail {
 namespace {
 
 constexpr double element_length_tolerance = 1e-07;
-
-template <class Value>
-Value nowhere() {
-    return Value::each([](int) { return std::numeric_limits<double>::quiet_NaN(); });
-}
 
 // A parameter of an element by the fraction of the way from its start to its end, which is below
 // the start on a clockwise arc.
@@ -59,12 +53,12 @@ void CompositeCurve<Self>::saveGuts(ERFile& file) const {
 
 template <class Self>
 void CompositeCurve<Self>::restoreGuts(ERFile& file) {
-    numbered_.clear();
     D::TrimmedEntity::restoreGuts(file);
     StoreReader form(file);
     stored_fields(*this, form);
     const int stored = nbElements();
     elements.removeAll(Link());
+    number_elements();
     const bool limited = std::isfinite(this->domain.start()) && std::isfinite(this->domain.end()) &&
                          std::isfinite(this->bound.start()) && std::isfinite(this->bound.end());
     if (nbElements() != stored || !limited) take_natural_limits();
@@ -94,8 +88,7 @@ void CompositeCurve<Self>::put(const Link& element, bool at_end) {
     } else {
         elements.prepend(element);
     }
-    if (!numbered_.empty())
-        numbered_.insert(at_end ? numbered_.end() : numbered_.begin(), element.get());
+    numbered_.insert(at_end ? numbered_.end() : numbered_.begin(), element.get());
     take_natural_limits();
 }
 
@@ -104,8 +97,8 @@ void CompositeCurve<Self>::take_copies(const CompositeCurve& other) {
     Elements copies;
     for (const Link& link : other.elements)
         copies.append(copy_of(*link));
-    numbered_.clear();
     elements = std::move(copies);
+    number_elements();
 }
 
 template <class Self>
@@ -127,18 +120,15 @@ CompositeCurve<Self>& CompositeCurve<Self>::operator=(const CompositeCurve& othe
 }
 
 template <class Self>
-const std::vector<typename CompositeCurve<Self>::Element*>&
-CompositeCurve<Self>::by_number() const {
-    if (numbered_.empty()) {
-        for (const Link& link : elements)
-            numbered_.push_back(link.get());
-    }
-    return numbered_;
+void CompositeCurve<Self>::number_elements() {
+    numbered_.clear();
+    for (const Link& link : elements)
+        numbered_.push_back(link.get());
 }
 
 template <class Self>
 const typename CompositeCurve<Self>::Element& CompositeCurve<Self>::element(int i) const {
-    return *by_number()[static_cast<std::size_t>(i)];
+    return *numbered_[static_cast<std::size_t>(i)];
 }
 
 template <class Self>
@@ -180,10 +170,9 @@ int CompositeCurve<Self>::prepend(const t_SmartPtr<Element>& element, double tol
 
 template <class Self>
 typename CompositeCurve<Self>::Element& CompositeCurve<Self>::findPatch(double t) const {
-    const auto& numbered = by_number();
-    if (!(t > 0.0)) return *numbered.front(); // NaN too
-    if (t >= nbElements()) return *numbered.back();
-    return *numbered[static_cast<std::size_t>(t)];
+    if (!(t > 0.0)) return *numbered_.front(); // NaN too
+    if (t >= nbElements()) return *numbered_.back();
+    return *numbered_[static_cast<std::size_t>(t)];
 }
 
 template <class Self>
@@ -195,16 +184,14 @@ double CompositeCurve<Self>::matchParamToPatch(double t) const {
 
 template <class Self>
 typename CompositeCurve<Self>::Point CompositeCurve<Self>::operator()(double t) {
-    if (elements.isEmpty()) return nowhere<Point>();
+    if (elements.isEmpty()) return Point();
     Element& element = findPatch(t);
     return element(parameter_at(element, matchParamToPatch(t)));
 }
 
 template <class Self>
 typename CompositeCurve<Self>::InfoPoint CompositeCurve<Self>::PtCur(double t) {
-    if (elements.isEmpty())
-        return {t, 1, nowhere<Point>(), nowhere<typename D::Vector>(),
-                nowhere<typename D::Vector>()};
+    if (elements.isEmpty()) return {t, 1, Point(), typename D::Vector(), typename D::Vector()};
     Element& element = findPatch(t);
     InfoPoint info = element.PtCur(parameter_at(element, matchParamToPatch(t)));
     info.Parametre = t;
@@ -234,7 +221,6 @@ void CompositeCurve<Self>::for_parts(const ERLimites& interval, F f) const {
     const double b = std::max(interval.start(), interval.end());
     const bool backwards = interval.start() > interval.end();
     const int all = nbElements();
-    const auto& numbered = by_number();
     const auto inner = [all](double t) {
         return t > 0.0 ? static_cast<int>(std::min(t, all - 1.0)) : 0;
     };
@@ -243,7 +229,7 @@ void CompositeCurve<Self>::for_parts(const ERLimites& interval, F f) const {
         const int i = backwards ? first + last - k : k;
         const double from = i == first ? a - i : 0.0, to = i == last ? b - i : 1.0;
         if (!(to > from) && first != last) continue; // an interval that ends at a joint
-        f(i, *numbered[static_cast<std::size_t>(i)],
+        f(i, *numbered_[static_cast<std::size_t>(i)],
           backwards ? ERLimites(to, from) : ERLimites(from, to));
     }
 }
@@ -279,10 +265,10 @@ CompositeCurve<Self>::approxime(const ERLimites& interval, double tol) {
 
 template <class Self>
 typename CompositeCurve<Self>::D::NurbsCurve CompositeCurve<Self>::ConvertToNurbs() {
-    constexpr double whatever_the_gap = -1.0;
+    constexpr double any_gap = -1.0;
     typename D::NurbsCurve curve;
     for (const Link& link : elements)
-        curve.append(link->ConvertToNurbs(), whatever_the_gap, 0);
+        curve.append(link->ConvertToNurbs(), any_gap, 0);
     return curve;
 }
 
@@ -367,13 +353,10 @@ void CompositeCurve<Self>::reverse() {
     Elements reversed;
     for (const Link& link : elements)
         reversed.prepend(link);
-    numbered_.clear();
     elements = std::move(reversed);
+    number_elements();
     take_natural_limits();
 }
-
-template <class Self>
-void CompositeCurve<Self>::reparametrize(const ERLimites&) {}
 
 template <class Self>
 void CompositeCurve<Self>::scale(double s) {
@@ -387,16 +370,15 @@ void CompositeCurve<Self>::translate(const Point& v) {
 
 template <class Self>
 void CompositeCurve<Self>::printOn(std::ostream& out) const {
-    const auto& numbered = by_number();
     out << std::string(53, '=') << '\n'
         << this->className() << " with " << nbElements() << " elements\n";
-    for (std::size_t i = 0; i < numbered.size(); ++i) {
-        out << "Start Point : " << numbered[i]->firstPt() << '\n'
-            << "End Point   : " << numbered[i]->lastPt();
-        if (i + 1 < numbered.size())
-            out << " Dist = " << distance(numbered[i]->lastPt(), numbered[i + 1]->firstPt());
+    for (std::size_t i = 0; i < numbered_.size(); ++i) {
+        out << "Start Point : " << numbered_[i]->firstPt() << '\n'
+            << "End Point   : " << numbered_[i]->lastPt();
+        if (i + 1 < numbered_.size())
+            out << " Dist = " << distance(numbered_[i]->lastPt(), numbered_[i + 1]->firstPt());
         out << "\nCurve     : ---------------- \n";
-        numbered[i]->printOn(out);
+        numbered_[i]->printOn(out);
         out << "End Curve : ---------------- \n";
     }
 }

@@ -9,18 +9,18 @@
 //     ERCpoleNURBS2D curve = outline.ConvertToNurbs();
 //
 // The parameter runs from 0 to the number of elements, one unit each; a whole one belongs to the
-// later element, and the first and the last element go on beyond their ends. It is by the elements
-// whatever the domain: nothing maps it to another interval. Gaps that were let in stay. The
-// composite owns copies. Sections are not found (the interface's default of 0).
+// later element, and the first and the last element go on beyond their ends. It counts the elements
+// regardless of the domain: `reparametrize` changes the limits only. Gaps that were let in stay.
+// The composite owns copies. Sections are not found (the interface's default of 0).
 //
-// Without elements: NaN points, an empty box, length 0, a NURBS curve without poles.
+// Without elements: points at the origin, an empty box, length 0, a NURBS curve without poles.
 #pragma once
 
 #include "velm/curves/polynomial_patch.h"
 #include "velm/frame/limited_entity.h"
 #include "velm/frame/val_dlist.h"
 
-#include <vector>
+#include <deque>
 
 namespace velm::detail {
 
@@ -76,7 +76,7 @@ public:
     const Element& element(int i) const;
 
     /// Puts a copy at the end: as it is if the first point is within tol of the last point here,
-    /// else reversed if its last point is. A negative tol takes it as it is whatever the gap. Both
+    /// else reversed if its last point is. A negative tol takes it as it is over any gap. Both
     /// domains become (0, number of elements), so that a trim is lost. Returns 1, or 0 with nothing
     /// changed for another gap and for null. The element may be this curve.
     int append(const t_SmartPtr<Element>& element, double tol);
@@ -91,8 +91,8 @@ public:
     InfoPoint PtCur(double t) override;
     /// The boxes of all elements together; a trim doesn't count.
     typename D::Box getBox() override;
-    /// The sum of arcLength(1e-07) of the elements, whatever the tolerance and the trim: part of
-    /// the contract.
+    /// The sum of arcLength(1e-07) of the elements, regardless of the tolerance and the trim: part
+    /// of the contract.
     double arcLength(double tol) const override;
     /// The sum over the parts of the elements in the interval, each with a tolerance of 1e-07.
     double arcLength(ERLimites interval, double tol) const override;
@@ -114,8 +114,6 @@ public:
 
     /// Reverses the order and every element. A trim is lost, as in append: part of the contract.
     void reverse() override;
-    /// Does nothing: the parameter is by the elements.
-    void reparametrize(const ERLimites& natural) override;
     void scale(double s) override;
     void translate(const Point& v) override;
 
@@ -160,14 +158,14 @@ private:
     void put(const Link& element, bool at_end);
     int join(const Element& element, double tol, bool at_end);
     void take_natural_limits();
-    const std::vector<Element*>& by_number() const;
+    void number_elements();
     /// Calls f(i, element, part) for the elements that the interval touches, in its order, `part`
     /// being fractions of the way along the element, reversed with the interval.
     template <class F>
     void for_parts(const ERLimites& interval, F f) const;
     bool cut_out(const ERLimites& interval, CompositeCurve& part) const;
 
-    mutable std::vector<Element*> numbered_; // empty until asked for
+    std::deque<Element*> numbered_; // those of `elements`, for access by index
 };
 
 /// A composite of the plane.

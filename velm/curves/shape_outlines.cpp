@@ -12,7 +12,7 @@ namespace velm::detail {
 
 namespace {
 
-constexpr double whatever_the_gap = -1.0;
+constexpr double any_gap = -1.0;
 
 // The map of the plane that takes coordinates in one frame to those in the xy plane of another.
 ERTransfo2D plane_map(const ERPmIsometrie3D& from, const ERPmIsometrie3D& to) {
@@ -49,7 +49,7 @@ template ERCpoleNURBS3D Polyline<Space>::ConvertToNurbs();
 ERCompCurve2D VertexShape::composite_curve() const {
     ERCompCurve2D outline;
     for (int i = 0; i < points.size(); ++i)
-        outline.append(ERSegment2D(vertex(i), vertex(i + 1)), whatever_the_gap);
+        outline.append(ERSegment2D(vertex(i), vertex(i + 1)), any_gap);
     return outline;
 }
 
@@ -81,8 +81,8 @@ ERCompCurve2D ERRoundedSlot2D::composite_curve() const {
     const velm::detail::SlotPieces pieces(*this);
     ERCompCurve2D outline;
     for (int i = 0; i < 2; ++i) {
-        outline.append(pieces.arcs[i], velm::detail::whatever_the_gap);
-        outline.append(pieces.sides[i], velm::detail::whatever_the_gap);
+        outline.append(pieces.arcs[i], velm::detail::any_gap);
+        outline.append(pieces.sides[i], velm::detail::any_gap);
     }
     return outline;
 }

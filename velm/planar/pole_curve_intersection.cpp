@@ -18,8 +18,13 @@
 
 FonctionnelleIntersectionDeBezier::FonctionnelleIntersectionDeBezier(const ERCpoleBezier2DR& a,
                                                                      const ERCpoleBezier2DR& b)
-    : powerA(a.getSpanPower(0)), powerB(b.getSpanPower(0)), derivedA(powerA), derivedB(powerB),
-      limitsA(a.udeb(), a.ufin()), limitsB(b.udeb(), b.ufin()), work(2) {
+    : powerA(a.getSpanPower(0)), powerB(b.getSpanPower(0)), limitsA(a.udeb(), a.ufin()),
+      limitsB(b.udeb(), b.ufin()), work(2) {
+    constexpr int coordinates = 3;
+    for (auto* const power : {&powerA, &powerB})
+        power->resize(coordinates); // of no poles there is none: 0 / 0
+    derivedA = powerA;
+    derivedB = powerB;
     for (auto* const derived : {&derivedA, &derivedB})
         for (ERPolynome& p : *derived)
             p = p.getDerived(1);
@@ -200,9 +205,20 @@ bool are_equal(const ERVec<Value>& a, const ERVec<Value>& b) {
 bool are_equal(const ERCpoleBezier2DR& a, const ERCpoleBezier2DR& b) {
     return are_equal(a.getPoles(), b.getPoles());
 }
+// With knots that divide the two intervals alike, up to the roundings of a map between them.
 bool are_equal(const ERCpoleNURBS2D& a, const ERCpoleNURBS2D& b) {
-    return are_equal(a.getPoles(), b.getPoles()) &&
-           are_equal(a.getKnots().getVec(), b.getKnots().getVec());
+    const auto u = a.getKnots().getVec().view(), v = b.getKnots().getVec().view();
+    if (u.size() != v.size() || !are_equal(a.getPoles(), b.getPoles())) return false;
+    constexpr double roundings = 0x1p-50; // eight units in the last place
+    const auto error = [](const auto& knots) {
+        return roundings * std::max(std::fabs(knots.front()), std::fabs(knots.back()));
+    };
+    const double length_u = u.back() - u.front(), length_v = v.back() - v.front();
+    const double allowed = error(u) * length_v + error(v) * length_u;
+    for (std::size_t i = 0; i < u.size(); ++i)
+        if (std::fabs((u[i] - u.front()) * length_v - (v[i] - v.front()) * length_u) > allowed)
+            return false;
+    return true;
 }
 
 template <class Curve>
@@ -211,7 +227,7 @@ bool is_reverse_of(Curve a, const Curve& b) {
     return are_equal(a, b);
 }
 
-// Whether two curves have the same poles and knots exactly, or one is the other turned round.
+// Whether two curves have exactly the same poles, or one is the other turned round.
 // Where the pieces of such curves have common points is decided by roundings.
 template <class Curve>
 bool are_same_curve(const Curve& a, const Curve& b) {

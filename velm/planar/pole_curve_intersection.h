@@ -15,8 +15,7 @@
 //   - where curves touch, the Jacobian is singular: no pair, or several close together;
 //   - overlaps give no pairs, or scattered ones; the same curve twice, also reversed, gives none;
 //   - parameters outside the curves are possible, for a root found beyond their ends; beyond the
-//   end
-//     of a span of a NURBS curve they go with that span's polynomial, not with the curve;
+//     end of a span of a NURBS curve they go with that span's polynomial, not with the curve;
 //   - hulls and residuals have absolute tolerances: curves below 1e-6 units lose their crossings.
 // docs/behaviour.md has figures.
 #pragma once
@@ -28,6 +27,7 @@
 /// For the fractions (s, t) of two curves of one span, f = A(s) - B(t).
 class VELM_API FonctionnelleIntersectionDeBezier : public ERCNewtonM {
 public:
+    /// A curve without poles gives NaN.
     FonctionnelleIntersectionDeBezier(const ERCpoleBezier2DR& a, const ERCpoleBezier2DR& b);
 
     ERVec<double> f(const ERVec<double>& x) override;
@@ -53,5 +53,5 @@ private:
 /// have no common points.
 VELM_API int intersect(ERCpoleBezier2DR a, ERCpoleBezier2DR b, ERVec<double>& ta,
                        ERVec<double>& tb);
-/// The same, span by span.
+/// The same, span by span. The same curve over another interval, or turned round, gives none.
 VELM_API int intersect(ERCpoleNURBS2D a, ERCpoleNURBS2D b, ERVec<double>& ta, ERVec<double>& tb);

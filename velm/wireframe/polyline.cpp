@@ -18,6 +18,18 @@ VELM_DEFINE_CLASS(ERPolygone3D, ERPolyline3D)
 
 namespace velm::detail {
 
+namespace {
+
+// In each coordinate; isEqual admits the tolerance itself.
+template <class Point>
+bool is_closer(const Point& a, const Point& b, double tolerance) {
+    for (int i = 0; i < Point::components; ++i)
+        if (!(std::fabs(a[i] - b[i]) < tolerance)) return false;
+    return true;
+}
+
+} // namespace
+
 template <class D>
 template <class Self, class Form>
 void Polyline<D>::stored_fields(Self& self, Form& form) {
@@ -61,7 +73,7 @@ template <class D>
 void Polyline<D>::cleanUp() {
     ERVec<Point> kept;
     for (const Point& p : points.view())
-        if (kept.empty() || !isEqual(p, std::as_const(kept).back(), equalityTolerance))
+        if (kept.empty() || !is_closer(p, std::as_const(kept).back(), equalityTolerance))
             kept.push_back(p);
     points = kept;
     ERObject::operator=(*this); // an assigned object is in no store
@@ -87,8 +99,9 @@ typename D::InfoPoint Polyline<D>::point_at(double t) const {
         const Vector edge(vertex(i), vertex(i + 1));
         return {t, 1, vertex(i) + edge * local, edge, Vector()};
     };
-    // Part of the contract: the last edge starts again from its end here.
-    if (t >= last + 1.0) return on_edge(last - 1, t - last);
+    // Part of the contract: on an open polyline the last edge starts again from its end here.
+    const int vertices = points.size();
+    if (t >= vertices) return on_edge(last - 1, t - (vertices - 1));
 
     const double low = std::max(0.0, std::floor(t)); // 0 for NaN
     const double high = std::clamp(std::ceil(t), 0.0, double(last));
@@ -189,7 +202,8 @@ void Polyline<D>::translate(const Point& v) {
 
 template <class D>
 void Polyline<D>::reverse() {
-    std::reverse(points.begin(), points.end());
+    if (points.empty()) return;
+    std::reverse(points.begin() + closing_edges(), points.end()); // a polygon keeps its start
 }
 
 template <class D>

@@ -36,8 +36,8 @@ public:
     /// The number of edges, which the parameter runs up to; of a polygon with the closing one.
     int edges() const;
 
-    /// Leaves out the vertices within 1e-11 in each coordinate of the last one kept; the object is
-    /// then in no store.
+    /// Leaves out the vertices closer than 1e-11 in each coordinate to the last one kept; the
+    /// object is then in no store.
     void cleanUp();
 
     /// 0 to edges().
@@ -49,9 +49,10 @@ public:
     int isClosed(double tol) const override;
 
     /// On an edge its vector, at an inner vertex the mean of those of both edges; the second
-    /// derivative is 0. The first edge goes on below 0 and the last beyond its end, and from
-    /// edges() + 1 on a second time from its end: part of the contract. Of one vertex the vertex,
-    /// of none the origin, with derivatives of 0.
+    /// derivative is 0. The first edge goes on below 0 and the last beyond its end; on an open
+    /// polyline it does so from edges() + 1 on a second time from its end: part of the contract. Of
+    /// one vertex the vertex, of none the origin, with derivatives of 0. The info point's parameter
+    /// is t.
     typename D::InfoPoint PtCur(double t) override;
     typename D::Box getBox() override;
     /// Of degree 1, with the knots 0, 0, 1, ..., n - 1, n - 1 of its n poles; without poles for
@@ -72,6 +73,7 @@ public:
 
     void scale(double s) override;
     void translate(const Point& v) override;
+    /// A polygon keeps its first vertex.
     void reverse() override;
 
     /// The array of the vertices. Damaged ones leave none.
