@@ -503,6 +503,9 @@ TEST(AnalyticSurfaces, EditingTheAxis) {
     cylinder.height(10); // from z = 3 on
     EXPECT_TRUE(isEqual(cylinder.axe().getP2(), ERPoint3D(0, 0, 13), 1e-14));
     EXPECT_TRUE(isEqual(cylinder.getMatrix().origine(), ERPoint3D(0, 0, 8), 1e-14));
+    cylinder.setBound({1, 1}, {0, 6}); // no height: along the frame's z
+    cylinder.height(4);
+    EXPECT_TRUE(isEqual(cylinder.axe().getP2(), ERPoint3D(0, 0, 13), 1e-14));
 
     const ERBoundedCone cone(ERCone({0, 0, 1}, {0, 0, 2}, 0.5), {5, 0, 4}, {0, 5, 2});
     EXPECT_EQ(cone.getBoundU(), ERLimites(1, 3));

@@ -422,6 +422,15 @@ TEST(BezierSurface, PolesOfPolynomialsGiveTheirValues) {
     ERMatrix<ERPole3DH> none(1, 1);
     SpolyPatch2Pole(ERTValOrderedVector<ERPolynome2Var>(), none);
     EXPECT_TRUE(none.empty());
+    // A net without columns, and one whose array is cut short.
+    ERMatrix<ERPoint3D> cut(3, 3);
+    static_cast<ERVec<ERPoint3D>&>(cut) = ERVec<ERPoint3D>(4);
+    for (const ERMatrix<ERPoint3D>& net : {ERMatrix<ERPoint3D>(2, 0), cut}) {
+        const ERSpoleBezier3D surface(net);
+        EXPECT_EQ(surface.isValid(), 0);
+        EXPECT_TRUE(surface.getIsoU(0.5).nbPoles() == 0 && surface.getIsoV(0.5).nbPoles() == 0);
+        EXPECT_TRUE(std::isnan(surface(0.5, 0.5).x()));
+    }
     EXPECT_EQ(ERPolynome2Var().eval(3, 4), 0.0);
 }
 

@@ -105,6 +105,8 @@ TEST(SurOfRevolution, PointsDerivativesIsosSplitsAndMaps) {
         EXPECT_EQ(b->getBoundU(), ERLimites(1, 3));
         EXPECT_TRUE(isEqual((*b)(at), expected, 1e-12));
         EXPECT_EQ(s->SplitInU(a, b, 4.5), 0);
+        EXPECT_EQ(ERSurOfRevolution(curve, axis, 4, 1).SplitInU(b, a), 1) << "downwards";
+        EXPECT_EQ(a->getBoundV(), ERLimites(2.5, 1));
         EXPECT_EQ(s->SplitInV(a, b), 1);
         EXPECT_EQ(a->getBoundU(), ERLimites(1, 2));
         EXPECT_EQ(b->getBoundV(), ERLimites(0.5, 4));
@@ -222,6 +224,18 @@ TEST(OffsetSurface, PointsAreAboveTheBaseOnTheSideOfTheDirection) {
             EXPECT_TRUE(s.getBox().contains(expected));
             EXPECT_TRUE(isEqual((*s.getEntityIsoU(at.x()))(at.y()), expected, 1e-12));
             EXPECT_TRUE(isEqual((*s.getEntityIsoV(at.y()))(at.x()), expected, 1e-12));
+            // The tangents are the base's by the same parameter, on the torus too; those of the
+            // cone are of height 1.
+            const double h = 1e-6;
+            const ERVector3D by_u((*base)(at.x() - h, at.y()), (*base)(at.x() + h, at.y()));
+            const ERVector3D by_v((*base)(at.x(), at.y() - h), (*base)(at.x(), at.y() + h));
+            const auto tangent = [](const t_SmartPtr<ERFiniteEntity3DWF>& iso, double t) {
+                return iso->PtCur(t).tangente().getnormalized();
+            };
+            EXPECT_TRUE(
+                isEqual(tangent(s.getEntityIsoU(at.x()), at.y()), by_v.getnormalized(), 1e-6));
+            EXPECT_TRUE(
+                isEqual(tangent(s.getEntityIsoV(at.y()), at.x()), by_u.getnormalized(), 1e-6));
             // A part keeps the side, although the normal in its middle may point elsewhere.
             Surface a, b;
             for (const int split : {s.SplitInU(a, b), s.SplitInV(a, b)}) {
@@ -343,6 +357,8 @@ TEST(DerivedSurfaces, AreStoredWithWhatTheyAreBuiltOn) {
         EXPECT_TRUE(isEqual(back(1.5, 2), before * (index + 1.0), 1e-12)) << index;
         EXPECT_TRUE(back.equivEntity());
         EXPECT_EQ(back.indicateur(), 7);
+        back.offset(0.25);
+        EXPECT_FALSE(back.equivEntity()) << "it is where the surface was";
         // References to nothing.
         restore(back, bytes_of(1.5, 2.5, 0.0, 0.0, 0.0, 0, 12345, 0, -5));
         EXPECT_FALSE(back.base() || back.equivEntity());

@@ -139,6 +139,7 @@ void BezierSurface<Self>::adjust() {
 
 template <class Self>
 typename BezierSurface<Self>::IsoCurve BezierSurface<Self>::getIsoU(double u) const {
+    if (poles_.empty()) return {};
     ERVec<StoredPole> iso(poles_.rows());
     const ConstPoleGrid grid = grid_of(poles_);
     const PoleRow out = row_of(iso);
@@ -149,9 +150,9 @@ typename BezierSurface<Self>::IsoCurve BezierSurface<Self>::getIsoU(double u) co
 
 template <class Self>
 typename BezierSurface<Self>::IsoCurve BezierSurface<Self>::getIsoV(double v) const {
+    if (poles_.empty()) return {};
     ERVec<StoredPole> iso(poles_.columns());
-    if (!iso.empty())
-        row_value(grid_of(poles_).line(Axis::v, 0), natural_v.ratio(v), row_of(iso).poles);
+    row_value(grid_of(poles_).line(Axis::v, 0), natural_v.ratio(v), row_of(iso).poles);
     return IsoCurve(iso, natural_u, working_u);
 }
 

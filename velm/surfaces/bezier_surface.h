@@ -41,9 +41,11 @@ public:
 
     BezierSurface() = default;
     /// Over [0, 1] x [0, 1].
-    explicit BezierSurface(const ERMatrix<StoredPole>& control) : poles_(control) {}
+    /// A net that isn't whole (ERMatrix::is_whole) counts as none.
+    explicit BezierSurface(const ERMatrix<StoredPole>& control)
+        : BezierSurface(control, ERLimites(0.0, 1.0), ERLimites(0.0, 1.0)) {}
     BezierSurface(const ERMatrix<StoredPole>& control, const ERLimites& u, const ERLimites& v)
-        : ERSpoleRep(u, v), poles_(control) {}
+        : ERSpoleRep(u, v), poles_(control.is_whole() ? control : ERMatrix<StoredPole>()) {}
 
     /// The poles as they are stored, weighted on a rational surface.
     const ERMatrix<StoredPole>& poles() const { return poles_; }

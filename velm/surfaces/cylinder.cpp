@@ -121,7 +121,9 @@ void ERBoundedCylinder::axe(const ERSegment3D& segment) {
 
 void ERBoundedCylinder::height(double value) {
     const ERSegment3D old = axe();
-    const ERPoint3D end = old.getP1() + old.dirVector().getnormalized() * value;
+    const bool has_height = old.dirVector().norme() > 0.0;
+    const ERVector3D up = has_height ? old.dirVector().getnormalized() : axis(Coord3D_Z);
+    const ERPoint3D end = old.getP1() + up * value;
     *this = ERBoundedCylinder(ERSegment3D(old.getP1(), end), radius_);
 }
 

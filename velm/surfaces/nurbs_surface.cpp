@@ -53,7 +53,8 @@ ERSpoleNURBS3D::~ERSpoleNURBS3D() = default;
 
 ERSpoleNURBS3D::ERSpoleNURBS3D(const ERMatrix<ERPole3DH>& control, const ERKnotVector& u,
                                const ERKnotVector& v)
-    : ERSpoleRep(domain_of(u), domain_of(v)), poles_(control), knots_u_(u), knots_v_(v) {}
+    : ERSpoleRep(domain_of(u), domain_of(v)),
+      poles_(control.is_whole() ? control : ERMatrix<ERPole3DH>()), knots_u_(u), knots_v_(v) {}
 
 ERSpoleNURBS3D::ERSpoleNURBS3D(const ERMatrix<ERPole3DH>& control, const ERKnotVector& u,
                                const ERKnotVector& v, const ERLimites& trim_u,

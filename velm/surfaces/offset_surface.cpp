@@ -5,6 +5,7 @@
 #include "velm/frame/point_functions.h"
 #include "velm/frame/point_list.h"
 #include "velm/frame/stored_reference.h"
+#include "velm/surfaces/torus.h"
 #include "velm/transforms/transformation_handle.h"
 
 #include <cmath>
@@ -176,7 +177,10 @@ void EROffsetSurface::move(Change change, MapVector map_vector, double factor) {
     }
 }
 
-void EROffsetSurface::offset(double d) { offset_ += d; }
+void EROffsetSurface::offset(double d) {
+    offset_ += d;
+    if (d != 0.0) equivalent_ = nullptr; // it is where the surface was
+}
 
 void EROffsetSurface::scale(double s) {
     ERAnyBoundedSurface::scale(s);
@@ -265,14 +269,22 @@ EROffsetSurfaceIsoParam& EROffsetSurfaceIsoParam::operator=(const EROffsetSurfac
     return *this;
 }
 
+// A torus stores its derivatives with u and v exchanged.
+static bool is_over_a_torus(const EROffsetSurface& surface) {
+    const ERAnyBoundedSurface* base = surface.base().get();
+    const EROffsetSurface* below = base ? EROffsetSurface::castdown(base) : nullptr;
+    return below ? is_over_a_torus(*below) : base && ERBoundedTorus::castdown(base);
+}
+
 ERInfoPoint3DWF EROffsetSurfaceIsoParam::PtCur(double t) {
     if (!surface_) return {t, 1, ERPoint3D(), ERVector3D(), ERVector3D()};
     const double along = sense_ < 0 ? -t : t;
     const ERInfoPoint3DSurf on =
         constant_u_ ? surface_->PtCur(value_, along) : surface_->PtCur(along, value_);
-    const ERVector3D first = constant_u_ ? on.tangenteV() : on.tangenteU();
+    const bool along_v = (constant_u_ != 0) != is_over_a_torus(*surface_);
+    const ERVector3D first = along_v ? on.tangenteV() : on.tangenteU();
     return {t, 1, on.point(), sense_ < 0 ? -first : first,
-            constant_u_ ? on.derivative(2, 0) : on.derivative(0, 2)};
+            along_v ? on.derivative(2, 0) : on.derivative(0, 2)};
 }
 
 ERPoint3D EROffsetSurfaceIsoParam::point(double t) const {

@@ -70,7 +70,7 @@ public:
     int SplitInV(t_SmartPtr<ERAnyBoundedSurface>& a, t_SmartPtr<ERAnyBoundedSurface>& b,
                  double v) const override;
 
-    /// Adds to the offset.
+    /// Adds to the offset; the equal surface is no longer known, unless d is 0.
     void offset(double d) override;
     void scale(double s) override;
     void translate(const ERPoint3D& v) override;
@@ -106,7 +106,7 @@ private:
     double indicator_ = 0.0;
 };
 
-/// Evaluated through the surface; its derivatives are therefore those of the base.
+/// Evaluated through the surface; its derivatives along the curve are therefore those of the base.
 class VELM_API EROffsetSurfaceIsoParam : public ERFiniteEntity3DWF {
     VELM_DECLARE_CLASS(EROffsetSurfaceIsoParam)
 

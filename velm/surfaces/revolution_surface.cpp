@@ -110,12 +110,19 @@ ERSpoleNURBS3D ERSurOfRevolution::ConvertToNurbs() const {
 
 int ERSurOfRevolution::SplitInU(t_SmartPtr<ERAnyBoundedSurface>& a,
                                 t_SmartPtr<ERAnyBoundedSurface>& b) const {
-    return SplitInU(a, b, angles_.start() + (angles_.end() - angles_.start()) * 0.5);
+    divide(a, b, angles_.start() + (angles_.end() - angles_.start()) * 0.5);
+    return 1;
 }
 
 int ERSurOfRevolution::SplitInU(t_SmartPtr<ERAnyBoundedSurface>& a,
                                 t_SmartPtr<ERAnyBoundedSurface>& b, double angle) const {
     if (!angles_.inBound(angle)) return 0;
+    divide(a, b, angle);
+    return 1;
+}
+
+void ERSurOfRevolution::divide(t_SmartPtr<ERAnyBoundedSurface>& a,
+                               t_SmartPtr<ERAnyBoundedSurface>& b, double angle) const {
     const t_SmartPtr<ERSurOfRevolution> first = new ERSurOfRevolution(*this);
     const t_SmartPtr<ERSurOfRevolution> second = new ERSurOfRevolution(*this);
     for (ERSurOfRevolution* part : {first.get(), second.get()})
@@ -123,7 +130,6 @@ int ERSurOfRevolution::SplitInU(t_SmartPtr<ERAnyBoundedSurface>& a,
     first->angles_.end() = second->angles_.start() = angle;
     a = first.get();
     b = second.get();
-    return 1;
 }
 
 int ERSurOfRevolution::SplitInV(t_SmartPtr<ERAnyBoundedSurface>& a,

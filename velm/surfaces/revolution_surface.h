@@ -55,6 +55,7 @@ public:
     ERSpoleNURBS3D ConvertToNurbs() const;
 
     /// Part of the contract: SplitInU divides the angles, SplitInV the curve, by its splitAt.
+    /// SplitInU without an angle divides them in the middle, however they run.
     int SplitInU(t_SmartPtr<ERAnyBoundedSurface>& a,
                  t_SmartPtr<ERAnyBoundedSurface>& b) const override;
     int SplitInU(t_SmartPtr<ERAnyBoundedSurface>& a, t_SmartPtr<ERAnyBoundedSurface>& b,
@@ -93,6 +94,8 @@ public:
 private:
     ERVector3D turned(const ERVector3D& v, double angle) const;
     t_SmartPtr<ERFiniteEntity3DWF> curve_copy() const;
+    void divide(t_SmartPtr<ERAnyBoundedSurface>& a, t_SmartPtr<ERAnyBoundedSurface>& b,
+                double angle) const;
     template <class Map>
     void move(Map map, bool reflecting);
 
