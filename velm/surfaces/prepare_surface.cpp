@@ -1,13 +1,19 @@
 // velm::prepare of surfaces.
+#include "velm/curves/detail/prepared_pieces.h"
+#include "velm/curves/prepare.h"
 #include "velm/surfaces/bezier_surface.h"
 #include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/cone.h"
 #include "velm/surfaces/cylinder.h"
 #include "velm/surfaces/detail/kernel_loading.h"
 #include "velm/surfaces/detail/surface_tables.h"
+#include "velm/surfaces/detail/turned_pole.h"
 #include "velm/surfaces/nurbs_surface.h"
+#include "velm/surfaces/offset_surface.h"
+#include "velm/surfaces/revolution_surface.h"
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/torus.h"
+#include "velm/transforms/transformation_factories.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,6 +46,26 @@ std::vector<double> list(const ERVec<double>& values) {
     return {values.view().begin(), values.view().end()};
 }
 
+// Fills in the poles and boxes of all patches; pole(i, j, column, row) is that of a patch.
+template <class PoleAt>
+void add_patches(SurfaceTables& tables, PoleAt pole_at) {
+    tables.poles.reserve(std::size_t(tables.patches_u()) * std::size_t(tables.patches_v()) *
+                         tables.poles_of_patch());
+    for (int j = 0; j < tables.patches_v(); ++j)
+        for (int i = 0; i < tables.patches_u(); ++i) {
+            ERMinimax3D box;
+            for (int row = 0; row <= tables.degree_v; ++row)
+                for (int column = 0; column <= tables.degree_u; ++column) {
+                    const ERPole3DH& p = pole_at(i, j, column, row);
+                    tables.poles.push_back({{p.x_, p.y_, p.z_, p.weight}});
+                    tables.rational = tables.rational || p.weight != 1.0;
+                    box.Update(p.castToPoint());
+                }
+            tables.boxes.push_back(box);
+            tables.box.Update(box);
+        }
+}
+
 // Patches side by side in one matrix as tables. Null unless all is finite and weights positive.
 std::shared_ptr<SurfaceTables> tables_of(const ERMatrix<ERPole3DH>& pieces, int degree_u,
                                          int degree_v, const ERVec<double>& ends_u,
@@ -59,22 +85,21 @@ std::shared_ptr<SurfaceTables> tables_of(const ERMatrix<ERPole3DH>& pieces, int 
     tables->ends_v = list(ends_v);
     tables->u = ERLimites(tables->ends_u.front(), tables->ends_u.back());
     tables->v = ERLimites(tables->ends_v.front(), tables->ends_v.back());
-    tables->poles.reserve(view.size());
-    for (int j = 0; j < tables->patches_v(); ++j)
-        for (int i = 0; i < tables->patches_u(); ++i) {
-            ERMinimax3D box;
-            for (int row = 0; row <= degree_v; ++row)
-                for (int column = 0; column <= degree_u; ++column) {
-                    const ERPole3DH& p =
-                        pieces(j * (degree_v + 1) + row, i * (degree_u + 1) + column);
-                    tables->poles.push_back({{p.x_, p.y_, p.z_, p.weight}});
-                    tables->rational = tables->rational || p.weight != 1.0;
-                    box.Update(p.castToPoint());
-                }
-            tables->boxes.push_back(box);
-            tables->box.Update(box);
-        }
+    tables->smooth_u.assign(tables->ends_u.size() - 2, false);
+    tables->smooth_v.assign(tables->ends_v.size() - 2, false);
+    add_patches(*tables, [&](int i, int j, int column, int row) -> const ERPole3DH& {
+        return pieces(j * (degree_v + 1) + row, i * (degree_u + 1) + column);
+    });
     return tables;
+}
+
+// First derivatives are continuous at a knot that occurs less often than the degree.
+std::vector<bool> smooth_ends(const ERKnotVector& knots, const std::vector<double>& ends) {
+    std::vector<bool> smooth;
+    const auto all = knots.getVec().view();
+    for (std::size_t k = 1; k + 1 < ends.size(); ++k)
+        smooth.push_back(std::count(all.begin(), all.end(), ends[k]) < knots.degree());
+    return smooth;
 }
 
 std::shared_ptr<SurfaceTables> nurbs_tables(const ERSpoleNURBS3D& surface) {
@@ -85,7 +110,10 @@ std::shared_ptr<SurfaceTables> nurbs_tables(const ERSpoleNURBS3D& surface) {
     const auto along_u = bezier_pieces(part.poles(), part.knotVectorU(), Axis::u, ends_u);
     const auto pieces = bezier_pieces(along_u, part.knotVectorV(), Axis::v, ends_v);
     auto tables = tables_of(pieces, part.degreeU(), part.degreeV(), ends_u, ends_v);
-    if (tables) detail::load(tables->spline, part.poles(), part.knotVectorU(), part.knotVectorV());
+    if (!tables) return {};
+    detail::load(tables->spline, part.poles(), part.knotVectorU(), part.knotVectorV());
+    tables->smooth_u = smooth_ends(part.knotVectorU(), tables->ends_u);
+    tables->smooth_v = smooth_ends(part.knotVectorV(), tables->ends_v);
     return tables;
 }
 
@@ -98,13 +126,15 @@ std::shared_ptr<SurfaceTables> bezier_tables(const Bezier& surface) {
 }
 
 // A box that holds the surface: that of a box in the frame, of whole turns.
-ERMinimax3D bounds_of(const detail::AnalyticShape& shape, SurfaceKind kind, const ERLimites& u,
-                      const ERLimites& v) {
+ERMinimax3D bounds_of(const SurfaceTables& tables) {
+    const detail::AnalyticShape& shape = tables.shape;
+    const SurfaceKind kind = tables.kind;
     const double r = std::fabs(shape.radius), small = std::fabs(shape.small_radius);
+    const ERLimites u(tables.u.start() + shape.lift, tables.u.end() + shape.lift);
     const double far = std::max(std::fabs(u.start()), std::fabs(u.end()));
     const double out = kind == SurfaceKind::cone ? r * far : r + small;
     ERLimites x(-out, out), y(x), z(u);
-    if (kind == SurfaceKind::plane) x = u, y = v, z = ERLimites(0.0, 0.0);
+    if (kind == SurfaceKind::plane) x = u, y = tables.v, z = ERLimites(0.0, 0.0);
     if (kind == SurfaceKind::sphere) z = ERLimites(-r, r);
     if (kind == SurfaceKind::torus) z = ERLimites(-small, small);
     ERMinimax3D box;
@@ -131,7 +161,7 @@ std::shared_ptr<SurfaceTables> shape_tables(const Framed& surface, SurfaceKind k
                      frame.getVector(Coord3D_Z),
                      radius,
                      small_radius};
-    tables->box = bounds_of(tables->shape, kind, tables->u, tables->v);
+    tables->box = bounds_of(*tables);
     return tables->box.diagonal() < std::numeric_limits<double>::infinity() ? tables : nullptr;
 }
 
@@ -149,20 +179,202 @@ std::shared_ptr<SurfaceTables> analytic_tables(const ERAnyBoundedSurface& surfac
     return nullptr;
 }
 
+// The homogeneous poles of a piece of a curve as they are in space.
+std::vector<ERPole3DH> pole_list(const PreparedCurve<3>& curve, int piece) {
+    const CurvePiece<3> given = curve.piece(piece);
+    std::vector<ERPole3DH> poles;
+    if (curve.tables()[piece].angular) {
+        // A conic about the point plus its second derivative: the middle pole is where the tangents
+        // at the ends meet.
+        const double cosine = std::cos(0.5 * given.parameters.amplitude());
+        const ERInfoPoint3DWF middle = curve.point_at(given.parameters(0.5));
+        const ERPoint3D centre = middle.point() + middle.second_derivative();
+        return {ERPole3DH(curve(given.parameters.start()), 1.0),
+                ERPole3DH(centre * cosine - middle.second_derivative(), cosine),
+                ERPole3DH(curve(given.parameters.end()), 1.0)};
+    }
+    for (std::size_t k = 0; k < given.poles.size(); k += 4) {
+        const double w = given.poles[k + 3];
+        poles.emplace_back(given.poles[k] + given.origin.x() * w,
+                           given.poles[k + 1] + given.origin.y() * w,
+                           given.poles[k + 2] + given.origin.z() * w, w);
+    }
+    return poles;
+}
+
+// Whether both curves have the same points at the same parameters.
+bool same_parameters(const PreparedCurve<3>& curve, ERFiniteEntity3DWF& entity) {
+    constexpr int places = 40;
+    const double allowed = 1e-9 * curve.size();
+    for (int k = 0; k <= places; ++k) {
+        const double t = entity.getBound()(double(k) / places);
+        if (!(ERVector3D(curve(t), entity(t)).norme() <= allowed)) return false;
+    }
+    return true;
+}
+
+// Whether the first derivative at the joint before the piece is continuous, except for rounding.
+bool is_smooth(const PreparedCurve<3>& curve, int piece) {
+    constexpr double rounding = 1e-12;
+    const auto before = curve.point_at(CurvePlace{0.0, piece - 1, 1.0});
+    const auto after = curve.point_at(CurvePlace{0.0, piece, 0.0});
+    return (before.tangente() - after.tangente()).norme() <= rounding * before.tangente().norme() &&
+           ERVector3D(before.point(), after.point()).norme() <= rounding * curve.size();
+}
+
+// Whether the curve is in the half plane x >= 0 of y = 0, except for rounding.
+bool is_meridian(const PreparedCurve<3>& curve) {
+    const double rounding = 1e-13 * curve.size();
+    for (int i = 0; i < curve.pieces(); ++i)
+        for (const ERPole3DH& pole : pole_list(curve, i)) {
+            const ERPoint3D p = pole.castToPoint();
+            if (!(p.x() >= -rounding && std::fabs(p.y()) <= rounding)) return false;
+        }
+    return true;
+}
+
+// The exact patches of a turned curve.
+void add_turned_patches(SurfaceTables& tables, const ERInfLine3D& axis) {
+    const PreparedCurve<3>& curve = *tables.generatrix;
+    const int pieces = detail::quarters_of(tables.v.amplitude());
+    tables.degree_u = curve.piece(0).degree;
+    tables.degree_v = 2;
+    tables.angular_u = curve.tables()[0].angular;
+    tables.angular_v = true;
+    tables.ends_u.push_back(tables.u.start());
+    std::vector<std::vector<ERPole3DH>> rows;
+    for (int i = 0; i < curve.pieces(); ++i) {
+        tables.ends_u.push_back(curve.piece(i).parameters.end());
+        if (i > 0) tables.smooth_u.push_back(is_smooth(curve, i));
+        rows.push_back(pole_list(curve, i));
+        for (ERPole3DH& pole : rows.back()) {
+            const detail::AnalyticShape& frame = tables.shape;
+            const ERVector3D p = ERVector3D(frame.origin) * pole.weight + frame.x * pole.x() +
+                                 frame.y * pole.y() + frame.z * pole.z();
+            pole = ERPole3DH(p.i(), p.j(), p.k(), pole.weight);
+        }
+    }
+    for (int j = 0; j <= pieces; ++j)
+        tables.ends_v.push_back(tables.v(double(j) / pieces));
+    tables.smooth_v.assign(std::size_t(pieces) - 1, true);
+    const double half_piece = 0.5 * tables.v.amplitude() / pieces;
+    add_patches(tables, [&](int i, int j, int column, int row) {
+        return detail::turned_pole(rows[std::size_t(i)][std::size_t(column)], axis,
+                                   tables.v.start() + (2 * j + row) * half_piece,
+                                   row == 1 ? std::cos(half_piece) : 1.0);
+    });
+}
+
+std::shared_ptr<SurfaceTables> revolution_tables(const ERSurOfRevolution& surface) {
+    ERPoint3D off_axis, foot;
+    double t = 0.0;
+    const ERInfLine3D& axis = surface.axe();
+    if (!surface.generatrix() || !(axis.dirVector().norme2() > 0.0) ||
+        !detail::is_turn(surface.vdeb(), surface.vfin()) ||
+        !surface.getOnePointOfTheGeneratrixNotOnTheAxis(off_axis, t, foot))
+        return {};
+    const ERVector3D x(foot, off_axis);
+    const ERPmIsometrie3D frame = ERChgRepere3D(x, axis.dirVector() ^ x, axis.origine());
+    const t_SmartPtr<ERFiniteEntity3DWF> local(
+        ERFiniteEntity3DWF::castdown(surface.generatrix()->getCopy()));
+    local->transformTo(frame);
+    auto tables = std::make_shared<SurfaceTables>();
+    tables->generatrix = prepare(*local);
+    if (!tables->generatrix || !same_parameters(*tables->generatrix, *local)) return {};
+    const PreparedCurve<3>& curve = *tables->generatrix;
+    for (int i = 1; i < curve.pieces(); ++i)
+        if (curve.piece(i).degree != curve.piece(0).degree) return {};
+    tables->kind = SurfaceKind::revolution;
+    tables->u = curve.domain();
+    tables->v = surface.getBoundV();
+    tables->shape.origin = frame.origine();
+    tables->shape.x = frame.getVector(Coord3D_X);
+    tables->shape.y = frame.getVector(Coord3D_Y);
+    tables->shape.z = frame.getVector(Coord3D_Z);
+    tables->meridian = is_meridian(curve);
+    add_turned_patches(*tables, axis);
+    return tables;
+}
+
+// Moves a plane, cylinder, cone, sphere or torus along the normal of its PtCur, which is dP/du ^
+// dP/dv on planes and spheres, against it on tori, and on cylinders and cones the side of the axis.
+// Whether that is such a surface.
+bool move_shape(SurfaceTables& tables, double offset) {
+    detail::AnalyticShape& shape = tables.shape;
+    switch (tables.kind) {
+    case SurfaceKind::plane:
+        shape.origin += ERPoint3D(shape.z * offset);
+        return true;
+    case SurfaceKind::sphere:
+        shape.radius += offset;
+        return shape.radius > 0.0;
+    case SurfaceKind::cylinder:
+        shape.radius -= offset;
+        return shape.radius > 0.0;
+    case SurfaceKind::torus:
+        shape.small_radius -= offset;
+        return shape.small_radius > 0.0;
+    case SurfaceKind::cone: {
+        // Each generator moves by `offset` across: the apex by offset / sin, and the foot of a
+        // point by offset sin along the axis, so that its height above the new apex is less by the
+        // difference, offset cos^2 / sin. With the slope S = sin / cos.
+        const double sine = std::fabs(shape.radius) / std::sqrt(1.0 + shape.radius * shape.radius);
+        shape.origin += ERPoint3D(shape.z * (offset / sine));
+        shape.lift += offset * sine - offset / sine;
+        return shape.radius != 0.0;
+    }
+    default:
+        return false;
+    }
+}
+
+std::shared_ptr<SurfaceTables> tables_for(const ERAnyBoundedSurface& surface, int depth);
+
+std::shared_ptr<SurfaceTables> offset_tables(const EROffsetSurface& surface, int depth) {
+    constexpr int most_bases = 64;
+    if (!surface.base() || depth > most_bases || !std::isfinite(surface.getOffset())) return {};
+    std::shared_ptr<SurfaceTables> tables = tables_for(*surface.base(), depth + 1);
+    if (!tables) return {};
+    if (tables->kind == SurfaceKind::offset) {
+        tables->offset += surface.getOffset(); // along the same normals
+    } else if (tables->poles.empty()) {
+        if (!move_shape(*tables, surface.getOffset())) return {};
+    } else {
+        auto moved = std::make_shared<SurfaceTables>();
+        moved->kind = SurfaceKind::offset;
+        moved->u = tables->u;
+        moved->v = tables->v;
+        moved->offset = surface.getOffset();
+        moved->base = std::move(tables);
+        tables = std::move(moved);
+    }
+    if (tables->base) {
+        tables->box = tables->base->box;
+        tables->box.Inflate(std::fabs(tables->offset));
+    } else {
+        tables->box = bounds_of(*tables);
+    }
+    return tables;
+}
+
+std::shared_ptr<SurfaceTables> tables_for(const ERAnyBoundedSurface& surface, int depth) {
+    if (!is_proper(surface.getBoundU()) || !is_proper(surface.getBoundV())) return {};
+    if (const auto* const nurbs = ERSpoleNURBS3D::castdown(&surface)) return nurbs_tables(*nurbs);
+    if (const auto* const rational = ERSpoleBezier3DR::castdown(&surface))
+        return bezier_tables(*rational);
+    if (const auto* const polynomial = ERSpoleBezier3D::castdown(&surface))
+        return bezier_tables(*polynomial);
+    if (const auto* const turned = ERSurOfRevolution::castdown(&surface))
+        return revolution_tables(*turned);
+    if (const auto* const moved = EROffsetSurface::castdown(&surface))
+        return offset_tables(*moved, depth);
+    return analytic_tables(surface);
+}
+
 } // namespace
 
 std::optional<PreparedSurface> prepare(const ERAnyBoundedSurface& surface) {
-    if (!is_proper(surface.getBoundU()) || !is_proper(surface.getBoundV())) return std::nullopt;
-    std::shared_ptr<SurfaceTables> tables;
-    if (const auto* const nurbs = ERSpoleNURBS3D::castdown(&surface)) {
-        tables = nurbs_tables(*nurbs);
-    } else if (const auto* const rational = ERSpoleBezier3DR::castdown(&surface)) {
-        tables = bezier_tables(*rational);
-    } else if (const auto* const polynomial = ERSpoleBezier3D::castdown(&surface)) {
-        tables = bezier_tables(*polynomial);
-    } else {
-        tables = analytic_tables(surface);
-    }
+    const std::shared_ptr<SurfaceTables> tables = tables_for(surface, 0);
     if (!tables) return std::nullopt;
     return SurfaceTables::publish(tables);
 }

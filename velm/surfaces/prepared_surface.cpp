@@ -2,7 +2,9 @@
 
 #include "velm/curves/detail/basis_functions.h"
 #include "velm/frame/thread_data.h"
+#include "velm/surfaces/detail/analytic_jet.h"
 #include "velm/surfaces/detail/quotient_rule.h"
+#include "velm/surfaces/detail/surface_expansion.h"
 #include "velm/surfaces/detail/surface_tables.h"
 #include "velm/surfaces/detail/tensor_jet.h"
 #include "velm/surfaces/limit_normal.h"
@@ -12,19 +14,14 @@
 
 namespace velm {
 
-using detail::AnalyticShape;
+using detail::AnalyticJet;
 using detail::DirectionBasis;
+using detail::interval_of;
+using detail::Jet;
 using detail::SurfaceTables;
+using detail::Turn;
 
 namespace {
-
-// A point and its derivatives: eighteen doubles, P, Pu, Pv, Puu, Puv, Pvv.
-struct Jet {
-    double c[18];
-
-    ERPoint3D point() const { return {c[0], c[1], c[2]}; }
-    ERVector3D vector(int k) const { return {c[3 * k], c[3 * k + 1], c[3 * k + 2]}; }
-};
 
 // The order of derivatives that the samples need.
 int order_of(const SurfaceSamples& samples) {
@@ -45,75 +42,6 @@ PrincipalCurvatures curvatures_of(const Jet& jet) {
     const double mean = 0.5 * (n * e - 2.0 * f * m + l * g) / area;
     const double root = std::sqrt(std::max(0.0, mean * mean - gauss));
     return {mean - root, mean + root};
-}
-
-// cos and sin of an angle, or the parameter itself on axes that are lengths.
-struct Turn {
-    double t, cosine, sine;
-};
-
-// The analytic surfaces.
-class Analytic {
-public:
-    explicit Analytic(const SurfaceTables& tables) : kind_(tables.kind), shape_(tables.shape) {}
-
-    bool turns_in_u() const { return kind_ == SurfaceKind::sphere || kind_ == SurfaceKind::torus; }
-    bool turns_in_v() const { return kind_ != SurfaceKind::plane; }
-    static Turn turn(double t, bool angle) {
-        return angle ? Turn{t, std::cos(t), std::sin(t)} : Turn{t, 0.0, 0.0};
-    }
-
-    Jet at(const Turn& u, const Turn& v) const {
-        // Local coordinates of P, Pu, Pv, Puu, Puv, Pvv.
-        double local[6][3] = {};
-        const auto set = [&local](int k, double x, double y, double z) {
-            local[k][0] = x, local[k][1] = y, local[k][2] = z;
-        };
-        const double r = shape_.radius;
-        if (kind_ == SurfaceKind::plane) {
-            set(0, u.t, v.t, 0);
-            set(1, 1, 0, 0);
-            set(2, 0, 1, 0);
-        } else if (kind_ == SurfaceKind::cylinder) {
-            set(0, r * v.cosine, r * v.sine, u.t);
-            set(1, 0, 0, 1);
-            set(2, -r * v.sine, r * v.cosine, 0);
-            set(5, -r * v.cosine, -r * v.sine, 0);
-        } else if (kind_ == SurfaceKind::cone) {
-            const double c = r * v.cosine, s = r * v.sine;
-            set(0, u.t * c, u.t * s, u.t);
-            set(1, c, s, 1);
-            set(2, -u.t * s, u.t * c, 0);
-            set(4, -s, c, 0);
-            set(5, -u.t * c, -u.t * s, 0);
-        } else {
-            // The circle of v has the radius `tube` about a circle of the radius `spine`.
-            const bool is_sphere = kind_ == SurfaceKind::sphere;
-            const double spine = is_sphere ? 0.0 : r, tube = is_sphere ? r : shape_.small_radius;
-            const double out = spine + tube * v.cosine, rise = tube * v.sine, run = tube * v.cosine;
-            set(0, out * u.cosine, out * u.sine, rise);
-            set(1, -out * u.sine, out * u.cosine, 0);
-            set(2, -rise * u.cosine, -rise * u.sine, run);
-            set(3, -out * u.cosine, -out * u.sine, 0);
-            set(4, rise * u.sine, -rise * u.cosine, 0);
-            set(5, -run * u.cosine, -run * u.sine, -rise);
-        }
-        Jet jet = {};
-        for (int k = 0; k < 6; ++k)
-            for (int c = 0; c < 3; ++c)
-                jet.c[3 * k + c] = (k == 0 ? shape_.origin[c] : 0.0) + local[k][0] * shape_.x[c] +
-                                   local[k][1] * shape_.y[c] + local[k][2] * shape_.z[c];
-        return jet;
-    }
-
-private:
-    SurfaceKind kind_;
-    const AnalyticShape& shape_;
-};
-
-int patch_of(const std::vector<double>& ends, double t) {
-    const auto above = std::upper_bound(ends.begin() + 1, ends.end() - 1, t);
-    return static_cast<int>(above - ends.begin()) - 1;
 }
 
 // Bernstein's functions at t between two ends; memory as basis_memory says.
@@ -200,7 +128,7 @@ void for_patches(const SurfaceTables& tables, std::span<const ERPoint2D> paramet
         for (std::size_t k = 0; k < parameters.size(); ++k) {
             const double u = tables.clamped_u(parameters[k].x());
             const double v = tables.clamped_v(parameters[k].y());
-            const int i = patch_of(tables.ends_u, u), j = patch_of(tables.ends_v, v);
+            const int i = interval_of(tables.ends_u, u), j = interval_of(tables.ends_v, v);
             const double *const ends_u = &tables.ends_u[std::size_t(i)],
                                 *const ends_v = &tables.ends_v[std::size_t(j)];
             const DirectionBasis in_u =
@@ -240,13 +168,13 @@ void for_patch_grid(const SurfaceTables& tables, std::span<const double> u,
             };
             for (std::size_t i = 0; i < count; ++i) {
                 const double t = tables.clamped_u(u[from + i]);
-                const int patch = patch_of(tables.ends_u, t);
+                const int patch = interval_of(tables.ends_u, t);
                 scratch[i * per_u] = patch;
                 basis(t, patch, scratch + i * per_u + 1);
             }
             for (std::size_t k = 0; k < v.size(); ++k) {
                 const double t = tables.clamped_v(v[k]);
-                const int row = patch_of(tables.ends_v, t);
+                const int row = interval_of(tables.ends_v, t);
                 const double* const ends = &tables.ends_v[std::size_t(row)];
                 const DirectionBasis in_v =
                     bernstein_at(ends[0], ends[1], q, t, wanted, memory_v.data());
@@ -298,10 +226,63 @@ SurfacePatch PreparedSurface::patch(int i_u, int i_v) const {
             t.rational,
             {t.ends_u[u], t.ends_u[u + 1]},
             {t.ends_v[v], t.ends_v[v + 1]},
-            t.boxes[v * std::size_t(t.patches_u()) + u]};
+            t.boxes[v * std::size_t(t.patches_u()) + u],
+            t.angular_u,
+            t.angular_v};
+}
+
+double PreparedSurface::offset() const { return tables_->offset; }
+
+std::optional<PreparedSurface> PreparedSurface::base() const {
+    if (!tables_->base) return std::nullopt;
+    return PreparedSurface(tables_->base);
 }
 
 namespace {
+
+// The product of the tangents, or null where it is next to vanishing.
+ERVector3D regular_normal(const SurfaceTables& tables, const Jet& jet) {
+    constexpr double vanishing = 1e-6; // of what a plane of the size of the box has
+    const ERVector3D product = jet.vector(1) ^ jet.vector(2);
+    const double length = product.norme();
+    const double size = tables.box.diagonal();
+    if (length * tables.u.amplitude() * tables.v.amplitude() > vanishing * size * size)
+        return product * (1.0 / length);
+    return ERVector3D();
+}
+
+Jet jet_at(const SurfaceTables& tables, const ERPoint2D& at, int order);
+
+// The product of the tangents where it is far from vanishing, else the limit.
+ERVector3D normal_of(const SurfaceTables& tables, const ERPoint2D& at, const Jet& jet) {
+    const ERVector3D regular = regular_normal(tables, jet);
+    if (regular.norme2() > 0.0) return regular;
+    const ERPoint2D inside(tables.clamped_u(at.x()), tables.clamped_v(at.y()));
+    return limit_normal(detail::surface_point(inside, jet_at(tables, inside, 2).c), tables.u,
+                        tables.v);
+}
+
+// A point moved along the base's normal. Where the base has no normal but the limit, the
+// derivatives are those a little nearer to the middle of the limits.
+Jet moved_jet(const SurfaceTables& tables, const ERPoint2D& at, int order) {
+    const SurfaceTables& base = *tables.base;
+    const Jet below = jet_at(base, at, 1);
+    const ERVector3D regular = regular_normal(base, below);
+    const bool is_regular = regular.norme2() > 0.0;
+    Jet jet = {};
+    if (order > 0) {
+        constexpr double nearer = 1e-4;
+        const double step = is_regular ? 0.0 : nearer;
+        const double u = (1.0 - step) * at.x() + step * tables.u(0.5);
+        const double v = (1.0 - step) * at.y() + step * tables.v(0.5);
+        jet_of_series(detail::offset_series(detail::expansion_at(base, u, v), tables.offset),
+                      jet.c);
+    }
+    const ERVector3D normal = is_regular ? regular : normal_of(base, at, below);
+    for (int k = 0; k < 3; ++k)
+        jet.c[k] = below.c[k] + tables.offset * normal[k];
+    return jet;
+}
 
 // f(index, jet) at each parameter of a surface of any kind.
 template <class F>
@@ -309,27 +290,17 @@ void for_parameters(const SurfaceTables& tables, std::span<const ERPoint2D> para
                     F f) {
     if (tables.spline.is_complete()) return for_spline(tables, parameters, order, f);
     if (tables.kind == SurfaceKind::patches) return for_patches(tables, parameters, order, f);
-    const Analytic shape(tables);
-    for (std::size_t k = 0; k < parameters.size(); ++k)
-        f(k, shape.at(shape.turn(tables.clamped_u(parameters[k].x()), shape.turns_in_u()),
-                      shape.turn(tables.clamped_v(parameters[k].y()), shape.turns_in_v())));
-}
-
-template <class F>
-void for_pairs(const SurfaceTables& tables, std::span<const double> u, std::span<const double> v,
-               int order, F f) {
-    if (tables.kind == SurfaceKind::patches) return for_patch_grid(tables, u, v, order, f);
-    const Analytic shape(tables);
-    constexpr std::size_t run = 256;
-    Turn turns[run];
-    for (std::size_t from = 0; from < u.size(); from += run) {
-        const std::size_t count = std::min(run, u.size() - from);
-        for (std::size_t i = 0; i < count; ++i)
-            turns[i] = shape.turn(tables.clamped_u(u[from + i]), shape.turns_in_u());
-        for (std::size_t k = 0; k < v.size(); ++k) {
-            const Turn in_v = shape.turn(tables.clamped_v(v[k]), shape.turns_in_v());
-            for (std::size_t i = 0; i < count; ++i)
-                f(k * u.size() + from + i, shape.at(turns[i], in_v));
+    const AnalyticJet shape(tables);
+    for (std::size_t k = 0; k < parameters.size(); ++k) {
+        const double u = tables.clamped_u(parameters[k].x());
+        const double v = tables.clamped_v(parameters[k].y());
+        if (tables.base) {
+            f(k, moved_jet(tables, {u, v}, order));
+        } else if (tables.generatrix) {
+            f(k, detail::jet_of_turned(tables.shape, tables.generatrix->point_at(u),
+                                       Turn::of(v, true)));
+        } else {
+            f(k, shape.at(shape.turn_u(u), shape.turn_v(v)));
         }
     }
 }
@@ -342,17 +313,53 @@ Jet jet_at(const SurfaceTables& tables, const ERPoint2D& at, int order) {
     return found;
 }
 
-// The product of the tangents where it is far from vanishing, else the limit.
-ERVector3D normal_of(const SurfaceTables& tables, const ERPoint2D& at, const Jet& jet) {
-    constexpr double vanishing = 1e-6; // of what a plane of the size of the box has
-    const ERVector3D product = jet.vector(1) ^ jet.vector(2);
-    const double length = product.norme();
-    const double size = tables.box.diagonal();
-    if (length * tables.u.amplitude() * tables.v.amplitude() > vanishing * size * size)
-        return product * (1.0 / length);
-    const ERPoint2D inside(tables.clamped_u(at.x()), tables.clamped_v(at.y()));
-    return limit_normal(detail::surface_point(inside, jet_at(tables, inside, 2).c), tables.u,
-                        tables.v);
+// f(index, jet) at all pairs of a surface of another kind than patches: what belongs to u is asked
+// for once for each run, and what belongs to v once for each run and v.
+template <class InU, class InV, class At, class F>
+void for_runs(std::span<const double> u, std::span<const double> v, InU in_u, InV in_v, At at,
+              F f) {
+    constexpr std::size_t run = 256;
+    decltype(in_u(0.0)) of_u[run];
+    for (std::size_t from = 0; from < u.size(); from += run) {
+        const std::size_t count = std::min(run, u.size() - from);
+        for (std::size_t i = 0; i < count; ++i)
+            of_u[i] = in_u(u[from + i]);
+        for (std::size_t k = 0; k < v.size(); ++k) {
+            const auto of_v = in_v(v[k]);
+            for (std::size_t i = 0; i < count; ++i)
+                f(k * u.size() + from + i, at(of_u[i], of_v));
+        }
+    }
+}
+
+template <class F>
+void for_pairs(const SurfaceTables& tables, std::span<const double> u, std::span<const double> v,
+               int order, F f) {
+    if (tables.kind == SurfaceKind::patches) return for_patch_grid(tables, u, v, order, f);
+    const auto clamped_u = [&](double t) { return tables.clamped_u(t); };
+    const auto clamped_v = [&](double t) { return tables.clamped_v(t); };
+    const AnalyticJet shape(tables);
+    if (tables.base) {
+        for_runs(
+            u, v, clamped_u, clamped_v,
+            [&](double x, double y) {
+                return moved_jet(tables, {x, y}, order);
+            },
+            f);
+    } else if (tables.generatrix) {
+        for_runs(
+            u, v, [&](double t) { return tables.generatrix->point_at(clamped_u(t)); },
+            [&](double t) { return Turn::of(clamped_v(t), true); },
+            [&](const ERInfoPoint3DWF& on, const Turn& turn) {
+                return detail::jet_of_turned(tables.shape, on, turn);
+            },
+            f);
+    } else {
+        for_runs(
+            u, v, [&](double t) { return shape.turn_u(clamped_u(t)); },
+            [&](double t) { return shape.turn_v(clamped_v(t)); },
+            [&](const Turn& x, const Turn& y) { return shape.at(x, y); }, f);
+    }
 }
 
 // Writes what is wanted of one jet.

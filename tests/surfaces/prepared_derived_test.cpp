@@ -1,0 +1,194 @@
+// Prepared surfaces of revolution and offset surfaces against the entities and against differences.
+#include "support/allocation_count.h"
+#include "support/test.h"
+#include "velm/curves/bezier_curve.h"
+#include "velm/curves/nurbs_curve.h"
+#include "velm/frame/finite_entity.h"
+#include "velm/frame/point_functions.h"
+#include "velm/surfaces/bezier_surface.h"
+#include "velm/surfaces/bounded_plane.h"
+#include "velm/surfaces/cone.h"
+#include "velm/surfaces/cylinder.h"
+#include "velm/surfaces/nurbs_surface.h"
+#include "velm/surfaces/offset_surface.h"
+#include "velm/surfaces/prepared_surface.h"
+#include "velm/surfaces/revolution_surface.h"
+#include "velm/surfaces/revolve.h"
+#include "velm/surfaces/sphere.h"
+#include "velm/surfaces/torus.h"
+#include "velm/transforms/transformation_factories.h"
+#include "velm/wireframe/arc_in_space.h"
+
+namespace {
+
+using Surface = t_SmartPtr<ERAnyBoundedSurface>;
+constexpr double pi = std::numbers::pi;
+
+struct Bundle {
+    ERVector3D at[7]; // P, du, dv, duu, duv, dvv, the normal
+};
+
+// Singles, batches and grids agree; points are the entity's; each derivative is the difference of
+// those of an order less, the normal that of the tangents.
+void expect_prepared(const Surface& surface, double derivative_tol) {
+    SCOPED_TRACE(surface->className());
+    const auto prepared = velm::prepare(*surface);
+    ASSERT_TRUE(prepared);
+    const ERLimites in_u = surface->getBoundU(), in_v = surface->getBoundV();
+    ASSERT_TRUE(prepared->domain_u() == in_u && prepared->domain_v() == in_v);
+    std::vector<double> u, v;
+    for (int i = 0; i < 9; ++i) {
+        u.push_back(in_u((i + 0.31) / 9.0));
+        v.push_back(in_v((i + 0.77) / 9.0));
+    }
+    std::vector<ERPoint3D> grid(81), batch(81);
+    std::vector<ERPoint2D> places;
+    for (const double y : v)
+        for (const double x : u)
+            places.emplace_back(x, y);
+    velm::SurfaceSamples to_grid, to_batch;
+    to_grid.points = grid;
+    to_batch.points = batch;
+    prepared->grid(u, v, to_grid);
+    prepared->evaluate(places, to_batch);
+    const double size = prepared->box().diagonal();
+    ERMinimax3D box = prepared->box();
+    box.Inflate(1e-13 * size);
+    const double h_u = 1e-5 * in_u.amplitude(), h_v = 1e-5 * in_v.amplitude();
+    const auto bundle = [&](double x, double y) {
+        const velm::SurfaceJet j = prepared->jet(x, y);
+        return Bundle{
+            {ERVector3D(j.point), j.du, j.dv, j.duu, j.duv, j.dvv, prepared->normal(x, y)}};
+    };
+    for (std::size_t k = 0; k < places.size(); ++k) {
+        const double x = places[k].x(), y = places[k].y();
+        SCOPED_TRACE(testing::Message() << x << " " << y);
+        const Bundle here = bundle(x, y);
+        EXPECT_TRUE(isEqual(ERPoint3D(here.at[0]), (*surface)(x, y), 1e-13 * size));
+        EXPECT_TRUE(isEqual(grid[k], ERPoint3D(here.at[0]), 1e-13 * size));
+        EXPECT_TRUE(isEqual(batch[k], ERPoint3D(here.at[0]), 1e-13 * size));
+        EXPECT_TRUE(box.contains(grid[k]));
+        const Bundle right = bundle(x + h_u, y), left = bundle(x - h_u, y);
+        const Bundle above = bundle(x, y + h_v), below = bundle(x, y - h_v);
+        const int of_u[][2] = {{0, 1}, {1, 3}, {2, 4}}, of_v[][2] = {{0, 2}, {1, 4}, {2, 5}};
+        for (int n = 0; n < 3; ++n) {
+            const ERVector3D by_u = (right.at[of_u[n][0]] - left.at[of_u[n][0]]) * (0.5 / h_u);
+            const ERVector3D by_v = (above.at[of_v[n][0]] - below.at[of_v[n][0]]) * (0.5 / h_v);
+            EXPECT_LE((by_u - here.at[of_u[n][1]]).norme(), derivative_tol * (1 + by_u.norme()));
+            EXPECT_LE((by_v - here.at[of_v[n][1]]).norme(), derivative_tol * (1 + by_v.norme()));
+        }
+        EXPECT_TRUE(isEqual(here.at[6], (here.at[1] ^ here.at[2]).getnormalized(), 1e-9));
+    }
+    const long allocations = velm_test::allocations();
+    prepared->evaluate(places, to_batch);
+    prepared->grid(u, v, to_grid);
+    EXPECT_EQ(velm_test::allocations(), allocations);
+}
+
+ERSpoleNURBS3D waved(velm_test::Random& random, int p, int q, bool rational) {
+    const int n = p + 4, m = q + 3;
+    ERMatrix<ERPole3DH> poles(m, n);
+    for (int j = 0; j < m; ++j)
+        for (int i = 0; i < n; ++i)
+            poles(j, i) = ERPole3DH(ERPoint3D(i, j, 0) + random.value<ERPoint3D>(0.3), 1.0) *
+                          (rational ? random.uniform(0.6, 1.6) : 1.0);
+    return {poles, ERKnotVector(p, n, {0, 1}), ERKnotVector(q, m, {-1, 2})};
+}
+
+// Curves of each kind that turns, off the axis.
+std::vector<t_SmartPtr<ERFiniteEntity3DWF>> generatrices() {
+    const ERPmIsometrie3D frame =
+        ERChgRepere3D(ERVector3D(1, 0.2, 0.3), ERVector3D(0, 0.1, 1), ERPoint3D(5, 1, 0));
+    const ERVec<ERPole3DH> poles{{3, 0, 0, 1},  {8, 1, 2, 2}, {2, 0, 3, 0.7},
+                                 {5, -1, 5, 1}, {4, 0, 6, 1}, {3, 1, 8, 1}};
+    return {static_cast<ERFiniteEntity3DWF*>(new ERSegment3D({2, 0, 0}, {3, 1, 2})),
+            static_cast<ERFiniteEntity3DWF*>(new ERArc3D(frame, 2.0, 0.3, 5.0)),
+            static_cast<ERFiniteEntity3DWF*>(new ERCpoleNURBS3D(poles, 3)),
+            static_cast<ERFiniteEntity3DWF*>(new ERCpoleBezier3DR(poles))};
+}
+
+TEST(PreparedRevolution, IsTheEntityWithItsParameters) {
+    const ERInfLine3D axis(ERVector3D(0.3, 0.1, 1), ERPoint3D(0.5, -0.5, 0));
+    for (const auto& curve : generatrices())
+        for (const ERLimites& turn : {ERLimites(0.3, 1.2), ERLimites(-1, 2 * pi - 1)}) {
+            const ERSurOfRevolution entity(curve, axis, turn);
+            expect_prepared(new ERSurOfRevolution(entity), 1e-6);
+            // The patches are the surface, at the parameters that they state.
+            const auto prepared = velm::prepare(entity);
+            ASSERT_TRUE(prepared && prepared->kind() == velm::SurfaceKind::revolution);
+            for (int k = 0; k < prepared->patches_u() * prepared->patches_v(); ++k) {
+                const velm::SurfacePatch patch =
+                    prepared->patch(k % prepared->patches_u(), k / prepared->patches_u());
+                ERMatrix<ERPole3DH> net(3, patch.degree_u + 1);
+                for (std::size_t i = 0; i < net.writable().size(); ++i)
+                    net.writable()[i] = ERPole3DH(patch.poles[4 * i], patch.poles[4 * i + 1],
+                                                  patch.poles[4 * i + 2], patch.poles[4 * i + 3]);
+                const ERSpoleBezier3DR bezier(net);
+                for (const double x : {0.0, 0.3, 0.8, 1.0})
+                    EXPECT_TRUE(isEqual(bezier(x, 1 - 0.9 * x),
+                                        entity(patch.u_at(x), patch.v_at(1 - 0.9 * x)), 1e-12))
+                        << curve->className();
+            }
+        }
+    // Not more than a turn, no curve on the axis.
+    const t_SmartPtr<ERFiniteEntity3DWF> along =
+        static_cast<ERFiniteEntity3DWF*>(new ERSegment3D({0, 0, 0}, {0, 0, 2}));
+    const ERInfLine3D z(ERVector3D(0, 0, 1), ERPoint3D());
+    EXPECT_FALSE(velm::prepare(ERSurOfRevolution(along, z, 0, 1)));
+    EXPECT_FALSE(velm::prepare(ERSurOfRevolution(generatrices()[0], z, 0, 7)));
+    EXPECT_FALSE(velm::prepare(ERSurOfRevolution()));
+}
+
+TEST(PreparedOffset, HasThePointsOfTheEntityAndTrueDerivatives) {
+    velm_test::Random random(71);
+    const ERPmIsometrie3D frame =
+        ERChgRepere3D(ERVector3D(1, 2, 3), ERVector3D(-1, 0, 2), ERPoint3D(3, -1, 2));
+    auto* const plane = new ERBoundedPlane();
+    plane->transformFrom(frame);
+    const ERInfLine3D axis(ERVector3D(0.3, 0.1, 1), ERPoint3D(0.5, -0.5, 0));
+    std::vector<Surface> bases{
+        plane,
+        new ERBoundedCylinder(frame, 2.0, ERLimites(-1, 3), ERLimites(0.5, 4.0)),
+        new ERBoundedCone(frame, 0.4, 1.0, 3.0),
+        new ERBoundedCone(frame, 0.4, -2.0, -0.5),
+        new ERBoundedSphere(frame, 2.0, ERLimites(0.3, 5.0), ERLimites(-1.0, 1.5)),
+        new ERBoundedTorus(frame, 3.0, 1.0, 0.5, 4.0, -1.0, 2.5),
+        new ERSpoleNURBS3D(waved(random, 3, 2, false)),
+        new ERSpoleNURBS3D(waved(random, 4, 3, true))};
+    for (const auto& curve : generatrices())
+        bases.push_back(new ERSurOfRevolution(curve, axis, 0.3, 4));
+    for (const Surface& base : bases)
+        for (const double distance : {0.2, -0.15}) {
+            const ERVector3D up =
+                base->PtCur(base->getBoundU()(0.5), base->getBoundV()(0.5)).normale();
+            const Surface moved = new EROffsetSurface(*base, distance, up);
+            expect_prepared(moved, 1e-5);
+            // An offset of an offset is along the same normals.
+            const EROffsetSurface twice(*moved, 0.1, up);
+            const auto prepared = velm::prepare(twice);
+            ASSERT_TRUE(prepared);
+            const double u = base->getBoundU()(0.4), v = base->getBoundV()(0.3);
+            EXPECT_TRUE(isEqual((*prepared)(u, v), twice(u, v), 1e-13));
+            EXPECT_EQ(prepared->offset(), prepared->base() ? distance + 0.1 : 0.0);
+        }
+    const EROffsetSurface gone(*bases[1], 2.0, ERVector3D(bases[1]->PtCur(0, 1).normale()));
+    EXPECT_FALSE(velm::prepare(gone));
+    EXPECT_FALSE(velm::prepare(EROffsetSurface()));
+}
+
+// A hemisphere of NURBS: at its pole the offset surface goes on to the pole of the larger one.
+TEST(PreparedOffset, MovesAlongTheLimitOfTheNormal) {
+    const ERPmIsometrie3D upright =
+        ERChgRepere3D(ERVector3D(1, 0, 0), ERVector3D(0, 0, 1), ERPoint3D());
+    ERCpoleNURBS3D meridian = ERArc3D(upright, 2.0, 0, pi / 2).ConvertToNurbs();
+    const auto half =
+        velm::revolve(meridian, ERInfLine3D(ERVector3D(0, 0, 1), ERPoint3D()), 0, 2 * pi);
+    const auto prepared =
+        velm::prepare(EROffsetSurface(*half, -0.5, half->PtCur(0.5, 1).normale()));
+    ASSERT_TRUE(prepared && prepared->offset() == -0.5);
+    for (const double u : {0.2, 0.9, 1 - 1e-9, 1.0})
+        EXPECT_NEAR(ERVector3D((*prepared)(u, 1.3)).norme(), 2.5, 1e-6) << u;
+    EXPECT_TRUE(isEqual((*prepared)(1.0, 1.3), ERPoint3D(0, 0, 2.5), 1e-9));
+}
+
+} // namespace
