@@ -22,6 +22,7 @@
 #include "velm/surfaces/revolution_surface.h"
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/torus.h"
+#include "velm/surfaces/trimmed_surface.h"
 #include "velm/transforms/transformation_archive.h"
 #include "velm/transforms/transformation_factories.h"
 #include "velm/transforms/transformation_handle.h"
@@ -167,6 +168,18 @@ void read_surface(const std::string& bytes) {
     surface.reverse();
 }
 
+void read_boundary(const std::string& bytes) {
+    MemoryFile memory(bytes);
+    ERSurfaceBoundary boundary;
+    boundary.restoreGuts(memory);
+    MemoryFile copy;
+    boundary.saveGuts(copy);
+    require(copy.bytes.size() == boundary.binaryStoreSize());
+    boundary.getBox();
+    boundary.getBound2DasPolyline(-1.0);
+    boundary.smash(0.5);
+}
+
 template <class Value>
 void load_values(CArchive& archive) {
     Value value;
@@ -239,7 +252,9 @@ constexpr void (*readers[])(const std::string&) = {read_array_body,
                                                    read_surface<ERSpoleBezier3DR>,
                                                    read_surface<ERSpoleNURBS3D>,
                                                    read_surface<ERSurOfRevolution>,
-                                                   read_surface<EROffsetSurface>};
+                                                   read_surface<EROffsetSurface>,
+                                                   read_surface<ERTrimmedSurface>,
+                                                   read_boundary};
 
 } // namespace
 

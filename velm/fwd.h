@@ -90,12 +90,15 @@ class ERPatchCPoly;
 class ERPatchCPoly2D;
 class ERPatchCPoly3D;
 
+class ERAnyBoundedSurface;
 class ERPlane;
 class ERSpoleBezier3D;
 class ERSpoleBezier3DR;
 class ERSpoleNURBS3D;
 class ERSpoleRep;
 class ERSurface;
+class ERSurfaceBoundary;
+class ERTrimmedSurface;
 class Nurbs3DToBezier3DRDecomposer;
 
 class ERAnyIsometrie3D;

@@ -20,6 +20,12 @@ public:
     /// Adds a point at the end.
     void append(const ERPoint3D& point, const ERPoint2D& parameters);
 
+    /// Inserts points of the surface at the middles of parameters until the middle of each piece is
+    /// within tol of its chord, as ERPoint13List::Smash does. Pieces whose lengths in u and in v
+    /// are at most 1e-6 of the surface's limits are not split. Defined in
+    /// surfaces/points_on_surface.cpp.
+    void Smash(const ERAnyBoundedSurface& surface, double tol);
+
     /// The points, and their parameters, in order.
     ERVec<ERPoint3D> toVec() const;
     ERVec<ERPoint2D> toVec2D() const;

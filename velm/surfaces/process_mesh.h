@@ -1,4 +1,5 @@
-// gmProcessMesh: receives the wireframe of a surface for display.
+// gmProcessMesh: receives the wireframe of a surface for display. gmMeshDir: the direction of a
+// line.
 //
 //     struct Drawing : gmProcessMesh {
 //         Drawing() : gmProcessMesh(0.01) {}
@@ -14,7 +15,8 @@
 #include "velm/frame/vec.h"
 #include "velm/fwd.h"
 
-class ERAnyBoundedSurface;
+/// Which parameter is constant along a line of a wireframe. The values are fixed.
+enum gmMeshDir : int { gmMeshDirU = 0, gmMeshDirV = 1 };
 
 /// An interface with defaults: a host overrides on_add_polyline and, for more or fewer lines, the
 /// densities.
