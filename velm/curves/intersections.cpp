@@ -17,7 +17,7 @@ struct NodePair {
 
 // What a thread keeps from one search to the next, so that it doesn't allocate again.
 struct Workspace {
-    std::vector<NodePair> waiting;
+    std::vector<NodePair> waiting, left; // to be examined; those that the budget didn't reach
     std::vector<Meeting> meetings;
 };
 
@@ -53,6 +53,7 @@ public:
     void run() {
         space_.meetings.clear();
         space_.waiting.clear();
+        space_.left.clear();
         const int top_a = a_.levels() - 1, top_b = b_.levels() - 1;
         for (int i = 0; i < nodes_of(a_, top_a); ++i)
             for (int k = 0; k < nodes_of(b_, top_b); ++k)
@@ -85,7 +86,7 @@ private:
             return;
         }
         if (budget_ <= 0) {
-            leave(pair);
+            space_.left.push_back(pair);
             return;
         }
         // The coarser node is opened; of one curve's own pairs both, so that each pair comes once.
@@ -105,23 +106,6 @@ private:
                       pair.level_b - (open_b || both ? 1 : 0), k});
     }
 
-    // What the budget doesn't reach: the pieces of the smaller node with all of the other's.
-    void leave(const NodePair& pair) {
-        const auto pieces = [](const PreparedPieces<2>& tables, int level, int node) {
-            int first = node, last = node + 1;
-            for (int i = 0; i < level; ++i) {
-                first *= box_fan;
-                last *= box_fan;
-            }
-            return std::pair{first, std::min(last, tables.count())};
-        };
-        const auto [first_a, last_a] = pieces(a_, pair.level_a, pair.a);
-        const auto [first_b, last_b] = pieces(b_, pair.level_b, pair.b);
-        for (int i = first_a; i < last_a; ++i)
-            for (int k = first_b; k < last_b; ++k)
-                if (!of_itself() || i < k) search_.run({i, 0.0, 1.0}, {k, 0.0, 1.0}, budget_);
-    }
-
     const PreparedPieces<2>& a_;
     const PreparedPieces<2>& b_;
     double tolerance_;
@@ -130,14 +114,45 @@ private:
     PairSearch& search_;
 };
 
+// The pieces of two nodes, undecided.
+CurveIntersection left_over(const PreparedPieces<2>& a, const PreparedPieces<2>& b,
+                            const NodePair& pair) {
+    const auto pieces = [](const PreparedPieces<2>& tables, int level, int node) {
+        int first = node, last = node + 1;
+        for (int i = 0; i < level; ++i) {
+            first *= box_fan;
+            last *= box_fan;
+        }
+        return std::pair{first, std::min(last, tables.count()) - 1};
+    };
+    const auto [first_a, last_a] = pieces(a, pair.level_a, pair.a);
+    const auto [first_b, last_b] = pieces(b, pair.level_b, pair.b);
+    CurveIntersection entry;
+    entry.kind = IntersectionKind::unresolved;
+    entry.a = a.place(first_a, 0.0);
+    entry.b = b.place(first_b, 0.0);
+    entry.point = a.point(a[first_a], 0.0);
+    entry.a_parameters = {a[first_a].start, a[last_a].end};
+    entry.b_parameters = {b[first_b].start, b[last_b].end};
+    for (const NodeBox& box : {box_of(a, pair.level_a, pair.a), box_of(b, pair.level_b, pair.b)})
+        entry.box.Update(ERMinimax2D(box.left, box.low, box.right, box.high));
+    return entry;
+}
+
 bool find(const PreparedPieces<2>& a, const PreparedPieces<2>& b,
           std::vector<CurveIntersection>& found, const IntersectionOptions& options) {
     found.clear();
     Workspace& space = workspace();
     PairSearch search(a, b, options.tolerance, space.meetings);
     TreeWalk(a, b, options, space, search).run();
-    if (space.meetings.empty()) return true;
-    MeetingMerger(a, b, search).merge(space.meetings, found);
+    if (!space.meetings.empty()) MeetingMerger(a, b, search).merge(space.meetings, found);
+    if (!space.left.empty()) {
+        for (const NodePair& pair : space.left)
+            found.push_back(left_over(a, b, pair));
+        std::stable_sort(
+            found.begin(), found.end(),
+            [](const CurveIntersection& x, const CurveIntersection& y) { return x.a.t < y.a.t; });
+    }
     return std::none_of(found.begin(), found.end(), [](const CurveIntersection& i) {
         return i.kind == IntersectionKind::unresolved;
     });

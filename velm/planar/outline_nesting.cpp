@@ -2,6 +2,7 @@
 
 #include "velm/curves/intersections.h"
 #include "velm/curves/prepare.h"
+#include "velm/planar/contour_curve.h"
 #include "velm/planar/edge_tree.h"
 #include "velm/wireframe/intersections.h"
 #include "velm/wireframe/segment.h"
@@ -210,22 +211,13 @@ public:
         holders_.resize(contours_.size());
     }
 
-    // Asks all pairs whose boxes meet, from the left to the right.
     std::optional<ContourClash> find_clash() {
-        std::vector<std::size_t> order(contours_.size());
-        std::iota(order.begin(), order.end(), std::size_t{0});
-        std::sort(order.begin(), order.end(),
-                  [this](std::size_t a, std::size_t b) { return boxes_[a].xmin < boxes_[b].xmin; });
-        for (std::size_t i = 0; i < order.size(); ++i) {
-            const ERMinimax2D& box = boxes_[order[i]];
-            for (std::size_t k = i + 1; k < order.size(); ++k) {
-                if (boxes_[order[k]].xmin > box.xmax) break;
-                const auto [first, second] = std::minmax(order[i], order[k]);
-                if (!(box | boxes_[order[k]]))
-                    if (auto clash = compare(first, second)) return clash;
+        for (std::size_t i = 0; i < contours_.size(); ++i)
+            if (const auto place = self_crossing(contours_[i].tree(), touching_)) {
+                const int contour = static_cast<int>(i);
+                return ContourClash{contour, contour, *place / scale_};
             }
-        }
-        return std::nullopt;
+        return find_clash_of_two();
     }
 
     std::vector<OutlineArea> areas() const {
@@ -248,6 +240,24 @@ public:
     }
 
 private:
+    // Asks all pairs whose boxes meet, from the left to the right.
+    std::optional<ContourClash> find_clash_of_two() {
+        std::vector<std::size_t> order(contours_.size());
+        std::iota(order.begin(), order.end(), std::size_t{0});
+        std::sort(order.begin(), order.end(),
+                  [this](std::size_t a, std::size_t b) { return boxes_[a].xmin < boxes_[b].xmin; });
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            const ERMinimax2D& box = boxes_[order[i]];
+            for (std::size_t k = i + 1; k < order.size(); ++k) {
+                if (boxes_[order[k]].xmin > box.xmax) break;
+                const auto [first, second] = std::minmax(order[i], order[k]);
+                if (!(box | boxes_[order[k]]))
+                    if (auto clash = compare(first, second)) return clash;
+            }
+        }
+        return std::nullopt;
+    }
+
     bool is_hole(std::size_t c) const { return holders_[c].size() % 2 == 1; }
 
     std::optional<ContourClash> compare(std::size_t a, std::size_t b) {
@@ -275,11 +285,6 @@ private:
 } // namespace
 
 std::optional<ContourClash> settle_areas(Outline& outline) {
-    if (outline.contours.size() == 1) {
-        outline.areas = {{0, {}}};
-        outline.is_hole = {false};
-        return std::nullopt;
-    }
     Nesting nesting(outline);
     if (auto clash = nesting.find_clash()) return clash;
     outline.areas = nesting.areas();

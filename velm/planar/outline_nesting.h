@@ -13,14 +13,17 @@
 
 namespace velm {
 
-/// Two contours that bound no material together.
+/// Two contours that bound no material together, or one that crosses itself.
 struct ContourClash {
-    int contour, other;                ///< the one that comes later in the outline, and the other
+    /// The one that comes later in the outline, and the other; both the same if that crosses
+    /// itself.
+    int contour, other;
     std::optional<ERPoint2D> crossing; ///< about where they cross; none where they coincide
 };
 
 /// Two contours may touch: they clash only where each lies deeper than this part of the outline's
-/// box diagonal on both sides of the other. It is what coordinates of six digits lose.
+/// box diagonal on both sides of the other. A contour may touch itself: it crosses itself only if
+/// both its loops are wider than that. It is what coordinates of six digits lose.
 inline constexpr double touching_part = 1e-6;
 
 /// Fills in the areas of the contours: what lies in an even number of other contours is an outer
@@ -29,8 +32,8 @@ inline constexpr double touching_part = 1e-6;
 /// outer one, and so is an island in a hole.
 ///
 /// Returns the first clash, if any; the areas are unchanged then. Contours that cross themselves
-/// are not looked for. Only pairs whose boxes meet are compared, edge by edge where these meet;
-/// free-form edges by `velm::intersections`.
+/// come first, see `self_crossing` (contour_curve.h). Only pairs whose boxes meet are compared,
+/// edge by edge where these meet; free-form edges by `velm::intersections`.
 VELM_API std::optional<ContourClash> settle_areas(Outline& outline);
 
 } // namespace velm

@@ -38,7 +38,9 @@ void require_areas(const TextSource& source, std::vector<LocatedContour> contour
     const std::optional<ContourClash> clash = settle_areas(outline);
     if (!clash) return;
     const auto line = [&](int contour) { return contours[static_cast<std::size_t>(contour)].line; };
-    const std::string other = "that of line " + std::to_string(line(clash->other));
+    const std::string other = clash->other == clash->contour
+                                  ? "itself"
+                                  : "that of line " + std::to_string(line(clash->other));
     source.refuse_at(line(clash->contour),
                      clash->crossing
                          ? "the contour that starts here crosses " + other + " about " +

@@ -21,8 +21,8 @@ struct LocatedContour {
     std::size_t line;
 };
 
-/// Makes an outline of contours and finds its areas. Throws `Failure` (input), naming both lines,
-/// if two contours cross or coincide.
+/// Makes an outline of contours and finds its areas. Throws `Failure` (input), naming both lines
+/// and the place, if two contours cross or coincide, or one crosses itself.
 void require_areas(const TextSource& source, std::vector<LocatedContour> contours,
                    Outline& outline);
 
