@@ -2,6 +2,7 @@
 #include "inspect/workshop.h"
 
 #include <array>
+#include <cmath>
 #include <string>
 
 namespace {
@@ -67,6 +68,30 @@ TEST(Clip, LoosePiecesMakeTheRegion) {
               std::string::npos);
     shop.write("apart.txt", pieces + "20 0 30 0\n30 0 20 1\n20 1 20 0\n");
     EXPECT_EQ(shop.run("clip apart.txt path.txt").out.substr(0, 12), "# 2 pieces o");
+}
+
+// A disc of two arcs with a hole between the parabolas y = 1 - x^2 and y = x^2 - 1.
+TEST(Clip, ArcsAndCurvesAreTakenAsChords) {
+    const Workshop shop;
+    shop.write("disc.txt", "M -2 0\nA 2 0 0 0 ccw\nA -2 0 0 0 ccw\nZ\nM -1 0\n"
+                           "N 2 knots 0 0 0 1 1 1 poles -1 0 1 0 2 1 1 0 1\n"
+                           "N 2 knots 0 0 0 1 1 1 poles 1 0 1 0 -2 1 -1 0 1\nZ\n");
+    shop.write("path.txt", "-3 0.5\n3 0.5\n");
+    const auto ended =
+        shop.run("clip disc.txt path.txt --json r.json --svg r.svg --chord-error 1e-5");
+    ASSERT_EQ(ended.code, 0) << ended.error;
+    EXPECT_NE(ended.out.find("# arcs and curves as chords within 1e-05\n"), std::string::npos);
+    EXPECT_NE(shop.read("r.svg").find(" d=\"M"), std::string::npos);
+    const auto report = shop.read_json("r.json");
+    EXPECT_EQ(report["summary"]["chord_error"], 1e-5);
+    ASSERT_EQ(report["pieces"].size(), 2u);
+    const double outer = std::sqrt(4.0 - 0.25), inner = std::sqrt(0.5);
+    const double expected[2][2] = {{-outer, -inner}, {inner, outer}};
+    for (const std::size_t i : {0u, 1u})
+        for (const std::size_t k : {0u, 1u})
+            EXPECT_NEAR(report["pieces"][i]["points"][k][0], expected[i][k], 2e-5);
+    EXPECT_NE(shop.run("clip disc.txt path.txt --chord-error 1e-30").error.find("too many chords"),
+              std::string::npos);
 }
 
 // An island in the hole and a plate beside, in any order of the file; a way through them all.

@@ -43,5 +43,18 @@ TEST(Nesting, ContoursMayTouchButNotCross) {
     }
 }
 
+TEST(Nesting, AContourThatCrossesItselfIsRefusedWithThePlace) {
+    for (const std::string text : {"0 0\n4 0\n0 4\n4 4\n", "M 0 0\nL 4 0\nL 0 4\nL 4 4\nZ\n"}) {
+        TextSource source("o.txt", text);
+        try {
+            read_outline(source);
+            ADD_FAILURE() << text;
+        } catch (const Failure& failure) {
+            EXPECT_STREQ(failure.what(),
+                         "o.txt, line 1: the contour that starts here crosses itself about 2 2");
+        }
+    }
+}
+
 } // namespace
 } // namespace velm::inspect

@@ -37,6 +37,8 @@ std::span<const Field> fields_of<ClipFigures>() {
         F::field<&All::length_inside>("length_inside",
                                       {.unit = FieldUnit::length, .shown = Shown::in_data}),
         F::field<&All::length>("length", {.unit = FieldUnit::length, .shown = Shown::in_data}),
+        F::field<&All::chord_error>("chord_error",
+                                    {.unit = FieldUnit::length, .shown = Shown::in_data}),
     };
     return fields;
 }

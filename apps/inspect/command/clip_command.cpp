@@ -14,8 +14,8 @@ constexpr const char* examples =
     "      and a picture, and the pieces with their lengths for programs\n";
 
 constexpr const char* files_text =
-    "REGION: contours of straight edges as NOMINAL of section, with holes, islands in them and\n"
-    "separate parts.\n"
+    "REGION: contours as NOMINAL of section, with holes, islands in them and separate parts. Arcs\n"
+    "and curves are taken as chords within --chord-error of them.\n"
     "POLYLINE: one point per line, two numbers separated by blanks, tabs or commas; # starts a\n"
     "comment; a blank line separates polylines. Borders of the region belong to it.\n"
     "- is standard input or output.\n";
@@ -30,6 +30,7 @@ void add_clip_command(Program& program) {
     line.input("POLYLINE", "The polylines", options->polyline);
     line.outputs({&json_output, &svg_output}, paths);
     line.option(chain_tolerance_option, options->chain_tolerance);
+    line.option(chord_error_option, options->chord_error);
     line.flag(quiet_flag, paths.quiet, "No text on standard output");
     line.run(
         [options] {

@@ -74,6 +74,11 @@ inline constexpr Option<double> max_height_option{
 inline constexpr Option<double> chain_tolerance_option{
     "--chain-tolerance", "D", "Largest gap closed between loose pieces\n(default: 0.001)",
     parse_positive, 1};
+inline constexpr Option<double> chord_error_option{
+    "--chord-error", "D",
+    "Largest distance of the chords that stand for arcs and\ncurves (default: a millionth of the "
+    "region's diagonal)",
+    parse_positive, 1};
 inline constexpr Option<std::vector<std::string>> layer_option{
     "--layer", "NAME,...", "With a drawing (DXF): reads only these layers", parse_names, 0};
 inline constexpr Option<double> nominal_unit_option{

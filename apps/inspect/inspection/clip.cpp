@@ -1,11 +1,13 @@
 #include "inspect/inspection/clip.h"
 
+#include "inspect/base/number_text.h"
 #include "inspect/base/output_set.h"
 #include "inspect/input/polyline_reader.h"
 #include "inspect/picture/clip_picture.h"
 #include "inspect/report/clip_reports.h"
 #include "velm/frame/point_functions.h"
 #include "velm/frame/val_vector.h"
+#include "velm/planar/contour_curve.h"
 #include "velm/planar/region.h"
 
 #include <algorithm>
@@ -33,7 +35,7 @@ double scale_for(const Outline& region, const std::vector<Polygon>& polylines) {
             largest = std::max({largest, std::fabs(p.x()), std::fabs(p.y())});
     };
     for (const Contour& contour : region.contours)
-        note(contour.vertices());
+        largest = std::max(largest, contour.magnitude());
     for (const Polygon& line : polylines)
         note(line);
     if (largest >= smallest_unscaled && largest <= largest_unscaled) return 1.0;
@@ -51,15 +53,11 @@ Polygon scaled(Polygon points, double factor) {
 // One area of the region, and the place of its pieces on their way.
 class AreaClipper : private ERDebugIntersect {
 public:
-    AreaClipper(const Outline& region, const OutlineArea& area, double factor)
+    AreaClipper(const std::vector<Polygon>& contours, const OutlineArea& area)
         : domain_(1 + static_cast<int>(area.holes.size()), 1) {
-        const auto add = [&](int contour) {
-            domain_.Add(
-                scaled(region.contours[static_cast<std::size_t>(contour)].vertices(), factor));
-        };
-        add(area.outer);
+        domain_.Add(contours[static_cast<std::size_t>(area.outer)]);
         for (const int hole : area.holes)
-            add(hole);
+            domain_.Add(contours[static_cast<std::size_t>(hole)]);
     }
 
     struct Piece {
@@ -95,22 +93,27 @@ private:
     std::vector<Stop> stops_;
 };
 
-void require_straight(const TextSource& source, const Outline& region) {
-    for (const Contour& contour : region.contours)
-        if (!contour.is_polygon())
-            source.refuse_whole(
-                "the region has arcs or curves; expected contours of straight edges");
+bool is_straight(const Outline& region) {
+    return std::all_of(region.contours.begin(), region.contours.end(),
+                       [](const Contour& contour) { return contour.is_polygon(); });
 }
 
 } // namespace
 
-ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
+std::optional<ClipResult> clip(const Outline& region, const std::vector<Polygon>& polylines,
+                               double chord_error) {
     const double factor = scale_for(region, polylines);
+    std::vector<Polygon> contours;
+    for (const Contour& contour : region.contours) {
+        contours.push_back(polygon_within(contour.scaled(factor), chord_error * factor));
+        if (contours.back().empty()) return std::nullopt;
+    }
     std::deque<AreaClipper> areas; // whose elements never move
     for (const OutlineArea& area : region.areas)
-        areas.emplace_back(region, area, factor);
+        areas.emplace_back(contours, area);
     ClipResult result;
     result.figures.polylines = polylines.size();
+    result.figures.chord_error = is_straight(region) ? 0.0 : chord_error;
     for (std::size_t i = 0; i < polylines.size(); ++i) {
         std::vector<AreaClipper::Piece> pieces;
         for (AreaClipper& area : areas)
@@ -131,18 +134,23 @@ ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines) {
 void clip_polylines(const ClipOptions& options) {
     TextSource region_file(options.region);
     const NominalOutline region = read_outline(region_file, options.form, options.chain_tolerance);
-    require_straight(region_file, region);
     TextSource polyline_file(options.polyline);
     const Polylines polylines = read_polylines(polyline_file);
 
     OutputSet outputs;
     Output* const json = outputs.add_if_asked(options.paths.json);
     Output* const svg = outputs.add_if_asked(options.paths.svg);
-    ClipResult result = clip(region, polylines.lines);
-    result.head = {options.region, options.polyline};
-    if (json != nullptr) write_clip_json(*json, result);
-    if (svg != nullptr) svg->write(clip_picture(region, polylines, result));
-    if (Output* const text = outputs.add_text(options.paths.quiet)) write_clip_text(*text, result);
+    const ERMinimax2D box = region.box();
+    const double chord_error =
+        options.chord_error.value_or(default_chord_part * std::hypot(box.xlength(), box.ylength()));
+    std::optional<ClipResult> result = clip(region, polylines.lines, chord_error);
+    if (!result)
+        region_file.refuse_whole("the arcs and curves need too many chords to stay within " +
+                                 shortest(chord_error));
+    result->head = {options.region, options.polyline};
+    if (json != nullptr) write_clip_json(*json, *result);
+    if (svg != nullptr) svg->write(clip_picture(region, polylines, *result));
+    if (Output* const text = outputs.add_text(options.paths.quiet)) write_clip_text(*text, *result);
     outputs.commit();
 }
 

@@ -18,12 +18,18 @@ struct ClipOptions {
     OutputPaths paths;
     OutlineForm form = OutlineForm::automatic;
     double chain_tolerance = default_chain_tolerance; ///< of loose pieces
+    /// Of the chords of arcs and curves; without one `default_chord_part` of the region's diagonal.
+    std::optional<double> chord_error;
 };
 
+inline constexpr double default_chord_part = 1e-6;
+
 /// The pieces of the polylines in an area of the region; a polyline that passes from one area to
-/// another is cut there. Coordinates are scaled by a power of two, which is exact, if the
-/// tolerances of a region would not suit them.
-ClipResult clip(const Outline& region, const std::vector<Polygon>& polylines);
+/// another is cut there. Arcs and curves are taken as chords within `chord_error` of them.
+/// Coordinates are scaled by a power of two, which is exact, if the tolerances of a region would
+/// not suit them. Nothing if a contour needs more than 2^24 chords.
+std::optional<ClipResult> clip(const Outline& region, const std::vector<Polygon>& polylines,
+                               double chord_error);
 
 /// Reads both files, clips, and writes the pieces and the reports wanted; all outputs appear
 /// together at the end or not at all. Throws `Failure`.

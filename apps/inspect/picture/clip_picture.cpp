@@ -3,6 +3,7 @@
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/picture/deviation_scale.h"
+#include "inspect/picture/outline_path.h"
 #include "inspect/picture/palette.h"
 #include "inspect/picture/svg_canvas.h"
 
@@ -100,7 +101,8 @@ std::string clip_picture(const NominalOutline& region, const Polylines& polyline
 
     std::string outline, whole, inside, dots;
     for (const Contour& contour : region.contours)
-        outline += path_of(contour.vertices(), place) + "Z";
+        outline += contour.is_polygon() ? path_of(contour.vertices(), place) + "Z"
+                                        : OutlinePath(contour, place, place.unit()).data();
     for (const Polygon& line : polylines.lines)
         whole += path_of(line, place);
     for (const ClipPiece& piece : result.pieces) {

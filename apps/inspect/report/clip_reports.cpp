@@ -12,6 +12,9 @@ void write_clip_text(Output& output, const ClipResult& result) {
                  terminal_text(result.head.polyline) + " in " + terminal_text(result.head.region) +
                  ", " + shortest(result.figures.length_inside) + " of " +
                  shortest(result.figures.length) + " long\n");
+    if (result.figures.chord_error > 0.0)
+        output.write("# arcs and curves as chords within " + shortest(result.figures.chord_error) +
+                     '\n');
     std::string text;
     for (std::size_t i = 0; i < count; ++i) {
         const ClipPiece& piece = result.pieces[i];
