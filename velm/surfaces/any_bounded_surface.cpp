@@ -3,6 +3,7 @@
 #include "velm/frame/finite_entity.h"
 #include "velm/frame/random_draw.h"
 #include "velm/frame/simple_vec.h"
+#include "velm/surfaces/detail/seed_grid.h"
 #include "velm/surfaces/process_mesh.h"
 #include "velm/surfaces/ray_surface_result.h"
 #include "velm/transforms/transformation_factories.h"
@@ -127,15 +128,7 @@ const ERMatrix<ERPoint3D>& ERAnyBoundedSurface::getMatricePoint(int n, int m) co
     n = std::max(n, 0);
     m = std::max(m, 0);
     if (grid_.columns() == n && grid_.rows() == m) return grid_;
-    ERMatrix<ERPoint3D> grid(m, n);
-    const std::span<ERPoint3D> points = grid.writable();
-    const ERLimites in_u = getBoundU(), in_v = getBoundV();
-    for (int i = 0; i < n && m > 0; ++i) {
-        const t_SmartPtr<ERFiniteEntity3DWF> curve = getEntityIsoU(in_u(double(i) / (n - 1)));
-        for (int j = 0; curve && j < m; ++j)
-            points[std::size_t(n) * std::size_t(j) + std::size_t(i)] =
-                (*curve)(in_v(double(j) / (m - 1)));
-    }
+    ERMatrix<ERPoint3D> grid = velm::detail::points_at_even_steps(*this, n, m);
     grid_.swap(grid);
     return grid_;
 }

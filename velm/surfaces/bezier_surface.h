@@ -95,6 +95,19 @@ public:
     int SplitInV(t_SmartPtr<ERAnyBoundedSurface>& a, t_SmartPtr<ERAnyBoundedSurface>& b,
                  double v) const override;
 
+    using ERSpoleRep::ProjectionNormale;
+    using ERSpoleRep::ProjectPoint;
+    /// SeedProjection and ReajustAtSeam (surfaces/surface_projection.h) on the part in the limits,
+    /// over [0, 1] x [0, 1]. `distance` only prunes: a point farther than that from the box of the
+    /// poles, 0.2 wider, has no foot. THE FORM WITHOUT `distance` TAKES 0. `parameter` takes the
+    /// start, or the start of the limits if there is none, then the foot.
+    int ProjectionNormale(const ERPoint3D& p, double distance, ERPoint2D& parameter,
+                          int inBound) const override;
+    /// By halving the patch until the line meets one of its parts in a regular way, then Newton's
+    /// method (VerticalSolution, surfaces/vertical_crossing.h). A line that touches may be missed,
+    /// a crossing where parts meet given twice. The whole patch counts, trimmed or not.
+    void ProjectPoint(const ERPoint3D& p, ERRaySurfaceResult& result, int reserved) const override;
+
     /// The limits, "Les Poles :" and the matrix.
     void printOn(std::ostream& out) const override;
     ERObject* getCopy() const override;

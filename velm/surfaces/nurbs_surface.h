@@ -104,6 +104,23 @@ public:
     /// The boxes of the poles that govern each of them, as points: a row per span along U.
     void GetSpanBoxes(ERSimpleVec2<ERMinimax3D>& boxes) const override;
 
+    using ERSpoleRep::ProjectionNormale;
+    /// A foot of the perpendicular in the limits; see surfaces/surface_projection.h for what that
+    /// is worth. None if p is farther than 1.1 `distance` from the box of the poles, 0.001 wider,
+    /// or if the poles are within 0.001 of a plane and p is not above their hull. THE FORM WITHOUT
+    /// `distance` TAKES 0: it finds feet of points in that box only.
+    ///
+    /// A surface more than twice as long as wide, and one whose poles leave their plane by more
+    /// than 2.0, is halved again and again; the first half with a foot gives the result. Halves and
+    /// their grids are kept until the surface changes, up to 64 megabytes.
+    int ProjectionNormale(const ERPoint3D& p, double distance, ERPoint2D& parameter,
+                          int inBound) const override;
+    /// The crossings of each Bezier patch, by its own ProjectPoint; along U first. The whole
+    /// surface counts, trimmed or not: filtreOutsidePoint leaves those in the limits.
+    void ProjectPoint(const ERPoint3D& p, ERRaySurfaceResult& result, int inBound) const override;
+    void ProjectPoint(const ERPoint3D& p, const ERVector3D& direction, ERRaySurfaceResult& result,
+                      int inBound) const override;
+
     /// Builds the Bezier patches' decomposer unless it is there.
     void UpdateCache() const;
     /// The decomposer, null before UpdateCache and after each change but a map and reverse().

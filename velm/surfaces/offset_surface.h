@@ -56,6 +56,13 @@ public:
     /// The base's foot: both surfaces have the same normals.
     int ProjectionNormale(const ERPoint3D& p, double distance, ERPoint2D& parameter,
                           int inBound) const override;
+    /// The base's, with the moved point in p.
+    int ReajustProjection(ERPoint3D& p, ERPoint2D& parameter, int inBound) const override;
+    using ERAnyBoundedSurface::ProjectPoint;
+    /// By VerticalNewton from the middle of each cell near the line, of a grid of points with eight
+    /// cells per span of the base. Each crossing is given once; those of folds smaller than a cell
+    /// may be missed.
+    void ProjectPoint(const ERPoint3D& p, ERRaySurfaceResult& result, int reserved) const override;
     /// The base's, with a whole turn of the offset added. Not a bound for a wildly curved base.
     double upperEstimateInU() const override;
     double upperEstimateInV() const override;

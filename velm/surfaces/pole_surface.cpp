@@ -105,6 +105,12 @@ void ERSpoleRep::ResetCacheConvexHull() const { kept_.hull = ERVec<ERPoint2D>();
 void ERSpoleRep::ResetCacheInfo() const {
     ResetCacheBox();
     ResetCacheConvexHull();
+    kept_.projection.reset();
+}
+
+void ERSpoleRep::CleanUpTemporaries(int level) {
+    ERBoundedSurface::CleanUpTemporaries(level);
+    kept_.projection.reset();
 }
 
 void ERSpoleRep::forget_estimates() const { kept_.estimate_u = kept_.estimate_v = no_estimate; }

@@ -13,10 +13,16 @@
 #include "velm/frame/pole.h"
 #include "velm/numerics/matrix.h"
 #include "velm/surfaces/bounded_surface.h"
+#include "velm/surfaces/derived_cache.h"
 #include "velm/transforms/transformation_handle.h"
 
 #include <limits>
 #include <memory>
+
+namespace velm::detail {
+struct ProjectionCache;
+VELM_API ProjectionCache& projection_cache(const ERSpoleRep& surface);
+} // namespace velm::detail
 
 /// A surface with control poles.
 class VELM_API ERSpoleRep : public ERBoundedSurface {
@@ -66,6 +72,12 @@ public:
     void ResetCacheBox() const;
     void ResetCacheConvexHull() const;
     virtual void ResetCacheInfo() const;
+    /// Also forgets what projections have kept.
+    void CleanUpTemporaries(int level) override;
+
+    using ERBoundedSurface::ProjectionNormale;
+    /// ReajustAtSeam, see surfaces/surface_projection.h.
+    int ReajustProjection(ERPoint3D& p, ERPoint2D& parameter, int inBound) const override;
 
     /// Apply to the poles, weights unchanged. Estimates are forgotten unless lengths stay.
     void scale(double s) override;
@@ -106,6 +118,8 @@ protected:
     bool is_within_natural() const;
 
 private:
+    friend velm::detail::ProjectionCache& velm::detail::projection_cache(const ERSpoleRep& surface);
+
     template <class Map>
     void map_poles(Map map);
 
@@ -120,6 +134,7 @@ private:
             estimate_v = other.estimate_v;
             box.reset();
             hull = ERVec<ERPoint2D>();
+            projection.reset();
             return *this;
         }
         std::unique_ptr<ERMinimax3D> box;
@@ -127,6 +142,7 @@ private:
         ERVec<ERPoint2D> hull;
         double estimate_u = no_estimate;
         double estimate_v = no_estimate;
+        velm::detail::DerivedCache<velm::detail::ProjectionCache> projection;
     };
     mutable Kept kept_;
 };

@@ -3,6 +3,7 @@
 
 #include "velm/frame/finite_entity.h"
 #include "velm/surfaces/any_bounded_surface.h"
+#include "velm/surfaces/derived_cache.h"
 #include "velm/wireframe/line.h"
 
 class ERSpoleNURBS3D;
@@ -76,6 +77,22 @@ public:
     double upperEstimateInU() const override;
     double upperEstimateInV() const override;
 
+    using ERAnyBoundedSurface::ProjectionNormale;
+    using ERAnyBoundedSurface::ProjectPoint;
+    /// Finds a foot on the NURBS form by SeedProjection and ReajustAtSeam (see
+    /// surfaces/surface_projection.h), then polishes it on this surface by ReajustAtSeam. Returns 1
+    /// even if that last step fails, part of the contract: v is then the NURBS form's parameter,
+    /// which differs from the angle by up to 0.07. The form is made at each call, since the curve
+    /// may have changed, but its grid is kept while the form stays the same.
+    int ProjectionNormale(const ERPoint3D& p, double distance, ERPoint2D& parameter,
+                          int inBound) const override;
+    /// ReajustAtSeam.
+    int ReajustProjection(ERPoint3D& p, ERPoint2D& parameter, int inBound) const override;
+    /// The crossings of the NURBS surface that velm::revolve makes of the curve, as points of this
+    /// surface: polished by VerticalNewton. As told there (surfaces/vertical_crossing.h), a line
+    /// that touches may be missed, and a crossing where patches meet is given twice.
+    void ProjectPoint(const ERPoint3D& p, ERRaySurfaceResult& result, int inBound) const override;
+
     void scale(double s) override;
     void translate(const ERPoint3D& v) override;
     void transformFrom(const ERPmSimilitude3D& t) override;
@@ -98,6 +115,8 @@ private:
                 double angle) const;
     template <class Map>
     void move(Map map, bool reflecting);
+    const ERSpoleNURBS3D& current_form() const;
+    double angle_near(double guess, double u, const ERPoint3D& p) const;
 
     template <class Self, class Form>
     static void stored_fields(Self& self, Form& form);
@@ -106,4 +125,6 @@ private:
     t_SmartPtr<ERFiniteEntity3DWF> generatrice_;
     ERLimites angles_;
     ERVector3D vector_;
+    mutable velm::detail::DerivedCache<t_SmartPtr<ERSpoleNURBS3D>>
+        form_; ///< of the last projection
 };

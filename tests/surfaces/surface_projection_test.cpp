@@ -1,0 +1,221 @@
+// The feet and crossings of the given operations against their steps (projection_steps.h), and
+// against what must be found.
+#include "surfaces/projection_steps.h"
+
+#include "support/test.h"
+#include "velm/surfaces/analytic_to_nurbs.h"
+#include "velm/surfaces/bezier_surface.h"
+#include "velm/surfaces/cone.h"
+#include "velm/surfaces/cylinder.h"
+#include "velm/surfaces/limit_normal.h"
+#include "velm/surfaces/nurbs_decomposer.h"
+#include "velm/surfaces/ray_surface_result.h"
+#include "velm/surfaces/revolution_surface.h"
+#include "velm/surfaces/sphere.h"
+#include "velm/surfaces/surface_projection.h"
+#include "velm/surfaces/torus.h"
+#include "velm/transforms/transformation_factories.h"
+#include "velm/wireframe/line.h"
+
+#include <cstdlib>
+
+namespace {
+
+using namespace velm_test;
+using std::numbers::pi;
+
+Random draw{19};
+
+int counted(int thorough) {
+    return std::getenv("VELM_TEST_THOROUGH") != nullptr ? thorough : thorough / 100;
+}
+
+ERSpoleNURBS3D panel(double wide, double high, double wave, bool rational) {
+    const int p = 1 + draw.below(3), q = 2 + draw.below(2);
+    const int n = p + 1 + draw.below(5), m = q + 1 + draw.below(4);
+    ERMatrix<ERPole3DH> poles(m, n);
+    for (int j = 0; j < m; ++j)
+        for (int i = 0; i < n; ++i)
+            poles(j, i) = ERPole3DH(ERPoint3D(wide * i / (n - 1), high * j / (m - 1), 0) +
+                                        draw.value<ERPoint3D>(wave),
+                                    1) *
+                          (rational ? draw.uniform(0.5, 2) : 1.0);
+    return {poles, ERKnotVector(p, n, {0, 2}), ERKnotVector(q, m, {-1, 1})};
+}
+
+// Surfaces of every kind that the steps distinguish.
+ERSpoleNURBS3D random_nurbs(int kind) {
+    switch (kind) {
+    case 0:
+        return panel(10, 8, 0.4, false);
+    case 1:
+        return panel(10, 8, 1.5, true);
+    case 2:
+        return panel(40, 6, 0.5, true); // long
+    case 3:
+        return panel(10, 8, 1e-5, false); // flat
+    case 4: {                             // a row of poles in one point
+        ERSpoleNURBS3D s = panel(6, 6, 0.3, false);
+        ERMatrix<ERPole3DH> poles = s.poles();
+        for (int i = 0; i < poles.columns(); ++i)
+            poles(0, i) = ERPole3DH(ERPoint3D(3, -1, 0.5), 1);
+        return {poles, s.knotVectorU(), s.knotVectorV()};
+    }
+    case 5: { // closed
+        const ERBoundedCylinder whole(ERPmIsometrie3D(), 1.5, 2.0, 0.0, 2 * pi);
+        return Convert2Nurbs(whole);
+    }
+    case 6:
+        return Convert2Nurbs(
+            ERBoundedSphere(ERSphere(ERPoint3D(1, 0, 0), 1.5), {0.0, 2 * pi}, {-pi / 2, pi / 2}));
+    case 7: { // torn
+        ERSpoleNURBS3D s = panel(6, 6, 0.2, false);
+        s.insertKnotU(1.0, s.degreeU() + 1);
+        ERMatrix<ERPole3DH> poles = s.poles();
+        for (int j = 0; j < poles.rows(); ++j)
+            for (int i = poles.columns() / 2; i < poles.columns(); ++i)
+                poles(j, i) = ERPole3DH(poles(j, i)).translate(ERPoint3D(0, 0, 3));
+        return {poles, s.knotVectorU(), s.knotVectorV()};
+    }
+    default: {
+        ERSpoleNURBS3D s = panel(10, 8, 0.4, true);
+        s.setBound({0.3, 1.6}, {-0.5, 0.9});
+        return s;
+    }
+    }
+}
+
+ERPoint3D query(const Surface& s) {
+    const double t = draw.below(6) == 0 ? draw.below(2) : draw.uniform(0, 1);
+    const double r = draw.below(6) == 0 ? draw.below(2) : draw.uniform(0, 1);
+    const ERPoint2D at(s.getBoundU()(t), s.getBoundV()(r));
+    const ERPoint3D on = s(at);
+    switch (draw.below(4)) {
+    case 0:
+        return on;
+    case 1:
+        return on + draw.value<ERPoint3D>(3);
+    default:
+        return on + velm::limit_normal(s, at.x(), at.y()) * draw.uniform(-1, 1);
+    }
+}
+
+struct Tally {
+    int found = 0, none = 0, by_simplex = 0;
+};
+
+// Holds the library's answer for a random point against that of the steps.
+template <class Class, class Steps>
+void compare(const Class& s, Steps steps, Tally& tally, int kind) {
+    constexpr double distances[] = {0.0, 0.5, 1.2, 4.0};
+    const ERPoint3D p = query(s);
+    const double within = draw.one_of(distances);
+    const int in_bound = draw.below(2);
+    ProjectionSteps by_steps(p, in_bound);
+    ERPoint2D expected(7, 7), got(7, 7);
+    const bool foot = (by_steps.*steps)(Class(s), within, expected);
+    ASSERT_EQ(s.ProjectionNormale(p, within, got, in_bound), foot ? 1 : 0)
+        << "kind " << kind << " of " << p << " within " << within;
+    ++(foot ? tally.found : tally.none);
+    tally.by_simplex += by_steps.simplex_ran ? 1 : 0;
+    if (by_steps.simplex_ran) {
+        EXPECT_LT(distance(s(got), s(expected)), 1e-9) << "kind " << kind << " of " << p;
+    } else {
+        EXPECT_TRUE(got == expected) << "kind " << kind << " of " << p << ": " << got << expected;
+    }
+}
+
+// `make` gives a surface of a kind; 25 points on each.
+template <class Make, class Steps>
+void compare_kinds(int kinds, int thorough, Make make, Steps steps) {
+    for (int kind = 0; kind < kinds; ++kind) {
+        Tally tally;
+        auto s = make(kind);
+        for (int n = counted(thorough); n > 0; --n) {
+            if (n % 25 == 0) s = make(kind);
+            compare(s, steps, tally, kind);
+        }
+        std::printf("kind %d: %d feet, %d none, %d simplex\n", kind, tally.found, tally.none,
+                    tally.by_simplex);
+        EXPECT_GT(tally.found, 0);
+        EXPECT_GT(tally.none, 0);
+    }
+}
+
+TEST(SurfaceProjection, NurbsFeetAreThoseOfTheStepsBitForBit) {
+    compare_kinds(9, 7000, random_nurbs, &ProjectionSteps::of_nurbs);
+}
+
+ERSpoleBezier3DR random_patch(int kind) {
+    const ERSpoleNURBS3D whole = random_nurbs(kind == 0 ? 1 : 4);
+    whole.UpdateCache();
+    ERSpoleBezier3DR patch = *whole.decomposer()->Bezier(0, 0);
+    if (draw.below(2)) patch.setBound(patch.getBoundU(), {patch.vdeb(), patch.getBoundV()(0.8)});
+    return patch;
+}
+
+ERSpoleBezier3D random_polynomial_patch(int kind) {
+    const ERSpoleBezier3DR like = random_patch(kind);
+    ERMatrix<ERPoint3D> poles(like.nbPolesV(), like.nbPolesU());
+    std::ranges::transform(like.poles().view(), poles.writable().begin(),
+                           [](const ERPole3DH& pole) { return pole.castToPoint(); });
+    return {poles, like.getBoundU(), like.getBoundV()};
+}
+
+TEST(SurfaceProjection, BezierFeetAreThoseOfTheStepsBitForBit) {
+    compare_kinds(2, 7000, random_patch, &ProjectionSteps::of_bezier<ERSpoleBezier3DR>);
+    compare_kinds(2, 5000, random_polynomial_patch, &ProjectionSteps::of_bezier<ERSpoleBezier3D>);
+}
+
+TEST(SurfaceProjection, FeetOnSurfacesOfRevolutionAreThoseOfTheSteps) {
+    const auto vase = [](int kind) {
+        ERVec<ERPoint3D> poles;
+        for (int i = 0; i < 4; ++i)
+            poles.push_back(ERPoint3D(draw.uniform(1, 3), kind == 1 ? 0.3 * i : 0, 2 * i));
+        if (kind == 2) poles[3] = ERPoint3D(0, 0, 7); // ends on the axis
+        return ERSurOfRevolution(new ERCpoleBezier3D(poles),
+                                 ERInfLine3D(ERVector3D(0, 0, 1), ERPoint3D()), 0.0,
+                                 draw.below(2) ? 2 * pi : 1.5);
+    };
+    compare_kinds(3, 6000, vase, &ProjectionSteps::of_revolution);
+}
+
+TEST(SurfaceProjection, CrossingsAreThoseOfTheStepsBitForBit) {
+    int crossings = 0;
+    for (int n = counted(10000); n > 0; --n) {
+        const int kind = draw.below(9);
+        const ERSpoleNURBS3D s = random_nurbs(kind);
+        const ERPoint3D p = query(s);
+        const bool along_z = draw.below(2);
+        const ERVector3D direction = along_z ? ERVector3D(0, 0, 1) : draw.direction<ERVector3D>();
+        const ERPmIsometrie3D frame = ERChgRepere3D(direction, p);
+        const ERSpoleNURBS3D again(s);
+        again.UpdateCache();
+        std::vector<ERPoint2D> expected;
+        const ERMinimax3D box = again.getBox();
+        const bool below =
+            p.x() >= box.xmin && p.x() <= box.xmax && p.y() >= box.ymin && p.y() <= box.ymax;
+        for (int i = 0; i < again.decomposer()->nv() && (below || !along_z); ++i)
+            for (int j = 0; j < again.decomposer()->nu(); ++j) {
+                ERSpoleBezier3DR patch = *again.decomposer()->Bezier(i, j);
+                if (!along_z && !patch.getBox().intersect(p, direction)) continue;
+                if (!along_z) patch.transformTo(frame);
+                crossing_steps(patch, along_z ? p : ERPoint3D(), expected);
+            }
+        for (int repeated = 0; repeated < 2; ++repeated) {
+            ERRaySurfaceResult result;
+            s.ProjectPoint(p, direction, result, 1);
+            ASSERT_EQ(result.size(), int(expected.size())) << "kind " << kind << " of " << p;
+            auto known = expected.begin();
+            for (const ERInfoPoint3DSurf& crossing : result) {
+                EXPECT_TRUE(crossing.parametre() == *known++) << "kind " << kind << " of " << p;
+                EXPECT_LT(distance(ERInfLine3D(direction, p), crossing.point()), 6e-8);
+                EXPECT_LT(distance(s(crossing.parametre()), crossing.point()), 1e-12);
+            }
+        }
+        crossings += int(expected.size());
+    }
+    EXPECT_GT(crossings, counted(5000));
+}
+
+} // namespace
