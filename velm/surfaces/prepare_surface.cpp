@@ -85,21 +85,22 @@ std::shared_ptr<SurfaceTables> tables_of(const ERMatrix<ERPole3DH>& pieces, int 
     tables->ends_v = list(ends_v);
     tables->u = ERLimites(tables->ends_u.front(), tables->ends_u.back());
     tables->v = ERLimites(tables->ends_v.front(), tables->ends_v.back());
-    tables->smooth_u.assign(tables->ends_u.size() - 2, false);
-    tables->smooth_v.assign(tables->ends_v.size() - 2, false);
+    tables->continuous_u.assign(tables->ends_u.size() - 2, 0);
+    tables->continuous_v.assign(tables->ends_v.size() - 2, 0);
     add_patches(*tables, [&](int i, int j, int column, int row) -> const ERPole3DH& {
         return pieces(j * (degree_v + 1) + row, i * (degree_u + 1) + column);
     });
     return tables;
 }
 
-// First derivatives are continuous at a knot that occurs less often than the degree.
-std::vector<bool> smooth_ends(const ERKnotVector& knots, const std::vector<double>& ends) {
-    std::vector<bool> smooth;
+// The degree less the number of times that the knot occurs.
+std::vector<int> continuity(const ERKnotVector& knots, const std::vector<double>& ends) {
+    std::vector<int> orders;
     const auto all = knots.getVec().view();
     for (std::size_t k = 1; k + 1 < ends.size(); ++k)
-        smooth.push_back(std::count(all.begin(), all.end(), ends[k]) < knots.degree());
-    return smooth;
+        orders.push_back(knots.degree() -
+                         static_cast<int>(std::count(all.begin(), all.end(), ends[k])));
+    return orders;
 }
 
 std::shared_ptr<SurfaceTables> nurbs_tables(const ERSpoleNURBS3D& surface) {
@@ -112,8 +113,8 @@ std::shared_ptr<SurfaceTables> nurbs_tables(const ERSpoleNURBS3D& surface) {
     auto tables = tables_of(pieces, part.degreeU(), part.degreeV(), ends_u, ends_v);
     if (!tables) return {};
     detail::load(tables->spline, part.poles(), part.knotVectorU(), part.knotVectorV());
-    tables->smooth_u = smooth_ends(part.knotVectorU(), tables->ends_u);
-    tables->smooth_v = smooth_ends(part.knotVectorV(), tables->ends_v);
+    tables->continuous_u = continuity(part.knotVectorU(), tables->ends_u);
+    tables->continuous_v = continuity(part.knotVectorV(), tables->ends_v);
     return tables;
 }
 
@@ -213,13 +214,16 @@ bool same_parameters(const PreparedCurve<3>& curve, ERFiniteEntity3DWF& entity) 
     return true;
 }
 
-// Whether the first derivative at the joint before the piece is continuous, except for rounding.
-bool is_smooth(const PreparedCurve<3>& curve, int piece) {
+// The order of continuity at the joint before the piece, except for rounding: 1 at most, on arcs
+// any.
+int continuity(const PreparedCurve<3>& curve, int piece) {
     constexpr double rounding = 1e-12;
+    if (curve.tables()[piece].angular) return detail::every_order;
     const auto before = curve.point_at(CurvePlace{0.0, piece - 1, 1.0});
     const auto after = curve.point_at(CurvePlace{0.0, piece, 0.0});
-    return (before.tangente() - after.tangente()).norme() <= rounding * before.tangente().norme() &&
-           ERVector3D(before.point(), after.point()).norme() <= rounding * curve.size();
+    if (ERVector3D(before.point(), after.point()).norme() > rounding * curve.size()) return -1;
+    const double jump = (before.tangente() - after.tangente()).norme();
+    return jump <= rounding * before.tangente().norme() ? 1 : 0;
 }
 
 // Whether the curve is in the half plane x >= 0 of y = 0, except for rounding.
@@ -245,7 +249,7 @@ void add_turned_patches(SurfaceTables& tables, const ERInfLine3D& axis) {
     std::vector<std::vector<ERPole3DH>> rows;
     for (int i = 0; i < curve.pieces(); ++i) {
         tables.ends_u.push_back(curve.piece(i).parameters.end());
-        if (i > 0) tables.smooth_u.push_back(is_smooth(curve, i));
+        if (i > 0) tables.continuous_u.push_back(continuity(curve, i));
         rows.push_back(pole_list(curve, i));
         for (ERPole3DH& pole : rows.back()) {
             const detail::AnalyticShape& frame = tables.shape;
@@ -256,7 +260,7 @@ void add_turned_patches(SurfaceTables& tables, const ERInfLine3D& axis) {
     }
     for (int j = 0; j <= pieces; ++j)
         tables.ends_v.push_back(tables.v(double(j) / pieces));
-    tables.smooth_v.assign(std::size_t(pieces) - 1, true);
+    tables.continuous_v.assign(std::size_t(pieces) - 1, detail::every_order);
     const double half_piece = 0.5 * tables.v.amplitude() / pieces;
     add_patches(tables, [&](int i, int j, int column, int row) {
         return detail::turned_pole(rows[std::size_t(i)][std::size_t(column)], axis,

@@ -31,6 +31,9 @@ struct AnalyticShape {
     double lift = 0.0;         ///< on a cone: the offset surface of a cone has its u from before
 };
 
+/// An order of continuity that is enough for everything.
+inline constexpr int every_order = 1000;
+
 /// Which of two patches that meet at a parameter is meant.
 struct SurfaceSide {
     bool below_u = false, below_v = false;
@@ -53,8 +56,9 @@ struct SurfaceTables {
     bool rational = false;
     std::vector<double> ends_u, ends_v;        ///< the parameters between which the patches are
     bool angular_u = false, angular_v = false; ///< see SurfacePatch
-    /// Of each inner end: whether first derivatives are continuous there.
-    std::vector<bool> smooth_u, smooth_v;
+    /// Of each inner end: the order of the derivatives that are known to be continuous there, -1
+    /// for none, not even the points.
+    std::vector<int> continuous_u, continuous_v;
     tqkNurbSurf spline; ///< complete on a NURBS surface: fewer poles than the patches have
     std::vector<AlignedPole> poles; ///< patch by patch, those along U first, rows along U
     std::vector<ERMinimax3D> boxes;
@@ -80,6 +84,7 @@ struct SurfaceTables {
     static PreparedSurface publish(std::shared_ptr<const SurfaceTables> tables) {
         return PreparedSurface(std::move(tables));
     }
+    static const SurfaceTables& of(const PreparedSurface& surface) { return *surface.tables_; }
 };
 
 } // namespace velm::detail
