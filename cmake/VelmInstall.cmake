@@ -42,3 +42,6 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOC
 if(TARGET velm-inspect)
     install(TARGETS velm-inspect)
 endif()
+if(TARGET velm-cad-import)
+    install(TARGETS velm-cad-import)
+endif()

@@ -5,7 +5,7 @@
 set -euo pipefail
 
 build=(g++ cmake make ninja-build libcli11-dev nlohmann-json3-dev)
-test=("${build[@]}" libgtest-dev python3)
+test=("${build[@]}" libgtest-dev python3 libocct-data-exchange-dev)
 ci=("${test[@]}" clang clang-format-14 libclang-rt-14-dev libbenchmark-dev pkg-config gdb git
     binutils ccache doxygen)
 

@@ -257,6 +257,7 @@
 #include "velm/inspection/inspection_archive.h"
 #include "velm/inspection/inspection_records.h"
 #include "velm/inspection/nominal_entities.h"
+#include "velm/inspection/nominal_part.h"
 #include "velm/inspection/record_fault.h"
 #include "velm/inspection/record_keys.h"
 #include "velm/inspection/section_frame.h"

@@ -1,0 +1,297 @@
+#include "cad/cad_document.h"
+
+#include "inspect/base/failure.h"
+
+#include <BRepTools.hxx>
+#include <BRep_Builder.hxx>
+#include <IGESCAFControl_Reader.hxx>
+#include <IGESData_IGESModel.hxx>
+#include <Interface_Static.hxx>
+#include <Message.hxx>
+#include <Message_PrinterOStream.hxx>
+#include <Quantity_Color.hxx>
+#include <STEPCAFControl_Reader.hxx>
+#include <Standard_Failure.hxx>
+#include <StepData_StepModel.hxx>
+#include <TColStd_HSequenceOfExtendedString.hxx>
+#include <TColStd_SequenceOfAsciiString.hxx>
+#include <TDF_LabelSequence.hxx>
+#include <TDataStd_Name.hxx>
+#include <TDocStd_Document.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Iterator.hxx>
+#include <Transfer_TransientProcess.hxx>
+#include <XCAFApp_Application.hxx>
+#include <XCAFDoc_ColorTool.hxx>
+#include <XCAFDoc_DocumentTool.hxx>
+#include <XCAFDoc_LayerTool.hxx>
+#include <XCAFDoc_ShapeTool.hxx>
+#include <XSControl_TransferReader.hxx>
+#include <XSControl_WorkSession.hxx>
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <set>
+
+namespace velm::cad {
+
+namespace {
+
+using inspect::ExitCode;
+using inspect::Failure;
+
+enum class Format { step, iges, brep, unknown };
+
+// By the first lines: a STEP file begins with its keyword, a line of an IGES file has the letter of
+// its section in column 73, a BREP file names its kind.
+Format format_of(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in || in.peek() == std::ifstream::traits_type::eof())
+        inspect::fail_file(path, "can't be read", in ? EIO : errno);
+    std::string start(4096, '\0');
+    in.read(start.data(), std::streamsize(start.size()));
+    start.resize(std::size_t(in.gcount()));
+    const std::size_t first = start.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
+    if (first != std::string::npos && start.compare(first, 12, "ISO-10303-21") == 0)
+        return Format::step;
+    if (start.find("DBRep_DrawableShape") != std::string::npos ||
+        start.find("CASCADE Topology") != std::string::npos)
+        return Format::brep;
+    const std::size_t line_end = start.find_first_of("\r\n");
+    if (line_end != std::string::npos && line_end > 72 && line_end <= 80 &&
+        (start[72] == 'S' || start[72] == 'F' || start[72] == 'B' || start[72] == 'C'))
+        return Format::iges;
+    return Format::unknown;
+}
+
+// A name is one level of a path, which is parted by slashes of both kinds.
+std::string level_name(const TDF_Label& label) {
+    Handle(TDataStd_Name) attribute;
+    if (!label.FindAttribute(TDataStd_Name::GetID(), attribute)) return {};
+    const TCollection_ExtendedString& wide = attribute->Get();
+    std::string text(std::size_t(wide.LengthOfCString()) + 1, '\0');
+    Standard_PCharacter place = text.data();
+    text.resize(std::size_t(std::max(wide.ToUTF8CString(place), 0)));
+    while (!text.empty() && text.back() == '\0')
+        text.pop_back();
+    for (char& c : text)
+        if (c == '/' || c == '\\' || static_cast<unsigned char>(c) < ' ') c = '_';
+    return text;
+}
+
+// Walks the tree of products and collects the faces.
+class FaceCollector {
+public:
+    FaceCollector(const Handle(TDocStd_Document) & document,
+                  const Handle(XSControl_WorkSession) & work)
+        : shapes(XCAFDoc_DocumentTool::ShapeTool(document->Main())),
+          colors(XCAFDoc_DocumentTool::ColorTool(document->Main())),
+          layers(XCAFDoc_DocumentTool::LayerTool(document->Main())), session(work) {}
+
+    std::vector<CadFace> collect() {
+        TDF_LabelSequence roots;
+        shapes->GetFreeShapes(roots);
+        for (int i = 1; i <= roots.Length(); ++i)
+            walk(roots.Value(i), TopLoc_Location(), "", Marks());
+        return std::move(faces);
+    }
+
+private:
+    struct Marks {
+        std::optional<unsigned long> colour;
+        std::string layer;
+    };
+
+    static unsigned long rgb(const Quantity_Color& color) {
+        double r = 0.0, g = 0.0, b = 0.0;
+        color.Values(r, g, b, Quantity_TOC_sRGB);
+        const auto byte = [](double x) {
+            return static_cast<unsigned long>(std::clamp(x, 0.0, 1.0) * 255.0 + 0.5);
+        };
+        return byte(r) << 16 | byte(g) << 8 | byte(b);
+    }
+
+    // What is marked at a label or a shape beats what was marked above.
+    template <class Place>
+    Marks marks_at(const Place& place, Marks marks) const {
+        Quantity_Color color;
+        if (colors->GetColor(place, XCAFDoc_ColorSurf, color) ||
+            colors->GetColor(place, XCAFDoc_ColorGen, color))
+            marks.colour = rgb(color);
+        Handle(TColStd_HSequenceOfExtendedString) names;
+        if (layers->GetLayers(place, names) && !names.IsNull() && names->Length() > 0) {
+            const TCollection_AsciiString first(names->Value(1), '?');
+            marks.layer = first.ToCString();
+        }
+        return marks;
+    }
+
+    std::string unique(const std::string& path) {
+        std::string result = path;
+        for (int n = 2; !used.insert(result).second; ++n)
+            result = path + " (" + std::to_string(n) + ")";
+        return result;
+    }
+
+    void walk(const TDF_Label& label, const TopLoc_Location& above, const std::string& parent,
+              const Marks& outer) {
+        TDF_Label product = label;
+        const bool is_instance = XCAFDoc_ShapeTool::IsReference(label);
+        if (is_instance) XCAFDoc_ShapeTool::GetReferredShape(label, product);
+        std::string name = level_name(label);
+        if (name.empty()) name = level_name(product);
+        if (name.empty()) name = "part";
+        const std::string path = unique(parent + "/" + name);
+        const TopLoc_Location place = above * XCAFDoc_ShapeTool::GetLocation(label);
+        Marks marks = marks_at(product, outer);
+        if (is_instance) marks = marks_at(label, marks);
+
+        TDF_LabelSequence components;
+        if (XCAFDoc_ShapeTool::GetComponents(product, components)) {
+            for (int i = 1; i <= components.Length(); ++i)
+                walk(components.Value(i), place, path, marks);
+            return;
+        }
+        // The location of the product's own shape is part of the shape.
+        TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(product);
+        if (shape.IsNull()) return;
+        shape = shape.Located((is_instance ? place : above) * shape.Location());
+        int count = 0;
+        take(shape, path, marks, false, count);
+    }
+
+    // Solids and shells are looked into one by one: what is in a solid has an inner side.
+    void take(const TopoDS_Shape& shape, const std::string& path, const Marks& outer, bool in_solid,
+              int& count) {
+        const Marks marks = marks_at(shape, outer);
+        if (shape.ShapeType() == TopAbs_FACE) {
+            CadFace face;
+            face.shape = TopoDS::Face(shape);
+            std::string name = "face " + std::to_string(++count);
+            TDF_Label label;
+            if (shapes->SearchUsingMap(shape, label, Standard_False, Standard_True)) {
+                const std::string own = level_name(label);
+                if (!own.empty()) name = own;
+            }
+            face.path = unique(path + "/" + name);
+            face.colour = marks.colour;
+            face.layer = marks.layer;
+            face.entity = entity_of(shape);
+            face.bounds_a_solid = in_solid;
+            faces.push_back(std::move(face));
+            return;
+        }
+        in_solid = in_solid || shape.ShapeType() == TopAbs_SOLID;
+        for (TopoDS_Iterator part(shape); part.More(); part.Next())
+            take(part.Value(), path, marks, in_solid, count);
+    }
+
+    long entity_of(const TopoDS_Shape& face) const {
+        if (session.IsNull() || session->TransferReader().IsNull()) return 0;
+        const Handle(Interface_InterfaceModel) model = session->Model();
+        for (const TopoDS_Shape& shape : {face, face.Located(TopLoc_Location())}) {
+            const Handle(Standard_Transient) entity =
+                session->TransferReader()->EntityFromShapeResult(shape, 1);
+            if (entity.IsNull()) continue;
+            // The number before a STEP entity, the directory line of an IGES entity.
+            if (const auto step = Handle(StepData_StepModel)::DownCast(model))
+                return step->IdentLabel(entity);
+            if (const auto iges = Handle(IGESData_IGESModel)::DownCast(model))
+                return 2L * iges->Number(entity) - 1;
+        }
+        return 0;
+    }
+
+    Handle(XCAFDoc_ShapeTool) shapes;
+    Handle(XCAFDoc_ColorTool) colors;
+    Handle(XCAFDoc_LayerTool) layers;
+    Handle(XSControl_WorkSession) session;
+    std::vector<CadFace> faces;
+    std::set<std::string> used;
+};
+
+[[noreturn]] void fail_content(const std::string& path, const std::string& why) {
+    throw Failure(ExitCode::input, "'" + path + "': " + why);
+}
+
+Handle(TDocStd_Document) new_document() {
+    Handle(TDocStd_Document) document;
+    XCAFApp_Application::GetApplication()->NewDocument("BinXCAF", document);
+    return document;
+}
+
+CadDocument read_step(const std::string& path) {
+    Handle(TDocStd_Document) document = new_document();
+    STEPCAFControl_Reader reader;
+    reader.SetColorMode(Standard_True);
+    reader.SetNameMode(Standard_True);
+    reader.SetLayerMode(Standard_True);
+    if (reader.ReadFile(path.c_str()) != IFSelect_RetDone)
+        fail_content(path, "the STEP file can't be understood");
+    CadDocument result;
+    result.format = "STEP";
+    TColStd_SequenceOfAsciiString lengths, angles, solid_angles;
+    reader.ChangeReader().FileUnits(lengths, angles, solid_angles);
+    if (lengths.Length() > 0) result.file_unit = lengths.Value(1).ToCString();
+    if (!reader.Transfer(document)) fail_content(path, "the STEP file has no shapes");
+    result.faces = FaceCollector(document, reader.Reader().WS()).collect();
+    return result;
+}
+
+CadDocument read_iges(const std::string& path) {
+    Handle(TDocStd_Document) document = new_document();
+    IGESCAFControl_Reader reader;
+    reader.SetColorMode(Standard_True);
+    reader.SetNameMode(Standard_True);
+    reader.SetLayerMode(Standard_True);
+    if (reader.ReadFile(path.c_str()) != IFSelect_RetDone)
+        fail_content(path, "the IGES file can't be understood");
+    CadDocument result;
+    result.format = "IGES";
+    const Handle(IGESData_IGESModel) model =
+        Handle(IGESData_IGESModel)::DownCast(reader.WS()->Model());
+    if (!model.IsNull() && !model->GlobalSection().UnitName().IsNull())
+        result.file_unit = model->GlobalSection().UnitName()->ToCString();
+    if (!reader.Transfer(document)) fail_content(path, "the IGES file has no shapes");
+    result.faces = FaceCollector(document, reader.WS()).collect();
+    return result;
+}
+
+CadDocument read_brep(const std::string& path) {
+    TopoDS_Shape shape;
+    if (!BRepTools::Read(shape, path.c_str(), BRep_Builder()) || shape.IsNull())
+        fail_content(path, "the BREP file can't be understood");
+    Handle(TDocStd_Document) document = new_document();
+    XCAFDoc_DocumentTool::ShapeTool(document->Main())->AddShape(shape, Standard_False);
+    CadDocument result;
+    result.format = "BREP";
+    result.faces = FaceCollector(document, {}).collect();
+    return result;
+}
+
+} // namespace
+
+CadDocument read_cad(const std::string& path) {
+    Message::DefaultMessenger()->RemovePrinters(STANDARD_TYPE(Message_PrinterOStream));
+    const Format format = format_of(path);
+    if (format == Format::unknown)
+        fail_content(path, "this is neither a STEP nor an IGES nor a BREP file");
+    try {
+        CadDocument document = format == Format::step   ? read_step(path)
+                               : format == Format::iges ? read_iges(path)
+                                                        : read_brep(path);
+        if (document.faces.empty()) fail_content(path, "the file has no faces");
+        return document;
+    } catch (const Standard_Failure& failure) {
+        const char* const what = failure.GetMessageString();
+        fail_content(path, std::string("the reader gives up: ") +
+                               (what && *what ? what : failure.DynamicType()->Name()));
+    }
+}
+
+} // namespace velm::cad

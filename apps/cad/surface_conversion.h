@@ -1,0 +1,43 @@
+// convert_surface: the surface of a face as one of the library's, exactly.
+#pragma once
+
+#include "velm/frame/interval.h"
+#include "velm/frame/point.h"
+#include "velm/surfaces/any_bounded_surface.h"
+
+#include <Geom_Surface.hxx>
+
+#include <string>
+
+namespace velm::cad {
+
+/// Where a parameter pair of the file's surface is on the library's: exchanged or not, then scaled
+/// and moved.
+struct ParameterMap {
+    bool exchanged = false;
+    double scale_u = 1.0, shift_u = 0.0; ///< of the library's u
+    double scale_v = 1.0, shift_v = 0.0;
+
+    ERPoint2D operator()(double u, double v) const {
+        if (exchanged) return {scale_u * v + shift_u, scale_v * u + shift_v};
+        return {scale_u * u + shift_u, scale_v * v + shift_v};
+    }
+};
+
+struct ConvertedSurface {
+    t_SmartPtr<ERAnyBoundedSurface> surface; ///< null: `why` says why
+    ParameterMap map;
+    std::string why;
+};
+
+/// A rectangle of the file's parameters, which may pass the seam of a periodic surface.
+struct ParameterRange {
+    double u_first = 0.0, u_last = 0.0, v_first = 0.0, v_last = 0.0;
+};
+
+/// Plane, cylinder, cone, sphere and torus become the bounded ones, left-handed placements too;
+/// revolutions and offsets become their kinds; extrusions of lines and B-splines, Bezier and
+/// B-spline surfaces become NURBS surfaces. The limits hold the range.
+ConvertedSurface convert_surface(const Handle(Geom_Surface) & surface, const ParameterRange& range);
+
+} // namespace velm::cad
