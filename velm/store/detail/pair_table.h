@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <utility>
@@ -18,6 +19,12 @@ public:
     /// The pairs that are kept at most: 8 MiB.
     static constexpr std::size_t most = std::size_t{1} << 20;
     static constexpr std::size_t fewest = 16;
+
+    static std::uint32_t number_of(const char* four_bytes) {
+        std::uint32_t number;
+        std::memcpy(&number, four_bytes, sizeof number);
+        return number;
+    }
 
     /// The value of a number; -1 where it isn't here.
     std::int32_t find(std::uint32_t number) const {
