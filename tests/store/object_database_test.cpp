@@ -80,6 +80,37 @@ TEST_F(ObjectDataBase, StoringAgainKeepsTheIdentifierAndMovesTheRecord) {
     EXPECT_EQ(into.Database(), store.get());
 }
 
+// The size word of a block is taken at face value when the block is given back, known or not.
+TEST_F(ObjectDataBase, DeletingFreesWhatTheSizeWordSays) {
+    const auto image = [&] { return velm::StoreImage(folder.file("copy", bytes()).c_str()); };
+    for (const bool is_overwritten : {false, true}) {
+        for (const bool by_an_operation : {false, true}) {
+            std::remove(path.c_str());
+            open();
+            Sample objects[3] = {{1, 30}, {2, 30}, {3, 30}};
+            for (Sample& object : objects)
+                store->Store(object);
+            EXPECT_EQ(restored(2).number, 2);
+            const long location = image().records[1].location;
+            const std::int32_t total = word_at(bytes(), static_cast<std::size_t>(location - 4));
+            const std::int32_t smaller = total - 8;
+            ERFileManager& file = *store->fileManager();
+            if (is_overwritten && by_an_operation) {
+                file.write_through(location - 4, &smaller, sizeof smaller);
+            } else if (is_overwritten) {
+                file.Seek(location - 4, CFile::begin);
+                file.Write(smaller);
+            }
+            EXPECT_EQ(store->Delete(2), 1);
+            const auto freed = image().free_extents;
+            ASSERT_EQ(freed.size(), 1u);
+            EXPECT_EQ(freed[0].offset, location - 4);
+            EXPECT_EQ(freed[0].size, is_overwritten ? smaller : total);
+            store->Close();
+        }
+    }
+}
+
 TEST_F(ObjectDataBase, VersionsAndRefusedFiles) {
     open();
     Sample a(1, 10);

@@ -204,7 +204,7 @@ PairTable& ERBTreeOnDisk::valid_pairs() const {
     return *pairs;
 }
 
-// What a descent finds. A leaf that it ends in is entered as far as the keys above it lead there.
+// What a descent finds. The node that it ends in is entered as far as the keys above it lead there.
 bool ERBTreeOnDisk::find_number(const char* key, long& value) const {
     const std::int32_t known = valid_pairs().find(PairTable::number_of(key));
     if (known != -1) {
@@ -220,7 +220,7 @@ bool ERBTreeOnDisk::find_number(const char* key, long& value) const {
         const int pos = node.binarySearch(key, compare);
         if (node.holds(pos, key, compare)) {
             value = node.items(pos);
-            if (node.is_leaf()) enter_pairs(node, low, high);
+            enter_pairs(node, low, high);
             return true;
         }
         const auto order_of = [&](int i) {
@@ -233,14 +233,22 @@ bool ERBTreeOnDisk::find_number(const char* key, long& value) const {
     return false;
 }
 
-void ERBTreeOnDisk::enter_pairs(const ERDiskTreeNodeView& leaf, std::int64_t low,
+unsigned int ERBTreeOnDisk::block_size(const char* key) const {
+    return has_numbers() ? valid_pairs().block_size(PairTable::number_of(key)) : 0;
+}
+
+void ERBTreeOnDisk::note_block_size(const char* key, unsigned int size) const {
+    if (has_numbers()) valid_pairs().note_block_size(PairTable::number_of(key), size);
+}
+
+void ERBTreeOnDisk::enter_pairs(const ERDiskTreeNodeView& node, std::int64_t low,
                                 std::int64_t high) const {
-    pairs->make_room(static_cast<std::size_t>(leaf.counter()), information.entries);
-    for (int i = 0; i < leaf.counter(); ++i) {
-        const std::int64_t order = ERDiskTreeNodeView::in_byte_order(leaf.keys(i));
+    pairs->make_room(static_cast<std::size_t>(node.counter()), information.entries);
+    for (int i = 0; i < node.counter(); ++i) {
+        const std::int64_t order = ERDiskTreeNodeView::in_byte_order(node.keys(i));
         if (order <= low) continue;
         if (order >= high) break;
-        pairs->enter(PairTable::number_of(leaf.keys(i)), static_cast<std::int32_t>(leaf.items(i)));
+        pairs->enter(PairTable::number_of(node.keys(i)), static_cast<std::int32_t>(node.items(i)));
         low = order;
     }
 }

@@ -42,7 +42,7 @@ static_assert(sizeof(ERBTreeInformation) == 40, "the information block is stored
 /// CFileException*; so are nodes that can't be (more keys than fit, a depth beyond any tree):
 /// invalidFile. The destructor raises nothing. On a file opened read-only nothing is written. One
 /// thread to a tree, and one object of this class at a time. With binary keys of four bytes the
-/// pairs that were found are kept in memory, up to 8 MiB a tree.
+/// pairs that were found are kept in memory, up to 12 MiB a tree.
 class VELM_API ERBTreeOnDisk : private velm::detail::StepMember {
 public:
     enum createMode : int { openExisting = 0, createNew = 1 };
@@ -80,6 +80,10 @@ public:
 
     /// Writes the information block as the destructor does, and raises what goes wrong with it.
     void save_information();
+    /// The total size of the block whose payload a number's value is, as it was noted last; 0 where
+    /// that isn't known any more.
+    unsigned int block_size(const char* key) const;
+    void note_block_size(const char* key, unsigned int size) const;
     /// Copies a key by the tree's rule.
     void copy_key(char* target, const char* key) const;
     /// Whether the information block was read with its magic number.
@@ -102,10 +106,10 @@ private:
     };
 
     retStatus ins(const char* key, long value, long nodeOffset, int depth);
-    retStatus rem(const char* key, long nodeOffset, int depth, ERCString& outKey, long& outValue);
+    retStatus rem(const char* key, ERCString& outKey, long& outValue);
     retStatus remove_from_leaf(int pos, ERCString& outKey, long& outValue);
-    /// Mends son pos of the parent in the work node, which has fallen below the minimum.
-    retStatus restoreNode(int pos);
+    /// Mends son pos of a parent, which has fallen below the minimum.
+    retStatus restoreNode(long parent, int pos);
     /// Splits the full work node, with the pending triple belonging at pos.
     void splitNode(int pos);
     void combineNodes(int pos, long parent);
@@ -113,7 +117,6 @@ private:
     void moveItRight(int pos, long parent);
     void swapWithSuccessor(int pos);
     int remove_pair(const char* key, ERCString& removedKey, long& value);
-    bool remove_easily(const char* key, ERCString& outKey, long& outValue);
     void new_root();
     void drop_empty_root();
     void apl(long offset, void (*callback)(const char*, long, void*), void* arg, int flag,
@@ -126,7 +129,7 @@ private:
         return compare == ERDiskTreeNodeView::compare_binary && layout.key_length == 4;
     }
     bool find_number(const char* key, long& value) const;
-    void enter_pairs(const ERDiskTreeNodeView& leaf, std::int64_t low, std::int64_t high) const;
+    void enter_pairs(const ERDiskTreeNodeView& node, std::int64_t low, std::int64_t high) const;
     velm::detail::PairTable& valid_pairs() const;
     /// Writes the left halves of the nodes that an insertion has split, from the top down.
     void write_halves();
@@ -171,7 +174,10 @@ private:
     } before;
     ERDiskTreeLayout layout;
     ERDiskTreeNode::Compare compare = nullptr;
-    std::unique_ptr<ERDiskTreeNode> work; // the one node being worked on
+    std::unique_ptr<ERDiskTreeNode> work;  // the one node being worked on
+    std::unique_ptr<ERDiskTreeNode> above; // and, in a removal, its parent and its neighbour
+    std::unique_ptr<ERDiskTreeNode> beside;
+    std::vector<std::pair<long, int>> way; // of a removal, down to a leaf: nodes and sons
     mutable long workOffset = -1;
     Pending pendingInsertion;
     std::vector<std::pair<long, ERDiskTreeNode>> halves; // split by the insertion under way

@@ -18,26 +18,9 @@ int ERBTreeOnDisk::removeKeyAndValue(const char* key, ERCString& removedKey, lon
     return velm::detail::removal(file, [&] { return remove_pair(key, removedKey, value); });
 }
 
-// Takes a pair out of a leaf that keeps enough of them: nothing else changes.
-bool ERBTreeOnDisk::remove_easily(const char* key, ERCString& outKey, long& outValue) {
-    int pos = 0;
-    const long offset = findKeyAndValue(key, pos, outValue);
-    if (offset == -1) return false;
-    const ERDiskTreeNodeView node = node_at(offset);
-    const long least = offset == information.root ? 1 : minimum();
-    if (!node.is_leaf() || node.counter() <= least) return false;
-    load(offset);
-    remove_from_leaf(pos, outKey, outValue);
-    return true;
-}
-
 int ERBTreeOnDisk::remove_pair(const char* key, ERCString& removedKey, long& value) {
     if (has_numbers()) valid_pairs().forget(velm::detail::PairTable::number_of(key));
-    if (remove_easily(key, removedKey, value)) {
-        --information.entries;
-        return 1;
-    }
-    const retStatus status = rem(key, information.root, 0, removedKey, value);
+    const retStatus status = rem(key, removedKey, value);
     if (status == not_found) return 0;
     --information.entries;
     if (status == underflow) drop_empty_root();
@@ -52,21 +35,31 @@ void ERBTreeOnDisk::drop_empty_root() {
     file.deallocate(empty);
 }
 
-ERBTreeOnDisk::retStatus ERBTreeOnDisk::rem(const char* key, long nodeOffset, int depth,
-                                            ERCString& outKey, long& outValue) {
-    check_depth(depth);
-    if (nodeOffset == -1) return not_found;
-    load(nodeOffset);
-    int pos = work->binarySearch(key, compare);
-    if (equal(*work, pos, key)) {
-        if (work->is_leaf()) return remove_from_leaf(pos, outKey, outValue);
-        swapWithSuccessor(pos);
-        ++pos; // the key is now in the leaf that begins this son
+// Goes down without a copy of a node, and up again as far as nodes fall below the minimum.
+ERBTreeOnDisk::retStatus ERBTreeOnDisk::rem(const char* key, ERCString& outKey, long& outValue) {
+    way.clear();
+    long offset = information.root;
+    int pos = 0;
+    for (;;) {
+        if (offset == -1) return not_found;
+        check_depth(static_cast<int>(way.size()));
+        const ERDiskTreeNodeView node = node_at(offset);
+        pos = node.binarySearch(key, compare);
+        long son = node.sons(pos);
+        if (node.holds(pos, key, compare)) {
+            if (node.is_leaf()) break;
+            load(offset);
+            swapWithSuccessor(pos);
+            son = work->sons(++pos); // the key is now in the leaf that begins this son
+        }
+        way.emplace_back(offset, pos);
+        offset = son;
     }
-    const retStatus status = rem(key, work->sons(pos), depth + 1, outKey, outValue);
-    if (status != underflow) return status;
-    load(nodeOffset);
-    return restoreNode(pos);
+    load(offset);
+    retStatus status = remove_from_leaf(pos, outKey, outValue);
+    for (; status == underflow && !way.empty(); way.pop_back())
+        status = restoreNode(way.back().first, way.back().second);
+    return status;
 }
 
 ERBTreeOnDisk::retStatus ERBTreeOnDisk::remove_from_leaf(int pos, ERCString& outKey,
@@ -101,92 +94,74 @@ void ERBTreeOnDisk::swapWithSuccessor(int pos) {
     writecache(leaf, exchanged);
 }
 
-ERBTreeOnDisk::retStatus ERBTreeOnDisk::restoreNode(int pos) {
-    const long parent = workOffset;
-    const int count = work->counter();
-    const long left = pos > 0 ? work->sons(pos - 1) : -1;
-    const long right = pos < count ? work->sons(pos + 1) : -1;
-    const long here = work->sons(pos);
-    const auto can_lend = [this](long sibling) {
-        load(sibling);
-        return work->counter() > minimum();
+ERBTreeOnDisk::retStatus ERBTreeOnDisk::restoreNode(long parent, int pos) {
+    if (!above) above = std::make_unique<ERDiskTreeNode>(layout, this);
+    if (!beside) beside = std::make_unique<ERDiskTreeNode>(layout, this);
+    readcache(parent, *above);
+    const int count = above->counter();
+    const auto can_lend = [this](int sibling) {
+        return node_at(above->sons(sibling)).counter() > minimum();
     };
-    if (pos > 0 && can_lend(left)) {
+    if (pos > 0 && can_lend(pos - 1)) {
         moveItRight(pos, parent);
         return done;
     }
-    if (pos < count && can_lend(right)) {
+    if (pos < count && can_lend(pos + 1)) {
         moveItLeft(pos, parent);
         return done;
     }
-    if (pos < count) {
-        combineNodes(pos, parent);
-    } else {
-        load(here);
-        combineNodes(pos - 1, parent);
-    }
+    combineNodes(pos < count ? pos : pos - 1, parent);
     const long least = parent == information.root ? 1 : minimum();
-    return work->counter() >= least ? done : underflow;
+    return above->counter() >= least ? done : underflow;
 }
 
-// The receiver is written first, then the parent, then the giver.
+// The parent is in the node above. The receiver is written first, then the parent, then the giver.
 
 void ERBTreeOnDisk::moveItRight(int pos, long parent) {
-    const long left = workOffset;
-    ERDiskTreeNode giver = *work;
-    const int last = giver.counter() - 1;
-    ERDiskTreeNode above(layout, this);
-    readcache(parent, above);
-    load(above.sons(pos));
+    readcache(above->sons(pos - 1), *beside);
+    const int last = beside->counter() - 1;
+    load(above->sons(pos));
     if (work->counter() >= max_keys()) raise_invalid();
-    work->insert(above.keys(pos - 1), above.items(pos - 1), 0, work->sons(0));
-    work->sons(0, giver.sons(last + 1));
+    work->insert(above->keys(pos - 1), above->items(pos - 1), 0, work->sons(0));
+    work->sons(0, beside->sons(last + 1));
     store();
 
-    copy_key(above.keys(pos - 1), giver.keys(last));
-    above.items(pos - 1, giver.items(last));
-    writecache(parent, above);
-    giver.counter(last);
-    writecache(left, giver);
-    load(parent);
+    copy_key(above->keys(pos - 1), beside->keys(last));
+    above->items(pos - 1, beside->items(last));
+    writecache(parent, *above);
+    beside->counter(last);
+    writecache(above->sons(pos - 1), *beside);
 }
 
 void ERBTreeOnDisk::moveItLeft(int pos, long parent) {
-    const long right = workOffset;
-    ERDiskTreeNode giver = *work;
-    ERDiskTreeNode above(layout, this);
-    readcache(parent, above);
-    load(above.sons(pos));
+    readcache(above->sons(pos + 1), *beside);
+    load(above->sons(pos));
     if (work->counter() >= max_keys()) raise_invalid();
-    work->insert(above.keys(pos), above.items(pos), work->counter(), giver.sons(0));
+    work->insert(above->keys(pos), above->items(pos), work->counter(), beside->sons(0));
     store();
 
-    copy_key(above.keys(pos), giver.keys(0));
-    above.items(pos, giver.items(0));
-    writecache(parent, above);
-    giver.remove(0, 0);
-    writecache(right, giver);
-    load(parent);
+    copy_key(above->keys(pos), beside->keys(0));
+    above->items(pos, beside->items(0));
+    writecache(parent, *above);
+    beside->remove(0, 0);
+    writecache(above->sons(pos + 1), *beside);
 }
 
 void ERBTreeOnDisk::combineNodes(int pos, long parent) {
-    const long right = workOffset;
-    ERDiskTreeNode above(layout, this);
-    readcache(parent, above);
-    ERDiskTreeNode left(layout, this);
-    readcache(above.sons(pos), left);
-    const int count = left.counter();
-    const int appended = work->counter();
+    const long right = above->sons(pos + 1);
+    readcache(right, *beside);
+    load(above->sons(pos));
+    const int count = work->counter();
+    const int appended = beside->counter();
     if (count + 1 + appended > max_keys()) raise_invalid();
-    left.insert(above.keys(pos), above.items(pos), count, -1);
-    left.copy_pairs(count + 1, *work, 0, appended);
-    left.copy_sons(count + 1, *work, 0, appended + 1);
-    left.counter(count + 1 + appended);
-    writecache(above.sons(pos), left);
+    work->insert(above->keys(pos), above->items(pos), count, -1);
+    work->copy_pairs(count + 1, *beside, 0, appended);
+    work->copy_sons(count + 1, *beside, 0, appended + 1);
+    work->counter(count + 1 + appended);
+    store();
 
-    above.remove(pos, pos + 1);
-    writecache(parent, above);
+    above->remove(pos, pos + 1);
+    writecache(parent, *above);
     cache->forget(right);
     file.deallocate(right);
-    load(parent);
 }

@@ -109,6 +109,17 @@ bool ERFileManager::is_free_space(long offset, std::size_t count) const {
     });
 }
 
+// Who overwrites what others have written may change a node or a size word.
+void ERFileManager::doubt_what_is_kept(long offset, std::size_t count) {
+    if (is_free_space(offset, count)) return;
+    const long upper = offset + static_cast<long>(count);
+    const auto& ranges = operation->freed;
+    const bool was_freed = std::any_of(ranges.begin(), ranges.end(), [=](const auto& range) {
+        return range.first <= offset && upper <= range.second;
+    });
+    if (!was_freed) kept->clear();
+}
+
 // ---- gathering ----
 
 // Where the file is shorter, it will have zeros.
@@ -135,6 +146,7 @@ void ERFileManager::change(long offset, const void* source, std::size_t count) {
 
 void ERFileManager::write_through(long offset, const void* source, std::size_t count) {
     StoreStep step(*this);
+    doubt_what_is_kept(offset, count);
     change(offset, source, count);
     step.finish();
 }
@@ -184,6 +196,7 @@ void ERFileManager::Write(const void* buffer, UINT count) {
         raise(CFileException::diskFull);
     OperationState& now = *operation;
     if (now.changes > 0) {
+        doubt_what_is_kept(static_cast<long>(position), count);
         change(static_cast<long>(position), buffer, count);
         Seek(static_cast<LONGLONG>(position + count), begin);
         return;
@@ -291,13 +304,31 @@ const char* ERFileManager::node_at(long offset, std::size_t size) {
     return read.data();
 }
 
+unsigned int ERFileManager::enter_block(long payload, unsigned int known_total) {
+    constexpr long kSizeWord = 4;
+    OperationState& now = *operation;
+    std::uint32_t total = 0;
+    if (now.steps > 0 && payload >= kSizeWord) {
+        const auto at = static_cast<ULONGLONG>(payload - kSizeWord);
+        const bool here =
+            at >= now.window_at && at + known_total <= now.window_at + now.window_size;
+        Seek(payload - kSizeWord, begin);
+        if (!here && known_total > OperationState::ahead &&
+            known_total <= OperationState::window_capacity)
+            read_ahead(at, known_total);
+        if (velm::read_bytes(*this, &total, sizeof total) != sizeof total) total = 0;
+    }
+    Seek(payload, begin);
+    return total;
+}
+
 // Fills the window from a position on.
-bool ERFileManager::read_ahead(ULONGLONG position) {
+bool ERFileManager::read_ahead(ULONGLONG position, std::size_t count) {
     OperationState& now = *operation;
     if (!now.window) now.window = std::make_unique<char[]>(OperationState::window_capacity);
     now.window_at = position;
     now.window_size = 0; // if the reading fails
-    now.window_size = read_image(static_cast<long>(position), now.window.get(), now.ahead);
+    now.window_size = read_image(static_cast<long>(position), now.window.get(), count);
     Seek(static_cast<LONGLONG>(position), begin);
     return now.window_size > 0;
 }
@@ -321,7 +352,7 @@ UINT ERFileManager::Read(void* buffer, UINT count) {
                 position += came;
                 break;
             }
-            if (!read_ahead(position)) break;
+            if (!read_ahead(position, OperationState::ahead)) break;
         }
         const auto from = static_cast<std::size_t>(position - now.window_at);
         const std::size_t some = std::min<std::size_t>(count - done, now.window_size - from);

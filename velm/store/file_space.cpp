@@ -86,20 +86,27 @@ void ERFileManager::Flush() {
 // ---- blocks ----
 
 long ERFileManager::allocate(unsigned int bytes) {
+    unsigned int total;
+    return allocate_sized(bytes, total);
+}
+
+long ERFileManager::allocate_sized(unsigned int bytes, unsigned int& total) {
     if (!list) raise(CFileException::invalidFile);
     StoreStep step(*this);
-    const long payload = list->allocate(bytes);
+    const long payload = list->take_block(bytes, total);
     if (startOffset == ER_NULL_OFFSET && payload != ER_NULL_OFFSET) startOffset = payload;
     step.finish();
     return payload;
 }
 
-void ERFileManager::deallocate(long payload) {
+void ERFileManager::deallocate(long payload) { deallocate_sized(payload, 0); }
+
+void ERFileManager::deallocate_sized(long payload, unsigned int total) {
     if (payload == ER_NULL_OFFSET || payload == startOffset || !list) return;
     if (operation->batch) return operation->batch->freed.push_back(payload);
     velm::detail::removal(*this, [&] {
         kept->erase(payload);
-        list->deallocate(payload);
+        list->give_back(payload, total);
         return 0;
     });
 }

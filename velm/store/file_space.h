@@ -69,6 +69,9 @@ public:
     /// Gives a block back. -1 and the first block of the file are ignored, part of the contract.
     /// The size word in front of the payload is taken at face value.
     void deallocate(long payload);
+    /// The same with the block's total size, which the caller knows then: its size word isn't read.
+    long allocate_sized(unsigned int bytes, unsigned int& total);
+    void deallocate_sized(long payload, unsigned int total);
     /// Room of just that size at the end of the data, without a size word.
     long allocateAtEnd(unsigned int bytes);
     /// Moves the end of the data back to an offset, if what ends there is the last. Returns 1 or 0.
@@ -102,6 +105,9 @@ public:
     /// read, and anywhere when they have been changed.
     std::size_t read_through(long offset, void* target, std::size_t count);
     void write_through(long offset, const void* source, std::size_t count);
+    /// Goes to the payload of a block and returns its size word, 0 where it wasn't read. While a
+    /// step is under way the block is read ahead, all of it where its total size is known.
+    unsigned int enter_block(long payload, unsigned int known_total);
     /// The same where the caller knows the bytes that are there, read from the file otherwise.
     void write_over(long offset, const void* source, const void* old, std::size_t count);
     /// A node of a tree or of the free list, good until the next call; null where the file doesn't
@@ -130,6 +136,7 @@ private:
     bool is_free_space(long offset, std::size_t count) const;
     void note_allocated(long offset, unsigned int size);
     void note_freed(long offset, unsigned int size);
+    void doubt_what_is_kept(long offset, std::size_t count);
     void change(long offset, const void* source, std::size_t count);
     void end_batch();
     // Writing for good.
@@ -144,7 +151,7 @@ private:
     // Reading.
     std::size_t read_image(long offset, void* target, std::size_t count);
     std::string old_image(long offset, std::size_t count);
-    bool read_ahead(ULONGLONG position);
+    bool read_ahead(ULONGLONG position, std::size_t count);
 
     int readOnly;
     std::unique_ptr<velm::detail::BlockCache> kept; // nodes

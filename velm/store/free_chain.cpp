@@ -42,30 +42,36 @@ std::size_t FreeChain::place_of(long offset) const {
 
 namespace {
 
-// Calls back with each extent of one node that the other one doesn't list just so; both are in
-// the order of their offsets.
-template <class Callback>
-bool each_only_in(const ERFreeListNode& one, const ERFreeListNode& other, Callback callback) {
-    int j = 0;
-    for (int i = 0; i < one.count; ++i) {
-        while (j < other.count && other.offsets[j] < one.offsets[i])
-            ++j;
-        const bool same =
-            j < other.count && other.offsets[j] == one.offsets[i] && other.sizes[j] == one.sizes[i];
-        if (!same && !callback(i)) return false;
-    }
-    return true;
-}
+// Where two nodes differ: they have `first` extents in common at the beginning and `last` at the
+// end.
+struct Difference {
+    int first = 0;
+    int last = 0;
 
-bool is_sound(const ERFreeListNode& node) {
-    if (node.magic != ERFreeListNode::magic_number || node.count < 0 ||
-        node.count > ERFreeListNode::max_extents)
-        return false;
-    for (int i = 0; i < node.count; ++i)
+    Difference(const ERFreeListNode& a, const ERFreeListNode& b) {
+        const int least = std::min(a.count, b.count);
+        const auto same = [&](int i, int j) {
+            return a.offsets[i] == b.offsets[j] && a.sizes[i] == b.sizes[j];
+        };
+        while (first < least && same(first, first))
+            ++first;
+        while (last < least - first && same(a.count - 1 - last, b.count - 1 - last))
+            ++last;
+    }
+};
+
+// Whether extents of a node from `first` to before `end` can be, and come after the one before.
+bool is_sound(const ERFreeListNode& node, int first, int end) {
+    for (int i = first; i < end; ++i)
         if (node.sizes[i] == 0 || node.sizes[i] > INT32_MAX ||
             node.offsets[i] <= (i > 0 ? node.offsets[i - 1] : 0))
             return false;
     return true;
+}
+
+bool has_sound_head(const ERFreeListNode& node) {
+    return node.magic == ERFreeListNode::magic_number && node.count >= 0 &&
+           node.count <= ERFreeListNode::max_extents;
 }
 
 } // namespace
@@ -89,12 +95,15 @@ void FreeChain::leave_all(const ERFreeListNode& node) {
 void FreeChain::measure(std::size_t i) {
     const ERFreeListNode& node = *images_[i];
     full_[i] = node.count == ERFreeListNode::max_extents;
-    largest_[i] = node.count > 0 ? *std::max_element(node.sizes, node.sizes + node.count) : 0;
+    std::uint32_t largest = 0;
+    for (int k = 0; k < node.count; ++k)
+        largest = std::max(largest, node.sizes[k]);
+    largest_[i] = largest;
 }
 
 bool FreeChain::append(long offset, const ERFreeListNode& node) {
     const auto at = static_cast<std::int32_t>(offset);
-    if (!is_sound(node)) return false;
+    if (!has_sound_head(node) || !is_sound(node, 0, node.count)) return false;
     for (int i = 0; i < node.count; ++i)
         if (!enter(at, node, i)) return false;
     nodes_.push_back(at);
@@ -151,15 +160,15 @@ void FreeChain::written(long offset, const ERFreeListNode& node) {
     if (!usable_) return;
     const std::size_t place = place_of(offset);
     if (place == nodes_.size()) return forget();
-    if (!is_sound(node)) return give_up();
+    if (!has_sound_head(node)) return give_up();
     ERFreeListNode& image = *images_[place];
-    const auto leaves = [&](int i) {
+    const Difference differ(image, node);
+    const int end = node.count - differ.last;
+    if (!is_sound(node, differ.first, std::min(end + 1, node.count))) return give_up();
+    for (int i = differ.first; i < image.count - differ.last; ++i)
         leave(image, i);
-        return true;
-    };
-    const auto enters = [&](int i) { return enter(nodes_[place], node, i); };
-    each_only_in(image, node, leaves);
-    if (!each_only_in(node, image, enters)) return give_up();
+    for (int i = differ.first; i < end; ++i)
+        if (!enter(nodes_[place], node, i)) return give_up();
     image = node;
     measure(place);
 }

@@ -7,6 +7,7 @@
 #include "velm/store/file_space.h"
 
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <cstring>
 #include <utility>
@@ -31,10 +32,27 @@ void ERFreeListNode::remove(int i) {
     count = n - 1;
 }
 
+namespace {
+
+// The first entry that could touch an extent, n if none does: all are looked at without a branch,
+// modulo 2^32.
+int first_near(const ERFreeListNode& node, int n, std::int32_t offset, std::uint32_t size) {
+    const auto start = static_cast<std::uint32_t>(offset);
+    std::uint32_t touches = 0;
+    for (int i = 0; i < ERFreeListNode::max_extents; ++i) {
+        const auto other = static_cast<std::uint32_t>(node.offsets[i]);
+        const bool near = start == other + node.sizes[i] || start + size == other;
+        touches |= std::uint32_t{near} << i;
+    }
+    return std::min(std::countr_zero(touches), n);
+}
+
+} // namespace
+
 bool ERFreeListNode::enter(std::int32_t offset, std::uint32_t size) {
     const int n = entries(*this);
     const auto end_of = [this](int i) { return std::int64_t{offsets[i]} + sizes[i]; };
-    for (int i = 0; i < n; ++i) {
+    for (int i = first_near(*this, n, offset, size); i < n; ++i) {
         if (offset == end_of(i)) {
             sizes[i] += size;
             if (i + 1 < n && end_of(i) == offsets[i + 1]) {
@@ -132,11 +150,13 @@ auto ERListManager::as_operation(Work work) {
 }
 
 long ERListManager::allocate(unsigned int bytes) {
-    return as_operation([&] { return take_block(bytes); });
+    unsigned int total;
+    return as_operation([&] { return take_block(bytes, total); });
 }
 
-long ERListManager::take_block(unsigned int bytes) {
-    unsigned int need = block_size(bytes);
+long ERListManager::take_block(unsigned int bytes, unsigned int& total) {
+    unsigned int& need = total;
+    need = block_size(bytes);
     const long stop = current;
     long offset = ER_NULL_OFFSET;
     if (file->operation->batch) { // the free list stays as it is
@@ -164,11 +184,13 @@ long ERListManager::take_block(unsigned int bytes) {
     return offset + 4;
 }
 
-void ERListManager::deallocate(long payload) {
+void ERListManager::deallocate(long payload) { give_back(payload, 0); }
+
+void ERListManager::give_back(long payload, unsigned int total) {
     const long offset = payload - 4;
     if (offset < ERFileManager::first_block) file->raise(CFileException::invalidFile);
     as_operation([&] {
-        addToFreeList(offset, readHeader(offset));
+        addToFreeList(offset, total != 0 ? total : readHeader(offset));
         return 0;
     });
 }

@@ -74,7 +74,9 @@ private:
     }
     template <class Work>
     auto as_operation(Work work);
-    long take_block(unsigned int bytes);
+    long take_block(unsigned int bytes, unsigned int& total);
+    /// With a total size of 0 the size word is read.
+    void give_back(long payload, unsigned int total);
     void addToFreeList(long offset, unsigned int size);
     /// Chains a new node after the current one. The extent that made it necessary is not entered
     /// anywhere and lost for good, kept for file compatibility.

@@ -255,10 +255,11 @@ long ERObjectDataBase::Store(ERObject& object) {
     const unsigned int size = object.binaryStoreSize();
     if (size > static_cast<unsigned int>(INT_MAX)) store.raise(CFileException::diskFull);
     const LONGLONG position = static_cast<LONGLONG>(store.GetPosition());
-    const long location = store.allocate(size + 4);
+    unsigned int total = 0;
+    const long location = store.allocate_sized(size + 4, total);
     write_record(object, location, signature);
     store.Seek(position, CFile::begin);
-    enter(object.objectID, is_new, location);
+    enter(object.objectID, is_new, location, total);
     step.finish();
     return object.objectID;
 }
@@ -301,16 +302,18 @@ void ERObjectDataBase::note_identity(ERObject& object) {
                           object.objectID, object.database, object.dirty});
 }
 
-void ERObjectDataBase::enter(long id, bool is_new, long location) {
+void ERObjectDataBase::enter(long id, bool is_new, long location, unsigned int total) {
     const NumberKey key(id);
     long old_location = -1;
+    const unsigned int old_size = is_new ? 0 : objects->block_size(key);
     if (!is_new && objects->replaceValue(key, location, old_location)) {
-        file->deallocate(old_location);
+        file->deallocate_sized(old_location, old_size);
     } else if (!objects->insertKeyAndValue(key, location)) {
         // The counter in the header was stale: the identifier is another object's.
         file->deallocate(location);
         file->raise(CFileException::invalidFile);
     }
+    objects->note_block_size(key, total);
 }
 
 int ERObjectDataBase::Delete(long id) {
@@ -324,13 +327,18 @@ int ERObjectDataBase::Delete(long id) {
     return velm::detail::removal(*file, [&] {
         long location = -1;
         ERCString removed;
+        const unsigned int size = objects->block_size(key);
         if (!objects->removeKeyAndValue(key, removed, location)) return 0;
-        file->deallocate(location);
+        file->deallocate_sized(location, size);
         return 1;
     });
 }
 
 // ---- retrieving ----
+
+void ERObjectDataBase::enter_record(const NumberKey& key, long location) {
+    objects->note_block_size(key, file->enter_block(location, objects->block_size(key)));
+}
 
 void ERObjectDataBase::restore(ERObject& object, long id, long location) {
     object.objectID = static_cast<std::int32_t>(id);
@@ -344,8 +352,8 @@ int ERObjectDataBase::Retrieve(long id, ERObject& object) {
     const ReadingStep step(*file);
     const long location = objects->findValue(NumberKey(id));
     if (location == -1) return 0;
+    enter_record(NumberKey(id), location);
     int ignored_signature = 0;
-    file->Seek(location, CFile::begin);
     file->Read(ignored_signature);
     restore(object, id, location);
     return 1;
@@ -361,8 +369,8 @@ t_SmartPtr<ERObject> ERObjectDataBase::RetrieveAndCreate(long id) {
     if (left_to_create-- <= 0 || !velm::StackRoom::of_this_thread().has_room_at(being_read.depth()))
         file->raise(CFileException::genericException);
 
+    enter_record(key, location);
     int signature = 0;
-    file->Seek(location, CFile::begin);
     if (!file->Read(signature)) return {};
     const auto creator = creators.find(signature);
     if (creator == creators.end() || !creator->second) return {};

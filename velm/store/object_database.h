@@ -174,7 +174,8 @@ private:
     void remember() override;
     void go_back() noexcept override;
     void operation_has_succeeded() override { identities.clear(); }
-    void enter(long id, bool is_new, long location);
+    void enter(long id, bool is_new, long location, unsigned int total);
+    void enter_record(const velm::NumberKey& key, long location);
     void restore(ERObject& object, long id, long location);
 
     std::unique_ptr<ERFileManager> file;

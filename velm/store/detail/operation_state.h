@@ -68,8 +68,8 @@ struct OperationState {
     ULONGLONG window_at = 0;
     std::size_t window_size = 0;
     static constexpr std::size_t most_ahead = 1024;
-    std::size_t ahead = 512;
-    std::string node_read; // a node that is too large to be kept
+    static constexpr std::size_t ahead = 640; // most records, with their size words
+    std::string node_read;                    // a node that is too large to be kept
 
     /// Beyond this, what was written to free space goes to the file at once.
     static constexpr std::size_t most_held = std::size_t{1} << 20;

@@ -13,10 +13,11 @@ namespace velm::detail {
 
 /// One place for each number modulo the size of the table, which the last pair entered there has:
 /// identifiers and indices are given out one by one, so that most have a place of their own. What
-/// isn't here is looked for in the tree.
+/// isn't here is looked for in the tree. Where a value is the payload of a block, the block's total
+/// size can be kept beside it.
 class PairTable {
 public:
-    /// The pairs that are kept at most: 8 MiB.
+    /// The pairs that are kept at most: 12 MiB.
     static constexpr std::size_t most = std::size_t{1} << 20;
     static constexpr std::size_t fewest = 16;
 
@@ -48,11 +49,21 @@ public:
             return;
         }
         for (std::size_t i = 0; i < old_size; ++i)
-            if (old[i].after_value != 0) enter(old[i].number, value_of(old[i]));
+            if (old[i].after_value != 0) pairs_[old[i].number & (size - 1)] = old[i];
     }
     void enter(std::uint32_t number, std::int32_t value) {
-        if (size_ > 0)
-            pairs_[number & (size_ - 1)] = {number, static_cast<std::uint32_t>(value) + 1};
+        if (size_ == 0) return;
+        Pair& pair = pairs_[number & (size_ - 1)];
+        const std::uint32_t after_value = static_cast<std::uint32_t>(value) + 1;
+        if (pair.number != number || pair.after_value != after_value)
+            pair = {number, after_value, 0};
+    }
+    /// The total size of the block that a pair leads to; 0 where it isn't known.
+    std::uint32_t block_size(std::uint32_t number) const {
+        return find(number) != -1 ? pairs_[number & (size_ - 1)].block_size : 0;
+    }
+    void note_block_size(std::uint32_t number, std::uint32_t size) {
+        if (find(number) != -1) pairs_[number & (size_ - 1)].block_size = size;
     }
     void forget(std::uint32_t number) {
         if (find(number) != -1) pairs_[number & (size_ - 1)] = {};
@@ -66,6 +77,7 @@ private:
     struct Pair {
         std::uint32_t number = 0;
         std::uint32_t after_value = 0; // 0 in memory that was never written: no pair
+        std::uint32_t block_size = 0;
     };
     struct Free {
         void operator()(Pair* pairs) const { std::free(pairs); }
