@@ -213,6 +213,7 @@
 #include "velm/surfaces/surface_in_frame.h"
 #include "velm/surfaces/surface_point.h"
 #include "velm/surfaces/surface_projection.h"
+#include "velm/surfaces/surface_projector.h"
 #include "velm/surfaces/surfaces_from_arcs.h"
 #include "velm/surfaces/tessellation.h"
 #include "velm/surfaces/torus.h"

@@ -1,0 +1,418 @@
+#include "velm/surfaces/surface_projector.h"
+
+#include "support/allocation_count.h"
+#include "support/test.h"
+#include "support/threads.h"
+#include "velm/surfaces/analytic_to_nurbs.h"
+#include "velm/surfaces/bounded_plane.h"
+#include "velm/surfaces/cone.h"
+#include "velm/surfaces/cylinder.h"
+#include "velm/surfaces/nurbs_surface.h"
+#include "velm/surfaces/sphere.h"
+#include "velm/surfaces/torus.h"
+#include "velm/transforms/transformation_factories.h"
+
+#include <cstdlib>
+
+namespace {
+
+using velm::PreparedSurface;
+using velm::SurfaceFoot;
+using velm::SurfaceFootKind;
+using velm::SurfaceProjector;
+using velm_test::Random;
+
+constexpr double pi = std::numbers::pi;
+
+// How often a random test repeats: all of it in the thorough run, else a tenth.
+int repeats(int thorough) {
+    return std::getenv("VELM_TEST_THOROUGH") != nullptr ? thorough : thorough / 10;
+}
+
+ERPmIsometrie3D random_frame(Random& random) {
+    return ERChgRepere3D(random.direction<ERVector3D>(), random.direction<ERVector3D>(),
+                         random.value<ERPoint3D>(5));
+}
+
+struct Shape {
+    double amplitude = 0.1, wave = 0.5, weights = 1.0, spacing = 1.0, jitter = 0.1;
+    int degree_u = 3, degree_v = 3, spans_u = 12, spans_v = 12;
+};
+
+// A waved panel of about 10 a side.
+ERMatrix<ERPole3DH> panel_poles(Random& random, const Shape& shape) {
+    const int n = shape.spans_u + shape.degree_u, m = shape.spans_v + shape.degree_v;
+    ERMatrix<ERPole3DH> poles(m, n);
+    for (int j = 0; j < m; ++j)
+        for (int i = 0; i < n; ++i) {
+            const double height =
+                shape.amplitude * std::sin(shape.wave * i) * std::cos(0.8 * shape.wave * j);
+            const ERPoint3D p(shape.spacing * (i + random.uniform(-1, 1) * shape.jitter),
+                              j + random.uniform(-1, 1) * shape.jitter, height);
+            poles(j, i) = ERPole3DH(p, 1.0) * std::pow(shape.weights, random.uniform(-1, 1));
+        }
+    return poles;
+}
+
+ERSpoleNURBS3D panel(const ERMatrix<ERPole3DH>& poles, int degree_u, int degree_v) {
+    return {poles, ERKnotVector(degree_u, poles.columns(), {0, 1}),
+            ERKnotVector(degree_v, poles.rows(), {-1, 2})};
+}
+
+t_SmartPtr<ERAnyBoundedSurface> analytic(Random& random, int kind) {
+    const ERPmIsometrie3D frame = random_frame(random);
+    const double r = random.uniform(0.5, 3), from = random.uniform(-3, 3);
+    const ERLimites turn(from, from + (kind % 2 ? 2 * pi : random.uniform(0.3, 6)));
+    const ERLimites u(random.uniform(-2, 0), random.uniform(0.5, 3));
+    switch (kind / 2 % 5) {
+    case 0: {
+        auto* const plane = new ERBoundedPlane();
+        plane->transformFrom(frame);
+        return plane;
+    }
+    case 1:
+        return new ERBoundedCylinder(frame, r, u, turn);
+    case 2:
+        return new ERBoundedCone(frame, 0.4, random.uniform(0.0, 0.5), random.uniform(1.0, 3.0));
+    case 3:
+        return new ERBoundedSphere(frame, r, turn, ERLimites(random.uniform(-1.5, -0.1), pi / 2));
+    default:
+        return new ERBoundedTorus(frame, 2.0 + r, random.uniform(0.3, 1.5), turn.start(),
+                                  turn.end(), from, from + random.uniform(0.3, 2 * pi));
+    }
+}
+
+ERSpoleNURBS3D as_nurbs(const ERAnyBoundedSurface& surface) {
+    if (const auto* s = ERBoundedCylinder::castdown(&surface)) return *velm::to_nurbs(*s);
+    if (const auto* s = ERBoundedCone::castdown(&surface)) return *velm::to_nurbs(*s);
+    if (const auto* s = ERBoundedSphere::castdown(&surface)) return *velm::to_nurbs(*s);
+    if (const auto* s = ERBoundedTorus::castdown(&surface)) return *velm::to_nurbs(*s);
+    return *velm::to_nurbs(*ERBoundedPlane::castdown(&surface));
+}
+
+constexpr int kinds = 14;
+const char* const kind_names[kinds] = {
+    "gentle", "waved",     "rational", "other degrees", "collapsed row", "closed",   "creased",
+    "torn",   "near flat", "long",     "small",         "large",         "analytic", "as NURBS"};
+
+t_SmartPtr<ERAnyBoundedSurface> random_surface(Random& random, int kind, int round) {
+    const std::string name = kind_names[kind];
+    if (name == "analytic") return analytic(random, round);
+    if (name == "as NURBS") return new ERSpoleNURBS3D(as_nurbs(*analytic(random, round)));
+    Shape shape;
+    shape.wave = random.uniform(0.3, 0.8);
+    if (name == "waved") shape.amplitude = 1.5, shape.wave = 1.2, shape.jitter = 0.3;
+    if (name == "rational") shape.weights = 2.0, shape.amplitude = random.uniform(0.1, 1);
+    if (name == "near flat") shape.amplitude = 1e-9, shape.jitter = 0.0;
+    if (name == "long") shape.spacing = 100.0, shape.amplitude = 0.5;
+    if (name == "other degrees")
+        shape.degree_u = 1 + random.below(9), shape.degree_v = 1 + random.below(9),
+        shape.spans_u = shape.spans_v = 3;
+    ERMatrix<ERPole3DH> poles = panel_poles(random, shape);
+    const int n = poles.columns(), m = poles.rows();
+    const double unit = name == "small" ? 1e-6 : name == "large" ? 1e6 : 1.0;
+    for (int j = 0; j < m; ++j)
+        for (int i = 0; i < n; ++i) {
+            ERPoint3D p = poles(j, i).castToPoint();
+            if (name == "collapsed row" && j == 0) p = ERPoint3D(0.5 * n, 0, 0);
+            if (name == "torn" && i > n / 2) p = p + ERPoint3D(0.3, 0, 0.4);
+            if (name == "creased" && i > n / 2) p = p + ERPoint3D(0, 0, 0.7 * (i - n / 2));
+            if (name == "closed") {
+                const double angle = 2 * pi * (i % (n - 1)) / (n - 1);
+                p = ERPoint3D(3 * std::cos(angle), 2 * std::sin(angle), 0.5 * j);
+            }
+            poles(j, i) = ERPole3DH(p * unit, 1.0) * poles(j, i).weigth();
+        }
+    ERSpoleNURBS3D surface = panel(poles, shape.degree_u, shape.degree_v);
+    // At a full knot poles on both sides need not meet; at one copy less there is a crease.
+    if (name == "torn") surface.insertKnotU(0.5, shape.degree_u);
+    if (name == "creased") surface.insertKnotU(0.5, shape.degree_u - 1);
+    if (name == "torn" || name == "creased") {
+        ERMatrix<ERPole3DH> cut = surface.poles();
+        for (int j = 0; j < cut.rows(); ++j)
+            for (int i = cut.columns() / 2 + 2; i < cut.columns(); ++i) {
+                const double lift = name == "torn" ? 0.4 : 0.3 * (i - cut.columns() / 2 - 2);
+                cut(j, i) = ERPole3DH(cut(j, i).castToPoint() + ERPoint3D(0, 0, lift), 1.0);
+            }
+        surface = ERSpoleNURBS3D(cut, surface.knotVectorU(), surface.knotVectorV());
+    }
+    if (round % 4 == 3) surface.setBound(ERLimites(0.1, 0.8), ERLimites(-0.7, 1.1));
+    return new ERSpoleNURBS3D(surface);
+}
+
+// The true distance: the nearest nodes of a grid, refined by Newton's method with steps that are
+// only taken where they lead nearer, else halved.
+class Truth {
+public:
+    explicit Truth(const PreparedSurface& surface) : surface_(surface) {
+        const auto steps = [](const ERLimites& limits) {
+            std::vector<double> list;
+            for (int i = 0; i < side; ++i)
+                list.push_back(limits(i / (side - 1.0)));
+            list.back() = limits.end();
+            return list;
+        };
+        u_ = steps(surface.domain_u()), v_ = steps(surface.domain_v());
+        grid_.resize(std::size_t(side) * side);
+        velm::SurfaceSamples samples;
+        samples.points = grid_;
+        surface.grid(u_, v_, samples);
+        for (std::size_t k = 1; k < grid_.size(); ++k) {
+            if (k % side != 0) cell_ = std::max(cell_, ERVector3D(grid_[k] - grid_[k - 1]).norme());
+            if (k >= side) cell_ = std::max(cell_, ERVector3D(grid_[k] - grid_[k - side]).norme());
+        }
+    }
+
+    double distance(const ERPoint3D& p) {
+        squared_.resize(grid_.size());
+        for (std::size_t k = 0; k < grid_.size(); ++k) {
+            const ERVector3D d(grid_[k] - p);
+            squared_[k] = d * d;
+        }
+        std::vector<std::pair<double, int>> minima;
+        for (int j = 0; j < side; ++j)
+            for (int i = 0; i < side; ++i) {
+                const double here = at(i, j);
+                if (here <= at(i - 1, j) && here <= at(i + 1, j) && here <= at(i, j - 1) &&
+                    here <= at(i, j + 1))
+                    minima.emplace_back(here, j * side + i);
+            }
+        constexpr std::size_t most = 5;
+        const std::size_t count = std::min(most, minima.size());
+        std::partial_sort(minima.begin(), minima.begin() + std::ptrdiff_t(count), minima.end());
+        double least = HUGE_VAL;
+        for (std::size_t k = 0; k < count && std::sqrt(minima[k].first) < least + cell_; ++k)
+            least = std::min(least, refined(p, u_[std::size_t(minima[k].second % side)],
+                                            v_[std::size_t(minima[k].second / side)]));
+        return least;
+    }
+
+private:
+    static constexpr int side = 81;
+
+    double at(int i, int j) const {
+        if (i < 0 || j < 0 || i >= side || j >= side) return HUGE_VAL;
+        return squared_[std::size_t(j) * side + std::size_t(i)];
+    }
+    double value(const ERPoint3D& p, double u, double v) const {
+        return ERVector3D(surface_(u, v) - p).norme();
+    }
+    double refined(const ERPoint3D& p, double u, double v) const {
+        const ERLimites in_u = surface_.domain_u(), in_v = surface_.domain_v();
+        double best = value(p, u, v);
+        const double h_u = in_u.amplitude() / (side - 1), h_v = in_v.amplitude() / (side - 1);
+        double reach = 1.0;
+        for (int step = 0; step < 60 && reach > 1e-9; ++step) {
+            const velm::SurfaceJet jet = surface_.jet(u, v);
+            const ERVector3D d(jet.point - p), pu = jet.du * h_u, pv = jet.dv * h_v;
+            const double gu = d * pu, gv = d * pv;
+            const double a = pu * pu + d * jet.duu * h_u * h_u,
+                         c = pv * pv + d * jet.dvv * h_v * h_v,
+                         b = pu * pv + d * jet.duv * h_u * h_v;
+            const double det = a * c - b * b;
+            std::vector<std::pair<double, double>> tries;
+            if (a > 0 && det > 0)
+                tries.emplace_back((b * gv - c * gu) / det, (b * gu - a * gv) / det);
+            if (a > 0) tries.emplace_back(-gu / a, 0.0);
+            if (c > 0) tries.emplace_back(0.0, -gv / c);
+            for (const double s : {-reach, 0.0, reach})
+                for (const double t : {-reach, 0.0, reach})
+                    tries.emplace_back(s, t);
+            double next_u = u, next_v = v, next = best;
+            for (std::size_t n = 0; n < tries.size() && !(n > 2 && next < best); ++n) {
+                const auto [s, t] = tries[n];
+                const double x = std::clamp(u + s * h_u, in_u.start(), in_u.end());
+                const double y = std::clamp(v + t * h_v, in_v.start(), in_v.end());
+                const double now = value(p, x, y);
+                if (now < next) next = now, next_u = x, next_v = y;
+            }
+            if (next < best) {
+                best = next, u = next_u, v = next_v;
+            } else {
+                reach *= 0.25;
+            }
+        }
+        return best;
+    }
+
+    const PreparedSurface& surface_;
+    std::vector<double> u_, v_;
+    std::vector<ERPoint3D> grid_;
+    std::vector<double> squared_;
+    double cell_ = 0.0; // the greatest distance between neighbours
+};
+
+// Beside the surface, beyond its limits, above it by less and by more than it is curved, far.
+ERPoint3D random_query(Random& random, const PreparedSurface& surface, int k) {
+    const ERLimites in_u = surface.domain_u(), in_v = surface.domain_v();
+    const double u = in_u(random.uniform(0, 1)), v = in_v(random.uniform(0, 1));
+    const ERMinimax3D box = surface.box();
+    const double size = box.diagonal();
+    const ERPoint3D p = surface(u, v);
+    constexpr double reach[] = {1e-9, 1e-3, 0.02, 0.1, 0.5};
+    switch (k % 8) {
+    case 5:
+        return surface(random.below(2) ? in_u.start() : in_u.end(), v) +
+               ERPoint3D(random.value<ERVector3D>(0.1 * size));
+    case 6:
+        return ERPoint3D(box.MinPoint() + (box.MaxPoint() - box.MinPoint()) * 0.5) +
+               ERPoint3D(random.value<ERVector3D>(3 * size));
+    case 7:
+        return p;
+    default:
+        return p + ERPoint3D(surface.normal(u, v) * (random.uniform(-1, 1) * reach[k % 5] * size));
+    }
+}
+
+TEST(SurfaceProjector, NoPointIsNearerThanTheFoot) {
+    Random random(190);
+    const int surfaces = repeats(1008), points = repeats(1000);
+    for (int kind = 0; kind < kinds; ++kind) {
+        int wrong = 0, uncertified = 0, asked = 0;
+        for (int round = 0; round < std::max(1, surfaces / kinds); ++round) {
+            const auto given = random_surface(random, kind, round);
+            const auto surface = velm::prepare(*given);
+            ASSERT_TRUE(surface) << kind_names[kind];
+            const auto projector = SurfaceProjector::on(*surface);
+            ASSERT_TRUE(projector);
+            Truth truth(*surface);
+            const double size = surface->box().diagonal();
+            for (int k = 0; k < points; ++k, ++asked) {
+                const ERPoint3D p = random_query(random, *surface, k);
+                const SurfaceFoot foot = projector->nearest(p);
+                const double expected = truth.distance(p);
+                const double tol = 1e-12 * size + 1e-14 * expected;
+                if (foot.distance > expected + tol) ++wrong;
+                if (!foot.certified) ++uncertified;
+                ASSERT_LE(foot.lower, expected + tol)
+                    << kind_names[kind] << " " << round << " " << k;
+                ASSERT_LE(foot.distance - (foot.certified ? foot.lower : foot.distance), tol);
+                ASSERT_NEAR(ERVector3D(foot.point - p).norme(), foot.distance, tol);
+                ASSERT_NEAR(ERVector3D((*surface)(foot.u, foot.v) - foot.point).norme(), 0.0, tol)
+                    << kind_names[kind] << " " << round << " " << k;
+            }
+        }
+        EXPECT_EQ(wrong, 0) << kind_names[kind] << " of " << asked;
+        EXPECT_EQ(uncertified, 0) << kind_names[kind] << " of " << asked;
+    }
+}
+
+// A point of the surface, moved along the normal by less than the radius of curvature and by less
+// than half the way to any other part, comes back.
+TEST(SurfaceProjector, FindsTheSourceOfAnOffsetPoint) {
+    Random random(191);
+    for (int round = 0; round < repeats(300); ++round) {
+        Shape shape;
+        shape.weights = round % 2 ? 2.0 : 1.0;
+        shape.degree_u = 2 + round % 4;
+        const auto surface =
+            velm::prepare(panel(panel_poles(random, shape), shape.degree_u, shape.degree_v));
+        const auto projector = SurfaceProjector::on(*surface);
+        for (int k = 0; k < 30; ++k) {
+            const double u = random.uniform(0.01, 0.99), v = random.uniform(-0.95, 1.95);
+            const ERPoint2D place(u, v);
+            velm::PrincipalCurvatures curvature;
+            velm::SurfaceSamples samples;
+            samples.curvatures = {&curvature, 1};
+            surface->evaluate({&place, 1}, samples);
+            const double bend = std::max(std::fabs(curvature.min), std::fabs(curvature.max));
+            const double t = random.uniform(-1, 1) * std::min(0.2, 0.5 / bend);
+            const ERVector3D normal = surface->normal(u, v);
+            const ERPoint3D p = (*surface)(u, v) + ERPoint3D(normal * t);
+            const ERPoint2D hint(u + random.uniform(-0.2, 0.2), v + random.uniform(-0.2, 0.2));
+            for (const SurfaceFoot& foot : {projector->nearest(p), projector->nearest(p, hint)}) {
+                EXPECT_NEAR(foot.distance, std::fabs(t), 1e-13);
+                EXPECT_NEAR(foot.u, u, 1e-12);
+                EXPECT_NEAR(foot.v, v, 1e-12);
+                EXPECT_TRUE(foot.certified && foot.kind == SurfaceFootKind::interior);
+                EXPECT_NEAR(foot.normal * normal, 1.0, 1e-12);
+            }
+        }
+    }
+}
+
+TEST(SurfaceProjector, NamesEdgesCornersAndDegenerateFeet) {
+    const ERPmIsometrie3D frame;
+    ERBoundedSphere half(frame, 2.0, ERLimites(0, 2 * pi), ERLimites(0, pi / 2));
+    ERBoundedCylinder quarter(frame, 1.0, ERLimites(0, 2), ERLimites(0, pi / 2));
+    ERBoundedTorus ring(frame, 3.0, 1.0, 0, 2 * pi, 0, 2 * pi);
+    const auto named = [](const ERAnyBoundedSurface& surface, const ERPoint3D& p,
+                          SurfaceFootKind kind, double distance) {
+        const auto nurbs = as_nurbs(surface);
+        for (const ERAnyBoundedSurface* form :
+             {&surface, static_cast<const ERAnyBoundedSurface*>(&nurbs)}) {
+            const SurfaceFoot foot = SurfaceProjector::on(*velm::prepare(*form))->nearest(p);
+            EXPECT_EQ(foot.kind, kind) << form->className() << " " << p.x() << " " << p.y();
+            EXPECT_NEAR(foot.distance, distance, 1e-14) << form->className();
+            EXPECT_TRUE(foot.certified) << form->className();
+            EXPECT_NEAR(foot.normal.norme(), 1.0, 1e-12);
+        }
+    };
+    using enum SurfaceFootKind;
+    named(half, {1, 1, 1}, interior, 2 - std::sqrt(3));
+    named(half, {3, 0, 1}, interior, std::sqrt(10) - 2); // on the seam
+    named(half, {0, 3, -4}, edge, std::sqrt(17));
+    named(half, {0, 0, 5}, degenerate, 3); // above the pole
+    named(half, {0, 0, 0}, degenerate, 2); // at the centre
+    named(quarter, {2, 2, 1}, interior, std::sqrt(8) - 1);
+    named(quarter, {1, 1, 3}, edge, std::hypot(std::sqrt(2) - 1, 1));
+    named(quarter, {3, -1e-12, 1}, edge, 2); // beyond the start of the angle by its snap
+    named(quarter, {2, -1, 4}, corner, std::sqrt(6));
+    named(quarter, {0, 0, 1}, degenerate, 1);
+    named(ring, {6, 0, 0}, interior, 2);
+    named(ring, {0, 0, 1}, degenerate, std::sqrt(10) - 1);
+    named(ring, {0, 3, 0}, degenerate, 1);
+    const SurfaceFoot none = SurfaceProjector::on(*velm::prepare(half))->nearest({NAN, 0, 0});
+    EXPECT_TRUE(!none.certified && std::isnan(none.distance));
+}
+
+TEST(SurfaceProjector, ReportsTheGapWhenItsBudgetEnds) {
+    Random random(192);
+    Shape shape;
+    shape.amplitude = 2.0, shape.wave = 1.5;
+    const auto surface = velm::prepare(panel(panel_poles(random, shape), 3, 3));
+    const auto projector = SurfaceProjector::on(*surface);
+    int open = 0;
+    for (int k = 0; k < 100; ++k) {
+        const ERPoint3D p(random.uniform(0, 10), random.uniform(0, 10), 30);
+        const SurfaceFoot sure = projector->nearest(p), poor = projector->nearest(p, 0);
+        EXPECT_LE(poor.lower, sure.distance * (1 + 1e-15));
+        EXPECT_GE(poor.distance, sure.distance * (1 - 1e-15));
+        EXPECT_TRUE(poor.certified || poor.lower < poor.distance);
+        open += !poor.certified;
+    }
+    EXPECT_GT(open, 0);
+}
+
+TEST(SurfaceProjectorThreads, ShareOneProjectorWithoutAllocation) {
+    Random random(193);
+    for (const char* const name : {"waved", "rational", "other degrees", "analytic"}) {
+        const int kind = static_cast<int>(
+            std::find(kind_names, kind_names + kinds, std::string(name)) - kind_names);
+        const auto surface = velm::prepare(*random_surface(random, kind, 8));
+        const auto projector = SurfaceProjector::on(*surface);
+        std::vector<ERPoint3D> points;
+        for (int k = 0; k < 400; ++k)
+            points.push_back(random_query(random, *surface, k));
+        std::vector<SurfaceFoot> expected(points.size());
+        projector->nearest(points, expected);
+        const long before = velm_test::allocations();
+        projector->nearest(points, expected);
+        EXPECT_EQ(velm_test::allocations(), before) << name;
+        const auto same = [&](const SurfaceFoot& a, const SurfaceFoot& b) {
+            return a.u == b.u && a.v == b.v && a.point == b.point && a.distance == b.distance &&
+                   a.lower == b.lower && a.certified == b.certified;
+        };
+        std::vector<SurfaceFoot> divided(points.size());
+        projector->nearest(points, divided, 3);
+        velm_test::in_threads(8, [&](int n) {
+            for (std::size_t k = points.size(); k-- > 0;) { // another order
+                const std::size_t at = (k + 50 * std::size_t(n)) % points.size();
+                EXPECT_TRUE(same(projector->nearest(points[at]), expected[at]));
+                EXPECT_TRUE(same(divided[at], expected[at]));
+            }
+        });
+    }
+}
+
+} // namespace

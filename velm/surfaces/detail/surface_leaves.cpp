@@ -1,0 +1,393 @@
+#include "velm/surfaces/detail/surface_leaves.h"
+
+#include "velm/curves/detail/bernstein_rows.h"
+#include "velm/numerics/detail/double_double.h"
+#include "velm/surfaces/detail/leaf_polynomial.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace velm::detail {
+namespace {
+
+// Cuts of a patch in each direction at most.
+constexpr int most_cuts = 5;
+// A leaf is convex for points nearer than this many of its diagonals; else it is cut.
+constexpr double convex_reach = 0.5;
+// The thickness of a leaf along its mean normal is at most this part of its diagonal.
+constexpr double most_thickness = 0x1p-4;
+// Leaves no larger than this part of the surface are not cut.
+constexpr double small_leaf = 0x1p-12;
+// Polynomials of higher degrees go to the power form in pairs of doubles: its coefficients are up
+// to 2.4^degree times as large as those of Bernstein's form, and cancel.
+constexpr int plain_degree = 7;
+
+// The coefficients of s^k in Bernstein's polynomials i of (1 + s) / 2: element k (n + 1) + i.
+std::vector<DoubleDouble> power_matrix(int n) {
+    const auto size = static_cast<std::size_t>(n) + 1;
+    std::vector<DoubleDouble> basis(size * size); // row i, powers along it
+    basis[0] = 1.0;
+    const DoubleDouble half = 0.5;
+    for (std::size_t degree = 1; degree < size; ++degree)
+        for (std::size_t i = degree + 1; i-- > 0;)
+            for (std::size_t k = degree + 1; k-- > 0;) {
+                const auto at = [&](std::size_t row, std::size_t power, bool exists) {
+                    return exists ? basis[row * size + power] : DoubleDouble();
+                };
+                const DoubleDouble own = at(i, k, i < degree && k < degree);
+                const DoubleDouble own_less = at(i, k - 1, i < degree && k > 0);
+                const DoubleDouble before = at(i - 1, k, i > 0 && k < degree);
+                const DoubleDouble before_less = at(i - 1, k - 1, i > 0 && k > 0);
+                basis[i * size + k] = half * ((own - own_less) + (before + before_less));
+            }
+    std::vector<DoubleDouble> matrix(size * size);
+    for (std::size_t i = 0; i < size; ++i)
+        for (std::size_t k = 0; k < size; ++k)
+            matrix[k * size + i] = basis[i * size + k];
+    return matrix;
+}
+
+// Replaces `count` groups of `width` doubles, `step` from one to the next, by their power form.
+void to_power(double* row, int count, std::ptrdiff_t step, int width,
+              const std::vector<DoubleDouble>& matrix) {
+    double sums[65];
+    for (int c = 0; c < width; ++c) {
+        for (int k = 0; k < count; ++k) {
+            const DoubleDouble* const factor = &matrix[static_cast<std::size_t>(k * count)];
+            if (count - 1 <= plain_degree) {
+                double sum = 0.0;
+                for (int i = 0; i < count; ++i)
+                    sum += factor[i].hi * row[i * step + c];
+                sums[k] = sum;
+            } else {
+                DoubleDouble sum;
+                for (int i = 0; i < count; ++i)
+                    sum = accurate_sum(sum, factor[i] * DoubleDouble(row[i * step + c]));
+                sums[k] = sum.value();
+            }
+        }
+        for (int k = 0; k < count; ++k)
+            row[k * step + c] = sums[k];
+    }
+}
+
+double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+
+double normalise(double* a) {
+    const double length = std::sqrt(dot3(a, a));
+    if (length > 0.0)
+        for (int c = 0; c < 3; ++c)
+            a[c] /= length;
+    return length;
+}
+
+void cross3(const double* a, const double* b, double* out) {
+    out[0] = a[1] * b[2] - a[2] * b[1];
+    out[1] = a[2] * b[0] - a[0] * b[2];
+    out[2] = a[0] * b[1] - a[1] * b[0];
+}
+
+} // namespace
+
+LeafFrame leaf_frame(const ERMinimax3D& box) {
+    LeafFrame frame;
+    for (int c = 0; c < 3; ++c)
+        frame.origin[c] = 0.5 * (box.MinPoint()[c] + box.MaxPoint()[c]);
+    const double size = box.diagonal();
+    if (size > 0.0) frame.scale = std::ldexp(1.0, -std::ilogb(size));
+    return frame;
+}
+
+// Cuts patches into leaves.
+class LeafCutter {
+public:
+    LeafCutter(SurfaceLeaves& leaves, std::vector<OrientedBox>& boxes)
+        : to_(leaves), boxes_(boxes), p_(leaves.degree_u), q_(leaves.degree_v),
+          power_u_(power_matrix(p_)), power_v_(power_matrix(q_)),
+          count_(static_cast<std::size_t>(4 * (p_ + 1) * (q_ + 1))), poles_(count_), coefs_(count_),
+          product_(static_cast<std::size_t>((2 * p_ + 1) * (2 * q_ + 1))), unit_(count_) {}
+
+    std::int32_t patch(const SurfacePatch& given, int number, std::uint8_t limits) {
+        number_ = number;
+        std::vector<double> local(count_);
+        const LeafFrame& frame = to_.frame;
+        double most = 0.0;
+        for (std::size_t k = 3; k < count_; k += 4)
+            most = std::max(most, given.poles[k]);
+        const double unit = std::ldexp(1.0, -std::ilogb(most));
+        for (std::size_t k = 0; k < count_; k += 4) {
+            const double w = given.poles[k + 3];
+            for (std::size_t c = 0; c < 3; ++c)
+                local[k + c] = (given.poles[k + c] - w * frame.origin[c]) * frame.scale * unit;
+            local[k + 3] = w * unit;
+        }
+        return part(local, {{0.0, 1.0}, {0.0, 1.0}, limits, 0, 0});
+    }
+
+private:
+    struct Part {
+        double u[2], v[2];
+        std::uint8_t limits;
+        int cuts_u, cuts_v;
+    };
+
+    // A leaf, or the halves of a part that is no leaf yet.
+    std::int32_t part(const std::vector<double>& poles, const Part& now) {
+        SurfaceLeaf leaf = {};
+        OrientedBox box;
+        make(poles, now, leaf, box);
+        const bool u_left = now.cuts_u < most_cuts, v_left = now.cuts_v < most_cuts;
+        if (good_ || !(u_left || v_left)) {
+            leaf.coefs = to_.coefs.size();
+            for (std::size_t k = 0; k < count_; k += 4)
+                to_.coefs.push_back({{coefs_[k], coefs_[k + 1], coefs_[k + 2], coefs_[k + 3]}});
+            to_.leaves.push_back(leaf);
+            boxes_.push_back(box);
+            return ~static_cast<std::int32_t>(to_.leaves.size() - 1);
+        }
+        const bool along_u = u_left && (cut_u_ || !v_left);
+        std::vector<double> first(poles), second(poles);
+        Part below = now, above = now;
+        double middle = 0.0;
+        if (along_u) {
+            for (int j = 0; j <= q_; ++j) {
+                const auto at = static_cast<std::size_t>(4 * j * (p_ + 1));
+                split_row({&poles[at], p_ + 1, 4}, 0.5, {&first[at], p_ + 1, 4},
+                          {&second[at], p_ + 1, 4});
+            }
+            middle = below.u[1] = above.u[0] = 0.5 * (now.u[0] + now.u[1]);
+            below.limits &= static_cast<std::uint8_t>(~side_u_high);
+            above.limits &= static_cast<std::uint8_t>(~side_u_low);
+            ++below.cuts_u, ++above.cuts_u;
+        } else {
+            const int width = 4 * (p_ + 1);
+            split_row({poles.data(), q_ + 1, width}, 0.5, {first.data(), q_ + 1, width},
+                      {second.data(), q_ + 1, width});
+            middle = below.v[1] = above.v[0] = 0.5 * (now.v[0] + now.v[1]);
+            below.limits &= static_cast<std::uint8_t>(~side_v_high);
+            above.limits &= static_cast<std::uint8_t>(~side_v_low);
+            ++below.cuts_v, ++above.cuts_v;
+        }
+        const std::int32_t a = part(first, below), b = part(second, above);
+        to_.cuts_.push_back({middle, along_u, {a, b}});
+        return static_cast<std::int32_t>(to_.cuts_.size() - 1);
+    }
+
+    const double* corner(int i, int j) const {
+        return &poles_[static_cast<std::size_t>(4 * (j * q_ * (p_ + 1) + i * p_))];
+    }
+
+    void make(const std::vector<double>& poles, const Part& now, SurfaceLeaf& leaf,
+              OrientedBox& box) {
+        std::copy_n(now.u, 2, leaf.u);
+        std::copy_n(now.v, 2, leaf.v);
+        leaf.limits = now.limits;
+        leaf.patch = number_;
+        poles_ = poles;
+        for (int c = 0; c < 3; ++c) {
+            leaf.centre[c] = 0.0;
+            for (int k = 0; k < 4; ++k)
+                leaf.centre[c] += 0.25 * corner(k & 1, k >> 1)[c] / corner(k & 1, k >> 1)[3];
+        }
+        leaf.least_weight = HUGE_VAL;
+        points_.clear();
+        for (std::size_t k = 0; k < count_; k += 4) {
+            leaf.least_weight = std::min(leaf.least_weight, poles_[k + 3]);
+            for (std::size_t c = 0; c < 3; ++c)
+                points_.push_back(poles_[k + c] / poles_[k + 3]);
+            for (std::size_t c = 0; c < 3; ++c)
+                poles_[k + c] -= poles_[k + 3] * leaf.centre[c];
+        }
+        leaf.least_weight *= 1.0 - 0x1p-40; // rounding of the power form
+        coefs_ = poles_;
+        to_power(coefs_.data(), q_ + 1, 4 * (p_ + 1), 4 * (p_ + 1), power_v_);
+        for (int j = 0; j <= q_; ++j)
+            to_power(&coefs_[static_cast<std::size_t>(4 * j * (p_ + 1))], p_ + 1, 4, 4, power_u_);
+        enclose(box);
+        judge(leaf, box);
+    }
+
+    // The box of the poles: along the mean normal, the direction of U and across both.
+    void enclose(OrientedBox& box) {
+        double along_v[3];
+        for (int c = 0; c < 3; ++c) {
+            const auto mean = [&](int k) {
+                return corner(k & 1, k >> 1)[c] / corner(k & 1, k >> 1)[3];
+            };
+            box.axis[0][c] = mean(1) - mean(0) + mean(3) - mean(2);
+            along_v[c] = mean(2) - mean(0) + mean(3) - mean(1);
+        }
+        const double length_v = std::sqrt(dot3(along_v, along_v));
+        if (!(normalise(box.axis[0]) > 0.0)) {
+            std::copy_n(along_v, 3, box.axis[0]);
+            if (!(normalise(box.axis[0]) > 0.0)) box.axis[0][0] = 1.0;
+        }
+        cross3(box.axis[0], along_v, box.axis[2]);
+        if (!(normalise(box.axis[2]) > 1e-6 * length_v)) {
+            // Any direction at right angles to the first.
+            double other[3] = {};
+            int least = 0;
+            for (int c = 1; c < 3; ++c)
+                if (std::fabs(box.axis[0][c]) < std::fabs(box.axis[0][least])) least = c;
+            other[least] = 1.0;
+            cross3(box.axis[0], other, box.axis[2]);
+            normalise(box.axis[2]);
+        }
+        cross3(box.axis[2], box.axis[0], box.axis[1]);
+        box.enclose(points_);
+    }
+
+    // Fills what bounds the second derivatives, and judges whether the leaf is small enough.
+    void judge(SurfaceLeaf& leaf, const OrientedBox& box) {
+        LeafJet jet;
+        power_jet_at(coefs_.data(), p_, q_, 0.0, 0.0, jet);
+        const double *const x = jet.x[0], *const xs = jet.x[1], *const xt = jet.x[2];
+        double ps[3], pt[3];
+        for (int c = 0; c < 3; ++c) {
+            ps[c] = (xs[c] - xs[3] * x[c] / x[3]) / x[3];
+            pt[c] = (xt[c] - xt[3] * x[c] / x[3]) / x[3];
+        }
+        const double e = dot3(ps, ps), f = dot3(ps, pt), g = dot3(pt, pt);
+        const double ratio = leaf.ratio = e > 0.0 && g > 0.0 ? std::sqrt(e / g) : 1.0;
+        const auto add = [&](const double* a, const double* b, const double* sign, double factor,
+                             double* turn) {
+            power_product(a, b, p_, q_, sign, product_.data());
+            const QuadraticPart part(product_.data(), 2 * p_, 2 * q_);
+            if (factor == 0.5 && sign[0] == 1.0) leaf.square = part;
+            turn[0] += factor * (part.turn[0] + ratio * part.turn[1]);
+            turn[1] += factor * (part.turn[2] + part.turn[1] / ratio);
+        };
+        constexpr double points[4] = {1, 1, 1, 0}, weights[4] = {0, 0, 0, 1};
+        const double* const r = coefs_.data();
+        add(r, r, points, 0.5, leaf.turn[0]);
+        for (std::size_t c = 0; c < 3; ++c) { // w times a component
+            double squares[2] = {};
+            for (std::size_t k = 0; k < count_; k += 4)
+                unit_[k + c] = r[k + 3];
+            double sign[4] = {};
+            sign[c] = 1.0;
+            add(r, unit_.data(), sign, 1.0, squares);
+            for (std::size_t k = 0; k < count_; k += 4)
+                unit_[k + c] = 0.0;
+            leaf.turn[1][0] = std::hypot(leaf.turn[1][0], squares[0]);
+            leaf.turn[1][1] = std::hypot(leaf.turn[1][1], squares[1]);
+        }
+        if (to_.rational) add(r, r, weights, 0.5, leaf.turn[2]);
+
+        const double extent[3] = {box.high[0] - box.low[0], box.high[1] - box.low[1],
+                                  box.high[2] - box.low[2]};
+        const double diagonal = std::sqrt(dot3(extent, extent));
+        const double w2 = x[3] * x[3], reach = convex_reach * diagonal;
+        const double loss_u = leaf.turn[0][0] + reach * (leaf.turn[1][0] + norm(jet.x[3])) +
+                              reach * reach * leaf.turn[2][0];
+        const double loss_v = leaf.turn[0][1] + reach * (leaf.turn[1][1] + norm(jet.x[5])) +
+                              reach * reach * leaf.turn[2][1];
+        const double ee = w2 * e - loss_u, gg = w2 * g - loss_v;
+        const double mixed = w2 * std::fabs(f) + reach * norm(jet.x[4]);
+        const bool convex = ee > 0.0 && gg > 0.0 && ee * gg > mixed * mixed;
+        good_ = (convex && extent[2] <= most_thickness * diagonal &&
+                 w2 < 2.0 * leaf.least_weight * leaf.least_weight) ||
+                diagonal < small_leaf * to_.size;
+        cut_u_ = loss_u * g > loss_v * e || (loss_u * g == loss_v * e && e > g);
+    }
+    static double norm(const double* x) { return std::sqrt(dot3(x, x)); }
+
+    SurfaceLeaves& to_;
+    std::vector<OrientedBox>& boxes_;
+    const int p_, q_;
+    const std::vector<DoubleDouble> power_u_, power_v_;
+    const std::size_t count_;
+    std::vector<double> poles_, coefs_, product_, points_, unit_;
+    int number_ = 0;
+    bool good_ = false, cut_u_ = false;
+};
+
+void SurfaceLeaves::build(const PreparedSurface& surface, const LeafFrame& local,
+                          std::vector<OrientedBox>& boxes) {
+    *this = {};
+    frame = local;
+    const int nu = surface.patches_u(), nv = surface.patches_v();
+    const SurfacePatch first = surface.patch(0, 0);
+    degree_u = first.degree_u, degree_v = first.degree_v;
+    rational = first.rational;
+    size = surface.box().diagonal() * frame.scale;
+    along_u_ = {{surface.domain_u().start()}, first.angular_u};
+    along_v_ = {{surface.domain_v().start()}, first.angular_v};
+    for (int i = 0; i < nu; ++i)
+        along_u_.ends.push_back(surface.patch(i, 0).u.end());
+    for (int j = 0; j < nv; ++j)
+        along_v_.ends.push_back(surface.patch(0, j).v.end());
+    LeafCutter cutter(*this, boxes);
+    for (int j = 0; j < nv; ++j)
+        for (int i = 0; i < nu; ++i) {
+            const int limits = (i == 0 ? side_u_low : 0) | (i == nu - 1 ? side_u_high : 0) |
+                               (j == 0 ? side_v_low : 0) | (j == nv - 1 ? side_v_high : 0);
+            patches_.push_back(
+                cutter.patch(surface.patch(i, j), j * nu + i, static_cast<std::uint8_t>(limits)));
+        }
+    // A limit is a seam where the poles of both sides are the same points.
+    const double tolerance = 0x1p-40 * surface.box().diagonal();
+    const auto agree = [&](const SurfacePatch& a, int in_a, const SurfacePatch& b, int in_b) {
+        const double *const x = &a.poles[static_cast<std::size_t>(4 * in_a)],
+                            *const y = &b.poles[static_cast<std::size_t>(4 * in_b)];
+        for (int c = 0; c < 3; ++c)
+            if (!(std::fabs(x[c] / x[3] - y[c] / y[3]) <= tolerance)) return false;
+        return true;
+    };
+    closed_u = closed_v = true;
+    const int row = degree_u + 1;
+    for (int j = 0; j < nv; ++j)
+        for (int k = 0; k <= degree_v; ++k)
+            closed_u = closed_u && agree(surface.patch(0, j), k * row, surface.patch(nu - 1, j),
+                                         k * row + degree_u);
+    for (int i = 0; i < nu; ++i)
+        for (int k = 0; k <= degree_u; ++k)
+            closed_v = closed_v &&
+                       agree(surface.patch(i, 0), k, surface.patch(i, nv - 1), degree_v * row + k);
+}
+
+double SurfaceLeaves::Direction::parameter(int patch, const double* own, double s) const {
+    const double x = 0.5 * ((1.0 - s) * own[0] + (1.0 + s) * own[1]);
+    const double low = ends[static_cast<std::size_t>(patch)],
+                 high = ends[static_cast<std::size_t>(patch) + 1];
+    if (!(x > 0.0)) return low;
+    if (!(x < 1.0)) return high;
+    double t = (1.0 - x) * low + x * high;
+    if (angular) {
+        const double half = 0.5 * (high - low);
+        t = 0.5 * (low + high) + 2.0 * std::atan((2.0 * x - 1.0) * std::tan(0.5 * half));
+    }
+    return std::clamp(t, low, high);
+}
+
+int SurfaceLeaves::Direction::patch_at(double t, double* own) const {
+    const int patch = interval_of(ends, t);
+    const double low = ends[static_cast<std::size_t>(patch)],
+                 high = ends[static_cast<std::size_t>(patch) + 1];
+    double x = (t - low) / (high - low);
+    if (angular) {
+        const double from_middle = t - 0.5 * (low + high);
+        x = 0.5 + 0.5 * std::tan(0.5 * from_middle) / std::tan(0.25 * (high - low));
+    }
+    *own = std::clamp(x, 0.0, 1.0);
+    return patch;
+}
+
+int SurfaceLeaves::leaf_at(double u, double v, double* s, double* t) const {
+    double x = 0.0, y = 0.0;
+    const int i = along_u_.patch_at(u, &x), j = along_v_.patch_at(v, &y);
+    std::int32_t at = patches_[static_cast<std::size_t>(j * along_u_.patches() + i)];
+    while (at >= 0) {
+        const Cut& cut = cuts_[static_cast<std::size_t>(at)];
+        at = cut.part[(cut.along_u ? x : y) < cut.value ? 0 : 1];
+    }
+    const SurfaceLeaf& leaf = leaves[static_cast<std::size_t>(~at)];
+    const auto within = [](const double* ends, double own) {
+        return ((own - ends[0]) - (ends[1] - own)) / (ends[1] - ends[0]);
+    };
+    *s = within(leaf.u, x);
+    *t = within(leaf.v, y);
+    return ~at;
+}
+
+} // namespace velm::detail

@@ -1,0 +1,110 @@
+// velm::detail::SurfaceLeaves: the Bezier patches of a surface cut into leaves so small that each
+// is nearly bilinear, as polynomials about their own centres. What searches for feet and crossings
+// stand on; several surfaces may share a frame and a tree of the boxes of all their leaves.
+#pragma once
+
+#include "velm/surfaces/detail/box_tree.h"
+#include "velm/surfaces/detail/leaf_polynomial.h"
+#include "velm/surfaces/detail/surface_tables.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace velm::detail {
+
+/// Local coordinates: those of the model less the origin, times the scale, a power of 2 that
+/// brings the size of the part into [1, 2).
+struct LeafFrame {
+    double origin[3] = {};
+    double scale = 1.0;
+
+    void to_local(const ERPoint3D& p, double* q) const {
+        q[0] = (p.x() - origin[0]) * scale;
+        q[1] = (p.y() - origin[1]) * scale;
+        q[2] = (p.z() - origin[2]) * scale;
+    }
+    ERPoint3D to_model(const double* q) const {
+        return {origin[0] + q[0] / scale, origin[1] + q[1] / scale, origin[2] + q[2] / scale};
+    }
+};
+/// The frame of what is in a box.
+LeafFrame leaf_frame(const ERMinimax3D& box);
+
+/// A side of a leaf: s = -1, s = 1, t = -1, t = 1.
+enum LeafSide : std::uint8_t { side_u_low = 1, side_u_high = 2, side_v_low = 4, side_v_high = 8 };
+
+/// A part of a patch: with s and t in [-1, 1] over it, X(s, t) = R(s, t) + w(s, t) centre.
+struct SurfaceLeaf {
+    double centre[3];
+    /// Between two places of the leaf half the second derivatives of |X - w q|^2 - b w^2 differ, as
+    /// quadratic forms, by no more than the diagonal one with the entries k = 0, 1
+    ///     turn[0][k] + |e| turn[1][k] + |e^2 - b| turn[2][k],    e = q - centre.
+    double turn[3][2];
+    /// The ratio of |Xs| and |Xt|, for mixed terms: |2 x y| <= ratio x^2 + y^2 / ratio.
+    double ratio;
+    QuadraticPart square; ///< of R . R
+    double least_weight;
+    double u[2], v[2];   ///< the patch's own parameters in [0, 1] at the sides
+    std::size_t coefs;   ///< index of R's and w's coefficients
+    std::int32_t patch;  ///< in order of rows along U
+    std::uint8_t limits; ///< the sides that are limits of the surface
+};
+
+struct SurfaceLeaves {
+    LeafFrame frame;
+    int degree_u = 0, degree_v = 0;
+    bool rational = false;
+    /// Whether first and last row or column of poles agree, so that the limit is a seam.
+    bool closed_u = false, closed_v = false;
+    double size = 0.0; ///< diagonal of the box, local
+    std::vector<SurfaceLeaf> leaves;
+    std::vector<AlignedPole> coefs;
+
+    /// Of a surface of patches. `boxes` gets the box of each leaf after those that are there.
+    void build(const PreparedSurface& surface, const LeafFrame& local,
+               std::vector<OrientedBox>& boxes);
+
+    const SurfaceLeaf& operator[](int i) const { return leaves[static_cast<std::size_t>(i)]; }
+    const double* poles(const SurfaceLeaf& leaf) const { return coefs[leaf.coefs].c; }
+    int coefs_of_leaf() const { return (degree_u + 1) * (degree_v + 1); }
+
+    /// The parameter of the surface at s and t of a leaf.
+    double u_at(const SurfaceLeaf& leaf, double s) const {
+        return along_u_.parameter(leaf.patch % along_u_.patches(), leaf.u, s);
+    }
+    double v_at(const SurfaceLeaf& leaf, double t) const {
+        return along_v_.parameter(leaf.patch / along_u_.patches(), leaf.v, t);
+    }
+    /// The leaf of a parameter within the limits, and s and t there; at a side between two leaves
+    /// that of the one above it.
+    int leaf_at(double u, double v, double* s, double* t) const;
+
+private:
+    friend class LeafCutter;
+    /// The ends of the patches along a direction, and whether parameters are angles there: see
+    /// SurfacePatch.
+    struct Direction {
+        std::vector<double> ends;
+        bool angular = false;
+
+        int patches() const { return static_cast<int>(ends.size()) - 1; }
+        /// Of s between two of the patch's own parameters.
+        double parameter(int patch, const double* own, double s) const;
+        /// The patch of a parameter, and its own parameter in [0, 1] there.
+        int patch_at(double t, double* own) const;
+    };
+
+    /// Where patches were cut: below the patch's own u or v the first, else the second; a leaf is
+    /// ~i.
+    struct Cut {
+        double value;
+        bool along_u;
+        std::int32_t part[2];
+    };
+
+    std::vector<Cut> cuts_;
+    std::vector<std::int32_t> patches_; ///< a cut or ~leaf of each
+    Direction along_u_, along_v_;
+};
+
+} // namespace velm::detail

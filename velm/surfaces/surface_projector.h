@@ -1,0 +1,89 @@
+// velm::SurfaceProjector: certified nearest points on a surface, with their feet at edges and
+// corners.
+//
+//     const auto projector = velm::SurfaceProjector::on(*velm::prepare(nurbs)); // once
+//     const velm::SurfaceFoot foot = projector->nearest({1.0, 2.0, 3.0});
+//     if (foot.certified) use(foot.u, foot.v, foot.distance);
+//     std::vector<velm::SurfaceFoot> feet(points.size());
+//     projector->nearest(points, feet);
+//
+// The surface is kept as small parts about their own centres, cut so that each is nearly bilinear,
+// with a tree of oriented boxes. Planes, cylinders, cones, spheres and tori are answered in closed
+// form. Lengths are model units, parameters the surface's own.
+//
+// Use from threads: nothing changes after construction and there is no cache, so any number of
+// threads may ask one object without a lock. Copies share the tables. No question allocates; those
+// that list their answers write into the caller's vector, which allocates only when it has to grow.
+//
+// Accuracy, `size` being the diagonal of the surface's box: no point of the surface is nearer than
+// `lower`, and certified means that it lies within 2^-43 size + 2^-49 distance of `distance`.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/frame/point.h"
+#include "velm/frame/vector.h"
+#include "velm/surfaces/prepared_surface.h"
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace velm {
+
+namespace detail {
+struct ProjectorTables;
+}
+
+enum class SurfaceFootKind {
+    interior,   ///< the offset from the surface is along the normal
+    edge,       ///< on a limit that is no seam, or on a line where the normal jumps
+    corner,     ///< where two limits meet
+    degenerate, ///< the parameter is not the only one near it: points of a whole curve or region
+                ///< are equally far, as from the centre of a sphere, or are one, as at its pole
+};
+
+/// A point of a surface that is nearest to a query, everywhere or in its neighbourhood, or where
+/// the query lies perpendicular above it.
+struct SurfaceFoot {
+    double u = 0.0, v = 0.0;
+    ERPoint3D point;
+    ERVector3D normal; ///< unit, or its limit; of the side of dP/du ^ dP/dv
+    double distance = 0.0;
+    SurfaceFootKind kind = SurfaceFootKind::interior;
+    /// Whether every part of the surface without the foot was excluded by a bound, so that `lower`
+    /// has come as near to `distance` as promised. If not, the budget ended or the query isn't
+    /// finite; distance - lower is the gap.
+    bool certified = false;
+    double lower = 0.0; ///< 0 <= lower <= distance
+};
+
+class VELM_API SurfaceProjector {
+public:
+    /// The parts that one search halves before it gives up the certificate.
+    static constexpr int default_budget = 1 << 16;
+
+    /// Nothing of an offset surface, except where its prepared form is no offset: that of a plane,
+    /// cylinder, cone, sphere or torus.
+    static std::optional<SurfaceProjector> on(const PreparedSurface& surface);
+
+    const PreparedSurface& surface() const;
+
+    /// The nearest point; of several equally near ones (within the accuracy of the certificate) one
+    /// of them, the same at each call. A hint is the parameter of a point that is expected to be
+    /// near: it changes the time, and the choice among equally near points, not the certificate.
+    SurfaceFoot nearest(const ERPoint3D& p, int budget = default_budget) const;
+    SurfaceFoot nearest(const ERPoint3D& p, const ERPoint2D& hint,
+                        int budget = default_budget) const;
+    /// Of many points: as many feet, each that of `nearest(p)` to the bit, whatever the order of
+    /// the points and the number of threads that share them.
+    void nearest(std::span<const ERPoint3D> points, std::span<SurfaceFoot> feet,
+                 int threads = 1) const;
+
+private:
+    explicit SurfaceProjector(std::shared_ptr<const detail::ProjectorTables> tables);
+
+    std::shared_ptr<const detail::ProjectorTables> tables_;
+};
+
+} // namespace velm
