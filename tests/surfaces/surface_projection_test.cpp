@@ -5,10 +5,12 @@
 #include "support/test.h"
 #include "velm/surfaces/analytic_to_nurbs.h"
 #include "velm/surfaces/bezier_surface.h"
+#include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/cone.h"
 #include "velm/surfaces/cylinder.h"
 #include "velm/surfaces/limit_normal.h"
 #include "velm/surfaces/nurbs_decomposer.h"
+#include "velm/surfaces/offset_surface.h"
 #include "velm/surfaces/ray_surface_result.h"
 #include "velm/surfaces/revolution_surface.h"
 #include "velm/surfaces/sphere.h"
@@ -216,6 +218,73 @@ TEST(SurfaceProjection, CrossingsAreThoseOfTheStepsBitForBit) {
         crossings += int(expected.size());
     }
     EXPECT_GT(crossings, counted(5000));
+}
+
+// A line through a known point of an analytic surface meets it there, and elsewhere only on it; its
+// trimmed NURBS form agrees on how often.
+TEST(SurfaceProjection, LinesThroughAnalyticSurfaces) {
+    for (int n = counted(100000); n > 0; --n) {
+        const ERPmIsometrie3D frame = ERRotation3D(draw.direction<ERVector3D>(),
+                                                   draw.value<ERPoint3D>(3), draw.uniform(-3, 3));
+        const double from = draw.uniform(-4, 4), to = from + draw.uniform(1, 6);
+        const double r = draw.uniform(0.5, 1.5);
+        const t_SmartPtr<Surface> surfaces[] = {
+            new ERBoundedPlane(frame, {-1, 2}, {-2, 1}),
+            new ERBoundedCylinder(frame, 2.0, r, from, to),
+            new ERBoundedCone(frame, ERRadian(r / 2), -1, 2),
+            new ERBoundedSphere(frame, r, {from, to}, {-1, 1.2}),
+            new ERBoundedTorus(frame, 3, r, from, to, -1, 2)};
+        for (const t_SmartPtr<Surface>& s : surfaces) {
+            const ERPoint2D known(s->getBoundU()(draw.uniform(0, 1)),
+                                  s->getBoundV()(draw.uniform(0, 1)));
+            const ERPoint3D on = (*s)(known);
+            const ERVector3D direction = draw.direction<ERVector3D>();
+            ERRaySurfaceResult inside, all;
+            s->ProjectPoint(on + direction * draw.uniform(-3, 3), direction, inside, 1);
+            s->ProjectPoint(on, direction, all, 0);
+            EXPECT_GE(all.size(), inside.size());
+            int hits = 0;
+            for (const ERInfoPoint3DSurf& crossing : inside) {
+                hits += isEqual(crossing.point(), on, 1e-7) ? 1 : 0;
+                EXPECT_EQ(filtreOutsidePoint(&const_cast<ERInfoPoint3DSurf&>(crossing), s.get()),
+                          0);
+            }
+            EXPECT_GE(hits, 1) << s->className() << known;
+            for (const ERInfoPoint3DSurf& crossing : all) {
+                EXPECT_LT(distance(ERInfLine3D(direction, on), crossing.point()), 1e-7)
+                    << s->className();
+                EXPECT_TRUE(isEqual((*s)(crossing.parametre()), crossing.point(), 1e-12));
+            }
+        }
+    }
+}
+
+// An offset surface is where the base's normals lead; one of revolution is its own points.
+TEST(SurfaceProjection, LinesThroughDerivedSurfaces) {
+    for (int n = counted(4000); n > 0; --n) {
+        const ERSpoleNURBS3D base = panel(10, 8, 0.2, true);
+        const EROffsetSurface moved(base, draw.uniform(-0.5, 0.5), ERVector3D(0, 0, 1));
+        const ERSurOfRevolution turned(
+            new ERCpoleBezier3D({ERPoint3D(1, 0, 0), ERPoint3D(2, 0.5, 1), ERPoint3D(1, 0, 3)}),
+            ERInfLine3D(draw.direction<ERVector3D>(), ERPoint3D(0, 0, 9)), 0.5, 2.5);
+        for (const Surface* s :
+             {static_cast<const Surface*>(&moved), static_cast<const Surface*>(&turned)}) {
+            const ERPoint2D at(s->getBoundU()(draw.uniform(0.05, 0.95)),
+                               s->getBoundV()(draw.uniform(0.05, 0.95)));
+            const ERPoint3D on = (*s)(at);
+            const ERVector3D direction =
+                (velm::limit_normal(*s, at.x(), at.y()) + draw.value<ERVector3D>(0.2))
+                    .getnormalized();
+            ERRaySurfaceResult result;
+            s->ProjectPoint(on + direction * 2, direction, result, 1);
+            const bool hit = std::ranges::any_of(result, [&](const ERInfoPoint3DSurf& crossing) {
+                return isEqual(crossing.parametre(), at, 1e-6);
+            });
+            EXPECT_TRUE(hit) << s->className() << at;
+            for (const ERInfoPoint3DSurf& crossing : result)
+                EXPECT_LT(distance(ERInfLine3D(direction, on), crossing.point()), 1e-7);
+        }
+    }
 }
 
 } // namespace

@@ -87,6 +87,7 @@ class VELM_API FramedSurface : public FamilyBase<Self, ERSurfaceBasedOnTransfo3D
 public:
     using ERAnyBoundedSurface::operator();
     using ERAnyBoundedSurface::ProjectionNormale;
+    using ERAnyBoundedSurface::ProjectPoint;
     using ERAnyBoundedSurface::PtCur;
 
     ERInfoPoint3DSurf PtCur(double u, double v) const override;
@@ -95,6 +96,11 @@ public:
     /// that an angle outside goes to the end whose point is nearer to p, first in u, then in v. A p
     /// without a foot gives the point at (0, 0), brought in likewise.
     ERPoint3D project_inbound(const ERPoint3D& p) const override;
+
+    /// All crossings with the whole surface beyond its limits, in the order of z; with inBound
+    /// those in the limits, 1e-12 allowed. A line that touches gives one, a line in the surface
+    /// none. Defined in analytic_crossings.cpp.
+    void ProjectPoint(const ERPoint3D& p, ERRaySurfaceResult& result, int inBound) const override;
 
     /// Multiplies the frame's origin, the radii and the limits that are lengths; the axes are
     /// unchanged. A factor below 0 gives negative radii and reversed limits, which are the scaled
