@@ -200,6 +200,7 @@
 #include "velm/surfaces/plane.h"
 #include "velm/surfaces/pole_matrix.h"
 #include "velm/surfaces/pole_surface.h"
+#include "velm/surfaces/prepared_face.h"
 #include "velm/surfaces/prepared_surface.h"
 #include "velm/surfaces/process_mesh.h"
 #include "velm/surfaces/projection_functors.h"

@@ -240,8 +240,7 @@ protected:
     t_SmartPtr<ERTrimmedSurface> kept;
     std::string bytes, record;
     std::size_t at = 0;
-    static constexpr std::size_t base_at = 4, box_at = 12, count_at = 44, first_at = 52,
-                                 second_at = 60;
+    static constexpr std::size_t base_at = 4, count_at = 44, first_at = 52, second_at = 60;
 };
 
 TEST_F(StoredFace, ComesBackWhole) {

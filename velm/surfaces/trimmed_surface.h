@@ -61,6 +61,8 @@ public:
     ERTValDlistIterator<t_SmartPtr<ERSurfaceBoundary>> getBoundIterator() {
         return ERTValDlistIterator<t_SmartPtr<ERSurfaceBoundary>>(boundaries_);
     }
+    /// Whether the region takes the first boundary for the outer one.
+    int isFirstOuter() const { return first_is_outer_; }
     /// The box of the outer boundary in the parameters, or the limits of the base.
     const ERMinimax2D& boundaryBox() const { return box_; }
 

@@ -1,0 +1,276 @@
+// Prepared faces: the place of parameters in known trims, gaps, poles and limits; all trimmed faces
+// of the CAD files against polygons computed without the library.
+#include "velm/surfaces/prepared_face.h"
+
+#include "support/face_text.h"
+#include "support/random.h"
+#include "support/test.h"
+#include "velm/frame/point_functions.h"
+#include "velm/wireframe/polyline.h"
+
+#include <algorithm>
+
+namespace {
+
+using namespace velm_test;
+using std::numbers::pi;
+using velm::FacePlace;
+using Boundary = ERSurfaceBoundary;
+namespace fs = std::filesystem;
+
+Random draw{66};
+
+ERArc2D circle(double u, double v, double radius) { return {{u, v}, radius, 0.0, 2 * pi}; }
+
+ERPolygone2D rectangle(double u0, double u1, double v0, double v1) {
+    return {{{u0, v0}, {u1, v0}, {u1, v1}, {u0, v1}}};
+}
+
+ERBoundedPlane plane() { return {ERIdentity3D(), {-10, 10}, {-10, 10}}; }
+
+TEST(PreparedFace, PlacesToTheRoundingOfTheCurve) {
+    ERTrimmedSurface trimmed(plane());
+    trimmed.addBound(circle(1, 2, 5), Boundary::outer);
+    trimmed.addBound(circle(2, 2, 1), Boundary::inner);
+    for (const double tolerance : {0.0, 1e-6}) {
+        const auto face = velm::prepare_face(trimmed, tolerance);
+        ASSERT_TRUE(face);
+        EXPECT_EQ(face->largest_gap(), 0);
+        EXPECT_LE(face->tolerance(), std::max(tolerance, 1e-12));
+        const double step = tolerance == 0 ? 1e-12 : tolerance;
+        for (int i = 0; i < 500; ++i) {
+            const double angle = draw.uniform(-4, 4);
+            const ERVector2D ray(std::cos(angle), std::sin(angle));
+            const auto place = [&](const ERPoint2D& center, double radius) {
+                return face->place(center + ray * radius);
+            };
+            EXPECT_EQ(place({1, 2}, 5 + 2 * step), FacePlace::outside) << angle;
+            EXPECT_EQ(place({1, 2}, 5), FacePlace::on_edge) << angle;
+            EXPECT_EQ(place({1, 2}, 5 - 2 * step), FacePlace::inside) << angle;
+            EXPECT_EQ(place({2, 2}, 1 + 2 * step), FacePlace::inside) << angle;
+            EXPECT_EQ(place({2, 2}, 1 - 2 * step), FacePlace::outside) << angle;
+            const velm::TrimFoot foot = face->nearest_trim(ERPoint2D(1, 2) + ray * 8.0);
+            EXPECT_EQ(foot.loop, 0);
+            EXPECT_NEAR(foot.distance, 3, 1e-13);
+            EXPECT_EQ(face->parameter(foot.loop, foot.edge, foot.part), foot.parameter);
+        }
+        EXPECT_EQ(face->place({NAN, 0}), FacePlace::outside);
+        EXPECT_EQ(face->place({1e308, 0}), FacePlace::outside);
+    }
+}
+
+TEST(PreparedFace, DistancesAreOnTheSurface) {
+    // A cylinder of radius 100: 1 of v is 100 of u.
+    ERTrimmedSurface trimmed(ERBoundedCylinder(ERIdentity3D(), 100, {0, 50}, {0, 1}));
+    trimmed.addBound(rectangle(10, 40, 0.2, 0.8), Boundary::outer);
+    const auto face = velm::prepare_face(trimmed, 0.5);
+    ASSERT_TRUE(face);
+    EXPECT_EQ(face->v_scale(), 128);
+    for (int i = 0; i < 2000; ++i) {
+        const ERPoint2D p(draw.uniform(10, 40), draw.uniform(0.2, 0.8));
+        const double to_u = std::min(p.x() - 10, 40 - p.x());
+        const double angle = std::min(p.y() - 0.2, 0.8 - p.y());
+        const double to_v = 200 * std::sin(angle / 2), nearest = std::min(to_u, to_v);
+        // The scale is a power of two, so that one of two nearly as near edges may be taken.
+        EXPECT_GE(face->nearest_trim(p).distance, nearest - 1e-10);
+        EXPECT_LE(face->nearest_trim(p).distance, nearest * 1.3);
+        if (std::fabs(nearest - 0.5) > 1e-9) {
+            EXPECT_EQ(face->place(p), nearest < 0.5 ? FacePlace::on_edge : FacePlace::inside) << p;
+        }
+    }
+}
+
+TEST(PreparedFace, GapsAreBridgedAndReported) {
+    // A square of 10 whose corners are open by 0.2, closed, overlapping by 0.1 and open by 1.
+    ERCompCurve2D outline;
+    for (const auto& [a, b] : {std::pair(ERPoint2D(0, 0), ERPoint2D(9.8, 0)),
+                               std::pair(ERPoint2D(10, 0), ERPoint2D(10, 10)),
+                               std::pair(ERPoint2D(10, 10), ERPoint2D(-0.1, 10)),
+                               std::pair(ERPoint2D(0, 10), ERPoint2D(0, 1))})
+        outline.append(ERSegment2D(a, b), -1);
+    ERTrimmedSurface trimmed(ERBoundedPlane(ERIdentity3D(), {-1, 11}, {-1, 11}));
+    trimmed.addBound(outline, Boundary::outer);
+    const auto face = velm::prepare_face(trimmed);
+    ASSERT_TRUE(face);
+    std::vector<double> lengths;
+    for (const velm::TrimGap& gap : face->gaps())
+        lengths.push_back(std::round(gap.length * 1e9) / 1e9);
+    EXPECT_EQ(lengths, (std::vector<double>{1, 0.2, 0.1}));
+    EXPECT_EQ(face->gaps()[0].from, ERPoint2D(0, 1));
+    EXPECT_TRUE(face->edge(0, face->gaps()[0].edge).bridge);
+    EXPECT_EQ(face->place({0.01, 0.5}), FacePlace::on_edge)
+        << "as near to the bridge as it is long";
+    EXPECT_EQ(face->place({0.01, 5}), FacePlace::inside);
+    EXPECT_EQ(face->place({9.9, 0.01}), FacePlace::on_edge);
+    for (int i = 0; i < 2000; ++i) {
+        const ERPoint2D p(draw.uniform(-1, 11), draw.uniform(-1, 11));
+        const bool near = std::min({distance(p, {0, 0.5}) - 1.5, distance(p, {10, 0}) - 0.5,
+                                    distance(p, {0, 10}) - 0.3}) < 0;
+        const bool inside = p.x() > 0 && p.x() < 10 && p.y() > 0 && p.y() < 10;
+        if (near) continue;
+        EXPECT_EQ(face->place(p), inside ? FacePlace::inside : FacePlace::outside) << p;
+    }
+
+    // The edge along a pole of a sphere, which files leave out, is a bridge but no gap.
+    ERTrimmedSurface cap(ERBoundedSphere(ERIdentity3D(), 5, {0, 6}, {-1.5, pi / 2}));
+    cap.addBound(ERPolyline2D({{1, pi / 2}, {1, 0.5}, {3, 0.5}, {3, pi / 2}}), Boundary::outer);
+    const auto prepared = velm::prepare_face(cap);
+    ASSERT_TRUE(prepared);
+    EXPECT_TRUE(prepared->gaps().empty());
+    EXPECT_TRUE(prepared->edge(0, 3).bridge);
+    EXPECT_EQ(prepared->place({2, 1.5}), FacePlace::inside);
+    EXPECT_EQ(prepared->place({0.9, 1.5}), FacePlace::outside);
+    EXPECT_EQ(prepared->place({2, pi / 2}), FacePlace::on_edge);
+}
+
+TEST(PreparedFace, LimitsNestedTrimsAndWhatCannotBePrepared) {
+    const auto places = [](const velm::PreparedFace& face) {
+        std::string found;
+        for (const ERPoint2D& p : {ERPoint2D(0, 0), ERPoint2D(9, 0), ERPoint2D(10, 0),
+                                   ERPoint2D(10.5, 0), ERPoint2D(-10, 9), ERPoint2D(8, 0)})
+            found += "ioe"[static_cast<int>(face.place(p))];
+        return found;
+    };
+    EXPECT_EQ(places(*velm::prepare_face(plane())), "iieoei");
+    ERTrimmedSurface wide(plane());
+    EXPECT_EQ(places(*velm::prepare_face(wide)), "iieoei");
+    wide.addBound(rectangle(8, 12, -5, 5), Boundary::outer); // beyond the limits
+    EXPECT_EQ(places(*velm::prepare_face(wide)), "oieooe");
+    EXPECT_TRUE(velm::prepare_face(wide)->is_limits(1));
+    ERTrimmedSurface hole(plane());
+    hole.addBound(circle(0, 0, 9), Boundary::inner);
+    EXPECT_EQ(places(*velm::prepare_face(hole)), "oeeoeo");
+    ERTrimmedSurface nested(static_cast<const ERAnyBoundedSurface&>(hole)); // no copy of it
+    nested.addBound(rectangle(-10, 9.5, -10, 10), Boundary::outer);
+    EXPECT_EQ(places(*velm::prepare_face(nested)), "oeooeo");
+    ERTrimmedSurface late(plane()); // the region takes the first one for the outer one
+    late.addBound(circle(0, 0, 9), Boundary::inner);
+    late.addBound(circle(0, 0, 1), Boundary::unset);
+    EXPECT_EQ(places(*velm::prepare_face(late)), "oeooo"
+                                                 "i");
+    EXPECT_TRUE(late.isInBound({8, 0}) && !late.isInBound({0, 0}));
+
+    // A trimmed composite, clockwise arcs, curves with kinks.
+    ERCompCurve2D parts;
+    parts.append(ERArc2D({0, 0}, 5, pi, 0), -1); // over the top, clockwise
+    parts.append(ERPolyline2D({{5, 0}, {5, -9}, {-5, -9}, {-5, 0}}), -1);
+    parts.append(ERSegment2D({7, 7}, {8, 8}), -1);
+    parts.setBound({0, 2});
+    ERTrimmedSurface mixed(plane());
+    mixed.addBound(parts, Boundary::outer);
+    const auto face = velm::prepare_face(mixed);
+    ASSERT_TRUE(face);
+    EXPECT_LT(face->largest_gap(), 1e-14);
+    EXPECT_EQ(face->place({0, 4.9}), FacePlace::inside);
+    EXPECT_EQ(face->place({4.9, 4.9}), FacePlace::outside);
+    EXPECT_EQ(face->place({4.9, -8.9}), FacePlace::inside);
+
+    EXPECT_FALSE(velm::prepare_face(ERTrimmedSurface()));
+    ERTrimmedSurface bare(plane());
+    bare.addBound(ERCompCurve2D(), Boundary::outer);
+    EXPECT_FALSE(velm::prepare_face(bare));
+    ERTrimmedSurface infinite(plane());
+    infinite.addBound(ERPolyline2D({{0, 0}, {INFINITY, 0}, {1, 1}}), Boundary::outer);
+    EXPECT_FALSE(velm::prepare_face(infinite));
+}
+
+// Even-odd parity, and the distance to the polygon with ordinates scaled.
+struct PolygonPlace {
+    bool inside = false;
+    double distance = INFINITY;
+
+    PolygonPlace(const std::vector<ERPoint2D>& polygon, const ERPoint2D& p, double v_scale) {
+        const auto scaled = [&](const ERPoint2D& q) { return ERPoint2D(q.x(), q.y() * v_scale); };
+        for (std::size_t i = 0; i < polygon.size(); ++i) {
+            const ERPoint2D &a = polygon[i], &b = polygon[(i + 1) % polygon.size()];
+            if ((a.y() > p.y()) != (b.y() > p.y()))
+                inside ^= p.x() < a.x() + (b.x() - a.x()) * ((p.y() - a.y()) / (b.y() - a.y()));
+            const ERPoint2D s = scaled(a), q = scaled(p);
+            const ERVector2D chord(s, scaled(b)), off(s, q);
+            const double length2 = chord.norme2();
+            const double t = length2 > 0 ? std::clamp(off * chord / length2, 0.0, 1.0) : 0.0;
+            distance = std::min(distance, (off - chord * t).norme());
+        }
+    }
+};
+
+class RealFaces : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!fs::exists(data / "qif")) GTEST_SKIP() << "no data in " VELM_REAL_DATA;
+        for (const char* folder : {"nurbs/gotools", "nurbs/splipy", "iges", "qif"})
+            for (const auto& entry : fs::directory_iterator(data / folder))
+                if (entry.path().extension() == ".txt") files.push_back(entry.path());
+        std::sort(files.begin(), files.end());
+    }
+    const fs::path data = VELM_REAL_DATA;
+    std::vector<fs::path> files;
+};
+
+TEST_F(RealFaces, PlaceTheirEdgesAndInteriors) {
+    int faces = 0, edge_points = 0, inside = 0, outside = 0;
+    double largest_gap = 0, overlap = 0;
+    for (const fs::path& file : files) {
+        std::map<std::string, velm::PreparedFace> prepared;
+        std::map<std::string, ParameterMap> maps;
+        const FaceTextReader text(file);
+        for (const FaceText& f : text.faces) {
+            SCOPED_TRACE(file.filename().string() + " face " + f.id + " on a " + f.surface_kind);
+            const auto face = velm::prepare_face(*f.face);
+            EXPECT_TRUE(face);
+            if (!face) continue;
+            ++faces;
+            largest_gap = std::max(largest_gap, face->largest_gap());
+            overlap = std::max(overlap, face->overlap());
+            const ERMinimax2D box = f.face->boundaryBox();
+            const double size =
+                std::hypot(box.xmax - box.xmin, (box.ymax - box.ymin) * face->v_scale());
+            for (int i = 0; i < 60; ++i) {
+                const ERPoint2D p(draw.uniform(box.xmin, box.xmax),
+                                  draw.uniform(box.ymin, box.ymax));
+                bool expected = true, near = false;
+                for (std::size_t k = 0; k < f.polygons.size(); ++k) {
+                    const PolygonPlace place(f.polygons[k], p, face->v_scale());
+                    expected = expected && place.inside == (k == 0);
+                    near = near || place.distance < 1e-3 * size;
+                }
+                if (near) continue;
+                const FacePlace place = face->place(p);
+                EXPECT_EQ(place, expected ? FacePlace::inside : FacePlace::outside) << p;
+                EXPECT_EQ(f.face->isInBound(p), expected) << p;
+                ++(expected ? inside : outside);
+            }
+            prepared.emplace(f.id, *face);
+            maps.emplace(f.id, f.map);
+        }
+        std::ifstream in(file.parent_path() / (file.stem().string() + "_edgepoints.csv"));
+        std::string line;
+        std::getline(in, line);
+        while (std::getline(in, line)) {
+            std::replace(line.begin(), line.end(), ',', ' ');
+            TextFields fields(line);
+            const std::string id = fields.word();
+            fields.word();
+            const std::vector<double> c = fields.rest(); // u, v, the point, the gap
+            const auto found = prepared.find(id);
+            if (found == prepared.end()) continue;
+            const velm::PreparedFace& face = found->second;
+            const ERPoint2D p = maps.at(id)(c[0], c[1]);
+            const double allowed = c[5] * 1.001 + 4 * face.tolerance() + face.overlap();
+            EXPECT_LE(distance(face.surface()(p.x(), p.y()), {c[2], c[3], c[4]}), allowed)
+                << file.filename() << ": " << line;
+            const velm::TrimFoot foot = face.nearest_trim(p);
+            EXPECT_LE(foot.distance, allowed) << file.filename() << ": " << line;
+            EXPECT_EQ(face.place(p), FacePlace::on_edge)
+                << file.filename() << ": " << line << " " << foot.distance;
+            ++edge_points;
+        }
+    }
+    EXPECT_EQ(faces, 544);
+    EXPECT_GT(inside, 10000);
+    EXPECT_GT(outside, 2000);
+    std::printf("%d edge points, %d inside, %d outside, largest gap %g, overlap %g\n", edge_points,
+                inside, outside, largest_gap, overlap);
+}
+
+} // namespace
