@@ -65,13 +65,6 @@ int sign_of(double x) { return x > 0.0 ? 1 : x < 0.0 ? -1 : 0; }
 
 } // namespace
 
-CurvePlace place_along(const PreparedPieces<2>& curve, double along) {
-    const int count = curve.count();
-    if (curve.closed) along -= count * std::floor(along / count);
-    const int piece = std::clamp(static_cast<int>(std::floor(along)), 0, count - 1);
-    return curve.place(piece, std::clamp(along - piece, 0.0, 1.0));
-}
-
 double nearest_along(const PreparedPieces<2>& curve, double along, const ERPoint2D& p) {
     constexpr int most_steps = 8;
     constexpr double longest_step = 0.25;

@@ -1,13 +1,9 @@
 // velm::detail: the side of a curve on which a point next to it lies.
 #pragma once
 
-#include "velm/curves/detail/prepared_pieces.h"
+#include "velm/curves/detail/piece_links.h"
 
 namespace velm::detail {
-
-/// The place `along` pieces from the start of the curve; a closed one goes on at its seam, others
-/// stay at their end.
-CurvePlace place_along(const PreparedPieces<2>& curve, double along);
 
 /// How far one can go from a place, at most `step` pieces forward (or backward, if negative),
 /// before the curve ends or is interrupted.

@@ -9,8 +9,8 @@ namespace {
 // Bounds the rounding of a parameter that a clip computes.
 constexpr double clip_slack = 8.0 * half_ulp;
 
-// Keeps of `kept` what may hold zeros or negative values of a polynomial in the Bernstein basis:
-// where the hull of its coefficients reaches below 0.
+} // namespace
+
 void keep_below(const double* g, int degree, PartInterval& kept) {
     int positive = 0;
     for (int i = 0; i <= degree; ++i)
@@ -37,6 +37,8 @@ void keep_below(const double* g, int degree, PartInterval& kept) {
         kept.high = std::min(kept.high, high + clip_slack);
     }
 }
+
+namespace {
 
 // One of the coordinates of the parts, with the polynomials that bound it.
 void keep_strip(const double* distance, const CurvePart& of, double least, double most,

@@ -66,6 +66,10 @@ struct PartInterval {
     double length() const { return high - low; }
 };
 
+/// Keeps of `kept` what may hold zeros or negative values of a polynomial in the Bernstein basis:
+/// where the convex hull of its coefficients reaches below 0.
+void keep_below(const double* g, int degree, PartInterval& kept);
+
 /// Where `of` may come as near as `apart` to `by`: by the strips along and across the chord of `by`
 /// that hold its poles (Sederberg and Nishita, CAD 22, 1990), intersected with the convex hull of
 /// the distances' coefficients.

@@ -25,30 +25,6 @@ double widening(const Meeting& meeting, const PiecePart& part) {
     return touching_slack + (sharp ? 0.0 : part.to - part.from);
 }
 
-// Whether two parts share a place, and by how many turns the second one's curve is further: `turn`
-// is added to its count of pieces.
-bool touches(const PreparedPieces<2>& curve, const PiecePart& i, const PiecePart& k, double slack,
-             int& turn) {
-    turn = 0;
-    if (i.piece == k.piece && k.from <= i.to + slack && i.from <= k.to + slack) return true;
-    const int count = curve.count();
-    const auto follows = [&](const PiecePart& first, const PiecePart& second) {
-        const bool seam = first.piece == count - 1 && second.piece == 0 && curve.closed;
-        if (second.piece != first.piece + 1 && !seam) return false;
-        if (curve[second.piece].joint == Joint::gap) return false;
-        return first.to >= 1.0 - slack && second.from <= slack;
-    };
-    if (follows(i, k)) {
-        turn = k.piece < i.piece || (k.piece == i.piece && count == 1) ? 1 : 0;
-        return true;
-    }
-    if (follows(k, i)) {
-        turn = i.piece < k.piece || (k.piece == i.piece && count == 1) ? -1 : 0;
-        return true;
-    }
-    return false;
-}
-
 void swap_curves(Meeting& meeting) {
     std::swap(meeting.a, meeting.b);
     std::swap(meeting.u, meeting.v);
@@ -399,16 +375,7 @@ CurveIntersection MeetingMerger::entry_of(Cluster& cluster) const {
     CurveIntersection entry = cluster.entry;
     const bool unresolved = entry.kind == IntersectionKind::unresolved;
     const auto interval = [](const PreparedPieces<2>& curve, const Stretch& stretch) {
-        const double turn = curve.count();
-        if (curve.closed && stretch.high - stretch.low >= turn)
-            return ERLimites(curve.ends.front(), curve.ends.back());
-        const auto t = [&](double at, bool lower) {
-            CurvePlace place = place_along(curve, at);
-            // The seam is the start of what follows and the end of what comes before.
-            if (!lower && curve.closed && place.t == curve.ends.front()) return curve.ends.back();
-            return place.t;
-        };
-        return ERLimites(t(stretch.low, true), t(stretch.high, false));
+        return parameters_along(curve, stretch.low, stretch.high);
     };
     if (cluster.is_flat && !unresolved) {
         entry.kind = IntersectionKind::overlap;

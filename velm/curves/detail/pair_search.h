@@ -3,18 +3,13 @@
 
 #include "velm/curves/detail/graph_intersection.h"
 #include "velm/curves/detail/intersection_parts.h"
+#include "velm/curves/detail/piece_links.h"
 #include "velm/curves/intersections.h"
 
 #include <optional>
 #include <vector>
 
 namespace velm::detail {
-
-/// A part of a piece.
-struct PiecePart {
-    int piece = 0;
-    double from = 0.0, to = 1.0;
-};
 
 /// A rectangle of both parameters outside of which the curves are certainly apart, near it.
 struct Meeting {
