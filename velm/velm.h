@@ -198,6 +198,7 @@
 #include "velm/surfaces/flatness.h"
 #include "velm/surfaces/framed_surface.h"
 #include "velm/surfaces/limit_normal.h"
+#include "velm/surfaces/line_crossings.h"
 #include "velm/surfaces/nurbs_decomposer.h"
 #include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/offset_surface.h"

@@ -14,9 +14,11 @@ namespace velm {
 namespace detail {
 
 ProjectorTables::ProjectorTables(const PreparedSurface& prepared) : surface(prepared) {
-    if (surface.patches_u() == 0) return;
+    analytic = surface.patches_u() == 0;
+    const auto patches = analytic ? patches_of(SurfaceTables::of(surface)) : surface;
+    if (!patches) return;
     std::vector<OrientedBox> boxes;
-    leaves.build(surface, leaf_frame(surface.box()), boxes);
+    leaves.build(*patches, leaf_frame(patches->box()), boxes);
     tree.build(boxes);
 }
 
@@ -192,8 +194,7 @@ SurfaceFoot nearest_of(const ProjectorTables& tables, const ERPoint3D& p, const 
         none.distance = std::numeric_limits<double>::quiet_NaN();
         return none;
     }
-    if (!tables.leaves.leaves.empty())
-        return nearest_on_patches(tables, p, hint, std::max(budget, 0));
+    if (!tables.analytic) return nearest_on_patches(tables, p, hint, std::max(budget, 0));
     const detail::SurfaceTables& shape = detail::SurfaceTables::of(tables.surface);
     SurfaceFoot foot = detail::foot_at(tables.surface, detail::AnalyticFeet(shape, p).nearest());
     const double roundings =

@@ -80,6 +80,9 @@ public:
     void nearest(std::span<const ERPoint3D> points, std::span<SurfaceFoot> feet,
                  int threads = 1) const;
 
+    /// The tables that all this is computed from, for algorithms of the library.
+    const detail::ProjectorTables& tables() const { return *tables_; }
+
 private:
     explicit SurfaceProjector(std::shared_ptr<const detail::ProjectorTables> tables);
 

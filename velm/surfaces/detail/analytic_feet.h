@@ -5,6 +5,7 @@
 #include "velm/surfaces/surface_projector.h"
 
 #include <array>
+#include <optional>
 
 namespace velm::detail {
 
@@ -41,5 +42,8 @@ private:
     int count_ = 0;
     std::array<AnalyticPlace, 16> places_;
 };
+
+/// The surface as patches with parameters of their own; nothing for limits wider than a turn.
+std::optional<PreparedSurface> patches_of(const SurfaceTables& tables);
 
 } // namespace velm::detail

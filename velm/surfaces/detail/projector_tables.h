@@ -13,7 +13,8 @@ struct ProjectorTables {
     explicit ProjectorTables(const PreparedSurface& prepared);
 
     PreparedSurface surface;
-    SurfaceLeaves leaves; ///< none of an analytic surface
+    bool analytic = false; ///< then leaves are those of `patches_of`, for lines only
+    SurfaceLeaves leaves;
     BoxTree tree;
 };
 
