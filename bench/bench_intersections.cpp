@@ -1,7 +1,9 @@
 // Intersections of two plane curves, certified: rational cubics that cross 2, 9 and 30 times, and
 // outlines of 100 to 10,000 pieces against each other, which takes time near linear in pieces and
-// crossings; the same curves for SISL and Open CASCADE where they are found (without certificates).
+// crossings; the given `intersect`; the same curves for SISL and Open CASCADE where they are found
+// (without certificates).
 #include "velm/curves/intersections.h"
+#include "velm/planar/pole_curve_intersection.h"
 
 #include <benchmark/benchmark.h>
 
@@ -86,6 +88,28 @@ void Intersections(benchmark::State& state) {
     state.counters["found"] = static_cast<double>(found.size());
 }
 BENCHMARK(Intersections)->Arg(2)->Arg(9)->Arg(30);
+
+// The given `intersect`, which certifies nothing and may lose or repeat crossings.
+void Given(benchmark::State& state) {
+    const Pair pair = crossing(static_cast<int>(state.range(0)));
+    const auto make = [](const Chain& chain) {
+        ERVec<ERPole2DH> poles;
+        for (std::size_t i = 0; i < chain.poles.size(); i += 3)
+            poles.push_back(ERPole2DH(chain.poles[i], chain.poles[i + 1], chain.poles[i + 2]));
+        std::vector<double> knots = chain.knots();
+        return ERCpoleNURBS2D(poles, ERKnotVector(3, knots.data(), static_cast<int>(knots.size())));
+    };
+    const ERCpoleNURBS2D a = make(pair.a), b = make(pair.b);
+    ERVec<double> ta, tb;
+    for (auto _ : state) {
+        ta.clear();
+        tb.clear();
+        const int pairs = intersect(a, b, ta, tb);
+        benchmark::DoNotOptimize(pairs);
+    }
+    state.counters["found"] = ta.size();
+}
+BENCHMARK(Given)->Arg(2)->Arg(9)->Arg(30);
 
 void Outlines(benchmark::State& state) {
     const int pieces = static_cast<int>(state.range(0));

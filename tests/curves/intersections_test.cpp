@@ -1,5 +1,6 @@
 #include "velm/curves/intersections.h"
 
+#include "support/allocation_count.h"
 #include "support/test.h"
 #include "velm/curves/composite_curve.h"
 #include "velm/curves/detail/bernstein_rows.h"
@@ -157,6 +158,36 @@ void expect_places(const Curve& a, const Curve& b, std::vector<Expected> places,
             place.order % 2 == 0 ? IntersectionKind::crossing : IntersectionKind::touching;
         ASSERT_EQ(at.kind, kind) << text(found) << input;
         ASSERT_NE(at.before * at.after, 0) << text(found) << input;
+    }
+}
+
+TEST(Intersections, ARepeatedSearchAllocatesNothing) {
+    Random random(16);
+    std::vector<Row> rows;
+    for (int i = 0; i < 4; ++i)
+        for (int k = 0; k < 4; ++k) {
+            if (k == 0) rows.emplace_back();
+            const bool joined = k == 0 && i > 0;
+            const Row last =
+                joined ? Row(rows[std::size_t(i - 1)].end() - 3, rows[std::size_t(i - 1)].end())
+                       : Row{random.uniform(-1, 1), random.uniform(-1, 1), 1.0};
+            rows.back().insert(rows.back().end(), last.begin(), last.end());
+        }
+    std::vector<Row> turned = rows;
+    for (Row& row : turned)
+        for (std::size_t i = 0; i < row.size(); i += 3)
+            std::swap(row[i], row[i + 1]);
+    const Curve a = prepared(rows), b = prepared(turned), part = prepared(rows[1]);
+    std::vector<CurveIntersection> found;
+    for (const Curve* other : {&b, &part, &a}) { // crossings, a stretch, the curve itself
+        const auto search = [&] {
+            other == &a ? self_intersections(a, found) : intersections(a, *other, found);
+        };
+        search();
+        EXPECT_FALSE(found.empty());
+        const long before = velm_test::allocations();
+        search();
+        EXPECT_EQ(velm_test::allocations(), before);
     }
 }
 

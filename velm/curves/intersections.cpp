@@ -18,7 +18,8 @@ struct NodePair {
 // What a thread keeps from one search to the next, so that it doesn't allocate again.
 struct Workspace {
     std::vector<NodePair> waiting, left; // to be examined; those that the budget didn't reach
-    std::vector<Meeting> meetings;
+    PairSearch::Room search;
+    MeetingMerger::Room merging;
 };
 
 Workspace& workspace() {
@@ -51,7 +52,6 @@ public:
           search_(search) {}
 
     void run() {
-        space_.meetings.clear();
         space_.waiting.clear();
         space_.left.clear();
         const int top_a = a_.levels() - 1, top_b = b_.levels() - 1;
@@ -143,9 +143,10 @@ bool find(const PreparedPieces<2>& a, const PreparedPieces<2>& b,
           std::vector<CurveIntersection>& found, const IntersectionOptions& options) {
     found.clear();
     Workspace& space = workspace();
-    PairSearch search(a, b, options.tolerance, space.meetings);
+    PairSearch search(a, b, options.tolerance, space.search);
     TreeWalk(a, b, options, space, search).run();
-    if (!space.meetings.empty()) MeetingMerger(a, b, search).merge(space.meetings, found);
+    if (!space.search.meetings.empty())
+        MeetingMerger(a, b, search, space.merging).merge(space.search.meetings, found);
     if (!space.left.empty()) {
         for (const NodePair& pair : space.left)
             found.push_back(left_over(a, b, pair));

@@ -6,7 +6,7 @@
 //     for (const velm::CurveIntersection& i : found)
 //         if (i.kind == velm::IntersectionKind::crossing) use(i.point, i.a.t, i.b.t);
 //
-// Segments, arcs, conics, Bezier curves, NURBS curves and chains of them: whatever a prepared curve
+// Segments, arcs, conics, Bezier curves, NURBS curves and chains of them: all that a prepared curve
 // holds. A place comes once, whether or not it lies on joints, on the seam of a closed curve or
 // where the search has halved a piece; stretches in common come as intervals.
 //
@@ -87,8 +87,8 @@ struct IntersectionOptions {
 };
 
 /// All meetings of two curves in the order of a's parameter, an overlap's first. Returns whether
-/// nothing is unresolved. `found` is emptied first. The search allocates lists of the parts that
-/// are still to be examined and of the meetings.
+/// nothing is unresolved. `found` is emptied first. The search keeps its lists for the next one
+/// of the thread: one that is no larger allocates nothing, unless `found` has to grow.
 VELM_API bool intersections(const PreparedCurve<2>& a, const PreparedCurve<2>& b,
                             std::vector<CurveIntersection>& found,
                             const IntersectionOptions& options = {});

@@ -118,17 +118,41 @@ struct Task {
     double a_low, a_high, b_low, b_high;
 };
 
+// A rectangle of an entry, with the turns by which its curves are further than the first one's.
+struct Member {
+    std::size_t index;
+    int turn_a, turn_b;
+};
+
 struct Limits {
     double apart;    // parts farther apart than this don't come together
     double together; // places nearer than this do
     double straight;
 };
 
+// What a thread keeps from one search to the next, so that it doesn't allocate again.
+struct Workspace {
+    std::vector<NodePair> waiting;
+    std::vector<Task> tasks;
+    std::vector<Near> near;
+    std::vector<char> seen;
+    std::vector<double> reached;
+    std::vector<Member> members;
+};
+
+Workspace& workspace() {
+    thread_local Workspace own;
+    return own;
+}
+
 class Search {
 public:
     Search(const Tables& a, const Tables& b, const SpaceIntersectionOptions& options,
-           std::vector<Near>& near)
-        : a_(a), b_(b), near_(near), budget_(options.budget) {
+           Workspace& space)
+        : a_(a), b_(b), near_(space.near), budget_(options.budget), waiting_(space.waiting),
+          tasks_(space.tasks) {
+        near_.clear();
+        waiting_.clear();
         constexpr double default_part = 0x1p-30;
         const double tolerance =
             options.tolerance > 0.0 ? options.tolerance : default_part * (a.size + b.size);
@@ -321,15 +345,18 @@ private:
     int budget_;
     Limits limits_{};
     Vector shift_{};
-    std::vector<NodePair> waiting_;
-    std::vector<Task> tasks_;
+    std::vector<NodePair>& waiting_;
+    std::vector<Task>& tasks_;
 };
 
 // Makes one entry of the rectangles that hang together.
 class Merger {
 public:
-    Merger(const Tables& a, const Tables& b, std::vector<Near>& near)
-        : a_(a), b_(b), near_(near), seen_(near.size(), false) {
+    Merger(const Tables& a, const Tables& b, Workspace& space)
+        : a_(a), b_(b), near_(space.near), seen_(space.seen), reached_(space.reached),
+          members_(space.members) {
+        seen_.assign(near_.size(), 0);
+        reached_.clear();
         std::sort(near_.begin(), near_.end(), [](const Near& x, const Near& y) {
             return x.a.piece + x.a.from < y.a.piece + y.a.from;
         });
@@ -350,10 +377,6 @@ public:
     }
 
 private:
-    struct Member {
-        std::size_t index;
-        int turn_a, turn_b;
-    };
     struct Interval {
         double low = HUGE_VAL, high = -HUGE_VAL;
         void include(const PiecePart& part, int turns) {
@@ -363,22 +386,22 @@ private:
     };
 
     SpaceIntersection entry_from(std::size_t first) {
-        std::vector<Member> members{{first, 0, 0}};
-        seen_[first] = true;
-        for (std::size_t next = 0; next < members.size(); ++next) {
-            const Member from = members[next];
+        members_.assign(1, {first, 0, 0});
+        seen_[first] = 1;
+        for (std::size_t next = 0; next < members_.size(); ++next) {
+            const Member from = members_[next];
             for_neighbours(near_[from.index], [&](std::size_t i) {
                 int turn_a = 0, turn_b = 0;
                 const Near &x = near_[from.index], &y = near_[i];
                 if (seen_[i] || !touches(a_, x.a, y.a, touching_slack, turn_a) ||
                     !touches(b_, x.b, y.b, touching_slack, turn_b))
                     return;
-                seen_[i] = true;
-                members.push_back(
+                seen_[i] = 1;
+                members_.push_back(
                     {i, from.turn_a + turn_a * a_.count(), from.turn_b + turn_b * b_.count()});
             });
         }
-        return entry_of(members);
+        return entry();
     }
 
     // Those whose parts of a may touch this one's: the list is sorted by their starts, and
@@ -399,31 +422,31 @@ private:
         if (high >= a_.count() - rounding) range(0.0, 0.0);
     }
 
-    SpaceIntersection entry_of(const std::vector<Member>& members) const {
-        SpaceIntersection entry;
+    SpaceIntersection entry() const {
+        SpaceIntersection found;
         Interval on_a, on_b;
-        const Near* best = &near_[members.front().index];
-        for (const Member& member : members) {
+        const Near* best = &near_[members_.front().index];
+        for (const Member& member : members_) {
             const Near& x = near_[member.index];
             on_a.include(x.a, member.turn_a);
             on_b.include(x.b, member.turn_b);
             if (x.distance < best->distance) best = &x;
-            include(a_, x.a, entry.box);
-            include(b_, x.b, entry.box);
+            include(a_, x.a, found.box);
+            include(b_, x.b, found.box);
         }
         const Vector shift = difference(b_[best->b.piece].origin, a_[best->a.piece].origin);
         double u = best->u, v = best->v;
         approach(a_, a_[best->a.piece], b_, b_[best->b.piece], shift, u, v);
         u = std::clamp(u, best->a.from, best->a.to);
         v = std::clamp(v, best->b.from, best->b.to);
-        entry.a = a_.place(best->a.piece, u);
-        entry.b = b_.place(best->b.piece, v);
+        found.a = a_.place(best->a.piece, u);
+        found.b = b_.place(best->b.piece, v);
         const ERPoint3D p = a_.point(a_[best->a.piece], u), q = b_.point(b_[best->b.piece], v);
-        entry.distance = distance(p, q);
-        entry.point = milieu(p, q);
-        entry.a_parameters = parameters_along(a_, on_a.low, on_a.high);
-        entry.b_parameters = parameters_along(b_, on_b.low, on_b.high);
-        return entry;
+        found.distance = distance(p, q);
+        found.point = milieu(p, q);
+        found.a_parameters = parameters_along(a_, on_a.low, on_a.high);
+        found.b_parameters = parameters_along(b_, on_b.low, on_b.high);
+        return found;
     }
     static void include(const Tables& tables, const PiecePart& part, ERMinimax3D& box) {
         const Piece<3>& piece = tables[part.piece];
@@ -435,8 +458,9 @@ private:
     const Tables& a_;
     const Tables& b_;
     std::vector<Near>& near_;
-    std::vector<bool> seen_;
-    std::vector<double> reached_;
+    std::vector<char>& seen_;
+    std::vector<double>& reached_; // of each the farthest end up to it
+    std::vector<Member>& members_; // of the entry
 };
 
 } // namespace
@@ -444,9 +468,9 @@ private:
 bool intersections(const PreparedCurve<3>& a, const PreparedCurve<3>& b,
                    std::vector<SpaceIntersection>& found, const SpaceIntersectionOptions& options) {
     found.clear();
-    std::vector<Near> near;
-    const bool enough = Search(a.tables(), b.tables(), options, near).run();
-    Merger(a.tables(), b.tables(), near).merge(found);
+    Workspace& space = workspace();
+    const bool enough = Search(a.tables(), b.tables(), options, space).run();
+    Merger(a.tables(), b.tables(), space).merge(found);
     if (enough) return true;
     SpaceIntersection rest;
     rest.a = a.place(a.domain().start());

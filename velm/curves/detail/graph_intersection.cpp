@@ -24,7 +24,7 @@ void multiply(const double* a, int degree_a, const double* b, int degree_b, doub
             product[i + j] += a[i] * b[j];
 }
 
-// The derivative's coefficients but for the factor of the degree.
+// The derivative's coefficients except for the factor of the degree.
 void differentiate(double* c, int& count) {
     for (int i = 0; i + 1 < count; ++i)
         c[i] = c[i + 1] - c[i];

@@ -11,20 +11,38 @@
 namespace velm::detail {
 
 class MeetingMerger {
-public:
-    /// Of one curve with itself if both are the same object.
-    MeetingMerger(const PreparedPieces<2>& a, const PreparedPieces<2>& b, PairSearch& search)
-        : a_(a), b_(b), search_(search) {}
-
-    void merge(std::vector<Meeting>& meetings, std::vector<CurveIntersection>& found);
-
-private:
     struct Cluster {
         Stretch a, b;
         Stretch flat_a, flat_b; ///< of the parts in common
         CurveIntersection entry;
         bool is_flat = false, on_diagonal = false, sides_known = false;
     };
+    struct Link {
+        int from, to;
+        int turn_a, turn_b; ///< 1 if the curve passes its seam on the way
+    };
+
+public:
+    /// Lists that one use leaves to the next, so that it allocates nothing.
+    struct Room {
+        std::vector<Link> links;
+        std::vector<int> order, first_link, members, cluster_of;
+        std::vector<int> turns_a, turns_b;
+        std::vector<Cluster> clusters;
+        StretchEnds ends_a, ends_b; ///< of the clusters away from the diagonal
+    };
+
+    /// Of one curve with itself if both are the same object.
+    MeetingMerger(const PreparedPieces<2>& a, const PreparedPieces<2>& b, PairSearch& search,
+                  Room& room)
+        : a_(a), b_(b), search_(search), links_(room.links), order_(room.order),
+          first_link_(room.first_link), members_(room.members), cluster_of_(room.cluster_of),
+          turns_a_(room.turns_a), turns_b_(room.turns_b), clusters_(room.clusters),
+          ends_a_(room.ends_a), ends_b_(room.ends_b) {}
+
+    void merge(std::vector<Meeting>& meetings, std::vector<CurveIntersection>& found);
+
+private:
     /// What the rectangles of a cluster have in common.
     struct Summary {
         const Meeting* best = nullptr; ///< the narrowest of those with the highest order
@@ -32,10 +50,6 @@ private:
         bool all_at_angle = true;
         bool sides_agree = true;
         bool inside = true; ///< of pieces of both curves
-    };
-    struct Link {
-        int from, to;
-        int turn_a, turn_b; ///< 1 if the curve passes its seam on the way
     };
 
     bool of_itself() const { return &a_ == &b_; }
@@ -63,11 +77,11 @@ private:
     const PreparedPieces<2>& a_;
     const PreparedPieces<2>& b_;
     PairSearch& search_;
-    std::vector<Link> links_;
-    std::vector<int> order_, first_link_, members_, cluster_of_;
-    std::vector<int> turns_a_, turns_b_;
-    std::vector<Cluster> clusters_;
-    StretchEnds ends_a_, ends_b_; ///< of the clusters away from the diagonal
+    std::vector<Link>& links_;
+    std::vector<int>&order_, &first_link_, &members_, &cluster_of_;
+    std::vector<int>&turns_a_, &turns_b_;
+    std::vector<Cluster>& clusters_;
+    StretchEnds &ends_a_, &ends_b_;
 };
 
 } // namespace velm::detail

@@ -88,10 +88,10 @@ void PairSearch::run(const PiecePart& a, const PiecePart& b, int& budget) {
 
 void PairSearch::run_self(const PiecePart& part, int& budget) {
     // A part whose steps all lead forward along its chord doesn't meet itself.
-    std::vector<PiecePart> waiting{part};
-    while (!waiting.empty()) {
-        const PiecePart next = waiting.back();
-        waiting.pop_back();
+    parts_.assign(1, part);
+    while (!parts_.empty()) {
+        const PiecePart next = parts_.back();
+        parts_.pop_back();
         set_pair(next.piece, next.piece);
         whole_a_.cut(next.from, next.to, a_);
         bool forward = norm(a_.chord()) > 0.0;
@@ -102,8 +102,8 @@ void PairSearch::run_self(const PiecePart& part, int& budget) {
         const double middle = 0.5 * (next.from + next.to);
         const PiecePart before{next.piece, next.from, middle}, after{next.piece, middle, next.to};
         run(before, after, budget);
-        waiting.push_back(before);
-        waiting.push_back(after);
+        parts_.push_back(before);
+        parts_.push_back(after);
     }
 }
 

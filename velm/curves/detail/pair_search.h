@@ -28,10 +28,24 @@ struct Meeting {
 /// (Newton's method finds the place, the angle bounds it), or are so nearly parallel that the signs
 /// of GraphIntersection show all, or are points.
 class PairSearch {
+    struct Task {
+        double a_low, a_high, b_low, b_high;
+    };
+
 public:
-    PairSearch(const PreparedPieces<2>& a, const PreparedPieces<2>& b, double tolerance,
-               std::vector<Meeting>& meetings)
-        : tables_a_(a), tables_b_(b), tolerance_(tolerance), meetings_(meetings) {}
+    /// Lists that one search leaves to the next, so that it allocates nothing.
+    struct Room {
+        std::vector<Meeting> meetings; ///< what is found
+        std::vector<Task> tasks;
+        std::vector<PiecePart> parts;
+        std::vector<GraphZone> zones;
+    };
+
+    PairSearch(const PreparedPieces<2>& a, const PreparedPieces<2>& b, double tolerance, Room& room)
+        : tables_a_(a), tables_b_(b), tolerance_(tolerance), meetings_(room.meetings),
+          tasks_(room.tasks), parts_(room.parts), zones_(room.zones) {
+        meetings_.clear();
+    }
 
     /// Appends the meetings of the parts of two pieces. Takes from the budget; what is left when
     /// it ends is appended as unresolved.
@@ -43,9 +57,6 @@ public:
     bool settle(Meeting& meeting);
 
 private:
-    struct Task {
-        double a_low, a_high, b_low, b_high;
-    };
     /// Which of the parts is taken as a graph.
     struct GraphRoles {
         const CurvePart &graph, &other, &whole_other;
@@ -74,8 +85,9 @@ private:
     PlaneVector origin_{};
     MeetingLimits limits_{0.0, 0.0};
     CurvePart whole_a_, whole_b_, a_, b_, zone_;
-    std::vector<Task> tasks_;
-    std::vector<GraphZone> zones_;
+    std::vector<Task>& tasks_;
+    std::vector<PiecePart>& parts_; // that may meet themselves
+    std::vector<GraphZone>& zones_;
 };
 
 } // namespace velm::detail
