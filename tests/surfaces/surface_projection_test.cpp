@@ -8,6 +8,7 @@
 #include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/cone.h"
 #include "velm/surfaces/cylinder.h"
+#include "velm/surfaces/detail/direct_solve.h"
 #include "velm/surfaces/limit_normal.h"
 #include "velm/surfaces/nurbs_decomposer.h"
 #include "velm/surfaces/offset_surface.h"
@@ -146,6 +147,22 @@ void compare_kinds(int kinds, int thorough, Make make, Steps steps) {
 
 TEST(SurfaceProjection, NurbsFeetAreThoseOfTheStepsBitForBit) {
     compare_kinds(9, 7000, random_nurbs, &ProjectionSteps::of_nurbs);
+}
+
+// The ways to solve directly give the same foot where there is one only.
+TEST(SurfaceProjection, EveryWayToSolveDirectlyFindsTheFoot) {
+    using namespace velm::detail;
+    for (int n = counted(10000); n > 0; --n) {
+        const ERSpoleNURBS3D s = panel(10, 8, 0.1, true);
+        const ERPoint2D at(draw.uniform(0.1, 1.9), draw.uniform(-0.9, 0.9));
+        const ERPoint3D p = s(at) + velm::limit_normal(s, at.x(), at.y()) * 0.5;
+        ERPoint2D found[3];
+        EXPECT_EQ(solve_directly<DirectSolve::as_it_is>(s, p, 0.6, found[0], n % 2), 1);
+        EXPECT_EQ(solve_directly<DirectSolve::over_unit_knots>(s, p, 0.6, found[1], n % 2), 1);
+        EXPECT_EQ(solve_directly<DirectSolve::patch_by_patch>(s, p, 0.6, found[2], n % 2), 1);
+        for (const ERPoint2D& foot : found)
+            EXPECT_TRUE(isEqual(foot, at, 1e-6)) << foot << at;
+    }
 }
 
 ERSpoleBezier3DR random_patch(int kind) {

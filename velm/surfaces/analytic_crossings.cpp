@@ -23,7 +23,7 @@ struct LocalLine {
     ERVector3D o, d;
 
     ERVector3D at(double t) const { return o + d * t; }
-    /// a x^2 + b y^2 + c z^2 + constant.
+    // a x^2 + b y^2 + c z^2 + constant.
     Along quadric(double a, double b, double c, double constant) const {
         const ERVector3D weighted_o(a * o.i(), b * o.j(), c * o.k());
         const ERVector3D weighted_d(a * d.i(), b * d.j(), c * d.k());

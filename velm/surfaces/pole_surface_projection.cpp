@@ -3,6 +3,7 @@
 #include "velm/planar/convex_hull.h"
 #include "velm/planar/point_in_polygon.h"
 #include "velm/surfaces/bezier_surface.h"
+#include "velm/surfaces/detail/direct_solve.h"
 #include "velm/surfaces/detail/projection_cache.h"
 #include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/plane.h"
@@ -155,9 +156,9 @@ public:
                 return search_halves(*kept.halves, parameter);
             }
         }
-        ERPoint3D foot = p_;
-        return ++solved_ <= most_solved && SeedProjection(surface, p_, distance_, parameter) &&
-               ReajustAtSeam(surface, foot, parameter, in_bound_);
+        using namespace velm::detail;
+        return ++solved_ <= most_solved &&
+               solve_directly<direct_solve_in_use>(surface, p_, distance_, parameter, in_bound_);
     }
 
 private:

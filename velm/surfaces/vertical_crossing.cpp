@@ -107,7 +107,11 @@ void VerticalSolution(const ERAnyBoundedSurface& surface, const ERPoint3D& p,
     if (!VerticalNewton(surface, on, parameter, 0)) return;
     if (!surface.getBoundU().inBound(parameter.x()) || !surface.getBoundV().inBound(parameter.y()))
         return;
-    ERInfoPoint3DSurf solution = surface.PtCur(parameter.x(), parameter.y());
+    // A library built without derivatives gives parameter and point alone.
+    constexpr bool with_derivatives = true;
+    ERInfoPoint3DSurf solution = with_derivatives
+                                     ? surface.PtCur(parameter.x(), parameter.y())
+                                     : ERInfoPoint3DSurf(parameter, surface(parameter));
     result.AddPointSolution(solution);
 }
 
