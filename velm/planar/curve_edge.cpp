@@ -201,17 +201,33 @@ CurveEdge::Foot CurveEdge::nearest(const ERPoint2D& p) const {
     return {found.point, std::clamp(range.ratio(found.t), 0.0, 1.0)};
 }
 
-// By halving the stretch until its x range lies to one side of p.
+// By halving the stretch, first at the joints of its pieces, until its x range lies to one side of
+// p.
 bool CurveEdge::lies_right(const Stretch& stretch, const ERPoint2D& p) const {
     if (p.x() < stretch.xmin) return true;
     if (p.x() > stretch.xmax) return false;
     double from = stretch.from, to = stretch.to;
-    ERPoint2D at = stretch.first;
-    for (;;) {
+    const auto is_reached = [&](const ERPoint2D& at) { return (at.y() > p.y()) == stretch.rising; };
+    int piece = prepared_.place(from).piece, last = prepared_.place(to).piece;
+    while (piece < last) {
+        const int middle = piece + (last - piece) / 2;
+        const double joint = prepared_.piece(middle).parameters.end();
+        if (is_reached(prepared_(joint))) {
+            to = std::min(to, joint);
+            last = middle;
+        } else {
+            from = joint;
+            piece = middle + 1;
+        }
+    }
+    const ERMinimax2D box = prepared_.node_box(0, piece);
+    if (p.x() < box.xmin) return true;
+    if (p.x() > box.xmax) return false;
+    for (ERPoint2D at = prepared_(from);;) {
         const double middle = 0.5 * (from + to);
         if (!(from < middle && middle < to)) return at.x() > p.x();
         at = prepared_(middle);
-        ((at.y() > p.y()) == stretch.rising ? to : from) = middle;
+        (is_reached(at) ? to : from) = middle;
     }
 }
 
