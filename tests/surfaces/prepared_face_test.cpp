@@ -194,6 +194,53 @@ struct PolygonPlace {
     }
 };
 
+// A waved bicubic surface over [0, 1] x [0, 3], steeper along v.
+ERSpoleNURBS3D waves() {
+    ERMatrix<ERPole3DH> poles(7, 6);
+    for (int j = 0; j < 7; ++j)
+        for (int i = 0; i < 6; ++i)
+            poles(j, i) = ERPole3DH(ERPoint3D(i, 4 * j, std::sin(2.0 * i + j)), 1.0);
+    return {poles, ERKnotVector(3, 6, {0, 1}), ERKnotVector(3, 7, {0, 3})};
+}
+
+TEST(PreparedFace, PlacesAmongRandomCurvesThatCrossThemselves) {
+    int compared = 0, edges = 0;
+    for (int round = 0; round < 60; ++round) {
+        ERVec<ERPole2DH> poles;
+        for (int i = 0; i < 9; ++i) {
+            const double w = draw.uniform(0.1, 4);
+            const ERPoint2D p(draw.uniform(0, 1), draw.uniform(0, 3));
+            poles.push_back(ERPole2DH(i == 5 ? poles[4] : ERPole2DH(p * w, w))); // also cusps
+        }
+        if (round % 4 != 0) poles.push_back(poles[0]); // else open, and closed by a bridge
+        ERCpoleNURBS2D curve(poles, 1 + round % 4);
+        ERTrimmedSurface trimmed(waves());
+        trimmed.addBound(curve, Boundary::outer);
+        const auto face = velm::prepare_face(trimmed);
+        ASSERT_TRUE(face) << round;
+        EXPECT_EQ(face->gaps().empty(), round % 4 != 0);
+        std::vector<ERPoint2D> polygon;
+        for (int i = 0; i < 4096; ++i)
+            polygon.push_back(curve(i / 4095.0));
+        for (int i = 0; i < 60; ++i) {
+            const ERPoint2D p(draw.uniform(0, 1), draw.uniform(0, 3));
+            const PolygonPlace oracle(polygon, p, 1.0);
+            const velm::TrimFoot foot = face->nearest_trim(p);
+            EXPECT_LE(foot.distance, distance(foot.point, face->surface()(p.x(), p.y())) + 1e-12);
+            if (oracle.distance > 2e-3 && face->gaps().empty()) {
+                EXPECT_EQ(face->place(p), oracle.inside ? FacePlace::inside : FacePlace::outside)
+                    << round << " " << p;
+                ++compared;
+            }
+            const double part = draw.uniform(0, 1);
+            const int edge = draw.below(face->edges(0));
+            edges += face->place(face->parameter(0, edge, part)) == FacePlace::on_edge;
+        }
+    }
+    EXPECT_EQ(edges, 60 * 60);
+    EXPECT_GT(compared, 2400);
+}
+
 class RealFaces : public testing::Test {
 protected:
     void SetUp() override {

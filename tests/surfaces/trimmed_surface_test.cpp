@@ -386,6 +386,23 @@ TEST(TrimmedSurface, ProjectionsAreFiltered) {
         ERVector3D normal;
         EXPECT_EQ(f.ProjectionNormale(p, on, normal), f.isInBound(at));
     }
+    // A surface of poles over the plane, through the hole and beside it.
+    ERMatrix<ERPole3DH> poles(3, 3);
+    for (int i = 0; i < 9; ++i)
+        poles(i / 3, i % 3) = ERPole3DH(ERPoint3D(i % 3, i / 3, i == 4), 1.0);
+    const ERKnotVector knots(2, 3, {0, 2});
+    ERTrimmedSurface patch(ERSpoleNURBS3D(poles, knots, knots));
+    patch.addBound(circle(1, 1, 0.9), Boundary::outer);
+    patch.addBound(circle(1, 1, 0.2), Boundary::inner);
+    for (int i = 0; i < 200; ++i) {
+        const ERPoint2D at(draw.uniform(0.05, 1.95), draw.uniform(0.05, 1.95));
+        ERRaySurfaceResult all, inside;
+        patch.ProjectPoint(ERPoint3D(at.x(), at.y(), 9), all, 0);
+        patch.ProjectPoint(ERPoint3D(at.x(), at.y(), 9), {0, 0, 1}, inside, 1);
+        ASSERT_GE(all.size(), 1) << at;
+        EXPECT_TRUE(isEqual(all.begin()->parametre(), at, 1e-6));
+        EXPECT_EQ(inside.empty(), !patch.isInBound(at)) << at;
+    }
     ERRaySurfaceResult result; // solutions that were there before go as well
     for (const ERPoint2D& at : {ERPoint2D(3, 2), ERPoint2D(2, 2), ERPoint2D(4.5, 2)}) {
         ERInfoPoint3DSurf solution = f.PtCur(at);

@@ -43,6 +43,20 @@ double nearest_part(const Contour& contour, int edge, const ERPoint2D& p) {
                          : 0.0;
 }
 
+// Whether a node of the curve's tree from `first` on, before `last`, has a piece whose box meets
+// the given one.
+bool comes_near(const PreparedCurve<2>& curve, const ERMinimax2D& box, int level, int first,
+                int last) {
+    constexpr int fan = 8; // pieces or nodes under a node
+    for (int i = first; i < last; ++i) {
+        if (curve.node_box(level, i) | box) continue;
+        if (level == 0) return true;
+        const int end = std::min(fan * (i + 1), curve.nodes(level - 1));
+        if (comes_near(curve, box, level - 1, fan * i, end)) return true;
+    }
+    return false;
+}
+
 // The foot on an edge, from the nearest place in the parameters: Gauss and Newton's step for the
 // distance on the surface, as long as it gets smaller.
 TrimFoot polished(const FaceTables& face, const Contour& contour, int edge, double part,
@@ -99,18 +113,25 @@ public:
         const ERVector2D reach = reach_of(face, jet, distance);
         const ERMinimax2D near(at.x() - reach[0], at.x() + reach[0], at.y() - reach[1],
                                at.y() + reach[1]);
+        const FacePlace without = loop.hole ? FacePlace::inside : FacePlace::outside;
+        if (loop.box | near) return without;
         bool on_edge = false;
-        loop.tree.visit(near, [&](int edge) { on_edge = on_edge || lies_on(loop, edge); });
+        loop.tree.visit(near, [&](int edge) { on_edge = on_edge || lies_on(loop, edge, near); });
         if (on_edge) return FacePlace::on_edge;
-        const bool enclosed = loop.box.contains(at) && loop.tree.encloses(at);
-        return enclosed != loop.hole ? FacePlace::inside : FacePlace::outside;
+        if (!loop.box.contains(at) || !loop.tree.encloses(at)) return without;
+        return loop.hole ? FacePlace::outside : FacePlace::inside;
     }
 
 private:
-    bool lies_on(const FaceLoop& loop, int edge) const {
+    bool lies_on(const FaceLoop& loop, int edge, const ERMinimax2D& near) const {
         const double distance =
             std::max(face.tolerance, loop.bridges[static_cast<std::size_t>(edge)]);
         const Contour& contour = loop.tree.contour();
+        if (const CurveEdge* const curve = contour.curve(edge)) {
+            const int top = curve->prepared().levels() - 1;
+            const int nodes = curve->prepared().nodes(top);
+            if (!comes_near(curve->prepared(), near, top, 0, nodes)) return false;
+        }
         const double part = nearest_part(contour, edge, at);
         return polished(face, contour, edge, part, jet.point).distance <= distance;
     }
