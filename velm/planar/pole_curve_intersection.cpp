@@ -1,5 +1,6 @@
 #include "velm/planar/pole_curve_intersection.h"
 
+#include "velm/curves/detail/bernstein_rows.h"
 #include "velm/curves/detail/knot_search.h"
 #include "velm/curves/detail/pole_arrays.h"
 #include "velm/curves/detail/spline_rows.h"
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -59,17 +61,9 @@ using velm::detail::row_of;
 constexpr int deepest_level = 100;
 constexpr double length_tolerance = 1e-07; // not read: the lengths of segments are exact
 
-ERVec<ERPoint2D> pole_points(const ERVec<ERPole2DH>& poles) {
-    ERVec<ERPoint2D> points(poles.size());
-    std::transform(poles.cbegin(), poles.cend(), points.begin(),
-                   [](const ERPole2DH& pole) { return pole.castToPoint(); });
-    return points;
-}
-
-// The convex hull of poles as a closed polygon, with the ordinates it reaches.
+// The convex hull of points as a closed polygon, with the ordinates it reaches.
 struct Hull {
-    explicit Hull(const ERVec<ERPole2DH>& poles)
-        : outline(CalculateConvexeHull(pole_points(poles))) {
+    explicit Hull(const ERVec<ERPoint2D>& points) : outline(CalculateConvexeHull(points)) {
         for (const ERPoint2D& p : outline.view()) {
             lowest = std::min(lowest, p.y());
             highest = std::max(highest, p.y());
@@ -88,33 +82,62 @@ struct Hull {
     double highest = -HUGE_VAL;
 };
 
-// A part of a curve over its own limits. REQUIRES finite pole points.
-struct Part {
-    explicit Part(const ERCpoleBezier2DR& part)
-        : curve(part), hull(part.getPoles()), length(curve.upperEstimate()),
-          chord(distance(curve.firstPt(), curve.lastPt())) {}
+// A part of a curve over its own limits; its ends are those of the poles, exactly. What needs its
+// points REQUIRES that they are finite.
+class Part {
+public:
+    Part(const ERVec<ERPole2DH>& poles_of_part, const ERLimites& limits_of_part)
+        : poles(poles_of_part), limits(limits_of_part), points(poles.size()) {
+        ERPoint2D* next = points.writable().data();
+        for (const ERPole2DH& pole : poles_of_part.view()) {
+            const ERPoint2D p = pole.castToPoint();
+            finite = finite && std::fabs(p.x()) < greatest && std::fabs(p.y()) < greatest;
+            lowest_ = std::min(lowest_, p.y());
+            highest_ = std::max(highest_, p.y());
+            if (next != points.data()) length += distance(next[-1], p);
+            *next++ = p;
+        }
+        chord = finite ? distance(first(), last()) : 0.0;
+    }
+
+    const ERPoint2D& first() const { return points.view().front(); }
+    const ERPoint2D& last() const { return points.view().back(); }
     // Also for a ratio of NaN, that of a part without length.
     bool is_flat() const {
         constexpr double flatness = 0.01;
         return !(1.0 - chord / length >= flatness);
     }
+    // Whether the hulls touch, which are made when they are needed. The ordinates of the poles hold
+    // those of the hull.
+    bool touches(const Part& other) const {
+        if (!(lowest_ <= other.highest_ && other.lowest_ <= highest_)) return false;
+        return hull().touches(other.hull());
+    }
+    Part part(double start, double end) const {
+        const ERLimites whole = limits, wanted(start, end), ratios = whole.ratio(wanted);
+        ERVec<ERPole2DH> own(poles);
+        velm::detail::restrict_row(row_of(own), ratios.start(), ratios.end());
+        return {own, wanted};
+    }
+    ERCpoleBezier2DR curve() const { return {poles, limits}; }
 
-    ERCpoleBezier2DR curve;
-    Hull hull;
-    double length;
-    double chord;
+    ERVec<ERPole2DH> poles;
+    ERLimites limits;
+    ERVec<ERPoint2D> points;
+    bool finite = true; // and so are the squares of lengths between the points
+    double length = 0.0;
+    double chord = 0.0;
+
+private:
+    const Hull& hull() const {
+        if (!hull_) hull_.emplace(points);
+        return *hull_;
+    }
+
+    static constexpr double greatest = 1e150;
+    double lowest_ = HUGE_VAL, highest_ = -HUGE_VAL;
+    mutable std::optional<Hull> hull_;
 };
-
-// Whether the squares of lengths between the points that the poles stand for are finite.
-template <class Curve>
-bool has_finite_points(const Curve& curve) {
-    constexpr double greatest = 1e150;
-    const auto poles = curve.getPoles().view();
-    return !poles.empty() && std::all_of(poles.begin(), poles.end(), [](const ERPole2DH& pole) {
-        const ERPoint2D p = pole.castToPoint();
-        return std::fabs(p.x()) < greatest && std::fabs(p.y()) < greatest;
-    });
-}
 
 // The pairs of parameters of two curves, in the order in which they are found.
 class PairFinder {
@@ -134,22 +157,20 @@ private:
     bool divide(const Part& first, const Part& second, bool swapped, int level) {
         const bool longer_first = first.length >= second.length;
         const Part &longer = longer_first ? first : second, &other = longer_first ? second : first;
-        ERCpoleBezier2DR halves[2];
-        if (!longer.curve.split(halves[0], halves[1]) || !has_finite_points(halves[0]) ||
-            !has_finite_points(halves[1]))
-            return false;
-        for (const ERCpoleBezier2DR& half : halves) {
-            const Part part(half);
-            if (part.hull.touches(other.hull))
-                find(part, other, swapped == longer_first, level + 1);
-        }
+        const double start = longer.limits.start(), end = longer.limits.end();
+        const double middle = (start + end) * 0.5;
+        if (!(middle > start && middle < end)) return false;
+        const Part halves[2] = {longer.part(start, middle), longer.part(middle, end)};
+        if (!halves[0].finite || !halves[1].finite) return false;
+        for (const Part& half : halves)
+            if (half.touches(other)) find(half, other, swapped == longer_first, level + 1);
         return true;
     }
 
     void solve(const Part& first, const Part& second, bool swapped) {
         ERVec<double> fractions(2);
         if (!start_of(first, second, fractions)) return;
-        ERCpoleBezier2DR a = first.curve, b = second.curve;
+        ERCpoleBezier2DR a = first.curve(), b = second.curve();
         if (!scale_up(a, b)) return;
         FonctionnelleIntersectionDeBezier problem(a, b);
         constexpr double flatness_ratio = 1e-12, residual = 1e-09;
@@ -163,13 +184,9 @@ private:
         tb_.push_back(swapped ? on_first : on_second);
     }
 
-    static ERSegment2D chord_of(ERCpoleBezier2DR curve) {
-        return {curve.firstPt(), curve.lastPt()};
-    }
-
     // The fractions at which the lines through the ends meet, by distance: never negative.
     static bool start_of(const Part& first, const Part& second, ERVec<double>& fractions) {
-        const ERSegment2D s1 = chord_of(first.curve), s2 = chord_of(second.curve);
+        const ERSegment2D s1(first.first(), first.last()), s2(second.first(), second.last());
         const double sine =
             velm::cross(s1.dirVector().getnormalized(), s2.dirVector().getnormalized());
         ERPoint2D p;
@@ -198,12 +215,13 @@ private:
     ERVec<double>& tb_;
 };
 
-template <class Value>
-bool are_equal(const ERVec<Value>& a, const ERVec<Value>& b) {
+bool are_equal(const ERVec<ERPole2DH>& a, const ERVec<ERPole2DH>& b) {
     return std::equal(a.cbegin(), a.cend(), b.cbegin(), b.cend());
 }
-bool are_equal(const ERCpoleBezier2DR& a, const ERCpoleBezier2DR& b) {
-    return are_equal(a.getPoles(), b.getPoles());
+// Whether two pole arrays are the same exactly, or one is the other turned round.
+bool are_same_poles(const ERVec<ERPole2DH>& a, const ERVec<ERPole2DH>& b) {
+    const auto u = a.view(), v = b.view();
+    return are_equal(a, b) || (u.size() == v.size() && std::equal(u.begin(), u.end(), v.rbegin()));
 }
 // With knots that divide the two intervals alike, up to the roundings of a map between them.
 bool are_equal(const ERCpoleNURBS2D& a, const ERCpoleNURBS2D& b) {
@@ -221,16 +239,14 @@ bool are_equal(const ERCpoleNURBS2D& a, const ERCpoleNURBS2D& b) {
     return true;
 }
 
-template <class Curve>
-bool is_reverse_of(Curve a, const Curve& b) {
+bool is_reverse_of(ERCpoleNURBS2D a, const ERCpoleNURBS2D& b) {
     a.reverse();
     return are_equal(a, b);
 }
 
-// Whether two curves have exactly the same poles, or one is the other turned round.
-// Where the pieces of such curves have common points is decided by roundings.
-template <class Curve>
-bool are_same_curve(const Curve& a, const Curve& b) {
+// Whether two curves are the same, or one is the other turned round. Where the pieces of such
+// curves have common points is decided by roundings.
+bool are_same_curve(const ERCpoleNURBS2D& a, const ERCpoleNURBS2D& b) {
     return are_equal(a, b) || is_reverse_of(a, b) || is_reverse_of(b, a);
 }
 
@@ -246,8 +262,8 @@ std::vector<Part> bezier_parts(const ERCpoleNURBS2D& curve) {
             knots.knots + s,
             row_of(curve.getPoles().view().subspan(std::size_t(s - p), std::size_t(p) + 1)),
             row_of(poles));
-        const ERCpoleBezier2DR span(poles, ERLimites(knots[s], knots[s + 1]));
-        if (has_finite_points(span)) parts.emplace_back(span);
+        Part span(poles, ERLimites(knots[s], knots[s + 1]));
+        if (span.finite) parts.push_back(std::move(span));
     }
     return parts;
 }
@@ -255,23 +271,28 @@ std::vector<Part> bezier_parts(const ERCpoleNURBS2D& curve) {
 } // namespace
 
 int intersect(ERCpoleBezier2DR a, ERCpoleBezier2DR b, ERVec<double>& ta, ERVec<double>& tb) {
-    for (ERCpoleBezier2DR* const curve : {&a, &b})
+    for (ERCpoleBezier2DR* const curve : {&a, &b}) {
         curve->adjust();
-    if (has_finite_points(a) && has_finite_points(b) && !are_same_curve(a, b))
-        PairFinder(ta, tb).find(Part(a), Part(b), false);
+        if (curve->getPoles().empty()) return ta.size();
+    }
+    const Part part(a.getPoles(), a.getBound()), other(b.getPoles(), b.getBound());
+    if (part.finite && other.finite && !are_same_poles(part.poles, other.poles))
+        PairFinder(ta, tb).find(part, other, false);
     return ta.size();
 }
 
 int intersect(ERCpoleNURBS2D a, ERCpoleNURBS2D b, ERVec<double>& ta, ERVec<double>& tb) {
     for (ERCpoleNURBS2D* const curve : {&a, &b}) {
         curve->adjust();
-        if (!curve->isValid() || !has_finite_points(*curve)) return ta.size();
+        if (!curve->isValid() || curve->getPoles().empty()) return ta.size();
     }
-    if (are_same_curve(a, b) || !Hull(a.getPoles()).touches(Hull(b.getPoles()))) return ta.size();
+    const Part whole_a(a.getPoles(), a.getBound()), whole_b(b.getPoles(), b.getBound());
+    if (!whole_a.finite || !whole_b.finite || are_same_curve(a, b) || !whole_a.touches(whole_b))
+        return ta.size();
     const std::vector<Part> parts = bezier_parts(a), others = bezier_parts(b);
     for (const Part& part : parts) {
         for (const Part& other : others) {
-            if (part.hull.touches(other.hull) && !are_same_curve(part.curve, other.curve))
+            if (part.touches(other) && !are_same_poles(part.poles, other.poles))
                 PairFinder(ta, tb).find(part, other, false);
         }
     }
