@@ -113,8 +113,14 @@ ERPoint2D* chain_over(Iterator point, Iterator end, const TurnTest& test, ERPoin
 
 ERVec<ERPoint2D> CalculateConvexeHull(ERVec<ERPoint2D> points) {
     if (points.size() < 2) return points;
-    std::vector<ERPoint2D> sorted(points.view().begin(), points.view().end());
-    std::vector<ERPoint2D> scratch(sorted.size());
+    // A thread keeps room for the hulls of a few points, of which algorithms ask many.
+    constexpr int few = 64;
+    thread_local std::vector<ERPoint2D> kept[2];
+    std::vector<ERPoint2D> own[2];
+    std::vector<ERPoint2D>& sorted = points.size() <= few ? kept[0] : own[0];
+    std::vector<ERPoint2D>& scratch = points.size() <= few ? kept[1] : own[1];
+    sorted.assign(points.view().begin(), points.view().end());
+    scratch.resize(sorted.size());
     const velm::detail::Extent extent(sorted);
     velm::detail::sort_by_x_then_y(sorted, scratch, extent);
     const TurnTest descending(extent, Walk::descending);

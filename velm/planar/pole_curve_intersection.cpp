@@ -18,19 +18,29 @@
 #include <utility>
 #include <vector>
 
+namespace {
+
+constexpr int coordinates = 3; // x, y and the weight
+
+// Of no poles three empty polynomials, whose quotients are NaN.
+ERTValVector<ERPolynome> power_of(const ERCpoleBezier2DR& curve) {
+    return curve.getPoles().empty() ? ERTValVector<ERPolynome>(coordinates) : curve.getSpanPower(0);
+}
+
+ERTValVector<ERPolynome> derived_of(const ERTValVector<ERPolynome>& power) {
+    ERTValVector<ERPolynome> derived(coordinates);
+    for (int i = 0; i < coordinates; ++i)
+        derived[i] = power[i].getDerived(1);
+    return derived;
+}
+
+} // namespace
+
 FonctionnelleIntersectionDeBezier::FonctionnelleIntersectionDeBezier(const ERCpoleBezier2DR& a,
                                                                      const ERCpoleBezier2DR& b)
-    : powerA(a.getSpanPower(0)), powerB(b.getSpanPower(0)), limitsA(a.udeb(), a.ufin()),
-      limitsB(b.udeb(), b.ufin()), work(2) {
-    constexpr int coordinates = 3;
-    for (auto* const power : {&powerA, &powerB})
-        power->resize(coordinates); // of no poles there is none: 0 / 0
-    derivedA = powerA;
-    derivedB = powerB;
-    for (auto* const derived : {&derivedA, &derivedB})
-        for (ERPolynome& p : *derived)
-            p = p.getDerived(1);
-}
+    : powerA(power_of(a)), powerB(power_of(b)), derivedA(derived_of(powerA)),
+      derivedB(derived_of(powerB)), limitsA(a.udeb(), a.ufin()), limitsB(b.udeb(), b.ufin()),
+      work(2) {}
 
 ERVec<double> FonctionnelleIntersectionDeBezier::f(const ERVec<double>& x) {
     constexpr int weight = 2;
@@ -97,16 +107,11 @@ public:
             if (next != points.data()) length += distance(next[-1], p);
             *next++ = p;
         }
-        chord = finite ? distance(first(), last()) : 0.0;
+        if (finite) flat = !(1.0 - distance(first(), last()) / length >= flatness);
     }
 
     const ERPoint2D& first() const { return points.view().front(); }
     const ERPoint2D& last() const { return points.view().back(); }
-    // Also for a ratio of NaN, that of a part without length.
-    bool is_flat() const {
-        constexpr double flatness = 0.01;
-        return !(1.0 - chord / length >= flatness);
-    }
     // Whether the hulls touch, which are made when they are needed. The ordinates of the poles hold
     // those of the hull.
     bool touches(const Part& other) const {
@@ -126,7 +131,7 @@ public:
     ERVec<ERPoint2D> points;
     bool finite = true; // and so are the squares of lengths between the points
     double length = 0.0;
-    double chord = 0.0;
+    bool flat = true; // also for a ratio of NaN, that of a part without length
 
 private:
     const Hull& hull() const {
@@ -134,7 +139,7 @@ private:
         return *hull_;
     }
 
-    static constexpr double greatest = 1e150;
+    static constexpr double greatest = 1e150, flatness = 0.01;
     double lowest_ = HUGE_VAL, highest_ = -HUGE_VAL;
     mutable std::optional<Hull> hull_;
 };
@@ -146,7 +151,7 @@ public:
 
     // `swapped`: the second curve is first here.
     void find(const Part& first, const Part& second, bool swapped, int level = 0) {
-        const bool flat = first.is_flat() && second.is_flat();
+        const bool flat = first.flat && second.flat;
         if (!flat && level < deepest_level && divide(first, second, swapped, level)) return;
         solve(first, second, swapped);
     }
