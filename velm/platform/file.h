@@ -122,6 +122,10 @@ public:
 
     bool is_open() const { return m_hFile >= 0; }
 
+protected:
+    /// Moves the position to a place in the file that the caller has come from or has read up to.
+    void return_to(ULONGLONG position) { m_position = position; }
+
 private:
     [[noreturn]] void raise(int os_error) const;
     [[noreturn]] void raise_cause(int cause) const;

@@ -9,6 +9,16 @@ namespace {
 
 constinit SystemFiles* replacement = nullptr;
 
+// There before any constructor runs, and never destroyed: a host's static objects may close their
+// files at exit.
+union Immortal {
+    SystemFiles files;
+
+    constexpr Immortal() : files() {}
+    constexpr ~Immortal() {}
+};
+constinit Immortal system_itself;
+
 // Locks of the open file description: they apply to byte ranges, distinguish readers from writers,
 // belong to the descriptor and not to the process, and outlast the closing of another descriptor
 // of the same file.
@@ -73,11 +83,7 @@ int SystemFiles::is_locked(int file, off_t byte) {
     return range.l_type != F_UNLCK;
 }
 
-SystemFiles& system_files() {
-    // Never destroyed: a host's static objects may close their files at exit.
-    static SystemFiles& system = *new SystemFiles;
-    return replacement != nullptr ? *replacement : system;
-}
+SystemFiles& system_files() { return replacement != nullptr ? *replacement : system_itself.files; }
 
 SystemFiles* set_system_files(SystemFiles* operations) {
     SystemFiles* const previous = replacement;

@@ -18,7 +18,7 @@ BlockCache::Block* BlockCache::find(long offset) {
     return block.offset == offset ? &block : nullptr;
 }
 
-const char* BlockCache::look(long offset, std::size_t size) {
+char* BlockCache::edit(long offset, std::size_t size) {
     Block* const block = find(offset);
     if (block == nullptr || block->size != size) return nullptr;
     block->asked_for = 1;

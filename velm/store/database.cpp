@@ -37,8 +37,9 @@ void ERAuxilaryIndex::init(ERFileManager& file) {
 int ERAuxilaryIndex::Find(long key, long& value) const {
     if (!index) return 0;
     const NumberKey bytes(key);
-    if (!index->contains(bytes)) return 0;
-    value = index->findValue(bytes);
+    const long found = index->findValue(bytes);
+    if (found == -1 && !index->contains(bytes)) return 0;
+    value = found;
     return 1;
 }
 

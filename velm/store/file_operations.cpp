@@ -168,26 +168,35 @@ void ERFileManager::write_node(long offset, const void* source, std::size_t size
     now.window_size = 0;
     now.wrote = true;
     const bool of_tree = kind == NodeKind::of_tree;
-    if (is_free_space(offset, size)) {
-        // A batch puts the last image in this place when it ends.
-        if (!now.batch || !now.batch->nodes.contains(offset)) change(offset, source, size);
-    } else {
-        const char* const known = kept->look(offset, size);
-        const std::string read = known ? std::string() : old_image(offset, size);
-        const char* const old = known ? known : read.data();
-        if (!now.batch) {
-            now.log.add(offset, source, old, size, of_tree);
-        } else if (auto& node = now.batch->nodes[offset]; node.image.empty()) {
-            node.old.assign(old, size);
-        }
-    }
     if (now.batch) {
-        OperationState::BatchNode& node = now.batch->nodes[offset];
-        node.image.assign(static_cast<const char*>(source), size);
-        node.of_tree = of_tree;
+        gather_node(offset, source, size, of_tree);
+    } else if (is_free_space(offset, size)) {
+        change(offset, source, size);
+        kept->put(offset, source, size);
+    } else if (char* const known = kept->edit(offset, size)) {
+        now.log.add(offset, source, known, size, of_tree);
+        std::memcpy(known, source, size);
+    } else {
+        now.log.add(offset, source, old_image(offset, size).data(), size, of_tree);
+        kept->put(offset, source, size);
     }
-    kept->put(offset, source, size);
     step.finish();
+}
+
+// A batch puts the last image of a node in its place when it ends.
+void ERFileManager::gather_node(long offset, const void* source, std::size_t size, bool of_tree) {
+    OperationState::BatchNode* node = operation->batch->find(offset);
+    if (node == nullptr) {
+        const bool is_new = is_free_space(offset, size);
+        if (is_new) change(offset, source, size);
+        node = &operation->batch->add(offset, of_tree);
+        if (!is_new) {
+            const char* const known = kept->look(offset, size);
+            node->old = known ? std::string(known, size) : old_image(offset, size);
+        }
+        kept->erase(offset);
+    }
+    node->image.assign(static_cast<const char*>(source), size);
 }
 
 void ERFileManager::Write(const void* buffer, UINT count) {
@@ -198,7 +207,7 @@ void ERFileManager::Write(const void* buffer, UINT count) {
     if (now.changes > 0) {
         doubt_what_is_kept(static_cast<long>(position), count);
         change(static_cast<long>(position), buffer, count);
-        Seek(static_cast<LONGLONG>(position + count), begin);
+        return_to(position + count);
         return;
     }
     settle();
@@ -256,12 +265,12 @@ void ERFileManager::end_batch() {
         const OperationState::BatchNode* node;
     };
     std::vector<InPlace> in_place;
-    for (const auto& [offset, node] : now.batch->nodes) {
+    for (const OperationState::BatchNode& node : now.batch->nodes) {
         if (node.old.empty())
-            now.log.add_fresh(offset, node.image.data(), node.image.size(), false);
+            now.log.add_fresh(node.offset, node.image.data(), node.image.size(), false);
         else
             in_place.push_back(
-                {height_of(*this, node.image.data(), node.image.size()), offset, &node});
+                {height_of(*this, node.image.data(), node.image.size()), node.offset, &node});
     }
     std::sort(in_place.begin(), in_place.end(), [](const InPlace& a, const InPlace& b) {
         return std::tie(b.height, a.offset) < std::tie(a.height, b.offset);
@@ -269,6 +278,9 @@ void ERFileManager::end_batch() {
     for (const InPlace& entry : in_place)
         now.log.add(entry.offset, entry.node->image.data(), entry.node->old.data(),
                     entry.node->image.size(), entry.node->of_tree);
+    for (const OperationState::BatchNode& node : now.batch->nodes)
+        kept->put(node.offset, node.image.data(), node.image.size());
+    now.batch->places.clear();
     now.batch->nodes.clear();
 }
 
@@ -286,17 +298,16 @@ std::size_t ERFileManager::read_image(long offset, void* target, std::size_t cou
 
 std::size_t ERFileManager::read_through(long offset, void* target, std::size_t count) {
     const std::size_t came = read_image(offset, target, count);
-    Seek(offset + static_cast<long>(came), begin);
+    return_to(static_cast<ULONGLONG>(offset) + came);
     return came;
 }
 
 const char* ERFileManager::node_at(long offset, std::size_t size) {
-    if (const char* const image = kept->look(offset, size)) return image;
-    if (operation->batch) {
-        const auto found = operation->batch->nodes.find(offset);
-        if (found != operation->batch->nodes.end() && found->second.image.size() == size)
-            return found->second.image.data();
+    if (operation->batch && offset > 0) {
+        const OperationState::BatchNode* const node = operation->batch->find(offset);
+        if (node != nullptr && node->image.size() == size) return node->image.data();
     }
+    if (const char* const image = kept->look(offset, size)) return image;
     std::string& read = operation->node_read;
     read.resize(size);
     if (read_image(offset, read.data(), size) != size) return nullptr;
@@ -329,7 +340,7 @@ bool ERFileManager::read_ahead(ULONGLONG position, std::size_t count) {
     now.window_at = position;
     now.window_size = 0; // if the reading fails
     now.window_size = read_image(static_cast<long>(position), now.window.get(), count);
-    Seek(static_cast<LONGLONG>(position), begin);
+    return_to(position);
     return now.window_size > 0;
 }
 
@@ -339,7 +350,7 @@ UINT ERFileManager::Read(void* buffer, UINT count) {
     ULONGLONG position = GetPosition();
     if (now.steps == 0) {
         const std::size_t came = read_image(static_cast<long>(position), target, count);
-        Seek(static_cast<LONGLONG>(position + came), begin);
+        return_to(position + came);
         return static_cast<UINT>(came);
     }
     UINT done = 0;
@@ -360,7 +371,7 @@ UINT ERFileManager::Read(void* buffer, UINT count) {
         done += static_cast<UINT>(some);
         position += some;
     }
-    Seek(static_cast<LONGLONG>(position), begin);
+    return_to(position);
     return done;
 }
 

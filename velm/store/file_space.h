@@ -138,6 +138,7 @@ private:
     void note_freed(long offset, unsigned int size);
     void doubt_what_is_kept(long offset, std::size_t count);
     void change(long offset, const void* source, std::size_t count);
+    void gather_node(long offset, const void* source, std::size_t size, bool of_tree);
     void end_batch();
     // Writing for good.
     void write_allocated();

@@ -104,15 +104,14 @@ void GatheredWrites::put_old_over(std::size_t done, long offset, char* target,
 }
 
 const std::vector<GatheredWrites::Piece>& GatheredWrites::fresh_pieces(long length) const {
+    pieces_.clear();
+    for (const Write& write : writes_)
+        if (write.fresh) pieces_.push_back({write.offset, new_bytes(write), write.size});
+    if (pieces_.size() <= 1) return pieces_;
+    pieces_.clear();
     std::vector<std::size_t> order;
     for (std::size_t i = 0; i < writes_.size(); ++i)
         if (writes_[i].fresh) order.push_back(i);
-    pieces_.clear();
-    if (order.size() <= 1) {
-        for (const std::size_t i : order)
-            pieces_.push_back({writes_[i].offset, new_bytes(writes_[i]), writes_[i].size});
-        return pieces_;
-    }
     std::stable_sort(order.begin(), order.end(), [this](std::size_t a, std::size_t b) {
         return writes_[a].offset < writes_[b].offset;
     });

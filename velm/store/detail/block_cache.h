@@ -18,7 +18,9 @@ public:
     static constexpr std::size_t capacity = std::size_t{64} << 20;
 
     /// The bytes of a block of that size, good until the next change; null where it isn't here.
-    const char* look(long offset, std::size_t size);
+    const char* look(long offset, std::size_t size) { return edit(offset, size); }
+    /// The same, to be changed.
+    char* edit(long offset, std::size_t size);
     void put(long offset, const void* source, std::size_t size);
     void erase(long offset);
     void clear();

@@ -4,11 +4,12 @@
 
 #include "velm/frame/binary_file.h"
 #include "velm/store/detail/gathered_writes.h"
+#include "velm/store/detail/offset_map.h"
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -52,13 +53,25 @@ struct OperationState {
     /// The nodes that a batch has changed: their new images, and the old ones of those that were
     /// in the file when it began.
     struct BatchNode {
+        long offset;
+        bool of_tree;
         std::string image;
         std::string old;
-        bool of_tree = false;
     };
     struct Batch {
-        std::unordered_map<long, BatchNode> nodes;
+        OffsetMap places; // of nodes, by their offsets
+        std::deque<BatchNode> nodes;
         std::vector<long> freed; // payloads of blocks, given back when the batch is on file
+
+        BatchNode* find(long offset) {
+            const std::int32_t* const place = places.find(static_cast<std::uint32_t>(offset));
+            return place != nullptr ? &nodes[static_cast<std::size_t>(*place)] : nullptr;
+        }
+        BatchNode& add(long offset, bool of_tree) {
+            places.enter(static_cast<std::uint32_t>(offset),
+                         static_cast<std::int32_t>(nodes.size()));
+            return nodes.emplace_back(BatchNode{offset, of_tree, {}, {}});
+        }
     };
     std::unique_ptr<Batch> batch;
 
