@@ -31,14 +31,7 @@ private:
     bool add_element(const ERFiniteEntity2DWF& element) {
         const ERObject* const object = &element;
         if (const auto* const composite = ERCompCurve2D::castdown(object)) return add(*composite);
-        if (const auto* const polyline = ERPolyline2D::castdown(object)) {
-            const ERCpoleNURBS2D corners = ERPolyline2D(*polyline).ConvertToNurbs();
-            for (int i = 1; i < corners.nbPoles(); ++i)
-                if (!add_segment(corners.getPoles()[i - 1].castToPoint(),
-                                 corners.getPoles()[i].castToPoint()))
-                    return false;
-            return true;
-        }
+        if (const auto* const polyline = ERPolyline2D::castdown(object)) return add(*polyline);
         if (const auto* const segment = ERSegment2D::castdown(object))
             return add_segment(segment->getP1(), segment->getP2());
         if (const auto* const arc = ERArc2D::castdown(object)) {
@@ -48,6 +41,15 @@ private:
         }
         const t_SmartPtr<ERFiniteEntity2DWF> copy(ERFiniteEntity2DWF::castdown(element.getCopy()));
         return copy && add_curve(copy->ConvertToNurbs());
+    }
+    bool add(const ERPolyline2D& polyline) {
+        const auto vertices = polyline.getPoints().view();
+        const std::size_t count = vertices.size();
+        for (int i = 0; i < polyline.edges(); ++i) { // a polygon's last one leads to the first
+            const auto edge = static_cast<std::size_t>(i);
+            if (!add_segment(vertices[edge], vertices[(edge + 1) % count])) return false;
+        }
+        return true;
     }
     bool add_segment(const ERPoint2D& from, const ERPoint2D& to) {
         return from == to || add_edge(from, to);
