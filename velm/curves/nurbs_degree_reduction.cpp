@@ -2,6 +2,7 @@
 #include "velm/curves/degree_reduction.h"
 
 #include "velm/curves/detail/band_matrix.h"
+#include "velm/curves/detail/counted_knots.h"
 #include "velm/curves/detail/pole_arrays.h"
 #include "velm/curves/detail/pole_deviation.h"
 #include "velm/curves/detail/spline_rows.h"
@@ -13,21 +14,6 @@
 
 namespace velm {
 namespace {
-
-// The knots with their numbers of copies, ascending.
-struct Run {
-    double knot;
-    int copies;
-};
-
-std::vector<Run> runs_of(const ERKnotVector& knots) {
-    std::vector<Run> runs;
-    for (const double knot : knots.getVec().view()) {
-        if (runs.empty() || runs.back().knot != knot) runs.push_back({knot, 0});
-        ++runs.back().copies;
-    }
-    return runs;
-}
 
 // The curve between knot p and knot n, these being its ends, p + 1 times each.
 template <class Nurbs>
@@ -129,7 +115,7 @@ std::optional<ReducedCurve<Nurbs>> lowered(const Nurbs& curve, int by) {
     const int p = curve.degree();
     Nurbs refined = curve;
     ERVec<double> knots;
-    for (const Run& run : runs_of(curve.getKnots())) {
+    for (const detail::CountedKnot& run : detail::counted_knots(curve.getKnots())) {
         const int copies = std::max(run.copies - by, 1);
         for (int i = 0; i < copies; ++i)
             knots.append(run.knot);
