@@ -138,7 +138,10 @@ class HalvingSearch {
 public:
     HalvingSearch(const ERSpoleNURBS3D& root, const ERPoint3D& p, double distance, int inBound)
         : p_(p), distance_(distance), in_bound_(inBound),
-          tree_bytes_(velm::detail::projection_cache(root).tree_bytes) {}
+          tree_bytes_(velm::detail::projection_cache(root).tree_bytes),
+          left_(std::isfinite(root.upperEstimateInU() + root.upperEstimateInV())
+                    ? most_solved
+                    : most_solved_of_infinite) {}
 
     int search(const ERSpoleNURBS3D& surface, ERPoint2D& parameter) {
         constexpr double wider = 0.001, allowance = 1.1;
@@ -157,15 +160,16 @@ public:
             }
         }
         using namespace velm::detail;
-        return ++solved_ <= most_solved &&
+        return --left_ >= 0 &&
                solve_directly<direct_solve_in_use>(surface, p_, distance_, parameter, in_bound_);
     }
 
 private:
     // No more than doubles can resolve: a tear stays uneven in every half.
     static constexpr int deepest = 48;
-    // Halves of huge surfaces, all of them within the distance, would otherwise be without end.
-    static constexpr long most_solved = 1L << 20;
+    // Halves of huge surfaces, all of them within the distance, would otherwise be without end;
+    // those of a surface with poles at infinity are.
+    static constexpr long most_solved = 1L << 20, most_solved_of_infinite = 1L << 10;
     static constexpr std::size_t most_bytes = std::size_t(64) << 20;
 
     int& depth(Axis axis) { return axis == Axis::u ? depth_u_ : depth_v_; }
@@ -223,7 +227,7 @@ private:
     int in_bound_;
     std::size_t& tree_bytes_;
     int depth_u_ = 0, depth_v_ = 0;
-    long solved_ = 0;
+    long left_; // halves that may still be solved
 };
 
 } // namespace

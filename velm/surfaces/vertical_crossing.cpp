@@ -119,9 +119,6 @@ void VerticalSolution(const ERAnyBoundedSurface& surface, const ERPoint3D& p,
 
 namespace {
 
-// Halves of halves; with coordinates of any reasonable size a patch gets small long before.
-constexpr int deepest = 64;
-
 bool is_below_or_above(const ERMinimax3D& box, const ERPoint3D& p) {
     return p.x() >= box.xmin && p.x() <= box.xmax && p.y() >= box.ymin && p.y() <= box.ymax;
 }
@@ -153,57 +150,68 @@ CornerTurns corner_turns(const Poles& poles) {
     return {turn(0, 0), turn(0, last_v), turn(last_u, last_v), turn(last_u, 0)};
 }
 
+// The line through p along z, and the parts of a patch that it may meet.
 template <class Patch>
-void cross_patch(const Patch& patch, const ERPoint3D& p, ERRaySurfaceResult& result, int depth);
+class PatchCrossing {
+public:
+    PatchCrossing(const ERPoint3D& p, ERRaySurfaceResult& result) : p_(p), result_(result) {}
 
-// What happens to the two halves of a patch.
-enum class Halves { all, by_box };
+    void cross(const Patch& patch, int depth = 0) {
+        using velm::detail::Axis;
+        constexpr double small_extent = 0.1, least_length = 1e-11, too_long = 3.0;
+        const ERMinimax3D box = patch.getBox();
+        if (depth > deepest || --parts_left_ < 0 || !is_below_or_above(box, p_)) return;
+        if (!std::isfinite(box.xlength() + box.ylength())) return; // no halving makes it smaller
+        if (std::min(box.xlength(), box.ylength()) < small_extent)
+            return VerticalSolution(patch, p_, result_);
+        const ERVec<ERPoint2D>& hull = patch.getConvexHull();
+        if (hull.size() <= 2 || Inside(ERPoint2D(p_.x(), p_.y()), hull) == relpos_outside) return;
 
-template <class Patch>
-void cross_halves(const Patch& patch, velm::detail::Axis axis, Halves which, const ERPoint3D& p,
-                  ERRaySurfaceResult& result, int depth) {
-    t_SmartPtr<Patch> first, second;
-    if (!(axis == velm::detail::Axis::u ? patch.SplitInU(first, second)
-                                        : patch.SplitInV(first, second)))
-        return;
-    bool in_first = true, in_second = true;
-    if (which == Halves::by_box) {
-        in_first = is_strictly_below_or_above(first->getBox(), p);
-        in_second = is_below_or_above(second->getBox(), p);
+        const CornerTurns turns = corner_turns(patch.poles());
+        const double u = patch.upperEstimateInU(), v = patch.upperEstimateInV();
+        if (turns.change_along_v()) {
+            if (v > least_length) cross_halves(patch, Axis::v, Halves::all, depth);
+        } else if (turns.change_along_u()) {
+            if (u > least_length) cross_halves(patch, Axis::u, Halves::all, depth);
+        } else {
+            const bool along_v = u <= v;
+            const double ratio = along_v ? v / u : u / v;
+            const Halves which = ratio > too_long || turns.fold() ? Halves::all : Halves::by_box;
+            cross_halves(patch, along_v ? Axis::v : Axis::u, which, depth);
+        }
     }
-    if (in_first && in_second) {
-        cross_patch(*first, p, result, depth + 1);
-        cross_patch(*second, p, result, depth + 1);
-    } else if (in_first || in_second) {
-        VerticalSolution(in_first ? *first : *second, p, result);
-    }
-}
 
-template <class Patch>
-void cross_patch(const Patch& patch, const ERPoint3D& p, ERRaySurfaceResult& result, int depth) {
-    using velm::detail::Axis;
-    constexpr double small_extent = 0.1, least_length = 1e-11, too_long = 3.0;
-    const ERMinimax3D box = patch.getBox();
-    if (depth > deepest || !is_below_or_above(box, p)) return;
-    if (!std::isfinite(box.xlength() + box.ylength())) return; // no halving makes it smaller
-    if (std::min(box.xlength(), box.ylength()) < small_extent)
-        return VerticalSolution(patch, p, result);
-    const ERVec<ERPoint2D>& hull = patch.getConvexHull();
-    if (hull.size() <= 2 || Inside(ERPoint2D(p.x(), p.y()), hull) == relpos_outside) return;
+private:
+    // What happens to the two halves of a patch.
+    enum class Halves { all, by_box };
 
-    const CornerTurns turns = corner_turns(patch.poles());
-    const double u = patch.upperEstimateInU(), v = patch.upperEstimateInV();
-    if (turns.change_along_v()) {
-        if (v > least_length) cross_halves(patch, Axis::v, Halves::all, p, result, depth);
-    } else if (turns.change_along_u()) {
-        if (u > least_length) cross_halves(patch, Axis::u, Halves::all, p, result, depth);
-    } else {
-        const bool along_v = u <= v;
-        const double ratio = along_v ? v / u : u / v;
-        const Halves which = ratio > too_long || turns.fold() ? Halves::all : Halves::by_box;
-        cross_halves(patch, along_v ? Axis::v : Axis::u, which, p, result, depth);
+    // Halves of halves, and parts in all. A line along a wall meets a part per few heights of a
+    // small part; only coordinates of very different sizes come near these numbers.
+    static constexpr int deepest = 64;
+    static constexpr int most_parts = 1 << 16;
+
+    void cross_halves(const Patch& patch, velm::detail::Axis axis, Halves which, int depth) {
+        t_SmartPtr<Patch> first, second;
+        if (!(axis == velm::detail::Axis::u ? patch.SplitInU(first, second)
+                                            : patch.SplitInV(first, second)))
+            return;
+        bool in_first = true, in_second = true;
+        if (which == Halves::by_box) {
+            in_first = is_strictly_below_or_above(first->getBox(), p_);
+            in_second = is_below_or_above(second->getBox(), p_);
+        }
+        if (in_first && in_second) {
+            cross(*first, depth + 1);
+            cross(*second, depth + 1);
+        } else if (in_first || in_second) {
+            VerticalSolution(in_first ? *first : *second, p_, result_);
+        }
     }
-}
+
+    const ERPoint3D p_;
+    ERRaySurfaceResult& result_;
+    int parts_left_ = most_parts;
+};
 
 } // namespace
 
@@ -211,7 +219,7 @@ namespace velm::detail {
 
 template <class Self>
 void BezierSurface<Self>::ProjectPoint(const ERPoint3D& p, ERRaySurfaceResult& result, int) const {
-    if (isValid()) cross_patch(static_cast<const Self&>(*this), p, result, 0);
+    if (isValid()) PatchCrossing<Self>(p, result).cross(static_cast<const Self&>(*this));
 }
 
 template void BezierSurface<ERSpoleBezier3D>::ProjectPoint(const ERPoint3D&, ERRaySurfaceResult&,
