@@ -2,9 +2,11 @@
 // of the CAD files against polygons computed without the library.
 #include "velm/surfaces/prepared_face.h"
 
+#include "support/allocation_count.h"
 #include "support/face_text.h"
 #include "support/random.h"
 #include "support/test.h"
+#include "support/threads.h"
 #include "velm/frame/point_functions.h"
 #include "velm/wireframe/polyline.h"
 
@@ -239,6 +241,32 @@ TEST(PreparedFace, PlacesAmongRandomCurvesThatCrossThemselves) {
     }
     EXPECT_EQ(edges, 60 * 60);
     EXPECT_GT(compared, 2400);
+}
+
+TEST(PreparedFaceThreads, ShareOneFaceWithoutAllocation) {
+    ERTrimmedSurface trimmed(waves());
+    trimmed.addBound(circle(0.5, 1.5, 0.45), Boundary::outer);
+    trimmed.addBound(rectangle(0.4, 0.6, 1.4, 1.6), Boundary::inner);
+    const auto face = velm::prepare_face(trimmed, 0.01);
+    ASSERT_TRUE(face);
+    std::vector<ERPoint2D> places;
+    for (int i = 0; i < 2000; ++i)
+        places.emplace_back(draw.uniform(0, 1), draw.uniform(1, 2));
+    std::vector<std::pair<FacePlace, double>> expected(places.size());
+    const auto ask = [&](std::size_t i) {
+        return std::pair(face->place(places[i]), face->nearest_trim(places[i]).distance);
+    };
+    expected[0] = ask(0);
+    const long before = allocations();
+    for (std::size_t i = 0; i < places.size(); ++i)
+        expected[i] = ask(i);
+    EXPECT_EQ(allocations(), before);
+    std::vector<int> equal(8);
+    in_threads(8, [&](int n) {
+        for (std::size_t i = 0; i < places.size(); ++i)
+            equal[std::size_t(n)] += ask(i) == expected[i];
+    });
+    EXPECT_EQ(equal, std::vector<int>(8, 2000));
 }
 
 class RealFaces : public testing::Test {
