@@ -211,6 +211,7 @@
 #include "velm/surfaces/process_mesh.h"
 #include "velm/surfaces/projection_functors.h"
 #include "velm/surfaces/ray_surface_result.h"
+#include "velm/surfaces/recognition.h"
 #include "velm/surfaces/revolution_surface.h"
 #include "velm/surfaces/revolve.h"
 #include "velm/surfaces/revolved_nurbs.h"

@@ -176,6 +176,43 @@ TEST(PreparedOffset, HasThePointsOfTheEntityAndTrueDerivatives) {
     EXPECT_FALSE(velm::prepare(EROffsetSurface()));
 }
 
+// The given classes too: values with derivatives come from the thread's own store of bodies.
+TEST(SurfaceEvaluation, OfTheGivenClassesAllocatesNothingAfterTheFirstCalls) {
+    velm_test::Random random(72);
+    const ERPmIsometrie3D frame;
+    const ERSpoleNURBS3D nurbs = waved(random, 3, 3, true);
+    ERMatrix<ERPoint3D> points(4, 5);
+    for (ERPoint3D& p : points.writable())
+        p = random.value<ERPoint3D>(2);
+    std::vector<Surface> surfaces{
+        new ERBoundedPlane(),
+        new ERBoundedCylinder(frame, 2.0, ERLimites(-1, 3), ERLimites(0.5, 4.0)),
+        new ERBoundedCone(frame, 0.4, 1.0, 3.0),
+        new ERBoundedSphere(frame, 2.0, ERLimites(0.3, 5.0), ERLimites(-1.0, 1.5)),
+        new ERBoundedTorus(frame, 3.0, 1.0, 0.5, 4.0, -1.0, 2.5),
+        new ERSpoleNURBS3D(nurbs),
+        new ERSpoleBezier3D(points),
+        new ERSpoleBezier3DR(ERMatrix<ERPole3DH>(2, 2, nurbs.poles().view().data())),
+        new EROffsetSurface(nurbs, 0.1, ERVector3D(0, 0, 1))};
+    for (const auto& curve : generatrices())
+        surfaces.push_back(
+            new ERSurOfRevolution(curve, ERInfLine3D(ERVector3D(0, 0, 1), ERPoint3D()), 0.3, 4));
+    for (const Surface& surface : surfaces) {
+        const auto evaluate = [&] {
+            double sum = 0.0;
+            for (int k = 1; k < 9; ++k) {
+                const double u = surface->getBoundU()(k / 9.0), v = surface->getBoundV()(k / 10.0);
+                sum += surface->PtCur(u, v).point().x() + (*surface)(u, v).y();
+            }
+            return sum;
+        };
+        const double first = evaluate();
+        const long before = velm_test::allocations();
+        EXPECT_EQ(evaluate(), first);
+        EXPECT_EQ(velm_test::allocations(), before) << surface->className();
+    }
+}
+
 // A hemisphere of NURBS: at its pole the offset surface goes on to the pole of the larger one.
 TEST(PreparedOffset, MovesAlongTheLimitOfTheNormal) {
     const ERPmIsometrie3D upright =

@@ -13,6 +13,7 @@
 #include "velm/surfaces/cylinder.h"
 #include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/offset_surface.h"
+#include "velm/surfaces/prepared_surface.h"
 #include "velm/surfaces/revolution_surface.h"
 #include "velm/surfaces/revolve.h"
 #include "velm/surfaces/sphere.h"
@@ -20,7 +21,10 @@
 #include "velm/transforms/transformation_factories.h"
 #include "velm/transforms/transformed_values.h"
 
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <numbers>
 #include <vector>
 
@@ -363,6 +367,49 @@ TEST(DerivedSurfaces, AreStoredWithWhatTheyAreBuiltOn) {
         restore(back, bytes_of(1.5, 2.5, 0.0, 0.0, 0.0, 0, 12345, 0, -5));
         EXPECT_FALSE(back.base() || back.equivEntity());
     }
+}
+
+// A store whose record of an offset surface names that surface as its own base.
+TEST(OffsetSurface, ThatIsItsOwnBaseInAStoreComesBackWithout) {
+    const TemporaryFolder folder;
+    constexpr double distance = 0.12345678901234567;
+    long base_name = -1, own_name = -1;
+    {
+        ERDataBase store;
+        ASSERT_EQ(store.Open(folder.path("cycle").c_str(), 0), gmSuccess);
+        const t_SmartPtr<ERObject> base(new ERBoundedSphere(ERPmIsometrie3D(), 2, {0, 1}, {0, 1}));
+        ASSERT_EQ(store.save(base.get()), gmSuccess);
+        const t_SmartPtr<ERObject> offset(new EROffsetSurface(
+            ERAnyBoundedSurface::castdown(base.get()), distance, ERVector3D(1, 0, 0)));
+        ASSERT_EQ(store.save(offset.get()), gmSuccess);
+        base_name = base->getObjectID();
+        own_name = offset->getObjectID();
+    }
+    ASSERT_NE(base_name, own_name);
+    int changed = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path(""))) {
+        std::ifstream in(entry.path(), std::ios::binary);
+        std::string bytes((std::istreambuf_iterator<char>(in)), {});
+        // The offset, the number, the direction, the flag; then the identifier.
+        const std::size_t at = bytes.find(bytes_of(distance));
+        if (at == std::string::npos) continue;
+        constexpr std::size_t to_identifier = 8 + 8 + 24 + 4;
+        ASSERT_EQ(bytes.substr(at + to_identifier - 4, 8), bytes_of(0, int(base_name)));
+        bytes.replace(at + to_identifier, 4, bytes_of(int(own_name)));
+        std::ofstream(entry.path(), std::ios::binary) << bytes;
+        ++changed;
+    }
+    ASSERT_EQ(changed, 1);
+    ERDataBase store;
+    ASSERT_EQ(store.Open(folder.path("cycle").c_str(), 0), gmSuccess);
+    gmErrorCode code;
+    const t_SmartPtr<ERObject> back = store.restore(1, code);
+    const auto* const offset = EROffsetSurface::castdown(back.get());
+    ASSERT_TRUE(offset);
+    const auto* const inner = EROffsetSurface::castdown(offset->base().get());
+    EXPECT_FALSE(inner && inner->base());
+    EXPECT_FALSE(velm::prepare(*offset));
+    EXPECT_TRUE(isEqual((*offset)(0.5, 0.5), ERPoint3D(), 1e-12));
 }
 
 } // namespace
