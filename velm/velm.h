@@ -195,6 +195,7 @@
 #include "velm/surfaces/curve_on_surface.h"
 #include "velm/surfaces/cylinder.h"
 #include "velm/surfaces/derived_cache.h"
+#include "velm/surfaces/face_tessellation.h"
 #include "velm/surfaces/flatness.h"
 #include "velm/surfaces/framed_surface.h"
 #include "velm/surfaces/limit_normal.h"

@@ -2,7 +2,7 @@
 
 #include "velm/frame/point_functions.h"
 #include "velm/frame/vector.h"
-#include "velm/numerics/detail/double_double.h"
+#include "velm/planar/detail/exact_turn.h"
 #include "velm/planar/detail/point_order.h"
 
 #include <algorithm>
@@ -148,50 +148,6 @@ namespace velm {
 
 namespace {
 
-using detail::DoubleDouble;
-using detail::two_product;
-using detail::two_sum;
-
-// The exact sign of a x b + b x c + c x a, twice the area of the triangle: its six products, of
-// two doubles each, are added one by one to an expansion with nonoverlapping terms of increasing
-// size (Shewchuk 1997, Grow-Expansion), so that the last nonzero term has the sign of the sum.
-int exact_turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
-    const DoubleDouble products[] = {two_product(a.x(), b.y()), two_product(-a.y(), b.x()),
-                                     two_product(b.x(), c.y()), two_product(-b.y(), c.x()),
-                                     two_product(c.x(), a.y()), two_product(-c.y(), a.x())};
-    double terms[2 * std::size(products)];
-    int count = 0;
-    const auto add = [&](double x) {
-        for (int i = 0; i < count; ++i) {
-            const DoubleDouble sum = two_sum(x, terms[i]);
-            x = sum.hi;
-            terms[i] = sum.lo;
-        }
-        terms[count++] = x;
-    };
-    for (const DoubleDouble& product : products) {
-        add(product.lo);
-        add(product.hi);
-    }
-    while (count > 0 && terms[count - 1] == 0.0)
-        --count;
-    return count == 0 ? 0 : terms[count - 1] > 0.0 ? 1 : -1;
-}
-
-// 1 if a, b, c turn to the left, -1 if to the right, 0 if they are on a line.
-int turn(const ERPoint2D& a, const ERPoint2D& b, const ERPoint2D& c) {
-    // The rounded cross product of the differences is off by less than this fraction of the sum of
-    // its products' sizes (Shewchuk 1997, ccwerrboundA; epsilon is 2^-53).
-    constexpr double epsilon = 0x1p-53;
-    constexpr double error = (3.0 + 16.0 * epsilon) * epsilon;
-    const double left = (a.x() - c.x()) * (b.y() - c.y());
-    const double right = (a.y() - c.y()) * (b.x() - c.x());
-    const double cross = left - right;
-    if (std::fabs(cross) > error * (std::fabs(left) + std::fabs(right)))
-        return cross > 0.0 ? 1 : -1;
-    return exact_turn(a, b, c);
-}
-
 // Goes over sorted points and writes the chain that has only left turns; returns its end. The
 // chain may be written over the points.
 template <class Iterator>
@@ -200,7 +156,7 @@ ERPoint2D* left_turning_chain(Iterator point, Iterator end, ERPoint2D* const cha
     for (; point != end; ++point) {
         const ERPoint2D q = *point;
         if (next != chain && next[-1] == q) continue;
-        while (next - chain >= 2 && turn(next[-2], next[-1], q) <= 0)
+        while (next - chain >= 2 && detail::exact_turn(next[-2], next[-1], q) <= 0)
             --next;
         *next++ = q;
     }

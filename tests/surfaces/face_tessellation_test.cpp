@@ -1,0 +1,183 @@
+// Meshes of trimmed faces: near the surface, as large as the face, without gaps.
+#include "velm/surfaces/face_tessellation.h"
+
+#include "support/face_text.h"
+#include "support/random.h"
+#include "velm/frame/point_functions.h"
+#include "velm/surfaces/surface_projector.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <map>
+
+namespace {
+
+using namespace velm_test;
+using std::numbers::pi;
+using Boundary = ERSurfaceBoundary;
+namespace fs = std::filesystem;
+
+Random draw{71};
+
+ERArc2D circle(double u, double v, double radius) { return {{u, v}, radius, 0.0, 2 * pi}; }
+
+double area_in_parameters(const velm::SurfaceMesh& mesh) {
+    double area = 0.0;
+    for (const auto& t : mesh.triangles) {
+        const ERPoint2D &a = mesh.parameters[std::size_t(t[0])],
+                        &b = mesh.parameters[std::size_t(t[1])],
+                        &c = mesh.parameters[std::size_t(t[2])];
+        area += 0.5 * ((b.x() - a.x()) * (c.y() - a.y()) - (b.y() - a.y()) * (c.x() - a.x()));
+    }
+    return area;
+}
+
+double area_in_space(const velm::SurfaceMesh& mesh) {
+    double area = 0.0;
+    const auto& p = mesh.positions;
+    for (const auto& t : mesh.triangles)
+        area += 0.5 * (ERVector3D(p[std::size_t(t[0])], p[std::size_t(t[1])]) ^
+                       ERVector3D(p[std::size_t(t[0])], p[std::size_t(t[2])]))
+                          .norme();
+    return area;
+}
+
+// By a sum over a grid of the box of the loops.
+double area_of(const velm::PreparedFace& face) {
+    constexpr int steps = 80;
+    ERMinimax2D box;
+    for (int loop = 0; loop < face.loops(); ++loop)
+        for (int i = 0; i < face.edges(loop); ++i)
+            for (int k = 0; k < 16; ++k)
+                box.Update(face.parameter(loop, i, k / 16.0));
+    const double du = (box.xmax - box.xmin) / steps, dv = (box.ymax - box.ymin) / steps;
+    double area = 0.0;
+    for (int i = 0; i < steps * steps; ++i) {
+        const double u = box.xmin + (i % steps + 0.5) * du, v = box.ymin + (i / steps + 0.5) * dv;
+        if (face.place({u, v}) == velm::FacePlace::outside) continue;
+        const velm::SurfaceJet jet = face.surface().jet(u, v);
+        area += (jet.du ^ jet.dv).norme() * du * dv;
+    }
+    return area;
+}
+
+// Every side of a triangle is shared by two that go along it in opposite directions, or is part of
+// a polygon of the trim: those sides form closed loops.
+void expect_no_gaps(const velm::SurfaceMesh& mesh, const std::string& name) {
+    std::map<std::pair<int, int>, int> sides;
+    for (const auto& t : mesh.triangles)
+        for (std::size_t i = 0; i < 3; ++i)
+            ++sides[{t[i], t[(i + 1) % 3]}];
+    std::map<int, int> balance;
+    for (const auto& [side, count] : sides) {
+        EXPECT_EQ(count, 1) << name;
+        if (sides.contains({side.second, side.first})) continue;
+        ++balance[side.first];
+        --balance[side.second];
+    }
+    for (const auto& [vertex, open] : balance)
+        EXPECT_EQ(open, 0) << name << " vertex " << vertex;
+}
+
+// Points of triangles against their nearest place on the surface; corners on it, normals right.
+void expect_near(const velm::PreparedFace& face, const velm::SurfaceMesh& mesh, double error,
+                 int samples, const std::string& name) {
+    const auto projector = velm::SurfaceProjector::on(face.surface());
+    ASSERT_TRUE(projector) << name;
+    const double rounding = 1e-11 * (1.0 + face.surface().box().diagonal());
+    for (int i = 0; i < samples && !mesh.triangles.empty(); ++i) {
+        const auto& t =
+            mesh.triangles[std::size_t(draw.uniform(0, double(mesh.triangles.size()) - 1e-6))];
+        const double a = draw.uniform(0, 1), b = draw.uniform(0, 1) * (1 - a);
+        const auto& p = mesh.positions;
+        const ERPoint3D at = p[std::size_t(t[0])] +
+                             ERVector3D(p[std::size_t(t[0])], p[std::size_t(t[1])]) * a +
+                             ERVector3D(p[std::size_t(t[0])], p[std::size_t(t[2])]) * b;
+        EXPECT_LE(projector->nearest(at).distance, error + rounding) << name << " " << at;
+        const ERPoint2D& corner = mesh.parameters[std::size_t(t[0])];
+        EXPECT_EQ(face.surface()(corner.x(), corner.y()), p[std::size_t(t[0])]) << name;
+    }
+}
+
+TEST(FaceMesh, OfDiscsWithHolesOnEveryKindOfSurface) {
+    const ERPmIsometrie3D frame =
+        ERChgRepere3D(ERVector3D(1, 2, 2), ERVector3D(2, 1, -2), {3, 4, 5});
+    ERMatrix<ERPole3DH> net(7, 7);
+    for (int j = 0; j < 7; ++j)
+        for (int i = 0; i < 7; ++i)
+            net(j, i) = ERPole3DH(i, j, draw.uniform(-1, 1), 1.0);
+    const double crease[] = {0, 0, 0, 0, 3, 3, 3, 6, 6, 6, 6};
+    const t_SmartPtr<ERAnyBoundedSurface> surfaces[] = {
+        new ERBoundedPlane(frame, {0, 6}, {0, 6}),
+        new ERBoundedCylinder(frame, 2.0, {0, 6}, {0, 6}),
+        new ERBoundedCone(frame, 0.4, {0.5, 6.5}, {0, 6}),
+        new ERBoundedSphere(frame, 3.0, {0, 6}, {-1.5, 1.5}),
+        new ERBoundedTorus(frame, 5.0, 2.0, 0, 6, 0, 6),
+        new ERSpoleNURBS3D(net, ERKnotVector(3, 7, ERLimites(0, 6)),
+                           ERKnotVector(3, 7, ERLimites(0, 6))),
+        // Torn in its derivative along u = 3.
+        new ERSpoleNURBS3D(net, ERKnotVector(3, crease, 11), ERKnotVector(2, 7, ERLimites(0, 6)))};
+    for (const auto& surface : surfaces) {
+        const std::string name = surface->className();
+        const bool is_sphere = name == "ERBoundedSphere";
+        const double v = is_sphere ? 0 : 3, r = is_sphere ? 1.2 : 2.5;
+        ERTrimmedSurface trimmed(*surface);
+        trimmed.addBound(circle(3.1, v, r), Boundary::outer);
+        trimmed.addBound(circle(3.3, v - 0.2, 0.4), Boundary::inner);
+        const auto face = velm::prepare_face(trimmed);
+        ASSERT_TRUE(face) << name;
+        for (const double error : {0.1, 0.003}) {
+            const velm::SurfaceMesh mesh = velm::tessellate(*face, error);
+            EXPECT_TRUE(mesh.certified) << name;
+            const double area = pi * (r * r - 0.4 * 0.4);
+            EXPECT_NEAR(area_in_parameters(mesh), area, 2 * pi * 3 * error) << name;
+            expect_near(*face, mesh, error, 300, name);
+            for (const ERPoint2D& p : mesh.parameters)
+                EXPECT_LE(std::hypot(p.x() - 3.1, p.y() - v), r + 1e-12) << name;
+            if (name == "ERSpoleNURBS3D") continue; // a crease is two lines of vertices
+            expect_no_gaps(mesh, name);
+        }
+    }
+}
+
+TEST(FaceMesh, NeedsFewTrianglesAndRefusesWhatIsNoError) {
+    ERTrimmedSurface square(ERBoundedPlane(ERIdentity3D(), {0, 1}, {0, 1}));
+    const auto face = velm::prepare_face(square);
+    EXPECT_EQ(velm::tessellate(*face, 1e-9).triangles.size(), 2u);
+    EXPECT_TRUE(velm::tessellate(*face, 0.0).triangles.empty());
+    EXPECT_TRUE(velm::tessellate(*face, NAN).triangles.empty());
+    // A whole cylinder needs about as many strips as the circle needs chords, each two long
+    // triangles; half of the error is kept for the trim.
+    ERTrimmedSurface tube(
+        ERBoundedCylinder(ERIdentity3D(), 1.0, ERLimites(0, 50), ERLimites(0, 2 * pi)));
+    const double error = 1e-3, chords = pi / std::acos(1 - error / 2);
+    EXPECT_LE(double(velm::tessellate(*velm::prepare_face(tube), error).triangles.size()),
+              6 * chords);
+}
+
+TEST(FaceMesh, OfTheRealFaces) {
+    int faces = 0;
+    for (const char* folder : {"iges", "nurbs/gotools", "nurbs/splipy", "qif"}) {
+        const fs::path place = fs::path(VELM_REAL_DATA) / folder;
+        if (!fs::exists(place)) continue;
+        for (const auto& file : fs::directory_iterator(place)) {
+            if (file.path().extension() != ".txt") continue;
+            for (const FaceText& text : FaceTextReader(file.path()).faces) {
+                const std::string name = file.path().filename().string() + " " + text.id;
+                const auto face = velm::prepare_face(*text.face, 1e-6);
+                ASSERT_TRUE(face) << name;
+                const double error = 1e-3 * face->surface().box().diagonal();
+                const velm::SurfaceMesh mesh = velm::tessellate(*face, error);
+                ++faces;
+                expect_near(*face, mesh, error, 10, name);
+                EXPECT_TRUE(mesh.certified) << name;
+                const double area = area_of(*face);
+                EXPECT_NEAR(area_in_space(mesh), area, 0.06 * area + error * error) << name;
+            }
+        }
+    }
+    if (faces == 0) GTEST_SKIP() << "no real faces at hand";
+    EXPECT_EQ(faces, 544);
+}
+
+} // namespace
