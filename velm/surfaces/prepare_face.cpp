@@ -148,8 +148,9 @@ private:
         return !parts.empty();
     }
 
-    // Goes on at `start`, by a bridge where the last edge doesn't end there.
-    void join(const ERPoint2D& start) {
+    // Goes on at `start`, by a bridge where the last edge doesn't end there. By value: it may be a
+    // vertex of the contour, which grows.
+    void join(ERPoint2D start) {
         if (bridges_.empty()) {
             end_ = start;
             return;
