@@ -163,7 +163,40 @@ public:
         }
     }
 
+    // Distances that descents from nodes lead to, except from seams, which they don't cross, and
+    // from rows in one point.
+    std::vector<double> minima(const ERPoint3D& p) {
+        std::vector<double> list;
+        const auto apart = [&](int a, int b) {
+            return ERVector3D(grid_[std::size_t(a)] - grid_[std::size_t(b)]).norme() > 1e-6 * cell_;
+        };
+        for (const auto& [squared, node] : nodes(p)) {
+            const int i = node % side, j = node / side, row = node - i, last = side - 1;
+            const bool seam = (i % last == 0 && !apart(row, row + last)) ||
+                              (j % last == 0 && !apart(i, last * side + i));
+            if (!seam && apart(node, i > 0 ? node - 1 : node + 1))
+                list.push_back(refined(p, u_[std::size_t(i)], v_[std::size_t(j)]));
+        }
+        return list;
+    }
+
     double distance(const ERPoint3D& p) {
+        std::vector<std::pair<double, int>> minima = nodes(p);
+        constexpr std::size_t most = 5;
+        const std::size_t count = std::min(most, minima.size());
+        std::partial_sort(minima.begin(), minima.begin() + std::ptrdiff_t(count), minima.end());
+        double least = HUGE_VAL;
+        for (std::size_t k = 0; k < count && std::sqrt(minima[k].first) < least + cell_; ++k)
+            least = std::min(least, refined(p, u_[std::size_t(minima[k].second % side)],
+                                            v_[std::size_t(minima[k].second / side)]));
+        return least;
+    }
+
+private:
+    static constexpr int side = 81;
+
+    // The nodes that are no further than those beside them.
+    std::vector<std::pair<double, int>> nodes(const ERPoint3D& p) {
         squared_.resize(grid_.size());
         for (std::size_t k = 0; k < grid_.size(); ++k) {
             const ERVector3D d(grid_[k] - p);
@@ -177,18 +210,8 @@ public:
                     here <= at(i, j + 1))
                     minima.emplace_back(here, j * side + i);
             }
-        constexpr std::size_t most = 5;
-        const std::size_t count = std::min(most, minima.size());
-        std::partial_sort(minima.begin(), minima.begin() + std::ptrdiff_t(count), minima.end());
-        double least = HUGE_VAL;
-        for (std::size_t k = 0; k < count && std::sqrt(minima[k].first) < least + cell_; ++k)
-            least = std::min(least, refined(p, u_[std::size_t(minima[k].second % side)],
-                                            v_[std::size_t(minima[k].second / side)]));
-        return least;
+        return minima;
     }
-
-private:
-    static constexpr int side = 81;
 
     double at(int i, int j) const {
         if (i < 0 || j < 0 || i >= side || j >= side) return HUGE_VAL;
@@ -266,7 +289,7 @@ ERPoint3D random_query(Random& random, const PreparedSurface& surface, int k) {
 
 TEST(SurfaceProjector, NoPointIsNearerThanTheFoot) {
     Random random(190);
-    const int surfaces = repeats(1008), points = repeats(1000);
+    const int surfaces = repeats(1008), points = repeats(1000) / (repeats(10) > 1 ? 1 : 2);
     for (int kind = 0; kind < kinds; ++kind) {
         int wrong = 0, uncertified = 0, asked = 0;
         for (int round = 0; round < std::max(1, surfaces / kinds); ++round) {
@@ -301,7 +324,7 @@ TEST(SurfaceProjector, NoPointIsNearerThanTheFoot) {
 // than half the way to any other part, comes back.
 TEST(SurfaceProjector, FindsTheSourceOfAnOffsetPoint) {
     Random random(191);
-    for (int round = 0; round < repeats(300); ++round) {
+    for (int round = 0; round < repeats(200); ++round) {
         Shape shape;
         shape.weights = round % 2 ? 2.0 : 1.0;
         shape.degree_u = 2 + round % 4;
@@ -329,6 +352,114 @@ TEST(SurfaceProjector, FindsTheSourceOfAnOffsetPoint) {
             }
         }
     }
+}
+
+// Whether the list has a foot at a point.
+bool has(const std::vector<SurfaceFoot>& feet, const ERPoint3D& point, double tol) {
+    return std::any_of(feet.begin(), feet.end(), [&](const SurfaceFoot& foot) {
+        return ERVector3D(foot.point - point).norme() <= tol;
+    });
+}
+
+// Where Newton's method on the derivatives of the distance ends from random starts is in the list
+// of feet; what it lists is perpendicular.
+TEST(SurfaceProjector, ListsAllPerpendicularFeet) {
+    Random random(194);
+    std::vector<SurfaceFoot> feet;
+    std::size_t most = 0;
+    int reached = 0;
+    for (const int kind : {0, 1, 1, 2, 5, 13}) {
+        const auto surface = velm::prepare(*random_surface(random, kind, 8));
+        const auto projector = SurfaceProjector::on(*surface);
+        const ERLimites in_u = surface->domain_u(), in_v = surface->domain_v();
+        const double size = surface->box().diagonal();
+        for (int k = 0; k < 8; ++k) {
+            const ERPoint3D p = random_query(random, *surface, k == 7 ? 4 : k);
+            projector->feet(p, feet);
+            most = std::max(most, feet.size());
+            for (const SurfaceFoot& foot : feet) {
+                const ERVector3D from(foot.point - p);
+                EXPECT_LE((from ^ foot.normal).norme(), 1e-9 * size) << kind_names[kind];
+                EXPECT_TRUE(foot.certified);
+            }
+            for (int start = 0; start < 100; ++start) {
+                double u = in_u(random.uniform(0, 1)), v = in_v(random.uniform(0, 1)), step = 1.0;
+                for (int n = 0; n < 30 && step > 1e-13; ++n) {
+                    const velm::SurfaceJet jet = surface->jet(u, v);
+                    const ERVector3D d(jet.point - p);
+                    const double gu = d * jet.du, gv = d * jet.dv;
+                    const double a = jet.du * jet.du + d * jet.duu,
+                                 c = jet.dv * jet.dv + d * jet.dvv,
+                                 b = jet.du * jet.dv + d * jet.duv, det = a * c - b * b;
+                    const double x = (b * gv - c * gu) / det, y = (b * gu - a * gv) / det;
+                    step = std::fabs(x) + std::fabs(y);
+                    u += x, v += y;
+                }
+                const bool inside =
+                    u > in_u(0.001) && u < in_u(0.999) && v > in_v(0.001) && v < in_v(0.999);
+                if (!(step <= 1e-13) || !inside) continue;
+                ++reached;
+                EXPECT_TRUE(has(feet, (*surface)(u, v), 1e-8 * size))
+                    << kind_names[kind] << " " << u << " " << v;
+            }
+        }
+    }
+    EXPECT_GT(most, 8u);
+    EXPECT_GT(reached, 500);
+}
+
+// What sampling finds to be a minimum is in the list, and no place around a listed one is nearer.
+TEST(SurfaceProjector, ListsAllMinima) {
+    Random random(196);
+    std::vector<SurfaceFoot> minima;
+    std::size_t most = 0;
+    for (int kind = 0; kind < kinds; ++kind)
+        for (int round = 8; round < 8 + std::max(2, repeats(4)); ++round) {
+            const auto surface = velm::prepare(*random_surface(random, kind, round));
+            const auto projector = SurfaceProjector::on(*surface);
+            Truth truth(*surface);
+            const ERLimites in_u = surface->domain_u(), in_v = surface->domain_v();
+            const double size = surface->box().diagonal();
+            for (int k = 0; k < 8; ++k) {
+                const ERPoint3D p = random_query(random, *surface, k);
+                projector->all_minima(p, 10 * size, minima);
+                const SurfaceFoot nearest = projector->nearest(p);
+                ASSERT_FALSE(minima.empty()) << kind_names[kind] << " " << round << " " << k;
+                EXPECT_NEAR(minima.front().distance, nearest.distance, 1e-11 * size)
+                    << kind_names[kind] << " " << round << " " << k;
+                most = std::max(most, minima.size());
+                for (const SurfaceFoot& foot : minima)
+                    for (int n = 0; n < 16; ++n) {
+                        const double h = 1e-4, angle = 0.4 * n;
+                        const double u = foot.u + h * in_u.amplitude() * std::cos(angle);
+                        const double v = foot.v + h * in_v.amplitude() * std::sin(angle);
+                        if (in_u.ratio(u) != std::clamp(in_u.ratio(u), 0.0, 1.0) ||
+                            in_v.ratio(v) != std::clamp(in_v.ratio(v), 0.0, 1.0))
+                            continue;
+                        EXPECT_GE(ERVector3D((*surface)(u, v) - p).norme(),
+                                  foot.distance - 1e-9 * size)
+                            << kind_names[kind] << " " << round << " " << k;
+                    }
+                // Half the distances: those beyond are left out.
+                const double half = 0.5 * (minima.front().distance + minima.back().distance);
+                const auto count =
+                    std::count_if(minima.begin(), minima.end(),
+                                  [&](const SurfaceFoot& foot) { return foot.distance <= half; });
+                std::vector<SurfaceFoot> near;
+                projector->all_minima(p, half, near);
+                EXPECT_EQ(static_cast<long>(near.size()), count) << kind_names[kind];
+                // Along narrow valleys descents don't reach the end.
+                const bool narrow = kind_names[kind] == std::string("long");
+                for (const double distance : narrow ? std::vector<double>() : truth.minima(p))
+                    EXPECT_TRUE(std::any_of(minima.begin(), minima.end(),
+                                            [&](const SurfaceFoot& foot) {
+                                                return std::fabs(foot.distance - distance) <
+                                                       1e-7 * size;
+                                            }))
+                        << kind_names[kind] << " " << round << " " << k << " " << distance;
+            }
+        }
+    EXPECT_GT(most, 4u);
 }
 
 TEST(SurfaceProjector, NamesEdgesCornersAndDegenerateFeet) {

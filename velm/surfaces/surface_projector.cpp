@@ -3,6 +3,7 @@
 #include "velm/surfaces/detail/analytic_feet.h"
 #include "velm/surfaces/detail/projector_tables.h"
 #include "velm/surfaces/detail/quotient_rule.h"
+#include "velm/surfaces/detail/stationary_feet.h"
 #include "velm/wireframe/detail/angles.h"
 
 #include <algorithm>
@@ -20,6 +21,7 @@ ProjectorTables::ProjectorTables(const PreparedSurface& prepared) : surface(prep
     std::vector<OrientedBox> boxes;
     leaves.build(*patches, leaf_frame(patches->box()), boxes);
     tree.build(boxes);
+    if (!analytic) lines = sharp_lines(surface, leaves);
 }
 
 namespace {
@@ -222,6 +224,17 @@ SurfaceFoot SurfaceProjector::nearest(const ERPoint3D& p, int budget) const {
 
 SurfaceFoot SurfaceProjector::nearest(const ERPoint3D& p, const ERPoint2D& hint, int budget) const {
     return nearest_of(*tables_, p, &hint, budget);
+}
+
+void SurfaceProjector::feet(const ERPoint3D& p, std::vector<SurfaceFoot>& feet) const {
+    feet.clear();
+    if (is_finite(p)) detail::StationaryFeet(*tables_, p, feet).perpendicular();
+}
+
+void SurfaceProjector::all_minima(const ERPoint3D& p, double distance,
+                                  std::vector<SurfaceFoot>& feet) const {
+    feet.clear();
+    if (is_finite(p)) detail::StationaryFeet(*tables_, p, feet).minima(distance);
 }
 
 void SurfaceProjector::nearest(std::span<const ERPoint3D> points, std::span<SurfaceFoot> feet,

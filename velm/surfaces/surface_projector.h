@@ -80,6 +80,16 @@ public:
     void nearest(std::span<const ERPoint3D> points, std::span<SurfaceFoot> feet,
                  int threads = 1) const;
 
+    /// Every place where p is perpendicular above the surface, nearest first, each once, whether or
+    /// not it is on a border of patches. Certified: there is one foot and no other near it. Not
+    /// certified and degenerate: feet that can't be told apart, as those of the centre of a sphere,
+    /// one entry for each part of the surface that holds some. `lower` is `distance`.
+    void feet(const ERPoint3D& p, std::vector<SurfaceFoot>& feet) const;
+    /// Every local minimum of the distance that is no further than `distance`, nearest first: feet,
+    /// and minima on limits, on lines where the normal jumps and where such lines meet. (Limits of
+    /// a degree above PreparedCurve<3>::max_degree have none.)
+    void all_minima(const ERPoint3D& p, double distance, std::vector<SurfaceFoot>& feet) const;
+
     /// The tables that all this is computed from, for algorithms of the library.
     const detail::ProjectorTables& tables() const { return *tables_; }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "velm/surfaces/detail/leaf_search.h"
+#include "velm/surfaces/detail/sharp_lines.h"
 #include "velm/surfaces/surface_projector.h"
 
 namespace velm::detail {
@@ -16,6 +17,7 @@ struct ProjectorTables {
     bool analytic = false; ///< then leaves are those of `patches_of`, for lines only
     SurfaceLeaves leaves;
     BoxTree tree;
+    std::vector<SharpLine> lines; ///< none of an analytic surface
 };
 
 /// The foot at a place of a leaf of the surface; its bound and certificate are still to be set.

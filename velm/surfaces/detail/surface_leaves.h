@@ -75,6 +75,13 @@ struct SurfaceLeaves {
     double v_at(const SurfaceLeaf& leaf, double t) const {
         return along_v_.parameter(leaf.patch / along_u_.patches(), leaf.v, t);
     }
+    /// The u, or v, of the number of a patch plus its own parameter.
+    double along(bool u, double t) const {
+        const Direction& direction = u ? along_u_ : along_v_;
+        const int patch = std::min(static_cast<int>(t), direction.patches() - 1);
+        const double own[2] = {0.0, 1.0};
+        return direction.parameter(patch, own, 2.0 * (t - patch) - 1.0);
+    }
     /// The leaf of a parameter within the limits, and s and t there; at a side between two leaves
     /// that of the one above it.
     int leaf_at(double u, double v, double* s, double* t) const;

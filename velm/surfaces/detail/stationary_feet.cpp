@@ -1,0 +1,347 @@
+#include "velm/surfaces/detail/stationary_feet.h"
+
+#include "velm/curves/detail/basis_functions.h"
+#include "velm/surfaces/detail/analytic_feet.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace velm::detail {
+namespace {
+
+// Feet on sides of leaves that are this near to each other, of the size, are one.
+constexpr double same_place = 1e-9;
+constexpr double beside_side = 1e-7;
+// Rounding of a product of the offset and a tangent, of the product of their sizes.
+constexpr double product_rounding = 0x1p-47;
+// A second derivative above this part of what it is made of counts as not negative.
+constexpr double flat_bend = 1e-9;
+// The square of a tangent beside that of the other where the other's line is a point.
+constexpr double collapsed = 1e-14;
+// A component of an offset along the surface, of the size, that is no longer along the normal.
+constexpr double askew = 1e-6;
+
+} // namespace
+
+StationaryFeet::StationaryFeet(const ProjectorTables& tables, const ERPoint3D& p,
+                               std::vector<SurfaceFoot>& feet)
+    : tables_(tables), surface_(SurfaceTables::of(tables.surface)), p_(p), feet_(feet),
+      distance_(HUGE_VAL) {
+    tables.leaves.frame.to_local(p, q_);
+    feet.clear();
+}
+
+void StationaryFeet::perpendicular() {
+    if (tables_.analytic) {
+        on_analytic(false);
+    } else {
+        const auto grid = static_cast<std::size_t>(4 * (3 * tables_.leaves.degree_u + 1) *
+                                                   (3 * tables_.leaves.degree_v + 1));
+        constexpr std::size_t usual = 4 * 100;
+        WorkArray<double, 4 * usual> room(4 * grid);
+        const double bound = distance_ * tables_.leaves.frame.scale;
+        const double squared = bound * bound * (1.0 + 1e-12) + std::numeric_limits<double>::min();
+        tables_.tree.nearest(q_, squared, [&](int leaf, double) {
+            zeros_on(leaf, room.data());
+            return true;
+        });
+    }
+    std::sort(feet_.begin(), feet_.end(), [](const SurfaceFoot& a, const SurfaceFoot& b) {
+        if (a.distance != b.distance) return a.distance < b.distance;
+        return a.u < b.u || (a.u == b.u && a.v < b.v);
+    });
+}
+
+void StationaryFeet::minima(double distance) {
+    minima_only_ = true;
+    distance_ = distance;
+    if (!tables_.analytic)
+        for (const SharpLine& line : tables_.lines) {
+            if (line.collapsed) {
+                at_point(line);
+            } else {
+                on_line(line);
+            }
+            for (const SharpLine& other : tables_.lines)
+                if (line.constant_u && !other.constant_u) at_meeting(line, other);
+        }
+    if (tables_.analytic) on_analytic(true);
+    perpendicular();
+}
+
+// Whether a derivative keeps its sign on the leaf.
+bool StationaryFeet::far_from_stationary(const SurfaceLeaf& leaf) const {
+    const SurfaceLeaves& leaves = tables_.leaves;
+    if (leaves.rational) return false;
+    const double* const r = leaves.poles(leaf);
+    double e[3], reach = 0.0;
+    for (int c = 0; c < 3; ++c) {
+        e[c] = q_[c] - leaf.centre[c];
+        reach += e[c] * e[c];
+    }
+    reach = std::sqrt(reach);
+    const auto along = [&](int i, int j) {
+        if (i > leaves.degree_u || j > leaves.degree_v) return 0.0;
+        const double* const x = r + 4 * (j * (leaves.degree_u + 1) + i);
+        return e[0] * x[0] + e[1] * x[1] + e[2] * x[2];
+    };
+    const QuadraticPart& square = leaf.square;
+    const double g[2] = {0.5 * square.g[0] - along(1, 0), 0.5 * square.g[1] - along(0, 1)};
+    const double h[3] = {0.5 * square.h[0] - 2.0 * along(2, 0), 0.5 * square.h[1] - along(1, 1),
+                         0.5 * square.h[2] - 2.0 * along(0, 2)};
+    const double turn[2] = {leaf.turn[0][0] + reach * leaf.turn[1][0],
+                            leaf.turn[0][1] + reach * leaf.turn[1][1]};
+    // Forms E with |x . E x| <= x . D x have |E x|_k <= sqrt(D_k (D_0 + D_1)) on the square.
+    constexpr double margin = 1.0 + 1e-9;
+    for (int k = 0; k < 2; ++k)
+        if (std::fabs(g[k]) > margin * (std::fabs(h[2 * k]) + std::fabs(h[1]) +
+                                        std::sqrt(turn[k] * (turn[0] + turn[1]))))
+            return true;
+    return false;
+}
+
+// The numerators of the derivatives of |Y / w|^2 / 2: w (Y . Ys) - ws (Y . Y), of degree 3 p, which
+// for w = 1 are Y . Ys.
+void StationaryFeet::gradient(const SurfaceLeaf& leaf, double* grid, double* work) const {
+    const SurfaceLeaves& leaves = tables_.leaves;
+    const int p = leaves.degree_u, q = leaves.degree_v, p2 = 2 * p, q2 = 2 * q;
+    const int p3 = leaves.rational ? 3 * p : p2, q3 = leaves.rational ? 3 * q : q2;
+    const double* const r = leaves.poles(leaf);
+    double e[3];
+    for (int c = 0; c < 3; ++c)
+        e[c] = q_[c] - leaf.centre[c];
+    for (int k = 0; k < 4 * (p + 1) * (q + 1); k += 4) {
+        for (int c = 0; c < 3; ++c)
+            work[k + c] = r[k + c] - r[k + 3] * e[c];
+        work[k + 3] = r[k + 3];
+    }
+    constexpr double points[4] = {1, 1, 1, 0};
+    double* const square = work + 4 * (p + 1) * (q + 1);
+    power_product(work, work, p, q, points, square);
+    std::fill_n(grid, 4 * (p3 + 1) * (q3 + 1), 0.0);
+    for (int j = 0; j <= q2; ++j)
+        for (int i = 0; i <= p2; ++i) {
+            const double c = square[j * (p2 + 1) + i];
+            if (!leaves.rational) {
+                if (i > 0) grid[4 * (j * (p3 + 1) + i - 1)] += 0.5 * i * c;
+                if (j > 0) grid[4 * ((j - 1) * (p3 + 1) + i) + 1] += 0.5 * j * c;
+                continue;
+            }
+            for (int m = 0; m <= q; ++m)
+                for (int n = 0; n <= p; ++n) {
+                    const double product = c * work[4 * (m * (p + 1) + n) + 3];
+                    double* const to = grid + 4 * ((j + m) * (p3 + 1) + i + n);
+                    if (i + n > 0) to[-4] += (0.5 * i - n) * product;
+                    if (j + m > 0) to[1 - 4 * (p3 + 1)] += (0.5 * j - m) * product;
+                }
+        }
+}
+
+void StationaryFeet::zeros_on(int number, double* room) {
+    const SurfaceLeaves& leaves = tables_.leaves;
+    const SurfaceLeaf& leaf = leaves[number];
+    if (far_from_stationary(leaf)) return;
+    const int times = leaves.rational ? 3 : 2;
+    const int p = times * leaves.degree_u, q = times * leaves.degree_v;
+    const int size = 4 * (p + 1) * (q + 1);
+    double *const grid = room, *const part = room + size, *const work = part + size;
+    gradient(leaf, grid, work);
+    double most = 0.0, offset = 0.0;
+    for (int k = 4; k < 4 * leaves.coefs_of_leaf(); k += 4)
+        for (int c = 0; c < 3; ++c)
+            most = std::max(most, std::fabs(leaves.poles(leaf)[k + c]));
+    for (int c = 0; c < 3; ++c)
+        offset += std::fabs(q_[c] - leaf.centre[c]);
+    zeros_.find(grid, p, q, product_rounding * most * (offset + most), part);
+    for (int i = 0; i < zeros_.count(); ++i) {
+        const PairZero& zero = zeros_[i];
+        LeafJet jet;
+        power_jet_at(leaves.poles(leaf), leaves.degree_u, leaves.degree_v, zero.x[0], zero.x[1],
+                     jet);
+        LeafPlace place;
+        place.leaf = number, place.s = zero.x[0], place.t = zero.x[1];
+        place.squared = 0.0;
+        for (int c = 0; c < 3; ++c) {
+            place.from_query[c] = jet.x[0][c] / jet.x[0][3] + leaf.centre[c] - q_[c];
+            place.squared += place.from_query[c] * place.from_query[c];
+        }
+        SurfaceFoot foot = foot_at(tables_.surface, leaves, place, q_);
+        foot.lower = foot.distance;
+        foot.certified = zero.simple;
+        if (!zero.simple) foot.kind = SurfaceFootKind::degenerate;
+        if (minima_only_ ? !is_minimum(foot) : !is_perpendicular(foot)) continue;
+        bool at_side = false;
+        for (int k = 0; k < 2; ++k)
+            at_side = at_side || std::fabs(zero.x[k]) + zero.reach[k] >= 1.0 - beside_side;
+        keep(foot, at_side);
+    }
+}
+
+// At a row of poles in one point the derivatives can vanish for one of its parameters alone.
+bool StationaryFeet::is_perpendicular(const SurfaceFoot& foot) const {
+    const ERVector3D from(foot.point - p_);
+    return foot.kind != SurfaceFootKind::degenerate ||
+           (from ^ foot.normal).norme() <= askew * tables_.surface.box().diagonal();
+}
+
+// Whether the second derivatives at a stationary place are those of a minimum.
+bool StationaryFeet::is_minimum(const SurfaceFoot& foot) const {
+    if (foot.distance > distance_) return false;
+    const SurfaceSide inside = {foot.u >= surface_.u.end(), foot.v >= surface_.v.end()};
+    const Jet jet = sided_jet(surface_, {foot.u, foot.v}, inside);
+    const ERVector3D from(foot.point - p_), pu = jet.vector(1), pv = jet.vector(2);
+    const double e = pu * pu, g = pv * pv;
+    const double a = e + from * jet.vector(3), b = pu * pv + from * jet.vector(4),
+                 c = g + from * jet.vector(5);
+    if (std::min(e, g) <= collapsed * std::max(e, g)) return false; // see at_point
+    return a >= -flat_bend * e && c >= -flat_bend * g && a * c - b * b >= -flat_bend * e * g;
+}
+
+// The feet, or the minima on limits.
+void StationaryFeet::on_analytic(bool limits) {
+    const AnalyticFeet places(surface_, p_);
+    for (int i = 0; i < places.count(); ++i) {
+        const AnalyticPlace& place = places[i];
+        if (limits == (place.free_u && place.free_v)) continue;
+        SurfaceFoot foot = foot_at(tables_.surface, place);
+        foot.lower = foot.distance;
+        foot.certified = foot.kind != SurfaceFootKind::degenerate;
+        if (!limits) {
+            if (!minima_only_ || is_minimum(foot)) keep(foot, true);
+            continue;
+        }
+        bool minimum = is_minimum_on_limit(place);
+        // At the tip of a cone the distance has to rise in all directions.
+        for (int k = 0; k < places.count() && foot.kind == SurfaceFootKind::degenerate; ++k)
+            if (!places[k].free_u && !place.free_u && places[k].u == place.u)
+                minimum = minimum && is_minimum_on_limit(places[k]);
+        if (minimum) keep(foot, true);
+    }
+}
+
+// Whether the distance rises inward, and along the limit the place is a minimum.
+bool StationaryFeet::is_minimum_on_limit(const AnalyticPlace& place) const {
+    const SurfaceSide inside = {place.u >= surface_.u.end(), place.v >= surface_.v.end()};
+    const Jet jet = sided_jet(surface_, {place.u, place.v}, inside);
+    const ERVector3D from(jet.point() - p_);
+    const auto is_least = [&](bool is_free, bool along_u, int tangent, int bend, bool below) {
+        const ERVector3D t = jet.vector(tangent);
+        if (is_free) return t * t + from * jet.vector(bend) >= 0.0;
+        return rise(jet, along_u, below ? -1.0 : 1.0) > 0.0;
+    };
+    return is_least(place.free_u, true, 1, 3, inside.below_u) &&
+           is_least(place.free_v, false, 2, 5, inside.below_v);
+}
+
+// How the distance rises along u or v, less its rounding.
+double StationaryFeet::rise(const Jet& jet, bool along_u, double sign) const {
+    const ERVector3D from(jet.point() - p_), tangent = jet.vector(along_u ? 1 : 2);
+    return sign * (from * tangent) -
+           product_rounding * tangent.norme() * (from.norme() + tables_.surface.box().diagonal());
+}
+
+bool StationaryFeet::rises(const SharpLine& line, double t) const {
+    for (int which = 0; which < 2; ++which) {
+        if (!line.side[which]) continue;
+        const Jet jet =
+            sided_jet(surface_, line.place(tables_.leaves, t, which), line.jet_side(t, which));
+        if (!(rise(jet, line.constant_u, which == 0 ? -1.0 : 1.0) > 0.0)) return false;
+    }
+    return true;
+}
+
+// Whether the distance is stationary across a line, and has a minimum there.
+bool StationaryFeet::bends_up(const SharpLine& line, double t) const {
+    const int which = line.side[1] ? 1 : 0;
+    const Jet jet =
+        sided_jet(surface_, line.place(tables_.leaves, t, which), line.jet_side(t, which));
+    const ERVector3D from(jet.point() - p_), tangent = jet.vector(line.constant_u ? 1 : 2);
+    const double size = tables_.surface.box().diagonal();
+    const bool stationary = std::fabs(from * tangent) <=
+                            4.0 * product_rounding * tangent.norme() * (from.norme() + size);
+    return stationary && tangent * tangent + from * jet.vector(line.constant_u ? 3 : 5) > 0.0;
+}
+
+void StationaryFeet::on_line(const SharpLine& line) {
+    static thread_local std::vector<CurveFoot<3>> feet;
+    line.curve.perpendicular_feet(p_, feet);
+    const ERLimites ends = line.curve.domain();
+    for (const CurveFoot<3>& foot : feet) {
+        const bool is_minimum = foot.before <= 0 && foot.after >= 0;
+        const bool at_end =
+            !line.curve.closed() && (foot.t == ends.start() || foot.t == ends.end());
+        if (!is_minimum || at_end || foot.distance > distance_ || !rises(line, foot.t)) continue;
+        const int which = line.side[1] ? 1 : 0;
+        const ERPoint2D at = line.place(tables_.leaves, foot.t, which);
+        add(at.x(), at.y(), foot.point, line.jet_side(foot.t, which),
+            foot.kind == FootKind::continuum ? SurfaceFootKind::degenerate : SurfaceFootKind::edge);
+    }
+}
+
+// Where two lines meet the distance has to rise along both into each part of the surface.
+void StationaryFeet::at_meeting(const SharpLine& u_line, const SharpLine& v_line) {
+    if (u_line.collapsed || v_line.collapsed) return;
+    int parts = 0;
+    SurfaceSide last;
+    ERPoint2D at;
+    ERPoint3D point;
+    for (int a = 0; a < 2; ++a)
+        for (int b = 0; b < 2; ++b) {
+            if (!u_line.side[a] || !v_line.side[b]) continue;
+            at = ERPoint2D(u_line.at[a], v_line.at[b]);
+            last = {a == 0, b == 0};
+            const Jet jet = sided_jet(surface_, at, last);
+            point = jet.point();
+            if (!(rise(jet, true, a == 0 ? -1.0 : 1.0) > 0.0) ||
+                !(rise(jet, false, b == 0 ? -1.0 : 1.0) > 0.0))
+                return;
+            ++parts;
+        }
+    const double distance = ERVector3D(point - p_).norme();
+    if (distance <= distance_)
+        add(at.x(), at.y(), point, last,
+            parts == 1 ? SurfaceFootKind::corner : SurfaceFootKind::edge);
+}
+
+// A row of poles in one point: the distance has to rise in all directions.
+void StationaryFeet::at_point(const SharpLine& line) {
+    constexpr int samples = 8;
+    const ERLimites ends = line.curve.domain();
+    const int count = samples * static_cast<int>(ends.end());
+    for (int k = 0; k <= count; ++k)
+        if (!rises(line, double(k) / samples) && !bends_up(line, double(k) / samples)) return;
+    const int which = line.side[1] ? 1 : 0;
+    const ERPoint2D at = line.place(tables_.leaves, 0.0, which);
+    const ERPoint3D point = line.curve(0.0);
+    if (ERVector3D(point - p_).norme() <= distance_)
+        add(at.x(), at.y(), point, line.jet_side(0.0, which), SurfaceFootKind::degenerate);
+}
+
+void StationaryFeet::add(double u, double v, const ERPoint3D& point, const SurfaceSide& side,
+                         SurfaceFootKind kind) {
+    const Jet jet = sided_jet(surface_, {u, v}, side);
+    SurfaceFoot foot;
+    foot.u = u, foot.v = v;
+    foot.point = point;
+    const ERVector3D normal = jet.vector(1) ^ jet.vector(2);
+    foot.normal = kind == SurfaceFootKind::degenerate || !(normal.norme() > 0.0)
+                      ? tables_.surface.normal(u, v)
+                      : normal.getnormalized();
+    foot.distance = foot.lower = ERVector3D(point - p_).norme();
+    foot.kind = kind;
+    foot.certified = kind != SurfaceFootKind::degenerate;
+    keep(foot, true);
+}
+
+void StationaryFeet::keep(const SurfaceFoot& foot, bool at_side) {
+    if (foot.distance > distance_) return;
+    const double near = same_place * tables_.surface.box().diagonal() *
+                        (foot.kind == SurfaceFootKind::degenerate ? 1e3 : 1.0);
+    if (at_side)
+        for (const SurfaceFoot& other : feet_)
+            if (ERVector3D(other.point - foot.point).norme() <= near) return;
+    feet_.push_back(foot);
+}
+
+} // namespace velm::detail
