@@ -1,5 +1,6 @@
-// velm/nominal.h: to make and to look at nominal surfaces. Lofts, surfaces of revolution, through and
-// near grids of points; their boxes, triangles, nearest points, and the simple shapes that they are.
+// velm/nominal.h: to make and to look at nominal surfaces. Lofts, surfaces of revolution, through
+// and near grids of points; their boxes, triangles, nearest points, and the simple shapes that they
+// are.
 #pragma once
 
 #include "velm/surfaces/analytic_to_nurbs.h"

@@ -9,6 +9,10 @@
 #include "velm/frame/point_functions.h"
 #include "velm/store/database.h"
 #include "velm/surfaces/prepared_surface.h"
+#include "velm/surfaces/recognition.h"
+#include "velm/surfaces/surface_box.h"
+#include "velm/surfaces/tessellation.h"
+#include "velm/surfaces/torus.h"
 
 #include <map>
 
@@ -150,6 +154,62 @@ TEST_F(RealSurfaces, StayTheSamePreparedCutAndStored) {
         }
         count = 0;
     }
+}
+
+// Meshes within a thousandth of the size, proved and sampled; simple shapes with their deviation,
+// and boxes beside the prepared surfaces' own.
+TEST_F(RealSurfaces, AreMeshedBoxedAndRecognized) {
+    std::map<int, int> kinds;
+    std::size_t triangles = 0;
+    for (const fs::path& file : files) {
+        const SurfaceTexts texts(file);
+        for (const auto& [name, entity] : texts.surfaces) {
+            SCOPED_TRACE(file.filename().string() + " " + name);
+            const auto surface = velm::prepare(*entity);
+            ASSERT_TRUE(surface);
+            const double size = surface->box().diagonal();
+            const velm::SurfaceMesh mesh = velm::tessellate(*surface, 1e-3 * size);
+            EXPECT_TRUE(mesh.certified && !mesh.triangles.empty());
+            triangles += mesh.triangles.size();
+            for (std::size_t k = 0; k < mesh.triangles.size(); k += 7) {
+                ERPoint3D middle;
+                ERPoint2D at;
+                for (const int v : mesh.triangles[k]) {
+                    middle += mesh.positions[std::size_t(v)] * (1.0 / 3);
+                    at += mesh.parameters[std::size_t(v)] * (1.0 / 3);
+                }
+                EXPECT_LE(distance((*surface)(at.x(), at.y()), middle), 1e-3 * size);
+            }
+            const velm::TightBox box = velm::tight_box(*surface, 1e-6 * size);
+            EXPECT_LE(box.excess, 1e-6 * size);
+            ERMinimax3D grown = box.box;
+            grown.Inflate(1e-12 * (size + reach_of(*entity)));
+            for (const ERPoint3D& p : mesh.positions)
+                EXPECT_TRUE(grown.contains(p));
+            const auto found = velm::recognize(*surface, 1e-6 * size);
+            if (found) {
+                for (const ERPoint3D& p : mesh.positions) {
+                    double d = 0.0;
+                    found->surface->SignedMinimalDistance(p, d);
+                    if (const auto* const torus = ERBoundedTorus::castdown(found->surface.get())) {
+                        // Beyond the axis of a torus that crosses it.
+                        const ERVector3D arm(torus->origin(), p);
+                        const double height = arm * torus->vect();
+                        const double out = (arm - torus->vect() * height).norme();
+                        const double far =
+                            std::hypot(out + torus->radius(), height) - torus->small_radius();
+                        d = std::min(std::fabs(d), std::fabs(far));
+                    }
+                    EXPECT_LE(std::fabs(d), found->deviation + 1e-13 * (size + reach_of(*entity)));
+                }
+            }
+            ++kinds[found ? static_cast<int>(found->kind) : -1];
+        }
+    }
+    // Of 241 surfaces: planes, cylinders, cones, a sphere, tori.
+    const std::map<int, int> expected{{-1, 127}, {0, 71}, {1, 18}, {2, 7}, {3, 1}, {4, 17}};
+    EXPECT_EQ(kinds, expected);
+    EXPECT_LE(triangles, 90000u);
 }
 
 } // namespace

@@ -17,7 +17,8 @@ struct RecognizedSurface {
     /// A bounded surface whose limits hold the feet of a grid of the given surface's points.
     t_SmartPtr<ERAnyBoundedSurface> surface;
     /// No point of the given surface is farther from the unlimited plane, cylinder, cone (both
-    /// sides), sphere or torus than this: at most the tolerance.
+    /// sides), sphere or torus (with the part beyond its axis if it crosses that) than this: at
+    /// most the tolerance.
     double deviation = 0.0;
     /// Whether dP/du ^ dP/dv of the given surface points to the same side as that of `surface`,
     /// taken from the true derivatives.

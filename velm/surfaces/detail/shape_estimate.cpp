@@ -159,8 +159,12 @@ double EstimatedShape::distance(const ERPoint3D& p) const {
         return arm.norme() - radius;
     case SurfaceKind::cone:
         return out * std::cos(radius) - std::fabs(height) * std::sin(radius);
-    default:
-        return std::hypot(out - radius, height) - small_radius;
+    default: {
+        const double near = std::hypot(out - radius, height) - small_radius;
+        const double far = std::hypot(out + radius, height) - small_radius;
+        // The part beyond the axis of a torus that crosses it.
+        return std::fabs(far) < std::fabs(near) ? far : near;
+    }
     }
 }
 
