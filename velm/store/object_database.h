@@ -53,15 +53,16 @@ inline constexpr StoreTree class_tree_form = {60, 0, 10};
 inline constexpr StoreTree object_tree_form = {4, 1, 1000};
 inline constexpr StoreTree index_tree_form = {4, 1, 10};
 
-/// The key of an identifier or an index: its four bytes, little-endian.
+/// The key of an identifier or an index: its four bytes, little-endian. A NUL follows them, since a
+/// tree with a damaged information block takes it for text.
 struct NumberKey {
     explicit NumberKey(long number) : value(static_cast<std::int32_t>(number)) {
-        std::memcpy(bytes, &value, sizeof bytes);
+        std::memcpy(bytes, &value, sizeof value);
     }
     operator const char*() const { return bytes; }
 
     std::int32_t value;
-    char bytes[4];
+    char bytes[sizeof value + 1] = {};
 };
 
 } // namespace velm
