@@ -313,4 +313,30 @@ TEST(SurfaceProjection, LinesThroughDerivedSurfaces) {
     }
 }
 
+// Coordinates and weights of every size: all comes to an end, and what is found is in the limits.
+TEST(SurfaceProjection, HostileSurfacesComeToAnEnd) {
+    constexpr double nasty[] = {0, -1, 1e-300, 1e300, -1e300, 5e-324, 1e9, 1e150, 1e-9};
+    for (int n = counted(4000); n > 0; --n) {
+        ERSpoleNURBS3D s = panel(3, 3, 0.5, false);
+        ERMatrix<ERPole3DH> poles = s.poles();
+        for (ERPole3DH& pole : poles.writable())
+            if (draw.below(8) == 0) (draw.below(2) ? pole.weight : pole.z_) = draw.one_of(nasty);
+        s = ERSpoleNURBS3D(poles, s.knotVectorU(), s.knotVectorV());
+        s.UpdateCache();
+        const t_SmartPtr<ERSpoleBezier3DR> patch = s.decomposer()->Bezier(0, 0);
+        for (const Surface* surface :
+             {static_cast<const Surface*>(&s), static_cast<const Surface*>(patch.get())}) {
+            const ERPoint3D p =
+                draw.below(2) ? draw.value<ERPoint3D>(3) : ERPoint3D(1, draw.one_of(nasty), 1);
+            ERPoint2D at;
+            if (surface->ProjectionNormale(p, draw.one_of(nasty), at, 1)) {
+                EXPECT_TRUE(surface->getBoundU().inBound(at.x())) << at;
+                EXPECT_TRUE(surface->getBoundV().inBound(at.y())) << at;
+            }
+            ERRaySurfaceResult crossings;
+            surface->ProjectPoint(p, draw.direction<ERVector3D>(), crossings, 1);
+        }
+    }
+}
+
 } // namespace
