@@ -515,21 +515,4 @@ TEST(Match3DCurveOnSurface, KeepsFeetByTheirDistances) {
     EXPECT_EQ(match3DCurveOnSurface(surface, {}, far, found), 0) << "one foot alone";
 }
 
-TEST(Match3DCurveOnSurface, GivesTheEdgesOfAFace) {
-    const Surface base = new ERBoundedCylinder(tube());
-    const ERTrimmedSurface f = face();
-    ERTrimmedSurface matched(base.get());
-    for (const t_SmartPtr<Boundary>& boundary : f.getBoundList()) {
-        const t_SmartPtr<ERFiniteEntity3DWF> edge = new ERPolyline3D(boundary->smash(0.001));
-        Curve2 found;
-        ASSERT_EQ(match3DCurveOnSurface(base, {}, edge, found), 1);
-        matched.addBound(*found, boundary->side());
-    }
-    for (int i = 0; i < 2000; ++i) {
-        const ERPoint2D p(draw.uniform(0, 5), draw.uniform(0.5, 3.5));
-        if (std::fabs(distance(p, {2, 2}) - 0.5) < 1e-2) continue;
-        EXPECT_EQ(matched.isInBound(p), f.isInBound(p)) << p;
-    }
-}
-
 } // namespace
