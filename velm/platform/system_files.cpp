@@ -33,8 +33,6 @@ struct flock byte_range(off_t first, off_t count, bool exclusive) {
 
 } // namespace
 
-SystemFiles::~SystemFiles() = default;
-
 int SystemFiles::open(const char* path, int flags, mode_t mode) {
     return ::open(path, flags, mode);
 }

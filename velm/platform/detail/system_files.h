@@ -12,7 +12,7 @@ namespace velm::detail {
 /// test derives from it to make the k-th call fail, fall short or be interrupted.
 class SystemFiles {
 public:
-    virtual ~SystemFiles();
+    constexpr virtual ~SystemFiles() = default;
 
     virtual int open(const char* path, int flags, mode_t mode);
     virtual int close(int file);
