@@ -1,42 +1,14 @@
 // The readers of stored values over any bytes: array bodies, numbers, texts and values on a file,
 // values, transformations and lists of arrays in an archive, curves on a file. What could be read
 // must be written back as it was.
-#include "velm/curves/bezier_curve.h"
-#include "velm/curves/composite_curve.h"
-#include "velm/curves/knot_vector.h"
-#include "velm/curves/nurbs_curve.h"
-#include "velm/curves/polynomial_patch.h"
-#include "velm/frame/box.h"
-#include "velm/frame/coordinate.h"
-#include "velm/frame/main_direction.h"
-#include "velm/frame/pole.h"
-#include "velm/frame/value_archive.h"
-#include "velm/frame/vec.h"
-#include "velm/platform/archive.h"
-#include "velm/surfaces/bezier_surface.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/cone.h"
-#include "velm/surfaces/cylinder.h"
-#include "velm/surfaces/nurbs_surface.h"
-#include "velm/surfaces/offset_surface.h"
-#include "velm/surfaces/revolution_surface.h"
-#include "velm/surfaces/sphere.h"
-#include "velm/surfaces/torus.h"
-#include "velm/surfaces/trimmed_surface.h"
-#include "velm/transforms/transformation_archive.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/transforms/transformation_handle.h"
-#include "velm/wireframe/polyline.h"
-#include "velm/wireframe/shapes_in_space.h"
-
 #include "support/caught.h"
 #include "support/memory_file.h"
+#include "velm/velm.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 namespace {
@@ -108,16 +80,20 @@ void read_transformations(const std::string& bytes) {
     use(t);
 }
 
+template <class Entity>
+void restore(Entity& entity, const std::string& bytes) {
+    MemoryFile memory(bytes), copy;
+    entity.restoreGuts(memory);
+    entity.saveGuts(copy);
+    require(copy.bytes.size() == entity.binaryStoreSize());
+}
+
 // Whatever was read, the curve evaluates, has a box, feet and a NURBS form, and writes a record of
 // the size it says.
 template <class Curve>
 void read_curve(const std::string& bytes) {
-    MemoryFile memory(bytes);
     Curve curve;
-    curve.restoreGuts(memory);
-    MemoryFile copy;
-    curve.saveGuts(copy);
-    require(copy.bytes.size() == curve.binaryStoreSize());
+    restore(curve, bytes);
     const ERLimites limits = curve.getBound();
     curve(limits(0.3));
     curve.PtCur(limits(0.7));
@@ -131,12 +107,8 @@ void read_curve(const std::string& bytes) {
 // Likewise of a closed shape: points, nearest points, a box and edges.
 template <class Shape>
 void read_shape(const std::string& bytes) {
-    MemoryFile memory(bytes);
     Shape shape;
-    shape.restoreGuts(memory);
-    MemoryFile copy;
-    shape.saveGuts(copy);
-    require(copy.bytes.size() == shape.binaryStoreSize());
+    restore(shape, bytes);
     shape.PtCur(1.3);
     shape.getBox();
     shape.ProjectPt({});
@@ -149,12 +121,8 @@ void read_shape(const std::string& bytes) {
 // The same for a surface, which also splits, projects and moves.
 template <class Surface>
 void read_surface(const std::string& bytes) {
-    MemoryFile memory(bytes);
     Surface surface;
-    surface.restoreGuts(memory);
-    MemoryFile copy;
-    surface.saveGuts(copy);
-    require(copy.bytes.size() == surface.binaryStoreSize());
+    restore(surface, bytes);
     const ERLimites in_u = surface.getBoundU(), in_v = surface.getBoundV();
     surface(in_u(0.3), in_v(0.7));
     surface.PtCur(in_u(0.7), in_v(0.3)).normale();
@@ -169,12 +137,8 @@ void read_surface(const std::string& bytes) {
 }
 
 void read_boundary(const std::string& bytes) {
-    MemoryFile memory(bytes);
     ERSurfaceBoundary boundary;
-    boundary.restoreGuts(memory);
-    MemoryFile copy;
-    boundary.saveGuts(copy);
-    require(copy.bytes.size() == boundary.binaryStoreSize());
+    restore(boundary, bytes);
     boundary.getBox();
     boundary.getBound2DasPolyline(-1.0);
     boundary.smash(0.5);
@@ -208,53 +172,51 @@ void from_archive(const std::string& bytes) {
     velm_test::archive_cause([&] { load(archive); });
 }
 
-constexpr void (*readers[])(const std::string&) = {read_array_body,
-                                                   read_texts,
-                                                   read_numbers<long>,
-                                                   read_numbers<double>,
-                                                   read_values<ERPoint3D>,
-                                                   read_values<ERPole3DH>,
-                                                   read_values<ERMinimax3D>,
-                                                   from_archive<load_arrays>,
-                                                   from_archive<load_values<ERMainDirection>>,
-                                                   from_archive<load_values<ERMinimax3D>>,
-                                                   from_archive<load_values<Coordinate>>,
-                                                   from_archive<load_counts>,
-                                                   read_transformations,
-                                                   from_archive<load_values<ERPmIsometrie3D>>,
-                                                   from_archive<load_values<ERPmSimilitude3D>>,
-                                                   read_curve<ERCpoleBezier2D>,
-                                                   read_curve<ERCpoleBezier2DR>,
-                                                   read_curve<ERCpoleBezier3D>,
-                                                   read_curve<ERCpoleBezier3DR>,
-                                                   read_curve<ERPatchCPoly2D>,
-                                                   read_curve<ERPatchCPoly3D>,
-                                                   read_curve<ERCpoleNURBS2D>,
-                                                   read_curve<ERCpoleNURBS3D>,
-                                                   read_curve<ERPolyline2D>,
-                                                   read_curve<ERPolygone3D>,
-                                                   read_curve<ERCompCurve2D>,
-                                                   read_curve<ERCompCurve3D>,
-                                                   read_curve<ERCrvCompPoly2D>,
-                                                   read_curve<ERCrvCompPoly3D>,
-                                                   read_shape<ERRectangle2D>,
-                                                   read_shape<ERRegularPolygon2D>,
-                                                   read_shape<ERRoundedSlot2D>,
-                                                   read_shape<ERRectangle3D>,
-                                                   read_shape<ERRegularPolygon3D>,
-                                                   read_shape<ERRoundedSlot3D>,
-                                                   read_surface<ERBoundedPlane>,
-                                                   read_surface<ERBoundedCylinder>,
-                                                   read_surface<ERBoundedCone>,
-                                                   read_surface<ERBoundedSphere>,
-                                                   read_surface<ERBoundedTorus>,
-                                                   read_surface<ERSpoleBezier3D>,
-                                                   read_surface<ERSpoleBezier3DR>,
-                                                   read_surface<ERSpoleNURBS3D>,
-                                                   read_surface<ERSurOfRevolution>,
-                                                   read_surface<EROffsetSurface>,
-                                                   read_surface<ERTrimmedSurface>,
-                                                   read_boundary};
+using Readers = std::vector<void (*)(const std::string&)>;
+
+template <class... Curves>
+Readers of_curves() {
+    return {read_curve<Curves>...};
+}
+template <class... Shapes>
+Readers of_shapes() {
+    return {read_shape<Shapes>...};
+}
+template <class... Surfaces>
+Readers of_surfaces() {
+    return {read_surface<Surfaces>...};
+}
+
+// The corpus knows them by their numbers.
+const Readers readers = [] {
+    Readers all = {read_array_body,
+                   read_texts,
+                   read_numbers<long>,
+                   read_numbers<double>,
+                   read_values<ERPoint3D>,
+                   read_values<ERPole3DH>,
+                   read_values<ERMinimax3D>,
+                   from_archive<load_arrays>,
+                   from_archive<load_values<ERMainDirection>>,
+                   from_archive<load_values<ERMinimax3D>>,
+                   from_archive<load_values<Coordinate>>,
+                   from_archive<load_counts>,
+                   read_transformations,
+                   from_archive<load_values<ERPmIsometrie3D>>,
+                   from_archive<load_values<ERPmSimilitude3D>>};
+    for (const Readers& more :
+         {of_curves<ERCpoleBezier2D, ERCpoleBezier2DR, ERCpoleBezier3D, ERCpoleBezier3DR,
+                    ERPatchCPoly2D, ERPatchCPoly3D, ERCpoleNURBS2D, ERCpoleNURBS3D, ERPolyline2D,
+                    ERPolygone3D, ERCompCurve2D, ERCompCurve3D, ERCrvCompPoly2D, ERCrvCompPoly3D>(),
+          of_shapes<ERRectangle2D, ERRegularPolygon2D, ERRoundedSlot2D, ERRectangle3D,
+                    ERRegularPolygon3D, ERRoundedSlot3D>(),
+          of_surfaces<ERBoundedPlane, ERBoundedCylinder, ERBoundedCone, ERBoundedSphere,
+                      ERBoundedTorus, ERSpoleBezier3D, ERSpoleBezier3DR, ERSpoleNURBS3D,
+                      ERSurOfRevolution, EROffsetSurface, ERTrimmedSurface>()})
+        all.insert(all.end(), more.begin(), more.end());
+    all.push_back(read_boundary);
+    return all;
+}();
 
 } // namespace
 

@@ -67,31 +67,6 @@ void on_random_rows(const std::function<void(velm_test::Random&, const Values&, 
         }
 }
 
-TEST(BernsteinRows, AColumnGivesTheBitsOfThePackedRow) {
-    on_random_rows([](velm_test::Random& random, const Values& poles, int count, int dim) {
-        const double a = random.uniform(0.0, 0.5);
-        const double b = random.uniform(0.6, 1.0);
-        Values results[2];
-        for (const int step : {dim, dim + 3}) {
-            Spread spread(poles, dim, step);
-            Spread after(count, dim, step);
-            Values& all = results[step == dim ? 0 : 1];
-            const auto add = [&all](const Values& more) {
-                all.insert(all.end(), more.begin(), more.end());
-            };
-            add(value(spread.row, a));
-            add(derivatives(spread.row, b));
-            split_row(spread.row, a, spread.row, after.row);
-            add(spread.poles());
-            add(after.poles());
-            restrict_row(spread.row, a, b);
-            elevate_row(spread.row, 1);
-            add(spread.poles(count + 1));
-        }
-        EXPECT_EQ(results[0], results[1]);
-    });
-}
-
 TEST(BernsteinRows, SplitRestrictAndHodographDescribeTheSameCurve) {
     on_random_rows([](velm_test::Random& random, const Values& poles, int count, int dim) {
         Spread row(poles, dim, dim + 1);

@@ -1,13 +1,7 @@
 // Arcs, ellipses and conics as NURBS curves against the circle, the ellipse and the implicit conic.
 #include "velm/curves/conics.h"
 
-#include "support/test.h"
-#include "velm/frame/point_functions.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/arc.h"
-#include "velm/wireframe/arc_in_space.h"
-#include "velm/wireframe/ellipse_in_space.h"
-#include "velm/wireframe/elliptical_arc.h"
+#include "support/geometry.h"
 
 namespace {
 

@@ -2,10 +2,7 @@
 #include "velm/curves/curve_bounds.h"
 #include "velm/curves/prepare.h"
 
-#include "support/test.h"
-#include "velm/wireframe/arc_in_space.h"
-#include "velm/wireframe/ellipse_in_space.h"
-#include "velm/wireframe/segment.h"
+#include "support/geometry.h"
 
 namespace {
 

@@ -1,7 +1,6 @@
 #include "velm/curves/knot_vector.h"
 
 #include "support/records.h"
-#include "support/test.h"
 #include "velm/curves/knot.h"
 
 namespace {

@@ -1,17 +1,14 @@
 #include "velm/curves/nurbs_curve.h"
 
+#include "curves/pole_curve_checks.h"
 #include "support/allocation_count.h"
-#include "support/records.h"
-#include "support/test.h"
+#include "support/text_fields.h"
 #include "velm/curves/degree_reduction.h"
-#include "velm/curves/knot.h"
+#include "velm/curves/prepare.h"
 #include "velm/frame/point_functions.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
-
-#include <cstdlib>
-#include <fstream>
 
 namespace {
 
@@ -83,32 +80,27 @@ void expect_same(const Curve& a, const Curve& b, double low = 0, double high = 1
 TEST(NurbsReference, PointsAndDerivativesAgreeWithExactArithmetic) {
     constexpr double limit = 8; // in roundings of the sizes that the data states for each row
     std::ifstream file(VELM_TEST_FOLDER "/curves/data/nurbs.txt");
-    std::string word;
     ERVec<double> knots;
     ERVec<ERPole3DH> poles;
-    int p = 0, count = 0, row = 0, rows = 0;
+    int p = 0, row = 0, rows = 0;
     double t = 0.0;
-    const auto number = [&] {
-        file >> word;
-        return std::strtod(word.c_str(), nullptr);
-    };
-    while (file >> word) {
+    for (std::string line; std::getline(file, line);) {
+        velm_test::TextFields fields(line);
+        const std::string word = fields.word();
+        const std::vector<double> v = fields.rest();
         if (word == "curve") {
-            file >> p >> count;
+            p = static_cast<int>(v[0]);
             poles.clear();
         } else if (word == "knots") {
-            knots.resize(count + p + 1);
-            for (double& knot : knots.writable())
-                knot = number();
+            knots = ERVec<double>(std::span<const double>(v));
         } else if (word == "pole") {
-            poles.append(ERPole3DH::each([&](int) { return number(); }));
+            poles.append(ERPole3DH(v[0], v[1], v[2], v[3]));
         } else if (word == "at") {
-            t = number();
+            t = v[0];
             row = 0;
-        } else {
-            ASSERT_EQ(word, "row");
-            const ERPoint3D exact = ERPoint3D::each([&](int) { return number(); });
-            const double unit = number() * std::numeric_limits<double>::epsilon() / 2;
+        } else if (word == "row") {
+            const ERPoint3D exact(v[0], v[1], v[2]);
+            const double unit = v[3] * std::numeric_limits<double>::epsilon() / 2;
             ERCpoleNURBS3D curve(poles, ERKnotVector(p, knots));
             const ERInfoPoint3DWF found = curve.PtCur(t);
             const ERVector3D &first = found.tangente(), &second = found.second_derivative();
@@ -186,8 +178,12 @@ TYPED_TEST(Nurbs, EditsKeepTheCurve) {
         }
         edited = c;
         edited.incrDegree(2);
-        EXPECT_EQ(edited.degree(), p + 2);
         expect_same(c, edited);
+        ERKnotVector raised = knots; // with whose knots there is one such curve
+        raised.incDegree(2);
+        if (knots.isUnclamped() == 0) {
+            EXPECT_EQ(velm_test::text_of(edited.knotVector()), velm_test::text_of(raised));
+        }
         edited = c;
         edited.reverse();
         const double sum = knots.first() + knots.last();
@@ -210,6 +206,21 @@ TYPED_TEST(Nurbs, EditsKeepTheCurve) {
         EXPECT_EQ(first.append(second, 1e-9, 0), 1);
         expect_same(c, first, a, 1);
     });
+}
+
+TYPED_TEST(Nurbs, PreparedOnesKeepTheirPointsWithinTheirLimits) {
+    this->for_curves(
+        200,
+        [](auto c) {
+            c.setBound({0.2, 0.7});
+            const auto prepared = velm::prepare(c);
+            ASSERT_TRUE(prepared) << c.knotVector();
+            EXPECT_EQ(prepared->domain(), c.getBound());
+            for (int i = 0; i <= 50; ++i)
+                EXPECT_LE(distance((*prepared)(0.2 + 0.01 * i), c(0.2 + 0.01 * i)), 1e-13)
+                    << i << c.knotVector();
+        },
+        9);
 }
 
 TYPED_TEST(Nurbs, AdjustContinuesTheEndSpans) {
@@ -246,56 +257,6 @@ TYPED_TEST(Nurbs, AdjustContinuesTheEndSpans) {
     EXPECT_EQ(list(off), list(c));
     EXPECT_EQ(off.isTrimmed(), 0);
     EXPECT_TRUE(off.knotVector().isUsable());
-}
-
-// Prautzsch's elevation step by step: the average of degree + 1 curves whose knots and poles are
-// doubled in turn, after each has got the knots of the others.
-template <class Curve>
-Curve elevated_step_by_step(const Curve& c) {
-    const ERKnotVector knots = c.knotVector();
-    const int p = c.degree();
-    ERVec<typename Curve::Pole> sum;
-    ERKnotVector all;
-    const auto insert = [p](auto& poles, ERKnotVector& k, const ERKnotVector& missing) {
-        if (missing.length() == 0) return;
-        ERKnot knot(missing);
-        do {
-            velm::insert_knot(poles, k, p + 1, knot, knot.multiplicity());
-        } while (++knot);
-    };
-    for (int i = 0; i <= p; ++i) {
-        ERKnotVector own = knots.GetPrautzsch(i);
-        ERVec<typename Curve::Pole> poles;
-        for (int j = 0, next = i; j < c.nbPoles(); ++j) {
-            poles.append(c.getPoles().view()[std::size_t(j)], j == next ? 2 : 1);
-            if (j == next) next += p + 1;
-        }
-        if (i == 0) {
-            sum = poles, all = own;
-            continue;
-        }
-        const ERKnotVector missing = Diff(all, own), added = Diff(own, all);
-        insert(poles, own, missing);
-        insert(sum, all, added);
-        all = Union(all, own);
-        for (int j = 0; j < sum.size(); ++j)
-            sum[j] += poles[j];
-    }
-    for (auto& pole : sum.writable())
-        pole /= p + 1;
-    return {sum, all};
-}
-
-TYPED_TEST(Nurbs, ElevationIsTheAverageOfPrautzsch) {
-    for (int i = 0; i < 140; ++i) {
-        auto c = this->curve(1 + i % 7, 2 + i % 7 + this->random.below(12));
-        const auto expected = elevated_step_by_step(c);
-        c.incrDegree(1);
-        ASSERT_EQ(c.nbPoles(), expected.nbPoles());
-        EXPECT_EQ(velm_test::text_of(c.knotVector()), velm_test::text_of(expected.knotVector()));
-        for (std::size_t j = 0; j < c.getPoles().view().size(); ++j)
-            EXPECT_TRUE(isEqual(c.getPoles().view()[j], expected.getPoles().view()[j], 1e-13));
-    }
 }
 
 TYPED_TEST(Nurbs, SpansAreThoseOfTheCutCurveToTheBit) {
@@ -351,11 +312,8 @@ TYPED_TEST(Nurbs, AppendTakesOutAKnotForEachOrderThatAgrees) {
     auto joined = second;
     EXPECT_EQ(joined.append(first, 1e-9, 0), 0);
     EXPECT_EQ(list(joined), list(second));
-    EXPECT_EQ(joined.prepend(first, 1e-9, 0), 1);
+    EXPECT_EQ(joined.merge(first, 1e-9, 0), 1); // prepends it
     expect_same(whole, joined, 0, 2);
-    joined = second;
-    EXPECT_EQ(joined.merge(first, 1e-9, 0), 1);
-    EXPECT_EQ(joined.nbPoles(), 8);
     typename TestFixture::Curve empty;
     EXPECT_EQ(joined.append(empty, -1, 0), 0);
     EXPECT_EQ(empty.append(first, 1e-9, 1), 1);
@@ -404,10 +362,7 @@ TYPED_TEST(Nurbs, CrossingsAreAtTheLevelAndNoneIsLost) {
         [&](auto c) {
             const double level = this->random.uniform(-1, 1);
             const auto crossings = [&](double at, ERVec<double>& params) {
-                if constexpr (axis == 1)
-                    return c.intersectWithAxeY(at, params);
-                else
-                    return c.intersectWithPlanZ(at, params);
+                return velm_test::level_crossings(c, at, params);
             };
             ERVec<double> params;
             const int found = crossings(level, params);
@@ -432,27 +387,17 @@ TYPED_TEST(Nurbs, CrossingsAreAtTheLevelAndNoneIsLost) {
 TYPED_TEST(Nurbs, IsStoredAndDamagedRecordsGiveAnEmptyCurve) {
     auto c = this->curve(2, 4);
     c.setBound({0.25, 0.75});
-    std::string poles;
-    for (const auto& pole : c.getPoles().view())
-        for (int i = 0; i < TestFixture::Pole::components; ++i)
-            poles += velm_test::bytes_of(pole[i]);
+    const std::string poles = velm_test::poles_bytes(c);
     const auto record = [&](int bytes, int degree, double knot) {
         const double inner = c.knotVector()(3);
         return velm_test::bytes_of(0.0, 1.0, 0.25, 0.75, bytes, poles, 56, 0.0, 0.0, 0.0, inner,
                                    1.0, 1.0, knot, degree, 0);
     };
     const int bytes = static_cast<int>(poles.size());
-    EXPECT_EQ(velm_test::record_of(c), record(bytes, 2, 1.0));
-    typename TestFixture::Curve read;
-    velm_test::restore(read, velm_test::record_of(c));
-    EXPECT_EQ(list(read), list(c));
+    const auto made = velm_test::expect_stored(
+        c, record(bytes, 2, 1.0), velm_test::poles_text(c) + velm_test::text_of(c.knotVector()));
+    auto& read = TestFixture::Curve::castdown(*made);
     EXPECT_EQ(read.getBound(), c.getBound());
-    std::ostringstream text, expected;
-    read.printOn(text);
-    expected << c.className() << "\nPoles :\n(4)[" << c.getPoles()[0] << "," << c.getPoles()[1]
-             << "," << c.getPoles()[2] << "," << c.getPoles()[3] << "]\n"
-             << c.knotVector();
-    EXPECT_EQ(text.str(), expected.str());
 
     for (const std::string& bad :
          {record(bytes, 3, 1.0), record(bytes, -2, 1.0), record(bytes, 2, 0.5),
@@ -463,16 +408,9 @@ TYPED_TEST(Nurbs, IsStoredAndDamagedRecordsGiveAnEmptyCurve) {
         EXPECT_EQ(read.isValid(), 1);
     }
     // What has no poles has an answer to everything.
-    EXPECT_TRUE(std::isnan(read(0.5).x()) && std::isnan(read.PtCur(0.5).point().x()));
-    ERVec<double> params;
-    EXPECT_EQ(read.ProjectPoint({}, params, 1.0), 0);
+    velm_test::expect_no_curve(read);
     read.insertKnot(0.5, 2);
-    read.incrDegree(1);
-    read.reverse();
-    read.setBound({0.25, 0.5});
-    read.adjust();
-    EXPECT_EQ(read.reduceKnotMultiplicity(0.5, 1) + read.decrDegree(), 2);
-    EXPECT_EQ(read.getBox().invalid() != 0, true);
+    EXPECT_EQ(read.reduceKnotMultiplicity(0.5, 1), 1);
     EXPECT_EQ(read.nbPoles(), 0);
 }
 
@@ -493,10 +431,6 @@ TYPED_TEST(Nurbs, KnotsThatCanNotBeInsertedOrRemovedChangeNothing) {
     EXPECT_EQ(c.isTrimmed(), 1);
     c.insertKnot(0.5, 1);
     EXPECT_EQ(c.getBound(), c.knotVector().limites());
-    // Evaluation shares the arrays as they are.
-    const auto shared = c.getPoles();
-    c(0.4), c.PtCur(0.4), c.CalOnNurbs(0.4);
-    EXPECT_EQ(shared.rep(), c.getPoles().rep());
 }
 
 TYPED_TEST(Nurbs, ReducedCurvesStayWithinTheirDeviation) {

@@ -1,16 +1,12 @@
 // Polynomial patches against the Bezier curves they come from, and their stored records.
 #include "velm/curves/polynomial_patch.h"
 
+#include "support/geometry.h"
 #include "support/records.h"
-#include "support/test.h"
 #include "velm/curves/bezier_curve.h"
 #include "velm/curves/conversions.h"
 #include "velm/curves/knot_vector.h"
 #include "velm/curves/nurbs_curve.h"
-#include "velm/frame/class_registration.h"
-#include "velm/frame/point_functions.h"
-#include "velm/transforms/plane_transformation.h"
-#include "velm/transforms/transformation_factories.h"
 
 namespace {
 
@@ -77,16 +73,11 @@ TYPED_TEST(Patch, IsItsCurveOverEveryDomain) {
 
             auto other = patch;
             other.reparametrize(ERLimites(-1, 1));
-            EXPECT_TRUE(isEqual(other(-1.0), patch(patch.udeb()), 1e-8));
-            EXPECT_TRUE(isEqual(other(0.5), patch(patch.getBound()(0.75)), 1e-8));
             other.reverse();
-            EXPECT_TRUE(isEqual(other(1.0), patch(patch.udeb()), 1e-8));
-            other = patch;
             other.scale(2.0);
             other.translate(patch(patch.udeb()) * -2.0);
-            EXPECT_TRUE(isEqual(other(patch.udeb()), typename TestFixture::Point(), 1e-9));
-            EXPECT_TRUE(
-                isEqual(other(patch.ufin()), (patch.lastPt() - patch.firstPt()) * 2.0, 1e-8));
+            const auto expected = (patch(patch.getBound()(0.25)) - patch.firstPt()) * 2.0;
+            EXPECT_TRUE(isEqual(other(0.5), expected, 1e-8)) << degree;
 
             t_SmartPtr<typename TestFixture::Made::Curve> first, second;
             ASSERT_EQ(patch.splitAt(first, second, domain(0.5)), 1);
@@ -109,18 +100,12 @@ TYPED_TEST(Patch, IsItsCurveOverEveryDomain) {
 TYPED_TEST(Patch, IsStoredPrintedAndRefusesDamage) {
     const typename TestFixture::Curve curve({this->pole(1, 2), this->pole(3, 5)}, ERLimites(0, 1));
     const typename TestFixture::Made patch(curve);
-    const std::string record = velm_test::record_of(patch);
-    const int polys = patch.getPolys().length();
-    std::string expected = velm_test::bytes_of(0.0, 1.0, polys);
+    std::string record = velm_test::bytes_of(0.0, 1.0, patch.getPolys().length());
     for (const ERPolynome& p : patch.getPolys())
-        expected += velm_test::record_of(p);
-    EXPECT_EQ(record, expected);
-    const std::unique_ptr<ERObject> made(ERClassRegistration::findCreator(patch.className())());
+        record += velm_test::record_of(p);
+    const auto made = velm_test::expect_stored(patch, record, velm_test::text_of(patch));
+    EXPECT_EQ(velm_test::text_of(patch).substr(0, 29), "Patch Polynomial\n1+2*x\n2+3*x\n");
     auto& restored = TestFixture::Made::castdown(*made);
-    EXPECT_EQ(velm_test::record_of(velm_test::restore(restored, record)), record);
-    std::ostringstream text;
-    patch.printOn(text);
-    EXPECT_EQ(text.str().substr(0, 29), "Patch Polynomial\n1+2*x\n2+3*x\n");
 
     for (const std::string& damaged :
          {std::string(), record.substr(0, 16) + velm_test::bytes_of(1 << 30),
@@ -128,15 +113,9 @@ TYPED_TEST(Patch, IsStoredPrintedAndRefusesDamage) {
           record.substr(0, 24) + velm_test::bytes_of(std::numeric_limits<double>::quiet_NaN()) +
               record.substr(32)}) {
         velm_test::restore(restored, damaged);
-        ERVec<double> feet;
-        EXPECT_EQ(restored.ProjectPoint({}, feet, 0.0), 0);
         EXPECT_TRUE(std::isnan(restored(0.5)[0]));
-        EXPECT_TRUE(std::isnan(restored.PtCur(0.5).tangente()[0]));
         EXPECT_TRUE(restored.getBox().invalid());
         EXPECT_EQ(restored.ConvertToNurbs().nbPoles(), 0);
-        restored.scale(2.0);
-        restored.translate({});
-        restored.reverse();
     }
 }
 
@@ -155,12 +134,6 @@ TEST(Patches, GoThroughTransformationsAsTheirPointsDo) {
     EXPECT_TRUE(isEqual(flat(0.3), frame.Project(patch(0.3)), 1e-13));
     ERPatchCPoly3D lifted = ERPatchCPoly3D::castdown(*flat.get3DEquiv(frame));
     EXPECT_TRUE(isEqual(frame.Project(lifted(0.3)), flat(0.3), 1e-13));
-    const ERTransfo2D turn = ERTransfo2D::rotation(0.7) * ERTransfo2D(ERVector2D(3, -2));
-    ERPatchCPoly2D turned = flat;
-    turned.transformFrom(turn);
-    EXPECT_TRUE(isEqual(turned(0.3), turn.TransFrom(flat(0.3)), 1e-13));
-    turned.transformTo(turn);
-    EXPECT_TRUE(isEqual(turned(0.3), flat(0.3), 1e-13));
     EXPECT_EQ(Convert(ERVec<ERPole3DH>{{1, 2, 3, 4}}, Coord3D_Y)[0], ERPole2DH(1, 3, 4));
 
     ERVec<double> value, first, second;

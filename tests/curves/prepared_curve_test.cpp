@@ -1,20 +1,15 @@
 #include "velm/curves/prepared_curve.h"
 
 #include "support/allocation_count.h"
-#include "support/test.h"
+#include "support/geometry.h"
+#include "support/text_fields.h"
 #include "support/threads.h"
 #include "velm/curves/detail/bernstein_rows.h"
 #include "velm/curves/detail/bernstein_signs.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/curves/prepare.h"
 #include "velm/numerics/real_roots.h"
-#include "velm/wireframe/arc_in_space.h"
 #include "velm/wireframe/closest_point.h"
-#include "velm/wireframe/ellipse_in_space.h"
-#include "velm/wireframe/segment.h"
-
-#include <cstdlib>
-#include <fstream>
 
 namespace {
 
@@ -103,29 +98,19 @@ std::vector<ExactFeet> exact_feet() {
     std::ifstream file(VELM_TEST_FOLDER "/curves/data/feet.txt");
     ExactFeet next;
     while (std::getline(file, next.line)) {
-        std::istringstream in(next.line);
-        std::string word;
-        in >> word;
-        const auto number = [&] {
-            in >> word;
-            return std::strtod(word.c_str(), nullptr);
-        };
+        velm_test::TextFields fields(next.line);
+        const std::string word = fields.word();
+        const std::vector<double> v = fields.rest();
         if (word == "curve") {
-            next.dimension = static_cast<int>(number());
-            const int degree = static_cast<int>(number());
-            next.row.resize(static_cast<std::size_t>((degree + 1) * (next.dimension + 1)));
-            for (double& x : next.row)
-                x = number();
+            next.dimension = static_cast<int>(v[0]);
+            next.row.assign(v.begin() + 2, v.end());
         } else if (word == "point") {
-            next.point.resize(static_cast<std::size_t>(next.dimension));
-            for (double& x : next.point)
-                x = number();
-            next.least = number();
+            auto at = v.begin() + next.dimension;
+            next.point.assign(v.begin(), at);
+            next.least = *at++;
             next.feet.clear();
-            while (in >> word) {
-                const double t = std::strtod(word.c_str(), nullptr);
-                next.feet.emplace_back(t, static_cast<int>(number()));
-            }
+            for (; at != v.end(); at += 2)
+                next.feet.emplace_back(at[0], static_cast<int>(at[1]));
             cases.push_back(next);
         }
     }
@@ -170,77 +155,51 @@ TEST(PreparedCurve, FindsExactlyTheFeetOfRationalArithmetic) {
     const std::vector<ExactFeet> cases = exact_feet();
     ASSERT_GT(cases.size(), 250u);
     for (const ExactFeet& exact : cases) {
-        if (exact.dimension == 2)
-            check_exact_feet<2>(exact);
-        else
-            check_exact_feet<3>(exact);
+        exact.dimension == 2 ? check_exact_feet<2>(exact) : check_exact_feet<3>(exact);
     }
 }
 
-// The least distance of p from a dense polyline of the curve's points, each near minimum refined.
+// The least distance of p from 600 points of the curve, between the neighbours of each near minimum
+// from ever closer ones.
 template <int N>
 class BruteForce {
 public:
-    explicit BruteForce(const PreparedCurve<N>& curve)
-        : curve_(curve), t_(count + 1), points_(count + 1) {
-        const ERLimites domain = curve.domain();
-        for (std::size_t i = 0; i <= count; ++i)
-            t_[i] = domain(static_cast<double>(i) / count);
-        curve.evaluate(t_, points_);
+    explicit BruteForce(const PreparedCurve<N>& curve) : curve_(curve), points_(count + 1) {
+        std::vector<double> t(count + 1);
+        for (int i = 0; i <= count; ++i)
+            t[std::size_t(i)] = at(i);
+        curve.evaluate(t, points_);
     }
 
     double least(const Point<N>& p) const {
-        std::vector<double> d(count + 1);
+        std::vector<double> d;
         double best = HUGE_VAL, longest = 0.0;
-        for (std::size_t i = 0; i <= count; ++i) {
-            d[i] = distance<N>(points_[i], p);
+        for (std::size_t i = 0; i < points_.size(); ++i) {
+            d.push_back(distance<N>(points_[i], p));
             best = std::min(best, d[i]);
             if (i > 0) longest = std::max(longest, distance<N>(points_[i], points_[i - 1]));
         }
-        const double near = best + longest;
-        for (std::size_t i = 0; i <= count; ++i) {
-            const double before = i > 0 ? d[i - 1] : HUGE_VAL;
-            const double after = i < count ? d[i + 1] : HUGE_VAL;
-            if (d[i] <= near && d[i] <= before && d[i] <= after)
-                best =
-                    std::min(best, refined(p, t_[i > 0 ? i - 1 : 0], t_[std::min(i + 1, count)]));
-        }
+        for (int i = 0; i <= count; ++i)
+            if (d[std::size_t(i)] <= best + longest) {
+                double middle = at(i), reach = curve_.domain().amplitude() / count;
+                for (; reach > 1e-12; reach /= 3)
+                    for (const double t : {middle - reach, middle + reach})
+                        if (distance<N>(curve_(t), p) < distance<N>(curve_(middle), p)) middle = t;
+                best = std::min(best, distance<N>(curve_(middle), p));
+            }
         return best;
     }
 
 private:
-    static constexpr std::size_t count = 600;
-
-    // Golden-section search.
-    double refined(const Point<N>& p, double a, double b) const {
-        const double ratio = 0.5 * (std::sqrt(5.0) - 1.0);
-        const auto at = [&](double t) { return distance<N>(curve_(t), p); };
-        double x = b - ratio * (b - a), y = a + ratio * (b - a);
-        double fx = at(x), fy = at(y), best = std::min(fx, fy);
-        while (b - a > 1e-12 * (1.0 + std::fabs(a))) {
-            if (fx < fy) {
-                b = y, y = x, fy = fx;
-                fx = at(x = b - ratio * (b - a));
-            } else {
-                a = x, x = y, fx = fy;
-                fy = at(y = a + ratio * (b - a));
-            }
-            best = std::min({best, fx, fy});
-        }
-        return best;
-    }
+    static constexpr int count = 600;
+    double at(int i) const { return curve_.domain()(static_cast<double>(i) / count); }
 
     const PreparedCurve<N>& curve_;
-    std::vector<double> t_;
     std::vector<Point<N>> points_;
 };
 
-struct NearestCounts {
-    int asked = 0, wrong = 0, uncertified = 0;
-};
-
 template <int N>
-void compare_with_brute_force(Random& random, int curves, int points, NearestCounts& counts) {
+void compare_with_brute_force(Random& random, int curves, int points) {
     for (int k = 0; k < curves; ++k) {
         const double weights = k % 3 == 0 ? 1.0 : 10.0;
         const auto curve = prepared<N>(random_chain<N>(random, 1 + k % 7, weights, k % 2 == 0));
@@ -256,16 +215,12 @@ void compare_with_brute_force(Random& random, int curves, int points, NearestCou
             const auto nearest = i % 2 == 0 ? curve->nearest(p) : curve->nearest_from(p, hint);
             const double least = brute.least(p);
             const double accuracy = 1e-12 * curve->size();
-            const bool right = nearest.distance <= least + accuracy &&
-                               nearest.lower <= least + 1e-14 * curve->size() &&
-                               distance<N>(nearest.point, p) <= nearest.distance + accuracy &&
-                               distance<N>(nearest.point, (*curve)(nearest.t)) <= accuracy;
-            if (!right && counts.wrong < 5)
-                ADD_FAILURE() << "curve " << k << ", point " << p << ": " << nearest.distance
-                              << " for " << least << ", lower " << nearest.lower;
-            ++counts.asked;
-            counts.wrong += right ? 0 : 1;
-            counts.uncertified += nearest.certified ? 0 : 1;
+            ASSERT_TRUE(nearest.certified && nearest.distance <= least + accuracy &&
+                        nearest.lower <= least + 1e-14 * curve->size() &&
+                        distance<N>(nearest.point, p) <= nearest.distance + accuracy &&
+                        distance<N>(nearest.point, (*curve)(nearest.t)) <= accuracy)
+                << "curve " << k << ", point " << p << ": " << nearest.distance << " for " << least
+                << ", lower " << nearest.lower;
         }
     }
 }
@@ -300,12 +255,9 @@ TEST(PreparedCurve, PolishedZerosAreZeros) {
 
 TEST(PreparedCurve, NearestPointsAreNoFartherThanBruteForce) {
     Random random(16);
-    NearestCounts counts;
     const int curves = std::max(20, repeats(1000));
-    compare_with_brute_force<2>(random, curves / 2, repeats(1000000) / curves, counts);
-    compare_with_brute_force<3>(random, curves / 2, repeats(1000000) / curves, counts);
-    EXPECT_EQ(counts.wrong, 0) << "of " << counts.asked;
-    EXPECT_EQ(counts.uncertified, 0) << "of " << counts.asked;
+    compare_with_brute_force<2>(random, curves / 2, repeats(1000000) / curves);
+    compare_with_brute_force<3>(random, curves / 2, repeats(1000000) / curves);
 }
 
 // A prepared entity has the entity's points, derivatives and nearest points.
@@ -355,51 +307,6 @@ TEST(PreparedCurve, EntitiesKeepTheirPointsAndParameters) {
     EXPECT_NEAR(line->nearest({2.5 - 4, 4 + 3}).distance, 5.0, 1e-15);
     EXPECT_FALSE(velm::prepare(ERArc2D({0, 0}, 1.0, 1.0, 1.0)));
     EXPECT_FALSE(velm::prepare(ERCircle2D({0, 0}, HUGE_VAL)));
-}
-
-TEST(PreparedCurve, NurbsCurvesKeepTheirPointsWithinTheirLimits) {
-    Random random(5);
-    for (int k = 0; k < 200; ++k) {
-        const int degree = 1 + k % 9, n = degree + 1 + random.below(12);
-        ERVec<double> knots;
-        double at = 0.0;
-        for (int i = 0; i <= n + degree; ++i) {
-            const bool inner = i > degree && i < n;
-            if (i == n || (inner && random.below(3) > 0)) at += random.uniform(0.01, 1.0);
-            knots.append(at);
-        }
-        ERVec<ERPole3DH> poles;
-        for (int i = 0; i < n; ++i) {
-            const double w = random.uniform(0.2, 3.0);
-            poles.append(ERPole3DH(random.value<ERPoint3D>(1) * w, w));
-        }
-        ERCpoleNURBS3D curve(poles, ERKnotVector(degree, knots));
-        if (k % 2 == 0) curve.setBound(ERLimites(0.2 * at, 0.7 * at));
-        const auto prepared = velm::prepare(curve);
-        ASSERT_TRUE(prepared) << k;
-        EXPECT_EQ(prepared->domain(), curve.getBound());
-        for (int i = 0; i <= 50; ++i) {
-            const double t = curve.getBound()(i / 50.0);
-            EXPECT_LE(distance<3>((*prepared)(t), curve(t)), 1e-13) << k << " at " << t;
-        }
-    }
-}
-
-TEST(PreparedCurve, ArcsStayWithinFourUnitsOfTheRadius) {
-    Random random(4);
-    long double worst = 0.0L;
-    for (int i = 0; i < 3000; ++i) {
-        const double sweep = std::pow(10.0, random.uniform(-9.0, std::log10(6.2)));
-        const double start = random.uniform(-3, 3);
-        const double r = i % 2 == 0 ? 1.0 : random.uniform(1, 2);
-        const auto curve = velm::prepare(ERArc2D({0, 0}, r, start, start + sweep));
-        for (int k = 0; k <= 20; ++k) {
-            const ERPoint2D p = (*curve)(start + sweep * k / 20.0);
-            const long double x = p.x(), y = p.y();
-            worst = std::max(worst, std::fabs(std::sqrt(x * x + y * y) - r));
-        }
-    }
-    EXPECT_LE(worst, 4 * 0x1p-52L) << "of radii in [1, 2)";
 }
 
 TEST(PreparedCurve, FeetAtCentresJointsAndSeams) {
@@ -619,13 +526,6 @@ TEST(PreparedCurve, BatchesAgreeWithSinglePointsInAnyOrder) {
             EXPECT_EQ(points[i], (*curve)(t[i]));
         }
         std::sort(t.begin(), t.end());
-    }
-    // The first derivative is the slope of the points.
-    for (int i = 0; i < 100; ++i) {
-        const double at = random.uniform(0.1, 39.9), h = 1e-6;
-        const ERVector3D slope = ERVector3D((*curve)(at - h), (*curve)(at + h)) * (0.5 / h);
-        if (std::floor(at - h) != std::floor(at + h)) continue;
-        EXPECT_LE((slope - curve->point_at(at).tangente()).norme(), 1e-6 * (1 + slope.norme()));
     }
 }
 

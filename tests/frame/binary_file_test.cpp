@@ -1,5 +1,4 @@
 // ERFile: the bytes of each primitive form, and the results that may surprise.
-#include "velm/frame/binary_file.h"
 
 #include "support/caught.h"
 #include "support/faulty_files.h"
@@ -13,9 +12,7 @@
 namespace {
 
 using namespace std::string_literals;
-using velm_test::file_cause;
-using velm_test::MemoryFile;
-using velm_test::TemporaryFolder;
+using namespace velm_test;
 
 // Writes a value and an array of two, compares the bytes and reads both back; a file that is a
 // byte short gives 0.

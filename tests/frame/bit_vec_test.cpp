@@ -5,8 +5,7 @@
 
 namespace {
 
-using velm_test::MemoryFile;
-using velm_test::Random;
+using namespace velm_test;
 using Model = std::vector<bool>;
 
 ERBitVec made_of(const Model& model, bool dirty_end = false) {

@@ -3,10 +3,6 @@
 
 #include "support/test.h"
 
-#include <ostream>
-#include <set>
-#include <tuple>
-
 namespace {
 
 template <class X>

@@ -6,10 +6,7 @@
 #include "support/threads.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <new>
-#include <ostream>
-#include <thread>
 
 namespace {
 

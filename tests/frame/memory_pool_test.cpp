@@ -4,7 +4,6 @@
 #include "velm/platform/detail/poison.h"
 
 #include <cstdint>
-#include <cstring>
 #include <new>
 
 namespace {

@@ -1,13 +1,11 @@
 // What the pools and the array cache keep must not be touched: the tools that watch memory see it.
 // Under AddressSanitizer and under valgrind these tests run, elsewhere there is nothing to see.
+#include "support/test.h"
 #include "velm/platform/detail/poison.h"
 
 #include "velm/frame/memory_pool.h"
 #include "velm/frame/vec.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
 #include <cstddef>
 #if defined(VELM_POISON_ASAN)
 #include <sanitizer/lsan_interface.h>

@@ -5,8 +5,6 @@
 #include "support/memory_file.h"
 #include "support/test.h"
 
-#include <optional>
-
 namespace {
 
 using velm_test::MemoryFile;

@@ -7,11 +7,7 @@
 #include "support/test.h"
 #include "support/threads.h"
 
-#include <atomic>
-#include <cstring>
 #include <mutex>
-#include <set>
-#include <thread>
 
 #include <sys/wait.h>
 #include <unistd.h>

@@ -11,7 +11,6 @@
 #include "velm/frame/vec.h"
 
 #include <iomanip>
-#include <type_traits>
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include "velm/frame/vec_rep_cache.h"
 
 #include <cstddef>
-#include <thread>
 
 namespace {
 
@@ -54,29 +53,6 @@ TEST(VecRep, CapacityGrowsInSteps) {
         EXPECT_EQ(ERVecRep::getRep(130, 1), rep);
         rep->free();
     }
-}
-
-TEST(VecRepCache, HandsOutTheYoungestBodyOfJustTheCapacity) {
-    in_fresh_thread([](const ERVecRepCache& cache) {
-        ERVecRep* const first = ERVecRep::getRep(100, 1);
-        ERVecRep* const second = ERVecRep::getRep(120, 1);
-        EXPECT_EQ(cache.misses, 2u);
-        first->free();
-        second->free();
-        EXPECT_EQ(cache.cachedBytes, 256u);
-        EXPECT_EQ(cache.cachedCount, 2u);
-
-        ERVecRep* const other = ERVecRep::getRep(64, 1); // 128 is there, 64 is not
-        EXPECT_EQ(cache.misses, 3u);
-        EXPECT_EQ(ERVecRep::getRep(65, 1), second);
-        EXPECT_EQ(ERVecRep::getRep(128, 1), first);
-        EXPECT_EQ(first->length(), 128u);
-        EXPECT_EQ(cache.hits, 2u);
-        EXPECT_EQ(cache.cachedBytes, 0u);
-        EXPECT_EQ(cache.cachedCount, 0u);
-        for (ERVecRep* const rep : {first, second, other})
-            rep->free();
-    });
 }
 
 TEST(VecRepCache, FlushesOverItsLimitsAndKeepsNoLargeBodies) {

@@ -6,7 +6,6 @@
 #include "velm/frame/pole.h"
 
 #include <climits>
-#include <type_traits>
 
 // Every member compiles for the elements that the library uses.
 template class ERSimpleVec<ERMinimax3D>;

@@ -4,8 +4,6 @@
 #include "velm/frame/val_hash_dictionary.h"
 #include "velm/frame/val_vector.h"
 
-#include <map>
-
 namespace {
 
 using velm_test::Random;

@@ -1,30 +1,21 @@
 // velm-inspect clip, run as a user would: pieces and their reports.
 #include "inspect/workshop.h"
 
-#include <array>
-#include <cmath>
-#include <string>
-
 namespace {
 
 using velm_test::Workshop;
 
-TEST(Clip, PiecesComeOutAsTextJsonAndPicture) {
+TEST(Clip, PiecesComeOutAndGoInAgain) {
     const Workshop shop;
     shop.write("plate.txt", velm_test::plate);
     // Through plate, hole and plate; wholly inside; wholly outside.
     shop.write("path.txt", "a path\n-1 5\n11 5\n\n1 1\n2 1\n2 2\n\n20 20\n30 20\n");
-    const auto ended = shop.run("clip plate.txt path.txt --json r.json --svg r.svg");
+    const auto ended = shop.run("clip plate.txt path.txt");
     EXPECT_EQ(ended.code, 0) << ended.error;
     EXPECT_EQ(ended.out, "# 3 pieces of path.txt in plate.txt, 10 of 24 long\n"
                          "# piece 1, of polyline 1, 4 long\n0 5\n4 5\n\n"
                          "# piece 2, of polyline 1, 4 long\n6 5\n10 5\n\n"
                          "# piece 3, of polyline 2, 2 long\n1 1\n2 1\n2 2\n");
-    const auto report = shop.read_json("r.json");
-    EXPECT_EQ(report["pieces"][1]["points"][0], nlohmann::json::parse("[6,5]"));
-    EXPECT_EQ(report["summary"]["length_inside"], 10);
-    EXPECT_NE(shop.read("r.svg").find("3 pieces"), std::string::npos);
-
     // What comes out goes in again, and stays as it is.
     shop.write("again.txt", ended.out);
     EXPECT_EQ(shop.run("clip plate.txt again.txt").out.substr(0, 60),

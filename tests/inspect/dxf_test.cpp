@@ -3,16 +3,10 @@
 #include "inspect/base/failure.h"
 #include "inspect/input/dxf_drawing.h"
 #include "inspect/input/outline_reader.h"
-#include "support/random.h"
+#include "support/geometry_text.h"
 #include "support/test.h"
 #include "velm/frame/point_functions.h"
 #include "velm/planar/profile.h"
-
-#include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <numbers>
-#include <sstream>
 
 namespace velm::inspect {
 namespace {
@@ -172,46 +166,12 @@ TEST(Dxf, LeavesOutAndRefusesBySentence) {
     }
 }
 
-// Each drawing's entities against their plain-text form.
-std::string words_of(const DrawnPiece& piece) {
-    std::ostringstream out;
-    out.precision(6);
-    const auto put = [&out](double x) { out << ' ' << std::round(x * 1e4) / 1e4 + 0.0; };
-    const auto ends = [&](const ERPoint2D& a, const ERPoint2D& b) {
-        put(a.x()), put(a.y()), put(b.x()), put(b.y());
-    };
+std::pair<ERPoint2D, ERPoint2D> ends_of(const DrawnPiece& piece) {
     if (const auto* segment = std::get_if<DrawnSegment>(&piece.shape))
-        ends(segment->start, segment->end);
-    if (const auto* arc = std::get_if<DrawnArc>(&piece.shape)) ends(arc->start, arc->end);
-    if (const auto* spline = std::get_if<DrawnSpline>(&piece.shape))
-        ends(spline->poles.front(), spline->poles.back());
-    return out.str();
-}
-
-std::string words_of(std::istringstream& line) {
-    std::string kind;
-    std::vector<double> v;
-    line >> kind;
-    for (double x = 0.0; line >> x;)
-        v.push_back(x);
-    DrawnPiece piece;
-    const auto arc = [&](const ERPoint2D& c, const ERVector2D& u, const ERVector2D& w, double from,
-                         double to) {
-        const auto at = [&](double t) { return c + u * std::cos(t) + w * std::sin(t); };
-        piece.shape = DrawnArc{c, u, w, from, to, at(from), at(to)};
-        return words_of(piece);
-    };
-    if (kind == "line") piece.shape = DrawnSegment{{v[0], v[1]}, {v[2], v[3]}};
-    if (kind == "circle") return arc({v[0], v[1]}, {v[2], 0}, {0, v[2]}, 0, 2 * pi);
-    if (kind == "arc") return arc({v[0], v[1]}, {v[2], 0}, {0, v[2]}, v[3], v[4]);
-    if (kind == "ellipse")
-        return arc({v[0], v[1]}, {v[2], v[3]}, {-v[3] * v[4], v[2] * v[4]}, v[5], v[6]);
-    if (kind == "nurbs") {
-        const std::size_t n = v.size();
-        const std::size_t first = n - 3 * static_cast<std::size_t>(v[1]);
-        piece.shape = DrawnSegment{{v[first], v[first + 1]}, {v[n - 3], v[n - 2]}};
-    }
-    return words_of(piece);
+        return {segment->start, segment->end};
+    if (const auto* arc = std::get_if<DrawnArc>(&piece.shape)) return {arc->start, arc->end};
+    const auto& spline = std::get<DrawnSpline>(piece.shape);
+    return {spline.poles.front(), spline.poles.back()};
 }
 
 TEST(Dxf, RealDrawingsAgreeWithTheirTextForm) {
@@ -221,16 +181,18 @@ TEST(Dxf, RealDrawingsAgreeWithTheirTextForm) {
          {"lines", "openscad_export", "circlesellipsesarcs", "ellipticalarcs", "splines"}) {
         SCOPED_TRACE(name);
         TextSource source((folder / (std::string(name) + ".dxf")).string());
-        std::vector<std::string> found, expected;
-        for (const DrawnPiece& piece : read_dxf(source).pieces)
-            found.push_back(words_of(piece));
-        std::ifstream text(folder / (std::string(name) + ".txt"));
-        for (std::string line; std::getline(text, line);) {
-            if (line.empty() || line[0] == '#') continue;
-            std::istringstream words(line);
-            expected.push_back(words_of(words));
+        const Drawing drawing = read_dxf(source);
+        const auto texts = velm_test::read_drawing(folder / (std::string(name) + ".txt"));
+        ASSERT_EQ(drawing.pieces.size(), texts.size());
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            const auto [start, end] = ends_of(drawing.pieces[i]);
+            const auto off = [&](const ERPoint2D& found, double t) {
+                const auto p = texts[i].point(t);
+                return distance(found, ERPoint2D(double(p[0]), double(p[1])));
+            };
+            EXPECT_LT(off(start, texts[i].t0) + off(end, texts[i].t1), 1e-4)
+                << i << ' ' << texts[i].kind << start << end;
         }
-        EXPECT_EQ(found, expected);
     }
 }
 
@@ -278,10 +240,7 @@ std::string with_chords(const std::filesystem::path& path) {
     text << std::ifstream(path).rdbuf();
     std::string drawing = text.str(), chords;
     for (const DrawnPiece& piece : drawing_of(drawing).pieces) {
-        ERPoint2D a, b;
-        if (const auto* spline = std::get_if<DrawnSpline>(&piece.shape))
-            a = spline->poles.front(), b = spline->poles.back();
-        if (const auto* arc = std::get_if<DrawnArc>(&piece.shape)) a = arc->start, b = arc->end;
+        const auto [a, b] = ends_of(piece);
         if (distance(a, b) < 1e-9) continue;
         std::ostringstream line;
         line.precision(17);

@@ -4,14 +4,6 @@
 // that are meant, in a commit of their own.
 #include "inspect/workshop.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <set>
-#include <sstream>
-#include <string>
-
 namespace {
 
 namespace fs = std::filesystem;

@@ -3,9 +3,6 @@
 #include "support/archives.h"
 #include "velm/inspection/inspection_archive.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-
 namespace {
 
 using namespace velm;

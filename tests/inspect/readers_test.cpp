@@ -5,10 +5,9 @@
 #include "inspect/base/text_escape.h"
 #include "inspect/input/measured_reader.h"
 #include "inspect/input/outline_reader.h"
+#include "support/test.h"
 
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <tuple>
 
 namespace velm::inspect {
 namespace {

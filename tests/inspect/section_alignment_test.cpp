@@ -6,13 +6,7 @@
 #include "inspect/inspection/alignment.h"
 #include "inspect/inspection/section_points.h"
 #include "inspect/workshop.h"
-#include "support/random.h"
-#include "velm/frame/point_functions.h"
-#include "velm/transforms/plane_transformation.h"
-#include "velm/transforms/transformed_values.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
+#include "support/geometry.h"
 
 namespace {
 
@@ -21,8 +15,7 @@ using velm::Profile;
 using velm::SectionRow;
 using velm::inspect::align_section;
 using velm::inspect::compare;
-using velm_test::Ended;
-using velm_test::Workshop;
+using namespace velm_test;
 
 constexpr double size = 75.0;
 constexpr const char* link = "link\nM 0 0\nL 60 0\nA 60 30 60 15 ccw\nL 25 30\nL 20 18\nL 0 25\nZ\n"
@@ -33,7 +26,7 @@ velm::Outline outline_of(const char* text) {
     return velm::inspect::read_outline(source, velm::OutlineForm::automatic, 0.001);
 }
 
-ERTransfo2D motion(velm_test::Random& random, double way, double angle) {
+ERTransfo2D motion(Random& random, double way, double angle) {
     const auto u = [&] { return random.uniform(-1, 1); };
     const ERVector2D middle(30, 15);
     return ERTransfo2D(middle + ERVector2D(u(), u()) * way) *
@@ -41,7 +34,7 @@ ERTransfo2D motion(velm_test::Random& random, double way, double angle) {
 }
 
 // Balls that touch the outline with errors along its normal, where their place is the nearest one.
-std::vector<SectionRow> probed(const Profile& profile, velm_test::Random& random, double diameter,
+std::vector<SectionRow> probed(const Profile& profile, Random& random, double diameter,
                                double noise, const ERTransfo2D& away) {
     std::vector<SectionRow> rows;
     while (rows.size() < 150) {
@@ -67,7 +60,7 @@ double squares(const std::vector<SectionRow>& rows, const Profile& profile, cons
 
 TEST(SectionAlignment, KnownMotionsComeBackAndNoneNearbyIsBetter) {
     const Profile profile(outline_of(link));
-    velm_test::Random random(71);
+    Random random(71);
     for (int round = 0; round < 40; ++round) {
         const double diameter = round % 2 * 2.0, noise = round % 4 < 2 ? 0.0 : 0.02;
         const ERTransfo2D away = motion(random, 0.04 * size, 0.06);
@@ -89,7 +82,7 @@ TEST(SectionAlignment, KnownMotionsComeBackAndNoneNearbyIsBetter) {
 
 TEST(SectionAlignment, HoldsWhatTheOutlineLeavesOpenAndRefusesWhatDoesNotConverge) {
     Workshop shop;
-    shop.write("plate.txt", velm_test::plate);
+    shop.write("plate.txt", plate);
     shop.write("side.csv", "id,x,y\na,2,-.5\nb,5,-.4\nc,8,-.3\n");
     const auto held = [&](const std::string& files) {
         const std::string arguments = "section " + files;
@@ -126,7 +119,7 @@ TEST(SectionAlignment, HoldsWhatTheOutlineLeavesOpenAndRefusesWhatDoesNotConverg
 // A section in space, turned in its plane: the machine's numbers stay, the heights too.
 TEST(SectionAlignment, ReportsTellTheMotionAndTheDeviationsBefore) {
     Workshop shop;
-    velm_test::Random random(72);
+    Random random(72);
     const Profile profile(outline_of(link));
     const ERTransfo2D away = motion(random, 2, 0.05);
     std::string points = "id,x,y,z\n";
@@ -137,12 +130,8 @@ TEST(SectionAlignment, ReportsTellTheMotionAndTheDeviationsBefore) {
     shop.write("m.csv", points);
     const std::string run = "section n.txt m.csv --frame 7 0 -9 0 1 0 0 0 1 --tolerance .02 ";
     EXPECT_EQ(shop.run(run + "--json b.json --quiet").code, 1);
-    const Ended ended = shop.run(run + "--align bestfit --store a.velm --json a.json --csv a.csv");
+    const Ended ended = shop.run(run + "--align bestfit --json a.json");
     EXPECT_EQ(ended.code, 0) << ended.error;
-    const Ended again = shop.run("report a.velm --json r.json --csv r.csv");
-    EXPECT_EQ(again.out, ended.out);
-    for (const std::string kind : {".json", ".csv"})
-        EXPECT_EQ(shop.read("r" + kind), shop.read("a" + kind));
     const auto before = shop.read_json("b.json"), after = shop.read_json("a.json");
     const auto& told = after["alignment"];
     EXPECT_NEAR(told["angle"], double(away.angle()), 1e-3);
@@ -163,11 +152,6 @@ TEST(SectionAlignment, ReportsTellTheMotionAndTheDeviationsBefore) {
                             told["translation"][axis].get<double>(),
                         1e-12);
     }
-    EXPECT_NE(ended.out.find("least, greatest, root mean square before: "), std::string::npos);
-    EXPECT_NE(
-        shop.read("a.csv").find("in_tolerance,aligned_x,aligned_y,deviation_before,place,edge,"
-                                "parameter,ball_diameter\n"),
-        std::string::npos);
 }
 
 } // namespace

@@ -1,10 +1,9 @@
 // The page of a section, read as text: the same numbers as the JSON, and nothing from the network.
+#include "support/test.h"
 #include "workshop.h"
 
-#include <cmath>
 #include <random>
 #include <regex>
-#include <set>
 
 namespace velm_test {
 namespace {

@@ -2,15 +2,10 @@
 #pragma once
 
 #include "support/temporary_folder.h"
+#include "support/test.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <string>
 #include <sys/wait.h>
-#include <vector>
 
 namespace velm_test {
 

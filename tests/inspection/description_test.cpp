@@ -1,15 +1,9 @@
 // The descriptions of inspections: rows walked by a sink, and what must agree among the fields.
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/inspection/clip_result.h"
 #include "velm/inspection/fit_result.h"
 #include "velm/inspection/section_result.h"
 #include "velm/inspection/target_result.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
-#include <map>
-#include <set>
-#include <sstream>
 
 namespace {
 
@@ -36,7 +30,7 @@ struct Text {
     }
 };
 
-std::string text_of(const Described& described, bool late_last = false) {
+std::string text_of(const Described& described) {
     std::ostringstream out;
     const auto show = [&](const Field& field, const FieldValue& value) {
         if (field.shown == Shown::nowhere) return;
@@ -44,52 +38,10 @@ std::string text_of(const Described& described, bool late_last = false) {
         std::visit(Text{out}, value);
         out << ' ';
     };
-    late_last ? described.each_late_last(show) : described.each(show);
+    described.each(show);
     return out.str();
 }
 void Text::operator()(const Described& group) { out << '{' << text_of(group) << '}'; }
-
-TEST(Description, RowsHaveTheFieldsThatTheirHeadCallsFor) {
-    SectionHead head;
-    SectionRow row;
-    row.id = "a";
-    row.measured = {1, 2};
-    row.comparison.foot = {3, 4};
-    row.comparison.place = OutlinePlace::on_edge;
-    EXPECT_EQ(text_of(describe(row, head)),
-              "id=a measured=1,2, foot=3,4, contour=0 distance=0 deviation=0 in_tolerance=null "
-              "place=on_edge edge=0 parameter=0 ball_diameter=0 ");
-    head.frame.emplace();
-    head.alignment.emplace();
-    row.space = SpacePoint{{5, 6, 7}, 8};
-    row.aligned = ERPoint2D(9, 10);
-    row.deviation_before = 0.5;
-    judge(row, Tolerance{-1, 1});
-    EXPECT_EQ(text_of(describe(row, head), true),
-              "id=a measured=5,6,7, height=8 foot=3,4, contour=0 distance=0 deviation=0 "
-              "in_tolerance=1 aligned=9,10, deviation_before=0.5 place=on_edge edge=0 parameter=0 "
-              "ball_diameter=0 ");
-
-    TargetHead targets;
-    TargetRow direct;
-    direct.target = gmTargetPoint({1, 2, 3}, ERCMMPointWithDiameter());
-    EXPECT_EQ(text_of(describe(direct, targets)),
-              "id= target=1,2,3, measured=0,0,0, calculated=0,0,0, normal=null deviation=null "
-              "distance_on_plane=null distance=3.74166 in_tolerance=null ball_diameter=0 ");
-    targets.table = "t";
-    targets.tolerance = Tolerance{-1, 2};
-    targets.skipped = 3;
-    EXPECT_EQ(text_of(describe(targets)), "table=t tolerance={lower=-1 upper=2 } skipped=3 ");
-
-    FitHead fit;
-    fit.measured = "f";
-    fit.entity.kind = FitKind::circle;
-    EXPECT_EQ(text_of(describe(fit)),
-              "measured=f tolerance=null ball=null entity={kind=circle centre=0,0, "
-              "normal=0,0,0, radius=0 iterations=0 last_step=0 } ");
-    EXPECT_EQ(text_of(describe(FitRow(), fit)), "id= measured=0,0, residual=0 in_tolerance=null ");
-    EXPECT_EQ(text_of(describe(ClipPiece(), ClipHead())), "polyline=0 length=0 points=0 points ");
-}
 
 // Keys, places in archives and names of the fields of a record, each once among those that can be
 // there together, the groups' own included.

@@ -1,15 +1,10 @@
 // Inspections in archives and object files: what was written is read, and written again byte for
 // byte; a record that was changed is refused.
-#include "support/random.h"
 #include "support/temporary_folder.h"
+#include "support/test.h"
 #include "velm/inspection/inspection_archive.h"
 #include "velm/inspection/inspection_records.h"
 #include "velm/planar/outline_nesting.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <tuple>
 
 namespace velm {
 namespace {

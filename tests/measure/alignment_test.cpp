@@ -2,11 +2,8 @@
 // better; freedoms that the points don't determine are named and held.
 #include "velm/measure/alignment.h"
 
-#include "support/test.h"
-#include "velm/frame/point_functions.h"
+#include "support/geometry.h"
 #include "velm/measure/target_point.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/transforms/transformed_values.h"
 
 namespace {
 
@@ -142,8 +139,7 @@ TEST(Alignment, NamesAndHoldsWhatThePointsLeaveOpen) {
     EXPECT_EQ(names(line), Names{"sliding along <1,0,0>"});
     EXPECT_LT(line.squares_after, 1e-18);
 
-    // Targets on a plane, a cylinder, a sphere, in one place, and on a thread of pitch 2 pi about
-    // z.
+    // Targets on a cylinder, in one place, and on a thread of pitch 2 pi about z.
     Random random(53);
     const auto u = [&] { return random.uniform(-9, 9); };
     const auto held = [&](auto place) {
@@ -157,17 +153,9 @@ TEST(Alignment, NamesAndHoldsWhatThePointsLeaveOpen) {
         return names(found);
     };
     const ERVector3D z(0, 0, 1), none;
-    const Names plane = held([&](auto) { return std::pair(ERPoint3D(u(), u(), 5), z); });
-    ASSERT_EQ(plane.size(), 3u);
-    EXPECT_TRUE(plane[0].ends_with("] along <0,0,1>") && plane[2].starts_with("sliding"));
     EXPECT_EQ(
         held([&](auto n) { return std::pair(ERPoint3D(1, 2, u()) + 5 * n, n); }),
         (Names{"turning about the axis through [1,2,0] along <0,0,1>", "sliding along <0,0,1>"}));
-    const auto on_sphere = [&](auto) {
-        const ERVector3D n = direction(random);
-        return std::pair(ERPoint3D() + 5 * n, n);
-    };
-    EXPECT_EQ(held(on_sphere).size(), 3u);
     EXPECT_EQ(held([&](auto) { return std::pair(ERPoint3D(1, 2, 3), none); }).size(), 3u);
     const auto on_thread = [&](auto radial) {
         const double a = std::atan2(radial.j(), radial.i());

@@ -3,13 +3,10 @@
 #include "velm/measure/orthogonal_fit.h"
 #include "velm/measure/point_sets.h"
 
-#include "support/test.h"
-#include "velm/frame/point_functions.h"
+#include "support/geometry.h"
 #include "velm/numerics/matrix.h"
 #include "velm/surfaces/plane.h"
-#include "velm/transforms/transformation_factories.h"
 #include "velm/wireframe/circle.h"
-#include "velm/wireframe/line.h"
 
 namespace {
 
@@ -141,13 +138,6 @@ TEST(PointSets, DeviationCornersAndNormals) {
                                    {{2, -2, 0}, {-2, -2, 0}}};
     for (const auto& c : cases)
         EXPECT_EQ(gm_find_plane_normal(c[0]), c[1]);
-
-    ERPoint3D center;
-    double radius = 0;
-    EXPECT_EQ(GetCircle({1, 0, 5}, {0, 1, 5}, {-1, 0, 5}, center, radius), 1);
-    EXPECT_TRUE(isEqual(center, {0, 0, 5}, 1e-15) && std::fabs(radius - 1) < 1e-15);
-    EXPECT_EQ(GetCircle({1, 0, 5}, {2, 0, 5}, {4, 0, 5}, center, radius), 0);
-    EXPECT_EQ(radius, std::numeric_limits<double>::max());
 }
 
 TEST(PointSets, Collinear) {

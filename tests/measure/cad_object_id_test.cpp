@@ -4,7 +4,6 @@
 #include "velm/measure/named_database_object.h"
 
 #include "support/archives.h"
-#include "support/test.h"
 #include "velm/platform/dump_context.h"
 #include "velm/platform/name_comparison.h"
 

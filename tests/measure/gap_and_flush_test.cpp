@@ -2,7 +2,6 @@
 #include "velm/measure/gap_and_flush.h"
 
 #include "support/records.h"
-#include "support/test.h"
 #include "velm/frame/point_functions.h"
 #include "velm/transforms/transformation_factories.h"
 
@@ -28,34 +27,22 @@ TEST(GapAndFlush, MovesWithItsFrameAndTakesTheFactorBothWays) {
     const gmGapAndFlush start({1, 2, 3}, {1, 0, 0}, {0, 0, 1}, 3, -1);
     const ERPmIsometrie3D quarter = ERRotation3D(Coord3D_Z, std::numbers::pi / 2);
     const ERPmSimilitude3D twice = ERScaling3D(2), mirrored = ERScaling3D(-2);
-    struct Step {
-        const char* name;
-        void (*move)(gmGapAndFlush&, const ERPmIsometrie3D&, const ERPmSimilitude3D&);
-        const ERPmSimilitude3D& similitude;
-        ERPoint3D centre;
-        double gap, flush;
+    const auto expect = [](const gmGapAndFlush& moved, const ERPoint3D& centre, double factor) {
+        EXPECT_NEAR(distance(moved.centre(), centre), 0, 1e-14) << factor;
+        EXPECT_EQ(moved.gap(), 3 * factor);
+        EXPECT_EQ(moved.flush(), -1 * factor);
     };
-    const Step steps[] = {
-        {"scale", [](auto& g, auto&, auto&) { g.scale(2); }, twice, {2, 4, 6}, 6, -2},
-        {"isometry", [](auto& g, auto& q, auto&) { g.transformFrom(q); }, twice, {-2, 1, 3}, 3, -1},
-        {"back", [](auto& g, auto& q, auto&) { g = q << (q >> g); }, twice, {1, 2, 3}, 3, -1},
-        {"from", [](auto& g, auto&, auto& s) { g.transformFrom(s); }, twice, {2, 4, 6}, 6, -2},
-        {"to", [](auto& g, auto&, auto& s) { g.transformTo(s); }, twice, {.5, 1, 1.5}, 6, -2},
-        {"negative",
-         [](auto& g, auto&, auto& s) { g.transformFrom(s); },
-         mirrored,
-         {-2, -4, -6},
-         -6,
-         2},
-    };
-    for (const Step& step : steps) {
-        SCOPED_TRACE(step.name);
-        gmGapAndFlush moved(start);
-        step.move(moved, quarter, step.similitude);
-        EXPECT_NEAR(distance(moved.centre(), step.centre), 0, 1e-14);
-        EXPECT_EQ(moved.gap(), step.gap);
-        EXPECT_EQ(moved.flush(), step.flush);
-    }
+    gmGapAndFlush scaled(start), from(start), to(start), negative(start);
+    scaled.scale(2);
+    from.transformFrom(twice);
+    to.transformTo(twice);
+    negative.transformFrom(mirrored);
+    expect(scaled, {2, 4, 6}, 2);
+    expect(quarter >> start, {-2, 1, 3}, 1);
+    expect(quarter << (quarter >> start), {1, 2, 3}, 1);
+    expect(from, {2, 4, 6}, 2);
+    expect(to, {.5, 1, 1.5}, 2);
+    expect(negative, {-2, -4, -6}, -2);
 }
 
 TEST(GapAndFlush, RecordAndText) {

@@ -7,9 +7,6 @@
 #include "velm/transforms/transformation_factories.h"
 #include "velm/transforms/transformed_values.h"
 
-#include <gtest/gtest.h>
-#include <memory>
-
 namespace {
 
 using namespace velm_test;

@@ -3,10 +3,6 @@
 
 #include "support/archives.h"
 
-#include <algorithm>
-#include <functional>
-#include <vector>
-
 namespace {
 
 using namespace velm_test;

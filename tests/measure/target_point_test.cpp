@@ -2,13 +2,10 @@
 #include "velm/measure/target_point.h"
 
 #include "support/archives.h"
+#include "support/geometry.h"
 #include "support/temporary_folder.h"
-#include "support/test.h"
-#include "velm/frame/point_functions.h"
 #include "velm/frame/radian.h"
 #include "velm/store/database.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/transforms/transformed_values.h"
 
 namespace {
 

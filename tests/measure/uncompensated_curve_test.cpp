@@ -2,8 +2,6 @@
 #include "velm/measure/uncompensated_curve.h"
 
 #include "support/records.h"
-#include "support/test.h"
-#include "velm/frame/class_registration.h"
 #include "velm/frame/point_functions.h"
 #include "velm/transforms/transformation_factories.h"
 
@@ -38,21 +36,17 @@ TEST(UncompensatedCurve, IsTurnedAndMovedSpanBySpan) {
 }
 
 TEST(UncompensatedCurve, PrintsItsSpansAndStoresNothing) {
-    const std::unique_ptr<ERObject> made(
-        ERClassRegistration::findCreator("gmUncompensatedCurve")());
-    gmUncompensatedCurve& path = gmUncompensatedCurve::castdown(*made);
+    gmUncompensatedCurve path;
     EXPECT_TRUE(path.box().invalid());
     path.reverse();
+    EXPECT_EQ(record_of(*expect_stored(path, "", "gmUncompensatedCurve {\n(0)[]\n}\n")), "");
     path.append_span(segment({0, 0, 0}, {1, 2, 3}));
     path.append_span(path.span(0));
     EXPECT_EQ(record_of(path), "");
-    std::ostringstream span, text;
-    path.span(0).printOn(span);
-    path.printOn(text);
-    EXPECT_EQ(text.str(),
-              "gmUncompensatedCurve {\n(2)[" + span.str() + "," + span.str() + "]\n}\n");
+    const std::string span = text_of(path.span(0));
+    EXPECT_EQ(text_of(path), "gmUncompensatedCurve {\n(2)[" + span + "," + span + "]\n}\n");
     const t_SmartPtr<ERObject> copy(path.getCopy());
-    EXPECT_EQ(gmUncompensatedCurve::castdown(*copy).number_of_spans(), 2);
+    EXPECT_EQ(text_of(*copy), text_of(path));
 }
 
 } // namespace

@@ -5,9 +5,6 @@
 #include "velm/numerics/bernstein.h"
 #include "velm/numerics/binomials.h"
 #include "velm/numerics/matrix.h"
-#include "velm/numerics/module.h"
-
-#include <thread>
 
 namespace {
 
@@ -54,11 +51,6 @@ TEST(Binomials, FactorialsOnBothSidesOfTheConstantTable) {
     EXPECT_EQ(factory.Fact(0), 1.0);
     EXPECT_EQ(factory.Fact(171), HUGE_VAL);
     EXPECT_EQ(ERFactorialFactory().Fact(32), factory.Fact(32)); // a multiple of 16 at first
-}
-
-TEST(Binomials, FactoryOfTheModuleInForce) {
-    EXPECT_EQ(getFactiorielleFactory().Fact(30), theFactorielleFactory.Fact(30));
-    EXPECT_NE(&getFactiorielleFactory(), &theFactorielleFactory);
 }
 
 // Two threads that meet an empty table at once, and each other's growth.

@@ -8,7 +8,6 @@
 #include "velm/numerics/quaternion.h"
 #include "velm/numerics/symmetric_eigen.h"
 
-#include <fstream>
 #include <numeric>
 
 namespace {

@@ -20,12 +20,14 @@ std::string count(unsigned n) { return bytes_of(n); }
 TEST(MatrixArchive, FormAndBack) {
     const double values[] = {1, 2, 3, 4, 5, 6};
     const ERMatrix<double> matrix(2, 3, values);
-    const std::string bytes = stored(matrix);
     const std::string raw(reinterpret_cast<const char*>(values), sizeof values);
-    EXPECT_EQ(bytes,
-              count(2) + count(3) + count(3) + raw.substr(0, 24) + count(3) + raw.substr(24));
+    const std::string bytes =
+        count(2) + count(3) + count(3) + raw.substr(0, 24) + count(3) + raw.substr(24);
+    EXPECT_EQ(stored(matrix), bytes);
     ERMatrix<double> back;
-    EXPECT_EQ(load(bytes, back), 0);
+    expect_loaded(bytes, back, [](CArchive& archive, ERMatrix<double>& m) {
+        archive.IsStoring() ? archive << m : archive >> m;
+    });
     EXPECT_TRUE(back == matrix);
     EXPECT_EQ(load(stored(ERMatrix<double>(0, 4)), back), 0);
     EXPECT_EQ(back.rows(), 0);
@@ -39,8 +41,6 @@ TEST(MatrixArchive, DamageIsAnExceptionAndLeavesTheMatrix) {
     const ERMatrix<double> matrix(2, 2, values);
     const std::string good = stored(matrix);
     ERMatrix<double> kept(matrix);
-    for (std::size_t n = 0; n < good.size(); ++n)
-        EXPECT_EQ(load(good.substr(0, n), kept), CArchiveException::endOfFile) << n;
     const std::string rows = good.substr(8);
     EXPECT_NE(load(count(0xFFFFFFFF) + count(0) + rows, kept), 0);
     EXPECT_NE(load(count(0) + count(0xFFFFFFFF) + rows, kept), 0);

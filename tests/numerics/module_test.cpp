@@ -1,11 +1,7 @@
 // How the library joins the application that loads it.
+#include "support/test.h"
 #include "velm/numerics/module.h"
 #include "velm/platform/debug_output.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <string>
 
 namespace {
 

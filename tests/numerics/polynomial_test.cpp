@@ -6,7 +6,6 @@
 #include "velm/numerics/quadratic.h"
 
 #include "support/records.h"
-#include "support/test.h"
 #include "velm/platform/debug_output.h"
 
 #include <initializer_list>

@@ -85,11 +85,4 @@ TEST(Quaternion, ExpAndLogPlaceTheFirstComponentInTheirOwnWay) {
     expect_near(a, middle * ERQuaternion(0, 0, 0, 0), 1e-15);
 }
 
-TEST(Quaternion, TakesThreeOrFourValues) {
-    expect_near(ERQuaternion(ERVec<double>{1, 2, 3, 4}), ERQuaternion(1, 2, 3, 4), 0.0);
-    expect_near(ERQuaternion(ERVec<double>{0, 0, 1}), ERQuaternion(ERVector3D(0, 0, 1), pi / 2),
-                1e-15);
-    expect_near(ERQuaternion(ERVec<double>{1, 2}), ERQuaternion(), 0.0);
-}
-
 } // namespace

@@ -6,9 +6,6 @@
 
 #include "support/test.h"
 
-#include <cstdlib>
-#include <fstream>
-
 namespace {
 
 using Real = long double;

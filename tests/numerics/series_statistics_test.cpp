@@ -3,8 +3,6 @@
 
 #include "support/test.h"
 
-#include <fstream>
-
 namespace {
 
 constexpr double not_projected = ERSerieStatistic::not_projected;

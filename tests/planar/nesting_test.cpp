@@ -1,12 +1,8 @@
 // How contours lie in each other: random nests against how they were made.
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/point_functions.h"
 #include "velm/planar/contour_curve.h"
 #include "velm/planar/outline_nesting.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
-#include <numbers>
 
 namespace velm {
 namespace {

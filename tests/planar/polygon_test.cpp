@@ -1,7 +1,5 @@
 // Measures, projections, common points, and the position of boxes against polygons.
-#include "support/test.h"
-#include "velm/frame/box.h"
-#include "velm/frame/point_functions.h"
+#include "support/geometry.h"
 #include "velm/planar/polygon_intersection.h"
 #include "velm/planar/polygon_measures.h"
 #include "velm/planar/polygon_projection.h"

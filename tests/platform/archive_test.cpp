@@ -8,13 +8,12 @@
 
 namespace {
 
-using velm_test::archive_cause;
-using velm_test::MemoryFile;
+using namespace velm_test;
 
 // Numbers of every width through a buffer that they don't fit evenly, in two runs that take
 // different paths: one by one, and as blocks larger than the buffer.
 TEST(Archive, GivesBackWhatWasStoredAcrossBufferEnds) {
-    velm_test::Random random(11);
+    Random random(11);
     std::string expected;
     MemoryFile file("head");
     file.SeekToEnd();

@@ -5,11 +5,6 @@
 #include "velm/platform/name_comparison.h"
 #include "velm/platform/page_array.h"
 
-#include <array>
-#include <fstream>
-#include <iterator>
-#include <map>
-
 namespace {
 
 using velm_test::Random;

@@ -14,10 +14,10 @@
 
 namespace {
 
+using namespace velm_test;
+
 using Cause = CFileException;
-using Fault = velm_test::FaultyFiles;
-using velm_test::file_cause;
-using velm_test::TemporaryFolder;
+using Fault = FaultyFiles;
 
 constexpr UINT fresh = CFile::modeCreate | CFile::modeReadWrite | CFile::shareExclusive;
 constexpr UINT shared_read = CFile::modeRead | CFile::shareDenyNone;

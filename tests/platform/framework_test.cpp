@@ -4,8 +4,6 @@
 #include "velm/platform/thread_local_object.h"
 #include "velm/platform/typed_lists.h"
 
-#include <thread>
-
 namespace {
 
 // Random edits of a list against a vector.

@@ -1,14 +1,12 @@
 // Properties and their table: conversions, bytes, damaged records.
 #include "support/records.h"
-#include "support/test.h"
 #include "velm/store/database_property.h"
 
 #include <climits>
 
 namespace {
 
-using velm_test::record_of;
-using velm_test::restore;
+using namespace velm_test;
 
 std::string operator""_bytes(const char* text, std::size_t length) { return {text, length}; }
 
@@ -75,7 +73,7 @@ TEST(DatabaseProperty, PrintsAndStoresEachType) {
             EXPECT_EQ(back.getType(), ERDBObjProperty::undefined) << cut;
         }
     }
-    velm_test::MemoryFile unknown("\x09\1\0\0\0"_bytes);
+    MemoryFile unknown("\x09\1\0\0\0"_bytes);
     ERDBObjProperty property(3);
     property.restoreGuts(unknown);
     EXPECT_EQ(property.getType(), ERDBObjProperty::undefined);

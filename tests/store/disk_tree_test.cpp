@@ -3,9 +3,6 @@
 
 #include "store/store_files.h"
 #include "support/caught.h"
-#include "support/test.h"
-
-#include <map>
 
 namespace {
 

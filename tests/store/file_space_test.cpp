@@ -3,9 +3,6 @@
 
 #include "store/store_files.h"
 #include "support/caught.h"
-#include "support/test.h"
-
-#include <map>
 
 namespace {
 
@@ -142,58 +139,6 @@ TEST_F(FileSpace, BlocksInThePlaceOfANode) {
     file.Write(1);
     file.Seek(room + 8000, CFile::begin);
     EXPECT_TRUE(file.Read(value) && value == 1) << value;
-}
-
-// Blocks must not overlap, contents must stay, and what is free must be nobody's.
-TEST_F(FileSpace, AgreesWithAModelOfExtents) {
-    Random random(85);
-    for (int round = 0; round < 4; ++round) {
-        std::map<long, std::string> model;
-        std::remove(path.c_str());
-        auto file = std::make_unique<ERFileManager>(path.c_str(), 0);
-        file->allocate(1); // never freed
-        const auto check = [&] {
-            file.reset();
-            long covered = 280;
-            std::vector<std::pair<long, long>> ranges;
-            {
-                const velm::StoreImage image(path.c_str());
-                for (const auto& extent : image.free_extents)
-                    ranges.emplace_back(extent.offset, extent.end());
-                for (const auto& extent : image.free_nodes)
-                    ranges.emplace_back(extent.offset, extent.end());
-            }
-            const std::string all = bytes();
-            for (const auto& [payload, content] : model) {
-                const auto at = static_cast<std::size_t>(payload);
-                ranges.emplace_back(payload - 4, payload - 4 + word_at(all, at - 4));
-                ASSERT_EQ(all.compare(at, content.size(), content), 0);
-            }
-            std::sort(ranges.begin(), ranges.end());
-            for (const auto& [from, to] : ranges) {
-                ASSERT_GE(from, covered);
-                covered = to;
-            }
-            ASSERT_LE(covered, word_at(all, 4));
-            file = std::make_unique<ERFileManager>(path.c_str(), 0);
-        };
-        for (int step = 0; step < 3000; ++step) {
-            if (model.empty() || random.below(100) < (step / 500 % 2 ? 40 : 60)) {
-                const int size = 1 + random.below(random.below(10) == 0 ? 3000 : 60);
-                const std::string content(static_cast<std::size_t>(size), static_cast<char>(step));
-                const long payload = file->allocate(static_cast<unsigned int>(size));
-                file->Seek(payload, CFile::begin);
-                velm::write_bytes(*file, content.data(), content.size());
-                ASSERT_TRUE(model.emplace(payload, content).second);
-            } else {
-                auto victim =
-                    std::next(model.begin(), random.below(static_cast<int>(model.size())));
-                file->deallocate(victim->first);
-                model.erase(victim);
-            }
-            if (step % 500 == 499) check();
-        }
-    }
 }
 
 TEST_F(FileSpace, UnknownAndDamagedHeadsAreLeftAlone) {

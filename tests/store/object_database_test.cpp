@@ -1,11 +1,7 @@
 // The object database, and objects that save, delete and refer to themselves in it.
 #include "store/store_files.h"
 #include "support/caught.h"
-#include "support/test.h"
-#include "velm/platform/file_exception.h"
 #include "velm/wireframe/segment.h"
-
-#include <functional>
 
 #include <pthread.h>
 
@@ -151,21 +147,6 @@ TEST_F(ObjectDataBase, VersionsAndRefusedFiles) {
     unharmed(folder.file("head", good.substr(0, 280).replace(0, 4, words({-1}))), 0,
              CFileException::badSeek);
     unharmed(folder.file("text", std::string(1000, 'x')), 0, 0);
-    // A tree whose magic number is unknown counts as empty, and is written when it is changed.
-    for (const std::size_t magic : {std::size_t{316}, std::size_t{360}}) {
-        const std::string name = with(magic, 1364);
-        const std::string unchanged = TemporaryFolder::bytes_of(name);
-        ASSERT_EQ(store->Open(name.c_str(), 0), 1);
-        EXPECT_EQ(bool(store->RetrieveAndCreate(1)), false);
-        store->Close();
-        EXPECT_EQ(TemporaryFolder::bytes_of(name), unchanged);
-        ASSERT_EQ(store->Open(name.c_str(), 0), 1);
-        Sample b(2, 2);
-        EXPECT_EQ(store->Store(b), 2);
-        EXPECT_EQ(restored(2), b);
-        store->Close();
-        EXPECT_EQ(word_at(TemporaryFolder::bytes_of(name), magic), -1);
-    }
     const std::string read_only = with(284, 1001);
     const std::string before = TemporaryFolder::bytes_of(read_only);
     ASSERT_EQ(store->Open(read_only.c_str(), 1), 1);

@@ -1,15 +1,10 @@
 // Histories in which one failed call used to lose objects later, when everything went well again.
 #include "store/store_files.h"
 #include "support/faulty_files.h"
-#include "support/random.h"
-#include "support/test.h"
 #include "velm/platform/file_exception.h"
 #include "velm/store/store_salvage.h"
 
 #include <cerrno>
-#include <cstdio>
-#include <functional>
-#include <map>
 
 namespace {
 

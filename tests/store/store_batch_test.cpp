@@ -4,8 +4,6 @@
 #include "store/store_files.h"
 #include "support/caught.h"
 #include "support/faulty_files.h"
-#include "support/test.h"
-#include "velm/platform/file_exception.h"
 #include "velm/store/store_salvage.h"
 
 namespace {

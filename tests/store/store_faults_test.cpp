@@ -3,17 +3,11 @@
 // rebuilding.
 #include "store/store_files.h"
 #include "support/faulty_files.h"
-#include "support/test.h"
 #include "velm/platform/file_exception.h"
 #include "velm/store/db_object.h"
 #include "velm/store/store_salvage.h"
 
 #include <cerrno>
-#include <cstdio>
-#include <iterator>
-#include <map>
-#include <optional>
-#include <set>
 
 namespace {
 
@@ -38,6 +32,7 @@ public:
         inner_ = other.inner_;
         random_ = Random::fixed(seed);
         first_failed_.reset();
+        failures_.clear();
         std::FILE* const out = std::fopen(path_.c_str(), "wb");
         std::fwrite(file.data(), 1, file.size(), out);
         std::fclose(out);
@@ -48,6 +43,7 @@ public:
     }
     gmErrorCode close() {
         const gmErrorCode code = data_->Close();
+        if (code != gmSuccess) failures_.insert(code);
         data_.reset();
         return code;
     }
@@ -62,6 +58,9 @@ public:
         if (roll < 65) return store_again(chosen);
         return remove(chosen);
     }
+
+    // The codes of the operations that failed.
+    const std::set<gmErrorCode>& failures() const { return failures_; }
 
     // What is wrong with the objects of the open store.
     std::string wrong_in_memory() {
@@ -123,7 +122,8 @@ private:
             object = t_SmartPtr<ERObject>(record.get());
         }
         const int next = data_->getNbEnt();
-        if (data_->save(object) != gmSuccess) {
+        if (const gmErrorCode code = data_->save(object); code != gmSuccess) {
+            failures_.insert(code);
             note_failed({-1, entry, false});
             const bool same = data_->getNbEnt() == next && object->getObjectID() == -1 &&
                               sample->getObjectID() == -1 && sample->Database() == nullptr;
@@ -188,6 +188,7 @@ private:
 
     std::string path_;
     std::optional<Failed> first_failed_;
+    std::set<gmErrorCode> failures_;
     Random random_;
     std::unique_ptr<ERDataBase> data_;
     Objects objects_;
@@ -200,22 +201,23 @@ struct Fault {
     const char* name;
     FaultyFiles::Operation operation;
     int error;
+    gmErrorCode code;
     int times;
     bool half = false;
 };
 const Fault faults[] = {
-    {"EIO once", FaultyFiles::writing, EIO, 1},
-    {"EIO for ever", FaultyFiles::writing, EIO, FaultyFiles::for_ever},
-    {"ENOSPC once", FaultyFiles::writing, ENOSPC, 1},
-    {"ENOSPC for 7 calls", FaultyFiles::writing, ENOSPC, 7},
-    {"ENOSPC for ever", FaultyFiles::writing, ENOSPC, FaultyFiles::for_ever},
-    {"half a write, then EIO", FaultyFiles::writing, EIO, 2, true},
-    {"half a write, then ENOSPC for ever", FaultyFiles::writing, ENOSPC, FaultyFiles::for_ever,
-     true},
-    {"cutting once", FaultyFiles::cutting, EIO, 1},
-    {"reading once", FaultyFiles::reading, EIO, 1},
-    {"seeking once", FaultyFiles::seeking, EINVAL, 1},
-    {"closing", FaultyFiles::closing, EIO, 1},
+    {"EIO once", FaultyFiles::writing, EIO, gmHardIO, 1},
+    {"EIO for ever", FaultyFiles::writing, EIO, gmHardIO, FaultyFiles::for_ever},
+    {"ENOSPC once", FaultyFiles::writing, ENOSPC, gmDiskFull, 1},
+    {"ENOSPC for 7 calls", FaultyFiles::writing, ENOSPC, gmDiskFull, 7},
+    {"ENOSPC for ever", FaultyFiles::writing, ENOSPC, gmDiskFull, FaultyFiles::for_ever},
+    {"half a write, then EIO", FaultyFiles::writing, EIO, gmHardIO, 2, true},
+    {"half a write, then ENOSPC for ever", FaultyFiles::writing, ENOSPC, gmDiskFull,
+     FaultyFiles::for_ever, true},
+    {"cutting once", FaultyFiles::cutting, EIO, gmHardIO, 1},
+    {"reading once", FaultyFiles::reading, EIO, gmHardIO, 1},
+    {"seeking once", FaultyFiles::seeking, EINVAL, gmBadSeek, 1},
+    {"closing", FaultyFiles::closing, EIO, gmHardIO, 1},
 };
 
 struct GoingOn : StoreTest {
@@ -241,7 +243,8 @@ struct GoingOn : StoreTest {
 
     // What is wrong after a fault in the operations that follow, and 50 more; `lasts` means that
     // the fault is there to the end.
-    std::string run(std::uint64_t seed, int most, auto begin_fault, auto end_fault, bool lasts) {
+    std::string run(std::uint64_t seed, int most, gmErrorCode code, auto begin_fault,
+                    auto end_fault, bool lasts) {
         ++runs;
         history.begin(prepared, before, seed);
         std::string wrong;
@@ -259,6 +262,8 @@ struct GoingOn : StoreTest {
             wrong += history.wrong_in_memory();
             closed = history.close();
         }
+        for (const gmErrorCode failure : history.failures())
+            if (failure != code) wrong += "fails with code " + std::to_string(failure) + "\n";
         const std::string told = faults_of(path);
         if (closed == gmSuccess) wrong += told + history.wrong_in(path);
         std::remove(rebuilt.c_str());
@@ -270,6 +275,23 @@ struct GoingOn : StoreTest {
         return told.empty() ? wrong + salvaged : wrong;
     }
 };
+
+TEST_F(GoingOn, OverManyOperationsWithoutFaults) {
+    const int operations = setting("VELM_TEST_OPERATIONS", 60000) / 3;
+    for (const int most : {100, 400, 1500}) {
+        history = History(path, static_cast<std::uint64_t>(most));
+        std::remove(path.c_str());
+        for (int done = 0; done < operations; done += 1000) {
+            SCOPED_TRACE(testing::Message() << "of " << most << " objects, step " << done);
+            ASSERT_EQ(history.open(), gmSuccess);
+            for (int i = 0; i < 1000; ++i)
+                ASSERT_EQ(history.step(most), "") << i;
+            ASSERT_EQ(history.wrong_in_memory(), "");
+            ASSERT_EQ(history.close(), gmSuccess);
+            ASSERT_EQ(faults_of(path) + history.wrong_in(path), "");
+        }
+    }
+}
 
 TEST_F(GoingOn, AfterTheKthCallHasFailed) {
     const bool thorough = setting("VELM_TEST_THOROUGH", 0) != 0;
@@ -291,8 +313,9 @@ TEST_F(GoingOn, AfterTheKthCallHasFailed) {
                 const auto end = [&](FaultyFiles& files) {
                     met = files.calls(fault.operation) >= k && k < 400;
                 };
-                const std::string wrong = run(static_cast<std::uint64_t>(1000 * round + k), most,
-                                              begin, end, fault.times == FaultyFiles::for_ever);
+                const std::string wrong =
+                    run(static_cast<std::uint64_t>(1000 * round + k), most, fault.code, begin, end,
+                        fault.times == FaultyFiles::for_ever);
                 ASSERT_EQ(wrong, "") << "seed " << seed << ", " << fault.name << " at call " << k
                                      << ", round " << round;
                 if (!met) ++round, k = 1 - stride;
@@ -305,7 +328,7 @@ TEST_F(GoingOn, AfterTheKthCallHasFailed) {
             };
             const auto end = [](FaultyFiles& files) { files.limit(CFile::longest); };
             const std::string wrong =
-                run(static_cast<std::uint64_t>(1000 + k), most, begin, end, false);
+                run(static_cast<std::uint64_t>(1000 + k), most, gmDiskFull, begin, end, false);
             ASSERT_EQ(wrong, "") << "seed " << seed << ", limited size, round " << k;
         }
         if (thorough) {

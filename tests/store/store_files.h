@@ -11,13 +11,7 @@
 #include "velm/store/store_check.h"
 
 #include "support/temporary_folder.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <cstring>
-#include <ostream>
-#include <string>
+#include "support/test.h"
 
 namespace velm_test {
 

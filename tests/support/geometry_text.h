@@ -2,15 +2,8 @@
 // its points, computed without the library.
 #pragma once
 
-#include <array>
-#include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <numbers>
-#include <sstream>
-#include <string>
-#include <vector>
+#include "support/test.h"
+#include "support/text_fields.h"
 
 namespace velm_test {
 
@@ -78,30 +71,6 @@ private:
 
 struct GeometryText {
     std::vector<CurveText> curves;
-    /// The 3D curves around each face.
-    std::map<std::string, std::vector<std::string>> face_edges;
-};
-
-/// Reads words and numbers of one line.
-class TextFields {
-public:
-    explicit TextFields(const std::string& line) : in_(line) {}
-    std::string word() {
-        std::string text;
-        in_ >> text;
-        return text;
-    }
-    double number() { return std::strtod(word().c_str(), nullptr); }
-    int whole() { return static_cast<int>(number()); }
-    std::vector<double> rest() {
-        std::vector<double> values;
-        for (std::string text; in_ >> text;)
-            values.push_back(std::strtod(text.c_str(), nullptr));
-        return values;
-    }
-
-private:
-    std::istringstream in_;
 };
 
 /// Numbers of an arc from what its line says after the center: half axes, the x direction, then in
@@ -173,18 +142,9 @@ inline CurveText read_curve(const std::string& line, std::istream& in) {
 inline GeometryText read_geometry(const std::filesystem::path& path) {
     GeometryText text;
     std::ifstream in(path);
-    std::string face;
     for (std::string line; std::getline(in, line);) {
         if (line.starts_with("curve2 ") || line.starts_with("curve3 ")) {
             text.curves.push_back(read_curve(line, in));
-        } else if (line.starts_with("face ")) {
-            TextFields fields(line);
-            fields.word();
-            face = fields.word();
-        } else if (line.starts_with("coedge ")) {
-            const std::size_t at = line.find("curve3 ");
-            const std::string id = TextFields(line.substr(at + 7)).word();
-            if (id != "-") text.face_edges[face].push_back(id);
         }
     }
     return text;

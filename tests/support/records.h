@@ -2,10 +2,10 @@
 #pragma once
 
 #include "support/memory_file.h"
-
-#include <gtest/gtest.h>
-#include <sstream>
-#include <string>
+#include "support/test.h"
+#include "velm/frame/class_registration.h"
+#include "velm/frame/object.h"
+#include "velm/frame/smart_pointer.h"
 
 namespace velm_test {
 
@@ -46,6 +46,23 @@ Object& restore(Object& object, const std::string& record) {
     MemoryFile file(record);
     object.restoreGuts(file);
     return object;
+}
+
+/// The entity has this record and text. Made by its class's name and restored from the record it is
+/// the same again, and so is a copy. Returns the restored one.
+template <class Entity>
+std::unique_ptr<ERObject> expect_stored(const Entity& entity, const std::string& record,
+                                        const std::string& text) {
+    SCOPED_TRACE(entity.className());
+    EXPECT_EQ(record_of(entity), record);
+    EXPECT_EQ(text_of(entity), text);
+    std::unique_ptr<ERObject> made(ERClassRegistration::findCreator(entity.className())());
+    const t_SmartPtr<ERObject> copy(entity.getCopy());
+    for (const ERObject* same : {&restore(*made, record), copy.get()}) {
+        EXPECT_EQ(record_of(*same), record);
+        EXPECT_EQ(text_of(*same), text);
+    }
+    return made;
 }
 
 } // namespace velm_test

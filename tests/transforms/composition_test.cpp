@@ -1,15 +1,11 @@
 // The table of compositions over all pairs of kinds, reduction, inverses, and who owns the bodies.
 #include "transforms/kinds.h"
 
-#include "support/test.h"
 #include "velm/frame/point_functions.h"
 
 namespace {
 
-using velm_test::class_of;
-using velm_test::kinds;
-using velm_test::PlainMap;
-using velm_test::RandomTransformations;
+using namespace velm_test;
 
 constexpr int rounds = 50;
 // Rounding at coordinates of some hundreds.

@@ -3,11 +3,6 @@
 #include "transforms/kinds.h"
 #include "velm/frame/point_functions.h"
 
-#include <atomic>
-#include <gtest/gtest.h>
-#include <thread>
-#include <vector>
-
 namespace {
 
 using velm_test::RandomTransformations;

@@ -1,13 +1,10 @@
 // Random transformations of every kind, and the map of each in plain numbers.
 #pragma once
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/transforms/bodies.h"
 #include "velm/transforms/matrix_products.h"
 #include "velm/transforms/transformation_factories.h"
-
-#include <cmath>
-#include <string>
 
 namespace velm_test {
 

@@ -1,8 +1,6 @@
 // The transformation of the plane, and the conversions of coordinates.
-#include "support/test.h"
-#include "velm/frame/point_functions.h"
+#include "support/geometry.h"
 #include "velm/transforms/coordinate_conversions.h"
-#include "velm/transforms/transformed_values.h"
 
 namespace {
 

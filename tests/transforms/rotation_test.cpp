@@ -1,6 +1,5 @@
 // The factories against closed forms; Euler angles, locks and flips; frames and texts.
 #include "support/records.h"
-#include "support/test.h"
 #include "transforms/kinds.h"
 
 #include "velm/frame/point_functions.h"
@@ -11,8 +10,7 @@
 
 namespace {
 
-using velm_test::RandomTransformations;
-using velm_test::text_of;
+using namespace velm_test;
 
 constexpr double pi = std::numbers::pi;
 constexpr double rounding = 1e-13;
@@ -172,7 +170,7 @@ TEST(Texts, OfTransformations) {
 
 TEST(Operators, MapCopies) {
     RandomTransformations make(45);
-    for (const char kind : std::string(velm_test::kinds)) {
+    for (const char kind : std::string(kinds)) {
         const ERPmSimilitude3D t = make.handle(kind);
         const ERMinimax3D box(-1, 2, 3, 5, -7, -6);
         const ERMinimax3D there = t >> box, back = t << box;

@@ -1,6 +1,5 @@
 #include "velm/wireframe/arc.h"
 
-#include "support/test.h"
 #include "wireframe/curve_checks.h"
 
 namespace {

@@ -2,14 +2,9 @@
 // derivatives, its parts and its images.
 #pragma once
 
-#include "support/test.h"
-#include "velm/frame/dimension.h"
+#include "support/geometry.h"
 #include "velm/frame/finite_entity.h"
-#include "velm/frame/point_functions.h"
-#include "velm/transforms/plane_transformation.h"
 #include "velm/wireframe/closest_point.h"
-
-#include <type_traits>
 
 namespace velm_test {
 

@@ -1,9 +1,7 @@
 #include "velm/wireframe/line.h"
 
-#include "support/test.h"
-#include "velm/frame/point_functions.h"
+#include "support/geometry.h"
 #include "velm/wireframe/intersections.h"
-#include "velm/wireframe/segment.h"
 
 namespace {
 

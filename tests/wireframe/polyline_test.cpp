@@ -1,15 +1,9 @@
 // Polylines and polygons against the segments that they consist of.
 #include "velm/wireframe/polyline.h"
 
+#include "support/geometry.h"
 #include "support/records.h"
-#include "support/test.h"
 #include "velm/curves/nurbs_curve.h"
-#include "velm/frame/class_registration.h"
-#include "velm/frame/dimension.h"
-#include "velm/frame/point_functions.h"
-#include "velm/transforms/plane_transformation.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/segment.h"
 
 namespace {
 
@@ -177,16 +171,13 @@ TYPED_TEST(Polylines, AreStoredAndRefuseDamage) {
     std::string expected = velm_test::bytes_of(int(3 * sizeof(typename TestFixture::Point)));
     for (const auto& p : line.getPoints().view())
         expected += velm_test::bytes_of(p);
-    const std::string record = velm_test::record_of(line);
-    EXPECT_EQ(record, expected);
-    const std::unique_ptr<ERObject> made(ERClassRegistration::findCreator(line.className())());
+    const auto made = velm_test::expect_stored(line, expected, velm_test::text_of(line));
     auto& restored = TestFixture::Closed::castdown(*made);
-    EXPECT_EQ(velm_test::record_of(velm_test::restore(restored, record)), record);
     EXPECT_EQ(restored.ufin(), 3.0);
     for (const std::string& damaged :
          {std::string(), velm_test::bytes_of(-1), velm_test::bytes_of(1 << 30, 1.0),
           velm_test::bytes_of(12) + std::string(12, 'x'),
-          record.substr(0, 12) + velm_test::bytes_of(HUGE_VAL) + record.substr(20)})
+          expected.substr(0, 12) + velm_test::bytes_of(HUGE_VAL) + expected.substr(20)})
         EXPECT_EQ(velm_test::restore(restored, damaged).getPoints().size(), 0);
 }
 

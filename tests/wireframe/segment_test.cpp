@@ -1,6 +1,5 @@
 #include "velm/wireframe/segment.h"
 
-#include "support/records.h"
 #include "support/test.h"
 #include "velm/frame/point_functions.h"
 #include "velm/frame/point_list.h"
@@ -90,15 +89,6 @@ TYPED_TEST(Segment, SmashInsertsNothing) {
         list.Smash(s, 0.0);
         ASSERT_EQ(list.toVec().size(), 4) << s.getP1() << " to " << s.getP2();
     }
-}
-
-TYPED_TEST(Segment, IsStored) {
-    typename TypeParam::Segment s(TypeParam::Point::each([](int n) { return n + 0.5; }),
-                                  TypeParam::Point::each([](int n) { return -2.0 * n - 1; }));
-    const std::string record = TypeParam::size == 2
-                                   ? velm_test::bytes_of(0.5, 1.5, -1.0, -3.0)
-                                   : velm_test::bytes_of(0.5, 1.5, 2.5, -1.0, -3.0, -5.0);
-    EXPECT_EQ(velm_test::record_of(s), record);
 }
 
 TYPED_TEST(Segment, DistanceIsTheOneToTheNearestPoint) {

@@ -1,23 +1,12 @@
 #include "support/allocation_count.h"
+#include "support/geometry.h"
 #include "support/records.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/transforms/transformed_values.h"
-#include "velm/wireframe/arc_in_space.h"
-#include "velm/wireframe/ellipse_in_space.h"
-#include "velm/wireframe/line.h"
-#include "velm/wireframe/segment.h"
 #include "wireframe/curve_checks.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
 
 namespace {
 
-using velm_test::expect_closest;
-using velm_test::pi;
-using velm_test::text_of;
-velm_test::Random draw{47};
+using namespace velm_test;
+Random draw{47};
 
 ERPoint3D point() { return draw.value<ERPoint3D>(9); }
 ERVector3D direction() { return draw.direction<ERVector3D>(); }
@@ -40,9 +29,9 @@ ERArcEllipse3D random_elliptical_arc() {
 template <class Curve>
 void expect_consistent(Curve curve) {
     const double t = curve.getBound()(draw.uniform(0, 1));
-    velm_test::expect_tight_box(curve);
+    expect_tight_box(curve);
     expect_closest(curve, point());
-    velm_test::expect_derivatives_and_parts(curve, t);
+    expect_derivatives_and_parts(curve, t);
 
     // Isometries and similarities, mirrors among them, keep the parameter of every point.
     const ERPmIsometrie3D moved = frame();
@@ -222,30 +211,29 @@ TEST(EllipseInSpace, ConstructionsAgree) {
 
 // Size and round trip of the stored form, and a new object by its class's name.
 template <class Entity>
-void expect_stored(const Entity& entity, unsigned int bytes) {
-    const std::string record = velm_test::record_of(entity), text = text_of(entity);
-    EXPECT_EQ(record.size(), bytes) << entity.className();
-    t_SmartPtr<ERObject> made(ERClassRegistration::findCreator(entity.className())());
-    EXPECT_EQ(text_of(velm_test::restore(*made, record)), text);
-    EXPECT_EQ(text_of(*t_SmartPtr<ERObject>(entity.getCopy())), text);
+void expect_size(const Entity& entity, unsigned int bytes) {
+    EXPECT_EQ(entity.binaryStoreSize(), bytes) << entity.className();
+    expect_stored(entity, record_of(entity), text_of(entity));
 }
 
 TEST(Conics, AreStoredCopiedAndMadeByName) {
     const ERPmIsometrie3D at = frame();
     const unsigned int transformation = at.binaryStoreSize();
     const EREllipse2D ellipse(3, 1, 0.5, {1, 2});
-    expect_stored(ERSegment2D({1, 2}, {4, 5}), 32);
-    expect_stored(ERSegment3D({1, 2, 3}, {4, 5, 7}), 48);
-    expect_stored(ERInfLine2D(ERPoint2D(1, 2), {4, 5}), 32);
-    expect_stored(ERInfLine3D(ERPoint3D(1, 2, 3), {4, 5, 7}), 48);
-    expect_stored(ERCircle2D({1, 2}, 3), 24);
-    expect_stored(ellipse, 40);
-    expect_stored(ERArc2D({1, 2}, 3, 0.5, 1.5), 40);
-    expect_stored(ERArcEllipse2D(ellipse, 0.5, 1.5), 56);
-    expect_stored(ERCircle3D(at, ERCircle2D({1, 2}, 3)), transformation + 24);
-    expect_stored(EREllipse3D(ellipse, at), transformation + 40);
-    expect_stored(ERArc3D(at, 3, 0.5, 1.5), transformation + 40);
-    expect_stored(ERArcEllipse3D(ERArcEllipse2D(ellipse, 0.5, 1.5), at), transformation + 56);
+    const ERSegment2D flat({1, 2}, {4, 5});
+    const ERSegment3D segment({1, 2, 3}, {4, 5, 7});
+    expect_stored(flat, bytes_of(1.0, 2.0, 4.0, 5.0), text_of(flat));
+    expect_stored(segment, bytes_of(1.0, 2.0, 3.0, 4.0, 5.0, 7.0), text_of(segment));
+    expect_size(ERInfLine2D(ERPoint2D(1, 2), {4, 5}), 32);
+    expect_size(ERInfLine3D(ERPoint3D(1, 2, 3), {4, 5, 7}), 48);
+    expect_size(ERCircle2D({1, 2}, 3), 24);
+    expect_size(ellipse, 40);
+    expect_size(ERArc2D({1, 2}, 3, 0.5, 1.5), 40);
+    expect_size(ERArcEllipse2D(ellipse, 0.5, 1.5), 56);
+    expect_size(ERCircle3D(at, ERCircle2D({1, 2}, 3)), transformation + 24);
+    expect_size(EREllipse3D(ellipse, at), transformation + 40);
+    expect_size(ERArc3D(at, 3, 0.5, 1.5), transformation + 40);
+    expect_size(ERArcEllipse3D(ERArcEllipse2D(ellipse, 0.5, 1.5), at), transformation + 56);
 }
 
 template <class Curve, class Point>
@@ -272,11 +260,11 @@ TEST(Evaluation, AllocatesNothing) {
                velm::closest_point(elliptical, {1, 2, 3}).distance;
     };
     evaluate();
-    const long before = velm_test::allocations();
+    const long before = allocations();
     EXPECT_TRUE(std::isfinite(evaluate()));
-    EXPECT_EQ(velm_test::allocations(), before);
+    EXPECT_EQ(allocations(), before);
     const t_SmartPtr<ERObject> copy(arc.getCopy());
-    EXPECT_GT(velm_test::allocations(), before) << "the counter counts";
+    EXPECT_GT(allocations(), before) << "the counter counts";
 }
 
 } // namespace
