@@ -15,7 +15,7 @@ union Immortal {
     SystemFiles files;
 
     constexpr Immortal() : files() {}
-    constexpr ~Immortal() {}
+    ~Immortal() {}
 };
 constinit Immortal system_itself;
 
