@@ -1,9 +1,10 @@
 // velm/region.h: to work with areas of the plane. Regions with holes, clipping of polylines, chains
-// of loose pieces, hulls, areas and boxes.
+// of loose pieces, regions of composite curves, hulls, areas and boxes.
 #pragma once
 
 #include "velm/frame/box.h"
 #include "velm/planar/chainer_processor.h"
+#include "velm/planar/composite_contour.h"
 #include "velm/planar/convex_hull.h"
 #include "velm/planar/orientation.h"
 #include "velm/planar/polygon_intersection.h"
