@@ -1,15 +1,24 @@
 // A rational bicubic surface of 30 x 30 poles at random parameters: points, derivatives, a grid,
-// splitting, decomposing; the contract's class, the prepared surface, and beside them SISL and Open
-// CASCADE where they are found.
+// splitting, decomposing, triangles, its box; a torus, a turned and a moved surface; the contract's
+// class, the prepared surface, and beside them SISL and Open CASCADE where they are found.
+#include "velm/frame/finite_entity.h"
+#include "velm/surfaces/analytic_to_nurbs.h"
 #include "velm/surfaces/nurbs_decomposer.h"
 #include "velm/surfaces/nurbs_surface.h"
+#include "velm/surfaces/offset_surface.h"
 #include "velm/surfaces/prepared_surface.h"
+#include "velm/surfaces/recognition.h"
+#include "velm/surfaces/revolution_surface.h"
+#include "velm/surfaces/surface_box.h"
+#include "velm/surfaces/tessellation.h"
+#include "velm/surfaces/torus.h"
 
 #include "peers.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <numbers>
 #include <vector>
 
 #if defined(VELM_BENCH_HAS_SISL)
@@ -17,10 +26,12 @@
 #endif
 #if defined(VELM_BENCH_HAS_OCCT)
 #include <Geom_BSplineSurface.hxx>
+#include <Geom_ToroidalSurface.hxx>
 #include <TColStd_Array1OfInteger.hxx>
 #include <TColStd_Array1OfReal.hxx>
 #include <TColStd_Array2OfReal.hxx>
 #include <TColgp_Array2OfPnt.hxx>
+#include <gp_Ax3.hxx>
 #include <gp_Vec.hxx>
 #endif
 
@@ -148,6 +159,80 @@ void decomposition(benchmark::State& state) {
 }
 BENCHMARK(decomposition);
 
+// A torus: an analytic surface.
+ERBoundedTorus torus() {
+    const double turn = 2.0 * std::numbers::pi;
+    return {ERPmIsometrie3D(), 9.0, 4.0, 0.0, turn, 0.0, turn};
+}
+void torus_point(benchmark::State& state) {
+    const ERBoundedTorus t = torus();
+    run(state, [&](double u, double v) { return t(u, v).x(); });
+}
+BENCHMARK(torus_point);
+void torus_point_prepared(benchmark::State& state) {
+    const auto t = velm::prepare(torus());
+    run(state, [&](double u, double v) { return (*t)(u, v).x(); });
+}
+BENCHMARK(torus_point_prepared);
+void torus_second_derivatives(benchmark::State& state) {
+    const ERBoundedTorus t = torus();
+    run(state, [&](double u, double v) { return t.PtCur(u, v).point().x(); });
+}
+BENCHMARK(torus_second_derivatives);
+void torus_second_derivatives_prepared(benchmark::State& state) {
+    const auto t = velm::prepare(torus());
+    run(state, [&](double u, double v) { return t->jet(u, v).duv.i(); });
+}
+BENCHMARK(torus_second_derivatives_prepared);
+
+// Derived surfaces: the torus as a turned circle, and the rational surface moved.
+void revolution_second_derivatives_prepared(benchmark::State& state) {
+    const t_SmartPtr<ERFiniteEntity3DWF> circle = torus().getEntityIsoU(0.0);
+    const double turn = 2.0 * std::numbers::pi;
+    const auto t = velm::prepare(
+        ERSurOfRevolution(circle, ERInfLine3D(ERVector3D(0, 0, 1), ERPoint3D()), 0.0, turn));
+    run(state, [&](double u, double v) { return t->jet(u, v).duv.i(); });
+}
+BENCHMARK(revolution_second_derivatives_prepared);
+void offset_second_derivatives_prepared(benchmark::State& state) {
+    const auto s = velm::prepare(EROffsetSurface(surface(), 0.1, ERVector3D(0, 0, 1)));
+    run(state, [&](double u, double v) { return s->jet(u, v).duv.i(); });
+}
+BENCHMARK(offset_second_derivatives_prepared);
+
+// Whole surfaces; the time for each triangle.
+void triangles(benchmark::State& state, const ERAnyBoundedSurface& of, double chord_error) {
+    const auto s = velm::prepare(of);
+    std::size_t count = 0;
+    for (auto _ : state) {
+        const velm::SurfaceMesh mesh = velm::tessellate(*s, chord_error);
+        count = mesh.triangles.size();
+        benchmark::DoNotOptimize(mesh.triangles.data());
+    }
+    state.counters["triangles"] = static_cast<double>(count);
+    state.SetItemsProcessed(state.iterations() * static_cast<long>(count));
+}
+void triangles_rational(benchmark::State& state) { triangles(state, surface(), 0.1); }
+BENCHMARK(triangles_rational);
+void triangles_torus(benchmark::State& state) { triangles(state, torus(), 0.01); }
+BENCHMARK(triangles_torus);
+void box(benchmark::State& state) {
+    const auto s = velm::prepare(surface());
+    for (auto _ : state) {
+        const velm::TightBox found = velm::tight_box(*s, 1e-9);
+        benchmark::DoNotOptimize(found.box.xmin);
+    }
+}
+BENCHMARK(box);
+void recognition(benchmark::State& state) {
+    const auto s = velm::prepare(*velm::to_nurbs(torus()));
+    for (auto _ : state) {
+        const auto found = velm::recognize(*s, 1e-9);
+        benchmark::DoNotOptimize(found->deviation);
+    }
+}
+BENCHMARK(recognition);
+
 #if defined(VELM_BENCH_HAS_SISL)
 SISLSurf* sisl_surface() {
     const ERSpoleNURBS3D& s = surface();
@@ -213,6 +298,25 @@ void second_derivatives_occt(benchmark::State& state) {
     });
 }
 BENCHMARK(second_derivatives_occt);
+void torus_point_occt(benchmark::State& state) {
+    const Handle(Geom_ToroidalSurface) t = new Geom_ToroidalSurface(gp_Ax3(), 9.0, 4.0);
+    run(state, [&](double u, double v) {
+        gp_Pnt p;
+        t->D0(u, v, p);
+        return p.X();
+    });
+}
+BENCHMARK(torus_point_occt);
+void torus_second_derivatives_occt(benchmark::State& state) {
+    const Handle(Geom_ToroidalSurface) t = new Geom_ToroidalSurface(gp_Ax3(), 9.0, 4.0);
+    run(state, [&](double u, double v) {
+        gp_Pnt p;
+        gp_Vec du, dv, duu, dvv, duv;
+        t->D2(u, v, p, du, dv, duu, dvv, duv);
+        return p.X();
+    });
+}
+BENCHMARK(torus_second_derivatives_occt);
 #endif
 
 } // namespace
