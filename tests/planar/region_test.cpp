@@ -272,6 +272,27 @@ TEST(Region, InsideAndOutsideLengthsAddUp) {
     }
 }
 
+TEST(Region, RasterSaysWhatThePolygonsSay) {
+    Random random(7304);
+    int answered = 0;
+    for (int round = 0; round < 20; ++round) {
+        const std::vector<Polygon> contours{contour(random, {}, 10.0, 300, 1),
+                                            contour(random, {2.0, 1.0}, 3.0, 100, 0)};
+        const ERRegion2D region = region_of(contours, true);
+        const ERRegion2DGrid raster(region);
+        for (int k = 0; k < 3000; ++k) {
+            const ERPoint2D p(random.uniform(-13, 13), random.uniform(-13, 13));
+            const ERMinimax2D box(p, p + ERPoint2D(random.uniform(0, 2), random.uniform(0, 2)));
+            int contour = 0;
+            const int cell = raster.inside(p), boxed = raster.relative_position(box);
+            ASSERT_TRUE(cell == 2 || region.CheckPoint(p, contour) == 1 - cell) << p;
+            ASSERT_TRUE(boxed == 1 || region.IsInDomain(box) == 2 - boxed) << p;
+            answered += (cell != 2) + (boxed != 1);
+        }
+    }
+    EXPECT_GT(answered, 60000);
+}
+
 TEST(Grid, CellsAreWhatAPlainArrayHolds) {
     Random random(7305);
     for (const int bit_count : {1, 2, 3, 5, 16, 32}) {
