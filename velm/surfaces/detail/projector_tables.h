@@ -27,8 +27,7 @@ SurfaceFoot foot_at(const PreparedSurface& surface, const SurfaceLeaves& leaves,
 SurfaceFoot foot_at(const PreparedSurface& surface, const AnalyticPlace& place);
 
 /// Offers the leaves of a tree to a search, nearest first, until all others are too far; a leaf
-/// that `wanted` refuses counts as not there. of_leaf(leaf) gives the leaves that hold it and its
-/// index there.
+/// that `wanted` refuses counts as not there.
 template <class Wanted>
 void search_tree(const BoxTree& tree, const SurfaceLeaves& leaves, LeafSearch& search,
                  Wanted wanted) {
