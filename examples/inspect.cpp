@@ -19,7 +19,7 @@ std::vector<velm::SectionRow> judged(const velm::Outline& outline, const velm::S
         row.diameter = 2;
         row.comparison = profile.compare(centre);
         row.deviation = row.comparison.distance - row.diameter / 2;
-        velm::judge(row, head.tolerance);
+        velm::judge(row, head);
         rows.push_back(row);
     }
     return rows;

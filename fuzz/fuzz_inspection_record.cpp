@@ -1,5 +1,5 @@
 // Any bytes as an object file: each inspection that it seems to hold is reported or refused, of
-// whichever kind it is: targets have no drawing, sections have one beside their page.
+// whichever kind it is.
 #include "inspect/inspection/report.h"
 #include "support/temporary_folder.h"
 
@@ -22,7 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         options.paths.svg.reset();
         if (run % 2 != 0) options.paths.svg = "/dev/null";
         try {
-            report_stored(options);
+            Progress progress(false);
+            report_stored(options, progress);
         } catch (const Failure& failure) {
             if (failure.code() == ExitCode::usage) std::abort();
             more = std::string(failure.what()).find("inspection " + std::to_string(number)) !=

@@ -36,7 +36,7 @@ TEST(Fit, ACircleWithItsBall) {
         double radius;
         int code;
     } cases[] = {{"bore.csv --inside --tolerance 0.02", 6, 0},
-                 {"bore.csv --outside --tolerance -0.02 0.005", 4, 1},
+                 {"bore.csv --outside --band -0.02 0.005", 4, 1},
                  {"bare.txt --tolerance 0.02", 5, 0},
                  {"bare.txt --diameter 2 --inside", 6, 0},
                  {"- --diameter 1 --outside < raised.txt", 4.5, 0}};

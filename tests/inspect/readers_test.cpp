@@ -189,7 +189,7 @@ TEST(MeasuredReader, RefusalsNameTheLineTheColumnAndTheCause) {
         {"", 0, "the file is empty; expected CSV with a header"},
         {"id,x\n", 1, "expected a header with the columns id, x and y; missing: y; found: 'id, x'"},
         {"1,2,3\n", 1,
-         "expected a header with the columns id, x and y; missing: id, x, y; found: '1, 2, 3'"},
+         "expected a header with the columns id, x and y; missing: x, y; found: '1, 2, 3'"},
         {"id,x,y,X\n", 1, "the header names the column 'x' twice"},
         {"id,x,y\n1,2,3\n2,,3\n", 3, "column x: expected a number, found nothing"},
         {"id,x,y\n\n1,2\n", 3, "column y: expected a number, found nothing"},

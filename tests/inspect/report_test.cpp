@@ -103,7 +103,7 @@ TEST(Report, GivesTheBytesOfTheRunThatKeptIt) {
         "wing.dat probed.csv --form round --tolerance 9",
         "lid.txt probed.csv --tolerance .4 --frame .1 -.7 40  .1 .2 3  1 1 .3 --max-height 3",
         "lid.txt probed.csv",
-        "islands.txt probed.csv --tolerance .5 --align bestfit",
+        "islands.txt probed.csv --tolerance 2 --align bestfit",
         "lid.txt probed.csv --frame 0 .5 40  0 0 1  1 .1 0 --align bestfit"};
     const Reported here;
     std::vector<std::vector<std::string>> kept;

@@ -45,7 +45,7 @@ std::vector<SectionRow> probed(const Profile& profile, Random& random, double di
         const ERPoint2D centre = found.foot + off * found.outward;
         if (std::fabs(profile.compare(centre).distance - off) > 1e-12) continue;
         row.measured = away << centre;
-        compare(row, profile);
+        compare(row, profile, 60.0);
         rows.push_back(row);
     }
     return rows;
@@ -66,7 +66,7 @@ TEST(SectionAlignment, KnownMotionsComeBackAndNoneNearbyIsBetter) {
         const ERTransfo2D away = motion(random, 0.04 * size, 0.06);
         std::vector<SectionRow> rows = probed(profile, random, diameter, noise, away);
         const double before = squares(rows, profile, {});
-        const AppliedAlignment found = align_section(rows, profile, "points");
+        const AppliedAlignment found = align_section(rows, profile, 60.0, "points");
         EXPECT_TRUE(found.held.empty() && found.in_plane);
         EXPECT_NEAR(found.before.rms, std::sqrt(before / 150), 1e-12) << round;
         const double after = squares(rows, profile, {});

@@ -273,7 +273,7 @@ TEST(Section, AboveThousandPointsTheWorstAndAboveFiveThousandTheEnvelope) {
     const Ended ended = shop.run("section n.dat m.csv --tolerance 0.1 --svg s.svg");
     EXPECT_EQ(ended.code, 1);
     EXPECT_NE(ended.out.find("(the 20 worst of 6,000 points)"), std::string::npos);
-    EXPECT_LT(std::count(ended.out.begin(), ended.out.end(), '\n'), 40);
+    EXPECT_LT(std::count(ended.out.begin(), ended.out.end(), '\n'), 45);
     EXPECT_LT(ended.out.find("\n77 "), ended.out.find("\n2077 "));
     EXPECT_LT(ended.out.find("\n2077 "), ended.out.find("\n4077 "));
     const std::string picture = shop.read("s.svg");

@@ -17,6 +17,7 @@ struct Text {
     void operator()(const Matrix& matrix) { out << matrix.size << 'x' << matrix.size; }
     void operator()(std::span<const double> numbers) { list(numbers); }
     void operator()(std::span<const ERPoint2D> path) { out << path.size() << " points"; }
+    void operator()(std::span<const NamedText> texts) { out << texts.size() << " named"; }
     void operator()(std::span<const std::string> texts) { out << texts.size() << " texts"; }
     void operator()(const Described& group);
     template <class Plain>

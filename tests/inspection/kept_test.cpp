@@ -51,7 +51,7 @@ struct Inspected {
             }
             row.comparison = profile.compare(row.placed());
             row.deviation = row.comparison.distance - row.diameter / 2;
-            judge(row, head.tolerance);
+            judge(row, head);
             rows.push_back(row);
         }
     }
@@ -163,7 +163,7 @@ TEST(KeptInspection, IsRefusedWithAChangedRecord) {
         save(key, number);
     }
     EXPECT_NO_THROW(made.read_records(path));
-    const std::tuple<RecordKey, int, int> counts[] = {{RecordKey::place, 4, 0},
+    const std::tuple<RecordKey, int, int> counts[] = {{RecordKey::place, 5, 0},
                                                       {RecordKey::edge, 99, 0},
                                                       {RecordKey::number, 1, 0},
                                                       {RecordKey::contour, -1, 0}};

@@ -35,9 +35,10 @@ void load_target(CArchive& archive, gmTargetPoint& target) {
 template <class Row>
 class ArchivedRow {
 public:
-    static const ArchivedRow& form() {
-        static const ArchivedRow built;
-        return built;
+    // Of a version, by default the one that is written.
+    static const ArchivedRow& form(int version = detail::newest_archive) {
+        static const ArchivedRow first(1), newest(detail::newest_archive);
+        return version == 1 ? first : newest;
     }
 
     void store(CArchive& archive, const Row& row, const typename Row::Head& head,
@@ -57,8 +58,11 @@ public:
     }
 
 private:
-    detail::ArchiveForm before_target_{fields_of<Row>(), 1, place_of_target - 1};
-    detail::ArchiveForm after_target_{fields_of<Row>(), place_of_target + 1};
+    explicit ArchivedRow(int version)
+        : before_target_(fields_of<Row>(), version, 1, place_of_target - 1),
+          after_target_(fields_of<Row>(), version, place_of_target + 1) {}
+
+    detail::ArchiveForm before_target_, after_target_;
 };
 
 void store_point(CArchive& archive, const ERPoint2D& p) {
@@ -202,7 +206,7 @@ void SectionArchiveWriter::add(const SectionRow& row) {
 
 SectionArchiveReader::SectionArchiveReader(InspectionArchiveReader& document)
     : document_(document) {
-    detail::load_subject(document_.archive_, head_);
+    document_.load_head(head_);
     load_outline(document_.archive_, outline_, head_);
 }
 
@@ -211,10 +215,10 @@ bool SectionArchiveReader::next(SectionRow& row) {
     row = SectionRow();
     row.index = count_++;
     gmTargetPoint target;
-    ArchivedRow<SectionRow>::form().load(document_.archive_, row, head_, target);
+    ArchivedRow<SectionRow>::form(document_.version_).load(document_.archive_, row, head_, target);
     row.diameter = target.measured_point().diameter;
     require_sound(document_.archive_, row, outline_);
-    judge(row, head_.tolerance);
+    judge(row, head_);
     document_.take(row);
     return true;
 }
@@ -231,14 +235,15 @@ void TargetArchiveWriter::add(const TargetRow& row) {
 }
 
 TargetArchiveReader::TargetArchiveReader(InspectionArchiveReader& document) : document_(document) {
-    detail::load_subject(document_.archive_, head_);
+    document_.load_head(head_);
 }
 
 bool TargetArchiveReader::next(TargetRow& row) {
     if (!document_.next()) return false;
     row = TargetRow();
-    ArchivedRow<TargetRow>::form().load(document_.archive_, row, head_, row.target);
-    judge(row, head_.tolerance);
+    ArchivedRow<TargetRow>::form(document_.version_)
+        .load(document_.archive_, row, head_, row.target);
+    judge(row, head_);
     document_.take(row);
     return true;
 }

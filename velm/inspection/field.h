@@ -68,6 +68,7 @@ enum class FieldType : unsigned char {
     numbers,
     path, ///< points of the plane
     texts,
+    named_texts,
     group, ///< has fields of its own
 };
 
@@ -127,11 +128,16 @@ private:
     std::size_t count_;
 };
 
+/// A text with its name, as the user gave them.
+struct NamedText {
+    std::string name, text;
+};
+
 /// Counts and totals are std::uint64_t. std::monostate: no value.
 using FieldValue =
     std::variant<std::monostate, bool, std::uint64_t, double, std::string_view, NamedValue,
                  Coordinates, Matrix, std::span<const double>, std::span<const ERPoint2D>,
-                 std::span<const std::string>, Described>;
+                 std::span<const std::string>, std::span<const NamedText>, Described>;
 
 /// In an archive each row that is kept has its gmTargetPoint at this place.
 inline constexpr int place_of_target = 2;
@@ -145,6 +151,9 @@ struct FieldTraits {
     bool late = false;
     /// Begins a new line where a form for people's eyes has room, as JSON here.
     bool new_line = false;
+    /// Its presence differs from row to row, or from file to file: a condition that holds doesn't
+    /// say that there is a value.
+    bool sometimes = false;
     /// The key in an object file, of the first coordinate; those of the others follow. `none`: not
     /// kept there.
     RecordKey key = RecordKey::none;
@@ -156,6 +165,9 @@ struct FieldTraits {
     /// The place in the archive form, from 1; 0: not kept there. Fields whose conditions exclude
     /// each other may share one.
     int archive = 0;
+    /// The version of the archive that brought it. Object files have no version: there a field that
+    /// came later may be absent.
+    int since = 1;
     /// What people read above the column, unless it is the name with blanks. An empty one leaves
     /// x, y and z alone above coordinates.
     const char* heading = nullptr;
@@ -176,12 +188,16 @@ struct Field : FieldTraits {
     void* (*part)(void* subject) = nullptr;
     /// Of a group: its description.
     std::span<const Field> (*part_fields)() = nullptr;
+    /// Whether reports show no value although files keep one: what was found says nothing.
+    bool (*is_void)(const void* subject) = nullptr;
     /// Null for a field that is always there.
     bool (*condition)(const void* head) = nullptr;
 
     bool applies(const void* head) const { return condition == nullptr || condition(head); }
     /// The number of a value's coordinates, 1 for any other type.
     int components() const;
+    /// Whether a file may lack it without being damaged.
+    bool may_be_absent() const { return sometimes || (optional && condition == nullptr); }
     long key_of(int component) const {
         return component == 2 && third_key != RecordKey::none ? static_cast<long>(third_key)
                                                               : static_cast<long>(key) + component;
@@ -216,7 +232,8 @@ inline std::span<const Field> Described::fields() const { return {fields_, count
 template <class Visit>
 void Described::visit_if_there(const Field& field, Visit& visit) const {
     if (!field.applies(head_)) return;
-    const FieldValue value = field.value(subject_, head_);
+    const bool is_void = field.is_void != nullptr && field.is_void(subject_);
+    const FieldValue value = is_void ? FieldValue() : field.value(subject_, head_);
     const bool is_absent = std::holds_alternative<std::monostate>(value);
     if (!is_absent || field.absent == Absent::null) visit(field, value);
 }

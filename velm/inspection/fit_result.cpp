@@ -1,6 +1,6 @@
 #include "velm/inspection/fit_result.h"
 
-#include "velm/inspection/detail/field_list.h"
+#include "velm/inspection/detail/head_fields.h"
 
 namespace velm {
 
@@ -71,14 +71,50 @@ std::span<const Field> fields_of<FittedEntity>() {
 }
 
 template <>
+std::span<const Field> fields_of<Characteristic>() {
+    using F = detail::FieldList<Characteristic>;
+    using C = Characteristic;
+    constexpr FieldTraits shown{.shown = Shown::in_data};
+    constexpr FieldTraits length{.unit = FieldUnit::length, .shown = Shown::in_data};
+    constexpr FieldTraits given{
+        .unit = FieldUnit::length, .shown = Shown::in_data, .absent = Absent::omitted};
+    static constexpr Field fields[] = {
+        F::field<&C::name>("name", shown),
+        F::field<&C::value>("value", length),
+        F::field<&C::nominal>("nominal", given),
+        F::field<&C::place>("place", given),
+        F::field<&C::limits, &Tolerance::lower>("lower", length),
+        F::field<&C::limits, &Tolerance::upper>("upper", length),
+        F::field<&C::in_tolerance>("in_tolerance", shown),
+    };
+    return fields;
+}
+
+bool FitHead::is_in_tolerance() const {
+    const auto is_out = [](const std::optional<Characteristic>& one) {
+        return one && !one->in_tolerance;
+    };
+    return !is_out(form) && !is_out(size) && !is_out(position);
+}
+
+template <>
 std::span<const Field> fields_of<FitHead>() {
     using Head = FitHead;
     using F = detail::FieldList<Head>;
+    using All = detail::HeadFields<Head, 0>;
+    constexpr FieldTraits judged{
+        .shown = Shown::in_data, .absent = Absent::omitted, .new_line = true};
     static constexpr Field fields[] = {
+        All::info(),
+        All::unit(),
         F::field<&Head::measured>("measured", {.shown = Shown::in_data}),
         F::field<&Head::tolerance>("tolerance", {.shown = Shown::in_data}),
         F::field<&Head::ball>("ball", {.shown = Shown::in_data}),
         F::field<&Head::entity>("entity", {.shown = Shown::in_data, .new_line = true}),
+        F::field<&Head::form>("form", judged),
+        F::field<&Head::size>("size", judged),
+        F::field<&Head::position>("position", judged),
+        All::ignored_columns(),
     };
     return fields;
 }

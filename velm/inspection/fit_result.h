@@ -2,6 +2,7 @@
 #pragma once
 
 #include "velm/inspection/field.h"
+#include "velm/inspection/inspection_head.h"
 #include "velm/inspection/summary.h"
 #include "velm/inspection/tolerance.h"
 
@@ -39,12 +40,32 @@ struct FittedEntity {
 template <>
 VELM_API std::span<const Field> fields_of<FittedEntity>();
 
-/// What was fitted, and how.
-struct FitHead {
+/// A characteristic of the fitted entity, held against its limits.
+struct VELM_API Characteristic {
+    std::string name; ///< "flatness", "straightness", "roundness", "diameter", "position"
+    double value = 0.0;
+    std::optional<double> nominal;  ///< of a size
+    std::optional<ERPoint3D> place; ///< nominal, of a position; z 0 in the plane
+    Tolerance limits;               ///< of the value
+    bool in_tolerance = false;
+
+    /// Judges the value, with limits widened by `slack`.
+    void judge(double slack) { in_tolerance = limits.contains(value, slack); }
+};
+template <>
+VELM_API std::span<const Field> fields_of<Characteristic>();
+
+/// What was fitted, and how. The tolerance is the band of the residuals.
+struct VELM_API FitHead : InspectionHead {
     std::string measured; ///< name of the file
-    std::optional<Tolerance> tolerance;
     std::optional<Ball> ball;
     FittedEntity entity;
+    /// Greatest residual less least, or twice the greatest distance from a line in space; the
+    /// diameter of a circle; twice the distance of its axis from its nominal place.
+    std::optional<Characteristic> form, size, position;
+
+    /// Whether every characteristic is within its limits.
+    bool is_in_tolerance() const;
 };
 template <>
 VELM_API std::span<const Field> fields_of<FitHead>();

@@ -8,6 +8,7 @@
 namespace velm {
 namespace {
 
+static_assert(archive_version == detail::newest_archive);
 constexpr ULONGLONG checksum_size = sizeof(DWORD);
 constexpr int buffer_size = 1 << 16;
 
@@ -85,11 +86,20 @@ InspectionArchiveReader::InspectionArchiveReader(CFile& file)
     DWORD kind = 0;
     archive_ >> version >> kind;
     if (version == 0) archive_.raise(CArchiveException::badSchema);
+    version_ = static_cast<int>(version);
     kind_ = static_cast<ArchivedKind>(kind);
     if (kind_ != ArchivedKind::section && kind_ != ArchivedKind::targets)
         archive_.raise(CArchiveException::badClass);
     program_ = detail::load_text(archive_);
 }
+
+template <class Head>
+void InspectionArchiveReader::load_head(Head& head) {
+    head.rule.reset();
+    detail::load_subject(archive_, head, version_);
+}
+template void InspectionArchiveReader::load_head(SectionHead&);
+template void InspectionArchiveReader::load_head(TargetHead&);
 
 bool InspectionArchiveReader::next() {
     const bool follows = detail::load_truth(archive_);
@@ -107,10 +117,10 @@ void InspectionArchiveReader::finish() {
     gmBinaryFlagsEx stored;
     stored.serialize(archive_);
     Figures figures;
-    detail::load_subject(archive_, figures);
+    detail::load_subject(archive_, figures, version_);
     out_of_tolerance_.resize(count_);
     const bool agrees = count_ > 0 && stored == out_of_tolerance_ &&
-                        figures.count == summary_.deviations.count() &&
+                        figures.count == summary_.count() &&
                         figures.in_tolerance == summary_.in_tolerance &&
                         figures.out_of_tolerance == summary_.out_of_tolerance &&
                         archive_.bytes_left() == checksum_size;

@@ -14,6 +14,8 @@
 // The head and the rows are stored by their descriptions (field.h): a field with a place in the
 // archive is written and read by that alone.
 //
+// Documents of version 1, which have no head beyond the kind's own fields, are read too.
+//
 // Guarantees: what is read is what was written, to the last bit, and is judged again by the
 // tolerance. Memory doesn't grow with the points, except for a bit each. A row is written from
 // where it is.
@@ -47,7 +49,7 @@ enum class ArchivedKind : DWORD { section = 1, targets = 2 };
 
 /// The first bytes of a document, and the version after them. Both are part of files.
 inline constexpr std::string_view archive_magic = "velm inspection\n";
-inline constexpr DWORD archive_version = 1;
+inline constexpr DWORD archive_version = 2;
 
 /// Whether a file begins as a document. Moves its position.
 VELM_API bool is_inspection_archive(CFile& file);
@@ -102,6 +104,9 @@ private:
 
     // Whether a point follows. After the last one the rest is read, and compared with the points.
     bool next();
+    // Reads a head. That of an older document judges by the exact limits.
+    template <class Head>
+    void load_head(Head& head);
     // Takes a point that was read and judged.
     void take(const Judged& point);
     void finish();
@@ -113,6 +118,7 @@ private:
     gmBinaryFlagsEx out_of_tolerance_;
     Summary summary_;
     int count_ = 0;
+    int version_ = 1;
 };
 
 /// Writes a section: its head, the outline with an identifier of each edge, and the points.

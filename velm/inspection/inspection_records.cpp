@@ -90,6 +90,12 @@ std::string StoredInspection::title() const {
            properties.text_or_empty(RecordKey::nominal);
 }
 
+std::vector<NamedText> StoredInspection::info() const {
+    const RecordProperties properties(*head);
+    if (!properties.has(RecordKey::info)) return {};
+    return detail::named_texts(properties.text_or_empty(RecordKey::info));
+}
+
 std::optional<std::uint64_t> StoredInspection::count(RecordKey key) const {
     const RecordProperties properties(*head);
     return properties.has(key) ? std::optional(properties.count(key)) : std::nullopt;

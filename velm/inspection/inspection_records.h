@@ -123,6 +123,8 @@ struct VELM_API StoredInspection {
     std::string kind() const;
     /// What was inspected, for people: "probed.csv against wing.dat", or the name of the table.
     std::string title() const;
+    /// What the user said; empty where the record has none.
+    std::vector<NamedText> info() const;
     /// Of points, or of those out of tolerance; none where the head has none.
     std::optional<std::uint64_t> count(RecordKey key) const;
     /// Throws RecordFault: "inspection 2 (probed.csv against wing.dat): why".

@@ -93,7 +93,31 @@ enum class RecordKey : long {
     skipped = 191,  ///< rows that could not be used; absent unless such rows were to be skipped
     targets = 192,  ///< the identifier of the record of the whole inspection
     diameter = 193, ///< of a point of a section too
-    distance_on_plane = 194
+    distance_on_plane = 194,
+    // Of the whole, regardless of its kind.
+    info = 195,            ///< text: what the user said, name=text, each ended by a line break
+    unit = 196,            ///< of all lengths, a text; absent where it isn't known
+    ignored_columns = 197, ///< text: of the measured file, each ended by a line break
+    read_as = 198,         ///< text: a meaning and the file's name of the column, like info
+    limit_rule = 199,      ///< 1: limits widened by roundings; absent: exact ones
+    decimals = 200,        ///< that reports show
+    row_limits = 201,      ///< 1 where points have limits of their own, as are the next two
+    features = 202,        ///< 1 where they name features
+    parts = 203,
+    max_angle = 204,  ///< of a section: between a point's direction and the outward normal, degrees
+    unassigned = 205, ///< number of points to which no place belongs
+    // Of points without a direction beside others that have one.
+    distances_count = 206,
+    distances_minimum = 207,
+    distances_maximum = 208,
+    distances_mean = 209,
+    distances_deviation = 210,
+    distances_rms = 211,
+    // Of a point.
+    row_lower = 212, ///< limits of its own, absent where it has none
+    row_upper = 213,
+    feature = 214,
+    part = 215
 };
 
 /// The kinds of records.

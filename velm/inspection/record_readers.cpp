@@ -24,10 +24,12 @@ void require_ascending(const RecordProperties& properties,
 
 // Judges a row that was read and has its judgement by the run.
 template <class Row>
-void judge_again(const RecordProperties& properties, Row& row,
-                 const std::optional<Tolerance>& tolerance, const char* complaint) {
+void judge_again(const RecordProperties& properties, Row& row, const typename Row::Head& head,
+                 const char* complaint) {
     const std::optional<bool> by_the_run = row.in_tolerance;
-    judge(row, tolerance);
+    if (row.limits && row.limits->lower > row.limits->upper)
+        properties.refuse("its lower limit is above the upper one");
+    judge(row, head);
     if (row.in_tolerance && row.in_tolerance != by_the_run) properties.refuse(complaint);
 }
 
@@ -108,6 +110,7 @@ SectionRecordReader::SectionRecordReader(InspectionRecords& file,
                                          const StoredInspection& inspection)
     : InspectionRecordReader(file, inspection) {
     const RecordProperties properties(head_record());
+    head_.rule.reset();
     detail::get_subject(properties, head_);
     require_ascending(properties, head_.tolerance);
     read_outline();
@@ -171,13 +174,14 @@ bool SectionRecordReader::next(SectionRow& row) {
     detail::get_fields(properties, &row, &head_, fields_of<SectionRow>());
     if (row.index != read_++) properties.refuse("the point is not the next one");
     require_sound(row, head_, outline_, properties);
-    judge_again(properties, row, head_.tolerance, another_distance);
+    judge_again(properties, row, head_, another_distance);
     return true;
 }
 
 TargetRecordReader::TargetRecordReader(InspectionRecords& file, const StoredInspection& inspection)
     : InspectionRecordReader(file, inspection) {
     const RecordProperties properties(head_record());
+    head_.rule.reset();
     detail::get_subject(properties, head_);
     require_ascending(properties, head_.tolerance);
 }
@@ -196,7 +200,7 @@ bool TargetRecordReader::next(TargetRow& row) {
     row = TargetRow();
     row.target = *target; // without its ball, which is a field
     detail::get_fields(properties, &row, &head_, fields_of<TargetRow>());
-    judge_again(properties, row, head_.tolerance, another_target);
+    judge_again(properties, row, head_, another_target);
     require_same(row, properties);
     return true;
 }

@@ -56,6 +56,7 @@ void InspectionRecordWriter::finish_head(const Summary& summary) {
 }
 
 void SectionRecordWriter::EdgeFigures::add(const SectionRow& row) {
+    if (!row.is_assigned) return;
     minimum = count == 0 ? row.deviation : std::min(minimum, row.deviation);
     maximum = count == 0 ? row.deviation : std::max(maximum, row.deviation);
     ++count;
@@ -95,13 +96,13 @@ void SectionRecordWriter::save_edge(int contour, int edge, const EdgeFigures& fo
     record->level_name(outline_.is_hole[static_cast<std::size_t>(contour)] ? "hole" : "outer");
     const std::optional<Tolerance>& tolerance = described_.tolerance;
     std::optional<bool> in_tolerance;
-    if (tolerance && found.count > 0) in_tolerance = found.out_of_tolerance == 0;
+    if (described_.is_judged() && found.count > 0) in_tolerance = found.out_of_tolerance == 0;
     put_color(*record, in_tolerance);
     put(*record, RecordKey::section, head().getObjectID());
     detail::put_subject(*record, detail::EdgePlace(outline_, contour, edge));
     detail::put_subject(*record, detail::IdentifierNames(entities_.identifier(contour, edge)));
     detail::EdgeSummary figures{tolerance, found.count, {}, {}, {}, {}};
-    if (tolerance) {
+    if (described_.is_judged()) {
         figures.in_tolerance = found.count - found.out_of_tolerance;
         figures.out_of_tolerance = found.out_of_tolerance;
     }

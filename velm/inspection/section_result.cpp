@@ -1,8 +1,9 @@
 #include "velm/inspection/section_result.h"
 
-#include "velm/inspection/detail/field_list.h"
+#include "velm/inspection/detail/head_fields.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace velm {
 
@@ -23,7 +24,10 @@ template <>
 std::span<const Field> fields_of<SectionHead>() {
     using Head = SectionHead;
     using F = detail::FieldList<Head>;
+    using All = detail::HeadFields<Head, 9>;
     static constexpr Field fields[] = {
+        All::info(),
+        All::unit(),
         F::field<&Head::nominal>(
             "nominal", {.shown = Shown::in_data, .key = RecordKey::nominal, .archive = 1}),
         F::field<&Head::measured>(
@@ -43,8 +47,20 @@ std::span<const Field> fields_of<SectionHead>() {
                                                    .key = RecordKey::max_height,
                                                    .archive = 5}),
         // An outline without a title has none in its record, and an empty one in an archive.
-        F::field<&Head::title>("title",
-                               {.absent = Absent::omitted, .key = RecordKey::title, .archive = 7}),
+        F::property<FieldType::text>(
+            "title",
+            {.shown = Shown::in_data,
+             .absent = Absent::omitted,
+             .new_line = true,
+             .key = RecordKey::title,
+             .archive = 7},
+            [](const Head& head) -> FieldValue {
+                if (head.title.empty()) return {};
+                return std::string_view(head.title);
+            },
+            [](Head& head, const FieldValue& value) {
+                return detail::ValueForm<std::string>::assign(head.title, value);
+            }),
         // Kept by its name.
         F::property<FieldType::text>(
             "form", {.key = RecordKey::form, .archive = 8},
@@ -62,6 +78,19 @@ std::span<const Field> fields_of<SectionHead>() {
                                                  .new_line = true,
                                                  .key = RecordKey::alignment_iterations,
                                                  .archive = 6}),
+        F::field<&Head::max_angle>("max_angle", {.shown = Shown::in_data,
+                                                 .absent = Absent::omitted,
+                                                 .new_line = true,
+                                                 .key = RecordKey::max_angle,
+                                                 .archive = 19,
+                                                 .since = 2}),
+        All::ignored_columns(),
+        All::read_as(),
+        All::rule(),
+        All::decimals(),
+        All::row_limits(),
+        All::features(),
+        All::parts(),
     };
     return fields;
 }
@@ -74,6 +103,9 @@ std::span<const Field> fields_of<SectionRow>() {
     static constexpr auto in_frame = F::given<&SectionHead::frame>;
     static constexpr auto without_frame = F::lacking<&SectionHead::frame>;
     static constexpr auto if_aligned = F::given<&SectionHead::alignment>;
+    static constexpr auto is_unassigned = [](const Row& row) { return !row.is_assigned; };
+    const auto of_place = [](Field field) consteval { return F::unless(field, is_unassigned); };
+    using Own = detail::RowFields<Row, 15>;
     static constexpr Field fields[] = {
         F::field<&Row::index>("number", {.key = RecordKey::number}),
         F::field<&Row::id>("id",
@@ -109,20 +141,21 @@ std::span<const Field> fields_of<SectionRow>() {
                                  .key = RecordKey::aligned_x,
                                  .archive = 14},
                                 if_aligned),
-        F::field<&Row::comparison, &Found::foot>("foot", {.unit = FieldUnit::length,
-                                                          .shown = Shown::in_tables,
-                                                          .key = RecordKey::foot_x,
-                                                          .archive = 6}),
-        F::field<&Row::comparison, &Found::contour>(
-            "contour", {.shown = Shown::in_tables, .key = RecordKey::contour, .archive = 3}),
-        F::field<&Row::comparison, &Found::distance>("distance", {.unit = FieldUnit::length,
-                                                                  .shown = Shown::in_tables,
-                                                                  .key = RecordKey::distance,
-                                                                  .archive = 8}),
-        F::field<&Row::deviation>("deviation", {.unit = FieldUnit::length,
-                                                .shown = Shown::in_tables,
-                                                .key = RecordKey::deviation,
-                                                .archive = 9}),
+        of_place(F::field<&Row::comparison, &Found::foot>("foot", {.unit = FieldUnit::length,
+                                                                   .shown = Shown::in_tables,
+                                                                   .key = RecordKey::foot_x,
+                                                                   .archive = 6})),
+        of_place(F::field<&Row::comparison, &Found::contour>(
+            "contour", {.shown = Shown::in_tables, .key = RecordKey::contour, .archive = 3})),
+        of_place(
+            F::field<&Row::comparison, &Found::distance>("distance", {.unit = FieldUnit::length,
+                                                                      .shown = Shown::in_tables,
+                                                                      .key = RecordKey::distance,
+                                                                      .archive = 8})),
+        of_place(F::field<&Row::deviation>("deviation", {.unit = FieldUnit::length,
+                                                         .shown = Shown::in_tables,
+                                                         .key = RecordKey::deviation,
+                                                         .archive = 9})),
         F::field<&Row::deviation_before>("deviation_before",
                                          {.unit = FieldUnit::length,
                                           .shown = Shown::in_tables,
@@ -140,21 +173,44 @@ std::span<const Field> fields_of<SectionRow>() {
                                                             .key = RecordKey::place,
                                                             .record_order = 1,
                                                             .archive = 11}),
-        F::field<&Row::comparison, &Found::edge>(
-            "edge", {.shown = Shown::in_data, .late = true, .key = RecordKey::edge, .archive = 4}),
-        F::field<&Row::comparison, &Found::parameter>("parameter", {.unit = FieldUnit::part,
-                                                                    .shown = Shown::in_data,
-                                                                    .late = true,
-                                                                    .key = RecordKey::parameter,
-                                                                    .archive = 5}),
+        of_place(F::field<&Row::comparison, &Found::edge>(
+            "edge", {.shown = Shown::in_data, .late = true, .key = RecordKey::edge, .archive = 4})),
+        of_place(
+            F::field<&Row::comparison, &Found::parameter>("parameter", {.unit = FieldUnit::part,
+                                                                        .shown = Shown::in_data,
+                                                                        .late = true,
+                                                                        .key = RecordKey::parameter,
+                                                                        .archive = 5})),
         F::field<&Row::comparison, &Found::outward>("outward",
                                                     {.key = RecordKey::outward_x, .archive = 7}),
         F::field<&Row::diameter>("ball_diameter", {.unit = FieldUnit::length,
                                                    .shown = Shown::in_data,
                                                    .late = true,
                                                    .key = RecordKey::diameter}),
+        Own::lower(),
+        Own::upper(),
+        Own::feature(),
+        Own::part(),
     };
     return fields;
+}
+
+void judge(SectionRow& row, const SectionHead& head) {
+    row.is_assigned = row.comparison.place != OutlinePlace::unassigned;
+    double largest = row.diameter;
+    const auto note = [&largest](double coordinate) {
+        largest = std::max(largest, std::fabs(coordinate));
+    };
+    for (const ERPoint2D& p : {row.measured, row.placed(), row.comparison.foot}) {
+        note(p.x());
+        note(p.y());
+    }
+    if (row.space) {
+        const ERPoint3D& p = row.space->measured;
+        for (const double coordinate : {p.x(), p.y(), p.z()})
+            note(coordinate);
+    }
+    judge(row, head.tolerance, Limits::both, head.slack(largest));
 }
 
 } // namespace velm

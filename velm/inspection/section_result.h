@@ -8,10 +8,11 @@
 //     row.measured = ERPoint2D(x, y);
 //     row.comparison = profile.compare(row.placed());
 //     row.deviation = row.comparison.distance - row.diameter / 2;
-//     velm::judge(row, head.tolerance);
+//     velm::judge(row, head);
 #pragma once
 
 #include "velm/inspection/applied_alignment.h"
+#include "velm/inspection/inspection_head.h"
 #include "velm/inspection/section_frame.h"
 #include "velm/inspection/tolerance.h"
 #include "velm/planar/profile.h"
@@ -46,12 +47,14 @@ inline std::string_view name_of_form(OutlineForm form) {
 }
 
 /// What was inspected, and how.
-struct SectionHead {
+struct SectionHead : InspectionHead {
     std::string nominal, measured; ///< names of the files
-    std::optional<Tolerance> tolerance;
     std::optional<SectionFrame> frame;
     std::optional<double> max_height; ///< how far off the plane a point may lie
-    std::string title;                ///< of the outline; may be empty
+    /// The greatest angle, in degrees, between the direction of a point and the outward normal of
+    /// its place; none where no point has a direction.
+    std::optional<double> max_angle;
+    std::string title; ///< of the outline; may be empty
     OutlineForm form = OutlineForm::contours;
     int contours = 0;                          ///< of the outline
     std::uint64_t edges = 0;                   ///< of all its contours
@@ -75,13 +78,19 @@ struct SectionRow : Judged {
     std::optional<ERPoint2D> aligned; ///< where an alignment has moved it
     std::optional<SpacePoint> space;  ///< where the section has a frame
     double diameter = 0.0;            ///< of the probe's ball
-    OutlineComparison comparison;     ///< of the moved point, if it was moved
+    /// Out of the material: the part in the section of a unit vector. Not kept.
+    std::optional<ERVector2D> direction;
+    /// Of the moved point, if it was moved. Of a point to which no place belongs, the nearest one.
+    OutlineComparison comparison;
 
     /// What was compared.
     const ERPoint2D& placed() const { return aligned ? *aligned : measured; }
 };
 template <>
 VELM_API std::span<const Field> fields_of<SectionRow>();
+
+/// Sets what follows from the deviation and from whether the point has a place.
+VELM_API void judge(SectionRow& row, const SectionHead& head);
 
 /// How many points lie in each place, by its number.
 using PlaceCounts = std::array<std::uint64_t, place_count>;

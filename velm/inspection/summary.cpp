@@ -4,6 +4,72 @@
 
 namespace velm {
 
+std::span<const std::string_view> choice_names(LimitRule) {
+    static constexpr std::string_view names[] = {"exact", "rounded"};
+    return names;
+}
+
+void Summary::add(const Judged& point) {
+    if (!point.is_assigned) {
+        ++unassigned;
+        return;
+    }
+    (point.is_distance ? distances : signed_deviations).add(point.deviation);
+    if (point.in_tolerance) ++(*point.in_tolerance ? in_tolerance : out_of_tolerance);
+    if (point.severity > worst_severity) {
+        worst_severity = point.severity;
+        worst_deviation = point.deviation;
+        worst_id = point.id;
+    }
+}
+
+Figures Summary::figures() const {
+    const RunningStatistics& shown = deviations();
+    Figures figures{is_judged(),
+                    count(),
+                    in_tolerance,
+                    out_of_tolerance,
+                    shown.minimum(),
+                    shown.maximum(),
+                    shown.mean(),
+                    shown.standard_deviation(),
+                    shown.rms(),
+                    std::nullopt,
+                    {worst_id, worst_deviation},
+                    std::nullopt,
+                    std::nullopt};
+    if (may_be_unassigned) figures.unassigned = unassigned;
+    if (is_mixed())
+        figures.distances = DistanceFigures{distances.count(),
+                                            distances.minimum(),
+                                            distances.maximum(),
+                                            distances.mean(),
+                                            distances.standard_deviation(),
+                                            distances.rms()};
+    return figures;
+}
+
+template <>
+std::span<const Field> fields_of<DistanceFigures>() {
+    using All = DistanceFigures;
+    using F = detail::FieldList<All>;
+    constexpr auto traits = [](RecordKey key, int place) {
+        return FieldTraits{
+            .unit = FieldUnit::length, .shown = Shown::in_data, .key = key, .archive = place};
+    };
+    static constexpr Field fields[] = {
+        F::field<&All::count>(
+            "count", {.shown = Shown::in_data, .key = RecordKey::distances_count, .archive = 1}),
+        F::field<&All::minimum>("minimum", traits(RecordKey::distances_minimum, 2)),
+        F::field<&All::maximum>("maximum", traits(RecordKey::distances_maximum, 3)),
+        F::field<&All::mean>("mean", traits(RecordKey::distances_mean, 4)),
+        F::field<&All::standard_deviation>("standard_deviation",
+                                           traits(RecordKey::distances_deviation, 5)),
+        F::field<&All::rms>("rms", traits(RecordKey::distances_rms, 6)),
+    };
+    return fields;
+}
+
 template <>
 std::span<const Field> fields_of<Tolerance>() {
     using F = detail::FieldList<Tolerance>;
@@ -81,6 +147,17 @@ std::span<const Field> fields_of<Figures>() {
             {.unit = FieldUnit::length, .shown = Shown::in_data, .absent = Absent::omitted}),
         F::field<&Figures::worst>(
             "worst", {.shown = Shown::in_data, .key = RecordKey::worst_id, .archive = 9}),
+        F::field<&Figures::unassigned>("unassigned", {.shown = Shown::in_data,
+                                                      .absent = Absent::omitted,
+                                                      .key = RecordKey::unassigned,
+                                                      .archive = 10,
+                                                      .since = 2}),
+        F::field<&Figures::distances>("distances", {.shown = Shown::in_data,
+                                                    .absent = Absent::omitted,
+                                                    .new_line = true,
+                                                    .key = RecordKey::distances_count,
+                                                    .archive = 11,
+                                                    .since = 2}),
     };
     return fields;
 }

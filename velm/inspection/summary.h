@@ -59,50 +59,55 @@ struct WorstPoint {
 template <>
 VELM_API std::span<const Field> fields_of<WorstPoint>();
 
-/// The figures as files keep them and reports show them.
+/// The figures of distances that have no sign.
+struct DistanceFigures {
+    std::uint64_t count = 0;
+    double minimum = 0.0, maximum = 0.0, mean = 0.0, standard_deviation = 0.0, rms = 0.0;
+};
+template <>
+VELM_API std::span<const Field> fields_of<DistanceFigures>();
+
+/// The figures as files keep them and reports show them. Minimum to rms are of the signed
+/// deviations; of the distances where no point has a direction to be signed by.
 struct Figures {
     bool has_tolerance = false;
-    std::uint64_t count = 0;
+    std::uint64_t count = 0;                              ///< of all points
     std::uint64_t in_tolerance = 0, out_of_tolerance = 0; ///< 0 without a tolerance
     double minimum = 0.0, maximum = 0.0, mean = 0.0, standard_deviation = 0.0, rms = 0.0;
     std::optional<double> peak_to_valley; ///< of the residuals of a fit
     WorstPoint worst;
+    std::optional<std::uint64_t> unassigned;  ///< points; none where each has its place
+    std::optional<DistanceFigures> distances; ///< of the points without a direction beside others
 };
 template <>
 VELM_API std::span<const Field> fields_of<Figures>();
 
 /// Gathers the figures point by point.
-struct Summary {
+struct VELM_API Summary {
     std::optional<Tolerance> tolerance;
-    RunningStatistics deviations;
+    bool has_row_limits = false;    ///< points have limits of their own
+    bool may_be_unassigned = false; ///< points belong to the place that their direction says
+    RunningStatistics signed_deviations, distances;
+    std::uint64_t unassigned = 0;
     std::uint64_t in_tolerance = 0;
     std::uint64_t out_of_tolerance = 0;
     std::string worst_id; ///< of the point with the largest severity, the first of equal ones
     double worst_deviation = 0.0;
     double worst_severity = -std::numeric_limits<double>::infinity();
 
-    void add(const Judged& point) {
-        deviations.add(point.deviation);
-        if (point.in_tolerance) ++(*point.in_tolerance ? in_tolerance : out_of_tolerance);
-        if (point.severity > worst_severity) {
-            worst_severity = point.severity;
-            worst_deviation = point.deviation;
-            worst_id = point.id;
-        }
+    void add(const Judged& point);
+    /// Of all points.
+    std::uint64_t count() const {
+        return signed_deviations.count() + distances.count() + unassigned;
     }
-    Figures figures() const {
-        return {tolerance.has_value(),
-                deviations.count(),
-                in_tolerance,
-                out_of_tolerance,
-                deviations.minimum(),
-                deviations.maximum(),
-                deviations.mean(),
-                deviations.standard_deviation(),
-                deviations.rms(),
-                std::nullopt,
-                {worst_id, worst_deviation}};
+    bool is_judged() const { return tolerance.has_value() || has_row_limits; }
+    /// What Figures has: signed deviations if any point has one.
+    const RunningStatistics& deviations() const {
+        return signed_deviations.count() > 0 ? signed_deviations : distances;
     }
+    /// Whether distances have figures of their own.
+    bool is_mixed() const { return signed_deviations.count() > 0 && distances.count() > 0; }
+    Figures figures() const;
 };
 
 template <>

@@ -1,6 +1,9 @@
 #include "velm/inspection/target_result.h"
 
-#include "velm/inspection/detail/field_list.h"
+#include "velm/inspection/detail/head_fields.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace velm {
 
@@ -14,16 +17,25 @@ bool is_comparable(const gmTargetPoint& target) {
     return target.distance_to_point() <= largest_deviation;
 }
 
-void judge(TargetRow& row, const std::optional<Tolerance>& tolerance) {
+void judge(TargetRow& row, const TargetHead& head) {
     row.deviation = deviation_of(row.target);
-    judge(row, tolerance, row.target.is_compensated() != 0 ? Limits::both : Limits::upper);
+    row.is_distance = row.target.is_compensated() == 0;
+    const ERPoint3D &nominal = row.target.target_point(),
+                    &measured = row.target.measured_point().point;
+    double largest = row.target.measured_point().diameter;
+    for (const ERPoint3D& p : {nominal, measured})
+        largest = std::max({largest, std::fabs(p.x()), std::fabs(p.y()), std::fabs(p.z())});
+    judge(row, head.tolerance, row.is_distance ? Limits::upper : Limits::both, head.slack(largest));
 }
 
 template <>
 std::span<const Field> fields_of<TargetHead>() {
     using Head = TargetHead;
     using F = detail::FieldList<Head>;
+    using All = detail::HeadFields<Head, 4>;
     static constexpr Field fields[] = {
+        All::info(),
+        All::unit(),
         F::field<&Head::table>("table",
                                {.shown = Shown::in_data, .key = RecordKey::table, .archive = 1}),
         F::field<&Head::tolerance>(
@@ -40,6 +52,13 @@ std::span<const Field> fields_of<TargetHead>() {
                                              .new_line = true,
                                              .key = RecordKey::skipped,
                                              .archive = 4}),
+        All::ignored_columns(),
+        All::read_as(),
+        All::rule(),
+        All::decimals(),
+        All::row_limits(),
+        All::features(),
+        All::parts(),
     };
     return fields;
 }
@@ -64,6 +83,7 @@ constexpr auto if_normal = [](const TargetRow& row, auto value) {
 template <>
 std::span<const Field> fields_of<TargetRow>() {
     using Row = TargetRow;
+    using Own = detail::RowFields<Row, 3>;
     static constexpr Field fields[] = {
         F::field<&Row::id>("id",
                            {.shown = Shown::in_tables, .key = RecordKey::point_id, .archive = 1}),
@@ -119,6 +139,10 @@ std::span<const Field> fields_of<TargetRow>() {
                 if (diameter != nullptr) row.target.probe_diameter(*diameter);
                 return diameter != nullptr;
             }),
+        Own::lower(),
+        Own::upper(),
+        Own::feature(),
+        Own::part(),
     };
     return fields;
 }

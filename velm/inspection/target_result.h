@@ -3,10 +3,11 @@
 //
 //     velm::TargetRow row;
 //     row.target = gmTargetPoint(nominal, measured, normal);
-//     velm::judge(row, head.tolerance);
+//     velm::judge(row, head);
 #pragma once
 
 #include "velm/inspection/applied_alignment.h"
+#include "velm/inspection/inspection_head.h"
 #include "velm/inspection/tolerance.h"
 #include "velm/measure/target_point.h"
 
@@ -17,9 +18,8 @@
 namespace velm {
 
 /// What was inspected, and how.
-struct TargetHead {
+struct TargetHead : InspectionHead {
     std::string table; ///< name of the file, "-" for standard input
-    std::optional<Tolerance> tolerance;
     std::optional<AppliedAlignment> alignment;
     std::optional<std::uint64_t> skipped; ///< rows, if unusable ones were to be skipped
 
@@ -48,6 +48,6 @@ VELM_API bool is_comparable(const gmTargetPoint& target);
 
 /// Sets the deviation and what follows from it. A direct target is in tolerance up to the upper
 /// limit, regardless of the lower one.
-VELM_API void judge(TargetRow& row, const std::optional<Tolerance>& tolerance);
+VELM_API void judge(TargetRow& row, const TargetHead& head);
 
 } // namespace velm

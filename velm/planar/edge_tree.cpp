@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
+#include <numbers>
+#include <optional>
 #include <utility>
 
 namespace velm {
@@ -66,6 +69,76 @@ Foot foot_on_edge(const Contour& contour, int i, const ERPoint2D& p) {
     return foot_on_line(a, b, p);
 }
 
+std::optional<Foot> facing_foot_on_arc(const Contour& contour, int i, const ERPoint2D& p,
+                                       const Facing& facing) {
+    const ERArc2D& arc = *contour.arc(i);
+    const double sense = arc.isDirect() ? 1.0 : -1.0;
+    const auto along = [&](double angle) {
+        return ERVector2D(-std::sin(angle) * sense, std::cos(angle) * sense);
+    };
+    const double start = arc.startAngle(), sweep = arc.endAngle() - start;
+    const Foot nearest = foot_on_arc(contour[i], contour[i + 1], arc, p);
+    if (facing.accepts(along(start + nearest.parameter * sweep))) return nearest;
+    // The accepted normals lie within `half` of the direction: the ends of that stretch, and those
+    // of the arc.
+    const double length = facing.direction.norme();
+    if (facing.least_cosine > length) return std::nullopt;
+    const double side = facing.outward_side * sense; // outward is away from the centre
+    const double middle = std::atan2(facing.direction.j() * side, facing.direction.i() * side);
+    const double half = std::acos(std::clamp(facing.least_cosine / length, -1.0, 1.0));
+    constexpr double turn = 2.0 * std::numbers::pi;
+    std::optional<Foot> best;
+    const auto take = [&](double part, const ERPoint2D& place) {
+        if (!best || ERVector2D(place, p).norme2() < ERVector2D(best->point, p).norme2())
+            best = Foot{place, part};
+    };
+    for (const double angle : {middle - half, middle + half}) {
+        const double way = (angle - start) * sense;
+        const double part = (way - turn * std::floor(way / turn)) / std::fabs(sweep);
+        if (part <= 1.0) take(part, static_cast<const ERCircle2D&>(arc)(angle));
+    }
+    if (facing.accepts(along(start))) take(0.0, contour[i]);
+    if (facing.accepts(along(start + sweep))) take(1.0, contour[i + 1]);
+    return best;
+}
+
+std::optional<Foot> facing_foot_on_curve(const Contour& contour, int i, const ERPoint2D& p,
+                                         const Facing& facing) {
+    const CurveEdge& curve = *contour.curve(i);
+    const Foot nearest = foot_on_curve(contour[i], contour[i + 1], curve, p);
+    if (facing.accepts(curve.direction(nearest.parameter))) return nearest;
+    constexpr double step = 1.0 / EdgeTree::curve_samples;
+    const auto squared = [&](double part) {
+        return facing.accepts(curve.direction(part)) ? ERVector2D(curve.point(part), p).norme2()
+                                                     : std::numeric_limits<double>::infinity();
+    };
+    double best = -1.0, least = std::numeric_limits<double>::infinity();
+    for (int n = 0; n <= EdgeTree::curve_samples; ++n)
+        if (const double d2 = squared(n * step); d2 < least) {
+            least = d2;
+            best = n * step;
+        }
+    if (best < 0.0) return std::nullopt;
+    // Halving the steps to both sides ends within a rounding of the parameter; what isn't accepted
+    // is infinitely far.
+    constexpr double smallest = 1e-16;
+    for (double width = step / 2.0; width > smallest; width /= 2.0)
+        for (const double part : {std::max(best - width, 0.0), std::min(best + width, 1.0)})
+            if (const double d2 = squared(part); d2 < least) {
+                least = d2;
+                best = part;
+            }
+    return Foot{curve.point(best), best};
+}
+
+std::optional<Foot> facing_foot(const Contour& contour, int i, const ERPoint2D& p,
+                                const Facing& facing) {
+    if (contour.arc(i) != nullptr) return facing_foot_on_arc(contour, i, p, facing);
+    if (contour.curve(i) != nullptr) return facing_foot_on_curve(contour, i, p, facing);
+    if (!facing.accepts(ERVector2D(contour[i], contour[i + 1]))) return std::nullopt;
+    return foot_on_line(contour[i], contour[i + 1], p);
+}
+
 } // namespace
 
 EdgeTree::EdgeTree(Contour contour) : contour_(std::move(contour)), extent_(contour_.magnitude()) {
@@ -90,15 +163,16 @@ int EdgeTree::build(int begin, int end) {
     return static_cast<int>(at);
 }
 
-void EdgeTree::try_edge(int i, const ERPoint2D& p, int contour, NearestEdge& best) const {
-    const Foot foot = foot_on_edge(contour_, i, p);
-    const double d2 = ERVector2D(foot.point, p).norme2();
-    const bool is_first = best.contour == contour && i < best.edge;
-    if (d2 < best.squared_distance || (d2 == best.squared_distance && is_first))
-        best = {d2, foot.point, foot.parameter, contour, i};
-}
-
-void EdgeTree::find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) const {
+template <class FootOn>
+void EdgeTree::search(const ERPoint2D& p, int contour, NearestEdge& best, FootOn foot_on) const {
+    const auto try_edge = [&](int i) {
+        const std::optional<Foot> foot = foot_on(i);
+        if (!foot) return;
+        const double d2 = ERVector2D(foot->point, p).norme2();
+        const bool is_first = best.contour == contour && i < best.edge;
+        if (d2 < best.squared_distance || (d2 == best.squared_distance && is_first))
+            best = {d2, foot->point, foot->parameter, contour, i};
+    };
     const double slack =
         slack_per_magnitude * std::max({extent_, std::fabs(p.x()), std::fabs(p.y())});
     const auto reach = [&] {
@@ -130,7 +204,7 @@ void EdgeTree::find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) 
         const Node& node = nodes_[static_cast<std::size_t>(next.node)];
         if (node.right == 0) {
             for (int i = node.begin; i < node.end; ++i)
-                if (!is_out_of_reach(i)) try_edge(i, p, contour, best);
+                if (!is_out_of_reach(i)) try_edge(i);
             limit = reach();
             continue;
         }
@@ -142,6 +216,16 @@ void EdgeTree::find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) 
         if (far.squared_distance <= limit) waiting[count++] = far;
         waiting[count++] = near;
     }
+}
+
+void EdgeTree::find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) const {
+    search(p, contour, best,
+           [&](int i) -> std::optional<Foot> { return foot_on_edge(contour_, i, p); });
+}
+
+void EdgeTree::find_nearest(const ERPoint2D& p, int contour, const Facing& facing,
+                            NearestEdge& best) const {
+    search(p, contour, best, [&](int i) { return facing_foot(contour_, i, p, facing); });
 }
 
 bool EdgeTree::encloses(const ERPoint2D& p) const {

@@ -26,6 +26,19 @@ struct NearestEdge {
     int edge = -1; ///< from vertex `edge` to the next one
 };
 
+/// Places whose outward normal lies near a direction.
+struct Facing {
+    ERVector2D direction; ///< at most of length 1: the part in the plane of a unit vector of space
+    double least_cosine;  ///< of the angle between the direction and the outward normal
+    double outward_side;  ///< 1: outward lies to the right of the way along the contour; -1: left
+
+    /// Whether a place counts where the way along the contour goes like this.
+    bool accepts(const ERVector2D& along) const {
+        const ERVector2D outward(along.j() * outward_side, -along.i() * outward_side);
+        return outward * direction >= least_cosine * along.norme();
+    }
+};
+
 /// A binary tree of boxes over runs of neighbouring edges, the closing edge included. The contour
 /// has at least one edge and finite coordinates whose squares are doubles.
 class VELM_API EdgeTree {
@@ -39,6 +52,14 @@ public:
     /// that of `closest_point`, on a curve the certified one of its prepared curve, at an end the
     /// vertex itself.
     void find_nearest(const ERPoint2D& p, int contour, NearestEdge& best) const;
+
+    /// The same among the places that a direction accepts; an end of an edge counts with the edge's
+    /// own normal. On a curve whose nearest place is not among them, the nearest of `curve_samples`
+    /// equal steps of the parameter is refined: a place between two steps that is accepted alone
+    /// may be missed.
+    void find_nearest(const ERPoint2D& p, int contour, const Facing& facing,
+                      NearestEdge& best) const;
+    static constexpr int curve_samples = 256;
 
     /// Whether `p` is enclosed, by the crossings of the ray to the right of p (even-odd rule) with
     /// the edges as they are. Within some roundings of an edge either answer may come.
@@ -71,7 +92,8 @@ private:
         std::size_t after; // the node after the last one under this
     };
     int build(int begin, int end);
-    void try_edge(int i, const ERPoint2D& p, int contour, NearestEdge& best) const;
+    template <class FootOn>
+    void search(const ERPoint2D& p, int contour, NearestEdge& best, FootOn foot_on) const;
 
     Contour contour_;
     double extent_; // the largest magnitude of a coordinate

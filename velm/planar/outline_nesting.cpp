@@ -8,6 +8,7 @@
 #include "velm/wireframe/segment.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <numbers>
@@ -134,7 +135,8 @@ void append_cuts(NestedContour& nested_a, int edge, NestedContour& nested_b, int
 // On which sides of another contour a contour goes.
 struct Sides {
     bool inside = false, outside = false;
-    std::optional<ERPoint2D> crossing; // about where it changes sides first
+    std::optional<ERPoint2D> crossing;              // about where it changes sides first
+    std::optional<std::array<ERPoint2D, 2>> shared; // the first stretch along an edge of the other
     bool both() const { return inside && outside; }
 };
 
@@ -168,19 +170,39 @@ private:
             near, [&](int other) { append_cuts(walked_, edge, other_, other, touching_, cuts); });
         std::sort(cuts.begin(), cuts.end());
         for (std::size_t i = 1; i < cuts.size(); ++i)
-            note(point_on(contour_, edge, (cuts[i - 1] + cuts[i]) / 2.0),
-                 point_on(contour_, edge, cuts[i - 1]));
+            note_stretch(edge, cuts[i - 1], cuts[i]);
     }
 
-    // A point of the way, and where its stretch began.
-    void note(const ERPoint2D& p, const ERPoint2D& from) {
+    // What lies between two cuts: beside the other contour, or along one of its edges.
+    void note_stretch(int edge, double from, double to) {
+        const ERPoint2D start = point_on(contour_, edge, from);
+        const int along = note(point_on(contour_, edge, (from + to) / 2.0), start);
+        const ERPoint2D end = point_on(contour_, edge, to);
+        constexpr double longer = 10.0; // than what touches at a point
+        if (along >= 0 && !sides_.shared && is_same_curve(edge, along) &&
+            ERVector2D(start, end).norme() > longer * touching_)
+            sides_.shared = {start, end};
+    }
+    bool is_same_curve(int edge, int along) const {
+        const Contour& other = other_.contour();
+        if (contour_.is_straight(edge)) return other.is_straight(along);
+        const ERArc2D *const a = contour_.arc(edge), *const b = other.arc(along);
+        constexpr double rounding = 1e3; // of few digits in a file
+        return a != nullptr && b != nullptr &&
+               std::fabs(a->radius() - b->radius()) <= rounding * touching_ &&
+               ERVector2D(a->center(), b->center()).norme() <= rounding * touching_;
+    }
+
+    // A point of the way, and where its stretch began. Returns the edge that it touches, or -1.
+    int note(const ERPoint2D& p, const ERPoint2D& from) {
         NearestEdge touched{touching_ * touching_, {}};
         other_.tree().find_nearest(p, 0, touched);
-        if (touched.edge >= 0) return;
+        if (touched.edge >= 0) return touched.edge;
         const bool is_inside = other_.tree().encloses(p);
         (is_inside ? sides_.inside : sides_.outside) = true;
         if (was_inside_ && *was_inside_ != is_inside && !sides_.crossing) sides_.crossing = from;
         was_inside_ = is_inside;
+        return -1;
     }
 
     NestedContour& walked_;
@@ -215,9 +237,16 @@ public:
         for (std::size_t i = 0; i < contours_.size(); ++i)
             if (const auto place = self_crossing(contours_[i].tree(), touching_)) {
                 const int contour = static_cast<int>(i);
-                return ContourClash{contour, contour, *place / scale_};
+                return ContourClash{contour, contour, *place / scale_, std::nullopt};
             }
-        return find_clash_of_two();
+        if (auto clash = find_clash_of_two()) return clash;
+        for (const SharedEdge& shared : shared_)
+            if (!is_hole(shared.first) && !is_hole(shared.second))
+                return ContourClash{static_cast<int>(shared.second),
+                                    static_cast<int>(shared.first),
+                                    std::nullopt,
+                                    {{shared.ends[0] / scale_, shared.ends[1] / scale_}}};
+        return std::nullopt;
     }
 
     std::vector<OutlineArea> areas() const {
@@ -265,18 +294,28 @@ private:
         const Sides of_b = SideWalk(contours_[b], contours_[a], touching_).sides();
         const int first = static_cast<int>(a), second = static_cast<int>(b);
         for (const Sides& sides : {of_a, of_b})
-            if (sides.both()) return ContourClash{second, first, *sides.crossing / scale_};
+            if (sides.both())
+                return ContourClash{second, first, *sides.crossing / scale_, std::nullopt};
         if (!of_a.inside && !of_a.outside && !of_b.inside && !of_b.outside)
-            return ContourClash{second, first, std::nullopt};
+            return ContourClash{second, first, std::nullopt, std::nullopt};
         if (of_a.inside)
             holders_[a].push_back(b);
         else if (of_b.inside)
             holders_[b].push_back(a);
+        else if (of_a.shared)
+            shared_.push_back({a, b, *of_a.shared});
         return std::nullopt;
     }
 
+    // Two contours beside each other that share an edge.
+    struct SharedEdge {
+        std::size_t first, second;
+        std::array<ERPoint2D, 2> ends;
+    };
+
     double scale_ = 1.0; // a power of two
     double touching_ = 0.0;
+    std::vector<SharedEdge> shared_;
     std::vector<NestedContour> contours_;
     std::vector<ERMinimax2D> boxes_;
     std::vector<std::vector<std::size_t>> holders_; // of each contour, those that it lies in

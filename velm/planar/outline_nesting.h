@@ -9,6 +9,7 @@
 #include "velm/export.h"
 #include "velm/planar/contour.h"
 
+#include <array>
 #include <optional>
 
 namespace velm {
@@ -19,6 +20,8 @@ struct ContourClash {
     /// itself.
     int contour, other;
     std::optional<ERPoint2D> crossing; ///< about where they cross; none where they coincide
+    /// The ends of the stretch along which two parts share an edge.
+    std::optional<std::array<ERPoint2D, 2>> shared;
 };
 
 /// Two contours may touch: they clash only where each lies deeper than this part of the outline's
@@ -30,6 +33,9 @@ inline constexpr double touching_part = 1e-6;
 /// one, what lies in an odd number a hole of the next one round it. The order of the contours and
 /// the sense in which they turn don't matter: a lone contour, or one outside of all others, is an
 /// outer one, and so is an island in a hole.
+///
+/// Two outer contours that run along each other, on straight edges or on arcs of one circle, clash,
+/// too: whether there is material between them or a cut can't be said.
 ///
 /// Returns the first clash, if any; the areas are unchanged then. Contours that cross themselves
 /// come first, see `self_crossing` (contour_curve.h). Only pairs whose boxes meet are compared,

@@ -100,7 +100,8 @@ Gap gap_between(const Contour& contour, const NearestEdge& nearest, const ERPoin
 } // namespace
 
 std::span<const std::string_view> choice_names(OutlinePlace) {
-    static constexpr std::string_view names[] = {"inside", "outside", "on_edge", "on_vertex"};
+    static constexpr std::string_view names[] = {"inside", "outside", "on_edge", "on_vertex",
+                                                 "unassigned"};
     return names;
 }
 
@@ -147,6 +148,24 @@ OutlineComparison Profile::compare(const ERPoint2D& point) const {
     const Side side = locate(p, nearest);
     const bool outside =
         side == Side::border ? lies_outside_of_edge(p, nearest) : side == Side::outside;
+    return comparison(p, nearest, outside);
+}
+
+std::optional<OutlineComparison>
+Profile::compare(const ERPoint2D& point, const ERVector2D& direction, double least_cosine) const {
+    const ERPoint2D p = point * scale_;
+    NearestEdge nearest{std::numeric_limits<double>::infinity(), {}};
+    for (std::size_t c = 0; c < parts_.size(); ++c) {
+        const double outward_side = parts_[c].material_on_left ? 1.0 : -1.0;
+        parts_[c].edges.find_nearest(p, static_cast<int>(c),
+                                     {direction, least_cosine, outward_side}, nearest);
+    }
+    if (nearest.edge < 0) return std::nullopt;
+    return comparison(p, nearest, ERVector2D(nearest.foot, p) * edge_outward(nearest) >= 0.0);
+}
+
+OutlineComparison Profile::comparison(const ERPoint2D& p, const NearestEdge& nearest,
+                                      bool outside) const {
     const Part& part = this->part(nearest.contour);
     const Gap gap = gap_between(part.edges.contour(), nearest, p);
     const double sign = outside ? 1.0 : -1.0;

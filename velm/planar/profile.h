@@ -15,6 +15,7 @@
 #include "velm/planar/region.h"
 
 #include <deque>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -23,10 +24,16 @@ namespace velm {
 
 /// Where a point lies: inside the material, outside of it, or on the outline. The numbers are
 /// part of object files and archives: they never change.
-enum class OutlinePlace { inside = 0, outside = 1, on_edge = 2, on_vertex = 3 };
-inline constexpr int place_count = 4;
+enum class OutlinePlace {
+    inside = 0,
+    outside = 1,
+    on_edge = 2,
+    on_vertex = 3,
+    unassigned = 4, ///< nowhere: no place of the outline belongs to the point
+};
+inline constexpr int place_count = 5;
 
-/// "inside", "outside", "on_edge" and "on_vertex", by number.
+/// "inside", "outside", "on_edge", "on_vertex" and "unassigned", by number.
 VELM_API std::span<const std::string_view> choice_names(OutlinePlace);
 inline std::string_view name_of_place(OutlinePlace place) {
     return choice_names(place)[static_cast<std::size_t>(place)];
@@ -71,6 +78,12 @@ public:
     /// Whether the distance of `p` can be computed; false some 1e150 times the size away.
     bool is_comparable(const ERPoint2D& p) const;
     OutlineComparison compare(const ERPoint2D& p) const;
+    /// The same with the nearest place whose outward normal has at least this cosine with a
+    /// direction, given as its part in the plane; none where no normal has. Inside and outside, and
+    /// so the sign, are those of the wall at that place alone: what is beyond the other wall of a
+    /// thin sheet is still inside of this one.
+    std::optional<OutlineComparison> compare(const ERPoint2D& p, const ERVector2D& direction,
+                                             double least_cosine) const;
 
 private:
     enum class Side { material, outside, border };
@@ -90,6 +103,8 @@ private:
     OutlinePlace place_of(const ERPoint2D& p, const NearestEdge& nearest, double distance,
                           bool outside) const;
     bool lies_outside_of_edge(const ERPoint2D& p, const NearestEdge& nearest) const;
+    OutlineComparison comparison(const ERPoint2D& p, const NearestEdge& nearest,
+                                 bool outside) const;
     ERVector2D edge_outward(const NearestEdge& nearest) const;
     const Part& part(int contour) const { return parts_[static_cast<std::size_t>(contour)]; }
 

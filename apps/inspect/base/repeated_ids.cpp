@@ -1,6 +1,5 @@
 #include "inspect/base/repeated_ids.h"
 
-#include "inspect/base/failure.h"
 #include "inspect/base/text_escape.h"
 
 #include <charconv>
@@ -63,16 +62,16 @@ bool IdSet::insert(std::string_view id) {
     return true;
 }
 
-void RepeatedIds::add(const std::string& id, std::size_t line) {
-    if (ids_.insert(id)) return;
+void RepeatedIds::add(const std::string& part, const std::string& id, std::size_t line) {
+    if (ids_.insert(part.empty() ? id : part + '\n' + id)) return;
     if (count_++ == 0) first_ = "line " + std::to_string(line) + ", id '" + clipped(id, 40) + "'";
 }
 
-void RepeatedIds::warn(const std::string& file) const {
-    if (count_ == 0) return;
-    warn_user(file + ", " + first_ + ": the id came before" +
-              (count_ == 1 ? "" : "; " + std::to_string(count_) + " rows repeat an id") +
-              "; all rows are kept");
+std::string RepeatedIds::sentence(const std::string& file) const {
+    if (count_ == 0) return {};
+    return file + ", " + first_ + ": the id came before" +
+           (count_ == 1 ? "" : "; " + std::to_string(count_) + " rows repeat an id") +
+           "; all rows are kept";
 }
 
 } // namespace velm::inspect

@@ -34,9 +34,10 @@ private:
 /// Rows with repeated ids are kept; the end reports their number and the place of the first.
 class RepeatedIds {
 public:
-    void add(const std::string& id, std::size_t line);
-    /// Warns on stderr, if there are any.
-    void warn(const std::string& file) const;
+    /// An id may come once in each part.
+    void add(const std::string& part, const std::string& id, std::size_t line);
+    /// "probed.csv, line 4, id 'a': the id came before; all rows are kept"; empty if none did.
+    std::string sentence(const std::string& file) const;
 
 private:
     IdSet ids_;

@@ -2,6 +2,8 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/output_set.h"
+#include "inspect/keep/archive_file.h"
+#include "inspect/keep/store_file.h"
 
 #include <algorithm>
 #include <unistd.h>
@@ -10,8 +12,15 @@
 namespace velm::inspect {
 namespace {
 
+// A number, or several with a comma between two.
 bool is_number(std::string_view text) {
-    return parse_number(text).fault != NumberFault::not_a_number;
+    for (std::size_t at = 0; at <= text.size();) {
+        const std::size_t end = std::min(text.find(',', at), text.size());
+        if (parse_number(text.substr(at, end - at)).fault == NumberFault::not_a_number)
+            return false;
+        at = end + 1;
+    }
+    return true;
 }
 
 [[noreturn]] void refuse(const std::string& why) { throw Failure(ExitCode::usage, why); }
@@ -69,6 +78,12 @@ std::vector<std::string> join_numbers(const std::vector<std::string>& arguments,
     return joined;
 }
 
+ExitCode end_of(const InspectionEnd& end) {
+    for (const std::string& note : end.notes)
+        warn_user(note);
+    return exit_code(end.is_in_tolerance);
+}
+
 CommandLine::CommandLine(Program& program, const char* name, const char* what, const char* examples,
                          const std::string& footer)
     : program_(program), app_(program.app.add_subcommand(name, what)),
@@ -117,6 +132,8 @@ void CommandLine::outputs(std::initializer_list<const OutputOption*> outputs, Ou
             if (output->file != nullptr && path == "-")
                 refuse(name + ": " + output->file + " can't go to standard output");
             files->outputs.push_back(*path);
+            if (output->file == nullptr) files->reports.push_back(*path);
+            if (output->path == &OutputPaths::archive) files->archive = *path;
         });
     }
 }
@@ -129,6 +146,7 @@ void CommandLine::new_file(const char* name, const char* values, const char* hel
         if (text->empty() || *text == "-") refuse(std::string(name) + ": expected a new name");
         to = *text;
         files->outputs.push_back(to);
+        files->reports.push_back(to);
     });
 }
 
@@ -160,6 +178,20 @@ void CommandLine::check_files(Files& files, bool has_text) {
     if (has_text && std::find(outputs.begin(), outputs.end(), "-") == outputs.end())
         outputs.emplace_back("-");
     check_outputs(inputs, outputs);
+    check_kept(files);
+}
+
+// Inspections that are kept are only added to, or replaced by their own kind of file.
+void CommandLine::check_kept(const Files& files) {
+    const auto refuse_kept = [](const std::string& path, const char* kind) {
+        refuse("the output " + path + " is " + kind + " of inspections, which would be lost");
+    };
+    for (const std::string& path : files.reports) {
+        if (is_store_file(path)) refuse_kept(path, "an object file");
+        if (is_archive_file(path)) refuse_kept(path, "an archive");
+    }
+    if (files.archive && is_store_file(*files.archive))
+        refuse_kept(*files.archive, "an object file");
 }
 
 void CommandLine::run(std::function<ExitCode()> work, std::function<bool()> has_text) {

@@ -3,12 +3,14 @@
 
 #include "inspect/base/failure.h"
 #include "inspect/command/options.h"
+#include "inspect/inspection/inspection_end.h"
 
 #include <CLI/CLI.hpp>
 #include <cstddef>
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -33,6 +35,9 @@ struct Program {
 /// swallows the name of a file. Arguments after "--" stay.
 std::vector<std::string> join_numbers(const std::vector<std::string>& arguments,
                                       const std::vector<Program::NumberOption>& options);
+
+/// Says the notes on stderr; the exit code.
+ExitCode end_of(const InspectionEnd& end);
 
 inline ExitCode exit_code(bool is_in_tolerance) {
     return is_in_tolerance ? ExitCode::good : ExitCode::out_of_tolerance;
@@ -105,6 +110,8 @@ private:
         };
         std::vector<Input> inputs;
         std::vector<std::string> outputs;
+        std::vector<std::string> reports; ///< those that replace what is there
+        std::optional<std::string> archive;
     };
 
     struct AddedText {
@@ -114,6 +121,7 @@ private:
     AddedText add_text(const char* name, const char* values, const std::string& help);
     static void append_choice(std::string& help, std::string_view name, const char* text);
     static void check_files(Files& files, bool has_text);
+    static void check_kept(const Files& files);
 
     Program& program_;
     CLI::App* app_;

@@ -13,7 +13,12 @@ constexpr const char* examples =
     "  velm-inspect fit plane table.xyz\n"
     "      the plane of some points, the distance of each from it, and the flatness\n"
     "  velm-inspect fit line edge.csv --tolerance 0.02\n"
-    "      straightness, within -0.02 and 0.02\n"
+    "      straightness, at most 0.02 from the least residual to the greatest\n"
+    "  velm-inspect fit plane table.xyz --band -0.01 0.02\n"
+    "      each residual within -0.01 and 0.02\n"
+    "  velm-inspect fit circle bore.csv --diameter 5 --inside --size 30 0 0.02 \\\n"
+    "               --at 12,40 --position 0.1\n"
+    "      a bore of 30, up to 0.02 larger, whose axis is within 0.05 of (12, 40)\n"
     "  velm-inspect fit circle bore.csv --diameter 5 --inside --svg roundness.svg\n"
     "      a bore probed with a ball of 5, and its polar picture\n"
     "  velm-inspect fit circle shaft.csv --diameter 5 --outside --json - | jq .entity.radius\n"
@@ -30,7 +35,10 @@ constexpr const char* points_text =
     "             moved along its normal by that much\n"
     "  --outside  the radius is subtracted; a plane or line is moved against its normal\n"
     "Flatness, straightness and roundness are the greatest residual less the least; for a\n"
-    "line in space twice the greatest distance.\n";
+    "line in space twice the greatest distance. --tolerance bounds that form, --band each\n"
+    "residual; exit code 1 says that one of what was asked for is exceeded. The position is\n"
+    "twice the distance of the axis from its place, regardless of its depth.\n"
+    "Limits are included; they are widened by four units in the last place of the coordinates.\n";
 
 const Choice<FitKind> kind_choices[] = {{kind_name(FitKind::plane), FitKind::plane, nullptr},
                                         {kind_name(FitKind::line), FitKind::line, nullptr},
@@ -53,11 +61,14 @@ void require_ball(const FitOptions& options, const FitPoints& points) {
     }
 }
 
-bool fit(const FitOptions& options) {
+ExitCode fit(const FitOptions& options) {
     TextSource source(options.points);
-    const FitPoints points = read_fit_points(source);
+    const FitPoints points = read_fit_points(source, options.table);
     require_ball(options, points);
-    return inspect_fit(options, points);
+    if (options.place && options.place->in_space != points.in_space)
+        refuse(points.in_space ? "--at: the points are in space; expected X,Y,Z"
+                               : "--at: the points are in the plane; expected X,Y");
+    return end_of({inspect_fit(options, points), points.notes});
 }
 
 } // namespace
@@ -71,12 +82,25 @@ void add_fit_command(Program& program) {
     line.choice<FitKind>("KIND", "", "plane, line or circle", kind_choices, options->kind)
         ->required();
     line.input("POINTS", "The measured points", options->points);
-    line.option(tolerance_option, options->tolerance,
-                "Limits of the residual, both included;\none value T means -T T");
+    line.option(form_tolerance_option, options->form_tolerance);
+    line.option(band_option, options->band);
+    line.option(size_option, options->size);
+    line.option(place_option, options->place);
+    line.option(position_option, options->position);
+    line.check([options] {
+        if (options->position.has_value() != options->place.has_value())
+            refuse("--at X,Y[,Z] and --position T go together");
+        if ((options->size || options->place) && options->kind != FitKind::circle)
+            refuse("--size and --at are of a circle");
+    });
+    line.option(info_option, options->info);
+    line.option(unit_option, options->table.millimetres);
+    line.option(columns_option, options->table.columns);
+    line.option(decimals_option, options->decimals);
     line.option(diameter_option, options->diameter);
     line.flag(inside_flag, *inside);
     line.flag(outside_flag, *outside);
-    line.outputs({&json_output, &csv_output, &svg_output}, paths);
+    line.outputs({&json_output, &csv_output, &svg_output, &html_output}, paths);
     line.flag(quiet_flag, paths.quiet, "No table, no summary");
     line.check([options, inside, outside] {
         if (*inside && *outside) refuse("--inside and --outside exclude each other");
@@ -84,7 +108,7 @@ void add_fit_command(Program& program) {
                         : *outside ? BallSide::outside
                                    : BallSide::unknown;
     });
-    line.run([options] { return exit_code(fit(*options)); }, [&paths] { return !paths.quiet; });
+    line.run([options] { return fit(*options); }, [&paths] { return !paths.quiet; });
 }
 
 } // namespace velm::inspect

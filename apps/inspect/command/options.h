@@ -3,6 +3,8 @@
 #pragma once
 
 #include "inspect/base/output_paths.h"
+#include "inspect/input/csv_records.h"
+#include "inspect/result/fit_result.h"
 #include "velm/inspection/section_frame.h"
 #include "velm/inspection/tolerance.h"
 
@@ -47,6 +49,18 @@ struct OutputOption {
     const char* file; ///< its name in a message, if it can't go to standard output
 };
 
+/// One number, not negative; the message names --band.
+double parse_form_tolerance(const std::string& name, const std::string& text);
+NominalSize parse_size(const std::string& name, const std::string& text);
+NominalPlace parse_place(const std::string& name, const std::string& text);
+/// name=text, separated by commas, or the name of a file of such lines.
+std::vector<NamedText> parse_info(const std::string& name, const std::string& text);
+/// x=3,y=4: meanings and the numbers of columns, from 1.
+std::vector<ColumnChoice> parse_columns(const std::string& name, const std::string& text);
+/// A whole number from 0 to 12.
+int parse_decimals(const std::string& name, const std::string& text);
+/// In degrees, above 0 and up to 90.
+double parse_angle(const std::string& name, const std::string& text);
 Tolerance parse_tolerance(const std::string& name, const std::string& text);
 /// One number, not negative.
 double parse_length(const std::string& name, const std::string& text);
@@ -62,7 +76,44 @@ long parse_number_from_1(const std::string& name, const std::string& text);
 
 inline constexpr Option<Tolerance> tolerance_option{
     "--tolerance", "LOWER UPPER | T",
-    "Limits of the deviation, both included;\none value T means -T T", parse_tolerance, 2};
+    "Limits of the deviation, both included but for\nroundings; one value T means -T T",
+    parse_tolerance, 2};
+inline constexpr Option<double> form_tolerance_option{
+    "--tolerance", "T",
+    "Limit of the form: flatness, straightness or\nroundness, greatest residual less least",
+    parse_form_tolerance, 1};
+inline constexpr Option<Tolerance> band_option{
+    "--band", "LOWER UPPER", "Limits of each residual; one value T means -T T", parse_tolerance, 2};
+inline constexpr Option<NominalSize> size_option{
+    "--size", "D LOWER UPPER",
+    "Nominal diameter of the circle, and the limits of\nits difference from that", parse_size, 3};
+inline constexpr Option<NominalPlace> place_option{
+    "--at", "X,Y[,Z]", "Nominal place of the circle's axis", parse_place, 3};
+inline constexpr Option<double> position_option{
+    "--position", "T", "With --at: diameter of the zone that the axis\nmay lie in", parse_length,
+    1};
+inline constexpr Option<std::vector<NamedText>> info_option{
+    "--info", "NAME=TEXT,... | FILE",
+    "Head of the report: part, drawing, revision, serial,\noperator, instrument, date (date=file "
+    "is "
+    "that of the\nmeasured file), or any other name; or a file of such\nlines",
+    parse_info, 0};
+inline constexpr Option<double> unit_option{
+    "--unit", "mm | um | cm | m | inch",
+    "Unit of the measured file; all lengths are converted\nto millimetres, tolerances are in these",
+    parse_unit, 0};
+inline constexpr Option<std::vector<ColumnChoice>> columns_option{
+    "--columns", "x=3,y=4,id=1,...",
+    "Meaning of columns by their numbers, where the titles\nare not understood", parse_columns, 0};
+inline constexpr Option<int> decimals_option{"--decimals", "N",
+                                             "Decimals in table, picture and page (default: 3 "
+                                             "for\nmillimetres, 4 where the unit is unknown)",
+                                             parse_decimals, 1};
+inline constexpr Option<double> max_angle_option{
+    "--max-angle", "DEGREES",
+    "A point with i, j, k belongs to the nearest place\nwhose outward normal is within this angle "
+    "of it\n(default: 60)",
+    parse_angle, 1};
 inline constexpr Option<double> diameter_option{
     "--diameter", "D", "Diameter of the probe's ball, if the measured file\nhas no column for it",
     parse_length, 1};
@@ -96,6 +147,11 @@ inline constexpr Flag sync_flag{"--sync", "With --store: waits until the object 
                                           "is on the disk"};
 inline constexpr Flag inside_flag{"--inside", "The ball was in a bore"};
 inline constexpr Flag outside_flag{"--outside", "The ball was outside of a shaft"};
+
+inline constexpr const char* direction_help = "What i, j, k of a point are (default: out)";
+inline constexpr Choice<bool> direction_choices[] = {
+    {"out", false, "out of the material, back to where the ball\ncame from"},
+    {"in", true, "into the material"}};
 
 inline constexpr const char* align_help = "Moves the measured points first (default: none)";
 inline constexpr Choice<bool> align_choices[] = {

@@ -16,11 +16,15 @@ constexpr const char* examples =
     "      from a file written with --archive\n";
 
 constexpr const char* files_text =
-    "FILE is never written. The reports are those of the run that kept the inspection,\n"
-    "byte for byte, and so is the exit code.\n";
+    "FILE is never written. The reports are those of the run that kept the inspection, byte for\n"
+    "byte where it was of this version, and so is the exit code. What an earlier version kept "
+    "gives\n"
+    "the same numbers, verdicts and exit code in the present layout.\n";
 
 bool report(const ReportOptions& options) {
-    const ReportResult result = report_stored(options);
+    Progress progress(!options.paths.quiet);
+    const ReportResult result = report_stored(options, progress);
+    progress.clear();
     if (!options.number && result.inspections > 1)
         warn_user(options.store + ": holds " + std::to_string(result.inspections) +
                   " inspections, of which this is the last, " + result.reported +

@@ -1,3 +1,4 @@
+#include "inspect/base/number_text.h"
 #include "inspect/command/commands.h"
 #include "inspect/inspection/section.h"
 #include "velm/inspection/section_result.h"
@@ -47,11 +48,18 @@ constexpr const char* files_text =
     "Or loose pieces in any order and direction, x1 y1 x2 y2 per line, whose ends meet in pairs.\n"
     "Or a drawing (DXF): LINE, ARC, CIRCLE, ELLIPSE, LWPOLYLINE, POLYLINE, SPLINE and blocks,\n"
     "linked by their ends; a unit in its header is converted to millimetres.\n"
-    "MEASURED: CSV with a header that names id, x, y and optionally z, i, j, k, diameter,\n"
-    "in any order, separated by comma, semicolon or tab; x, y is the centre of the ball.\n"
+    "MEASURED: a table with a header that names x, y and optionally id, z, i, j, k, diameter or\n"
+    "radius, lower, upper, feature, part, in any order, in English, German or French, separated "
+    "by\n"
+    "comma, semicolon, tab or blanks; or one axis per row (feature, axis, nominal, measured); or\n"
+    "lines of x y z or x y z i j k without a header. x, y is the centre of the ball; i, j, k "
+    "points\n"
+    "out of the material, and the point belongs to the nearest place that faces it. lower and\n"
+    "upper are limits of the row, before those of --tolerance.\n"
     "With --frame x, y, z are the machine's coordinates, and the points are mapped into the\n"
     "plane of the section, that of NOMINAL.\n"
-    "A deviation is positive outside of the material. - is standard input or output.\n";
+    "A deviation is positive outside of the material. Limits are included; they are widened by\n"
+    "four units in the last place of the coordinates. - is standard input or output.\n";
 
 constexpr const char* form_helps[] = {"as recognised",
                                       "separated by blank lines",
@@ -70,6 +78,49 @@ std::vector<Choice<OutlineForm>> make_form_choices() {
 }
 const std::vector<Choice<OutlineForm>> form_choices = make_form_choices();
 
+// A measured file in other units than millimetres says nothing about the nominal one.
+void require_both_units(const SectionOptions& options) {
+    const std::optional<double>& measured = options.table.millimetres;
+    if (measured && *measured != 1.0 && !options.drawing.millimetres &&
+        options.form != OutlineForm::dxf && !options.nominal.ends_with(".dxf"))
+        throw Failure(
+            ExitCode::usage,
+            "--unit: is NOMINAL in the same unit or in millimetres? --nominal-unit decides");
+}
+
+[[noreturn]] void refuse(const SectionRefusal& refusal) {
+    switch (refusal.fault) {
+    case SectionFault::reversed_directions:
+        throw Failure(
+            ExitCode::input,
+            refusal.measured +
+                ": more than half of the points belong to the outline only with the other "
+                "sign of i, j, k; these point out of the material unless --direction in "
+                "is given");
+    case SectionFault::none_assigned:
+        throw Failure(ExitCode::input, refusal.measured +
+                                           ": no point has a place whose outward normal is within "
+                                           "--max-angle of its i, j, k");
+    case SectionFault::out_of_plane:
+        break;
+    }
+    throw Failure(ExitCode::input,
+                  refusal.measured + ": z spreads from " + shortest(refusal.lowest) + " to " +
+                      shortest(refusal.highest) +
+                      ", more than the tolerance: points out of the outline's plane "
+                      "need --frame before --align bestfit");
+}
+
+ExitCode section(const SectionOptions& options) {
+    Progress progress(!options.paths.quiet);
+    try {
+        return end_of(inspect_section(options, progress));
+    } catch (const SectionRefusal& refusal) {
+        progress.clear();
+        refuse(refusal);
+    }
+}
+
 } // namespace
 
 void add_section_command(Program& program) {
@@ -83,6 +134,13 @@ void add_section_command(Program& program) {
     line.option(diameter_option, options->diameter);
     line.option(frame_option, options->frame);
     line.option(max_height_option, options->max_height);
+    line.option(max_angle_option, options->max_angle);
+    line.choice<bool>("--direction", "HOW", direction_help, direction_choices,
+                      options->turns_directions);
+    line.option(info_option, options->info);
+    line.option(unit_option, options->table.millimetres);
+    line.option(columns_option, options->table.columns);
+    line.option(decimals_option, options->decimals);
     line.choice<bool>("--align", "HOW", align_help, align_choices, options->align);
     line.outputs(
         {&json_output, &csv_output, &svg_output, &html_output, &store_output, &archive_output},
@@ -102,8 +160,8 @@ void add_section_command(Program& program) {
         if (options->max_height && !options->frame)
             throw Failure(ExitCode::usage, "--max-height goes with --frame");
     });
-    line.run([options] { return exit_code(inspect_section(*options)); },
-             [&paths] { return !paths.quiet; });
+    line.check([options] { require_both_units(*options); });
+    line.run([options] { return section(*options); }, [&paths] { return !paths.quiet; });
 }
 
 } // namespace velm::inspect

@@ -22,15 +22,18 @@ constexpr const char* examples =
     "      without the unusable rows, which are listed\n";
 
 constexpr const char* files_text =
-    "TABLE: CSV with a header, one row per point, separated by comma, semicolon or tab. Columns,\n"
-    "in any order:\n"
-    "  id or name\n"
+    "TABLE: a table with a header, one row per point or per axis, separated by comma, semicolon,\n"
+    "tab or blanks. Columns, in any order, in English, German or French:\n"
+    "  id                      otherwise the number of the row\n"
     "  nom_x, nom_y, nom_z     the nominal point\n"
     "  nom_i, nom_j, nom_k     the normal of the surface there, if any\n"
     "  x, y, z, diameter       the centre of the ball and its diameter, or instead\n"
     "  act_x, act_y, act_z     the point of the surface, already corrected for the ball\n"
+    "  lower, upper            limits of the row, before those of --tolerance\n"
+    "  feature, part           what the point belongs to\n"
     "A deviation is measured along the normal, positive on the side that it points to. A row\n"
     "without a normal is judged by the distance of its points, bounded by the upper limit only.\n"
+    "Limits are included; they are widened by four units in the last place of the coordinates.\n"
     "- is standard input or output.\n";
 
 } // namespace
@@ -42,7 +45,9 @@ void add_targets_command(Program& program) {
     OutputPaths& paths = options->paths;
     line.input("TABLE", "The nominal and the measured points", options->table);
     line.option(tolerance_option, options->tolerance);
-    line.outputs({&json_output, &csv_output, &html_output, &store_output, &archive_output}, paths);
+    line.outputs(
+        {&json_output, &csv_output, &svg_output, &html_output, &store_output, &archive_output},
+        paths);
     line.flag(sync_flag, paths.sync);
     line.check([options] {
         if (options->paths.sync && !options->paths.store)
@@ -51,8 +56,16 @@ void add_targets_command(Program& program) {
     line.choice<bool>("--align", "HOW", align_help, align_choices, options->align);
     line.flag(skip_bad_flag, options->skip_bad);
     line.flag(quiet_flag, paths.quiet);
-    line.run([options] { return exit_code(inspect_targets(*options)); },
-             [&paths] { return !paths.quiet; });
+    line.option(info_option, options->info);
+    line.option(unit_option, options->table_options.millimetres);
+    line.option(columns_option, options->table_options.columns);
+    line.option(decimals_option, options->decimals);
+    line.run(
+        [options] {
+            Progress progress(!options->paths.quiet);
+            return end_of(inspect_targets(*options, progress));
+        },
+        [&paths] { return !paths.quiet; });
 }
 
 } // namespace velm::inspect

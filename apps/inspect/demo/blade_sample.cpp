@@ -94,7 +94,7 @@ void write_probing(std::ofstream& out) {
                            p.y + normal.y * off + bow * 4.0 * along * (1.0 - along)};
         const std::string digits = std::to_string(1000 + ++count).substr(1);
         out << 'P' << digits << ',' << number(centre.x, 5) << ',' << number(centre.y, 5) << ",40,"
-            << number(-normal.x, 6) << ',' << number(-normal.y, 6) << ",0," << number(ball, 1)
+            << number(normal.x, 6) << ',' << number(normal.y, 6) << ",0," << number(ball, 1)
             << '\n';
     }
 }

@@ -4,77 +4,282 @@
 #include "inspect/base/text_escape.h"
 
 #include <algorithm>
+#include <cmath>
+#include <numeric>
 
 namespace velm::inspect {
 namespace {
 
 constexpr std::string_view blanks = " \t";
+constexpr char blank_separated = ' ';
+// Titles and comments of an export before its header.
+constexpr std::size_t most_lines_before = 50;
 
 void trim(std::string& text) {
     text.erase(text.find_last_not_of(blanks) + 1);
     text.erase(0, std::min(text.find_first_not_of(blanks), text.size()));
 }
 
-std::string lower_case(std::string_view text) {
-    std::string out(text);
-    for (char& c : out)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return out;
-}
-
 bool is_blank(std::string_view line) {
     return line.find_first_not_of(blanks) == std::string_view::npos;
 }
 
-} // namespace
-
-CsvRecords::CsvRecords(TextSource& source, std::span<const std::string_view> names)
-    : source_(source), names_(names), column_of_(names.size()) {
-    std::string_view line;
-    do {
-        if (!source_.next_line(line))
-            source_.refuse_whole(source_.bytes_read() == 0
-                                     ? "the file is empty; expected CSV with a header"
-                                     : "only blank lines; expected CSV with a header");
-    } while (is_blank(line));
-    record_line_ = source_.line_number();
-    separator_ = find_separator(line);
-    split_line(line, separator_);
-    if (open_quote_) source_.refuse("a quoted column name isn't closed on its line");
-    assign_columns();
+bool is_number(std::string_view text, bool decimal_comma) {
+    return parse_number(text, decimal_comma).fault != NumberFault::not_a_number;
 }
 
-// The most frequent separator in the header outside of quotes; a comma if there is none.
-char CsvRecords::find_separator(std::string_view header) {
+// The separator that a line "sep=;" names.
+std::optional<char> named_separator(std::string_view line) {
+    const bool names = line.size() == 5 && (line[0] == 's' || line[0] == 'S') &&
+                       (line[1] == 'e' || line[1] == 'E') && (line[2] == 'p' || line[2] == 'P') &&
+                       line[3] == '=';
+    return names ? std::optional(line[4]) : std::nullopt;
+}
+
+// Separators by how often a line has them outside of quotes, then blanks.
+std::vector<char> separators_of(std::string_view line) {
     constexpr std::string_view candidates = ",;\t";
     std::array<int, candidates.size()> shown{};
     bool quoted = false;
     bool starts_field = true;
-    for (const char c : header) {
+    for (const char c : line) {
         const std::size_t at = candidates.find(c);
         if (c == '"' && (quoted || starts_field)) quoted = !quoted;
         if (quoted) continue;
         if (at != std::string_view::npos) ++shown[at];
         starts_field = at != std::string_view::npos || (starts_field && c == ' ');
     }
-    const auto most = std::max_element(shown.begin(), shown.end());
-    return candidates[static_cast<std::size_t>(most - shown.begin())];
+    std::vector<std::size_t> order{0, 1, 2};
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return shown[a] > shown[b]; });
+    std::vector<char> separators;
+    for (const std::size_t at : order)
+        if (shown[at] > 0) separators.push_back(candidates[at]);
+    separators.push_back(blank_separated);
+    return separators;
 }
 
-void CsvRecords::assign_columns() {
-    header_width_ = field_count_;
-    for (std::size_t at = 0; at < field_count_; ++at) {
-        header_ += (at == 0 ? "" : ", ") + fields_[at];
-        const auto name = std::find(names_.begin(), names_.end(), lower_case(fields_[at]));
-        if (name == names_.end()) continue;
-        auto& column = column_of_[static_cast<std::size_t>(name - names_.begin())];
-        if (column)
-            source_.refuse("the header names the column '" + std::string(*name) + "' twice");
-        column = at;
+std::string joined(std::span<const std::string> texts) {
+    std::string out;
+    for (const std::string& text : texts)
+        out += (&text == texts.data() ? "" : ", ") + text;
+    return out;
+}
+
+} // namespace
+
+CsvRecords::CsvRecords(TextSource& source, const TableNeeds& needs, const TableOptions& options)
+    : source_(source), needs_(needs) {
+    clear_columns();
+    find_header(options);
+    settle_unit(options);
+}
+
+void CsvRecords::clear_columns() {
+    column_of_.fill(absent);
+    ignored_.clear();
+    read_as_.clear();
+    titles_.clear();
+    title_units_.clear();
+}
+
+// The first line that is a header, or data without one.
+void CsvRecords::find_header(const TableOptions& options) {
+    std::string complaint;
+    std::size_t complained = 0;
+    std::string_view line;
+    for (std::size_t count = 0; count < most_lines_before && source_.next_line(line);) {
+        if (is_blank(line)) continue;
+        ++count;
+        if (const auto named = named_separator(line)) {
+            separator_ = *named;
+            separator_is_given_ = true;
+            continue;
+        }
+        if (take_header(line, options) || take_bare(line)) return;
+        // The line that is nearest to a header is the one to complain about, the first of equals.
+        const auto known = static_cast<std::size_t>(std::count_if(
+            column_of_.begin(), column_of_.end(), [](std::size_t at) { return at != absent; }));
+        if (!complaint.empty() && known <= complained) continue;
+        complained = known;
+        complaint = std::string(needs_.expected) + "; missing: " + needs_.missing(*this) +
+                    "; found: '" + clipped(joined({fields_.data(), field_count_}), 60) + "'";
+        row_line_ = source_.line_number();
+    }
+    if (!complaint.empty()) source_.refuse_at(row_line_, complaint);
+    source_.refuse_whole(source_.bytes_read() == 0
+                             ? "the file is empty; expected CSV with a header"
+                             : "only blank lines; expected CSV with a header");
+}
+
+// Assigns the columns by a line's titles; whether that is all that is needed.
+bool CsvRecords::take_header(std::string_view line, const TableOptions& options) {
+    std::vector<char> separators = separators_of(line);
+    if (separator_is_given_) separators = {separator_};
+    if (separators.size() > 1 && separators.front() != blank_separated) separators.resize(1);
+    for (const char separator : separators) {
+        clear_columns();
+        separator_ = separator;
+        record_line_ = source_.line_number();
+        split(line, separator);
+        if (open_quote_) {
+            open_quote_ = false;
+            source_.refuse("a quoted column name isn't closed on its line");
+        }
+        const bool is_data = std::all_of(
+            fields_.begin(), fields_.begin() + static_cast<std::ptrdiff_t>(field_count_),
+            [](const std::string& text) { return is_number(text, true); });
+        for (std::size_t at = 0; at < field_count_; ++at) {
+            titles_.push_back(fields_[at]);
+            title_units_.push_back(std::nullopt);
+        }
+        if (is_data && options.columns.empty()) return false;
+        choose_by_hand(options);
+        if (is_data) {
+            if (!needs_.missing(*this).empty()) return false;
+            is_bare_ = waits_ = true;
+            return true;
+        }
+        for (std::size_t at = 0; at < field_count_; ++at) {
+            const bool is_chosen =
+                std::find(column_of_.begin(), column_of_.end(), at) != column_of_.end();
+            if (is_chosen || titles_[at].empty()) continue;
+            const ColumnTitle title = read_title(titles_[at]);
+            if (title.meaning)
+                assign(*title.meaning, at, title);
+            else
+                ignored_.push_back(titles_[at]);
+        }
+        is_by_axis_ = column_of(Column::axis) && column_of(Column::measured);
+        if (needs_.missing(*this).empty()) {
+            const bool is_plain = std::all_of(read_as_.begin(), read_as_.end(), [](const auto& c) {
+                return c.text.size() == c.name.size() && read_title(c.text).is_plain;
+            });
+            if (is_plain) read_as_.clear();
+            return true;
+        }
+    }
+    return false;
+}
+
+// Columns that the user has numbered.
+void CsvRecords::choose_by_hand(const TableOptions& options) {
+    for (const ColumnChoice& choice : options.columns) {
+        if (choice.number > field_count_) continue;
+        const std::size_t at = choice.number - 1;
+        column_of_[static_cast<std::size_t>(choice.meaning)] = at;
+        read_as_.push_back(
+            {std::string(column_name(choice.meaning)), "column " + std::to_string(choice.number)});
     }
 }
 
-std::string CsvRecords::header() const { return "'" + clipped(header_, 60) + "'"; }
+void CsvRecords::assign(Column meaning, std::size_t at, const ColumnTitle& title) {
+    if (needs_.actual_is_measured && meaning >= Column::act_x && meaning <= Column::act_z)
+        meaning = static_cast<Column>(static_cast<std::size_t>(meaning) -
+                                      static_cast<std::size_t>(Column::act_x) +
+                                      static_cast<std::size_t>(Column::x));
+    const bool is_of_use =
+        std::find(needs_.columns.begin(), needs_.columns.end(), meaning) != needs_.columns.end();
+    std::size_t& column = column_of_[static_cast<std::size_t>(meaning)];
+    const std::string name(column_name(meaning));
+    if (is_of_use && column != absent && meaning == Column::id) {
+        // A point may have a number and a name: the plain "id" counts, or the first.
+        if (!title.is_plain) {
+            ignored_.push_back(titles_[at]);
+            return;
+        }
+        ignored_.push_back(titles_[column]);
+        std::erase_if(read_as_, [&](const NamedText& one) { return one.name == name; });
+    } else if (is_of_use && column != absent) {
+        if (read_as_.end() == std::find_if(read_as_.begin(), read_as_.end(), [&](const auto& one) {
+                return one.name == name && one.text.starts_with("column ");
+            })) {
+            if (title.is_plain && read_title(titles_[column]).is_plain)
+                source_.refuse("the header names the column '" + name + "' twice");
+            source_.refuse("two columns may be " + name + ": '" + clipped(titles_[column], 40) +
+                           "' and '" + clipped(titles_[at], 40) + "'; the number of one decides");
+        }
+        ignored_.push_back(titles_[at]);
+        return;
+    }
+    if (!is_of_use) {
+        ignored_.push_back(titles_[at]);
+        return;
+    }
+    column = at;
+    title_units_[at] = title.millimetres;
+    read_as_.push_back({name, titles_[at]});
+}
+
+// Three or six numbers without a header.
+bool CsvRecords::take_bare(std::string_view line) {
+    if (!needs_.reads_bare) return false;
+    for (const char separator : separators_of(line)) {
+        split(line, separator_is_given_ ? separator_ : separator);
+        const bool are_numbers = std::all_of(
+            fields_.begin(), fields_.begin() + static_cast<std::ptrdiff_t>(field_count_),
+            [&](const std::string& text) { return is_number(text, separator != ','); });
+        if (!are_numbers || (field_count_ != 3 && field_count_ != 6)) continue;
+        clear_columns();
+        separator_ = separator_is_given_ ? separator_ : separator;
+        for (std::size_t at = 0; at < field_count_; ++at) {
+            const auto meaning = static_cast<Column>(static_cast<std::size_t>(Column::x) + at);
+            column_of_[static_cast<std::size_t>(meaning)] = at;
+            read_as_.push_back(
+                {std::string(column_name(meaning)), "column " + std::to_string(at + 1)});
+            titles_.emplace_back(column_name(meaning));
+            title_units_.emplace_back();
+        }
+        record_line_ = source_.line_number();
+        is_bare_ = waits_ = true;
+        return true;
+    }
+    return false;
+}
+
+// The unit that the user says, or that the titles say alike.
+void CsvRecords::settle_unit(const TableOptions& options) {
+    std::optional<double> of_titles;
+    std::string named_by;
+    for (const Column column : {Column::x, Column::y, Column::z, Column::act_x, Column::act_y,
+                                Column::act_z, Column::nom_x, Column::nom_y, Column::nom_z,
+                                Column::diameter, Column::radius, Column::measured}) {
+        const auto at = column_of(column);
+        if (!at || !title_units_[*at]) continue;
+        const double unit = *title_units_[*at];
+        if (of_titles && unit != *of_titles)
+            source_.refuse("the columns '" + named_by + "' and '" + titles_[*at] +
+                           "' have different units");
+        of_titles = unit;
+        named_by = titles_[*at];
+    }
+    if (options.millimetres && of_titles && *options.millimetres != *of_titles)
+        source_.refuse("the column '" + named_by + "' has another unit than the one that is given");
+    millimetres_ = options.millimetres ? options.millimetres : of_titles;
+    scale_ = millimetres_.value_or(1.0);
+}
+
+void CsvRecords::split(std::string_view line, char separator) {
+    if (separator == blank_separated)
+        split_blanks(line);
+    else
+        split_line(line, separator);
+}
+
+// Fields separated by runs of blanks and tabs.
+void CsvRecords::split_blanks(std::string_view line) {
+    field_count_ = 0;
+    for (std::size_t at = line.find_first_not_of(blanks); at != std::string_view::npos;) {
+        const std::size_t end = std::min(line.find_first_of(blanks, at), line.size());
+        if (field_count_ == fields_.size()) {
+            fields_.emplace_back();
+            quoted_.push_back(false);
+        }
+        quoted_[field_count_] = false;
+        fields_[field_count_++] = line.substr(at, end - at);
+        at = line.find_first_not_of(blanks, end);
+    }
+}
 
 // Splits a line into fields_ from field_count_ on. If the line ends within a quoted field,
 // open_quote_ stays set and the next line continues the last field.
@@ -84,11 +289,16 @@ void CsvRecords::split_line(std::string_view line, char separator) {
     for (;;) {
         bool quoted = open_quote_;
         if (!open_quote_) {
-            if (field_count_ == fields_.size()) fields_.emplace_back();
+            if (field_count_ == fields_.size()) {
+                fields_.emplace_back();
+                quoted_.push_back(false);
+            }
+            quoted_[field_count_] = false;
             fields_[field_count_++].clear();
             const std::size_t first = line.find_first_not_of(' ', at);
             if (first != std::string_view::npos && line[first] == '"') {
                 quoted = open_quote_ = true;
+                quoted_[field_count_ - 1] = true;
                 at = first + 1;
             }
         }
@@ -132,52 +342,142 @@ void CsvRecords::continue_quoted() {
     }
 }
 
-bool CsvRecords::next() {
+bool CsvRecords::is_blank_row() const {
+    return std::all_of(fields_.begin(), fields_.begin() + static_cast<std::ptrdiff_t>(field_count_),
+                       [](const std::string& text) { return text.empty(); });
+}
+
+// The fields of the next row that has any text.
+bool CsvRecords::next_fields() {
+    if (waits_) {
+        waits_ = false;
+        return true;
+    }
     std::string_view line;
-    const auto is_empty = [](const std::string& text) { return text.empty(); };
-    do { // a row without any text is a blank row
+    do {
         if (!source_.next_line(line)) return false;
         record_line_ = source_.line_number();
         record_size_ = line.size();
-        split_line(line, separator_);
+        split(line, separator_);
         continue_quoted();
-    } while (std::all_of(fields_.begin(),
-                         fields_.begin() + static_cast<std::ptrdiff_t>(field_count_), is_empty));
+    } while (is_blank_row());
     return true;
 }
 
-std::string_view CsvRecords::field(std::size_t column) const {
-    const auto& at = column_of_[column];
+// Of a table with one axis a row those of the gathered rows.
+bool CsvRecords::has(Column column) const {
+    if (!is_by_axis_) return column_of(column).has_value();
+    return column == Column::id || (column >= Column::x && column <= Column::z) ||
+           (column_of(Column::nominal) && column >= Column::nom_x && column <= Column::nom_z) ||
+           (column >= Column::act_x && column <= Column::act_z);
+}
+
+bool CsvRecords::next() {
+    if (is_by_axis_) return gather_axes();
+    if (!next_fields()) return false;
+    row_line_ = record_line_;
+    ++row_number_;
+    return true;
+}
+
+// The rows of the next feature, each the nominal and the measured coordinate of an axis. An axis
+// that isn't x, y or z is of no use here.
+bool CsvRecords::gather_axes() {
+    const auto at = [&](Column column) {
+        const auto found = column_of(column);
+        return found && *found < field_count_ ? std::string_view(fields_[*found])
+                                              : std::string_view();
+    };
+    const auto set = [&](Column column) -> std::string& {
+        return gathered_[static_cast<std::size_t>(column)];
+    };
+    for (std::string& text : gathered_)
+        text.clear();
+    bool has_axis = false;
+    std::string name;
+    while (next_fields()) {
+        const std::string_view axis = at(Column::axis);
+        const std::string_view own = column_of(Column::id) ? at(Column::id) : at(Column::feature);
+        const std::size_t number =
+            axis.size() == 1 ? std::string_view("xyzXYZ").find(axis[0]) : std::string_view::npos;
+        if (number == std::string_view::npos) {
+            const std::string title = titles_[*column_of(Column::axis)] + " " + std::string(axis);
+            if (std::find(ignored_.begin(), ignored_.end(), title) == ignored_.end())
+                ignored_.push_back(title);
+            continue;
+        }
+        const auto x = static_cast<Column>(static_cast<std::size_t>(Column::x) + number % 3);
+        const auto nominal =
+            static_cast<Column>(static_cast<std::size_t>(Column::nom_x) + number % 3);
+        if (has_axis && ((!own.empty() && own != name) || !set(x).empty())) {
+            waits_ = true;
+            break;
+        }
+        if (!has_axis) {
+            row_line_ = record_line_;
+            name = own;
+        }
+        has_axis = true;
+        set(x) = at(Column::measured);
+        set(nominal) = at(Column::nominal);
+    }
+    if (!has_axis) return false;
+    set(Column::id) = set(Column::feature) = name;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        gathered_[static_cast<std::size_t>(Column::act_x) + axis] =
+            gathered_[static_cast<std::size_t>(Column::x) + axis];
+    ++row_number_;
+    return true;
+}
+
+std::string_view CsvRecords::field(Column column) const {
+    if (is_by_axis_) return gathered_[static_cast<std::size_t>(column)];
+    const auto at = column_of(column);
     return at && *at < field_count_ ? std::string_view(fields_[*at]) : std::string_view();
 }
 
-double CsvRecords::number(std::size_t column) const {
-    const std::string_view text = field(column);
-    const ParsedNumber parsed = parse_number(text, separator_ != ',');
+double CsvRecords::number(Column column) const { return parsed(column, field(column)); }
+
+double CsvRecords::length(Column column) const {
+    const double value = number(column) * scale_;
+    if (!std::isfinite(value))
+        throw RowFault("column " + std::string(column_name(column)) + ": the number '" +
+                       clipped(field(column), 40) + "' is beyond what a double can hold");
+    return value;
+}
+
+double CsvRecords::parsed(Column column, std::string_view text) const {
+    const auto at = column_of(column);
+    const bool is_quoted = at && *at < field_count_ && quoted_[*at];
+    const ParsedNumber parsed = parse_number(text, separator_ != ',' || is_quoted);
     if (!parsed)
-        throw RowFault("column " + std::string(names_[column]) + ": " +
+        throw RowFault("column " + std::string(column_name(column)) + ": " +
                        number_complaint(text, parsed.fault));
     return parsed.value;
 }
 
-std::optional<double> CsvRecords::optional_number(std::size_t column) const {
+std::optional<double> CsvRecords::optional_number(Column column) const {
     return field(column).empty() ? std::nullopt : std::optional(number(column));
 }
 
-std::optional<double> CsvRecords::optional_length(std::size_t column) const {
-    const std::optional<double> length = optional_number(column);
-    if (length && *length < 0.0)
-        throw RowFault("column " + std::string(names_[column]) +
+std::optional<double> CsvRecords::optional_length(Column column) const {
+    return field(column).empty() ? std::nullopt : std::optional(length(column));
+}
+
+std::optional<double> CsvRecords::optional_size(Column column) const {
+    const std::optional<double> size = optional_length(column);
+    if (size && *size < 0.0)
+        throw RowFault("column " + std::string(column_name(column)) +
                        ": expected no negative number, found '" + clipped(field(column), 40) + "'");
-    return length;
+    return size;
 }
 
 void CsvRecords::check_width() const {
-    if (field_count_ <= header_width_) return;
+    if (is_by_axis_ || field_count_ <= titles_.size()) return;
     const auto extra = fields_.begin() + static_cast<std::ptrdiff_t>(field_count_);
     const auto is_full = [](const std::string& text) { return !text.empty(); };
-    if (std::any_of(fields_.begin() + static_cast<std::ptrdiff_t>(header_width_), extra, is_full))
-        throw RowFault("expected " + std::to_string(header_width_) +
+    if (std::any_of(fields_.begin() + static_cast<std::ptrdiff_t>(titles_.size()), extra, is_full))
+        throw RowFault("expected " + std::to_string(titles_.size()) +
                        " fields, as the header has, found " + std::to_string(field_count_));
 }
 

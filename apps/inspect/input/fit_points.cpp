@@ -8,7 +8,7 @@
 namespace velm::inspect {
 namespace {
 
-FitPoints read_bare(TextSource& source) {
+FitPoints read_bare(TextSource& source, const std::optional<double>& millimetres) {
     FitPoints result;
     OutlineLines lines(source);
     OutlineLine line;
@@ -24,18 +24,19 @@ FitPoints read_bare(TextSource& source) {
         for (std::size_t k = 0; k < line.count; ++k) {
             const ParsedNumber number = parse_number(line.field[k]);
             if (!number) source.refuse(number_complaint(line.field[k], number.fault));
-            place[static_cast<int>(k)] = number.value;
+            place[static_cast<int>(k)] = number.value * millimetres.value_or(1.0);
         }
         result.places.push_back(place);
         result.ids.push_back(std::to_string(result.places.size()));
     }
     result.in_space = expected == 3;
+    if (millimetres) result.head.unit = "mm";
     return result;
 }
 
-FitPoints read_table(TextSource& source) {
+FitPoints read_table(TextSource& source, const TableOptions& options) {
     FitPoints result;
-    MeasuredReader reader(source);
+    MeasuredReader reader(source, options);
     MeasuredPoint point;
     RepeatedIds repeated;
     while (reader.next(point)) {
@@ -51,11 +52,14 @@ FitPoints read_table(TextSource& source) {
                                                  " is not that of the rows before, " +
                                                  shortest(*result.diameter));
         }
-        repeated.add(point.id, point.line);
+        repeated.add(point.part, point.id, point.line);
         result.ids.push_back(point.id);
         result.places.emplace_back(point.x, point.y, point.z.value_or(0.0));
     }
-    repeated.warn(source.name());
+    result.notes = table_notes(reader.records(), source.name());
+    if (std::string sentence = repeated.sentence(source.name()); !sentence.empty())
+        result.notes.push_back(std::move(sentence));
+    describe_columns(reader.records(), result.head);
     return result;
 }
 
@@ -69,12 +73,14 @@ bool is_bare(const std::string& name, std::string_view text) {
 
 } // namespace
 
-FitPoints read_fit_points(TextSource& source) {
+FitPoints read_fit_points(TextSource& source, const TableOptions& options) {
     std::string text;
     for (std::string_view line; source.next_line(line);)
         text.append(line).push_back('\n');
     TextSource again(source.name(), text);
-    FitPoints result = is_bare(source.name(), text) ? read_bare(again) : read_table(again);
+    FitPoints result = options.columns.empty() && is_bare(source.name(), text)
+                           ? read_bare(again, options.millimetres)
+                           : read_table(again, options);
     if (result.places.empty()) source.refuse_whole("no points; expected at least two");
     return result;
 }

@@ -1,6 +1,7 @@
 // fit_points.h: points to be fitted: `read_fit_points`.
 #pragma once
 
+#include "inspect/input/csv_records.h"
 #include "inspect/input/text_source.h"
 #include "inspect/result/fit_result.h"
 
@@ -9,6 +10,6 @@ namespace velm::inspect {
 /// Reads a file of measured points (MeasuredReader), or bare lines of two or three numbers, whose
 /// ids are their running numbers from 1. A file without a header starts with a number. Either all
 /// points have a z or none; all diameters are the same. Throws `Failure` (input).
-FitPoints read_fit_points(TextSource& source);
+FitPoints read_fit_points(TextSource& source, const TableOptions& options = {});
 
 } // namespace velm::inspect

@@ -41,11 +41,16 @@ void require_areas(const TextSource& source, std::vector<LocatedContour> contour
     const std::string other = clash->other == clash->contour
                                   ? "itself"
                                   : "that of line " + std::to_string(line(clash->other));
+    const auto place = [](const ERPoint2D& p) { return shortest(p.x()) + " " + shortest(p.y()); };
+    const std::string subject = "the contour that starts here ";
+    if (clash->shared)
+        source.refuse_at(line(clash->contour), subject + "shares an edge with " + other +
+                                                   ", from " + place((*clash->shared)[0]) + " to " +
+                                                   place((*clash->shared)[1]));
     source.refuse_at(line(clash->contour),
                      clash->crossing
-                         ? "the contour that starts here crosses " + other + " about " +
-                               shortest(clash->crossing->x()) + " " + shortest(clash->crossing->y())
-                         : "the contour that starts here runs along " + other + " all the way");
+                         ? subject + "crosses " + other + " about " + place(*clash->crossing)
+                         : subject + "runs along " + other + " all the way");
 }
 
 } // namespace velm::inspect

@@ -27,9 +27,16 @@ constexpr std::array<Form, 6> forms{{{"M", 2, false, "M x y"},
                                      {"Z", 0, false, "Z alone"},
                                      {"C", 3, false, "C cx cy r"}}};
 
+// Of one letter; anything else is unchanged.
+std::string upper_case(std::string_view text) {
+    const bool is_lower = text.size() == 1 && text[0] >= 'a' && text[0] <= 'z';
+    return is_lower ? std::string(1, static_cast<char>(text[0] - 'a' + 'A')) : std::string(text);
+}
+
 const Form* find_form(const OutlineLine& line) {
-    const auto form = std::find_if(forms.begin(), forms.end(),
-                                   [&](const Form& f) { return f.letter == line.field[0]; });
+    const auto form = std::find_if(forms.begin(), forms.end(), [&](const Form& f) {
+        return f.letter == upper_case(line.field[0]);
+    });
     return form == forms.end() ? nullptr : &*form;
 }
 
@@ -67,7 +74,11 @@ bool is_command(const OutlineLine& line) {
     return !form->has_sense || is_sense(line.field[line.count - 1]);
 }
 
-bool starts_like_command(const OutlineLine& line) { return find_form(line) != nullptr; }
+// A small letter may begin a second line of title.
+bool starts_like_command(const OutlineLine& line) {
+    const Form* const form = find_form(line);
+    return form != nullptr && (form->letter == line.field[0] || is_command(line));
+}
 
 void CommandReader::take(const OutlineLine& line) {
     const Form* const form = find_form(line);
@@ -157,7 +168,7 @@ void CommandReader::go_round(const OutlineLine& line) {
 DrawnSpline CommandReader::spline(const OutlineLine& line) const {
     std::vector<double> numbers;
     for (const std::string_view field : line.all_fields()) {
-        if (field == "N" || field == "knots" || field == "poles") continue;
+        if (field == "N" || field == "n" || field == "knots" || field == "poles") continue;
         const ParsedNumber number = parse_number(field);
         if (!number) source_.refuse(number_complaint(field, number.fault));
         numbers.push_back(number.value);

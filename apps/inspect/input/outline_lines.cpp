@@ -1,5 +1,6 @@
 #include "inspect/input/outline_lines.h"
 
+#include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 
 #include <algorithm>
@@ -39,6 +40,24 @@ void split(OutlineLine& line) {
 } // namespace
 
 std::string OutlineLine::shown() const { return "'" + clipped(content, 40) + "'"; }
+
+bool OutlineLine::is_damaged_vertex() const {
+    std::string text(content);
+    std::replace(text.begin(), text.end(), ';', ' ');
+    std::size_t fields = 0, numbers = 0, mended = 0;
+    for_fields(text, [&](std::string_view part) {
+        ++fields;
+        if (parse_number(part).fault != NumberFault::not_a_number) {
+            ++numbers;
+            return;
+        }
+        std::string digits(part);
+        for (char& c : digits)
+            c = c == 'O' || c == 'o' ? '0' : c == 'l' || c == 'I' ? '1' : c;
+        if (parse_number(digits).fault != NumberFault::not_a_number) ++mended;
+    });
+    return fields == numbers || (fields == 2 && numbers == 1 && mended == 1);
+}
 
 std::vector<std::string_view> OutlineLine::all_fields() const {
     std::vector<std::string_view> fields;

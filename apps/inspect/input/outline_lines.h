@@ -20,6 +20,10 @@ struct OutlineLine {
 
     /// All of them, beyond the first six too.
     std::vector<std::string_view> all_fields() const;
+    /// Whether the line looks like a vertex that was damaged, and never like a title: numbers
+    /// alone, though not two, semicolons separating them too; or two fields of which one is a
+    /// number and the other would be one if O were 0 and l or I were 1.
+    bool is_damaged_vertex() const;
     /// The content for a message, clipped.
     std::string shown() const;
 };

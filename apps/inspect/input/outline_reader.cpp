@@ -127,6 +127,7 @@ bool find_data(OutlineLines& lines, OutlineLine& line, NominalOutline& outline) 
         const bool has_vertices =
             outline.form != OutlineForm::arcs && outline.form != OutlineForm::pieces;
         if (has_title || (has_vertices && is_vertex(line))) return true;
+        if (line.is_damaged_vertex()) return true; // to be refused as what it should be
         outline.title = trimmed(line.content);
         has_title = true;
     }

@@ -59,7 +59,7 @@ Polylines read_polylines(TextSource& source) {
         const ParsedNumber y = parse_number(line.count > 1 ? line.field[1] : "");
         const bool looks_like_data = line.count == 2 && x.fault != NumberFault::not_a_number &&
                                      y.fault != NumberFault::not_a_number;
-        if (!has_title && gatherer.is_empty() && !looks_like_data) {
+        if (!has_title && gatherer.is_empty() && !looks_like_data && !line.is_damaged_vertex()) {
             has_title = true;
             continue;
         }

@@ -6,33 +6,35 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace velm::inspect {
 
-/// Reads rows as `CsvRecords` does: `id` or else `name`; `nom_x`, `nom_y`, `nom_z`; optionally
-/// `nom_i`, `nom_j`, `nom_k`, the normal of the surface there, of any length; and either `x`, `y`,
-/// `z`, `diameter`, the ball and its centre, or `act_x`, `act_y`, `act_z`, the point of the
-/// surface. If the header has both, each row fills in one of them. A row without a normal is a
-/// direct target.
+/// Reads rows as `CsvRecords` does: `id`, or else the row has its number; `nom_x`, `nom_y`,
+/// `nom_z`; optionally `nom_i`, `nom_j`, `nom_k`, the normal of the surface there, of any length;
+/// and either `x`, `y`, `z`, `diameter`, the ball and its centre, or `act_x`, `act_y`, `act_z`, the
+/// point of the surface. If the header has both, each row fills in one of them. A row without a
+/// normal is a direct target.
 class TargetReader {
 public:
     /// Reads the header. Throws `Failure` (input) if columns are missing.
-    explicit TargetReader(TextSource& source);
+    explicit TargetReader(TextSource& source, const TableOptions& options = {});
 
     /// Reads the next row; false after the last.
     bool next() { return records_.next(); }
     std::size_t line() const { return records_.line(); }
     std::string id() const;
-    /// The row's points, not judged yet. The target's identifier is `number`. Throws `RowFault`.
-    TargetRow row(int number) const;
+    /// The row's points, not judged yet. The target's identifier is `number`; limits that a row
+    /// gives in part are completed by those `of_all`. Throws `RowFault`.
+    TargetRow row(int number, const std::optional<Tolerance>& of_all = {}) const;
+    const CsvRecords& records() const { return records_; }
 
 private:
-    bool is_filled(std::size_t first) const;
+    bool is_filled(Column first) const;
     ERVector3D normal() const;
-    ERPoint3D point(std::size_t first) const;
+    ERPoint3D point(Column first) const;
 
-    TextSource& source_;
     CsvRecords records_;
 };
 

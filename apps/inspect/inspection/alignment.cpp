@@ -1,12 +1,14 @@
 #include "inspect/inspection/alignment.h"
 
 #include "inspect/base/failure.h"
+#include "inspect/base/number_text.h"
 #include "inspect/inspection/section_points.h"
-#include "inspect/report/alignment_report.h"
 #include "velm/transforms/transformed_values.h"
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
+#include <optional>
 #include <vector>
 
 namespace velm::inspect {
@@ -24,6 +26,14 @@ double scale_for(std::span<const SectionRow> rows) {
                : std::ldexp(1.0, std::min(-std::ilogb(largest), 1000));
 }
 
+// "the alignment doesn't converge: after 100 iterations ..."
+std::string unconverged_text(const velm::AlignmentReport& report,
+                             const velm::AlignmentOptions& options) {
+    return "the alignment doesn't converge: after " + std::to_string(report.iterations) +
+           " iterations the points still move by " + shortest(report.last_step) +
+           " of their extent, more than " + shortest(options.threshold);
+}
+
 gmTargetPoint moved(const gmTargetPoint& target, const ERPmIsometrie3D& motion) {
     const ERCMMPointWithDiameter& measured = target.measured_point();
     const ERPoint3D centre = motion >> measured.probe_center();
@@ -37,17 +47,25 @@ gmTargetPoint moved(const gmTargetPoint& target, const ERPmIsometrie3D& motion) 
 
 } // namespace
 
-AppliedAlignment align_section(std::span<SectionRow> rows, const Profile& profile,
+AppliedAlignment align_section(std::span<SectionRow> rows, const Profile& profile, double max_angle,
                                const std::string& name) {
     const double scale = scale_for(rows);
+    const double least_cosine = std::cos(max_angle * std::numbers::pi / 180.0);
     std::vector<ERPoint2D> points;
-    points.reserve(rows.size());
-    for (const SectionRow& row : rows)
+    std::vector<const SectionRow*> used; // those that have a place
+    for (const SectionRow& row : rows) {
+        if (!row.is_assigned) continue;
         points.push_back(row.measured * scale);
+        used.push_back(&row);
+    }
     const velm::NominalOf2D place = [&](std::size_t number, const ERPoint2D& p) {
-        const OutlineComparison found = profile.compare(p / scale);
-        const double radius = rows[number].diameter / 2.0;
-        return velm::NominalPlace2D{(found.foot + radius * found.outward) * scale, found.outward};
+        const SectionRow& row = *used[number];
+        std::optional<OutlineComparison> found;
+        if (row.direction) found = profile.compare(p / scale, *row.direction, least_cosine);
+        if (!found) found = profile.compare(p / scale);
+        const double radius = row.diameter / 2.0;
+        return velm::NominalPlace2D{(found->foot + radius * found->outward) * scale,
+                                    found->outward};
     };
     const velm::AlignmentOptions options;
     velm::Alignment2D found = velm::align(points, place, options);
@@ -63,11 +81,16 @@ AppliedAlignment align_section(std::span<SectionRow> rows, const Profile& profil
     for (SectionRow& row : rows) {
         row.deviation_before = row.deviation;
         row.aligned = result.moved(row.measured);
-        if (!compare(row, profile))
+        if (row.direction) // turns with the points
+            row.direction =
+                ERVector2D(result.moved(ERPoint2D(0, 0)),
+                           result.moved(ERPoint2D(row.direction->i(), row.direction->j())));
+        const bool was_assigned = row.is_assigned;
+        if (!compare(row, profile, max_angle))
             throw Failure(ExitCode::input, name + ": the aligned points are too far from the "
                                                   "outline to be compared");
-        before.add(*row.deviation_before);
-        after.add(row.deviation);
+        if (was_assigned) before.add(*row.deviation_before);
+        if (row.is_assigned) after.add(row.deviation);
     }
     result.before = spread_of(before);
     result.after = spread_of(after);

@@ -1,6 +1,7 @@
 #include "inspect/inspection/fit.h"
 
 #include "inspect/base/number_text.h"
+#include "inspect/input/file_date.h"
 #include "inspect/report/fit_outputs.h"
 #include "velm/measure/orthogonal_fit.h"
 
@@ -143,10 +144,43 @@ void summarise(FitResult& result, const FitOptions& options, const FitPoints& po
                                                "': the point is too far away to be compared");
         result.summary.add(result.row(points, n));
     }
-    const RunningStatistics& deviations = result.summary.deviations;
+    const RunningStatistics& deviations = result.summary.signed_deviations;
     result.peak_to_valley = result.kind == FitKind::line && result.in_space
                                 ? 2.0 * deviations.maximum()
                                 : deviations.maximum() - deviations.minimum();
+}
+
+// A nominal place lies on the nominal axis: its distance from the fitted one counts.
+double distance_from_axis(const FitResult& result, const ERPoint3D& place) {
+    const ERVector3D way(place, result.point);
+    if (!result.in_space) return std::hypot(way.i(), way.j());
+    return (way - result.axis * (way * result.axis)).norme();
+}
+
+void judge_characteristics(FitResult& result, const FitOptions& options) {
+    const double slack = result.slack(result.largest_coordinate);
+    if (options.form_tolerance) {
+        result.form = {
+            result.form_name(), result.peak_to_valley, {}, {}, {0.0, *options.form_tolerance}};
+        result.form->judge(slack);
+    }
+    if (options.size) {
+        const NominalSize& size = *options.size;
+        result.size = {"diameter",
+                       2.0 * result.radius,
+                       size.nominal,
+                       {},
+                       {size.nominal + size.limits.lower, size.nominal + size.limits.upper}};
+        result.size->judge(slack);
+    }
+    if (options.place) {
+        result.position = {"position",
+                           2.0 * distance_from_axis(result, options.place->point),
+                           {},
+                           options.place->point,
+                           {0.0, options.position.value_or(0.0)}};
+        result.position->judge(slack);
+    }
 }
 
 } // namespace
@@ -167,16 +201,25 @@ BallFault ball_fault(const FitOptions& options, const FitPoints& points) {
 
 FitResult fit_points(const FitOptions& options, const FitPoints& points) {
     FitResult result;
+    static_cast<InspectionHead&>(result) = points.head;
+    result.has_row_limits = result.has_features = result.has_parts = false;
+    result.info = options.info;
+    fill_in_date(result.info, options.points);
     result.measured = options.points;
     result.kind = options.kind;
     result.in_space = points.in_space;
-    result.tolerance = options.tolerance;
+    result.tolerance = options.band;
+    result.decimals = options.decimals;
+    for (const ERPoint3D& p : points.places)
+        result.largest_coordinate = std::max(
+            {result.largest_coordinate, std::fabs(p.x()), std::fabs(p.y()), std::fabs(p.z())});
     result.ball = ball_of(options, points);
     result.side = options.side;
     if (options.kind == FitKind::plane) fit_plane_to(result, options, points);
     if (options.kind == FitKind::line) fit_line_to(result, options, points);
     if (options.kind == FitKind::circle) fit_circle_to(result, options, points);
     summarise(result, options, points);
+    judge_characteristics(result, options);
     return result;
 }
 
@@ -186,7 +229,7 @@ bool inspect_fit(const FitOptions& options, const FitPoints& points) {
     for (std::size_t n = 0; n < points.ids.size(); ++n)
         outputs.add(result.row(points, n));
     outputs.finish();
-    return result.summary.out_of_tolerance == 0;
+    return result.is_in_tolerance();
 }
 
 } // namespace velm::inspect

@@ -3,6 +3,7 @@
 
 #include "inspect/base/failure.h"
 #include "inspect/base/output_paths.h"
+#include "inspect/input/csv_records.h"
 #include "inspect/result/fit_result.h"
 
 #include <optional>
@@ -13,7 +14,14 @@ namespace velm::inspect {
 struct FitOptions {
     FitKind kind = FitKind::plane;
     std::string points;
-    std::optional<Tolerance> tolerance;
+    std::optional<double> form_tolerance; ///< of flatness, straightness or roundness
+    std::optional<Tolerance> band;        ///< of the residuals
+    std::optional<NominalSize> size;      ///< of a circle
+    std::optional<NominalPlace> place;    ///< nominal, of a circle's axis
+    std::optional<double> position;       ///< diameter of the zone about that place
+    std::optional<int> decimals;
+    std::vector<NamedText> info;
+    TableOptions table;             ///< how the points are read
     std::optional<double> diameter; ///< of the ball if the file has none
     BallSide side = BallSide::unknown;
     OutputPaths paths;

@@ -3,7 +3,8 @@
 #pragma once
 
 #include "inspect/base/failure.h"
-#include "inspect/report/section_outputs.h"
+#include "inspect/base/output_paths.h"
+#include "inspect/base/progress.h"
 
 #include <cstddef>
 #include <optional>
@@ -25,6 +26,6 @@ struct ReportResult {
 
 /// Writes the table and the reports of one inspection as its run did, byte for byte. Throws
 /// `Failure`.
-ReportResult report_stored(const ReportOptions& options);
+ReportResult report_stored(const ReportOptions& options, Progress& progress);
 
 } // namespace velm::inspect

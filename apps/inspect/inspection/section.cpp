@@ -1,5 +1,7 @@
 #include "inspect/inspection/section.h"
 
+#include "inspect/base/number_text.h"
+#include "inspect/input/file_date.h"
 #include "inspect/input/outline_reader.h"
 #include "inspect/inspection/alignment.h"
 #include "inspect/inspection/section_points.h"
@@ -28,26 +30,47 @@ SectionHead head_of(const SectionOptions& options, const NominalOutline& outline
     head.form = outline.form;
     head.contours = static_cast<int>(outline.contours.size());
     head.edges = outline.edge_count();
+    head.info = options.info;
+    fill_in_date(head.info, options.measured);
+    head.decimals = options.decimals;
     return head;
+}
+
+// Refuses points to be aligned that spread across the plane; a sentence about a z that isn't used.
+std::string height_note(const SectionPoints& points, const SectionOptions& options) {
+    if (!points.ignores_height()) return {};
+    const double spread = points.highest() - points.lowest();
+    if (options.align && options.tolerance &&
+        spread > options.tolerance->upper - options.tolerance->lower)
+        throw SectionRefusal{SectionFault::out_of_plane, points.name(), points.lowest(),
+                             points.highest()};
+    return points.name() + ": column z, from " + shortest(points.lowest()) + " to " +
+           shortest(points.highest()) + ", is not used: there is no frame of the section";
 }
 
 } // namespace
 
-bool inspect_section(const SectionOptions& options) {
+InspectionEnd inspect_section(const SectionOptions& options, Progress& progress) {
     TextSource nominal(options.nominal);
     const NominalOutline outline =
         read_outline(nominal, options.form, options.chain_tolerance, options.drawing);
+    InspectionEnd end;
     for (const std::string& note : outline.notes)
-        warn_user(options.nominal + ": " + note);
+        end.notes.push_back(options.nominal + ": " + note);
     const Profile profile(outline);
-    const ProbingOptions probing{options.measured, options.diameter, options.frame,
-                                 options.max_height, !options.paths.quiet};
-    SectionPoints points(probing, profile);
+    const ProbingOptions probing{options.measured,   options.diameter,        options.frame,
+                                 options.max_height, options.tolerance,       options.table,
+                                 options.max_angle,  options.turns_directions};
+    SectionPoints points(probing, profile, progress);
     SectionHead head = head_of(options, outline);
+    describe_columns(points.records(), head);
+    if (points.has_directions()) head.max_angle = options.max_angle;
     std::vector<SectionRow> aligned;
     if (options.align) {
         aligned = read_all(points);
-        head.alignment = align_section(aligned, profile, points.name());
+        static_cast<void>(height_note(points, options));
+        describe_columns(points.records(), head);
+        head.alignment = align_section(aligned, profile, options.max_angle, points.name());
     }
 
     SectionOutputs outputs(head, outline, options.paths);
@@ -58,7 +81,7 @@ bool inspect_section(const SectionOptions& options) {
     if (options.paths.archive)
         archive.emplace(outputs.set(), *options.paths.archive, head, outline);
     const auto take = [&](SectionRow& row) {
-        judge(row, options.tolerance);
+        judge(row, head);
         outputs.add(row);
         if (store) store->add(row);
         if (archive) archive->add(row);
@@ -71,11 +94,16 @@ bool inspect_section(const SectionOptions& options) {
         while (points.next(row))
             take(row);
     }
+    if (const std::string note = height_note(points, options); !note.empty())
+        end.notes.push_back(note);
     if (store) store->finish(outputs.summary());
     if (archive) archive->finish(outputs.summary());
+    progress.clear();
     outputs.finish();
-    points.warn_of_repeated_ids();
-    return outputs.summary().out_of_tolerance == 0;
+    for (std::string& note : points.notes())
+        end.notes.push_back(std::move(note));
+    end.is_in_tolerance = outputs.summary().out_of_tolerance == 0;
+    return end;
 }
 
 } // namespace velm::inspect

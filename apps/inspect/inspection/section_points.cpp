@@ -3,7 +3,9 @@
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 
+#include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace velm::inspect {
 namespace {
@@ -13,17 +15,24 @@ constexpr const char* too_far = "the point is too far from the outline to be com
 
 } // namespace
 
-bool compare(SectionRow& row, const Profile& profile) {
+bool compare(SectionRow& row, const Profile& profile, double max_angle) {
     if (!profile.is_comparable(row.placed())) return false;
-    row.comparison = profile.compare(row.placed());
+    std::optional<OutlineComparison> found;
+    if (row.direction)
+        found = profile.compare(row.placed(), *row.direction,
+                                std::cos(max_angle * std::numbers::pi / 180.0));
+    row.is_assigned = !row.direction || found.has_value();
+    row.comparison = found ? *found : profile.compare(row.placed());
+    if (!row.is_assigned) row.comparison.place = OutlinePlace::unassigned;
     row.deviation = row.comparison.distance - row.diameter / 2.0;
     return std::fabs(row.deviation) <= largest_deviation;
 }
 
-SectionPoints::SectionPoints(const ProbingOptions& options, const Profile& profile)
-    : options_(options), profile_(profile), source_(options.measured), reader_(source_),
-      progress_(options.shows_progress) {
-    if (options.frame && !reader_.has_z())
+SectionPoints::SectionPoints(const ProbingOptions& options, const Profile& profile,
+                             Progress& progress)
+    : options_(options), profile_(profile), source_(options.measured),
+      reader_(source_, options.table, true), progress_(progress) {
+    if (options.frame && !reader_.has(Column::z))
         source_.refuse(
             "expected a header with the columns id, x, y and z, for points in the machine's "
             "coordinates; missing: z");
@@ -38,12 +47,54 @@ bool SectionPoints::next(SectionRow& row) {
     row.id = point_.id;
     row.index = count_++;
     row.diameter = point_.diameter.value_or(options_.diameter);
+    row.feature = point_.feature;
+    row.part = point_.part;
+    try {
+        row.limits = row_limits(point_.lower, point_.upper, options_.tolerance);
+    } catch (const RowFault& fault) {
+        source_.refuse_at(point_.line, fault.what());
+    }
     place(row);
-    if (!compare(row, profile_)) source_.refuse_at(point_.line, too_far);
-    repeated_.add(point_.id, point_.line);
+    set_direction(row);
+    if (!compare(row, profile_, options_.max_angle)) source_.refuse_at(point_.line, too_far);
+    repeated_.add(point_.part, point_.id, point_.line);
     note_height(row);
+    note_assignment(row);
     progress_.update(count_, source_.bytes_read(), source_.size());
     return true;
+}
+
+// The part of the direction in the section. Without a third component it lies in the plane.
+void SectionPoints::set_direction(SectionRow& row) const {
+    const auto& [i, j, k] = point_.approach;
+    ERVector3D direction(i.value_or(0.0), j.value_or(0.0), k.value_or(0.0));
+    const double length = std::hypot(direction.i(), direction.j(), direction.k());
+    if (!(length > 0.0) || !std::isfinite(length)) return;
+    if (options_.frame) {
+        const ERPoint3D origin = options_.frame->origin();
+        const ERPoint3D tip = options_.frame->to_section(origin + direction * (1.0 / length));
+        direction = ERVector3D(tip.x(), tip.y(), tip.z()) * length;
+    }
+    const double sense = (options_.turns_directions ? -1.0 : 1.0) / length;
+    row.direction = ERVector2D(direction.i() * sense, direction.j() * sense);
+}
+
+// A direction the other way round leads to a place that isn't there, or, on a closed outline, to
+// the far wall: what makes a place `nearer` is far beyond any deviation that is still measured
+// against the right wall of a thin part.
+void SectionPoints::note_assignment(const SectionRow& row) {
+    constexpr double nearer = 10.0;
+    if (!row.direction) return;
+    ++directed_;
+    if (!row.is_assigned) ++unassigned_;
+    SectionRow turned = row;
+    turned.direction = ERVector2D(-row.direction->i(), -row.direction->j());
+    if (row.is_assigned && std::fabs(row.comparison.distance) <= row.diameter) return;
+    if (!compare(turned, profile_, options_.max_angle) || !turned.is_assigned) return;
+    if (!row.is_assigned ||
+        std::fabs(row.comparison.distance) >
+            nearer * (std::fabs(turned.comparison.distance) + row.diameter / 2.0))
+        ++reversed_;
 }
 
 // Maps a point into the section's frame, if any.
@@ -63,6 +114,10 @@ void SectionPoints::place(SectionRow& row) const {
 }
 
 void SectionPoints::note_height(const SectionRow& row) {
+    if (point_.z) {
+        lowest_ = std::min(lowest_, *point_.z);
+        highest_ = std::max(highest_, *point_.z);
+    }
     if (!options_.max_height || !row.space || std::fabs(row.space->height) <= *options_.max_height)
         return;
     if (stray_count_++ >= most_named) return;
@@ -82,6 +137,20 @@ void SectionPoints::finish() {
             " off the plane of the section: " + stray_names_);
     if (count_ == 0)
         source_.refuse_whole("no rows after the header; expected at least one measured point");
+    if (2 * reversed_ > count_) throw SectionRefusal{SectionFault::reversed_directions, name()};
+    if (unassigned_ == count_) throw SectionRefusal{SectionFault::none_assigned, name()};
+}
+
+std::vector<std::string> SectionPoints::notes() const {
+    std::vector<std::string> notes = table_notes(records(), name());
+    if (unassigned_ > 0)
+        notes.push_back(name() + ": " + std::to_string(unassigned_) +
+                        (unassigned_ == 1 ? " point is" : " points are") +
+                        " not assigned: no place of the outline has an outward normal within " +
+                        shortest(options_.max_angle) + " degrees of the direction; not judged");
+    if (const std::string repeated = repeated_.sentence(name()); !repeated.empty())
+        notes.push_back(repeated);
+    return notes;
 }
 
 } // namespace velm::inspect

@@ -1,7 +1,8 @@
 #include "inspect/inspection/targets.h"
 
-#include "inspect/base/progress.h"
 #include "inspect/base/repeated_ids.h"
+#include "inspect/input/file_date.h"
+#include "inspect/input/measured_reader.h"
 #include "inspect/input/target_reader.h"
 #include "inspect/inspection/alignment.h"
 #include "inspect/keep/archive_file.h"
@@ -14,19 +15,21 @@ namespace {
 
 // The contents of a table.
 struct ReadTable {
+    TargetHead head;
     std::vector<TargetRow> rows;
+    std::vector<std::string> notes;
     RepeatedIds repeated;
     BadRows bad;
 };
 
-ReadTable read_table(const TargetOptions& options, TextSource& source) {
-    TargetReader reader(source);
+ReadTable read_table(const TargetOptions& options, TextSource& source, Progress& progress) {
+    TargetReader reader(source, options.table_options);
     ReadTable table;
-    Progress progress(!options.paths.quiet);
     while (reader.next()) {
         try {
-            table.rows.push_back(reader.row(static_cast<int>(table.rows.size()) + 1));
-            table.repeated.add(table.rows.back().id, reader.line());
+            table.rows.push_back(
+                reader.row(static_cast<int>(table.rows.size()) + 1, options.tolerance));
+            table.repeated.add(table.rows.back().part, table.rows.back().id, reader.line());
         } catch (const RowFault& fault) {
             table.bad.add(reader, fault);
         }
@@ -40,15 +43,22 @@ ReadTable read_table(const TargetOptions& options, TextSource& source) {
                                 ? "no row can be used; expected at least one measured point"
                                 : "no rows after the header; expected at least one measured "
                                   "point");
+    describe_columns(reader.records(), table.head);
+    table.notes = table_notes(reader.records(), source.name());
     return table;
 }
 
 } // namespace
 
-bool inspect_targets(const TargetOptions& options) {
+InspectionEnd inspect_targets(const TargetOptions& options, Progress& progress) {
     TextSource source(options.table);
-    ReadTable table = read_table(options, source);
-    TargetHead head{options.table, options.tolerance, std::nullopt, std::nullopt};
+    ReadTable table = read_table(options, source, progress);
+    TargetHead& head = table.head;
+    head.table = options.table;
+    head.tolerance = options.tolerance;
+    head.info = options.info;
+    fill_in_date(head.info, options.table);
+    head.decimals = options.decimals;
     if (options.align) head.alignment = align_targets(table.rows, source.name());
     if (options.skip_bad) head.skipped = table.bad.count();
     TargetOutputs outputs(head, options.paths);
@@ -58,7 +68,7 @@ bool inspect_targets(const TargetOptions& options) {
     std::optional<KeptArchive<TargetArchiveWriter>> archive;
     if (options.paths.archive) archive.emplace(outputs.set(), *options.paths.archive, head);
     for (TargetRow& row : table.rows) {
-        judge(row, options.tolerance);
+        judge(row, head);
         outputs.add(row);
         if (store) store->add(row);
         if (archive) archive->add(row);
@@ -66,9 +76,11 @@ bool inspect_targets(const TargetOptions& options) {
     if (store) store->finish(outputs.summary());
     if (archive) archive->finish(outputs.summary());
     outputs.finish();
-    if (table.bad.count() > 0) warn_user("skipped: " + table.bad.sentence(source.name()));
-    table.repeated.warn(source.name());
-    return outputs.summary().out_of_tolerance == 0;
+    InspectionEnd end{outputs.summary().out_of_tolerance == 0, std::move(table.notes)};
+    if (table.bad.count() > 0) end.notes.push_back("skipped: " + table.bad.sentence(source.name()));
+    if (const std::string repeated = table.repeated.sentence(source.name()); !repeated.empty())
+        end.notes.push_back(repeated);
+    return end;
 }
 
 } // namespace velm::inspect

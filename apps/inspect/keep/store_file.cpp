@@ -5,6 +5,7 @@
 #include "velm/store/store_image.h"
 
 #include <filesystem>
+#include <optional>
 
 namespace velm::inspect {
 
@@ -31,25 +32,46 @@ void call_by_name(CFileException& exception, const std::string& working_copy,
         exception.m_strFileName = name;
 }
 
+namespace {
+
+// The header of the database in a file that begins as an object file.
+std::optional<DatabaseHeader> database_header(CFile& file) {
+    std::int32_t head[3] = {}; // the start, the end of data, and the size of a node
+    DatabaseHeader header;
+    if (file.Read(head, sizeof head) != sizeof head || head[2] != ERFileManager::node_size ||
+        head[0] < ERFileManager::first_block)
+        return std::nullopt;
+    file.Seek(head[0], CFile::begin);
+    if (file.Read(&header, sizeof header) != sizeof header) return std::nullopt;
+    return header;
+}
+
+} // namespace
+
+bool is_store_file(const std::string& path) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) return false;
+    try {
+        CFile file;
+        return file.Open(path.c_str(), UINT(CFile::modeRead) | CFile::shareDenyNone) != 0 &&
+               database_header(file).has_value();
+    } catch (CFileException* exception) {
+        exception->Delete();
+        return false;
+    }
+}
+
 void require_store(const std::string& path, const std::string& name) {
     const auto refuse = [&](const std::string& why) {
         throw Failure(ExitCode::input, name + ": " + why);
     };
     with_store(name, [&] {
         CFile file(path.c_str(), UINT(CFile::modeRead) | CFile::shareDenyWrite);
-        std::int32_t head[3] = {}; // the start, the end of data, and the size of a node
-        bool is_known = file.Read(head, sizeof head) == sizeof head &&
-                        head[2] == ERFileManager::node_size &&
-                        head[0] >= ERFileManager::first_block;
-        DatabaseHeader header;
-        if (is_known) {
-            file.Seek(head[0], CFile::begin);
-            is_known = file.Read(&header, sizeof header) == sizeof header;
-        }
-        if (!is_known)
+        const std::optional<DatabaseHeader> header = database_header(file);
+        if (!header)
             refuse("is no object file: expected the word 268 at offset 8 and a database header");
-        if (header.version > DatabaseHeader::current_version)
-            refuse("has version " + std::to_string(header.version) +
+        if (header->version > DatabaseHeader::current_version)
+            refuse("has version " + std::to_string(header->version) +
                    "; this program reads versions up to " +
                    std::to_string(DatabaseHeader::current_version));
     });

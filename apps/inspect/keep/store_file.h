@@ -27,6 +27,9 @@ auto with_store(const std::string& path, Work work, const std::string& working_c
     }
 }
 
+/// Whether a regular file begins as an object file. False for one that can't be read.
+bool is_store_file(const std::string& path);
+
 /// Refuses (input) what is no object file of a version that is understood. The sentence calls the
 /// file `name`.
 void require_store(const std::string& path, const std::string& name);

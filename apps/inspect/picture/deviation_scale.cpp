@@ -38,6 +38,18 @@ int DeviationScale::class_of(double deviation) const {
     return 1 + std::clamp(static_cast<int>(part * (classes - 2)), 0, classes - 3);
 }
 
+int DeviationScale::class_of(const Judged& point) const {
+    const int by_value = class_of(point.deviation);
+    if (point.in_tolerance == true) return std::clamp(by_value, below + 1, above - 1);
+    if (point.in_tolerance == false) {
+        if (by_value == below || by_value == above) return by_value;
+        const double middle =
+            point.limits ? point.limits->middle() : lower_ + (upper_ - lower_) / 2;
+        return point.deviation < middle && !point.is_distance ? below : above;
+    }
+    return by_value;
+}
+
 double DeviationScale::class_start(int number) const {
     return lower_ + (upper_ - lower_) * (number - 1) / (classes - 2);
 }
@@ -49,11 +61,15 @@ std::string_view DeviationScale::color(int number) {
 
 std::string signed_text(double value, int decimals) {
     const std::string text = fixed(value, decimals);
-    if (text.front() == '-') return "\u2212" + text.substr(1);
+    if (text.front() == '-') return text;
     return text.find_first_of("123456789") == std::string::npos ? text : "+" + text;
 }
 
-DeviationUnit::DeviationUnit(double largest) {
+DeviationUnit::DeviationUnit(double largest, std::optional<int> decimals) {
+    if (decimals) {
+        decimals_ = *decimals;
+        return;
+    }
     constexpr double plain_from = 1e-4, plain_below = 1e5;
     if (largest > 0.0 && (largest < plain_from || largest >= plain_below))
         exponent_ = 3 * static_cast<int>(std::floor(std::log10(largest) / 3.0));
@@ -68,7 +84,7 @@ std::string DeviationUnit::text(double deviation, int more_decimals) const {
 
 std::string DeviationUnit::whole_text(double deviation, int more_decimals) const {
     if (exponent_ == 0) return text(deviation, more_decimals);
-    return text(deviation, more_decimals) + (exponent_ < 0 ? "e\u2212" : "e") +
+    return text(deviation, more_decimals) + (exponent_ < 0 ? "e-" : "e") +
            std::to_string(std::abs(exponent_));
 }
 

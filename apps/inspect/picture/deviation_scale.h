@@ -25,6 +25,9 @@ public:
     double lower() const { return lower_; }
     double upper() const { return upper_; }
     int class_of(double deviation) const;
+    /// The same, but never beyond a limit for what is in tolerance, nor between them for what
+    /// isn't.
+    int class_of(const Judged& point) const;
     /// The lower limit of a class from 1 to 8; that of `above` is the upper limit.
     double class_start(int number) const;
     static std::string_view color(int number);
@@ -33,15 +36,16 @@ private:
     double lower_, upper_;
 };
 
-/// A number with its sign and a true minus, for texts in pictures.
+/// A number with its sign, for texts in pictures.
 std::string signed_text(double value, int decimals);
 
 /// The form of deviations in a picture: all with the same decimals and, if they are very small or
-/// very large, in a power of ten named in the headings.
+/// very large and no decimals are given, in a power of ten named in the headings.
 class DeviationUnit {
 public:
-    /// For deviations up to `largest`, which is shown with three significant digits.
-    explicit DeviationUnit(double largest);
+    /// For deviations up to `largest`, with these decimals, or three significant digits in a power
+    /// of ten.
+    explicit DeviationUnit(double largest, std::optional<int> decimals = {});
     std::string text(double deviation, int more_decimals = 0) const;
     /// As `text`, but complete in itself: "+80.0e-9".
     std::string whole_text(double deviation, int more_decimals = 0) const;

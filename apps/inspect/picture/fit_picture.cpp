@@ -1,7 +1,5 @@
 #include "inspect/picture/fit_picture.h"
 
-#include "inspect/base/number_text.h"
-#include "inspect/base/text_escape.h"
 #include "inspect/picture/deviation_histogram.h"
 #include "inspect/picture/fit_drawing.h"
 #include "inspect/picture/fit_lines.h"
@@ -10,15 +8,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace velm::inspect {
 namespace {
 
-constexpr double border = palette::border, top = palette::below_header, left = palette::column_left;
+constexpr double border = palette::border, left = palette::column_left;
 
 // The range of the drawing: the largest residual, and the tolerance if it is of the same size.
 double reach(const FitResult& result) {
-    const RunningStatistics& deviations = result.summary.deviations;
+    const RunningStatistics& deviations = result.summary.signed_deviations;
     const double largest =
         std::max(std::fabs(deviations.minimum()), std::fabs(deviations.maximum()));
     if (!result.tolerance) return largest > 0.0 ? largest : 1e-9;
@@ -26,12 +25,6 @@ double reach(const FitResult& result) {
         std::max(std::fabs(result.tolerance->lower), std::fabs(result.tolerance->upper));
     if (largest == 0.0) return limit > 0.0 ? limit : 1e-9;
     return 1.05 * std::clamp(limit, largest, 4.0 * largest);
-}
-
-std::string title_of(const FitResult& result) {
-    return result.kind == FitKind::plane  ? "Flatness of a plane"
-           : result.kind == FitKind::line ? "Straightness of a line"
-                                          : "Roundness of a circle";
 }
 
 LegendNotes notes_of(const FitResult& result) {
@@ -48,37 +41,61 @@ LegendNotes notes_of(const FitResult& result) {
     return notes;
 }
 
-} // namespace
+// What all pictures of a fit share.
+struct Look {
+    double reference;
+    DeviationScale scale;
+    DeviationUnit unit;
+    std::vector<DeviationHistogram::Cell> cells;
+};
 
-std::string fit_svg(const FitResult& result, const FitPoints& points, const std::string& path) {
+Look look_of(const FitResult& result) {
     const double reference = reach(result);
     const DeviationScale scale(result.tolerance, reference);
-    const DeviationUnit unit(
-        std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference}));
     DeviationHistogram histogram;
     for (const double residual : result.residuals)
         histogram.add(residual);
+    return {reference, scale,
+            DeviationUnit(std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference}),
+                          fit_decimals(result)),
+            histogram.cells()};
+}
 
+} // namespace
+
+std::string fit_svg(const FitResult& result, const FitPoints& points) {
+    const Look look = look_of(result);
     const double wide = SvgCanvas::width - border - left;
     const double bottom = SvgCanvas::height - palette::foot;
-    SvgCanvas canvas(title_of(result), "Residuals of " + path);
-    draw_header(canvas, title_of(result), "least squares of " + shown_path(path), result.summary);
+    const ReportHead head = fit_head(result);
+    SvgCanvas canvas(head.title, "Residuals of " + result.measured);
+    const double top = draw_header(canvas, head);
     FitDrawing(canvas, {border, top, left - border - palette::column_gap, bottom - top}, result,
-               points, scale, unit, reference)
+               points, look.scale, look.unit, look.reference)
         .draw();
-    draw_figures(canvas, {left, top, wide, 236.0}, result.summary, unit);
-    draw_heading(canvas, {left, 342.0, wide, 20.0}, "Fitted");
-    double y = 380.0;
-    for (const auto& [name, value] : entity_lines(result, fit_decimals(result))) {
-        canvas.text({left, y}, name, palette::text_size, SvgCanvas::Anchor::start,
-                    svg_fill(palette::soft));
-        canvas.text({left + 74.0, y}, value, palette::text_size);
-        y += palette::row_step;
-    }
-    draw_histogram(canvas, {left, 506.0, wide, 126.0}, histogram.cells(), scale,
-                   result.tolerance.has_value(), unit);
-    draw_legend(canvas, {left, 644.0, wide, bottom - 644.0}, scale, notes_of(result), unit);
+    constexpr double legend = 122.0, distribution = 126.0, gap = 12.0;
+    const double histogram_top = bottom - legend - distribution - gap;
+    draw_figures(canvas, {left, top, wide, histogram_top - gap - top}, fit_figures(result));
+    draw_histogram(canvas, {left, histogram_top, wide, distribution}, look.cells, look.scale,
+                   result.tolerance.has_value(), look.unit);
+    draw_legend(canvas, {left, bottom - legend, wide, legend}, look.scale, notes_of(result),
+                look.unit);
     return canvas.finish();
+}
+
+PagePictures fit_pictures(const FitResult& result, const FitPoints& points) {
+    const Look look = look_of(result);
+    const std::string legend = page_legend(look.scale, notes_of(result), look.unit);
+    const auto draw = [&](double width) {
+        constexpr double side = 12.0, high = 0.75; // of the width
+        SvgCanvas canvas("Residuals of " + result.measured, width, high * width);
+        FitDrawing(canvas, {side, side, width - 2.0 * side, high * width - 2.0 * side}, result,
+                   points, look.scale, look.unit, look.reference)
+            .draw();
+        return PagePictures::Drawing{canvas.finish(), legend};
+    };
+    return {draw(PagePictures::wide_width), draw(PagePictures::narrow_width),
+            page_distribution(look.cells, look.scale, result.tolerance.has_value(), look.unit)};
 }
 
 } // namespace velm::inspect

@@ -165,8 +165,9 @@ void SectionDrawing::mark_cut(const CanvasPoint& foot, const CanvasPoint& end, s
 
 // The start of a whisker: its foot, or the limit that it exceeds.
 CanvasPoint SectionDrawing::start(const DrawnPoint& point) const {
+    const std::optional<Tolerance>& band = point.limits ? point.limits : tolerance_;
     const double from =
-        only_excess_ ? std::clamp(point.deviation, tolerance_->lower, tolerance_->upper) : 0.0;
+        only_excess_ && band ? std::clamp(point.deviation, band->lower, band->upper) : 0.0;
     return tip(point.foot, point.outward, from);
 }
 
@@ -199,7 +200,7 @@ void SectionDrawing::draw_whiskers(const std::vector<DrawnPoint>& points, bool o
         draw_whisker_groups(drawn);
     if (!cuts.empty()) canvas_.path(cuts, svg_stroke(palette::ink, 1.0));
     canvas_.close_group();
-    if (tolerance_) draw_markers(drawn);
+    draw_markers(drawn);
 }
 
 void SectionDrawing::draw_named_whiskers(const std::vector<const DrawnPoint*>& points) {
@@ -209,7 +210,7 @@ void SectionDrawing::draw_named_whiskers(const std::vector<const DrawnPoint*>& p
             tolerance_ && (number == DeviationScale::below || number == DeviationScale::above);
         canvas_.open_group(svg_stroke(DeviationScale::color(number), out ? wide + 0.55 : wide));
         for (const DrawnPoint* point : points) {
-            if (scale_.class_of(point->deviation) != number) continue;
+            if (scale_.class_of(*point) != number) continue;
             const DeviationUnit unit(std::fabs(point->deviation)); // the note's own, in full
             canvas_.raw("<path d=\"M" + svg_point(start(*point)) + "L" +
                         svg_point(tip(point->foot, point->outward, point->deviation)) +
@@ -223,7 +224,7 @@ void SectionDrawing::draw_named_whiskers(const std::vector<const DrawnPoint*>& p
 void SectionDrawing::draw_whisker_groups(const std::vector<const DrawnPoint*>& points) {
     std::array<std::string, DeviationScale::classes> paths;
     for (const DrawnPoint* point : points)
-        paths[static_cast<std::size_t>(scale_.class_of(point->deviation))] +=
+        paths[static_cast<std::size_t>(scale_.class_of(*point))] +=
             "M" + svg_point(start(*point)) + "L" +
             svg_point(tip(point->foot, point->outward, point->deviation));
     const double thin = std::clamp(2000.0 / static_cast<double>(points.size() + 1), 0.5, 1.25);
@@ -236,15 +237,13 @@ void SectionDrawing::draw_whisker_groups(const std::vector<const DrawnPoint*>& p
 // downwards below the lower one, so that the shape says it without the colour.
 void SectionDrawing::draw_markers(const std::vector<const DrawnPoint*>& points) {
     std::array<std::string, 2> shapes;
-    const auto is_out = [&](const DrawnPoint* point) {
-        return !tolerance_->contains(point->deviation);
-    };
+    const auto is_out = [&](const DrawnPoint* point) { return point->in_tolerance == false; };
     const auto count = std::count_if(points.begin(), points.end(), is_out);
     const double size = count > many_marks ? 0.55 : count > some_marks ? 0.75 : 1.0;
     const double half = 4.2 * size, high = 7.2 * size;
     for (const DrawnPoint* point : points) {
         if (!is_out(point)) continue;
-        const bool up = point->deviation > tolerance_->upper;
+        const bool up = scale_.class_of(*point) == DeviationScale::above;
         const double sign = up ? 1.0 : -1.0;
         const CanvasPoint at = tip(point->foot, point->outward, point->deviation);
         shapes[up ? 1 : 0] += "M" + svg_point({at.x, at.y - sign * high * 0.6}) + "l" +

@@ -15,11 +15,9 @@
 namespace velm::inspect {
 
 /// A point that is drawn separately.
-struct DrawnPoint {
-    std::string id; ///< empty if there are too many points to name them
+struct DrawnPoint : Judged { ///< without an id if there are too many points to name them
     ERPoint2D foot;
     ERVector2D outward;
-    double deviation = 0.0;
 };
 
 /// Draws into one area of the canvas: the material, the tolerance band, whiskers from the outline,

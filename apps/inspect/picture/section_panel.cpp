@@ -90,6 +90,38 @@ void draw_axis(SvgCanvas& canvas, const CanvasBox& plot, const Bars& bars,
     }
 }
 
+// The end of a long text, which says more than its beginning.
+std::string ending(const std::string& text, std::size_t longest) {
+    const std::string shown = terminal_text(text);
+    if (display_width(shown) <= longest) return shown;
+    std::size_t cut = shown.size() - longest;
+    while (cut < shown.size() && (static_cast<unsigned char>(shown[cut]) & 0xC0) == 0x80)
+        ++cut;
+    return "…" + shown.substr(cut);
+}
+
+// The lines of a head one after the other, as many beside each other as there is room for.
+double draw_head_lines(SvgCanvas& canvas, const HeadLines& lines) {
+    constexpr double step = 14.5, apart = 22.0, most_right = SvgCanvas::width - palette::border;
+    constexpr std::size_t longest = 150;
+    double x = palette::border, y = palette::subtitle_line + 17.0;
+    for (const auto& [name, value] : lines) {
+        const std::string term = terminal_text(name) + ": ";
+        const std::string text = clipped(terminal_text(value), longest);
+        const double term_width = SvgCanvas::text_width(term, small);
+        const double width = term_width + SvgCanvas::text_width(text, small);
+        if (x > palette::border && x + width > most_right) {
+            x = palette::border;
+            y += step;
+        }
+        canvas.text({x, y}, term, small, Anchor::start, soft);
+        canvas.text({x + term_width, y}, text, small);
+        x += width + apart;
+    }
+    return lines.empty() ? palette::below_header
+                         : y + (palette::below_header - palette::subtitle_line) / 2.0;
+}
+
 } // namespace
 
 void draw_heading(SvgCanvas& canvas, const CanvasBox& area, const std::string& content) {
@@ -99,72 +131,43 @@ void draw_heading(SvgCanvas& canvas, const CanvasBox& area, const std::string& c
                 svg_stroke(palette::rule, 1.0));
 }
 
-void draw_header(SvgCanvas& canvas, const std::string& title, const std::string& below,
-                 const Summary& summary) {
+double draw_header(SvgCanvas& canvas, const ReportHead& head) {
     using palette::border;
-    canvas.text({border, palette::title_line}, clipped(title, 64), palette::title_size,
-                Anchor::start, palette::bold);
-    canvas.text({border, palette::subtitle_line}, below, palette::subtitle_size, Anchor::start,
-                soft);
-    const std::uint64_t count = summary.deviations.count();
-    const std::uint64_t out = summary.out_of_tolerance;
-    const bool has_tolerance = summary.tolerance.has_value();
-    const std::string verdict = !has_tolerance ? "No tolerance given"
-                                : out == 0     ? "All " + grouped(count, "\u2009") + " in tolerance"
-                                               : grouped(out, "\u2009") + " of " +
-                                                 grouped(count, "\u2009") + " out of tolerance";
+    canvas.text({border, palette::title_line}, clipped(terminal_text(head.title), 64),
+                palette::title_size, Anchor::start, palette::bold);
+    canvas.text({border, palette::subtitle_line}, ending(head.subtitle, 120),
+                palette::subtitle_size, Anchor::start, soft);
+    const std::string verdict = clipped(terminal_text(head.verdict.sentence), 100);
     const double wide = SvgCanvas::text_width(verdict, palette::verdict_size) + 36.0;
     const CanvasBox box{SvgCanvas::width - border - wide, 28.0, wide, 28.0};
-    const bool filled = has_tolerance && out > 0;
+    const bool filled = head.verdict.kind == Verdict::bad;
     canvas.box(box, filled ? "rx=\"4\" " + svg_fill(palette::alarm)
                            : "rx=\"4\" " + svg_fill(palette::paper) + " " +
                                  svg_stroke(palette::ink, 1.2));
     canvas.text({box.left + wide / 2.0, 46.5}, verdict, palette::verdict_size, Anchor::middle,
                 std::string(palette::bold) + (filled ? " " + svg_fill(palette::paper) : ""));
+    return draw_head_lines(canvas, head.lines);
 }
 
-std::string shown_path(const std::string& path) {
-    constexpr std::size_t longest = 60;
-    const std::string text = terminal_text(path);
-    if (display_width(text) <= longest) return text;
-    std::size_t cut = text.size() - longest;
-    while (cut < text.size() && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80)
-        ++cut;
-    return "…" + text.substr(cut);
-}
-
-void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summary,
-                  const DeviationUnit& unit) {
-    draw_heading(canvas, area, unit.heading("Figures"));
-    const RunningStatistics& deviations = summary.deviations;
-    double y = area.top + 38.0;
-    const auto row = [&](std::string_view name, std::string_view value, std::string_view note = "",
-                         std::string_view attributes = "") {
-        canvas.text({area.left, y}, name, small, Anchor::start, soft);
-        canvas.text({area.left + 190.0, y}, value, small, Anchor::end, attributes);
-        if (!note.empty()) canvas.text({area.left + 200.0, y}, note, small, Anchor::start, soft);
-        y += palette::row_step;
-    };
-    const auto number = [&](double value) { return unit.text(value, 1); };
-    const auto unsigned_text = [&](double value) {
-        const std::string text = number(value);
-        return text.front() == '+' ? text.substr(1) : text;
-    };
-    row("Points", grouped(deviations.count(), "\u2009"));
-    if (summary.tolerance) {
-        row("Lower limit", number(summary.tolerance->lower));
-        row("Upper limit", number(summary.tolerance->upper));
-        row("In tolerance", grouped(summary.in_tolerance, "\u2009"),
-            percent_text(summary.in_tolerance, deviations.count()));
-        row("Out of tolerance", grouped(summary.out_of_tolerance, "\u2009"),
-            percent_text(summary.out_of_tolerance, deviations.count()), palette::bold);
+void draw_figures(SvgCanvas& canvas, const CanvasBox& area,
+                  const std::vector<FigureLine>& figures) {
+    draw_heading(canvas, area, "Figures");
+    constexpr double first = 38.0;
+    const double step =
+        std::min(palette::row_step, (area.height - first) / static_cast<double>(figures.size()));
+    double y = area.top + first;
+    for (const FigureLine& line : figures) {
+        const bool is_out = line.name == "out of tolerance";
+        const bool is_id = line.note.starts_with("id ");
+        canvas.text({area.left, y}, capitalised(line.name), small, Anchor::start, soft);
+        canvas.text({area.left + 190.0, y}, line.value, small, Anchor::end,
+                    is_out ? palette::bold : std::string_view());
+        if (!line.note.empty())
+            canvas.text({area.left + 200.0, y},
+                        is_id ? clipped(terminal_text(line.note.substr(3)), 14) : line.note, small,
+                        Anchor::start, soft);
+        y += step;
     }
-    row("Least deviation", number(deviations.minimum()));
-    row("Greatest deviation", number(deviations.maximum()));
-    row("Mean", number(deviations.mean()));
-    row("Standard deviation", unsigned_text(deviations.standard_deviation()));
-    row("Root mean square", unsigned_text(deviations.rms()));
-    row("Worst", number(summary.worst_deviation), clipped(terminal_text(summary.worst_id), 14));
 }
 
 double legend_height(const LegendNotes& notes) {
@@ -208,9 +211,9 @@ void draw_legend(SvgCanvas& canvas, const CanvasBox& area, const DeviationScale&
     };
     if (notes.has_tolerance) {
         canvas.path("M" + svg_point({sign, y - 9.5}) + "l5 8.6h-10z", fill(DeviationScale::above));
-        note("above the upper limit: " + grouped(notes.above, "\u2009"));
+        note("above the upper limit: " + grouped(notes.above, ","));
         canvas.path("M" + svg_point({sign, y + 0.5}) + "l5 -8.6h-10z", fill(DeviationScale::below));
-        note("below the lower limit: " + grouped(notes.below, "\u2009"));
+        note("below the lower limit: " + grouped(notes.below, ","));
     }
     if (notes.shows_band) {
         canvas.box({area.left + 2.0, y - 9.0, 24.0, 10.0},
@@ -232,8 +235,7 @@ void draw_legend(SvgCanvas& canvas, const CanvasBox& area, const DeviationScale&
     if (notes.cut_whiskers > 0) {
         canvas.path("M" + svg_point({area.left + 2.0, y - 4.0}) + "h24m-7 -4v8m-4 0v-8",
                     svg_pen(palette::ink, 1.0));
-        note("longer than drawn: " +
-             grouped(static_cast<std::uint64_t>(notes.cut_whiskers), "\u2009"));
+        note("longer than drawn: " + grouped(static_cast<std::uint64_t>(notes.cut_whiskers), ","));
     }
 }
 
@@ -260,8 +262,7 @@ void draw_histogram(SvgCanvas& canvas, const CanvasBox& area,
     }
     canvas.text({plot.left + wide * (static_cast<double>(tallest - bars.counts.begin()) + 0.5),
                  plot.top + 0.12 * plot.height - 4.0},
-                grouped(static_cast<std::uint64_t>(*tallest), "\u2009"), small, Anchor::middle,
-                soft);
+                grouped(static_cast<std::uint64_t>(*tallest), ","), small, Anchor::middle, soft);
     draw_axis(canvas, plot, bars, unit);
     const double range = bars.step * static_cast<double>(bars.counts.size());
     const auto draw_limit = [&](double limit, Anchor anchor, double aside) {

@@ -3,6 +3,7 @@
 
 #include "inspect/picture/deviation_histogram.h"
 #include "inspect/picture/deviation_scale.h"
+#include "inspect/picture/report_head.h"
 #include "inspect/picture/svg_canvas.h"
 
 #include <cstdint>
@@ -20,18 +21,14 @@ struct LegendNotes {
     std::string outwards = "outwards: material in excess"; ///< of the drawn offsets; empty for none
 };
 
-/// The title, the line below it, and the verdict in a box.
-void draw_header(SvgCanvas& canvas, const std::string& title, const std::string& below,
-                 const Summary& summary);
-
-/// The end of a long path, which says more than its beginning.
-std::string shown_path(const std::string& path);
+/// The title, the line below it, the verdict in a box, and the lines of the head. Returns the top
+/// of what follows.
+double draw_header(SvgCanvas& canvas, const ReportHead& head);
 
 /// A heading over a rule, at the top of an area.
 void draw_heading(SvgCanvas& canvas, const CanvasBox& area, const std::string& content);
 
-void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const Summary& summary,
-                  const DeviationUnit& unit);
+void draw_figures(SvgCanvas& canvas, const CanvasBox& area, const std::vector<FigureLine>& figures);
 
 /// The data for the legend.
 double legend_height(const LegendNotes& notes);

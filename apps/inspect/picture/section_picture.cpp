@@ -10,7 +10,6 @@
 namespace velm::inspect {
 namespace {
 
-using palette::below_header;
 using palette::border;
 
 // The places of the parts of the page: a flat section is above its figures, an upright one beside
@@ -19,19 +18,24 @@ struct Layout {
     CanvasBox drawing, figures, histogram, legend;
 };
 
-Layout lay_out(const Outline& outline) {
+Layout lay_out(const Outline& outline, double below_header) {
     const ERMinimax2D box = outline.box();
     const double bottom = SvgCanvas::height - palette::foot;
     if (box.ylength() > 0.55 * box.xlength()) {
         constexpr double left = palette::column_left, wide = SvgCanvas::width - border - left;
+        // The legend is highest; the distribution has what is left.
+        constexpr double figures = 236.0, legend = 216.0, gap = 10.0;
+        const double legend_top = bottom - legend;
         return {{border, below_header, left - border - palette::column_gap, bottom - below_header},
-                {left, below_header, wide, 236.0},
-                {left, below_header + 246.0, wide, 192.0},
-                {left, below_header + 458.0, wide, bottom - below_header - 458.0}};
+                {left, below_header, wide, figures},
+                {left, below_header + figures + gap, wide,
+                 legend_top - 2.0 * gap - below_header - figures},
+                {left, legend_top, wide, legend}};
     }
     const double wide = SvgCanvas::width - 2.0 * border;
     const double needed = SectionDrawing::height_for(box, wide);
-    const double top = std::clamp(below_header + needed + 22.0, 444.0, 532.0);
+    const double top = std::clamp(below_header + needed + 22.0, 444.0,
+                                  532.0 + (below_header - palette::below_header) / 4.0);
     const double high = bottom - top;
     return {{border, below_header, wide, top - 22.0 - below_header},
             {border, top, 270.0, high},
@@ -43,41 +47,45 @@ Layout lay_out(const Outline& outline) {
 
 SectionPicture::SectionPicture(const SectionHead& head, const Outline& outline)
     : head_(head), outline_(outline), tolerance_(head.tolerance), envelope_(outline) {
-    notes_.has_tolerance = head.tolerance.has_value();
+    notes_.has_tolerance = head.is_judged();
 }
 
 void SectionPicture::add(const SectionRow& row) {
+    if (!row.is_assigned) return;
     const bool out = row.in_tolerance == false;
-    if (out) ++(row.deviation > tolerance_->upper ? notes_.above : notes_.below);
+    if (out) {
+        const std::optional<Tolerance>& band = row.limits ? row.limits : tolerance_;
+        ++(row.deviation > band->upper ? notes_.above : notes_.below);
+    }
     envelope_.add(row);
     histogram_.add(row.deviation);
-    if (count_ < most_whiskers || out)
-        points_.push_back({count_ < most_named ? row.id : std::string(), row.comparison.foot,
-                           row.comparison.outward, row.deviation});
+    if (count_ < most_whiskers || out) {
+        points_.push_back({row, row.comparison.foot, row.comparison.outward});
+        if (count_ >= most_named) points_.back().id = {};
+    }
     ++count_;
     if (count_ == most_named + 1)
         for (DrawnPoint& point : points_)
             point.id = {};
     if (count_ == most_whiskers + 1)
-        std::erase_if(points_, [&](const DrawnPoint& point) {
-            return !tolerance_ || tolerance_->contains(point.deviation);
-        });
+        std::erase_if(points_, [](const DrawnPoint& point) { return point.in_tolerance != false; });
 }
 
 std::vector<SectionRow> SectionPicture::rows_to_name(const std::vector<SectionRow>& worst) const {
     std::vector<SectionRow> rows;
     for (const SectionRow& row : worst)
-        if (row.in_tolerance != true && row.deviation != 0.0) rows.push_back(row);
+        if (row.is_assigned && row.in_tolerance != true && row.deviation != 0.0)
+            rows.push_back(row);
     return rows;
 }
 
-SectionPicture::Look SectionPicture::look() const {
+SectionPicture::Look SectionPicture::look(int decimals) const {
     std::vector<DeviationHistogram::Cell> cells = histogram_.cells();
     const double reference = reference_deviation(cells, tolerance_);
     const DeviationScale scale(tolerance_, reference);
     const double largest =
         std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference});
-    return {std::move(cells), reference, scale, DeviationUnit(largest)};
+    return {std::move(cells), reference, scale, DeviationUnit(largest, decimals)};
 }
 
 std::string SectionPicture::title() const {
@@ -101,16 +109,13 @@ LegendNotes SectionPicture::draw(SvgCanvas& canvas, const CanvasBox& area, const
     return notes;
 }
 
-std::string SectionPicture::svg(const Summary& summary,
+std::string SectionPicture::svg(const ReportHead& head, const Summary& summary, int decimals,
                                 const std::vector<SectionRow>& worst) const {
-    const Look look = this->look();
-    const Layout layout = lay_out(outline_);
-    SvgCanvas canvas(head_.title.empty() ? "Section" : head_.title,
-                     "Deviations of " + head_.measured + " from " + head_.nominal);
-    draw_header(canvas, title(),
-                shown_path(head_.measured) + " against " + shown_path(head_.nominal), summary);
+    const Look look = this->look(decimals);
+    SvgCanvas canvas(head.title, "Deviations of " + head.subtitle);
+    const Layout layout = lay_out(outline_, draw_header(canvas, head));
     const LegendNotes notes = draw(canvas, layout.drawing, look, worst, "");
-    draw_figures(canvas, layout.figures, summary, look.unit);
+    draw_figures(canvas, layout.figures, figure_lines(summary, decimals));
     draw_histogram(canvas, layout.histogram, look.cells, look.scale, tolerance_.has_value(),
                    look.unit);
     draw_legend(canvas, layout.legend, look.scale, notes, look.unit);
@@ -129,8 +134,8 @@ PagePictures::Drawing SectionPicture::page_drawing(double width, const Look& loo
     return {canvas.finish(), page_legend(look.scale, notes, look.unit)};
 }
 
-PagePictures SectionPicture::page(const std::vector<SectionRow>& worst) const {
-    const Look look = this->look();
+PagePictures SectionPicture::page(int decimals, const std::vector<SectionRow>& worst) const {
+    const Look look = this->look(decimals);
     return {page_drawing(PagePictures::wide_width, look, worst, "wide-"),
             page_drawing(PagePictures::narrow_width, look, worst, "narrow-"),
             page_distribution(look.cells, look.scale, tolerance_.has_value(), look.unit)};

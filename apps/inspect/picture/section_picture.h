@@ -24,8 +24,9 @@ public:
     void add(const SectionRow& row);
     /// The picture as SVG, or the pictures of a page. `worst` are the rows to be named, the worst
     /// first.
-    std::string svg(const Summary& summary, const std::vector<SectionRow>& worst) const;
-    PagePictures page(const std::vector<SectionRow>& worst) const;
+    std::string svg(const ReportHead& head, const Summary& summary, int decimals,
+                    const std::vector<SectionRow>& worst) const;
+    PagePictures page(int decimals, const std::vector<SectionRow>& worst) const;
 
 private:
     // The data for the drawing from all rows together.
@@ -38,7 +39,7 @@ private:
     static constexpr std::size_t most_whiskers = 5000;
     static constexpr std::size_t most_named = 1000;
 
-    Look look() const;
+    Look look(int decimals) const;
     LegendNotes draw(SvgCanvas& canvas, const CanvasBox& area, const Look& look,
                      const std::vector<SectionRow>& worst, std::string_view name_prefix) const;
     PagePictures::Drawing page_drawing(double width, const Look& look,

@@ -11,6 +11,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <vector>
 
 namespace velm::inspect {
@@ -148,7 +149,7 @@ private:
 
     void draw_point(const TargetRow& row) {
         const CanvasPoint at = view_.place(row.target.target_point()), end = whisker(row);
-        const std::string color(DeviationScale::color(scale_.class_of(row.deviation)));
+        const std::string color(DeviationScale::color(scale_.class_of(row)));
         canvas_.raw("<g><title>" +
                     xml_text(clipped(terminal_text(row.id), 60) + ": " +
                              DeviationUnit(std::fabs(row.deviation)).whole_text(row.deviation, 2)) +
@@ -189,11 +190,43 @@ private:
     double magnification_ = 1.0;
 };
 
+// The worst row of each cell of space: very many points are all shown, binned.
+std::vector<const TargetRow*> worst_of_cells(std::span<const TargetRow> rows) {
+    constexpr double cells = 64.0; // along the longest side of the points' box
+    std::array<double, 3> low, high;
+    low.fill(std::numeric_limits<double>::infinity());
+    high.fill(-std::numeric_limits<double>::infinity());
+    for (const TargetRow& row : rows)
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const double at = coordinates(row.target.target_point())[axis];
+            low[axis] = std::min(low[axis], at);
+            high[axis] = std::max(high[axis], at);
+        }
+    const double longest = std::max({high[0] - low[0], high[1] - low[1], high[2] - low[2]});
+    const double size = longest > 0.0 ? longest / cells : 1.0;
+    std::map<std::array<int, 3>, const TargetRow*> worst;
+    for (const TargetRow& row : rows) {
+        std::array<int, 3> cell{};
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            cell[axis] =
+                static_cast<int>((coordinates(row.target.target_point())[axis] - low[axis]) / size);
+        const auto [at, is_new] = worst.try_emplace(cell, &row);
+        if (!is_new && row.severity > at->second->severity) at->second = &row;
+    }
+    std::vector<const TargetRow*> kept;
+    for (const auto& [cell, row] : worst)
+        kept.push_back(row);
+    return kept;
+}
+
 // The rows to draw, the worst last.
 std::vector<const TargetRow*> drawn_rows(std::span<const TargetRow> rows) {
     std::vector<const TargetRow*> drawn;
-    for (const TargetRow& row : rows)
-        if (rows.size() <= most_points || row.in_tolerance == false) drawn.push_back(&row);
+    if (rows.size() > most_points)
+        drawn = worst_of_cells(rows);
+    else
+        for (const TargetRow& row : rows)
+            drawn.push_back(&row);
     std::stable_sort(drawn.begin(), drawn.end(), [](const TargetRow* a, const TargetRow* b) {
         return a->severity < b->severity;
     });
@@ -202,49 +235,101 @@ std::vector<const TargetRow*> drawn_rows(std::span<const TargetRow> rows) {
     return drawn;
 }
 
-LegendNotes legend_notes(std::span<const TargetRow> rows,
-                         const std::optional<Tolerance>& tolerance) {
+LegendNotes legend_notes(std::span<const TargetRow> rows, const Summary& summary) {
     LegendNotes notes;
-    notes.has_tolerance = tolerance.has_value();
+    notes.has_tolerance = summary.is_judged();
     bool has_normals = false;
     for (const TargetRow& row : rows) {
         ERVector3D normal;
         has_normals |= row.target.get_surface_normal(normal) != 0;
-        if (row.in_tolerance == false)
-            ++(row.deviation > tolerance->upper ? notes.above : notes.below);
+        if (row.in_tolerance == false) {
+            const std::optional<Tolerance>& band = row.limits ? row.limits : summary.tolerance;
+            ++(row.deviation > band->upper ? notes.above : notes.below);
+        }
     }
     notes.outwards =
         has_normals ? "along the normals, magnified" : "towards the measured points, magnified";
     return notes;
 }
 
+// What all pictures of the rows share.
+class TargetPictures {
+public:
+    TargetPictures(std::span<const TargetRow> rows, const Summary& summary, int decimals)
+        : rows_(rows), summary_(summary), drawn_(drawn_rows(rows)), cells_([&] {
+              DeviationHistogram histogram;
+              for (const TargetRow& row : rows)
+                  histogram.add(row.deviation);
+              return histogram.cells();
+          }()),
+          reference_(reference_deviation(cells_, summary.tolerance)),
+          scale_(summary.tolerance, reference_),
+          unit_(std::max({std::fabs(scale_.lower()), std::fabs(scale_.upper()), reference_}),
+                decimals) {}
+
+    std::string drawing(double width) const {
+        const std::string note = drawn_.size() == rows_.size()
+                                     ? ""
+                                     : "; the worst of each place, " + grouped(drawn_.size(), ",") +
+                                           " of " + grouped(rows_.size(), ",") + " points";
+        TargetDrawing drawing(rows_, width, scale_, unit_, reference_);
+        drawing.draw(drawn_);
+        drawing.draw_footer(note);
+        return drawing.finish();
+    }
+    std::string legend() const { return page_legend(scale_, legend_notes(rows_, summary_), unit_); }
+    std::string distribution() const {
+        return page_distribution(cells_, scale_, summary_.tolerance.has_value(), unit_);
+    }
+    // The column beside a drawing on a sheet.
+    void draw_column(SvgCanvas& canvas, double top, const std::vector<FigureLine>& figures) const {
+        constexpr double left = palette::column_left,
+                         wide = SvgCanvas::width - palette::border - left;
+        constexpr double high = 290.0, legend = 150.0, gap = 12.0;
+        const double bottom = SvgCanvas::height - palette::foot;
+        draw_figures(canvas, {left, top, wide, high}, figures);
+        draw_histogram(canvas,
+                       {left, top + high + gap, wide, bottom - legend - 2.0 * gap - top - high},
+                       cells_, scale_, summary_.tolerance.has_value(), unit_);
+        draw_legend(canvas, {left, bottom - legend, wide, legend}, scale_,
+                    legend_notes(rows_, summary_), unit_);
+    }
+
+private:
+    std::span<const TargetRow> rows_;
+    const Summary& summary_;
+    std::vector<const TargetRow*> drawn_;
+    std::vector<DeviationHistogram::Cell> cells_;
+    double reference_;
+    DeviationScale scale_;
+    DeviationUnit unit_;
+};
+
 } // namespace
 
-PagePictures target_pictures(std::span<const TargetRow> rows,
-                             const std::optional<Tolerance>& tolerance) {
-    DeviationHistogram histogram;
-    for (const TargetRow& row : rows)
-        histogram.add(row.deviation);
-    const std::vector<DeviationHistogram::Cell> cells = histogram.cells();
-    const double reference = reference_deviation(cells, tolerance);
-    const DeviationScale scale(tolerance, reference);
-    const DeviationUnit unit(
-        std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference}));
+PagePictures target_pictures(std::span<const TargetRow> rows, const Summary& summary,
+                             int decimals) {
+    const TargetPictures pictures(rows, summary, decimals);
+    return {{pictures.drawing(PagePictures::wide_width), pictures.legend()},
+            {pictures.drawing(PagePictures::narrow_width), pictures.legend()},
+            pictures.distribution()};
+}
 
-    const std::vector<const TargetRow*> drawn = drawn_rows(rows);
-    const std::string note =
-        drawn.size() == rows.size()
-            ? ""
-            : "; " + grouped(drawn.size(), ",") + " of " + grouped(rows.size(), ",") + " points";
-    const std::string legend = page_legend(scale, legend_notes(rows, tolerance), unit);
-    const auto draw = [&](double width) {
-        TargetDrawing drawing(rows, width, scale, unit, reference);
-        drawing.draw(drawn);
-        drawing.draw_footer(note);
-        return PagePictures::Drawing{drawing.finish(), legend};
-    };
-    return {draw(PagePictures::wide_width), draw(PagePictures::narrow_width),
-            page_distribution(cells, scale, tolerance.has_value(), unit)};
+std::string target_svg(std::span<const TargetRow> rows, const Summary& summary, int decimals,
+                       const ReportHead& head, const std::vector<FigureLine>& figures) {
+    const TargetPictures pictures(rows, summary, decimals);
+    constexpr double border = palette::border,
+                     wide = palette::column_left - border - palette::column_gap;
+    SvgCanvas canvas(head.title, head.subtitle);
+    const double top = draw_header(canvas, head);
+    // The drawing is a picture of its own within the sheet.
+    const std::string start = "<svg ";
+    canvas.raw(start + "x=\"" + svg_number(border) + "\" y=\"" + svg_number(top) + "\" width=\"" +
+               svg_number(wide) + "\" height=\"" +
+               svg_number(SvgCanvas::height - palette::foot - top) + "\" " +
+               pictures.drawing(wide).substr(start.size()));
+    pictures.draw_column(canvas, top, figures);
+    return canvas.finish();
 }
 
 } // namespace velm::inspect

@@ -7,14 +7,19 @@
 
 #include <optional>
 #include <span>
+#include <string>
+#include <vector>
 
 namespace velm::inspect {
 
 /// Points at the nominal places, seen along the axis that shows most of them, with the deviation as
 /// a whisker along the normal if the view shows that, or for a direct target towards the measured
 /// point, magnified by a round factor; coloured by the deviation, the worst above the others and
-/// named. Above 5,000 points those in tolerance are left out.
-PagePictures target_pictures(std::span<const TargetRow> rows,
-                             const std::optional<Tolerance>& tolerance);
+/// named. Of more than 5,000 points the worst of each place is drawn.
+PagePictures target_pictures(std::span<const TargetRow> rows, const Summary& summary, int decimals);
+
+/// The same as a picture on one sheet.
+std::string target_svg(std::span<const TargetRow> rows, const Summary& summary, int decimals,
+                       const ReportHead& head, const std::vector<FigureLine>& figures);
 
 } // namespace velm::inspect

@@ -51,8 +51,10 @@ private:
 
 } // namespace
 
-CsvReport::CsvReport(Output& output, const Described& row)
+CsvReport::CsvReport(Output& output, const Described& row, const std::vector<NamedText>& info)
     : output_(output), on_terminal_(output.is_terminal()) {
+    for (const NamedText& said : info)
+        output_.write(terminal_text("# " + said.name + "=" + said.text) + '\n');
     row.each_late_last([&](const Field& field, const FieldValue&) {
         if (field.shown == Shown::nowhere) return;
         for (int component = 0; component < field.components(); ++component)

@@ -5,6 +5,7 @@
 #include "velm/inspection/field.h"
 
 #include <string>
+#include <vector>
 
 namespace velm::inspect {
 
@@ -12,8 +13,9 @@ namespace velm::inspect {
 /// value as an empty cell. Late fields come last, so that a new one moves no column.
 class CsvReport {
 public:
-    /// `row` is any row, even an empty one: its fields make the header.
-    CsvReport(Output& output, const Described& row);
+    /// `row` is any row, even an empty one: its fields make the header. What the user said stands
+    /// in lines "# name=text" before that.
+    CsvReport(Output& output, const Described& row, const std::vector<NamedText>& info = {});
     void add(const Described& row);
 
 private:

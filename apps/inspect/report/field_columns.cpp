@@ -101,10 +101,10 @@ std::string rows_text(std::span<const Described> rows, int decimals) {
     std::vector<std::vector<std::string>> lines;
     for (const Described& row : rows)
         lines.push_back(cells_of(row, decimals));
-    // There is no column for a judgement that no row has.
+    // There is no column for what no row has.
     std::vector<std::size_t> shown;
     for (std::size_t c = 0; c < columns.size(); ++c)
-        if (columns[c].type != FieldType::truth ||
+        if (columns[c].field == "id" ||
             std::any_of(lines.begin(), lines.end(), [&](const auto& l) { return !l[c].empty(); }))
             shown.push_back(c);
 

@@ -1,10 +1,10 @@
 #include "inspect/report/fit_outputs.h"
 
-#include "inspect/base/number_text.h"
-#include "inspect/base/table.h"
-#include "inspect/base/text_escape.h"
 #include "inspect/picture/fit_lines.h"
 #include "inspect/picture/fit_picture.h"
+#include "velm/version.h"
+
+#include <utility>
 
 namespace velm::inspect {
 
@@ -17,38 +17,33 @@ Figures FitOutputs::figures() const {
     return figures;
 }
 
-int FitOutputs::decimals() const { return fit_decimals(result_); }
+ReportHead FitOutputs::report_head() const { return fit_head(result_); }
 
-std::string FitOutputs::svg() const { return fit_svg(result_, points_, head().measured); }
+std::vector<FigureLine> FitOutputs::figure_lines() const { return fit_figures(result_); }
 
-std::string FitOutputs::text_below() const {
-    const Summary& summary = this->summary();
-    const RunningStatistics& deviations = summary.deviations;
-    const std::uint64_t count = deviations.count();
-    std::string text;
-    if (rows().shows_worst())
-        text = "(the " + std::to_string(rows().worst().size()) + " worst of " +
-               grouped(count, ",") + " points)\n";
-    Table table({{"", false}, {"", false}, {"", false}});
-    for (const auto& [name, value] : entity_lines(result_, decimals()))
-        table.add({name, value});
-    table.add({"points", grouped(count, ",")});
-    if (summary.tolerance) {
-        table.add({"tolerance", shortest(summary.tolerance->lower) + " to " +
-                                    shortest(summary.tolerance->upper)});
-        table.add({"in tolerance", grouped(summary.in_tolerance, ","),
-                   percent_text(summary.in_tolerance, count)});
-        table.add({"out of tolerance", grouped(summary.out_of_tolerance, ","),
-                   percent_text(summary.out_of_tolerance, count)});
-    }
-    table.add({"least residual", fixed(deviations.minimum(), decimals())});
-    table.add({"greatest residual", fixed(deviations.maximum(), decimals())});
-    table.add({"root mean square", fixed(deviations.rms(), decimals())});
-    table.add({"worst", fixed(summary.worst_deviation, decimals()), "id " + summary.worst_id});
-    return text + "\n" +
-           terminal_text("least-squares " + std::string(kind_name(result_.kind)) + " of " +
-                         head().measured) +
-           "\n" + table.text();
+std::string FitOutputs::svg() const { return fit_svg(result_, points_); }
+
+void FitOutputs::take(const FitRow& row) {
+    if (has_page()) page_rows_.add(row);
+}
+
+std::string FitOutputs::page() const {
+    const FitRow any;
+    const PageColumns columns(describe(any, head()), "residual", {});
+    ReportPage page;
+    page.head = report_head();
+    page.figures = figure_lines();
+    page.pictures = fit_pictures(result_, points_);
+    page.count = summary().count();
+    page.is_judged = summary().is_judged();
+    ReportPage::Points points{"Points", columns.headings(), {}};
+    for (const FitRow& row : page_rows_.in_order())
+        points.rows.push_back(
+            {row.id, columns.cells(describe(row, head()), decimals()), row.in_tolerance});
+    page.tables.push_back(std::move(points));
+    page.provenance = {{"Points", head().measured},
+                       {"Made by", "velm-inspect " VELM_VERSION_STRING}};
+    return page.html();
 }
 
 } // namespace velm::inspect

@@ -13,12 +13,15 @@ public:
 
 private:
     Figures figures() const override;
-    int decimals() const override;
+    ReportHead report_head() const override;
+    std::vector<FigureLine> figure_lines() const override;
+    void take(const FitRow& row) override;
     std::string svg() const override;
-    std::string text_below() const override;
+    std::string page() const override;
 
     const FitResult& result_;
     const FitPoints& points_;
+    WorstRows<FitRow> page_rows_;
 };
 
 } // namespace velm::inspect

@@ -8,6 +8,7 @@
 #include "inspect/report/csv_report.h"
 #include "inspect/report/field_columns.h"
 #include "inspect/report/json_report.h"
+#include "inspect/report/point_groups.h"
 #include "inspect/report/summary_table.h"
 #include "velm/inspection/summary.h"
 
@@ -22,7 +23,7 @@ namespace velm::inspect {
 /// summary and the reports. They depend only on the head, the rows and the kind's additions, so
 /// that an inspection read back from a file gives the same bytes. Throws `Failure`.
 ///
-/// A kind derives from it and gives its pictures and the texts below its table.
+/// A kind derives from it and gives its head for people and its pictures.
 template <class Row>
 class InspectionOutputs {
 public:
@@ -31,11 +32,13 @@ public:
     InspectionOutputs(std::string_view command, const Head& head, const OutputPaths& paths)
         : head_(head), quiet_(paths.quiet) {
         summary_.tolerance = head_.tolerance;
+        summary_.has_row_limits = head_.has_row_limits;
+        if (head_.has_features || head_.has_parts) groups_.emplace(head_);
         const Row any;
         if (Output* const json = outputs_.add_if_asked(paths.json))
             json_.emplace(*json, command, describe(head_));
         if (Output* const csv = outputs_.add_if_asked(paths.csv))
-            csv_.emplace(*csv, describe(any, head_));
+            csv_.emplace(*csv, describe(any, head_), head_.info);
         svg_ = outputs_.add_if_asked(paths.svg);
         html_ = outputs_.add_if_asked(paths.html);
     }
@@ -45,6 +48,7 @@ public:
 
     void add(const Row& row) {
         summary_.add(row);
+        if (groups_) groups_->add(row);
         rows_.add(row);
         if (json_) json_->add(describe(row, head_));
         if (csv_) csv_->add(describe(row, head_));
@@ -53,14 +57,22 @@ public:
     /// Writes the ends of the reports and commits all outputs.
     void finish() {
         const Figures figures = this->figures();
-        if (json_) json_->finish(describe(figures));
+        if (json_) {
+            if (groups_) json_->add_list("features", groups_->features(summary_.tolerance));
+            if (head_.has_parts) json_->add_list("parts", groups_->parts());
+            json_->finish(describe(figures));
+        }
         if (svg_ != nullptr) svg_->write(svg());
         if (html_ != nullptr) html_->write(page());
         if (Output* const table = outputs_.add_text(quiet_)) {
-            std::vector<Described> shown;
-            for (const Row& row : rows_.shown())
-                shown.push_back(describe(row, head_));
-            table->write(rows_text(shown, decimals()) + text_below());
+            const std::size_t worst = rows_.shows_worst() ? rows_.worst().size() : 0;
+            const std::string judged = rows_table(false), distances = rows_table(true);
+            const std::string groups =
+                groups_ ? groups_->text(summary_.tolerance, decimals()) : std::string();
+            table->write(groups + judged +
+                         (judged.empty() || distances.empty() ? "" : "\nwithout a normal:\n") +
+                         distances +
+                         summary_text(report_head(), figure_lines(), worst, summary_.count()));
         }
         outputs_.commit();
     }
@@ -70,20 +82,37 @@ public:
     OutputSet& set() { return outputs_; }
 
 protected:
+    Summary& gathered() { return summary_; }
     /// Gathers data of the rows for a kind's pictures and texts.
     virtual void take(const Row&) {}
     virtual Figures figures() const { return summary_.figures(); }
-    virtual int decimals() const { return table_decimals(summary_); }
+    virtual ReportHead report_head() const = 0;
+    virtual std::vector<FigureLine> figure_lines() const {
+        return inspect::figure_lines(summary_, decimals());
+    }
     virtual std::string svg() const { return {}; }
     virtual std::string page() const { return {}; }
-    virtual std::string text_below() const = 0;
+    int decimals() const { return shown_decimals(head_, summary_); }
 
     const Head& head() const { return head_; }
     const KeptRows<Row>& rows() const { return rows_; }
+    /// Features and parts, for a page.
+    std::vector<ReportPage::Points> group_tables() const {
+        return groups_ ? groups_->tables(summary_.tolerance, decimals())
+                       : std::vector<ReportPage::Points>();
+    }
     bool has_page() const { return html_ != nullptr; }
     bool has_picture() const { return svg_ != nullptr || has_page(); }
 
 private:
+    // The rows shown, of one kind of deviation.
+    std::string rows_table(bool is_distance) const {
+        std::vector<Described> shown;
+        for (const Row& row : rows_.shown())
+            if (row.is_distance == is_distance) shown.push_back(describe(row, head_));
+        return rows_text(shown, decimals());
+    }
+
     Head head_;
     OutputSet outputs_;
     bool quiet_;
@@ -93,6 +122,7 @@ private:
     Output* html_ = nullptr;
     KeptRows<Row> rows_;
     Summary summary_;
+    std::optional<PointGroups> groups_; // if the points name features or parts
 };
 
 } // namespace velm::inspect

@@ -40,6 +40,16 @@ public:
     void operator()(std::span<const std::string> texts) {
         append_list(texts, [&](const std::string& text) { (*this)(std::string_view(text)); });
     }
+    void operator()(std::span<const NamedText> texts) {
+        out_ += '{';
+        for (const NamedText& text : texts) {
+            if (&text != texts.data()) out_ += ',';
+            append_json_string(out_, text.name, ascii_);
+            out_ += ':';
+            append_json_string(out_, text.text, ascii_);
+        }
+        out_ += '}';
+    }
     void operator()(const Described& group) {
         out_ += '{';
         append_fields(group, 0);
@@ -102,6 +112,16 @@ void JsonReport::add(const Described& row) {
     output_.write(text_);
 }
 
+void JsonReport::begin_list(std::string_view name) {
+    lists_.append(",\n \"").append(name).append("\":[");
+}
+
+void JsonReport::add_to_list(const Described& subject) {
+    lists_ += lists_.back() == '[' ? "\n  {" : ",\n  {";
+    ValueWriter(lists_, ascii_).append_fields(subject, 0);
+    lists_ += '}';
+}
+
 void JsonReport::finish(const Described& figures) {
     text_ = "],\n";
     text_ += summary_start;
@@ -111,7 +131,7 @@ void JsonReport::finish(const Described& figures) {
     head_.each([&](const Field& field, const FieldValue& value) {
         if (field.late) writer.append_field(field, value, 1);
     });
-    text_ += "}\n";
+    text_ += lists_ + "}\n";
     output_.write(text_);
 }
 

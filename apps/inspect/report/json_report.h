@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velm::inspect {
 
@@ -20,8 +21,20 @@ public:
                std::string_view list = "points");
     void add(const Described& row);
     void finish(const Described& figures);
+    /// A list that comes after the summary.
+    template <class Subject>
+    void add_list(std::string_view name, const std::vector<Subject>& subjects) {
+        begin_list(name);
+        for (const Subject& subject : subjects)
+            add_to_list(describe(subject));
+        lists_ += subjects.empty() ? "]" : "\n ]";
+    }
 
 private:
+    void begin_list(std::string_view name);
+    void add_to_list(const Described& subject);
+
+    std::string lists_;
     Output& output_;
     Described head_;
     bool ascii_; // a terminal gets no control bytes

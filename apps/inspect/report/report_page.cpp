@@ -3,7 +3,6 @@
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/report/report_page_style.h"
-#include "inspect/report/summary_table.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -18,44 +17,32 @@ std::string element(std::string_view name, std::string_view content,
     return out + ">" + xml_text(content) + "</" + std::string(name) + ">";
 }
 
-std::string verdict(const Summary& summary) {
-    const std::string all = grouped(summary.deviations.count(), ",");
-    if (!summary.tolerance)
-        return "<p class=\"verdict\">" + all + " points, no tolerance given</p>\n";
-    if (summary.out_of_tolerance == 0)
-        return "<p class=\"verdict good\">All " + all + " points in tolerance</p>\n";
-    return "<p class=\"verdict bad\">" + grouped(summary.out_of_tolerance, ",") + " of " + all +
-           " points out of tolerance</p>\n";
+std::string definitions(std::string_view name, const HeadLines& lines) {
+    if (lines.empty()) return {};
+    std::string out = "<dl class=\"" + std::string(name) + "\">\n";
+    for (const auto& [term, value] : lines)
+        out += "<div>" + element("dt", capitalised(terminal_text(term))) +
+               element("dd", terminal_text(value)) + "</div>\n";
+    return out + "</dl>\n";
 }
 
-std::string figures(const Summary& summary) {
-    const RunningStatistics& deviations = summary.deviations;
-    const int decimals = table_decimals(summary);
-    std::string out = "<dl class=\"figures\">\n";
-    const auto add = [&](std::string_view name, const std::string& value) {
-        out += "<div>" + element("dt", name) + element("dd", value) + "</div>\n";
-    };
-    const auto add_number = [&](std::string_view name, double value) {
-        add(name, fixed(value, decimals));
-    };
-    add("Points", grouped(deviations.count(), ","));
-    if (summary.tolerance) {
-        add("Tolerance",
-            shortest(summary.tolerance->lower) + " to " + shortest(summary.tolerance->upper));
-        add("In tolerance", grouped(summary.in_tolerance, ",") + " (" +
-                                percent_text(summary.in_tolerance, deviations.count()) + ")");
-        add("Out of tolerance", grouped(summary.out_of_tolerance, ",") + " (" +
-                                    percent_text(summary.out_of_tolerance, deviations.count()) +
-                                    ")");
+std::string verdict(const Verdict& verdict) {
+    const char* const kind = verdict.kind == Verdict::none   ? "verdict"
+                             : verdict.kind == Verdict::good ? "verdict good"
+                                                             : "verdict bad";
+    return element("p", verdict.sentence, "class=\"" + std::string(kind) + "\"") + "\n";
+}
+
+std::string figures(const std::vector<FigureLine>& lines) {
+    HeadLines shown;
+    for (const FigureLine& line : lines) {
+        const bool is_id = line.note.starts_with("id ");
+        const std::string note = is_id               ? ", " + clipped(terminal_text(line.note), 43)
+                                 : line.note.empty() ? ""
+                                                     : " (" + line.note + ")";
+        shown.emplace_back(line.name, line.value + note);
     }
-    add_number("Least deviation", deviations.minimum());
-    add_number("Greatest deviation", deviations.maximum());
-    add_number("Mean", deviations.mean());
-    add_number("Standard deviation", deviations.standard_deviation());
-    add_number("Root mean square", deviations.rms());
-    add("Worst", fixed(summary.worst_deviation, decimals) + ", id " +
-                     clipped(terminal_text(summary.worst_id), 40));
-    return out + "</dl>\n";
+    return definitions("figures", shown);
 }
 
 // Pressed one at a time, by the script.
@@ -71,31 +58,34 @@ std::string filter(const std::vector<ReportPage::Row>& rows) {
     };
     button("", "all", rows.size());
     button("out", "out of tolerance", out);
-    button("in", "in tolerance", rows.size() - out);
+    const auto in = static_cast<std::uint64_t>(
+        std::count_if(rows.begin(), rows.end(),
+                      [](const ReportPage::Row& row) { return row.in_tolerance == true; }));
+    button("in", "in tolerance", in);
     return markup + "</p>\n";
 }
 
-std::string table_head(const ReportPage& page, bool judged) {
+std::string table_head(const ReportPage::Points& points, bool judged) {
     std::string out = "<thead><tr><th scope=\"col\">id</th>";
-    for (const std::string& column : page.columns) {
+    for (const std::string& column : points.columns) {
         out += element("th", column, "scope=\"col\"");
-        if (judged && &column == &page.columns.front()) out += "<th scope=\"col\">tolerance</th>";
+        if (judged && &column == &points.columns.front()) out += "<th scope=\"col\">tolerance</th>";
     }
     return out + "</tr></thead>\n";
 }
 
-std::string table(const ReportPage& page, const Summary& summary) {
-    const bool judged = summary.tolerance.has_value();
-    const std::uint64_t count = summary.deviations.count();
-    std::string out = "<h2>Points</h2>\n";
-    if (page.rows.size() < count)
-        out += "<p>The " + grouped(page.rows.size(), ",") + " worst of " + grouped(count, ",") +
-               " points.</p>\n";
-    if (judged) out += filter(page.rows);
-    out += "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"Table of the "
-           "points\"><table>" +
-           table_head(page, judged) + "<tbody>\n";
-    for (const ReportPage::Row& row : page.rows) {
+std::string table(const ReportPage::Points& points, bool judged, bool has_filter) {
+    std::string out = element("h2", points.heading) + "\n";
+    if (judged && has_filter) out += filter(points.rows);
+    out += "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"" + points.heading +
+           "\"><table>" + table_head(points, judged) + "<tbody>\n";
+    std::vector<const ReportPage::Row*> rows; // out of tolerance first
+    for (const ReportPage::Row& row : points.rows)
+        rows.push_back(&row);
+    std::stable_partition(rows.begin(), rows.end(),
+                          [](const ReportPage::Row* row) { return row->in_tolerance == false; });
+    for (const ReportPage::Row* const shown : rows) {
+        const ReportPage::Row& row = *shown;
         const char* const word = !row.in_tolerance ? "" : *row.in_tolerance ? "in" : "out";
         out += judged ? "<tr class=\"" + std::string(word) + "\">" : "<tr>";
         out += element("th", terminal_text(row.id), "scope=\"row\"");
@@ -109,7 +99,8 @@ std::string table(const ReportPage& page, const Summary& summary) {
 }
 
 // The drawing, and beside each other its legend, the distribution and the figures.
-std::string drawings(const PagePictures& pictures, const Summary& summary) {
+std::string drawings(const ReportPage& page) {
+    const PagePictures& pictures = page.pictures;
     const auto both = [](const std::string& wide, const std::string& narrow) {
         return "<div class=\"wide\">" + wide + "</div>\n<div class=\"narrow\">" + narrow +
                "</div>\n";
@@ -117,24 +108,33 @@ std::string drawings(const PagePictures& pictures, const Summary& summary) {
     return "<figure class=\"drawing\">\n" + both(pictures.wide.picture, pictures.narrow.picture) +
            "</figure>\n<div class=\"beside\">\n<figure>\n" +
            both(pictures.wide.legend, pictures.narrow.legend) + "</figure>\n<figure>\n" +
-           pictures.distribution + "</figure>\n" + figures(summary) + "</div>\n";
+           pictures.distribution + "</figure>\n" + figures(page.figures) + "</div>\n";
 }
 
 } // namespace
 
-std::string ReportPage::html(const Summary& summary) const {
-    const std::string shown_title = xml_text(terminal_text(title));
+std::string ReportPage::html() const {
+    const std::string shown_title = xml_text(terminal_text(head.title));
     std::string out = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
                       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
                       "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" +
                       shown_title + "</title>\n<style>\n" + page_style +
                       "</style>\n</head>\n<body>\n<main>\n<h1>" + shown_title + "</h1>\n" +
-                      element("p", terminal_text(subtitle), "class=\"subtitle\"") + "\n" +
-                      verdict(summary) + drawings(pictures, summary) + table(*this, summary);
-    out += "<h2>Provenance</h2>\n<dl class=\"provenance\">\n";
-    for (const auto& [name, value] : provenance)
-        out += "<div>" + element("dt", name) + element("dd", terminal_text(value)) + "</div>\n";
-    return out + "</dl>\n</main>\n<script>\n" + page_script + "</script>\n</body>\n</html>\n";
+                      element("p", terminal_text(head.subtitle), "class=\"subtitle\"") + "\n" +
+                      verdict(head.verdict) + definitions("head", head.lines);
+    for (const Points& group : groups)
+        out += table(group, is_judged, false);
+    out += drawings(*this);
+    std::uint64_t shown = 0;
+    for (const Points& points : tables)
+        shown += points.rows.size();
+    if (shown < count)
+        out +=
+            "<p>The " + grouped(shown, ",") + " worst of " + grouped(count, ",") + " points.</p>\n";
+    for (const Points& points : tables)
+        out += table(points, is_judged, true);
+    out += "<h2>Provenance</h2>\n" + definitions("provenance", provenance);
+    return out + "</main>\n<script>\n" + page_script + "</script>\n</body>\n</html>\n";
 }
 
 } // namespace velm::inspect

@@ -38,7 +38,7 @@ svg [stroke="#cbd2d9"]{stroke:var(--line)}svg [stroke="#fff"]{stroke:var(--groun
 .beside{display:grid;grid-template-columns:repeat(auto-fit,minmax(17rem,1fr));gap:1.2rem 2rem;align-items:start}
 .beside svg{max-width:26rem;margin:0 auto}
 dl{margin:0}dl div{display:flex;justify-content:space-between;gap:1rem;border-bottom:1px solid var(--line);padding:.2rem 0}
-.figures{font-size:.9rem}
+.figures{font-size:.9rem}.head{max-width:44rem;margin-bottom:1.2rem;font-size:.9rem}
 dt{color:var(--soft);flex:none}dd{margin:0;text-align:right;font-variant-numeric:tabular-nums;overflow-wrap:anywhere}
 th,dd,h1,.subtitle{unicode-bidi:isolate}
 .scroll{overflow-x:auto}
@@ -59,6 +59,7 @@ thead th::before{position:absolute;margin-left:-.8em}
 .only-in tr.out,.only-out tr.in{display:none}
 .only-in tbody tr>*,.only-out tbody tr>*{background:var(--ground)}
 @media screen and (max-width:40rem){.wide{display:none}.narrow{display:block}th,td{padding:.35rem .5rem}th:first-child{max-width:9rem}}
+@page{margin:14mm 12mm 16mm;@bottom-right{content:counter(page) " / " counter(pages);font:8pt sans-serif}@bottom-left{content:"velm-inspect";font:8pt sans-serif}}
 @media print{body{font-size:10pt}main{max-width:none;padding:0}.filter{display:none}.scroll{overflow:visible}
 table{font-size:7.5pt}th,td{padding:.15rem .35rem}th:first-child{position:static}thead th::before,thead th::after,th button{display:none}
 figure,dl div{break-inside:avoid}h2{break-after:avoid}thead{display:table-header-group;break-inside:avoid}
@@ -67,7 +68,8 @@ figure,dl div{break-inside:avoid}h2{break-after:avoid}thead{display:table-header
 
 inline constexpr const char* page_script = R"js(
 (function(){
-var table=document.querySelector("table"),body=table.tBodies[0],heads=[].slice.call(table.tHead.rows[0].cells);
+[].slice.call(document.querySelectorAll(".scroll")).forEach(function(scroll){
+var table=scroll.querySelector("table"),body=table.tBodies[0],heads=[].slice.call(table.tHead.rows[0].cells);
 var rows=[].slice.call(body.rows),texts=new Intl.Collator(undefined,{numeric:true});
 function key(row,at){var text=row.cells[at].textContent,number=at===0?NaN:Number(text);return text===""?null:isNaN(number)?text:number;}
 function compare(a,b){return typeof a==="number"&&typeof b==="number"?a-b:texts.compare(a,b);}
@@ -91,8 +93,8 @@ heads.forEach(function(head,at){
   body.appendChild(all);
  };
 });
-var filter=document.querySelector(".filter");
-if(filter){
+var filter=scroll.previousElementSibling;
+if(filter&&filter.className==="filter"){
  filter.hidden=false;
  var buttons=[].slice.call(filter.querySelectorAll("button"));
  buttons.forEach(function(button){button.onclick=function(){
@@ -100,6 +102,7 @@ if(filter){
   buttons.forEach(function(other){other.setAttribute("aria-pressed",String(other===button));});
  };});
 }
+});
 })();
 )js";
 

@@ -1,7 +1,6 @@
 #include "inspect/report/section_outputs.h"
 
 #include "inspect/base/number_text.h"
-#include "inspect/report/alignment_report.h"
 #include "inspect/report/report_page.h"
 #include "velm/version.h"
 
@@ -12,8 +11,6 @@
 
 namespace velm::inspect {
 namespace {
-
-using Lines = std::vector<std::pair<std::string, std::string>>;
 
 std::string counted(std::size_t count, const char* what) {
     return grouped(count, ",") + " " + what + (count == 1 ? "" : "s");
@@ -36,7 +33,7 @@ std::string triple(double a, double b, double c) {
     return shortest(a) + ", " + shortest(b) + ", " + shortest(c);
 }
 
-void append_frame(Lines& lines, const SectionFrame& frame) {
+void append_frame(HeadLines& lines, const SectionFrame& frame) {
     const ERPoint3D origin = frame.origin();
     const ERVector3D normal = frame.normal(), axis = frame.first_axis();
     lines.emplace_back("Origin of the section", triple(origin.x(), origin.y(), origin.z()));
@@ -44,16 +41,13 @@ void append_frame(Lines& lines, const SectionFrame& frame) {
     lines.emplace_back("First axis", triple(axis.i(), axis.j(), axis.k()));
 }
 
-Lines provenance(const SectionHead& head, const Outline& outline) {
-    Lines lines{
+HeadLines provenance(const SectionHead& head, const Outline& outline) {
+    HeadLines lines{
         {"Nominal", head.nominal}, {"Outline", outline_text(outline)}, {"Measured", head.measured}};
     if (head.frame) append_frame(lines, *head.frame);
     if (head.max_height)
         lines.emplace_back("Greatest height off the plane", shortest(*head.max_height));
     lines.emplace_back("A positive deviation", "outside of the material");
-    if (head.alignment)
-        for (auto& line : alignment_lines(*head.alignment))
-            lines.push_back(std::move(line));
     lines.emplace_back("Made by", "velm-inspect " VELM_VERSION_STRING);
     return lines;
 }
@@ -62,7 +56,9 @@ Lines provenance(const SectionHead& head, const Outline& outline) {
 
 SectionOutputs::SectionOutputs(const SectionHead& head, const Outline& outline,
                                const OutputPaths& paths)
-    : InspectionOutputs("section", head, paths), outline_(outline), picture_(head, outline) {}
+    : InspectionOutputs("section", head, paths), outline_(outline), picture_(head, outline) {
+    gathered().may_be_unassigned = head.max_angle.has_value();
+}
 
 void SectionOutputs::take(const SectionRow& row) {
     ++places_[static_cast<std::size_t>(row.comparison.place)];
@@ -70,7 +66,31 @@ void SectionOutputs::take(const SectionRow& row) {
     if (has_picture()) picture_.add(row);
 }
 
-std::string SectionOutputs::svg() const { return picture_.svg(summary(), rows().worst()); }
+ReportHead SectionOutputs::report_head() const {
+    ReportHead shown;
+    shown.title = head().title.empty() ? "Section" : head().title;
+    shown.subtitle = head().measured + " against " + head().nominal;
+    shown.verdict = verdict_of(summary());
+    shown.lines = head_lines(head(), summary());
+    if (!head().title.empty()) shown.lines.emplace_back("title of the outline", head().title);
+    if (head().alignment)
+        for (auto& line : alignment_lines(*head().alignment))
+            shown.lines.push_back(std::move(line));
+    return shown;
+}
+
+std::vector<FigureLine> SectionOutputs::figure_lines() const {
+    const auto count = [&](OutlinePlace place) { return places_[static_cast<std::size_t>(place)]; };
+    return inspect::figure_lines(
+        summary(), decimals(),
+        {{"inside the material", count(OutlinePlace::inside)},
+         {"on the outline", count(OutlinePlace::on_edge) + count(OutlinePlace::on_vertex)},
+         {"outside of it", count(OutlinePlace::outside)}});
+}
+
+std::string SectionOutputs::svg() const {
+    return picture_.svg(report_head(), summary(), decimals(), rows().worst());
+}
 
 std::string SectionOutputs::page() const {
     std::vector<std::string_view> left_out;
@@ -78,27 +98,19 @@ std::string SectionOutputs::page() const {
     const SectionRow any;
     const PageColumns columns(describe(any, head()), "deviation", left_out);
     ReportPage page;
-    page.title = head().title.empty() ? "Section" : head().title;
-    page.subtitle = head().measured + " against " + head().nominal;
-    page.pictures = picture_.page(rows().worst());
-    page.columns = columns.headings();
+    page.head = report_head();
+    page.groups = group_tables();
+    page.figures = inspect::figure_lines(summary(), decimals());
+    page.pictures = picture_.page(decimals(), rows().worst());
+    page.count = summary().count();
+    page.is_judged = summary().is_judged();
+    ReportPage::Points points{"Points", columns.headings(), {}};
     for (const SectionRow& row : page_rows_.in_order())
-        page.rows.push_back(
+        points.rows.push_back(
             {row.id, columns.cells(describe(row, head()), decimals()), row.in_tolerance});
+    page.tables.push_back(std::move(points));
     page.provenance = provenance(head(), outline_);
-    return page.html(summary());
-}
-
-std::string SectionOutputs::text_below() const {
-    const auto count = [&](OutlinePlace place) { return places_[static_cast<std::size_t>(place)]; };
-    std::string text = summary_text(
-        summary(), rows().shows_worst() ? rows().worst().size() : 0,
-        head().measured + " against " + head().nominal,
-        {{"inside the material", count(OutlinePlace::inside)},
-         {"on the outline", count(OutlinePlace::on_edge) + count(OutlinePlace::on_vertex)},
-         {"outside of it", count(OutlinePlace::outside)}});
-    if (head().alignment) text += alignment_text(*head().alignment);
-    return text;
+    return page.html();
 }
 
 } // namespace velm::inspect

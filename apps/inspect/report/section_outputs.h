@@ -19,9 +19,10 @@ public:
 
 private:
     void take(const SectionRow& row) override;
+    ReportHead report_head() const override;
+    std::vector<FigureLine> figure_lines() const override;
     std::string svg() const override;
     std::string page() const override;
-    std::string text_below() const override;
 
     const Outline& outline_;
     SectionPicture picture_;

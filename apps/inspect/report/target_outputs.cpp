@@ -1,8 +1,8 @@
 #include "inspect/report/target_outputs.h"
 
+#include "inspect/base/number_text.h"
 #include "inspect/base/shown_rows.h"
 #include "inspect/picture/target_picture.h"
-#include "inspect/report/alignment_report.h"
 #include "inspect/report/report_page.h"
 #include "velm/version.h"
 
@@ -16,47 +16,72 @@ TargetOutputs::TargetOutputs(const TargetHead& head, const OutputPaths& paths)
     : InspectionOutputs("targets", head, paths) {}
 
 void TargetOutputs::take(const TargetRow& row) {
-    if (has_page()) page_rows_.push_back(row);
+    if (row.is_distance && row.target.measured_point().probe_diameter() > 0.0) ++balls_left_;
+    if (has_picture()) page_rows_.push_back(row);
 }
 
-// The judged values come first; columns without any value are left out.
-std::string TargetOutputs::page() const {
-    const bool has_normals =
-        std::any_of(page_rows_.begin(), page_rows_.end(),
-                    [](const TargetRow& row) { return row.target.is_compensated() != 0; });
+ReportHead TargetOutputs::report_head() const {
+    ReportHead shown;
+    shown.title = "Points against their nominal";
+    shown.subtitle = head().table_name() + ", each point against its nominal";
+    shown.verdict = verdict_of(summary());
+    shown.lines = head_lines(head(), summary());
+    if (const std::uint64_t skipped = head().skipped.value_or(0); skipped > 0)
+        shown.lines.emplace_back("rows that could not be used", grouped(skipped, ","));
+    if (balls_left_ > 0)
+        shown.lines.emplace_back("ball not taken off",
+                                 grouped(balls_left_, ",") +
+                                     (balls_left_ == 1 ? " point" : " points") +
+                                     " without a normal: the distance is that of the centre");
+    if (head().alignment)
+        for (auto& line : alignment_lines(*head().alignment))
+            shown.lines.push_back(std::move(line));
+    return shown;
+}
+
+// Points with a normal, or those without one: what is shown first is what they are judged by.
+ReportPage::Points TargetOutputs::points_of(const std::vector<TargetRow>& rows,
+                                            bool is_distance) const {
     std::vector<std::string_view> left_out;
-    if (!has_normals) left_out = {"deviation", "distance_on_plane"};
+    if (is_distance) left_out = {"deviation", "distance_on_plane"};
     const TargetRow any;
-    const PageColumns columns(describe(any, head()), has_normals ? "deviation" : "distance",
+    const PageColumns columns(describe(any, head()), is_distance ? "distance" : "deviation",
                               left_out);
+    ReportPage::Points points{is_distance && summary().signed_deviations.count() > 0
+                                  ? "Points without a normal"
+                                  : "Points",
+                              columns.headings(),
+                              {}};
+    points.columns[1] = "nominal x";
+    for (const TargetRow& row : rows)
+        if (row.is_distance == is_distance)
+            points.rows.push_back(
+                {row.id, columns.cells(describe(row, head()), decimals()), row.in_tolerance});
+    return points;
+}
+
+std::string TargetOutputs::svg() const {
+    return target_svg(page_rows_, summary(), decimals(), report_head(), figure_lines());
+}
+
+std::string TargetOutputs::page() const {
     WorstRows<TargetRow> worst;
     for (const TargetRow& row : page_rows_)
         worst.add(row);
-
+    const std::vector<TargetRow> rows = worst.in_order();
     ReportPage page;
-    page.title = "Points against their nominal";
-    page.subtitle = head().table_name();
-    page.pictures = target_pictures(page_rows_, summary().tolerance);
-    page.columns = columns.headings();
-    page.columns[1] = "nominal x";
-    for (const TargetRow& row : worst.in_order())
-        page.rows.push_back(
-            {row.id, columns.cells(describe(row, head()), decimals()), row.in_tolerance});
+    page.head = report_head();
+    page.groups = group_tables();
+    page.figures = figure_lines();
+    page.pictures = target_pictures(page_rows_, summary(), decimals());
+    page.count = summary().count();
+    page.is_judged = summary().is_judged();
+    for (const bool is_distance : {false, true})
+        if (ReportPage::Points points = points_of(rows, is_distance); !points.rows.empty())
+            page.tables.push_back(std::move(points));
     page.provenance = {{"Table", head().table_name()},
                        {"Made by", "velm-inspect " VELM_VERSION_STRING}};
-    if (const std::uint64_t skipped = head().skipped.value_or(0); skipped > 0)
-        page.provenance.emplace_back("Rows that could not be used", std::to_string(skipped));
-    if (head().alignment)
-        for (auto& line : alignment_lines(*head().alignment))
-            page.provenance.push_back(std::move(line));
-    return page.html(summary());
-}
-
-std::string TargetOutputs::text_below() const {
-    const std::string text =
-        summary_text(summary(), rows().shows_worst() ? rows().worst().size() : 0,
-                     head().table_name() + ", each point against its nominal");
-    return head().alignment ? text + alignment_text(*head().alignment) : text;
+    return page.html();
 }
 
 } // namespace velm::inspect

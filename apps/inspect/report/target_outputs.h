@@ -2,8 +2,10 @@
 #pragma once
 
 #include "inspect/report/inspection_outputs.h"
+#include "inspect/report/report_page.h"
 #include "velm/inspection/target_result.h"
 
+#include <cstdint>
 #include <vector>
 
 namespace velm::inspect {
@@ -15,10 +17,13 @@ public:
 
 private:
     void take(const TargetRow& row) override;
+    ReportHead report_head() const override;
+    std::string svg() const override;
     std::string page() const override;
-    std::string text_below() const override;
+    ReportPage::Points points_of(const std::vector<TargetRow>& rows, bool is_distance) const;
 
     std::vector<TargetRow> page_rows_;
+    std::uint64_t balls_left_ = 0; // points without a normal that were probed with a ball
 };
 
 } // namespace velm::inspect

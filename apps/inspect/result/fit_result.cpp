@@ -11,11 +11,14 @@ std::string_view kind_name(FitKind kind) {
 }
 
 FitHead FitResult::head() const {
-    FitHead head{measured,
-                 tolerance,
-                 std::nullopt,
-                 {kind, in_space, point, axis, radius, flatness_rms, steps, last_step}};
+    FitHead head;
+    static_cast<InspectionHead&>(head) = *this;
+    head.measured = measured;
+    head.entity = {kind, in_space, point, axis, radius, flatness_rms, steps, last_step};
     if (ball > 0.0) head.ball = Ball{ball, side};
+    head.form = form;
+    head.size = size;
+    head.position = position;
     return head;
 }
 
@@ -24,7 +27,7 @@ FitRow FitResult::row(const FitPoints& points, std::size_t index) const {
     row.id = points.ids[index];
     row.measured = points.places[index];
     row.deviation = residuals[index];
-    judge(row, tolerance);
+    judge(row, tolerance, Limits::both, slack(largest_coordinate));
     return row;
 }
 

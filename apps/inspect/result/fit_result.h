@@ -14,16 +14,31 @@
 
 namespace velm::inspect {
 
+/// A diameter, and the limits of its difference from that.
+struct NominalSize {
+    double nominal = 0.0;
+    Tolerance limits;
+};
+
+/// Where a circle's axis should be.
+struct NominalPlace {
+    ERPoint3D point; ///< z is 0 unless in_space
+    bool in_space = false;
+};
+
 /// Measured points to be fitted.
 struct FitPoints {
     std::vector<std::string> ids;
     std::vector<ERPoint3D> places; ///< z is 0 unless in_space
     bool in_space = false;
     std::optional<double> diameter; ///< of the ball, if the file has it
+    InspectionHead head;            ///< what the columns say
+    std::vector<std::string> notes; ///< sentences about the file
 };
 
-/// The fitted entity, corrected for the ball, and the residuals of the points.
-struct FitResult {
+/// The fitted entity, corrected for the ball, and the residuals of the points. The tolerance is the
+/// band of these.
+struct FitResult : InspectionHead {
     std::string measured; ///< name of the file
     FitKind kind = FitKind::plane;
     bool in_space = false;
@@ -35,18 +50,22 @@ struct FitResult {
     std::optional<double> flatness_rms; ///< of the points of a circle in space about its plane
     int steps = 0;                      ///< of the circle's iteration
     double last_step = 0.0;
-    std::optional<Tolerance> tolerance;
+    std::optional<Characteristic> form, size, position; ///< those that are judged
     std::vector<double> residuals;
     /// The place of each point in the picture: in the plane; along the line (x); from the centre.
     std::vector<ERPoint2D> places;
     Summary summary;
     double peak_to_valley = 0.0;
+    double largest_coordinate = 0.0; ///< of the points
 
     /// The head of a report, and its row for one point, with the residual as deviation.
     FitHead head() const;
     FitRow row(const FitPoints& points, std::size_t index) const;
     /// "flatness", "straightness" or "roundness".
     const char* form_name() const;
+    bool is_in_tolerance() const {
+        return summary.out_of_tolerance == 0 && head().is_in_tolerance();
+    }
 };
 
 /// "plane", "line" or "circle".

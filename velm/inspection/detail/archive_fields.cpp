@@ -8,17 +8,19 @@
 namespace velm::detail {
 namespace {
 
-constexpr std::size_t most_texts = 6; // freedoms of a motion in space
-
-// A value by its type. Where a subject lacks what its head calls for, its numbers are 0.
+// A value by its type. Where a subject lacks what its head calls for, its numbers are 0 and its
+// texts empty.
 struct ValueStore {
     CArchive& archive;
     const Field& field;
 
     void operator()(std::monostate) const {
-        const bool is_total = field.type == FieldType::total;
-        is_total ? (archive << ULONGLONG{0}, void())
-                 : store_numbers(archive, Coordinates{{}, field.components()}.view());
+        if (field.type == FieldType::total)
+            archive << ULONGLONG{0};
+        else if (field.type == FieldType::text)
+            store_text(archive, {});
+        else
+            store_numbers(archive, Coordinates{{}, field.components()}.view());
     }
     void operator()(bool truth) const { store_truth(archive, truth); }
     void operator()(std::uint64_t count) const {
@@ -44,6 +46,13 @@ struct ValueStore {
         for (const std::string& text : texts)
             store_text(archive, text);
     }
+    void operator()(std::span<const NamedText> texts) const {
+        store_count(archive, texts.size());
+        for (const NamedText& text : texts) {
+            store_text(archive, text.name);
+            store_text(archive, text.text);
+        }
+    }
     void operator()(const Described& group) const {
         ArchiveForm(group.fields()).store(archive, group);
     }
@@ -65,7 +74,8 @@ Matrix load_matrix(CArchive& archive) {
 }
 
 // The next value, assigned to the subject.
-void load_value(CArchive& archive, void* subject, const void* head, const Field& field) {
+void load_value(CArchive& archive, void* subject, const void* head, const Field& field,
+                int version) {
     const auto assign = [&](const FieldValue& value) {
         require(archive, field.assign(subject, value));
     };
@@ -103,23 +113,31 @@ void load_value(CArchive& archive, void* subject, const void* head, const Field&
     }
     case FieldType::texts: {
         const auto count = static_cast<std::size_t>(load_count(archive));
-        require(archive, count <= most_texts);
+        require(archive, count <= archive.bytes_left() / sizeof(DWORD));
         std::vector<std::string> texts(count);
         for (std::string& text : texts)
             text = load_text(archive);
         return assign(std::span<const std::string>(texts));
     }
+    case FieldType::named_texts: {
+        const auto count = static_cast<std::size_t>(load_count(archive));
+        require(archive, count <= archive.bytes_left() / (2 * sizeof(DWORD)));
+        std::vector<NamedText> texts(count);
+        for (NamedText& text : texts) {
+            text.name = load_text(archive);
+            text.text = load_text(archive);
+        }
+        return assign(std::span<const NamedText>(texts));
+    }
     case FieldType::group: {
         void* const part = field.part(subject);
-        return ArchiveForm(field.part_fields()).load(archive, part, part);
+        return ArchiveForm(field.part_fields(), version).load(archive, part, part);
     }
     case FieldType::path:
         break;
     }
     require(archive, false);
 }
-
-bool may_be_absent(const Field& field) { return field.optional && field.condition == nullptr; }
 
 } // namespace
 
@@ -186,9 +204,11 @@ void store_text(CArchive& archive, std::string_view text) {
     archive.put_bytes(whole.data(), whole.size());
 }
 
-ArchiveForm::ArchiveForm(std::span<const Field> fields, int first, int last) {
+ArchiveForm::ArchiveForm(std::span<const Field> fields, int version, int first, int last)
+    : version_(version) {
     for (const Field& field : fields)
-        if (field.archive != 0 && first <= field.archive && field.archive <= last)
+        if (field.archive != 0 && field.since <= version && first <= field.archive &&
+            field.archive <= last)
             fields_.push_back(&field);
     std::stable_sort(fields_.begin(), fields_.end(),
                      [](const Field* a, const Field* b) { return a->archive < b->archive; });
@@ -199,15 +219,15 @@ void ArchiveForm::store(CArchive& archive, const Described& described) const {
         if (!field->applies(described.head())) continue;
         const FieldValue value = field->value(described.subject(), described.head());
         const bool is_there = !std::holds_alternative<std::monostate>(value);
-        if (may_be_absent(*field)) store_truth(archive, is_there);
-        if (is_there || !may_be_absent(*field)) std::visit(ValueStore{archive, *field}, value);
+        if (field->may_be_absent()) store_truth(archive, is_there);
+        if (is_there || !field->may_be_absent()) std::visit(ValueStore{archive, *field}, value);
     }
 }
 
 void ArchiveForm::load(CArchive& archive, void* subject, const void* head) const {
     for (const Field* const field : fields_)
-        if (field->applies(head) && (!may_be_absent(*field) || load_truth(archive)))
-            load_value(archive, subject, head, *field);
+        if (field->applies(head) && (!field->may_be_absent() || load_truth(archive)))
+            load_value(archive, subject, head, *field, version_);
 }
 
 } // namespace velm::detail

@@ -2,8 +2,9 @@
 //
 // A truth is a byte, a count a DWORD below 2^31, a total a QWORD, a choice its number as a count, a
 // text a DWORD n and n bytes; numbers, coordinates and matrices are their doubles; texts are a
-// count and each text; a group is its fields. A field that may have no value, and has no condition,
-// is preceded by a truth.
+// count and each text, named texts a count and each name and text; a group is its fields. A field
+// that may have no value although its condition holds is preceded by a truth. An older version
+// lacks the fields that came after it.
 //
 // Failure: a CArchiveException* for what can't be right, such as a number that isn't finite, when
 // loading and when storing. A subject that was loaded in part is to be given up.
@@ -18,11 +19,14 @@
 
 namespace velm::detail {
 
+/// The version that is written.
+inline constexpr int newest_archive = 2;
+
 /// The fields of a description that an archive keeps, in their order there.
 class ArchiveForm {
 public:
-    /// Those with places from `first` to `last`.
-    explicit ArchiveForm(std::span<const Field> fields, int first = 1,
+    /// Those with places from `first` to `last` that the version has.
+    explicit ArchiveForm(std::span<const Field> fields, int version = newest_archive, int first = 1,
                          int last = std::numeric_limits<int>::max());
 
     /// Nothing is copied.
@@ -31,6 +35,7 @@ public:
 
 private:
     std::vector<const Field*> fields_;
+    int version_;
 };
 
 template <class Subject>
@@ -38,8 +43,8 @@ void store_subject(CArchive& archive, const Subject& subject) {
     ArchiveForm(fields_of<Subject>()).store(archive, describe(subject));
 }
 template <class Subject>
-void load_subject(CArchive& archive, Subject& subject) {
-    ArchiveForm(fields_of<Subject>()).load(archive, &subject, &subject);
+void load_subject(CArchive& archive, Subject& subject, int version) {
+    ArchiveForm(fields_of<Subject>(), version).load(archive, &subject, &subject);
 }
 
 /// Raises badIndex for what is wrong.

@@ -84,6 +84,19 @@ struct ValueForm<std::vector<std::string>> {
     }
 };
 
+template <>
+struct ValueForm<std::vector<NamedText>> {
+    static constexpr FieldType type = FieldType::named_texts;
+    static FieldValue value(const std::vector<NamedText>& member) {
+        return std::span<const NamedText>(member);
+    }
+    static bool assign(std::vector<NamedText>& member, const FieldValue& value) {
+        const auto* const given = std::get_if<std::span<const NamedText>>(&value);
+        if (given != nullptr) member.assign(given->begin(), given->end());
+        return given != nullptr;
+    }
+};
+
 /// An enumeration has a table of its names, choice_names(Enumeration), in the order of its numbers
 /// from 0.
 template <class T>
@@ -245,6 +258,15 @@ struct FieldList {
             return Set{}(*static_cast<Subject*>(subject), value);
         };
         return made;
+    }
+
+    /// A field whose value reports don't show where is_void(subject).
+    template <class IsVoid>
+    static constexpr Field unless(Field field, IsVoid) {
+        field.is_void = [](const void* subject) -> bool {
+            return IsVoid{}(*static_cast<const Subject*>(subject));
+        };
+        return field;
     }
 
     /// Conditions: whether the head has an optional part.

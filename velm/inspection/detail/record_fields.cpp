@@ -44,8 +44,19 @@ std::vector<std::string> lines_of(const std::string& text) {
     return lines;
 }
 
+// A line end and a backslash in a text, and an equals sign in a name, follow a backslash, the line
+// end as an n.
+std::string escaped(std::string_view text, bool is_name) {
+    std::string out;
+    for (const char c : text) {
+        if (c == '\\' || c == '\n' || (is_name && c == '=')) out += '\\';
+        out += c == '\n' ? 'n' : c;
+    }
+    return out;
+}
+
 bool may_be_absent(const Field& field) {
-    return (field.optional && field.condition == nullptr) ||
+    return field.may_be_absent() || field.since > 1 ||
            (field.type == FieldType::text && field.absent == Absent::omitted);
 }
 
@@ -76,9 +87,17 @@ struct ValuePut {
     }
     void operator()(std::span<const ERPoint2D>) const {} // no path is kept
     void operator()(std::span<const std::string> texts) const {
+        if (texts.empty() && may_be_absent(field)) return;
         std::string lines;
         for (const std::string& text : texts)
             lines += text + "\n";
+        put(record, field.key, lines);
+    }
+    void operator()(std::span<const NamedText> texts) const {
+        if (texts.empty()) return;
+        std::string lines;
+        for (const NamedText& text : texts)
+            lines += escaped(text.name, true) + "=" + escaped(text.text, false) + "\n";
         put(record, field.key, lines);
     }
     void operator()(const Described& group) const { put_fields(record, group); }
@@ -132,6 +151,10 @@ void with_value(const RecordProperties& properties, const Field& field, Assign a
         const std::vector<std::string> texts = lines_of(properties.text(key, field.name));
         return assign(std::span<const std::string>(texts));
     }
+    case FieldType::named_texts: {
+        const std::vector<NamedText> texts = named_texts(properties.text(key, field.name));
+        return assign(std::span<const NamedText>(texts));
+    }
     case FieldType::path:
     case FieldType::group:
         break;
@@ -145,6 +168,25 @@ bool is_used(std::span<const Field> fields, const void* head, RecordKey key) {
 }
 
 } // namespace
+
+std::vector<NamedText> named_texts(const std::string& text) {
+    std::vector<NamedText> texts;
+    for (const std::string& line : lines_of(text)) {
+        NamedText one;
+        std::string* part = &one.name;
+        for (std::size_t at = 0; at < line.size(); ++at) {
+            const bool is_escaped = line[at] == '\\' && at + 1 < line.size();
+            if (is_escaped)
+                *part += line[++at] == 'n' ? '\n' : line[at];
+            else if (line[at] == '=' && part == &one.name)
+                part = &one.text;
+            else
+                *part += line[at];
+        }
+        texts.push_back(std::move(one));
+    }
+    return texts;
+}
 
 t_SmartPtr<ERDBObject> new_record(const char* kind) {
     const t_SmartPtr<ERDBObject> record(new ERDBObject);

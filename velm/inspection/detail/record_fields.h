@@ -20,6 +20,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 namespace velm::detail {
 
@@ -69,6 +70,10 @@ private:
 
     const ERDBObject& record_;
 };
+
+/// The names and texts of lines name=text, in which a backslash stands before what would be
+/// mistaken.
+std::vector<NamedText> named_texts(const std::string& lines);
 
 /// Reads all fields that are kept and can be assigned. One whose condition doesn't hold must be
 /// absent.

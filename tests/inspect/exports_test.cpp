@@ -1,0 +1,129 @@
+// Measured tables as the programs of measuring machines export them.
+#include "inspect/workshop.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <tuple>
+
+namespace {
+
+using velm_test::Ended;
+using velm_test::Workshop;
+
+// The same two points in thirteen forms.
+constexpr std::tuple<const char*, const char*> forms[] = {
+    {"plain", "id,x,y,z\na,5,-0.02,1\nb,10.5,4,1\n"},
+    {"german", "Punkt;X-Wert;Y-Wert;Z-Wert\na;5;-0,02;1\nb;10,5;4;1\n"},
+    {"actual", "PointName,X_ACT,Y_ACT,Z_ACT\na,5,-0.02,1\nb,10.5,4,1\n"},
+    {"french", "Rep\xC3\xA8re;X mesur\xC3\xA9;Y mesur\xC3\xA9;Z mesur\xC3\xA9\na;5;-0,02;1\n"
+               "b;10,5;4;1\n"},
+    {"units", "Name\tX [mm]\tY [mm]\tZ [mm]\na\t5\t-0.02\t1\nb\t10.5\t4\t1\n"},
+    {"measured", "Id,MeasX,MeasY,MeasZ,Nom X,Nom Y\na,5,-0.02,1,5,0\nb,10.5,4,1,10,4\n"},
+    {"titled", "Report of 3 May\n# machine 7\n\nid,x,y,z\na,5,-0.02,1\nb,10.5,4,1\n"},
+    {"separator", "sep=;\nNr;X;Y;Z\na;5;-0.02;1\nb;10.5;4;1\n"},
+    {"quoted",
+     "\"id\",\"x\",\"y\",\"z\"\n\"a\",\"5,0\",\"-0,02\",\"1,0\"\n\"b\",\"10,5\",\"4,0\",\"1\"\n"},
+    {"blanks", "Id    X      Y   Z\na     5  -0.02   1\nb  10.5      4   1\n"},
+    {"three", "5 -0.02 1\n10.5 4 1\n"},
+    {"six", "5  -0.02  1  0 -1 0\n10.5 4 1 1 0 0\n"},
+    {"axes", "FEATURE,AXIS,NOMINAL,MEAS,+TOL,-TOL\na,X,5,5,.1,.1\na,Y,0,-0.02,.1,.1\n"
+             "a,Z,1,1,.1,.1\nb,X,10,10.5,.1,.1\nb,Y,4,4,.1,.1\nb,Z,1,1,.1,.1\n"}};
+
+TEST(Exports, AreReadAsTheyAreFound) {
+    const Workshop shop;
+    shop.write("square.dat", "m 0 0\nl 10 0\nl 10 10\nl 0 10\nz\n"); // small letters
+    for (const auto& [name, text] : forms) {
+        SCOPED_TRACE(name);
+        const std::string file = std::string(name) + ".csv";
+        shop.write(file, text);
+        const Ended run = shop.run("section square.dat " + file + " --tolerance .1 --json j.json");
+        EXPECT_EQ(run.code, 1) << run.error;
+        const auto report = shop.read_json("j.json");
+        ASSERT_EQ(report["points"].size(), 2u);
+        const bool has_ids = name != std::string("three") && name != std::string("six");
+        EXPECT_EQ(report["points"][1]["id"], has_ids ? "b" : "2");
+        EXPECT_NEAR(report["points"][0]["deviation"].get<double>(), 0.02, 1e-12);
+        EXPECT_NEAR(report["points"][1]["deviation"].get<double>(), 0.5, 1e-12);
+        if (name == std::string("units")) {
+            EXPECT_EQ(report["unit"], "mm");
+        } else {
+            EXPECT_TRUE(report["unit"].is_null());
+        }
+        if (name == std::string("german")) {
+            EXPECT_NE(run.out.find("read as: id = Punkt, x = X-Wert"), std::string::npos)
+                << run.out;
+        }
+    }
+}
+
+TEST(Exports, TargetsWithOneAxisARow) {
+    const Workshop shop;
+    shop.write("t.csv", "Feature;Axis;Nominal;Meas;+Tol;-Tol\np;X;1;1,1;1;1\np;Y;2;2;1;1\n"
+                        "p;Z;3;3;1;1\np;D;5;5;1;1\nq;X;4;4;1;1\nq;Y;5;5,2;1;1\nq;Z;6;6;1;1\n");
+    const Ended run = shop.run("targets t.csv --tolerance .15 --json j.json");
+    EXPECT_EQ(run.code, 1) << run.error;
+    const auto points = shop.read_json("j.json")["points"];
+    ASSERT_EQ(points.size(), 2u);
+    EXPECT_EQ(points[1]["id"], "q");
+    EXPECT_NEAR(points[0]["distance"].get<double>(), 0.1, 1e-12);
+    EXPECT_NEAR(points[1]["distance"].get<double>(), 0.2, 1e-12);
+}
+
+TEST(Exports, ByHandInUnitsAndWhatIsAmbiguous) {
+    const Workshop shop;
+    shop.write("square.dat", "0 0\n10 0\n10 10\n0 10\n");
+    shop.write("odd.csv", "alpha,beta,gamma\n5,a,-0.02\n");
+    EXPECT_EQ(shop.run("section square.dat odd.csv").code, 3);
+    EXPECT_EQ(shop.run("section square.dat odd.csv --columns x=1,y=3,id=2 --json j.json").code, 0);
+    EXPECT_EQ(shop.read_json("j.json")["points"][0]["id"], "a");
+    EXPECT_EQ(shop.run("section square.dat odd.csv --columns q=1").code, 2);
+
+    shop.write("inch.csv", "id,x,y\na,.2,-.001\n");
+    EXPECT_EQ(shop.run("section square.dat inch.csv --unit inch").code, 2) << "and NOMINAL?";
+    EXPECT_EQ(
+        shop.run("section square.dat inch.csv --unit inch --nominal-unit mm --json j.json").code,
+        0);
+    const auto report = shop.read_json("j.json");
+    EXPECT_EQ(report["unit"], "mm");
+    EXPECT_NEAR(report["points"][0]["deviation"].get<double>(), 0.0254, 1e-15);
+
+    shop.write("two.csv", "id,X-Wert,X_IST,y\na,5,5,0\n");
+    const Ended two = shop.run("section square.dat two.csv");
+    EXPECT_EQ(two.code, 3);
+    EXPECT_NE(two.error.find("'X-Wert' and 'X_IST'"), std::string::npos) << two.error;
+    EXPECT_EQ(shop.run("section square.dat two.csv --columns x=2").code, 0);
+    shop.write("mixed.csv", "id,X [mm],Y [inch]\na,5,0\n");
+    EXPECT_EQ(shop.run("section square.dat mixed.csv").code, 3);
+}
+
+TEST(Head, StandsInEveryOutputAndComesAgain) {
+    const Workshop shop;
+    shop.write("square.dat", "0 0\n10 0\n10 10\n0 10\n");
+    shop.write("p.csv", "id,X [mm],Y [mm]\na,5,-.0123456\n");
+    shop.write("head.txt", "part = blade\nnote = a=b, \\c\n# no\n");
+    const Ended run = shop.run("section square.dat p.csv --info head.txt --decimals 5 --csv r.csv "
+                               "--json r.json --svg r.svg --html r.html --store s.velm --archive "
+                               "s.arc");
+    EXPECT_EQ(run.code, 0) << run.error;
+    EXPECT_NE(run.out.find("0.01235"), std::string::npos) << run.out;
+    EXPECT_EQ(shop.read("r.csv").substr(0, 39), "# part=blade\n# note=a=b, \\c\nid,measured");
+    EXPECT_EQ(shop.read_json("r.json")["info"],
+              (nlohmann::json{{"part", "blade"}, {"note", "a=b, \\c"}}));
+    for (const char* kind : {"r.svg", "r.html"})
+        EXPECT_NE(shop.read(kind).find("blade"), std::string::npos) << kind;
+    for (const char* file : {"s.velm", "s.arc"}) {
+        const Ended again = shop.run("report " + std::string(file) +
+                                     " --json a.json --csv a.csv --svg a.svg --html a.html");
+        EXPECT_EQ(again.out, run.out);
+        for (const char* kind : {".json", ".csv", ".svg", ".html"})
+            EXPECT_EQ(shop.read(std::string("a") + kind), shop.read(std::string("r") + kind));
+    }
+    EXPECT_EQ(
+        shop.run("section square.dat p.csv --quiet --store s.velm --info part=vane,date=file").code,
+        0);
+    const std::string listed = shop.run("store s.velm").out;
+    EXPECT_NE(listed.find("part vane; date 20"), std::string::npos) << listed;
+    EXPECT_NE(listed.find("part blade"), std::string::npos) << listed;
+}
+
+} // namespace
