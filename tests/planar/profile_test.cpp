@@ -1,5 +1,6 @@
 // Points against outlines: the index against a scan of all edges, signs at corners, extreme sizes.
 #include "support/test.h"
+#include "velm/planar/outline_checks.h"
 #include "velm/planar/outline_nesting.h"
 #include "velm/planar/point_in_polygon.h"
 #include "velm/planar/polygon_measures.h"
@@ -240,6 +241,67 @@ TEST(Profile, ACrescentIsToldToItsCusp) {
         const double expected = std::max(from_big, from_small) > 0.0 ? least : -least;
         ASSERT_NEAR(profile.compare(p).distance, expected, 2e-14) << reach << " at " << angle;
     }
+}
+
+// A plate with a round end, a bore and a free-form bump: the nearest of many places whose outward
+// normal is near enough to the direction.
+TEST(Profile, ADirectionChoosesAmongThePlacesThatFaceIt) {
+    Outline outline;
+    Contour plate;
+    plate.append({0, 0});
+    plate.append({8, 0}, ERArc2D({8, 2}, 2, -std::numbers::pi / 2, std::numbers::pi / 2));
+    plate.append({8, 4});
+    const ERPole2DH poles[] = {{0, 4, 1}, {0, 1, 1}, {-1, 3, 1}, {0, 0, 1}};
+    const double knots[] = {0, 0, 0, 0, 1, 1, 1, 1};
+    plate.append({0, 4},
+                 CurveEdge::make(between_domain_knots(
+                     QuickAlgebra::ERVec<ERPole2DH>(std::span<const ERPole2DH>(poles)), 3, knots)));
+    outline.contours = {plate, Contour::circle({4, 2}, 1)};
+    ASSERT_FALSE(settle_areas(outline));
+    struct Place {
+        ERPoint2D point;
+        ERVector2D outward;
+    };
+    std::vector<Place> places;
+    for (std::size_t c = 0; c < 2; ++c) {
+        const Contour& contour = outline.contours[c];
+        const bool is_left = (contour.signed_area() > 0.0) != (c == 1);
+        for (int e = 0; e < contour.size(); ++e)
+            for (int n = 0; n <= 4000; ++n) {
+                const double part = n / 4000.0;
+                ERPoint2D p = contour[e] + ERVector2D(contour[e], contour[e + 1]) * part;
+                ERVector2D along(contour[e], contour[e + 1]);
+                if (const ERArc2D* const arc = contour.arc(e)) {
+                    const double angle =
+                        arc->startAngle() + part * (arc->endAngle() - arc->startAngle());
+                    const ERVector2D radial(std::cos(angle), std::sin(angle));
+                    p = arc->center() + radial * arc->radius();
+                    along = ERVector2D(-radial.j(), radial.i()) * (arc->isDirect() ? 1.0 : -1.0);
+                } else if (const CurveEdge* const curve = contour.curve(e)) {
+                    p = curve->point(part);
+                    along = curve->direction(part);
+                }
+                along = along.getnormalized() * (is_left ? 1.0 : -1.0);
+                places.push_back({p, ERVector2D(along.j(), -along.i())});
+            }
+    }
+    const Profile profile(outline);
+    velm_test::Random random(15);
+    const double least = 0.9;
+    for (int i = 0; i < 300; ++i) {
+        const ERPoint2D p(random.uniform(-2, 12), random.uniform(-2, 6));
+        const double angle = random.uniform(0, 2 * std::numbers::pi);
+        const ERVector2D direction(std::cos(angle), std::sin(angle));
+        double nearest = std::numeric_limits<double>::infinity();
+        for (const Place& place : places)
+            if (place.outward * direction >= least)
+                nearest = std::min(nearest, ERVector2D(place.point, p).norme());
+        const auto found = profile.compare(p, direction, least);
+        ASSERT_TRUE(found.has_value()) << i;
+        EXPECT_NEAR(std::fabs(found->distance), nearest, 4e-3) << i << ' ' << p.x() << ' ' << p.y();
+        EXPECT_LT(std::fabs(found->distance), nearest + 1e-3) << i;
+    }
+    EXPECT_FALSE(profile.compare({1, 1}, {0.5, 0}, 0.9)) << "out of the plane";
 }
 
 } // namespace
