@@ -74,7 +74,8 @@ double side_at_start(const Contour& contour, int edge, const ERPoint2D& p) {
 }
 
 // How far p lies from its foot, and the unit vector away from there, of no length on the foot. From
-// within an arc both go by the radius, so that neither depends on the rounding of the foot.
+// within an arc both go by the radius, so that neither depends on the rounding of the foot, which
+// is the projection on the arc then.
 struct Gap {
     double distance;
     ERVector2D away;
@@ -87,9 +88,15 @@ Gap gap_between(const Contour& contour, const NearestEdge& nearest, const ERPoin
         const double reach = std::hypot(radial.i(), radial.j());
         const double distance = std::fabs(reach - arc->radius());
         const double sign = reach < arc->radius() ? -1.0 : 1.0;
-        if (distance == 0.0) return {0.0, {}};
-        if (reach > 0.0)
-            return {distance, ERVector2D(radial.i() * sign / reach, radial.j() * sign / reach)};
+        // Where only some normals count the foot may be the end of that stretch instead, which is
+        // farther by more than the roundings of the coordinates and the radius.
+        const double size = magnitude(p) + magnitude(arc->center()) + arc->radius();
+        const double most = distance + 10.0 * rounding_per_magnitude * size;
+        if (ERVector2D(nearest.foot, p).norme() <= most) {
+            if (distance == 0.0) return {0.0, {}};
+            if (reach > 0.0)
+                return {distance, ERVector2D(radial.i() * sign / reach, radial.j() * sign / reach)};
+        }
     }
     const ERVector2D away(nearest.foot, p);
     const double distance = std::hypot(away.i(), away.j());
