@@ -1,18 +1,28 @@
 // The curves of CAD files and drawings: made entities, they give the points that their texts state,
-// stay the same in a record and through conversions, and join to the composites of their files.
+// stay the same in a store and through conversions, and carry the edge points of their files.
 #include "velm/curves/nurbs_curve.h"
 #include "velm/curves/nurbs_editing.h"
 #include "velm/curves/prepare.h"
 
-#include "support/geometry.h"
 #include "support/geometry_text.h"
 #include "support/records.h"
 #include "support/temporary_folder.h"
+#include "support/test.h"
+#include "velm/frame/point_functions.h"
+#include "velm/store/database.h"
 #include "velm/transforms/bodies.h"
+#include "velm/wireframe/arc.h"
+#include "velm/wireframe/arc_in_space.h"
+#include "velm/wireframe/ellipse_in_space.h"
+#include "velm/wireframe/elliptical_arc.h"
+#include "velm/wireframe/segment.h"
+
+#include <optional>
 
 namespace {
 
-using namespace velm_test;
+using velm_test::CurveText;
+using velm_test::GeometryText;
 namespace fs = std::filesystem;
 
 constexpr double pi = std::numbers::pi;
@@ -128,7 +138,7 @@ double reach_of(const CurveText& text) {
 double allowed_error(double reach) { return 32.0 * std::numeric_limits<double>::epsilon() * reach; }
 
 template <int N>
-void expect_points(const CurveText& text) {
+void expect_points(const CurveText& text, std::vector<t_SmartPtr<ERObject>>& kept) {
     const RealCurve<N> curve = real_curve<N>(text);
     auto& entity = *curve.entity;
     const double bound = allowed_error(reach_of(text));
@@ -154,17 +164,36 @@ void expect_points(const CurveText& text) {
         EXPECT_LE(prepared->nearest(p).distance, bound) << "of the conversion, at " << part;
         EXPECT_TRUE(box.contains(expected)) << t;
     }
-    expect_stored(entity, record_of(entity), text_of(entity));
+    kept.push_back(curve.entity.get());
 }
 
-// Runs the checks of every curve.
+// Runs the checks of every curve; the entities go into a store and come back.
 void expect_curves(const std::vector<CurveText>& texts, const std::string& name) {
     SCOPED_TRACE(name);
+    std::vector<t_SmartPtr<ERObject>> kept;
     for (const CurveText& text : texts) {
         if (text.kind == "composite") continue;
         SCOPED_TRACE(text.kind + " " + text.id + " of dimension " + std::to_string(text.size));
-        text.size == 2 ? expect_points<2>(text) : expect_points<3>(text);
+        text.size == 2 ? expect_points<2>(text, kept) : expect_points<3>(text, kept);
         if (testing::Test::HasFatalFailure()) return;
+    }
+    const velm_test::TemporaryFolder folder;
+    ERDataBase store;
+    ASSERT_EQ(store.Open(folder.path("curves").c_str(), 0), gmSuccess);
+    std::vector<std::string> records;
+    for (const auto& object : kept) {
+        records.push_back(velm_test::record_of(*object));
+        ASSERT_EQ(store.save(object), gmSuccess);
+    }
+    store.Close();
+    ASSERT_EQ(store.Open(folder.path("curves").c_str(), 1), gmSuccess);
+    for (std::size_t i = 0; i < kept.size(); ++i) {
+        gmErrorCode code;
+        const t_SmartPtr<ERObject> back = store.restore(static_cast<long>(i), code);
+        ASSERT_TRUE(back);
+        EXPECT_STREQ(back->className(), kept[i]->className());
+        EXPECT_EQ(velm_test::record_of(*back), records[i]) << i;
+        EXPECT_EQ(velm_test::text_of(*back), velm_test::text_of(*kept[i])) << i;
     }
 }
 
@@ -192,17 +221,100 @@ protected:
 TEST_F(RealCurves, GiveThePointsOfTheirTextsPreparedConvertedAndStored) {
     std::map<std::string, int> count;
     for (const fs::path& file : cad_files()) {
-        const std::vector<CurveText> curves = read_geometry(file).curves;
+        const std::vector<CurveText> curves = velm_test::read_geometry(file).curves;
         expect_curves(curves, file.filename());
         for (const CurveText& text : curves)
             ++count[text.kind];
     }
     for (const fs::path& file : text_files({"dxf"}))
-        expect_curves(read_drawing(file), file.filename());
+        expect_curves(velm_test::read_drawing(file), file.filename());
     EXPECT_EQ(count["nurbs"], 1655); // none was overlooked
     EXPECT_EQ(count["arc"], 674);
     EXPECT_EQ(count["ellipse"], 13);
 }
+
+TEST_F(RealCurves, GiveThePublishedPoints) {
+    std::ifstream in(data / "nurbs/eval_reference.txt");
+    int points = 0;
+    CurveText text;
+    text.size = 2;
+    for (std::string line; std::getline(in, line);) {
+        velm_test::TextFields fields(line);
+        const std::string word = fields.word();
+        if (word == "curve") {
+            fields.word();
+            text.degree = fields.whole();
+            text.poles.clear();
+        } else if (word == "knots") {
+            text.knots = fields.rest();
+            text.t0 = text.knots.front();
+            text.t1 = text.knots.back();
+        } else if (word == "pole") {
+            for (const double x : fields.rest())
+                text.poles.push_back(x);
+        } else if (word == "at") {
+            const double u = fields.number(), x = fields.number(), y = fields.number();
+            fields.word();
+            EXPECT_TRUE(isEqual((*spline<2>(text).entity)(u), ERPoint2D(x, y), fields.number()))
+                << u;
+            ++points;
+        } else if (word == "basis") {
+            break;
+        }
+    }
+    EXPECT_EQ(points, 6);
+}
+
+// Curves of space by their names, composites as their members.
+class EdgeCurves {
+public:
+    explicit EdgeCurves(const GeometryText& text) : faces_(text.face_edges) {
+        for (const CurveText& curve : text.curves) {
+            if (curve.size != 3) continue;
+            all_.push_back(curve.id);
+            if (curve.kind == "composite") {
+                members_[curve.id] = curve.members;
+                continue;
+            }
+            reach_ = std::max(reach_, reach_of(curve));
+            if (curve.kind == "line")
+                lines_.emplace(curve.id, curve);
+            else
+                curves_.emplace(curve.id, *velm::prepare(*real_curve<3>(curve).entity));
+        }
+    }
+
+    // From the nearest edge of the face, from the nearest of all where no face is known.
+    double distance_to(const std::string& face, const ERPoint3D& p) const {
+        const auto edges = faces_.find(face);
+        return distance_to(edges != faces_.end() ? edges->second : all_, p);
+    }
+    // The largest coordinate of all.
+    double reach() const { return reach_; }
+
+private:
+    double distance_to(const std::vector<std::string>& ids, const ERPoint3D& p) const {
+        double least = HUGE_VAL;
+        for (const std::string& id : ids) {
+            if (const auto curve = curves_.find(id); curve != curves_.end())
+                least = std::min(least, curve->second.nearest(p).distance);
+            if (const auto line = lines_.find(id); line != lines_.end()) {
+                const ERVector3D along = row<3>(line->second, 1);
+                const ERVector3D out(point_of<3>(line->second, 0.0), p);
+                least = std::min(least, (out ^ along).norme() / along.norme());
+            }
+            if (const auto members = members_.find(id); members != members_.end())
+                least = std::min(least, distance_to(members->second, p));
+        }
+        return least;
+    }
+
+    std::map<std::string, std::vector<std::string>> faces_, members_;
+    std::map<std::string, velm::PreparedCurve<3>> curves_;
+    std::map<std::string, CurveText> lines_;
+    std::vector<std::string> all_;
+    double reach_ = 0.0;
+};
 
 // The members of a composite in one curve, each member within the reported deviations.
 template <int N>
@@ -241,10 +353,32 @@ void expect_joined(const GeometryText& text, const CurveText& composite) {
         }
 }
 
+TEST_F(RealCurves, CarryTheEdgePointsOfTheirFiles) {
+    int points = 0;
+    for (const fs::path& file : cad_files()) {
+        std::ifstream in(file.parent_path() / (file.stem().string() + "_edgepoints.csv"));
+        if (!in) continue;
+        const EdgeCurves edges(velm_test::read_geometry(file));
+        std::string line;
+        std::getline(in, line);
+        for (; std::getline(in, line); ++points) {
+            std::replace(line.begin(), line.end(), ',', ' ');
+            velm_test::TextFields fields(line);
+            const std::string face = fields.word();
+            fields.word();
+            const std::vector<double> v = fields.rest(); // u, v, the point, the surface's gap
+            const ERPoint3D p(v[2], v[3], v[4]);
+            EXPECT_LE(edges.distance_to(face, p), allowed_error(edges.reach()))
+                << file.filename() << ": " << line;
+        }
+    }
+    EXPECT_EQ(points, 15951);
+}
+
 TEST_F(RealCurves, JoinToTheCompositesOfTheirFiles) {
     int composites = 0;
     for (const fs::path& file : cad_files()) {
-        const GeometryText text = read_geometry(file);
+        const GeometryText text = velm_test::read_geometry(file);
         for (const CurveText& composite : text.curves)
             if (composite.kind == "composite" && ++composites)
                 composite.size == 2 ? expect_joined<2>(text, composite)

@@ -4,6 +4,8 @@
 #include "support/test.h"
 #include "velm/frame/point_functions.h"
 
+#include <fstream>
+
 namespace {
 
 using velm::FitOutcome;
@@ -134,6 +136,31 @@ TEST(OrthogonalFit, CertifiedCircles) {
     EXPECT_EQ(sets, 20);
     EXPECT_LE(worst, 1e-9);
     std::printf("worst of %d certified circles: %.2g of the diameter\n", sets, worst);
+}
+
+TEST(OrthogonalFit, PublishedFits) {
+    const auto plane = places<ERPoint3D>(rows(data + "/fit/fitting_kern/niemeier_1135.plane", 0));
+    const auto bopp = places<ERPoint2D>(rows(data + "/fit/fitting_kern/bopp.circle", 0));
+    if (plane.empty()) GTEST_SKIP() << "no data in " << data << "/fit";
+    const velm::PlaneFit fit = velm::fit_plane(plane);
+    EXPECT_TRUE(isEqual(fit.centroid, {1.5, 1.5, 0.24945625}, 1e-15));
+    EXPECT_TRUE(
+        isEqual(fit.normal, {-0.2864267724913074, -0.4287329924642912, 0.856824209025881}, 1e-15));
+    EXPECT_NEAR(fit.rms, 0.002239977194820367, 1e-16);
+    const velm::CircleFit2D circle = velm::fit_circle(bopp);
+    EXPECT_TRUE(isEqual(circle.centre, {124.97106051, 85.74919574}, 1e-8));
+    EXPECT_NEAR(circle.radius, 41.50283075, 1e-8);
+
+    const std::vector<ERPoint2D> gander = {{1, 7}, {2, 6}, {5, 8}, {7, 7}, {9, 5}, {3, 7}};
+    const velm::CircleFit2D far_start = velm::fit_circle(gander);
+    EXPECT_TRUE(isEqual(far_start.centre, {4.7397824109061, 2.9835326992925}, 1e-12));
+    EXPECT_NEAR(far_start.radius, 4.7142260377921, 1e-12); // published: 4.7142
+    const std::vector<ERPoint2D> pearson = {{0.0, 5.9}, {0.9, 5.4}, {1.8, 4.4}, {2.6, 4.6},
+                                            {3.3, 3.5}, {4.4, 3.7}, {5.2, 2.8}, {6.1, 2.8},
+                                            {6.5, 2.4}, {7.4, 1.5}};
+    const velm::LineFit2D line = velm::fit_line(pearson);
+    EXPECT_NEAR(line.direction.j() / line.direction.i(), -0.5455611975209648, 1e-14);
+    EXPECT_TRUE(isEqual(line.centroid, {3.82, 3.70}, 1e-14));
 }
 
 // Ball centres of a real run; the machine's own circles, and the plane on which it built its frame.

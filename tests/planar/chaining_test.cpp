@@ -1,9 +1,21 @@
 // Chaining against its rules gone through one by one; drawings, outlines cut to pieces, refusals.
 #include "velm/planar/chainer_processor.h"
 
-#include "support/geometry.h"
+#include "support/random.h"
+#include "velm/frame/point_functions.h"
+#include "velm/frame/vec.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <fstream>
 #include <list>
+#include <numbers>
+#include <sstream>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -164,6 +176,68 @@ TEST(Chaining, OutlinesCutToPiecesComeBackWhole) {
                 EXPECT_EQ(way[k].last, way[(k + 1) % way.size()].first);
         }
         EXPECT_NEAR(whole, 0.0, 1e-8);
+    }
+}
+
+// Each edge of a "polyline closed n (x y bulge)*" as a piece, every other one turned round.
+void insert_edges(const std::string& polyline, ERChainerProcessor& processor) {
+    std::istringstream fields(polyline.substr(polyline.find(' ')));
+    int closed = 0, count = 0;
+    fields >> closed >> count;
+    std::vector<ERPoint2D> way;
+    for (double x, y, bulge; count > 0 && fields >> x >> y >> bulge; --count)
+        way.emplace_back(x, y);
+    if (closed) way.push_back(way.front());
+    for (std::size_t i = 1; i < way.size(); ++i)
+        processor.insert(t_SmartPtr<ERChainerSeg2D>(i % 2 == 0 ? new Line(way[i - 1], way[i])
+                                                               : new Line(way[i], way[i - 1])));
+}
+
+TEST(Chaining, DrawingsGiveTheirChains) {
+    struct Drawing {
+        const char* name;
+        std::vector<int> closed_sizes; // of the closed chains, ascending
+        int open;
+    };
+    for (const Drawing& drawing :
+         {Drawing{"openscad_export", {4, 4, 54, 54, 54, 54, 57, 57, 57, 57}, 0},
+          {"lines", {4, 6}, 1},
+          {"issue42", {4, 4, 4, 8}, 0},   // one of the fours a closed polyline
+          {"circlesellipsesarcs", {}, 2}, // its arcs; an ellipse is no chain of straight pieces
+          {"issue29",
+           {4, 4, 4, 4,  4,  4,  4,  4,  4,  4,  4,  4,  4,  4, 4,
+            4, 4, 4, 20, 20, 20, 20, 20, 20, 20, 20, 22, 22, 68},
+           0}}) {
+        std::ifstream in(std::string(VELM_REAL_DATA "/dxf/") + drawing.name + ".txt");
+        if (!in) GTEST_SKIP() << "no data in " VELM_REAL_DATA "/dxf";
+        ERChainerProcessor processor;
+        for (std::string line; std::getline(in, line);) {
+            std::istringstream fields(line);
+            std::string word;
+            double v[5];
+            fields >> word >> v[0] >> v[1] >> v[2] >> v[3];
+            const auto on_arc = [&](double angle) {
+                return ERPoint2D(v[0] + v[2] * std::cos(angle), v[1] + v[2] * std::sin(angle));
+            };
+            if (word == "line")
+                processor.insert(t_SmartPtr<ERChainerSeg2D>(new Line({v[0], v[1]}, {v[2], v[3]})));
+            else if (word == "arc" && fields >> v[4])
+                processor.insert(t_SmartPtr<ERChainerSeg2D>(new Line(on_arc(v[3]), on_arc(v[4]))));
+            else if (word == "polyline")
+                insert_edges(line, processor);
+        }
+        std::vector<int> closed;
+        int open = 0;
+        for (int i = 0; i < processor.entries(); ++i) {
+            const ERChainedMetaSeg2D& chain = *processor.getAt(i);
+            if (distance(chain.first(), chain.last()) < 0.001)
+                closed.push_back(chain.entries());
+            else
+                ++open;
+        }
+        std::sort(closed.begin(), closed.end());
+        EXPECT_EQ(closed, drawing.closed_sizes) << drawing.name;
+        EXPECT_EQ(open, drawing.open) << drawing.name;
     }
 }
 

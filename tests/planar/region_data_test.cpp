@@ -3,9 +3,24 @@
 #include "velm/planar/convex_hull.h"
 #include "velm/planar/point_in_polygon.h"
 #include "velm/planar/polygon_measures.h"
+#include "velm/planar/polygon_projection.h"
 #include "velm/planar/region.h"
+#include "velm/planar/region_grid.h"
 
-#include "support/test.h"
+#include "support/random.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -79,16 +94,93 @@ TEST_F(RegionData, InsideAgreesOnAllTestPoints) {
             auto& region = regions.try_emplace(&ring, 1, 1).first->second;
             if (region.entries() == 0) region.Add(ring);
             int contour = 0;
-            const char* const words[] = {"inside", "outside", "boundary", "boundary"};
-            EXPECT_EQ(words[region.CheckPoint(p, contour)], row.at(4)) << row[0] << ' ' << p;
+            const PosContours place = region.CheckPoint(p, contour);
+            EXPECT_EQ(place == REGION_INSIDE    ? "inside"
+                      : place == REGION_OUTSIDE ? "outside"
+                                                : "boundary",
+                      row.at(4));
             for (const Polygon& form : {ring, closed(ring)}) {
                 const relpos got = Inside(p, form);
-                const int told = got == relpos_inside ? 0 : got == relpos_outside ? 1 : 2;
-                EXPECT_EQ(words[told], row.at(4)) << row[0] << ' ' << row[1] << ' ' << p;
+                const std::string told = got == relpos_inside    ? "inside"
+                                         : got == relpos_outside ? "outside"
+                                                                 : "boundary";
+                EXPECT_EQ(told, row.at(4)) << row[0] << ' ' << row[1] << ' ' << p;
             }
         }
         std::printf("%s: %zu points\n", set.c_str(), rows.size());
     }
+}
+
+// The winding number of the ring about p, edge by edge, in twice the precision of the library's
+// answers; none if p is nearer to an edge than `clear`.
+std::optional<int> windings(const Polygon& ring, const ERPoint2D& p, double clear) {
+    int windings = 0;
+    for (int i = 0, n = ring.size(); i < n; ++i) {
+        const ERPoint2D &a = ring.data()[i], &b = ring.data()[i + 1 == n ? 0 : i + 1];
+        const long double x = b.x() - a.x(), y = b.y() - a.y();
+        const long double left = x * (p.y() - a.y()) - y * (p.x() - a.x());
+        if (std::fabs(left) < clear * (std::fabs(x) + std::fabs(y)) &&
+            ERMinimax2D(a, b).contains(p))
+            return std::nullopt;
+        if (a.y() <= p.y() && b.y() > p.y() && left > 0.0L) ++windings;
+        if (a.y() > p.y() && b.y() <= p.y() && left < 0.0L) --windings;
+    }
+    return windings;
+}
+
+// All rings of a country as one region, the first its outer contour or a hole as the others, its
+// index and its raster: points all over, and at the ordinates of vertices.
+TEST_F(RegionData, CountriesAgreeWithWindingNumbers) {
+    constexpr int points = 6000; // a country
+    auto ring_file = open("countries.txt");
+    std::map<std::string, std::vector<Polygon>> countries;
+    for (const auto& [key, ring] : read_rings(ring_file))
+        countries[key.first].push_back(ring);
+    velm_test::Random random(7304);
+    int answered = 0, by_raster = 0, left_out = 0;
+    for (const auto& [name, rings] : countries) {
+        const int count = static_cast<int>(rings.size());
+        ERRegion2D within(count, 1), beside(count, 0);
+        ERMinimax2D all;
+        for (const Polygon& ring : rings) {
+            within.Add(ring);
+            beside.Add(ring);
+            all.Update(ring);
+        }
+        const ERRegion2DGrid raster(within);
+        for (int i = 0; i < points; ++i) {
+            const double x = all.xmin + random.uniform(-0.05, 1.05) * all.xlength();
+            double y = all.ymin + random.uniform(-0.05, 1.05) * all.ylength();
+            if (i % 8 == 0) {
+                const Polygon& ring = rings[random.next() % rings.size()];
+                y = ring.data()[random.below(ring.size())].y();
+            }
+            const ERPoint2D p(x, y);
+            bool in_first = false, in_other = false, is_clear = true;
+            for (const Polygon& ring : rings) {
+                const auto around = windings(ring, p, 1e-7);
+                is_clear &= around.has_value();
+                (&ring == &rings[0] ? in_first : in_other) |= around.value_or(0) != 0;
+            }
+            left_out += !is_clear;
+            if (!is_clear) continue;
+            int contour = 0;
+            const bool is_within = in_first && !in_other;
+            ASSERT_EQ(within.CheckPoint(p, contour), is_within ? REGION_INSIDE : REGION_OUTSIDE)
+                << name << p;
+            ASSERT_EQ(beside.CheckPoint(p, contour),
+                      in_first || in_other ? REGION_OUTSIDE : REGION_INSIDE)
+                << name << p;
+            const auto state = raster.inside(p);
+            if (state != ERRegion2DGrid::STATE_CROSSING) {
+                ++by_raster;
+                ASSERT_EQ(state == ERRegion2DGrid::STATE_INSIDE, is_within) << name << p;
+            }
+            ++answered;
+        }
+    }
+    EXPECT_LT(left_out, answered / 1000);
+    std::printf("%d points, %d by the raster, %d left out\n", answered, by_raster, left_out);
 }
 
 // A bound of the rounding of the answers, which are sums of products x y.
@@ -122,6 +214,105 @@ TEST_F(RegionData, AreaAndHullAgree) {
         }
         std::printf("%s: %zu rings\n", set.c_str(), rows.size());
     }
+}
+
+struct Part {
+    int polygon;
+    Polygon points;
+};
+struct Case {
+    std::string name;
+    std::vector<Part> a, b;
+    std::vector<std::string> operations;
+};
+
+std::vector<Case> read_cases(std::istream& in) {
+    std::vector<Case> cases;
+    std::vector<Part>* geometry = nullptr;
+    for (std::string line; std::getline(in, line);) {
+        std::istringstream fields(line);
+        std::string word, which;
+        fields >> word;
+        if (word == "case") {
+            cases.push_back({line, {}, {}, {}});
+        } else if (word == "geom") {
+            fields >> which;
+            geometry = which == "a" ? &cases.back().a : &cases.back().b;
+        } else if (word == "part") {
+            int polygon = 0, n = 0;
+            fields >> polygon >> n;
+            geometry->push_back({polygon, read_points(fields, n)});
+        } else if (word == "op") {
+            cases.back().operations.push_back(line);
+        }
+    }
+    return cases;
+}
+
+// The place of p in an area: the rings of one polygon by even-odd, its boundary first.
+char place(const ERPoint2D& p, const std::vector<Part>& rings) {
+    std::map<int, bool> inside;
+    for (const Part& ring : rings) {
+        const relpos position = Inside(p, ring.points);
+        if (position == relpos_on_vertex || position == relpos_on_edge) return 'B';
+        if (position == relpos_inside) inside[ring.polygon] ^= true;
+    }
+    return std::any_of(inside.begin(), inside.end(), [](const auto& i) { return i.second; }) ? 'I'
+                                                                                             : 'E';
+}
+
+TEST_F(RegionData, PublishedPointInAreaCasesHold) {
+    auto file = open("jts_point_area.txt");
+    const auto cases = read_cases(file);
+    ASSERT_EQ(cases.size(), 6u);
+    for (const Case& c : cases) {
+        std::string wanted = "FFF", got = "FFF"; // interior, boundary, exterior
+        for (const std::string& operation : c.operations) {
+            std::istringstream words(operation);
+            std::string op, relate, a, matrix;
+            words >> op >> relate >> a >> matrix;
+            if (relate == "relate") wanted = matrix.substr(0, 3);
+        }
+        for (const Part& point : c.a)
+            got[std::string("IBE").find(place(point.points[0], c.b))] = '0';
+        EXPECT_EQ(got, wanted) << c.name;
+    }
+}
+
+TEST_F(RegionData, PublishedHullsHold) {
+    auto file = open("jts_convexhull.txt");
+    const auto cases = read_cases(file);
+    ASSERT_EQ(cases.size(), 13u);
+    int left_out = 0;
+    for (const Case& c : cases) {
+        Polygon all;
+        for (const Part& part : c.a)
+            for (const ERPoint2D& p : part.points.view())
+                all.push_back(p);
+        std::string text = c.operations.at(0).substr(c.operations[0].find('|') + 1);
+        std::replace_if(
+            text.begin(), text.end(),
+            [](char ch) { return !std::strchr("0123456789.-+eE ", ch) || ch == 'E'; }, ' ');
+        std::istringstream numbers(text);
+        Polygon wanted = read_points(numbers, 1 << 20);
+        if (wanted.size() > 1 && wanted[0] == wanted[wanted.size() - 1])
+            wanted.resize(wanted.size() - 1);
+        const Polygon hull = CalculateConvexeHull(all);
+        const auto holds = [](const Polygon& points, const ERPoint2D& p) {
+            return std::find(points.begin(), points.end(), p) != points.end();
+        };
+        for (const ERPoint2D& p : hull.view())
+            EXPECT_TRUE(holds(wanted, p)) << c.name << ' ' << p;
+        for (const ERPoint2D& p : wanted.view()) {
+            if (holds(hull, p)) continue;
+            ++left_out;
+            ERPoint2D foot;
+            ASSERT_GE(findProjection(p, hull, foot, 0.0), 0) << c.name << ' ' << p;
+            EXPECT_LT(distance(p, foot), 1e-13) << c.name << ' ' << p;
+        }
+    }
+    // A vertex that only exact arithmetic distinguishes from a point on the hull's edge.
+    EXPECT_EQ(left_out, 1);
 }
 
 } // namespace

@@ -71,6 +71,8 @@ private:
 
 struct GeometryText {
     std::vector<CurveText> curves;
+    /// The 3D curves around each face.
+    std::map<std::string, std::vector<std::string>> face_edges;
 };
 
 /// Numbers of an arc from what its line says after the center: half axes, the x direction, then in
@@ -142,9 +144,18 @@ inline CurveText read_curve(const std::string& line, std::istream& in) {
 inline GeometryText read_geometry(const std::filesystem::path& path) {
     GeometryText text;
     std::ifstream in(path);
+    std::string face;
     for (std::string line; std::getline(in, line);) {
         if (line.starts_with("curve2 ") || line.starts_with("curve3 ")) {
             text.curves.push_back(read_curve(line, in));
+        } else if (line.starts_with("face ")) {
+            TextFields fields(line);
+            fields.word();
+            face = fields.word();
+        } else if (line.starts_with("coedge ")) {
+            const std::size_t at = line.find("curve3 ");
+            const std::string id = TextFields(line.substr(at + 7)).word();
+            if (id != "-") text.face_edges[face].push_back(id);
         }
     }
     return text;
