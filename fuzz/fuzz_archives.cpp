@@ -141,14 +141,14 @@ void draw(SectionArchiveReader& document) {
         kept.add(row);
         picture.add(row);
     });
-    picture.svg(summary, kept.worst());
+    picture.svg({}, summary, 3, kept.worst());
 }
 
 void draw(TargetArchiveReader& document) {
     std::vector<TargetRow> rows;
     const Summary summary =
         summary_of<TargetRow>(document, [&](const TargetRow& row) { rows.push_back(row); });
-    target_pictures(rows, summary.tolerance);
+    target_pictures(rows, summary, 3);
 }
 
 // The bytes get a checksum that is true.

@@ -17,7 +17,9 @@
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/surface_projection.h"
 #include "velm/surfaces/torus.h"
+#include "velm/surfaces/trimmed_surface.h"
 #include "velm/transforms/transformation_factories.h"
+#include "velm/wireframe/arc.h"
 #include "velm/wireframe/line.h"
 
 #include <cstdlib>
@@ -281,6 +283,46 @@ TEST(SurfaceProjection, LinesThroughAnalyticSurfaces) {
             }
         }
     }
+}
+
+// From a place that Newton's method can't leave, a row in one point, and from a good one; where the
+// trim cuts the foot off all is as it was. Points off the limits are filtered.
+TEST(SurfaceProjection, ReadjustsAFootAndItsPoint) {
+    ERMatrix<ERPoint3D> net(3, 3);
+    for (int j = 0; j < 3; ++j)
+        for (int i = 0; i < 3; ++i)
+            net(j, i) = ERPoint3D(5 + 0.5 * j * (i - 1), 5 + j, 5 + 0.1 * j * j);
+    const ERSpoleBezier3D fan(net); // the row v = 0 is (5, 5, 5)
+    ERPoint3D p = fan(0.3, 0);
+    ERPoint2D at;
+    EXPECT_EQ(fan.ReajustProjection(p, at, 1), 1);
+    EXPECT_TRUE(isEqual(p, ERPoint3D(5, 5, 5), 1e-6)) << p;
+
+    const ERInfoPoint3DSurf foot = fan.PtCur(0.4, 0.6);
+    const ERPoint3D above = foot.point() + foot.normale() * 0.2;
+    p = above;
+    at = ERPoint2D(0.35, 0.65);
+    EXPECT_EQ(fan.ReajustProjection(p, at, 1), 1);
+    EXPECT_TRUE(isEqual(p, foot.point(), 1e-8));
+    EXPECT_TRUE(isEqual(at, ERPoint2D(0.4, 0.6), 1e-8));
+
+    ERTrimmedSurface trimmed(fan);
+    trimmed.addBound(ERArc2D({0.8, 0.5}, 0.1, 0, 6.2), ERSurfaceBoundary::outer);
+    p = above;
+    at = ERPoint2D(0.35, 0.65);
+    EXPECT_EQ(trimmed.ReajustProjection(p, at, 1), 0);
+    EXPECT_EQ(p, above);
+    EXPECT_EQ(at, ERPoint2D(0.35, 0.65));
+
+    ERSpoleBezier3D part(fan);
+    ERInfoPoint3DSurf outside = fan.PtCur(0.9, 0.5), inside = fan.PtCur(0.2, 0.5);
+    part.setBound({0, 0.5}, {0, 1});
+    EXPECT_NE(filtreOutsidePoint(&outside, &part), 0);
+    EXPECT_EQ(filtreOutsidePoint(&inside, &part), 0);
+
+    // The base of an offset surface is looked for farther off.
+    const EROffsetSurface moved(fan, 2, foot.normale());
+    EXPECT_EQ(moved.ProjectionNormale(foot.point() + foot.normale() * 3.0, 1.5, at, 1), 1);
 }
 
 // An offset surface is where the base's normals lead; one of revolution is its own points.

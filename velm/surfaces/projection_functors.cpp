@@ -51,6 +51,7 @@ void FootProblem::move_to(double* x) {
 }
 
 void FootProblem::move_to_parameter(double u, double v) {
+    is_placed_ = true;
     point_ = surface_.PtCur(u, v);
     difference_ = ERVector3D(target_, point_.point());
 }
@@ -127,7 +128,7 @@ double FootProblem::angle_criterion(int& singular) const {
 }
 
 double FootProblem::angle_criterion(const ERPoint2D& parameter, int& singular) {
-    if (!(parameter == point_.parametre())) {
+    if (!is_placed_ || !(parameter == point_.parametre())) {
         move_to_parameter(parameter.x(), parameter.y());
         x_ = y_ = std::numeric_limits<double>::max();
     }

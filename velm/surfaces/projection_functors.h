@@ -82,6 +82,7 @@ private:
     double span_v_;
     double inverse_size_;
     ERPoint3D center_;
+    bool is_placed_ = false;                        ///< whether point_ is one of the surface
     double x_ = std::numeric_limits<double>::max(); ///< nowhere yet
     double y_ = std::numeric_limits<double>::max();
 };

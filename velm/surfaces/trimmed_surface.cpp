@@ -235,8 +235,13 @@ int ERTrimmedSurface::ProjectionNormale(const ERPoint3D& p, double distance, ERP
 }
 
 int ERTrimmedSurface::ReajustProjection(ERPoint3D& p, ERPoint2D& parameter, int inBound) const {
+    const ERPoint3D old_point = p;
+    const ERPoint2D entry = parameter;
     if (!base_ || !base_->ReajustProjection(p, parameter, inBound)) return 0;
-    return !inBound || isInBound(parameter);
+    if (!inBound || isInBound(parameter)) return 1;
+    p = old_point;
+    parameter = entry;
+    return 0;
 }
 
 void ERTrimmedSurface::own_all() {

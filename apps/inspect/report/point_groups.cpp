@@ -35,7 +35,7 @@ ReportPage::Points table_of(const char* heading, const std::vector<Subject>& sub
 } // namespace
 
 PointGroups::PointGroups(const InspectionHead& head)
-    : has_features_(head.has_features), has_parts_(head.has_parts),
+    : has_parts_(head.has_parts),
       features_(head.has_features ? FeatureSummary::by_feature : FeatureSummary::by_id),
       parts_(FeatureSummary::by_part) {}
 

@@ -27,7 +27,7 @@ public:
                                            int decimals) const;
 
 private:
-    bool has_features_, has_parts_;
+    bool has_parts_;
     FeatureSummary features_, parts_;
 };
 
