@@ -11,8 +11,6 @@
 namespace velm::inspect {
 namespace {
 
-constexpr double pi = std::numbers::pi;
-
 Drawing drawing_of(const std::string& text, const DxfOptions& options = {}) {
     TextSource source("d.dxf", text);
     return read_dxf(source, options);
