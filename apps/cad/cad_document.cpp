@@ -219,14 +219,22 @@ private:
     throw Failure(ExitCode::input, "'" + path + "': " + why);
 }
 
-Handle(TDocStd_Document) new_document() {
-    Handle(TDocStd_Document) document;
-    XCAFApp_Application::GetApplication()->NewDocument("BinXCAF", document);
-    return document;
-}
+// A document, which the application keeps until it is closed; shapes outlive it.
+class OpenDocument {
+public:
+    OpenDocument() { XCAFApp_Application::GetApplication()->NewDocument("BinXCAF", document_); }
+    OpenDocument(const OpenDocument&) = delete;
+    OpenDocument& operator=(const OpenDocument&) = delete;
+    ~OpenDocument() { XCAFApp_Application::GetApplication()->Close(document_); }
+
+    Handle(TDocStd_Document) & get() { return document_; }
+
+private:
+    Handle(TDocStd_Document) document_;
+};
 
 CadDocument read_step(const std::string& path) {
-    Handle(TDocStd_Document) document = new_document();
+    OpenDocument document;
     STEPCAFControl_Reader reader;
     reader.SetColorMode(Standard_True);
     reader.SetNameMode(Standard_True);
@@ -238,13 +246,13 @@ CadDocument read_step(const std::string& path) {
     TColStd_SequenceOfAsciiString lengths, angles, solid_angles;
     reader.ChangeReader().FileUnits(lengths, angles, solid_angles);
     if (lengths.Length() > 0) result.file_unit = lengths.Value(1).ToCString();
-    if (!reader.Transfer(document)) fail_content(path, "the STEP file has no shapes");
-    result.faces = FaceCollector(document, reader.Reader().WS()).collect();
+    if (!reader.Transfer(document.get())) fail_content(path, "the STEP file has no shapes");
+    result.faces = FaceCollector(document.get(), reader.Reader().WS()).collect();
     return result;
 }
 
 CadDocument read_iges(const std::string& path) {
-    Handle(TDocStd_Document) document = new_document();
+    OpenDocument document;
     IGESCAFControl_Reader reader;
     reader.SetColorMode(Standard_True);
     reader.SetNameMode(Standard_True);
@@ -257,8 +265,8 @@ CadDocument read_iges(const std::string& path) {
         Handle(IGESData_IGESModel)::DownCast(reader.WS()->Model());
     if (!model.IsNull() && !model->GlobalSection().UnitName().IsNull())
         result.file_unit = model->GlobalSection().UnitName()->ToCString();
-    if (!reader.Transfer(document)) fail_content(path, "the IGES file has no shapes");
-    result.faces = FaceCollector(document, reader.WS()).collect();
+    if (!reader.Transfer(document.get())) fail_content(path, "the IGES file has no shapes");
+    result.faces = FaceCollector(document.get(), reader.WS()).collect();
     return result;
 }
 
@@ -266,11 +274,11 @@ CadDocument read_brep(const std::string& path) {
     TopoDS_Shape shape;
     if (!BRepTools::Read(shape, path.c_str(), BRep_Builder()) || shape.IsNull())
         fail_content(path, "the BREP file can't be understood");
-    Handle(TDocStd_Document) document = new_document();
-    XCAFDoc_DocumentTool::ShapeTool(document->Main())->AddShape(shape, Standard_False);
+    OpenDocument document;
+    XCAFDoc_DocumentTool::ShapeTool(document.get()->Main())->AddShape(shape, Standard_False);
     CadDocument result;
     result.format = "BREP";
-    result.faces = FaceCollector(document, {}).collect();
+    result.faces = FaceCollector(document.get(), {}).collect();
     return result;
 }
 
