@@ -69,7 +69,7 @@ Format format_of(const std::string& path) {
     return Format::unknown;
 }
 
-// A name is one level of a path, which is parted by slashes of both kinds.
+// A name is one level of a path, whose levels are separated by slashes of both kinds.
 std::string level_name(const TDF_Label& label) {
     Handle(TDataStd_Name) attribute;
     if (!label.FindAttribute(TDataStd_Name::GetID(), attribute)) return {};

@@ -250,7 +250,7 @@ TEST(CadImport, APartComesBackFromItsObjectFile) {
     EXPECT_THROW(velm::cad::import_part(brep, {third + "0"}), velm::inspect::Failure);
 }
 
-// Whatever is handed in: one sentence with its exit code.
+// Anything else ends in one sentence with its exit code.
 TEST(CadImport, RefusesWhatIsNoCadFile) {
     const TemporaryFolder folder;
     const auto code_of = [&](const std::string& content) {
