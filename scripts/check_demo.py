@@ -188,19 +188,30 @@ class Check:
             self.faults += 1
 
 
-def check_summary(check, summary, points):
-    deviations = [point["deviation"] for point in points]
-    n = len(deviations)
-    mean = math.fsum(deviations) / n
-    squares = math.fsum((d - mean) ** 2 for d in deviations)
+def check_figures(check, name, figures, values):
+    n = len(values)
+    mean = math.fsum(values) / n
+    squares = math.fsum((d - mean) ** 2 for d in values)
+    for key, value in {
+            "minimum": min(values), "maximum": max(values), "mean": mean,
+            "standard_deviation": math.sqrt(squares / (n - 1)),
+            "rms": math.sqrt(math.fsum(d * d for d in values) / n)}.items():
+        check.same(f"{name}, {key}", figures[key], value, 1e-12)
+
+
+def check_summary(check, summary, points, distances=()):
+    """The figures are those of deviations; distances without a sign have figures of their own."""
     inside = sum(point["in_tolerance"] for point in points)
     worst = max(points, key=lambda point: abs(point["deviation"]))
-    for key, value in {
-            "count": n, "in_tolerance": inside, "out_of_tolerance": n - inside,
-            "minimum": min(deviations), "maximum": max(deviations), "mean": mean,
-            "standard_deviation": math.sqrt(squares / (n - 1)),
-            "rms": math.sqrt(math.fsum(d * d for d in deviations) / n)}.items():
-        check.same(f"summary, {key}", summary[key], value, 1e-12)
+    for key, value in {"count": len(points), "in_tolerance": inside,
+                       "out_of_tolerance": len(points) - inside}.items():
+        check.same(f"summary, {key}", summary[key], value)
+    check_figures(check, "summary", summary,
+                  [point["deviation"] for point in points if point["id"] not in distances])
+    if distances:
+        check.same("distances, count", summary["distances"]["count"], len(distances))
+        check_figures(check, "distances", summary["distances"],
+                      [point["deviation"] for point in points if point["id"] in distances])
     check.same("summary, worst", summary["worst"]["id"], worst["id"])
 
 
@@ -254,7 +265,7 @@ def check_panel(folder):
     check.same("points of the report", len(points), len(rows))
     check.same("rows of panel_report.csv",
                len((folder / "panel_report.csv").read_text().splitlines()) - 1, len(rows))
-    derivatives, size = [0.0] * 6, 0.0
+    derivatives, size, distances = [0.0] * 6, 0.0, set()
     for row, point in zip(rows, points):
         def near(what, found, expected):
             for a, b in zip(found, expected):
@@ -270,6 +281,7 @@ def check_panel(folder):
         if direct:
             off = minus(measured, nominal)
             judged = math.hypot(*off)
+            distances.add(row["id"])
             near("distance", [point["distance"]], [judged])
             check.same(f"{row['id']}, deviation", point["deviation"], None)
         else:
@@ -288,7 +300,7 @@ def check_panel(folder):
         point["deviation"] = judged
     for derivative in derivatives[:3] + [torque / size for torque in derivatives[3:]]:
         check.same("derivative of the sum of squares", derivative, 0.0, 1e-6)
-    check_summary(check, report["summary"], points)
+    check_summary(check, report["summary"], points, distances)
     print(f"panel_report: {len(points)} targets, {report['summary']['out_of_tolerance']} out of "
           f"tolerance, {check.faults} faults")
     return check.faults + (not points)
