@@ -18,8 +18,14 @@ struct PagePictures {
     struct Drawing {
         std::string picture, legend;
     };
+    /// A drawing that its reader turns, in place of the two: its element, and what belongs to the
+    /// page's style and scripts.
+    struct View {
+        std::string markup, style, script;
+    };
     Drawing wide, narrow;
     std::string distribution;
+    View view{};
 
     /// The widths that the two drawings are made for, in picture units.
     static constexpr double wide_width = 900.0, narrow_width = 420.0;

@@ -105,8 +105,12 @@ std::string drawings(const ReportPage& page) {
         return "<div class=\"wide\">" + wide + "</div>\n<div class=\"narrow\">" + narrow +
                "</div>\n";
     };
-    return "<figure class=\"drawing\">\n" + both(pictures.wide.picture, pictures.narrow.picture) +
-           "</figure>\n<div class=\"beside\">\n<figure>\n" +
+    const std::string drawing = !pictures.view.markup.empty()
+                                    ? pictures.view.markup
+                                    : "<figure class=\"drawing\">\n" +
+                                          both(pictures.wide.picture, pictures.narrow.picture) +
+                                          "</figure>\n";
+    return drawing + "<div class=\"beside\">\n<figure>\n" +
            both(pictures.wide.legend, pictures.narrow.legend) + "</figure>\n<figure>\n" +
            pictures.distribution + "</figure>\n" + figures(page.figures) + "</div>\n";
 }
@@ -118,7 +122,7 @@ std::string ReportPage::html() const {
     std::string out = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
                       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
                       "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" +
-                      shown_title + "</title>\n<style>\n" + page_style +
+                      shown_title + "</title>\n<style>\n" + page_style + pictures.view.style +
                       "</style>\n</head>\n<body>\n<main>\n<h1>" + shown_title + "</h1>\n" +
                       element("p", terminal_text(head.subtitle), "class=\"subtitle\"") + "\n" +
                       verdict(head.verdict) + definitions("head", head.lines);
@@ -134,7 +138,8 @@ std::string ReportPage::html() const {
     for (const Points& points : tables)
         out += table(points, is_judged, true);
     out += "<h2>Provenance</h2>\n" + definitions("provenance", provenance);
-    return out + "</main>\n<script>\n" + page_script + "</script>\n</body>\n</html>\n";
+    return out + "</main>\n<script>\n" + page_script + pictures.view.script +
+           "</script>\n</body>\n</html>\n";
 }
 
 } // namespace velm::inspect
