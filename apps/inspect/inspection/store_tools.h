@@ -19,7 +19,7 @@ struct StoreOptions {
     OutputPaths paths;
 };
 
-/// Tells what the file holds or whether it is sound, writes its objects as texts, or writes a clean
+/// Shows what the file holds or whether it is sound, writes its objects as texts, or writes a clean
 /// file, or keeps and verifies its digests. The file itself is never written. A check that finds
 /// faults, a salvage that isn't complete and a difference from digests end with `input`. Throws
 /// `Failure`.
