@@ -30,6 +30,7 @@ private:
     // The line between two columns or rows of patches, -1 for none.
     void line(bool constant_u, int, int below, int above) {
         const ERLimites limits[2] = {column(constant_u, below), column(constant_u, above)};
+        if (below >= 0 && above == below + 1 && continuity(constant_u, below) > 0) return;
         SharpLine both = make(constant_u, below, above, limits);
         if (below >= 0 && above >= 0) {
             const Meeting meeting = compare(both);
@@ -43,6 +44,13 @@ private:
         lines_.push_back(both);
     }
 
+    // The order of derivatives that are known to be continuous at the end of a column. Where the
+    // first are, the distance is stationary at its minima.
+    int continuity(bool constant_u, int i) const {
+        const SurfaceTables& tables = SurfaceTables::of(patches_);
+        const std::vector<int>& orders = constant_u ? tables.continuous_u : tables.continuous_v;
+        return orders[static_cast<std::size_t>(i)];
+    }
     ERLimites column(bool constant_u, int i) const {
         if (i < 0) return {};
         return constant_u ? patches_.patch(i, 0).u : patches_.patch(0, i).v;

@@ -249,30 +249,25 @@ private:
         }
         const double e = dot3(ps, ps), f = dot3(ps, pt), g = dot3(pt, pt);
         const double ratio = leaf.ratio = e > 0.0 && g > 0.0 ? std::sqrt(e / g) : 1.0;
-        const auto add = [&](const double* a, const double* b, const double* sign, double factor,
-                             double* turn) {
-            power_product(a, b, p_, q_, sign, product_.data());
-            const QuadraticPart part(product_.data(), 2 * p_, 2 * q_);
-            if (factor == 0.5 && sign[0] == 1.0) leaf.square = part;
+        const auto add = [ratio](const QuadraticPart& part, double factor, double* turn) {
             turn[0] += factor * (part.turn[0] + ratio * part.turn[1]);
             turn[1] += factor * (part.turn[2] + part.turn[1] / ratio);
         };
+        const auto product = [&](const double* a, const double* b, const double* sign) {
+            power_product(a, b, p_, q_, sign, product_.data());
+            return QuadraticPart(product_.data(), 2 * p_, 2 * q_);
+        };
         constexpr double points[4] = {1, 1, 1, 0}, weights[4] = {0, 0, 0, 1};
         const double* const r = coefs_.data();
-        add(r, r, points, 0.5, leaf.turn[0]);
+        leaf.square = product(r, r, points);
+        add(leaf.square, 0.5, leaf.turn[0]);
         for (std::size_t c = 0; c < 3; ++c) { // w times a component
-            double squares[2] = {};
-            for (std::size_t k = 0; k < count_; k += 4)
-                unit_[k + c] = r[k + 3];
-            double sign[4] = {};
-            sign[c] = 1.0;
-            add(r, unit_.data(), sign, 1.0, squares);
-            for (std::size_t k = 0; k < count_; k += 4)
-                unit_[k + c] = 0.0;
-            leaf.turn[1][0] = std::hypot(leaf.turn[1][0], squares[0]);
-            leaf.turn[1][1] = std::hypot(leaf.turn[1][1], squares[1]);
+            double bends[2] = {};
+            add(weighted(c), 1.0, bends);
+            leaf.turn[1][0] = std::sqrt(leaf.turn[1][0] * leaf.turn[1][0] + bends[0] * bends[0]);
+            leaf.turn[1][1] = std::sqrt(leaf.turn[1][1] * leaf.turn[1][1] + bends[1] * bends[1]);
         }
-        if (to_.rational) add(r, r, weights, 0.5, leaf.turn[2]);
+        if (to_.rational) add(product(r, r, weights), 0.5, leaf.turn[2]);
 
         const double extent[3] = {box.high[0] - box.low[0], box.high[1] - box.low[1],
                                   box.high[2] - box.low[2]};
@@ -291,6 +286,23 @@ private:
         cut_u_ = loss_u * g > loss_v * e || (loss_u * g == loss_v * e && e > g);
     }
     static double norm(const double* x) { return std::sqrt(dot3(x, x)); }
+
+    // Of the weight times a component.
+    QuadraticPart weighted(std::size_t component) {
+        for (std::size_t k = 0; k < count_; k += 4)
+            if (to_.rational) {
+                unit_[k + component] = coefs_[k + 3];
+            } else {
+                product_[k / 4] = coefs_[k + component];
+            }
+        if (!to_.rational) return {product_.data(), p_, q_};
+        double sign[4] = {};
+        sign[component] = 1.0;
+        power_product(coefs_.data(), unit_.data(), p_, q_, sign, product_.data());
+        for (std::size_t k = 0; k < count_; k += 4)
+            unit_[k + component] = 0.0;
+        return {product_.data(), 2 * p_, 2 * q_};
+    }
 
     SurfaceLeaves& to_;
     std::vector<OrientedBox>& boxes_;
