@@ -1,0 +1,59 @@
+// velm::FaceProjector: nearest points of a trimmed face, its trim curves and their corners
+// included.
+//
+//     const auto projector = velm::FaceProjector::on(*velm::prepare_face(trimmed)); // once
+//     const velm::FaceFoot foot = projector->nearest({1.0, 2.0, 3.0});
+//     if (foot.certified) use(foot.u, foot.v, foot.distance);
+//     if (foot.loop >= 0) at_the_trim(foot.loop, foot.edge, foot.part);
+//
+// Use from threads: nothing changes after construction and there is no cache, so any number of
+// threads may ask one object without a lock. Copies share the tables.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/surfaces/prepared_face.h"
+#include "velm/surfaces/surface_projector.h"
+
+#include <memory>
+#include <optional>
+#include <span>
+
+namespace velm {
+
+namespace detail {
+struct FaceProjectorTables;
+}
+
+/// A point of a face that is nearest to a query. The kind is edge on the trim, corner where two of
+/// its edges meet.
+struct FaceFoot : SurfaceFoot {
+    int loop = -1, edge = -1; ///< of the trim, for a foot on it
+    double part = 0.0;        ///< of the way along the edge, by its parameter, from 0 to 1
+};
+
+class VELM_API FaceProjector {
+public:
+    static constexpr int default_budget = SurfaceProjector::default_budget;
+
+    /// Nothing where SurfaceProjector::on has nothing for the surface.
+    static std::optional<FaceProjector> on(const PreparedFace& face);
+
+    const PreparedFace& face() const;
+
+    /// The nearest point; of several equally near ones (within the accuracy of the certificate) one
+    /// of them, the same at each call. A hint is the parameter of a point that is expected to be
+    /// near: it changes the time, and the choice among equally near points, not the certificate.
+    FaceFoot nearest(const ERPoint3D& p, int budget = default_budget) const;
+    FaceFoot nearest(const ERPoint3D& p, const ERPoint2D& hint, int budget = default_budget) const;
+    /// Of many points: as many feet, each that of `nearest(p)` to the bit, whatever the order of
+    /// the points and the number of threads that share them.
+    void nearest(std::span<const ERPoint3D> points, std::span<FaceFoot> feet,
+                 int threads = 1) const;
+
+private:
+    explicit FaceProjector(std::shared_ptr<const detail::FaceProjectorTables> tables);
+
+    std::shared_ptr<const detail::FaceProjectorTables> tables_;
+};
+
+} // namespace velm

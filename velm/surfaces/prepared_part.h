@@ -1,0 +1,103 @@
+// velm::PreparedPart: the faces of a part together: nearest points with the number of the face and
+// the distance signed by the material.
+//
+//     std::vector<velm::PartFace> faces;
+//     for (const velm::NominalFace& face : nominal.faces)
+//         faces.push_back({*velm::prepare_face(*face.surface), velm::outward_side(*face.surface)});
+//     const auto part = velm::PreparedPart::of(std::move(faces), 0.01);
+//     const velm::PartFoot foot = part->nearest({1.0, 2.0, 3.0});
+//     use(foot.face, foot.signed_distance);
+//
+// Use from threads: nothing changes after construction and there is no cache, so any number of
+// threads may ask one object without a lock. Copies share the tables.
+#pragma once
+
+#include "velm/export.h"
+#include "velm/surfaces/face_projector.h"
+
+#include <cmath>
+#include <memory>
+#include <numbers>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace velm {
+
+namespace detail {
+struct PartTables;
+}
+
+struct PartFace {
+    PreparedFace face;
+    /// 1 where dP/du ^ dP/dv points out of the material, -1 where it points inside, as
+    /// velm::outward_side gives it; 0 counts as 1.
+    int outward = 1;
+};
+
+/// How the sign of a distance is known.
+enum class PartSide {
+    certain,   ///< the foot is inside of a face
+    edge,      ///< where faces meet: by all of them
+    open_edge, ///< on an edge that no other face shares: by the foot's own face
+    uncertain, ///< the faces that meet there don't tell the sides
+};
+
+/// A point of a part that is nearest to a query.
+struct PartFoot : FaceFoot {
+    int face = -1; ///< -1: no place fulfils the conditions; then all else means nothing
+    /// Unit, out of the material: the surface's; where faces meet, the mean of theirs, weighted by
+    /// the angles that they fill.
+    ERVector3D outward;
+    double signed_distance = 0.0; ///< positive outside of the material
+    PartSide side = PartSide::certain;
+};
+
+/// Conditions on the places that count.
+struct PartSearch {
+    /// No place further than this.
+    double max_distance = HUGE_VAL;
+    /// Places where the outward normal of the face is within max_angle, in radians, of the
+    /// direction.
+    std::optional<ERVector3D> direction;
+    double max_angle = std::numbers::pi / 2;
+    /// A foot that is expected to be near, as that of a neighbouring point: it changes the time,
+    /// and the choice among equally near points, nothing else.
+    std::optional<PartFoot> hint;
+};
+
+class VELM_API PreparedPart {
+public:
+    /// Faces that meet within the tolerance, in model units, share an edge. Nothing without faces,
+    /// and where FaceProjector::on has nothing for a face. `threads` share the work.
+    static std::optional<PreparedPart> of(std::vector<PartFace> faces, double tolerance,
+                                          int threads = 1);
+
+    int faces() const;
+    const PreparedFace& face(int i) const;
+    int outward(int i) const; ///< 1 or -1
+    double tolerance() const;
+    /// Holds the surfaces of all faces.
+    ERMinimax3D box() const;
+    /// The diagonal of box().
+    double size() const;
+
+    /// The nearest point; of several equally near ones (within the accuracy of the certificate) one
+    /// of them, the same at each call.
+    PartFoot nearest(const ERPoint3D& p) const;
+    PartFoot nearest(const ERPoint3D& p, const PartSearch& search) const;
+    /// Of many points: as many feet, each that of `nearest` to the bit, whatever the order of the
+    /// points and the number of threads that share them. `searches` has one entry for all points,
+    /// or one for each.
+    void nearest(std::span<const ERPoint3D> points, std::span<PartFoot> feet,
+                 int threads = 1) const;
+    void nearest(std::span<const ERPoint3D> points, std::span<const PartSearch> searches,
+                 std::span<PartFoot> feet, int threads = 1) const;
+
+private:
+    explicit PreparedPart(std::shared_ptr<const detail::PartTables> tables);
+
+    std::shared_ptr<const detail::PartTables> tables_;
+};
+
+} // namespace velm
