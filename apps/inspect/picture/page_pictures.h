@@ -18,10 +18,10 @@ struct PagePictures {
     struct Drawing {
         std::string picture, legend;
     };
-    /// A drawing that its reader turns, in place of the two: its element, and what belongs to the
-    /// page's style and scripts.
+    /// A drawing that its reader turns, in place of the two: its element, what belongs to the
+    /// page's style and script, and elements of data for the page's end.
     struct View {
-        std::string markup, style, script;
+        std::string markup, style, script, data;
     };
     Drawing wide, narrow;
     std::string distribution;

@@ -37,7 +37,6 @@ struct ViewPoint {
     std::array<float, 3> outward{}; ///< unit, out of the material; 0 if unassigned
     float deviation = 0.0F;         ///< along it
     std::int32_t face = -1;         ///< index of faces; -1: unassigned
-    std::uint8_t color = 0;         ///< the class of DeviationScale, set when it is drawn
     PointState state = PointState::unassigned;
 };
 

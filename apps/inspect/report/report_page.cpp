@@ -126,9 +126,11 @@ std::string ReportPage::html() const {
                       "</style>\n</head>\n<body>\n<main>\n<h1>" + shown_title + "</h1>\n" +
                       element("p", terminal_text(head.subtitle), "class=\"subtitle\"") + "\n" +
                       verdict(head.verdict) + definitions("head", head.lines);
+    std::string group_tables;
     for (const Points& group : groups)
-        out += table(group, is_judged, false);
-    out += drawings(*this);
+        group_tables += table(group, is_judged, false);
+    const bool has_view = !pictures.view.markup.empty(); // what shows the part before its faces
+    out += has_view ? drawings(*this) + group_tables : group_tables + drawings(*this);
     std::uint64_t shown = 0;
     for (const Points& points : tables)
         shown += points.rows.size();
@@ -138,8 +140,8 @@ std::string ReportPage::html() const {
     for (const Points& points : tables)
         out += table(points, is_judged, true);
     out += "<h2>Provenance</h2>\n" + definitions("provenance", provenance);
-    return out + "</main>\n<script>\n" + page_script + pictures.view.script +
-           "</script>\n</body>\n</html>\n";
+    return out + "</main>\n" + pictures.view.data + "<script>\n" + page_script +
+           pictures.view.script + "</script>\n</body>\n</html>\n";
 }
 
 } // namespace velm::inspect
