@@ -133,16 +133,19 @@ const SurfaceFlatness::Bends& SurfaceFlatness::bends(int i, int j) {
 
 Flatness SurfaceFlatness::of_patches(const ERLimites& u, const ERLimites& v) {
     Flatness all;
-    for (int i = interval_of(tables_.ends_u, u.start()); i < tables_.patches_u(); ++i) {
+    // A rectangle may be a line or a place: then the patch from there on counts.
+    const int first_u = interval_of(tables_.ends_u, u.start());
+    const int first_v = interval_of(tables_.ends_v, v.start());
+    for (int i = first_u; i < tables_.patches_u(); ++i) {
         const auto a = std::size_t(i);
         const ERLimites in_u(std::max(tables_.ends_u[a], u.start()),
                              std::min(tables_.ends_u[a + 1], u.end()));
-        if (!(in_u.amplitude() > 0.0)) break;
-        for (int j = interval_of(tables_.ends_v, v.start()); j < tables_.patches_v(); ++j) {
+        if (i > first_u && !(in_u.amplitude() > 0.0)) break;
+        for (int j = first_v; j < tables_.patches_v(); ++j) {
             const auto b = std::size_t(j);
             const ERLimites in_v(std::max(tables_.ends_v[b], v.start()),
                                  std::min(tables_.ends_v[b + 1], v.end()));
-            if (!(in_v.amplitude() > 0.0)) break;
+            if (j > first_v && !(in_v.amplitude() > 0.0)) break;
             const Bends& patch = bends(i, j);
             const bool is_whole = in_u == ERLimites(tables_.ends_u[a], tables_.ends_u[a + 1]) &&
                                   in_v == ERLimites(tables_.ends_v[b], tables_.ends_v[b + 1]);

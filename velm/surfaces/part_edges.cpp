@@ -269,6 +269,8 @@ private:
         if (!cut(joint)) return false;
         other.joint = own.joint;
         other.reversed = reversed;
+        other.gap = joint.largest_gap();
+        other.bound = joint.bound();
         return true;
     }
 
@@ -287,7 +289,13 @@ private:
     }
 
     void pair_up(const std::vector<int>& together) {
-        if (together.size() == 2) pair(together[0], together[1]);
+        if (together.size() == 2) {
+            PartEdge& first = edges_[std::size_t(together[0])];
+            const PartEdge& second = edges_[std::size_t(together[1])];
+            first.gap = second.gap;
+            first.bound = second.bound;
+            pair(together[0], together[1]);
+        }
         if (together.size() <= 2) return;
         struct Wedge {
             double angle;
@@ -305,8 +313,22 @@ private:
             }
         std::ranges::stable_sort(wedges, {}, &Wedge::angle);
         for (const Wedge& wedge : wedges)
-            if (edges_[std::size_t(wedge.from)].mate < 0 && edges_[std::size_t(wedge.to)].mate < 0)
+            if (edges_[std::size_t(wedge.from)].mate < 0 && edges_[std::size_t(wedge.to)].mate < 0) {
+                measure(wedge.from, wedge.to);
                 pair(wedge.from, wedge.to);
+            }
+        for (const int i : together)
+            if (edges_[std::size_t(i)].mate < 0)
+                edges_[std::size_t(i)].gap = edges_[std::size_t(i)].bound = 0.0;
+    }
+
+    void measure(int a, int b) {
+        PartEdge &first = edges_[static_cast<std::size_t>(a)],
+                 &second = edges_[static_cast<std::size_t>(b)];
+        JointCut joint({stretch_of(a, first.reversed), stretch_of(b, second.reversed)});
+        cut(joint);
+        first.gap = second.gap = joint.largest_gap();
+        first.bound = second.bound = joint.bound();
     }
 
     // The angle about the way along the joint by which the face goes off the edge in its middle,
@@ -336,16 +358,10 @@ private:
     void pair(int a, int b) {
         PartEdge &first = edges_[static_cast<std::size_t>(a)],
                  &second = edges_[static_cast<std::size_t>(b)];
-        JointCut joint({stretch_of(a, first.reversed), stretch_of(b, second.reversed)});
-        cut(joint);
         first.mate = b;
         second.mate = a;
         first.agrees = second.agrees = is_left(a) != is_left(b);
-        for (PartEdge* const edge : {&first, &second}) {
-            edge->kind = PartEdgeKind::paired;
-            edge->gap = joint.largest_gap();
-            edge->bound = joint.bound();
-        }
+        first.kind = second.kind = PartEdgeKind::paired;
     }
 
     double tolerance_;

@@ -155,10 +155,11 @@ LoopFoot LiftedLoop::nearest(const ERPoint3D& p, double low, double high) const 
     // Secant steps on the edge's own parameter.
     constexpr int most_steps = 12;
     constexpr double worth = 0.999999; // a smaller gain ends it
+    const double rounding = 1e-15 * (std::fabs(p.x()) + std::fabs(p.y()) + std::fabs(p.z()));
     for (int step = 0; step < most_steps; ++step) {
         const ERPoint3D on = point(place);
         const double away = distance(on, p);
-        const bool ends = !(away < worth * foot.distance);
+        const bool ends = !(away < worth * foot.distance) || away <= rounding;
         if (away < foot.distance) foot = {place, on, away};
         if (ends) break;
         const double h = std::min(1e-6, 0.25 * (high - low));
