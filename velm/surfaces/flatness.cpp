@@ -156,14 +156,24 @@ Flatness SurfaceFlatness::of_patches(const ERLimites& u, const ERLimites& v) {
     return all;
 }
 
+// A place as an interval that has a length, inside the domain.
+static ERLimites widened(const ERLimites& part, const ERLimites& domain) {
+    constexpr double width = 1e-9; // of the domain
+    if (part.start() < part.end()) return part;
+    const double least = width * domain.amplitude();
+    return part.end() + least <= domain.end() ? ERLimites(part.start(), part.end() + least)
+                                              : ERLimites(part.start() - least, part.end());
+}
+
 Flatness SurfaceFlatness::operator()(const ERLimites& u, const ERLimites& v) {
     switch (tables_.kind) {
     case SurfaceKind::patches:
         return of_patches(u, v);
     case SurfaceKind::revolution:
-        return of_turned(tables_, 0.0, u, v);
+        return of_turned(tables_, 0.0, widened(u, tables_.u), widened(v, tables_.v));
     case SurfaceKind::offset:
-        return of_turned(*tables_.base, tables_.offset, u, v);
+        return of_turned(*tables_.base, tables_.offset, widened(u, tables_.u),
+                         widened(v, tables_.v));
     default:
         return of_shape(tables_, u, v);
     }

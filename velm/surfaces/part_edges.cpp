@@ -313,7 +313,8 @@ private:
             }
         std::ranges::stable_sort(wedges, {}, &Wedge::angle);
         for (const Wedge& wedge : wedges)
-            if (edges_[std::size_t(wedge.from)].mate < 0 && edges_[std::size_t(wedge.to)].mate < 0) {
+            if (edges_[std::size_t(wedge.from)].mate < 0 &&
+                edges_[std::size_t(wedge.to)].mate < 0) {
                 measure(wedge.from, wedge.to);
                 pair(wedge.from, wedge.to);
             }

@@ -1,11 +1,16 @@
 #include "velm/surfaces/detail/face_metric.h"
 
+#include "velm/frame/point_functions.h"
+#include "velm/surfaces/detail/surface_tables.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace velm::detail {
 
 namespace {
+
+constexpr int cells_along = 16; // of a region, in each direction
 
 // The lesser direction counts as at least this much of the other, so that no triangle gets thinner.
 constexpr double least_ratio = 0.02;
@@ -37,6 +42,9 @@ FaceMetric::FaceMetric(const PreparedFace& face)
       breaks_v_(velm::breaks_v(face_.surface())) {
     leave_out_slivers(u_, breaks_u_);
     leave_out_slivers(v_, breaks_v_);
+    ends_u_ = ends_of(u_, breaks_u_);
+    ends_v_ = ends_of(v_, breaks_v_);
+    regions_.resize((ends_u_.size() - 1) * (ends_v_.size() - 1));
     measure();
 }
 
@@ -52,7 +60,7 @@ std::vector<double> FaceMetric::ends_of(const ERLimites& domain,
 // second derivatives may change the speeds on the way to them.
 void FaceMetric::measure() {
     constexpr int cells = 8;
-    const std::vector<double> in_u = ends_of(u_, breaks_u_), in_v = ends_of(v_, breaks_v_);
+    const std::vector<double>&in_u = ends_u_, &in_v = ends_v_;
     double bend_u = 0.0, bend_v = 0.0;
     for (std::size_t j = 0; j + 1 < in_v.size(); ++j)
         for (std::size_t i = 0; i + 1 < in_u.size(); ++i) {
@@ -95,9 +103,45 @@ Flatness FaceMetric::bends_over(const ERMinimax2D& box) {
     return flatness_(inside(u_, box.xmin, box.xmax), inside(v_, box.ymin, box.ymax));
 }
 
+FaceMetric::Region& FaceMetric::region_of(const ERPoint2D& middle) {
+    const int i = interval_of(ends_u_, middle.x()), j = interval_of(ends_v_, middle.y());
+    const auto a = static_cast<std::size_t>(i), b = static_cast<std::size_t>(j);
+    Region& region = regions_[b * (ends_u_.size() - 1) + a];
+    if (region.cells.empty()) {
+        region.u = {ends_u_[a], ends_u_[a + 1]};
+        region.v = {ends_v_[b], ends_v_[b + 1]};
+        region.cells.resize(cells_along * cells_along, Flatness{-1.0, 0.0, 0.0});
+    }
+    return region;
+}
+
 double FaceMetric::deviation(const ERPoint2D& a, const ERPoint2D& b) {
     const ERMinimax2D box(a, b);
-    return bends_over(box).deviation(box.xmax - box.xmin, box.ymax - box.ymin);
+    const double du = box.xmax - box.xmin, dv = box.ymax - box.ymin;
+    const SurfaceKind kind = surface().kind();
+    const bool costs = kind == SurfaceKind::patches || kind == SurfaceKind::revolution ||
+                       kind == SurfaceKind::offset;
+    Region& region = region_of(milieu(a, b));
+    const auto cell_of = [](const ERLimites& limits, double t) {
+        const double part = (t - limits.start()) / limits.amplitude();
+        return std::clamp(static_cast<int>(part * cells_along), 0, cells_along - 1);
+    };
+    const int i0 = cell_of(region.u, box.xmin), i1 = cell_of(region.u, box.xmax);
+    const int j0 = cell_of(region.v, box.ymin), j1 = cell_of(region.v, box.ymax);
+    constexpr int most_cells = 4;
+    if (!costs || (i1 - i0 + 1) * (j1 - j0 + 1) > most_cells)
+        return bends_over(box).deviation(du, dv);
+    double farthest = 0.0;
+    for (int j = j0; j <= j1; ++j)
+        for (int i = i0; i <= i1; ++i) {
+            Flatness& cell = region.cells[static_cast<std::size_t>(j * cells_along + i)];
+            const auto part = [](const ERLimites& limits, int k) {
+                return limits(ERLimites(double(k) / cells_along, (k + 1.0) / cells_along));
+            };
+            if (cell.uu < 0.0) cell = flatness_(part(region.u, i), part(region.v, j));
+            farthest = std::max(farthest, cell.deviation(du, dv));
+        }
+    return farthest;
 }
 
 } // namespace velm::detail

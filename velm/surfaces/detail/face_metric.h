@@ -34,7 +34,8 @@ public:
 
     /// The bends over a rectangle, cut to the domain; no break is strictly inside of it.
     Flatness bends_over(const ERMinimax2D& box);
-    /// How far the surface over a side may be from its chord.
+    /// How far the surface over a side may be from its chord: where that needs no more than a few
+    /// cells of a grid, by theirs, which are kept.
     double deviation(const ERPoint2D& a, const ERPoint2D& b);
     SurfaceFlatness& flatness() { return flatness_; }
 
@@ -47,6 +48,12 @@ public:
     static constexpr double rounding = 1e-11; ///< of parameters, as a part of the domain
 
 private:
+    /// A part between breaks, and the bends over cells of it.
+    struct Region {
+        ERLimites u, v;
+        std::vector<Flatness> cells; ///< below 0 where they weren't asked for yet
+    };
+    Region& region_of(const ERPoint2D& middle);
     static double on_line(double t, const ERLimites& domain, const std::vector<double>& breaks);
     void measure();
 
@@ -56,6 +63,8 @@ private:
     std::vector<double> breaks_u_, breaks_v_;
     double speed_u_ = 0.0, speed_v_ = 0.0;
     double scale_u_ = 1.0, scale_v_ = 1.0;
+    std::vector<double> ends_u_, ends_v_;
+    std::vector<Region> regions_;
 };
 
 } // namespace velm::detail

@@ -56,14 +56,12 @@ JointPlace JointCut::place_of(std::size_t stretch, double place, const JointPlac
     }
     made.point = stretches_[0].loop->point(made.on[0]);
     for (std::size_t k = 1; k < stretches_.size(); ++k)
-        made.gap =
-            std::max(made.gap, distance(made.point, stretches_[k].loop->point(made.on[k])));
+        made.gap = std::max(made.gap, distance(made.point, stretches_[k].loop->point(made.on[k])));
     return made;
 }
 
 // In the middle of the first stretch, or at the end of an edge near that.
-bool JointCut::between(const JointPlace& before, const JointPlace& after,
-                       JointPlace& made) const {
+bool JointCut::between(const JointPlace& before, const JointPlace& after, JointPlace& made) const {
     for (std::size_t k = 0; k < stretches_.size(); ++k)
         if (std::fabs(before.on[k] - after.on[k]) < 4.0 * least_step) return false;
     const LiftedLoop& loop = *stretches_[0].loop;

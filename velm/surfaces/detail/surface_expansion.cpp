@@ -213,11 +213,10 @@ void include(PointSeries<Interval, order>& all, const PointSeries<Interval, orde
                   : (all.c[k].c[n].include(part.c[k].c[n]), all.c[k].c[n]);
 }
 
-// Whether a piece and the limits, which may be one place, have a part in common, and that part.
-bool common(const ERLimites& piece, const ERLimites& limits, ERLimites& part) {
-    part = {std::max(piece.start(), limits.start()), std::min(piece.end(), limits.end())};
-    return part.start() < part.end() ||
-           (part.start() == part.end() && limits.start() == limits.end());
+// Whether [a, b] and the limits have a part in common, and that part.
+bool common(const ERLimites& a, const ERLimites& b, ERLimites& part) {
+    part = {std::max(a.start(), b.start()), std::min(a.end(), b.end())};
+    return part.start() < part.end();
 }
 
 PointSeries<Interval, order> generatrix_over(const PreparedCurve<3>& curve, const ERLimites& u) {
@@ -232,7 +231,7 @@ PointSeries<Interval, order> generatrix_over(const PreparedCurve<3>& curve, cons
     bool first = true;
     for (int i = curve.place(u.start()).piece; i < curve.pieces(); ++i) {
         const CurvePiece<3> piece = curve.piece(i);
-        if (!first && piece.parameters.start() >= u.end()) break;
+        if (piece.parameters.start() >= u.end()) break;
         ERLimites part;
         if (!common(piece.parameters, u, part)) continue;
         PointSeries<Interval, order> own = points_over(net_of(piece), part, {0.0, 1.0});
