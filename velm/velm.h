@@ -205,6 +205,7 @@
 #include "velm/surfaces/nurbs_decomposer.h"
 #include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/offset_surface.h"
+#include "velm/surfaces/part_edges.h"
 #include "velm/surfaces/part_tessellation.h"
 #include "velm/surfaces/plane.h"
 #include "velm/surfaces/pole_matrix.h"
