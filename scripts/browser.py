@@ -49,6 +49,7 @@ class Browser:
         for domain in "Page", "Runtime", "Network", "Log":
             self.call(domain + ".enable")
         self.resize(*self.size)
+        self.scheme("light")
         return self
 
     def __exit__(self, *_):
@@ -102,8 +103,10 @@ class Browser:
                   deviceScaleFactor=1, mobile=mobile)
 
     def scheme(self, name):
+        """Light or dark; nothing glides."""
         self.call("Emulation.setEmulatedMedia",
-                  features=[{"name": "prefers-color-scheme", "value": name}])
+                  features=[{"name": "prefers-color-scheme", "value": name},
+                            {"name": "prefers-reduced-motion", "value": "reduce"}])
 
     def settle(self):
         """After the next two frames."""

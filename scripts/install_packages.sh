@@ -7,7 +7,7 @@ set -euo pipefail
 build=(g++ cmake make ninja-build libcli11-dev nlohmann-json3-dev)
 test=("${build[@]}" libgtest-dev python3 libocct-data-exchange-dev)
 ci=("${test[@]}" clang clang-format-14 libclang-rt-14-dev libbenchmark-dev pkg-config gdb git
-    binutils ccache doxygen)
+    binutils ccache doxygen chromium)
 
 case ${1:-} in
     build) wanted=("${build[@]}") ;;
@@ -24,7 +24,7 @@ fi
 # A tool counts as installed wherever it stands in the PATH; a library must be a package.
 declare -A tool=([g++]=g++ [cmake]=cmake [make]=make [ninja-build]=ninja [clang]=clang++
     [clang-format-14]=clang-format-14 [pkg-config]=pkg-config [gdb]=gdb [python3]=python3 [git]=git
-    [binutils]=nm [ccache]=ccache [doxygen]=doxygen)
+    [binutils]=nm [ccache]=ccache [doxygen]=doxygen [chromium]=chromium)
 missing=()
 for package in "${wanted[@]}"; do
     [ -n "${tool[$package]:-}" ] && command -v "${tool[$package]}" >/dev/null && continue

@@ -54,7 +54,7 @@ struct Look {
     DeviationScale colors;
     StillScale scale;
     bool has_unassigned = false;
-    bool shows_whiskers = true; ///< of all points, else of those out of tolerance
+    bool shows_whiskers = true; // of all points, else of those out of tolerance
     std::uint64_t out = 0;
     int decimals = 3;
 };
