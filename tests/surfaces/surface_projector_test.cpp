@@ -3,11 +3,14 @@
 #include "support/allocation_count.h"
 #include "support/test.h"
 #include "support/threads.h"
+#include "velm/curves/nurbs_curve.h"
 #include "velm/surfaces/analytic_to_nurbs.h"
 #include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/cone.h"
 #include "velm/surfaces/cylinder.h"
 #include "velm/surfaces/nurbs_surface.h"
+#include "velm/surfaces/offset_surface.h"
+#include "velm/surfaces/revolution_surface.h"
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/torus.h"
 #include "velm/transforms/transformation_factories.h"
@@ -90,13 +93,42 @@ ERSpoleNURBS3D as_nurbs(const ERAnyBoundedSurface& surface) {
     return *velm::to_nurbs(*ERBoundedPlane::castdown(&surface));
 }
 
-constexpr int kinds = 14;
+constexpr int kinds = 18;
 const char* const kind_names[kinds] = {
-    "gentle", "waved",     "rational", "other degrees", "collapsed row", "closed",   "creased",
-    "torn",   "near flat", "long",     "small",         "large",         "analytic", "as NURBS"};
+    "gentle",          "waved",          "rational",     "other degrees", "collapsed row",
+    "closed",          "creased",        "torn",         "near flat",     "long",
+    "small",           "large",          "analytic",     "as NURBS",      "offset",
+    "offset as NURBS", "offset of turn", "folded offset"};
+
+t_SmartPtr<ERAnyBoundedSurface> random_surface(Random& random, int kind, int round);
+
+// Of panels, of surfaces in NURBS form with lines that are points, and of turned curves; beyond the
+// radius of curvature the offset of a waved panel folds.
+t_SmartPtr<ERAnyBoundedSurface> random_offset(Random& random, const std::string& name, int round) {
+    t_SmartPtr<ERAnyBoundedSurface> base;
+    double offset = random.uniform(-0.4, 0.4);
+    if (name == "offset of turn") {
+        const ERVec<ERPole3DH> poles{{3, 0, 0, 1}, {5, 1, 2, 2}, {2, 0, 3, 0.7}, {4, -1, 5, 1}};
+        base = new ERSurOfRevolution(new ERCpoleNURBS3D(poles, 3),
+                                     ERInfLine3D(ERVector3D(0, 0, 1), {}),
+                                     {0.3, round % 2 ? 2 * pi + 0.3 : 2.0});
+    } else {
+        const int kinds_of_base[] = {0, 2, 5, 6};
+        base = random_surface(random, name == "offset" ? kinds_of_base[round % 4] : 13, round);
+    }
+    if (name == "folded offset") {
+        Shape shape;
+        shape.amplitude = 1.0, shape.wave = 0.8, shape.spans_u = shape.spans_v = 5;
+        shape.weights = round % 2 ? 1.5 : 1.0;
+        base = new ERSpoleNURBS3D(panel(panel_poles(random, shape), 3, 3));
+        offset = random.uniform(-3, 3);
+    }
+    return new EROffsetSurface(*base, offset, random.direction<ERVector3D>());
+}
 
 t_SmartPtr<ERAnyBoundedSurface> random_surface(Random& random, int kind, int round) {
     const std::string name = kind_names[kind];
+    if (name.find("offset") != std::string::npos) return random_offset(random, name, round);
     if (name == "analytic") return analytic(random, round);
     if (name == "as NURBS") return new ERSpoleNURBS3D(as_nurbs(*analytic(random, round)));
     Shape shape;
@@ -289,7 +321,7 @@ ERPoint3D random_query(Random& random, const PreparedSurface& surface, int k) {
 
 TEST(SurfaceProjector, NoPointIsNearerThanTheFoot) {
     Random random(190);
-    const int surfaces = repeats(1008), points = repeats(1000) / (repeats(10) > 1 ? 1 : 2);
+    const int surfaces = repeats(72 * kinds), points = repeats(1000) / (repeats(10) > 1 ? 1 : 2);
     for (int kind = 0; kind < kinds; ++kind) {
         int wrong = 0, uncertified = 0, asked = 0;
         for (int round = 0; round < std::max(1, surfaces / kinds); ++round) {
@@ -517,7 +549,7 @@ TEST(SurfaceProjector, ReportsTheGapWhenItsBudgetEnds) {
 
 TEST(SurfaceProjectorThreads, ShareOneProjectorWithoutAllocation) {
     Random random(193);
-    for (const char* const name : {"waved", "rational", "other degrees", "analytic"}) {
+    for (const char* const name : {"waved", "rational", "other degrees", "analytic", "folded offset"}) {
         const int kind = static_cast<int>(
             std::find(kind_names, kind_names + kinds, std::string(name)) - kind_names);
         const auto surface = velm::prepare(*random_surface(random, kind, 8));

@@ -63,7 +63,7 @@ public:
         high_ = std::min(range_.end() * scale - start_ + slack, 4.0);
         if (!(low_ <= high_)) return;
         const auto grid = static_cast<std::size_t>(4 * leaves_.coefs_of_leaf());
-        constexpr std::size_t usual = 4 * 36;
+        constexpr std::size_t usual = 4 * 100;
         WorkArray<double, 2 * usual> room(2 * grid);
         tables_.tree.along_line(q_, d_, low_, high_, [&](int leaf) {
             look_at(leaves_[leaf], leaf, room.data(), room.data() + grid);

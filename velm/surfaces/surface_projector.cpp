@@ -15,7 +15,7 @@ namespace velm {
 namespace detail {
 
 ProjectorTables::ProjectorTables(const PreparedSurface& prepared) : surface(prepared) {
-    analytic = surface.patches_u() == 0;
+    analytic = surface.patches_u() == 0 && surface.kind() != SurfaceKind::offset;
     const auto patches = analytic ? patches_of(SurfaceTables::of(surface)) : surface;
     if (!patches) return;
     std::vector<OrientedBox> boxes;
@@ -30,7 +30,7 @@ namespace {
 constexpr double askew = 1e-9;
 // A second derivative of the squared distance, or the square of a tangent, that is this small
 // beside what it is made of is taken as none.
-constexpr double flat_bend = 1e-9, collapsed_tangent = 1e-14;
+constexpr double flat_bend = 1e-9, collapsed_tangent = 1e-14, least_tangent = 1e-16;
 
 // Tangents, and the second derivatives of half the squared distance.
 struct FirstAndSecond {
@@ -61,10 +61,14 @@ struct Sides {
 
 SurfaceFootKind kind_of(const FirstAndSecond& d, const double* from_query, const Sides& on,
                         double rounding) {
-    const double e = dot3(d.ps, d.ps), g = dot3(d.pt, d.pt);
-    const double extent = e + g;
-    if (e <= collapsed_tangent * extent || g <= collapsed_tangent * extent)
-        return SurfaceFootKind::degenerate;
+    const double extent = dot3(d.ps, d.ps) + dot3(d.pt, d.pt);
+    const double e = std::max(dot3(d.ps, d.ps), least_tangent * extent),
+                 g = std::max(dot3(d.pt, d.pt), least_tangent * extent);
+    // A tangent that vanishes alone leaves a unique place, as where an offset surface folds.
+    const auto is_point = [=](double square, double bend) {
+        return square <= collapsed_tangent * extent && bend <= flat_bend * extent;
+    };
+    if (is_point(e, d.bend[0]) || is_point(g, d.bend[2])) return SurfaceFootKind::degenerate;
     const double a = d.bend[0] / e, c = d.bend[2] / g, b = d.bend[1] / std::sqrt(e * g);
     // The determinant of the tangents' form is 1 where they are at right angles.
     const double cosine = dot3(d.ps, d.pt) / std::sqrt(e * g);
@@ -112,7 +116,8 @@ SurfaceFoot foot_at(const PreparedSurface& surface, const SurfaceLeaves& leaves,
         ERVector3D(d.ps[0], d.ps[1], d.ps[2]) ^ ERVector3D(d.pt[0], d.pt[1], d.pt[2]);
     const double length = normal.norme();
     const double tangents = dot3(d.ps, d.ps) * dot3(d.pt, d.pt);
-    foot.normal = length * length > 1e-12 * tangents && foot.kind != SurfaceFootKind::degenerate
+    foot.normal = length * length > 1e-12 * tangents && foot.kind != SurfaceFootKind::degenerate &&
+                          surface.kind() != SurfaceKind::offset
                       ? normal * (1.0 / length)
                       : surface.normal(foot.u, foot.v);
     return foot;
@@ -209,7 +214,6 @@ SurfaceFoot nearest_of(const ProjectorTables& tables, const ERPoint3D& p, const 
 } // namespace
 
 std::optional<SurfaceProjector> SurfaceProjector::on(const PreparedSurface& surface) {
-    if (surface.kind() == SurfaceKind::offset) return std::nullopt;
     return SurfaceProjector(std::make_shared<const ProjectorTables>(surface));
 }
 

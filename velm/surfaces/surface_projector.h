@@ -9,7 +9,8 @@
 //
 // The surface is kept as small parts about their own centres, cut so that each is nearly bilinear,
 // with a tree of oriented boxes. Planes, cylinders, cones, spheres and tori are answered in closed
-// form. Lengths are model units, parameters the surface's own.
+// form; for other offset surfaces stand polynomials with a proved distance from them. Lengths are
+// model units, parameters the surface's own.
 //
 // Use from threads: nothing changes after construction and there is no cache, so any number of
 // threads may ask one object without a lock. Copies share the tables. No question allocates; those
@@ -65,8 +66,9 @@ public:
     /// The parts that one search halves before it gives up the certificate.
     static constexpr int default_budget = 1 << 16;
 
-    /// Nothing of an offset surface, except where its prepared form is no offset: that of a plane,
-    /// cylinder, cone, sphere or torus.
+    /// Of a prepared surface of any kind: always something. An offset surface takes some 20 times
+    /// as long as its base to set up, strongly curved ones more; where the base has no normal,
+    /// nothing near the place is certified.
     static std::optional<SurfaceProjector> on(const PreparedSurface& surface);
 
     const PreparedSurface& surface() const;
@@ -85,7 +87,8 @@ public:
     /// Every place where p is perpendicular above the surface, nearest first, each once, whether or
     /// not it is on a border of patches. Certified: there is one foot and no other near it. Not
     /// certified and degenerate: feet that can't be told apart, as those of the centre of a sphere,
-    /// one entry for each part of the surface that holds some. `lower` is `distance`.
+    /// one entry for each part of the surface that holds some. `lower` is `distance`. Of an offset
+    /// surface they are those of polynomials within 2^-45 of the size of it.
     void feet(const ERPoint3D& p, std::vector<SurfaceFoot>& feet) const;
     /// Every local minimum of the distance that is no further than `distance`, nearest first: feet,
     /// and minima on limits, on lines where the normal jumps and where such lines meet. (Limits of

@@ -62,6 +62,8 @@ template <class DegreeU, class DegreeV>
 template <class F>
 [[gnu::always_inline]] inline void with_leaf_degrees(int p, int q, F f) {
     if (p != q) return f(p, q);
+    using Moved = std::integral_constant<int, 9>; // the degree of OffsetFit
+    if (p == Moved::value) return f(Moved{}, Moved{});
     with_degree(p, [&](auto degree) { f(degree, degree); });
 }
 

@@ -123,11 +123,17 @@ LeafSearch::View LeafSearch::view_of(const SurfaceLeaves& leaves, const SurfaceL
 
 void LeafSearch::leaf_from(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number,
                            double s, double t) {
-    const View view = view_of(leaves, leaf);
-    if (!newton(view, number, s, t)) halve(leaf, view, number);
+    with_error(leaf, [&] {
+        const View view = view_of(leaves, leaf);
+        if (!newton(view, number, s, t)) halve(leaf, view, number);
+    });
 }
 
 void LeafSearch::leaf(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number) {
+    with_error(leaf, [&] { look_at(leaves, leaf, number); });
+}
+
+void LeafSearch::look_at(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number) {
     View view = view_of(leaves, leaf);
     // (|R - w e|^2 - b w^2) / 2, with w = 1 here: without weights this is exact, with them the
     // place of its least value is a good start.
@@ -231,7 +237,8 @@ void LeafSearch::halve(const SurfaceLeaf& leaf, const View& whole, int number) {
     const int p = whole.p, q = whole.q;
     const auto grid = static_cast<std::size_t>(4 * (p + 1) * (q + 1)),
                square = static_cast<std::size_t>((2 * p + 1) * (2 * q + 1));
-    constexpr std::size_t usual_grid = 4 * 36, usual_square = 121;
+    // Up to the degree of the polynomials that stand for offsets.
+    constexpr std::size_t usual_grid = 4 * 100, usual_square = 19 * 19;
     WorkArray<double, 2 * usual_grid> parts(2 * grid);
     WorkArray<double, 2 * usual_square> squares(2 * square);
     double *const from_query = parts.data(), *const part = from_query + grid;

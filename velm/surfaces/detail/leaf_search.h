@@ -77,7 +77,18 @@ private:
         const double wanted = std::max(0.0, distance - 0.5 * allowed(distance));
         return wanted * wanted;
     }
+    void look_at(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number);
     bool newton(const View& view, int number, double x, double y);
+    /// look(), and what it leaves out less the error of the leaf.
+    template <class Look>
+    void with_error(const SurfaceLeaf& leaf, Look look) {
+        if (leaf.error == 0.0) return look();
+        const double before = lower_;
+        lower_ = HUGE_VAL;
+        look();
+        const double own = std::max(0.0, std::sqrt(lower()) - leaf.error);
+        lower_ = std::min(before, own * own);
+    }
     void offer(const LeafPlace& place) {
         const bool better =
             place.squared < best_.squared ||

@@ -2,7 +2,9 @@
 
 #include "velm/surfaces/detail/sided_jet.h"
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace velm::detail {
 namespace {
@@ -13,8 +15,9 @@ constexpr double least_turn = 1e-7, least_gap = 1e-10;
 
 class Finder {
 public:
-    Finder(const PreparedSurface& patches, const SurfaceLeaves& leaves)
-        : patches_(patches), leaves_(leaves), size_(patches.box().diagonal()) {}
+    Finder(const PreparedSurface& surface, const SurfaceLeaves& leaves)
+        : surface_(surface), patches_(surface.base().value_or(surface)), leaves_(leaves),
+          size_(surface.box().diagonal()) {}
 
     std::vector<SharpLine> run() {
         for (const bool constant_u : {true, false}) {
@@ -30,7 +33,8 @@ private:
     // The line between two columns or rows of patches, -1 for none.
     void line(bool constant_u, int, int below, int above) {
         const ERLimites limits[2] = {column(constant_u, below), column(constant_u, above)};
-        if (below >= 0 && above == below + 1 && continuity(constant_u, below) > 0) return;
+        const int smooth = surface_.kind() == SurfaceKind::offset ? 2 : 1;
+        if (below >= 0 && above == below + 1 && continuity(constant_u, below) >= smooth) return;
         SharpLine both = make(constant_u, below, above, limits);
         if (below >= 0 && above >= 0) {
             const Meeting meeting = compare(both);
@@ -45,7 +49,7 @@ private:
     }
 
     // The order of derivatives that are known to be continuous at the end of a column. Where the
-    // first are, the distance is stationary at its minima.
+    // first are, of an offset surface the base's second, the distance is stationary at its minima.
     int continuity(bool constant_u, int i) const {
         const SurfaceTables& tables = SurfaceTables::of(patches_);
         const std::vector<int>& orders = constant_u ? tables.continuous_u : tables.continuous_v;
@@ -58,26 +62,19 @@ private:
 
     SharpLine make(bool constant_u, int below, int above, const ERLimites* limits) const {
         const int along = constant_u ? patches_.patches_v() : patches_.patches_u();
-        const int count = (constant_u ? leaves_.degree_v : leaves_.degree_u) + 1;
-        std::vector<double> poles;
-        for (int k = 0; k < along; ++k) {
-            const int across = below >= 0 ? below : above;
-            const SurfacePatch patch =
-                constant_u ? patches_.patch(across, k) : patches_.patch(k, across);
-            const int row = patch.degree_u + 1;
-            for (int n = 0; n < count; ++n) {
-                const int last = below >= 0 ? (constant_u ? patch.degree_u : patch.degree_v) : 0;
-                const int at = constant_u ? n * row + last : last * row + n;
-                const double* const pole = &patch.poles[static_cast<std::size_t>(4 * at)];
-                poles.insert(poles.end(), pole, pole + 4);
-            }
+        Pieces pieces;
+        if (surface_.kind() == SurfaceKind::offset) {
+            pieces_of_leaves(constant_u, below, above, pieces);
+        } else {
+            pieces_of_patches(constant_u, below, above, along, pieces);
         }
-        std::vector<BezierPiece> pieces;
-        for (int k = 0; k < along; ++k)
-            pieces.push_back({std::span(poles).subspan(static_cast<std::size_t>(4 * count * k),
-                                                       static_cast<std::size_t>(4 * count)),
-                              double(k), k + 1.0});
-        auto curve = PreparedCurve<3>::from_pieces(pieces);
+        const std::vector<double>& poles = pieces.poles;
+        const std::size_t count = poles.size() / (pieces.ends.size() - 1);
+        std::vector<BezierPiece> list;
+        for (std::size_t k = 0; k + 1 < pieces.ends.size(); ++k)
+            list.push_back(
+                {std::span(poles).subspan(count * k, count), pieces.ends[k], pieces.ends[k + 1]});
+        auto curve = PreparedCurve<3>::from_pieces(list);
         const bool collapsed = !curve || curve->size() <= least_gap * size_;
         if (!curve) { // of too high a degree: its chord stands for it
             const double point[] = {poles[0], poles[1], poles[2], poles[3],
@@ -92,10 +89,81 @@ private:
                 collapsed};
     }
 
+    struct Pieces {
+        std::vector<double> poles;
+        std::vector<double> ends; ///< one more than pieces
+    };
+
+    void pieces_of_patches(bool constant_u, int below, int above, int along, Pieces& pieces) const {
+        const int count = (constant_u ? leaves_.degree_v : leaves_.degree_u) + 1;
+        for (int k = 0; k < along; ++k) {
+            const int across = below >= 0 ? below : above;
+            const SurfacePatch patch =
+                constant_u ? patches_.patch(across, k) : patches_.patch(k, across);
+            const int row = patch.degree_u + 1;
+            for (int n = 0; n < count; ++n) {
+                const int last = below >= 0 ? (constant_u ? patch.degree_u : patch.degree_v) : 0;
+                const int at = constant_u ? n * row + last : last * row + n;
+                const double* const pole = &patch.poles[static_cast<std::size_t>(4 * at)];
+                pieces.poles.insert(pieces.poles.end(), pole, pole + 4);
+            }
+            pieces.ends.push_back(k);
+        }
+        pieces.ends.push_back(along);
+    }
+
+    // Along the sides of the leaves of a column of patches.
+    void pieces_of_leaves(bool constant_u, int below, int above, Pieces& pieces) const {
+        const int across = below >= 0 ? below : above, columns = patches_.patches_u();
+        const std::size_t side = below >= 0 ? 1 : 0;
+        std::vector<std::pair<double, const SurfaceLeaf*>> found;
+        for (const SurfaceLeaf& leaf : leaves_.leaves) {
+            const int i = leaf.patch % columns, j = leaf.patch / columns;
+            if ((constant_u ? i : j) != across) continue;
+            if ((constant_u ? leaf.u : leaf.v)[side] != static_cast<double>(side)) continue;
+            found.emplace_back(constant_u ? j + leaf.v[0] : i + leaf.u[0], &leaf);
+        }
+        std::sort(found.begin(), found.end());
+        for (const auto& [start, leaf] : found) {
+            pieces.ends.push_back(start);
+            add_side(*leaf, constant_u, side == 1 ? 1.0 : -1.0, pieces.poles);
+        }
+        pieces.ends.push_back(constant_u ? patches_.patches_v() : patches_.patches_u());
+    }
+
+    // The poles of the side s = at, or t = at, of a leaf whose weights are 1: coefficient i of
+    // Bernstein's form is the polynomial's blossom at n - i times -1 and i times 1.
+    void add_side(const SurfaceLeaf& leaf, bool constant_u, double at,
+                  std::vector<double>& poles) const {
+        const int p = leaves_.degree_u, n = constant_u ? leaves_.degree_v : p;
+        const int m = constant_u ? p : leaves_.degree_v;
+        const double* const coefs = leaves_.poles(leaf);
+        for (int i = 0; i <= n; ++i) {
+            // The elementary symmetric functions of the arguments.
+            std::vector<double> sums(static_cast<std::size_t>(n) + 1, 0.0);
+            sums[0] = 1.0;
+            for (int k = 0; k < n; ++k)
+                for (std::size_t r = static_cast<std::size_t>(k) + 1; r > 0; --r)
+                    sums[r] += (k < i ? 1.0 : -1.0) * sums[r - 1];
+            double local[3] = {leaf.centre[0], leaf.centre[1], leaf.centre[2]}, choices = 1.0;
+            for (int k = 0; k <= n; ++k) {
+                double power = 1.0;
+                for (int r = 0; r <= m; ++r, power *= at)
+                    for (int c = 0; c < 3; ++c)
+                        local[c] +=
+                            coefs[4 * (constant_u ? k * (p + 1) + r : r * (p + 1) + k) + c] *
+                            power * sums[static_cast<std::size_t>(k)] / choices;
+                choices *= double(n - k) / (k + 1);
+            }
+            const ERPoint3D point = leaves_.frame.to_model(local);
+            poles.insert(poles.end(), {point.x(), point.y(), point.z(), 1.0});
+        }
+    }
+
     enum class Meeting { smooth, creased, torn };
 
     Meeting compare(const SharpLine& line) const {
-        const SurfaceTables& tables = SurfaceTables::of(patches_);
+        const SurfaceTables& tables = SurfaceTables::of(surface_);
         Meeting meeting = Meeting::smooth;
         const int samples = 2 * std::max(leaves_.degree_u, leaves_.degree_v) + 3;
         for (int k = 0; k < static_cast<int>(line.curve.domain().end()); ++k)
@@ -112,7 +180,8 @@ private:
         return meeting;
     }
 
-    const PreparedSurface& patches_;
+    const PreparedSurface& surface_;
+    const PreparedSurface patches_; ///< or the base, which has them
     const SurfaceLeaves& leaves_;
     const double size_;
     std::vector<SharpLine> lines_;
@@ -133,8 +202,8 @@ SurfaceSide SharpLine::jet_side(double t, int which) const {
     return jet;
 }
 
-std::vector<SharpLine> sharp_lines(const PreparedSurface& patches, const SurfaceLeaves& leaves) {
-    return Finder(patches, leaves).run();
+std::vector<SharpLine> sharp_lines(const PreparedSurface& surface, const SurfaceLeaves& leaves) {
+    return Finder(surface, leaves).run();
 }
 
 } // namespace velm::detail

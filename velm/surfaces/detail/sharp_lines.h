@@ -23,6 +23,6 @@ struct SharpLine {
     SurfaceSide jet_side(double t, int which) const;
 };
 
-std::vector<SharpLine> sharp_lines(const PreparedSurface& patches, const SurfaceLeaves& leaves);
+std::vector<SharpLine> sharp_lines(const PreparedSurface& surface, const SurfaceLeaves& leaves);
 
 } // namespace velm::detail

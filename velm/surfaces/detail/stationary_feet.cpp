@@ -38,7 +38,7 @@ void StationaryFeet::perpendicular() {
     } else {
         const auto grid = static_cast<std::size_t>(4 * (3 * tables_.leaves.degree_u + 1) *
                                                    (3 * tables_.leaves.degree_v + 1));
-        constexpr std::size_t usual = 4 * 100;
+        constexpr std::size_t usual = 4 * 19 * 19; // of an offset surface
         WorkArray<double, 4 * usual> room(4 * grid);
         const double bound = distance_ * tables_.leaves.frame.scale;
         const double squared = bound * bound * (1.0 + 1e-12) + std::numeric_limits<double>::min();
@@ -194,7 +194,11 @@ bool StationaryFeet::is_minimum(const SurfaceFoot& foot) const {
     const double e = pu * pu, g = pv * pv;
     const double a = e + from * jet.vector(3), b = pu * pv + from * jet.vector(4),
                  c = g + from * jet.vector(5);
-    if (std::min(e, g) <= collapsed * std::max(e, g)) return false; // see at_point
+    // A line that is a point, see at_point; where an offset surface folds, tangents alone vanish.
+    const auto is_point = [=](double square, double bend) {
+        return square <= collapsed * (e + g) && std::fabs(bend) <= flat_bend * (e + g);
+    };
+    if (is_point(e, a) || is_point(g, c)) return false;
     return a >= -flat_bend * e && c >= -flat_bend * g && a * c - b * b >= -flat_bend * e * g;
 }
 

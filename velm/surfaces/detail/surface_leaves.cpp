@@ -3,9 +3,13 @@
 #include "velm/curves/detail/bernstein_rows.h"
 #include "velm/numerics/detail/double_double.h"
 #include "velm/surfaces/detail/leaf_polynomial.h"
+#include "velm/surfaces/detail/offset_fit.h"
+#include "velm/surfaces/detail/sided_jet.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <optional>
 
 namespace velm::detail {
 namespace {
@@ -21,6 +25,15 @@ constexpr double small_leaf = 0x1p-12;
 // Polynomials of higher degrees go to the power form in pairs of doubles: its coefficients are up
 // to 2.4^degree times as large as those of Bernstein's form, and cancel.
 constexpr int plain_degree = 7;
+// Leaves of polynomials that stand for offsets are small, and count from points on them.
+constexpr int plain_offset_degree = OffsetFit::degree;
+// Of offset surfaces: what the polynomials are off by is at most this part of the size, where their
+// parts are no smaller than so many cuts make them, and a patch has no more than so many.
+constexpr double offset_error = 0x1p-45;
+constexpr int most_base_cuts = 8, most_rounding_cuts = 6;
+constexpr std::size_t most_parts = 1024;
+// Where an offset surface folds no leaf is convex, however small: the polynomials' cuts at most.
+constexpr int most_fold_cuts = 2;
 
 // The coefficients of s^k in Bernstein's polynomials i of (1 + s) / 2: element k (n + 1) + i.
 std::vector<DoubleDouble> power_matrix(int n) {
@@ -49,12 +62,12 @@ std::vector<DoubleDouble> power_matrix(int n) {
 
 // Replaces `count` groups of `width` doubles, `step` from one to the next, by their power form.
 void to_power(double* row, int count, std::ptrdiff_t step, int width,
-              const std::vector<DoubleDouble>& matrix) {
+              const std::vector<DoubleDouble>& matrix, int plain) {
     double sums[65];
     for (int c = 0; c < width; ++c) {
         for (int k = 0; k < count; ++k) {
             const DoubleDouble* const factor = &matrix[static_cast<std::size_t>(k * count)];
-            if (count - 1 <= plain_degree) {
+            if (count - 1 <= plain) {
                 double sum = 0.0;
                 for (int i = 0; i < count; ++i)
                     sum += factor[i].hi * row[i * step + c];
@@ -107,21 +120,38 @@ public:
           count_(static_cast<std::size_t>(4 * (p_ + 1) * (q_ + 1))), poles_(count_), coefs_(count_),
           product_(static_cast<std::size_t>((2 * p_ + 1) * (2 * q_ + 1))), unit_(count_) {}
 
+    /// What follows is about patches of the base.
+    void move(int p, int q, bool rational, double offset) {
+        base_p_ = p, base_q_ = q;
+        fit_.emplace(p, q, rational, offset);
+    }
+
     std::int32_t patch(const SurfacePatch& given, int number, std::uint8_t limits) {
         number_ = number;
-        std::vector<double> local(count_);
+        parts_ = 0;
+        std::vector<double> local(given.poles.size());
         const LeafFrame& frame = to_.frame;
         double most = 0.0;
-        for (std::size_t k = 3; k < count_; k += 4)
+        for (std::size_t k = 3; k < local.size(); k += 4)
             most = std::max(most, given.poles[k]);
         const double unit = std::ldexp(1.0, -std::ilogb(most));
-        for (std::size_t k = 0; k < count_; k += 4) {
+        // Normals depend on differences of poles: those of a base count from one of them.
+        double origin[3];
+        for (std::size_t c = 0; c < 3; ++c) {
+            origin[c] = fit_ ? given.poles[c] / given.poles[3] : frame.origin[c];
+            origin_[c] = (origin[c] - frame.origin[c]) * frame.scale;
+        }
+        for (std::size_t k = 0; k < local.size(); k += 4) {
             const double w = given.poles[k + 3];
-            for (std::size_t c = 0; c < 3; ++c)
-                local[k + c] = (given.poles[k + c] - w * frame.origin[c]) * frame.scale * unit;
+            for (std::size_t c = 0; c < 3; ++c) {
+                const double x = given.poles[k + c];
+                local[k + c] =
+                    (fit_ ? std::fma(-w, origin[c], x) : x - w * origin[c]) * frame.scale * unit;
+            }
             local[k + 3] = w * unit;
         }
-        return part(local, {{0.0, 1.0}, {0.0, 1.0}, limits, 0, 0});
+        const Part whole{{0.0, 1.0}, {0.0, 1.0}, limits, 0, 0};
+        return fit_ ? moved(local, whole) : part(local, whole);
     }
 
 private:
@@ -146,29 +176,75 @@ private:
             return ~static_cast<std::int32_t>(to_.leaves.size() - 1);
         }
         const bool along_u = u_left && (cut_u_ || !v_left);
+        return halves(
+            poles, p_, q_, now, along_u,
+            [this](const std::vector<double>& half, const Part& own) { return part(half, own); });
+    }
+
+    // The leaves of the offset of a part of a patch: of the polynomial that stands for it, or of
+    // its halves while that is too far off.
+    std::int32_t moved(const std::vector<double>& base, const Part& now) {
+        const double wanted = offset_error * to_.size;
+        fit_->fit(base.data(), wanted);
+        const bool u_left = now.cuts_u < most_base_cuts, v_left = now.cuts_v < most_base_cuts;
+        const bool by_rounding =
+            fit_->is_rounding() && now.cuts_u + now.cuts_v >= most_rounding_cuts;
+        if (fit_->error() <= wanted || by_rounding || !(u_left || v_left) || parts_ >= most_parts) {
+            ++parts_;
+            error_ = fit_->error();
+            Part own = now;
+            own.cuts_u = own.cuts_v = most_cuts - most_fold_cuts;
+            return part(fit_->poles(), own);
+        }
+        const bool rougher = fit_->is_rounding() ? longer_along_u(base) : fit_->rougher_along_u();
+        const bool along_u = u_left && (rougher || !v_left);
+        return halves(
+            base, base_p_, base_q_, now, along_u,
+            [this](const std::vector<double>& half, const Part& own) { return moved(half, own); });
+    }
+
+    bool longer_along_u(const std::vector<double>& base) const {
+        const auto point = [&](int i, int j, std::size_t c) {
+            const double* const pole =
+                &base[static_cast<std::size_t>(4 * (j * base_q_ * (base_p_ + 1) + i * base_p_))];
+            return pole[c] / pole[3];
+        };
+        double u = 0.0, v = 0.0;
+        for (std::size_t c = 0; c < 3; ++c)
+            for (int k = 0; k < 2; ++k) {
+                u += std::fabs(point(1, k, c) - point(0, k, c));
+                v += std::fabs(point(k, 1, c) - point(k, 0, c));
+            }
+        return u >= v;
+    }
+
+    // each(poles, part) of both halves, with a cut between them.
+    template <class Each>
+    std::int32_t halves(const std::vector<double>& poles, int p, int q, const Part& now,
+                        bool along_u, Each each) {
         std::vector<double> first(poles), second(poles);
         Part below = now, above = now;
         double middle = 0.0;
         if (along_u) {
-            for (int j = 0; j <= q_; ++j) {
-                const auto at = static_cast<std::size_t>(4 * j * (p_ + 1));
-                split_row({&poles[at], p_ + 1, 4}, 0.5, {&first[at], p_ + 1, 4},
-                          {&second[at], p_ + 1, 4});
+            for (int j = 0; j <= q; ++j) {
+                const auto at = static_cast<std::size_t>(4 * j * (p + 1));
+                split_row({&poles[at], p + 1, 4}, 0.5, {&first[at], p + 1, 4},
+                          {&second[at], p + 1, 4});
             }
             middle = below.u[1] = above.u[0] = 0.5 * (now.u[0] + now.u[1]);
             below.limits &= static_cast<std::uint8_t>(~side_u_high);
             above.limits &= static_cast<std::uint8_t>(~side_u_low);
             ++below.cuts_u, ++above.cuts_u;
         } else {
-            const int width = 4 * (p_ + 1);
-            split_row({poles.data(), q_ + 1, width}, 0.5, {first.data(), q_ + 1, width},
-                      {second.data(), q_ + 1, width});
+            const int width = 4 * (p + 1);
+            split_row({poles.data(), q + 1, width}, 0.5, {first.data(), q + 1, width},
+                      {second.data(), q + 1, width});
             middle = below.v[1] = above.v[0] = 0.5 * (now.v[0] + now.v[1]);
             below.limits &= static_cast<std::uint8_t>(~side_v_high);
             above.limits &= static_cast<std::uint8_t>(~side_v_low);
             ++below.cuts_v, ++above.cuts_v;
         }
-        const std::int32_t a = part(first, below), b = part(second, above);
+        const std::int32_t a = each(first, below), b = each(second, above);
         to_.cuts_.push_back({middle, along_u, {a, b}});
         return static_cast<std::int32_t>(to_.cuts_.size() - 1);
     }
@@ -183,26 +259,31 @@ private:
         std::copy_n(now.v, 2, leaf.v);
         leaf.limits = now.limits;
         leaf.patch = number_;
+        leaf.error = error_;
         poles_ = poles;
+        double middle[3] = {};
         for (int c = 0; c < 3; ++c) {
-            leaf.centre[c] = 0.0;
             for (int k = 0; k < 4; ++k)
-                leaf.centre[c] += 0.25 * corner(k & 1, k >> 1)[c] / corner(k & 1, k >> 1)[3];
+                middle[c] += 0.25 * corner(k & 1, k >> 1)[c] / corner(k & 1, k >> 1)[3];
+            leaf.centre[c] = origin_[c] + middle[c];
+            middle[c] = leaf.centre[c] - origin_[c]; // what is a rounding away stays in the poles
         }
         leaf.least_weight = HUGE_VAL;
         points_.clear();
         for (std::size_t k = 0; k < count_; k += 4) {
             leaf.least_weight = std::min(leaf.least_weight, poles_[k + 3]);
             for (std::size_t c = 0; c < 3; ++c)
-                points_.push_back(poles_[k + c] / poles_[k + 3]);
+                points_.push_back(poles_[k + c] / poles_[k + 3] + origin_[c]);
             for (std::size_t c = 0; c < 3; ++c)
-                poles_[k + c] -= poles_[k + 3] * leaf.centre[c];
+                poles_[k + c] -= poles_[k + 3] * middle[c];
         }
         leaf.least_weight *= 1.0 - 0x1p-40; // rounding of the power form
         coefs_ = poles_;
-        to_power(coefs_.data(), q_ + 1, 4 * (p_ + 1), 4 * (p_ + 1), power_v_);
+        const int plain = fit_ ? plain_offset_degree : plain_degree;
+        to_power(coefs_.data(), q_ + 1, 4 * (p_ + 1), 4 * (p_ + 1), power_v_, plain);
         for (int j = 0; j <= q_; ++j)
-            to_power(&coefs_[static_cast<std::size_t>(4 * j * (p_ + 1))], p_ + 1, 4, 4, power_u_);
+            to_power(&coefs_[static_cast<std::size_t>(4 * j * (p_ + 1))], p_ + 1, 4, 4, power_u_,
+                     plain);
         enclose(box);
         judge(leaf, box);
     }
@@ -235,6 +316,8 @@ private:
         }
         cross3(box.axis[2], box.axis[0], box.axis[1]);
         box.enclose(points_);
+        for (int k = 0; k < 3; ++k)
+            box.low[k] -= error_, box.high[k] += error_;
     }
 
     // Fills what bounds the second derivatives, and judges whether the leaf is small enough.
@@ -312,32 +395,49 @@ private:
     std::vector<double> poles_, coefs_, product_, points_, unit_;
     int number_ = 0;
     bool good_ = false, cut_u_ = false;
+    std::optional<OffsetFit> fit_; ///< of the base's patches, which have these degrees
+    int base_p_ = 0, base_q_ = 0;
+    double origin_[3] = {}; ///< what the poles of a moved patch count from, local
+    std::size_t parts_ = 0; ///< of this patch
+    double error_ = 0.0;
 };
 
 void SurfaceLeaves::build(const PreparedSurface& surface, const LeafFrame& local,
                           std::vector<OrientedBox>& boxes) {
     *this = {};
     frame = local;
-    const int nu = surface.patches_u(), nv = surface.patches_v();
-    const SurfacePatch first = surface.patch(0, 0);
-    degree_u = first.degree_u, degree_v = first.degree_v;
-    rational = first.rational;
+    const std::optional<PreparedSurface> base = surface.base();
+    const PreparedSurface& patches = base ? *base : surface;
+    const int nu = patches.patches_u(), nv = patches.patches_v();
+    const SurfacePatch first = patches.patch(0, 0);
+    degree_u = base ? OffsetFit::degree : first.degree_u;
+    degree_v = base ? OffsetFit::degree : first.degree_v;
+    rational = !base && first.rational;
     size = surface.box().diagonal() * frame.scale;
     along_u_ = {{surface.domain_u().start()}, first.angular_u};
     along_v_ = {{surface.domain_v().start()}, first.angular_v};
     for (int i = 0; i < nu; ++i)
-        along_u_.ends.push_back(surface.patch(i, 0).u.end());
+        along_u_.ends.push_back(patches.patch(i, 0).u.end());
     for (int j = 0; j < nv; ++j)
-        along_v_.ends.push_back(surface.patch(0, j).v.end());
+        along_v_.ends.push_back(patches.patch(0, j).v.end());
     LeafCutter cutter(*this, boxes);
+    if (base)
+        cutter.move(first.degree_u, first.degree_v, first.rational, surface.offset() * frame.scale);
     for (int j = 0; j < nv; ++j)
         for (int i = 0; i < nu; ++i) {
             const int limits = (i == 0 ? side_u_low : 0) | (i == nu - 1 ? side_u_high : 0) |
                                (j == 0 ? side_v_low : 0) | (j == nv - 1 ? side_v_high : 0);
             patches_.push_back(
-                cutter.patch(surface.patch(i, j), j * nu + i, static_cast<std::uint8_t>(limits)));
+                cutter.patch(patches.patch(i, j), j * nu + i, static_cast<std::uint8_t>(limits)));
         }
-    // A limit is a seam where the poles of both sides are the same points.
+    find_seams(patches);
+    if (base) keep_true_seams(surface);
+}
+
+// A limit is a seam where the poles of both sides are the same points.
+void SurfaceLeaves::find_seams(const PreparedSurface& surface) {
+    const int nu = surface.patches_u(), nv = surface.patches_v();
+    const SurfacePatch first = surface.patch(0, 0);
     const double tolerance = 0x1p-40 * surface.box().diagonal();
     const auto agree = [&](const SurfacePatch& a, int in_a, const SurfacePatch& b, int in_b) {
         const double *const x = &a.poles[static_cast<std::size_t>(4 * in_a)],
@@ -347,15 +447,40 @@ void SurfaceLeaves::build(const PreparedSurface& surface, const LeafFrame& local
         return true;
     };
     closed_u = closed_v = true;
-    const int row = degree_u + 1;
+    const int p = first.degree_u, q = first.degree_v, row = p + 1;
     for (int j = 0; j < nv; ++j)
-        for (int k = 0; k <= degree_v; ++k)
-            closed_u = closed_u && agree(surface.patch(0, j), k * row, surface.patch(nu - 1, j),
-                                         k * row + degree_u);
+        for (int k = 0; k <= q; ++k)
+            closed_u = closed_u &&
+                       agree(surface.patch(0, j), k * row, surface.patch(nu - 1, j), k * row + p);
     for (int i = 0; i < nu; ++i)
-        for (int k = 0; k <= degree_u; ++k)
-            closed_v = closed_v &&
-                       agree(surface.patch(i, 0), k, surface.patch(i, nv - 1), degree_v * row + k);
+        for (int k = 0; k <= p; ++k)
+            closed_v =
+                closed_v && agree(surface.patch(i, 0), k, surface.patch(i, nv - 1), q * row + k);
+}
+
+// A seam of the base is one of its offset where both sides have the same normals.
+void SurfaceLeaves::keep_true_seams(const PreparedSurface& surface) {
+    const SurfaceTables& tables = SurfaceTables::of(surface);
+    const double tolerance = 0x1p-40 * surface.box().diagonal();
+    const ERLimites& u = tables.u;
+    const ERLimites& v = tables.v;
+    constexpr int samples = 4 * OffsetFit::degree;
+    const auto agree = [&](const ERPoint2D& low, const ERPoint2D& high, const SurfaceSide& side) {
+        const Jet a = sided_jet(tables, low, {}), b = sided_jet(tables, high, side);
+        return !(ERVector3D(a.point() - b.point()).norme() > tolerance); // or no normal
+    };
+    const auto parameter = [](const Direction& along, int k) {
+        return along.parameter(k / samples, std::array{0.0, 1.0}.data(),
+                               2.0 * (k % samples + 0.5) / samples - 1.0);
+    };
+    for (int k = 0; closed_u && k < samples * along_v_.patches(); ++k) {
+        const double at = parameter(along_v_, k);
+        closed_u = agree({u.start(), at}, {u.end(), at}, {true, false});
+    }
+    for (int k = 0; closed_v && k < samples * along_u_.patches(); ++k) {
+        const double at = parameter(along_u_, k);
+        closed_v = agree({at, v.start()}, {at, v.end()}, {false, true});
+    }
 }
 
 double SurfaceLeaves::Direction::parameter(int patch, const double* own, double s) const {

@@ -44,8 +44,9 @@ struct SurfaceLeaf {
     double ratio;
     QuadraticPart square; ///< of R . R
     double least_weight;
-    double u[2], v[2];   ///< the patch's own parameters in [0, 1] at the sides
-    std::size_t coefs;   ///< index of R's and w's coefficients
+    double error;      ///< the surface is this near to the polynomials; 0 except of offset surfaces
+    double u[2], v[2]; ///< the patch's own parameters in [0, 1] at the sides
+    std::size_t coefs; ///< index of R's and w's coefficients
     std::int32_t patch;  ///< in order of rows along U
     std::uint8_t limits; ///< the sides that are limits of the surface
 };
@@ -60,7 +61,9 @@ struct SurfaceLeaves {
     std::vector<SurfaceLeaf> leaves;
     std::vector<AlignedPole> coefs;
 
-    /// Of a surface of patches. `boxes` gets the box of each leaf after those that are there.
+    /// Of a surface of patches, or of an offset surface, whose patches are those of its base, with
+    /// polynomials instead that are within 2^-45 of the size wherever the base has a normal; boxes
+    /// hold the surface itself. `boxes` gets the box of each leaf after those that are there.
     void build(const PreparedSurface& surface, const LeafFrame& local,
                std::vector<OrientedBox>& boxes);
 
@@ -88,6 +91,9 @@ struct SurfaceLeaves {
 
 private:
     friend class LeafCutter;
+    void find_seams(const PreparedSurface& surface);
+    void keep_true_seams(const PreparedSurface& surface);
+
     /// The ends of the patches along a direction, and whether parameters are angles there: see
     /// SurfacePatch.
     struct Direction {
