@@ -3,9 +3,11 @@
 // archive exception and leaves the value alone; what could be loaded is stored and loaded again as
 // it is.
 #include "inspect/base/shown_rows.h"
+#include "inspect/picture/fit_picture.h"
 #include "inspect/picture/section_picture.h"
 #include "inspect/picture/target_picture.h"
 #include "velm/inspection/inspection_archive.h"
+#include "velm/inspection/kept_fit.h"
 #include "velm/measure/cad_object_id.h"
 #include "velm/measure/measured_point.h"
 #include "velm/measure/selection_flags.h"
@@ -151,19 +153,34 @@ void draw(TargetArchiveReader& document) {
     target_pictures(rows, summary, 3);
 }
 
+void draw(FitArchiveReader& document) {
+    FitPicture picture(document.head());
+    KeptRows<FitRow> kept;
+    const Summary summary = summary_of<FitRow>(document, [&](const FitRow& row) {
+        kept.add(row);
+        picture.add(row);
+    });
+    picture.svg({}, {}, summary, 3, kept.worst());
+}
+
+template <class Reader>
+void read_and_draw(InspectionArchiveReader& document) {
+    Reader reader(document);
+    draw(reader);
+}
+
 // The bytes get a checksum that is true.
 void check_document(const std::string& bytes) {
     const DWORD hash = hxu_fnv1a_hash(bytes);
     MemoryFile file(bytes + std::string(reinterpret_cast<const char*>(&hash), sizeof hash));
     try {
         InspectionArchiveReader document(file);
-        if (document.kind() == ArchivedKind::section) {
-            SectionArchiveReader section(document);
-            draw(section);
-        } else {
-            TargetArchiveReader targets(document);
-            draw(targets);
-        }
+        if (document.kind() == ArchivedKind::section)
+            read_and_draw<SectionArchiveReader>(document);
+        else if (document.kind() == ArchivedKind::targets)
+            read_and_draw<TargetArchiveReader>(document);
+        else
+            read_and_draw<FitArchiveReader>(document);
     } catch (CArchiveException* failure) {
         failure->Delete();
     }

@@ -6,6 +6,7 @@
 #include "velm/inspection/fit_result.h"
 #include "velm/inspection/inspection_archive.h"
 #include "velm/inspection/inspection_records.h"
+#include "velm/inspection/kept_fit.h"
 #include "velm/inspection/section_result.h"
 #include "velm/inspection/section_target.h"
 #include "velm/inspection/summary.h"

@@ -274,6 +274,7 @@
 #include "velm/inspection/inspection_archive.h"
 #include "velm/inspection/inspection_head.h"
 #include "velm/inspection/inspection_records.h"
+#include "velm/inspection/kept_fit.h"
 #include "velm/inspection/nominal_entities.h"
 #include "velm/inspection/nominal_part.h"
 #include "velm/inspection/record_check.h"

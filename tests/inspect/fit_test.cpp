@@ -142,4 +142,49 @@ TEST(Fit, ARealBore) {
     EXPECT_NEAR(entity["centre"][1].get<double>(), 0.00031692348, 2e-9);
 }
 
+// Each kind of entity, from an object file and from an archive; a residual that isn't that of its
+// point is refused by both.
+TEST(Fit, IsReportedAgainAsItsRunDid) {
+    const Workshop shop;
+    shop.write("bore.csv", "id,x,y,diameter\na,14,0,2\nb,0,14.02,2\nc,-14,0,2\nd,0,-14,2\n");
+    shop.write("table.xyz", "0 0 5.01\n10 0 5\n0 10 4.99\n10 10 5.02\n5 5 5\n");
+    shop.write("edge.xyz", "0 0\n5 .01\n10 -.01\n");
+    const std::tuple<const char*, int> runs[] = {
+        {"circle bore.csv --inside --tolerance .001 --size 30 0 .1 --at 0,0 --position .1", 1},
+        {"circle table.xyz --band .01", 1},
+        {"plane table.xyz --outside --diameter 3 --band 1 --tolerance 1 --info part=x", 0},
+        {"line table.xyz --unit inch --decimals 5", 0},
+        {"line edge.xyz --tolerance .1", 0}};
+    int record = 0;
+    const std::string outputs = " --json r.json --csv r.csv --svg r.svg --html r.html";
+    for (const auto& [run, code] : runs) {
+        const Ended made =
+            shop.run("fit " + std::string(run) + outputs + " --store s.velm --archive s.arc");
+        EXPECT_EQ(made.code, code) << run << made.error;
+        std::vector<std::string> reports{made.out};
+        for (const char* kind : {"json", "csv", "svg", "html"})
+            reports.push_back(shop.read(std::string("r.") + kind));
+        for (const std::string& file :
+             {"s.velm --record " + std::to_string(++record), std::string("s.arc")}) {
+            const Ended again = shop.run("report " + file + outputs);
+            EXPECT_EQ(again.code, code) << run << again.error;
+            std::size_t n = 0;
+            EXPECT_EQ(again.out, reports[n]) << run << file;
+            for (const char* kind : {"json", "csv", "svg", "html"})
+                EXPECT_EQ(shop.read(std::string("r.") + kind), reports[++n]) << run << file;
+        }
+    }
+    EXPECT_EQ(shop.run("store s.velm --check").code, 0);
+    const double moved = 5.01;
+    std::string bytes = shop.read("s.velm");
+    const std::size_t at = bytes.find(std::string(reinterpret_cast<const char*>(&moved), 8));
+    ASSERT_NE(at, std::string::npos);
+    bytes[at + 6] = static_cast<char>(bytes[at + 6] ^ 1);
+    shop.write("s.velm", bytes);
+    EXPECT_EQ(shop.run("store s.velm --check").code, 3);
+    const Ended damaged = shop.run("report s.velm --record 2");
+    EXPECT_EQ(damaged.code, 3);
+    EXPECT_NE(damaged.error.find("the residual is not that of the point"), std::string::npos);
+}
+
 } // namespace

@@ -46,9 +46,10 @@ void Text::operator()(const Described& group) { out << '{' << text_of(group) << 
 
 // Keys, places in archives and names of the fields of a record, each once among those that can be
 // there together, the groups' own included.
-void require_distinct(std::span<const Field> fields, std::set<long>& keys, bool is_row = false) {
+void require_distinct(std::span<const Field> fields, std::set<long>& keys,
+                      bool has_target = false) {
     std::map<int, const Field*> places;
-    if (is_row) places.emplace(place_of_target, nullptr);
+    if (has_target) places.emplace(place_of_target, nullptr);
     std::set<std::string_view> names;
     const Field* last = nullptr;
     for (const Field& field : fields) {
@@ -80,15 +81,18 @@ void require_distinct(std::span<const Field> fields, std::set<long>& keys, bool 
 }
 
 TEST(Description, NoTwoFieldsOfARecordShareAKeyOrAPlace) {
-    const auto check = [](std::span<const Field> record, std::span<const Field> with = {}) {
+    const auto check = [](std::span<const Field> record, std::span<const Field> with = {},
+                          bool has_target = false) {
         std::set<long> keys;
-        require_distinct(record, keys, with.empty());
+        require_distinct(record, keys, has_target);
         require_distinct(with, keys);
     };
     check(fields_of<SectionHead>(), fields_of<Figures>());
     check(fields_of<TargetHead>(), fields_of<Figures>());
-    check(fields_of<SectionRow>());
-    check(fields_of<TargetRow>());
+    check(fields_of<FitHead>(), fields_of<Figures>());
+    check(fields_of<SectionRow>(), {}, true);
+    check(fields_of<TargetRow>(), {}, true);
+    check(fields_of<FitRow>());
 }
 
 // Whatever is read back is what was kept: each field's value assigned to an empty subject.

@@ -1,4 +1,4 @@
-// FitHead, FitRow: what the fit of a plane, line or circle found. A fit is reported, not kept.
+// FitHead, FitRow: what the fit of a plane, line or circle found.
 #pragma once
 
 #include "velm/inspection/field.h"
@@ -6,17 +6,26 @@
 #include "velm/inspection/summary.h"
 #include "velm/inspection/tolerance.h"
 
+#include <array>
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 
 namespace velm {
 
-enum class FitKind { plane, line, circle };
+/// The numbers of both are part of object files and archives: they never change.
+enum class FitKind { plane = 0, line = 1, circle = 2 };
 /// On which side of the material the probe's ball was: in a bore, or outside of a shaft.
-enum class BallSide { unknown, inside, outside };
+enum class BallSide { unknown = 0, inside = 1, outside = 2 };
 
 /// "plane", "line", "circle", by number.
 VELM_API std::span<const std::string_view> choice_names(FitKind);
+/// "unknown", "inside", "outside", by number.
+VELM_API std::span<const std::string_view> choice_names(BallSide);
+/// What the form of such an entity is called: "flatness", "straightness", "roundness".
+VELM_API std::string_view form_name(FitKind kind);
 
 /// The ball of the probe.
 struct Ball {
@@ -52,8 +61,16 @@ struct VELM_API Characteristic {
     /// Judges the value, with limits widened by `slack`.
     void judge(double slack) { in_tolerance = limits.contains(value, slack); }
 };
+/// The same, each with keys of its own in files.
+struct FormCharacteristic : Characteristic {};
+struct SizeCharacteristic : Characteristic {};
+struct PositionCharacteristic : Characteristic {};
 template <>
-VELM_API std::span<const Field> fields_of<Characteristic>();
+VELM_API std::span<const Field> fields_of<FormCharacteristic>();
+template <>
+VELM_API std::span<const Field> fields_of<SizeCharacteristic>();
+template <>
+VELM_API std::span<const Field> fields_of<PositionCharacteristic>();
 
 /// What was fitted, and how. The tolerance is the band of the residuals.
 struct VELM_API FitHead : InspectionHead {
@@ -62,10 +79,17 @@ struct VELM_API FitHead : InspectionHead {
     FittedEntity entity;
     /// Greatest residual less least, or twice the greatest distance from a line in space; the
     /// diameter of a circle; twice the distance of its axis from its nominal place.
-    std::optional<Characteristic> form, size, position;
+    std::optional<FormCharacteristic> form;
+    std::optional<SizeCharacteristic> size;
+    std::optional<PositionCharacteristic> position;
+    double largest_coordinate = 0.0; ///< of the points, for the slack of limits
 
+    /// The three, null where one isn't judged.
+    std::array<const Characteristic*, 3> characteristics() const;
     /// Whether every characteristic is within its limits.
     bool is_in_tolerance() const;
+    /// The form by the residuals of all points.
+    double peak_to_valley(const Summary& summary) const;
 };
 template <>
 VELM_API std::span<const Field> fields_of<FitHead>();
@@ -74,9 +98,13 @@ VELM_API std::span<const Field> fields_of<FitHead>();
 struct FitRow : Judged {
     using Head = FitHead;
 
-    ERPoint3D measured; ///< z is 0 in the plane
+    std::uint64_t index = 0; ///< from 0, in the order of the file
+    ERPoint3D measured;      ///< z is 0 in the plane
 };
 template <>
 VELM_API std::span<const Field> fields_of<FitRow>();
+
+/// Sets what follows from the residual.
+VELM_API void judge(FitRow& row, const FitHead& head);
 
 } // namespace velm

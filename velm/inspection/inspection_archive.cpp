@@ -1,6 +1,7 @@
 #include "velm/inspection/inspection_archive.h"
 
 #include "velm/inspection/detail/archive_fields.h"
+#include "velm/inspection/fit_result.h"
 
 #include <algorithm>
 #include <vector>
@@ -9,6 +10,8 @@ namespace velm {
 namespace {
 
 static_assert(archive_version == detail::newest_archive);
+constexpr auto first_kind = static_cast<DWORD>(ArchivedKind::section),
+               last_kind = static_cast<DWORD>(ArchivedKind::fit);
 constexpr ULONGLONG checksum_size = sizeof(DWORD);
 constexpr int buffer_size = 1 << 16;
 
@@ -88,8 +91,7 @@ InspectionArchiveReader::InspectionArchiveReader(CFile& file)
     if (version == 0) archive_.raise(CArchiveException::badSchema);
     version_ = static_cast<int>(version);
     kind_ = static_cast<ArchivedKind>(kind);
-    if (kind_ != ArchivedKind::section && kind_ != ArchivedKind::targets)
-        archive_.raise(CArchiveException::badClass);
+    if (kind < first_kind || kind > last_kind) archive_.raise(CArchiveException::badClass);
     program_ = detail::load_text(archive_);
 }
 
@@ -100,6 +102,7 @@ void InspectionArchiveReader::load_head(Head& head) {
 }
 template void InspectionArchiveReader::load_head(SectionHead&);
 template void InspectionArchiveReader::load_head(TargetHead&);
+template void InspectionArchiveReader::load_head(FitHead&);
 
 bool InspectionArchiveReader::next() {
     const bool follows = detail::load_truth(archive_);

@@ -1,5 +1,6 @@
 // SectionArchiveWriter, SectionArchiveReader and the same of targets: an inspection as a document
-// of a CArchive, as docs/archive-format.md describes it byte by byte.
+// of a CArchive, as docs/archive-format.md describes it byte by byte. Those of fits are in
+// kept_fit.h.
 //
 //     velm::SectionArchiveWriter archive("wing.arc", "my-program 1.0", head, outline);
 //     for (const velm::SectionRow& row : rows) archive.add(row);
@@ -45,7 +46,7 @@
 namespace velm {
 
 /// What a document holds. The numbers are part of files: they never change.
-enum class ArchivedKind : DWORD { section = 1, targets = 2 };
+enum class ArchivedKind : DWORD { section = 1, targets = 2, fit = 3 };
 
 /// The first bytes of a document, and the version after them. Both are part of files.
 inline constexpr std::string_view archive_magic = "velm inspection\n";
@@ -101,6 +102,7 @@ public:
 private:
     friend class SectionArchiveReader;
     friend class TargetArchiveReader;
+    friend class FitArchiveReader;
 
     // Whether a point follows. After the last one the rest is read, and compared with the points.
     bool next();

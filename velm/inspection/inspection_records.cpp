@@ -1,6 +1,7 @@
 #include "velm/inspection/inspection_records.h"
 
 #include "velm/inspection/detail/record_fields.h"
+#include "velm/inspection/fit_result.h"
 #include "velm/platform/file_exception.h"
 #include "velm/store/object_database.h"
 
@@ -13,7 +14,7 @@ namespace {
 bool is_head(const t_SmartPtr<ERDBObject>& record) {
     if (!record) return false;
     const std::string kind = RecordProperties(*record).kind();
-    return kind == section_kind || kind == targets_kind;
+    return kind == section_kind || kind == targets_kind || kind == fit_kind;
 }
 
 } // namespace
@@ -86,6 +87,14 @@ std::string StoredInspection::kind() const { return RecordProperties(*head).kind
 std::string StoredInspection::title() const {
     const RecordProperties properties(*head);
     if (properties.kind() == targets_kind) return properties.text_or_empty(RecordKey::table);
+    if (properties.kind() == fit_kind) {
+        const auto names = choice_names(FitKind());
+        const auto form = properties.has(RecordKey::fitted_form)
+                              ? properties.count(RecordKey::fitted_form)
+                              : names.size();
+        return std::string(form < names.size() ? names[form] : "fit") + " of " +
+               properties.text_or_empty(RecordKey::measured);
+    }
     return properties.text_or_empty(RecordKey::measured) + " against " +
            properties.text_or_empty(RecordKey::nominal);
 }

@@ -1,6 +1,6 @@
 // SectionRecordWriter, SectionRecordReader and the same of targets: an inspection as records of an
-// object file, by the keys that docs/file-format.md lists. InspectionRecords: the inspections of a
-// file.
+// object file, by the keys that docs/file-format.md lists. Those of fits are in kept_fit.h.
+// InspectionRecords: the inspections of a file.
 //
 //     ERDataBase data;
 //     if (data.Open("parts.velm", 0) != gmSuccess) return;
@@ -119,9 +119,10 @@ struct VELM_API StoredInspection {
     long index = 0;  ///< of the head
     t_SmartPtr<ERDBObject> head;
 
-    /// section_kind or targets_kind.
+    /// section_kind, targets_kind or fit_kind.
     std::string kind() const;
-    /// What was inspected, for people: "probed.csv against wing.dat", or the name of the table.
+    /// What was inspected, for people: "probed.csv against wing.dat", the name of the table, or
+    /// "circle of bore.csv".
     std::string title() const;
     /// What the user said; empty where the record has none.
     std::vector<NamedText> info() const;

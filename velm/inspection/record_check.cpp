@@ -1,6 +1,7 @@
 #include "velm/inspection/record_check.h"
 
 #include "velm/inspection/inspection_records.h"
+#include "velm/inspection/kept_fit.h"
 #include "velm/planar/outline_checks.h"
 #include "velm/store/store_check.h"
 #include "velm/wireframe/segment.h"
@@ -99,7 +100,9 @@ std::string fault_of(const SectionRow& row, const SectionRecordReader& reader) {
     return {};
 }
 
-std::string fault_of(const TargetRow&, const TargetRecordReader&) { return {}; } // the reader's
+// The readers of these compare all that there is.
+std::string fault_of(const TargetRow&, const TargetRecordReader&) { return {}; }
+std::string fault_of(const FitRow&, const FitRecordReader&) { return {}; }
 
 // The figures of a head against those of its rows.
 std::string difference(const StoredInspection& inspection, const Figures& figures) {
@@ -170,10 +173,13 @@ RecordCheck check_records(const char* name) {
             inspection.head->property(static_cast<long>(RecordKey::records));
         if (finished.getType() == ERDBObjProperty::undefined) continue;
         try {
-            if (inspection.kind() == section_kind)
+            const std::string kind = inspection.kind();
+            if (kind == section_kind)
                 check_inspection<SectionRecordReader>(file, inspection, check);
-            else
+            else if (kind == targets_kind)
                 check_inspection<TargetRecordReader>(file, inspection, check);
+            else
+                check_inspection<FitRecordReader>(file, inspection, check);
         } catch (const RecordFault& fault) {
             check.faults.add(offsets[static_cast<long>(inspection.head->getObjectID())],
                              fault.what());

@@ -117,7 +117,27 @@ enum class RecordKey : long {
     row_lower = 212, ///< limits of its own, absent where it has none
     row_upper = 213,
     feature = 214,
-    part = 215
+    part = 215,
+    // Of a fit: the whole, and in that of a point the identifier of the whole. Each of the three
+    // characteristics has ten keys: its name, value, limits, judgement, nominal and place.
+    fit = 220,
+    fitted_form = 221, ///< 0 a plane, 1 a line, 2 a circle
+    in_space = 222,
+    fitted_x = 223, ///< of the entity: a point of the plane or line, the centre of the circle
+    fitted_y = 224,
+    fitted_z = 225,
+    axis_i = 226, ///< normal or direction
+    axis_j = 227,
+    axis_k = 228,
+    radius = 229,
+    plane_rms = 230, ///< of the points of a circle in space
+    fit_steps = 231,
+    fit_last_step = 232,
+    ball_side = 233, ///< 0 unknown, 1 inside, 2 outside
+    largest_coordinate = 234,
+    form_limits = 240, ///< to 248
+    size_limits = 250,
+    position_limits = 260 ///< to 268
 };
 
 /// The kinds of records.
@@ -126,5 +146,7 @@ inline constexpr const char* edge_kind = "edge";
 inline constexpr const char* point_kind = "point";
 inline constexpr const char* targets_kind = "targets"; ///< a whole inspection
 inline constexpr const char* target_kind = "target";   ///< one row
+inline constexpr const char* fit_kind = "fit";         ///< a whole fit
+inline constexpr const char* fitted_point_kind = "fitted point";
 
 } // namespace velm

@@ -21,6 +21,8 @@ constexpr const char* examples =
     "      a bore of 30, up to 0.02 larger, whose axis is within 0.05 of (12, 40)\n"
     "  velm-inspect fit circle bore.csv --diameter 5 --inside --svg roundness.svg\n"
     "      a bore probed with a ball of 5, and its polar picture\n"
+    "  velm-inspect fit circle bore.csv --diameter 5 --inside --tolerance 0.01 --store parts.velm\n"
+    "      added to an object file, created if missing\n"
     "  velm-inspect fit circle shaft.csv --diameter 5 --outside --json - | jq .entity.radius\n"
     "      the radius of a shaft\n";
 
@@ -100,7 +102,13 @@ void add_fit_command(Program& program) {
     line.option(diameter_option, options->diameter);
     line.flag(inside_flag, *inside);
     line.flag(outside_flag, *outside);
-    line.outputs({&json_output, &csv_output, &svg_output, &html_output}, paths);
+    line.outputs(
+        {&json_output, &csv_output, &svg_output, &html_output, &store_output, &archive_output},
+        paths);
+    line.flag(sync_flag, paths.sync);
+    line.check([options] {
+        if (options->paths.sync && !options->paths.store) refuse("--sync goes with --store");
+    });
     line.flag(quiet_flag, paths.quiet, "No table, no summary");
     line.check([options, inside, outside] {
         if (*inside && *outside) refuse("--inside and --outside exclude each other");

@@ -2,7 +2,10 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/input/file_date.h"
+#include "inspect/keep/archive_file.h"
+#include "inspect/keep/store_writer.h"
 #include "inspect/report/fit_outputs.h"
+#include "velm/inspection/kept_fit.h"
 #include "velm/measure/orthogonal_fit.h"
 
 #include <algorithm>
@@ -38,41 +41,21 @@ double main_sense(const ERVector3D& v) {
     return v[static_cast<int>(v.axeOptimum())] < 0.0 ? -1.0 : 1.0;
 }
 
-// Axes in the plane perpendicular to n: u as near as possible to the x axis, or to the y axis.
-void axes_across(const ERVector3D& n, ERVector3D& u, ERVector3D& v) {
-    const ERVector3D near(std::fabs(n.i()) < 0.9 ? Coord3D_X : Coord3D_Y);
-    u = (near - n * (near * n)).getnormalized();
-    v = n ^ u;
-}
-
 // Half the ball's diameter with the sign of the side that grows a circle: towards the material in
 // a bore. 0 without a ball.
-double ball_shift(const FitResult& result) {
-    return result.side == BallSide::inside    ? result.ball / 2.0
-           : result.side == BallSide::outside ? -result.ball / 2.0
-                                              : 0.0;
-}
-
-// The result of a fit in a plane of space: residuals, and the places in that plane about `middle`.
-template <class Fit>
-void take_plane(FitResult& result, const Fit& fit, const ERPoint3D& middle,
-                const FitPoints& points) {
-    ERVector3D u, v;
-    axes_across(fit.normal, u, v);
-    for (const ERPoint3D& p : points.places) {
-        const ERVector3D way(middle, p);
-        result.residuals.push_back(fit.residual(p));
-        result.places.emplace_back(way * u, way * v);
-    }
-    result.axis = fit.normal;
-    result.point = middle;
+double ball_shift(const FitHead& head) {
+    if (!head.ball) return 0.0;
+    const double radius = head.ball->diameter / 2.0;
+    return head.ball->side == BallSide::inside    ? radius
+           : head.ball->side == BallSide::outside ? -radius
+                                                  : 0.0;
 }
 
 template <class Fit>
-void take_circle(FitResult& result, const Fit& fit) {
-    result.radius = fit.radius;
-    result.steps = fit.iteration.steps;
-    result.last_step = fit.iteration.last_step;
+void take_circle(FittedEntity& entity, const Fit& fit) {
+    entity.radius = fit.radius;
+    entity.steps = fit.iteration.steps;
+    entity.last_step = fit.iteration.last_step;
 }
 
 void fit_plane_to(FitResult& result, const FitOptions& options, const FitPoints& points) {
@@ -80,107 +63,106 @@ void fit_plane_to(FitResult& result, const FitOptions& options, const FitPoints&
         throw Failure(ExitCode::input, options.points + ": a plane needs points with a z");
     const PlaneFit fit = fit_plane(points.places);
     refuse_unless_fitted(fit.outcome, options, points.places.size());
-    take_plane(result, fit, fit.centroid, points);
-    result.point = fit.centroid + fit.normal * ball_shift(result);
+    for (const ERPoint3D& p : points.places)
+        result.residuals.push_back(fit.residual(p));
+    result.head.entity.axis = fit.normal;
+    result.head.entity.point = fit.centroid + fit.normal * ball_shift(result.head);
 }
 
 void fit_line_to(FitResult& result, const FitOptions& options, const FitPoints& points) {
+    FittedEntity& entity = result.head.entity;
     if (points.in_space) {
         const LineFit3D fit = fit_line(points.places);
         refuse_unless_fitted(fit.outcome, options, points.places.size());
-        for (const ERPoint3D& p : points.places) {
+        for (const ERPoint3D& p : points.places)
             result.residuals.push_back(fit.residual(p));
-            result.places.emplace_back(ERVector3D(fit.centroid, p) * fit.direction, 0.0);
-        }
-        result.axis = fit.direction;
-        result.point = fit.centroid;
+        entity.axis = fit.direction;
+        entity.point = fit.centroid;
         return;
     }
     const LineFit2D fit = fit_line(flattened(points.places));
     refuse_unless_fitted(fit.outcome, options, points.places.size());
     const ERVector2D right(fit.direction.j(), -fit.direction.i());
     const ERVector2D normal = right * main_sense(raised(right));
-    for (const ERPoint3D& p : points.places) {
-        const ERVector2D way(fit.centroid, ERPoint2D(p.x(), p.y()));
-        result.residuals.push_back(way * normal);
-        result.places.emplace_back(way * fit.direction, 0.0);
-    }
-    result.axis = raised(fit.direction);
-    result.point = raised(fit.centroid + normal * ball_shift(result));
+    for (const ERPoint3D& p : points.places)
+        result.residuals.push_back(ERVector2D(fit.centroid, ERPoint2D(p.x(), p.y())) * normal);
+    entity.axis = raised(fit.direction);
+    entity.point = raised(fit.centroid + normal * ball_shift(result.head));
 }
 
 void fit_circle_to(FitResult& result, const FitOptions& options, const FitPoints& points) {
     const std::size_t count = points.places.size();
+    FittedEntity& entity = result.head.entity;
     if (points.in_space) {
         const CircleFit3D fit = fit_circle(points.places);
         refuse_unless_fitted(fit.outcome, options, count);
-        take_plane(result, fit, fit.centre, points);
-        take_circle(result, fit);
-        result.flatness_rms = fit.plane_rms;
+        for (const ERPoint3D& p : points.places)
+            result.residuals.push_back(fit.residual(p));
+        entity.axis = fit.normal;
+        entity.point = fit.centre;
+        take_circle(entity, fit);
+        entity.flatness_rms = fit.plane_rms;
     } else {
         const std::vector<ERPoint2D> flat = flattened(points.places);
         const CircleFit2D fit = fit_circle(flat);
         refuse_unless_fitted(fit.outcome, options, count);
-        for (const ERPoint2D& p : flat) {
+        for (const ERPoint2D& p : flat)
             result.residuals.push_back(fit.residual(p));
-            result.places.emplace_back(ERVector2D(fit.centre, p));
-        }
-        result.axis = ERVector3D(Coord3D_Z);
-        result.point = raised(fit.centre);
-        take_circle(result, fit);
+        entity.axis = ERVector3D(Coord3D_Z);
+        entity.point = raised(fit.centre);
+        take_circle(entity, fit);
     }
-    result.radius += ball_shift(result);
-    if (!(result.radius > 0.0))
-        throw Failure(ExitCode::input, options.points + ": the ball of " + shortest(result.ball) +
+    entity.radius += ball_shift(result.head);
+    if (!(entity.radius > 0.0))
+        throw Failure(ExitCode::input, options.points + ": the ball of " +
+                                           shortest(ball_of(options, points)) +
                                            " is as large as the circle of its centres");
 }
 
-void summarise(FitResult& result, const FitOptions& options, const FitPoints& points) {
-    constexpr double largest = 1e150; // whose square is a double
-    result.summary.tolerance = result.tolerance;
+Summary summary_of(const FitResult& result, const FitOptions& options, const FitPoints& points) {
+    Summary summary;
     for (std::size_t n = 0; n < result.residuals.size(); ++n) {
-        if (!(std::fabs(result.residuals[n]) <= largest))
+        if (!(std::fabs(result.residuals[n]) <= largest_deviation))
             throw Failure(ExitCode::input, options.points + ", id '" + points.ids[n] +
                                                "': the point is too far away to be compared");
-        result.summary.add(result.row(points, n));
+        summary.add(result.row(points, n));
     }
-    const RunningStatistics& deviations = result.summary.signed_deviations;
-    result.peak_to_valley = result.kind == FitKind::line && result.in_space
-                                ? 2.0 * deviations.maximum()
-                                : deviations.maximum() - deviations.minimum();
+    return summary;
 }
 
 // A nominal place lies on the nominal axis: its distance from the fitted one counts.
-double distance_from_axis(const FitResult& result, const ERPoint3D& place) {
-    const ERVector3D way(place, result.point);
-    if (!result.in_space) return std::hypot(way.i(), way.j());
-    return (way - result.axis * (way * result.axis)).norme();
+double distance_from_axis(const FittedEntity& entity, const ERPoint3D& place) {
+    const ERVector3D way(place, entity.point);
+    if (!entity.in_space) return std::hypot(way.i(), way.j());
+    return (way - entity.axis * (way * entity.axis)).norme();
 }
 
-void judge_characteristics(FitResult& result, const FitOptions& options) {
-    const double slack = result.slack(result.largest_coordinate);
-    if (options.form_tolerance) {
-        result.form = {
-            result.form_name(), result.peak_to_valley, {}, {}, {0.0, *options.form_tolerance}};
-        result.form->judge(slack);
-    }
+void judge_characteristics(FitHead& head, const FitOptions& options, const Summary& summary) {
+    const double slack = head.slack(head.largest_coordinate);
+    const auto judge = [&](auto& characteristic, const Characteristic& found) {
+        static_cast<Characteristic&>(characteristic.emplace()) = found;
+        characteristic->judge(slack);
+    };
+    if (options.form_tolerance)
+        judge(head.form, {std::string(form_name(options.kind)),
+                          head.peak_to_valley(summary),
+                          {},
+                          {},
+                          {0.0, *options.form_tolerance}});
     if (options.size) {
         const NominalSize& size = *options.size;
-        result.size = {"diameter",
-                       2.0 * result.radius,
-                       size.nominal,
-                       {},
-                       {size.nominal + size.limits.lower, size.nominal + size.limits.upper}};
-        result.size->judge(slack);
+        judge(head.size, {"diameter",
+                          2.0 * head.entity.radius,
+                          size.nominal,
+                          {},
+                          {size.nominal + size.limits.lower, size.nominal + size.limits.upper}});
     }
-    if (options.place) {
-        result.position = {"position",
-                           2.0 * distance_from_axis(result, options.place->point),
-                           {},
-                           options.place->point,
-                           {0.0, options.position.value_or(0.0)}};
-        result.position->judge(slack);
-    }
+    if (options.place)
+        judge(head.position, {"position",
+                              2.0 * distance_from_axis(head.entity, options.place->point),
+                              {},
+                              options.place->point,
+                              {0.0, options.position.value_or(0.0)}});
 }
 
 } // namespace
@@ -201,35 +183,46 @@ BallFault ball_fault(const FitOptions& options, const FitPoints& points) {
 
 FitResult fit_points(const FitOptions& options, const FitPoints& points) {
     FitResult result;
-    static_cast<InspectionHead&>(result) = points.head;
-    result.has_row_limits = result.has_features = result.has_parts = false;
-    result.info = options.info;
-    fill_in_date(result.info, options.points);
-    result.measured = options.points;
-    result.kind = options.kind;
-    result.in_space = points.in_space;
-    result.tolerance = options.band;
-    result.decimals = options.decimals;
+    FitHead& head = result.head;
+    static_cast<InspectionHead&>(head) = points.head;
+    head.has_row_limits = head.has_features = head.has_parts = false;
+    head.info = options.info;
+    fill_in_date(head.info, options.points);
+    head.measured = options.points;
+    head.entity.kind = options.kind;
+    head.entity.in_space = points.in_space;
+    head.tolerance = options.band;
+    head.decimals = options.decimals;
     for (const ERPoint3D& p : points.places)
-        result.largest_coordinate = std::max(
-            {result.largest_coordinate, std::fabs(p.x()), std::fabs(p.y()), std::fabs(p.z())});
-    result.ball = ball_of(options, points);
-    result.side = options.side;
+        head.largest_coordinate = std::max(
+            {head.largest_coordinate, std::fabs(p.x()), std::fabs(p.y()), std::fabs(p.z())});
+    if (const double ball = ball_of(options, points); ball > 0.0)
+        head.ball = Ball{ball, options.side};
     if (options.kind == FitKind::plane) fit_plane_to(result, options, points);
     if (options.kind == FitKind::line) fit_line_to(result, options, points);
     if (options.kind == FitKind::circle) fit_circle_to(result, options, points);
-    summarise(result, options, points);
-    judge_characteristics(result, options);
+    judge_characteristics(head, options, summary_of(result, options, points));
     return result;
 }
 
 bool inspect_fit(const FitOptions& options, const FitPoints& points) {
     const FitResult result = fit_points(options, points);
-    FitOutputs outputs(result, points, options.paths);
-    for (std::size_t n = 0; n < points.ids.size(); ++n)
-        outputs.add(result.row(points, n));
+    FitOutputs outputs(result.head, options.paths);
+    std::optional<KeptRecords<FitRecordWriter>> store;
+    if (options.paths.store)
+        store.emplace(outputs.set(), *options.paths.store, options.paths.sync, result.head);
+    std::optional<KeptArchive<FitArchiveWriter>> archive;
+    if (options.paths.archive) archive.emplace(outputs.set(), *options.paths.archive, result.head);
+    for (std::size_t n = 0; n < points.ids.size(); ++n) {
+        const FitRow row = result.row(points, n);
+        outputs.add(row);
+        if (store) store->add(row);
+        if (archive) archive->add(row);
+    }
+    if (store) store->finish(outputs.summary());
+    if (archive) archive->finish(outputs.summary());
     outputs.finish();
-    return result.is_in_tolerance();
+    return outputs.is_in_tolerance();
 }
 
 } // namespace velm::inspect

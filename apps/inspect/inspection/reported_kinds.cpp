@@ -1,7 +1,9 @@
 #include "inspect/inspection/reported_kinds.h"
 
+#include "inspect/report/fit_outputs.h"
 #include "inspect/report/section_outputs.h"
 #include "inspect/report/target_outputs.h"
+#include "velm/inspection/kept_fit.h"
 
 namespace velm::inspect {
 namespace {
@@ -12,6 +14,12 @@ SectionOutputs outputs_of(const SectionRecordReader& reader, const OutputPaths& 
 }
 SectionOutputs outputs_of(const SectionArchiveReader& reader, const OutputPaths& paths) {
     return {reader.head(), reader.outline(), paths};
+}
+FitOutputs outputs_of(const FitRecordReader& reader, const OutputPaths& paths) {
+    return {reader.head(), paths};
+}
+FitOutputs outputs_of(const FitArchiveReader& reader, const OutputPaths& paths) {
+    return {reader.head(), paths};
 }
 template <class Reader>
 TargetOutputs outputs_of(const Reader& reader, const OutputPaths& paths) {
@@ -30,7 +38,7 @@ bool report_rows(Reader& reader, const OutputPaths& paths, Progress& progress, U
     }
     progress.clear();
     outputs.finish();
-    return outputs.summary().out_of_tolerance == 0;
+    return outputs.is_in_tolerance();
 }
 
 template <class Reader>
@@ -58,6 +66,8 @@ std::span<const ReportedKind> reported_kinds() {
          report_document<SectionArchiveReader>},
         {"targets", targets_kind, ArchivedKind::targets, report_record<TargetRecordReader>,
          report_document<TargetArchiveReader>},
+        {"fit", fit_kind, ArchivedKind::fit, report_record<FitRecordReader>,
+         report_document<FitArchiveReader>},
     };
     return kinds;
 }

@@ -2,7 +2,6 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/text_escape.h"
-#include "inspect/picture/fit_lines.h"
 #include "inspect/picture/palette.h"
 
 #include <algorithm>
@@ -37,48 +36,65 @@ double angle_of(const ERPoint2D& place) {
 
 double dot_radius(std::size_t count) { return count <= 60 ? 4.0 : count <= 600 ? 2.6 : 1.5; }
 
+// Axes in the plane perpendicular to n: u as near as possible to the x axis, or to the y axis.
+void axes_across(const ERVector3D& n, ERVector3D& u, ERVector3D& v) {
+    const ERVector3D near(std::fabs(n.i()) < 0.9 ? Coord3D_X : Coord3D_Y);
+    u = (near - n * (near * n)).getnormalized();
+    v = n ^ u;
+}
+
 } // namespace
 
-FitDrawing::FitDrawing(SvgCanvas& canvas, const CanvasBox& area, const FitResult& result,
-                       const FitPoints& points, const DeviationScale& scale,
-                       const DeviationUnit& unit, double reference)
-    : canvas_(canvas), area_(area), result_(result), points_(points), scale_(scale), unit_(unit),
-      reference_(reference), step_(round_step_below(reference / 2.0)), labels_(area) {}
+ERPoint2D place_in_drawing(const FittedEntity& entity, const ERPoint3D& measured) {
+    const ERVector3D way(entity.point, measured);
+    if (entity.kind == FitKind::line) return {way * entity.axis, 0.0};
+    if (!entity.in_space) return {way.i(), way.j()};
+    ERVector3D u, v;
+    axes_across(entity.axis, u, v);
+    return {way * u, way * v};
+}
+
+FitDrawing::FitDrawing(SvgCanvas& canvas, const CanvasBox& area, const FitHead& head,
+                       std::span<const FitSpot> spots, std::span<const FitRow> worst,
+                       const Look& look)
+    : canvas_(canvas), area_(area), head_(head), entity_(head.entity), spots_(spots), worst_(worst),
+      look_(look), step_(round_step_below(look.reference / 2.0)), labels_(area) {}
 
 void FitDrawing::draw() {
-    if (result_.kind == FitKind::circle) draw_polar();
-    if (result_.kind == FitKind::line) draw_along();
-    if (result_.kind == FitKind::plane) draw_spots();
+    if (entity_.kind == FitKind::circle) draw_polar();
+    if (entity_.kind == FitKind::line) draw_along();
+    if (entity_.kind == FitKind::plane) draw_spots();
 }
 
 std::string FitDrawing::color_of(double residual) const {
-    return "fill=\"" + std::string(DeviationScale::color(scale_.class_of(residual))) + "\"";
+    return "fill=\"" + std::string(DeviationScale::color(look_.scale.class_of(residual))) + "\"";
 }
 
 std::vector<std::size_t> FitDrawing::chosen() const {
     constexpr std::size_t most = 6000;
-    std::vector<std::size_t> all(points_.ids.size());
+    std::vector<std::size_t> all(spots_.size());
     std::iota(all.begin(), all.end(), std::size_t{0});
     if (all.size() <= most) return all;
     // The least and the greatest of every cell: of the angle, of the length, or of the plane.
-    const bool flat = result_.kind == FitKind::plane;
-    const bool round = result_.kind == FitKind::circle;
+    const bool flat = entity_.kind == FitKind::plane;
+    const bool round = entity_.kind == FitKind::circle;
     const double cells = flat ? 54.0 : 3000.0;
     ERPoint2D low(1e300, 1e300), high(-1e300, -1e300);
-    for (const ERPoint2D& p : result_.places) {
+    for (const FitSpot& spot : spots_) {
+        const ERPoint2D& p = spot.place;
         low = {std::min(low.x(), p.x()), std::min(low.y(), p.y())};
         high = {std::max(high.x(), p.x()), std::max(high.y(), p.y())};
     }
     const double wide = std::max(high.x() - low.x(), flat ? high.y() - low.y() : 0.0);
     std::map<std::pair<double, double>, std::pair<std::size_t, std::size_t>> extremes;
     for (const std::size_t n : all) {
-        const ERPoint2D& p = result_.places[n];
+        const ERPoint2D& p = spots_[n].place;
         const double x = round ? angle_of(p) / turn : (p.x() - low.x()) / wide;
         const double y = flat ? std::floor((p.y() - low.y()) / wide * cells) : 0.0;
         auto& [least, greatest] =
             extremes.try_emplace({std::floor(x * cells), y}, n, n).first->second;
-        if (result_.residuals[n] < result_.residuals[least]) least = n;
-        if (result_.residuals[n] > result_.residuals[greatest]) greatest = n;
+        if (spots_[n].residual < spots_[least].residual) least = n;
+        if (spots_[n].residual > spots_[greatest].residual) greatest = n;
     }
     std::vector<std::size_t> kept;
     for (const auto& [cell, pair] : extremes) {
@@ -90,7 +106,7 @@ std::vector<std::size_t> FitDrawing::chosen() const {
 
 void FitDrawing::dot(const CanvasPoint& at, std::size_t index, double radius) {
     canvas_.path(circle_path(at, radius),
-                 color_of(result_.residuals[index]) + " " + svg_stroke(palette::paper, 0.4));
+                 color_of(spots_[index].residual) + " " + svg_stroke(palette::paper, 0.4));
 }
 
 // `where` has the place of every point, `toward` the side for its label.
@@ -99,10 +115,11 @@ void FitDrawing::label_worst(const std::vector<CanvasPoint>& where,
     constexpr std::size_t most = 3, most_obstacles = 2000;
     for (std::size_t n = 0; n < where.size(); n += 1 + where.size() / most_obstacles)
         labels_.avoid(where[n]);
-    for (const std::size_t n : worst_points(result_, points_, most)) {
-        if (result_.residuals[n] == 0.0) continue;
-        const std::string content = clipped(terminal_text(points_.ids[n]), 14) + "\u2002" +
-                                    unit_.whole_text(result_.residuals[n]);
+    for (const FitRow& row : worst_.first(std::min(most, worst_.size()))) {
+        if (row.deviation == 0.0) continue;
+        const auto n = static_cast<std::size_t>(row.index);
+        const std::string content =
+            clipped(terminal_text(row.id), 14) + "\u2002" + look_.unit.whole_text(row.deviation);
         labels_.draw(canvas_, where[n], toward(n), content, small);
     }
 }
@@ -123,9 +140,10 @@ void FitDrawing::draw_polar() {
     const double half = std::min(area_.width, area_.height) / 2.0 - 26.0;
     const double base = 0.64 * half, amplitude = 0.34 * half;
     const auto radius = [&](double residual) {
-        return base + amplitude * std::clamp(residual / reference_, -1.05, 1.05);
+        return base + amplitude * std::clamp(residual / look_.reference, -1.05, 1.05);
     };
-    for (double k = -std::floor(reference_ / step_); k * step_ <= reference_ * 1.0001; k += 1.0)
+    for (double k = -std::floor(look_.reference / step_); k * step_ <= look_.reference * 1.0001;
+         k += 1.0)
         canvas_.path(circle_path(center, radius(k * step_)), grid);
     for (int k = 0; k < 12; ++k) {
         const double a = turn * k / 12.0, c = std::cos(a), s = std::sin(a);
@@ -135,9 +153,9 @@ void FitDrawing::draw_polar() {
         fixed_text({center.x + (outer + 15.0) * c, center.y - (outer + 15.0) * s + 4.0},
                    std::to_string(30 * k) + "\u00b0", small, Anchor::middle, soft);
     }
-    if (result_.tolerance) {
-        for (const double value : {result_.tolerance->lower, result_.tolerance->upper})
-            if (std::fabs(value) <= reference_)
+    if (head_.tolerance) {
+        for (const double value : {head_.tolerance->lower, head_.tolerance->upper})
+            if (std::fabs(value) <= look_.reference)
                 canvas_.path(circle_path(center, radius(value)),
                              limit + " stroke-dasharray=\"5 3\"");
     }
@@ -145,12 +163,12 @@ void FitDrawing::draw_polar() {
 
     std::vector<std::size_t> order = chosen();
     std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-        const double x = angle_of(result_.places[a]), y = angle_of(result_.places[b]);
+        const double x = angle_of(spots_[a].place), y = angle_of(spots_[b].place);
         return x != y ? x < y : a < b;
     });
-    std::vector<CanvasPoint> where(points_.ids.size());
+    std::vector<CanvasPoint> where(spots_.size());
     for (std::size_t n = 0; n < where.size(); ++n) {
-        const double a = angle_of(result_.places[n]), r = radius(result_.residuals[n]);
+        const double a = angle_of(spots_[n].place), r = radius(spots_[n].residual);
         where[n] = {center.x + r * std::cos(a), center.y - r * std::sin(a)};
     }
     // A line joins neighbours, unless there is a wide gap between them.
@@ -160,7 +178,7 @@ void FitDrawing::draw_polar() {
     for (std::size_t k = 0; k <= order.size() && joins; ++k) {
         const std::size_t n = order[k % order.size()],
                           before = order[(k + order.size() - 1) % order.size()];
-        double gap = angle_of(result_.places[n]) - angle_of(result_.places[before]);
+        double gap = angle_of(spots_[n].place) - angle_of(spots_[before].place);
         if (gap < 0.0) gap += turn;
         path += (k == 0 || gap > widest_gap ? "M" : "L") + svg_point(where[n]);
     }
@@ -168,16 +186,17 @@ void FitDrawing::draw_polar() {
         canvas_.path(path, svg_pen(palette::trace, 0.8) + " stroke-linejoin=\"round\"");
     for (const std::size_t n : order)
         dot(where[n], n, dot_radius(order.size()));
-    for (double k = -std::floor(reference_ / step_); k * step_ <= reference_ * 1.0001; k += 1.0)
-        fixed_text({center.x + 4.0, center.y - radius(k * step_) - 3.0}, unit_.text(k * step_), 9.5,
-                   Anchor::start,
+    for (double k = -std::floor(look_.reference / step_); k * step_ <= look_.reference * 1.0001;
+         k += 1.0)
+        fixed_text({center.x + 4.0, center.y - radius(k * step_) - 3.0}, look_.unit.text(k * step_),
+                   9.5, Anchor::start,
                    soft + " " + svg_stroke(palette::paper, 3.0) + " paint-order=\"stroke\"");
     fixed_text({center.x, center.y - 6.0}, "radius", small, Anchor::middle, soft);
-    fixed_text({center.x, center.y + 14.0}, fixed(result_.radius, fit_decimals(result_)), 15.0,
+    fixed_text({center.x, center.y + 14.0}, fixed(entity_.radius, look_.decimals), 15.0,
                Anchor::middle, palette::bold);
     // Beyond the line that joins the points.
     label_worst(where, [&](std::size_t n) {
-        const double side = result_.residuals[n] > 0.0 ? 1.0 : -1.0;
+        const double side = spots_[n].residual > 0.0 ? 1.0 : -1.0;
         return CanvasPoint{side * (where[n].x - center.x), side * (where[n].y - center.y)};
     });
 }
@@ -186,12 +205,13 @@ void FitDrawing::draw_along() {
     const CanvasBox plot{area_.left + 64.0, area_.top + 16.0, area_.width - 74.0,
                          area_.height - 60.0};
     double low = 1e300, high = -1e300;
-    for (const ERPoint2D& p : result_.places) {
+    for (const FitSpot& spot : spots_) {
+        const ERPoint2D& p = spot.place;
         low = std::min(low, p.x());
         high = std::max(high, p.x());
     }
-    const bool is_signed = !result_.in_space; // distances have no sign
-    const double bottom = is_signed ? -reference_ * 1.05 : 0.0, top = reference_ * 1.05;
+    const bool is_signed = !entity_.in_space; // distances have no sign
+    const double bottom = is_signed ? -look_.reference * 1.05 : 0.0, top = look_.reference * 1.05;
     const auto y_of = [&](double residual) {
         return plot.bottom() -
                (std::clamp(residual, bottom, top) - bottom) / (top - bottom) * plot.height;
@@ -202,7 +222,8 @@ void FitDrawing::draw_along() {
     for (double k = std::ceil(bottom / step_); k * step_ <= top; k += 1.0) {
         const double y = y_of(k * step_);
         canvas_.line({plot.left, y}, {plot.right(), y}, grid);
-        canvas_.text({plot.left - 6.0, y + 4.0}, unit_.text(k * step_), small, Anchor::end, soft);
+        canvas_.text({plot.left - 6.0, y + 4.0}, look_.unit.text(k * step_), small, Anchor::end,
+                     soft);
     }
     const double tick = round_step_below((high - low) / 5.0);
     const int decimals = std::min(decimals_for(tick, 1), 12);
@@ -214,16 +235,16 @@ void FitDrawing::draw_along() {
     }
     canvas_.text({plot.right(), plot.bottom() + 38.0}, "along the line, from its start", small,
                  Anchor::end, soft);
-    if (result_.tolerance)
-        for (const double value : {result_.tolerance->lower, result_.tolerance->upper})
+    if (head_.tolerance)
+        for (const double value : {head_.tolerance->lower, head_.tolerance->upper})
             if (value >= bottom && value <= top)
                 canvas_.line({plot.left, y_of(value)}, {plot.right(), y_of(value)},
                              limit + " stroke-dasharray=\"5 3\"");
     canvas_.line({plot.left, y_of(0.0)}, {plot.right(), y_of(0.0)}, datum);
 
-    std::vector<CanvasPoint> where(points_.ids.size());
+    std::vector<CanvasPoint> where(spots_.size());
     for (std::size_t n = 0; n < where.size(); ++n)
-        where[n] = {x_of(result_.places[n].x()), y_of(result_.residuals[n])};
+        where[n] = {x_of(spots_[n].place.x()), y_of(spots_[n].residual)};
     const std::vector<std::size_t> drawn = chosen();
     std::string stems;
     for (const std::size_t n : drawn)
@@ -233,13 +254,14 @@ void FitDrawing::draw_along() {
     for (const std::size_t n : drawn)
         dot(where[n], n, dot_radius(drawn.size()));
     label_worst(where, [&](std::size_t n) {
-        return CanvasPoint{0.0, result_.residuals[n] < 0.0 ? 1.0 : -1.0};
+        return CanvasPoint{0.0, spots_[n].residual < 0.0 ? 1.0 : -1.0};
     });
 }
 
 void FitDrawing::draw_spots() {
     ERPoint2D low(1e300, 1e300), high(-1e300, -1e300);
-    for (const ERPoint2D& p : result_.places) {
+    for (const FitSpot& spot : spots_) {
+        const ERPoint2D& p = spot.place;
         low = {std::min(low.x(), p.x()), std::min(low.y(), p.y())};
         high = {std::max(high.x(), p.x()), std::max(high.y(), p.y())};
     }
@@ -260,20 +282,20 @@ void FitDrawing::draw_spots() {
                  soft + " transform=\"rotate(-90 " +
                      svg_point({corner.x - 20.0, corner.y - tall * factor / 2.0}) + ")\"");
 
-    std::vector<CanvasPoint> where(points_.ids.size());
+    std::vector<CanvasPoint> where(spots_.size());
     for (std::size_t n = 0; n < where.size(); ++n)
-        where[n] = {corner.x + (result_.places[n].x() - low.x()) * factor,
-                    corner.y - (result_.places[n].y() - low.y()) * factor};
+        where[n] = {corner.x + (spots_[n].place.x() - low.x()) * factor,
+                    corner.y - (spots_[n].place.y() - low.y()) * factor};
     std::vector<std::size_t> drawn = chosen();
     // The small ones last, on top of the large ones.
     std::stable_sort(drawn.begin(), drawn.end(), [&](std::size_t a, std::size_t b) {
-        return std::fabs(result_.residuals[a]) > std::fabs(result_.residuals[b]);
+        return std::fabs(spots_[a].residual) > std::fabs(spots_[b].residual);
     });
     const double largest = drawn.size() <= 60 ? 16.0 : drawn.size() <= 600 ? 8.0 : 4.0;
     for (const std::size_t n : drawn)
         dot(where[n], n,
-            std::max(1.2, largest * std::sqrt(std::min(std::fabs(result_.residuals[n]) / reference_,
-                                                       1.0))));
+            std::max(1.2, largest * std::sqrt(std::min(
+                                        std::fabs(spots_[n].residual) / look_.reference, 1.0))));
     label_worst(where, [](std::size_t) { return CanvasPoint{1.0, -1.0}; });
 }
 

@@ -4,21 +4,36 @@
 #include "inspect/picture/deviation_scale.h"
 #include "inspect/picture/label_places.h"
 #include "inspect/picture/svg_canvas.h"
-#include "inspect/result/fit_result.h"
+#include "velm/inspection/fit_result.h"
 
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace velm::inspect {
 
+/// A point of a fit: its place in the plane of the entity, along the line (x), or from the centre
+/// of the circle, and its residual.
+struct FitSpot {
+    ERPoint2D place;
+    double residual = 0.0;
+};
+ERPoint2D place_in_drawing(const FittedEntity& entity, const ERPoint3D& measured);
+
 class FitDrawing {
 public:
-    /// Residuals up to `reference` fit in; longer ones end at the edge.
-    FitDrawing(SvgCanvas& canvas, const CanvasBox& area, const FitResult& result,
-               const FitPoints& points, const DeviationScale& scale, const DeviationUnit& unit,
-               double reference);
+    /// How residuals are shown. Those up to `reference` fit in; longer ones end at the edge.
+    struct Look {
+        const DeviationScale& scale;
+        const DeviationUnit& unit;
+        double reference;
+        int decimals;
+    };
+    /// `worst` are the rows to be named, the worst first.
+    FitDrawing(SvgCanvas& canvas, const CanvasBox& area, const FitHead& head,
+               std::span<const FitSpot> spots, std::span<const FitRow> worst, const Look& look);
 
     void draw();
 
@@ -37,11 +52,11 @@ private:
 
     SvgCanvas& canvas_;
     CanvasBox area_;
-    const FitResult& result_;
-    const FitPoints& points_;
-    const DeviationScale& scale_;
-    const DeviationUnit& unit_;
-    double reference_;
+    const FitHead& head_;
+    const FittedEntity& entity_;
+    std::span<const FitSpot> spots_;
+    std::span<const FitRow> worst_;
+    Look look_;
     double step_; // between the lines of the grid
     LabelPlaces labels_;
 };

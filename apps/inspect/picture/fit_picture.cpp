@@ -1,14 +1,10 @@
 #include "inspect/picture/fit_picture.h"
 
-#include "inspect/picture/deviation_histogram.h"
-#include "inspect/picture/fit_drawing.h"
-#include "inspect/picture/fit_lines.h"
 #include "inspect/picture/palette.h"
 #include "inspect/picture/section_panel.h"
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 namespace velm::inspect {
 namespace {
@@ -16,86 +12,79 @@ namespace {
 constexpr double border = palette::border, left = palette::column_left;
 
 // The range of the drawing: the largest residual, and the tolerance if it is of the same size.
-double reach(const FitResult& result) {
-    const RunningStatistics& deviations = result.summary.signed_deviations;
+double reach(const std::optional<Tolerance>& tolerance, const Summary& summary) {
+    const RunningStatistics& deviations = summary.signed_deviations;
     const double largest =
         std::max(std::fabs(deviations.minimum()), std::fabs(deviations.maximum()));
-    if (!result.tolerance) return largest > 0.0 ? largest : 1e-9;
-    const double limit =
-        std::max(std::fabs(result.tolerance->lower), std::fabs(result.tolerance->upper));
+    if (!tolerance) return largest > 0.0 ? largest : 1e-9;
+    const double limit = std::max(std::fabs(tolerance->lower), std::fabs(tolerance->upper));
     if (largest == 0.0) return limit > 0.0 ? limit : 1e-9;
     return 1.05 * std::clamp(limit, largest, 4.0 * largest);
 }
 
-LegendNotes notes_of(const FitResult& result) {
+} // namespace
+
+void FitPicture::add(const FitRow& row) {
+    spots_.push_back({place_in_drawing(head_.entity, row.measured), row.deviation});
+    histogram_.add(row.deviation);
+    if (row.in_tolerance == false) ++(row.deviation > head_.tolerance->upper ? above_ : below_);
+}
+
+LegendNotes FitPicture::notes() const {
     LegendNotes notes;
-    notes.has_tolerance = result.tolerance.has_value();
-    if (result.tolerance)
-        for (const double residual : result.residuals) {
-            if (residual > result.tolerance->upper) ++notes.above;
-            if (residual < result.tolerance->lower) ++notes.below;
-        }
-    notes.outwards = result.kind == FitKind::plane  ? ""
-                     : result.kind == FitKind::line ? "upwards: beside the line, magnified"
-                                                    : "outwards: beyond the circle, magnified";
+    notes.has_tolerance = head_.tolerance.has_value();
+    notes.above = above_;
+    notes.below = below_;
+    notes.outwards = head_.entity.kind == FitKind::plane ? ""
+                     : head_.entity.kind == FitKind::line
+                         ? "upwards: beside the line, magnified"
+                         : "outwards: beyond the circle, magnified";
     return notes;
 }
 
-// What all pictures of a fit share.
-struct Look {
-    double reference;
-    DeviationScale scale;
-    DeviationUnit unit;
-    std::vector<DeviationHistogram::Cell> cells;
-};
-
-Look look_of(const FitResult& result) {
-    const double reference = reach(result);
-    const DeviationScale scale(result.tolerance, reference);
-    DeviationHistogram histogram;
-    for (const double residual : result.residuals)
-        histogram.add(residual);
+FitPicture::Look FitPicture::look(const Summary& summary, int decimals) const {
+    const double reference = reach(head_.tolerance, summary);
+    const DeviationScale scale(head_.tolerance, reference);
     return {reference, scale,
             DeviationUnit(std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference}),
-                          fit_decimals(result)),
-            histogram.cells()};
+                          decimals),
+            histogram_.cells()};
 }
 
-} // namespace
-
-std::string fit_svg(const FitResult& result, const FitPoints& points) {
-    const Look look = look_of(result);
+std::string FitPicture::svg(const ReportHead& head, const std::vector<FigureLine>& figures,
+                            const Summary& summary, int decimals,
+                            const std::vector<FitRow>& worst) const {
+    const Look look = this->look(summary, decimals);
     const double wide = SvgCanvas::width - border - left;
     const double bottom = SvgCanvas::height - palette::foot;
-    const ReportHead head = fit_head(result);
-    SvgCanvas canvas(head.title, "Residuals of " + result.measured);
+    SvgCanvas canvas(head.title, "Residuals of " + head_.measured);
     const double top = draw_header(canvas, head);
-    FitDrawing(canvas, {border, top, left - border - palette::column_gap, bottom - top}, result,
-               points, look.scale, look.unit, look.reference)
+    FitDrawing(canvas, {border, top, left - border - palette::column_gap, bottom - top}, head_,
+               spots_, worst, {look.scale, look.unit, look.reference, decimals})
         .draw();
     constexpr double legend = 122.0, distribution = 126.0, gap = 12.0;
     const double histogram_top = bottom - legend - distribution - gap;
-    draw_figures(canvas, {left, top, wide, histogram_top - gap - top}, fit_figures(result));
+    draw_figures(canvas, {left, top, wide, histogram_top - gap - top}, figures);
     draw_histogram(canvas, {left, histogram_top, wide, distribution}, look.cells, look.scale,
-                   result.tolerance.has_value(), look.unit);
-    draw_legend(canvas, {left, bottom - legend, wide, legend}, look.scale, notes_of(result),
-                look.unit);
+                   head_.tolerance.has_value(), look.unit);
+    draw_legend(canvas, {left, bottom - legend, wide, legend}, look.scale, notes(), look.unit);
     return canvas.finish();
 }
 
-PagePictures fit_pictures(const FitResult& result, const FitPoints& points) {
-    const Look look = look_of(result);
-    const std::string legend = page_legend(look.scale, notes_of(result), look.unit);
+PagePictures FitPicture::page(const Summary& summary, int decimals,
+                              const std::vector<FitRow>& worst) const {
+    const Look look = this->look(summary, decimals);
+    const std::string legend = page_legend(look.scale, notes(), look.unit);
     const auto draw = [&](double width) {
         constexpr double side = 12.0, high = 0.75; // of the width
-        SvgCanvas canvas("Residuals of " + result.measured, width, high * width);
-        FitDrawing(canvas, {side, side, width - 2.0 * side, high * width - 2.0 * side}, result,
-                   points, look.scale, look.unit, look.reference)
+        SvgCanvas canvas("Residuals of " + head_.measured, width, high * width);
+        FitDrawing(canvas, {side, side, width - 2.0 * side, high * width - 2.0 * side}, head_,
+                   spots_, worst, {look.scale, look.unit, look.reference, decimals})
             .draw();
         return PagePictures::Drawing{canvas.finish(), legend};
     };
     return {draw(PagePictures::wide_width), draw(PagePictures::narrow_width),
-            page_distribution(look.cells, look.scale, result.tolerance.has_value(), look.unit)};
+            page_distribution(look.cells, look.scale, head_.tolerance.has_value(), look.unit)};
 }
 
 } // namespace velm::inspect

@@ -1,30 +1,38 @@
 #include "inspect/report/fit_outputs.h"
 
-#include "inspect/picture/fit_lines.h"
-#include "inspect/picture/fit_picture.h"
+#include "inspect/report/fit_lines.h"
 #include "velm/version.h"
 
 #include <utility>
 
 namespace velm::inspect {
 
-FitOutputs::FitOutputs(const FitResult& result, const FitPoints& points, const OutputPaths& paths)
-    : InspectionOutputs("fit", result.head(), paths), result_(result), points_(points) {}
+FitOutputs::FitOutputs(const FitHead& head, const OutputPaths& paths)
+    : InspectionOutputs("fit", head, paths), picture_(head) {}
+
+bool FitOutputs::is_in_tolerance() const {
+    return InspectionOutputs::is_in_tolerance() && head().is_in_tolerance();
+}
 
 Figures FitOutputs::figures() const {
     Figures figures = summary().figures();
-    figures.peak_to_valley = result_.peak_to_valley;
+    figures.peak_to_valley = head().peak_to_valley(summary());
     return figures;
 }
 
-ReportHead FitOutputs::report_head() const { return fit_head(result_); }
+ReportHead FitOutputs::report_head() const { return fit_head(head(), summary(), decimals()); }
 
-std::vector<FigureLine> FitOutputs::figure_lines() const { return fit_figures(result_); }
+std::vector<FigureLine> FitOutputs::figure_lines() const {
+    return fit_figures(head(), summary(), decimals());
+}
 
-std::string FitOutputs::svg() const { return fit_svg(result_, points_); }
+std::string FitOutputs::svg() const {
+    return picture_.svg(report_head(), figure_lines(), summary(), decimals(), rows().worst());
+}
 
 void FitOutputs::take(const FitRow& row) {
     if (has_page()) page_rows_.add(row);
+    if (has_picture()) picture_.add(row);
 }
 
 std::string FitOutputs::page() const {
@@ -33,7 +41,7 @@ std::string FitOutputs::page() const {
     ReportPage page;
     page.head = report_head();
     page.figures = figure_lines();
-    page.pictures = fit_pictures(result_, points_);
+    page.pictures = picture_.page(summary(), decimals(), rows().worst());
     page.count = summary().count();
     page.is_judged = summary().is_judged();
     ReportPage::Points points{"Points", columns.headings(), {}};

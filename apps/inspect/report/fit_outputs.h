@@ -1,15 +1,18 @@
 // fit_outputs.h: `FitOutputs`, the outputs of a fit.
 #pragma once
 
+#include "inspect/picture/fit_picture.h"
 #include "inspect/report/inspection_outputs.h"
-#include "inspect/result/fit_result.h"
+#include "velm/inspection/fit_result.h"
 
 namespace velm::inspect {
 
 class FitOutputs : public InspectionOutputs<FitRow> {
 public:
-    /// The result and the points must outlive the outputs.
-    FitOutputs(const FitResult& result, const FitPoints& points, const OutputPaths& paths);
+    FitOutputs(const FitHead& head, const OutputPaths& paths);
+
+    /// What was asked for of the whole too, not of the points alone.
+    bool is_in_tolerance() const override;
 
 private:
     Figures figures() const override;
@@ -19,8 +22,7 @@ private:
     std::string svg() const override;
     std::string page() const override;
 
-    const FitResult& result_;
-    const FitPoints& points_;
+    FitPicture picture_;
     WorstRows<FitRow> page_rows_;
 };
 

@@ -78,6 +78,7 @@ public:
     }
 
     const Summary& summary() const { return summary_; }
+    virtual bool is_in_tolerance() const { return summary_.out_of_tolerance == 0; }
     /// For other outputs that appear together with the reports.
     OutputSet& set() { return outputs_; }
 

@@ -1,8 +1,7 @@
-// fit_result.h: the result of a fit: `FitPoints`, `FitResult`.
+// fit_result.h: measured points to be fitted, and the result: `FitPoints`, `FitResult`.
 #pragma once
 
 #include "velm/frame/point.h"
-#include "velm/frame/vector.h"
 #include "velm/inspection/fit_result.h"
 #include "velm/inspection/summary.h"
 
@@ -36,43 +35,16 @@ struct FitPoints {
     std::vector<std::string> notes; ///< sentences about the file
 };
 
-/// The fitted entity, corrected for the ball, and the residuals of the points. The tolerance is the
-/// band of these.
-struct FitResult : InspectionHead {
-    std::string measured; ///< name of the file
-    FitKind kind = FitKind::plane;
-    bool in_space = false;
-    BallSide side = BallSide::unknown;
-    double ball = 0.0; ///< its diameter, 0 for none
-    ERPoint3D point;   ///< a point of the plane or line, the centre of the circle; z 0 in the plane
-    ERVector3D axis;   ///< the normal of the plane or circle, the direction of the line; unit
-    double radius = 0.0;
-    std::optional<double> flatness_rms; ///< of the points of a circle in space about its plane
-    int steps = 0;                      ///< of the circle's iteration
-    double last_step = 0.0;
-    std::optional<Characteristic> form, size, position; ///< those that are judged
+/// The fitted entity, corrected for the ball, what was judged, and the residuals of the points.
+struct FitResult {
+    FitHead head;
     std::vector<double> residuals;
-    /// The place of each point in the picture: in the plane; along the line (x); from the centre.
-    std::vector<ERPoint2D> places;
-    Summary summary;
-    double peak_to_valley = 0.0;
-    double largest_coordinate = 0.0; ///< of the points
 
-    /// The head of a report, and its row for one point, with the residual as deviation.
-    FitHead head() const;
+    /// The row of a point, judged.
     FitRow row(const FitPoints& points, std::size_t index) const;
-    /// "flatness", "straightness" or "roundness".
-    const char* form_name() const;
-    bool is_in_tolerance() const {
-        return summary.out_of_tolerance == 0 && head().is_in_tolerance();
-    }
 };
 
 /// "plane", "line" or "circle".
 std::string_view kind_name(FitKind kind);
-
-/// The indices of the `most` worst points, the worst first, the first of equal ones first.
-std::vector<std::size_t> worst_points(const FitResult& result, const FitPoints& points,
-                                      std::size_t most);
 
 } // namespace velm::inspect
