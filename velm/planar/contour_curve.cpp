@@ -205,8 +205,10 @@ std::optional<ERPoint2D> self_crossing(const EdgeTree& contour, double width) {
     if (!curve) return std::nullopt;
     std::vector<CurveIntersection> found;
     IntersectionOptions options;
-    constexpr int parts_of_piece = 64; // as many as a hard pair takes
-    options.budget = std::max(options.budget / parts_of_piece, curve->pieces()) * parts_of_piece;
+    // As many parts as a hard pair takes, for each piece. What a search finds before it gives up is
+    // compared in pairs: more would let a damaged curve take minutes.
+    constexpr int parts_of_piece = 64, least_pieces = 64;
+    options.budget = parts_of_piece * std::max(curve->pieces(), least_pieces);
     self_intersections(*curve, found, options);
     const auto first = std::find_if(found.begin(), found.end(), [](const CurveIntersection& i) {
         return i.before * i.after < 0;

@@ -99,6 +99,13 @@ void PairSearch::run_self(const PiecePart& part, int& budget) {
             forward = forward && dot(a_.pole(i + 1) - a_.pole(i), a_.chord()) >= 0.0;
         if (forward || a_.extent() <= limits_.tiny || next.to - next.from <= shortest_interval)
             continue;
+        if (budget <= 0) { // halving on would leave a pair for each of very many halves
+            whole_b_.cut(next.from, next.to, b_);
+            Meeting left_over = meeting();
+            left_over.unresolved = true;
+            meetings_.push_back(left_over);
+            continue;
+        }
         const double middle = 0.5 * (next.from + next.to);
         const PiecePart before{next.piece, next.from, middle}, after{next.piece, middle, next.to};
         run(before, after, budget);
