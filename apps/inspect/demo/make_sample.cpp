@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     try {
+        demo::write_housing(argv[1]);
         demo::write_blade(argv[1]);
         demo::write_link(argv[1]);
         demo::write_panel(argv[1]);

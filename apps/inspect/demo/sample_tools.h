@@ -23,6 +23,8 @@ public:
             if (s > 0.0 && s < 1.0) return u * std::sqrt(-2.0 * std::log(s) / s);
         }
     }
+    /// Evenly from 0 to 1.
+    double part() { return 0.5 * (uniform() + 1.0); }
 
 private:
     double uniform() {
@@ -52,5 +54,6 @@ inline std::string shortest(double value) {
 void write_blade(const std::string& folder);
 void write_link(const std::string& folder);
 void write_panel(const std::string& folder);
+void write_housing(const std::string& folder);
 
 } // namespace demo
