@@ -56,6 +56,36 @@ TEST(Exports, AreReadAsTheyAreFound) {
     }
 }
 
+// A column names the features, or the ids do: a repeated one is a feature itself.
+TEST(Exports, IdsNameFeatures) {
+    const Workshop shop;
+    shop.write("square.dat", "0 0\n10 0\n10 10\n0 10\n");
+    const std::tuple<const char*, std::vector<std::string>> tables[] = {
+        {"bore 1,5,0\nbore 2,6,0\nedge 1,7,-.2\nedge 02,8,0\nx,1,0\n", {"bore", "edge"}},
+        {"bore 1,5,0\nbore 1,6,0\nbore 2,7,-.2\nbore 2,8,0\n", {"bore 1", "bore 2"}},
+        {"point 1,5,0\npoint 2,6,0\npoint 3,7,-.2\n", {}},
+        {"a 1,5,0\nb 1,6,0\nc 1,7,-.2\n12 3,7,0\n", {}}};
+    for (const auto& [rows, features] : tables) {
+        shop.write("p.csv", std::string("id,x,y\n") + rows);
+        const Ended run = shop.run("section square.dat p.csv --tolerance .1 --json j.json");
+        EXPECT_EQ(run.code, 1) << rows;
+        std::vector<std::string> found;
+        const auto report = shop.read_json("j.json");
+        for (const auto& feature : report.value("features", nlohmann::json::array())) {
+            found.push_back(feature["feature"]);
+            EXPECT_EQ(feature["in_tolerance"], feature["out_of_tolerance"] == 0) << rows;
+        }
+        EXPECT_EQ(found, features) << rows;
+        EXPECT_EQ(report["points"][0].contains("feature"), false);
+    }
+    shop.write("far.csv", "id,x,y\na,50,50\nb,60,50\nc,70,50\n");
+    const Ended far = shop.run("section square.dat far.csv --tolerance .1");
+    EXPECT_NE(far.error.find("--align bestfit"), std::string::npos) << far.error;
+    EXPECT_EQ(shop.run("section square.dat p.csv --tolerance .1").error, "");
+    shop.write("l.csv", "id,x,y,upper,part\na,0,0,1,p\nb,1,0,1,q\n");
+    EXPECT_NE(shop.run("fit line l.csv").error.find("not used: upper, part"), std::string::npos);
+}
+
 TEST(Exports, TargetsWithOneAxisARow) {
     const Workshop shop;
     shop.write("t.csv", "Feature;Axis;Nominal;Meas;+Tol;-Tol\np;X;1;1,1;1;1\np;Y;2;2;1;1\n"

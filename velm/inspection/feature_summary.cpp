@@ -21,6 +21,8 @@ std::span<const Field> fields_of<FeatureFigures>() {
         F::field<&All::mean>("mean", length),
         F::field<&All::form>("form", length),
         F::field<&All::out_of_tolerance>("out_of_tolerance", shown),
+        F::field<&All::in_tolerance>("in_tolerance",
+                                     {.shown = Shown::in_tables, .heading = "tolerance"}),
         F::field<&All::cp>("cp", capability),
         F::field<&All::cpk>("cpk", capability),
     };
@@ -42,16 +44,26 @@ std::span<const Field> fields_of<PartFigures>() {
     return fields;
 }
 
+std::string_view named_feature(std::string_view id) {
+    const std::size_t last = id.find_last_not_of("0123456789");
+    if (last == std::string_view::npos || last + 1 == id.size() || id[last] != ' ') return {};
+    const std::string_view name = id.substr(0, id.find_last_not_of(' ', last) + 1);
+    return name.find_first_not_of("0123456789 ") == std::string_view::npos ? std::string_view()
+                                                                           : name;
+}
+
 void FeatureSummary::add(const Judged& point) {
-    const std::string& name = kind_ == by_feature ? point.feature
-                              : kind_ == by_id    ? point.id
-                                                  : point.part;
+    const std::string name = kind_ == by_feature ? point.feature
+                             : kind_ == by_id    ? point.id
+                             : kind_ == by_part  ? point.part
+                                                 : std::string(named_feature(point.id));
+    if (name.empty()) return;
     const auto [at, is_new] = places_.try_emplace(name, groups_.size());
-    if (is_new) groups_.push_back({name, {}, 0, 0, 0, point.limits, false});
+    if (is_new) groups_.push_back({name, {}, {}, 0, 0, 0, point.limits, false});
     Group& group = groups_[at->second];
     ++group.count;
     if (!point.is_assigned) return;
-    group.deviations.add(point.deviation);
+    (point.is_distance ? group.distances : group.deviations).add(point.deviation);
     if (point.in_tolerance) ++group.judged;
     if (point.in_tolerance == false) ++group.out_of_tolerance;
     const auto same = [](const std::optional<Tolerance>& a, const std::optional<Tolerance>& b) {
@@ -68,8 +80,12 @@ std::vector<FeatureFigures> FeatureSummary::figures(const std::optional<Toleranc
         FeatureFigures& one = figures.emplace_back();
         one.feature = group.name;
         one.count = group.count;
-        if (group.judged > 0) one.out_of_tolerance = group.out_of_tolerance;
-        const RunningStatistics& found = group.deviations;
+        if (group.judged > 0) {
+            one.out_of_tolerance = group.out_of_tolerance;
+            one.in_tolerance = group.out_of_tolerance == 0;
+        }
+        const RunningStatistics& found =
+            group.deviations.count() > 0 ? group.deviations : group.distances;
         if (found.count() == 0) continue;
         one.minimum = found.minimum();
         one.maximum = found.maximum();

@@ -78,9 +78,13 @@ std::vector<std::string> join_numbers(const std::vector<std::string>& arguments,
     return joined;
 }
 
-ExitCode end_of(const InspectionEnd& end) {
+ExitCode end_of(const InspectionEnd& end, const char* remedy) {
     for (const std::string& note : end.notes)
         warn_user(note);
+    if (end.may_be_misplaced && remedy != nullptr)
+        warn_user(std::string("most points are far out of tolerance; if they aren't in the "
+                              "coordinates of the nominal, ") +
+                  remedy);
     return exit_code(end.is_in_tolerance);
 }
 

@@ -36,8 +36,9 @@ struct Program {
 std::vector<std::string> join_numbers(const std::vector<std::string>& arguments,
                                       const std::vector<Program::NumberOption>& options);
 
-/// Says the notes on stderr; the exit code.
-ExitCode end_of(const InspectionEnd& end);
+/// Says the notes on stderr; the exit code. `remedy` is what helps points in other coordinates:
+/// "--align bestfit moves them there".
+ExitCode end_of(const InspectionEnd& end, const char* remedy = nullptr);
 
 inline ExitCode exit_code(bool is_in_tolerance) {
     return is_in_tolerance ? ExitCode::good : ExitCode::out_of_tolerance;

@@ -114,7 +114,11 @@ void require_both_units(const SectionOptions& options) {
 ExitCode section(const SectionOptions& options) {
     Progress progress(!options.paths.quiet);
     try {
-        return end_of(inspect_section(options, progress));
+        const InspectionEnd end = inspect_section(options, progress);
+        return end_of(end, options.frame
+                               ? "--align bestfit moves them onto it"
+                               : "--align bestfit moves them onto it, after --frame where they "
+                                 "are in space");
     } catch (const SectionRefusal& refusal) {
         progress.clear();
         refuse(refusal);

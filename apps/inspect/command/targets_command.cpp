@@ -63,7 +63,8 @@ void add_targets_command(Program& program) {
     line.run(
         [options] {
             Progress progress(!options->paths.quiet);
-            return end_of(inspect_targets(*options, progress));
+            return end_of(inspect_targets(*options, progress),
+                          "--align bestfit moves them onto it");
         },
         [&paths] { return !paths.quiet; });
 }

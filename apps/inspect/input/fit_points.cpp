@@ -34,6 +34,16 @@ FitPoints read_bare(TextSource& source, const std::optional<double>& millimetres
     return result;
 }
 
+// What a fit of all points together leaves out.
+std::string unused_columns(const CsvRecords& records, const std::string& name) {
+    std::string columns;
+    for (const Column column : {Column::lower, Column::upper, Column::lower_size, Column::part})
+        if (records.has(column))
+            columns += (columns.empty() ? "" : ", ") + std::string(column_name(column));
+    if (columns.empty()) return {};
+    return name + ": all points are fitted together; not used: " + columns;
+}
+
 FitPoints read_table(TextSource& source, const TableOptions& options) {
     FitPoints result;
     MeasuredReader reader(source, options);
@@ -57,6 +67,8 @@ FitPoints read_table(TextSource& source, const TableOptions& options) {
         result.places.emplace_back(point.x, point.y, point.z.value_or(0.0));
     }
     result.notes = table_notes(reader.records(), source.name());
+    if (std::string sentence = unused_columns(reader.records(), source.name()); !sentence.empty())
+        result.notes.push_back(std::move(sentence));
     if (std::string sentence = repeated.sentence(source.name()); !sentence.empty())
         result.notes.push_back(std::move(sentence));
     describe_columns(reader.records(), result.head);

@@ -102,7 +102,8 @@ InspectionEnd inspect_section(const SectionOptions& options, Progress& progress)
     outputs.finish();
     for (std::string& note : points.notes())
         end.notes.push_back(std::move(note));
-    end.is_in_tolerance = outputs.summary().out_of_tolerance == 0;
+    end.is_in_tolerance = outputs.is_in_tolerance();
+    end.may_be_misplaced = !options.align && may_be_misplaced(outputs.summary());
     return end;
 }
 

@@ -76,7 +76,8 @@ InspectionEnd inspect_targets(const TargetOptions& options, Progress& progress) 
     if (store) store->finish(outputs.summary());
     if (archive) archive->finish(outputs.summary());
     outputs.finish();
-    InspectionEnd end{outputs.summary().out_of_tolerance == 0, std::move(table.notes)};
+    InspectionEnd end{outputs.is_in_tolerance(), std::move(table.notes),
+                      !options.align && may_be_misplaced(outputs.summary())};
     if (table.bad.count() > 0) end.notes.push_back("skipped: " + table.bad.sentence(source.name()));
     if (const std::string repeated = table.repeated.sentence(source.name()); !repeated.empty())
         end.notes.push_back(repeated);

@@ -265,12 +265,16 @@ void draw_histogram(SvgCanvas& canvas, const CanvasBox& area,
                 grouped(static_cast<std::uint64_t>(*tallest), ","), small, Anchor::middle, soft);
     draw_axis(canvas, plot, bars, unit);
     const double range = bars.step * static_cast<double>(bars.counts.size());
-    const auto draw_limit = [&](double limit, Anchor anchor, double aside) {
-        const double x = plot.left + (limit - bars.first) / range * plot.width;
+    const auto x_of = [&](double limit) {
+        return plot.left + (limit - bars.first) / range * plot.width;
+    };
+    const auto draw_limit = [&](double limit, const std::string& content, Anchor anchor,
+                                double aside) {
+        const double x = x_of(limit);
         if (x < plot.left - 0.5 || x > plot.right() + 0.5) return;
         canvas.line({x, plot.top - 16.0}, {x, plot.bottom()},
                     svg_stroke(palette::ink, 1.2) + " stroke-dasharray=\"4 3\"");
-        const std::string content = unit.text(limit);
+        if (content.empty()) return;
         const double needed = SvgCanvas::text_width(content, small);
         const bool turned =
             anchor == Anchor::start ? x + needed > plot.right() : x - needed < plot.left;
@@ -278,10 +282,15 @@ void draw_histogram(SvgCanvas& canvas, const CanvasBox& area,
         canvas.text({turned ? x - aside : x + aside, plot.top - 8.0}, content, small,
                     turned ? other : anchor);
     };
-    if (has_tolerance) {
-        draw_limit(scale.lower(), Anchor::end, -4.0);
-        draw_limit(scale.upper(), Anchor::start, 4.0);
-    }
+    if (!has_tolerance) return;
+    const std::string lower = unit.text(scale.lower()), upper = unit.text(scale.upper());
+    // Limits that are close to each other at the side of the plot share one text.
+    const double needed = SvgCanvas::text_width(lower, small) + 8.0;
+    const bool shares =
+        x_of(scale.upper()) - x_of(scale.lower()) < 2.0 * needed &&
+        (x_of(scale.lower()) - needed < plot.left || x_of(scale.upper()) + needed > plot.right());
+    draw_limit(scale.lower(), shares ? "" : lower, Anchor::end, -4.0);
+    draw_limit(scale.upper(), shares ? lower + " to " + upper : upper, Anchor::start, 4.0);
 }
 
 } // namespace velm::inspect

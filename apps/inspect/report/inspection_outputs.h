@@ -30,10 +30,9 @@ public:
     using Head = typename Row::Head;
 
     InspectionOutputs(std::string_view command, const Head& head, const OutputPaths& paths)
-        : head_(head), quiet_(paths.quiet) {
+        : head_(head), quiet_(paths.quiet), groups_(head_) {
         summary_.tolerance = head_.tolerance;
         summary_.has_row_limits = head_.has_row_limits;
-        if (head_.has_features || head_.has_parts) groups_.emplace(head_);
         const Row any;
         if (Output* const json = outputs_.add_if_asked(paths.json))
             json_.emplace(*json, command, describe(head_));
@@ -48,7 +47,7 @@ public:
 
     void add(const Row& row) {
         summary_.add(row);
-        if (groups_) groups_->add(row);
+        groups_.add(row);
         rows_.add(row);
         if (json_) json_->add(describe(row, head_));
         if (csv_) csv_->add(describe(row, head_));
@@ -58,8 +57,8 @@ public:
     void finish() {
         const Figures figures = this->figures();
         if (json_) {
-            if (groups_) json_->add_list("features", groups_->features(summary_.tolerance));
-            if (head_.has_parts) json_->add_list("parts", groups_->parts());
+            if (groups_.has_any()) json_->add_list("features", groups_.features());
+            if (groups_.has_parts()) json_->add_list("parts", groups_.parts());
             json_->finish(describe(figures));
         }
         if (svg_ != nullptr) svg_->write(svg());
@@ -67,9 +66,7 @@ public:
         if (Output* const table = outputs_.add_text(quiet_)) {
             const std::size_t worst = rows_.shows_worst() ? rows_.worst().size() : 0;
             const std::string judged = rows_table(false), distances = rows_table(true);
-            const std::string groups =
-                groups_ ? groups_->text(summary_.tolerance, decimals()) : std::string();
-            table->write(groups + judged +
+            table->write(groups_.text(decimals()) + judged +
                          (judged.empty() || distances.empty() ? "" : "\nwithout a normal:\n") +
                          distances +
                          summary_text(report_head(), figure_lines(), worst, summary_.count()));
@@ -98,10 +95,7 @@ protected:
     const Head& head() const { return head_; }
     const KeptRows<Row>& rows() const { return rows_; }
     /// Features and parts, for a page.
-    std::vector<ReportPage::Points> group_tables() const {
-        return groups_ ? groups_->tables(summary_.tolerance, decimals())
-                       : std::vector<ReportPage::Points>();
-    }
+    std::vector<ReportPage::Points> group_tables() const { return groups_.tables(decimals()); }
     bool has_page() const { return html_ != nullptr; }
     bool has_picture() const { return svg_ != nullptr || has_page(); }
 
@@ -123,7 +117,7 @@ private:
     Output* html_ = nullptr;
     KeptRows<Row> rows_;
     Summary summary_;
-    std::optional<PointGroups> groups_; // if the points name features or parts
+    PointGroups groups_;
 };
 
 } // namespace velm::inspect

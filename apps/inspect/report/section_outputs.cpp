@@ -72,7 +72,6 @@ ReportHead SectionOutputs::report_head() const {
     shown.subtitle = head().measured + " against " + head().nominal;
     shown.verdict = verdict_of(summary());
     shown.lines = head_lines(head(), summary());
-    if (!head().title.empty()) shown.lines.emplace_back("title of the outline", head().title);
     if (head().alignment)
         for (auto& line : alignment_lines(*head().alignment))
             shown.lines.push_back(std::move(line));
