@@ -1,19 +1,22 @@
 #!/usr/bin/env bash
 # install_packages.sh GROUP: installs what is missing of a group of Debian packages: build (the
-# library and the program), test (and the tests), ci (and everything that .ci/run calls).
+# library and the program), cad (and the reader of CAD files), test (and the tests), ci (and
+# everything that .ci/run calls).
 # Works as root and with sudo; where nothing is missing it needs neither.
 set -euo pipefail
 
 build=(g++ cmake make ninja-build libcli11-dev nlohmann-json3-dev)
-test=("${build[@]}" libgtest-dev python3 libocct-data-exchange-dev)
+cad=("${build[@]}" libocct-data-exchange-dev)
+test=("${cad[@]}" libgtest-dev python3)
 ci=("${test[@]}" clang clang-format-14 libclang-rt-14-dev libbenchmark-dev pkg-config gdb git
     binutils ccache doxygen chromium)
 
 case ${1:-} in
     build) wanted=("${build[@]}") ;;
+    cad) wanted=("${cad[@]}") ;;
     test) wanted=("${test[@]}") ;;
     ci) wanted=("${ci[@]}") ;;
-    *) echo "usage: $0 build|test|ci" >&2; exit 2 ;;
+    *) echo "usage: $0 build|cad|test|ci" >&2; exit 2 ;;
 esac
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
