@@ -78,6 +78,11 @@ public:
 
     /// By face, loop, and along the loop.
     std::span<const PartEdge> all() const { return edges_; }
+    /// Those of a loop are from begin_of to before end_of.
+    int begin_of(int face, int loop) const {
+        return first_[static_cast<std::size_t>(face)][static_cast<std::size_t>(loop)];
+    }
+    int end_of(int face, int loop) const { return begin_of(face, loop + 1); }
     /// The index of the stretch that holds a place.
     int at(int face, int loop, int edge, double part) const;
 

@@ -113,6 +113,20 @@ int Triangulation::insert(const ERPoint2D& p) {
     return insert_inside(t, p);
 }
 
+Triangulation::Side Triangulation::constraint_at(const ERPoint2D& p) const {
+    const int t = locate(p);
+    if (t == none) return {};
+    for (const int vertex : at(t).vertex)
+        if (point(vertex) == p) return {};
+    for (int side = 0; side < 3; ++side) {
+        const int a = at(t).vertex[static_cast<std::size_t>(after(side))];
+        const int b = at(t).vertex[static_cast<std::size_t>(before(side))];
+        if (at(t).fixed[static_cast<std::size_t>(side)] && exact_turn(point(a), point(b), p) == 0)
+            return {t, side};
+    }
+    return {};
+}
+
 int Triangulation::split(int t, int side, const ERPoint2D& p) {
     const auto turns_over = [&](int triangle, int i) {
         const auto& v = at(triangle).vertex;

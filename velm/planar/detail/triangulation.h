@@ -54,6 +54,14 @@ public:
     /// another constraint, which is then in `crossed`.
     int constrain(int a, int b, Side& crossed);
 
+    bool has_side(int a, int b) const {
+        Side found;
+        return find_side(a, b, found);
+    }
+    /// The side of a constraint on which p is exactly; that of no triangle if there is none, and at
+    /// a vertex.
+    Side constraint_at(const ERPoint2D& p) const;
+
     /// Numbers the regions between constraints: that at the edge of the rectangle is `outside`, any
     /// other one region_of(p) for a p inside of it, the middle of its largest triangle.
     template <class RegionOf>
