@@ -6,6 +6,7 @@
 #include "velm/surfaces/prepared_part.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <memory>
 #include <numeric>
@@ -188,6 +189,18 @@ private:
         int place = 0; // the lower one of the side from the vertex on
     };
 
+    // Whether a stretch that is one point in space isn't one in the parameters.
+    bool is_pole(const PartEdge& e) const {
+        constexpr double tolerances = 8.0, much_shorter = 1e-3;
+        const LiftedLoop& loop = loop_of(e);
+        const ERPoint2D a = loop.parameter(e.from), b = loop.parameter(e.to);
+        const detail::FaceMetric& metric = loop.metric();
+        const double far =
+            std::hypot(b.x() - a.x(), (b.y() - a.y()) * metric.face().v_scale()) * metric.speed();
+        return far > tolerances * edges_.tolerance() &&
+               loop.length_between(e.from, e.to) < much_shorter * far;
+    }
+
     TrimPolygon polygon_of(int face, int loop, std::vector<Origin>* origins) const {
         TrimPolygon polygon;
         const auto add = [&](const PartEdge& e, double place, int point, const ERPoint3D& position,
@@ -200,6 +213,7 @@ private:
             const PartEdge& e = edge(i);
             const ERPoint3D& corner = corners_[std::size_t(e.start)];
             if (e.joint < 0) {
+                if (!is_pole(e)) continue; // short: the next stretch starts at the corner
                 add(e, e.from, e.start, corner, TrimSideKind::collapsed, {});
                 loop_of(e).between(e.from, e.to, [&](double place, const detail::LoopVertex&) {
                     add(e, place, e.start, corner, TrimSideKind::collapsed, {});

@@ -1,6 +1,7 @@
 #include "velm/surfaces/detail/face_mesher.h"
 
 #include "velm/frame/point_functions.h"
+#include "velm/planar/detail/exact_turn.h"
 #include "velm/surfaces/detail/cell_plan.h"
 #include "velm/surfaces/detail/surface_tables.h"
 
@@ -40,10 +41,7 @@ std::uint64_t FaceMesher::key(int a, int b) {
 bool FaceMesher::run() {
     fix_breaks();
     insert_cells();
-    triangles_.label(beyond, [&](const ERPoint2D& p) {
-        const FacePlace place = metric_.face().place(metric_.parameter(p));
-        return place == FacePlace::outside ? beyond : within;
-    });
+    triangles_.label(beyond, [&](const ERPoint2D& p) { return is_enclosed(p) ? within : beyond; });
     if (!refine()) return false;
     write();
     return true;
@@ -85,8 +83,11 @@ void FaceMesher::insert(const std::vector<TrimPolygon>& polygons) {
     std::vector<std::vector<int>> all;
     for (const TrimPolygon& polygon : polygons) {
         std::vector<int>& vertices = all.emplace_back();
-        for (const TrimVertex& vertex : polygon)
+        std::vector<ERPoint2D>& outline = outlines_.emplace_back();
+        for (const TrimVertex& vertex : polygon) {
             vertices.push_back(place(vertex));
+            outline.push_back(metric_.plane(vertex.at));
+        }
     }
     for (std::size_t i = 0; i < polygons.size(); ++i)
         for (std::size_t k = 0; k < all[i].size(); ++k) {
@@ -99,6 +100,21 @@ void FaceMesher::insert(const std::vector<TrimPolygon>& polygons) {
             kind == TrimSideKind::shared ? fix_shared(a, b) : fix(a, b);
         }
     find_lost_sides();
+}
+
+// By the parity of the sides that a ray crosses, exactly, so that it agrees with the constraints.
+bool FaceMesher::is_enclosed(const ERPoint2D& p) const {
+    for (std::size_t i = 0; i < outlines_.size(); ++i) {
+        bool inside = false;
+        ERPoint2D a = outlines_[i].empty() ? p : outlines_[i].back();
+        for (const ERPoint2D& b : outlines_[i]) {
+            if ((a.y() > p.y()) != (b.y() > p.y()))
+                inside ^= (exact_turn(a, b, p) > 0) == (b.y() > a.y());
+            a = b;
+        }
+        if (inside == metric_.face().is_hole(static_cast<int>(i))) return false;
+    }
+    return true;
 }
 
 void FaceMesher::fix_breaks() {

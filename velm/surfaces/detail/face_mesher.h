@@ -44,8 +44,8 @@ struct TrimSideNumber {
 
 class FaceMesher {
 public:
-    /// Triangles are cut until they are proved to be within `allowed` of the surface. Sides of the
-    /// polygons don't cross breaks; shared ones are near enough.
+    /// A polygon for each loop. Triangles are cut until they are proved to be within `allowed` of
+    /// the surface. Sides of the polygons don't cross breaks; shared ones are near enough.
     FaceMesher(FaceMetric& metric, double allowed, const std::vector<TrimPolygon>& polygons);
 
     /// Shared sides that cross or touch another one: as they are, another face would not have the
@@ -70,6 +70,7 @@ private:
 
     void insert(const std::vector<TrimPolygon>& polygons);
     int place(const TrimVertex& vertex);
+    bool is_enclosed(const ERPoint2D& p) const;
     void fix_breaks();
     void fix(int a, int b);
     void fix_shared(int a, int b);
@@ -99,7 +100,8 @@ private:
     double equal_;
     bool has_points_ = false;
     Triangulation triangles_;
-    std::vector<ERPoint2D> parameters_;                         ///< of the triangulation's vertices
+    std::vector<std::vector<ERPoint2D>> outlines_; ///< the polygons in the triangulation's plane
+    std::vector<ERPoint2D> parameters_;            ///< of the triangulation's vertices
     std::unordered_map<int, std::pair<int, ERPoint3D>> points_; ///< of them, where they have one
     std::unordered_map<std::uint64_t, SideKind> sides_;         ///< shared and collapsed ones
     std::map<double, std::map<double, int>> on_u_, on_v_; ///< vertices on the breaks, in order

@@ -45,7 +45,8 @@ public:
         return {on_line(at.x(), u_, breaks_u_), on_line(at.y(), v_, breaks_v_)};
     }
 
-    static constexpr double rounding = 1e-11; ///< of parameters, as a part of the domain
+    /// Of parameters, as a part of the domain: files have ten digits.
+    static constexpr double rounding = 1e-9;
 
 private:
     /// A part between breaks, and the bends over cells of it.
