@@ -1,0 +1,287 @@
+// Shared edges of parts and their meshes: solids of every kind of surface put together face by
+// face, split, shifted and cut open on purpose.
+#include "velm/surfaces/part_edges.h"
+
+#include "support/face_text.h"
+#include "support/random.h"
+#include "velm/frame/point_functions.h"
+#include "velm/surfaces/cone.h"
+#include "velm/surfaces/part_tessellation.h"
+#include "velm/surfaces/prepared_part.h"
+#include "velm/surfaces/sphere.h"
+#include "velm/surfaces/surface_projector.h"
+#include "velm/surfaces/torus.h"
+#include "velm/wireframe/polyline.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <map>
+
+namespace {
+
+using namespace velm_test;
+using std::numbers::pi;
+using velm::PartEdgeKind;
+using Boundary = ERSurfaceBoundary;
+
+Random draw{19};
+
+struct Part {
+    std::vector<velm::PreparedFace> faces;
+    std::vector<int> outward;
+
+    void add(const ERAnyBoundedSurface& face, int side = 1) {
+        const auto prepared = velm::prepare_face(face);
+        ASSERT_TRUE(prepared);
+        faces.push_back(*prepared);
+        outward.push_back(side);
+    }
+    // A polygon in the plane of x and y; x ^ y points outside.
+    void add_plane(const ERPoint3D& origin, const ERVector3D& x, const ERVector3D& y,
+                   const std::vector<ERPoint2D>& corners, const std::vector<ERArc2D>& bores = {}) {
+        ERTrimmedSurface face(
+            ERBoundedPlane(ERChgRepere3D(x, y, origin), {-100, 100}, {-100, 100}));
+        ERVec<ERPoint2D> closed;
+        for (const ERPoint2D& corner : corners)
+            closed.push_back(corner);
+        closed.push_back(corners.front());
+        face.addBound(ERPolyline2D(closed), Boundary::outer);
+        for (const ERArc2D& bore : bores)
+            face.addBound(bore, Boundary::inner);
+        add(face);
+    }
+    velm::PartEdges edges(double tolerance) const {
+        return velm::PartEdges::of(faces, outward, tolerance);
+    }
+    velm::PartMesh mesh(double tolerance, double error) const {
+        return velm::tessellate(faces, outward, edges(tolerance), error);
+    }
+};
+
+std::vector<ERPoint2D> rectangle(double u0, double u1, double v0, double v1) {
+    return {{u0, v0}, {u1, v0}, {u1, v1}, {u0, v1}};
+}
+
+const ERVector3D X(1, 0, 0), Y(0, 1, 0), Z(0, 0, 1);
+
+// The sides of [0, a] x [0, b] x [0, c] except its top.
+void add_open_box(Part& part, double a, double b, double c) {
+    part.add_plane({0, 0, 0}, Y, X, rectangle(0, b, 0, a));
+    part.add_plane({0, 0, 0}, X, Z, rectangle(0, a, 0, c));
+    part.add_plane({a, 0, 0}, Y, Z, rectangle(0, b, 0, c));
+    part.add_plane({a, b, 0}, -X, Z, rectangle(0, a, 0, c));
+    part.add_plane({0, b, 0}, -Y, Z, rectangle(0, b, 0, c));
+}
+
+double volume_of(const velm::PartMesh& mesh) {
+    double volume = 0.0;
+    const ERPoint3D origin;
+    for (const auto& t : mesh.triangles) {
+        const auto at = [&](std::size_t i) {
+            return ERVector3D(origin, mesh.positions[std::size_t(t[i])]);
+        };
+        volume += at(0) * (at(1) ^ at(2)) / 6.0;
+    }
+    return volume;
+}
+
+double area_of(const velm::PartMesh& mesh) {
+    double area = 0.0;
+    for (const auto& t : mesh.triangles) {
+        const auto& p = mesh.positions;
+        area += 0.5 * (ERVector3D(p[std::size_t(t[0])], p[std::size_t(t[1])]) ^
+                       ERVector3D(p[std::size_t(t[0])], p[std::size_t(t[2])]))
+                          .norme();
+    }
+    return area;
+}
+
+// By positions alone, to the last bit: each side is gone along once in each direction.
+void expect_watertight(const velm::PartMesh& mesh, const std::string& name) {
+    EXPECT_TRUE(mesh.closed && mesh.manifold && mesh.borders.empty()) << name;
+    using Position = std::array<double, 3>;
+    const auto position = [&](int vertex) {
+        const ERPoint3D& p = mesh.positions[std::size_t(vertex)];
+        return Position{p.x(), p.y(), p.z()};
+    };
+    std::map<std::pair<Position, Position>, int> sides;
+    for (const auto& t : mesh.triangles)
+        for (std::size_t i = 0; i < 3; ++i)
+            ++sides[{position(t[i]), position(t[(i + 1) % 3])}];
+    int wrong = 0;
+    for (const auto& [side, count] : sides) {
+        const auto back = sides.find({side.second, side.first});
+        wrong += count != 1 || back == sides.end() || back->second != 1;
+    }
+    EXPECT_EQ(wrong, 0) << name;
+}
+
+// Points of triangles are near to the surface of their face, and corners on it where no gap is.
+void expect_near(const Part& part, const velm::PartMesh& mesh, double error,
+                 const std::string& name) {
+    std::vector<velm::SurfaceProjector> projectors;
+    for (const velm::PreparedFace& face : part.faces)
+        projectors.push_back(*velm::SurfaceProjector::on(face.surface()));
+    for (int i = 0; i < 400; ++i) {
+        const int t = draw.below(static_cast<int>(mesh.triangles.size()));
+        const auto& corners = mesh.triangles[std::size_t(t)];
+        const double a = draw.uniform(0, 1), b = draw.uniform(0, 1) * (1 - a);
+        const ERPoint3D& p = mesh.positions[std::size_t(corners[0])];
+        const ERPoint3D at = p + ERVector3D(p, mesh.positions[std::size_t(corners[1])]) * a +
+                             ERVector3D(p, mesh.positions[std::size_t(corners[2])]) * b;
+        EXPECT_LE(
+            projectors[std::size_t(mesh.face_of_triangle[std::size_t(t)])].nearest(at).distance,
+            error)
+            << name << " " << at;
+    }
+}
+
+TEST(PartEdges, OfABoxWhoseTopIsSplitShiftedAndTurned) {
+    constexpr double gap = 0.002;
+    for (const double tolerance : {0.005, 0.001}) {
+        Part part;
+        add_open_box(part, 10, 6, 4);
+        // Two faces for the top, cut where no other face is; the second one is off by the gap,
+        // turned, and has a vertex more.
+        part.add_plane({0, 0, 4}, X, Y, rectangle(0, 3, 0, 6));
+        part.add_plane({10, 0, 4 + gap}, Y, -X, {{0, 0}, {6, 0}, {6, 7}, {0, 7}, {0, 3}});
+        const velm::PartEdges edges = part.edges(tolerance);
+        const bool closes = tolerance > gap;
+        EXPECT_EQ(edges.open(), closes ? 0 : 8);
+        if (closes) {
+            EXPECT_NEAR(edges.largest_gap(), gap, 1e-12);
+        } else {
+            EXPECT_LT(edges.largest_gap(), 1e-13);
+        }
+        int split = 0;
+        for (const velm::PartEdge& edge : edges.all()) {
+            if (edge.mate < 0) continue;
+            const velm::PartEdge& mate = edges.all()[std::size_t(edge.mate)];
+            EXPECT_EQ(&edges.all()[std::size_t(mate.mate)], &edge);
+            EXPECT_TRUE(edge.agrees && edge.reversed != mate.reversed);
+            EXPECT_LE(edge.bound, edge.gap + 0.25 * tolerance);
+            split += edge.to - edge.from < 0.99;
+            const double middle = 0.5 * (edge.from + edge.to);
+            const int at = static_cast<int>(middle);
+            EXPECT_EQ(
+                &edges.all()[std::size_t(edges.at(edge.face, edge.loop, at % 5, middle - at))],
+                &edge);
+        }
+        EXPECT_GE(split, closes ? 4 : 2); // the long edges of two sides
+        const velm::PartMesh mesh = part.mesh(tolerance, 0.01);
+        EXPECT_EQ(mesh.closed, closes);
+        EXPECT_EQ(mesh.borders.size(), closes ? 0u : 2u);
+        EXPECT_NEAR(volume_of(mesh), closes ? 240 : 240 + 7 * 6 * gap / 3, 0.2);
+        if (closes) expect_watertight(mesh, "box");
+    }
+}
+
+TEST(PartEdges, AreOpenWhereOneGoesOnAlone) {
+    Part part;
+    add_open_box(part, 10, 6, 4);
+    part.add_plane({0, 0, 4}, X, Y, rectangle(0, 7, 0, 6));
+    const velm::PartEdges edges = part.edges(1e-6);
+    double open = 0.0;
+    for (const velm::PartEdge& edge : edges.all()) {
+        if (edge.kind != PartEdgeKind::open) continue;
+        const auto& face = part.faces[std::size_t(edge.face)];
+        const auto point = [&](double place) {
+            const int at = static_cast<int>(place);
+            const ERPoint2D p = face.parameter(edge.loop, at % face.edges(edge.loop), place - at);
+            return face.surface()(p.x(), p.y());
+        };
+        open += distance(point(edge.from), point(edge.to));
+    }
+    EXPECT_NEAR(open, 3 + 6 + 3 + 6, 1e-9);
+    const velm::PartMesh mesh = part.mesh(1e-6, 0.01);
+    ASSERT_EQ(mesh.borders.size(), 1u);
+    const auto& border = mesh.borders[0];
+    EXPECT_EQ(mesh.point_of_vertex[std::size_t(border.front())],
+              mesh.point_of_vertex[std::size_t(border.back())]);
+}
+
+// Solids of revolution, each direction of whose faces is closed in another way.
+TEST(PartMesh, OfSolidsWithSeamsPolesAndTips) {
+    const ERVector3D x(1, 2, 2), y(2, 1, -2), z = (x ^ y) * (1.0 / 9);
+    const auto frame_at = [&](double height) {
+        return ERChgRepere3D(x, y, ERPoint3D(3, 4, 5) + z * height);
+    };
+    const ERPmIsometrie3D frame = frame_at(0);
+    const auto disc = [&](Part& part, double radius, double height, bool up) {
+        const ERPmIsometrie3D at = frame_at(height);
+        ERTrimmedSurface face(ERBoundedPlane(at, {-9, 9}, {-9, 9}));
+        face.addBound(ERArc2D({0, 0}, radius, 0.3, 0.3 + 2 * pi), Boundary::outer);
+        part.add(face, up ? 1 : -1);
+    };
+    Part cylinder, cone, ball, ring;
+    cylinder.add(ERBoundedCylinder(frame, 2, {0, 5}, {0, 2 * pi}), -1);
+    disc(cylinder, 2, 0, false);
+    disc(cylinder, 2, 5, true);
+    cone.add(ERBoundedCone(frame, 0.5, {0, 4}, {0, 2 * pi}), -1);
+    const double rim = 4 * std::tan(0.5);
+    disc(cone, rim, 4, true);
+    ball.add(ERBoundedSphere(frame, 3, {0, 2 * pi}, {-pi / 2, pi / 2}));
+    ring.add(ERBoundedTorus(frame, 5, 2, 0, 2 * pi, 0, 2 * pi));
+    const std::tuple<const char*, Part*, double, double> solids[] = {
+        {"cylinder", &cylinder, pi * 4 * 5, 2 * pi * 2 * 5 + 2 * pi * 4},
+        {"cone", &cone, pi * rim * rim * 4 / 3, pi * rim * (rim + std::hypot(4, rim))},
+        {"ball", &ball, 4 * pi / 3 * 27, 4 * pi * 9},
+        {"ring", &ring, 2 * pi * pi * 5 * 4, 4 * pi * pi * 5 * 2}};
+    for (const auto& [name, part, volume, area] : solids) {
+        const velm::PartEdges edges = part->edges(1e-6);
+        EXPECT_EQ(edges.open(), 0) << name;
+        EXPECT_LT(edges.largest_gap(), 1e-9) << name;
+        for (const double error : {0.5, 0.05, 0.002}) {
+            const velm::PartMesh mesh = part->mesh(1e-6, error);
+            expect_watertight(mesh, name);
+            EXPECT_TRUE(mesh.certified) << name;
+            // The sign of the volume is that of the orientation.
+            const double found = std::fabs(volume_of(mesh));
+            EXPECT_NEAR(found, volume, area * error) << name << " " << error;
+            EXPECT_NEAR(area_of(mesh), area, area * 0.6 * std::sqrt(error)) << name << " " << error;
+            EXPECT_GT(volume_of(mesh), 0) << name;
+            expect_near(*part, mesh, error + 1e-9, name);
+        }
+    }
+}
+
+// A bore so near to the edges of a plate that coarse chords of both cross, a plate through which
+// another one goes, and the sides that belong to each.
+TEST(PartMesh, KeepsBoresBesideEdgesAndSolidsThatTouchApart) {
+    Part part;
+    const double r = 2, x = 2.01, y = 2.02;
+    part.add_plane({0, 0, 0}, Y, X, rectangle(0, 8, 0, 10), {ERArc2D({y, x}, r, 0, 2 * pi)});
+    part.add_plane({0, 0, 1}, X, Y, rectangle(0, 10, 0, 8), {ERArc2D({x, y}, r, 1, 1 + 2 * pi)});
+    part.add_plane({0, 0, 0}, X, Z, rectangle(0, 10, 0, 1));
+    part.add_plane({10, 0, 0}, Y, Z, rectangle(0, 8, 0, 1));
+    part.add_plane({10, 8, 0}, -X, Z, rectangle(0, 10, 0, 1));
+    part.add_plane({0, 8, 0}, -Y, Z, rectangle(0, 8, 0, 1));
+    part.add(ERBoundedCylinder(ERChgRepere3D(X, Y, {x, y, 0}), r, {0, 1}, {0, 2 * pi}), 1);
+    for (const double error : {3.0, 0.3, 0.01}) {
+        const velm::PartMesh mesh = part.mesh(1e-6, error);
+        expect_watertight(mesh, "bore " + std::to_string(error));
+        EXPECT_TRUE(mesh.certified);
+        EXPECT_NEAR(volume_of(mesh), 80 - pi * r * r, 2 * pi * r * error) << error;
+    }
+    // A bolt in the bore: along its rims four faces meet.
+    const std::size_t plate = part.faces.size();
+    part.add(ERBoundedCylinder(ERChgRepere3D(X, Y, {x, y, 0}), r, {0, 1}, {1, 1 + 2 * pi}), -1);
+    for (const double height : {0.0, 1.0}) {
+        ERTrimmedSurface face(
+            ERBoundedPlane(ERChgRepere3D(X, Y, {x, y, height}), {-9, 9}, {-9, 9}));
+        face.addBound(ERArc2D({0, 0}, r, 2, 2 + 2 * pi), Boundary::outer);
+        part.add(face, height > 0 ? 1 : -1);
+    }
+    const velm::PartEdges edges = part.edges(1e-6);
+    EXPECT_EQ(edges.open(), 0);
+    for (const velm::PartEdge& edge : edges.all())
+        if (edge.mate >= 0) {
+            EXPECT_EQ(std::size_t(edge.face) < plate,
+                      std::size_t(edges.all()[std::size_t(edge.mate)].face) < plate);
+        }
+    const velm::PartMesh mesh = part.mesh(1e-6, 0.1);
+    EXPECT_TRUE(mesh.closed && !mesh.manifold);
+    EXPECT_NEAR(volume_of(mesh), 80, 1e-9);
+}
+
+} // namespace
