@@ -16,6 +16,7 @@
 #include "velm/transforms/transformation_factories.h"
 
 #include <cstdlib>
+#include <iostream>
 
 namespace {
 
@@ -319,11 +320,42 @@ ERPoint3D random_query(Random& random, const PreparedSurface& surface, int k) {
     }
 }
 
+// What ProjectionNormale makes of points whose nearest point is no edge, with a distance that is a
+// tenth too large.
+struct GivenLosses {
+    int asked = 0, none = 0, farther = 0;
+
+    void count(const ERAnyBoundedSurface& surface, const ERPoint3D& p, double nearest) {
+        ++asked;
+        ERPoint2D at;
+        if (surface.ProjectionNormale(p, 1.1 * nearest, at, 1) == 0) {
+            ++none;
+        } else if (ERVector3D(surface(at.x(), at.y()) - p).norme() >
+                   nearest + 1e-6 * surface.getBox().diagonal()) {
+            ++farther;
+        }
+    }
+};
+
+// Beside a line of the base that is a point its tangents, and so the points of an offset at their
+// parameters, are less certain.
+bool has_certain_normal(const PreparedSurface& surface, const SurfaceFoot& foot) {
+    const auto base = surface.base();
+    if (!base) return true;
+    const velm::SurfaceJet jet = base->jet(foot.u, foot.v);
+    const double u = jet.du.norme() * surface.domain_u().amplitude(),
+                 v = jet.dv.norme() * surface.domain_v().amplitude();
+    return std::min(u, v) > 1e-3 * std::max(u, v);
+}
+
 TEST(SurfaceProjector, NoPointIsNearerThanTheFoot) {
     Random random(190);
     const int surfaces = repeats(72 * kinds), points = repeats(1000) / (repeats(10) > 1 ? 1 : 2);
     for (int kind = 0; kind < kinds; ++kind) {
         int wrong = 0, uncertified = 0, asked = 0;
+        GivenLosses given_losses;
+        // A panel of a million units is halved a million times.
+        const bool count_given = repeats(10) > 1 && kind_names[kind] != std::string("large");
         for (int round = 0; round < std::max(1, surfaces / kinds); ++round) {
             const auto given = random_surface(random, kind, round);
             const auto surface = velm::prepare(*given);
@@ -339,14 +371,21 @@ TEST(SurfaceProjector, NoPointIsNearerThanTheFoot) {
                 const double tol = 1e-12 * size + 1e-14 * expected;
                 if (foot.distance > expected + tol) ++wrong;
                 if (!foot.certified) ++uncertified;
+                if (count_given && k < 200 && foot.kind == SurfaceFootKind::interior)
+                    given_losses.count(*given, p, expected);
                 ASSERT_LE(foot.lower, expected + tol)
                     << kind_names[kind] << " " << round << " " << k;
                 ASSERT_LE(foot.distance - (foot.certified ? foot.lower : foot.distance), tol);
                 ASSERT_NEAR(ERVector3D(foot.point - p).norme(), foot.distance, tol);
-                ASSERT_NEAR(ERVector3D((*surface)(foot.u, foot.v) - foot.point).norme(), 0.0, tol)
-                    << kind_names[kind] << " " << round << " " << k;
+                if (has_certain_normal(*surface, foot))
+                    ASSERT_NEAR(ERVector3D((*surface)(foot.u, foot.v) - foot.point).norme(), 0.0,
+                                tol)
+                        << kind_names[kind] << " " << round << " " << k;
             }
         }
+        if (count_given)
+            std::cout << kind_names[kind] << ": of " << given_losses.asked << " given feet "
+                      << given_losses.none << " lost, " << given_losses.farther << " farther\n";
         EXPECT_EQ(wrong, 0) << kind_names[kind] << " of " << asked;
         EXPECT_EQ(uncertified, 0) << kind_names[kind] << " of " << asked;
     }
@@ -549,7 +588,8 @@ TEST(SurfaceProjector, ReportsTheGapWhenItsBudgetEnds) {
 
 TEST(SurfaceProjectorThreads, ShareOneProjectorWithoutAllocation) {
     Random random(193);
-    for (const char* const name : {"waved", "rational", "other degrees", "analytic", "folded offset"}) {
+    for (const char* const name :
+         {"waved", "rational", "other degrees", "analytic", "folded offset"}) {
         const int kind = static_cast<int>(
             std::find(kind_names, kind_names + kinds, std::string(name)) - kind_names);
         const auto surface = velm::prepare(*random_surface(random, kind, 8));

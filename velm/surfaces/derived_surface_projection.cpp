@@ -32,26 +32,32 @@ bool is_same(const ERSpoleNURBS3D& a, const ERSpoleNURBS3D& b) {
 
 // ---- surfaces of revolution ----
 
-// The curve belongs to others too, so nothing says whether it has changed but the form itself.
+// The curve belongs to others too, so nothing says whether it has changed but the form itself; the
+// grid of starts goes with it.
 const ERSpoleNURBS3D& ERSurOfRevolution::current_form() const {
     ERSpoleNURBS3D made = ConvertToNurbs();
-    if (!form_ || !is_same(made, **form_)) form_.emplace(new ERSpoleNURBS3D(made));
+    if (!form_ || !is_same(made, **form_)) {
+        form_.emplace(new ERSpoleNURBS3D(made));
+        seeds_.reset();
+    }
     return **form_;
 }
 
 int SeedProjection(const ERSurOfRevolution& surface, const ERPoint3D& p, double distance,
                    ERPoint2D& parameter) {
     constexpr double wider = 0.2;
-    const ERSpoleNURBS3D form = surface.ConvertToNurbs();
+    const ERSpoleNURBS3D& form = surface.current_form();
     ERMinimax3D box = surface.getBox(), around(p, p);
     box.Inflate(wider);
     around.Inflate(distance);
     if (!form.isValid() || RelativePosition(box, around) == BOXES_DISJOINT) return 0;
-    velm::detail::SeedGrid seeds(surface, velm::detail::seed_count(form.degreeU(), form.nbPolesU()),
-                                 velm::detail::seed_count(form.degreeV(), form.nbPolesV()));
-    const auto node = seeds.nearest(p);
+    if (!surface.seeds_)
+        surface.seeds_.emplace(surface,
+                               velm::detail::seed_count(form.degreeU(), form.nbPolesU()),
+                               velm::detail::seed_count(form.degreeV(), form.nbPolesV()));
+    const auto node = surface.seeds_->nearest(p);
     if (!node) return 0;
-    parameter = seeds.start(surface, *node);
+    parameter = surface.seeds_->start(surface, *node);
     return 1;
 }
 

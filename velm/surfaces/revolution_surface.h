@@ -7,6 +7,9 @@
 #include "velm/wireframe/line.h"
 
 class ERSpoleNURBS3D;
+namespace velm::detail {
+class SeedGrid;
+}
 
 /// P(u, v) is the point of the generatrix at u, turned by v about the axis, right-handed. U has the
 /// bound of the curve; V runs over the angles. The curve is shared with the caller and never
@@ -109,6 +112,8 @@ public:
     VELM_DECLARE_STORED_FORM();
 
 private:
+    friend VELM_API int SeedProjection(const ERSurOfRevolution& surface, const ERPoint3D& p,
+                                       double distance, ERPoint2D& parameter);
     ERVector3D turned(const ERVector3D& v, double angle) const;
     t_SmartPtr<ERFiniteEntity3DWF> curve_copy() const;
     void divide(t_SmartPtr<ERAnyBoundedSurface>& a, t_SmartPtr<ERAnyBoundedSurface>& b,
@@ -125,6 +130,7 @@ private:
     t_SmartPtr<ERFiniteEntity3DWF> generatrice_;
     ERLimites angles_;
     ERVector3D vector_;
-    mutable velm::detail::DerivedCache<t_SmartPtr<ERSpoleNURBS3D>>
-        form_; ///< of the last projection
+    /// Of the last projection, and the starts on this surface while it has that form.
+    mutable velm::detail::DerivedCache<t_SmartPtr<ERSpoleNURBS3D>> form_;
+    mutable velm::detail::DerivedCache<velm::detail::SeedGrid> seeds_;
 };

@@ -35,7 +35,8 @@ class ERSurOfRevolution;
 /// The surface keeps grid and places until it changes.
 VELM_API int SeedProjection(const ERSpoleRep& surface, const ERPoint3D& p, double distance,
                             ERPoint2D& parameter);
-/// With the numbers of the surface's NURBS form, which is made at each call.
+/// With the numbers of the surface's NURBS form, which is made at each call; the grid is kept while
+/// that stays the same.
 VELM_API int SeedProjection(const ERSurOfRevolution& surface, const ERPoint3D& p, double distance,
                             ERPoint2D& parameter);
 

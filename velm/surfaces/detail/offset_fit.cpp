@@ -30,6 +30,34 @@ std::vector<double> functions_at(int degree, double x) {
     return b;
 }
 
+// A row of poles along u, at v = 0 or 1, or one along v; places are numbers of doubles.
+struct Side {
+    bool along_u, at_end;
+
+    int first(int p, int q) const { return at_end ? 4 * (along_u ? q * (p + 1) : p) : 0; }
+    template <class F>
+    void for_poles(int p, int q, F f) const {
+        for (int k = 0; k <= (along_u ? p : q); ++k)
+            f(first(p, q) + 4 * k * (along_u ? 1 : p + 1));
+    }
+};
+constexpr Side sides[] = {{true, false}, {true, true}, {false, false}, {false, true}};
+
+// Whether the poles of a side are one point.
+bool is_point(const double* poles, int p, int q, const Side& side) {
+    const double* const one = poles + side.first(p, q);
+    double extent = 0.0, apart = 0.0;
+    for (int c = 0; c < 3; ++c) {
+        const double x = one[c] / one[3];
+        for (int k = 0; k < 4 * (p + 1) * (q + 1); k += 4)
+            extent = std::max(extent, std::fabs(poles[k + c] / poles[k + 3] - x));
+        side.for_poles(p, q, [&](int k) {
+            apart = std::max(apart, std::fabs(poles[k + c] / poles[k + 3] - x));
+        });
+    }
+    return apart <= one_point * extent;
+}
+
 // A net that is 0 along one of its sides, divided by the parameter's distance from that side.
 BernsteinNet divided(const BernsteinNet& a, bool along_u, bool at_end) {
     const int p = a.p - (along_u ? 1 : 0), q = a.q - (along_u ? 0 : 1);
@@ -67,6 +95,12 @@ OffsetFit::Basis::Basis(int p) {
     }
 }
 
+int OffsetFit::origin_pole(const double* poles, int p, int q) {
+    for (const Side& side : sides)
+        if (is_point(poles, p, q, side)) return side.first(p, q);
+    return 0;
+}
+
 OffsetFit::OffsetFit(int p, int q, bool rational, double offset)
     : p_(p), q_(q), rational_(rational), offset_(offset),
       samples_(samples_for(std::max(p, q), rational)), in_u_(p), in_v_(q),
@@ -90,15 +124,19 @@ void OffsetFit::fit(const double* poles, double wanted) {
     // About a pole: what follows is relative to the size of the patch.
     const auto count = static_cast<std::size_t>(4 * (p_ + 1) * (q_ + 1));
     std::vector<double> local(poles, poles + count);
+    const double* const origin = poles + origin_pole(poles, p_, q_);
     double centre[3];
     for (int c = 0; c < 3; ++c)
-        centre[c] = poles[c] / poles[3];
+        centre[c] = origin[c] / origin[3];
     for (std::size_t k = 0; k < count; k += 4)
         for (std::size_t c = 0; c < 3; ++c)
             local[k + c] = std::fma(-centre[c], local[k + 3], local[k + c]);
+    for (const Side& side : sides)
+        if (is_point(local.data(), p_, q_, side) && origin == poles + side.first(p_, q_))
+            side.for_poles(p_, q_, [&](int k) { std::fill_n(&local[std::size_t(k)], 3, 0.0); });
     interpolate(local.data());
-    // A coefficient of Chebyshev's polynomial of degree 6 is such a difference over 2^11; those of
-    // 8 and above, which are left out, are less by far.
+    // A coefficient of Chebyshev's polynomial of degree 8 is such a difference over 2^15; those of
+    // 10 and above, which are left out, are less by far.
     constexpr double to_chebyshev = 0x1p-15, falls_off = 0x1p-8;
     const double left_out = falls_off * to_chebyshev * std::max(roughness_[0], roughness_[1]);
     error_ =
@@ -206,20 +244,9 @@ BernsteinNet OffsetFit::tangent(const BernsteinNet& points, const BernsteinNet& 
         t = product(weights, t);
         add(t, product(derivative(weights), points), -1.0);
     }
-    const double small = one_point * largest_length(points);
-    for (const bool at_end : {false, true}) {
-        const int last = along_u ? p_ : q_, side = at_end ? (along_u ? q_ : p_) : 0;
-        bool collapsed = true;
-        for (int k = 0; k <= last; ++k) {
-            const double* const pole =
-                poles + 4 * (along_u ? side * (p_ + 1) + k : k * (p_ + 1) + side);
-            const double* const first = poles + 4 * (along_u ? side * (p_ + 1) : side);
-            for (int c = 0; c < 3; ++c)
-                collapsed =
-                    collapsed && std::fabs(pole[c] / pole[3] - first[c] / first[3]) <= small;
-        }
-        if (collapsed && (along_u ? t.q : t.p) > 0) t = divided(t, !along_u, at_end);
-    }
+    for (const Side& side : sides)
+        if (side.along_u == along_u && (along_u ? t.q : t.p) > 0 && is_point(poles, p_, q_, side))
+            t = divided(t, !along_u, side.at_end);
     return t;
 }
 

@@ -28,6 +28,10 @@ public:
     /// coefficients show that it may be below `wanted`.
     void fit(const double* poles, double wanted);
 
+    /// Where the pole is, as a number of doubles, that poles should count from: one of a row that
+    /// is one point, beside which normals depend on small differences, if there is one.
+    static int origin_pole(const double* poles, int p, int q);
+
     /// Weighted poles of P, with the weight 1.
     const std::vector<double>& poles() const { return fitted_; }
     /// No point of P is further from the point of the offset with its parameter.

@@ -136,9 +136,12 @@ public:
             most = std::max(most, given.poles[k]);
         const double unit = std::ldexp(1.0, -std::ilogb(most));
         // Normals depend on differences of poles: those of a base count from one of them.
+        const double* const first = given.poles.data();
+        const double* const pole =
+            fit_ ? first + OffsetFit::origin_pole(first, base_p_, base_q_) : nullptr;
         double origin[3];
         for (std::size_t c = 0; c < 3; ++c) {
-            origin[c] = fit_ ? given.poles[c] / given.poles[3] : frame.origin[c];
+            origin[c] = fit_ ? pole[c] / pole[3] : frame.origin[c];
             origin_[c] = (origin[c] - frame.origin[c]) * frame.scale;
         }
         for (std::size_t k = 0; k < local.size(); k += 4) {
