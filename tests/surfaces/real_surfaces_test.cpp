@@ -11,6 +11,7 @@
 #include "velm/surfaces/prepared_surface.h"
 #include "velm/surfaces/recognition.h"
 #include "velm/surfaces/surface_box.h"
+#include "velm/surfaces/surface_projector.h"
 #include "velm/surfaces/tessellation.h"
 #include "velm/surfaces/torus.h"
 
@@ -91,6 +92,7 @@ TEST_F(RealSurfaces, GiveTheEdgePointsOfTheirFiles) {
         std::ifstream in(file.parent_path() / (file.stem().string() + "_edgepoints.csv"));
         if (!in) continue;
         const SurfaceTexts texts(file);
+        std::map<const ERSpoleNURBS3D*, velm::SurfaceProjector> projectors;
         std::string line;
         std::getline(in, line);
         while (std::getline(in, line)) {
@@ -109,10 +111,62 @@ TEST_F(RealSurfaces, GiveTheEdgePointsOfTheirFiles) {
                                                       std::max(reach_of(surface), 1.0);
             const ERPoint3D p(c[2], c[3], c[4]);
             EXPECT_LE(distance(surface(c[0], c[1]), p), allowed) << file.filename() << ": " << line;
+            auto projector = projectors.find(&surface);
+            if (projector == projectors.end())
+                projector =
+                    projectors
+                        .emplace(&surface, *velm::SurfaceProjector::on(*velm::prepare(surface)))
+                        .first;
+            const velm::SurfaceFoot foot = projector->second.nearest(p);
+            EXPECT_TRUE(foot.certified) << file.filename() << ": " << line;
+            // Some parameters are beyond the limits.
+            const ERPoint3D inside = surface(std::clamp(c[0], surface.udeb(), surface.ufin()),
+                                             std::clamp(c[1], surface.vdeb(), surface.vfin()));
+            EXPECT_LE(foot.distance, std::max(allowed, distance(inside, p)))
+                << file.filename() << ": " << line;
             ++points;
         }
     }
     EXPECT_EQ(points, 3016); // none was overlooked
+}
+
+// Points above a surface, by less than half the radius of curvature, come back to where they are
+// from, unless another part is nearer.
+TEST_F(RealSurfaces, GetBackPointsThatAreDisplaced) {
+    velm_test::Random random(77);
+    int back = 0, nearer = 0;
+    for (const fs::path& file : files)
+        for (const auto& [name, entity] : SurfaceTexts(file).surfaces) {
+            SCOPED_TRACE(file.filename().string() + " " + name);
+            const auto surface = velm::prepare(*entity);
+            const auto projector = velm::SurfaceProjector::on(*surface);
+            const ERLimites in_u = surface->domain_u(), in_v = surface->domain_v();
+            const double size = surface->box().diagonal();
+            for (int k = 0; k < 200; ++k) {
+                const ERPoint2D at(in_u(random.uniform(0.02, 0.98)),
+                                   in_v(random.uniform(0.02, 0.98)));
+                velm::PrincipalCurvatures bend;
+                velm::SurfaceSamples samples;
+                samples.curvatures = {&bend, 1};
+                surface->evaluate({&at, 1}, samples);
+                const double most = std::max(std::fabs(bend.min), std::fabs(bend.max));
+                const double t = random.uniform(-1, 1) * std::min(0.05 * size, 0.5 / most);
+                const ERPoint3D on = (*surface)(at.x(), at.y());
+                const ERPoint3D p = on + surface->normal(at.x(), at.y()) * t;
+                const velm::SurfaceFoot foot = projector->nearest(p);
+                const double tol = 1e-12 * size + 8e-16 * reach_of(*entity);
+                EXPECT_TRUE(foot.certified);
+                EXPECT_LE(foot.distance, std::fabs(t) + tol);
+                if (foot.distance < std::fabs(t) - 1e-9 * size) {
+                    ++nearer;
+                    continue;
+                }
+                EXPECT_LE(distance(foot.point, on), tol) << at.x() << " " << at.y() << " " << t;
+                ++back;
+            }
+        }
+    EXPECT_GT(back, 9 * nearer);
+    EXPECT_EQ(back + nearer, 241 * 200);
 }
 
 TEST_F(RealSurfaces, StayTheSamePreparedCutAndStored) {

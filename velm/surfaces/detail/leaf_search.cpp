@@ -10,8 +10,9 @@ namespace {
 constexpr int most_steps = 30;
 // Steps this short, of half the leaf, end the search for a place that no bound confirms.
 constexpr double short_step = 1e-9;
-// The third derivatives that a point after the last step leaves out are below rounding.
-constexpr double last_step = 1e-5;
+// The third derivatives that a point after the last step leaves out are below rounding; so far from
+// the end of Newton's method is its place, of half the leaf, by the change of the second ones.
+constexpr double last_step = 1e-5, last_error = 1e-12;
 // Halves this small are taken as they are: what is uncertain there is reported.
 constexpr double smallest_part = 0x1p-40;
 
@@ -180,9 +181,10 @@ bool LeafSearch::newton(const View& view, int number, double x, double y) {
         const double over_weight = 2.0 / (view.least_weight * view.least_weight);
         for (int step_count = 0; step_count < most_steps; ++step_count) {
             model_at(view, p, q, rational, x, y, jet, m);
-            if (m.squared > before && step_count < most_steps - 1) { // too long a step
+            if (m.squared > before && step_count < most_steps - 1 &&
+                std::fabs(x - last_x) + std::fabs(y - last_y) > last_step) { // too long a step
                 x = 0.5 * (x + last_x), y = 0.5 * (y + last_y);
-                if (std::fabs(x - last_x) + std::fabs(y - last_y) > 1e-12) continue;
+                continue;
             }
             before = m.squared;
             const double low[2] = {-1.0 - x, -1.0 - y}, high[2] = {1.0 - x, 1.0 - y};
@@ -207,7 +209,9 @@ bool LeafSearch::newton(const View& view, int number, double x, double y) {
                 // The distance of a place after a short step is within half the certificate of
                 // the bound, or both are that small.
                 const double distance = std::sqrt(m.squared), half = 0.5 * allowed(distance);
-                if (length < last_step && (loss <= half * distance || distance <= half)) {
+                const auto turn = [&](int k) { return (m.h[k] - sure[k]) / sure[k]; };
+                if (length < last_step && (loss <= half * distance || distance <= half) &&
+                    length * length * std::max(turn(0), turn(2)) <= last_error) {
                     offer(place_after(view, p, q, rational, jet, x, y, step, number));
                     lower_ = std::min(lower_, m.squared - loss);
                     done = true;
