@@ -1,6 +1,5 @@
 #include "cad/surface_conversion.h"
 
-#include "velm/curves/nurbs_curve.h"
 #include "velm/frame/finite_entity.h"
 #include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/cone.h"
@@ -14,14 +13,11 @@
 #include "velm/wireframe/arc_in_space.h"
 
 #include <GeomConvert.hxx>
-#include <Geom_BSplineCurve.hxx>
 #include <Geom_BSplineSurface.hxx>
-#include <Geom_BezierCurve.hxx>
 #include <Geom_BezierSurface.hxx>
 #include <Geom_Circle.hxx>
 #include <Geom_ConicalSurface.hxx>
 #include <Geom_CylindricalSurface.hxx>
-#include <Geom_Line.hxx>
 #include <Geom_OffsetSurface.hxx>
 #include <Geom_Plane.hxx>
 #include <Geom_RectangularTrimmedSurface.hxx>
@@ -175,54 +171,32 @@ ConvertedSurface spline(const Handle(Geom_BSplineSurface) & from, const Paramete
                      {});
 }
 
-ERCpoleNURBS3D spline(const Handle(Geom_BSplineCurve) & from) {
-    const Handle(Geom_BSplineCurve) open = Handle(Geom_BSplineCurve)::DownCast(from->Copy());
-    if (open->IsPeriodic()) open->SetNotPeriodic();
-    ERVec<ERPole3DH> poles(open->NbPoles());
-    for (int i = 0; i < poles.size(); ++i)
-        poles[i] = pole_of(open->Pole(i + 1), open->Weight(i + 1));
-    return ERCpoleNURBS3D(poles, knots_of(open->Degree(), open->KnotSequence()));
-}
-
 Handle(Geom_Curve) without_trim(Handle(Geom_Curve) curve) {
     while (curve->IsKind(STANDARD_TYPE(Geom_TrimmedCurve)))
         curve = Handle(Geom_TrimmedCurve)::DownCast(curve)->BasisCurve();
     return curve;
 }
 
-// The part of a curve over [first, last] with its own parameter; null for kinds that have no
-// counterpart with that parameter.
-t_SmartPtr<ERFiniteEntity3DWF> with_own_parameter(const Handle(Geom_Curve) & any, double first,
-                                                  double last) {
-    const Handle(Geom_Curve) curve = without_trim(any);
-    if (curve->IsKind(STANDARD_TYPE(Geom_Line))) {
-        const t_SmartPtr<ERCpoleNURBS3D> line = new ERCpoleNURBS3D(
-            {pole_of(curve->Value(first), 1.0), pole_of(curve->Value(last), 1.0)}, 1);
-        line->reparametrize(ERLimites(first, last));
-        return line.get();
-    }
-    if (curve->IsKind(STANDARD_TYPE(Geom_Circle))) {
-        const gp_Circ circle = Handle(Geom_Circle)::DownCast(curve)->Circ();
-        return new ERArc3D(ERChgRepere3D(vector_of(circle.Position().XDirection()),
-                                         vector_of(circle.Position().YDirection()),
-                                         point_of(circle.Location())),
-                           circle.Radius(), first, last);
-    }
-    Handle(Geom_BSplineCurve) poles = Handle(Geom_BSplineCurve)::DownCast(curve);
-    if (poles.IsNull() && curve->IsKind(STANDARD_TYPE(Geom_BezierCurve)))
-        poles = GeomConvert::CurveToBSplineCurve(curve);
-    if (poles.IsNull()) return {};
-    const t_SmartPtr<ERCpoleNURBS3D> result = new ERCpoleNURBS3D(spline(poles));
-    return result.get();
+// A circle stays one, with its angle as parameter.
+t_SmartPtr<ERFiniteEntity3DWF> arc_of(const gp_Circ& circle, double first, double last) {
+    return new ERArc3D(ERChgRepere3D(vector_of(circle.Position().XDirection()),
+                                     vector_of(circle.Position().YDirection()),
+                                     point_of(circle.Location())),
+                       circle.Radius(), first, last);
 }
 
 ConvertedSurface revolution(const Handle(Geom_SurfaceOfRevolution) & from,
                             const ParameterRange& range) {
-    const t_SmartPtr<ERFiniteEntity3DWF> curve =
-        with_own_parameter(from->BasisCurve(), range.v_first, range.v_last);
-    if (!curve) return {{}, {}, "the curve that is turned is of a kind that isn't supported"};
     ParameterMap map;
     map.exchanged = true;
+    t_SmartPtr<ERFiniteEntity3DWF> curve;
+    if (const auto circle = Handle(Geom_Circle)::DownCast(without_trim(from->BasisCurve()))) {
+        curve = arc_of(circle->Circ(), range.v_first, range.v_last);
+    } else {
+        const ConvertedCurve own = convert_curve(from->BasisCurve(), range.v_first, range.v_last);
+        curve = static_cast<ERFiniteEntity3DWF*>(new ERCpoleNURBS3D(own.spline));
+        map.conic = own.parameter;
+    }
     const gp_Ax1 axis = from->Axis();
     return converted(new ERSurOfRevolution(
                          curve, ERInfLine3D(vector_of(axis.Direction()), point_of(axis.Location())),
@@ -237,22 +211,27 @@ ERPole3DH shifted(const ERPole3DH& pole, const ERVector3D& by) {
 
 ConvertedSurface extrusion(const Handle(Geom_SurfaceOfLinearExtrusion) & from,
                            const ParameterRange& range) {
-    const Handle(Geom_Curve) curve = without_trim(from->BasisCurve());
-    const t_SmartPtr<ERFiniteEntity3DWF> own =
-        with_own_parameter(curve, range.u_first, range.u_last);
-    if (!own || curve->IsKind(STANDARD_TYPE(Geom_Circle)))
-        return {{}, {}, "the curve that is extruded is of a kind that isn't supported"};
-    ERCpoleNURBS3D base = own->ConvertToNurbs();
-    const ERVec<ERPole3DH> row = base.getPoles();
+    if (const auto circle = Handle(Geom_Circle)::DownCast(without_trim(from->BasisCurve()))) {
+        gp_Ax3 place(circle->Position());
+        constexpr double parallel = 1e-12; // of the sine: a cylinder to the rounding of its points
+        if (place.Direction().XYZ().Crossed(from->Direction().XYZ()).Modulus() <= parallel) {
+            if (place.Direction().Dot(from->Direction()) < 0.0) place.ZReverse();
+            return cylinder(gp_Cylinder(place, circle->Radius()), range);
+        }
+    }
+    const ConvertedCurve base = convert_curve(from->BasisCurve(), range.u_first, range.u_last);
+    const ERVec<ERPole3DH> row = base.spline.getPoles();
     const ERVector3D direction = vector_of(from->Direction());
     ERMatrix<ERPole3DH> poles(2, row.size());
     for (int i = 0; i < row.size(); ++i) {
         poles(0, i) = shifted(row[i], direction * range.v_first);
         poles(1, i) = shifted(row[i], direction * range.v_last);
     }
-    return converted(new ERSpoleNURBS3D(poles, base.getKnots(),
+    ParameterMap map;
+    map.conic = base.parameter;
+    return converted(new ERSpoleNURBS3D(poles, base.spline.getKnots(),
                                         ERKnotVector(1, 2, ERLimites(range.v_first, range.v_last))),
-                     {});
+                     map);
 }
 
 ConvertedSurface offset(const Handle(Geom_OffsetSurface) & from, const ParameterRange& range) {

@@ -3,6 +3,7 @@
 #include "cad/cad_document.h"
 #include "cad/face_conversion.h"
 #include "cad/part_import.h"
+#include "cad/surface_conversion.h"
 #include "inspect/base/failure.h"
 #include "support/random.h"
 #include "support/temporary_folder.h"
@@ -11,13 +12,16 @@
 
 #include <BRepAdaptor_Surface.hxx>
 #include <BRepAlgoAPI_Cut.hxx>
+#include <BRepBuilderAPI_MakeEdge.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
 #include <BRepBuilderAPI_MakeVertex.hxx>
+#include <BRepBuilderAPI_MakeWire.hxx>
 #include <BRepBuilderAPI_Transform.hxx>
 #include <BRepClass3d_SolidClassifier.hxx>
 #include <BRepClass_FaceClassifier.hxx>
 #include <BRepExtrema_DistShapeShape.hxx>
 #include <BRepGProp.hxx>
+#include <BRepLib.hxx>
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRepPrimAPI_MakeCone.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
@@ -26,7 +30,18 @@
 #include <BRepTools.hxx>
 #include <BRep_Tool.hxx>
 #include <GProp_GProps.hxx>
+#include <Geom2d_Circle.hxx>
+#include <Geom_BezierCurve.hxx>
+#include <Geom_Circle.hxx>
+#include <Geom_Ellipse.hxx>
+#include <Geom_Hyperbola.hxx>
+#include <Geom_Line.hxx>
+#include <Geom_OffsetCurve.hxx>
 #include <Geom_OffsetSurface.hxx>
+#include <Geom_Parabola.hxx>
+#include <Geom_SurfaceOfLinearExtrusion.hxx>
+#include <Geom_SurfaceOfRevolution.hxx>
+#include <Geom_TrimmedCurve.hxx>
 #include <ShapeAnalysis_Surface.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
@@ -194,6 +209,75 @@ TEST(CadImport, OutsideIsOutsideOnSolidsOfEveryKind) {
     }
     for (const char* kind : {"plane", "cylinder", "cone", "sphere", "torus"})
         EXPECT_GE(kinds[kind], 2) << kind;
+}
+
+// Every kind of curve, extruded and turned: the surface at the file's own parameters, and faces
+// with a hole that is a circle in them. Splines and conics are exact, others are fitted.
+TEST(CadImport, TakesEveryCurveThatIsExtrudedOrTurned) {
+    const gp_Ax2 place(gp_Pnt(40, -3, 7), gp_Dir(0.1, -1, 0.05), gp_Dir(1, 0.1, 0.2));
+    TColgp_Array1OfPnt poles(1, 4);
+    for (int i = 1; i <= 4; ++i)
+        poles(i) = gp_Pnt(30 + 4 * i, 1.5 * i, 3.0 * std::sin(2.0 * i));
+    const Handle(Geom_Curve) ellipse = new Geom_Ellipse(place, 9, 4);
+    struct Case {
+        const char* name;
+        Handle(Geom_Curve) curve;
+        double first, last, tolerance; // of the size
+        const char* extruded;          // the kind along the placement's axis
+    };
+    const std::vector<Case> cases = {
+        {"line", new Geom_Line(gp_Pnt(30, 1, 2), gp_Dir(1, 0.3, 1)), -2, 11, 1e-14, "nurbs"},
+        {"circle", new Geom_Circle(place, 8), 0.4, 5.9, 1e-14, "cylinder"},
+        {"ellipse", ellipse, 0.7, 5.8, 1e-14, "nurbs"},
+        {"trimmed ellipse", new Geom_TrimmedCurve(ellipse, 0.1, 3.0), 0.3, 2.8, 1e-14, "nurbs"},
+        {"parabola", new Geom_Parabola(place, 3), -5, 7, 1e-14, "nurbs"},
+        {"hyperbola", new Geom_TrimmedCurve(new Geom_Hyperbola(place, 5, 3), -2, 2), -1.1, 1.7,
+         1e-14, "nurbs"},
+        {"bezier", new Geom_BezierCurve(poles), 0, 1, 1e-14, "nurbs"},
+        {"offset", new Geom_OffsetCurve(ellipse, 1.5, place.Direction()), 0.2, 4.1, 1e-9, "nurbs"}};
+    for (const Case& made : cases)
+        for (const int way : {0, 1, 2, 3}) {
+            const std::string name = std::string(made.name) + " " + std::to_string(way);
+            const bool turned = way == 3;
+            const gp_Dir along = way == 0   ? place.Direction()
+                                 : way == 1 ? place.Direction().Reversed()
+                                            : gp_Dir(0.5, -1, 0.4);
+            Handle(Geom_Surface) surface = new Geom_SurfaceOfLinearExtrusion(made.curve, along);
+            velm::cad::ParameterRange range{made.first, made.last, -4, 9};
+            if (turned) {
+                surface = new Geom_SurfaceOfRevolution(
+                    made.curve, gp_Ax1(gp_Pnt(0, 0, 1), gp_Dir(0.2, 0.1, 1)));
+                range = {0.3, 4.0, made.first, made.last};
+            }
+            const velm::cad::ConvertedSurface to = convert_surface(surface, range);
+            ASSERT_TRUE(to.surface) << name << ": " << to.why;
+            if (way < 2) {
+                EXPECT_EQ(velm::surface_kind(*to.surface), made.extruded) << name;
+            }
+            for (int i = 0; i < 50; ++i) {
+                const double u = draw.uniform(range.u_first, range.u_last);
+                const double v = draw.uniform(range.v_first, range.v_last);
+                const ERPoint2D at = to.map(u, v);
+                const gp_Pnt p = surface->Value(u, v);
+                EXPECT_LE(p.Distance(kernel_point((*to.surface)(at.x(), at.y()))),
+                          made.tolerance * 100)
+                    << name << " " << u << " " << v;
+            }
+            const double across =
+                std::min(range.u_last - range.u_first, range.v_last - range.v_first);
+            const gp_Ax2d middle(gp_Pnt2d(0.5 * (range.u_first + range.u_last),
+                                          0.5 * (range.v_first + range.v_last)),
+                                 gp_Dir2d(1, 0));
+            TopoDS_Edge edge =
+                BRepBuilderAPI_MakeEdge(new Geom2d_Circle(middle, 0.3 * across), surface);
+            BRepLib::BuildCurve3d(edge, 1e-9);
+            BRepBuilderAPI_MakeFace face(surface, range.u_first, range.u_last, range.v_first,
+                                         range.v_last, 1e-7);
+            face.Add(TopoDS::Wire(BRepBuilderAPI_MakeWire(edge).Wire().Reversed()));
+            CadFace from;
+            from.shape = face;
+            compare(from, convert_face(from), 1e-6, 6, {}, name);
+        }
 }
 
 TEST(CadImport, OffsetsKeepTheirSide) {
