@@ -1,5 +1,6 @@
 // velm-cad-import: the faces of a STEP, IGES or BREP file as trimmed surfaces in an object file.
 #include "cad/import_report.h"
+#include "cad/kernel_guard.h"
 #include "cad/part_import.h"
 
 #include "inspect/base/failure.h"
@@ -68,11 +69,19 @@ void save(const std::string& working_copy, const NominalPart& part, const std::s
     inspect::with_store(name, work, working_copy);
 }
 
+// Before any output is open.
+NominalPart read_guarded(const Options& options) {
+    const KernelGuard guard(inspect::terminal_text("velm-cad-import: " + options.source +
+                                                   ": the CAD kernel fails on this file"),
+                            static_cast<int>(ExitCode::input));
+    return import_part(options.source, options.parts);
+}
+
 ExitCode run(const Options& options) {
+    const NominalPart part = read_guarded(options);
     inspect::OutputSet outputs;
     inspect::Output* const json = outputs.add_if_asked(options.json);
     const std::string working_copy = outputs.add_new_by_name(options.result);
-    const NominalPart part = import_part(options.source, options.parts);
     for (const LeftOutFace& face : part.left_out)
         std::fprintf(stderr, "velm-cad-import: %s\n",
                      inspect::terminal_text(left_out_text(face)).c_str());

@@ -1,0 +1,133 @@
+// velm-cad-import as a process: its exit codes, and files that are damaged.
+#include "support/random.h"
+#include "support/temporary_folder.h"
+#include "velm/inspection/nominal_part.h"
+
+#include <BRepBuilderAPI_MakeFace.hxx>
+#include <BRepPrimAPI_MakeBox.hxx>
+#include <BRepPrimAPI_MakeTorus.hxx>
+#include <BRepTools.hxx>
+#include <BRep_Builder.hxx>
+#include <IGESControl_Writer.hxx>
+#include <STEPControl_Writer.hxx>
+#include <TopoDS_Compound.hxx>
+#include <TopoDS_Face.hxx>
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gp_Pln.hxx>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <sys/wait.h>
+
+namespace {
+
+using namespace velm_test;
+
+struct Outcome {
+    int code; // -1: ended by a signal
+    std::string complaint;
+};
+Outcome run(const TemporaryFolder& folder, const std::string& arguments) {
+    const std::string errors = folder.path("errors");
+    const std::string command =
+        std::string(VELM_CAD_PROGRAM) + " " + arguments + " >/dev/null 2>" + errors;
+    const int status = std::system(command.c_str());
+    std::ifstream in(errors);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+            {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()}};
+}
+
+// Solids, and with them a plane without bounds, which no trimmed surface can be.
+TopoDS_Compound some_shapes(bool with_bad_face) {
+    TopoDS_Compound all;
+    BRep_Builder builder;
+    builder.MakeCompound(all);
+    builder.Add(all, BRepPrimAPI_MakeBox(30, 20, 15).Shape());
+    builder.Add(all,
+                BRepPrimAPI_MakeTorus(gp_Ax2(gp_Pnt(80, 0, 0), gp_Dir(0, 0, 1)), 9, 3).Shape());
+    if (with_bad_face) builder.Add(all, BRepBuilderAPI_MakeFace(gp_Pln()).Face());
+    return all;
+}
+
+TEST(CadProgram, ExitCodesSayWhatWasTaken) {
+    const TemporaryFolder folder;
+    const std::string good = folder.path("good.brep"), bad = folder.path("bad.brep");
+    BRepTools::Write(some_shapes(false), good.c_str());
+    BRepTools::Write(some_shapes(true), bad.c_str());
+    const auto result = [&](const std::string& name) { return folder.path(name); };
+    ASSERT_EQ(run(folder, good + " " + result("all")).code, 0);
+    const std::string first = velm::read_part(result("all")).faces.front().path;
+    struct Case {
+        std::string arguments, result;
+        int code;
+        std::size_t faces;
+        const char* complaint;
+    };
+    const Case cases[] = {
+        {good + " " + result("a"), "a", 0, 7, ""},
+        {good + " " + result("a"), "", 4, 0, "exists"}, // it isn't written over
+        {bad + " " + result("b"), "b", 3, 0, "no bounds"},
+        {bad + " " + result("c") + " --skip-bad", "c", 0, 7, "no bounds"},
+        {good + " " + result("d") + " --part '" + first + "'", "d", 0, 1, ""},
+        {good + " " + result("e") + " --part /nothing", "e", 3, 0, "no face is below it"},
+        {good, "", 2, 0, "OUT"},
+        {good + " " + result("f") + " --nonsense", "f", 2, 0, "--nonsense"},
+        {result("missing.stp") + " " + result("g"), "g", 4, 0, "missing.stp"},
+        {folder.path(".") + " " + result("h"), "h", 4, 0, ""},
+        {good + " " + result("none/i"), "", 4, 0, "none"}};
+    for (const Case& made : cases) {
+        const Outcome outcome = run(folder, made.arguments);
+        EXPECT_EQ(outcome.code, made.code) << made.arguments << ": " << outcome.complaint;
+        EXPECT_NE(outcome.complaint.find(made.complaint), std::string::npos) << outcome.complaint;
+        if (made.faces > 0) {
+            EXPECT_EQ(velm::read_part(result(made.result)).faces.size(), made.faces);
+        } else if (!made.result.empty()) {
+            EXPECT_FALSE(std::filesystem::exists(result(made.result))) << made.arguments;
+        }
+    }
+}
+
+// Cut off, with bytes changed, and with numbers changed: a sentence and an exit code, and never
+// half an object file.
+TEST(CadProgram, DamagedFilesEndInASentence) {
+    const TemporaryFolder folder;
+    Random draw{4711};
+    const std::string step = folder.path("part.stp"), iges = folder.path("part.igs");
+    STEPControl_Writer step_writer;
+    step_writer.Transfer(some_shapes(false), STEPControl_AsIs);
+    step_writer.Write(step.c_str());
+    IGESControl_Writer iges_writer;
+    iges_writer.AddShape(some_shapes(false));
+    iges_writer.ComputeModel();
+    iges_writer.Write(iges.c_str());
+    const int runs = std::getenv("VELM_TEST_THOROUGH") != nullptr ? 600 : 12;
+    for (const std::string& source : {step, iges})
+        for (int i = 0; i < runs; ++i) {
+            std::ifstream in(source, std::ios::binary);
+            std::string text((std::istreambuf_iterator<char>(in)),
+                             std::istreambuf_iterator<char>());
+            const auto place = [&] { return std::size_t(draw.below(int(text.size()))); };
+            if (i % 3 == 0) text.resize(place());
+            for (int n = 0; i % 3 != 0 && n < 8; ++n) {
+                std::size_t at = place();
+                if (i % 3 == 2)
+                    at = std::min(text.find_first_of("0123456789", at), text.size() - 1);
+                text[at] = i % 3 == 2 ? char('0' + draw.below(10)) : char(draw.below(256));
+            }
+            const std::string damaged = folder.path("damaged"), result = folder.path("result");
+            std::ofstream(damaged, std::ios::binary) << text;
+            std::filesystem::remove(result);
+            const Outcome outcome = run(folder, damaged + " " + result);
+            const bool is_known = outcome.code == 0 || outcome.code == 3 || outcome.code == 4;
+            EXPECT_TRUE(is_known) << source << " " << i << ": " << outcome.code;
+            EXPECT_EQ(outcome.code == 0, outcome.complaint.empty()) << outcome.complaint;
+            EXPECT_EQ(outcome.code == 0, std::filesystem::exists(result)) << i;
+            if (outcome.code == 0) {
+                EXPECT_FALSE(velm::read_part(result).faces.empty());
+            }
+        }
+}
+
+} // namespace
