@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <numbers>
 
@@ -43,19 +44,23 @@ struct Side {
 };
 constexpr Side sides[] = {{true, false}, {true, true}, {false, false}, {false, true}};
 
+// How far the poles of a side are from its first one along an axis.
+double extent_of(const double* poles, int p, int q, const Side& side) {
+    const double* const one = poles + side.first(p, q);
+    double most = 0.0;
+    for (int c = 0; c < 3; ++c)
+        side.for_poles(p, q, [&](int k) {
+            most = std::max(most, std::fabs(poles[k + c] / poles[k + 3] - one[c] / one[3]));
+        });
+    return most;
+}
+
 // Whether the poles of a side are one point.
 bool is_point(const double* poles, int p, int q, const Side& side) {
-    const double* const one = poles + side.first(p, q);
-    double extent = 0.0, apart = 0.0;
-    for (int c = 0; c < 3; ++c) {
-        const double x = one[c] / one[3];
-        for (int k = 0; k < 4 * (p + 1) * (q + 1); k += 4)
-            extent = std::max(extent, std::fabs(poles[k + c] / poles[k + 3] - x));
-        side.for_poles(p, q, [&](int k) {
-            apart = std::max(apart, std::fabs(poles[k + c] / poles[k + 3] - x));
-        });
-    }
-    return apart <= one_point * extent;
+    double most = 0.0;
+    for (const Side& other : sides)
+        most = std::max(most, extent_of(poles, p, q, other));
+    return extent_of(poles, p, q, side) <= one_point * most;
 }
 
 // A net that is 0 along one of its sides, divided by the parameter's distance from that side.
@@ -96,9 +101,11 @@ OffsetFit::Basis::Basis(int p) {
 }
 
 int OffsetFit::origin_pole(const double* poles, int p, int q) {
-    for (const Side& side : sides)
-        if (is_point(poles, p, q, side)) return side.first(p, q);
-    return 0;
+    const Side& shortest =
+        *std::min_element(std::begin(sides), std::end(sides), [&](const Side& a, const Side& b) {
+            return extent_of(poles, p, q, a) < extent_of(poles, p, q, b);
+        });
+    return shortest.first(p, q);
 }
 
 OffsetFit::OffsetFit(int p, int q, bool rational, double offset)

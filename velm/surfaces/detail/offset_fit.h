@@ -28,8 +28,8 @@ public:
     /// coefficients show that it may be below `wanted`.
     void fit(const double* poles, double wanted);
 
-    /// Where the pole is, as a number of doubles, that poles should count from: one of a row that
-    /// is one point, beside which normals depend on small differences, if there is one.
+    /// Where the pole is, as a number of doubles, that poles should count from: one of the shortest
+    /// side, which may be a point, since normals beside it depend on small differences.
     static int origin_pole(const double* poles, int p, int q);
 
     /// Weighted poles of P, with the weight 1.

@@ -30,7 +30,7 @@ constexpr int plain_offset_degree = OffsetFit::degree;
 // Of offset surfaces: what the polynomials are off by is at most this part of the size, where their
 // parts are no smaller than so many cuts make them, and a patch has no more than so many.
 constexpr double offset_error = 0x1p-45;
-constexpr int most_base_cuts = 8, most_rounding_cuts = 6;
+constexpr int most_base_cuts = 8, most_rounding_cuts = 12;
 constexpr std::size_t most_parts = 1024;
 // Where an offset surface folds no leaf is convex, however small: the polynomials' cuts at most.
 constexpr int most_fold_cuts = 2;
