@@ -10,6 +10,7 @@ set_target_properties(velm_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
 target_compile_definitions(velm_objects PRIVATE VELM_BUILDING)
 target_include_directories(velm_objects PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(velm_objects PRIVATE velm_options)
+velm_precompile(velm_objects ${velm_common_headers})
 # g++ packs a sine and a cosine, stored one by one, into one vector load, which waits for both stores:
 # a point of an arc took 1.7 times as long.
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)

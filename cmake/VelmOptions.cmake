@@ -14,6 +14,20 @@ target_compile_options(velm_options INTERFACE -fvisibility=hidden -fvisibility-i
     $<$<CXX_COMPILER_ID:Clang>:-Wno-bitwise-instead-of-logical> # branchless on purpose
     $<$<BOOL:${VELM_WERROR}>:-Werror>)
 
+# Under the sanitizers most of the time goes into compiling, and tests and programs are half of it.
+set(VELM_CALLER_FLAGS "" CACHE STRING "Flags of tests and programs, after those of the build type")
+target_compile_options(velm_options INTERFACE
+    $<$<NOT:$<STREQUAL:$<TARGET_PROPERTY:NAME>,velm_objects>>:${VELM_CALLER_FLAGS}>)
+# Not in the other builds: a source that lacks an include must fail somewhere.
+option(VELM_PRECOMPILE "Precompile headers that many sources include" OFF)
+set(velm_common_headers <algorithm> <array> <cmath> <functional> <memory> <optional> <span> <string>
+    <vector>)
+function(velm_precompile target)
+    if(VELM_PRECOMPILE)
+        target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
+endfunction()
+
 # Coverage feedback for the fuzzer in all code that a fuzz target may reach.
 if(VELM_BUILD_FUZZ)
     if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
