@@ -176,6 +176,77 @@ TEST(PreparedFace, LimitsNestedTrimsAndWhatCannotBePrepared) {
     EXPECT_FALSE(velm::prepare_face(infinite));
 }
 
+// Loops that go once round: of lines and curves, in one piece or changing sides at the seam, from
+// any start, and in both directions.
+TEST(PreparedFace, RingsAreClosedAlongTheSeam) {
+    const auto check = [](const ERAnyBoundedSurface& surface, auto make_rings, auto is_inside) {
+        for (const double start : {0.0, 1.0, 5.0})
+            for (const bool turned : {false, true}) {
+                ERTrimmedSurface trimmed(surface);
+                make_rings(trimmed, start, turned);
+                const auto face = velm::prepare_face(trimmed);
+                ASSERT_TRUE(face);
+                EXPECT_TRUE(face->gaps().empty());
+                const ERLimites u = face->surface().domain_u(), v = face->surface().domain_v();
+                for (int i = 0; i < 300; ++i) {
+                    const ERPoint2D p(u(draw.uniform(0, 1)), v(draw.uniform(0, 1)));
+                    const FacePlace place = face->place(p);
+                    const bool in_wave = p.x() > 2 && p.x() < 2.1;
+                    if (place == FacePlace::on_edge || in_wave) continue;
+                    EXPECT_EQ(place == FacePlace::inside, is_inside(p, turned))
+                        << surface.className() << " " << start << turned << p;
+                }
+            }
+    };
+    // From `start` on once round along one direction, waved by a cubic in pieces of a third, or
+    // straight and changing sides.
+    const auto ring = [](double start, double level, bool waved, bool along_u, bool turned) {
+        const auto place = [&](double t, double w) {
+            return along_u ? ERPoint2D(t, level + w) : ERPoint2D(level + w, t);
+        };
+        t_SmartPtr<ERCompCurve2D> loop = new ERCompCurve2D;
+        std::vector<std::pair<ERPoint2D, ERPoint2D>> lines;
+        const double end = start + 2 * pi;
+        if (waved) {
+            ERVec<ERPole2DH> poles;
+            for (int k = 0; k <= 6; ++k)
+                poles.push_back(ERPole2DH(place(start + k * pi / 3, k % 6 == 0 ? 0 : 0.1), 1.0));
+            ERCpoleNURBS2D curve(poles, 3);
+            if (turned) curve.reverse();
+            loop->append(curve, -1);
+            return loop;
+        }
+        if (start > 0) lines.push_back({place(start, 0), place(2 * pi, 0)});
+        lines.push_back({place(0, 0), place(end - 2 * pi, 0)});
+        if (start == 0) lines.back().second = place(2 * pi, 0);
+        if (turned) std::reverse(lines.begin(), lines.end());
+        for (auto& [a, b] : lines)
+            turned ? loop->append(ERSegment2D(b, a), -1) : loop->append(ERSegment2D(a, b), -1);
+        return loop;
+    };
+    const ERLimites turn(0, 2 * pi);
+    check(
+        ERBoundedCylinder(ERIdentity3D(), 3, {0, 10}, turn),
+        [&](ERTrimmedSurface& face, double start, bool turned) {
+            face.addBound(*ring(start, 7, false, false, turned), Boundary::outer);
+            face.addBound(*ring(start + 0.5, 2, true, false, !turned), Boundary::inner);
+        },
+        [](const ERPoint2D& p, bool) { return p.x() > 2.1 && p.x() < 7; });
+    check(
+        ERBoundedSphere(ERIdentity3D(), 3, turn, {-pi / 2, pi / 2}),
+        [&](ERTrimmedSurface& face, double start, bool turned) {
+            face.addBound(*ring(start, 0.4, false, true, turned), Boundary::outer);
+        },
+        [](const ERPoint2D& p, bool turned) { return (p.y() > 0.4) != turned; });
+    check(
+        ERBoundedTorus(ERIdentity3D(), 5, 1, 0, 2 * pi, 0, 2 * pi),
+        [&](ERTrimmedSurface& face, double start, bool turned) {
+            face.addBound(*ring(start, 1, false, true, turned), Boundary::outer);
+            face.addBound(*ring(start, 4, false, true, !turned), Boundary::inner);
+        },
+        [](const ERPoint2D& p, bool turned) { return (p.y() > 1 && p.y() < 4) != turned; });
+}
+
 // Even-odd parity, and the distance to the polygon with ordinates scaled.
 struct PolygonPlace {
     bool inside = false;

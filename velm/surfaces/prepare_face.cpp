@@ -5,6 +5,7 @@
 #include "velm/curves/nurbs_curve.h"
 #include "velm/frame/point_functions.h"
 #include "velm/surfaces/detail/face_tables.h"
+#include "velm/surfaces/detail/trim_rings.h"
 #include "velm/surfaces/trimmed_surface.h"
 #include "velm/wireframe/arc.h"
 #include "velm/wireframe/elliptical_arc.h"
@@ -19,6 +20,7 @@ namespace velm {
 
 using detail::FaceLoop;
 using detail::FaceTables;
+using detail::TrimPiece;
 
 namespace {
 
@@ -81,8 +83,19 @@ public:
             return add_curve(to_nurbs(ERArcEllipse2D::castdown(curve)));
         return add_curve(curve.ConvertToNurbs());
     }
-    // The loop with the number `index`; nothing without edges.
+    const std::vector<TrimPiece>& pieces() const { return pieces_; }
+    void set_pieces(std::vector<TrimPiece> pieces) { pieces_ = std::move(pieces); }
+
+    // The loop with the number `index`; nothing without edges, and where a curve can't be prepared.
     std::optional<FaceLoop> close(bool hole, int index, std::vector<TrimGap>& gaps) {
+        for (const TrimPiece& piece : pieces_) {
+            if (!piece.curve) {
+                join(piece.start);
+                append_line(piece.end, not_bridge);
+            } else if (!append_curve(*piece.curve)) {
+                return std::nullopt;
+            }
+        }
         if (contour_.size() == 0) return std::nullopt;
         join(contour_[0]);
         FaceLoop loop{EdgeTree(contour_), least_box(), hole, false, bridges_, 0.0};
@@ -119,13 +132,12 @@ private:
     }
 
     bool add_vertices(const ERVec<ERPoint2D>& vertices) {
+        ERPoint2D before;
         for (int i = 0; i < vertices.size(); ++i) {
             const ERPoint2D vertex = face_.scaled(vertices[i]);
             if (!std::isfinite(vertex.x()) || !std::isfinite(vertex.y())) return false;
-            if (i == 0)
-                join(vertex);
-            else if (!(vertex == end_))
-                append_line(vertex, not_bridge);
+            if (i > 0 && !(vertex == before)) pieces_.push_back(TrimPiece::line(before, vertex));
+            before = vertex;
         }
         return vertices.size() > 1;
     }
@@ -137,6 +149,13 @@ private:
             pole.y_ *= face_.v_scale;
         const std::vector<ERCpoleNURBS2D> parts =
             CurveEdge::smooth_parts(ERCpoleNURBS2D(poles, curve.getKnots(), curve.getBound()));
+        for (const ERCpoleNURBS2D& part : parts)
+            pieces_.push_back(TrimPiece::of(part));
+        return !parts.empty();
+    }
+
+    bool append_curve(const ERCpoleNURBS2D& curve) {
+        const std::vector<ERCpoleNURBS2D> parts = CurveEdge::smooth_parts(curve);
         for (const ERCpoleNURBS2D& part : parts) {
             const std::shared_ptr<const CurveEdge> edge = CurveEdge::make(part);
             if (!edge) return false;
@@ -189,6 +208,7 @@ private:
 
     const FaceTables& face_;
     double rounding_;
+    std::vector<TrimPiece> pieces_;
     Contour contour_;
     std::vector<double> bridges_; // by edge
     ERPoint2D end_;               // of the last edge
@@ -198,9 +218,10 @@ class FaceBuilder {
 public:
     FaceBuilder(const PreparedSurface& surface, double tolerance)
         : face_(std::make_shared<FaceTables>(surface)), speeds_(speeds_of(surface)),
-          rounding_(rounding_of(surface, speeds_)) {
+          rounding_(rounding_of(surface, speeds_)), seams_(face_->surface, 1.0) {
         face_->v_scale = speeds_.v_scale;
         face_->tolerance = std::max(tolerance, rounding_);
+        seams_ = detail::SurfaceSeams(face_->surface, speeds_.v_scale);
         const ERLimites u = surface.domain_u(), v = surface.domain_v();
         limits_ =
             ERMinimax2D(face_->scaled({u.start(), v.start()}), face_->scaled({u.end(), v.end()}));
@@ -208,13 +229,27 @@ public:
 
     bool add(const ERTrimmedSurface& trimmed) {
         bool first_is_outer = trimmed.isFirstOuter();
+        std::vector<detail::TrimRing> rings;
+        std::vector<std::pair<LoopBuilder, bool>> ring_builders; // and whether it is a hole
         for (const t_SmartPtr<ERSurfaceBoundary>& boundary : trimmed.getBoundList()) {
             LoopBuilder loop(*face_, rounding_);
             if (!boundary->getBound2D() || !loop.add(*boundary->getBound2D())) return false;
-            if (!append(loop, !first_is_outer)) return false;
+            if (const auto ring = detail::ring_of(loop.pieces(), seams_)) {
+                rings.push_back(*ring);
+                ring_builders.emplace_back(std::move(loop), !first_is_outer);
+            } else if (!append(loop, !first_is_outer)) {
+                return false;
+            }
             first_is_outer = false;
         }
-        return true;
+        if (const auto closed = detail::loop_of(std::move(rings), seams_)) {
+            LoopBuilder loop(*face_, rounding_);
+            loop.set_pieces(closed->pieces);
+            return append(loop, closed->hole);
+        }
+        return std::ranges::all_of(ring_builders, [&](std::pair<LoopBuilder, bool>& ring) {
+            return append(ring.first, ring.second);
+        });
     }
 
     PreparedFace finished() {
@@ -269,6 +304,7 @@ private:
     std::shared_ptr<FaceTables> face_;
     Speeds speeds_;
     double rounding_;
+    detail::SurfaceSeams seams_;
     ERMinimax2D limits_; // scaled
 };
 
