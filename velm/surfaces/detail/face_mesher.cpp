@@ -95,8 +95,8 @@ void FaceMesher::insert(const std::vector<TrimPolygon>& polygons) {
             const TrimSideKind kind = polygons[i][k].side;
             if (a == b) continue;
             if (kind != TrimSideKind::own)
-                sides_.try_emplace(key(a, b), kind,
-                                   TrimSideNumber{static_cast<int>(i), static_cast<int>(k)});
+                sides_.try_emplace(key(a, b), SideKind{kind, TrimSideNumber{static_cast<int>(i),
+                                                                            static_cast<int>(k)}});
             kind == TrimSideKind::shared ? fix_shared(a, b) : fix(a, b);
         }
     find_lost_sides();

@@ -162,7 +162,8 @@ std::optional<TrimRing> ring_of(std::vector<TrimPiece> pieces, const SurfaceSeam
             return std::fabs(piece.start[axis] - from) <= on_seam * period;
         };
         if (std::ranges::count_if(ring.pieces, starts) != 1) return std::nullopt;
-        std::ranges::rotate(ring.pieces, std::ranges::find_if(ring.pieces, starts));
+        std::rotate(ring.pieces.begin(), std::ranges::find_if(ring.pieces, starts),
+                    ring.pieces.end());
         return ring;
     }
     return std::nullopt;
