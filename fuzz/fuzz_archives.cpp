@@ -147,10 +147,13 @@ void draw(SectionArchiveReader& document) {
 }
 
 void draw(TargetArchiveReader& document) {
-    std::vector<TargetRow> rows;
-    const Summary summary =
-        summary_of<TargetRow>(document, [&](const TargetRow& row) { rows.push_back(row); });
-    target_pictures(rows, summary, 3);
+    TargetPicture picture(document.head());
+    KeptRows<TargetRow> kept;
+    summary_of<TargetRow>(document, [&](const TargetRow& row) {
+        kept.add(row);
+        picture.add(row);
+    });
+    picture.svg({}, {}, 3, kept.worst());
 }
 
 void draw(FitArchiveReader& document) {

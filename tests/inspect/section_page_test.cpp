@@ -11,7 +11,8 @@ namespace {
 // The cells of the rows of the table, the id first, as the page without its script shows them.
 std::vector<std::vector<std::string>> rows_of(const std::string& page) {
     std::vector<std::vector<std::string>> rows;
-    const std::size_t from = page.find("<tbody>"), to = page.find("</tbody>");
+    const std::size_t points = page.find("<h2>Points"); // after the worst ones
+    const std::size_t from = page.find("<tbody>", points), to = page.find("</tbody>", points);
     const std::regex cell("<t[hd][^>]*>([^<]*)</t[hd]>");
     for (std::size_t at = page.find("<tr", from); at < to; at = page.find("<tr", at + 1)) {
         const std::string row = page.substr(at, page.find("</tr>", at) - at);

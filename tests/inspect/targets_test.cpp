@@ -168,4 +168,38 @@ TEST(Targets, TheCarPanelsPublishedDeviationsComeOut) {
     EXPECT_EQ(compared, 102);
 }
 
+// Very many points are all in the map of colours, seen from two sides; the page and its report
+// don't depend on where the rows came from.
+TEST(Targets, VeryManyAreAllShown) {
+    const velm_test::Workshop shop;
+    std::string rows = "id,nom_x,nom_y,nom_z,nom_i,nom_j,nom_k,act_x,act_y,act_z\n";
+    for (int n = 0; n < 6000; ++n) {
+        const int x = n % 100, y = n / 100;
+        const std::string place = std::to_string(x) + "," + std::to_string(y) + ",";
+        const char* height = x < 50 ? "1.03" : n == 5999 ? "2" : "0.97";
+        rows += "p" + std::to_string(n) + "," + place + "1,0,0,1," + place + height + "\n";
+    }
+    shop.write("t.csv", rows);
+    const velm_test::Ended run = shop.run("targets t.csv --tolerance .05 --html a.html --svg a.svg "
+                                          "--store s.velm --quiet");
+    EXPECT_EQ(run.code, 1) << run.error;
+    const std::string page = shop.read("a.html"), picture = shop.read("a.svg");
+    for (const std::string& text : {page, picture})
+        for (const char* words : {"6,000 points in ", "x to the right, y upwards",
+                                  "x to the right, z upwards", "p5999\u2002+1.0000"})
+            EXPECT_NE(text.find(words), std::string::npos) << words;
+    // Each half of the grid in its colour: 60 rows of 50 places at least 7 units from each other.
+    const auto squares = [&](const char* color) {
+        const std::size_t end = picture.find(std::string("fill=\"") + color + "\"/>");
+        const std::size_t start = picture.rfind("<path d=\"", end);
+        return std::count(picture.begin() + static_cast<std::ptrdiff_t>(start),
+                          picture.begin() + static_cast<std::ptrdiff_t>(end), 'M');
+    };
+    EXPECT_GT(squares("#e07b53"), 2000);
+    EXPECT_GT(squares("#5a9fd0"), 2000);
+    EXPECT_EQ(shop.run("report s.velm --html b.html --svg b.svg --quiet").code, 1);
+    EXPECT_EQ(shop.read("b.html"), page);
+    EXPECT_EQ(shop.read("b.svg"), picture);
+}
+
 } // namespace

@@ -13,75 +13,102 @@
 namespace velm::inspect {
 namespace {
 
-// The contents of a table.
-struct ReadTable {
-    TargetHead head;
-    std::vector<TargetRow> rows;
-    std::vector<std::string> notes;
-    RepeatedIds repeated;
-    BadRows bad;
-};
+// The rows of a table, one at a time; those that can't be used are counted.
+class TargetRows {
+public:
+    TargetRows(const TargetOptions& options, TextSource& source, Progress& progress)
+        : options_(options), source_(source), reader_(source, options.table_options),
+          progress_(progress) {}
 
-ReadTable read_table(const TargetOptions& options, TextSource& source, Progress& progress) {
-    TargetReader reader(source, options.table_options);
-    ReadTable table;
-    while (reader.next()) {
-        try {
-            table.rows.push_back(
-                reader.row(static_cast<int>(table.rows.size()) + 1, options.tolerance));
-            table.repeated.add(table.rows.back().part, table.rows.back().id, reader.line());
-        } catch (const RowFault& fault) {
-            table.bad.add(reader, fault);
+    bool next(TargetRow& row) {
+        while (reader_.next()) {
+            progress_.update(count_, source_.bytes_read(), source_.size());
+            try {
+                row = reader_.row(static_cast<int>(count_) + 1, options_.tolerance);
+                repeated_.add(row.part, row.id, reader_.line());
+                ++count_;
+                return true;
+            } catch (const RowFault& fault) {
+                bad_.add(reader_, fault);
+            }
         }
-        progress.update(table.rows.size(), source.bytes_read(), source.size());
+        finish();
+        return false;
     }
-    progress.clear();
-    if (table.bad.count() > 0 && !options.skip_bad)
-        throw Failure(ExitCode::input, table.bad.sentence(source.name()));
-    if (table.rows.empty())
-        source.refuse_whole(table.bad.count() > 0
-                                ? "no row can be used; expected at least one measured point"
-                                : "no rows after the header; expected at least one measured "
-                                  "point");
-    describe_columns(reader.records(), table.head);
-    table.notes = table_notes(reader.records(), source.name());
-    return table;
-}
+    const CsvRecords& records() const { return reader_.records(); }
+    std::uint64_t skipped() const { return bad_.count(); }
+    // About all rows, at the end.
+    std::vector<std::string> notes() const {
+        std::vector<std::string> notes = table_notes(records(), source_.name());
+        if (bad_.count() > 0) notes.push_back("skipped: " + bad_.sentence(source_.name()));
+        if (std::string repeated = repeated_.sentence(source_.name()); !repeated.empty())
+            notes.push_back(std::move(repeated));
+        return notes;
+    }
+
+private:
+    void finish() {
+        progress_.clear();
+        if (bad_.count() > 0 && !options_.skip_bad)
+            throw Failure(ExitCode::input, bad_.sentence(source_.name()));
+        if (count_ == 0)
+            source_.refuse_whole(bad_.count() > 0
+                                     ? "no row can be used; expected at least one measured point"
+                                     : "no rows after the header; expected at least one measured "
+                                       "point");
+    }
+
+    const TargetOptions& options_;
+    TextSource& source_;
+    TargetReader reader_;
+    Progress& progress_;
+    RepeatedIds repeated_;
+    BadRows bad_;
+    std::uint64_t count_ = 0;
+};
 
 } // namespace
 
 InspectionEnd inspect_targets(const TargetOptions& options, Progress& progress) {
     TextSource source(options.table);
-    ReadTable table = read_table(options, source, progress);
-    TargetHead& head = table.head;
+    TargetRows rows(options, source, progress);
+    // Where the head follows from all rows, they are read before it.
+    const bool reads_ahead = options.align || options.skip_bad || rows.records().is_by_axis();
+    std::vector<TargetRow> read;
+    TargetRow row;
+    while (reads_ahead && rows.next(row))
+        read.push_back(row);
+    TargetHead head;
+    describe_columns(rows.records(), head);
     head.table = options.table;
     head.tolerance = options.tolerance;
     head.info = options.info;
     fill_in_date(head.info, options.table);
     head.decimals = options.decimals;
-    if (options.align) head.alignment = align_targets(table.rows, source.name());
-    if (options.skip_bad) head.skipped = table.bad.count();
+    if (options.align) head.alignment = align_targets(read, source.name());
+    if (options.skip_bad) head.skipped = rows.skipped();
+
     TargetOutputs outputs(head, options.paths);
     std::optional<KeptRecords<TargetRecordWriter>> store;
     if (options.paths.store)
         store.emplace(outputs.set(), *options.paths.store, options.paths.sync, head);
     std::optional<KeptArchive<TargetArchiveWriter>> archive;
     if (options.paths.archive) archive.emplace(outputs.set(), *options.paths.archive, head);
-    for (TargetRow& row : table.rows) {
-        judge(row, head);
-        outputs.add(row);
-        if (store) store->add(row);
-        if (archive) archive->add(row);
-    }
+    const auto take = [&](TargetRow& one) {
+        judge(one, head);
+        outputs.add(one);
+        if (store) store->add(one);
+        if (archive) archive->add(one);
+    };
+    for (TargetRow& one : read)
+        take(one);
+    while (!reads_ahead && rows.next(row))
+        take(row);
     if (store) store->finish(outputs.summary());
     if (archive) archive->finish(outputs.summary());
     outputs.finish();
-    InspectionEnd end{outputs.is_in_tolerance(), std::move(table.notes),
-                      !options.align && may_be_misplaced(outputs.summary())};
-    if (table.bad.count() > 0) end.notes.push_back("skipped: " + table.bad.sentence(source.name()));
-    if (const std::string repeated = table.repeated.sentence(source.name()); !repeated.empty())
-        end.notes.push_back(repeated);
-    return end;
+    return {outputs.is_in_tolerance(), rows.notes(),
+            !options.align && may_be_misplaced(outputs.summary())};
 }
 
 } // namespace velm::inspect

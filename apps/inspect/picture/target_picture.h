@@ -1,25 +1,55 @@
-// target_picture.h: `target_pictures`, the deviations of targets drawn for a page.
+// target_picture.h: `TargetPicture`, the deviations of targets drawn for a report.
 #pragma once
 
-#include "inspect/picture/deviation_scale.h"
+#include "inspect/picture/deviation_histogram.h"
 #include "inspect/picture/page_pictures.h"
+#include "inspect/picture/report_head.h"
+#include "inspect/picture/target_drawing.h"
 #include "velm/inspection/target_result.h"
 
-#include <optional>
-#include <span>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace velm::inspect {
 
-/// Points at the nominal places, seen along the axis that shows most of them, with the deviation as
-/// a whisker along the normal if the view shows that, or for a direct target towards the measured
-/// point, magnified by a round factor; coloured by the deviation, the worst above the others and
-/// named. Of more than 5,000 points the worst of each place is drawn.
-PagePictures target_pictures(std::span<const TargetRow> rows, const Summary& summary, int decimals);
+/// Gathers targets and draws them at their nominal places, from the side that shows most of them
+/// and along the surface, with the deviation as a whisker along the normal, or for a direct target
+/// towards the measured point, magnified by a round factor; coloured by the deviation, the worst
+/// above the others and named. More than 5,000 points make a map of colours; 32 bytes of each are
+/// in memory then.
+class TargetPicture {
+public:
+    explicit TargetPicture(const TargetHead& head) : head_(head) {}
+    void add(const TargetRow& row);
 
-/// The same as a picture on one sheet.
-std::string target_svg(std::span<const TargetRow> rows, const Summary& summary, int decimals,
-                       const ReportHead& head, const std::vector<FigureLine>& figures);
+    /// A picture on one sheet, or those of a page. `worst` are the rows to be named, the worst
+    /// first.
+    std::string svg(const ReportHead& head, const std::vector<FigureLine>& figures, int decimals,
+                    const std::vector<TargetRow>& worst) const;
+    PagePictures page(int decimals, const std::vector<TargetRow>& worst) const;
+
+private:
+    // What all pictures share.
+    struct Look {
+        std::vector<DeviationHistogram::Cell> cells;
+        double reference;
+        DeviationScale scale;
+        DeviationUnit unit;
+    };
+    static constexpr std::size_t most_points = 5000;
+
+    Look look(int decimals) const;
+    LegendNotes notes() const;
+    std::string drawing(double width, const Look& look, const std::vector<TargetRow>& worst) const;
+
+    TargetHead head_;
+    TargetBox box_;
+    std::vector<TargetRow> rows_;   // up to most_points
+    std::vector<TargetSpot> spots_; // all, if there are more
+    DeviationHistogram histogram_;
+    std::uint64_t above_ = 0, below_ = 0; // points beyond their limits
+    bool has_normals_ = false;
+};
 
 } // namespace velm::inspect

@@ -40,6 +40,7 @@ std::string FitOutputs::page() const {
     const PageColumns columns(describe(any, head()), "residual", {});
     ReportPage page;
     page.head = report_head();
+    page.groups = group_tables("residual");
     page.figures = figure_lines();
     page.pictures = picture_.page(summary(), decimals(), rows().worst());
     page.count = summary().count();

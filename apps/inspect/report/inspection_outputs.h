@@ -2,6 +2,7 @@
 // inspections.
 #pragma once
 
+#include "inspect/base/number_text.h"
 #include "inspect/base/output_paths.h"
 #include "inspect/base/output_set.h"
 #include "inspect/base/shown_rows.h"
@@ -15,6 +16,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace velm::inspect {
@@ -94,8 +96,19 @@ protected:
 
     const Head& head() const { return head_; }
     const KeptRows<Row>& rows() const { return rows_; }
-    /// Features and parts, for a page.
-    std::vector<ReportPage::Points> group_tables() const { return groups_.tables(decimals()); }
+    /// The worst points, if there are many, then parts and features: for a page's beginning.
+    std::vector<ReportPage::Points> group_tables(const char* value_name = "deviation") const {
+        constexpr std::size_t most = 5, few = 10;
+        std::vector<ReportPage::Points> tables = groups_.tables(decimals());
+        if (summary_.count() <= few) return tables;
+        ReportPage::Points worst{"Worst points", {value_name}, {}};
+        for (const Row& row : rows_.worst())
+            if (row.is_assigned && worst.rows.size() < most)
+                worst.rows.push_back(
+                    {row.id, {fixed(row.deviation, decimals())}, row.in_tolerance});
+        tables.insert(tables.begin(), std::move(worst));
+        return tables;
+    }
     bool has_page() const { return html_ != nullptr; }
     bool has_picture() const { return svg_ != nullptr || has_page(); }
 

@@ -77,8 +77,10 @@ std::string table_head(const ReportPage::Points& points, bool judged) {
 std::string table(const ReportPage::Points& points, bool judged, bool has_filter) {
     std::string out = element("h2", points.heading) + "\n";
     if (judged && has_filter) out += filter(points.rows);
-    out += "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"" + points.heading +
-           "\"><table>" + table_head(points, judged) + "<tbody>\n";
+    const bool is_short = points.columns.size() <= 2;
+    out += std::string("<div class=\"scroll") + (is_short ? " short" : "") +
+           "\" tabindex=\"0\" role=\"region\" aria-label=\"" + points.heading + "\"><table>" +
+           table_head(points, judged) + "<tbody>\n";
     std::vector<const ReportPage::Row*> rows; // out of tolerance first
     for (const ReportPage::Row& row : points.rows)
         rows.push_back(&row);

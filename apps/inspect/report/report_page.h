@@ -27,7 +27,7 @@ struct ReportPage {
 
     ReportHead head;
     std::vector<FigureLine> figures;
-    std::vector<Points> groups; ///< parts and features, on the first page
+    std::vector<Points> groups; ///< the worst points, parts and features, on the first page
     PagePictures pictures;
     std::vector<Points> tables;
     std::uint64_t count = 0; ///< of all points; if the tables have fewer, they are the worst

@@ -37,11 +37,11 @@ svg [stroke="#1f2933"]{stroke:var(--ink)}svg [stroke="#52606d"]{stroke:var(--sof
 svg [stroke="#cbd2d9"]{stroke:var(--line)}svg [stroke="#fff"]{stroke:var(--ground)}
 .beside{display:grid;grid-template-columns:repeat(auto-fit,minmax(17rem,1fr));gap:1.2rem 2rem;align-items:start}
 .beside svg{max-width:26rem;margin:0 auto}
-dl{margin:0}dl div{display:flex;justify-content:space-between;gap:1rem;border-bottom:1px solid var(--line);padding:.2rem 0}
+dl{margin:0}dl div{display:flex;flex-wrap:wrap;justify-content:space-between;gap:0 1rem;border-bottom:1px solid var(--line);padding:.2rem 0}
 .figures{font-size:.9rem}.head{max-width:44rem;margin-bottom:1.2rem;font-size:.9rem}
-dt{color:var(--soft);flex:none}dd{margin:0;text-align:right;font-variant-numeric:tabular-nums;overflow-wrap:anywhere}
+dt{color:var(--soft);flex:none}dd{margin:0 0 0 auto;max-width:100%;text-align:right;font-variant-numeric:tabular-nums;overflow-wrap:anywhere}
 th,dd,h1,.subtitle{unicode-bidi:isolate}
-.scroll{overflow-x:auto}
+.scroll{overflow-x:auto;margin-bottom:1.2rem}.short{max-width:28rem}
 table{border-collapse:separate;border-spacing:0;width:100%;font-variant-numeric:tabular-nums;font-size:.9rem}
 th,td{padding:.25rem .6rem;text-align:right;vertical-align:top;white-space:nowrap;border-bottom:1px solid var(--line)}
 th:first-child{position:sticky;left:0;background:var(--ground);text-align:left;font-weight:normal;white-space:normal;overflow-wrap:break-word;max-width:16rem}
@@ -62,7 +62,7 @@ thead th::before{position:absolute;margin-left:-.8em}
 @page{margin:14mm 12mm 16mm;@bottom-right{content:counter(page) " / " counter(pages);font:8pt sans-serif}@bottom-left{content:"velm-inspect";font:8pt sans-serif}}
 @media print{body{font-size:10pt}main{max-width:none;padding:0}.filter{display:none}.scroll{overflow:visible}
 table{font-size:7.5pt}th,td{padding:.15rem .35rem}th:first-child{position:static}thead th::before,thead th::after,th button{display:none}
-figure,dl div{break-inside:avoid}h2{break-after:avoid}thead{display:table-header-group;break-inside:avoid}
+.drawing svg{max-height:118mm}figure,dl div{break-inside:avoid}h2{break-after:avoid}thead{display:table-header-group;break-inside:avoid}
 .beside{grid-template-columns:1fr 1fr 1.15fr;gap:1rem}.figures{font-size:8.5pt}}
 )css";
 

@@ -1,8 +1,6 @@
 #include "inspect/report/target_outputs.h"
 
 #include "inspect/base/number_text.h"
-#include "inspect/base/shown_rows.h"
-#include "inspect/picture/target_picture.h"
 #include "inspect/report/report_page.h"
 #include "velm/version.h"
 
@@ -13,11 +11,12 @@
 namespace velm::inspect {
 
 TargetOutputs::TargetOutputs(const TargetHead& head, const OutputPaths& paths)
-    : InspectionOutputs("targets", head, paths) {}
+    : InspectionOutputs("targets", head, paths), picture_(head) {}
 
 void TargetOutputs::take(const TargetRow& row) {
     if (row.is_distance && row.target.measured_point().probe_diameter() > 0.0) ++balls_left_;
-    if (has_picture()) page_rows_.push_back(row);
+    if (has_page()) page_rows_.add(row);
+    if (has_picture()) picture_.add(row);
 }
 
 ReportHead TargetOutputs::report_head() const {
@@ -61,19 +60,16 @@ ReportPage::Points TargetOutputs::points_of(const std::vector<TargetRow>& rows,
 }
 
 std::string TargetOutputs::svg() const {
-    return target_svg(page_rows_, summary(), decimals(), report_head(), figure_lines());
+    return picture_.svg(report_head(), figure_lines(), decimals(), rows().worst());
 }
 
 std::string TargetOutputs::page() const {
-    WorstRows<TargetRow> worst;
-    for (const TargetRow& row : page_rows_)
-        worst.add(row);
-    const std::vector<TargetRow> rows = worst.in_order();
+    const std::vector<TargetRow> rows = page_rows_.in_order();
     ReportPage page;
     page.head = report_head();
     page.groups = group_tables();
     page.figures = figure_lines();
-    page.pictures = target_pictures(page_rows_, summary(), decimals());
+    page.pictures = picture_.page(decimals(), this->rows().worst());
     page.count = summary().count();
     page.is_judged = summary().is_judged();
     for (const bool is_distance : {false, true})

@@ -1,6 +1,8 @@
 // target_outputs.h: `TargetOutputs`, the outputs of an inspection of targets.
 #pragma once
 
+#include "inspect/base/shown_rows.h"
+#include "inspect/picture/target_picture.h"
 #include "inspect/report/inspection_outputs.h"
 #include "inspect/report/report_page.h"
 #include "velm/inspection/target_result.h"
@@ -10,7 +12,6 @@
 
 namespace velm::inspect {
 
-/// Only a page keeps all rows in memory.
 class TargetOutputs : public InspectionOutputs<TargetRow> {
 public:
     TargetOutputs(const TargetHead& head, const OutputPaths& paths);
@@ -22,7 +23,8 @@ private:
     std::string page() const override;
     ReportPage::Points points_of(const std::vector<TargetRow>& rows, bool is_distance) const;
 
-    std::vector<TargetRow> page_rows_;
+    TargetPicture picture_;
+    WorstRows<TargetRow> page_rows_;
     std::uint64_t balls_left_ = 0; // points without a normal that were probed with a ball
 };
 
