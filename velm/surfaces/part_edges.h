@@ -19,7 +19,7 @@
 // pair is farther than this from the other stretch, in the order of a way along both, except for
 // rounding. Between two neighbouring places both stretches are near to their chords, by the bounds
 // of velm::polyline for the trim and of velm::flatness for the surface, and the chords are as near
-// to each other as their ends are. It exceeds `gap` by at most a quarter of the tolerance or 4e-7
+// to each other as their ends are. It exceeds `gap` by at most a quarter of the tolerance or 1.6e-5
 // of the part's size, whichever is more, except where that would take more than 4096 places.
 //
 // What is not. That all is found is not proved: a corner is where a loop turns by more than 0.2

@@ -60,14 +60,16 @@ JointPlace JointCut::place_of(std::size_t stretch, double place, const JointPlac
     return made;
 }
 
-// In the middle of the first stretch, or at the end of an edge near that.
-bool JointCut::between(const JointPlace& before, const JointPlace& after, JointPlace& made) const {
+// At a part of the way along the first stretch, or at the end of an edge near that.
+bool JointCut::between(const JointPlace& before, const JointPlace& after, double part,
+                       JointPlace& made) const {
     for (std::size_t k = 0; k < stretches_.size(); ++k)
         if (std::fabs(before.on[k] - after.on[k]) < 4.0 * least_step) return false;
     const LiftedLoop& loop = *stretches_[0].loop;
     const auto [low, high] = std::minmax(before.on[0], after.on[0]);
     const double whole = loop.length_between(low, high);
-    double place = loop.place_at_way(low, 0.5 * whole);
+    if (before.on[0] > after.on[0]) part = 1.0 - part;
+    double place = loop.place_at_way(low, part * whole);
     const double end = std::round(place);
     const double to_end = end > low && end < high ? loop.length_between(low, end) : 0.0;
     if (to_end > 0.25 * whole && to_end < 0.75 * whole) place = end;
@@ -76,16 +78,26 @@ bool JointCut::between(const JointPlace& before, const JointPlace& after, JointP
     return true;
 }
 
-bool JointCut::is_near(const JointPlace& before, const JointPlace& after,
-                       const Limits& limits) const {
+// The largest deviation as a part of its limit.
+double JointCut::excess(const JointPlace& before, const JointPlace& after,
+                        const Limits& limits) const {
+    double most = 0.0;
     for (std::size_t k = 0; k < stretches_.size(); ++k) {
         const auto [low, high] = std::minmax(before.on[k], after.on[k]);
         const LiftedLoop& loop = *stretches_[k].loop;
-        if (loop.trim_deviation(low, high) > limits.trim) return false;
-        if (loop.metric().deviation(loop.parameter(low), loop.parameter(high)) > limits.deviation)
-            return false;
+        const double off = loop.metric().deviation(loop.parameter(low), loop.parameter(high));
+        most =
+            std::max({most, loop.trim_deviation(low, high) / limits.trim, off / limits.deviation});
     }
-    return true;
+    return most;
+}
+
+// Deviations fall with the square of the length: where they ask for n parts, n / 2 of them come
+// first.
+static double first_part(double excess) {
+    constexpr double most_parts = 64.0;
+    const double parts = std::clamp(std::ceil(std::sqrt(excess)), 2.0, most_parts);
+    return std::floor(0.5 * parts) / parts;
 }
 
 bool JointCut::cut(const Limits& limits) {
@@ -96,9 +108,10 @@ bool JointCut::cut(const Limits& limits) {
     while (!pending.empty()) {
         complete = complete && !(pending.back().gap > limits.largest_gap);
         const bool has_room = done.size() + pending.size() < limits.most_places;
-        if (complete && has_room && !is_near(done.back(), pending.back(), limits)) {
+        const double off = complete && has_room ? excess(done.back(), pending.back(), limits) : 0.0;
+        if (off > 1.0) {
             JointPlace made;
-            if (between(done.back(), pending.back(), made)) {
+            if (between(done.back(), pending.back(), first_part(off), made)) {
                 pending.push_back(std::move(made));
                 continue;
             }
@@ -112,7 +125,7 @@ bool JointCut::cut(const Limits& limits) {
 
 bool JointCut::halve(std::size_t i) {
     JointPlace made;
-    if (!between(places_[i], places_[i + 1], made)) return false;
+    if (!between(places_[i], places_[i + 1], 0.5, made)) return false;
     places_.insert(places_.begin() + static_cast<std::ptrdiff_t>(i) + 1, std::move(made));
     return true;
 }

@@ -53,8 +53,9 @@ public:
 private:
     JointPlace place_of(std::size_t stretch, double place, const JointPlace& before,
                         const JointPlace& after) const;
-    bool between(const JointPlace& before, const JointPlace& after, JointPlace& made) const;
-    bool is_near(const JointPlace& before, const JointPlace& after, const Limits& limits) const;
+    bool between(const JointPlace& before, const JointPlace& after, double part,
+                 JointPlace& made) const;
+    double excess(const JointPlace& before, const JointPlace& after, const Limits& limits) const;
     void insert_breaks();
     void insert_break(std::size_t stretch, double place);
 
