@@ -35,7 +35,7 @@ void DeviationEnvelope::add(const SectionRow& row) {
     const auto count = static_cast<double>(stretches.size());
     Stretch& stretch =
         stretches[static_cast<std::size_t>(std::clamp(at * count, 0.0, count - 1.0))];
-    const Extreme extreme{found.foot, found.outward, row.deviation};
+    const Extreme extreme{found.foot, found.outward, row.deviation, row.in_tolerance == false};
     if (stretch.count == 0 || row.deviation < stretch.least.deviation) stretch.least = extreme;
     if (stretch.count == 0 || row.deviation > stretch.greatest.deviation)
         stretch.greatest = extreme;

@@ -16,6 +16,7 @@ public:
         ERPoint2D foot;
         ERVector2D outward;
         double deviation = 0.0;
+        bool is_out = false; ///< of tolerance
     };
     struct Stretch {
         Extreme least, greatest;

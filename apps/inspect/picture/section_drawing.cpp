@@ -297,6 +297,25 @@ void SectionDrawing::draw_envelope(const DeviationEnvelope& envelope) {
     canvas_.path(borders, svg_pen(palette::envelope_edge, 0.7));
 }
 
+void SectionDrawing::draw_extremes(const DeviationEnvelope& envelope) {
+    std::vector<DrawnPoint> points;
+    for (const auto& stretches : envelope.contours())
+        for (const DeviationEnvelope::Stretch& stretch : stretches)
+            for (const DeviationEnvelope::Extreme* const extreme :
+                 {&stretch.least, &stretch.greatest}) {
+                if (stretch.count == 0 || !extreme->is_out) continue;
+                DrawnPoint& point = points.emplace_back();
+                point.foot = extreme->foot;
+                point.outward = extreme->outward;
+                point.deviation = extreme->deviation;
+                point.in_tolerance = false;
+            }
+    std::vector<const DrawnPoint*> all;
+    for (const DrawnPoint& point : points)
+        all.push_back(&point);
+    draw_markers(all);
+}
+
 void SectionDrawing::draw_labels(const std::vector<SectionRow>& rows, std::size_t most,
                                  const DeviationUnit& unit) {
     constexpr double size = palette::text_size, apart = 36.0;

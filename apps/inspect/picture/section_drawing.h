@@ -36,6 +36,8 @@ public:
     /// With `only_excess`, for points out of tolerance over an envelope, from the limit on.
     void draw_whiskers(const std::vector<DrawnPoint>& points, bool only_excess);
     void draw_envelope(const DeviationEnvelope& envelope);
+    /// Marks of those of its extremes that are out of tolerance.
+    void draw_extremes(const DeviationEnvelope& envelope);
     /// Names up to `most` of the rows in the order given, but none close to one named already, each
     /// at the place where it hides least, with a line to its point.
     void draw_labels(const std::vector<SectionRow>& rows, std::size_t most,

@@ -59,7 +59,7 @@ void SectionPicture::add(const SectionRow& row) {
     }
     envelope_.add(row);
     histogram_.add(row.deviation);
-    if (count_ < most_whiskers || out) {
+    if (count_ < most_whiskers || (out && !has_too_many_out_)) {
         points_.push_back({row, row.comparison.foot, row.comparison.outward});
         if (count_ >= most_named) points_.back().id = {};
     }
@@ -69,6 +69,10 @@ void SectionPicture::add(const SectionRow& row) {
             point.id = {};
     if (count_ == most_whiskers + 1)
         std::erase_if(points_, [](const DrawnPoint& point) { return point.in_tolerance != false; });
+    if (count_ > most_whiskers && points_.size() > most_whiskers) {
+        has_too_many_out_ = true;
+        points_ = {};
+    }
 }
 
 std::vector<SectionRow> SectionPicture::rows_to_name(const std::vector<SectionRow>& worst) const {
@@ -101,7 +105,10 @@ LegendNotes SectionPicture::draw(SvgCanvas& canvas, const CanvasBox& area, const
     notes.shows_envelope = count_ > most_whiskers;
     drawing.draw_outline();
     if (notes.shows_envelope) drawing.draw_envelope(envelope_);
-    drawing.draw_whiskers(points_, notes.shows_envelope);
+    if (has_too_many_out_)
+        drawing.draw_extremes(envelope_);
+    else
+        drawing.draw_whiskers(points_, notes.shows_envelope);
     drawing.draw_labels(rows_to_name(worst), tolerance_ ? 6 : 3, look.unit);
     drawing.draw_bars();
     notes.cut_whiskers = drawing.cut_whiskers();

@@ -15,8 +15,8 @@
 namespace velm::inspect {
 
 /// Gathers the rows and draws them on one sheet of A4 or for a page: up to 5,000 points each as a
-/// whisker, above that the envelope of the deviations along the outline and every point out of
-/// tolerance.
+/// whisker, above that the envelope of the deviations along the outline, and every point out of
+/// tolerance; where these are more than 5,000 the extremes of the envelope are marked instead.
 class SectionPicture {
 public:
     /// The outline must outlive the picture.
@@ -52,6 +52,7 @@ private:
     const Outline& outline_;
     std::optional<Tolerance> tolerance_;
     std::size_t count_ = 0;
+    bool has_too_many_out_ = false;
     std::vector<DrawnPoint> points_;
     DeviationEnvelope envelope_;
     DeviationHistogram histogram_;
