@@ -5,6 +5,7 @@
 #include "support/memory_file.h"
 #include "velm/velm.h"
 
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -118,6 +119,33 @@ void read_shape(const std::string& bytes) {
     shape.composite_curve();
 }
 
+// Feet and crossings of what takes bounded work: few poles, and no size that the given operations,
+// which go down to lengths of about 1, halve for long.
+void project_on(const ERAnyBoundedSurface& surface, std::size_t bytes) {
+    constexpr std::size_t most_bytes = 1024;
+    constexpr double most_size = 50.0, most_reach = 1e100; // squares are numbers
+    const ERPoint3D p(1, 2, 3);
+    ERMinimax3D all = surface.getBox();
+    if (bytes > most_bytes || !(all.diagonal() < most_size)) return;
+    all.Update(p);
+    if (!(all.diagonal() < most_reach)) return;
+    const ERVector3D direction(0.3, 0.2, 1);
+    ERPoint2D at;
+    if (surface.ProjectionNormale(p, 5.0, at, 1) != 0) surface(at.x(), at.y());
+    ERRaySurfaceResult given;
+    surface.ProjectPoint(p, direction, given, 1);
+    const auto prepared = velm::prepare(surface);
+    if (!prepared || !(prepared->box().diagonal() < most_size)) return; // a trim may reach far
+    const auto projector = velm::SurfaceProjector::on(*prepared);
+    constexpr int budget = 64;
+    const velm::SurfaceFoot foot = projector->nearest(p, budget);
+    // A damaged frame of a plane, cylinder and so on need not be orthonormal.
+    require(prepared->patches_u() == 0 ||
+            (foot.lower <= foot.distance && foot.distance < HUGE_VAL));
+    std::vector<velm::SurfaceCrossing> crossings;
+    velm::line_crossings(*projector, p, direction, crossings);
+}
+
 // The same for a surface, which also splits, projects and moves.
 template <class Surface>
 void read_surface(const std::string& bytes) {
@@ -129,6 +157,7 @@ void read_surface(const std::string& bytes) {
     surface.getBox();
     surface.getMatricePoint(3, 4);
     surface.project_inbound({1, 2, 3});
+    project_on(surface, bytes.size());
     t_SmartPtr<ERAnyBoundedSurface> first, second;
     surface.SplitInU(first, second);
     surface.SplitInV(first, second);

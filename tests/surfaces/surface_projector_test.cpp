@@ -563,8 +563,17 @@ TEST(SurfaceProjector, NamesEdgesCornersAndDegenerateFeet) {
     named(ring, {6, 0, 0}, interior, 2);
     named(ring, {0, 0, 1}, degenerate, std::sqrt(10) - 1);
     named(ring, {0, 3, 0}, degenerate, 1);
-    const SurfaceFoot none = SurfaceProjector::on(*velm::prepare(half))->nearest({NAN, 0, 0});
-    EXPECT_TRUE(!none.certified && std::isnan(none.distance));
+    const ERSpoleNURBS3D half_as_nurbs = as_nurbs(half);
+    for (const ERAnyBoundedSurface* form :
+         {static_cast<const ERAnyBoundedSurface*>(&half),
+          static_cast<const ERAnyBoundedSurface*>(&half_as_nurbs)}) {
+        const auto projector = SurfaceProjector::on(*velm::prepare(*form));
+        const SurfaceFoot none = projector->nearest({NAN, 0, 0});
+        EXPECT_TRUE(!none.certified && std::isnan(none.distance));
+        const SurfaceFoot far = projector->nearest({0, 3e200, 4e200}); // squares overflow
+        EXPECT_DOUBLE_EQ(far.distance, 5e200);
+        EXPECT_TRUE(!far.certified && far.lower > 4.9e200);
+    }
 }
 
 TEST(SurfaceProjector, ReportsTheGapWhenItsBudgetEnds) {

@@ -52,8 +52,7 @@ int SeedProjection(const ERSurOfRevolution& surface, const ERPoint3D& p, double 
     around.Inflate(distance);
     if (!form.isValid() || RelativePosition(box, around) == BOXES_DISJOINT) return 0;
     if (!surface.seeds_)
-        surface.seeds_.emplace(surface,
-                               velm::detail::seed_count(form.degreeU(), form.nbPolesU()),
+        surface.seeds_.emplace(surface, velm::detail::seed_count(form.degreeU(), form.nbPolesU()),
                                velm::detail::seed_count(form.degreeV(), form.nbPolesV()));
     const auto node = surface.seeds_->nearest(p);
     if (!node) return 0;

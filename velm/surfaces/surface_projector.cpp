@@ -194,12 +194,31 @@ bool is_finite(const ERPoint3D& p) {
     return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
 }
 
+double largest_part(const ERVector3D& v) {
+    return std::max({std::fabs(v.i()), std::fabs(v.j()), std::fabs(v.k())});
+}
+
 SurfaceFoot nearest_of(const ProjectorTables& tables, const ERPoint3D& p, const ERPoint2D* hint,
                        int budget) {
-    if (!is_finite(p)) {
+    // Beyond this, local, squares of distances overflow.
+    constexpr double longest = 1e150;
+    const ERMinimax3D box = tables.surface.box();
+    const ERPoint3D middle = (box.MinPoint() + box.MaxPoint()) * 0.5;
+    const double reach = largest_part(ERVector3D(middle, p)) * tables.leaves.frame.scale;
+    if (!std::isfinite(reach)) {
         SurfaceFoot none;
         none.distance = std::numeric_limits<double>::quiet_NaN();
         return none;
+    }
+    if (reach > longest) { // the foot of a point on the way, without a certificate
+        const ERVector3D way(middle, p);
+        SurfaceFoot foot = nearest_of(tables, middle + way * (0.5 * longest / reach), hint, budget);
+        const ERVector3D offset(foot.point, p);
+        const double part = largest_part(offset);
+        foot.distance = part * (offset * (1.0 / part)).norme();
+        foot.lower = std::max(0.0, foot.distance - box.diagonal());
+        foot.certified = false;
+        return foot;
     }
     if (!tables.analytic) return nearest_on_patches(tables, p, hint, std::max(budget, 0));
     const detail::SurfaceTables& shape = detail::SurfaceTables::of(tables.surface);

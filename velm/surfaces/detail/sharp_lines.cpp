@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <utility>
 
 namespace velm::detail {
@@ -35,17 +36,20 @@ private:
         const ERLimites limits[2] = {column(constant_u, below), column(constant_u, above)};
         const int smooth = surface_.kind() == SurfaceKind::offset ? 2 : 1;
         if (below >= 0 && above == below + 1 && continuity(constant_u, below) >= smooth) return;
-        SharpLine both = make(constant_u, below, above, limits);
+        std::optional<SharpLine> both = make(constant_u, below, above, limits);
+        if (!both) return;
         if (below >= 0 && above >= 0) {
-            const Meeting meeting = compare(both);
+            const Meeting meeting = compare(*both);
             if (meeting == Meeting::smooth) return;
             if (meeting == Meeting::torn) {
-                lines_.push_back(make(constant_u, below, -1, limits));
-                lines_.push_back(make(constant_u, -1, above, limits));
-                return;
+                keep(make(constant_u, below, -1, limits));
+                both = make(constant_u, -1, above, limits);
             }
         }
-        lines_.push_back(both);
+        keep(std::move(both));
+    }
+    void keep(std::optional<SharpLine> line) {
+        if (line) lines_.push_back(std::move(*line));
     }
 
     // The order of derivatives that are known to be continuous at the end of a column. Where the
@@ -60,7 +64,9 @@ private:
         return constant_u ? patches_.patch(i, 0).u : patches_.patch(0, i).v;
     }
 
-    SharpLine make(bool constant_u, int below, int above, const ERLimites* limits) const {
+    // Nothing where the side is no curve of numbers.
+    std::optional<SharpLine> make(bool constant_u, int below, int above,
+                                  const ERLimites* limits) const {
         const int along = constant_u ? patches_.patches_v() : patches_.patches_u();
         Pieces pieces;
         if (surface_.kind() == SurfaceKind::offset) {
@@ -82,11 +88,12 @@ private:
             const BezierPiece chord{point, 0.0, double(along)};
             curve = PreparedCurve<3>::from_pieces({&chord, 1});
         }
-        return {constant_u,
-                {below >= 0, above >= 0},
-                {limits[0].end(), limits[1].start()},
-                std::move(*curve),
-                collapsed};
+        if (!curve) return std::nullopt;
+        return SharpLine{constant_u,
+                         {below >= 0, above >= 0},
+                         {limits[0].end(), limits[1].start()},
+                         std::move(*curve),
+                         collapsed};
     }
 
     struct Pieces {

@@ -107,7 +107,8 @@ LeafFrame leaf_frame(const ERMinimax3D& box) {
     for (int c = 0; c < 3; ++c)
         frame.origin[c] = 0.5 * (box.MinPoint()[c] + box.MaxPoint()[c]);
     const double size = box.diagonal();
-    if (size > 0.0) frame.scale = std::ldexp(1.0, -std::ilogb(size));
+    constexpr int smallest = -960; // its inverse is a number, with room above it
+    if (size > 0.0) frame.scale = std::ldexp(1.0, -std::max(std::ilogb(size), smallest));
     return frame;
 }
 
