@@ -51,7 +51,7 @@ void ERFileManager::commit() {
     OperationState& now = *operation;
     const bool head_has_changed = startOffset != now.start_before || endOfData != now.end_before;
     if (now.log.empty() && !head_has_changed) return;
-    bring_up();
+    if (now.behind.any) bring_up();
     write_allocated();
     try {
         write_in_place();
@@ -69,11 +69,6 @@ void ERFileManager::commit() {
     now.log.clear();
     now.start_before = startOffset;
     now.end_before = endOfData;
-    try {
-        cut_guard();
-    } catch (CFileException* later) { // the next operation cuts it
-        later->Delete();
-    }
 }
 
 void ERFileManager::settle() {
@@ -139,7 +134,7 @@ void ERFileManager::change(long offset, const void* source, std::size_t count) {
     const bool never_used = length_known && static_cast<ULONGLONG>(offset) >= length;
     now.log.add_fresh(offset, source, count, never_used || now.batch);
     if (now.log.held() < OperationState::most_held) return;
-    bring_up();
+    if (now.behind.any) bring_up();
     write_allocated();
     now.log.drop_fresh();
 }
@@ -219,7 +214,7 @@ void ERFileManager::Write(const void* buffer, UINT count) {
 }
 
 ULONGLONG ERFileManager::GetLength() const {
-    if (!length_known || operation->steps == 0) {
+    if (operation->tail_end == 0 && (!length_known || operation->steps == 0)) {
         length = CFile::GetLength();
         length_known = true;
     }
@@ -292,6 +287,7 @@ std::size_t ERFileManager::read_image(long offset, void* target, std::size_t cou
     const OperationState& now = *operation;
     Seek(offset, begin);
     std::size_t came = CFile::Read(bytes, static_cast<UINT>(count));
+    if (now.tail_end > 0) came = std::min<std::size_t>(came, bytes_before_tail(offset));
     if (now.behind.any) now.behind.writes.put_old_over(now.behind.done, offset, bytes, came);
     return now.log.put_over(offset, bytes, count, came);
 }
@@ -380,15 +376,35 @@ UINT ERFileManager::Read(void* buffer, UINT count) {
 void ERFileManager::write_direct(long offset, const void* source, std::size_t count) {
     Seek(offset, begin);
     length = std::max(length, static_cast<ULONGLONG>(offset) + count); // a failure may leave a part
+    if (static_cast<long>(length) >= operation->tail_end) operation->tail_end = 0;
     CFile::Write(source, static_cast<UINT>(count));
 }
 
+// What is written over the images of a node is written over all of them: a part of them would mean
+// something else.
 void ERFileManager::write_allocated() {
     const long known = static_cast<long>(length_known ? length : CFile::GetLength());
-    operation->log.each_fresh_piece(known,
-                                    [this](long offset, const char* bytes, std::size_t size) {
-                                        write_direct(offset, bytes, size);
-                                    });
+    const OperationState::Guard& guard = operation->guard;
+    operation->log.each_fresh_piece(known, [&](long offset, const char* bytes, std::size_t size) {
+        const bool over_images = guard.there && offset + static_cast<long>(size) > guard.start;
+        if (over_images && offset <= guard.start) return write_over_guard(offset, bytes, size);
+        if (over_images || guard.is_of(offset, size)) cut_tail();
+        write_direct(offset, bytes, size);
+    });
+    if (guard.there && endOfData > guard.start) cut_tail();
+}
+
+// Where it fails, the file still ends where it did, and images that may be damaged follow.
+void ERFileManager::write_over_guard(long offset, const char* bytes, std::size_t size) {
+    OperationState& now = *operation;
+    std::string all(bytes, size);
+    all.resize(std::max(size, static_cast<std::size_t>(now.tail_end - offset)), '\0');
+    now.tail_end = offset + static_cast<long>(all.size());
+    Seek(offset, begin);
+    CFile::Write(all.data(), static_cast<UINT>(all.size()));
+    length = std::max(length, static_cast<ULONGLONG>(offset) + size);
+    if (all.size() == size) now.tail_end = 0;
+    now.guard.there = false;
 }
 
 void ERFileManager::write_head() {
@@ -419,44 +435,54 @@ void ERFileManager::write_in_place() {
 void ERFileManager::put_in_place(long offset, const char* bytes, const char* old, std::size_t size,
                                  bool node) {
     const OperationState::Guard& guard = operation->guard;
-    if (guard.there && guard.node == offset) cut_guard();
     if (node && UnfinishedNode::could_be_torn(offset, bytes, old, size))
         write_guard(offset, bytes, old, size);
+    else if (guard.there && guard.node == offset)
+        cut_tail();
     write_direct(offset, bytes, size);
 }
 
-// Where there is no room for both images, the node is written without them.
+// Where there is no room for both images, the node is written without them. They stay until other
+// bytes take their place, the node is written again or the file is closed: cutting the file costs
+// more than both writes.
 void ERFileManager::write_guard(long offset, const char* bytes, const char* old, std::size_t size) {
     OperationState::Guard& guard = operation->guard;
+    const bool is_larger_than_a_page = size > UnfinishedNode::page;
+    if (guard.there && (guard.node_size != size || is_larger_than_a_page)) cut_tail();
     const std::string both =
         UnfinishedNode{offset, std::string(bytes, size), std::string(old, size)}.bytes();
-    if (guard.there && guard.node_size != size) cut_guard();
-    const ULONGLONG without = guard.there ? guard.length_without : GetLength();
-    const ULONGLONG at = std::max(without, static_cast<ULONGLONG>(std::max(endOfData, 0L)));
-    if (at + both.size() > longest) return;
-    guard = {true, offset, size, at + both.size(), without};
+    const long count = static_cast<long>(both.size());
+    const long at =
+        std::max({static_cast<long>(GetLength()), endOfData, operation->tail_end - count});
+    if (at > static_cast<long>(longest) - count) return;
+    guard = {true, offset, size, at};
+    operation->tail_end = at + count;
     try {
-        write_direct(static_cast<long>(at), both.data(), both.size());
+        Seek(at, begin);
+        CFile::Write(both.data(), static_cast<UINT>(count));
     } catch (CFileException* failure) {
         if (failure->m_cause != CFileException::diskFull) throw;
         failure->Delete();
-        cut_guard();
+        cut_tail();
     }
 }
 
-void ERFileManager::cut_guard() {
-    OperationState::Guard& guard = operation->guard;
-    if (!guard.there) return;
-    CFile::SetLength(guard.length_without);
-    length = guard.length_without;
-    guard.there = false;
+std::size_t ERFileManager::bytes_before_tail(long offset) const {
+    const ULONGLONG at = static_cast<ULONGLONG>(offset);
+    return at < length ? static_cast<std::size_t>(length - at) : 0;
+}
+
+void ERFileManager::cut_tail() {
+    if (operation->tail_end > 0) CFile::SetLength(length);
+    operation->tail_end = 0;
+    operation->guard.there = false;
 }
 
 // Puts back what an operation that failed has overwritten, in the reverse order of its writes, and
 // cuts what is after the end of the file.
 void ERFileManager::bring_up() {
     OperationState::Behind& behind = operation->behind;
-    if (!behind.any) return cut_guard();
+    if (!behind.any) return cut_tail();
     const auto present = std::make_pair(startOffset, endOfData);
     startOffset = operation->start_before;
     endOfData = operation->end_before;
@@ -471,7 +497,7 @@ void ERFileManager::bring_up() {
                                           velm::stored_long(endOfData)};
             write_direct(0, words, sizeof words);
         }
-        cut_guard();
+        cut_tail();
     } catch (...) {
         std::tie(startOffset, endOfData) = present;
         throw;

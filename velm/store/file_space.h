@@ -42,7 +42,9 @@ struct OperationState;
 /// descriptor. When it raises, the store in memory is as it was before, and so is the file; or,
 /// where bytes that were written in place could not be put back, the file is *behind*: reading goes
 /// on and is right, the next operation that writes first brings the file up or fails again with the
-/// code, changing nothing, and so does Close. What an operation allocates it writes before any byte
+/// code, changing nothing, and so does Close. A file that is still behind when Close has raised or
+/// the process ends may hold the operation that failed, as a whole or in part; velm::check_store
+/// names what is damaged then. What an operation allocates it writes before any byte
 /// in place, so that a full disk leaves the file as it was. A removal needs no room.
 class VELM_API ERFileManager : public ERFile {
 public:
@@ -146,11 +148,13 @@ private:
     void write_head();
     void put_in_place(long offset, const char* bytes, const char* old, std::size_t size, bool node);
     void write_guard(long offset, const char* bytes, const char* old, std::size_t size);
-    void cut_guard();
+    void write_over_guard(long offset, const char* bytes, std::size_t size);
+    void cut_tail();
     void bring_up();
     void write_direct(long offset, const void* source, std::size_t count);
     // Reading.
     std::size_t read_image(long offset, void* target, std::size_t count);
+    std::size_t bytes_before_tail(long offset) const;
     std::string old_image(long offset, std::size_t count);
     bool read_ahead(ULONGLONG position, std::size_t count);
 

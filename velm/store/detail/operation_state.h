@@ -41,14 +41,21 @@ struct OperationState {
         bool head = false; // the head of the file may have been written
     } behind;
 
-    /// The images of a node at the end of the file.
+    /// The images of a node at the end of the file. They are of use while the node is written.
     struct Guard {
         bool there = false;
         long node = -1;
         std::size_t node_size = 0;
-        ULONGLONG end = 0;
-        ULONGLONG length_without = 0;
+        long start = 0;
+
+        /// Whether a range has bytes of the node.
+        bool is_of(long offset, std::size_t size) const {
+            return there && offset < node + static_cast<long>(node_size) &&
+                   node < offset + static_cast<long>(size);
+        }
     } guard;
+    /// Where the file ends for the system, if images, or zeros in their place, follow its own end.
+    long tail_end = 0;
 
     /// The nodes that a batch has changed: their new images, and the old ones of those that were
     /// in the file when it began.
