@@ -280,8 +280,10 @@ int ERBTreeOnDisk::insertKeyAndValue(const char* key, long value) {
     if (status != duplicate) {
         write_halves();
         ++information.entries;
-        if (has_numbers())
-            valid_pairs().enter(PairTable::number_of(key), static_cast<std::int32_t>(value));
+        if (has_numbers()) {
+            valid_pairs().make_room(1, information.entries);
+            pairs->enter(PairTable::number_of(key), static_cast<std::int32_t>(value));
+        }
     }
     step.finish();
     return status != duplicate;

@@ -42,7 +42,7 @@ static_assert(sizeof(ERBTreeInformation) == 40, "the information block is stored
 /// CFileException*; so are nodes that can't be (more keys than fit, a depth beyond any tree):
 /// invalidFile. The destructor raises nothing. On a file opened read-only nothing is written. One
 /// thread to a tree, and one object of this class at a time. With binary keys of four bytes the
-/// pairs that were found are kept in memory, up to 12 MiB a tree.
+/// pairs that were found or entered are kept in memory, up to 12 MiB a tree.
 class VELM_API ERBTreeOnDisk : private velm::detail::StepMember {
 public:
     enum createMode : int { openExisting = 0, createNew = 1 };
