@@ -98,6 +98,7 @@ void fill_status(CFileStatus& status, const struct stat& from, std::string name)
 }
 
 std::string full_name(const char* name) {
+    if (name[0] == '/') return name;
     std::error_code error;
     std::string full = std::filesystem::absolute(name, error).string();
     return error ? name : full;

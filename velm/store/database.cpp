@@ -155,10 +155,9 @@ gmErrorCode ERDataBase::flush() {
 
 gmErrorCode ERDataBase::save(t_SmartPtr<ERObject> object) {
     if (!object) return gmGenericError;
+    // Nothing is stored that no index could lead to.
+    if (!shared->index || !shared->index->has_tree_of_its_own()) return gmInvalidFile;
     try {
-        // Nothing is stored that no index could lead to.
-        if (!shared->index || !shared->index->has_tree_of_its_own())
-            AfxThrowFileException(CFileException::invalidFile);
         velm::detail::StoreStep step(*shared->store.fileManager());
         long id = shared->store.Store(*object);
         shared->index->Insert(shared->next_index++, id);

@@ -84,7 +84,7 @@ public:
     /// and stays open where the name to be read is missing (gmAccessDenied).
     gmErrorCode Open(char const* name, int readOnly);
     /// Where a failed operation has left bytes in the file that can't be put back, it returns the
-    /// code.
+    /// code: the file may then hold that operation, as a whole or in part, although it failed.
     gmErrorCode Close();
     /// Stores the object under the next index. One that is saved twice has two indices. A store
     /// whose first object is no index takes none: gmInvalidFile. With any code but gmSuccess the

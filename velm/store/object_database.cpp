@@ -83,24 +83,31 @@ ERObjectDataBase::~ERObjectDataBase() {
 
 // ---- opening and closing ----
 
+// Abandons the store in the end unless its opening has succeeded.
+struct ERObjectDataBase::Attempt {
+    ERObjectDataBase& store;
+    bool has_succeeded = false;
+
+    ~Attempt() {
+        if (!has_succeeded) store.abandon();
+    }
+};
+
 int ERObjectDataBase::Open(char const* name, int readOnly) {
     if (file) Close();
     CFileStatus status;
     const bool exists = CFile::GetStatus(name, status);
     if (!exists && readOnly) return 0;
-    try {
-        if (exists) {
-            // An empty file has no start: it is refused before anything is written to it.
-            if (std::filesystem::is_regular_file(name) && status.m_size == 0)
-                AfxThrowFileException(CFileException::badSeek, -1, name);
-            open_existing(name, readOnly);
-        } else {
-            create_new(name);
-        }
-    } catch (...) {
-        abandon();
-        throw;
+    Attempt attempt{*this};
+    if (exists) {
+        // An empty file has no start: it is refused before anything is written to it.
+        if (status.m_size == 0 && std::filesystem::is_regular_file(name))
+            AfxThrowFileException(CFileException::badSeek, -1, name);
+        open_existing(name, readOnly);
+    } else {
+        create_new(name);
     }
+    attempt.has_succeeded = true;
     return file != nullptr;
 }
 

@@ -115,7 +115,8 @@ public:
     /// the contract. velm::StoredObjects knows them all.
     virtual int Open(char const* name, int readOnly);
     /// Writes the counters and closes. The store is closed afterwards even if this raises, as it
-    /// does where the file could not be brought up to what the store says.
+    /// does where the file could not be brought up to what the store says: it may then hold, as a
+    /// whole or in part, an operation that had raised.
     virtual void Close();
     /// Stores the object, again under its identifier if it is in this store, and returns the
     /// identifier; one whose record Delete has removed is entered under its identifier again. A
@@ -162,6 +163,8 @@ protected:
 private:
     friend VELM_API void ERdiskMetaTreeExtractMap(char const* key, long value, void* database);
     friend class ERDataBase;
+
+    struct Attempt;
 
     void open_existing(char const* name, int readOnly);
     void create_new(char const* name);
