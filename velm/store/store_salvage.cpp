@@ -37,38 +37,48 @@ public:
     explicit WordReader(const StoreImage& image) : image_(image) {}
 
     std::int32_t at(long offset) {
-        std::int32_t word = 0;
-        if (offset < from_ || offset + 4 > from_ + static_cast<long>(size_)) fill(offset);
-        if (offset + 4 <= from_ + static_cast<long>(size_))
-            std::memcpy(&word, bytes_.data() + (offset - from_), sizeof word);
-        return word;
+        if (!is_here(offset)) fill(offset);
+        return is_here(offset) ? word(offset) : 0;
     }
     // The first word from an offset on, in steps of four, that isn't zero; `to` where all are.
     long next_not_zero(long offset, long to) {
-        for (; offset < to; offset += 4) {
-            if (offset >= from_ + static_cast<long>(size_) || offset < from_) {
+        while (offset < to) {
+            if (!is_here(offset)) {
                 const long data = image_.next_data(offset);
-                offset += (std::max(data - offset, 0L)) & ~3L;
-                if (offset >= to) return to;
+                offset += std::max(data - offset, 0L) & ~3L;
+                if (offset >= to) break;
             }
             if (at(offset) != 0) return offset;
+            const long end = std::min(to, from_ + starts_);
+            for (offset += 4; offset < end && word(offset) == 0;)
+                offset += 4;
         }
         return to;
     }
 
 private:
+    // Whether the window has the word that begins there.
+    bool is_here(long offset) const {
+        return static_cast<unsigned long>(offset - from_) < static_cast<unsigned long>(starts_);
+    }
+    std::int32_t word(long offset) const {
+        std::int32_t word;
+        std::memcpy(&word, bytes_.data() + (offset - from_), sizeof word);
+        return word;
+    }
     void fill(long offset) {
         from_ = offset;
-        size_ = static_cast<std::size_t>(std::clamp<long>(image_.length - offset, 0, kWindow));
-        bytes_.resize(size_);
-        if (!image_.read(from_, bytes_.data(), size_)) size_ = 0;
+        const long size = std::clamp<long>(image_.length - offset, 0, kWindow);
+        bytes_.resize(static_cast<std::size_t>(size));
+        const bool whole = image_.read(from_, bytes_.data(), bytes_.size());
+        starts_ = whole ? std::max(size - 3, 0L) : 0;
     }
 
     static constexpr long kWindow = long{1} << 20;
     const StoreImage& image_;
     std::string bytes_;
     long from_ = 0;
-    std::size_t size_ = 0;
+    long starts_ = 0; // of words in the window, at any of its bytes
 };
 
 // The ranges of a file that nothing names, looked through for nodes and records.
