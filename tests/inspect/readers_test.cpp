@@ -254,10 +254,13 @@ TEST(Escapes, HostileIdsHarmNoOutput) {
 TEST(IdSet, TellsRepeatedIdsOfEveryKind) {
     IdSet ids;
     for (int i = 0; i < 200000; ++i)
-        ASSERT_TRUE(ids.insert(std::to_string(i)));
-    for (const char* other : {"", "007", "7.0", " 7", "-7", "18446744073709551615", "P7", "\xff"})
+        for (const char* name : {"", "bore ", "P0", "P"})
+            ASSERT_TRUE(ids.insert(name + std::to_string(i))) << name << i;
+    for (const char* other : {"7.0", " 7", "-7", "18446744073709551615", "007", "x", "", "\xff",
+                              "P007", "1000000000000000000000", "P10000000000000007"})
         EXPECT_TRUE(ids.insert(other)) << other;
-    for (const char* again : {"7", "0", "199999", "", "007", "P7", "18446744073709551615"})
+    for (const char* again : {"7", "0", "199999", "", "007", "P7", "P07", "18446744073709551615",
+                              "x", "P007", "bore 0", "P10000000000000007"})
         EXPECT_FALSE(ids.insert(again)) << again;
 }
 

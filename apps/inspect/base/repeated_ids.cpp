@@ -2,6 +2,7 @@
 
 #include "inspect/base/text_escape.h"
 
+#include <algorithm>
 #include <charconv>
 #include <utility>
 
@@ -17,17 +18,34 @@ std::uint64_t mix(std::uint64_t z) {
     return z ^ (z >> 31);
 }
 
-// A whole number as it is usually written represents itself, below 2^63; all other ids hash above.
-std::uint64_t code_of(std::string_view id) {
-    std::uint64_t number = 0;
-    const char* const last = id.data() + id.size();
-    const auto [end, error] = std::from_chars(id.data(), last, number);
-    const bool is_canonical = id.size() == 1 || (!id.empty() && id.front() != '0');
-    if (error == std::errc() && end == last && is_canonical && number < top_bit) return number;
+std::uint64_t hash_of(std::string_view text) {
     std::uint64_t hash = 0xCBF29CE484222325u; // FNV-1a
-    for (const char c : id)
+    for (const char c : text)
         hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3u;
-    return mix(hash + id.size()) | top_bit;
+    return mix(hash + text.size());
+}
+
+// Where the whole number begins with which an id ends, as it is usually written: zeros before it
+// belong to the name.
+std::size_t number_start(std::string_view id) {
+    constexpr std::size_t most_digits = 15; // below 2^63
+    std::size_t start = id.find_last_not_of("0123456789") + 1;
+    start = std::max(start, id.size() - std::min(most_digits, id.size()));
+    while (start + 1 < id.size() && id[start] == '0')
+        ++start;
+    return start;
+}
+
+// A whole number represents itself, below 2^63; all other ids hash above. After a name the number
+// counts from the hash of that, so that neighbouring ones share a slot.
+std::uint64_t code_of(std::string_view id) {
+    const std::size_t start = number_start(id);
+    if (start == id.size()) return hash_of(id) | top_bit;
+    std::uint64_t number = 0;
+    std::from_chars(id.data() + start, id.data() + id.size(), number);
+    if (start == 0) return number;
+    constexpr std::uint64_t slot = 63; // the last bits, by which neighbours differ
+    return ((hash_of(id.substr(0, start)) & ~slot) + number) | top_bit;
 }
 
 } // namespace

@@ -9,10 +9,10 @@
 
 namespace velm::inspect {
 
-/// The ids seen so far, in little memory: 64 neighbouring whole numbers share one slot of 16 bytes,
-/// so that a million points with consecutive numbers take half a megabyte. Any other id is
-/// represented by a 63-bit hash: two different ones count as equal once in 10^7 runs over a million
-/// ids, which costs a needless warning.
+/// The ids seen so far, in little memory: 64 neighbouring whole numbers, alone or after the same
+/// name, share one slot of 16 bytes, so that a million points with consecutive numbers take half a
+/// megabyte. Names and all other ids are represented by hashes: two different ids count as equal in
+/// less than one of 10^5 runs over a million names, which costs a needless warning.
 class IdSet {
 public:
     IdSet();
