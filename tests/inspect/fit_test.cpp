@@ -175,6 +175,10 @@ TEST(Fit, IsReportedAgainAsItsRunDid) {
         }
     }
     EXPECT_EQ(shop.run("store s.velm --check").code, 0);
+    shop.write("counted.ds", "3\n0 0\n5 .01\n10 -.01\n");
+    EXPECT_EQ(shop.run("fit line counted.ds --tolerance .1").code, 0);
+    shop.write("counted.ds", "4\n0 0\n5 .01\n10 -.01\n");
+    EXPECT_EQ(shop.run("fit line counted.ds --tolerance .1").code, 3);
     const double moved = 5.01;
     std::string bytes = shop.read("s.velm");
     const std::size_t at = bytes.find(std::string(reinterpret_cast<const char*>(&moved), 8));

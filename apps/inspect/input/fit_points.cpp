@@ -5,6 +5,9 @@
 #include "inspect/input/measured_reader.h"
 #include "inspect/input/outline_lines.h"
 
+#include <cmath>
+#include <optional>
+
 namespace velm::inspect {
 namespace {
 
@@ -13,7 +16,15 @@ FitPoints read_bare(TextSource& source, const std::optional<double>& millimetres
     OutlineLines lines(source);
     OutlineLine line;
     std::size_t expected = 0;
+    std::optional<double> announced; // a number of points before them
     while (lines.next(line)) {
+        if (line.count == 1 && expected == 0 && !announced) {
+            const ParsedNumber number = parse_number(line.field[0]);
+            if (number && number.value >= 1.0 && number.value == std::floor(number.value)) {
+                announced = number.value;
+                continue;
+            }
+        }
         if (line.count != 2 && line.count != 3)
             source.refuse("expected two or three numbers, found " + line.shown());
         if (expected == 0) expected = line.count;
@@ -29,6 +40,9 @@ FitPoints read_bare(TextSource& source, const std::optional<double>& millimetres
         result.places.push_back(place);
         result.ids.push_back(std::to_string(result.places.size()));
     }
+    if (announced && *announced != static_cast<double>(result.places.size()))
+        source.refuse_whole("the first line announces " + shortest(*announced) +
+                            " points, and there are " + std::to_string(result.places.size()));
     result.in_space = expected == 3;
     if (millimetres) result.head.unit = "mm";
     return result;

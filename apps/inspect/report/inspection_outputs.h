@@ -102,10 +102,12 @@ protected:
         std::vector<ReportPage::Points> tables = groups_.tables(decimals());
         if (summary_.count() <= few) return tables;
         ReportPage::Points worst{"Worst points", {value_name}, {}};
-        for (const Row& row : rows_.worst())
-            if (row.is_assigned && worst.rows.size() < most)
-                worst.rows.push_back(
-                    {row.id, {fixed(row.deviation, decimals())}, row.in_tolerance});
+        if (groups_.has_parts()) worst.columns.emplace_back("part");
+        for (const Row& row : rows_.worst()) {
+            if (!row.is_assigned || worst.rows.size() == most) continue;
+            worst.rows.push_back({row.id, {fixed(row.deviation, decimals())}, row.in_tolerance});
+            if (groups_.has_parts()) worst.rows.back().cells.push_back(row.part);
+        }
         tables.insert(tables.begin(), std::move(worst));
         return tables;
     }

@@ -21,7 +21,7 @@ ReportPage::Points table_of(const char* heading, const std::vector<Subject>& sub
                             std::string Subject::*name, bool has_capability, IsIn is_in) {
     std::vector<std::string_view> left_out{fields_of<Subject>().front().name};
     if (!has_capability) left_out.insert(left_out.end(), {"cp", "cpk"});
-    ReportPage::Points table{heading, {}, {}};
+    ReportPage::Points table{heading, {}, {}, std::string(left_out.front())};
     for (const Subject& subject : subjects) {
         const PageColumns columns(describe(subject), "out_of_tolerance", left_out);
         if (table.columns.empty()) table.columns = columns.headings();

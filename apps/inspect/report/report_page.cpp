@@ -66,7 +66,7 @@ std::string filter(const std::vector<ReportPage::Row>& rows) {
 }
 
 std::string table_head(const ReportPage::Points& points, bool judged) {
-    std::string out = "<thead><tr><th scope=\"col\">id</th>";
+    std::string out = "<thead><tr>" + element("th", points.name, "scope=\"col\"");
     for (const std::string& column : points.columns) {
         out += element("th", column, "scope=\"col\"");
         if (judged && &column == &points.columns.front()) out += "<th scope=\"col\">tolerance</th>";

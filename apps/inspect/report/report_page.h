@@ -23,6 +23,7 @@ struct ReportPage {
         std::string heading;
         std::vector<std::string> columns; ///< heads of the cells: the judged values first
         std::vector<Row> rows;            ///< all, or the worst of very many
+        std::string name = "id";          ///< head of the first column
     };
 
     ReportHead head;
