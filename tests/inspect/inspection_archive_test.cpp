@@ -21,7 +21,7 @@ struct Archived : Workshop {
 };
 
 std::string head_bytes(DWORD kind) {
-    return "velm inspection\n" + bytes_of(DWORD{2}, kind) + text_bytes("velm-inspect 0.1.0");
+    return "velm inspection\n" + bytes_of(DWORD{3}, kind) + text_bytes("velm-inspect 0.1.0");
 }
 
 // Nothing said, no unit, no column left, plain titles, limits widened, no decimals, plain points.
@@ -108,12 +108,12 @@ TEST(InspectionArchive, DamageIsRefused) {
     const std::string section = shop.read("s");
     std::string damaged = section, later = section;
     damaged[400] ^= 1;
-    later[16] = 3;
+    later[16] = 4;
     refused(damaged, "a damaged archive of an inspection");
     refused(section.substr(0, 500), "a damaged archive of an inspection");
     refused(with_checksum(section.substr(0, section.size() - 100)),
             "a damaged archive of an inspection");
-    refused(later, "an archive of a later version; this program reads versions up to 2");
+    refused(later, "an archive of a later version; this program reads versions up to 3");
     Random random = Random::fixed(7);
     for (const char* name : {"s", "t"}) {
         const std::string good = shop.read(name);

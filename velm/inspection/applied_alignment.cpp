@@ -62,6 +62,19 @@ ERPoint2D AppliedAlignment::moved(const ERPoint2D& p) const {
             rotation[1].i() * p.x() + rotation[1].j() * p.y() + translation.y()};
 }
 
+ERVector3D AppliedAlignment::turned(const ERVector3D& v) const {
+    return {rotation[0] * v, rotation[1] * v, rotation[2] * v};
+}
+
+ERPoint3D AppliedAlignment::moved(const ERPoint3D& p) const {
+    return translation + turned(p.asVector3D());
+}
+
+std::span<const std::string_view> choice_names(AlignmentMethod) {
+    static constexpr std::string_view names[] = {"bestfit", "rps"};
+    return names;
+}
+
 AppliedAlignment applied(const Alignment& found, const AlignmentOptions& options) {
     AppliedAlignment result = with_report(found, options);
     for (int column = 0; column < 3; ++column) {
@@ -127,8 +140,10 @@ std::span<const Field> fields_of<AppliedAlignment>() {
     static constexpr Field fields[] = {
         F::field<&Applied::in_plane>("in_plane",
                                      {.key = RecordKey::alignment_in_plane, .archive = 1}),
-        F::derived<FieldType::text>("method", {.shown = Shown::in_data},
-                                    [](const Applied&) { return std::string_view("bestfit"); }),
+        F::field<&Applied::method>("method", {.shown = Shown::in_data,
+                                              .key = RecordKey::alignment_method,
+                                              .archive = 14,
+                                              .since = 3}),
         F::field<&Applied::iterations>(
             "iterations",
             {.shown = Shown::in_data, .key = RecordKey::alignment_iterations, .archive = 4}),

@@ -37,8 +37,8 @@ class ArchivedRow {
 public:
     // Of a version, by default the one that is written.
     static const ArchivedRow& form(int version = detail::newest_archive) {
-        static const ArchivedRow first(1), newest(detail::newest_archive);
-        return version == 1 ? first : newest;
+        static const ArchivedRow first(1), second(2), newest(detail::newest_archive);
+        return version == 1 ? first : version == 2 ? second : newest;
     }
 
     void store(CArchive& archive, const Row& row, const typename Row::Head& head,

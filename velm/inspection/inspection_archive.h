@@ -46,11 +46,11 @@
 namespace velm {
 
 /// What a document holds. The numbers are part of files: they never change.
-enum class ArchivedKind : DWORD { section = 1, targets = 2, fit = 3 };
+enum class ArchivedKind : DWORD { section = 1, targets = 2, fit = 3, surface = 4 };
 
 /// The first bytes of a document, and the version after them. Both are part of files.
 inline constexpr std::string_view archive_magic = "velm inspection\n";
-inline constexpr DWORD archive_version = 2;
+inline constexpr DWORD archive_version = 3;
 
 /// Whether a file begins as a document. Moves its position.
 VELM_API bool is_inspection_archive(CFile& file);

@@ -137,7 +137,27 @@ enum class RecordKey : long {
     largest_coordinate = 234,
     form_limits = 240, ///< to 248
     size_limits = 250,
-    position_limits = 260 ///< to 268
+    position_limits = 260, ///< to 268
+    // Of an inspection of surfaces: in the record of the whole
+    max_distance = 280,
+    skips_bad = 281, ///< 1 where faces that can't be taken were to be left out
+    left_out = 282,  ///< text: number and reason of each, like info
+    face_count = 283,
+    alignment_method = 284, ///< 1 reference points; absent: best fit
+    // in those of a face and of a point
+    surfaces = 285, ///< the identifier of the record of the whole
+    // of a face
+    face_path = 286,
+    face_surface = 287, ///< the kind of its surface, a text
+    triangles = 288,    ///< text: three numbers of corners each, from 0
+    // and of a point.
+    foot_z = 289,
+    outward_z = 290,
+    face = 291,          ///< from 0, in the order of the faces' records
+    surface_place = 292, ///< 0 interior, 1 edge, 2 corner
+    as_measured_x = 293, ///< before an alignment
+    as_measured_y = 294,
+    as_measured_z = 295
 };
 
 /// The kinds of records.
@@ -148,5 +168,10 @@ inline constexpr const char* targets_kind = "targets"; ///< a whole inspection
 inline constexpr const char* target_kind = "target";   ///< one row
 inline constexpr const char* fit_kind = "fit";         ///< a whole fit
 inline constexpr const char* fitted_point_kind = "fitted point";
+inline constexpr const char* targets_kind = "targets";  ///< a whole inspection
+inline constexpr const char* target_kind = "target";    ///< one row
+inline constexpr const char* surfaces_kind = "surface"; ///< a whole inspection
+inline constexpr const char* surface_face_kind = "surface face";
+inline constexpr const char* surface_point_kind = "surface point";
 
 } // namespace velm

@@ -44,12 +44,12 @@ private:
     bool shows_worst_ = false;
 };
 
-/// Keeps all rows up to 5,000, above that the 5,000 of the largest severity, the first among
+/// Keeps all rows up to `most_rows`, above that as many of the largest severity, the first among
 /// equals; memory doesn't grow beyond twice as many. A row has a severity.
-template <class Row>
+template <class Row, std::size_t most_rows = 5000>
 class WorstRows {
 public:
-    static constexpr std::size_t most = 5000;
+    static constexpr std::size_t most = most_rows;
 
     void add(const Row& row) {
         const std::uint64_t number = count_++;

@@ -20,7 +20,7 @@
 namespace velm::detail {
 
 /// The version that is written.
-inline constexpr int newest_archive = 2;
+inline constexpr int newest_archive = 3;
 
 /// The fields of a description that an archive keeps, in their order there.
 class ArchiveForm {
