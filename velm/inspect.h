@@ -10,6 +10,8 @@
 #include "velm/inspection/section_result.h"
 #include "velm/inspection/section_target.h"
 #include "velm/inspection/summary.h"
+#include "velm/inspection/surface_result.h"
+#include "velm/inspection/surface_target.h"
 #include "velm/inspection/target_result.h"
 #include "velm/planar/outline_checks.h"
 #include "velm/planar/outline_nesting.h"

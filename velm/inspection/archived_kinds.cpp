@@ -1,8 +1,10 @@
 // The documents of each kind: what they hold beside the described fields.
 #include "velm/inspection/detail/archive_fields.h"
+#include "velm/inspection/detail/mesh_of_face.h"
 #include "velm/inspection/inspection_archive.h"
 #include "velm/inspection/nominal_entities.h"
 #include "velm/inspection/section_target.h"
+#include "velm/inspection/surface_target.h"
 #include "velm/planar/outline_checks.h"
 #include "velm/planar/outline_nesting.h"
 
@@ -243,6 +245,102 @@ bool TargetArchiveReader::next(TargetRow& row) {
     row = TargetRow();
     ArchivedRow<TargetRow>::form(document_.version_)
         .load(document_.archive_, row, head_, row.target);
+    judge(row, head_);
+    document_.take(row);
+    return true;
+}
+
+namespace {
+
+template <class Tuple>
+void store_tuples(CArchive& archive, const std::vector<Tuple>& tuples) {
+    for (const Tuple& tuple : tuples)
+        for (int i = 0; i < 3; ++i)
+            detail::store_number(archive, tuple[i]);
+}
+
+template <class Tuple>
+void load_tuples(CArchive& archive, std::vector<Tuple>& tuples) {
+    for (Tuple& tuple : tuples)
+        for (int i = 0; i < 3; ++i)
+            tuple[i] = load_number(archive);
+}
+
+void store_mesh(CArchive& archive, const detail::FaceMesh& mesh) {
+    detail::store_count(archive, mesh.positions.size());
+    store_tuples(archive, mesh.positions);
+    store_tuples(archive, mesh.normals);
+    detail::store_count(archive, mesh.corners.size() / 3);
+    for (const int corner : mesh.corners)
+        detail::store_count(archive, static_cast<std::size_t>(corner));
+}
+
+detail::FaceMesh load_mesh(CArchive& archive) {
+    detail::FaceMesh mesh;
+    const auto corners = static_cast<std::size_t>(load_count(archive));
+    require(archive, corners <= archive.bytes_left() / (6 * sizeof(double)));
+    mesh.positions.resize(corners);
+    mesh.normals.resize(corners);
+    load_tuples(archive, mesh.positions);
+    load_tuples(archive, mesh.normals);
+    const auto triangles = static_cast<std::size_t>(load_count(archive));
+    require(archive, triangles <= archive.bytes_left() / (3 * sizeof(DWORD)));
+    mesh.corners.resize(3 * triangles);
+    for (int& corner : mesh.corners)
+        corner = load_count(archive);
+    require(archive, mesh.is_sound());
+    return mesh;
+}
+
+void require_ascending(CArchive& archive, const std::optional<Tolerance>& limits) {
+    require(archive, !limits || limits->lower <= limits->upper);
+}
+
+} // namespace
+
+SurfaceArchiveWriter::SurfaceArchiveWriter(const std::string& path, std::string_view program,
+                                           const SurfaceHead& head, const NominalMesh& mesh)
+    : InspectionArchiveWriter(path, program, ArchivedKind::surface), head_(head) {
+    head_.face_count = static_cast<int>(head.faces.size());
+    detail::store_subject(archive(), head_);
+    const std::vector<detail::FaceMesh> meshes = detail::face_meshes(mesh, head_.faces.size());
+    for (std::size_t f = 0; f < meshes.size(); ++f) {
+        detail::store_subject(archive(), head_.faces[f]);
+        store_mesh(archive(), meshes[f]);
+    }
+}
+
+void SurfaceArchiveWriter::add(const SurfaceRow& row) {
+    announce(row);
+    ArchivedRow<SurfaceRow>::form().store(archive(), row, head_, surface_target(row));
+}
+
+SurfaceArchiveReader::SurfaceArchiveReader(InspectionArchiveReader& document)
+    : document_(document) {
+    CArchive& archive = document_.archive_;
+    document_.load_head(head_);
+    require_ascending(archive, head_.tolerance);
+    for (int f = 0; f < head_.face_count; ++f) {
+        InspectedFace& face = head_.faces.emplace_back();
+        detail::load_subject(archive, face, document_.version_);
+        require_ascending(archive, face.tolerance);
+        detail::append(mesh_, load_mesh(archive), f);
+    }
+}
+
+bool SurfaceArchiveReader::next(SurfaceRow& row) {
+    if (!document_.next()) return false;
+    CArchive& archive = document_.archive_;
+    row = SurfaceRow();
+    row.index = count_++;
+    gmTargetPoint target;
+    ArchivedRow<SurfaceRow>::form(document_.version_).load(archive, row, head_, target);
+    row.diameter = target.measured_point().diameter;
+    require(archive,
+            !row.found || (static_cast<std::size_t>(row.found->face) < head_.faces.size() &&
+                           row.deviation == row.found->distance - row.diameter / 2.0 &&
+                           std::fabs(row.deviation) <= largest_deviation));
+    if (row.limits) require_ascending(archive, row.limits);
     judge(row, head_);
     document_.take(row);
     return true;

@@ -103,6 +103,7 @@ void InspectionArchiveReader::load_head(Head& head) {
 template void InspectionArchiveReader::load_head(SectionHead&);
 template void InspectionArchiveReader::load_head(TargetHead&);
 template void InspectionArchiveReader::load_head(FitHead&);
+template void InspectionArchiveReader::load_head(SurfaceHead&);
 
 bool InspectionArchiveReader::next() {
     const bool follows = detail::load_truth(archive_);

@@ -1,6 +1,6 @@
-// SectionArchiveWriter, SectionArchiveReader and the same of targets: an inspection as a document
-// of a CArchive, as docs/archive-format.md describes it byte by byte. Those of fits are in
-// kept_fit.h.
+// SectionArchiveWriter, SectionArchiveReader and the same of targets and surfaces: an inspection as
+// a document of a CArchive, as docs/archive-format.md describes it byte by byte. Those of fits are
+// in kept_fit.h.
 //
 //     velm::SectionArchiveWriter archive("wing.arc", "my-program 1.0", head, outline);
 //     for (const velm::SectionRow& row : rows) archive.add(row);
@@ -29,8 +29,10 @@
 #pragma once
 
 #include "velm/export.h"
+#include "velm/inspection/nominal_mesh.h"
 #include "velm/inspection/section_result.h"
 #include "velm/inspection/summary.h"
+#include "velm/inspection/surface_result.h"
 #include "velm/inspection/target_result.h"
 #include "velm/measure/selection_flags.h"
 #include "velm/planar/contour.h"
@@ -103,6 +105,7 @@ private:
     friend class SectionArchiveReader;
     friend class TargetArchiveReader;
     friend class FitArchiveReader;
+    friend class SurfaceArchiveReader;
 
     // Whether a point follows. After the last one the rest is read, and compared with the points.
     bool next();
@@ -183,6 +186,37 @@ public:
 private:
     InspectionArchiveReader& document_;
     TargetHead head_;
+};
+
+/// Writes surfaces: their head, the faces with their triangles, and the points.
+class VELM_API SurfaceArchiveWriter : public InspectionArchiveWriter {
+public:
+    SurfaceArchiveWriter(const std::string& path, std::string_view program, const SurfaceHead& head,
+                         const NominalMesh& mesh);
+
+    void add(const SurfaceRow& row);
+
+private:
+    SurfaceHead head_;
+};
+
+class VELM_API SurfaceArchiveReader {
+public:
+    using Row = SurfaceRow;
+
+    /// A document of this kind, which must outlive the reader.
+    explicit SurfaceArchiveReader(InspectionArchiveReader& document);
+
+    const SurfaceHead& head() const { return head_; }
+    const NominalMesh& mesh() const { return mesh_; }
+    /// The next point; false after the last.
+    bool next(SurfaceRow& row);
+
+private:
+    InspectionArchiveReader& document_;
+    SurfaceHead head_;
+    NominalMesh mesh_;
+    std::uint64_t count_ = 0;
 };
 
 } // namespace velm

@@ -14,7 +14,8 @@ namespace {
 bool is_head(const t_SmartPtr<ERDBObject>& record) {
     if (!record) return false;
     const std::string kind = RecordProperties(*record).kind();
-    return kind == section_kind || kind == targets_kind || kind == fit_kind;
+    return kind == section_kind || kind == targets_kind || kind == fit_kind ||
+           kind == surfaces_kind;
 }
 
 } // namespace
@@ -52,6 +53,8 @@ t_SmartPtr<ERDBObject> InspectionRecords::record(long index) {
     const t_SmartPtr<ERObject> object = store_->object(index);
     return t_SmartPtr<ERDBObject>(ERDBObject::castdown(object.get()));
 }
+
+t_SmartPtr<ERObject> InspectionRecords::object(long index) { return store_->object(index); }
 
 // From head to head; record by record only after one that doesn't lead to another or to the end.
 std::vector<StoredInspection> InspectionRecords::inspections() {

@@ -1,6 +1,6 @@
-// SectionRecordWriter, SectionRecordReader and the same of targets: an inspection as records of an
-// object file, by the keys that docs/file-format.md lists. Those of fits are in kept_fit.h.
-// InspectionRecords: the inspections of a file.
+// SectionRecordWriter, SectionRecordReader and the same of targets and surfaces: an inspection as
+// records of an object file, by the keys that docs/file-format.md lists. Those of fits are in
+// kept_fit.h. InspectionRecords: the inspections of a file.
 //
 //     ERDataBase data;
 //     if (data.Open("parts.velm", 0) != gmSuccess) return;
@@ -30,10 +30,12 @@
 #include "velm/export.h"
 #include "velm/frame/smart_pointer.h"
 #include "velm/inspection/nominal_entities.h"
+#include "velm/inspection/nominal_mesh.h"
 #include "velm/inspection/record_fault.h"
 #include "velm/inspection/record_keys.h"
 #include "velm/inspection/section_result.h"
 #include "velm/inspection/summary.h"
+#include "velm/inspection/surface_result.h"
 #include "velm/inspection/target_result.h"
 #include "velm/planar/contour.h"
 #include "velm/store/database.h"
@@ -113,13 +115,32 @@ private:
     TargetHead described_;
 };
 
+/// Saves surfaces: a record of the whole, one of each point as it is compared, which refers to it
+/// as a gmTargetPoint and is colored by the tolerance, and one of each face with its path, limits,
+/// figures and triangles, colored by what was found on it.
+class VELM_API SurfaceRecordWriter : public InspectionRecordWriter {
+public:
+    /// The mesh must outlive the writer.
+    SurfaceRecordWriter(ERDataBase& data, std::string_view program, const SurfaceHead& head,
+                        const NominalMesh& mesh);
+
+    void add(const SurfaceRow& row);
+    /// Saves the faces, and what is known only at the end.
+    void finish(const Summary& summary);
+
+private:
+    SurfaceHead described_;
+    const NominalMesh& mesh_;
+    FaceSummary figures_;
+};
+
 /// An inspection in an object file. Its other records follow its head under the next indices.
 struct VELM_API StoredInspection {
     long number = 0; ///< from 1, in the order in which they were saved
     long index = 0;  ///< of the head
     t_SmartPtr<ERDBObject> head;
 
-    /// section_kind, targets_kind or fit_kind.
+    /// section_kind, targets_kind, fit_kind or surfaces_kind.
     std::string kind() const;
     /// What was inspected, for people: "probed.csv against wing.dat", the name of the table, or
     /// "circle of bore.csv".
@@ -150,6 +171,8 @@ public:
     long size() const;
     /// Null for an index whose object is no record or no more.
     t_SmartPtr<ERDBObject> record(long index);
+    /// The object itself, of any class; null for an index without one.
+    t_SmartPtr<ERObject> object(long index);
     /// All inspections, finished or not.
     std::vector<StoredInspection> inspections();
 
@@ -214,6 +237,22 @@ public:
 
 private:
     TargetHead head_;
+};
+
+class VELM_API SurfaceRecordReader : public InspectionRecordReader {
+public:
+    using Row = SurfaceRow;
+
+    SurfaceRecordReader(InspectionRecords& file, const StoredInspection& inspection);
+
+    const SurfaceHead& head() const { return head_; }
+    const NominalMesh& mesh() const { return mesh_; }
+    /// The next point, in the order of the run; false after the last.
+    bool next(SurfaceRow& row);
+
+private:
+    SurfaceHead head_;
+    NominalMesh mesh_;
 };
 
 } // namespace velm

@@ -100,6 +100,20 @@ std::string fault_of(const SectionRow& row, const SectionRecordReader& reader) {
     return {};
 }
 
+std::string fault_of(const SurfaceRow& row, const SurfaceRecordReader&) {
+    if (!row.found) return {};
+    const SurfaceFind& found = *row.found;
+    if (!(std::fabs(found.normal.norme() - 1.0) <= rounding_part))
+        return "its direction outwards is not of length 1";
+    double size = 0.0;
+    for (int axis = 0; axis < 3; ++axis)
+        size = std::max({size, std::fabs(found.foot[axis]), std::fabs(row.measured[axis])});
+    const double distance = ERVector3D(found.foot, row.measured).norme();
+    if (!(std::fabs(distance - std::fabs(found.distance)) <= rounding_part * size))
+        return "its distance is not that of its points";
+    return {};
+}
+
 // The readers of these compare all that there is.
 std::string fault_of(const TargetRow&, const TargetRecordReader&) { return {}; }
 std::string fault_of(const FitRow&, const FitRecordReader&) { return {}; }
@@ -176,6 +190,8 @@ RecordCheck check_records(const char* name) {
             const std::string kind = inspection.kind();
             if (kind == section_kind)
                 check_inspection<SectionRecordReader>(file, inspection, check);
+            else if (kind == surfaces_kind)
+                check_inspection<SurfaceRecordReader>(file, inspection, check);
             else if (kind == targets_kind)
                 check_inspection<TargetRecordReader>(file, inspection, check);
             else

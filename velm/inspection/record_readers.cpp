@@ -1,5 +1,7 @@
 // The records of each kind of inspection, read.
+#include "velm/frame/point23_list.h"
 #include "velm/inspection/detail/edge_record.h"
+#include "velm/inspection/detail/mesh_of_face.h"
 #include "velm/inspection/detail/record_fields.h"
 #include "velm/inspection/inspection_records.h"
 #include "velm/planar/outline_checks.h"
@@ -7,6 +9,7 @@
 #include "velm/wireframe/segment.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 namespace velm {
@@ -202,6 +205,92 @@ bool TargetRecordReader::next(TargetRow& row) {
     detail::get_fields(properties, &row, &head_, fields_of<TargetRow>());
     judge_again(properties, row, head_, another_target);
     require_same(row, properties);
+    return true;
+}
+
+namespace {
+
+// Whole numbers with a blank between two; false for a text that is something else.
+bool split_corners(const std::string& text, std::vector<int>& corners) {
+    const char *at = text.data(), *const end = at + text.size();
+    while (at < end) {
+        int corner = 0;
+        const auto [after, fault] = std::from_chars(at, end, corner);
+        if (fault != std::errc() || (after != end && *after != ' ')) return false;
+        corners.push_back(corner);
+        at = after == end ? end : after + 1;
+    }
+    return true;
+}
+
+detail::FaceMesh mesh_of(const ERDBObject& record, const RecordProperties& properties) {
+    detail::FaceMesh mesh;
+    const t_SmartPtr<ERObject> object = record.object();
+    const ERVecPoint23* const points = ERVecPoint23::castdown(object.get());
+    if (points == nullptr) properties.refuse("the face has lost the corners of its triangles");
+    const int half = points->entries() / 2;
+    for (int i = 0; i < points->entries(); ++i) {
+        const ERPoint3D& p = points->toVec()[i];
+        if (!std::isfinite(p.x()) || !std::isfinite(p.y()) || !std::isfinite(p.z()))
+            properties.refuse("a corner of its triangles is nowhere");
+        if (i < half)
+            mesh.positions.push_back(p);
+        else
+            mesh.normals.push_back(p.asVector3D());
+    }
+    const std::string text = properties.text(static_cast<long>(RecordKey::triangles), "triangles");
+    if (!split_corners(text, mesh.corners) || !mesh.is_sound())
+        properties.refuse("its triangles have corners that there are not");
+    return mesh;
+}
+
+// What no field says alone. All parts of what was found are there, or none.
+void require_sound(const SurfaceRow& row, const SurfaceHead& head,
+                   const RecordProperties& properties) {
+    if (row.found) {
+        for (const RecordKey key :
+             {RecordKey::foot_x, RecordKey::outward_x, RecordKey::face, RecordKey::surface_place,
+              RecordKey::distance, RecordKey::deviation})
+            properties.require(key);
+        if (static_cast<std::size_t>(row.found->face) >= head.faces.size())
+            properties.refuse("its foot lies on a face that there is not");
+        if (row.deviation != row.found->distance - row.diameter / 2.0 ||
+            !(std::fabs(row.deviation) <= largest_deviation))
+            properties.refuse(another_distance);
+    }
+}
+
+} // namespace
+
+SurfaceRecordReader::SurfaceRecordReader(InspectionRecords& file,
+                                         const StoredInspection& inspection)
+    : InspectionRecordReader(file, inspection) {
+    const RecordProperties properties(head_record());
+    head_.rule.reset();
+    detail::get_subject(properties, head_);
+    require_ascending(properties, head_.tolerance);
+    for (int f = 0; f < head_.face_count; ++f) {
+        const t_SmartPtr<ERDBObject> record =
+            part(count_ + static_cast<std::uint64_t>(f), surface_face_kind, RecordKey::surfaces,
+                 "face " + std::to_string(f));
+        const RecordProperties of_face(*record);
+        InspectedFace& face = head_.faces.emplace_back();
+        detail::get_subject(of_face, face);
+        require_ascending(of_face, face.tolerance);
+        detail::append(mesh_, mesh_of(*record, of_face), f);
+    }
+}
+
+bool SurfaceRecordReader::next(SurfaceRow& row) {
+    if (read_ == count_) return false;
+    const t_SmartPtr<ERDBObject> record =
+        part(read_, surface_point_kind, RecordKey::surfaces, "point " + std::to_string(read_));
+    const RecordProperties properties(*record);
+    row = SurfaceRow();
+    detail::get_fields(properties, &row, &head_, fields_of<SurfaceRow>());
+    if (row.index != read_++) properties.refuse("the point is not the next one");
+    require_sound(row, head_, properties);
+    judge_again(properties, row, head_, another_distance);
     return true;
 }
 

@@ -1,8 +1,11 @@
 // The records of each kind of inspection, written.
+#include "velm/frame/point23_list.h"
 #include "velm/inspection/detail/edge_record.h"
+#include "velm/inspection/detail/mesh_of_face.h"
 #include "velm/inspection/detail/record_fields.h"
 #include "velm/inspection/inspection_records.h"
 #include "velm/inspection/section_target.h"
+#include "velm/inspection/surface_target.h"
 #include "velm/platform/file_exception.h"
 
 #include <algorithm>
@@ -137,6 +140,75 @@ void TargetRecordWriter::add(const TargetRow& row) {
     put(*record, RecordKey::targets, head().getObjectID());
     detail::put_fields(*record, describe(row, described_));
     save(record);
+}
+
+SurfaceRecordWriter::SurfaceRecordWriter(ERDataBase& data, std::string_view program,
+                                         const SurfaceHead& head, const NominalMesh& mesh)
+    : InspectionRecordWriter(data, program, surfaces_kind), described_(head), mesh_(mesh),
+      figures_(head.faces.size()) {
+    described_.face_count = static_cast<int>(head.faces.size());
+    this->head().name(head.nominal.c_str());
+    detail::put_subject(this->head(), described_);
+    save_head();
+}
+
+void SurfaceRecordWriter::add(const SurfaceRow& row) {
+    figures_.add(row);
+    const t_SmartPtr<ERDBObject> record = new_record(surface_point_kind);
+    record->object(t_SmartPtr<ERObject>(new gmTargetPoint(surface_target(row))));
+    put_color(*record, row.in_tolerance);
+    put(*record, RecordKey::surfaces, head().getObjectID());
+    detail::put_fields(*record, describe(row, described_));
+    save(record);
+}
+
+namespace {
+
+// The corners, then their normals, each with the parameters 0.
+t_SmartPtr<ERObject> stored_corners(const detail::FaceMesh& mesh) {
+    ERVec<ERPoint3D> points;
+    for (const ERPoint3D& p : mesh.positions)
+        points.push_back(p);
+    for (const ERVector3D& normal : mesh.normals)
+        points.push_back(ERPoint3D(normal));
+    ERVec<ERPoint2D> parameters;
+    for (int i = 0; i < points.size(); ++i)
+        parameters.push_back(ERPoint2D(0, 0));
+    return t_SmartPtr<ERObject>(new ERVecPoint23(points, parameters));
+}
+
+std::string corners_text(const detail::FaceMesh& mesh) {
+    std::string text;
+    for (const int corner : mesh.corners)
+        text += (text.empty() ? "" : " ") + std::to_string(corner);
+    return text;
+}
+
+} // namespace
+
+void SurfaceRecordWriter::finish(const Summary& summary) {
+    const std::vector<detail::FaceMesh> meshes =
+        detail::face_meshes(mesh_, described_.faces.size());
+    const std::vector<FaceFigures> figures = figures_.figures(described_);
+    for (std::size_t f = 0; f < meshes.size(); ++f) {
+        const FaceFigures& found = figures[f];
+        const t_SmartPtr<ERDBObject> record = new_record(surface_face_kind);
+        record->object(stored_corners(meshes[f]));
+        record->name(found.face.c_str());
+        put_color(*record, found.out_of_tolerance ? std::optional(*found.out_of_tolerance == 0)
+                                                  : std::nullopt);
+        put(*record, RecordKey::surfaces, head().getObjectID());
+        detail::put_subject(*record, described_.faces[f]);
+        std::optional<std::uint64_t> in;
+        if (found.out_of_tolerance) in = found.count - *found.out_of_tolerance;
+        detail::put_subject(
+            *record,
+            detail::EdgeSummary{
+                {}, found.count, in, found.out_of_tolerance, found.minimum, found.maximum});
+        put(*record, RecordKey::triangles, corners_text(meshes[f]));
+        save(record);
+    }
+    finish_head(summary);
 }
 
 } // namespace velm

@@ -163,6 +163,12 @@ std::span<const Field> fields_of<SurfaceRow>() {
     return fields;
 }
 
+const std::optional<Tolerance>& tolerance_of(const SurfaceRow& row, const SurfaceHead& head) {
+    if (!row.found) return head.tolerance;
+    const InspectedFace& face = head.faces[static_cast<std::size_t>(row.found->face)];
+    return face.tolerance ? face.tolerance : head.tolerance;
+}
+
 void judge(SurfaceRow& row, const SurfaceHead& head) {
     row.is_assigned = row.found.has_value();
     double largest = row.diameter;
@@ -171,13 +177,8 @@ void judge(SurfaceRow& row, const SurfaceHead& head) {
     };
     note(row.measured);
     if (row.as_measured) note(*row.as_measured);
-    const std::optional<Tolerance>* tolerance = &head.tolerance;
-    if (row.found) {
-        note(row.found->foot);
-        const InspectedFace& face = head.faces[static_cast<std::size_t>(row.found->face)];
-        if (face.tolerance) tolerance = &face.tolerance;
-    }
-    judge(row, *tolerance, Limits::both, head.slack(largest));
+    if (row.found) note(row.found->foot);
+    judge(row, tolerance_of(row, head), Limits::both, head.slack(largest));
 }
 
 template <>

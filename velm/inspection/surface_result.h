@@ -87,6 +87,10 @@ struct SurfaceRow : Judged {
 template <>
 VELM_API std::span<const Field> fields_of<SurfaceRow>();
 
+/// The limits of a row without its own: those of its face, or of the head.
+VELM_API const std::optional<Tolerance>& tolerance_of(const SurfaceRow& row,
+                                                      const SurfaceHead& head);
+
 /// Sets what follows from the deviation and from whether the point has a place. Limits of the row
 /// beat those of its face, which beat those of the head.
 VELM_API void judge(SurfaceRow& row, const SurfaceHead& head);

@@ -7,6 +7,7 @@
 #include "velm/transforms/transformation_factories.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -24,6 +25,7 @@ constexpr double rounding_of_squares = 1e-12;
 // The error of a deviation as a fraction of the largest coordinate: a few roundings.
 constexpr double rounding_of_deviations = 8 * std::numeric_limits<double>::epsilon();
 constexpr int most_halvings = 40;
+constexpr std::size_t places_at_once = 16384;
 
 // A turn about the centroid of the points, then a shift.
 struct Pose {
@@ -47,7 +49,7 @@ struct State {
 
 class Aligner {
 public:
-    Aligner(std::span<const ERPoint3D> points, const NominalOf& nominal, bool in_plane,
+    Aligner(std::span<const ERPoint3D> points, const NominalsOf& nominals, bool in_plane,
             const AlignmentOptions& options);
 
     void run();
@@ -59,6 +61,8 @@ public:
     }
 
 private:
+    template <class Visit>
+    void each_place(const Pose& pose, Visit visit) const;
     State evaluate(const Pose& pose) const;
     std::optional<Pose> absolute_orientation() const;
     ERQuaternion best_turn(double s[3][3]) const;
@@ -67,22 +71,25 @@ private:
     bool settle(const Step& step);
 
     std::span<const ERPoint3D> points_;
-    const NominalOf& nominal_;
+    const NominalsOf& nominals_;
     const bool in_plane_;
     const AlignmentOptions& options_;
-    ERPoint3D centroid_;
+    const std::array<bool, 6> held_;
+    ERPoint3D centroid_; // or the pivot
     double extent_ = 0.0;
     double largest_coordinate_ = 0.0;
-    State best_{{}, 0.0, Freedoms(1.0, false)};
+    State best_{{}, 0.0, Freedoms(1.0, {})};
     AlignmentReport report_;
 };
 
-Aligner::Aligner(std::span<const ERPoint3D> points, const NominalOf& nominal, bool in_plane,
+Aligner::Aligner(std::span<const ERPoint3D> points, const NominalsOf& nominals, bool in_plane,
                  const AlignmentOptions& options)
-    : points_(points), nominal_(nominal), in_plane_(in_plane), options_(options) {
+    : points_(points), nominals_(nominals), in_plane_(in_plane), options_(options),
+      held_(in_plane ? Freedoms::in_plane : options.held) {
     const double count = std::max<double>(1.0, static_cast<double>(points.size()));
     for (const ERPoint3D& p : points)
         centroid_ += p * (1.0 / count);
+    if (options.pivot) centroid_ = *options.pivot;
     for (const ERPoint3D& p : points)
         extent_ += ERVector3D(centroid_, p).norme2() / count;
     for (const ERPoint3D& p : points)
@@ -91,13 +98,27 @@ Aligner::Aligner(std::span<const ERPoint3D> points, const NominalOf& nominal, bo
     extent_ = extent_ > 0.0 ? std::sqrt(extent_) : 1.0;
 }
 
-State Aligner::evaluate(const Pose& pose) const {
-    State state{pose, 0.0, Freedoms(extent_, in_plane_)};
+// Calls visit(number, moved point, its arm, its place) for all points.
+template <class Visit>
+void Aligner::each_place(const Pose& pose, Visit visit) const {
     const ERPoint3D middle = centroid_ + pose.shift;
-    for (std::size_t n = 0; n < points_.size(); ++n) {
+    std::vector<ERPoint3D> moved(std::min(points_.size(), places_at_once));
+    std::vector<NominalPlace> places(moved.size());
+    for (std::size_t first = 0; first < points_.size(); first += moved.size()) {
+        const std::size_t count = std::min(moved.size(), points_.size() - first);
+        for (std::size_t n = 0; n < count; ++n)
+            moved[n] = middle + pose.turn * ERVector3D(centroid_, points_[first + n]);
+        nominals_(first, {moved.data(), count}, {places.data(), count});
+        for (std::size_t n = 0; n < count; ++n)
+            visit(first + n, moved[n], places[n]);
+    }
+}
+
+State Aligner::evaluate(const Pose& pose) const {
+    State state{pose, 0.0, Freedoms(extent_, held_)};
+    const ERPoint3D middle = centroid_ + pose.shift;
+    each_place(pose, [&](std::size_t n, const ERPoint3D& p, const NominalPlace& place) {
         const ERVector3D arm = pose.turn * ERVector3D(centroid_, points_[n]);
-        const ERPoint3D p = middle + arm;
-        const NominalPlace place = nominal_(n, p);
         const ERVector3D away(place.centre, p);
         const ERVector3D nominal_arm(middle, place.centre);
         const auto add = [&](const ERVector3D& normal) {
@@ -111,7 +132,7 @@ State Aligner::evaluate(const Pose& pose) const {
             for (int axis = 0; axis < (in_plane_ ? 2 : 3); ++axis)
                 add(ERVector3D(static_cast<Coord3D>(axis)));
         }
-    }
+    });
     state.freedoms.analyse(options_.least_determined);
     return state;
 }
@@ -146,8 +167,10 @@ std::optional<Pose> Aligner::absolute_orientation() const {
     if (points_.empty()) return {};
     std::vector<ERPoint3D> places;
     ERPoint3D middle;
-    for (std::size_t n = 0; n < points_.size(); ++n) {
-        places.push_back(nominal_(n, points_[n]).centre);
+    std::vector<NominalPlace> found(points_.size());
+    nominals_(0, points_, found);
+    for (const NominalPlace& place : found) {
+        places.push_back(place.centre);
         middle += places.back() * (1.0 / static_cast<double>(points_.size()));
     }
     double sums[3][3] = {};
@@ -196,7 +219,9 @@ bool Aligner::improve(const Step& step, int halvings) {
 void Aligner::run() {
     best_ = evaluate({});
     report_.squares_before = best_.squares;
-    if (best_.freedoms.all_determined()) {
+    const bool holds = std::find(held_.begin(), held_.end(), true) != held_.end();
+    if (options_.starts_by_orientation && !options_.pivot && (!holds || in_plane_) &&
+        best_.freedoms.all_determined()) {
         if (const auto start = absolute_orientation()) {
             State state = evaluate(*start);
             if (state.squares < best_.squares) best_ = state;
@@ -218,14 +243,41 @@ void Aligner::run() {
         break;
     }
     report_.squares_after = best_.squares;
-    report_.held = best_.freedoms.held(centroid_ + best_.pose.shift);
+    const ERPoint3D middle = centroid_ + best_.pose.shift;
+    report_.held = best_.freedoms.held(middle);
+    for (std::size_t n = 0; n < 6 && !in_plane_; ++n) {
+        if (!held_[n]) continue;
+        const ERVector3D axis(static_cast<Coord3D>(n % 3));
+        ERPoint3D through = middle;
+        if (n >= 3) through -= (middle.asVector3D() * axis) * axis;
+        report_.held.push_back(
+            {n < 3 ? HeldFreedom::sliding : HeldFreedom::turning, axis, through, 0.0});
+    }
+}
+
+} // namespace
+
+namespace {
+
+// One place after the other.
+NominalsOf one_by_one(const NominalOf& nominal) {
+    return [&nominal](std::size_t first, std::span<const ERPoint3D> points,
+                      std::span<NominalPlace> places) {
+        for (std::size_t n = 0; n < points.size(); ++n)
+            places[n] = nominal(first + n, points[n]);
+    };
 }
 
 } // namespace
 
 Alignment align(std::span<const ERPoint3D> points, const NominalOf& nominal,
                 const AlignmentOptions& options) {
-    Aligner aligner(points, nominal, false, options);
+    return align(points, one_by_one(nominal), options);
+}
+
+Alignment align(std::span<const ERPoint3D> points, const NominalsOf& nominals,
+                const AlignmentOptions& options) {
+    Aligner aligner(points, nominals, false, options);
     aligner.run();
     return {aligner.report(), ERTranslation3D(aligner.shift()) * ERRotation3D(aligner.turn())};
 }
@@ -241,7 +293,8 @@ Alignment2D align(std::span<const ERPoint2D> points, const NominalOf2D& nominal,
         return NominalPlace{place.centre.castToPoint3D(Coord3D_Z, 0.0),
                             place.normal.castToVector3D(Coord3D_Z, 0.0)};
     };
-    Aligner aligner(lifted, in_plane, true, options);
+    const NominalsOf nominals = one_by_one(in_plane);
+    Aligner aligner(lifted, nominals, true, options);
     aligner.run();
     Alignment2D result{aligner.report(), {}};
     const ERVector3D x = aligner.turn() * ERVector3D(Coord3D_X);
@@ -264,9 +317,10 @@ Alignment align(std::span<const gmTargetPoint> targets, const AlignmentOptions& 
         centres.push_back(target.measured_point().point);
         places.push_back({target.target_point() + radius * normal, normal});
     }
-    return align(
-        centres, [&places](std::size_t number, const ERPoint3D&) { return places[number]; },
-        options);
+    const NominalOf place = [&places](std::size_t number, const ERPoint3D&) {
+        return places[number];
+    };
+    return align(centres, place, options);
 }
 
 } // namespace velm

@@ -8,8 +8,10 @@
 #include "velm/transforms/plane_transformation.h"
 #include "velm/transforms/transformation_handle.h"
 
+#include <array>
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -33,6 +35,9 @@ struct VELM_API NominalPlace2D {
 /// p on a curve or surface, moved by half the ball's diameter along the normal.
 using NominalOf = std::function<NominalPlace(std::size_t number, const ERPoint3D& p)>;
 using NominalOf2D = std::function<NominalPlace2D(std::size_t number, const ERPoint2D& p)>;
+/// The same for points with numbers from `first` on, some thousands at a time.
+using NominalsOf = std::function<void(std::size_t first, std::span<const ERPoint3D> points,
+                                      std::span<NominalPlace> places)>;
 
 struct VELM_API AlignmentOptions {
     /// The motion has converged if a step moves the points by no more than this fraction of their
@@ -42,10 +47,17 @@ struct VELM_API AlignmentOptions {
     /// A freedom counts as undetermined if its singular value is less than this fraction of the
     /// greatest one; a turn is measured by the distance that it moves points at the extent.
     double least_determined = 1e-5;
+    /// Freedoms that every step leaves as they are: shifts of the pivot along x, y, z, turns about
+    /// it along x, y, z.
+    std::array<bool, 6> held{};
+    /// About which points turn; their centroid without one.
+    std::optional<ERPoint3D> pivot;
+    /// Whether the absolute orientation may be the start; not where the points are near already.
+    bool starts_by_orientation = true;
 };
 
-/// A freedom that the nominal places don't determine. The motion contains no held turn and no shift
-/// of the points' centroid along a held direction.
+/// A freedom that the nominal places don't determine, or that was to be held. The motion contains
+/// no held turn and no shift of the points' centroid along a held direction.
 struct VELM_API HeldFreedom {
     enum Kind { sliding, turning, screwing };
     Kind kind;
@@ -89,14 +101,16 @@ struct VELM_API Alignment2D : AlignmentReport {
 ///
 /// Starts from the absolute orientation of the points against their first nominal places, by the
 /// unit quaternion of the greatest eigenvalue (Horn, J. Opt. Soc. Am. A 4, 1987), if all freedoms
-/// are determined and this lowers the sum. Then takes Gauss-Newton steps on the deviations along
-/// the normals, with the places found again after each (Chen and Medioni, Image and Vision
-/// Computing 10, 1992), halved until the sum falls. Each step solves by the eigenvectors of the
-/// normal matrix and omits those of undetermined freedoms.
+/// are determined, none is held, and this lowers the sum. Then takes Gauss-Newton steps on the
+/// deviations along the normals, with the places found again after each (Chen and Medioni, Image
+/// and Vision Computing 10, 1992), halved until the sum falls. Each step solves by the eigenvectors
+/// of the normal matrix and omits those of undetermined freedoms.
 ///
 /// It is a local method: on a curve or surface the points must start nearer to their own parts of
 /// it than to others. Without points the motion is the identity and has converged.
 VELM_API Alignment align(std::span<const ERPoint3D> points, const NominalOf& nominal,
+                         const AlignmentOptions& options = {});
+VELM_API Alignment align(std::span<const ERPoint3D> points, const NominalsOf& nominals,
                          const AlignmentOptions& options = {});
 /// The alignment in the plane: turning and sliding within it.
 VELM_API Alignment2D align(std::span<const ERPoint2D> points, const NominalOf2D& nominal,

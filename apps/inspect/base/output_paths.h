@@ -8,7 +8,7 @@ namespace velm::inspect {
 
 /// An output that isn't wanted has no value; "-" is standard output.
 struct OutputPaths {
-    std::optional<std::string> json, csv, svg, html, store, archive;
+    std::optional<std::string> json, csv, svg, html, ply, vtp, store, archive;
     bool quiet = false; ///< no text on standard output
     bool sync = false;  ///< the object file is with the disk at the end
 };

@@ -164,6 +164,24 @@ void CommandLine::old_file(const char* name, const char* values, const char* hel
     });
 }
 
+void CommandLine::new_file(const char* name, const char* values, const char* help,
+                           std::optional<std::string>& to) {
+    const auto given = std::make_shared<std::string>();
+    new_file(name, values, help, *given);
+    steps_->push_back([given, &to] {
+        if (!given->empty()) to = *given;
+    });
+}
+
+void CommandLine::old_file(const char* name, const char* values, const char* help,
+                           std::optional<std::string>& to) {
+    const auto given = std::make_shared<std::string>();
+    old_file(name, values, help, *given);
+    steps_->push_back([given, app = app_, name, &to] {
+        if (app->count(name) > 0) to = *given;
+    });
+}
+
 void CommandLine::check_files(Files& files, bool has_text) {
     std::string names;
     std::vector<std::string> inputs;

@@ -93,8 +93,12 @@ public:
     void outputs(std::initializer_list<const OutputOption*> outputs, OutputPaths& to);
     /// An output that is no report: the path goes to `to` unchanged.
     void new_file(const char* name, const char* values, const char* help, std::string& to);
+    void new_file(const char* name, const char* values, const char* help,
+                  std::optional<std::string>& to);
     /// A file to read that an option names: the path goes to `to` as it is.
     void old_file(const char* name, const char* values, const char* help, std::string& to);
+    void old_file(const char* name, const char* values, const char* help,
+                  std::optional<std::string>& to);
 
     /// Checks options against each other.
     void check(std::function<void()> work) { steps_->push_back(std::move(work)); }

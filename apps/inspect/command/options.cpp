@@ -159,6 +159,26 @@ long parse_number_from_1(const std::string& name, const std::string& text) {
     return number;
 }
 
+std::array<bool, 6> parse_freedoms(const std::string& name, const std::string& text) {
+    constexpr std::string_view freedoms[] = {"TX", "TY", "TZ", "RX", "RY", "RZ"};
+    std::array<bool, 6> held{};
+    for (const std::string& word : parse_names(name, text)) {
+        const auto* const found = std::find(std::begin(freedoms), std::end(freedoms), word);
+        if (found == std::end(freedoms))
+            refuse(name, "expected TX, TY, TZ, RX, RY, RZ separated by commas, found '" +
+                             clipped(word, 40) + "'");
+        held[static_cast<std::size_t>(found - std::begin(freedoms))] = true;
+    }
+    return held;
+}
+
+int parse_threads(const std::string& name, const std::string& text) {
+    constexpr long most = 256;
+    const long number = parse_number_from_1(name, text);
+    if (number > most) refuse(name, "expected a number from 1 to 256");
+    return static_cast<int>(number);
+}
+
 std::vector<std::string> parse_names(const std::string& name, const std::string& text) {
     std::vector<std::string> names;
     for (std::size_t at = 0; at <= text.size();) {

@@ -8,6 +8,7 @@
 #include "velm/inspection/section_frame.h"
 #include "velm/inspection/tolerance.h"
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -71,6 +72,10 @@ SectionFrame parse_frame(const std::string& name, const std::string& text);
 std::vector<std::string> parse_names(const std::string& name, const std::string& text);
 /// The length of a unit in millimetres.
 double parse_unit(const std::string& name, const std::string& text);
+/// TX, TY, TZ, RX, RY, RZ, separated by commas.
+std::array<bool, 6> parse_freedoms(const std::string& name, const std::string& text);
+/// A whole number from 1 to 256.
+int parse_threads(const std::string& name, const std::string& text);
 /// A whole number from 1.
 long parse_number_from_1(const std::string& name, const std::string& text);
 
@@ -114,6 +119,17 @@ inline constexpr Option<double> max_angle_option{
     "A point with i, j, k belongs to the nearest place\nwhose outward normal is within this angle "
     "of it\n(default: 60)",
     parse_angle, 1};
+inline constexpr Option<double> max_distance_option{
+    "--max-distance", "D",
+    "No place further than this from its point counts;\nan alignment leaves such points out",
+    parse_positive, 1};
+inline constexpr Option<std::vector<std::string>> faces_option{
+    "--faces", "NAME,...", "Compares with these faces alone", parse_names, 0};
+inline constexpr Option<std::array<bool, 6>> hold_option{
+    "--hold", "TX,TY,TZ,RX,RY,RZ", "With --align: freedoms that the alignment leaves as\nthey are",
+    parse_freedoms, 0};
+inline constexpr Option<int> threads_option{
+    "--threads", "N", "Threads that compare points (default: 1)", parse_threads, 1};
 inline constexpr Option<double> diameter_option{
     "--diameter", "D", "Diameter of the probe's ball, if the measured file\nhas no column for it",
     parse_length, 1};
@@ -166,6 +182,10 @@ inline constexpr OutputOption svg_output{"--svg", "Draws the picture", &OutputPa
 inline constexpr OutputOption html_output{"--html",
                                           "Writes the whole report as one page, with the\npicture",
                                           &OutputPaths::html, nullptr};
+inline constexpr OutputOption ply_output{"--ply", "Writes the points with their deviations as PLY",
+                                         &OutputPaths::ply, nullptr};
+inline constexpr OutputOption vtp_output{
+    "--vtp", "Writes part and points with their deviations as VTP", &OutputPaths::vtp, nullptr};
 inline constexpr OutputOption store_output{
     "--store", "Keeps the results in an object file, created if\nmissing", &OutputPaths::store,
     "an object file"};

@@ -26,21 +26,45 @@ struct Descriptor {
 
 } // namespace
 
-TextSource::TextSource(const std::string& path) : name_(path == "-" ? "standard input" : path) {
+OpenedInput open_input(const std::string& path) {
+    OpenedInput input;
+    input.name = path == "-" ? "standard input" : path;
     auto file = std::make_shared<Descriptor>(
         path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-    if (file->value < 0) fail_file(name_, "can't be opened for reading", errno);
+    if (file->value < 0) fail_file(input.name, "can't be opened for reading", errno);
     struct stat status {};
     if (::fstat(file->value, &status) == 0 && S_ISREG(status.st_mode))
-        size_ = static_cast<std::uint64_t>(status.st_size);
-    read_ = [file, name = name_](char* to, std::size_t room) -> std::size_t {
+        input.size = static_cast<std::uint64_t>(status.st_size);
+    input.read = [file, name = input.name](char* to, std::size_t room) -> std::size_t {
         for (;;) {
             const ssize_t got = ::read(file->value, to, room);
             if (got >= 0) return static_cast<std::size_t>(got);
             if (errno != EINTR) fail_file(name, "can't be read", errno);
         }
     };
+    return input;
 }
+
+std::string first_bytes(OpenedInput& input, std::size_t most) {
+    std::string first(most, '\0');
+    std::size_t count = 0;
+    while (count < most) {
+        const std::size_t got = input.read(first.data() + count, most - count);
+        if (got == 0) break;
+        count += got;
+    }
+    first.resize(count);
+    input.read = [again = first, rest = std::move(input.read)](char* to, std::size_t room) mutable {
+        if (again.empty()) return rest(to, room);
+        const std::size_t given = again.copy(to, room);
+        again.erase(0, given);
+        return given;
+    };
+    return first;
+}
+
+TextSource::TextSource(OpenedInput input)
+    : name_(std::move(input.name)), read_(std::move(input.read)), size_(input.size) {}
 
 TextSource::TextSource(std::string name, std::string_view text)
     : name_(std::move(name)), size_(text.size()) {

@@ -11,6 +11,18 @@
 
 namespace velm::inspect {
 
+/// An input file opened for one pass.
+struct OpenedInput {
+    std::string name;       ///< "standard input" for "-"
+    std::uint64_t size = 0; ///< in bytes, 0 if it is unknown (a pipe)
+    /// Fills the room as far as it can; 0 at the end. Throws `Failure` (file).
+    std::function<std::size_t(char* to, std::size_t room)> read;
+};
+/// Throws `Failure` (file) for a file that can't be opened.
+OpenedInput open_input(const std::string& path);
+/// The first bytes of an input, at most `most`; reading gives them again.
+std::string first_bytes(OpenedInput& input, std::size_t most);
+
 /// Gives the lines of a text, ended by LF, CR LF or CR; a UTF-8 byte-order mark at the start is
 /// dropped. Keeps one block at a time, regardless of the size of the file. Binary content (a zero
 /// byte, UTF-16) and lines above `longest_line` are refused as input that can't be understood.
@@ -19,7 +31,8 @@ public:
     static constexpr std::size_t longest_line = std::size_t{1} << 20;
 
     /// Opens a file, or stdin for "-". Throws `Failure` (file) if it can't be opened.
-    explicit TextSource(const std::string& path);
+    explicit TextSource(const std::string& path) : TextSource(open_input(path)) {}
+    explicit TextSource(OpenedInput input);
     /// Reads from memory, which must outlive the source.
     TextSource(std::string name, std::string_view text);
 

@@ -1,9 +1,13 @@
 #include "inspect/inspection/reported_kinds.h"
 
+#include "inspect/base/failure.h"
 #include "inspect/report/fit_outputs.h"
 #include "inspect/report/section_outputs.h"
+#include "inspect/report/surface_outputs.h"
 #include "inspect/report/target_outputs.h"
 #include "velm/inspection/kept_fit.h"
+
+#include <type_traits>
 
 namespace velm::inspect {
 namespace {
@@ -21,15 +25,33 @@ FitOutputs outputs_of(const FitRecordReader& reader, const OutputPaths& paths) {
 FitOutputs outputs_of(const FitArchiveReader& reader, const OutputPaths& paths) {
     return {reader.head(), paths};
 }
+SurfaceOutputs outputs_of(const SurfaceRecordReader& reader, const OutputPaths& paths) {
+    return {reader.head(), reader.mesh(), paths};
+}
+SurfaceOutputs outputs_of(const SurfaceArchiveReader& reader, const OutputPaths& paths) {
+    return {reader.head(), reader.mesh(), paths};
+}
 template <class Reader>
 TargetOutputs outputs_of(const Reader& reader, const OutputPaths& paths) {
     return {reader.head(), paths};
+}
+
+// Refuses outputs that a kind doesn't have.
+template <class Row>
+void require_outputs(const OutputPaths& paths) {
+    constexpr bool is_of_surfaces = std::is_same_v<Row, SurfaceRow>;
+    if (is_of_surfaces && paths.svg)
+        throw Failure(ExitCode::usage, "--svg: an inspection of surfaces has none; --html has the "
+                                       "pictures of its page");
+    if (!is_of_surfaces && (paths.ply || paths.vtp))
+        throw Failure(ExitCode::usage, "--ply and --vtp: only an inspection of surfaces has them");
 }
 
 // Passes on all rows of a reader; whether they are in tolerance. `update` shows the progress after
 // that many rows.
 template <class Reader, class Update>
 bool report_rows(Reader& reader, const OutputPaths& paths, Progress& progress, Update update) {
+    require_outputs<typename Reader::Row>(paths);
     auto outputs = outputs_of(reader, paths);
     typename Reader::Row row;
     for (std::uint64_t count = 1; reader.next(row); ++count) {
@@ -68,6 +90,8 @@ std::span<const ReportedKind> reported_kinds() {
          report_document<TargetArchiveReader>},
         {"fit", fit_kind, ArchivedKind::fit, report_record<FitRecordReader>,
          report_document<FitArchiveReader>},
+        {"surface", surfaces_kind, ArchivedKind::surface, report_record<SurfaceRecordReader>,
+         report_document<SurfaceArchiveReader>},
     };
     return kinds;
 }

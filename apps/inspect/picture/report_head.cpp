@@ -76,7 +76,8 @@ HeadLines alignment_lines(const AppliedAlignment& alignment) {
     const ERVector3D axis = alignment.axis();
     std::string turn = fixed(alignment.angle() * 180.0 / std::numbers::pi, 6) + " degrees";
     if (!alignment.in_plane) turn += " about <" + numbers({axis.i(), axis.j(), axis.k()}, 7) + ">";
-    HeadLines lines{{"aligned by best fit",
+    const bool by_references = alignment.method == AlignmentMethod::references;
+    HeadLines lines{{by_references ? "aligned by reference points" : "aligned by best fit",
                      std::to_string(alignment.iterations) + " iterations, the last step " +
                          numbers({alignment.last_step}, 3) + " of the extent, threshold " +
                          shortest(alignment.threshold)},

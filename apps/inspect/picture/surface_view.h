@@ -40,6 +40,16 @@ struct ViewPoint {
     PointState state = PointState::unassigned;
 };
 
+/// `tolerance` is that of the inspection, or of the point's face.
+inline PointState state_of(const Judged& point, const std::optional<Tolerance>& tolerance) {
+    if (!point.is_assigned) return PointState::unassigned;
+    if (!point.in_tolerance) return PointState::unjudged;
+    if (*point.in_tolerance) return PointState::in;
+    const std::optional<Tolerance>& band = point.limits ? point.limits : tolerance;
+    const double middle = band ? band->middle() : 0.0;
+    return point.deviation < middle ? PointState::below : PointState::above;
+}
+
 /// The drawn form of a judged point. `face` is -1 for one that isn't assigned; `tolerance` is that
 /// of the inspection.
 inline ViewPoint view_point(const Judged& point, const std::optional<Tolerance>& tolerance,
@@ -50,13 +60,7 @@ inline ViewPoint view_point(const Judged& point, const std::optional<Tolerance>&
     drawn.outward = {float(outward.i()), float(outward.j()), float(outward.k())};
     drawn.deviation = float(point.deviation);
     drawn.face = face;
-    drawn.state = PointState::unjudged;
-    if (point.in_tolerance == true) drawn.state = PointState::in;
-    if (point.in_tolerance == false) {
-        const std::optional<Tolerance>& band = point.limits ? point.limits : tolerance;
-        const double middle = band ? band->middle() : 0.0;
-        drawn.state = point.deviation < middle ? PointState::below : PointState::above;
-    }
+    drawn.state = state_of(point, tolerance);
     return drawn;
 }
 

@@ -61,14 +61,16 @@ public:
         if (json_) {
             if (groups_.has_any()) json_->add_list("features", groups_.features());
             if (groups_.has_parts()) json_->add_list("parts", groups_.parts());
+            add_lists(*json_);
             json_->finish(describe(figures));
         }
         if (svg_ != nullptr) svg_->write(svg());
         if (html_ != nullptr) html_->write(page());
+        finish_files();
         if (Output* const table = outputs_.add_text(quiet_)) {
             const std::size_t worst = rows_.shows_worst() ? rows_.worst().size() : 0;
             const std::string judged = rows_table(false), distances = rows_table(true);
-            table->write(groups_.text(decimals()) + judged +
+            table->write(group_text() + groups_.text(decimals()) + judged +
                          (judged.empty() || distances.empty() ? "" : "\nwithout a normal:\n") +
                          distances +
                          summary_text(report_head(), figure_lines(), worst, summary_.count()));
@@ -90,6 +92,11 @@ protected:
     virtual std::vector<FigureLine> figure_lines() const {
         return inspect::figure_lines(summary_, decimals());
     }
+    /// Ends files that only this kind has.
+    virtual void finish_files() {}
+    /// Tables of a kind's own above that of the points, and its lists in JSON.
+    virtual std::string group_text() const { return {}; }
+    virtual void add_lists(JsonReport&) const {}
     virtual std::string svg() const { return {}; }
     virtual std::string page() const { return {}; }
     int decimals() const { return shown_decimals(head_, summary_); }

@@ -112,18 +112,18 @@ void JsonReport::add(const Described& row) {
     output_.write(text_);
 }
 
-void JsonReport::begin_list(std::string_view name) {
-    lists_.append(",\n \"").append(name).append("\":[");
+void JsonReport::begin_list(std::string& lists, std::string_view name) {
+    lists.append(",\n \"").append(name).append("\":[");
 }
 
-void JsonReport::add_to_list(const Described& subject) {
-    lists_ += lists_.back() == '[' ? "\n  {" : ",\n  {";
-    ValueWriter(lists_, ascii_).append_fields(subject, 0);
-    lists_ += '}';
+void JsonReport::add_to_list(std::string& lists, const Described& subject) const {
+    lists += lists.back() == '[' ? "\n  {" : ",\n  {";
+    ValueWriter(lists, ascii_).append_fields(subject, 0);
+    lists += '}';
 }
 
 void JsonReport::finish(const Described& figures) {
-    text_ = "],\n";
+    text_ = "]" + lists_before_ + ",\n";
     text_ += summary_start;
     ValueWriter writer(text_, ascii_);
     writer.append_fields(figures, summary_start.size());
@@ -131,7 +131,7 @@ void JsonReport::finish(const Described& figures) {
     head_.each([&](const Field& field, const FieldValue& value) {
         if (field.late) writer.append_field(field, value, 1);
     });
-    text_ += lists_ + "}\n";
+    text_ += lists_after_ + "}\n";
     output_.write(text_);
 }
 

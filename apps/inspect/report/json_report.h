@@ -21,20 +21,22 @@ public:
                std::string_view list = "points");
     void add(const Described& row);
     void finish(const Described& figures);
-    /// A list that comes after the summary.
+    /// A list that comes after the summary, or before it.
     template <class Subject>
-    void add_list(std::string_view name, const std::vector<Subject>& subjects) {
-        begin_list(name);
+    void add_list(std::string_view name, const std::vector<Subject>& subjects,
+                  bool before_summary = false) {
+        std::string& lists = before_summary ? lists_before_ : lists_after_;
+        begin_list(lists, name);
         for (const Subject& subject : subjects)
-            add_to_list(describe(subject));
-        lists_ += subjects.empty() ? "]" : "\n ]";
+            add_to_list(lists, describe(subject));
+        lists += subjects.empty() ? "]" : "\n ]";
     }
 
 private:
-    void begin_list(std::string_view name);
-    void add_to_list(const Described& subject);
+    static void begin_list(std::string& lists, std::string_view name);
+    void add_to_list(std::string& lists, const Described& subject) const;
 
-    std::string lists_;
+    std::string lists_before_, lists_after_; // the summary
     Output& output_;
     Described head_;
     bool ascii_; // a terminal gets no control bytes

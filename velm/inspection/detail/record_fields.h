@@ -60,6 +60,11 @@ public:
     std::string text_or_empty(RecordKey key) const;
     std::string kind() const { return text_or_empty(RecordKey::kind); }
 
+    /// Refuses a record without the property.
+    void require(RecordKey key) const {
+        if (!has(key)) refuse_key(static_cast<long>(key), {}, "a value");
+    }
+
     const ERDBObject& record() const { return record_; }
     [[noreturn]] void refuse(const std::string& why) const;
     /// "expected a count under the key 117 (contour)"

@@ -57,15 +57,16 @@ Freedoms::Unknowns Freedoms::row_of(const ERVector3D& arm, const ERVector3D& nor
 }
 
 void Freedoms::add_product(Matrix& upper, const Unknowns& row) const {
-    for (std::size_t i = first_; i < end_; ++i) {
-        for (std::size_t j = i; j < end_; ++j)
-            upper[i][j] += row[i] * row[j];
+    for (std::size_t a = 0; a < count_; ++a) {
+        const std::size_t i = used_[a];
+        for (std::size_t b = a; b < count_; ++b)
+            upper[i][used_[b]] += row[i] * row[used_[b]];
     }
 }
 
 void Freedoms::complete(Matrix& upper) const {
-    for (std::size_t i = first_; i < end_; ++i) {
-        for (std::size_t j = i + 1; j < end_; ++j)
+    for (std::size_t i = 0; i < 6; ++i) {
+        for (std::size_t j = i + 1; j < 6; ++j)
             upper[j][i] = upper[i][j];
     }
 }
@@ -99,18 +100,19 @@ void Freedoms::analyse(double least) {
     least_ = least;
     complete(matrix_);
     complete(nominal_);
-    const std::size_t count = end_ - first_;
+    if (count_ == 0) return;
     Matrix free = {};
-    for (std::size_t i = 0; i < count; ++i) {
-        for (std::size_t j = 0; j < count; ++j)
-            free[i][j] = nominal_[i + first_][j + first_];
+    for (std::size_t i = 0; i < count_; ++i) {
+        for (std::size_t j = 0; j < count_; ++j)
+            free[i][j] = nominal_[used_[i]][used_[j]];
     }
-    const std::vector<Mode> modes = modes_of(free, count);
+    const std::vector<Mode> modes = modes_of(free, count_);
     const double floor = std::max(modes.front().eigenvalue * least * least, 0.0);
     std::vector<Unknowns> open;
     for (const Mode& mode : modes) {
         Unknowns vector = {};
-        std::copy_n(mode.vector.begin(), count, vector.begin() + static_cast<long>(first_));
+        for (std::size_t i = 0; i < count_; ++i)
+            vector[used_[i]] = mode.vector[i];
         (mode.eigenvalue > floor ? determined_ : open).push_back(vector);
     }
     reduce(std::move(open));
@@ -164,6 +166,7 @@ Step Freedoms::solve() const {
     }
     Unknowns sum = {};
     Step step;
+    if (count == 0) return step;
     const std::vector<Mode> modes = modes_of(reduced, count);
     for (const Mode& mode : modes) {
         if (!(mode.eigenvalue > modes.front().eigenvalue * least_ * least_)) continue;

@@ -26,8 +26,14 @@ struct Step {
 /// slippable motions: Gelfand and Guibas, Symposium on Geometry Processing 2004).
 class Freedoms {
 public:
-    Freedoms(double extent, bool in_plane)
-        : extent_(extent), first_(in_plane ? 2 : 0), end_(in_plane ? 5 : 6) {}
+    /// The freedoms of AlignmentOptions::held that the plane of x and y doesn't have.
+    static constexpr std::array<bool, 6> in_plane{false, false, true, true, true, false};
+
+    /// `held` as in AlignmentOptions.
+    Freedoms(double extent, const std::array<bool, 6>& held) : extent_(extent) {
+        for (std::size_t n = 0; n < 6; ++n) // the turns come first here
+            if (!held[(n + 3) % 6]) used_[count_++] = n;
+    }
 
     /// Adds the deviation along the normal of a point at the offset `arm` from the centroid, with
     /// its nominal place at `nominal_arm`.
@@ -61,9 +67,10 @@ private:
     void hold(Unknowns& step) const;
 
     double extent_;
-    std::size_t first_, end_; // the range of unknowns in use
-    Matrix matrix_ = {};      // of the points
-    Matrix nominal_ = {};     // of the places
+    std::array<std::size_t, 6> used_{}; // the unknowns in use, ascending
+    std::size_t count_ = 0;             // of these
+    Matrix matrix_ = {};                // of the points
+    Matrix nominal_ = {};               // of the places
     Unknowns gradient_ = {};
     double least_ = 0.0;
     std::vector<Unknowns> determined_; // orthonormal
