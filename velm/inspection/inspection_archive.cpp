@@ -11,7 +11,7 @@ namespace {
 
 static_assert(archive_version == detail::newest_archive);
 constexpr auto first_kind = static_cast<DWORD>(ArchivedKind::section),
-               last_kind = static_cast<DWORD>(ArchivedKind::fit);
+               last_kind = static_cast<DWORD>(ArchivedKind::surface);
 constexpr ULONGLONG checksum_size = sizeof(DWORD);
 constexpr int buffer_size = 1 << 16;
 

@@ -1,8 +1,10 @@
 #include "velm/measure/reference_alignment.h"
 
 #include "velm/measure/detail/freedoms.h"
+#include "velm/numerics/matrix.h"
 #include "velm/numerics/quaternion.h"
 #include "velm/transforms/transformation_factories.h"
+#include "velm/transforms/transformed_values.h"
 
 #include <algorithm>
 #include <cmath>

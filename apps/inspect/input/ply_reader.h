@@ -33,6 +33,8 @@ public:
     bool next(ScanPoint& point);
 
     bool has_normals() const { return has_normals_; }
+    /// As the header says.
+    std::uint64_t count() const { return vertices_->count; }
     std::uint64_t bytes_read() const { return bytes_read_; }
     /// Throws `Failure` (input) about the vertex that was read last.
     [[noreturn]] void refuse(const std::string& why) const;

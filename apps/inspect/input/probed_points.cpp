@@ -2,6 +2,7 @@
 
 #include "inspect/base/failure.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -23,7 +24,7 @@ constexpr const char* too_far = "the point is too far from the origin to be comp
 } // namespace
 
 ProbedPoints::ProbedPoints(const std::string& path, const ProbedOptions& options)
-    : options_(options) {
+    : options_(options), path_(path) {
     OpenedInput input = open_input(path);
     name_ = input.name;
     size_ = input.size;
@@ -59,6 +60,18 @@ std::vector<std::string> ProbedPoints::notes() const {
 
 void ProbedPoints::show(Progress& progress) const {
     progress.update(count_, scan_ ? scan_->bytes_read() : source_->bytes_read(), size_);
+}
+
+std::uint64_t ProbedPoints::announced() const {
+    if (scan_) return scan_->count();
+    if (size_ == 0 || path_ == "-") return 0;
+    const OpenedInput again = open_input(path_);
+    std::vector<char> block(std::size_t{1} << 20);
+    std::uint64_t lines = 0;
+    while (const std::size_t got = again.read(block.data(), block.size()))
+        lines += static_cast<std::uint64_t>(
+            std::count(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(got), '\n'));
+    return lines;
 }
 
 bool ProbedPoints::next(SurfaceRow& row) {

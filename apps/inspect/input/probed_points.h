@@ -42,6 +42,9 @@ public:
     /// Sentences about the points, at the end.
     std::vector<std::string> notes() const;
     void show(Progress& progress) const;
+    /// The number of points that follow, as far as the file says it: that of a scan, and the lines
+    /// of a table that is a regular file; 0 where it isn't known.
+    std::uint64_t announced() const;
 
 private:
     bool next_of_table(SurfaceRow& row);
@@ -49,7 +52,7 @@ private:
     void set_direction(SurfaceRow& row, const ERVector3D& direction) const;
 
     const ProbedOptions& options_;
-    std::string name_;
+    std::string path_, name_;
     std::uint64_t size_ = 0;
     std::optional<PlyReader> scan_;
     std::optional<TextSource> source_;

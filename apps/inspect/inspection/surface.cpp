@@ -35,6 +35,20 @@ SurfaceHead head_of(const SurfaceOptions& options, const NominalSurfaces& nomina
     return head;
 }
 
+// Refuses points that an object file can't hold, before anything is written.
+void require_room(const ProbedPoints& points, const OutputPaths& paths) {
+    // A point's record, target and entries in two trees, as they are measured, at the least.
+    constexpr std::uint64_t bytes_of_point = 560;
+    constexpr std::uint64_t most_bytes = (std::uint64_t{1} << 31) - 1;
+    if (!paths.store) return;
+    const std::uint64_t count = points.announced();
+    if (count > most_bytes / bytes_of_point)
+        throw Failure(ExitCode::file, "--store: an object file holds 2 GiB, about " +
+                                          grouped(most_bytes / bytes_of_point, ",") + " points; " +
+                                          points.name() + " has " + grouped(count, ",") +
+                                          "; --archive has no such limit");
+}
+
 // Gives rows one by one; false after the last.
 using NextRow = std::function<bool(SurfaceRow&)>;
 
@@ -90,8 +104,7 @@ public:
                 : fit_to_surfaces(held_, without_limit,
                                   {options_.moving.held, options_.max_distance, name});
         RunningStatistics before, after;
-        PartComparison there(nominal_.part(),
-                             {options_.max_angle, options_.max_distance, options_.threads});
+        PartComparison there(nominal_.part(), {options_.max_angle, std::nullopt, options_.threads});
         each_compared(as_measured(), there, [&](const SurfaceRow& row) {
             if (!row.found) return;
             before.add(row.deviation);
@@ -174,6 +187,7 @@ InspectionEnd inspect_surface(const SurfaceOptions& options, Progress& progress)
     PartComparison comparison(nominal.part(),
                               {options.max_angle, options.max_distance, options.threads});
     SurfaceHead head = head_of(options, nominal, points);
+    require_room(points, options.paths);
     std::optional<MovedPoints> moving;
     if (options.moving.best_fit || options.moving.references) {
         moving.emplace(points, nominal, options, progress);

@@ -6,6 +6,7 @@
 #include "inspect/input/reference_table.h"
 #include "velm/measure/reference_alignment.h"
 #include "velm/transforms/transformation_factories.h"
+#include "velm/transforms/transformed_values.h"
 
 #include <algorithm>
 #include <cmath>
