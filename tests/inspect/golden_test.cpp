@@ -3,6 +3,7 @@
 // compared with golden/expected. VELM_UPDATE_GOLDEN=1 writes golden/expected instead: for changes
 // that are meant, in a commit of their own.
 #include "inspect/workshop.h"
+#include "support/block_part.h"
 
 namespace {
 
@@ -33,7 +34,9 @@ std::string first_difference(const std::string& expected, const std::string& fou
 TEST(Golden, EveryOutputOfEveryCommandKeepsItsBytes) {
     const velm_test::Workshop shop;
     fs::copy(golden / "input", shop.path("."));
-    const std::set<std::string> inputs = files_below(golden / "input");
+    velm_test::Block::save(shop.path("block.velm"));
+    std::set<std::string> inputs = files_below(golden / "input");
+    inputs.insert("block.velm");
     std::ifstream commands(golden / "commands.txt");
     std::string said;
     for (std::string line; std::getline(commands, line);) {

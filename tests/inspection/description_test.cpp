@@ -3,6 +3,7 @@
 #include "velm/inspection/clip_result.h"
 #include "velm/inspection/fit_result.h"
 #include "velm/inspection/section_result.h"
+#include "velm/inspection/surface_result.h"
 #include "velm/inspection/target_result.h"
 
 namespace {
@@ -93,6 +94,8 @@ TEST(Description, NoTwoFieldsOfARecordShareAKeyOrAPlace) {
     check(fields_of<SectionRow>(), {}, true);
     check(fields_of<TargetRow>(), {}, true);
     check(fields_of<FitRow>());
+    check(fields_of<SurfaceHead>(), fields_of<Figures>());
+    check(fields_of<SurfaceRow>(), {}, true);
 }
 
 // Whatever is read back is what was kept: each field's value assigned to an empty subject.

@@ -88,10 +88,10 @@ TEST(ReferenceAlignment, IsTheFrameOfPlaneLineAndPoint) {
         for (const ERPoint3D& p : {a, b, c})
             EXPECT_NEAR((to >> p).z(), 0.0, 1e-11);
         ERVector3D normal = (ERVector3D(a, b) ^ ERVector3D(a, c)).getnormalized();
-        EXPECT_NEAR(ERVector3D(to >> normal, z).norme(), 0.0, 1e-11);
+        EXPECT_NEAR(((to >> normal) - z).norme(), 0.0, 1e-11);
         ERVector3D along(points[3].measured, points[4].measured);
         along -= (along * normal) * normal;
-        EXPECT_NEAR(ERVector3D(to >> along.getnormalized(), x).norme(), 0.0, 1e-11);
+        EXPECT_NEAR(((to >> along.getnormalized()) - x).norme(), 0.0, 1e-11);
         EXPECT_NEAR((to >> points[5].measured).x(), 0.0, 1e-11);
     }
 }

@@ -50,7 +50,7 @@ struct SurfaceHead : InspectionHead {
     /// The greatest angle, in degrees, between the direction of a point and the outward normal of
     /// its place; none where no point has a direction.
     std::optional<double> max_angle;
-    std::optional<double> max_distance; ///< of a place from its point
+    std::optional<double> max_distance; ///< of a place from the ball of its point
     bool skips_bad = false;             ///< faces that could not be taken were to be left out
     std::vector<NamedText> left_out;    ///< of these, their numbers in the CAD file and the reasons
     int face_count = 0;                 ///< of `faces`, which files keep by themselves

@@ -121,7 +121,7 @@ inline constexpr Option<double> max_angle_option{
     parse_angle, 1};
 inline constexpr Option<double> max_distance_option{
     "--max-distance", "D",
-    "No place further than this from its point counts;\nan alignment leaves such points out",
+    "No place further than this from the ball counts; an\nalignment leaves such points out",
     parse_positive, 1};
 inline constexpr Option<std::vector<std::string>> faces_option{
     "--faces", "NAME,...", "Compares with these faces alone", parse_names, 0};

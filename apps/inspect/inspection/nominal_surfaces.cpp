@@ -3,6 +3,7 @@
 #include "inspect/base/text_escape.h"
 #include "inspect/input/cad_import.h"
 #include "inspect/input/face_tolerances.h"
+#include "inspect/input/text_source.h"
 #include "inspect/keep/store_reader.h"
 #include "velm/inspection/nominal_part.h"
 #include "velm/surfaces/part_tessellation.h"
@@ -19,6 +20,18 @@ constexpr double chord_part = 5e-4;
 // Faces that share an edge meet within this part of the part's diagonal, or within the largest gap
 // that the file states.
 constexpr double gap_part = 1e-6;
+
+// Refuses what is no object file, before it is looked into.
+void require_readable(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error))
+        throw Failure(ExitCode::file, path + ": is no regular file");
+    char byte = 0;
+    open_input(path).read(&byte, 1); // fails where it can't be read
+    if (!is_store_file(path))
+        throw Failure(ExitCode::input, path + ": is neither an object file nor a STEP, IGES or "
+                                              "BREP file");
+}
 
 std::string entity_text(long entity) { return std::to_string(std::max(entity, 0L)); }
 
@@ -70,6 +83,7 @@ NominalSurfaces::NominalSurfaces(const NominalOptions& options)
         throw Failure(ExitCode::usage,
                       "--keep-nominal: " + options.path + " is no CAD file but is kept already");
     }
+    require_readable(path);
     std::optional<NominalPart> part;
     try {
         part = with_store(path, [&] { return read_part(path); });
@@ -80,6 +94,11 @@ NominalSurfaces::NominalSurfaces(const NominalOptions& options)
         is_in_millimetres_ = true;
         for (const LeftOutFace& face : part->left_out)
             left_out_.push_back({entity_text(face.entity), face.reason});
+        if (!part->left_out.empty() && !options.skip_bad)
+            throw Failure(ExitCode::input,
+                          options.path + ": lacks " + std::to_string(part->left_out.size()) +
+                              (part->left_out.size() == 1 ? " face" : " faces") +
+                              " of its CAD file; with --skip-bad it is used without");
         read.take_part(*part);
     } else {
         const std::unique_ptr<InspectionRecords> file = open_records(path);

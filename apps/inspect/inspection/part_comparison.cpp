@@ -51,24 +51,29 @@ void share_work(std::size_t count, std::size_t block, int threads,
     if (failure) std::rethrow_exception(failure);
 }
 
-PartSearch PartComparison::search() const {
+PartSearch PartComparison::search(double radius) const {
     PartSearch search;
     search.max_angle = options_.max_angle * std::numbers::pi / 180.0;
-    if (options_.max_distance) search.max_distance = *options_.max_distance;
+    if (options_.max_distance) search.max_distance = *options_.max_distance + radius;
     return search;
 }
 
-PartFoot PartComparison::foot_of(const ERPoint3D& p, const std::optional<ERVector3D>& direction,
+PartFoot PartComparison::foot_of(const ERPoint3D& p, double radius,
+                                 const std::optional<ERVector3D>& direction,
                                  const std::optional<PartFoot>& hint) const {
-    PartSearch search = this->search();
+    PartSearch search = this->search(radius);
     search.direction = direction;
     search.hint = hint;
-    return part_.nearest(p, search);
+    PartFoot foot = part_.nearest(p, search);
+    // The place may be on the other side of the ball's centre.
+    if (options_.max_distance && std::fabs(foot.signed_distance - radius) > *options_.max_distance)
+        foot.face = -1;
+    return foot;
 }
 
 // Whether the point belongs only to a place that faces the other way.
 bool PartComparison::is_reversed(const SurfaceRow& row) const {
-    PartSearch search = this->search();
+    PartSearch search = this->search(row.diameter / 2.0);
     search.direction = -*row.direction;
     if (row.found) {
         const double distance = std::fabs(row.found->distance);
@@ -84,7 +89,7 @@ void PartComparison::compare_block(std::span<SurfaceRow> rows) {
     for (SurfaceRow& row : rows) {
         row.found.reset();
         row.deviation = 0.0;
-        const PartFoot foot = foot_of(row.measured, row.direction, hint);
+        const PartFoot foot = foot_of(row.measured, row.diameter / 2.0, row.direction, hint);
         if (foot.face >= 0) {
             row.found = SurfaceFind{foot.point, foot.outward, foot.face, place_of(foot.kind),
                                     foot.signed_distance};

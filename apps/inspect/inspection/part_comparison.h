@@ -27,8 +27,8 @@ struct ComparisonCounts {
 class PartComparison {
 public:
     struct Options {
-        double max_angle = 60.0; ///< degrees
-        std::optional<double> max_distance;
+        double max_angle = 60.0;            ///< degrees
+        std::optional<double> max_distance; ///< of a place from the ball: of its deviation
         int threads = 1;
     };
     /// Rows are shared among threads by as many.
@@ -41,8 +41,8 @@ public:
     /// Sets place and deviation of rows that are not judged yet; thread-safe.
     void compare(std::span<SurfaceRow> rows);
     ComparisonCounts counts() const;
-    /// The place of a point, near to that of another if one is given.
-    PartFoot foot_of(const ERPoint3D& p, const std::optional<ERVector3D>& direction,
+    /// The place of the centre of a ball, near to that of another if one is given.
+    PartFoot foot_of(const ERPoint3D& p, double radius, const std::optional<ERVector3D>& direction,
                      const std::optional<PartFoot>& hint) const;
     const PreparedPart& part() const { return part_; }
     int threads() const { return options_.threads; }
@@ -50,7 +50,7 @@ public:
 private:
     void compare_block(std::span<SurfaceRow> rows);
     bool is_reversed(const SurfaceRow& row) const;
-    PartSearch search() const;
+    PartSearch search(double radius) const;
 
     const PreparedPart& part_;
     Options options_;

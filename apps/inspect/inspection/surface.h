@@ -27,7 +27,7 @@ struct SurfaceOptions {
     std::string measured;
     ProbedOptions probed;
     double max_angle = 60.0;            ///< degrees, of a point's direction and its place's normal
-    std::optional<double> max_distance; ///< of a place from its point
+    std::optional<double> max_distance; ///< of a place from the ball
     MovingOptions moving;
     std::vector<NamedText> info;
     std::optional<int> decimals;

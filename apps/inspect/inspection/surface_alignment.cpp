@@ -81,16 +81,16 @@ private:
                 std::optional<PartFoot>& hint) const {
         std::optional<ERVector3D> direction = points_.direction(number);
         if (direction) direction = motion >> *direction;
-        PartFoot foot = comparison_.foot_of(p, direction, hint);
+        const double radius = points_.diameter(number) / 2.0;
+        PartFoot foot = comparison_.foot_of(p, radius, direction, hint);
         Found found;
         found.has_place = foot.face >= 0;
-        if (!found.has_place) foot = comparison_.foot_of(p, std::nullopt, hint);
+        if (!found.has_place) foot = comparison_.foot_of(p, radius, std::nullopt, hint);
         hint = foot;
         // On an edge the distance grows along the way from the foot, elsewhere along the normal.
         ERVector3D normal = foot.outward;
         if (foot.kind != SurfaceFootKind::interior && foot.signed_distance != 0.0)
             normal = ERVector3D(foot.point, p) * (1.0 / foot.signed_distance);
-        const double radius = points_.diameter(number) / 2.0;
         found.place = {foot.point + radius * normal, normal};
         found.deviation = foot.signed_distance - radius;
         return found;

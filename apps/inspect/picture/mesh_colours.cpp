@@ -10,8 +10,8 @@ namespace velm::inspect {
 namespace {
 
 // A picture of a thousand dots is about a dozen dots an edge, then.
-constexpr double edges_per_diagonal = 80.0;
-constexpr std::size_t most_triangles = 400'000;
+constexpr double edges_per_diagonal = 60.0;
+constexpr std::size_t most_triangles = 300'000;
 
 double length(const ERPoint3D& a, const ERPoint3D& b) { return ERVector3D(a, b).norme(); }
 

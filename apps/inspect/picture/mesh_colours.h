@@ -11,7 +11,7 @@
 
 namespace velm::inspect {
 
-/// Cuts the triangles until no edge is longer than an eightieth of the part's diagonal, and gathers
+/// Cuts the triangles until no edge is longer than a sixtieth of the part's diagonal, and gathers
 /// the deviations of points at the nearest corner of their face. Memory doesn't grow with the
 /// points.
 class MeshColours {

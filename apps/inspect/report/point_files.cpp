@@ -46,8 +46,27 @@ std::vector<std::int32_t> faces_of_corners(const NominalMesh& mesh) {
     return faces;
 }
 
-constexpr const char* verdicts_text =
-    "verdict: 0 no place, 1 not judged, 2 in tolerance, 3 above, 4 below";
+// What is said at the verdict of every output, a line each.
+std::vector<std::string> remarks(const ReportHead& shown) {
+    std::vector<std::string> lines{"velm-inspect " VELM_VERSION_STRING, shown.subtitle,
+                                   shown.verdict.sentence};
+    for (const auto& [name, value] : shown.lines)
+        lines.push_back(name + ": " + value);
+    lines.emplace_back("verdict: 0 no place, 1 not judged, 2 in tolerance, 3 above, 4 below");
+    for (std::string& line : lines)
+        line = clipped(terminal_text(line), 400);
+    return lines;
+}
+
+// Two hyphens would end a comment.
+std::string xml_comment(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines)
+        text += xml_text(line) + '\n';
+    for (std::size_t at = 0; (at = text.find("--", at)) != std::string::npos;)
+        text.replace(at, 2, "- -");
+    return "<!--\n" + text + "-->\n";
+}
 
 } // namespace
 
@@ -58,25 +77,25 @@ void PlyReport::add(const SurfaceRow& row) {
     const ERVector3D normal = row.found ? row.found->normal : ERVector3D();
     for (int axis = 0; axis < 3; ++axis)
         points_.put(static_cast<float>(normal[axis]));
-    points_.put(static_cast<float>(values.deviation));
-    points_.put(static_cast<float>(values.distance));
+    points_.put(values.deviation);
+    points_.put(values.distance);
     points_.put(values.face);
     points_.put(values.verdict);
+    points_.put(static_cast<float>(values.deviation));
     ++count_;
 }
 
-void PlyReport::finish() {
-    std::string header = "ply\nformat binary_little_endian 1.0\n"
-                         "comment velm-inspect " VELM_VERSION_STRING "\ncomment ";
-    header += verdicts_text;
-    header += '\n';
+void PlyReport::finish(const ReportHead& shown) {
+    std::string header = "ply\nformat binary_little_endian 1.0\n";
+    for (const std::string& line : remarks(shown))
+        header += "comment " + line + '\n';
     for (std::size_t f = 0; f < head_.faces.size(); ++f)
         header += "comment face " + std::to_string(f) + " " +
                   clipped(terminal_text(head_.faces[f].path), 400) + '\n';
     header += "element vertex " + std::to_string(count_) + '\n';
-    for (const char* const property :
-         {"double x", "double y", "double z", "float nx", "float ny", "float nz", "float deviation",
-          "float distance", "int face", "uchar verdict"})
+    for (const char* const property : {"double x", "double y", "double z", "float nx", "float ny",
+                                       "float nz", "double deviation", "double distance",
+                                       "int face", "uchar verdict", "float scalar_deviation"})
         header += std::string("property ") + property + '\n';
     output_.write(header + "end_header\n");
     points_.read([this](std::string_view bytes) { output_.write(bytes); });
@@ -154,24 +173,24 @@ std::vector<VtpReport::Array> VtpReport::arrays() {
     };
 }
 
-void VtpReport::finish() {
+void VtpReport::finish(const ReportHead& shown) {
     const std::vector<Array> arrays = this->arrays();
     const NominalMesh& mesh = colours_.mesh();
-    std::string header = "<?xml version=\"1.0\"?>\n<!-- velm-inspect " VELM_VERSION_STRING "; ";
-    header += std::string(verdicts_text) +
-              " -->\n<VTKFile type=\"PolyData\" version=\"1.0\" byte_order=\"LittleEndian\" "
-              "header_type=\"UInt64\">\n<PolyData>\n<Piece NumberOfPoints=\"" +
-              std::to_string(mesh.positions.size() + count_) + "\" NumberOfVerts=\"" +
-              std::to_string(count_) +
-              "\" NumberOfLines=\"0\" NumberOfStrips=\"0\" NumberOfPolys=\"" +
-              std::to_string(mesh.triangles.size()) + "\">\n";
+    std::string header = "<?xml version=\"1.0\"?>\n" + xml_comment(remarks(shown)) +
+                         "<VTKFile type=\"PolyData\" version=\"1.0\" byte_order=\"LittleEndian\" "
+                         "header_type=\"UInt64\">\n<PolyData>\n<Piece NumberOfPoints=\"" +
+                         std::to_string(mesh.positions.size() + count_) + "\" NumberOfVerts=\"" +
+                         std::to_string(count_) +
+                         "\" NumberOfLines=\"0\" NumberOfStrips=\"0\" NumberOfPolys=\"" +
+                         std::to_string(mesh.triangles.size()) + "\">\n";
     std::uint64_t offset = 0;
     std::string_view section;
     for (const Array& array : arrays) {
         if (section != array.section) {
             if (!section.empty()) header += "</" + std::string(section) + ">\n";
             section = array.section;
-            header += "<" + std::string(section) + ">\n";
+            header += "<" + std::string(section) +
+                      (section == "PointData" ? " Scalars=\"deviation\">\n" : ">\n");
         }
         header += std::string("<DataArray type=\"") + array.type + "\" Name=\"" + array.name +
                   "\" NumberOfComponents=\"" + std::to_string(array.components) +

@@ -5,6 +5,7 @@
 #include "inspect/base/output_set.h"
 #include "inspect/base/spool.h"
 #include "inspect/picture/mesh_colours.h"
+#include "inspect/picture/report_head.h"
 #include "velm/inspection/surface_result.h"
 
 #include <cstdint>
@@ -15,14 +16,15 @@ namespace velm::inspect {
 
 /// Points with `deviation`, `distance`, `face` and `verdict` as properties of binary PLY: the face
 /// is a number, from 0, whose path a comment names, -1 where no place belongs to the point; the
-/// verdict is that of `PointState`. Numbers that a point doesn't have are NaN. Memory doesn't grow
-/// with the points.
+/// verdict is that of `PointState`. `scalar_deviation` is the deviation again, under the name by
+/// which some programs colour points at once. Verdict, head and alignment stand in comments.
+/// Numbers that a point doesn't have are NaN. Memory doesn't grow with the points.
 class PlyReport {
 public:
     /// The head must outlive the report.
     PlyReport(Output& output, const SurfaceHead& head) : output_(output), head_(head) {}
     void add(const SurfaceRow& row);
-    void finish();
+    void finish(const ReportHead& shown);
 
 private:
     Output& output_;
@@ -39,7 +41,7 @@ public:
     VtpReport(Output& output, const SurfaceHead& head, const NominalMesh& mesh)
         : output_(output), head_(head), colours_(mesh) {}
     void add(const SurfaceRow& row);
-    void finish();
+    void finish(const ReportHead& shown);
 
 private:
     struct Array {

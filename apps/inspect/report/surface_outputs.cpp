@@ -60,8 +60,8 @@ void SurfaceOutputs::take(const SurfaceRow& row) {
 }
 
 void SurfaceOutputs::finish_files() {
-    if (ply_) ply_->finish();
-    if (vtp_) vtp_->finish();
+    if (ply_) ply_->finish(report_head());
+    if (vtp_) vtp_->finish(report_head());
 }
 
 ReportHead SurfaceOutputs::report_head() const {
