@@ -2,11 +2,13 @@
 """check_demo.py FOLDER: recomputes what demo.sh reported, from its own inputs and in the plainest way:
 every edge for every point, the side of an arc by a fine polygon. Of what was fitted, the motion of the
 panel and the circle of the bore, no small change may lower the sum of squares: its derivatives are 0.
-The reports must agree with that and with each other."""
+Of the housing each point's distance is that of its face's formula. The reports must agree with that and
+with each other."""
 import csv
 import json
 import math
 import pathlib
+import struct
 import sys
 import xml.etree.ElementTree as xml
 
@@ -325,10 +327,157 @@ def check_bore(folder):
     return check.faults + (not points)
 
 
+class HousingLid:
+    """The height over x and y, from its poles."""
+    degree = 3
+
+    def __init__(self):
+        self.knots = [self.even_knots(15, 150.0), self.even_knots(9, 90.0)]
+        x, y = ([math.fsum(k[i + 1:i + 4]) / 3 for i in range(len(k) - 4)] for k in self.knots)
+        self.rows = [[self.pole(a, b) for a in x] for b in y]
+
+    @staticmethod
+    def even_knots(spans, end):
+        return [end * min(max(i - 3, 0), spans) / spans for i in range(spans + 7)]
+
+    @staticmethod
+    def pole(x, y):
+        along = math.cos(math.pi * x / 140) ** 2 if x < 70 else 0.0
+        across = 0.55 + 0.45 * math.cos(2 * math.pi * (y - 55) / 110)
+        return 40 + 16 * along * across * (1 + 0.25 * math.sin(x / 13))
+
+    @staticmethod
+    def blend(knots, poles, t):
+        span = max(i for i in range(3, len(poles)) if knots[i] <= t and knots[i] < knots[i + 1])
+        d = poles[span - 3:span + 1]
+        for level in 1, 2, 3:
+            for j in range(3, level - 1, -1):
+                i = span - 3 + j
+                a = (t - knots[i]) / (knots[i + 4 - level] - knots[i])
+                d[j] = (1 - a) * d[j - 1] + a * d[j]
+        return d[3]
+
+    def height(self, x, y):
+        columns = [self.blend(self.knots[0], row, min(max(x, 0.0), 150.0)) for row in self.rows]
+        return self.blend(self.knots[1], columns, min(max(y, 0.0), 90.0))
+
+    def slopes(self, x, y, step=1e-4):
+        """By differences, to 1e-8 or so."""
+        x, y = min(max(x, step), 150.0 - step), min(max(y, step), 90.0 - step)
+        return [(self.height(x + a, y + b) - self.height(x - a, y - b)) / (2 * step)
+                for a, b in ((step, 0.0), (0.0, step))]
+
+
+def plane(axis, at, side):
+    return lambda p: side * (p[axis] - at)
+
+
+def round_about(axis, centre, radius, side):
+    """A cylinder; side 1: the material is inside."""
+    return lambda p: side * (math.hypot(*(p[i] - c for i, c in zip([i for i in range(3) if i != axis],
+                                                                   centre))) - radius)
+
+
+def fillet(p):
+    around = math.hypot(p[0] - 112, p[1] - 45)
+    return 4 - math.hypot(around - 18, p[2] - 44)
+
+
+def hole_tip(p):
+    half = math.radians(59)
+    around = math.hypot(p[0] - 112, p[1] - 45)
+    return (p[2] - (20 - 7 / math.tan(half))) * math.sin(half) - around * math.cos(half)
+
+
+# The distance of a point from each face, positive outside of the material; the lid is a class.
+HOUSING = {
+    "wall front": plane(1, 0, -1), "wall right": plane(0, 150, 1), "wall back": plane(1, 90, 1),
+    "wall left": plane(0, 0, -1), "base": plane(2, 0, -1), "boss/fillet": fillet,
+    "boss/side": round_about(2, (112, 45), 14, 1), "boss/top": plane(2, 58, 1),
+    "boss/hole": round_about(2, (112, 45), 7, -1), "boss/hole tip": hole_tip,
+    "bore 1": round_about(2, (136, 14), 5, -1), "bore 2": round_about(2, (136, 76), 5, -1),
+    "pocket/floor": plane(1, 6, -1), "pocket/side below": plane(2, 12, 1),
+    "pocket/side above": plane(2, 28, -1),
+    "pocket/end right": round_about(1, (56, 20), 8, -1),
+    "pocket/end left": round_about(1, (24, 20), 8, -1)}
+
+
+def read_scan(path):
+    """The points and normals of a binary PLY file."""
+    head, _, data = path.read_bytes().partition(b"end_header\n")
+    count = int(head.split(b"element vertex ")[1].split()[0])
+    return [(row[:3], row[3:]) for row in struct.iter_unpack("<3d3f", data)], count
+
+
+def least_squares(rows):
+    """The two factors that leave the least of the sum of (value - a first - b second)^2."""
+    xx, xy, yy, xv, yv = (math.fsum(column) for column in zip(
+        *((x * x, x * y, y * y, x * v, y * v) for x, y, v in rows)))
+    whole = xx * yy - xy * xy
+    return (xv * yy - yv * xy) / whole, (yv * xx - xv * xy) / whole
+
+
+def check_housing(folder):
+    """Each point's distance from the face that it was assigned to, by that face's own formula, and
+    the faults that the scan was made with, as the deviations show them."""
+    report = json.loads((folder / "housing_report.json").read_text())
+    scan, count = read_scan(folder / "scan.ply")
+    points, band, lid, check = report["points"], report["tolerance"], HousingLid(), Check()
+    check.same("points of the scan", len(scan), count)
+    check.same("points of the report", len(points), count)
+    faults = {"lid": [], "bore 1": [], "bore 2": []}
+    for (measured, normal), point in zip(scan, points):
+        name, id, deviation = point["face"].removeprefix("/housing/"), point["id"], point["deviation"]
+        check.same(f"{id}, measured", point["measured"], list(measured))
+        check.same(f"{id}, side of the face", dot(point["normal"], normal) > 0.5, True)
+        if name == "lid":
+            x, y, z = point["foot"]
+            along, across = lid.slopes(x, y)
+            check.same(f"{id}, foot", z, lid.height(x, y), 1e-9)
+            if 0.01 < x < 149.99 and 0.01 < y < 89.99:
+                up = unit([-along, -across, 1.0])
+                off = minus(measured, point["foot"])
+                check.same(f"{id}, deviation", deviation, dot(off, up), 1e-7)
+                for part in cross(off, up):
+                    check.same(f"{id}, direction of its foot", part, 0.0, 1e-7)
+            bump = math.exp(-0.5 * (math.hypot(x - 38, y - 52) / 7) ** 2)
+            faults["lid"].append((bump, (x / 75 - 1) * (y / 45 - 1), deviation))
+        elif point["kind"] == "interior":
+            check.same(f"{id}, deviation", deviation, HOUSING[name](measured), 1e-9)
+        if name in faults and name != "lid":
+            faults[name].append((*point["normal"][:2], deviation))
+        check.same(f"{id}, in tolerance", point["in_tolerance"],
+                   band["lower"] <= deviation <= band["upper"])
+    for name, expected in (("lid", (0.25, 0.09)), ("bore 1", (0.13, -0.07)), ("bore 2", (0.0, 0.0))):
+        for found, made in zip(least_squares(faults[name]), expected):
+            check.same(f"fault of {name}", found, made, 0.003)
+    check_summary(check, report["summary"], points)
+    for face in report["faces"]:
+        check.same(f"{face['face']}, count", face["count"],
+                   sum(point["face"] == face["face"] for point in points))
+    print(f"housing_report: {len(points)} points, {report['summary']['out_of_tolerance']} out of "
+          f"tolerance, {check.faults} faults")
+    return check.faults + (not points) + check_step(folder, points)
+
+
+def check_step(folder, points):
+    """Where the housing was inspected again against its STEP file, it gave the same."""
+    path, check, worst = folder / "step_report.json", Check(), 0.0
+    if not path.exists():
+        return 0
+    again = json.loads(path.read_text())["points"]
+    check.same("points against the STEP file", len(again), len(points))
+    for a, b in zip(points, again):
+        check.same(f"{a['id']}, against the STEP file", b["deviation"], a["deviation"], 1e-7)
+        worst = max(worst, abs(b["deviation"] - a["deviation"]))
+    print(f"step_report: the same to {worst:.1e} mm, {check.faults} faults")
+    return check.faults
+
+
 def check_stored(folder):
     """The reports from the object file are those of the runs."""
     check = Check()
-    for name, kinds in ("report", 5), ("panel_report", 4):
+    for name, kinds in ("housing_report", 4), ("report", 5), ("panel_report", 4):
         stored = sorted(folder.glob(f"stored_{name}.*"))
         check.same(f"stored reports of {name}", len(stored), kinds)
         for path in stored:
@@ -345,7 +494,8 @@ def main():
     faults += check_report(folder, "curve.csv", "curve_report",
                            read_arcs(folder / "blade_curve.txt"))
     faults += check_report(folder, "link.csv", "link_report", read_arcs(folder / "link.txt"), frame)
-    faults += check_panel(folder) + check_bore(folder) + check_stored(folder)
+    faults += check_panel(folder) + check_bore(folder) + check_housing(folder)
+    faults += check_stored(folder)
     return 1 if faults else 0
 
 
