@@ -263,6 +263,12 @@ TEST(PartMesh, KeepsBoresBesideEdgesAndSolidsThatTouchApart) {
         EXPECT_TRUE(mesh.certified);
         EXPECT_NEAR(volume_of(mesh), 80 - pi * r * r, 2 * pi * r * error) << error;
     }
+    std::vector<velm::PartFace> faces;
+    for (std::size_t i = 0; i < part.faces.size(); ++i)
+        faces.push_back({part.faces[i], part.outward[i]});
+    const auto prepared = velm::PreparedPart::of(faces, 1e-6);
+    ASSERT_TRUE(prepared);
+    EXPECT_EQ(velm::tessellate(*prepared, 0.1).positions, part.mesh(1e-6, 0.1).positions);
     // A bolt in the bore: along its rims four faces meet.
     const std::size_t plate = part.faces.size();
     part.add(ERBoundedCylinder(ERChgRepere3D(X, Y, {x, y, 0}), r, {0, 1}, {1, 1 + 2 * pi}), -1);
