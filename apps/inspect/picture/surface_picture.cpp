@@ -193,7 +193,8 @@ std::string caption(const Look& look) {
                       "deviation magnified " +
                       shortest(look.scale.magnification) + " times.";
     if (look.scale.is_judged)
-        out += " Out of tolerance: striped surfaces, \u25b2 above and \u25bc below.";
+        out += " Out of tolerance: striped surfaces, \u25b2 above and \u25bc below, an outline "
+               "where the part hides the point.";
     if (look.has_unassigned) out += " \u00d7: a point that is assigned to no face.";
     return out + "</figcaption>\n<p class=\"help\">Drag to turn, with Shift or two fingers to "
                  "move; pinch, or click and use the wheel, to zoom. Keys: arrows, + and \u2212, 0 "

@@ -89,15 +89,15 @@ var edgeProgram = program(places +
 // Points at the ends of their whiskers. The states: 0 unassigned, 1 unjudged, 2 in, 3 above, 4 below.
 var moved = "uniform float magnification,longest;uniform vec2 sizes;flat out int kind;flat out float state;\n" +
   "vec3 tip(){return position()+normal()*clamp(half_deviation*unit*magnification,-longest,longest)*(tags.y<0.5?0.0:1.0);}\n" +
-  // A tip is seen if its foot is, also one that the magnified deviation takes below the surface: it
-  // comes as near as the surface is where it is seen.
-  "vec4 seen_tip(){vec4 p=seen(tip());float off=length(tip()-position()),c=(turn*normal()).z;\n" +
-  "float lift=c>0.0?min(max(c,(1.0-c*c)/c),8.0):0.0;p.z=min(p.z,seen(position()).z-off*lift*scale.z);return p;}\n";
+  // A tip is seen if its foot is, also one that the magnified deviation takes below the surface.
+  "uniform sampler2D front;uniform float glass;\n" +
+  "bool is_hidden(){vec4 p=seen(position());float there=texture(front,p.xy*0.5+0.5).r;return glass<0.5&&p.z*0.5+0.5>there+0.002;}\n" +
+  "vec4 seen_tip(){vec4 p=seen(tip());p.z=-0.94+0.04*seen(position()).z-(tags.y>2.5?0.012:0.0);return p;}\n";
 var pointProgram = program(places + moved +
-  "void main(){kind=int(tags.x+0.5);state=tags.y;vec4 p=seen_tip();\n" +
-  "p.z-=state>2.5?0.004:0.002;gl_Position=p;gl_PointSize=state>2.5?sizes.y:state<0.5?min(sizes.y,2.0*sizes.x):sizes.x;}",
+  "flat out float faint;void main(){kind=int(tags.x+0.5);state=tags.y;vec4 p=seen_tip();faint=is_hidden()?1.0:0.0;\n" +
+  "if(faint>0.5&&state<2.5)p=vec4(2.0,2.0,2.0,1.0);gl_Position=p;gl_PointSize=state>2.5?sizes.y:state<0.5?min(sizes.y,2.0*sizes.x):sizes.x;}",
   common + colors +
-  "flat in int kind;flat in float state;uniform float faint;uniform vec2 sizes;out vec4 color;\n" +
+  "flat in int kind;flat in float state;flat in float faint;uniform vec2 sizes;out vec4 color;\n" +
   "void main(){vec2 p=gl_PointCoord*2.0-1.0;vec3 c=ramp[clamp(kind,0,8)];float edge=2.0/sizes.y;\n" +
   "if(state>2.5){p.y=state>3.5?-p.y:p.y;float inside=min(min(0.86-p.y,(p.y+0.86)*0.447-abs(p.x)*0.894),1.0);\n" +
   "if(inside<0.0)discard;if(faint>0.5&&inside>1.5*edge)discard;if(faint<0.5&&inside<0.9*edge)c=ground;}\n" +
@@ -108,9 +108,11 @@ var pointProgram = program(places + moved +
 // Each whisker is a strip of two triangles.
 var whiskerProgram = program(places + moved +
   "uniform vec2 pixel;uniform float width;\n" +
-  "void main(){kind=int(tags.x+0.5);state=tags.y;vec4 a=seen(position()),b=seen_tip();vec2 along=(b.xy-a.xy)/pixel;\n" +
+  "void main(){kind=int(tags.x+0.5);state=tags.y;vec4 b=seen_tip(),a=seen(position());a.z=b.z;\n" +
+  "if(is_hidden()){gl_Position=vec4(2.0,2.0,2.0,1.0);return;}\n" +
+  "vec2 along=(b.xy-a.xy)/pixel;\n" +
   "float length_seen=length(along);vec2 side=length_seen>0.0?vec2(-along.y,along.x)/length_seen:vec2(0.0);\n" +
-  "vec4 p=(gl_VertexID&1)==0?a:b;p.xy+=side*pixel*((gl_VertexID&2)==0?-0.5:0.5)*width;p.z-=state>2.5?0.003:0.0015;\n" +
+  "vec4 p=(gl_VertexID&1)==0?a:b;p.xy+=side*pixel*((gl_VertexID&2)==0?-0.5:0.5)*width;p.z+=0.003;\n" +
   "gl_Position=p;}",
   common + colors + "flat in int kind;flat in float state;out vec4 color;\n" +
   "void main(){color=vec4(ramp[clamp(kind,0,8)],1.0);}");
@@ -121,7 +123,7 @@ var pickFaceProgram = program(places + "layout(location=4) in float face;flat ou
   common + "flat in float of_face;out vec4 color;void main(){int n=int(of_face+0.5);\n" +
   "color=vec4(float(n&255),float((n>>8)&255),float((n>>16)&255),1.0)/255.0;}");
 var pickPointProgram = program(places + moved + "flat out int number;\n" +
-  "void main(){kind=0;state=tags.y;number=gl_VertexID;vec4 p=seen_tip();p.z-=0.002;\n" +
+  "void main(){kind=0;state=tags.y;number=gl_VertexID;vec4 p=is_hidden()?vec4(2.0,2.0,2.0,1.0):seen_tip();\n" +
   "gl_Position=p;gl_PointSize=1.0;}",
   common + "flat in int number;uniform float group;out vec4 color;void main(){\n" +
   "color=vec4(float(number&255),float((number>>8)&255),float((number>>16)&255),2.0+group)/255.0;}");
@@ -275,6 +277,7 @@ function use(p, cube) {
   gl.uniform1f(p.at("unit"), head.unit);
   gl.uniform1f(p.at("magnification"), head.magnification * show.strength);
   gl.uniform1f(p.at("longest"), head.longest * Math.max(show.strength, 1e-6));
+  gl.uniform1f(p.at("glass"), show.glass ? 1 : 0);
   gl.uniform3fv(p.at("ramp"), palette.ramp);
   gl.uniform3fv(p.at("ground"), palette.ground);
   gl.uniform3fv(p.at("ink"), palette.ink);
@@ -285,7 +288,7 @@ function use(p, cube) {
 function sizes() {
   var many = within.count, wide = Math.max(0.6, Math.min(1, canvas.clientWidth / 800));
   var close = wide * Math.min(2, Math.max(1, Math.sqrt(camera.zoom)));
-  return [(many < 3000 ? 6 : many < 30000 ? 4 : 2.4) * ratio * close,
+  return [(many < 3000 ? 6 : many < 30000 ? 3.4 : 2.4) * ratio * close,
           (out.count < 3000 ? 13 : out.count < 30000 ? 9 : 6) * ratio * close];
 }
 
@@ -320,17 +323,8 @@ function drawPart(group, part) {
   }
   p = use(pointProgram, group.cube);
   gl.uniform2f(p.at("sizes"), size[0], size[1]);
-  gl.uniform1f(p.at("faint"), 0);
   group.arrays[0].set(group.parts, part);
   gl.drawArrays(gl.POINTS, 0, count);
-  if (group === out && !show.glass) { // those that the part hides, as outlines
-    gl.uniform1f(p.at("faint"), 1);
-    gl.depthFunc(gl.GREATER);
-    gl.depthMask(false);
-    gl.drawArrays(gl.POINTS, 0, count);
-    gl.depthMask(true);
-    gl.depthFunc(gl.LEQUAL);
-  }
 }
 
 function drawParts(from, to) {
@@ -350,6 +344,34 @@ function prepare() {
   gl.blendFunc(gl.ONE, gl.ONE_MINUS_SRC_ALPHA);
 }
 
+// How near the part is at each pixel, by which points are seen or not.
+var front = {texture: gl.createTexture(), frame: gl.createFramebuffer(), width: 0, height: 0};
+function drawFront() {
+  gl.bindTexture(gl.TEXTURE_2D, front.texture);
+  gl.bindFramebuffer(gl.FRAMEBUFFER, front.frame);
+  if (front.width !== canvas.width || front.height !== canvas.height) {
+    front.width = canvas.width;
+    front.height = canvas.height;
+    gl.texImage2D(gl.TEXTURE_2D, 0, gl.DEPTH_COMPONENT24, front.width, front.height, 0,
+                  gl.DEPTH_COMPONENT, gl.UNSIGNED_INT, null);
+    [gl.TEXTURE_MIN_FILTER, gl.TEXTURE_MAG_FILTER].forEach(function (filter) {
+      gl.texParameteri(gl.TEXTURE_2D, filter, gl.NEAREST);
+    });
+    [gl.TEXTURE_WRAP_S, gl.TEXTURE_WRAP_T].forEach(function (wrap) {
+      gl.texParameteri(gl.TEXTURE_2D, wrap, gl.CLAMP_TO_EDGE);
+    });
+    gl.framebufferTexture2D(gl.FRAMEBUFFER, gl.DEPTH_ATTACHMENT, gl.TEXTURE_2D, front.texture, 0);
+    gl.drawBuffers([gl.NONE]);
+  }
+  gl.bindTexture(gl.TEXTURE_2D, null); // it is drawn to
+  gl.clear(gl.DEPTH_BUFFER_BIT);
+  use(pickFaceProgram, mesh.cube);
+  gl.bindVertexArray(mesh.faces);
+  gl.drawElements(gl.TRIANGLES, mesh.corners, gl.UNSIGNED_INT, 0);
+  gl.bindFramebuffer(gl.FRAMEBUFFER, null);
+  gl.bindTexture(gl.TEXTURE_2D, front.texture);
+}
+
 function begin() { // a new picture: the part
   ratio = Math.min(window.devicePixelRatio || 1, 2);
   var width = Math.round(canvas.clientWidth * ratio), height = Math.round(canvas.clientHeight * ratio);
@@ -357,6 +379,7 @@ function begin() { // a new picture: the part
   if (canvas.width !== width || canvas.height !== height) { canvas.width = width; canvas.height = height; }
   if (!reach) reach = fitted();
   prepare();
+  drawFront();
   gl.clearColor(0, 0, 0, 0);
   gl.clear(gl.COLOR_BUFFER_BIT | gl.DEPTH_BUFFER_BIT);
   drawMesh();
