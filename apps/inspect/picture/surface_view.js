@@ -92,7 +92,7 @@ var moved = "uniform float magnification,longest;uniform vec2 sizes;flat out int
   // A tip is seen if its foot is, also one that the magnified deviation takes below the surface.
   "uniform sampler2D front;uniform float glass;\n" +
   "bool is_hidden(){vec4 p=seen(position());float there=texture(front,p.xy*0.5+0.5).r;return glass<0.5&&p.z*0.5+0.5>there+0.002;}\n" +
-  "vec4 seen_tip(){vec4 p=seen(tip());p.z=-0.94+0.04*seen(position()).z-(tags.y>2.5?0.012:0.0);return p;}\n";
+  "vec4 seen_tip(){vec4 p=seen(tip());p.z=-0.9+0.04*seen(position()).z-(tags.y>2.5?0.06:0.0);return p;}\n";
 var pointProgram = program(places + moved +
   "flat out float faint;void main(){kind=int(tags.x+0.5);state=tags.y;vec4 p=seen_tip();faint=is_hidden()?1.0:0.0;\n" +
   "if(faint>0.5&&state<2.5)p=vec4(2.0,2.0,2.0,1.0);gl_Position=p;gl_PointSize=state>2.5?sizes.y:state<0.5?min(sizes.y,2.0*sizes.x):sizes.x;}",
@@ -304,7 +304,10 @@ function drawMesh() {
   gl.depthMask(!show.glass);
   gl.drawElements(gl.TRIANGLES, mesh.corners, gl.UNSIGNED_INT, 0);
   gl.depthMask(true);
-  p = use(edgeProgram, mesh.cube);
+}
+
+function drawEdges() {
+  var p = use(edgeProgram, mesh.cube);
   gl.uniform4f(p.at("paint"), palette.ink[0], palette.ink[1], palette.ink[2], 0.6);
   gl.bindVertexArray(mesh.edges);
   gl.drawElements(gl.LINES, mesh.ends, gl.UNSIGNED_INT, 0);
@@ -331,7 +334,10 @@ function drawParts(from, to) {
   if (!show.points) return;
   groups.forEach(function (group) {
     if (group === within && show.out) return;
+    gl.depthMask(group === out); // in parts, they stay above the others
     for (var part = from; part < Math.min(to, group.parts); ++part) drawPart(group, part);
+    gl.depthMask(true);
+    if (group === within) drawEdges();
   });
   gl.bindVertexArray(null);
 }
@@ -383,6 +389,7 @@ function begin() { // a new picture: the part
   gl.clearColor(0, 0, 0, 0);
   gl.clear(gl.COLOR_BUFFER_BIT | gl.DEPTH_BUFFER_BIT);
   drawMesh();
+  drawEdges();
   drawAxes();
   figure.setAttribute("data-camera", Math.round(camera.yaw) + " " + Math.round(camera.pitch) + " " +
                                      camera.zoom.toFixed(3));
