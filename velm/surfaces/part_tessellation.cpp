@@ -329,7 +329,7 @@ private:
             return i;
         };
         for (const auto& [a, b] : same_) {
-            const auto [low, high] = std::minmax(find(a), find(b));
+            const auto [low, high] = std::minmax({find(a), find(b)});
             parent[std::size_t(high)] = low;
         }
         std::map<int, ERPoint3D> positions;
