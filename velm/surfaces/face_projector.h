@@ -21,7 +21,7 @@
 namespace velm {
 
 namespace detail {
-struct FaceProjectorTables;
+class FaceSet;
 }
 
 /// A point of a face that is nearest to a query. The kind is edge on the trim, corner where two of
@@ -51,9 +51,9 @@ public:
                  int threads = 1) const;
 
 private:
-    explicit FaceProjector(std::shared_ptr<const detail::FaceProjectorTables> tables);
+    explicit FaceProjector(std::shared_ptr<const detail::FaceSet> set);
 
-    std::shared_ptr<const detail::FaceProjectorTables> tables_;
+    std::shared_ptr<const detail::FaceSet> set_;
 };
 
 } // namespace velm

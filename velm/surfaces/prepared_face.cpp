@@ -8,6 +8,31 @@
 #include <limits>
 
 namespace velm {
+namespace detail {
+namespace {
+
+// Whether a node of the curve's tree from `first` on, before `last`, has a piece whose box meets
+// the given one.
+bool comes_near(const PreparedCurve<2>& curve, const ERMinimax2D& box, int level, int first,
+                int last) {
+    constexpr int fan = 8; // pieces or nodes under a node
+    for (int i = first; i < last; ++i) {
+        if (curve.node_box(level, i) | box) continue;
+        if (level == 0) return true;
+        const int end = std::min(fan * (i + 1), curve.nodes(level - 1));
+        if (comes_near(curve, box, level - 1, fan * i, end)) return true;
+    }
+    return false;
+}
+
+} // namespace
+
+bool comes_near(const PreparedCurve<2>& curve, const ERMinimax2D& box) {
+    const int top = curve.levels() - 1;
+    return comes_near(curve, box, top, 0, curve.nodes(top));
+}
+
+} // namespace detail
 
 using detail::FaceLoop;
 using detail::FaceTables;
@@ -41,20 +66,6 @@ double nearest_part(const Contour& contour, int edge, const ERPoint2D& p) {
     const double length2 = along.norme2();
     return length2 > 0.0 ? std::clamp(ERVector2D(contour[edge], p) * along / length2, 0.0, 1.0)
                          : 0.0;
-}
-
-// Whether a node of the curve's tree from `first` on, before `last`, has a piece whose box meets
-// the given one.
-bool comes_near(const PreparedCurve<2>& curve, const ERMinimax2D& box, int level, int first,
-                int last) {
-    constexpr int fan = 8; // pieces or nodes under a node
-    for (int i = first; i < last; ++i) {
-        if (curve.node_box(level, i) | box) continue;
-        if (level == 0) return true;
-        const int end = std::min(fan * (i + 1), curve.nodes(level - 1));
-        if (comes_near(curve, box, level - 1, fan * i, end)) return true;
-    }
-    return false;
 }
 
 // The foot on an edge, from the nearest place in the parameters: Gauss and Newton's step for the
@@ -128,9 +139,7 @@ private:
             std::max(face.tolerance, loop.bridges[static_cast<std::size_t>(edge)]);
         const Contour& contour = loop.tree.contour();
         if (const CurveEdge* const curve = contour.curve(edge)) {
-            const int top = curve->prepared().levels() - 1;
-            const int nodes = curve->prepared().nodes(top);
-            if (!comes_near(curve->prepared(), near, top, 0, nodes)) return false;
+            if (!detail::comes_near(curve->prepared(), near)) return false;
         }
         const double part = nearest_part(contour, edge, at);
         return polished(face, contour, edge, part, jet.point).distance <= distance;

@@ -46,4 +46,8 @@ private:
 /// The surface as patches with parameters of their own; nothing for limits wider than a turn.
 std::optional<PreparedSurface> patches_of(const SurfaceTables& tables);
 
+/// The patches of the part between these limits, with the parameters of the surface.
+PreparedSurface angular_patches_of(const SurfaceTables& tables, const ERLimites& u,
+                                   const ERLimites& v);
+
 } // namespace velm::detail

@@ -31,8 +31,12 @@ struct FaceTables {
     static PreparedFace face(std::shared_ptr<const FaceTables> tables) {
         return PreparedFace(std::move(tables));
     }
+    static const FaceTables& of(const PreparedFace& face) { return *face.tables_; }
     ERPoint2D scaled(const ERPoint2D& p) const { return {p.x(), p.y() * v_scale}; }
     ERPoint2D unscaled(const ERPoint2D& p) const { return {p.x(), p.y() / v_scale}; }
 };
+
+/// Whether a piece of the curve has a box that meets the given one.
+bool comes_near(const PreparedCurve<2>& curve, const ERMinimax2D& box);
 
 } // namespace velm::detail

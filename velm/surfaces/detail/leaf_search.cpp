@@ -99,6 +99,20 @@ LeafPlace place_after(const LeafSearch::View& view, DegreeU, DegreeV, Rational r
     return place;
 }
 
+// Whether |Y|^2 - b w^2 falls along one direction everywhere in [-1, 1]^2, b being a value of
+// |Y|^2 / w^2 known to within `slack`: its gradient at a minimum of that value is 0.
+bool runs_down(const double* square, const double* weights, int p, int q, double slack) {
+    const double along[2] = {-square[1], -square[p + 1]};
+    double slope = along[0] * square[1] + along[1] * square[p + 1];
+    for (int j = 0; j <= q; ++j)
+        for (int i = 0; i <= p; ++i) {
+            const double step = i * std::fabs(along[0]) + j * std::fabs(along[1]);
+            if (i + j >= 2) slope += step * std::fabs(square[j * (p + 1) + i]);
+            if (weights != nullptr) slope += step * slack * std::fabs(weights[j * (p + 1) + i]);
+        }
+    return slope < 0.0;
+}
+
 } // namespace
 
 LeafSearch::View LeafSearch::view_of(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf) const {
@@ -122,15 +136,28 @@ LeafSearch::View LeafSearch::view_of(const SurfaceLeaves& leaves, const SurfaceL
     return view;
 }
 
+bool LeafSearch::misses_trim(const double* low, const double* high) const {
+    const double u[2] = {leaves_->u_at(*leaf_, low[0]), leaves_->u_at(*leaf_, high[0])};
+    const double v[2] = {leaves_->v_at(*leaf_, low[1]), leaves_->v_at(*leaf_, high[1])};
+    return trim_->place(u, v) == InTrim::outside;
+}
+
+bool LeafSearch::inside(const LeafPlace& place) const {
+    return trim_->holds(leaves_->u_at(*leaf_, place.s), leaves_->v_at(*leaf_, place.t));
+}
+
 void LeafSearch::leaf_from(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number,
-                           double s, double t) {
+                           double s, double t, const LeafTrim* trim) {
+    set_trim(leaves, leaf, trim);
     with_error(leaf, [&] {
         const View view = view_of(leaves, leaf);
         if (!newton(view, number, s, t)) halve(leaf, view, number);
     });
 }
 
-void LeafSearch::leaf(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number) {
+void LeafSearch::leaf(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number,
+                      const LeafTrim* trim) {
+    set_trim(leaves, leaf, trim);
     with_error(leaf, [&] { look_at(leaves, leaf, number); });
 }
 
@@ -212,13 +239,19 @@ bool LeafSearch::newton(const View& view, int number, double x, double y) {
                 const auto turn = [&](int k) { return (m.h[k] - sure[k]) / sure[k]; };
                 if (length < last_step && (loss <= half * distance || distance <= half) &&
                     length * length * std::max(turn(0), turn(2)) <= last_error) {
-                    offer(place_after(view, p, q, rational, jet, x, y, step, number));
-                    lower_ = std::min(lower_, m.squared - loss);
+                    const LeafPlace place =
+                        place_after(view, p, q, rational, jet, x, y, step, number);
                     done = true;
+                    if (place.squared <= best_.squared && trim_ != nullptr && !inside(place)) {
+                        missed(loss);
+                        return;
+                    }
+                    offer(place);
+                    lower_ = std::min(lower_, m.squared - loss);
                     return;
                 }
             } else if (length < short_step) {
-                offer(place_after(view, p, q, rational, jet, x, y, step, number));
+                offer_if_inside(place_after(view, p, q, rational, jet, x, y, step, number));
                 return;
             } else if (m.squared >= best_.squared && step_count == 0) {
                 return;
@@ -228,7 +261,7 @@ bool LeafSearch::newton(const View& view, int number, double x, double y) {
             y = std::clamp(y + step[1], -1.0, 1.0);
         }
         const double none[2] = {0.0, 0.0};
-        offer(place_after(view, p, q, rational, jet, last_x, last_y, none, number));
+        offer_if_inside(place_after(view, p, q, rational, jet, last_x, last_y, none, number));
     };
     with_leaf_degrees(view.p, view.q, [&](auto p, auto q) {
         if (view.rational) return run(p, q, std::true_type{});
@@ -238,6 +271,7 @@ bool LeafSearch::newton(const View& view, int number, double x, double y) {
 }
 
 void LeafSearch::halve(const SurfaceLeaf& leaf, const View& whole, int number) {
+    if (trim_ != nullptr) trim_->search_border(leaf, *this);
     const int p = whole.p, q = whole.q;
     const auto grid = static_cast<std::size_t>(4 * (p + 1) * (q + 1)),
                square = static_cast<std::size_t>((2 * p + 1) * (2 * q + 1));
@@ -279,20 +313,29 @@ void LeafSearch::halve(const SurfaceLeaf& leaf, const View& whole, int number) {
     constexpr double low[2] = {-1.0, -1.0}, high[2] = {1.0, 1.0};
     while (depth > 0) {
         const Square now = waiting[--depth];
+        const bool bounded = best_.squared < HUGE_VAL;
         const double distance = std::sqrt(best_.squared);
-        if (distance <= allowed(distance)) return left_out(0.0);
+        if (bounded && distance <= allowed(distance)) return left_out(0.0);
         View view = whole;
         for (int k = 0; k < 2; ++k) {
             view.middle[k] = 0.5 * (now.low[k] + now.high[k]);
             view.half[k] = 0.5 * (now.high[k] - now.low[k]);
         }
-        double b = wanted_square();
+        if (trim_ != nullptr && misses_trim(now.low, now.high)) continue;
+        double b = bounded ? wanted_square() : whole.b_turn;
         const QuadraticPart m = expand(view.middle, view.half, b);
         double place[2];
         double least = lower_bound_of(m, low, high, place);
-        if (least >= 0.0) {
+        if (bounded && least >= 0.0) {
             left_out(b);
             continue;
+        }
+        if (trim_ != nullptr) {
+            const double below = -least / (leaf.least_weight * leaf.least_weight);
+            if ((bounded || !whole.rational) &&
+                runs_down(points, whole.rational ? weights : nullptr, 2 * p, 2 * q,
+                          std::min(below, b)))
+                continue;
         }
         const auto extent = [](const double* x) {
             return std::max(std::fabs(x[0]) + std::fabs(x[1]) + std::fabs(x[2]), 1e-300);
@@ -321,10 +364,10 @@ void LeafSearch::halve(const SurfaceLeaf& leaf, const View& whole, int number) {
             about.low[k] = (now.low[k] - middle[k]) / half[k];
             about.high[k] = (now.high[k] - middle[k]) / half[k];
         }
-        b = wanted_square();
+        if (best_.squared < HUGE_VAL) b = wanted_square();
         const QuadraticPart there = expand(middle, half, b);
         least = lower_bound_of(there, about.low, about.high, place);
-        if (least >= 0.0) {
+        if (best_.squared < HUGE_VAL && least >= 0.0) {
             left_out(b);
             continue;
         }
@@ -332,7 +375,8 @@ void LeafSearch::halve(const SurfaceLeaf& leaf, const View& whole, int number) {
             left_out(std::max(0.0, b + least / (leaf.least_weight * leaf.least_weight)));
             continue;
         }
-        const int k = along >= across ? 0 : 1;
+        const int longer = along >= across ? 0 : 1;
+        const int k = view.half[longer] > smallest_part ? longer : 1 - longer;
         Square first = now, second = now;
         first.high[k] = second.low[k] = view.middle[k];
         const bool near_first = middle[k] < view.middle[k];

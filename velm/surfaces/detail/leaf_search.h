@@ -27,6 +27,15 @@ inline constexpr double foot_distance_part = 0x1p-49;
 /// or the model's lower bound shows it too far; else it is halved. Parts are left out by the
 /// quadratic part of |X - w q|^2 - b w^2 about their middles and the size of the rest, b being
 /// the square of a distance that is less than the best one by half the certificate's accuracy.
+///
+/// Where a trim crosses a leaf, only places inside it count, and the trim itself has to be searched
+/// beside the leaves. A part where the squared distance is convex is then done as well if its
+/// nearest place is outside: from any place inside, the way there is straight in the parameters,
+/// meets the trim, and the squared distance is nowhere on it above that at its ends. So the trim
+/// has a place as near, except for what the nearest place was missed by; `lower` is below by that.
+/// A part is done too where one direction leads downhill from everywhere in it: then no minimum
+/// inside the trim is there, except on sides that are limits or creases, across which the distance
+/// is not smooth; those are searched beside the leaves as well.
 class LeafSearch {
 public:
     /// q is local.
@@ -37,12 +46,33 @@ public:
     /// A first upper bound: only points nearer than this are looked for.
     void limit(double squared) { best_.squared = std::min(best_.squared, squared); }
 
-    /// Looks at one leaf. `number` is what `best().leaf` becomes.
-    void leaf(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number);
+    /// Looks at one leaf. `number` is what `best().leaf` becomes; `trim` is that of the leaves.
+    void leaf(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number,
+              const LeafTrim* trim = nullptr);
     /// The same from a place.
     void leaf_from(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number, double s,
-                   double t);
+                   double t, const LeafTrim* trim = nullptr);
 
+    /// A place that was found elsewhere.
+    void offer(const LeafPlace& place) {
+        const bool better =
+            place.squared < best_.squared ||
+            (place.squared == best_.squared && best_.leaf >= 0 && place.leaf < best_.leaf);
+        if (better) best_ = place;
+    }
+    /// The square of a distance that is less than the best one by half the accuracy: what has no
+    /// place nearer than that can be left out.
+    double wanted_square() const {
+        const double distance = std::sqrt(best_.squared);
+        const double wanted = std::max(0.0, distance - 0.5 * allowed(distance));
+        return wanted * wanted;
+    }
+    /// Takes one halving from the budget; returns whether there was one.
+    bool halving() { return --budget_ >= 0; }
+
+    /// The nearest place of a part where the squared distance is convex, to within `loss`, is
+    /// outside of the trim.
+    void missed(double loss) { missed_ = std::max(missed_, loss); }
     /// No other place is nearer than this, squared.
     void left_out(double squared) { lower_ = std::min(lower_, squared); }
 
@@ -50,7 +80,7 @@ public:
     /// The best place found; its squared distance is the bound of what is worth a look.
     const LeafPlace& best() const { return best_; }
     /// Squared: nothing on the leaves that were offered is nearer.
-    double lower() const { return std::min(lower_, best_.squared); }
+    double lower() const { return std::min(lower_, best_.squared) - missed_; }
     bool spent() const { return budget_ < 0; }
     double allowed(double distance) const {
         return foot_size_part * size_ + foot_distance_part * distance;
@@ -71,12 +101,6 @@ public:
 
 private:
     View view_of(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf) const;
-    /// The square of a distance that is less than the best one by half the accuracy.
-    double wanted_square() const {
-        const double distance = std::sqrt(best_.squared);
-        const double wanted = std::max(0.0, distance - 0.5 * allowed(distance));
-        return wanted * wanted;
-    }
     void look_at(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number);
     bool newton(const View& view, int number, double x, double y);
     /// look(), and what it leaves out less the error of the leaf.
@@ -89,11 +113,16 @@ private:
         const double own = std::max(0.0, std::sqrt(lower()) - leaf.error);
         lower_ = std::min(before, own * own);
     }
-    void offer(const LeafPlace& place) {
-        const bool better =
-            place.squared < best_.squared ||
-            (place.squared == best_.squared && best_.leaf >= 0 && place.leaf < best_.leaf);
-        if (better) best_ = place;
+    void offer_if_inside(const LeafPlace& place) {
+        if (place.squared > best_.squared) return;
+        if (trim_ == nullptr || inside(place)) offer(place);
+    }
+    bool inside(const LeafPlace& place) const;
+    bool misses_trim(const double* low, const double* high) const;
+    void set_trim(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, const LeafTrim* trim) {
+        leaves_ = &leaves;
+        leaf_ = &leaf;
+        trim_ = leaf.in_trim == InTrim::crossing ? trim : nullptr;
     }
     void halve(const SurfaceLeaf& leaf, const View& whole, int number);
 
@@ -102,6 +131,11 @@ private:
     int budget_;
     LeafPlace best_;
     double lower_ = HUGE_VAL;
+    double missed_ = 0.0; // by nearest places outside of the trim, squared
+    // Of the leaf at hand; no trim unless it crosses the leaf.
+    const SurfaceLeaves* leaves_ = nullptr;
+    const SurfaceLeaf* leaf_ = nullptr;
+    const LeafTrim* trim_ = nullptr;
 };
 
 } // namespace velm::detail

@@ -22,6 +22,8 @@ constexpr double convex_reach = 0.5;
 constexpr double most_thickness = 0x1p-4;
 // Leaves no larger than this part of the surface are not cut.
 constexpr double small_leaf = 0x1p-12;
+// Points of a patch this near to each other are one: an eighth of the accuracy of feet.
+constexpr double no_extent = 0x1p-46;
 // Polynomials of higher degrees go to the power form in pairs of doubles: its coefficients are up
 // to 2.4^degree times as large as those of Bernstein's form, and cancel.
 constexpr int plain_degree = 7;
@@ -115,8 +117,8 @@ LeafFrame leaf_frame(const ERMinimax3D& box) {
 // Cuts patches into leaves.
 class LeafCutter {
 public:
-    LeafCutter(SurfaceLeaves& leaves, std::vector<OrientedBox>& boxes)
-        : to_(leaves), boxes_(boxes), p_(leaves.degree_u), q_(leaves.degree_v),
+    LeafCutter(SurfaceLeaves& leaves, std::vector<OrientedBox>& boxes, const LeafTrim* trim)
+        : to_(leaves), boxes_(boxes), trim_(trim), p_(leaves.degree_u), q_(leaves.degree_v),
           power_u_(power_matrix(p_)), power_v_(power_matrix(q_)),
           count_(static_cast<std::size_t>(4 * (p_ + 1) * (q_ + 1))), poles_(count_), coefs_(count_),
           product_(static_cast<std::size_t>((2 * p_ + 1) * (2 * q_ + 1))), unit_(count_) {}
@@ -154,7 +156,9 @@ public:
             }
             local[k + 3] = w * unit;
         }
-        const Part whole{{0.0, 1.0}, {0.0, 1.0}, limits, 0, 0};
+        if (trim_ != nullptr && is_line(local)) return SurfaceLeaves::no_leaf;
+        const InTrim in_trim = trim_ == nullptr ? InTrim::inside : InTrim::crossing;
+        const Part whole{{0.0, 1.0}, {0.0, 1.0}, limits, 0, 0, in_trim};
         return fit_ ? moved(local, whole) : part(local, whole);
     }
 
@@ -163,10 +167,13 @@ private:
         double u[2], v[2];
         std::uint8_t limits;
         int cuts_u, cuts_v;
+        InTrim in_trim;
     };
 
     // A leaf, or the halves of a part that is no leaf yet.
-    std::int32_t part(const std::vector<double>& poles, const Part& now) {
+    std::int32_t part(const std::vector<double>& poles, Part now) {
+        if (now.in_trim == InTrim::crossing) now.in_trim = place(now);
+        if (now.in_trim == InTrim::outside) return SurfaceLeaves::no_leaf;
         SurfaceLeaf leaf = {};
         OrientedBox box;
         make(poles, now, leaf, box);
@@ -253,6 +260,33 @@ private:
         return static_cast<std::int32_t>(to_.cuts_.size() - 1);
     }
 
+    // Whether a patch, as between knots that differ by roundings, has no extent in one direction:
+    // then its neighbours' sides are the patch.
+    bool is_line(const std::vector<double>& poles) const {
+        const auto extent = [&](int count, int others, int step, int other_step) {
+            double most = 0.0;
+            for (int other = 0; other < others; ++other)
+                for (int i = 1; i < count; ++i)
+                    for (std::size_t c = 0; c < 3; ++c) {
+                        const double *const first = &poles[std::size_t(other * other_step)],
+                                            *const at = first + i * step;
+                        most = std::max(most, std::fabs(at[c] / at[3] - first[c] / first[3]));
+                    }
+            return most;
+        };
+        const int row = 4 * (p_ + 1);
+        return extent(p_ + 1, q_ + 1, 4, row) <= no_extent ||
+               extent(q_ + 1, p_ + 1, row, 4) <= no_extent;
+    }
+    InTrim place(const Part& now) const {
+        const int i = number_ % to_.along_u_.patches(), j = number_ / to_.along_u_.patches();
+        const double u[2] = {to_.along_u_.parameter(i, now.u, -1.0),
+                             to_.along_u_.parameter(i, now.u, 1.0)};
+        const double v[2] = {to_.along_v_.parameter(j, now.v, -1.0),
+                             to_.along_v_.parameter(j, now.v, 1.0)};
+        return trim_->place(u, v);
+    }
+
     const double* corner(int i, int j) const {
         return &poles_[static_cast<std::size_t>(4 * (j * q_ * (p_ + 1) + i * p_))];
     }
@@ -261,7 +295,8 @@ private:
               OrientedBox& box) {
         std::copy_n(now.u, 2, leaf.u);
         std::copy_n(now.v, 2, leaf.v);
-        leaf.limits = now.limits;
+        leaf.limits = leaf.sharp = now.limits;
+        leaf.in_trim = now.in_trim;
         leaf.patch = number_;
         leaf.error = error_;
         poles_ = poles;
@@ -393,6 +428,7 @@ private:
 
     SurfaceLeaves& to_;
     std::vector<OrientedBox>& boxes_;
+    const LeafTrim* const trim_;
     const int p_, q_;
     const std::vector<DoubleDouble> power_u_, power_v_;
     const std::size_t count_;
@@ -407,7 +443,7 @@ private:
 };
 
 void SurfaceLeaves::build(const PreparedSurface& surface, const LeafFrame& local,
-                          std::vector<OrientedBox>& boxes) {
+                          std::vector<OrientedBox>& boxes, const LeafTrim* trim) {
     *this = {};
     frame = local;
     const std::optional<PreparedSurface> base = surface.base();
@@ -424,7 +460,7 @@ void SurfaceLeaves::build(const PreparedSurface& surface, const LeafFrame& local
         along_u_.ends.push_back(patches.patch(i, 0).u.end());
     for (int j = 0; j < nv; ++j)
         along_v_.ends.push_back(patches.patch(0, j).v.end());
-    LeafCutter cutter(*this, boxes);
+    LeafCutter cutter(*this, boxes, trim);
     if (base)
         cutter.move(first.degree_u, first.degree_v, first.rational, surface.offset() * frame.scale);
     for (int j = 0; j < nv; ++j)
@@ -522,6 +558,7 @@ int SurfaceLeaves::leaf_at(double u, double v, double* s, double* t) const {
         const Cut& cut = cuts_[static_cast<std::size_t>(at)];
         at = cut.part[(cut.along_u ? x : y) < cut.value ? 0 : 1];
     }
+    if (at == no_leaf) return -1;
     const SurfaceLeaf& leaf = leaves[static_cast<std::size_t>(~at)];
     const auto within = [](const double* ends, double own) {
         return ((own - ends[0]) - (ends[1] - own)) / (ends[1] - ends[0]);

@@ -8,6 +8,7 @@
 #include "velm/surfaces/detail/surface_tables.h"
 
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace velm::detail {
@@ -33,6 +34,26 @@ LeafFrame leaf_frame(const ERMinimax3D& box);
 /// A side of a leaf: s = -1, s = 1, t = -1, t = 1.
 enum LeafSide : std::uint8_t { side_u_low = 1, side_u_high = 2, side_v_low = 4, side_v_high = 8 };
 
+struct SurfaceLeaf;
+class LeafSearch;
+
+/// Where a rectangle of parameters is in a trim.
+enum class InTrim : std::uint8_t { inside, crossing, outside };
+
+/// A part of a surface that counts, in its parameters.
+class LeafTrim {
+public:
+    virtual bool holds(double u, double v) const = 0;
+    /// Of a rectangle between two u and two v. Crossing if in doubt.
+    virtual InTrim place(const double* u, const double* v) const = 0;
+    /// Looks at the trim near a leaf before that is halved: the nearer the best place, the fewer
+    /// halves there are.
+    virtual void search_border(const SurfaceLeaf& leaf, LeafSearch& search) const = 0;
+
+protected:
+    ~LeafTrim() = default;
+};
+
 /// A part of a patch: with s and t in [-1, 1] over it, X(s, t) = R(s, t) + w(s, t) centre.
 struct SurfaceLeaf {
     double centre[3];
@@ -49,6 +70,8 @@ struct SurfaceLeaf {
     std::size_t coefs; ///< index of R's and w's coefficients
     std::int32_t patch;  ///< in order of rows along U
     std::uint8_t limits; ///< the sides that are limits of the surface
+    InTrim in_trim;      ///< inside without one
+    std::uint8_t sharp;  ///< the sides on limits; where a trim counts, those on creases too
 };
 
 struct SurfaceLeaves {
@@ -63,9 +86,10 @@ struct SurfaceLeaves {
 
     /// Of a surface of patches, or of an offset surface, whose patches are those of its base, with
     /// polynomials instead that are within 2^-45 of the size wherever the base has a normal; boxes
-    /// hold the surface itself. `boxes` gets the box of each leaf after those that are there.
+    /// hold the surface itself. With a trim, of what that leaves of it. `boxes` gets the box of
+    /// each leaf after those that are there.
     void build(const PreparedSurface& surface, const LeafFrame& local,
-               std::vector<OrientedBox>& boxes);
+               std::vector<OrientedBox>& boxes, const LeafTrim* trim = nullptr);
 
     const SurfaceLeaf& operator[](int i) const { return leaves[static_cast<std::size_t>(i)]; }
     const double* poles(const SurfaceLeaf& leaf) const { return coefs[leaf.coefs].c; }
@@ -86,7 +110,7 @@ struct SurfaceLeaves {
         return direction.parameter(patch, own, 2.0 * (t - patch) - 1.0);
     }
     /// The leaf of a parameter within the limits, and s and t there; at a side between two leaves
-    /// that of the one above it.
+    /// that of the one above it. -1 where the trim left none.
     int leaf_at(double u, double v, double* s, double* t) const;
 
 private:
@@ -108,7 +132,8 @@ private:
     };
 
     /// Where patches were cut: below the patch's own u or v the first, else the second; a leaf is
-    /// ~i.
+    /// ~i, and none.
+    static constexpr std::int32_t no_leaf = std::numeric_limits<std::int32_t>::min();
     struct Cut {
         double value;
         bool along_u;
