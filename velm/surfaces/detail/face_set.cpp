@@ -43,7 +43,7 @@ ERMinimax3D box_of(const SearchedFace& face, const PreparedSurface& patches) {
 }
 
 // Whether the direction changes from the end of one piece to the start of another.
-bool turns(const TrimPiece& before, const TrimPiece& after) {
+bool turns(const LiftedPiece& before, const LiftedPiece& after) {
     double a[2][3], b[2][3];
     before.jet(1.0, 1, a);
     after.jet(-1.0, 1, b);
@@ -60,12 +60,12 @@ void find_corners(SearchedFace& face) {
             static_cast<std::size_t>(face.face.edges(i)), true);
     std::size_t first = 0; // of the loop
     for (std::size_t k = 0; k < face.trim.size(); ++k) {
-        const TrimPiece& piece = face.trim[k];
+        const LiftedPiece& piece = face.trim[k];
         if (piece.loop < 0) break; // limits and creases come last
         if (piece.loop != face.trim[first].loop) first = k;
         std::size_t next = k + 1;
         if (next == face.trim.size() || face.trim[next].loop != piece.loop) next = first;
-        const TrimPiece& after = face.trim[next];
+        const LiftedPiece& after = face.trim[next];
         if (after.part[0] != 0.0) continue;
         face.corners[static_cast<std::size_t>(after.loop)][static_cast<std::size_t>(after.edge)] =
             turns(piece, after);
@@ -232,7 +232,7 @@ void FaceSet::search_at(int face, const ERPoint2D& parameter, LeafSearch& search
 
 FaceFoot FaceSet::trim_foot(const SearchedFace& face, const LeafPlace& place,
                             const double* q) const {
-    const TrimPiece& piece = face.trim[static_cast<std::size_t>(~item(place.leaf).index)];
+    const LiftedPiece& piece = face.trim[static_cast<std::size_t>(~item(place.leaf).index)];
     FaceFoot foot;
     foot.loop = piece.loop, foot.edge = piece.edge;
     if (piece.loop >= 0) foot.part = piece.part_at(place.s);

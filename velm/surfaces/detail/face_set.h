@@ -26,7 +26,7 @@ struct SearchedFace final : public LeafTrim {
     PreparedFace face;
     FaceRegion region;
     SurfaceLeaves leaves; ///< what the trim leaves of them, with the surface's parameters
-    std::vector<TrimPiece> trim;
+    std::vector<LiftedPiece> trim;
     /// The pieces of the trim on or near each leaf, from border_start[leaf] on.
     std::vector<int> border, border_start;
     int first_item = 0; ///< the number of leaf 0 in the set; pieces come after the leaves

@@ -95,7 +95,7 @@ struct FlatCurve {
 class TrimLifter {
 public:
     TrimLifter(const FaceTables& face, const PreparedSurface& patches, const LeafFrame& frame,
-               double size, std::vector<TrimPiece>& pieces, std::vector<OrientedBox>& boxes)
+               double size, std::vector<LiftedPiece>& pieces, std::vector<OrientedBox>& boxes)
         : face_(face), region_(face), tables_(SurfaceTables::of(patches)), frame_(frame),
           size_(size), pieces_(pieces), boxes_(boxes) {}
 
@@ -165,7 +165,7 @@ private:
     }
 
     void halves(const FlatCurve& curve, double low, double high, int left) {
-        TrimPiece piece = {};
+        LiftedPiece piece = {};
         OrientedBox box;
         if (!lift(curve, low, high, left == 0, piece, box) && left > 0) {
             const double middle = 0.5 * (low + high);
@@ -203,7 +203,7 @@ private:
     };
 
     // Sets the curve about its middle; returns false if the piece must be halved for it.
-    bool along(const FlatCurve& curve, double low, double high, TrimPiece& piece, Along* out) {
+    bool along(const FlatCurve& curve, double low, double high, LiftedPiece& piece, Along* out) {
         const int count = curve.degree() + 1;
         flat_ = curve.poles;
         restrict_row({flat_.data(), count, 3}, low, high);
@@ -338,7 +338,7 @@ private:
         return sum;
     }
 
-    bool lift(const FlatCurve& curve, double low, double high, bool last, TrimPiece& piece,
+    bool lift(const FlatCurve& curve, double low, double high, bool last, LiftedPiece& piece,
               OrientedBox& box) {
         Along at[2];
         const bool known = along(curve, low, high, piece, at);
@@ -388,7 +388,7 @@ private:
     }
 
     // Sets what follows from the coefficients; returns whether the piece is good enough.
-    bool finish(TrimPiece& piece, OrientedBox& box, const Normal& normal) const {
+    bool finish(LiftedPiece& piece, OrientedBox& box, const Normal& normal) const {
         double extent = 0.0, bent = 0.0, first = 0.0;
         for (int k = 1; k <= series_degree; ++k) {
             const double size = std::sqrt(dot3(piece.coefs[k], piece.coefs[k]));
@@ -406,7 +406,7 @@ private:
     }
 
     // Along the tangent, across it on the surface, and along the surface's normal.
-    void enclose(const TrimPiece& piece, const Normal& normal, OrientedBox& box) const {
+    void enclose(const LiftedPiece& piece, const Normal& normal, OrientedBox& box) const {
         double(*const axis)[3] = box.axis;
         const auto unit = [](double* x) {
             const double length = std::sqrt(dot3(x, x));
@@ -445,7 +445,7 @@ private:
     const SurfaceTables& tables_;
     const LeafFrame& frame_;
     const double size_;
-    std::vector<TrimPiece>& pieces_;
+    std::vector<LiftedPiece>& pieces_;
     std::vector<OrientedBox>& boxes_;
     int loop_ = 0, edge_ = 0;
     double middle_[2] = {}, reach_[2] = {}; // the piece is that near to a parameter
@@ -455,7 +455,7 @@ private:
 
 } // namespace
 
-void TrimPiece::jet(double tau, int derivatives, double (*out)[3]) const {
+void LiftedPiece::jet(double tau, int derivatives, double (*out)[3]) const {
     for (int c = 0; c < 3; ++c) {
         double value = 0.0, first = 0.0, second = 0.0;
         for (int k = degree; k >= 0; --k) {
@@ -470,7 +470,7 @@ void TrimPiece::jet(double tau, int derivatives, double (*out)[3]) const {
 }
 
 void lift_trim(const FaceTables& face, const PreparedSurface& patches, const SurfaceLeaves& leaves,
-               double size, std::vector<TrimPiece>& pieces, std::vector<OrientedBox>& boxes) {
+               double size, std::vector<LiftedPiece>& pieces, std::vector<OrientedBox>& boxes) {
     TrimLifter lifter(face, patches, leaves.frame, size, pieces, boxes);
     for (std::size_t loop = 0; loop < face.loops.size(); ++loop)
         for (int edge = 0; edge < face.loops[loop].tree.contour().size(); ++edge)

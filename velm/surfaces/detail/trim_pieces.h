@@ -1,5 +1,5 @@
-// velm::detail::TrimPiece: a piece of a face's trim curve lifted to the surface, as a polynomial in
-// space. What the search for the nearest point of a trim stands on. Limits and creases of the
+// velm::detail::LiftedPiece: a piece of a face's trim curve lifted to the surface, as a polynomial
+// in space. What the search for the nearest point of a trim stands on. Limits and creases of the
 // surface, where the trim crosses the leaves beside them, are such pieces too.
 //
 // An edge of the trim is a curve c in the parameters; on the surface S it is S(c). It is cut where
@@ -17,7 +17,7 @@
 namespace velm::detail {
 
 /// With tau in [-1, 1] over it, local, the place centre + the sum of coefs[k] tau^k, k >= 1.
-struct TrimPiece {
+struct LiftedPiece {
     double centre[3];
     double coefs[series_degree + 1][3];   ///< [0] is 0
     double square[2 * series_degree + 1]; ///< of (place - centre)^2
@@ -46,6 +46,6 @@ struct TrimPiece {
 /// boxes. `patches` has the surface of the face as patches with its own parameters; `size` is that
 /// of the whole, local.
 void lift_trim(const FaceTables& face, const PreparedSurface& patches, const SurfaceLeaves& leaves,
-               double size, std::vector<TrimPiece>& pieces, std::vector<OrientedBox>& boxes);
+               double size, std::vector<LiftedPiece>& pieces, std::vector<OrientedBox>& boxes);
 
 } // namespace velm::detail

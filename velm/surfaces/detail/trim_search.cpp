@@ -40,7 +40,7 @@ void to_half(const Part& whole, int terms, bool upper, Part& half) {
 
 class PieceSearch {
 public:
-    PieceSearch(const TrimPiece& piece, int number, const PreparedFace& face,
+    PieceSearch(const LiftedPiece& piece, int number, const PreparedFace& face,
                 const FaceRegion& region, LeafSearch& search)
         : piece_(piece), face_(face), region_(region), crossed_(piece.in_trim == InTrim::crossing),
           search_(search), number_(number), terms_(2 * piece.degree + 1) {
@@ -185,7 +185,7 @@ private:
         return true;
     }
 
-    const TrimPiece& piece_;
+    const LiftedPiece& piece_;
     const PreparedFace& face_;
     const FaceRegion& region_;
     const bool crossed_;
@@ -197,7 +197,7 @@ private:
 
 } // namespace
 
-void search_piece(const TrimPiece& piece, int number, const PreparedFace& face,
+void search_piece(const LiftedPiece& piece, int number, const PreparedFace& face,
                   const FaceRegion& region, LeafSearch& search) {
     PieceSearch(piece, number, face, region, search).run();
 }

@@ -12,7 +12,7 @@ namespace velm::detail {
 /// it from below; where the second derivative shows it to be convex Newton's method finds its least
 /// value; else the piece is halved. Where other loops cross it only places inside them count, for
 /// the same reasons as on a leaf.
-void search_piece(const TrimPiece& piece, int number, const PreparedFace& face,
+void search_piece(const LiftedPiece& piece, int number, const PreparedFace& face,
                   const FaceRegion& region, LeafSearch& search);
 
 } // namespace velm::detail
