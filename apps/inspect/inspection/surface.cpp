@@ -38,7 +38,7 @@ SurfaceHead head_of(const SurfaceOptions& options, const NominalSurfaces& nomina
 // Refuses points that an object file can't hold, before anything is written.
 void require_room(const ProbedPoints& points, const OutputPaths& paths) {
     // A point's record, target and entries in two trees, as they are measured, at the least.
-    constexpr std::uint64_t bytes_of_point = 560;
+    constexpr std::uint64_t bytes_of_point = 440;
     constexpr std::uint64_t most_bytes = (std::uint64_t{1} << 31) - 1;
     if (!paths.store) return;
     const std::uint64_t count = points.announced();
