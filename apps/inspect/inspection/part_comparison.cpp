@@ -11,10 +11,14 @@
 namespace velm::inspect {
 namespace {
 
-SurfacePlace place_of(SurfaceFootKind kind) {
-    return kind == SurfaceFootKind::edge     ? SurfacePlace::edge
-           : kind == SurfaceFootKind::corner ? SurfacePlace::corner
-                                             : SurfacePlace::interior;
+// Where the foot is on the trim, what the trim says.
+SurfacePlace place_of(const PartFoot& foot) {
+    constexpr double at_end = 1e-9; // of an edge
+    if (foot.kind == SurfaceFootKind::corner) return SurfacePlace::corner;
+    if (foot.loop >= 0)
+        return foot.part <= at_end || foot.part >= 1.0 - at_end ? SurfacePlace::corner
+                                                                : SurfacePlace::edge;
+    return foot.kind == SurfaceFootKind::edge ? SurfacePlace::edge : SurfacePlace::interior;
 }
 
 // A direction the other way round leads to a place that isn't there, or to the far wall: what makes
@@ -91,7 +95,7 @@ void PartComparison::compare_block(std::span<SurfaceRow> rows) {
         row.deviation = 0.0;
         const PartFoot foot = foot_of(row.measured, row.diameter / 2.0, row.direction, hint);
         if (foot.face >= 0) {
-            row.found = SurfaceFind{foot.point, foot.outward, foot.face, place_of(foot.kind),
+            row.found = SurfaceFind{foot.point, foot.outward, foot.face, place_of(foot),
                                     foot.signed_distance};
             row.deviation = foot.signed_distance - row.diameter / 2.0;
             if (!foot.certified) ++uncertain_;
