@@ -6,6 +6,10 @@
 //     if (foot.certified) use(foot.u, foot.v, foot.distance);
 //     if (foot.loop >= 0) at_the_trim(foot.loop, foot.edge, foot.part);
 //
+// Certified means what it means for SurfaceProjector, the size being that of the face: every part
+// of the face without the foot was excluded by a bound. A foot on an edge of the trim is within the
+// face's tolerance of it where loops cross or run together.
+//
 // Use from threads: nothing changes after construction and there is no cache, so any number of
 // threads may ask one object without a lock. Copies share the tables.
 #pragma once
@@ -35,7 +39,7 @@ class VELM_API FaceProjector {
 public:
     static constexpr int default_budget = SurfaceProjector::default_budget;
 
-    /// Nothing where SurfaceProjector::on has nothing for the surface.
+    /// Nothing on an offset surface that is no plane, cylinder, cone, sphere or torus.
     static std::optional<FaceProjector> on(const PreparedFace& face);
 
     const PreparedFace& face() const;

@@ -98,7 +98,7 @@ private:
 
     struct Pieces {
         std::vector<double> poles;
-        std::vector<double> ends; ///< one more than pieces
+        std::vector<double> ends; // one more than pieces
     };
 
     void pieces_of_patches(bool constant_u, int below, int above, int along, Pieces& pieces) const {
@@ -188,7 +188,7 @@ private:
     }
 
     const PreparedSurface& surface_;
-    const PreparedSurface patches_; ///< or the base, which has them
+    const PreparedSurface patches_; // or the base, which has them
     const SurfaceLeaves& leaves_;
     const double size_;
     std::vector<SharpLine> lines_;

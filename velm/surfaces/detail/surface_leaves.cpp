@@ -123,7 +123,7 @@ public:
           count_(static_cast<std::size_t>(4 * (p_ + 1) * (q_ + 1))), poles_(count_), coefs_(count_),
           product_(static_cast<std::size_t>((2 * p_ + 1) * (2 * q_ + 1))), unit_(count_) {}
 
-    /// What follows is about patches of the base.
+    // What follows is about patches of the base.
     void move(int p, int q, bool rational, double offset) {
         base_p_ = p, base_q_ = q;
         fit_.emplace(p, q, rational, offset);
@@ -435,10 +435,10 @@ private:
     std::vector<double> poles_, coefs_, product_, points_, unit_;
     int number_ = 0;
     bool good_ = false, cut_u_ = false;
-    std::optional<OffsetFit> fit_; ///< of the base's patches, which have these degrees
+    std::optional<OffsetFit> fit_; // of the base's patches, which have these degrees
     int base_p_ = 0, base_q_ = 0;
-    double origin_[3] = {}; ///< what the poles of a moved patch count from, local
-    std::size_t parts_ = 0; ///< of this patch
+    double origin_[3] = {}; // what the poles of a moved patch count from, local
+    std::size_t parts_ = 0; // of this patch
     double error_ = 0.0;
 };
 
