@@ -290,4 +290,97 @@ TEST(PartMesh, KeepsBoresBesideEdgesAndSolidsThatTouchApart) {
     EXPECT_NEAR(volume_of(mesh), 80, 1e-9);
 }
 
+// An L of height 3, whose signed distance has a closed form.
+const std::vector<ERPoint2D> l_corners = {{0, 0}, {6, 0}, {6, 2}, {2, 2}, {2, 5}, {0, 5}};
+
+double l_distance(const ERPoint3D& p) {
+    double flat = HUGE_VAL;
+    bool inside = false;
+    for (std::size_t i = 0; i < l_corners.size(); ++i) {
+        const ERPoint2D &a = l_corners[i], &b = l_corners[(i + 1) % l_corners.size()];
+        const double ux = b.x() - a.x(), uy = b.y() - a.y(), px = p.x() - a.x(), py = p.y() - a.y();
+        const double t = std::clamp((px * ux + py * uy) / (ux * ux + uy * uy), 0.0, 1.0);
+        flat = std::min(flat, std::hypot(px - t * ux, py - t * uy));
+        if ((a.y() > p.y()) != (b.y() > p.y()) && px < py * ux / uy) inside = !inside;
+    }
+    if (inside) flat = -flat;
+    const double above = std::max(-p.z(), p.z() - 3.0);
+    return flat > 0 && above > 0 ? std::hypot(flat, above) : std::max(flat, above);
+}
+
+std::vector<velm::PartFace> l_faces() {
+    Part part;
+    std::vector<ERPoint2D> below; // seen from below, x and y changed
+    for (const ERPoint2D& corner : l_corners)
+        below.insert(below.begin(), ERPoint2D(corner.y(), corner.x()));
+    part.add_plane({0, 0, 0}, Y, X, below);
+    part.add_plane({0, 0, 3}, X, Y, l_corners);
+    for (std::size_t i = 0; i < l_corners.size(); ++i) {
+        const ERPoint2D &a = l_corners[i], &b = l_corners[(i + 1) % l_corners.size()];
+        const ERVector2D along(a, b);
+        const ERVector2D unit = along.getnormalized();
+        part.add_plane({a.x(), a.y(), 0}, ERVector3D(unit.i(), unit.j(), 0), Z,
+                       rectangle(0, along.norme(), 0, 3));
+    }
+    std::vector<velm::PartFace> faces;
+    for (const velm::PreparedFace& face : part.faces)
+        faces.push_back({face, 1});
+    return faces;
+}
+
+TEST(PreparedPart, SignsEdgesAndCornersAndTakesFacesThatFaceAPoint) {
+    const std::vector<velm::PartFace> faces = l_faces();
+    const auto part = velm::PreparedPart::of(faces, 1e-6);
+    ASSERT_TRUE(part);
+    EXPECT_EQ(part->edges().open(), 0);
+    std::vector<velm::FaceProjector> single;
+    for (const velm::PartFace& face : faces)
+        single.push_back(*velm::FaceProjector::on(face.face));
+    const ERVector3D ways[] = {X, Y, Z, -X, -Y, -Z};
+    int met[5] = {};
+    for (int n = 0; n < 4000; ++n) {
+        const ERPoint3D p(draw.uniform(-3, 9), draw.uniform(-3, 8), draw.uniform(-3, 6));
+        const velm::PartFoot foot = part->nearest(p);
+        EXPECT_NEAR(foot.signed_distance, l_distance(p), 1e-12) << p;
+        EXPECT_TRUE(foot.certified && foot.side <= velm::PartSide::edge)
+            << p << int(foot.side) << int(foot.kind) << foot.certified << foot.point;
+        ++met[foot.kind == velm::SurfaceFootKind::corner ? 3 : foot.loop < 0 ? 0 : 1];
+
+        velm::PartSearch search;
+        search.direction = ways[n % 6];
+        search.max_angle = 0.5;
+        search.max_distance = draw.uniform(0, 8);
+        if (n % 2 != 0) search.hint = part->nearest(p + ERVector3D(0.1, 0.2, 0.1));
+        double expected = HUGE_VAL;
+        for (std::size_t i = 0; i < faces.size(); ++i)
+            if (faces[i].face.surface().normal(0, 0) * ways[n % 6] > 0.9)
+                expected = std::min(expected, single[i].nearest(p).distance);
+        const velm::PartFoot faced = part->nearest(p, search);
+        ASSERT_EQ(faced.face >= 0, expected <= search.max_distance) << p;
+        if (faced.face < 0) continue;
+        EXPECT_NEAR(faced.distance, expected, 1e-12) << p << " " << *search.direction;
+        EXPECT_GT(faces[std::size_t(faced.face)].face.surface().normal(0, 0) * ways[n % 6], 0.9);
+    }
+    EXPECT_GT(met[0], 1000);
+    EXPECT_GT(met[1], 500);
+    EXPECT_GT(met[3], 100);
+    EXPECT_EQ(part->nearest({NAN, 0, 0}).face, -1);
+    EXPECT_FALSE(velm::PreparedPart::of({}, 1e-6));
+}
+
+TEST(PreparedPart, AnswersTheSameInAnyNumberOfThreads) {
+    const auto part = velm::PreparedPart::of(l_faces(), 1e-6, 3);
+    std::vector<ERPoint3D> points;
+    for (int n = 0; n < 500; ++n)
+        points.push_back(draw.value<ERPoint3D>(9));
+    std::vector<velm::PartFoot> serial(points.size()), shared(points.size());
+    part->nearest(points, serial);
+    part->nearest(points, shared, 8);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        EXPECT_EQ(serial[i].point, shared[i].point);
+        EXPECT_EQ(serial[i].signed_distance, shared[i].signed_distance);
+        EXPECT_EQ(serial[i].face, shared[i].face);
+    }
+}
+
 } // namespace

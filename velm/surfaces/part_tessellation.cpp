@@ -383,7 +383,7 @@ PartMesh tessellate(const PreparedPart& part, double chord_error) {
         faces.push_back(part.face(i));
         outward.push_back(part.outward(i));
     }
-    return tessellate(faces, outward, PartEdges::of(faces, outward, part.tolerance()), chord_error);
+    return tessellate(faces, outward, part.edges(), chord_error);
 }
 
 PartMesh tessellate(std::span<const PreparedFace> faces, std::span<const int> outward,

@@ -1,85 +1,179 @@
 #include "velm/surfaces/prepared_part.h"
 
+#include "velm/frame/point_functions.h"
+#include "velm/surfaces/detail/in_parts.h"
+#include "velm/surfaces/detail/part_tables.h"
+
 #include <algorithm>
-#include <thread>
+#include <limits>
 
 namespace velm {
-namespace detail {
 
-struct PartTables {
-    std::vector<PartFace> faces;
-    std::vector<FaceProjector> projectors;
-    std::vector<ERMinimax3D> boxes;
-    ERMinimax3D box;
-    double tolerance = 0.0;
-};
-
-} // namespace detail
-
+using detail::FaceSet;
+using detail::LeafPlace;
+using detail::LeafSearch;
 using detail::PartTables;
 
 namespace {
 
-PartFoot foot_of(const PartTables& part, int face, const FaceFoot& on) {
-    PartFoot foot;
-    static_cast<FaceFoot&>(foot) = on;
-    foot.face = face;
-    foot.outward = on.normal * part.faces[std::size_t(face)].outward;
-    foot.side = on.loop < 0 ? PartSide::certain : PartSide::open_edge;
-    return foot;
+// A foot counts as perpendicular if its offset leaves the normal by no more than this part of it,
+// beside this part of the size.
+constexpr double perpendicular_slope = 1e-6;
+constexpr double perpendicular_size = 1e-9;
+
+// Halvings of one leaf for a first place.
+constexpr int quick_budget = 16;
+
+bool is_finite(const ERPoint3D& p) {
+    return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
 }
 
-bool counts(const PartFoot& foot, const PartSearch& search) {
-    if (!(foot.distance <= search.max_distance)) return false;
-    return !search.direction || foot.outward * *search.direction >=
-                                    std::cos(search.max_angle) * search.direction->norme();
+LeafSearch search_from(const FaceSet& set, const ERPoint3D& p) {
+    double q[3];
+    set.frame().to_local(p, q);
+    return LeafSearch(q, set.local_size(), SurfaceProjector::default_budget);
+}
+
+// The places of a search that count.
+class Condition {
+public:
+    Condition(const PartSearch& search, double scale, double size) : size_(size) {
+        if (search.max_distance < HUGE_VAL) {
+            max_ = search.max_distance;
+            // The search is for what is nearer.
+            bound_ = std::nextafter(max_, HUGE_VAL) * scale * (1.0 + 0x1p-50);
+            bound_ *= bound_;
+        }
+        if (search.direction) {
+            direction_ = search.direction->getnormalized();
+            cosine_ = std::cos(search.max_angle);
+        }
+    }
+    double bound() const { return bound_; }
+    bool is_near(const PartFoot& foot) const { return foot.distance <= max_; }
+    /// `foot.outward` is that of its own face.
+    bool is_faced(const PartFoot& foot) const {
+        return !direction_ || foot.outward * *direction_ >= cosine_;
+    }
+    bool is_perpendicular(const PartFoot& foot, const ERPoint3D& p) const {
+        if (foot.loop >= 0 || foot.kind != SurfaceFootKind::interior) return true;
+        const ERVector3D away(foot.point, p);
+        const ERVector3D along = away - foot.normal * (away * foot.normal);
+        return along.norme() <= perpendicular_slope * foot.distance + perpendicular_size * size_;
+    }
+
+private:
+    double size_;
+    double max_ = HUGE_VAL;
+    double bound_ = HUGE_VAL; ///< squared, local
+    std::optional<ERVector3D> direction_;
+    double cosine_ = -1.0;
+};
+
+// The nearest of the places that are nearest on their leaf or piece of trim, and that count.
+PartFoot nearest_faced(const PartTables& part, const ERPoint3D& p, const Condition& condition) {
+    const FaceSet& set = *part.set;
+    double q[3];
+    set.frame().to_local(p, q);
+    double squared = condition.bound();
+    bool complete = true;
+    PartFoot best;
+    set.tree().nearest(q, squared, [&](int number, double) {
+        LeafSearch alone(q, set.local_size(), SurfaceProjector::default_budget);
+        alone.limit(squared);
+        set.look_alone(number, alone);
+        complete = complete && !alone.spent();
+        const PartFoot foot = part.found_by(alone);
+        if (foot.face >= 0 && condition.is_faced(foot) && condition.is_perpendicular(foot, p)) {
+            best = foot;
+            squared = alone.best().squared;
+        }
+        return true;
+    });
+    best.certified = complete;
+    best.lower = best.distance;
+    return best;
 }
 
 } // namespace
 
+PartFoot PartTables::found_by(const LeafSearch& search) const {
+    PartFoot foot;
+    int face = -1;
+    if (!set->foot(search, foot, face)) return foot;
+    foot.face = face;
+    foot.outward = foot.normal * outward[static_cast<std::size_t>(face)];
+    return foot;
+}
+
+void PartTables::search(LeafSearch& search) const {
+    const LeafSearch start = search;
+    set->search(search);
+    if (!search.spent()) return;
+    LeafPlace best = search.best();
+    set->tree().nearest(start.query(), best.squared, [&](int number, double) {
+        LeafSearch alone(start.query(), set->local_size(), quick_budget);
+        alone.limit(best.squared);
+        set->look_alone(number, alone);
+        if (alone.best().leaf >= 0) best = alone.best();
+        return true;
+    });
+    search = start;
+    if (best.leaf >= 0) search.offer(best);
+    set->search(search);
+}
+
+PartFoot PartTables::nearest(const ERPoint3D& p) const {
+    LeafSearch search = search_from(*set, p);
+    this->search(search);
+    return found_by(search);
+}
+
 std::optional<PreparedPart> PreparedPart::of(std::vector<PartFace> faces, double tolerance,
                                              int threads) {
-    (void)threads;
+    if (faces.empty()) return std::nullopt;
     auto tables = std::make_shared<PartTables>();
-    tables->faces = std::move(faces);
-    tables->tolerance = tolerance;
-    for (PartFace& face : tables->faces) {
-        face.outward = face.outward < 0 ? -1 : 1;
-        const std::optional<FaceProjector> projector = FaceProjector::on(face.face);
-        if (!projector) return std::nullopt;
-        tables->projectors.push_back(*projector);
-        tables->boxes.push_back(face.face.surface().box());
-        tables->box.Update(tables->boxes.back());
+    std::vector<PreparedFace> prepared;
+    for (PartFace& face : faces) {
+        tables->outward.push_back(face.outward < 0 ? -1 : 1);
+        prepared.push_back(std::move(face.face));
     }
-    if (tables->faces.empty()) return std::nullopt;
+    tables->tolerance = tolerance;
+    tables->edges = PartEdges::of(prepared, tables->outward, tolerance);
+    tables->set = FaceSet::of(std::move(prepared), threads);
+    if (!tables->set) return std::nullopt;
     return PreparedPart(std::move(tables));
 }
 
 PreparedPart::PreparedPart(std::shared_ptr<const PartTables> tables) : tables_(std::move(tables)) {}
 
-int PreparedPart::faces() const { return static_cast<int>(tables_->faces.size()); }
-const PreparedFace& PreparedPart::face(int i) const { return tables_->faces[std::size_t(i)].face; }
-int PreparedPart::outward(int i) const { return tables_->faces[std::size_t(i)].outward; }
+int PreparedPart::faces() const { return tables_->set->size(); }
+const PreparedFace& PreparedPart::face(int i) const { return (*tables_->set)[i].face; }
+int PreparedPart::outward(int i) const { return tables_->outward[static_cast<std::size_t>(i)]; }
 double PreparedPart::tolerance() const { return tables_->tolerance; }
-ERMinimax3D PreparedPart::box() const { return tables_->box; }
-double PreparedPart::size() const { return tables_->box.diagonal(); }
+ERMinimax3D PreparedPart::box() const { return tables_->set->box(); }
+double PreparedPart::size() const { return box().diagonal(); }
+const PartEdges& PreparedPart::edges() const { return tables_->edges; }
 
 PartFoot PreparedPart::nearest(const ERPoint3D& p) const { return nearest(p, PartSearch()); }
 
-PartFoot PreparedPart::nearest(const ERPoint3D& p, const PartSearch& search) const {
-    PartFoot best;
-    best.distance = HUGE_VAL;
-    for (int i = 0; i < faces(); ++i) {
-        if (best.face >= 0 &&
-            squared_distance(tables_->boxes[std::size_t(i)], p) >= best.distance * best.distance)
-            continue;
-        const PartFoot foot = foot_of(*tables_, i, tables_->projectors[std::size_t(i)].nearest(p));
-        if (foot.distance < best.distance && counts(foot, search)) best = foot;
-    }
-    if (best.face < 0) return {};
-    best.signed_distance =
-        ERVector3D(best.point, p) * best.outward < 0.0 ? -best.distance : best.distance;
-    return best;
+PartFoot PreparedPart::nearest(const ERPoint3D& p, const PartSearch& conditions) const {
+    PartFoot none;
+    none.distance = std::numeric_limits<double>::quiet_NaN();
+    if (!is_finite(p)) return none;
+    const FaceSet& set = *tables_->set;
+    const Condition condition(conditions, set.frame().scale, size());
+    LeafSearch search = search_from(set, p);
+    search.limit(condition.bound());
+    const std::optional<PartFoot>& hint = conditions.hint;
+    if (hint && hint->face >= 0 && hint->face < faces())
+        set.search_at(hint->face, {hint->u, hint->v}, search);
+    tables_->search(search);
+    PartFoot foot = tables_->found_by(search);
+    if (foot.face >= 0 && !condition.is_faced(foot)) foot = nearest_faced(*tables_, p, condition);
+    if (foot.face < 0 || !condition.is_near(foot)) return none;
+    detail::settle_side(*tables_, p, foot);
+    return foot;
 }
 
 void PreparedPart::nearest(std::span<const ERPoint3D> points, std::span<PartFoot> feet,
@@ -90,17 +184,10 @@ void PreparedPart::nearest(std::span<const ERPoint3D> points, std::span<PartFoot
 
 void PreparedPart::nearest(std::span<const ERPoint3D> points, std::span<const PartSearch> searches,
                            std::span<PartFoot> feet, int threads) const {
-    const auto part = [&](std::size_t from, std::size_t to) {
+    detail::in_parts(points.size(), threads, [&](std::size_t from, std::size_t to) {
         for (std::size_t k = from; k < to; ++k)
             feet[k] = nearest(points[k], searches[searches.size() == 1 ? 0 : k]);
-    };
-    const auto parts = static_cast<std::size_t>(std::max(threads, 1));
-    std::vector<std::thread> others;
-    for (std::size_t k = 1; k < parts; ++k)
-        others.emplace_back(part, points.size() * k / parts, points.size() * (k + 1) / parts);
-    part(0, points.size() / parts);
-    for (std::thread& other : others)
-        other.join();
+    });
 }
 
 } // namespace velm

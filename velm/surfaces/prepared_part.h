@@ -14,6 +14,7 @@
 
 #include "velm/export.h"
 #include "velm/surfaces/face_projector.h"
+#include "velm/surfaces/part_edges.h"
 
 #include <cmath>
 #include <memory>
@@ -40,14 +41,13 @@ enum class PartSide {
     certain,   ///< the foot is inside of a face
     edge,      ///< where faces meet: by all of them
     open_edge, ///< on an edge that no other face shares: by the foot's own face
-    uncertain, ///< the faces that meet there don't tell the sides
+    uncertain, ///< where the faces that meet give no side, as at the contact of two solids
 };
 
 /// A point of a part that is nearest to a query.
 struct PartFoot : FaceFoot {
     int face = -1; ///< -1: no place fulfils the conditions; then all else means nothing
-    /// Unit, out of the material: the surface's; where faces meet, the mean of theirs, weighted by
-    /// the angles that they fill.
+    /// Unit, out of the material: the surface's; where faces meet, the mean of theirs.
     ERVector3D outward;
     double signed_distance = 0.0; ///< positive outside of the material
     PartSide side = PartSide::certain;
@@ -57,8 +57,10 @@ struct PartFoot : FaceFoot {
 struct PartSearch {
     /// No place further than this.
     double max_distance = HUGE_VAL;
-    /// Places where the outward normal of the face is within max_angle, in radians, of the
-    /// direction.
+    /// Places where the outward normal of a face is within max_angle, in radians, of the direction,
+    /// and where the point is perpendicular above the face, or that are on an edge or corner. If
+    /// the nearest place of all is none, each leaf of a face, a part in which the normal changes
+    /// little, is asked for its own nearest place.
     std::optional<ERVector3D> direction;
     double max_angle = std::numbers::pi / 2;
     /// A foot that is expected to be near, as that of a neighbouring point: it changes the time,
@@ -77,7 +79,8 @@ public:
     const PreparedFace& face(int i) const;
     int outward(int i) const; ///< 1 or -1
     double tolerance() const;
-    /// Holds the surfaces of all faces.
+    const PartEdges& edges() const;
+    /// Holds all faces.
     ERMinimax3D box() const;
     /// The diagonal of box().
     double size() const;

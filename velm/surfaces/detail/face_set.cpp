@@ -72,6 +72,12 @@ void find_corners(SearchedFace& face) {
     }
 }
 
+// A part of the way along an edge, on its ends if it is as near to them as rounding.
+double snapped(double part) {
+    constexpr double near = 1e-12;
+    return part < near ? 0.0 : part > 1.0 - near ? 1.0 : part;
+}
+
 // Which pieces of the trim are near which leaf, by some places on each.
 void find_borders(SearchedFace& face) {
     std::vector<std::vector<int>> near(face.leaves.leaves.size());
@@ -204,6 +210,26 @@ void FaceSet::look(int number, LeafSearch& search) const {
     }
 }
 
+void FaceSet::look_alone(int number, LeafSearch& search) const {
+    class Alone final : public LeafTrim {
+    public:
+        explicit Alone(const LeafTrim& trim) : trim_(trim) {}
+        bool holds(double u, double v) const override { return trim_.holds(u, v); }
+        InTrim place(const double* u, const double* v) const override { return trim_.place(u, v); }
+        void search_border(const SurfaceLeaf&, LeafSearch&) const override {}
+
+    private:
+        const LeafTrim& trim_;
+    };
+    const Item at = item(number);
+    const SearchedFace& face = (*this)[at.face];
+    const Alone trim(face);
+    if (at.index < 0)
+        face.look_at_piece(~at.index, search);
+    else
+        search.leaf(face.leaves, face.leaves[at.index], number, &trim);
+}
+
 void FaceSet::search(LeafSearch& search) const {
     const double left_out =
         tree_.nearest(search.query(), search.best().squared, [&](int number, double squared) {
@@ -235,7 +261,7 @@ FaceFoot FaceSet::trim_foot(const SearchedFace& face, const LeafPlace& place,
     const LiftedPiece& piece = face.trim[static_cast<std::size_t>(~item(place.leaf).index)];
     FaceFoot foot;
     foot.loop = piece.loop, foot.edge = piece.edge;
-    if (piece.loop >= 0) foot.part = piece.part_at(place.s);
+    if (piece.loop >= 0) foot.part = snapped(piece.part_at(place.s));
     const ERPoint2D parameter = piece.parameter(face.face, place.s);
     foot.u = parameter.x(), foot.v = parameter.y();
     const double local[3] = {q[0] + place.from_query[0], q[1] + place.from_query[1],

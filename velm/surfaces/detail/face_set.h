@@ -50,6 +50,8 @@ public:
     void search(LeafSearch& search) const;
     /// Looks at the leaf of a parameter first.
     void search_at(int face, const ERPoint2D& parameter, LeafSearch& search) const;
+    /// Looks at one leaf or piece of a trim, and at nothing beside it.
+    void look_alone(int number, LeafSearch& search) const;
     /// The foot at the best place, and the number of its face; false if nothing was found.
     bool foot(const LeafSearch& search, FaceFoot& foot, int& face) const;
 

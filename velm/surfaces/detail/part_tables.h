@@ -1,0 +1,41 @@
+// velm::detail::PartTables: what a prepared part is made of, and the sides of its feet.
+#pragma once
+
+#include "velm/surfaces/detail/face_set.h"
+#include "velm/surfaces/part_edges.h"
+#include "velm/surfaces/prepared_part.h"
+
+#include <memory>
+#include <vector>
+
+namespace velm::detail {
+
+struct PartTables {
+    std::shared_ptr<const FaceSet> set;
+    std::vector<int> outward; ///< 1 or -1
+    PartEdges edges;
+    double tolerance = 0.0;
+
+    /// The foot that a search found, with the outward normal of its own face and without a side;
+    /// `face` is -1 if it found none.
+    PartFoot found_by(const LeafSearch& search) const;
+    /// Without conditions, and without a side.
+    PartFoot nearest(const ERPoint3D& p) const;
+    /// Looks at everything. If the budget ends, the search is begun again from the nearest of
+    /// places that take few halvings each: most of a budget goes into leaves that are far beyond
+    /// it.
+    void search(LeafSearch& search) const;
+};
+
+/// Sets signed_distance, side and outward of a foot of p; a foot on a seam that is smooth becomes
+/// one inside of its face.
+///
+/// Inside of a face the sign is that of the normal, negative where the face of another solid lies
+/// on it. Where two smooth faces meet at an edge, it is that of the sum of their normals, as for
+/// the edges of polyhedra (Baerentzen and Aanaes 2005, IEEE TVCG 11, 243-253): near to its foot
+/// each is its tangent plane. Elsewhere, at corners, tips and knife edges, it is that of another
+/// point: between p and its foot there is a ball about p without a point of the part, and all of a
+/// ball is on one side; so any point of it will do whose own foot is inside of a face.
+void settle_side(const PartTables& part, const ERPoint3D& p, PartFoot& foot);
+
+} // namespace velm::detail
