@@ -170,9 +170,13 @@ PartFoot PreparedPart::nearest(const ERPoint3D& p, const PartSearch& conditions)
         set.search_at(hint->face, {hint->u, hint->v}, search);
     tables_->search(search);
     PartFoot foot = tables_->found_by(search);
-    if (foot.face >= 0 && !condition.is_faced(foot)) foot = nearest_faced(*tables_, p, condition);
+    const bool is_free = foot.face < 0 || condition.is_faced(foot);
+    if (!is_free) foot = nearest_faced(*tables_, p, condition);
     if (foot.face < 0 || !condition.is_near(foot)) return none;
-    detail::settle_side(*tables_, p, foot);
+    if (is_free)
+        detail::settle_side(*tables_, p, foot);
+    else
+        detail::settle_side_of_face(p, foot);
     return foot;
 }
 

@@ -11,14 +11,10 @@
 namespace velm::inspect {
 namespace {
 
-// Where the foot is on the trim, what the trim says.
 SurfacePlace place_of(const PartFoot& foot) {
-    constexpr double at_end = 1e-9; // of an edge
     if (foot.kind == SurfaceFootKind::corner) return SurfacePlace::corner;
-    if (foot.loop >= 0)
-        return foot.part <= at_end || foot.part >= 1.0 - at_end ? SurfacePlace::corner
-                                                                : SurfacePlace::edge;
-    return foot.kind == SurfaceFootKind::edge ? SurfacePlace::edge : SurfacePlace::interior;
+    return foot.loop >= 0 || foot.kind == SurfaceFootKind::edge ? SurfacePlace::edge
+                                                                : SurfacePlace::interior;
 }
 
 // A direction the other way round leads to a place that isn't there, or to the far wall: what makes

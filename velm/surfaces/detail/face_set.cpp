@@ -53,28 +53,29 @@ bool turns(const LiftedPiece& before, const LiftedPiece& after) {
 }
 
 void find_corners(SearchedFace& face) {
-    const int loops = face.face.loops();
-    face.corners.resize(static_cast<std::size_t>(loops));
-    for (int i = 0; i < loops; ++i)
-        face.corners[static_cast<std::size_t>(i)].assign(
-            static_cast<std::size_t>(face.face.edges(i)), true);
-    std::size_t first = 0; // of the loop
-    for (std::size_t k = 0; k < face.trim.size(); ++k) {
-        const LiftedPiece& piece = face.trim[k];
-        if (piece.loop < 0) break; // limits and creases come last
-        if (piece.loop != face.trim[first].loop) first = k;
-        std::size_t next = k + 1;
-        if (next == face.trim.size() || face.trim[next].loop != piece.loop) next = first;
-        const LiftedPiece& after = face.trim[next];
-        if (after.part[0] != 0.0) continue;
-        face.corners[static_cast<std::size_t>(after.loop)][static_cast<std::size_t>(after.edge)] =
-            turns(piece, after);
+    struct Ends {
+        const LiftedPiece *first = nullptr, *last = nullptr;
+    };
+    for (int loop = 0; loop < face.face.loops(); ++loop) {
+        std::vector<Ends> ends(static_cast<std::size_t>(face.face.edges(loop)));
+        for (const LiftedPiece& piece : face.trim) {
+            if (piece.loop != loop) continue;
+            Ends& of_edge = ends[static_cast<std::size_t>(piece.edge)];
+            if (piece.part[0] == 0.0) of_edge.first = &piece;
+            if (piece.part[1] == 1.0) of_edge.last = &piece;
+        }
+        std::vector<bool>& corners = face.corners.emplace_back(ends.size(), true);
+        for (std::size_t edge = 0; edge < ends.size(); ++edge) {
+            const LiftedPiece* before = ends[(edge + ends.size() - 1) % ends.size()].last;
+            const LiftedPiece* after = ends[edge].first;
+            if (before != nullptr && after != nullptr) corners[edge] = turns(*before, *after);
+        }
     }
 }
 
-// A part of the way along an edge, on its ends if it is as near to them as rounding.
+// A part of the way along an edge, on its ends if it is as near to them as searches are exact.
 double snapped(double part) {
-    constexpr double near = 1e-12;
+    constexpr double near = 1e-9;
     return part < near ? 0.0 : part > 1.0 - near ? 1.0 : part;
 }
 
@@ -97,11 +98,20 @@ void find_borders(SearchedFace& face) {
     face.border_start.push_back(static_cast<int>(face.border.size()));
 }
 
+// Whether a foot on the trim is where two edges meet at an angle.
+bool is_at_corner(const SearchedFace& face, const FaceFoot& foot) {
+    const std::vector<bool>& corners = face.corners[static_cast<std::size_t>(foot.loop)];
+    const auto edge = static_cast<std::size_t>(foot.edge);
+    return (foot.part == 0.0 && corners[edge]) ||
+           (foot.part == 1.0 && corners[(edge + 1) % corners.size()]);
+}
+
 // For a foot on a limit of the surface that is an edge of the trim.
 void set_trim_place(const SearchedFace& face, FaceFoot& foot) {
     const TrimFoot trim = face.face.nearest_trim({foot.u, foot.v});
-    if (trim.distance <= face.face.tolerance())
-        foot.loop = trim.loop, foot.edge = trim.edge, foot.part = trim.part;
+    if (trim.distance > face.face.tolerance()) return;
+    foot.loop = trim.loop, foot.edge = trim.edge, foot.part = snapped(trim.part);
+    if (is_at_corner(face, foot)) foot.kind = SurfaceFootKind::corner;
 }
 
 // Marks the sides of leaves that are on creases.
@@ -270,13 +280,7 @@ FaceFoot FaceSet::trim_foot(const SearchedFace& face, const LeafPlace& place,
     foot.distance = std::sqrt(place.squared) / frame_.scale;
     foot.normal = face.face.surface().normal(foot.u, foot.v);
     foot.kind = SurfaceFootKind::edge;
-    if (foot.loop >= 0) {
-        const std::vector<bool>& corners = face.corners[static_cast<std::size_t>(foot.loop)];
-        const std::size_t edge = static_cast<std::size_t>(foot.edge);
-        if ((foot.part == 0.0 && corners[edge]) ||
-            (foot.part == 1.0 && corners[(edge + 1) % corners.size()]))
-            foot.kind = SurfaceFootKind::corner;
-    }
+    if (foot.loop >= 0 && is_at_corner(face, foot)) foot.kind = SurfaceFootKind::corner;
     double jet[3][3];
     piece.jet(place.s, 2, jet);
     const double speed = dot3(jet[1], jet[1]), slope = dot3(place.from_query, jet[1]);

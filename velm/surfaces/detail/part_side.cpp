@@ -136,6 +136,12 @@ bool is_seam(const PartTables& part, const PartFoot& foot) {
 
 } // namespace
 
+void settle_side_of_face(const ERPoint3D& p, PartFoot& foot) {
+    set_sign(p, foot.outward, foot);
+    const bool inner = foot.loop < 0 && foot.kind == SurfaceFootKind::interior;
+    foot.side = inner ? PartSide::certain : PartSide::edge;
+}
+
 void settle_side(const PartTables& part, const ERPoint3D& p, PartFoot& foot) {
     set_sign(p, foot.outward, foot);
     foot.side = PartSide::certain;

@@ -38,4 +38,7 @@ struct PartTables {
 /// ball is on one side; so any point of it will do whose own foot is inside of a face.
 void settle_side(const PartTables& part, const ERPoint3D& p, PartFoot& foot);
 
+/// The same for a foot that is not the nearest of all: by its own face alone.
+void settle_side_of_face(const ERPoint3D& p, PartFoot& foot);
+
 } // namespace velm::detail
