@@ -51,7 +51,7 @@ public:
     }
     double bound() const { return bound_; }
     bool is_near(const PartFoot& foot) const { return foot.distance <= max_; }
-    /// `foot.outward` is that of its own face.
+    // `foot.outward` is that of its own face.
     bool is_faced(const PartFoot& foot) const {
         return !direction_ || foot.outward * *direction_ >= cosine_;
     }
@@ -65,7 +65,7 @@ public:
 private:
     double size_;
     double max_ = HUGE_VAL;
-    double bound_ = HUGE_VAL; ///< squared, local
+    double bound_ = HUGE_VAL; // squared, local
     std::optional<ERVector3D> direction_;
     double cosine_ = -1.0;
 };
