@@ -25,6 +25,9 @@ set(velm_common_headers <algorithm> <array> <cmath> <functional> <memory> <optio
 function(velm_precompile target)
     if(VELM_PRECOMPILE)
         target_precompile_headers(${target} PRIVATE ${ARGN})
+        # A compiler cache gives back one that was made at another time, of the same headers.
+        target_compile_options(${target} PRIVATE
+            "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
     endif()
 endfunction()
 

@@ -142,9 +142,8 @@ TEST(SurfaceState, NothingKeptOutlivesAChange) {
         used.boundary_points();
         change(used);
         const ERTrimmedSurface fresh(used);
-        const auto points = used.boundary_points().view(),
-                   expected = fresh.boundary_points().view();
-        EXPECT_TRUE(std::ranges::equal(points, expected)) << name;
+        const auto points = used.boundary_points(), expected = fresh.boundary_points();
+        EXPECT_TRUE(std::ranges::equal(points.view(), expected.view())) << name;
     }
 
     const ERSurOfRevolution turned(

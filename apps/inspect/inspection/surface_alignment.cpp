@@ -45,7 +45,7 @@ struct Fit {
 class SurfaceFit {
 public:
     SurfaceFit(const HeldPoints& points, const PartComparison& comparison,
-               const FitOptions& options)
+               const BestFitOptions& options)
         : points_(points), comparison_(comparison), options_(options) {
         holds_ = std::find(options.held.begin(), options.held.end(), true) != options.held.end();
         for (std::size_t n = 0; n < points.size(); ++n)
@@ -207,7 +207,7 @@ private:
 
     const HeldPoints& points_;
     const PartComparison& comparison_;
-    const FitOptions& options_;
+    const BestFitOptions& options_;
     ERPoint3D centroid_;
     bool holds_ = false;
     int iterations_ = 0;
@@ -216,7 +216,7 @@ private:
 } // namespace
 
 AppliedAlignment fit_to_surfaces(const HeldPoints& points, const PartComparison& comparison,
-                                 const FitOptions& options) {
+                                 const BestFitOptions& options) {
     return SurfaceFit(points, comparison, options).run();
 }
 

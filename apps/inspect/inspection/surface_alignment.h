@@ -13,7 +13,7 @@
 
 namespace velm::inspect {
 
-struct FitOptions {
+struct BestFitOptions {
     std::array<bool, 6> held{}; ///< as velm::AlignmentOptions has it
     /// Points further from the part than this have no part in the fit.
     std::optional<double> max_distance;
@@ -30,7 +30,7 @@ struct FitOptions {
 /// all. With `max_distance` the points that count are those within it, or at first within three
 /// times the median distance; they are chosen anew until they stay the same.
 AppliedAlignment fit_to_surfaces(const HeldPoints& points, const PartComparison& comparison,
-                                 const FitOptions& options);
+                                 const BestFitOptions& options);
 
 /// The motion by the reference points of a table, whose measured points are those with their ids.
 /// Throws `Failure`: (file), or (input) where a point is missing, where the points leave a freedom
