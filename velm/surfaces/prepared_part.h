@@ -60,7 +60,9 @@ struct PartSearch {
     /// Places where the outward normal of a face is within max_angle, in radians, of the direction,
     /// and where the point is perpendicular above the face, or that are on an edge or corner. If
     /// the nearest place of all is none, each leaf of a face, a part in which the normal changes
-    /// little, is asked for its own nearest place; the sign of its distance is that of its face.
+    /// little, is asked for its own nearest place; the sign of its distance is that of its face,
+    /// and certified means no more than that each leaf was searched to its end: on one where the
+    /// squared distance isn't convex a second minimum, further away, may be missed.
     std::optional<ERVector3D> direction;
     double max_angle = std::numbers::pi / 2;
     /// A foot that is expected to be near, as that of a neighbouring point: it changes the time,

@@ -28,7 +28,7 @@ struct BestFitOptions {
 /// nearest place may be on a wrong face: as measured, with the middles of the boxes brought
 /// together, and turned about that. The best end is then refined with more of the points, and with
 /// all. With `max_distance` the points that count are those within it, or at first within three
-/// times the median distance; they are chosen anew until they stay the same.
+/// times the median distance; they are chosen again until they stay the same.
 AppliedAlignment fit_to_surfaces(const HeldPoints& points, const PartComparison& comparison,
                                  const BestFitOptions& options);
 
