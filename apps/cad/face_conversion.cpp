@@ -12,8 +12,10 @@
 #include <BRepTools.hxx>
 #include <BRepTools_WireExplorer.hxx>
 #include <BRep_Tool.hxx>
+#include <Geom2dAdaptor_Curve.hxx>
 #include <Precision.hxx>
 #include <Standard_Failure.hxx>
+#include <TColStd_Array1OfReal.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Edge.hxx>
@@ -141,14 +143,19 @@ private:
         double start = 0.0, end = 0.0;
         const Handle(Geom_Curve) in_space = BRep_Tool::Curve(edge, start, end);
         if (in_space.IsNull()) return;
-        constexpr int places = 16;
-        for (int i = 0; i <= places; ++i) {
-            const double r = double(i) / places;
-            const gp_Pnt2d at = trim->Value((1.0 - r) * first + r * last);
-            const gp_Pnt p = in_space->Value((1.0 - r) * start + r * end);
-            gap = std::max(gap, distance(on_surface(converted.map(at.X(), at.Y())),
-                                         ERPoint3D(p.X(), p.Y(), p.Z())));
-        }
+        constexpr int places = 16; // of each span between knots
+        const Geom2dAdaptor_Curve spans(trim, first, last);
+        TColStd_Array1OfReal ends(1, spans.NbIntervals(GeomAbs_CN) + 1);
+        spans.Intervals(ends, GeomAbs_CN);
+        for (int span = 1; span < ends.Length(); ++span)
+            for (int i = 0; i <= places; ++i) {
+                const double t = ends(span) + (ends(span + 1) - ends(span)) * i / places;
+                const double r = (t - first) / (last - first);
+                const gp_Pnt2d at = trim->Value(t);
+                const gp_Pnt p = in_space->Value((1.0 - r) * start + r * end);
+                gap = std::max(gap, distance(on_surface(converted.map(at.X(), at.Y())),
+                                             ERPoint3D(p.X(), p.Y(), p.Z())));
+            }
     }
 
     // A step in the parameters is no gap where it is none in space, as along a seam; but then the
