@@ -182,7 +182,7 @@ std::span<const Field> fields_of<FitHead>() {
                            .key = key,
                            .archive = place};
     };
-    static constexpr Field fields[] = {
+    static constexpr auto fields = All::with_end({
         All::info(),
         All::unit(),
         F::field<&Head::measured>("measured", kept(RecordKey::measured, 1)),
@@ -197,14 +197,7 @@ std::span<const Field> fields_of<FitHead>() {
         F::field<&Head::position>("position", judged(RecordKey::position_limits, 7)),
         F::field<&Head::largest_coordinate>("largest_coordinate",
                                             {.key = RecordKey::largest_coordinate, .archive = 8}),
-        All::ignored_columns(),
-        All::read_as(),
-        All::rule(),
-        All::decimals(),
-        All::row_limits(),
-        All::features(),
-        All::parts(),
-    };
+    });
     return fields;
 }
 

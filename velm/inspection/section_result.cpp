@@ -25,7 +25,7 @@ std::span<const Field> fields_of<SectionHead>() {
     using Head = SectionHead;
     using F = detail::FieldList<Head>;
     using All = detail::HeadFields<Head, 9>;
-    static constexpr Field fields[] = {
+    static constexpr auto fields = All::with_end({
         All::info(),
         All::unit(),
         F::field<&Head::nominal>(
@@ -84,14 +84,7 @@ std::span<const Field> fields_of<SectionHead>() {
                                                  .key = RecordKey::max_angle,
                                                  .archive = 19,
                                                  .since = 2}),
-        All::ignored_columns(),
-        All::read_as(),
-        All::rule(),
-        All::decimals(),
-        All::row_limits(),
-        All::features(),
-        All::parts(),
-    };
+    });
     return fields;
 }
 

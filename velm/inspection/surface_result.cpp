@@ -42,7 +42,7 @@ std::span<const Field> fields_of<SurfaceHead>() {
                            .key = key,
                            .archive = archive};
     };
-    static constexpr Field fields[] = {
+    static constexpr auto fields = All::with_end({
         F::field<&Head::nominal>(
             "nominal", {.shown = Shown::in_data, .key = RecordKey::nominal, .archive = 1}),
         F::field<&Head::measured>(
@@ -61,14 +61,7 @@ std::span<const Field> fields_of<SurfaceHead>() {
                                   {.sometimes = true, .key = RecordKey::left_out, .archive = 8}),
         F::field<&Head::face_count>("face_count", {.key = RecordKey::face_count, .archive = 9}),
         All::info(),
-        All::ignored_columns(),
-        All::read_as(),
-        All::rule(),
-        All::decimals(),
-        All::row_limits(),
-        All::features(),
-        All::parts(),
-    };
+    });
     return fields;
 }
 

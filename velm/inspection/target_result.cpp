@@ -33,7 +33,7 @@ std::span<const Field> fields_of<TargetHead>() {
     using Head = TargetHead;
     using F = detail::FieldList<Head>;
     using All = detail::HeadFields<Head, 4>;
-    static constexpr Field fields[] = {
+    static constexpr auto fields = All::with_end({
         All::info(),
         All::unit(),
         F::field<&Head::table>("table",
@@ -52,14 +52,7 @@ std::span<const Field> fields_of<TargetHead>() {
                                              .new_line = true,
                                              .key = RecordKey::skipped,
                                              .archive = 4}),
-        All::ignored_columns(),
-        All::read_as(),
-        All::rule(),
-        All::decimals(),
-        All::row_limits(),
-        All::features(),
-        All::parts(),
-    };
+    });
     return fields;
 }
 

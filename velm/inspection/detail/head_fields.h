@@ -4,6 +4,10 @@
 #include "velm/inspection/detail/field_list.h"
 #include "velm/inspection/inspection_head.h"
 
+#include <algorithm>
+#include <array>
+#include <iterator>
+
 namespace velm::detail {
 
 /// The version of the archive that brought these fields.
@@ -16,48 +20,36 @@ struct HeadFields {
     using F = FieldList<Head>;
 
     static constexpr Field info() {
-        return F::template field<&InspectionHead::info>("info", {.shown = Shown::in_data,
-                                                                 .key = RecordKey::info,
-                                                                 .archive = Last + 1,
-                                                                 .since = since_heads});
+        return F::template field<&InspectionHead::info>("info",
+                                                        kept(RecordKey::info, 1, Shown::in_data));
     }
     static constexpr Field unit() {
-        return F::template field<&InspectionHead::unit>("unit", {.shown = Shown::in_data,
-                                                                 .key = RecordKey::unit,
-                                                                 .archive = Last + 2,
-                                                                 .since = since_heads});
+        return F::template field<&InspectionHead::unit>("unit",
+                                                        kept(RecordKey::unit, 2, Shown::in_data));
     }
-    static constexpr Field ignored_columns() {
-        return F::template field<&InspectionHead::ignored_columns>(
-            "ignored_columns", {.shown = Shown::in_data,
-                                .key = RecordKey::ignored_columns,
-                                .archive = Last + 3,
-                                .since = since_heads});
+    /// The kind's own fields, and those with which all heads end.
+    template <std::size_t N>
+    static consteval std::array<Field, N + 7> with_end(const Field (&own)[N]) {
+        const Field end[] = {
+            F::template field<&InspectionHead::ignored_columns>(
+                "ignored_columns", kept(RecordKey::ignored_columns, 3, Shown::in_data)),
+            F::template field<&InspectionHead::read_as>("read_as", kept(RecordKey::read_as, 4)),
+            F::template field<&InspectionHead::rule>("rule", kept(RecordKey::limit_rule, 5)),
+            F::template field<&InspectionHead::decimals>("decimals", kept(RecordKey::decimals, 6)),
+            F::template field<&InspectionHead::has_row_limits>("row_limits",
+                                                               kept(RecordKey::row_limits, 7)),
+            F::template field<&InspectionHead::has_features>("features",
+                                                             kept(RecordKey::features, 8)),
+            F::template field<&InspectionHead::has_parts>("parts", kept(RecordKey::parts, 9)),
+        };
+        std::array<Field, N + std::size(end)> all;
+        std::copy(std::begin(end), std::end(end), std::copy(own, own + N, all.begin()));
+        return all;
     }
-    static constexpr Field read_as() {
-        return F::template field<&InspectionHead::read_as>(
-            "read_as", {.key = RecordKey::read_as, .archive = Last + 4, .since = since_heads});
-    }
-    static constexpr Field rule() {
-        return F::template field<&InspectionHead::rule>(
-            "rule", {.key = RecordKey::limit_rule, .archive = Last + 5, .since = since_heads});
-    }
-    static constexpr Field decimals() {
-        return F::template field<&InspectionHead::decimals>(
-            "decimals", {.key = RecordKey::decimals, .archive = Last + 6, .since = since_heads});
-    }
-    static constexpr Field row_limits() {
-        return F::template field<&InspectionHead::has_row_limits>(
-            "row_limits",
-            {.key = RecordKey::row_limits, .archive = Last + 7, .since = since_heads});
-    }
-    static constexpr Field features() {
-        return F::template field<&InspectionHead::has_features>(
-            "features", {.key = RecordKey::features, .archive = Last + 8, .since = since_heads});
-    }
-    static constexpr Field parts() {
-        return F::template field<&InspectionHead::has_parts>(
-            "parts", {.key = RecordKey::parts, .archive = Last + 9, .since = since_heads});
+
+private:
+    static constexpr FieldTraits kept(RecordKey key, int place, Shown shown = Shown::nowhere) {
+        return {.shown = shown, .key = key, .archive = Last + place, .since = since_heads};
     }
 };
 
