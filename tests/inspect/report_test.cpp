@@ -172,7 +172,7 @@ TEST(Report, RefusesWhatIsNotWhole) {
     {
         const NominalOutline outline = outline_from(lid);
         OutputSet outputs;
-        KeptRecords<SectionRecordWriter> store(outputs, here.path("parts.velm"), false,
+        RecordFileWriter<SectionRecordWriter> store(outputs, here.path("parts.velm"), false,
                                                SectionHead(), outline);
         store.add(SectionRow());
         outputs.commit();

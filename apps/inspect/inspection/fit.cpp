@@ -208,10 +208,10 @@ FitResult fit_points(const FitOptions& options, const FitPoints& points) {
 bool inspect_fit(const FitOptions& options, const FitPoints& points) {
     const FitResult result = fit_points(options, points);
     FitOutputs outputs(result.head, options.paths);
-    std::optional<KeptRecords<FitRecordWriter>> store;
+    std::optional<RecordFileWriter<FitRecordWriter>> store;
     if (options.paths.store)
         store.emplace(outputs.set(), *options.paths.store, options.paths.sync, result.head);
-    std::optional<KeptArchive<FitArchiveWriter>> archive;
+    std::optional<ArchiveFileWriter<FitArchiveWriter>> archive;
     if (options.paths.archive) archive.emplace(outputs.set(), *options.paths.archive, result.head);
     for (std::size_t n = 0; n < points.ids.size(); ++n) {
         const FitRow row = result.row(points, n);

@@ -102,7 +102,7 @@ NominalSurfaces::NominalSurfaces(const NominalOptions& options)
         read.take_part(*part);
     } else {
         const std::unique_ptr<InspectionRecords> file = open_records(path);
-        with_records(path, [&] { read.take_surfaces(*file); });
+        read_records(path, [&] { read.take_surfaces(*file); });
     }
     if (read.faces.empty()) throw Failure(ExitCode::input, options.path + ": holds no surfaces");
     prepare(read, options);

@@ -27,7 +27,7 @@ bool report_archived(const ReportOptions& options, Progress& progress) {
     if (options.number.value_or(1) != 1)
         throw Failure(ExitCode::input, options.store + ": holds 1 inspection, no number " +
                                            std::to_string(*options.number));
-    return with_archive(options.store, [&] {
+    return read_archive(options.store, [&] {
         CFile file(options.store.c_str(), UINT(CFile::modeRead) | CFile::shareDenyWrite);
         InspectionArchiveReader document(file);
         const auto kinds = reported_kinds();
@@ -43,7 +43,7 @@ bool report_archived(const ReportOptions& options, Progress& progress) {
 ReportResult report_stored(const ReportOptions& options, Progress& progress) {
     if (is_archive_file(options.store)) return {report_archived(options, progress), 1, {}};
     const std::unique_ptr<InspectionRecords> file = open_records(options.store);
-    return with_records(options.store, [&]() -> ReportResult {
+    return read_records(options.store, [&]() -> ReportResult {
         const std::vector<StoredInspection> all = file->inspections();
         const StoredInspection& chosen = choose(all, options);
         const std::string stored = chosen.kind();

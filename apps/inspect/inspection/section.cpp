@@ -74,10 +74,10 @@ InspectionEnd inspect_section(const SectionOptions& options, Progress& progress)
     }
 
     SectionOutputs outputs(head, outline, options.paths);
-    std::optional<KeptRecords<SectionRecordWriter>> store;
+    std::optional<RecordFileWriter<SectionRecordWriter>> store;
     if (options.paths.store)
         store.emplace(outputs.set(), *options.paths.store, options.paths.sync, head, outline);
-    std::optional<KeptArchive<SectionArchiveWriter>> archive;
+    std::optional<ArchiveFileWriter<SectionArchiveWriter>> archive;
     if (options.paths.archive)
         archive.emplace(outputs.set(), *options.paths.archive, head, outline);
     const auto take = [&](SectionRow& row) {

@@ -33,7 +33,7 @@ long count_properties(const StoreImage& image) {
 // The inspections that `report` may be asked for. A damaged file may have none that can be read.
 std::vector<StoredInspection> readable_inspections(const std::string& file) {
     try {
-        return with_records(file, [&] { return open_records(file)->inspections(); });
+        return read_records(file, [&] { return open_records(file)->inspections(); });
     } catch (const Failure&) {
         return {};
     }

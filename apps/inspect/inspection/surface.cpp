@@ -199,9 +199,9 @@ InspectionEnd inspect_surface(const SurfaceOptions& options, Progress& progress)
 
     SurfaceOutputs outputs(head, mesh, paths);
     nominal.keep(outputs.set());
-    std::optional<KeptRecords<SurfaceRecordWriter>> store;
+    std::optional<RecordFileWriter<SurfaceRecordWriter>> store;
     if (paths.store) store.emplace(outputs.set(), *paths.store, paths.sync, head, mesh);
-    std::optional<KeptArchive<SurfaceArchiveWriter>> archive;
+    std::optional<ArchiveFileWriter<SurfaceArchiveWriter>> archive;
     if (paths.archive) archive.emplace(outputs.set(), *paths.archive, head, mesh);
     const NextRow next_row = moving ? moving->moved() : [&](SurfaceRow& row) {
         points.show(progress);

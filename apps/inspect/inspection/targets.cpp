@@ -89,10 +89,10 @@ InspectionEnd inspect_targets(const TargetOptions& options, Progress& progress) 
     if (options.skip_bad) head.skipped = rows.skipped();
 
     TargetOutputs outputs(head, options.paths);
-    std::optional<KeptRecords<TargetRecordWriter>> store;
+    std::optional<RecordFileWriter<TargetRecordWriter>> store;
     if (options.paths.store)
         store.emplace(outputs.set(), *options.paths.store, options.paths.sync, head);
-    std::optional<KeptArchive<TargetArchiveWriter>> archive;
+    std::optional<ArchiveFileWriter<TargetArchiveWriter>> archive;
     if (options.paths.archive) archive.emplace(outputs.set(), *options.paths.archive, head);
     const auto take = [&](TargetRow& one) {
         judge(one, head);

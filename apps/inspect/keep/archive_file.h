@@ -1,5 +1,5 @@
-// archive_file.h: the library's documents of inspections as files of the program: `KeptArchive`,
-// `with_archive`.
+// archive_file.h: the library's documents of inspections as files of the program:
+// `ArchiveFileWriter`, `read_archive`.
 #pragma once
 
 #include "inspect/base/output_set.h"
@@ -15,11 +15,11 @@ namespace velm::inspect {
 /// A document that is written beside the place where it appears together with the other outputs, by
 /// one of the library's writers. Throws `Failure`.
 template <class Writer>
-class KeptArchive {
+class ArchiveFileWriter {
 public:
     /// `subject` is what the writer takes after path and program.
     template <class... Subject>
-    KeptArchive(OutputSet& outputs, const std::string& path, const Subject&... subject)
+    ArchiveFileWriter(OutputSet& outputs, const std::string& path, const Subject&... subject)
         : path_(path), working_copy_(outputs.add_by_name(path)) {
         guarded([&] {
             writer_.emplace(working_copy_, "velm-inspect " VELM_VERSION_STRING, subject...);
@@ -51,7 +51,7 @@ Failure archive_failure(CArchiveException* exception, const std::string& path);
 
 /// Runs `work`, turning exceptions about the document at `path` into failures.
 template <class Work>
-auto with_archive(const std::string& path, Work work) {
+auto read_archive(const std::string& path, Work work) {
     try {
         return with_store(path, work);
     } catch (CArchiveException* exception) {

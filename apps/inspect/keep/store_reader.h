@@ -1,4 +1,4 @@
-// store_reader.h: the inspections of an object file: `open_records`, `with_records`.
+// store_reader.h: the inspections of an object file: `open_records`, `read_records`.
 #pragma once
 
 #include "inspect/keep/store_file.h"
@@ -16,7 +16,7 @@ std::unique_ptr<InspectionRecords> open_records(const std::string& path);
 /// Runs `work`, turning exceptions about the records of `path` into failures (input) that name the
 /// file and the object.
 template <class Work>
-auto with_records(const std::string& path, Work work) {
+auto read_records(const std::string& path, Work work) {
     try {
         return with_store(path, work);
     } catch (const RecordFault& fault) {

@@ -1,4 +1,4 @@
-// store_writer.h: an object file that gets new records: `StoreWriter`, `KeptRecords`.
+// store_writer.h: an object file that gets new records: `StoreWriter`, `RecordFileWriter`.
 #pragma once
 
 #include "inspect/base/output_set.h"
@@ -50,11 +50,12 @@ private:
 
 /// An inspection that is kept in an object file by one of the library's writers. Throws `Failure`.
 template <class Writer>
-class KeptRecords {
+class RecordFileWriter {
 public:
     /// `subject` is what the writer takes after database and program.
     template <class... Subject>
-    KeptRecords(OutputSet& outputs, const std::string& path, bool sync, const Subject&... subject)
+    RecordFileWriter(OutputSet& outputs, const std::string& path, bool sync,
+                     const Subject&... subject)
         : file_(outputs, path, sync) {
         file_.save([&](ERDataBase& data) {
             writer_.emplace(data, "velm-inspect " VELM_VERSION_STRING, subject...);
