@@ -296,7 +296,7 @@ TEST_F(GoingOn, OverManyOperationsWithoutFaults) {
 TEST_F(GoingOn, AfterTheKthCallHasFailed) {
     const bool thorough = setting("VELM_TEST_THOROUGH", 0) != 0;
     const int seeds = thorough ? 20 : 2;
-    const int rounds = thorough ? 16 : 1;
+    const int rounds = thorough ? 18 : 1;
     const int stride = thorough ? 1 : 7;
     for (int seed = 1; seed <= seeds; ++seed) {
         const int operations[] = {64, 250, 3000, 700};

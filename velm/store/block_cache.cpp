@@ -25,25 +25,32 @@ char* BlockCache::edit(long offset, std::size_t size) {
     return block->bytes.get();
 }
 
-void BlockCache::put(long offset, const void* source, std::size_t size) {
+BlockCache::Block* BlockCache::room_for(long offset, std::size_t size) {
     Block* block = find(offset);
-    if (block != nullptr && block->size != size) {
-        erase(offset);
-        block = nullptr;
-    }
-    if (block == nullptr) {
-        if (offset < 0 || offset > INT32_MAX || size > capacity / 16) return;
-        make_room(size);
-        if (2 * blocks_ >= table_.size()) grow();
-        block = &table_[place_of(offset)];
-        block->offset = static_cast<std::int32_t>(offset);
-        block->size = static_cast<std::uint32_t>(size) & 0x7FFFFFFFu;
-        block->asked_for = 0;
-        block->bytes.reset(new char[size]);
-        held_ += size;
-        ++blocks_;
-    }
+    if (block != nullptr && block->size == size) return block;
+    if (block != nullptr) erase(offset);
+    if (offset < 0 || offset > INT32_MAX || size > capacity / 16) return nullptr;
+    make_room(size);
+    if (2 * blocks_ >= table_.size()) grow();
+    block = &table_[place_of(offset)];
+    block->offset = static_cast<std::int32_t>(offset);
+    block->size = static_cast<std::uint32_t>(size) & 0x7FFFFFFFu;
+    block->asked_for = 0;
+    held_ += size;
+    ++blocks_;
+    return block;
+}
+
+void BlockCache::put(long offset, const void* source, std::size_t size) {
+    Block* const block = room_for(offset, size);
+    if (block == nullptr) return;
+    if (!block->bytes) block->bytes.reset(new char[size]);
     std::memcpy(block->bytes.get(), source, size);
+}
+
+void BlockCache::take(long offset, std::unique_ptr<char[]> bytes, std::size_t size) {
+    Block* const block = room_for(offset, size);
+    if (block != nullptr) block->bytes = std::move(bytes);
 }
 
 void BlockCache::erase(long offset) {

@@ -184,14 +184,18 @@ void ERFileManager::gather_node(long offset, const void* source, std::size_t siz
     if (node == nullptr) {
         const bool is_new = is_free_space(offset, size);
         if (is_new) change(offset, source, size);
-        node = &operation->batch->add(offset, of_tree);
+        node = &operation->batch->add(offset, size, of_tree, is_new);
         if (!is_new) {
-            const char* const known = kept->look(offset, size);
-            node->old = known ? std::string(known, size) : old_image(offset, size);
+            char* const old = node->images.get() + size;
+            if (const char* const known = kept->look(offset, size))
+                std::memcpy(old, known, size);
+            else
+                old_image(offset, size).copy(old, size);
         }
         kept->erase(offset);
     }
-    node->image.assign(static_cast<const char*>(source), size);
+    if (node->size != size) raise(CFileException::invalidFile); // two trees have it
+    std::memcpy(node->images.get(), source, size);
 }
 
 void ERFileManager::Write(const void* buffer, UINT count) {
@@ -250,31 +254,38 @@ int height_of(ERFileManager& file, const char* image, std::size_t size) {
 
 } // namespace
 
-// The nodes that were there are written from the root down: each of their old keys is then in one
-// that the root leads to, at any moment. What a batch frees is in use until it is on file.
+// New nodes go to the file at once: nothing leads to them yet, and a copy of all of them would take
+// as much memory again. The nodes that were there follow from the root down: each of their old keys
+// is then in one that the root leads to, at any moment. What a batch frees is in use until it is on
+// file.
 void ERFileManager::end_batch() {
     OperationState& now = *operation;
     struct InPlace {
         int height;
         long offset;
-        const OperationState::BatchNode* node;
+        OperationState::BatchNode* node;
     };
     std::vector<InPlace> in_place;
-    for (const OperationState::BatchNode& node : now.batch->nodes) {
-        if (node.old.empty())
-            now.log.add_fresh(node.offset, node.image.data(), node.image.size(), false);
-        else
+    for (OperationState::BatchNode& node : now.batch->nodes)
+        if (!node.is_new)
             in_place.push_back(
-                {height_of(*this, node.image.data(), node.image.size()), node.offset, &node});
-    }
+                {height_of(*this, node.images.get(), node.size), node.offset, &node});
     std::sort(in_place.begin(), in_place.end(), [](const InPlace& a, const InPlace& b) {
         return std::tie(b.height, a.offset) < std::tie(a.height, b.offset);
     });
-    for (const InPlace& entry : in_place)
-        now.log.add(entry.offset, entry.node->image.data(), entry.node->old.data(),
-                    entry.node->image.size(), entry.node->of_tree);
-    for (const OperationState::BatchNode& node : now.batch->nodes)
-        kept->put(node.offset, node.image.data(), node.image.size());
+    if (now.behind.any) bring_up();
+    write_allocated();
+    now.log.drop_fresh();
+    for (OperationState::BatchNode& node : now.batch->nodes) {
+        if (!node.is_new) continue;
+        write_free_space(node.offset, node.images.get(), node.size);
+        kept->take(node.offset, std::move(node.images), node.size);
+    }
+    for (const InPlace& entry : in_place) {
+        OperationState::BatchNode& node = *entry.node;
+        kept->put(node.offset, node.images.get(), node.size);
+        now.log.add_taken(node.offset, std::move(node.images), node.size, node.of_tree);
+    }
     now.batch->places.clear();
     now.batch->nodes.clear();
 }
@@ -301,7 +312,7 @@ std::size_t ERFileManager::read_through(long offset, void* target, std::size_t c
 const char* ERFileManager::node_at(long offset, std::size_t size) {
     if (operation->batch && offset > 0) {
         const OperationState::BatchNode* const node = operation->batch->find(offset);
-        if (node != nullptr && node->image.size() == size) return node->image.data();
+        if (node != nullptr && node->size == size) return node->images.get();
     }
     if (const char* const image = kept->look(offset, size)) return image;
     std::string& read = operation->node_read;
@@ -384,14 +395,18 @@ void ERFileManager::write_direct(long offset, const void* source, std::size_t co
 // something else.
 void ERFileManager::write_allocated() {
     const long known = static_cast<long>(length_known ? length : CFile::GetLength());
-    const OperationState::Guard& guard = operation->guard;
     operation->log.each_fresh_piece(known, [&](long offset, const char* bytes, std::size_t size) {
-        const bool over_images = guard.there && offset + static_cast<long>(size) > guard.start;
-        if (over_images && offset <= guard.start) return write_over_guard(offset, bytes, size);
-        if (over_images || guard.is_of(offset, size)) cut_tail();
-        write_direct(offset, bytes, size);
+        write_free_space(offset, bytes, size);
     });
-    if (guard.there && endOfData > guard.start) cut_tail();
+    if (operation->guard.there && endOfData > operation->guard.start) cut_tail();
+}
+
+void ERFileManager::write_free_space(long offset, const char* bytes, std::size_t size) {
+    const OperationState::Guard& guard = operation->guard;
+    const bool over_images = guard.there && offset + static_cast<long>(size) > guard.start;
+    if (over_images && offset <= guard.start) return write_over_guard(offset, bytes, size);
+    if (over_images || guard.is_of(offset, size)) cut_tail();
+    write_direct(offset, bytes, size);
 }
 
 // Where it fails, the file still ends where it did, and images that may be damaged follow.

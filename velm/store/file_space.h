@@ -144,6 +144,7 @@ private:
     void end_batch();
     // Writing for good.
     void write_allocated();
+    void write_free_space(long offset, const char* bytes, std::size_t size);
     void write_in_place();
     void write_head();
     void put_in_place(long offset, const char* bytes, const char* old, std::size_t size, bool node);

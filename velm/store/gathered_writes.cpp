@@ -53,8 +53,8 @@ void GatheredWrites::add_fresh(long offset, const void* source, std::size_t size
 
 void GatheredWrites::add(long offset, const void* source, const void* old, std::size_t size,
                          bool node) {
-    if (!writes_.empty() && !writes_.back().fresh && writes_.back().offset == offset &&
-        writes_.back().size == size) {
+    if (!writes_.empty() && !writes_.back().fresh && writes_.back().taken == nullptr &&
+        writes_.back().offset == offset && writes_.back().size == size) {
         std::memcpy(bytes_.data() + writes_.back().at, source, size);
         return;
     }
@@ -62,6 +62,14 @@ void GatheredWrites::add(long offset, const void* source, const void* old, std::
     writes_.push_back({offset, size, bytes_.size(), false, node});
     bytes_.append(static_cast<const char*>(source), size);
     bytes_.append(static_cast<const char*>(old), size);
+    end_ = std::max(end_, writes_.back().end());
+}
+
+void GatheredWrites::add_taken(long offset, std::unique_ptr<char[]> images, std::size_t size,
+                               bool node) {
+    enter_last();
+    writes_.push_back({offset, size, 0, false, node, images.get()});
+    taken_.push_back(std::move(images));
     end_ = std::max(end_, writes_.back().end());
 }
 
@@ -154,9 +162,8 @@ void GatheredWrites::drop_fresh() {
     std::string bytes;
     for (Write write : writes_) {
         if (write.fresh) continue;
-        const std::size_t from = write.at;
-        write.at = bytes.size();
-        bytes.append(bytes_, from, 2 * write.size);
+        const std::size_t from = std::exchange(write.at, bytes.size());
+        if (write.taken == nullptr) bytes.append(bytes_, from, 2 * write.size);
         kept.push_back(write);
     }
     writes_.clear();
@@ -171,6 +178,7 @@ void GatheredWrites::drop_fresh() {
 void GatheredWrites::clear() {
     writes_.clear();
     by_chunk_.clear();
+    taken_.clear();
     end_ = 0;
     if (bytes_.capacity() > std::size_t{1} << 20)
         bytes_ = std::string();

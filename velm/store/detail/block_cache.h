@@ -22,6 +22,8 @@ public:
     /// The same, to be changed.
     char* edit(long offset, std::size_t size);
     void put(long offset, const void* source, std::size_t size);
+    /// The same with bytes that are taken over.
+    void take(long offset, std::unique_ptr<char[]> bytes, std::size_t size);
     void erase(long offset);
     void clear();
     unsigned long times_cleared() const { return cleared_; }
@@ -42,6 +44,8 @@ private:
     /// The place of a block, or the free one where it would be.
     std::size_t place_of(long offset) const;
     Block* find(long offset);
+    /// The place of a block of that size, without bytes where it is new; null where it isn't kept.
+    Block* room_for(long offset, std::size_t size);
     void erase_at(std::size_t place);
     void make_room(std::size_t size);
     void grow();

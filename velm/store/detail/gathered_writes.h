@@ -4,6 +4,7 @@
 #include "velm/export.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -17,19 +18,20 @@ public:
     struct Write {
         long offset;
         std::size_t size;
-        std::size_t at; // of the new bytes; the old ones follow them
-        bool fresh;     // to free space
-        bool node;      // of a tree
+        std::size_t at;              // of the new bytes; the old ones follow them
+        bool fresh;                  // to free space
+        bool node;                   // of a tree
+        const char* taken = nullptr; // both, if they were taken over
 
         long end() const { return offset + static_cast<long>(size); }
     };
 
     bool empty() const { return writes_.empty(); }
     const std::vector<Write>& writes() const { return writes_; }
-    const char* new_bytes(const Write& write) const { return bytes_.data() + write.at; }
-    const char* old_bytes(const Write& write) const {
-        return bytes_.data() + write.at + write.size;
+    const char* new_bytes(const Write& write) const {
+        return write.taken != nullptr ? write.taken : bytes_.data() + write.at;
     }
+    const char* old_bytes(const Write& write) const { return new_bytes(write) + write.size; }
     /// The largest end of a write, 0 for none.
     long end() const { return end_; }
     /// The bytes that are held.
@@ -40,6 +42,8 @@ public:
     void add_fresh(long offset, const void* source, std::size_t size, bool never_used);
     /// A write in place. A second one of the same bytes right after the first replaces that.
     void add(long offset, const void* source, const void* old, std::size_t size, bool node);
+    /// The same with both images taken over, the old one after the new one.
+    void add_taken(long offset, std::unique_ptr<char[]> images, std::size_t size, bool node);
     /// The offset at which the next bytes would be joined to the last write; -1 for none.
     long open_end() const {
         return !writes_.empty() && writes_.back().fresh ? writes_.back().end() : -1;
@@ -76,6 +80,7 @@ private:
     static constexpr int chunk_bits = 12;  // of offsets, by which many are found
     std::vector<Write> writes_;
     std::string bytes_;
+    std::vector<std::unique_ptr<char[]>> taken_;
     long end_ = 0;
     std::unordered_map<long, std::vector<std::size_t>> by_chunk_; // of all but the last, past a few
     mutable std::vector<Piece> pieces_;

@@ -57,13 +57,14 @@ struct OperationState {
     /// Where the file ends for the system, if images, or zeros in their place, follow its own end.
     long tail_end = 0;
 
-    /// The nodes that a batch has changed: their new images, and the old ones of those that were
-    /// in the file when it began.
+    /// A node that a batch has changed: its image, and after it the old one if the node was in the
+    /// file when the batch began.
     struct BatchNode {
         long offset;
+        std::uint32_t size;
         bool of_tree;
-        std::string image;
-        std::string old;
+        bool is_new;
+        std::unique_ptr<char[]> images;
     };
     struct Batch {
         OffsetMap places; // of nodes, by their offsets
@@ -74,10 +75,12 @@ struct OperationState {
             const std::int32_t* const place = places.find(static_cast<std::uint32_t>(offset));
             return place != nullptr ? &nodes[static_cast<std::size_t>(*place)] : nullptr;
         }
-        BatchNode& add(long offset, bool of_tree) {
+        BatchNode& add(long offset, std::size_t size, bool of_tree, bool is_new) {
             places.enter(static_cast<std::uint32_t>(offset),
                          static_cast<std::int32_t>(nodes.size()));
-            return nodes.emplace_back(BatchNode{offset, of_tree, {}, {}});
+            return nodes.emplace_back(
+                BatchNode{offset, static_cast<std::uint32_t>(size), of_tree, is_new,
+                          std::make_unique_for_overwrite<char[]>(is_new ? size : 2 * size)});
         }
     };
     std::unique_ptr<Batch> batch;
