@@ -165,7 +165,9 @@ TEST(Report, RefusesWhatIsNotWhole) {
         old.close();
         outputs.commit();
     }
-    refused("old.velm", "was kept by velm-inspect 0.0.9, which left out what a report needs");
+    refused(
+        "old.velm",
+        "velm-inspect 0.0.9, which left out what a report needs; inspect it again with --store");
 
     // A run that is given up keeps nothing; programs of before left its head after the others.
     here.write("parts.velm", whole);
@@ -173,7 +175,7 @@ TEST(Report, RefusesWhatIsNotWhole) {
         const NominalOutline outline = outline_from(lid);
         OutputSet outputs;
         RecordFileWriter<SectionRecordWriter> store(outputs, here.path("parts.velm"), false,
-                                               SectionHead(), outline);
+                                                    SectionHead(), outline);
         store.add(SectionRow());
         outputs.commit();
     }

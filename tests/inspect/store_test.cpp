@@ -107,7 +107,8 @@ TEST(InspectStore, WritesNoFileWithADamagedTree) {
         kept.write("damaged.velm", damaged);
         const Ended ended = kept.run("section plate.dat probed.csv --store damaged.velm --sync");
         EXPECT_EQ(ended.code, 3);
-        EXPECT_NE(ended.error.find("--salvage"), std::string::npos) << ended.error;
+        EXPECT_NE(ended.error.find("store damaged.velm --salvage NEW"), std::string::npos)
+            << ended.error;
         EXPECT_EQ(kept.read("damaged.velm"), damaged);
     }
     EXPECT_EQ(kept.inspect("--sync").code, 1);
