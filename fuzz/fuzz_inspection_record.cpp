@@ -25,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             Progress progress(false);
             report_stored(options, progress);
         } catch (const Failure& failure) {
-            if (failure.code() == ExitCode::usage) std::abort();
+            if (failure.kind() == FailureKind::usage) std::abort();
             more = std::string(failure.what()).find("inspection " + std::to_string(number)) !=
                    std::string::npos;
         }

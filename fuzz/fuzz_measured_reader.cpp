@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             check_escapes(point.id);
         }
     } catch (const Failure& failure) {
-        if (failure.code() != ExitCode::input) std::abort();
+        if (failure.kind() != FailureKind::input) std::abort();
     }
     return 0;
 }

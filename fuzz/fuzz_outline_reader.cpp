@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                     std::abort();
             }
         } catch (const Failure& failure) {
-            if (failure.code() != ExitCode::input) std::abort();
+            if (failure.kind() != FailureKind::input) std::abort();
         }
     }
     return 0;

@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 !(std::fabs(point.place.x()) > 1e300))
                 std::abort();
     } catch (const Failure& failure) {
-        if (failure.code() != ExitCode::input) std::abort();
+        if (failure.kind() != FailureKind::input) std::abort();
     }
     return 0;
 }

@@ -42,8 +42,8 @@ namespace velm::cad {
 
 namespace {
 
-using inspect::ExitCode;
 using inspect::Failure;
+using inspect::FailureKind;
 
 enum class Format { step, iges, brep, unknown };
 
@@ -216,7 +216,7 @@ private:
 };
 
 [[noreturn]] void fail_content(const std::string& path, const std::string& why) {
-    throw Failure(ExitCode::input, "'" + path + "': " + why);
+    throw Failure(FailureKind::input, "'" + path + "': " + why);
 }
 
 // A document, which the application keeps until it is closed; shapes outlive it.

@@ -6,6 +6,7 @@
 #include "inspect/base/failure.h"
 #include "inspect/base/output_set.h"
 #include "inspect/base/text_escape.h"
+#include "inspect/command/exit_code.h"
 #include "inspect/keep/store_file.h"
 #include "velm/store/store_batch.h"
 #include "velm/version.h"
@@ -22,6 +23,7 @@ namespace {
 
 using inspect::ExitCode;
 using inspect::Failure;
+using inspect::FailureKind;
 
 constexpr const char* exit_codes =
     "Exit codes:\n"
@@ -87,12 +89,12 @@ ExitCode run(const Options& options) {
                      inspect::terminal_text(left_out_text(face)).c_str());
     const bool is_whole = part.left_out.empty() || options.skip_bad;
     if (is_whole && part.faces.empty())
-        throw Failure(ExitCode::input, options.source + ": no face could be taken");
+        throw Failure(FailureKind::input, options.source + ": no face could be taken");
     if (json) json->write(import_json(part));
     if (!is_whole)
-        throw Failure(ExitCode::input, options.source + ": " +
-                                           std::to_string(part.left_out.size()) +
-                                           " faces can't be taken; with --skip-bad the others are");
+        throw Failure(FailureKind::input,
+                      options.source + ": " + std::to_string(part.left_out.size()) +
+                          " faces can't be taken; with --skip-bad the others are");
     save(working_copy, part, options.result);
     outputs.commit();
     if (!json || !inspect::is_standard_output(*options.json))
@@ -120,7 +122,7 @@ ExitCode run_guarded(int argc, char** argv) {
         return ExitCode::usage;
     } catch (const Failure& failure) {
         complain(failure.what());
-        return failure.code();
+        return exit_code(failure.kind());
     } catch (const std::bad_alloc&) {
         complain("the memory is not enough for this file");
     } catch (const std::exception& error) {

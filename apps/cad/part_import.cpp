@@ -22,7 +22,7 @@ std::vector<CadFace> chosen(std::vector<CadFace> faces, const std::vector<std::s
     for (const std::string& part : parts)
         if (std::none_of(faces.begin(), faces.end(),
                          [&](const CadFace& face) { return is_below(face.path, part); }))
-            throw inspect::Failure(inspect::ExitCode::input,
+            throw inspect::Failure(inspect::FailureKind::input,
                                    "--part " + part + ": no face is below it; the first face is " +
                                        faces.front().path);
     std::erase_if(faces, [&](const CadFace& face) {

@@ -75,7 +75,7 @@ ExitCode run(int argc, char** argv) {
             is_unknown ? "there is no subcommand '" + std::string(argv[1]) + "'"
                        : usage_complaint(chosen.empty() ? app : *chosen.front(), error);
         const std::string help = chosen.empty() ? "" : chosen.front()->get_name() + " ";
-        throw Failure(ExitCode::usage, why + "; see velm-inspect " + help + "--help");
+        throw Failure(FailureKind::usage, why + "; see velm-inspect " + help + "--help");
     }
     return program.run();
 }
@@ -88,7 +88,7 @@ ExitCode run_guarded(int argc, char** argv) {
         return run(argc, argv);
     } catch (const Failure& failure) {
         complain(failure.what());
-        return failure.code();
+        return exit_code(failure.kind());
     } catch (const std::bad_alloc&) {
         complain("the memory is not enough for this input");
     } catch (const std::exception& error) {

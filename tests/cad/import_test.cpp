@@ -337,15 +337,16 @@ TEST(CadImport, APartComesBackFromItsObjectFile) {
 // Anything else ends in one sentence with its exit code.
 TEST(CadImport, RefusesWhatIsNoCadFile) {
     const TemporaryFolder folder;
-    const auto code_of = [&](const std::string& content) {
+    using velm::inspect::FailureKind;
+    const auto kind_of = [&](const std::string& content) -> std::optional<FailureKind> {
         const std::string path = folder.path("part");
         std::ofstream(path, std::ios::binary) << content;
         try {
             velm::cad::read_cad(path);
         } catch (const velm::inspect::Failure& failure) {
-            return static_cast<int>(failure.code());
+            return failure.kind();
         }
-        return 0;
+        return std::nullopt;
     };
     const std::string head = "ISO-10303-21;\nHEADER;\nFILE_DESCRIPTION((''),'2;1');\n";
     std::string iges(72, ' ');
@@ -355,8 +356,8 @@ TEST(CadImport, RefusesWhatIsNoCadFile) {
           head + "ENDSEC;\nDATA;\nENDSEC;\nEND-ISO-10303-21;\n", iges, iges + iges,
           std::string("DBRep_DrawableShape\nCASCADE Topology V1\nLocations 99999999\n"),
           std::string(5000, '\0')})
-        EXPECT_EQ(code_of(content), 3) << content.substr(0, 60);
-    EXPECT_EQ(code_of(""), 4);
+        EXPECT_EQ(kind_of(content), FailureKind::input) << content.substr(0, 60);
+    EXPECT_EQ(kind_of(""), FailureKind::file);
     EXPECT_THROW(velm::cad::read_cad(folder.path("missing")), velm::inspect::Failure);
     EXPECT_THROW(velm::cad::read_cad(folder.path(".")), velm::inspect::Failure);
 }

@@ -157,7 +157,7 @@ TEST(Dxf, LeavesOutAndRefusesBySentence) {
             drawing_of(one.text);
             ADD_FAILURE() << "read: " << one.text;
         } catch (const Failure& failure) {
-            EXPECT_EQ(failure.code(), ExitCode::input);
+            EXPECT_EQ(failure.kind(), FailureKind::input);
             EXPECT_NE(std::string(failure.what()).find(one.sentence), std::string::npos)
                 << failure.what();
         }
@@ -301,7 +301,7 @@ TEST(Dxf, CutOffFilesEndInASentence) {
             TextSource source("d.dxf", text);
             read_outline(source);
         } catch (const Failure& failure) {
-            EXPECT_EQ(failure.code(), ExitCode::input) << text;
+            EXPECT_EQ(failure.kind(), FailureKind::input) << text;
         }
     }
 }

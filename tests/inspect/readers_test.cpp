@@ -24,7 +24,7 @@ std::string sentence_of(Read read) {
         read();
         return "read";
     } catch (const Failure& failure) {
-        EXPECT_EQ(failure.code(), ExitCode::input);
+        EXPECT_EQ(failure.kind(), FailureKind::input);
         return failure.what();
     }
 }

@@ -8,7 +8,7 @@
 namespace velm::inspect {
 
 void fail_file(const std::string& path, const char* what, int error) {
-    throw Failure(ExitCode::file,
+    throw Failure(FailureKind::file,
                   path + ": " + what + ": " + std::generic_category().message(error));
 }
 

@@ -1,5 +1,4 @@
-// failure.h: the endings of velm-inspect: `ExitCode` and `Failure`, the one exception of the
-// program.
+// failure.h: `Failure`, the sentence with which the program ends early.
 #pragma once
 
 #include <stdexcept>
@@ -7,29 +6,27 @@
 
 namespace velm::inspect {
 
-/// The exit codes, documented in --help; scripts depend on them.
-enum class ExitCode : int {
-    good = 0,             ///< everything in tolerance, or no tolerance given
-    out_of_tolerance = 1, ///< at least one value out of tolerance
-    usage = 2,            ///< the command line is wrong
-    input = 3,            ///< an input that can't be understood
-    file = 4,             ///< a file that can't be read or written, stdout included
+/// What is at fault. The program has an exit code for each.
+enum class FailureKind {
+    usage, ///< the command line is wrong
+    input, ///< an input can't be understood
+    file,  ///< a file can't be read or written, stdout included
 };
 
 /// A failure that ends the program: one sentence for stderr, naming the file, the line and the
-/// cause, and the exit code. It may contain texts from files unescaped: the code that prints it
-/// passes it through `terminal_text`.
+/// cause. It may contain texts from files unescaped: the code that prints it passes it through
+/// `terminal_text`.
 class Failure : public std::runtime_error {
 public:
-    Failure(ExitCode code, const std::string& sentence)
-        : std::runtime_error(sentence), code_(code) {}
-    ExitCode code() const { return code_; }
+    Failure(FailureKind kind, const std::string& sentence)
+        : std::runtime_error(sentence), kind_(kind) {}
+    FailureKind kind() const { return kind_; }
 
 private:
-    ExitCode code_;
+    FailureKind kind_;
 };
 
-/// The sentence "'path': what: <text of errno>" as a failure of the lane `file`.
+/// The sentence "'path': what: <text of errno>" as a failure of the kind `file`.
 [[noreturn]] void fail_file(const std::string& path, const char* what, int error);
 
 /// "velm-inspect: warning: ..." on stderr.

@@ -235,7 +235,7 @@ void Output::require_unchanged() const {
     if (stands == replaces_ &&
         (!stands || (now.st_dev == before_.st_dev && now.st_ino == before_.st_ino)))
         return;
-    throw Failure(ExitCode::file, name_ + ": another program has changed it in the meantime");
+    throw Failure(FailureKind::file, name_ + ": another program has changed it in the meantime");
 }
 
 // 0, or -1 with errno. If the file system can't refuse to replace, the check before has to suffice.
@@ -284,10 +284,10 @@ std::string OutputSet::add_by_name(const std::string& path) {
     // Opening a pipe would wait for its reader.
     const bool exists = ::stat(path.c_str(), &status) == 0;
     if (exists && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))
-        throw Failure(ExitCode::file, path + ": expected a regular file or a new name");
+        throw Failure(FailureKind::file, path + ": expected a regular file or a new name");
     Output& output = add(path);
     if (output.place_.empty())
-        throw Failure(ExitCode::file, path + ": expected a regular file or a new name");
+        throw Failure(FailureKind::file, path + ": expected a regular file or a new name");
     output.close_beside();
     return output.temporary_;
 }

@@ -23,7 +23,7 @@ bool is_number(std::string_view text) {
     return true;
 }
 
-[[noreturn]] void refuse(const std::string& why) { throw Failure(ExitCode::usage, why); }
+[[noreturn]] void refuse(const std::string& why) { throw Failure(FailureKind::usage, why); }
 
 // Refuses an output that is an input or the same as another output. "-" is standard input or
 // output, redirected to a file too.

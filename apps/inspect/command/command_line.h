@@ -2,6 +2,7 @@
 #pragma once
 
 #include "inspect/base/failure.h"
+#include "inspect/command/exit_code.h"
 #include "inspect/command/options.h"
 #include "inspect/inspection/inspection_end.h"
 

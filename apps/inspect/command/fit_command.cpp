@@ -46,7 +46,7 @@ const Choice<FitKind> kind_choices[] = {{kind_name(FitKind::plane), FitKind::pla
                                         {kind_name(FitKind::line), FitKind::line, nullptr},
                                         {kind_name(FitKind::circle), FitKind::circle, nullptr}};
 
-[[noreturn]] void refuse(const std::string& why) { throw Failure(ExitCode::usage, why); }
+[[noreturn]] void refuse(const std::string& why) { throw Failure(FailureKind::usage, why); }
 
 void require_ball(const FitOptions& options, const FitPoints& points) {
     const std::string side = options.side == BallSide::inside ? "--inside" : "--outside";

@@ -15,7 +15,7 @@ namespace velm::inspect {
 namespace {
 
 [[noreturn]] void refuse(const std::string& name, const std::string& why) {
-    throw Failure(ExitCode::usage, name + ": " + why);
+    throw Failure(FailureKind::usage, name + ": " + why);
 }
 
 std::vector<double> numbers_of(const std::string& name, const std::string& text) {

@@ -84,7 +84,7 @@ void require_both_units(const SectionOptions& options) {
     if (measured && *measured != 1.0 && !options.drawing.millimetres &&
         options.form != OutlineForm::dxf && !options.nominal.ends_with(".dxf"))
         throw Failure(
-            ExitCode::usage,
+            FailureKind::usage,
             "--unit: is NOMINAL in the same unit or in millimetres? --nominal-unit decides");
 }
 
@@ -92,19 +92,19 @@ void require_both_units(const SectionOptions& options) {
     switch (refusal.fault) {
     case SectionFault::reversed_directions:
         throw Failure(
-            ExitCode::input,
+            FailureKind::input,
             refusal.measured +
                 ": more than half of the points belong to the outline only with the other "
                 "sign of i, j, k; these point out of the material unless --direction in "
                 "is given");
     case SectionFault::none_assigned:
-        throw Failure(ExitCode::input, refusal.measured +
-                                           ": no point has a place whose outward normal is within "
-                                           "--max-angle of its i, j, k");
+        throw Failure(FailureKind::input,
+                      refusal.measured + ": no point has a place whose outward normal is within "
+                                         "--max-angle of its i, j, k");
     case SectionFault::out_of_plane:
         break;
     }
-    throw Failure(ExitCode::input,
+    throw Failure(FailureKind::input,
                   refusal.measured + ": z spreads from " + shortest(refusal.lowest) + " to " +
                       shortest(refusal.highest) +
                       ", more than the tolerance: points out of the outline's plane "
@@ -152,7 +152,7 @@ void add_section_command(Program& program) {
     line.flag(sync_flag, paths.sync);
     line.check([options] {
         if (options->paths.sync && !options->paths.store)
-            throw Failure(ExitCode::usage, "--sync goes with --store");
+            throw Failure(FailureKind::usage, "--sync goes with --store");
     });
     line.choice<OutlineForm>("--form", "FORM", "Layout of NOMINAL (default: auto)", form_choices,
                              options->form);
@@ -162,7 +162,7 @@ void add_section_command(Program& program) {
     line.flag(quiet_flag, paths.quiet);
     line.check([options] {
         if (options->max_height && !options->frame)
-            throw Failure(ExitCode::usage, "--max-height goes with --frame");
+            throw Failure(FailureKind::usage, "--max-height goes with --frame");
     });
     line.check([options] { require_both_units(*options); });
     line.run([options] { return section(*options); }, [&paths] { return !paths.quiet; });

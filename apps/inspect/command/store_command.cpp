@@ -34,7 +34,7 @@ void choose_mode(StoreOptions& options, const Modes& modes) {
     const auto choose = [&](bool is_chosen, StoreMode mode, const std::string& target) {
         if (!is_chosen) return;
         if (options.mode != StoreMode::list)
-            throw Failure(ExitCode::usage,
+            throw Failure(FailureKind::usage,
                           "--check, --export, --salvage, --compact, --digest and --verify "
                           "exclude each other");
         options.mode = mode;
@@ -47,7 +47,7 @@ void choose_mode(StoreOptions& options, const Modes& modes) {
     choose(!modes.digests.empty(), StoreMode::digest, modes.digests);
     choose(!modes.verified.empty(), StoreMode::verify, modes.verified);
     if (options.orphans && options.mode != StoreMode::salvage)
-        throw Failure(ExitCode::usage, "--orphans goes with --salvage");
+        throw Failure(FailureKind::usage, "--orphans goes with --salvage");
 }
 
 } // namespace
@@ -74,7 +74,8 @@ void add_store_command(Program& program) {
                   modes->verified);
     line.outputs({&json_output}, options->paths);
     line.check([options, modes] { choose_mode(*options, *modes); });
-    line.run([options] { return run_store(*options); }, [] { return false; });
+    line.run([options] { return run_store(*options) ? ExitCode::good : ExitCode::input; },
+             [] { return false; });
 }
 
 } // namespace velm::inspect

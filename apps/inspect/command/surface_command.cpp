@@ -44,7 +44,7 @@ constexpr const char* files_text =
 [[noreturn]] void refuse(const SurfaceRefusal& refusal) {
     switch (refusal.fault) {
     case SurfaceFault::reversed_directions:
-        throw Failure(ExitCode::input,
+        throw Failure(FailureKind::input,
                       refusal.measured +
                           ": more than half of the points belong to the part only with the other "
                           "sign of i, j, k; these point out of the material unless --direction in "
@@ -52,9 +52,9 @@ constexpr const char* files_text =
     case SurfaceFault::none_assigned:
         break;
     }
-    throw Failure(ExitCode::input, refusal.measured +
-                                       ": no point has a place on the part within --max-distance "
-                                       "and within --max-angle of its i, j, k");
+    throw Failure(FailureKind::input,
+                  refusal.measured + ": no point has a place on the part within --max-distance "
+                                     "and within --max-angle of its i, j, k");
 }
 
 ExitCode surface(const SurfaceOptions& options) {
@@ -108,13 +108,13 @@ void add_surface_command(Program& program) {
     line.check([options] {
         const MovingOptions& moving = options->moving;
         if (options->paths.sync && !options->paths.store)
-            throw Failure(ExitCode::usage, "--sync goes with --store");
+            throw Failure(FailureKind::usage, "--sync goes with --store");
         if (moving.best_fit && moving.references)
-            throw Failure(ExitCode::usage, "--rps and --align exclude each other");
+            throw Failure(FailureKind::usage, "--rps and --align exclude each other");
         const bool holds =
             std::find(moving.held.begin(), moving.held.end(), true) != moving.held.end();
         if (holds && !moving.best_fit)
-            throw Failure(ExitCode::usage, "--hold goes with --align bestfit");
+            throw Failure(FailureKind::usage, "--hold goes with --align bestfit");
         options->nominal.threads = options->threads;
     });
     line.run([options] { return surface(*options); }, [&paths] { return !paths.quiet; });

@@ -51,7 +51,7 @@ void add_targets_command(Program& program) {
     line.flag(sync_flag, paths.sync);
     line.check([options] {
         if (options->paths.sync && !options->paths.store)
-            throw Failure(ExitCode::usage, "--sync goes with --store");
+            throw Failure(FailureKind::usage, "--sync goes with --store");
     });
     line.choice<bool>("--align", "HOW", align_help, align_choices, options->align);
     line.flag(skip_bad_flag, options->skip_bad);

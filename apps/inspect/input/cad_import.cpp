@@ -149,7 +149,7 @@ std::string last_sentence(const std::string& said) {
 
 void require_good(const Ended& ended, const std::string& cad_file, const ImportLimits& limits) {
     const auto refuse = [&](const std::string& why) {
-        throw Failure(ExitCode::input, cad_file + ": " + why);
+        throw Failure(FailureKind::input, cad_file + ": " + why);
     };
     const std::string program = std::string("the reader of CAD files, ") + importer + ", ";
     const bool used_its_time =
@@ -166,7 +166,8 @@ void require_good(const Ended& ended, const std::string& cad_file, const ImportL
     if (why.find("memory is not enough") != std::string::npos)
         refuse(program + "needed more than " + grouped(limits.bytes >> 20, ",") + " MiB of memory");
     if (why.empty()) refuse(program + "ended with code " + std::to_string(code));
-    throw Failure(code == static_cast<int>(ExitCode::file) ? ExitCode::file : ExitCode::input, why);
+    throw Failure(
+        code == static_cast<int>(FailureKind::file) ? FailureKind::file : FailureKind::input, why);
 }
 
 } // namespace
@@ -194,9 +195,9 @@ bool is_cad_file(const std::string& path) {
 ImportedPart::ImportedPart(const std::string& cad_file, bool skip_bad, const ImportLimits& limits) {
     const std::string program = find_importer();
     if (program.empty())
-        throw Failure(ExitCode::input, cad_file + ": is a CAD file, for which " + importer +
-                                           " is needed beside velm-inspect or in PATH; it isn't "
-                                           "there");
+        throw Failure(FailureKind::input, cad_file + ": is a CAD file, for which " + importer +
+                                              " is needed beside velm-inspect or in PATH; it isn't "
+                                              "there");
     folder_ = (fs::temp_directory_path() / "velm-XXXXXX").string();
     if (::mkdtemp(folder_.data()) == nullptr) fail_file(folder_, "can't be created", errno);
     path_ = folder_ + "/part.velm";

@@ -52,10 +52,10 @@ PlyReader::PlyReader(OpenedInput input) : input_(std::move(input)) { read_header
 
 void PlyReader::refuse(const std::string& why) const {
     const bool is_binary = in_body_ && format_ != Format::ascii;
-    throw Failure(ExitCode::input, input_.name +
-                                       (is_binary ? ", vertex " + std::to_string(read_)
-                                                  : ", line " + std::to_string(line_)) +
-                                       ": " + why);
+    throw Failure(FailureKind::input, input_.name +
+                                          (is_binary ? ", vertex " + std::to_string(read_)
+                                                     : ", line " + std::to_string(line_)) +
+                                          ": " + why);
 }
 
 // Whether so many bytes follow; they are then in the buffer.
@@ -99,7 +99,7 @@ bool PlyReader::next_line(std::string_view& line) {
 void PlyReader::read_header() {
     std::string_view line;
     if (!next_line(line) || line != "ply")
-        throw Failure(ExitCode::input,
+        throw Failure(FailureKind::input,
                       input_.name + ": is no PLY file: expected 'ply' as its first line");
     for (;;) {
         if (!next_line(line)) refuse("the header ends without 'end_header'");

@@ -80,7 +80,7 @@ bool ProbedPoints::next(SurfaceRow& row) {
     row.diameter = options_.diameter;
     const bool is_there = scan_ ? next_of_scan(row) : next_of_table(row);
     if (!is_there && count_ == 0)
-        throw Failure(ExitCode::input,
+        throw Failure(FailureKind::input,
                       name_ + ": holds no points; expected at least one measured point");
     if (is_there) ++count_;
     return is_there;

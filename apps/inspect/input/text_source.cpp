@@ -77,11 +77,11 @@ TextSource::TextSource(std::string name, std::string_view text)
 }
 
 void TextSource::refuse_at(std::size_t line, const std::string& why) const {
-    throw Failure(ExitCode::input, name_ + ", line " + std::to_string(line) + ": " + why);
+    throw Failure(FailureKind::input, name_ + ", line " + std::to_string(line) + ": " + why);
 }
 
 void TextSource::refuse_whole(const std::string& why) const {
-    throw Failure(ExitCode::input, name_ + ": " + why);
+    throw Failure(FailureKind::input, name_ + ": " + why);
 }
 
 // Moves the rest to the front and reads one more block after it; false at the end.

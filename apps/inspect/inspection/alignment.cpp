@@ -70,7 +70,7 @@ AppliedAlignment align_section(std::span<SectionRow> rows, const Profile& profil
     const velm::AlignmentOptions options;
     velm::Alignment2D found = velm::align(points, place, options);
     if (!found.converged)
-        throw Failure(ExitCode::input, name + ": " + unconverged_text(found, options));
+        throw Failure(FailureKind::input, name + ": " + unconverged_text(found, options));
 
     found.motion.tx /= scale;
     found.motion.ty /= scale;
@@ -87,8 +87,8 @@ AppliedAlignment align_section(std::span<SectionRow> rows, const Profile& profil
                            result.moved(ERPoint2D(row.direction->i(), row.direction->j())));
         const bool was_assigned = row.is_assigned;
         if (!compare(row, profile, max_angle))
-            throw Failure(ExitCode::input, name + ": the aligned points are too far from the "
-                                                  "outline to be compared");
+            throw Failure(FailureKind::input, name + ": the aligned points are too far from the "
+                                                     "outline to be compared");
         if (was_assigned) before.add(*row.deviation_before);
         if (row.is_assigned) after.add(row.deviation);
     }
@@ -105,7 +105,7 @@ AppliedAlignment align_targets(std::span<TargetRow> rows, const std::string& nam
     const velm::AlignmentOptions options;
     const velm::Alignment found = velm::align(targets, options);
     if (!found.converged)
-        throw Failure(ExitCode::input, name + ": " + unconverged_text(found, options));
+        throw Failure(FailureKind::input, name + ": " + unconverged_text(found, options));
 
     AppliedAlignment result = applied(found, options);
     RunningStatistics before, after;

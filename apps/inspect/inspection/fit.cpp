@@ -22,7 +22,7 @@ void refuse_unless_fitted(FitOutcome outcome, const FitOptions& options, std::si
     if (outcome == FitOutcome::too_few_points)
         why += ": " + std::to_string(count) + " of at least " +
                (options.kind == FitKind::line ? "2" : "3");
-    throw Failure(ExitCode::input, options.points + ": " + what + " can be fitted: " + why);
+    throw Failure(FailureKind::input, options.points + ": " + what + " can be fitted: " + why);
 }
 
 ERVector3D raised(const ERVector2D& v) { return {v.i(), v.j(), 0.0}; }
@@ -60,7 +60,7 @@ void take_circle(FittedEntity& entity, const Fit& fit) {
 
 void fit_plane_to(FitResult& result, const FitOptions& options, const FitPoints& points) {
     if (!points.in_space)
-        throw Failure(ExitCode::input, options.points + ": a plane needs points with a z");
+        throw Failure(FailureKind::input, options.points + ": a plane needs points with a z");
     const PlaneFit fit = fit_plane(points.places);
     refuse_unless_fitted(fit.outcome, options, points.places.size());
     for (const ERPoint3D& p : points.places)
@@ -114,17 +114,17 @@ void fit_circle_to(FitResult& result, const FitOptions& options, const FitPoints
     }
     entity.radius += ball_shift(result.head);
     if (!(entity.radius > 0.0))
-        throw Failure(ExitCode::input, options.points + ": the ball of " +
-                                           shortest(ball_of(options, points)) +
-                                           " is as large as the circle of its centres");
+        throw Failure(FailureKind::input, options.points + ": the ball of " +
+                                              shortest(ball_of(options, points)) +
+                                              " is as large as the circle of its centres");
 }
 
 Summary summary_of(const FitResult& result, const FitOptions& options, const FitPoints& points) {
     Summary summary;
     for (std::size_t n = 0; n < result.residuals.size(); ++n) {
         if (!(std::fabs(result.residuals[n]) <= largest_deviation))
-            throw Failure(ExitCode::input, options.points + ", id '" + points.ids[n] +
-                                               "': the point is too far away to be compared");
+            throw Failure(FailureKind::input, options.points + ", id '" + points.ids[n] +
+                                                  "': the point is too far away to be compared");
         summary.add(result.row(points, n));
     }
     return summary;

@@ -25,12 +25,12 @@ constexpr double gap_part = 1e-6;
 void require_readable(const std::string& path) {
     std::error_code error;
     if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error))
-        throw Failure(ExitCode::file, path + ": is no regular file");
+        throw Failure(FailureKind::file, path + ": is no regular file");
     char byte = 0;
     open_input(path).read(&byte, 1); // fails where it can't be read
     if (!is_store_file(path))
-        throw Failure(ExitCode::input, path + ": is neither an object file nor a STEP, IGES or "
-                                              "BREP file");
+        throw Failure(FailureKind::input, path + ": is neither an object file nor a STEP, IGES or "
+                                                 "BREP file");
 }
 
 std::string entity_text(long entity) { return std::to_string(std::max(entity, 0L)); }
@@ -80,7 +80,7 @@ NominalSurfaces::NominalSurfaces(const NominalOptions& options)
         imported_ = std::make_unique<ImportedPart>(path, options.skip_bad);
         path = imported_->path();
     } else if (options.keep) {
-        throw Failure(ExitCode::usage,
+        throw Failure(FailureKind::usage,
                       "--keep-nominal: " + options.path + " is no CAD file but is kept already");
     }
     require_readable(path);
@@ -95,7 +95,7 @@ NominalSurfaces::NominalSurfaces(const NominalOptions& options)
         for (const LeftOutFace& face : part->left_out)
             left_out_.push_back({entity_text(face.entity), face.reason});
         if (!part->left_out.empty() && !options.skip_bad)
-            throw Failure(ExitCode::input,
+            throw Failure(FailureKind::input,
                           options.path + ": lacks " + std::to_string(part->left_out.size()) +
                               (part->left_out.size() == 1 ? " face" : " faces") +
                               " of its CAD file; with --skip-bad it is used without");
@@ -104,7 +104,7 @@ NominalSurfaces::NominalSurfaces(const NominalOptions& options)
         const std::unique_ptr<InspectionRecords> file = open_records(path);
         read_records(path, [&] { read.take_surfaces(*file); });
     }
-    if (read.faces.empty()) throw Failure(ExitCode::input, options.path + ": holds no surfaces");
+    if (read.faces.empty()) throw Failure(FailureKind::input, options.path + ": holds no surfaces");
     prepare(read, options);
     if (options.tolerances) apply_tolerances(*options.tolerances);
 }
@@ -120,9 +120,9 @@ void NominalSurfaces::prepare(const Read& read, const NominalOptions& options) {
     for (const std::string& name : options.faces)
         if (std::none_of(read.faces.begin(), read.faces.end(),
                          [&](const Read::Face& face) { return is_face_called(name, face.path); }))
-            throw Failure(ExitCode::input, options.path + ": has no face '" + clipped(name, 60) +
-                                               "'; its first one is '" +
-                                               clipped(read.faces.front().path, 60) + "'");
+            throw Failure(FailureKind::input, options.path + ": has no face '" + clipped(name, 60) +
+                                                  "'; its first one is '" +
+                                                  clipped(read.faces.front().path, 60) + "'");
     std::vector<PartFace> faces;
     for (const Read::Face& face : read.faces) {
         if (!is_chosen(face.path)) continue;
@@ -132,9 +132,9 @@ void NominalSurfaces::prepare(const Read& read, const NominalOptions& options) {
                                        std::string(surface_kind(*face.surface)) +
                                        " like this one can't be found";
             if (!options.skip_bad)
-                throw Failure(ExitCode::input, options.path + ": face '" + clipped(face.path, 60) +
-                                                   "': " + reason +
-                                                   "; with --skip-bad it is left out");
+                throw Failure(FailureKind::input, options.path + ": face '" +
+                                                      clipped(face.path, 60) + "': " + reason +
+                                                      "; with --skip-bad it is left out");
             left_out_.push_back({entity_text(face.entity), reason});
             continue;
         }
@@ -143,7 +143,7 @@ void NominalSurfaces::prepare(const Read& read, const NominalOptions& options) {
         faces.push_back({std::move(*prepared), face.outward});
         faces_.push_back({face.path, std::string(surface_kind(*face.surface)), {}});
     }
-    if (faces.empty()) throw Failure(ExitCode::input, options.path + ": no face can be used");
+    if (faces.empty()) throw Failure(FailureKind::input, options.path + ": no face can be used");
     ERMinimax3D box;
     for (const PreparedFace& face : prepared_) {
         box.Update(face.surface().box().MinPoint());
@@ -151,7 +151,7 @@ void NominalSurfaces::prepare(const Read& read, const NominalOptions& options) {
     }
     const double tolerance = std::max(read.largest_gap, gap_part * box.diagonal());
     part_ = PreparedPart::of(std::move(faces), tolerance, options.threads);
-    if (!part_) throw Failure(ExitCode::input, options.path + ": its faces can't be used");
+    if (!part_) throw Failure(FailureKind::input, options.path + ": its faces can't be used");
 }
 
 // The first row that calls a face by its name counts.

@@ -11,12 +11,12 @@ namespace {
 
 const StoredInspection& choose(const std::vector<StoredInspection>& all,
                                const ReportOptions& options) {
-    if (all.empty()) throw Failure(ExitCode::input, options.store + ": holds no inspection");
+    if (all.empty()) throw Failure(FailureKind::input, options.store + ": holds no inspection");
     const std::string holds = options.store + ": holds " + std::to_string(all.size()) +
                               (all.size() == 1 ? " inspection" : " inspections");
     if (options.number) {
         if (*options.number > all.back().number)
-            throw Failure(ExitCode::input,
+            throw Failure(FailureKind::input,
                           holds + ", no number " + std::to_string(*options.number));
         return all[static_cast<std::size_t>(*options.number - 1)];
     }
@@ -25,8 +25,8 @@ const StoredInspection& choose(const std::vector<StoredInspection>& all,
 
 bool report_archived(const ReportOptions& options, Progress& progress) {
     if (options.number.value_or(1) != 1)
-        throw Failure(ExitCode::input, options.store + ": holds 1 inspection, no number " +
-                                           std::to_string(*options.number));
+        throw Failure(FailureKind::input, options.store + ": holds 1 inspection, no number " +
+                                              std::to_string(*options.number));
     return read_archive(options.store, [&] {
         CFile file(options.store.c_str(), UINT(CFile::modeRead) | CFile::shareDenyWrite);
         InspectionArchiveReader document(file);

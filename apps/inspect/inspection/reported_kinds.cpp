@@ -41,10 +41,12 @@ template <class Row>
 void require_outputs(const OutputPaths& paths) {
     constexpr bool is_of_surfaces = std::is_same_v<Row, SurfaceRow>;
     if (is_of_surfaces && paths.svg)
-        throw Failure(ExitCode::usage, "--svg: an inspection of surfaces has none; --html has the "
-                                       "pictures of its page");
+        throw Failure(FailureKind::usage,
+                      "--svg: an inspection of surfaces has none; --html has the "
+                      "pictures of its page");
     if (!is_of_surfaces && (paths.ply || paths.vtp))
-        throw Failure(ExitCode::usage, "--ply and --vtp: only an inspection of surfaces has them");
+        throw Failure(FailureKind::usage,
+                      "--ply and --vtp: only an inspection of surfaces has them");
 }
 
 // Passes on all rows of a reader; whether they are in tolerance. `update` shows the progress after

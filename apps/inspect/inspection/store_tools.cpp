@@ -39,13 +39,11 @@ std::vector<StoredInspection> readable_inspections(const std::string& file) {
     }
 }
 
-// An answer and how the program ends with it.
+// An answer, and whether all is well.
 struct Ended {
     StoreAnswer answer;
-    ExitCode code = ExitCode::good;
+    bool is_good = true;
 };
-
-ExitCode good_if(bool good) { return good ? ExitCode::good : ExitCode::input; }
 
 Ended list(const StoreOptions& options) {
     require_store(options.file, options.file);
@@ -58,8 +56,7 @@ Ended check(const StoreOptions& options) {
     const StoreReport report = check_store(options.file.c_str());
     RecordCheck records; // of a file whose structure is sound
     if (report.sound()) records = check_records(options.file.c_str());
-    return {check_answer(report, records),
-            good_if(report.faults.count() + records.faults.count() == 0)};
+    return {check_answer(report, records), report.faults.count() + records.faults.count() == 0};
 }
 
 Ended write_texts(const StoreOptions& options, OutputSet& outputs) {
@@ -80,10 +77,11 @@ SalvageReport write_rebuilt(const StoreOptions& options, const std::string& work
         if (options.mode == StoreMode::salvage || failure->m_cause != CFileException::invalidFile)
             throw;
         failure->Delete();
-        throw Failure(ExitCode::input, options.file +
-                                           ": its trees have faults, which --check names; rebuild "
-                                           "it: velm-inspect store " +
-                                           options.file + " --salvage NEW");
+        throw Failure(FailureKind::input,
+                      options.file +
+                          ": its trees have faults, which --check names; rebuild "
+                          "it: velm-inspect store " +
+                          options.file + " --salvage NEW");
     }
 }
 
@@ -95,7 +93,7 @@ Ended rebuild(const StoreOptions& options, OutputSet& outputs) {
     }
     const SalvageReport report = write_rebuilt(options, outputs.add_new_by_name(options.target));
     if (report.objects == 0) require_store(options.file, options.file); // nothing of a foreign file
-    return {rebuilt_answer(report, options.target, salvage), good_if(report.complete)};
+    return {rebuilt_answer(report, options.target, salvage), report.complete};
 }
 
 Ended write_digests(const StoreOptions& options, OutputSet& outputs) {
@@ -120,8 +118,7 @@ Ended verify(const StoreOptions& options) {
     require_store(options.file, options.file);
     const std::vector<DigestDifference> differences =
         compare_digests(kept, digest_store(options.file.c_str()));
-    return {differences_answer(differences, kept.size(), options.target),
-            good_if(differences.empty())};
+    return {differences_answer(differences, kept.size(), options.target), differences.empty()};
 }
 
 constexpr const char* mode_names[] = {"list",    "check",  "export", "salvage",
@@ -129,7 +126,7 @@ constexpr const char* mode_names[] = {"list",    "check",  "export", "salvage",
 
 } // namespace
 
-ExitCode run_store(const StoreOptions& options) {
+bool run_store(const StoreOptions& options) {
     OutputSet outputs;
     Output* const json_output = outputs.add_if_asked(options.paths.json);
     const Ended ended = with_store(options.file, [&] {
@@ -160,7 +157,7 @@ ExitCode run_store(const StoreOptions& options) {
     }
     if (Output* const text = outputs.add_text(false)) text->write(ended.answer.text);
     outputs.commit();
-    return ended.code;
+    return ended.is_good;
 }
 
 } // namespace velm::inspect

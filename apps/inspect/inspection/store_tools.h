@@ -20,9 +20,9 @@ struct StoreOptions {
 };
 
 /// Shows what the file holds or whether it is sound, writes its objects as texts, or writes a clean
-/// file, or keeps and verifies its digests. The file itself is never written. A check that finds
-/// faults, a salvage that isn't complete and a difference from digests end with `input`. Throws
-/// `Failure`.
-ExitCode run_store(const StoreOptions& options);
+/// file, or keeps and verifies its digests. The file itself is never written. Returns false for a
+/// check that finds faults, a salvage that isn't complete and a difference from digests. Throws
+/// `Failure`, `StoreRefusal`.
+bool run_store(const StoreOptions& options);
 
 } // namespace velm::inspect

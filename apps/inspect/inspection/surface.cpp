@@ -43,10 +43,10 @@ void require_room(const ProbedPoints& points, const OutputPaths& paths) {
     if (!paths.store) return;
     const std::uint64_t count = points.announced();
     if (count > most_bytes / bytes_of_point)
-        throw Failure(ExitCode::file, "--store: an object file holds 2 GiB, about " +
-                                          grouped(most_bytes / bytes_of_point, ",") + " points; " +
-                                          points.name() + " has " + grouped(count, ",") +
-                                          "; --archive has no such limit");
+        throw Failure(FailureKind::file, "--store: an object file holds 2 GiB, about " +
+                                             grouped(most_bytes / bytes_of_point, ",") +
+                                             " points; " + points.name() + " has " +
+                                             grouped(count, ",") + "; --archive has no such limit");
 }
 
 // Gives rows one by one; false after the last.

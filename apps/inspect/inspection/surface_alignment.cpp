@@ -57,7 +57,7 @@ public:
         if (points_.size() > few_points) best = refined(best, many_points, false);
         if (points_.size() > many_points) best = refined(best, points_.size(), false);
         if (!best.last.converged)
-            throw Failure(ExitCode::input,
+            throw Failure(FailureKind::input,
                           options_.name +
                               ": the alignment doesn't converge: the points still "
                               "move by " +
@@ -130,7 +130,7 @@ private:
         for (std::size_t n = 0; n < numbers.size(); ++n)
             if (has_place[n] != 0) sorted.push_back(deviations[n]);
         if (sorted.empty())
-            throw Failure(ExitCode::input,
+            throw Failure(FailureKind::input,
                           options_.name + ": no point has a place on the part to align it by");
         const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
         std::nth_element(sorted.begin(), middle, sorted.end());
@@ -229,8 +229,8 @@ void put_on_face(ReferencePoint& reference, const ReferenceRow& row,
     const auto at = std::find_if(head.faces.begin(), head.faces.end(),
                                  [&](const InspectedFace& face) { return face.path == row.face; });
     if (at == head.faces.end())
-        throw Failure(ExitCode::input, table + ", line " + std::to_string(row.line) +
-                                           ": there is no face '" + clipped(row.face, 60) + "'");
+        throw Failure(FailureKind::input, table + ", line " + std::to_string(row.line) +
+                                              ": there is no face '" + clipped(row.face, 60) + "'");
     const int face = static_cast<int>(at - head.faces.begin());
     const auto projector = FaceProjector::on(comparison.part().face(face));
     const FaceFoot foot = projector->nearest(row.nominal);
@@ -273,7 +273,7 @@ std::string holds_text(const ReferenceRow& row) {
     default:
         why = "no motion brings the measured points onto the reference points";
     }
-    throw Failure(ExitCode::input, table + ": " + why);
+    throw Failure(FailureKind::input, table + ": " + why);
 }
 
 } // namespace
@@ -285,22 +285,22 @@ AppliedAlignment fit_to_references(const HeldPoints& points, const PartCompariso
     std::unordered_map<std::string, std::size_t> numbers; // of the points that are needed
     for (const ReferenceRow& row : rows)
         if (!numbers.try_emplace(row.id, points.size()).second)
-            throw Failure(ExitCode::input, table + ", line " + std::to_string(row.line) +
-                                               ": the id '" + clipped(row.id, 40) +
-                                               "' came before");
+            throw Failure(FailureKind::input, table + ", line " + std::to_string(row.line) +
+                                                  ": the id '" + clipped(row.id, 40) +
+                                                  "' came before");
     for (std::size_t n = 0; n < points.size(); ++n)
         if (const auto found = numbers.find(points.id(n)); found != numbers.end()) {
             if (found->second != points.size())
-                throw Failure(ExitCode::input, name + ": the reference point '" +
-                                                   clipped(found->first, 40) + "' comes twice");
+                throw Failure(FailureKind::input, name + ": the reference point '" +
+                                                      clipped(found->first, 40) + "' comes twice");
             found->second = n;
         }
     std::vector<ReferencePoint> references;
     for (const ReferenceRow& row : rows) {
         const std::size_t number = numbers[row.id];
         if (number == points.size())
-            throw Failure(ExitCode::input, name + ": has no point '" + clipped(row.id, 40) +
-                                               "', which " + table + " refers to");
+            throw Failure(FailureKind::input, name + ": has no point '" + clipped(row.id, 40) +
+                                                  "', which " + table + " refers to");
         ReferencePoint& reference = references.emplace_back(reference_of(row, number, points));
         if (!row.direction && !row.face.empty())
             put_on_face(reference, row, comparison, head, table);

@@ -50,7 +50,7 @@ private:
     void finish() {
         progress_.clear();
         if (bad_.count() > 0 && !options_.skip_bad)
-            throw Failure(ExitCode::input, bad_.sentence(source_.name()));
+            throw Failure(FailureKind::input, bad_.sentence(source_.name()));
         if (count_ == 0)
             source_.refuse_whole(bad_.count() > 0
                                      ? "no row can be used; expected at least one measured point"

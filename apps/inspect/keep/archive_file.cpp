@@ -16,7 +16,7 @@ Failure archive_failure(CArchiveException* exception, const std::string& path) {
     const int cause = exception->m_cause;
     exception->Delete();
     return Failure(
-        ExitCode::input,
+        FailureKind::input,
         cause == CArchiveException::badSchema
             ? path + ": is an archive of a later version; this program reads versions up to " +
                   std::to_string(archive_version)

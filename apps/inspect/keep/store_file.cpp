@@ -18,11 +18,11 @@ Failure store_failure(CFileException* exception, const std::string& path) {
     const bool misunderstood = cause == CFileException::invalidFile ||
                                cause == CFileException::endOfFile ||
                                cause == CFileException::badSeek;
-    if (misunderstood) return Failure(ExitCode::input, path + ": is no sound object file");
+    if (misunderstood) return Failure(FailureKind::input, path + ": is no sound object file");
     // The message names the file where the exception knew it.
     const std::string sentence = text;
     const bool names_it = !known.empty() && sentence.find(known) != std::string::npos;
-    return Failure(ExitCode::file, names_it ? sentence : path + ": " + sentence);
+    return Failure(FailureKind::file, names_it ? sentence : path + ": " + sentence);
 }
 
 void call_by_name(CFileException& exception, const std::string& working_copy,
@@ -63,7 +63,7 @@ bool is_store_file(const std::string& path) {
 
 void require_store(const std::string& path, const std::string& name) {
     const auto refuse = [&](const std::string& why) {
-        throw Failure(ExitCode::input, name + ": " + why);
+        throw Failure(FailureKind::input, name + ": " + why);
     };
     with_store(name, [&] {
         CFile file(path.c_str(), UINT(CFile::modeRead) | CFile::shareDenyWrite);
@@ -84,7 +84,7 @@ void require_known_trees(const std::string& path, const std::string& name) {
                (!image.has_index || image.index.known);
     });
     if (!known)
-        throw Failure(ExitCode::input,
+        throw Failure(FailureKind::input,
                       name +
                           ": the head of a tree in it is damaged; rebuild it first: "
                           "velm-inspect store " +
@@ -97,7 +97,7 @@ void require_true_counters(const std::string& path, const std::string& name) {
 }
 
 void refuse_stale_counters(const std::string& name) {
-    throw Failure(ExitCode::input,
+    throw Failure(FailureKind::input,
                   name +
                       ": its counters are behind its contents, as a program leaves them that was "
                       "stopped; rebuild it first: velm-inspect store " +

@@ -20,7 +20,7 @@ auto read_records(const std::string& path, Work work) {
     try {
         return with_store(path, work);
     } catch (const RecordFault& fault) {
-        throw Failure(ExitCode::input, path + ", " + fault.what());
+        throw Failure(FailureKind::input, path + ", " + fault.what());
     }
 }
 
