@@ -8,6 +8,7 @@
 #include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/cone.h"
 #include "velm/surfaces/cylinder.h"
+#include "velm/surfaces/detail/pair_zeros.h"
 #include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/offset_surface.h"
 #include "velm/surfaces/revolution_surface.h"
@@ -196,7 +197,7 @@ public:
         }
     }
 
-    // Distances that descents from nodes lead to, except from seams, which they don't cross, and
+    // Distances that descents from nodes end at, except from seams, which they don't cross, and
     // from rows in one point.
     std::vector<double> minima(const ERPoint3D& p) {
         std::vector<double> list;
@@ -207,8 +208,10 @@ public:
             const int i = node % side, j = node / side, row = node - i, last = side - 1;
             const bool seam = (i % last == 0 && !apart(row, row + last)) ||
                               (j % last == 0 && !apart(i, last * side + i));
-            if (!seam && apart(node, i > 0 ? node - 1 : node + 1))
-                list.push_back(refined(p, u_[std::size_t(i)], v_[std::size_t(j)]));
+            if (!seam && apart(node, i > 0 ? node - 1 : node + 1)) {
+                const Descent descent = refined(p, u_[std::size_t(i)], v_[std::size_t(j)]);
+                if (descent.ended) list.push_back(descent.distance);
+            }
         }
         return list;
     }
@@ -221,7 +224,8 @@ public:
         double least = HUGE_VAL;
         for (std::size_t k = 0; k < count && std::sqrt(minima[k].first) < least + cell_; ++k)
             least = std::min(least, refined(p, u_[std::size_t(minima[k].second % side)],
-                                            v_[std::size_t(minima[k].second / side)]));
+                                            v_[std::size_t(minima[k].second / side)])
+                                        .distance);
         return least;
     }
 
@@ -253,22 +257,34 @@ private:
     double value(const ERPoint3D& p, double u, double v) const {
         return ERVector3D(surface_(u, v) - p).norme();
     }
-    double refined(const ERPoint3D& p, double u, double v) const {
+    struct Descent {
+        double distance;
+        bool ended; // false: in a bent valley that takes more steps
+    };
+    Descent refined(const ERPoint3D& p, double u, double v) const {
         const ERLimites in_u = surface_.domain_u(), in_v = surface_.domain_v();
         double best = value(p, u, v);
         const double h_u = in_u.amplitude() / (side - 1), h_v = in_v.amplitude() / (side - 1);
+        constexpr double no_reach = 1e-9;
         double reach = 1.0;
-        for (int step = 0; step < 60 && reach > 1e-9; ++step) {
+        for (int step = 0; step < 300 && reach > no_reach; ++step) {
             const velm::SurfaceJet jet = surface_.jet(u, v);
             const ERVector3D d(jet.point - p), pu = jet.du * h_u, pv = jet.dv * h_v;
             const double gu = d * pu, gv = d * pv;
             const double a = pu * pu + d * jet.duu * h_u * h_u,
                          c = pv * pv + d * jet.dvv * h_v * h_v,
                          b = pu * pv + d * jet.duv * h_u * h_v;
-            const double det = a * c - b * b;
+            // Newton's step, on a form that is raised until it is definite: downhill, so that along
+            // narrow valleys, too, a step within reach leads nearer.
+            const double spread = std::hypot(0.5 * (a - c), b), least = 0.5 * (a + c) - spread;
+            const double raise = least > 0.0 ? 0.0 : 0.1 * spread - least;
+            const double ra = a + raise, rc = c + raise, det = ra * rc - b * b;
+            const double step_u = (b * gv - rc * gu) / det, step_v = (b * gu - ra * gv) / det;
+            const double length = std::max(std::fabs(step_u), std::fabs(step_v));
             std::vector<std::pair<double, double>> tries;
-            if (a > 0 && det > 0)
-                tries.emplace_back((b * gv - c * gu) / det, (b * gu - a * gv) / det);
+            if (length > reach)
+                tries.emplace_back(step_u * reach / length, step_v * reach / length);
+            tries.emplace_back(step_u, step_v);
             if (a > 0) tries.emplace_back(-gu / a, 0.0);
             if (c > 0) tries.emplace_back(0.0, -gv / c);
             for (const double s : {-reach, 0.0, reach})
@@ -284,11 +300,12 @@ private:
             }
             if (next < best) {
                 best = next, u = next_u, v = next_v;
+                reach = std::min(1.0, 2.0 * reach);
             } else {
                 reach *= 0.25;
             }
         }
-        return best;
+        return {best, reach <= no_reach};
     }
 
     const PreparedSurface& surface_;
@@ -518,9 +535,7 @@ TEST(SurfaceProjector, ListsAllMinima) {
                 std::vector<SurfaceFoot> near;
                 projector->all_minima(p, half, near);
                 EXPECT_EQ(static_cast<long>(near.size()), count) << kind_names[kind];
-                // Along narrow valleys descents don't reach the end.
-                const bool narrow = kind_names[kind] == std::string("long");
-                for (const double distance : narrow ? std::vector<double>() : truth.minima(p))
+                for (const double distance : truth.minima(p))
                     EXPECT_TRUE(std::any_of(minima.begin(), minima.end(),
                                             [&](const SurfaceFoot& foot) {
                                                 return std::fabs(foot.distance - distance) <
@@ -530,6 +545,68 @@ TEST(SurfaceProjector, ListsAllMinima) {
             }
         }
     EXPECT_GT(most, 4u);
+}
+
+// The pole of a sphere is a minimum where the distance rises along all meridians, on the offset of
+// its NURBS form too, whose normal has no digits there.
+TEST(SurfaceProjector, ListsMinimaAtPolesOfOffsets) {
+    std::vector<SurfaceFoot> minima;
+    for (const auto& [span, offset] : {std::pair(2 * pi, -0.3), std::pair(0.85, 0.3)}) {
+        const ERLimites turn(0.21, 0.21 + span);
+        const ERBoundedSphere ball(ERPmIsometrie3D(), 2.0, turn, ERLimites(-0.77, 0.5 * pi));
+        const EROffsetSurface moved(as_nurbs(ball), offset, ERVector3D(1, 0, 0.2));
+        const auto projector = SurfaceProjector::on(*velm::prepare(moved));
+        const ERPoint3D pole(0, 0, projector->nearest({0, 0, 5}).distance < 3 ? 2.3 : 1.7);
+        for (int k = 0; k < 24; ++k) {
+            const double azimuth = 0.1 + k * pi / 12, out = k % 3 == 0 ? 0.0 : 0.4;
+            const ERPoint3D p(out * std::cos(azimuth), out * std::sin(azimuth), 1.1 + k % 4);
+            double towards = -1.0; // the greatest cosine of the angle with a meridian
+            for (int n = 0; n <= 1000; ++n)
+                towards = std::max(towards, std::cos(turn(n / 1000.0) - azimuth));
+            const bool at_pole = out == 0.0 || towards < 0.0;
+            projector->all_minima(p, 50.0, minima);
+            EXPECT_EQ(at_pole, has(minima, pole, 1e-9)) << span << " " << k;
+            ASSERT_FALSE(minima.empty()) << span << " " << k;
+            EXPECT_NEAR(minima.front().distance, projector->nearest(p).distance, 1e-12);
+        }
+    }
+}
+
+// Roots in s, one in t, and both polynomials mixed.
+TEST(PairZeros, FindsTheRootsThatPolynomialsAreMadeOf) {
+    Random random(197);
+    velm::detail::PairZeros zeros;
+    for (int round = 0; round < 1000; ++round) {
+        constexpr int p = 3, q = 3;
+        std::vector<double> along{1.0}, roots;
+        for (int n = 0; n < p; ++n) {
+            roots.push_back(random.uniform(-1.5, 1.5));
+            along.push_back(0.0);
+            for (std::size_t k = along.size(); k-- > 0;)
+                along[k] = (k > 0 ? along[k - 1] : 0.0) - roots.back() * along[k];
+        }
+        const double t = random.uniform(-0.9, 0.9), mixed = round % 2 ? random.uniform(-1, 1) : 0.0;
+        std::vector<double> coefs(4 * (p + 1) * (q + 1)), part(coefs);
+        for (std::size_t i = 0; i <= p; ++i)
+            coefs[4 * i] = along[i];
+        coefs[1] = -t, coefs[4 * (p + 1) + 1] = 1.0;
+        for (std::size_t n = 0; n < coefs.size(); n += 4)
+            coefs[n] += mixed * coefs[n + 1];
+        zeros.find(coefs.data(), p, q, 1e-15, part.data());
+        for (const double root : roots) {
+            int found = 0;
+            for (int i = 0; i < zeros.count(); ++i)
+                found += std::fabs(zeros[i].x[0] - root) <= 1e-6 + zeros[i].reach[0] &&
+                         std::fabs(zeros[i].x[1] - t) <= 1e-9 + zeros[i].reach[1];
+            EXPECT_EQ(found >= 1, std::fabs(root) <= 1.0) << round << " " << root << " " << t;
+        }
+        for (int i = 0; i < zeros.count(); ++i) {
+            EXPECT_LE(std::max(zeros[i].reach[0], zeros[i].reach[1]), 1e-5) << round;
+            EXPECT_TRUE(std::any_of(roots.begin(), roots.end(), [&](double root) {
+                return std::fabs(zeros[i].x[0] - root) <= 1e-6 + zeros[i].reach[0];
+            })) << round;
+        }
+    }
 }
 
 TEST(SurfaceProjector, NamesEdgesCornersAndDegenerateFeet) {

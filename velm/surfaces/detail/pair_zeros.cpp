@@ -162,14 +162,20 @@ void PairZeros::find(const double* coefs, int p, int q, double error, double* pa
             continue;
         }
         if (verdict == Verdict::smaller) {
+            // An extent that is the least already can't be what gets smaller.
+            Part less = now;
+            bool is_less = false;
             for (int k = 0; k < 2; ++k) {
                 const double least = std::min(now.half[k], 0.5 * smallest_part);
                 const double middle = 0.5 * (low[k] + high[k]);
-                now.middle[k] += now.half[k] * middle;
-                now.half[k] = std::max(now.half[k] * 0.5 * (high[k] - low[k]), least);
+                less.middle[k] += now.half[k] * middle;
+                less.half[k] = std::max(now.half[k] * 0.5 * (high[k] - low[k]), least);
+                is_less = is_less || less.half[k] < worthwhile * now.half[k];
             }
-            waiting[depth++] = now;
-            continue;
+            if (is_less) {
+                waiting[depth++] = less;
+                continue;
+            }
         }
         const int k = now.half[0] >= now.half[1] ? 0 : 1;
         Part first = now, second = now;

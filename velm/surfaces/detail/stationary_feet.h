@@ -32,8 +32,10 @@ private:
     void at_point(const SharpLine& line);
     /// Whether the distance rises from a place: across on the sides of one line.
     bool rises(const SharpLine& line, double t) const;
-    double rise(const Jet& jet, bool along_u, double sign) const;
+    double rise(const Jet& jet, bool along_u, double sign, double rounding) const;
+    double rounding_on(const SharpLine& line) const;
     bool bends_up(const SharpLine& line, double t) const;
+    Jet jet_at(const ERPoint2D& at, const SurfaceSide& side) const;
     bool is_minimum(const SurfaceFoot& foot) const;
     bool is_perpendicular(const SurfaceFoot& foot) const;
     void add(double u, double v, const ERPoint3D& point, const SurfaceSide& side,
