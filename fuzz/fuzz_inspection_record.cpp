@@ -1,6 +1,8 @@
 // Any bytes as an object file: each inspection that it seems to hold is reported or refused, of
 // whichever kind it is.
 #include "inspect/inspection/report.h"
+#include "inspect/inspection/reported_kinds.h"
+#include "inspect/keep/store_file.h"
 #include "support/temporary_folder.h"
 
 #include <cstdint>
@@ -8,6 +10,15 @@
 #include <string>
 
 using namespace velm::inspect;
+
+namespace {
+
+// Whether a refusal is of that inspection, so that another may follow.
+bool names(const std::string& refusal, long inspection) {
+    return refusal.find("inspection " + std::to_string(inspection)) != std::string::npos;
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const velm_test::TemporaryFolder folder;
@@ -26,8 +37,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             report_stored(options, progress);
         } catch (const Failure& failure) {
             if (failure.kind() == FailureKind::usage) std::abort();
-            more = std::string(failure.what()).find("inspection " + std::to_string(number)) !=
-                   std::string::npos;
+            more = names(failure.what(), number);
+        } catch (const StoreRefusal& refusal) {
+            more = names(refusal.why, number);
+        } catch (OutputFault) {
+            // surfaces have no picture of their own
         }
     }
     return 0;

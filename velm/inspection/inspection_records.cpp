@@ -113,8 +113,9 @@ std::optional<std::uint64_t> StoredInspection::count(RecordKey key) const {
     return properties.has(key) ? std::optional(properties.count(key)) : std::nullopt;
 }
 
-void StoredInspection::refuse(const std::string& why) const {
-    throw RecordFault("inspection " + std::to_string(number) + " (" + title() + "): " + why);
+void StoredInspection::refuse(const std::string& why, RecordFault::Reason reason) const {
+    throw RecordFault("inspection " + std::to_string(number) + " (" + title() + "): " + why,
+                      reason);
 }
 
 } // namespace velm

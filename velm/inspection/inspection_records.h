@@ -150,7 +150,8 @@ struct VELM_API StoredInspection {
     /// Of points, or of those out of tolerance; none where the head has none.
     std::optional<std::uint64_t> count(RecordKey key) const;
     /// Throws RecordFault: "inspection 2 (probed.csv against wing.dat): why".
-    [[noreturn]] void refuse(const std::string& why) const;
+    [[noreturn]] void refuse(const std::string& why,
+                             RecordFault::Reason reason = RecordFault::Reason::damaged) const;
 };
 
 /// The records of an object file, read one at a time by the index that counts them in the order in

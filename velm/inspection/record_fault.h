@@ -13,7 +13,18 @@ namespace velm {
 /// key 124 (distance)".
 class VELM_API RecordFault : public std::runtime_error {
 public:
-    explicit RecordFault(const std::string& what) : std::runtime_error(what) {}
+    enum class Reason {
+        damaged,
+        unfinished, ///< the program that kept it was stopped
+        outdated,   ///< an earlier program left out what a report needs
+    };
+
+    explicit RecordFault(const std::string& what, Reason reason = Reason::damaged)
+        : std::runtime_error(what), reason_(reason) {}
+    Reason reason() const { return reason_; }
+
+private:
+    Reason reason_;
 };
 
 } // namespace velm

@@ -85,12 +85,14 @@ InspectionRecordReader::InspectionRecordReader(InspectionRecords& file,
                                                const StoredInspection& inspection)
     : file_(file), inspection_(inspection) {
     const RecordProperties properties(head_record());
-    if (!properties.has(RecordKey::records))
-        inspection_.refuse(properties.has(RecordKey::count)
-                               ? "was kept by " + properties.text_or_empty(RecordKey::program) +
-                                     ", which left out what a report needs; inspect it again "
-                                     "with --store"
-                               : "was not finished: the program that kept it was stopped");
+    if (!properties.has(RecordKey::records)) {
+        if (properties.has(RecordKey::count))
+            inspection_.refuse("was kept by " + properties.text_or_empty(RecordKey::program) +
+                                   ", which left out what a report needs",
+                               RecordFault::Reason::outdated);
+        inspection_.refuse("was not finished: the program that kept it was stopped",
+                           RecordFault::Reason::unfinished);
+    }
     count_ = properties.count(RecordKey::count);
     if (count_ == 0) properties.refuse("expected at least one point");
 }

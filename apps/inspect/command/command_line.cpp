@@ -2,6 +2,7 @@
 
 #include "inspect/base/number_text.h"
 #include "inspect/base/output_set.h"
+#include "inspect/command/sentences.h"
 #include "inspect/keep/archive_file.h"
 #include "inspect/keep/store_file.h"
 
@@ -79,8 +80,8 @@ std::vector<std::string> join_numbers(const std::vector<std::string>& arguments,
 }
 
 ExitCode end_of(const InspectionEnd& end, const char* remedy) {
-    for (const std::string& note : end.notes)
-        warn_user(note);
+    for (const InspectionNote& note : end.notes)
+        warn_user(note_sentence(note));
     if (end.may_be_misplaced && remedy != nullptr)
         warn_user(std::string("most points are far out of tolerance; if they aren't in the "
                               "coordinates of the nominal, ") +
@@ -222,7 +223,7 @@ void CommandLine::run(std::function<ExitCode()> work, std::function<bool()> has_
         for (const std::function<void()>& step : *steps)
             step();
         check_files(*files, has_text());
-        program.run = work;
+        program.run = [work] { return with_sentences(work); };
     });
 }
 

@@ -70,7 +70,7 @@ ExitCode fit(const FitOptions& options) {
     if (options.place && options.place->in_space != points.in_space)
         refuse(points.in_space ? "--at: the points are in space; expected X,Y,Z"
                                : "--at: the points are in the plane; expected X,Y");
-    return end_of({inspect_fit(options, points), points.notes});
+    return end_of({inspect_fit(options, points), {points.notes.begin(), points.notes.end()}});
 }
 
 } // namespace

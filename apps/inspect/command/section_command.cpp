@@ -1,4 +1,3 @@
-#include "inspect/base/number_text.h"
 #include "inspect/command/commands.h"
 #include "inspect/inspection/section.h"
 #include "velm/inspection/section_result.h"
@@ -88,41 +87,12 @@ void require_both_units(const SectionOptions& options) {
             "--unit: is NOMINAL in the same unit or in millimetres? --nominal-unit decides");
 }
 
-[[noreturn]] void refuse(const SectionRefusal& refusal) {
-    switch (refusal.fault) {
-    case SectionFault::reversed_directions:
-        throw Failure(
-            FailureKind::input,
-            refusal.measured +
-                ": more than half of the points belong to the outline only with the other "
-                "sign of i, j, k; these point out of the material unless --direction in "
-                "is given");
-    case SectionFault::none_assigned:
-        throw Failure(FailureKind::input,
-                      refusal.measured + ": no point has a place whose outward normal is within "
-                                         "--max-angle of its i, j, k");
-    case SectionFault::out_of_plane:
-        break;
-    }
-    throw Failure(FailureKind::input,
-                  refusal.measured + ": z spreads from " + shortest(refusal.lowest) + " to " +
-                      shortest(refusal.highest) +
-                      ", more than the tolerance: points out of the outline's plane "
-                      "need --frame before --align bestfit");
-}
-
 ExitCode section(const SectionOptions& options) {
     Progress progress(!options.paths.quiet);
-    try {
-        const InspectionEnd end = inspect_section(options, progress);
-        return end_of(end, options.frame
-                               ? "--align bestfit moves them onto it"
-                               : "--align bestfit moves them onto it, after --frame where they "
-                                 "are in space");
-    } catch (const SectionRefusal& refusal) {
-        progress.clear();
-        refuse(refusal);
-    }
+    return end_of(inspect_section(options, progress),
+                  options.frame ? "--align bestfit moves them onto it"
+                                : "--align bestfit moves them onto it, after --frame where they "
+                                  "are in space");
 }
 
 } // namespace

@@ -41,30 +41,9 @@ constexpr const char* files_text =
     "/housing/lid; * stands for any text.\n"
     "- is standard input or output.\n";
 
-[[noreturn]] void refuse(const SurfaceRefusal& refusal) {
-    switch (refusal.fault) {
-    case SurfaceFault::reversed_directions:
-        throw Failure(FailureKind::input,
-                      refusal.measured +
-                          ": more than half of the points belong to the part only with the other "
-                          "sign of i, j, k; these point out of the material unless --direction in "
-                          "is given");
-    case SurfaceFault::none_assigned:
-        break;
-    }
-    throw Failure(FailureKind::input,
-                  refusal.measured + ": no point has a place on the part within --max-distance "
-                                     "and within --max-angle of its i, j, k");
-}
-
 ExitCode surface(const SurfaceOptions& options) {
     Progress progress(!options.paths.quiet);
-    try {
-        return end_of(inspect_surface(options, progress));
-    } catch (const SurfaceRefusal& refusal) {
-        progress.clear();
-        refuse(refusal);
-    }
+    return end_of(inspect_surface(options, progress));
 }
 
 } // namespace

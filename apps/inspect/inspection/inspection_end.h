@@ -5,14 +5,38 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace velm::inspect {
 
+/// Points to which no place belongs; they are not judged.
+struct UnassignedPoints {
+    std::string measured; ///< the name of the file, as in the others
+    std::uint64_t count = 0;
+    const char* nominal = ""; ///< "outline" or "part"
+    std::optional<double> max_distance;
+    std::optional<double> max_angle; ///< where points have directions
+};
+/// Points whose place was not proved to be the nearest.
+struct UncertainPlaces {
+    std::string measured;
+    std::uint64_t count = 0;
+};
+/// Heights of points that no frame uses.
+struct UnusedHeights {
+    std::string measured;
+    double lowest = 0.0, highest = 0.0;
+};
+/// What the user should know of an inspection and its inputs. A text is the sentence of a reader.
+using InspectionNote = std::variant<std::string, UnassignedPoints, UncertainPlaces, UnusedHeights>;
+
 struct InspectionEnd {
     bool is_in_tolerance = true;
-    std::vector<std::string> notes; ///< sentences for the user about the inputs
+    std::vector<InspectionNote> notes;
     /// The points seem to be in other coordinates than the nominal, see `may_be_misplaced`.
     bool may_be_misplaced = false;
 };

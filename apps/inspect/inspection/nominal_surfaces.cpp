@@ -80,8 +80,7 @@ NominalSurfaces::NominalSurfaces(const NominalOptions& options)
         imported_ = std::make_unique<ImportedPart>(path, options.skip_bad);
         path = imported_->path();
     } else if (options.keep) {
-        throw Failure(FailureKind::usage,
-                      "--keep-nominal: " + options.path + " is no CAD file but is kept already");
+        throw NominalRefusal{NominalFault::kept_already, options.path, 0, {}, {}};
     }
     require_readable(path);
     std::optional<NominalPart> part;
@@ -95,10 +94,8 @@ NominalSurfaces::NominalSurfaces(const NominalOptions& options)
         for (const LeftOutFace& face : part->left_out)
             left_out_.push_back({entity_text(face.entity), face.reason});
         if (!part->left_out.empty() && !options.skip_bad)
-            throw Failure(FailureKind::input,
-                          options.path + ": lacks " + std::to_string(part->left_out.size()) +
-                              (part->left_out.size() == 1 ? " face" : " faces") +
-                              " of its CAD file; with --skip-bad it is used without");
+            throw NominalRefusal{
+                NominalFault::lacks_faces, options.path, part->left_out.size(), {}, {}};
         read.take_part(*part);
     } else {
         const std::unique_ptr<InspectionRecords> file = open_records(path);
@@ -132,9 +129,8 @@ void NominalSurfaces::prepare(const Read& read, const NominalOptions& options) {
                                        std::string(surface_kind(*face.surface)) +
                                        " like this one can't be found";
             if (!options.skip_bad)
-                throw Failure(FailureKind::input, options.path + ": face '" +
-                                                      clipped(face.path, 60) + "': " + reason +
-                                                      "; with --skip-bad it is left out");
+                throw NominalRefusal{NominalFault::unusable_face, options.path, 0, face.path,
+                                     reason};
             left_out_.push_back({entity_text(face.entity), reason});
             continue;
         }

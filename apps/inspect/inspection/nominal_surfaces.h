@@ -24,10 +24,24 @@ struct NominalOptions {
     int threads = 1;
 };
 
+/// Why the faces of a nominal file can't be used.
+enum class NominalFault {
+    kept_already,  ///< it is to be kept, and is no CAD file
+    lacks_faces,   ///< some of its CAD file, which are missed
+    unusable_face, ///< which is missed
+};
+struct NominalRefusal {
+    NominalFault fault;
+    std::string path;
+    std::size_t faces = 0;    ///< that it lacks
+    std::string face, reason; ///< the unusable one, and why it is
+};
+
 /// The faces of a nominal file, prepared.
 class NominalSurfaces {
 public:
-    /// Reads the file, a CAD file by way of velm-cad-import. Throws `Failure`.
+    /// Reads the file, a CAD file by way of velm-cad-import. Throws `Failure`,
+    /// `NominalRefusal`, `StoreRefusal`.
     explicit NominalSurfaces(const NominalOptions& options);
     ~NominalSurfaces();
 

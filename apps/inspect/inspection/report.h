@@ -25,7 +25,7 @@ struct ReportResult {
 };
 
 /// Writes the table and the reports of one inspection as its run did, byte for byte. Throws
-/// `Failure`.
+/// `Failure`, `StoreRefusal`, `OutputFault`.
 ReportResult report_stored(const ReportOptions& options, Progress& progress);
 
 } // namespace velm::inspect

@@ -1,6 +1,5 @@
 #include "inspect/inspection/reported_kinds.h"
 
-#include "inspect/base/failure.h"
 #include "inspect/report/fit_outputs.h"
 #include "inspect/report/section_outputs.h"
 #include "inspect/report/surface_outputs.h"
@@ -40,13 +39,8 @@ TargetOutputs outputs_of(const Reader& reader, const OutputPaths& paths) {
 template <class Row>
 void require_outputs(const OutputPaths& paths) {
     constexpr bool is_of_surfaces = std::is_same_v<Row, SurfaceRow>;
-    if (is_of_surfaces && paths.svg)
-        throw Failure(FailureKind::usage,
-                      "--svg: an inspection of surfaces has none; --html has the "
-                      "pictures of its page");
-    if (!is_of_surfaces && (paths.ply || paths.vtp))
-        throw Failure(FailureKind::usage,
-                      "--ply and --vtp: only an inspection of surfaces has them");
+    if (is_of_surfaces && paths.svg) throw OutputFault::no_picture;
+    if (!is_of_surfaces && (paths.ply || paths.vtp)) throw OutputFault::no_points;
 }
 
 // Passes on all rows of a reader; whether they are in tolerance. `update` shows the progress after

@@ -12,6 +12,12 @@
 
 namespace velm::inspect {
 
+/// Why the outputs asked for can't be had: thrown by the functions of a kind.
+enum class OutputFault {
+    no_picture, ///< surfaces have none but those of their page
+    no_points,  ///< points and triangles for other programs are of surfaces alone
+};
+
 /// One line a kind: its command, its names in an object file and in an archive, and what reads each
 /// of these and reports it. These return whether everything is in tolerance.
 struct ReportedKind {

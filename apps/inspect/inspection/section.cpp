@@ -1,6 +1,5 @@
 #include "inspect/inspection/section.h"
 
-#include "inspect/base/number_text.h"
 #include "inspect/input/file_date.h"
 #include "inspect/input/outline_reader.h"
 #include "inspect/inspection/alignment.h"
@@ -36,16 +35,12 @@ SectionHead head_of(const SectionOptions& options, const NominalOutline& outline
     return head;
 }
 
-// Refuses points to be aligned that spread across the plane; a sentence about a z that isn't used.
-std::string height_note(const SectionPoints& points, const SectionOptions& options) {
-    if (!points.ignores_height()) return {};
-    const double spread = points.highest() - points.lowest();
-    if (options.align && options.tolerance &&
-        spread > options.tolerance->upper - options.tolerance->lower)
+// Refuses points to be aligned that spread across the plane.
+void require_flat(const SectionPoints& points, const SectionOptions& options) {
+    if (points.ignores_height() && options.tolerance &&
+        points.highest() - points.lowest() > options.tolerance->upper - options.tolerance->lower)
         throw SectionRefusal{SectionFault::out_of_plane, points.name(), points.lowest(),
                              points.highest()};
-    return points.name() + ": column z, from " + shortest(points.lowest()) + " to " +
-           shortest(points.highest()) + ", is not used: there is no frame of the section";
 }
 
 } // namespace
@@ -56,7 +51,7 @@ InspectionEnd inspect_section(const SectionOptions& options, Progress& progress)
         read_outline(nominal, options.form, options.chain_tolerance, options.drawing);
     InspectionEnd end;
     for (const std::string& note : outline.notes)
-        end.notes.push_back(options.nominal + ": " + note);
+        end.notes.emplace_back(options.nominal + ": " + note);
     const Profile profile(outline);
     const ProbingOptions probing{options.measured,   options.diameter,        options.frame,
                                  options.max_height, options.tolerance,       options.table,
@@ -68,7 +63,7 @@ InspectionEnd inspect_section(const SectionOptions& options, Progress& progress)
     std::vector<SectionRow> aligned;
     if (options.align) {
         aligned = read_all(points);
-        static_cast<void>(height_note(points, options));
+        require_flat(points, options);
         describe_columns(points.records(), head);
         head.alignment = align_section(aligned, profile, options.max_angle, points.name());
     }
@@ -94,13 +89,13 @@ InspectionEnd inspect_section(const SectionOptions& options, Progress& progress)
         while (points.next(row))
             take(row);
     }
-    if (const std::string note = height_note(points, options); !note.empty())
-        end.notes.push_back(note);
+    if (points.ignores_height())
+        end.notes.emplace_back(UnusedHeights{points.name(), points.lowest(), points.highest()});
     if (store) store->finish(outputs.summary());
     if (archive) archive->finish(outputs.summary());
     progress.clear();
     outputs.finish();
-    for (std::string& note : points.notes())
+    for (InspectionNote& note : points.notes())
         end.notes.push_back(std::move(note));
     end.is_in_tolerance = outputs.is_in_tolerance();
     end.may_be_misplaced = !options.align && may_be_misplaced(outputs.summary());

@@ -141,15 +141,15 @@ void SectionPoints::finish() {
     if (unassigned_ == count_) throw SectionRefusal{SectionFault::none_assigned, name()};
 }
 
-std::vector<std::string> SectionPoints::notes() const {
-    std::vector<std::string> notes = table_notes(records(), name());
+std::vector<InspectionNote> SectionPoints::notes() const {
+    std::vector<InspectionNote> notes;
+    for (std::string& note : table_notes(records(), name()))
+        notes.emplace_back(std::move(note));
     if (unassigned_ > 0)
-        notes.push_back(name() + ": " + std::to_string(unassigned_) +
-                        (unassigned_ == 1 ? " point is" : " points are") +
-                        " not assigned: no place of the outline has an outward normal within " +
-                        shortest(options_.max_angle) + " degrees of the direction; not judged");
-    if (const std::string repeated = repeated_.sentence(name()); !repeated.empty())
-        notes.push_back(repeated);
+        notes.emplace_back(
+            UnassignedPoints{name(), unassigned_, "outline", std::nullopt, options_.max_angle});
+    if (std::string repeated = repeated_.sentence(name()); !repeated.empty())
+        notes.emplace_back(std::move(repeated));
     return notes;
 }
 

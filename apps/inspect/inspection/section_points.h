@@ -4,6 +4,7 @@
 #include "inspect/base/progress.h"
 #include "inspect/base/repeated_ids.h"
 #include "inspect/input/measured_reader.h"
+#include "inspect/inspection/inspection_end.h"
 #include "velm/inspection/section_frame.h"
 #include "velm/inspection/section_result.h"
 
@@ -61,7 +62,7 @@ public:
     double lowest() const { return lowest_; }
     double highest() const { return highest_; }
     /// About all points, at the end.
-    std::vector<std::string> notes() const;
+    std::vector<InspectionNote> notes() const;
 
 private:
     void place(SectionRow& row) const;

@@ -36,6 +36,8 @@ std::vector<StoredInspection> readable_inspections(const std::string& file) {
         return read_records(file, [&] { return open_records(file)->inspections(); });
     } catch (const Failure&) {
         return {};
+    } catch (const StoreRefusal&) {
+        return {};
     }
 }
 
@@ -77,11 +79,7 @@ SalvageReport write_rebuilt(const StoreOptions& options, const std::string& work
         if (options.mode == StoreMode::salvage || failure->m_cause != CFileException::invalidFile)
             throw;
         failure->Delete();
-        throw Failure(FailureKind::input,
-                      options.file +
-                          ": its trees have faults, which --check names; rebuild "
-                          "it: velm-inspect store " +
-                          options.file + " --salvage NEW");
+        throw StoreRefusal{StoreFault::faulty_trees, options.file, {}};
     }
 }
 

@@ -1,6 +1,5 @@
 #include "inspect/inspection/surface.h"
 
-#include "inspect/base/number_text.h"
 #include "inspect/input/file_date.h"
 #include "inspect/inspection/held_points.h"
 #include "inspect/inspection/part_comparison.h"
@@ -43,10 +42,8 @@ void require_room(const ProbedPoints& points, const OutputPaths& paths) {
     if (!paths.store) return;
     const std::uint64_t count = points.announced();
     if (count > most_bytes / bytes_of_point)
-        throw Failure(FailureKind::file, "--store: an object file holds 2 GiB, about " +
-                                             grouped(most_bytes / bytes_of_point, ",") +
-                                             " points; " + points.name() + " has " +
-                                             grouped(count, ",") + "; --archive has no such limit");
+        throw SurfaceRefusal{SurfaceFault::too_many_to_store, points.name(), count,
+                             most_bytes / bytes_of_point};
 }
 
 // Gives rows one by one; false after the last.
@@ -151,7 +148,7 @@ private:
     AppliedAlignment motion_;
 };
 
-// Sentences about points that were compared; refuses them if nothing can have come of it.
+// Notes about points that were compared; refuses them if nothing can have come of it.
 void note_counts(const PartComparison& comparison, const SurfaceOptions& options,
                  const ProbedPoints& points, std::uint64_t count, InspectionEnd& end) {
     const ComparisonCounts counts = comparison.counts();
@@ -159,24 +156,15 @@ void note_counts(const PartComparison& comparison, const SurfaceOptions& options
         throw SurfaceRefusal{SurfaceFault::reversed_directions, points.name()};
     if (counts.unassigned == count)
         throw SurfaceRefusal{SurfaceFault::none_assigned, points.name()};
-    const auto points_text = [](std::uint64_t number) {
-        return std::to_string(number) + (number == 1 ? " point is" : " points are");
-    };
     if (counts.unassigned > 0) {
-        std::string why = "no place of the part";
-        if (options.max_distance) why += " within " + shortest(*options.max_distance);
-        if (counts.directed > 0)
-            why += " has an outward normal within " + shortest(options.max_angle) +
-                   " degrees of the direction";
-        end.notes.push_back(points.name() + ": " + points_text(counts.unassigned) +
-                            " not assigned: " + why + "; not judged");
+        UnassignedPoints& note = std::get<UnassignedPoints>(end.notes.emplace_back(
+            UnassignedPoints{points.name(), counts.unassigned, "part", options.max_distance, {}}));
+        if (counts.directed > 0) note.max_angle = options.max_angle;
     }
     if (counts.uncertain > 0)
-        end.notes.push_back(points.name() + ": of " + std::to_string(counts.uncertain) +
-                            (counts.uncertain == 1 ? " point" : " points") +
-                            " the place was not proved to be the nearest");
+        end.notes.emplace_back(UncertainPlaces{points.name(), counts.uncertain});
     for (std::string& note : points.notes())
-        end.notes.push_back(std::move(note));
+        end.notes.emplace_back(std::move(note));
 }
 
 } // namespace
@@ -215,7 +203,7 @@ InspectionEnd inspect_surface(const SurfaceOptions& options, Progress& progress)
     });
     progress.clear();
     InspectionEnd end;
-    end.notes = nominal.notes();
+    end.notes.assign(nominal.notes().begin(), nominal.notes().end());
     note_counts(comparison, options, points, outputs.summary().count(), end);
     if (store) store->finish(outputs.summary());
     if (archive) archive->finish(outputs.summary());

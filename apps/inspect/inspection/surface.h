@@ -39,10 +39,12 @@ struct SurfaceOptions {
 enum class SurfaceFault {
     reversed_directions, ///< more than half belong to the part the other way round
     none_assigned,       ///< no point belongs to a place
+    too_many_to_store,   ///< more than an object file holds
 };
 struct SurfaceRefusal {
     SurfaceFault fault;
-    std::string measured; ///< the name of the file
+    std::string measured;              ///< the name of the file
+    std::uint64_t count = 0, most = 0; ///< points that there are, and that an object file holds
 };
 
 /// Compares the measured points with the faces of the nominal part, and writes the table, the

@@ -38,11 +38,13 @@ public:
     const CsvRecords& records() const { return reader_.records(); }
     std::uint64_t skipped() const { return bad_.count(); }
     // About all rows, at the end.
-    std::vector<std::string> notes() const {
-        std::vector<std::string> notes = table_notes(records(), source_.name());
-        if (bad_.count() > 0) notes.push_back("skipped: " + bad_.sentence(source_.name()));
+    std::vector<InspectionNote> notes() const {
+        std::vector<InspectionNote> notes;
+        for (std::string& note : table_notes(records(), source_.name()))
+            notes.emplace_back(std::move(note));
+        if (bad_.count() > 0) notes.emplace_back("skipped: " + bad_.sentence(source_.name()));
         if (std::string repeated = repeated_.sentence(source_.name()); !repeated.empty())
-            notes.push_back(std::move(repeated));
+            notes.emplace_back(std::move(repeated));
         return notes;
     }
 

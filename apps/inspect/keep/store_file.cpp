@@ -83,25 +83,12 @@ void require_known_trees(const std::string& path, const std::string& name) {
         return image.classes.known && image.objects.known &&
                (!image.has_index || image.index.known);
     });
-    if (!known)
-        throw Failure(FailureKind::input,
-                      name +
-                          ": the head of a tree in it is damaged; rebuild it first: "
-                          "velm-inspect store " +
-                          name + " --salvage NEW");
+    if (!known) throw StoreRefusal{StoreFault::damaged_tree, name, {}};
 }
 
 void require_true_counters(const std::string& path, const std::string& name) {
     if (with_store(name, [&] { return counters_are_stale(path.c_str()); }))
-        refuse_stale_counters(name);
-}
-
-void refuse_stale_counters(const std::string& name) {
-    throw Failure(FailureKind::input,
-                  name +
-                      ": its counters are behind its contents, as a program leaves them that was "
-                      "stopped; rebuild it first: velm-inspect store " +
-                      name + " --salvage NEW");
+        throw StoreRefusal{StoreFault::stale_counters, name, {}};
 }
 
 } // namespace velm::inspect

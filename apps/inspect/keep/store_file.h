@@ -8,6 +8,19 @@
 
 namespace velm::inspect {
 
+/// Why an object file can't be used as it is.
+enum class StoreFault {
+    damaged_tree,        ///< what is saved would go to an empty tree in the place of one
+    stale_counters,      ///< they are behind the trees, as a killed process leaves them
+    faulty_trees,        ///< which can't be copied
+    outdated_inspection, ///< kept by an earlier program, without what a report needs
+};
+struct StoreRefusal {
+    StoreFault fault;
+    std::string file;
+    std::string why; ///< of an inspection: a clause that names it
+};
+
 /// The sentence for a file exception, which is given up: what can't be understood is `input`, all
 /// else `file`.
 Failure store_failure(CFileException* exception, const std::string& path);
@@ -34,13 +47,10 @@ bool is_store_file(const std::string& path);
 /// file `name`.
 void require_store(const std::string& path, const std::string& name);
 
-/// Refuses (input) a file with a tree whose head isn't known: what is saved would go to an empty
-/// tree in its place.
+/// Refuses a file with a tree whose head isn't known, by `StoreRefusal`.
 void require_known_trees(const std::string& path, const std::string& name);
 
-/// Refuses (input) a file that must not be written because its counters are behind its trees, as a
-/// killed process leaves them; names --salvage.
+/// Refuses a file that must not be written because its counters are stale, likewise.
 void require_true_counters(const std::string& path, const std::string& name);
-[[noreturn]] void refuse_stale_counters(const std::string& name);
 
 } // namespace velm::inspect

@@ -16,7 +16,7 @@
 namespace velm::inspect {
 
 /// The work is done on a copy beside the place, which the set of outputs renames; an existing file
-/// is locked from the beginning to the end. Throws `Failure`.
+/// is locked from the beginning to the end. Throws `Failure`, `StoreRefusal`.
 class StoreWriter {
 public:
     /// Opens the file, or makes a new one. With `sync` the file is with the disk when it is closed.
@@ -48,7 +48,8 @@ private:
     std::optional<StoreBatch> batch_; // all that is saved
 };
 
-/// An inspection that is kept in an object file by one of the library's writers. Throws `Failure`.
+/// An inspection that is kept in an object file by one of the library's writers. Throws `Failure`,
+/// `StoreRefusal`.
 template <class Writer>
 class RecordFileWriter {
 public:
