@@ -39,14 +39,14 @@ struct ParameterMap {
 };
 
 struct FaceText {
-    std::string id, surface_kind;
+    std::string id, surface, surface_kind;
     ParameterMap map;
     t_SmartPtr<ERTrimmedSurface> face;
     /// Of each loop points of its curves, many on each, in the library's parameters.
     std::vector<std::vector<ERPoint2D>> polygons;
 };
 
-/// Reads the faces of a file.
+/// Reads the faces and surfaces of a file.
 class FaceTextReader {
 public:
     explicit FaceTextReader(const std::filesystem::path& file) {
@@ -74,10 +74,17 @@ public:
     }
     std::vector<FaceText> faces;
 
+    std::map<std::string, t_SmartPtr<ERSpoleNURBS3D>> nurbs_surfaces() const {
+        std::map<std::string, t_SmartPtr<ERSpoleNURBS3D>> found;
+        for (const auto& [id, s] : surfaces_)
+            if (s.kind == "nurbs") found[id] = ERSpoleNURBS3D::castdown(s.surface.get());
+        return found;
+    }
+
 private:
     struct Surface {
         std::string kind;
-        t_SmartPtr<ERAnyBoundedSurface> surface;
+        t_SmartPtr<ERAnyBoundedSurface> surface; // null for a turned curve that isn't straight
         ParameterMap map;
     };
     struct Loop {
@@ -116,8 +123,9 @@ private:
             std::vector<double> x;
             for (int i = 0; i < 6; ++i)
                 x.push_back(head.number());
-            const std::vector<double> ends = space_curves_.at(head.word()).numbers,
-                                      more = head.rest();
+            const CurveText& generator = space_curves_.at(head.word());
+            if (generator.kind != "segment") return;
+            const std::vector<double>&ends = generator.numbers, more = head.rest();
             s.surface = new ERSurOfRevolution(static_cast<ERFiniteEntity3DWF*>(new ERSegment3D(
                                                   point(ends.data()), point(&ends[3]))),
                                               ERInfLine3D(vector(&x[3]), point(x.data())), more[2],
@@ -166,7 +174,8 @@ private:
         faces.emplace_back();
         faces.back().id = fields.word();
         fields.word();
-        surface_ = &surfaces_.at(fields.word());
+        faces.back().surface = fields.word();
+        surface_ = &surfaces_.at(faces.back().surface);
     }
 
     void finish_face() {

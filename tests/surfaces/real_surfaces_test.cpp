@@ -1,13 +1,15 @@
 // The NURBS surfaces of CAD files: they give the edge points of their files, also prepared, as
-// patches, cut in parts and restored from a store.
+// patches, cut in parts and restored from a store. Their trimmed faces: nearest points beside an
+// exhaustive search.
 #include "velm/surfaces/nurbs_surface.h"
 
-#include "support/geometry_text.h"
+#include "support/face_text.h"
 #include "support/records.h"
 #include "support/temporary_folder.h"
 #include "support/test.h"
 #include "velm/frame/point_functions.h"
 #include "velm/store/database.h"
+#include "velm/surfaces/face_projector.h"
 #include "velm/surfaces/prepared_surface.h"
 #include "velm/surfaces/recognition.h"
 #include "velm/surfaces/surface_box.h"
@@ -19,52 +21,12 @@
 
 namespace {
 
+using velm_test::FaceText;
+using velm_test::FaceTextReader;
 using velm_test::TextFields;
 namespace fs = std::filesystem;
 
 const fs::path data = VELM_REAL_DATA;
-
-// The surfaces of a text and the surface of each face, by their names.
-struct SurfaceTexts {
-    std::map<std::string, t_SmartPtr<ERSpoleNURBS3D>> surfaces;
-    std::map<std::string, std::string> of_face;
-
-    explicit SurfaceTexts(const fs::path& file) {
-        std::ifstream in(file);
-        for (std::string line; std::getline(in, line);) {
-            TextFields fields(line);
-            const std::string word = fields.word(), name = fields.word();
-            if (word == "face" && fields.word() == "surface") of_face[name] = fields.word();
-            if (word == "surface" && fields.word() == "nurbs") surfaces[name] = read(fields, in);
-        }
-    }
-
-private:
-    static ERKnotVector knots(int degree, std::istream& in) {
-        std::string line;
-        std::getline(in, line);
-        TextFields fields(line);
-        fields.word();
-        const std::vector<double> list = fields.rest();
-        return {degree, list.data(), static_cast<int>(list.size())};
-    }
-    static t_SmartPtr<ERSpoleNURBS3D> read(TextFields& head, std::istream& in) {
-        const int p = head.whole(), q = head.whole(), n = head.whole(), m = head.whole();
-        const std::vector<double> limits = head.rest();
-        const ERKnotVector u = knots(p, in), v = knots(q, in);
-        ERMatrix<ERPole3DH> poles(m, n);
-        std::string line;
-        for (ERPole3DH& pole : poles.writable()) {
-            std::getline(in, line);
-            TextFields fields(line);
-            fields.word();
-            const std::vector<double> c = fields.rest();
-            pole = ERPole3DH(ERPoint3D(c[0], c[1], c[2]) * c[3], c[3]);
-        }
-        return new ERSpoleNURBS3D(poles, u, v, ERLimites(limits[0], limits[1]),
-                                  ERLimites(limits[2], limits[3]));
-    }
-};
 
 double reach_of(const ERSpoleNURBS3D& surface) {
     const ERMinimax3D box = surface.getBox();
@@ -87,11 +49,18 @@ protected:
 };
 
 TEST_F(RealSurfaces, GiveTheEdgePointsOfTheirFiles) {
-    int points = 0;
+    int points = 0, points_of_faces = 0;
     for (const fs::path& file : files) {
         std::ifstream in(file.parent_path() / (file.stem().string() + "_edgepoints.csv"));
         if (!in) continue;
-        const SurfaceTexts texts(file);
+        const FaceTextReader text(file);
+        const auto surfaces = text.nurbs_surfaces();
+        std::map<std::string, std::string> surface_of;
+        std::map<std::string, velm::FaceProjector> faces;
+        for (const FaceText& face : text.faces) {
+            surface_of[face.id] = face.surface;
+            faces.emplace(face.id, *velm::FaceProjector::on(*velm::prepare_face(*face.face)));
+        }
         std::map<const ERSpoleNURBS3D*, velm::SurfaceProjector> projectors;
         std::string line;
         std::getline(in, line);
@@ -102,14 +71,21 @@ TEST_F(RealSurfaces, GiveTheEdgePointsOfTheirFiles) {
             fields.word();
             // u, v, the point, the gap to four digits
             const std::vector<double> c = fields.rest();
-            const auto face = texts.of_face.find(name);
-            const auto found =
-                texts.surfaces.find(face != texts.of_face.end() ? face->second : name);
-            if (found == texts.surfaces.end()) continue;
+            const ERPoint3D p(c[2], c[3], c[4]);
+            if (const auto trimmed = faces.find(name); trimmed != faces.end()) {
+                const velm::FaceFoot foot = trimmed->second.nearest(p);
+                EXPECT_TRUE(foot.certified) << file.filename() << ": " << line;
+                EXPECT_LE(foot.distance, c[5] * 1.001 + 4 * trimmed->second.face().tolerance() +
+                                             trimmed->second.face().overlap())
+                    << file.filename() << ": " << line;
+                ++points_of_faces;
+            }
+            const auto face = surface_of.find(name);
+            const auto found = surfaces.find(face != surface_of.end() ? face->second : name);
+            if (found == surfaces.end()) continue;
             const ERSpoleNURBS3D& surface = *found->second;
             const double allowed = c[5] * 1.001 + 64 * std::numeric_limits<double>::epsilon() *
                                                       std::max(reach_of(surface), 1.0);
-            const ERPoint3D p(c[2], c[3], c[4]);
             EXPECT_LE(distance(surface(c[0], c[1]), p), allowed) << file.filename() << ": " << line;
             auto projector = projectors.find(&surface);
             if (projector == projectors.end())
@@ -128,6 +104,15 @@ TEST_F(RealSurfaces, GiveTheEdgePointsOfTheirFiles) {
         }
     }
     EXPECT_EQ(points, 3016); // none was overlooked
+    EXPECT_EQ(points_of_faces, 11936);
+}
+
+double smallest_radius(const velm::PreparedSurface& surface, const ERPoint2D& at) {
+    velm::PrincipalCurvatures bend;
+    velm::SurfaceSamples samples;
+    samples.curvatures = {&bend, 1};
+    surface.evaluate({&at, 1}, samples);
+    return 1.0 / std::max(std::fabs(bend.min), std::fabs(bend.max));
 }
 
 // Points above a surface, by less than half the radius of curvature, come back to where they are
@@ -136,7 +121,7 @@ TEST_F(RealSurfaces, GetBackPointsThatAreDisplaced) {
     velm_test::Random random(77);
     int back = 0, nearer = 0;
     for (const fs::path& file : files)
-        for (const auto& [name, entity] : SurfaceTexts(file).surfaces) {
+        for (const auto& [name, entity] : FaceTextReader(file).nurbs_surfaces()) {
             SCOPED_TRACE(file.filename().string() + " " + name);
             const auto surface = velm::prepare(*entity);
             const auto projector = velm::SurfaceProjector::on(*surface);
@@ -145,12 +130,8 @@ TEST_F(RealSurfaces, GetBackPointsThatAreDisplaced) {
             for (int k = 0; k < 200; ++k) {
                 const ERPoint2D at(in_u(random.uniform(0.02, 0.98)),
                                    in_v(random.uniform(0.02, 0.98)));
-                velm::PrincipalCurvatures bend;
-                velm::SurfaceSamples samples;
-                samples.curvatures = {&bend, 1};
-                surface->evaluate({&at, 1}, samples);
-                const double most = std::max(std::fabs(bend.min), std::fabs(bend.max));
-                const double t = random.uniform(-1, 1) * std::min(0.05 * size, 0.5 / most);
+                const double t = random.uniform(-1, 1) *
+                                 std::min(0.05 * size, 0.5 * smallest_radius(*surface, at));
                 const ERPoint3D on = (*surface)(at.x(), at.y());
                 const ERPoint3D p = on + surface->normal(at.x(), at.y()) * t;
                 const velm::SurfaceFoot foot = projector->nearest(p);
@@ -169,14 +150,186 @@ TEST_F(RealSurfaces, GetBackPointsThatAreDisplaced) {
     EXPECT_EQ(back + nearer, 241 * 200);
 }
 
+// The least distance from a face by trying: places all over it and all along its trim, and then
+// ever closer ones about the nearest two of each.
+class TriedFace {
+public:
+    explicit TriedFace(const velm::PreparedFace& face) : face_(face) {
+        for (int loop = 0; loop < face.loops(); ++loop)
+            for (int edge = 0; edge < face.edges(loop); ++edge)
+                for (int i = 0; i < along; ++i)
+                    add_on_trim({loop, edge, (i + 0.5) / along, {}});
+        for (int j = 0; j < across; ++j)
+            for (int i = 0; i < across; ++i) {
+                const ERPoint2D at(box_.xmin + (i + 0.5) * step_u(),
+                                   box_.ymin + (j + 0.5) * step_v());
+                if (face.place(at) != velm::FacePlace::inside) continue;
+                inner_.push_back({at, face.surface()(at.x(), at.y())});
+            }
+    }
+    double size() const { return space_.diagonal(); }
+    // A place inside that isn't on an edge.
+    ERPoint2D some_place(velm_test::Random& random) const {
+        for (;;) {
+            const ERPoint2D at(random.uniform(box_.xmin, box_.xmax),
+                               random.uniform(box_.ymin, box_.ymax));
+            if (face_.place(at) == velm::FacePlace::inside) return at;
+        }
+    }
+    double distance_from(const ERPoint3D& q) const {
+        double least = HUGE_VAL;
+        for (const std::size_t i : nearest_two(inner_, q))
+            least = std::min(least, closer(inner_[i].at, q));
+        for (const std::size_t i : nearest_two(trim_, q))
+            least = std::min(least, closer(places_[i], q));
+        return least;
+    }
+
+private:
+    static constexpr int along = 64, across = 48, rounds = 24, window = 3;
+    struct Tried {
+        ERPoint2D at;
+        ERPoint3D point;
+    };
+
+    void add_on_trim(const velm::TrimPlace& place) {
+        const ERPoint2D at = face_.parameter(place.loop, place.edge, place.part);
+        trim_.push_back({at, face_.surface()(at.x(), at.y())});
+        places_.push_back(place);
+        box_.Update(at);
+        space_.Update(trim_.back().point);
+    }
+    double step_u() const { return (box_.xmax - box_.xmin) / across; }
+    double step_v() const { return (box_.ymax - box_.ymin) / across; }
+
+    // Of a place on a loop, which another loop may leave out.
+    bool is_beside_face(const ERPoint2D& at) const {
+        const ERVector2D u(1e-8 * step_u(), 0.0), v(0.0, 1e-8 * step_v());
+        for (const ERVector2D& step : {u, -u, v, -v, u + v, u - v, v - u, -u - v})
+            if (face_.place(at + step) == velm::FacePlace::inside) return true;
+        return false;
+    }
+    // The second one is away from the first.
+    static std::vector<std::size_t> nearest_two(const std::vector<Tried>& tried,
+                                                const ERPoint3D& q) {
+        std::vector<std::size_t> found;
+        for (int n = 0; n < 2; ++n) {
+            double least = HUGE_VAL;
+            std::size_t best = tried.size();
+            for (std::size_t i = 0; i < tried.size(); ++i) {
+                const double d = distance(tried[i].point, q);
+                if (d >= least) continue;
+                if (n == 1 && distance(tried[i].point, tried[found[0]].point) < 0.5 * least)
+                    continue;
+                least = d, best = i;
+            }
+            if (best == tried.size()) break;
+            found.push_back(best);
+        }
+        return found;
+    }
+    double closer(ERPoint2D at, const ERPoint3D& q) const {
+        double least = HUGE_VAL, half_u = step_u(), half_v = step_v();
+        for (int round = 0; round < rounds; ++round, half_u *= 0.4, half_v *= 0.4) {
+            const ERPoint2D middle = at;
+            for (int j = -window; j <= window; ++j)
+                for (int i = -window; i <= window; ++i) {
+                    const ERPoint2D p(middle.x() + half_u * i / window,
+                                      middle.y() + half_v * j / window);
+                    const double d = distance(face_.surface()(p.x(), p.y()), q);
+                    if (d >= least || face_.place(p) != velm::FacePlace::inside) continue;
+                    least = d, at = p;
+                }
+        }
+        return least;
+    }
+    double closer(velm::TrimPlace at, const ERPoint3D& q) const {
+        double least = HUGE_VAL, half = 1.0 / along;
+        for (int round = 0; round < rounds; ++round, half *= 0.4) {
+            const double middle = at.part;
+            for (int i = -window; i <= window; ++i) {
+                const double part = std::clamp(middle + half * i / window, 0.0, 1.0);
+                const ERPoint2D p = face_.parameter(at.loop, at.edge, part);
+                const double d = distance(face_.surface()(p.x(), p.y()), q);
+                if (d < least && is_beside_face(p)) least = d, at.part = part;
+            }
+        }
+        return least;
+    }
+
+    const velm::PreparedFace& face_;
+    ERMinimax2D box_;
+    ERMinimax3D space_;
+    std::vector<Tried> inner_, trim_;
+    std::vector<velm::TrimPlace> places_;
+};
+
+// Where a point comes from: a place that it is perpendicular above, nearer than half the radius of
+// curvature there, or at any distance; or from anywhere.
+enum class From { near, far, anywhere };
+
+TEST_F(RealSurfaces, AsTrimmedFacesAreAsFarAsAnythingTried) {
+    velm_test::Random random(190);
+    const int points = std::getenv("VELM_TEST_THOROUGH") != nullptr ? 400 : 4;
+    int faces = 0, back = 0, nearer = 0, on_trims = 0;
+    for (const fs::path& file : files)
+        for (const FaceText& text : FaceTextReader(file).faces) {
+            SCOPED_TRACE(file.filename().string() + " face " + text.id + " on a " +
+                         text.surface_kind);
+            const auto face = velm::prepare_face(*text.face);
+            ASSERT_TRUE(face);
+            const auto projector = velm::FaceProjector::on(*face);
+            ASSERT_TRUE(projector);
+            ++faces;
+            const TriedFace tried(*face);
+            const double size = tried.size();
+            // So near to a crossing of loops are places tried that are outside.
+            const double beside = face->loops() > 1 ? 1e-9 * size : 0.0;
+            for (int k = 0; k < points; ++k) {
+                const From from = k % 2 == 0 ? From::near : k % 4 == 1 ? From::far : From::anywhere;
+                const ERPoint2D at = tried.some_place(random);
+                const double reach =
+                    from == From::near
+                        ? std::min(0.05 * size, 0.5 * smallest_radius(face->surface(), at))
+                        : 0.5 * size;
+                const double t = random.uniform(-1, 1) * reach;
+                const ERPoint3D on = face->surface()(at.x(), at.y());
+                const ERPoint3D p =
+                    on + (from == From::anywhere ? random.value<ERVector3D>(reach)
+                                                 : face->surface().normal(at.x(), at.y()) * t);
+                SCOPED_TRACE(testing::Message() << p << " from " << at);
+                const double tol = 1e-12 * size + 8e-16 * distance(on, ERPoint3D());
+                const velm::FaceFoot foot = projector->nearest(p);
+                EXPECT_TRUE(foot.certified);
+                const double least = std::min(distance(on, p), tried.distance_from(p));
+                EXPECT_LE(foot.distance, least + tol + beside);
+                // It is a place of the face.
+                EXPECT_NE(face->place({foot.u, foot.v}), velm::FacePlace::outside);
+                EXPECT_LE(distance(foot.point, face->surface()(foot.u, foot.v)), tol);
+                EXPECT_NEAR(foot.distance, distance(foot.point, p), tol);
+                on_trims += foot.loop >= 0;
+                if (from != From::near) continue;
+                const bool is_nearest = least > std::fabs(t) - 1e-9 * size;
+                if (is_nearest) {
+                    EXPECT_LE(distance(foot.point, on), tol) << t;
+                }
+                ++(is_nearest ? back : nearer);
+            }
+        }
+    std::printf("%d faces, %d points back, of %d another place is nearer, %d on trims\n", faces,
+                back, nearer, on_trims);
+    EXPECT_EQ(faces, 544);
+    EXPECT_GT(back, 9 * nearer);
+}
+
 TEST_F(RealSurfaces, StayTheSamePreparedCutAndStored) {
     int count = 0;
     for (const fs::path& file : files) {
-        const SurfaceTexts texts(file);
+        const auto surfaces = FaceTextReader(file).nurbs_surfaces();
         const velm_test::TemporaryFolder folder;
         ERDataBase store;
         ASSERT_EQ(store.Open(folder.path("surfaces").c_str(), 0), gmSuccess);
-        for (const auto& [name, surface] : texts.surfaces) {
+        for (const auto& [name, surface] : surfaces) {
             SCOPED_TRACE(file.filename().string() + " " + name);
             const double allowed =
                 256 * std::numeric_limits<double>::epsilon() * std::max(reach_of(*surface), 1.0);
@@ -216,8 +369,8 @@ TEST_F(RealSurfaces, AreMeshedBoxedAndRecognized) {
     std::map<int, int> kinds;
     std::size_t triangles = 0;
     for (const fs::path& file : files) {
-        const SurfaceTexts texts(file);
-        for (const auto& [name, entity] : texts.surfaces) {
+        const auto surfaces = FaceTextReader(file).nurbs_surfaces();
+        for (const auto& [name, entity] : surfaces) {
             SCOPED_TRACE(file.filename().string() + " " + name);
             const auto surface = velm::prepare(*entity);
             ASSERT_TRUE(surface);
