@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <type_traits>
+#include <utility>
 
 namespace velm::detail {
 
@@ -18,6 +20,32 @@ namespace velm::detail {
 struct LeafJet {
     alignas(16) double x[6][4];
 };
+
+/// Calls f with count - 1 down to 0: of a small count that the compiler knows as constants, laid
+/// out one after the other, which compilers don't do with loops in loops.
+template <class Count, class F>
+[[gnu::always_inline]] inline void count_down(Count count, F f) {
+    if constexpr (std::is_same_v<Count, int>) {
+        for (int i = count - 1; i >= 0; --i)
+            f(i);
+    } else if constexpr (constexpr int most = 6; Count::value > most) {
+        for (int i = Count::value - 1; i >= 0; --i)
+            f(i);
+    } else {
+        [&]<int... k>(std::integer_sequence<int, k...>) __attribute__((always_inline)) {
+            (f(std::integral_constant<int, Count::value - 1 - k>{}), ...);
+        }
+        (std::make_integer_sequence<int, Count::value>{});
+    }
+}
+template <class Degree>
+constexpr auto one_more(Degree p) {
+    if constexpr (std::is_same_v<Degree, int>) {
+        return p + 1;
+    } else {
+        return std::integral_constant<int, Degree::value + 1>{};
+    }
+}
 
 /// By Horner's scheme. Terms of a leaf fall off with the degree, so that nothing cancels.
 template <class DegreeU, class DegreeV>
@@ -32,24 +60,26 @@ template <class DegreeU, class DegreeV>
         if (step > zeros) sum = sum * x;
         sum = step > zeros ? (sum += next) : next;
     };
-    for (int j = q; j >= 0; --j) {
-        const double* const row = coefs + 4 * j * (p + 1);
-        Pole f = Pole::load(row + 4 * p), fs{}, fss{};
-        for (int i = p - 1; i >= 0; --i) {
-            const int step = p - 1 - i;
-            add(fss, s, fs, step, 1);
-            add(fs, s, f, step, 0);
-            f = f * s;
-            f += Pole::load(row + 4 * i);
-        }
-        const int step = q - j;
-        add(by_tt, t, by_t, step, 2);
-        add(by_t, t, value, step, 1);
-        add(value, t, f, step, 0);
-        add(by_st, t, by_s, step, 1);
-        add(by_s, t, fs, step, 0);
-        add(by_ss, t, fss, step, 0);
-    }
+    count_down(
+        one_more(q), [&](int j) __attribute__((always_inline)) {
+            const double* const row = coefs + 4 * j * (p + 1);
+            Pole f = Pole::load(row + 4 * p), fs{}, fss{};
+            count_down(
+                p, [&](int i) __attribute__((always_inline)) {
+                    const int step = p - 1 - i;
+                    add(fss, s, fs, step, 1);
+                    add(fs, s, f, step, 0);
+                    f = f * s;
+                    f += Pole::load(row + 4 * i);
+                });
+            const int step = q - j;
+            add(by_tt, t, by_t, step, 2);
+            add(by_t, t, value, step, 1);
+            add(value, t, f, step, 0);
+            add(by_st, t, by_s, step, 1);
+            add(by_s, t, fs, step, 0);
+            add(by_ss, t, fss, step, 0);
+        });
     value.store(jet.x[0]);
     by_s.store(jet.x[1]);
     by_t.store(jet.x[2]);

@@ -225,7 +225,8 @@ bool LeafSearch::newton(const View& view, int number, double x, double y) {
             const double sure[3] = {m.h[0] - view.turn[0] - by_b * view.turn_by_b[0], m.h[1],
                                     m.h[2] - view.turn[1] - by_b * view.turn_by_b[1]};
             const bool convex = sure[0] > 0.0 && sure[0] * sure[2] > sure[1] * sure[1];
-            if (convex) {
+            // While steps are long and the place is the best one, the bound decides nothing.
+            if (convex && (length < last_step || m.squared >= best_.squared)) {
                 double unused[2];
                 const double least = least_of_convex(m.g, sure, low, high, unused);
                 const double loss = -least * over_weight;
@@ -250,10 +251,10 @@ bool LeafSearch::newton(const View& view, int number, double x, double y) {
                     lower_ = std::min(lower_, m.squared - loss);
                     return;
                 }
-            } else if (length < short_step) {
+            } else if (!convex && length < short_step) {
                 offer_if_inside(place_after(view, p, q, rational, jet, x, y, step, number));
                 return;
-            } else if (m.squared >= best_.squared && step_count == 0) {
+            } else if (!convex && m.squared >= best_.squared && step_count == 0) {
                 return;
             }
             last_x = x, last_y = y;
