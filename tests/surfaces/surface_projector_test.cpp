@@ -606,6 +606,15 @@ TEST(PairZeros, FindsTheRootsThatPolynomialsAreMadeOf) {
                 return std::fabs(zeros[i].x[0] - root) <= 1e-6 + zeros[i].reach[0];
             })) << round;
         }
+        // A line of zeros, but for rounding, is one place that is not simple.
+        for (std::size_t n = 0; n < coefs.size(); ++n)
+            coefs[n] = n % 4 < 2 ? random.uniform(-1, 1) * 1e-16 : 0.0;
+        coefs[0] = -t, coefs[1] = -0.7 * t, coefs[4] = coefs[4 * (p + 1)] = 1.0;
+        coefs[5] = coefs[4 * (p + 1) + 1] = 0.7;
+        zeros.find(coefs.data(), p, q, 1e-14, part.data());
+        ASSERT_EQ(zeros.count(), 1);
+        EXPECT_FALSE(zeros[0].simple);
+        EXPECT_NEAR(zeros[0].x[0] + zeros[0].x[1], t, 1e-12);
     }
 }
 

@@ -30,6 +30,14 @@ struct Values {
         for (int k = 0; k < 2; ++k)
             f[k] = jet.x[0][k], by_s[k] = jet.x[1][k], by_t[k] = jet.x[2][k];
     }
+    // To the nearest zero of the steeper polynomial, by its derivatives.
+    bool step_to_line(double* dx) const {
+        const auto square = [this](int k) { return by_s[k] * by_s[k] + by_t[k] * by_t[k]; };
+        const int k = square(0) >= square(1) ? 0 : 1;
+        dx[0] = -f[k] * by_s[k] / square(k);
+        dx[1] = -f[k] * by_t[k] / square(k);
+        return std::isfinite(dx[0]) && std::isfinite(dx[1]);
+    }
     // Newton's step; false where the derivatives are parallel.
     bool step(double* dx) const {
         const double det = by_s[0] * by_t[1] - by_t[0] * by_s[1];
@@ -38,6 +46,30 @@ struct Values {
         return std::isfinite(dx[0]) && std::isfinite(dx[1]);
     }
 };
+
+// Whether the polynomials are multiples of each other over a part, but for rounding: along the
+// steepest term nothing else is left.
+bool are_dependent(const double* coefs, int p, int q, double error) {
+    const double *const at_s = coefs + 4, *const at_t = coefs + 4 * (p + 1);
+    const double s = std::hypot(at_s[0], at_s[1]), t = std::hypot(at_t[0], at_t[1]);
+    const double* const along = s >= t ? at_s : at_t;
+    const double length = std::max(s, t);
+    if (!(length > 0.0)) return false;
+    double across = 0.0;
+    for (int n = 0; n < (p + 1) * (q + 1); ++n)
+        across += std::fabs(along[0] * coefs[4 * n + 1] - along[1] * coefs[4 * n]);
+    return across <= 4.0 * error * length;
+}
+
+// Makes a place hold another one.
+void widen(PairZero& zero, const PairZero& other) {
+    for (int k = 0; k < 2; ++k) {
+        const double low = std::min(other.x[k] - other.reach[k], zero.x[k] - zero.reach[k]);
+        const double high = std::max(other.x[k] + other.reach[k], zero.x[k] + zero.reach[k]);
+        zero.x[k] = 0.5 * (low + high), zero.reach[k] = 0.5 * (high - low);
+    }
+    zero.line = zero.line || other.line;
+}
 
 } // namespace
 
@@ -67,9 +99,10 @@ PairZeros::Verdict PairZeros::judge(const double* coefs, int p, int q, double er
         }
     bool is_smaller = false;
     for (int k = 0; k < 2; ++k) {
+        const double rounding = error * (std::fabs(inverse[k][0]) + std::fabs(inverse[k][1]));
+        turn[k] += 2.0 * rounding; // linear terms that are rounding alone invert to anything
         const double value = inverse[k][0] * coefs[0] + inverse[k][1] * coefs[1];
-        const double within =
-            rest[k] + error * (std::fabs(inverse[k][0]) + std::fabs(inverse[k][1])) + beyond_side;
+        const double within = rest[k] + rounding + beyond_side;
         low[k] = std::max(-1.0, -value - within);
         high[k] = std::min(1.0, -value + within);
         if (!(low[k] <= high[k])) return Verdict::none;
@@ -112,11 +145,12 @@ void PairZeros::simple(const Part& part, const double* zero) {
             std::fabs(other.x[1] - found.x[1]) <= 100.0 * beyond_side)
             return;
     }
-    if (count_ < most) zeros_[static_cast<std::size_t>(count_++)] = found;
+    if (count_ == most) return join(part, false);
+    zeros_[static_cast<std::size_t>(count_++)] = found;
 }
 
-void PairZeros::join(const Part& part) {
-    PairZero found = {{part.middle[0], part.middle[1]}, {part.half[0], part.half[1]}, false};
+void PairZeros::join(const Part& part, bool line) {
+    PairZero found = {{part.middle[0], part.middle[1]}, {part.half[0], part.half[1]}, false, line};
     for (int i = 0; i < count_;) {
         PairZero& other = zeros_[static_cast<std::size_t>(i)];
         bool meet = true;
@@ -127,15 +161,15 @@ void PairZeros::join(const Part& part) {
             ++i;
             continue;
         }
-        for (int k = 0; k < 2; ++k) {
-            const double low = std::min(other.x[k] - other.reach[k], found.x[k] - found.reach[k]);
-            const double high = std::max(other.x[k] + other.reach[k], found.x[k] + found.reach[k]);
-            found.x[k] = 0.5 * (low + high), found.reach[k] = 0.5 * (high - low);
-        }
+        widen(found, other);
         other = zeros_[static_cast<std::size_t>(--count_)];
         i = 0;
     }
-    if (count_ < most) zeros_[static_cast<std::size_t>(count_++)] = found;
+    if (count_ == most) { // none is left out
+        widen(found, zeros_[most - 1]);
+        --count_;
+    }
+    zeros_[static_cast<std::size_t>(count_++)] = found;
 }
 
 void PairZeros::find(const double* coefs, int p, int q, double error, double* part) {
@@ -158,7 +192,7 @@ void PairZeros::find(const double* coefs, int p, int q, double error, double* pa
             size = std::max({size, std::fabs(part[4 * n]), std::fabs(part[4 * n + 1])});
         if (std::max(now.half[0], now.half[1]) <= smallest_part || size <= error ||
             ++parts > most_parts) {
-            join(now);
+            join(now, false);
             continue;
         }
         if (verdict == Verdict::smaller) {
@@ -177,6 +211,10 @@ void PairZeros::find(const double* coefs, int p, int q, double error, double* pa
                 continue;
             }
         }
+        if (are_dependent(part, p, q, error)) {
+            join(now, true);
+            continue;
+        }
         const int k = now.half[0] >= now.half[1] ? 0 : 1;
         Part first = now, second = now;
         first.half[k] = second.half[k] = 0.5 * now.half[k];
@@ -190,10 +228,13 @@ void PairZeros::find(const double* coefs, int p, int q, double error, double* pa
         PairZero& zero = zeros_[static_cast<std::size_t>(i)];
         if (zero.simple) continue;
         double x[2] = {zero.x[0], zero.x[1]}, dx[2];
-        for (int step = 0; step < 12 && Values(coefs, p, q, x).step(dx); ++step)
+        for (int step = 0; step < 12; ++step) {
+            const Values values(coefs, p, q, x);
+            if (!(zero.line ? values.step_to_line(dx) : values.step(dx))) break;
             for (int k = 0; k < 2; ++k)
                 x[k] =
                     std::clamp(x[k] + dx[k], zero.x[k] - zero.reach[k], zero.x[k] + zero.reach[k]);
+        }
         for (int k = 0; k < 2; ++k)
             zero.x[k] = std::clamp(x[k], -1.0, 1.0);
     }

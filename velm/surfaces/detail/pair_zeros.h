@@ -13,6 +13,7 @@ struct PairZero {
     /// Whether one zero, and only one, was shown to be there. If not, the polynomials are parallel
     /// there, as where a line touches a surface.
     bool simple;
+    bool line = false; ///< not simple: the polynomials are the same there, but for rounding
 };
 
 /// The polynomials are the first two components of a grid of coefficients as leaves have them.
@@ -21,7 +22,8 @@ struct PairZero {
 /// rest: zeros have |x + value| <= |rest|, which leaves a part out or makes it smaller. Where the
 /// derivatives of the rest are less than 1/2 there is at most one zero (Neumaier, Interval Methods
 /// for Systems of Equations, 1990, chapter 5), found by Newton's method. Parts that neither decides
-/// are halved, down to 2^-22 of the square; those left are joined and reported as not simple.
+/// are halved, down to 2^-22 of the square or until the polynomials are multiples of each other but
+/// for rounding; those left are joined and reported as not simple.
 class PairZeros {
 public:
     static constexpr int most = 64;
@@ -41,7 +43,7 @@ private:
     Verdict judge(const double* coefs, int p, int q, double error, double* zero, double* low,
                   double* high) const;
     void simple(const Part& part, const double* zero);
-    void join(const Part& part);
+    void join(const Part& part, bool line);
 
     std::array<PairZero, most> zeros_;
     int count_ = 0;
