@@ -5,26 +5,6 @@
 
 namespace velm::detail {
 
-std::size_t BlockCache::place_of(long offset) const {
-    std::size_t place = home(offset);
-    while (table_[place].offset != none && table_[place].offset != offset)
-        place = after(place);
-    return place;
-}
-
-BlockCache::Block* BlockCache::find(long offset) {
-    if (blocks_ == 0 || offset < 0 || offset > INT32_MAX) return nullptr;
-    Block& block = table_[place_of(offset)];
-    return block.offset == offset ? &block : nullptr;
-}
-
-char* BlockCache::edit(long offset, std::size_t size) {
-    Block* const block = find(offset);
-    if (block == nullptr || block->size != size) return nullptr;
-    block->asked_for = 1;
-    return block->bytes.get();
-}
-
 BlockCache::Block* BlockCache::room_for(long offset, std::size_t size) {
     Block* block = find(offset);
     if (block != nullptr && block->size == size) return block;

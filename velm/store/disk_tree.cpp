@@ -1,6 +1,7 @@
 #include "velm/store/disk_tree.h"
 
 #include "velm/platform/file_exception.h"
+#include "velm/store/detail/leaf_table.h"
 #include "velm/store/detail/pair_table.h"
 
 #include <algorithm>
@@ -19,8 +20,19 @@ constexpr std::size_t kLargestEmptyNode = std::size_t{1} << 24;
 
 constexpr auto compare_binary = ERDiskTreeNodeView::compare_binary;
 
+std::uint32_t order_of(const char* key) { return ERDiskTreeNodeView::in_byte_order(key); }
+
+// What the keys beside a son leave to it.
+void narrow(velm::detail::NumberRange& range, const ERDiskTreeNodeView& node, int son) {
+    if (son > 0) range.after = std::max(range.after, std::int64_t{order_of(node.keys(son - 1))});
+    if (son < node.counter())
+        range.before = std::min(range.before, std::int64_t{order_of(node.keys(son))});
+}
+
 } // namespace
 
+using velm::detail::LeafTable;
+using velm::detail::NumberRange;
 using velm::detail::PairTable;
 using velm::detail::StoreStep;
 
@@ -29,7 +41,8 @@ using velm::detail::StoreStep;
 ERBTreeOnDisk::ERBTreeOnDisk(ERFileManager& file_, unsigned int, createMode mode,
                              unsigned int keyLength, int ignore_nulls, long info_offset,
                              unsigned int order, unsigned int minimum)
-    : file(file_), infoOffset(info_offset), pairs(std::make_unique<PairTable>()) {
+    : file(file_), infoOffset(info_offset), pairs(std::make_unique<PairTable>()),
+      leaves(std::make_unique<LeafTable>()) {
     StoreStep step(file); // of nothing, where the tree is there
     if (infoOffset == -1 && mode != createNew) infoOffset = file.start();
     if (infoOffset == -1 || mode == createNew) {
@@ -198,10 +211,20 @@ int ERBTreeOnDisk::contains(const char* key) const {
     return has_numbers() ? find_number(key, value) : findKeyAndValue(key, pos, value) != -1;
 }
 
-// Pairs that were entered before nodes were given up, as a failed operation does, are not trusted.
+// What was entered before nodes were given up, as a failed operation does, is not trusted.
 PairTable& ERBTreeOnDisk::valid_pairs() const {
-    if (std::exchange(pairs_of, file.nodes_given_up()) != file.nodes_given_up()) pairs->clear();
+    if (std::exchange(known_of, file.nodes_given_up()) != file.nodes_given_up()) forget_known();
     return *pairs;
+}
+
+LeafTable& ERBTreeOnDisk::valid_leaves() const {
+    valid_pairs();
+    return *leaves;
+}
+
+void ERBTreeOnDisk::forget_known() const {
+    pairs->clear();
+    leaves->clear();
 }
 
 // What a descent finds. The node that it ends in is entered as far as the keys above it lead there.
@@ -211,8 +234,7 @@ bool ERBTreeOnDisk::find_number(const char* key, long& value) const {
         value = known;
         return true;
     }
-    std::int64_t low = -1;
-    std::int64_t high = std::int64_t{1} << 32;
+    NumberRange range;
     int depth = 0;
     for (long offset = information.root; offset != -1;) {
         check_depth(++depth);
@@ -220,14 +242,10 @@ bool ERBTreeOnDisk::find_number(const char* key, long& value) const {
         const int pos = node.binarySearch(key, compare);
         if (node.holds(pos, key, compare)) {
             value = node.items(pos);
-            enter_pairs(node, low, high);
+            enter_pairs(node, range);
             return true;
         }
-        const auto order_of = [&](int i) {
-            return std::int64_t{ERDiskTreeNodeView::in_byte_order(node.keys(i))};
-        };
-        if (pos > 0) low = std::max(low, order_of(pos - 1));
-        if (pos < node.counter()) high = std::min(high, order_of(pos));
+        narrow(range, node, pos);
         offset = node.sons(pos);
     }
     return false;
@@ -241,15 +259,15 @@ void ERBTreeOnDisk::note_block_size(const char* key, unsigned int size) const {
     if (has_numbers()) valid_pairs().note_block_size(PairTable::number_of(key), size);
 }
 
-void ERBTreeOnDisk::enter_pairs(const ERDiskTreeNodeView& node, std::int64_t low,
-                                std::int64_t high) const {
+void ERBTreeOnDisk::enter_pairs(const ERDiskTreeNodeView& node, const NumberRange& range) const {
     pairs->make_room(static_cast<std::size_t>(node.counter()), information.entries);
+    std::int64_t last = range.after;
     for (int i = 0; i < node.counter(); ++i) {
-        const std::int64_t order = ERDiskTreeNodeView::in_byte_order(node.keys(i));
-        if (order <= low) continue;
-        if (order >= high) break;
+        const std::int64_t order = order_of(node.keys(i));
+        if (order <= last) continue;
+        if (order >= range.before) break;
         pairs->enter(PairTable::number_of(node.keys(i)), static_cast<std::int32_t>(node.items(i)));
-        low = order;
+        last = order;
     }
 }
 
@@ -275,7 +293,7 @@ int ERBTreeOnDisk::replaceValue(const char* key, long newValue, long& oldValue) 
 int ERBTreeOnDisk::insertKeyAndValue(const char* key, long value) {
     StoreStep step(file);
     halves.clear();
-    const retStatus status = ins(key, value, information.root, 0);
+    const retStatus status = ins(key, value);
     if (status == pending) new_root();
     if (status != duplicate) {
         write_halves();
@@ -289,31 +307,51 @@ int ERBTreeOnDisk::insertKeyAndValue(const char* key, long value) {
     return status != duplicate;
 }
 
-ERBTreeOnDisk::retStatus ERBTreeOnDisk::ins(const char* key, long value, long nodeOffset,
-                                            int depth) {
-    check_depth(depth);
-    if (nodeOffset == -1) {
-        copy_key(pendingInsertion.key.data(), key);
-        pendingInsertion.value = value;
-        pendingInsertion.son = -1;
-        return pending;
-    }
-    int pos;
-    long son;
-    {
-        const ERDiskTreeNodeView node = node_at(nodeOffset);
-        pos = node.binarySearch(key, compare);
+// Goes down without a copy of a node, and up again as far as nodes are split.
+ERBTreeOnDisk::retStatus ERBTreeOnDisk::ins(const char* key, long value) {
+    NumberRange range;
+    const bool numbers = has_numbers();
+    if (numbers)
+        if (const retStatus status = insert_in_known_leaf(key, value); status != pending)
+            return status;
+    way.clear();
+    for (long offset = information.root; offset != -1;) {
+        check_depth(static_cast<int>(way.size()));
+        const ERDiskTreeNodeView node = node_at(offset);
+        const int pos = node.binarySearch(key, compare);
         if (node.holds(pos, key, compare)) return duplicate;
-        son = node.sons(pos);
+        way.emplace_back(offset, pos);
+        offset = node.sons(pos);
+        if (numbers && offset != -1) narrow(range, node, pos);
     }
-    const retStatus status = ins(key, value, son, depth + 1);
-    if (status != pending) return status;
-    load(nodeOffset);
-    if (work->counter() >= max_keys()) {
+    if (numbers && !way.empty()) leaves->enter(order_of(key), range, way.back().first);
+    copy_key(pendingInsertion.key.data(), key);
+    pendingInsertion.value = value;
+    pendingInsertion.son = -1;
+    for (; !way.empty(); way.pop_back()) {
+        const auto [offset, pos] = way.back();
+        load(offset);
+        if (work->counter() < max_keys()) {
+            work->insert(pendingInsertion.key.data(), pendingInsertion.value, pos,
+                         pendingInsertion.son);
+            store();
+            return done;
+        }
+        leaves->forget(offset);
         splitNode(pos);
-        return pending;
     }
-    work->insert(pendingInsertion.key.data(), pendingInsertion.value, pos, pendingInsertion.son);
+    return pending;
+}
+
+// The same where the leaf is known and has room: pending where it isn't so.
+ERBTreeOnDisk::retStatus ERBTreeOnDisk::insert_in_known_leaf(const char* key, long value) {
+    const long leaf = valid_leaves().find(order_of(key));
+    if (leaf == -1) return pending;
+    load(leaf);
+    if (work->counter() >= max_keys()) return pending;
+    const int pos = work->binarySearch(key, compare);
+    if (equal(*work, pos, key)) return duplicate;
+    work->insert(key, value, pos, -1);
     store();
     return done;
 }
@@ -380,7 +418,7 @@ void ERBTreeOnDisk::clear() {
         information.root = -1;
         information.reserved = -1;
         information.entries = 0;
-        pairs->clear();
+        forget_known();
         writeInfo();
         if (root != -1) del(root, 0);
         return 0;
@@ -425,7 +463,7 @@ void ERBTreeOnDisk::apl(long offset, void (*callback)(const char*, long, void*),
             if (workOffset != offset) load(offset); // the callback has used the tree
             if (std::equal(key.begin(), key.end() - 1, work->keys(i))) continue;
             std::copy_n(key.begin(), layout.key_length, work->keys(i));
-            pairs->clear();
+            forget_known();
             if (!file.isReadOnly()) store();
         }
         offset = work->sons(work->counter());

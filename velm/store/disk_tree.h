@@ -11,8 +11,10 @@
 #include <vector>
 
 namespace velm::detail {
+class LeafTable;
 class PairTable;
-}
+struct NumberRange;
+} // namespace velm::detail
 
 /// The 40 bytes by which a tree is found. Offsets and numbers are stored.
 struct ERBTreeInformation {
@@ -105,7 +107,8 @@ private:
         long son = -1;
     };
 
-    retStatus ins(const char* key, long value, long nodeOffset, int depth);
+    retStatus ins(const char* key, long value);
+    retStatus insert_in_known_leaf(const char* key, long value);
     retStatus rem(const char* key, ERCString& outKey, long& outValue);
     retStatus remove_from_leaf(int pos, ERCString& outKey, long& outValue);
     /// Mends son pos of a parent, which has fallen below the minimum.
@@ -129,8 +132,10 @@ private:
         return compare == ERDiskTreeNodeView::compare_binary && layout.key_length == 4;
     }
     bool find_number(const char* key, long& value) const;
-    void enter_pairs(const ERDiskTreeNodeView& node, std::int64_t low, std::int64_t high) const;
+    void enter_pairs(const ERDiskTreeNodeView& node, const velm::detail::NumberRange& range) const;
     velm::detail::PairTable& valid_pairs() const;
+    velm::detail::LeafTable& valid_leaves() const;
+    void forget_known() const;
     /// Writes the left halves of the nodes that an insertion has split, from the top down.
     void write_halves();
 
@@ -177,12 +182,13 @@ private:
     std::unique_ptr<ERDiskTreeNode> work;  // the one node being worked on
     std::unique_ptr<ERDiskTreeNode> above; // and, in a removal, its parent and its neighbour
     std::unique_ptr<ERDiskTreeNode> beside;
-    std::vector<std::pair<long, int>> way; // of a removal, down to a leaf: nodes and sons
+    std::vector<std::pair<long, int>> way; // down to a leaf: nodes and places in them
     mutable long workOffset = -1;
     Pending pendingInsertion;
     std::vector<std::pair<long, ERDiskTreeNode>> halves; // split by the insertion under way
     std::unique_ptr<ERDiskNodeCache> cache;
-    std::unique_ptr<velm::detail::PairTable> pairs; // of numbers, as they are in the tree
-    mutable unsigned long pairs_of = 0; // the nodes that the file manager had dropped by then
+    std::unique_ptr<velm::detail::PairTable> pairs;  // of numbers, as they are in the tree
+    std::unique_ptr<velm::detail::LeafTable> leaves; // that insertions have found
+    mutable unsigned long known_of = 0; // the nodes that the file manager had dropped by then
     long visits = 0;                    // nodes that the walk under way may still see
 };

@@ -43,13 +43,7 @@ int ERDiskTreeNodeView::compare_binary(const char* a, const char* b, std::size_t
     return std::memcmp(a, b, n);
 }
 
-int ERDiskTreeNodeView::binarySearch(const char* key, Compare compare) const {
-    if (compare == compare_binary && layout.key_length == sizeof(std::uint32_t)) {
-        const std::uint32_t sought = in_byte_order(key);
-        const char* const first = keys(0);
-        return first_not_less(counter(),
-                              [=](int i) { return in_byte_order(first + 4 * i) < sought; });
-    }
+int ERDiskTreeNodeView::search(const char* key, Compare compare) const {
     return first_not_less(counter(),
                           [&](int i) { return compare(keys(i), key, layout.key_length) < 0; });
 }
@@ -100,8 +94,6 @@ void ERDiskTreeNode::copy_sons(int at, const ERDiskTreeNode& from, int first, in
 }
 
 // ---- the cache ----
-
-const char* ERDiskNodeCache::read(long offset) { return file.node_at(offset, node_size); }
 
 void ERDiskNodeCache::write(long offset, const char* source) {
     file.write_node(offset, source, node_size, ERFileManager::NodeKind::of_tree);

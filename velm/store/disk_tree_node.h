@@ -3,6 +3,7 @@
 #pragma once
 
 #include "velm/export.h"
+#include "velm/store/file_space.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,7 +11,6 @@
 #include <vector>
 
 class ERBTreeOnDisk;
-class ERFileManager;
 
 /// The sizes of a tree's nodes. The layout is stored and must never change: with keys of K
 /// bytes and the order M,
@@ -55,12 +55,33 @@ public:
     bool is_leaf() const { return sons(0) == -1; }
     const char* data() const { return bytes; }
     /// The first position whose key is not less than this one; the counter if all are less.
-    int binarySearch(const char* key, Compare compare) const;
+    int binarySearch(const char* key, Compare compare) const {
+        return has_numbers(compare) ? search_number(in_byte_order(key)) : search(key, compare);
+    }
     bool holds(int pos, const char* key, Compare compare) const {
-        return pos < counter() && compare(keys(pos), key, layout.key_length) == 0;
+        if (pos >= counter()) return false;
+        if (has_numbers(compare)) return in_byte_order(keys(pos)) == in_byte_order(key);
+        return compare(keys(pos), key, layout.key_length) == 0;
     }
 
 private:
+    bool has_numbers(Compare compare) const {
+        return layout.key_length == sizeof(std::uint32_t) && compare == compare_binary;
+    }
+    int search(const char* key, Compare compare) const;
+    // Without a branch on a key: which way a search goes can't be foretold.
+    int search_number(std::uint32_t sought) const {
+        const char* first = keys(0);
+        int left = counter();
+        if (left <= 0) return 0;
+        while (left > 1) {
+            const int half = left / 2;
+            first += (in_byte_order(first + 4 * (half - 1)) < sought) * 4 * half;
+            left -= half;
+        }
+        first += (in_byte_order(first) < sought) * 4;
+        return static_cast<int>(first - keys(0)) / 4;
+    }
     std::int32_t word(std::size_t at) const {
         std::int32_t value;
         std::memcpy(&value, bytes + at, 4);
@@ -131,7 +152,7 @@ public:
         : file(file_), node_size(node_size_) {}
 
     /// The node at an offset, good until the next call; null where the file doesn't have it whole.
-    const char* read(long offset);
+    const char* read(long offset) { return file.node_at(offset, node_size); }
     void write(long offset, const char* source);
     void forget(long offset);
 

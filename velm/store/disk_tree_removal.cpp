@@ -1,5 +1,6 @@
 // How an ERBTreeOnDisk takes pairs out and keeps its nodes full enough.
 #include "velm/platform/file_exception.h"
+#include "velm/store/detail/leaf_table.h"
 #include "velm/store/detail/pair_table.h"
 #include "velm/store/disk_tree.h"
 
@@ -73,6 +74,7 @@ ERBTreeOnDisk::retStatus ERBTreeOnDisk::remove_from_leaf(int pos, ERCString& out
 }
 
 void ERBTreeOnDisk::swapWithSuccessor(int pos) {
+    leaves->clear();
     const long node = workOffset;
     const long value = work->items(pos);
     std::vector<char> key(work->keys(pos), work->keys(pos) + layout.key_length);
@@ -95,6 +97,7 @@ void ERBTreeOnDisk::swapWithSuccessor(int pos) {
 }
 
 ERBTreeOnDisk::retStatus ERBTreeOnDisk::restoreNode(long parent, int pos) {
+    leaves->clear();
     if (!above) above = std::make_unique<ERDiskTreeNode>(layout, this);
     if (!beside) beside = std::make_unique<ERDiskTreeNode>(layout, this);
     readcache(parent, *above);

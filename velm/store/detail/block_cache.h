@@ -20,7 +20,12 @@ public:
     /// The bytes of a block of that size, good until the next change; null where it isn't here.
     const char* look(long offset, std::size_t size) { return edit(offset, size); }
     /// The same, to be changed.
-    char* edit(long offset, std::size_t size);
+    char* edit(long offset, std::size_t size) {
+        Block* const block = find(offset);
+        if (block == nullptr || block->size != size) return nullptr;
+        block->asked_for = 1;
+        return block->bytes.get();
+    }
     void put(long offset, const void* source, std::size_t size);
     /// The same with bytes that are taken over.
     void take(long offset, std::unique_ptr<char[]> bytes, std::size_t size);
@@ -42,8 +47,17 @@ private:
     }
     std::size_t after(std::size_t place) const { return (place + 1) & (table_.size() - 1); }
     /// The place of a block, or the free one where it would be.
-    std::size_t place_of(long offset) const;
-    Block* find(long offset);
+    std::size_t place_of(long offset) const {
+        std::size_t place = home(offset);
+        while (table_[place].offset != none && table_[place].offset != offset)
+            place = after(place);
+        return place;
+    }
+    Block* find(long offset) {
+        if (blocks_ == 0 || offset < 0 || offset > INT32_MAX) return nullptr;
+        Block& block = table_[place_of(offset)];
+        return block.offset == offset ? &block : nullptr;
+    }
     /// The place of a block of that size, without bytes where it is new; null where it isn't kept.
     Block* room_for(long offset, std::size_t size);
     void erase_at(std::size_t place);
