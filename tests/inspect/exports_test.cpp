@@ -29,7 +29,7 @@ constexpr std::tuple<const char*, const char*> forms[] = {
     {"three", "5 -0.02 1\n10.5 4 1\n"},
     {"six", "5  -0.02  1  0 -1 0\n10.5 4 1 1 0 0\n"},
     {"axes", "FEATURE,AXIS,NOMINAL,MEAS,+TOL,-TOL\na,X,5,5,.1,.1\na,Y,0,-0.02,.1,.1\n"
-             "a,Z,1,1,.1,.1\nb,X,10,10.5,.1,.1\nb,Y,4,4,.1,.1\nb,Z,1,1,.1,.1\n"}};
+             "a,Z,1,1,.1,.1\nb,X,10,10.5,.1,.1\nb,Y,4,4,.1,.1\nb,D,1,1,.1,.1\n"}};
 
 TEST(Exports, AreReadAsTheyAreFound) {
     const Workshop shop;
@@ -52,6 +52,10 @@ TEST(Exports, AreReadAsTheyAreFound) {
             EXPECT_EQ(report["unit"], "mm");
         } else {
             EXPECT_TRUE(report["unit"].is_null());
+        }
+        if (name == std::string("axes")) {
+            const std::vector<std::string> unused{"NOMINAL", "+TOL", "-TOL", "AXIS D"};
+            EXPECT_EQ(report["ignored_columns"], unused);
         }
         if (name == std::string("german")) {
             EXPECT_NE(run.out.find("read as: id = Punkt, x = X-Wert"), std::string::npos)

@@ -35,7 +35,7 @@ enum class Column : unsigned char {
     act_x,
     act_y,
     act_z,
-    axis,    ///< of a table with one axis a row
+    axis,    ///< of a table with one axis per row
     nominal, ///< likewise
     measured ///< likewise
 };

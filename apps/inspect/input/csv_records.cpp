@@ -73,6 +73,10 @@ CsvRecords::CsvRecords(TextSource& source, const TableNeeds& needs, const TableO
     clear_columns();
     find_header(options);
     settle_unit(options);
+    if (!is_by_axis_) return;
+    ignore_beside_axes();
+    for (AxesRow row; gather_axes(row); row = AxesRow())
+        axes_.push_back(std::move(row));
 }
 
 void CsvRecords::clear_columns() {
@@ -364,7 +368,7 @@ bool CsvRecords::next_fields() {
     return true;
 }
 
-// Of a table with one axis a row those of the gathered rows.
+// Of a table with one axis per row those of the gathered rows.
 bool CsvRecords::has(Column column) const {
     if (!is_by_axis_) return column_of(column).has_value();
     return column == Column::id || (column >= Column::x && column <= Column::z) ||
@@ -373,65 +377,85 @@ bool CsvRecords::has(Column column) const {
 }
 
 bool CsvRecords::next() {
-    if (is_by_axis_) return gather_axes();
+    if (is_by_axis_) {
+        if (row_number_ == axes_.size()) return false;
+        row_line_ = axes_[row_number_++].line;
+        return true;
+    }
     if (!next_fields()) return false;
     row_line_ = record_line_;
     ++row_number_;
     return true;
 }
 
+// Columns whose values belong to no point as a whole, such as the limits of an axis.
+void CsvRecords::ignore_beside_axes() {
+    const bool has_id = column_of(Column::id).has_value();
+    for (std::size_t meaning = 0; meaning < column_of_.size(); ++meaning) {
+        const auto column = static_cast<Column>(meaning);
+        const bool is_used = column == Column::axis || column == Column::measured ||
+                             column == Column::nominal || column == Column::id ||
+                             (column == Column::feature && !has_id);
+        if (is_used || column_of_[meaning] == absent) continue;
+        ignored_.push_back(titles_[column_of_[meaning]]);
+        column_of_[meaning] = absent;
+        std::erase_if(read_as_,
+                      [&](const NamedText& one) { return one.name == column_name(column); });
+    }
+}
+
 // The rows of the next feature, each the nominal and the measured coordinate of an axis. An axis
 // that isn't x, y or z is of no use here.
-bool CsvRecords::gather_axes() {
+bool CsvRecords::gather_axes(AxesRow& row) {
     const auto at = [&](Column column) {
         const auto found = column_of(column);
         return found && *found < field_count_ ? std::string_view(fields_[*found])
                                               : std::string_view();
     };
-    const auto set = [&](Column column) -> std::string& {
-        return gathered_[static_cast<std::size_t>(column)];
-    };
-    for (std::string& text : gathered_)
-        text.clear();
     bool has_axis = false;
-    std::string name;
     while (next_fields()) {
         const std::string_view axis = at(Column::axis);
-        const std::string_view own = column_of(Column::id) ? at(Column::id) : at(Column::feature);
-        const std::size_t number =
+        const std::string_view name = column_of(Column::id) ? at(Column::id) : at(Column::feature);
+        const std::size_t letter =
             axis.size() == 1 ? std::string_view("xyzXYZ").find(axis[0]) : std::string_view::npos;
-        if (number == std::string_view::npos) {
+        if (letter == std::string_view::npos) {
             const std::string title = titles_[*column_of(Column::axis)] + " " + std::string(axis);
             if (std::find(ignored_.begin(), ignored_.end(), title) == ignored_.end())
                 ignored_.push_back(title);
             continue;
         }
-        const auto x = static_cast<Column>(static_cast<std::size_t>(Column::x) + number % 3);
-        const auto nominal =
-            static_cast<Column>(static_cast<std::size_t>(Column::nom_x) + number % 3);
-        if (has_axis && ((!own.empty() && own != name) || !set(x).empty())) {
+        const std::size_t number = letter % 3;
+        if (has_axis && ((!name.empty() && name != row.name) || !row.measured[number].empty())) {
             waits_ = true;
             break;
         }
         if (!has_axis) {
-            row_line_ = record_line_;
-            name = own;
+            row.line = record_line_;
+            row.name = name;
         }
         has_axis = true;
-        set(x) = at(Column::measured);
-        set(nominal) = at(Column::nominal);
+        row.measured[number] = at(Column::measured);
+        row.nominal[number] = at(Column::nominal);
     }
-    if (!has_axis) return false;
-    set(Column::id) = set(Column::feature) = name;
-    for (std::size_t axis = 0; axis < 3; ++axis)
-        gathered_[static_cast<std::size_t>(Column::act_x) + axis] =
-            gathered_[static_cast<std::size_t>(Column::x) + axis];
-    ++row_number_;
-    return true;
+    return has_axis;
+}
+
+std::string_view CsvRecords::axes_field(Column column) const {
+    const AxesRow& row = axes_[row_number_ - 1];
+    const auto number = [&](Column first) {
+        return static_cast<std::size_t>(column) - static_cast<std::size_t>(first);
+    };
+    if (column == Column::id || column == Column::feature) return row.name;
+    if (column >= Column::x && column <= Column::z) return row.measured[number(Column::x)];
+    if (column >= Column::act_x && column <= Column::act_z)
+        return row.measured[number(Column::act_x)];
+    if (column >= Column::nom_x && column <= Column::nom_z)
+        return row.nominal[number(Column::nom_x)];
+    return {};
 }
 
 std::string_view CsvRecords::field(Column column) const {
-    if (is_by_axis_) return gathered_[static_cast<std::size_t>(column)];
+    if (is_by_axis_) return axes_field(column);
     const auto at = column_of(column);
     return at && *at < field_count_ ? std::string_view(fields_[*at]) : std::string_view();
 }

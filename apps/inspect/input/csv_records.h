@@ -40,12 +40,13 @@ struct TableNeeds {
     std::string (*missing)(const class CsvRecords&);
 };
 
-/// Reads rows one by one, in constant memory. The columns are found by their titles
-/// (column_names.h) in the first row that has all that is needed; titles, comments and `sep=;`
-/// before that are skipped. They are separated by semicolon, tab, comma or blanks, whichever gives
-/// such a row; a number may have a decimal comma where a comma doesn't separate, or between quotes.
-/// Fields may be quoted (RFC 4180), over several lines too. In a table with one axis a row
-/// (feature, axis, nominal, measured) the rows of a feature become one.
+/// Reads rows one by one, in constant memory, except for a table with one axis per row. The columns
+/// are found by their titles (column_names.h) in the first row that has all that is needed; titles,
+/// comments and `sep=;` before that are skipped. They are separated by semicolon, tab, comma or
+/// blanks, whichever gives such a row; a number may have a decimal comma where a comma doesn't
+/// separate, or between quotes. Fields may be quoted (RFC 4180), over several lines too. In a table
+/// with one axis per row (feature, axis, nominal, measured) the rows of a feature become one; it is
+/// read as a whole, so that all axes of no use are known beforehand.
 class CsvRecords {
 public:
     /// Finds the columns. Throws `Failure` (input) if there are none, or if two could be meant.
@@ -83,6 +84,13 @@ public:
 private:
     static constexpr std::size_t absent = static_cast<std::size_t>(-1);
 
+    // The rows of a feature in a table with one axis per row.
+    struct AxesRow {
+        std::size_t line = 0; // of the first
+        std::string name;
+        std::array<std::string, 3> measured, nominal;
+    };
+
     std::optional<std::size_t> column_of(Column column) const {
         const std::size_t at = column_of_[static_cast<std::size_t>(column)];
         return at == absent ? std::nullopt : std::optional(at);
@@ -95,7 +103,9 @@ private:
     void clear_columns();
     void settle_unit(const TableOptions& options);
     bool next_fields();
-    bool gather_axes();
+    void ignore_beside_axes();
+    bool gather_axes(AxesRow& row);
+    std::string_view axes_field(Column column) const;
     bool is_blank_row() const;
     void split(std::string_view line, char separator);
     void split_blanks(std::string_view line);
@@ -124,7 +134,7 @@ private:
     std::size_t field_count_ = 0;
     std::size_t record_size_ = 0;
     bool open_quote_ = false;
-    std::array<std::string, column_meanings> gathered_; // with one axis a row
+    std::vector<AxesRow> axes_; // all rows of a table with one axis per row
 };
 
 } // namespace velm::inspect

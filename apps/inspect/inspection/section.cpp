@@ -64,7 +64,6 @@ InspectionEnd inspect_section(const SectionOptions& options, Progress& progress)
     if (options.align) {
         aligned = read_all(points);
         require_flat(points, options);
-        describe_columns(points.records(), head);
         head.alignment = align_section(aligned, profile, options.max_angle, points.name());
     }
 

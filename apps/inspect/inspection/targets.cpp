@@ -75,7 +75,7 @@ InspectionEnd inspect_targets(const TargetOptions& options, Progress& progress) 
     TextSource source(options.table);
     TargetRows rows(options, source, progress);
     // Where the head follows from all rows, they are read before it.
-    const bool reads_ahead = options.align || options.skip_bad || rows.records().is_by_axis();
+    const bool reads_ahead = options.align || options.skip_bad;
     std::vector<TargetRow> read;
     TargetRow row;
     while (reads_ahead && rows.next(row))

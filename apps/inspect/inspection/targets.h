@@ -27,7 +27,7 @@ struct TargetOptions {
 
 /// Compares each measured point of a table with its nominal one, and writes the table, the summary
 /// and the reports wanted. All outputs appear together at the end or not at all. An alignment keeps
-/// all rows in memory, as unusable rows and a table with one axis a row do. Returns what it found.
+/// all rows in memory, as unusable rows do. Returns what it found.
 /// Throws `Failure`.
 InspectionEnd inspect_targets(const TargetOptions& options, Progress& progress);
 
