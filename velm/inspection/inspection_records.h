@@ -197,6 +197,8 @@ protected:
     /// key `owner`. `what` is what is lost otherwise: "row 5".
     t_SmartPtr<ERDBObject> part(std::uint64_t place, const char* kind, RecordKey owner,
                                 const std::string& what);
+    /// The record of the next point; null after the last.
+    t_SmartPtr<ERDBObject> next_point(const char* kind, RecordKey owner);
 
     std::uint64_t count_ = 0;
     std::uint64_t read_ = 0; ///< rows

@@ -103,13 +103,10 @@ FitRecordReader::FitRecordReader(InspectionRecords& file, const StoredInspection
 }
 
 bool FitRecordReader::next(FitRow& row) {
-    if (read_ == count_) return false;
-    const t_SmartPtr<ERDBObject> record =
-        part(read_, fitted_point_kind, RecordKey::fit, "point " + std::to_string(read_));
+    const t_SmartPtr<ERDBObject> record = next_point(fitted_point_kind, RecordKey::fit);
+    if (!record) return false;
     const RecordProperties properties(*record);
-    row = FitRow();
-    detail::get_fields(properties, &row, &head_, fields_of<FitRow>());
-    if (row.index != read_++) properties.refuse("the point is not the next one");
+    detail::get_point(properties, row, head_, read_++);
     if (const char* const fault = fault_of(row, head_)) properties.refuse(fault);
     const std::optional<bool> by_the_run = row.in_tolerance;
     judge(row, head_);

@@ -111,6 +111,11 @@ t_SmartPtr<ERDBObject> InspectionRecordReader::part(std::uint64_t place, const c
     return record;
 }
 
+t_SmartPtr<ERDBObject> InspectionRecordReader::next_point(const char* kind, RecordKey owner) {
+    if (read_ == count_) return nullptr;
+    return part(read_, kind, owner, "point " + std::to_string(read_));
+}
+
 SectionRecordReader::SectionRecordReader(InspectionRecords& file,
                                          const StoredInspection& inspection)
     : InspectionRecordReader(file, inspection) {
@@ -171,13 +176,10 @@ void SectionRecordReader::read_edge(const ERDBObject& record) {
 }
 
 bool SectionRecordReader::next(SectionRow& row) {
-    if (read_ == count_) return false;
-    const t_SmartPtr<ERDBObject> record =
-        part(read_, point_kind, RecordKey::section, "point " + std::to_string(read_));
+    const t_SmartPtr<ERDBObject> record = next_point(point_kind, RecordKey::section);
+    if (!record) return false;
     const RecordProperties properties(*record);
-    row = SectionRow();
-    detail::get_fields(properties, &row, &head_, fields_of<SectionRow>());
-    if (row.index != read_++) properties.refuse("the point is not the next one");
+    detail::get_point(properties, row, head_, read_++);
     require_sound(row, head_, outline_, properties);
     judge_again(properties, row, head_, another_distance);
     return true;
@@ -284,13 +286,10 @@ SurfaceRecordReader::SurfaceRecordReader(InspectionRecords& file,
 }
 
 bool SurfaceRecordReader::next(SurfaceRow& row) {
-    if (read_ == count_) return false;
-    const t_SmartPtr<ERDBObject> record =
-        part(read_, surface_point_kind, RecordKey::surfaces, "point " + std::to_string(read_));
+    const t_SmartPtr<ERDBObject> record = next_point(surface_point_kind, RecordKey::surfaces);
+    if (!record) return false;
     const RecordProperties properties(*record);
-    row = SurfaceRow();
-    detail::get_fields(properties, &row, &head_, fields_of<SurfaceRow>());
-    if (row.index != read_++) properties.refuse("the point is not the next one");
+    detail::get_point(properties, row, head_, read_++);
     require_sound(row, head_, properties);
     judge_again(properties, row, head_, another_distance);
     return true;

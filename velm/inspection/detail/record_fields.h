@@ -88,5 +88,13 @@ template <class Subject>
 void get_subject(const RecordProperties& properties, Subject& subject) {
     get_fields(properties, &subject, &subject, fields_of<Subject>());
 }
+/// A row that has its number, which is the expected one.
+template <class Row>
+void get_point(const RecordProperties& properties, Row& row, const typename Row::Head& head,
+               std::uint64_t number) {
+    row = Row();
+    get_fields(properties, &row, &head, fields_of<Row>());
+    if (row.index != number) properties.refuse("the point is not the next one");
+}
 
 } // namespace velm::detail
