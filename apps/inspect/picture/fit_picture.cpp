@@ -42,19 +42,14 @@ LegendNotes FitPicture::notes() const {
     return notes;
 }
 
-FitPicture::Look FitPicture::look(const Summary& summary, int decimals) const {
-    const double reference = reach(head_.tolerance, summary);
-    const DeviationScale scale(head_.tolerance, reference);
-    return {reference, scale,
-            DeviationUnit(std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference}),
-                          decimals),
-            histogram_.cells()};
+PictureLook FitPicture::look(const Summary& summary, int decimals) const {
+    return {histogram_.cells(), reach(head_.tolerance, summary), head_.tolerance, decimals};
 }
 
 std::string FitPicture::svg(const ReportHead& head, const std::vector<FigureLine>& figures,
                             const Summary& summary, int decimals,
                             const std::vector<FitRow>& worst) const {
-    const Look look = this->look(summary, decimals);
+    const PictureLook look = this->look(summary, decimals);
     const double wide = SvgCanvas::width - border - left;
     const double bottom = SvgCanvas::height - palette::foot;
     SvgCanvas canvas(head.title, "Residuals of " + head_.measured);
@@ -73,7 +68,7 @@ std::string FitPicture::svg(const ReportHead& head, const std::vector<FigureLine
 
 PagePictures FitPicture::page(const Summary& summary, int decimals,
                               const std::vector<FitRow>& worst) const {
-    const Look look = this->look(summary, decimals);
+    const PictureLook look = this->look(summary, decimals);
     const std::string legend = page_legend(look.scale, notes(), look.unit);
     const auto draw = [&](double width) {
         constexpr double side = 12.0, high = 0.75; // of the width

@@ -27,14 +27,7 @@ public:
     PagePictures page(const Summary& summary, int decimals, const std::vector<FitRow>& worst) const;
 
 private:
-    // What all pictures of a fit share.
-    struct Look {
-        double reference;
-        DeviationScale scale;
-        DeviationUnit unit;
-        std::vector<DeviationHistogram::Cell> cells;
-    };
-    Look look(const Summary& summary, int decimals) const;
+    PictureLook look(const Summary& summary, int decimals) const;
     LegendNotes notes() const;
 
     FitHead head_;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace velm::inspect {
 namespace {
@@ -11,6 +12,11 @@ namespace {
 constexpr double width = 300.0;
 
 } // namespace
+
+PictureLook::PictureLook(std::vector<DeviationHistogram::Cell> distribution, double usual_large,
+                         const std::optional<Tolerance>& tolerance, int decimals)
+    : cells(std::move(distribution)), reference(usual_large), scale(tolerance, reference),
+      unit(std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference}), decimals) {}
 
 double reference_deviation(const std::vector<DeviationHistogram::Cell>& cells,
                            const std::optional<Tolerance>& tolerance) {

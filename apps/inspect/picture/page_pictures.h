@@ -31,6 +31,18 @@ struct PagePictures {
     static constexpr double wide_width = 900.0, narrow_width = 420.0;
 };
 
+/// What the parts of a picture share: the distribution of the deviations, and how one is coloured,
+/// drawn and written.
+struct PictureLook {
+    std::vector<DeviationHistogram::Cell> cells;
+    double reference; ///< see `reference_deviation`
+    DeviationScale scale;
+    DeviationUnit unit;
+
+    PictureLook(std::vector<DeviationHistogram::Cell> distribution, double usual_large,
+                const std::optional<Tolerance>& tolerance, int decimals);
+};
+
 /// The deviation for which a drawing chooses the length of its whiskers, a usual large one:
 /// exceeded by two in a hundred, but at least the tolerance if that is of the same size.
 double reference_deviation(const std::vector<DeviationHistogram::Cell>& cells,

@@ -83,20 +83,17 @@ std::vector<SectionRow> SectionPicture::rows_to_name(const std::vector<SectionRo
     return rows;
 }
 
-SectionPicture::Look SectionPicture::look(int decimals) const {
+PictureLook SectionPicture::look(int decimals) const {
     std::vector<DeviationHistogram::Cell> cells = histogram_.cells();
     const double reference = reference_deviation(cells, tolerance_);
-    const DeviationScale scale(tolerance_, reference);
-    const double largest =
-        std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference});
-    return {std::move(cells), reference, scale, DeviationUnit(largest, decimals)};
+    return {std::move(cells), reference, tolerance_, decimals};
 }
 
 std::string SectionPicture::title() const {
     return head_.title.empty() ? "Section" : terminal_text(head_.title);
 }
 
-LegendNotes SectionPicture::draw(SvgCanvas& canvas, const CanvasBox& area, const Look& look,
+LegendNotes SectionPicture::draw(SvgCanvas& canvas, const CanvasBox& area, const PictureLook& look,
                                  const std::vector<SectionRow>& worst,
                                  std::string_view name_prefix) const {
     SectionDrawing drawing(canvas, area, outline_, look.scale, tolerance_, look.reference,
@@ -118,7 +115,7 @@ LegendNotes SectionPicture::draw(SvgCanvas& canvas, const CanvasBox& area, const
 
 std::string SectionPicture::svg(const ReportHead& head, const Summary& summary, int decimals,
                                 const std::vector<SectionRow>& worst) const {
-    const Look look = this->look(decimals);
+    const PictureLook look = this->look(decimals);
     SvgCanvas canvas(head.title, "Deviations of " + head.subtitle);
     const Layout layout = lay_out(outline_, draw_header(canvas, head));
     const LegendNotes notes = draw(canvas, layout.drawing, look, worst, "");
@@ -129,7 +126,7 @@ std::string SectionPicture::svg(const ReportHead& head, const Summary& summary, 
     return canvas.finish();
 }
 
-PagePictures::Drawing SectionPicture::page_drawing(double width, const Look& look,
+PagePictures::Drawing SectionPicture::page_drawing(double width, const PictureLook& look,
                                                    const std::vector<SectionRow>& worst,
                                                    std::string_view name_prefix) const {
     constexpr double side = 12.0, most_high = 0.8; // of the width
@@ -142,7 +139,7 @@ PagePictures::Drawing SectionPicture::page_drawing(double width, const Look& loo
 }
 
 PagePictures SectionPicture::page(int decimals, const std::vector<SectionRow>& worst) const {
-    const Look look = this->look(decimals);
+    const PictureLook look = this->look(decimals);
     return {page_drawing(PagePictures::wide_width, look, worst, "wide-"),
             page_drawing(PagePictures::narrow_width, look, worst, "narrow-"),
             page_distribution(look.cells, look.scale, tolerance_.has_value(), look.unit)};

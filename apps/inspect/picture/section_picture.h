@@ -29,20 +29,13 @@ public:
     PagePictures page(int decimals, const std::vector<SectionRow>& worst) const;
 
 private:
-    // The data for the drawing from all rows together.
-    struct Look {
-        std::vector<DeviationHistogram::Cell> cells;
-        double reference;
-        DeviationScale scale;
-        DeviationUnit unit;
-    };
     static constexpr std::size_t most_whiskers = 5000;
     static constexpr std::size_t most_named = 1000;
 
-    Look look(int decimals) const;
-    LegendNotes draw(SvgCanvas& canvas, const CanvasBox& area, const Look& look,
+    PictureLook look(int decimals) const;
+    LegendNotes draw(SvgCanvas& canvas, const CanvasBox& area, const PictureLook& look,
                      const std::vector<SectionRow>& worst, std::string_view name_prefix) const;
-    PagePictures::Drawing page_drawing(double width, const Look& look,
+    PagePictures::Drawing page_drawing(double width, const PictureLook& look,
                                        const std::vector<SectionRow>& worst,
                                        std::string_view name_prefix) const;
     std::string title() const;

@@ -35,13 +35,10 @@ void TargetPicture::add(const TargetRow& row) {
     spots_.push_back(spot_of(row, head_.tolerance));
 }
 
-TargetPicture::Look TargetPicture::look(int decimals) const {
+PictureLook TargetPicture::look(int decimals) const {
     std::vector<DeviationHistogram::Cell> cells = histogram_.cells();
     const double reference = reference_deviation(cells, head_.tolerance);
-    const DeviationScale scale(head_.tolerance, reference);
-    const double largest =
-        std::max({std::fabs(scale.lower()), std::fabs(scale.upper()), reference});
-    return {std::move(cells), reference, scale, DeviationUnit(largest, decimals)};
+    return {std::move(cells), reference, head_.tolerance, decimals};
 }
 
 LegendNotes TargetPicture::notes() const {
@@ -55,7 +52,7 @@ LegendNotes TargetPicture::notes() const {
     return notes;
 }
 
-std::string TargetPicture::drawing(double width, const Look& look,
+std::string TargetPicture::drawing(double width, const PictureLook& look,
                                    const std::vector<TargetRow>& worst) const {
     TargetDrawing drawing(box_, width, {look.scale, look.unit, look.reference});
     if (!spots_.empty()) {
@@ -75,7 +72,7 @@ std::string TargetPicture::drawing(double width, const Look& look,
 }
 
 PagePictures TargetPicture::page(int decimals, const std::vector<TargetRow>& worst) const {
-    const Look look = this->look(decimals);
+    const PictureLook look = this->look(decimals);
     const std::string legend = page_legend(look.scale, notes(), look.unit);
     return {{drawing(PagePictures::wide_width, look, worst), legend},
             {drawing(PagePictures::narrow_width, look, worst), legend},
@@ -84,7 +81,7 @@ PagePictures TargetPicture::page(int decimals, const std::vector<TargetRow>& wor
 
 std::string TargetPicture::svg(const ReportHead& head, const std::vector<FigureLine>& figures,
                                int decimals, const std::vector<TargetRow>& worst) const {
-    const Look look = this->look(decimals);
+    const PictureLook look = this->look(decimals);
     constexpr double border = palette::border, left = palette::column_left,
                      wide = left - border - palette::column_gap,
                      column = SvgCanvas::width - border - left;

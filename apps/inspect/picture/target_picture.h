@@ -30,18 +30,12 @@ public:
     PagePictures page(int decimals, const std::vector<TargetRow>& worst) const;
 
 private:
-    // What all pictures share.
-    struct Look {
-        std::vector<DeviationHistogram::Cell> cells;
-        double reference;
-        DeviationScale scale;
-        DeviationUnit unit;
-    };
     static constexpr std::size_t most_points = 5000;
 
-    Look look(int decimals) const;
+    PictureLook look(int decimals) const;
     LegendNotes notes() const;
-    std::string drawing(double width, const Look& look, const std::vector<TargetRow>& worst) const;
+    std::string drawing(double width, const PictureLook& look,
+                        const std::vector<TargetRow>& worst) const;
 
     TargetHead head_;
     TargetBox box_;
