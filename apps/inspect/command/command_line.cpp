@@ -125,6 +125,13 @@ void CommandLine::flag(const Flag& flag, bool& to, const char* help) {
     app_->add_flag(flag.name, to, help != nullptr ? help : flag.help);
 }
 
+void CommandLine::sync(OutputPaths& paths) {
+    flag(sync_flag, paths.sync);
+    check([&paths] {
+        if (paths.sync && !paths.store) refuse("--sync goes with --store");
+    });
+}
+
 void CommandLine::outputs(std::initializer_list<const OutputOption*> outputs, OutputPaths& to) {
     for (const OutputOption* const output : outputs) {
         const std::shared_ptr<std::string> text = add_text(output->name, "FILE", output->help).text;

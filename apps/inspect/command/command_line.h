@@ -74,6 +74,8 @@ public:
         });
     }
     void flag(const Flag& flag, bool& to, const char* help = nullptr);
+    /// --sync, which goes with --store.
+    void sync(OutputPaths& paths);
     /// One of the choices, which are listed after the help if they have lines of their own.
     template <class Value>
     CLI::Option* choice(const char* name, const char* values, std::string help,

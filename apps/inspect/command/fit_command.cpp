@@ -105,10 +105,7 @@ void add_fit_command(Program& program) {
     line.outputs(
         {&json_output, &csv_output, &svg_output, &html_output, &store_output, &archive_output},
         paths);
-    line.flag(sync_flag, paths.sync);
-    line.check([options] {
-        if (options->paths.sync && !options->paths.store) refuse("--sync goes with --store");
-    });
+    line.sync(paths);
     line.flag(quiet_flag, paths.quiet, "No table, no summary");
     line.check([options, inside, outside] {
         if (*inside && *outside) refuse("--inside and --outside exclude each other");

@@ -119,11 +119,7 @@ void add_section_command(Program& program) {
     line.outputs(
         {&json_output, &csv_output, &svg_output, &html_output, &store_output, &archive_output},
         paths);
-    line.flag(sync_flag, paths.sync);
-    line.check([options] {
-        if (options->paths.sync && !options->paths.store)
-            throw Failure(FailureKind::usage, "--sync goes with --store");
-    });
+    line.sync(paths);
     line.choice<OutlineForm>("--form", "FORM", "Layout of NOMINAL (default: auto)", form_choices,
                              options->form);
     line.option(chain_tolerance_option, options->chain_tolerance);

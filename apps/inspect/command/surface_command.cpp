@@ -77,7 +77,7 @@ void add_surface_command(Program& program) {
     line.outputs({&json_output, &csv_output, &html_output, &ply_output, &vtp_output, &store_output,
                   &archive_output},
                  paths);
-    line.flag(sync_flag, paths.sync);
+    line.sync(paths);
     line.new_file("--keep-nominal", "FILE", "Keeps the faces of a CAD file as an object file",
                   options->nominal.keep);
     line.flag(skip_bad_flag, options->nominal.skip_bad,
@@ -86,8 +86,6 @@ void add_surface_command(Program& program) {
     line.flag(quiet_flag, paths.quiet);
     line.check([options] {
         const MovingOptions& moving = options->moving;
-        if (options->paths.sync && !options->paths.store)
-            throw Failure(FailureKind::usage, "--sync goes with --store");
         if (moving.best_fit && moving.references)
             throw Failure(FailureKind::usage, "--rps and --align exclude each other");
         const bool holds =

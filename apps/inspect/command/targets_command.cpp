@@ -48,11 +48,7 @@ void add_targets_command(Program& program) {
     line.outputs(
         {&json_output, &csv_output, &svg_output, &html_output, &store_output, &archive_output},
         paths);
-    line.flag(sync_flag, paths.sync);
-    line.check([options] {
-        if (options->paths.sync && !options->paths.store)
-            throw Failure(FailureKind::usage, "--sync goes with --store");
-    });
+    line.sync(paths);
     line.choice<bool>("--align", "HOW", align_help, align_choices, options->align);
     line.flag(skip_bad_flag, options->skip_bad);
     line.flag(quiet_flag, paths.quiet);
