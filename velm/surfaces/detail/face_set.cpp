@@ -190,8 +190,11 @@ void FaceSet::build(int threads) {
 
 namespace {
 
-// A first bound: the piece whose centre is nearest, which is on the trim.
-void look_at_some_piece(const SearchedFace& face, LeafSearch& search) {
+// A first bound, without which a leaf that the trim crosses is halved where nothing of the face is:
+// by the piece whose centre is nearest, which is on the trim; if all that are aren't wholly so, by
+// the first that has a place there.
+void bound_by_trim(const SearchedFace& face, int leaf, LeafSearch& search) {
+    if (face.leaves[leaf].in_trim != InTrim::crossing || search.best().squared < HUGE_VAL) return;
     double least = HUGE_VAL;
     int nearest = -1;
     for (std::size_t k = 0; k < face.trim.size(); ++k) {
@@ -203,7 +206,9 @@ void look_at_some_piece(const SearchedFace& face, LeafSearch& search) {
         }
         if (squared < least) least = squared, nearest = static_cast<int>(k);
     }
-    if (nearest >= 0) face.look_at_piece(nearest, search);
+    if (nearest >= 0) return face.look_at_piece(nearest, search);
+    for (std::size_t k = 0; k < face.trim.size() && search.best().leaf < 0; ++k)
+        face.look_at_piece(static_cast<int>(k), search);
 }
 
 } // namespace
@@ -214,8 +219,7 @@ void FaceSet::look(int number, LeafSearch& search) const {
     if (at.index < 0)
         face.look_at_piece(~at.index, search);
     else {
-        if (face.leaves[at.index].in_trim == InTrim::crossing && search.best().squared == HUGE_VAL)
-            look_at_some_piece(face, search);
+        bound_by_trim(face, at.index, search);
         search.leaf(face.leaves, face.leaves[at.index], number, &face);
     }
 }
@@ -262,6 +266,7 @@ void FaceSet::search_at(int face, const ERPoint2D& parameter, LeafSearch& search
     const int leaf = in.leaves.leaf_at(within(parameter.x(), surface.domain_u()),
                                        within(parameter.y(), surface.domain_v()), &s, &t);
     if (leaf < 0) return;
+    bound_by_trim(in, leaf, search);
     search.leaf_from(in.leaves, in.leaves[leaf], in.first_item + leaf, std::clamp(s, -1.0, 1.0),
                      std::clamp(t, -1.0, 1.0), &in);
 }
