@@ -258,8 +258,14 @@ ERVector3D normal_of(const SurfaceTables& tables, const ERPoint2D& at, const Jet
     const ERVector3D regular = regular_normal(tables, jet);
     if (regular.norme2() > 0.0) return regular;
     const ERPoint2D inside(tables.clamped_u(at.x()), tables.clamped_v(at.y()));
-    return limit_normal(detail::surface_point(inside, jet_at(tables, inside, 2).c), tables.u,
-                        tables.v);
+    const ERVector3D limit = limit_normal(
+        detail::surface_point(inside, jet_at(tables, inside, 2).c), tables.u, tables.v);
+    if (tables.kind != SurfaceKind::torus || limit.norme2() > 0.0) return limit;
+    // Where the tube only touches the axis, dP/du vanishes twice.
+    const detail::AnalyticShape& shape = tables.shape;
+    const ERVector3D out = shape.x * std::cos(inside.x()) + shape.y * std::sin(inside.x());
+    const ERVector3D away = out * std::cos(inside.y()) + shape.z * std::sin(inside.y());
+    return shape.radius * shape.small_radius < 0.0 ? -away : away;
 }
 
 // A point moved along the base's normal. Where the base has no normal but the limit, the
