@@ -44,7 +44,7 @@ public:
             bound_ = std::nextafter(max_, HUGE_VAL) * scale * (1.0 + 0x1p-50);
             bound_ *= bound_;
         }
-        if (search.direction) {
+        if (search.direction && search.max_angle < std::numbers::pi) {
             direction_ = search.direction->getnormalized();
             cosine_ = std::cos(search.max_angle);
         }
