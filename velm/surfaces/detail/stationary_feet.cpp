@@ -26,8 +26,14 @@ constexpr double polynomial_rounding = 1e-9;
 // Beside a line of the base that is a point, this near of the size, normals of an offset surface
 // have no digits; so far inside of a side, of the domain, its leaf is looked for.
 constexpr double beside_point = 1e-5, inside_side = 1e-10;
-// A component of an offset along the surface, of the size, that is no longer along the normal.
+// A component of an offset along the surface, of its length and the size, that is no longer along
+// the normal.
 constexpr double askew = 1e-6;
+
+// Whether the distance from a place doesn't bend down along a tangent.
+bool bends_up(const ERVector3D& from, const ERVector3D& tangent, const ERVector3D& bend) {
+    return tangent * tangent + from * bend >= -flat_bend * (tangent * tangent);
+}
 
 } // namespace
 
@@ -188,8 +194,8 @@ void StationaryFeet::zeros_on(int number, double* room) {
 // At a row of poles in one point the derivatives can vanish for one of its parameters alone.
 bool StationaryFeet::is_perpendicular(const SurfaceFoot& foot) const {
     const ERVector3D from(foot.point - p_);
-    return foot.kind != SurfaceFootKind::degenerate ||
-           (from ^ foot.normal).norme() <= askew * tables_.surface.box().diagonal();
+    return (from ^ foot.normal).norme() <=
+           askew * (from.norme() + tables_.surface.box().diagonal());
 }
 
 // A place's tangents and bends: on an offset surface beside a point of its base those of the
@@ -260,32 +266,45 @@ void StationaryFeet::on_analytic(bool limits) {
         }
         bool minimum = is_minimum_on_limit(place);
         // At the tip of a cone the distance has to rise in all directions.
-        for (int k = 0; k < places.count() && foot.kind == SurfaceFootKind::degenerate; ++k)
-            if (!places[k].free_u && !place.free_u && places[k].u == place.u)
-                minimum = minimum && is_minimum_on_limit(places[k]);
+        if (surface_.kind == SurfaceKind::cone && foot.kind == SurfaceFootKind::degenerate)
+            for (int k = 0; k < places.count(); ++k)
+                if (!places[k].free_u && !place.free_u && places[k].u == place.u)
+                    minimum = minimum && is_minimum_on_limit(places[k]);
         if (minimum) keep(foot, true);
     }
 }
 
-// Whether the distance rises inward, and along the limit the place is a minimum.
+// Whether the distance rises inward or is level there and bends up, and along the limit the place
+// is a minimum. Of equally far places all are minima.
 bool StationaryFeet::is_minimum_on_limit(const AnalyticPlace& place) const {
     const SurfaceSide inside = {place.u >= surface_.u.end(), place.v >= surface_.v.end()};
     const Jet jet = sided_jet(surface_, {place.u, place.v}, inside);
-    const ERVector3D from(jet.point() - p_);
-    const auto is_least = [&](bool is_free, bool along_u, int tangent, int bend, bool below) {
+    const AnalyticShape& shape = surface_.shape;
+    const ERVector3D from = shape.x * place.from_query[0] + shape.y * place.from_query[1] +
+                            shape.z * place.from_query[2];
+    const double extent = jet.vector(1).norme2() + jet.vector(2).norme2();
+    const auto is_least = [&](bool is_free, int tangent, int bend, bool below) {
         const ERVector3D t = jet.vector(tangent);
-        if (is_free) return t * t + from * jet.vector(bend) >= 0.0;
-        return rise(jet, along_u, below ? -1.0 : 1.0, product_rounding) > 0.0;
+        if (t.norme2() <= collapsed * extent) return true;
+        if (is_free) return bends_up(from, t, jet.vector(bend));
+        return rises(from, below ? -t : t, jet.vector(bend), product_rounding);
     };
-    return is_least(place.free_u, true, 1, 3, inside.below_u) &&
-           is_least(place.free_v, false, 2, 5, inside.below_v);
+    return is_least(place.free_u, 1, 3, inside.below_u) &&
+           is_least(place.free_v, 2, 5, inside.below_v);
 }
 
-// How the distance rises along u or v, less its rounding.
-double StationaryFeet::rise(const Jet& jet, bool along_u, double sign, double rounding) const {
-    const ERVector3D from(jet.point() - p_), tangent = jet.vector(along_u ? 1 : 2);
-    return sign * (from * tangent) -
-           rounding * tangent.norme() * (from.norme() + tables_.surface.box().diagonal());
+// Whether the distance rises along a tangent, or is level to its rounding and doesn't bend down.
+bool StationaryFeet::rises(const ERVector3D& from, const ERVector3D& tangent,
+                           const ERVector3D& bend, double rounding) const {
+    const double slope = from * tangent;
+    const double level =
+        rounding * tangent.norme() * (from.norme() + tables_.surface.box().diagonal());
+    return slope > level || (slope >= -4.0 * level && bends_up(from, tangent, bend));
+}
+
+bool StationaryFeet::rises(const Jet& jet, bool along_u, double sign, double rounding) const {
+    return rises(ERVector3D(jet.point() - p_), jet.vector(along_u ? 1 : 2) * sign,
+                 jet.vector(along_u ? 3 : 5), rounding);
 }
 
 double StationaryFeet::rounding_on(const SharpLine& line) const {
@@ -297,20 +316,9 @@ bool StationaryFeet::rises(const SharpLine& line, double t) const {
         if (!line.side[which]) continue;
         const Jet jet = jet_at(line.place(tables_.leaves, t, which), line.jet_side(t, which));
         const double sign = which == 0 ? -1.0 : 1.0;
-        if (!(rise(jet, line.constant_u, sign, rounding_on(line)) > 0.0)) return false;
+        if (!rises(jet, line.constant_u, sign, rounding_on(line))) return false;
     }
     return true;
-}
-
-// Whether the distance is stationary across a line, and has a minimum there.
-bool StationaryFeet::bends_up(const SharpLine& line, double t) const {
-    const int which = line.side[1] ? 1 : 0;
-    const Jet jet = jet_at(line.place(tables_.leaves, t, which), line.jet_side(t, which));
-    const ERVector3D from(jet.point() - p_), tangent = jet.vector(line.constant_u ? 1 : 2);
-    const double size = tables_.surface.box().diagonal();
-    const bool stationary = std::fabs(from * tangent) <=
-                            4.0 * rounding_on(line) * tangent.norme() * (from.norme() + size);
-    return stationary && tangent * tangent + from * jet.vector(line.constant_u ? 3 : 5) > 0.0;
 }
 
 void StationaryFeet::on_line(const SharpLine& line) {
@@ -343,8 +351,8 @@ void StationaryFeet::at_meeting(const SharpLine& u_line, const SharpLine& v_line
             last = {a == 0, b == 0};
             const Jet jet = sided_jet(surface_, at, last);
             point = jet.point();
-            if (!(rise(jet, true, a == 0 ? -1.0 : 1.0, product_rounding) > 0.0) ||
-                !(rise(jet, false, b == 0 ? -1.0 : 1.0, product_rounding) > 0.0))
+            if (!rises(jet, true, a == 0 ? -1.0 : 1.0, product_rounding) ||
+                !rises(jet, false, b == 0 ? -1.0 : 1.0, product_rounding))
                 return;
             ++parts;
         }
@@ -360,7 +368,7 @@ void StationaryFeet::at_point(const SharpLine& line) {
     const ERLimites ends = line.curve.domain();
     const int count = samples * static_cast<int>(ends.end());
     for (int k = 0; k <= count; ++k)
-        if (!rises(line, double(k) / samples) && !bends_up(line, double(k) / samples)) return;
+        if (!rises(line, double(k) / samples)) return;
     const int which = line.side[1] ? 1 : 0;
     const ERPoint2D at = line.place(tables_.leaves, 0.0, which);
     const ERPoint3D point = line.curve(0.0);

@@ -30,11 +30,13 @@ private:
     void on_line(const SharpLine& line);
     void at_meeting(const SharpLine& u_line, const SharpLine& v_line);
     void at_point(const SharpLine& line);
-    /// Whether the distance rises from a place: across on the sides of one line.
+    /// Whether the distance rises from a place, or is level and doesn't bend down: across on the
+    /// sides of one line, along u or v, along a tangent.
     bool rises(const SharpLine& line, double t) const;
-    double rise(const Jet& jet, bool along_u, double sign, double rounding) const;
+    bool rises(const Jet& jet, bool along_u, double sign, double rounding) const;
+    bool rises(const ERVector3D& from, const ERVector3D& tangent, const ERVector3D& bend,
+               double rounding) const;
     double rounding_on(const SharpLine& line) const;
-    bool bends_up(const SharpLine& line, double t) const;
     Jet jet_at(const ERPoint2D& at, const SurfaceSide& side) const;
     bool is_minimum(const SurfaceFoot& foot) const;
     bool is_perpendicular(const SurfaceFoot& foot) const;

@@ -1,0 +1,92 @@
+// Searches asked at the limits of what they are made for: points above edges and on axes, hints
+// where nothing of a face is, cones of directions that are wider than half a turn.
+#include "velm/surfaces/cone.h"
+#include "velm/surfaces/cylinder.h"
+#include "velm/surfaces/prepared_part.h"
+#include "velm/surfaces/sphere.h"
+#include "velm/surfaces/torus.h"
+
+#include "support/random.h"
+#include "velm/surfaces/bounded_plane.h"
+#include "velm/surfaces/trimmed_surface.h"
+#include "velm/transforms/transformation_factories.h"
+#include "velm/wireframe/arc.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace velm_test;
+using std::numbers::pi;
+
+const ERLimites turn(0, 2 * pi);
+const ERPmIsometrie3D frame = ERChgRepere3D(ERVector3D(1, 2, 3).getnormalized(), {4, -1, 2});
+
+TEST(SurfaceProjector, ListsTheMinimaAboveEdgesAndAmongEquallyFarPlaces) {
+    const auto check = [](const ERAnyBoundedSurface& surface, const ERPoint3D& p,
+                          const char* what) {
+        const auto projector = velm::SurfaceProjector::on(*velm::prepare(surface));
+        const velm::SurfaceFoot nearest = projector->nearest(p);
+        EXPECT_NEAR(nearest.normal.norme(), 1, 1e-12) << what;
+        std::vector<velm::SurfaceFoot> minima;
+        projector->all_minima(p, HUGE_VAL, minima);
+        ASSERT_FALSE(minima.empty()) << what << p;
+        EXPECT_NEAR(minima.front().distance, nearest.distance, 1e-12) << what << p;
+    };
+    const ERBoundedPlane plane(frame, {-5, 4}, {-3, 5});
+    const ERBoundedCylinder cylinder(frame, 3, {-5, 5}, {-1, 2});
+    const ERBoundedCone cone(frame, ERRadian(0.9), 2, 6), tip(frame, ERRadian(0.5), -4, 6);
+    const ERBoundedSphere sphere(frame, 4, turn, {-pi / 2, pi / 2});
+    const ERBoundedTorus torus(frame, 5, 2, 0.3, 2, -1, 2),
+        touching(frame, 3, 3, 0, 2 * pi, 0, 2 * pi);
+    Random draw{77};
+    for (const ERAnyBoundedSurface* surface : {static_cast<const ERAnyBoundedSurface*>(&plane),
+                                               static_cast<const ERAnyBoundedSurface*>(&cylinder)})
+        for (int i = 0; i < 20; ++i) {
+            const double u = i % 2 == 0 ? surface->udeb() : surface->ufin();
+            const double v = surface->getBoundV()(draw.uniform(0, 1));
+            check(*surface, (*surface)(u, v) + surface->PtCur(u, v).normale() * draw.uniform(-3, 3),
+                  surface->className());
+        }
+    const ERPoint3D centre = frame.origine();
+    check(cone, centre, "apex beyond a cone");
+    check(tip, centre, "apex of a double cone");
+    check(cylinder, centre, "axis of a cylinder");
+    check(sphere, centre, "centre of a sphere");
+    check(sphere, sphere(0, pi / 2) + (sphere(0, pi / 2) - centre) * 0.5, "axis of a sphere");
+    check(torus, centre, "centre of a torus");
+    check(touching, centre, "where a tube touches its axis");
+}
+
+TEST(FaceProjector, TakesHintsWhereNothingOfTheFaceIs) {
+    ERTrimmedSurface trimmed(ERBoundedCone(frame, ERRadian(0.5), 0, 6));
+    trimmed.addBound(ERArc2D({3, pi}, 1.8, 0, 2 * pi), ERSurfaceBoundary::outer);
+    trimmed.addBound(ERArc2D({3, pi}, 0.5, 0, 2 * pi), ERSurfaceBoundary::inner);
+    const auto projector = velm::FaceProjector::on(*velm::prepare_face(trimmed));
+    Random draw{78};
+    for (int i = 0; i < 20; ++i) {
+        const ERPoint3D p = frame.origine() + draw.value<ERPoint3D>(9);
+        const velm::FaceFoot expected = projector->nearest(p);
+        for (const ERPoint2D hint : {ERPoint2D(6, 6), ERPoint2D(0, 0), ERPoint2D(3, pi),
+                                     ERPoint2D(1e300, -1e300), ERPoint2D(NAN, 0)}) {
+            const velm::FaceFoot foot = projector->nearest(p, hint);
+            EXPECT_TRUE(foot.certified) << p << hint;
+            EXPECT_NEAR(foot.distance, expected.distance, 1e-11) << p << hint;
+        }
+    }
+}
+
+TEST(PreparedPart, TakesAllPlacesForAnglesBeyondHalfATurn) {
+    const ERBoundedSphere sphere(frame, 4, turn, {-pi / 2, pi / 2});
+    const auto part = velm::PreparedPart::of({{*velm::prepare_face(sphere), 1}}, 1e-6);
+    velm::PartSearch search;
+    search.direction = ERVector3D(0, 0, 1);
+    for (const double angle : {pi, 4.0}) {
+        search.max_angle = angle;
+        const velm::PartFoot foot = part->nearest(frame.origine() - ERPoint3D(0, 0, 9), search);
+        ASSERT_EQ(foot.face, 0) << angle;
+        EXPECT_NEAR(foot.signed_distance, 5, 1e-12) << angle;
+    }
+}
+
+} // namespace
