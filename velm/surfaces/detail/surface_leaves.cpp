@@ -1,8 +1,7 @@
 #include "velm/surfaces/detail/surface_leaves.h"
 
 #include "velm/curves/detail/bernstein_rows.h"
-#include "velm/numerics/detail/double_double.h"
-#include "velm/surfaces/detail/leaf_polynomial.h"
+#include "velm/surfaces/detail/leaf_maker.h"
 #include "velm/surfaces/detail/offset_fit.h"
 #include "velm/surfaces/detail/sided_jet.h"
 
@@ -16,12 +15,6 @@ namespace {
 
 // Cuts of a patch in each direction at most.
 constexpr int most_cuts = 5;
-// A leaf is convex for points nearer than this many of its diagonals; else it is cut.
-constexpr double convex_reach = 0.5;
-// The thickness of a leaf along its mean normal is at most this part of its diagonal.
-constexpr double most_thickness = 0x1p-4;
-// Leaves no larger than this part of the surface are not cut.
-constexpr double small_leaf = 0x1p-12;
 // Points of a patch this near to each other are one: an eighth of the accuracy of feet.
 constexpr double no_extent = 0x1p-46;
 // Polynomials of higher degrees go to the power form in pairs of doubles: its coefficients are up
@@ -36,71 +29,6 @@ constexpr int most_base_cuts = 8, most_rounding_cuts = 12;
 constexpr std::size_t most_parts = 1024;
 // Where an offset surface folds no leaf is convex, however small: the polynomials' cuts at most.
 constexpr int most_fold_cuts = 2;
-
-// The coefficients of s^k in Bernstein's polynomials i of (1 + s) / 2: element k (n + 1) + i.
-std::vector<DoubleDouble> power_matrix(int n) {
-    const auto size = static_cast<std::size_t>(n) + 1;
-    std::vector<DoubleDouble> basis(size * size); // row i, powers along it
-    basis[0] = 1.0;
-    const DoubleDouble half = 0.5;
-    for (std::size_t degree = 1; degree < size; ++degree)
-        for (std::size_t i = degree + 1; i-- > 0;)
-            for (std::size_t k = degree + 1; k-- > 0;) {
-                const auto at = [&](std::size_t row, std::size_t power, bool exists) {
-                    return exists ? basis[row * size + power] : DoubleDouble();
-                };
-                const DoubleDouble own = at(i, k, i < degree && k < degree);
-                const DoubleDouble own_less = at(i, k - 1, i < degree && k > 0);
-                const DoubleDouble before = at(i - 1, k, i > 0 && k < degree);
-                const DoubleDouble before_less = at(i - 1, k - 1, i > 0 && k > 0);
-                basis[i * size + k] = half * ((own - own_less) + (before + before_less));
-            }
-    std::vector<DoubleDouble> matrix(size * size);
-    for (std::size_t i = 0; i < size; ++i)
-        for (std::size_t k = 0; k < size; ++k)
-            matrix[k * size + i] = basis[i * size + k];
-    return matrix;
-}
-
-// Replaces `count` groups of `width` doubles, `step` from one to the next, by their power form.
-void to_power(double* row, int count, std::ptrdiff_t step, int width,
-              const std::vector<DoubleDouble>& matrix, int plain) {
-    double sums[65];
-    for (int c = 0; c < width; ++c) {
-        for (int k = 0; k < count; ++k) {
-            const DoubleDouble* const factor = &matrix[static_cast<std::size_t>(k * count)];
-            if (count - 1 <= plain) {
-                double sum = 0.0;
-                for (int i = 0; i < count; ++i)
-                    sum += factor[i].hi * row[i * step + c];
-                sums[k] = sum;
-            } else {
-                DoubleDouble sum;
-                for (int i = 0; i < count; ++i)
-                    sum = accurate_sum(sum, factor[i] * DoubleDouble(row[i * step + c]));
-                sums[k] = sum.value();
-            }
-        }
-        for (int k = 0; k < count; ++k)
-            row[k * step + c] = sums[k];
-    }
-}
-
-double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-
-double normalise(double* a) {
-    const double length = std::sqrt(dot3(a, a));
-    if (length > 0.0)
-        for (int c = 0; c < 3; ++c)
-            a[c] /= length;
-    return length;
-}
-
-void cross3(const double* a, const double* b, double* out) {
-    out[0] = a[1] * b[2] - a[2] * b[1];
-    out[1] = a[2] * b[0] - a[0] * b[2];
-    out[2] = a[0] * b[1] - a[1] * b[0];
-}
 
 } // namespace
 
@@ -117,11 +45,10 @@ LeafFrame leaf_frame(const ERMinimax3D& box) {
 // Cuts patches into leaves.
 class LeafCutter {
 public:
-    LeafCutter(SurfaceLeaves& leaves, std::vector<OrientedBox>& boxes, const LeafTrim* trim)
+    LeafCutter(SurfaceLeaves& leaves, std::vector<OrientedBox>& boxes, const LeafTrim* trim,
+               int plain)
         : to_(leaves), boxes_(boxes), trim_(trim), p_(leaves.degree_u), q_(leaves.degree_v),
-          power_u_(power_matrix(p_)), power_v_(power_matrix(q_)),
-          count_(static_cast<std::size_t>(4 * (p_ + 1) * (q_ + 1))), poles_(count_), coefs_(count_),
-          product_(static_cast<std::size_t>((2 * p_ + 1) * (2 * q_ + 1))), unit_(count_) {}
+          maker_(p_, q_, leaves.rational, leaves.size, plain) {}
 
     // What follows is about patches of the base.
     void move(int p, int q, bool rational, double offset) {
@@ -176,17 +103,23 @@ private:
         if (now.in_trim == InTrim::outside) return SurfaceLeaves::no_leaf;
         SurfaceLeaf leaf = {};
         OrientedBox box;
-        make(poles, now, leaf, box);
+        std::copy_n(now.u, 2, leaf.u);
+        std::copy_n(now.v, 2, leaf.v);
+        leaf.limits = leaf.sharp = now.limits;
+        leaf.in_trim = now.in_trim;
+        leaf.patch = number_;
+        maker_.make(poles, origin_, error_, leaf, box);
         const bool u_left = now.cuts_u < most_cuts, v_left = now.cuts_v < most_cuts;
-        if (good_ || !(u_left || v_left)) {
+        if (maker_.is_good() || !(u_left || v_left)) {
             leaf.coefs = to_.coefs.size();
-            for (std::size_t k = 0; k < count_; k += 4)
-                to_.coefs.push_back({{coefs_[k], coefs_[k + 1], coefs_[k + 2], coefs_[k + 3]}});
+            const std::vector<double>& coefs = maker_.coefs();
+            for (std::size_t k = 0; k < coefs.size(); k += 4)
+                to_.coefs.push_back({{coefs[k], coefs[k + 1], coefs[k + 2], coefs[k + 3]}});
             to_.leaves.push_back(leaf);
             boxes_.push_back(box);
             return ~static_cast<std::int32_t>(to_.leaves.size() - 1);
         }
-        const bool along_u = u_left && (cut_u_ || !v_left);
+        const bool along_u = u_left && (maker_.cuts_u() || !v_left);
         return halves(
             poles, p_, q_, now, along_u,
             [this](const std::vector<double>& half, const Part& own) { return part(half, own); });
@@ -287,154 +220,12 @@ private:
         return trim_->place(u, v);
     }
 
-    const double* corner(int i, int j) const {
-        return &poles_[static_cast<std::size_t>(4 * (j * q_ * (p_ + 1) + i * p_))];
-    }
-
-    void make(const std::vector<double>& poles, const Part& now, SurfaceLeaf& leaf,
-              OrientedBox& box) {
-        std::copy_n(now.u, 2, leaf.u);
-        std::copy_n(now.v, 2, leaf.v);
-        leaf.limits = leaf.sharp = now.limits;
-        leaf.in_trim = now.in_trim;
-        leaf.patch = number_;
-        leaf.error = error_;
-        poles_ = poles;
-        double middle[3] = {};
-        for (int c = 0; c < 3; ++c) {
-            for (int k = 0; k < 4; ++k)
-                middle[c] += 0.25 * corner(k & 1, k >> 1)[c] / corner(k & 1, k >> 1)[3];
-            leaf.centre[c] = origin_[c] + middle[c];
-            middle[c] = leaf.centre[c] - origin_[c]; // what is a rounding away stays in the poles
-        }
-        leaf.least_weight = HUGE_VAL;
-        points_.clear();
-        for (std::size_t k = 0; k < count_; k += 4) {
-            leaf.least_weight = std::min(leaf.least_weight, poles_[k + 3]);
-            for (std::size_t c = 0; c < 3; ++c)
-                points_.push_back(poles_[k + c] / poles_[k + 3] + origin_[c]);
-            for (std::size_t c = 0; c < 3; ++c)
-                poles_[k + c] -= poles_[k + 3] * middle[c];
-        }
-        leaf.least_weight *= 1.0 - 0x1p-40; // rounding of the power form
-        coefs_ = poles_;
-        const int plain = fit_ ? plain_offset_degree : plain_degree;
-        to_power(coefs_.data(), q_ + 1, 4 * (p_ + 1), 4 * (p_ + 1), power_v_, plain);
-        for (int j = 0; j <= q_; ++j)
-            to_power(&coefs_[static_cast<std::size_t>(4 * j * (p_ + 1))], p_ + 1, 4, 4, power_u_,
-                     plain);
-        enclose(box);
-        judge(leaf, box);
-    }
-
-    // The box of the poles: along the mean normal, the direction of U and across both.
-    void enclose(OrientedBox& box) {
-        double along_v[3];
-        for (int c = 0; c < 3; ++c) {
-            const auto mean = [&](int k) {
-                return corner(k & 1, k >> 1)[c] / corner(k & 1, k >> 1)[3];
-            };
-            box.axis[0][c] = mean(1) - mean(0) + mean(3) - mean(2);
-            along_v[c] = mean(2) - mean(0) + mean(3) - mean(1);
-        }
-        const double length_v = std::sqrt(dot3(along_v, along_v));
-        if (!(normalise(box.axis[0]) > 0.0)) {
-            std::copy_n(along_v, 3, box.axis[0]);
-            if (!(normalise(box.axis[0]) > 0.0)) box.axis[0][0] = 1.0;
-        }
-        cross3(box.axis[0], along_v, box.axis[2]);
-        if (!(normalise(box.axis[2]) > 1e-6 * length_v)) {
-            // Any direction at right angles to the first.
-            double other[3] = {};
-            int least = 0;
-            for (int c = 1; c < 3; ++c)
-                if (std::fabs(box.axis[0][c]) < std::fabs(box.axis[0][least])) least = c;
-            other[least] = 1.0;
-            cross3(box.axis[0], other, box.axis[2]);
-            normalise(box.axis[2]);
-        }
-        cross3(box.axis[2], box.axis[0], box.axis[1]);
-        box.enclose(points_);
-        for (int k = 0; k < 3; ++k)
-            box.low[k] -= error_, box.high[k] += error_;
-    }
-
-    // Fills what bounds the second derivatives, and judges whether the leaf is small enough.
-    void judge(SurfaceLeaf& leaf, const OrientedBox& box) {
-        LeafJet jet;
-        power_jet_at(coefs_.data(), p_, q_, 0.0, 0.0, jet);
-        const double *const x = jet.x[0], *const xs = jet.x[1], *const xt = jet.x[2];
-        double ps[3], pt[3];
-        for (int c = 0; c < 3; ++c) {
-            ps[c] = (xs[c] - xs[3] * x[c] / x[3]) / x[3];
-            pt[c] = (xt[c] - xt[3] * x[c] / x[3]) / x[3];
-        }
-        const double e = dot3(ps, ps), f = dot3(ps, pt), g = dot3(pt, pt);
-        const double ratio = leaf.ratio = e > 0.0 && g > 0.0 ? std::sqrt(e / g) : 1.0;
-        const auto add = [ratio](const QuadraticPart& part, double factor, double* turn) {
-            turn[0] += factor * (part.turn[0] + ratio * part.turn[1]);
-            turn[1] += factor * (part.turn[2] + part.turn[1] / ratio);
-        };
-        const auto product = [&](const double* a, const double* b, const double* sign) {
-            power_product(a, b, p_, q_, sign, product_.data());
-            return QuadraticPart(product_.data(), 2 * p_, 2 * q_);
-        };
-        constexpr double points[4] = {1, 1, 1, 0}, weights[4] = {0, 0, 0, 1};
-        const double* const r = coefs_.data();
-        leaf.square = product(r, r, points);
-        add(leaf.square, 0.5, leaf.turn[0]);
-        for (std::size_t c = 0; c < 3; ++c) { // w times a component
-            double bends[2] = {};
-            add(weighted(c), 1.0, bends);
-            leaf.turn[1][0] = std::sqrt(leaf.turn[1][0] * leaf.turn[1][0] + bends[0] * bends[0]);
-            leaf.turn[1][1] = std::sqrt(leaf.turn[1][1] * leaf.turn[1][1] + bends[1] * bends[1]);
-        }
-        if (to_.rational) add(product(r, r, weights), 0.5, leaf.turn[2]);
-
-        const double extent[3] = {box.high[0] - box.low[0], box.high[1] - box.low[1],
-                                  box.high[2] - box.low[2]};
-        const double diagonal = std::sqrt(dot3(extent, extent));
-        const double w2 = x[3] * x[3], reach = convex_reach * diagonal;
-        const double loss_u = leaf.turn[0][0] + reach * (leaf.turn[1][0] + norm(jet.x[3])) +
-                              reach * reach * leaf.turn[2][0];
-        const double loss_v = leaf.turn[0][1] + reach * (leaf.turn[1][1] + norm(jet.x[5])) +
-                              reach * reach * leaf.turn[2][1];
-        const double ee = w2 * e - loss_u, gg = w2 * g - loss_v;
-        const double mixed = w2 * std::fabs(f) + reach * norm(jet.x[4]);
-        const bool convex = ee > 0.0 && gg > 0.0 && ee * gg > mixed * mixed;
-        good_ = (convex && extent[2] <= most_thickness * diagonal &&
-                 w2 < 2.0 * leaf.least_weight * leaf.least_weight) ||
-                diagonal < small_leaf * to_.size;
-        cut_u_ = loss_u * g > loss_v * e || (loss_u * g == loss_v * e && e > g);
-    }
-    static double norm(const double* x) { return std::sqrt(dot3(x, x)); }
-
-    // Of the weight times a component.
-    QuadraticPart weighted(std::size_t component) {
-        for (std::size_t k = 0; k < count_; k += 4)
-            if (to_.rational) {
-                unit_[k + component] = coefs_[k + 3];
-            } else {
-                product_[k / 4] = coefs_[k + component];
-            }
-        if (!to_.rational) return {product_.data(), p_, q_};
-        double sign[4] = {};
-        sign[component] = 1.0;
-        power_product(coefs_.data(), unit_.data(), p_, q_, sign, product_.data());
-        for (std::size_t k = 0; k < count_; k += 4)
-            unit_[k + component] = 0.0;
-        return {product_.data(), 2 * p_, 2 * q_};
-    }
-
     SurfaceLeaves& to_;
     std::vector<OrientedBox>& boxes_;
     const LeafTrim* const trim_;
     const int p_, q_;
-    const std::vector<DoubleDouble> power_u_, power_v_;
-    const std::size_t count_;
-    std::vector<double> poles_, coefs_, product_, points_, unit_;
+    LeafMaker maker_;
     int number_ = 0;
-    bool good_ = false, cut_u_ = false;
     std::optional<OffsetFit> fit_; // of the base's patches, which have these degrees
     int base_p_ = 0, base_q_ = 0;
     double origin_[3] = {}; // what the poles of a moved patch count from, local
@@ -460,7 +251,7 @@ void SurfaceLeaves::build(const PreparedSurface& surface, const LeafFrame& local
         along_u_.ends.push_back(patches.patch(i, 0).u.end());
     for (int j = 0; j < nv; ++j)
         along_v_.ends.push_back(patches.patch(0, j).v.end());
-    LeafCutter cutter(*this, boxes, trim);
+    LeafCutter cutter(*this, boxes, trim, base ? plain_offset_degree : plain_degree);
     if (base)
         cutter.move(first.degree_u, first.degree_v, first.rational, surface.offset() * frame.scale);
     for (int j = 0; j < nv; ++j)
