@@ -39,7 +39,7 @@ class VELM_API FaceProjector {
 public:
     static constexpr int default_budget = SurfaceProjector::default_budget;
 
-    /// Nothing on an offset surface that is no plane, cylinder, cone, sphere or torus.
+    /// Of every prepared face; one of an offset surface takes longer, see SurfaceProjector::on.
     static std::optional<FaceProjector> on(const PreparedFace& face);
 
     const PreparedFace& face() const;

@@ -10,7 +10,6 @@
 namespace velm {
 
 using detail::FaceSet;
-using detail::LeafPlace;
 using detail::LeafSearch;
 using detail::PartTables;
 
@@ -20,9 +19,6 @@ namespace {
 // beside this part of the size.
 constexpr double perpendicular_slope = 1e-6;
 constexpr double perpendicular_size = 1e-9;
-
-// Halvings of one leaf for a first place.
-constexpr int quick_budget = 16;
 
 bool is_finite(const ERPoint3D& p) {
     return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
@@ -106,26 +102,9 @@ PartFoot PartTables::found_by(const LeafSearch& search) const {
     return foot;
 }
 
-void PartTables::search(LeafSearch& search) const {
-    const LeafSearch start = search;
-    set->search(search);
-    if (!search.spent()) return;
-    LeafPlace best = search.best();
-    set->tree().nearest(start.query(), best.squared, [&](int number, double) {
-        LeafSearch alone(start.query(), set->local_size(), quick_budget);
-        alone.limit(best.squared);
-        set->look_alone(number, alone);
-        if (alone.best().leaf >= 0) best = alone.best();
-        return true;
-    });
-    search = start;
-    if (best.leaf >= 0) search.offer(best);
-    set->search(search);
-}
-
 PartFoot PartTables::nearest(const ERPoint3D& p) const {
     LeafSearch search = search_from(*set, p);
-    this->search(search);
+    set->search(search);
     return found_by(search);
 }
 
@@ -168,7 +147,7 @@ PartFoot PreparedPart::nearest(const ERPoint3D& p, const PartSearch& conditions)
     const std::optional<PartFoot>& hint = conditions.hint;
     if (hint && hint->face >= 0 && hint->face < faces())
         set.search_at(hint->face, {hint->u, hint->v}, search);
-    tables_->search(search);
+    set.search(search);
     PartFoot foot = tables_->found_by(search);
     const bool is_free = foot.face < 0 || condition.is_faced(foot);
     if (!is_free) foot = nearest_faced(*tables_, p, condition);

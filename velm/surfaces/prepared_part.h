@@ -72,8 +72,8 @@ struct PartSearch {
 
 class VELM_API PreparedPart {
 public:
-    /// Faces that meet within the tolerance, in model units, share an edge. Nothing without faces,
-    /// and where FaceProjector::on has nothing for a face. `threads` share the work.
+    /// Faces that meet within the tolerance, in model units, share an edge. Nothing without faces.
+    /// `threads` share the work.
     static std::optional<PreparedPart> of(std::vector<PartFace> faces, double tolerance,
                                           int threads = 1);
 

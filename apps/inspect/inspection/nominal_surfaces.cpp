@@ -124,7 +124,7 @@ void NominalSurfaces::prepare(const Read& read, const NominalOptions& options) {
     for (const Read::Face& face : read.faces) {
         if (!is_chosen(face.path)) continue;
         std::optional<PreparedFace> prepared = prepare_face(*face.surface);
-        if (!prepared || !FaceProjector::on(*prepared)) {
+        if (!prepared) {
             const std::string reason = "nearest points of a surface of kind " +
                                        std::string(surface_kind(*face.surface)) +
                                        " like this one can't be found";

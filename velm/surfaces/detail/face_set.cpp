@@ -15,23 +15,27 @@ constexpr double smooth_turn = 1e-6;
 // Second derivatives of the squared distance that are this small beside the square of the speed
 // make all of a trim curve near the foot equally far.
 constexpr double flat_bend = 1e-9;
+// Halvings of one leaf for a first place.
+constexpr int quick_budget = 16;
 
 double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
-// The surface as patches with its own parameters, of analytic ones what the trim's box leaves.
+// The surface as patches with its own parameters, of analytic ones what the trim's box leaves, or
+// an offset surface.
 PreparedSurface patches_of(const SearchedFace& face) {
     const PreparedSurface& surface = face.face.surface();
-    if (surface.patches_u() > 0) return surface;
+    if (surface.patches_u() > 0 || surface.base()) return surface;
     ERLimites u, v;
     face.region.box(u, v);
     return angular_patches_of(SurfaceTables::of(surface), u, v);
 }
 
 // The boxes of the patches that the trim's box meets.
-ERMinimax3D box_of(const SearchedFace& face, const PreparedSurface& patches) {
+ERMinimax3D box_of(const SearchedFace& face, const PreparedSurface& surface) {
     ERLimites u, v;
     face.region.box(u, v);
     ERMinimax3D box;
+    const PreparedSurface patches = surface.base().value_or(surface);
     for (int j = 0; j < patches.patches_v(); ++j)
         for (int i = 0; i < patches.patches_u(); ++i) {
             const SurfacePatch patch = patches.patch(i, j);
@@ -39,6 +43,7 @@ ERMinimax3D box_of(const SearchedFace& face, const PreparedSurface& patches) {
             if (patch.v.end() < v.start() || patch.v.start() > v.end()) continue;
             box.Update(patch.box);
         }
+    box.Inflate(std::fabs(surface.offset()));
     return box;
 }
 
@@ -115,13 +120,16 @@ void set_trim_place(const SearchedFace& face, FaceFoot& foot) {
 }
 
 // Marks the sides of leaves that are on creases.
-void mark_creases(SurfaceLeaves& leaves, const PreparedSurface& patches) {
-    const SurfaceTables& tables = SurfaceTables::of(patches);
-    const auto smooth = [](const std::vector<int>& orders) {
-        return std::all_of(orders.begin(), orders.end(), [](int order) { return order > 0; });
+void mark_creases(SurfaceLeaves& leaves, const PreparedSurface& surface) {
+    const std::optional<PreparedSurface> base = surface.base();
+    const SurfaceTables& tables = SurfaceTables::of(base ? *base : surface);
+    const int enough = base ? 2 : 1;
+    const auto smooth = [enough](const std::vector<int>& orders) {
+        return std::all_of(orders.begin(), orders.end(),
+                           [enough](int order) { return order >= enough; });
     };
     if (smooth(tables.continuous_u) && smooth(tables.continuous_v)) return;
-    for (const SharpLine& line : sharp_lines(patches, leaves))
+    for (const SharpPlace& line : sharp_places(surface, leaves))
         for (SurfaceLeaf& leaf : leaves.leaves) {
             const bool u = line.constant_u;
             const auto at = [&](double s) {
@@ -147,8 +155,6 @@ FaceSet::FaceSet(std::vector<PreparedFace> faces) {
 
 std::shared_ptr<const FaceSet> FaceSet::of(std::vector<PreparedFace> faces, int threads) {
     if (faces.empty()) return nullptr;
-    for (const PreparedFace& face : faces)
-        if (face.surface().kind() == SurfaceKind::offset) return nullptr;
     const std::shared_ptr<FaceSet> set(new FaceSet(std::move(faces)));
     set->build(threads);
     return set;
@@ -166,7 +172,7 @@ void FaceSet::build(int threads) {
     in_parts(faces_.size(), threads, [&](std::size_t from, std::size_t to) {
         for (std::size_t i = from; i < to; ++i) {
             SearchedFace& face = faces_[i];
-            face.leaves.build(*patches[i], frame_, boxes[i], &face);
+            face.leaves.build(*patches[i], frame_, boxes[i], &face, local_size_);
             mark_creases(face.leaves, *patches[i]);
             lift_trim(FaceTables::of(face.face), *patches[i], face.leaves, local_size_, face.trim,
                       boxes[i]);
@@ -244,7 +250,7 @@ void FaceSet::look_alone(int number, LeafSearch& search) const {
         search.leaf(face.leaves, face.leaves[at.index], number, &trim);
 }
 
-void FaceSet::search(LeafSearch& search) const {
+void FaceSet::look_at_all(LeafSearch& search) const {
     const double left_out =
         tree_.nearest(search.query(), search.best().squared, [&](int number, double squared) {
             if (search.spent())
@@ -254,6 +260,23 @@ void FaceSet::search(LeafSearch& search) const {
             return true;
         });
     search.left_out(left_out);
+}
+
+void FaceSet::search(LeafSearch& search) const {
+    const LeafSearch start = search;
+    look_at_all(search);
+    if (!search.spent()) return;
+    LeafPlace best = search.best();
+    tree_.nearest(start.query(), best.squared, [&](int number, double) {
+        LeafSearch alone(start.query(), local_size_, quick_budget);
+        alone.limit(best.squared);
+        look_alone(number, alone);
+        if (alone.best().leaf >= 0) best = alone.best();
+        return true;
+    });
+    search = start;
+    if (best.leaf >= 0) search.offer(best);
+    look_at_all(search);
 }
 
 void FaceSet::search_at(int face, const ERPoint2D& parameter, LeafSearch& search) const {

@@ -36,7 +36,7 @@ struct SearchedFace final : public LeafTrim {
 
 class FaceSet {
 public:
-    /// Null where a surface can't be searched. `threads` share the work.
+    /// Null without faces. `threads` share the work.
     static std::shared_ptr<const FaceSet> of(std::vector<PreparedFace> faces, int threads);
 
     int size() const { return static_cast<int>(faces_.size()); }
@@ -46,7 +46,9 @@ public:
     const ERMinimax3D& box() const { return box_; }
     double local_size() const { return local_size_; }
 
-    /// Looks at everything that may be nearer than the best place.
+    /// Looks at everything that may be nearer than the best place. If the budget ends, the search
+    /// is begun again from the nearest of places that take few halvings each: most of a budget goes
+    /// into leaves that are far beyond it.
     void search(LeafSearch& search) const;
     /// Looks at the leaf of a parameter first.
     void search_at(int face, const ERPoint2D& parameter, LeafSearch& search) const;
@@ -65,6 +67,7 @@ private:
     explicit FaceSet(std::vector<PreparedFace> faces);
     void build(int threads);
     void look(int number, LeafSearch& search) const;
+    void look_at_all(LeafSearch& search) const;
     FaceFoot trim_foot(const SearchedFace& face, const LeafPlace& place, const double* q) const;
 
     std::vector<SearchedFace> faces_;

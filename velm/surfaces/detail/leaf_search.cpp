@@ -3,6 +3,7 @@
 #include "velm/curves/detail/basis_functions.h"
 
 #include <type_traits>
+#include <utility>
 
 namespace velm::detail {
 namespace {
@@ -244,7 +245,7 @@ bool LeafSearch::newton(const View& view, int number, double x, double y) {
                         place_after(view, p, q, rational, jet, x, y, step, number);
                     done = true;
                     if (place.squared <= best_.squared && trim_ != nullptr && !inside(place)) {
-                        missed(loss);
+                        missed(distance, loss, leaf_->error);
                         return;
                     }
                     offer(place);
@@ -272,7 +273,11 @@ bool LeafSearch::newton(const View& view, int number, double x, double y) {
 }
 
 void LeafSearch::halve(const SurfaceLeaf& leaf, const View& whole, int number) {
-    if (trim_ != nullptr) trim_->search_border(leaf, *this);
+    if (trim_ != nullptr) { // what is left out there isn't off by the leaf's error
+        std::swap(lower_, border_lower_);
+        trim_->search_border(leaf, *this);
+        std::swap(lower_, border_lower_);
+    }
     const int p = whole.p, q = whole.q;
     const auto grid = static_cast<std::size_t>(4 * (p + 1) * (q + 1)),
                square = static_cast<std::size_t>((2 * p + 1) * (2 * q + 1));

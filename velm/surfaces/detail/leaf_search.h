@@ -70,9 +70,13 @@ public:
     /// Takes one halving from the budget; returns whether there was one.
     bool halving() { return --budget_ >= 0; }
 
-    /// The nearest place of a part where the squared distance is convex, to within `loss`, is
-    /// outside of the trim.
-    void missed(double loss) { missed_ = std::max(missed_, loss); }
+    /// The nearest place of a part where the squared distance is convex, at this distance, to
+    /// within `loss` of its square and off the surface by `error`, is outside of the trim.
+    void missed(double distance, double loss, double error) {
+        const bool is_small = loss <= 0.5 * allowed(distance) * distance;
+        (is_small ? missed_ : missed_nearby_) = std::max(is_small ? missed_ : missed_nearby_, loss);
+        missed_error_ = std::max(missed_error_, error);
+    }
     /// No other place is nearer than this, squared.
     void left_out(double squared) { lower_ = std::min(lower_, squared); }
 
@@ -80,7 +84,18 @@ public:
     /// The best place found; its squared distance is the bound of what is worth a look.
     const LeafPlace& best() const { return best_; }
     /// Squared: nothing on the leaves that were offered is nearer.
-    double lower() const { return std::min(lower_, best_.squared) - missed_; }
+    /// Of parts whose nearest place was missed, those where it is further away than the best one
+    /// hold nothing nearer than that less their loss; of the others the loss is small beside the
+    /// best distance too.
+    double lower() const {
+        const double distance = std::sqrt(best_.squared);
+        const double loss =
+            std::max(std::min(missed_, 0.5 * allowed(distance) * distance), missed_nearby_);
+        const double shown = std::min(lower_, border_lower_);
+        if (loss == 0.0) return std::min(shown, best_.squared);
+        const double least = std::sqrt(std::max(0.0, best_.squared - loss)) - missed_error_;
+        return std::min(shown, least > 0.0 ? least * least : 0.0);
+    }
     bool spent() const { return budget_ < 0; }
     double allowed(double distance) const {
         return foot_size_part * size_ + foot_distance_part * distance;
@@ -110,7 +125,8 @@ private:
         const double before = lower_;
         lower_ = HUGE_VAL;
         look();
-        const double own = std::max(0.0, std::sqrt(lower()) - leaf.error);
+        const double least = std::sqrt(std::max(0.0, std::min(lower_, best_.squared)));
+        const double own = std::max(0.0, least - leaf.error);
         lower_ = std::min(before, own * own);
     }
     void offer_if_inside(const LeafPlace& place) {
@@ -130,8 +146,9 @@ private:
     double size_;
     int budget_;
     LeafPlace best_;
-    double lower_ = HUGE_VAL;
-    double missed_ = 0.0; // by nearest places outside of the trim, squared
+    double lower_ = HUGE_VAL, border_lower_ = HUGE_VAL;
+    // By nearest places outside of the trim: losses of squares, and errors.
+    double missed_ = 0.0, missed_nearby_ = 0.0, missed_error_ = 0.0;
     // Of the leaf at hand; no trim unless it crosses the leaf.
     const SurfaceLeaves* leaves_ = nullptr;
     const SurfaceLeaf* leaf_ = nullptr;

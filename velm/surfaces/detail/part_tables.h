@@ -21,10 +21,6 @@ struct PartTables {
     PartFoot found_by(const LeafSearch& search) const;
     /// Without conditions, and without a side.
     PartFoot nearest(const ERPoint3D& p) const;
-    /// Looks at everything. If the budget ends, the search is begun again from the nearest of
-    /// places that take few halvings each: most of a budget goes into leaves that are far beyond
-    /// it.
-    void search(LeafSearch& search) const;
 };
 
 /// Sets signed_distance, side and outward of a foot of p; a foot on a seam that is smooth becomes

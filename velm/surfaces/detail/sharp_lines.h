@@ -11,18 +11,25 @@ namespace velm::detail {
 
 /// A line of constant u or v. It has the surface on one side or both: below, at the parameter
 /// at[0], and above, at at[1]; the two differ at a seam.
-struct SharpLine {
+struct SharpPlace {
     bool constant_u;
     bool side[2];
     double at[2];
-    PreparedCurve<3> curve; ///< by the number of the patch and its own parameter
-    bool collapsed;         ///< a point
+    double end; ///< the number of patches along it
 
-    /// The parameter (u, v) of t on the curve, on a side, and that side for a jet.
+    /// The parameter (u, v) of t, the number of a patch plus its own parameter, on a side, and that
+    /// side for a jet.
     ERPoint2D place(const SurfaceLeaves& leaves, double t, int which) const;
     SurfaceSide jet_side(double t, int which) const;
 };
+struct SharpLine : SharpPlace {
+    PreparedCurve<3> curve; ///< by t
+    bool collapsed;         ///< a point
+};
 
+/// The places of all, of a trimmed surface too.
+std::vector<SharpPlace> sharp_places(const PreparedSurface& surface, const SurfaceLeaves& leaves);
+/// REQUIRES the leaves of the whole surface.
 std::vector<SharpLine> sharp_lines(const PreparedSurface& surface, const SurfaceLeaves& leaves);
 
 } // namespace velm::detail

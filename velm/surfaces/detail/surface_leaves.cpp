@@ -83,7 +83,7 @@ public:
             }
             local[k + 3] = w * unit;
         }
-        if (trim_ != nullptr && is_line(local)) return SurfaceLeaves::no_leaf;
+        if (trim_ != nullptr && is_line(local, given)) return SurfaceLeaves::no_leaf;
         const InTrim in_trim = trim_ == nullptr ? InTrim::inside : InTrim::crossing;
         const Part whole{{0.0, 1.0}, {0.0, 1.0}, limits, 0, 0, in_trim};
         return fit_ ? moved(local, whole) : part(local, whole);
@@ -127,7 +127,9 @@ private:
 
     // The leaves of the offset of a part of a patch: of the polynomial that stands for it, or of
     // its halves while that is too far off.
-    std::int32_t moved(const std::vector<double>& base, const Part& now) {
+    std::int32_t moved(const std::vector<double>& base, Part now) {
+        if (now.in_trim == InTrim::crossing) now.in_trim = place(now);
+        if (now.in_trim == InTrim::outside) return SurfaceLeaves::no_leaf;
         const double wanted = offset_error * to_.size;
         fit_->fit(base.data(), wanted);
         const bool u_left = now.cuts_u < most_base_cuts, v_left = now.cuts_v < most_base_cuts;
@@ -194,8 +196,16 @@ private:
     }
 
     // Whether a patch, as between knots that differ by roundings, has no extent in one direction:
-    // then its neighbours' sides are the patch.
-    bool is_line(const std::vector<double>& poles) const {
+    // then its neighbours' sides are the patch. Of a base the offset may have an extent, except
+    // between such knots.
+    bool is_line(const std::vector<double>& poles, const SurfacePatch& given) const {
+        const int p = given.degree_u, q = given.degree_v;
+        const auto is_thin = [](const ERLimites& own, const std::vector<double>& ends) {
+            constexpr double thin = 1e-12;
+            return own.amplitude() <= thin * (ends.back() - ends.front());
+        };
+        if (fit_ && !is_thin(given.u, to_.along_u_.ends) && !is_thin(given.v, to_.along_v_.ends))
+            return false;
         const auto extent = [&](int count, int others, int step, int other_step) {
             double most = 0.0;
             for (int other = 0; other < others; ++other)
@@ -207,9 +217,9 @@ private:
                     }
             return most;
         };
-        const int row = 4 * (p_ + 1);
-        return extent(p_ + 1, q_ + 1, 4, row) <= no_extent ||
-               extent(q_ + 1, p_ + 1, row, 4) <= no_extent;
+        const int row = 4 * (p + 1);
+        return extent(p + 1, q + 1, 4, row) <= no_extent ||
+               extent(q + 1, p + 1, row, 4) <= no_extent;
     }
     InTrim place(const Part& now) const {
         const int i = number_ % to_.along_u_.patches(), j = number_ / to_.along_u_.patches();
@@ -234,7 +244,7 @@ private:
 };
 
 void SurfaceLeaves::build(const PreparedSurface& surface, const LeafFrame& local,
-                          std::vector<OrientedBox>& boxes, const LeafTrim* trim) {
+                          std::vector<OrientedBox>& boxes, const LeafTrim* trim, double most_size) {
     *this = {};
     frame = local;
     const std::optional<PreparedSurface> base = surface.base();
@@ -244,7 +254,7 @@ void SurfaceLeaves::build(const PreparedSurface& surface, const LeafFrame& local
     degree_u = base ? OffsetFit::degree : first.degree_u;
     degree_v = base ? OffsetFit::degree : first.degree_v;
     rational = !base && first.rational;
-    size = surface.box().diagonal() * frame.scale;
+    size = std::min(surface.box().diagonal() * frame.scale, most_size);
     along_u_ = {{surface.domain_u().start()}, first.angular_u};
     along_v_ = {{surface.domain_v().start()}, first.angular_v};
     for (int i = 0; i < nu; ++i)

@@ -7,6 +7,7 @@
 #include "velm/surfaces/detail/leaf_polynomial.h"
 #include "velm/surfaces/detail/surface_tables.h"
 
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <vector>
@@ -80,16 +81,17 @@ struct SurfaceLeaves {
     bool rational = false;
     /// Whether first and last row or column of poles agree, so that the limit is a seam.
     bool closed_u = false, closed_v = false;
-    double size = 0.0; ///< diagonal of the box, local
+    double size = 0.0; ///< diagonal of the box, local, or what is searched if that is smaller
     std::vector<SurfaceLeaf> leaves;
     std::vector<AlignedPole> coefs;
 
     /// Of a surface of patches, or of an offset surface, whose patches are those of its base, with
     /// polynomials instead that are within 2^-45 of the size wherever the base has a normal; boxes
-    /// hold the surface itself. With a trim, of what that leaves of it. `boxes` gets the box of
-    /// each leaf after those that are there.
+    /// hold the surface itself. With a trim, of what that leaves of it; sizes are relative to no
+    /// more than `most_size`, local. `boxes` gets the box of each leaf after those that are there.
     void build(const PreparedSurface& surface, const LeafFrame& local,
-               std::vector<OrientedBox>& boxes, const LeafTrim* trim = nullptr);
+               std::vector<OrientedBox>& boxes, const LeafTrim* trim = nullptr,
+               double most_size = HUGE_VAL);
 
     const SurfaceLeaf& operator[](int i) const { return leaves[static_cast<std::size_t>(i)]; }
     const double* poles(const SurfaceLeaf& leaf) const { return coefs[leaf.coefs].c; }

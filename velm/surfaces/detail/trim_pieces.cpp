@@ -2,8 +2,8 @@
 
 #include "velm/curves/detail/bernstein_rows.h"
 #include "velm/curves/detail/bernstein_signs.h"
-#include "velm/numerics/detail/double_double.h"
 #include "velm/surfaces/detail/face_region.h"
+#include "velm/surfaces/detail/trim_lift.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,61 +11,12 @@
 namespace velm::detail {
 namespace {
 
-// The remainder of a piece, of the size: an eighth of the certificate's accuracy.
-constexpr double most_remainder = 0x1p-46;
-// The terms from the third order on are this part of the first at most.
-constexpr double most_bent = 0.25;
-// Pieces this small, of the size, are not halved for being bent.
-constexpr double small_piece = 0x1p-20;
 constexpr int most_halvings = 24;
 // Zeros are isolated to this part of a curve's own interval.
 constexpr int zero_depth = 48;
-// Above this degree power coefficients are computed in pairs of doubles: they cancel.
-constexpr int plain_degree = 7;
-// An angle whose tangent's series is of use.
-constexpr double most_angle = 1.2;
-
-double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-
-void cross3(const double* a, const double* b, double* out) {
-    for (int c = 0; c < 3; ++c)
-        out[c] = a[(c + 1) % 3] * b[(c + 2) % 3] - a[(c + 2) % 3] * b[(c + 1) % 3];
-}
-
-double binomial(int n, int k) {
-    double result = 1.0;
-    for (int i = 1; i <= k; ++i)
-        result = result * (n - k + i) / i;
-    return std::round(result);
-}
-
-double plain(double x) { return x; }
-double plain(DoubleDouble x) { return x.value(); }
-
-// The coefficients of (x - at)^k: those of order k are the binomial times the k-th difference of
-// level n - k of de Casteljau's scheme. `work` is the row's size.
-template <class T>
-void taylor_row(const double* poles, int count, int width, std::ptrdiff_t stride, double at,
-                std::vector<T>& work, double* out, std::ptrdiff_t out_stride) {
-    const auto size = static_cast<std::size_t>(count), wide = static_cast<std::size_t>(width);
-    work.resize(size * wide);
-    for (std::size_t i = 0; i < size; ++i)
-        for (std::size_t c = 0; c < wide; ++c)
-            work[i * wide + c] = poles[stride * std::ptrdiff_t(i) + std::ptrdiff_t(c)];
-    const T t = at, rest = T(1.0) - t;
-    for (int k = count - 1; k >= 0; --k) {
-        for (std::size_t c = 0; c < wide; ++c) {
-            T difference = 0.0;
-            for (int i = 0; i <= k; ++i) {
-                const T term = work[std::size_t(i) * wide + c] * T(binomial(k, i));
-                difference = (k - i) % 2 == 0 ? difference + term : difference - term;
-            }
-            out[out_stride * k + std::ptrdiff_t(c)] = plain(difference * T(binomial(count - 1, k)));
-        }
-        for (std::size_t i = 0; i < std::size_t(k) * wide; ++i)
-            work[i] = work[i] * rest + work[i + wide] * t;
-    }
-}
+// A piece on a part of an offset surface that was left out is on the next part if that is as near
+// as this part of the limits.
+constexpr double nearest_part = 1e-9;
 
 // Where a polynomial in the Bernstein basis changes sign in (0, 1).
 void sign_changes(std::vector<double>& c, double low, double high, int depth,
@@ -82,22 +33,19 @@ void sign_changes(std::vector<double>& c, double low, double high, int depth,
     sign_changes(c, middle, high, depth - 1, zeros);
 }
 
-// A rational Bezier curve in the parameters, about an origin: u w, v w, w.
-struct FlatCurve {
-    std::vector<double> poles;
-    double origin[2];
-    double part[2];
-    int patch[2] = {-1, -1}; // the patch that is meant, by column and row; -1: the one it is in
-
-    int degree() const { return static_cast<int>(poles.size() / 3) - 1; }
-};
-
 class TrimLifter {
 public:
-    TrimLifter(const FaceTables& face, const PreparedSurface& patches, const LeafFrame& frame,
+    TrimLifter(const FaceTables& face, const PreparedSurface& surface, const SurfaceLeaves& leaves,
                double size, std::vector<LiftedPiece>& pieces, std::vector<OrientedBox>& boxes)
-        : face_(face), region_(face), tables_(SurfaceTables::of(patches)), frame_(frame),
-          size_(size), pieces_(pieces), boxes_(boxes) {}
+        : face_(face), region_(face), leaves_(leaves), is_offset_(surface.base().has_value()),
+          u_(surface.domain_u()), v_(surface.domain_v()),
+          columns_(surface.base().value_or(surface).patches_u()), lift_(surface, leaves, size),
+          pieces_(pieces), boxes_(boxes) {
+        if (is_offset_)
+            lines_of_leaves();
+        else
+            lines_of_patches(SurfaceTables::of(surface));
+    }
 
     void edge(int loop, int number) {
         loop_ = loop, edge_ = number;
@@ -124,30 +72,63 @@ public:
     }
 
     // The sharp sides of a leaf that the trim doesn't leave outside.
-    void sides(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf) {
+    void sides(int number) {
+        const SurfaceLeaf& leaf = leaves_[number];
         constexpr double corner[4][4] = {
             {-1, -1, -1, 1}, {1, -1, 1, 1}, {-1, -1, 1, -1}, {-1, 1, 1, 1}};
         for (int side = 0; side < 4; ++side) {
             if (!(leaf.sharp >> side & 1)) continue;
             const double* const at = corner[side];
-            const double u[2] = {leaves.u_at(leaf, at[0]), leaves.u_at(leaf, at[2])},
-                         v[2] = {leaves.v_at(leaf, at[1]), leaves.v_at(leaf, at[3])};
+            const double u[2] = {leaves_.u_at(leaf, at[0]), leaves_.u_at(leaf, at[2])},
+                         v[2] = {leaves_.v_at(leaf, at[1]), leaves_.v_at(leaf, at[3])};
             loop_ = edge_ = -1;
-            const int columns = tables_.patches_u();
             halves({{0.0, 0.0, 1.0, u[1] - u[0], v[1] - v[0], 1.0},
                     {u[0], v[0]},
                     {0.0, 1.0},
-                    {leaf.patch % columns, leaf.patch / columns}},
+                    {leaf.patch % columns_, leaf.patch / columns_},
+                    is_offset_ ? number : -1},
                    0.0, 1.0, most_halvings);
         }
     }
 
 private:
-    // Cuts where the curve changes from patch to patch.
+    void lines_of_patches(const SurfaceTables& tables) {
+        lines_[0] = tables.ends_u;
+        lines_[1] = tables.ends_v;
+    }
+    void lines_of_leaves() {
+        for (const SurfaceLeaf& leaf : leaves_.leaves)
+            for (const double side : {-1.0, 1.0}) {
+                lines_[0].push_back(leaves_.u_at(leaf, side));
+                lines_[1].push_back(leaves_.v_at(leaf, side));
+            }
+        for (std::vector<double>& lines : lines_) {
+            std::sort(lines.begin(), lines.end());
+            lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
+        }
+    }
+
+    // The leaf that a place of a curve is on, -1 where the trim left none.
+    int leaf_of(const FlatCurve& curve, double at) const {
+        double place[3];
+        row_value({curve.poles.data(), curve.degree() + 1, 3}, at, place);
+        const double u = curve.origin[0] + place[0] / place[2],
+                     v = curve.origin[1] + place[1] / place[2];
+        for (const double step : {0.0, nearest_part, -nearest_part})
+            for (const double other : {0.0, nearest_part, -nearest_part}) {
+                double s = 0.0, t = 0.0;
+                const int leaf =
+                    leaves_.leaf_at(u + step * u_.amplitude(), v + other * v_.amplitude(), &s, &t);
+                if (leaf >= 0) return leaf;
+            }
+        return -1;
+    }
+
+    // Cuts where the curve changes from patch to patch, or from leaf to leaf.
     void cut(const FlatCurve& curve) {
         std::vector<double> zeros{0.0, 1.0};
         for (const std::size_t axis : {0u, 1u})
-            for (const double end : axis == 0 ? tables_.ends_u : tables_.ends_v) {
+            for (const double end : lines_[axis]) {
                 std::vector<double> c;
                 double most = 0.0;
                 for (std::size_t k = 0; k < curve.poles.size(); k += 3) {
@@ -159,15 +140,23 @@ private:
                 if (most > 0x1p-50 * reach) sign_changes(c, 0.0, 1.0, zero_depth, zeros);
             }
         std::sort(zeros.begin(), zeros.end());
-        for (std::size_t i = 0; i + 1 < zeros.size(); ++i)
-            if (zeros[i + 1] - zeros[i] > std::ldexp(2.0, -zero_depth))
-                halves(curve, zeros[i], zeros[i + 1], most_halvings);
+        for (std::size_t i = 0; i + 1 < zeros.size(); ++i) {
+            if (!(zeros[i + 1] - zeros[i] > std::ldexp(2.0, -zero_depth))) continue;
+            FlatCurve part = curve;
+            if (is_offset_) {
+                part.leaf = leaf_of(curve, 0.5 * (zeros[i] + zeros[i + 1]));
+                if (part.leaf < 0) continue; // outside of another loop
+                const int patch = leaves_[part.leaf].patch;
+                part.patch[0] = patch % columns_, part.patch[1] = patch / columns_;
+            }
+            halves(part, zeros[i], zeros[i + 1], most_halvings);
+        }
     }
 
     void halves(const FlatCurve& curve, double low, double high, int left) {
         LiftedPiece piece = {};
         OrientedBox box;
-        if (!lift(curve, low, high, left == 0, piece, box) && left > 0) {
+        if (!lift_.lift(curve, low, high, left == 0, piece, box) && left > 0) {
             const double middle = 0.5 * (low + high);
             halves(curve, low, middle, left - 1);
             halves(curve, middle, high, left - 1);
@@ -186,271 +175,25 @@ private:
                 piece.ends[k] = ERPoint2D(curve.origin[0] + piece.part[k] * line[3],
                                           curve.origin[1] + piece.part[k] * line[4]);
         }
-        const double u[2] = {middle_[0] - reach_[0], middle_[0] + reach_[0]},
-                     v[2] = {middle_[1] - reach_[1], middle_[1] + reach_[1]};
+        double u[2], v[2];
+        lift_.rectangle(u, v);
         piece.in_trim = region_.place(u, v, loop_);
         if (piece.in_trim == InTrim::outside) return;
         pieces_.push_back(piece);
         boxes_.push_back(box);
     }
 
-    // What a parameter of a patch, in [0, 1], is along the piece: a middle and the rest.
-    struct Along {
-        double middle;
-        int patch;
-        Series rest;
-        SeriesBound bound;
-    };
-
-    // Sets the curve about its middle; returns false if the piece must be halved for it.
-    bool along(const FlatCurve& curve, double low, double high, LiftedPiece& piece, Along* out) {
-        const int count = curve.degree() + 1;
-        flat_ = curve.poles;
-        restrict_row({flat_.data(), count, 3}, low, high);
-        std::vector<double> power(flat_.size());
-        if (count - 1 <= plain_degree)
-            taylor_row(flat_.data(), count, 3, 3, 0.5, plain_, power.data(), 3);
-        else
-            taylor_row(flat_.data(), count, 3, 3, 0.5, pairs_, power.data(), 3);
-        double half = 1.0, others = 0.0; // by tau
-        for (int k = 0; k < count; ++k, half *= 0.5)
-            for (std::size_t c = 0; c < 3; ++c)
-                power[std::size_t(3 * k) + c] *= half;
-        for (int k = 1; k < count; ++k)
-            others += std::fabs(power[std::size_t(3 * k + 2)]);
-        const double weight = power[2], least = weight - others;
-        if (!(least > 0.5 * weight)) return false;
-        const Series w = series(power, 2, 0.0, 0);
-        const SeriesBound bounds_w = bounds(power, 2, 0.0, 0);
-        for (std::size_t axis = 0; axis < 2; ++axis) {
-            const double middle = power[axis] / weight;
-            Along& to = out[axis];
-            to.rest = series(power, axis, middle, 1).divided_by(w, weight);
-            to.bound = bounds(power, axis, middle, 1).divided_by(bounds_w, least);
-            middle_[axis] = curve.origin[axis] + middle;
-            piece.speed[axis] = to.bound.c[1];
-            reach_[axis] = to.bound.c[0];
-            to.patch = curve.patch[axis];
-            if (!to_patch(axis == 0, curve.origin[axis] + middle, to)) return false;
-        }
-        return true;
-    }
-
-    // The coefficients of a coordinate less `middle` times the weight, from order `first` on.
-    static Series series(const std::vector<double>& power, std::size_t axis, double middle,
-                         int first) {
-        Series result;
-        const int count = static_cast<int>(power.size() / 3);
-        for (int k = first; k < std::min(count, Series::order + 1); ++k) {
-            result.c[k] = power[std::size_t(3 * k) + axis] - middle * power[std::size_t(3 * k + 2)];
-            if (result.c[k] != 0.0) result.last = k;
-        }
-        return result;
-    }
-    static SeriesBound bounds(const std::vector<double>& power, std::size_t axis, double middle,
-                              int first) {
-        SeriesBound result;
-        const int count = static_cast<int>(power.size() / 3);
-        for (int j = first; j < count; ++j) {
-            const double size = std::fabs(power[std::size_t(3 * j) + axis] -
-                                          middle * power[std::size_t(3 * j + 2)]);
-            if (size == 0.0) continue;
-            result.last = std::max(result.last, std::min(j, SeriesBound::order));
-            for (int k = 0; k <= std::min(j, SeriesBound::order); ++k)
-                result.c[k] += binomial(j, k) * size;
-        }
-        return result;
-    }
-
-    // From the surface's parameter to that of the patch it is in; beyond the limits their ends.
-    bool to_patch(bool u, double middle, Along& to) const {
-        const std::vector<double>& ends = u ? tables_.ends_u : tables_.ends_v;
-        if (!(middle >= ends.front() && middle <= ends.back())) {
-            const bool above = middle > ends.back();
-            to.patch = above ? static_cast<int>(ends.size()) - 2 : 0;
-            to.middle = above ? 1.0 : 0.0;
-            to.rest = Series();
-            to.bound = SeriesBound();
-            return true;
-        }
-        if (to.patch < 0) to.patch = interval_of(ends, middle);
-        const double low = ends[std::size_t(to.patch)], high = ends[std::size_t(to.patch) + 1];
-        if (!(u ? tables_.angular_u : tables_.angular_v)) {
-            to.middle = (middle - low) / (high - low);
-            to.rest = to.rest * (1.0 / (high - low));
-            to.bound = to.bound * (1.0 / (high - low));
-            return true;
-        }
-        const double start = 0.5 * (middle - 0.5 * (low + high));
-        const double factor = 0.5 / std::tan(0.25 * (high - low));
-        const double most = std::fabs(start) + 0.5 * to.bound.c[0];
-        if (!(most < most_angle)) return false;
-        const double tangent = std::tan(start), greatest = std::tan(most);
-        const double reach = 0.5 * to.bound.c[0] * (1.0 + greatest * greatest);
-        to.middle = 0.5 + factor * tangent;
-        Series angle = to.rest * 0.5;
-        to.rest = angle.tangent(tangent) * factor;
-        to.rest.c[0] = 0.0;
-        to.bound = (to.bound * 0.5).tangent(greatest);
-        to.bound.c[0] = reach;
-        to.bound = to.bound * factor;
-        return true;
-    }
-
-    // The Taylor coefficients of the patch at the middle, local, into `grid_`.
-    void expand(const Along* at) {
-        const int p = tables_.degree_u, q = tables_.degree_v, row = 4 * (p + 1);
-        const auto count = static_cast<std::size_t>(row * (q + 1));
-        const double* const poles = tables_.patch(at[0].patch, at[1].patch);
-        local_.resize(count);
-        grid_.resize(count);
-        for (std::size_t k = 0; k < count; k += 4) {
-            for (std::size_t c = 0; c < 3; ++c)
-                local_[k + c] = (poles[k + c] - poles[k + 3] * frame_.origin[c]) * frame_.scale;
-            local_[k + 3] = poles[k + 3];
-        }
-        const auto taylor = [&](auto& work) {
-            taylor_row(local_.data(), q + 1, row, row, at[1].middle, work, grid_.data(), row);
-            for (int j = 0; j <= q; ++j)
-                taylor_row(grid_.data() + j * row, p + 1, 4, 4, at[0].middle, work,
-                           local_.data() + j * row, 4);
-        };
-        if (std::max(p, q) <= plain_degree)
-            taylor(plain_);
-        else
-            taylor(pairs_);
-        grid_.swap(local_);
-    }
-
-    // The sum of grid(i, j) a^i b^j.
-    template <class T, class At>
-    T composed(const T& a, const T& b, At at) const {
-        T sum;
-        for (int j = tables_.degree_v; j >= 0; --j) {
-            T row;
-            for (int i = tables_.degree_u; i >= 0; --i) {
-                row = row * a;
-                row += T(at(i, j));
-            }
-            sum = sum * b;
-            sum += row;
-        }
-        return sum;
-    }
-
-    bool lift(const FlatCurve& curve, double low, double high, bool last, LiftedPiece& piece,
-              OrientedBox& box) {
-        Along at[2];
-        const bool known = along(curve, low, high, piece, at);
-        if (!known && !last) return false;
-        expand(at);
-        const int width = tables_.degree_u + 1;
-        const double weight = grid_[3];
-        for (std::size_t c = 0; c < 3; ++c)
-            piece.centre[c] = grid_[c] / weight;
-        for (std::size_t k = 0; k < grid_.size(); k += 4)
-            for (std::size_t c = 0; c < 3; ++c)
-                grid_[k + c] = k == 0 ? 0.0 : grid_[k + c] - grid_[k + 3] * piece.centre[c];
-        const auto entry = [&](int i, int j) { return &grid_[std::size_t(4 * (j * width + i))]; };
-        Series w(weight);
-        double least = weight;
-        SeriesBound w_bounds(weight);
-        if (tables_.rational) {
-            w = composed(at[0].rest, at[1].rest, [&](int i, int j) { return entry(i, j)[3]; });
-            w_bounds = composed(at[0].bound, at[1].bound,
-                                [&](int i, int j) { return i + j == 0 ? 0.0 : entry(i, j)[3]; });
-            least -= w_bounds.c[0];
-        }
-        const SeriesBound bound = composed(at[0].bound, at[1].bound, [&](int i, int j) {
-            return std::sqrt(dot3(entry(i, j), entry(i, j)));
-        });
-        if (!last && !(least > 0.5 * weight)) return false;
-        least = std::max(least, 0x1p-20 * weight);
-        piece.remainder = known ? bound.divided_by(w_bounds, least).c[SeriesBound::order] : size_;
-        for (int c = 0; c < 3; ++c) {
-            const Series x = composed(at[0].rest, at[1].rest, [&](int i, int j) {
-                                 return entry(i, j)[c];
-                             }).divided_by(w, weight);
-            for (int k = 1; k <= series_degree; ++k)
-                piece.coefs[k][c] = x.c[k];
-        }
-        return finish(piece, box, tangent_plane(entry)) || last;
-    }
-
-    struct Normal {
-        double c[3];
-    };
-    template <class Entry>
-    Normal tangent_plane(Entry entry) const {
-        Normal normal = {};
-        cross3(entry(1, 0), entry(0, 1), normal.c);
-        return normal;
-    }
-
-    // Sets what follows from the coefficients; returns whether the piece is good enough.
-    bool finish(LiftedPiece& piece, OrientedBox& box, const Normal& normal) const {
-        double extent = 0.0, bent = 0.0, first = 0.0;
-        for (int k = 1; k <= series_degree; ++k) {
-            const double size = std::sqrt(dot3(piece.coefs[k], piece.coefs[k]));
-            extent += size;
-            if (k == 1) first = size;
-            if (k >= 3) bent += size;
-            if (size > 0.0) piece.degree = k;
-        }
-        for (int i = 1; i <= piece.degree; ++i)
-            for (int j = 1; j <= piece.degree; ++j)
-                piece.square[i + j] += dot3(piece.coefs[i], piece.coefs[j]);
-        enclose(piece, normal, box);
-        return piece.remainder <= most_remainder * size_ &&
-               (bent <= most_bent * first || extent <= small_piece * size_);
-    }
-
-    // Along the tangent, across it on the surface, and along the surface's normal.
-    void enclose(const LiftedPiece& piece, const Normal& normal, OrientedBox& box) const {
-        double(*const axis)[3] = box.axis;
-        const auto unit = [](double* x) {
-            const double length = std::sqrt(dot3(x, x));
-            if (!(length > 0.0)) return false;
-            for (int c = 0; c < 3; ++c)
-                x[c] /= length;
-            return true;
-        };
-        std::copy_n(piece.coefs[1], 3, axis[0]);
-        if (!unit(axis[0])) axis[0][0] = 1.0, axis[0][1] = axis[0][2] = 0.0;
-        cross3(normal.c, axis[0], axis[1]);
-        if (!unit(axis[1])) {
-            int least = 0;
-            for (int c = 1; c < 3; ++c)
-                if (std::fabs(axis[0][c]) < std::fabs(axis[0][least])) least = c;
-            double other[3] = {};
-            other[least] = 1.0;
-            cross3(other, axis[0], axis[1]);
-            unit(axis[1]);
-        }
-        cross3(axis[0], axis[1], axis[2]);
-        const double slack = piece.remainder + 0x1p-50 * size_;
-        for (int k = 0; k < 3; ++k) {
-            const double middle = dot3(axis[k], piece.centre);
-            box.low[k] = middle - slack, box.high[k] = middle + slack;
-            for (int i = 1; i <= piece.degree; ++i) {
-                const double reach = dot3(axis[k], piece.coefs[i]); // an even power is in [0, 1]
-                box.low[k] += i % 2 == 0 ? std::min(reach, 0.0) : -std::fabs(reach);
-                box.high[k] += i % 2 == 0 ? std::max(reach, 0.0) : std::fabs(reach);
-            }
-        }
-    }
-
     const FaceTables& face_;
     const FaceRegion region_;
-    const SurfaceTables& tables_;
-    const LeafFrame& frame_;
-    const double size_;
+    const SurfaceLeaves& leaves_;
+    const bool is_offset_;
+    const ERLimites u_, v_;
+    const int columns_;            // of patches
+    std::vector<double> lines_[2]; // of u and v, between which the surface is one polynomial
+    CurveLift lift_;
     std::vector<LiftedPiece>& pieces_;
     std::vector<OrientedBox>& boxes_;
     int loop_ = 0, edge_ = 0;
-    double middle_[2] = {}, reach_[2] = {}; // the piece is that near to a parameter
-    std::vector<double> flat_, local_, grid_, plain_;
-    std::vector<DoubleDouble> pairs_;
 };
 
 } // namespace
@@ -469,14 +212,15 @@ void LiftedPiece::jet(double tau, int derivatives, double (*out)[3]) const {
     }
 }
 
-void lift_trim(const FaceTables& face, const PreparedSurface& patches, const SurfaceLeaves& leaves,
+void lift_trim(const FaceTables& face, const PreparedSurface& surface, const SurfaceLeaves& leaves,
                double size, std::vector<LiftedPiece>& pieces, std::vector<OrientedBox>& boxes) {
-    TrimLifter lifter(face, patches, leaves.frame, size, pieces, boxes);
+    TrimLifter lifter(face, surface, leaves, size, pieces, boxes);
     for (std::size_t loop = 0; loop < face.loops.size(); ++loop)
         for (int edge = 0; edge < face.loops[loop].tree.contour().size(); ++edge)
             lifter.edge(static_cast<int>(loop), edge);
-    for (const SurfaceLeaf& leaf : leaves.leaves)
-        if (leaf.in_trim == InTrim::crossing && leaf.sharp != 0) lifter.sides(leaves, leaf);
+    for (std::size_t i = 0; i < leaves.leaves.size(); ++i)
+        if (leaves.leaves[i].in_trim == InTrim::crossing && leaves.leaves[i].sharp != 0)
+            lifter.sides(static_cast<int>(i));
 }
 
 } // namespace velm::detail

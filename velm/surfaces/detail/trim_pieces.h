@@ -43,9 +43,9 @@ struct LiftedPiece {
 };
 
 /// Appends the pieces of all loops, and of sharp sides of leaves that the trim crosses, and their
-/// boxes. `patches` has the surface of the face as patches with its own parameters; `size` is that
-/// of the whole, local.
-void lift_trim(const FaceTables& face, const PreparedSurface& patches, const SurfaceLeaves& leaves,
+/// boxes. `surface` is that of the face as patches with its own parameters, or an offset surface,
+/// whose trim is lifted to the polynomials of its leaves; `size` is that of the whole, local.
+void lift_trim(const FaceTables& face, const PreparedSurface& surface, const SurfaceLeaves& leaves,
                double size, std::vector<LiftedPiece>& pieces, std::vector<OrientedBox>& boxes);
 
 } // namespace velm::detail

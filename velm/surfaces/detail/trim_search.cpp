@@ -152,7 +152,7 @@ private:
                     if (offer(middle + half * (x + step)))
                         left_out(squared - loss);
                     else
-                        search_.missed(loss);
+                        search_.missed(distance, loss, piece_.remainder);
                     return true;
                 }
             } else if (std::fabs(step) < short_step ||
