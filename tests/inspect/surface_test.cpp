@@ -1,6 +1,5 @@
 // `surface`: points displaced by known amounts, against a part made by the library; scans in every
-// form, damaged ones too; limits; alignments; the report again from what was kept; CAD files by a
-// reader that isn't there, refuses or crashes.
+// form, damaged ones too; limits; alignments; the report again from what was kept.
 #include "inspect/workshop.h"
 #include "support/block_part.h"
 #include "velm/transforms/transformed_values.h"
@@ -416,43 +415,6 @@ TEST(Surface, ThreadsGiveTheSameBytes) {
         shop.report(std::string("p.csv --threads ") + threads);
         EXPECT_TRUE(shop.read("r.json") == expected) << threads;
     }
-}
-
-// A copy of the program elsewhere, with what stands beside it as the reader of CAD files.
-TEST(Surface, ReadsCadFilesByAProgramOfTheirOwn) {
-    const Part shop;
-    shop.write("p.csv", "x,y,z\n10,10,20.1\n");
-    shop.write("part.step", "ISO-10303-21;\n");
-    fs::create_directory(shop.path("bin"));
-    fs::copy(VELM_INSPECT_PROGRAM, shop.path("bin/velm-inspect"));
-    const auto run = [&](const std::string& options) {
-        return shop.run("--version; PATH=/nowhere ./bin/velm-inspect surface part.step p.csv "
-                        "--quiet " +
-                        options);
-    };
-    const auto reader = [&](const std::string& script) {
-        shop.write("bin/velm-cad-import", "#!/bin/sh\n" + script);
-        fs::permissions(shop.path("bin/velm-cad-import"), fs::perms::owner_all);
-    };
-    const auto refused = [&](int code, const std::string& why) {
-        const Ended ended = run("--json new");
-        EXPECT_EQ(ended.code, code) << why;
-        EXPECT_NE(ended.error.find("velm-inspect: part.step: " + why), std::string::npos)
-            << ended.error;
-        EXPECT_EQ(std::count(ended.error.begin(), ended.error.end(), '\n'), 1) << ended.error;
-        EXPECT_FALSE(fs::exists(shop.path("new")));
-    };
-    refused(3, "is a CAD file, for which velm-cad-import is needed");
-    reader("echo 'velm-cad-import: part.step: no face could be taken' >&2; exit 3\n");
-    refused(3, "no face could be taken");
-    reader("kill -SEGV $$\n");
-    refused(3, "the reader of CAD files, velm-cad-import, crashed on it (signal 11)");
-    reader("ulimit -t 1 2>/dev/null; while :; do :; done\n");
-    refused(3, "the reader of CAD files, velm-cad-import, was ended");
-    reader("[ \"$1\" = -- ] || exit 3; /bin/cp block.velm \"$3\"\n");
-    EXPECT_EQ(run("--json r.json --keep-nominal kept.velm").code, 0);
-    EXPECT_EQ(shop.read_json("r.json")["points"][0]["face"], "/block/top");
-    EXPECT_EQ(shop.read("kept.velm"), shop.read("block.velm"));
 }
 
 } // namespace

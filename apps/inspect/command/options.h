@@ -128,6 +128,9 @@ inline constexpr Option<std::vector<std::string>> faces_option{
 inline constexpr Option<std::array<bool, 6>> hold_option{
     "--hold", "TX,TY,TZ,RX,RY,RZ", "With --align: freedoms that the alignment leaves as\nthey are",
     parse_freedoms, 0};
+inline constexpr Option<double> import_limit_option{
+    "--import-limit", "SECONDS", "Most that reading a CAD file may take (default: 600)",
+    parse_positive, 1};
 inline constexpr Option<int> threads_option{
     "--threads", "N", "Threads that compare points (default: 1)", parse_threads, 1};
 inline constexpr Option<double> diameter_option{

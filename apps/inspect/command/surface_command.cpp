@@ -82,6 +82,7 @@ void add_surface_command(Program& program) {
                   options->nominal.keep);
     line.flag(skip_bad_flag, options->nominal.skip_bad,
               "Goes on without faces that can't be taken, and lists\nthem");
+    line.option(import_limit_option, options->nominal.import_seconds);
     line.option(threads_option, options->threads);
     line.flag(quiet_flag, paths.quiet);
     line.check([options] {

@@ -6,23 +6,14 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <poll.h>
 #include <string_view>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
-
-#ifdef __linux__
-#include <sys/prctl.h>
-#endif
 
 namespace velm::inspect {
 namespace {
@@ -30,7 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* importer = "velm-cad-import";
-constexpr std::size_t most_complaint = 4096; // bytes of what it says that are kept
 
 std::string lower_case(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
@@ -63,79 +53,6 @@ std::string find_importer() {
     return {};
 }
 
-void limit(int resource, std::uint64_t most) {
-    rlimit limits{};
-    if (::getrlimit(static_cast<__rlimit_resource>(resource), &limits) != 0) return;
-    const auto wanted = static_cast<rlim_t>(most);
-    if (limits.rlim_max == RLIM_INFINITY || wanted < limits.rlim_max) limits.rlim_max = wanted;
-    limits.rlim_cur = limits.rlim_max;
-    ::setrlimit(static_cast<__rlimit_resource>(resource), &limits);
-}
-
-struct Ended {
-    int status = 0;
-    bool timed_out = false;
-    std::string said; // on its standard error
-};
-
-// In the child: the program with its limits, or the end.
-[[noreturn]] void become(const std::vector<char*>& arguments, int said,
-                         const ImportLimits& limits) {
-    const int nothing = ::open("/dev/null", O_RDWR);
-    ::dup2(nothing, STDIN_FILENO);
-    ::dup2(nothing, STDOUT_FILENO);
-    ::dup2(said, STDERR_FILENO);
-#ifdef __linux__
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL); // it doesn't outlive this program
-#endif
-    limit(RLIMIT_AS, limits.bytes);
-    limit(RLIMIT_CPU, static_cast<std::uint64_t>(limits.seconds));
-    limit(RLIMIT_FSIZE, limits.file_bytes);
-    limit(RLIMIT_CORE, 0);
-    ::execv(arguments.front(), arguments.data());
-    ::_exit(127);
-}
-
-// Reads what the child says until it closes its end or the time is over.
-bool gather(int from, std::chrono::steady_clock::time_point end, std::string& said) {
-    char bytes[1024];
-    for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            end - std::chrono::steady_clock::now());
-        if (left.count() <= 0) return false;
-        pollfd ready{from, POLLIN, 0};
-        const int events =
-            ::poll(&ready, 1, static_cast<int>(std::min<long>(left.count(), 60'000)));
-        if (events < 0 && errno != EINTR) return false;
-        if (events <= 0) continue;
-        const ssize_t got = ::read(from, bytes, sizeof bytes);
-        if (got == 0 || (got < 0 && errno != EINTR)) return true;
-        if (got > 0 && said.size() < most_complaint)
-            said.append(bytes, static_cast<std::size_t>(got));
-    }
-}
-
-Ended run(std::vector<std::string> words, const ImportLimits& limits) {
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) fail_file(importer, "can't be run", errno);
-    std::vector<char*> arguments;
-    for (std::string& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    const pid_t child = ::fork();
-    if (child < 0) fail_file(importer, "can't be run", errno);
-    if (child == 0) become(arguments, ends[1], limits);
-    ::close(ends[1]);
-    Ended ended;
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(limits.seconds);
-    ended.timed_out = !gather(ends[0], end, ended.said);
-    ::close(ends[0]);
-    if (ended.timed_out) ::kill(child, SIGKILL);
-    while (::waitpid(child, &ended.status, 0) < 0 && errno == EINTR) {
-    }
-    return ended;
-}
-
 // Its last line without its name: the sentence that ends it.
 std::string last_sentence(const std::string& said) {
     std::string_view text = said;
@@ -147,27 +64,27 @@ std::string last_sentence(const std::string& said) {
     return std::string(text);
 }
 
-void require_good(const Ended& ended, const std::string& cad_file, const ImportLimits& limits) {
+void require_good(const ProcessEnd& end, const std::string& cad_file, const ProcessLimits& limits) {
     const auto refuse = [&](const std::string& why) {
-        throw Failure(FailureKind::input, cad_file + ": " + why);
+        throw Failure(FailureKind::input,
+                      cad_file + ": the reader of CAD files, " + importer + ", " + why);
     };
-    const std::string program = std::string("the reader of CAD files, ") + importer + ", ";
-    const bool used_its_time =
-        ended.timed_out || (WIFSIGNALED(ended.status) && (WTERMSIG(ended.status) == SIGXCPU ||
-                                                          WTERMSIG(ended.status) == SIGKILL));
-    if (used_its_time)
-        refuse(program + "was ended: it needed more than " + std::to_string(limits.seconds) +
-               " seconds or too much memory");
-    if (WIFSIGNALED(ended.status))
-        refuse(program + "crashed on it (signal " + std::to_string(WTERMSIG(ended.status)) + ")");
-    const int code = WEXITSTATUS(ended.status);
+    if (end.timed_out)
+        refuse("was ended: it took longer than " + shortest(limits.seconds) + " seconds");
+    if (WIFSIGNALED(end.status)) {
+        const int signal = WTERMSIG(end.status);
+        refuse(signal == SIGKILL ? "was killed, as by a system that is short of memory"
+                                 : "crashed on it (signal " + std::to_string(signal) + ")");
+    }
+    const int code = WEXITSTATUS(end.status);
     if (code == 0) return;
-    const std::string why = last_sentence(ended.said);
+    const std::string why = last_sentence(end.said);
     if (why.find("memory is not enough") != std::string::npos)
-        refuse(program + "needed more than " + grouped(limits.bytes >> 20, ",") + " MiB of memory");
-    if (why.empty()) refuse(program + "ended with code " + std::to_string(code));
-    throw Failure(
-        code == static_cast<int>(FailureKind::file) ? FailureKind::file : FailureKind::input, why);
+        refuse("needed more than " + grouped(limits.bytes >> 20, ",") + " MiB of memory");
+    constexpr int not_understood = 3, unreadable = 4; // with a sentence of its own
+    if (why.empty() || (code != not_understood && code != unreadable))
+        refuse("ended with code " + std::to_string(code) + (why.empty() ? "" : ": " + why));
+    throw Failure(code == unreadable ? FailureKind::file : FailureKind::input, why);
 }
 
 } // namespace
@@ -192,31 +109,18 @@ bool is_cad_file(const std::string& path) {
     return false;
 }
 
-ImportedPart::ImportedPart(const std::string& cad_file, bool skip_bad, const ImportLimits& limits) {
+ImportedPart::ImportedPart(const std::string& cad_file, bool skip_bad, const ProcessLimits& limits)
+    : path_(folder_.path() + "/part.velm") {
     const std::string program = find_importer();
     if (program.empty())
         throw Failure(FailureKind::input, cad_file + ": is a CAD file, for which " + importer +
                                               " is needed beside velm-inspect or in PATH; it isn't "
                                               "there");
-    folder_ = (fs::temp_directory_path() / "velm-XXXXXX").string();
-    if (::mkdtemp(folder_.data()) == nullptr) fail_file(folder_, "can't be created", errno);
-    path_ = folder_ + "/part.velm";
     std::vector<std::string> words{program};
     if (skip_bad) words.emplace_back("--skip-bad");
     for (const std::string& word : {std::string("--"), cad_file, path_})
         words.push_back(word);
-    try {
-        require_good(run(std::move(words), limits), cad_file, limits);
-    } catch (...) {
-        std::error_code error;
-        fs::remove_all(folder_, error);
-        throw;
-    }
-}
-
-ImportedPart::~ImportedPart() {
-    std::error_code error;
-    fs::remove_all(folder_, error);
+    require_good(run_limited(std::move(words), limits), cad_file, limits);
 }
 
 } // namespace velm::inspect

@@ -1,7 +1,6 @@
 #include "inspect/inspection/nominal_surfaces.h"
 
 #include "inspect/base/text_escape.h"
-#include "inspect/input/cad_import.h"
 #include "inspect/input/face_tolerances.h"
 #include "inspect/input/text_source.h"
 #include "inspect/keep/store_reader.h"
@@ -77,17 +76,25 @@ NominalSurfaces::NominalSurfaces(const NominalOptions& options)
     std::string path = options.path;
     const bool is_cad = is_cad_file(path);
     if (is_cad) {
-        imported_ = std::make_unique<ImportedPart>(path, options.skip_bad);
+        ProcessLimits limits = import_limits;
+        limits.seconds = options.import_seconds;
+        imported_ = std::make_unique<ImportedPart>(path, options.skip_bad, limits);
         path = imported_->path();
     } else if (options.keep) {
         throw NominalRefusal{NominalFault::kept_already, options.path, 0, {}, {}};
     }
-    require_readable(path);
+    if (!is_cad)
+        require_readable(path);
+    else if (!is_store_file(path))
+        throw Failure(FailureKind::input, options.path + ": its reader wrote no object file");
     std::optional<NominalPart> part;
     try {
-        part = with_store(path, [&] { return read_part(path); });
-    } catch (const RecordFault&) {
-        // what has no part may have surfaces
+        part = with_store(
+            options.path, [&] { return read_part(path); }, path);
+    } catch (const RecordFault& fault) { // what has no part may have surfaces
+        if (is_cad)
+            throw Failure(FailureKind::input,
+                          options.path + ": its reader wrote no part: " + fault.what());
     }
     if (part) {
         is_in_millimetres_ = true;

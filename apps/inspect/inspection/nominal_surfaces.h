@@ -2,6 +2,7 @@
 #pragma once
 
 #include "inspect/base/output_set.h"
+#include "inspect/input/cad_import.h"
 #include "velm/inspection/nominal_mesh.h"
 #include "velm/inspection/surface_result.h"
 #include "velm/surfaces/prepared_part.h"
@@ -13,14 +14,13 @@
 
 namespace velm::inspect {
 
-class ImportedPart;
-
 struct NominalOptions {
-    std::string path;                      ///< an object file or a CAD file
-    std::optional<std::string> keep;       ///< where the object file of a CAD file is kept
-    bool skip_bad = false;                 ///< faces that can't be taken are left out
-    std::vector<std::string> faces;        ///< names of those that count; all without
-    std::optional<std::string> tolerances; ///< a table of limits
+    std::string path;                              ///< an object file or a CAD file
+    std::optional<std::string> keep;               ///< where the object file of a CAD file is kept
+    bool skip_bad = false;                         ///< faces that can't be taken are left out
+    std::vector<std::string> faces;                ///< names of those that count; all without
+    std::optional<std::string> tolerances;         ///< a table of limits
+    double import_seconds = import_limits.seconds; ///< that reading a CAD file may take
     int threads = 1;
 };
 
