@@ -113,6 +113,18 @@ std::optional<std::uint64_t> StoredInspection::count(RecordKey key) const {
     return properties.has(key) ? std::optional(properties.count(key)) : std::nullopt;
 }
 
+std::optional<bool> StoredInspection::is_in_tolerance() const {
+    std::optional<bool> verdict;
+    if (const auto out = count(RecordKey::out_of_tolerance)) verdict = *out == 0;
+    for (const auto fields : {fields_of<FormCharacteristic>(), fields_of<SizeCharacteristic>(),
+                              fields_of<PositionCharacteristic>()})
+        for (const Field& field : fields) {
+            const auto judged = field.type == FieldType::truth ? count(field.key) : std::nullopt;
+            if (judged) verdict = *judged != 0 && verdict.value_or(true);
+        }
+    return verdict;
+}
+
 void StoredInspection::refuse(const std::string& why, RecordFault::Reason reason) const {
     throw RecordFault("inspection " + std::to_string(number) + " (" + title() + "): " + why,
                       reason);

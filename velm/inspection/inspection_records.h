@@ -149,6 +149,8 @@ struct VELM_API StoredInspection {
     std::vector<NamedText> info() const;
     /// Of points, or of those out of tolerance; none where the head has none.
     std::optional<std::uint64_t> count(RecordKey key) const;
+    /// Whether all points and characteristics are in tolerance; none where none is judged.
+    std::optional<bool> is_in_tolerance() const;
     /// Throws RecordFault: "inspection 2 (probed.csv against wing.dat): why".
     [[noreturn]] void refuse(const std::string& why,
                              RecordFault::Reason reason = RecordFault::Reason::damaged) const;

@@ -51,7 +51,9 @@ Ended list(const StoreOptions& options) {
     require_store(options.file, options.file);
     const StoreReport report = check_store(options.file.c_str());
     const long properties = count_properties(StoreImage(options.file.c_str()));
-    return {contents_answer(report, properties, readable_inspections(options.file))};
+    return read_records(options.file, [&] {
+        return Ended{contents_answer(report, properties, readable_inspections(options.file))};
+    });
 }
 
 Ended check(const StoreOptions& options) {

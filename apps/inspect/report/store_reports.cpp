@@ -75,7 +75,12 @@ void add_figures(StoreAnswer& answer, const StoreReport& report, long properties
 }
 
 void add_inspections(StoreAnswer& answer, const std::vector<StoredInspection>& inspections) {
-    Table table({{"record"}, {"inspection", false}, {"points"}, {"out of tolerance"}, {"", false}});
+    Table table({{"record"},
+                 {"inspection", false},
+                 {"points"},
+                 {"out of tolerance"},
+                 {"verdict", false},
+                 {"", false}});
     Json list = Json::array();
     for (const StoredInspection& inspection : inspections) {
         const auto points = inspection.count(RecordKey::count);
@@ -92,14 +97,19 @@ void add_inspections(StoreAnswer& answer, const std::vector<StoredInspection>& i
             head += (head.empty() ? "" : "; ") + said.name + " " + said.text;
             info[said.name] = said.text;
         }
+        const std::optional<bool> verdict = inspection.is_in_tolerance();
         table.add({std::to_string(inspection.number), inspection.title(), shown(points), shown(out),
+                   !verdict   ? "-"
+                   : *verdict ? "in"
+                              : "OUT",
                    head});
         list.push_back({{"record", inspection.number},
                         {"kind", inspection.kind()},
                         {"title", inspection.title()},
                         {"info", info},
                         {"points", number(points)},
-                        {"out_of_tolerance", number(out)}});
+                        {"out_of_tolerance", number(out)},
+                        {"in_tolerance", verdict ? Json(*verdict) : Json()}});
     }
     if (!list.empty()) answer.text += "\n" + table.text();
     answer.json["inspections"] = std::move(list);
