@@ -139,9 +139,7 @@ void project_on(const ERAnyBoundedSurface& surface, std::size_t bytes) {
     const auto projector = velm::SurfaceProjector::on(*prepared);
     constexpr int budget = 64;
     const velm::SurfaceFoot foot = projector->nearest(p, budget);
-    // A damaged frame of a plane, cylinder and so on need not be orthonormal.
-    require(prepared->patches_u() == 0 ||
-            (foot.lower <= foot.distance && foot.distance < HUGE_VAL));
+    require(foot.lower <= foot.distance && foot.distance < HUGE_VAL);
     std::vector<velm::SurfaceCrossing> crossings;
     velm::line_crossings(*projector, p, direction, crossings);
 }

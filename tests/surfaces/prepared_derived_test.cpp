@@ -16,6 +16,7 @@
 #include "velm/surfaces/revolve.h"
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/torus.h"
+#include "velm/transforms/bodies.h"
 #include "velm/transforms/transformation_factories.h"
 #include "velm/wireframe/arc_in_space.h"
 
@@ -174,6 +175,22 @@ TEST(PreparedOffset, HasThePointsOfTheEntityAndTrueDerivatives) {
     const EROffsetSurface gone(*bases[1], 2.0, ERVector3D(bases[1]->PtCur(0, 1).normale()));
     EXPECT_FALSE(velm::prepare(gone));
     EXPECT_FALSE(velm::prepare(EROffsetSurface()));
+}
+
+// A frame as a damaged record may have it; a mirror is none.
+TEST(PreparedSurface, OfAnalyticKindHasAnOrthonormalFrame) {
+    const auto in_frame = [](double xx, double xy, double zz) {
+        const double rows[] = {xx, xy, 0, 0, 1, 0, 0, 0, zz};
+        return ERPmIsometrie3D(new _ERWorkplane(ERMatrix<double>(3, 3, rows), ERPoint3D(1, 2, 3)));
+    };
+    for (const auto& [frame, is_good] :
+         {std::pair(in_frame(1, 0, -1), true), std::pair(in_frame(1 + 1e-9, 0, 1), false),
+          std::pair(in_frame(1, 1e-9, 1), false), std::pair(in_frame(1, 0, NAN), false),
+          std::pair(in_frame(1, 0, 0), false)}) {
+        EXPECT_EQ(velm::prepare(ERBoundedPlane(frame, {0, 1}, {0, 1})).has_value(), is_good);
+        EXPECT_EQ(velm::prepare(ERBoundedSphere(frame, 2.0, {0, 1}, {0, 1})).has_value(), is_good);
+        EXPECT_EQ(velm::prepare(ERBoundedTorus(frame, 3.0, 1.0, 0, 1, 0, 1)).has_value(), is_good);
+    }
 }
 
 // The given classes too: values with derivatives come from the thread's own store of bodies.

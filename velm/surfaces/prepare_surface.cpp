@@ -147,6 +147,18 @@ ERMinimax3D bounds_of(const SurfaceTables& tables) {
     return box;
 }
 
+// Whether the axes are unit vectors at right angles: an analytic surface in another frame, as of a
+// damaged record, is no such surface, and the distances of its closed forms are off by as much of
+// its size.
+bool is_orthonormal(const detail::AnalyticShape& shape) {
+    constexpr double rounding = 1e-12;
+    const ERVector3D* const axes[] = {&shape.x, &shape.y, &shape.z};
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j <= i; ++j)
+            if (!(std::fabs(*axes[i] * *axes[j] - (i == j ? 1.0 : 0.0)) <= rounding)) return false;
+    return true;
+}
+
 // An analytic surface in its frame; its box is that of whole turns.
 template <class Framed>
 std::shared_ptr<SurfaceTables> shape_tables(const Framed& surface, SurfaceKind kind, double radius,
@@ -162,6 +174,7 @@ std::shared_ptr<SurfaceTables> shape_tables(const Framed& surface, SurfaceKind k
                      frame.getVector(Coord3D_Z),
                      radius,
                      small_radius};
+    if (!is_orthonormal(tables->shape)) return nullptr;
     tables->box = bounds_of(*tables);
     return tables->box.diagonal() < std::numeric_limits<double>::infinity() ? tables : nullptr;
 }
