@@ -1,6 +1,7 @@
 // The minimiser and the differences of its functor on functions with known minima and derivatives.
 #include "velm/numerics/downhill_simplex.h"
 
+#include "support/random.h"
 #include "support/test.h"
 
 namespace {
@@ -25,6 +26,30 @@ TEST(DownhillSimplex, DescendsTheValleyAsFarAsTheLevelAllows) {
         EXPECT_LT(least, level == 0 ? 1 : 1e-12) << level;
     }
     EXPECT_EQ(simplex.Minimise({1.0, 1.0}, 0), 0.0);
+}
+
+// A bent ridge without derivatives, on which the whole simplex has to shrink.
+struct Ridge : FunctorBase {
+    double least = HUGE_VAL;
+    Ridge() : FunctorBase(2) {}
+    double operator()(const ERVec<double>& x) override {
+        const double across = std::fabs(x.view()[1] - std::sin(3 * x.view()[0]));
+        const double value = std::fabs(x.view()[0] - 0.3) + 50 * std::sqrt(across);
+        least = std::min(least, value);
+        return value;
+    }
+};
+
+TEST(DownhillSimplex, ReturnsTheLeastValueThatItMet) {
+    velm_test::Random draw{61};
+    for (int round = 0; round < 50; ++round) {
+        Ridge ridge;
+        ERDownhillSimplex simplex(draw.uniform(0.01, 1), &ridge);
+        const ERVec<double> start{draw.uniform(-2, 2), draw.uniform(-2, 2)};
+        const double found = simplex.Minimise(start, draw.below(4));
+        EXPECT_EQ(found, ridge.least) << round;
+        EXPECT_EQ(found, ridge(simplex.vertex(0))) << round;
+    }
 }
 
 TEST(DownhillSimplex, DifferencesOfTheFunctor) {

@@ -218,6 +218,7 @@ TEST(LinearAlgebra, CholeskyFactorsToTheProblemsCondition) {
         EXPECT_LE(largest_difference(l.row(p.n - 1), last_row),
                   (p.n + 1) * p.condition * unit_rounding * largest(last_row, p.n));
         EXPECT_EQ(MatSymetrisInf(lower_only), p.a);
+        EXPECT_EQ(MatSymetrisSup(transposed(lower_only)), p.a);
     }
     const double not_definite[] = {1.0, 2.0, 2.0, 1.0};
     EXPECT_TRUE(std::isnan(MatrixCholesky(ERMatrix<double>(2, 2, not_definite))(1, 1)));

@@ -146,4 +146,65 @@ TEST(Intersection, CirclesThatTouch) {
     EXPECT_NEAR(tb[0], std::acos(-1.0), 1e-15);
 }
 
+// Moved lines are those through the moved points; both ways give the line back.
+TEST(Line, MovesWithItsPoints) {
+    for (int round = 0; round < 200; ++round) {
+        const ERPmIsometrie3D frame = ERChgRepere3D(solid_vector(), solid_vector(), solid_point());
+        const ERPmSimilitude3D similar = frame * ERScaling3D(draw.uniform(0.5, 2));
+        const ERPoint3D p = solid_point(), q = solid_point();
+        ERInfLine3D line(ERVector3D(p, q), p);
+        const ERInfLine3D before(line);
+        const double size = 1e-10;
+        const auto expect_through = [&](const ERPoint3D& a, const ERPoint3D& b) {
+            EXPECT_LT(distance(line, a) + distance(line, b), size);
+            EXPECT_GT(line.dirVector() * ERVector3D(a, b), 0.0);
+        };
+        line.transformFrom(frame);
+        expect_through(frame >> p, frame >> q);
+        line.transformTo(frame);
+        expect_through(p, q);
+        line.transformFrom(similar);
+        expect_through(similar >> p, similar >> q);
+        line.transformTo(similar);
+        expect_through(p, q);
+        line.reverse();
+        expect_through(q, p);
+
+        // From the plane of a frame into space and back.
+        const ERPoint2D a = flat_point(), b = flat_point();
+        ERInfLine2D flat(a, b);
+        const t_SmartPtr<EREntity3DWF> lifted = flat.get3DEquiv(frame);
+        line = *ERInfLine3D::castdown(lifted.get());
+        expect_through(frame >> a.castToPoint3D(Coord3D_Z, 0),
+                       frame >> b.castToPoint3D(Coord3D_Z, 0));
+        const t_SmartPtr<EREntity2DWF> back = line.get2DEntProjectedOn(frame);
+        EXPECT_LT(distance(*ERInfLine2D::castdown(back.get()), a), size);
+        EXPECT_TRUE(
+            isEqual(ERInfLine2D::castdown(back.get())->dirVector(), flat.dirVector(), 1e-12));
+    }
+    ERInfLine3D upright(ERVector3D(0, 0, 2), solid_point());
+    EXPECT_FALSE(upright.get2DEntProjectedOn(ERPmIsometrie3D())) << "it is a point there";
+}
+
+// The part of a line in a box is that of a segment of it that is long enough.
+TEST(Line, IsCutByABoxAsALongSegmentIs) {
+    for (int round = 0; round < 500; ++round) {
+        ERMinimax2D box;
+        box.Update(flat_point());
+        box.Update(flat_point());
+        const ERPoint2D p = flat_point();
+        const ERVector2D way = ERVector2D(p, flat_point()).getnormalized() * 500.0;
+        ERPoint2D a, b, c, d;
+        const auto found = SutherCohen(ERInfLine2D(p, p + way), box, a, b);
+        const auto expected = SutherCohen(p - way, p + way, box, c, d);
+        EXPECT_EQ(found == SEGMENT_OUTSIDE_BOX, expected == SEGMENT_OUTSIDE_BOX) << round;
+        if (expected == SEGMENT_OUTSIDE_BOX) continue;
+        EXPECT_TRUE(isEqual(a, c, 1e-10)) << round;
+        EXPECT_TRUE(isEqual(b, d, 1e-10)) << round;
+    }
+    ERPoint2D a, b;
+    EXPECT_EQ(SutherCohen(ERInfLine2D(ERPoint2D(0, 0), ERPoint2D(1, 1)), ERMinimax2D(), a, b),
+              SEGMENT_BOX_EMPTY);
+}
+
 } // namespace

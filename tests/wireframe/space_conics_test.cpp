@@ -55,6 +55,50 @@ TEST(Conics, HangTogether) {
     }
 }
 
+// Whole circles and ellipses, which an arc of a full turn goes round: lifted into a frame, placed
+// by hand and scaled; their boxes.
+TEST(Conics, WholeOnesKeepTheirPoints) {
+    for (int round = 0; round < 100; ++round) {
+        const ERPmIsometrie3D there = frame();
+        const double t = draw.uniform(0, 2 * pi), size = draw.uniform(0.5, 2);
+        ERCircle2D flat_circle(ERPoint2D(draw.uniform(-3, 3), 1), draw.uniform(0.5, 9));
+        EREllipse2D flat_ellipse(5, draw.uniform(0.5, 4.5), draw.uniform(0, 6), ERPoint2D(1, 2));
+        ERCircle3D circle = *ERCircle3D::castdown(flat_circle.get3DEquiv(there).get());
+        EREllipse3D ellipse = *EREllipse3D::castdown(flat_ellipse.get3DEquiv(there).get());
+        ERArc2D flat_turn(flat_circle, 0, 2 * pi);
+        ERArc3D turn(circle, 0, 2 * pi);
+        ERArcEllipse2D flat_round(flat_ellipse, 0, 2 * pi);
+        ERArcEllipse3D round_arc(ellipse, 0, 2 * pi);
+        const auto lifted = [&](const ERPoint2D& p) {
+            return there >> p.castToPoint3D(Coord3D_Z, 0.0);
+        };
+        const ERPoint3D on_circle = turn(t), on_ellipse = round_arc(t);
+        EXPECT_TRUE(isEqual(on_circle, lifted(flat_turn(t)), 1e-12));
+        EXPECT_TRUE(isEqual(on_ellipse, lifted(flat_round(t)), 1e-12));
+        EXPECT_TRUE(isEqual(flat_circle.getBox().MaxPoint(), flat_turn.getBox().MaxPoint(), 1e-12));
+        EXPECT_TRUE(isEqual(circle.getBox().MinPoint(), turn.getBox().MinPoint(), 1e-12));
+        EXPECT_TRUE(isEqual(ellipse.getBox().MinPoint(), round_arc.getBox().MinPoint(), 1e-12));
+
+        circle.scale(size);
+        ellipse.scale(size);
+        EXPECT_TRUE(isEqual(ERArc3D(circle, 0, 2 * pi)(t), on_circle * size, 1e-11));
+        EXPECT_TRUE(isEqual(ERArcEllipse3D(ellipse, 0, 2 * pi)(t), on_ellipse * size, 1e-11));
+        const ERPoint3D center = point();
+        const ERVector3D normal = direction();
+        const double radius = circle.radius();
+        circle.setCenter(center);
+        circle.setNormale(normal);
+        EXPECT_TRUE(isEqual(circle.center(), center, 1e-11));
+        EXPECT_NEAR(distance(circle(t), center), radius, 1e-11);
+        EXPECT_NEAR(ERVector3D(center, circle(t)) * normal, 0.0, 1e-11);
+    }
+    for (const Coord3D axis : {Coord3D_X, Coord3D_Y, Coord3D_Z}) {
+        const ERCircle3D level(ERCircle2D(ERPoint2D(1, 2), 3), axis, 4);
+        EXPECT_EQ(level.center(), ERPoint2D(1, 2).castToPoint3D(axis, 4));
+        EXPECT_NEAR(level(1)[axis], 4, 1e-15);
+    }
+}
+
 TEST(CircleInSpace, DistanceIsTheTrueOne) {
     for (int round = 0; round < 300; ++round) {
         ERCircle3D circle(point(), direction(), draw.uniform(0.5, 5));
