@@ -136,11 +136,11 @@ private:
 /// The prepared surface of a plane, cylinder, cone, sphere, torus, Bezier or NURBS surface, surface
 /// of revolution or offset surface, between its working limits. Nothing for other classes, for
 /// values that aren't finite, limits without extent, weights that aren't positive, degrees
-/// above 64, and planes, cylinders, cones, spheres and tori whose frame is not orthonormal to 1e-12.
-/// Of surfaces of revolution nothing for a turn of more than 2 pi, a curve on the axis,
-/// and a curve whose prepared form (see curves/prepare.h) has other parameters than it has itself,
-/// as a composite's may; of offset surfaces nothing for a base that can't be prepared, and for a
-/// radius that the offset takes to 0 or beyond.
+/// above 64, and planes, cylinders, cones, spheres and tori whose frame is not orthonormal to
+/// 1e-12. Of surfaces of revolution nothing for a turn of more than 2 pi, a curve on the axis, and
+/// a curve whose prepared form (see curves/prepare.h) has other parameters than it has itself, as a
+/// composite's may; of offset surfaces nothing for a base that can't be prepared, and for a radius
+/// that the offset takes to 0 or beyond.
 VELM_API std::optional<PreparedSurface> prepare(const ERAnyBoundedSurface& surface);
 
 } // namespace velm
