@@ -245,6 +245,52 @@ TEST(PreparedFace, RingsAreClosedAlongTheSeam) {
             face.addBound(*ring(start, 4, false, true, !turned), Boundary::inner);
         },
         [](const ERPoint2D& p, bool turned) { return (p.y() > 1 && p.y() < 4) != turned; });
+    // Discs and holes across one seam, across two, and rounds beyond them.
+    double middle = 0.0;
+    const auto round = [&](ERTrimmedSurface& face, double start, bool turned) {
+        middle = start;
+        face.addBound(circle(start + 4 * pi, start - 2 * pi, 1.5),
+                      turned ? Boundary::inner : Boundary::outer);
+    };
+    const auto is_in_disc = [&](const ERPoint2D& p, bool turned) {
+        const double u = std::remainder(p.x() - middle, 2 * pi),
+                     v = std::remainder(p.y() - middle, 2 * pi);
+        return (std::hypot(u, v) < 1.5) != turned;
+    };
+    check(ERBoundedTorus(ERIdentity3D(), 5, 1, 0, 2 * pi, 0, 2 * pi), round, is_in_disc);
+    check(
+        ERBoundedCylinder(ERIdentity3D(), 3, {12, 22}, turn),
+        [&](ERTrimmedSurface& face, double start, bool turned) {
+            middle = start;
+            face.addBound(circle(15, start, 1.5), turned ? Boundary::inner : Boundary::outer);
+        },
+        [&](const ERPoint2D& p, bool turned) {
+            return (std::hypot(p.x() - 15, std::remainder(p.y() - middle, 2 * pi)) < 1.5) != turned;
+        });
+    // A ring that comes back over the seam.
+    const ERPoint2D bends[] = {{4, 0.5}, {5, -0.6}, {6, 0.7}, {6, 3}, {4, 5}, {4, 0.5 + 2 * pi}};
+    check(
+        ERBoundedCylinder(ERIdentity3D(), 3, {0, 10}, turn),
+        [&](ERTrimmedSurface& face, double, bool turned) {
+            ERVec<ERPoint2D> vertices;
+            for (const ERPoint2D& bend : bends)
+                vertices.push_back(bend);
+            ERPolyline2D loop(vertices);
+            if (turned) loop.reverse();
+            face.addBound(loop, Boundary::outer);
+        },
+        [&](const ERPoint2D& p, bool turned) {
+            bool inside = turned;
+            for (const double shift : {-2 * pi, 0.0, 2 * pi})
+                for (int i = 0; i < 5; ++i) {
+                    const ERPoint2D a = bends[i], b = bends[i + 1];
+                    const double y = p.y() + shift;
+                    if ((a.y() > y) != (b.y() > y) &&
+                        p.x() < a.x() + (b.x() - a.x()) * (y - a.y()) / (b.y() - a.y()))
+                        inside = !inside;
+                }
+            return inside;
+        });
 }
 
 // Even-odd parity, and the distance to the polygon with ordinates scaled.

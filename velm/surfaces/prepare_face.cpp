@@ -5,7 +5,7 @@
 #include "velm/curves/nurbs_curve.h"
 #include "velm/frame/point_functions.h"
 #include "velm/surfaces/detail/face_tables.h"
-#include "velm/surfaces/detail/trim_rings.h"
+#include "velm/surfaces/detail/trim_seams.h"
 #include "velm/surfaces/trimmed_surface.h"
 #include "velm/wireframe/arc.h"
 #include "velm/wireframe/elliptical_arc.h"
@@ -237,16 +237,17 @@ public:
             if (const auto ring = detail::ring_of(loop.pieces(), seams_)) {
                 rings.push_back(*ring);
                 ring_builders.emplace_back(std::move(loop), !first_is_outer);
+            } else if (const auto parts =
+                           detail::loops_across_seams(loop.pieces(), !first_is_outer, seams_)) {
+                if (!append(*parts)) return false;
             } else if (!append(loop, !first_is_outer)) {
                 return false;
             }
             first_is_outer = false;
         }
-        if (const auto closed = detail::loop_of(std::move(rings), seams_)) {
-            LoopBuilder loop(*face_, rounding_);
-            loop.set_pieces(closed->pieces);
-            return append(loop, closed->hole);
-        }
+        const std::vector<detail::SeamLoop> closed =
+            detail::loops_of_rings(std::move(rings), seams_);
+        if (!closed.empty()) return append(closed);
         return std::ranges::all_of(ring_builders, [&](std::pair<LoopBuilder, bool>& ring) {
             return append(ring.first, ring.second);
         });
@@ -260,6 +261,13 @@ public:
     }
 
 private:
+    bool append(const std::vector<detail::SeamLoop>& loops) {
+        return std::ranges::all_of(loops, [&](const detail::SeamLoop& part) {
+            LoopBuilder loop(*face_, rounding_);
+            loop.set_pieces(part.pieces);
+            return append(loop, part.hole);
+        });
+    }
     bool append(LoopBuilder& builder, bool hole) {
         std::optional<FaceLoop> loop =
             builder.close(hole, static_cast<int>(face_->loops.size()), face_->gaps);

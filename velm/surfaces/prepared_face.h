@@ -13,10 +13,12 @@
 // One that is beyond them by no more than 1e-4 of their extent, as in files of few digits, does:
 // `overlap` says how far; outside of its limits the surface counts as its nearest point inside.
 //
-// Loops that run once round a closed surface, as the circles of a cylinder's band, are closed along
-// its seam: two of them bound what is between them, one what is to its left, up to the limits; on a
-// torus two bound what is to the left of the first. One that meets the seam more than once, and
-// more than two, are closed by bridges.
+// Loops that cross the seam of a closed surface are cut there and closed along it, and so are loops
+// that run once round, as the circles of a cylinder's band: two of them bound what is between them,
+// one what is to its left, up to the limits; on a torus two bound what is to the left of the first.
+// Where several parts are left of an outer loop, the face has the limits for its outer loop and
+// what is between the parts for holes. More than two loops that run round, those of a torus in
+// different directions and a single one there bound nothing: they are closed by bridges.
 //
 // Gaps and overlaps. Where an edge does not end where the next one starts, a straight bridge in the
 // parameters joins them, so that every loop is closed and inside means the same everywhere. The

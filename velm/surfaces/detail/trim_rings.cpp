@@ -18,20 +18,6 @@ ERVector2D along(int axis, double length) {
     return axis == 0 ? ERVector2D(length, 0.0) : ERVector2D(0.0, length);
 }
 
-// Shifts pieces by whole rounds so that each starts where the one before it ends.
-void unwrap(std::vector<TrimPiece>& pieces, const SurfaceSeams& seams) {
-    for (std::size_t i = 1; i < pieces.size(); ++i)
-        for (int axis = 0; axis < 2; ++axis) {
-            if (!seams.closed[axis]) continue;
-            const double period = seams.period(axis);
-            const double jump = pieces[i].start[axis] - pieces[i - 1].end[axis];
-            const double rounds = std::round(jump / period);
-            if (rounds == 0.0 || std::fabs(jump - rounds * period) > near_round * period) continue;
-            if (seams.is_point(pieces[i].start, axis)) continue;
-            pieces[i].shift(along(axis, -rounds * period));
-        }
-}
-
 // Where a piece crosses a line of constant coordinate, as parts of the way.
 std::vector<double> crossings_of(const TrimPiece& piece, int axis, double line) {
     const double least = on_seam;
@@ -66,27 +52,6 @@ TrimPiece part_of(const TrimPiece& piece, double from, double to) {
     return TrimPiece::of(curve);
 }
 
-// The pieces cut at the seam, each moved inside the limits.
-std::vector<TrimPiece> cut_at_seam(const std::vector<TrimPiece>& pieces, int axis,
-                                   const SurfaceSeams& seams) {
-    const double period = seams.period(axis), low = seams.low[axis];
-    std::vector<TrimPiece> inside;
-    for (const TrimPiece& piece : pieces) {
-        std::vector<double> parts = {0.0, 1.0};
-        constexpr int most_rounds = 4;
-        for (int round = -most_rounds; round <= most_rounds; ++round)
-            for (const double part : crossings_of(piece, axis, low + round * period))
-                parts.push_back(part);
-        std::ranges::sort(parts);
-        for (std::size_t k = 0; k + 1 < parts.size(); ++k) {
-            inside.push_back(parts.size() == 2 ? piece : part_of(piece, parts[k], parts[k + 1]));
-            const double rounds = std::floor((inside.back().middle()[axis] - low) / period);
-            if (rounds != 0.0) inside.back().shift(along(axis, -rounds * period));
-        }
-    }
-    return inside;
-}
-
 } // namespace
 
 TrimPiece TrimPiece::of(ERCpoleNURBS2D curve) {
@@ -94,10 +59,10 @@ TrimPiece TrimPiece::of(ERCpoleNURBS2D curve) {
     return {curve(domain.start()), curve(domain.end()), curve};
 }
 
-ERPoint2D TrimPiece::middle() const {
-    if (!curve) return milieu(start, end);
+ERPoint2D TrimPiece::at(double part) const {
+    if (!curve) return start + (end - start) * part;
     ERCpoleNURBS2D own(*curve);
-    return own(own.getBound()(0.5));
+    return own(own.getBound()(part));
 }
 
 void TrimPiece::shift(const ERVector2D& way) {
@@ -140,6 +105,48 @@ bool SurfaceSeams::is_point(const ERPoint2D& p, int axis) const {
     return distance(at(p), at(opposite)) <= coincident * surface->box().diagonal();
 }
 
+void unwrap(std::vector<TrimPiece>& pieces, const SurfaceSeams& seams) {
+    for (std::size_t i = 1; i < pieces.size(); ++i)
+        for (int axis = 0; axis < 2; ++axis) {
+            if (!seams.closed[axis]) continue;
+            const double period = seams.period(axis);
+            const double jump = pieces[i].start[axis] - pieces[i - 1].end[axis];
+            const double rounds = std::round(jump / period);
+            if (rounds == 0.0 || std::fabs(jump - rounds * period) > near_round * period) continue;
+            if (seams.is_point(pieces[i].start, axis)) continue;
+            pieces[i].shift(along(axis, -rounds * period));
+        }
+}
+
+std::vector<TrimPiece> cut_at_seam(const std::vector<TrimPiece>& pieces, int axis,
+                                   const SurfaceSeams& seams) {
+    const double period = seams.period(axis), low = seams.low[axis];
+    std::vector<TrimPiece> inside;
+    for (const TrimPiece& piece : pieces) {
+        std::vector<double> parts = {0.0, 1.0};
+        constexpr int most_rounds = 4;
+        for (int round = -most_rounds; round <= most_rounds; ++round)
+            for (const double part : crossings_of(piece, axis, low + round * period))
+                parts.push_back(part);
+        std::ranges::sort(parts);
+        for (std::size_t k = 0; k + 1 < parts.size(); ++k) {
+            inside.push_back(parts.size() == 2 ? piece : part_of(piece, parts[k], parts[k + 1]));
+            const double middle = inside.back().at(0.5)[axis];
+            if (middle >= low && middle <= low + period) continue; // also on the seam
+            const double rounds = std::floor((middle - low) / period);
+            if (rounds != 0.0) inside.back().shift(along(axis, -rounds * period));
+        }
+    }
+    return inside;
+}
+
+double TrimRing::across() const {
+    double sum = 0.0;
+    for (const TrimPiece& piece : pieces)
+        sum += piece.at(0.0)[1 - axis] + piece.at(0.5)[1 - axis];
+    return sum / static_cast<double>(pieces.size());
+}
+
 void TrimRing::reverse() {
     std::ranges::reverse(pieces);
     for (TrimPiece& piece : pieces)
@@ -156,46 +163,9 @@ std::optional<TrimRing> ring_of(std::vector<TrimPiece> pieces, const SurfaceSeam
         if (!seams.closed[axis] || seams.is_point(pieces.front().start, axis)) continue;
         if (std::fabs(std::fabs(whole[axis]) - period) > near_round * period) continue;
         if (std::fabs(whole[1 - axis]) > near_round * across) continue;
-        TrimRing ring{axis, whole[axis] > 0.0, cut_at_seam(pieces, axis, seams)};
-        const double from = ring.rises ? seams.low[axis] : seams.high[axis];
-        const auto starts = [&](const TrimPiece& piece) {
-            return std::fabs(piece.start[axis] - from) <= on_seam * period;
-        };
-        if (std::ranges::count_if(ring.pieces, starts) != 1) return std::nullopt;
-        std::rotate(ring.pieces.begin(), std::ranges::find_if(ring.pieces, starts),
-                    ring.pieces.end());
-        return ring;
+        return TrimRing{axis, whole[axis] > 0.0, std::move(pieces)};
     }
     return std::nullopt;
-}
-
-std::optional<RingLoop> loop_of(std::vector<TrimRing> rings, const SurfaceSeams& seams) {
-    if (rings.empty() || rings.size() > 2) return std::nullopt;
-    const int axis = rings[0].axis, across = 1 - axis;
-    const bool left_is_up = (axis == 0) == rings[0].rises;
-    RingLoop loop;
-    if (rings.size() == 1) {
-        if (seams.closed[across]) return std::nullopt;
-        TrimRing limit{axis, true, {}};
-        const ERVector2D level = along(across, left_is_up ? seams.high[across] : seams.low[across]);
-        limit.pieces.push_back(
-            TrimPiece::line(ERPoint2D() + along(axis, seams.low[axis]) + level,
-                            ERPoint2D() + along(axis, seams.high[axis]) + level));
-        rings.push_back(limit);
-    }
-    if (rings[1].axis != axis) return std::nullopt;
-    const bool second_is_above = rings[1].across() > rings[0].across();
-    loop.hole = seams.closed[across] && second_is_above != left_is_up;
-    if (!second_is_above) std::swap(rings[0], rings[1]);
-    if (!rings[0].rises) rings[0].reverse();
-    if (rings[1].rises) rings[1].reverse();
-    for (std::size_t i = 0; i < 2; ++i) {
-        const std::vector<TrimPiece>& pieces = rings[i].pieces;
-        loop.pieces.insert(loop.pieces.end(), pieces.begin(), pieces.end());
-        loop.pieces.push_back(
-            TrimPiece::line(pieces.back().end, rings[1 - i].pieces.front().start));
-    }
-    return loop;
 }
 
 } // namespace velm::detail

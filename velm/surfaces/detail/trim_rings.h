@@ -1,5 +1,5 @@
 // velm::detail::TrimRing: loops that run once round a closed surface, such as the two circles of a
-// band of a cylinder, closed along the surface's seam.
+// band of a cylinder, and what cuts loops at the surface's seams.
 #pragma once
 
 #include "velm/curves/nurbs_curve.h"
@@ -17,7 +17,8 @@ struct TrimPiece {
 
     static TrimPiece line(const ERPoint2D& from, const ERPoint2D& to) { return {from, to, {}}; }
     static TrimPiece of(ERCpoleNURBS2D curve);
-    ERPoint2D middle() const;
+    /// At a part of the way.
+    ERPoint2D at(double part) const;
     void shift(const ERVector2D& way);
     void reverse();
 };
@@ -39,29 +40,25 @@ private:
     ERPoint3D at(ERPoint2D p) const;
 };
 
-/// A chain from one side of the seam to the other.
+/// Shifts pieces by whole rounds so that each starts where the one before it ends.
+void unwrap(std::vector<TrimPiece>& pieces, const SurfaceSeams& seams);
+/// The pieces cut at the seam of an axis, each moved inside the limits.
+std::vector<TrimPiece> cut_at_seam(const std::vector<TrimPiece>& pieces, int axis,
+                                   const SurfaceSeams& seams);
+
+/// A loop that goes once round.
 struct TrimRing {
     int axis = 0;
-    bool rises = true; ///< goes from the low limit to the high one
-    std::vector<TrimPiece> pieces;
+    bool rises = true;             ///< along the axis
+    std::vector<TrimPiece> pieces; ///< unwrapped
 
-    /// The coordinate across the way at its start.
-    double across() const { return pieces.front().start[1 - axis]; }
+    /// The mean coordinate across the way.
+    double across() const;
     void reverse();
 };
 
 /// The ring that a loop's pieces are, where they go once round, wherever they start and also where
-/// they change from one side of the seam to the other. Nothing for other loops, and for a ring that
-/// meets the seam more than once.
+/// they change from one side of the seam to the other. Nothing for other loops.
 std::optional<TrimRing> ring_of(std::vector<TrimPiece> pieces, const SurfaceSeams& seams);
-
-/// The closed loop of rings: two bound what is between them; one what is to its left, up to the
-/// limits. On a surface that is closed in both directions two bound what is to the left of the
-/// first. Nothing for more rings, and for rings in different directions.
-struct RingLoop {
-    std::vector<TrimPiece> pieces;
-    bool hole = false; ///< the face is outside of the loop
-};
-std::optional<RingLoop> loop_of(std::vector<TrimRing> rings, const SurfaceSeams& seams);
 
 } // namespace velm::detail
