@@ -16,6 +16,9 @@ constexpr double short_step = 1e-9;
 constexpr double last_step = 1e-5, last_error = 1e-12;
 // Halves this small are taken as they are: what is uncertain there is reported.
 constexpr double smallest_part = 0x1p-40;
+// Roundings of a squared distance that is computed from squares that cancel, of those. Beside a
+// surface they are what decides between two leaves.
+constexpr double square_roundings = 0x1p-50;
 
 // Half of |Y|^2 - b w^2 with b = |Y|^2 / w^2 at a place: gradient and second derivatives.
 struct Model {
@@ -98,6 +101,12 @@ LeafPlace place_after(const LeafSearch::View& view, DegreeU, DegreeV, Rational r
                     place.from_query[1] * place.from_query[1] +
                     place.from_query[2] * place.from_query[2];
     return place;
+}
+
+// Of the squares in a quadratic part of |Y|^2 - b w^2.
+double rounding_of(const QuadraticPart& part, double b) {
+    return square_roundings * (std::fabs(part.c) + b + std::fabs(part.g[0]) + std::fabs(part.g[1]) +
+                               std::fabs(part.h[0]) + std::fabs(part.h[1]) + std::fabs(part.h[2]));
 }
 
 // Whether |Y|^2 - b w^2 falls along one direction everywhere in [-1, 1]^2, b being a value of
@@ -191,6 +200,7 @@ void LeafSearch::look_at(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, i
             }
         view.turn[0] = leaf.turn[0][0] + turn[0] + leaf.ratio * turn[1];
         view.turn[1] = leaf.turn[0][1] + turn[2] + turn[1] / leaf.ratio;
+        rest += rounding_of(square, view.b_turn);
         const double wanted = wanted_square();
         if (best_.squared < HUGE_VAL &&
             0.5 * (square.c + view.b_turn - wanted) - along(0, 0) + bend >= rest)
@@ -231,7 +241,7 @@ bool LeafSearch::newton(const View& view, int number, double x, double y) {
                 double unused[2];
                 const double least = least_of_convex(m.g, sure, low, high, unused);
                 const double loss = -least * over_weight;
-                if (m.squared - loss >= best_.squared) {
+                if (m.squared * (1.0 - square_roundings) - loss >= best_.squared) {
                     done = true;
                     return;
                 }
@@ -331,7 +341,7 @@ void LeafSearch::halve(const SurfaceLeaf& leaf, const View& whole, int number) {
         double b = bounded ? wanted_square() : whole.b_turn;
         const QuadraticPart m = expand(view.middle, view.half, b);
         double place[2];
-        double least = lower_bound_of(m, low, high, place);
+        double least = lower_bound_of(m, low, high, place) - rounding_of(m, b);
         if (bounded && least >= 0.0) {
             left_out(b);
             continue;
@@ -372,7 +382,7 @@ void LeafSearch::halve(const SurfaceLeaf& leaf, const View& whole, int number) {
         }
         if (best_.squared < HUGE_VAL) b = wanted_square();
         const QuadraticPart there = expand(middle, half, b);
-        least = lower_bound_of(there, about.low, about.high, place);
+        least = lower_bound_of(there, about.low, about.high, place) - rounding_of(there, b);
         if (best_.squared < HUGE_VAL && least >= 0.0) {
             left_out(b);
             continue;

@@ -144,7 +144,7 @@ private:
             if (sure > 0.0) {
                 const double s = std::clamp(-slope / sure, -1.0 - x, 1.0 - x);
                 const double loss = -s * (2.0 * slope + s * sure);
-                if (squared - loss >= search_.best().squared) return true;
+                if (squared * (1.0 - roundings) - loss >= search_.best().squared) return true;
                 const double distance = std::sqrt(squared),
                              enough = 0.5 * search_.allowed(distance);
                 if (std::fabs(step) < last_step &&
