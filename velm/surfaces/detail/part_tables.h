@@ -27,11 +27,13 @@ struct PartTables {
 /// one inside of its face.
 ///
 /// Inside of a face the sign is that of the normal, negative where the face of another solid lies
-/// on it. Where two smooth faces meet at an edge, it is that of the sum of their normals, as for
-/// the edges of polyhedra (Baerentzen and Aanaes 2005, IEEE TVCG 11, 243-253): near to its foot
-/// each is its tangent plane. Elsewhere, at corners, tips and knife edges, it is that of another
-/// point: between p and its foot there is a ball about p without a point of the part, and all of a
-/// ball is on one side; so any point of it will do whose own foot is inside of a face.
+/// before it. Where two smooth faces meet at an edge, it is that of the sum of their normals, as
+/// for the edges of polyhedra (Baerentzen and Aanaes 2005, IEEE TVCG 11, 243-253): near to its foot
+/// each is its tangent plane. At a knife edge, where the sum is short, the point is outside if the
+/// faces have their material between them, inside if it is around them. Elsewhere, at corners, tips
+/// and where walls are thinner than the tolerance, the sign is that of another point: between p and
+/// its foot there is a ball about p without a point of the part, and all of a ball is on one side;
+/// so any point of it will do whose own foot has a side by the rules before.
 void settle_side(const PartTables& part, const ERPoint3D& p, PartFoot& foot);
 
 /// The same for a foot that is not the nearest of all: by its own face alone.
