@@ -31,6 +31,7 @@ public:
     /// `error` bounds the rounding of values. `part` has room for a grid.
     void find(const double* coefs, int p, int q, double error, double* part);
 
+    void clear() { count_ = 0; }
     int count() const { return count_; }
     const PairZero& operator[](int i) const { return zeros_[static_cast<std::size_t>(i)]; }
 

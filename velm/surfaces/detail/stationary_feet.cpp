@@ -1,6 +1,5 @@
 #include "velm/surfaces/detail/stationary_feet.h"
 
-#include "velm/curves/detail/basis_functions.h"
 #include "velm/surfaces/detail/analytic_feet.h"
 #include "velm/surfaces/detail/quotient_rule.h"
 
@@ -49,14 +48,10 @@ void StationaryFeet::perpendicular() {
     if (tables_.analytic) {
         on_analytic(false);
     } else {
-        const auto grid = static_cast<std::size_t>(4 * (3 * tables_.leaves.degree_u + 1) *
-                                                   (3 * tables_.leaves.degree_v + 1));
-        constexpr std::size_t usual = 4 * 19 * 19; // of an offset surface
-        WorkArray<double, 4 * usual> room(4 * grid);
         const double bound = distance_ * tables_.leaves.frame.scale;
         const double squared = bound * bound * (1.0 + 1e-12) + std::numeric_limits<double>::min();
         tables_.tree.nearest(q_, squared, [&](int leaf, double) {
-            zeros_on(leaf, room.data());
+            feet_on(leaf);
             return true;
         });
     }
@@ -83,103 +78,12 @@ void StationaryFeet::minima(double distance) {
     perpendicular();
 }
 
-// Whether a derivative keeps its sign on the leaf.
-bool StationaryFeet::far_from_stationary(const SurfaceLeaf& leaf) const {
+void StationaryFeet::feet_on(int number) {
     const SurfaceLeaves& leaves = tables_.leaves;
-    if (leaves.rational) return false;
-    const double* const r = leaves.poles(leaf);
-    double e[3], reach = 0.0;
-    for (int c = 0; c < 3; ++c) {
-        e[c] = q_[c] - leaf.centre[c];
-        reach += e[c] * e[c];
-    }
-    reach = std::sqrt(reach);
-    const auto along = [&](int i, int j) {
-        if (i > leaves.degree_u || j > leaves.degree_v) return 0.0;
-        const double* const x = r + 4 * (j * (leaves.degree_u + 1) + i);
-        return e[0] * x[0] + e[1] * x[1] + e[2] * x[2];
-    };
-    const QuadraticPart& square = leaf.square;
-    const double g[2] = {0.5 * square.g[0] - along(1, 0), 0.5 * square.g[1] - along(0, 1)};
-    const double h[3] = {0.5 * square.h[0] - 2.0 * along(2, 0), 0.5 * square.h[1] - along(1, 1),
-                         0.5 * square.h[2] - 2.0 * along(0, 2)};
-    const double turn[2] = {leaf.turn[0][0] + reach * leaf.turn[1][0],
-                            leaf.turn[0][1] + reach * leaf.turn[1][1]};
-    // Forms E with |x . E x| <= x . D x have |E x|_k <= sqrt(D_k (D_0 + D_1)) on the square.
-    constexpr double margin = 1.0 + 1e-9;
-    for (int k = 0; k < 2; ++k)
-        if (std::fabs(g[k]) > margin * (std::fabs(h[2 * k]) + std::fabs(h[1]) +
-                                        std::sqrt(turn[k] * (turn[0] + turn[1]))))
-            return true;
-    return false;
-}
-
-// The numerators of the derivatives of |Y / w|^2 / 2: w (Y . Ys) - ws (Y . Y), of degree 3 p, which
-// for w = 1 are Y . Ys.
-void StationaryFeet::gradient(const SurfaceLeaf& leaf, double* grid, double* work) const {
-    const SurfaceLeaves& leaves = tables_.leaves;
-    const int p = leaves.degree_u, q = leaves.degree_v, p2 = 2 * p, q2 = 2 * q;
-    const int p3 = leaves.rational ? 3 * p : p2, q3 = leaves.rational ? 3 * q : q2;
-    const double* const r = leaves.poles(leaf);
-    double e[3];
-    for (int c = 0; c < 3; ++c)
-        e[c] = q_[c] - leaf.centre[c];
-    for (int k = 0; k < 4 * (p + 1) * (q + 1); k += 4) {
-        for (int c = 0; c < 3; ++c)
-            work[k + c] = r[k + c] - r[k + 3] * e[c];
-        work[k + 3] = r[k + 3];
-    }
-    constexpr double points[4] = {1, 1, 1, 0};
-    double* const square = work + 4 * (p + 1) * (q + 1);
-    power_product(work, work, p, q, points, square);
-    std::fill_n(grid, 4 * (p3 + 1) * (q3 + 1), 0.0);
-    for (int j = 0; j <= q2; ++j)
-        for (int i = 0; i <= p2; ++i) {
-            const double c = square[j * (p2 + 1) + i];
-            if (!leaves.rational) {
-                if (i > 0) grid[4 * (j * (p3 + 1) + i - 1)] += 0.5 * i * c;
-                if (j > 0) grid[4 * ((j - 1) * (p3 + 1) + i) + 1] += 0.5 * j * c;
-                continue;
-            }
-            for (int m = 0; m <= q; ++m)
-                for (int n = 0; n <= p; ++n) {
-                    const double product = c * work[4 * (m * (p + 1) + n) + 3];
-                    double* const to = grid + 4 * ((j + m) * (p3 + 1) + i + n);
-                    if (i + n > 0) to[-4] += (0.5 * i - n) * product;
-                    if (j + m > 0) to[1 - 4 * (p3 + 1)] += (0.5 * j - m) * product;
-                }
-        }
-}
-
-void StationaryFeet::zeros_on(int number, double* room) {
-    const SurfaceLeaves& leaves = tables_.leaves;
-    const SurfaceLeaf& leaf = leaves[number];
-    if (far_from_stationary(leaf)) return;
-    const int times = leaves.rational ? 3 : 2;
-    const int p = times * leaves.degree_u, q = times * leaves.degree_v;
-    const int size = 4 * (p + 1) * (q + 1);
-    double *const grid = room, *const part = room + size, *const work = part + size;
-    gradient(leaf, grid, work);
-    double most = 0.0, offset = 0.0;
-    for (int k = 4; k < 4 * leaves.coefs_of_leaf(); k += 4)
-        for (int c = 0; c < 3; ++c)
-            most = std::max(most, std::fabs(leaves.poles(leaf)[k + c]));
-    for (int c = 0; c < 3; ++c)
-        offset += std::fabs(q_[c] - leaf.centre[c]);
-    zeros_.find(grid, p, q, product_rounding * most * (offset + most), part);
-    for (int i = 0; i < zeros_.count(); ++i) {
-        const PairZero& zero = zeros_[i];
-        LeafJet jet;
-        power_jet_at(leaves.poles(leaf), leaves.degree_u, leaves.degree_v, zero.x[0], zero.x[1],
-                     jet);
-        LeafPlace place;
-        place.leaf = number, place.s = zero.x[0], place.t = zero.x[1];
-        place.squared = 0.0;
-        for (int c = 0; c < 3; ++c) {
-            place.from_query[c] = jet.x[0][c] / jet.x[0][3] + leaf.centre[c] - q_[c];
-            place.squared += place.from_query[c] * place.from_query[c];
-        }
-        SurfaceFoot foot = foot_at(tables_.surface, leaves, place, q_);
+    leaf_feet_.find(leaves, number, q_);
+    for (int i = 0; i < leaf_feet_.count(); ++i) {
+        const PairZero& zero = leaf_feet_.zero(i);
+        SurfaceFoot foot = foot_at(tables_.surface, leaves, leaf_feet_.place(i), q_);
         foot.lower = foot.distance;
         foot.certified = zero.simple;
         if (!zero.simple) foot.kind = SurfaceFootKind::degenerate;

@@ -2,7 +2,7 @@
 // or has a minimum, into a caller's list.
 #pragma once
 
-#include "velm/surfaces/detail/pair_zeros.h"
+#include "velm/surfaces/detail/leaf_feet.h"
 #include "velm/surfaces/detail/projector_tables.h"
 #include "velm/surfaces/detail/sharp_lines.h"
 #include "velm/surfaces/detail/sided_jet.h"
@@ -22,9 +22,7 @@ public:
     void minima(double distance);
 
 private:
-    void zeros_on(int number, double* room);
-    bool far_from_stationary(const SurfaceLeaf& leaf) const;
-    void gradient(const SurfaceLeaf& leaf, double* grid, double* work) const;
+    void feet_on(int number);
     void on_analytic(bool limits);
     bool is_minimum_on_limit(const AnalyticPlace& place) const;
     void on_line(const SharpLine& line);
@@ -51,7 +49,7 @@ private:
     double q_[3];
     bool minima_only_ = false;
     double distance_;
-    PairZeros zeros_;
+    LeafFeet leaf_feet_;
 };
 
 } // namespace velm::detail
