@@ -11,6 +11,7 @@
 #include "velm/surfaces/detail/pair_zeros.h"
 #include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/offset_surface.h"
+#include "velm/surfaces/prepared_part.h"
 #include "velm/surfaces/revolution_surface.h"
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/torus.h"
@@ -570,6 +571,55 @@ TEST(SurfaceProjector, ListsMinimaAtPolesOfOffsets) {
             EXPECT_NEAR(minima.front().distance, projector->nearest(p).distance, 1e-12);
         }
     }
+}
+
+// Beside a centre of curvature, where minima are near to each other; each by its own normal.
+TEST(PreparedPart, TakesEveryMinimumThatIsTurnedToADirection) {
+    Random random(198);
+    std::vector<SurfaceFoot> minima;
+    int taken = 0, close = 0;
+    for (int round = 0; round < 8; ++round) {
+        Shape shape;
+        shape.amplitude = 0.8, shape.spans_u = shape.spans_v = 4;
+        shape.weights = round % 2 ? 1.5 : 1.0;
+        const ERSpoleNURBS3D given = panel(panel_poles(random, shape), 3, 3);
+        const auto surface = velm::prepare(given);
+        const auto projector = SurfaceProjector::on(*surface);
+        const auto part = velm::PreparedPart::of({{*velm::prepare_face(given), 1}}, 1e-6);
+        for (int k = 0; k < 60; ++k) {
+            const ERPoint2D place(random.uniform(0.2, 0.8), random.uniform(-0.4, 1.4));
+            velm::PrincipalCurvatures curvature;
+            velm::SurfaceSamples samples;
+            samples.curvatures = {&curvature, 1};
+            surface->evaluate({&place, 1}, samples);
+            const double bend = k % 2 ? curvature.min : curvature.max;
+            const double t = random.uniform(0.98, 1.05) / bend;
+            if (!(std::fabs(t) < 10.0)) continue;
+            const ERVector3D up = surface->normal(place.x(), place.y());
+            const ERPoint3D p = (*surface)(place.x(), place.y()) + ERPoint3D(up * t);
+            projector->all_minima(p, 100.0, minima);
+            for (const SurfaceFoot& foot : minima) {
+                if (foot.kind != SurfaceFootKind::interior) continue;
+                double apart = 0.5;
+                for (const SurfaceFoot& other : minima)
+                    if (&other != &foot)
+                        apart = std::min(apart, 0.5 * (other.normal - foot.normal).norme());
+                if (apart < 1e-3) continue;
+                velm::PartSearch search;
+                search.direction = foot.normal;
+                search.max_angle = apart;
+                const velm::PartFoot faced = part->nearest(p, search);
+                ASSERT_EQ(faced.face, 0) << round << " " << k << " " << apart;
+                ASSERT_LE(faced.distance, foot.distance + 1e-9) << round << " " << k;
+                if (faced.kind != SurfaceFootKind::interior) continue;
+                EXPECT_NEAR(faced.distance, foot.distance, 1e-9) << round << " " << k;
+                ++taken;
+                close += apart < 0.05;
+            }
+        }
+    }
+    EXPECT_GT(taken, 100);
+    EXPECT_GT(close, 20);
 }
 
 // Roots in s, one in t, and both polynomials mixed.

@@ -2,6 +2,7 @@
 
 #include "velm/frame/point_functions.h"
 #include "velm/surfaces/detail/in_parts.h"
+#include "velm/surfaces/detail/leaf_feet.h"
 #include "velm/surfaces/detail/part_tables.h"
 
 #include <algorithm>
@@ -10,8 +11,14 @@
 namespace velm {
 
 using detail::FaceSet;
+using detail::InTrim;
+using detail::LeafFeet;
+using detail::LeafPlace;
 using detail::LeafSearch;
+using detail::LiftedPiece;
 using detail::PartTables;
+using detail::SearchedFace;
+using detail::SurfaceLeaf;
 
 namespace {
 
@@ -66,30 +73,92 @@ private:
     double cosine_ = -1.0;
 };
 
-// The nearest of the places that are nearest on their leaf or piece of trim, and that count.
-PartFoot nearest_faced(const PartTables& part, const ERPoint3D& p, const Condition& condition) {
-    const FaceSet& set = *part.set;
-    double q[3];
-    set.frame().to_local(p, q);
-    double squared = condition.bound();
-    bool complete = true;
-    PartFoot best;
-    set.tree().nearest(q, squared, [&](int number, double) {
-        LeafSearch alone(q, set.local_size(), SurfaceProjector::default_budget);
-        alone.limit(squared);
-        set.look_alone(number, alone);
-        complete = complete && !alone.spent();
-        const PartFoot foot = part.found_by(alone);
-        if (foot.face >= 0 && condition.is_faced(foot) && condition.is_perpendicular(foot, p)) {
-            best = foot;
-            squared = alone.best().squared;
+// The nearest of the places that count among the minima of leaves and pieces of trim.
+class FacedSearch {
+public:
+    FacedSearch(const PartTables& part, const ERPoint3D& p, const Condition& condition)
+        : part_(part), set_(*part.set), p_(p), condition_(condition), squared_(condition.bound()) {
+        set_.frame().to_local(p, q_);
+    }
+
+    PartFoot run() {
+        set_.tree().nearest(q_, squared_, [&](int number, double) {
+            look(number);
+            return true;
+        });
+        best_.certified = complete_;
+        best_.lower = best_.distance;
+        return best_;
+    }
+
+private:
+    // Where the nearest place doesn't count another minimum may, unless one is all there is.
+    void look(int number) {
+        LeafSearch alone(q_, set_.local_size(), SurfaceProjector::default_budget);
+        alone.limit(squared_);
+        set_.look_alone(number, alone);
+        complete_ = complete_ && !alone.spent();
+        if (alone.best().leaf < 0 || offer(alone) || !alone.halved()) return;
+        const FaceSet::Item at = set_.item(number);
+        if (at.index < 0) {
+            complete_ = false;
+            return;
         }
+        const SearchedFace& face = set_[at.face];
+        const SurfaceLeaf& leaf = face.leaves[at.index];
+        const bool has_pieces = leaf.in_trim == InTrim::crossing; // on its limits, too
+        complete_ = complete_ && (has_pieces || leaf.sharp == 0);
+        LeafFeet feet;
+        feet.find(face.leaves, at.index, q_);
+        for (int i = 0; i < feet.count(); ++i) {
+            LeafPlace place = feet.place(i);
+            place.leaf = number;
+            if (!(place.squared < squared_)) continue;
+            const bool is_simple = feet.zero(i).simple;
+            complete_ = complete_ && is_simple;
+            if (!is_simple || !feet.is_minimum(i)) continue;
+            if (leaf.in_trim == InTrim::crossing &&
+                !face.holds(face.leaves.u_at(leaf, place.s), face.leaves.v_at(leaf, place.t)))
+                continue;
+            LeafSearch one(q_, set_.local_size(), 0);
+            one.offer(place);
+            offer(one);
+        }
+    }
+
+    // Returns whether the best place of a search counts.
+    bool offer(const LeafSearch& search) {
+        const PartFoot foot = part_.found_by(search);
+        if (!condition_.is_faced(foot) || !condition_.is_perpendicular(foot, p_)) return false;
+        if (foot.kind == SurfaceFootKind::edge && !is_across_edge(search.best())) return false;
+        best_ = foot;
+        squared_ = search.best().squared;
         return true;
-    });
-    best.certified = complete;
-    best.lower = best.distance;
-    return best;
-}
+    }
+
+    // False at an end of a piece of an edge from which the distance falls along the edge.
+    bool is_across_edge(const LeafPlace& place) const {
+        const FaceSet::Item at = set_.item(place.leaf);
+        if (at.index >= 0) return true;
+        const LiftedPiece& piece = set_[at.face].trim[static_cast<std::size_t>(~at.index)];
+        if (piece.loop < 0) return true;
+        double jet[2][3];
+        piece.jet(place.s, 1, jet);
+        const ERVector3D away(place.from_query[0], place.from_query[1], place.from_query[2]);
+        const ERVector3D along(jet[1][0], jet[1][1], jet[1][2]);
+        return std::fabs(away * along) <= along.norme() * (perpendicular_slope * away.norme() +
+                                                           perpendicular_size * set_.local_size());
+    }
+
+    const PartTables& part_;
+    const FaceSet& set_;
+    const ERPoint3D p_;
+    const Condition& condition_;
+    double q_[3];
+    double squared_;
+    bool complete_ = true;
+    PartFoot best_;
+};
 
 } // namespace
 
@@ -150,7 +219,7 @@ PartFoot PreparedPart::nearest(const ERPoint3D& p, const PartSearch& conditions)
     set.search(search);
     PartFoot foot = tables_->found_by(search);
     const bool is_free = foot.face < 0 || condition.is_faced(foot);
-    if (!is_free) foot = nearest_faced(*tables_, p, condition);
+    if (!is_free) foot = FacedSearch(*tables_, p, condition).run();
     if (foot.face < 0 || !condition.is_near(foot)) return none;
     if (is_free)
         detail::settle_side(*tables_, p, foot);

@@ -58,11 +58,11 @@ struct PartSearch {
     /// No place further than this.
     double max_distance = HUGE_VAL;
     /// Places where the outward normal of a face is within max_angle, in radians, of the direction,
-    /// and where the point is perpendicular above the face, or that are on an edge or corner. If
-    /// the nearest place of all is none, each leaf of a face, a part in which the normal changes
-    /// little, is asked for its own nearest place; the sign of its distance is that of its face,
-    /// and certified means no more than that each leaf was searched to its end: on one where the
-    /// squared distance isn't convex a second minimum, further away, may be missed.
+    /// and that are minima of the distance: where the point is perpendicular above the face, or on
+    /// an edge and perpendicular to it, or at a corner. The border of what is turned to the
+    /// direction is no place. If the nearest place of all is none of these, the sign of the
+    /// distance is that of the place's face, and certified means that all minima that are nearer
+    /// were looked at; it isn't where some can't be told apart, as on the axis of a hole.
     std::optional<ERVector3D> direction;
     double max_angle = std::numbers::pi / 2;
     /// A foot that is expected to be near, as that of a neighbouring point: it changes the time,

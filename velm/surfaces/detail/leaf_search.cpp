@@ -283,6 +283,7 @@ bool LeafSearch::newton(const View& view, int number, double x, double y) {
 }
 
 void LeafSearch::halve(const SurfaceLeaf& leaf, const View& whole, int number) {
+    halved_ = true;
     if (trim_ != nullptr) { // what is left out there isn't off by the leaf's error
         std::swap(lower_, border_lower_);
         trim_->search_border(leaf, *this);

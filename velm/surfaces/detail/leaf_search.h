@@ -68,7 +68,13 @@ public:
         return wanted * wanted;
     }
     /// Takes one halving from the budget; returns whether there was one.
-    bool halving() { return --budget_ >= 0; }
+    bool halving() {
+        halved_ = true;
+        return --budget_ >= 0;
+    }
+    /// Whether a leaf or piece was not shown to have one minimum at most, so that it may have more
+    /// than the best place.
+    bool halved() const { return halved_; }
 
     /// The nearest place of a part where the squared distance is convex, at this distance, to
     /// within `loss` of its square and off the surface by `error`, is outside of the trim.
@@ -147,6 +153,7 @@ private:
     int budget_;
     LeafPlace best_;
     double lower_ = HUGE_VAL, border_lower_ = HUGE_VAL;
+    bool halved_ = false;
     // By nearest places outside of the trim: losses of squares, and errors.
     double missed_ = 0.0, missed_nearby_ = 0.0, missed_error_ = 0.0;
     // Of the leaf at hand; no trim unless it crosses the leaf.
