@@ -94,6 +94,43 @@ TEST(Exports, IdsNameFeatures) {
     EXPECT_NE(shop.run("fit line l.csv").error.find("not used: upper, part"), std::string::npos);
 }
 
+// What could be read in two ways is refused, by a sentence with this in it; the rest is read.
+TEST(Exports, AreNeverReadWrongly) {
+    const Workshop shop;
+    shop.write("square.dat", "0 0\n10 0\n10 10\n0 10\n");
+    const std::tuple<std::string, const char*> tables[] = {
+        {"Nr;X;Y;\n;mm;mm;\na;5,0;-0,02;\nNr;X;Y;\n;mm;mm;\nb;10,5;4;;;\n", ""},
+        {"\xEF\xBB\xBFid\tx\ty\r\na\t5\t-.02\r\nb\t1.05e1\t4\r\n", ""},
+        {"Rep\xE8re;X mesur\xE9;Y mesur\xE9;oberes Abma\xDF\na;5;-0,02;0,4\nb;10,5;4;0,4\n", ""},
+        {"id,x,y,upper\na,5,-.02,.4\nb,\"10,500\",4,.4\n", "separates decimals"},
+        {"id;x;y\na;1.234;5,5\n", "line 2: column y: '5,5' has a comma, but '1.234' in line 2"},
+        {"id,x,y\na,5,4\nb,\"1,234\",5\n", "line 3: the number '1,234' may"},
+        {"id,x,y\na,\"1,234.5\",5\n", "found '1,234.5'"},
+        {"id,X [mm],Y [mm],Upper [um]\na,5,-20,50\n", "line 1: the column 'Upper [um]' has a unit"},
+        {"id,X [mm],Y [mm]\n,mm,inch\na,5,0\n", "line 1: the columns 'X [mm]' and 'Y [mm]'"},
+        {"Axis,Nominal,Meas\nX,5,5\nY,0,1\nX,7,7\nX,8,8\nY,0,1\n", "names of the features"},
+        {"Id,Axis,Meas\na,X,5\nb,X,7\nb,Y,1\n", "column y: expected a number, found nothing"},
+        {"5 -.02 1 255 128 0\n", "no direction of length 1"},
+        {"id,x,y\na,5,NaN\n", "found 'NaN'"},
+        {"id,x,y\na,5,---\n", "found '---'"},
+        {"id,x,y\na,5,1D-1\n", "found '1D-1'"}};
+    for (const auto& [table, complaint] : tables) {
+        SCOPED_TRACE(table);
+        shop.write("t.csv", table);
+        const Ended run = shop.run("section square.dat t.csv --tolerance .1 --json j.json");
+        if (*complaint != '\0') {
+            EXPECT_EQ(run.code, 3);
+            EXPECT_NE(run.error.find(complaint), std::string::npos) << run.error;
+            continue;
+        }
+        ASSERT_EQ(run.code, 1) << run.error;
+        const auto points = shop.read_json("j.json")["points"];
+        ASSERT_EQ(points.size(), 2u);
+        EXPECT_NEAR(points[0]["deviation"].get<double>(), 0.02, 1e-12);
+        EXPECT_NEAR(points[1]["deviation"].get<double>(), 0.5, 1e-12);
+    }
+}
+
 TEST(Exports, TargetsWithOneAxisARow) {
     const Workshop shop;
     shop.write("t.csv", "Feature;Axis;Nominal;Meas;+Tol;-Tol\np;X;1;1,1;1;1\np;Y;2;2;1;1\n"

@@ -1,5 +1,6 @@
 #include "inspect/input/column_names.h"
 
+#include "inspect/base/text_escape.h"
 #include "inspect/input/dxf_drawing.h"
 
 #include <algorithm>
@@ -251,7 +252,7 @@ std::optional<Column> column_of_name(std::string_view name) {
 
 ColumnTitle read_title(std::string_view title) {
     std::string unit;
-    const std::string name = plain_text(title, unit);
+    const std::string name = plain_text(utf8_text(title), unit);
     ColumnTitle read;
     if (!unit.empty()) read.millimetres = unit_of_title(unit);
     if ((read.meaning = column_of_name(name))) {
@@ -264,6 +265,12 @@ ColumnTitle read_title(std::string_view title) {
     const bool has_minus = name.starts_with('-') || name.ends_with('-'); // "Tol -"
     read.meaning = meaning_of(joined == "tol" && has_minus ? "tol-" : joined);
     return read;
+}
+
+std::optional<double> unit_called(std::string_view text) {
+    std::string unit;
+    const std::string name = plain_text(utf8_text(text), unit);
+    return unit_of_title(unit.empty() ? name : unit);
 }
 
 } // namespace velm::inspect

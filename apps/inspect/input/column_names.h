@@ -60,6 +60,9 @@ struct ColumnTitle {
 /// already corrected for the ball, if their name says that they are actual ones.
 ColumnTitle read_title(std::string_view title);
 
+/// A unit of length in millimetres: "mm", "[inch]".
+std::optional<double> unit_called(std::string_view text);
+
 /// A column that the user has named: the first one is 1.
 struct ColumnChoice {
     Column meaning;

@@ -59,6 +59,14 @@ std::vector<char> separators_of(std::string_view line) {
     return separators;
 }
 
+// "1,234": a comma as it also separates thousands.
+bool may_be_thousands(std::string_view text) {
+    if (text.starts_with('-') || text.starts_with('+')) text.remove_prefix(1);
+    const std::size_t comma = text.find(',');
+    return comma >= 1 && comma <= 3 && text.size() == comma + 4 && text[0] != '0' &&
+           text.find_first_not_of("0123456789,") == std::string_view::npos;
+}
+
 std::string joined(std::span<const std::string> texts) {
     std::string out;
     for (const std::string& text : texts)
@@ -71,10 +79,14 @@ std::string joined(std::span<const std::string> texts) {
 CsvRecords::CsvRecords(TextSource& source, const TableNeeds& needs, const TableOptions& options)
     : source_(source), needs_(needs) {
     clear_columns();
+    is_chosen_ = !options.columns.empty();
     find_header(options);
+    row_line_ = source_.line_number();
+    if (!is_bare_) take_units();
     settle_unit(options);
+    if (is_by_axis_) ignore_beside_axes();
+    check_limits_unit();
     if (!is_by_axis_) return;
-    ignore_beside_axes();
     for (AxesRow row; gather_axes(row); row = AxesRow())
         axes_.push_back(std::move(row));
 }
@@ -155,6 +167,9 @@ bool CsvRecords::take_header(std::string_view line, const TableOptions& options)
                 ignored_.push_back(titles_[at]);
         }
         is_by_axis_ = column_of(Column::axis) && column_of(Column::measured);
+        if (is_by_axis_ && !column_of(Column::id) && !column_of(Column::feature))
+            source_.refuse("a table with one axis per row needs a column with the names of the "
+                           "features");
         if (needs_.missing(*this).empty()) {
             const bool is_plain = std::all_of(read_as_.begin(), read_as_.end(), [](const auto& c) {
                 return c.text.size() == c.name.size() && read_title(c.text).is_plain;
@@ -241,6 +256,34 @@ bool CsvRecords::take_bare(std::string_view line) {
     return false;
 }
 
+// A row of units below the titles.
+void CsvRecords::take_units() {
+    if (!next_fields()) return;
+    bool has_unit = false;
+    for (std::size_t at = 0; at < field_count_; ++at) {
+        const bool is_unit = unit_called(fields_[at]).has_value();
+        has_unit = has_unit || is_unit;
+        if (!is_unit && !fields_[at].empty() && fields_[at] != "-") {
+            waits_ = true;
+            return;
+        }
+    }
+    waits_ = !has_unit;
+    if (!has_unit) return;
+    units_.assign(fields_.begin(), fields_.begin() + static_cast<std::ptrdiff_t>(field_count_));
+    for (std::size_t at = 0; at < std::min(units_.size(), titles_.size()); ++at)
+        if (const auto unit = unit_called(units_[at])) title_units_[at] = unit;
+}
+
+// Limits in another unit would judge all points wrongly.
+void CsvRecords::check_limits_unit() const {
+    for (const Column column : {Column::lower, Column::upper, Column::lower_size, Column::nominal})
+        if (const auto at = column_of(column); at && title_units_[*at])
+            if (title_units_[*at] != millimetres_)
+                source_.refuse_at(row_line_, "the column '" + titles_[*at] +
+                                                 "' has a unit that the coordinates don't have");
+}
+
 // The unit that the user says, or that the titles say alike.
 void CsvRecords::settle_unit(const TableOptions& options) {
     std::optional<double> of_titles;
@@ -252,13 +295,14 @@ void CsvRecords::settle_unit(const TableOptions& options) {
         if (!at || !title_units_[*at]) continue;
         const double unit = *title_units_[*at];
         if (of_titles && unit != *of_titles)
-            source_.refuse("the columns '" + named_by + "' and '" + titles_[*at] +
-                           "' have different units");
+            source_.refuse_at(row_line_, "the columns '" + named_by + "' and '" + titles_[*at] +
+                                             "' have different units");
         of_titles = unit;
         named_by = titles_[*at];
     }
     if (options.millimetres && of_titles && *options.millimetres != *of_titles)
-        source_.refuse("the column '" + named_by + "' has another unit than the one that is given");
+        source_.refuse_at(row_line_, "the column '" + named_by +
+                                         "' has another unit than the one that is given");
     millimetres_ = options.millimetres ? options.millimetres : of_titles;
     scale_ = millimetres_.value_or(1.0);
 }
@@ -364,8 +408,12 @@ bool CsvRecords::next_fields() {
         record_size_ = line.size();
         split(line, separator_);
         continue_quoted();
-    } while (is_blank_row());
+    } while (is_blank_row() || (!is_bare_ && (has_texts(titles_) || has_texts(units_))));
     return true;
+}
+
+bool CsvRecords::has_texts(const std::vector<std::string>& texts) const {
+    return field_count_ == texts.size() && std::equal(texts.begin(), texts.end(), fields_.begin());
 }
 
 // Of a table with one axis per row those of the gathered rows.
@@ -377,11 +425,18 @@ bool CsvRecords::has(Column column) const {
 }
 
 bool CsvRecords::next() {
-    if (is_by_axis_) {
-        if (row_number_ == axes_.size()) return false;
-        row_line_ = axes_[row_number_++].line;
-        return true;
-    }
+    if (is_by_axis_ ? next_axes() : next_row()) return true;
+    check_decimals();
+    return false;
+}
+
+bool CsvRecords::next_axes() {
+    if (row_number_ == axes_.size()) return false;
+    row_line_ = axes_[row_number_++].line;
+    return true;
+}
+
+bool CsvRecords::next_row() {
     if (!next_fields()) return false;
     row_line_ = record_line_;
     ++row_number_;
@@ -477,7 +532,30 @@ double CsvRecords::parsed(Column column, std::string_view text) const {
     if (!parsed)
         throw RowFault("column " + std::string(column_name(column)) + ": " +
                        number_complaint(text, parsed.fault));
+    note_decimals(column, text);
     return parsed.value;
+}
+
+void CsvRecords::note_decimals(Column column, std::string_view text) const {
+    const bool has_comma = text.find(',') != std::string_view::npos;
+    if (!has_comma && text.find('.') == std::string_view::npos) return;
+    const bool may_group = has_comma && separator_ == ',' && may_be_thousands(text);
+    Example& own = !has_comma ? point_ : may_group ? either_ : comma_;
+    if (own.line == 0) own = {clipped(text, 40), row_line_};
+    const Example& comma = comma_.line > 0 ? comma_ : either_;
+    if (comma.line == 0 || point_.line == 0) return;
+    const Example& other = has_comma ? point_ : comma;
+    throw RowFault("column " + std::string(column_name(column)) + ": '" + clipped(text, 40) +
+                   (has_comma ? "' has a comma, but '" : "' has a point, but '") + other.text +
+                   "' in line " + std::to_string(other.line) +
+                   (has_comma ? " a point" : " a comma") + "; only one of them separates decimals");
+}
+
+void CsvRecords::check_decimals() const {
+    if (either_.line > 0 && comma_.line == 0)
+        source_.refuse_at(either_.line, "the number '" + either_.text +
+                                            "' may have a decimal comma or separate thousands, "
+                                            "and no other number shows which");
 }
 
 std::optional<double> CsvRecords::optional_number(Column column) const {

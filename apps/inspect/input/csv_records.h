@@ -44,9 +44,13 @@ struct TableNeeds {
 /// are found by their titles (column_names.h) in the first row that has all that is needed; titles,
 /// comments and `sep=;` before that are skipped. They are separated by semicolon, tab, comma or
 /// blanks, whichever gives such a row; a number may have a decimal comma where a comma doesn't
-/// separate, or between quotes. Fields may be quoted (RFC 4180), over several lines too. In a table
-/// with one axis per row (feature, axis, nominal, measured) the rows of a feature become one; it is
-/// read as a whole, so that all axes of no use are known beforehand.
+/// separate, or between quotes. A table that writes some numbers with a decimal comma and some with
+/// a point is refused, and so is one whose "1,234" may be either number. A row of units after the
+/// header is read, the header and that row again, as on each page of a print, are skipped.
+///
+/// Fields may be quoted (RFC 4180), over several lines too. In a table with one axis per row
+/// (feature, axis, nominal, measured) the rows of a feature become one; it is read as a whole, so
+/// that all axes of no use are known beforehand.
 class CsvRecords {
 public:
     /// Finds the columns. Throws `Failure` (input) if there are none, or if two could be meant.
@@ -61,6 +65,8 @@ public:
 
     bool has(Column column) const;
     bool is_by_axis() const { return is_by_axis_; }
+    /// Whether i, j, k are the last three of six numbers that no header names.
+    bool has_bare_directions() const { return is_bare_ && field_count_ == 6 && !is_chosen_; }
 
     // The row that was read. Throw `RowFault`. Lengths are in millimetres if the unit is known.
     std::string_view field(Column column) const;
@@ -101,11 +107,18 @@ private:
     void choose_by_hand(const TableOptions& options);
     void assign(Column meaning, std::size_t at, const ColumnTitle& title);
     void clear_columns();
+    void take_units();
     void settle_unit(const TableOptions& options);
+    void check_limits_unit() const;
     bool next_fields();
+    bool next_row();
+    bool next_axes();
     void ignore_beside_axes();
     bool gather_axes(AxesRow& row);
     std::string_view axes_field(Column column) const;
+    bool has_texts(const std::vector<std::string>& texts) const;
+    void note_decimals(Column column, std::string_view text) const;
+    void check_decimals() const;
     bool is_blank_row() const;
     void split(std::string_view line, char separator);
     void split_blanks(std::string_view line);
@@ -120,7 +133,9 @@ private:
     std::array<std::size_t, column_meanings> column_of_{};
     std::vector<std::string> titles_;
     std::vector<std::optional<double>> title_units_;
-    bool is_bare_ = false, waits_ = false; // a row that was read waits for its turn
+    std::vector<std::string> units_; // the row of units, if any
+    bool is_bare_ = false, is_chosen_ = false;
+    bool waits_ = false; // a row that was read waits for its turn
     bool is_by_axis_ = false;
     double scale_ = 1.0;
     std::optional<double> millimetres_;
@@ -135,6 +150,14 @@ private:
     std::size_t record_size_ = 0;
     bool open_quote_ = false;
     std::vector<AxesRow> axes_; // all rows of a table with one axis per row
+
+    // How the table writes numbers: the first with a decimal comma, with a point, and with a comma
+    // that may separate thousands.
+    struct Example {
+        std::string text;
+        std::size_t line = 0;
+    };
+    mutable Example comma_, point_, either_;
 };
 
 } // namespace velm::inspect

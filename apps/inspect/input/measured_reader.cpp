@@ -26,6 +26,16 @@ TableNeeds needs(bool reads_bare) {
             missing};
 }
 
+// The last three of six bare numbers may be colours as well.
+void check_bare(const std::array<std::optional<double>, 3>& approach) {
+    constexpr double rounding = 0.02; // of directions with two decimals
+    const auto& [i, j, k] = approach;
+    const double length = std::hypot(i.value_or(0.0), j.value_or(0.0), k.value_or(0.0));
+    if (length > 0.0 && !(std::fabs(length - 1.0) <= rounding))
+        throw RowFault("the last three of six numbers are no direction of length 1; a header or "
+                       "the numbers of the columns decide what they are");
+}
+
 } // namespace
 
 std::optional<Tolerance> row_limits(const std::optional<double>& lower,
@@ -91,6 +101,7 @@ void MeasuredReader::read(MeasuredPoint& point) const {
     for (std::size_t axis = 0; axis < point.approach.size(); ++axis)
         point.approach[axis] = records_.optional_number(
             static_cast<Column>(static_cast<std::size_t>(Column::i) + axis));
+    if (records_.has_bare_directions()) check_bare(point.approach);
     point.diameter = records_.optional_size(Column::diameter);
     if (!point.diameter)
         if (const auto radius = records_.optional_size(Column::radius))
