@@ -15,7 +15,8 @@ std::vector<std::vector<std::string>> rows_of(const std::string& page) {
     const std::size_t from = page.find("<tbody>", points), to = page.find("</tbody>", points);
     const std::regex cell("<t[hd][^>]*>([^<]*)</t[hd]>");
     for (std::size_t at = page.find("<tr", from); at < to; at = page.find("<tr", at + 1)) {
-        const std::string row = page.substr(at, page.find("</tr>", at) - at);
+        const std::string row = std::regex_replace(page.substr(at, page.find("</tr>", at) - at),
+                                                   std::regex("<wbr>"), "");
         auto& cells = rows.emplace_back();
         for (std::sregex_iterator i(row.begin(), row.end(), cell), end; i != end; ++i)
             cells.push_back((*i)[1]);

@@ -288,7 +288,7 @@ TEST(StoreCheck, ReadsTheValues) {
     EXPECT_EQ(shop.run("section plate.dat p.csv --tolerance .5 --store s.velm --quiet").code, 1);
     const Ended sound = shop.run("store s.velm --check");
     EXPECT_EQ(sound.code, 0);
-    EXPECT_TRUE(has(sound.out, {"looked at:", "1 inspections with 1 points", "no checksums"}));
+    EXPECT_TRUE(has(sound.out, {"looked at:", "1 inspection with 1 point ", "no checksums"}));
     const std::string whole = shop.read("s.velm");
     for (const double value : {-0.75, 0.75, 5.0}) { // measured y; distance and deviation; x
         const std::string bytes(reinterpret_cast<const char*>(&value), sizeof value);

@@ -96,8 +96,8 @@ std::string clip_picture(const NominalOutline& region, const Polylines& polyline
                 palette::subtitle_size, SvgCanvas::Anchor::start, svg_fill(palette::soft));
     const std::size_t count = result.pieces.size();
     canvas.text({SvgCanvas::width - border, palette::title_line},
-                grouped(count, "\u2009") + (count == 1 ? " piece" : " pieces"),
-                palette::verdict_size, SvgCanvas::Anchor::end, palette::bold);
+                grouped(count, ",") + (count == 1 ? " piece" : " pieces"), palette::verdict_size,
+                SvgCanvas::Anchor::end, palette::bold);
 
     std::string outline, whole, inside, dots;
     for (const Contour& contour : region.contours)

@@ -32,7 +32,7 @@ double reference_deviation(const std::vector<DeviationHistogram::Cell>& cells,
 std::string page_distribution(const std::vector<DeviationHistogram::Cell>& cells,
                               const DeviationScale& scale, bool has_tolerance,
                               const DeviationUnit& unit) {
-    constexpr double height = 190.0, side = 18.0; // room for the numbers at the ends of the axis
+    constexpr double height = 190.0, side = 24.0; // room for the numbers at the ends of the axis
     SvgCanvas canvas("Distribution of the deviations", width, height);
     draw_histogram(canvas, {side, 0.0, width - 2.0 * side, height}, cells, scale, has_tolerance,
                    unit);

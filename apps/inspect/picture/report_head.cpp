@@ -62,33 +62,31 @@ HeadLines head_lines(const InspectionHead& head, const Summary& summary) {
     return lines;
 }
 
-HeadLines alignment_lines(const AppliedAlignment& alignment) {
+HeadLines alignment_lines(const AppliedAlignment& alignment, int decimals) {
+    constexpr int of_turns = 6; // decimals of degrees, and of a direction
     const auto numbers = [](std::initializer_list<double> values, int digits) {
-        double largest = 0.0;
-        for (const double value : values)
-            largest = std::max(largest, std::fabs(value));
         std::string out;
         for (const double value : values)
-            out += (out.empty() ? "" : ", ") + fixed(value, decimals_for(largest, digits));
+            out += (out.empty() ? "" : ", ") + fixed(value, digits);
         return out;
     };
     const ERPoint3D& t = alignment.translation;
     const ERVector3D axis = alignment.axis();
-    std::string turn = fixed(alignment.angle() * 180.0 / std::numbers::pi, 6) + " degrees";
-    if (!alignment.in_plane) turn += " about <" + numbers({axis.i(), axis.j(), axis.k()}, 7) + ">";
+    std::string turn = fixed(alignment.angle() * 180.0 / std::numbers::pi, of_turns) + " degrees";
+    if (!alignment.in_plane)
+        turn += " about (" + numbers({axis.i(), axis.j(), axis.k()}, of_turns) + ")";
     const bool by_references = alignment.method == AlignmentMethod::references;
     HeadLines lines{{by_references ? "aligned by reference points" : "aligned by best fit",
-                     std::to_string(alignment.iterations) + " iterations, the last step " +
-                         numbers({alignment.last_step}, 3) + " of the extent, threshold " +
-                         shortest(alignment.threshold)},
+                     grouped(static_cast<std::uint64_t>(alignment.iterations), ",") +
+                         (alignment.iterations == 1 ? " iteration" : " iterations")},
                     {"turned by", turn},
                     {"moved at the origin by", alignment.in_plane
-                                                   ? numbers({t.x(), t.y()}, 7)
-                                                   : numbers({t.x(), t.y(), t.z()}, 7)}};
+                                                   ? numbers({t.x(), t.y()}, decimals)
+                                                   : numbers({t.x(), t.y(), t.z()}, decimals)}};
     for (const auto& [when, spread] :
          {std::pair("before", alignment.before), std::pair("after", alignment.after)})
         lines.emplace_back(std::string("least, greatest, root mean square ") + when,
-                           numbers({spread.minimum, spread.maximum, spread.rms}, 5));
+                           numbers({spread.minimum, spread.maximum, spread.rms}, decimals));
     for (const std::string& freedom : alignment.held)
         lines.emplace_back("held", freedom);
     return lines;
@@ -124,21 +122,23 @@ figure_lines(const Summary& summary, int decimals,
     if (summary.may_be_unassigned) add_part("not assigned", summary.unassigned);
     for (const auto& [name, count] : counts)
         add_part(name, count);
-    const auto add_statistics = [&](const RunningStatistics& values, const std::string& kind) {
+    const auto add_statistics = [&](const RunningStatistics& values, const std::string& kind,
+                                    bool is_second) {
         const auto add = [&](const std::string& name, double value) {
             lines.push_back({name, fixed(value, decimals), ""});
         };
+        const std::string whose = is_second ? "their " : "";
         add("least " + kind, values.minimum());
         add("greatest " + kind, values.maximum());
-        add("mean", values.mean());
-        add("standard deviation", values.standard_deviation());
-        add("root mean square", values.rms());
+        add(is_second ? "mean " + kind : "mean", values.mean());
+        add(whose + "standard deviation", values.standard_deviation());
+        add(whose + "root mean square", values.rms());
     };
     if (summary.signed_deviations.count() > 0)
-        add_statistics(summary.signed_deviations, value_name);
+        add_statistics(summary.signed_deviations, value_name, false);
     if (summary.distances.count() > 0) {
         if (summary.is_mixed()) add_part("points without a normal", summary.distances.count());
-        add_statistics(summary.distances, "distance");
+        add_statistics(summary.distances, "distance", summary.is_mixed());
     }
     lines.push_back({"worst", fixed(summary.worst_deviation, decimals), "id " + summary.worst_id});
     return lines;

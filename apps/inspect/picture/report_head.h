@@ -35,8 +35,9 @@ struct ReportHead {
 /// The lines that all kinds of inspections have.
 HeadLines head_lines(const InspectionHead& head, const Summary& summary);
 
-/// An alignment: its motion, the freedoms that were held, the deviations before and after.
-HeadLines alignment_lines(const AppliedAlignment& alignment);
+/// An alignment: its motion, the freedoms that were held, the deviations before and after; lengths
+/// with `decimals`.
+HeadLines alignment_lines(const AppliedAlignment& alignment, int decimals);
 
 /// The decimals of lengths in table, picture and page: as asked for, otherwise 3 for millimetres,
 /// and 4 where the unit isn't known, or as many as show three digits of the largest value.

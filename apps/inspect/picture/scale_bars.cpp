@@ -8,15 +8,12 @@ namespace velm::inspect {
 namespace {
 
 std::string length_text(double value) {
-    if (value >= 1.0 && value < 1e10) return grouped(static_cast<std::uint64_t>(value), "\u2009");
-    std::string text = shortest(value);
-    if (const std::size_t minus = text.find('-'); minus != std::string::npos)
-        text.replace(minus, 1, "\u2212");
-    return text;
+    return value >= 1.0 && value < 1e10 ? grouped(static_cast<std::uint64_t>(value), ",")
+                                        : shortest(value);
 }
 
 std::string factor_text(double factor) {
-    return factor >= 1000.0 && factor < 1e15 ? grouped(static_cast<std::uint64_t>(factor), "\u2009")
+    return factor >= 1000.0 && factor < 1e15 ? grouped(static_cast<std::uint64_t>(factor), ",")
                                              : shortest(factor);
 }
 

@@ -29,7 +29,7 @@ struct CellWriter {
         cells.resize(cells.size() + static_cast<std::size_t>(field.components()));
     }
     void operator()(bool value) { cells.push_back(value ? "in" : "OUT"); }
-    void operator()(std::uint64_t value) { cells.push_back(std::to_string(value)); }
+    void operator()(std::uint64_t value) { cells.push_back(grouped(value, ",")); }
     void operator()(double value) { cells.push_back(fixed(value, decimals)); }
     void operator()(std::string_view text) { cells.emplace_back(text); }
     void operator()(const NamedValue& choice) { cells.emplace_back(choice.name); }

@@ -65,6 +65,15 @@ std::string filter(const std::vector<ReportPage::Row>& rows) {
     return markup + "</p>\n";
 }
 
+// An id with places where a long path may continue on the next line.
+std::string id_cell(std::string_view id) {
+    const std::string shown = xml_text(terminal_text(id));
+    std::string out = "<th scope=\"row\">";
+    for (std::size_t at = 0; at < shown.size(); ++at)
+        out += at > 0 && shown[at] == '/' ? "<wbr>/" : std::string(1, shown[at]);
+    return out + "</th>";
+}
+
 std::string table_head(const ReportPage::Points& points, bool judged) {
     std::string out = "<thead><tr>" + element("th", points.name, "scope=\"col\"");
     for (const std::string& column : points.columns) {
@@ -74,11 +83,20 @@ std::string table_head(const ReportPage::Points& points, bool judged) {
     return out + "</tr></thead>\n";
 }
 
-std::string table(const ReportPage::Points& points, bool judged, bool has_filter) {
-    std::string out = element("h2", points.heading) + "\n";
-    if (judged && has_filter) out += filter(points.rows);
-    const bool is_short = points.columns.size() <= 2;
-    out += std::string("<div class=\"scroll") + (is_short ? " short" : "") +
+// Beside the head of the page.
+bool is_short(const ReportPage::Points& points) { return points.columns.size() <= 2; }
+
+// Ids that stay on one line.
+bool has_short_ids(const ReportPage::Points& points) {
+    constexpr std::size_t most = 20;
+    return std::all_of(points.rows.begin(), points.rows.end(), [](const ReportPage::Row& row) {
+        return display_width(terminal_text(row.id)) <= most;
+    });
+}
+
+std::string table(const ReportPage::Points& points, bool judged, const std::string& above) {
+    std::string out = element("h2", points.heading) + "\n" + above;
+    out += std::string("<div class=\"scroll") + (has_short_ids(points) ? " one-line" : "") +
            "\" tabindex=\"0\" role=\"region\" aria-label=\"" + points.heading + "\"><table>" +
            table_head(points, judged) + "<tbody>\n";
     std::vector<const ReportPage::Row*> rows; // out of tolerance first
@@ -90,7 +108,7 @@ std::string table(const ReportPage::Points& points, bool judged, bool has_filter
         const ReportPage::Row& row = *shown;
         const char* const word = !row.in_tolerance ? "" : *row.in_tolerance ? "in" : "out";
         out += judged ? "<tr class=\"" + std::string(word) + "\">" : "<tr>";
-        out += element("th", terminal_text(row.id), "scope=\"row\"");
+        out += id_cell(row.id);
         for (const std::string& cell : row.cells) {
             out += element("td", cell);
             if (judged && &cell == &row.cells.front()) out += element("td", word);
@@ -98,6 +116,19 @@ std::string table(const ReportPage::Points& points, bool judged, bool has_filter
         out += "</tr>\n";
     }
     return out + "</tbody></table></div>\n";
+}
+
+// At the foot of each sheet of paper what the sheet belongs to.
+std::string foot_style(const ReportHead& head) {
+    const std::string text = clipped(terminal_text(head.title + ", " + head.subtitle), 90);
+    std::string quoted;
+    for (const char c : text) // nothing ends the string or the element
+        quoted += c == '"'    ? "\\22 "
+                  : c == '\\' ? "\\5c "
+                  : c == '<'  ? "\\3c "
+                  : c == '&'  ? "\\26 "
+                              : std::string(1, c);
+    return "@page{@bottom-left{content:\"" + quoted + "\"}}\n";
 }
 
 // The drawing, and beside each other its legend, the distribution and the figures.
@@ -121,26 +152,33 @@ std::string drawings(const ReportPage& page) {
 
 std::string ReportPage::html() const {
     const std::string shown_title = xml_text(terminal_text(head.title));
-    std::string out = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-                      "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-                      "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" +
-                      shown_title + "</title>\n<style>\n" + page_style + pictures.view.style +
-                      "</style>\n</head>\n<body>\n<main>\n<h1>" + shown_title + "</h1>\n" +
-                      element("p", terminal_text(head.subtitle), "class=\"subtitle\"") + "\n" +
-                      verdict(head.verdict) + definitions("head", head.lines);
+    std::string out =
+        "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+        "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+        "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" +
+        shown_title + "</title>\n<style>\n" + page_style + foot_style(head) + pictures.view.style +
+        "</style>\n</head>\n<body>\n<main>\n<h1>" + shown_title + "</h1>\n" +
+        element("p", terminal_text(head.subtitle), "class=\"subtitle\"") + "\n" +
+        verdict(head.verdict) + "<div class=\"top\">\n" + definitions("head", head.lines);
     std::string group_tables;
     for (const Points& group : groups)
-        group_tables += table(group, is_judged, false);
+        if (is_short(group))
+            out += "<section>" + table(group, is_judged, "") + "</section>\n";
+        else
+            group_tables += table(group, is_judged, "");
+    out += "</div>\n";
     const bool has_view = !pictures.view.markup.empty(); // what shows the part before its faces
     out += has_view ? drawings(*this) + group_tables : group_tables + drawings(*this);
     std::uint64_t shown = 0;
     for (const Points& points : tables)
         shown += points.rows.size();
-    if (shown < count)
-        out +=
-            "<p>The " + grouped(shown, ",") + " worst of " + grouped(count, ",") + " points.</p>\n";
+    const std::string partial = shown == count ? ""
+                                               : "<p>The " + grouped(shown, ",") + " worst of " +
+                                                     grouped(count, ",") + " points.</p>\n";
     for (const Points& points : tables)
-        out += table(points, is_judged, true);
+        out += table(points, is_judged,
+                     (&points == &tables.front() ? partial : "") +
+                         (is_judged ? filter(points.rows) : ""));
     out += "<h2>Provenance</h2>\n" + definitions("provenance", provenance);
     return out + "</main>\n" + pictures.view.data + "<script>\n" + page_script +
            pictures.view.script + "</script>\n</body>\n</html>\n";

@@ -20,11 +20,12 @@ svg [fill="#c4452f"]{fill:#e8705a}svg [stroke="#c4452f"]{stroke:#e8705a}
 svg [fill="#7f0014"]{fill:#ff9d94}svg [stroke="#7f0014"]{stroke:#ff9d94}
 svg [fill="#e9ecf0"]{fill:#27303a}svg [stroke="#e9ecf0"]{stroke:#27303a}
 svg [fill="#fcefc2"]{fill:#3d3a24}svg [stroke="#fcefc2"]{stroke:#3d3a24}
-svg [stroke="#3b4754"]{stroke:#a3b0bd}}
+svg [stroke="#3b4754"]{stroke:#a3b0bd}
+svg [stroke="#dde2e8"]{stroke:#323d49}svg [fill="#f7f9fb"]{fill:#1c232c}}
 @media print{:root{--ink:#000;--soft:#333;--line:#999;--band:#fff}}
 *{box-sizing:border-box}
 body{margin:0;background:var(--ground);color:var(--ink);font:16px/1.45 Helvetica,Arial,"Liberation Sans","DejaVu Sans",sans-serif}
-main{max-width:64rem;margin:0 auto;padding:1.2rem 1rem 3rem}
+main{max-width:70rem;margin:0 auto;padding:1.2rem 1rem 3rem}
 h1{font-size:1.5rem;line-height:1.25;margin:0;overflow-wrap:anywhere}h2{font-size:1.15rem;margin:2rem 0 .6rem}
 .subtitle{margin:.1rem 0 .8rem;color:var(--soft);overflow-wrap:anywhere}
 .verdict{display:inline-block;margin:0 0 1rem;padding:.35rem .8rem;border:1px solid var(--ink);border-radius:4px;font-weight:bold}
@@ -38,13 +39,16 @@ svg [stroke="#cbd2d9"]{stroke:var(--line)}svg [stroke="#fff"]{stroke:var(--groun
 .beside{display:grid;grid-template-columns:repeat(auto-fit,minmax(17rem,1fr));gap:1.2rem 2rem;align-items:start}
 .beside svg{max-width:26rem;margin:0 auto}
 dl{margin:0}dl div{display:flex;flex-wrap:wrap;justify-content:space-between;gap:0 1rem;border-bottom:1px solid var(--line);padding:.2rem 0}
-.figures{font-size:.9rem}.head{max-width:44rem;margin-bottom:1.2rem;font-size:.9rem}
+.figures,.head,.provenance{font-size:.9rem}
+.top{display:flex;flex-wrap:wrap;gap:1rem 2.5rem;align-items:flex-start;margin-bottom:1.2rem}.top .head{flex:3 1 20rem}
+.top section{flex:2 1 18rem;max-width:30rem}.top h2{margin-top:0}.top .scroll{margin:0}
 dt{color:var(--soft);flex:none}dd{margin:0 0 0 auto;max-width:100%;text-align:right;font-variant-numeric:tabular-nums;overflow-wrap:anywhere}
 th,dd,h1,.subtitle{unicode-bidi:isolate}
-.scroll{overflow-x:auto;margin-bottom:1.2rem}.short{max-width:28rem}
+.scroll{overflow-x:auto;margin-bottom:1.2rem}
 table{border-collapse:separate;border-spacing:0;width:100%;font-variant-numeric:tabular-nums;font-size:.9rem}
 th,td{padding:.25rem .6rem;text-align:right;vertical-align:top;white-space:nowrap;border-bottom:1px solid var(--line)}
-th:first-child{position:sticky;left:0;background:var(--ground);text-align:left;font-weight:normal;white-space:normal;overflow-wrap:break-word;max-width:16rem}
+th:first-child{position:sticky;left:0;background:var(--ground);text-align:left;font-weight:normal;white-space:normal;overflow-wrap:break-word;min-width:8rem;max-width:16rem}
+.one-line th:first-child{white-space:nowrap;min-width:0;max-width:none}
 thead th,thead th:first-child{font-weight:bold;border-bottom:2px solid var(--soft)}
 tbody tr:nth-child(even)>*{background:var(--band)}tr.out td:nth-child(-n+3){color:var(--out);font-weight:bold}
 thead th{position:relative}thead th:hover{text-decoration:underline}
@@ -58,11 +62,11 @@ thead th::before{position:absolute;margin-left:-.8em}
 .filter button[aria-pressed=true]{border-color:var(--ink);font-weight:bold;box-shadow:inset 0 -2px var(--ink)}
 .only-in tr.out,.only-out tr.in{display:none}
 .only-in tbody tr>*,.only-out tbody tr>*{background:var(--ground)}
-@media screen and (max-width:40rem){.wide{display:none}.narrow{display:block}th,td{padding:.35rem .5rem}th:first-child{max-width:9rem}}
-@page{margin:14mm 12mm 16mm;@bottom-right{content:counter(page) " / " counter(pages);font:8pt sans-serif}@bottom-left{content:"velm-inspect";font:8pt sans-serif}}
+@media screen and (max-width:40rem){.wide{display:none}.narrow{display:block}th,td{padding:.35rem .5rem}th:first-child{min-width:9.5rem;max-width:11rem}}
+@page{margin:14mm 12mm 16mm;@bottom-right{content:counter(page) " / " counter(pages);font:8pt sans-serif}@bottom-left{font:8pt sans-serif}}
 @media print{body{font-size:10pt}main{max-width:none;padding:0}.filter{display:none}.scroll{overflow:visible}
-table{font-size:7.5pt}th,td{padding:.15rem .35rem}th:first-child{position:static}thead th::before,thead th::after,th button{display:none}
-.drawing svg{max-height:118mm}figure,dl div{break-inside:avoid}h2{break-after:avoid}thead{display:table-header-group;break-inside:avoid}
+table{font-size:7.5pt}th,td{padding:.15rem .35rem}th:first-child{position:static;min-width:0}thead th::before,thead th::after,th button{display:none}
+.drawing svg{max-height:150mm}.head,.provenance{font-size:8.5pt}.top{gap:1rem 2rem;margin-bottom:.6rem}.top .head{flex-basis:16rem}.top section{flex-basis:14rem}figure,dl div{break-inside:avoid}h2{break-after:avoid}thead{display:table-header-group;break-inside:avoid}
 .beside{grid-template-columns:1fr 1fr 1.15fr;gap:1rem}.figures{font-size:8.5pt}}
 )css";
 
@@ -71,7 +75,7 @@ inline constexpr const char* page_script = R"js(
 [].slice.call(document.querySelectorAll(".scroll")).forEach(function(scroll){
 var table=scroll.querySelector("table"),body=table.tBodies[0],heads=[].slice.call(table.tHead.rows[0].cells);
 var rows=[].slice.call(body.rows),texts=new Intl.Collator(undefined,{numeric:true});
-function key(row,at){var text=row.cells[at].textContent,number=at===0?NaN:Number(text);return text===""?null:isNaN(number)?text:number;}
+function key(row,at){var text=row.cells[at].textContent,number=at===0?NaN:Number(text.replace(/,/g,""));return text===""?null:isNaN(number)?text:number;}
 function compare(a,b){return typeof a==="number"&&typeof b==="number"?a-b:texts.compare(a,b);}
 function sorted(at,order){
  var keys=rows.map(function(row,n){return{row:row,key:key(row,at),n:n};});

@@ -73,7 +73,7 @@ ReportHead SectionOutputs::report_head() const {
     shown.verdict = verdict_of(summary());
     shown.lines = head_lines(head(), summary());
     if (head().alignment)
-        for (auto& line : alignment_lines(*head().alignment))
+        for (auto& line : alignment_lines(*head().alignment, decimals()))
             shown.lines.push_back(std::move(line));
     return shown;
 }

@@ -121,8 +121,10 @@ std::string looked_at(const StoreReport& report, const RecordCheck& records) {
            "looked at: trees, index and free space; " +
            count_text(records.objects) +
            " objects read into their classes, their numbers held against what these promise; " +
-           count_text(records.inspections) + " inspections with " + count_text(records.rows) +
-           " points held against their outlines and figures\n"
+           count_text(records.inspections) +
+           (records.inspections == 1 ? " inspection with " : " inspections with ") +
+           count_text(records.rows) + (records.rows == 1 ? " point" : " points") +
+           " held against their outlines and figures\n"
            "The file has no checksums: a value changed within these bounds is not noticed; "
            "--digest and --verify notice any change.\n";
 }

@@ -66,7 +66,7 @@ void SurfaceOutputs::finish_files() {
 
 ReportHead SurfaceOutputs::report_head() const {
     ReportHead shown;
-    shown.title = "Surfaces";
+    shown.title = "Part against its surfaces";
     shown.subtitle = head().measured + " against " + head().nominal;
     shown.verdict = verdict_of(summary());
     shown.lines = head_lines(head(), summary());
@@ -74,7 +74,7 @@ ReportHead SurfaceOutputs::report_head() const {
         shown.lines.emplace_back("faces that could not be taken",
                                  grouped(head().left_out.size(), ","));
     if (head().alignment)
-        for (auto& line : alignment_lines(*head().alignment))
+        for (auto& line : alignment_lines(*head().alignment, decimals()))
             shown.lines.push_back(std::move(line));
     return shown;
 }
@@ -111,7 +111,7 @@ void SurfaceOutputs::add_lists(JsonReport& json) const {
 }
 
 ReportPage::Points SurfaceOutputs::table_of_faces() const {
-    ReportPage::Points table{"Faces", {}, {}};
+    ReportPage::Points table{"Faces", {}, {}, "face"};
     constexpr std::string_view left_out[] = {"face"};
     for (const FaceFigures& face : faces_.figures(head())) {
         if (face.count == 0) continue;

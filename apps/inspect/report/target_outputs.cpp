@@ -33,7 +33,7 @@ ReportHead TargetOutputs::report_head() const {
                                      (balls_left_ == 1 ? " point" : " points") +
                                      " without a normal: the distance is that of the centre");
     if (head().alignment)
-        for (auto& line : alignment_lines(*head().alignment))
+        for (auto& line : alignment_lines(*head().alignment, decimals()))
             shown.lines.push_back(std::move(line));
     return shown;
 }
