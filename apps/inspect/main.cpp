@@ -19,7 +19,7 @@ namespace {
 constexpr const char* examples =
     "Examples:\n"
     "  velm-inspect section wing.dat probed.csv --tolerance 0.05\n"
-    "  velm-inspect section wing.dat probed.csv --tolerance -0.02 0.05 --svg report.svg\n"
+    "  velm-inspect surface bracket.step scan.ply --tolerance 0.1 --html report.html\n"
     "  velm-inspect clip plate.txt path.txt --svg path.svg\n"
     "  velm-inspect targets panel.csv --tolerance 0.5 --json report.json\n"
     "  velm-inspect fit circle bore.csv --diameter 5 --inside\n"

@@ -38,7 +38,7 @@ constexpr const char* points_text =
     "  --outside  the radius is subtracted; a plane or line is moved against its normal\n"
     "Flatness, straightness and roundness are the greatest residual less the least; for a\n"
     "line in space twice the greatest distance. --tolerance bounds that form, --band each\n"
-    "residual; exit code 1 says that one of what was asked for is exceeded. The position is\n"
+    "residual; exit code 1 says that one of the limits is exceeded. The position is\n"
     "twice the distance of the axis from its place, regardless of its depth.\n"
     "Limits are included; they are widened by four units in the last place of the coordinates.\n";
 

@@ -27,7 +27,7 @@ constexpr const char* files_text =
     "  id                      otherwise the number of the row\n"
     "  nom_x, nom_y, nom_z     the nominal point\n"
     "  nom_i, nom_j, nom_k     the normal of the surface there, if any\n"
-    "  x, y, z, diameter       the centre of the ball and its diameter, or instead\n"
+    "  x, y, z, diameter       the centre of the ball and its diameter (or radius), or instead\n"
     "  act_x, act_y, act_z     the point of the surface, already corrected for the ball\n"
     "  lower, upper            limits of the row, before those of --tolerance\n"
     "  feature, part           what the point belongs to\n"
@@ -45,17 +45,17 @@ void add_targets_command(Program& program) {
     OutputPaths& paths = options->paths;
     line.input("TABLE", "The nominal and the measured points", options->table);
     line.option(tolerance_option, options->tolerance);
-    line.outputs(
-        {&json_output, &csv_output, &svg_output, &html_output, &store_output, &archive_output},
-        paths);
-    line.sync(paths);
-    line.choice<bool>("--align", "HOW", align_help, align_choices, options->align);
-    line.flag(skip_bad_flag, options->skip_bad);
-    line.flag(quiet_flag, paths.quiet);
     line.option(info_option, options->info);
     line.option(unit_option, options->table_options.millimetres);
     line.option(columns_option, options->table_options.columns);
     line.option(decimals_option, options->decimals);
+    line.choice<bool>("--align", "HOW", align_help, align_choices, options->align);
+    line.flag(skip_bad_flag, options->skip_bad);
+    line.outputs(
+        {&json_output, &csv_output, &svg_output, &html_output, &store_output, &archive_output},
+        paths);
+    line.sync(paths);
+    line.flag(quiet_flag, paths.quiet);
     line.run(
         [options] {
             Progress progress(!options->paths.quiet);
