@@ -170,7 +170,7 @@ TEST(MeasuredReader, HeadersSeparatorsAndQuotes) {
     EXPECT_EQ(full[1].diameter, std::nullopt);
     EXPECT_EQ(full[1].line, 4u);
 
-    const auto comma = points_of("\xEF\xBB\xBFid;x;y\nA;1,5;-0,25\nB;1.5;2\n");
+    const auto comma = points_of("\xEF\xBB\xBFid;x;y\nA;1,5;-0,25\nB;1,5;2\n");
     EXPECT_EQ(comma[0].x, 1.5);
     EXPECT_EQ(comma[0].y, -0.25);
     EXPECT_EQ(comma[1].x, 1.5);
