@@ -45,7 +45,7 @@ class Arc:
         return min(math.dist(p, self.a), math.dist(p, self.b))
 
     def chords(self):
-        """A fine polygon, which tells the side of points that are not within its sagitta."""
+        """A fine polygon, which decides the side of points that are not within its sagitta."""
         angles = [self.start + self.sweep * i / self.pieces for i in range(1, self.pieces)]
         points = [self.a] + [(self.centre[0] + self.radius * math.cos(t),
                               self.centre[1] + self.radius * math.sin(t))
@@ -258,7 +258,7 @@ def triple(row, *columns):
 
 
 def check_panel(folder):
-    """Recomputes the report of targets: each measured point through the motion that the report tells,
+    """Recomputes the report of targets: each measured point through the motion that the report states,
     then its deviation."""
     report = json.loads((folder / "panel_report.json").read_text())
     rows = list(csv.DictReader((folder / "panel.csv").open(newline="")))

@@ -2,7 +2,7 @@
 """check_headers.py [COMPILER]: every header compiles alone and has #pragma once after its first
 comment, and velm/velm.h includes every public one, floor by floor.
 
-check_headers.py --write-roof writes velm/velm.h anew."""
+check_headers.py --write-roof writes velm/velm.h again."""
 import concurrent.futures
 import os
 import pathlib

@@ -1,4 +1,4 @@
-// velm/version.h: the version of the library, told here and nowhere else; the build reads it.
+// velm/version.h: the version of the library, stated here and nowhere else; the build reads it.
 #pragma once
 
 #define VELM_VERSION_MAJOR 0

@@ -122,7 +122,7 @@ ConvertedSurface torus(const gp_Torus& from, const ParameterRange& range) {
         return result;
     };
     // A torus brings its limits into a range of its own when its box is asked for; boundaries in
-    // other turns would be left behind.
+    // other turns would not follow.
     const t_SmartPtr<ERBoundedTorus> raw = placed(), settled = placed();
     settled->getBox();
     map.shift_u = whole_turn * std::round((settled->udeb() - raw->udeb()) / whole_turn);

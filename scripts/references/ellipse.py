@@ -70,7 +70,7 @@ def queries(a, b, rnd):
 
 def main():
     rnd = random.Random(5)
-    print("# Made by scripts/references/ellipse.py, which tells how to read it.")
+    print("# Made by scripts/references/ellipse.py, which says how to read it.")
     for a, b in shapes():
         for x, y in queries(a, b, rnd):
             if x == 0 and y == 0 and a == b or 0 < x < 1e-300:

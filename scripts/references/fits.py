@@ -71,7 +71,7 @@ def noise(size):
 
 
 def main():
-    print("# Made by scripts/references/fits.py, which tells how to read it.")
+    print("# Made by scripts/references/fits.py, which says how to read it.")
     for name, place, length, width, deviation in (
             ("far", 1e5, 100, 100, 1e-4), ("narrow", 1e5, 500, 0.5, 1e-4), ("near", 0, 1, 1, 0.05),
             ("tiny", 1e-9, 1e-6, 1e-6, 1e-12), ("huge", 1e150, 1e148, 1e148, 1e142)):

@@ -9,7 +9,7 @@ by row; `graded` divides row i of such a matrix by 8^i; `hilbert` has 1.0 / (i +
 double; `gram` is A A^T + I of whole numbers from -9 to 9; `ones` is a matrix of ones plus twice the
 identity (eigenvalues 2, n - 1 times, and n + 2). For the symmetric problems `random` and `graded`
 are mirrored from their lower triangle, and `graded` divides row i and column i by 8^i. The right
-hand side is drawn behind the matrix from the same generator. `sum` has whole numbers from -9 to 9,
+hand side is drawn after the matrix from the same generator. `sum` has whole numbers from -9 to 9,
 and the sum of the other rows for its last one.
 
 Lines, by kind of problem:
@@ -112,7 +112,7 @@ def null_line(kind, n, seed):
           text(v / top for v in x))
 
 
-print("# Made by scripts/references/linear_algebra.py, which tells how to read it.")
+print("# Made by scripts/references/linear_algebra.py, which says how to read it.")
 for n in (1, 2, 3, 4, 6, 9, 13, 20, 33, 50):
     solve_line("random", n, 100 + n)
 for n in range(2, 9):

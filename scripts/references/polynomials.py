@@ -193,7 +193,7 @@ def condition(c, basis, power, x):
 
 
 def main():
-    print("# Made by scripts/references/polynomials.py, which tells how to read it.")
+    print("# Made by scripts/references/polynomials.py, which says how to read it.")
     print("# name, degree, label, roots and places, condition of the worst root that is apart")
     blocks = []
     for name, basis, lower, upper, exact in cases():

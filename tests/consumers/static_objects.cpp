@@ -1,5 +1,5 @@
 // A host's static objects: what the library registers is there before the first of them is made and
-// until the last is destroyed, in whatever order the objects were linked.
+// until the last is destroyed, in any order of linking.
 #include <velm/velm.h>
 
 #include <cstdio>

@@ -150,7 +150,7 @@ TEST(KnotVector, EditsAreThoseOfTheArray) {
     k.reverse();
     EXPECT_EQ(values(k), (Knots{0, 0, 0, 2, 2, 3, 3, 3}));
     EXPECT_EQ(k.subVector(1, 5).isUnclamped(), 1);
-    // The ends are exact whatever the rounding of scale and shift.
+    // The ends are exact regardless of the rounding of scale and shift.
     velm_test::Random random(53);
     for (int round = 0; round < 500; ++round) {
         ERKnotVector r = random_vector(random, 3, 9, true);

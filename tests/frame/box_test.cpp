@@ -158,7 +158,7 @@ TYPED_TEST(Boxes, InfiniteLinesMeetTheBoxTheyPass) {
         } else if (!near && d.norme() > 2.5) {
             EXPECT_FALSE(box.intersect(p, d));
         }
-        // The hit counts on the other axes only, whatever it rounds to on the face's own.
+        // The hit counts on the other axes only, regardless of what it rounds to on the face's own.
         Point corner = Point::each([](int) { return 1e6; }), other = -corner;
         corner[0] = other[0] = 0.1;
         EXPECT_TRUE(Box(corner, other).intersect(p, d));
@@ -236,7 +236,7 @@ TEST(SutherCohen, KeepsItsTieRules) {
         {{3, 0}, {3, 1}, 0, {3, 0}, {3, 1}},   // both beyond xmax
         {{-1, 1}, {1, -1}, 1, {0, 0}, {0, 0}}, // through a corner: two hits on one point
         {{-1, 2}, {3, 2}, 1, {0, 2}, {2, 2}},  // along the border
-        {{1, 1}, {5, 1}, 1, {1, 1}, {0, 1}},   // cut at xmin behind the inner end
+        {{1, 1}, {5, 1}, 1, {1, 1}, {0, 1}},   // cut at xmin beyond the inner end
         {{1, 1}, {-3, 1}, 1, {1, 1}, {0, 1}},  //
         {{-3, 1}, {1, 1}, 1, {0, 1}, {1, 1}},  //
         {{1, 1}, {1, 5}, 1, {1, 1}, {1, 0}},   // the same at ymin

@@ -1,5 +1,5 @@
-// isOnTheHeap: exactly the objects that `new` made, whatever happens between the allocation and the
-// object's own construction.
+// isOnTheHeap: exactly the objects that `new` made, regardless of what happens between the
+// allocation and the object's own construction.
 #include "velm/frame/object.h"
 
 #include "support/test.h"

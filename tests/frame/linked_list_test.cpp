@@ -75,7 +75,7 @@ TYPED_TEST(IntrusiveList, FollowsAModelOverRandomOperations) {
                 m.insert(this->at(after + 1), element);
             },
         };
-        // What is taken out, and where it stood; nothing from behind the end.
+        // What is taken out, and where it stood; nothing from beyond the end.
         const auto expect_out = [&](const void* out, int place) {
             ASSERT_EQ(out, place < n ? m[static_cast<std::size_t>(place)] : nullptr);
             if (place < n) m.erase(this->at(place));
@@ -109,7 +109,7 @@ TYPED_TEST(IntrusiveList, IteratorWalksInsertsAndRemoves) {
         ++seen;
     }
     EXPECT_EQ(seen, 4u);
-    EXPECT_EQ(++at, 0) << "it stays behind the end";
+    EXPECT_EQ(++at, 0) << "it stays past the end";
     at.insertAfterPoint(&elements[4]); // so that is the list's end
     EXPECT_EQ(this->list.last(), &elements[4]);
 

@@ -123,7 +123,7 @@ TEST(InspectionArchive, DamageIsRefused) {
             if (size + 4 == good.size()) continue; // whose checksum makes it whole again
             ASSERT_NE(cause_of(with_checksum(good.substr(0, size))), 0) << size;
         }
-        ASSERT_NE(cause_of(with_checksum(good)), 0) << "bytes behind the end";
+        ASSERT_NE(cause_of(with_checksum(good)), 0) << "bytes after the end";
         for (std::size_t at = 0; at < good.size(); ++at) {
             std::string changed = good;
             changed[at] = static_cast<char>(changed[at] ^ (1 << random.below(8)));

@@ -7,7 +7,7 @@
 namespace velm::inspect {
 namespace {
 
-// Each told as it stands in a file, both ways round: the areas, or a clash at a place.
+// Each written as a file has it, both ways round: the areas, or a clash at a place.
 TEST(Nesting, ContoursMayTouchButNotCross) {
     const std::string square = "M 0 0\nL 10 0\nL 10 10\nL 0 10\nZ\n";
     const struct {
@@ -36,8 +36,8 @@ TEST(Nesting, ContoursMayTouchButNotCross) {
                 EXPECT_EQ(outline.areas.size(), c.areas) << text;
             } catch (const Failure& failure) {
                 EXPECT_EQ(c.areas, 0u) << text << failure.what();
-                const std::string told = failure.what();
-                EXPECT_NE(told.find("of line 1" + std::string(c.place)), std::string::npos) << told;
+                const std::string said = failure.what();
+                EXPECT_NE(said.find("of line 1" + std::string(c.place)), std::string::npos) << said;
             }
         }
     }

@@ -245,7 +245,7 @@ TEST(Escapes, HostileIdsHarmNoOutput) {
     append_csv_field(csv, hostile);
     const auto back = points_of("id,x,y\n" + csv + ",1,2\n");
     std::string expected = hostile;
-    expected[expected.find('\r')] = '\n'; // line ends within a field are told alike
+    expected[expected.find('\r')] = '\n'; // line ends within a field come out alike
     EXPECT_EQ(back[0].id, expected);
     EXPECT_EQ(display_width("a\xCC\x88\xE4\xB8\xAD"), 3u)
         << "a combining mark and a wide character";

@@ -1,5 +1,5 @@
 // velm-inspect section --align: known motions come back, nothing nearby is better, and what it
-// tells of them.
+// reports of them.
 #include "inspect/base/failure.h"
 #include "inspect/base/number_text.h"
 #include "inspect/input/outline_reader.h"
@@ -133,11 +133,11 @@ TEST(SectionAlignment, ReportsTellTheMotionAndTheDeviationsBefore) {
     const Ended ended = shop.run(run + "--align bestfit --json a.json");
     EXPECT_EQ(ended.code, 0) << ended.error;
     const auto before = shop.read_json("b.json"), after = shop.read_json("a.json");
-    const auto& told = after["alignment"];
-    EXPECT_NEAR(told["angle"], double(away.angle()), 1e-3);
+    const auto& stated = after["alignment"];
+    EXPECT_NEAR(stated["angle"], double(away.angle()), 1e-3);
     for (const char* figure : {"rms", "minimum", "maximum"}) {
-        EXPECT_EQ(told[figure + std::string("_before")], before["summary"][figure]);
-        EXPECT_EQ(told[figure + std::string("_after")], after["summary"][figure]);
+        EXPECT_EQ(stated[figure + std::string("_before")], before["summary"][figure]);
+        EXPECT_EQ(stated[figure + std::string("_after")], after["summary"][figure]);
     }
     for (std::size_t n = 0; n < before["points"].size(); ++n) {
         const auto &was = before["points"][n], &is = after["points"][n];
@@ -147,9 +147,9 @@ TEST(SectionAlignment, ReportsTellTheMotionAndTheDeviationsBefore) {
                      y = is["measured"][0].get<double>() - 7;
         for (std::size_t axis = 0; axis < 2; ++axis)
             EXPECT_NEAR(is["aligned"][axis],
-                        told["rotation"][axis][0].get<double>() * x +
-                            told["rotation"][axis][1].get<double>() * y +
-                            told["translation"][axis].get<double>(),
+                        stated["rotation"][axis][0].get<double>() * x +
+                            stated["rotation"][axis][1].get<double>() * y +
+                            stated["translation"][axis].get<double>(),
                         1e-12);
     }
 }

@@ -253,7 +253,7 @@ TEST(Section, HostileIdsHarmNoOutputAndRepeatedOnesStay) {
     for (int lines = 0; lines < 3; ++lines)
         source.next_line(line);
     EXPECT_EQ(line, "\x1b[2J&'\",5,-2,5,0,0,2,2,false,outside,0,0.5,0")
-        << "the row goes on behind the line break";
+        << "the row goes on after the line break";
 }
 
 TEST(Section, AboveThousandPointsTheWorstAndAboveFiveThousandTheEnvelope) {

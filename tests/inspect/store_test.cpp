@@ -23,7 +23,7 @@ struct Kept : Workshop {
         return run("section plate.dat probed.csv --tolerance .05 --quiet --store parts.velm " +
                    more);
     }
-    nlohmann::json told(const std::string& arguments) const {
+    nlohmann::json listed(const std::string& arguments) const {
         return nlohmann::json::parse(run("store " + arguments + " --json -").out);
     }
 };
@@ -36,7 +36,8 @@ TEST(InspectStore, WritesOverNothing) {
         EXPECT_NE(kept.run("store parts.velm " + made).code, 0) << made << ": it exists";
     }
     for (const std::string name : {"new", "newer"})
-        EXPECT_EQ(kept.told("./" + name)["objects"], kept.told("parts.velm")["objects"]) << name;
+        EXPECT_EQ(kept.listed("./" + name)["objects"], kept.listed("parts.velm")["objects"])
+            << name;
     EXPECT_EQ(kept.read("parts.velm"), before);
 }
 
@@ -112,7 +113,7 @@ TEST(InspectStore, WritesNoFileWithADamagedTree) {
         EXPECT_EQ(kept.read("damaged.velm"), damaged);
     }
     EXPECT_EQ(kept.inspect("--sync").code, 1);
-    EXPECT_EQ(kept.told("parts.velm")["inspections"].size(), 2u);
+    EXPECT_EQ(kept.listed("parts.velm")["inspections"].size(), 2u);
     EXPECT_EQ(kept.run("section plate.dat probed.csv --sync").code, 2);
 }
 

@@ -75,7 +75,8 @@ TEST(Targets, BadRowsAreNamedAndRefusedOrSkipped) {
               std::string::npos);
 }
 
-// A box turned and shifted against its nominal comes back; what its top alone tells is moved alone.
+// A box turned and shifted against its nominal comes back; what its top alone determines is moved
+// alone.
 TEST(Targets, BestFitTakesTheMotionAwayAndThePageEscapesIds) {
     Workshop shop;
     std::string box = "id,nom_x,nom_y,nom_z,nom_i,nom_j,nom_k,act_x,act_y,act_z\n", top = box;

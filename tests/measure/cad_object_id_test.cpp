@@ -86,7 +86,7 @@ TEST(CadGroups, AreOrderedLevelByLevel) {
             EXPECT_EQ(gmCADGroupStructure(gmRootGroup).is_start_of(b), j > 0);
         }
     }
-    EXPECT_EQ(sorted[1].compare_at_depth(sorted[3], 1), 1) << "a missing level is behind";
+    EXPECT_EQ(sorted[1].compare_at_depth(sorted[3], 1), 1) << "a missing level comes after";
     EXPECT_TRUE(sorted[2].matches_at_depth(sorted[3], 0) &&
                 !sorted[1].matches_at_depth(sorted[1], 1));
     ERDBObject object;

@@ -64,8 +64,8 @@ TEST(EdgeTree, GivesTheAnswersOfAScanTiesIncluded) {
     }
 }
 
-// On a lattice every place is told by whole numbers. A small scale, a power of two, brings all of
-// it within the tolerance of a region's edges.
+// On a lattice every place is decided by whole numbers. A small scale, a power of two, brings all
+// of it within the tolerance of a region's edges.
 TEST(Profile, PlacesAreExactOnALattice) {
     velm_test::Random random(83);
     int found[place_count] = {};
@@ -150,7 +150,7 @@ TEST(Profile, WithinTheToleranceOfInsideTheNearestEdgesDecide) {
                 << p << " times " << scale;
         }
     }
-    // Far from the origin the turning of a small contour is still told.
+    // Far from the origin the turning of a small contour is still found.
     const ERPoint2D far(1e6, -1e6);
     const Profile shifted(outline_of({scaled(1e-3, far)}));
     EXPECT_GT(shifted.compare(far + ERVector2D(-1e-4, 1e-3)).distance, 0.0);

@@ -103,8 +103,8 @@ TEST(HashTable, FollowsAMapAndKeepsItsElementsInPlace) {
 }
 
 TEST(Names, AreOrderedByNumbersThenCodesThenBytes) {
-    // In order, each before all that follow: numbers by value, whatever their length; the code of a
-    // stray byte is its own (E9 before U+00EA and behind U+00E9 written out); ties by bytes.
+    // In order, each before all that follow: numbers by value, regardless of their length; the code
+    // of a stray byte is its own (E9 before U+00EA and after U+00E9 written out); ties by bytes.
     std::istringstream in(
         "! 0 007 07 7 7a2 7a10 18446744073709551615 18446744073709551616 A2 a a1 a01b "
         "a1b a2 a10 a10/2 a10\\2 \xC3\xA8 \xC3\xA9 \xE9 \xC3\xAA \xE2\x82\xAC "

@@ -77,13 +77,13 @@ TEST(DatabaseProperty, PrintsAndStoresEachType) {
     ERDBObjProperty property(3);
     property.restoreGuts(unknown);
     EXPECT_EQ(property.getType(), ERDBObjProperty::undefined);
-    EXPECT_EQ(unknown.GetPosition(), 1u) << "nothing behind the type";
+    EXPECT_EQ(unknown.GetPosition(), 1u) << "nothing after the type";
 }
 
 TEST(DatabaseProperty, TableKeepsItsOrderOnFile) {
     ERDBObjPropertyTable table;
     table[256] = 1; // hash 1, bucket 1
-    table[1] = 2;   // hash 1, behind it
+    table[1] = 2;   // hash 1, after it
     table[255] = 3; // hash 0, bucket 0
     table[-1] = 4;  // the remainder of 4294967295, which is 0
     table[1] = "x"; // replaced in its place

@@ -101,7 +101,7 @@ TEST_F(DataBase, ClassesThatTheOpeningMisses) {
         ERDataBase data;
         data.Open(path.c_str(), 0);
         data.save(new Sample(1, 1));
-        for (char c = 'A'; c <= 'Z'; ++c) { // names before and behind "Sample"
+        for (char c = 'A'; c <= 'Z'; ++c) { // names before and after "Sample"
             data.save(new Named(std::string(1, c) + "class"));
             data.save(new Named(std::string("Sa") + c));
         }

@@ -38,7 +38,7 @@ TEST_F(ObjectDataBase, NewFileHasTheStatedLayout) {
     const std::string stored = bytes();
     EXPECT_EQ(stored.substr(296, 12), words({0, 0, 0})) << "the counters wait for Close";
     store->Close();
-    EXPECT_EQ(bytes(), golden("one_object")) << "told byte by byte in docs/file-format.md";
+    EXPECT_EQ(bytes(), golden("one_object")) << "described byte by byte in docs/file-format.md";
     EXPECT_EQ(store->getNbObj(), 0);
     open();
     EXPECT_EQ(store->get_db_version(), 1001u);

@@ -1,5 +1,5 @@
 // Damaged files, failing system calls, and random operations against a model:
-// what an object file goes through, and that the check or the rebuilding tells and mends it.
+// what an object file goes through, and that the check or the rebuilding reports and mends it.
 #include "store/store_files.h"
 #include "support/faulty_files.h"
 #include "support/store_use.h"

@@ -1,5 +1,5 @@
-// An object file of any bytes, put to use: whatever it holds, every operation ends in a defined
-// way.
+// An object file of any bytes, put to use: every operation ends in a defined way,
+// regardless of what it holds.
 #pragma once
 
 #include "support/caught.h"

@@ -179,7 +179,7 @@ TEST(Revolve, EveryCurveExactly) {
         const double piece = (end - start) / std::ceil((end - start - 1e-9) / (pi / 2));
         for (int i = 0; i < 10; ++i) {
             const double u = draw.uniform(0, 1);
-            // The point of the turned curve at the angle that v stands for, which is v itself at
+            // The point of the turned curve at the angle that v means, which is v itself at
             // ends and middles of pieces.
             const double v = i < 5 ? start + piece * 0.5 * draw.below(2) : draw.uniform(start, end);
             const ERPoint3D p = (*s)(u, v), c = curve(u);

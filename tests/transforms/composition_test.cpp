@@ -36,15 +36,15 @@ TEST(Composition, EveryPairOfKinds) {
         const ERPmSimilitude3D left = make.handle(kinds[a]), right = make.handle(kinds[b]);
         ASSERT_STREQ(left.body()->className(), class_of(kinds[a]));
         const ERPmSimilitude3D both = left * right;
-        const PlainMap told = PlainMap::of(both);
+        const PlainMap stated = PlainMap::of(both);
         const ERPoint3D p = make.point();
         ERPoint3D mapped = p, steps = p;
         both.TransFrom(mapped);
-        expect_near(mapped, told(p));
+        expect_near(mapped, stated(p));
         left.TransFrom(right.TransFrom(steps));
         expect_near(mapped, steps);
-        EXPECT_STREQ(both.body()->className(), class_of(told.kind()));
-        EXPECT_EQ(both.isDirect(), told.determinant() > 0);
+        EXPECT_STREQ(both.body()->className(), class_of(stated.kind()));
+        EXPECT_EQ(both.isDirect(), stated.determinant() > 0);
         EXPECT_EQ(both.isValid(), 1);
 
         const ERTr3DRevRep* const unreduced = *left.body() * right.body();

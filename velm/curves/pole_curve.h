@@ -37,7 +37,7 @@ public:
     PoleCurve(const ERLimites& natural, const ERLimites& trimmed)
         : D::TrimmedEntity(natural, trimmed) {}
 
-    /// A pole by its index, unchecked; of a rational curve the point it stands for.
+    /// A pole by its index, unchecked; of a rational curve its point.
     virtual Point operator[](int i) const;
     virtual ERKnotVector knotVector() const = 0;
     /// 0 on a curve without poles.
@@ -131,7 +131,7 @@ protected:
     /// intersectWithPlanZ do. -1 for a curve that is at the level within 1e-11.
     int crossings(double level, ERVec<double>& params) const;
 
-    /// The points that the poles stand for.
+    /// The points of the poles.
     ERVec<Point> pole_points() const;
     /// Calls f with the array of the poles, for reading or after ResetCachedInfo for writing.
     template <class F>

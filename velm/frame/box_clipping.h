@@ -11,7 +11,7 @@
 /// the borders are tried once each in the order xmin, xmax, ymin, ymax, and a hit replaces `ra` if
 /// ra is beyond that border, else `rb`. The first two ends found are the result, so that
 /// - a segment through a corner counts two hits on one point and crosses;
-/// - a segment along an axis that starts inside may be cut at the border behind its start, since a
+/// - a segment along an axis that starts inside may be cut at the border beyond its start, since a
 ///   hit is checked on the other axis only.
 /// Returns the position of the segment relative to the box. `ra` and `rb` are the clipped ends when
 /// it crosses, a and b when its ends alone decide that it is inside or outside, partly clipped when

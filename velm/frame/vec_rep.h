@@ -7,7 +7,7 @@
 
 #include <cstddef>
 
-/// The body of every array: a header and the storage behind it, one allocation of operator new[].
+/// The body of every array: a header and the storage after it, one allocation of operator new[].
 ///
 /// A new body has no references: its first handle adds one. Bodies released by free() go to the
 /// cache of the thread that frees them (ERVecRepCache), regardless of the thread that made them.

@@ -33,7 +33,7 @@ struct ClipFigures {
     std::uint64_t polylines = 0, pieces = 0;
     double length_inside = 0.0;
     double length = 0.0; ///< of all polylines
-    /// So near to the region's arcs and curves are the chords that stand for them; 0 if it has
+    /// How near the chords are to the arcs and curves that they replace; 0 if it has
     /// none.
     double chord_error = 0.0;
 };

@@ -65,7 +65,7 @@ struct NominalPart {
     std::vector<LeftOutFace> left_out;
 };
 
-/// Saves a part behind what the database holds. Raises CFileException*.
+/// Saves a part after what the database holds. Raises CFileException*.
 VELM_API void save_part(ERDataBase& data, const NominalPart& part);
 
 /// Reads the last part of an object file. Raises CFileException* for files; throws RecordFault

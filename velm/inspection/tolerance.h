@@ -39,7 +39,7 @@ VELM_API std::span<const std::string_view> choice_names(LimitRule);
 /// Four units in the last place of the largest coordinate from which a deviation was computed: the
 /// coordinate of the point and that of its foot are each a rounding of what was written, their
 /// difference one more, and the half diameter of the ball another. A point at the limit as it was
-/// written is in tolerance, then, whatever its coordinates are.
+/// written is in tolerance, then, regardless of its coordinates.
 inline double limit_slack(double largest_coordinate) {
     constexpr int last_places = std::numeric_limits<double>::digits - 1;
     return largest_coordinate > 0.0 ? std::ldexp(4.0, std::ilogb(largest_coordinate) - last_places)

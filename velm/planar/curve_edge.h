@@ -21,7 +21,7 @@ public:
     /// Null for a curve that can't be prepared (see `velm::prepare`).
     static std::shared_ptr<const CurveEdge> make(const ERCpoleNURBS2D& curve);
     /// The curve cut where its tangent turns by more than 1e-9: inside an edge the outline is
-    /// smooth, so that the tangent at a foot tells the sides. Empty for a curve that can't be
+    /// smooth, so that the tangent at a foot separates the sides. Empty for a curve that can't be
     /// prepared.
     static std::vector<ERCpoleNURBS2D> smooth_parts(const ERCpoleNURBS2D& curve);
 

@@ -42,7 +42,7 @@ double leading_double(std::string_view text) {
     double value = 0.0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc::result_out_of_range) return value;
-    // Infinite, or too small for anything but 0: the sign of the exponent tells, or the digits.
+    // Infinite, or too small for anything but 0: the sign of the exponent decides, or the digits.
     const std::string_view number(text.data(), static_cast<std::size_t>(end - text.data()));
     const std::size_t exponent = number.find_first_of("eE");
     const bool huge = exponent == std::string_view::npos

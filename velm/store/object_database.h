@@ -97,7 +97,7 @@ private:
 /// ERFileManager says of operations that fail holds for all of these. One thread in the process
 /// works with stores at a time. An object must not be saved after its store is gone. There is no
 /// journal: a process that ends before Close leaves the counters in the header and the trees' entry
-/// counts as they were at Open; velm::counters_are_stale tells, and velm::salvage_store mends it.
+/// counts as they were at Open; velm::counters_are_stale says so, and velm::salvage_store mends it.
 class VELM_API ERObjectDataBase : public ERReference, private velm::detail::StepMember {
 public:
     ERObjectDataBase();

@@ -14,7 +14,7 @@ class ERRaySurfaceResult;
 class gmProcessMesh;
 
 /// A surface P(u, v) between udeb and ufin, vdeb and vfin. Parameters are not clamped, except where
-/// told.
+/// a member says so.
 ///
 /// Operations that only read are const, but getMatricePoint keeps its grid, and some classes keep
 /// more: one surface belongs to one thread at a time.

@@ -67,8 +67,8 @@ public:
     /// Whether the poles have weights.
     int isRational() const override;
     void incrDegree(int alongU, int alongV) override;
-    /// One degree after the other, along U first, as ERCpoleBezier3D::decrDegree does it: whatever
-    /// that does to the surface. Degree 1 stays.
+    /// One degree after the other, along U first, as ERCpoleBezier3D::decrDegree does it, with the
+    /// same effect on the surface. Degree 1 stays.
     void decrDegree(int alongU, int alongV) override;
 
     /// Makes the trim the natural limits; the poles become those of that part. A part outside

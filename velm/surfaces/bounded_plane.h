@@ -35,7 +35,7 @@ public:
 
     /// The height in the frame, with its sign: DISTMIN_FOUND, or DISTMIN_AT_END outside the limits.
     DISTMINRES SignedMinimalDistance(const ERPoint3D& p, double& dist) override;
-    /// 1 inside the closed limits, whatever inBound. The parameter is set in any case.
+    /// 1 inside the closed limits, regardless of inBound. The parameter is set in any case.
     int ProjectionNormale(const ERPoint3D& p, double distance, ERPoint2D& parameter,
                           int inBound) const override;
     /// On the whole plane; always 1.

@@ -75,7 +75,7 @@ private:
 /// height, not a length on the cone, and v an angle.
 ///
 /// Part of the contract: PtCur gives the derivatives by v, dP/dv, d2P/dudv and d2P/dv2, at u = 1
-/// whatever u is. They don't vanish at the apex.
+/// for every u. They don't vanish at the apex.
 class VELM_API ERBoundedCone : public velm::detail::FramedSurface<ERBoundedCone> {
     VELM_DECLARE_CLASS(ERBoundedCone)
 

@@ -49,8 +49,8 @@ public:
     /// near: it changes the time, and the choice among equally near points, not the certificate.
     FaceFoot nearest(const ERPoint3D& p, int budget = default_budget) const;
     FaceFoot nearest(const ERPoint3D& p, const ERPoint2D& hint, int budget = default_budget) const;
-    /// Of many points: as many feet, each that of `nearest(p)` to the bit, whatever the order of
-    /// the points and the number of threads that share them.
+    /// Of many points: as many feet, each that of `nearest(p)` to the bit, regardless of the order
+    /// of the points and the number of threads that share them.
     void nearest(std::span<const ERPoint3D> points, std::span<FaceFoot> feet,
                  int threads = 1) const;
 

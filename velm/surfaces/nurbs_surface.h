@@ -94,7 +94,7 @@ public:
     int SplitInV(t_SmartPtr<ERAnyBoundedSurface>& a, t_SmartPtr<ERAnyBoundedSurface>& b,
                  double v) const override;
 
-    /// Of both knot vectors, as ERKnotVector tells it: a clamped one counts its ends.
+    /// Of both knot vectors, as ERKnotVector reports it: a clamped one counts its ends.
     int IsContinuous(int order) const override;
     /// Append what ERKnotVector::GetDiscontinuities finds.
     int GetDiscontinuitiesU(int order, ERVec<double>& params) const override;

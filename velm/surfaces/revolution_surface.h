@@ -92,8 +92,8 @@ public:
     /// ReajustAtSeam.
     int ReajustProjection(ERPoint3D& p, ERPoint2D& parameter, int inBound) const override;
     /// The crossings of the NURBS surface that velm::revolve makes of the curve, as points of this
-    /// surface: polished by VerticalNewton. As told there (surfaces/vertical_crossing.h), a line
-    /// that touches may be missed, and a crossing where patches meet is given twice.
+    /// surface: polished by VerticalNewton. As described there (surfaces/vertical_crossing.h), a
+    /// line that touches may be missed, and a crossing where patches meet is given twice.
     void ProjectPoint(const ERPoint3D& p, ERRaySurfaceResult& result, int inBound) const override;
 
     void scale(double s) override;

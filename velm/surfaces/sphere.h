@@ -84,7 +84,7 @@ public:
     t_SmartPtr<ERFiniteEntity3DWF> getEntityIsoU(double u) const override;
     t_SmartPtr<ERFiniteEntity3DWF> getEntityIsoV(double v) const override;
 
-    /// The box of the whole sphere, whatever the limits.
+    /// The box of the whole sphere, regardless of the limits.
     ERMinimax3D getBox() const override;
     double upperEstimateInU() const override;
     double upperEstimateInV() const override;

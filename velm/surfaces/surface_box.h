@@ -14,7 +14,7 @@ struct TightBox {
     double excess = 0.0;
 };
 
-/// `tolerance` is a length; 0 stands for 2^-30 of the diagonal of the surface's box(). `excess` is
+/// `tolerance` is a length; 0 means 2^-30 of the diagonal of the surface's box(). `excess` is
 /// at most that, unless a side takes more than 2^16 halvings of parts.
 ///
 /// Planes, cylinders, cones, spheres and tori by closed forms, with an excess of 0: their

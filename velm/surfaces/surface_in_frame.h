@@ -1,4 +1,4 @@
-// ERSurfaceBasedOnTransfo3D: surfaces whose geometry is told in a frame of their own.
+// ERSurfaceBasedOnTransfo3D: surfaces whose geometry is given in a frame of their own.
 #pragma once
 
 #include "velm/surfaces/surface.h"

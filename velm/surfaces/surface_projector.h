@@ -80,16 +80,16 @@ public:
     SurfaceFoot nearest(const ERPoint3D& p, int budget = default_budget) const;
     SurfaceFoot nearest(const ERPoint3D& p, const ERPoint2D& hint,
                         int budget = default_budget) const;
-    /// Of many points: as many feet, each that of `nearest(p)` to the bit, whatever the order of
-    /// the points and the number of threads that share them.
+    /// Of many points: as many feet, each that of `nearest(p)` to the bit, regardless of the order
+    /// of the points and the number of threads that share them.
     void nearest(std::span<const ERPoint3D> points, std::span<SurfaceFoot> feet,
                  int threads = 1) const;
 
     /// Every place where p is perpendicular above the surface, nearest first, each once, whether or
     /// not it is on a border of patches. Certified: there is one foot and no other near it. Not
-    /// certified and degenerate: feet that can't be told apart, as those of the centre of a sphere,
-    /// one entry for each part of the surface that holds some. `lower` is `distance`. Of an offset
-    /// surface they are those of polynomials within 2^-45 of the size of it.
+    /// certified and degenerate: feet that can't be distinguished, as those of the centre of a
+    /// sphere, one entry for each part of the surface that holds some. `lower` is `distance`. Of an
+    /// offset surface they are those of polynomials within 2^-45 of the size of it.
     void feet(const ERPoint3D& p, std::vector<SurfaceFoot>& feet) const;
     /// Every local minimum of the distance that is no further than `distance`, nearest first: feet,
     /// and minima on limits, on lines where the normal jumps and where such lines meet. (Limits of

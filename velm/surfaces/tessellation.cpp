@@ -175,7 +175,7 @@ private:
     }
 
     // The corners of all cells, by u and then v, and the other way round. Parameters that rounding
-    // alone tells apart become one.
+    // alone distinguishes become one.
     void collect_nodes() {
         constexpr double rounding = 1e-13;
         std::vector<double> in_u, in_v;

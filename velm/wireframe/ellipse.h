@@ -41,8 +41,8 @@ public:
     /// A big axis shorter than the distance of the foci is set to that distance: a segment.
     EREllipse2D(const ERPoint2D& focus1, const ERPoint2D& focus2, double big);
     /// The big axis is 2 bigHalf and turned by `angle` from the x axis. Part of the contract: the
-    /// focal distance is computed from the longer and the shorter half axis in whatever order they
-    /// are given, while the big axis is always the first one.
+    /// focal distance is computed from the longer and the shorter half axis, in either order of
+    /// the two, while the big axis is always the first one.
     EREllipse2D(double bigHalf, double smallHalf, double angle, const ERPoint2D& center);
     /// The conic A x^2 + B y^2 + C x y + D x + E y + F = 0, where |C| < 1e-13 and |F| > 1e-13 and
     /// it is an ellipse. Any other leaves the foci at the origin and the big axis 0.

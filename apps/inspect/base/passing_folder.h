@@ -24,7 +24,7 @@ public:
 
 private:
     std::string path_;
-    int lifeline_ = -1; ///< closed by whatever ends this process
+    int lifeline_ = -1; ///< closed when this process ends in any way
     pid_t remover_ = -1;
 };
 

@@ -146,7 +146,7 @@ inline constexpr Option<double> chain_tolerance_option{
     parse_positive, 1};
 inline constexpr Option<double> chord_error_option{
     "--chord-error", "D",
-    "Largest distance of the chords that stand for arcs and\ncurves (default: a millionth of the "
+    "Largest distance of the chords that replace arcs and\ncurves (default: a millionth of the "
     "region's diagonal)",
     parse_positive, 1};
 inline constexpr Option<std::vector<std::string>> layer_option{

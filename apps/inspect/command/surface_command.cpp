@@ -38,7 +38,7 @@ constexpr const char* files_text =
     "Limits of a row beat those of --tolerances, which beat --tolerance. They are included, and\n"
     "widened by four units in the last place of the coordinates.\n"
     "A name of faces is that of a face, of a group, or of a run of them: lid, lid/face 3,\n"
-    "/housing/lid; * stands for any text.\n"
+    "/housing/lid; * matches any text.\n"
     "- is standard input or output.\n";
 
 ExitCode surface(const SurfaceOptions& options) {

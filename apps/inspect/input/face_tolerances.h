@@ -12,7 +12,7 @@
 namespace velm::inspect {
 
 /// Whether a name is that of the face, of a group that it is in, or of a run of them: "lid",
-/// "lid/face 3" and "/housing/lid" all call "/housing/lid/face 3". `*` stands for any text.
+/// "lid/face 3" and "/housing/lid" all call "/housing/lid/face 3". `*` matches any text.
 bool is_face_called(std::string_view name, std::string_view path);
 
 /// One row of a table.

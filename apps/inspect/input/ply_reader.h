@@ -20,7 +20,7 @@ struct ScanPoint {
 };
 
 /// Reads `x`, `y`, `z` and, if there are all three, `nx`, `ny`, `nz` of the element `vertex`, in
-/// the ASCII form, one vertex a line, and in both binary ones; whatever else the file has is
+/// the ASCII form, one vertex per line, and in both binary ones; the rest of the file is
 /// skipped. Memory doesn't depend on what the header says. Throws `Failure`: (file) where reading
 /// fails, (input) for anything else, with the line in the header and in an ASCII body, with the
 /// number of the vertex in a binary one.

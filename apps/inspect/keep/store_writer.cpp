@@ -8,7 +8,7 @@ namespace velm::inspect {
 namespace {
 
 // Opens a file against all others; null when it isn't there. A file that another program has put
-// in the place meanwhile is opened anew.
+// in its place meanwhile is opened again.
 std::unique_ptr<CFile> lock_existing(const std::string& path) {
     for (;;) {
         struct stat before {

@@ -46,7 +46,7 @@ PoleRow row_of(ERVec<Pole>& poles) {
     return row_of(poles.writable());
 }
 
-/// The point that a pole stands for.
+/// The point of a pole.
 constexpr ERPoint2D pole_point(const ERPoint2D& p) { return p; }
 constexpr ERPoint3D pole_point(const ERPoint3D& p) { return p; }
 constexpr ERPoint2D pole_point(const ERPole2DH& p) { return p.castToPoint(); }

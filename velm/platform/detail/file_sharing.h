@@ -3,7 +3,7 @@
 
 namespace velm::detail {
 
-/// A CFileException cause and the error number behind it.
+/// A CFileException cause and the error number of the system.
 struct Failure {
     int cause = 0;
     int os_error = 0;

@@ -19,7 +19,7 @@ struct AnalyticPlace {
 };
 
 /// All of them: at most four in the interior, two on each side, and the corners. Where an angle is
-/// undetermined, as on the axis, the start of its limits stands for all.
+/// undetermined, as on the axis, the start of its limits is taken.
 class AnalyticFeet {
 public:
     AnalyticFeet(const SurfaceTables& tables, const ERPoint3D& p);

@@ -1,4 +1,4 @@
-// velm::detail::OffsetFit: a polynomial that stands for the offset of a Bezier patch, with a proved
+// velm::detail::OffsetFit: a polynomial that replaces the offset of a Bezier patch, with a proved
 // bound of its distance from it.
 #pragma once
 

@@ -20,7 +20,7 @@ constexpr double no_extent = 0x1p-46;
 // Polynomials of higher degrees go to the power form in pairs of doubles: its coefficients are up
 // to 2.4^degree times as large as those of Bernstein's form, and cancel.
 constexpr int plain_degree = 7;
-// Leaves of polynomials that stand for offsets are small, and count from points on them.
+// Leaves of polynomials that replace offsets are small, and count from points on them.
 constexpr int plain_offset_degree = OffsetFit::degree;
 // Of offset surfaces: what the polynomials are off by is at most this part of the size, where their
 // parts are no smaller than so many cuts make them, and a patch has no more than so many.
@@ -125,7 +125,7 @@ private:
             [this](const std::vector<double>& half, const Part& own) { return part(half, own); });
     }
 
-    // The leaves of the offset of a part of a patch: of the polynomial that stands for it, or of
+    // The leaves of the offset of a part of a patch: of the polynomial that replaces it, or of
     // its halves while that is too far off.
     std::int32_t moved(const std::vector<double>& base, Part now) {
         if (now.in_trim == InTrim::crossing) now.in_trim = place(now);
