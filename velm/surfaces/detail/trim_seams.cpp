@@ -117,7 +117,7 @@ std::vector<Chain> chains_of(Chain pieces, const SurfaceSeams& seams) {
            !breaks(pieces[(first + pieces.size() - 1) % pieces.size()], pieces[first]))
         ++first;
     if (first == pieces.size()) return {std::move(pieces)};
-    std::ranges::rotate(pieces, pieces.begin() + std::ptrdiff_t(first));
+    std::rotate(pieces.begin(), pieces.begin() + std::ptrdiff_t(first), pieces.end());
     std::vector<Chain> chains;
     for (const TrimPiece& piece : pieces) {
         if (chains.empty() || breaks(chains.back().back(), piece)) chains.emplace_back();
