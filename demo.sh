@@ -94,7 +94,8 @@ reopen 2 report json csv svg html
 reopen 3 panel_report json csv html
 if [ -n "$cad" ]; then
     build/demo/apps/cad/write_step "$out/housing.velm" "$out/housing.step"
-    inspect step_report surface housing.step scan.ply --tolerance 0.1 --json step_report.json
+    inspect step_report surface housing.step scan.ply --tolerance 0.1 \
+        --json step_report.json --html step_report.html
 fi
 cat <<END
 

@@ -6,15 +6,16 @@
 #include <BRep_Builder.hxx>
 #include <IGESCAFControl_Reader.hxx>
 #include <IGESData_IGESModel.hxx>
-#include <Interface_Static.hxx>
 #include <Message.hxx>
 #include <Message_PrinterOStream.hxx>
 #include <Quantity_Color.hxx>
 #include <STEPCAFControl_Reader.hxx>
 #include <Standard_Failure.hxx>
 #include <StepData_StepModel.hxx>
+#include <StepRepr_RepresentationItem.hxx>
 #include <TColStd_HSequenceOfExtendedString.hxx>
 #include <TColStd_SequenceOfAsciiString.hxx>
+#include <TCollection_HAsciiString.hxx>
 #include <TDF_LabelSequence.hxx>
 #include <TDataStd_Name.hxx>
 #include <TDocStd_Document.hxx>
@@ -70,6 +71,12 @@ Format format_of(const std::string& path) {
 }
 
 // A name is one level of a path, whose levels are separated by slashes of both kinds.
+std::string one_level(std::string text) {
+    for (char& c : text)
+        if (c == '/' || c == '\\' || static_cast<unsigned char>(c) < ' ') c = '_';
+    return text;
+}
+
 std::string level_name(const TDF_Label& label) {
     Handle(TDataStd_Name) attribute;
     if (!label.FindAttribute(TDataStd_Name::GetID(), attribute)) return {};
@@ -79,9 +86,26 @@ std::string level_name(const TDF_Label& label) {
     text.resize(std::size_t(std::max(wide.ToUTF8CString(place), 0)));
     while (!text.empty() && text.back() == '\0')
         text.pop_back();
-    for (char& c : text)
-        if (c == '/' || c == '\\' || static_cast<unsigned char>(c) < ' ') c = '_';
-    return text;
+    return one_level(text);
+}
+
+// The last levels of the faces' paths: a name that no other face of the product has; a name that
+// some share, and the face below it; else, also where all have the same, the face alone.
+std::vector<std::string> face_names(const std::vector<std::string>& given) {
+    std::map<std::string, std::size_t> counts;
+    for (const std::string& name : given)
+        ++counts[name];
+    std::vector<std::string> names;
+    for (std::size_t n = 0; n < given.size(); ++n) {
+        const std::size_t count = counts[given[n]];
+        std::string name = "face " + std::to_string(n + 1);
+        if (!given[n].empty() && count == 1)
+            name = given[n];
+        else if (!given[n].empty() && count < given.size())
+            name = given[n] + "/" + name;
+        names.push_back(std::move(name));
+    }
+    return names;
 }
 
 // Walks the tree of products and collects the faces.
@@ -157,54 +181,80 @@ private:
                 walk(components.Value(i), place, path, marks);
             return;
         }
-        // The location of the product's own shape is part of the shape.
-        TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(product);
+        const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(product);
         if (shape.IsNull()) return;
-        shape = shape.Located((is_instance ? place : above) * shape.Location());
-        int count = 0;
-        take(shape, path, marks, false, count);
+        FacesOfProduct own;
+        take(shape, marks, false, own);
+        // The location of the product's own shape is part of the shape.
+        const TopLoc_Location here = is_instance ? place : above;
+        const std::vector<std::string> names = face_names(own.names);
+        for (std::size_t n = 0; n < own.faces.size(); ++n) {
+            CadFace& face = own.faces[n];
+            face.shape = TopoDS::Face(face.shape.Moved(here));
+            face.path = unique(path + "/" + names[n]);
+            faces.push_back(std::move(face));
+        }
     }
 
+    // In the product's own coordinates, in which what is named and marked is found.
+    struct FacesOfProduct {
+        std::vector<CadFace> faces;
+        std::vector<std::string> names; // as the file has them
+    };
+
     // Solids and shells are looked into one by one: what is in a solid has an inner side.
-    void take(const TopoDS_Shape& shape, const std::string& path, const Marks& outer, bool in_solid,
-              int& count) {
+    void take(const TopoDS_Shape& shape, const Marks& outer, bool in_solid, FacesOfProduct& own) {
         const Marks marks = marks_at(shape, outer);
         if (shape.ShapeType() == TopAbs_FACE) {
             CadFace face;
             face.shape = TopoDS::Face(shape);
-            std::string name = "face " + std::to_string(++count);
-            TDF_Label label;
-            if (shapes->SearchUsingMap(shape, label, Standard_False, Standard_True)) {
-                const std::string own = level_name(label);
-                if (!own.empty()) name = own;
-            }
-            face.path = unique(path + "/" + name);
             face.colour = marks.colour;
             face.layer = marks.layer;
             face.entity = entity_of(shape);
             face.bounds_a_solid = in_solid;
-            faces.push_back(std::move(face));
+            own.faces.push_back(std::move(face));
+            own.names.push_back(name_of(shape));
             return;
         }
         in_solid = in_solid || shape.ShapeType() == TopAbs_SOLID;
         for (TopoDS_Iterator part(shape); part.More(); part.Next())
-            take(part.Value(), path, marks, in_solid, count);
+            take(part.Value(), marks, in_solid, own);
     }
 
-    long entity_of(const TopoDS_Shape& face) const {
-        if (session.IsNull() || session->TransferReader().IsNull()) return 0;
-        const Handle(Interface_InterfaceModel) model = session->Model();
+    // What the file has of a face; null if that isn't known.
+    Handle(Standard_Transient) source_of(const TopoDS_Shape& face) const {
+        if (session.IsNull() || session->TransferReader().IsNull()) return {};
         for (const TopoDS_Shape& shape : {face, face.Located(TopLoc_Location())}) {
             const Handle(Standard_Transient) entity =
                 session->TransferReader()->EntityFromShapeResult(shape, 1);
-            if (entity.IsNull()) continue;
-            // The number before a STEP entity, the directory line of an IGES entity.
-            if (const auto step = Handle(StepData_StepModel)::DownCast(model))
-                return step->IdentLabel(entity);
-            if (const auto iges = Handle(IGESData_IGESModel)::DownCast(model))
-                return 2L * iges->Number(entity) - 1;
+            if (!entity.IsNull()) return entity;
         }
+        return {};
+    }
+
+    // The number before a STEP entity, the directory line of an IGES entity.
+    long entity_of(const TopoDS_Shape& face) const {
+        const Handle(Standard_Transient) entity = source_of(face);
+        if (entity.IsNull()) return 0;
+        const Handle(Interface_InterfaceModel) model = session->Model();
+        if (const auto step = Handle(StepData_StepModel)::DownCast(model))
+            return step->IdentLabel(entity);
+        if (const auto iges = Handle(IGESData_IGESModel)::DownCast(model))
+            return 2L * iges->Number(entity) - 1;
         return 0;
+    }
+
+    // STEP keeps names with the faces themselves, where the kernel's reader doesn't look by itself.
+    std::string name_of(const TopoDS_Shape& face) const {
+        const auto item = Handle(StepRepr_RepresentationItem)::DownCast(source_of(face));
+        if (!item.IsNull() && !item->Name().IsNull()) {
+            const std::string name = one_level(item->Name()->ToCString());
+            if (name != "NONE") return name;
+        }
+        TDF_Label label;
+        return shapes->SearchUsingMap(face, label, Standard_False, Standard_True)
+                   ? level_name(label)
+                   : std::string();
     }
 
     Handle(XCAFDoc_ShapeTool) shapes;

@@ -90,6 +90,27 @@ TEST(CadProgram, ExitCodesSayWhatWasTaken) {
     }
 }
 
+// A face's own name, a name that some share, a mark that stands for none.
+TEST(CadProgram, NamesOfFacesAreLevelsOfTheirPaths) {
+    const TemporaryFolder folder;
+    const std::string step = folder.path("box.stp");
+    STEPControl_Writer writer;
+    writer.Transfer(BRepPrimAPI_MakeBox(30, 20, 15).Shape(), STEPControl_AsIs);
+    writer.Write(step.c_str());
+    std::string text = TemporaryFolder::bytes_of(step);
+    std::size_t at = 0;
+    for (const char* const name : {"lid/top", "seal", "NONE", "seal"}) {
+        at = text.find("ADVANCED_FACE('", at) + 15;
+        text.insert(at, name);
+    }
+    folder.file("named.stp", text);
+    ASSERT_EQ(run(folder, folder.path("named.stp") + " " + folder.path("r")).code, 0);
+    std::string names;
+    for (const velm::NominalFace& face : velm::read_part(folder.path("r")).faces)
+        names += face.path.substr(face.path.find('/', 1)) + " ";
+    EXPECT_EQ(names, "/lid_top /seal/face 2 /face 3 /seal/face 4 /face 5 /face 6 ");
+}
+
 // Cut off, with bytes changed, and with numbers changed: a sentence and an exit code, and never
 // half an object file.
 TEST(CadProgram, DamagedFilesEndInASentence) {

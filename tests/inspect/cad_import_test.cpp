@@ -34,7 +34,7 @@ struct Shop : Workshop {
                                     "./bin/velm-inspect surface part.step p.csv --quiet ";
         return run(command + options);
     }
-    /// Whether nothing temporary is there, now or soon.
+    // Whether nothing temporary is there, now or soon.
     bool is_clean() const {
         for (int n = 0; n < 200 && !fs::is_empty(path("tmp")); ++n)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));

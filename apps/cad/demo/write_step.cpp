@@ -1,6 +1,6 @@
-// write_step PART.velm OUT.step: the solid of an object file as a STEP file, its surfaces and trims
-// exactly. It knows what the demo's housing is made of: planes and a spline surface in any trim,
-// and cylinders, cones, tori and planes in the rectangle of their limits.
+// write_step PART.velm OUT.step: the solid of an object file as a STEP file, its surfaces, trims
+// and names exactly. It knows what the demo's housing is made of: planes and a spline surface in
+// any trim, and cylinders, cones, tori and planes in the rectangle of their limits.
 #include "velm/curves/composite_curve.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/inspection/nominal_part.h"
@@ -34,21 +34,28 @@
 #include <Message.hxx>
 #include <Message_Messenger.hxx>
 #include <Message_PrinterOStream.hxx>
-#include <STEPControl_Writer.hxx>
+#include <STEPCAFControl_Writer.hxx>
 #include <Standard_Failure.hxx>
 #include <TColStd_Array1OfInteger.hxx>
 #include <TColStd_Array1OfReal.hxx>
 #include <TColgp_Array1OfPnt2d.hxx>
 #include <TColgp_Array2OfPnt.hxx>
+#include <TDF_Label.hxx>
+#include <TDataStd_Name.hxx>
+#include <TDocStd_Document.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Solid.hxx>
+#include <XCAFApp_Application.hxx>
+#include <XCAFDoc_DocumentTool.hxx>
+#include <XCAFDoc_ShapeTool.hxx>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <gp_Pln.hxx>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -197,17 +204,44 @@ TopoDS_Face face_of(ERTrimmedSurface& from) {
     return face;
 }
 
-TopoDS_Solid solid_of(const velm::NominalPart& part) {
+// The solid, and its faces with the last levels of their paths: those below the part.
+struct NamedSolid {
+    TopoDS_Solid solid;
+    std::vector<std::pair<TopoDS_Shape, std::string>> names;
+};
+
+NamedSolid solid_of(const velm::NominalPart& part) {
     BRepBuilderAPI_Sewing sewing(same_point);
-    for (const velm::NominalFace& face : part.faces)
-        sewing.Add(face_of(*face.surface));
+    NamedSolid result;
+    for (const velm::NominalFace& face : part.faces) {
+        const TopoDS_Face made = face_of(*face.surface);
+        sewing.Add(made);
+        std::string name = face.path.substr(face.path.find('/', 1) + 1);
+        std::replace(name.begin(), name.end(), '/', ' ');
+        result.names.emplace_back(made, name);
+    }
     sewing.Perform();
+    for (auto& [face, name] : result.names)
+        face = sewing.Modified(face);
     const TopExp_Explorer shell(sewing.SewedShape(), TopAbs_SHELL);
     if (!shell.More() || sewing.NbFreeEdges() > 0)
         throw std::runtime_error("the faces don't close a solid");
-    TopoDS_Solid solid = BRepBuilderAPI_MakeSolid(TopoDS::Shell(shell.Current()));
-    BRepLib::OrientClosedSolid(solid);
-    return solid;
+    result.solid = BRepBuilderAPI_MakeSolid(TopoDS::Shell(shell.Current()));
+    BRepLib::OrientClosedSolid(result.solid);
+    return result;
+}
+
+bool write(const NamedSolid& part, const char* path) {
+    Handle(TDocStd_Document) document;
+    XCAFApp_Application::GetApplication()->NewDocument("BinXCAF", document);
+    const Handle(XCAFDoc_ShapeTool) shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());
+    const TDF_Label product = shapes->AddShape(part.solid, Standard_False);
+    TDataStd_Name::Set(product, "housing");
+    for (const auto& [face, name] : part.names)
+        TDataStd_Name::Set(shapes->AddSubShape(product, face), name.c_str());
+    STEPCAFControl_Writer writer;
+    Interface_Static::SetIVal("write.stepcaf.subshapes.name", 1);
+    return writer.Transfer(document, STEPControl_AsIs) && writer.Write(path) == IFSelect_RetDone;
 }
 
 } // namespace
@@ -223,11 +257,7 @@ int main(int argc, char** argv) {
     };
     Message::DefaultMessenger()->RemovePrinters(STANDARD_TYPE(Message_PrinterOStream));
     try {
-        STEPControl_Writer writer;
-        Interface_Static::SetCVal("write.step.product.name", "housing");
-        if (writer.Transfer(solid_of(velm::read_part(argv[1])), STEPControl_AsIs) !=
-                IFSelect_RetDone ||
-            writer.Write(argv[2]) != IFSelect_RetDone)
+        if (!write(solid_of(velm::read_part(argv[1])), argv[2]))
             return complain("can't be written");
         return 0;
     } catch (CFileException* error) {

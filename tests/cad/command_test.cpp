@@ -1,0 +1,262 @@
+// The command against the real parts: points of their faces as the kernel evaluates them, displaced
+// along the outward normals by known amounts, and the points of edges as the files state them.
+#include "cad/cad_document.h"
+#include "cad/face_conversion.h"
+#include "real_part.h"
+#include "support/random.h"
+#include "support/temporary_folder.h"
+
+#include <BRepAdaptor_Surface.hxx>
+#include <BRepBndLib.hxx>
+#include <BRepBuilderAPI_MakeVertex.hxx>
+#include <BRepExtrema_DistShapeShape.hxx>
+#include <BRepTools.hxx>
+#include <BRepTopAdaptor_FClass2d.hxx>
+#include <Bnd_Box.hxx>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <sstream>
+#include <sys/wait.h>
+
+namespace {
+
+using namespace velm_test;
+using Json = nlohmann::json;
+
+int counts(int thorough) {
+    return std::getenv("VELM_TEST_THOROUGH") != nullptr ? thorough : std::max(thorough / 100, 1);
+}
+
+int shell(const std::string& command) {
+    const int status = std::system(("ASAN_OPTIONS=detect_leaks=0 " + command).c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+struct Displaced {
+    std::size_t face;
+    gp_Pnt place;
+    gp_Vec outward;
+    double deviation;
+};
+
+// The kernel's faces, and random places of them.
+class KernelFaces {
+public:
+    explicit KernelFaces(const std::string& file) : document_(velm::cad::read_cad(file)) {
+        Bnd_Box box;
+        for (const velm::cad::CadFace& face : document_.faces) {
+            numbers_[face.path] = faces_.size();
+            faces_.push_back(std::make_unique<Face>(face.shape));
+            BRepBndLib::Add(face.shape, box);
+        }
+        size_ = std::sqrt(box.SquareExtent());
+    }
+    double size() const { return size_; }
+    const std::string& path(std::size_t face) const { return document_.faces[face].path; }
+
+    Displaced draw(Random& random, double reach) const {
+        for (;;) {
+            const std::size_t n = random.next() % faces_.size();
+            const Face& face = *faces_[n];
+            for (int tries = 0; tries < 50; ++tries) {
+                const gp_Pnt2d at(random.uniform(face.limits[0], face.limits[1]),
+                                  random.uniform(face.limits[2], face.limits[3]));
+                if (face.trims.Perform(at) != TopAbs_IN) continue;
+                gp_Pnt p;
+                gp_Vec u, v;
+                face.surface.D1(at.X(), at.Y(), p, u, v);
+                gp_Vec normal = u.Crossed(v);
+                if (normal.Magnitude() <= 1e-6 * u.Magnitude() * v.Magnitude()) continue;
+                normal.Normalize();
+                if (face.is_reversed) normal.Reverse();
+                const double amount = reach * std::pow(10.0, random.uniform(-3, 0));
+                return {n, p, normal, random.below(2) == 0 ? amount : -amount};
+            }
+        }
+    }
+    // Whether another face has the place too.
+    bool touches(const Displaced& point, double close) const {
+        for (const velm::cad::CadFace& face : document_.faces)
+            if (face.path != path(point.face) && distance(face.path, point.place) <= close)
+                return true;
+        return false;
+    }
+    // How far a point is from a face called so; far if there is none.
+    double distance(const std::string& path, const gp_Pnt& p) const {
+        const auto found = numbers_.find(path);
+        if (found == numbers_.end()) return HUGE_VAL;
+        return BRepExtrema_DistShapeShape(BRepBuilderAPI_MakeVertex(p).Vertex(),
+                                          document_.faces[found->second].shape)
+            .Value();
+    }
+
+private:
+    struct Face {
+        explicit Face(const TopoDS_Face& shape)
+            : surface(shape), trims(shape, 1e-9),
+              is_reversed(shape.Orientation() == TopAbs_REVERSED) {
+            BRepTools::UVBounds(shape, limits[0], limits[1], limits[2], limits[3]);
+        }
+        BRepAdaptor_Surface surface;
+        BRepTopAdaptor_FClass2d trims;
+        bool is_reversed;
+        double limits[4]{};
+    };
+    velm::cad::CadDocument document_;
+    std::vector<std::unique_ptr<Face>> faces_;
+    std::map<std::string, std::size_t> numbers_;
+    double size_ = 0.0;
+};
+
+std::string row_of(const gp_XYZ& p) {
+    char text[128];
+    std::snprintf(text, sizeof text, "%.17g,%.17g,%.17g", p.X(), p.Y(), p.Z());
+    return text;
+}
+
+// A folder with the object file of a CAD file, for the command.
+struct Bench {
+    explicit Bench(const std::string& file) {
+        EXPECT_EQ(shell(VELM_CAD_PROGRAM " " + file + " " + folder.path("part.velm") + " --json " +
+                        folder.path("import.json") + " > /dev/null"),
+                  0);
+        gap = read("import.json")["largest_gap"].get<double>();
+    }
+    Json read(const std::string& name) const {
+        return Json::parse(std::ifstream(folder.path(name)));
+    }
+    Json inspect(const std::string& table, const std::string& options) const {
+        folder.file("p.csv", table);
+        EXPECT_EQ(shell(VELM_INSPECT_PROGRAM " surface " + folder.path("part.velm") + " " +
+                        folder.path("p.csv") + " --quiet --json " + folder.path("r.json") +
+                        options + " 2> " + folder.path("notes")),
+                  0);
+        return read("r.json")["points"];
+    }
+    TemporaryFolder folder;
+    double gap = 0.0;
+};
+
+gp_Pnt point_of(const Json& values) { return {values[0], values[1], values[2]}; }
+
+// Each point either has the place that it was displaced from, or one that is as near, on a face
+// whose kernel says so. Where two bodies touch, what is outside of one is inside the other.
+struct Comparison {
+    int same = 0, elsewhere = 0, contacts = 0;
+    double worst = 0.0;
+
+    void take(const KernelFaces& kernel, const Displaced& point, const Json& found, double radius,
+              double gap) {
+        const double close = 1e-9 * kernel.size();
+        const std::string face = found["face"];
+        const double distance = found["distance"], expected = point.deviation + radius;
+        const gp_Pnt foot = point_of(found["foot"]);
+        const bool is_inside = found["kind"] == "interior";
+        const double allowed = is_inside ? close : std::max(close, gap);
+        EXPECT_NEAR(found["deviation"].get<double>(), distance - radius, close);
+        if (face == kernel.path(point.face) && foot.Distance(point.place) <= 100.0 * allowed) {
+            ++same;
+            worst = std::max(worst, std::fabs(std::fabs(distance) - std::fabs(expected)));
+            const bool is_contact = distance * expected < 0.0 && kernel.touches(point, close);
+            EXPECT_NEAR(is_contact ? -distance : distance, expected, allowed) << found.dump();
+            contacts += is_contact;
+            return;
+        }
+        ++elsewhere;
+        const gp_Pnt centre = point.place.Translated(point.outward * expected);
+        EXPECT_NEAR(centre.Distance(foot), std::fabs(distance), close) << found.dump();
+        EXPECT_LE(std::fabs(distance), std::fabs(expected) + allowed) << found.dump();
+        EXPECT_LE(kernel.distance(face, foot), std::max(close, gap)) << found.dump();
+    }
+};
+
+TEST(SurfaceCommand, GivesFaceSideAndDeviationOnEveryRealPart) {
+    const auto files = real_parts();
+    if (files.empty()) GTEST_SKIP() << "no real parts at hand";
+    Random random(201);
+    const int count = counts(5'000);
+    for (const auto& file : files) {
+        const KernelFaces kernel(file.string());
+        const Bench bench(file.string());
+        const double reach = 5e-3 * kernel.size();
+        Comparison all;
+        for (const double radius : {0.0, 1e-3 * kernel.size()})
+            for (const bool has_directions : {false, true}) {
+                if (counts(100) == 1 && has_directions != (radius > 0.0)) continue;
+                std::vector<Displaced> points;
+                std::string table = has_directions ? "x,y,z,i,j,k\n" : "x,y,z\n";
+                for (int n = 0; n < count; ++n) {
+                    const Displaced& point = points.emplace_back(kernel.draw(random, reach));
+                    const gp_Pnt centre =
+                        point.place.Translated(point.outward * (point.deviation + radius));
+                    table += row_of(centre.XYZ());
+                    if (has_directions) table += "," + row_of(point.outward.XYZ());
+                    table += "\n";
+                }
+                char options[96];
+                std::snprintf(options, sizeof options, " --max-distance %.17g --diameter %.17g",
+                              4.0 * (reach + radius), 2.0 * radius);
+                const Json found = bench.inspect(table, options);
+                ASSERT_EQ(found.size(), points.size());
+                for (std::size_t n = 0; n < points.size(); ++n) {
+                    SCOPED_TRACE(file.filename().string() + (has_directions ? " directed" : ""));
+                    if (found[n]["face"].is_null()) {
+                        ADD_FAILURE() << "unassigned: " << found[n].dump();
+                        continue;
+                    }
+                    all.take(kernel, points[n], found[n], radius, bench.gap);
+                }
+            }
+        std::printf(
+            "%-26s %6d at their places to %.1e of the size (%d in contact), %5d elsewhere\n",
+            file.filename().c_str(), all.same, all.worst / kernel.size(), all.contacts,
+            all.elsewhere);
+        std::fflush(stdout);
+        EXPECT_GT(all.same, 2 * all.elsewhere) << file;
+    }
+}
+
+// Whether the file moves its faces: what is stated of their edges doesn't hold in space then.
+bool moves_faces(const std::filesystem::path& file) {
+    const auto faces = velm::cad::read_cad(file.string()).faces;
+    return std::any_of(faces.begin(), faces.end(), [](const velm::cad::CadFace& face) {
+        return !face.shape.Location().IsIdentity();
+    });
+}
+
+// The points that a file's own edges have, evaluated without the kernel, are on the part.
+TEST(SurfaceCommand, EdgePointsThatTheFilesStateAreOnTheParts) {
+    const auto files = real_parts();
+    if (files.empty()) GTEST_SKIP() << "no real parts at hand";
+    for (const auto& file : files) {
+        std::ifstream points(file.parent_path() / (file.stem().string() + "_edgepoints.csv"));
+        if (!points || moves_faces(file)) continue;
+        const Bench bench(file.string());
+        std::string line, table = "x,y,z\n";
+        std::vector<double> gaps;
+        std::getline(points, line);
+        while (std::getline(points, line)) {
+            std::vector<std::string> fields;
+            std::istringstream in(line);
+            for (std::string field; std::getline(in, field, ',');)
+                fields.push_back(field);
+            const std::size_t end = fields.size();
+            table += fields[end - 4] + "," + fields[end - 3] + "," + fields[end - 2] + "\n";
+            gaps.push_back(std::stod(fields[end - 1]));
+        }
+        const Json found = bench.inspect(table, "");
+        double worst = 0.0;
+        for (std::size_t n = 0; n < gaps.size(); ++n)
+            worst = std::max(worst, std::fabs(found[n]["distance"].get<double>()) - gaps[n]);
+        std::printf("%-26s %6zu points, at most %.1e beyond their gaps, the part's is %.1e\n",
+                    file.filename().c_str(), gaps.size(), worst, bench.gap);
+        EXPECT_LE(worst, 1e-9 + bench.gap) << file;
+    }
+}
+
+} // namespace
