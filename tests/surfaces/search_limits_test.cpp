@@ -1,7 +1,10 @@
 // Searches asked at the limits of what they are made for: points above edges and on axes, hints
 // where nothing of a face is, cones of directions that are wider than half a turn.
+#include "velm/surfaces/analytic_to_nurbs.h"
 #include "velm/surfaces/cone.h"
 #include "velm/surfaces/cylinder.h"
+#include "velm/surfaces/line_crossings.h"
+#include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/prepared_part.h"
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/torus.h"
@@ -58,6 +61,17 @@ TEST(SurfaceProjector, ListsTheMinimaAboveEdgesAndAmongEquallyFarPlaces) {
     check(touching, centre, "where a tube touches its axis");
 }
 
+TEST(LineCrossings, TakeDirectionsOfAnyLength) {
+    const ERBoundedSphere sphere(frame, 4, turn, {-pi / 2, pi / 2});
+    const auto projector = velm::SurfaceProjector::on(*velm::prepare(sphere));
+    std::vector<velm::SurfaceCrossing> crossings;
+    for (const double length : {1e-300, 1e-170, 1.0, 1e170}) {
+        velm::line_crossings(*projector, frame.origine(), ERVector3D(1, 2, -1) * length, crossings);
+        ASSERT_EQ(crossings.size(), 2u) << length;
+        EXPECT_NEAR(crossings[1].k * length, 4 / std::sqrt(6.0), 1e-12) << length;
+    }
+}
+
 TEST(FaceProjector, TakesHintsWhereNothingOfTheFaceIs) {
     ERTrimmedSurface trimmed(ERBoundedCone(frame, ERRadian(0.5), 0, 6));
     trimmed.addBound(ERArc2D({3, pi}, 1.8, 0, 2 * pi), ERSurfaceBoundary::outer);
@@ -76,7 +90,26 @@ TEST(FaceProjector, TakesHintsWhereNothingOfTheFaceIs) {
     }
 }
 
-TEST(PreparedPart, TakesAllPlacesForAnglesBeyondHalfATurn) {
+TEST(FaceProjector, CertifiesTheTipOfACone) {
+    const ERBoundedCone cone(frame, ERRadian(0.5), 0, 6);
+    const ERSpoleNURBS3D nurbs = Convert2Nurbs(cone);
+    const auto face = velm::FaceProjector::on(*velm::prepare_face(cone));
+    const auto surface = velm::SurfaceProjector::on(*velm::prepare(nurbs));
+    constexpr int budget = 10000;
+    Random draw{80};
+    for (int i = 0; i < 20; ++i) {
+        const ERVector3D aside = draw.value<ERVector3D>(0.5);
+        const ERPoint3D p = frame.origine() + (aside - cone.direction()) * draw.uniform(0.1, 30);
+        const double expected = ERVector3D(frame.origine(), p).norme();
+        const velm::FaceFoot on_face = face->nearest(p, budget);
+        const velm::SurfaceFoot on_surface = surface->nearest(p, budget);
+        EXPECT_TRUE(on_face.certified && on_surface.certified) << p;
+        EXPECT_NEAR(on_face.distance, expected, 1e-12) << p;
+        EXPECT_NEAR(on_surface.distance, expected, 1e-12) << p;
+    }
+}
+
+TEST(PreparedPart, TakesPlacesAtTheGreatestDistanceAndAnglesBeyondHalfATurn) {
     const ERBoundedSphere sphere(frame, 4, turn, {-pi / 2, pi / 2});
     const auto part = velm::PreparedPart::of({{*velm::prepare_face(sphere), 1}}, 1e-6);
     velm::PartSearch search;
@@ -86,6 +119,15 @@ TEST(PreparedPart, TakesAllPlacesForAnglesBeyondHalfATurn) {
         const velm::PartFoot foot = part->nearest(frame.origine() - ERPoint3D(0, 0, 9), search);
         ASSERT_EQ(foot.face, 0) << angle;
         EXPECT_NEAR(foot.signed_distance, 5, 1e-12) << angle;
+    }
+    Random draw{79};
+    for (int i = 0; i < 100; ++i) {
+        const ERPoint3D p = frame.origine() + draw.value<ERPoint3D>(9);
+        velm::PartSearch up_to;
+        up_to.max_distance = part->nearest(p).distance;
+        EXPECT_EQ(part->nearest(p, up_to).face, 0) << p;
+        up_to.max_distance *= 1 - 1e-9;
+        EXPECT_EQ(part->nearest(p, up_to).face, -1) << p;
     }
 }
 

@@ -354,8 +354,13 @@ void LeafSearch::halve(const SurfaceLeaf& leaf, const View& whole, int number) {
                           std::min(below, b)))
                 continue;
         }
-        const auto extent = [](const double* x) {
-            return std::max(std::fabs(x[0]) + std::fabs(x[1]) + std::fabs(x[2]), 1e-300);
+        // By the tangents of the point: beside a row of poles in one point those of Y don't vanish.
+        const auto extent = [&](const double* x) {
+            const double weight = whole.rational ? x[3] / part[3] : 0.0;
+            double sum = 1e-300;
+            for (int c = 0; c < 3; ++c)
+                sum += std::fabs(x[c] - weight * part[c]);
+            return sum;
         };
         const double along = extent(part + 4), across = extent(part + 4 * (p + 1));
         const double ratio = along / across;

@@ -43,7 +43,7 @@ public:
     PieceSearch(const LiftedPiece& piece, int number, const PreparedFace& face,
                 const FaceRegion& region, LeafSearch& search)
         : piece_(piece), face_(face), region_(region), crossed_(piece.in_trim == InTrim::crossing),
-          search_(search), number_(number), terms_(2 * piece.degree + 1) {
+          search_(search), number_(number), terms_(2 * std::max(piece.degree, 1) + 1) {
         for (int c = 0; c < 3; ++c)
             e_[c] = search.query()[c] - piece.centre[c];
     }
@@ -190,7 +190,7 @@ private:
     const FaceRegion& region_;
     const bool crossed_;
     LeafSearch& search_;
-    const int number_, terms_;
+    const int number_, terms_; // at least up to the square, also for a place without extent
     double e_[3];
     double slack_ = 0.0;
 };
