@@ -32,7 +32,7 @@ public:
                const ERLimites& range, std::vector<SurfaceCrossing>& crossings)
         : tables_(tables), leaves_(tables.leaves), p_(p), direction_(direction), range_(range),
           crossings_(crossings) {
-        length_ = direction.norme();
+        length_ = std::hypot(direction.i(), direction.j(), direction.k());
         for (int c = 0; c < 3; ++c)
             d_[c] = direction[c] / length_;
         leaves_.frame.to_local(p, q_);
@@ -149,7 +149,7 @@ void line_crossings(const SurfaceProjector& surface, const ERPoint3D& p,
                     const ERVector3D& direction, std::vector<SurfaceCrossing>& crossings,
                     const ERLimites& range) {
     crossings.clear();
-    const double length = direction.norme();
+    const double length = std::hypot(direction.i(), direction.j(), direction.k());
     if (!(length > 0.0) || !std::isfinite(length + p.x() + p.y() + p.z())) return;
     LineSearch(surface.tables(), p, direction, range, crossings).run();
 }

@@ -22,7 +22,8 @@ struct SurfaceCrossing {
     ERPoint3D point;
     ERVector3D normal; ///< as that of SurfaceFoot
     /// The line touches the surface, or runs within some roundings of it: no sign of normal .
-    /// direction is certain. One entry for a whole stretch where the line is in the surface.
+    /// direction is certain. Where the line is in the surface, one entry for each of its parts that
+    /// holds some of the stretch, wherever on that.
     bool tangent = false;
 };
 

@@ -42,9 +42,10 @@ class Condition {
 public:
     Condition(const PartSearch& search, double scale, double size) : size_(size) {
         if (search.max_distance < HUGE_VAL) {
-            max_ = search.max_distance;
-            // The search is for what is nearer.
-            bound_ = std::nextafter(max_, HUGE_VAL) * scale * (1.0 + 0x1p-50);
+            max_ = search.max_distance * (1.0 + detail::foot_distance_part) +
+                   detail::foot_size_part * size;
+            // The search is for what is nearer than its bound by half of its accuracy.
+            bound_ = (max_ + detail::foot_size_part * size) * scale;
             bound_ *= bound_;
         }
         if (search.direction && search.max_angle < std::numbers::pi) {

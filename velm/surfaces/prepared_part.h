@@ -55,7 +55,7 @@ struct PartFoot : FaceFoot {
 
 /// Conditions on the places that count.
 struct PartSearch {
-    /// No place further than this.
+    /// No place further than this, by the accuracy of the certificate.
     double max_distance = HUGE_VAL;
     /// Places where the outward normal of a face is within max_angle, in radians, of the direction,
     /// and that are minima of the distance: where the point is perpendicular above the face, or on

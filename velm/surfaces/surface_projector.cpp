@@ -1,6 +1,7 @@
 #include "velm/surfaces/surface_projector.h"
 
 #include "velm/surfaces/detail/analytic_feet.h"
+#include "velm/surfaces/detail/in_parts.h"
 #include "velm/surfaces/detail/projector_tables.h"
 #include "velm/surfaces/detail/quotient_rule.h"
 #include "velm/surfaces/detail/stationary_feet.h"
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <thread>
 
 namespace velm {
 namespace detail {
@@ -262,18 +262,10 @@ void SurfaceProjector::all_minima(const ERPoint3D& p, double distance,
 
 void SurfaceProjector::nearest(std::span<const ERPoint3D> points, std::span<SurfaceFoot> feet,
                                int threads) const {
-    const auto part = [&](std::size_t from, std::size_t to) {
+    detail::in_parts(points.size(), threads, [&](std::size_t from, std::size_t to) {
         for (std::size_t k = from; k < to; ++k)
             feet[k] = nearest(points[k]);
-    };
-    const auto parts = static_cast<std::size_t>(std::max(threads, 1));
-    if (parts == 1) return part(0, points.size());
-    std::vector<std::thread> others;
-    for (std::size_t k = 1; k < parts; ++k)
-        others.emplace_back(part, points.size() * k / parts, points.size() * (k + 1) / parts);
-    part(0, points.size() / parts);
-    for (std::thread& other : others)
-        other.join();
+    });
 }
 
 } // namespace velm
