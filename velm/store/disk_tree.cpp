@@ -20,15 +20,6 @@ constexpr std::size_t kLargestEmptyNode = std::size_t{1} << 24;
 
 constexpr auto compare_binary = ERDiskTreeNodeView::compare_binary;
 
-std::uint32_t order_of(const char* key) { return ERDiskTreeNodeView::in_byte_order(key); }
-
-// What the keys beside a son leave to it.
-void narrow(velm::detail::NumberRange& range, const ERDiskTreeNodeView& node, int son) {
-    if (son > 0) range.after = std::max(range.after, std::int64_t{order_of(node.keys(son - 1))});
-    if (son < node.counter())
-        range.before = std::min(range.before, std::int64_t{order_of(node.keys(son))});
-}
-
 } // namespace
 
 using velm::detail::LeafTable;
@@ -211,66 +202,6 @@ int ERBTreeOnDisk::contains(const char* key) const {
     return has_numbers() ? find_number(key, value) : findKeyAndValue(key, pos, value) != -1;
 }
 
-// What was entered before nodes were given up, as a failed operation does, is not trusted.
-PairTable& ERBTreeOnDisk::valid_pairs() const {
-    if (std::exchange(known_of, file.nodes_given_up()) != file.nodes_given_up()) forget_known();
-    return *pairs;
-}
-
-LeafTable& ERBTreeOnDisk::valid_leaves() const {
-    valid_pairs();
-    return *leaves;
-}
-
-void ERBTreeOnDisk::forget_known() const {
-    pairs->clear();
-    leaves->clear();
-}
-
-// What a descent finds. The node that it ends in is entered as far as the keys above it lead there.
-bool ERBTreeOnDisk::find_number(const char* key, long& value) const {
-    const std::int32_t known = valid_pairs().find(PairTable::number_of(key));
-    if (known != -1) {
-        value = known;
-        return true;
-    }
-    NumberRange range;
-    int depth = 0;
-    for (long offset = information.root; offset != -1;) {
-        check_depth(++depth);
-        const ERDiskTreeNodeView node = node_at(offset);
-        const int pos = node.binarySearch(key, compare);
-        if (node.holds(pos, key, compare)) {
-            value = node.items(pos);
-            enter_pairs(node, range);
-            return true;
-        }
-        narrow(range, node, pos);
-        offset = node.sons(pos);
-    }
-    return false;
-}
-
-unsigned int ERBTreeOnDisk::block_size(const char* key) const {
-    return has_numbers() ? valid_pairs().block_size(PairTable::number_of(key)) : 0;
-}
-
-void ERBTreeOnDisk::note_block_size(const char* key, unsigned int size) const {
-    if (has_numbers()) valid_pairs().note_block_size(PairTable::number_of(key), size);
-}
-
-void ERBTreeOnDisk::enter_pairs(const ERDiskTreeNodeView& node, const NumberRange& range) const {
-    pairs->make_room(static_cast<std::size_t>(node.counter()), information.entries);
-    std::int64_t last = range.after;
-    for (int i = 0; i < node.counter(); ++i) {
-        const std::int64_t order = order_of(node.keys(i));
-        if (order <= last) continue;
-        if (order >= range.before) break;
-        pairs->enter(PairTable::number_of(node.keys(i)), static_cast<std::int32_t>(node.items(i)));
-        last = order;
-    }
-}
-
 int ERBTreeOnDisk::replaceValue(const char* key, long newValue, long& oldValue) {
     oldValue = -1;
     int pos = 0;
@@ -322,9 +253,10 @@ ERBTreeOnDisk::retStatus ERBTreeOnDisk::ins(const char* key, long value) {
         if (node.holds(pos, key, compare)) return duplicate;
         way.emplace_back(offset, pos);
         offset = node.sons(pos);
-        if (numbers && offset != -1) narrow(range, node, pos);
+        if (numbers && offset != -1) range.narrow(node, pos);
     }
-    if (numbers && !way.empty()) leaves->enter(order_of(key), range, way.back().first);
+    if (numbers && !way.empty())
+        leaves->enter(ERDiskTreeNodeView::in_byte_order(key), range, way.back().first);
     copy_key(pendingInsertion.key.data(), key);
     pendingInsertion.value = value;
     pendingInsertion.son = -1;
@@ -341,19 +273,6 @@ ERBTreeOnDisk::retStatus ERBTreeOnDisk::ins(const char* key, long value) {
         splitNode(pos);
     }
     return pending;
-}
-
-// The same where the leaf is known and has room: pending where it isn't so.
-ERBTreeOnDisk::retStatus ERBTreeOnDisk::insert_in_known_leaf(const char* key, long value) {
-    const long leaf = valid_leaves().find(order_of(key));
-    if (leaf == -1) return pending;
-    load(leaf);
-    if (work->counter() >= max_keys()) return pending;
-    const int pos = work->binarySearch(key, compare);
-    if (equal(*work, pos, key)) return duplicate;
-    work->insert(key, value, pos, -1);
-    store();
-    return done;
 }
 
 void ERBTreeOnDisk::new_root() {

@@ -1,6 +1,9 @@
 // velm::detail::LeafTable: leaves of a tree whose keys are numbers, to be found without a descent.
 #pragma once
 
+#include "velm/store/disk_tree_node.h"
+
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +15,15 @@ namespace velm::detail {
 struct NumberRange {
     std::int64_t after = -1;
     std::int64_t before = std::int64_t{1} << 32;
+
+    /// Leaves what belongs to a son of a node.
+    void narrow(const ERDiskTreeNodeView& node, int son) {
+        const auto order = [&node](int i) {
+            return std::int64_t{ERDiskTreeNodeView::in_byte_order(node.keys(i))};
+        };
+        if (son > 0) after = std::max(after, order(son - 1));
+        if (son < node.counter()) before = std::min(before, order(son));
+    }
 };
 
 /// One place for each first byte of a key, which the leaf that such a number went into last has,
