@@ -1,12 +1,27 @@
-// The shared edges of a plate with many bores, of six faces and one for each bore, and its mesh
-// without gaps, beside the meshes of its faces each by itself.
+// A plate with many bores, of six faces and one for each bore: its shared edges; its mesh without
+// gaps, beside the meshes of its faces each by itself; setting it up for nearest points, and those
+// of points near to it and all about it, beside Open CASCADE's distance from the same solid.
 #include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/cylinder.h"
 #include "velm/surfaces/part_tessellation.h"
+#include "velm/surfaces/prepared_part.h"
 #include "velm/surfaces/trimmed_surface.h"
 #include "velm/transforms/transformation_factories.h"
 #include "velm/wireframe/arc.h"
 #include "velm/wireframe/polyline.h"
+
+#include "peers.h"
+
+#if defined(VELM_BENCH_HAS_OCCT)
+#include <BRepAlgoAPI_Cut.hxx>
+#include <BRepBuilderAPI_MakeVertex.hxx>
+#include <BRepExtrema_DistShapeShape.hxx>
+#include <BRepPrimAPI_MakeBox.hxx>
+#include <BRepPrimAPI_MakeCylinder.hxx>
+#include <TopTools_ListOfShape.hxx>
+#include <TopoDS_Vertex.hxx>
+#include <gp_Ax2.hxx>
+#endif
 
 #include <benchmark/benchmark.h>
 
@@ -16,6 +31,8 @@
 namespace {
 
 using std::numbers::pi;
+
+constexpr int queries = 20000;
 
 struct Plate {
     std::vector<velm::PreparedFace> faces;
@@ -82,5 +99,94 @@ void mesh_by_face(benchmark::State& state) {
     }
 }
 BENCHMARK(mesh_by_face)->Arg(50)->Arg(200)->Unit(benchmark::kMillisecond);
+
+velm::PreparedPart part_of(const Plate& plate, int threads) {
+    std::vector<velm::PartFace> faces;
+    for (std::size_t i = 0; i < plate.faces.size(); ++i)
+        faces.push_back({plate.faces[i], i < 6 ? 1 : -1});
+    return *velm::PreparedPart::of(faces, 1e-3, threads);
+}
+
+// In a box about the plate that is higher by the reach, to each side; beside the plate by as much.
+std::vector<ERPoint3D> points_about(int bores, double reach) {
+    velm_bench::Numbers numbers;
+    std::vector<ERPoint3D> points;
+    for (int i = 0; i < queries; ++i) {
+        const double x = numbers.next(), y = numbers.next(), z = numbers.next();
+        points.emplace_back((1.5 * bores + reach) * (1.0 + x), (1.5 + reach) * (1.0 + y),
+                            0.5 + (0.5 + reach) * z);
+    }
+    return points;
+}
+
+void set_up(benchmark::State& state) {
+    const Plate plate(static_cast<int>(state.range(0)) - 6);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(part_of(plate, static_cast<int>(state.range(1))).faces());
+}
+BENCHMARK(set_up)
+    ->ArgNames({"faces", "threads"})
+    ->Args({50, 1})
+    ->Args({200, 1})
+    ->Args({200, 2})
+    ->Args({800, 1})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
+// The reach in tenths: 1 is a scan's, 20 all about.
+void nearest(benchmark::State& state) {
+    const int bores = static_cast<int>(state.range(0)) - 6;
+    const velm::PreparedPart part = part_of(Plate(bores), 2);
+    const auto points = points_about(bores, 0.1 * static_cast<double>(state.range(1)));
+    std::vector<velm::PartFoot> feet(points.size());
+    for (auto _ : state) {
+        part.nearest(points, feet, static_cast<int>(state.range(2)));
+        benchmark::DoNotOptimize(feet.data());
+    }
+    for (const velm::PartFoot& foot : feet)
+        if (!foot.certified) state.SkipWithError("a foot without certificate");
+    state.SetItemsProcessed(state.iterations() * queries);
+}
+BENCHMARK(nearest)
+    ->ArgNames({"faces", "reach", "threads"})
+    ->Args({50, 1, 1})
+    ->Args({200, 1, 1})
+    ->Args({200, 1, 2})
+    ->Args({800, 1, 1})
+    ->Args({200, 20, 1})
+    ->Args({200, 20, 2})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
+#if defined(VELM_BENCH_HAS_OCCT)
+void nearest_occt(benchmark::State& state) {
+    const int bores = static_cast<int>(state.range(0)) - 6;
+    TopTools_ListOfShape blank, tools;
+    blank.Append(BRepPrimAPI_MakeBox(3.0 * bores, 3.0, 1.0).Shape());
+    for (int i = 0; i < bores; ++i) {
+        const gp_Ax2 axis(gp_Pnt(3.0 * i + 1.5, 1.5, 0.0), gp_Dir(0, 0, 1));
+        tools.Append(BRepPrimAPI_MakeCylinder(axis, 1.0, 1.0).Shape());
+    }
+    BRepAlgoAPI_Cut cut;
+    cut.SetArguments(blank);
+    cut.SetTools(tools);
+    cut.Build();
+    const TopoDS_Shape solid = cut.Shape();
+    const auto points = points_about(bores, 0.1 * static_cast<double>(state.range(1)));
+    std::size_t next = 0;
+    for (auto _ : state) {
+        const ERPoint3D& p = points[next++ % points.size()];
+        const TopoDS_Vertex vertex = BRepBuilderAPI_MakeVertex(gp_Pnt(p.x(), p.y(), p.z()));
+        benchmark::DoNotOptimize(BRepExtrema_DistShapeShape(vertex, solid).Value());
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(nearest_occt)
+    ->ArgNames({"faces", "reach"})
+    ->Args({50, 1})
+    ->Args({200, 1})
+    ->Args({200, 20})
+    ->Unit(benchmark::kMillisecond);
+#endif
 
 } // namespace
