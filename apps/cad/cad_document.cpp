@@ -52,8 +52,12 @@ enum class Format { step, iges, brep, unknown };
 // its section in column 73, a BREP file names its kind.
 Format format_of(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    if (!in || in.peek() == std::ifstream::traits_type::eof())
-        inspect::fail_file(path, "can't be read", in ? EIO : errno);
+    if (!in) inspect::fail_file(path, "can't be read", errno);
+    errno = 0;
+    if (in.peek() == std::ifstream::traits_type::eof()) {
+        if (errno != 0) inspect::fail_file(path, "can't be read", errno); // a folder
+        throw Failure(FailureKind::file, path + ": the file is empty");
+    }
     std::string start(4096, '\0');
     in.read(start.data(), std::streamsize(start.size()));
     start.resize(std::size_t(in.gcount()));

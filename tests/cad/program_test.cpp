@@ -76,7 +76,8 @@ TEST(CadProgram, ExitCodesSayWhatWasTaken) {
         {good, "", 2, 0, "OUT"},
         {good + " " + result("f") + " --nonsense", "f", 2, 0, "--nonsense"},
         {result("missing.stp") + " " + result("g"), "g", 4, 0, "missing.stp"},
-        {folder.path(".") + " " + result("h"), "h", 4, 0, ""},
+        {folder.path(".") + " " + result("h"), "h", 4, 0, "Is a directory"},
+        {folder.file("empty.stp", "") + " " + result("j"), "j", 4, 0, "the file is empty"},
         {good + " " + result("none/i"), "", 4, 0, "none"}};
     for (const Case& made : cases) {
         const Outcome outcome = run(folder, made.arguments);
