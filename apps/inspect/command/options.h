@@ -81,8 +81,7 @@ long parse_number_from_1(const std::string& name, const std::string& text);
 
 inline constexpr Option<Tolerance> tolerance_option{
     "--tolerance", "LOWER UPPER | T",
-    "Limits of the deviation, both included; one\nvalue T means -T T",
-    parse_tolerance, 2};
+    "Limits of the deviation, both included; one\nvalue T means -T T", parse_tolerance, 2};
 inline constexpr Option<double> form_tolerance_option{
     "--tolerance", "T",
     "Limit of the form: flatness, straightness or\nroundness, greatest residual less least",
