@@ -16,6 +16,7 @@ using detail::LeafFeet;
 using detail::LeafPlace;
 using detail::LeafSearch;
 using detail::LiftedPiece;
+using detail::NormalCone;
 using detail::PartTables;
 using detail::SearchedFace;
 using detail::SurfaceLeaf;
@@ -50,7 +51,8 @@ public:
         }
         if (search.direction && search.max_angle < std::numbers::pi) {
             direction_ = search.direction->getnormalized();
-            cosine_ = std::cos(search.max_angle);
+            angle_ = search.max_angle;
+            cosine_ = std::cos(angle_);
         }
     }
     double bound() const { return bound_; }
@@ -58,6 +60,13 @@ public:
     // `foot.outward` is that of its own face.
     bool is_faced(const PartFoot& foot) const {
         return !direction_ || foot.outward * *direction_ >= cosine_;
+    }
+    // Whether a normal of the cone may be that of a place that counts, `outward` being the side of
+    // its face that is out of the material.
+    bool may_be_faced(const NormalCone& normals, int outward) const {
+        if (!direction_) return true;
+        const double unit[3] = {(*direction_)[0], (*direction_)[1], (*direction_)[2]};
+        return normals.may_reach(unit, outward, angle_);
     }
     bool is_perpendicular(const PartFoot& foot, const ERPoint3D& p) const {
         if (foot.loop >= 0 || foot.kind != SurfaceFootKind::interior) return true;
@@ -71,7 +80,7 @@ private:
     double max_ = HUGE_VAL;
     double bound_ = HUGE_VAL; // squared, local
     std::optional<ERVector3D> direction_;
-    double cosine_ = -1.0;
+    double angle_ = std::numbers::pi, cosine_ = -1.0;
 };
 
 // The nearest of the places that count among the minima of leaves and pieces of trim.
@@ -95,12 +104,16 @@ public:
 private:
     // Where the nearest place doesn't count another minimum may, unless one is all there is.
     void look(int number) {
-        LeafSearch alone(q_, set_.local_size(), SurfaceProjector::default_budget);
+        const FaceSet::Item at = set_.item(number);
+        const NormalCone& normals = part_.normals[static_cast<std::size_t>(number)];
+        if (!condition_.may_be_faced(normals, part_.outward[static_cast<std::size_t>(at.face)]))
+            return;
+        LeafSearch alone(q_, set_.local_size(), budget_);
         alone.limit(squared_);
         set_.look_alone(number, alone);
+        budget_ = std::max(alone.budget_left(), 0);
         complete_ = complete_ && !alone.spent();
-        if (alone.best().leaf < 0 || offer(alone) || !alone.halved()) return;
-        const FaceSet::Item at = set_.item(number);
+        if (alone.best().leaf < 0 || offer(alone) || !alone.halved() || alone.spent()) return;
         if (at.index < 0) {
             complete_ = false;
             return;
@@ -157,9 +170,29 @@ private:
     const Condition& condition_;
     double q_[3];
     double squared_;
+    int budget_ = SurfaceProjector::default_budget; // of all leaves together
     bool complete_ = true;
     PartFoot best_;
 };
+
+std::vector<NormalCone> normals_of(const FaceSet& set) {
+    std::vector<NormalCone> normals;
+    for (int i = 0; i < set.size(); ++i) {
+        const SearchedFace& face = set[i];
+        NormalCone all;
+        bool first = true;
+        for (const SurfaceLeaf& leaf : face.leaves.leaves) {
+            normals.push_back(normal_cone(face.leaves, leaf));
+            if (first)
+                all = normals.back();
+            else
+                all.join(normals.back());
+            first = false;
+        }
+        normals.insert(normals.end(), face.trim.size(), all);
+    }
+    return normals;
+}
 
 } // namespace
 
@@ -191,6 +224,7 @@ std::optional<PreparedPart> PreparedPart::of(std::vector<PartFace> faces, double
     tables->edges = PartEdges::of(prepared, tables->outward, tolerance);
     tables->set = FaceSet::of(std::move(prepared), threads);
     if (!tables->set) return std::nullopt;
+    tables->normals = normals_of(*tables->set);
     return PreparedPart(std::move(tables));
 }
 

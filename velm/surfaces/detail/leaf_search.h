@@ -103,6 +103,7 @@ public:
         return std::min(shown, least > 0.0 ? least * least : 0.0);
     }
     bool spent() const { return budget_ < 0; }
+    int budget_left() const { return budget_; }
     double allowed(double distance) const {
         return foot_size_part * size_ + foot_distance_part * distance;
     }

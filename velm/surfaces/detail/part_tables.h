@@ -2,6 +2,7 @@
 #pragma once
 
 #include "velm/surfaces/detail/face_set.h"
+#include "velm/surfaces/detail/normal_cone.h"
 #include "velm/surfaces/part_edges.h"
 #include "velm/surfaces/prepared_part.h"
 
@@ -13,6 +14,8 @@ namespace velm::detail {
 struct PartTables {
     std::shared_ptr<const FaceSet> set;
     std::vector<int> outward; ///< 1 or -1
+    /// Of each leaf, in the order of the set's numbers; of a piece of a trim that of its face.
+    std::vector<NormalCone> normals;
     PartEdges edges;
     double tolerance = 0.0;
 
