@@ -102,8 +102,8 @@ BENCHMARK(mesh_by_face)->Arg(50)->Arg(200)->Unit(benchmark::kMillisecond);
 
 velm::PreparedPart part_of(const Plate& plate, int threads) {
     std::vector<velm::PartFace> faces;
-    for (std::size_t i = 0; i < plate.faces.size(); ++i)
-        faces.push_back({plate.faces[i], i < 6 ? 1 : -1});
+    for (const velm::PreparedFace& face : plate.faces)
+        faces.push_back({face, 1});
     return *velm::PreparedPart::of(faces, 1e-3, threads);
 }
 
