@@ -25,8 +25,8 @@ struct LoftedSurface {
 ///
 /// The sections are cut to their limits, brought to one degree and to the knots of all of them
 /// (knots within 1e-9 of each other count as one, that of the first section that has it), by
-/// elevation and insertion, so that they stay the same curves but for that shift. Their weights are
-/// scaled by a factor each so that they have the mean 1. Then the columns of their homogeneous
+/// elevation and insertion, so that they stay the same curves except for that shift. Their weights
+/// are scaled by a factor each so that they have the mean 1. Then the columns of their homogeneous
 /// poles are interpolated at parameters that are means over the columns (Piegl and Tiller, The
 /// NURBS Book, 10.3). Nothing for fewer than two sections, neighbours that coincide, a section
 /// without extent, a weight that isn't positive, also of the result, and a degree below 1 or

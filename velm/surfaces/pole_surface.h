@@ -97,7 +97,7 @@ protected:
         ERMatrix<ERPoint3D>* points = nullptr;
         ERMatrix<ERPole3DH>* weighted = nullptr;
     };
-    /// What everything here that reads or moves poles stands on.
+    /// All that reads or moves poles here uses this.
     virtual PoleMatrix pole_matrix() = 0;
 
     /// Calls f with the matrix of the poles, for reading or, after ResetCacheInfo, for writing.

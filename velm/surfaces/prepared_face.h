@@ -52,7 +52,7 @@ namespace detail {
 struct FaceTables;
 }
 
-/// Where a parameter lies in a face.
+/// Where a parameter is in a face.
 enum class FacePlace { inside, outside, on_edge };
 
 /// A place on an edge of the trim.
@@ -101,8 +101,8 @@ public:
     /// The parameter at a part of the way along an edge.
     ERPoint2D parameter(int loop, int edge, double part) const;
 
-    /// What is that near to an edge lies on it: what was given, or the rounding of points on the
-    /// surface if that is more.
+    /// A place that is as near to an edge as this is on it: what was given, or the rounding of
+    /// points on the surface if that is more.
     double tolerance() const;
     /// The longest first.
     std::span<const TrimGap> gaps() const;
@@ -113,7 +113,7 @@ public:
     /// much of the parameter moves a point at the greatest speed; 0 where it isn't.
     double overlap() const;
 
-    /// Where a parameter lies; outside for one that isn't finite.
+    /// Where a parameter is; outside for one that isn't finite.
     FacePlace place(const ERPoint2D& parameter) const;
     /// The nearest edge of all loops. `parameter` is finite; its point is that of the nearest
     /// parameter inside the limits.

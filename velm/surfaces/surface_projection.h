@@ -51,7 +51,7 @@ VELM_API int SeedProjection(const ERSurOfRevolution& surface, const ERPoint3D& p
 VELM_API int NewtonProjection(const ERAnyBoundedSurface& surface, ERPoint3D& p,
                               ERPoint2D& parameter, double& criterion, int& singular);
 
-/// Whether the parameter lies in the closed limits and either 2^-23 inside them, regardless of the
+/// Whether the parameter is in the closed limits and either 2^-23 inside them, regardless of the
 /// criterion, or has a criterion up to the tolerance.
 VELM_API int AcceptProjection(const ERAnyBoundedSurface& surface, const ERPoint2D& parameter,
                               double criterion, double tolerance);

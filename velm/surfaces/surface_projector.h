@@ -9,15 +9,15 @@
 //
 // The surface is kept as small parts about their own centres, cut so that each is nearly bilinear,
 // with a tree of oriented boxes. Planes, cylinders, cones, spheres and tori are answered in closed
-// form; for other offset surfaces stand polynomials with a proved distance from them. Lengths are
-// model units, parameters the surface's own.
+// form, other offset surfaces as polynomials with a proved distance from them. Lengths are model
+// units, parameters the surface's own.
 //
 // Use from threads: nothing changes after construction and there is no cache, so any number of
 // threads may ask one object without a lock. Copies share the tables. No question allocates; those
 // that list their answers write into the caller's vector, which allocates only when it has to grow.
 //
 // Accuracy, `size` being the diagonal of the surface's box: no point of the surface is nearer than
-// `lower`, and certified means that it lies within 2^-43 size + 2^-49 distance of `distance`. Of
+// `lower`, and certified means that it is within 2^-43 size + 2^-49 distance of `distance`. Of
 // 1,008,000 random points on 1,008 surfaces of 14 kinds all came back certified, and none was
 // further than the truth by 1e-12 of the size; nor of 288,000 on 288 offset surfaces, folded ones
 // among them.

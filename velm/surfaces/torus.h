@@ -12,8 +12,8 @@ class VELM_API ERTorus : public ERSurface {
 public:
     /// Radii 0 at the origin, without an axis.
     ERTorus() = default;
-    /// The axis is kept as it is given; elsewhere its length doesn't matter, but for the tolerance
-    /// of SignedMinimalDistance.
+    /// The axis is kept as it is given; its length matters only for the tolerance of
+    /// SignedMinimalDistance.
     ERTorus(const ERPoint3D& middle, const ERVector3D& axis, double radius, double small_radius)
         : radius_(radius), small_radius_(small_radius), axis_(axis), origin_(middle) {}
 

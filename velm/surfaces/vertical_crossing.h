@@ -1,5 +1,5 @@
 // VerticalNewton, VerticalSolution: where the line through a point along the z axis meets a surface
-// near a start. ProjectPoint of the surfaces stands on them.
+// near a start. ProjectPoint of the surfaces uses them.
 #pragma once
 
 #include "velm/export.h"
