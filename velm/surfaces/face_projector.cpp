@@ -4,6 +4,7 @@
 #include "velm/surfaces/detail/in_parts.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <limits>
 
@@ -49,6 +50,7 @@ FaceFoot FaceProjector::nearest(const ERPoint3D& p, const ERPoint2D& hint, int b
 
 void FaceProjector::nearest(std::span<const ERPoint3D> points, std::span<FaceFoot> feet,
                             int threads) const {
+    assert(feet.size() == points.size());
     detail::in_parts(points.size(), threads, [&](std::size_t from, std::size_t to) {
         for (std::size_t k = from; k < to; ++k)
             feet[k] = nearest(points[k]);

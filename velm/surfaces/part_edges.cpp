@@ -49,7 +49,7 @@ private:
 class EdgeFinder {
 public:
     EdgeFinder(std::span<const PreparedFace> faces, std::span<const int> outward, double tolerance)
-        : tolerance_(tolerance) {
+        : tolerance_(tolerance > 0.0 && tolerance < HUGE_VAL ? tolerance : 0.0) {
         ERMinimax3D box;
         for (const PreparedFace& face : faces) {
             const ERMinimax3D own = face.surface().box();

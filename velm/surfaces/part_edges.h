@@ -27,14 +27,19 @@
 // polished. Two edges that come together or part without a corner of either there, and without one
 // of a third face, are found only where the whole stretch agrees. Edges that are within the
 // tolerance of each other, as those of a thin wall, count as the same: a tolerance has to be below
-// the size of the smallest detail.
+// the size of the smallest detail. Curves that a file computed in several ways differ by more than
+// rounding: with the tolerance 0 they may be open.
 //
 // Where more than two stretches agree, as at the contact of two solids, those pair whose faces
 // bound the same material: from a face through its material to the next one around the edge.
 //
 // Of n edges the search takes the time of n log n: corners ask a tree of boxes of chords.
 //
-// Use from threads: nothing changes after construction. It keeps nothing of the faces.
+// The bound is one of the Frechet distance (Alt and Godau 1995, IJCGA 5, 75-91) of the stretches.
+// How stretches are matched, by corners, is the library's own.
+//
+// Use from threads: nothing changes after construction, and no question allocates; `of` works in
+// the caller's thread. It keeps nothing of the faces.
 #pragma once
 
 #include "velm/export.h"
@@ -71,8 +76,9 @@ struct PartEdge {
 class VELM_API PartEdges {
 public:
     /// `outward` is 1 or -1 for each face, see velm::outward_side; where it is shorter than `faces`
-    /// and where it is 0, it counts as 1. `tolerance`, in model units, is at least the rounding of
-    /// the points.
+    /// and where it is 0, it counts as 1. `tolerance`, in model units, is raised to that of the
+    /// faces, which is at least the rounding of their points; one that is negative or not finite
+    /// counts as 0. Without faces there are no edges.
     static PartEdges of(std::span<const PreparedFace> faces, std::span<const int> outward,
                         double tolerance);
 
@@ -83,11 +89,13 @@ public:
         return first_[static_cast<std::size_t>(face)][static_cast<std::size_t>(loop)];
     }
     int end_of(int face, int loop) const { return begin_of(face, loop + 1); }
-    /// The index of the stretch that holds a place.
+    /// The index of the stretch that holds a place; all four numbers are those of the face's trim,
+    /// as those of a FaceFoot that is on it.
     int at(int face, int loop, int edge, double part) const;
 
     int corners() const { return corners_; }
     int joints() const { return joints_; }
+    /// What was used: see of().
     double tolerance() const { return tolerance_; }
     /// Of all pairs.
     double largest_gap() const;

@@ -11,6 +11,12 @@
 // surfaces to be near to the chords. Triangles are cut inside of the faces only. Where sides of two
 // edges cross in the parameters of a face, as those of a bore beside an edge may, they are halved
 // in both faces until they don't.
+//
+// Each face is triangulated and its distance proved as velm::tessellate of a face has it
+// (surfaces/face_tessellation.h).
+//
+// Use from threads: functions of their arguments alone, which they don't change; each call works in
+// the caller's thread and allocates what it returns and what it works on.
 #pragma once
 
 #include "velm/surfaces/face_tessellation.h"
@@ -46,13 +52,14 @@ struct PartMesh : SurfaceMesh {
 /// The mesh of a part. Each point of a triangle is within chord_error of its face's surface, and
 /// each point of the face within as much of a triangle, as velm::tessellate of a face has it; where
 /// the gaps of edges are larger than rounding, by as much more as `largest_gap`. `edges` are those
-/// of the same faces, see PartEdges::of. `outward` is 1 or -1 for each face, as velm::outward_side
-/// gives it; where it is shorter than `faces`, and where it is 0, it counts as 1.
+/// of the same faces, in the same order, see PartEdges::of. `outward` is 1 or -1 for each face, as
+/// velm::outward_side gives it; where it is shorter than `faces`, and where it is 0, it counts
+/// as 1.
 ///
 /// `certified` is false as for a face, and where loops of a face cross by more than a tolerance, so
 /// that vertices are not shared there.
 ///
-/// Empty for a chord_error that isn't positive, and if a face has no mesh.
+/// Empty, and not closed, for a chord_error that isn't positive, and if a face has no mesh.
 VELM_API PartMesh tessellate(std::span<const PreparedFace> faces, std::span<const int> outward,
                              const PartEdges& edges, double chord_error);
 

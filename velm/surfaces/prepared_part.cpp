@@ -6,6 +6,7 @@
 #include "velm/surfaces/detail/part_tables.h"
 
 #include <algorithm>
+#include <cassert>
 #include <limits>
 
 namespace velm {
@@ -50,7 +51,10 @@ public:
             bound_ *= bound_;
         }
         if (search.direction && search.max_angle < std::numbers::pi) {
-            direction_ = search.direction->getnormalized();
+            // Of no length, a vector of NaNs, to which nothing is turned.
+            const ERVector3D& way = *search.direction;
+            const double length = std::hypot(way.i(), way.j(), way.k());
+            direction_ = ERVector3D(way.i() / length, way.j() / length, way.k() / length);
             angle_ = search.max_angle;
             cosine_ = std::cos(angle_);
         }
@@ -220,8 +224,8 @@ std::optional<PreparedPart> PreparedPart::of(std::vector<PartFace> faces, double
         tables->outward.push_back(face.outward < 0 ? -1 : 1);
         prepared.push_back(std::move(face.face));
     }
-    tables->tolerance = tolerance;
     tables->edges = PartEdges::of(prepared, tables->outward, tolerance);
+    tables->tolerance = tables->edges.tolerance();
     tables->set = FaceSet::of(std::move(prepared), threads);
     if (!tables->set) return std::nullopt;
     tables->normals = normals_of(*tables->set);
@@ -271,6 +275,8 @@ void PreparedPart::nearest(std::span<const ERPoint3D> points, std::span<PartFoot
 
 void PreparedPart::nearest(std::span<const ERPoint3D> points, std::span<const PartSearch> searches,
                            std::span<PartFoot> feet, int threads) const {
+    assert(feet.size() == points.size());
+    assert(searches.size() == 1 || searches.size() == points.size());
     detail::in_parts(points.size(), threads, [&](std::size_t from, std::size_t to) {
         for (std::size_t k = from; k < to; ++k)
             feet[k] = nearest(points[k], searches[searches.size() == 1 ? 0 : k]);
