@@ -2,6 +2,7 @@
 // face, split, shifted and cut open on purpose.
 #include "velm/surfaces/part_edges.h"
 
+#include "support/allocation_count.h"
 #include "support/face_text.h"
 #include "support/random.h"
 #include "velm/frame/point_functions.h"
@@ -366,15 +367,34 @@ TEST(PreparedPart, SignsEdgesAndCornersAndTakesFacesThatFaceAPoint) {
     EXPECT_GT(met[3], 100);
     EXPECT_EQ(part->nearest({NAN, 0, 0}).face, -1);
     EXPECT_FALSE(velm::PreparedPart::of({}, 1e-6));
+    velm::PartSearch upward;
+    for (const double length : {1e-200, 1.0, 1e200}) {
+        upward.direction = Z * length;
+        EXPECT_EQ(part->nearest({2, 1, 0.5}, upward).signed_distance, -2.5) << length;
+    }
+    for (const double none : {0.0, HUGE_VAL}) {
+        upward.direction = ERVector3D(0, 0, none);
+        EXPECT_EQ(part->nearest({2, 1, 0.5}, upward).face, -1) << none;
+    }
+    for (const double tolerance : {std::nan(""), HUGE_VAL, -1.0}) {
+        const auto exact = velm::PreparedPart::of(faces, tolerance);
+        EXPECT_EQ(exact->nearest({2, 1, 4}).signed_distance, 1.0) << tolerance;
+        EXPECT_EQ(exact->tolerance(), velm::PreparedPart::of(faces, 0.0)->tolerance());
+    }
 }
 
-TEST(PreparedPart, AnswersTheSameInAnyNumberOfThreads) {
+TEST(PreparedPart, AnswersTheSameInAnyNumberOfThreadsWithoutAllocation) {
     const auto part = velm::PreparedPart::of(l_faces(), 1e-6, 3);
     std::vector<ERPoint3D> points;
     for (int n = 0; n < 500; ++n)
         points.push_back(draw.value<ERPoint3D>(9));
     std::vector<velm::PartFoot> serial(points.size()), shared(points.size());
+    velm::PartSearch search;
+    search.direction = ERVector3D(1, 2, 3);
+    const long before = allocations();
+    part->nearest(points, {&search, 1}, serial);
     part->nearest(points, serial);
+    EXPECT_EQ(allocations(), before);
     part->nearest(points, shared, 8);
     for (std::size_t i = 0; i < points.size(); ++i) {
         EXPECT_EQ(serial[i].point, shared[i].point);
