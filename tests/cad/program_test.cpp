@@ -91,7 +91,7 @@ TEST(CadProgram, ExitCodesSayWhatWasTaken) {
     }
 }
 
-// A face's own name, a name that some share, a mark that stands for none.
+// A face's own name, a name that some share, a mark for none.
 TEST(CadProgram, NamesOfFacesAreLevelsOfTheirPaths) {
     const TemporaryFolder folder;
     const std::string step = folder.path("box.stp");

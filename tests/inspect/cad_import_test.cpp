@@ -122,7 +122,7 @@ TEST(CadReader, ReadersThatGrowEndAtTheirLimits) {
     ::setenv("PATH", path.c_str(), 1);
 }
 
-// Whatever ends the program, its reader ends and its folder goes.
+// However the program ends, its reader ends and its folder goes.
 TEST(CadReader, NothingStaysOfAProgramThatIsKilled) {
     const Shop shop;
     shop.reader("echo half > \"$3\"; echo $$ > started; mv started pid; exec sleep 1000\n");
