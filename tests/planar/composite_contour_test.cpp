@@ -1,16 +1,13 @@
 // Contours and regions of composite curves against the shapes that they are made of.
 #include "velm/planar/composite_contour.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/frame/point_functions.h"
 #include "velm/planar/outline_nesting.h"
 #include "velm/planar/profile.h"
 #include "velm/wireframe/planar_shapes.h"
 #include "velm/wireframe/polyline.h"
 #include "velm/wireframe/segment.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
 
 namespace velm {
 namespace {

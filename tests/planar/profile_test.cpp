@@ -251,18 +251,12 @@ TEST(Profile, ADirectionChoosesAmongThePlacesThatFaceIt) {
     plate.append({0, 0});
     plate.append({8, 0}, ERArc2D({8, 2}, 2, -std::numbers::pi / 2, std::numbers::pi / 2));
     plate.append({8, 4});
-    const ERPole2DH poles[] = {{0, 4, 1}, {0, 1, 1}, {-1, 3, 1}, {0, 0, 1}};
-    const double knots[] = {0, 0, 0, 0, 1, 1, 1, 1};
     plate.append({0, 4},
-                 CurveEdge::make(between_domain_knots(
-                     QuickAlgebra::ERVec<ERPole2DH>(std::span<const ERPole2DH>(poles)), 3, knots)));
+                 CurveEdge::make(ERCpoleNURBS2D({{0, 4, 1}, {0, 1, 1}, {-1, 3, 1}, {0, 0, 1}},
+                                                ERKnotVector(3, {0, 0, 0, 0, 1, 1, 1, 1}))));
     outline.contours = {plate, Contour::circle({4, 2}, 1)};
     ASSERT_FALSE(settle_areas(outline));
-    struct Place {
-        ERPoint2D point;
-        ERVector2D outward;
-    };
-    std::vector<Place> places;
+    std::vector<std::pair<ERPoint2D, ERVector2D>> places; // with their outward normals
     for (std::size_t c = 0; c < 2; ++c) {
         const Contour& contour = outline.contours[c];
         const bool is_left = (contour.signed_area() > 0.0) != (c == 1);
@@ -282,7 +276,7 @@ TEST(Profile, ADirectionChoosesAmongThePlacesThatFaceIt) {
                     along = curve->direction(part);
                 }
                 along = along.getnormalized() * (is_left ? 1.0 : -1.0);
-                places.push_back({p, ERVector2D(along.j(), -along.i())});
+                places.emplace_back(p, ERVector2D(along.j(), -along.i()));
             }
     }
     const Profile profile(outline);
@@ -293,9 +287,9 @@ TEST(Profile, ADirectionChoosesAmongThePlacesThatFaceIt) {
         const double angle = random.uniform(0, 2 * std::numbers::pi);
         const ERVector2D direction(std::cos(angle), std::sin(angle));
         double nearest = std::numeric_limits<double>::infinity();
-        for (const Place& place : places)
-            if (place.outward * direction >= least)
-                nearest = std::min(nearest, ERVector2D(place.point, p).norme());
+        for (const auto& [place, outward] : places)
+            if (outward * direction >= least)
+                nearest = std::min(nearest, ERVector2D(place, p).norme());
         const auto found = profile.compare(p, direction, least);
         ASSERT_TRUE(found.has_value()) << i;
         EXPECT_NEAR(std::fabs(found->distance), nearest, 4e-3) << i << ' ' << p.x() << ' ' << p.y();

@@ -2,13 +2,8 @@
 // constraints as sides.
 #include "velm/planar/detail/triangulation.h"
 
-#include "support/random.h"
+#include "support/test.h"
 #include "velm/planar/detail/exact_turn.h"
-
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <set>
 
 namespace {
 
