@@ -1,7 +1,6 @@
 // The minimiser and the differences of its functor on functions with known minima and derivatives.
 #include "velm/numerics/downhill_simplex.h"
 
-#include "support/random.h"
 #include "support/test.h"
 
 namespace {

@@ -3,8 +3,6 @@
 
 #include "support/archives.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 using namespace velm_test;
