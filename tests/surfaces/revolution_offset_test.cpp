@@ -1,12 +1,11 @@
 // Surfaces of revolution and offset surfaces: their points against the surfaces that they are equal
 // to, derivatives against differences, and splits, maps, reversals and records.
-#include "support/random.h"
+#include "support/geometry.h"
 #include "support/records.h"
 #include "support/temporary_folder.h"
 #include "velm/curves/bezier_curve.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/frame/finite_entity.h"
-#include "velm/frame/point_functions.h"
 #include "velm/store/database.h"
 #include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/cone.h"
@@ -18,15 +17,6 @@
 #include "velm/surfaces/revolve.h"
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/torus.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/transforms/transformed_values.h"
-
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <iterator>
-#include <numbers>
-#include <vector>
 
 namespace {
 
@@ -156,11 +146,6 @@ TEST(SurOfRevolution, NurbsFormOfACurveInAHalfPlane) {
     for (const double u : {1.0, 1.7, 3.0}) {
         EXPECT_TRUE(isEqual(nurbs(u, nurbs.vdeb()), s(u, 0.5), 1e-13));
         EXPECT_TRUE(isEqual(nurbs(u, nurbs.vfin()), s(u, 4.0), 1e-13));
-        for (const double t : {0.2, 0.6}) { // the circle of the same point
-            const ERPoint3D p = nurbs(u, nurbs.getBoundV()(t));
-            EXPECT_NEAR(p.z(), s(u, 0).z(), 1e-13);
-            EXPECT_NEAR(distance(z, p), distance(z, s(u, 0)), 1e-13);
-        }
     }
 }
 
@@ -373,35 +358,25 @@ TEST(DerivedSurfaces, AreStoredWithWhatTheyAreBuiltOn) {
 TEST(OffsetSurface, ThatIsItsOwnBaseInAStoreComesBackWithout) {
     const TemporaryFolder folder;
     constexpr double distance = 0.12345678901234567;
-    long base_name = -1, own_name = -1;
+    const std::string path = folder.path("cycle");
+    const t_SmartPtr<ERObject> base(new ERBoundedSphere(ERPmIsometrie3D(), 2, {0, 1}, {0, 1}));
+    const t_SmartPtr<ERObject> cyclic(new EROffsetSurface(ERAnyBoundedSurface::castdown(base.get()),
+                                                          distance, ERVector3D(1, 0, 0)));
     {
         ERDataBase store;
-        ASSERT_EQ(store.Open(folder.path("cycle").c_str(), 0), gmSuccess);
-        const t_SmartPtr<ERObject> base(new ERBoundedSphere(ERPmIsometrie3D(), 2, {0, 1}, {0, 1}));
+        ASSERT_EQ(store.Open(path.c_str(), 0), gmSuccess);
         ASSERT_EQ(store.save(base.get()), gmSuccess);
-        const t_SmartPtr<ERObject> offset(new EROffsetSurface(
-            ERAnyBoundedSurface::castdown(base.get()), distance, ERVector3D(1, 0, 0)));
-        ASSERT_EQ(store.save(offset.get()), gmSuccess);
-        base_name = base->getObjectID();
-        own_name = offset->getObjectID();
-    }
-    ASSERT_NE(base_name, own_name);
-    int changed = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path(""))) {
-        std::ifstream in(entry.path(), std::ios::binary);
-        std::string bytes((std::istreambuf_iterator<char>(in)), {});
+        ASSERT_EQ(store.save(cyclic.get()), gmSuccess);
         // The offset, the number, the direction, the flag; then the identifier.
-        const std::size_t at = bytes.find(bytes_of(distance));
-        if (at == std::string::npos) continue;
-        constexpr std::size_t to_identifier = 8 + 8 + 24 + 4;
-        ASSERT_EQ(bytes.substr(at + to_identifier - 4, 8), bytes_of(0, int(base_name)));
-        bytes.replace(at + to_identifier, 4, bytes_of(int(own_name)));
-        std::ofstream(entry.path(), std::ios::binary) << bytes;
-        ++changed;
+        const std::size_t at = TemporaryFolder::bytes_of(path).find(bytes_of(distance)) + 44;
+        store.Close();
+        std::string bytes = TemporaryFolder::bytes_of(path);
+        ASSERT_EQ(bytes.substr(at - 4, 8), bytes_of(0, int(base->getObjectID())));
+        bytes.replace(at, 4, bytes_of(int(cyclic->getObjectID())));
+        folder.file("cycle", bytes);
     }
-    ASSERT_EQ(changed, 1);
     ERDataBase store;
-    ASSERT_EQ(store.Open(folder.path("cycle").c_str(), 0), gmSuccess);
+    ASSERT_EQ(store.Open(path.c_str(), 0), gmSuccess);
     gmErrorCode code;
     const t_SmartPtr<ERObject> back = store.restore(1, code);
     const auto* const offset = EROffsetSurface::castdown(back.get());

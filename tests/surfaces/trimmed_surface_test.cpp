@@ -2,13 +2,12 @@
 // records, wireframes, projections, copies and reversals; curves matched on surfaces.
 #include "velm/surfaces/trimmed_surface.h"
 
-#include "support/random.h"
+#include "support/geometry.h"
 #include "support/records.h"
 #include "support/temporary_folder.h"
 #include "velm/curves/bezier_curve.h"
 #include "velm/curves/composite_curve.h"
 #include "velm/curves/nurbs_curve.h"
-#include "velm/frame/point_functions.h"
 #include "velm/store/database.h"
 #include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/curve_on_surface.h"
@@ -17,16 +16,7 @@
 #include "velm/surfaces/offset_surface.h"
 #include "velm/surfaces/ray_surface_result.h"
 #include "velm/surfaces/revolution_surface.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/transforms/transformed_values.h"
-#include "velm/wireframe/arc.h"
 #include "velm/wireframe/polyline.h"
-
-#include <fstream>
-#include <gtest/gtest.h>
-#include <iterator>
-#include <numbers>
-#include <vector>
 
 namespace {
 
@@ -213,8 +203,7 @@ protected:
         ASSERT_EQ(data.save(kept.get()), gmSuccess);
         record = record_of(*kept);
         data.Close();
-        std::ifstream in(path, std::ios::binary);
-        bytes.assign(std::istreambuf_iterator<char>(in), {});
+        bytes = TemporaryFolder::bytes_of(path);
         at = bytes.find(record);
         ASSERT_NE(at, std::string::npos);
         ASSERT_EQ(bytes.find(record, at + 1), std::string::npos);
