@@ -196,9 +196,7 @@ TYPED_TEST(Bezier, FeetAndCrossingsFulfilTheirConditions) {
         const int count = curve.ProjectPoint(p, feet, 100.0);
         EXPECT_EQ(count, feet.size());
         EXPECT_EQ(feet[0], -7.0); // results are appended
-        if (curve.degree() > 1) {
-            EXPECT_EQ(curve.ProjectPoint(p + this->far(), feet, 1.0), 0);
-        }
+        EXPECT_TRUE(curve.degree() == 1 || curve.ProjectPoint(p + this->far(), feet, 1.0) == 0);
 
         const double t = random.uniform(2.6, 3.9);
         ERVec<double> params;
@@ -264,21 +262,6 @@ TYPED_TEST(Bezier, LengthsBoxesAndSamplesFollowTheTrim) {
         EXPECT_EQ(dist, 0.0);
     }
     EXPECT_EQ(straight.cordalHeight(), 0.0);
-}
-
-TYPED_TEST(Bezier, PowerFormGivesThePoint) {
-    this->on_random_curves([this](velm_test::Random& random, TypeParam& curve) {
-        if (curve.degree() > 7) return;
-        const auto form = curve.getSpanPower(5); // the index is not read
-        ASSERT_EQ(form.length(), TypeParam::StoredPole::components);
-        const double s = random.uniform(0.0, 1.0);
-        const auto point = curve(ERLimites(curve.Ndeb(), curve.Nfin())(s));
-        for (int c = 0; c < this->size; ++c)
-            EXPECT_NEAR(form[c].evaluate(s) / (this->rational ? form[this->size].evaluate(s) : 1.0),
-                        point[c], 1e-9);
-        curve.translate(curve[0]);
-        EXPECT_NE(form[0].evaluate(s), curve.getSpanPower(0)[0].evaluate(s)); // forgotten
-    });
 }
 
 TYPED_TEST(Bezier, IsStoredPrintedAndCreatedByName) {

@@ -1,19 +1,14 @@
 // Composite curves against their elements.
 #include "velm/curves/composite_curve.h"
 
+#include "support/geometry.h"
 #include "support/records.h"
 #include "support/temporary_folder.h"
-#include "support/test.h"
 #include "velm/curves/bezier_curve.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/frame/class_registration.h"
-#include "velm/frame/point_functions.h"
 #include "velm/store/database.h"
-#include "velm/transforms/plane_transformation.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/arc_in_space.h"
 #include "velm/wireframe/polyline.h"
-#include "velm/wireframe/segment.h"
 
 namespace {
 

@@ -1,15 +1,14 @@
 // Least distances of curves and intersections in space, against each other and against dense
 // questions to prepared curves.
-#include "support/test.h"
+#include "support/geometry.h"
+#include "support/random_curves.h"
 #include "velm/curves/nearest_points.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/curves/prepare.h"
 #include "velm/curves/space_intersections.h"
-#include "velm/frame/point_functions.h"
 #include "velm/surfaces/plane.h"
 #include "velm/transforms/transformation_handle.h"
 #include "velm/wireframe/circle_in_space.h"
-#include "velm/wireframe/segment.h"
 
 namespace {
 
@@ -24,7 +23,6 @@ velm::PreparedCurve<N> random_chain(Random& random, int spans, double away = 0.0
                                     double scale = 1.0) {
     const int degree = 1 + random.below(5);
     std::vector<std::vector<double>> rows;
-    std::vector<BezierPiece> pieces;
     const bool rational = random.below(2) == 0;
     for (int s = 0; s < spans; ++s) {
         std::vector<double> row;
@@ -37,9 +35,7 @@ velm::PreparedCurve<N> random_chain(Random& random, int spans, double away = 0.0
         }
         rows.push_back(row);
     }
-    for (const std::vector<double>& row : rows)
-        pieces.push_back({row, double(pieces.size()), double(pieces.size() + 1)});
-    return velm::PreparedCurve<N>::from_pieces(pieces).value();
+    return velm_test::prepared_rows<N>(rows).value();
 }
 
 template <int N>

@@ -1,45 +1,30 @@
 #include "velm/curves/intersections.h"
 
 #include "support/allocation_count.h"
-#include "support/test.h"
+#include "support/geometry.h"
+#include "support/random_curves.h"
+#include "support/text_fields.h"
 #include "velm/curves/composite_curve.h"
 #include "velm/curves/detail/bernstein_rows.h"
 #include "velm/curves/nurbs_curve.h"
 #include "velm/curves/prepare.h"
-#include "velm/frame/point_functions.h"
 #include "velm/numerics/real_roots.h"
-#include "velm/wireframe/arc.h"
-#include "velm/wireframe/segment.h"
 
-#include <cstdlib>
-#include <fstream>
 #include <numeric>
 
 namespace {
 
-using velm::BezierPiece;
 using velm::CurveIntersection;
 using velm::IntersectionKind;
 using Curve = velm::PreparedCurve<2>;
 using velm_test::Random;
-
-// How often a random test repeats: all of it in the thorough run, else a hundredth.
-int repeats(int thorough) {
-    return std::getenv("VELM_TEST_THOROUGH") != nullptr ? thorough : thorough / 100;
-}
+using velm_test::repeats;
 
 using Row = std::vector<double>; // x w, y w, w of each pole
 
 int degree(const Row& row) { return static_cast<int>(row.size()) / 3 - 1; }
 
-Curve prepared(const std::vector<Row>& rows) {
-    std::vector<BezierPiece> pieces;
-    for (const Row& row : rows) {
-        const double start = static_cast<double>(pieces.size());
-        pieces.push_back({row, start, start + 1.0});
-    }
-    return Curve::from_pieces(pieces).value();
-}
+Curve prepared(const std::vector<Row>& rows) { return velm_test::prepared_rows<2>(rows).value(); }
 Curve prepared(const Row& row) { return prepared(std::vector<Row>{row}); }
 
 // The graph of a polynomial, y = p(x) for x in [0, 1], p by its powers.
@@ -227,12 +212,9 @@ TEST(Intersections, PublishedPairs) {
             << text(found);
     };
     while (std::getline(file, line)) {
-        std::istringstream in(line);
-        std::string word;
-        in >> word;
-        Row numbers;
-        for (std::string number; in >> number;)
-            numbers.push_back(std::strtod(number.c_str(), nullptr));
+        velm_test::TextFields fields(line);
+        const std::string word = fields.word();
+        const Row numbers = fields.rest();
         if (word == "pair") {
             check();
             head = line;

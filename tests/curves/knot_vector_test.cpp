@@ -1,5 +1,6 @@
 #include "velm/curves/knot_vector.h"
 
+#include "support/random_curves.h"
 #include "support/records.h"
 #include "velm/curves/knot.h"
 
@@ -16,22 +17,8 @@ ERKnotVector vector_of(int degree, const Knots& knots) {
     return {degree, knots.data(), static_cast<int>(knots.size())};
 }
 
-// Knots between 0 and 1 of every multiplicity; clamped or with knots beyond the ends.
 ERKnotVector random_vector(velm_test::Random& random, int p, int n, bool clamped) {
-    Knots inner, knots(std::size_t(p) + 1, 0.0), high(knots.size(), 1.0);
-    while (static_cast<int>(inner.size()) < n - p - 1)
-        inner.insert(inner.end(), std::size_t(1 + random.below(std::max(p, 1))),
-                     random.uniform(0.01, 0.99));
-    inner.resize(std::size_t(n - p - 1));
-    std::sort(inner.begin(), inner.end());
-    for (std::size_t i = 1; i < high.size() && !clamped; ++i) {
-        knots[i] = knots[i - 1] - random.below(3) * 0.25;
-        high[i] = high[i - 1] + random.below(3) * 0.25;
-    }
-    std::reverse(knots.begin(), knots.end());
-    knots.insert(knots.end(), inner.begin(), inner.end());
-    knots.insert(knots.end(), high.begin(), high.end());
-    return vector_of(p, knots);
+    return vector_of(p, velm_test::random_knots(random, p, n, clamped));
 }
 
 TEST(KnotVector, ConstructorsGiveKnotsDegreeAndFlag) {

@@ -2,6 +2,7 @@
 
 #include "curves/pole_curve_checks.h"
 #include "support/allocation_count.h"
+#include "support/random_curves.h"
 #include "support/text_fields.h"
 #include "velm/curves/degree_reduction.h"
 #include "velm/curves/prepare.h"
@@ -28,18 +29,7 @@ public:
             pole.weigth() = 1.0;
             pole *= random.uniform(0.3, 3);
         }
-        std::vector<double> inner, knots(std::size_t(p) + 1, 0.0), high(knots.size(), 1.0);
-        while (static_cast<int>(inner.size()) < n - p - 1)
-            inner.insert(inner.end(), std::size_t(1 + random.below(p)), random.uniform(0.01, 0.99));
-        inner.resize(std::size_t(n - p - 1));
-        std::sort(inner.begin(), inner.end());
-        for (std::size_t i = 1; i < high.size() && !clamped; ++i) {
-            knots[i] = knots[i - 1] - random.uniform(0, 0.3);
-            high[i] = high[i - 1] + random.uniform(0, 0.3);
-        }
-        std::reverse(knots.begin(), knots.end());
-        knots.insert(knots.end(), inner.begin(), inner.end());
-        knots.insert(knots.end(), high.begin(), high.end());
+        const auto knots = velm_test::random_knots(random, p, n, clamped);
         return {poles, ERKnotVector(p, knots.data(), static_cast<int>(knots.size()))};
     }
     // Calls f with curves of degree 1 to `highest`, every third unclamped.

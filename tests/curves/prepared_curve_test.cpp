@@ -2,6 +2,7 @@
 
 #include "support/allocation_count.h"
 #include "support/geometry.h"
+#include "support/random_curves.h"
 #include "support/text_fields.h"
 #include "support/threads.h"
 #include "velm/curves/detail/bernstein_rows.h"
@@ -17,6 +18,7 @@ using velm::BezierPiece;
 using velm::FootKind;
 using velm::PreparedCurve;
 using velm_test::Random;
+using velm_test::repeats;
 
 template <int N>
 using Point = typename velm::DimensionOf<N>::Point;
@@ -29,11 +31,6 @@ double distance(const Point<N>& a, const Point<N>& b) {
     for (int axis = 0; axis < N; ++axis)
         sum += (a[axis] - b[axis]) * (a[axis] - b[axis]);
     return std::sqrt(sum);
-}
-
-// How often a random test repeats: all of it in the thorough run, else a hundredth.
-int repeats(int thorough) {
-    return std::getenv("VELM_TEST_THOROUGH") != nullptr ? thorough : thorough / 100;
 }
 
 using Row = std::vector<double>;
@@ -52,14 +49,8 @@ Row random_row(Random& random, int degree, double weight_range, double size = 1.
 }
 
 template <int N>
-std::optional<PreparedCurve<N>> prepared(const std::vector<Row>& rows) {
-    std::vector<BezierPiece> pieces;
-    double start = 0.0;
-    for (const Row& row : rows) {
-        pieces.push_back({row, start, start + 1.0});
-        start += 1.0;
-    }
-    return PreparedCurve<N>::from_pieces(pieces);
+auto prepared(const std::vector<Row>& rows) {
+    return velm_test::prepared_rows<N>(rows);
 }
 
 // A chain of pieces of degree 3: each starts where the one before it ends, smoothly or not.

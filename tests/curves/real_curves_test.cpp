@@ -4,20 +4,12 @@
 #include "velm/curves/nurbs_editing.h"
 #include "velm/curves/prepare.h"
 
+#include "support/geometry.h"
 #include "support/geometry_text.h"
 #include "support/records.h"
 #include "support/temporary_folder.h"
-#include "support/test.h"
-#include "velm/frame/point_functions.h"
 #include "velm/store/database.h"
 #include "velm/transforms/bodies.h"
-#include "velm/wireframe/arc.h"
-#include "velm/wireframe/arc_in_space.h"
-#include "velm/wireframe/ellipse_in_space.h"
-#include "velm/wireframe/elliptical_arc.h"
-#include "velm/wireframe/segment.h"
-
-#include <optional>
 
 namespace {
 

@@ -1,32 +1,21 @@
 // The readers of outlines and measured points, numbers, and texts made safe.
-#include "inspect/base/failure.h"
 #include "inspect/base/number_text.h"
 #include "inspect/base/repeated_ids.h"
 #include "inspect/base/text_escape.h"
 #include "inspect/input/measured_reader.h"
 #include "inspect/input/outline_reader.h"
-#include "support/test.h"
+#include "inspect/sentences.h"
 
 #include <nlohmann/json.hpp>
 
 namespace velm::inspect {
 namespace {
 
+using velm_test::sentence_of;
+
 NominalOutline outline_of(std::string_view text, OutlineForm form = OutlineForm::automatic) {
     TextSource source("o.dat", text);
     return read_outline(source, form);
-}
-
-// The failure's sentence, or "read" where there is none.
-template <class Read>
-std::string sentence_of(Read read) {
-    try {
-        read();
-        return "read";
-    } catch (const Failure& failure) {
-        EXPECT_EQ(failure.kind(), FailureKind::input);
-        return failure.what();
-    }
 }
 
 // A text that is refused, the line that is named, 0 for none, and the cause.

@@ -4,20 +4,16 @@
 #include "inspect/keep/store_reader.h"
 #include "inspect/keep/store_writer.h"
 #include "inspect/workshop.h"
-#include "support/random.h"
 #include "velm/inspection/detail/record_fields.h"
 #include "velm/inspection/nominal_entities.h"
 #include "velm/inspection/section_target.h"
 #include "velm/planar/profile.h"
 #include "velm/store/store_check.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-#include <optional>
-#include <string>
-
 namespace velm::inspect {
 namespace {
+
+using namespace velm_test;
 
 NominalOutline outline_from(const std::string& text) {
     TextSource source("lid.txt", text);
@@ -48,7 +44,7 @@ TEST(SectionTarget, LiesAsFarFromItsPlaneAsTheDeviationSays) {
     const NominalOutline outline = outline_from(lid);
     const Profile profile(outline);
     const double numbers[] = {900, -70, 40, 1, 2, 3, 1, 1, 0};
-    velm_test::Random random(142);
+    Random random(142);
     for (int i = 0; i < 400; ++i) {
         std::optional<SectionFrame> frame;
         if (i % 2 == 1) frame.emplace().set(numbers);
@@ -69,31 +65,20 @@ TEST(SectionTarget, LiesAsFarFromItsPlaneAsTheDeviationSays) {
     }
 }
 
-using velm_test::Ended;
-using velm_test::Workshop;
-
 // Sections of each form, with ids that each report has to escape.
 struct Reported : Workshop {
     Reported() {
-        write("plate.dat", velm_test::plate);
+        write("plate.dat", plate);
         write("lid.txt", lid);
         write("islands.txt", "C 5 2 6\nC 5 2 4\nC 5 2 2.5\nM 20 0\nL 22 0\nL 21 9\nZ\n");
+        write("sheet.dat", "0 0\n40 0\n40 .8\n0 .8\n");
+        write("walls.csv", "id,x,y,i,j,k\na,20,.5,0,-.1,1\nb,20,.7,0,-1,0\nc,20,.7,0,1,0\n");
+        write("head.txt", "part = blade\nnote = a=b, \\c\n# no\n");
         write("wing.dat", "w \"<\xC3\xA4>\n1 0\n.5 .1\n0 0\n\n.5 -.05\n1 0\n");
         write("probed.csv",
               "id,x,y,z,diameter\n\"a, \"\"b\"\"\n\xC3\xBC\",5,.5,39.5,1\n<b>\xFF,4.9,"
               "2.05,40.125,\n,8,4.25,41,.5\n");
     }
-    std::vector<std::string> texts(const Ended& ended) const {
-        return {std::to_string(ended.code),
-                ended.out,
-                read("r.json"),
-                read("r.csv"),
-                read("r.svg"),
-                read("r.html")};
-    }
-    Ended inspect(const std::string& what) const { return run("section " + what + reports); }
-    Ended report(const std::string& what) const { return run("report " + what + reports); }
-    static constexpr const char* reports = " --json r.json --csv r.csv --svg r.svg --html r.html";
 };
 
 TEST(Report, GivesTheBytesOfTheRunThatKeptIt) {
@@ -104,33 +89,33 @@ TEST(Report, GivesTheBytesOfTheRunThatKeptIt) {
         "lid.txt probed.csv --tolerance .4 --frame .1 -.7 40  .1 .2 3  1 1 .3 --max-height 3",
         "lid.txt probed.csv",
         "islands.txt probed.csv --tolerance 2 --align bestfit",
-        "lid.txt probed.csv --frame 0 .5 40  0 0 1  1 .1 0 --align bestfit"};
+        "lid.txt probed.csv --frame 0 .5 40  0 0 1  1 .1 0 --align bestfit",
+        "sheet.dat walls.csv --tolerance .35 --info head.txt --decimals 5"};
     const Reported here;
     std::vector<std::vector<std::string>> kept;
-    for (const char* const run : runs) {
+    for (const std::string run : runs) {
         kept.push_back(
-            here.texts(here.inspect(std::string(run) + " --store parts.velm --archive run.arc")));
-        EXPECT_EQ(here.texts(here.report("parts.velm")), kept.back()) << run;
-        EXPECT_EQ(here.texts(here.report("run.arc")), kept.back()) << run;
+            here.run_with_outputs("section " + run + " --store parts.velm --archive run.arc"));
+        EXPECT_EQ(here.run_with_outputs("report parts.velm"), kept.back()) << run;
+        EXPECT_EQ(here.run_with_outputs("report run.arc"), kept.back()) << run;
     }
     EXPECT_EQ(here.run("store parts.velm --compact new.velm").code, 0);
-    for (std::size_t i = 0; i < kept.size(); ++i) {
-        const Ended again = here.report("new.velm --record " + std::to_string(i + 1));
-        EXPECT_EQ(here.texts(again), kept[i]) << runs[i];
-        EXPECT_EQ(again.error, "");
-    }
+    for (std::size_t i = 0; i < kept.size(); ++i)
+        EXPECT_EQ(here.run_with_outputs("report new.velm --record " + std::to_string(i + 1)),
+                  kept[i])
+            << runs[i];
     const Ended last = here.run("report parts.velm");
-    EXPECT_NE(last.error.find("holds 7 inspections"), std::string::npos) << last.error;
+    EXPECT_TRUE(has(last.error, "holds 8 inspections"));
 }
 
 TEST(Report, RefusesWhatIsNotWhole) {
     const Reported here;
-    EXPECT_EQ(here.inspect("lid.txt probed.csv --store whole.velm").code, 0);
+    EXPECT_EQ(here.run("section lid.txt probed.csv --store whole.velm").code, 0);
     const std::string whole = here.read("whole.velm");
     const auto refused = [&](const std::string& what, const std::string& why) {
         const Ended ended = here.run("report " + what);
         EXPECT_EQ(ended.code, 3) << what;
-        EXPECT_NE(ended.error.find(why), std::string::npos) << ended.error;
+        EXPECT_TRUE(has(ended.error, why));
     };
     // Each object but the index lost in turn; those of the points are not needed.
     const long objects = velm::check_store(here.path("whole.velm").c_str()).objects;
@@ -152,19 +137,23 @@ TEST(Report, RefusesWhatIsNotWhole) {
                                                               : "is lost");
     }
 
-    // One kept by a program that didn't know reports.
-    {
+    // A head alone, as other programs kept it.
+    const auto keep_head = [&](const char* file, auto fill) {
         OutputSet outputs;
-        StoreWriter old(outputs, here.path("old.velm"));
-        old.save([](ERDataBase& data) {
+        StoreWriter old(outputs, here.path(file));
+        old.save([&](ERDataBase& data) {
             const t_SmartPtr<ERDBObject> head = velm::detail::new_record(section_kind);
-            velm::detail::put(*head, RecordKey::program, "velm-inspect 0.0.9");
-            velm::detail::put_total(*head, RecordKey::count, 3);
+            fill(*head);
             data.save(t_SmartPtr<ERObject>(head.get()));
         });
         old.close();
         outputs.commit();
-    }
+    };
+    // One kept by a program that didn't know reports.
+    keep_head("old.velm", [](ERDBObject& head) {
+        velm::detail::put(head, RecordKey::program, "velm-inspect 0.0.9");
+        velm::detail::put_total(head, RecordKey::count, 3);
+    });
     refused(
         "old.velm",
         "velm-inspect 0.0.9, which left out what a report needs; inspect it again with --store");
@@ -181,15 +170,7 @@ TEST(Report, RefusesWhatIsNotWhole) {
     }
     EXPECT_EQ(here.run("report parts.velm --record 2").code, 3);
     EXPECT_EQ(velm::check_store(here.path("parts.velm").c_str()).objects, objects);
-    {
-        OutputSet outputs;
-        StoreWriter old(outputs, here.path("parts.velm"));
-        old.save([](ERDataBase& data) {
-            data.save(t_SmartPtr<ERObject>(velm::detail::new_record(section_kind).get()));
-        });
-        old.close();
-        outputs.commit();
-    }
+    keep_head("parts.velm", [](ERDBObject&) {});
     refused("parts.velm", "was not finished");
     EXPECT_EQ(here.run("report parts.velm --record 1").code, 0);
 
@@ -202,7 +183,8 @@ TEST(Report, RefusesWhatIsNotWhole) {
 
 TEST(Report, StandsInTheFileAsTargetsAndNamedEdges) {
     const Reported here;
-    EXPECT_EQ(here.inspect("lid.txt probed.csv --frame 1 2 40 0 0 1 1 0 0 --store s.velm").code, 0);
+    EXPECT_EQ(here.run("section lid.txt probed.csv --frame 1 2 40 0 0 1 1 0 0 --store s.velm").code,
+              0);
     const auto reader = open_records(here.path("s.velm").string());
     ASSERT_EQ(reader->size(), 1 + 3 + 8);
     SectionRecordReader record(*reader, reader->inspections().back());

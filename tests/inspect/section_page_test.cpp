@@ -1,5 +1,4 @@
 // The page of a section, read as text: the same numbers as the JSON, and nothing from the network.
-#include "support/test.h"
 #include "workshop.h"
 
 #include <random>
@@ -111,7 +110,7 @@ TEST(SectionPage, KeepsTheWorstOfVeryManyPoints) {
     for (const auto& row : rows_of(page))
         shown.push_back(std::stoi(row[0]));
     EXPECT_EQ(shown, expected);
-    EXPECT_NE(page.find("The 5,000 worst of 12,000 points."), std::string::npos);
+    EXPECT_TRUE(has(page, "The 5,000 worst of 12,000 points."));
     expect_self_contained(page);
 }
 

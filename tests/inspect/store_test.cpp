@@ -1,5 +1,6 @@
 // velm-inspect: results kept in an object file, and what the subcommand `store` makes of it.
 #include "inspect/workshop.h"
+#include "velm/inspection/record_keys.h"
 #include "velm/store/database.h"
 #include "velm/store/db_object.h"
 #include "velm/store/store_image.h"
@@ -56,7 +57,7 @@ TEST(InspectStore, RefusesWhatIsNoSoundStore) {
     kept.write("damaged.velm", damaged);
     const Ended checked = kept.run("store damaged.velm --check");
     EXPECT_EQ(checked.code, 3);
-    EXPECT_NE(checked.out.find("offset "), std::string::npos) << checked.out;
+    EXPECT_TRUE(has(checked.out, "offset "));
 
     // Counters as a killed process leaves them: the last identifier is behind.
     std::string stale = whole;
@@ -64,15 +65,18 @@ TEST(InspectStore, RefusesWhatIsNoSoundStore) {
     kept.write("stale.velm", stale);
     const Ended refused = kept.run("section plate.dat probed.csv --store stale.velm");
     EXPECT_EQ(refused.code, 3);
-    EXPECT_NE(refused.error.find("--salvage"), std::string::npos) << refused.error;
+    EXPECT_TRUE(has(refused.error, "--salvage"));
     EXPECT_EQ(kept.read("stale.velm"), stale);
     EXPECT_EQ(kept.run("store stale.velm --salvage mended.velm").code, 0);
     EXPECT_EQ(kept.run("store mended.velm --check").code, 0);
 
     EXPECT_EQ(kept.run("store nothing.velm").code, 4);
     EXPECT_EQ(kept.run("store parts.velm --check --compact x").code, 2);
-    EXPECT_EQ(kept.run("section plate.dat probed.csv --store -").code, 2);
-    EXPECT_EQ(kept.run("section plate.dat probed.csv --store plate.dat").code, 2);
+    for (const std::string to : {"-", "plate.dat", "./probed.csv", "j.json --json j.json"})
+        EXPECT_EQ(kept.run("section plate.dat probed.csv --store " + to).code, 2) << to;
+    EXPECT_EQ(kept.run("section plate.dat probed.csv --store nowhere/s.velm --json j.json").code,
+              4);
+    EXPECT_FALSE(std::filesystem::exists(kept.path("j.json")));
     EXPECT_EQ(kept.run("store parts.velm --json parts.velm").code, 2);
     EXPECT_EQ(kept.read("parts.velm"), whole);
 }
@@ -92,7 +96,7 @@ TEST(InspectStore, NamesWhatIsNoLongerAsItWasDigested) {
     EXPECT_EQ(kept.run("store new.velm --check").code, 0);
     const Ended verified = kept.run("store new.velm --verify parts.digests");
     EXPECT_EQ(verified.code, 3);
-    EXPECT_NE(verified.out.find("object 4, "), std::string::npos) << verified.out;
+    EXPECT_TRUE(has(verified.out, "object 4, "));
 
     EXPECT_EQ(kept.run("store parts.velm --verify probed.csv").code, 3);
     EXPECT_EQ(kept.run("store parts.velm --verify nothing").code, 4);
@@ -108,8 +112,7 @@ TEST(InspectStore, WritesNoFileWithADamagedTree) {
         kept.write("damaged.velm", damaged);
         const Ended ended = kept.run("section plate.dat probed.csv --store damaged.velm --sync");
         EXPECT_EQ(ended.code, 3);
-        EXPECT_NE(ended.error.find("store damaged.velm --salvage NEW"), std::string::npos)
-            << ended.error;
+        EXPECT_TRUE(has(ended.error, "store damaged.velm --salvage NEW"));
         EXPECT_EQ(kept.read("damaged.velm"), damaged);
     }
     EXPECT_EQ(kept.inspect("--sync").code, 1);
@@ -132,6 +135,35 @@ TEST(InspectStore, LeavesNothingBehindWhenTheRunFails) {
     EXPECT_EQ(kept.read("parts.velm"), whole);
     ASSERT_EQ(::mkfifo(kept.path("pipe").c_str(), 0600), 0);
     EXPECT_EQ(kept.run("section plate.dat probed.csv --store pipe").code, 4) << "not waited for";
+}
+
+// A tilted normal of no round length, a point of the surface, a direct target, a row of letters and
+// ids that are no names.
+constexpr const char* table = "id,nom_x,nom_y,nom_z,nom_i,nom_j,nom_k,x,y,z,diameter,act_x,act_y,"
+                              "act_z\n"
+                              "\"a \"\"b\"\" / \\, \xC3\xA9\xFF\",1,2,3,.1,.2,.7,1.3,2.5,4.7,3,,,\n"
+                              ",-.1,0,1e9,0,-4,0,,,,,0.1,1e-300,1e9\n"
+                              "</td>,1,2,3,,,,1,2,3.3,5,,,\n"
+                              "bad,1,2,x,,,,1,2,3,5,,,\n"
+                              ",1,2,3,0,0,1,1,2,4.04,2,,,\n";
+
+TEST(InspectStore, GivesTheReportOfTargetsAgainUnlessARecordWasChanged) {
+    Workshop shop;
+    shop.write("t.csv", table);
+    ASSERT_EQ(shop.run("targets t.csv --skip-bad --store s.velm --json j --html h").code, 0);
+    ASSERT_EQ(shop.run("report s.velm --json j2 --html h2").code, 0);
+    EXPECT_TRUE(shop.read("j") == shop.read("j2") && shop.read("h") == shop.read("h2"));
+    ERDataBase store;
+    ASSERT_EQ(store.Open(shop.path("s.velm").c_str(), 0), gmSuccess);
+    gmErrorCode code = gmSuccess;
+    const t_SmartPtr<ERObject> row = store.restore(store.getNbEnt() - 1, code);
+    ERDBObject::castdown(*row).property(static_cast<long>(velm::RecordKey::deviation), 0.25);
+    ASSERT_TRUE(row->Save(nullptr));
+    ASSERT_EQ(store.Close(), gmSuccess);
+    const Ended end = shop.run("report s.velm --json new");
+    EXPECT_EQ(end.code, 3);
+    EXPECT_TRUE(has(end.error, "what was found contradicts the target"));
+    EXPECT_FALSE(std::filesystem::exists(shop.path("new")));
 }
 
 } // namespace

@@ -2,11 +2,7 @@
 // page's view read back as its script reads it.
 #include "inspect/picture/surface_data.h"
 #include "inspect/picture/surface_raster.h"
-#include "support/random.h"
-
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
+#include "support/test.h"
 
 namespace {
 

@@ -1,25 +1,11 @@
 // Verdicts that must not be false, and inspections that must not be lost.
 #include "inspect/workshop.h"
 
-#include <fstream>
-#include <gtest/gtest.h>
-#include <string>
-
 namespace {
 
-using velm_test::Ended;
-using velm_test::TemporaryFolder;
-using velm_test::Workshop;
+using namespace velm_test;
 
 const std::string kept_folder = std::string(VELM_TEST_FOLDER) + "/inspect/kept/";
-
-// Whether a text has all of the words.
-testing::AssertionResult has(const std::string& text, std::initializer_list<const char*> words) {
-    for (const char* word : words)
-        if (text.find(word) == std::string::npos)
-            return testing::AssertionFailure() << "no '" << word << "' in: " << text;
-    return testing::AssertionSuccess();
-}
 
 TEST(Verdict, OfAFitIsByItsFormUnlessABandIsGiven) {
     const Workshop shop;
@@ -49,16 +35,11 @@ TEST(Verdict, OfAFitIsByItsFormUnlessABandIsGiven) {
         EXPECT_TRUE(has(ended.out, {"out of tolerance"})) << run;
         EXPECT_TRUE(has(shop.read("p.svg"), {"out of tolerance"})) << run;
     }
-    EXPECT_EQ(shop.run("fit plane saddle.xyz --tolerance .01 --json j.json").code, 1);
-    const auto form = shop.read_json("j.json")["form"];
-    EXPECT_EQ(form["name"], "flatness");
-    EXPECT_NEAR(form["value"].get<double>(), 0.018, 1e-15);
-    EXPECT_EQ(form["in_tolerance"], false);
 }
 
 TEST(Outputs, NeverReplaceKeptInspections) {
     const Workshop shop;
-    shop.write("plate.dat", velm_test::plate);
+    shop.write("plate.dat", plate);
     shop.write("p.csv", "id,x,y\na,5,-.01\n");
     const std::string section = "section plate.dat p.csv --quiet ";
     EXPECT_EQ(shop.run(section + "--store keep.velm --archive keep.arc").code, 0);
@@ -90,15 +71,15 @@ TEST(Directions, DecideOnWhichWallOfASheetAPointLies) {
     const Sheet shop;
     EXPECT_EQ(shop.probe("a,20,.5,0,-1,0,\n").code, 1);
     auto report = shop.read_json("j.json");
-    EXPECT_NEAR(report["points"][0]["deviation"].get<double>(), -0.5, 1e-15);
+    EXPECT_NEAR(report["points"][0]["deviation"], -0.5, 1e-15);
     EXPECT_EQ(report["points"][0]["foot"], (std::vector<double>{20, 0}));
     EXPECT_EQ(report["summary"]["unassigned"], 0);
     // Through the other wall it is still inside of this one; a ball is taken off outwards.
     EXPECT_EQ(shop.probe("a,20,.9,0,-1,0,\nb,20,-.5,0,-2,0,1\nc,20,1.3,0,1,0,1\n").code, 1);
     report = shop.read_json("j.json");
-    EXPECT_NEAR(report["points"][0]["deviation"].get<double>(), -0.9, 1e-15);
-    EXPECT_NEAR(report["points"][1]["deviation"].get<double>(), 0.0, 1e-15);
-    EXPECT_NEAR(report["points"][2]["deviation"].get<double>(), 0.0, 1e-15);
+    EXPECT_NEAR(report["points"][0]["deviation"], -0.9, 1e-15);
+    EXPECT_NEAR(report["points"][1]["deviation"], 0.0, 1e-15);
+    EXPECT_NEAR(report["points"][2]["deviation"], 0.0, 1e-15);
 
     const Ended some = shop.probe("a,20,.5,0,-.1,1,\nb,20,0,0,-1,0,\n");
     EXPECT_EQ(some.code, 0) << "what has no place isn't judged";
@@ -116,24 +97,6 @@ TEST(Directions, DecideOnWhichWallOfASheetAPointLies) {
     EXPECT_EQ(shop.probe("a,10,-.01,0,1,0,\nb,20,.81,0,-1,0,\n", "--direction in").code, 0);
     EXPECT_EQ(shop.probe("a,20,.5,1,-1,0,\nb,2,0,0,-1,0,\n", "--max-angle 30").code, 0);
     EXPECT_EQ(shop.read_json("j.json")["summary"]["unassigned"], 1);
-}
-
-TEST(Directions, AreKeptAsTheyWereUsed) {
-    const Sheet shop;
-    const std::string rows = "a,20,.5,0,-.1,1,\nb,20,.7,0,-1,0,\nc,20,.7,0,1,0,\n";
-    const Ended run =
-        shop.probe(rows, "--csv r.csv --html r.html --svg r.svg --store s.velm --archive s.arc");
-    EXPECT_EQ(run.code, 1);
-    for (const char* file : {"s.velm", "s.arc"}) {
-        const Ended again = shop.run("report " + std::string(file) +
-                                     " --json a.json --csv a.csv --html a.html --svg a.svg");
-        EXPECT_EQ(again.code, 1);
-        EXPECT_EQ(again.out, run.out);
-        for (const char* kind : {".csv", ".html", ".svg"})
-            EXPECT_EQ(shop.read(std::string("a") + kind), shop.read(std::string("r") + kind));
-        EXPECT_EQ(shop.read("a.json"), shop.read("j.json"));
-    }
-    EXPECT_EQ(shop.run("store s.velm --check").code, 0);
 }
 
 TEST(Outline, ADamagedFirstVertexIsNoTitle) {
@@ -163,7 +126,7 @@ TEST(Outline, ADamagedFirstVertexIsNoTitle) {
 
 TEST(Columns, ThatAreNotUnderstoodAreNamed) {
     const Workshop shop;
-    shop.write("plate.dat", velm_test::plate);
+    shop.write("plate.dat", plate);
     shop.write("p.csv", "id,x,y,dia,colour,upper_tol,lower_tol\na,5,-1.02,2,red,.03,\n"
                         "b,6,-1.02,2,,.01,-.5\nc,7,-1.02,2,,,\nd,8,.5,2,,,-2\n");
     const Ended run = shop.run("section plate.dat p.csv --tolerance .015 --json j.json --svg p.svg "
@@ -179,10 +142,10 @@ TEST(Columns, ThatAreNotUnderstoodAreNamed) {
         EXPECT_EQ(report["points"][n]["in_tolerance"], expected[n]) << n;
     EXPECT_EQ(report["points"][0]["lower"], -0.015) << "completed by the global one";
     EXPECT_TRUE(report["points"][2]["upper"].is_null());
-    EXPECT_EQ(shop.run("report s.velm --json a.json").out, run.out);
-    EXPECT_EQ(shop.read("a.json"), shop.read("j.json"));
-    EXPECT_EQ(shop.run("report s.arc --json a.json").out, run.out);
-    EXPECT_EQ(shop.read("a.json"), shop.read("j.json"));
+    for (const std::string file : {"s.velm", "s.arc"}) {
+        EXPECT_EQ(shop.run("report " + file + " --json a.json").out, run.out);
+        EXPECT_EQ(shop.read("a.json"), shop.read("j.json"));
+    }
     shop.write("r.csv", "id,x,y,radius\na,5,-1,1\n");
     EXPECT_EQ(shop.run("section plate.dat r.csv --tolerance 0").code, 0);
 }
@@ -216,7 +179,7 @@ TEST(Targets, WithoutANormalAreAGroupOfTheirOwn) {
     EXPECT_EQ(run.code, 1);
     EXPECT_TRUE(has(run.out, {"without a normal:", "ball not taken off: 1 point"}));
     const auto summary = shop.read_json("j.json")["summary"];
-    EXPECT_NEAR(summary["mean"].get<double>(), -0.02, 1e-15);
+    EXPECT_NEAR(summary["mean"], -0.02, 1e-15);
     EXPECT_EQ(summary["count"], 3);
     EXPECT_EQ(summary["distances"]["count"], 2);
     EXPECT_EQ(summary["distances"]["maximum"], 1);
@@ -225,7 +188,7 @@ TEST(Targets, WithoutANormalAreAGroupOfTheirOwn) {
 
 TEST(Alignment, IsSaidAtTheVerdictOfEveryOutput) {
     const Workshop shop;
-    shop.write("plate.dat", velm_test::plate);
+    shop.write("plate.dat", plate);
     shop.write("p.csv", "id,x,y,z\na,5,-.01,0\nb,10.02,3,0\nc,4,10,0\nd,-.02,5,0\ne,8,0,.4\n");
     const Ended run = shop.run("section plate.dat p.csv --tolerance .3 --align bestfit --svg p.svg "
                                "--html p.html");
@@ -283,7 +246,7 @@ TEST(KeptBefore, GivesItsOldVerdicts) {
 // Each byte of the numbers in a record, flipped: what contradicts the other values is a fault.
 TEST(StoreCheck, ReadsTheValues) {
     const Workshop shop;
-    shop.write("plate.dat", velm_test::plate);
+    shop.write("plate.dat", plate);
     shop.write("p.csv", "id,x,y\na,5,-.75\n");
     EXPECT_EQ(shop.run("section plate.dat p.csv --tolerance .5 --store s.velm --quiet").code, 1);
     const Ended sound = shop.run("store s.velm --check");

@@ -1,8 +1,8 @@
 // A folder of its own for a test, and the program run in it as a user would.
 #pragma once
 
+#include "inspect/sentences.h"
 #include "support/temporary_folder.h"
-#include "support/test.h"
 
 #include <nlohmann/json.hpp>
 #include <sys/wait.h>
@@ -40,6 +40,18 @@ public:
                                     "; } >_out 2>_error";
         const int status = std::system(command.c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("_out"), read("_error")};
+    }
+    /// Runs with an output of each kind: the exit code, what is said, and each of the outputs.
+    std::vector<std::string> run_with_outputs(std::string arguments,
+                                              const std::vector<std::string>& kinds = {
+                                                  "json", "csv", "svg", "html"}) const {
+        for (const std::string& kind : kinds)
+            arguments += " --" + kind + " out." + kind;
+        const Ended ended = run(arguments);
+        std::vector<std::string> made{std::to_string(ended.code), ended.out};
+        for (const std::string& kind : kinds)
+            made.push_back(read("out." + kind));
+        return made;
     }
 
 private:
