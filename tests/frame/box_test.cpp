@@ -25,12 +25,6 @@ std::vector<typename Dimension::Point> lattice() {
 }
 
 template <class Dimension>
-typename Dimension::Box lattice_box(Random& random) {
-    const auto points = lattice<Dimension>();
-    return {random.one_of(points), random.one_of(points)};
-}
-
-template <class Dimension>
 class Boxes : public testing::Test {};
 using Dimensions = testing::Types<velm::Plane, velm::Space>;
 TYPED_TEST_SUITE(Boxes, Dimensions);
@@ -41,7 +35,8 @@ TYPED_TEST(Boxes, RelationsAgreeWithTheLattice) {
     Random random(31);
     const auto points = lattice<TypeParam>();
     for (int round = 0; round < 3000; ++round) {
-        const Box a = lattice_box<TypeParam>(random), b = lattice_box<TypeParam>(random);
+        const Box a(random.one_of(points), random.one_of(points));
+        const Box b(random.one_of(points), random.one_of(points));
         const auto holds = [](const Box& box) {
             return [&box](const Point& p) { return box.contains(p); };
         };
@@ -104,7 +99,6 @@ TYPED_TEST(Boxes, GrowByPointsPolesAndBoxes) {
     EXPECT_EQ(Box(points), grown);
     EXPECT_EQ(Box(poles), grown); // weight 2 divides exactly
     EXPECT_EQ(Box(grown.getVertice()), grown);
-    EXPECT_EQ(Box(grown.MaxPoint(), grown.MinPoint()), grown);
 
     Box deflated = Box(Point(), Point::each([](int axis) { return axis == 0 ? 1.0 : 4.0; }));
     deflated.Inflate(-1.0); // x from 1 to 0, the others from 1 to 3
@@ -122,7 +116,6 @@ TYPED_TEST(Boxes, GrowByPointsPolesAndBoxes) {
     EXPECT_EQ(Union(Box(), grown), grown);
     EXPECT_TRUE(Union(Box(), Box()).invalid());
     EXPECT_TRUE(intersection(Box(), grown).invalid() && intersection(grown, Box()).invalid());
-    EXPECT_EQ(RelativePosition(grown, grown), 1);
     same += 1.0;
     EXPECT_TRUE(same >> grown && grown << same);
     same -= 1.0;

@@ -60,7 +60,13 @@ TEST(MemPool, ItemsThatDoNotFitComeFromTheHeap) {
 }
 
 TEST(FastAllocate, PoolsUpTo383Bytes) {
-    const auto expect = [](std::size_t size, int count, bool heap) {
+    const struct {
+        std::size_t size;
+        int count;
+        bool heap;
+    } cases[] = {{0, 1, false},  {5, 0, false},  {375, 1, false}, {376, 1, false},  {383, 1, false},
+                 {47, 8, false}, {384, 1, true}, {48, 8, true},   {100000, 3, true}};
+    for (const auto& [size, count, heap] : cases) {
         void* const block = FastAllocate(size, count);
         EXPECT_EQ(is_from_heap(block), heap) << size << " * " << count;
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 8, 0u);
@@ -69,16 +75,7 @@ TEST(FastAllocate, PoolsUpTo383Bytes) {
         void* const again = FastAllocate(size, count);
         EXPECT_TRUE(heap || again == block) << size;
         FastDeallocate(again);
-    };
-    expect(0, 1, false);
-    expect(5, 0, false);
-    expect(375, 1, false);
-    expect(376, 1, false); // the 49th pool
-    expect(383, 1, false);
-    expect(47, 8, false);
-    expect(384, 1, true);
-    expect(48, 8, true);
-    expect(100000, 3, true);
+    }
     FastDeallocate(nullptr);
     EXPECT_THROW(FastAllocate(8, -1), std::bad_array_new_length);
     EXPECT_THROW(FastAllocate(SIZE_MAX / 2, 4), std::bad_array_new_length);

@@ -92,13 +92,6 @@ struct PointArrays : velm::PointArrayList {
     }
 };
 
-// Loads the bytes as a list of arrays; returns the exception's cause.
-int load(const std::string& bytes, PointArrays& arrays) {
-    MemoryFile file(bytes);
-    CArchive in(&file, CArchive::load);
-    return archive_cause([&] { in >> arrays; });
-}
-
 TEST(StoredForms, ListsOfPointArraysSurviveDamage) {
     PointArrays arrays;
     arrays.AddTail(new ERVec<ERPoint3D>{ERPoint3D(1, 2, 3), ERPoint3D(4, 5, 6)});
@@ -110,7 +103,7 @@ TEST(StoredForms, ListsOfPointArraysSurviveDamage) {
 
     PointArrays back;
     back.AddTail(new ERVec<ERPoint3D>);
-    ASSERT_EQ(load(form, back), CArchiveException::none);
+    ASSERT_EQ(load_cause(form, [&](CArchive& in) { in >> back; }), 0);
     ASSERT_EQ(back.GetCount(), 4) << "reading appends";
     POSITION p = back.GetHeadPosition();
     back.GetNext(p);
@@ -121,7 +114,9 @@ TEST(StoredForms, ListsOfPointArraysSurviveDamage) {
 
     for (std::size_t size = 0; size < form.size(); ++size) {
         PointArrays cut;
-        EXPECT_EQ(load(form.substr(0, size), cut), CArchiveException::endOfFile) << size;
+        EXPECT_EQ(load_cause(form.substr(0, size), [&](CArchive& in) { in >> cut; }),
+                  CArchiveException::endOfFile)
+            << size;
     }
 }
 

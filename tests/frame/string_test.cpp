@@ -14,14 +14,10 @@ TEST(String, CopiesShareUntilOneIsWritten) {
     const ERCString b = a;
     EXPECT_EQ(a.data(), b.data());
     a.append(" twice");
-    EXPECT_STREQ(a, "measured twice");
     EXPECT_STREQ(b, "measured");
     const char* const before = a.data();
     a.append('.');
     EXPECT_EQ(a.data(), before) << "room for one more, and nobody shares it";
-    ERCString c = a;
-    c[0] = 'M';
-    EXPECT_EQ(a[0], 'm');
     for (const ERCString& empty :
          {ERCString(""), ERCString("x", 0), ERCString('x', 0), ERCString("", 0, "", 0),
           ERCString(ERCString("text")(2, 0)), ERCString(static_cast<const char*>(nullptr))})
@@ -34,7 +30,7 @@ TEST(String, EditsAgreeWithAModel) {
     velm_test::Random random(16);
     ERCString s;
     std::string model;
-    std::vector<ERCString> kept;
+    std::pair<ERCString, std::string> kept;
     for (int step = 0; step < 20000; ++step) {
         const int at = random.below(static_cast<int>(model.size()) + 1);
         const int n = random.below(static_cast<int>(model.size()) - at + 1);
@@ -47,11 +43,16 @@ TEST(String, EditsAgreeWithAModel) {
             [&] { s.replace(at, n, "xyz"), model.replace(uat, un, "xyz"); },
             [&] { s.prepend('\0', 2), model.insert(0, 2, '\0'); },
             [&] { s(at, n) = ERCString("<>"), model.replace(uat, un, "<>"); },
-            [&] { kept.assign(1, s); },
+            [&] {
+                kept = {s, model};
+            },
+            [&] {
+                if (at < s.length()) s[at] = model[uat] = 'M';
+            },
         };
         random.one_of(edits)();
         if (model.size() > 300) s.resize(5), model.resize(5);
-        ASSERT_EQ(s.view(), model);
+        ASSERT_TRUE(s.view() == model && kept.first.view() == kept.second) << step;
         ASSERT_EQ(s.data()[s.length()], '\0');
     }
 }
@@ -135,33 +136,19 @@ TEST(Pattern, StatusTellsWhatIsWrong) {
 }
 
 TEST(Pattern, FindsTheLeftmostAndTakesTheMost) {
-    EXPECT_EQ(matched("a*b", "caaab"), "aaab");
-    EXPECT_EQ(matched("a+", "baaac"), "aaa");
-    EXPECT_EQ(matched("ab?c", "ac abc"), "ac");
-    EXPECT_EQ(matched("a.*c", "abcbcb"), "abcbc");
-    EXPECT_EQ(matched("a?a", "a"), "a");
+    // Patterns, texts and the parts found; a set's range may stand the other way round.
+    std::istringstream cases(R"(
+        a*b caaab aaab   a+ baaac aaa   ab?c ac,abc ac   a.*c abcbcb abcbc   a?a a a   ^b ab none
+        b$ bab b   a$b a$b a$b   a^ a^ a^   [0-9]+ R12.5 12   [9-0]+ R12.5 12   [^0-9]+ 12mm mm
+        [-+]1 x-1 -1   [+-]1 x-1 -1   [\]x]+ a]x] ]x]   [] abc none   \.\\ a.\ .\   a\ a\ a\)");
+    for (std::string pattern, text, part; cases >> pattern >> text >> part;)
+        EXPECT_EQ(matched(pattern.c_str(), text.c_str()).value_or("none"), part) << pattern;
     EXPECT_EQ(matched("x*", "aaa"), "");
-    EXPECT_EQ(matched("^b", "ab"), std::nullopt);
+    EXPECT_EQ(matched("[\x80-\xFF]+", "caf\xC3\xA9s"), "\xC3\xA9");
+    EXPECT_EQ(matched("\\x41\\102\\^c\\s\\T", "AB\3 \t"), "AB\3 \t");
     EXPECT_EQ(matched("^b", "ab", 1), "b") << "the text given begins there";
-    EXPECT_EQ(matched("b$", "bab"), "b");
     EXPECT_EQ(matched("$", "abc", 3), "");
     EXPECT_EQ(matched("$", "abc", 4), std::nullopt);
-    EXPECT_EQ(matched("a$b", "a$b"), "a$b");
-    EXPECT_EQ(matched("a^", "a^"), "a^");
-}
-
-TEST(Pattern, SetsAndEscapes) {
-    EXPECT_EQ(matched("[0-9]+", "R12.5"), "12");
-    EXPECT_EQ(matched("[9-0]+", "R12.5"), "12") << "a range may stand the other way round";
-    EXPECT_EQ(matched("[^0-9]+", "12mm"), "mm");
-    EXPECT_EQ(matched("[-+]1", "x-1"), "-1");
-    EXPECT_EQ(matched("[+-]1", "x-1"), "-1");
-    EXPECT_EQ(matched("[\\]x]+", "a]x]"), "]x]");
-    EXPECT_EQ(matched("[\x80-\xFF]+", "caf\xC3\xA9s"), "\xC3\xA9");
-    EXPECT_EQ(matched("[]", "abc"), std::nullopt);
-    EXPECT_EQ(matched("\\x41\\102\\^c\\s\\T", "AB\3 \t"), "AB\3 \t");
-    EXPECT_EQ(matched("\\.\\\\", "a.\\"), ".\\");
-    EXPECT_EQ(matched("a\\", "a\\"), "a\\");
 }
 
 TEST(Pattern, ReplacesOnceOrEverywhere) {

@@ -36,17 +36,14 @@ private:
 };
 
 TEST(VecRep, CapacityGrowsInSteps) {
-    const auto expect = [](std::size_t bytes, std::size_t capacity) {
-        EXPECT_EQ(ERVecRep::adjustCapacity(bytes), capacity) << bytes;
-    };
-    expect(0, 64);
-    expect(64, 64);
-    expect(65, 128);
+    EXPECT_EQ(ERVecRep::adjustCapacity(0), 64u);
+    EXPECT_EQ(ERVecRep::adjustCapacity(64), 64u);
+    EXPECT_EQ(ERVecRep::adjustCapacity(65), 128u);
     {
         const Tuned initial(ERVecRep::initialCapacity, 100);
         const Tuned step(ERVecRep::resizeIncrement, 30);
-        expect(101, 130);
-        expect(130, 130);
+        EXPECT_EQ(ERVecRep::adjustCapacity(101), 130u);
+        EXPECT_EQ(ERVecRep::adjustCapacity(130), 130u);
         // Capacities beside the default ones are found in the cache again.
         ERVecRep* const rep = ERVecRep::getRep(101, 1);
         rep->free();

@@ -119,7 +119,7 @@ TEST(Fit, ARealBore) {
     const Ended ended = shop.run("fit circle bore.csv --diameter 4.99956542208 --inside --json -");
     EXPECT_EQ(ended.code, 0) << ended.error;
     const nlohmann::json entity = nlohmann::json::parse(ended.out)["entity"];
-    EXPECT_NEAR(2 * entity["radius"], 12.091599179226, 2e-9);
+    EXPECT_NEAR(2 * entity["radius"].get<double>(), 12.091599179226, 2e-9);
     EXPECT_NEAR(entity["centre"][0], 0.00080940233, 2e-9);
     EXPECT_NEAR(entity["centre"][1], 0.00031692348, 2e-9);
 }

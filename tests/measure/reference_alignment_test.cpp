@@ -3,8 +3,6 @@
 #include "velm/measure/reference_alignment.h"
 
 #include "support/geometry.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/transforms/transformed_values.h"
 
 namespace {
 
@@ -26,12 +24,8 @@ velm::ReferencePoint reference(Random& random, const std::vector<ERVector3D>& he
     point.normal = held.front();
     point.held = held;
     ERVector3D off = random.value<ERVector3D>(0.1);
-    if (held.size() == 3)
-        off = ERVector3D();
-    else if (held.size() == 2)
-        off = (held[0] ^ held[1]) * 0.1;
-    else
-        off -= (off * held[0]) * held[0];
+    for (const ERVector3D& direction : held) // at right angles
+        off -= (off * direction) * direction;
     point.measured = away << (point.nominal + 2.0 * point.normal + off);
     return point;
 }

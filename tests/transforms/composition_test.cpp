@@ -117,22 +117,16 @@ TEST(Arrays, AreMappedAsTheirPoints) {
 
 // ---- reduction ----
 
-ERMatrix<double> nearly_identity(double error) {
-    ERMatrix<double> m = IdentityMatrix(3);
-    m(2, 1) = error;
-    return m;
-}
-
 TEST(Reduction, ToleratesOneInAHundredThousandMillion) {
-    const auto kind = [](ERTr3DRevRep* body) {
-        return std::string(ERPmSimilitude3D(body).body()->className());
-    };
     for (const bool within : {true, false}) {
         const double e = within ? 0.9e-11 : 1.1e-11;
-        const ERMatrix<double> m = nearly_identity(e);
+        ERMatrix<double> m = IdentityMatrix(3);
+        m(2, 1) = e;
         const ERPoint3D t(0, -e, 0), far(0, 0, 5);
         const auto is = [&](ERTr3DRevRep* body, char if_within, char if_not) {
-            EXPECT_EQ(kind(body), class_of(within ? if_within : if_not)) << e;
+            EXPECT_STREQ(ERPmSimilitude3D(body).body()->className(),
+                         class_of(within ? if_within : if_not))
+                << e;
         };
         is(new _ERTranslation3D(t), 'I', 'T');
         is(new _ERRotation3D(m), 'I', 'R');

@@ -6,23 +6,20 @@ namespace {
 
 constexpr double rounding = 1e-12;
 
-class PlaneTransformation : public testing::Test {
-public:
-    ERPoint2D point() { return random.value<ERPoint2D>(10); }
-    ERVector2D vector() { return random.value<ERVector2D>(10); }
+velm_test::Random draw{71};
 
-    velm_test::Random random{71};
-};
+ERPoint2D point() { return draw.value<ERPoint2D>(10); }
+ERVector2D vector() { return draw.value<ERVector2D>(10); }
 
 void expect_near(const ERPoint2D& a, const ERPoint2D& b, double tolerance = rounding) {
     EXPECT_TRUE(isEqual(a, b, tolerance)) << a << " " << b;
 }
 
-TEST_F(PlaneTransformation, MapsAsItIsMade) {
+TEST(PlaneTransformation, MapsAsItIsMade) {
     for (int i = 0; i < 300; ++i) {
         const ERPoint2D p = point(), c = point();
         const ERVector2D v = vector();
-        const double angle = random.uniform(-3, 3), k = random.uniform(-3, 3);
+        const double angle = draw.uniform(-3, 3), k = draw.uniform(-3, 3);
         expect_near(ERTransfo2D() >> p, p);
         expect_near(ERTransfo2D(v) >> p, p + v);
         expect_near(ERTransfo2D(k, c) >> p, c + ERVector2D(c, p) * k);
@@ -41,11 +38,10 @@ TEST_F(PlaneTransformation, MapsAsItIsMade) {
     }
 }
 
-TEST_F(PlaneTransformation, GoesBackExceptThroughMirrors) {
+TEST(PlaneTransformation, GoesBackExceptThroughMirrors) {
     for (int i = 0; i < 300; ++i) {
         const ERPoint2D p = point(), c = point();
-        const ERTransfo2D t =
-            ERTransfo2D(vector(), c) * ERTransfo2D(random.uniform(0.2, 3), point());
+        const ERTransfo2D t = ERTransfo2D(vector(), c) * ERTransfo2D(draw.uniform(0.2, 3), point());
         expect_near(t << (t >> p), p, 1e-11);
         expect_near(t >> (t << p), p, 1e-11);
         const ERVector2D v = vector();
@@ -67,9 +63,8 @@ void expect_near(const Coordinate& a, const Coordinate& b, double tolerance = 1e
 }
 
 TEST(CoordinateConversions, ComeBack) {
-    velm_test::Random random(72);
     for (int i = 0; i < 2000; ++i) {
-        const Coordinate c(random.uniform(-9, 9), random.uniform(-9, 9), random.uniform(-9, 9));
+        const Coordinate c(draw.uniform(-9, 9), draw.uniform(-9, 9), draw.uniform(-9, 9));
         expect_near(Cylindrical2Cartesian(Cartesian2Cylindrical(c)), c);
         expect_near(Spherical2Cartesian(Cartesian2Spherical(c)), c);
         const Coordinate unit = IJK2IJK(c);

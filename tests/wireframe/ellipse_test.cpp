@@ -53,30 +53,32 @@ TEST(EllipseKernel, AgreesWithTheReferencesToTheLastBits) {
 
 TEST(EllipseKernel, TellsTiesAndDegenerateShapes) {
     tqkCurvePointList2 points;
+    const double high = 3 * std::sqrt(0.75);
     const auto query = [&](double a, double b, double x, double y) {
         return tqkEllipse2(a, b).global_closest_point(x, y, points);
     };
-    EXPECT_EQ(query(5, 3, 0, 0), tqkEllipse2::closest_two);
-    EXPECT_EQ(points[0].y, 3);
-    EXPECT_EQ(points[1].y, -3);
-    EXPECT_EQ(query(3, 5, 0, 0), tqkEllipse2::closest_two);
-    EXPECT_EQ(points[0].x, 3);
-    EXPECT_EQ(points[1].x, -3);
-    // Between the centres of curvature (16/5, 0) and beyond them.
-    EXPECT_EQ(query(5, 3, 1.6, 0), tqkEllipse2::closest_two);
-    EXPECT_DOUBLE_EQ(points[0].x, 2.5);
-    EXPECT_DOUBLE_EQ(points[1].y, -3 * std::sqrt(0.75));
-    EXPECT_EQ(query(5, 3, -3.2, 0), tqkEllipse2::closest_unique);
-    EXPECT_EQ(points[0].x, -5);
-    EXPECT_DOUBLE_EQ(points[0].parameter, pi);
-    EXPECT_EQ(query(2, 2, 0, 0), tqkEllipse2::closest_everywhere);
-    EXPECT_EQ(points[0].x, 2);
-    EXPECT_EQ(query(2, 0, 1.25, 7), tqkEllipse2::closest_unique);
-    EXPECT_EQ(points[0].x, 1.25);
-    EXPECT_EQ(query(2, 0, -7, 7), tqkEllipse2::closest_unique);
-    EXPECT_EQ(points[0].x, -2);
-    EXPECT_EQ(query(0, 0, 1, 1), tqkEllipse2::closest_unique);
-    EXPECT_EQ(points[0].x, 0);
+    const struct {
+        double a, b, x, y;
+        int answer;
+        ERPoint2D first, second;
+    } cases[] = {{5, 3, 0, 0, tqkEllipse2::closest_two, {0, 3}, {0, -3}},
+                 {3, 5, 0, 0, tqkEllipse2::closest_two, {3, 0}, {-3, 0}},
+                 // Between the centres of curvature (16/5, 0) and beyond them.
+                 {5, 3, 1.6, 0, tqkEllipse2::closest_two, {2.5, high}, {2.5, -high}},
+                 {5, 3, -3.2, 0, tqkEllipse2::closest_unique, {-5, 0}, {}},
+                 {2, 2, 0, 0, tqkEllipse2::closest_everywhere, {2, 0}, {}},
+                 {2, 0, 1.25, 7, tqkEllipse2::closest_unique, {1.25, 0}, {}},
+                 {2, 0, -7, 7, tqkEllipse2::closest_unique, {-2, 0}, {}},
+                 {0, 0, 1, 1, tqkEllipse2::closest_unique, {0, 0}, {}}};
+    for (const auto& [a, b, x, y, answer, first, second] : cases) {
+        EXPECT_EQ(query(a, b, x, y), answer) << a << ' ' << b << ' ' << x;
+        EXPECT_TRUE(isEqual({points[0].x, points[0].y}, first, 1e-15)) << a << ' ' << b << ' ' << x;
+        EXPECT_NEAR(std::cos(points[0].parameter) * a, points[0].x, 1e-14);
+        EXPECT_NEAR(std::sin(points[0].parameter) * b, points[0].y, 1e-14);
+        if (answer == tqkEllipse2::closest_two) {
+            EXPECT_TRUE(isEqual({points[1].x, points[1].y}, second, 1e-15)) << a << ' ' << b;
+        }
+    }
     EXPECT_EQ(query(2, 1, NAN, 1), tqkEllipse2::closest_invalid);
     EXPECT_EQ(query(2, 1, 1, HUGE_VAL), tqkEllipse2::closest_invalid);
     EXPECT_EQ(points.size(), 0);
@@ -125,16 +127,6 @@ TEST(Ellipse, ConstructionsAgree) {
     }
     EXPECT_GE(EREllipse2D(1, 5, 0, {0, 0}).getSmallAxe(), 0); // swapped: no NaN
     EXPECT_EQ(EREllipse2D(2, 1, 0, {3, 3}).get_closest({NAN, 0}), ERPoint2D());
-}
-
-TEST(Ellipse, BoxIsThatOfTheWholeArc) {
-    for (int round = 0; round < 40; ++round) {
-        const EREllipse2D e = random_ellipse();
-        ERArcEllipse2D whole(e, 0.0, 2 * pi);
-        expect_tight_box(whole);
-        EXPECT_TRUE(isEqual(whole.getBox().MinPoint(), e.getBox().MinPoint(), 1e-13));
-        EXPECT_TRUE(isEqual(whole.getBox().MaxPoint(), e.getBox().MaxPoint(), 1e-13));
-    }
 }
 
 TEST(EllipticalArc, ParametersFollowTheCentralAngles) {

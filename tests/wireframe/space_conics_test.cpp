@@ -76,6 +76,10 @@ TEST(Conics, WholeOnesKeepTheirPoints) {
         EXPECT_TRUE(isEqual(on_circle, lifted(flat_turn(t)), 1e-12));
         EXPECT_TRUE(isEqual(on_ellipse, lifted(flat_round(t)), 1e-12));
         EXPECT_TRUE(isEqual(flat_circle.getBox().MaxPoint(), flat_turn.getBox().MaxPoint(), 1e-12));
+        EXPECT_TRUE(
+            isEqual(flat_ellipse.getBox().MinPoint(), flat_round.getBox().MinPoint(), 1e-12));
+        EXPECT_TRUE(
+            isEqual(flat_ellipse.getBox().MaxPoint(), flat_round.getBox().MaxPoint(), 1e-12));
         EXPECT_TRUE(isEqual(circle.getBox().MinPoint(), turn.getBox().MinPoint(), 1e-12));
         EXPECT_TRUE(isEqual(ellipse.getBox().MinPoint(), round_arc.getBox().MinPoint(), 1e-12));
 
