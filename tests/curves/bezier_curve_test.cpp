@@ -264,6 +264,24 @@ TYPED_TEST(Bezier, LengthsBoxesAndSamplesFollowTheTrim) {
     EXPECT_EQ(straight.cordalHeight(), 0.0);
 }
 
+TYPED_TEST(Bezier, PowerFormGivesThePoint) {
+    this->on_random_curves([this](velm_test::Random& random, TypeParam& curve) {
+        if (curve.degree() > 7) return;
+        const auto form = curve.getSpanPower(5); // the index is not read
+        ASSERT_EQ(form.length(), TypeParam::StoredPole::components);
+        const double s = random.uniform(0.0, 1.0);
+        const auto point = curve(ERLimites(curve.Ndeb(), curve.Nfin())(s));
+        for (int c = 0; c < this->size; ++c)
+            EXPECT_NEAR(form[c].evaluate(s) / (this->rational ? form[this->size].evaluate(s) : 1.0),
+                        point[c], 1e-9);
+        for (const bool scales : {false, true}) {
+            const double before = curve.getSpanPower(0)[0].evaluate(s);
+            scales ? curve.scale(3.0) : curve.translate(curve[0]);
+            EXPECT_NE(curve.getSpanPower(0)[0].evaluate(s), before) << "forgotten";
+        }
+    });
+}
+
 TYPED_TEST(Bezier, IsStoredPrintedAndCreatedByName) {
     using velm_test::bytes_of;
     const TypeParam curve({this->pole(1, 2), this->pole(3, 4, 0.5)}, ERLimites(0, 2),

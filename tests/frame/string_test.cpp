@@ -47,7 +47,7 @@ TEST(String, EditsAgreeWithAModel) {
                 kept = {s, model};
             },
             [&] {
-                if (at < s.length()) s[at] = model[uat] = 'M';
+                if (at < s.length()) (step % 2 ? s[at] : s(at)) = model[uat] = 'M';
             },
         };
         random.one_of(edits)();

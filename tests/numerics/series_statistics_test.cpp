@@ -65,6 +65,10 @@ TEST(SeriesStatistics, CountsWhatLiesWithinLimitsAndWhatWasProjected) {
 
     ERSerieStatistic one = series({4.0}, 0.0, 9.0);
     EXPECT_EQ(one.variance(), 0.0);
+    one.set_type(gmStatType_minimum);
+    one.reset();
+    EXPECT_EQ(one.length(), 0);
+    EXPECT_EQ(one.type(), gmStatType_fit);
 }
 
 TEST(SeriesStatistics, TellsTheWorseOfTwoCandidates) {

@@ -126,6 +126,8 @@ TEST(DBObject, HasFixedKeysAndTwoKindsOfGetters) {
     EXPECT_EQ(record.isDirty(), 0);
     record.name("rim");
     EXPECT_EQ(record.isDirty(), 1);
+    record.color_rgb(0xFFEEDDCCul);
+    record.set_faults(2);
     record.level_name("outer");
     record.property(100, 0.05).property(-1, 5).property(100, "0.05 mm");
     EXPECT_EQ(record.property(100).getType(), ERDBObjProperty::string_value);
@@ -135,6 +137,8 @@ TEST(DBObject, HasFixedKeysAndTwoKindsOfGetters) {
     const ERDBObject copy(read);
     EXPECT_STREQ(copy.name(), "rim");
     EXPECT_NE(copy.name(), read.name());
+    EXPECT_EQ(copy.color_rgb(), 0xFFEEDDCCul);
+    EXPECT_EQ(static_cast<int>(copy.property(6)), 2) << "the faults";
     EXPECT_EQ(read.getCopy(), nullptr);
 }
 

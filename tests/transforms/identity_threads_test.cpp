@@ -7,6 +7,19 @@ namespace {
 
 using velm_test::RandomTransformations;
 
+TEST(ThreadsIdentity, IsOneForEachThread) {
+    ERTr3DRevRep* const own = ERTr3DRevRep::GetIdentity();
+    EXPECT_EQ(ERTr3DRevRep::GetIdentity(), own);
+    const ERPmIsometrie3D handle;
+    EXPECT_EQ(handle.body(), own);
+    std::thread([own] {
+        ERTr3DRevRep* const other = ERTr3DRevRep::GetIdentity();
+        EXPECT_NE(other, own);
+        EXPECT_EQ(ERTr3DRevRep::GetIdentity(), other);
+        EXPECT_EQ(other->references(), 1);
+    }).join();
+}
+
 TEST(ThreadsIdentity, MadeInAWorkerUsedAndDestroyedInMain) {
     RandomTransformations make(61);
     std::vector<ERPmSimilitude3D> made;
