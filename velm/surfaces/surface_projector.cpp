@@ -170,17 +170,24 @@ SurfaceFoot nearest_on_patches(const ProjectorTables& tables, const ERPoint3D& p
     const detail::SurfaceLeaves& leaves = tables.leaves;
     leaves.frame.to_local(p, q);
     LeafSearch search(q, leaves.size, budget);
-    int done = -1;
+    int hinted = -1;
+    double on_leaf[2] = {};
     if (hint != nullptr) {
         const auto within = [](double t, const ERLimites& limits) {
             return t > limits.start() ? std::min(t, limits.end()) : limits.start();
         };
-        double s = 0.0, t = 0.0;
-        done = leaves.leaf_at(within(hint->x(), tables.surface.domain_u()),
-                              within(hint->y(), tables.surface.domain_v()), &s, &t);
-        search.leaf_from(leaves, leaves[done], done, s, t);
+        hinted =
+            leaves.leaf_at(within(hint->x(), tables.surface.domain_u()),
+                           within(hint->y(), tables.surface.domain_v()), &on_leaf[0], &on_leaf[1]);
     }
-    detail::search_tree(tables.tree, leaves, search, [done](int leaf) { return leaf != done; });
+    detail::search_from_best(
+        tables.tree, leaves.size, search,
+        [&](LeafSearch& all) {
+            if (hinted >= 0) all.leaf_from(leaves, leaves[hinted], hinted, on_leaf[0], on_leaf[1]);
+            detail::search_tree(tables.tree, leaves, all,
+                                [hinted](int leaf) { return leaf != hinted; });
+        },
+        [&](int leaf, LeafSearch& alone) { alone.leaf(leaves, leaves[leaf], leaf); });
     SurfaceFoot foot = detail::foot_at(tables.surface, leaves, search.best(), q);
     // Roundings of local points and of their squares.
     const double distance = std::sqrt(search.best().squared);

@@ -15,8 +15,6 @@ constexpr double smooth_turn = 1e-6;
 // Second derivatives of the squared distance that are this small beside the square of the speed
 // make all of a trim curve near the foot equally far.
 constexpr double flat_bend = 1e-9;
-// Halvings of one leaf for a first place.
-constexpr int quick_budget = 16;
 
 double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
@@ -263,20 +261,9 @@ void FaceSet::look_at_all(LeafSearch& search) const {
 }
 
 void FaceSet::search(LeafSearch& search) const {
-    const LeafSearch start = search;
-    look_at_all(search);
-    if (!search.spent()) return;
-    LeafPlace best = search.best();
-    tree_.nearest(start.query(), best.squared, [&](int number, double) {
-        LeafSearch alone(start.query(), local_size_, quick_budget);
-        alone.limit(best.squared);
-        look_alone(number, alone);
-        if (alone.best().leaf >= 0) best = alone.best();
-        return true;
-    });
-    search = start;
-    if (best.leaf >= 0) search.offer(best);
-    look_at_all(search);
+    search_from_best(
+        tree_, local_size_, search, [this](LeafSearch& all) { look_at_all(all); },
+        [this](int number, LeafSearch& alone) { look_alone(number, alone); });
 }
 
 void FaceSet::search_at(int face, const ERPoint2D& parameter, LeafSearch& search) const {
