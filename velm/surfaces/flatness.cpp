@@ -75,12 +75,11 @@ Flatness of_shape(const SurfaceTables& tables, const ERLimites& u, const ERLimit
 // A surface of revolution turned back to the angle 0, moved along its normal.
 Flatness of_turned(const SurfaceTables& base, double offset, const ERLimites& u,
                    const ERLimites& v) {
-    const PointSeries<Interval, 3> series = expansion_over(base, u, v);
     Interval jet[18];
     if (offset == 0.0) {
-        jet_of_series(series, jet);
+        jet_of_series(expansion_over(base, u, v), jet);
     } else {
-        jet_of_series(offset_series(series, offset), jet);
+        jet_of_series(offset_over(base, offset, u, v), jet);
     }
     const auto size = [&](int k) { return size_of(jet[3 * k], jet[3 * k + 1], jet[3 * k + 2]); };
     const bool half_plane = base.meridian && jet[0].lower >= -1e-12 * jet[0].upper;

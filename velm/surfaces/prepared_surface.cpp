@@ -268,21 +268,27 @@ ERVector3D normal_of(const SurfaceTables& tables, const ERPoint2D& at, const Jet
     return shape.radius * shape.small_radius < 0.0 ? -away : away;
 }
 
-// A point moved along the base's normal. Where the base has no normal but the limit, the
-// derivatives are those a little nearer to the middle of the limits.
+// A point moved along the base's normal, or along its limit. Where the base has no normal but a
+// limit, and no side of a patch in one point that gives the derivatives, they are those a little
+// nearer to the middle of the limits.
 Jet moved_jet(const SurfaceTables& tables, const ERPoint2D& at, int order) {
     const SurfaceTables& base = *tables.base;
     const Jet below = jet_at(base, at, 1);
     const ERVector3D regular = regular_normal(base, below);
     const bool is_regular = regular.norme2() > 0.0;
     Jet jet = {};
-    if (order > 0) {
-        constexpr double nearer = 1e-4;
-        const double step = is_regular ? 0.0 : nearer;
+    if (order > 0 || !is_regular) {
+        const auto moved = detail::offset_at(base, tables.offset, at.x(), at.y());
+        jet_of_series(moved.point, jet.c);
+        const bool is_finite = std::all_of(std::begin(jet.c), std::end(jet.c),
+                                           [](double x) { return std::isfinite(x); });
+        if (!is_regular && moved.is_by_pole && is_finite) return jet;
+    }
+    if (order > 0 && !is_regular) {
+        constexpr double step = 1e-4;
         const double u = (1.0 - step) * at.x() + step * tables.u(0.5);
         const double v = (1.0 - step) * at.y() + step * tables.v(0.5);
-        jet_of_series(detail::offset_series(detail::expansion_at(base, u, v), tables.offset),
-                      jet.c);
+        jet_of_series(detail::offset_at(base, tables.offset, u, v).point, jet.c);
     }
     const ERVector3D normal = is_regular ? regular : normal_of(base, at, below);
     for (int k = 0; k < 3; ++k)

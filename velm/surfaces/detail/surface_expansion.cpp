@@ -138,7 +138,20 @@ PointSeries<T, order> points_of(const Homogeneous<T>& h, bool rational, const do
     return p;
 }
 
-// The part of a net over a rectangle within its own, about the pole in its middle.
+// The poles of the part of a net over a rectangle within its own.
+std::vector<double> restricted(const Net& net, const ERLimites& u, const ERLimites& v) {
+    std::vector<double> poles(net.poles, net.poles + net.doubles());
+    const PoleGrid grid{poles.data(), net.rows(), net.columns(), 4};
+    const auto cut_along = [&](Axis axis, const ERLimites& whole, const ERLimites& part) {
+        if (!(part == whole))
+            restrict_grid(grid, axis, whole.ratio(part.start()), whole.ratio(part.end()));
+    };
+    cut_along(Axis::u, net.u, u);
+    if (net.degree_v > 0) cut_along(Axis::v, net.v, v);
+    return poles;
+}
+
+// Such a part about the pole in its middle.
 PointSeries<Interval, order> points_over(const Net& net, const ERLimites& u, const ERLimites& v) {
     std::vector<double> poles(net.poles, net.poles + net.doubles());
     double origin[3];
@@ -148,15 +161,11 @@ PointSeries<Interval, order> points_over(const Net& net, const ERLimites& u, con
     for (std::size_t i = 0; i < poles.size(); i += 4)
         for (std::size_t k = 0; k < 3; ++k)
             poles[i + k] -= origin[k] * poles[i + 3];
-    const PoleGrid grid{poles.data(), net.rows(), net.columns(), 4};
-    const auto cut_along = [&](Axis axis, const ERLimites& whole, const ERLimites& part) {
-        if (!(part == whole))
-            restrict_grid(grid, axis, whole.ratio(part.start()), whole.ratio(part.end()));
-    };
-    cut_along(Axis::u, net.u, u);
-    if (net.degree_v > 0) cut_along(Axis::v, net.v, v);
+    Net about(net);
+    about.poles = poles.data();
+    const std::vector<double> part = restricted(about, u, v);
     Homogeneous<Interval> h;
-    expand_over({poles.data(), net.degree_u, net.degree_v, u, v, net.rational}, h);
+    expand_over({part.data(), net.degree_u, net.degree_v, u, v, net.rational}, h);
     return points_of(h, net.rational, origin);
 }
 
@@ -205,8 +214,8 @@ PointSeries<double, order> generatrix_at(const PreparedCurve<3>& curve, double t
     return points_of(h, piece.rational, origin);
 }
 
-void include(PointSeries<Interval, order>& all, const PointSeries<Interval, order>& part,
-             bool first) {
+template <int N>
+void include(PointSeries<Interval, N>& all, const PointSeries<Interval, N>& part, bool first) {
     for (std::size_t k = 0; k < 3; ++k)
         for (std::size_t n = 0; n < all.c[k].c.size(); ++n)
             first ? all.c[k].c[n] = part.c[k].c[n]
@@ -269,6 +278,125 @@ PointSeries<double, order> in_space(const AnalyticShape& shape, const PointSerie
     return q;
 }
 
+// Poles.
+
+// A side of a net that is one point: a row along u at an end of v, or a column along v.
+struct PointSide {
+    bool along_u = false, at_end = false;
+    int first = 0; // pole
+};
+
+// The side nearest to a place, if any is a point.
+std::optional<PointSide> point_side(const Net& net, const ERMinimax3D& box, double u, double v) {
+    constexpr double one_point = 0x1p-40; // of the box: rounding of a turned meridian's end
+    const double tolerance = one_point * box.diagonal();
+    std::optional<PointSide> found;
+    double nearest = HUGE_VAL;
+    for (const bool along_u : {true, false})
+        for (const bool at_end : {false, true}) {
+            const int across = along_u ? net.degree_v : net.degree_u,
+                      along = along_u ? net.degree_u : net.degree_v;
+            const int step = along_u ? 1 : net.columns(), other = along_u ? net.columns() : 1;
+            const PointSide side{along_u, at_end, at_end ? across * other : 0};
+            const double* const one = net.poles + 4 * side.first;
+            bool is_point = across > 0 && along > 0;
+            for (int k = 1; is_point && k <= along; ++k)
+                for (int c = 0; c < 3; ++c) {
+                    const double* const pole = one + 4 * k * step;
+                    is_point =
+                        is_point && std::fabs(pole[c] / pole[3] - one[c] / one[3]) <= tolerance;
+                }
+            const double x = along_u ? net.v.ratio(v) : net.u.ratio(u);
+            const double distance = at_end ? 1.0 - x : x;
+            if (is_point && distance < nearest) found = side, nearest = distance;
+        }
+    return found;
+}
+
+// The net of S: P less the point of the side, weighted, over the distance from the side.
+template <std::size_t N>
+Net divided_net(const Net& net, const PointSide& side, WorkArray<double, N>& work) {
+    Net part(net);
+    --(side.along_u ? part.degree_v : part.degree_u);
+    part.poles = work.data();
+    const double* const one = net.poles + 4 * side.first;
+    const int across = side.along_u ? net.degree_v : net.degree_u, skip = side.at_end ? 0 : 1;
+    for (int r = 0; r < part.rows(); ++r)
+        for (int a = 0; a < part.columns(); ++a) {
+            const int at = side.along_u ? r : a;
+            const int from =
+                (r + (side.along_u ? skip : 0)) * net.columns() + a + (side.along_u ? 0 : skip);
+            const double* const pole = net.poles + 4 * from;
+            const double factor = double(across) / (side.at_end ? across - at : at + 1);
+            double* const to = work.data() + 4 * (r * part.columns() + a);
+            for (int c = 0; c < 3; ++c)
+                to[c] = factor * (pole[c] - one[c] / one[3] * pole[3]);
+            to[3] = 0.0;
+        }
+    return part;
+}
+
+template <class T>
+using Tangents = Taylor<T, 2>[2][3];
+
+template <class T>
+void tangents_of(const PointSeries<T, order>& p, Tangents<T>& tangents) {
+    for (int k = 0; k < 3; ++k)
+        tangents[0][k] = by_x(p.c[k]), tangents[1][k] = by_y(p.c[k]);
+}
+
+// The tangent along a side in one point becomes that of S, given S w and, with weights, w.
+template <class T>
+void replace_tangent(const PointSide& side, const Homogeneous<T>& divided,
+                     const Taylor<T, order>* weight, Tangents<T>& tangents) {
+    const Taylor<T, order> reciprocal = weight ? inverse(*weight) : Taylor<T, order>();
+    for (int k = 0; k < 3; ++k) {
+        const Taylor<T, order> s = weight ? divided[k] * reciprocal : divided[k];
+        if (side.along_u)
+            tangents[0][k] = by_x(s);
+        else
+            tangents[1][k] = by_y(s);
+    }
+}
+
+template <class T>
+PointSeries<T, 2> moved_along(const PointSeries<T, order>& p, const Tangents<T>& tangents,
+                              double offset) {
+    Taylor<T, 2> normal[3], norm2;
+    for (int k = 0; k < 3; ++k) {
+        const int a = (k + 1) % 3, b = (k + 2) % 3;
+        normal[k] = tangents[0][a] * tangents[1][b] - tangents[0][b] * tangents[1][a];
+        norm2 = norm2 + squared(normal[k]);
+    }
+    const Taylor<T, 2> factor = inverse(root(norm2)) * T(offset);
+    PointSeries<T, 2> moved;
+    for (int k = 0; k < 3; ++k)
+        moved.c[k] = cut(p.c[k]) + normal[k] * factor;
+    return moved;
+}
+
+// The offset of the part of a patch.
+PointSeries<Interval, 2> moved_over(const Net& net, const ERMinimax3D& box, double offset,
+                                    const ERLimites& u, const ERLimites& v) {
+    const PointSeries<Interval, order> p = points_over(net, u, v);
+    Tangents<Interval> tangents;
+    tangents_of(p, tangents);
+    if (const auto side = point_side(net, box, u(0.5), v(0.5))) {
+        WorkArray<double, 4 * 16> work(net.doubles());
+        Net s = divided_net(net, *side, work);
+        const std::vector<double> own = restricted(s, u, v), whole = restricted(net, u, v);
+        Homogeneous<Interval> divided, weighted;
+        expand_over({own.data(), s.degree_u, s.degree_v, u, v, false}, divided);
+        expand_over({whole.data(), net.degree_u, net.degree_v, u, v, net.rational}, weighted);
+        replace_tangent(*side, divided, net.rational ? &weighted[3] : nullptr, tangents);
+    }
+    return moved_along(p, tangents, offset);
+}
+
+const ERMinimax3D& box_of(const SurfaceTables& tables, int i, int j) {
+    return tables.boxes[std::size_t(j) * std::size_t(tables.patches_u()) + std::size_t(i)];
+}
+
 } // namespace
 
 PointSeries<double, 3> expansion_at(const SurfaceTables& tables, double u, double v,
@@ -295,6 +423,50 @@ PointSeries<Interval, 3> expansion_over(const SurfaceTables& tables, const ERLim
             ERLimites part_u, part_v;
             if (!common(net.u, u, part_u) || !common(net.v, v, part_v)) break;
             include(all, points_over(net, part_u, part_v), first);
+            first = false;
+        }
+    return all;
+}
+
+OffsetSeries<double> offset_at(const SurfaceTables& base, double offset, double u, double v,
+                               SurfaceSide side) {
+    const PointSeries<double, order> p = expansion_at(base, u, v, side);
+    Tangents<double> tangents;
+    tangents_of(p, tangents);
+    OffsetSeries<double> moved;
+    if (!base.generatrix) {
+        const int i = interval_of(base.ends_u, u, side.below_u),
+                  j = interval_of(base.ends_v, v, side.below_v);
+        const Net net = net_of(base, i, j);
+        if (const auto point = point_side(net, box_of(base, i, j), u, v)) {
+            WorkArray<double, 4 * 16> work(net.doubles());
+            Homogeneous<double> divided, weighted;
+            expand_at(divided_net(net, *point, work), u, v, divided);
+            if (net.rational) expand_at(net, u, v, weighted);
+            replace_tangent(*point, divided, net.rational ? &weighted[3] : nullptr, tangents);
+            moved.is_by_pole = true;
+        }
+    }
+    moved.point = moved_along(p, tangents, offset);
+    return moved;
+}
+
+PointSeries<Interval, 2> offset_over(const SurfaceTables& base, double offset, const ERLimites& u,
+                                     const ERLimites& v) {
+    if (base.generatrix) {
+        const PointSeries<Interval, order> p = expansion_over(base, u, v);
+        Tangents<Interval> tangents;
+        tangents_of(p, tangents);
+        return moved_along(p, tangents, offset);
+    }
+    PointSeries<Interval, 2> all;
+    bool first = true;
+    for (int i = interval_of(base.ends_u, u.start()); i < base.patches_u(); ++i)
+        for (int j = interval_of(base.ends_v, v.start()); j < base.patches_v(); ++j) {
+            const Net net = net_of(base, i, j);
+            ERLimites part_u, part_v;
+            if (!common(net.u, u, part_u) || !common(net.v, v, part_v)) break;
+            include(all, moved_over(net, box_of(base, i, j), offset, part_u, part_v), first);
             first = false;
         }
     return all;

@@ -1,6 +1,13 @@
 // velm::detail::expansion_at, expansion_over: a prepared surface of patches or of revolution as a
 // power series of third order in the differences of its parameters, at a place or with intervals
-// for all places of a rectangle. velm::detail::offset_series: the surface moved along its normal.
+// for all places of a rectangle. velm::detail::offset_at, offset_over: the surface moved along its
+// normal, an order less.
+//
+// Along a row of poles in one point p0, at v = v0, Pu vanishes, and beside it the digits of Pu do.
+// There P - p0 = x S with x the distance from the row, |v - v0| over the length of the patch, and
+// the net of S is that of P - p0 with each row divided by its own x (Bernstein coefficients of a
+// polynomial with the root v0). Pu = x Su, so that Su ^ Pv has the direction of Pu ^ Pv and all its
+// digits up to the pole.
 #pragma once
 
 #include "velm/numerics/detail/taylor.h"
@@ -24,24 +31,19 @@ VELM_API PointSeries<double, 3> expansion_at(const SurfaceTables& tables, double
 VELM_API PointSeries<Interval, 3> expansion_over(const SurfaceTables& tables, const ERLimites& u,
                                                  const ERLimites& v);
 
-/// P + offset n for n the unit vector of Pu ^ Pv, of an order less than P. Not finite where Pu ^ Pv
-/// vanishes.
+/// P + offset n for n the unit vector of Pu ^ Pv, or of its limit on a side of a patch that is one
+/// point. Not finite where Pu ^ Pv vanishes otherwise.
 template <class T>
-PointSeries<T, 2> offset_series(const PointSeries<T, 3>& p, double offset) {
-    Taylor<T, 2> pu[3], pv[3], normal[3], norm2;
-    for (int k = 0; k < 3; ++k)
-        pu[k] = by_x(p.c[k]), pv[k] = by_y(p.c[k]);
-    for (int k = 0; k < 3; ++k) {
-        const int a = (k + 1) % 3, b = (k + 2) % 3;
-        normal[k] = pu[a] * pv[b] - pu[b] * pv[a];
-        norm2 = norm2 + squared(normal[k]);
-    }
-    const Taylor<T, 2> factor = inverse(root(norm2)) * T(offset);
-    PointSeries<T, 2> moved;
-    for (int k = 0; k < 3; ++k)
-        moved.c[k] = cut(p.c[k]) + normal[k] * factor;
-    return moved;
-}
+struct OffsetSeries {
+    PointSeries<T, 2> point;
+    bool is_by_pole = false; ///< by S
+};
+
+/// REQUIRES what expansion_at and expansion_over do, of the base.
+VELM_API OffsetSeries<double> offset_at(const SurfaceTables& base, double offset, double u,
+                                        double v, SurfaceSide side = {});
+VELM_API PointSeries<Interval, 2> offset_over(const SurfaceTables& base, double offset,
+                                              const ERLimites& u, const ERLimites& v);
 
 /// The point and the derivatives up to the second, six groups of three doubles: P, Pu, Pv, Puu,
 /// Puv, Pvv.
