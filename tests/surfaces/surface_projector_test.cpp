@@ -13,6 +13,7 @@
 #include "velm/surfaces/offset_surface.h"
 #include "velm/surfaces/prepared_part.h"
 #include "velm/surfaces/revolution_surface.h"
+#include "velm/surfaces/revolve.h"
 #include "velm/surfaces/sphere.h"
 #include "velm/surfaces/torus.h"
 #include "velm/transforms/transformation_factories.h"
@@ -570,6 +571,21 @@ TEST(SurfaceProjector, ListsMinimaAtPolesOfOffsets) {
             ASSERT_FALSE(minima.empty()) << span << " " << k;
             EXPECT_NEAR(minima.front().distance, projector->nearest(p).distance, 1e-12);
         }
+    }
+}
+
+// On the axis of a surface of revolution the leaves around it are about as far as each other, and a
+// search that begins with them halves them all unless it knows a place on the cap.
+TEST(SurfaceProjector, FindsThePoleFromTheAxis) {
+    const ERCpoleNURBS3D egg(
+        {{0, 0, -2, 1}, {1.5, 0, -2, 1}, {2, 0, 0, 1}, {1.5, 0, 2.5, 1}, {0, 0, 2.5, 1}}, 4);
+    const auto turned =
+        velm::revolve(egg, ERInfLine3D(ERVector3D(0, 0, 1), ERPoint3D()), 0, 2 * pi);
+    const auto projector = SurfaceProjector::on(*velm::prepare(*turned));
+    const ERPoint3D p(0, 0, -1.8207);
+    for (const SurfaceFoot& foot : {projector->nearest(p), projector->nearest(p, {0.4, 1.0})}) {
+        EXPECT_NEAR(foot.distance, 0.1793, 1e-12);
+        EXPECT_TRUE(foot.certified);
     }
 }
 

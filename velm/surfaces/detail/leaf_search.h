@@ -46,6 +46,8 @@ public:
     /// A first upper bound: only points nearer than this are looked for.
     void limit(double squared) { best_.squared = std::min(best_.squared, squared); }
 
+    void limit_budget(int budget) { budget_ = std::min(budget_, budget); }
+
     /// Looks at one leaf. `number` is what `best().leaf` becomes; `trim` is that of the leaves.
     void leaf(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, int number,
               const LeafTrim* trim = nullptr);

@@ -44,14 +44,17 @@ void search_tree(const BoxTree& tree, const SurfaceLeaves& leaves, LeafSearch& s
     search.left_out(left_out);
 }
 
-/// look_at_all(search), which looks at everything in the tree. Where that spends the budget it
-/// begins again, from the nearest of cheap first places: look_alone(item, search) looks at one
-/// item. Without them far items may spend the budget on parts that a near one leaves out.
+/// look_at_all(search), which looks at everything in the tree. Where that takes more than a small
+/// part of the budget it begins again, from the nearest of cheap first places: look_alone(item,
+/// search) looks at one item. Without them far items may spend the budget on parts that a near one
+/// leaves out.
 template <class LookAtAll, class LookAlone>
 void search_from_best(const BoxTree& tree, double size, LeafSearch& search, LookAtAll look_at_all,
                       LookAlone look_alone) {
-    constexpr int quick_budget = 16; // halvings of one item for a first place
+    constexpr int first_budget = 512; // halvings: of a search that has not gone astray
+    constexpr int quick_budget = 16;  // of one item, for a first place
     const LeafSearch start = search;
+    search.limit_budget(first_budget);
     look_at_all(search);
     if (!search.spent()) return;
     LeafPlace best = search.best();
