@@ -230,19 +230,39 @@ TEST(SurfaceEvaluation, OfTheGivenClassesAllocatesNothingAfterTheFirstCalls) {
     }
 }
 
-// A hemisphere of NURBS: at its pole the offset surface goes on to the pole of the larger one.
+// The sphere's offset is the sphere times a factor, with all its derivatives: at the poles of its
+// NURBS form, beside them, where tangents lose their digits, and away from the origin.
 TEST(PreparedOffset, MovesAlongTheLimitOfTheNormal) {
     const ERPmIsometrie3D upright =
         ERChgRepere3D(ERVector3D(1, 0, 0), ERVector3D(0, 0, 1), ERPoint3D());
-    ERCpoleNURBS3D meridian = ERArc3D(upright, 2.0, 0, pi / 2).ConvertToNurbs();
-    const auto half =
+    ERCpoleNURBS3D meridian = ERArc3D(upright, 2.0, -pi / 2, pi / 2).ConvertToNurbs();
+    const auto ball =
         velm::revolve(meridian, ERInfLine3D(ERVector3D(0, 0, 1), ERPoint3D()), 0, 2 * pi);
-    const auto prepared =
-        velm::prepare(EROffsetSurface(*half, -0.5, half->PtCur(0.5, 1).normale()));
-    ASSERT_TRUE(prepared && prepared->offset() == -0.5);
-    for (const double u : {0.2, 0.9, 1 - 1e-9, 1.0})
-        EXPECT_NEAR(ERVector3D((*prepared)(u, 1.3)).norme(), 2.5, 1e-6) << u;
-    EXPECT_TRUE(isEqual((*prepared)(1.0, 1.3), ERPoint3D(0, 0, 2.5), 1e-9));
+    const ERPoint3D centre(30, 70, 100);
+    ERMatrix<ERPole3DH> poles(ball->poles());
+    for (ERPole3DH& pole : poles.writable())
+        pole = ERPole3DH(pole.castToPoint() + centre, 1.0) * pole.weigth();
+    const ERSpoleNURBS3D away(poles, ball->knotVectorU(), ball->knotVectorV());
+    for (const auto& [base, middle] : {std::pair(&*ball, ERPoint3D()), std::pair(&away, centre)}) {
+        const auto prepared = velm::prepare(EROffsetSurface(*base, -0.5, ERVector3D(0, 0, 1)));
+        ASSERT_TRUE(prepared && prepared->base());
+        const double factor = ERVector3D(middle, (*prepared)(0.5, 1.0)).norme() / 2.0;
+        EXPECT_NEAR(std::fabs(factor - 1.0), 0.25, 1e-12);
+        const double exact = 1e-13 + 1e-13 * ERVector3D(middle).norme();
+        for (const double u :
+             {0.0, 1e-16, 1e-10, 1e-7, 1e-6, 1e-4, 0.2, 0.9, 1 - 1e-6, 1 - 1e-9, 1.0})
+            for (const double v : {0.0, 1.3, 4.0, 2 * pi}) {
+                SCOPED_TRACE(testing::Message() << middle << " " << u << " " << v);
+                const velm::SurfaceJet below = prepared->base()->jet(u, v),
+                                       jet = prepared->jet(u, v);
+                EXPECT_TRUE(isEqual(jet.point - middle, (below.point - middle) * factor, exact));
+                EXPECT_TRUE(isEqual(jet.point, (*prepared)(u, v), exact));
+                for (const auto d :
+                     {&velm::SurfaceJet::du, &velm::SurfaceJet::dv, &velm::SurfaceJet::duu,
+                      &velm::SurfaceJet::duv, &velm::SurfaceJet::dvv})
+                    EXPECT_TRUE(isEqual(jet.*d, below.*d * factor, 100 * exact));
+            }
+    }
 }
 
 } // namespace
