@@ -4,6 +4,7 @@
 #include "support/face_text.h"
 #include "support/random.h"
 #include "velm/frame/point_functions.h"
+#include "velm/surfaces/offset_surface.h"
 #include "velm/surfaces/surface_projector.h"
 
 #include <algorithm>
@@ -138,6 +139,28 @@ TEST(FaceMesh, OfDiscsWithHolesOnEveryKindOfSurface) {
             expect_no_gaps(mesh, name);
         }
     }
+}
+
+// The normals of a bent patch turn through more than a right angle, and those of its offset's base
+// have no bound over the whole of it.
+TEST(FaceMesh, OfAnOffsetWhoseBaseTurnsStrongly) {
+    ERMatrix<ERPole3DH> net(3, 4);
+    for (int j = 0; j < 3; ++j) {
+        const ERPoint3D row[] = {{0, 0, 0}, {3, 0, 3}, {-0.5, 0, 3}, {3, 0, 0}};
+        for (int i = 0; i < 4; ++i)
+            net(j, i) = ERPole3DH(row[i] + ERPoint3D(0, j, 0), 1.0);
+    }
+    const ERSpoleNURBS3D bent(net, ERKnotVector(3, 4, {0, 1}), ERKnotVector(2, 3, {0, 1}));
+    ERTrimmedSurface trimmed(EROffsetSurface(bent, 0.2, ERVector3D(0, 0, 1)));
+    trimmed.addBound(circle(0.5, 0.5, 0.4), Boundary::outer);
+    const auto face = velm::prepare_face(trimmed);
+    ASSERT_TRUE(face);
+    const velm::SurfaceMesh mesh = velm::tessellate(*face, 0.02);
+    EXPECT_TRUE(mesh.certified);
+    EXPECT_NEAR(area_in_parameters(mesh), pi * 0.16, 0.02);
+    EXPECT_NEAR(area_in_space(mesh), area_of(*face), 0.02 * area_of(*face));
+    expect_near(*face, mesh, 0.02, 100, "bent");
+    expect_no_gaps(mesh, "bent");
 }
 
 TEST(FaceMesh, NeedsFewTrianglesAndRefusesWhatIsNoError) {

@@ -72,9 +72,17 @@ Flatness of_shape(const SurfaceTables& tables, const ERLimites& u, const ERLimit
     }
 }
 
+// Bounds of the second derivatives, and whether a meridian stays in its half plane.
+struct TurnedBounds {
+    Flatness bends;
+    bool half_plane;
+
+    bool is_finite() const { return std::max({bends.uu, bends.uv, bends.vv}) < HUGE_VAL; }
+};
+
 // A surface of revolution turned back to the angle 0, moved along its normal.
-Flatness of_turned(const SurfaceTables& base, double offset, const ERLimites& u,
-                   const ERLimites& v) {
+TurnedBounds bounds_of_turned(const SurfaceTables& base, double offset, const ERLimites& u,
+                              const ERLimites& v) {
     Interval jet[18];
     if (offset == 0.0) {
         jet_of_series(expansion_over(base, u, v), jet);
@@ -83,7 +91,35 @@ Flatness of_turned(const SurfaceTables& base, double offset, const ERLimites& u,
     }
     const auto size = [&](int k) { return size_of(jet[3 * k], jet[3 * k + 1], jet[3 * k + 2]); };
     const bool half_plane = base.meridian && jet[0].lower >= -1e-12 * jet[0].upper;
-    return {size(3), half_plane ? 0.0 : size(4), size(5)};
+    return {{size(3), size(4), size(5)}, half_plane};
+}
+
+// Where the normals of a base may turn so far over a rectangle that nothing bounds their length
+// from below, the bounds of its halves, at most so often.
+TurnedBounds bounds_of_halves(const SurfaceTables& base, double offset, const ERLimites& u,
+                              const ERLimites& v, int levels) {
+    const TurnedBounds whole = bounds_of_turned(base, offset, u, v);
+    if (levels == 0 || offset == 0.0 || whole.is_finite()) return whole;
+    const bool along_u = u.amplitude() * base.v.amplitude() >= v.amplitude() * base.u.amplitude();
+    const ERLimites low(0.0, 0.5), high(0.5, 1.0);
+    const auto half = [&](const ERLimites& part) {
+        return along_u ? bounds_of_halves(base, offset, u(part), v, levels - 1)
+                       : bounds_of_halves(base, offset, u, v(part), levels - 1);
+    };
+    const TurnedBounds a = half(low);
+    if (!a.is_finite()) return whole;
+    const TurnedBounds b = half(high);
+    return {{std::max(a.bends.uu, b.bends.uu), std::max(a.bends.uv, b.bends.uv),
+             std::max(a.bends.vv, b.bends.vv)},
+            a.half_plane && b.half_plane};
+}
+
+Flatness of_turned(const SurfaceTables& base, double offset, const ERLimites& u,
+                   const ERLimites& v) {
+    constexpr int most_halvings = 8;
+    TurnedBounds bounds = bounds_of_halves(base, offset, u, v, most_halvings);
+    if (bounds.half_plane) bounds.bends.uv = 0.0;
+    return bounds.bends;
 }
 
 } // namespace

@@ -48,7 +48,8 @@ struct Flatness {
 
 /// The bounds over a rectangle of parameters, which is cut to the domain; they shrink to the values
 /// at a place as the rectangle does. Except for rounding. Infinite where an offset surface has a
-/// place without normal. REQUIRES none of breaks_u and breaks_v strictly inside the rectangle.
+/// place without normal, except on a side of a patch in one point, where the limit counts. REQUIRES
+/// none of breaks_u and breaks_v strictly inside the rectangle.
 VELM_API Flatness flatness(const PreparedSurface& surface, const ERLimites& u, const ERLimites& v);
 
 /// The parameters inside the domain across which `flatness` doesn't hold, in order: knots where

@@ -57,7 +57,8 @@ std::vector<double> FaceMetric::ends_of(const ERLimites& domain,
 }
 
 // Bounds of the speeds along u and v, and of the bends: at places of a grid, and by how much the
-// second derivatives may change the speeds on the way to them.
+// second derivatives may change the speeds on the way to them. Bounds over a whole region of an
+// offset surface may be far too large where its base turns strongly: they are taken by cells.
 void FaceMetric::measure() {
     constexpr int cells = 8;
     const std::vector<double>&in_u = ends_u_, &in_v = ends_v_;
@@ -65,12 +66,18 @@ void FaceMetric::measure() {
     for (std::size_t j = 0; j + 1 < in_v.size(); ++j)
         for (std::size_t i = 0; i + 1 < in_u.size(); ++i) {
             const ERLimites u(in_u[i], in_u[i + 1]), v(in_v[j], in_v[j + 1]);
-            const Flatness bends = flatness_(u, v);
+            const bool by_cell = surface().kind() == SurfaceKind::offset;
+            Flatness bends;
+            if (!by_cell) bends = flatness_(u, v);
             const double du = u.amplitude(), dv = v.amplitude();
-            bend_u = std::max(bend_u, bends.uu * u_.amplitude() * u_.amplitude());
-            bend_v = std::max(bend_v, bends.vv * v_.amplitude() * v_.amplitude());
             const double half_u = 0.5 * du / cells, half_v = 0.5 * dv / cells;
             for (int k = 0; k < cells * cells; ++k) {
+                const auto cell = [](const ERLimites& limits, int n) {
+                    return limits(ERLimites(double(n) / cells, (n + 1.0) / cells));
+                };
+                if (by_cell) bends = flatness_(cell(u, k % cells), cell(v, k / cells));
+                bend_u = std::max(bend_u, bends.uu * u_.amplitude() * u_.amplitude());
+                bend_v = std::max(bend_v, bends.vv * v_.amplitude() * v_.amplitude());
                 const SurfaceJet jet =
                     surface().jet(u((k % cells + 0.5) / cells), v((k / cells + 0.5) / cells));
                 speed_u_ =
