@@ -1,6 +1,6 @@
 #include "velm/surfaces/flatness.h"
 
-#include "velm/surfaces/detail/surface_expansion.h"
+#include "velm/surfaces/detail/offset_expansion.h"
 #include "velm/surfaces/detail/surface_flatness.h"
 
 #include <algorithm>

@@ -3,8 +3,8 @@
 #include "velm/curves/detail/basis_functions.h"
 #include "velm/frame/thread_data.h"
 #include "velm/surfaces/detail/analytic_jet.h"
+#include "velm/surfaces/detail/offset_expansion.h"
 #include "velm/surfaces/detail/quotient_rule.h"
-#include "velm/surfaces/detail/surface_expansion.h"
 #include "velm/surfaces/detail/surface_tables.h"
 #include "velm/surfaces/detail/tensor_jet.h"
 #include "velm/surfaces/limit_normal.h"
@@ -240,9 +240,9 @@ std::optional<PreparedSurface> PreparedSurface::base() const {
 
 namespace {
 
-// The product of the tangents, or null where it is next to vanishing.
-ERVector3D regular_normal(const SurfaceTables& tables, const Jet& jet) {
-    constexpr double vanishing = 1e-6; // of what a plane of the size of the box has
+// The product of the tangents, or null where it is at most this part of what a plane of the size of
+// the box has.
+ERVector3D regular_normal(const SurfaceTables& tables, const Jet& jet, double vanishing) {
     const ERVector3D product = jet.vector(1) ^ jet.vector(2);
     const double length = product.norme();
     const double size = tables.box.diagonal();
@@ -255,7 +255,8 @@ Jet jet_at(const SurfaceTables& tables, const ERPoint2D& at, int order);
 
 // The product of the tangents where it is far from vanishing, else the limit.
 ERVector3D normal_of(const SurfaceTables& tables, const ERPoint2D& at, const Jet& jet) {
-    const ERVector3D regular = regular_normal(tables, jet);
+    constexpr double vanishing = 1e-6;
+    const ERVector3D regular = regular_normal(tables, jet, vanishing);
     if (regular.norme2() > 0.0) return regular;
     const ERPoint2D inside(tables.clamped_u(at.x()), tables.clamped_v(at.y()));
     const ERVector3D limit = limit_normal(
@@ -268,29 +269,32 @@ ERVector3D normal_of(const SurfaceTables& tables, const ERPoint2D& at, const Jet
     return shape.radius * shape.small_radius < 0.0 ? -away : away;
 }
 
-// A point moved along the base's normal, or along its limit. Where the base has no normal but a
-// limit, and no side of a patch in one point that gives the derivatives, they are those a little
-// nearer to the middle of the limits.
+// A point moved along the base's normal, or along its limit: by the series where tangents have few
+// digits and it has all. Where the base has no normal but a limit that gives no derivatives, they
+// are those a little nearer to the middle of the limits.
 Jet moved_jet(const SurfaceTables& tables, const ERPoint2D& at, int order) {
+    constexpr double few_digits = 1e-2, none = 1e-6;
     const SurfaceTables& base = *tables.base;
     const Jet below = jet_at(base, at, 1);
-    const ERVector3D regular = regular_normal(base, below);
-    const bool is_regular = regular.norme2() > 0.0;
+    const auto series_at = [&](double u, double v) {
+        Jet jet = {};
+        jet_of_series(detail::offset_at(base, tables.offset, u, v), jet.c);
+        return jet;
+    };
+    const bool by_limit = !(regular_normal(base, below, few_digits).norme2() > 0.0) &&
+                          detail::has_limit_tangent(base, at.x(), at.y());
     Jet jet = {};
-    if (order > 0 || !is_regular) {
-        const auto moved = detail::offset_at(base, tables.offset, at.x(), at.y());
-        jet_of_series(moved.point, jet.c);
-        const bool is_finite = std::all_of(std::begin(jet.c), std::end(jet.c),
-                                           [](double x) { return std::isfinite(x); });
-        if (!is_regular && moved.is_by_pole && is_finite) return jet;
-    }
-    if (order > 0 && !is_regular) {
+    if (order > 0 || by_limit) jet = series_at(at.x(), at.y());
+    const auto is_finite = [](double x) { return std::isfinite(x); };
+    if (by_limit && std::all_of(std::begin(jet.c), std::end(jet.c), is_finite)) return jet;
+    ERVector3D normal = regular_normal(base, below, none);
+    if (!(normal.norme2() > 0.0)) {
         constexpr double step = 1e-4;
-        const double u = (1.0 - step) * at.x() + step * tables.u(0.5);
-        const double v = (1.0 - step) * at.y() + step * tables.v(0.5);
-        jet_of_series(detail::offset_at(base, tables.offset, u, v).point, jet.c);
+        if (order > 0)
+            jet = series_at((1.0 - step) * at.x() + step * tables.u(0.5),
+                            (1.0 - step) * at.y() + step * tables.v(0.5));
+        normal = normal_of(base, at, below);
     }
-    const ERVector3D normal = is_regular ? regular : normal_of(base, at, below);
     for (int k = 0; k < 3; ++k)
         jet.c[k] = below.c[k] + tables.offset * normal[k];
     return jet;

@@ -2,17 +2,16 @@
 #pragma once
 
 #include "velm/surfaces/detail/analytic_jet.h"
-#include "velm/surfaces/detail/surface_expansion.h"
+#include "velm/surfaces/detail/offset_expansion.h"
 
 namespace velm::detail {
 
 /// The side matters at the ends of patches, and at ends of the domain it has to be inside. On an
-/// offset surface not finite where the base has no normal, except on a side of a patch in one
-/// point.
+/// offset surface not finite where the base has no normal and offset_at no limit.
 inline Jet sided_jet(const SurfaceTables& tables, const ERPoint2D& at, const SurfaceSide& side) {
     Jet jet = {};
     if (tables.base) {
-        jet_of_series(offset_at(*tables.base, tables.offset, at.x(), at.y(), side).point, jet.c);
+        jet_of_series(offset_at(*tables.base, tables.offset, at.x(), at.y(), side), jet.c);
     } else if (!tables.ends_u.empty()) {
         jet_of_series(expansion_at(tables, at.x(), at.y(), side), jet.c);
     } else {

@@ -1,49 +1,21 @@
 // velm::detail::expansion_at, expansion_over: a prepared surface of patches or of revolution as a
 // power series of third order in the differences of its parameters, at a place or with intervals
-// for all places of a rectangle. velm::detail::offset_at, offset_over: the surface moved along its
-// normal, an order less.
-//
-// Along a row of poles in one point p0, at v = v0, Pu vanishes, and beside it the digits of Pu do.
-// There P - p0 = x S with x the distance from the row, |v - v0| over the length of the patch, and
-// the net of S is that of P - p0 with each row divided by its own x (Bernstein coefficients of a
-// polynomial with the root v0). Pu = x Su, so that Su ^ Pv has the direction of Pu ^ Pv and all its
-// digits up to the pole.
+// for all places of a rectangle.
 #pragma once
 
-#include "velm/numerics/detail/taylor.h"
-#include "velm/surfaces/detail/surface_tables.h"
+#include "velm/surfaces/detail/net_series.h"
 
 namespace velm::detail {
 
-/// The coordinates of a point as series.
-template <class T, int N>
-struct PointSeries {
-    Taylor<T, N> c[3];
-};
-
 /// REQUIRES patches or a surface of revolution, and a place in the domain.
-VELM_API PointSeries<double, 3> expansion_at(const SurfaceTables& tables, double u, double v,
-                                             SurfaceSide side = {});
+VELM_API SurfaceSeries<double> expansion_at(const SurfaceTables& tables, double u, double v,
+                                            SurfaceSide side = {});
 
 /// Holds the series of every place of the rectangle, at its joints those of both sides; on a
 /// surface of revolution turned back to v = 0 in its frame, so that sizes are right and directions
 /// aren't.
-VELM_API PointSeries<Interval, 3> expansion_over(const SurfaceTables& tables, const ERLimites& u,
-                                                 const ERLimites& v);
-
-/// P + offset n for n the unit vector of Pu ^ Pv, or of its limit on a side of a patch that is one
-/// point. Not finite where Pu ^ Pv vanishes otherwise.
-template <class T>
-struct OffsetSeries {
-    PointSeries<T, 2> point;
-    bool is_by_pole = false; ///< by S
-};
-
-/// REQUIRES what expansion_at and expansion_over do, of the base.
-VELM_API OffsetSeries<double> offset_at(const SurfaceTables& base, double offset, double u,
-                                        double v, SurfaceSide side = {});
-VELM_API PointSeries<Interval, 2> offset_over(const SurfaceTables& base, double offset,
-                                              const ERLimites& u, const ERLimites& v);
+VELM_API SurfaceSeries<Interval> expansion_over(const SurfaceTables& tables, const ERLimites& u,
+                                                const ERLimites& v);
 
 /// The point and the derivatives up to the second, six groups of three doubles: P, Pu, Pv, Puu,
 /// Puv, Pvv.
