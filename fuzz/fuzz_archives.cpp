@@ -122,54 +122,20 @@ void check_points(const std::string& bytes) {
     Purge(points);
 }
 
-// Takes all rows of a document.
-template <class Row, class Document, class Take>
-Summary summary_of(Document& document, Take take) {
+// Draws all rows of a document in its picture.
+template <class Row, class Document, class Picture, class Draw>
+void read_and_draw(Document& document, Picture picture, Draw svg) {
     Summary summary;
     summary.tolerance = document.head().tolerance;
+    KeptRows<Row> kept;
     Row row;
     while (document.next(row)) {
         require(std::isfinite(row.deviation) && std::isfinite(row.severity));
         summary.add(row);
-        take(row);
+        kept.add(row);
+        picture.add(row);
     }
-    return summary;
-}
-
-void draw(SectionArchiveReader& document) {
-    SectionPicture picture(document.head(), document.outline());
-    KeptRows<SectionRow> kept;
-    const Summary summary = summary_of<SectionRow>(document, [&](const SectionRow& row) {
-        kept.add(row);
-        picture.add(row);
-    });
-    picture.svg({}, summary, 3, kept.worst());
-}
-
-void draw(TargetArchiveReader& document) {
-    TargetPicture picture(document.head());
-    KeptRows<TargetRow> kept;
-    summary_of<TargetRow>(document, [&](const TargetRow& row) {
-        kept.add(row);
-        picture.add(row);
-    });
-    picture.svg({}, {}, 3, kept.worst());
-}
-
-void draw(FitArchiveReader& document) {
-    FitPicture picture(document.head());
-    KeptRows<FitRow> kept;
-    const Summary summary = summary_of<FitRow>(document, [&](const FitRow& row) {
-        kept.add(row);
-        picture.add(row);
-    });
-    picture.svg({}, {}, summary, 3, kept.worst());
-}
-
-template <class Reader>
-void read_and_draw(InspectionArchiveReader& document) {
-    Reader reader(document);
-    draw(reader);
+    svg(picture, summary, kept.worst());
 }
 
 // The bytes get a checksum that is true.
@@ -178,12 +144,24 @@ void check_document(const std::string& bytes) {
     MemoryFile file(bytes + std::string(reinterpret_cast<const char*>(&hash), sizeof hash));
     try {
         InspectionArchiveReader document(file);
-        if (document.kind() == ArchivedKind::section)
-            read_and_draw<SectionArchiveReader>(document);
-        else if (document.kind() == ArchivedKind::targets)
-            read_and_draw<TargetArchiveReader>(document);
-        else
-            read_and_draw<FitArchiveReader>(document);
+        if (document.kind() == ArchivedKind::section) {
+            SectionArchiveReader rows(document);
+            read_and_draw<SectionRow>(rows, SectionPicture(rows.head(), rows.outline()),
+                                      [](auto& picture, const Summary& all, auto& worst) {
+                                          picture.svg({}, all, 3, worst);
+                                      });
+        } else if (document.kind() == ArchivedKind::targets) {
+            TargetArchiveReader rows(document);
+            read_and_draw<TargetRow>(
+                rows, TargetPicture(rows.head()),
+                [](auto& picture, const Summary&, auto& worst) { picture.svg({}, {}, 3, worst); });
+        } else {
+            FitArchiveReader rows(document);
+            read_and_draw<FitRow>(rows, FitPicture(rows.head()),
+                                  [](auto& picture, const Summary& all, auto& worst) {
+                                      picture.svg({}, {}, all, 3, worst);
+                                  });
+        }
     } catch (CArchiveException* failure) {
         failure->Delete();
     }
