@@ -3,20 +3,11 @@
 #include "velm/surfaces/part_edges.h"
 
 #include "support/allocation_count.h"
-#include "support/face_text.h"
-#include "support/random.h"
-#include "velm/frame/point_functions.h"
-#include "velm/surfaces/cone.h"
+#include "support/meshes.h"
+#include "support/surfaces.h"
 #include "velm/surfaces/part_tessellation.h"
 #include "velm/surfaces/prepared_part.h"
-#include "velm/surfaces/sphere.h"
 #include "velm/surfaces/surface_projector.h"
-#include "velm/surfaces/torus.h"
-#include "velm/wireframe/polyline.h"
-
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <map>
 
 namespace {
 
@@ -63,8 +54,6 @@ std::vector<ERPoint2D> rectangle(double u0, double u1, double v0, double v1) {
     return {{u0, v0}, {u1, v0}, {u1, v1}, {u0, v1}};
 }
 
-const ERVector3D X(1, 0, 0), Y(0, 1, 0), Z(0, 0, 1);
-
 // The sides of [0, a] x [0, b] x [0, c] except its top.
 void add_open_box(Part& part, double a, double b, double c) {
     part.add_plane({0, 0, 0}, Y, X, rectangle(0, b, 0, a));
@@ -74,47 +63,10 @@ void add_open_box(Part& part, double a, double b, double c) {
     part.add_plane({0, b, 0}, -Y, Z, rectangle(0, b, 0, c));
 }
 
-double volume_of(const velm::PartMesh& mesh) {
-    double volume = 0.0;
-    const ERPoint3D origin;
-    for (const auto& t : mesh.triangles) {
-        const auto at = [&](std::size_t i) {
-            return ERVector3D(origin, mesh.positions[std::size_t(t[i])]);
-        };
-        volume += at(0) * (at(1) ^ at(2)) / 6.0;
-    }
-    return volume;
-}
-
-double area_of(const velm::PartMesh& mesh) {
-    double area = 0.0;
-    for (const auto& t : mesh.triangles) {
-        const auto& p = mesh.positions;
-        area += 0.5 * (ERVector3D(p[std::size_t(t[0])], p[std::size_t(t[1])]) ^
-                       ERVector3D(p[std::size_t(t[0])], p[std::size_t(t[2])]))
-                          .norme();
-    }
-    return area;
-}
-
-// By positions alone, to the last bit: each side is gone along once in each direction.
 void expect_watertight(const velm::PartMesh& mesh, const std::string& name) {
     EXPECT_TRUE(mesh.closed && mesh.manifold && mesh.borders.empty()) << name;
-    using Position = std::array<double, 3>;
-    const auto position = [&](int vertex) {
-        const ERPoint3D& p = mesh.positions[std::size_t(vertex)];
-        return Position{p.x(), p.y(), p.z()};
-    };
-    std::map<std::pair<Position, Position>, int> sides;
-    for (const auto& t : mesh.triangles)
-        for (std::size_t i = 0; i < 3; ++i)
-            ++sides[{position(t[i]), position(t[(i + 1) % 3])}];
-    int wrong = 0;
-    for (const auto& [side, count] : sides) {
-        const auto back = sides.find({side.second, side.first});
-        wrong += count != 1 || back == sides.end() || back->second != 1;
-    }
-    EXPECT_EQ(wrong, 0) << name;
+    const Sides sides(mesh);
+    EXPECT_EQ(sides.open + sides.wrong, 0) << name;
 }
 
 // Points of triangles are near to the surface of their face, and corners on it where no gap is.
@@ -125,11 +77,7 @@ void expect_near(const Part& part, const velm::PartMesh& mesh, double error,
         projectors.push_back(*velm::SurfaceProjector::on(face.surface()));
     for (int i = 0; i < 400; ++i) {
         const int t = draw.below(static_cast<int>(mesh.triangles.size()));
-        const auto& corners = mesh.triangles[std::size_t(t)];
-        const double a = draw.uniform(0, 1), b = draw.uniform(0, 1) * (1 - a);
-        const ERPoint3D& p = mesh.positions[std::size_t(corners[0])];
-        const ERPoint3D at = p + ERVector3D(p, mesh.positions[std::size_t(corners[1])]) * a +
-                             ERVector3D(p, mesh.positions[std::size_t(corners[2])]) * b;
+        const ERPoint3D at = place_in(corners(mesh, mesh.triangles[std::size_t(t)]), draw);
         EXPECT_LE(
             projectors[std::size_t(mesh.face_of_triangle[std::size_t(t)])].nearest(at).distance,
             error)

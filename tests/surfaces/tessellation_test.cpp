@@ -2,29 +2,14 @@
 // creases.
 #include "velm/surfaces/tessellation.h"
 
-#include "support/test.h"
-#include "velm/curves/nurbs_curve.h"
-#include "velm/frame/finite_entity.h"
-#include "velm/surfaces/analytic_to_nurbs.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/cone.h"
-#include "velm/surfaces/cylinder.h"
-#include "velm/surfaces/flatness.h"
-#include "velm/surfaces/nurbs_surface.h"
-#include "velm/surfaces/offset_surface.h"
-#include "velm/surfaces/revolution_surface.h"
-#include "velm/surfaces/sphere.h"
-#include "velm/surfaces/torus.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/arc_in_space.h"
-
-#include <array>
-#include <map>
+#include "support/meshes.h"
+#include "support/surfaces.h"
 
 namespace {
 
+using namespace velm_test;
 using Surface = t_SmartPtr<ERAnyBoundedSurface>;
-constexpr double pi = std::numbers::pi;
+using std::numbers::pi;
 
 struct Shape {
     std::string name;
@@ -133,11 +118,6 @@ double distance_to_triangle(const ERPoint3D& p, const std::array<ERPoint3D, 3>& 
     return least;
 }
 
-std::array<ERPoint3D, 3> corners(const velm::SurfaceMesh& mesh, const std::array<int, 3>& t) {
-    const auto at = [&](int k) { return mesh.positions[std::size_t(t[std::size_t(k)])]; };
-    return {at(0), at(1), at(2)};
-}
-
 TEST(Tessellation, IsWithinTheChordErrorBothWays) {
     velm_test::Random random(81);
     for (const Shape& shape : shapes()) {
@@ -183,36 +163,19 @@ TEST(Tessellation, IsWithinTheChordErrorBothWays) {
             uncovered = std::max(uncovered, least);
         }
         EXPECT_LE(uncovered, allowed);
-        std::printf("%-20s %6zu triangles, farthest %.2f and %.2f of the chord error\n",
-                    shape.name.c_str(), mesh.triangles.size(), farthest / shape.chord_error,
-                    uncovered / shape.chord_error);
     }
 }
 
 // Each edge belongs to one triangle of either direction, except those on the edge of the surface.
 TEST(Tessellation, HasNoGaps) {
-    using Place = std::array<double, 3>;
     for (const Shape& shape : shapes()) {
         SCOPED_TRACE(shape.name);
         const auto surface = velm::prepare(*shape.surface);
         for (const double factor : {1.0, 4.0}) {
             const auto mesh = velm::tessellate(*surface, factor * shape.chord_error);
-            std::map<std::pair<Place, Place>, int> edges;
-            for (const auto& t : mesh.triangles)
-                for (std::size_t k = 0; k < 3; ++k) {
-                    const auto place = [&](std::size_t i) {
-                        const ERPoint3D& p = mesh.positions[std::size_t(t[i % 3])];
-                        return Place{p.x() + 0.0, p.y() + 0.0, p.z() + 0.0};
-                    };
-                    EXPECT_NE(place(k), place(k + 1));
-                    ++edges[{place(k), place(k + 1)}];
-                }
-            int open = 0;
-            for (const auto& [edge, count] : edges) {
-                EXPECT_EQ(count, 1);
-                if (edges.count({edge.second, edge.first}) == 0) ++open;
-            }
-            EXPECT_EQ(open == 0, shape.closed);
+            const Sides sides(mesh);
+            EXPECT_EQ(sides.wrong, 0);
+            EXPECT_EQ(sides.open == 0, shape.closed);
             double area = 0.0;
             for (const auto& t : mesh.triangles) {
                 const auto at = [&](int k) {
@@ -239,8 +202,6 @@ TEST(Tessellation, TakesAFewTimesTheLeastNumberOfTriangles) {
             return double(velm::tessellate(*velm::prepare(s), e).triangles.size());
         };
         const double n = count(ball), nurbs = count(*velm::to_nurbs(ball));
-        std::printf("sphere, chord error %g: %.2f times the least, as NURBS %.2f\n", e, n / least,
-                    nurbs / least);
         EXPECT_LE(n, 2.6 * least);
         EXPECT_LE(nurbs, 6 * least);
         const ERBoundedTorus ring(ERPmIsometrie3D(), 3.0, 1.0, 0, 2 * pi, 0, 2 * pi);
@@ -251,8 +212,6 @@ TEST(Tessellation, TakesAFewTimesTheLeastNumberOfTriangles) {
         }
         const double ring_least = 2 * outer / (2.598 * e);
         const double m = count(ring), ring_nurbs = count(*velm::to_nurbs(ring));
-        std::printf("torus, chord error %g: %.2f times, as NURBS %.2f\n", e, m / ring_least,
-                    ring_nurbs / ring_least);
         EXPECT_LE(m, 3.0 * ring_least);
         EXPECT_LE(ring_nurbs, 7 * ring_least);
     }
