@@ -3,21 +3,10 @@
 #pragma once
 
 #include "support/geometry_text.h"
+#include "support/surfaces.h"
 #include "velm/curves/composite_curve.h"
 #include "velm/curves/conics.h"
-#include "velm/curves/nurbs_curve.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/cone.h"
 #include "velm/surfaces/curve_on_surface.h"
-#include "velm/surfaces/cylinder.h"
-#include "velm/surfaces/nurbs_surface.h"
-#include "velm/surfaces/revolution_surface.h"
-#include "velm/surfaces/sphere.h"
-#include "velm/surfaces/torus.h"
-#include "velm/surfaces/trimmed_surface.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/arc.h"
-#include "velm/wireframe/segment.h"
 
 namespace velm_test {
 
@@ -263,5 +252,45 @@ private:
     const Surface* surface_ = nullptr;
     std::vector<Loop> loops_;
 };
+
+/// The text forms of CAD files; tests of them are skipped where there are none.
+class TextForms : public testing::Test {
+protected:
+    void SetUp() override {
+        const std::filesystem::path data = VELM_REAL_DATA;
+        if (!exists(data / "qif")) GTEST_SKIP() << "no data in " VELM_REAL_DATA;
+        for (const char* folder : {"nurbs/gotools", "nurbs/splipy", "iges", "brep", "qif"})
+            for (const auto& entry : std::filesystem::directory_iterator(data / folder))
+                if (entry.path().extension() == ".txt") files.push_back(entry.path());
+        std::sort(files.begin(), files.end());
+    }
+    std::vector<std::filesystem::path> files;
+};
+
+/// A point of an edge as a file states it, to four digits off by the gap; its parameters may be
+/// beyond the limits.
+struct EdgePoint {
+    std::string line, id; ///< of a face or a surface
+    double u, v;
+    ERPoint3D point;
+    double gap;
+};
+
+/// Those that are stated beside the text form; none if there is no such file.
+inline std::vector<EdgePoint> edge_points(const std::filesystem::path& file) {
+    std::vector<EdgePoint> points;
+    std::ifstream in(file.parent_path() / (file.stem().string() + "_edgepoints.csv"));
+    std::string line;
+    std::getline(in, line);
+    while (std::getline(in, line)) {
+        std::replace(line.begin(), line.end(), ',', ' ');
+        TextFields fields(line);
+        const std::string id = fields.word();
+        fields.word();
+        const std::vector<double> c = fields.rest();
+        points.push_back({line, id, c[0], c[1], {c[2], c[3], c[4]}, c[5]});
+    }
+    return points;
+}
 
 } // namespace velm_test

@@ -60,4 +60,9 @@ private:
     std::uint64_t state_ = 0;
 };
 
+/// How often a random test repeats: all of it in the thorough run, else a hundredth.
+inline int repeats(int thorough) {
+    return std::getenv("VELM_TEST_THOROUGH") != nullptr ? thorough : thorough / 100;
+}
+
 } // namespace velm_test

@@ -1,16 +1,11 @@
-// What random tests of curves and surfaces are made of: knots, curves prepared from rows of poles,
-// and how often a test repeats.
+// What random tests of curves and surfaces are made of: knots, and curves prepared from rows of
+// poles.
 #pragma once
 
 #include "support/test.h"
 #include "velm/curves/prepared_curve.h"
 
 namespace velm_test {
-
-/// How often a random test repeats: all of it in the thorough run, else a hundredth.
-inline int repeats(int thorough) {
-    return std::getenv("VELM_TEST_THOROUGH") != nullptr ? thorough : thorough / 100;
-}
 
 /// Knots for n poles between 0 and 1, of every multiplicity; clamped or with knots beyond the ends.
 inline std::vector<double> random_knots(Random& random, int p, int n, bool clamped) {

@@ -1,16 +1,9 @@
 // The plane, cylinder, cone, sphere and torus: their points and derivatives against 40 digits, and
 // projections, distances, maps, splits, grids, boxes, texts and records of all of them.
-#include "support/geometry.h"
 #include "support/records.h"
-#include "velm/frame/finite_entity.h"
-#include "velm/surfaces/analytic_to_nurbs.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/cone.h"
-#include "velm/surfaces/cylinder.h"
+#include "support/surfaces.h"
 #include "velm/surfaces/process_mesh.h"
-#include "velm/surfaces/sphere.h"
 #include "velm/surfaces/surfaces_from_arcs.h"
-#include "velm/surfaces/torus.h"
 
 namespace {
 

@@ -1,22 +1,9 @@
 // Face projectors: nearest points of trimmed faces, their trims and corners included.
 #include "velm/surfaces/face_projector.h"
 
-#include "support/random.h"
-#include "support/test.h"
-#include "velm/curves/nurbs_curve.h"
-#include "velm/frame/point_functions.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/nurbs_surface.h"
-#include "velm/surfaces/offset_surface.h"
+#include "support/surfaces.h"
 #include "velm/surfaces/prepared_part.h"
-#include "velm/surfaces/revolution_surface.h"
 #include "velm/surfaces/revolve.h"
-#include "velm/surfaces/trimmed_surface.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/arc.h"
-#include "velm/wireframe/arc_in_space.h"
-#include "velm/wireframe/ellipse_in_space.h"
-#include "velm/wireframe/polyline.h"
 
 namespace {
 
@@ -25,10 +12,6 @@ using std::numbers::pi;
 using Boundary = ERSurfaceBoundary;
 
 Random draw{519};
-
-ERPolygone2D rectangle(double u0, double u1, double v0, double v1) {
-    return {{{u0, v0}, {u1, v0}, {u1, v1}, {u0, v1}}};
-}
 
 TEST(FaceProjector, PlaneWithABore) {
     ERTrimmedSurface trimmed(ERBoundedPlane(ERIdentity3D(), {-10, 10}, {-10, 10}));

@@ -1,28 +1,14 @@
 #include "velm/surfaces/line_crossings.h"
 
 #include "support/allocation_count.h"
-#include "support/test.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/cone.h"
-#include "velm/surfaces/cylinder.h"
-#include "velm/surfaces/nurbs_surface.h"
-#include "velm/surfaces/sphere.h"
-#include "velm/surfaces/torus.h"
-#include "velm/transforms/transformation_factories.h"
-
-#include <cstdlib>
+#include "support/surfaces.h"
 
 namespace {
 
 using velm::SurfaceCrossing;
 using velm::SurfaceProjector;
-using velm_test::Random;
-
-constexpr double pi = std::numbers::pi;
-
-int repeats(int thorough) {
-    return std::getenv("VELM_TEST_THOROUGH") != nullptr ? thorough : thorough / 100;
-}
+using namespace velm_test;
+using std::numbers::pi;
 
 // A panel over [0, 10]^2 whose height is a tensor of sines, weighted.
 ERSpoleNURBS3D panel(Random& random, double height, double weights) {

@@ -1,8 +1,6 @@
-#include "velm/surfaces/nurbs_surface.h"
-
-#include "support/geometry.h"
 #include "support/random_curves.h"
 #include "support/records.h"
+#include "support/surfaces.h"
 #include "support/text_fields.h"
 #include "velm/surfaces/nurbs_decomposer.h"
 #include "velm/surfaces/pole_matrix.h"

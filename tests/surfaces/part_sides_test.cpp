@@ -1,21 +1,7 @@
 // Sides of prepared parts where they are hardest: saddle corners, tips, knife edges, cusps, smooth
 // seams, slivers, cavities and solids that touch, against what each solid is by its construction.
+#include "support/surfaces.h"
 #include "velm/surfaces/prepared_part.h"
-
-#include "support/random.h"
-#include "support/test.h"
-#include "velm/frame/point_functions.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/cone.h"
-#include "velm/surfaces/cylinder.h"
-#include "velm/surfaces/sphere.h"
-#include "velm/surfaces/torus.h"
-#include "velm/surfaces/trimmed_surface.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/arc.h"
-#include "velm/wireframe/polyline.h"
-
-#include <functional>
 
 namespace {
 
@@ -25,7 +11,6 @@ using Boundary = ERSurfaceBoundary;
 using Faces = std::vector<velm::PartFace>;
 
 Random draw{191};
-const ERVector3D X(1, 0, 0), Y(0, 1, 0), Z(0, 0, 1);
 
 // A polygon, counter-clockwise from outside.
 void add_polygon(Faces& faces, const std::vector<ERPoint3D>& corners) {

@@ -1,13 +1,7 @@
 #include "velm/surfaces/plane.h"
 
-#include "support/random.h"
 #include "support/records.h"
-#include "velm/frame/point_functions.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/transforms/transformed_values.h"
-#include "velm/wireframe/line.h"
-
-#include <gtest/gtest.h>
+#include "support/surfaces.h"
 
 namespace {
 

@@ -1,24 +1,9 @@
-// Prepared surfaces of revolution and offset surfaces against the entities and against differences.
+// Prepared analytic surfaces, surfaces of revolution and offset surfaces against the entities and
+// against differences.
 #include "support/allocation_count.h"
-#include "support/test.h"
-#include "velm/curves/bezier_curve.h"
-#include "velm/curves/nurbs_curve.h"
-#include "velm/frame/finite_entity.h"
-#include "velm/frame/point_functions.h"
-#include "velm/surfaces/bezier_surface.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/cone.h"
-#include "velm/surfaces/cylinder.h"
-#include "velm/surfaces/nurbs_surface.h"
-#include "velm/surfaces/offset_surface.h"
-#include "velm/surfaces/prepared_surface.h"
-#include "velm/surfaces/revolution_surface.h"
+#include "support/surfaces.h"
 #include "velm/surfaces/revolve.h"
-#include "velm/surfaces/sphere.h"
-#include "velm/surfaces/torus.h"
 #include "velm/transforms/bodies.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/arc_in_space.h"
 
 namespace {
 
@@ -47,9 +32,11 @@ void expect_prepared(const Surface& surface, double derivative_tol) {
     for (const double y : v)
         for (const double x : u)
             places.emplace_back(x, y);
-    velm::SurfaceSamples to_grid, to_batch;
-    to_grid.points = grid;
-    to_batch.points = batch;
+    std::vector<ERVector3D> g[6], b[6]; // in the bundles' order
+    for (int n = 0; n < 6; ++n)
+        g[n] = b[n] = std::vector<ERVector3D>(grid.size());
+    const velm::SurfaceSamples to_grid{grid, g[5], g[0], g[1], g[2], g[3], g[4], {}};
+    const velm::SurfaceSamples to_batch{batch, b[5], b[0], b[1], b[2], b[3], b[4], {}};
     prepared->grid(u, v, to_grid);
     prepared->evaluate(places, to_batch);
     const double size = prepared->box().diagonal();
@@ -69,6 +56,9 @@ void expect_prepared(const Surface& surface, double derivative_tol) {
         EXPECT_TRUE(isEqual(grid[k], ERPoint3D(here.at[0]), 1e-13 * size));
         EXPECT_TRUE(isEqual(batch[k], ERPoint3D(here.at[0]), 1e-13 * size));
         EXPECT_TRUE(box.contains(grid[k]));
+        for (int n = 0; n < 6; ++n)
+            for (const ERVector3D& same : {g[n][k], b[n][k]})
+                EXPECT_LE((same - here.at[n + 1]).norme(), 1e-9 * (1 + same.norme())) << n;
         const Bundle right = bundle(x + h_u, y), left = bundle(x - h_u, y);
         const Bundle above = bundle(x, y + h_v), below = bundle(x, y - h_v);
         const int of_u[][2] = {{0, 1}, {1, 3}, {2, 4}}, of_v[][2] = {{0, 2}, {1, 4}, {2, 5}};
@@ -81,19 +71,15 @@ void expect_prepared(const Surface& surface, double derivative_tol) {
         EXPECT_TRUE(isEqual(here.at[6], (here.at[1] ^ here.at[2]).getnormalized(), 1e-9));
     }
     const long allocations = velm_test::allocations();
-    prepared->evaluate(places, to_batch);
-    prepared->grid(u, v, to_grid);
+    prepared->evaluate(places, {batch, {}, {}, {}, {}, {}, {}, {}});
+    prepared->grid(u, v, {grid, {}, {}, {}, {}, {}, {}, {}});
     EXPECT_EQ(velm_test::allocations(), allocations);
 }
 
 ERSpoleNURBS3D waved(velm_test::Random& random, int p, int q, bool rational) {
-    const int n = p + 4, m = q + 3;
-    ERMatrix<ERPole3DH> poles(m, n);
-    for (int j = 0; j < m; ++j)
-        for (int i = 0; i < n; ++i)
-            poles(j, i) = ERPole3DH(ERPoint3D(i, j, 0) + random.value<ERPoint3D>(0.3), 1.0) *
-                          (rational ? random.uniform(0.6, 1.6) : 1.0);
-    return {poles, ERKnotVector(p, n, {0, 1}), ERKnotVector(q, m, {-1, 2})};
+    const ERLimites weights = rational ? ERLimites(0.6, 1.6) : ERLimites(1, 1);
+    return {waved_net(random, p + 4, q + 3, 0.3, weights), ERKnotVector(p, p + 4, {0, 1}),
+            ERKnotVector(q, q + 3, {-1, 2})};
 }
 
 // Curves of each kind that turns, off the axis.
@@ -158,7 +144,8 @@ TEST(PreparedOffset, HasThePointsOfTheEntityAndTrueDerivatives) {
         new ERSpoleNURBS3D(waved(random, 4, 3, true))};
     for (const auto& curve : generatrices())
         bases.push_back(new ERSurOfRevolution(curve, axis, 0.3, 4));
-    for (const Surface& base : bases)
+    for (const Surface& base : bases) {
+        expect_prepared(base, 1e-5);
         for (const double distance : {0.2, -0.15}) {
             const ERVector3D up =
                 base->PtCur(base->getBoundU()(0.5), base->getBoundV()(0.5)).normale();
@@ -172,6 +159,7 @@ TEST(PreparedOffset, HasThePointsOfTheEntityAndTrueDerivatives) {
             EXPECT_TRUE(isEqual((*prepared)(u, v), twice(u, v), 1e-13));
             EXPECT_EQ(prepared->offset(), prepared->base() ? distance + 0.1 : 0.0);
         }
+    }
     const EROffsetSurface gone(*bases[1], 2.0, ERVector3D(bases[1]->PtCur(0, 1).normale()));
     EXPECT_FALSE(velm::prepare(gone));
     EXPECT_FALSE(velm::prepare(EROffsetSurface()));

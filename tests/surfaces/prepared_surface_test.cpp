@@ -1,22 +1,9 @@
 #include "velm/surfaces/prepared_surface.h"
 
-#include "support/test.h"
+#include "support/surfaces.h"
 #include "support/threads.h"
-#include "velm/frame/point_functions.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/cone.h"
-#include "velm/surfaces/cylinder.h"
-#include "velm/surfaces/limit_normal.h"
 #include "velm/surfaces/nurbs_decomposer.h"
-#include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/revolved_nurbs.h"
-#include "velm/surfaces/sphere.h"
-#include "velm/surfaces/torus.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/arc_in_space.h"
-
-#include <cmath>
-#include <numbers>
 
 namespace {
 
@@ -32,12 +19,8 @@ ERSpoleNURBS3D sphere(double radius, double south, double north, double a, doubl
 
 ERSpoleNURBS3D random_surface(velm_test::Random& random, int p, int q) {
     const int n = p + 1 + random.below(6), m = q + 1 + random.below(6);
-    ERMatrix<ERPole3DH> poles(m, n);
-    for (int j = 0; j < m; ++j)
-        for (int i = 0; i < n; ++i)
-            poles(j, i) = ERPole3DH(ERPoint3D(i, j, 0) + random.value<ERPoint3D>(0.4), 1.0) *
-                          random.uniform(0.5, 2);
-    return {poles, ERKnotVector(p, n, {0, 1}), ERKnotVector(q, m, {-1, 2})};
+    return {velm_test::waved_net(random, n, m, 0.4, {0.5, 2}), ERKnotVector(p, n, {0, 1}),
+            ERKnotVector(q, m, {-1, 2})};
 }
 
 // Room for all that can be asked.
@@ -134,45 +117,6 @@ TEST(PreparedSurface, PatchesWithTheirBoxesAreTheSurface) {
     EXPECT_FALSE(
         velm::prepare(ERSpoleNURBS3D(negative, surface.knotVectorU(), surface.knotVectorV())));
     EXPECT_FALSE(velm::prepare(ERSpoleNURBS3D()));
-}
-
-TEST(PreparedSurface, AnalyticSurfacesHaveTrueDerivatives) {
-    const ERPmIsometrie3D frame =
-        ERChgRepere3D(ERVector3D(1, 2, 3), ERVector3D(-1, 0, 2), ERPoint3D(3, -1, 2));
-    auto* const plane = new ERBoundedPlane();
-    plane->transformFrom(frame);
-    t_SmartPtr<ERAnyBoundedSurface> surfaces[] = {
-        plane, new ERBoundedCylinder(frame, 2.0, ERLimites(-1, 3), ERLimites(0.5, 4.0)),
-        new ERBoundedCone(frame, 0.4, 1.0, 3.0),
-        new ERBoundedSphere(frame, 2.0, ERLimites(0.3, 5.0), ERLimites(-1.0, 1.5)),
-        new ERBoundedTorus(frame, 3.0, 1.0, 0.5, 4.0, -1.0, 2.5)};
-    for (const auto& surface : surfaces) {
-        SCOPED_TRACE(surface->className());
-        const auto prepared = velm::prepare(*surface);
-        ASSERT_TRUE(prepared);
-        const std::vector<double> u{surface->getBoundU()(0.3), surface->getBoundU()(0.8)};
-        const std::vector<double> v{surface->getBoundV()(0.4), surface->getBoundV()(0.5)};
-        Everything all(4);
-        prepared->grid(u, v, all.samples);
-        constexpr double h = 1e-4, tol = 1e-6;
-        for (std::size_t k = 0; k < 4; ++k) {
-            const double x = u[k % 2], y = v[k / 2];
-            const auto at = [&](double i, double j) {
-                return ERVector3D((*surface)(x + i * h, y + j * h));
-            };
-            const ERVector3D numeric[] = {
-                (at(1, 0) - at(-1, 0)) * (0.5 / h), (at(0, 1) - at(0, -1)) * (0.5 / h),
-                (at(1, 0) + at(-1, 0) - at(0, 0) * 2) * (1 / (h * h)),
-                (at(1, 1) - at(1, -1) - at(-1, 1) + at(-1, -1)) * (0.25 / (h * h)),
-                (at(0, 1) + at(0, -1) - at(0, 0) * 2) * (1 / (h * h))};
-            EXPECT_TRUE(isEqual(all.points[k], (*surface)(x, y), 1e-14));
-            for (int d = 0; d < 5; ++d)
-                EXPECT_TRUE(isEqual(all.vectors[d + 1][k], numeric[d], tol)) << d;
-            const ERVector3D normal = (numeric[0] ^ numeric[1]).getnormalized();
-            EXPECT_TRUE(isEqual(all.vectors[0][k], normal, tol));
-            EXPECT_TRUE(prepared->box().contains((*surface)(x, y)));
-        }
-    }
 }
 
 TEST(LimitNormal, IsThatOfASphereAtItsPolesAndBesideThem) {

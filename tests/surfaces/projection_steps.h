@@ -2,19 +2,12 @@
 // said: nothing is kept, nothing left out. What the library does must agree bit for bit.
 #pragma once
 
-#include "velm/frame/point_functions.h"
+#include "support/surfaces.h"
 #include "velm/measure/best_fit.h"
 #include "velm/numerics/newton_solvers.h"
 #include "velm/planar/convex_hull.h"
 #include "velm/planar/point_in_polygon.h"
-#include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/plane.h"
-#include "velm/surfaces/ray_surface_result.h"
-#include "velm/surfaces/revolution_surface.h"
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
 
 namespace velm_test {
 

@@ -1,32 +1,22 @@
 // The NURBS surfaces of CAD files: they give the edge points of their files, also prepared, as
 // patches, cut in parts and restored from a store. Their trimmed faces: nearest points beside an
 // exhaustive search.
-#include "velm/surfaces/nurbs_surface.h"
-
 #include "support/face_text.h"
 #include "support/records.h"
+#include "support/surfaces.h"
 #include "support/temporary_folder.h"
-#include "support/test.h"
-#include "velm/frame/point_functions.h"
 #include "velm/store/database.h"
 #include "velm/surfaces/face_projector.h"
-#include "velm/surfaces/prepared_surface.h"
 #include "velm/surfaces/recognition.h"
 #include "velm/surfaces/surface_box.h"
 #include "velm/surfaces/surface_projector.h"
 #include "velm/surfaces/tessellation.h"
-#include "velm/surfaces/torus.h"
-
-#include <map>
 
 namespace {
 
 using velm_test::FaceText;
 using velm_test::FaceTextReader;
-using velm_test::TextFields;
 namespace fs = std::filesystem;
-
-const fs::path data = VELM_REAL_DATA;
 
 double reach_of(const ERSpoleNURBS3D& surface) {
     const ERMinimax3D box = surface.getBox();
@@ -36,57 +26,42 @@ double reach_of(const ERSpoleNURBS3D& surface) {
     return reach;
 }
 
-class RealSurfaces : public testing::Test {
-protected:
-    void SetUp() override {
-        if (!fs::exists(data / "qif")) GTEST_SKIP() << "no data in " VELM_REAL_DATA;
-        for (const char* folder : {"nurbs/gotools", "nurbs/splipy", "iges", "brep", "qif"})
-            for (const auto& entry : fs::directory_iterator(data / folder))
-                if (entry.path().extension() == ".txt") files.push_back(entry.path());
-        std::sort(files.begin(), files.end());
-    }
-    std::vector<fs::path> files;
-};
+using RealSurfaces = velm_test::TextForms;
 
 TEST_F(RealSurfaces, GiveTheEdgePointsOfTheirFiles) {
     int points = 0, points_of_faces = 0;
     for (const fs::path& file : files) {
-        std::ifstream in(file.parent_path() / (file.stem().string() + "_edgepoints.csv"));
-        if (!in) continue;
         const FaceTextReader text(file);
         const auto surfaces = text.nurbs_surfaces();
-        std::map<std::string, std::string> surface_of;
-        std::map<std::string, velm::FaceProjector> faces;
-        for (const FaceText& face : text.faces) {
-            surface_of[face.id] = face.surface;
-            faces.emplace(face.id, *velm::FaceProjector::on(*velm::prepare_face(*face.face)));
-        }
+        std::map<std::string, std::pair<FaceText, velm::FaceProjector>> faces;
+        for (const FaceText& face : text.faces)
+            faces.emplace(face.id, std::pair(face, *velm::FaceProjector::on(
+                                                       *velm::prepare_face(*face.face))));
         std::map<const ERSpoleNURBS3D*, velm::SurfaceProjector> projectors;
-        std::string line;
-        std::getline(in, line);
-        while (std::getline(in, line)) {
-            std::replace(line.begin(), line.end(), ',', ' ');
-            TextFields fields(line);
-            const std::string name = fields.word();
-            fields.word();
-            // u, v, the point, the gap to four digits
-            const std::vector<double> c = fields.rest();
-            const ERPoint3D p(c[2], c[3], c[4]);
-            if (const auto trimmed = faces.find(name); trimmed != faces.end()) {
-                const velm::FaceFoot foot = trimmed->second.nearest(p);
-                EXPECT_TRUE(foot.certified) << file.filename() << ": " << line;
-                EXPECT_LE(foot.distance, c[5] * 1.001 + 4 * trimmed->second.face().tolerance() +
-                                             trimmed->second.face().overlap())
-                    << file.filename() << ": " << line;
+        for (const velm_test::EdgePoint& edge : velm_test::edge_points(file)) {
+            SCOPED_TRACE(file.filename().string() + ": " + edge.line);
+            const ERPoint3D& p = edge.point;
+            const auto trimmed = faces.find(edge.id);
+            if (trimmed != faces.end()) {
+                const auto& [face_text, projector] = trimmed->second;
+                const velm::PreparedFace& face = projector.face();
+                const double allowed = edge.gap * 1.001 + 4 * face.tolerance() + face.overlap();
+                const ERPoint2D at = face_text.map(edge.u, edge.v);
+                EXPECT_LE(distance(face.surface()(at.x(), at.y()), p), allowed);
+                EXPECT_LE(face.nearest_trim(at).distance, allowed);
+                EXPECT_EQ(face.place(at), velm::FacePlace::on_edge);
+                const velm::FaceFoot foot = projector.nearest(p);
+                EXPECT_TRUE(foot.certified);
+                EXPECT_LE(foot.distance, allowed);
                 ++points_of_faces;
             }
-            const auto face = surface_of.find(name);
-            const auto found = surfaces.find(face != surface_of.end() ? face->second : name);
+            const auto found =
+                surfaces.find(trimmed != faces.end() ? trimmed->second.first.surface : edge.id);
             if (found == surfaces.end()) continue;
             const ERSpoleNURBS3D& surface = *found->second;
-            const double allowed = c[5] * 1.001 + 64 * std::numeric_limits<double>::epsilon() *
-                                                      std::max(reach_of(surface), 1.0);
-            EXPECT_LE(distance(surface(c[0], c[1]), p), allowed) << file.filename() << ": " << line;
+            const double allowed = edge.gap * 1.001 + 64 * std::numeric_limits<double>::epsilon() *
+                                                          std::max(reach_of(surface), 1.0);
+            EXPECT_LE(distance(surface(edge.u, edge.v), p), allowed);
             auto projector = projectors.find(&surface);
             if (projector == projectors.end())
                 projector =
@@ -94,12 +69,10 @@ TEST_F(RealSurfaces, GiveTheEdgePointsOfTheirFiles) {
                         .emplace(&surface, *velm::SurfaceProjector::on(*velm::prepare(surface)))
                         .first;
             const velm::SurfaceFoot foot = projector->second.nearest(p);
-            EXPECT_TRUE(foot.certified) << file.filename() << ": " << line;
-            // Some parameters are beyond the limits.
-            const ERPoint3D inside = surface(std::clamp(c[0], surface.udeb(), surface.ufin()),
-                                             std::clamp(c[1], surface.vdeb(), surface.vfin()));
-            EXPECT_LE(foot.distance, std::max(allowed, distance(inside, p)))
-                << file.filename() << ": " << line;
+            EXPECT_TRUE(foot.certified);
+            const ERPoint3D inside = surface(std::clamp(edge.u, surface.udeb(), surface.ufin()),
+                                             std::clamp(edge.v, surface.vdeb(), surface.vfin()));
+            EXPECT_LE(foot.distance, std::max(allowed, distance(inside, p)));
             ++points;
         }
     }
@@ -270,7 +243,7 @@ enum class From { near, far, anywhere };
 
 TEST_F(RealSurfaces, AsTrimmedFacesAreAsFarAsAnythingTried) {
     velm_test::Random random(190);
-    const int points = std::getenv("VELM_TEST_THOROUGH") != nullptr ? 400 : 4;
+    const int points = velm_test::repeats(400);
     int faces = 0, back = 0, nearer = 0, on_trims = 0;
     for (const fs::path& file : files)
         for (const FaceText& text : FaceTextReader(file).faces) {

@@ -1,15 +1,7 @@
 // Analytic surfaces found again in their NURBS forms, exact, cut and disturbed.
 #include "velm/surfaces/recognition.h"
 
-#include "support/test.h"
-#include "velm/frame/point_functions.h"
-#include "velm/surfaces/analytic_to_nurbs.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/cone.h"
-#include "velm/surfaces/cylinder.h"
-#include "velm/surfaces/sphere.h"
-#include "velm/surfaces/torus.h"
-#include "velm/transforms/transformation_factories.h"
+#include "support/surfaces.h"
 
 namespace {
 

@@ -1,22 +1,8 @@
 // Surfaces of revolution and offset surfaces: their points against the surfaces that they are equal
 // to, derivatives against differences, and splits, maps, reversals and records.
-#include "support/geometry.h"
-#include "support/records.h"
-#include "support/temporary_folder.h"
-#include "velm/curves/bezier_curve.h"
-#include "velm/curves/nurbs_curve.h"
-#include "velm/frame/finite_entity.h"
-#include "velm/store/database.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/cone.h"
-#include "velm/surfaces/cylinder.h"
-#include "velm/surfaces/nurbs_surface.h"
-#include "velm/surfaces/offset_surface.h"
-#include "velm/surfaces/prepared_surface.h"
-#include "velm/surfaces/revolution_surface.h"
+#include "support/stored_record.h"
+#include "support/surfaces.h"
 #include "velm/surfaces/revolve.h"
-#include "velm/surfaces/sphere.h"
-#include "velm/surfaces/torus.h"
 
 namespace {
 
@@ -356,30 +342,11 @@ TEST(DerivedSurfaces, AreStoredWithWhatTheyAreBuiltOn) {
 
 // A store whose record of an offset surface names that surface as its own base.
 TEST(OffsetSurface, ThatIsItsOwnBaseInAStoreComesBackWithout) {
-    const TemporaryFolder folder;
-    constexpr double distance = 0.12345678901234567;
-    const std::string path = folder.path("cycle");
-    const t_SmartPtr<ERObject> base(new ERBoundedSphere(ERPmIsometrie3D(), 2, {0, 1}, {0, 1}));
-    const t_SmartPtr<ERObject> cyclic(new EROffsetSurface(ERAnyBoundedSurface::castdown(base.get()),
-                                                          distance, ERVector3D(1, 0, 0)));
-    {
-        ERDataBase store;
-        ASSERT_EQ(store.Open(path.c_str(), 0), gmSuccess);
-        ASSERT_EQ(store.save(base.get()), gmSuccess);
-        ASSERT_EQ(store.save(cyclic.get()), gmSuccess);
-        // The offset, the number, the direction, the flag; then the identifier.
-        const std::size_t at = TemporaryFolder::bytes_of(path).find(bytes_of(distance)) + 44;
-        store.Close();
-        std::string bytes = TemporaryFolder::bytes_of(path);
-        ASSERT_EQ(bytes.substr(at - 4, 8), bytes_of(0, int(base->getObjectID())));
-        bytes.replace(at, 4, bytes_of(int(cyclic->getObjectID())));
-        folder.file("cycle", bytes);
-    }
-    ERDataBase store;
-    ASSERT_EQ(store.Open(path.c_str(), 0), gmSuccess);
-    gmErrorCode code;
-    const t_SmartPtr<ERObject> back = store.restore(1, code);
-    const auto* const offset = EROffsetSurface::castdown(back.get());
+    const StoredRecord stored(new EROffsetSurface(
+        ERBoundedSphere(ERPmIsometrie3D(), 2, {0, 1}, {0, 1}), 0.5, ERVector3D(1, 0, 0)));
+    ASSERT_TRUE(stored.with(0, "")->base());
+    // After the offset, the number, the direction and the flag.
+    const auto offset = stored.with(44, bytes_of(int(stored.kept->getObjectID())));
     ASSERT_TRUE(offset);
     const auto* const inner = EROffsetSurface::castdown(offset->base().get());
     EXPECT_FALSE(inner && inner->base());

@@ -1,21 +1,8 @@
 // Searches asked at the limits of what they are made for: points above edges and on axes, hints
 // where nothing of a face is, cones of directions that are wider than half a turn.
-#include "velm/surfaces/analytic_to_nurbs.h"
-#include "velm/surfaces/cone.h"
-#include "velm/surfaces/cylinder.h"
+#include "support/surfaces.h"
 #include "velm/surfaces/line_crossings.h"
-#include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/prepared_part.h"
-#include "velm/surfaces/sphere.h"
-#include "velm/surfaces/torus.h"
-
-#include "support/random.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/trimmed_surface.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/arc.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,21 +1,8 @@
 // Boxes of surfaces, lofts, ruled and bilinear surfaces, surfaces through and near grids of points.
-#include "support/test.h"
-#include "velm/curves/nurbs_curve.h"
-#include "velm/frame/finite_entity.h"
-#include "velm/frame/point_functions.h"
-#include "velm/surfaces/analytic_to_nurbs.h"
-#include "velm/surfaces/bounded_plane.h"
-#include "velm/surfaces/cone.h"
-#include "velm/surfaces/cylinder.h"
+#include "support/surfaces.h"
 #include "velm/surfaces/loft.h"
-#include "velm/surfaces/offset_surface.h"
-#include "velm/surfaces/revolution_surface.h"
-#include "velm/surfaces/sphere.h"
 #include "velm/surfaces/surface_box.h"
 #include "velm/surfaces/surface_fit.h"
-#include "velm/surfaces/torus.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/arc_in_space.h"
 
 namespace {
 

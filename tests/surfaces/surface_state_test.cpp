@@ -1,22 +1,10 @@
 // What surfaces keep for projections goes when they change; ties, snaps and the bounds of the work.
 #include "surfaces/projection_steps.h"
 
-#include "support/test.h"
-#include "velm/frame/point_functions.h"
-#include "velm/surfaces/bezier_surface.h"
+#include "support/surfaces.h"
 #include "velm/surfaces/detail/direct_solve.h"
-#include "velm/surfaces/limit_normal.h"
-#include "velm/surfaces/prepared_surface.h"
-#include "velm/surfaces/ray_surface_result.h"
-#include "velm/surfaces/revolution_surface.h"
-#include "velm/surfaces/sphere.h"
 #include "velm/surfaces/surface_projection.h"
-#include "velm/surfaces/trimmed_surface.h"
 #include "velm/surfaces/vertical_crossing.h"
-#include "velm/transforms/transformation_factories.h"
-#include "velm/wireframe/arc.h"
-
-#include <functional>
 
 namespace {
 
@@ -24,12 +12,7 @@ using namespace velm_test;
 using std::numbers::pi;
 
 ERMatrix<ERPole3DH> net(Random& random, int n, int m, double wide) {
-    ERMatrix<ERPole3DH> poles(m, n);
-    for (int j = 0; j < m; ++j)
-        for (int i = 0; i < n; ++i)
-            poles(j, i) = ERPole3DH(ERPoint3D(wide * i, j, 0) + random.value<ERPoint3D>(0.3), 1.0) *
-                          random.uniform(0.7, 1.4);
-    return poles;
+    return waved_net(random, n, m, 0.3, {0.7, 1.4}, wide);
 }
 ERSpoleNURBS3D nurbs(Random& random, double wide = 1.0) {
     return {net(random, 7, 6, wide), ERKnotVector(3, 7, {0, 2}), ERKnotVector(2, 6, {-1, 1})};
@@ -222,30 +205,6 @@ TEST(SurfaceState, OtherWaysToSolveKeepTheTrim) {
         EXPECT_EQ(found[1], found[0]) << foot;
         for (int k = 0; k < 2 + (found[2] != 0 ? 1 : 0) && inside; ++k)
             EXPECT_TRUE(isEqual(at[k], foot, 1e-6)) << k << at[k] << foot;
-    }
-}
-
-TEST(SurfaceState, PolesThatAreNoNumbersHaveNoFeet) {
-    Random random(35);
-    for (int n = 0; n < 20; ++n) {
-        ERMatrix<ERPole3DH> poles = net(random, 4, 3, n % 2 ? 20.0 : 1.0);
-        for (int k = 0; k <= n; ++k)
-            (n % 3 ? poles(random.below(3), random.below(4)).x_
-                   : poles(random.below(3), random.below(4)).weight) = NAN;
-        if (n > 14) std::ranges::fill(poles.writable(), ERPole3DH(NAN, NAN, NAN, NAN));
-        const ERSpoleNURBS3D s(poles, ERKnotVector(3, 4, {0, 1}), ERKnotVector(2, 3, {0, 1}));
-        const ERSpoleBezier3DR patch(poles);
-        EXPECT_FALSE(velm::prepare(s) || velm::prepare(patch));
-        for (const Surface* surface :
-             {static_cast<const Surface*>(&s), static_cast<const Surface*>(&patch)}) {
-            ERPoint2D at;
-            ERRaySurfaceResult crossings;
-            const ERPoint3D p = random.value<ERPoint3D>(2);
-            surface->ProjectionNormale(p, 1.0, at, 1); // comes to an end
-            surface->ProjectPoint(p, ERVector3D(0, 0, 1), crossings, 1);
-            for (const ERInfoPoint3DSurf& crossing : crossings)
-                EXPECT_LT(std::fabs(crossing.point().x() - p.x()), 1e-6);
-        }
     }
 }
 

@@ -1,22 +1,9 @@
 // Trimmed surfaces: their regions against known shapes, order of boundaries, stored bytes, damaged
 // records, wireframes, projections, copies and reversals; curves matched on surfaces.
-#include "velm/surfaces/trimmed_surface.h"
-
-#include "support/geometry.h"
-#include "support/records.h"
-#include "support/temporary_folder.h"
-#include "velm/curves/bezier_curve.h"
+#include "support/stored_record.h"
+#include "support/surfaces.h"
 #include "velm/curves/composite_curve.h"
-#include "velm/curves/nurbs_curve.h"
-#include "velm/store/database.h"
-#include "velm/surfaces/bounded_plane.h"
 #include "velm/surfaces/curve_on_surface.h"
-#include "velm/surfaces/cylinder.h"
-#include "velm/surfaces/nurbs_surface.h"
-#include "velm/surfaces/offset_surface.h"
-#include "velm/surfaces/ray_surface_result.h"
-#include "velm/surfaces/revolution_surface.h"
-#include "velm/wireframe/polyline.h"
 
 namespace {
 
@@ -27,12 +14,6 @@ using Curve2 = t_SmartPtr<ERFiniteEntity2DWF>;
 using Boundary = ERSurfaceBoundary;
 
 Random draw{65};
-
-ERArc2D circle(double u, double v, double radius) { return {{u, v}, radius, 0.0, 2 * pi}; }
-
-ERPolygone2D rectangle(double u0, double u1, double v0, double v1) {
-    return {{{u0, v0}, {u1, v0}, {u1, v1}, {u0, v1}}};
-}
 
 // A cylinder of radius 10 about z: a step of v is 10 model units.
 ERBoundedCylinder tube() { return {ERIdentity3D(), 10.0, {0.0, 5.0}, {0.0, 2 * pi}}; }
@@ -193,42 +174,8 @@ TEST(TrimmedSurface, RecordsAndTexts) {
     EXPECT_EQ(text_of(face()).substr(0, 34), "TRIMMED SURFACE :  \n Base Surface ");
 }
 
-// A trimmed surface in a store whose record has been overwritten, read again and used.
-class StoredFace : public testing::Test {
-protected:
-    void SetUp() override {
-        kept = new ERTrimmedSurface(face());
-        ERDataBase data;
-        ASSERT_EQ(data.Open(path.c_str(), 0), gmSuccess);
-        ASSERT_EQ(data.save(kept.get()), gmSuccess);
-        record = record_of(*kept);
-        data.Close();
-        bytes = TemporaryFolder::bytes_of(path);
-        at = bytes.find(record);
-        ASSERT_NE(at, std::string::npos);
-        ASSERT_EQ(bytes.find(record, at + 1), std::string::npos);
-    }
-    // With bytes from an offset of the record on replaced.
-    t_SmartPtr<ERTrimmedSurface> with(std::size_t offset, const std::string& other) {
-        std::string changed = bytes;
-        changed.replace(at + offset, other.size(), other);
-        std::ofstream(path, std::ios::binary) << changed;
-        ERDataBase data;
-        if (data.Open(path.c_str(), 1) != gmSuccess) return {};
-        gmErrorCode code;
-        return ERTrimmedSurface::castdown(data.restore(0, code).get());
-    }
-    int id(std::size_t offset) const {
-        int value = 0;
-        record.copy(reinterpret_cast<char*>(&value), sizeof value, offset);
-        return value;
-    }
-
-    const TemporaryFolder folder;
-    const std::string path = folder.path("faces.velm");
-    t_SmartPtr<ERTrimmedSurface> kept;
-    std::string bytes, record;
-    std::size_t at = 0;
+struct StoredFace : testing::Test, StoredRecord<ERTrimmedSurface> {
+    StoredFace() : StoredRecord(new ERTrimmedSurface(face())) {}
     static constexpr std::size_t base_at = 4, count_at = 44, first_at = 52, second_at = 60;
 };
 
@@ -259,14 +206,14 @@ TEST_F(StoredFace, ComesBackWhole) {
 TEST_F(StoredFace, DamagedReferencesEndInNothing) {
     // Itself as its base, a boundary as base, no record; the base as outer boundary, as hole.
     const int self = static_cast<int>(kept->getObjectID());
-    for (const int other : {self, id(first_at), 9999, -1}) {
+    for (const int other : {self, whole_at(first_at), 9999, -1}) {
         const auto back = with(base_at, bytes_of(other));
         ASSERT_TRUE(back);
         EXPECT_FALSE(back->base_surface());
         EXPECT_EQ(back->isInBound({3, 2}), 0);
         EXPECT_EQ((*back)(3, 2), ERPoint3D());
     }
-    const auto no_outer = with(first_at, bytes_of(id(base_at)));
+    const auto no_outer = with(first_at, bytes_of(whole_at(base_at)));
     EXPECT_FALSE(no_outer->getOutBnd());
     EXPECT_EQ(no_outer->isInBound({4.5, 2}), 1) << "the hole alone";
     EXPECT_EQ(no_outer->isInBound({2, 2}), 0);
@@ -278,7 +225,7 @@ TEST_F(StoredFace, DamagedReferencesEndInNothing) {
         EXPECT_EQ(back->getBoundList().entries(), count == 3 ? 2 : 0) << count;
     }
     // One boundary twice is two boundaries.
-    EXPECT_EQ(with(second_at, bytes_of(id(first_at)))->getBoundList().entries(), 2);
+    EXPECT_EQ(with(second_at, bytes_of(whole_at(first_at)))->getBoundList().entries(), 2);
 }
 
 TEST_F(StoredFace, AnyBytesAreSafe) {
