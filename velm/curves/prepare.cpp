@@ -164,25 +164,25 @@ std::optional<PreparedCurve<N>> prepare_nurbs(const Nurbs& curve) {
     return PreparedCurve<N>::from_pieces(pieces);
 }
 
+template <int N, class Arc, class EllipseArc>
+std::optional<PreparedCurve<N>> prepare_entity(const typename DimensionOf<N>::FiniteEntity& curve) {
+    using D = DimensionOf<N>;
+    if (const auto* segment = D::Segment::castdown(&curve)) return prepare_segment<N>(*segment);
+    if (const auto* arc = Arc::castdown(&curve)) return prepare(*arc);
+    if (const auto* arc = EllipseArc::castdown(&curve)) return prepare(*arc);
+    if (const auto* nurbs = D::NurbsCurve::castdown(&curve)) return prepare_nurbs<N>(*nurbs);
+    // Conversion isn't const.
+    const t_SmartPtr<typename D::FiniteEntity> copy(D::FiniteEntity::castdown(curve.getCopy()));
+    return prepare_nurbs<N>(copy->ConvertToNurbs());
+}
+
 } // namespace
 
 std::optional<PreparedCurve<2>> prepare(const ERFiniteEntity2DWF& curve) {
-    if (const auto* segment = ERSegment2D::castdown(&curve)) return prepare_segment<2>(*segment);
-    if (const auto* arc = ERArc2D::castdown(&curve)) return prepare(*arc);
-    if (const auto* arc = ERArcEllipse2D::castdown(&curve)) return prepare(*arc);
-    if (const auto* nurbs = ERCpoleNURBS2D::castdown(&curve)) return prepare_nurbs<2>(*nurbs);
-    // Conversion isn't const.
-    const t_SmartPtr<ERFiniteEntity2DWF> copy(ERFiniteEntity2DWF::castdown(curve.getCopy()));
-    return prepare_nurbs<2>(copy->ConvertToNurbs());
+    return prepare_entity<2, ERArc2D, ERArcEllipse2D>(curve);
 }
 std::optional<PreparedCurve<3>> prepare(const ERFiniteEntity3DWF& curve) {
-    if (const auto* segment = ERSegment3D::castdown(&curve)) return prepare_segment<3>(*segment);
-    if (const auto* arc = ERArc3D::castdown(&curve)) return prepare(*arc);
-    if (const auto* arc = ERArcEllipse3D::castdown(&curve)) return prepare(*arc);
-    if (const auto* nurbs = ERCpoleNURBS3D::castdown(&curve)) return prepare_nurbs<3>(*nurbs);
-    // Conversion isn't const.
-    const t_SmartPtr<ERFiniteEntity3DWF> copy(ERFiniteEntity3DWF::castdown(curve.getCopy()));
-    return prepare_nurbs<3>(copy->ConvertToNurbs());
+    return prepare_entity<3, ERArc3D, ERArcEllipse3D>(curve);
 }
 
 std::optional<PreparedCurve<2>> prepare(const ERArc2D& arc) {

@@ -16,10 +16,6 @@ using Tables = PreparedPieces<3>;
 using Poles = PiecePoles<3>;
 using Vector = Local<3>;
 
-// A clip that leaves more than this is followed by halving.
-constexpr double worth_repeating = 0.7;
-// Below this a parameter interval of [0, 1] is a point.
-constexpr double shortest_interval = 0x1p-50;
 // Intervals this near to each other share a place.
 constexpr double touching_slack = 0x1p-46;
 // A part is straight if its poles are as near to its chord as this part of the tolerance.
@@ -240,7 +236,7 @@ private:
             if (separation(a, b, way) > limits_.apart) return;
             if (is_settled(task, a, b, at, std::min(left_a, left_b))) return;
             if (std::min(left_a, left_b) < worth_repeating) continue;
-            split(task, a.extent() >= b.extent());
+            halve(task, a.extent() >= b.extent(), tasks_);
             return;
         }
     }
@@ -325,18 +321,6 @@ private:
                          u,
                          v,
                          distance_at(task.piece_a, u, task.piece_b, v)});
-    }
-
-    void split(const Task& task, bool longer_a) {
-        const bool of_a = task.b_high - task.b_low <= shortest_interval ||
-                          (longer_a && task.a_high - task.a_low > shortest_interval);
-        Task before = task, after = task;
-        if (of_a)
-            before.a_high = after.a_low = 0.5 * (task.a_low + task.a_high);
-        else
-            before.b_high = after.b_low = 0.5 * (task.b_low + task.b_high);
-        tasks_.push_back(after);
-        tasks_.push_back(before);
     }
 
     const Tables& a_;

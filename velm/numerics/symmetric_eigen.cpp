@@ -107,36 +107,39 @@ void complete_from_eigenvector(const Symmetric3& m, LanczosBasis& basis, double*
     }
 }
 
-// The 4x4 case with zeros beyond the first row's neighbour: one rotation in rows 2 and 3 remains.
-void reduce_lower_block_of_4(double** mat, double* diag, double* subd) {
-    const double m12 = mat[1][2], m13 = mat[1][3], m22 = mat[2][2], m23 = mat[2][3],
-                 m33 = mat[3][3];
-    diag[1] = mat[1][1];
-    subd[0] = mat[0][1];
-    mat[1][1] = 1.0;
-    mat[2][1] = mat[3][1] = 0.0;
-    if (m13 == 0.0) {
-        diag[2] = m22;
-        diag[3] = m33;
-        subd[1] = m12;
-        subd[2] = m23;
-        mat[1][2] = mat[1][3] = 0.0;
-        set_identity_block(mat, 2, 4);
+// One rotation in rows i and i + 1, the last two, makes the row before them tridiagonal.
+void reduce_last_two(int i, double** mat, double* diag, double* subd) {
+    const double near = mat[i - 1][i], far = mat[i - 1][i + 1], first = mat[i][i],
+                 beside = mat[i][i + 1], last = mat[i + 1][i + 1];
+    if (far == 0.0) {
+        diag[i] = first;
+        diag[i + 1] = last;
+        subd[i - 1] = near;
+        subd[i] = beside;
+        set_identity_block(mat, i, i + 2);
         return;
     }
-    const double span = std::sqrt(m13 * m13 + m12 * m12);
-    const double a = m12 / span;
-    const double b = m13 / span;
-    const double q = 2 * a * m23 + b * (m33 - m22);
-    diag[2] = m22 + b * q;
-    diag[3] = m33 - b * q;
-    subd[1] = span;
-    subd[2] = m23 - a * q;
-    mat[1][2] = mat[1][3] = 0.0;
-    mat[2][2] = a;
-    mat[2][3] = b;
-    mat[3][2] = b;
-    mat[3][3] = -a;
+    const double span = std::sqrt(near * near + far * far);
+    const double a = near / span;
+    const double b = far / span;
+    const double q = 2 * a * beside + b * (last - first);
+    diag[i] = first + b * q;
+    diag[i + 1] = last - b * q;
+    subd[i - 1] = span;
+    subd[i] = beside - a * q;
+    mat[i][i] = a;
+    mat[i][i + 1] = b;
+    mat[i + 1][i] = b;
+    mat[i + 1][i + 1] = -a;
+}
+
+// The 4x4 case with zeros beyond the first row's neighbour.
+void reduce_lower_block_of_4(double** mat, double* diag, double* subd) {
+    diag[1] = mat[1][1];
+    subd[0] = mat[0][1];
+    reduce_last_two(2, mat, diag, subd);
+    mat[1][1] = 1.0;
+    mat[1][2] = mat[1][3] = mat[2][1] = mat[3][1] = 0.0;
 }
 
 // The general 4x4 case: a Lanczos basis for the block of rows and columns 1 to 3.
@@ -268,31 +271,10 @@ void Eigen::Tridiagonal2(double** mat, double* diag, double* subd) {
 }
 
 void Eigen::Tridiagonal3(double** mat, double* diag, double* subd) {
-    const double m00 = mat[0][0], m01 = mat[0][1], m02 = mat[0][2], m11 = mat[1][1],
-                 m12 = mat[1][2], m22 = mat[2][2];
-    diag[0] = m00;
+    diag[0] = mat[0][0];
     subd[2] = 0.0;
-    if (m02 == 0.0) {
-        diag[1] = m11;
-        diag[2] = m22;
-        subd[0] = m01;
-        subd[1] = m12;
-        set_identity_block(mat, 0, 3);
-        return;
-    }
-    const double span = std::sqrt(m01 * m01 + m02 * m02);
-    const double a = m01 / span;
-    const double b = m02 / span;
-    const double q = 2 * a * m12 + b * (m22 - m11);
-    diag[1] = m11 + b * q;
-    diag[2] = m22 - b * q;
-    subd[0] = span;
-    subd[1] = m12 - a * q;
+    reduce_last_two(1, mat, diag, subd);
     set_first_unit(mat, 3);
-    mat[1][1] = a;
-    mat[1][2] = b;
-    mat[2][1] = b;
-    mat[2][2] = -a;
 }
 
 void Eigen::Tridiagonal4(double** mat, double* diag, double* subd) {

@@ -11,6 +11,7 @@
 
 namespace {
 
+using velm::detail::BasisShares;
 using velm::detail::DirectionBasis;
 using velm::detail::HomogeneousPole;
 
@@ -35,38 +36,14 @@ template <class Degree, class Order>
             return table[(j - 1) * count + i];
         }
     };
-    double* const value = memory;
-    double *const once_less = value + p + 1, *const twice_less = once_less + p + 1;
-    double *const first_factor = twice_less + p + 1, *const second_factor = first_factor + p + 1;
-    value[0] = 1.0;
-    for (int j = 1; j <= p; ++j) {
-        if (order > 1 && j == p - 1) std::copy_n(value, j, twice_less);
-        if (order > 0 && j == p) std::copy_n(value, j, once_less);
-        double saved = 0.0;
-        for (int r = 0; r < j; ++r) {
-            const double temp = value[r] * reciprocal(j, span + 1 - j + r);
-            value[r] = saved + (at[r + 1] - t) * temp;
-            saved = (t - at[1 - j + r]) * temp;
-        }
-        value[j] = saved;
-    }
-    if (order > 0 && p > 0) {
-        for (int r = 0; r < p; ++r)
-            first_factor[r] = p * reciprocal(p, span + 1 - p + r);
-    }
-    if (order > 1 && p > 1) {
-        for (int r = 0; r < p - 1; ++r)
-            second_factor[r] = (p - 1) * reciprocal(p - 1, span + 2 - p + r);
-    }
-    return {value, once_less, twice_less, first_factor, second_factor};
-}
-
-// Calls f with the order as a constant.
-template <class F>
-[[gnu::always_inline]] inline void with_order(int order, F f) {
-    if (order <= 0) return f(std::integral_constant<int, 0>{});
-    if (order == 1) return f(std::integral_constant<int, 1>{});
-    f(std::integral_constant<int, 2>{});
+    const auto shares = [&](int j, int r, double value) __attribute__((always_inline)) {
+        const double part = value * reciprocal(j, span + 1 - j + r);
+        return BasisShares{(at[r + 1] - t) * part, (t - at[1 - j + r]) * part};
+    };
+    const auto factor = [&](int j, int r) __attribute__((always_inline)) {
+        return j * reciprocal(j, span + 1 - j + r);
+    };
+    return velm::detail::basis_from(p, order, memory, shares, factor);
 }
 
 } // namespace

@@ -48,26 +48,13 @@ PrincipalCurvatures curvatures_of(const Jet& jet) {
 template <class Degree, class Order>
 [[gnu::always_inline]] inline DirectionBasis bernstein_at(double low, double high, Degree p,
                                                           double t, Order order, double* memory) {
-    double* const value = memory;
-    double *const once_less = value + p + 1, *const twice_less = once_less + p + 1;
-    double *const first_factor = twice_less + p + 1, *const second_factor = first_factor + p + 1;
     const double inverse = 1.0 / (high - low);
     const double x = (t - low) * inverse, y = (high - t) * inverse;
-    value[0] = 1.0;
-    for (int j = 1; j <= p; ++j) {
-        if (order > 1 && j == p - 1) std::copy_n(value, j, twice_less);
-        if (order > 0 && j == p) std::copy_n(value, j, once_less);
-        double saved = 0.0;
-        for (int r = 0; r < j; ++r) {
-            const double before = value[r];
-            value[r] = saved + y * before;
-            saved = x * before;
-        }
-        value[j] = saved;
-    }
-    if (order > 0) std::fill_n(first_factor, int(p), p * inverse);
-    if (order > 1 && p > 1) std::fill_n(second_factor, p - 1, (p - 1) * inverse);
-    return {value, once_less, twice_less, first_factor, second_factor};
+    const auto shares = [=](int, int, double value) __attribute__((always_inline)) {
+        return detail::BasisShares{y * value, x * value};
+    };
+    const auto factor = [=](int j, int) __attribute__((always_inline)) { return j * inverse; };
+    return detail::basis_from(p, order, memory, shares, factor);
 }
 
 template <class Order>
@@ -82,16 +69,13 @@ template <class Order>
 // Calls f(degree in u, degree in v, order) with constants in the usual cases.
 template <class F>
 void with_degrees(const SurfaceTables& tables, int order, F f) {
-    const auto with_order = [&](auto p, auto q) __attribute__((always_inline)) {
-        if (order == 0) return f(p, q, std::integral_constant<int, 0>{});
-        if (order == 1) return f(p, q, std::integral_constant<int, 1>{});
-        f(p, q, std::integral_constant<int, 2>{});
-    };
-    if (tables.degree_u == tables.degree_v) {
-        detail::with_degree(tables.degree_u, [&](auto p) { with_order(p, p); });
-    } else {
-        with_order(tables.degree_u, tables.degree_v);
-    }
+    detail::with_order(order, [&](auto wanted) {
+        if (tables.degree_u == tables.degree_v) {
+            detail::with_degree(tables.degree_u, [&](auto p) { f(p, p, wanted); });
+        } else {
+            f(tables.degree_u, tables.degree_v, wanted);
+        }
+    });
 }
 
 // Room on the stack for constant degrees, else for those that surfaces are prepared of.

@@ -6,6 +6,7 @@
 
 #include "velm/curves/detail/knot_search.h"
 #include "velm/curves/detail/pole_lanes.h"
+#include "velm/numerics/detail/small_size.h"
 
 #include <algorithm>
 #include <array>
@@ -46,24 +47,10 @@ template <class Degree, std::size_t Fixed, std::size_t Inline>
 using DegreeWork =
     std::conditional_t<std::is_same_v<Degree, int>, WorkArray<double, Inline>, FixedWork<Fixed>>;
 
-/// Calls f with the degree: as a std::integral_constant from 1 to 5, so that loops are laid out for
-/// it, else as the int it is.
+/// Calls f with the degree: as a std::integral_constant from 1 to 5, else as the int it is.
 template <class F>
 [[gnu::always_inline]] inline auto with_degree(int p, F f) {
-    switch (p) {
-    case 1:
-        return f(std::integral_constant<int, 1>{});
-    case 2:
-        return f(std::integral_constant<int, 2>{});
-    case 3:
-        return f(std::integral_constant<int, 3>{});
-    case 4:
-        return f(std::integral_constant<int, 4>{});
-    case 5:
-        return f(std::integral_constant<int, 5>{});
-    default:
-        return f(p);
-    }
+    return with_constant<1, 5>(p, f);
 }
 
 /// The p + 1 values at u into `value` (The NURBS Book, A2.2), divided two at a time; keep(j) is

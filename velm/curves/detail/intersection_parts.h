@@ -4,6 +4,8 @@
 
 #include "velm/curves/detail/prepared_pieces.h"
 
+#include <vector>
+
 namespace velm::detail {
 
 inline constexpr int max_poles = PreparedCurve<2>::max_degree + 1;
@@ -58,6 +60,27 @@ struct MeetingLimits {
         : pole_error(error), apart(tolerance + 2.0 * error),
           together(2.0 * tolerance + 8.0 * error), tiny(std::max(2.0 * error, 0.5 * tolerance)) {}
 };
+
+/// A clip that leaves more than this is followed by halving.
+inline constexpr double worth_repeating = 0.7;
+/// Below this a parameter interval of [0, 1] is a point: four units in the last place
+/// of 1.
+inline constexpr double shortest_interval = 0x1p-50;
+
+/// Halves the longer part of a pair, or the one that is no point yet, and adds both pairs to
+/// `tasks`, the first to be taken first. A Task has a_low, a_high, b_low and b_high.
+template <class Task>
+void halve(const Task& task, bool a_is_longer, std::vector<Task>& tasks) {
+    const bool of_a = task.b_high - task.b_low <= shortest_interval ||
+                      (a_is_longer && task.a_high - task.a_low > shortest_interval);
+    Task before = task, after = task;
+    if (of_a)
+        before.a_high = after.a_low = 0.5 * (task.a_low + task.a_high);
+    else
+        before.b_high = after.b_low = 0.5 * (task.b_low + task.b_high);
+    tasks.push_back(after);
+    tasks.push_back(before);
+}
 
 /// An interval of a part's own [0, 1].
 struct PartInterval {

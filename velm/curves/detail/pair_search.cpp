@@ -6,13 +6,9 @@
 namespace velm::detail {
 namespace {
 
-// A clip that leaves more than this is followed by halving.
-constexpr double worth_repeating = 0.7;
 // A part that the graphs' polynomial leaves is made no smaller than this at once: it has to stay
 // large against the zone for the zone's order and place to be known well.
 constexpr double least_zoom = 0.125;
-// Below this a parameter interval of [0, 1] is a point.
-constexpr double shortest_interval = 0x1p-50;
 constexpr int newton_steps = 12;
 // A contact is looked at in this many windows, each half as wide as the one before.
 constexpr int most_looks = 8;
@@ -158,7 +154,7 @@ void PairSearch::refine(Task task, int& budget) {
             return;
         }
         if (std::min(left_a, left_b) < worth_repeating) continue;
-        split(task);
+        halve(task, a_.extent() >= b_.extent(), tasks_);
         return;
     }
 }
@@ -394,18 +390,6 @@ void PairSearch::meet_as_points() {
     found.same_direction = dot(chord_a, chord_b) >= 0.0;
     found.order = -1;
     meetings_.push_back(found);
-}
-
-void PairSearch::split(const Task& task) {
-    const bool of_a = task.b_high - task.b_low <= shortest_interval ||
-                      (a_.extent() >= b_.extent() && task.a_high - task.a_low > shortest_interval);
-    Task before = task, after = task;
-    if (of_a)
-        before.a_high = after.a_low = 0.5 * (task.a_low + task.a_high);
-    else
-        before.b_high = after.b_low = 0.5 * (task.b_low + task.b_high);
-    tasks_.push_back(after);
-    tasks_.push_back(before);
 }
 
 } // namespace velm::detail

@@ -73,7 +73,6 @@ private:
     Meeting meeting_of_zone(const GraphIntersection& graph, const GraphRoles& roles,
                             const GraphZone& zone, const Task& task) const;
     void meet_as_points();
-    void split(const Task& task);
     Meeting meeting() const;
 
     const PreparedPieces<2>& tables_a_;

@@ -10,17 +10,11 @@ namespace velm::detail {
 
 namespace {
 
-// Poles whose width the compiler knows in the usual cases, so that blends are laid out.
+// Calls f with the width of poles: as a constant for those of the plane and of space, so that
+// blends are laid out.
 template <class F>
 [[gnu::always_inline]] inline void with_width(int width, F f) {
-    switch (width) {
-    case 3:
-        return f(std::integral_constant<int, 3>{});
-    case 4:
-        return f(std::integral_constant<int, 4>{});
-    default:
-        return f(width);
-    }
+    with_constant<3, 4>(width, f);
 }
 
 // The point at t of a segment from a at `low` to b at `high`.

@@ -1,4 +1,5 @@
-// velm::detail::with_size, all_below: small sizes and indices as compile-time constants.
+// velm::detail::with_constant, with_size, all_below: small sizes and indices as compile-time
+// constants.
 #pragma once
 
 #include <type_traits>
@@ -6,26 +7,22 @@
 
 namespace velm::detail {
 
-/// Calls f with n: as a std::integral_constant if n is 1 to 6, so that its loops are unrolled for
-/// that size, else as an int. The results of f must not depend on which.
+/// Calls f with n: as a std::integral_constant if n is low to high, so that its loops are laid out
+/// for that number, else as an int. The results of f must not depend on which.
+template <int low, int high, class Function>
+[[gnu::always_inline]] inline decltype(auto) with_constant(int n, const Function& f) {
+    if constexpr (low > high) {
+        return f(n);
+    } else {
+        if (n == low) return f(std::integral_constant<int, low>{});
+        return with_constant<low + 1, high>(n, f);
+    }
+}
+
+/// As with_constant, for the size of a small matrix or system.
 template <class Function>
 decltype(auto) with_size(int n, Function f) {
-    switch (n) {
-    case 1:
-        return f(std::integral_constant<int, 1>{});
-    case 2:
-        return f(std::integral_constant<int, 2>{});
-    case 3:
-        return f(std::integral_constant<int, 3>{});
-    case 4:
-        return f(std::integral_constant<int, 4>{});
-    case 5:
-        return f(std::integral_constant<int, 5>{});
-    case 6:
-        return f(std::integral_constant<int, 6>{});
-    default:
-        return f(n);
-    }
+    return with_constant<1, 6>(n, f);
 }
 
 /// Calls f with 0, 1, ... below n as long as it returns true, and returns whether it always did. If

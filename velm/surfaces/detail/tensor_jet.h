@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <type_traits>
 
 namespace velm::detail {
 
@@ -46,6 +47,46 @@ struct DirectionBasis {
 
 /// Doubles of memory that the arrays of a DirectionBasis need.
 constexpr std::size_t basis_memory(int p) { return 5 * (static_cast<std::size_t>(p) + 1); }
+
+/// What a value of one degree adds to two values of the next.
+struct BasisShares {
+    double here, next;
+};
+
+/// The basis functions of degree p in `memory`: shares(j, r, value) divides value r of degree j - 1
+/// between values r and r + 1 of degree j; factor(j, r) is that of difference r of degree j.
+template <class Degree, class Order, class Shares, class Factor>
+[[gnu::always_inline]] inline DirectionBasis basis_from(Degree p, Order order, double* memory,
+                                                        Shares shares, Factor factor) {
+    double* const value = memory;
+    double *const once_less = value + p + 1, *const twice_less = once_less + p + 1;
+    double *const first_factor = twice_less + p + 1, *const second_factor = first_factor + p + 1;
+    value[0] = 1.0;
+    for (int j = 1; j <= p; ++j) {
+        if (order > 1 && j == p - 1) std::copy_n(value, j, twice_less);
+        if (order > 0 && j == p) std::copy_n(value, j, once_less);
+        double saved = 0.0;
+        for (int r = 0; r < j; ++r) {
+            const BasisShares parts = shares(j, r, value[r]);
+            value[r] = saved + parts.here;
+            saved = parts.next;
+        }
+        value[j] = saved;
+    }
+    for (int r = 0; order > 0 && r < p; ++r)
+        first_factor[r] = factor(p, r);
+    for (int r = 0; order > 1 && r < p - 1; ++r)
+        second_factor[r] = factor(p - 1, r);
+    return {value, once_less, twice_less, first_factor, second_factor};
+}
+
+/// Calls f with the order, 0 to 2, as a constant.
+template <class F>
+[[gnu::always_inline]] inline void with_order(int order, F f) {
+    if (order <= 0) return f(std::integral_constant<int, 0>{});
+    if (order == 1) return f(std::integral_constant<int, 1>{});
+    f(std::integral_constant<int, 2>{});
+}
 
 /// The sum, and its first and second derivative up to `order`, of p + 1 poles that `pole` gives.
 template <class Degree, class Order, class Pole>
