@@ -62,20 +62,10 @@ void ERFileManager::create_head() {
 
 void ERFileManager::Close() {
     if (!is_open()) return;
-    CFileException* failure = nullptr;
-    const auto attempt = [&failure](auto step) {
-        try {
-            step();
-        } catch (CFileException* met) {
-            if (failure)
-                met->Delete();
-            else
-                failure = met;
-        }
-    };
-    attempt([this] { settle(); });
-    attempt([this] { ERFile::Close(); });
-    if (failure) throw failure;
+    velm::detail::AllSteps closing;
+    closing.attempt([this] { settle(); });
+    closing.attempt([this] { ERFile::Close(); });
+    closing.finish();
 }
 
 void ERFileManager::Flush() {

@@ -163,19 +163,9 @@ void ERObjectDataBase::save_counters() {
 }
 
 void ERObjectDataBase::Close() {
-    CFileException* failure = nullptr;
-    const auto attempt = [&failure](auto step) {
-        try {
-            step();
-        } catch (CFileException* met) {
-            if (failure)
-                met->Delete();
-            else
-                failure = met;
-        }
-    };
+    velm::detail::AllSteps closing;
     if (file && file->is_open() && !file->isReadOnly() && file->has_free_list())
-        attempt([this] {
+        closing.attempt([this] {
             StoreStep step(*file);
             save_counters();
             classes->save_information();
@@ -183,9 +173,9 @@ void ERObjectDataBase::Close() {
             step.finish();
             if (flushes_at_close) file->Flush();
         });
-    if (file) attempt([this] { file->Close(); });
+    if (file) closing.attempt([this] { file->Close(); });
     abandon();
-    if (failure) throw failure;
+    closing.finish();
 }
 
 void ERObjectDataBase::flush() {

@@ -1,9 +1,11 @@
-// velm::detail::StoreStep, ReadingStep, StepMember, RemovalWithoutRoom: an operation of a store as
-// a whole.
+// velm::detail::StoreStep, ReadingStep, StepMember, RemovalWithoutRoom, AllSteps: an operation of a
+// store as a whole.
 #pragma once
 
 #include "velm/export.h"
 #include "velm/platform/file_exception.h"
+
+#include <utility>
 
 class ERFileManager;
 
@@ -93,5 +95,35 @@ auto removal(ERFileManager& file, Work work) {
     const RemovalWithoutRoom sparing(file);
     return as_one_step();
 }
+
+/// Steps that are all attempted, whichever fails, as a close must. finish() raises the first
+/// failure; later ones are deleted.
+class VELM_API AllSteps {
+public:
+    AllSteps() = default;
+    AllSteps(const AllSteps&) = delete;
+    AllSteps& operator=(const AllSteps&) = delete;
+    ~AllSteps() {
+        if (first_) first_->Delete();
+    }
+
+    template <class Step>
+    void attempt(Step step) {
+        try {
+            step();
+        } catch (CFileException* failure) {
+            if (first_)
+                failure->Delete();
+            else
+                first_ = failure;
+        }
+    }
+    void finish() {
+        if (first_) throw std::exchange(first_, nullptr);
+    }
+
+private:
+    CFileException* first_ = nullptr;
+};
 
 } // namespace velm::detail
