@@ -39,8 +39,9 @@ class ArchivedRow {
 public:
     // Of a version, by default the one that is written.
     static const ArchivedRow& form(int version = detail::newest_archive) {
-        static const ArchivedRow first(1), second(2), newest(detail::newest_archive);
-        return version == 1 ? first : version == 2 ? second : newest;
+        static const auto forms =
+            detail::forms_of_versions([](int each) { return ArchivedRow(each); });
+        return forms[static_cast<std::size_t>(version - 1)];
     }
 
     void store(CArchive& archive, const Row& row, const typename Row::Head& head,

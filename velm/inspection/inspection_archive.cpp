@@ -9,7 +9,6 @@
 namespace velm {
 namespace {
 
-static_assert(archive_version == detail::newest_archive);
 constexpr auto first_kind = static_cast<DWORD>(ArchivedKind::section),
                last_kind = static_cast<DWORD>(ArchivedKind::surface);
 constexpr ULONGLONG checksum_size = sizeof(DWORD);

@@ -77,6 +77,12 @@ const char* fault_of(const FitRow& row, const FitHead& head) {
     return nullptr;
 }
 
+const detail::ArchiveForm& row_form(int version) {
+    static const auto forms = detail::forms_of_versions(
+        [](int each) { return detail::ArchiveForm(fields_of<FitRow>(), each); });
+    return forms[static_cast<std::size_t>(version - 1)];
+}
+
 } // namespace
 
 FitRecordWriter::FitRecordWriter(ERDataBase& data, std::string_view program, const FitHead& head)
@@ -122,9 +128,8 @@ FitArchiveWriter::FitArchiveWriter(const std::string& path, std::string_view pro
 }
 
 void FitArchiveWriter::add(const FitRow& row) {
-    static const detail::ArchiveForm form(fields_of<FitRow>());
     announce(row);
-    form.store(archive(), describe(row, head_));
+    row_form(detail::newest_archive).store(archive(), describe(row, head_));
 }
 
 FitArchiveReader::FitArchiveReader(InspectionArchiveReader& document) : document_(document) {
@@ -133,11 +138,10 @@ FitArchiveReader::FitArchiveReader(InspectionArchiveReader& document) : document
 }
 
 bool FitArchiveReader::next(FitRow& row) {
-    static const detail::ArchiveForm form(fields_of<FitRow>());
     if (!document_.next()) return false;
     row = FitRow();
     row.index = count_++;
-    form.load(document_.archive_, &row, &head_);
+    row_form(document_.version_).load(document_.archive_, &row, &head_);
     require(document_.archive_, fault_of(row, head_) == nullptr);
     judge(row, head_);
     document_.take(row);

@@ -10,8 +10,7 @@
 // loading and when storing. A subject that was loaded in part is to be given up.
 #pragma once
 
-#include "velm/inspection/field.h"
-#include "velm/platform/archive.h"
+#include "velm/inspection/inspection_archive.h"
 
 #include <limits>
 #include <string>
@@ -20,7 +19,7 @@
 namespace velm::detail {
 
 /// The version that is written.
-inline constexpr int newest_archive = 3;
+inline constexpr int newest_archive = static_cast<int>(archive_version);
 
 /// The fields of a description that an archive keeps, in their order there.
 class ArchiveForm {
@@ -37,6 +36,15 @@ private:
     std::vector<const Field*> fields_;
     int version_;
 };
+
+/// What `make` makes of each version: the form of version v is at v - 1.
+template <class Make>
+auto forms_of_versions(Make make) {
+    std::vector<decltype(make(newest_archive))> forms;
+    for (int version = 1; version <= newest_archive; ++version)
+        forms.push_back(make(version));
+    return forms;
+}
 
 template <class Subject>
 void store_subject(CArchive& archive, const Subject& subject) {
