@@ -287,16 +287,23 @@ private:
     Handle(TDocStd_Document) document_;
 };
 
-CadDocument read_step(const std::string& path) {
-    OpenDocument document;
-    STEPCAFControl_Reader reader;
+// Reads with colours, names and layers; the document has its format.
+template <class Reader>
+CadDocument begin_reading(Reader& reader, const std::string& path, const std::string& format) {
     reader.SetColorMode(Standard_True);
     reader.SetNameMode(Standard_True);
     reader.SetLayerMode(Standard_True);
     if (reader.ReadFile(path.c_str()) != IFSelect_RetDone)
-        fail_content(path, "the STEP file can't be understood");
+        fail_content(path, "the " + format + " file can't be understood");
     CadDocument result;
-    result.format = "STEP";
+    result.format = format;
+    return result;
+}
+
+CadDocument read_step(const std::string& path) {
+    OpenDocument document;
+    STEPCAFControl_Reader reader;
+    CadDocument result = begin_reading(reader, path, "STEP");
     TColStd_SequenceOfAsciiString lengths, angles, solid_angles;
     reader.ChangeReader().FileUnits(lengths, angles, solid_angles);
     if (lengths.Length() > 0) result.file_unit = lengths.Value(1).ToCString();
@@ -308,13 +315,7 @@ CadDocument read_step(const std::string& path) {
 CadDocument read_iges(const std::string& path) {
     OpenDocument document;
     IGESCAFControl_Reader reader;
-    reader.SetColorMode(Standard_True);
-    reader.SetNameMode(Standard_True);
-    reader.SetLayerMode(Standard_True);
-    if (reader.ReadFile(path.c_str()) != IFSelect_RetDone)
-        fail_content(path, "the IGES file can't be understood");
-    CadDocument result;
-    result.format = "IGES";
+    CadDocument result = begin_reading(reader, path, "IGES");
     const Handle(IGESData_IGESModel) model =
         Handle(IGESData_IGESModel)::DownCast(reader.WS()->Model());
     if (!model.IsNull() && !model->GlobalSection().UnitName().IsNull())

@@ -25,6 +25,13 @@ void require_ascending(const RecordProperties& properties,
                               "a limit that is not below the lower one");
 }
 
+template <class Head>
+void read_head(const RecordProperties& properties, Head& head) {
+    head.rule.reset();
+    detail::get_subject(properties, head);
+    require_ascending(properties, head.tolerance);
+}
+
 // Judges a row that was read and has its judgement by the run.
 template <class Row>
 void judge_again(const RecordProperties& properties, Row& row, const typename Row::Head& head,
@@ -119,10 +126,7 @@ t_SmartPtr<ERDBObject> InspectionRecordReader::next_point(const char* kind, Reco
 SectionRecordReader::SectionRecordReader(InspectionRecords& file,
                                          const StoredInspection& inspection)
     : InspectionRecordReader(file, inspection) {
-    const RecordProperties properties(head_record());
-    head_.rule.reset();
-    detail::get_subject(properties, head_);
-    require_ascending(properties, head_.tolerance);
+    read_head(RecordProperties(head_record()), head_);
     read_outline();
 }
 
@@ -187,10 +191,7 @@ bool SectionRecordReader::next(SectionRow& row) {
 
 TargetRecordReader::TargetRecordReader(InspectionRecords& file, const StoredInspection& inspection)
     : InspectionRecordReader(file, inspection) {
-    const RecordProperties properties(head_record());
-    head_.rule.reset();
-    detail::get_subject(properties, head_);
-    require_ascending(properties, head_.tolerance);
+    read_head(RecordProperties(head_record()), head_);
 }
 
 bool TargetRecordReader::next(TargetRow& row) {
@@ -269,10 +270,7 @@ void require_sound(const SurfaceRow& row, const SurfaceHead& head,
 SurfaceRecordReader::SurfaceRecordReader(InspectionRecords& file,
                                          const StoredInspection& inspection)
     : InspectionRecordReader(file, inspection) {
-    const RecordProperties properties(head_record());
-    head_.rule.reset();
-    detail::get_subject(properties, head_);
-    require_ascending(properties, head_.tolerance);
+    read_head(RecordProperties(head_record()), head_);
     for (int f = 0; f < head_.face_count; ++f) {
         const t_SmartPtr<ERDBObject> record =
             part(count_ + static_cast<std::uint64_t>(f), surface_face_kind, RecordKey::surfaces,
