@@ -132,7 +132,7 @@ void CommandLine::sync(OutputPaths& paths) {
     });
 }
 
-void CommandLine::outputs(std::initializer_list<const OutputOption*> outputs, OutputPaths& to) {
+void CommandLine::outputs(OutputList outputs, OutputPaths& to) {
     for (const OutputOption* const output : outputs) {
         const std::shared_ptr<std::string> text = add_text(output->name, "FILE", output->help).text;
         steps_->push_back([app = app_, files = files_, text, output, &to] {

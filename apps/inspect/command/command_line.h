@@ -9,7 +9,6 @@
 #include <CLI/CLI.hpp>
 #include <cstddef>
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <span>
@@ -93,7 +92,7 @@ public:
         });
         return added;
     }
-    void outputs(std::initializer_list<const OutputOption*> outputs, OutputPaths& to);
+    void outputs(OutputList outputs, OutputPaths& to);
     /// An output that is no report: the path goes to `to` unchanged.
     void new_file(const char* name, const char* values, const char* help, std::string& to);
     void new_file(const char* name, const char* values, const char* help,

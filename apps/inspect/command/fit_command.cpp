@@ -102,9 +102,7 @@ void add_fit_command(Program& program) {
     line.option(diameter_option, options->diameter);
     line.flag(inside_flag, *inside);
     line.flag(outside_flag, *outside);
-    line.outputs(
-        {&json_output, &csv_output, &svg_output, &html_output, &store_output, &archive_output},
-        paths);
+    line.outputs(drawn_outputs, paths);
     line.sync(paths);
     line.flag(quiet_flag, paths.quiet, "No table, no summary");
     line.check([options, inside, outside] {

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstddef>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -194,5 +195,16 @@ inline constexpr OutputOption store_output{
 inline constexpr OutputOption archive_output{"--archive",
                                              "Writes the results as a document in an archive",
                                              &OutputPaths::archive, "an archive"};
+
+using OutputList = std::initializer_list<const OutputOption*>;
+/// The outputs of inspections with a picture, of those of surfaces, and of stored ones of all
+/// kinds.
+inline constexpr OutputList drawn_outputs{&json_output, &csv_output,   &svg_output,
+                                          &html_output, &store_output, &archive_output};
+inline constexpr OutputList surface_outputs{&json_output,   &csv_output, &html_output,
+                                            &ply_output,    &vtp_output, &store_output,
+                                            &archive_output};
+inline constexpr OutputList stored_outputs{&json_output, &csv_output, &svg_output,
+                                           &html_output, &ply_output, &vtp_output};
 
 } // namespace velm::inspect

@@ -41,8 +41,7 @@ void add_report_command(Program& program) {
     OutputPaths& paths = options->paths;
     line.input("FILE", "The object file, or the archive", options->store, true);
     line.option(record_option, options->number);
-    line.outputs({&json_output, &csv_output, &svg_output, &html_output, &ply_output, &vtp_output},
-                 paths);
+    line.outputs(stored_outputs, paths);
     line.flag(quiet_flag, paths.quiet);
     line.run([options] { return exit_code(report(*options)); }, [&paths] { return !paths.quiet; });
 }

@@ -116,9 +116,7 @@ void add_section_command(Program& program) {
     line.option(columns_option, options->table.columns);
     line.option(decimals_option, options->decimals);
     line.choice<bool>("--align", "HOW", align_help, align_choices, options->align);
-    line.outputs(
-        {&json_output, &csv_output, &svg_output, &html_output, &store_output, &archive_output},
-        paths);
+    line.outputs(drawn_outputs, paths);
     line.sync(paths);
     line.choice<OutlineForm>("--form", "FORM", "Layout of NOMINAL (default: auto)", form_choices,
                              options->form);

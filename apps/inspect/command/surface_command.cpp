@@ -74,9 +74,7 @@ void add_surface_command(Program& program) {
     line.option(unit_option, options->probed.table.millimetres);
     line.option(columns_option, options->probed.table.columns);
     line.option(decimals_option, options->decimals);
-    line.outputs({&json_output, &csv_output, &html_output, &ply_output, &vtp_output, &store_output,
-                  &archive_output},
-                 paths);
+    line.outputs(surface_outputs, paths);
     line.sync(paths);
     line.new_file("--keep-nominal", "FILE", "Keeps the faces of a CAD file as an object file",
                   options->nominal.keep);

@@ -51,9 +51,7 @@ void add_targets_command(Program& program) {
     line.option(decimals_option, options->decimals);
     line.choice<bool>("--align", "HOW", align_help, align_choices, options->align);
     line.flag(skip_bad_flag, options->skip_bad);
-    line.outputs(
-        {&json_output, &csv_output, &svg_output, &html_output, &store_output, &archive_output},
-        paths);
+    line.outputs(drawn_outputs, paths);
     line.sync(paths);
     line.flag(quiet_flag, paths.quiet);
     line.run(
