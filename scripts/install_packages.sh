@@ -24,7 +24,7 @@ if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
     exit 0
 fi
 
-# A tool counts as installed wherever it stands in the PATH; a library must be a package.
+# A tool counts as installed wherever it is in the PATH; a library must be a package.
 declare -A tool=([g++]=g++ [cmake]=cmake [make]=make [ninja-build]=ninja [clang]=clang++
     [clang-format-14]=clang-format-14 [pkg-config]=pkg-config [gdb]=gdb [python3]=python3 [git]=git
     [binutils]=nm [ccache]=ccache [doxygen]=doxygen [chromium]=chromium)

@@ -15,7 +15,7 @@ ERObject* copy_of(X const& object) {
     ERObject* getCopy() const override { return copy_of(*this); }                                  \
     void printOn(std::ostream& out) const override { out << #X; }
 
-// A chain; two bases over one virtual base; bases behind a class without registration, so that the
+// A chain; two bases over one virtual base; bases above a class without registration, so that the
 // addresses of the parts differ; and two bases that hold a part each of the same class.
 class Shape : public ERObject {
     VELM_DECLARE_CLASS(Shape)

@@ -1,4 +1,4 @@
-// Labels of random points: none leaves the drawing, touches another or stands on what is kept free.
+// Labels of random points: none leaves the drawing, touches another or covers what is kept free.
 #include "inspect/picture/label_places.h"
 
 #include <gtest/gtest.h>
@@ -30,7 +30,7 @@ TEST(LabelPlaces, NoTwoLabelsTouch) {
         labels.push_back(*box);
     }
     EXPECT_GT(labels.size(), 30u);
-    // Far from all others a label stands in the direction that was asked for.
+    // Far from all others a label is in the direction that was asked for.
     const auto alone = LabelPlaces(allowed).find({200.0, 100.0}, {1.0, 0.0}, 40.0, 15.0);
     ASSERT_TRUE(alone);
     EXPECT_EQ(alone->left, 212.0);

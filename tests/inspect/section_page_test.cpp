@@ -39,7 +39,7 @@ std::vector<std::string> found(const std::string& text, const char* pattern) {
     return all;
 }
 
-// No browser would ask for what is not in the page, and no name stands in it twice.
+// No browser would ask for what is not in the page, and no name is in it twice.
 void expect_self_contained(const std::string& page) {
     for (const char* pattern : {"https?:", "\\bsrc", "@import", "<(link|iframe|object|base)\\b",
                                 "href=\"[^#]", "url\\([^#]"})

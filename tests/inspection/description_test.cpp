@@ -68,7 +68,7 @@ void require_distinct(std::span<const Field> fields, std::set<long>& keys,
         } else if (field.key != RecordKey::none) {
             const int count = field.type == FieldType::matrix ? 9 : field.components();
             for (int n = 0; n < count; ++n) {
-                // Only what stands in for the same thing under the other condition shares a key.
+                // Only fields whose conditions exclude each other share a key.
                 const bool shares =
                     last != nullptr && last->key == field.key && field.condition != nullptr;
                 EXPECT_TRUE(keys.insert(field.key_of(n)).second || shares) << field.key_of(n);
@@ -98,7 +98,7 @@ TEST(Description, NoTwoFieldsOfARecordShareAKeyOrAPlace) {
     check(fields_of<SurfaceRow>(), {}, true);
 }
 
-// Whatever is read back is what was kept: each field's value assigned to an empty subject.
+// All that is read back is what was kept: each field's value assigned to an empty subject.
 TEST(Description, AssigningAValueGivesItBack) {
     SectionRow row;
     row.id = "p";

@@ -127,7 +127,7 @@ TEST(PoleCurveIntersection, TakesItsStepsToTheBit) {
     EXPECT_GT(found, 400);
 }
 
-// Whatever it finds are common points; a chosen transversal crossing of ordinary curves is found.
+// All that it finds are common points; a chosen transversal crossing of ordinary curves is found.
 TEST(PoleCurveIntersection, FindsChosenCrossings) {
     Random draw(72);
     int lost = 0, chosen = 0, outside = 0;

@@ -29,7 +29,7 @@ struct DiskTree : StoreTest {
                                                binary, -1, order, order);
         at = tree->baseLocation();
     }
-    // The file tells the tree's form itself.
+    // The form of the tree is in the file.
     void open(int read_only = 0) {
         close();
         file = std::make_unique<ERFileManager>(path.c_str(), read_only);

@@ -126,12 +126,12 @@ TEST_F(FileSpace, BlocksInThePlaceOfANode) {
         file.deallocate(holes[i]);
     file.allocate(20); // the head has room for one more
     const velm::detail::StoreStep step(file);
-    const long behind = file.allocate(9000);
+    const long last = file.allocate(9000);
     file.allocate(3000);
     file.deallocate(room);
-    file.deallocate(behind);
-    EXPECT_EQ(file.allocate(9000), behind) << "the node's only extent, and the node goes";
-    file.deallocate(behind);
+    file.deallocate(last);
+    EXPECT_EQ(file.allocate(9000), last) << "the node's only extent, and the node goes";
+    file.deallocate(last);
     file.allocate(7996);
     int value = 0;
     file.Seek(file.allocate(6000), CFile::begin);

@@ -1,6 +1,6 @@
-// A process that goes on after a failing system call: whatever fails, and for how long, each object
-// is what the operations that returned have left, in memory, after reopening and after a
-// rebuilding.
+// A process that goes on after a failing system call: regardless of which fails, and for how long,
+// each object is what the operations that returned have left, in memory, after reopening and after
+// a rebuilding.
 #include "store/store_files.h"
 #include "support/faulty_files.h"
 #include "velm/platform/file_exception.h"
@@ -264,15 +264,15 @@ struct GoingOn : StoreTest {
         }
         for (const gmErrorCode failure : history.failures())
             if (failure != code) wrong += "fails with code " + std::to_string(failure) + "\n";
-        const std::string told = faults_of(path);
-        if (closed == gmSuccess) wrong += told + history.wrong_in(path);
+        const std::string found = faults_of(path);
+        if (closed == gmSuccess) wrong += found + history.wrong_in(path);
         std::remove(rebuilt.c_str());
         velm::salvage_store(path.c_str(), rebuilt.c_str(), false);
         const std::string salvaged =
             faults_of(rebuilt) + history.wrong_in(rebuilt, closed != gmSuccess);
         if (closed == gmSuccess || !lasts) return wrong + salvaged;
         if (!salvaged.empty()) ++lost;
-        return told.empty() ? wrong + salvaged : wrong;
+        return found.empty() ? wrong + salvaged : wrong;
     }
 };
 

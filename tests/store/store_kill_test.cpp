@@ -32,22 +32,22 @@ public:
         succeed(data_.Open(path.c_str(), 0) == gmSuccess);
     }
 
-    // One operation, told before it begins and after it has returned.
-    template <class Tell>
-    void step(std::int32_t version, Tell tell) {
+    // One operation, reported before it begins and after it has returned.
+    template <class Report>
+    void step(std::int32_t version, Report report) {
         const int roll = random_.below(10);
         const auto id_of = [](const t_SmartPtr<Sample>& object) {
             return static_cast<std::int32_t>(object->getObjectID());
         };
         if (objects_.empty() || (roll < 6 && static_cast<int>(objects_.size()) < most_)) {
-            tell(Change{0, version, 0});
+            report(Change{0, version, 0});
             objects_.emplace_back(new Sample(version, random_.below(200)));
             succeed(data_.save(t_SmartPtr<ERObject>(objects_.back().get())) == gmSuccess);
-            return tell(Change{id_of(objects_.back()), version, 1});
+            return report(Change{id_of(objects_.back()), version, 1});
         }
         const auto i = static_cast<std::size_t>(random_.below(static_cast<int>(objects_.size())));
         Change change{id_of(objects_[i]), roll < 8 ? version : kDeleted, 0};
-        tell(change);
+        report(change);
         if (roll < 8) {
             objects_[i]->number = version;
             if (roll == 7) objects_[i]->content = ERVec<char>(random_.below(200), 'x');
@@ -57,7 +57,7 @@ public:
             objects_.erase(objects_.begin() + static_cast<long>(i));
         }
         change.returned = 1;
-        tell(change);
+        report(change);
     }
 
     void flush() { succeed(data_.flush() == gmSuccess); }
@@ -117,7 +117,7 @@ public:
     struct Event {
         std::size_t offset;
         std::string bytes; // none: the file is cut there
-        // Does it as far as the next end of a page behind `from`, and returns how far that is.
+        // Does it as far as the next end of a page after `from`, and returns how far that is.
         std::size_t happen(std::string& image, std::size_t from) const {
             if (bytes.empty()) image.resize(offset);
             const std::size_t to = std::min(bytes.size(), from + 4096 - (offset + from) % 4096);
@@ -156,7 +156,7 @@ public:
     explicit PowerLoss(const TemporaryFolder& folder) : folder_(folder) {}
 
     struct Counts {
-        long images = 0, found = 0, silent = 0; // of these with a loss: told by the check or not
+        long images = 0, found = 0, silent = 0; // of these with a loss: found by the check or not
     };
 
     // Takes the objects that no operation has touched since the flush for those that must be
@@ -176,9 +176,9 @@ public:
         ++counts.images;
         if (!loss) return;
         const velm::StoreImage read(file.c_str());
-        const bool told =
+        const bool is_found =
             velm::check_store(file.c_str()).faults.count() > velm::stale_counters(read).size();
-        ++(told ? counts.found : counts.silent);
+        ++(is_found ? counts.found : counts.silent);
     }
 
 private:
@@ -235,7 +235,7 @@ TEST(PowerLoss, IsHarmlessInTheOrderOfWritesAndCountedInAnyOther) {
 // The system leaves a killed process's write complete up to the end of a page.
 TEST(KilledStore, KeepsItsPromiseAtTheEndOfEachPageWritten) {
     TemporaryFolder folder;
-    std::vector<std::pair<std::size_t, Change>> told; // with the events before it
+    std::vector<std::pair<std::size_t, Change>> reported; // with the events before it
     std::vector<RecordedFiles::Event> events;
     {
         RecordedFiles files;
@@ -243,19 +243,19 @@ TEST(KilledStore, KeepsItsPromiseAtTheEndOfEachPageWritten) {
                   120);
         for (int version = 1; version <= 2500; ++version)
             work.step(version,
-                      [&](Change change) { told.emplace_back(files.events.size(), change); });
+                      [&](Change change) { reported.emplace_back(files.events.size(), change); });
         events = files.events;
     }
     const int stride = setting("VELM_TEST_THOROUGH", 0) ? 1 : 29;
     std::string image;
     Objects objects;
-    auto next = told.begin();
+    auto next = reported.begin();
     int images = 0, failures = 0;
-    for (std::size_t k = 0; k < told.back().first; ++k) {
+    for (std::size_t k = 0; k < reported.back().first; ++k) {
         for (; next->first <= k; ++next)
             if (next->second.returned) take_note(next->second, objects);
         for (std::size_t done = 0; done < events[k].bytes.size() || done == 0;) {
-            if (k > told.front().first && ++images % stride == 0) {
+            if (k > reported.front().first && ++images % stride == 0) {
                 const std::string wrong =
                     wrong_with_salvaged(folder.file("image", image), folder.path("rebuilt"),
                                         objects, std::prev(next)->second);

@@ -97,7 +97,7 @@ TEST_F(Robustness, TheCheckNamesDamageWithItsOffset) {
     const auto faults = [&](std::size_t offset, std::int32_t word) {
         return faults_of(folder.file("bad", with_word(good, offset, word)));
     };
-    EXPECT_NE(faults(4, 300).find("behind the end of data"), std::string::npos);
+    EXPECT_NE(faults(4, 300).find("beyond the end of data"), std::string::npos);
     EXPECT_NE(faults(12, 0).find("12: the free list has a node without"), std::string::npos);
     EXPECT_NE(faults(316, 1).find("308: the class tree has no information"), std::string::npos);
     EXPECT_NE(faults(296, 1).find("296: the last identifier is behind"), std::string::npos);
@@ -211,7 +211,7 @@ TEST_F(Robustness, NodesThatNoParentNamesAreFound) {
         static_cast<std::size_t>(velm::StoreImage(path.c_str()).objects.information.root);
     const std::int32_t keys = word_at(bytes(), root);
     ASSERT_GE(keys, 2);
-    // The last key of the root and the son behind it are not named yet.
+    // The last key of the root and the son after it are not named yet.
     const velm::SalvageReport report =
         salvaged(folder.file("split", with_word(bytes(), root, keys - 1)));
     EXPECT_GT(report.from_lost_nodes, 5);

@@ -1,4 +1,4 @@
-// `archived`: what stands in an archive.
+// `archived`: the bytes of an archive.
 #pragma once
 
 #include "support/memory_file.h"

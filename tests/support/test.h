@@ -1,4 +1,4 @@
-// What nearly every test stands on: GoogleTest, a generator of random values, and the values,
+// What nearly every test includes: GoogleTest, a generator of random values, and the values,
 // texts, containers, files and threads of the standard library.
 #pragma once
 

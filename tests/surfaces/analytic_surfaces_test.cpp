@@ -531,7 +531,7 @@ TEST(AnalyticSurfaces, RecordsAndTexts) {
         back.getMatricePoint(2, 2);
         EXPECT_EQ((restore(back, expected)(1.3, 3.3)), (*s)(1.3, 3.3)) << kind;
         EXPECT_EQ(back.getMatricePoint(2, 2)[0], s->getMatricePoint(2, 2)[0]) << "a stale grid";
-        // Whatever a record holds, reading and asking end.
+        // Regardless of what a record holds, reading and asking end.
         for (int round = 0; round < 50; ++round) {
             std::string damaged = expected;
             for (int n = draw.below(4); n >= 0; --n)

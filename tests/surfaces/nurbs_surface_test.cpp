@@ -448,7 +448,7 @@ TEST(StoredPoleSurfaces, BytesAreTheLimitsThenPolesThenKnots) {
     EXPECT_NE(velm_test::text_of(row).find("Les Poles :( r= +1, c=+3"), std::string::npos);
 }
 
-// Whatever was read: operations end, and give numbers or NaN.
+// Regardless of what was read, operations end, and give numbers or NaN.
 template <class AnySurface>
 void use(AnySurface& surface) {
     for (const double x : {0.0, 0.5, 1.0, std::nan("")}) {

@@ -81,7 +81,7 @@ void check_space(const StoreImage& image, StoreReport& report) {
             report.faults.add(extent.offset, std::string(extent.kind) + " overlaps " + kind);
         if (extent.end() > image.end_of_data && extent.offset > 0)
             report.faults.add(extent.offset,
-                              std::string(extent.kind) + " lies behind the end of data");
+                              std::string(extent.kind) + " lies beyond the end of data");
         if (extent.offset > covered) report.waste_bytes += extent.offset - covered;
         if (extent.end() > covered) {
             covered = extent.end();

@@ -231,9 +231,9 @@ void Output::finish() {
 
 void Output::require_unchanged() const {
     struct stat now {};
-    const bool stands = ::stat(place_.c_str(), &now) == 0;
-    if (stands == replaces_ &&
-        (!stands || (now.st_dev == before_.st_dev && now.st_ino == before_.st_ino)))
+    const bool is_there = ::stat(place_.c_str(), &now) == 0;
+    if (is_there == replaces_ &&
+        (!is_there || (now.st_dev == before_.st_dev && now.st_ino == before_.st_ino)))
         return;
     throw Failure(FailureKind::file, name_ + ": another program has changed it in the meantime");
 }

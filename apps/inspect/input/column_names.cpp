@@ -145,7 +145,7 @@ constexpr Synonym synonyms[] = {
     {"mesur\xC3\xA9", Column::measured},
 };
 
-// What stands before or after the letter of an axis.
+// What may be before or after the letter of an axis.
 constexpr std::string_view centre_words[] = {"",
                                              "wert",
                                              "value",

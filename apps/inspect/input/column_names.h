@@ -47,7 +47,7 @@ std::string_view column_name(Column column);
 /// The column of a plain name, for --columns.
 std::optional<Column> column_of_name(std::string_view name);
 
-/// A header's field: its meaning, and the unit that stands in brackets, in millimetres.
+/// A header's field: its meaning, and the unit in brackets, in millimetres.
 struct ColumnTitle {
     std::optional<Column> meaning;
     std::optional<double> millimetres;

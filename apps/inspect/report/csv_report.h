@@ -13,7 +13,7 @@ namespace velm::inspect {
 /// value as an empty cell. Late fields come last, so that a new one moves no column.
 class CsvReport {
 public:
-    /// `row` is any row, even an empty one: its fields make the header. What the user said stands
+    /// `row` is any row, even an empty one: its fields make the header. What the user said is
     /// in lines "# name=text" before that.
     CsvReport(Output& output, const Described& row, const std::vector<NamedText>& info = {});
     void add(const Described& row);
