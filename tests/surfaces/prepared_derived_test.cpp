@@ -219,31 +219,35 @@ TEST(SurfaceEvaluation, OfTheGivenClassesAllocatesNothingAfterTheFirstCalls) {
 }
 
 // The sphere's offset is the sphere times a factor, with all its derivatives: at the poles of its
-// NURBS form, beside them, where tangents lose their digits, and away from the origin.
+// NURBS form and of its turned meridian, beside them, where tangents lose their digits, and away
+// from the origin.
 TEST(PreparedOffset, MovesAlongTheLimitOfTheNormal) {
-    const ERPmIsometrie3D upright =
-        ERChgRepere3D(ERVector3D(1, 0, 0), ERVector3D(0, 0, 1), ERPoint3D());
-    ERCpoleNURBS3D meridian = ERArc3D(upright, 2.0, -pi / 2, pi / 2).ConvertToNurbs();
-    const auto ball =
-        velm::revolve(meridian, ERInfLine3D(ERVector3D(0, 0, 1), ERPoint3D()), 0, 2 * pi);
-    const ERPoint3D centre(30, 70, 100);
-    ERMatrix<ERPole3DH> poles(ball->poles());
-    for (ERPole3DH& pole : poles.writable())
-        pole = ERPole3DH(pole.castToPoint() + centre, 1.0) * pole.weigth();
-    const ERSpoleNURBS3D away(poles, ball->knotVectorU(), ball->knotVectorV());
-    for (const auto& [base, middle] : {std::pair(&*ball, ERPoint3D()), std::pair(&away, centre)}) {
-        const auto prepared = velm::prepare(EROffsetSurface(*base, -0.5, ERVector3D(0, 0, 1)));
+    const ERVector3D up(0.6, 0, 0.8), out(0.8, 0, -0.6);
+    std::vector<std::pair<Surface, ERPoint3D>> balls;
+    for (const ERPoint3D& centre : {ERPoint3D(), ERPoint3D(30, 70, 100)}) {
+        t_SmartPtr<ERArc3D> arc = new ERArc3D(ERChgRepere3D(out, up, centre), 2, -pi / 2, pi / 2);
+        auto* const meridian = new ERCpoleNURBS3D(arc->ConvertToNurbs());
+        const ERInfLine3D axis(up, centre);
+        balls.emplace_back(new ERSpoleNURBS3D(*velm::revolve(*meridian, axis, 0, 2 * pi)), centre);
+        balls.emplace_back(new ERSurOfRevolution(meridian, axis, -1, 2 * pi - 1), centre);
+        balls.emplace_back(new ERSurOfRevolution(&*arc, axis, -1, 1), centre);
+    }
+    for (const auto& [base, centre] : balls) {
+        const auto prepared = velm::prepare(EROffsetSurface(*base, -0.5, up));
         ASSERT_TRUE(prepared && prepared->base());
-        const double factor = ERVector3D(middle, (*prepared)(0.5, 1.0)).norme() / 2.0;
+        const ERLimites in_u = prepared->domain_u(), in_v = prepared->domain_v();
+        const double factor = ERVector3D(centre, (*prepared)(in_u(0.5), in_v(0.2))).norme() / 2.0;
         EXPECT_NEAR(std::fabs(factor - 1.0), 0.25, 1e-12);
-        const double exact = 1e-13 + 1e-13 * ERVector3D(middle).norme();
-        for (const double u :
+        const double exact = 1e-13 + 1e-13 * ERVector3D(centre).norme();
+        for (const double s :
              {0.0, 1e-16, 1e-10, 1e-7, 1e-6, 1e-4, 0.2, 0.9, 1 - 1e-6, 1 - 1e-9, 1.0})
-            for (const double v : {0.0, 1.3, 4.0, 2 * pi}) {
-                SCOPED_TRACE(testing::Message() << middle << " " << u << " " << v);
+            for (const double t : {0.0, 0.2, 0.7, 1.0}) {
+                SCOPED_TRACE(testing::Message()
+                             << base->className() << centre << " " << s << " " << t);
+                const double u = in_u(s), v = in_v(t);
                 const velm::SurfaceJet below = prepared->base()->jet(u, v),
                                        jet = prepared->jet(u, v);
-                EXPECT_TRUE(isEqual(jet.point - middle, (below.point - middle) * factor, exact));
+                EXPECT_TRUE(isEqual(jet.point - centre, (below.point - centre) * factor, exact));
                 EXPECT_TRUE(isEqual(jet.point, (*prepared)(u, v), exact));
                 for (const auto d :
                      {&velm::SurfaceJet::du, &velm::SurfaceJet::dv, &velm::SurfaceJet::duu,

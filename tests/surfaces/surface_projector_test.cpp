@@ -509,14 +509,22 @@ TEST(SurfaceProjector, ListsAllMinima) {
     EXPECT_GT(most, 4u);
 }
 
-// The pole of a sphere is a minimum where the distance rises along all meridians, on the offset of
-// its NURBS form too, whose normal has no digits there.
+// The pole of a sphere is a minimum where the distance rises along all meridians, also on the
+// offset of its NURBS form and of its turned meridian.
 TEST(SurfaceProjector, ListsMinimaAtPolesOfOffsets) {
     std::vector<SurfaceFoot> minima;
-    for (const auto& [span, offset] : {std::pair(2 * pi, -0.3), std::pair(0.85, 0.3)}) {
-        const ERLimites turn(0.21, 0.21 + span);
-        const ERBoundedSphere ball(ERPmIsometrie3D(), 2.0, turn, ERLimites(-0.77, 0.5 * pi));
-        const EROffsetSurface moved(as_nurbs(ball), offset, ERVector3D(1, 0, 0.2));
+    for (const auto& [span, offset, nurbs] :
+         {std::tuple(2 * pi, -0.3, true), std::tuple(0.85, 0.3, true),
+          std::tuple(2 * pi, 0.3, false), std::tuple(0.85, -0.3, false)}) {
+        const ERLimites turn(0.21, 0.21 + span), latitudes(-0.77, 0.5 * pi);
+        const ERBoundedSphere ball(ERPmIsometrie3D(), 2.0, turn, latitudes);
+        const ERSurOfRevolution turned(
+            new ERArc3D(ERChgRepere3D(ERVector3D(1, 0, 0), ERVector3D(0, 0, 1), ERPoint3D()), 2.0,
+                        latitudes.start(), latitudes.end()),
+            ERInfLine3D(ERVector3D(0, 0, 1), ERPoint3D()), turn);
+        const EROffsetSurface moved =
+            nurbs ? EROffsetSurface(as_nurbs(ball), offset, ERVector3D(1, 0, 0.2))
+                  : EROffsetSurface(turned, offset, ERVector3D(1, 0, 0.2));
         const auto projector = SurfaceProjector::on(*velm::prepare(moved));
         const ERPoint3D pole(0, 0, projector->nearest({0, 0, 5}).distance < 3 ? 2.3 : 1.7);
         for (int k = 0; k < 24; ++k) {
@@ -535,18 +543,30 @@ TEST(SurfaceProjector, ListsMinimaAtPolesOfOffsets) {
 }
 
 // On the axis of a surface of revolution the leaves around it are about as far as each other, and a
-// search that begins with them halves them all unless it knows a place on the cap.
+// search that begins with them halves them all unless it knows a place on the cap. The offset has
+// its pole where the normal's limit leads.
 TEST(SurfaceProjector, FindsThePoleFromTheAxis) {
     const ERCpoleNURBS3D egg(
         {{0, 0, -2, 1}, {1.5, 0, -2, 1}, {2, 0, 0, 1}, {1.5, 0, 2.5, 1}, {0, 0, 2.5, 1}}, 4);
-    const auto turned =
-        velm::revolve(egg, ERInfLine3D(ERVector3D(0, 0, 1), ERPoint3D()), 0, 2 * pi);
-    const auto projector = SurfaceProjector::on(*velm::prepare(*turned));
-    const ERPoint3D p(0, 0, -1.8207);
-    for (const SurfaceFoot& foot : {projector->nearest(p), projector->nearest(p, {0.4, 1.0})}) {
-        EXPECT_NEAR(foot.distance, 0.1793, 1e-12);
-        EXPECT_TRUE(foot.certified);
-    }
+    const ERInfLine3D axis(ERVector3D(0, 0, 1), ERPoint3D());
+    const t_SmartPtr<ERAnyBoundedSurface> as_net =
+        new ERSpoleNURBS3D(*velm::revolve(egg, axis, 0, 2 * pi));
+    const t_SmartPtr<ERAnyBoundedSurface> turned =
+        new ERSurOfRevolution(new ERCpoleNURBS3D(egg), axis, 0, 2 * pi);
+    for (const double offset : {0.0, 0.15, -0.15})
+        for (const auto& base : {as_net, turned}) {
+            const auto projector =
+                SurfaceProjector::on(*velm::prepare(EROffsetSurface(*base, offset, {0, 0, 1})));
+            // Outside of the egg, within the offset or beyond it.
+            const double outside = projector->nearest(ERPoint3D(0, 0, -3)).distance - 1.0;
+            EXPECT_NEAR(std::fabs(outside), std::fabs(offset), 1e-12);
+            const ERPoint3D p(0, 0, -1.8207);
+            for (const SurfaceFoot& foot :
+                 {projector->nearest(p), projector->nearest(p, {.4, 1})}) {
+                EXPECT_NEAR(foot.distance, std::fabs(0.1793 - outside), 1e-12) << offset;
+                EXPECT_TRUE(foot.certified) << offset << base->className();
+            }
+        }
 }
 
 // Beside a centre of curvature, where minima are near to each other; each by its own normal.

@@ -239,9 +239,10 @@ int continuity(const PreparedCurve<3>& curve, int piece) {
     return jump <= rounding * before.tangente().norme() ? 1 : 0;
 }
 
-// Whether the curve is in the half plane x >= 0 of y = 0, except for rounding.
-bool is_meridian(const PreparedCurve<3>& curve) {
-    const double rounding = 1e-13 * curve.size();
+// Whether the curve is in the half plane x >= 0 of y = 0, except for rounding: also of coordinates
+// that were so far away.
+bool is_meridian(const PreparedCurve<3>& curve, double far) {
+    const double rounding = 1e-13 * curve.size() + 0x1p-49 * far;
     for (int i = 0; i < curve.pieces(); ++i)
         for (const ERPole3DH& pole : pole_list(curve, i)) {
             const ERPoint3D p = pole.castToPoint();
@@ -282,6 +283,24 @@ void add_turned_patches(SurfaceTables& tables, const ERInfLine3D& axis) {
     });
 }
 
+// Of some points of the generatrix the one furthest from the axis, with the axis as z: directions
+// from the axis to points beside it have few digits.
+ERPmIsometrie3D frame_of(const ERSurOfRevolution& surface) {
+    constexpr int steps = 16;
+    const ERInfLine3D& axis = surface.axe();
+    ERPoint3D foot;
+    ERVector3D arm;
+    for (int k = 0; k <= steps; ++k) {
+        const ERPoint3D at = (*surface.generatrix())(surface.getBoundU()(double(k) / steps));
+        const ERPoint3D on_axis = axis.projectPt(at);
+        const ERVector3D next(on_axis, at);
+        if (next.norme2() > arm.norme2()) arm = next, foot = on_axis;
+    }
+    const ERVector3D& z = axis.dirVector();
+    const ERVector3D y = z ^ arm;
+    return ERChgRepere3D(y ^ z, y, foot);
+}
+
 std::shared_ptr<SurfaceTables> revolution_tables(const ERSurOfRevolution& surface) {
     ERPoint3D off_axis, foot;
     double t = 0.0;
@@ -290,8 +309,7 @@ std::shared_ptr<SurfaceTables> revolution_tables(const ERSurOfRevolution& surfac
         !detail::is_turn(surface.vdeb(), surface.vfin()) ||
         !surface.getOnePointOfTheGeneratrixNotOnTheAxis(off_axis, t, foot))
         return {};
-    const ERVector3D x(foot, off_axis);
-    const ERPmIsometrie3D frame = ERChgRepere3D(x, axis.dirVector() ^ x, axis.origine());
+    const ERPmIsometrie3D frame = frame_of(surface);
     const t_SmartPtr<ERFiniteEntity3DWF> local(
         ERFiniteEntity3DWF::castdown(surface.generatrix()->getCopy()));
     local->transformTo(frame);
@@ -308,7 +326,7 @@ std::shared_ptr<SurfaceTables> revolution_tables(const ERSurOfRevolution& surfac
     tables->shape.x = frame.getVector(Coord3D_X);
     tables->shape.y = frame.getVector(Coord3D_Y);
     tables->shape.z = frame.getVector(Coord3D_Z);
-    tables->meridian = is_meridian(curve);
+    tables->meridian = is_meridian(curve, ERVector3D(frame.origine()).norme());
     add_turned_patches(*tables, axis);
     return tables;
 }

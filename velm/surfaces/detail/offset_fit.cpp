@@ -349,14 +349,16 @@ double OffsetFit::proved_error(const double* poles) {
                               t[2] = {sampled<3>(tangents[0]), sampled<3>(tangents[1])};
     const std::vector<double> w = rational_ ? sampled<1>(weights) : std::vector(x.size() / 3, 1.0);
     const double d2 = offset_ * offset_;
-    double along[2] = {}, difference = 0.0;
+    double along[2] = {}, difference = 0.0, most = 0.0;
     for (std::size_t k = 0; k < w.size(); ++k) {
         double apart[3]; // w D
         for (std::size_t c = 0; c < 3; ++c)
             apart[c] = w[k] * f[3 * k + c] - x[3 * k + c];
         for (int a = 0; a < 2; ++a)
             along[a] = std::max(along[a], std::fabs(dot3(apart, &t[a][3 * k])));
-        difference = std::max(difference, std::fabs(dot3(apart, apart) - d2 * w[k] * w[k]));
+        const double square = dot3(apart, apart);
+        difference = std::max(difference, std::fabs(square - d2 * w[k] * w[k]));
+        most = std::max(most, square);
     }
     // A polynomial of degree m is, between `samples` of Chebyshev's nodes, at most 1 / cos(pi m /
     // (2 samples)) times what it is at them (Ehlich and Zeller, Mathematische Zeitschrift 86,
@@ -382,7 +384,10 @@ double OffsetFit::proved_error(const double* poles) {
     const double d = std::fabs(offset_);
     const double gamma = (between(2 * p, 2 * q) * difference + 2.0 * rounding * (d + rounding)) /
                          (least_weight * least_weight);
-    if (!(gamma + tangential < 0.5 * d2)) return unproved;
+    if (!(gamma + tangential < 0.5 * d2)) { // next to no offset: |D - d n| <= |D| + d
+        rounding_ = rounding / least_weight;
+        return std::sqrt(between(2 * p, 2 * q) * most) / least_weight + rounding_ + d;
+    }
     rounding_ = std::sqrt(rounded / (1.0 - std::cos(least_angle)));
     return std::sqrt(tangential + std::pow((gamma + tangential) / d, 2));
 }

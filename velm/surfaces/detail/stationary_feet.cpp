@@ -1,7 +1,6 @@
 #include "velm/surfaces/detail/stationary_feet.h"
 
 #include "velm/surfaces/detail/analytic_feet.h"
-#include "velm/surfaces/detail/quotient_rule.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,12 +18,6 @@ constexpr double product_rounding = 0x1p-47;
 constexpr double flat_bend = 1e-9;
 // The square of a tangent beside that of the other where the other's line is a point.
 constexpr double collapsed = 1e-14;
-// The same of what the polynomials of an offset surface give: their derivatives are off by up to
-// 81 2^-45 of the size, on leaves no smaller than 2^-12 of it mostly much less than this.
-constexpr double polynomial_rounding = 1e-9;
-// Beside a line of the base that is a point, this near of the size, normals of an offset surface
-// have no digits; so far inside of a side, of the domain, its leaf is looked for.
-constexpr double beside_point = 1e-5, inside_side = 1e-10;
 // A component of an offset along the surface, of its length and the size, that is no longer along
 // the normal.
 constexpr double askew = 1e-6;
@@ -102,47 +95,11 @@ bool StationaryFeet::is_perpendicular(const SurfaceFoot& foot) const {
            askew * (from.norme() + tables_.surface.box().diagonal());
 }
 
-// A place's tangents and bends: on an offset surface beside a point of its base those of the
-// polynomials, by the parameters of the leaf; signs and ratios are the same.
-Jet StationaryFeet::jet_at(const ERPoint2D& at, const SurfaceSide& side) const {
-    const auto is_near = [&](const SharpLine& line) {
-        const double t = line.constant_u ? at.x() : at.y();
-        const ERLimites& limits = line.constant_u ? surface_.u : surface_.v;
-        const double near = beside_point * limits.amplitude();
-        return line.collapsed && ((line.side[0] && std::fabs(t - line.at[0]) <= near) ||
-                                  (line.side[1] && std::fabs(t - line.at[1]) <= near));
-    };
-    if (!surface_.base || std::none_of(tables_.lines.begin(), tables_.lines.end(), is_near))
-        return sided_jet(surface_, at, side);
-    const SurfaceLeaves& leaves = tables_.leaves;
-    const auto inside = [](double t, const ERLimites& limits, bool below) {
-        return std::clamp(t + (below ? -inside_side : inside_side) * limits.amplitude(),
-                          limits.start(), limits.end());
-    };
-    double s = 0.0, t = 0.0, point[18];
-    const SurfaceLeaf& leaf =
-        leaves[leaves.leaf_at(inside(at.x(), surface_.u, side.below_u),
-                              inside(at.y(), surface_.v, side.below_v), &s, &t)];
-    LeafJet found;
-    power_jet_at(leaves.poles(leaf), leaves.degree_u, leaves.degree_v, s, t, found);
-    divide_by_weight(found.x, 2, point);
-    Jet jet;
-    for (int k = 0; k < 18; ++k)
-        jet.c[k] = point[k] / leaves.frame.scale;
-    double local[3];
-    for (int c = 0; c < 3; ++c)
-        local[c] = point[c] + leaf.centre[c];
-    const ERPoint3D model = leaves.frame.to_model(local);
-    for (int c = 0; c < 3; ++c)
-        jet.c[c] = model[c];
-    return jet;
-}
-
 // Whether the second derivatives at a stationary place are those of a minimum.
 bool StationaryFeet::is_minimum(const SurfaceFoot& foot) const {
     if (foot.distance > distance_) return false;
     const SurfaceSide inside = {foot.u >= surface_.u.end(), foot.v >= surface_.v.end()};
-    const Jet jet = jet_at({foot.u, foot.v}, inside);
+    const Jet jet = sided_jet(surface_, {foot.u, foot.v}, inside);
     const ERVector3D from(foot.point - p_), pu = jet.vector(1), pv = jet.vector(2);
     const double e = pu * pu, g = pv * pv;
     const double a = e + from * jet.vector(3), b = pu * pv + from * jet.vector(4),
@@ -191,7 +148,7 @@ bool StationaryFeet::is_minimum_on_limit(const AnalyticPlace& place) const {
         const ERVector3D t = jet.vector(tangent);
         if (t.norme2() <= collapsed * extent) return true;
         if (is_free) return bends_up(from, t, jet.vector(bend));
-        return rises(from, below ? -t : t, jet.vector(bend), product_rounding);
+        return rises(from, below ? -t : t, jet.vector(bend));
     };
     return is_least(place.free_u, 1, 3, inside.below_u) &&
            is_least(place.free_v, 2, 5, inside.below_v);
@@ -199,28 +156,25 @@ bool StationaryFeet::is_minimum_on_limit(const AnalyticPlace& place) const {
 
 // Whether the distance rises along a tangent, or is level to its rounding and doesn't bend down.
 bool StationaryFeet::rises(const ERVector3D& from, const ERVector3D& tangent,
-                           const ERVector3D& bend, double rounding) const {
+                           const ERVector3D& bend) const {
     const double slope = from * tangent;
     const double level =
-        rounding * tangent.norme() * (from.norme() + tables_.surface.box().diagonal());
+        product_rounding * tangent.norme() * (from.norme() + tables_.surface.box().diagonal());
     return slope > level || (slope >= -4.0 * level && bends_up(from, tangent, bend));
 }
 
-bool StationaryFeet::rises(const Jet& jet, bool along_u, double sign, double rounding) const {
+bool StationaryFeet::rises(const Jet& jet, bool along_u, double sign) const {
     return rises(ERVector3D(jet.point() - p_), jet.vector(along_u ? 1 : 2) * sign,
-                 jet.vector(along_u ? 3 : 5), rounding);
-}
-
-double StationaryFeet::rounding_on(const SharpLine& line) const {
-    return surface_.base && line.collapsed ? polynomial_rounding : product_rounding;
+                 jet.vector(along_u ? 3 : 5));
 }
 
 bool StationaryFeet::rises(const SharpLine& line, double t) const {
     for (int which = 0; which < 2; ++which) {
         if (!line.side[which]) continue;
-        const Jet jet = jet_at(line.place(tables_.leaves, t, which), line.jet_side(t, which));
+        const Jet jet =
+            sided_jet(surface_, line.place(tables_.leaves, t, which), line.jet_side(t, which));
         const double sign = which == 0 ? -1.0 : 1.0;
-        if (!rises(jet, line.constant_u, sign, rounding_on(line))) return false;
+        if (!rises(jet, line.constant_u, sign)) return false;
     }
     return true;
 }
@@ -255,8 +209,7 @@ void StationaryFeet::at_meeting(const SharpLine& u_line, const SharpLine& v_line
             last = {a == 0, b == 0};
             const Jet jet = sided_jet(surface_, at, last);
             point = jet.point();
-            if (!rises(jet, true, a == 0 ? -1.0 : 1.0, product_rounding) ||
-                !rises(jet, false, b == 0 ? -1.0 : 1.0, product_rounding))
+            if (!rises(jet, true, a == 0 ? -1.0 : 1.0) || !rises(jet, false, b == 0 ? -1.0 : 1.0))
                 return;
             ++parts;
         }

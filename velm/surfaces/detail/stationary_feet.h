@@ -31,11 +31,8 @@ private:
     /// Whether the distance rises from a place, or is level and doesn't bend down: across on the
     /// sides of one line, along u or v, along a tangent.
     bool rises(const SharpLine& line, double t) const;
-    bool rises(const Jet& jet, bool along_u, double sign, double rounding) const;
-    bool rises(const ERVector3D& from, const ERVector3D& tangent, const ERVector3D& bend,
-               double rounding) const;
-    double rounding_on(const SharpLine& line) const;
-    Jet jet_at(const ERPoint2D& at, const SurfaceSide& side) const;
+    bool rises(const Jet& jet, bool along_u, double sign) const;
+    bool rises(const ERVector3D& from, const ERVector3D& tangent, const ERVector3D& bend) const;
     bool is_minimum(const SurfaceFoot& foot) const;
     bool is_perpendicular(const SurfaceFoot& foot) const;
     void add(double u, double v, const ERPoint3D& point, const SurfaceSide& side,
