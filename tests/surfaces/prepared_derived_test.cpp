@@ -71,8 +71,8 @@ void expect_prepared(const Surface& surface, double derivative_tol) {
         EXPECT_TRUE(isEqual(here.at[6], (here.at[1] ^ here.at[2]).getnormalized(), 1e-9));
     }
     const long allocations = velm_test::allocations();
-    prepared->evaluate(places, {batch, {}, {}, {}, {}, {}, {}, {}});
-    prepared->grid(u, v, {grid, {}, {}, {}, {}, {}, {}, {}});
+    prepared->evaluate(places, to_batch);
+    prepared->grid(u, v, to_grid);
     EXPECT_EQ(velm_test::allocations(), allocations);
 }
 

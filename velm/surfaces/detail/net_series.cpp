@@ -4,18 +4,28 @@
 #include "velm/surfaces/detail/pole_grid.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace velm::detail {
 
 namespace {
+
+// Of the thread, so that nothing is allocated after its first questions.
+double* kept_room(std::size_t count) {
+    static thread_local std::vector<double> room;
+    if (room.size() < count) room.resize(count);
+    return room.data();
+}
 
 // Calls f(i, j, differences) with the forward differences of the net, i times along U and j along
 // V, for i + j up to 3: degree_u - i + 1 columns in rows of the net's length.
 template <class F>
 void for_differences(const SeriesNet& net, F f) {
     constexpr std::size_t bicubic = 2 * 4 * 16;
-    WorkArray<double, bicubic> work(2 * net.doubles());
-    double *const by_v = work.data(), *const by_both = by_v + net.doubles();
+    double few[bicubic];
+    const std::size_t doubles = 2 * net.doubles();
+    double* const by_v = doubles <= bicubic ? few : kept_room(doubles);
+    double* const by_both = by_v + net.doubles();
     const std::ptrdiff_t row = 4 * std::ptrdiff_t(net.columns());
     std::copy_n(net.poles, net.doubles(), by_v);
     const auto subtract = [](double* from, std::ptrdiff_t count, std::ptrdiff_t step) {
