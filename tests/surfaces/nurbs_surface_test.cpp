@@ -402,10 +402,13 @@ TEST(RevolvedNurbs, TurnsTheCurveAboutTheAxis) {
         const ERPmIsometrie3D frame = ERChgRepere3D(ERVector3D(1, 2, -1), axis.origine());
         ERCpoleNURBS3D curve({ERPole3DH(0, 0, 0, 1), ERPole3DH(2, 0, 2, 2), ERPole3DH(2, 0, 5, 1)});
         curve.transformFrom(frame); // starts on the axis
+        curve.reparametrize({1, 3});
         const Surface surface = CreateSurfOfRevolution(curve, axis, a, b);
         const double end = b > a ? b : b + 2 * std::numbers::pi;
         EXPECT_EQ(surface.getBoundV(), ERLimites(a, end));
-        for (const double t : {0.0, 0.2, 0.7, 1.0}) {
+        const ERSurOfRevolution revolved(new ERCpoleNURBS3D(curve), axis, a, end);
+        EXPECT_EQ(velm_test::record_of(revolved.ConvertToNurbs()), velm_test::record_of(surface));
+        for (const double t : {1.0, 1.4, 2.4, 3.0}) {
             const ERPoint3D from = curve(t);
             for (const double v : {a, end}) {
                 ERPoint3D turned = from;

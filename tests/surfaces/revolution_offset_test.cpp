@@ -123,18 +123,6 @@ TEST(SurOfRevolution, CurveThatTouchesTheAxis) {
     EXPECT_EQ(ERSurOfRevolution().getOnePointOfTheGeneratrixNotOnTheAxis(p, t, foot), 0);
 }
 
-TEST(SurOfRevolution, NurbsFormOfACurveInAHalfPlane) {
-    const ERInfLine3D z(ERVector3D(0, 0, 1), ERPoint3D(0, 0, 0));
-    const t_SmartPtr<ERFiniteEntity3DWF> curve =
-        new ERCpoleBezier3D({{3, 0, 0}, {1, 0, 1}, {2, 0, 4}}, ERLimites(1, 3));
-    const ERSurOfRevolution s(curve, z, 0.5, 4);
-    const ERSpoleNURBS3D nurbs = s.ConvertToNurbs();
-    for (const double u : {1.0, 1.7, 3.0}) {
-        EXPECT_TRUE(isEqual(nurbs(u, nurbs.vdeb()), s(u, 0.5), 1e-13));
-        EXPECT_TRUE(isEqual(nurbs(u, nurbs.vfin()), s(u, 4.0), 1e-13));
-    }
-}
-
 TEST(Revolve, EveryCurveExactly) {
     for (int round = 0; round < 40; ++round) {
         // Weighted, in general position: it leaves every half plane of the axis.

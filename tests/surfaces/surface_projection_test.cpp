@@ -127,7 +127,7 @@ TEST(SurfaceProjection, NurbsFeetAreThoseOfTheStepsBitForBit) {
     compare_kinds(9, 7000, random_nurbs, &ProjectionSteps::of_nurbs);
 }
 
-// The ways to solve directly give the same foot where there is one only.
+// The ways to solve directly give the same foot where there is one only, and see the same trim.
 TEST(SurfaceProjection, EveryWayToSolveDirectlyFindsTheFoot) {
     using namespace velm::detail;
     ERMatrix<ERPole3DH> poles(6, 7);
@@ -146,6 +146,13 @@ TEST(SurfaceProjection, EveryWayToSolveDirectlyFindsTheFoot) {
         EXPECT_EQ(solve_directly<DirectSolve::patch_by_patch>(s, p, 0.5, found[2], n % 2), 1);
         for (const ERPoint2D& foot : found)
             EXPECT_TRUE(isEqual(foot, at, 1e-6)) << foot << at;
+        ERSpoleNURBS3D cut(s);
+        cut.setBound({0.7, 3.3}, {1.2, 3.6});
+        const int inside = cut.getBoundU().inBound(at.x()) && cut.getBoundV().inBound(at.y());
+        EXPECT_EQ(solve_directly<DirectSolve::as_it_is>(cut, p, 0.5, found[0], 1), inside);
+        EXPECT_EQ(solve_directly<DirectSolve::over_unit_knots>(cut, p, 0.5, found[1], 1), inside);
+        for (int k = inside ? 0 : 2; k < 3; ++k)
+            EXPECT_TRUE(isEqual(found[k], at, 1e-6)) << k << found[k] << at;
     }
 }
 

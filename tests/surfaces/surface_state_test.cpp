@@ -2,7 +2,6 @@
 #include "surfaces/projection_steps.h"
 
 #include "support/surfaces.h"
-#include "velm/surfaces/detail/direct_solve.h"
 #include "velm/surfaces/surface_projection.h"
 #include "velm/surfaces/vertical_crossing.h"
 
@@ -184,27 +183,6 @@ TEST(SurfaceState, FeetOfSpheresSnapToTheirLimits) {
             EXPECT_NEAR(at.y(), row.expected_v, 1e-14);
             EXPECT_TRUE(in_u.inBound(at.x()) && in_v.inBound(at.y())) << at;
         }
-    }
-}
-
-// A trim, and points off it: the other ways to solve see the same working limits.
-TEST(SurfaceState, OtherWaysToSolveKeepTheTrim) {
-    using namespace velm::detail;
-    Random random(34);
-    for (int n = 0; n < 20; ++n) {
-        ERSpoleNURBS3D s = nurbs(random);
-        s.setBound({0.4, 1.7}, {-0.6, 0.5});
-        const bool inside = n % 2 == 0;
-        const ERPoint2D foot(inside ? random.uniform(0.5, 1.6) : 0.1, random.uniform(-0.5, 0.4));
-        const ERPoint3D p = s(foot) + velm::limit_normal(s, foot.x(), foot.y()) * 0.02;
-        ERPoint2D at[3];
-        const int found[] = {solve_directly<DirectSolve::as_it_is>(s, p, 0.1, at[0], 1),
-                             solve_directly<DirectSolve::over_unit_knots>(s, p, 0.1, at[1], 1),
-                             solve_directly<DirectSolve::patch_by_patch>(s, p, 0.1, at[2], 1)};
-        EXPECT_EQ(found[0], inside ? 1 : 0) << foot;
-        EXPECT_EQ(found[1], found[0]) << foot;
-        for (int k = 0; k < 2 + (found[2] != 0 ? 1 : 0) && inside; ++k)
-            EXPECT_TRUE(isEqual(at[k], foot, 1e-6)) << k << at[k] << foot;
     }
 }
 
