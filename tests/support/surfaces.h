@@ -24,12 +24,12 @@
 
 namespace velm_test {
 
+using std::numbers::pi;
+using Boundary = ERSurfaceBoundary;
 inline const ERVector3D X(1, 0, 0), Y(0, 1, 0), Z(0, 0, 1);
 
 /// A whole circle, and a rectangle, in parameters.
-inline ERArc2D circle(double u, double v, double radius) {
-    return {{u, v}, radius, 0.0, 2 * std::numbers::pi};
-}
+inline ERArc2D circle(double u, double v, double radius) { return {{u, v}, radius, 0.0, 2 * pi}; }
 inline ERPolygone2D rectangle(double u0, double u1, double v0, double v1) {
     return {{{u0, v0}, {u1, v0}, {u1, v1}, {u0, v1}}};
 }
@@ -45,6 +45,15 @@ inline ERMatrix<ERPole3DH> waved_net(Random& random, int n, int m, double jitter
                 ERPole3DH(ERPoint3D(wide * i, j, 0) + random.value<ERPoint3D>(jitter), 1.0) *
                 random.uniform(weights.start(), weights.end());
     return poles;
+}
+
+inline velm::PrincipalCurvatures curvatures_at(const velm::PreparedSurface& surface,
+                                               const ERPoint2D& at) {
+    velm::PrincipalCurvatures found;
+    velm::SurfaceSamples samples;
+    samples.curvatures = {&found, 1};
+    surface.evaluate({&at, 1}, samples);
+    return found;
 }
 
 } // namespace velm_test

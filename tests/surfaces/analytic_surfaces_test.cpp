@@ -8,7 +8,6 @@
 namespace {
 
 using namespace velm_test;
-using std::numbers::pi;
 using Surface = t_SmartPtr<ERBoundedSurface>;
 
 Random draw{18};

@@ -8,8 +8,6 @@
 namespace {
 
 using namespace velm_test;
-using std::numbers::pi;
-using Boundary = ERSurfaceBoundary;
 
 Random draw{519};
 

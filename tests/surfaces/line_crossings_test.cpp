@@ -8,7 +8,6 @@ namespace {
 using velm::SurfaceCrossing;
 using velm::SurfaceProjector;
 using namespace velm_test;
-using std::numbers::pi;
 
 // A panel over [0, 10]^2 whose height is a tensor of sines, weighted.
 ERSpoleNURBS3D panel(Random& random, double height, double weights) {

@@ -12,9 +12,7 @@
 namespace {
 
 using namespace velm_test;
-using std::numbers::pi;
 using velm::PartEdgeKind;
-using Boundary = ERSurfaceBoundary;
 
 Random draw{19};
 

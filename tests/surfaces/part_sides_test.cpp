@@ -6,8 +6,6 @@
 namespace {
 
 using namespace velm_test;
-using std::numbers::pi;
-using Boundary = ERSurfaceBoundary;
 using Faces = std::vector<velm::PartFace>;
 
 Random draw{191};

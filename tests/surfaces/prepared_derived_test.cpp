@@ -7,8 +7,8 @@
 
 namespace {
 
+using namespace velm_test;
 using Surface = t_SmartPtr<ERAnyBoundedSurface>;
-constexpr double pi = std::numbers::pi;
 
 struct Bundle {
     ERVector3D at[7]; // P, du, dv, duu, duv, dvv, the normal
@@ -70,10 +70,10 @@ void expect_prepared(const Surface& surface, double derivative_tol) {
         }
         EXPECT_TRUE(isEqual(here.at[6], (here.at[1] ^ here.at[2]).getnormalized(), 1e-9));
     }
-    const long allocations = velm_test::allocations();
+    long before = allocations();
     prepared->evaluate(places, to_batch);
     prepared->grid(u, v, to_grid);
-    EXPECT_EQ(velm_test::allocations(), allocations);
+    EXPECT_EQ(allocations(), before);
     // The given classes too: values with derivatives come from the thread's own store of bodies.
     const auto sum = [&] {
         double all = 0.0;
@@ -82,12 +82,12 @@ void expect_prepared(const Surface& surface, double derivative_tol) {
         return all;
     };
     const double first = sum();
-    const long before = velm_test::allocations();
+    before = allocations();
     EXPECT_EQ(sum(), first);
-    EXPECT_EQ(velm_test::allocations(), before);
+    EXPECT_EQ(allocations(), before);
 }
 
-ERSpoleNURBS3D waved(velm_test::Random& random, int p, int q, bool rational) {
+ERSpoleNURBS3D waved(Random& random, int p, int q, bool rational) {
     const ERLimites weights = rational ? ERLimites(0.6, 1.6) : ERLimites(1, 1);
     return {waved_net(random, p + 4, q + 3, 0.3, weights), ERKnotVector(p, p + 4, {0, 1}),
             ERKnotVector(q, q + 3, {-1, 2})};
@@ -138,7 +138,7 @@ TEST(PreparedRevolution, IsTheEntityWithItsParameters) {
 }
 
 TEST(PreparedOffset, HasThePointsOfTheEntityAndTrueDerivatives) {
-    velm_test::Random random(71);
+    Random random(71);
     const ERPmIsometrie3D frame =
         ERChgRepere3D(ERVector3D(1, 2, 3), ERVector3D(-1, 0, 2), ERPoint3D(3, -1, 2));
     auto* const plane = new ERBoundedPlane();
@@ -159,7 +159,7 @@ TEST(PreparedOffset, HasThePointsOfTheEntityAndTrueDerivatives) {
     for (ERPoint3D& p : points.writable())
         p = random.value<ERPoint3D>(2);
     expect_prepared(new ERSpoleBezier3D(points), 1e-5);
-    expect_prepared(new ERSpoleBezier3DR(velm_test::waved_net(random, 3, 4, 0.3, {0.5, 2})), 1e-5);
+    expect_prepared(new ERSpoleBezier3DR(waved_net(random, 3, 4, 0.3, {0.5, 2})), 1e-5);
     for (const Surface& base : bases) {
         expect_prepared(base, 1e-5);
         for (const double distance : {0.2, -0.15}) {

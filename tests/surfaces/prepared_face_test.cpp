@@ -10,9 +10,7 @@
 namespace {
 
 using namespace velm_test;
-using std::numbers::pi;
 using velm::FacePlace;
-using Boundary = ERSurfaceBoundary;
 namespace fs = std::filesystem;
 
 Random draw{66};

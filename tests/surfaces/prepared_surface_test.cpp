@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr double pi = std::numbers::pi;
+using namespace velm_test;
 
 // A meridian from one latitude to the other in the half plane x > 0, turned by the angles.
 ERSpoleNURBS3D sphere(double radius, double south, double north, double a, double b) {
@@ -17,9 +17,9 @@ ERSpoleNURBS3D sphere(double radius, double south, double north, double a, doubl
     return CreateSurfOfRevolutionAxeZ1(meridian, a, b);
 }
 
-ERSpoleNURBS3D random_surface(velm_test::Random& random, int p, int q) {
+ERSpoleNURBS3D random_surface(Random& random, int p, int q) {
     const int n = p + 1 + random.below(6), m = q + 1 + random.below(6);
-    return {velm_test::waved_net(random, n, m, 0.4, {0.5, 2}), ERKnotVector(p, n, {0, 1}),
+    return {waved_net(random, n, m, 0.4, {0.5, 2}), ERKnotVector(p, n, {0, 1}),
             ERKnotVector(q, m, {-1, 2})};
 }
 
@@ -55,7 +55,7 @@ void expect_sample(const Everything& all, std::size_t k, const ERInfoPoint3DSurf
 }
 
 TEST(PreparedSurface, SinglesBatchesAndGridsAgreeWithTheEntity) {
-    velm_test::Random random(42);
+    Random random(42);
     for (int round = 0; round < 30; ++round) {
         ERSpoleNURBS3D nurbs = random_surface(random, 1 + round % 7, 1 + round / 2 % 4);
         if (round % 2) nurbs.setBound({0.2, 0.7}, {-0.5, 1.5});
@@ -96,7 +96,7 @@ TEST(PreparedSurface, SinglesBatchesAndGridsAgreeWithTheEntity) {
 }
 
 TEST(PreparedSurface, PatchesWithTheirBoxesAreTheSurface) {
-    velm_test::Random random(43);
+    Random random(43);
     const ERSpoleNURBS3D surface = random_surface(random, 3, 2);
     const auto prepared = velm::prepare(surface);
     int nu = 0, nv = 0;
@@ -150,14 +150,14 @@ TEST(LimitNormal, IsThatOfASphereAtItsPolesAndBesideThem) {
 }
 
 TEST(PreparedSurfaceThreads, ShareOneSurface) {
-    velm_test::Random random(44);
+    Random random(44);
     const auto prepared = velm::prepare(random_surface(random, 3, 3));
     std::vector<double> steps;
     for (int i = 0; i < 60; ++i)
         steps.push_back(i / 59.0);
     Everything expected(steps.size() * steps.size());
     prepared->grid(steps, steps, expected.samples);
-    velm_test::in_threads(4, [&](int) {
+    in_threads(4, [&](int) {
         Everything own(expected.points.size());
         prepared->grid(steps, steps, own.samples);
         for (std::size_t k = 0; k < own.points.size(); ++k)

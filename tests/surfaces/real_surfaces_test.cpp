@@ -14,8 +14,7 @@
 
 namespace {
 
-using velm_test::FaceText;
-using velm_test::FaceTextReader;
+using namespace velm_test;
 namespace fs = std::filesystem;
 
 double reach_of(const ERSpoleNURBS3D& surface) {
@@ -26,7 +25,7 @@ double reach_of(const ERSpoleNURBS3D& surface) {
     return reach;
 }
 
-using RealSurfaces = velm_test::TextForms;
+using RealSurfaces = TextForms;
 
 TEST_F(RealSurfaces, GiveTheEdgePointsOfTheirFiles) {
     int points = 0, points_of_faces = 0;
@@ -38,7 +37,7 @@ TEST_F(RealSurfaces, GiveTheEdgePointsOfTheirFiles) {
             faces.emplace(face.id, std::pair(face, *velm::FaceProjector::on(
                                                        *velm::prepare_face(*face.face))));
         std::map<const ERSpoleNURBS3D*, velm::SurfaceProjector> projectors;
-        for (const velm_test::EdgePoint& edge : velm_test::edge_points(file)) {
+        for (const EdgePoint& edge : edge_points(file)) {
             SCOPED_TRACE(file.filename().string() + ": " + edge.line);
             const ERPoint3D& p = edge.point;
             const auto trimmed = faces.find(edge.id);
@@ -81,17 +80,14 @@ TEST_F(RealSurfaces, GiveTheEdgePointsOfTheirFiles) {
 }
 
 double smallest_radius(const velm::PreparedSurface& surface, const ERPoint2D& at) {
-    velm::PrincipalCurvatures bend;
-    velm::SurfaceSamples samples;
-    samples.curvatures = {&bend, 1};
-    surface.evaluate({&at, 1}, samples);
+    const velm::PrincipalCurvatures bend = curvatures_at(surface, at);
     return 1.0 / std::max(std::fabs(bend.min), std::fabs(bend.max));
 }
 
 // Points above a surface, by less than half the radius of curvature, come back to where they are
 // from, unless another part is nearer.
 TEST_F(RealSurfaces, GetBackPointsThatAreDisplaced) {
-    velm_test::Random random(77);
+    Random random(77);
     int back = 0, nearer = 0;
     for (const fs::path& file : files)
         for (const auto& [name, entity] : FaceTextReader(file).nurbs_surfaces()) {
@@ -142,7 +138,7 @@ public:
     }
     double size() const { return space_.diagonal(); }
     // A place inside that isn't on an edge.
-    ERPoint2D some_place(velm_test::Random& random) const {
+    ERPoint2D some_place(Random& random) const {
         for (;;) {
             const ERPoint2D at(random.uniform(box_.xmin, box_.xmax),
                                random.uniform(box_.ymin, box_.ymax));
@@ -242,8 +238,8 @@ private:
 enum class From { near, far, anywhere };
 
 TEST_F(RealSurfaces, AsTrimmedFacesAreAsFarAsAnythingTried) {
-    velm_test::Random random(190);
-    const int points = velm_test::repeats(400);
+    Random random(190);
+    const int points = repeats(400);
     int faces = 0, back = 0, nearer = 0, on_trims = 0;
     for (const fs::path& file : files)
         for (const FaceText& text : FaceTextReader(file).faces) {
@@ -299,7 +295,7 @@ TEST_F(RealSurfaces, StayTheSamePreparedCutAndStored) {
     int count = 0;
     for (const fs::path& file : files) {
         const auto surfaces = FaceTextReader(file).nurbs_surfaces();
-        const velm_test::TemporaryFolder folder;
+        const TemporaryFolder folder;
         ERDataBase store;
         ASSERT_EQ(store.Open(folder.path("surfaces").c_str(), 0), gmSuccess);
         for (const auto& [name, surface] : surfaces) {
@@ -330,7 +326,7 @@ TEST_F(RealSurfaces, StayTheSamePreparedCutAndStored) {
             gmErrorCode code;
             const t_SmartPtr<ERObject> back = store.restore(count++, code);
             ASSERT_TRUE(back);
-            EXPECT_EQ(velm_test::record_of(*back), velm_test::record_of(*surface));
+            EXPECT_EQ(record_of(*back), record_of(*surface));
         }
         count = 0;
     }

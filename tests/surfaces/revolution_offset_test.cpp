@@ -7,7 +7,6 @@
 namespace {
 
 using namespace velm_test;
-using std::numbers::pi;
 using Surface = t_SmartPtr<ERAnyBoundedSurface>;
 
 Random draw{64};

@@ -7,7 +7,6 @@
 namespace {
 
 using namespace velm_test;
-using std::numbers::pi;
 
 const ERLimites turn(0, 2 * pi);
 const ERPmIsometrie3D frame = ERChgRepere3D(ERVector3D(1, 2, 3).getnormalized(), {4, -1, 2});

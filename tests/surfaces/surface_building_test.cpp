@@ -6,9 +6,9 @@
 
 namespace {
 
+using namespace velm_test;
 using Surface = t_SmartPtr<ERAnyBoundedSurface>;
-constexpr double pi = std::numbers::pi;
-velm_test::Random draw{91};
+Random draw{91};
 
 double difference(const ERMinimax3D& a, const ERMinimax3D& b) {
     double most = 0.0;

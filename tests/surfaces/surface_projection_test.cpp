@@ -10,7 +10,6 @@
 namespace {
 
 using namespace velm_test;
-using std::numbers::pi;
 
 Random draw{19};
 

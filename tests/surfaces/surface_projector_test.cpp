@@ -383,10 +383,7 @@ TEST(SurfaceProjector, FindsTheSourceOfAnOffsetPoint) {
         for (int k = 0; k < 30; ++k) {
             const double u = random.uniform(0.01, 0.99), v = random.uniform(-0.95, 1.95);
             const ERPoint2D place(u, v);
-            velm::PrincipalCurvatures curvature;
-            velm::SurfaceSamples samples;
-            samples.curvatures = {&curvature, 1};
-            surface->evaluate({&place, 1}, samples);
+            const auto curvature = velm_test::curvatures_at(*surface, place);
             const double bend = std::max(std::fabs(curvature.min), std::fabs(curvature.max));
             const double t = random.uniform(-1, 1) * std::min(0.2, 0.5 / bend);
             const ERVector3D normal = surface->normal(u, v);
@@ -584,10 +581,7 @@ TEST(PreparedPart, TakesEveryMinimumThatIsTurnedToADirection) {
         const auto part = velm::PreparedPart::of({{*velm::prepare_face(given), 1}}, 1e-6);
         for (int k = 0; k < 60; ++k) {
             const ERPoint2D place(random.uniform(0.2, 0.8), random.uniform(-0.4, 1.4));
-            velm::PrincipalCurvatures curvature;
-            velm::SurfaceSamples samples;
-            samples.curvatures = {&curvature, 1};
-            surface->evaluate({&place, 1}, samples);
+            const auto curvature = velm_test::curvatures_at(*surface, place);
             const double bend = k % 2 ? curvature.min : curvature.max;
             const double t = random.uniform(0.98, 1.05) / bend;
             if (!(std::fabs(t) < 10.0)) continue;

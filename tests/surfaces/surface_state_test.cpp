@@ -8,7 +8,6 @@
 namespace {
 
 using namespace velm_test;
-using std::numbers::pi;
 
 ERMatrix<ERPole3DH> net(Random& random, int n, int m, double wide) {
     return waved_net(random, n, m, 0.3, {0.7, 1.4}, wide);

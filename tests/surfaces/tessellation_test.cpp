@@ -9,7 +9,6 @@ namespace {
 
 using namespace velm_test;
 using Surface = t_SmartPtr<ERAnyBoundedSurface>;
-using std::numbers::pi;
 
 struct Shape {
     std::string name;

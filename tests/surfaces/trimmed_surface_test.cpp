@@ -8,10 +8,8 @@
 namespace {
 
 using namespace velm_test;
-using std::numbers::pi;
 using Surface = t_SmartPtr<ERAnyBoundedSurface>;
 using Curve2 = t_SmartPtr<ERFiniteEntity2DWF>;
-using Boundary = ERSurfaceBoundary;
 
 Random draw{65};
 
