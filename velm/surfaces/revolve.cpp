@@ -8,7 +8,7 @@ namespace velm {
 
 namespace {
 
-// Of the turn in `pieces` equal pieces: two knots at each joint, three at the ends.
+// The knots of a turn in equal pieces of degree 2: two at each joint, three at the ends.
 ERKnotVector turn_knots(double start, double end, int pieces) {
     ERVec<double> knots;
     for (int i = 0; i <= pieces; ++i) {
@@ -34,6 +34,8 @@ std::optional<ERSpoleNURBS3D> revolve(const ERCpoleNURBS3D& curve, const ERInfLi
     const double half_piece = 0.5 * span / pieces;
     ERMatrix<ERPole3DH> net(2 * pieces + 1, static_cast<int>(poles.size()));
     const std::span<ERPole3DH> target = net.writable();
+    // A piece has a pole at either end and one between, where the tangents of the ends meet, with
+    // the cosine of half its angle as weight.
     for (int j = 0; j <= 2 * pieces; ++j) {
         const double angle = start + j * half_piece;
         const double shrink = j % 2 == 0 ? 1.0 : std::cos(half_piece);

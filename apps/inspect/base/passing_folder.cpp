@@ -13,7 +13,8 @@
 namespace velm::inspect {
 namespace {
 
-// What ends the program ends the process that cleans up after it only when that is done.
+// Holds back the signals that end a program, so that none comes between the making of the folder
+// and the process that removes it, which keeps them blocked.
 class BlockedSignals {
 public:
     BlockedSignals() {
@@ -31,7 +32,8 @@ private:
     sigset_t before_{};
 };
 
-// Keeps nothing open that others wait for to close, pipes of other folders among it.
+// Closes all else that was inherited: others wait for the end of pipes among it, such as those of
+// other folders. Descriptors are given out from 0, and the program opens few.
 void close_all_but(int kept) {
     constexpr long most_looked_at = 4096;
     const long most = std::min(::sysconf(_SC_OPEN_MAX), most_looked_at);
@@ -47,7 +49,7 @@ void close_all_but(int kept) {
     char byte = 0;
     while (::read(from, &byte, 1) != 0 && errno == EINTR) {
     }
-    constexpr int most_tries = 100;
+    constexpr int most_tries = 100;      // two seconds in all
     constexpr useconds_t pause = 20'000; // microseconds
     std::error_code error;
     for (int n = 0; n < most_tries; ++n) {

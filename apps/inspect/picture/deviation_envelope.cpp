@@ -6,7 +6,10 @@
 namespace velm::inspect {
 namespace {
 
+// Of all contours together: on a drawing some 1,000 units wide a stretch is as small as can be seen
+// apart from its neighbours.
 constexpr double stretches_in_all = 720.0;
+// A small bore has one for every 30 degrees.
 constexpr int fewest_in_contour = 12;
 
 } // namespace

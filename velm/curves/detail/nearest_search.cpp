@@ -17,6 +17,7 @@ constexpr int most_levels = 11;
 // Roundings in a squared distance of boxes or points, in its last place.
 constexpr double squared_rounding = 16.0 * half_ulp;
 
+// A group of boxes of the tree or, at level -1, a piece; `bound` is below its squared distance.
 struct Node {
     double bound;
     int level, index;
@@ -160,6 +161,8 @@ bool NearestSearch<N>::too_far(const Part& part) {
         }
         least = std::min(least, along);
     }
+    // Cutting the row twice rounds twice a degree each time; the quotients and products add the
+    // rest.
     const double roundings = 4.0 * piece_->degree + 16.0;
     const double lower = least / length - roundings * half_ulp * reach;
     const double distance = std::sqrt(best_);

@@ -10,10 +10,11 @@
 namespace velm::detail {
 namespace {
 
-// Normals that turn by more than this, and points that are further apart, of the size, are a crease
-// or a tear.
+// Unit normals of both sides that differ by more than least_turn make a crease; points that are
+// further apart than least_gap times the size make a tear.
 constexpr double least_turn = 1e-7, least_gap = 1e-10;
 
+// Walks along the limits of the patches and keeps those where the surface isn't smooth.
 class Finder {
 public:
     Finder(const PreparedSurface& surface, const SurfaceLeaves& leaves)
@@ -174,6 +175,7 @@ private:
     Meeting compare(const SharpPlace& line) const {
         const SurfaceTables& tables = SurfaceTables::of(surface_);
         Meeting meeting = Meeting::smooth;
+        // More places than a polynomial of twice the degree has zeros.
         const int samples = 2 * std::max(leaves_.degree_u, leaves_.degree_v) + 3;
         for (int k = 0; k < static_cast<int>(line.end); ++k)
             for (int n = 0; n < samples; ++n) {
