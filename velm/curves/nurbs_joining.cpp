@@ -176,5 +176,6 @@ int NurbsCurve<D>::merge(const Self& other, double tol, int continuity) {
     template int NurbsCurve<D>::merge(const Self&, double, int);
 VELM_INSTANTIATE(Plane)
 VELM_INSTANTIATE(Space)
+#undef VELM_INSTANTIATE
 
 } // namespace velm::detail

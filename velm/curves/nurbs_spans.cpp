@@ -132,5 +132,6 @@ ERVec<double> NurbsCurve<D>::first_parameters(const ERLimites& interval) const {
     template ERVec<double> NurbsCurve<D>::first_parameters(const ERLimites&) const;
 VELM_INSTANTIATE(Plane)
 VELM_INSTANTIATE(Space)
+#undef VELM_INSTANTIATE
 
 } // namespace velm::detail

@@ -75,7 +75,7 @@ CurvePlace polished_foot(const PreparedPieces<N>& tables, const SignZone& zone, 
     double residual = HUGE_VAL, u = place.u;
     constexpr int most_steps = 4;
     for (int step = 0; step < most_steps; ++step) {
-        const Jet<N> jet = tables.jet(piece, u);
+        const CurveJet<N> jet = tables.jet(piece, u);
         const Local<N> from = difference(jet.point, from_origin);
         const double slope = dot(from, jet.first);
         if (!(std::fabs(slope) < residual)) break;
@@ -243,7 +243,7 @@ typename PreparedCurve<N>::InfoPoint PreparedCurve<N>::point_at(double t) const 
 template <int N>
 typename PreparedCurve<N>::InfoPoint PreparedCurve<N>::point_at(const CurvePlace& at) const {
     const Piece<N>& piece = (*pieces_)[at.piece];
-    Jet<N> jet = pieces_->jet(piece, at.u);
+    CurveJet<N> jet = pieces_->jet(piece, at.u);
     pieces_->to_parameter(piece, at.u, jet);
     const auto vector = [](const Local<N>& v) {
         return Vector::each([&](int axis) { return v[axis]; });
@@ -269,7 +269,7 @@ void PreparedCurve<N>::evaluate(std::span<const double> t, std::span<Point> poin
         const double u = pieces_->u_at(piece, at);
         points[k] = pieces_->point(piece, u);
         if (first.empty() && second.empty()) continue;
-        Jet<N> jet = pieces_->jet(piece, u);
+        CurveJet<N> jet = pieces_->jet(piece, u);
         pieces_->to_parameter(piece, u, jet);
         if (!first.empty()) first[k] = vector(jet.first);
         if (!second.empty()) second[k] = vector(jet.second);

@@ -74,6 +74,7 @@ t_SmartPtr<EREntity2DWF> FramedShape<Flat>::get2DEntProjectedOn(const ERPmIsomet
 VELM_INSTANTIATE(ERRectangle2D)
 VELM_INSTANTIATE(ERRegularPolygon2D)
 VELM_INSTANTIATE(ERRoundedSlot2D)
+#undef VELM_INSTANTIATE
 
 } // namespace velm::detail
 

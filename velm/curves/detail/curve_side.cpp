@@ -18,7 +18,7 @@ struct PieceFoot {
 
 PieceFoot foot_at(const PreparedPieces<2>& curve, int index, double u, const Local<2>& p) {
     const Piece<2>& piece = curve[index];
-    const Jet<2> jet = curve.jet(piece, u);
+    const CurveJet<2> jet = curve.jet(piece, u);
     const Local<2> to_p = difference(difference(p, piece.origin), jet.point);
     return {index, u, squared_norm(to_p), to_p, jet.first};
 }
@@ -35,7 +35,7 @@ PieceFoot nearest_in(const PreparedPieces<2>& curve, int index, double low, doub
         if (next.squared < best.squared) best = next;
     }
     for (int step = 0; step < most_steps; ++step) {
-        const Jet<2> jet = curve.jet(curve[index], best.u);
+        const CurveJet<2> jet = curve.jet(curve[index], best.u);
         const double slope = dot(best.to_p, jet.first);
         const double change = slope / (squared_norm(jet.first) - dot(best.to_p, jet.second));
         if (!(std::fabs(change) <= high - low)) break;
@@ -72,7 +72,7 @@ double nearest_along(const PreparedPieces<2>& curve, double along, const ERPoint
     for (int step = 0; step < most_steps; ++step) {
         const CurvePlace at = place_along(curve, along);
         const Piece<2>& piece = curve[at.piece];
-        const Jet<2> jet = curve.jet(piece, at.u);
+        const CurveJet<2> jet = curve.jet(piece, at.u);
         const Local<2> to_p = difference(difference(query, piece.origin), jet.point);
         const double change =
             dot(to_p, jet.first) / (squared_norm(jet.first) - dot(to_p, jet.second));

@@ -102,7 +102,7 @@ double approach(const PreparedPieces<N>& tables_a, const Piece<N>& a,
     constexpr int most_steps = 12;
     double best = std::numeric_limits<double>::infinity(), at_u = u, at_v = v;
     for (int step = 0; step < most_steps; ++step) {
-        const Jet<N> on_a = tables_a.jet(a, at_u), on_b = tables_b.jet(b, at_v);
+        const CurveJet<N> on_a = tables_a.jet(a, at_u), on_b = tables_b.jet(b, at_v);
         Local<N> gap = difference(on_b.point, on_a.point);
         for (int axis = 0; axis < N; ++axis)
             gap[axis] += shift[axis];

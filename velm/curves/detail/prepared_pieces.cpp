@@ -111,7 +111,7 @@ Local<N> PreparedPieces<N>::local_point(const Piece<N>& piece, double u) const {
 }
 
 template <int N>
-Jet<N> PreparedPieces<N>::jet(const Piece<N>& piece, double u) const {
+CurveJet<N> PreparedPieces<N>::jet(const Piece<N>& piece, double u) const {
     double b[row_size<N>];
     Local<N + 1> value, first, second;
     const double n = piece.degree;
@@ -133,7 +133,7 @@ Jet<N> PreparedPieces<N>::jet(const Piece<N>& piece, double u) const {
             second[k] = n * (n - 1.0) * ((b[2 * width + k] - b[width + k]) - (b[width + k] - b[k]));
         }
     }
-    Jet<N> result;
+    CurveJet<N> result;
     const double inverse = piece.rational ? 1.0 / value[N] : 1.0;
     for (int axis = 0; axis < N; ++axis) {
         if (!piece.rational) {
@@ -159,7 +159,7 @@ typename PreparedPieces<N>::Point PreparedPieces<N>::point(const Piece<N>& piece
 }
 
 template <int N>
-void PreparedPieces<N>::to_parameter(const Piece<N>& piece, double u, Jet<N>& jet) {
+void PreparedPieces<N>::to_parameter(const Piece<N>& piece, double u, CurveJet<N>& jet) {
     double speed = 1.0 / (piece.end - piece.start);
     double change = 0.0; // the second derivative of u by t
     if (piece.angular) {

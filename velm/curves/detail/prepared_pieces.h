@@ -34,7 +34,7 @@ struct Local {
 
 /// A point of a piece, relative to its origin, with its derivatives by u.
 template <int N>
-struct Jet {
+struct CurveJet {
     Local<N> point, first, second;
 };
 
@@ -103,10 +103,10 @@ struct PreparedPieces {
 
     /// The point at u relative to the origin.
     Local<N> local_point(const Piece<N>& piece, double u) const;
-    Jet<N> jet(const Piece<N>& piece, double u) const;
+    CurveJet<N> jet(const Piece<N>& piece, double u) const;
     /// In model coordinates, joints exactly.
     Point point(const Piece<N>& piece, double u) const;
-    static void to_parameter(const Piece<N>& piece, double u, Jet<N>& jet);
+    static void to_parameter(const Piece<N>& piece, double u, CurveJet<N>& jet);
 
     /// The Bernstein coefficients of the foot polynomial of p: piece.foot_count of them. Returns
     /// the bound of their error.

@@ -17,28 +17,28 @@ namespace velm::detail {
 inline constexpr int series_degree = 9;
 
 template <int Order, bool IsBound>
-struct Taylor {
+struct TaylorSeries {
     static constexpr int order = Order;
     int last = 0; ///< coefficients after this one are 0
     double c[static_cast<std::size_t>(Order + 1)] = {};
 
-    Taylor() = default;
-    explicit Taylor(double constant) { c[0] = IsBound ? std::fabs(constant) : constant; }
+    TaylorSeries() = default;
+    explicit TaylorSeries(double constant) { c[0] = IsBound ? std::fabs(constant) : constant; }
 
-    Taylor& operator+=(const Taylor& other) {
+    TaylorSeries& operator+=(const TaylorSeries& other) {
         last = std::max(last, other.last);
         for (int k = 0; k <= other.last; ++k)
             c[k] += other.c[k];
         return *this;
     }
-    Taylor operator*(double factor) const {
-        Taylor result(*this);
+    TaylorSeries operator*(double factor) const {
+        TaylorSeries result(*this);
         for (int k = 0; k <= last; ++k)
             result.c[k] *= IsBound ? std::fabs(factor) : factor;
         return result;
     }
-    Taylor operator*(const Taylor& other) const {
-        Taylor result;
+    TaylorSeries operator*(const TaylorSeries& other) const {
+        TaylorSeries result;
         result.last = std::min(Order, last + other.last);
         for (int i = 0; i <= last; ++i)
             for (int j = 0; j <= other.last && i + j <= Order; ++j)
@@ -46,9 +46,9 @@ struct Taylor {
         return result;
     }
     /// `least` is a lower bound of the size of the divisor everywhere; its c[0] of a series.
-    Taylor divided_by(const Taylor& divisor, double least) const {
+    TaylorSeries divided_by(const TaylorSeries& divisor, double least) const {
         if (divisor.last == 0) return *this * (1.0 / least);
-        Taylor result;
+        TaylorSeries result;
         result.last = Order;
         for (int k = 0; k <= Order; ++k) {
             double sum = 0.0;
@@ -60,8 +60,8 @@ struct Taylor {
     }
     /// The tangent of this angle; `start` is that of c[0], or a bound of its size. By T' = (1 +
     /// T^2) angle'.
-    Taylor tangent(double start) const {
-        Taylor result(start);
+    TaylorSeries tangent(double start) const {
+        TaylorSeries result(start);
         if (last == 0) return result;
         result.last = Order;
         double squares[static_cast<std::size_t>(Order + 1)] = {1.0 + start * start}; // of 1 + T^2
@@ -77,7 +77,7 @@ struct Taylor {
     }
 };
 
-using Series = Taylor<series_degree, false>;
-using SeriesBound = Taylor<series_degree + 1, true>;
+using Series = TaylorSeries<series_degree, false>;
+using SeriesBound = TaylorSeries<series_degree + 1, true>;
 
 } // namespace velm::detail
