@@ -18,10 +18,12 @@ scripts/install_packages.sh build
 log=build/demo/build.log
 out=$PWD/demo-output
 mkdir -p "$out" build/demo
-echo "Building the library and velm-inspect (about five minutes on two cores the first time) ..."
+echo "Building the library and velm-inspect (about three minutes on two cores the first time) ..."
 generator=(-G "Unix Makefiles")
 if command -v ninja >/dev/null; then generator=(-G Ninja); fi
+# Options that make the first build shorter; the results are the same.
 if ! { cmake -S . -B build/demo "${generator[@]}" -DCMAKE_BUILD_TYPE=Release \
+        -DCMAKE_CXX_FLAGS_RELEASE="-O2 -DNDEBUG" -DVELM_UNITY=ON -DVELM_PRECOMPILE=ON \
         -DVELM_BUILD_TESTS=OFF -DVELM_BUILD_BENCH=OFF -DVELM_BUILD_EXAMPLES=OFF \
         -DVELM_CAD_IMPORT="$([ -n "$cad" ] && echo ON || echo OFF)" \
     && cmake --build build/demo --parallel "$(nproc)" --target velm-inspect make_sample \

@@ -11,6 +11,7 @@ target_compile_definitions(velm_objects PRIVATE VELM_BUILDING)
 target_include_directories(velm_objects PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(velm_objects PRIVATE velm_options)
 velm_precompile(velm_objects ${velm_common_headers})
+velm_batches(velm_objects)
 # g++ packs a sine and a cosine, stored one by one, into one vector load, which waits for both stores:
 # a point of an arc took 1.7 times as long.
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
