@@ -19,9 +19,10 @@ struct PagePictures {
         std::string picture, legend;
     };
     /// A drawing that its reader turns, in place of the two: its element, what belongs to the
-    /// page's style and script, and elements of data for the page's end.
+    /// page's style and script, elements of data that the script begins with, and further ones
+    /// that it takes when the page is read.
     struct View {
-        std::string markup, style, script, data;
+        std::string markup, style, script, data, further_data;
     };
     Drawing wide, narrow;
     std::string distribution;

@@ -82,8 +82,9 @@ std::array<double, 3> box_of(const ColoredMesh& mesh) { // about its origin
     return box;
 }
 
-std::string view_data(const ViewMesh& mesh, const ColoredMesh& colored,
-                      std::span<const ViewPoint> points, const Look& look) {
+// The head and the mesh, and the points.
+std::pair<std::string, std::string> view_data(const ViewMesh& mesh, const ColoredMesh& colored,
+                                              std::span<const ViewPoint> points, const Look& look) {
     const double unit = half_unit(points);
     const PackedPlaces packed = pack_mesh(colored, unit);
     static constexpr std::pair<const char*, PointGroup> groups[] = {
@@ -100,13 +101,15 @@ std::string view_data(const ViewMesh& mesh, const ColoredMesh& colored,
         ",\"longest\":" + shortest(look.scale.longest_whisker) +
         ",\"edges\":" + std::to_string(colored.edges.size()) +
         ",\"mesh\":" + cube_json(packed.cube) + ",\n\"faces\":" + faces_json(mesh, colored);
-    std::string data = data_element("view-mesh", packed);
+    std::string all_points;
     for (const auto& [name, group] : groups) {
         const PackedPlaces places = pack_points(colored, points, group, unit, look.colors);
         head += ",\"" + std::string(name) + "\":" + cube_json(places.cube);
-        data += data_element(("view-" + std::string(name)).c_str(), places);
+        all_points += data_element(("view-" + std::string(name)).c_str(), places);
     }
-    return "<script type=\"application/json\" id=\"view-head\">" + head + "}</script>\n" + data;
+    return {"<script type=\"application/json\" id=\"view-head\">" + head + "}</script>\n" +
+                data_element("view-mesh", packed),
+            std::move(all_points)};
 }
 
 std::string stills(const ColoredMesh& colored, std::span<const ViewPoint> points,
@@ -261,8 +264,9 @@ PagePictures SurfacePicture::page(const ViewMesh& mesh, int decimals) const {
     PagePictures pictures;
     pictures.wide.legend = pictures.narrow.legend = page_legend(scale, notes, unit);
     pictures.distribution = page_distribution(cells, scale, tolerance_.has_value(), unit);
+    auto [data, further_data] = view_data(mesh, colored, points_, look);
     pictures.view = {view_markup(colored, points_, look), surface_view_style, surface_view_script,
-                     view_data(mesh, colored, points_, look)};
+                     std::move(data), std::move(further_data)};
     return pictures;
 }
 

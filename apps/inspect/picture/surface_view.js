@@ -1,6 +1,7 @@
 // The view of a part that the reader turns: WebGL 2, drawn when something changes. Without WebGL
 // the page keeps its still pictures. The data: the head as JSON (view-head), and in base64 the mesh
-// (view-mesh) and the points (view-within, view-out, view-unassigned).
+// (view-mesh) and the points (view-within, view-out, view-unassigned). The points come after this
+// script in the page, so that the part is drawn while they are read.
 //
 // Very many points are drawn in parts, one more with each frame, until all are there; how many parts
 // a frame draws follows from what the machine can do, and a turn begins again with the first.
@@ -10,9 +11,15 @@ var figure = document.getElementById("view");
 if (!figure) return;
 var began = performance.now();
 var stage = figure.querySelector(".stage"), canvas = figure.querySelector("canvas");
-var gl = canvas.getContext("webgl2", {antialias: true, alpha: true, preserveDrawingBuffer: true});
-if (!gl) return;
 var head = JSON.parse(document.getElementById("view-head").textContent);
+function context(is_smooth, is_fast) {
+  return canvas.getContext("webgl2", {antialias: is_smooth, alpha: true, preserveDrawingBuffer: true,
+                                      failIfMajorPerformanceCaveat: is_fast});
+}
+// Drawing without a graphics card, smooth edges take most of the time: not for large pictures.
+var isLarge = head.faces.reduce(function (sum, face) { return sum + face.triangles + face.points; }, 0) > 200000;
+var gl = isLarge && context(true, true) || context(!isLarge, false);
+if (!gl) return;
 
 // ---- data
 
@@ -134,11 +141,9 @@ function program(vertex, fragment) {
     var shader = gl.createShader(part[0]);
     gl.shaderSource(shader, part[1]);
     gl.compileShader(shader);
-    if (!gl.getShaderParameter(shader, gl.COMPILE_STATUS)) throw new Error(gl.getShaderInfoLog(shader));
     gl.attachShader(made, shader);
   });
-  gl.linkProgram(made);
-  if (!gl.getProgramParameter(made, gl.LINK_STATUS)) throw new Error(gl.getProgramInfoLog(made));
+  gl.linkProgram(made); // nobody waits for it before its first use
   var places = {};
   return {
     made: made,
@@ -203,21 +208,26 @@ var mesh = (function () {
 })();
 
 var groups = ["within", "out", "unassigned"].map(function (name) {
-  var bytes = bytesOf("view-" + name), buffer = bufferOf(gl.ARRAY_BUFFER, bytes);
-  var count = bytes.length / record;
-  return {
-    name: name, cube: head[name], count: count, bytes: bytes,
-    parts: count > 50000 ? 20 : 1, // a stride has 255 bytes at most
-    arrays: [0, 1].map(function (divisor) {
+  return {name: name, cube: head[name], count: 0, parts: 1, arrays: []};
+});
+var within = groups[0], out = groups[1];
+var mostParts = 0; // 0: the points are still being read
+
+function takePoints() {
+  groups.forEach(function (group) {
+    var buffer = bufferOf(gl.ARRAY_BUFFER, group.bytes = bytesOf("view-" + group.name));
+    group.count = group.bytes.length / record;
+    group.parts = group.count > 50000 ? 20 : 1; // a stride has 255 bytes at most
+    group.arrays = [0, 1].map(function (divisor) {
       return {array: gl.createVertexArray(), set: function (n, first) {
         gl.bindVertexArray(this.array);
         records(buffer, n, first, divisor);
       }};
-    })
-  };
-});
-var within = groups[0], out = groups[1];
-var mostParts = Math.max.apply(null, groups.map(function (group) { return group.parts; }));
+    });
+    mostParts = Math.max(mostParts, group.parts);
+  });
+  next();
+}
 
 // ---- the camera: parallel projection, the z axis upwards
 
@@ -268,6 +278,10 @@ function readColors() { // as the page shows them now, light or dark
 
 function use(p, cube) {
   var rows = axes(), half = halfHeight(), aspect = canvas.width / canvas.height;
+  if (!p.works) {
+    p.works = gl.getProgramParameter(p.made, gl.LINK_STATUS);
+    if (!p.works) throw new Error(gl.getAttachedShaders(p.made).map(gl.getShaderInfoLog, gl) + gl.getProgramInfoLog(p.made));
+  }
   gl.useProgram(p.made);
   gl.uniform4f(p.at("cube"), cube.low[0], cube.low[1], cube.low[2], cube.side);
   gl.uniformMatrix3fv(p.at("turn"), false, [rows[0][0], rows[1][0], rows[2][0], rows[0][1],
@@ -385,7 +399,6 @@ function begin() { // a new picture: the part
   if (canvas.width !== width || canvas.height !== height) { canvas.width = width; canvas.height = height; }
   if (!reach) reach = fitted();
   prepare();
-  drawFront();
   gl.clearColor(0, 0, 0, 0);
   gl.clear(gl.COLOR_BUFFER_BIT | gl.DEPTH_BUFFER_BIT);
   drawMesh();
@@ -412,9 +425,10 @@ function frameDue(now) {
   } else {
     prepare();
   }
+  if (mostParts && drawn === 0) drawFront();
   drawParts(drawn, drawn + pace);
-  drawn += pace;
-  figure.setAttribute("data-drawn", Math.min(1, drawn / mostParts).toFixed(2));
+  drawn += mostParts && pace;
+  figure.setAttribute("data-drawn", (mostParts && Math.min(1, drawn / mostParts)).toFixed(2));
   if (drawn < mostParts && show.points) next();
 }
 function next() { if (!waiting) waiting = requestAnimationFrame(frameDue); }
@@ -460,7 +474,7 @@ function under(x, y) { // CSS pixels; {face} or {group, point} or null
   gl.drawElements(gl.TRIANGLES, mesh.corners, gl.UNSIGNED_INT, 0);
   groups.forEach(function (group, n) {
     // Where they are drawn in parts, a machine that is not quick enough names the faces alone.
-    if (!show.points || group === within && show.out || group.parts > pace) return;
+    if (!show.points || !group.count || group === within && show.out || group.parts > pace) return;
     var p = use(pickPointProgram, group.cube);
     gl.uniform1f(p.at("group"), n);
     group.arrays[0].set(1, 0);
@@ -690,10 +704,16 @@ canvas.addEventListener("webglcontextlost", function () {
 function recolor() { readColors(); redraw(); }
 window.matchMedia("(prefers-color-scheme:dark)").addEventListener("change", recolor);
 if (window.ResizeObserver)
-  new ResizeObserver(function () { if (camera.zoom === 1 && camera.x === 0) reach = 0; redraw(); }).observe(canvas);
+  new ResizeObserver(function () {
+    if (canvas.width === Math.round(canvas.clientWidth * ratio) && canvas.height === Math.round(canvas.clientHeight * ratio)) return;
+    if (camera.zoom === 1 && camera.x === 0) reach = 0;
+    redraw();
+  }).observe(canvas);
 figure.classList.add("live");
 stage.hidden = false;
 readColors();
 redraw();
+if (document.readyState === "loading") document.addEventListener("DOMContentLoaded", takePoints);
+else takePoints();
 figure.setAttribute("data-ready", String(Math.round(performance.now() - began)));
 })();

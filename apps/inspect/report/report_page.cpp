@@ -181,7 +181,7 @@ std::string ReportPage::html() const {
                          (is_judged ? filter(points.rows) : ""));
     out += "<h2>Provenance</h2>\n" + definitions("provenance", provenance);
     return out + "</main>\n" + pictures.view.data + "<script>\n" + page_script +
-           pictures.view.script + "</script>\n</body>\n</html>\n";
+           pictures.view.script + "</script>\n" + pictures.view.further_data + "</body>\n</html>\n";
 }
 
 } // namespace velm::inspect
