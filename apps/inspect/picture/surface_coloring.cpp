@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numeric>
 #include <unordered_map>
+#include <utility>
 
 namespace velm::inspect {
 namespace {
@@ -11,6 +12,8 @@ namespace {
 using Vertex = ColoredMesh::Vertex;
 using Triangle = std::array<std::uint32_t, 3>;
 using Floats = std::array<float, 3>;
+
+constexpr double shortest_part = 1e-4; // of the part's size: no side is cut that is shorter
 
 Floats minus(const Floats& a, const Floats& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
 float square(const Floats& v) { return v[0] * v[0] + v[1] * v[1] + v[2] * v[2]; }
@@ -71,51 +74,80 @@ struct FacePatch {
         }
     }
 
-    // Halves all sides that are longer, once.
-    bool refine(float longest) {
-        std::unordered_map<std::uint64_t, std::uint32_t> middles;
-        const auto middle_of = [&](std::uint32_t a, std::uint32_t b) -> std::uint32_t {
-            if (!(square(minus(vertices[a].position, vertices[b].position)) > longest * longest))
-                return 0;
-            const auto [at, is_new] =
-                middles.try_emplace(side_key(a, b), std::uint32_t(vertices.size()));
-            if (is_new) vertices.push_back(middle(vertices[a], vertices[b]));
-            return at->second;
-        };
-        std::vector<Triangle> finer;
-        finer.reserve(triangles.size() * 2);
-        for (const Triangle& t : triangles) {
-            const Triangle m{middle_of(t[0], t[1]), middle_of(t[1], t[2]), middle_of(t[2], t[0])};
-            split(finer, t, m);
-        }
-        const bool has_changed = finer.size() > triangles.size();
-        triangles = std::move(finer);
-        return has_changed;
-    }
-
-    // m: the middles of the sides 01, 12, 20, 0 for none (vertex 0 is never one).
-    static void split(std::vector<Triangle>& out, const Triangle& t, const Triangle& m) {
-        const auto count = (m[0] != 0) + (m[1] != 0) + (m[2] != 0);
-        if (count == 0) {
-            out.push_back(t);
-        } else if (count == 3) {
-            for (std::size_t i = 0; i < 3; ++i)
-                out.push_back({t[i], m[i], m[(i + 2) % 3]});
-            out.push_back(m);
-        } else {
-            // Turned so that side 01 is halved and, of two, side 12 as well.
-            std::size_t i = 0;
-            while (!(m[i] != 0 && (count == 1 || m[(i + 1) % 3] != 0)))
+    // Cuts triangles until hardly a side is longer. Returns false, with triangles missing, if that
+    // takes more than `most` vertices.
+    bool refine(float longest, std::size_t most) {
+        SideMiddles middles{vertices, longest * longest, {}};
+        std::vector<Triangle> open = std::exchange(triangles, {});
+        while (!open.empty()) {
+            if (vertices.size() > most) return false;
+            const Triangle t = open.back();
+            open.pop_back();
+            const Triangle m{middles.of(t[0], t[1]), middles.of(t[1], t[2]),
+                             middles.of(t[2], t[0])};
+            const auto count = (m[0] != 0) + (m[1] != 0) + (m[2] != 0);
+            std::size_t i = 0; // count 1: the long side; 2: the short one
+            while (count % 3 != 0 && (m[i] != 0) != (count == 1))
                 ++i;
             const std::uint32_t a = t[i], b = t[(i + 1) % 3], c = t[(i + 2) % 3];
-            const std::uint32_t ab = m[i], bc = m[(i + 1) % 3];
-            out.push_back({a, ab, c});
-            if (count == 1) {
-                out.push_back({ab, b, c});
+            if (count == 0) {
+                triangles.push_back(t);
+            } else if (count == 1) {
+                open.push_back({a, m[i], c});
+                open.push_back({m[i], b, c});
+            } else if (count == 2) {
+                zip(middles.chain(c, a), middles.chain(c, b));
             } else {
-                out.push_back({ab, b, bc});
-                out.push_back({ab, bc, c});
+                for (std::size_t k = 0; k < 3; ++k)
+                    open.push_back({t[k], m[k], m[(k + 2) % 3]});
+                open.push_back(m);
             }
+        }
+        return true;
+    }
+
+private:
+    // The middles of sides that are too long. Vertex 0 is never one: 0 means none.
+    struct SideMiddles {
+        std::vector<Vertex>& vertices;
+        float most; // the square of the length
+        std::unordered_map<std::uint64_t, std::uint32_t> known;
+
+        std::uint32_t of(std::uint32_t a, std::uint32_t b) {
+            if (!(square(minus(vertices[a].position, vertices[b].position)) > most)) return 0;
+            const auto [at, is_new] =
+                known.try_emplace(side_key(a, b), std::uint32_t(vertices.size()));
+            if (is_new) vertices.push_back(middle(vertices[a], vertices[b]));
+            return at->second;
+        }
+        // The ends of a side and, in their order, all that cutting puts between them.
+        std::vector<std::uint32_t> chain(std::uint32_t a, std::uint32_t b) {
+            std::vector<std::uint32_t> out{a};
+            append(a, b, out);
+            return out;
+        }
+        void append(std::uint32_t a, std::uint32_t b, std::vector<std::uint32_t>& out) {
+            const std::uint32_t m = of(a, b);
+            if (m != 0) append(a, m, out);
+            if (m != 0) return append(m, b, out);
+            out.push_back(b);
+        }
+    };
+
+    // The triangles between two chains that begin at one vertex, without vertices inside: cutting
+    // a thin triangle in halves again and again makes three of each instead.
+    void zip(const std::vector<std::uint32_t>& left, const std::vector<std::uint32_t>& right) {
+        const auto apart = [&](std::uint32_t p, std::uint32_t q) {
+            return square(minus(vertices[p].position, vertices[q].position));
+        };
+        std::size_t i = 1, j = 1;
+        triangles.push_back({left[0], left[1], right[1]});
+        while (i + 1 < left.size() || j + 1 < right.size()) {
+            const bool is_left = j + 1 == right.size() ||
+                                 (i + 1 < left.size() &&
+                                  apart(left[i + 1], right[j]) < apart(left[i], right[j + 1]));
+            triangles.push_back({left[i], is_left ? left[i + 1] : right[j + 1], right[j]});
+            ++(is_left ? i : j);
         }
     }
 };
@@ -187,21 +219,39 @@ public:
 
     ColoredMesh color(std::size_t most_vertices) {
         choose_sides(double(most_vertices));
-        std::size_t room = 2 * most_vertices; // thin triangles need more than their area says
-        for (std::size_t face = 0; face < patches_.size(); ++face) {
-            FacePatch& patch = patches_[face];
-            if (patch.points.empty()) continue;
-            while (patch.vertices.size() < room && patch.refine(float(sides_[face]))) {
-            }
-            room -= std::min(room, patch.vertices.size());
-            spread(patch, float(std::max(1.5 * apart_[face], 1.2 * sides_[face])));
-        }
+        refine(most_vertices);
+        for (std::size_t face = 0; face < patches_.size(); ++face)
+            if (!patches_[face].points.empty())
+                spread(patches_[face], float(std::max(1.5 * apart_[face], 1.2 * sides_[face])));
         for (const FacePatch& patch : patches_)
             append(patch);
         return std::move(result_);
     }
 
 private:
+    // Thin triangles take more vertices than their area says: then with longer sides once more.
+    void refine(std::size_t most_vertices) {
+        constexpr double longer = 1.25;
+        const std::vector<FacePatch> coarse = patches_;
+        for (double factor = 1.0; !refined(most_vertices); factor *= longer) {
+            patches_ = coarse;
+            if (factor * shortest_part > 1.0) return; // nothing is cut
+            for (double& side : sides_)
+                side *= longer;
+        }
+    }
+
+    bool refined(std::size_t most_vertices) {
+        std::size_t room = most_vertices;
+        for (std::size_t face = 0; face < patches_.size(); ++face) {
+            FacePatch& patch = patches_[face];
+            if (patch.points.empty()) continue;
+            if (!patch.refine(float(sides_[face]), room)) return false;
+            room -= std::min(room, patch.vertices.size());
+        }
+        return true;
+    }
+
     void find_box() {
         ERPoint3D low(HUGE_VAL, HUGE_VAL, HUGE_VAL), high(-HUGE_VAL, -HUGE_VAL, -HUGE_VAL);
         for (const ERPoint3D& p : mesh_.positions)
@@ -281,7 +331,7 @@ private:
                     ? result_.size
                     : std::min(std::sqrt(area / double(patch.points.size())), 0.05 * result_.size);
             apart_.push_back(apart);
-            sides_.push_back(0.5 * apart);
+            sides_.push_back(std::max(0.5 * apart, shortest_part * result_.size));
             if (!patch.points.empty() && apart > 0.0)
                 needed += vertices_of_area * area / (sides_.back() * sides_.back());
         }

@@ -150,6 +150,7 @@ private:
         const float area =
             (s[1].x - s[0].x) * (s[2].y - s[0].y) - (s[2].x - s[0].x) * (s[1].y - s[0].y);
         if (area == 0.0F) return;
+        constexpr float rounding = 1e-3F; // else pixels on common sides may be left out by both
         const auto first = [](float a, float b, float c) {
             return int(std::ceil(std::min({a, b, c}) - 0.5F));
         };
@@ -166,7 +167,7 @@ private:
                 const float b =
                     ((s[2].x - px) * (s[0].y - py) - (s[0].x - px) * (s[2].y - py)) / area;
                 const float c = 1.0F - a - b;
-                if (a < 0.0F || b < 0.0F || c < 0.0F) continue;
+                if (std::min({a, b, c}) < -rounding) continue;
                 const float z = a * s[0].z + b * s[1].z + c * s[2].z;
                 const std::size_t at = index(x, y);
                 if (!(z > depth_[at])) continue;

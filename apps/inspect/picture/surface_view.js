@@ -12,30 +12,34 @@ if (!figure) return;
 var began = performance.now();
 var stage = figure.querySelector(".stage"), canvas = figure.querySelector("canvas");
 var head = JSON.parse(document.getElementById("view-head").textContent);
-function context(is_smooth, is_fast) {
-  return canvas.getContext("webgl2", {antialias: is_smooth, alpha: true, preserveDrawingBuffer: true,
-                                      failIfMajorPerformanceCaveat: is_fast});
+function isDrawnBySoftware() { // a second context costs little once there is a first
+  var probe = document.createElement("canvas"), form = {antialias: false, depth: false, failIfMajorPerformanceCaveat: true};
+  probe.width = probe.height = 1;
+  probe = probe.getContext("webgl2", form);
+  if (!probe) return true;
+  var info = probe.getExtension("WEBGL_debug_renderer_info");
+  return /swiftshader|llvmpipe|softpipe|software|basic render/i.test(
+    probe.getParameter(info ? info.UNMASKED_RENDERER_WEBGL : probe.RENDERER));
 }
-// Drawing without a graphics card, smooth edges take most of the time: not for large pictures.
-var isLarge = head.faces.reduce(function (sum, face) { return sum + face.triangles + face.points; }, 0) > 200000;
-var gl = isLarge && context(true, true) || context(!isLarge, false);
+// Without a graphics card smooth edges take most of the time: not for large pictures.
+var drawnItems = head.faces.reduce(function (sum, face) { return sum + face.triangles + face.points; }, 0);
+var isSmooth = drawnItems < 100000 || !isDrawnBySoftware();
+var gl = canvas.getContext("webgl2", {antialias: isSmooth, alpha: true, preserveDrawingBuffer: true});
 if (!gl) return;
 
 // ---- data
 
-function bytesOf(id) {
-  var element = document.getElementById(id);
-  if (!element) return new Uint8Array(0);
-  var text = element.textContent, bytes;
-  if (Uint8Array.fromBase64) {
-    bytes = Uint8Array.fromBase64(text);
-  } else {
-    var plain = atob(text);
-    bytes = new Uint8Array(plain.length);
-    for (var i = 0; i < bytes.length; ++i) bytes[i] = plain.charCodeAt(i);
-  }
-  element.textContent = ""; // the text isn't needed any more
+function decoded(text) { // base64
+  if (Uint8Array.fromBase64) return Uint8Array.fromBase64(text);
+  var plain = atob(text), bytes = new Uint8Array(plain.length);
+  for (var i = 0; i < bytes.length; ++i) bytes[i] = plain.charCodeAt(i);
   return bytes;
+}
+
+function takenText(id) { // the page needs it once
+  var element = document.getElementById(id), text = element ? element.textContent : "";
+  if (element) element.textContent = "";
+  return text;
 }
 
 var record = 12; // bytes
@@ -135,7 +139,21 @@ var pickPointProgram = program(places + moved + "flat out int number;\n" +
   common + "flat in int number;uniform float group;out vec4 color;void main(){\n" +
   "color=vec4(float(number&255),float((number>>8)&255),float((number>>16)&255),2.0+group)/255.0;}");
 
-function program(vertex, fragment) {
+function program(vertex, fragment) { // made at its first use
+  var made = null, places = {};
+  return {
+    use: function () {
+      if (!made) made = linked(vertex, fragment);
+      gl.useProgram(made);
+    },
+    at: function (name) {
+      if (!(name in places)) places[name] = gl.getUniformLocation(made, name);
+      return places[name];
+    }
+  };
+}
+
+function linked(vertex, fragment) {
   var made = gl.createProgram();
   [[gl.VERTEX_SHADER, vertex], [gl.FRAGMENT_SHADER, fragment]].forEach(function (part) {
     var shader = gl.createShader(part[0]);
@@ -143,15 +161,10 @@ function program(vertex, fragment) {
     gl.compileShader(shader);
     gl.attachShader(made, shader);
   });
-  gl.linkProgram(made); // nobody waits for it before its first use
-  var places = {};
-  return {
-    made: made,
-    at: function (name) {
-      if (!(name in places)) places[name] = gl.getUniformLocation(made, name);
-      return places[name];
-    }
-  };
+  gl.linkProgram(made);
+  if (!gl.getProgramParameter(made, gl.LINK_STATUS))
+    throw new Error(gl.getAttachedShaders(made).map(gl.getShaderInfoLog, gl) + gl.getProgramInfoLog(made));
+  return made;
 }
 
 // ---- buffers
@@ -183,7 +196,7 @@ function arrayOf(setup) {
 }
 
 var mesh = (function () {
-  var bytes = bytesOf("view-mesh"), vertices = 0, triangles = 0;
+  var bytes = decoded(takenText("view-mesh")), vertices = 0, triangles = 0;
   head.faces.forEach(function (face) { vertices += face.vertices; triangles += face.triangles; });
   var corners = numbersOf(bytes, record * vertices, 3 * triangles);
   var ends = numbersOf(bytes, corners.end, 2 * head.edges).numbers;
@@ -213,10 +226,26 @@ var groups = ["within", "out", "unassigned"].map(function (name) {
 var within = groups[0], out = groups[1];
 var mostParts = 0; // 0: the points are still being read
 
+// Slices of the points' text become bytes one at a time, so that the page stays at hand.
 function takePoints() {
-  groups.forEach(function (group) {
-    var buffer = bufferOf(gl.ARRAY_BUFFER, group.bytes = bytesOf("view-" + group.name));
+  var slice = 1 << 20, texts = groups.map(function (group) { return takenText("view-" + group.name); });
+  groups.forEach(function (group, n) {
+    var text = texts[n], padding = /=*$/.exec(text.slice(-2))[0].length;
+    group.bytes = new Uint8Array(text.length / 4 * 3 - padding);
     group.count = group.bytes.length / record;
+  });
+  (function take(n, from) {
+    if (n === groups.length) { showPoints(); return; }
+    var text = texts[n], to = from + slice;
+    groups[n].bytes.set(decoded(text.slice(from, to)), from / 4 * 3);
+    if (to < text.length) setTimeout(take, 0, n, to);
+    else take(n + 1, 0);
+  })(0, 0);
+}
+
+function showPoints() {
+  groups.forEach(function (group) {
+    var buffer = bufferOf(gl.ARRAY_BUFFER, group.bytes);
     group.parts = group.count > 50000 ? 20 : 1; // a stride has 255 bytes at most
     group.arrays = [0, 1].map(function (divisor) {
       return {array: gl.createVertexArray(), set: function (n, first) {
@@ -278,11 +307,7 @@ function readColors() { // as the page shows them now, light or dark
 
 function use(p, cube) {
   var rows = axes(), half = halfHeight(), aspect = canvas.width / canvas.height;
-  if (!p.works) {
-    p.works = gl.getProgramParameter(p.made, gl.LINK_STATUS);
-    if (!p.works) throw new Error(gl.getAttachedShaders(p.made).map(gl.getShaderInfoLog, gl) + gl.getProgramInfoLog(p.made));
-  }
-  gl.useProgram(p.made);
+  p.use();
   gl.uniform4f(p.at("cube"), cube.low[0], cube.low[1], cube.low[2], cube.side);
   gl.uniformMatrix3fv(p.at("turn"), false, [rows[0][0], rows[1][0], rows[2][0], rows[0][1],
     rows[1][1], rows[2][1], rows[0][2], rows[1][2], rows[2][2]]);
@@ -316,7 +341,9 @@ function drawMesh() {
   gl.uniform3fv(p.at("accent"), palette.accent);
   gl.bindVertexArray(mesh.faces);
   gl.depthMask(!show.glass);
+  if (!show.glass) gl.disable(gl.BLEND);
   gl.drawElements(gl.TRIANGLES, mesh.corners, gl.UNSIGNED_INT, 0);
+  gl.enable(gl.BLEND);
   gl.depthMask(true);
 }
 
@@ -409,7 +436,7 @@ function begin() { // a new picture: the part
   return true;
 }
 
-var stale = true, lastFrame = 0;
+var stale = true, hasFront = false, lastFrame = 0;
 function frameDue(now) {
   waiting = 0;
   var took = now - lastFrame;
@@ -420,12 +447,16 @@ function frameDue(now) {
   }
   if (stale) {
     if (!begin()) return;
-    stale = false;
+    stale = hasFront = false;
     drawn = 0;
   } else {
     prepare();
   }
-  if (mostParts && drawn === 0) drawFront();
+  if (mostParts && drawn === 0 && !hasFront) {
+    drawFront();
+    hasFront = true;
+    if (mostParts > 1) { next(); return; } // the first part comes with the next frame
+  }
   drawParts(drawn, drawn + pace);
   drawn += mostParts && pace;
   figure.setAttribute("data-drawn", (mostParts && Math.min(1, drawn / mostParts)).toFixed(2));
@@ -712,7 +743,7 @@ if (window.ResizeObserver)
 figure.classList.add("live");
 stage.hidden = false;
 readColors();
-redraw();
+frameDue(performance.now()); // not with the next frame: it waits for the tables
 if (document.readyState === "loading") document.addEventListener("DOMContentLoaded", takePoints);
 else takePoints();
 figure.setAttribute("data-ready", String(Math.round(performance.now() - began)));
