@@ -89,6 +89,8 @@ public:
 
 private:
     static constexpr std::size_t absent = static_cast<std::size_t>(-1);
+    static constexpr std::string_view blanks = " \t";
+    static constexpr char blank_separated = ' '; // the separator of fields by any blanks
 
     // The rows of a feature in a table with one axis per row.
     struct AxesRow {
@@ -101,6 +103,11 @@ private:
         const std::size_t at = column_of_[static_cast<std::size_t>(column)];
         return at == absent ? std::nullopt : std::optional(at);
     }
+    static bool is_blank(std::string_view line) {
+        return line.find_first_not_of(blanks) == std::string_view::npos;
+    }
+    // The header, in csv_header.cpp.
+    static std::vector<char> separators_of(std::string_view line);
     void find_header(const TableOptions& options);
     bool take_header(std::string_view line, const TableOptions& options);
     bool take_bare(std::string_view line);
@@ -110,6 +117,7 @@ private:
     void take_units();
     void settle_unit(const TableOptions& options);
     void check_limits_unit() const;
+    // The rows, in csv_records.cpp.
     bool next_fields();
     bool next_row();
     bool next_axes();
