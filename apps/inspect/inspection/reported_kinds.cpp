@@ -11,28 +11,18 @@
 namespace velm::inspect {
 namespace {
 
-// The outputs of each kind of inspection.
-SectionOutputs outputs_of(const SectionRecordReader& reader, const OutputPaths& paths) {
-    return {reader.head(), reader.outline(), paths};
-}
-SectionOutputs outputs_of(const SectionArchiveReader& reader, const OutputPaths& paths) {
-    return {reader.head(), reader.outline(), paths};
-}
-FitOutputs outputs_of(const FitRecordReader& reader, const OutputPaths& paths) {
-    return {reader.head(), paths};
-}
-FitOutputs outputs_of(const FitArchiveReader& reader, const OutputPaths& paths) {
-    return {reader.head(), paths};
-}
-SurfaceOutputs outputs_of(const SurfaceRecordReader& reader, const OutputPaths& paths) {
-    return {reader.head(), reader.mesh(), paths};
-}
-SurfaceOutputs outputs_of(const SurfaceArchiveReader& reader, const OutputPaths& paths) {
-    return {reader.head(), reader.mesh(), paths};
-}
+// The outputs of each kind of inspection, whether its reader is that of records or of an archive.
 template <class Reader>
-TargetOutputs outputs_of(const Reader& reader, const OutputPaths& paths) {
-    return {reader.head(), paths};
+auto outputs_of(const Reader& reader, const OutputPaths& paths) {
+    using Row = typename Reader::Row;
+    if constexpr (std::is_same_v<Row, SectionRow>)
+        return SectionOutputs(reader.head(), reader.outline(), paths);
+    else if constexpr (std::is_same_v<Row, SurfaceRow>)
+        return SurfaceOutputs(reader.head(), reader.mesh(), paths);
+    else if constexpr (std::is_same_v<Row, FitRow>)
+        return FitOutputs(reader.head(), paths);
+    else
+        return TargetOutputs(reader.head(), paths);
 }
 
 // Refuses outputs that a kind doesn't have.
