@@ -17,13 +17,17 @@ Failure input_failure(const std::string& file, const std::string& why) {
     return {FailureKind::input, file + ": " + why};
 }
 
+std::string reversed_text(const char* nominal, bool turned_directions) {
+    return std::string("more than half of the points belong to the ") + nominal +
+           " only with the other sign of i, j, k; " +
+           (turned_directions ? "with --direction in these point into the material"
+                              : "these point out of the material unless --direction in is given");
+}
+
 Failure failure_of(const SectionRefusal& refusal) {
     switch (refusal.fault) {
     case SectionFault::reversed_directions:
-        return input_failure(refusal.measured,
-                             "more than half of the points belong to the outline only with the "
-                             "other sign of i, j, k; these point out of the material unless "
-                             "--direction in is given");
+        return input_failure(refusal.measured, reversed_text("outline", refusal.turned_directions));
     case SectionFault::none_assigned:
         return input_failure(refusal.measured, "no point has a place whose outward normal is "
                                                "within --max-angle of its i, j, k");
@@ -40,10 +44,7 @@ Failure failure_of(const SectionRefusal& refusal) {
 Failure failure_of(const SurfaceRefusal& refusal) {
     switch (refusal.fault) {
     case SurfaceFault::reversed_directions:
-        return input_failure(refusal.measured,
-                             "more than half of the points belong to the part only with the other "
-                             "sign of i, j, k; these point out of the material unless --direction "
-                             "in is given");
+        return input_failure(refusal.measured, reversed_text("part", refusal.turned_directions));
     case SurfaceFault::none_assigned:
         return input_failure(refusal.measured, "no point has a place on the part within "
                                                "--max-distance and within --max-angle of its i, "

@@ -137,7 +137,9 @@ void SectionPoints::finish() {
             " off the plane of the section: " + stray_names_);
     if (count_ == 0)
         source_.refuse_whole("no rows after the header; expected at least one measured point");
-    if (2 * reversed_ > count_) throw SectionRefusal{SectionFault::reversed_directions, name()};
+    if (2 * reversed_ > count_)
+        throw SectionRefusal{SectionFault::reversed_directions, name(), 0.0, 0.0,
+                             options_.turns_directions};
     if (unassigned_ == count_) throw SectionRefusal{SectionFault::none_assigned, name()};
 }
 

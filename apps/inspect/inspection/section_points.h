@@ -42,6 +42,7 @@ struct SectionRefusal {
     SectionFault fault;
     std::string measured;               ///< the name of the file
     double lowest = 0.0, highest = 0.0; ///< z of points out of the plane
+    bool turned_directions = false;     ///< i, j, k were said to point into the material
 };
 
 /// Reads the rows of a section's measured points one by one, maps them into the section's frame, if

@@ -153,7 +153,8 @@ void note_counts(const PartComparison& comparison, const SurfaceOptions& options
                  const ProbedPoints& points, std::uint64_t count, InspectionEnd& end) {
     const ComparisonCounts counts = comparison.counts();
     if (2 * counts.reversed > count)
-        throw SurfaceRefusal{SurfaceFault::reversed_directions, points.name()};
+        throw SurfaceRefusal{SurfaceFault::reversed_directions, points.name(), 0, 0,
+                             options.probed.turns_directions};
     if (counts.unassigned == count)
         throw SurfaceRefusal{SurfaceFault::none_assigned, points.name()};
     if (counts.unassigned > 0) {

@@ -45,6 +45,7 @@ struct SurfaceRefusal {
     SurfaceFault fault;
     std::string measured;              ///< the name of the file
     std::uint64_t count = 0, most = 0; ///< points that there are, and that an object file holds
+    bool turned_directions = false;    ///< i, j, k were said to point into the material
 };
 
 /// Compares the measured points with the faces of the nominal part, and writes the table, the
