@@ -52,9 +52,10 @@ Failure failure_of(const SurfaceRefusal& refusal) {
     case SurfaceFault::too_many_to_store:
         break;
     }
-    return {FailureKind::file, "--store: an object file holds 2 GiB, about " +
-                                   grouped(refusal.most, ",") + " points; " + refusal.measured +
-                                   " has " + grouped(refusal.count, ",") +
+    return {FailureKind::file, "--store: the object file has room for about " +
+                                   grouped(refusal.most, ",") + " points in its 2 GiB; " +
+                                   refusal.measured + " has " +
+                                   (refusal.count > 0 ? grouped(refusal.count, ",") : "more") +
                                    "; --archive has no such limit"};
 }
 

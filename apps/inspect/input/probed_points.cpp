@@ -64,7 +64,7 @@ void ProbedPoints::show(Progress& progress) const {
 
 std::uint64_t ProbedPoints::announced() const {
     if (scan_) return scan_->count();
-    if (size_ == 0 || path_ == "-") return 0;
+    if (size_ == 0 || path_ == "-" || table_->has(Column::axis)) return 0; // a point has many lines
     const OpenedInput again = open_input(path_);
     std::vector<char> block(std::size_t{1} << 20);
     std::uint64_t lines = 0;

@@ -43,7 +43,7 @@ public:
     std::vector<std::string> notes() const;
     void show(Progress& progress) const;
     /// The number of points that follow, as far as the file says it: that of a scan, and the lines
-    /// of a table that is a regular file; 0 where it isn't known.
+    /// of a table that is a regular file with one point per line; 0 where it isn't known.
     std::uint64_t announced() const;
 
 private:

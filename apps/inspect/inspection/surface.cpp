@@ -5,12 +5,14 @@
 #include "inspect/inspection/part_comparison.h"
 #include "inspect/inspection/surface_alignment.h"
 #include "inspect/keep/archive_file.h"
+#include "inspect/keep/store_file.h"
 #include "inspect/keep/store_writer.h"
 #include "inspect/report/surface_outputs.h"
 
 #include <cmath>
 #include <functional>
 #include <future>
+#include <limits>
 #include <utility>
 
 namespace velm::inspect {
@@ -34,17 +36,23 @@ SurfaceHead head_of(const SurfaceOptions& options, const NominalSurfaces& nomina
     return head;
 }
 
-// Refuses points that an object file can't hold, before anything is written.
-void require_room(const ProbedPoints& points, const OutputPaths& paths) {
-    // A point's record, target and entries in two trees, as they are measured, at the least.
-    constexpr std::uint64_t bytes_of_point = 440;
-    constexpr std::uint64_t most_bytes = (std::uint64_t{1} << 31) - 1;
-    if (!paths.store) return;
-    const std::uint64_t count = points.announced();
-    if (count > most_bytes / bytes_of_point)
-        throw SurfaceRefusal{SurfaceFault::too_many_to_store, points.name(), count,
-                             most_bytes / bytes_of_point};
-}
+// Refuses points that the object file can't take, before anything is written.
+class StoreRoom {
+public:
+    explicit StoreRoom(const OutputPaths& paths) {
+        // A point's record, target and entries in two trees, as they are measured, at the least.
+        constexpr std::uint64_t bytes_of_point = 440;
+        if (paths.store) most_ = room_in_store(*paths.store) / bytes_of_point;
+    }
+    void require(std::uint64_t count, const ProbedPoints& points, bool is_all = true) const {
+        if (count > most_)
+            throw SurfaceRefusal{SurfaceFault::too_many_to_store, points.name(), is_all ? count : 0,
+                                 most_};
+    }
+
+private:
+    std::uint64_t most_ = std::numeric_limits<std::uint64_t>::max();
+};
 
 // Gives rows one by one; false after the last.
 using NextRow = std::function<bool(SurfaceRow&)>;
@@ -117,6 +125,8 @@ public:
         return motion_;
     }
 
+    std::uint64_t count() const { return held_.size(); }
+
     NextRow moved() {
         return [this, n = std::size_t{0}](SurfaceRow& row) mutable {
             if (n == held_.size()) return false;
@@ -176,10 +186,12 @@ InspectionEnd inspect_surface(const SurfaceOptions& options, Progress& progress)
     PartComparison comparison(nominal.part(),
                               {options.max_angle, options.max_distance, options.threads});
     SurfaceHead head = head_of(options, nominal, points);
-    require_room(points, options.paths);
+    const StoreRoom room(options.paths);
+    room.require(points.announced(), points);
     std::optional<MovedPoints> moving;
     if (options.moving.best_fit || options.moving.references) {
         moving.emplace(points, nominal, options, progress);
+        room.require(moving->count(), points);
         head.alignment = moving->align(head, points.name());
     }
     const OutputPaths& paths = options.paths;
@@ -197,6 +209,7 @@ InspectionEnd inspect_surface(const SurfaceOptions& options, Progress& progress)
         return points.next(row);
     };
     each_compared(next_row, comparison, [&](SurfaceRow& row) {
+        room.require(row.index + 1, points, false); // of a stream, which announces nothing
         judge(row, head);
         outputs.add(row);
         if (store) store->add(row);

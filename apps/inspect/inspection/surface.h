@@ -39,13 +39,14 @@ struct SurfaceOptions {
 enum class SurfaceFault {
     reversed_directions, ///< more than half belong to the part the other way round
     none_assigned,       ///< no point belongs to a place
-    too_many_to_store,   ///< more than an object file holds
+    too_many_to_store,   ///< more than the object file has room for
 };
 struct SurfaceRefusal {
     SurfaceFault fault;
-    std::string measured;              ///< the name of the file
-    std::uint64_t count = 0, most = 0; ///< points that there are, and that an object file holds
-    bool turned_directions = false;    ///< i, j, k were said to point into the material
+    std::string measured; ///< the name of the file
+    /// Points that there are, 0 if that isn't known, and that the object file has room for.
+    std::uint64_t count = 0, most = 0;
+    bool turned_directions = false; ///< i, j, k were said to point into the material
 };
 
 /// Compares the measured points with the faces of the nominal part, and writes the table, the

@@ -4,6 +4,7 @@
 #include "velm/store/file_space.h"
 #include "velm/store/store_image.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 
@@ -11,6 +12,7 @@ namespace velm::inspect {
 
 Failure store_failure(CFileException* exception, const std::string& path) {
     const int cause = exception->m_cause;
+    const LONG os_error = exception->m_lOsError;
     char text[400] = "";
     exception->GetErrorMessage(text, sizeof text);
     const std::string known = exception->m_strFileName;
@@ -19,6 +21,9 @@ Failure store_failure(CFileException* exception, const std::string& path) {
                                cause == CFileException::endOfFile ||
                                cause == CFileException::badSeek;
     if (misunderstood) return Failure(FailureKind::input, path + ": is no sound object file");
+    if (cause == CFileException::diskFull && os_error <= 0)
+        return Failure(FailureKind::file,
+                       path + ": the disk is full, or the file would exceed its limit of 2 GiB");
     // The message names the file where the exception knew it.
     const std::string sentence = text;
     const bool names_it = !known.empty() && sentence.find(known) != std::string::npos;
@@ -59,6 +64,13 @@ bool is_store_file(const std::string& path) {
         exception->Delete();
         return false;
     }
+}
+
+std::uint64_t room_in_store(const std::string& path) {
+    constexpr std::uint64_t most_bytes = (std::uint64_t{1} << 31) - 1;
+    std::error_code error;
+    const std::uint64_t size = std::filesystem::file_size(path, error);
+    return error ? most_bytes : most_bytes - std::min(size, most_bytes);
 }
 
 void require_store(const std::string& path, const std::string& name) {

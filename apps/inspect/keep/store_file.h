@@ -4,6 +4,7 @@
 #include "inspect/base/failure.h"
 #include "velm/platform/file_exception.h"
 
+#include <cstdint>
 #include <string>
 
 namespace velm::inspect {
@@ -42,6 +43,9 @@ auto with_store(const std::string& path, Work work, const std::string& working_c
 
 /// Whether a regular file begins as an object file. False for one that can't be read.
 bool is_store_file(const std::string& path);
+
+/// The bytes that an object file can still take: 2 GiB for one that isn't there yet.
+std::uint64_t room_in_store(const std::string& path);
 
 /// Refuses (input) what is no object file of a version that is understood. The sentence calls the
 /// file `name`.
