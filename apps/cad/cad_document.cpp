@@ -5,6 +5,7 @@
 #include <BRepTools.hxx>
 #include <BRep_Builder.hxx>
 #include <IGESCAFControl_Reader.hxx>
+#include <IGESData_IGESEntity.hxx>
 #include <IGESData_IGESModel.hxx>
 #include <Message.hxx>
 #include <Message_PrinterOStream.hxx>
@@ -13,6 +14,7 @@
 #include <Standard_Failure.hxx>
 #include <StepData_StepModel.hxx>
 #include <StepRepr_RepresentationItem.hxx>
+#include <StepShape_FaceSurface.hxx>
 #include <TColStd_HSequenceOfExtendedString.hxx>
 #include <TColStd_SequenceOfAsciiString.hxx>
 #include <TCollection_HAsciiString.hxx>
@@ -22,6 +24,7 @@
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Iterator.hxx>
+#include <Transfer_Binder.hxx>
 #include <Transfer_TransientProcess.hxx>
 #include <XCAFApp_Application.hxx>
 #include <XCAFDoc_ColorTool.hxx>
@@ -127,6 +130,21 @@ public:
         for (int i = 1; i <= roots.Length(); ++i)
             walk(roots.Value(i), TopLoc_Location(), "", Marks());
         return std::move(faces);
+    }
+
+    // What could not be read, or was tried without a result, which the kernel passes over.
+    std::vector<long> lost() const {
+        std::vector<long> numbers;
+        const Handle(Interface_InterfaceModel) model = session->Model();
+        const auto process = session->TransferReader()->TransientProcess();
+        for (int i = 1; i <= model->NbEntities(); ++i) {
+            const Handle(Standard_Transient) entity = model->Value(i);
+            if (!should_be_face(entity)) continue;
+            const Handle(Transfer_Binder) tried = process->Find(entity);
+            if (model->IsErrorEntity(i) || (!tried.IsNull() && !tried->HasResult()))
+                numbers.push_back(number_of(entity));
+        }
+        return numbers;
     }
 
 private:
@@ -239,7 +257,18 @@ private:
     // The number before a STEP entity, the directory line of an IGES entity.
     long entity_of(const TopoDS_Shape& face) const {
         const Handle(Standard_Transient) entity = source_of(face);
-        if (entity.IsNull()) return 0;
+        return entity.IsNull() ? 0 : number_of(entity);
+    }
+
+    static bool should_be_face(const Handle(Standard_Transient) & entity) {
+        constexpr int bounded = 143, trimmed = 144, face = 510; // types of IGES entities
+        const auto iges = Handle(IGESData_IGESEntity)::DownCast(entity);
+        if (iges.IsNull()) return entity->IsKind(STANDARD_TYPE(StepShape_FaceSurface));
+        const int type = iges->TypeNumber();
+        return type == bounded || type == trimmed || type == face;
+    }
+
+    long number_of(const Handle(Standard_Transient) & entity) const {
         const Handle(Interface_InterfaceModel) model = session->Model();
         if (const auto step = Handle(StepData_StepModel)::DownCast(model))
             return step->IdentLabel(entity);
@@ -287,6 +316,11 @@ private:
     Handle(TDocStd_Document) document_;
 };
 
+void take_faces(FaceCollector&& from, CadDocument& document) {
+    document.faces = from.collect();
+    document.lost = from.lost();
+}
+
 // Reads with colours, names and layers; the document has its format.
 template <class Reader>
 CadDocument begin_reading(Reader& reader, const std::string& path, const std::string& format) {
@@ -308,11 +342,23 @@ CadDocument read_step(const std::string& path) {
     reader.ChangeReader().FileUnits(lengths, angles, solid_angles);
     if (lengths.Length() > 0) result.file_unit = lengths.Value(1).ToCString();
     if (!reader.Transfer(document.get())) fail_content(path, "the STEP file has no shapes");
-    result.faces = FaceCollector(document.get(), reader.Reader().WS()).collect();
+    take_faces(FaceCollector(document.get(), reader.Reader().WS()), result);
     return result;
 }
 
+// The last line is that of the terminate section; the kernel takes what comes before as it is.
+void require_iges_end(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::string line, last;
+    while (std::getline(in, line))
+        if (line.find_first_not_of(" \t\r\x1a") != std::string::npos) last = line;
+    constexpr std::size_t section_column = 72;
+    if (last.size() <= section_column || last[section_column] != 'T')
+        fail_content(path, "the IGES file ends before its terminate section");
+}
+
 CadDocument read_iges(const std::string& path) {
+    require_iges_end(path);
     OpenDocument document;
     IGESCAFControl_Reader reader;
     CadDocument result = begin_reading(reader, path, "IGES");
@@ -321,7 +367,7 @@ CadDocument read_iges(const std::string& path) {
     if (!model.IsNull() && !model->GlobalSection().UnitName().IsNull())
         result.file_unit = model->GlobalSection().UnitName()->ToCString();
     if (!reader.Transfer(document.get())) fail_content(path, "the IGES file has no shapes");
-    result.faces = FaceCollector(document.get(), reader.WS()).collect();
+    take_faces(FaceCollector(document.get(), reader.WS()), result);
     return result;
 }
 

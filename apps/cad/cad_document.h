@@ -29,6 +29,8 @@ struct CadDocument {
     std::string format;    ///< "STEP", "IGES" or "BREP"
     std::string file_unit; ///< of lengths, as the file names it; empty: not named
     std::vector<CadFace> faces;
+    std::vector<long>
+        lost; ///< numbers of entities that should be faces, of which the kernel made none
 };
 
 /// Reads a file by what it holds, not by its name. Throws Failure: of the lane `file` if it can't

@@ -147,15 +147,32 @@ private:
         const Geom2dAdaptor_Curve spans(trim, first, last);
         TColStd_Array1OfReal ends(1, spans.NbIntervals(GeomAbs_CN) + 1);
         spans.Intervals(ends, GeomAbs_CN);
-        for (int span = 1; span < ends.Length(); ++span)
+        const auto apart = [&](double t) {
+            const double r = (t - first) / (last - first);
+            const gp_Pnt2d at = trim->Value(t);
+            const gp_Pnt p = in_space->Value((1.0 - r) * start + r * end);
+            return distance(on_surface(converted.map(at.X(), at.Y())),
+                            ERPoint3D(p.X(), p.Y(), p.Z()));
+        };
+        for (int span = 1; span < ends.Length(); ++span) {
+            const double step = (ends(span + 1) - ends(span)) / places;
+            double worst = 0.0, low = ends(span), high = low;
             for (int i = 0; i <= places; ++i) {
-                const double t = ends(span) + (ends(span + 1) - ends(span)) * i / places;
-                const double r = (t - first) / (last - first);
-                const gp_Pnt2d at = trim->Value(t);
-                const gp_Pnt p = in_space->Value((1.0 - r) * start + r * end);
-                gap = std::max(gap, distance(on_surface(converted.map(at.X(), at.Y())),
-                                             ERPoint3D(p.X(), p.Y(), p.Z())));
+                const double t = ends(span) + step * i, here = apart(t);
+                if (here < worst) continue;
+                worst = here;
+                low = std::max(t - step, ends(span));
+                high = std::min(t + step, ends(span + 1));
             }
+            // Beside the worst place there may be one that is worse by less than as much again.
+            for (int n = 0; n < 12 && 2.0 * worst > gap; ++n) {
+                const double a = low + (high - low) / 3.0, b = high - (high - low) / 3.0;
+                const double at_a = apart(a), at_b = apart(b);
+                worst = std::max({worst, at_a, at_b});
+                (at_a < at_b ? low : high) = at_a < at_b ? a : b;
+            }
+            gap = std::max(gap, worst);
+        }
     }
 
     // A step in the parameters is no gap where it is none in space, as along a seam; but then the

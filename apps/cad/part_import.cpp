@@ -40,6 +40,9 @@ NominalPart import_part(const std::string& source, const std::vector<std::string
     part.source = std::filesystem::path(source).filename().string();
     part.format = document.format;
     part.file_unit = document.file_unit;
+    for (const long entity : document.lost)
+        part.left_out.push_back({"/entity " + std::to_string(entity), entity,
+                                 "the file's record of it can't be made into a face"});
     for (const CadFace& from : chosen(std::move(document.faces), parts)) {
         const ConvertedFace face = convert_face(from);
         if (!face.surface) {
