@@ -12,12 +12,9 @@
 #include <BRepAlgoAPI_Cut.hxx>
 #include <BRepBuilderAPI_MakeEdge.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
-#include <BRepBuilderAPI_MakeVertex.hxx>
 #include <BRepBuilderAPI_MakeWire.hxx>
 #include <BRepBuilderAPI_Transform.hxx>
 #include <BRepClass3d_SolidClassifier.hxx>
-#include <BRepClass_FaceClassifier.hxx>
-#include <BRepExtrema_DistShapeShape.hxx>
 #include <BRepLib.hxx>
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRepPrimAPI_MakeCone.hxx>
@@ -38,7 +35,6 @@
 #include <Geom_SurfaceOfLinearExtrusion.hxx>
 #include <Geom_SurfaceOfRevolution.hxx>
 #include <Geom_TrimmedCurve.hxx>
-#include <ShapeAnalysis_Surface.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
 #include <cmath>
@@ -90,20 +86,6 @@ double area_of(const ERTrimmedSurface& face, int steps) {
             area += (along_u ^ along_v).norme();
         }
     return area;
-}
-
-// The kernel looks for the foot within one turn only, where a thread has more: then the face is
-// asked at the other turns.
-double distance_from(const TopoDS_Face& face, const gp_Pnt& p) {
-    const BRepExtrema_DistShapeShape extrema(BRepBuilderAPI_MakeVertex(p), face);
-    ShapeAnalysis_Surface surface(BRep_Tool::Surface(face));
-    const gp_Pnt2d foot = surface.ValueOfUV(p, 1e-9);
-    for (int turn = -3; turn <= 3; ++turn) {
-        const gp_Pnt2d at(foot.X() + turn * 2.0 * std::numbers::pi, foot.Y());
-        if (!surface.Surface()->IsUPeriodic() || extrema.Value() <= surface.Gap()) break;
-        if (BRepClass_FaceClassifier(face, at, 1e-9).State() == TopAbs_IN) return surface.Gap();
-    }
-    return extrema.Value();
 }
 
 // Points of the converted face are on the kernel's face, trims included, its area is the same, and

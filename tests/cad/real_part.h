@@ -6,13 +6,19 @@
 #include "velm/inspection/nominal_part.h"
 #include "velm/surfaces/prepared_face.h"
 
+#include <BRepBuilderAPI_MakeVertex.hxx>
+#include <BRepClass_FaceClassifier.hxx>
+#include <BRepExtrema_DistShapeShape.hxx>
 #include <BRepGProp.hxx>
 #include <BRep_Builder.hxx>
+#include <BRep_Tool.hxx>
 #include <GProp_GProps.hxx>
+#include <ShapeAnalysis_Surface.hxx>
 #include <TopoDS_Compound.hxx>
 #include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -49,6 +55,20 @@ struct KernelPart {
         volume = solid.Mass();
     }
 };
+
+/// How far the kernel has a point from a face. It looks for the foot within one turn only, where a
+/// thread has more: then the face is asked at the other turns.
+inline double distance_from(const TopoDS_Face& face, const gp_Pnt& p) {
+    const BRepExtrema_DistShapeShape extrema(BRepBuilderAPI_MakeVertex(p), face);
+    ShapeAnalysis_Surface surface(BRep_Tool::Surface(face));
+    const gp_Pnt2d foot = surface.ValueOfUV(p, 1e-9);
+    for (int turn = -3; turn <= 3; ++turn) {
+        const gp_Pnt2d at(foot.X() + turn * 2.0 * std::numbers::pi, foot.Y());
+        if (!surface.Surface()->IsUPeriodic() || extrema.Value() <= surface.Gap()) break;
+        if (BRepClass_FaceClassifier(face, at, 1e-9).State() == TopAbs_IN) return surface.Gap();
+    }
+    return extrema.Value();
+}
 
 /// The files that have faces, in the order of their names; none if they are not at hand.
 inline std::vector<std::filesystem::path> real_parts() {
