@@ -40,7 +40,8 @@ inline void expect_defined_end(const Workshop& shop, const std::string& argument
     EXPECT_EQ(ended.out, "");
     if (ended.code == 0 || ended.code == 1) {
         EXPECT_EQ(shop.read_json("new")["command"], "surface");
-        EXPECT_EQ(shop.run("store new2 --check").code, 0);
+        const Ended check = shop.run("store new2 --check");
+        EXPECT_EQ(check.code, 0) << check.out << check.error;
         for (const std::string& name : shop.names())
             if (std::find(before.begin(), before.end(), name) == before.end())
                 std::filesystem::remove(shop.path(name));

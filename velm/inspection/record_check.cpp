@@ -100,14 +100,22 @@ std::string fault_of(const SectionRow& row, const SectionRecordReader& reader) {
     return {};
 }
 
-std::string fault_of(const SurfaceRow& row, const SurfaceRecordReader&) {
+std::string fault_of(const SurfaceRow& row, const SurfaceRecordReader& reader) {
     if (!row.found) return {};
     const SurfaceFind& found = *row.found;
     if (!(std::fabs(found.normal.norme() - 1.0) <= rounding_part))
         return "its direction outwards is not of length 1";
     double size = 0.0;
-    for (int axis = 0; axis < 3; ++axis)
-        size = std::max({size, std::fabs(found.foot[axis]), std::fabs(row.measured[axis])});
+    const auto add_size = [&](const ERPoint3D& p) {
+        for (int axis = 0; axis < 3; ++axis)
+            size = std::max(size, std::fabs(p[axis]));
+    };
+    add_size(found.foot);
+    add_size(row.measured);
+    // At the origin the distance has the digits of the part, of which a triangle gives the size.
+    if (const NominalMesh& mesh = reader.mesh(); !mesh.triangles.empty())
+        for (const int corner : mesh.triangles.front())
+            add_size(mesh.positions[static_cast<std::size_t>(corner)]);
     const double distance = ERVector3D(found.foot, row.measured).norme();
     if (!(std::fabs(distance - std::fabs(found.distance)) <= rounding_part * size))
         return "its distance is not that of its points";
