@@ -262,7 +262,8 @@ TEST(SurfaceCommand, EdgePointsThatTheFilesStateAreOnTheParts) {
         std::string table = "x,y,z\n";
         std::vector<std::pair<double, double>> gaps_and_steps; // of three rows each
         std::size_t placed = 0;
-        for (const auto& [surface, points] : edges) {
+        for (const auto& of_surface : edges) {
+            const std::vector<EdgePoint>& points = of_surface.second;
             const auto has_all = [&](const velm::cad::CadFace& face) {
                 TopLoc_Location at;
                 const auto base = BRep_Tool::Surface(face.shape, at);

@@ -274,6 +274,7 @@ TEST(Surface, HostileMeasuredFilesEndInASentenceOrWholeOutputs) {
     for (const std::string& good : {shop.read("p.csv"), scan.text(false), scan.text(true),
                                     scan.binary(false), scan.binary(true)})
         for (const std::string& bytes : damaged_files(good, random, rounds(100))) {
+            if (rounds(100) == 1 && random.below(4) > 0) continue;
             shop.write("scan", bytes);
             expect_defined_end(shop, "block.velm scan", bytes);
         }
