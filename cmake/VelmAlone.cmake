@@ -1,29 +1,13 @@
 # The sources that share a local name with another source of their folder.
 set(velm_alone
-    apps/inspect/base/output_set.cpp
-    apps/inspect/command/clip_command.cpp
-    apps/inspect/command/command_line.cpp
-    apps/inspect/command/fit_command.cpp
-    apps/inspect/command/report_command.cpp
-    apps/inspect/command/section_command.cpp
-    apps/inspect/command/store_command.cpp
-    apps/inspect/command/surface_command.cpp
-    apps/inspect/input/csv_records.cpp
-    apps/inspect/input/measured_reader.cpp
     apps/inspect/input/outline_reader.cpp
     apps/inspect/input/ply_reader.cpp
     apps/inspect/input/target_reader.cpp
-    apps/inspect/inspection/alignment.cpp
-    apps/inspect/inspection/section.cpp
     apps/inspect/inspection/surface_alignment.cpp
-    apps/inspect/picture/clip_picture.cpp
     apps/inspect/picture/fit_drawing.cpp
     apps/inspect/picture/fit_picture.cpp
-    apps/inspect/picture/png_image.cpp
-    apps/inspect/picture/surface_coloring.cpp
     apps/inspect/picture/target_drawing.cpp
     apps/inspect/report/csv_report.cpp
-    apps/inspect/report/section_outputs.cpp
     velm/curves/detail/meeting_merger.cpp
     velm/curves/detail/prepared_builder.cpp
     velm/curves/knot_vector.cpp
@@ -33,40 +17,22 @@ set(velm_alone
     velm/inspection/applied_alignment.cpp
     velm/inspection/archived_kinds.cpp
     velm/inspection/kept_fit.cpp
-    velm/measure/alignment.cpp
-    velm/numerics/circle_fit.cpp
-    velm/numerics/downhill_simplex.cpp
-    velm/numerics/laguerre_roots.cpp
     velm/numerics/principal_axes.cpp
-    velm/planar/contour.cpp
-    velm/planar/edge_tree.cpp
     velm/planar/outline_nesting.cpp
     velm/platform/archive_exception.cpp
-    velm/surfaces/analytic_to_nurbs.cpp
-    velm/surfaces/detail/box_tree.cpp
-    velm/surfaces/detail/face_mesher.cpp
     velm/surfaces/detail/face_set.cpp
     velm/surfaces/detail/leaf_feet.cpp
-    velm/surfaces/detail/leaf_maker.cpp
     velm/surfaces/detail/leaf_search.cpp
     velm/surfaces/detail/pair_zeros.cpp
     velm/surfaces/detail/part_side.cpp
-    velm/surfaces/detail/seed_grid.cpp
     velm/surfaces/detail/stationary_feet.cpp
+    velm/surfaces/detail/surface_leaves.cpp
     velm/surfaces/detail/trim_lift.cpp
     velm/surfaces/detail/trim_pieces.cpp
+    velm/surfaces/detail/trim_rings.cpp
+    velm/surfaces/detail/trim_seams.cpp
     velm/surfaces/detail/trim_search.cpp
-    velm/surfaces/face_tessellation.cpp
-    velm/surfaces/line_crossings.cpp
-    velm/surfaces/loft.cpp
-    velm/surfaces/offset_surface.cpp
-    velm/surfaces/part_edges.cpp
-    velm/surfaces/pole_surface.cpp
-    velm/surfaces/prepared_face.cpp
     velm/surfaces/prepared_surface.cpp
-    velm/surfaces/recognition.cpp
-    velm/surfaces/surface_boundary.cpp
     velm/surfaces/surface_box.cpp
     velm/surfaces/surface_projector.cpp
-    velm/surfaces/tessellation.cpp
     velm/transforms/body_maps.cpp)

@@ -1,6 +1,7 @@
 #include "velm/surfaces/line_crossings.h"
 
 #include "velm/curves/detail/basis_functions.h"
+#include "velm/numerics/detail/triples.h"
 #include "velm/surfaces/detail/analytic_feet.h"
 #include "velm/surfaces/detail/pair_zeros.h"
 #include "velm/surfaces/detail/projector_tables.h"
@@ -23,8 +24,6 @@ constexpr double same_place = 1e-9;
 constexpr double touching = 1e-4;
 // A place this near to the side of a leaf may be found on its neighbour too.
 constexpr double beside_side = 1e-7;
-
-double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 class LineSearch {
 public:

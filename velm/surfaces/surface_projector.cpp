@@ -1,5 +1,6 @@
 #include "velm/surfaces/surface_projector.h"
 
+#include "velm/numerics/detail/triples.h"
 #include "velm/surfaces/detail/analytic_feet.h"
 #include "velm/surfaces/detail/in_parts.h"
 #include "velm/surfaces/detail/projector_tables.h"
@@ -36,8 +37,6 @@ constexpr double flat_bend = 1e-9, collapsed_tangent = 1e-14, least_tangent = 1e
 struct FirstAndSecond {
     double ps[3], pt[3], bend[3];
 };
-
-double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 FirstAndSecond derivatives_at(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf,
                               const LeafPlace& place) {

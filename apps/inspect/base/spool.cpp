@@ -8,7 +8,7 @@
 namespace velm::inspect {
 namespace {
 
-constexpr std::size_t block = std::size_t{1} << 16;
+constexpr std::size_t spool_block = std::size_t{1} << 16;
 
 [[noreturn]] void fail(const char* what) { fail_file("a temporary file", what, errno); }
 
@@ -21,7 +21,7 @@ Spool::Spool() : file_(std::tmpfile()) {
 void Spool::write(std::string_view bytes) {
     pending_ += bytes;
     size_ += bytes.size();
-    if (pending_.size() >= block) flush();
+    if (pending_.size() >= spool_block) flush();
 }
 
 void Spool::flush() {
@@ -34,7 +34,7 @@ void Spool::read(const std::function<void(std::string_view)>& take) {
     flush();
     if (std::fflush(file_.get()) != 0) fail("can't be written");
     std::rewind(file_.get());
-    std::vector<char> bytes(block);
+    std::vector<char> bytes(spool_block);
     for (;;) {
         const std::size_t got = std::fread(bytes.data(), 1, bytes.size(), file_.get());
         if (got == 0) break;

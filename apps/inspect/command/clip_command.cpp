@@ -6,14 +6,14 @@
 namespace velm::inspect {
 namespace {
 
-constexpr const char* examples =
+constexpr const char* clip_examples =
     "Examples:\n"
     "  velm-inspect clip plate.txt path.txt\n"
     "      the pieces of the path in the plate, as polylines again\n"
     "  velm-inspect clip plate.txt path.txt --svg path.svg --json path.json\n"
     "      and a picture, and the pieces with their lengths for programs\n";
 
-constexpr const char* files_text =
+constexpr const char* clip_files =
     "REGION: contours as NOMINAL of section, with holes, islands in them and separate parts. Arcs\n"
     "and curves are taken as chords within --chord-error of them.\n"
     "POLYLINE: one point per line, two numbers separated by blanks, tabs or commas; # starts a\n"
@@ -23,7 +23,8 @@ constexpr const char* files_text =
 } // namespace
 
 void add_clip_command(Program& program) {
-    CommandLine line(program, "clip", "The pieces of polylines in a region", examples, files_text);
+    CommandLine line(program, "clip", "The pieces of polylines in a region", clip_examples,
+                     clip_files);
     const auto options = std::make_shared<ClipOptions>();
     OutputPaths& paths = options->paths;
     line.input("REGION", "The contours of the region", options->region);

@@ -8,7 +8,7 @@
 namespace velm::inspect {
 namespace {
 
-constexpr const char* examples =
+constexpr const char* fit_examples =
     "Examples:\n"
     "  velm-inspect fit plane table.xyz\n"
     "      the plane of some points, the distance of each from it, and the flatness\n"
@@ -26,7 +26,7 @@ constexpr const char* examples =
     "  velm-inspect fit circle shaft.csv --diameter 5 --outside --json - | jq .entity.radius\n"
     "      the radius of a shaft\n";
 
-constexpr const char* points_text =
+constexpr const char* fit_files =
     "POINTS: CSV with a header that names id, x, y and optionally z, diameter, as for section,\n"
     "or bare lines of two or three numbers; - is standard input. Every fit makes the sum of\n"
     "squared true distances least. In space a circle lies in the plane of its points.\n"
@@ -46,7 +46,7 @@ const Choice<FitKind> kind_choices[] = {{kind_name(FitKind::plane), FitKind::pla
                                         {kind_name(FitKind::line), FitKind::line, nullptr},
                                         {kind_name(FitKind::circle), FitKind::circle, nullptr}};
 
-[[noreturn]] void refuse(const std::string& why) { throw Failure(FailureKind::usage, why); }
+[[noreturn]] void refuse_ball(const std::string& why) { throw Failure(FailureKind::usage, why); }
 
 void require_ball(const FitOptions& options, const FitPoints& points) {
     const std::string side = options.side == BallSide::inside ? "--inside" : "--outside";
@@ -54,12 +54,12 @@ void require_ball(const FitOptions& options, const FitPoints& points) {
     case BallFault::none:
         return;
     case BallFault::no_ball:
-        refuse(side + ": there is no ball; give its --diameter");
+        refuse_ball(side + ": there is no ball; give its --diameter");
     case BallFault::side_of_line:
-        refuse(side + ": a line in space has no side");
+        refuse_ball(side + ": a line in space has no side");
     case BallFault::no_side:
-        refuse("the points are centres of a ball of " + shortest(ball_of(options, points)) +
-               ": give --inside for a bore, --outside for a shaft");
+        refuse_ball("the points are centres of a ball of " + shortest(ball_of(options, points)) +
+                    ": give --inside for a bore, --outside for a shaft");
     }
 }
 
@@ -68,16 +68,16 @@ ExitCode fit(const FitOptions& options) {
     const FitPoints points = read_fit_points(source, options.table);
     require_ball(options, points);
     if (options.place && options.place->in_space != points.in_space)
-        refuse(points.in_space ? "--at: the points are in space; expected X,Y,Z"
-                               : "--at: the points are in the plane; expected X,Y");
+        refuse_ball(points.in_space ? "--at: the points are in space; expected X,Y,Z"
+                                    : "--at: the points are in the plane; expected X,Y");
     return end_of({inspect_fit(options, points), {points.notes.begin(), points.notes.end()}});
 }
 
 } // namespace
 
 void add_fit_command(Program& program) {
-    CommandLine line(program, "fit", "A plane, line or circle through measured points", examples,
-                     points_text);
+    CommandLine line(program, "fit", "A plane, line or circle through measured points",
+                     fit_examples, fit_files);
     const auto options = std::make_shared<FitOptions>();
     const auto inside = std::make_shared<bool>(false), outside = std::make_shared<bool>(false);
     OutputPaths& paths = options->paths;
@@ -91,9 +91,9 @@ void add_fit_command(Program& program) {
     line.option(position_option, options->position);
     line.check([options] {
         if (options->position.has_value() != options->place.has_value())
-            refuse("--at X,Y[,Z] and --position T go together");
+            refuse_ball("--at X,Y[,Z] and --position T go together");
         if ((options->size || options->place) && options->kind != FitKind::circle)
-            refuse("--size and --at are of a circle");
+            refuse_ball("--size and --at are of a circle");
     });
     line.option(info_option, options->info);
     line.option(unit_option, options->table.millimetres);
@@ -106,7 +106,7 @@ void add_fit_command(Program& program) {
     line.sync(paths);
     line.flag(quiet_flag, paths.quiet, "No table, no summary");
     line.check([options, inside, outside] {
-        if (*inside && *outside) refuse("--inside and --outside exclude each other");
+        if (*inside && *outside) refuse_ball("--inside and --outside exclude each other");
         options->side = *inside    ? BallSide::inside
                         : *outside ? BallSide::outside
                                    : BallSide::unknown;

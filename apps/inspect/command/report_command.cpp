@@ -6,7 +6,7 @@
 namespace velm::inspect {
 namespace {
 
-constexpr const char* examples =
+constexpr const char* report_examples =
     "Examples:\n"
     "  velm-inspect report parts.velm\n"
     "      the table of the inspection stored last\n"
@@ -15,7 +15,7 @@ constexpr const char* examples =
     "  velm-inspect report wing.arc --svg report.svg\n"
     "      from a file written with --archive\n";
 
-constexpr const char* files_text =
+constexpr const char* report_files =
     "FILE is never written. The reports are those of the run that kept the inspection, byte for\n"
     "byte where it was of this version, and so is the exit code. What an earlier version kept "
     "gives\n"
@@ -36,7 +36,8 @@ bool report(const ReportOptions& options) {
 } // namespace
 
 void add_report_command(Program& program) {
-    CommandLine line(program, "report", "Reports of a stored inspection", examples, files_text);
+    CommandLine line(program, "report", "Reports of a stored inspection", report_examples,
+                     report_files);
     const auto options = std::make_shared<ReportOptions>();
     OutputPaths& paths = options->paths;
     line.input("FILE", "The object file, or the archive", options->store, true);

@@ -10,7 +10,7 @@
 namespace velm::inspect {
 namespace {
 
-constexpr const char* examples =
+constexpr const char* section_examples =
     "Examples:\n"
     "  velm-inspect section wing.dat probed.csv\n"
     "      the distance of each probed point from the outline, and a summary\n"
@@ -32,7 +32,7 @@ constexpr const char* examples =
     "  velm-inspect section wing.dat probed.csv --json - | jq .summary.worst\n"
     "      the report on standard output, instead of the table\n";
 
-constexpr const char* files_text =
+constexpr const char* section_files =
     "NOMINAL: one vertex per line, two numbers separated by blanks, tabs or commas; # starts a\n"
     "comment; a blank line separates contours. One in another is its hole, one in a hole an\n"
     "island, one outside of all others a separate part. Airfoil\n"
@@ -99,7 +99,7 @@ ExitCode section(const SectionOptions& options) {
 
 void add_section_command(Program& program) {
     CommandLine line(program, "section", "Measured points against the outline of a section",
-                     examples, files_text);
+                     section_examples, section_files);
     const auto options = std::make_shared<SectionOptions>();
     OutputPaths& paths = options->paths;
     line.input("NOMINAL", "The outline", options->nominal);

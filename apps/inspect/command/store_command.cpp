@@ -6,19 +6,20 @@
 namespace velm::inspect {
 namespace {
 
-constexpr const char* examples = "Examples:\n"
-                                 "  velm-inspect store parts.velm\n"
-                                 "      what the file holds\n"
-                                 "  velm-inspect store parts.velm --check\n"
-                                 "      whether it is sound, each fault with its offset\n"
-                                 "  velm-inspect store parts.velm --export objects\n"
-                                 "      each object as a text in a new folder\n"
-                                 "  velm-inspect store parts.velm --salvage rebuilt.velm\n"
-                                 "      a clean file with all that can be had of a damaged one\n"
-                                 "  velm-inspect store parts.velm --digest parts.digests\n"
-                                 "      a digest of each object, to keep elsewhere\n"
-                                 "  velm-inspect store parts.velm --verify parts.digests\n"
-                                 "      whether each object is still the one that was digested\n";
+constexpr const char* store_examples =
+    "Examples:\n"
+    "  velm-inspect store parts.velm\n"
+    "      what the file holds\n"
+    "  velm-inspect store parts.velm --check\n"
+    "      whether it is sound, each fault with its offset\n"
+    "  velm-inspect store parts.velm --export objects\n"
+    "      each object as a text in a new folder\n"
+    "  velm-inspect store parts.velm --salvage rebuilt.velm\n"
+    "      a clean file with all that can be had of a damaged one\n"
+    "  velm-inspect store parts.velm --digest parts.digests\n"
+    "      a digest of each object, to keep elsewhere\n"
+    "  velm-inspect store parts.velm --verify parts.digests\n"
+    "      whether each object is still the one that was digested\n";
 
 constexpr Flag check_flag{"--check", "Walks everything and names each fault with its\n"
                                      "offset; exits with 3 if there is one"};
@@ -53,7 +54,7 @@ void choose_mode(StoreOptions& options, const Modes& modes) {
 } // namespace
 
 void add_store_command(Program& program) {
-    CommandLine line(program, "store", "What an object file holds", examples,
+    CommandLine line(program, "store", "What an object file holds", store_examples,
                      "FILE is never written. NEW and DIR must not exist.\n");
     const auto options = std::make_shared<StoreOptions>();
     const auto modes = std::make_shared<Modes>();

@@ -8,7 +8,7 @@
 namespace velm::inspect {
 namespace {
 
-constexpr const char* examples =
+constexpr const char* surface_examples =
     "Examples:\n"
     "  velm-inspect surface bracket.step scan.ply --tolerance 0.1 --html report.html\n"
     "      a scan against a CAD file: one page with the part in colours, figures and tables\n"
@@ -25,7 +25,7 @@ constexpr const char* examples =
     "  velm-inspect surface bracket.step scan.ply --keep-nominal bracket.velm\n"
     "      keeps the faces of the CAD file for the next run\n";
 
-constexpr const char* files_text =
+constexpr const char* surface_files =
     "NOMINAL: an object file with surfaces, as velm-cad-import writes it, or a CAD file (STEP,\n"
     "IGES, BREP), for which velm-cad-import is needed beside this program or in PATH. Lengths\n"
     "are millimetres then.\n"
@@ -50,7 +50,7 @@ ExitCode surface(const SurfaceOptions& options) {
 
 void add_surface_command(Program& program) {
     CommandLine line(program, "surface", "Measured points against the faces of a CAD file",
-                     examples, files_text);
+                     surface_examples, surface_files);
     const auto options = std::make_shared<SurfaceOptions>();
     OutputPaths& paths = options->paths;
     line.input("NOMINAL", "The part", options->nominal.path);

@@ -6,7 +6,7 @@
 namespace velm::inspect {
 namespace {
 
-constexpr const char* examples =
+constexpr const char* targets_examples =
     "Examples:\n"
     "  velm-inspect targets panel.csv\n"
     "      the distance of each measured point from its nominal, along the normal, and a summary\n"
@@ -21,7 +21,7 @@ constexpr const char* examples =
     "  velm-inspect targets panel.csv --skip-bad\n"
     "      without the unusable rows, which are listed\n";
 
-constexpr const char* files_text =
+constexpr const char* targets_files =
     "TABLE: a table with a header, one row per point or per axis, separated by comma, semicolon,\n"
     "tab or blanks. Columns, in any order, in English, German or French:\n"
     "  id                      otherwise the number of the row\n"
@@ -39,8 +39,8 @@ constexpr const char* files_text =
 } // namespace
 
 void add_targets_command(Program& program) {
-    CommandLine line(program, "targets", "Measured points against nominal points", examples,
-                     files_text);
+    CommandLine line(program, "targets", "Measured points against nominal points", targets_examples,
+                     targets_files);
     const auto options = std::make_shared<TargetOptions>();
     OutputPaths& paths = options->paths;
     line.input("TABLE", "The nominal and the measured points", options->table);

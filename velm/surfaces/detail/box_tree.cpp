@@ -1,5 +1,7 @@
 #include "velm/surfaces/detail/box_tree.h"
 
+#include "velm/numerics/detail/triples.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -7,14 +9,6 @@
 
 namespace velm::detail {
 namespace {
-
-double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-
-void cross3(const double* a, const double* b, double* out) {
-    out[0] = a[1] * b[2] - a[2] * b[1];
-    out[1] = a[2] * b[0] - a[0] * b[2];
-    out[2] = a[0] * b[1] - a[1] * b[0];
-}
 
 // The float next below or above.
 float rounded_down(double x) {

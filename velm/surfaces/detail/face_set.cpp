@@ -1,5 +1,6 @@
 #include "velm/surfaces/detail/face_set.h"
 
+#include "velm/numerics/detail/triples.h"
 #include "velm/surfaces/detail/analytic_feet.h"
 #include "velm/surfaces/detail/in_parts.h"
 #include "velm/surfaces/detail/projector_tables.h"
@@ -15,8 +16,6 @@ constexpr double smooth_turn = 1e-6;
 // Second derivatives of the squared distance that are this small beside the square of the speed
 // make all of a trim curve near the foot equally far.
 constexpr double flat_bend = 1e-9;
-
-double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 // The surface as patches with its own parameters, of analytic ones what the trim's box leaves, or
 // an offset surface.

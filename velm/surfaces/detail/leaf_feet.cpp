@@ -1,6 +1,7 @@
 #include "velm/surfaces/detail/leaf_feet.h"
 
 #include "velm/curves/detail/basis_functions.h"
+#include "velm/numerics/detail/triples.h"
 #include "velm/surfaces/detail/quotient_rule.h"
 
 #include <algorithm>
@@ -88,8 +89,6 @@ void jet_from_query(const SurfaceLeaves& leaves, const SurfaceLeaf& leaf, const 
     for (int c = 0; c < 3; ++c)
         out[c] += leaf.centre[c] - q[c];
 }
-
-double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 } // namespace
 

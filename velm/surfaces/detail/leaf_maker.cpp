@@ -1,5 +1,7 @@
 #include "velm/surfaces/detail/leaf_maker.h"
 
+#include "velm/numerics/detail/triples.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -62,8 +64,6 @@ void to_power(double* row, int count, std::ptrdiff_t step, int width,
     }
 }
 
-double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-
 double norm(const double* x) { return std::sqrt(dot3(x, x)); }
 
 double normalise(double* a) {
@@ -72,12 +72,6 @@ double normalise(double* a) {
         for (int c = 0; c < 3; ++c)
             a[c] /= length;
     return length;
-}
-
-void cross3(const double* a, const double* b, double* out) {
-    out[0] = a[1] * b[2] - a[2] * b[1];
-    out[1] = a[2] * b[0] - a[0] * b[2];
-    out[2] = a[0] * b[1] - a[1] * b[0];
 }
 
 } // namespace

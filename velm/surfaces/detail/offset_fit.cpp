@@ -1,6 +1,7 @@
 #include "velm/surfaces/detail/offset_fit.h"
 
 #include "velm/curves/detail/band_matrix.h"
+#include "velm/numerics/detail/triples.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,8 +15,6 @@ namespace {
 constexpr int n = OffsetFit::degree, nodes = n + 1;
 // Points of a row of poles nearer to each other than this part of the patch are one.
 constexpr double one_point = 0x1p-40;
-
-double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 // Chebyshev's node k of `count` in [0, 1].
 double node(int k, int count) { return 0.5 - 0.5 * std::cos((k + 0.5) * std::numbers::pi / count); }

@@ -1,6 +1,7 @@
 #include "velm/surfaces/detail/trim_lift.h"
 
 #include "velm/curves/detail/bernstein_rows.h"
+#include "velm/numerics/detail/triples.h"
 #include "velm/surfaces/detail/taylor_series.h"
 
 #include <algorithm>
@@ -19,13 +20,6 @@ constexpr double small_piece = 0x1p-20;
 constexpr int plain_degree = 7;
 // An angle whose tangent's series is of use.
 constexpr double most_angle = 1.2;
-
-double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-
-void cross3(const double* a, const double* b, double* out) {
-    for (int c = 0; c < 3; ++c)
-        out[c] = a[(c + 1) % 3] * b[(c + 2) % 3] - a[(c + 2) % 3] * b[(c + 1) % 3];
-}
 
 double binomial(int n, int k) {
     double result = 1.0;

@@ -1,5 +1,7 @@
 #include "velm/surfaces/detail/trim_search.h"
 
+#include "velm/numerics/detail/triples.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -16,8 +18,6 @@ constexpr double short_step = 1e-10;
 constexpr double smallest_part = 0x1p-40;
 // Roundings of the coefficients, of the squares that they are made of.
 constexpr double roundings = 0x1p-50;
-
-double dot3(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 // The squared distance over low <= tau <= high, by x in [-1, 1].
 struct Part {
