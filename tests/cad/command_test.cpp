@@ -1,28 +1,14 @@
 // The command against the real parts: points of their faces as the kernel evaluates them, displaced
 // along the outward normals by known amounts, and the points of edges as the files state them.
-#include "cad/cad_document.h"
-#include "cad/face_conversion.h"
 #include "real_part.h"
-#include "support/random.h"
+#include "support/face_text.h"
 #include "support/temporary_folder.h"
 
-#include <BRepAdaptor_Surface.hxx>
 #include <BRepBndLib.hxx>
-#include <BRepTools.hxx>
 #include <BRepTopAdaptor_FClass2d.hxx>
-#include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
-#include <Geom_Surface.hxx>
 #include <TopLoc_Location.hxx>
-#include <algorithm>
-#include <cmath>
-#include <cstdlib>
-#include <fstream>
-#include <map>
-#include <memory>
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <sstream>
 #include <sys/wait.h>
 
 namespace {
@@ -223,29 +209,6 @@ TEST(SurfaceCommand, GivesFaceSideAndDeviationOnEveryRealPart) {
     }
 }
 
-// Points of edges as the files have them, with their parameters on a surface and the gap between.
-struct EdgePoint {
-    double u, v, gap;
-    gp_Pnt place;
-};
-std::map<std::string, std::vector<EdgePoint>> stated_edges(const std::filesystem::path& file) {
-    std::map<std::string, std::vector<EdgePoint>> of_surfaces;
-    std::ifstream in(file);
-    std::string line;
-    std::getline(in, line);
-    while (std::getline(in, line)) {
-        const std::string surface = line.substr(0, line.find(',', line.find(',') + 1));
-        std::istringstream numbers(line.substr(surface.size() + 1));
-        double n[6];
-        for (double& number : n) {
-            numbers >> number;
-            numbers.ignore();
-        }
-        of_surfaces[surface].push_back({n[0], n[1], n[5], {n[2], n[3], n[4]}});
-    }
-    return of_surfaces;
-}
-
 // The points that a file's own edges have, evaluated without the kernel, are on the part, where the
 // file places the face that has the surface. Moved along the surface's normal to both sides, they
 // are no further from the part than that, and just that far on the side that is away from the face
@@ -254,8 +217,9 @@ TEST(SurfaceCommand, EdgePointsThatTheFilesStateAreOnTheParts) {
     const auto files = real_parts();
     if (files.empty()) GTEST_SKIP() << "no real parts at hand";
     for (const auto& file : files) {
-        const auto edges =
-            stated_edges(file.parent_path() / (file.stem().string() + "_edgepoints.csv"));
+        std::map<std::string, std::vector<EdgePoint>> edges; // of each surface
+        for (const EdgePoint& point : edge_points(file))
+            edges[point.line.substr(0, point.line.find(' ', point.id.size() + 1))].push_back(point);
         if (edges.empty()) continue;
         const Bench bench(file.string());
         const auto faces = velm::cad::read_cad(file.string()).faces;
@@ -268,7 +232,7 @@ TEST(SurfaceCommand, EdgePointsThatTheFilesStateAreOnTheParts) {
                 TopLoc_Location at;
                 const auto base = BRep_Tool::Surface(face.shape, at);
                 return std::all_of(points.begin(), points.end(), [&](const EdgePoint& p) {
-                    return base->Value(p.u, p.v).Distance(p.place) <= p.gap + 1e-9;
+                    return base->Value(p.u, p.v).Distance(kernel_point(p.point)) <= p.gap + 1e-9;
                 });
             };
             const auto face = std::find_if(faces.begin(), faces.end(), has_all);
@@ -289,7 +253,8 @@ TEST(SurfaceCommand, EdgePointsThatTheFilesStateAreOnTheParts) {
                     normal.Normalize();
                 const double step = std::max(10.0 * point.gap, 1e-3) * normal.Magnitude();
                 for (const double side : {0.0, 1.0, -1.0})
-                    table += row_of(point.place.Translated(normal * (side * step))
+                    table += row_of(kernel_point(point.point)
+                                        .Translated(normal * (side * step))
                                         .Transformed(at.Transformation())
                                         .XYZ()) +
                              "\n";

@@ -4,11 +4,9 @@
 #include "cad/surface_conversion.h"
 #include "inspect/base/failure.h"
 #include "real_part.h"
-#include "support/random.h"
 #include "support/temporary_folder.h"
 #include "velm/frame/point_functions.h"
 
-#include <BRepAdaptor_Surface.hxx>
 #include <BRepAlgoAPI_Cut.hxx>
 #include <BRepBuilderAPI_MakeEdge.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
@@ -21,8 +19,6 @@
 #include <BRepPrimAPI_MakeCylinder.hxx>
 #include <BRepPrimAPI_MakeSphere.hxx>
 #include <BRepPrimAPI_MakeTorus.hxx>
-#include <BRepTools.hxx>
-#include <BRep_Tool.hxx>
 #include <Geom2d_Circle.hxx>
 #include <Geom_BezierCurve.hxx>
 #include <Geom_Circle.hxx>
@@ -35,12 +31,6 @@
 #include <Geom_SurfaceOfLinearExtrusion.hxx>
 #include <Geom_SurfaceOfRevolution.hxx>
 #include <Geom_TrimmedCurve.hxx>
-#include <TopExp_Explorer.hxx>
-#include <TopoDS.hxx>
-#include <cmath>
-#include <fstream>
-#include <map>
-#include <numbers>
 
 namespace {
 
@@ -49,8 +39,6 @@ using velm::cad::CadFace;
 using velm::cad::ConvertedFace;
 
 Random draw{2026};
-
-gp_Pnt kernel_point(const ERPoint3D& p) { return gp_Pnt(p.x(), p.y(), p.z()); }
 
 // A random place of the face, as the face itself sees it, and the outward normal there.
 struct Place {

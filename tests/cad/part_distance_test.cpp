@@ -3,34 +3,19 @@
 // meshes.
 #include "real_part.h"
 
-#include "support/random.h"
 #include "velm/frame/point_functions.h"
 #include "velm/surfaces/part_tessellation.h"
 #include "velm/surfaces/prepared_part.h"
 
-#include <BRepBuilderAPI_MakeVertex.hxx>
-#include <BRepClass_FaceClassifier.hxx>
-#include <BRepExtrema_DistShapeShape.hxx>
-#include <BRepTools.hxx>
-#include <BRep_Tool.hxx>
 #include <Geom2d_Curve.hxx>
 #include <GeomAPI_ProjectPointOnSurf.hxx>
-#include <Geom_Surface.hxx>
-#include <TopExp_Explorer.hxx>
-#include <TopoDS.hxx>
 #include <TopoDS_Edge.hxx>
 #include <TopoDS_Face.hxx>
 #include <TopoDS_Iterator.hxx>
 #include <TopoDS_Vertex.hxx>
-#include <algorithm>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <deque>
 #include <gp_Pnt.hxx>
 #include <gp_Pnt2d.hxx>
-#include <numbers>
-#include <vector>
 
 namespace {
 

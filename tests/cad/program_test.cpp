@@ -1,6 +1,5 @@
 // velm-cad-import as a process: its exit codes, and files that are damaged.
 #include "inspect/hostile_files.h"
-#include "support/temporary_folder.h"
 #include "velm/inspection/nominal_part.h"
 
 #include <BRepBuilderAPI_MakeFace.hxx>
@@ -12,14 +11,7 @@
 #include <STEPControl_Writer.hxx>
 #include <TopoDS_Compound.hxx>
 #include <TopoDS_Face.hxx>
-#include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gp_Pln.hxx>
-#include <gtest/gtest.h>
-#include <iterator>
-#include <sys/wait.h>
 
 namespace {
 

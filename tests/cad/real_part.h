@@ -3,24 +3,24 @@
 
 #include "cad/cad_document.h"
 #include "cad/face_conversion.h"
+#include "support/test.h"
 #include "velm/inspection/nominal_part.h"
 #include "velm/surfaces/prepared_face.h"
 
+#include <BRepAdaptor_Surface.hxx>
 #include <BRepBuilderAPI_MakeVertex.hxx>
 #include <BRepClass_FaceClassifier.hxx>
 #include <BRepExtrema_DistShapeShape.hxx>
 #include <BRepGProp.hxx>
+#include <BRepTools.hxx>
 #include <BRep_Builder.hxx>
 #include <BRep_Tool.hxx>
 #include <GProp_GProps.hxx>
+#include <Geom_Surface.hxx>
 #include <ShapeAnalysis_Surface.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
-#include <algorithm>
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <numbers>
-#include <string>
-#include <vector>
 
 namespace velm_test {
 
@@ -55,6 +55,8 @@ struct KernelPart {
         volume = solid.Mass();
     }
 };
+
+inline gp_Pnt kernel_point(const ERPoint3D& p) { return {p.x(), p.y(), p.z()}; }
 
 /// How far the kernel has a point from a face. It looks for the foot within one turn only, where a
 /// thread has more: then the face is asked at the other turns.
