@@ -146,7 +146,7 @@ struct Comparison {
         const bool is_inside = found["kind"] == "interior";
         const double allowed = is_inside ? close : std::max(close, gap);
         EXPECT_NEAR(found["deviation"].get<double>(), distance - radius, close);
-        if (face == kernel.path(point.face) && foot.Distance(point.place) <= 100.0 * allowed) {
+        if (face == kernel.path(point.face) && foot.Distance(point.place) <= 100.0 * close) {
             ++same;
             worst = std::max(worst, std::fabs(std::fabs(distance) - std::fabs(expected)));
             const bool is_contact =
