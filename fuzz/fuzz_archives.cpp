@@ -19,7 +19,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <iterator>
-#include <string>
 #include <vector>
 
 using namespace velm;

@@ -6,8 +6,6 @@
 #include "support/temporary_folder.h"
 
 #include <cstdint>
-#include <cstdlib>
-#include <string>
 
 using namespace velm::inspect;
 

@@ -3,7 +3,7 @@
 // meshes.
 #include "real_part.h"
 
-#include "velm/frame/point_functions.h"
+#include "support/meshes.h"
 #include "velm/surfaces/part_tessellation.h"
 #include "velm/surfaces/prepared_part.h"
 
@@ -24,22 +24,17 @@ using namespace velm_test;
 // How often the mesh goes round the point (van Oosterom and Strackee 1983).
 double winding_number(const velm::PartMesh& mesh, const ERPoint3D& p) {
     double angle = 0.0;
-    for (const auto& t : mesh.triangles) {
-        ERVector3D v[3];
-        double length[3];
-        for (std::size_t i = 0; i < 3; ++i) {
-            v[i] = ERVector3D(p, mesh.positions[static_cast<std::size_t>(t[i])]);
-            length[i] = v[i].norme();
-        }
-        const double below = length[0] * length[1] * length[2] + v[0] * v[1] * length[2] +
-                             v[1] * v[2] * length[0] + v[2] * v[0] * length[1];
-        angle += 2.0 * std::atan2(v[0] * (v[1] ^ v[2]), below);
+    for (const auto& triangle : mesh.triangles) {
+        const auto at = corners(mesh, triangle);
+        const ERVector3D a(p, at[0]), b(p, at[1]), c(p, at[2]);
+        const double x = a.norme(), y = b.norme(), z = c.norme();
+        angle += 2.0 * std::atan2(a * (b ^ c), x * y * z + a * b * z + b * c * x + c * a * y);
     }
     return angle / (4.0 * std::numbers::pi);
 }
 
 double kernel_distance(const KernelPart& part, const ERPoint3D& p) {
-    const TopoDS_Vertex vertex = BRepBuilderAPI_MakeVertex(gp_Pnt(p.x(), p.y(), p.z()));
+    const TopoDS_Vertex vertex = BRepBuilderAPI_MakeVertex(kernel_point(p));
     return BRepExtrema_DistShapeShape(vertex, part.all).Value();
 }
 
@@ -60,7 +55,7 @@ public:
         }
     }
     double distance(const ERPoint3D& p) {
-        const gp_Pnt q(p.x(), p.y(), p.z());
+        const gp_Pnt q = kernel_point(p);
         double least = HUGE_VAL;
         for (Face& face : faces_) {
             for (const Trim& trim : face.trims)

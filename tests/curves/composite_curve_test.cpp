@@ -6,7 +6,6 @@
 #include "support/temporary_folder.h"
 #include "velm/curves/bezier_curve.h"
 #include "velm/curves/nurbs_curve.h"
-#include "velm/frame/class_registration.h"
 #include "velm/store/database.h"
 #include "velm/wireframe/polyline.h"
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "support/records.h"
-#include "support/test.h"
 #include "velm/frame/vec.h"
 
 namespace velm_test {

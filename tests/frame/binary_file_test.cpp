@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
-
 namespace {
 
 using namespace std::string_literals;

@@ -5,7 +5,6 @@
 #include "support/test.h"
 #include "support/threads.h"
 
-#include <cstdint>
 #include <new>
 
 namespace {

@@ -3,7 +3,6 @@
 #include "support/test.h"
 #include "velm/platform/detail/poison.h"
 
-#include <cstdint>
 #include <new>
 
 namespace {

@@ -153,9 +153,7 @@ TEST(Exports, ByHandInUnitsAndWhatIsAmbiguous) {
     EXPECT_NEAR(report["points"][0]["deviation"], 0.0254, 1e-15);
 
     shop.write("two.csv", "id,X-Wert,X_IST,y\na,5,5,0\n");
-    const Ended two = shop.run("section square.dat two.csv");
-    EXPECT_EQ(two.code, 3);
-    EXPECT_TRUE(has(two.error, "'X-Wert' and 'X_IST'"));
+    shop.refused("section square.dat two.csv", 3, "'X-Wert' and 'X_IST'");
     EXPECT_EQ(shop.run("section square.dat two.csv --columns x=2").code, 0);
     shop.write("mixed.csv", "id,X [mm],Y [inch]\na,5,0\n");
     EXPECT_EQ(shop.run("section square.dat mixed.csv").code, 3);

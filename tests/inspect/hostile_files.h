@@ -2,7 +2,6 @@
 #pragma once
 
 #include "inspect/workshop.h"
-#include "support/random.h"
 
 namespace velm_test {
 

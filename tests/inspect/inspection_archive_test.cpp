@@ -100,10 +100,7 @@ TEST(InspectionArchive, DamageIsRefused) {
     const Archived shop;
     const auto refused = [&](const std::string& bytes, const std::string& why) {
         shop.write("bad", bytes);
-        const Ended ended = shop.run("report bad --json new");
-        EXPECT_EQ(ended.code, 3);
-        EXPECT_EQ(ended.out + ended.error, "velm-inspect: bad: is " + why + "\n");
-        EXPECT_FALSE(std::filesystem::exists(shop.path("new")));
+        shop.refused("report bad --json new", 3, "velm-inspect: bad: is " + why + "\n");
     };
     const std::string section = shop.read("s");
     std::string damaged = section, later = section;

@@ -113,9 +113,7 @@ TEST(Report, RefusesWhatIsNotWhole) {
     EXPECT_EQ(here.run("section lid.txt probed.csv --store whole.velm").code, 0);
     const std::string whole = here.read("whole.velm");
     const auto refused = [&](const std::string& what, const std::string& why) {
-        const Ended ended = here.run("report " + what);
-        EXPECT_EQ(ended.code, 3) << what;
-        EXPECT_TRUE(has(ended.error, why));
+        here.refused("report " + what, 3, why);
     };
     // Each object but the index lost in turn; those of the points are not needed.
     const long objects = velm::check_store(here.path("whole.velm").c_str()).objects;

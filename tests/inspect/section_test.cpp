@@ -141,10 +141,9 @@ TEST(Section, AFrameBringsPointsOfTheMachineIntoTheSection) {
         EXPECT_NEAR(report["points"][i]["height"], heights[i], 1e-12);
         EXPECT_EQ(report["points"][i]["measured"].size(), 3u);
     }
-    const Ended refused = shop.run(run + "--max-height 1");
-    EXPECT_EQ(refused.code, 3);
-    EXPECT_EQ(refused.error, "velm-inspect: m.csv: a point is more than 1 off the plane of the "
-                             "section: '40' (line 42, height -1.500)\n");
+    shop.refused(run + "--max-height 1", 3,
+                 "velm-inspect: m.csv: a point is more than 1 off the plane of the section: '40' "
+                 "(line 42, height -1.500)\n");
 }
 
 TEST(Section, ToleranceValuesAreNoOptionsAndTheirLimitsBelongToTheBand) {

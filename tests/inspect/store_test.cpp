@@ -63,9 +63,7 @@ TEST(InspectStore, RefusesWhatIsNoSoundStore) {
     std::string stale = whole;
     stale[284 + 12] = 1;
     kept.write("stale.velm", stale);
-    const Ended refused = kept.run("section plate.dat probed.csv --store stale.velm");
-    EXPECT_EQ(refused.code, 3);
-    EXPECT_TRUE(has(refused.error, "--salvage"));
+    kept.refused("section plate.dat probed.csv --store stale.velm", 3, "--salvage");
     EXPECT_EQ(kept.read("stale.velm"), stale);
     EXPECT_EQ(kept.run("store stale.velm --salvage mended.velm").code, 0);
     EXPECT_EQ(kept.run("store mended.velm --check").code, 0);
@@ -110,9 +108,8 @@ TEST(InspectStore, WritesNoFileWithADamagedTree) {
         std::string damaged = kept.read("parts.velm");
         damaged[static_cast<std::size_t>(magic_at)] ^= 1;
         kept.write("damaged.velm", damaged);
-        const Ended ended = kept.run("section plate.dat probed.csv --store damaged.velm --sync");
-        EXPECT_EQ(ended.code, 3);
-        EXPECT_TRUE(has(ended.error, "store damaged.velm --salvage NEW"));
+        kept.refused("section plate.dat probed.csv --store damaged.velm --sync", 3,
+                     "store damaged.velm --salvage NEW");
         EXPECT_EQ(kept.read("damaged.velm"), damaged);
     }
     EXPECT_EQ(kept.inspect("--sync").code, 1);
@@ -160,10 +157,7 @@ TEST(InspectStore, GivesTheReportOfTargetsAgainUnlessARecordWasChanged) {
     ERDBObject::castdown(*row).property(static_cast<long>(velm::RecordKey::deviation), 0.25);
     ASSERT_TRUE(row->Save(nullptr));
     ASSERT_EQ(store.Close(), gmSuccess);
-    const Ended end = shop.run("report s.velm --json new");
-    EXPECT_EQ(end.code, 3);
-    EXPECT_TRUE(has(end.error, "what was found contradicts the target"));
-    EXPECT_FALSE(std::filesystem::exists(shop.path("new")));
+    shop.refused("report s.velm --json new", 3, "what was found contradicts the target");
 }
 
 } // namespace

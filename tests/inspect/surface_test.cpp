@@ -57,15 +57,6 @@ struct Part : Workshop {
         EXPECT_EQ(ended.code, code) << ended.error;
         return ended.code < 2 ? read_json("r.json") : Json();
     }
-    void refused(const std::string& arguments, int code, const std::string& why) const {
-        const std::vector<std::string> before = names();
-        const Ended ended = run(arguments);
-        EXPECT_EQ(ended.code, code) << arguments;
-        EXPECT_EQ(ended.out, "");
-        EXPECT_TRUE(has(ended.error, why)) << arguments;
-        EXPECT_EQ(std::count(ended.error.begin(), ended.error.end(), '\n'), 1) << ended.error;
-        EXPECT_EQ(names(), before) << arguments;
-    }
 };
 
 void expect_found(const Json& report, const std::vector<Measured>& points, double close) {

@@ -41,6 +41,16 @@ public:
         const int status = std::system(command.c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("_out"), read("_error")};
     }
+    /// Runs it and expects the exit code, this in one sentence, no table and no new file.
+    void refused(const std::string& arguments, int code, const std::string& why) const {
+        const std::vector<std::string> before = names();
+        const Ended ended = run(arguments);
+        EXPECT_EQ(ended.code, code) << arguments;
+        EXPECT_EQ(ended.out, "");
+        EXPECT_TRUE(has(ended.error, why)) << arguments;
+        EXPECT_EQ(std::count(ended.error.begin(), ended.error.end(), '\n'), 1) << ended.error;
+        EXPECT_EQ(names(), before) << arguments;
+    }
     /// Runs with an output of each kind: the exit code, what is said, and each of the outputs.
     std::vector<std::string> run_with_outputs(std::string arguments,
                                               const std::vector<std::string>& kinds = {

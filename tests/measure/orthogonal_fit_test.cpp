@@ -4,8 +4,6 @@
 #include "support/test.h"
 #include "velm/frame/point_functions.h"
 
-#include <fstream>
-
 namespace {
 
 using velm::FitOutcome;
@@ -135,7 +133,6 @@ TEST(OrthogonalFit, CertifiedCircles) {
     }
     EXPECT_EQ(sets, 20);
     EXPECT_LE(worst, 1e-9);
-    std::printf("worst of %d certified circles: %.2g of the diameter\n", sets, worst);
 }
 
 TEST(OrthogonalFit, PublishedFits) {

@@ -4,8 +4,6 @@
 #include "support/faulty_files.h"
 #include "velm/store/store_salvage.h"
 
-#include <cerrno>
-
 namespace {
 
 using namespace velm_test;

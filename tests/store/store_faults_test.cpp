@@ -7,8 +7,6 @@
 #include "velm/store/db_object.h"
 #include "velm/store/store_salvage.h"
 
-#include <cerrno>
-
 namespace {
 
 using namespace velm_test;

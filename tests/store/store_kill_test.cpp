@@ -1,12 +1,10 @@
 // Processes that are killed while they store and delete: at every write of a recorded run, and at
 // random moments. The rebuilding brings back what it must, and nothing else.
 #include "store/store_files.h"
-#include "support/test.h"
 #include "velm/platform/detail/system_files.h"
 #include "velm/store/store_salvage.h"
 
 #include <csignal>
-#include <map>
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -6,8 +6,6 @@
 #include "velm/store/db_object.h"
 #include "velm/store/store_digest.h"
 
-#include <cerrno>
-
 namespace {
 
 using namespace velm_test;

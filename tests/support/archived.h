@@ -4,8 +4,6 @@
 #include "support/memory_file.h"
 #include "velm/platform/archive.h"
 
-#include <string>
-
 namespace velm_test {
 
 /// What the operation stores in an archive.

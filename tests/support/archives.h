@@ -3,12 +3,7 @@
 
 #include "support/archived.h"
 #include "support/caught.h"
-#include "support/random.h"
 #include "support/records.h"
-#include "velm/platform/archive.h"
-
-#include <gtest/gtest.h>
-#include <string>
 
 namespace velm_test {
 

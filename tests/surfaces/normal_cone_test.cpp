@@ -1,13 +1,8 @@
 // Cones of normals: of the leaves of random surfaces against normals at dense places, and how many
 // leaves a search by a direction has to look at.
-#include "support/random.h"
+#include "support/surfaces.h"
 #include "velm/surfaces/detail/normal_cone.h"
-#include "velm/surfaces/nurbs_surface.h"
 #include "velm/surfaces/prepared_part.h"
-
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -21,19 +16,16 @@ enum Kind { gentle, waved, heavy, high, collapsed, next_to_collapsed, sliver, ki
 ERSpoleNURBS3D net_of(Random& random, int kind) {
     const int p = kind == high ? 6 : 1 + random.below(4), q = 1 + random.below(4), n = p + 2,
               m = q + 2;
-    ERMatrix<ERPole3DH> poles(m, n);
-    for (int j = 0; j < m; ++j)
-        for (int i = 0; i < n; ++i) {
-            const double height = kind == waved ? 1.0 : 0.15;
-            ERPoint3D at(i + random.uniform(-0.1, 0.1), j + random.uniform(-0.1, 0.1),
-                         random.uniform(-height, height));
-            if (kind == sliver) at = ERPoint3D(at.x(), 1e-4 * at.y(), at.z());
-            const double along = kind == collapsed ? 0.0 : 1e-7;
-            if (kind >= collapsed && kind <= next_to_collapsed && j == 0)
-                at = ERPoint3D(0.5 * n + along * at.x(), 0, along * at.z());
-            const double weight = std::pow(kind == heavy ? 8.0 : 1.0, random.uniform(-1, 1));
-            poles(j, i) = ERPole3DH(at, 1.0) * weight;
-        }
+    const double spread = kind == heavy ? 8.0 : 1.0;
+    auto poles = velm_test::waved_net(random, n, m, 0.12, {1.0 / spread, spread});
+    for (int k = 0; k < n * m; ++k) {
+        ERPole3DH& pole = poles(k / n, k % n);
+        if (kind == waved) pole.z() *= 8.0;
+        if (kind == sliver) pole.y() *= 1e-4;
+        const double along = kind == collapsed ? 0.0 : 1e-7;
+        if (kind >= collapsed && kind <= next_to_collapsed && k < n)
+            pole = ERPole3DH(0.5 * n + along * pole.x(), 0, along * pole.z(), 1);
+    }
     return {poles, ERKnotVector(p, n, {0, 1}), ERKnotVector(q, m, {0, 1})};
 }
 

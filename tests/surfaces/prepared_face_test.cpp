@@ -4,7 +4,6 @@
 
 #include "support/allocation_count.h"
 #include "support/face_text.h"
-#include "support/surfaces.h"
 #include "support/threads.h"
 
 namespace {

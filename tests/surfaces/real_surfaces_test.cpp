@@ -3,7 +3,6 @@
 // exhaustive search.
 #include "support/face_text.h"
 #include "support/records.h"
-#include "support/surfaces.h"
 #include "support/temporary_folder.h"
 #include "velm/store/database.h"
 #include "velm/surfaces/face_projector.h"

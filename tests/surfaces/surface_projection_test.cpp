@@ -2,7 +2,6 @@
 // against what must be found.
 #include "surfaces/projection_steps.h"
 
-#include "support/surfaces.h"
 #include "velm/surfaces/detail/direct_solve.h"
 #include "velm/surfaces/nurbs_decomposer.h"
 #include "velm/surfaces/surface_projection.h"

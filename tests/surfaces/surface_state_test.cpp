@@ -1,7 +1,6 @@
 // What surfaces keep for projections goes when they change; ties, snaps and the bounds of the work.
 #include "surfaces/projection_steps.h"
 
-#include "support/surfaces.h"
 #include "velm/surfaces/surface_projection.h"
 #include "velm/surfaces/vertical_crossing.h"
 

@@ -2,7 +2,6 @@
 
 #include "support/text_fields.h"
 #include "velm/platform/ellipse_kernel.h"
-#include "velm/wireframe/elliptical_arc.h"
 #include "wireframe/curve_checks.h"
 
 namespace {

@@ -1,5 +1,4 @@
 #include "support/allocation_count.h"
-#include "support/geometry.h"
 #include "support/records.h"
 #include "wireframe/curve_checks.h"
 
