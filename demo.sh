@@ -18,7 +18,7 @@ scripts/install_packages.sh build
 log=build/demo/build.log
 out=$PWD/demo-output
 mkdir -p "$out" build/demo
-echo "Building the library and velm-inspect (three to four minutes on two cores the first time) ..."
+echo "Building the library and velm-inspect (two to three minutes on two cores the first time) ..."
 generator=(-G "Unix Makefiles")
 if command -v ninja >/dev/null; then generator=(-G Ninja); fi
 # Options that make the first build shorter; the results are the same.
